@@ -1,0 +1,110 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The only place that knows kernel versions: what changed its name or shape between 5.4 and 6.12,
+ * under one name each. Written for the C glue of both modules; 5.4 compiles it as gnu89.
+ */
+#ifndef GPON_LINUX_COMPAT_H
+#define GPON_LINUX_COMPAT_H
+
+#include <linux/netdevice.h>
+#include <linux/etherdevice.h>
+#include <linux/fs.h>
+#include <linux/proc_fs.h>
+#include <linux/timer.h>
+#include <linux/u64_stats_sync.h>
+#include <linux/version.h>
+
+#define GPON_KERNEL_SINCE(major, minor) (LINUX_VERSION_CODE >= KERNEL_VERSION(major, minor, 0))
+
+/* Operations of a proc entry. A proc entry without a seek function refuses lseek(), which shells
+ * and stdio call on their own. */
+#if GPON_KERNEL_SINCE(5, 6)
+#define GPON_PROC_OPS(name, read_function, write_function) \
+	static const struct proc_ops name = { \
+		.proc_read = read_function, \
+		.proc_write = write_function, \
+		.proc_lseek = noop_llseek, \
+	}
+#define GPON_PROC_SEQ_OPS(name, open_function, write_function) \
+	static const struct proc_ops name = { \
+		.proc_open = open_function, \
+		.proc_read = seq_read, \
+		.proc_write = write_function, \
+		.proc_lseek = seq_lseek, \
+		.proc_release = single_release, \
+	}
+#else
+#define GPON_PROC_OPS(name, read_function, write_function) \
+	static const struct file_operations name = { \
+		.owner = THIS_MODULE, \
+		.read = read_function, \
+		.write = write_function, \
+		.llseek = noop_llseek, \
+	}
+#define GPON_PROC_SEQ_OPS(name, open_function, write_function) \
+	static const struct file_operations name = { \
+		.owner = THIS_MODULE, \
+		.open = open_function, \
+		.read = seq_read, \
+		.write = write_function, \
+		.llseek = seq_lseek, \
+		.release = single_release, \
+	}
+#endif
+
+#if GPON_KERNEL_SINCE(5, 17)
+#define gpon_pde_data(inode) pde_data(inode)
+#else
+#define gpon_pde_data(inode) PDE_DATA(inode)
+#endif
+
+#if GPON_KERNEL_SINCE(6, 2)
+#define gpon_timer_delete_sync(timer) timer_delete_sync(timer)
+#else
+#define gpon_timer_delete_sync(timer) del_timer_sync(timer)
+#endif
+
+#if GPON_KERNEL_SINCE(6, 16)
+#define gpon_timer_container(variable, timer, field) timer_container_of(variable, timer, field)
+#else
+#define gpon_timer_container(variable, timer, field) from_timer(variable, timer, field)
+#endif
+
+#if GPON_KERNEL_SINCE(6, 4)
+#define gpon_class_create(name) class_create(name)
+#else
+#define gpon_class_create(name) class_create(THIS_MODULE, name)
+#endif
+
+#if GPON_KERNEL_SINCE(5, 17)
+#define gpon_eth_hw_addr_set(dev, address) eth_hw_addr_set(dev, address)
+#else
+#define gpon_eth_hw_addr_set(dev, address) ether_addr_copy((dev)->dev_addr, address)
+#endif
+
+/* Hands a received packet to the stack from any context. */
+#if GPON_KERNEL_SINCE(5, 18)
+#define gpon_netif_rx(skb) netif_rx(skb)
+#else
+#define gpon_netif_rx(skb) (in_interrupt() ? netif_rx(skb) : netif_rx_ni(skb))
+#endif
+
+/* Transmit without the queue lock. */
+#if GPON_KERNEL_SINCE(6, 12)
+#define gpon_set_lockless_transmit(dev) ((dev)->lltx = true)
+#else
+#define gpon_set_lockless_transmit(dev) ((dev)->features |= NETIF_F_LLTX)
+#endif
+
+#if GPON_KERNEL_SINCE(6, 3)
+#define gpon_stats_fetch_begin(sync) u64_stats_fetch_begin(sync)
+#define gpon_stats_fetch_retry(sync, start) u64_stats_fetch_retry(sync, start)
+#else
+#define gpon_stats_fetch_begin(sync) u64_stats_fetch_begin_irq(sync)
+#define gpon_stats_fetch_retry(sync, start) u64_stats_fetch_retry_irq(sync, start)
+#endif
+
+/* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string from 6.13 on; neither module uses
+ * a namespace, so nothing stands here for them. */
+
+#endif
