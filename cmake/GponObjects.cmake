@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# The core once more as a kernel's compiler would see it (aarch64, no host platform), linked into
+# one relocatable object, and the checks of what the objects hold: mutable data only where it is
+# meant to be, no static constructor, nothing undefined but the seam.
+
+find_program(GPON_MODULE_CXX aarch64-linux-gnu-g++ REQUIRED)
+find_program(GPON_MODULE_NM aarch64-linux-gnu-nm REQUIRED)
+find_program(GPON_MODULE_OBJDUMP aarch64-linux-gnu-objdump REQUIRED)
+
+set(GPON_MODULE_FLAGS
+    -std=c++20 -O2 ${GPON_CORE_LANGUAGE} -fno-weak -fno-sized-deallocation -fno-operator-names
+    -fno-pie -mgeneral-regs-only -mno-outline-atomics -fno-asynchronous-unwind-tables
+    -Wall -Wextra -Wframe-larger-than=1024 -Werror -I${PROJECT_SOURCE_DIR})
+
+set(module_dir ${PROJECT_BINARY_DIR}/freestanding)
+set(module_objects)
+foreach(source ${GPON_CORE_SOURCES})
+    cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE name)
+    set(object ${module_dir}/${name}.o)
+    cmake_path(GET object PARENT_PATH object_dir)
+    file(MAKE_DIRECTORY ${object_dir})
+    add_custom_command(
+        OUTPUT ${object}
+        COMMAND ${GPON_MODULE_CXX} ${GPON_MODULE_FLAGS} -MD -MF ${object}.d -MT ${object}
+                -c ${source} -o ${object}
+        DEPENDS ${source}
+        DEPFILE ${object}.d
+        COMMENT "Freestanding ${name}"
+        VERBATIM)
+    list(APPEND module_objects ${object})
+endforeach()
+
+set(module_object ${module_dir}/gpon_flow.o)
+add_custom_command(
+    OUTPUT ${module_object}
+    COMMAND ${GPON_MODULE_CXX} -nostdlib -r ${module_objects} -o ${module_object}
+    DEPENDS ${module_objects}
+    COMMENT "Linking the freestanding core"
+    VERBATIM)
+
+set(check_objects ${PROJECT_SOURCE_DIR}/scripts/check-objects.sh)
+set(check_host_command
+    ${CMAKE_COMMAND} -E env NM=${CMAKE_NM} OBJDUMP=${CMAKE_OBJDUMP}
+    bash ${check_objects} host $<TARGET_OBJECTS:gpon_core>)
+set(check_module_command
+    ${CMAKE_COMMAND} -E env NM=${GPON_MODULE_NM} OBJDUMP=${GPON_MODULE_OBJDUMP}
+    HOST_OBJDUMP=${CMAKE_OBJDUMP}
+    bash ${check_objects} module ${module_object} $<TARGET_OBJECTS:gpon_core>)
+
+add_custom_command(
+    OUTPUT ${module_dir}/checked
+    COMMAND ${check_host_command}
+    COMMAND ${check_module_command}
+    COMMAND ${CMAKE_COMMAND} -E touch ${module_dir}/checked
+    DEPENDS ${check_objects} ${module_object} $<TARGET_OBJECTS:gpon_core>
+    COMMENT "Checking what the core's objects hold"
+    COMMAND_EXPAND_LISTS
+    VERBATIM)
+add_custom_target(freestanding ALL DEPENDS ${module_dir}/checked)

@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# Language, warnings and sanitizers of everything that runs in a process.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Kind of build" FORCE)
+endif()
+# Assertions stay: the host build exists to find faults.
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+set(GPON_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    # gcc's -Wconversion leaves signs alone in C++; clang is here for the lock contracts.
+    list(APPEND GPON_WARNINGS -Wno-sign-conversion -Wthread-safety -Werror=thread-safety)
+endif()
+if(GPON_WERROR)
+    list(APPEND GPON_WARNINGS -Werror)
+endif()
+add_compile_options(${GPON_WARNINGS})
+
+if(GPON_SANITIZE STREQUAL "address")
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+elseif(GPON_SANITIZE STREQUAL "thread")
+    set(sanitizers -fsanitize=thread)
+elseif(GPON_SANITIZE)
+    message(FATAL_ERROR "GPON_SANITIZE is address, thread or empty, not '${GPON_SANITIZE}'")
+endif()
+if(GPON_SANITIZE)
+    add_compile_options(${sanitizers} -O1 -fno-omit-frame-pointer)
+    add_link_options(${sanitizers})
+endif()
+
+if(GPON_COVERAGE)
+    add_compile_options(--coverage -O0 -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()

@@ -1,0 +1,31 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+#
+# Configures and builds one of the configurations of CMakePresets.json. Sourced in the tree's root.
+
+# shellcheck source=scripts/log.sh
+. scripts/log.sh
+# shellcheck source=scripts/packages.sh
+. scripts/packages.sh
+
+GPON_JOBS=${GPON_JOBS:-$(nproc)}
+
+# The release configuration lives in the build folder itself, every other in a folder of its name.
+preset_dir() {
+    if [ "$1" = release ]; then
+        echo "$GPON_BUILD_DIR"
+    else
+        echo "$GPON_BUILD_DIR/$1"
+    fi
+}
+
+# build_preset PRESET [TARGET...]
+build_preset() {
+    local dir target targets=()
+    dir=$(preset_dir "$1")
+    for target in "${@:2}"; do
+        targets+=(--target "$target")
+    done
+    cmake --preset "$1" -B "$dir" &&
+        cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}"
+}

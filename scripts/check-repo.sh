@@ -1,0 +1,71 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: check-repo.sh [ROOT]
+#
+# What every file under version control must and must not hold.
+set -eu
+cd "${1:-$(dirname "$0")/..}"
+
+failed=0
+complain() { # reads the offending lines
+    echo "check-repo: $1" >&2
+    sed 's/^/    /' >&2
+    failed=1
+}
+
+# An unpacked archive has no list of tracked files: there every file counts that is not made.
+list_files() {
+    git ls-files -z 2>/dev/null ||
+        find . \( -name .git -o -path './build*' \) -prune -o -type f -printf '%P\0'
+}
+
+mapfile -d '' -t files < <(list_files)
+texts=()
+for file in "${files[@]}"; do
+    # grep -I takes a file with a zero byte for binary.
+    if [ -s "$file" ] && grep -qI . "$file"; then
+        texts+=("$file")
+    fi
+done
+if [ "${#texts[@]}" = 0 ]; then
+    echo "no file in $PWD" | complain "nothing to check"
+    exit 1
+fi
+
+found=$(grep -nE '(^|[^[:alnum:]_./}-])/(work|root|home/[a-z]+|tmp/build)[/-]' "${texts[@]}" || true)
+if [ -n "$found" ]; then
+    complain "a path of one machine" <<<"$found"
+fi
+
+found=$(for file in "${texts[@]}"; do
+    case $file in
+    *.cpp | *.h | *.c | *.sh | *.py | *.cmake | *CMakeLists.txt | *Makefile | *Kbuild | run | .ci/run)
+        head -n 3 "$file" | grep -q 'SPDX-License-Identifier: GPL-2.0-only' || echo "$file"
+        ;;
+    esac
+done)
+if [ -n "$found" ]; then
+    complain "a source without its licence in the first three lines" <<<"$found"
+fi
+
+# A transcript holds what the module printed, to the byte.
+sources=()
+for file in "${texts[@]}"; do
+    case $file in
+    *.transcript | LICENSE) ;;
+    *) sources+=("$file") ;;
+    esac
+done
+found=$(grep -nE '[[:blank:]]+$' "${sources[@]}" | cut -c 1-120 || true)
+if [ -n "$found" ]; then
+    complain "blanks at the end of a line" <<<"$found"
+fi
+found=$(for file in "${sources[@]}"; do
+    [ -z "$(tail -c 1 "$file")" ] || echo "$file"
+done)
+if [ -n "$found" ]; then
+    complain "no line feed at the end of the file" <<<"$found"
+fi
+
+exit "$failed"

@@ -1,0 +1,115 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: fetch.sh [--again] ARCH...
+#
+# Gets Debian's newest kernel image, its headers and the user space of the test guests for arm64
+# or x86_64. Packages are downloaded and unpacked below build/kernel, none is installed: apt works
+# on lists of its own there, so this needs no root and leaves the machine as it is.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+apt_dir=$GPON_KERNEL_DIR/apt
+guest_programs=(busybox-static iproute2)
+
+apt_setup() {
+    mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
+    : >"$apt_dir/status"
+    # The sources, their keys and proxies are the machine's own.
+    apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
+        -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
+        -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
+        -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
+}
+
+# FIELD PACKAGE: a field of the newest version of a package.
+package_field() {
+    apt-cache "${apt_options[@]}" show --no-all-versions "$2" | sed -n "s/^$1: //p"
+}
+
+# The package whose name matches PATTERN in the dependencies of PACKAGE.
+dependency() {
+    package_field Depends "$2" | tr ',|' '\n\n' | awk -v pattern="$1" '$1 ~ pattern {print $1; exit}'
+}
+
+# ARCH: names of the kernel's packages, derived from the packages that always name the newest.
+kernel_packages() {
+    local debian headers image common tools
+    debian=$(debian_arch "$1")
+    headers=$(dependency '^linux-headers-[0-9].*-'"$debian" "linux-headers-$debian:$debian")
+    image=$(dependency '^linux-image-[0-9].*-'"$debian" "linux-image-$debian:$debian")
+    common=$(dependency '-common$' "$headers:$debian")
+    tools=$(dependency '^linux-kbuild-' "$headers:$debian")
+    [ -n "$headers" ] && [ -n "$image" ] && [ -n "$common" ] && [ -n "$tools" ] ||
+        fail "the package lists know no kernel for $1"
+    # The build tools are programs that run here, also for another architecture.
+    echo "$headers:$debian $image:$debian $common:all $tools:$(dpkg --print-architecture)"
+}
+
+# Header trees name each other by absolute paths of an installed system.
+mend_headers() {
+    local root=$1 version=$2 makefile
+    makefile=$root/usr/src/linux-headers-$version/Makefile
+    sed -i "s#^include /usr/src/#include $root/usr/src/#" "$makefile"
+}
+
+download_kernel() {
+    local packages=$1 debs=$2
+    (
+        cd "$debs"
+        # shellcheck disable=SC2086 # names are words
+        apt-get "${apt_options[@]}" download $packages
+    )
+}
+
+# With nothing installed in its eyes, apt resolves the programs' whole set of libraries.
+download_programs() {
+    local debian=$1 debs=$2
+    apt-get "${apt_options[@]}" -o "Dir::Cache::archives=$debs" -o APT::Architecture="$debian" \
+        -o Debug::NoLocking=true --download-only -y install "${guest_programs[@]/%/:$debian}"
+}
+
+fetch() {
+    local arch=$1 debian packages staging version deb
+    debian=$(debian_arch "$arch")
+    packages=$(kernel_packages "$arch")
+    staging=$GPON_KERNEL_DIR/$arch.new
+    rm -rf "$staging"
+    mkdir -p "$staging/debs/partial" "$staging/root"
+    echo "fetching for $arch: $packages ${guest_programs[*]}"
+    download_kernel "$packages" "$staging/debs"
+    download_programs "$debian" "$staging/debs"
+    for deb in "$staging"/debs/*.deb; do
+        dpkg -x "$deb" "$staging/root"
+    done
+    version=${packages%%:*}
+    version=${version#linux-headers-}
+    rm -rf "$staging/debs" "${GPON_KERNEL_DIR:?}/$arch"
+    mv "$staging" "$GPON_KERNEL_DIR/$arch"
+    mend_headers "$(kernel_root "$arch")" "$version"
+    # Last: it says that everything else is there.
+    echo "$version" >"$GPON_KERNEL_DIR/$arch/version"
+}
+
+again=
+wanted=()
+for word in "$@"; do
+    case $word in
+    --again) again=1 ;;
+    *)
+        debian_arch "$word" >/dev/null
+        if [ -n "$again" ] || [ ! -f "$GPON_KERNEL_DIR/$word/version" ]; then
+            wanted+=("$word")
+        fi
+        ;;
+    esac
+done
+if [ ${#wanted[@]} -gt 0 ]; then
+    apt_setup
+    apt-get "${apt_options[@]}" update
+    for arch in "${wanted[@]}"; do
+        fetch "$arch"
+    done
+fi

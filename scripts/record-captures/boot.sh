@@ -1,0 +1,29 @@
+#!/bin/sh
+# SPDX-License-Identifier: GPL-2.0-only
+# Boots the guest, waits for its power-off and unpacks what it handed out into CACHE/taps.
+# usage: boot.sh CACHE
+set -eu
+
+cache=$1
+release=$(cat "$cache/release")
+limit=${RECORD_TIMEOUT:-300}
+
+rm -rf "$cache/taps" "$cache/handed-out"
+mkdir -p "$cache/taps"
+# A fixed clock keeps the frames' timestamps independent of the day of the recording; the second
+# serial port carries the recording out, so the guest needs no disk and no shared folder.
+timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=multi -cpu max -smp 2 -m 768 \
+    -display none -nodefaults -no-reboot -rtc base=2024-01-01T12:00:00,clock=vm \
+    -chardev "file,id=console,path=$cache/console" -serial chardev:console \
+    -chardev "file,id=out,path=$cache/handed-out" -serial chardev:out \
+    -kernel "$cache/root/boot/vmlinuz-$release" -initrd "$cache/initramfs.gz" \
+    -append "console=ttyS0 panic=-1 quiet" < /dev/null || {
+    tail -40 "$cache/console" >&2
+    echo "boot.sh: the guest did not finish within $limit s; console: $cache/console" >&2
+    exit 1
+}
+if ! base64 -di "$cache/handed-out" | tar xz -C "$cache/taps"; then
+    tail -40 "$cache/console" >&2
+    echo "boot.sh: the guest handed out no recording; console: $cache/console" >&2
+    exit 1
+fi

@@ -1,0 +1,57 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: scenario.sh check|record GPONFLOW FILE.scn...
+#
+# A scenario has its transcript beside it. check compares what the tool prints now with it; record
+# writes it anew. Both start in the root of the tree, so that no transcript holds another path.
+set -eu
+
+failed=0
+complain() {
+    echo "$1" >&2
+    failed=1
+}
+
+# TOOL FILE OUT: a scenario that cannot be run, or one of whose expectations fails, is an error.
+run_scenario() {
+    local status=0
+    "$1" run --mask-lines "$2" >"$3" || status=$?
+    if [ "$status" != 0 ]; then
+        grep '^! ' "$3" >&2 || true
+        complain "$2: the tool's exit status is $status"
+        return 1
+    fi
+}
+
+check() { # FILE TRANSCRIPT OUT
+    if [ ! -f "$2" ]; then
+        complain "$1 has no transcript: ./run record $1"
+    elif ! diff -u "$2" "$3"; then
+        complain "$1 prints something else than $2; if that is meant: ./run record $1"
+    fi
+}
+
+record() { # FILE TRANSCRIPT OUT
+    if ! cmp -s "$3" "$2"; then
+        cp "$3" "$2"
+        echo "recorded $2"
+    fi
+}
+
+if [ $# -lt 3 ] || { [ "$1" != check ] && [ "$1" != record ]; }; then
+    echo "usage: scenario.sh check|record GPONFLOW FILE.scn..." >&2
+    exit 2
+fi
+action=$1
+tool=$2
+shift 2
+
+out=$(mktemp)
+trap 'rm -f "$out"' EXIT
+for file in "$@"; do
+    if run_scenario "$tool" "$file" "$out"; then
+        "$action" "$file" "${file%.scn}.transcript" "$out"
+    fi
+done
+exit "$failed"

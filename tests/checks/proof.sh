@@ -1,0 +1,40 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+#
+# Helps to prove that a check fails where it should: each case makes a small tree in $tree.
+
+proofs_failed=0
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+
+fresh_tree() {
+    rm -rf "$tree"
+    mkdir -p "$tree"
+}
+
+# file PATH: writes standard input to that file of the tree.
+file() {
+    mkdir -p "$tree/$(dirname "$1")"
+    cat >"$tree/$1"
+}
+
+# passes WHAT COMMAND...
+passes() {
+    local output
+    if ! output=$("${@:2}" 2>&1); then
+        printf 'should pass: %s\n%s\n' "$1" "$output"
+        proofs_failed=1
+    fi
+}
+
+# fails WHAT TEXT COMMAND...: with TEXT among what it prints, so that it fails for that reason.
+fails() {
+    local output
+    if output=$("${@:3}" 2>&1); then
+        printf 'should fail: %s\n' "$1"
+        proofs_failed=1
+    elif [[ $output != *"$2"* ]]; then
+        printf 'should say "%s": %s\n%s\n' "$2" "$1" "$output"
+        proofs_failed=1
+    fi
+}

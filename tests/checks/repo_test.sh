@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: GPL-2.0-only
+set -eu
+. tests/checks/proof.sh
+check=scripts/check-repo.sh
+licence='// SPDX-License-Identifier: GPL-2.0-only'
+
+commit_all() {
+    git -C "$tree" init -q
+    git -C "$tree" add -A
+}
+
+# WHAT TEXT: the tree that was made fails with TEXT, tracked or unpacked from an archive.
+refused() {
+    fails "$1 (unpacked)" "$2" bash $check "$tree"
+    commit_all
+    fails "$1" "$2" bash $check "$tree"
+}
+
+fresh_tree
+file a.cpp <<<"$licence"
+file notes.md <<<'about build/work/ folders'
+file LICENSE <<<'a line that ends in blanks  '
+passes "a clean tree (unpacked)" bash $check "$tree"
+commit_all
+passes "a clean tree" bash $check "$tree"
+file untracked.cpp <<<'int a;'
+passes "a file that is not tracked" bash $check "$tree"
+
+fresh_tree
+printf '%s\n// see %s\n' "$licence" "/root""/notes" | file a.h
+refused "a path of a machine" "path of one machine"
+
+fresh_tree
+file CMakeLists.txt <<<'project(a)'
+refused "a source without a licence" "without its licence"
+
+fresh_tree
+printf '%s\nint a; \n' "$licence" | file a.c
+refused "a blank at the end of a line" "blanks at the end"
+
+fresh_tree
+printf '%s' "$licence" | file a.cpp
+refused "an unfinished last line" "no line feed"
+
+fresh_tree
+fails "an empty tree" "nothing to check" bash $check "$tree"
+exit $proofs_failed
