@@ -1,0 +1,63 @@
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# Builds gpon_flow_whole.o from C++ and C (gpon_core_objs, gpon_glue_objs, named from the root of
+# the tree). The kernel's build knows no C++: its own rule for C compiles it here, with another
+# compiler and without the flags that only C takes. Dependencies, tracing, sanitizers and objtool
+# thereby follow whatever the kernel at hand does.
+
+kcxx-objs := $(addprefix $(obj)/,$(gpon_core_objs))
+kglue-objs := $(addprefix $(obj)/,$(gpon_glue_objs))
+kwhole := $(obj)/gpon_flow_whole.o
+
+kcxx-compiler := $(or $(KCXX),$(subst clang,clang++,$(subst gcc,g++,$(CC))))
+
+kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prototypes \
+	-Wold-style-definition -Wold-style-declaration -Wdeclaration-after-statement \
+	-Werror=implicit-function-declaration -Werror-implicit-function-declaration \
+	-Werror=implicit-int -Werror=incompatible-pointer-types -Werror=designated-init \
+	-Wno-pointer-sign -Wmissing-parameter-type -Wjump-misses-init -Wnested-externs \
+	-fno-gnu89-inline -Wno-int-conversion
+
+# -fno-weak: the copies of an inline function stay with their objects, where the kernel's tables
+# of traced functions look for them.
+kcxx-add := -std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
+	-fno-use-cxa-atexit -fno-sized-deallocation -fno-operator-names -funsigned-char \
+	-fvisibility=hidden -fno-weak -I$(src)
+
+ifdef CONFIG_ARM64
+kcxx-add += $(call cc-option,-mno-outline-atomics)
+endif
+
+# Kernel stacks are small and the walk is nine steps deep. Sanitizers need more room.
+ifndef CONFIG_KASAN
+kframe := -Werror=frame-larger-than=1024
+endif
+
+ifdef CONFIG_PROVE_RCU
+kcxx-add += -DGPON_DEBUG_CHECKS
+endif
+
+# The glue has the module's ends, and calls those of the core.
+$(obj)/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
+	-Dcleanup_module=gpon_core_cleanup_module
+
+# These objects are not in the list of a module, so the kernel's build is told what they are.
+$(kcxx-objs) $(kglue-objs): private part-of-module := y
+$(kcxx-objs) $(kglue-objs): private modname := gpon_flow
+$(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe)
+
+$(kcxx-objs): private override CC := $(kcxx-compiler)
+$(kcxx-objs): private override c_flags = -Wp,-MMD,$(depfile) \
+	$(filter-out $(kcxx-drop),$(_c_flags)) $(modkern_cflags) $(kcxx-add) $(kcxx-ends) $(kframe)
+$(kcxx-objs): private override quiet_cmd_cc_o_c = CXX $(quiet_modtag) $@
+$(kcxx-objs): $(obj)/%.o: $(src)/%.cpp FORCE
+	$(call if_changed_rule,cc_o_c)
+
+quiet_cmd_gpon_whole = LD [M]  $@
+      cmd_gpon_whole = $(LD) $(ld_flags) -r -o $@ $(filter %.o,$(real-prereqs)) && \
+	$(OBJCOPY) --localize-hidden $@
+
+$(kwhole): $(kcxx-objs) $(kglue-objs) FORCE
+	$(call if_changed,gpon_whole)
+
+targets += gpon_flow_whole.o $(gpon_core_objs) $(gpon_glue_objs)

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/* Jiffies and the one timer. It is remembered whether the timer is set up: a load that failed
+ * leaves it running, and stopping a timer that never was set up is an error of its own. */
+#include <linux/jiffies.h>
+#include <linux/timer.h>
+
+#include "compat.h"
+#include "glue.h"
+
+struct timer_list gpon_os_gpon_hash_timer;
+
+static bool timer_stands;
+
+unsigned long gpon_os_get_jiffies_64(void)
+{
+	return (unsigned long)get_jiffies_64();
+}
+
+void gpon_os_timer_setup(struct timer_list *timer, void (*expired)(struct timer_list *),
+			 unsigned int flags)
+{
+	timer_setup(timer, expired, flags);
+	timer_stands = true;
+}
+
+int gpon_os_mod_timer(struct timer_list *timer, unsigned long expires)
+{
+	return mod_timer(timer, expires);
+}
+
+int gpon_os_del_timer_sync(struct timer_list *timer)
+{
+	return timer_stands ? gpon_timer_delete_sync(timer) : 0;
+}
+
+void gpon_glue_drop_timer(void)
+{
+	gpon_os_del_timer_sync(&gpon_os_gpon_hash_timer);
+}
