@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * A frame's way between two devices. Everything here runs in the transmit function of the device
+ * that the frame was put into: bottom halves disabled, several CPUs at once, no lock. The devices
+ * live and die together, after the last of them was closed, so their pointers need no protection.
+ */
+#include <linux/etherdevice.h>
+
+#include "softonu.h"
+
+static void count(struct softonu_dev *port, enum softonu_counter counter)
+{
+	atomic64_inc(&port->counters[counter]);
+}
+
+static void drop(struct sk_buff *skb, struct softonu_dev *port, enum softonu_counter reason)
+{
+	count(port, reason);
+	kfree_skb(skb);
+}
+
+/* Takes a frame over from the stack; data is at the Ethernet header afterwards. */
+static struct sk_buff *take_frame(struct sk_buff *skb, struct softonu_dev *port, bool receiving)
+{
+	if (skb->len < ETH_HLEN) {
+		drop(skb, port, receiving ? SOFTONU_RX_SHORT : SOFTONU_TX_SHORT);
+		return NULL;
+	}
+	skb_reset_mac_header(skb);
+	skb = softonu_own_packet(skb);
+	if (!skb)
+		count(port, receiving ? SOFTONU_RX_NO_MEMORY : SOFTONU_TX_NO_MEMORY);
+	return skb;
+}
+
+static void count_frame(struct softonu_dev *port, enum softonu_counter frames, unsigned int bytes)
+{
+	atomic64_inc(&port->counters[frames]);
+	atomic64_add(bytes, &port->counters[frames + 1]);
+}
+
+/* The frame appears on a device as if it came off a wire: nothing that the kernel knew about it
+ * on the other side survives, and its checksums have to be right. */
+static void deliver(struct sk_buff *skb, struct softonu_dev *to)
+{
+	unsigned int bytes = skb->len;
+
+	memset(skb->cb, 0, sizeof(skb->cb));
+	skb_scrub_packet(skb, true);
+	skb->priority = 0;
+	skb->encapsulation = 0;
+	skb->ip_summed = CHECKSUM_NONE;
+	skb->protocol = eth_type_trans(skb, to->dev);
+	if (gpon_netif_rx(skb) == NET_RX_SUCCESS)
+		count_frame(to, SOFTONU_RX_FRAMES, bytes);
+	else
+		count(to, SOFTONU_RX_BACKLOG);
+}
+
+/* Into the ONU: kind 0 on a UNI, kind 3 on the ANI. */
+static void enter_onu(struct sk_buff *skb, struct softonu_dev *from, struct softonu_dev *to)
+{
+	bool upstream = to->role == SOFTONU_UNI;
+	unsigned int bytes;
+
+	skb = take_frame(skb, to, true);
+	if (!skb)
+		return;
+	bytes = skb->len;
+	count_frame(from, SOFTONU_TX_FRAMES, bytes);
+	if (!netif_running(to->dev)) {
+		drop(skb, to, SOFTONU_RX_DOWN);
+		return;
+	}
+	softonu_set_fields(skb, upstream ? to->number : 0, upstream ? 0 : from->number,
+			   from->multicast);
+	if (softonu_classify(skb, upstream ? GPON_API_UP_UNI : GPON_API_DOWN_ANI)) {
+		drop(skb, to, SOFTONU_RX_HOOK);
+		return;
+	}
+	deliver(skb, to);
+}
+
+static void leave_onu(struct sk_buff *skb, struct softonu_dev *from, struct softonu_dev *to)
+{
+	if (!netif_running(to->dev)) {
+		drop(skb, from, SOFTONU_TX_FAR_DOWN);
+		return;
+	}
+	count_frame(from, SOFTONU_TX_FRAMES, skb->len);
+	deliver(skb, to);
+}
+
+static void leave_on_uni(struct sk_buff *skb, struct softonu_dev *uni)
+{
+	skb = take_frame(skb, uni, false);
+	if (!skb)
+		return;
+	softonu_set_fields(skb, uni->number, 0, false);
+	if (softonu_classify(skb, GPON_API_DOWN_UNI))
+		drop(skb, uni, SOFTONU_TX_HOOK);
+	else
+		leave_onu(skb, uni, uni->peer);
+}
+
+static void leave_on_ani(struct sk_buff *skb, struct softonu_dev *ani)
+{
+	struct softonu_dev *gem;
+
+	skb = take_frame(skb, ani, false);
+	if (!skb)
+		return;
+	softonu_set_fields(skb, softonu_uni_port_of(skb->skb_iif), 0, false);
+	if (softonu_classify(skb, GPON_API_UP_ANI)) {
+		drop(skb, ani, SOFTONU_TX_HOOK);
+		return;
+	}
+	gem = softonu_find_gem(softonu_packet(skb)->gemport_id);
+	if (!gem)
+		drop(skb, ani, SOFTONU_TX_NO_GEM);
+	else if (gem->multicast)
+		drop(skb, ani, SOFTONU_TX_GEM_DOWNSTREAM);
+	else
+		leave_onu(skb, ani, gem);
+}
+
+netdev_tx_t softonu_transmit(struct sk_buff *skb, struct net_device *dev)
+{
+	struct softonu_dev *port = netdev_priv(dev);
+
+	switch (port->role) {
+	case SOFTONU_SUB:
+		enter_onu(skb, port, port->peer);
+		break;
+	case SOFTONU_GEM:
+		enter_onu(skb, port, softonu_ani());
+		break;
+	case SOFTONU_UNI:
+		leave_on_uni(skb, port);
+		break;
+	case SOFTONU_ANI:
+		leave_on_ani(skb, port);
+		break;
+	}
+	return NETDEV_TX_OK;
+}
