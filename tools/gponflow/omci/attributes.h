@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The OMCI attributes of the mirrored managed entity classes (ITU-T G.988 clause 9) and where
+// each goes in the module's raw record.
+//
+// The module's attribute masks and OMCI's number attributes alike, with one exception that the
+// conversion leaves alone: in class 268 the module links the downstream traffic descriptor on
+// attribute 7 (OMCI: downstream priority queue) while its value is OMCI's attribute 9. Masks are
+// handed on as they came, as an OMCI stack does.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace gponflow::omci {
+
+enum class notation : uint8_t { decimal, hexadecimal };
+
+/// One attribute in OMCI order.
+struct attribute {
+    std::string_view name;  ///< for people, after G.988
+    uint8_t bytes;          ///< in a message
+    bool set_by_create;     ///< a create carries it
+    std::string_view field; ///< of the raw record; empty: carried but not mirrored
+    uint8_t element = 0;    ///< where in an array field
+    notation shown = notation::decimal;
+};
+
+/// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.
+struct attribute_class {
+    uint16_t id;
+    std::string_view name; ///< for people, after G.988
+    std::span<const attribute> attributes;
+};
+
+constexpr size_t attributes_per_mask = 16;
+
+/// The bit of attributes[index].
+constexpr uint16_t attribute_bit(size_t index)
+{
+    return static_cast<uint16_t>(0x8000u >> index);
+}
+
+/// The 15 mirrored classes, by rising id.
+std::span<const attribute_class> attribute_classes();
+
+/// Null when the module does not mirror the class.
+const attribute_class* find_attribute_class(uint16_t id);
+
+/// All attributes that a create carries: the mask that goes with a create.
+uint16_t set_by_create_mask(const attribute_class& cls);
+
+/// "MAC bridge service profile", also for common classes that are not mirrored; "class 999" for
+/// the others.
+std::string class_title(uint16_t id);
+
+} // namespace gponflow::omci

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// One OMCI message (ITU-T G.988 clause 11): the baseline set of 40 bytes with its AAL5-like
+// trailer, and the extended set of up to 1980 bytes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace gponflow::omci {
+
+/// G.988 table 11.2.2-1: the actions that the conversion tells apart.
+enum message_type : uint8_t {
+    create = 4,
+    delete_me = 6,
+    set = 8,
+    get = 9,
+    mib_upload_next = 14,
+    mib_reset = 15,
+    reboot = 25,
+};
+
+/// One decoded message. `content` points into the bytes that were decoded and lives as they do.
+struct message {
+    uint16_t transaction = 0;
+    uint8_t type = 0;                    ///< message_type or any other action number
+    bool acknowledge_requested = false;  ///< AR: the sender waits for a response
+    bool acknowledgement = false;        ///< AK: this is a response, from the ONU
+    bool extended = false;               ///< device identifier 0x0b instead of 0x0a
+    uint16_t class_id = 0;
+    uint16_t instance = 0;
+    std::span<const uint8_t> content;    ///< 32 bytes in the baseline set
+};
+
+/// Either a message or what is wrong with the bytes.
+struct decoded {
+    std::optional<message> msg;
+    std::string fault;
+};
+
+/// Checks length, trailer and CRC. The CRC may be missing (44 bytes), as many captures take
+/// messages after the hardware removed it, or zero, as others blank it; Ethernet padding is
+/// tolerated behind either.
+decoded decode_message(std::span<const uint8_t> bytes);
+
+/// Alarm, attribute value change, test result: sent by the ONU of its own accord.
+bool is_notification(const message& msg);
+
+/// "create", "MIB reset", ...; "type 3" for numbers without a meaning in G.988.
+std::string type_name(uint8_t type);
+
+/// Big-endian reads. The caller has checked the length.
+uint16_t read_u16(std::span<const uint8_t> bytes, size_t at);
+uint32_t read_u32(std::span<const uint8_t> bytes, size_t at);
+
+} // namespace gponflow::omci

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Where an OMCI message lies in a captured frame, by link type.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace gponflow::omci {
+
+using mac_address = std::array<uint8_t, 6>;
+
+/// The OMCI part of a frame; the span points into the frame.
+struct link_payload {
+    std::span<const uint8_t> bytes;
+    std::optional<mac_address> source;      ///< Ethernet only
+    std::optional<mac_address> destination; ///< Ethernet only
+};
+
+/// Ethernet (any number of VLAN tags) and Linux cooked captures with EtherType 0x88b5, and the
+/// link types reserved for private use (DLT_USER0 to 15), whose frames are bare messages.
+bool carries_omci(int link_type);
+
+/// Nothing when the frame carries something else or is too short to tell.
+std::optional<link_payload> find_omci(int link_type, std::span<const uint8_t> frame);
+
+} // namespace gponflow::omci
