@@ -1,0 +1,59 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: boot.sh ARCH INITRAMFS [WORD...]
+#
+# Boots the kernel of an architecture on two processors under emulation, its serial line on
+# standard output. WORDs go to the kernel's command line: NAME=VALUE becomes a variable of init.
+# GPON_GUEST_SECONDS limits the time, GPON_KERNEL_IMAGE boots another kernel, GPON_GUEST_MEMORY is
+# the memory in MiB.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+[ $# -ge 2 ] || fail "an architecture and an initramfs are needed"
+arch=$1
+initramfs=$2
+shift 2
+
+# The decompressor in a bzImage is slow under emulation. Its payload is the kernel as an ELF file;
+# its place stands in the boot header, the payload's own size in the last four bytes of it.
+unpacked_x86_64() {
+    local packed=$1 unpacked=$GPON_KERNEL_DIR/x86_64/vmlinux setup offset length
+    if [ ! -f "$unpacked" ]; then
+        setup=$(od -An -tu1 -j $((0x1f1)) -N 1 "$packed")
+        offset=$(od -An -tu4 -j $((0x248)) -N 4 "$packed")
+        length=$(od -An -tu4 -j $((0x24c)) -N 4 "$packed")
+        tail -c +$(((setup + 1) * 512 + offset + 1)) "$packed" | head -c $((length - 4)) |
+            xz -dc --single-stream >"$unpacked.new"
+        mv "$unpacked.new" "$unpacked"
+    fi
+    echo "$unpacked"
+}
+
+machine() {
+    case $arch in
+    arm64)
+        qemu=(qemu-system-aarch64 -M virt -accel tcg,thread=multi -cpu cortex-a53)
+        console=ttyAMA0
+        image=$(kernel_root arm64)/boot/vmlinuz-$(kernel_version arm64)
+        ;;
+    x86_64)
+        qemu=(qemu-system-x86_64 -M q35 -accel tcg,thread=multi -cpu max)
+        console=ttyS0
+        image=$(unpacked_x86_64 "$(kernel_root x86_64)/boot/vmlinuz-$(kernel_version x86_64)")
+        ;;
+    *) fail "there is no architecture '$arch'" ;;
+    esac
+    image=${GPON_KERNEL_IMAGE:-$image}
+}
+
+machine
+status=0
+timeout --foreground "${GPON_GUEST_SECONDS:-300}" "${qemu[@]}" -smp 2 \
+    -m "${GPON_GUEST_MEMORY:-512}" -nographic -nodefaults -no-reboot -serial mon:stdio \
+    -kernel "$image" -initrd "$initramfs" \
+    -append "console=$console panic=-1 quiet log_buf_len=8M $*" </dev/null || status=$?
+[ "$status" != 124 ] || echo "@@ the guest was stopped after ${GPON_GUEST_SECONDS:-300} s"
+exit "$status"

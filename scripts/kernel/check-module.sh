@@ -1,0 +1,68 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: check-module.sh ARCH GPON_FLOW.KO
+#
+# What must hold for the module as it would be shipped: its size, which names it shows to other
+# code, which names an operator finds in a stack trace, and nothing in it that a kernel would
+# silently not run.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+[ $# = 2 ] || fail "an architecture and a module are needed"
+arch=$1
+module=$2
+prefix=$(cross_prefix "$arch")
+text_limit=65536
+
+# An operator traces these and meets them in stack traces, so they must not be inlined away.
+named_functions=(gpon_flow_api_dispatch gpon_pkt_general_flow_func gpon_flow_ioctl
+    gpon_flow_dispatch_omci_cmd gpon_dbg_parsing_cmd gpon_flow_me_general_update
+    gpon_hash_add_node_safe gpon_hash_get_rule_safe gpon_flow_is_trace_skb
+    gpon_core_init_module gpon_core_cleanup_module)
+
+failed=0
+complain() {
+    echo "check-module: $arch: $1" >&2
+    failed=1
+}
+
+check_text() {
+    local stripped=$module.stripped bytes
+    "${prefix}strip" --strip-debug -o "$stripped" "$module"
+    bytes=$("${prefix}size" -A "$stripped" | awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n}')
+    rm -f "$stripped"
+    echo "$arch: $bytes bytes of text"
+    if [ "$arch" = arm64 ] && [ "$bytes" -gt "$text_limit" ]; then
+        complain "$bytes bytes of text are more than $text_limit"
+    fi
+}
+
+check_globals() {
+    local found
+    found=$("${prefix}nm" --defined-only -g "$module" | awk '{print $3}' |
+        grep -vxE 'init_module|cleanup_module|__this_module' || true)
+    [ -z "$found" ] || complain "global symbols that nobody asked for: ${found//$'\n'/ }"
+}
+
+check_names() {
+    local name names
+    names=$("${prefix}nm" --defined-only "$module" | awk '$2 ~ /^[tT]$/ {print $3}')
+    for name in "${named_functions[@]}"; do
+        grep -qx "$name" <<<"$names" || complain "there is no function $name in the module"
+    done
+}
+
+check_constructors() {
+    local found
+    found=$("${prefix}objdump" -h -w "$module" | awk '$2 ~ /^\.(init_array|ctors)/ {print $2}')
+    [ -z "$found" ] || complain "static constructors, which a kernel does not run: $found"
+}
+
+check_text
+check_globals
+check_names
+check_constructors
+exit "$failed"

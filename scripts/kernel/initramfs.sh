@@ -1,0 +1,103 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: initramfs.sh ARCH OUTPUT [FILE[=GUEST-PATH]]...
+#
+# Packs what a test guest runs from: busybox, iproute2 with its libraries, the kernel's own modules
+# that the tests want, both of our modules, the guest scripts and tests. Further files go to
+# /bin, or to where GUEST-PATH says.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+[ $# -ge 2 ] || fail "an architecture and an output file are needed"
+arch=$1
+output=$2
+shift 2
+root=$(kernel_root "$arch")
+version=$(kernel_version "$arch")
+farm=${GPON_MODULES:-$(module_farm "$arch")}
+readelf=$(cross_prefix "$arch")readelf
+
+# Kernel modules of the distribution that tests load by name.
+stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe)
+
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+
+put() {
+    mkdir -p "$(dirname "$tree/$2")"
+    cp -L "$1" "$tree/$2"
+}
+
+# A program's libraries, and theirs, to where the loader looks.
+put_libraries() {
+    local name found
+    for name in $("$readelf" -d "$1" 2>/dev/null | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
+        if [ ! -e "$tree/lib/$name" ]; then
+            found=$(find "$root/lib" "$root/usr/lib" -name "$name" | head -n 1)
+            [ -n "$found" ] || fail "the library $name of $1 is not there"
+            put "$found" "lib/$name"
+            put_libraries "$found"
+        fi
+    done
+}
+
+put_loader() {
+    local loader
+    loader=$("$readelf" -l "$1" | sed -n 's/.*interpreter: \/\(.*\)\]/\1/p')
+    [ -z "$loader" ] || [ -e "$tree/$loader" ] || put "$root/$loader" "$loader"
+}
+
+put_programs() {
+    local program
+    put "$root/bin/busybox" bin/busybox
+    for program in bin/ip sbin/tc sbin/bridge; do
+        put "$root/$program" "sbin/${program##*/}"
+        put_loader "$root/$program"
+        put_libraries "$root/$program"
+    done
+}
+
+put_stock_modules() {
+    local name path
+    [ -f "$root/lib/modules/$version/modules.dep" ] || depmod -b "$root" "$version"
+    for name in "${stock_modules[@]}"; do
+        modprobe -S "$version" -d "$root" --show-depends "$name" | awk '$1 == "insmod" {print $2}'
+    done | sort -u | while read -r path; do
+        put "$path" "lib/modules/${path#*/lib/modules/}"
+    done
+    cp "$root/lib/modules/$version"/modules.{order,builtin,builtin.modinfo} \
+        "$tree/lib/modules/$version/"
+    depmod -b "$tree" "$version"
+}
+
+put_tests() {
+    local file
+    put scripts/kernel/guest/init init
+    chmod 0755 "$tree/init"
+    put scripts/kernel/guest/lib.sh tests/lib.sh
+    find tests/kernel -name '*.sh' | while read -r file; do
+        put "$file" "tests/${file#tests/kernel/}"
+    done
+    put "$farm/gpon_softonu.ko" modules/gpon_softonu.ko
+    put "$farm/gpon_flow.ko" modules/gpon_flow.ko
+}
+
+put_further_files() {
+    local word
+    for word in "$@"; do
+        case $word in
+        *=*) put "${word%%=*}" "${word#*=/}" ;;
+        *) put "$word" "bin/${word##*/}" ;;
+        esac
+    done
+}
+
+mkdir -p "$tree"/{bin,sbin,dev,proc,sys,tmp,root,etc,"lib/modules/$version"}
+put_programs
+put_stock_modules
+put_tests
+put_further_files "$@"
+(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0 | gzip -1) >"$output"
