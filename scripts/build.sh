@@ -1,11 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# shellcheck shell=bash
 #
 # Configures and builds one of the configurations of CMakePresets.json. Sourced in the tree's root.
 
-# shellcheck source=scripts/log.sh
 . scripts/log.sh
-# shellcheck source=scripts/packages.sh
 . scripts/packages.sh
 
 GPON_JOBS=${GPON_JOBS:-$(nproc)}

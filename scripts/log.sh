@@ -1,12 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# shellcheck shell=bash
 #
 # One line for each step; what the step itself printed goes to a log and is shown when it failed.
 
 # Where everything that is made goes; another folder lets two builds of one tree live side by side.
 GPON_BUILD_DIR=${GPON_BUILD_DIR:-build}
 
-GPON_LOG_TAIL=60
+GPON_LOG_TAIL=120
 
 # step NAME COMMAND...: runs the command quietly, answers its status.
 step() {

@@ -1,5 +1,4 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# shellcheck shell=bash
 #
 # Installs what a subcommand needs, and only that: "need build test" takes the groups of
 # packages.txt, asks dpkg what is missing and lets apt install it. Sourced in the tree's root.

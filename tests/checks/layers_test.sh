@@ -12,19 +12,19 @@ layered_tree() {
 }
 
 layered_tree
-passes "a tree without an include" bash $check "$tree"
+passes "a tree without an include" bash "$check" "$tree"
 file core/a.cpp <<<'#include "pkt/walk.h"'
 file pkt/walk.cpp <<<'#include "../me_class/a.h"'
 file me_class/a.cpp <<<'#include "pkt/header.h"'
 file me/table.cpp <<<'#include "me_class/classes.h"'
 file hash/a.cpp <<<'#include <cstdint>'
-passes "includes of lower layers" bash $check "$tree"
+passes "includes of lower layers" bash "$check" "$tree"
 
 # FILE LINE TEXT
 violation() {
     layered_tree
     file "$1" <<<"$2"
-    fails "$1: $2" "$3" bash $check "$tree"
+    fails "$1: $2" "$3" bash "$check" "$tree"
 }
 violation hash/a.cpp '#include "me/a.h"' 'layer above'
 violation include/a.h '#include "../hash/a.h"' 'layer above'
@@ -39,5 +39,5 @@ violation hash/a.cpp '#include <string>' 'not freestanding'
 violation hash/a.cpp '#include <linux/types.h>' "kernel's"
 
 fresh_tree
-fails "an empty tree" "no source" bash $check "$tree"
-exit $proofs_failed
+fails "an empty tree" "no source" bash "$check" "$tree"
+exit "$proofs_failed"

@@ -27,12 +27,12 @@ compile() {
 }
 
 check_host() {
-    bash $check host "$tree/host.o"
+    bash "$check" host "$tree/host.o"
 }
 
 check_module() {
     NM=${cross}nm OBJDUMP=${cross}objdump HOST_OBJDUMP=objdump \
-        bash $check module "$tree/module.o" "$tree/host.o"
+        bash "$check" module "$tree/module.o" "$tree/host.o"
 }
 
 compile "$clean_source"
@@ -60,5 +60,5 @@ fails "a kernel symbol, module" "kfree" check_module
 
 compile "$clean_source int g(unsigned i) { return __builtin_popcount(i); }"
 fails "a compiler's library function" "__popcountdi2" check_module
-fails "no object" "no object" bash $check host
-exit $proofs_failed
+fails "no object" "no object" bash "$check" host
+exit "$proofs_failed"

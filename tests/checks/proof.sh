@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# shellcheck shell=bash
+#
+# shellcheck disable=SC2034 # proofs_failed is for the file that sources this one
 #
 # Helps to prove that a check fails where it should: each case makes a small tree in $tree.
 

@@ -11,20 +11,20 @@ commit_all() {
 
 # WHAT TEXT: the tree that was made fails with TEXT, tracked or unpacked from an archive.
 refused() {
-    fails "$1 (unpacked)" "$2" bash $check "$tree"
+    fails "$1 (unpacked)" "$2" bash "$check" "$tree"
     commit_all
-    fails "$1" "$2" bash $check "$tree"
+    fails "$1" "$2" bash "$check" "$tree"
 }
 
 fresh_tree
 file a.cpp <<<"$licence"
 file notes.md <<<'about build/work/ folders'
 file LICENSE <<<'a line that ends in blanks  '
-passes "a clean tree (unpacked)" bash $check "$tree"
+passes "a clean tree (unpacked)" bash "$check" "$tree"
 commit_all
-passes "a clean tree" bash $check "$tree"
+passes "a clean tree" bash "$check" "$tree"
 file untracked.cpp <<<'int a;'
-passes "a file that is not tracked" bash $check "$tree"
+passes "a file that is not tracked" bash "$check" "$tree"
 
 fresh_tree
 printf '%s\n// see %s\n' "$licence" "/root""/notes" | file a.h
@@ -43,5 +43,5 @@ printf '%s' "$licence" | file a.cpp
 refused "an unfinished last line" "no line feed"
 
 fresh_tree
-fails "an empty tree" "nothing to check" bash $check "$tree"
-exit $proofs_failed
+fails "an empty tree" "nothing to check" bash "$check" "$tree"
+exit "$proofs_failed"

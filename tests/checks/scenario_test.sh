@@ -15,16 +15,16 @@ chmod +x "$tree/tool"
 file a.scn <<<'echo a'
 
 fails "a scenario without a transcript" "has no transcript" \
-    bash $runner check "$tree/tool" "$tree/a.scn"
-passes "recording" bash $runner record "$tree/tool" "$tree/a.scn"
-passes "the same transcript" bash $runner check "$tree/tool" "$tree/a.scn"
+    bash "$runner" check "$tree/tool" "$tree/a.scn"
+passes "recording" bash "$runner" record "$tree/tool" "$tree/a.scn"
+passes "the same transcript" bash "$runner" check "$tree/tool" "$tree/a.scn"
 file a.scn <<<'echo b'
-fails "another transcript" "+echo b" bash $runner check "$tree/tool" "$tree/a.scn"
+fails "another transcript" "+echo b" bash "$runner" check "$tree/tool" "$tree/a.scn"
 
 file a.scn <<<'! expected a=1, got 2'
-fails "an expectation that fails" "expected a=1" bash $runner check "$tree/tool" "$tree/a.scn"
-fails "recording a failure" "exit status is 1" bash $runner record "$tree/tool" "$tree/a.scn"
+fails "an expectation that fails" "expected a=1" bash "$runner" check "$tree/tool" "$tree/a.scn"
+fails "recording a failure" "exit status is 1" bash "$runner" record "$tree/tool" "$tree/a.scn"
 passes "keeps the old transcript" grep -q 'echo a' "$tree/a.transcript"
-fails "a tool that is not there" "exit status" bash $runner check "$tree/none" "$tree/a.scn"
-fails "no scenario" "usage" bash $runner check "$tree/tool"
-exit $proofs_failed
+fails "a tool that is not there" "exit status" bash "$runner" check "$tree/none" "$tree/a.scn"
+fails "no scenario" "usage" bash "$runner" check "$tree/tool"
+exit "$proofs_failed"
