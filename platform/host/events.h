@@ -1,0 +1,20 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* The way of what the module did to the sink; see event in host.h. Any context, any thread. */
+#pragma once
+
+#include <cstdarg>
+
+#include "platform/host/host.h"
+
+namespace gpon::host {
+
+/* False while nobody listens: spare the formatting then. */
+bool recording();
+
+/* Hands one event to the sink, if there is one. */
+void record(event::kind what, std::string text);
+
+/* One platform call as one line, in the kernel's formatting. */
+[[gnu::format(printf, 1, 2)]] void record_call(const char* text, ...);
+
+} // namespace gpon::host

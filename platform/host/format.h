@@ -1,0 +1,24 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The kernel's text formatting, which is not libc's: %#x adds 0x to 0 too, zero padding goes on
+ * in spite of a precision, a precision of 0 still prints a 0, %.s prints the whole string.
+ */
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <string>
+
+namespace gpon::host {
+
+/* Writes at most room - 1 characters and, room permitting, a terminator; answers the length without
+ * the cut. Flags # 0 - + blank, width, precision, *, lengths hh h l ll z, conversions
+ * s d i u o x X c p %. Anything else ends the text there, as it does in a kernel. A pointer is
+ * printed as it is: 16 hexadecimal digits. */
+[[gnu::format(printf, 3, 0)]] size_t format_to(char* out, size_t room, const char* text,
+                                               va_list arguments);
+
+/* The same as a string of any length. */
+[[gnu::format(printf, 1, 0)]] std::string format(const char* text, va_list arguments);
+
+} // namespace gpon::host

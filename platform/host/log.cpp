@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <climits>
+#include <cstdarg>
+
+#include "platform/host/context.h"
+#include "platform/host/events.h"
+#include "platform/host/format.h"
+#include "platform/host/state.h"
+#include "platform/kernel_api.h"
+
+namespace gpon::host {
+namespace {
+
+// Level prefixes (\001 and a character) steer the kernel's log and are no part of the text.
+void drop_level_prefixes(std::string& text)
+{
+    size_t skipped = 0;
+    while (text.size() - skipped >= 2 && text[skipped] == '\001' &&
+           ((text[skipped + 1] >= '0' && text[skipped + 1] <= '7') || text[skipped + 1] == 'c'))
+        skipped += 2;
+    text.erase(0, skipped);
+}
+
+[[gnu::format(printf, 1, 0)]] int print(const char* text, va_list arguments)
+{
+    std::string line = format(text, arguments);
+    drop_level_prefixes(line);
+    const int length = static_cast<int>(line.size());
+    record(event::log, std::move(line));
+    return length;
+}
+
+} // namespace
+} // namespace gpon::host
+
+using namespace gpon::host;
+
+int printk(const char* text, ...)
+{
+    if (!recording())
+        return 0;
+    va_list arguments;
+    va_start(arguments, text);
+    const int length = print(text, arguments);
+    va_end(arguments);
+    return length;
+}
+
+int pr_cont(const char* text, ...)
+{
+    if (!recording())
+        return 0;
+    va_list arguments;
+    va_start(arguments, text);
+    const int length = print(text, arguments);
+    va_end(arguments);
+    return length;
+}
+
+int snprintf(char* buffer, size_t bytes, const char* text, ...)
+{
+    // A negative size that went through size_t; a kernel warns and writes nothing.
+    if (bytes > INT_MAX)
+        return 0;
+    va_list arguments;
+    va_start(arguments, text);
+    const size_t length = format_to(buffer, bytes, text, arguments);
+    va_end(arguments);
+    return static_cast<int>(length);
+}
+
+void dump_stack()
+{
+    record_call("dump_stack");
+}
+
+void panic(const char* text, ...)
+{
+    va_list arguments;
+    va_start(arguments, text);
+    const std::string words = format(text, arguments);
+    va_end(arguments);
+    record_call("panic %s", words.c_str());
+    abandon_load();
+    fatal("panic outside of module loading: %s", words.c_str());
+}
