@@ -35,6 +35,10 @@ if(GPON_SANITIZE)
     add_link_options(${sanitizers})
 endif()
 
+if(GPON_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(GPON_COVERAGE)
     add_compile_options(--coverage -O0 -fprofile-update=atomic)
     add_link_options(--coverage)

@@ -7,6 +7,9 @@
 
 GPON_JOBS=${GPON_JOBS:-$(nproc)}
 
+# Put before the commands that build and test, which also start what was built.
+GPON_THROUGH=()
+
 # The release configuration lives in the build folder itself, every other in a folder of its name.
 preset_dir() {
     if [ "$1" = release ]; then
@@ -24,5 +27,5 @@ build_preset() {
         targets+=(--target "$target")
     done
     cmake --preset "$1" -B "$dir" &&
-        cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}"
+        "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}"
 }
