@@ -79,10 +79,10 @@ GPON_SEAM(void, check_list_access, (void));
 GPON_SEAM_DATA(struct spinlock, gpon_hash_lock);
 GPON_SEAM_DATA(struct mutex, gpon_flow_control_mutex);
 GPON_SEAM(void, spin_lock_init, (struct spinlock* lock));
-GPON_SEAM(void, spin_lock_bh, (struct spinlock* lock)) GPON_ACQUIRE(*lock);
-GPON_SEAM(void, spin_unlock_bh, (struct spinlock* lock)) GPON_RELEASE(*lock);
-GPON_SEAM(void, mutex_lock, (struct mutex* lock)) GPON_ACQUIRE(*lock);
-GPON_SEAM(void, mutex_unlock, (struct mutex* lock)) GPON_RELEASE(*lock);
+GPON_SEAM(void, spin_lock_bh, (struct spinlock* lock));
+GPON_SEAM(void, spin_unlock_bh, (struct spinlock* lock));
+GPON_SEAM(void, mutex_lock, (struct mutex* lock));
+GPON_SEAM(void, mutex_unlock, (struct mutex* lock));
 
 /* ---- time: everything in jiffies. The timer's callback runs in softirq context. */
 GPON_SEAM_DATA(struct timer_list, gpon_hash_timer);
@@ -138,6 +138,13 @@ GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff* skb, unsigned short gemport
 GPON_SEAM(unsigned short, skb_multicast, (const struct sk_buff* skb));
 
 #ifdef __cplusplus
+/* Lock contracts, apart from the declarations above: behind an asm label clang no longer knows
+ * the parameter's name. */
+void spin_lock_bh(spinlock* lock) GPON_ACQUIRE(*lock);
+void spin_unlock_bh(spinlock* lock) GPON_RELEASE(*lock);
+void mutex_lock(mutex* lock) GPON_ACQUIRE(*lock);
+void mutex_unlock(mutex* lock) GPON_RELEASE(*lock);
+
 /* ---- the platform's packet path, under its own exported names */
 int vorn_register_hook(vorn_hook_ops* ops);
 int vorn_unregister_hook(vorn_hook_ops* ops);

@@ -1,0 +1,25 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Words and numbers of debug commands, read as the kernel's scan functions read them. */
+#ifndef GPON_DEBUG_WORDS_H
+#define GPON_DEBUG_WORDS_H
+
+#include "../include/debug_entry.h"
+
+namespace gpon {
+
+/* Splits a terminated line at blanks into at most four words, each cut to 31 characters. Answers
+ * their number, or -1 for a line without any, as a scan does. */
+i32 split_words(const char* line, gpon_dbg_words& words);
+
+/* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
+ * stops at the first character that does not fit, values are modulo 2^32. A null word, or one
+ * without a digit, leaves the value alone. */
+void scan_hex(const char* word, u32* value);
+void scan_decimal(const char* word, i32* value);
+
+/* "%02x:%02x:%02x:%02x:%02x:%02x": as many of the six values as the word holds. */
+void scan_mac(const char* word, u32 (&value)[6]);
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,31 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Start and end of the rule table, its aging, and its dump for operators. */
+#ifndef GPON_HASH_AGING_H
+#define GPON_HASH_AGING_H
+
+#include "rule_table.h"
+
+/* Period of the sweep in jiffies; a tick count that does not scale with HZ. */
+inline constexpr unsigned long GPON_HASH_AGING_PERIOD = 30000;
+
+extern "C" {
+
+/* Process context, at module load: 64 buckets, timer armed. -1 when there is no memory: the timer
+ * is then not armed. */
+i32 gpon_hash_init(void);
+
+/* Process context, at unload: waits for a running sweep, then frees the table. -1 when there is
+ * none. */
+i32 gpon_hash_exit(void);
+
+/* Sweeps once and arms the timer again. Softirq. */
+void gpon_hash_aging_timer_func(timer_list* timer);
+
+/* Deletes every rule that was not used since the last sweep and takes the mark off the others. */
+void gpon_hash_delete_aging_node(void) GPON_REQUIRES(gpon_hash_lock);
+
+/* Prints the whole table to the kernel log, under the lock. Process context; always 0. */
+i32 gpon_hash_dump_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
+}
+
+#endif

@@ -1,0 +1,28 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* One rule as operators see it. */
+#ifndef GPON_HASH_DUMP_H
+#define GPON_HASH_DUMP_H
+
+#include "../include/packet_flow.h"
+
+/* Header fields of a rule's key, in host order. */
+struct gpon_hash_dump_state {
+    u8 dst_mac[6];
+    u8 src_mac[6];
+    u16 port_id;
+    u16 tpid[GPON_MAX_TAGS]; /* outer to inner */
+    u16 tci[GPON_MAX_TAGS];
+    u8 tag_num;
+};
+
+extern "C" {
+
+/* Takes a key apart. A null key leaves both results as they are. */
+void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* state,
+                           u16* direction);
+
+/* Prints the column header and one row; -1 for a null record. */
+i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 direction);
+}
+
+#endif

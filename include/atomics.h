@@ -1,0 +1,112 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The one set of helpers for memory that is unaligned or that another context may change while
+ * it is read. Words shared without a lock are read and written with relaxed atomic accesses, which
+ * cost what plain ones cost and keep the concurrency defined.
+ */
+#ifndef GPON_ATOMICS_H
+#define GPON_ATOMICS_H
+
+#include "types.h"
+
+namespace gpon {
+
+template <typename T> inline T load_relaxed(const T& word)
+{
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+template <typename T> inline void store_relaxed(T& word, T value)
+{
+    __atomic_store_n(&word, value, __ATOMIC_RELAXED);
+}
+
+// Makes everything written before visible to whoever follows the pointer.
+template <typename T> inline void publish(T*& slot, T* value)
+{
+    __atomic_store_n(&slot, value, __ATOMIC_RELEASE);
+}
+
+// A pointer published with publish(). What it points at is reached through the address, which
+// orders the loads on every CPU that runs Linux; an acquire load would cost a barrier. The thread
+// sanitizer does not follow addresses and is told.
+template <typename T> inline T* subscribe(T* const& slot)
+{
+#if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
+    return __atomic_load_n(&slot, __ATOMIC_ACQUIRE);
+#else
+    return __atomic_load_n(&slot, __ATOMIC_RELAXED);
+#endif
+}
+
+template <typename T> inline T load_unaligned(const void* from)
+{
+    T value;
+    __builtin_memcpy(&value, from, sizeof(value));
+    return value;
+}
+
+inline void copy_bytes(void* to, const void* from, size_t bytes)
+{
+    __builtin_memcpy(to, from, bytes);
+}
+
+inline void clear_bytes(void* at, size_t bytes)
+{
+    __builtin_memset(at, 0, bytes);
+}
+
+inline bool same_bytes(const void* a, const void* b, size_t bytes)
+{
+    return __builtin_memcmp(a, b, bytes) == 0;
+}
+
+inline i32 text_length(const char* text)
+{
+    i32 length = 0;
+    while (text[length] != '\0')
+        ++length;
+    return length;
+}
+
+// Copies out of, or into, memory that another context may write, or read, at the same time. The
+// shared side is an allocation of its own and therefore aligned to a word.
+template <typename Word> inline size_t copy_words_from_shared(u8* to, const u8* shared, size_t bytes)
+{
+    size_t done = 0;
+    for (; bytes - done >= sizeof(Word); done += sizeof(Word)) {
+        const Word word = load_relaxed(*reinterpret_cast<const Word*>(shared + done));
+        copy_bytes(to + done, &word, sizeof(word));
+    }
+    return done;
+}
+
+template <typename Word> inline size_t copy_words_to_shared(u8* shared, const u8* from, size_t bytes)
+{
+    size_t done = 0;
+    for (; bytes - done >= sizeof(Word); done += sizeof(Word))
+        store_relaxed(*reinterpret_cast<Word*>(shared + done), load_unaligned<Word>(from + done));
+    return done;
+}
+
+inline void copy_from_shared(void* to, const void* shared, size_t bytes)
+{
+    u8* out = static_cast<u8*>(to);
+    const u8* in = static_cast<const u8*>(shared);
+    size_t done = copy_words_from_shared<u64>(out, in, bytes);
+    done += copy_words_from_shared<u16>(out + done, in + done, bytes - done);
+    copy_words_from_shared<u8>(out + done, in + done, bytes - done);
+}
+
+inline void copy_to_shared(void* shared, const void* from, size_t bytes)
+{
+    u8* out = static_cast<u8*>(shared);
+    const u8* in = static_cast<const u8*>(from);
+    size_t done = copy_words_to_shared<u64>(out, in, bytes);
+    done += copy_words_to_shared<u16>(out + done, in + done, bytes - done);
+    copy_words_to_shared<u8>(out + done, in + done, bytes - done);
+}
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,84 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * How a managed entity class is described to the generic code: one row of the class table, which
+ * leads to the class's list descriptor and to its forwarding descriptor. All of it is constant
+ * but the list head.
+ */
+#ifndef GPON_ME_CLASS_H
+#define GPON_ME_CLASS_H
+
+#include "me_inst.h"
+#include "packet_flow.h"
+#include "uapi/gpon_flow.h"
+
+/* One related-info row: which instances of another class point at this instance. */
+struct gpon_me_related_info {
+    u16 related_class_id; /* class of the instances recorded; 0 ends a table */
+    char name[70];        /* column name of the dump */
+    gpon_me_related_id* related_ids; /* null in a class's template, owned in an instance's copy */
+    i32 related_inst_num; /* capacity; below 2 the dump shows a column, else a list */
+};
+static_assert(sizeof(gpon_me_related_info) == 88);
+
+/* One attribute-op row. */
+struct gpon_me_attr_op {
+    u16 mask; /* OMCI attribute mask, bit 15 = attribute 1; 0 ends a table */
+    /* attr_data of the record points at a kernel copy of the raw record. Process context. */
+    i32 (*handler)(gpon_me_cmd* cmd);
+};
+
+struct gpon_me_list_info {
+    /* Formats a raw record as cells under titles; answers the length of the titles. */
+    i32 (*dump_raw)(const void* raw, char* values, char* header, char* extra, i32 length);
+    i32 raw_size; /* bytes */
+    const gpon_me_related_info* related_info; /* template, closed by a row of class 0 */
+    i32 related_info_size;                    /* bytes, closing row included */
+    i32 (*fill_raw_data)(void* raw); /* defaults of an instance created by the store, or null */
+    const gpon_me_attr_op* attr_ops; /* null: creates and sets store nothing */
+    list_head* head;
+};
+
+/* One next-class row: the class to try next and the directions in which it is a step. */
+struct gpon_me_next_class {
+    u16 class_id; /* 0 ends a table */
+    u16 flags;    /* fwd_flag bits */
+};
+
+struct gpon_me_fwd_op {
+    const gpon_me_next_class* next_classes;
+    /* Decides one step of a walk; packet path, inside an RCU read section. */
+    i32 (*forward)(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+};
+
+/* One row of me_table. */
+struct gpon_me_entry {
+    u16 class_id; /* G.988 class number */
+    char name[66];
+    u32 explicit_create; /* 1: only the OLT creates instances; else a link to one creates it */
+    const gpon_me_list_info* list_info;
+    const gpon_me_fwd_op* fwd_op; /* null: never a step of a walk */
+};
+static_assert(sizeof(gpon_me_entry) == 88);
+
+namespace gpon {
+
+/* The raw record that a command carries, once it points at a kernel copy. */
+inline const void* attr_data(const gpon_me_cmd* cmd)
+{
+    return reinterpret_cast<const void*>(static_cast<uintptr_t>(cmd->attr_data));
+}
+
+} // namespace gpon
+
+static_assert(sizeof(gpon_me_cmd) == 16 && sizeof(gpon_flow_cmd) == 64);
+static_assert(sizeof(struct gpon_flow_cfg_data) == 40);
+static_assert(sizeof(gpon_raw_mapper) == 48 && sizeof(gpon_raw_mbsp) == 8);
+static_assert(sizeof(gpon_raw_mbpcd) == 8 && sizeof(gpon_raw_gemctp) == 20);
+static_assert(sizeof(gpon_raw_gemiw) == 4 && sizeof(gpon_raw_multigemiw) == 4);
+static_assert(sizeof(gpon_raw_pptp) == 2 && sizeof(gpon_raw_veip) == 2);
+static_assert(sizeof(gpon_raw_pq) == 12 && sizeof(gpon_raw_tcont) == 6);
+static_assert(sizeof(gpon_raw_td) == 24 && sizeof(gpon_raw_ts) == 8);
+static_assert(sizeof(gpon_raw_vtfd) == 28 && sizeof(gpon_raw_vtocd) == 2);
+static_assert(sizeof(gpon_raw_evtocd) == 2);
+
+#endif

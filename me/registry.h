@@ -1,0 +1,38 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* The compiled-in catalogue of mirrored classes. Constant after gpon_flow_init_me_map. */
+#ifndef GPON_ME_REGISTRY_H
+#define GPON_ME_REGISTRY_H
+
+#include "../include/me_class.h"
+
+/* Rows of me_table; row 0 is empty and stands for "no class". */
+inline constexpr u16 GPON_ME_ROWS = 16;
+/* Class ids that the class-id map covers: 0 to 511. */
+inline constexpr u16 GPON_ME_CLASS_IDS = 512;
+
+extern "C" {
+
+/* Row order is the order of clean-all and dump-all. */
+extern const gpon_me_entry me_table[GPON_ME_ROWS];
+
+/* Builds the class-id map; once, at module load, before any command or packet. */
+void gpon_flow_init_me_map(void);
+
+/* The class's row, or null (with an error message for G.988's reserved ranges). Any context. */
+const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
+}
+
+namespace gpon {
+
+/* The class's row without a word in the log; null for a class that is not mirrored. */
+const gpon_me_entry* mirrored_class(u16 class_id);
+
+/* True when the class keeps instances. */
+inline bool has_list(const gpon_me_entry* entry)
+{
+    return entry && entry->list_info && entry->list_info->head;
+}
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "relation.h"
+
+#include "../include/log.h"
+#include "../include/memory.h"
+#include "list.h"
+#include "registry.h"
+#include "related.h"
+
+namespace {
+
+using gpon::load_related_id;
+
+enum class table_step { passed_over, answered };
+
+// A row's part of the forward query.
+table_step next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
+{
+    for (i32 i = 0; i < row.related_inst_num; ++i) {
+        const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
+        if (entry.instExist == 0)
+            break;
+        if (related_id->instExist == 0) {
+            *related_id = entry;
+            return table_step::answered;
+        }
+        if (entry.instId == related_id->instId)
+            related_id->instExist = 0;
+    }
+    return table_step::passed_over;
+}
+
+void trace_query(const sk_buff* skb, const gpon_me_relation_query* query,
+                 log_site site = log_site::here())
+{
+    log_packet_from(site, skb, LOG_TRACE,
+                    "[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n",
+                    query->class_id, query->inst_id, query->related_class_id);
+}
+
+void trace_answer(const sk_buff* skb, const gpon_me_relation_query* query,
+                  log_site site = log_site::here())
+{
+    trace_query(skb, query, site);
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d] instExist=%d,instId = 0x%x\n",
+                    query->related_id->instExist, query->related_id->instId);
+}
+
+// Entry checks that both queries share.
+bool is_complete(const sk_buff* skb, const gpon_me_relation_query* query,
+                 log_site site = log_site::here())
+{
+    if (!skb) {
+        log_trace_from(site, "[%s][%d]: Enter\n");
+        log_error_from(site, "[%s][%d] input parament is NULL\r\n");
+        return false;
+    }
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    if (query && query->related_id)
+        return true;
+    log_packet_from(site, skb, LOG_ERROR, "[%s][%d] input parament is NULL\r\n");
+    return false;
+}
+
+const gpon_me_entry* class_with_list(const sk_buff* skb, u16 class_id,
+                                     log_site site = log_site::here())
+{
+    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(class_id);
+    if (gpon::has_list(entry))
+        return entry;
+    log_packet_from(site, skb, LOG_ERROR, "[%s][%d]the classId(%d) can not get the entry.\n",
+                    class_id);
+    return nullptr;
+}
+
+// The search of the reverse query over one instance.
+bool records(const sk_buff* skb, const gpon_me_inst& inst, const gpon_me_relation_query& query,
+             log_site site)
+{
+    for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
+        if (row->related_class_id != query.class_id) {
+            log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+            continue;
+        }
+        for (i32 i = 0; i < row->related_inst_num; ++i) {
+            const gpon_me_related_id entry = load_related_id(row->related_ids[i]);
+            if (entry.instExist != 1) {
+                log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+                break;
+            }
+            if (entry.instId == query.inst_id) {
+                *query.related_id = {.instExist = 1, .instId = inst.inst_id};
+                log_packet_from(site, skb, LOG_TRACE, "%s [%d]: i=%d\n", i);
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// Resuming: the previous answer is looked for by id and not examined itself.
+void pass_previous(const sk_buff* skb, const gpon_me_inst& inst, gpon_me_related_id* related_id,
+                   log_site site)
+{
+    if (inst.inst_id == related_id->instId) {
+        related_id->instExist = 0;
+        log_packet_from(site, skb, LOG_TRACE,
+                        "[%s][%d] loop at last instId, current instId= %x , "
+                        "already find instId = %x \n",
+                        inst.inst_id, related_id->instId);
+    } else {
+        log_packet_from(site, skb, LOG_TRACE,
+                        "[%s][%d] loop to next instId,current instId= %x , "
+                        "already find instId = %x \n",
+                        inst.inst_id, related_id->instId);
+    }
+}
+
+} // namespace
+
+i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                  u16 related_class_id, gpon_me_related_id* related_id)
+{
+    packet_trace(skb, "[%s][%d]: Enter\n");
+    if (!related || !related_id) {
+        packet_error(skb, "[%s] [%d]: Parameter is NULL: Fail\r\n");
+        return -1;
+    }
+    for (i32 i = 0; related[i].related_class_id != 0; ++i) {
+        if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
+            continue;
+        // A table copied from an absent instance has no arrays.
+        if (!related[i].related_ids)
+            continue;
+        if (next_in_row(related[i], related_id) == table_step::answered) {
+            packet_trace(skb, "[%s] [%d]: i=%d\n", i);
+            return 0;
+        }
+    }
+    related_id->instExist = 0;
+    return 0;
+}
+
+i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
+{
+    if (!is_complete(skb, query))
+        return -1;
+    trace_query(skb, query);
+    const gpon_me_entry* entry = class_with_list(skb, query->class_id);
+    if (!entry)
+        return -1;
+    const gpon_me_list_info& info = *entry->list_info;
+    const gpon::owned<u8> table = gpon::zalloc_bytes(info.related_info_size);
+    if (!table)
+        return -1;
+    if (gpon_flow_list_get_related_data(info.head, query->inst_id, table.get(),
+                                        info.related_info_size) != 0) {
+        packet_error(skb,
+                     "[%s][%d]the classId(%d) InstanceId(%d) can not get ME list entry entry.\n",
+                     query->class_id, query->inst_id);
+        return -1;
+    }
+    gpon_flow_list_get_related_id(skb,
+                                  reinterpret_cast<const gpon_me_related_info*>(table.get()),
+                                  query->related_class_id, query->related_id);
+    trace_answer(skb, query);
+    return 0;
+}
+
+i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
+{
+    if (!is_complete(skb, query))
+        return -1;
+    trace_query(skb, query);
+    const gpon_me_entry* entry = class_with_list(skb, query->related_class_id);
+    if (!entry)
+        return -1;
+    gpon_me_related_id* related_id = query->related_id;
+    const list_head* head = entry->list_info->head;
+    if (gpon::subscribe(head->next) == head) {
+        related_id->instExist = 0;
+        return -1;
+    }
+    const log_site site = log_site::here();
+    const gpon_me_inst* hit = gpon::find_if(head, [=](const gpon_me_inst* inst) {
+        if (related_id->instExist == 1) {
+            pass_previous(skb, *inst, related_id, site);
+            return false;
+        }
+        return records(skb, *inst, *query, site);
+    });
+    if (!hit)
+        related_id->instExist = 0;
+    trace_answer(skb, query);
+    return hit ? 0 : -1;
+}
+
+bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
+{
+    const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);
+    const gpon_me_inst* inst = has_list(entry) ? find_inst(entry->list_info->head, query.inst_id)
+                                               : nullptr;
+    if (!inst || previous.instExist != 1)
+        return false;
+    const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
+    if (row->related_class_id == 0)
+        return false;
+    for (i32 i = 0; i < row->related_inst_num; ++i) {
+        const gpon_me_related_id seen = load_related_id(row->related_ids[i]);
+        if (seen.instExist == 0)
+            return false;
+        if (seen.instId == query.related_id->instId)
+            return true;
+        if (seen.instId == previous.instId)
+            return false;
+    }
+    return false;
+}

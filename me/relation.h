@@ -1,0 +1,38 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * Relation queries: one instance at a time along the links of the configuration, in either sense.
+ *
+ * A link is stored with the instance that is pointed at. The forward query lists what an instance
+ * has recorded; the reverse query lists the instances that have recorded a given one. Both are
+ * iterators: the previous answer goes in, the next one comes out. Each call starts its scan anew.
+ * Packet path, inside an RCU read section. skb serves the trace control of the messages.
+ */
+#ifndef GPON_ME_RELATION_H
+#define GPON_ME_RELATION_H
+
+#include "../include/me_class.h"
+
+extern "C" {
+
+/* The instances of related_class_id that inst_id of class_id has recorded. 0 when the query ran,
+ * with or without an answer; -1 for a null argument, an unknown class or no memory. */
+i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query);
+
+/* The same step over one related-info table; -1 for a null table or result. */
+i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                  u16 related_class_id, gpon_me_related_id* related_id);
+
+/* The instances of related_class_id that have recorded inst_id of class_id, in list order. 0 with
+ * an answer; -1 without one, for a null argument or an unknown class. */
+i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query);
+}
+
+namespace gpon {
+
+/* True when the forward query's answer stands in the array no later than the previous answer: the
+ * same id was recorded twice and following it would go round for ever. Prints nothing. */
+bool is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous);
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,104 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* What the forward functions of all classes do alike. Packet path, inside an RCU read section. */
+#ifndef GPON_ME_CLASS_FORWARD_H
+#define GPON_ME_CLASS_FORWARD_H
+
+#include "../include/log.h"
+#include "../include/memory.h"
+#include "../me/list.h"
+#include "../me/relation.h"
+
+extern "C" {
+
+/* VLAN tagging operation (class 78) and extended VLAN tagging operation (class 171) on a frame:
+ * hooks that leave the frame as it is. 0; forward functions treat another value as a failure. */
+i32 vtocd_operation(const sk_buff* skb, const op_info* op);
+i32 evtocd_operation(const sk_buff* skb, const op_info* op);
+}
+
+namespace gpon {
+
+inline constexpr u16 VTOCD_CLASS = 78;
+inline constexpr u16 EVTOCD_CLASS = 171;
+
+/* Traces the entry of a forward function; false with the message when an argument is null. */
+inline bool enter_forward(const sk_buff* skb, const gpon_fwd_info* fwd_info,
+                          const gpon_walk_result* result, log_site site = log_site::here())
+{
+    log_trace_from(site, "[%s][%d]: Enter\n");
+    if (skb && fwd_info && result)
+        return true;
+    log_error_from(site, "%s [%d]: Parameter is NULL: Fail\r\n");
+    return false;
+}
+
+/* A step's own copy of an instance's related-info table. */
+class related_table {
+public:
+    explicit related_table(const gpon_me_list_info& info)
+        : info_(info), table_(zalloc_bytes(info.related_info_size))
+    {
+    }
+
+    /* False: no memory. */
+    explicit operator bool() const { return static_cast<bool>(table_); }
+
+    /* False: there is no such instance. */
+    bool read(u16 inst_id)
+    {
+        gpon_flow_list_get_related_data(info_.head, inst_id, table_.get(),
+                                        info_.related_info_size);
+        return find_inst(info_.head, inst_id) != nullptr;
+    }
+
+    /* The first recorded instance of a class; instExist tells whether there is one. */
+    gpon_me_related_id first(const sk_buff* skb, u16 class_id) const
+    {
+        gpon_me_related_id id = {};
+        gpon_flow_list_get_related_id(
+            skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()), class_id, &id);
+        return id;
+    }
+
+private:
+    const gpon_me_list_info& info_;
+    owned<u8> table_;
+};
+
+/* A step's own copy of an instance's raw record. */
+template <typename Raw> class raw_record {
+public:
+    explicit operator bool() const { return static_cast<bool>(raw_); }
+
+    /* False: there is no such instance. */
+    bool read(const list_head& list, u16 inst_id)
+    {
+        gpon_flow_list_get_raw(&list, inst_id, raw_.get(), sizeof(Raw));
+        return find_inst(&list, inst_id) != nullptr;
+    }
+
+    const Raw* operator->() const { return raw_.get(); }
+    const Raw* get() const { return raw_.get(); }
+
+private:
+    owned<Raw> raw_ = zalloc<Raw>();
+};
+
+/* The VLAN operations tied to an instance. */
+struct vlan_operations {
+    gpon_me_related_id vtocd;
+    gpon_me_related_id evtocd;
+
+    static vlan_operations of(const sk_buff* skb, const related_table& table)
+    {
+        const gpon_me_related_id vtocd = table.first(skb, VTOCD_CLASS);
+        return {vtocd, table.first(skb, EVTOCD_CLASS)};
+    }
+
+    /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */
+    i32 run(const sk_buff* skb, op_info* op, log_site site = log_site::here()) const;
+};
+
+} // namespace gpon
+
+#endif
