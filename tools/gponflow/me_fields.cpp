@@ -15,8 +15,7 @@ namespace gponflow {
 
 namespace {
 
-template <typename member>
-constexpr me_field describe(std::string_view name, size_t offset)
+template <typename member> constexpr me_field describe(std::string_view name, size_t offset)
 {
     using value = std::remove_extent_t<member>;
     static_assert(std::is_unsigned_v<value>);
@@ -49,12 +48,9 @@ constexpr me_field vtfd_fields[] = {
     GPON_FIELD(gpon_raw_vtfd, vlanFilterNums),
 };
 constexpr me_field mapper_fields[] = {
-    GPON_FIELD(gpon_raw_mapper, instID),
-    GPON_FIELD(gpon_raw_mapper, tpPointer),
-    GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP),
-    GPON_FIELD(gpon_raw_mapper, unmark_frame_opt),
-    GPON_FIELD(gpon_raw_mapper, dscp2pbitMap),
-    GPON_FIELD(gpon_raw_mapper, defaultPbit),
+    GPON_FIELD(gpon_raw_mapper, instID),       GPON_FIELD(gpon_raw_mapper, tpPointer),
+    GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP), GPON_FIELD(gpon_raw_mapper, unmark_frame_opt),
+    GPON_FIELD(gpon_raw_mapper, dscp2pbitMap), GPON_FIELD(gpon_raw_mapper, defaultPbit),
     GPON_FIELD(gpon_raw_mapper, tpType),
 };
 constexpr me_field gemiw_fields[] = {
@@ -62,12 +58,9 @@ constexpr me_field gemiw_fields[] = {
     GPON_FIELD(gpon_raw_gemiw, gemCTPInstID),
 };
 constexpr me_field gemctp_fields[] = {
-    GPON_FIELD(gpon_raw_gemctp, instID),
-    GPON_FIELD(gpon_raw_gemctp, portID),
-    GPON_FIELD(gpon_raw_gemctp, tcontID),
-    GPON_FIELD(gpon_raw_gemctp, direction),
-    GPON_FIELD(gpon_raw_gemctp, trafficMgrPtrUp),
-    GPON_FIELD(gpon_raw_gemctp, TDProPtrUp),
+    GPON_FIELD(gpon_raw_gemctp, instID),          GPON_FIELD(gpon_raw_gemctp, portID),
+    GPON_FIELD(gpon_raw_gemctp, tcontID),         GPON_FIELD(gpon_raw_gemctp, direction),
+    GPON_FIELD(gpon_raw_gemctp, trafficMgrPtrUp), GPON_FIELD(gpon_raw_gemctp, TDProPtrUp),
     GPON_FIELD(gpon_raw_gemctp, TDProPtrDown),
 };
 constexpr me_field veip_fields[] = {GPON_FIELD(gpon_raw_veip, instID)};
@@ -81,10 +74,8 @@ constexpr me_field tcont_fields[] = {
     GPON_FIELD(gpon_raw_tcont, policy),
 };
 constexpr me_field ts_fields[] = {
-    GPON_FIELD(gpon_raw_ts, instID),
-    GPON_FIELD(gpon_raw_ts, tcontPointer),
-    GPON_FIELD(gpon_raw_ts, tsPointer),
-    GPON_FIELD(gpon_raw_ts, policy),
+    GPON_FIELD(gpon_raw_ts, instID),    GPON_FIELD(gpon_raw_ts, tcontPointer),
+    GPON_FIELD(gpon_raw_ts, tsPointer), GPON_FIELD(gpon_raw_ts, policy),
     GPON_FIELD(gpon_raw_ts, weight),
 };
 constexpr me_field td_fields[] = {
@@ -154,8 +145,9 @@ static_assert(sizeof(gpon_me_cmd) == 16 && sizeof(gpon_flow_cmd) == 64);
 
 bool same_letters(std::string_view left, std::string_view right)
 {
-    return std::ranges::equal(left, right, {}, [](unsigned char c) { return std::toupper(c); },
-                              [](unsigned char c) { return std::toupper(c); });
+    return std::ranges::equal(
+        left, right, {}, [](unsigned char c) { return std::toupper(c); },
+        [](unsigned char c) { return std::toupper(c); });
 }
 
 } // namespace

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tools/gponflow/backend.h"
+
+namespace gponflow {
+
+#ifndef GPONFLOW_DEVICE_BACKEND
+std::unique_ptr<backend> make_device_backend()
+{
+    throw refusal("this gponflow was built without the device backend");
+}
+#endif
+
+std::vector<std::string> backend_names()
+{
+    return {"host", "device"};
+}
+
+std::unique_ptr<backend> make_backend(std::string_view name)
+{
+    if (name == "host")
+        return make_host_backend();
+    if (name == "device")
+        return make_device_backend();
+    throw refusal("there is no backend '" + std::string(name) + "'");
+}
+
+} // namespace gponflow

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The subcommands of gponflow, each in a file of its own.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace gponflow {
+
+/// Each adds its subcommand, which runs while the command line is parsed, on the standard
+/// streams; a status other than 0 leaves as CLI::RuntimeError, which becomes the process's own.
+void add_run_command(CLI::App& app);
+
+} // namespace gponflow

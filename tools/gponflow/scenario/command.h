@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A scenario as data: what each line asks for, checked and with all defaults filled in.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace gponflow {
+
+using bytes = std::vector<uint8_t>;
+
+struct load_command {};
+struct unload_command {};
+
+/// A hook call and the fields of its packet, in the platform's own units.
+struct packet_options {
+    uint32_t kind = 0;
+    uint32_t param = 0;
+    uint32_t port_word = 0; ///< `port` already in bits 4 to 7
+    uint32_t mark_word = 0;
+    uint16_t gem = 0;
+    uint16_t multicast = 0;
+    uint32_t flags = 0;
+};
+
+struct hook_command {
+    packet_options options;
+    std::optional<bytes> frame; ///< none: the packet pointer is null
+};
+
+struct me_command {
+    uint8_t message = 0; ///< OMCI message type
+    uint16_t class_id = 0;
+    uint16_t instance = 0;
+    uint16_t mask = 0xffff;
+    std::optional<bytes> raw; ///< the raw attribute record; none: a null pointer
+};
+
+struct config_command {
+    std::optional<bytes> raw; ///< a gpon_flow_cfg_data; none: a null pointer
+};
+
+struct debug_command {
+    std::vector<std::string> words; ///< at most 4, each at most 32 bytes
+};
+
+struct clean_command {};
+
+struct ioctl_command {
+    uint32_t number = 0;
+    std::optional<uint32_t> cmd; ///< of a control record that is zero otherwise; none: null
+};
+
+struct proc_write_command {
+    std::string text;
+};
+
+struct proc_read_command {};
+
+struct advance_command {
+    uint64_t jiffies = 0;
+};
+
+/// What becomes of one of the platform's function pointers.
+struct pointer_setting {
+    std::optional<int32_t> answer; ///< none: unset
+};
+
+struct platform_command {
+    std::optional<pointer_setting> mapping;
+    std::optional<pointer_setting> queue;
+};
+
+enum class fault_kind { chrdev, proc_dir, proc_entry, hook, alloc, copy };
+
+struct fault_command {
+    fault_kind what = fault_kind::chrdev;
+    uint64_t nth = 1; ///< the call from now on that fails
+};
+
+struct pcap_command {
+    std::string file; ///< as written in the scenario
+    packet_options options;
+    std::vector<bytes> frames; ///< filled by read_captures
+};
+
+struct expectation {
+    std::string name;
+    std::optional<int64_t> value; ///< none: the door is absent
+    std::string value_text;       ///< as written
+};
+
+struct expect_command {
+    std::vector<expectation> all;
+};
+
+struct echo_command {
+    std::string text;
+};
+
+using command = std::variant<load_command, unload_command, hook_command, me_command, config_command,
+                             debug_command, clean_command, ioctl_command, proc_write_command,
+                             proc_read_command, advance_command, platform_command, fault_command,
+                             pcap_command, expect_command, echo_command>;
+
+struct scenario_line {
+    unsigned line = 0; ///< number in the file, from 1
+    std::string text;  ///< without blanks at its ends
+    command what;
+};
+
+struct scenario {
+    std::string name; ///< of the file, "-" for standard input
+    std::vector<scenario_line> lines;
+};
+
+} // namespace gponflow

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tools/gponflow/source_text.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+namespace gponflow {
+
+namespace {
+
+[[noreturn]] void fail()
+{
+    throw std::runtime_error(std::generic_category().message(errno));
+}
+
+std::string read_all(std::FILE* stream)
+{
+    std::string text;
+    std::array<char, 65536> part;
+    while (const size_t count = std::fread(part.data(), 1, part.size(), stream))
+        text.append(part.data(), count);
+    if (std::ferror(stream))
+        fail();
+    return text;
+}
+
+} // namespace
+
+std::string read_source_text(const std::string& file)
+{
+    if (file == "-")
+        return read_all(stdin);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
+                                                                 std::fclose);
+    if (!stream)
+        fail();
+    return read_all(stream.get());
+}
+
+} // namespace gponflow

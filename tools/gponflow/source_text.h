@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#pragma once
+
+#include <string>
+
+namespace gponflow {
+
+/// The whole text of a file, "-" being standard input. Throws std::runtime_error with the reason.
+std::string read_source_text(const std::string& file);
+
+} // namespace gponflow
