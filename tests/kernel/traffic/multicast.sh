@@ -1,0 +1,42 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# A subscriber joins a group; its membership report goes up on the unicast GEM port, the group's
+# packets come down on the multicast one, and the answers go up again. Nobody can send on the
+# multicast GEM port from below.
+. /tests/traffic/topology.sh
+
+group=239.1.1.1
+
+join() {
+    in_ns client1 ip addr add $group/32 dev sub1 autojoin
+    in_ns client1 sysctl -qw net.ipv4.icmp_echo_ignore_broadcasts=0
+}
+
+groups_joined() {
+    in_ns client1 grep -c 010101EF /proc/net/igmp
+}
+
+stream() {
+    in_ns server1 ip route add 239.0.0.0/8 dev gem4000 src 10.0.0.1
+    in_ns server1 ping -c 5 -W 2 $group
+}
+
+onu_up
+plain_network
+for device in all gem1025 gem4000; do
+    in_ns server1 sysctl -qw net.ipv4.conf.$device.rp_filter=0
+done
+upstream=$(counter gem1025 rx_frames)
+join
+expect "groups of the subscriber" 1 "$(groups_joined)"
+sleep 1
+expect_at_least "membership reports upstream" $((upstream + 1)) "$(counter gem1025 rx_frames)"
+
+stream >/tmp/stream.txt || { cat /tmp/stream.txt; fail "nobody answers the group"; }
+answers=$(grep -c 'bytes from 10.0.0.11' /tmp/stream.txt)
+expect_at_least "answers to the group" 5 "$answers"
+expect_at_least "frames down on the multicast GEM port" 5 "$(counter gem4000 tx_frames)"
+expect "frames up on the multicast GEM port" 0 "$(counter gem4000 rx_frames)"
+expect "frames dropped by the hook downstream" 0 "$(counter ani0 rx_drop_hook)"
+onu_down

@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# Echo requests of thirty sizes up to what the MTU lets through in one frame, and beyond in
+# fragments; all on the untagged service's GEM port, none on the other.
+. /tests/traffic/topology.sh
+
+# NAMESPACE ADDRESS BYTES
+ping_once() {
+    in_ns "$1" ping -c 1 -W 5 -s "$3" "$2" >/dev/null || fail "$1 gets no answer to $3 bytes"
+}
+
+onu_up
+plain_network
+answered=0
+size=0
+while [ $size -le 1472 ]; do
+    ping_once client1 10.0.0.1 $size
+    answered=$((answered + 1))
+    size=$((size + 49))
+done
+ping_once client1 10.0.0.1 1472
+ping_once client1 10.0.0.1 1473
+ping_once client1 10.0.0.1 8000
+ping_once client2 10.0.0.1 1472
+ping_once server1 10.0.0.11 1472
+ping_once client1 10.0.0.12 64
+expect_at_least "frames on GEM port 1025" $answered "$(counter gem1025 rx_frames)"
+expect "frames on GEM port 1026" 0 "$(counter gem1026 rx_frames)"
+expect "frames dropped by the hook upstream" 0 "$(counter ani0 tx_drop_hook)"
+expect "frames dropped by the hook downstream" 0 "$(counter ani0 rx_drop_hook)"
+in_ns client1 ping -c 1 -W 1 10.0.0.77 >/dev/null && fail "an answer from an address of nobody"
+echo "@@ $answered sizes answered, $(counter gem1025 rx_frames) frames on GEM port 1025"
+onu_down
