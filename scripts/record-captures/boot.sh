@@ -6,7 +6,7 @@ set -eu
 
 cache=$1
 release=$(cat "$cache/release")
-limit=${RECORD_TIMEOUT:-300}
+limit=${RECORD_TIMEOUT:-200}
 
 rm -rf "$cache/taps" "$cache/handed-out"
 mkdir -p "$cache/taps"
@@ -22,8 +22,9 @@ timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=multi -cpu max -smp
     echo "boot.sh: the guest did not finish within $limit s; console: $cache/console" >&2
     exit 1
 }
-if ! base64 -di "$cache/handed-out" | tar xz -C "$cache/taps"; then
+if ! base64 -di "$cache/handed-out" | tar xz -C "$cache/taps" ||
+    [ ! -e "$cache/taps/complete" ]; then
     tail -40 "$cache/console" >&2
-    echo "boot.sh: the guest handed out no recording; console: $cache/console" >&2
+    echo "boot.sh: the guest recorded nothing or only a part; console: $cache/console" >&2
     exit 1
 fi

@@ -1,3 +1,24 @@
 #!/bin/sh
-# placeholder
-exit 0
+# SPDX-License-Identifier: GPL-2.0-only
+# Counts what is in the captures as a Markdown table; fails when something expected is missing.
+# usage: count.sh [FOLDER]
+set -eu
+
+here=$(cd "$(dirname "$0")" && pwd)
+folder=${1:-$here/../../captures}
+
+echo "| file | what | frames |"
+echo "|---|---|---|"
+grep -v '^#' "$here/expected.txt" | {
+    missing=0
+    while IFS='|' read -r file what filter; do
+        file=${file% } what=${what# } what=${what% } filter=${filter# }
+        frames=$(tshark -n -r "$folder/$file" -Y "$filter" -T fields -e frame.number | wc -l)
+        echo "| $file | $what | $frames |"
+        [ "$frames" -gt 0 ] || missing=$((missing + 1))
+    done
+    if [ "$missing" -gt 0 ]; then
+        echo "count.sh: $missing of the expected kinds of frame are missing" >&2
+        exit 1
+    fi
+}

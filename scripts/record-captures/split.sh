@@ -12,7 +12,12 @@ stacked='ether[12:2] = 0x88a8'
 group='ether[0] & 1 = 1'
 
 take() {
-    tcpdump -q -r "$taps/$1" -w "$out/$2" "$3" 2> /dev/null
+    # Through standard input and output: run by root, tcpdump gives up the rights to the folders.
+    tcpdump -r - -w - "$3" < "$taps/$1" > "$out/$2" 2> "$out/log" || {
+        cat "$out/log" >&2
+        exit 1
+    }
+    rm "$out/log"
 }
 
 rm -rf "$out"

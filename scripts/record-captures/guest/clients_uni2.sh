@@ -29,25 +29,27 @@ play_voice() {
 watch() {
     group=$1 port=$2 frames=$3
     shift 3
-    in_ns home2 timeout 20 iperf -s -u -B "$group%eth0.400" -p "$port" -l 1316 "$@" \
+    in_ns home2 timeout 4 iperf -s -u -B "$group%eth0.400" -p "$port" -l 1316 "$@" \
         > "/run/watch-$port" 2>&1 &
-    watcher=$!
     sleep 2
-    in_ns edge iperf -c "$group%tv" -u -p "$port" -l 1316 -n "$((frames * 1316))" -b 2m -T 4 \
-        -S 0x88 "$@" > /run/stream 2>&1 || {
+    in_ns edge timeout 10 iperf -c "$group%tv" -u -p "$port" -l 1316 \
+        -n "$((frames * 1316))" -b 2m -T 4 -S 0x88 "$@" > /run/stream 2>&1 || {
         cat /run/stream
         return 1
     }
-    sleep 1
-    kill "$watcher"
-    wait "$watcher" || true
+    wait $! || true
+    cat /run/stream "/run/watch-$port"
+    grep -q 'connected with' "/run/watch-$port"
 }
 
 play_television() {
+    # Not from the beginning: queries would fill the recording of the other services.
+    ip -n edge link set tv type bridge mcast_querier 1
     lease home2 eth0.400 198.51.100.61
     watch 233.252.0.1 5001 24
     in_ns home2 sh -c 'echo 2 > /proc/sys/net/ipv4/conf/eth0.400/force_igmp_version'
     watch 233.252.0.2 5002 16
+    ipv6_ready home2 eth0.400
     watch ff05::db8:0:1 5003 12 -V
     sleep 4
 }

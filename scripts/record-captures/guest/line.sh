@@ -50,14 +50,17 @@ vlan() {
 
 # The kernel derives a socket's priority from the IPv4 TOS: 0 best effort, 2 bulk (DSCP 10, 34),
 # 4 interactive bulk (DSCP 46), 6 interactive (TOS 0x10), 7 control (group membership).
-# service_vlans SPACE UNI1_MAC UNI2_VOICE_MAC UNI2_TV_MAC, an empty MAC leaves the service out
+# uni1_vlans SPACE INTERNET_MAC PPPOE_MAC BUSINESS_MAC
 uni1_vlans() {
     vlan "$1" eth0 100 802.1Q "$2" 1 0:0 2:1 6:3 4:5
     vlan "$1" eth0 200 802.1Q "$3" 0 0:0 2:1 6:3 4:5
     vlan "$1" eth0 500 802.1ad "$4" 0 0:0 2:2 4:4
     vlan "$1" eth0.500 10 802.1Q "$4" 1 0:1 2:3 4:6
+    # A frame with two tags must fit the links, which leave room for one.
+    ip -n "$1" link set eth0.500.10 mtu 1496
 }
 
+# uni2_vlans SPACE VOICE_MAC TELEVISION_MAC
 uni2_vlans() {
     vlan "$1" eth0 300 802.1Q "$2" 0 0:5 2:5 4:6 6:6 7:6
     vlan "$1" eth0 400 802.1Q "$3" 1 0:4 1:4 2:4 3:4 4:4 5:4 6:4 7:4
@@ -75,8 +78,9 @@ build_onu() {
 
 # The edge's television side is a bridge because a bridge brings the group membership querier.
 build_querier() {
-    ip -n edge link add tv address "$mac:01" type bridge mcast_snooping 1 mcast_querier 1 \
-        mcast_query_use_ifaddr 1 mcast_query_interval 400 mcast_query_response_interval 100 \
+    ip -n edge link add tv address "$mac:01" type bridge mcast_snooping 1 mcast_querier 0 \
+        mcast_igmp_version 3 mcast_mld_version 2 mcast_query_use_ifaddr 1 \
+        mcast_query_interval 400 mcast_query_response_interval 100 \
         mcast_startup_query_interval 200
     ip -n edge link set eth0.400 master tv
 }
@@ -121,6 +125,8 @@ raise_edge() {
     address edge eth0.500.10 2001:db8:0:500::1/64
     address edge tv 2001:db8:0:400::1/64
     address edge core 2001:db8:ffff::1/64
+    ip -n edge route add 233.252.0.0/24 dev tv
+    ip -n edge -6 route add ff05::db8:0:0/96 dev tv table local metric 1
 }
 
 raise_net() {

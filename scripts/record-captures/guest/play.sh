@@ -18,7 +18,8 @@ say() {
 }
 
 start_tap() {
-    in_ns onu tcpdump -q -Z root -i "$1" -Q in -s 0 -B 4096 --immediate-mode -U \
+    # Not in_ns: the process id must be that of the program, not of a shell around it.
+    /usr/bin/ip netns exec onu tcpdump -q -Z root -i "$1" -Q in -s 0 -B 4096 --immediate-mode -U \
         -w "/taps/$2.pcap" 2> "/run/tap-$2.log" &
     echo $! > "/run/pid/tap-$2"
     until grep -q 'listening on' "/run/tap-$2.log"; do
@@ -27,7 +28,7 @@ start_tap() {
 }
 
 stop_tap() {
-    kill -INT "$(cat "/run/pid/tap-$1")"
+    kill "$(cat "/run/pid/tap-$1")"
     wait "$(cat "/run/pid/tap-$1")" || true
     cat "/run/tap-$1.log"
 }

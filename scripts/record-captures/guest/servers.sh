@@ -27,6 +27,7 @@ dhcp-host=$mac:24,192.0.2.140
 dhcp-host=$mac:15,192.0.2.170
 dhcp-range=2001:db8:0:1::,ra-only,64
 dhcp-range=2001:db8:0:100::,ra-only,64
+dhcp-range=2001:db8:0:400::,ra-only,64
 dhcp-range=2001:db8:0:500::,ra-only,64
 END
     in_ns edge dnsmasq -C /etc/dnsmasq.conf --pid-file=/run/pid/dnsmasq
@@ -60,12 +61,18 @@ END
         match u8 0xb8 0xff at 9 action skbedit priority 4
 }
 
-web() {
+# page LINES
+page() {
     i=0
-    while [ $i -lt 90 ]; do
+    while [ $i -lt "$1" ]; do
         echo "line $i of the page that the recorded clients fetch"
         i=$((i + 1))
-    done > /www/index.html
+    done
+}
+
+web() {
+    page 60 > /www/index.html
+    page 6 > /www/short
     in_ns net httpd -p 80 -h /www
     in_ns net httpd -p '[::]:8080' -h /www
 }
