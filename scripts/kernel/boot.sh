@@ -52,7 +52,7 @@ machine() {
 machine
 status=0
 timeout --foreground "${GPON_GUEST_SECONDS:-300}" "${qemu[@]}" -smp 2 \
-    -m "${GPON_GUEST_MEMORY:-512}" -nographic -nodefaults -no-reboot -serial mon:stdio \
+    -m "${GPON_GUEST_MEMORY:-512}" -display none -nodefaults -no-reboot -serial stdio \
     -kernel "$image" -initrd "$initramfs" \
     -append "console=$console panic=-1 quiet log_buf_len=8M $*" </dev/null || status=$?
 [ "$status" != 124 ] || echo "@@ the guest was stopped after ${GPON_GUEST_SECONDS:-300} s"

@@ -24,6 +24,7 @@ readelf=$(cross_prefix "$arch")readelf
 stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe)
 
 tree=$(mktemp -d)
+chmod 0755 "$tree"
 trap 'rm -rf "$tree"' EXIT
 
 put() {
@@ -83,6 +84,9 @@ put_tests() {
     done
     put "$farm/gpon_softonu.ko" modules/gpon_softonu.ko
     put "$farm/gpon_flow.ko" modules/gpon_flow.ko
+    for file in "$farm-of-tests"/tests/kernel/modules/*.ko; do
+        put "$file" "modules/${file##*/}"
+    done
 }
 
 put_further_files() {

@@ -61,9 +61,12 @@ boot_tests() {
 }
 
 prepare() {
+    local programs=$GPON_KERNEL_DIR/$1/programs
     step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
         step "modules-$1" bash scripts/kernel/build.sh "$1" &&
-        step "initramfs-$1" bash scripts/kernel/initramfs.sh "$1" "$GPON_KERNEL_DIR/$1/initramfs.gz"
+        step "programs-$1" bash scripts/kernel/programs.sh "$1" "$programs" &&
+        step "initramfs-$1" bash scripts/kernel/initramfs.sh "$1" \
+            "$GPON_KERNEL_DIR/$1/initramfs.gz" "$programs"/*
 }
 
 need kernel cross

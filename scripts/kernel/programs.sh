@@ -1,0 +1,20 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: programs.sh ARCH OUTPUT-FOLDER
+#
+# Builds the C programs of the guest tests, static: a guest has no libraries to speak of.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+[ $# = 2 ] || fail "an architecture and a folder are needed"
+compiler=$(cross_prefix "$1")gcc
+mkdir -p "$2"
+for source in tests/kernel/programs/*.c; do
+    program=$2/$(basename "$source" .c)
+    if [ ! "$program" -nt "$source" ]; then
+        "$compiler" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -o "$program" "$source"
+    fi
+done

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * Calls of the character device that no OMCI stack makes: every ioctl number, control records at
+ * bad addresses and at the very end of a page, records full of bad addresses. Each call has the
+ * one right answer; the machine that runs this must survive all of them.
+ */
+#include <errno.h>
+#include <fcntl.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "include/uapi/gpon_flow.h"
+
+static int device;
+static int failures;
+static unsigned long checked;
+
+/* 0, or the errno. */
+static int call(unsigned long number, uint64_t argument)
+{
+	return ioctl(device, number, argument) < 0 ? errno : 0;
+}
+
+static void expect(int wanted, int got, const char *what, unsigned long number, uint64_t where)
+{
+	checked++;
+	if (wanted == got)
+		return;
+	failures++;
+	printf("%s: number %#lx, address %#llx: expected %d, got %d\n", what, number,
+	       (unsigned long long)where, wanted, got);
+}
+
+/* Addresses that no record can be at: null, the lowest page, holes, the kernel's half, the end. */
+static const uint64_t bad_addresses[] = {
+	0, 1, 8, 0x1000, 0x7fffffffffffULL, 0x800000000000ULL, 0xffff000000000000ULL,
+	0xffff800000000000ULL, 0xffff888000000000ULL, 0xffffffff81000000ULL,
+	0xffffffffffffffc0ULL, 0xffffffffffffffffULL,
+};
+#define BAD_ADDRESSES (sizeof(bad_addresses) / sizeof(bad_addresses[0]))
+
+static int answer_to_number(unsigned long number)
+{
+	const unsigned long masked = number & ~(unsigned long)GPON_FLOW_IOC_SIZE_MASK;
+
+	if (((number >> 8) & 0xff) != GLOBAL_GPON_IOC_MAGIC || (number & 0xff) != 0)
+		return ENOTTY;
+	/* -1 from the control path reads as EPERM over here. */
+	return masked == GPON_FLOW_IOC_COMMAND ? EPERM : EFAULT;
+}
+
+/* The kernel itself answers a few numbers for any file, whatever the driver thinks of them. */
+static int kernel_answers(unsigned long number)
+{
+	return (number & 0xff00) == 0x5400 || (number & 0xff00) == 0x6600 ||
+	       (number & 0xff00) == 0x5800 || (number & 0xff00) == 0x9400 || number <= 2;
+}
+
+static void every_number(void)
+{
+	static const unsigned long frames[] = { 0, 0x40000000, 0x80000000, 0xc0000000,
+						0x40400000, 0x7fff0000, 0x3fff0000 };
+
+	for (unsigned long low = 0; low < 0x10000; low++) {
+		for (size_t i = 0; i < sizeof(frames) / sizeof(frames[0]); i++) {
+			const unsigned long number = frames[i] | low;
+
+			if (!kernel_answers(number))
+				expect(answer_to_number(number), call(number, 0), "number", number, 0);
+		}
+	}
+}
+
+static int send_record(const struct gpon_flow_cmd *record)
+{
+	return call(GPON_FLOW_IOC_COMMAND, (uint64_t)(uintptr_t)record);
+}
+
+static void record_at_bad_addresses(void)
+{
+	for (size_t i = 0; i < BAD_ADDRESSES; i++)
+		expect(EPERM, call(GPON_FLOW_IOC_COMMAND, bad_addresses[i]), "record address",
+		       GPON_FLOW_IOC_COMMAND, bad_addresses[i]);
+}
+
+/* A readable page with an unreadable one behind it. */
+static unsigned char *page_with_an_end(size_t *bytes)
+{
+	unsigned char *pages;
+
+	*bytes = (size_t)sysconf(_SC_PAGESIZE);
+	pages = mmap(NULL, 2 * *bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+	if (pages == MAP_FAILED || mprotect(pages + *bytes, *bytes, PROT_NONE)) {
+		perror("mmap");
+		exit(2);
+	}
+	return pages;
+}
+
+/* With k bytes of a 64-byte record before the end of memory only k = 64 can be read. */
+static void record_at_the_end_of_memory(void)
+{
+	const struct gpon_flow_cmd clean = { .cmd = GPON_FLOW_CMD_CLEAN };
+	size_t bytes;
+	unsigned char *page = page_with_an_end(&bytes);
+
+	for (size_t before = 1; before <= sizeof(clean); before++) {
+		unsigned char *at = page + bytes - before;
+
+		memcpy(at, &clean, before);
+		expect(before == sizeof(clean) ? 0 : EPERM,
+		       call(GPON_FLOW_IOC_COMMAND, (uint64_t)(uintptr_t)at), "cut record",
+		       GPON_FLOW_IOC_COMMAND, before);
+	}
+	munmap(page, 2 * bytes);
+}
+
+static void attributes_at_bad_addresses(uint16_t class_id)
+{
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_ME };
+
+	record.me.class_id = class_id;
+	record.me.inst_id = 0x101;
+	record.me.attr_mask = 0xffff;
+	for (size_t i = 0; i < BAD_ADDRESSES; i++) {
+		record.me.attr_data = bad_addresses[i];
+		record.me.msg_type = ZR_OMCI_MSG_TYPE_CREAT;
+		expect(EPERM, send_record(&record), "create", class_id, bad_addresses[i]);
+		record.me.msg_type = ZR_OMCI_MSG_TYPE_SET;
+		expect(EPERM, send_record(&record), "set", class_id, bad_addresses[i]);
+		/* A delete does not read the address. */
+		record.me.msg_type = ZR_OMCI_MSG_TYPE_DELETE;
+		expect(0, send_record(&record), "delete", class_id, bad_addresses[i]);
+		record.me.msg_type = 5;
+		expect(0, send_record(&record), "unknown message", class_id, bad_addresses[i]);
+	}
+}
+
+static void every_class_number(void)
+{
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_ME };
+	static const uint16_t known[] = { 11, 45, 47, 78, 84, 130, 171, 262, 266, 268, 277, 278,
+					  280, 281, 329 };
+
+	for (size_t i = 0; i < sizeof(known) / sizeof(known[0]); i++)
+		attributes_at_bad_addresses(known[i]);
+	record.me.msg_type = ZR_OMCI_MSG_TYPE_CREAT;
+	for (uint32_t class_id = 330; class_id <= 0xffff; class_id += 97) {
+		record.me.class_id = (uint16_t)class_id;
+		expect(EPERM, send_record(&record), "unknown class", class_id, 0);
+	}
+}
+
+static void other_commands(void)
+{
+	struct gpon_flow_cmd record;
+
+	for (size_t i = 0; i < BAD_ADDRESSES; i++) {
+		memset(&record, 0xff, sizeof(record));
+		record.cmd = GPON_FLOW_CMD_CFG_DATA;
+		record.cfg_data = bad_addresses[i];
+		expect(EPERM, send_record(&record), "configuration", 1, bad_addresses[i]);
+		memset(&record, 0, sizeof(record));
+		record.cmd = GPON_FLOW_CMD_DEBUG;
+		record.args[0] = bad_addresses[i];
+		/* No word at all: the interpreter has nothing to say against it. */
+		expect(0, send_record(&record), "debug words", 2, bad_addresses[i]);
+	}
+	memset(&record, 0xff, sizeof(record));
+	for (uint32_t cmd = 4; cmd != 0; cmd <<= 1) {
+		record.cmd = cmd;
+		expect(EPERM, send_record(&record), "command", cmd, 0);
+	}
+}
+
+/* Words without a terminator, in memory that ends right behind them. */
+static void endless_debug_words(void)
+{
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_DEBUG };
+	size_t bytes;
+	unsigned char *page = page_with_an_end(&bytes);
+
+	memset(page, 'a', bytes);
+	for (int i = 0; i < GPON_FLOW_DEBUG_WORDS; i++)
+		record.args[i] = (uint64_t)(uintptr_t)(page + bytes - GPON_FLOW_DEBUG_WORD_BYTES);
+	expect(0, send_record(&record), "endless words", 2, record.args[0]);
+	munmap(page, 2 * bytes);
+}
+
+int main(void)
+{
+	device = open("/dev/gpon_flow", O_RDWR);
+	if (device < 0) {
+		perror("/dev/gpon_flow");
+		return 2;
+	}
+	every_number();
+	record_at_bad_addresses();
+	record_at_the_end_of_memory();
+	every_class_number();
+	other_commands();
+	endless_debug_words();
+	printf("@@ %lu hostile calls, %d wrong answers\n", checked, failures);
+	return failures ? 1 : 0;
+}
