@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tools/gponflow/omci/attributes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "tests/omci/line_builder.h"
+#include "tools/gponflow/me_fields.h"
+#include "tools/gponflow/omci/mib.h"
+
+namespace gponflow::omci::test {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(omci_attributes, the_mirrored_classes_are_those_of_the_module)
+{
+    std::set<uint16_t> ours;
+    for (const attribute_class& cls : attribute_classes())
+        ours.insert(cls.id);
+    std::set<uint16_t> module;
+    for (const me_class_fields& cls : me_classes())
+        module.insert(cls.id);
+    EXPECT_EQ(ours, module);
+    EXPECT_EQ(ours.size(), attribute_classes().size());
+}
+
+TEST(omci_attributes, each_element_of_each_raw_field_comes_from_one_attribute)
+{
+    for (const attribute_class& cls : attribute_classes()) {
+        const me_class_fields* fields = find_me_class(cls.id);
+        ASSERT_NE(fields, nullptr);
+        std::map<std::string_view, size_t> filled;
+        for (const attribute& attr : cls.attributes) {
+            if (attr.field.empty())
+                continue;
+            const me_field* field = find_field(fields->fields, attr.field);
+            ASSERT_NE(field, nullptr) << cls.name << ": " << attr.field;
+            const bool whole_list = field->count > 1 && attr.bytes > field->width;
+            filled[attr.field] += whole_list ? attr.bytes / field->width : 1;
+        }
+        for (const me_field& field : fields->fields.subspan(1))
+            EXPECT_EQ(filled[field.name], field.count) << cls.name << ": " << field.name;
+        EXPECT_EQ(filled.size(), fields->fields.size() - 1) << cls.name;
+    }
+}
+
+TEST(omci_attributes, create_masks_hold_exactly_what_a_create_carries)
+{
+    const std::map<uint16_t, uint16_t> masks = {
+        {11, 0},       {45, 0xffc0},  {47, 0xff88},  {78, 0xf800},  {84, 0xe000},
+        {130, 0xffd8}, {171, 0x8200}, {262, 0},      {266, 0xf200}, {268, 0xfac0},
+        {277, 0},      {278, 0},      {280, 0xff00}, {281, 0xf300}, {329, 0}};
+    for (const attribute_class& cls : attribute_classes())
+        EXPECT_EQ(set_by_create_mask(cls), masks.at(cls.id)) << cls.name;
+}
+
+TEST(omci_attributes, what_a_create_carries_fits_a_baseline_message)
+{
+    for (const attribute_class& cls : attribute_classes()) {
+        size_t total = 0;
+        for (const attribute& attr : cls.attributes)
+            total += attr.set_by_create ? attr.bytes : 0;
+        EXPECT_LE(total, 32u) << cls.name;
+        EXPECT_LE(cls.attributes.size(), attributes_per_mask) << cls.name;
+    }
+}
+
+TEST(omci_attributes, classes_have_titles)
+{
+    EXPECT_EQ(class_title(268), "GEM port network CTP");
+    EXPECT_EQ(class_title(272), "GAL Ethernet profile");
+    EXPECT_EQ(class_title(999), "class 999");
+}
+
+TEST(omci_values, stand_in_attribute_order_without_gaps)
+{
+    const attribute_class* cls = find_attribute_class(268);
+    const bytes content = from_hex("03e9 03 0001");
+    const value_list list = split_values(*cls, 0xa080, content);
+    ASSERT_EQ(list.values.size(), 3u);
+    EXPECT_EQ(list.values[0].index, 0u);
+    EXPECT_EQ(list.values[1].index, 2u);
+    EXPECT_EQ(list.values[1].bytes[0], 3);
+    EXPECT_EQ(list.values[2].index, 8u);
+    EXPECT_EQ(list.values[2].bytes[1], 1);
+}
+
+TEST(omci_values, missing_bytes_are_a_fault_that_names_the_attribute)
+{
+    const bytes content = from_hex("03e9 80");
+    const value_list list = split_values(*find_attribute_class(268), 0xc000, content);
+    EXPECT_TRUE(list.values.empty());
+    EXPECT_THAT(list.fault, HasSubstr("attribute 2 ends at byte 4"));
+}
+
+TEST(omci_values, attributes_behind_the_known_ones_are_told)
+{
+    const bytes content = from_hex("03e9 ffff");
+    const value_list list = split_values(*find_attribute_class(262), 0x8100, content);
+    EXPECT_TRUE(list.fault.empty());
+    EXPECT_EQ(list.values.size(), 1u);
+    EXPECT_EQ(list.unknown_mask, 0x0100);
+}
+
+TEST(omci_values, too_great_a_value_is_held_at_the_greatest_and_told)
+{
+    const me_class_fields* fields = find_me_class(uint16_t{45});
+    const attribute_class* cls = find_attribute_class(45);
+    record_store store;
+    record& rec = store.at(*fields, 1);
+    const me_field* field = find_field(fields->fields, "dynFilterAgingTime");
+    EXPECT_EQ(write_attribute(rec, *fields, cls->attributes[9], from_hex("0000ffff")), "");
+    EXPECT_THAT(write_attribute(rec, *fields, cls->attributes[9], from_hex("00010000")),
+                HasSubstr("65536 becomes 65535"));
+    EXPECT_EQ(rec.raw[field->offset], 0xff);
+    EXPECT_EQ(rec.raw[field->offset + 1u], 0xff);
+}
+
+TEST(omci_values, records_are_little_endian_in_memory)
+{
+    const me_class_fields* fields = find_me_class(uint16_t{277});
+    record_store store;
+    record& rec = store.at(*fields, 0x8007);
+    write_attribute(rec, *fields, find_attribute_class(277)->attributes[5], from_hex("80010007"));
+    EXPECT_EQ(rec.raw, from_hex("0780 0000 07000180 0000 0000"));
+}
+
+} // namespace
+} // namespace gponflow::omci::test

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tests/omci/fuzz_entries.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "tools/gponflow/omci/convert.h"
+
+namespace gponflow::omci::test {
+
+namespace {
+
+void require(bool holds, const char* promise)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "broken promise: %s\n", promise);
+    std::abort();
+}
+
+bool known_line(std::string_view text)
+{
+    constexpr std::array<std::string_view, 7> starts = {
+        "#", "load", "hook kind=switch param=1", "config ", "clean", "me create ", "me set "};
+    return text.empty() || text.starts_with("me delete ") ||
+           std::ranges::any_of(starts, [text](std::string_view s) { return text.starts_with(s); });
+}
+
+void check_scenario(std::string_view scenario)
+{
+    require(scenario.ends_with('\n'), "a scenario ends with a line feed");
+    while (!scenario.empty()) {
+        const size_t end = scenario.find('\n');
+        require(known_line(scenario.substr(0, end)), "every line is a comment or a known command");
+        scenario.remove_prefix(end + 1);
+    }
+}
+
+void check_decoded(const decoded& result, std::span<const uint8_t> bytes)
+{
+    require(result.msg.has_value() == result.fault.empty(), "either a message or a fault");
+    if (!result.msg)
+        return;
+    const auto content = result.msg->content;
+    require(content.data() >= bytes.data() &&
+                content.data() + content.size() <= bytes.data() + bytes.size(),
+            "the contents lie in the message");
+    require(result.msg->extended || content.size() == 32, "baseline contents have 32 bytes");
+}
+
+} // namespace
+
+int fuzz_message(const uint8_t* data, size_t size)
+{
+    const std::span bytes(data, size);
+    check_decoded(decode_message(bytes), bytes);
+    return 0;
+}
+
+int fuzz_capture(const uint8_t* data, size_t size)
+{
+    const capture_result result = read_capture_bytes({data, size});
+    require(result.cap.has_value() == result.error.empty(), "either a capture or an error");
+    if (result.cap)
+        check_scenario(convert(*result.cap, "fuzz").scenario);
+    return 0;
+}
+
+int fuzz_session(const uint8_t* data, size_t size)
+{
+    capture cap;
+    while (size > 0) {
+        const size_t length = std::min<size_t>(data[0], size - 1);
+        const std::span bytes(data + 1, length);
+        const decoded result = decode_message(bytes);
+        check_decoded(result, bytes);
+        ++cap.frames;
+        if (result.msg)
+            cap.messages.push_back({cap.frames, *result.msg});
+        data += 1 + length;
+        size -= 1 + length;
+    }
+    check_scenario(convert(cap, "fuzz").scenario);
+    return 0;
+}
+
+} // namespace gponflow::omci::test
