@@ -13,7 +13,7 @@ rank_of() { # FILE: sets rank, empty for a file outside of the core's layers
     include/* | platform/kernel_api.h) rank=0 ;;
     hash/*) rank=1 ;;
     me/*) rank=2 ;;
-    pkt/walk.* | pkt/walk_*.* | pkt/rule.* | pkt/rule_*.*) rank=5 ;;
+    pkt/flow.* | pkt/walk.* | pkt/rule.*) rank=5 ;; # above the classes that a walk calls
     pkt/*) rank=3 ;; # the readers of a frame's header
     me_class/*) rank=4 ;;
     debug/*) rank=6 ;;
