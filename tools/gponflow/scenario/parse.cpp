@@ -13,7 +13,8 @@ namespace {
 
 using words_of_command = std::span<const word>;
 
-// A timer of the module fires every 30000 jiffies: more than this would run for hours.
+// The aging timer fires all the way: this much takes the module in a process about 20 seconds,
+// the whole range of the number would take years.
 constexpr uint64_t longest_advance = uint64_t{1} << 40;
 
 void expect_no_more(words_of_command words)
