@@ -30,14 +30,16 @@ fi
 report() {
     local log=$1 arch=$2 wanted failed=0
     tr -d '\r' <"$log" | awk -v arch="$arch" '
-        $1 == "@@" && $2 == "begin" { kept = "" ; next }
-        $1 == "@@" && $2 == "note" { sub(/^@@ note /, "") ; kept = kept "    " $0 "\n" ; next }
+        $1 == "@@" && $2 == "begin" { kept = notes = "" ; next }
+        $1 == "@@" && $2 == "note" { sub(/^@@ note /, "") ; notes = notes "    " $0 "\n" ; next }
         $1 == "@@" && $2 == "end" {
-            printf "  %-7s %-32s %s %4d s\n", arch, $3, ($4 == "0" ? "ok    " : "FAILED"), $5
-            printf "%s", kept
+            passed = $4 == "0"
+            printf "  %-7s %-32s %s %4d s\n%s", arch, $3, passed ? "ok    " : "FAILED", $5, \
+                passed ? notes : kept notes
             kept = ""
             next
         }
+        $1 == "@@" && $2 == "done" { exit }
         { kept = kept $0 "\n" }
         END { printf "%s", kept }'
     for wanted in "${tests[@]}"; do

@@ -5,11 +5,12 @@
 . /tests/lib.sh
 
 load_both
+grep '\[gpon_flow\]' /proc/kallsyms >/tmp/symbols
+grep '\[gpon_flow\]' /sys/kernel/tracing/available_filter_functions >/tmp/traceable
 for name in gpon_flow_api_dispatch gpon_flow_ioctl gpon_flow_dispatch_omci_cmd \
     gpon_pkt_general_flow_func gpon_hash_get_rule_safe gpon_dbg_parsing_cmd; do
-    grep -q " $name.\[gpon_flow\]" /proc/kallsyms || fail "$name is not in the symbol table"
-    grep -q "^$name \[gpon_flow\]" /sys/kernel/tracing/available_filter_functions ||
-        fail "$name cannot be traced"
+    grep -qw "$name" /tmp/symbols || fail "$name is not in the symbol table"
+    grep -qw "$name" /tmp/traceable || fail "$name cannot be traced"
 done
 cd /sys/kernel/tracing || fail "no tracing here"
 echo gpon_dbg_parsing_cmd >set_ftrace_filter
