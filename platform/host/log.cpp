@@ -76,11 +76,13 @@ void dump_stack()
 
 void panic(const char* text, ...)
 {
+    // No string: abandon_load does not come back to destroy it.
+    char words[1024];
     va_list arguments;
     va_start(arguments, text);
-    const std::string words = format(text, arguments);
+    format_to(words, sizeof(words), text, arguments);
     va_end(arguments);
-    record_call("panic %s", words.c_str());
+    record_call("panic %s", words);
     abandon_load();
-    fatal("panic outside of module loading: %s", words.c_str());
+    fatal("panic outside of module loading: %s", words);
 }

@@ -39,7 +39,8 @@ proc_dir_entry* add(proc_dir_entry& folder, const char* name, bool directory)
 {
     if (find(folder, name) != folder.entries.end())
         return nullptr;
-    folder.entries.push_back(std::make_unique<proc_dir_entry>(name, directory));
+    folder.entries.push_back(
+        std::make_unique<proc_dir_entry>(proc_dir_entry{.name = name, .directory = directory}));
     return folder.entries.back().get();
 }
 

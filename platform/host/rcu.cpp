@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * RCU by liburcu. Every deferred free takes a record of its own: liburcu's list then never lies in
- * the module's memory, and the thread sanitizer can be told what a grace period orders.
+ * RCU: read sections and grace periods are liburcu's, the queue of deferred frees is not. liburcu's
+ * own call_rcu lets each batch ripen for 10 ms, which rcu_barrier, and with it every unload and
+ * reset, would wait for. Here a thread of ours runs what is queued as soon as a grace period is
+ * over, and rcu_barrier runs it itself. Lock: batch_lock, held while a batch runs.
  */
-#include <atomic>
-#include <cstdlib>
-
-// liburcu and the seam each have a struct of this name.
+// liburcu and the seam each have a struct of this name; liburcu's is not used.
 #define rcu_head urcu_head
 #include <urcu/urcu-memb.h>
 #undef rcu_head
+
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
 
 #include "platform/host/context.h"
 #include "platform/host/host.h"
@@ -21,30 +25,89 @@ namespace gpon::host {
 namespace {
 
 struct deferred_free {
-    urcu_head queue;
+    deferred_free* next;
     rcu_head* head;
     void (*free_it)(rcu_head*);
 };
 
+constinit std::atomic<deferred_free*> queue = nullptr; // newest first
 constinit std::atomic<uint64_t> outstanding = 0;
+constinit std::mutex batch_lock;
 
-// Addresses to which the thread sanitizer's edges are tied: from the end of a read section to the
-// callbacks after it, from a callback to those who waited for it.
-[[maybe_unused]] constinit char readers_done = 0;
-[[maybe_unused]] constinit char callbacks_done = 0;
+// Ties the end of a read section to the callbacks after it, for the thread sanitizer.
+constinit char readers_done = 0;
 
-void run(urcu_head* queue)
+void enqueue(deferred_free* call)
 {
-    auto* call = reinterpret_cast<deferred_free*>(queue);
-    tsan::acquire(call);
-    tsan::acquire(&readers_done);
-    const deferred_free todo = *call;
-    std::free(call);
-    todo.free_it(todo.head);
-    outstanding.fetch_sub(1, std::memory_order_relaxed);
-    tsan::release(&callbacks_done);
+    outstanding.fetch_add(1, std::memory_order_relaxed);
+    call->next = queue.load(std::memory_order_relaxed);
+    while (!queue.compare_exchange_weak(call->next, call, std::memory_order_release,
+                                        std::memory_order_relaxed)) {
+    }
 }
-static_assert(offsetof(deferred_free, queue) == 0);
+
+deferred_free* oldest_first(deferred_free* newest)
+{
+    deferred_free* first = nullptr;
+    while (newest) {
+        deferred_free* next = newest->next;
+        newest->next = first;
+        first = newest;
+        newest = next;
+    }
+    return first;
+}
+
+void run_batch()
+{
+    const std::lock_guard held(batch_lock);
+    deferred_free* batch = queue.exchange(nullptr, std::memory_order_acquire);
+    if (!batch)
+        return;
+    urcu_memb_synchronize_rcu();
+    tsan::acquire(&readers_done);
+    const softirq_section softirq;
+    for (deferred_free* call = oldest_first(batch); call;) {
+        deferred_free* done = call;
+        call = call->next;
+        done->free_it(done->head);
+        std::free(done);
+        outstanding.fetch_sub(1, std::memory_order_relaxed);
+    }
+}
+
+class worker {
+public:
+    worker() : thread_([this] { work(); }) {}
+    ~worker()
+    {
+        stop_.store(true, std::memory_order_relaxed);
+        wake();
+        thread_.join();
+    }
+    worker(const worker&) = delete;
+    worker& operator=(const worker&) = delete;
+
+    void wake()
+    {
+        rings_.fetch_add(1, std::memory_order_release);
+        rings_.notify_one();
+    }
+
+private:
+    void work()
+    {
+        for (int heard = 0; !stop_.load(std::memory_order_relaxed);) {
+            run_batch();
+            rings_.wait(heard, std::memory_order_acquire);
+            heard = rings_.load(std::memory_order_acquire);
+        }
+    }
+
+    std::atomic<int> rings_ = 0;
+    std::atomic<bool> stop_ = false;
+    std::thread thread_; // last: it uses the others
+};
 
 constinit thread_local bool registered = false;
 
@@ -57,8 +120,8 @@ public:
     }
     ~registration()
     {
-        urcu_memb_unregister_thread();
         registered = false;
+        urcu_memb_unregister_thread();
     }
     registration(const registration&) = delete;
     registration& operator=(const registration&) = delete;
@@ -106,22 +169,20 @@ void rcu_read_unlock()
 
 void call_rcu(rcu_head* head, void (*free_it)(rcu_head*))
 {
-    register_this_thread();
+    static worker background;
     auto* call = static_cast<deferred_free*>(std::malloc(sizeof(deferred_free)));
     if (!call)
         fatal("no memory for a deferred free");
     call->head = head;
     call->free_it = free_it;
-    outstanding.fetch_add(1, std::memory_order_relaxed);
-    tsan::release(call);
-    urcu_memb_call_rcu(&call->queue, run);
+    enqueue(call);
+    background.wake();
 }
 
 void rcu_barrier()
 {
     assert_may_sleep("rcu_barrier");
-    urcu_memb_barrier();
-    tsan::acquire(&callbacks_done);
+    run_batch();
 }
 
 void check_list_access()
