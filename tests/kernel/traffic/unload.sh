@@ -1,0 +1,63 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The modules come and go while both directions carry as much TCP as the machine can, frames in
+# every queue; in the end the platform goes too, under the same load.
+. /tests/traffic/topology.sh
+
+rounds=${rounds:-8}
+
+# NAMESPACE ADDRESS-OF-SERVER1 PORT: an endless stream up, and one down on the same connection.
+stream() {
+    in_ns server1 sh -c "while :; do nc -l -p $3 </dev/zero >/dev/null; done" &
+    in_ns "$1" sh -c "while :; do nc -w 5 $2 $3 </dev/zero >/dev/null; sleep 0.1; done" &
+}
+
+take_engine_out() {
+    case $onu in
+    alone) echo "default off" >$proc/hooks ;;
+    gpon_flow) rmmod gpon_flow ;;
+    esac || fail "round $round: it does not go out"
+}
+
+put_engine_in() {
+    case $onu in
+    alone) echo "default on" >$proc/hooks ;;
+    gpon_flow) load_gpon_flow && provision ;;
+    esac || fail "round $round: it does not come in"
+}
+
+wait_for_traffic() {
+    before=$(counter gem1025 rx_frames)
+    for _ in $(seq 100); do
+        [ "$(counter gem1025 rx_frames)" -lt $((before + 50)) ] || return 0
+        sleep 0.2
+    done
+    fail "round $round: no traffic"
+}
+
+onu_up
+plain_network
+stream client1 10.0.0.1 5001
+stream client2 10.0.0.1 5002
+round=0
+while [ "$round" -lt "$rounds" ]; do
+    wait_for_traffic
+    lost=$(counter ani0 tx_drop_no_gem_port)
+    take_engine_out
+    sleep 0.3
+    put_engine_in
+    round=$((round + 1))
+done
+wait_for_traffic
+expect_at_least "frames lost without a mapping" 1 "$lost"
+echo "@@ $rounds times under load, $(counter gem1025 rx_frames) frames up"
+if [ "$onu" = gpon_flow ]; then
+    rmmod gpon_flow || fail "gpon_flow does not unload"
+fi
+rmmod gpon_softonu || fail "gpon_softonu does not unload"
+for ns in client1 client2 server1; do
+    for pid in $(ip netns pids $ns); do kill -9 "$pid"; done
+done 2>/dev/null
+ip link del br0
+for ns in client1 client2 server1 server2; do ip netns del $ns; done
