@@ -6,14 +6,16 @@ set -eu
 
 cache=$1
 release=$(cat "$cache/release")
-limit=${RECORD_TIMEOUT:-200}
+limit=${RECORD_TIMEOUT:-600}
 
 rm -rf "$cache/taps" "$cache/handed-out"
 mkdir -p "$cache/taps"
-# A fixed clock keeps the frames' timestamps independent of the day of the recording; the second
-# serial port carries the recording out, so the guest needs no disk and no shared folder.
-timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=multi -cpu max -smp 2 -m 768 \
-    -display none -nodefaults -no-reboot -rtc base=2024-01-01T12:00:00,clock=vm \
+# Time in the guest counts its instructions, and the clock and the random numbers start alike each
+# time: the recording depends neither on the load of the recording machine nor on the day. The
+# second serial port carries the recording out, so the guest needs no disk and no shared folder.
+timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=single -cpu max -smp 1 -m 768 \
+    -icount shift=0,sleep=off -seed 1 -rtc base=2024-01-01T12:00:00,clock=vm \
+    -display none -nodefaults -no-reboot \
     -chardev "file,id=console,path=$cache/console" -serial chardev:console \
     -chardev "file,id=out,path=$cache/handed-out" -serial chardev:out \
     -kernel "$cache/root/boot/vmlinuz-$release" -initrd "$cache/initramfs.gz" \

@@ -6,6 +6,8 @@ set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
 folder=${1:-$here/../../captures}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 
 echo "| file | what | frames |"
 echo "|---|---|---|"
@@ -13,7 +15,12 @@ grep -v '^#' "$here/expected.txt" | {
     missing=0
     while IFS='|' read -r file what filter; do
         file=${file% } what=${what# } what=${what% } filter=${filter# }
-        frames=$(tshark -n -r "$folder/$file" -Y "$filter" -T fields -e frame.number | wc -l)
+        tshark -n -r "$folder/$file" -Y "$filter" -T fields -e frame.number \
+            > "$work/frames" 2> "$work/log" || {
+            cat "$work/log" >&2
+            exit 1
+        }
+        frames=$(wc -l < "$work/frames")
         echo "| $file | $what | $frames |"
         [ "$frames" -gt 0 ] || missing=$((missing + 1))
     done

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
 # The home gateway on UNI 1: plain and VLAN internet, PPPoE, a stacked business service.
 
 edge_link_local=fe80::200:5eff:fe00:5301
@@ -16,9 +17,11 @@ pings() {
     in_ns "$1" ping -n -q -c 2 -i 0.2 -W 2 -Q "$3" "$2" > /dev/null
 }
 
-# resolve SPACE SERVER NAME TYPE [-t for TCP]
+# resolve SPACE SERVER NAME TYPE [client options, -t for TCP]
 resolve() {
-    in_ns "$1" drill ${5:-} "$3" "@$2" "$4" > /run/answer
+    space=$1 server=$2 name=$3 type=$4
+    shift 4
+    in_ns "$space" drill "$@" "$name" "@$server" "$type" > /run/answer
     grep -q "rcode: NOERROR" /run/answer
 }
 

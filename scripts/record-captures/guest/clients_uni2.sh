@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
 # UNI 2: a telephone on VLAN 300 and a set-top box on VLAN 400.
 
 # The tool's own call with recorded speech, ended after less than half a second of it.

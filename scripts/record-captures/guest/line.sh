@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
 # The line: namespaces, links, service VLANs.
 #
 #   home1 --- uni1 +-----+

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
 # The whole play: line, servers, taps, clients. Any step that fails ends the recording.
 set -eu
 

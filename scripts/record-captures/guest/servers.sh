@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
 # The network side: DHCP, DNS, router advertisements, PPPoE access, web, SIP.
 
+# shellcheck disable=SC2154 # line.sh sets the first bytes of all addresses
 access_dns_dhcp() {
     cat > /etc/dnsmasq.conf <<END
 user=root
