@@ -31,7 +31,8 @@ elseif(GPON_SANITIZE)
     message(FATAL_ERROR "GPON_SANITIZE is address, thread or empty, not '${GPON_SANITIZE}'")
 endif()
 if(GPON_SANITIZE)
-    add_compile_options(${sanitizers} -O1 -fno-omit-frame-pointer)
+    # A report names functions and lines; more would only make the build slower.
+    add_compile_options(${sanitizers} -O1 -g1 -fno-omit-frame-pointer)
     add_link_options(${sanitizers})
 endif()
 
