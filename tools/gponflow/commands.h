@@ -9,5 +9,6 @@ namespace gponflow {
 /// Each adds its subcommand, which runs while the command line is parsed, on the standard
 /// streams; a status other than 0 leaves as CLI::RuntimeError, which becomes the process's own.
 void add_run_command(CLI::App& app);
+void add_account_command(CLI::App& app);
 
 } // namespace gponflow

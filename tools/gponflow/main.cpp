@@ -24,6 +24,7 @@ int main(int argc, char** argv)
     app.require_subcommand(1);
     app.footer(example);
     gponflow::add_run_command(app);
+    gponflow::add_account_command(app);
     gponflow::add_omci_command(app);
     try {
         app.parse(argc, argv);

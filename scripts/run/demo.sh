@@ -1,0 +1,11 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# build, provision a subscriber line, send recorded traffic through it, tell where it went
+set -eu
+. scripts/build.sh
+
+need build
+step build build_preset release gponflow
+echo
+echo "Line: scenarios/demo.scn. Traffic: captures/, recorded from real clients."
+echo
+"$(preset_dir release)/bin/gponflow" account scenarios/demo.scn
