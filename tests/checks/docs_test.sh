@@ -1,0 +1,21 @@
+# SPDX-License-Identifier: GPL-2.0-only
+set -eu
+. tests/checks/proof.sh
+check=scripts/check-docs.sh
+
+fresh_tree
+printf '> load\n@ mod_timer +30000 \n= load 0\n' | file told.transcript
+printf 'Text.\n\n```transcript\n> load\n@ mod_timer +30000\n```\n' | file good.md
+passes "a block that was told" bash "$check" "$tree/told.transcript" "$tree/good.md"
+
+printf '```transcript\n> load\n= load 0\n```\n' | file gap.md
+fails "a block with a line left out" "is not in" bash "$check" "$tree/told.transcript" "$tree/gap.md"
+printf '```transcript\n> load\n= load 1\n```\n' | file other.md
+fails "a block with another answer" "is not in" bash "$check" "$tree/told.transcript" "$tree/other.md"
+printf 'Text.\n' | file none.md
+fails "a document without a block" "no block" bash "$check" "$tree/told.transcript" "$tree/none.md"
+printf '```transcript\n> load\n' | file open.md
+fails "a block without an end" "without an end" bash "$check" "$tree/told.transcript" "$tree/open.md"
+fails "a document that is missing" "No such file" bash "$check" "$tree/told.transcript" "$tree/absent.md"
+
+exit "$proofs_failed"
