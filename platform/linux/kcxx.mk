@@ -37,6 +37,11 @@ ifdef CONFIG_PROVE_RCU
 kcxx-add += -DGPON_DEBUG_CHECKS
 endif
 
+# For the check of the stack's depth: frame sizes and calls, beside the objects (*.ci).
+ifdef GPON_CALL_GRAPH
+kgraph := $(call cc-option,-fcallgraph-info=su)
+endif
+
 # The glue has the module's ends, and calls those of the core.
 $(obj)/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
 	-Dcleanup_module=gpon_core_cleanup_module
@@ -44,11 +49,12 @@ $(obj)/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
 # These objects are not in the list of a module, so the kernel's build is told what they are.
 $(kcxx-objs) $(kglue-objs): private part-of-module := y
 $(kcxx-objs) $(kglue-objs): private modname := gpon_flow
-$(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe)
+$(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe) $(kgraph)
 
 $(kcxx-objs): private override CC := $(kcxx-compiler)
 $(kcxx-objs): private override c_flags = -Wp,-MMD,$(depfile) \
-	$(filter-out $(kcxx-drop),$(_c_flags)) $(modkern_cflags) $(kcxx-add) $(kcxx-ends) $(kframe)
+	$(filter-out $(kcxx-drop),$(_c_flags)) $(modkern_cflags) $(kcxx-add) $(kcxx-ends) $(kframe) \
+	$(kgraph)
 $(kcxx-objs): private override quiet_cmd_cc_o_c = CXX $(quiet_modtag) $@
 $(kcxx-objs): $(obj)/%.o: $(src)/%.cpp FORCE
 	$(call if_changed_rule,cc_o_c)

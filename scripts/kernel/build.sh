@@ -37,7 +37,7 @@ link_sources() {
 build_modules() {
     local log=$1/build.log
     if ! make -C "$kernel" -j "$GPON_JOBS" M="$1" CROSS_COMPILE="$(cross_prefix "$arch")" \
-        CONFIG_DEBUG_INFO_BTF_MODULES= modules >"$log" 2>&1; then
+        CONFIG_DEBUG_INFO_BTF_MODULES= GPON_CALL_GRAPH=1 modules >"$log" 2>&1; then
         cat "$log" >&2
         fail "the modules do not build for $arch"
     fi
@@ -50,4 +50,4 @@ link_sources "$farm" Kbuild platform/kernel_api.h "${folders[@]}"
 build_modules "$farm"
 link_sources "$farm-of-tests" tests/kernel/modules
 build_modules "$farm-of-tests/tests/kernel/modules"
-CROSS_COMPILE=$(cross_prefix "$arch") bash scripts/kernel/check-module.sh "$arch" "$farm/gpon_flow.ko"
+bash scripts/kernel/check-module.sh "$arch" "$farm/gpon_flow.ko" "$kernel"

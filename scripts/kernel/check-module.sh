@@ -1,21 +1,23 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: check-module.sh ARCH GPON_FLOW.KO
+# usage: check-module.sh ARCH GPON_FLOW.KO [KERNEL-BUILD-FOLDER]
 #
-# What must hold for the module as it would be shipped: its size, which names it shows to other
-# code, which names an operator finds in a stack trace, and nothing in it that a kernel would
-# silently not run.
-set -eu
+# What must hold for the module as it would be shipped: its size, the stack that a packet needs,
+# which names it shows to other code, which names an operator finds in a stack trace, and nothing
+# in it that a kernel would silently not run.
+set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
 
-[ $# = 2 ] || fail "an architecture and a module are needed"
+[ $# -ge 2 ] || fail "an architecture and a module are needed"
 arch=$1
 module=$2
+kernel=${3:-$(kernel_headers "$arch")}
 prefix=$(cross_prefix "$arch")
 text_limit=65536
+stack_limit=4096
 
 # An operator traces these and meets them in stack traces, so they must not be inlined away.
 named_functions=(gpon_flow_api_dispatch gpon_pkt_general_flow_func gpon_flow_ioctl
@@ -61,7 +63,19 @@ check_constructors() {
     [ -z "$found" ] || complain "static constructors, which a kernel does not run: $found"
 }
 
+# Sanitizers make frames of another size; they are not what is shipped.
+check_stack() {
+    local folder=${module%/*}
+    if grep -q '^CONFIG_KASAN=y' "$kernel/include/config/auto.conf" 2>/dev/null; then
+        return
+    fi
+    find "$folder" -name '*.ci' -exec cat {} + |
+        awk -v limit="$stack_limit" -f scripts/kernel/stack-depth.awk |
+        sed "s/^/$arch: /" || complain "too much stack"
+}
+
 check_text
+check_stack
 check_globals
 check_names
 check_constructors

@@ -4,7 +4,7 @@
 # usage: fetch.sh [--again] ARCH...
 #
 # Gets Debian's newest kernel image, its headers and the user space of the test guests for arm64
-# or x86_64. Packages are downloaded and unpacked below build/kernel, none is installed: apt works
+# or x86_64, once. Packages are downloaded and unpacked below build/kernel, none is installed: apt works
 # on lists of its own there, so this needs no root and leaves the machine as it is.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
@@ -13,6 +13,12 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 
 apt_dir=$GPON_KERNEL_DIR/apt
 guest_programs=(busybox-static iproute2)
+
+# What the command line tool is built against for a guest, and runs with there.
+guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+
+# The cross compiler has a C library of its own, whose headers must stay the only ones.
+unwanted='^(libc6-dev|linux-libc-dev|libcrypt-dev|libc-dev-bin|rpcsvc-proto|libnsl-dev)_'
 
 apt_setup() {
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
@@ -68,7 +74,8 @@ download_kernel() {
 download_programs() {
     local debian=$1 debs=$2
     apt-get "${apt_options[@]}" -o "Dir::Cache::archives=$debs" -o APT::Architecture="$debian" \
-        -o Debug::NoLocking=true --download-only -y install "${guest_programs[@]/%/:$debian}"
+        -o Debug::NoLocking=true --download-only -y install \
+        "${guest_programs[@]/%/:$debian}" "${guest_libraries[@]}"
 }
 
 fetch() {
@@ -82,15 +89,26 @@ fetch() {
     download_kernel "$packages" "$staging/debs"
     download_programs "$debian" "$staging/debs"
     for deb in "$staging"/debs/*.deb; do
-        dpkg -x "$deb" "$staging/root"
+        [[ ${deb##*/} =~ $unwanted ]] || dpkg -x "$deb" "$staging/root"
     done
     version=${packages%%:*}
     version=${version#linux-headers-}
     rm -rf "$staging/debs" "${GPON_KERNEL_DIR:?}/$arch"
     mv "$staging" "$GPON_KERNEL_DIR/$arch"
     mend_headers "$(kernel_root "$arch")" "$version"
-    # Last: it says that everything else is there.
+    # Last: they say that everything else is there.
+    wanted_packages >"$GPON_KERNEL_DIR/$arch/request"
     echo "$version" >"$GPON_KERNEL_DIR/$arch/version"
+}
+
+# What is unpacked here may stem from an older version of this script.
+wanted_packages() {
+    echo "${guest_programs[*]} ${guest_libraries[*]}"
+}
+
+is_there() {
+    [ -f "$GPON_KERNEL_DIR/$1/version" ] &&
+        [ "$(cat "$GPON_KERNEL_DIR/$1/request" 2>/dev/null)" = "$(wanted_packages)" ]
 }
 
 again=
@@ -100,7 +118,7 @@ for word in "$@"; do
     --again) again=1 ;;
     *)
         debian_arch "$word" >/dev/null
-        if [ -n "$again" ] || [ ! -f "$GPON_KERNEL_DIR/$word/version" ]; then
+        if [ -n "$again" ] || ! is_there "$word"; then
             wanted+=("$word")
         fi
         ;;

@@ -1,0 +1,35 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: tool.sh ARCH FOLDER
+#
+# Builds the command line tool for a guest; the program is FOLDER/bin/gponflow. Its libraries are
+# those that fetch.sh unpacked, never the machine's own.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+[ $# = 2 ] || fail "an architecture and a folder are needed"
+arch=$1
+folder=$2
+root=$(kernel_root "$arch")
+prefix=$(cross_prefix "$arch")
+case $arch in
+arm64) processor=aarch64 ;;
+*) processor=$arch ;;
+esac
+libraries=usr/lib/$processor-linux-gnu
+
+# A release of its own keeps CMake from asking the machine's package configurations.
+export PKG_CONFIG_LIBDIR=$root/$libraries/pkgconfig:$root/usr/share/pkgconfig
+export PKG_CONFIG_SYSROOT_DIR=$root
+cmake -S . -B "$folder" -G Ninja \
+    -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
+    -DCMAKE_C_COMPILER="${prefix}gcc" -DCMAKE_CXX_COMPILER="${prefix}g++" \
+    -DCMAKE_FIND_ROOT_PATH="$root" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \
+    -DCMAKE_FIND_ROOT_PATH_MODE_LIBRARY=ONLY -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=ONLY \
+    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY \
+    -DCMAKE_EXE_LINKER_FLAGS="-Wl,-rpath-link,$root/$libraries -Wl,-rpath-link,$root/lib/$processor-linux-gnu -L$root/$libraries" \
+    -DCMAKE_LIBRARY_ARCHITECTURE="$processor-linux-gnu" -DBUILD_TESTING=OFF
+cmake --build "$folder" --parallel "$GPON_JOBS" --target gponflow
