@@ -19,7 +19,7 @@ BEGIN {
     # that nobody calls by name.
     class_function = "_forward$"
     caller_of_class_function = "walk_step|^gpon_pkt_general_forward$"
-    caller_of_platform = "^gpon_flow_api_dispatch$|choose_queue"
+    caller_of_platform = "^gpon_flow_api_dispatch$|choose_queue|^gpon_pkt_quick_forward$"
 }
 
 function quoted(line, word,    at) {
