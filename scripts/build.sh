@@ -19,9 +19,24 @@ preset_dir() {
     fi
 }
 
+# need_for PRESET...: the packages that configuring and building these takes.
+need_for() {
+    local preset groups=(build test)
+    for preset in "$@"; do
+        case $preset in
+        release) groups+=(cross) ;;
+        clang | fuzz) groups+=(clang) ;;
+        coverage) groups+=(coverage) ;;
+        bench) groups+=(bench) ;;
+        esac
+    done
+    need "${groups[@]}"
+}
+
 # build_preset PRESET [TARGET...]
 build_preset() {
     local dir target targets=()
+    need_for "$1" || return 1
     dir=$(preset_dir "$1")
     for target in "${@:2}"; do
         targets+=(--target "$target")

@@ -3,5 +3,5 @@
 set -eu
 . scripts/build.sh
 
-need build test cross
+need_for release
 step build build_preset release

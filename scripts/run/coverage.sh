@@ -3,7 +3,7 @@
 set -eu
 . scripts/build.sh
 
-need build test coverage
+need_for coverage
 dir=$(preset_dir coverage)
 
 # Counters of an earlier run would be added to.

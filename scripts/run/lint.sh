@@ -29,7 +29,8 @@ check_shell() {
     shell_sources | xargs shellcheck
 }
 
-need build test clang format lint
+need_for clang
+need format lint
 if [ $# = 0 ]; then
     set -- format tidy shell
 fi

@@ -3,7 +3,7 @@
 set -eu
 . scripts/build.sh
 
-need build test cross
+need_for release
 step build build_preset release
 
 if [ $# = 0 ]; then

@@ -48,10 +48,10 @@ run_clang() {
     step clang build_preset clang gpon_core gpon_host
 }
 
-need build test cross clang
 if [ $# = 0 ]; then
     set -- release asan tsan clang
 fi
+need_for "$@" clang
 for name in "$@"; do
     case $name in
     release | asan | tsan | clang) "run_$name" || failed+=("$name") ;;
