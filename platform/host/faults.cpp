@@ -44,8 +44,8 @@ bool take_fault(fault what)
 {
     armed_fault& state = state_of(what);
     uint64_t left = state.calls_left.load(std::memory_order_relaxed);
-    while (left && !state.calls_left.compare_exchange_weak(left, left - 1,
-                                                           std::memory_order_relaxed)) {
+    while (left &&
+           !state.calls_left.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
     }
     if (left == 1)
         state.fired.store(true, std::memory_order_relaxed);

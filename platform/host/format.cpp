@@ -5,36 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/host/conversion.h"
+
 namespace gpon::host {
 namespace {
-
-// Limits of the kernel; more is a mistake in a format text, not a wish.
-constexpr int width_max = (1 << 23) - 1;
-constexpr int precision_max = (1 << 15) - 1;
-
-enum class length { of_char, of_short, of_int, of_long, of_long_long, of_size };
-
-struct conversion {
-    bool special = false;
-    bool zero_pad = false;
-    bool left = false;
-    bool plus = false;
-    bool blank = false;
-    int width = -1;
-    int precision = -1;
-    length size = length::of_int;
-    char kind = 0;
-};
-
-// A copy of the caller's va_list that functions can share: the type may be an array.
-struct argument_list {
-    explicit argument_list(va_list from) { va_copy(values, from); }
-    ~argument_list() { va_end(values); }
-    argument_list(const argument_list&) = delete;
-    argument_list& operator=(const argument_list&) = delete;
-
-    va_list values;
-};
 
 class writer {
 public:
@@ -63,109 +37,6 @@ private:
     size_t room_;
     size_t length_ = 0;
 };
-
-void read_flags(const char*& text, conversion& spec)
-{
-    for (;; ++text) {
-        switch (*text) {
-        case '-': spec.left = true; break;
-        case '+': spec.plus = true; break;
-        case ' ': spec.blank = true; break;
-        case '#': spec.special = true; break;
-        case '0': spec.zero_pad = true; break;
-        default: return;
-        }
-    }
-}
-
-int read_number(const char*& text, int largest)
-{
-    int number = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
-        number = std::min(number * 10 + (*text - '0'), largest);
-    return number;
-}
-
-void read_width(const char*& text, conversion& spec, argument_list& arguments)
-{
-    if (*text >= '0' && *text <= '9') {
-        spec.width = read_number(text, width_max);
-    } else if (*text == '*') {
-        ++text;
-        spec.width = std::clamp(va_arg(arguments.values, int), -width_max, width_max);
-        if (spec.width < 0) {
-            spec.left = true;
-            spec.width = -spec.width;
-        }
-    }
-}
-
-void read_precision(const char*& text, conversion& spec, argument_list& arguments)
-{
-    if (*text != '.')
-        return;
-    ++text;
-    if (*text >= '0' && *text <= '9') {
-        spec.precision = read_number(text, precision_max);
-    } else if (*text == '*') {
-        ++text;
-        spec.precision = std::clamp(va_arg(arguments.values, int), 0, precision_max);
-    }
-}
-
-length read_length(const char*& text)
-{
-    const char first = *text;
-    if (first != 'h' && first != 'l' && first != 'z')
-        return length::of_int;
-    ++text;
-    if (first == 'z')
-        return length::of_size;
-    const bool twice = *text == first;
-    if (twice)
-        ++text;
-    if (first == 'h')
-        return twice ? length::of_char : length::of_short;
-    return twice ? length::of_long_long : length::of_long;
-}
-
-conversion read_conversion(const char*& text, argument_list& arguments)
-{
-    conversion spec;
-    read_flags(text, spec);
-    read_width(text, spec, arguments);
-    read_precision(text, spec, arguments);
-    spec.size = read_length(text);
-    spec.kind = *text;
-    return spec;
-}
-
-uint64_t signed_argument(length size, argument_list& arguments)
-{
-    int64_t value = 0;
-    switch (size) {
-    case length::of_char: value = static_cast<signed char>(va_arg(arguments.values, int)); break;
-    case length::of_short: value = static_cast<short>(va_arg(arguments.values, int)); break;
-    case length::of_int: value = va_arg(arguments.values, int); break;
-    case length::of_long: value = va_arg(arguments.values, long); break;
-    case length::of_long_long: value = va_arg(arguments.values, long long); break;
-    case length::of_size: value = va_arg(arguments.values, ptrdiff_t); break;
-    }
-    return static_cast<uint64_t>(value);
-}
-
-uint64_t unsigned_argument(length size, argument_list& arguments)
-{
-    switch (size) {
-    case length::of_char: return static_cast<unsigned char>(va_arg(arguments.values, int));
-    case length::of_short: return static_cast<unsigned short>(va_arg(arguments.values, int));
-    case length::of_int: return va_arg(arguments.values, unsigned int);
-    case length::of_long: return va_arg(arguments.values, unsigned long);
-    case length::of_long_long: return va_arg(arguments.values, unsigned long long);
-    case length::of_size: break;
-    }
-    return va_arg(arguments.values, size_t);
-}
 
 struct digits {
     char reversed[24]; // enough for 64 bits in octal
@@ -250,21 +121,36 @@ void put_pointer(writer& out, conversion spec, argument_list& arguments)
 bool put_conversion(writer& out, const conversion& spec, argument_list& arguments)
 {
     switch (spec.kind) {
-    case '%': out.put('%'); return true;
+    case '%':
+        out.put('%');
+        return true;
     case 'c': {
         const char c = static_cast<char>(va_arg(arguments.values, int));
         put_text(out, spec, &c, 1);
         return true;
     }
-    case 's': put_string(out, spec, arguments); return true;
-    case 'p': put_pointer(out, spec, arguments); return true;
+    case 's':
+        put_string(out, spec, arguments);
+        return true;
+    case 'p':
+        put_pointer(out, spec, arguments);
+        return true;
     case 'd':
-    case 'i': put_signed(out, spec, arguments); return true;
-    case 'u': put_number(out, spec, unsigned_argument(spec.size, arguments), 10, '\0'); return true;
-    case 'o': put_number(out, spec, unsigned_argument(spec.size, arguments), 8, '\0'); return true;
+    case 'i':
+        put_signed(out, spec, arguments);
+        return true;
+    case 'u':
+        put_number(out, spec, unsigned_argument(spec.size, arguments), 10, '\0');
+        return true;
+    case 'o':
+        put_number(out, spec, unsigned_argument(spec.size, arguments), 8, '\0');
+        return true;
     case 'x':
-    case 'X': put_number(out, spec, unsigned_argument(spec.size, arguments), 16, '\0'); return true;
-    default: return false;
+    case 'X':
+        put_number(out, spec, unsigned_argument(spec.size, arguments), 16, '\0');
+        return true;
+    default:
+        return false;
     }
 }
 

@@ -33,8 +33,8 @@ module_state state = module_state::absent;
 // Taken before main, when no code of the module can have run.
 const std::vector<std::byte> initial_data(__start_gpon_data, __stop_gpon_data);
 
-bool loading = false;
-jmp_buf out_of_load;
+constinit thread_local bool loading = false;
+jmp_buf out_of_load; // of the thread that is loading
 
 void restore_data()
 {

@@ -29,9 +29,8 @@ proc_dir_entry& folder_of(proc_dir_entry* parent)
 
 auto find(proc_dir_entry& folder, std::string_view name)
 {
-    return std::ranges::find(folder.entries, name, [](const auto& entry) -> std::string_view {
-        return entry->name;
-    });
+    return std::ranges::find(folder.entries, name,
+                             [](const auto& entry) -> std::string_view { return entry->name; });
 }
 
 // Null when the name is taken.

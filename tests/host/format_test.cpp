@@ -84,7 +84,7 @@ TEST(kernel_format, precision_of_numbers)
     EXPECT_EQ(text_of("[%-8.4x]", 0x1u), "[0001    ]");
     EXPECT_EQ(text_of("[%6.3d]", -7), "[  -007]");
     EXPECT_EQ(text_of("[%08.4x]", 0x12u), "[00000012]"); // libc: blanks
-    EXPECT_EQ(text_of("[%.0d] [%.d]", 0, 0), "[0] [0]");  // libc: empty
+    EXPECT_EQ(text_of("[%.0d] [%.d]", 0, 0), "[0] [0]"); // libc: empty
 }
 
 TEST(kernel_format, width_and_precision_from_arguments)

@@ -81,8 +81,10 @@ TEST_F(hooks, a_record_is_registered_once)
 
 TEST_F(hooks, records_are_called_in_order_of_priority)
 {
-    vorn_hook_ops late = record_of("late", [](api_data*) { return printk("late"); }, 9);
-    vorn_hook_ops early = record_of("early", [](api_data*) { return printk("early"); }, -9);
+    vorn_hook_ops late = record_of(
+        "late", [](api_data*) { return printk("late"); }, 9);
+    vorn_hook_ops early = record_of(
+        "early", [](api_data*) { return printk("early"); }, -9);
     vorn_register_hook(&late);
     vorn_register_hook(&early);
     events.clear();
@@ -119,10 +121,9 @@ TEST_F(hooks, the_mapping_functions_answer_what_was_set)
     gpon::host::set_queue_mapping(5);
     EXPECT_EQ(gpon_mapping_hook(&packet), -1);
     EXPECT_EQ(gpon_queue_mapping_hook(&packet), 5);
-    EXPECT_THAT(events, ElementsAre("@ gpon_mapping_hook = 0",
-                                    "@ gpon_queue_mapping_hook gem=1025 = 0",
-                                    "@ gpon_mapping_hook = -1",
-                                    "@ gpon_queue_mapping_hook gem=1025 = 5"));
+    EXPECT_THAT(events,
+                ElementsAre("@ gpon_mapping_hook = 0", "@ gpon_queue_mapping_hook gem=1025 = 0",
+                            "@ gpon_mapping_hook = -1", "@ gpon_queue_mapping_hook gem=1025 = 5"));
     gpon::host::set_mapping({});
     gpon::host::set_queue_mapping({});
     EXPECT_EQ(gpon_mapping_hook, nullptr);

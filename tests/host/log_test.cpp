@@ -25,19 +25,31 @@ TEST_F(log, answers_the_length_of_the_text)
 
 TEST_F(log, drops_level_prefixes)
 {
-    printk("\001" "3error");
-    printk("\001" "c" "\001" "7debug");
-    pr_cont("\001" "cgoes on");
-    printk("%s", "\001" "4from an argument");
+    printk("\001"
+           "3error");
+    printk("\001"
+           "c"
+           "\001"
+           "7debug");
+    pr_cont("\001"
+            "cgoes on");
+    printk("%s", "\001"
+                 "4from an argument");
     EXPECT_THAT(events, ElementsAre("| error", "| debug", "| goes on", "| from an argument"));
 }
 
 TEST_F(log, keeps_what_only_looks_like_a_level_prefix)
 {
     printk("\001");
-    printk("\001" "8");
-    printk("a\001" "3");
-    EXPECT_THAT(events, ElementsAre("| \001", "| \001" "8", "| a\001" "3"));
+    printk("\001"
+           "8");
+    printk("a\001"
+           "3");
+    EXPECT_THAT(events, ElementsAre("| \001",
+                                    "| \001"
+                                    "8",
+                                    "| a\001"
+                                    "3"));
 }
 
 TEST_F(log, without_a_sink_nothing_is_recorded)

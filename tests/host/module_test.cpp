@@ -13,9 +13,8 @@ using testing::ElementsAre;
 class module_loading : public host_test {};
 class module_loading_death : public host_death_test {};
 
-const gpon_file_operations operations = {[](file*) { return 0; },
-                                         [](file*, unsigned int, unsigned long) { return 1L; },
-                                         nullptr};
+const gpon_file_operations operations = {
+    [](file*) { return 0; }, [](file*, unsigned int, unsigned long) { return 1L; }, nullptr};
 vorn_hook_ops ops = {{}, "some_hook", 1, [](api_data*) { return 0; }, 59, 1};
 
 int open_doors()
@@ -23,7 +22,8 @@ int open_doors()
     __register_chrdev(184, 0, 256, "gpon_flow", &operations);
     create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr));
     vorn_register_hook(&ops);
-    timer_setup(&gpon_hash_timer, [](timer_list*) { printk("timer"); }, 0);
+    timer_setup(
+        &gpon_hash_timer, [](timer_list*) { printk("timer"); }, 0);
     mod_timer(&gpon_hash_timer, get_jiffies_64() + 5);
     return 0;
 }

@@ -50,9 +50,9 @@ TEST_F(proc, reads_and_writes_reach_the_handlers)
     EXPECT_EQ(written, "");
     EXPECT_EQ(gpon::host::proc_write("more than fits"), -22);
     EXPECT_EQ(gpon::host::proc_read(), 0);
-    EXPECT_THAT(events, ElementsAre("@ proc_mkdir gpon_flow = ok",
-                                    "@ create_proc_entry debug mode=0 parent=gpon_flow = ok",
-                                    "| read\n"));
+    EXPECT_THAT(events,
+                ElementsAre("@ proc_mkdir gpon_flow = ok",
+                            "@ create_proc_entry debug mode=0 parent=gpon_flow = ok", "| read\n"));
 }
 
 TEST_F(proc, an_entry_without_handlers_answers_an_error)

@@ -17,8 +17,8 @@ class user_memory : public host_test {};
 class guarded_pages {
 public:
     guarded_pages()
-        : start_(static_cast<char*>(mmap(nullptr, 3 * page, PROT_READ | PROT_WRITE,
-                                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
+        : start_(static_cast<char*>(
+              mmap(nullptr, 3 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
     {
         std::memset(start_, 'u', 2 * page);
         mprotect(end(), page, PROT_NONE);
