@@ -1,0 +1,464 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tests/unit/store_access.h"
+
+#include "me/relation.h"
+#include "me_class/classes.h"
+
+namespace {
+
+using gpon::test::create_bridge;
+using gpon::test::create_port;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr gpon_me_related_id START = {};
+
+gpon_me_related_id after(u16 id)
+{
+    return {.instExist = 1, .instId = id};
+}
+
+bool operator==(const gpon_me_related_id& a, const gpon_me_related_id& b)
+{
+    return a.instExist == b.instExist && (!a.instExist || a.instId == b.instId);
+}
+
+class relation_query : public loaded_module {
+protected:
+    // One call of either query; the answer is left in `answer`.
+    i32 forward(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
+    {
+        answer = previous;
+        const gpon_me_relation_query query = {class_id, id, sought, &answer};
+        const gpon::rcu_reader reader;
+        return gpon_flow_me_get_related_id(&packet, &query);
+    }
+    i32 reverse(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
+    {
+        answer = previous;
+        const gpon_me_relation_query query = {class_id, id, sought, &answer};
+        const gpon::rcu_reader reader;
+        return gpon_flow_me_reverse_get_related_id(&packet, &query);
+    }
+    // A bridge that has recorded ports 0x101, 0x102 and 0x103.
+    static void three_ports()
+    {
+        create_bridge(1);
+        for (const u16 port : u16s{0x101, 0x102, 0x103})
+            create_port(port, 1);
+    }
+    static gpon_me_related_info& ports_of(u16 bridge)
+    {
+        return gpon::find_inst(&gpon_mbsp_list, bridge)->related[0];
+    }
+
+    sk_buff packet;
+    gpon_me_related_id answer = {};
+};
+
+class forward_query : public relation_query {};
+
+TEST_F(forward_query, answers_in_recording_order_then_none)
+{
+    three_ports();
+    EXPECT_EQ(forward(45, 1, 47, START), 0);
+    EXPECT_TRUE(answer == after(0x101));
+    EXPECT_EQ(forward(45, 1, 47, answer), 0);
+    EXPECT_TRUE(answer == after(0x102));
+    EXPECT_EQ(forward(45, 1, 47, answer), 0);
+    EXPECT_TRUE(answer == after(0x103));
+    EXPECT_EQ(forward(45, 1, 47, answer), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, goes_on_after_any_recorded_id)
+{
+    three_ports();
+    EXPECT_EQ(forward(45, 1, 47, after(0x102)), 0);
+    EXPECT_TRUE(answer == after(0x103));
+}
+
+TEST_F(forward_query, an_id_that_is_not_recorded_ends_it)
+{
+    three_ports();
+    EXPECT_EQ(forward(45, 1, 47, after(0x999)), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, an_absent_start_has_no_answer)
+{
+    three_ports();
+    EXPECT_EQ(forward(45, 9, 47, START), 0);
+    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(forward(45, 9, 47, after(0x101)), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, a_class_that_is_not_recorded_has_no_answer)
+{
+    three_ports();
+    EXPECT_EQ(forward(45, 1, 266, START), 0);
+    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(forward(84, 1, 47, START), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, a_free_entry_hides_the_later_ones)
+{
+    three_ports();
+    ports_of(1).related_ids[1] = {};
+    EXPECT_EQ(forward(45, 1, 47, after(0x101)), 0);
+    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(forward(45, 1, 47, after(0x103)), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, an_id_recorded_twice_comes_after_itself)
+{
+    create_bridge(1);
+    create_port(0x101, 1);
+    create_port(0x101, 1);
+    EXPECT_EQ(forward(45, 1, 47, START), 0);
+    EXPECT_TRUE(answer == after(0x101));
+    EXPECT_EQ(forward(45, 1, 47, answer), 0);
+    EXPECT_TRUE(answer == after(0x101));
+}
+
+TEST_F(forward_query, a_full_array_is_answered_to_its_last_entry)
+{
+    create_bridge(1);
+    gpon_me_related_info& ports = ports_of(1);
+    for (i32 i = 0; i < 512; ++i)
+        ports.related_ids[i] = after(static_cast<u16>(1000 + i));
+    EXPECT_EQ(forward(45, 1, 47, after(1510)), 0);
+    EXPECT_TRUE(answer == after(1511));
+    EXPECT_EQ(forward(45, 1, 47, answer), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(forward_query, an_unknown_class_fails)
+{
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(forward(999, 1, 47, START), -1);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***[gpon_flow_me_get_by_classid][0]unkown reserved ME(999) .",
+                            "***ERROR***[gpon_flow_me_get_related_id][0]the classId(999) can not "
+                            "get the entry."));
+    EXPECT_EQ(forward(46, 1, 47, START), -1);
+}
+
+TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
+{
+    three_ports();
+    const uint64_t before = gpon::host::memory().live_blocks;
+    gponDebugLevel = LOG_ERROR | LOG_WARNING;
+    gpon::host::arm_fault(gpon::host::fault::alloc);
+    EXPECT_EQ(forward(45, 1, 47, START), -1);
+    EXPECT_THAT(log_lines(), IsEmpty());
+    EXPECT_EQ(forward(45, 1, 47, START), 0);
+    EXPECT_TRUE(answer == after(0x101));
+    EXPECT_EQ(gpon::host::memory().live_blocks, before);
+}
+
+TEST_F(forward_query, missing_arguments_are_reported)
+{
+    const gpon_me_relation_query query = {45, 1, 47, &answer};
+    const gpon_me_relation_query nowhere = {45, 1, 47, nullptr};
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(gpon_flow_me_get_related_id(nullptr, &query), -1);
+    EXPECT_EQ(gpon_flow_me_get_related_id(&packet, nullptr), -1);
+    EXPECT_EQ(gpon_flow_me_get_related_id(&packet, &nowhere), -1);
+    const std::string line = "***ERROR***[gpon_flow_me_get_related_id][0] input parament is NULL\r";
+    EXPECT_THAT(log_lines(), ElementsAre(line, line, line));
+}
+
+TEST_F(forward_query, traces_question_and_answer)
+{
+    three_ports();
+    gponDebugLevel = LOG_TRACE;
+    forward(45, 1, 47, after(0x101));
+    const std::string question =
+        "***TRACE***[gpon_flow_me_get_related_id][0]the classId(45) InstanceId(1) "
+        "related_classId(47).";
+    EXPECT_THAT(
+        log_lines(),
+        ElementsAre("***TRACE***[gpon_flow_me_get_related_id][0]: Enter", question,
+                    "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 45, me_index = 2.",
+                    "***TRACE***[gpon_flow_list_get_related_data][0]: Enter",
+                    "***TRACE***[gpon_flow_list_get_related_id][0]: Enter",
+                    "***TRACE***[gpon_flow_list_get_related_id] [0]: i=0", question,
+                    "***TRACE***[gpon_flow_me_get_related_id][0] instExist=1,instId = 0x102"));
+}
+
+// The step over one table.
+class table_step : public relation_query {
+protected:
+    gpon_me_related_id ids[2] = {after(1), after(2)};
+    gpon_me_related_id more[2] = {after(3), {}};
+    gpon_me_related_id none[1] = {};
+    gpon_me_related_info rows[5] = {
+        {84, "", none, 1}, {47, "", ids, 2}, {47, "", none, 0}, {47, "", more, 2}, {}};
+
+    i32 step(u16 sought, gpon_me_related_id previous)
+    {
+        answer = previous;
+        return gpon_flow_list_get_related_id(&packet, rows, sought, &answer);
+    }
+};
+
+TEST_F(table_step, goes_on_in_a_later_row_of_the_same_class)
+{
+    EXPECT_EQ(step(47, START), 0);
+    EXPECT_TRUE(answer == after(1));
+    EXPECT_EQ(step(47, after(2)), 0);
+    EXPECT_TRUE(answer == after(3));
+    EXPECT_EQ(step(47, after(3)), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(table_step, passes_over_rows_without_room)
+{
+    rows[1].related_inst_num = 0;
+    EXPECT_EQ(step(47, START), 0);
+    EXPECT_TRUE(answer == after(3));
+    rows[3].related_inst_num = -1;
+    EXPECT_EQ(step(47, START), 0);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(table_step, traces_the_row_of_the_answer)
+{
+    gponDebugLevel = LOG_TRACE;
+    step(47, after(2));
+    EXPECT_THAT(log_lines(), ElementsAre("***TRACE***[gpon_flow_list_get_related_id][0]: Enter",
+                                         "***TRACE***[gpon_flow_list_get_related_id] [0]: i=3"));
+}
+
+TEST_F(table_step, needs_a_table_and_a_place_for_the_answer)
+{
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, 47, &answer), -1);
+    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, rows, 47, nullptr), -1);
+    const std::string line =
+        "***ERROR***[gpon_flow_list_get_related_id] [0]: Parameter is NULL: Fail\r";
+    EXPECT_THAT(log_lines(), ElementsAre(line, line));
+}
+
+class reverse_query : public relation_query {
+protected:
+    // Port 0x101 recorded by bridges 7 and 3, in this order of creation; 5 has another port.
+    static void two_bridges()
+    {
+        for (const u16 bridge : u16s{7, 5, 3})
+            create_bridge(bridge);
+        create_port(0x101, 7);
+        create_port(0x102, 5);
+        create_port(0x101, 3);
+    }
+};
+
+TEST_F(reverse_query, an_empty_list_has_no_answer)
+{
+    gponDebugLevel = LOG_TRACE;
+    EXPECT_EQ(reverse(47, 0x101, 45, after(4)), -1);
+    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_THAT(
+        log_lines(),
+        ElementsAre("***TRACE***[gpon_flow_me_reverse_get_related_id][0]: Enter",
+                    "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the classId(47) "
+                    "InstanceId(257) related_classId(45).",
+                    "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 45, me_index = 2."));
+}
+
+TEST_F(reverse_query, answers_in_creation_order_then_none)
+{
+    two_bridges();
+    EXPECT_EQ(reverse(47, 0x101, 45, START), 0);
+    EXPECT_TRUE(answer == after(7));
+    EXPECT_EQ(reverse(47, 0x101, 45, answer), 0);
+    EXPECT_TRUE(answer == after(3));
+    EXPECT_EQ(reverse(47, 0x101, 45, answer), -1);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(reverse_query, the_last_matching_instance_ends_it)
+{
+    two_bridges();
+    create_bridge(9);
+    EXPECT_EQ(reverse(47, 0x101, 45, after(3)), -1);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(reverse_query, a_previous_answer_that_is_gone_ends_it)
+{
+    two_bridges();
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, 45, 7, nullptr);
+    EXPECT_EQ(reverse(47, 0x101, 45, after(7)), -1);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(reverse_query, nobody_has_recorded_the_start)
+{
+    two_bridges();
+    EXPECT_EQ(reverse(47, 0x999, 45, START), -1);
+    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(reverse(266, 0x101, 45, START), -1);
+    EXPECT_EQ(answer.instExist, 0);
+}
+
+TEST_F(reverse_query, a_free_entry_hides_the_later_ones)
+{
+    three_ports();
+    ports_of(1).related_ids[1] = {};
+    EXPECT_EQ(reverse(47, 0x101, 45, START), 0);
+    EXPECT_EQ(reverse(47, 0x103, 45, START), -1);
+}
+
+TEST_F(reverse_query, an_unknown_class_fails)
+{
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(reverse(47, 1, 300, START), -1);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***[gpon_flow_me_reverse_get_related_id][0]the classId(300) "
+                            "can not get the entry."));
+}
+
+TEST_F(reverse_query, the_class_of_the_start_need_not_be_known)
+{
+    two_bridges();
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(reverse(999, 1, 45, START), -1);
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+TEST_F(reverse_query, missing_arguments_are_reported)
+{
+    const gpon_me_relation_query query = {47, 1, 45, &answer};
+    const gpon_me_relation_query nowhere = {47, 1, 45, nullptr};
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(gpon_flow_me_reverse_get_related_id(nullptr, &query), -1);
+    EXPECT_EQ(gpon_flow_me_reverse_get_related_id(&packet, nullptr), -1);
+    EXPECT_EQ(gpon_flow_me_reverse_get_related_id(&packet, &nowhere), -1);
+    const std::string line =
+        "***ERROR***[gpon_flow_me_reverse_get_related_id][0] input parament is NULL\r";
+    EXPECT_THAT(log_lines(), ElementsAre(line, line, line));
+}
+
+TEST_F(reverse_query, traces_every_row_and_entry_it_leaves)
+{
+    // The GEM interworking TP has rows for 47, 130, 78 and 171; only the second is looked into.
+    const gpon_raw_gemiw tp = {0x11, 1};
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &tp);
+    gponDebugLevel = LOG_TRACE;
+    EXPECT_EQ(reverse(130, 1, 266, START), -1);
+    const std::string question = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the "
+                                 "classId(130) InstanceId(1) related_classId(266).";
+    const std::string left = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]";
+    EXPECT_THAT(
+        log_lines(),
+        ElementsAre(
+            "***TRACE***[gpon_flow_me_reverse_get_related_id][0]: Enter", question,
+            "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 266, me_index = 6.", left, left,
+            left, left, question,
+            "***TRACE***[gpon_flow_me_reverse_get_related_id][0] instExist=0,instId = 0x0"));
+}
+
+TEST_F(reverse_query, traces_the_entry_of_the_answer)
+{
+    three_ports();
+    gponDebugLevel = LOG_TRACE;
+    EXPECT_EQ(reverse(47, 0x102, 45, START), 0);
+    const std::string question = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the "
+                                 "classId(47) InstanceId(258) related_classId(45).";
+    EXPECT_THAT(
+        log_lines(),
+        ElementsAre(
+            "***TRACE***[gpon_flow_me_reverse_get_related_id][0]: Enter", question,
+            "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 45, me_index = 2.",
+            "***TRACE***gpon_flow_me_reverse_get_related_id [0]: i=1", question,
+            "***TRACE***[gpon_flow_me_reverse_get_related_id][0] instExist=1,instId = 0x1"));
+}
+
+TEST_F(reverse_query, traces_how_it_resumes)
+{
+    two_bridges();
+    gponDebugLevel = LOG_TRACE;
+    EXPECT_EQ(reverse(47, 0x101, 45, after(5)), 0);
+    EXPECT_TRUE(answer == after(3));
+    EXPECT_THAT(log_lines(),
+                testing::IsSupersetOf(
+                    {"***TRACE***[gpon_flow_me_reverse_get_related_id][0] loop to next "
+                     "instId,current instId= 7 , already find instId = 5 ",
+                     "***TRACE***[gpon_flow_me_reverse_get_related_id][0] loop at last instId, "
+                     "current instId= 5 , already find instId = 5 "}));
+}
+
+class traced_query : public relation_query {};
+
+TEST_F(traced_query, a_marked_packet_shows_its_queries_without_any_level)
+{
+    three_ports();
+    packet.flag_word = GPON_FLOW_TRACE_MARK;
+    forward(45, 1, 47, START);
+    EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_flow_me_get_related_id][0] "
+                                      "instExist=1,instId = 0x101"));
+    reverse(47, 0x101, 45, START);
+    EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_flow_me_reverse_get_related_id][0] "
+                                      "instExist=1,instId = 0x1"));
+    const gpon_me_relation_query nowhere = {45, 1, 47, nullptr};
+    gpon_flow_me_get_related_id(&packet, &nowhere);
+    EXPECT_THAT(log_lines(),
+                Contains("***ERROR***[gpon_flow_me_get_related_id][0] input parament is NULL\r"));
+}
+
+TEST_F(traced_query, a_level_bit_of_the_packet_opens_lines_of_other_levels)
+{
+    three_ports();
+    packet.flag_word = LOG_WARNING;
+    gponDebugLevel = LOG_WARNING;
+    forward(45, 1, 47, START);
+    EXPECT_THAT(log_lines(), Contains("**WARNING**[gpon_flow_me_get_related_id][0]: Enter"));
+}
+
+TEST_F(traced_query, an_unmarked_packet_is_silent)
+{
+    three_ports();
+    packet.flag_word = LOG_TRACE;
+    forward(45, 1, 47, START);
+    reverse(47, 0x101, 45, START);
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+class repeated_answer : public relation_query {
+protected:
+    bool repeats(u16 answered, gpon_me_related_id previous)
+    {
+        answer = after(answered);
+        const gpon::rcu_reader reader;
+        return gpon::is_repeated_answer({45, 1, 47, &answer}, previous);
+    }
+};
+
+TEST_F(repeated_answer, is_one_that_stands_no_later_than_the_previous)
+{
+    create_bridge(1);
+    for (const u16 port : u16s{0x101, 0x102, 0x101, 0x103})
+        create_port(port, 1);
+    EXPECT_TRUE(repeats(0x101, after(0x101)));
+    EXPECT_TRUE(repeats(0x101, after(0x102)));
+    EXPECT_FALSE(repeats(0x102, after(0x101)));
+    EXPECT_FALSE(repeats(0x103, after(0x102)));
+}
+
+TEST_F(repeated_answer, needs_a_previous_answer_and_an_instance)
+{
+    EXPECT_FALSE(repeats(0x101, after(0x101)));
+    three_ports();
+    EXPECT_FALSE(repeats(0x101, START));
+    EXPECT_FALSE(repeats(0x999, after(0x998)));
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+} // namespace
