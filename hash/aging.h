@@ -6,7 +6,7 @@
 #include "rule_table.h"
 
 /* Period of the sweep in jiffies; a tick count that does not scale with HZ. */
-inline constexpr unsigned long GPON_HASH_AGING_PERIOD = 30000;
+constexpr unsigned long GPON_HASH_AGING_PERIOD = 30000;
 
 extern "C" {
 

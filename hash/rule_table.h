@@ -55,8 +55,8 @@ struct gpon_hash_table {
 };
 
 /* Sizes of the bucket array. */
-inline constexpr u32 GPON_HASH_MIN_SIZE = 64;
-inline constexpr u32 GPON_HASH_MAX_SIZE = 1024;
+constexpr u32 GPON_HASH_MIN_SIZE = 64;
+constexpr u32 GPON_HASH_MAX_SIZE = 1024;
 
 extern "C" {
 

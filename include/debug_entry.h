@@ -7,8 +7,8 @@
 
 /* Words of one command: at most four, each at most 31 characters; absent ones are null. One more
  * entry, always null, lets a handler look at the word behind the last. */
-inline constexpr u32 GPON_DBG_WORDS = 4;
-inline constexpr size_t GPON_DBG_WORD_BYTES = 32;
+constexpr u32 GPON_DBG_WORDS = 4;
+constexpr size_t GPON_DBG_WORD_BYTES = 32;
 
 struct gpon_dbg_words {
     char text[GPON_DBG_WORDS][GPON_DBG_WORD_BYTES];

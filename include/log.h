@@ -20,7 +20,7 @@
 enum log_level : u32 { LOG_ERROR = 1, LOG_WARNING = 2, LOG_TRACE = 4, LOG_IOCTL = 8 };
 
 // Marks a packet that the trace filter chose, for the duration of one hook call.
-inline constexpr u32 GPON_FLOW_TRACE_MARK = 0x100000;
+constexpr u32 GPON_FLOW_TRACE_MARK = 0x100000;
 
 namespace gpon {
 
@@ -87,25 +87,21 @@ template <typename T> struct same {
 };
 template <typename... Args> using text_for = log_text<typename same<Args>::type...>;
 
-inline const char* level_tag(u32 level_word)
-{
-    if (level_word & LOG_ERROR)
-        return "***ERROR***";
-    return level_word & LOG_WARNING ? "**WARNING**" : "***TRACE***";
-}
+/* Prints the tag and the text behind it. Out of line and without templates: the module has some
+ * 250 messages, and few of them are ever printed. */
+extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
 template <typename... Args>
-[[gnu::cold, gnu::noinline]] void emit(u32 level_word, log_text<Args...> text, Args... args)
+inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
-    printk(level_tag(level_word));
     if (text.located)
-        pr_cont(text.text, text.function, text.line, args...);
+        gpon_log(level_word, text.text, text.function, text.line, args...);
     else
-        pr_cont(text.text, args...);
+        gpon_log(level_word, text.text, args...);
 }
 
 #pragma GCC diagnostic pop

@@ -22,9 +22,9 @@ enum fwd_status : i32 {
     FLOW_PKT_FORWARD_DONE = 3 /* egress reached */
 };
 
-inline constexpr u8 MAX_RECURSION_NUM = 10;
+constexpr u8 MAX_RECURSION_NUM = 10;
 /* Stacked tags that a summary holds; tag_num may be larger. */
-inline constexpr u8 GPON_MAX_TAGS = 4;
+constexpr u8 GPON_MAX_TAGS = 4;
 
 /* One step of a walk. */
 struct gpon_fwd_info {
@@ -72,9 +72,9 @@ struct [[gnu::packed]] gpon_pkt_info {
 
 /* Longest key: two MACs, port id, direction and four (TPID, TCI) pairs. The buffer has one byte
  * more than the four pairs fill. */
-inline constexpr u16 GPON_RULE_KEY_HEAD = 16;
-inline constexpr u16 GPON_RULE_KEY_TAG = 4;
-inline constexpr size_t GPON_RULE_KEY_BUFFER = 33;
+constexpr u16 GPON_RULE_KEY_HEAD = 16;
+constexpr u16 GPON_RULE_KEY_TAG = 4;
+constexpr size_t GPON_RULE_KEY_BUFFER = 33;
 
 /* Argument of filters, VLAN operations and priority selection. */
 struct op_info {

@@ -6,7 +6,7 @@
 #include "../include/me_class.h"
 
 /* Bytes of each text buffer of the dump, terminator included. */
-inline constexpr i32 GPON_DUMP_BUFFER = 512;
+constexpr i32 GPON_DUMP_BUFFER = 512;
 
 extern "C" {
 

@@ -6,9 +6,9 @@
 #include "../include/me_class.h"
 
 /* Rows of me_table; row 0 is empty and stands for "no class". */
-inline constexpr u16 GPON_ME_ROWS = 16;
+constexpr u16 GPON_ME_ROWS = 16;
 /* Class ids that the class-id map covers: 0 to 511. */
-inline constexpr u16 GPON_ME_CLASS_IDS = 512;
+constexpr u16 GPON_ME_CLASS_IDS = 512;
 
 extern "C" {
 

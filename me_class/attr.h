@@ -43,10 +43,10 @@ template <size_t Rows> constexpr i32 table_bytes(const gpon_me_related_info (&)[
 }
 
 /* The attribute-op table of a class without pointer attributes: stored, no handler. */
-inline constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{0, nullptr}};
+constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{0, nullptr}};
 
 /* The related-info table of a class that nothing points at. */
-inline constexpr gpon_me_related_info NOTHING_RELATED[] = {{}};
+constexpr gpon_me_related_info NOTHING_RELATED[] = {{}};
 
 } // namespace gpon
 

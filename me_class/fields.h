@@ -9,7 +9,7 @@
 namespace gpon {
 
 /* Precisions of hexadecimal cells. */
-inline constexpr i32 X2 = 2, X4 = 4, X8 = 8;
+constexpr i32 X2 = 2, X4 = 4, X8 = 8;
 
 /* Writes the columns of one instance from left to right, each with its title above its value. A
  * column that starts beyond the buffers is left out, one that crosses their end is cut. */

@@ -18,8 +18,8 @@ i32 evtocd_operation(const sk_buff* skb, const op_info* op);
 
 namespace gpon {
 
-inline constexpr u16 VTOCD_CLASS = 78;
-inline constexpr u16 EVTOCD_CLASS = 171;
+constexpr u16 VTOCD_CLASS = 78;
+constexpr u16 EVTOCD_CLASS = 171;
 
 /* Traces the entry of a forward function; false with the message when an argument is null. */
 inline bool enter_forward(const sk_buff* skb, const gpon_fwd_info* fwd_info,

@@ -36,11 +36,11 @@ i32 gpon_flow_is_valid_ether_type(u16 type);
 
 namespace gpon {
 
-inline constexpr u16 TPID_8021Q = 0x8100;
-inline constexpr u16 TPID_9100 = 0x9100;
-inline constexpr u16 TPID_8021AD = 0x88A8;
-inline constexpr u32 TYPE_OFFSET = 12;
-inline constexpr u32 TAG_BYTES = 4;
+constexpr u16 TPID_8021Q = 0x8100;
+constexpr u16 TPID_9100 = 0x9100;
+constexpr u16 TPID_8021AD = 0x88A8;
+constexpr u32 TYPE_OFFSET = 12;
+constexpr u32 TAG_BYTES = 4;
 
 inline bool is_tpid(u16 type)
 {

@@ -16,6 +16,8 @@
 #include "../include/thread_safety.h"
 
 #ifdef __cplusplus
+#include <stdarg.h>
+
 #include "../include/types.h"
 
 #define GPON_SEAM(ret, name, args) ret name args __asm__("gpon_os_" #name)
@@ -58,6 +60,7 @@ GPON_SEAM(void, kfree, (const void* memory));
  * printk starts a log line, pr_cont continues the line that the same context printed last. */
 GPON_SEAM_PRINTF(int, printk, (const char* text, ...), 1, 2);
 GPON_SEAM_PRINTF(int, pr_cont, (const char* text, ...), 1, 2);
+GPON_SEAM(int, vpr_cont, (const char* text, va_list args));
 /* Writes at most bytes - 1 characters and a terminator; answers the length without the cut. */
 GPON_SEAM_PRINTF(int, snprintf, (char* buffer, size_t bytes, const char* text, ...), 3, 4);
 GPON_SEAM(void, dump_stack, (void));

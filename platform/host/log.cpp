@@ -46,13 +46,16 @@ int printk(const char* text, ...)
     return length;
 }
 
+int vpr_cont(const char* text, va_list arguments)
+{
+    return recording() ? print(text, arguments) : 0;
+}
+
 int pr_cont(const char* text, ...)
 {
-    if (!recording())
-        return 0;
     va_list arguments;
     va_start(arguments, text);
-    const int length = print(text, arguments);
+    const int length = vpr_cont(text, arguments);
     va_end(arguments);
     return length;
 }

@@ -18,17 +18,29 @@ int gpon_os_printk(const char *text, ...)
 }
 
 /* The continuation mark must precede the text, which is not known before run time; the kernel
- * takes a second format with its arguments as one argument. */
-int gpon_os_pr_cont(const char *text, ...)
+ * takes a second format with its arguments as one argument. A va_list that is a parameter has lost
+ * its type on some machines: its copy has it. */
+int gpon_os_vpr_cont(const char *text, va_list args)
 {
 	struct va_format line;
+	va_list copy;
+	int length;
+
+	va_copy(copy, args);
+	line.fmt = text;
+	line.va = &copy;
+	length = printk(KERN_CONT "%pV", &line);
+	va_end(copy);
+	return length;
+}
+
+int gpon_os_pr_cont(const char *text, ...)
+{
 	va_list args;
 	int length;
 
 	va_start(args, text);
-	line.fmt = text;
-	line.va = &args;
-	length = printk(KERN_CONT "%pV", &line);
+	length = gpon_os_vpr_cont(text, args);
 	va_end(args);
 	return length;
 }
