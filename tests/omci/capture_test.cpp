@@ -24,8 +24,8 @@ const bytes reset_request = baseline(1, request_bit, mib_reset, 2, 0);
 TEST(omci_capture, messages_carry_frame_numbers_from_1)
 {
     const bytes other(60, 0xff);
-    const capture_result result = read_capture_bytes(
-        pcap_file({other, ethernet(olt, onu, reset_request), other}));
+    const capture_result result =
+        read_capture_bytes(pcap_file({other, ethernet(olt, onu, reset_request), other}));
     ASSERT_TRUE(result.cap) << result.error;
     EXPECT_EQ(result.cap->frames, 3u);
     EXPECT_EQ(result.cap->other_frames, 2u);

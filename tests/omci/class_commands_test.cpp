@@ -51,38 +51,38 @@ TEST(omci_class_commands, vlan_tagging_filter_data)
     session.done(delete_me, 84, 2);
     const std::string list = "0x0064,0xe0c8,0x0fff,0x0000,0x0000,0x0000,0x0000,0x0000,0x0000,"
                              "0x0000,0x0000,0x0001";
-    EXPECT_THAT(session.commands(),
-                ElementsAre("me create VLAN_TAG_FILTER_DATA 0x0002 mask=0xe000 vlanFilterList=" +
-                                list + " forwardOperation=0x10 vlanFilterNums=12",
-                            "me set VLAN_TAG_FILTER_DATA 0x0002 mask=0x6000 vlanFilterList=" +
-                                list + " forwardOperation=0x03 vlanFilterNums=2",
-                            "me delete VLAN_TAG_FILTER_DATA 0x0002"));
+    EXPECT_THAT(
+        session.commands(),
+        ElementsAre("me create VLAN_TAG_FILTER_DATA 0x0002 mask=0xe000 vlanFilterList=" + list +
+                        " forwardOperation=0x10 vlanFilterNums=12",
+                    "me set VLAN_TAG_FILTER_DATA 0x0002 mask=0x6000 vlanFilterList=" + list +
+                        " forwardOperation=0x03 vlanFilterNums=2",
+                    "me delete VLAN_TAG_FILTER_DATA 0x0002"));
 }
 
 TEST(omci_class_commands, mapper_service_profile)
 {
     line session;
-    session.done(create, 130, 1,
-                 "0101 0001 ffff 0003 ffff ffff ffff ffff 0008 00 07 01");
+    session.done(create, 130, 1, "0101 0001 ffff 0003 ffff ffff ffff ffff 0008 00 07 01");
     session.done(set, 130, 1, "0800 0004"); // priority 3 only
-    session.done(set, 130, 1,
-                 "0020 000000 249249 492492 6db6db 924924 b6db6d db6db6 ffffff");
+    session.done(set, 130, 1, "0020 000000 249249 492492 6db6db 924924 b6db6d db6db6 ffffff");
     session.done(set, 130, 1, "0050 01 05");
     session.done(delete_me, 130, 1);
     const std::string dscp = " dscp2pbitMap=0000002492494924926db6db924924b6db6ddb6db6ffffff";
     const std::string pointers = "0x0001,0xffff,0x0003,0x0004,0xffff,0xffff,0xffff,0x0008";
     EXPECT_THAT(
         session.commands(),
-        ElementsAre("me create 802_1P_MAPPER 0x0001 mask=0xffd8 tpPointer=0x0101 "
-                    "pbit_GemIWTP=0x0001,0xffff,0x0003,0xffff,0xffff,0xffff,0xffff,0x0008 "
-                    "unmark_frame_opt=0 defaultPbit=7 tpType=1",
-                    "me set 802_1P_MAPPER 0x0001 mask=0x0800 tpPointer=0x0101 pbit_GemIWTP=" +
-                        pointers + " defaultPbit=7 tpType=1",
-                    "me set 802_1P_MAPPER 0x0001 mask=0x0020 tpPointer=0x0101 pbit_GemIWTP=" +
-                        pointers + dscp + " defaultPbit=7 tpType=1",
-                    "me set 802_1P_MAPPER 0x0001 mask=0x0050 tpPointer=0x0101 pbit_GemIWTP=" +
-                        pointers + " unmark_frame_opt=1" + dscp + " defaultPbit=5 tpType=1",
-                    "me delete 802_1P_MAPPER 0x0001"));
+        ElementsAre(
+            "me create 802_1P_MAPPER 0x0001 mask=0xffd8 tpPointer=0x0101 "
+            "pbit_GemIWTP=0x0001,0xffff,0x0003,0xffff,0xffff,0xffff,0xffff,0x0008 "
+            "unmark_frame_opt=0 defaultPbit=7 tpType=1",
+            "me set 802_1P_MAPPER 0x0001 mask=0x0800 tpPointer=0x0101 pbit_GemIWTP=" + pointers +
+                " defaultPbit=7 tpType=1",
+            "me set 802_1P_MAPPER 0x0001 mask=0x0020 tpPointer=0x0101 pbit_GemIWTP=" + pointers +
+                dscp + " defaultPbit=7 tpType=1",
+            "me set 802_1P_MAPPER 0x0001 mask=0x0050 tpPointer=0x0101 pbit_GemIWTP=" + pointers +
+                " unmark_frame_opt=1" + dscp + " defaultPbit=5 tpType=1",
+            "me delete 802_1P_MAPPER 0x0001"));
 }
 
 TEST(omci_class_commands, t_cont_is_set_only)

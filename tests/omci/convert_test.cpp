@@ -180,8 +180,8 @@ TEST(omci_convert, damaged_message_is_named_by_its_frame_and_skipped)
 TEST(omci_convert, set_whose_values_overrun_the_message_is_named_and_skipped)
 {
     line session;
-    session.done(set, 84, 2, "e000");   // 26 of 30 bytes
-    session.done(set, 171, 1, "0500");  // 16 and 24
+    session.done(set, 84, 2, "e000");  // 26 of 30 bytes
+    session.done(set, 171, 1, "0500"); // 16 and 24
     EXPECT_THAT(session.commands(), ElementsAre(HasSubstr("VLAN_TAG_FILTER_DATA")));
     const conversion result = session.converted();
     ASSERT_EQ(result.counts.unreadable.size(), 1u);
@@ -193,8 +193,7 @@ TEST(omci_convert, attributes_behind_the_known_ones_keep_their_mask_bits)
 {
     line session;
     session.done(set, 262, 0x8000, "8100 0401 aaaa");
-    EXPECT_THAT(session.commands(),
-                ElementsAre("me set T_CONT 0x8000 mask=0x8100 allocID=1025"));
+    EXPECT_THAT(session.commands(), ElementsAre("me set T_CONT 0x8000 mask=0x8100 allocID=1025"));
     EXPECT_THAT(session.converted().scenario,
                 HasSubstr("attributes unknown, values not read: 0x0100"));
 }

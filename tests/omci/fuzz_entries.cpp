@@ -2,12 +2,12 @@
 #include "tests/omci/fuzz_entries.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include "tools/gponflow/omci/convert.h"
+#include "tools/gponflow/scenario/parse.h"
 
 namespace gponflow::omci::test {
 
@@ -21,22 +21,10 @@ void require(bool holds, const char* promise)
     std::abort();
 }
 
-bool known_line(std::string_view text)
+void check_scenario(std::string_view text)
 {
-    constexpr std::array<std::string_view, 7> starts = {
-        "#", "load", "hook kind=switch param=1", "config ", "clean", "me create ", "me set "};
-    return text.empty() || text.starts_with("me delete ") ||
-           std::ranges::any_of(starts, [text](std::string_view s) { return text.starts_with(s); });
-}
-
-void check_scenario(std::string_view scenario)
-{
-    require(scenario.ends_with('\n'), "a scenario ends with a line feed");
-    while (!scenario.empty()) {
-        const size_t end = scenario.find('\n');
-        require(known_line(scenario.substr(0, end)), "every line is a comment or a known command");
-        scenario.remove_prefix(end + 1);
-    }
+    require(text.ends_with('\n'), "a scenario ends with a line feed");
+    require(parse_scenario(text, "fuzz").errors.empty(), "the runner understands every line");
 }
 
 void check_decoded(const decoded& result, std::span<const uint8_t> bytes)

@@ -45,8 +45,8 @@ bytes reply(uint16_t transaction, std::string_view content = "00")
 
 TEST(omci_pairing, responses_find_their_requests_in_any_order)
 {
-    const pairing pairs = conversation().say(ask(1)).say(ask(0x8001)).say(reply(0x8001))
-                              .say(reply(1)).paired();
+    const pairing pairs =
+        conversation().say(ask(1)).say(ask(0x8001)).say(reply(0x8001)).say(reply(1)).paired();
     ASSERT_EQ(pairs.exchanges.size(), 2u);
     EXPECT_EQ(pairs.exchanges[0].response->frame, 4u);
     EXPECT_EQ(pairs.exchanges[1].response->frame, 3u);
@@ -75,8 +75,12 @@ TEST(omci_pairing, response_of_another_type_or_class_is_not_a_response)
 
 TEST(omci_pairing, request_sent_again_joins_the_first)
 {
-    const pairing pairs = conversation().say(ask(1, "8000 0001")).say(ask(1, "8000 0001"))
-                              .say(ask(1, "8000 0001")).say(reply(1)).paired();
+    const pairing pairs = conversation()
+                              .say(ask(1, "8000 0001"))
+                              .say(ask(1, "8000 0001"))
+                              .say(ask(1, "8000 0001"))
+                              .say(reply(1))
+                              .paired();
     ASSERT_EQ(pairs.exchanges.size(), 1u);
     EXPECT_THAT(pairs.exchanges[0].repeats, ElementsAre(2, 3));
     EXPECT_EQ(pairs.exchanges[0].response->frame, 4u);
@@ -84,8 +88,12 @@ TEST(omci_pairing, request_sent_again_joins_the_first)
 
 TEST(omci_pairing, same_transaction_with_other_contents_is_a_new_request)
 {
-    const pairing pairs = conversation().say(ask(1, "8000 0001")).say(reply(1))
-                              .say(ask(1, "8000 0002")).say(reply(1)).paired();
+    const pairing pairs = conversation()
+                              .say(ask(1, "8000 0001"))
+                              .say(reply(1))
+                              .say(ask(1, "8000 0002"))
+                              .say(reply(1))
+                              .paired();
     ASSERT_EQ(pairs.exchanges.size(), 2u);
     EXPECT_EQ(pairs.exchanges[0].response->frame, 2u);
     EXPECT_EQ(pairs.exchanges[1].response->frame, 4u);
@@ -103,8 +111,14 @@ TEST(omci_pairing, same_request_long_after_is_a_new_one)
 
 TEST(omci_pairing, success_counts_over_refusals_before_and_after_it)
 {
-    const pairing pairs = conversation().say(ask(1)).say(reply(1, "06")).say(ask(1))
-                              .say(reply(1, "00")).say(ask(1)).say(reply(1, "07")).paired();
+    const pairing pairs = conversation()
+                              .say(ask(1))
+                              .say(reply(1, "06"))
+                              .say(ask(1))
+                              .say(reply(1, "00"))
+                              .say(ask(1))
+                              .say(reply(1, "07"))
+                              .paired();
     ASSERT_EQ(pairs.exchanges.size(), 1u);
     EXPECT_EQ(pairs.exchanges[0].response->frame, 4u);
 }
@@ -164,10 +178,9 @@ TEST(omci_outcome, set_with_all_attributes_failed_is_refused)
 
 TEST(omci_outcome, response_without_a_result_refuses)
 {
-    const conversation talk = std::move(
-        conversation()
-            .say(extended(1, request_bit, mib_reset, 2, 0))
-            .say(extended(1, response_bit, mib_reset, 2, 0)));
+    const conversation talk = std::move(conversation()
+                                            .say(extended(1, request_bit, mib_reset, 2, 0))
+                                            .say(extended(1, response_bit, mib_reset, 2, 0)));
     const outcome result = judge(talk.paired().exchanges[0]);
     EXPECT_FALSE(result.done);
     EXPECT_EQ(result.why, "the response holds no result");

@@ -198,10 +198,8 @@ constexpr attribute multicast_gem_interworking_tp[] = {
 
 // 9.5.5
 constexpr attribute virtual_ethernet_interface_point[] = {
-    {"administrative state", 1, later, {}},
-    {"operational state", 1, later, {}},
-    {"interdomain name", 25, later, {}},
-    {"TCP/UDP pointer", 2, later, {}},
+    {"administrative state", 1, later, {}}, {"operational state", 1, later, {}},
+    {"interdomain name", 25, later, {}},    {"TCP/UDP pointer", 2, later, {}},
     {"IANA assigned port", 2, later, {}},
 };
 

@@ -30,9 +30,9 @@ struct capture {
     std::vector<remark> damaged;   ///< frames that look like OMCI and are not sound
     std::vector<mac_address> onus; ///< addresses of the ONUs seen, each once
     size_t frames = 0;
-    size_t other_frames = 0;       ///< no OMCI in them
-    size_t skipped_frames = 0;     ///< OMCI of another ONU than the one asked for
-    std::string cut_short;         ///< why reading ended before the end of the file; empty if not
+    size_t other_frames = 0;   ///< no OMCI in them
+    size_t skipped_frames = 0; ///< OMCI of another ONU than the one asked for
+    std::string cut_short;     ///< why reading ended before the end of the file; empty if not
 };
 
 /// A capture, or why it cannot be used.

@@ -130,8 +130,8 @@ void converter::take_values(command& cmd)
     if (!cmd.list.fault.empty()) {
         counts.unreadable.push_back(
             {cmd.item.request.frame, request_text(msg) + ": " + cmd.list.fault});
-        body += comment_line(frames_text(cmd.item) + ": " + request_text(msg) + ", skipped: " +
-                             cmd.list.fault);
+        body += comment_line(frames_text(cmd.item) + ": " + request_text(msg) +
+                             ", skipped: " + cmd.list.fault);
         return;
     }
     std::erase_if(cmd.list.values, [&cmd](const attribute_value& value) {
@@ -155,8 +155,8 @@ void converter::apply(command& cmd)
         body += comment_line("  attributes unknown, values not read: " +
                              hex_text(cmd.list.unknown_mask, 4));
     for (const attribute_value& value : cmd.list.values) {
-        const std::string narrowed = write_attribute(
-            rec, cmd.fields, cmd.cls.attributes[value.index], value.bytes);
+        const std::string narrowed =
+            write_attribute(rec, cmd.fields, cmd.cls.attributes[value.index], value.bytes);
         if (!narrowed.empty())
             body += comment_line("  " + narrowed);
     }
@@ -204,15 +204,16 @@ void converter::take_reboot(const exchange& item)
 std::string opening(const capture& cap, std::string_view title, const std::string& config)
 {
     std::string onu = cap.onus.empty() ? "" : ", ONU " + to_text(cap.onus.front());
-    std::string text = comment_line("OMCI bring-up from " + std::string(title) + ", " +
-                                    std::to_string(cap.frames) + " frames" + onu) +
-                       "#\n"
-                       "# Runs by itself: loads the module, switches the engine on and repeats what\n"
-                       "# the OLT commanded and the ONU carried out, in that order. The comment over\n"
-                       "# a command names the frames of its request and response; a summary closes\n"
-                       "# the file.\n\n"
-                       "load\n"
-                       "hook kind=switch param=1\n";
+    std::string text =
+        comment_line("OMCI bring-up from " + std::string(title) + ", " +
+                     std::to_string(cap.frames) + " frames" + onu) +
+        "#\n"
+        "# Runs by itself: loads the module, switches the engine on and repeats what\n"
+        "# the OLT commanded and the ONU carried out, in that order. The comment over\n"
+        "# a command names the frames of its request and response; a summary closes\n"
+        "# the file.\n\n"
+        "load\n"
+        "hook kind=switch param=1\n";
     if (!config.empty())
         text += "\n# As far as the ONU's own reports tell its defaults.\n" + config + "\n";
     return text;

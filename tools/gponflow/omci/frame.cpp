@@ -20,15 +20,40 @@ constexpr size_t crc_bytes = 4;
 constexpr size_t extended_header_bytes = 10;
 constexpr size_t extended_content_limit = 1980 - extended_header_bytes - crc_bytes;
 
-constexpr std::array<std::string_view, 32> type_names = {
-    "", "", "", "", "create", "", "delete", "", "set", "get", "", "get all alarms",
-    "get all alarms next", "MIB upload", "MIB upload next", "MIB reset", "alarm",
-    "attribute value change", "test", "start software download", "download section",
-    "end software download", "activate software", "commit software", "synchronize time", "reboot",
-    "get next", "test result", "get current data", "set table", "", ""};
+constexpr std::array<std::string_view, 32> type_names = {"",
+                                                         "",
+                                                         "",
+                                                         "",
+                                                         "create",
+                                                         "",
+                                                         "delete",
+                                                         "",
+                                                         "set",
+                                                         "get",
+                                                         "",
+                                                         "get all alarms",
+                                                         "get all alarms next",
+                                                         "MIB upload",
+                                                         "MIB upload next",
+                                                         "MIB reset",
+                                                         "alarm",
+                                                         "attribute value change",
+                                                         "test",
+                                                         "start software download",
+                                                         "download section",
+                                                         "end software download",
+                                                         "activate software",
+                                                         "commit software",
+                                                         "synchronize time",
+                                                         "reboot",
+                                                         "get next",
+                                                         "test result",
+                                                         "get current data",
+                                                         "set table",
+                                                         "",
+                                                         ""};
 
-template <typename... values>
-std::string text(const char* format, values... args)
+template <typename... values> std::string text(const char* format, values... args)
 {
     std::array<char, 160> line;
     std::snprintf(line.data(), line.size(), format, args...);
@@ -75,8 +100,8 @@ message decode_header(std::span<const uint8_t> bytes)
 decoded decode_baseline(std::span<const uint8_t> bytes)
 {
     if (bytes.size() < baseline_without_crc)
-        return bad(text("%zu bytes, a baseline message has 48, or 44 without its CRC",
-                        bytes.size()));
+        return bad(
+            text("%zu bytes, a baseline message has 48, or 44 without its CRC", bytes.size()));
     const uint16_t sdu_length = read_u16(bytes, 42);
     if (sdu_length != baseline_sdu_bytes)
         return bad(text("trailer names a length of %u bytes, a baseline message has 40",
@@ -141,8 +166,8 @@ bool is_notification(const message& msg)
     constexpr uint8_t alarm = 16;
     constexpr uint8_t attribute_value_change = 17;
     constexpr uint8_t test_result = 27;
-    return !msg.acknowledgement && (msg.type == alarm || msg.type == attribute_value_change ||
-                                    msg.type == test_result);
+    return !msg.acknowledgement &&
+           (msg.type == alarm || msg.type == attribute_value_change || msg.type == test_result);
 }
 
 std::string type_name(uint8_t type)

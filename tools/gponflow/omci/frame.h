@@ -25,13 +25,13 @@ enum message_type : uint8_t {
 /// One decoded message. `content` points into the bytes that were decoded and lives as they do.
 struct message {
     uint16_t transaction = 0;
-    uint8_t type = 0;                    ///< message_type or any other action number
-    bool acknowledge_requested = false;  ///< AR: the sender waits for a response
-    bool acknowledgement = false;        ///< AK: this is a response, from the ONU
-    bool extended = false;               ///< device identifier 0x0b instead of 0x0a
+    uint8_t type = 0;                   ///< message_type or any other action number
+    bool acknowledge_requested = false; ///< AR: the sender waits for a response
+    bool acknowledgement = false;       ///< AK: this is a response, from the ONU
+    bool extended = false;              ///< device identifier 0x0b instead of 0x0a
     uint16_t class_id = 0;
     uint16_t instance = 0;
-    std::span<const uint8_t> content;    ///< 32 bytes in the baseline set
+    std::span<const uint8_t> content; ///< 32 bytes in the baseline set
 };
 
 /// Either a message or what is wrong with the bytes.

@@ -18,8 +18,8 @@ struct destination {
 void learn_values(destination to, uint16_t class_id, uint16_t instance, uint16_t mask,
                   std::span<const uint8_t> bytes)
 {
-    const attribute_class* cls = class_id == onu_g_class().id ? &onu_g_class()
-                                                              : find_attribute_class(class_id);
+    const attribute_class* cls =
+        class_id == onu_g_class().id ? &onu_g_class() : find_attribute_class(class_id);
     if (cls == nullptr)
         return;
     const value_list list = split_values(*cls, mask, bytes);
@@ -67,8 +67,7 @@ void learn_get(destination to, const message& response)
 
 } // namespace
 
-void learn_from_response(const exchange& item, record_store& store,
-                         default_configuration& defaults)
+void learn_from_response(const exchange& item, record_store& store, default_configuration& defaults)
 {
     if (!item.response)
         return;

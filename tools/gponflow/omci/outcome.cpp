@@ -14,11 +14,16 @@ constexpr uint8_t success = 0;
 constexpr uint8_t attributes_failed = 9;
 constexpr size_t failed_set_bytes = 5; // result, optional attribute mask, execution mask
 
-constexpr std::array<std::string_view, 10> result_names = {
-    "success",       "command processing error", "command not supported",
-    "parameter error", "unknown managed entity", "unknown managed entity instance",
-    "device busy",   "instance exists",          {},
-    "attributes failed or unknown"};
+constexpr std::array<std::string_view, 10> result_names = {"success",
+                                                           "command processing error",
+                                                           "command not supported",
+                                                           "parameter error",
+                                                           "unknown managed entity",
+                                                           "unknown managed entity instance",
+                                                           "device busy",
+                                                           "instance exists",
+                                                           {},
+                                                           "attributes failed or unknown"};
 
 outcome judge_partial_set(const exchange& item)
 {

@@ -25,8 +25,8 @@ struct exchange {
 };
 
 struct pairing {
-    std::vector<exchange> exchanges;                   ///< in the order of the requests
-    std::vector<numbered_message> unpaired_responses;  ///< no captured request asked for them
+    std::vector<exchange> exchanges;                  ///< in the order of the requests
+    std::vector<numbered_message> unpaired_responses; ///< no captured request asked for them
     size_t notifications = 0;
 };
 

@@ -76,10 +76,10 @@ std::string count_line(size_t number, std::string_view what)
 
 std::string closing_comment(const report& counts, const capture& cap, const pairing& pairs)
 {
-    std::string text = comment_line(
-        "Frames: " + std::to_string(cap.frames) + ", requests: " +
-        std::to_string(pairs.exchanges.size()) + ", commands above: " +
-        request_text(counts.written) + ", MIB resets: " + std::to_string(counts.resets));
+    std::string text = comment_line("Frames: " + std::to_string(cap.frames) +
+                                    ", requests: " + std::to_string(pairs.exchanges.size()) +
+                                    ", commands above: " + request_text(counts.written) +
+                                    ", MIB resets: " + std::to_string(counts.resets));
     text += unmirrored_lines(counts);
     text += other_type_lines(counts);
     text += count_line(pairs.notifications, "notifications of the ONU");

@@ -22,15 +22,15 @@ struct request_counts {
 };
 
 struct report {
-    request_counts written;                       ///< commands in the scenario
-    size_t resets = 0;                            ///< MIB resets, `clean` in the scenario
+    request_counts written;                        ///< commands in the scenario
+    size_t resets = 0;                             ///< MIB resets, `clean` in the scenario
     std::map<uint16_t, request_counts> unmirrored; ///< by class, done by the ONU
-    std::map<uint8_t, size_t> other_types;        ///< requests that configure nothing mirrored
+    std::map<uint8_t, size_t> other_types;         ///< requests that configure nothing mirrored
     std::vector<remark> refused;
-    std::vector<remark> unreadable;               ///< sound messages with unreadable attributes
+    std::vector<remark> unreadable; ///< sound messages with unreadable attributes
     size_t without_response = 0;
     size_t repeats = 0;
-    size_t extended = 0;                          ///< requests of the extended message set
+    size_t extended = 0; ///< requests of the extended message set
 };
 
 /// Comment lines, each ended by a line feed.

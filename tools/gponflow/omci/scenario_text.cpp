@@ -88,8 +88,7 @@ std::string hex_text(uint32_t value, int digits)
 }
 
 std::string me_line(std::string_view verb, const me_class_fields& fields,
-                    const attribute_class& cls, uint16_t instance, uint16_t mask,
-                    const record& rec)
+                    const attribute_class& cls, uint16_t instance, uint16_t mask, const record& rec)
 {
     std::string line = head(verb, fields, instance) + " mask=" + hex_text(mask, id_digits);
     for (const me_field& field : fields.fields.subspan(1)) { // instID is the instance
@@ -113,8 +112,8 @@ std::string unmirrored_text(const attribute_class& cls, const value_list& list)
         const attribute& attr = cls.attributes[value.index];
         if (!attr.field.empty())
             continue;
-        text += (text.empty() ? "" : ", ") + std::string(attr.name) + " 0x" +
-                hex_bytes(value.bytes);
+        text +=
+            (text.empty() ? "" : ", ") + std::string(attr.name) + " 0x" + hex_bytes(value.bytes);
     }
     return text;
 }
