@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <cstring>
+
+#include "tests/unit/store_access.h"
+
+#include "me_class/classes.h"
+
+namespace {
+
+using gpon::test::create_bridge;
+using gpon::test::ids_of;
+using gpon::test::recorded;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
+constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
+constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+
+class link_report : public loaded_module {
+protected:
+    static i32 report(u16 from_class, u16 from, u16 to_class, u16 to, u8 msg_type)
+    {
+        const gpon_me_related_update update = {from_class, from, to_class, to, msg_type};
+        return gpon_flow_me_general_update(&update);
+    }
+};
+
+TEST_F(link_report, needs_a_report_and_a_mirrored_class)
+{
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(gpon_flow_me_general_update(nullptr), -1);
+    EXPECT_EQ(report(47, 1, 46, 1, CREATE), -1);
+    EXPECT_EQ(report(47, 1, 0, 1, CREATE), -1);
+    EXPECT_THAT(
+        log_lines(),
+        ElementsAre("***ERROR***[gpon_flow_me_general_update][0]Parameter is Null.",
+                    "***ERROR***[gpon_flow_me_general_update][0]the classId(46) can not get the "
+                    "entry.",
+                    "***ERROR***[gpon_flow_me_general_update][0]the classId(0) can not get the "
+                    "entry."));
+}
+
+TEST_F(link_report, swaps_the_node_and_keeps_what_it_owns)
+{
+    create_bridge(1);
+    create_bridge(2);
+    create_bridge(3);
+    const gpon_me_inst* old = gpon::find_inst(&gpon_mbsp_list, 2);
+    const u8* raw = old->raw;
+    const gpon_me_related_info* related = old->related;
+    const uint64_t before = gpon::host::memory().live_bytes;
+    EXPECT_EQ(report(47, 0x101, 45, 2, CREATE), 0);
+    const gpon_me_inst* renewed = gpon::find_inst(&gpon_mbsp_list, 2);
+    EXPECT_NE(renewed, old);
+    EXPECT_EQ(renewed->raw, raw);
+    EXPECT_EQ(renewed->related, related);
+    EXPECT_THAT(recorded(45, 2, 47), ElementsAre(0x101));
+    EXPECT_THAT(ids_of(gpon_mbsp_list), ElementsAre(1, 2, 3));
+    gpon::host::rcu_settle();
+    EXPECT_EQ(gpon::host::memory().live_bytes, before);
+}
+
+TEST_F(link_report, without_memory_for_the_node_nothing_changes)
+{
+    create_bridge(1);
+    gpon::host::arm_fault(gpon::host::fault::alloc);
+    EXPECT_EQ(report(47, 0x101, 45, 1, CREATE), -1);
+    EXPECT_THAT(recorded(45, 1, 47), IsEmpty());
+}
+
+TEST_F(link_report, to_a_missing_instance_of_the_olt_s_classes_is_dropped)
+{
+    gponDebugLevel = LOG_ERROR | LOG_WARNING;
+    for (const u16 class_id : u16s{45, 47, 84, 130, 266, 268, 281, 280, 78, 171}) {
+        EXPECT_EQ(report(47, 1, class_id, 9, CREATE), 0) << class_id;
+        EXPECT_THAT(ids_of(*gpon::mirrored_class(class_id)->list_info->head), IsEmpty());
+    }
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+TEST_F(link_report, to_a_missing_instance_of_the_onu_s_classes_creates_it)
+{
+    struct {
+        u16 to_class;
+        u16 from_class;
+    } const links[] = {{11, 47}, {329, 47}, {262, 268}, {278, 277}, {277, 268}};
+    for (const u8 msg_type : u8s{CREATE, SET})
+        for (const auto& link : links) {
+            const u16 id = msg_type;
+            EXPECT_EQ(report(link.from_class, 0x55, link.to_class, id, msg_type), 0);
+            const gpon_me_inst* inst =
+                gpon::find_inst(gpon::mirrored_class(link.to_class)->list_info->head, id);
+            ASSERT_NE(inst, nullptr) << link.to_class;
+            u16 inst_id;
+            std::memcpy(&inst_id, inst->raw, sizeof(inst_id));
+            EXPECT_EQ(inst_id, id);
+            EXPECT_THAT(recorded(link.to_class, id, link.from_class), ElementsAre(0x55));
+        }
+    EXPECT_THAT(ids_of(gpon_pptp_uni_list), ElementsAre(CREATE, SET));
+}
+
+TEST_F(link_report, a_created_instance_is_zero_but_for_its_id)
+{
+    report(268, 1, 262, 0x8001, CREATE);
+    const gpon_me_inst* inst = gpon::find_inst(&gpon_tcont_list, 0x8001);
+    ASSERT_NE(inst, nullptr);
+    EXPECT_EQ(std::vector<u8>(inst->raw, inst->raw + 6), (std::vector<u8>{1, 0x80, 0, 0, 0, 0}));
+}
+
+TEST_F(link_report, that_is_undone_creates_nothing)
+{
+    gponDebugLevel = LOG_TRACE;
+    EXPECT_EQ(report(47, 1, 11, 0x101, DELETE), 0);
+    EXPECT_THAT(log_lines(), Contains("***TRACE*** Auto Create this Instance 0000\r"));
+    EXPECT_EQ(report(47, 1, 11, 0x101, 5), 0);
+    EXPECT_THAT(ids_of(gpon_pptp_uni_list), IsEmpty());
+}
+
+TEST_F(link_report, of_a_message_nobody_knows_changes_nothing)
+{
+    create_bridge(1);
+    gponDebugLevel = LOG_ERROR;
+    EXPECT_EQ(report(47, 0x101, 45, 1, 5), 0);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***[gpon_flow_list_update_related_id][0] action error\r"));
+    EXPECT_THAT(recorded(45, 1, 47), IsEmpty());
+}
+
+TEST_F(link_report, names_the_instance_that_is_there)
+{
+    create_bridge(0x1a);
+    gponDebugLevel = LOG_TRACE;
+    report(47, 1, 45, 0x1a, CREATE);
+    EXPECT_THAT(log_lines(), Contains("***TRACE*** Me Inst Already exist entity id 001a\r"));
+}
+
+// Losing the node is silent and answered with success, losing anything else is a failure.
+TEST_F(link_report, a_creation_that_runs_out_of_memory_leaves_nothing)
+{
+    const uint64_t before = gpon::host::memory().live_blocks;
+    gponDebugLevel = LOG_ERROR;
+    gpon::host::arm_fault(gpon::host::fault::alloc, 1);
+    EXPECT_EQ(report(268, 1, 277, 5, CREATE), 0);
+    for (const uint64_t nth : {2, 3}) {
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        EXPECT_EQ(report(268, 1, 277, 5, CREATE), -1) << nth;
+    }
+    EXPECT_THAT(log_lines(), IsEmpty());
+    gpon::host::arm_fault(gpon::host::fault::alloc, 4);
+    EXPECT_EQ(report(268, 1, 277, 5, CREATE), -1);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***[gpon_flow_list_alloc_related_data][0] kzalloc fail\r"));
+    EXPECT_THAT(ids_of(gpon_pq_list), IsEmpty());
+    EXPECT_EQ(gpon::host::memory().live_blocks, before);
+}
+
+} // namespace
