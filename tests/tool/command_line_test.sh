@@ -55,6 +55,11 @@ expect_status 2 run missing.scn
 expect_out ''
 expect_err 'missing.scn: No such file or directory'
 
+expect_status 2 run .
+expect_err '.: Is a directory'
+expect_status 2 run /dev/zero
+expect_err '/dev/zero: longer than 256 MiB'
+
 printf 'echo never\npcap missing.pcap kind=0\n' >capture.scn
 expect_status 2 run capture.scn
 expect_out ''

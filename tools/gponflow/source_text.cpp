@@ -12,6 +12,9 @@ namespace gponflow {
 
 namespace {
 
+// Ends the reading of a device that never ends.
+constexpr size_t most_bytes = size_t{256} << 20;
+
 [[noreturn]] void fail()
 {
     throw std::runtime_error(std::generic_category().message(errno));
@@ -21,8 +24,11 @@ std::string read_all(std::FILE* stream)
 {
     std::string text;
     std::array<char, 65536> part;
-    while (const size_t count = std::fread(part.data(), 1, part.size(), stream))
+    while (const size_t count = std::fread(part.data(), 1, part.size(), stream)) {
         text.append(part.data(), count);
+        if (text.size() > most_bytes)
+            throw std::runtime_error("longer than 256 MiB");
+    }
     if (std::ferror(stream))
         fail();
     return text;

@@ -101,15 +101,16 @@ struct echo_command {
     std::string text;
 };
 
-using command = std::variant<load_command, unload_command, hook_command, me_command, config_command,
-                             debug_command, clean_command, ioctl_command, proc_write_command,
-                             proc_read_command, advance_command, platform_command, fault_command,
-                             pcap_command, expect_command, echo_command>;
+using any_command =
+    std::variant<load_command, unload_command, hook_command, me_command, config_command,
+                 debug_command, clean_command, ioctl_command, proc_write_command, proc_read_command,
+                 advance_command, platform_command, fault_command, pcap_command, expect_command,
+                 echo_command>;
 
 struct scenario_line {
     unsigned line = 0; ///< number in the file, from 1
     std::string text;  ///< without blanks at its ends
-    command what;
+    any_command what;
 };
 
 struct scenario {

@@ -69,7 +69,7 @@ private:
 
 } // namespace
 
-command parse_hook(std::span<const word> words)
+any_command parse_hook(std::span<const word> words)
 {
     hook_command result;
     packet_option_reader reader;
@@ -80,7 +80,7 @@ command parse_hook(std::span<const word> words)
     return result;
 }
 
-command parse_pcap(std::span<const word> words)
+any_command parse_pcap(std::span<const word> words)
 {
     if (words.empty() || words[0].text.empty())
         throw syntax_error{0, "missing argument: the capture file"};

@@ -31,13 +31,13 @@ const word& only_word(words_of_command words, const std::string& what)
     return words[0];
 }
 
-template <typename plain> command parse_plain(words_of_command words)
+template <typename plain> any_command parse_plain(words_of_command words)
 {
     expect_no_more(words);
     return plain{};
 }
 
-command parse_debug(words_of_command words)
+any_command parse_debug(words_of_command words)
 {
     debug_command result;
     for (const word& from : words) {
@@ -50,7 +50,7 @@ command parse_debug(words_of_command words)
     return result;
 }
 
-command parse_ioctl(words_of_command words)
+any_command parse_ioctl(words_of_command words)
 {
     if (words.empty())
         throw syntax_error{0, "missing argument: the ioctl number"};
@@ -63,7 +63,7 @@ command parse_ioctl(words_of_command words)
     return result;
 }
 
-command parse_proc(words_of_command words)
+any_command parse_proc(words_of_command words)
 {
     const std::string_view what = words.empty() ? std::string_view() : words[0].text;
     if (what == "read") {
@@ -79,7 +79,7 @@ command parse_proc(words_of_command words)
                                             suggestion(what, {"read", "write"})};
 }
 
-command parse_advance(words_of_command words)
+any_command parse_advance(words_of_command words)
 {
     const word& count = only_word(words, "the number of jiffies");
     return advance_command{read_unsigned({"advance", count.text, count.column}, longest_advance)};
@@ -92,7 +92,7 @@ pointer_setting read_pointer_setting(const value& from)
     return {static_cast<int32_t>(read_signed(from, INT32_MIN, INT32_MAX))};
 }
 
-command parse_platform(words_of_command words)
+any_command parse_platform(words_of_command words)
 {
     if (words.empty())
         throw syntax_error{0, "missing argument: mapping=none|RET or queue=none|RET"};
@@ -120,7 +120,7 @@ constexpr fault_name fault_names[] = {
     {"copy", fault_kind::copy, true},
 };
 
-command parse_fault(words_of_command words)
+any_command parse_fault(words_of_command words)
 {
     const word& from = only_word(words, "the platform service that is to fail");
     const std::string_view text = from.text;
@@ -149,7 +149,7 @@ expectation read_expectation(const value& from)
     return result;
 }
 
-command parse_expect(words_of_command words)
+any_command parse_expect(words_of_command words)
 {
     if (words.empty())
         throw syntax_error{0, "missing argument: NAME=VALUE"};
@@ -162,7 +162,7 @@ command parse_expect(words_of_command words)
     return result;
 }
 
-command parse_echo(words_of_command words)
+any_command parse_echo(words_of_command words)
 {
     if (words.empty())
         throw syntax_error{0, "missing argument: the text"};
@@ -174,7 +174,7 @@ command parse_echo(words_of_command words)
 
 struct command_row {
     std::string_view name;
-    command (*parse)(words_of_command words);
+    any_command (*parse)(words_of_command words);
 };
 
 constexpr command_row command_rows[] = {
@@ -195,7 +195,7 @@ constexpr command_row command_rows[] = {
     {"echo", parse_echo},
 };
 
-command parse_line(std::string_view line)
+any_command parse_line(std::string_view line)
 {
     const std::vector<word> words = split_words(line);
     const std::string_view name = words[0].text;

@@ -25,9 +25,9 @@ std::vector<std::string_view> command_names();
 
 // The commands of more than a few words, each in a file of its own. The words are those after the
 // command's name; all throw syntax_error.
-command parse_hook(std::span<const word> words);
-command parse_pcap(std::span<const word> words);
-command parse_me(std::span<const word> words);
-command parse_config(std::span<const word> words);
+any_command parse_hook(std::span<const word> words);
+any_command parse_pcap(std::span<const word> words);
+any_command parse_me(std::span<const word> words);
+any_command parse_config(std::span<const word> words);
 
 } // namespace gponflow

@@ -146,7 +146,7 @@ private:
 
 } // namespace
 
-command parse_me(std::span<const word> words)
+any_command parse_me(std::span<const word> words)
 {
     constexpr std::array missing = {"the message (create, set, delete or a number)", "the class",
                                     "the instance id"};
@@ -175,7 +175,7 @@ command parse_me(std::span<const word> words)
     return result;
 }
 
-command parse_config(std::span<const word> words)
+any_command parse_config(std::span<const word> words)
 {
     if (words.size() == 1 && words[0].text == "null")
         return config_command{};
