@@ -33,7 +33,7 @@ need_for() {
     need "${groups[@]}"
 }
 
-# build_preset PRESET [TARGET...]
+# build_preset PRESET [TARGET...]: goes on after an error, so that one run shows them all.
 build_preset() {
     local dir target targets=()
     need_for "$1" || return 1
@@ -42,5 +42,5 @@ build_preset() {
         targets+=(--target "$target")
     done
     cmake --preset "$1" -B "$dir" &&
-        "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}"
+        "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0
 }
