@@ -47,7 +47,7 @@ put_libraries() {
 
 put_loader() {
     local loader
-    loader=$("$readelf" -l "$1" | sed -n 's/.*interpreter: \/\(.*\)\]/\1/p')
+    loader=$("$readelf" -l "$1" 2>/dev/null | sed -n 's/.*interpreter: \/\(.*\)\]/\1/p')
     [ -z "$loader" ] || [ -e "$tree/$loader" ] || put "$root/$loader" "$loader"
 }
 
@@ -79,7 +79,7 @@ put_tests() {
     put scripts/kernel/guest/init init
     chmod 0755 "$tree/init"
     put scripts/kernel/guest/lib.sh tests/lib.sh
-    find tests/kernel -name '*.sh' | while read -r file; do
+    find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"
     done
     put "$farm/gpon_softonu.ko" modules/gpon_softonu.ko
@@ -96,6 +96,8 @@ put_further_files() {
         *=*) put "${word%%=*}" "${word#*=/}" ;;
         *) put "$word" "bin/${word##*/}" ;;
         esac
+        put_loader "${word%%=*}"
+        put_libraries "${word%%=*}"
     done
 }
 

@@ -21,15 +21,18 @@ arm64) processor=aarch64 ;;
 esac
 libraries=usr/lib/$processor-linux-gnu
 
-# A release of its own keeps CMake from asking the machine's package configurations.
+search=
+for directory in "$root/$libraries" "$root/lib/$processor-linux-gnu"; do
+    search+=" -Wl,-rpath-link,$directory"
+done
 export PKG_CONFIG_LIBDIR=$root/$libraries/pkgconfig:$root/usr/share/pkgconfig
 export PKG_CONFIG_SYSROOT_DIR=$root
-cmake -S . -B "$folder" -G Ninja \
+cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DGPON_WERROR=OFF \
     -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
     -DCMAKE_C_COMPILER="${prefix}gcc" -DCMAKE_CXX_COMPILER="${prefix}g++" \
     -DCMAKE_FIND_ROOT_PATH="$root" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \
     -DCMAKE_FIND_ROOT_PATH_MODE_LIBRARY=ONLY -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=ONLY \
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY \
-    -DCMAKE_EXE_LINKER_FLAGS="-Wl,-rpath-link,$root/$libraries -Wl,-rpath-link,$root/lib/$processor-linux-gnu -L$root/$libraries" \
+    -DCMAKE_EXE_LINKER_FLAGS="-static-libstdc++ -static-libgcc -L$root/$libraries$search" \
     -DCMAKE_LIBRARY_ARCHITECTURE="$processor-linux-gnu" -DBUILD_TESTING=OFF
 cmake --build "$folder" --parallel "$GPON_JOBS" --target gponflow

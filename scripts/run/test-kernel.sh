@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [TEST...] build the modules, boot real kernels (arm64, x86_64) and test them there
+# [ARCH...] [TEST...] [NAME=VALUE...] boot real kernels (arm64, x86_64), test the modules there
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
@@ -7,9 +7,11 @@ set -eu
 
 archs=()
 tests=()
+variables=()
 for word in "$@"; do
     case $word in
     arm64 | x86_64) archs+=("$word") ;;
+    [a-z]*=*) variables+=("$word") ;;
     *)
         [ -f "tests/kernel/$word.sh" ] || {
             echo "run test-kernel: '$word' is no architecture, nor is there tests/kernel/$word.sh" >&2
@@ -58,20 +60,22 @@ report() {
 boot_tests() {
     local arch=$1 log=$GPON_BUILD_DIR/logs/guest-$1.log
     GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-900} bash scripts/kernel/boot.sh "$arch" \
-        "$GPON_KERNEL_DIR/$arch/initramfs.gz" "tests=$(IFS=,; echo "${tests[*]}")" >"$log" 2>&1 || true
+        "$GPON_KERNEL_DIR/$arch/initramfs.gz" "tests=$(IFS=,; echo "${tests[*]}")" \
+        "${variables[@]}" >"$log" 2>&1 || true
     report "$log" "$arch"
 }
 
 prepare() {
-    local programs=$GPON_KERNEL_DIR/$1/programs
+    local programs=$GPON_KERNEL_DIR/$1/programs tool=$GPON_KERNEL_DIR/$1/tool
     step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
         step "modules-$1" bash scripts/kernel/build.sh "$1" &&
         step "programs-$1" bash scripts/kernel/programs.sh "$1" "$programs" &&
+        step "tool-$1" bash scripts/kernel/tool.sh "$1" "$tool" &&
         step "initramfs-$1" bash scripts/kernel/initramfs.sh "$1" \
-            "$GPON_KERNEL_DIR/$1/initramfs.gz" "$programs"/*
+            "$GPON_KERNEL_DIR/$1/initramfs.gz" "$programs"/* "$tool/bin/gponflow"
 }
 
-need kernel cross
+need kernel cross build
 mkdir -p "$GPON_BUILD_DIR/logs"
 failed=()
 for arch in "${archs[@]}"; do
