@@ -23,7 +23,7 @@ namespace gpon::test {
 /* Source line numbers, which change whenever code moves, as 0. */
 inline std::string without_line_numbers(const std::string& text)
 {
-    static const std::regex number(R"((\[\w+\] ?|\b\w+ )\[\d+\])");
+    static const std::regex number(R"((\[\w+\] ?|\b\w+_\w+ )\[\d+\])");
     return std::regex_replace(text, number, "$1[0]");
 }
 
