@@ -14,7 +14,7 @@ const char* level_tag(u32 level_word)
 
 void gpon::gpon_log(u32 level_word, const char* text, ...)
 {
-    printk(level_tag(level_word));
+    printk("%s", level_tag(level_word));
     va_list args;
     va_start(args, text);
     vpr_cont(text, args);

@@ -82,7 +82,7 @@ void dump_rule(const gpon_flow_rule& rule)
     dump_trace(*rule.trace);
 }
 
-void dump_bucket(gpon_hash_bucket& bucket)
+void dump_bucket(gpon_hash_bucket& bucket) GPON_REQUIRES(gpon_hash_lock)
 {
     if (bucket.node_num == 0)
         return;

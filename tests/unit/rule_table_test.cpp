@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tests/unit/loaded_module.h"
+
+#include <array>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <random>
+#include <set>
+
+#include "hash/aging.h"
+#include "hash/rule_table.h"
+
+namespace {
+
+using key = std::array<u8, GPON_RULE_KEY_BUFFER>;
+
+// Keys with a number in their source MAC.
+key key_of(u32 number)
+{
+    key k = {};
+    std::memcpy(k.data() + 6, &number, sizeof(number));
+    k[14] = UP_UNI;
+    return k;
+}
+
+gpon_rule_trace trace_of(u16 number)
+{
+    gpon_rule_trace trace = {};
+    trace.step[0] = {11, number};
+    return trace;
+}
+
+// The hash as it is defined: byte by byte, with the polynomial alone.
+u32 plain_hash(const u8* bytes, u16 length)
+{
+    u32 crc = 0;
+    for (u16 i = 0; i < length; ++i) {
+        crc ^= bytes[i];
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (crc & 1 ? 0xEDB88320u : 0u);
+    }
+    u32 h = crc;
+    h += h << 12;
+    h ^= h >> 22;
+    h += h << 4;
+    h ^= h >> 9;
+    h += h << 10;
+    h ^= h >> 2;
+    h += h << 7;
+    h ^= h >> 12;
+    return (h >> 3) * 0x9E3779B1u;
+}
+
+class RuleTable : public loaded_module {
+protected:
+    i32 add(const key& k, u16 number = 1, u16 length = 16)
+    {
+        const gpon_rule_trace trace = trace_of(number);
+        return gpon_hash_add_node_safe(k.data(), length, &trace);
+    }
+
+    // Instance id of the first step, or nothing when the key is not there.
+    std::optional<u16> find(const key& k, u16 length = 16)
+    {
+        gpon_rule_trace trace = {};
+        if (gpon_hash_get_rule_safe(k.data(), length, &trace) != 0)
+            return {};
+        return trace.step[0].instId;
+    }
+
+    u32 bucket_of(const key& k, u16 length = 16)
+    {
+        return gpon_hash_calc_key(k.data(), length) & (table().table_size - 1);
+    }
+
+    // The first key from a number on that falls into a free bucket, or into a given one.
+    key free_key(u32& number)
+    {
+        for (;; ++number)
+            if (!table().buckets[bucket_of(key_of(number))].first)
+                return key_of(number++);
+    }
+
+    key colliding_key(const key& with)
+    {
+        for (u32 number = 1u << 20;; ++number)
+            if (key_of(number) != with && bucket_of(key_of(number)) == bucket_of(with))
+                return key_of(number);
+    }
+
+    // As many rules as asked for, each in a bucket of its own.
+    void fill(u32 count)
+    {
+        for (u32 number = 1; table().total_num < count;)
+            ASSERT_EQ(add(free_key(number)), 0);
+    }
+
+    static gpon_hash_table& table() GPON_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+    {
+        return gpon_hash_table_record;
+    }
+
+    static void sweep()
+    {
+        spin_lock_bh(&gpon_hash_lock);
+        gpon_hash_delete_aging_node();
+        spin_unlock_bh(&gpon_hash_lock);
+    }
+};
+
+TEST_F(RuleTable, StartsWithSixtyFourBucketsAndThresholdFortyEight)
+{
+    EXPECT_EQ(table().table_size, 64u);
+    EXPECT_EQ(table().threshold, 48u);
+    EXPECT_EQ(table().load_percent, 75u);
+    EXPECT_EQ(table().total_num, 0u);
+}
+
+TEST_F(RuleTable, HashIsTheCrcOfEveryLengthMixed)
+{
+    std::mt19937 random(1);
+    for (u16 length = 0; length <= 33; ++length)
+        for (int round = 0; round < 50; ++round) {
+            key k;
+            for (u8& byte : k)
+                byte = static_cast<u8>(random());
+            EXPECT_EQ(gpon_hash_calc_key(k.data(), length), plain_hash(k.data(), length));
+        }
+}
+
+TEST_F(RuleTable, HashOfNothingIsZero)
+{
+    EXPECT_EQ(gpon_hash_calc_key(nullptr, 16), 0u);
+    EXPECT_EQ(gpon_hash_calc_key(key().data(), 0), 0u);
+    EXPECT_EQ(add(key(), 7, 0), 0);
+    EXPECT_NE(table().buckets[0].first, nullptr);
+    EXPECT_EQ(find(key(), 0), 7);
+}
+
+TEST_F(RuleTable, FortyNinthRuleDoublesTheTableBeforeItIsStored)
+{
+    fill(48);
+    EXPECT_EQ(table().table_size, 64u);
+    u32 number = 1u << 24;
+    const key last = free_key(number);
+    EXPECT_EQ(add(last), 0);
+    EXPECT_EQ(table().table_size, 128u);
+    EXPECT_EQ(table().threshold, 96u);
+    EXPECT_TRUE(find(last) || table().buckets[bucket_of(last)].first);
+    EXPECT_LE(table().total_num, 49u);
+}
+
+TEST_F(RuleTable, GrowsToAThousandTwentyFourBucketsAndNoFurther)
+{
+    const std::map<u32, u32> threshold = {{64, 48}, {128, 96}, {256, 192}, {512, 384}, {1024, 768}};
+    std::set<u32> sizes;
+    u32 number = 1;
+    for (int i = 0; i < 4000; ++i) {
+        ASSERT_EQ(add(free_key(number)), 0);
+        sizes.insert(table().table_size);
+        ASSERT_EQ(table().threshold, threshold.at(table().table_size));
+        if (table().table_size == 1024 && table().total_num == 768)
+            break;
+    }
+    EXPECT_EQ(sizes, (std::set<u32>{64, 128, 256, 512, 1024}));
+    EXPECT_EQ(table().total_num, 768u);
+}
+
+TEST_F(RuleTable, AtTheCeilingAnAddSweepsWhatWasNotUsedSinceTheLastSweep)
+{
+    u32 number = 1;
+    while (table().table_size < 1024 || table().total_num < 768)
+        ASSERT_EQ(add(free_key(number)), 0);
+    EXPECT_EQ(add(free_key(number)), 0); // takes the marks off
+    EXPECT_EQ(table().total_num, 769u);
+    const key used = key_of(number - 1);
+    EXPECT_TRUE(find(used));
+    EXPECT_EQ(add(free_key(number)), 0); // deletes all without a mark
+    EXPECT_TRUE(find(used));
+    EXPECT_EQ(table().total_num, 2u);
+    EXPECT_EQ(table().table_size, 1024u);
+}
+
+TEST_F(RuleTable, AKeyWhoseBucketHoldsAnotherIsDroppedWithoutAnError)
+{
+    const key first = key_of(1);
+    EXPECT_EQ(add(first, 5), 0);
+    const key second = colliding_key(first);
+    EXPECT_EQ(add(second, 6), 0);
+    EXPECT_EQ(table().total_num, 1u);
+    EXPECT_FALSE(find(second));
+    EXPECT_EQ(find(first), 5);
+}
+
+TEST_F(RuleTable, AnExistingKeyTakesTheNewTraceAndCountsAsUsed)
+{
+    EXPECT_EQ(add(key_of(1), 5), 0);
+    sweep();
+    EXPECT_EQ(add(key_of(1), 6), 0);
+    EXPECT_EQ(table().total_num, 1u);
+    sweep();
+    EXPECT_EQ(find(key_of(1)), 6);
+}
+
+TEST_F(RuleTable, ALookUpComparesTheLength)
+{
+    EXPECT_EQ(add(key(), 5, 16), 0);
+    EXPECT_FALSE(find(key(), 20));
+    EXPECT_FALSE(find(key(), 12));
+}
+
+TEST_F(RuleTable, DeletionEmptiesTheBucketForIndexZeroAlone)
+{
+    EXPECT_EQ(add(key_of(1)), 0);
+    const u32 hash = gpon_hash_calc_key(key_of(1).data(), 16);
+    EXPECT_EQ(gpon_hash_delete_node_safe(hash, 1), 0);
+    EXPECT_TRUE(find(key_of(1)));
+    EXPECT_EQ(gpon_hash_delete_node_safe(hash, 0), 0);
+    EXPECT_FALSE(find(key_of(1)));
+    EXPECT_EQ(table().total_num, 0u);
+    EXPECT_EQ(gpon_hash_delete_node_safe(hash, 0), 0);
+}
+
+TEST_F(RuleTable, ABucketsHashStaysWhenItEmptiesAndIsOverwrittenByTheNextRule)
+{
+    const key first = key_of(1);
+    add(first);
+    const gpon_hash_bucket& bucket = table().buckets[bucket_of(first)];
+    const u32 hash = gpon_hash_calc_key(first.data(), 16);
+    gpon_hash_clean_all_safe();
+    EXPECT_EQ(bucket.hash_val, hash);
+    EXPECT_EQ(bucket.node_num, 0);
+    const key second = colliding_key(first);
+    add(second);
+    EXPECT_EQ(bucket.hash_val, gpon_hash_calc_key(second.data(), 16));
+}
+
+TEST_F(RuleTable, CleaningKeepsSizeAndThreshold)
+{
+    fill(60);
+    EXPECT_EQ(gpon_hash_clean_all_safe(), 0);
+    EXPECT_EQ(table().table_size, 128u);
+    EXPECT_EQ(table().threshold, 96u);
+    EXPECT_EQ(table().total_num, 0u);
+    fill(3);
+    EXPECT_EQ(table().total_num, 3u);
+}
+
+TEST_F(RuleTable, NullArgumentsAreReported)
+{
+    gpon_rule_trace trace = {};
+    gponDebugLevel = 1;
+    EXPECT_EQ(gpon_hash_add_node_safe(nullptr, 16, &trace), -1);
+    EXPECT_EQ(gpon_hash_add_node_safe(key().data(), 16, nullptr), -1);
+    EXPECT_EQ(gpon_hash_get_rule_safe(nullptr, 16, &trace), -1);
+    EXPECT_EQ(gpon_hash_get_rule_safe(key().data(), 16, nullptr), -1);
+    const std::string add = "***ERROR***[gpon_hash_add_node][0] end, Parameter is NULL";
+    const std::string get = "***ERROR***[gpon_hash_get_rule_safe][0] end, Parameter is NULL";
+    EXPECT_THAT(log_lines(), testing::ElementsAre(add, add, get, get));
+}
+
+TEST_F(RuleTable, AFailedGrowthLeavesTheOldTableWhole)
+{
+    fill(48);
+    std::set<u32> kept;
+    for (u32 number = 1; number < 4096; ++number)
+        if (find(key_of(number)))
+            kept.insert(number);
+    const gpon_hash_table before = table();
+    gponDebugLevel = 1;
+    gpon::host::arm_fault(gpon::host::fault::alloc);
+    u32 number = 1u << 24;
+    EXPECT_EQ(add(free_key(number)), -1);
+    EXPECT_THAT(log_lines(),
+                testing::ElementsAre(
+                    "***ERROR***[gpon_hash_inflate_table][0] end, kzalloc Fail",
+                    "***ERROR***[gpon_hash_expand_table][0] gpon_hash_inflate_table Fail",
+                    "***ERROR***[gpon_hash_add_node][0] gpon_hash_expand_table Fail"));
+    EXPECT_EQ(table().table_size, before.table_size);
+    EXPECT_EQ(table().total_num, before.total_num);
+    EXPECT_EQ(table().threshold, before.threshold);
+    EXPECT_EQ(table().buckets, before.buckets);
+    for (const u32 kept_number : kept)
+        EXPECT_TRUE(find(key_of(kept_number)));
+    EXPECT_EQ(add(free_key(number)), 0) << "the next add grows";
+    EXPECT_EQ(table().table_size, 128u);
+}
+
+TEST_F(RuleTable, EveryFailedAllocationOfAnAddLosesThatRuleAlone)
+{
+    add(key_of(1), 5);
+    u32 number = 100;
+    const key k = free_key(number);
+    gponDebugLevel = 1;
+    for (u64 nth = 1; nth <= 3; ++nth) {
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        EXPECT_EQ(add(k), -1);
+        EXPECT_TRUE(gpon::host::fault_fired(gpon::host::fault::alloc));
+        EXPECT_EQ(table().total_num, 1u);
+        EXPECT_EQ(table().buckets[bucket_of(k)].hash_val, gpon_hash_calc_key(k.data(), 16));
+        EXPECT_THAT(log_lines(), testing::ElementsAre(
+                                     "***ERROR***[gpon_hash_add_node][0] end, kzalloc fail"));
+    }
+    gpon::host::disarm_faults();
+    EXPECT_EQ(add(k), 0);
+    EXPECT_EQ(find(key_of(1)), 5);
+}
+
+TEST_F(RuleTable, ARuleTakesThreeBlocksOfAtMostAHundredSixtyBytes)
+{
+    const auto before = gpon::host::memory();
+    add(key_of(1), 1, 32);
+    const auto after = gpon::host::memory();
+    EXPECT_EQ(after.live_blocks - before.live_blocks, 3u);
+    EXPECT_LE(after.live_bytes - before.live_bytes, 160u);
+}
+
+// The table against what it is meant to be, over many random operations: per bucket at most one
+// rule; adds that collide are dropped; growth adds the old rules anew in bucket order.
+TEST_F(RuleTable, BehavesLikeASimpleModelOverRandomOperations)
+{
+    struct rule {
+        std::vector<u8> key;
+        u16 number;
+        bool hit;
+    };
+    std::map<u32, rule> buckets;
+    u32 size = 64;
+    const auto at = [&](const std::vector<u8>& k) {
+        return plain_hash(k.data(), static_cast<u16>(k.size())) & (size - 1);
+    };
+    const auto sweep_model = [&] {
+        for (auto entry = buckets.begin(); entry != buckets.end();)
+            if (std::exchange(entry->second.hit, false))
+                ++entry;
+            else
+                entry = buckets.erase(entry);
+    };
+    const auto add_model = [&](const std::vector<u8>& k, u16 number) {
+        const auto [slot, fresh] = buckets.try_emplace(at(k), rule{k, number, true});
+        if (!fresh && slot->second.key == k)
+            slot->second = {k, number, true};
+    };
+    const auto grow_model = [&] {
+        if (buckets.size() < size * 3 / 4)
+            return;
+        if (size == 1024)
+            return sweep_model();
+        const auto old = std::exchange(buckets, {});
+        size *= 2;
+        for (const auto& [index, entry] : old)
+            add_model(entry.key, entry.number);
+    };
+    std::mt19937 random(7);
+    for (int step = 0; step < 1000000; ++step) {
+        std::vector<u8> k(16 + 4 * (random() % 5));
+        const u32 number = static_cast<u32>(random() % 3000);
+        std::memcpy(k.data() + 6, &number, sizeof(number));
+        const auto length = static_cast<u16>(k.size());
+        const auto value = static_cast<u16>(random());
+        const auto what = static_cast<u32>(random() % 10000);
+        if (what == 0) {
+            gpon_hash_clean_all_safe();
+            buckets.clear();
+        } else if (what <= 20) {
+            const u32 hash = plain_hash(k.data(), length);
+            gpon_hash_delete_node_safe(hash, static_cast<u16>(what & 1));
+            if (!(what & 1))
+                buckets.erase(hash & (size - 1));
+        } else if (what <= 25) {
+            sweep();
+            sweep_model();
+        } else if (what <= 4000) {
+            grow_model();
+            add_model(k, value);
+            const gpon_rule_trace trace = trace_of(value);
+            ASSERT_EQ(gpon_hash_add_node_safe(k.data(), length, &trace), 0);
+        } else {
+            gpon_rule_trace trace = {};
+            const i32 got = gpon_hash_get_rule_safe(k.data(), length, &trace);
+            const auto slot = buckets.find(at(k));
+            const bool there = slot != buckets.end() && slot->second.key == k;
+            ASSERT_EQ(got, there ? 0 : -1);
+            if (there) {
+                ASSERT_EQ(trace.step[0].instId, slot->second.number);
+                slot->second.hit = true;
+            }
+        }
+        ASSERT_EQ(table().total_num, buckets.size());
+        ASSERT_EQ(table().table_size, size);
+    }
+    EXPECT_EQ(size, 1024u) << "the run must reach the ceiling";
+}
+
+} // namespace
