@@ -97,14 +97,14 @@ TEST_F(instance_dump, of_one_id_needs_any_flag_but_1)
     add(2);
     for (u32 flag : {0u, 2u, 0xffffffffu})
         EXPECT_THAT(dump(2, flag), ElementsAre(TITLE, "T | ", dashes(4), "V | ", dashes(4)));
-    EXPECT_THAT(dump(2, 1), ElementsAre(TITLE, "T | ", dashes(4), "V | ", dashes(4), "V | ",
-                                        dashes(4)));
+    EXPECT_THAT(dump(2, 1),
+                ElementsAre(TITLE, "T | ", dashes(4), "V | ", dashes(4), "V | ", dashes(4)));
 }
 
 TEST_F(instance_dump, single_links_follow_the_printer_s_columns)
 {
     printed = {"titles | ", "values | ", "", 9};
-    give_links({{47, "short", nullptr, 1}, {48, "twelve_chars", nullptr, 0}});
+    give_links({{47, "short", nullptr, 1}, {48, "twelve_chars", nullptr, 1}});
     link(add(1), 47, {0x1a});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "titles |      short | twelve_chars | ", dashes(37),
                                     "values |     0x001a |          N/A | ", dashes(37)));
@@ -159,8 +159,8 @@ TEST_F(instance_dump, without_a_printer_the_links_start_at_the_left)
     give_links({{47, "link", nullptr, 1}});
     add(1);
     add(2);
-    EXPECT_THAT(dump(), ElementsAre(TITLE, "      link | ", dashes(13), "       N/A | ",
-                                    dashes(13), "       N/A | ", dashes(13)));
+    EXPECT_THAT(dump(), ElementsAre(TITLE, "      link | ", dashes(13), "       N/A | ", dashes(13),
+                                    "       N/A | ", dashes(13)));
 }
 
 TEST_F(instance_dump, without_printer_and_links_rows_are_empty_and_there_are_no_dashes)
@@ -175,8 +175,8 @@ TEST_F(instance_dump, the_printer_s_answer_decides_where_links_start)
     printed = {"T", "V", "", 1};
     give_links({{47, "link", nullptr, 1}});
     add(1);
-    EXPECT_THAT(dump(), ElementsAre(TITLE, "T      link | ", dashes(14), "V       N/A | ",
-                                    dashes(14)));
+    EXPECT_THAT(dump(),
+                ElementsAre(TITLE, "T      link | ", dashes(14), "V       N/A | ", dashes(14)));
 }
 
 TEST_F(instance_dump, an_instance_without_links_of_its_own_has_no_value_line)
@@ -200,8 +200,13 @@ TEST_F(instance_dump, a_class_without_link_table_is_as_wide_as_its_printer_says)
 TEST_F(instance_dump, dashes_end_with_the_buffer)
 {
     add(1);
-    for (const auto& [width, count] : {std::pair<i32, size_t>{-1, 0}, {0, 0}, {1, 1}, {510, 510},
-                                       {511, 511}, {513, 511}, {100000, 511}}) {
+    for (const auto& [width, count] : {std::pair<i32, size_t>{-1, 0},
+                                       {0, 0},
+                                       {1, 1},
+                                       {510, 510},
+                                       {511, 511},
+                                       {513, 511},
+                                       {100000, 511}}) {
         printed = {"T", "V", "", width};
         const std::vector<std::string> lines = dump();
         if (count == 0)
@@ -248,8 +253,8 @@ TEST_F(instance_dump, the_extra_text_may_fill_its_buffer)
 {
     printed = {"T | ", "V | ", std::string(511, 'e'), 4};
     add(1);
-    EXPECT_THAT(dump(), ElementsAre(TITLE, "T | ", dashes(4), "V | ",
-                                    std::string(511, 'e') + dashes(4)));
+    EXPECT_THAT(dump(),
+                ElementsAre(TITLE, "T | ", dashes(4), "V | ", std::string(511, 'e') + dashes(4)));
 }
 
 TEST_F(instance_dump, two_list_rows_share_511_characters)

@@ -41,15 +41,16 @@ const std::map<u16, printed>& every_class()
          {image(gpon_raw_vtfd{2, {100, 200, 3, 65535, 0, 0, 0, 0, 0, 0, 11, 12}, 0xa, 2}),
           "    instID | forwardOperation | vlanFilterNums | ",
           "    0x0002 |             0x0a |              2 | ",
-          "vlanFilterList =   100   200     3 65535     0     0     0     0     0     0    11    12 "
+          "vlanFilterList =   100   200     3 65535     0     0     0     0     0     0    11    "
+          "12 "
           "\n"}},
         {130,
          {image(gpon_raw_mapper{5,
                                 0xffff,
                                 {0x11, 0x12, 0, 0xffff, 5, 6, 7, 8},
                                 1,
-                                {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19,
-                                 20, 0x7f, 0x80, 0xff},
+                                {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,    10,   11,
+                                 12, 13, 14, 15, 16, 17, 18, 19, 20, 0x7f, 0x80, 0xff},
                                 7,
                                 255}),
           "    instID |     tpType |  tpPointer | unmark_frame_opt | defaultPbit | ",
@@ -68,7 +69,8 @@ const std::map<u16, printed>& every_class()
          {image(gpon_raw_gemctp{1, 4095, 0x8000, 3, 0x8001, 0, 0xffff}),
           "    instID |     portID |    tcontID |  direction | trafficMgrPtrUp | TDProPtrUp | "
           "TDProPtrDown | ",
-          "    0x0001 |       4095 |     0x8000 |          3 |          0x8001 |     0x0000 |       "
+          "    0x0001 |       4095 |     0x8000 |          3 |          0x8001 |     0x0000 |      "
+          " "
           "0xffff | ",
           ""}},
         {277,
@@ -83,7 +85,8 @@ const std::map<u16, printed>& every_class()
          {image(gpon_raw_td{1, 1250000, 2147483647, 0, 4294967295u, 1, 2, 3, 4}),
           "    instID |        cir |        pir |        cbs |        pbs | colourMode | "
           "ingressColourMode | egressColourMode |  meterType | ",
-          "    0x0001 |    1250000 | 2147483647 |          0 |         -1 |          1 |                 2 "
+          "    0x0001 |    1250000 | 2147483647 |          0 |         -1 |          1 |           "
+          "      2 "
           "|                3 |          4 | ",
           ""}},
         {281,

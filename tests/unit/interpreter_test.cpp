@@ -149,13 +149,14 @@ constexpr gpon_dbg_cmd OWN[] = {
 
 TEST_F(interpreter, dispatch_calls_the_first_row_that_begins_with_the_word)
 {
-    const std::pair<const char*, int> words[] = {{"", 1},    {"a", 1},    {"al", 1},  {"alp", 1},
-                                                 {"alph", 1}, {"alpha", 1}, {"alps", 2}, {"b", 3},
-                                                 {"beta", 3}};
+    const std::pair<const char*, int> words[] = {{"", 1},     {"a", 1},    {"al", 1},
+                                                 {"alp", 1},  {"alph", 1}, {"alpha", 1},
+                                                 {"alps", 2}, {"b", 3},    {"beta", 3}};
     for (const auto& [word, which] : words) {
         reached = {};
         const char* const argv[] = {word, "more", nullptr};
-        EXPECT_EQ(gpon_dbg_dispatch(OWN, 2, argv, gpon_dbg_set_table), 40u + static_cast<u32>(which))
+        EXPECT_EQ(gpon_dbg_dispatch(OWN, 2, argv, gpon_dbg_set_table),
+                  40u + static_cast<u32>(which))
             << word;
         EXPECT_EQ(reached.which, which) << word;
         EXPECT_EQ(reached.argc, 1u);
@@ -232,8 +233,7 @@ TEST_F(interpreter, set_trace_stores_the_field_and_adds_its_bit)
     EXPECT_THAT(trace_cfg.dst_mac, ElementsAre(9, 0, 0, 0, 0, 0));
     EXPECT_THAT(trace_cfg.src_mac, ElementsAre(0xff, 0xee, 0xdd, 0xcc, 0xbb, 0xaa));
     EXPECT_EQ(trace_cfg.valid_mask, 0xf);
-    EXPECT_THAT(run({"set", "trace", "disable"}),
-                ElementsAre("set trace disable, valid mask = 0"));
+    EXPECT_THAT(run({"set", "trace", "disable"}), ElementsAre("set trace disable, valid mask = 0"));
     const gpon_trace_cfg off = {};
     EXPECT_EQ(std::memcmp(&trace_cfg, &off, sizeof(off)), 0);
 }
@@ -370,10 +370,10 @@ TEST_F(interpreter, clean_flow_rule_0_cleans_all_whatever_the_index)
     for (const char* index : {"0", "7", "x"}) {
         learn(1);
         learn(2);
-        EXPECT_THAT(run({"clean", "flow_rule", "0", index}),
-                    ElementsAre(std::string("del hashVal = 0 traceIndex = ") +
-                                    (*index == '7' ? "7" : "0"),
-                                "del All Flow Rule Data:"));
+        EXPECT_THAT(
+            run({"clean", "flow_rule", "0", index}),
+            ElementsAre(std::string("del hashVal = 0 traceIndex = ") + (*index == '7' ? "7" : "0"),
+                        "del All Flow Rule Data:"));
         EXPECT_EQ(gpon_hash_table_record.total_num, 0u);
     }
 }
@@ -397,9 +397,12 @@ TEST_F(interpreter, clean_flow_rule_empties_the_bucket_of_a_hash_value)
 TEST_F(interpreter, commands_answer_whatever_memory_there_is)
 {
     const std::vector<std::vector<const char*>> commands = {
-        {"set", "enable", "1"},        {"set", "trace", "dst_mac", "1:2"},
-        {"show", "raw_data"},          {"show", "flow_rule"},
-        {"clean", "raw_data", "47", "101"}, {"clean", "flow_rule", "0", "0"},
+        {"set", "enable", "1"},
+        {"set", "trace", "dst_mac", "1:2"},
+        {"show", "raw_data"},
+        {"show", "flow_rule"},
+        {"clean", "raw_data", "47", "101"},
+        {"clean", "flow_rule", "0", "0"},
         {"clean", "raw_data"},
     };
     for (const std::vector<const char*>& command : commands) {

@@ -17,8 +17,9 @@ using testing::IsEmpty;
 const std::string EQUALS(121, '=');
 const std::string HYPHENS(121, '-');
 const std::string BANNER = "|" + std::string(55, '*') + "Rule Table" + std::string(55, '*') + "|";
-const std::string HEADER = "| Index |       DstMac(Hex) |       SrcMac(Hex) | "
-                           "Tpid(Hex)[OUTER->INNER] | Tci(Hex)[OUTER->INNER] | PortID | Direction |";
+const std::string HEADER =
+    "| Index |       DstMac(Hex) |       SrcMac(Hex) | "
+    "Tpid(Hex)[OUTER->INNER] | Tci(Hex)[OUTER->INNER] | PortID | Direction |";
 
 // A key of so many tags, as packets have it.
 std::vector<u8> key_of(u16 direction, size_t tags, u8 last_of_dst = 1, u16 port = 0)
@@ -82,8 +83,8 @@ protected:
 
 TEST_F(rule_dump, of_an_empty_table_has_banner_counters_and_one_line)
 {
-    EXPECT_THAT(dump(), ElementsAre(BANNER, " total_num = 0", " table_size = 64",
-                                    " threshold = 48", EQUALS));
+    EXPECT_THAT(dump(), ElementsAre(BANNER, " total_num = 0", " table_size = 64", " threshold = 48",
+                                    EQUALS));
 }
 
 TEST_F(rule_dump, of_one_rule_has_its_bucket_its_row_and_its_steps)
@@ -94,11 +95,12 @@ TEST_F(rule_dump, of_one_rule_has_its_bucket_its_row_and_its_steps)
                   used_bucket().hash_val);
     EXPECT_THAT(
         dump(),
-        ElementsAre(BANNER, " total_num = 1", " table_size = 64", " threshold = 48", EQUALS, bucket,
-                    HYPHENS, HEADER,
-                    "|     0 | 02:00:00:00:00:01 | 0a:0b:0c:0d:0e:0f |     xxxx:xxxx:xxxx:xxxx |    "
-                    "xxxx:xxxx:xxxx:xxxx |      0 |    UP_ANI |",
-                    "| Trace:CLASS(INST)->11(0x100)->12(0x101)|", EQUALS));
+        ElementsAre(
+            BANNER, " total_num = 1", " table_size = 64", " threshold = 48", EQUALS, bucket,
+            HYPHENS, HEADER,
+            "|     0 | 02:00:00:00:00:01 | 0a:0b:0c:0d:0e:0f |     xxxx:xxxx:xxxx:xxxx |    "
+            "xxxx:xxxx:xxxx:xxxx |      0 |    UP_ANI |",
+            "| Trace:CLASS(INST)->11(0x100)->12(0x101)|", EQUALS));
 }
 
 TEST_F(rule_dump, shows_a_tag_s_place_as_xxxx_when_the_frame_has_none)

@@ -209,12 +209,11 @@ TEST_F(hex_dump, starts_each_line_of_sixteen_with_its_offset_and_parts_it_in_two
     EXPECT_THAT(offsets(counted(20), 1), ElementsAre(" ", "0000: f0 "));
     EXPECT_THAT(offsets(counted(20), 8), ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7 "));
     EXPECT_THAT(offsets(counted(20), 9), ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7  f8 "));
+    EXPECT_THAT(offsets(counted(20), 16),
+                ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff "));
     EXPECT_THAT(
-        offsets(counted(20), 16),
-        ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff "));
-    EXPECT_THAT(offsets(counted(20), 17),
-                ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff  ",
-                            "0010: 00 "));
+        offsets(counted(20), 17),
+        ElementsAre(" ", "0000: f0 f1 f2 f3 f4 f5 f6 f7  f8 f9 fa fb fc fd fe ff  ", "0010: 00 "));
 }
 
 TEST_F(hex_dump, offsets_have_four_digits_at_least)
@@ -228,7 +227,8 @@ TEST_F(hex_dump, offsets_have_four_digits_at_least)
 TEST_F(hex_dump, is_plain_with_sixteen_bytes_a_line)
 {
     EXPECT_THAT(plain(counted(20), 1), ElementsAre("f0 "));
-    EXPECT_THAT(plain(counted(20), 15), ElementsAre("f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe "));
+    EXPECT_THAT(plain(counted(20), 15),
+                ElementsAre("f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe "));
     EXPECT_THAT(plain(counted(20), 16),
                 ElementsAre("f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe ff ", ""));
     EXPECT_THAT(plain(counted(20), 17),
