@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int ROUNDS = 400;
+constexpr int ROUNDS = 4000;
 
 template <typename Raw> void send(uint8_t msg_type, uint16_t class_id, const Raw& raw)
 {

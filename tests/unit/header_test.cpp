@@ -128,7 +128,8 @@ TEST_F(Header, WhatAShortFrameLacksReadsAsZero)
         gpon_pkt_info info;
         EXPECT_EQ(gpon_pkt_form_info(&skb, &info), 0);
         EXPECT_EQ(info.dst_mac[5], length > 5 ? 6 : 0);
-        EXPECT_EQ(info.tag_num, length > 13 ? 1 : 0) << length;
+        // One byte of the type, 0x81, and the 0 behind the end make a TPID.
+        EXPECT_EQ(info.tag_num, length > 12 ? 1 : 0) << length;
         EXPECT_EQ(pbit(cut), length > 14 ? 5 : -1) << length;
         EXPECT_EQ(dscp(cut), -1);
     }
