@@ -5,16 +5,18 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/host/format.h"
+
 namespace gpon::host {
 
 void fatal(const char* text, ...)
 {
+    char words[1024];
     va_list arguments;
     va_start(arguments, text);
-    std::fputs("gpon host platform: ", stderr);
-    std::vfprintf(stderr, text, arguments);
-    std::fputc('\n', stderr);
+    format_to(words, sizeof(words), text, arguments);
     va_end(arguments);
+    std::fprintf(stderr, "gpon host platform: %s\n", words);
     std::abort();
 }
 
