@@ -10,30 +10,33 @@ const char* switch_name(u32 enable_flag)
     return enable_flag ? "ENABLE" : "DISABLE";
 }
 
-struct mac_values {
-    u32 of[6] = {};
-
-    explicit mac_values(const char* word) { gpon::scan_mac(word, of); }
-
-    void store(u8 (&mac)[6]) const
-    {
-        u8 bytes[6];
-        for (u32 i = 0; i < 6; ++i)
-            bytes[i] = static_cast<u8>(of[i]);
-        gpon::copy_words_to_shared<u16>(mac, bytes, sizeof(bytes));
-    }
-};
-
 void use_field(trace_mask field)
 {
     gpon::store_relaxed(trace_cfg.valid_mask, static_cast<u16>(trace_cfg.valid_mask | field));
 }
 
-i32 scan_vlan(const char* word)
+u32 set_mac(const char* which, const char* word, u8 (&mac)[6], trace_mask field)
 {
-    i32 vlan = 0;
-    gpon::scan_decimal(word, &vlan);
-    return vlan;
+    u32 value[6] = {};
+    gpon::scan_mac(word, value);
+    printk("set trace %s mac %02x:%02x:%02x:%02x:%02x:%02x\n", which, value[0], value[1], value[2],
+           value[3], value[4], value[5]);
+    u8 bytes[6];
+    for (u32 i = 0; i < 6; ++i)
+        bytes[i] = static_cast<u8>(value[i]);
+    gpon::copy_words_to_shared<u16>(mac, bytes, sizeof(bytes));
+    use_field(field);
+    return 0;
+}
+
+u32 set_vlan(const char* which, const char* word, u16& tci, trace_mask field)
+{
+    i32 value = 0;
+    gpon::scan_decimal(word, &value);
+    printk("set trace %s vlan %d\n", which, value);
+    gpon::store_relaxed(tci, static_cast<u16>(value));
+    use_field(field);
+    return 0;
 }
 
 } // namespace
@@ -59,40 +62,22 @@ u32 gpon_dbg_set_debug_level(u32, const char* const* argv, const gpon_dbg_cmd*)
 
 u32 gpon_dbg_set_dst_mac(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    const mac_values mac(argv[0]);
-    printk("set trace dst mac %02x:%02x:%02x:%02x:%02x:%02x\n", mac.of[0], mac.of[1], mac.of[2],
-           mac.of[3], mac.of[4], mac.of[5]);
-    mac.store(trace_cfg.dst_mac);
-    use_field(TRACE_DST_MAC);
-    return 0;
+    return set_mac("dst", argv[0], trace_cfg.dst_mac, TRACE_DST_MAC);
 }
 
 u32 gpon_dbg_set_src_mac(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    const mac_values mac(argv[0]);
-    printk("set trace src mac %02x:%02x:%02x:%02x:%02x:%02x\n", mac.of[0], mac.of[1], mac.of[2],
-           mac.of[3], mac.of[4], mac.of[5]);
-    mac.store(trace_cfg.src_mac);
-    use_field(TRACE_SRC_MAC);
-    return 0;
+    return set_mac("src", argv[0], trace_cfg.src_mac, TRACE_SRC_MAC);
 }
 
 u32 gpon_dbg_set_outer_vlan(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    const i32 vlan = scan_vlan(argv[0]);
-    printk("set trace outer vlan %d\n", vlan);
-    gpon::store_relaxed(trace_cfg.outer_vlan, static_cast<u16>(vlan));
-    use_field(TRACE_OUTER_VLAN);
-    return 0;
+    return set_vlan("outer", argv[0], trace_cfg.outer_vlan, TRACE_OUTER_VLAN);
 }
 
 u32 gpon_dbg_set_inner_vlan(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    const i32 vlan = scan_vlan(argv[0]);
-    printk("set trace inner vlan %d\n", vlan);
-    gpon::store_relaxed(trace_cfg.inner_vlan, static_cast<u16>(vlan));
-    use_field(TRACE_INNER_VLAN);
-    return 0;
+    return set_vlan("inner", argv[0], trace_cfg.inner_vlan, TRACE_INNER_VLAN);
 }
 
 u32 gpon_dbg_disable_trace(u32, const char* const*, const gpon_dbg_cmd*)

@@ -19,3 +19,22 @@ i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, log_site site) c
     }
     return 0;
 }
+
+gpon::table_step::table_step(const gpon_me_list_info& info, const sk_buff* skb,
+                             const gpon_fwd_info* fwd_info, gpon_walk_result* result,
+                             log_site site, log_text<> null_message)
+{
+    if (!enter_forward(skb, fwd_info, result, site, null_message))
+        return;
+    related = related_table(info);
+    if (!related)
+        return;
+    if (!related.read(fwd_info->instId)) {
+        result->ret_val = FLOW_PKT_NOT_FORWARD;
+        answer = 0;
+        return;
+    }
+    vlan = vlan_operations::of(skb, related);
+    op = {fwd_info->instId, 0, fwd_info->fwd_flag};
+    goes_on = true;
+}

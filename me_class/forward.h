@@ -23,20 +23,22 @@ constexpr u16 EVTOCD_CLASS = 171;
 
 /* Traces the entry of a forward function; false with the message when an argument is null. */
 inline bool enter_forward(const sk_buff* skb, const gpon_fwd_info* fwd_info,
-                          const gpon_walk_result* result, log_site site = log_site::here())
+                          const gpon_walk_result* result, log_site site = log_site::here(),
+                          log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
 {
     log_trace_from(site, "[%s][%d]: Enter\n");
     if (skb && fwd_info && result)
         return true;
-    log_error_from(site, "%s [%d]: Parameter is NULL: Fail\r\n");
+    log_error_from(site, null_message);
     return false;
 }
 
 /* A step's own copy of an instance's related-info table. */
 class related_table {
 public:
+    related_table() = default;
     explicit related_table(const gpon_me_list_info& info)
-        : info_(info), table_(zalloc_bytes(info.related_info_size))
+        : info_(&info), table_(zalloc_bytes(info.related_info_size))
     {
     }
 
@@ -46,9 +48,9 @@ public:
     /* False: there is no such instance. */
     bool read(u16 inst_id)
     {
-        gpon_flow_list_get_related_data(info_.head, inst_id, table_.get(),
-                                        info_.related_info_size);
-        return find_inst(info_.head, inst_id) != nullptr;
+        gpon_flow_list_get_related_data(info_->head, inst_id, table_.get(),
+                                        info_->related_info_size);
+        return find_inst(info_->head, inst_id) != nullptr;
     }
 
     /* The first recorded instance of a class; instExist tells whether there is one. */
@@ -61,7 +63,7 @@ public:
     }
 
 private:
-    const gpon_me_list_info& info_;
+    const gpon_me_list_info* info_ = nullptr;
     owned<u8> table_;
 };
 
@@ -97,6 +99,20 @@ struct vlan_operations {
 
     /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */
     i32 run(const sk_buff* skb, op_info* op, log_site site = log_site::here()) const;
+};
+
+/* How a step through a class with VLAN operations begins. When it does not go on, answer is what
+ * the forward function answers, and the status is set. */
+struct table_step {
+    table_step(const gpon_me_list_info& info, const sk_buff* skb, const gpon_fwd_info* fwd_info,
+               gpon_walk_result* result, log_site site = log_site::here(),
+               log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n");
+
+    bool goes_on = false;
+    i32 answer = -1;
+    related_table related;
+    vlan_operations vlan = {};
+    op_info op = {};
 };
 
 } // namespace gpon

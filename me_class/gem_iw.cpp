@@ -84,29 +84,20 @@ i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 
 i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    log_trace("[%s][%d]: Enter\n");
-    if (!skb || !fwd_info || !result) {
-        log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
-        return -1;
-    }
-    gpon::related_table related(gemIwListInfo);
-    if (!related)
-        return -1;
-    if (!related.read(fwd_info->instId)) {
-        result->ret_val = FLOW_PKT_NOT_FORWARD;
-        return 0;
-    }
-    const gpon::vlan_operations vlan = gpon::vlan_operations::of(skb, related);
-    const gpon_me_related_id mapper = related.first(skb, 130);
+    // This class has always put its name in brackets here.
+    gpon::table_step step(gemIwListInfo, skb, fwd_info, result, log_site::here(),
+                          "[%s][%d]: Parameter is NULL: Fail\r\n");
+    if (!step.goes_on)
+        return step.answer;
+    const gpon_me_related_id mapper = step.related.first(skb, 130);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
         packet_error(skb, "[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         return 0;
     }
-    op_info op = {fwd_info->instId, 0, fwd_info->fwd_flag};
-    if (vlan.run(skb, &op) != 0)
+    if (step.vlan.run(skb, &step.op) != 0)
         return -1;
-    if (is_selected(skb, op, mapper)) {
+    if (is_selected(skb, step.op, mapper)) {
         result->ret_val = FLOW_PKT_FORWARD;
     } else {
         packet_error(skb, "[%s][%d] end, pbit_filter_handle fail.\n");

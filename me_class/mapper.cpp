@@ -86,22 +86,14 @@ i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
 
 i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    if (!gpon::enter_forward(skb, fwd_info, result))
-        return -1;
-    gpon::related_table related(mapperListInfo);
-    if (!related)
-        return -1;
-    if (!related.read(fwd_info->instId)) {
-        result->ret_val = FLOW_PKT_NOT_FORWARD;
-        return 0;
-    }
-    const gpon::vlan_operations vlan = gpon::vlan_operations::of(skb, related);
+    gpon::table_step step(mapperListInfo, skb, fwd_info, result);
+    if (!step.goes_on)
+        return step.answer;
     if (!(fwd_info->fwd_flag & (UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI))) {
         packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return -1;
     }
-    op_info op = {fwd_info->instId, 0, fwd_info->fwd_flag};
-    if (vlan.run(skb, &op) != 0)
+    if (step.vlan.run(skb, &step.op) != 0)
         return -1;
     if (fwd_info->fwd_flag & UP_UNI)
         result->turn_inst_id = fwd_info->instId;

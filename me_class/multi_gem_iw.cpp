@@ -62,22 +62,14 @@ i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 
 i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    if (!gpon::enter_forward(skb, fwd_info, result))
-        return -1;
-    gpon::related_table related(multiGemIwListInfo);
-    if (!related)
-        return -1;
-    if (!related.read(fwd_info->instId)) {
-        result->ret_val = FLOW_PKT_NOT_FORWARD;
-        return 0;
-    }
-    const gpon::vlan_operations vlan = gpon::vlan_operations::of(skb, related);
+    gpon::table_step step(multiGemIwListInfo, skb, fwd_info, result);
+    if (!step.goes_on)
+        return step.answer;
     if (!(fwd_info->fwd_flag & DOWN_ANI)) {
         packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return 0;
     }
-    op_info op = {fwd_info->instId, 0, fwd_info->fwd_flag};
-    if (vlan.run(skb, &op) == 0)
+    if (step.vlan.run(skb, &step.op) == 0)
         result->ret_val = FLOW_PKT_FORWARD;
     return 0;
 }

@@ -35,6 +35,8 @@ protected:
             .instID = 0x1001, .vlanFilterList = {}, .forwardOperation = 0, .vlanFilterNums = 0};
         apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 0x1001, &filter);
         gpon::host::hook(4, 1, nullptr);
+        // Nodes that the links above replaced are freed at a time of their own.
+        gpon::host::rcu_settle();
     }
 
     void port(u16 id, u8 tp_type, u16 pointer)
