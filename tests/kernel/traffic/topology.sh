@@ -13,14 +13,7 @@
 # provision_gpon_flow sets it up) or "alone", the platform's own mapping table.
 . /tests/lib.sh
 
-if [ -z "$onu" ]; then
-    onu=alone
-    if [ -x /bin/gponflow ]; then
-        onu=gpon_flow
-    else
-        echo "@@ no gponflow in this guest: the platform alone"
-    fi
-fi
+onu=${onu:-gpon_flow}
 proc=/proc/gpon_softonu
 
 provision_alone() {
