@@ -6,7 +6,8 @@
 # Boots the kernel of an architecture on two processors under emulation, its serial line on
 # standard output. WORDs go to the kernel's command line: NAME=VALUE becomes a variable of init.
 # GPON_GUEST_SECONDS limits the time, GPON_KERNEL_IMAGE boots another kernel, GPON_GUEST_MEMORY is
-# the memory in MiB.
+# the memory in MiB. With GPON_GUEST_CLOCK=instructions the guest's clock counts instructions of one
+# processor, and idle time passes at once.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -33,14 +34,18 @@ unpacked_x86_64() {
 }
 
 machine() {
+    local accel=(-accel "tcg,thread=multi" -smp 2)
+    if [ "${GPON_GUEST_CLOCK:-}" = instructions ]; then
+        accel=(-accel "tcg,thread=single" -smp 1 -icount "shift=0,sleep=off")
+    fi
     case $arch in
     arm64)
-        qemu=(qemu-system-aarch64 -M virt -accel tcg,thread=multi -cpu cortex-a53)
+        qemu=(qemu-system-aarch64 -M virt "${accel[@]}" -cpu cortex-a53)
         console=ttyAMA0
         image=$(kernel_root arm64)/boot/vmlinuz-$(kernel_version arm64)
         ;;
     x86_64)
-        qemu=(qemu-system-x86_64 -M q35 -accel tcg,thread=multi -cpu max)
+        qemu=(qemu-system-x86_64 -M q35 "${accel[@]}" -cpu max)
         console=ttyS0
         image=$(unpacked_x86_64 "$(kernel_root x86_64)/boot/vmlinuz-$(kernel_version x86_64)")
         ;;
@@ -51,8 +56,8 @@ machine() {
 
 machine
 status=0
-timeout --foreground "${GPON_GUEST_SECONDS:-300}" "${qemu[@]}" -smp 2 \
-    -m "${GPON_GUEST_MEMORY:-512}" -display none -nodefaults -no-reboot -serial stdio \
+timeout --foreground "${GPON_GUEST_SECONDS:-300}" "${qemu[@]}" -m "${GPON_GUEST_MEMORY:-512}" \
+    -display none -nodefaults -no-reboot -serial stdio \
     -kernel "$image" -initrd "$initramfs" \
     -append "console=$console panic=-1 quiet log_buf_len=8M $*" </dev/null || status=$?
 [ "$status" != 124 ] || echo "@@ the guest was stopped after ${GPON_GUEST_SECONDS:-300} s"

@@ -37,7 +37,7 @@ package_field() {
 
 # The package whose name matches PATTERN in the dependencies of PACKAGE.
 dependency() {
-    package_field Depends "$2" | tr ',|' '\n\n' | awk -v pattern="$1" '$1 ~ pattern {print $1; exit}'
+    package_field Depends "$2" | tr ',|' '\n' | awk -v pattern="$1" '$1 ~ pattern {print $1; exit}'
 }
 
 # ARCH: names of the kernel's packages, derived from the packages that always name the newest.
@@ -48,8 +48,9 @@ kernel_packages() {
     image=$(dependency '^linux-image-[0-9].*-'"$debian" "linux-image-$debian:$debian")
     common=$(dependency '-common$' "$headers:$debian")
     tools=$(dependency '^linux-kbuild-' "$headers:$debian")
-    [ -n "$headers" ] && [ -n "$image" ] && [ -n "$common" ] && [ -n "$tools" ] ||
+    if [ -z "$headers" ] || [ -z "$image" ] || [ -z "$common" ] || [ -z "$tools" ]; then
         fail "the package lists know no kernel for $1"
+    fi
     # The build tools are programs that run here, also for another architecture.
     echo "$headers:$debian $image:$debian $common:all $tools:$(dpkg --print-architecture)"
 }

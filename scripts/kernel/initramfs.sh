@@ -79,6 +79,7 @@ put_tests() {
     put scripts/kernel/guest/init init
     chmod 0755 "$tree/init"
     put scripts/kernel/guest/lib.sh tests/lib.sh
+    put scripts/kernel/guest/demo.sh tests/demo.sh
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"
     done
@@ -87,6 +88,14 @@ put_tests() {
     for file in "$farm-of-tests"/tests/kernel/modules/*.ko; do
         put "$file" "modules/${file##*/}"
     done
+}
+
+# Scenarios name their captures from the root of the tree.
+put_scenarios() {
+    find scenarios tests/scenarios captures -name '*.scn' -o -name '*.transcript' -o -name '*.pcap*' |
+        while read -r file; do
+            put "$file" "tree/$file"
+        done
 }
 
 put_further_files() {
@@ -105,5 +114,6 @@ mkdir -p "$tree"/{bin,sbin,dev,proc,sys,tmp,root,etc,"lib/modules/$version"}
 put_programs
 put_stock_modules
 put_tests
+put_scenarios
 put_further_files "$@"
 (cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0 | gzip -1) >"$output"

@@ -1,0 +1,16 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# Nothing of the module runs after it is gone: the aging period passes after a load that failed,
+# and after an unload, and the machine goes on.
+. /tests/lib.sh
+
+load_softonu
+insmod /modules/gpon_fault.ko function=proc_create_data answer=0
+load_module /modules/gpon_flow.ko && fail "the load does not fail"
+rmmod gpon_fault
+sleep 260
+load_gpon_flow
+rmmod gpon_flow || fail "no unload"
+sleep 260
+rmmod gpon_softonu || fail "gpon_softonu does not unload"
