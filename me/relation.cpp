@@ -11,10 +11,10 @@ namespace {
 
 using gpon::load_related_id;
 
-enum class table_step { passed_over, answered };
+enum class row_result { passed_over, answered };
 
 // A row's part of the forward query.
-table_step next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
+row_result next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
@@ -22,12 +22,12 @@ table_step next_in_row(const gpon_me_related_info& row, gpon_me_related_id* rela
             break;
         if (related_id->instExist == 0) {
             *related_id = entry;
-            return table_step::answered;
+            return row_result::answered;
         }
         if (entry.instId == related_id->instId)
             related_id->instExist = 0;
     }
-    return table_step::passed_over;
+    return row_result::passed_over;
 }
 
 void trace_query(const sk_buff* skb, const gpon_me_relation_query* query,
@@ -129,10 +129,7 @@ i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info
     for (i32 i = 0; related[i].related_class_id != 0; ++i) {
         if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
             continue;
-        // A table copied from an absent instance has no arrays.
-        if (!related[i].related_ids)
-            continue;
-        if (next_in_row(related[i], related_id) == table_step::answered) {
+        if (next_in_row(related[i], related_id) == row_result::answered) {
             packet_trace(skb, "[%s] [%d]: i=%d\n", i);
             return 0;
         }
@@ -197,6 +194,9 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
 
 bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
 {
+    // A forward query without memory leaves the previous answer standing.
+    if (previous.instExist == 1 && query.related_id->instId == previous.instId)
+        return true;
     const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);
     const gpon_me_inst* inst = has_list(entry) ? find_inst(entry->list_info->head, query.inst_id)
                                                : nullptr;

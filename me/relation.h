@@ -29,8 +29,9 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
 
 namespace gpon {
 
-/* True when the forward query's answer stands in the array no later than the previous answer: the
- * same id was recorded twice and following it would go round for ever. Prints nothing. */
+/* True when an answer was tried before: it is the previous one, or the forward query's array has
+ * it no later than the previous one, since the same id was recorded twice. Following it would go
+ * round for ever. Prints nothing. */
 bool is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous);
 
 } // namespace gpon

@@ -36,7 +36,7 @@ inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_site site = log_site
     return nullptr;
 }
 
-/* A class's list descriptor but for its printer, its default filler and its list. */
+/* Bytes of a related-info table, closing row included. */
 template <size_t Rows> constexpr i32 table_bytes(const gpon_me_related_info (&)[Rows])
 {
     return static_cast<i32>(Rows * sizeof(gpon_me_related_info));

@@ -38,6 +38,7 @@ constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
                                             {78, "vtocdInst", nullptr, 1},
                                             {171, "evtocdInst", nullptr, 1},
                                             {}};
+static_assert(sizeof(RELATED) == 440);
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {{130, DOWN_ANI}, {47, DOWN_ANI}, {268, UP_ANI}, {}};
 

@@ -38,6 +38,7 @@ constexpr u8 TP_VEIP = 7;
 
 constexpr gpon_me_related_info RELATED[] = {
     {47, "mbpcdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+static_assert(sizeof(RELATED) == 352);
 
 // Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
 constexpr gpon_me_attr_op ATTR_OPS[] = {

@@ -70,6 +70,7 @@ namespace {
 
 constexpr gpon_me_related_info RELATED[] = {
     {84, "vtfdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+static_assert(sizeof(RELATED) == 352);
 
 // Attributes 3 and 4 select both handlers: a port that changes its termination point is linked to
 // its bridge anew.

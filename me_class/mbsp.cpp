@@ -22,6 +22,7 @@ i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 lengt
 }
 
 constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 512}, {}};
+static_assert(sizeof(RELATED) == 176);
 constexpr gpon_me_next_class NEXT[] = {{47, UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI}, {}};
 
 } // namespace

@@ -34,6 +34,7 @@ namespace {
 
 constexpr gpon_me_related_info RELATED[] = {
     {47, "mbpcdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+static_assert(sizeof(RELATED) == 352);
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, multi_gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {{47, DOWN_ANI}, {268, UP_ANI}, {}};
 

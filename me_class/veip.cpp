@@ -10,6 +10,7 @@ namespace {
 constexpr gpon_me_related_info RELATED[] = {
     {47, "mbpcdInst", nullptr, 1}, {130, "mapperInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1},
     {171, "evtocdInst", nullptr, 1}, {}};
+static_assert(sizeof(RELATED) == 440);
 constexpr gpon_me_next_class NEXT[] = {{47, UP_UNI}, {130, UP_UNI}, {}};
 
 } // namespace

@@ -104,7 +104,7 @@ i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
     if (reaches_egress(skb, start, result))
         return 0;
     packet_warning(skb, "[%s][%d]the PPTP can not get the entry.\n");
-    start = {VEIP_CLASS, 0, UP_UNI};
+    start.classId = VEIP_CLASS;
     veip_get_inst_id_by_port_id(port, &start.instId);
     if (reaches_egress(skb, start, result))
         return 0;

@@ -65,7 +65,7 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
     *info = {};
     u8 tags = 0;
     if (gpon_pkt_get_vlan_tag_num(skb, &tags) != 0) {
-        packet_error(skb, "[%s][%d] end, get_vlan_tag_num Fail\n");
+        log_error("[%s][%d] end, get_vlan_tag_num Fail\n");
         return -1;
     }
     const frame f = frame::of(skb);

@@ -60,7 +60,13 @@ int pr_cont(const char* text, ...)
     return length;
 }
 
-int snprintf(char* buffer, size_t bytes, const char* text, ...)
+// Defined under a name of its own: <cstdio> has declared libc's snprintf before the seam could give
+// it another symbol, and clang keeps the first.
+extern "C" [[gnu::format(printf, 3, 4)]] int seam_snprintf(char* buffer, size_t bytes,
+                                                          const char* text,
+                                                          ...) __asm__("gpon_os_snprintf");
+
+int seam_snprintf(char* buffer, size_t bytes, const char* text, ...)
 {
     // A negative size that went through size_t; a kernel warns and writes nothing.
     if (bytes > INT_MAX)

@@ -452,9 +452,16 @@ TEST_F(repeated_answer, is_one_that_stands_no_later_than_the_previous)
     EXPECT_FALSE(repeats(0x103, after(0x102)));
 }
 
+TEST_F(repeated_answer, is_also_the_previous_one_itself)
+{
+    EXPECT_TRUE(repeats(0x101, after(0x101)));
+    EXPECT_TRUE(repeats(0, after(0)));
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
 TEST_F(repeated_answer, needs_a_previous_answer_and_an_instance)
 {
-    EXPECT_FALSE(repeats(0x101, after(0x101)));
+    EXPECT_FALSE(repeats(0x101, after(0x102)));
     three_ports();
     EXPECT_FALSE(repeats(0x101, START));
     EXPECT_FALSE(repeats(0x999, after(0x998)));

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Single steps of the walk and its starts, where no scenario reaches.
+#include "tests/unit/store_access.h"
+
+#include <array>
+
+#include "pkt/rule.h"
+#include "pkt/walk.h"
+
+namespace {
+
+using gpon::test::apply;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+class Walk : public loaded_module {
+protected:
+    Walk()
+    {
+        skb.data = frame.data();
+        skb.bytes = static_cast<u32>(frame.size());
+    }
+
+    i32 step(u16 class_id, u16 inst_id, u16 fwd_flag)
+    {
+        const gpon_fwd_info info = {class_id, inst_id, fwd_flag};
+        const gpon::rcu_reader reader;
+        return gpon_pkt_general_forward(&skb, &info, &result);
+    }
+
+    std::array<u8, 60> frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8};
+    sk_buff skb;
+    gpon_walk_result result = {};
+};
+
+TEST_F(Walk, TheTenthStepFailsWithItsLineAtAnyLevelAndWritesNoTrace)
+{
+    gpon::test::create_bridge(1);
+    result.recurse_num = 9;
+    EXPECT_EQ(step(45, 1, UP_ANI), -1);
+    EXPECT_EQ(result.recurse_num, 9);
+    EXPECT_EQ(result.trace.step[9].classId, 0);
+    EXPECT_THAT(log_lines(), ElementsAre("[gpon_pkt_general_forward][0] end, Fail,recurse_num is "
+                                         "MAX_RECURSION_NUM(10)"));
+}
+
+TEST_F(Walk, TheNinthStepIsMade)
+{
+    gpon::test::create_bridge(1);
+    result.recurse_num = 8;
+    EXPECT_EQ(step(45, 1, UP_ANI), 0);
+    EXPECT_EQ(result.recurse_num, 8);
+    EXPECT_EQ(result.trace.step[8].classId, 45);
+    EXPECT_EQ(result.trace.step[8].instId, 1);
+}
+
+TEST_F(Walk, APortAtTheDepthLimitFailsTheWholeWalk)
+{
+    gpon::test::create_bridge(1);
+    const gpon_raw_mbpcd port = {.instID = 5, .bridgeID = 1, .tpType = 5, .tpPointer = 1};
+    apply(ZR_OMCI_MSG_TYPE_CREAT, 47, 5, &port);
+    gponDebugLevel = 1;
+    log_lines();
+    result.recurse_num = 8;
+    EXPECT_EQ(step(45, 1, UP_ANI), -1);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("[gpon_pkt_general_forward][0] end, Fail,recurse_num is "
+                            "MAX_RECURSION_NUM(10)",
+                            "***ERROR***[gpon_pkt_next_forward][0] end, nextMeClassId=47, "
+                            "inst_id=0x5, fwd_op fail."));
+}
+
+TEST_F(Walk, AWalkThatIsDoneTakesNoFurtherStep)
+{
+    result.ret_val = FLOW_PKT_FORWARD_DONE;
+    gponDebugLevel = 4;
+    EXPECT_EQ(step(45, 1, UP_ANI), 0);
+    EXPECT_THAT(log_lines(),
+                Contains("***TRACE***[gpon_pkt_general_forward][0] "
+                         "end,classId=45,instId=0x1,FLOW_PKT_FORWARD_DONE"));
+    EXPECT_EQ(result.trace.step[0].classId, 0);
+}
+
+TEST_F(Walk, AClassWithoutForwardingDescriptorFailsTheStep)
+{
+    gponDebugLevel = 1;
+    for (const u16 class_id : u16s{84, 78, 171, 1}) {
+        EXPECT_EQ(step(class_id, 1, UP_ANI), -1);
+        EXPECT_THAT(log_lines(),
+                    ElementsAre("***ERROR***[gpon_pkt_general_forward][0] end, the classId(" +
+                                std::to_string(class_id) +
+                                ") can not get the entry or without fwd_op."));
+    }
+    EXPECT_EQ(result.trace.step[0].classId, 0);
+}
+
+TEST_F(Walk, AClassWithoutForwardFunctionLeadsNowhere)
+{
+    gponDebugLevel = 4;
+    for (const u16 class_id : u16s{262, 277, 278, 280}) {
+        EXPECT_EQ(step(class_id, 3, UP_ANI), 0);
+        EXPECT_EQ(result.ret_val, FLOW_PKT_NOT_FORWARD);
+        EXPECT_EQ(result.trace.step[0].classId, class_id);
+        EXPECT_THAT(log_lines(),
+                    Contains("***TRACE***[gpon_pkt_general_forward][0] end, the classId(" +
+                             std::to_string(class_id) + ") without next me operation."));
+    }
+}
+
+TEST_F(Walk, AFailedForwardFunctionFailsTheStep)
+{
+    gponDebugLevel = 1;
+    EXPECT_EQ(step(268, 1, UP_ANI), -1);
+    EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_general_forward][0] end, the "
+                                         "classId(268) fwd_op fail."));
+}
+
+TEST_F(Walk, AFailedDownstreamStartIsToldInTwoLines)
+{
+    const gpon_raw_gemiw gem_iw = {.instID = 1, .gemCTPInstID = 0};
+    apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 1, &gem_iw);
+    gponDebugLevel = 1;
+    log_lines();
+    gpon::host::arm_fault(gpon::host::fault::alloc);
+    EXPECT_EQ(gpon_pkt_general_flow_func(&skb, DOWN_ANI), -1);
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***[gpon_pkt_general_forward][0] end, the classId(266) "
+                            "fwd_op fail.",
+                            "***ERROR***[gpon_pkt_downstream_ani][0]: DownStream ANI Operation "
+                            "fail!",
+                            "***ERROR***gpon_pkt_general_flow_func [0]: gpon_pkt_downstream_ani "
+                            "Fail\r"));
+}
+
+TEST_F(Walk, AnUnknownDirectionFails)
+{
+    gponDebugLevel = 1;
+    for (const u16 fwd_flag : u16s{0, 3, 16, 0xffff}) {
+        EXPECT_EQ(gpon_pkt_general_flow_func(&skb, fwd_flag), -1);
+        EXPECT_THAT(log_lines(), ElementsAre("***ERROR***gpon_pkt_general_flow_func [0]: unknown "
+                                             "fwd_flag: " +
+                                             std::to_string(fwd_flag)));
+        EXPECT_EQ(gpon_pkt_handle_after_fwd_done(&skb, fwd_flag, &result), -1);
+        EXPECT_THAT(log_lines(),
+                    ElementsAre("***ERROR***gpon_pkt_handle_after_fwd_done [0]: fwd_flag(" +
+                                    std::to_string(fwd_flag) + "): Fail\r",
+                                "***ERROR***gpon_pkt_general_flow_func [0]: "
+                                "gpon_pkt_handle_after_fwd_done Fail\r"));
+    }
+}
+
+TEST_F(Walk, NullPacketsAreReportedUnderEachName)
+{
+    const gpon_fwd_info info = {45, 1, UP_ANI};
+    gpon_rule_trace trace = {};
+    gponDebugLevel = 1;
+    EXPECT_EQ(gpon_pkt_general_flow_func(nullptr, UP_ANI), -1);
+    EXPECT_EQ(gpon_pkt_init_fwd_info(nullptr, &result), -1);
+    EXPECT_EQ(gpon_pkt_general_forward(nullptr, &info, &result), -1);
+    EXPECT_EQ(result.recurse_num, 0);
+    EXPECT_EQ(gpon_rule_generate_trace(nullptr, UP_ANI, &result), -1);
+    EXPECT_EQ(gpon_rule_lookup_trace(nullptr, UP_ANI, &trace), -1);
+    EXPECT_EQ(gpon_rule_lookup_trace(&skb, UP_ANI, nullptr), -1);
+    const auto line = [](const std::string& name) {
+        return "***ERROR***[" + name + "][0] end, Parameter is NULL: Fail";
+    };
+    EXPECT_THAT(log_lines(),
+                ElementsAre("***ERROR***gpon_pkt_general_flow_func [0]: skb is NULL: Fail\r",
+                            line("gpon_pkt_init_fwd_info"), line("gpon_pkt_general_forward"),
+                            line("gpon_rule_generate_trace"), line("gpon_rule_lookup_trace"),
+                            line("gpon_rule_lookup_trace")));
+}
+
+TEST_F(Walk, AQueryWithoutMemoryDoesNotTryTheSameInstanceAgain)
+{
+    gpon::test::create_bridge(1);
+    for (const u16 id : u16s{0x11, 0x12}) {
+        const gpon_raw_gemiw gem_iw = {.instID = id, .gemCTPInstID = 1};
+        apply(ZR_OMCI_MSG_TYPE_CREAT, 266, id, &gem_iw);
+    }
+    gpon_raw_mapper mapper = {};
+    mapper.instID = 1;
+    mapper.pbit_GemIWTP[0] = 0x11;
+    mapper.pbit_GemIWTP[1] = 0x12;
+    mapper.unmark_frame_opt = 1;
+    mapper.defaultPbit = 1;
+    apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &mapper);
+    for (u64 nth = 1;; ++nth) {
+        result = {};
+        gponDebugLevel = 4;
+        log_lines();
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        step(130, 1, UP_ANI);
+        const std::vector<std::string> lines = log_lines();
+        EXPECT_LE(std::count(lines.begin(), lines.end(),
+                             "***TRACE***[gpon_pkt_general_forward][0] enter, "
+                             "classId=266,instId=0x11,fwd_flag=1"),
+                  1)
+            << "allocation " << nth;
+        if (!gpon::host::fault_fired(gpon::host::fault::alloc))
+            break;
+    }
+}
+
+TEST_F(Walk, AReplayStopsAtAClassThatIsNoStep)
+{
+    for (const u16 class_id : u16s{84, 2}) {
+        result.trace.step[0] = {class_id, 1};
+        result.trace.step[1] = {45, 1};
+        gpon_fwd_info info = {0, 0, UP_ANI};
+        gponDebugLevel = 3;
+        gpon_pkt_quick_forward(&skb, &info, &result);
+        EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_quick_forward][0] end, the "
+                                             "classId(" +
+                                             std::to_string(class_id) +
+                                             ") can not get the entry or without fwd_op."));
+        EXPECT_EQ(info.classId, class_id);
+    }
+}
+
+TEST_F(Walk, AReplayOfTenStepsEndsWithoutAnEndMark)
+{
+    for (gpon_trace_step& learnt : result.trace.step)
+        learnt = {45, 1};
+    gpon_fwd_info info = {0, 0, UP_ANI};
+    gponDebugLevel = 3;
+    gpon_pkt_quick_forward(&skb, &info, &result);
+    EXPECT_THAT(log_lines(), IsEmpty());
+    EXPECT_EQ(result.ret_val, FLOW_PKT_FORWARD);
+}
+
+} // namespace
