@@ -10,5 +10,6 @@ namespace gponflow {
 /// streams; a status other than 0 leaves as CLI::RuntimeError, which becomes the process's own.
 void add_run_command(CLI::App& app);
 void add_account_command(CLI::App& app);
+void add_check_command(CLI::App& app);
 
 } // namespace gponflow

@@ -25,6 +25,7 @@ int main(int argc, char** argv)
     app.footer(example);
     gponflow::add_run_command(app);
     gponflow::add_account_command(app);
+    gponflow::add_check_command(app);
     gponflow::add_omci_command(app);
     try {
         app.parse(argc, argv);
