@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] build and test in every configuration: release asan tsan clang
+# [STEP...] build and test in every configuration: release asan tsan clang, and fuzz when named
 set -eu
 . scripts/build.sh
 
@@ -48,13 +48,18 @@ run_clang() {
     step clang build_preset clang gpon_core gpon_host
 }
 
+# Each fuzzer for a few seconds, from its committed inputs.
+run_fuzz() {
+    step fuzz build_preset fuzz fuzzers && ctest_in fuzz --label-regex '^fuzz$'
+}
+
 if [ $# = 0 ]; then
     set -- release asan tsan clang
 fi
 need_for "$@" clang
 for name in "$@"; do
     case $name in
-    release | asan | tsan | clang) "run_$name" || failed+=("$name") ;;
+    release | asan | tsan | clang | fuzz) "run_$name" || failed+=("$name") ;;
     *)
         echo "run test: no step '$name'" >&2
         exit 2

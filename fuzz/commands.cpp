@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A stream of commands of every kind; the invariants are looked at after every step.
+#include "fuzz/byte_source.h"
+#include "fuzz/line.h"
+#include "fuzz/step.h"
+
+using namespace gponflow::fuzz;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    byte_source input(data, size);
+    line module((input.u8() & 1) != 0);
+    bool usable = true;
+    for (int steps = 0; usable && !input.empty() && steps < 256; ++steps) {
+        usable = module.execute(take_step(input));
+        module.check();
+    }
+    return 0;
+}

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Frames of any bytes through every kind of call, over lines as operators provision them.
+#include <array>
+#include <optional>
+
+#include "fuzz/byte_source.h"
+#include "fuzz/line.h"
+#include "fuzz/step.h"
+#include "platform/host/host.h"
+
+#include "include/globals.h"
+
+using namespace gponflow;
+using namespace gponflow::fuzz;
+
+namespace {
+
+constexpr std::array graphs = {
+    "scenarios/subscriber-line.scn",
+    "scenarios/tour.scn",
+    "scenarios/demo.scn",
+    "tests/scenarios/walk/link-recorded-twice-ends.scn",
+    "tests/scenarios/walk/second-bridge-wins-and-stale-steps-are-learnt.scn",
+    "tests/scenarios/walk/upstream-through-a-mapper-without-bridge.scn",
+    "tests/scenarios/mapper/dscp-of-untagged-frames.scn",
+    "tests/scenarios/filter/count-beyond-the-list-reads-the-record.scn",
+};
+
+// The line of a graph; provisioned anew only when another one is asked for, as packets change
+// nothing in it but the rules.
+line& line_of(uint8_t graph, bool listening)
+{
+    static std::optional<line> current;
+    static int standing = -1;
+    const int wanted = graph * 2 + listening;
+    if (standing != wanted) {
+        current.reset();
+        current.emplace(listening);
+        current->provision(graphs[graph]);
+        standing = wanted;
+    }
+    current->execute(platform_command{pointer_setting{0}, pointer_setting{0}});
+    current->execute(proc_write_command{"clean flow_rule 0 0"});
+    current->execute(proc_write_command{"set enable 1"});
+    current->execute(proc_write_command{"set trace disable"});
+    return *current;
+}
+
+// A backend's packets begin at their MAC header; here it may lie anywhere.
+void call(const hook_command& what, uint32_t mac_offset)
+{
+    sk_buff packet;
+    packet.flag_word = what.options.flags;
+    packet.port_word = what.options.port_word;
+    packet.mark_word = what.options.mark_word;
+    packet.gemport_id = what.options.gem;
+    packet.multicast = what.options.multicast;
+    packet.data = what.frame->data();
+    packet.bytes = static_cast<uint32_t>(what.frame->size());
+    packet.mac_offset = mac_offset;
+    const auto answer = gpon::host::hook(what.options.kind, 1, &packet);
+    require(answer && answer->ret == GPON_HOOK_RETURN, "the hook answers always alike");
+    require(answer->api_result >= -1 && answer->api_result <= 1, "a packet passes or fails");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    byte_source input(data, size);
+    const uint8_t setup = input.u8();
+    line& module = line_of(setup % graphs.size(), (setup & 0x80) != 0);
+    gponDebugLevel = setup & 0x80 ? setup >> 4 & 7 : 0;
+    if (setup & 0x08)
+        module.execute(proc_write_command{"set trace src_mac 02:00:00:00:01:01"});
+    for (int packets = 0; !input.empty() && packets < 512; ++packets) {
+        const uint32_t mac_offset = input.u8();
+        const hook_command packet = take_packet(input);
+        call(packet, mac_offset);
+        // The same once more meets the rule that the first has left.
+        call(packet, mac_offset);
+    }
+    module.check();
+    return 0;
+}

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "fuzz/line.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "tests/support/invariants.h"
+#include "tools/gponflow/control.h"
+#include "tools/gponflow/scenario/open.h"
+
+#include "include/log.h"
+
+namespace gponflow::fuzz {
+
+namespace {
+
+// Outcomes of packet calls; -1 is that of a kind that there is not.
+bool is_outcome(const packet_options& options, int api_result)
+{
+    return api_result == 0 || api_result == 1 || (api_result == -1 && options.kind > 4);
+}
+
+} // namespace
+
+void require(bool holds, const std::string& promise)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "broken promise: %s\n", promise.c_str());
+    std::abort();
+}
+
+line::line(bool listening) : module_(make_host_backend())
+{
+    if (listening)
+        module_->set_sink([](const backend_event&) {});
+    require(module_->load() == 0, "a fresh module loads");
+}
+
+line::~line()
+{
+    gpon::host::disarm_faults();
+    gpon::host::unload();
+    gpon::host::rcu_settle();
+    // A module that panicked keeps what it has.
+    require(gpon::host::is_loaded() || gpon::host::memory().live_blocks == 0,
+            "nothing is allocated after unload");
+}
+
+bool line::execute(const any_command& what)
+{
+    return std::visit([this](const auto& command) { return run(command); }, what);
+}
+
+void line::provision(const std::string& file)
+{
+    const std::optional<scenario> parsed = open_scenario(file, std::cerr);
+    require(parsed.has_value(), file + " can be read from the root of the tree");
+    for (const scenario_line& each : parsed->lines) {
+        const auto* hook = std::get_if<hook_command>(&each.what);
+        if ((hook && hook->frame) || std::get_if<pcap_command>(&each.what))
+            break;
+        execute(each.what);
+    }
+    check();
+}
+
+void line::check() const
+{
+    const std::string broken = gpon::test::broken_invariant();
+    require(broken.empty(), broken);
+}
+
+bool line::run(const load_command&)
+{
+    return gpon::host::is_loaded() || module_->load().has_value();
+}
+
+bool line::run(const unload_command&)
+{
+    if (!gpon::host::is_loaded())
+        return true;
+    module_->unload();
+    require(gpon::host::memory().live_blocks == 0, "nothing is allocated after unload");
+    return true;
+}
+
+bool line::run(const hook_command& what)
+{
+    const auto answer = module_->hook(what.options, what.frame ? &*what.frame : nullptr);
+    if (answer) {
+        require(answer->ret == GPON_HOOK_RETURN, "the hook answers the framework always alike");
+        require(is_outcome(what.options, answer->api_result), "a packet passes or fails");
+        require(!what.frame || !(answer->flags & GPON_FLOW_TRACE_MARK), "no trace mark is left");
+    }
+    return true;
+}
+
+bool line::run(const me_command& what)
+{
+    const std::optional<long> answer = send(*module_, what);
+    require(!answer || *answer == 0 || *answer == -1, "a command succeeds or fails");
+    return true;
+}
+
+bool line::run(const config_command& what)
+{
+    send(*module_, what);
+    return true;
+}
+
+bool line::run(const debug_command& what)
+{
+    send(*module_, what);
+    return true;
+}
+
+bool line::run(const clean_command& what)
+{
+    send(*module_, what);
+    return true;
+}
+
+bool line::run(const ioctl_command& what)
+{
+    send(*module_, what);
+    return true;
+}
+
+bool line::run(const proc_write_command& what)
+{
+    const std::optional<long> answer = module_->proc_write(what.text);
+    require(!answer || *answer < 0 || *answer == static_cast<long>(what.text.size()),
+            "a line is taken whole or not at all");
+    return true;
+}
+
+bool line::run(const proc_read_command&)
+{
+    module_->proc_read();
+    return true;
+}
+
+bool line::run(const advance_command& what)
+{
+    // Each period is like the next; years of them would only take long.
+    module_->advance(std::min<uint64_t>(what.jiffies, 100000));
+    return true;
+}
+
+bool line::run(const platform_command& what)
+{
+    if (what.mapping)
+        module_->set_mapping(*what.mapping);
+    if (what.queue)
+        module_->set_queue_mapping(*what.queue);
+    return true;
+}
+
+bool line::run(const fault_command& what)
+{
+    module_->arm_fault(what.what, what.nth);
+    return true;
+}
+
+} // namespace gponflow::fuzz

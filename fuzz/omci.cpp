@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// OMCI messages of any bytes, each by itself and as a session that becomes a scenario.
+#include "tests/omci/fuzz_entries.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    gponflow::omci::test::fuzz_message(data, size);
+    return gponflow::omci::test::fuzz_session(data, size);
+}

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The text of a scenario file, parsed; what parses is run and its transcript written.
+#include <sstream>
+#include <string_view>
+
+#include "fuzz/line.h"
+#include "tools/gponflow/run.h"
+#include "tools/gponflow/scenario/parse.h"
+
+using namespace gponflow;
+using gponflow::fuzz::require;
+
+namespace {
+
+// Time that would only take long is left out, as are the files that a text names.
+void tame(scenario& what)
+{
+    for (scenario_line& line : what.lines) {
+        if (auto* advance = std::get_if<advance_command>(&line.what))
+            advance->jiffies %= 100000;
+        if (auto* pcap = std::get_if<pcap_command>(&line.what))
+            pcap->frames = {bytes(20, 2)};
+    }
+    if (what.lines.size() > 200)
+        what.lines.resize(200);
+}
+
+void check_faults(const parse_result& result)
+{
+    unsigned last = 0;
+    for (const diagnostic& fault : result.errors) {
+        require(fault.line > last, "a faulty line is told once, in order");
+        require(!fault.text().empty(), "a fault is told in words");
+        last = fault.line;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    parse_result result = parse_scenario({reinterpret_cast<const char*>(data), size}, "fuzz");
+    check_faults(result);
+    tame(result.what);
+    const std::unique_ptr<backend> where = make_host_backend();
+    std::ostringstream transcript;
+    std::ostringstream refused;
+    const exit_status status = run_scenario(result.what, *where, transcript, refused, true);
+    require((status == not_supported) == !refused.str().empty(), "a refusal has a reason");
+    return 0;
+}
