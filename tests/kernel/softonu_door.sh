@@ -3,6 +3,7 @@
 #
 # The reference platform's doors: the injection door with every shape of packet and hostile
 # arguments, and the proc files' language, which reads back as it was written.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 proc=/proc/gpon_softonu

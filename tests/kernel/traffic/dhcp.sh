@@ -3,6 +3,7 @@
 #
 # A DHCP server behind the GEM port gives each subscriber an address of its own, and the addresses
 # work.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 start_server() {

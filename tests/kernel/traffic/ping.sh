@@ -3,6 +3,7 @@
 #
 # Echo requests of thirty sizes up to what the MTU lets through in one frame, and beyond in
 # fragments; all on the untagged service's GEM port, none on the other.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 # NAMESPACE ADDRESS BYTES

@@ -3,6 +3,7 @@
 #
 # Two subscribers dial in: discovery by broadcast, CHAP, an address from the access concentrator,
 # then packets of every size that fits into a session frame, and larger ones in fragments.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 write_server_files() {

@@ -2,6 +2,7 @@
 # shellcheck shell=dash
 #
 # TCP in both directions, both subscribers at once: what arrives is what was sent.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 megabytes=${megabytes:-4}

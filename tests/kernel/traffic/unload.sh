@@ -3,6 +3,7 @@
 #
 # The modules come and go while both directions carry as much TCP as the machine can, frames in
 # every queue; in the end the platform goes too, under the same load.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 rounds=${rounds:-8}
@@ -15,14 +16,14 @@ stream() {
 
 take_engine_out() {
     case $onu in
-    alone) echo "default off" >$proc/hooks ;;
+    alone) echo "default off" >"$proc/hooks" ;;
     gpon_flow) rmmod gpon_flow ;;
     esac || fail "round $round: it does not go out"
 }
 
 put_engine_in() {
     case $onu in
-    alone) echo "default on" >$proc/hooks ;;
+    alone) echo "default on" >"$proc/hooks" ;;
     gpon_flow) load_gpon_flow && provision ;;
     esac || fail "round $round: it does not come in"
 }

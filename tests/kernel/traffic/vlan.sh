@@ -3,6 +3,7 @@
 #
 # Tagged services: VLAN 100 on one GEM port, VLAN 200 and a stacked pair (0x88a8 tag 300, 0x8100
 # tag 30) on the other, full-size frames included.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 # NAMESPACE DEVICE TAG ADDRESS
