@@ -11,5 +11,7 @@ namespace gponflow {
 void add_run_command(CLI::App& app);
 void add_account_command(CLI::App& app);
 void add_check_command(CLI::App& app);
+void add_graph_command(CLI::App& app);
+void add_explain_command(CLI::App& app);
 
 } // namespace gponflow

@@ -26,6 +26,8 @@ int main(int argc, char** argv)
     gponflow::add_run_command(app);
     gponflow::add_account_command(app);
     gponflow::add_check_command(app);
+    gponflow::add_graph_command(app);
+    gponflow::add_explain_command(app);
     gponflow::add_omci_command(app);
     try {
         app.parse(argc, argv);

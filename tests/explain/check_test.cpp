@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <algorithm>
+#include <sstream>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/explain/lines.h"
+#include "tools/gponflow/check.h"
+#include "tools/gponflow/scenario/open.h"
+
+namespace gponflow {
+
+namespace {
+
+std::vector<finding> findings_of(const std::string& text)
+{
+    return check_provisioning(mirror(parse_good(text)));
+}
+
+// "kind class instance line" of each finding.
+std::vector<std::string> kinds_of(const std::string& text)
+{
+    std::vector<std::string> result;
+    for (const finding& one : findings_of(text))
+        result.push_back(one.kind + " " + to_text(one.where) + " " + std::to_string(one.line));
+    return result;
+}
+
+using names = std::vector<std::string>;
+
+TEST(check, finds_nothing_in_a_good_line)
+{
+    EXPECT_EQ(kinds_of(good_line), names{});
+}
+
+TEST(check, the_subscriber_line_has_notes_alone)
+{
+    std::ostringstream errors;
+    const auto parsed = open_scenario("scenarios/subscriber-line.scn", errors);
+    ASSERT_TRUE(parsed) << errors.str();
+    const std::vector<finding> all = check_provisioning(mirror(*parsed));
+    EXPECT_EQ(all.size(), 8u);
+    for (const finding& one : all)
+        EXPECT_EQ(one.weight, finding_weight::note) << one.reason;
+}
+
+TEST(check, a_pointer_to_nothing)
+{
+    EXPECT_EQ(kinds_of("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"),
+              names{"missing-instance GEM_INTERWORK_TP 0x0011 2"});
+}
+
+TEST(check, a_pointer_that_came_before_its_target)
+{
+    EXPECT_EQ(kinds_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+                       "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"),
+              names{"not-linked GEM_INTERWORK_TP 0x0011 1"});
+}
+
+TEST(check, a_set_after_the_target_records_the_pointer)
+{
+    EXPECT_EQ(kinds_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+                       "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+                       "me set GEM_INTERWORK_TP 0x11 mask=0x8000 gemCTPInstID=1\n"),
+              names{});
+}
+
+TEST(check, a_bridge_port_of_no_side)
+{
+    EXPECT_EQ(kinds_of("me create MAC_BRIDGE_SERVICE_PROFILE 1\n"
+                       "me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=1 tpType=4\n"),
+              names{"no-side MAC_BRIDGE_PORT_CON_DATA 0x0005 2"});
+}
+
+TEST(check, a_filter_on_the_uni_side)
+{
+    EXPECT_EQ(kinds_of(good_line + "me create VLAN_TAG_FILTER_DATA 0x0101 forwardOperation=0\n"),
+              names{"filter-on-uni-side VLAN_TAG_FILTER_DATA 0x0101 9"});
+}
+
+TEST(check, a_filter_whose_operation_and_count_are_out_of_range)
+{
+    EXPECT_EQ(kinds_of(good_line + "me set VLAN_TAG_FILTER_DATA 0x1001 forwardOperation=0x22 "
+                                   "vlanFilterNums=13\n"),
+              (names{"unknown-operation VLAN_TAG_FILTER_DATA 0x1001 9",
+                     "list-too-long VLAN_TAG_FILTER_DATA 0x1001 9"}));
+}
+
+TEST(check, priorities_that_lead_nowhere_are_told_by_reason)
+{
+    const std::vector<finding> all = findings_of(
+        "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+        "me create 802_1P_MAPPER 1 pbit_GemIWTP=0x11,0x11,0x99,0x11,0xffff,0,0x11,0x11\n"
+        "me create 802_1P_MAPPER 2 pbit_GemIWTP=0x11,0x11,0x11,0x11,0x11,0x11,0x11,0x11\n");
+    ASSERT_EQ(all.size(), 3u);
+    EXPECT_EQ(all[0].reason, "priority 2: GEM_INTERWORK_TP 0x0099 does not exist");
+    EXPECT_EQ(all[1].reason, "priority 4, 5: no GEM IW TP");
+    EXPECT_EQ(all[2].reason,
+              "priority 0, 1, 2, 3, 4, 5, 6, 7: GEM_INTERWORK_TP 0x0011 is taken by "
+              "802_1P_MAPPER 0x0001");
+    EXPECT_EQ(all[2].line, 4u);
+}
+
+TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_way)
+{
+    EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=2\n"
+                       "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"),
+              names{"wrong-direction GEM_INTERWORK_TP 0x0011 2"});
+    EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=4094 direction=2\n"
+                       "me create MULTICAST_GEM_INTERWORK_TP 0x11 GemCTPInstID=1\n"),
+              names{});
+}
+
+TEST(check, of_two_pointers_at_one_place_the_second_is_found)
+{
+    EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+                       "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+                       "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=1\n"),
+              names{"row-overflow GEM_INTERWORK_TP 0x0012 3"});
+}
+
+TEST(check, a_deleted_pointer_makes_room)
+{
+    EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+                       "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+                       "me delete GEM_INTERWORK_TP 0x11\n"
+                       "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=1\n"),
+              names{});
+}
+
+TEST(check, queues_on_the_wrong_side_of_the_boundary)
+{
+    const std::string config = "config upstream_queue_num=32 related_port_boundary=0x80000000\n";
+    EXPECT_EQ(kinds_of(config + "me set PRIORITY_QUEUE 1 relatedPort=0x01010000 tsPointer=1\n"
+                                "me set PRIORITY_QUEUE 2 relatedPort=0x80000000 tsPointer=1\n"
+                                "me set PRIORITY_QUEUE 40 relatedPort=0x80010000 tsPointer=1\n"),
+              (names{"queue-on-wrong-side PRIORITY_QUEUE 0x0001 2",
+                     "queue-on-wrong-side PRIORITY_QUEUE 0x0028 4"}));
+}
+
+TEST(check, json_of_nothing_is_valid)
+{
+    std::ostringstream out;
+    print_findings_json({}, "a.scn", out);
+    const auto read = nlohmann::json::parse(out.str());
+    EXPECT_EQ(read["problems"], 0);
+    EXPECT_EQ(read["notes"], 0);
+    EXPECT_TRUE(read["findings"].is_array());
+    EXPECT_TRUE(read["findings"].empty());
+}
+
+TEST(check, json_holds_every_finding)
+{
+    std::ostringstream out;
+    print_findings_json(findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn",
+                        out);
+    const auto read = nlohmann::json::parse(out.str());
+    EXPECT_EQ(read["problems"], 1);
+    ASSERT_EQ(read["findings"].size(), 1u);
+    EXPECT_EQ(read["findings"][0]["class_id"], 266);
+    EXPECT_EQ(read["findings"][0]["instance"], 0x11);
+    EXPECT_EQ(read["findings"][0]["line"], 1);
+    EXPECT_EQ(read["findings"][0]["kind"], "missing-instance");
+}
+
+TEST(check, text_names_file_and_line)
+{
+    std::ostringstream out;
+    print_findings(findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
+    EXPECT_TRUE(out.str().starts_with("a.scn:1: problem: GEM_INTERWORK_TP 0x0011: ")) << out.str();
+}
+
+} // namespace
+
+} // namespace gponflow

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tools/gponflow/explain.h"
+#include "tools/gponflow/graph.h"
+#include "tools/gponflow/scenario/open.h"
+
+namespace gponflow {
+
+namespace {
+
+// What is printed about the last frame of a scenario.
+std::string told(const scenario& what)
+{
+    std::ostringstream out;
+    exit_status status = all_held;
+    const std::unique_ptr<backend> where = make_host_backend();
+    if (const auto found = explain_frame(what, *where, {}, out, status))
+        print_explanation(*found, out);
+    return out.str();
+}
+
+std::string told(const std::string& text)
+{
+    return told(parse_good(text));
+}
+
+bool holds_text(const std::string& text, const std::string& part)
+{
+    return text.find(part) != text.npos;
+}
+
+std::string hook_up_ani(const std::string& frame)
+{
+    return "hook kind=up_ani " + frame + "\n";
+}
+
+TEST(explain, a_frame_that_leaves_by_its_gem_port)
+{
+    EXPECT_EQ(told(good_line + hook_up_ani(frame_of_vlan_100)),
+              "upstream, from the bridge to the ANI, 20 bytes\n"
+              "  MAC_BRIDGE_SERVICE_PROFILE 0x0001\n"
+              "    MAC_BRIDGE_PORT_CON_DATA 0x0101  bridgeID=0x0001 tpType=1 tpPointer=0x0101\n"
+              "        x a port of the UNI side, not the way of this frame\n"
+              "    MAC_BRIDGE_PORT_CON_DATA 0x1001  bridgeID=0x0001 tpType=5 tpPointer=0x0011\n"
+              "        filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list "
+              "{0x0064}: pass\n"
+              "      GEM_INTERWORK_TP 0x0011  gemCTPInstID=0x0001\n"
+              "        GEM_PORT_CTP 0x0001  portID=1025 direction=3\n"
+              "passes to GEM port 1025; a rule was learnt\n");
+}
+
+TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
+{
+    const std::string text = told(good_line + hook_up_ani(frame_of_vlan_101));
+    EXPECT_TRUE(holds_text(
+        text, "dropped\n"
+              "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1001\n"
+              "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
+              "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the "
+              "frame.\n"))
+        << text;
+}
+
+TEST(explain, a_rule_that_is_replayed)
+{
+    const std::string text = told(good_line + hook_up_ani(frame_of_vlan_100) +
+                                  hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "passes to GEM port 1025; its rule was replayed\n")) << text;
+    EXPECT_TRUE(holds_text(text, "MAC_BRIDGE_PORT_CON_DATA 0x1001")) << text;
+}
+
+TEST(explain, a_missing_link_is_named)
+{
+    const std::string text =
+        told("load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" +
+             hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "The frame got as far as MAC_BRIDGE_SERVICE_PROFILE 0x0001: no "
+                                 "MAC_BRIDGE_PORT_CON_DATA"))
+        << text;
+}
+
+TEST(explain, a_gem_port_towards_the_subscriber)
+{
+    const std::string text =
+        told(good_line + "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=2\n" +
+             hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "as far as GEM_PORT_CTP 0x0001: its direction is 2")) << text;
+}
+
+TEST(explain, an_engine_that_is_off_and_a_module_that_is_gone)
+{
+    EXPECT_TRUE(holds_text(told("load\n" + hook_up_ani(frame_of_vlan_100)), "switched off"));
+    EXPECT_TRUE(holds_text(told(hook_up_ani(frame_of_vlan_100)), "not loaded"));
+}
+
+TEST(explain, a_scenario_without_a_frame_is_not_understood)
+{
+    std::ostringstream out;
+    exit_status status = all_held;
+    const std::unique_ptr<backend> where = make_host_backend();
+    EXPECT_FALSE(explain_frame(parse_good("load\n"), *where, {}, out, status));
+    EXPECT_EQ(status, not_understood);
+    EXPECT_TRUE(out.str().starts_with("test.scn: no frame")) << out.str();
+}
+
+TEST(explain, the_priority_selects_one_gem_iw_tp_of_the_mapper)
+{
+    std::ostringstream errors;
+    auto line = open_scenario("scenarios/subscriber-line.scn", errors);
+    ASSERT_TRUE(line) << errors.str();
+    line->lines.push_back(
+        parse_good("hook kind=up_ani frame=0200000000010200000001018100a06408004500\n").lines[0]);
+    const std::string text = told(*line);
+    EXPECT_TRUE(holds_text(text, "mapper 0x0001: TCI 0xa064, priority 5 selects GEM IW TP 0x0013: "
+                                 "not this one\n"))
+        << text;
+    EXPECT_TRUE(holds_text(text, "priority 5 selects GEM IW TP 0x0013: this one\n")) << text;
+    EXPECT_TRUE(holds_text(text, "passes to GEM port 1027, PRIORITY_QUEUE 0x0001; a rule was "
+                                 "learnt\n"))
+        << text;
+}
+
+TEST(choose_frame, takes_the_numbered_frame_of_a_capture)
+{
+    const auto frame = choose_frame({{"kind=up_uni", "port=1"}, "captures/upstream-uni1.pcap", 1});
+    ASSERT_TRUE(frame);
+    EXPECT_FALSE(frame->frame.empty());
+    EXPECT_EQ(frame->options.port_word, 0x10u);
+}
+
+TEST(choose_frame, says_what_is_wrong)
+{
+    EXPECT_THROW(choose_frame({{"kind=up_uni"}, "", 1}), std::runtime_error);
+    EXPECT_THROW(choose_frame({{"kind=sideways", "frame=00"}, "", 1}), std::runtime_error);
+    EXPECT_THROW(choose_frame({{"kind=up_uni"}, "captures/upstream-uni1.pcap", 0}),
+                 std::runtime_error);
+    EXPECT_THROW(choose_frame({{"kind=up_uni"}, "absent.pcap", 1}), std::runtime_error);
+    EXPECT_FALSE(choose_frame({}));
+}
+
+std::string dot_of(const std::string& text, const std::vector<me_id>& walked = {})
+{
+    std::ostringstream out;
+    write_dot(mirror(parse_good(text)), walked, out);
+    return out.str();
+}
+
+TEST(graph, draws_what_is_missing_in_red)
+{
+    const std::string dot = dot_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
+    EXPECT_TRUE(holds_text(dot, "\"GEM_PORT_CTP 0x0007\" [label=\"GEM_PORT_CTP 0x0007\", color=red"))
+        << dot;
+    EXPECT_TRUE(holds_text(dot, "\"GEM_INTERWORK_TP 0x0011\" -> \"GEM_PORT_CTP 0x0007\" "
+                                "[label=\"gemCTPInstID\", color=red"))
+        << dot;
+}
+
+TEST(graph, a_good_line_has_no_red_and_its_way_is_bold)
+{
+    const std::string plain = dot_of(good_line);
+    EXPECT_FALSE(holds_text(plain, "red"));
+    EXPECT_FALSE(holds_text(plain, "penwidth"));
+    const std::string bold = dot_of(good_line, {{266, 0x11}, {268, 1}});
+    EXPECT_TRUE(holds_text(bold, "\"GEM_INTERWORK_TP 0x0011\" -> \"GEM_PORT_CTP 0x0001\" "
+                                 "[label=\"gemCTPInstID\", color=\"#d06000\", penwidth=3]"))
+        << bold;
+}
+
+} // namespace
+
+} // namespace gponflow

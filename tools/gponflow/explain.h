@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The way of one frame through the managed entities, told from the module's own log.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/gponflow/backend.h"
+#include "tools/gponflow/mirror.h"
+#include "tools/gponflow/run.h"
+#include "tools/gponflow/scenario/command.h"
+
+namespace gponflow {
+
+/// One instance that the walk, or the replay of a rule, tried.
+struct walk_step {
+    me_id at;
+    size_t depth = 0;                    ///< 0 where the frame enters
+    bool passed = false;                 ///< on the way that the frame took
+    std::vector<std::string> decisions;  ///< filters and priorities, with their operands
+    std::string dead_end;                ///< why this branch ended here; empty when it did not
+};
+
+/// What the log of one hook call says.
+struct walk_story {
+    std::vector<walk_step> steps; ///< in the order in which they were tried
+    bool ran = false;             ///< the engine looked at the frame at all
+    bool replayed = false;        ///< a rule was there; the steps are those of the rule
+    bool learnt = false;          ///< a rule was added
+    std::vector<std::string> complaints; ///< errors that belong to no step
+};
+
+/// Reads the log text of one hook call at full detail. Numbers in it that no message carries are
+/// taken from the mirror.
+walk_story read_walk(const std::string& log, const mirror& entities);
+
+/// A frame and how it reaches the hook.
+struct explained_frame {
+    packet_options options;
+    bytes frame;
+};
+
+struct explanation {
+    explained_frame what;
+    walk_story story;
+    std::optional<hook_answer> answer;
+    mirror entities; ///< as they stood when the frame came
+};
+
+/// Runs the scenario, then the frame with the module's log at full detail; without a frame, the
+/// last frame of a hook command of the scenario takes its place and is not run twice. Nothing when
+/// the backend refused or there is no frame: `status` and `diagnostics` say so.
+std::optional<explanation> explain_frame(const scenario& what, backend& where,
+                                         const std::optional<explained_frame>& frame,
+                                         std::ostream& diagnostics, exit_status& status);
+
+/// Prints the walk as an indented tree, and what came of it.
+void print_explanation(const explanation& what, std::ostream& out);
+
+/// Index of the deepest step that ended a branch; nothing when none did.
+std::optional<size_t> deepest_dead_end(const walk_story& story);
+
+/// How a frame is named on a command line.
+struct frame_choice {
+    std::vector<std::string> words; ///< hook options: kind=up_ani port=1 frame=0200...
+    std::string capture;            ///< or a capture file, the words without frame
+    size_t number = 1;              ///< of the frame in it, from 1
+};
+
+/// Nothing when the choice names no frame. Throws std::runtime_error that says what is wrong.
+std::optional<explained_frame> choose_frame(const frame_choice& from);
+
+} // namespace gponflow
