@@ -20,6 +20,11 @@ const char softonu_counter_names[SOFTONU_COUNTERS][ETH_GSTRING_LEN] = {
 	[SOFTONU_RX_BACKLOG] = "rx_drop_backlog",
 };
 
+static void name_driver(struct net_device *dev, struct ethtool_drvinfo *info)
+{
+	strscpy(info->driver, KBUILD_MODNAME, sizeof(info->driver));
+}
+
 static int counter_count(struct net_device *dev, int set)
 {
 	return set == ETH_SS_STATS ? SOFTONU_COUNTERS : -EOPNOTSUPP;
@@ -41,6 +46,7 @@ static void copy_counters(struct net_device *dev, struct ethtool_stats *stats, u
 }
 
 const struct ethtool_ops softonu_ethtool_ops = {
+	.get_drvinfo = name_driver,
 	.get_link = ethtool_op_get_link,
 	.get_sset_count = counter_count,
 	.get_strings = copy_names,

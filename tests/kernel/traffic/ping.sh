@@ -31,5 +31,7 @@ expect "frames on GEM port 1026" 0 "$(counter gem1026 rx_frames)"
 expect "frames dropped by the hook upstream" 0 "$(counter ani0 tx_drop_hook)"
 expect "frames dropped by the hook downstream" 0 "$(counter ani0 rx_drop_hook)"
 in_ns client1 ping -c 1 -W 1 10.0.0.77 >/dev/null && fail "an answer from an address of nobody"
+ip link set ani0 down
+expect "counters by ethtool" "$(grep '^ani0 ' $proc/counters)" "$(ethtool_stats ani0)"
 echo "@@ $answered sizes answered, $(counter gem1025 rx_frames) frames on GEM port 1025"
 onu_down
