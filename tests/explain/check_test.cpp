@@ -97,9 +97,8 @@ TEST(check, priorities_that_lead_nowhere_are_told_by_reason)
     ASSERT_EQ(all.size(), 3u);
     EXPECT_EQ(all[0].reason, "priority 2: GEM_INTERWORK_TP 0x0099 does not exist");
     EXPECT_EQ(all[1].reason, "priority 4, 5: no GEM IW TP");
-    EXPECT_EQ(all[2].reason,
-              "priority 0, 1, 2, 3, 4, 5, 6, 7: GEM_INTERWORK_TP 0x0011 is taken by "
-              "802_1P_MAPPER 0x0001");
+    EXPECT_EQ(all[2].reason, "priority 0, 1, 2, 3, 4, 5, 6, 7: GEM_INTERWORK_TP 0x0011 is taken by "
+                             "802_1P_MAPPER 0x0001");
     EXPECT_EQ(all[2].line, 4u);
 }
 
@@ -138,6 +137,12 @@ TEST(check, queues_on_the_wrong_side_of_the_boundary)
                                 "me set PRIORITY_QUEUE 40 relatedPort=0x80010000 tsPointer=1\n"),
               (names{"queue-on-wrong-side PRIORITY_QUEUE 0x0001 2",
                      "queue-on-wrong-side PRIORITY_QUEUE 0x0028 4"}));
+}
+
+TEST(check, what_the_module_makes_itself_points_at_nothing)
+{
+    EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3 trafficMgrPtrUp=7\n"),
+              names{});
 }
 
 TEST(check, json_of_nothing_is_valid)

@@ -85,11 +85,11 @@ void add_queue(pointer_list& list, const gpon_raw_pq& me, uint32_t boundary)
 const std::vector<recording_rule>& recording_rules()
 {
     static const std::vector<recording_rule> rules = {
-        {11, 47, 1},   {11, 130, 1},  {11, 78, 1},   {11, 171, 1},  {11, 277, 1},  {45, 47, 512},
-        {47, 84, 1},   {47, 78, 1},   {47, 171, 1},  {130, 47, 1},  {130, 78, 1},  {130, 171, 1},
-        {262, 268, 32}, {262, 277, 1}, {262, 278, 1}, {266, 47, 1},  {266, 130, 1}, {266, 78, 1},
-        {266, 171, 1}, {268, 266, 1}, {268, 281, 1}, {277, 268, 32}, {278, 277, 8}, {280, 268, 1},
-        {281, 47, 1},  {281, 78, 1},  {281, 171, 1}, {329, 47, 1},  {329, 130, 1}, {329, 78, 1},
+        {11, 47, 1},    {11, 130, 1},  {11, 78, 1},   {11, 171, 1},   {11, 277, 1},  {45, 47, 512},
+        {47, 84, 1},    {47, 78, 1},   {47, 171, 1},  {130, 47, 1},   {130, 78, 1},  {130, 171, 1},
+        {262, 268, 32}, {262, 277, 1}, {262, 278, 1}, {266, 47, 1},   {266, 130, 1}, {266, 78, 1},
+        {266, 171, 1},  {268, 266, 1}, {268, 281, 1}, {277, 268, 32}, {278, 277, 8}, {280, 268, 1},
+        {281, 47, 1},   {281, 78, 1},  {281, 171, 1}, {329, 47, 1},   {329, 130, 1}, {329, 78, 1},
         {329, 171, 1}};
     return rules;
 }
@@ -103,6 +103,9 @@ bool is_created_by_links(uint16_t class_id)
 std::vector<me_pointer> mirror::pointers(const mirrored_instance& from) const
 {
     pointer_list list{from.id, {}};
+    // The module reports no pointer of what it made itself.
+    if (from.automatic)
+        return list.all;
     switch (from.id.class_id) {
     case 47:
         add_bridge_port(list, from.as<gpon_raw_mbpcd>());
