@@ -261,7 +261,7 @@ private:
 TEST_F(relation_model, random_changes_and_queries_agree)
 {
     gpon::host::set_sink(nullptr);
-    for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+    for (int round = 0; round < 500 && !HasFailure(); ++round) {
         for (int i = 0; i < 1000 && !HasFailure(); ++i) {
             change_something();
             ask_something();
