@@ -57,18 +57,19 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
 {
     const std::string text = told(good_line + hook_up_ani(frame_of_vlan_101));
     EXPECT_TRUE(holds_text(
-        text, "dropped\n"
-              "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1001\n"
-              "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
-              "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the "
-              "frame.\n"))
+        text,
+        "dropped\n"
+        "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1001\n"
+        "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
+        "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the "
+        "frame.\n"))
         << text;
 }
 
 TEST(explain, a_rule_that_is_replayed)
 {
-    const std::string text = told(good_line + hook_up_ani(frame_of_vlan_100) +
-                                  hook_up_ani(frame_of_vlan_100));
+    const std::string text =
+        told(good_line + hook_up_ani(frame_of_vlan_100) + hook_up_ani(frame_of_vlan_100));
     EXPECT_TRUE(holds_text(text, "passes to GEM port 1025; its rule was replayed\n")) << text;
     EXPECT_TRUE(holds_text(text, "MAC_BRIDGE_PORT_CON_DATA 0x1001")) << text;
 }
@@ -152,7 +153,8 @@ std::string dot_of(const std::string& text, const std::vector<me_id>& walked = {
 TEST(graph, draws_what_is_missing_in_red)
 {
     const std::string dot = dot_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
-    EXPECT_TRUE(holds_text(dot, "\"GEM_PORT_CTP 0x0007\" [label=\"GEM_PORT_CTP 0x0007\", color=red"))
+    EXPECT_TRUE(
+        holds_text(dot, "\"GEM_PORT_CTP 0x0007\" [label=\"GEM_PORT_CTP 0x0007\", color=red"))
         << dot;
     EXPECT_TRUE(holds_text(dot, "\"GEM_INTERWORK_TP 0x0011\" -> \"GEM_PORT_CTP 0x0007\" "
                                 "[label=\"gemCTPInstID\", color=red"))

@@ -97,8 +97,7 @@ private:
 
     void check_pointer(const mirrored_instance& from, const me_pointer& pointer)
     {
-        const auto weight =
-            is_followed(pointer) ? finding_weight::problem : finding_weight::note;
+        const auto weight = is_followed(pointer) ? finding_weight::problem : finding_weight::note;
         const std::string target = to_text(pointer.to);
         switch (mirror_.state(pointer)) {
         case pointer_state::recorded:
@@ -187,8 +186,8 @@ private:
             const std::string why = dead_end(mapper, me.pbit_GemIWTP[priority]);
             if (why.empty())
                 continue;
-            const auto same = std::ranges::find(reasons, why,
-                                                &std::pair<std::string, std::string>::first);
+            const auto same =
+                std::ranges::find(reasons, why, &std::pair<std::string, std::string>::first);
             if (same == reasons.end())
                 reasons.emplace_back(why, std::to_string(priority));
             else

@@ -140,8 +140,9 @@ std::optional<explanation> explain_frame(const scenario& what, backend& where,
         chosen = frame;
     }
     if (!chosen) {
-        diagnostics << what.name << ": no frame: the scenario has no hook command with one, and "
-                                    "none is given\n";
+        diagnostics << what.name
+                    << ": no frame: the scenario has no hook command with one, and "
+                       "none is given\n";
         status = not_understood;
         return {};
     }

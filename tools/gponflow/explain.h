@@ -17,18 +17,18 @@ namespace gponflow {
 /// One instance that the walk, or the replay of a rule, tried.
 struct walk_step {
     me_id at;
-    size_t depth = 0;                    ///< 0 where the frame enters
-    bool passed = false;                 ///< on the way that the frame took
-    std::vector<std::string> decisions;  ///< filters and priorities, with their operands
-    std::string dead_end;                ///< why this branch ended here; empty when it did not
+    size_t depth = 0;                   ///< 0 where the frame enters
+    bool passed = false;                ///< on the way that the frame took
+    std::vector<std::string> decisions; ///< filters and priorities, with their operands
+    std::string dead_end;               ///< why this branch ended here; empty when it did not
 };
 
 /// What the log of one hook call says.
 struct walk_story {
-    std::vector<walk_step> steps; ///< in the order in which they were tried
-    bool ran = false;             ///< the engine looked at the frame at all
-    bool replayed = false;        ///< a rule was there; the steps are those of the rule
-    bool learnt = false;          ///< a rule was added
+    std::vector<walk_step> steps;        ///< in the order in which they were tried
+    bool ran = false;                    ///< the engine looked at the frame at all
+    bool replayed = false;               ///< a rule was there; the steps are those of the rule
+    bool learnt = false;                 ///< a rule was added
     std::vector<std::string> complaints; ///< errors that belong to no step
 };
 

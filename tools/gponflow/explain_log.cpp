@@ -177,8 +177,8 @@ private:
     {
         static const std::regex which(R"(^classId = (\d+), me_index)");
         if (const auto found = numbers(text, which))
-            story_.steps.push_back({{static_cast<uint16_t>((*found)[0]), 0},
-                                    story_.steps.size(), true, {}, {}});
+            story_.steps.push_back(
+                {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
     }
 
     void take_tci(const std::string& text)
@@ -295,8 +295,7 @@ private:
     std::string priority_text(const walk_step& step) const
     {
         const std::vector<me_id> mappers = mirror_.related(step.at, 130);
-        const mirrored_instance* mapper =
-            mappers.empty() ? nullptr : mirror_.find(mappers.front());
+        const mirrored_instance* mapper = mappers.empty() ? nullptr : mirror_.find(mappers.front());
         if (!mapper)
             return "priority of TCI " + hex(tci_, 4);
         const auto me = mapper->as<gpon_raw_mapper>();
@@ -308,9 +307,9 @@ private:
         const unsigned priority = tci_ ? tci_ >> 13 : me.defaultPbit;
         const std::string of_frame = (tci_ ? "TCI " + hex(tci_, 4) : std::string("untagged")) +
                                      ", priority " + std::to_string(priority);
-        return priority > 7 ? name + of_frame
-                            : name + of_frame + " selects GEM IW TP " +
-                                  hex(me.pbit_GemIWTP[priority], 4);
+        return priority > 7
+                   ? name + of_frame
+                   : name + of_frame + " selects GEM IW TP " + hex(me.pbit_GemIWTP[priority], 4);
     }
 
     const mirror& mirror_;
@@ -335,9 +334,9 @@ std::optional<size_t> deepest_dead_end(const walk_story& story)
         if (step.dead_end.empty())
             continue;
         // A decision tells more than a branch that was none.
-        if (!deepest || std::pair(step.depth, !step.decisions.empty()) >
-                            std::pair(story.steps[*deepest].depth,
-                                      !story.steps[*deepest].decisions.empty()))
+        if (!deepest ||
+            std::pair(step.depth, !step.decisions.empty()) >
+                std::pair(story.steps[*deepest].depth, !story.steps[*deepest].decisions.empty()))
             deepest = i;
     }
     return deepest;

@@ -85,8 +85,8 @@ private:
     void write_node(const mirrored_instance& one)
     {
         const auto* found = std::ranges::find(looks, one.id.class_id, &look::class_id);
-        out_ << "  " << name_of(one.id) << " [label=\"" << label(one) << "\", shape="
-             << found->shape << ", fillcolor=\"" << found->colour << '"';
+        out_ << "  " << name_of(one.id) << " [label=\"" << label(one)
+             << "\", shape=" << found->shape << ", fillcolor=\"" << found->colour << '"';
         if (std::ranges::find(walked_, one.id) != walked_.end())
             out_ << ", color=\"#d06000\", penwidth=3";
         out_ << "];\n";

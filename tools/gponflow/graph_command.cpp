@@ -67,9 +67,8 @@ int graph(const graph_request& request)
         if (!request.highlight.empty()) {
             exit_status status = all_held;
             const std::unique_ptr<backend> where = make_host_backend();
-            const auto told = explain_frame(*parsed, *where,
-                                            choose_frame(choice_of(request.highlight)), std::cerr,
-                                            status);
+            const auto told = explain_frame(
+                *parsed, *where, choose_frame(choice_of(request.highlight)), std::cerr, status);
             if (!told)
                 return status;
             walked = walked_path(told->story);

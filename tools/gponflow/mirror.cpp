@@ -143,8 +143,7 @@ void mirror::report(const me_pointer& what, uint8_t message, unsigned line)
         if (what.to.class_id == 277)
             fill_queue(*holder);
     }
-    const auto row =
-        std::ranges::find(holder->rows, what.from.class_id, &recorded_row::class_id);
+    const auto row = std::ranges::find(holder->rows, what.from.class_id, &recorded_row::class_id);
     if (row != holder->rows.end())
         change_row(*row, what.from.instance, message);
 }

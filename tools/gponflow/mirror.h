@@ -36,8 +36,8 @@ struct recorded_row {
 
 struct mirrored_instance {
     me_id id;
-    bytes raw;             ///< the class's raw attribute record
-    unsigned line = 0;     ///< of the scenario, where it was last written or first pointed at
+    bytes raw;              ///< the class's raw attribute record
+    unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
     bool automatic = false; ///< the module made it, since something pointed at it
     std::vector<recorded_row> rows;
 
