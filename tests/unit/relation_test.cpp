@@ -152,6 +152,7 @@ TEST_F(forward_query, an_unknown_class_fails)
 TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
 {
     three_ports();
+    gpon::host::rcu_settle();
     const uint64_t before = gpon::host::memory().live_blocks;
     gponDebugLevel = LOG_ERROR | LOG_WARNING;
     gpon::host::arm_fault(gpon::host::fault::alloc);
