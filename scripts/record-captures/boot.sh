@@ -13,12 +13,13 @@ mkdir -p "$cache/taps"
 # Time in the guest counts its instructions, and the clock and the random numbers start alike each
 # time: the recording depends neither on the load of the recording machine nor on the day. The
 # second serial port carries the recording out, so the guest needs no disk and no shared folder.
+unpacked=$cache/root
 timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=single -cpu max -smp 1 -m 768 \
     -icount shift=0,sleep=off -seed 1 -rtc base=2024-01-01T12:00:00,clock=vm \
     -display none -nodefaults -no-reboot \
     -chardev "file,id=console,path=$cache/console" -serial chardev:console \
     -chardev "file,id=out,path=$cache/handed-out" -serial chardev:out \
-    -kernel "$cache/root/boot/vmlinuz-$release" -initrd "$cache/initramfs.gz" \
+    -kernel "$unpacked/boot/vmlinuz-$release" -initrd "$cache/initramfs.gz" \
     -append "console=ttyS0 panic=-1 quiet" < /dev/null || {
     tail -40 "$cache/console" >&2
     echo "boot.sh: the guest did not finish within $limit s; console: $cache/console" >&2
