@@ -7,13 +7,13 @@ set -eu
 cache=$1
 release=$(cat "$cache/release")
 limit=${RECORD_TIMEOUT:-600}
+unpacked=$cache/root
 
 rm -rf "$cache/taps" "$cache/handed-out"
 mkdir -p "$cache/taps"
 # Time in the guest counts its instructions, and the clock and the random numbers start alike each
 # time: the recording depends neither on the load of the recording machine nor on the day. The
 # second serial port carries the recording out, so the guest needs no disk and no shared folder.
-unpacked=$cache/root
 timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=single -cpu max -smp 1 -m 768 \
     -icount shift=0,sleep=off -seed 1 -rtc base=2024-01-01T12:00:00,clock=vm \
     -display none -nodefaults -no-reboot \
