@@ -27,8 +27,7 @@ bool passes_tags(const gpon::frame& f, const gpon_trace_cfg& filter)
         cursor += tagged ? 4 : 2;
     }
     if (filter.valid_mask & TRACE_INNER_VLAN)
-        passes = passes && gpon::is_tpid(f.be16(cursor)) &&
-                 f.be16(cursor + 2) == filter.inner_vlan;
+        passes = passes && gpon::is_tpid(f.be16(cursor)) && f.be16(cursor + 2) == filter.inner_vlan;
     return passes;
 }
 

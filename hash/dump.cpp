@@ -130,9 +130,8 @@ i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 di
     printk("| %5s | %17s | %17s | %23s | %22s | %6s | %9s |\n", "Index", "DstMac(Hex)",
            "SrcMac(Hex)", "Tpid(Hex)[OUTER->INNER]", "Tci(Hex)[OUTER->INNER]", "PortID",
            "Direction");
-    printk("| %5d | %02x:%02x:%02x:%02x:%02x:%02x | %02x:%02x:%02x:%02x:%02x:%02x |", index,
-           dst[0], dst[1], dst[2], dst[3], dst[4], dst[5], src[0], src[1], src[2], src[3], src[4],
-           src[5]);
+    printk("| %5d | %02x:%02x:%02x:%02x:%02x:%02x | %02x:%02x:%02x:%02x:%02x:%02x |", index, dst[0],
+           dst[1], dst[2], dst[3], dst[4], dst[5], src[0], src[1], src[2], src[3], src[4], src[5]);
     continue_tags(*state);
     pr_cont(" | %6d", state->port_id);
     pr_cont(" | %9s |\n", direction_name(direction));

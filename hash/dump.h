@@ -18,8 +18,7 @@ struct gpon_hash_dump_state {
 extern "C" {
 
 /* Takes a key apart. A null key leaves both results as they are. */
-void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* state,
-                           u16* direction);
+void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* state, u16* direction);
 
 /* Prints the column header and one row; -1 for a null record. */
 i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 direction);

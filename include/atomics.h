@@ -71,7 +71,8 @@ inline i32 text_length(const char* text)
 
 // Copies out of, or into, memory that another context may write, or read, at the same time. The
 // shared side is an allocation of its own and therefore aligned to a word.
-template <typename Word> inline size_t copy_words_from_shared(u8* to, const u8* shared, size_t bytes)
+template <typename Word>
+inline size_t copy_words_from_shared(u8* to, const u8* shared, size_t bytes)
 {
     size_t done = 0;
     for (; bytes - done >= sizeof(Word); done += sizeof(Word)) {
@@ -81,7 +82,8 @@ template <typename Word> inline size_t copy_words_from_shared(u8* to, const u8* 
     return done;
 }
 
-template <typename Word> inline size_t copy_words_to_shared(u8* shared, const u8* from, size_t bytes)
+template <typename Word>
+inline size_t copy_words_to_shared(u8* shared, const u8* from, size_t bytes)
 {
     size_t done = 0;
     for (; bytes - done >= sizeof(Word); done += sizeof(Word))

@@ -95,8 +95,7 @@ extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-template <typename... Args>
-inline void emit(u32 level_word, log_text<Args...> text, Args... args)
+template <typename... Args> inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
     if (text.located)
         gpon_log(level_word, text.text, text.function, text.line, args...);

@@ -13,10 +13,10 @@
 
 /* One related-info row: which instances of another class point at this instance. */
 struct gpon_me_related_info {
-    u16 related_class_id; /* class of the instances recorded; 0 ends a table */
-    char name[70];        /* column name of the dump */
+    u16 related_class_id;            /* class of the instances recorded; 0 ends a table */
+    char name[70];                   /* column name of the dump */
     gpon_me_related_id* related_ids; /* null in a class's template, owned in an instance's copy */
-    i32 related_inst_num; /* capacity; below 2 the dump shows a column, else a list */
+    i32 related_inst_num;            /* capacity; below 2 the dump shows a column, else a list */
 };
 static_assert(sizeof(gpon_me_related_info) == 88);
 
@@ -30,7 +30,7 @@ struct gpon_me_attr_op {
 struct gpon_me_list_info {
     /* Formats a raw record as cells under titles; answers the length of the titles. */
     i32 (*dump_raw)(const void* raw, char* values, char* header, char* extra, i32 length);
-    i32 raw_size; /* bytes */
+    i32 raw_size;                             /* bytes */
     const gpon_me_related_info* related_info; /* template, closed by a row of class 0 */
     i32 related_info_size;                    /* bytes, closing row included */
     i32 (*fill_raw_data)(void* raw); /* defaults of an instance created by the store, or null */

@@ -62,7 +62,7 @@ struct gpon_walk_result {
 struct [[gnu::packed]] gpon_pkt_info {
     u8 dst_mac[6];
     u8 src_mac[6];
-    u16 port_id; /* never filled: rules do not tell ingress ports apart */
+    u16 port_id;             /* never filled: rules do not tell ingress ports apart */
     u16 tpid[GPON_MAX_TAGS]; /* outer to inner */
     u16 tci[GPON_MAX_TAGS];
     u8 tag_num;

@@ -49,8 +49,8 @@ namespace gpon {
 
 inline gpon_me_inst* inst_of(const list_head* link)
 {
-    return reinterpret_cast<gpon_me_inst*>(
-        reinterpret_cast<u8*>(const_cast<list_head*>(link)) - offsetof(gpon_me_inst, link));
+    return reinterpret_cast<gpon_me_inst*>(reinterpret_cast<u8*>(const_cast<list_head*>(link)) -
+                                           offsetof(gpon_me_inst, link));
 }
 
 inline void check_reader()

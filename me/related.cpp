@@ -38,9 +38,9 @@ bool record_once(gpon_me_related_info& row, u16 id, log_site site)
             return true;
         }
         if (entry.instId == id) {
-            log_trace_from(
-                site, "[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n", i,
-                id);
+            log_trace_from(site,
+                           "[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n",
+                           i, id);
             return true;
         }
     }
@@ -50,9 +50,8 @@ bool record_once(gpon_me_related_info& row, u16 id, log_site site)
 void link_set(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
 {
     if (!record_once(row, id, site))
-        log_warning_from(
-            site, "[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
-            row.related_inst_num);
+        log_warning_from(site, "[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
+                         row.related_inst_num);
     log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
 }
 
@@ -123,8 +122,8 @@ void gpon_flow_list_update_related_id(gpon_me_related_info* related,
         log_error("[%s][%d] Without Related ME\r\n");
         return;
     }
-    log_trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n",
-              update->class_id, update->related_class_id);
+    log_trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n", update->class_id,
+              update->related_class_id);
     log_trace("[%s][%d]: msg_type = %d\n", update->msg_type);
     switch (update->msg_type) {
     case ZR_OMCI_MSG_TYPE_CREAT:

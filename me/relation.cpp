@@ -157,8 +157,7 @@ i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query
                      query->class_id, query->inst_id);
         return -1;
     }
-    gpon_flow_list_get_related_id(skb,
-                                  reinterpret_cast<const gpon_me_related_info*>(table.get()),
+    gpon_flow_list_get_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table.get()),
                                   query->related_class_id, query->related_id);
     trace_answer(skb, query);
     return 0;
@@ -198,8 +197,8 @@ bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_relat
     if (previous.instExist == 1 && query.related_id->instId == previous.instId)
         return true;
     const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);
-    const gpon_me_inst* inst = has_list(entry) ? find_inst(entry->list_info->head, query.inst_id)
-                                               : nullptr;
+    const gpon_me_inst* inst =
+        has_list(entry) ? find_inst(entry->list_info->head, query.inst_id) : nullptr;
     if (!inst || previous.instExist != 1)
         return false;
     const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);

@@ -7,8 +7,13 @@
 
 GPON_MODULE_DATA constinit list_head gpon_evtocd_list = {&gpon_evtocd_list, &gpon_evtocd_list};
 
-constinit const gpon_me_list_info evtocdListInfo = {
-    gpon::dump_id_only, sizeof(gpon_raw_evtocd), gpon::NOTHING_RELATED, gpon::table_bytes(gpon::NOTHING_RELATED), nullptr, gpon::NO_ATTR_OPS, &gpon_evtocd_list};
+constinit const gpon_me_list_info evtocdListInfo = {gpon::dump_id_only,
+                                                    sizeof(gpon_raw_evtocd),
+                                                    gpon::NOTHING_RELATED,
+                                                    gpon::table_bytes(gpon::NOTHING_RELATED),
+                                                    nullptr,
+                                                    gpon::NO_ATTR_OPS,
+                                                    &gpon_evtocd_list};
 
 i32 evtocd_operation(const sk_buff*, const op_info*)
 {

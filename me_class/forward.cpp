@@ -21,8 +21,8 @@ i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, log_site site) c
 }
 
 gpon::table_step::table_step(const gpon_me_list_info& info, const sk_buff* skb,
-                             const gpon_fwd_info* fwd_info, gpon_walk_result* result,
-                             log_site site, log_text<> null_message)
+                             const gpon_fwd_info* fwd_info, gpon_walk_result* result, log_site site,
+                             log_text<> null_message)
 {
     if (!enter_forward(skb, fwd_info, result, site, null_message))
         return;

@@ -97,13 +97,9 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{0x4000, gem_ctp_attr_tcont_op},
 
 GPON_MODULE_DATA constinit list_head gpon_gemctp_list = {&gpon_gemctp_list, &gpon_gemctp_list};
 
-constinit const gpon_me_list_info gemCtpListInfo = {dump_raw,
-                                                    sizeof(gpon_raw_gemctp),
-                                                    RELATED,
-                                                    gpon::table_bytes(RELATED),
-                                                    nullptr,
-                                                    ATTR_OPS,
-                                                    &gpon_gemctp_list};
+constinit const gpon_me_list_info gemCtpListInfo = {
+    dump_raw, sizeof(gpon_raw_gemctp), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_gemctp_list};
 constinit const gpon_me_fwd_op gemCtpFwdOp = {nullptr, gem_ctp_forward};
 
 i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)

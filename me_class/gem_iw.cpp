@@ -55,13 +55,9 @@ bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper)
 
 GPON_MODULE_DATA constinit list_head gpon_gemiw_list = {&gpon_gemiw_list, &gpon_gemiw_list};
 
-constinit const gpon_me_list_info gemIwListInfo = {dump_raw,
-                                                   sizeof(gpon_raw_gemiw),
-                                                   RELATED,
-                                                   gpon::table_bytes(RELATED),
-                                                   nullptr,
-                                                   ATTR_OPS,
-                                                   &gpon_gemiw_list};
+constinit const gpon_me_list_info gemIwListInfo = {
+    dump_raw, sizeof(gpon_raw_gemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_gemiw_list};
 constinit const gpon_me_fwd_op gemIwFwdOp = {NEXT, gem_forward};
 
 bool gpon::find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id)
@@ -77,8 +73,8 @@ bool gpon::find_by_field(const list_head* list, size_t field_offset, u16 value, 
 i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 {
     log_trace("[%s][%d]: Enter\n");
-    return gpon::find_by_field(&gpon_gemiw_list, offsetof(gpon_raw_gemiw, gemCTPInstID),
-                               gem_ctp_id, inst_id)
+    return gpon::find_by_field(&gpon_gemiw_list, offsetof(gpon_raw_gemiw, gemCTPInstID), gem_ctp_id,
+                               inst_id)
                ? 0
                : -1;
 }

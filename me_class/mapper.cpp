@@ -36,8 +36,10 @@ constexpr u16 FIRST_PBIT_ATTRIBUTE = 0x4000;
 constexpr u8 TP_PPTP = 1;
 constexpr u8 TP_VEIP = 7;
 
-constexpr gpon_me_related_info RELATED[] = {
-    {47, "mbpcdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
 static_assert(sizeof(RELATED) == 352);
 
 // Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
@@ -51,13 +53,9 @@ constexpr gpon_me_next_class NEXT[] = {
 
 GPON_MODULE_DATA constinit list_head gpon_mapper_list = {&gpon_mapper_list, &gpon_mapper_list};
 
-constinit const gpon_me_list_info mapperListInfo = {dump_raw,
-                                                    sizeof(gpon_raw_mapper),
-                                                    RELATED,
-                                                    gpon::table_bytes(RELATED),
-                                                    nullptr,
-                                                    ATTR_OPS,
-                                                    &gpon_mapper_list};
+constinit const gpon_me_list_info mapperListInfo = {
+    dump_raw, sizeof(gpon_raw_mapper), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_mapper_list};
 constinit const gpon_me_fwd_op mapperFwdOp = {NEXT, mapper_forward};
 
 i32 mapper_attr_tp_type_op(gpon_me_cmd* cmd)

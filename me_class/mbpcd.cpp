@@ -68,8 +68,10 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {
-    {84, "vtfdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {{84, "vtfdInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
 static_assert(sizeof(RELATED) == 352);
 
 // Attributes 3 and 4 select both handlers: a port that changes its termination point is linked to
@@ -84,13 +86,9 @@ constexpr gpon_me_next_class NEXT[] = {
 
 GPON_MODULE_DATA constinit list_head gpon_mbpcd_list = {&gpon_mbpcd_list, &gpon_mbpcd_list};
 
-constinit const gpon_me_list_info mbpcdListInfo = {dump_raw,
-                                                   sizeof(gpon_raw_mbpcd),
-                                                   RELATED,
-                                                   gpon::table_bytes(RELATED),
-                                                   nullptr,
-                                                   ATTR_OPS,
-                                                   &gpon_mbpcd_list};
+constinit const gpon_me_list_info mbpcdListInfo = {
+    dump_raw, sizeof(gpon_raw_mbpcd), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_mbpcd_list};
 constinit const gpon_me_fwd_op mbpcdFwdOp = {NEXT, mbpcd_forward};
 
 namespace {

@@ -29,13 +29,9 @@ constexpr gpon_me_next_class NEXT[] = {{47, UP_ANI | UP_UNI | DOWN_ANI | DOWN_UN
 
 GPON_MODULE_DATA constinit list_head gpon_mbsp_list = {&gpon_mbsp_list, &gpon_mbsp_list};
 
-constinit const gpon_me_list_info mbspListInfo = {dump_raw,
-                                                  sizeof(gpon_raw_mbsp),
-                                                  RELATED,
-                                                  gpon::table_bytes(RELATED),
-                                                  nullptr,
-                                                  gpon::NO_ATTR_OPS,
-                                                  &gpon_mbsp_list};
+constinit const gpon_me_list_info mbspListInfo = {
+    dump_raw, sizeof(gpon_raw_mbsp), RELATED,        gpon::table_bytes(RELATED),
+    nullptr,  gpon::NO_ATTR_OPS,     &gpon_mbsp_list};
 constinit const gpon_me_fwd_op mbspFwdOp = {NEXT, mbsp_forward};
 
 i32 get_mbsp_list_inst_num(void)

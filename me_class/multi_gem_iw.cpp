@@ -32,8 +32,10 @@ i32 multi_gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {
-    {47, "mbpcdInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1}, {171, "evtocdInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
 static_assert(sizeof(RELATED) == 352);
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, multi_gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {{47, DOWN_ANI}, {268, UP_ANI}, {}};
@@ -43,13 +45,9 @@ constexpr gpon_me_next_class NEXT[] = {{47, DOWN_ANI}, {268, UP_ANI}, {}};
 GPON_MODULE_DATA constinit list_head gpon_multigemiw_list = {&gpon_multigemiw_list,
                                                              &gpon_multigemiw_list};
 
-constinit const gpon_me_list_info multiGemIwListInfo = {dump_raw,
-                                                        sizeof(gpon_raw_multigemiw),
-                                                        RELATED,
-                                                        gpon::table_bytes(RELATED),
-                                                        nullptr,
-                                                        ATTR_OPS,
-                                                        &gpon_multigemiw_list};
+constinit const gpon_me_list_info multiGemIwListInfo = {
+    dump_raw, sizeof(gpon_raw_multigemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_multigemiw_list};
 constinit const gpon_me_fwd_op multiGemIwFwdOp = {NEXT, multi_gem_forward};
 
 i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)

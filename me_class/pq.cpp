@@ -114,5 +114,6 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {
 GPON_MODULE_DATA constinit list_head gpon_pq_list = {&gpon_pq_list, &gpon_pq_list};
 
 constinit const gpon_me_list_info priorityQListInfo = {
-    dump_raw, sizeof(gpon_raw_pq), RELATED, gpon::table_bytes(RELATED), pq_fill_raw_data, ATTR_OPS, &gpon_pq_list};
+    dump_raw, sizeof(gpon_raw_pq), RELATED, gpon::table_bytes(RELATED), pq_fill_raw_data,
+    ATTR_OPS, &gpon_pq_list};
 constinit const gpon_me_fwd_op priorityQFwdOp = {};

@@ -26,5 +26,6 @@ constexpr gpon_me_related_info RELATED[] = {
 GPON_MODULE_DATA constinit list_head gpon_tcont_list = {&gpon_tcont_list, &gpon_tcont_list};
 
 constinit const gpon_me_list_info tcontListInfo = {
-    dump_raw, sizeof(gpon_raw_tcont), RELATED, gpon::table_bytes(RELATED), nullptr, gpon::NO_ATTR_OPS, &gpon_tcont_list};
+    dump_raw, sizeof(gpon_raw_tcont), RELATED,         gpon::table_bytes(RELATED),
+    nullptr,  gpon::NO_ATTR_OPS,      &gpon_tcont_list};
 constinit const gpon_me_fwd_op tcontFwdOp = {};

@@ -31,5 +31,6 @@ constexpr gpon_me_related_info RELATED[] = {{268, "gemCtpInst", nullptr, 1}, {}}
 GPON_MODULE_DATA constinit list_head gpon_td_list = {&gpon_td_list, &gpon_td_list};
 
 constinit const gpon_me_list_info tdListInfo = {
-    dump_raw, sizeof(gpon_raw_td), RELATED, gpon::table_bytes(RELATED), nullptr, gpon::NO_ATTR_OPS, &gpon_td_list};
+    dump_raw, sizeof(gpon_raw_td), RELATED,      gpon::table_bytes(RELATED),
+    nullptr,  gpon::NO_ATTR_OPS,   &gpon_td_list};
 constinit const gpon_me_fwd_op tdFwdOp = {};

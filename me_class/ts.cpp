@@ -27,5 +27,6 @@ constexpr gpon_me_related_info RELATED[] = {{277, "pqInst", nullptr, 8}, {}};
 GPON_MODULE_DATA constinit list_head gpon_ts_list = {&gpon_ts_list, &gpon_ts_list};
 
 constinit const gpon_me_list_info tsListInfo = {
-    dump_raw, sizeof(gpon_raw_ts), RELATED, gpon::table_bytes(RELATED), nullptr, gpon::NO_ATTR_OPS, &gpon_ts_list};
+    dump_raw, sizeof(gpon_raw_ts), RELATED,      gpon::table_bytes(RELATED),
+    nullptr,  gpon::NO_ATTR_OPS,   &gpon_ts_list};
 constinit const gpon_me_fwd_op tsFwdOp = {};

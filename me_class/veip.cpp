@@ -7,9 +7,11 @@
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {
-    {47, "mbpcdInst", nullptr, 1}, {130, "mapperInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1},
-    {171, "evtocdInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {130, "mapperInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
 static_assert(sizeof(RELATED) == 440);
 constexpr gpon_me_next_class NEXT[] = {{47, UP_UNI}, {130, UP_UNI}, {}};
 
@@ -18,7 +20,8 @@ constexpr gpon_me_next_class NEXT[] = {{47, UP_UNI}, {130, UP_UNI}, {}};
 GPON_MODULE_DATA constinit list_head gpon_veip_list = {&gpon_veip_list, &gpon_veip_list};
 
 constinit const gpon_me_list_info veipListInfo = {
-    gpon::dump_id_only, sizeof(gpon_raw_veip), RELATED, gpon::table_bytes(RELATED), nullptr, gpon::NO_ATTR_OPS, &gpon_veip_list};
+    gpon::dump_id_only, sizeof(gpon_raw_veip), RELATED, gpon::table_bytes(RELATED), nullptr,
+    gpon::NO_ATTR_OPS,  &gpon_veip_list};
 constinit const gpon_me_fwd_op veipFwdOp = {NEXT, veip_forward};
 
 i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id)

@@ -69,16 +69,10 @@ struct frame {
     u8 at(u32 offset) const { return offset < length ? bytes[offset] : u8{0}; }
 
     /* Two bytes in network order. */
-    u16 be16(u32 offset) const
-    {
-        return static_cast<u16>(at(offset) << 8 | at(offset + 1));
-    }
+    u16 be16(u32 offset) const { return static_cast<u16>(at(offset) << 8 | at(offset + 1)); }
 
     /* Two bytes in the order in which the CPU loads them. */
-    u16 host16(u32 offset) const
-    {
-        return static_cast<u16>(at(offset) | at(offset + 1) << 8);
-    }
+    u16 host16(u32 offset) const { return static_cast<u16>(at(offset) | at(offset + 1) << 8); }
 
     void copy(void* to, u32 offset, u32 count) const
     {

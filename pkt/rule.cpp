@@ -39,10 +39,9 @@ bool replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* resu
     }
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
     if (!entry || !entry->fwd_op) {
-        log_packet_from(
-            site, skb, LOG_ERROR,
-            "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
-            step->classId);
+        log_packet_from(site, skb, LOG_ERROR,
+                        "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
+                        step->classId);
         return false;
     }
     if (entry->fwd_op->forward && entry->fwd_op->forward(skb, step, result) != 0) {

@@ -99,10 +99,9 @@ i32 walk_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
                     step->classId, step->instId, step->fwd_flag);
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
     if (!entry || !entry->fwd_op) {
-        log_packet_from(
-            site, skb, LOG_ERROR,
-            "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
-            step->classId);
+        log_packet_from(site, skb, LOG_ERROR,
+                        "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
+                        step->classId);
         return -1;
     }
     result->trace.step[result->recurse_num - 1] = {step->classId, step->instId};
@@ -110,8 +109,8 @@ i32 walk_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
         result->ret_val = FLOW_PKT_FORWARD;
     } else {
         if (entry->fwd_op->forward(skb, step, result) != 0) {
-            log_packet_from(site, skb, LOG_ERROR,
-                            "[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
+            log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, the classId(%d) fwd_op fail.\n",
+                            step->classId);
             return -1;
         }
         if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
@@ -178,7 +177,6 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
     packet_trace(skb,
                  "[%s][%d] end, classId=%d,instId=0x%x, func_ret = %d,ret_val=%d,"
                  "recurse_num =%d\n",
-                 fwd_info->classId, fwd_info->instId, answer, result->ret_val,
-                 result->recurse_num);
+                 fwd_info->classId, fwd_info->instId, answer, result->ret_val, result->recurse_num);
     return answer;
 }

@@ -32,8 +32,7 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
 /* One step and all below it. 0: decided, look at ret_val; -1: failed. */
-i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
-                             gpon_walk_result* result);
+i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
 
 /* Tries the instances behind a step's next-class rows. */
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,

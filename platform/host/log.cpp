@@ -62,9 +62,8 @@ int pr_cont(const char* text, ...)
 
 // Defined under a name of its own: <cstdio> has declared libc's snprintf before the seam could give
 // it another symbol, and clang keeps the first.
-extern "C" [[gnu::format(printf, 3, 4)]] int seam_snprintf(char* buffer, size_t bytes,
-                                                          const char* text,
-                                                          ...) __asm__("gpon_os_snprintf");
+extern "C" [[gnu::format(printf, 3, 4)]] int
+seam_snprintf(char* buffer, size_t bytes, const char* text, ...) __asm__("gpon_os_snprintf");
 
 int seam_snprintf(char* buffer, size_t bytes, const char* text, ...)
 {

@@ -43,10 +43,9 @@ gpon_raw_gemctp ctp(uint16_t gem_port)
 
 void provision()
 {
-    send(ZR_OMCI_MSG_TYPE_CREAT, 45, gpon_raw_mbsp{.instID = 1,
-                                                   .uniBridgingEnable = 0,
-                                                   .helloTime = 0,
-                                                   .dynFilterAgingTime = 0});
+    send(ZR_OMCI_MSG_TYPE_CREAT, 45,
+         gpon_raw_mbsp{
+             .instID = 1, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0});
     send(ZR_OMCI_MSG_TYPE_CREAT, 47, port(0x101, 1, 0x101));
     send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp(1025));
     send(ZR_OMCI_MSG_TYPE_CREAT, 266, gpon_raw_gemiw{.instID = 0x11, .gemCTPInstID = 1});

@@ -52,8 +52,8 @@ TEST(KernelChatter, WhatTheModuleSaysIsNot)
 {
     for (const char* line :
          {"unknown api_data->api_type: 9", "***ERROR***[mbpcd_forward][92] end, evtocd fail.",
-          "| Trace:CLASS(INST)->11(0x101)->47(0x101)|", " total_num = 2", "", "Usage:",
-          "    instID | mbpcdInst = 0x0101", "gpon_softonu: @ gpon_mapping_hook = 0"})
+          "| Trace:CLASS(INST)->11(0x101)->47(0x101)|", " total_num = 2", "",
+          "Usage:", "    instID | mbpcdInst = 0x0101", "gpon_softonu: @ gpon_mapping_hook = 0"})
         EXPECT_FALSE(is_kernel_chatter(line)) << line;
 }
 

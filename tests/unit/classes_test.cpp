@@ -126,9 +126,8 @@ TEST_F(Classes, TwoGemCtpHandlersAnswerMissingDataWithZero)
     EXPECT_THAT(log_lines(), IsEmpty());
     EXPECT_EQ(gem_ctp_attr_tcont_op(nullptr), -1);
     EXPECT_EQ(gem_ctp_attr_pq_op(nullptr), -1);
-    EXPECT_THAT(log_lines(),
-                ElementsAre("***ERROR***[gem_ctp_attr_tcont_op][0]Parameter is Null.",
-                            "***ERROR***[gem_ctp_attr_pq_op][0]Parameter is Null."));
+    EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gem_ctp_attr_tcont_op][0]Parameter is Null.",
+                                         "***ERROR***[gem_ctp_attr_pq_op][0]Parameter is Null."));
 }
 
 TEST_F(Classes, AMapperSetOfAttributeFiveLinksPriorityThreeAlone)
@@ -395,11 +394,11 @@ TEST_F(Classes, ABridgePortTurnsEnteringTheBridgeAndGoesOnLeavingIt)
         i32 status;
         u16 turn;
     };
-    for (const pass& p : {pass{1, UP_UNI, 3, 7}, pass{1, DOWN_UNI, 2, 0}, pass{1, UP_ANI, 1, 0},
-                          pass{11, UP_UNI, 3, 7}, pass{11, DOWN_UNI, 2, 0},
-                          pass{11, DOWN_ANI, 1, 0}, pass{3, UP_ANI, 2, 0},
-                          pass{5, DOWN_ANI, 3, 7}, pass{6, DOWN_ANI, 3, 7},
-                          pass{5, UP_UNI, 1, 0}, pass{6, DOWN_UNI, 1, 0}}) {
+    for (const pass& p :
+         {pass{1, UP_UNI, 3, 7}, pass{1, DOWN_UNI, 2, 0}, pass{1, UP_ANI, 1, 0},
+          pass{11, UP_UNI, 3, 7}, pass{11, DOWN_UNI, 2, 0}, pass{11, DOWN_ANI, 1, 0},
+          pass{3, UP_ANI, 2, 0}, pass{5, DOWN_ANI, 3, 7}, pass{6, DOWN_ANI, 3, 7},
+          pass{5, UP_UNI, 1, 0}, pass{6, DOWN_UNI, 1, 0}}) {
         create_port(1, p.tp_type);
         result = {};
         EXPECT_EQ(forward(mbpcd_forward, 47, 1, p.fwd_flag), 0);
@@ -505,10 +504,8 @@ TEST_F(Classes, FilterAndMapperReportNullArguments)
     EXPECT_EQ(pbit_filter_handle(&skb, nullptr), -1);
     EXPECT_EQ(vtfd_action_h(1, nullptr, 0xfff), -1);
     EXPECT_EQ(vtfd_action_g(1, nullptr, 0xfff), -1);
-    const std::string filter =
-        "***ERROR***[vtfd_filter_handle][0]: Parameter is NULL: Fail\r";
-    const std::string mapper =
-        "***ERROR***[pbit_filter_handle][0]: Parameter is NULL: Fail\r";
+    const std::string filter = "***ERROR***[vtfd_filter_handle][0]: Parameter is NULL: Fail\r";
+    const std::string mapper = "***ERROR***[pbit_filter_handle][0]: Parameter is NULL: Fail\r";
     EXPECT_THAT(log_lines(),
                 ElementsAre(filter, filter, mapper, mapper,
                             "***ERROR***[vtfd_action_h][0]: Parameter is NULL: Fail\r",
@@ -628,8 +625,7 @@ TEST_F(Classes, BridgesAreListedInListOrder)
     log_lines();
     gpon::host::arm_fault(gpon::host::fault::alloc);
     EXPECT_EQ(get_mbsp_list_inst_id(&count), nullptr);
-    EXPECT_THAT(log_lines(),
-                ElementsAre("***ERROR***[get_mbsp_list_inst_id][0] kzalloc fail\r"));
+    EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[get_mbsp_list_inst_id][0] kzalloc fail\r"));
     u16* ids = get_mbsp_list_inst_id(&count);
     ASSERT_NE(ids, nullptr);
     EXPECT_EQ(count, 3u);

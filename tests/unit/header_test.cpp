@@ -123,7 +123,8 @@ TEST_F(Header, WhatAShortFrameLacksReadsAsZero)
 {
     const bytes whole = frame_with({{0x8100, 0xa00c}});
     for (size_t length = 0; length <= 20; ++length) {
-        const bytes cut(whole.begin(), whole.begin() + static_cast<long>(std::min(length, whole.size())));
+        const bytes cut(whole.begin(),
+                        whole.begin() + static_cast<long>(std::min(length, whole.size())));
         const sk_buff skb = packet(cut);
         gpon_pkt_info info;
         EXPECT_EQ(gpon_pkt_form_info(&skb, &info), 0);
@@ -193,10 +194,10 @@ TEST_F(Header, NullArgumentsAreReportedUnderEachName)
         return "***ERROR***[" + name + "][0] end, Parameter is NULL: Fail";
     };
     EXPECT_THAT(log_lines(),
-                testing::ElementsAre(
-                    line("gpon_pkt_get_vlan_tag_num"), line("gpon_pkt_get_vlan_tag_num"),
-                    line("gpon_pkt_form_info"), line("gpon_pkt_get_outer_vlan_tci"),
-                    line("gpon_pkt_get_pbit"), line("gpon_pkt_get_dscp")));
+                testing::ElementsAre(line("gpon_pkt_get_vlan_tag_num"),
+                                     line("gpon_pkt_get_vlan_tag_num"), line("gpon_pkt_form_info"),
+                                     line("gpon_pkt_get_outer_vlan_tci"), line("gpon_pkt_get_pbit"),
+                                     line("gpon_pkt_get_dscp")));
 }
 
 TEST_F(Header, EntryLinesAreTraces)

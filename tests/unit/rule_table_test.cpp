@@ -272,11 +272,11 @@ TEST_F(RuleTable, AFailedGrowthLeavesTheOldTableWhole)
     gpon::host::arm_fault(gpon::host::fault::alloc);
     u32 number = 1u << 24;
     EXPECT_EQ(add(free_key(number)), -1);
-    EXPECT_THAT(log_lines(),
-                testing::ElementsAre(
-                    "***ERROR***[gpon_hash_inflate_table][0] end, kzalloc Fail",
-                    "***ERROR***[gpon_hash_expand_table][0] gpon_hash_inflate_table Fail",
-                    "***ERROR***[gpon_hash_add_node][0] gpon_hash_expand_table Fail"));
+    EXPECT_THAT(
+        log_lines(),
+        testing::ElementsAre("***ERROR***[gpon_hash_inflate_table][0] end, kzalloc Fail",
+                             "***ERROR***[gpon_hash_expand_table][0] gpon_hash_inflate_table Fail",
+                             "***ERROR***[gpon_hash_add_node][0] gpon_hash_expand_table Fail"));
     EXPECT_EQ(table().table_size, before.table_size);
     EXPECT_EQ(table().total_num, before.total_num);
     EXPECT_EQ(table().threshold, before.threshold);
@@ -299,8 +299,8 @@ TEST_F(RuleTable, EveryFailedAllocationOfAnAddLosesThatRuleAlone)
         EXPECT_TRUE(gpon::host::fault_fired(gpon::host::fault::alloc));
         EXPECT_EQ(table().total_num, 1u);
         EXPECT_EQ(table().buckets[bucket_of(k)].hash_val, gpon_hash_calc_key(k.data(), 16));
-        EXPECT_THAT(log_lines(), testing::ElementsAre(
-                                     "***ERROR***[gpon_hash_add_node][0] end, kzalloc fail"));
+        EXPECT_THAT(log_lines(),
+                    testing::ElementsAre("***ERROR***[gpon_hash_add_node][0] end, kzalloc fail"));
     }
     gpon::host::disarm_faults();
     EXPECT_EQ(add(k), 0);

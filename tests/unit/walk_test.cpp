@@ -77,9 +77,8 @@ TEST_F(Walk, AWalkThatIsDoneTakesNoFurtherStep)
     result.ret_val = FLOW_PKT_FORWARD_DONE;
     gponDebugLevel = 4;
     EXPECT_EQ(step(45, 1, UP_ANI), 0);
-    EXPECT_THAT(log_lines(),
-                Contains("***TRACE***[gpon_pkt_general_forward][0] "
-                         "end,classId=45,instId=0x1,FLOW_PKT_FORWARD_DONE"));
+    EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_pkt_general_forward][0] "
+                                      "end,classId=45,instId=0x1,FLOW_PKT_FORWARD_DONE"));
     EXPECT_EQ(result.trace.step[0].classId, 0);
 }
 

@@ -48,7 +48,8 @@ struct frame_story {
 
     explicit frame_story(const std::string& log)
     {
-        static const std::regex port(R"(\[mbpcd_forward\] \[\d+\]: enter, classId=47,instId=(\d+))");
+        static const std::regex port(
+            R"(\[mbpcd_forward\] \[\d+\]: enter, classId=47,instId=(\d+))");
         for (std::sregex_iterator it(log.begin(), log.end(), port), end; it != end; ++it)
             ports.push_back(static_cast<uint16_t>(std::stoul((*it)[1])));
         quick = log.find("Rule already exist!") != std::string::npos;
@@ -79,8 +80,8 @@ private:
         if (!std::regex_match(line.begin(), line.end(), found, complaint))
             return;
         const std::string name = found[1].str();
-        for (const char* reporter : {"gpon_pkt_general_", "gpon_pkt_upstream_", "gpon_pkt_next_",
-                                     "gpon_pkt_downstream_"})
+        for (const char* reporter :
+             {"gpon_pkt_general_", "gpon_pkt_upstream_", "gpon_pkt_next_", "gpon_pkt_downstream_"})
             if (name.find(reporter) != std::string::npos)
                 return;
         last_complaint = name + " " + found[2].str();
@@ -154,8 +155,8 @@ private:
         if (answer && answer->api_result == 0)
             ++direction.destinations[destination(options, *answer, story)];
         else
-            ++direction.drops[story.last_complaint.empty() ? "no reason given"
-                                                           : story.last_complaint];
+            ++direction
+                  .drops[story.last_complaint.empty() ? "no reason given" : story.last_complaint];
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,

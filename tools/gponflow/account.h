@@ -18,9 +18,9 @@ namespace gponflow {
 /// What became of the frames of one direction.
 struct direction_account {
     uint64_t frames = 0;
-    uint64_t quick = 0;                            ///< replayed a rule
-    std::map<std::string, uint64_t> destinations;  ///< GEM port and bridge, frames
-    std::map<std::string, uint64_t> drops;         ///< last message of the walk, frames
+    uint64_t quick = 0;                           ///< replayed a rule
+    std::map<std::string, uint64_t> destinations; ///< GEM port and bridge, frames
+    std::map<std::string, uint64_t> drops;        ///< last message of the walk, frames
 };
 
 /// By kind of hook call: 0 to 3.
