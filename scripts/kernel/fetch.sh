@@ -12,7 +12,7 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 . scripts/kernel/common.sh
 
 apt_dir=$GPON_KERNEL_DIR/apt
-guest_programs=(busybox-static iproute2)
+guest_programs=(busybox-static iproute2 ethtool ppp pppoe)
 
 # What the command line tool is built against for a guest, and runs with there.
 guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)

@@ -21,7 +21,8 @@ farm=${GPON_MODULES:-$(module_farm "$arch")}
 readelf=$(cross_prefix "$arch")readelf
 
 # Kernel modules of the distribution that tests load by name.
-stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe)
+stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe
+    ppp_async)
 
 tree=$(mktemp -d)
 chmod 0755 "$tree"
@@ -51,13 +52,23 @@ put_loader() {
     [ -z "$loader" ] || [ -e "$tree/$loader" ] || put "$root/$loader" "$loader"
 }
 
+put_with_libraries() {
+    put "$1" "$2"
+    put_loader "$1"
+    put_libraries "$1"
+}
+
 put_programs() {
     local program
     put "$root/bin/busybox" bin/busybox
-    for program in bin/ip sbin/tc sbin/bridge; do
-        put "$root/$program" "sbin/${program##*/}"
-        put_loader "$root/$program"
-        put_libraries "$root/$program"
+    for program in bin/ip sbin/tc sbin/bridge sbin/ethtool; do
+        put_with_libraries "$root/$program" "sbin/${program##*/}"
+    done
+    for program in pppd pppoe pppoe-server; do
+        put_with_libraries "$root/usr/sbin/$program" "usr/sbin/$program"
+    done
+    for program in "$root"/usr/lib/pppd/*/pppoe.so; do
+        put_with_libraries "$program" "${program#"$root"/}"
     done
 }
 
@@ -102,11 +113,9 @@ put_further_files() {
     local word
     for word in "$@"; do
         case $word in
-        *=*) put "${word%%=*}" "${word#*=/}" ;;
-        *) put "$word" "bin/${word##*/}" ;;
+        *=*) put_with_libraries "${word%%=*}" "${word#*=/}" ;;
+        *) put_with_libraries "$word" "bin/${word##*/}" ;;
         esac
-        put_loader "${word%%=*}"
-        put_libraries "${word%%=*}"
     done
 }
 
