@@ -151,6 +151,36 @@ TEST_F(RuleTable, FortyNinthRuleDoublesTheTableBeforeItIsStored)
     EXPECT_LE(table().total_num, 49u);
 }
 
+TEST_F(RuleTable, RulesThatCollideInTheLargerTableAreDropped)
+{
+    fill(47);
+    u32 number = 1u << 22;
+    const key first = free_key(number);
+    ASSERT_EQ(add(first, 5), 0);
+    // No add makes a chain of two, so the second rule is put before the first by hand.
+    key second = key_of(++number);
+    while ((gpon_hash_calc_key(second.data(), 16) & 127) !=
+           (gpon_hash_calc_key(first.data(), 16) & 127))
+        second = key_of(++number);
+    auto* rule = static_cast<gpon_flow_rule*>(kzalloc(sizeof(gpon_flow_rule), GFP_ATOMIC));
+    rule->key = static_cast<u8*>(kzalloc(16, GFP_ATOMIC));
+    rule->trace = static_cast<gpon_rule_trace*>(kzalloc(sizeof(gpon_rule_trace), GFP_ATOMIC));
+    std::memcpy(rule->key, second.data(), 16);
+    rule->key_len = 16;
+    *rule->trace = trace_of(6);
+    gpon_hash_bucket& bucket = table().buckets[bucket_of(first)];
+    rule->link = {bucket.first, &bucket.first};
+    bucket.first->pprev = &rule->link.next;
+    bucket.first = &rule->link;
+    ++bucket.node_num;
+    ++table().total_num;
+
+    EXPECT_EQ(add(free_key(number)), 0);
+    EXPECT_EQ(table().table_size, 128u);
+    EXPECT_EQ(find(second), 6) << "the head of the old chain comes first";
+    EXPECT_FALSE(find(first));
+}
+
 TEST_F(RuleTable, GrowsToAThousandTwentyFourBucketsAndNoFurther)
 {
     const std::map<u32, u32> threshold = {{64, 48}, {128, 96}, {256, 192}, {512, 384}, {1024, 768}};
