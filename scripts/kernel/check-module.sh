@@ -34,7 +34,8 @@ complain() {
 check_text() {
     local stripped=$module.stripped bytes
     "${prefix}strip" --strip-debug -o "$stripped" "$module"
-    bytes=$("${prefix}size" -A "$stripped" | awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n}')
+    bytes=$("${prefix}size" -A "$stripped" |
+        awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n}')
     rm -f "$stripped"
     echo "$arch: $bytes bytes of text"
     if [ "$arch" = arm64 ] && [ "$bytes" -gt "$text_limit" ]; then

@@ -4,8 +4,8 @@
 # usage: fetch.sh [--again] ARCH...
 #
 # Gets Debian's newest kernel image, its headers and the user space of the test guests for arm64
-# or x86_64, once. Packages are downloaded and unpacked below build/kernel, none is installed: apt works
-# on lists of its own there, so this needs no root and leaves the machine as it is.
+# or x86_64, once. Packages are downloaded and unpacked below build/kernel, none is installed: apt
+# works on lists of its own there, so this needs no root and leaves the machine as it is.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh

@@ -3,6 +3,7 @@
 #
 # Somebody holds a door open while the module goes: an open device keeps the module, an open proc
 # file does not and is dead afterwards.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 load_both

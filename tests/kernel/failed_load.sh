@@ -3,6 +3,7 @@
 #
 # A kernel service that fails during load: the load is refused or goes on as it must, nothing of a
 # refused one stays behind, and the next load works.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 # FUNCTION ANSWER: status of a load with that function failing once.
@@ -21,7 +22,7 @@ nothing_stands() {
     [ ! -e /proc/gpon_flow ] || fail "the proc directory outlives a failed load"
 }
 
-load_softonu
+load_softonu unis=2
 for function in proc_mkdir proc_create_data; do
     load_with_fault $function 0
     expect "load with $function failing" 1 "$status"

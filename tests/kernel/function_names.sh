@@ -2,6 +2,7 @@
 # shellcheck shell=dash
 #
 # The module's functions have their own names in the kernel's symbol table and can be traced.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 load_both

@@ -2,6 +2,7 @@
 # shellcheck shell=dash
 #
 # Calls of the device that no OMCI stack makes, each answered with the one right error.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 load_both

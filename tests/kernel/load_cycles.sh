@@ -3,6 +3,7 @@
 #
 # Fifty times in and out: each load brings the device and the proc entry, each unload takes them
 # away, and nothing of one life shows in the next.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 doors_are() {
@@ -10,7 +11,7 @@ doors_are() {
     find /proc/gpon_flow -name debug 2>/dev/null | wc -l
 }
 
-load_softonu
+load_softonu unis=2
 cycle=0
 while [ $cycle -lt 50 ]; do
     load_gpon_flow

@@ -2,6 +2,7 @@
 # shellcheck shell=dash
 #
 # Commands, operators and packets at the same time on two processors, and then an unload.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 load_both

@@ -3,6 +3,7 @@
 #
 # Who may use the doors: the device is root's, everybody may read the proc entry, only root may
 # write it.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 as_nobody() {

@@ -4,6 +4,7 @@
 # The scenario suite against the module in this kernel: each transcript is the one of the process
 # build, less the platform calls that only the inside of a process sees. A scenario that needs a
 # service to fail or time to jump is left to the process build, and counted.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 export GPON_FLOW_MODULE=/modules/gpon_flow.ko
@@ -30,7 +31,7 @@ show_failure() {
     diff -U 3 /tmp/wanted /tmp/got | head -n 30
 }
 
-load_softonu
+load_softonu unis=2
 cd /tree || fail "there are no scenarios"
 same=0
 differ=0

@@ -3,6 +3,7 @@
 #
 # A look at the module at work, for somebody who has never seen it: an ONU on a stock kernel, one
 # ping, and what the module knows afterwards.
+# shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 say() {

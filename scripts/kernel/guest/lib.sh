@@ -33,6 +33,7 @@ expect() {
     [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
 }
 
+# With module parameters.
 load_softonu() {
     insmod /modules/gpon_softonu.ko "$@" || fail "gpon_softonu.ko does not load"
 }
@@ -45,7 +46,7 @@ load_gpon_flow() {
 }
 
 load_both() {
-    load_softonu "$@"
+    load_softonu unis=2
     load_gpon_flow
 }
 

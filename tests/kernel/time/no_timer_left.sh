@@ -3,9 +3,10 @@
 #
 # Nothing of the module runs after it is gone: the aging period passes after a load that failed,
 # and after an unload, and the machine goes on.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-load_softonu
+load_softonu unis=2
 insmod /modules/gpon_fault.ko function=proc_create_data answer=0
 load_module /modules/gpon_flow.ko && fail "the load does not fail"
 rmmod gpon_fault

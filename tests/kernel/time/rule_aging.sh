@@ -4,6 +4,7 @@
 # The aging timer of the kernel itself: a rule that is not used again outlives the first period,
 # which takes its mark, and goes in the second. A period is 30000 jiffies, 120 s in this kernel.
 # The guest's clock runs ahead while nobody has anything to do.
+# shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 rules() {
