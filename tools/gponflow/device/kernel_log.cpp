@@ -64,13 +64,13 @@ kernel_log::kernel_log() : log_(open("/dev/kmsg", O_RDWR | O_NONBLOCK | O_CLOEXE
         throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
     // The marks that end a command's lines must not be held back.
     std::ifstream(rate_limit_file) >> rate_limit_;
-    std::ofstream(rate_limit_file) << "on";
+    std::ofstream(rate_limit_file) << "on\n";
 }
 
 kernel_log::~kernel_log()
 {
     if (!rate_limit_.empty())
-        std::ofstream(rate_limit_file) << rate_limit_;
+        std::ofstream(rate_limit_file) << rate_limit_ << '\n';
 }
 
 // A line of our own also ends a line that the module left open, which is not to be read before.
