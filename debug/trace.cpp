@@ -11,7 +11,7 @@ constexpr i32 BYTES_A_LINE = 16;
 bool has_mac(const gpon::frame& f, u32 at, const u8 (&mac)[6])
 {
     u8 found[6];
-    f.copy(found, at, sizeof(found));
+    f.copy(found, at);
     return gpon::same_bytes(found, mac, sizeof(found));
 }
 

@@ -9,6 +9,7 @@ using gpon::bh_lock;
 i32 gpon_hash_init(void)
 {
     spin_lock_init(&gpon_hash_lock);
+    gpon::choose_crc32();
     // Before anything can fail: exit stops the timer whether or not it was ever armed.
     timer_setup(&gpon_hash_timer, gpon_hash_aging_timer_func, 0);
     {

@@ -17,9 +17,26 @@ namespace {
 hlist_node* const POISON_NEXT = reinterpret_cast<hlist_node*>(0x100);
 hlist_node** const POISON_PPREV = reinterpret_cast<hlist_node**>(0x122);
 
+// Keys are a whole number of 32-bit words but for hand-made ones; a library call would cost more
+// than the comparison.
+bool same_key(const u8* a, const u8* b, u32 bytes)
+{
+    u32 at = 0;
+    for (; bytes - at >= sizeof(u64); at += sizeof(u64))
+        if (gpon::load_unaligned<u64>(a + at) != gpon::load_unaligned<u64>(b + at))
+            return false;
+    for (; bytes - at >= sizeof(u32); at += sizeof(u32))
+        if (gpon::load_unaligned<u32>(a + at) != gpon::load_unaligned<u32>(b + at))
+            return false;
+    for (; at < bytes; ++at)
+        if (a[at] != b[at])
+            return false;
+    return true;
+}
+
 bool has_key(const gpon_flow_rule& rule, const u8* key, u16 key_len)
 {
-    return rule.key_len == key_len && gpon::same_bytes(rule.key, key, key_len);
+    return rule.key_len == key_len && same_key(rule.key, key, key_len);
 }
 
 void free_rule(gpon_flow_rule* rule)
@@ -206,7 +223,9 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
         if (!rule)
             return -1;
         *out = *rule->trace;
-        rule->hit = 1;
+        // Not written when it is set: CPUs that use the same rule would pass its line to and fro.
+        if (rule->hit == 0)
+            rule->hit = 1;
     }
     log_trace("[%s][%d] end, get rule success\n");
     return 0;

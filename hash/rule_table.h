@@ -107,6 +107,10 @@ inline gpon_flow_rule* rule_of(hlist_node* node)
                                              offsetof(gpon_flow_rule, link));
 }
 
+/* Picks the way to compute a key's CRC-32 that this CPU is fastest at. Once, before the first key;
+ * process context. */
+void choose_crc32();
+
 /* Unlinks and frees one rule of a bucket of the table. */
 void delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)
     GPON_REQUIRES(gpon_hash_lock);

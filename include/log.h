@@ -95,7 +95,9 @@ extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-template <typename... Args> inline void emit(u32 level_word, log_text<Args...> text, Args... args)
+// Always inline: out of line, each combination of arguments keeps a frame of its own in the walk.
+template <typename... Args>
+[[gnu::always_inline]] inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
     if (text.located)
         gpon_log(level_word, text.text, text.function, text.line, args...);

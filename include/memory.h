@@ -22,7 +22,12 @@ public:
     }
     owned(const owned&) = delete;
     owned& operator=(const owned&) = delete;
-    ~owned() { kfree(block_); }
+    // Most owners have handed their block on: no call for these.
+    ~owned()
+    {
+        if (block_)
+            kfree(block_);
+    }
 
     explicit operator bool() const { return block_ != nullptr; }
     T* get() const { return block_; }

@@ -6,6 +6,7 @@
 #include "types.h"
 
 struct sk_buff;
+struct gpon_me_inst;
 
 /* Walk direction, one bit a walk; a next-class row carries the set in which it is followed. */
 enum fwd_flag : u16 {
@@ -56,6 +57,10 @@ struct gpon_walk_result {
     u8 recurse_num;
     gpon_rule_trace trace; /* indexed by depth */
     i32 ret_val;           /* fwd_status, 0 = none yet */
+    /* The bridge port and the filter found last. A bridge's ports are tried in list order: the next
+     * search starts there. Good for the walk's own RCU read section. */
+    const gpon_me_inst* last_port = nullptr;
+    const gpon_me_inst* last_filter = nullptr;
 };
 
 /* Header summary of a frame. */
@@ -81,6 +86,7 @@ struct op_info {
     u16 inst_id;         /* current instance */
     u16 related_inst_id; /* filter, operation or mapper concerned */
     u16 fwd_flag;
+    const gpon_me_inst** last_filter = nullptr; /* the walk's, or null */
 };
 
 #endif

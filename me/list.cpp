@@ -49,7 +49,31 @@ i32 replace_raw(gpon_me_inst* old, const void* raw, i32 raw_size)
     return 0;
 }
 
+void raw_to(const gpon_me_inst* inst, void* out, size_t length)
+{
+    if (inst)
+        gpon::copy_from_shared(out, inst->raw, length);
+}
+
+void related_data_to(const gpon_me_inst* inst, void* out, size_t length)
+{
+    if (inst)
+        gpon::copy_bytes(out, inst->related, length);
+}
+
 } // namespace
+
+void gpon::copy_raw(const gpon_me_inst* inst, void* out, size_t length)
+{
+    log_trace_from({"gpon_flow_list_get_raw", __LINE__}, "[%s][%d]: Enter\n");
+    raw_to(inst, out, length);
+}
+
+void gpon::copy_related_data(const gpon_me_inst* inst, void* out, size_t length)
+{
+    log_trace_from({"gpon_flow_list_get_related_data", __LINE__}, "[%s][%d]: Enter\n");
+    related_data_to(inst, out, length);
+}
 
 void gpon::append(list_head* head, gpon_me_inst* inst)
 {
@@ -138,8 +162,7 @@ i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out, i32 le
         log_warning("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
-    if (const gpon_me_inst* inst = gpon::find_inst(head, inst_id))
-        gpon::copy_from_shared(out, inst->raw, static_cast<size_t>(length));
+    raw_to(gpon::find_inst(head, inst_id), out, static_cast<size_t>(length));
     return 0;
 }
 
@@ -150,8 +173,7 @@ i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* ou
         log_warning("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
-    if (const gpon_me_inst* inst = gpon::find_inst(head, inst_id))
-        gpon::copy_bytes(out, inst->related, static_cast<size_t>(length));
+    related_data_to(gpon::find_inst(head, inst_id), out, static_cast<size_t>(length));
     return 0;
 }
 

@@ -75,6 +75,30 @@ inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id)
     return find_if(head, [=](const gpon_me_inst* inst) { return inst->inst_id == inst_id; });
 }
 
+/* find_inst for who goes through a list in order: the instance behind the one found last is tried
+ * first, then the list from its start; ids are unique, so that both find the same. last is null or
+ * an instance that was found in the same RCU read section, and becomes the one found now. */
+inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id, const gpon_me_inst*& last)
+{
+    check_reader();
+    if (last) {
+        list_head* next = subscribe(last->link.next);
+        if (next != head && inst_of(next)->inst_id == inst_id) {
+            last = inst_of(next);
+            return inst_of(next);
+        }
+    }
+    gpon_me_inst* found = find_inst(head, inst_id);
+    if (found)
+        last = found;
+    return found;
+}
+
+/* What gpon_flow_list_get_raw and gpon_flow_list_get_related_data do, messages included, for an
+ * instance that the caller has found already; null copies nothing. Packet path under RCU. */
+void copy_raw(const gpon_me_inst* inst, void* out, size_t length);
+void copy_related_data(const gpon_me_inst* inst, void* out, size_t length);
+
 /* Control path: puts a finished instance at the tail; swaps a node for a copy of it, which shares
  * everything the node owns, and frees the node after the readers. */
 void append(list_head* head, gpon_me_inst* inst);

@@ -29,8 +29,11 @@ namespace gpon {
 /* An entry is one word, read and written whole. */
 inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry)
 {
-    return __builtin_bit_cast(gpon_me_related_id,
-                              load_relaxed(*reinterpret_cast<const u32*>(&entry)));
+    const u32 word = load_relaxed(*reinterpret_cast<const u32*>(&entry));
+    // Field by field: as a whole, the compiler carries the padding along.
+    const u8* bytes = reinterpret_cast<const u8*>(&word);
+    return {.instExist = bytes[offsetof(gpon_me_related_id, instExist)],
+            .instId = load_unaligned<u16>(bytes + offsetof(gpon_me_related_id, instId))};
 }
 
 inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value)

@@ -13,21 +13,39 @@ using gpon::load_related_id;
 
 enum class row_result { passed_over, answered };
 
-// A row's part of the forward query.
+// The position behind the used entry with that id, -1 when there is none.
+i32 position_behind(const gpon_me_related_info& row, u16 inst_id)
+{
+    const gpon_me_related_id* const ids = row.related_ids;
+    const i32 count = row.related_inst_num;
+    for (i32 i = 0; i < count; ++i) {
+        const gpon_me_related_id entry = load_related_id(ids[i]);
+        if (entry.instExist == 0)
+            return -1;
+        if (entry.instId == inst_id)
+            return i + 1;
+    }
+    return -1;
+}
+
+// A row's part of the forward query. The walk asks it for each port of a bridge, and each time it
+// passes all that were answered before: what is done for an entry has to be little.
 row_result next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
 {
-    for (i32 i = 0; i < row.related_inst_num; ++i) {
-        const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
-        if (entry.instExist == 0)
-            break;
-        if (related_id->instExist == 0) {
-            *related_id = entry;
-            return row_result::answered;
-        }
-        if (entry.instId == related_id->instId)
-            related_id->instExist = 0;
+    i32 next = 0;
+    if (related_id->instExist != 0) {
+        next = position_behind(row, related_id->instId);
+        if (next < 0)
+            return row_result::passed_over;
+        related_id->instExist = 0;
     }
-    return row_result::passed_over;
+    if (next >= row.related_inst_num)
+        return row_result::passed_over;
+    const gpon_me_related_id entry = load_related_id(row.related_ids[next]);
+    if (entry.instExist == 0)
+        return row_result::passed_over;
+    *related_id = entry;
+    return row_result::answered;
 }
 
 void trace_query(const sk_buff* skb, const gpon_me_relation_query* query,
@@ -138,6 +156,23 @@ i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info
     return 0;
 }
 
+gpon_me_related_id gpon::first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                          u16 related_class_id)
+{
+    const log_site site = {"gpon_flow_list_get_related_id", __LINE__};
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    for (const gpon_me_related_info* row = related; row->related_class_id != 0; ++row) {
+        if (row->related_class_id != related_class_id || row->related_inst_num <= 0)
+            continue;
+        const gpon_me_related_id first = load_related_id(row->related_ids[0]);
+        if (first.instExist == 0)
+            continue;
+        log_packet_from(site, skb, LOG_TRACE, "[%s] [%d]: i=%d\n", static_cast<i32>(row - related));
+        return first;
+    }
+    return {};
+}
+
 i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
 {
     if (!is_complete(skb, query))
@@ -204,11 +239,12 @@ bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_relat
     const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
     if (row->related_class_id == 0)
         return false;
+    const u16 answer = query.related_id->instId;
     for (i32 i = 0; i < row->related_inst_num; ++i) {
         const gpon_me_related_id seen = load_related_id(row->related_ids[i]);
         if (seen.instExist == 0)
             return false;
-        if (seen.instId == query.related_id->instId)
+        if (seen.instId == answer)
             return true;
         if (seen.instId == previous.instId)
             return false;

@@ -29,6 +29,12 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
 
 namespace gpon {
 
+/* The first recorded instance of a class; instExist tells whether there is one. What
+ * gpon_flow_list_get_related_id answers to a query that starts, for a table that is not null; the
+ * steps of a replay ask little else. */
+gpon_me_related_id first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                    u16 related_class_id);
+
 /* True when an answer was tried before: it is the previous one, or the forward query's array has
  * it no later than the previous one, since the same id was recorded twice. Following it would go
  * round for ever. Prints nothing. */

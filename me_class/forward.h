@@ -46,20 +46,20 @@ public:
     explicit operator bool() const { return static_cast<bool>(table_); }
 
     /* False: there is no such instance. */
-    bool read(u16 inst_id)
+    bool read(u16 inst_id) { return read(find_inst(info_->head, inst_id)); }
+
+    /* The same of an instance that was found already, or was not. */
+    bool read(const gpon_me_inst* inst)
     {
-        gpon_flow_list_get_related_data(info_->head, inst_id, table_.get(),
-                                        info_->related_info_size);
-        return find_inst(info_->head, inst_id) != nullptr;
+        copy_related_data(inst, table_.get(), static_cast<size_t>(info_->related_info_size));
+        return inst != nullptr;
     }
 
     /* The first recorded instance of a class; instExist tells whether there is one. */
     gpon_me_related_id first(const sk_buff* skb, u16 class_id) const
     {
-        gpon_me_related_id id = {};
-        gpon_flow_list_get_related_id(
-            skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()), class_id, &id);
-        return id;
+        return first_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()),
+                                class_id);
     }
 
 private:
@@ -73,10 +73,13 @@ public:
     explicit operator bool() const { return static_cast<bool>(raw_); }
 
     /* False: there is no such instance. */
-    bool read(const list_head& list, u16 inst_id)
+    bool read(const list_head& list, u16 inst_id) { return read(find_inst(&list, inst_id)); }
+
+    /* The same of an instance that was found already, or was not. */
+    bool read(const gpon_me_inst* inst)
     {
-        gpon_flow_list_get_raw(&list, inst_id, raw_.get(), sizeof(Raw));
-        return find_inst(&list, inst_id) != nullptr;
+        copy_raw(inst, raw_.get(), sizeof(Raw));
+        return inst != nullptr;
     }
 
     const Raw* operator->() const { return raw_.get(); }

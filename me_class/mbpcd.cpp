@@ -94,11 +94,11 @@ constinit const gpon_me_fwd_op mbpcdFwdOp = {NEXT, mbpcd_forward};
 namespace {
 
 // The record is read anew: a set may have moved the port since the caller's copy was taken.
-side mbpcd_parse_onu_side(u16 inst_id)
+side mbpcd_parse_onu_side(const gpon_me_inst* inst)
 {
     log_trace("[%s][%d]: Enter\n");
     gpon_raw_mbpcd me = {};
-    gpon_flow_list_get_raw(&gpon_mbpcd_list, inst_id, &me, sizeof(me));
+    gpon::copy_raw(inst, &me, sizeof(me));
     switch (me.tpType) {
     case TP_PPTP:
     case TP_VEIP:
@@ -174,20 +174,21 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
         return -1;
     gpon::raw_record<gpon_raw_mbpcd> me;
     gpon::related_table related(mbpcdListInfo);
-    if (!me || !related || !me.read(gpon_mbpcd_list, fwd_info->instId))
+    if (!me || !related)
         return -1;
-    if (!related.read(fwd_info->instId)) {
-        result->ret_val = FLOW_PKT_NOT_FORWARD;
-        return 0;
-    }
+    const gpon_me_inst* inst =
+        gpon::find_inst_after(&gpon_mbpcd_list, fwd_info->instId, result->last_port);
+    if (!me.read(inst))
+        return -1;
+    related.read(inst);
     const gpon_me_related_id filter = related.first(skb, 84);
     bridge_port port = {skb,
                         result,
-                        {fwd_info->instId, 0, fwd_info->fwd_flag},
+                        {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},
                         filter,
                         gpon::vlan_operations::of(skb, related),
                         me->bridgeID};
     packet_trace(skb, "[%s] [%d]: enter, classId=%d,instId=%d\r\n", fwd_info->classId,
                  fwd_info->instId);
-    return port.pass(mbpcd_parse_onu_side(fwd_info->instId));
+    return port.pass(mbpcd_parse_onu_side(inst));
 }

@@ -137,6 +137,13 @@ bool is_listed(u16 tci, const gpon_raw_vtfd* me, u16 mask)
     return false;
 }
 
+const gpon_me_inst* find_filter(const op_info* op)
+{
+    const gpon_me_inst* none = nullptr;
+    return gpon::find_inst_after(&gpon_vtfd_list, op->related_inst_id,
+                                 op->last_filter ? *op->last_filter : none);
+}
+
 i32 vtfd_handle(const sk_buff* skb, const gpon_raw_vtfd* me)
 {
     log_trace("[%s][%d]: enter\n");
@@ -231,7 +238,7 @@ i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
         return -1;
     }
     gpon::raw_record<gpon_raw_vtfd> me;
-    if (!me || !me.read(gpon_vtfd_list, op->related_inst_id))
+    if (!me || !me.read(find_filter(op)))
         return -1;
     if (!(op->fwd_flag & (UP_ANI | DOWN_ANI))) {
         packet_error(skb, "[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);

@@ -71,28 +71,35 @@ i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, log_site site)
     }
 }
 
+// The header is read once for a call: the summary serves the result, the look-up and the learning.
+i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_info* info,
+                      log_site site)
+{
+    log_trace_from(site, "[%s][%d]: Enter\n");
+    if (!skb) {
+        log_error_from(site, "[%s][%d] end, Parameter is NULL: Fail\n");
+        return -1;
+    }
+    *result = {};
+    if (gpon_pkt_form_info(skb, info) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, form SKB Info: Fail\n");
+        return -1;
+    }
+    result->port_word = info->port_word;
+    result->mark_word = info->mark_word;
+    gpon::copy_bytes(result->tpid, info->tpid, sizeof(result->tpid));
+    gpon::copy_bytes(result->tci, info->tci, sizeof(result->tci));
+    result->tag_num = info->tag_num;
+    result->ret_val = FLOW_PKT_NOT_FORWARD;
+    return 0;
+}
+
 } // namespace
 
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
 {
-    log_trace("[%s][%d]: Enter\n");
-    if (!skb) {
-        log_error("[%s][%d] end, Parameter is NULL: Fail\n");
-        return -1;
-    }
-    *result = {};
     gpon_pkt_info info;
-    if (gpon_pkt_form_info(skb, &info) != 0) {
-        packet_error(skb, "[%s][%d] end, form SKB Info: Fail\n");
-        return -1;
-    }
-    result->port_word = info.port_word;
-    result->mark_word = info.mark_word;
-    gpon::copy_bytes(result->tpid, info.tpid, sizeof(result->tpid));
-    gpon::copy_bytes(result->tci, info.tci, sizeof(result->tci));
-    result->tag_num = info.tag_num;
-    result->ret_val = FLOW_PKT_NOT_FORWARD;
-    return 0;
+    return init_from_summary(skb, result, &info, log_site::here());
 }
 
 i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
@@ -167,11 +174,12 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     }
     const gpon::rcu_reader reader;
     gpon_walk_result result;
-    if (gpon_pkt_init_fwd_info(skb, &result) != 0) {
+    gpon_pkt_info info;
+    if (init_from_summary(skb, &result, &info, {"gpon_pkt_init_fwd_info", __LINE__}) != 0) {
         packet_error(skb, "%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
         return -1;
     }
-    if (gpon_rule_lookup_trace(skb, fwd_flag, &result.trace) == 0) {
+    if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0) {
         gpon_fwd_info step = {0, 0, fwd_flag};
         gpon_pkt_quick_forward(skb, &step, &result);
         packet_trace(skb, "[%s][%d]: Rule already exist!\n");
@@ -179,7 +187,7 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     }
     if (walk(skb, fwd_flag, &result, log_site::here()) != 0)
         return -1;
-    if (gpon_rule_generate_trace(skb, fwd_flag, &result) != 0) {
+    if (gpon::learn_rule(info, fwd_flag, result.trace) != 0) {
         packet_error(skb, "%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;
     }

@@ -38,7 +38,21 @@ i32 pppoe_dscp(const frame& f, u32 type_at)
     }
 }
 
+u8 tag_count(const frame& f)
+{
+    u8 tags = 0;
+    for (u32 at = gpon::TYPE_OFFSET; gpon::is_tpid(f.be16(at)); at += gpon::TAG_BYTES)
+        ++tags;
+    return tags;
+}
+
 } // namespace
+
+void gpon::trace_form_info()
+{
+    log_trace_from({"gpon_pkt_form_info", __LINE__}, "[%s][%d]: Enter\n");
+    log_trace_from({"gpon_pkt_get_vlan_tag_num", __LINE__}, "[%s][%d]: Enter\n");
+}
 
 i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count)
 {
@@ -47,11 +61,7 @@ i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count)
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
-    const frame f = frame::of(skb);
-    u8 tags = 0;
-    for (u32 at = gpon::TYPE_OFFSET; gpon::is_tpid(f.be16(at)); at += gpon::TAG_BYTES)
-        ++tags;
-    *count = tags;
+    *count = tag_count(frame::of(skb));
     return 0;
 }
 
@@ -62,15 +72,12 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
+    log_trace_from({"gpon_pkt_get_vlan_tag_num", __LINE__}, "[%s][%d]: Enter\n");
     *info = {};
-    u8 tags = 0;
-    if (gpon_pkt_get_vlan_tag_num(skb, &tags) != 0) {
-        log_error("[%s][%d] end, get_vlan_tag_num Fail\n");
-        return -1;
-    }
     const frame f = frame::of(skb);
-    f.copy(info->dst_mac, 0, sizeof(info->dst_mac));
-    f.copy(info->src_mac, 6, sizeof(info->src_mac));
+    const u8 tags = tag_count(f);
+    f.copy(info->dst_mac, 0);
+    f.copy(info->src_mac, 6);
     info->port_word = skb_port_word(skb);
     info->tag_num = tags;
     info->mark_word = skb_mark_word(skb);

@@ -8,6 +8,7 @@
 #ifndef GPON_PKT_HEADER_H
 #define GPON_PKT_HEADER_H
 
+#include "../include/atomics.h"
 #include "../include/packet_flow.h"
 #include "../platform/kernel_api.h"
 
@@ -35,6 +36,9 @@ i32 gpon_flow_is_valid_ether_type(u16 type);
 }
 
 namespace gpon {
+
+/* Traces what gpon_pkt_form_info traces, for a caller that has the frame's summary already. */
+void trace_form_info();
 
 constexpr u16 TPID_8021Q = 0x8100;
 constexpr u16 TPID_9100 = 0x9100;
@@ -66,18 +70,29 @@ struct frame {
         return f;
     }
 
+    bool holds(u32 offset, u32 count) const { return count <= length && offset <= length - count; }
+
     u8 at(u32 offset) const { return offset < length ? bytes[offset] : u8{0}; }
 
     /* Two bytes in network order. */
-    u16 be16(u32 offset) const { return static_cast<u16>(at(offset) << 8 | at(offset + 1)); }
+    u16 be16(u32 offset) const
+    {
+        if (holds(offset, sizeof(u16))) [[likely]]
+            return static_cast<u16>(bytes[offset] << 8 | bytes[offset + 1]);
+        return static_cast<u16>(at(offset) << 8);
+    }
 
     /* Two bytes in the order in which the CPU loads them. */
     u16 host16(u32 offset) const { return static_cast<u16>(at(offset) | at(offset + 1) << 8); }
 
-    void copy(void* to, u32 offset, u32 count) const
+    template <size_t count> void copy(u8 (&to)[count], u32 offset) const
     {
+        if (holds(offset, count)) [[likely]] {
+            copy_bytes(to, bytes + offset, count);
+            return;
+        }
         for (u32 i = 0; i < count; ++i)
-            static_cast<u8*>(to)[i] = at(offset + i);
+            to[i] = at(offset + i);
     }
 };
 

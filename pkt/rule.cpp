@@ -130,6 +130,19 @@ i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* tr
     return gpon_rule_get_inst(&info, fwd_flag, trace);
 }
 
+i32 gpon::lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace)
+{
+    trace_form_info();
+    *trace = {};
+    return gpon_rule_get_inst(&info, fwd_flag, trace);
+}
+
+i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace)
+{
+    trace_form_info();
+    return gpon_rule_add_inst(&info, fwd_flag, &trace);
+}
+
 void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
     for (const gpon_trace_step& learnt : result->trace.step) {

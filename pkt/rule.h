@@ -32,4 +32,12 @@ void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_res
 i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
 }
 
+namespace gpon {
+
+/* gpon_rule_lookup_trace and gpon_rule_generate_trace with the summary that the call has made. */
+i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
+i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace);
+
+} // namespace gpon
+
 #endif

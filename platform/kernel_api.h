@@ -25,11 +25,13 @@
     ret name args __asm__("gpon_os_" #name) __attribute__((format(printf, text, first)))
 #define GPON_SEAM_DATA(type, name) extern type name __asm__("gpon_os_" #name)
 
-/* Readers' head of a deferred free; the layout is the kernel's struct rcu_head. */
-struct alignas(sizeof(void*)) rcu_head {
-    rcu_head* next;
-    void (*func)(rcu_head*);
+/* Readers' head of a deferred free, in the kernel's layout and under the kernel's own name, which
+ * is a part of a callback's type where indirect calls are checked. */
+struct alignas(sizeof(void*)) callback_head {
+    callback_head* next;
+    void (*func)(callback_head*);
 };
+using rcu_head = callback_head;
 
 /* Locks and the timer live in the glue: their size differs between kernels and debug options. */
 struct GPON_CAPABILITY("spinlock") spinlock;
@@ -70,7 +72,7 @@ GPON_SEAM_PRINTF(void, panic, (const char* text, ...), 1, 2);
 /* ---- RCU */
 GPON_SEAM(void, rcu_read_lock, (void));
 GPON_SEAM(void, rcu_read_unlock, (void));
-GPON_SEAM(void, call_rcu, (struct rcu_head* head, void (*free_it)(struct rcu_head*)));
+GPON_SEAM(void, call_rcu, (struct callback_head* head, void (*free_it)(struct callback_head*)));
 /* Waits until every callback handed to call_rcu has run. Process context. */
 GPON_SEAM(void, rcu_barrier, (void));
 /* Debug kernels only (GPON_DEBUG_CHECKS): reports a list access outside of a read section by

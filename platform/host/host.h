@@ -20,8 +20,8 @@
 
 /* The platform's packet. Frame bytes belong to the caller and live as long as the call. */
 struct sk_buff {
-    uint32_t flag_word = 0;  // bit 20: trace mark; low bits: log levels
-    uint32_t port_word = 0;  // UNI port number in bits 4 to 7
+    uint32_t flag_word = 0; // bit 20: trace mark; low bits: log levels
+    uint32_t port_word = 0; // UNI port number in bits 4 to 7
     uint32_t mark_word = 0;
     uint16_t gemport_id = 0;
     uint16_t multicast = 0;
@@ -89,5 +89,11 @@ memory_use memory();
 
 /* Waits until every deferred free has run. */
 void rcu_settle();
+
+/* When deferred frees run, beyond what rcu_settle and unload wait for: in the background as soon
+ * as they may (the default), there after a random time of up to so many microseconds, or not at
+ * all. Outlives reset(). */
+enum class grace { prompt, delayed, on_demand };
+void set_grace(grace mode, uint32_t microseconds = 0);
 
 } // namespace gpon::host

@@ -2,12 +2,11 @@
 #include <mutex>
 
 #include "platform/host/context.h"
+#include "platform/host/spin.h"
 #include "platform/kernel_api.h"
 
-// Without the kernel's disabled preemption a thread that spins may wait for one that does not run,
-// so this one sleeps instead.
 struct spinlock {
-    std::mutex inner;
+    gpon::host::spin inner;
 };
 
 struct mutex {

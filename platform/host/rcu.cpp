@@ -3,7 +3,8 @@
  * RCU: read sections and grace periods are liburcu's, the queue of deferred frees is not. liburcu's
  * own call_rcu lets each batch ripen for 10 ms, which rcu_barrier, and with it every unload and
  * reset, would wait for. Here a thread of ours runs what is queued as soon as a grace period is
- * over, and rcu_barrier runs it itself. Lock: batch_lock, held while a batch runs.
+ * over, or some time later where a test asks for it, and rcu_barrier runs it itself. Lock:
+ * batch_lock, held while a batch runs.
  */
 // liburcu and the seam each have a struct of this name; liburcu's is not used.
 #define rcu_head urcu_head
@@ -11,8 +12,11 @@
 #undef rcu_head
 
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <mutex>
+#include <random>
 #include <thread>
 
 #include "platform/host/context.h"
@@ -33,6 +37,9 @@ struct deferred_free {
 constinit std::atomic<deferred_free*> queue = nullptr; // newest first
 constinit std::atomic<uint64_t> outstanding = 0;
 constinit std::mutex batch_lock;
+
+constinit std::atomic<grace> grace_mode = grace::prompt;
+constinit std::atomic<uint32_t> longest_delay = 0; // microseconds
 
 // Ties the end of a read section to the callbacks after it, for the thread sanitizer.
 constinit char readers_done = 0;
@@ -76,9 +83,33 @@ void run_batch()
     }
 }
 
+// A program that waits for signals in its own threads must not be ended by one that came to a
+// thread started while this lives. A thread's own faults stay its own.
+class signals_stay_here {
+public:
+    signals_stay_here()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT})
+            sigdelset(&all, fault);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+    }
+    ~signals_stay_here() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    signals_stay_here(const signals_stay_here&) = delete;
+    signals_stay_here& operator=(const signals_stay_here&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 class worker {
 public:
-    worker() : thread_([this] { work(); }) {}
+    worker()
+    {
+        const signals_stay_here guard;
+        thread_ = std::thread([this] { work(); });
+    }
     ~worker()
     {
         stop_.store(true, std::memory_order_relaxed);
@@ -95,15 +126,25 @@ public:
     }
 
 private:
+    // A reader that holds what was freed too early gets the time to look at it.
+    void ripen()
+    {
+        const uint32_t longest = longest_delay.load(std::memory_order_relaxed);
+        if (grace_mode.load(std::memory_order_relaxed) == grace::delayed && longest)
+            std::this_thread::sleep_for(std::chrono::microseconds(random_() % longest));
+    }
+
     void work()
     {
         for (int heard = 0; !stop_.load(std::memory_order_relaxed);) {
+            ripen();
             run_batch();
             rings_.wait(heard, std::memory_order_acquire);
             heard = rings_.load(std::memory_order_acquire);
         }
     }
 
+    std::minstd_rand random_;
     std::atomic<int> rings_ = 0;
     std::atomic<bool> stop_ = false;
     std::thread thread_; // last: it uses the others
@@ -146,6 +187,12 @@ uint64_t deferred_frees()
     return outstanding.load(std::memory_order_relaxed);
 }
 
+void set_grace(grace mode, uint32_t microseconds)
+{
+    longest_delay.store(microseconds, std::memory_order_relaxed);
+    grace_mode.store(mode, std::memory_order_relaxed);
+}
+
 void rcu_settle()
 {
     rcu_barrier();
@@ -169,13 +216,15 @@ void rcu_read_unlock()
 
 void call_rcu(rcu_head* head, void (*free_it)(rcu_head*))
 {
-    static worker background;
     auto* call = static_cast<deferred_free*>(std::malloc(sizeof(deferred_free)));
     if (!call)
         fatal("no memory for a deferred free");
     call->head = head;
     call->free_it = free_it;
     enqueue(call);
+    if (grace_mode.load(std::memory_order_relaxed) == grace::on_demand)
+        return;
+    static worker background;
     background.wake();
 }
 

@@ -1,0 +1,99 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * Blocks of the module's allocator that wait for the next to ask for their size, as a kernel's
+ * slabs keep them: each thread has its own, and takes and gives them without a lock. What one
+ * thread gives and another takes goes through a depot that all share. A block that was once made
+ * is never given back to the C library.
+ *
+ * Not used under a sanitizer, which wants to see every block come and go.
+ */
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/host/host.h"
+
+namespace gpon::host {
+
+/* What stands in front of every block. */
+struct block {
+    block* next;
+    block* previous;
+    uint64_t bytes;
+    uint64_t mark; // live_mark while it is allocated
+};
+inline constexpr uint64_t live_mark = 0x6b7a616c6c6f6321;
+
+/* Sizes that are kept: multiples of kept_step up to kept_largest bytes. */
+inline constexpr size_t kept_step = 16;
+inline constexpr size_t kept_largest = 1024;
+inline constexpr size_t kept_sizes = kept_largest / kept_step + 1;
+
+/* A count that its own thread changes and any thread reads. */
+class thread_count {
+public:
+    void add(uint64_t amount)
+    {
+        value_.store(value_.load(std::memory_order_relaxed) + amount, std::memory_order_relaxed);
+    }
+    uint64_t value() const { return value_.load(std::memory_order_relaxed); }
+    void clear() { value_.store(0, std::memory_order_relaxed); }
+
+private:
+    std::atomic<uint64_t> value_ = 0;
+};
+
+/* One thread's blocks and counts; a count may be below 0 when others' blocks were freed here. */
+struct magazine {
+    block* kept[kept_sizes] = {}; // linked by next
+    uint32_t kept_count[kept_sizes] = {};
+    thread_count live_blocks, live_bytes, allocations, allocated_bytes;
+    magazine* next = nullptr; // in the list of all
+    bool in_use = false;      // by a running thread
+};
+
+/* The calling thread's. */
+inline constinit thread_local magazine* own_magazine = nullptr;
+magazine& make_own_magazine();
+inline magazine& this_magazine()
+{
+    return own_magazine ? *own_magazine : make_own_magazine();
+}
+
+/* Room for a block and its header, with a mark that is not live_mark; null without memory. */
+block* refill(magazine& from, size_t size);
+inline block* take_kept(magazine& from, size_t bytes)
+{
+    const size_t size = (bytes + kept_step - 1) / kept_step;
+    block* room = from.kept[size];
+    if (!room) [[unlikely]]
+        return refill(from, size);
+    from.kept[size] = room->next;
+    --from.kept_count[size];
+    return room;
+}
+
+/* Blocks of one size that a thread keeps at most; it gives the depot the half of them, and takes
+ * few from there at a time, so that neither happens again at once. */
+inline constexpr uint32_t kept_at_most = 1024;
+inline constexpr uint32_t taken_at_once = 64;
+
+/* Takes back the room of a block whose bytes are still those it was taken with. */
+void give_half_to_depot(magazine& from, size_t size);
+inline void give_kept(magazine& to, block* room)
+{
+    const size_t size = (room->bytes + kept_step - 1) / kept_step;
+    room->next = to.kept[size];
+    to.kept[size] = room;
+    if (++to.kept_count[size] > kept_at_most) [[unlikely]]
+        give_half_to_depot(to, size);
+}
+
+/* For reset and for counting, while no other thread allocates. */
+void free_live_kept();
+memory_use sum_of_magazines();
+void clear_counts();
+
+} // namespace gpon::host
