@@ -76,8 +76,9 @@ void gpon_glue_open_chrdev(void)
 {
 	if (!device || !cdev_add(device, first_device, device_count))
 		return;
-	/* The load stands without its device, as it does when the numbers are taken. */
-	pr_err("gpon_flow: character device %u cannot be added\n", MAJOR(first_device));
+	/* The load stands without its device, as it does when the numbers are taken, and the core's
+	 * words for it are what an operator looks for. */
+	gpon_os_printk("ERROR!gpon_flow_ioctl_init,create chrdev gpon_flow fail\n");
 	gpon_glue_drop_chrdev();
 }
 

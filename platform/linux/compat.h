@@ -7,11 +7,9 @@
 #define GPON_LINUX_COMPAT_H
 
 #include <linux/netdevice.h>
-#include <linux/etherdevice.h>
 #include <linux/fs.h>
 #include <linux/proc_fs.h>
 #include <linux/timer.h>
-#include <linux/u64_stats_sync.h>
 #include <linux/version.h>
 
 #define GPON_KERNEL_SINCE(major, minor) (LINUX_VERSION_CODE >= KERNEL_VERSION(major, minor, 0))
@@ -64,24 +62,6 @@
 #define gpon_timer_delete_sync(timer) del_timer_sync(timer)
 #endif
 
-#if GPON_KERNEL_SINCE(6, 16)
-#define gpon_timer_container(variable, timer, field) timer_container_of(variable, timer, field)
-#else
-#define gpon_timer_container(variable, timer, field) from_timer(variable, timer, field)
-#endif
-
-#if GPON_KERNEL_SINCE(6, 4)
-#define gpon_class_create(name) class_create(name)
-#else
-#define gpon_class_create(name) class_create(THIS_MODULE, name)
-#endif
-
-#if GPON_KERNEL_SINCE(5, 17)
-#define gpon_eth_hw_addr_set(dev, address) eth_hw_addr_set(dev, address)
-#else
-#define gpon_eth_hw_addr_set(dev, address) ether_addr_copy((dev)->dev_addr, address)
-#endif
-
 /* Hands a received packet to the stack from any context. */
 #if GPON_KERNEL_SINCE(5, 18)
 #define gpon_netif_rx(skb) netif_rx(skb)
@@ -94,14 +74,6 @@
 #define gpon_set_lockless_transmit(dev) ((dev)->lltx = true)
 #else
 #define gpon_set_lockless_transmit(dev) ((dev)->features |= NETIF_F_LLTX)
-#endif
-
-#if GPON_KERNEL_SINCE(6, 3)
-#define gpon_stats_fetch_begin(sync) u64_stats_fetch_begin(sync)
-#define gpon_stats_fetch_retry(sync, start) u64_stats_fetch_retry(sync, start)
-#else
-#define gpon_stats_fetch_begin(sync) u64_stats_fetch_begin_irq(sync)
-#define gpon_stats_fetch_retry(sync, start) u64_stats_fetch_retry_irq(sync, start)
 #endif
 
 /* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string from 6.13 on; neither module uses

@@ -29,4 +29,8 @@ void gpon_glue_drop_timer(void);
 /* Returns when no reader of an earlier moment and no deferred free is left. */
 void gpon_glue_wait_for_rcu(void);
 
+/* Gives memory that is kept for the next packet back to the kernel. Nobody allocates or frees any
+ * more. */
+void gpon_glue_drop_memory(void);
+
 #endif

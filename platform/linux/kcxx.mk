@@ -1,13 +1,15 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Builds gpon_flow_whole.o from C++ and C (gpon_core_objs, gpon_glue_objs, named from the root of
-# the tree). The kernel's build knows no C++: its own rule for C compiles it here, with another
-# compiler and without the flags that only C takes. Dependencies, tracing, sanitizers and objtool
-# thereby follow whatever the kernel at hand does.
+# Builds gpon_flow_whole.o, or for another module $(kcxx_module)_whole.o, from C++ and C
+# (gpon_core_objs, gpon_glue_objs, named from the Kbuild's folder). The kernel's build knows no C++:
+# its own rule for C compiles it here, with another compiler and without the flags that only C
+# takes. Dependencies, tracing, sanitizers and objtool thereby follow whatever the kernel at hand
+# does.
 
 kcxx-objs := $(addprefix $(obj)/,$(gpon_core_objs))
 kglue-objs := $(addprefix $(obj)/,$(gpon_glue_objs))
-kwhole := $(obj)/gpon_flow_whole.o
+kcxx-module := $(or $(kcxx_module),gpon_flow)
+kwhole := $(obj)/$(kcxx-module)_whole.o
 
 kcxx-compiler := $(or $(KCXX),$(subst clang,clang++,$(subst gcc,g++,$(CC))))
 
@@ -16,7 +18,7 @@ kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prot
 	-Werror=implicit-function-declaration -Werror-implicit-function-declaration \
 	-Werror=implicit-int -Werror=incompatible-pointer-types -Werror=designated-init \
 	-Wno-pointer-sign -Wmissing-parameter-type -Wjump-misses-init -Wnested-externs \
-	-fno-gnu89-inline -Wno-int-conversion
+	-fno-gnu89-inline -Wno-int-conversion -Wno-override-init -Woverride-init
 
 # -fno-weak: the copies of an inline function stay with their objects, where the kernel's tables
 # of traced functions look for them.
@@ -29,7 +31,7 @@ kcxx-add += $(call cc-option,-mno-outline-atomics)
 endif
 
 # Kernel stacks are small and the walk is nine steps deep. Sanitizers need more room.
-ifndef CONFIG_KASAN
+ifeq ($(CONFIG_KASAN)$(CONFIG_KCSAN),)
 kframe := -Werror=frame-larger-than=1024
 endif
 
@@ -48,7 +50,7 @@ $(obj)/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
 
 # These objects are not in the list of a module, so the kernel's build is told what they are.
 $(kcxx-objs) $(kglue-objs): private part-of-module := y
-$(kcxx-objs) $(kglue-objs): private modname := gpon_flow
+$(kcxx-objs) $(kglue-objs): private modname := $(kcxx-module)
 $(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe) $(kgraph)
 
 $(kcxx-objs): private override CC := $(kcxx-compiler)
@@ -66,4 +68,4 @@ quiet_cmd_gpon_whole = LD [M]  $@
 $(kwhole): $(kcxx-objs) $(kglue-objs) FORCE
 	$(call if_changed,gpon_whole)
 
-targets += gpon_flow_whole.o $(gpon_core_objs) $(gpon_glue_objs)
+targets += $(kcxx-module)_whole.o $(gpon_core_objs) $(gpon_glue_objs)

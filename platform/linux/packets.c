@@ -22,15 +22,13 @@ const unsigned char *gpon_os_skb_frame(const struct sk_buff *skb, unsigned int *
 const unsigned char *gpon_os_skb_mac_frame(const struct sk_buff *skb, unsigned int *bytes)
 {
 	const unsigned char *end = skb_tail_pointer(skb);
-	const unsigned char *header = skb_mac_header(skb);
 
-	/* A header that was never set points far behind the buffer. */
-	if (!skb_mac_header_was_set(skb) || header > end) {
+	if (!skb_mac_header_was_set(skb) || skb_mac_header(skb) > end) {
 		*bytes = 0;
 		return skb->data;
 	}
-	*bytes = end - header;
-	return header;
+	*bytes = end - skb_mac_header(skb);
+	return skb_mac_header(skb);
 }
 
 unsigned int gpon_os_skb_port_word(const struct sk_buff *skb)

@@ -25,9 +25,10 @@ static int plan_gem(struct softonu_plan *plan, u16 id, bool multicast)
 {
 	unsigned int i;
 
-	if (id > SOFTONU_GEM_ID_MAX || plan->gems == SOFTONU_GEMS_MAX) {
-		pr_err("GEM port %u: at most %d ports with ids up to %d\n", id, SOFTONU_GEMS_MAX,
-		       SOFTONU_GEM_ID_MAX);
+	/* A packet for which no GEM port was chosen carries id 0. */
+	if (id < 1 || id > SOFTONU_GEM_ID_MAX || plan->gems == SOFTONU_GEMS_MAX) {
+		pr_err("GEM port %u: at most %d ports with ids from 1 to %d\n", id,
+		       SOFTONU_GEMS_MAX, SOFTONU_GEM_ID_MAX);
 		return -EINVAL;
 	}
 	for (i = 0; i < plan->gems; i++) {

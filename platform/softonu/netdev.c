@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /* The network devices: made at load, gone at unload, never alone. */
+#include <linux/err.h>
 #include <linux/etherdevice.h>
 #include <linux/rtnetlink.h>
 
@@ -11,32 +12,27 @@
 static struct softonu_dev *ports[2 * SOFTONU_UNIS_MAX + 1 + SOFTONU_GEMS_MAX];
 static unsigned int port_count;
 
-static struct softonu_dev *find_port(enum softonu_role role, u16 number)
-{
-	unsigned int i;
-
-	for (i = 0; i < port_count; i++)
-		if (ports[i]->role == role && ports[i]->number == number)
-			return ports[i];
-	return NULL;
-}
+/* What each frame asks for. */
+static struct softonu_dev *ani;
+static struct softonu_dev *gem_of_id[SOFTONU_GEM_ID_MAX + 1];
 
 struct softonu_dev *softonu_ani(void)
 {
-	return find_port(SOFTONU_ANI, 0);
+	return ani;
 }
 
 struct softonu_dev *softonu_find_gem(u16 gemport_id)
 {
-	return find_port(SOFTONU_GEM, gemport_id);
+	return gemport_id <= SOFTONU_GEM_ID_MAX ? gem_of_id[gemport_id] : NULL;
 }
 
-u8 softonu_uni_port_of(int ifindex)
+u8 softonu_uni_port_of(const struct net *net, int ifindex)
 {
 	unsigned int i;
 
 	for (i = 0; i < port_count; i++)
-		if (ports[i]->role == SOFTONU_UNI && ports[i]->dev->ifindex == ifindex)
+		if (ports[i]->role == SOFTONU_UNI && ports[i]->dev->ifindex == ifindex &&
+		    net_eq(dev_net(ports[i]->dev), net))
 			return ports[i]->number;
 	return 0;
 }
@@ -83,8 +79,8 @@ static void port_stats(struct net_device *dev, struct rtnl_link_stats64 *stats)
 	stats->rx_bytes = atomic64_read(&port->counters[SOFTONU_RX_BYTES]);
 	stats->tx_packets = atomic64_read(&port->counters[SOFTONU_TX_FRAMES]);
 	stats->tx_bytes = atomic64_read(&port->counters[SOFTONU_TX_BYTES]);
-	stats->rx_dropped = sum(port, SOFTONU_RX_SHORT, SOFTONU_RX_DOWN) +
-			    atomic64_read(&port->counters[SOFTONU_RX_BACKLOG]);
+	/* The stack adds the frames for which its backlog had no room. */
+	stats->rx_dropped = sum(port, SOFTONU_RX_SHORT, SOFTONU_RX_DOWN);
 	stats->tx_dropped = sum(port, SOFTONU_TX_SHORT, SOFTONU_TX_FAR_DOWN);
 }
 
@@ -158,14 +154,24 @@ static int create_gem(u16 number, bool multicast)
 	if (IS_ERR(gem))
 		return PTR_ERR(gem);
 	gem->multicast = multicast;
+	gem_of_id[number] = gem;
+	return 0;
+}
+
+static int create_ani(void)
+{
+	struct softonu_dev *port = create_port(SOFTONU_ANI, "ani", 0);
+
+	if (IS_ERR(port))
+		return PTR_ERR(port);
+	ani = port;
 	return 0;
 }
 
 static int create_all(const struct softonu_plan *plan)
 {
-	struct softonu_dev *ani = create_port(SOFTONU_ANI, "ani", 0);
 	unsigned int i;
-	int ret = IS_ERR(ani) ? PTR_ERR(ani) : 0;
+	int ret = create_ani();
 
 	for (i = 0; !ret && i < plan->unis; i++)
 		ret = create_uni(i + 1);
@@ -184,6 +190,8 @@ static void remove_all(void)
 		unregister_netdevice_queue(ports[i]->dev, &doomed);
 	unregister_netdevice_many(&doomed);
 	port_count = 0;
+	ani = NULL;
+	memset(gem_of_id, 0, sizeof(gem_of_id));
 }
 
 /* Under one lock, so that nobody opens a device whose peer is not there yet. */

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /* Packets for the injection door: any bytes, in any of the shapes that a stack hands around. */
+#include <linux/gfp.h>
 #include <linux/if_vlan.h>
+#include <linux/mm.h>
 #include <linux/uaccess.h>
 
 #include "softonu.h"

@@ -26,9 +26,10 @@ static struct sk_buff *take_frame(struct sk_buff *skb, struct softonu_dev *port,
 		drop(skb, port, receiving ? SOFTONU_RX_SHORT : SOFTONU_TX_SHORT);
 		return NULL;
 	}
-	skb_reset_mac_header(skb);
 	skb = softonu_own_packet(skb);
-	if (!skb)
+	if (skb)
+		skb_reset_mac_header(skb);
+	else
 		count(port, receiving ? SOFTONU_RX_NO_MEMORY : SOFTONU_TX_NO_MEMORY);
 	return skb;
 }
@@ -50,6 +51,7 @@ static void deliver(struct sk_buff *skb, struct softonu_dev *to)
 	skb->priority = 0;
 	skb->encapsulation = 0;
 	skb->ip_summed = CHECKSUM_NONE;
+	skb->csum_valid = 0;
 	skb->protocol = eth_type_trans(skb, to->dev);
 	if (gpon_netif_rx(skb) == NET_RX_SUCCESS)
 		count_frame(to, SOFTONU_RX_FRAMES, bytes);
@@ -110,7 +112,7 @@ static void leave_on_ani(struct sk_buff *skb, struct softonu_dev *ani)
 	skb = take_frame(skb, ani, false);
 	if (!skb)
 		return;
-	softonu_set_fields(skb, softonu_uni_port_of(skb->skb_iif), 0, false);
+	softonu_set_fields(skb, softonu_uni_port_of(dev_net(ani->dev), skb->skb_iif), 0, false);
 	if (softonu_classify(skb, GPON_API_UP_ANI)) {
 		drop(skb, ani, SOFTONU_TX_HOOK);
 		return;
@@ -128,6 +130,12 @@ netdev_tx_t softonu_transmit(struct sk_buff *skb, struct net_device *dev)
 {
 	struct softonu_dev *port = netdev_priv(dev);
 
+	/* A sender that goes around the queues looked at this before bottom halves were disabled;
+	 * who sees a running device now is waited for before the first of them is freed. */
+	if (!netif_running(dev)) {
+		kfree_skb(skb);
+		return NETDEV_TX_OK;
+	}
 	switch (port->role) {
 	case SOFTONU_SUB:
 		enter_onu(skb, port, port->peer);

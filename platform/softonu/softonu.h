@@ -16,6 +16,7 @@
 #include <linux/ethtool.h>
 #include <linux/netdevice.h>
 #include <linux/seq_file.h>
+#include <linux/string.h>
 #include <linux/types.h>
 
 #include "../../include/platform_hook.h"
@@ -116,8 +117,8 @@ void softonu_show_counters(struct seq_file *out);
 netdev_tx_t softonu_transmit(struct sk_buff *skb, struct net_device *dev);
 struct softonu_dev *softonu_ani(void);
 struct softonu_dev *softonu_find_gem(u16 gemport_id);
-/* UNI port that the interface index belongs to, 0 = none. */
-u8 softonu_uni_port_of(int ifindex);
+/* UNI port whose own device (no VLAN device on it) has the interface index, 0 = none. */
+u8 softonu_uni_port_of(const struct net *net, int ifindex);
 
 /* ---- ethtool.c */
 extern const char softonu_counter_names[SOFTONU_COUNTERS][ETH_GSTRING_LEN];
