@@ -28,17 +28,17 @@ constexpr std::array graphs = {
 
 // The line of a graph; provisioned anew only when another one is asked for, as packets change
 // nothing in it but the rules.
-line& line_of(uint8_t graph, bool listening)
+line& line_of(size_t graph, bool listening)
 {
     static std::optional<line> current;
-    static int standing = -1;
-    const int wanted = graph * 2 + listening;
-    if (standing != wanted) {
+    static size_t standing = 0;
+    if (!current || standing != graph) {
         current.reset();
-        current.emplace(listening);
+        current.emplace(false);
         current->provision(graphs[graph]);
-        standing = wanted;
+        standing = graph;
     }
+    current->listen(listening);
     current->execute(platform_command{pointer_setting{0}, pointer_setting{0}});
     current->execute(proc_write_command{"clean flow_rule 0 0"});
     current->execute(proc_write_command{"set enable 1"});
@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     gponDebugLevel = setup & 0x80 ? setup >> 4 & 7 : 0;
     if (setup & 0x08)
         module.execute(proc_write_command{"set trace src_mac 02:00:00:00:01:01"});
-    for (int packets = 0; !input.empty() && packets < 512; ++packets) {
+    for (int packets = 0; !input.empty() && packets < 64; ++packets) {
         const uint32_t mac_offset = input.u8();
         const hook_command packet = take_packet(input);
         call(packet, mac_offset);

@@ -11,14 +11,16 @@
 namespace gponflow::fuzz {
 
 /// Ends the process, which the fuzzer takes for a finding, unless the promise holds.
-void require(bool holds, const std::string& promise);
+void require(bool holds, const char* promise);
 
 /// One at a time, as there is one module in a process.
 class line {
 public:
-    /// A fresh platform with the module loaded. With `listening` everything that the module prints
-    /// is formatted, and thrown away.
+    /// A fresh platform with the module loaded.
     explicit line(bool listening);
+
+    /// With it everything that the module prints is formatted, and thrown away.
+    void listen(bool listening);
 
     /// Unloads; nothing may stay allocated.
     ~line();
@@ -33,7 +35,10 @@ public:
     void provision(const std::string& file);
 
     /// The invariants of the store and the rule table.
-    void check() const;
+    void check();
+
+    /// The same for what the command can have changed: packets and time leave the store alone.
+    void check_after(const any_command& what);
 
 private:
     bool run(const load_command&);
@@ -52,6 +57,7 @@ private:
     template <typename Other> bool run(const Other&) { return true; }
 
     std::unique_ptr<backend> module_;
+    uint64_t store_blocks_ = 0; // found by the last look at everything
 };
 
 } // namespace gponflow::fuzz

@@ -2,10 +2,11 @@
 // What holds in the module's store and rule table whenever no command and no packet is under way.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/host/host.h"
 
@@ -26,49 +27,81 @@ public:
     std::string broken()
     {
         host::rcu_settle();
+        live_ = host::memory().live_blocks;
         for (u16 row = 1; row < GPON_ME_ROWS && fault_.empty(); ++row)
             check_class(me_table[row]);
-        {
-            const bh_lock lock(gpon_hash_lock);
-            check_table(gpon_hash_table_record);
-        }
+        store_blocks_ = reached_.size();
+        check_rules();
         check_blocks();
         return std::exchange(fault_, {});
     }
 
+    /// The same for what packets change: the rule table alone, when a look at everything has
+    /// found that many blocks in the store.
+    std::string broken_rules(uint64_t store_blocks)
+    {
+        host::rcu_settle();
+        live_ = host::memory().live_blocks;
+        store_blocks_ = store_blocks;
+        check_rules();
+        require(reached_.size() + store_blocks == live_, live_, " blocks are allocated, ",
+                reached_.size() + store_blocks, " are in use");
+        return std::exchange(fault_, {});
+    }
+
+    /// Blocks that the instances hold.
+    uint64_t store_blocks() const { return store_blocks_; }
+
 private:
+    // The words are put together only for a fault: this is called for every entry of every row.
     template <typename... Words> bool require(bool holds, const Words&... words)
     {
-        if (!holds && fault_.empty())
+        if (holds) [[likely]]
+            return true;
+        note(words...);
+        return false;
+    }
+    template <typename... Words> [[gnu::cold, gnu::noinline]] void note(const Words&... words)
+    {
+        if (fault_.empty())
             ((fault_ += text_of(words)), ...);
-        return holds;
     }
     static std::string text_of(const char* word) { return word; }
     static std::string text_of(uint64_t number) { return std::to_string(number); }
 
-    // Every block is reached once: whatever two owners share would be freed twice.
+    // Every block is reached once: whatever two owners share would be freed twice. A chain that
+    // leads back to itself would give more blocks than there are.
     bool reach(const void* block)
     {
+        reached_.push_back(block);
         return require(block != nullptr, "a block is missing") &&
-               require(reached_.insert(block).second, "a block is reached twice");
+               require(reached_.size() <= live_, "a block is reached twice, or is not allocated");
+    }
+
+    void check_rules()
+    {
+        const bh_lock lock(gpon_hash_lock);
+        check_table(gpon_hash_table_record);
     }
 
     void check_class(const gpon_me_entry& entry)
     {
         const list_head* head = entry.list_info->head;
-        std::set<u16> ids;
+        std::vector<u16> ids;
         require(head->next->prev == head, "class ", entry.class_id, ": the head's back link");
         for (const list_head* link = head->next; link != head; link = link->next) {
             if (!require(link->next->prev == link, "class ", entry.class_id, ": a back link") ||
                 !reach(inst_of(link)))
                 return;
             const gpon_me_inst& inst = *inst_of(link);
-            require(ids.insert(inst.inst_id).second, "class ", entry.class_id, ": instance ",
-                    inst.inst_id, " twice");
+            ids.push_back(inst.inst_id);
             if (!reach(inst.raw) || !reach(inst.related))
                 return;
             check_related(entry, inst);
         }
+        std::ranges::sort(ids);
+        const auto twice = std::ranges::adjacent_find(ids);
+        require(twice == ids.end(), "class ", entry.class_id, ": an instance twice");
     }
 
     void check_related(const gpon_me_entry& entry, const gpon_me_inst& inst)
@@ -149,12 +182,15 @@ private:
 
     void check_blocks()
     {
-        const uint64_t live = host::memory().live_blocks;
-        require(reached_.size() == live, live, " blocks are allocated, ", reached_.size(),
+        std::ranges::sort(reached_);
+        require(std::ranges::adjacent_find(reached_) == reached_.end(), "a block is reached twice");
+        require(reached_.size() == live_, live_, " blocks are allocated, ", reached_.size(),
                 " are in use");
     }
 
-    std::set<const void*> reached_;
+    std::vector<const void*> reached_;
+    uint64_t live_ = 0;
+    uint64_t store_blocks_ = 0;
     std::string fault_;
 };
 

@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Packets on two threads, the command path and the debug doors on a third, time on a fourth.
-// ThreadSanitizer judges; without it, the answers and the allocation balance still must hold.
+// Packets on several threads, control records, the debug doors and time each on one of their own,
+// while grace periods end at random times. ThreadSanitizer judges what orders the threads, the
+// address sanitizer what is freed too early; without them, the answers, the invariants and the
+// allocation balance still must hold.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <thread>
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
 #include "platform/host/host.h"
+#include "tests/support/invariants.h"
 
 namespace {
 
 constexpr int ROUNDS = 1000;
+constexpr unsigned PACKET_THREADS = 3;
 
 template <typename Raw> void send(uint8_t msg_type, uint16_t class_id, const Raw& raw)
 {
@@ -70,33 +75,57 @@ void send_packets(unsigned seed, std::atomic<uint64_t>& passed)
             ASSERT_EQ(answer->ret, 2);
             ASSERT_TRUE(answer->api_result == 0 || answer->api_result == 1);
             ASSERT_EQ(packet.flag_word & 0x100000, 0u);
-            passed += answer->api_result == 0;
+            passed.fetch_add(answer->api_result == 0, std::memory_order_relaxed);
         }
     }
 }
 
-void change_configuration()
+// Every command replaces a node or takes one off a list that packets are walking.
+void change_configuration(const std::atomic<bool>& done)
 {
     gpon_raw_vtfd filter = {};
     filter.instID = 0x1001;
-    for (int round = 0; round < ROUNDS / 4; ++round) {
+    gpon_flow_cfg_data cfg = {};
+    gpon_flow_cmd load = {};
+    load.cmd = GPON_FLOW_CMD_CFG_DATA;
+    load.cfg_data = reinterpret_cast<uintptr_t>(&cfg);
+    for (int round = 0; !done.load(std::memory_order_relaxed); ++round) {
         send(ZR_OMCI_MSG_TYPE_SET, 268, ctp(static_cast<uint16_t>(1025 + round % 2)));
         send(ZR_OMCI_MSG_TYPE_CREAT, 84, filter);
         send(ZR_OMCI_MSG_TYPE_DELETE, 47, port(0x1001, 5, 0x11));
         send(ZR_OMCI_MSG_TYPE_CREAT, 47, port(0x1001, 5, 0x11));
         send(ZR_OMCI_MSG_TYPE_DELETE, 84, filter);
-        for (const char* line : {"show raw_data", "show flow_rule", "set debug_level 7",
-                                 "set trace src_mac 0:0:0:0:7:1", "set debug_level 0",
-                                 "set trace disable", "clean flow_rule 0 0", "set enable 1"})
-            EXPECT_EQ(gpon::host::proc_write(line), static_cast<long>(std::strlen(line)));
+        if (round % 16 == 0) {
+            EXPECT_EQ(gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&load)),
+                      0);
+        }
     }
 }
 
-class Concurrency : public testing::Test {
+void use_debug_doors(const std::atomic<bool>& done)
+{
+    while (!done.load(std::memory_order_relaxed))
+        for (const char* line : {"show raw_data", "show flow_rule", "set debug_level 7",
+                                 "set trace src_mac 0:0:0:0:7:1", "set trace outer_vlan 5",
+                                 "set debug_level 0", "set trace disable", "clean flow_rule 0 0",
+                                 "show raw_data 47 1001", "set enable 0", "set enable 1", "help"}) {
+            EXPECT_EQ(gpon::host::proc_write(line), static_cast<long>(std::strlen(line)));
+            EXPECT_EQ(gpon::host::proc_read(), 0);
+        }
+}
+
+void let_time_pass(const std::atomic<bool>& done)
+{
+    while (!done.load(std::memory_order_relaxed))
+        gpon::host::advance(30000);
+}
+
+class Concurrency : public testing::TestWithParam<gpon::host::grace> {
 protected:
     void SetUp() override
     {
         gpon::host::reset();
+        gpon::host::set_grace(GetParam(), 2000);
         ASSERT_EQ(gpon::host::load(), 0);
         ASSERT_TRUE(gpon::host::hook(4, 1, nullptr));
         provision();
@@ -104,31 +133,56 @@ protected:
 
     void TearDown() override
     {
-        if (gpon::host::is_loaded())
+        if (gpon::host::is_loaded()) {
+            EXPECT_EQ(gpon::test::broken_invariant(), "");
             gpon::host::unload();
+        }
         gpon::host::rcu_settle();
         EXPECT_EQ(gpon::host::memory().live_blocks, 0u);
+        gpon::host::set_grace(gpon::host::grace::prompt);
         gpon::host::reset();
+    }
+
+    // Runs the others for as long as packets come.
+    static void run_beside_packets(std::vector<std::function<void()>> others,
+                                   std::atomic<bool>& done, std::atomic<uint64_t>& passed)
+    {
+        std::vector<std::thread> packets;
+        for (unsigned seed = 0; seed < PACKET_THREADS; ++seed)
+            packets.emplace_back(send_packets, seed, std::ref(passed));
+        std::vector<std::thread> beside(others.begin(), others.end());
+        for (std::thread& each : packets)
+            each.join();
+        done = true;
+        for (std::thread& each : beside)
+            each.join();
     }
 };
 
-TEST_F(Concurrency, PacketsCommandsAndTheAgingTimerDoNotDisturbEachOther)
+TEST_P(Concurrency, PacketsCommandsDebugDoorsAndTheAgingTimerDoNotDisturbEachOther)
 {
     std::atomic<uint64_t> passed = 0;
     std::atomic<bool> done = false;
-    std::thread first(send_packets, 1, std::ref(passed));
-    std::thread second(send_packets, 2, std::ref(passed));
-    std::thread commands(change_configuration);
-    std::thread time([&] {
-        while (!done)
-            gpon::host::advance(30000);
-    });
-    first.join();
-    second.join();
-    commands.join();
-    done = true;
-    time.join();
+    run_beside_packets({[&] { change_configuration(done); }, [&] { use_debug_doors(done); },
+                        [&] { let_time_pass(done); }},
+                       done, passed);
     EXPECT_GT(passed, 0u);
 }
+
+TEST_P(Concurrency, TwoWritersOfCommandsTakeTurns)
+{
+    std::atomic<uint64_t> passed = 0;
+    std::atomic<bool> done = false;
+    run_beside_packets({[&] { change_configuration(done); }, [&] { change_configuration(done); }},
+                       done, passed);
+    EXPECT_GT(passed, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(GracePeriods, Concurrency,
+                         testing::Values(gpon::host::grace::prompt, gpon::host::grace::delayed),
+                         [](const auto& mode) {
+                             return mode.param == gpon::host::grace::prompt ? "EndAtOnce"
+                                                                            : "EndAtRandom";
+                         });
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/host/host.h"
+#include "tests/support/invariants.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
 #include "include/globals.h"
@@ -33,7 +34,8 @@ inline std::string without_line_numbers(const std::string& text)
 using u16s = std::initializer_list<u16>;
 using u8s = std::initializer_list<u8>;
 
-/* Loads before a test and unloads after it, if the test has not done so; no block may be left. */
+/* Loads before a test and unloads after it, if the test has not done so: the invariants hold
+ * before, no block is left behind. */
 class loaded_module : public testing::Test {
 protected:
     loaded_module()
@@ -49,8 +51,10 @@ protected:
     {
         gpon::host::disarm_faults();
         gponDebugLevel = 0;
-        if (gpon::host::is_loaded())
+        if (gpon::host::is_loaded()) {
+            EXPECT_EQ(deliberately_broken ? "" : gpon::test::broken_invariant(), "");
             gpon::host::unload();
+        }
         gpon::host::rcu_settle();
         EXPECT_EQ(gpon::host::memory().live_blocks, 0u) << "blocks left after unload";
         gpon::host::set_sink(nullptr);
@@ -71,6 +75,8 @@ protected:
     }
 
     std::vector<std::string> calls; // platform calls, since the load
+    // Set by a test that makes by hand what the module never makes.
+    bool deliberately_broken = false;
 
 private:
     void record(const gpon::host::event& what)

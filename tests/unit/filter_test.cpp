@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Every forward operation of the VLAN filter against a plain statement of what it lets through, and
+// the choice of a mapper's GEM IW TP by priority.
+#include "tests/unit/store_access.h"
+
+#include "me_class/mapper.h"
+#include "me_class/vtfd.h"
+
+namespace {
+
+using gpon::test::apply;
+
+constexpr u16 LISTED[] = {0x6064, 0x00c8}; // priority 3 and VID 100, priority 0 and VID 200
+
+enum class verdict { pass, drop, if_listed, unless_listed };
+
+// For tagged frames, in ranges of codes.
+verdict tagged_verdict(u32 code)
+{
+    if (code == 1)
+        return verdict::drop;
+    if (code == 0 || code == 2 || (code >= 0x15 && code <= 0x1b))
+        return verdict::pass;
+    const bool inverse = code == 0x05 || code == 0x06 || code == 0x09 || code == 0x0a ||
+                         code == 0x0d || code == 0x0e;
+    return inverse ? verdict::unless_listed : verdict::if_listed;
+}
+
+// Up to 0x14 the odd codes let untagged frames pass, from 0x16 on the even ones.
+bool passes_untagged(u32 code)
+{
+    if (code == 0)
+        return true;
+    return code < 0x15 ? code % 2 == 1 : code > 0x15 && code % 2 == 0;
+}
+
+enum class part { vid, priority, tci };
+
+part compared(u32 code)
+{
+    const auto within = [=](u32 first, u32 last) { return code >= first && code <= last; };
+    if (within(0x03, 0x06) || within(0x0f, 0x10) || within(0x1c, 0x1d))
+        return part::vid;
+    if (within(0x07, 0x0a) || within(0x11, 0x12) || within(0x1e, 0x1f))
+        return part::priority;
+    return part::tci;
+}
+
+u32 part_of(u16 tci, part which)
+{
+    switch (which) {
+    case part::vid:
+        return tci % 0x1000u;
+    case part::priority:
+        return tci / 0x2000u;
+    default:
+        return tci;
+    }
+}
+
+bool passes(u32 code, u16 tci, u32 listed)
+{
+    if (tci == 0)
+        return passes_untagged(code);
+    bool found = false;
+    for (u32 i = 0; i < listed; ++i)
+        found = found || part_of(tci, compared(code)) == part_of(LISTED[i], compared(code));
+    switch (tagged_verdict(code)) {
+    case verdict::pass:
+        return true;
+    case verdict::drop:
+        return false;
+    case verdict::if_listed:
+        return found;
+    default:
+        return !found;
+    }
+}
+
+class Filter : public loaded_module {
+protected:
+    sk_buff packet_with(u16 tci)
+    {
+        frame[14] = static_cast<u8>(tci >> 8);
+        frame[15] = static_cast<u8>(tci);
+        sk_buff packet;
+        packet.data = frame;
+        packet.bytes = sizeof(frame);
+        return packet;
+    }
+
+    // A TCI of 0 counts as no tag.
+    bool filter_passes(u16 tci, u16 direction = UP_ANI)
+    {
+        const sk_buff packet = packet_with(tci);
+        const op_info op = {7, 1, direction};
+        return vtfd_filter_handle(&packet, &op) == 0;
+    }
+
+    static void set_filter(u32 code, u8 listed)
+    {
+        const gpon_raw_vtfd raw = {1, {LISTED[0], LISTED[1]}, static_cast<u8>(code), listed};
+        ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 1, &raw), 0);
+    }
+
+    bool mapper_chooses(u16 gem_iw, u16 tci)
+    {
+        const sk_buff packet = packet_with(tci);
+        const op_info op = {gem_iw, 1, UP_ANI};
+        return pbit_filter_handle(&packet, &op) == 0;
+    }
+
+    u8 frame[20] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0};
+};
+
+TEST_F(Filter, EveryForwardOperationPassesWhatItSays)
+{
+    constexpr u16 tcis[] = {0, 0x6064, 0x00c8, 0x0064, 0x60c9, 0x1064, 0x4001, 0x60c8, 0xffff};
+    for (u32 code = 0; code <= 0x21; ++code)
+        for (u8 listed = 0; listed <= 2; ++listed) {
+            set_filter(code, listed);
+            for (const u16 tci : tcis)
+                for (const u16 direction : {u16{UP_ANI}, u16{DOWN_ANI}})
+                    EXPECT_EQ(filter_passes(tci, direction), passes(code, tci, listed))
+                        << std::hex << "operation " << code << " TCI " << tci << " of "
+                        << u32{listed};
+        }
+}
+
+TEST_F(Filter, AnOperationThatThereIsNotDropsEverything)
+{
+    for (u32 code = 0x22; code <= 0xff; ++code) {
+        set_filter(code, 2);
+        EXPECT_FALSE(filter_passes(0)) << code;
+        EXPECT_FALSE(filter_passes(LISTED[0])) << code;
+    }
+}
+
+TEST_F(Filter, ACountBeyondTheRecordReadsZeros)
+{
+    set_filter(0x0b, 255);
+    EXPECT_TRUE(filter_passes(LISTED[1]));
+    EXPECT_FALSE(filter_passes(0x7777));
+}
+
+TEST_F(Filter, AMapperChoosesByThePriorityOfTheTag)
+{
+    gpon_raw_mapper raw = {};
+    raw.instID = 1;
+    for (u16 i = 0; i < 8; ++i)
+        raw.pbit_GemIWTP[i] = static_cast<u16>(0x11 + i);
+    raw.unmark_frame_opt = 1;
+    raw.defaultPbit = 5;
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &raw), 0);
+    for (u16 priority = 0; priority < 8; ++priority)
+        for (u16 gem_iw = 0x10; gem_iw <= 0x19; ++gem_iw)
+            EXPECT_EQ(mapper_chooses(gem_iw, static_cast<u16>(priority << 13 | 1)),
+                      gem_iw == 0x11 + priority);
+    EXPECT_TRUE(mapper_chooses(0x16, 0)) << "an untagged frame by the default";
+    EXPECT_FALSE(mapper_chooses(0x11, 0));
+    raw.unmark_frame_opt = 2;
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    EXPECT_FALSE(mapper_chooses(0x16, 0)) << "untagged frames are not mapped";
+    raw.unmark_frame_opt = 1;
+    raw.defaultPbit = 255;
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    EXPECT_FALSE(mapper_chooses(0, 0)) << "nothing lies behind the record";
+}
+
+} // namespace
