@@ -31,13 +31,18 @@ complain() {
     failed=1
 }
 
+has_sanitizer() {
+    grep -q '^CONFIG_K[AC]SAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
+}
+
 check_text() {
     local stripped=$module.stripped bytes
     "${prefix}strip" --strip-debug -o "$stripped" "$module"
     bytes=$("${prefix}size" -A "$stripped" |
-        awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n}')
+        awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n + 0}')
     rm -f "$stripped"
     echo "$arch: $bytes bytes of text"
+    [ "$bytes" -gt 0 ] || complain "no text was found"
     if [ "$arch" = arm64 ] && [ "$bytes" -gt "$text_limit" ]; then
         complain "$bytes bytes of text are more than $text_limit"
     fi
@@ -58,8 +63,12 @@ check_names() {
     done
 }
 
+# Sanitizers bring constructors of their own, and their kernels run them.
 check_constructors() {
     local found
+    if has_sanitizer; then
+        return
+    fi
     found=$("${prefix}objdump" -h -w "$module" | awk '$2 ~ /^\.(init_array|ctors)/ {print $2}')
     [ -z "$found" ] || complain "static constructors, which a kernel does not run: $found"
 }
@@ -67,7 +76,7 @@ check_constructors() {
 # Sanitizers make frames of another size; they are not what is shipped.
 check_stack() {
     local folder=${module%/*}
-    if grep -q '^CONFIG_KASAN=y' "$kernel/include/config/auto.conf" 2>/dev/null; then
+    if has_sanitizer; then
         return
     fi
     find "$folder" -name '*.ci' -exec cat {} + |

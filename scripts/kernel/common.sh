@@ -53,3 +53,24 @@ kernel_headers() {
 module_farm() {
     echo "$GPON_KERNEL_DIR/$1/modules"
 }
+
+# ARCH FLAVOUR: where a debug kernel is built, and its image.
+debug_kernel() {
+    echo "$GPON_KERNEL_DIR/$1-$2"
+}
+
+debug_image() {
+    case $1 in
+    arm64) echo "$(debug_kernel "$1" "$2")/arch/arm64/boot/Image" ;;
+    # The unpacked image does not start under KASAN.
+    x86_64) echo "$(debug_kernel "$1" "$2")/arch/x86/boot/bzImage" ;;
+    esac
+}
+
+# The kernel's own name of an architecture.
+kernel_arch() {
+    case $1 in
+    x86_64) echo x86 ;;
+    *) echo "$1" ;;
+    esac
+}

@@ -10,35 +10,17 @@ set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
+# shellcheck source=scripts/kernel/apt.sh
+. scripts/kernel/apt.sh
 
-apt_dir=$GPON_KERNEL_DIR/apt
 guest_programs=(busybox-static iproute2 ethtool ppp pppoe)
 
 # What the command line tool is built against for a guest, and runs with there.
-guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+    libkainjow-mustache-dev)
 
 # The cross compiler has a C library of its own, whose headers must stay the only ones.
 unwanted='^(libc6-dev|linux-libc-dev|libcrypt-dev|libc-dev-bin|rpcsvc-proto|libnsl-dev)_'
-
-apt_setup() {
-    mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
-    : >"$apt_dir/status"
-    # The sources, their keys and proxies are the machine's own.
-    apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
-        -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
-        -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
-        -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
-}
-
-# FIELD PACKAGE: a field of the newest version of a package.
-package_field() {
-    apt-cache "${apt_options[@]}" show --no-all-versions "$2" | sed -n "s/^$1: //p"
-}
-
-# The package whose name matches PATTERN in the dependencies of PACKAGE.
-dependency() {
-    package_field Depends "$2" | tr ',|' '\n' | awk -v pattern="$1" '$1 ~ pattern {print $1; exit}'
-}
 
 # ARCH: names of the kernel's packages, derived from the packages that always name the newest.
 kernel_packages() {

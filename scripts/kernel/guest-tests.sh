@@ -3,13 +3,23 @@
 #
 # Runs guest tests and says what became of each. Sourced in the root of the tree, after log.sh and
 # common.sh. A test is a file tests/kernel/NAME.sh. Those in time/ wait for minutes: they get a
-# boot of their own, in which idle time passes at once.
+# boot of their own, in which idle time passes at once. Those in panic/ end in a kernel that stops:
+# each has a boot of its own. Those in debug/ are for debug kernels (debug-tests.sh).
 
 # Further words for the kernel's command line, which the guest's init gets as variables.
 guest_words=()
 
+# Memory as the last owner left it: who reads behind the end of a packet must not find zeros there.
+dirty_memory=init_on_alloc=0
+
 all_guest_tests() {
-    find tests/kernel -name '*.sh' -printf '%P\n' | sed 's/\.sh$//' | sort
+    find tests/kernel -name '*.sh' -not -path '*/bench/*' -not -path '*/debug/*' \
+        -not -path '*/panic/*' -printf '%P\n' |
+        sed 's/\.sh$//' | sort
+}
+
+all_panic_tests() {
+    find tests/kernel -path '*/panic/*.sh' -printf '%P\n' | sed 's/\.sh$//' | sort
 }
 
 # ARCH: everything that a guest is made of.
@@ -64,17 +74,37 @@ boot_guest_tests() {
     mkdir -p "${log%/*}"
     GPON_GUEST_CLOCK=$clock GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1800} \
         bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/initramfs.gz" \
-        "tests=$(IFS=,; echo "$*")" "${guest_words[@]}" >"$log" 2>&1 || true
+        "tests=$(IFS=,; echo "$*")" "$dirty_memory" "${guest_words[@]}" >"$log" 2>&1 || true
     show_guest_log "$log" "$arch"
     guest_log_is_good "$log" "$@"
 }
 
+# LOG TEST: whether the kernel stopped in the test, with the words that the test's file gives.
+panicked_as_told() {
+    local words
+    words=$(sed -n 's/^# panics: //p' "tests/kernel/$2.sh")
+    [ -n "$words" ] && tr -d '\r' <"$1" | grep -q "^@@ begin $2\$" &&
+        grep -qF "Kernel panic - not syncing: $words" "$1" &&
+        ! grep -qE '^@@ (end|done|the kernel complained)' "$1"
+}
+
+# ARCH TEST: one boot, which the test ends.
+boot_panic_test() {
+    local arch=$1 name=$2 log=$GPON_BUILD_DIR/logs/guest-$1-${2//\//-}.log start=$SECONDS result=ok
+    GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$arch" \
+        "$GPON_KERNEL_DIR/$arch/initramfs.gz" "tests=$name" >"$log" 2>&1 || true
+    panicked_as_told "$log" "$name" || result=FAILED
+    printf '  %-7s %-32s %-6s %4d s\n' "$arch" "$name" "$result" $((SECONDS - start))
+    [ "$result" = ok ] || { tail -n 40 "$log" && return 1; }
+}
+
 # ARCH TEST...
 run_guest_tests() {
-    local arch=$1 name patient=() others=() status=0
+    local arch=$1 name patient=() others=() stopping=() status=0
     shift
     for name in "$@"; do
         case $name in
+        panic/*) stopping+=("$name") ;;
         time/*) patient+=("$name") ;;
         *) others+=("$name") ;;
         esac
@@ -85,5 +115,8 @@ run_guest_tests() {
     if [ ${#patient[@]} != 0 ]; then
         boot_guest_tests "$arch" instructions "${patient[@]}" || status=1
     fi
+    for name in "${stopping[@]}"; do
+        boot_panic_test "$arch" "$name" || status=1
+    done
     return "$status"
 }

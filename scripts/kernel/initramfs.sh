@@ -5,7 +5,8 @@
 #
 # Packs what a test guest runs from: busybox, iproute2 with its libraries, the kernel's own modules
 # that the tests want, both of our modules, the guest scripts and tests. Further files go to
-# /bin, or to where GUEST-PATH says.
+# /bin, or to where GUEST-PATH says. GPON_KERNEL_BUILD is the build folder of a kernel that has
+# everything built in, and GPON_MODULES the folder of our modules for it.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -16,7 +17,11 @@ arch=$1
 output=$2
 shift 2
 root=$(kernel_root "$arch")
-version=$(kernel_version "$arch")
+if [ -n "${GPON_KERNEL_BUILD:-}" ]; then
+    version=$(cat "$GPON_KERNEL_BUILD/include/config/kernel.release")
+else
+    version=$(kernel_version "$arch")
+fi
 farm=${GPON_MODULES:-$(module_farm "$arch")}
 readelf=$(cross_prefix "$arch")readelf
 
@@ -72,17 +77,22 @@ put_programs() {
     done
 }
 
+# What is built in is found by its name as a module is.
+put_builtin_names() {
+    cp "$1/modules.order" "$1/modules.builtin" "$1/modules.builtin.modinfo" \
+        "$tree/lib/modules/$version/"
+    depmod -b "$tree" "$version"
+}
+
 put_stock_modules() {
     local name path
     [ -f "$root/lib/modules/$version/modules.dep" ] || depmod -b "$root" "$version"
-    for name in "${stock_modules[@]}"; do
+    for name in "${stock_modules[@]}" ${GPON_GUEST_MODULES:-}; do
         modprobe -S "$version" -d "$root" --show-depends "$name" | awk '$1 == "insmod" {print $2}'
     done | sort -u | while read -r path; do
         put "$path" "lib/modules/${path#*/lib/modules/}"
     done
-    cp "$root/lib/modules/$version"/modules.{order,builtin,builtin.modinfo} \
-        "$tree/lib/modules/$version/"
-    depmod -b "$tree" "$version"
+    put_builtin_names "$root/lib/modules/$version"
 }
 
 put_tests() {
@@ -121,7 +131,11 @@ put_further_files() {
 
 mkdir -p "$tree"/{bin,sbin,dev,proc,sys,tmp,root,etc,"lib/modules/$version"}
 put_programs
-put_stock_modules
+if [ -n "${GPON_KERNEL_BUILD:-}" ]; then
+    put_builtin_names "$GPON_KERNEL_BUILD"
+else
+    put_stock_modules
+fi
 put_tests
 put_scenarios
 put_further_files "$@"

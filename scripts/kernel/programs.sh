@@ -12,7 +12,7 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 [ $# = 2 ] || fail "an architecture and a folder are needed"
 compiler=$(cross_prefix "$1")gcc
 mkdir -p "$2"
-for source in tests/kernel/programs/*.c; do
+for source in tests/kernel/programs/*.c tests/uapi/omci_calls.c; do
     program=$2/$(basename "$source" .c)
     if [ ! "$program" -nt "$source" ]; then
         "$compiler" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -o "$program" "$source"

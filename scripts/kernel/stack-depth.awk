@@ -104,7 +104,7 @@ function deepest(name, in_step, in_add,    key, list, count, i, below, best) {
     count = split(calls(name), list, "\n")
     for (i = 2; i <= count; i++) {
         # The tenth activation of the step function refuses, and calls nothing but the log.
-        if (name == step && in_step == steps && list[i] !~ /printk|emit|pr_cont/) continue
+        if (name == step && in_step == steps && list[i] !~ /printk|gpon_log|pr_cont/) continue
         below = deepest(list[i], in_step, in_add)
         if (below > best) {
             best = below

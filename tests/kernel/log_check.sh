@@ -18,6 +18,10 @@ reports() {
 	kernel BUG at lib/list_debug.c:59!
 	Oops: 0011 [#1] PREEMPT SMP NOPTI
 	Unable to handle kernel paging request at virtual address dead000000000122
+	Internal error: BRK handler: 00000000f20003e8 [#1] SMP
+	invalid opcode: 0000 [#1] PREEMPT SMP NOPTI
+	divide error: 0000 [#1] PREEMPT SMP NOPTI
+	CFI failure at rcu_do_batch+0x1a4/0x5b8 (target: gpon_flow_free_inst+0x0/0x40 [gpon_flow])
 	general protection fault, probably for non-canonical address 0xdead000000000100: 0000
 	INFO: task rmmod:99 blocked for more than 120 seconds.
 	rcu: INFO: rcu_preempt detected stalls on CPUs/tasks:

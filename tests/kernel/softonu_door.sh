@@ -53,7 +53,7 @@ reports() {
 }
 
 bad_parameters() {
-    for words in unis=0 unis=16 gem_ports=4096 gem_ports=1,1 "gem_ports=1 multicast_gem_ports=1"; do
+    for words in unis=0 unis=16 gem_ports=0 gem_ports=4096 gem_ports=1,1 "gem_ports=1 multicast_gem_ports=1"; do
         # shellcheck disable=SC2086 # words
         if insmod /modules/gpon_softonu.ko $words 2>/dev/null; then
             fail "loads with $words"

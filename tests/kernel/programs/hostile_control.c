@@ -178,6 +178,59 @@ static void other_commands(void)
 	}
 }
 
+/* Everything that a record points at, cut by the end of memory: only what is whole can be read. */
+static void cut_by_the_end(struct gpon_flow_cmd *record, uint64_t *address, size_t whole,
+			   const char *what)
+{
+	size_t bytes;
+	unsigned char *page = page_with_an_end(&bytes);
+
+	for (size_t before = 0; before <= whole; before++) {
+		*address = (uint64_t)(uintptr_t)(page + bytes - before);
+		expect(before == whole ? 0 : EPERM, send_record(record), what, record->me.class_id,
+		       before);
+	}
+	munmap(page, 2 * bytes);
+}
+
+static void raw_records_at_the_end_of_memory(void)
+{
+	static const struct {
+		uint16_t class_id;
+		size_t bytes;
+	} records[] = {
+		{ 11, sizeof(struct gpon_raw_pptp) }, { 45, sizeof(struct gpon_raw_mbsp) },
+		{ 47, sizeof(struct gpon_raw_mbpcd) }, { 78, sizeof(struct gpon_raw_vtocd) },
+		{ 84, sizeof(struct gpon_raw_vtfd) }, { 130, sizeof(struct gpon_raw_mapper) },
+		{ 171, sizeof(struct gpon_raw_evtocd) }, { 262, sizeof(struct gpon_raw_tcont) },
+		{ 266, sizeof(struct gpon_raw_gemiw) }, { 268, sizeof(struct gpon_raw_gemctp) },
+		{ 277, sizeof(struct gpon_raw_pq) }, { 278, sizeof(struct gpon_raw_ts) },
+		{ 280, sizeof(struct gpon_raw_td) }, { 281, sizeof(struct gpon_raw_multigemiw) },
+		{ 329, sizeof(struct gpon_raw_veip) },
+	};
+	const struct gpon_flow_cmd clean = { .cmd = GPON_FLOW_CMD_CLEAN };
+
+	for (size_t i = 0; i < sizeof(records) / sizeof(records[0]); i++) {
+		struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_ME };
+
+		record.me.class_id = records[i].class_id;
+		record.me.attr_mask = 0xffff;
+		record.me.msg_type = ZR_OMCI_MSG_TYPE_CREAT;
+		cut_by_the_end(&record, &record.me.attr_data, records[i].bytes, "cut record to create");
+		record.me.msg_type = ZR_OMCI_MSG_TYPE_SET;
+		cut_by_the_end(&record, &record.me.attr_data, records[i].bytes, "cut record to set");
+		expect(0, send_record(&clean), "clean", 0, 0);
+	}
+}
+
+static void configuration_at_the_end_of_memory(void)
+{
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_CFG_DATA };
+
+	cut_by_the_end(&record, &record.cfg_data, sizeof(struct gpon_flow_cfg_data),
+		       "cut configuration");
+}
+
 /* Words without a terminator, in memory that ends right behind them. */
 static void endless_debug_words(void)
 {
@@ -192,6 +245,46 @@ static void endless_debug_words(void)
 	munmap(page, 2 * bytes);
 }
 
+/* The interpreter gets the words before the first that cannot be read. With one word fewer the
+ * command is another one, and says so in the kernel log. */
+static void debug_words_behind_good_ones(void)
+{
+	static const char words[GPON_FLOW_DEBUG_WORDS][GPON_FLOW_DEBUG_WORD_BYTES] = {
+		"set", "trace", "outer_vlan", "1234",
+	};
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_DEBUG };
+
+	for (int bad = 1; bad < GPON_FLOW_DEBUG_WORDS; bad++) {
+		for (size_t i = 0; i < BAD_ADDRESSES; i++) {
+			for (int word = 0; word < GPON_FLOW_DEBUG_WORDS; word++)
+				record.args[word] = (uint64_t)(uintptr_t)words[word];
+			record.args[bad] = bad_addresses[i];
+			expect(0, send_record(&record), "bad word behind good ones", 2, bad);
+		}
+	}
+}
+
+/* A word that is cut by the end of memory is no word, however short its text. */
+static void cut_debug_words(void)
+{
+	static const char set[GPON_FLOW_DEBUG_WORD_BYTES] = "set";
+	static const char level[GPON_FLOW_DEBUG_WORD_BYTES] = "debug_level";
+	struct gpon_flow_cmd record = { .cmd = GPON_FLOW_CMD_DEBUG };
+	size_t bytes;
+	unsigned char *page = page_with_an_end(&bytes);
+
+	record.args[0] = (uint64_t)(uintptr_t)set;
+	record.args[1] = (uint64_t)(uintptr_t)level;
+	for (size_t before = 2; before <= GPON_FLOW_DEBUG_WORD_BYTES; before++) {
+		unsigned char *word = page + bytes - before;
+
+		memcpy(word, before == GPON_FLOW_DEBUG_WORD_BYTES ? "5" : "4", 2);
+		record.args[2] = (uint64_t)(uintptr_t)word;
+		expect(0, send_record(&record), "cut word", 2, before);
+	}
+	munmap(page, 2 * bytes);
+}
+
 int main(void)
 {
 	device = open("/dev/gpon_flow", O_RDWR);
@@ -202,9 +295,13 @@ int main(void)
 	every_number();
 	record_at_bad_addresses();
 	record_at_the_end_of_memory();
+	raw_records_at_the_end_of_memory();
+	configuration_at_the_end_of_memory();
 	every_class_number();
 	other_commands();
 	endless_debug_words();
+	debug_words_behind_good_ones();
+	cut_debug_words();
 	printf("@@ %lu hostile calls, %d wrong answers\n", checked, failures);
 	return failures ? 1 : 0;
 }

@@ -280,6 +280,9 @@ int main(void)
 	fields_come_back();
 	mapping_answers();
 	every_shape();
+	memcpy(tagged + 12, "\x88\xa8", 2);
+	every_shape();
+	memcpy(tagged + 12, "\x81\x00", 2);
 	senseless_calls();
 	bad_addresses();
 	bad_settings();

@@ -8,9 +8,8 @@
 . /tests/lib.sh
 
 rules() {
-    dmesg -c >/dev/null
     echo "show flow_rule" >/proc/gpon_flow/debug
-    dmesg | sed -n 's/.*total_num = //p'
+    dmesg | sed -n 's/.*total_num = //p' | tail -n 1
 }
 
 # Seconds since the load.

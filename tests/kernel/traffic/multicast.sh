@@ -8,6 +8,7 @@
 . /tests/traffic/topology.sh
 
 group=239.1.1.1
+other_group=239.1.1.2
 
 join() {
     in_ns client1 ip addr add $group/32 dev sub1 autojoin
@@ -21,6 +22,15 @@ groups_joined() {
 stream() {
     in_ns server1 ip route add 239.0.0.0/8 dev gem4000 src 10.0.0.1
     in_ns server1 ping -c 5 -W 2 $group
+}
+
+# NAME DEVICE COUNTER: a subscriber sends to a group. What becomes of the frames is counted there,
+# and none gets onto the multicast GEM port.
+tries() {
+    before=$(counter "$2" "$3")
+    in_ns client1 ping -c 2 -W 1 $other_group >/dev/null && fail "$1: an answer from nobody"
+    expect_at_least "$1: $3 of $2" $((before + 2)) "$(counter "$2" "$3")"
+    expect "$1: frames up on the multicast GEM port" 0 "$(counter gem4000 rx_frames)"
 }
 
 onu_up
@@ -40,4 +50,15 @@ expect_at_least "answers to the group" 5 "$answers"
 expect_at_least "frames down on the multicast GEM port" 5 "$(counter gem4000 tx_frames)"
 expect "frames up on the multicast GEM port" 0 "$(counter gem4000 rx_frames)"
 expect "frames dropped by the hook downstream" 0 "$(counter ani0 rx_drop_hook)"
+
+in_ns client1 ip route add $other_group/32 dev sub1
+tries upstream-port gem1025 rx_frames
+# Nor when the multicast GEM port is all that the bridge has.
+printf 'me delete MAC_BRIDGE_PORT_CON_DATA %d\nexpect ret=0\n' 11 12 >/tmp/alone.scn
+gponflow run --backend=device /tmp/alone.scn >/tmp/told || { cat /tmp/told; fail "no change"; }
+tries multicast-port-alone ani0 tx_drop_hook
+# Nor when the platform itself chooses it.
+printf 'clear\nadd gem=4000\n' >$proc/mapping
+echo "engine off" >$proc/hooks
+tries platform-choice ani0 tx_drop_gem_downstream_only
 onu_down

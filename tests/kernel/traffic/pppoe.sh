@@ -56,10 +56,6 @@ hang_up() {
     done
 }
 
-if [ ! -x /usr/sbin/pppd ]; then
-    echo "@@ not tried: this guest has no pppd"
-    exit 0
-fi
 onu_up
 modprobe pppoe
 modprobe ppp_async

@@ -8,10 +8,13 @@
 
 rounds=${rounds:-8}
 
-# NAMESPACE ADDRESS-OF-SERVER1 PORT: an endless stream up, and one down on the same connection.
+# NAMESPACE ADDRESS-OF-SERVER1 PORT: an endless stream up, and one down on the next port. Not on one
+# connection: two ends that write and do not read meanwhile wait for each other for ever.
 stream() {
-    in_ns server1 sh -c "while :; do nc -l -p $3 </dev/zero >/dev/null; done" &
+    in_ns server1 sh -c "while :; do nc -l -p $3 </dev/null >/dev/null; done" &
+    in_ns server1 sh -c "while :; do nc -l -p $(($3 + 1)) </dev/zero >/dev/null; done" &
     in_ns "$1" sh -c "while :; do nc -w 5 $2 $3 </dev/zero >/dev/null; sleep 0.1; done" &
+    in_ns "$1" sh -c "while :; do nc -w 5 $2 $(($3 + 1)) </dev/null >/dev/null; sleep 0.1; done" &
 }
 
 take_engine_out() {
@@ -34,13 +37,17 @@ wait_for_traffic() {
         [ "$(counter gem1025 rx_frames)" -lt $((before + 50)) ] || return 0
         sleep 0.2
     done
+    grep -v ' 0$' "$proc/counters"
+    for ns in client1 client2 server1; do
+        echo "$ns:" && in_ns "$ns" netstat -tn && in_ns "$ns" ip neigh
+    done
     fail "round $round: no traffic"
 }
 
 onu_up
 plain_network
 stream client1 10.0.0.1 5001
-stream client2 10.0.0.1 5002
+stream client2 10.0.0.1 5003
 round=0
 while [ "$round" -lt "$rounds" ]; do
     wait_for_traffic

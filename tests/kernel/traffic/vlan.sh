@@ -20,7 +20,7 @@ qinq() {
     vlan "$1" "$2.$3" "$4" "$5"
 }
 
-# SERVICE ADDRESS RIGHT-DEVICE OTHER-DEVICE: all answered, on the right GEM port only.
+# SERVICE ADDRESS RIGHT-DEVICE OTHER-DEVICE CLIENT-DEVICE: all answered, on the right GEM port only.
 service_uses() {
     right=$(counter "$3" rx_frames)
     other=$(counter "$4" rx_frames)
@@ -30,6 +30,8 @@ service_uses() {
     done
     expect_at_least "$1: frames on $3" $((right + 6)) "$(counter "$3" rx_frames)"
     expect "$1: frames on $4" "$other" "$(counter "$4" rx_frames)"
+    # Who answered is asked again whether he is still there, seconds later.
+    in_ns client1 ip link set "$5" down
 }
 
 onu_up
@@ -40,9 +42,9 @@ vlan client1 sub1 200 10.2.0.11/24
 vlan server2 gem1026 200 10.2.0.1/24
 qinq client1 sub1 300 30 10.3.0.11/24
 qinq server2 gem1026 300 30 10.3.0.1/24
-service_uses "VLAN 100" 10.1.0.1 gem1025 gem1026
-service_uses "VLAN 200" 10.2.0.1 gem1026 gem1025
-service_uses "stacked tags" 10.3.0.1 gem1026 gem1025
+service_uses "VLAN 100" 10.1.0.1 gem1025 gem1026 sub1.100
+service_uses "VLAN 200" 10.2.0.1 gem1026 gem1025 sub1.200
+service_uses "stacked tags" 10.3.0.1 gem1026 gem1025 sub1.300.30
 
 # A tag that no service carries goes nowhere.
 vlan client1 sub1 777 10.7.0.11/24

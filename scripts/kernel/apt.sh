@@ -1,0 +1,27 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+#
+# Downloads of packages that are never installed: apt works on lists of its own below build/kernel,
+# so this needs no root and leaves the machine as it is. Sourced after common.sh.
+
+apt_dir=$GPON_KERNEL_DIR/apt
+
+apt_setup() {
+    mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
+    : >"$apt_dir/status"
+    # The sources, their keys and proxies are the machine's own.
+    apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
+        -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
+        -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
+        -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
+}
+
+# FIELD PACKAGE: a field of the newest version of a package.
+package_field() {
+    apt-cache "${apt_options[@]}" show --no-all-versions "$2" | sed -n "s/^$1: //p"
+}
+
+# The package whose name matches PATTERN in the dependencies of PACKAGE.
+dependency() {
+    package_field Depends "$2" | tr ',|' '\n' | awk -v pattern="$1" '$1 ~ pattern {print $1; exit}'
+}

@@ -1,0 +1,54 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+#
+# Measures what a frame costs in a guest whose clock counts instructions. Sourced in the root of the
+# tree, after log.sh, common.sh and guest-tests.sh.
+
+bench_modules="act_skbedit crc32c_generic openvswitch"
+
+bench_program() {
+    "$(cross_prefix "$1")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror -static -o "$2" \
+        tests/kernel/bench/frame_source.c
+}
+
+bench_initramfs() {
+    local arch=$1 here=$GPON_KERNEL_DIR/$1
+    GPON_GUEST_MODULES=$bench_modules bash scripts/kernel/initramfs.sh "$arch" "$here/bench.gz" \
+        "$here/frame_source" "$here/tool/bin/gponflow" \
+        "$(kernel_root "$arch")/usr/bin/ovs-dpctl=/sbin/ovs-dpctl"
+}
+
+# ARCH: everything that the guest is made of.
+prepare_bench() {
+    local here=$GPON_KERNEL_DIR/$1
+    step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
+        step "bench-fetch-$1" bash scripts/kernel/bench-fetch.sh "$1" &&
+        step "modules-$1" bash scripts/kernel/build.sh "$1" &&
+        step "source-$1" bench_program "$1" "$here/frame_source" &&
+        step "tool-$1" bash scripts/kernel/tool.sh "$1" "$here/tool" &&
+        step "initramfs-$1" bench_initramfs "$1"
+}
+
+# ARCH GUEST-OUTPUT: the figures in it, as one record.
+bench_record() {
+    tr -d '\r' <"$2" | sed -n -e 's/^@@ \(bench .*\)/\1/p' -e 's/^@@ \(rules .*\)/\1/p' |
+        jq -Rn --arg arch "$1" --arg kernel "$(kernel_version "$1")" \
+            --arg compiler "$("$(cross_prefix "$1")g++" -dumpfullversion)" \
+            -f scripts/kernel/bench.jq
+}
+
+# ARCH RECORD [WORD...]: one boot, with words for its command line; the figures go to RECORD.
+boot_bench() {
+    local arch=$1 record=$2 log=$GPON_BUILD_DIR/logs/guest-bench-$1.log
+    shift 2
+    mkdir -p "${log%/*}" "${record%/*}"
+    GPON_GUEST_CLOCK=instructions GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1200} \
+        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/bench.gz" script=bench/bench \
+        "$@" >"$log" 2>&1 </dev/null || true
+    tail -n 20 "$log"
+    if ! tr -d '\r' <"$log" | grep -q '^@@ done 0$'; then
+        echo "the guest did not come to its end, its whole output is in $log"
+        return 1
+    fi
+    bench_record "$arch" "$log" >"$record.new" && mv "$record.new" "$record"
+}

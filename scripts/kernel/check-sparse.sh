@@ -1,0 +1,40 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: check-sparse.sh
+#
+# Sparse looks at the C of both kernel modules, through the kernel's build: address spaces, locks
+# and byte orders. The core is C++, which sparse does not know.
+set -eu
+cd "$(dirname "$(readlink -f "$0")")/../.."
+# shellcheck source=scripts/kernel/common.sh
+. scripts/kernel/common.sh
+
+arch=x86_64
+farm=$(module_farm "$arch")-of-sparse
+log=$farm/sparse.log
+
+bash scripts/kernel/fetch.sh "$arch"
+mkdir -p "$farm"
+find "$farm" -type l -delete
+find platform include -type f | while read -r source; do
+    mkdir -p "$farm/$(dirname "$source")"
+    ln -s "$PWD/$source" "$farm/$source"
+done
+# Only the C: without the core there is no module to link.
+cat >"$farm/Kbuild" <<'END'
+obj-m := gpon_softonu.o gpon_glue.o
+gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/platform/softonu/*.c))
+gpon_glue-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/platform/linux/*.c))
+END
+if ! make -C "$(kernel_headers "$arch")" M="$farm" -j "$GPON_JOBS" C=2 \
+    CHECK="sparse -Wsparse-error" CROSS_COMPILE="$(cross_prefix "$arch")" \
+    KBUILD_MODPOST_WARN=1 modules >"$log" 2>&1; then
+    cat "$log"
+    fail "sparse found something, or the glue does not compile"
+fi
+checked=$(grep -c '  CHECK ' "$log")
+if [ "$checked" -lt 2 ] || grep -E '(warning|error): ' "$log" | grep -v '^WARNING: modpost'; then
+    fail "sparse found something, or looked at $checked files only"
+fi
+echo "$checked files"

@@ -1,0 +1,91 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+#
+# Runs the guest tests on debug kernels. Sourced in the root of the tree, after guest-tests.sh. The
+# detectors are tried first, in boots of their own: a report changes what the kernel reports next.
+
+# ARCH FLAVOUR: the kernel, the modules for it and everything that its guest is made of.
+prepare_debug_guest() {
+    local arch=$1 flavour=$2 kernel farm
+    local programs=$GPON_KERNEL_DIR/$arch/programs tool=$GPON_KERNEL_DIR/$arch/tool
+    kernel=$(debug_kernel "$arch" "$flavour")
+    farm=$kernel-modules
+    # The summary is about this run.
+    rm -f "$GPON_BUILD_DIR/logs/debug-$arch-$flavour-"*.log
+    step "fetch-$arch" bash scripts/kernel/fetch.sh "$arch" &&
+        step "kernel-$arch-$flavour" bash scripts/kernel/debug-kernel.sh "$arch" "$flavour" &&
+        step "modules-$arch-$flavour" bash scripts/kernel/build.sh "$arch" "$kernel" "$farm" &&
+        step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
+        step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
+        GPON_KERNEL_BUILD=$kernel GPON_MODULES=$farm step "initramfs-$arch-$flavour" \
+            bash scripts/kernel/initramfs.sh "$arch" "$kernel-initramfs.gz" \
+            "$programs"/* "$tool/bin/gponflow"
+}
+
+# With five levels of page tables an x86 kernel has a moment in which KASAN takes all memory for
+# wild: while it asks its processor what it can do, the answer that there are five is gone.
+guest_words+=(no5lvl kasan_multi_shot)
+
+# ARCH FLAVOUR BOOT CLOCK TEST...: one boot, named for its log.
+boot_debug() {
+    local arch=$1 flavour=$2 log=$GPON_BUILD_DIR/logs/debug-$1-$2-$3.log clock=$4 kernel
+    shift 4
+    [ $# != 0 ] || return 0
+    kernel=$(debug_kernel "$arch" "$flavour")
+    GPON_GUEST_CLOCK=$clock GPON_GUEST_MEMORY=2048 GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-3600} \
+        GPON_KERNEL_IMAGE=$(debug_image "$arch" "$flavour") \
+        bash scripts/kernel/boot.sh "$arch" "$kernel-initramfs.gz" \
+        "tests=$(IFS=,; echo "$*")" "${guest_words[@]}" >"$log" 2>&1 || true
+    show_guest_log "$log" "$arch"
+    guest_log_is_good "$log" "$@"
+}
+
+# ARCH TEST...: memory, locks, leaks, and calls that fail.
+run_kasan_tests() {
+    local arch=$1 name status=0 patient=() others=()
+    shift
+    for name in "$@"; do
+        case $name in
+        time/*) patient+=("$name") ;;
+        *) others+=("$name") ;;
+        esac
+    done
+    boot_debug "$arch" kasan detectors real debug/detectors || status=1
+    boot_debug "$arch" kasan lock-detectors real debug/lock_detectors || status=1
+    boot_debug "$arch" kasan suite real debug/leaks_before "${others[@]}" debug/failing_calls \
+        debug/leaks_after || status=1
+    boot_debug "$arch" kasan time instructions "${patient[@]}" || status=1
+    return "$status"
+}
+
+# ARCH TEST...: races, which need two processors.
+run_kcsan_tests() {
+    local arch=$1 name status=0 others=()
+    shift
+    for name in "$@"; do
+        case $name in
+        time/*) ;;
+        *) others+=("$name") ;;
+        esac
+    done
+    boot_debug "$arch" kcsan detectors real debug/race_detector || status=1
+    boot_debug "$arch" kcsan suite real "${others[@]}" || status=1
+    return "$status"
+}
+
+# ARCH FLAVOUR: what the boots of a flavour amount to.
+debug_summary() {
+    cat "$GPON_BUILD_DIR/logs/debug-$1-$2-"*.log | tr -d '\r' | awk -v what="$1 $2" '
+        $1 == "@@" && $2 == "end" { tests++ ; passed += $4 == "0" ; seconds += $5 }
+        $1 == "@@" && /detectors? fired/ { detectors += $3 }
+        $1 == "@@" && /failures injected/ { operations += $4 ; failures += $6 ; refused += $9 }
+        $1 == "@@" && /wrong answers/ { calls += $4 }
+        END {
+            printf "%s: %d of %d tests passed in %d s of guest time, %d detectors fired on purpose\n",
+                what, passed, tests, seconds, detectors
+            if (failures)
+                printf "%s: %d failures injected into %d operations, %d times refused\n", what,
+                    failures, operations, refused
+            printf "%s: %d calls in contention\n", what, calls
+        }'
+}

@@ -1,0 +1,161 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# What a frame of a subscriber costs on its way up, in each of the ways to build a line. Prints
+# "@@ bench CASE FLOWS MEDIAN MEAN", instructions of a frame, and "@@ rules FLOWS COUNT", those that
+# gpon_flow keeps of two for each flow. Meant for a guest whose clock counts instructions;
+# "repeats", "frames" and "ways" are words of its command line.
+# shellcheck source=tests/kernel/bench/devices.sh
+. /tests/bench/devices.sh
+
+repeats=${repeats:-2}
+ways=${ways:-bridge,veth_bridge,vlan_filtering,flower,openvswitch,own_mapping,gpon_flow}
+frames=${frames:-1600}
+per_round=16
+flow_counts="1 8 64 256 768"
+network=1
+debug=/proc/gpon_flow/debug
+
+# Frames that came out at the far end.
+arrived() {
+    for device in $(cd /sys/class/net && echo gem* sub2); do
+        cat "/sys/class/net/$device/statistics/rx_packets"
+    done 2>/dev/null | awk '{n += $1} END {print n}'
+}
+
+# CASE FLOWS [FILE TEXT]: all frames have to arrive, or something else was measured.
+measure() {
+    case=$1
+    flows=$2
+    shift 2
+    # Until the devices' carrier is known everywhere.
+    sleep 2
+    before=$(arrived)
+    rounds=$((frames / per_round))
+    cost=$(frame_source sub1 "$network" "$flows" $rounds $per_round "$@") ||
+        fail "no frames for $case"
+    expect "frames of $case" $((rounds * per_round + flows)) $(($(arrived) - before))
+    echo "@@ bench $case $flows $cost"
+}
+
+# CASE DEVICES FLOWS...: with each number of flows.
+bridge_alone() {
+    case_alone=$1
+    "$2"
+    shift 2
+    bridge_up
+    for number in "$@"; do
+        measure "$case_alone" "$number"
+    done
+    devices_down
+}
+
+vlan_filtering() {
+    plain_up
+    bridge_up vlan_filtering 1
+    filter_vlans
+    measure vlan_filtering 8
+    devices_down
+}
+
+flower() {
+    plain_up
+    bridge_up
+    flower_up $network "$1"
+    measure flower "$1"
+    expect "frames that hit a rule" $((frames + $1)) "$(flower_hits)"
+    devices_down
+}
+
+openvswitch() {
+    plain_up
+    openvswitch_up $network "$1"
+    measure openvswitch "$1"
+    expect "frames that hit a flow" $((frames + $1)) "$(openvswitch_hits)"
+    openvswitch_down
+    devices_down
+}
+
+# The platform's own table of GEM ports, in the place of gpon_flow.
+own_mapping() {
+    onu_up
+    bridge_up
+    measure own_mapping 8
+    devices_down
+}
+
+rules_held() {
+    dmesg -c >/dev/null
+    echo "show flow_rule" >$debug
+    dmesg | sed -n 's/.*total_num = \([0-9]*\).*/\1/p'
+}
+
+forget_rules() {
+    echo "clean flow_rule 0 0" >$debug
+}
+
+# Two rules can want one place in the table, and the second is not kept: its frames walk for ever.
+# The quick path is measured with flows that are all kept.
+find_flows_that_are_kept() {
+    # Or the first ones are lost where no carrier is known yet.
+    sleep 2
+    for network in $(seq 1 200); do
+        forget_rules
+        frame_source sub1 "$network" 8 1 1 >/dev/null
+        [ "$(rules_held)" != 16 ] || return 0
+    done
+    fail "no eight flows have sixteen places in the table"
+}
+
+gpon_flow_up() {
+    onu_up
+    load_gpon_flow
+    gponflow run --backend=device /tests/bench/provision.scn >/tmp/provision.txt ||
+        { cat /tmp/provision.txt; fail "the scenario was not obeyed"; }
+    bridge_up
+}
+
+gpon_flow() {
+    gpon_flow_up
+    find_flows_that_are_kept
+    measure gpon_flow_quick 8
+    # Here the table holds what it holds: frames whose rule found no place are part of the figure.
+    for number in $flow_counts; do
+        forget_rules
+        measure gpon_flow_mix "$number"
+        echo "@@ rules $number $(rules_held)"
+    done
+    forget_rules
+    measure gpon_flow_first $per_round $debug "clean flow_rule 0 0"
+    echo "set enable 0" >$debug
+    devices_down
+}
+
+setup() {
+    sysctl -qw net.ipv6.conf.all.disable_ipv6=1 net.ipv6.conf.default.disable_ipv6=1
+    for module in bridge veth sch_ingress cls_flower act_skbedit crc32c_generic openvswitch; do
+        modprobe $module || fail "there is no $module"
+    done
+}
+
+measure_way() {
+    case $1 in
+    bridge) bridge_alone bridge plain_up 1 8 16 64 256 768 ;;
+    veth_bridge) bridge_alone veth_bridge veth_up 8 ;;
+    flower | openvswitch)
+        for number in $flow_counts; do
+            "$1" "$number"
+        done
+        ;;
+    vlan_filtering | own_mapping | gpon_flow) "$1" ;;
+    *) fail "there is no way '$1'" ;;
+    esac
+}
+
+setup
+for _ in $(seq "$repeats"); do
+    for way in $(echo "$ways" | tr , ' '); do
+        network=1
+        measure_way "$way"
+    done
+done

@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# Twenty times in and out with hook calls and operators at the doors all the time: whoever is inside
+# when the module goes is answered.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+load_both
+rmmod gpon_flow || fail "gpon_flow does not unload"
+calls_at_unload /modules/gpon_flow.ko 20 || fail "a wrong answer, or no race took place"
+[ ! -d /sys/module/gpon_flow ] || fail "the module is still there"
+rmmod gpon_softonu || fail "gpon_softonu does not unload"

@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# An OMCI stack that is a 32-bit program gets the answers that a 64-bit one gets.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+# Debug kernels are built without that entry; to knock there is a fault of the program then.
+has_32_bit_entry() {
+    [ "$(uname -m)" != x86_64 ] || grep -qE ' (asm_int80_emulation|entry_INT80_compat)$' /proc/kallsyms
+}
+
+if ! has_32_bit_entry; then
+    echo "@@ left out: this kernel has no entry for 32-bit programs"
+    exit 0
+fi
+load_both
+compat_calls || fail "a wrong answer at the 32-bit entry"
+if [ "$(uname -m)" = x86_64 ]; then
+    echo "show raw_data 45 2a" >/proc/gpon_flow/debug
+    dmesg | grep -q '002a' || fail "the record of a 32-bit program made no instance"
+fi
+unload_both

@@ -1,0 +1,11 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# What the kernel itself seems to have lost while it started is none of ours.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+scan_for_leaks >/tmp/leaks
+echo "@@ $(grep -c '^unreferenced' /tmp/leaks) leaks of the kernel's start"
+echo clear >/sys/kernel/debug/kmemleak
+dmesg -c >/dev/null

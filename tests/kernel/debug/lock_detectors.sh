@@ -1,0 +1,20 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The checks of locks and of RCU report what is done on purpose. They fall silent after the first
+# report of a lock, and after one of any other detector: in a boot of their own, that one last.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+debug_locks() {
+    awk '$1 == "debug_locks:" {print $2}' /proc/lockdep_stats
+}
+
+expect "lock checks at first" 1 "$(debug_locks)"
+fires pointer_outside_read_section 'WARNING: suspicious RCU usage'
+fires list_outside_read_section 'RCU-list traversed in non-reader section'
+fires sleep_in_read_section 'Illegal context switch in RCU read-side critical section|BUG: sleeping function'
+fires lock_order 'possible circular locking dependency detected'
+expect "lock checks after a report" 0 "$(debug_locks)"
+echo "@@ $fired detectors fired"
+dmesg -c >/dev/null

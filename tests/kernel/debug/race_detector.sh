@@ -1,0 +1,9 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# A race made on purpose, in C++ code compiled as the core is, is reported.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+fires race 'BUG: KCSAN: data-race in gpon_detect_add'
+echo "@@ $fired detector fired"

@@ -1,0 +1,14 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# Packets in every shape that a kernel hands around, whole and cut anywhere, meet a provisioned
+# engine, a trace filter and the module's own tracing.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+load_both
+hostile_packets quiet || fail "a wrong answer, or not every way was gone"
+hostile_packets loud || fail "a wrong answer while each step is traced"
+dmesg | grep -q '\[gpon_pkt_general_flow_func\].*: Enter' || fail "no step was traced"
+echo "set trace disable" >/proc/gpon_flow/debug || fail "the module does not answer any more"
+unload_both

@@ -1,0 +1,150 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The tool at a module in a kernel: what it shows, sets and cleans there, and the ways of frames that
+# it tells from the kernel log.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+provision=/tests/traffic/provision.scn
+mac=02:00:00:00:77:01
+passing="kind=up_uni port=1 frame=0200000000010200000077010800450000"
+dropped="kind=up_ani frame=020000000001020000007701810001f408004500"
+
+# A line of the tool's output.
+says() {
+    grep -qF -- "$2" /tmp/said || {
+        cat /tmp/said
+        fail "$1: there is no '$2'"
+    }
+}
+
+tool() {
+    gponflow "$@" >/tmp/said 2>&1
+}
+
+one_frame() {
+    printf 'hook %s\n' "$1" | gponflow run --backend=device - >/dev/null || fail "no hook call"
+}
+
+nothing_is_loaded() {
+    status=0
+    tool show rules || status=$?
+    expect "status without a module" 3 "$status"
+    says "show rules without a module" "the module is not loaded"
+    tool show status --json || fail "no status without a module"
+    says "status without a module" '"loaded": false'
+}
+
+shown() {
+    tool show status || fail "show status"
+    says "show status" "loaded"
+    tool show me --json --class GEM_PORT_CTP || fail "show me"
+    says "show me" '"portID": 1025'
+    one_frame "$passing"
+    tool show rules || fail "show rules"
+    says "show rules" "$mac"
+    tool show rules --json || fail "show rules --json"
+    says "show rules --json" '"class": "PPTP_ETHERNET_UNI"'
+}
+
+changed() {
+    tool clean rules || fail "clean rules"
+    says "clean rules" "> clean flow_rule 0 0"
+    says "the module's answer" "del All Flow Rule Data:"
+    tool show rules || fail "show rules after clean"
+    says "rules after clean" "0 rules in"
+    tool set enable off || fail "set enable"
+    tool show status || fail "show status"
+    says "engine after set enable off" "disabled"
+    tool set enable on || fail "set enable"
+    tool show status || fail "show status"
+    says "engine after set enable on" "enabled"
+}
+
+explained() {
+    # shellcheck disable=SC2086 # words
+    tool explain --backend=device $passing || fail "explain"
+    says "explain" "PPTP_ETHERNET_UNI 0x0101"
+    says "explain" "passes into the bridge"
+    # shellcheck disable=SC2086 # words
+    tool explain --backend=device $passing || fail "explain of a replay"
+    says "explain of a replay" "PPTP_ETHERNET_UNI 0x0101"
+    says "explain of a replay" "its rule was replayed"
+    # shellcheck disable=SC2086 # words
+    tool explain --backend=device $dropped || fail "explain of a drop"
+    says "explain of a drop" "dropped"
+}
+
+# The filter is off when frames of its address say nothing.
+filter_is_off() {
+    dmesg -c >/dev/null
+    one_frame "$passing"
+    ! dmesg | grep -q 'gpon_flow_list_get_related_id' || fail "the filter is in force $1"
+}
+
+# Starts gponflow trace and waits until it follows.
+start_trace() {
+    rm -f /tmp/told
+    gponflow trace "src_mac=$mac" "$@" >/tmp/said 2>/tmp/told &
+    tracer=$!
+    tries=0
+    until grep -q following /tmp/told 2>/dev/null; do
+        tries=$((tries + 1))
+        [ $tries -lt 100 ] || fail "trace does not begin: $(cat /tmp/told)"
+        sleep 0.2
+    done
+}
+
+traced() {
+    gponflow clean rules >/dev/null || fail "clean rules"
+    start_trace --count 3
+    one_frame "$passing"
+    one_frame "$passing"
+    one_frame "$dropped"
+    wait $tracer || fail "trace: $(cat /tmp/told)"
+    says "trace" "frame 1, upstream, from the UNI to the bridge"
+    says "trace" "its rule was replayed"
+    says "trace" "frame 3, upstream, from the bridge to the ANI"
+    says "trace" "dropped"
+    says "trace" "x a port of the UNI side"
+    filter_is_off "after its count"
+}
+
+watched() {
+    one_frame "$passing"
+    tool watch --once || fail "watch --once"
+    says "watch" "$mac"
+    # Not a terminal: printed until a signal comes.
+    gponflow watch --interval 1 >/tmp/said 2>&1 &
+    watcher=$!
+    sleep 4
+    kill -TERM $watcher
+    wait $watcher || fail "watch: $(cat /tmp/said)"
+    [ "$(grep -cE ' rules?$' /tmp/said)" -ge 2 ] || fail "watch looks once"
+}
+
+stopped() {
+    for signal in INT TERM; do
+        start_trace
+        kill -$signal $tracer
+        status=0
+        wait $tracer || status=$?
+        expect "status after $signal" 0 "$status"
+        filter_is_off "after $signal"
+    done
+}
+
+load_softonu unis=2
+nothing_is_loaded
+load_gpon_flow
+grep -v '^load' $provision | gponflow run --backend=device - >/tmp/said 2>&1 ||
+    { cat /tmp/said; fail "no provisioning"; }
+gponflow set enable on >/dev/null || fail "set enable on"
+shown
+changed
+explained
+traced
+watched
+stopped
+unload_both
