@@ -1,0 +1,71 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * What is measured. One case is a small piece of work, prepared once and then done over and over;
+ * the benchmark, the ratios and the instruction counts all take their work from this list, so that
+ * a figure in one is about the same code as in another.
+ */
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace gpon::bench {
+
+/* One piece of work. The constructor builds what it needs on a fresh platform; one case lives at a
+ * time. */
+class work {
+public:
+    work() = default;
+    virtual ~work() = default;
+    work(const work&) = delete;
+    work& operator=(const work&) = delete;
+
+    /* Before each pass, outside of the measurement. */
+    virtual void prepare() {}
+    /* Measured. */
+    virtual void pass() = 0;
+    /* Things done in one pass: look-ups, frames, commands. */
+    virtual uint32_t operations() const { return 1; }
+};
+
+struct bench_case {
+    std::string name;
+    std::function<std::unique_ptr<work>()> make;
+    bool prepares = false; // prepare() has something to do: passes are timed one by one
+    bool parallel = false; // several threads may be in pass() at once
+    bool resets = false;   // starts the platform anew, and with it the counts of memory
+    bool counted = true;   // its instructions are the same from run to run
+};
+using case_list = std::vector<bench_case>;
+
+case_list all_cases();
+const bench_case& find_case(const case_list& cases, const std::string& name);
+
+void add_header_cases(case_list& cases);
+void add_rule_cases(case_list& cases);
+void add_flood_cases(case_list& cases);
+void add_class_cases(case_list& cases);
+void add_hook_cases(case_list& cases);
+void add_relation_cases(case_list& cases);
+void add_command_cases(case_list& cases);
+void add_chained_cases(case_list& cases);
+void add_lfht_cases(case_list& cases);
+void add_rte_hash_cases(case_list& cases);
+
+/* A case of class Work, made with these arguments. */
+template <typename Work, typename... Args> bench_case make_case(std::string name, Args... args)
+{
+    return {std::move(name), [=] { return std::make_unique<Work>(args...); }};
+}
+
+/* Keeps the compiler from dropping work whose result nobody reads. */
+template <typename T> inline void keep(T&& value)
+{
+    asm volatile("" : : "g"(&value) : "memory");
+}
+
+} // namespace gpon::bench

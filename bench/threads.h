@@ -1,0 +1,9 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+#pragma once
+
+namespace gpon::bench {
+
+/* Which of the threads that measure at the same time this one is: 0 or 1. */
+inline thread_local int thread_number = 0;
+
+} // namespace gpon::bench

@@ -1,0 +1,38 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# [--update] [--guest] fails when the module takes over 3 % more instructions than bench/baseline.json
+#
+# Counts the instructions of the host benchmarks' loops with callgrind, and what they allocate. They
+# are the same on every run of the same program; another compiler makes another program, and then
+# only the allocations are compared. --update writes the baseline, after a change that is meant;
+# --guest checks the instructions per frame in a kernel as well (bench-kernel --check).
+set -eu
+. scripts/build.sh
+. scripts/bench.sh
+
+update='' guest=''
+for word in "$@"; do
+    case $word in
+    --update) update=1 ;;
+    --guest) guest=1 ;;
+    *)
+        echo "run bench-check: '$word' is neither --update nor --guest" >&2
+        exit 2
+        ;;
+    esac
+done
+
+dir=$(preset_dir bench)
+# DPDK's table is not counted.
+need bench
+step bench build_preset bench gpon_loops
+step count bash scripts/count-instructions.sh "$dir/bin/gpon_loops" "$dir/instructions.json"
+
+if [ -n "$update" ]; then
+    cp "$dir/instructions.json" bench/baseline.json
+    echo "bench/baseline.json: $(jq '.loops | length' bench/baseline.json) loops"
+else
+    bash scripts/compare-instructions.sh bench/baseline.json "$dir/instructions.json"
+fi
+if [ -n "$guest" ]; then
+    bash scripts/run/bench-kernel.sh ${update:+--update} --check
+fi

@@ -1,0 +1,66 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# [ARCH...] [--write] [--check [BASELINE]] [--update] instructions per frame in a real kernel
+#
+# Boots a guest whose clock counts instructions (arm64 unless other architectures are named) and
+# measures what a subscriber's frame costs across a bridge, a VLAN filtering bridge, tc flower, Open
+# vSwitch and gpon_flow. The figures go to build/bench/guest-ARCH.json, those of the first
+# architecture to build/bench/guest.json too. --write puts the table into docs/performance.md.
+#
+# --check and --update measure bridge and gpon_flow alone: the first fails when gpon_flow adds over
+# 3 % more to a frame than the baseline says, the second makes the figures the baseline,
+# bench/baseline-guest.json.
+set -eu
+. scripts/log.sh
+. scripts/packages.sh
+. scripts/bench.sh
+. scripts/kernel/common.sh
+. scripts/kernel/guest-tests.sh
+. scripts/kernel/bench.sh
+. scripts/kernel/bench-report.sh
+
+archs=()
+write='' check='' update='' baseline=bench/baseline-guest.json
+while [ $# -gt 0 ]; do
+    case $1 in
+    arm64 | x86_64) archs+=("$1") ;;
+    --write) write=1 ;;
+    --update) update=1 ;;
+    --check)
+        check=1
+        case ${2:-} in *.json) baseline=$2 && shift ;; esac
+        ;;
+    *)
+        echo "run bench-kernel: there is no '$1', see the head of scripts/run/bench-kernel.sh" >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+[ ${#archs[@]} -gt 0 ] || archs=(arm64)
+
+need kernel cross build guest-bench
+for arch in "${archs[@]}"; do
+    prepare_bench "$arch"
+done
+
+# The guard needs but two ways, and a few frames of them.
+if [ -n "$check$update" ]; then
+    figures=()
+    for arch in "${archs[@]}"; do
+        figures+=("$GPON_BUILD_DIR/bench/guest-guard-$arch.json")
+        step "guard-$arch" boot_bench "$arch" "${figures[-1]}" \
+            ways=bridge,gpon_flow frames=1600 repeats=1
+    done
+    [ -z "$update" ] || write_guest_baseline "$baseline" "${figures[@]}"
+    [ -z "$check" ] || check_guest_baseline "$baseline" "${figures[@]}"
+    [ -n "$write" ] || exit 0
+fi
+
+figures=()
+for arch in "${archs[@]}"; do
+    figures+=("$GPON_BUILD_DIR/bench/guest-$arch.json")
+    step "bench-$arch" boot_bench "$arch" "${figures[-1]}"
+    show_guest_figures "${figures[-1]}"
+done
+cp "${figures[0]}" "$GPON_BUILD_DIR/bench/guest.json"
+[ -z "$write" ] || replace_section docs/performance.md guest "$(guest_section "${figures[@]}")"

@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# [ROUNDS=15] [--write] what the speed is to be, as ratios: NAME RATIO TARGET met|missed
+#
+# The figures behind them go to build/bench/ratios.json. Instructions of a frame come from
+# bench-kernel, which runs when it has not yet. --write puts the lines into docs/performance.md.
+set -eu
+. scripts/build.sh
+. scripts/bench.sh
+
+rounds=15 write=''
+for word in "$@"; do
+    case $word in
+    ROUNDS=*) rounds=${word#*=} ;;
+    --write) write=1 ;;
+    *)
+        echo "run bench-ratios: '$word' is neither ROUNDS=... nor --write" >&2
+        exit 2
+        ;;
+    esac
+done
+if ! [[ $rounds =~ ^[1-9][0-9]*$ ]]; then
+    echo "run bench-ratios: ROUNDS is a number above 0, not '$rounds'" >&2
+    exit 2
+fi
+
+dir=$(preset_dir bench)
+# Standard output is for the ratios.
+build_benchmarks gpon_ratios >&2
+measure() {
+    "$dir/bin/gpon_ratios" "$rounds" >"$dir/ratios.json"
+}
+step ratios measure >&2
+guest=$GPON_BUILD_DIR/bench/guest.json
+if [ ! -f "$guest" ]; then
+    bash scripts/run/bench-kernel.sh >&2 || echo "bench-kernel failed: no frame-vs-*" >&2
+fi
+[ -f "$guest" ] || echo '{}' >"$dir/no-guest.json"
+[ -f "$guest" ] || guest=$dir/no-guest.json
+
+lines=$(jq -rs -f scripts/bench-ratios.jq "$dir/ratios.json" "$guest")
+column -t -s $'\t' <<<"$lines"
+if [ -n "$write" ]; then
+    replace_section docs/performance.md ratios "$(ratios_section "$lines")"
+fi

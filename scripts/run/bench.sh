@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# [FILTER=REGEX] [SECONDS=0.1] [--write] time, bytes and allocations of everything, and of other tables
+#
+# SECONDS is for each benchmark. The figures go to build/bench/bench.json; --write puts the tables
+# into docs/performance.md.
+set -eu
+. scripts/build.sh
+. scripts/bench.sh
+
+filter=. seconds=0.1 write=''
+for word in "$@"; do
+    case $word in
+    FILTER=*) filter=${word#*=} ;;
+    SECONDS=*) seconds=${word#*=} ;;
+    --write) write=1 ;;
+    *)
+        echo "run bench: '$word' is neither FILTER=... nor SECONDS=... nor --write" >&2
+        exit 2
+        ;;
+    esac
+done
+if ! [[ $seconds =~ ^[0-9]+(\.[0-9]+)?$ ]]; then
+    echo "run bench: SECONDS is a number, not '$seconds'" >&2
+    exit 2
+fi
+
+build_benchmarks gpon_bench
+json=$(preset_dir bench)/bench.json
+step run "$(preset_dir bench)/bin/gpon_bench" --benchmark_filter="$filter" \
+    --benchmark_min_time="$seconds" --benchmark_out="$json.new" --benchmark_out_format=json
+if [ ! -s "$json.new" ] || [ "$(jq '.benchmarks | length' "$json.new")" = 0 ]; then
+    echo "run bench: no benchmark matches '$filter'" >&2
+    exit 2
+fi
+# Figures of a few cases do not replace those of all.
+if [ "$filter" = . ]; then
+    mv "$json.new" "$json"
+else
+    json=$json.new
+fi
+bench_lines "$json" | column -t -s $'\t' -R 2,3,4
+if [ -n "$write" ]; then
+    replace_section docs/performance.md host "$(bench_section "$json")"
+fi
