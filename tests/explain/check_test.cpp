@@ -145,6 +145,34 @@ TEST(check, what_the_module_makes_itself_points_at_nothing)
               names{});
 }
 
+TEST(check, what_is_counted_stands_in_its_number)
+{
+    const auto last_line = [](const std::string& text) {
+        std::ostringstream out;
+        print_findings(findings_of(text), "a.scn", out);
+        const std::string printed = out.str().substr(0, out.str().size() - 1);
+        return printed.substr(printed.rfind('\n') + 1);
+    };
+    const std::string dangling = "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n";
+    EXPECT_EQ(last_line(""), "0 problems, 0 notes");
+    EXPECT_EQ(last_line(dangling), "1 problem, 0 notes");
+    EXPECT_EQ(last_line(dangling + "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=8\n"),
+              "2 problems, 0 notes");
+}
+
+TEST(check, problems_are_red_where_there_are_colours)
+{
+    const std::vector<finding> all =
+        findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
+    std::ostringstream plain;
+    print_findings(all, "a.scn", plain);
+    EXPECT_EQ(plain.str().find('\033'), std::string::npos);
+    std::ostringstream coloured;
+    print_findings(all, "a.scn", coloured, palette{true});
+    EXPECT_TRUE(coloured.str().starts_with("a.scn:1: \033[31mproblem\033[0m: ")) << coloured.str();
+    EXPECT_TRUE(coloured.str().ends_with("\033[31m1 problem\033[0m, 0 notes\n"));
+}
+
 TEST(check, json_of_nothing_is_valid)
 {
     std::ostringstream out;

@@ -66,6 +66,73 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
         << text;
 }
 
+TEST(explain, every_branch_that_came_equally_far_is_named)
+{
+    const std::string text =
+        told(good_line +
+             "me create MAC_BRIDGE_PORT_CON_DATA 0x1002 bridgeID=1 tpType=5 tpPointer=0x11\n"
+             "me create VLAN_TAG_FILTER_DATA 0x1002 vlanFilterList=200 forwardOperation=0x04 "
+             "vlanFilterNums=1\n" +
+             hook_up_ani(frame_of_vlan_101));
+    EXPECT_TRUE(holds_text(
+        text,
+        "dropped\n"
+        "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1001\n"
+        "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
+        "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1002\n"
+        "  filter 0x1002: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x00c8}: drop\n"
+        "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001, MAC_BRIDGE_PORT_CON_DATA "
+        "0x1002: its VLAN filter drops the frame.\n"))
+        << text;
+}
+
+TEST(explain, branches_that_end_for_different_reasons_are_told_apart)
+{
+    walk_story story;
+    story.steps = {{{45, 1}, 0, false, {}, {}},
+                   {{47, 1}, 1, false, {}, "no mapper"},
+                   {{47, 2}, 1, false, {}, "another side"},
+                   {{47, 3}, 1, false, {}, "no mapper"},
+                   {{47, 4}, 1, true, {}, {}}};
+    EXPECT_EQ(deepest_dead_ends(story), (std::vector<size_t>{1, 2, 3}));
+    EXPECT_EQ(dead_ends_text(story),
+              "MAC_BRIDGE_PORT_CON_DATA 0x0001, MAC_BRIDGE_PORT_CON_DATA 0x0003: no mapper; "
+              "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
+    EXPECT_EQ(dead_ends_text(story, 1), "MAC_BRIDGE_PORT_CON_DATA 0x0001 and 1 more: no mapper; "
+                                        "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
+    EXPECT_EQ(dead_ends_text({}), "");
+}
+
+const std::string multicast_line =
+    good_line + "me create GEM_PORT_CTP 7 portID=4094 direction=2\n"
+                "me create MULTICAST_GEM_INTERWORK_TP 0x61 GemCTPInstID=7\n"
+                "me create MAC_BRIDGE_PORT_CON_DATA 0x3001 bridgeID=1 tpType=6 tpPointer=0x61\n"
+                "me create VLAN_TAG_FILTER_DATA 0x3001 vlanFilterList=300 forwardOperation=0x04 "
+                "vlanFilterNums=1\n";
+const std::string multicast_hook =
+    "hook kind=down_ani gem=4094 mcast=1 frame=01005e0000010200000001018100006508004500\n";
+
+TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_and_it_is_said_why)
+{
+    const std::string text = told(multicast_line + multicast_hook);
+    EXPECT_TRUE(holds_text(text, "x its VLAN filter keeps the frame from this port\n")) << text;
+    EXPECT_FALSE(holds_text(text, "drops")) << text;
+    EXPECT_TRUE(holds_text(text,
+                           "passes from GEM port 4094; a rule was learnt\n"
+                           "No branch leads into a bridge, and the frame passes all the same: "))
+        << text;
+}
+
+TEST(explain, a_replay_that_a_filter_ends_passes_and_it_is_said_why)
+{
+    const std::string text = told(multicast_line + multicast_hook + multicast_hook);
+    EXPECT_TRUE(holds_text(text, "its rule was replayed\nThe replay ends at "
+                                 "MAC_BRIDGE_PORT_CON_DATA 0x3001, and the frame passes all the "
+                                 "same: "))
+        << text;
+    EXPECT_FALSE(holds_text(text, "drops the frame")) << text;
+}
+
 TEST(explain, a_rule_that_is_replayed)
 {
     const std::string text =

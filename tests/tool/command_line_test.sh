@@ -6,6 +6,7 @@
 # The tool as its user meets it: arguments, exit status, and which stream says what.
 set -eu
 tool=$(realpath "$1")
+root=$(realpath "$(dirname "$0")/../..")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
@@ -105,5 +106,130 @@ expect_status 0 run --mask-lines log.scn
 grep -q '^| .*\[gpon_flow_me_handle\]\[0\]' out || complain 'line numbers are not masked'
 expect_status 0 run log.scn
 grep -q '^| .*\[gpon_flow_me_handle\]\[[1-9]' out || complain 'line numbers are masked unasked'
+
+# What the module shows of itself, after a scenario.
+line=$root/scenarios/subscriber-line.scn
+expect_status 0 show status "$line"
+grep -q '^instances  50$' out || complain 'show status does not count the instances'
+expect_status 0 show me --class gem_port_ctp --instance 0x0001 "$line"
+[ "$(tail -n 1 out)" = '1 instance' ] || complain 'show me does not choose by class and instance'
+expect_status 0 show rules --json "$line"
+grep -q '"rules": \[\]$' out || complain 'show rules --json of no rules has no empty array'
+expect_status 2 show
+expect_status 2 show rules --json --table "$line"
+expect_status 2 show rules --backend=host
+expect_err 'gponflow: --backend=host needs a scenario: the module in this process begins empty'
+expect_status 2 show me --class GEM_PORT_TP "$line"
+grep -qF "(did you mean 'GEM_PORT_CTP'?)" err || complain 'no word is suggested for a class'
+expect_status 2 show me --instance 0x10000 "$line"
+expect_status 2 show me missing.scn
+expect_status 3 show rules held.scn
+expect_err 'gponflow: the module is not loaded: there is neither its proc entry nor its character device'
+expect_status 0 show status --json held.scn
+grep -q '"loaded": false' out || complain 'show status does not say that nothing is loaded'
+
+# What an operator's commands write to the proc entry.
+expect_lines() { # TEXT ARGUMENT...
+    local text=$1
+    shift
+    expect_status 0 "$@" --dry-run
+    expect_out "$text"
+}
+expect_lines 'set enable 1' set enable on
+expect_lines 'set enable 0' set enable off
+expect_lines 'set debug_level 5' set debug-level errors,traces
+expect_lines 'set debug_level 10' set debug-level 0x10
+expect_lines 'set debug_level 0' set debug-level none
+expect_lines 'set trace disable' set trace off
+expect_lines $'set trace disable\nset trace dst_mac 02:00:00:00:00:01\nset trace inner_vlan 8292' \
+    set trace inner_vlan=100p1 dst_mac=02-00-00-00-00-01
+expect_lines 'clean flow_rule 0 0' clean rules
+expect_lines 'clean flow_rule -385168848 2' clean rules --hash 0xe90aca30 --index 2
+expect_lines 'clean raw_data' clean me --all
+expect_lines 'clean raw_data 84 1001' clean me vlan_tag_filter_data 0x1001
+expect_status 0 set --dry-run enable on
+expect_out 'set enable 1'
+expect_status 0 set enable --dry-run on
+expect_out 'set enable 1'
+expect_status 0 clean --dry-run me --all
+expect_out 'clean raw_data'
+for words in 'set' 'set --dry-run' 'set enable' 'set enable maybe' 'set debug-level loud' 'set trace' \
+    'set trace src_mac=02:00' 'set trace outer_vlan=65536' 'set trace outer_vlan=4096p1' \
+    'set trace outer_vlan=1 outer_vlan=2' 'clean' 'clean rules --index 1' 'clean rules --hash 0' \
+    'clean me' 'clean me 84' 'clean me 84 1 --all' 'clean me 9999 1'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 2 $words
+    [ -s err ] || complain "gponflow $words: not a word about what is wrong"
+done
+
+# Mistyped words are told the nearest known one.
+expect_hint() { # WORD ARGUMENT...
+    local word=$1
+    shift
+    expect_status 2 "$@"
+    grep -qF "(did you mean '$word'?)" err || complain "gponflow $*: '$word' is not suggested"
+}
+expect_hint show shwo
+expect_hint rules show ruels
+expect_hint --mask-lines run --mask-line held.scn
+expect_hint src_mac set trace src_mca=02:00:00:00:01:01
+expect_hint traces set debug-level trace
+
+# Frames of a scenario that match a filter, and rules over time.
+expect_status 0 trace 'outer_vlan=101' "$root/scenarios/tour.scn"
+grep -q '^3 of 6 frames match the filter$' out || complain 'trace does not count the frames'
+grep -q $'\033' out && complain 'colours go to a file'
+expect_status 2 trace
+expect_status 2 trace 'vlan=101' "$line"
+expect_status 2 trace 'outer_vlan=101' missing.scn
+expect_status 3 trace 'outer_vlan=101' refused.scn
+expect_status 0 watch --once held.scn
+grep -q '^0 rules$' out || complain 'watch of no rules does not say so'
+expect_status 2 watch --interval 0
+expect_status 2 watch missing.scn
+expect_status 2 explain
+expect_status 2 explain held.scn
+expect_status 2 explain "$line" kind=up_ani
+expect_status 2 explain "$line" kind=up_ani frame=0
+expect_status 3 explain refused.scn kind=up_ani frame=00
+expect_status 0 explain "$line" kind=up_ani frame=0200000000010200000001028100006508004500
+grep -q '^dropped$' out || complain 'explain does not tell a drop'
+
+# Drawings: DOT by itself, pictures by graphviz where it is there.
+printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
+expect_status 0 graph dangling.scn
+grep -q 'color=red' out || complain 'graph draws what is missing in another colour'
+expect_status 2 graph dangling.scn -o picture.bmp
+expect_status 2 graph dangling.scn -o missing/picture.dot
+if command -v dot >/dev/null; then
+    expect_status 0 graph dangling.scn -o picture.svg
+    grep -q '<svg' picture.svg || complain 'the SVG is none'
+    expect_status 0 graph dangling.scn -o picture.png
+    [ "$(head -c 4 picture.png | tail -c 3)" = PNG ] || complain 'the PNG is none'
+fi
+status=0
+PATH=/nowhere "$tool" graph dangling.scn -o never.svg >out 2>err </dev/null || status=$?
+[ "$status" = 2 ] || complain "graph without graphviz: exit status $status"
+grep -q 'install graphviz' err || complain 'graph does not say that graphviz is missing'
+
+# What bash offers: every word that --help lists, at its place.
+expect_status 0 completion
+cp out completion.bash
+offers() { # WORD LINE...: the last word of the line is what is being typed
+    local wanted=$1
+    shift
+    bash -c '. ./completion.bash; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _gponflow
+        printf "%s\n" "${COMPREPLY[@]}"' - gponflow "$@" | grep -qxF -- "$wanted" ||
+        complain "gponflow $*: '$wanted' is not offered"
+}
+offers show sh
+offers rules show ''
+offers --json show rules --j
+offers GEM_PORT_CTP clean me GEM
+offers --mask-lines run ''
+expect_status 0 --help
+while read -r word; do
+    offers "$word" ''
+done < <(sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\+\) .*/\1/p' out)
 
 exit "$failed"

@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
-#include "tools/gponflow/control.h"
-#include "tools/gponflow/scenario/error.h"
+#include "tools/gponflow/mirror.h"
+#include "tools/gponflow/quiet_run.h"
+#include "tools/gponflow/text_table.h"
 
 namespace gponflow {
 
@@ -48,10 +49,6 @@ struct frame_story {
 
     explicit frame_story(const std::string& log)
     {
-        static const std::regex port(
-            R"(\[mbpcd_forward\] \[\d+\]: enter, classId=47,instId=(\d+))");
-        for (std::sregex_iterator it(log.begin(), log.end(), port), end; it != end; ++it)
-            ports.push_back(static_cast<uint16_t>(std::stoul((*it)[1])));
         quick = log.find("Rule already exist!") != std::string::npos;
         for (size_t at = 0; at < log.size();) {
             const size_t end = std::min(log.find('\n', at), log.size());
@@ -70,9 +67,20 @@ struct frame_story {
     }
 
 private:
+    void consider(std::string_view line)
+    {
+        static const std::regex port(R"(: enter, classId=47,instId=(\d+))");
+        std::match_results<std::string_view::const_iterator> at;
+        if (line.find("[mbpcd_forward]") != line.npos &&
+            std::regex_search(line.begin(), line.end(), at, port))
+            ports.push_back(static_cast<uint16_t>(std::stoul(at[1].str())));
+        else if (line.starts_with('*'))
+            complain(line);
+    }
+
     // The reason is what an instance said; what the functions above it report is only that it
     // failed.
-    void consider(std::string_view line)
+    void complain(std::string_view line)
     {
         static const std::regex complaint(
             R"(^(?:\*\*\*ERROR\*\*\*|\*\*WARNING\*\*)(\[?\w+\]?) ?\[\d+\]:? ?(.*?)\r?$)");
@@ -85,70 +93,37 @@ private:
             if (name.find(reporter) != std::string::npos)
                 return;
         last_complaint = name + " " + found[2].str();
+        if (name == "[mbpcd_forward]" && !ports.empty())
+            last_complaint += " " + to_text(me_id{bridge_port_class, ports.back()});
     }
 };
 
-class accountant {
+class accountant final : public quiet_run {
 public:
-    accountant(backend& where, frame_account& account) : backend_(where), account_(account)
+    accountant(backend& where, frame_account& account) : quiet_run(where), account_(account)
     {
-        backend_.set_sink([this](const backend_event& event) {
-            if (event.what == backend_event::kind::log)
-                log_ += event.text;
-        });
-    }
-    ~accountant() { backend_.set_sink(nullptr); }
-    accountant(const accountant&) = delete;
-    accountant& operator=(const accountant&) = delete;
-
-    void execute(const load_command&) { backend_.load(); }
-    void execute(const unload_command&) { backend_.unload(); }
-    void execute(const me_command& command)
-    {
-        bridges_.learn(command);
-        send(backend_, command);
-    }
-    void execute(const config_command& command) { send(backend_, command); }
-    void execute(const debug_command& command) { send(backend_, command); }
-    void execute(const clean_command& command) { send(backend_, command); }
-    void execute(const ioctl_command& command) { send(backend_, command); }
-    void execute(const proc_write_command& command) { backend_.proc_write(command.text); }
-    void execute(const proc_read_command&) { backend_.proc_read(); }
-    void execute(const advance_command& command) { backend_.advance(command.jiffies); }
-    void execute(const expect_command&) {}
-    void execute(const echo_command&) {}
-    void execute(const fault_command& command) { backend_.arm_fault(command.what, command.nth); }
-
-    void execute(const platform_command& command)
-    {
-        if (command.mapping)
-            backend_.set_mapping(*command.mapping);
-        if (command.queue)
-            backend_.set_queue_mapping(*command.queue);
-    }
-
-    void execute(const hook_command& command)
-    {
-        if (command.frame && command.options.kind < account_.size())
-            count(command.options, *command.frame);
-        else
-            backend_.hook(command.options, command.frame ? &*command.frame : nullptr);
-    }
-
-    void execute(const pcap_command& command)
-    {
-        for (const bytes& frame : command.frames)
-            count(command.options, frame);
+        show_progress();
     }
 
 private:
+    void on_me(const me_command& command) override
+    {
+        bridges_.learn(command);
+        quiet_run::on_me(command);
+    }
+
+    void on_frame(const packet_options& options, const bytes& frame) override
+    {
+        if (options.kind < account_.size())
+            count(options, frame);
+        else
+            quiet_run::on_frame(options, frame);
+    }
+
     void count(const packet_options& options, const bytes& frame)
     {
-        backend_.proc_write("set debug_level 7");
-        log_.clear();
-        const std::optional<hook_answer> answer = backend_.hook(options, &frame);
-        const frame_story story(log_);
-        backend_.proc_write("set debug_level 0");
+        const std::optional<hook_answer> answer = hook_in_detail(options, frame);
+        const frame_story story(log());
         direction_account& direction = account_.at(options.kind);
         ++direction.frames;
         direction.quick += story.quick;
@@ -175,10 +150,8 @@ private:
         }
     }
 
-    backend& backend_;
     frame_account& account_;
     bridge_map bridges_;
-    std::string log_;
 };
 
 constexpr std::array<const char*, 4> direction_titles = {
@@ -199,16 +172,7 @@ void print_lines(const char* what, const std::map<std::string, uint64_t>& lines,
 exit_status account_scenario(const scenario& what, backend& where, frame_account& account,
                              std::ostream& diagnostics)
 {
-    accountant accountant(where, account);
-    for (const scenario_line& line : what.lines) {
-        try {
-            std::visit([&](const auto& one) { accountant.execute(one); }, line.what);
-        } catch (const refusal& why) {
-            diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
-            return not_supported;
-        }
-    }
-    return all_held;
+    return accountant(where, account).run(what, diagnostics);
 }
 
 void print_account(const frame_account& account, std::ostream& out)
@@ -218,7 +182,7 @@ void print_account(const frame_account& account, std::ostream& out)
         const direction_account& direction = account.at(kind);
         if (direction.frames == 0)
             continue;
-        out << direction_titles.at(kind) << ": " << direction.frames << " frames, "
+        out << direction_titles.at(kind) << ": " << counted(direction.frames, "frame") << ", "
             << direction.quick << " on the quick path\n";
         print_lines("passed ", direction.destinations, out);
         print_lines("dropped", direction.drops, out);

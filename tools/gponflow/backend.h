@@ -23,8 +23,9 @@ struct refusal : std::runtime_error {
 /// What happened inside while a command ran.
 struct backend_event {
     enum class kind {
-        log, ///< a piece of kernel log text, line feeds and all
-        call ///< a platform call that the module made, one line without the "@ "
+        log,  ///< a piece of kernel log text, line feeds and all
+        call, ///< a platform call that the module made, one line without the "@ "
+        lost  ///< log text was lost here; the text says why
     } what;
     std::string_view text; ///< valid during the call of the sink
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/gponflow/mirror.h"
+#include "tools/gponflow/terminal.h"
 
 namespace gponflow {
 
@@ -28,7 +29,8 @@ struct finding {
 std::vector<finding> check_provisioning(const mirror& what);
 
 /// "FILE:LINE: problem: INSTANCE: reason; change", one to a line, and a count.
-void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out);
+void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out,
+                    const palette& colours = {});
 
 /// The same as one JSON object, described in docs/tools.md.
 void print_findings_json(const std::vector<finding>& all, const std::string& file,

@@ -19,7 +19,10 @@ int check(const std::string& file, bool json)
     if (!parsed)
         return not_understood;
     const std::vector<finding> all = check_provisioning(mirror(*parsed));
-    (json ? print_findings_json : print_findings)(all, parsed->name, std::cout);
+    if (json)
+        print_findings_json(all, parsed->name, std::cout);
+    else
+        print_findings(all, parsed->name, std::cout, colours_of(1));
     const bool clean = std::ranges::all_of(
         all, [](const finding& one) { return one.weight == finding_weight::note; });
     return clean ? all_held : expectation_failed;
@@ -34,10 +37,11 @@ void add_check_command(CLI::App& app)
     CLI::App* sub = app.add_subcommand("check", "Look for mistakes in a scenario's provisioning");
     sub->add_option("FILE", *file, "The scenario; - is standard input")->required();
     sub->add_flag("--json", *json, "Print one JSON object instead of lines");
-    sub->footer("\nExamples:\n  gponflow check scenarios/subscriber-line.scn\n"
-                "  gponflow check --json line.scn | jq '.findings[].reason'\n\n"
-                "Nothing is run. Exit status: 0 no problem (there may be notes), 1 problems, 2 the "
-                "scenario cannot be understood.");
+    sub->footer(
+        "\nExamples:\n  gponflow check scenarios/subscriber-line.scn\n"
+        "  gponflow check --json line.scn | jq '.findings[].reason'\n\n"
+        "Nothing is run. Exit status: 0 no problem (there may be notes), 1 a problem, 2 the "
+        "scenario cannot be understood.");
     sub->callback([file, json] {
         if (const int status = check(*file, *json); status != all_held)
             throw CLI::RuntimeError(status);

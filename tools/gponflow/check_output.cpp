@@ -8,6 +8,7 @@
 #include "tools/gponflow/check.h"
 #include "tools/gponflow/me_fields.h"
 #include "tools/gponflow/scenario/error.h"
+#include "tools/gponflow/text_table.h"
 
 namespace gponflow {
 
@@ -18,23 +19,30 @@ const char* name_of(finding_weight weight)
     return weight == finding_weight::problem ? "problem" : "note";
 }
 
-long count_of(const std::vector<finding>& all, finding_weight weight)
+size_t count_of(const std::vector<finding>& all, finding_weight weight)
 {
-    return std::ranges::count(all, weight, &finding::weight);
+    return static_cast<size_t>(std::ranges::count(all, weight, &finding::weight));
 }
 
 } // namespace
 
-void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out)
+void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out,
+                    const palette& colours)
 {
-    for (const finding& one : all)
+    for (const finding& one : all) {
+        const std::string weight = name_of(one.weight);
+        const bool problem = one.weight == finding_weight::problem;
         out << diagnostic{file, one.line, 0,
-                          std::string(name_of(one.weight)) + ": " + to_text(one.where) + ": " +
-                              one.reason + "\n    change: " + one.change}
+                          (problem ? colours.bad(weight) : colours.faint(weight)) + ": " +
+                              colours.heading(to_text(one.where)) + ": " + one.reason +
+                              "\n    change: " + one.change}
                    .text()
             << '\n';
-    out << count_of(all, finding_weight::problem) << " problems, "
-        << count_of(all, finding_weight::note) << " notes\n";
+    }
+    const size_t problems = count_of(all, finding_weight::problem);
+    const std::string problems_text = counted(problems, "problem");
+    out << (problems ? colours.bad(problems_text) : colours.good(problems_text)) << ", "
+        << counted(count_of(all, finding_weight::note), "note") << '\n';
 }
 
 void print_findings_json(const std::vector<finding>& all, const std::string& file,

@@ -13,5 +13,11 @@ void add_account_command(CLI::App& app);
 void add_check_command(CLI::App& app);
 void add_graph_command(CLI::App& app);
 void add_explain_command(CLI::App& app);
+void add_show_command(CLI::App& app);
+void add_trace_command(CLI::App& app);
+void add_watch_command(CLI::App& app);
+void add_completion_command(CLI::App& app);
+void add_set_command(CLI::App& app);
+void add_clean_command(CLI::App& app);
 
 } // namespace gponflow

@@ -5,76 +5,17 @@
 #include <stdexcept>
 #include <utility>
 
-#include "tools/gponflow/control.h"
+#include "tools/gponflow/live/dump.h"
+#include "tools/gponflow/live/lines.h"
+#include "tools/gponflow/live/replay.h"
+#include "tools/gponflow/live/walk_splitter.h"
+#include "tools/gponflow/quiet_run.h"
 #include "tools/gponflow/scenario/captures.h"
-#include "tools/gponflow/scenario/error.h"
 #include "tools/gponflow/scenario/parse.h"
 
 namespace gponflow {
 
 namespace {
-
-// Runs commands for what they leave behind, and one frame for its log.
-class quiet_runner {
-public:
-    explicit quiet_runner(backend& where) : backend_(where)
-    {
-        backend_.set_sink([this](const backend_event& event) {
-            if (event.what == backend_event::kind::log)
-                log_ += event.text;
-        });
-    }
-    ~quiet_runner() { backend_.set_sink(nullptr); }
-    quiet_runner(const quiet_runner&) = delete;
-    quiet_runner& operator=(const quiet_runner&) = delete;
-
-    void execute(const load_command&) { backend_.load(); }
-    void execute(const unload_command&) { backend_.unload(); }
-    void execute(const me_command& command) { send(backend_, command); }
-    void execute(const config_command& command) { send(backend_, command); }
-    void execute(const debug_command& command) { send(backend_, command); }
-    void execute(const clean_command& command) { send(backend_, command); }
-    void execute(const ioctl_command& command) { send(backend_, command); }
-    void execute(const proc_write_command& command) { backend_.proc_write(command.text); }
-    void execute(const proc_read_command&) { backend_.proc_read(); }
-    void execute(const advance_command& command) { backend_.advance(command.jiffies); }
-    void execute(const expect_command&) {}
-    void execute(const echo_command&) {}
-    void execute(const fault_command& command) { backend_.arm_fault(command.what, command.nth); }
-
-    void execute(const platform_command& command)
-    {
-        if (command.mapping)
-            backend_.set_mapping(*command.mapping);
-        if (command.queue)
-            backend_.set_queue_mapping(*command.queue);
-    }
-
-    void execute(const hook_command& command)
-    {
-        backend_.hook(command.options, command.frame ? &*command.frame : nullptr);
-    }
-
-    void execute(const pcap_command& command)
-    {
-        for (const bytes& frame : command.frames)
-            backend_.hook(command.options, &frame);
-    }
-
-    explanation explain(const explained_frame& what, mirror entities)
-    {
-        backend_.proc_write("set debug_level 7");
-        log_.clear();
-        explanation result{what, {}, backend_.hook(what.options, &what.frame), std::move(entities)};
-        result.story = read_walk(log_, result.entities);
-        backend_.proc_write("set debug_level 0");
-        return result;
-    }
-
-private:
-    backend& backend_;
-    std::string log_;
-};
 
 // How many lines of the scenario run before the frame, and the frame.
 std::pair<size_t, std::optional<explained_frame>> last_frame(const scenario& what)
@@ -107,6 +48,42 @@ explained_frame frame_of_words(const std::vector<std::string>& words, const std:
     return {hook->options, hook->frame.value_or(bytes{})};
 }
 
+// A marked frame of a direction without a walk says nothing at all.
+bool engine_is_on(quiet_run& runner)
+{
+    return read_switch(runner.ask("show en_flag").value_or("")).value_or(false);
+}
+
+// The log of the frame alone, from that of all that were marked.
+std::string log_of(const quiet_run& runner, explanation& result)
+{
+    std::vector<std::string> walks;
+    walk_splitter splitter([&](const std::string& one) { walks.push_back(one); });
+    for_each_line(runner.log(), [&](std::string_view line) { splitter.line(line); });
+    splitter.flush();
+    result.others_mixed = walks.size() > 1;
+    return walks.empty() ? std::string() : walks.back();
+}
+
+void run_frame(quiet_run& runner, explanation& result, told_by how)
+{
+    const explained_frame& frame = result.what;
+    const bool marked = how == told_by::trace_mark;
+    result.answer = marked ? runner.hook_marked(frame.options, frame.frame)
+                           : runner.hook_in_detail(frame.options, frame.frame);
+    const std::string log = marked ? log_of(runner, result) : runner.log();
+    result.story = read_walk(log, result.entities, &frame.frame);
+    if (marked)
+        result.story.ran = result.story.ran || engine_is_on(runner);
+    if (result.story.replayed) {
+        const auto rules = read_rule_table(runner.ask("show flow_rule").value_or(""));
+        if (const dumped_rule* rule =
+                rules ? rules->find(key_of(frame.options, frame.frame)) : nullptr)
+            name_replay(result.story, *rule);
+    }
+    result.lines_lost = runner.lost_lines();
+}
+
 } // namespace
 
 std::optional<explained_frame> choose_frame(const frame_choice& from)
@@ -132,7 +109,8 @@ std::optional<explained_frame> choose_frame(const frame_choice& from)
 
 std::optional<explanation> explain_frame(const scenario& what, backend& where,
                                          const std::optional<explained_frame>& frame,
-                                         std::ostream& diagnostics, exit_status& status)
+                                         std::ostream& diagnostics, exit_status& status,
+                                         told_by how)
 {
     auto [count, chosen] = last_frame(what);
     if (frame) {
@@ -146,19 +124,20 @@ std::optional<explanation> explain_frame(const scenario& what, backend& where,
         status = not_understood;
         return {};
     }
-    quiet_runner runner(where);
-    scenario before{what.name, {what.lines.begin(), what.lines.begin() + static_cast<long>(count)}};
-    for (const scenario_line& line : before.lines) {
-        try {
-            std::visit([&](const auto& one) { runner.execute(one); }, line.what);
-        } catch (const refusal& why) {
-            diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
-            status = not_supported;
-            return {};
-        }
-    }
-    status = all_held;
-    return runner.explain(*chosen, mirror(before));
+    const scenario before{what.name,
+                          {what.lines.begin(), what.lines.begin() + static_cast<long>(count)}};
+    quiet_run runner(where);
+    runner.show_progress();
+    status = runner.run(before, diagnostics);
+    if (status != all_held)
+        return {};
+    explanation result{*chosen, {}, {}, {}};
+    if (how == told_by::trace_mark)
+        result.entities = mirror_of(read_instances(runner.ask("show raw_data").value_or("")));
+    else
+        result.entities = mirror(before);
+    run_frame(runner, result, how);
+    return result;
 }
 
 } // namespace gponflow

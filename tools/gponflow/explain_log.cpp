@@ -1,27 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Log text to steps. The texts are the module's own and part of its behaviour.
 #include <algorithm>
-#include <cstdio>
 #include <regex>
+#include <utility>
 
 #include "tools/gponflow/explain.h"
+#include "tools/gponflow/walk_texts.h"
 
 namespace gponflow {
 
 namespace {
 
-std::string hex(unsigned value, int digits)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
-    return text;
-}
-
-std::string class_name(unsigned class_id)
-{
-    const std::string text = to_text({static_cast<uint16_t>(class_id), 0});
-    return text.substr(0, text.find(" 0x"));
-}
+constexpr const char* filter_drops = "its VLAN filter drops the frame";
 
 // One line of the log: the function that speaks and what it says.
 struct log_line {
@@ -57,10 +47,12 @@ std::optional<std::vector<unsigned>> numbers(const std::string& text, const std:
 
 class walk_reader {
 public:
-    explicit walk_reader(const mirror& entities) : mirror_(entities) {}
+    walk_reader(const mirror& entities, const bytes* frame) : mirror_(entities), frame_(frame) {}
 
     walk_story read(const std::string& log)
     {
+        // A marked frame's replay names itself at its end alone.
+        story_.replayed = log.find("]: Rule already exist!") != log.npos;
         for (size_t at = 0; at < log.size();) {
             const size_t end = std::min(log.find('\n', at), log.size());
             if (const auto line = read_line(log.substr(at, end - at)))
@@ -70,6 +62,10 @@ public:
         if (story_.replayed)
             for (walk_step& step : story_.steps)
                 step.passed = step.dead_end.empty();
+        // Of a frame that goes on all the same, no filter may be said to drop it.
+        for (walk_step& step : story_.steps)
+            if (!story_.dropped && step.dead_end == filter_drops)
+                step.dead_end = "its VLAN filter keeps the frame from this port";
         return std::move(story_);
     }
 
@@ -79,8 +75,6 @@ private:
         const std::string& who = line.function;
         if (who == "gpon_pkt_general_flow_func")
             take_flow(line);
-        else if (who == "gpon_hash_get_rule_safe" && line.text == "end, get rule success")
-            story_.replayed = true;
         else if (who == "gpon_hash_add_node" && line.text.starts_with("table num"))
             story_.learnt = true;
         else if (who == "gpon_pkt_general_forward")
@@ -91,6 +85,12 @@ private:
             take_replayed(line.text);
         else if (who == "gpon_pkt_get_outer_vlan_tci")
             take_tci(line.text);
+        else if (who == "mbpcd_forward" && story_.replayed)
+            take_replayed_port(line);
+        else if (who == "gpon_pkt_handle_after_fwd_done" && is_complaint(line))
+            take_flow(line);
+        else if ((who == "gem_forward" || who == "pbit_filter_handle") && story_.replayed)
+            take_replayed_gem(line);
         else if (walk_step* step = current())
             take_decision(line, *step);
         else if (is_complaint(line))
@@ -112,20 +112,23 @@ private:
     void take_flow(const log_line& line)
     {
         story_.ran = true;
-        if (is_complaint(line))
-            story_.complaints.push_back(line.text);
+        if (!is_complaint(line))
+            return;
+        story_.dropped = true;
+        story_.complaints.push_back(line.text);
     }
 
     void take_step(const log_line& line)
     {
         static const std::regex entry(R"(^Enter, recurse_num = (\d+))");
-        static const std::regex where(R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0))");
+        static const std::regex where(
+            R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
         static const std::regex exit(R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
         if (numbers(line.text, entry)) {
-            open_.push_back(story_.steps.size());
-            story_.steps.push_back({{}, open_.size() - 1, false, {}, {}});
-        } else if (const auto at = numbers(line.text, where); at && current()) {
-            current()->at = {static_cast<uint16_t>((*at)[0]), static_cast<uint16_t>((*at)[1])};
+            open_step();
+            announced_ = true;
+        } else if (const auto at = numbers(line.text, where)) {
+            enter(*at);
         } else if (line.text.find("MAX_RECURSION_NUM") != line.text.npos && current()) {
             current()->dead_end = "the graph is deeper than a walk may go";
         } else if (line.text.find("can not get the entry") != line.text.npos && current()) {
@@ -135,27 +138,33 @@ private:
         }
     }
 
+    void open_step()
+    {
+        open_.push_back(story_.steps.size());
+        story_.steps.push_back({{}, open_.size() - 1, false, {}, {}});
+    }
+
+    // At full detail another message has announced the step.
+    void enter(const std::vector<unsigned>& at)
+    {
+        if (!std::exchange(announced_, false))
+            open_step();
+        current()->at = {static_cast<uint16_t>(at[0]), static_cast<uint16_t>(at[1])};
+        story_.ran = true;
+        story_.fwd_flag = at[2];
+    }
+
     void leave(int answer, unsigned status)
     {
         walk_step& step = *current();
         step.passed = answer == 0 && status == 3;
         const bool last_tried = open_.back() + 1 == story_.steps.size();
         if (!step.passed && step.dead_end.empty() && last_tried)
-            step.dead_end = default_reason(step);
+            step.dead_end = end_text(mirror_, step.at);
         // What led on is no end, whatever else was looked for in vain.
         if (step.passed || !last_tried)
             step.dead_end.clear();
         open_.pop_back();
-    }
-
-    std::string default_reason(const walk_step& step) const
-    {
-        const mirrored_instance* me = mirror_.find(step.at);
-        if (!me)
-            return "it does not exist";
-        if (step.at.class_id == 268 && me->as<gpon_raw_gemctp>().direction == 2)
-            return "its direction is 2, towards the subscriber alone";
-        return "the way ends here";
     }
 
     void take_next(const std::string& text)
@@ -170,7 +179,7 @@ private:
         if (!nothing_tried)
             return;
         step->dead_end += step->dead_end.empty() ? "no " : " or ";
-        step->dead_end += class_name((*found)[0]);
+        step->dead_end += class_text((*found)[0]);
     }
 
     void take_replayed(const std::string& text)
@@ -179,6 +188,26 @@ private:
         if (const auto found = numbers(text, which))
             story_.steps.push_back(
                 {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
+    }
+
+    // A marked frame's replay tells of bridge ports by their own messages, at full detail the class
+    // has been announced.
+    void take_replayed_port(const log_line& line)
+    {
+        static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
+        const auto at = numbers(line.text, entry);
+        const walk_step* last = current();
+        if (at && (!last || last->at.class_id != 47 || last->at.instance != 0))
+            story_.steps.push_back({{47, 0}, story_.steps.size(), true, {}, {}});
+        if (current())
+            take_decision(line, *current());
+    }
+
+    void take_replayed_gem(const log_line& line)
+    {
+        if (!current() || current()->at.class_id != 266)
+            story_.steps.push_back({{266, 0}, story_.steps.size(), true, {}, {}});
+        take_decision(line, *current());
     }
 
     void take_tci(const std::string& text)
@@ -198,7 +227,7 @@ private:
         else if (line.function == "vtfd_filter_handle" && text.starts_with("op_info"))
             step.dead_end = "its VLAN filter is on the UNI side, where it passes nothing";
         else if (line.function == "pbit_filter_handle" && text == "end, return 0")
-            step.decisions.push_back(priority_text(step) + ": this one");
+            step.decisions.push_back(selected(step) + ": this one");
         else if (line.function == "gem_forward")
             take_gem_iw(text, step);
         else if (text.find("fwd_flag(") != text.npos && is_complaint(line))
@@ -214,23 +243,12 @@ private:
         if (const auto at = numbers(text, entry))
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         else if (text.find("fwd_flag(") != text.npos)
-            step.dead_end = wrong_side(step);
+            step.dead_end = side_text(mirror_, step.at);
         else if (text.find("vtfd_filter_handle fail") != text.npos) {
             end_filter(step, "drop");
             if (step.dead_end.empty())
-                step.dead_end = "its VLAN filter drops the frame";
+                step.dead_end = filter_drops;
         }
-    }
-
-    std::string wrong_side(const walk_step& step) const
-    {
-        const mirrored_instance* port = mirror_.find(step.at);
-        const unsigned type = port ? port->as<gpon_raw_mbpcd>().tpType : 0;
-        if (type == 1 || type == 11)
-            return "a port of the UNI side, not the way of this frame";
-        if (type == 3 || type == 5 || type == 6)
-            return "a port of the ANI side, not the way of this frame";
-        return "a port of neither side: its tpType is " + std::to_string(type);
     }
 
     void take_filter(const std::string& text, walk_step& step)
@@ -243,35 +261,7 @@ private:
                 end_filter(step, "pass");
             return;
         }
-        const unsigned tci = (*found)[1];
-        filter_ = "filter " + filter_id(step) + ": code " + hex((*found)[0], 2) + ", " +
-                  ((*found)[2] ? "TCI " + hex(tci, 4) + " (VLAN " + std::to_string(tci & 0xfff) +
-                                     ", priority " + std::to_string(tci >> 13) + ")"
-                               : std::string("untagged")) +
-                  ", list " + filter_list(step);
-    }
-
-    const mirrored_instance* filter_of(const walk_step& step) const
-    {
-        const std::vector<me_id> filters = mirror_.related(step.at, 84);
-        return filters.empty() ? nullptr : mirror_.find(filters.front());
-    }
-
-    std::string filter_id(const walk_step& step) const
-    {
-        const mirrored_instance* filter = filter_of(step);
-        return filter ? hex(filter->id.instance, 4) : "?";
-    }
-
-    std::string filter_list(const walk_step& step) const
-    {
-        std::string text;
-        if (const mirrored_instance* filter = filter_of(step)) {
-            const auto me = filter->as<gpon_raw_vtfd>();
-            for (unsigned i = 0; i < std::min<unsigned>(me.vlanFilterNums, 12); ++i)
-                text += (i ? ", " : "") + hex(me.vlanFilterList[i], 4);
-        }
-        return "{" + text + "}";
+        filter_ = filter_text(mirror_, step.at, (*found)[0], (*found)[1], (*found)[2] != 0);
     }
 
     void end_filter(walk_step& step, const char* outcome)
@@ -288,58 +278,53 @@ private:
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         if (text.find("pbit_filter_handle fail") == text.npos)
             return;
-        step.decisions.push_back(priority_text(step) + ": not this one");
+        step.decisions.push_back(selected(step) + ": not this one");
         step.dead_end = "the mapper does not select it for this frame";
     }
 
-    std::string priority_text(const walk_step& step) const
+    std::string selected(const walk_step& step) const
     {
-        const std::vector<me_id> mappers = mirror_.related(step.at, 130);
-        const mirrored_instance* mapper = mappers.empty() ? nullptr : mirror_.find(mappers.front());
-        if (!mapper)
-            return "priority of TCI " + hex(tci_, 4);
-        const auto me = mapper->as<gpon_raw_mapper>();
-        const std::string name = "mapper " + hex(mapper->id.instance, 4) + ": ";
-        if (tci_ == 0 && me.unmark_frame_opt == 0)
-            return name + "untagged, priority by DSCP";
-        if (tci_ == 0 && me.unmark_frame_opt != 1)
-            return name + "untagged, unmark_frame_opt " + std::to_string(me.unmark_frame_opt);
-        const unsigned priority = tci_ ? tci_ >> 13 : me.defaultPbit;
-        const std::string of_frame = (tci_ ? "TCI " + hex(tci_, 4) : std::string("untagged")) +
-                                     ", priority " + std::to_string(priority);
-        return priority > 7
-                   ? name + of_frame
-                   : name + of_frame + " selects GEM IW TP " + hex(me.pbit_GemIWTP[priority], 4);
+        return priority_text(mirror_, step.at, tci_, frame_);
     }
 
     const mirror& mirror_;
+    const bytes* frame_; ///< may be null
     walk_story story_;
     std::vector<size_t> open_; ///< steps that are entered and not left
+    bool announced_ = false;   ///< the open step's instance is not known yet
     unsigned tci_ = 0;         ///< last one read from the frame
     std::string filter_;       ///< a filter's operands, until its outcome is known
 };
 
 } // namespace
 
-walk_story read_walk(const std::string& log, const mirror& entities)
+walk_story read_walk(const std::string& log, const mirror& entities, const bytes* frame)
 {
-    return walk_reader(entities).read(log);
+    return walk_reader(entities, frame).read(log);
+}
+
+std::vector<size_t> deepest_dead_ends(const walk_story& story)
+{
+    // A decision tells more than a branch that was none.
+    const auto reach = [&](size_t i) {
+        return std::pair(story.steps[i].depth, !story.steps[i].decisions.empty());
+    };
+    std::vector<size_t> deepest;
+    for (size_t i = 0; i < story.steps.size(); ++i) {
+        if (story.steps[i].dead_end.empty())
+            continue;
+        if (!deepest.empty() && reach(i) > reach(deepest.front()))
+            deepest.clear();
+        if (deepest.empty() || reach(i) == reach(deepest.front()))
+            deepest.push_back(i);
+    }
+    return deepest;
 }
 
 std::optional<size_t> deepest_dead_end(const walk_story& story)
 {
-    std::optional<size_t> deepest;
-    for (size_t i = 0; i < story.steps.size(); ++i) {
-        const walk_step& step = story.steps[i];
-        if (step.dead_end.empty())
-            continue;
-        // A decision tells more than a branch that was none.
-        if (!deepest ||
-            std::pair(step.depth, !step.decisions.empty()) >
-                std::pair(story.steps[*deepest].depth, !story.steps[*deepest].decisions.empty()))
-            deepest = i;
-    }
-    return deepest;
+    const std::vector<size_t> all = deepest_dead_ends(story);
+    return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
 } // namespace gponflow

@@ -4,13 +4,15 @@
 
 #include "tools/gponflow/commands.h"
 #include "tools/gponflow/omci/command.h"
+#include "tools/gponflow/report/command.h"
 #include "tools/gponflow/run.h"
+#include "tools/gponflow/word_hints.h"
 
 namespace {
 
 constexpr const char* example = R"(
 Example:
-  gponflow run --mask-lines scenarios/first.scn | diff scenarios/first.transcript -
+  gponflow run --mask-lines scenarios/demo.scn | diff scenarios/demo.transcript -
   printf 'load\nproc read\n' | gponflow run -)";
 
 } // namespace
@@ -28,14 +30,26 @@ int main(int argc, char** argv)
     gponflow::add_check_command(app);
     gponflow::add_graph_command(app);
     gponflow::add_explain_command(app);
+    gponflow::add_show_command(app);
+    gponflow::add_trace_command(app);
+    gponflow::add_watch_command(app);
+    gponflow::add_completion_command(app);
+    gponflow::add_set_command(app);
+    gponflow::add_clean_command(app);
     gponflow::add_omci_command(app);
+    gponflow::add_report_command(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& outcome) {
         return outcome.get_exit_code();
     } catch (const CLI::ParseError& error) {
         // Help and version come this way too, with status 0.
-        return app.exit(error) == 0 ? 0 : gponflow::not_understood;
+        if (error.get_exit_code() == 0)
+            return app.exit(error);
+        std::cerr << "gponflow: " << error.what()
+                  << gponflow::word_hint(app, {argv + 1, argv + argc})
+                  << "\nRun with --help for more information.\n";
+        return gponflow::not_understood;
     } catch (const std::exception& error) {
         std::cerr << "gponflow: " << error.what() << '\n';
         return gponflow::not_supported;

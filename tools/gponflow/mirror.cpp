@@ -101,6 +101,11 @@ void mirror::clear()
     classes_.clear();
 }
 
+void mirror::restore(mirrored_instance instance)
+{
+    classes_[instance.id.class_id].push_back(std::move(instance));
+}
+
 void mirror::store(const me_command& command, unsigned line)
 {
     const me_id id{command.class_id, command.instance};

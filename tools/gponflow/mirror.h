@@ -81,6 +81,8 @@ public:
     void apply(const me_command& command, unsigned line);
     void apply(const config_command& command);
     void clear();
+    /// Adds an instance as it stands, links and all, behind the others of its class.
+    void restore(mirrored_instance instance);
 
     /// In the order of the module's list; empty for a class without instances.
     const std::vector<mirrored_instance>& instances(uint16_t class_id) const;

@@ -18,6 +18,8 @@ public:
         : backend_(where), transcript_(out, mask_lines)
     {
         backend_.set_sink([this](const backend_event& event) {
+            if (event.what == backend_event::kind::lost)
+                throw refusal(std::string(event.text));
             if (event.what == backend_event::kind::log)
                 transcript_.log(event.text);
             else

@@ -81,30 +81,53 @@ void kernel_log::write_marker()
         throw refusal(std::string("cannot write /dev/kmsg: ") + std::strerror(errno));
 }
 
-void kernel_log::drain(const std::function<void(std::string_view)>& line)
+kernel_log::reading kernel_log::read_line(std::string& text)
 {
-    write_marker();
     std::array<char, 8192> record;
-    std::string text;
     for (;;) {
         const ssize_t length = read(log_.get(), record.data(), record.size());
-        if (length < 0 && errno == EAGAIN) {
-            pollfd wait = {log_.get(), POLLIN, 0};
-            if (poll(&wait, 1, marker_milliseconds) > 0)
-                continue;
-            throw refusal("the kernel log does not show what was written to it");
-        }
+        if (length < 0 && errno == EAGAIN)
+            return reading::nothing;
         if (length < 0 && errno == EPIPE)
-            throw refusal("lines of the kernel log were lost: boot with a larger log_buf_len");
+            return reading::lost;
         if (length < 0)
             throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
-        if (!read_log_record({record.data(), static_cast<size_t>(length)}, text))
-            continue;
-        if (text == marker_text(marker_))
-            return;
-        if (!is_kernel_chatter(text))
+        if (read_log_record({record.data(), static_cast<size_t>(length)}, text))
+            return reading::line;
+    }
+}
+
+bool kernel_log::drain(const std::function<void(std::string_view)>& line)
+{
+    write_marker();
+    bool lost = false;
+    for (std::string text;;) {
+        const reading what = read_line(text);
+        if (what == reading::nothing) {
+            pollfd wait = {log_.get(), POLLIN, 0};
+            if (poll(&wait, 1, marker_milliseconds) <= 0)
+                throw refusal("the kernel log does not show what was written to it");
+        } else if (what == reading::lost) {
+            lost = true;
+        } else if (text == marker_text(marker_)) {
+            return lost;
+        } else if (!is_kernel_chatter(text)) {
+            line(text);
+        }
+    }
+}
+
+bool kernel_log::read_available(const std::function<void(std::string_view)>& line)
+{
+    bool lost = false;
+    std::string text;
+    for (reading what = read_line(text); what != reading::nothing; what = read_line(text)) {
+        if (what == reading::lost)
+            lost = true;
+        else if (!is_kernel_chatter(text))
             line(text);
     }
+    return lost;
 }
 
 } // namespace gponflow

@@ -26,11 +26,19 @@ public:
     kernel_log(const kernel_log&) = delete;
     kernel_log& operator=(const kernel_log&) = delete;
 
-    /// Hands on every line that came since the last call, in order, without its line feed. Throws
-    /// refusal when the kernel has dropped lines that were not read yet.
-    void drain(const std::function<void(std::string_view)>& line);
+    /// Hands on every line that came since the last call, in order, without its line feed. True
+    /// when the kernel has dropped lines that were not read yet.
+    bool drain(const std::function<void(std::string_view)>& line);
+
+    /// The same for what is there by now, without a wait for a line that is not complete.
+    bool read_available(const std::function<void(std::string_view)>& line);
+
+    /// Readable when there is something to read.
+    int number() const { return log_.get(); }
 
 private:
+    enum class reading { line, nothing, lost };
+    reading read_line(std::string& text);
     void write_marker();
 
     descriptor log_;

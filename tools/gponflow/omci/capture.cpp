@@ -10,6 +10,8 @@
 
 #include <pcap/pcap.h>
 
+#include "tools/gponflow/progress.h"
+
 namespace gponflow::omci {
 
 namespace {
@@ -112,8 +114,11 @@ capture_result read_all(pcap_t* handle, const std::optional<mac_address>& onu)
     pcap_pkthdr* header = nullptr;
     const u_char* bytes = nullptr;
     int status = 0;
-    while ((status = pcap_next_ex(handle, &header, &bytes)) == 1)
+    reading_progress progress("the capture", pcap_file(handle));
+    while ((status = pcap_next_ex(handle, &header, &bytes)) == 1) {
         work.take(*header, bytes);
+        progress.step();
+    }
     if (status == PCAP_ERROR)
         work.cap.cut_short =
             "frame " + std::to_string(work.cap.frames + 1) + ": " + pcap_geterr(handle);

@@ -9,6 +9,8 @@
 
 #include <pcap/pcap.h>
 
+#include "tools/gponflow/progress.h"
+
 namespace gponflow {
 
 namespace {
@@ -49,8 +51,11 @@ std::vector<bytes> read_capture(const std::filesystem::path& file)
     pcap_pkthdr* header = nullptr;
     const u_char* data = nullptr;
     int status = pcap_next_ex(from.get(), &header, &data);
-    for (; status == 1; status = pcap_next_ex(from.get(), &header, &data))
+    reading_progress progress(file.filename().string(), pcap_file(from.get()));
+    for (; status == 1; status = pcap_next_ex(from.get(), &header, &data)) {
         frames.emplace_back(data, data + header->caplen);
+        progress.step();
+    }
     if (status == PCAP_ERROR)
         throw std::runtime_error(pcap_geterr(from.get()));
     return frames;

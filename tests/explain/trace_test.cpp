@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Marked frames: their log cut into frames, and told as walks.
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tools/gponflow/explain.h"
+#include "tools/gponflow/live/lines.h"
+#include "tools/gponflow/live/trace.h"
+#include "tools/gponflow/live/walk_splitter.h"
+#include "tools/gponflow/live/watch.h"
+#include "tools/gponflow/walk_texts.h"
+
+namespace gponflow {
+namespace {
+
+// The frame between the first and last lines, its VLAN passing or not.
+const std::string passing = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
+const std::string dropped = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
+const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\n";
+const std::string mark = "proc write \"set trace src_mac 02:00:00:00:01:01\"\n";
+
+std::vector<std::string> walks_of(const std::string& text)
+{
+    const auto host = make_host_backend();
+    quiet_run run(*host);
+    std::ostringstream diagnostics;
+    EXPECT_EQ(run.run(parse_good(text), diagnostics), all_held) << diagnostics.str();
+    std::vector<std::string> walks;
+    walk_splitter splitter([&](const std::string& one) { walks.push_back(one); });
+    for_each_line(run.log(), [&](std::string_view line) { splitter.line(line); });
+    splitter.flush();
+    return walks;
+}
+
+TEST(marked_frames, are_told_apart_without_anything_between_them)
+{
+    const auto walks = walks_of(good_line + mark + entering + dropped + passing + passing +
+                                entering + dropped + dropped);
+    ASSERT_EQ(walks.size(), 7u);
+    const mirror entities(parse_good(good_line));
+    std::string told;
+    for (const std::string& walk : walks) {
+        const walk_story story = read_walk(walk, entities);
+        told += story.dropped ? 'd' : story.replayed ? 'r' : 'w';
+    }
+    EXPECT_EQ(told, "wdwrrdd");
+}
+
+TEST(marked_frames, tell_why_they_are_dropped)
+{
+    const auto walks = walks_of(good_line + mark + dropped);
+    ASSERT_EQ(walks.size(), 1u);
+    const mirror entities(parse_good(good_line));
+    const walk_story story = read_walk(walks[0], entities);
+    std::ostringstream out;
+    print_marked_frame(story, entities, out);
+    EXPECT_NE(out.str().find("upstream, from the bridge to the ANI\n"), std::string::npos);
+    EXPECT_NE(out.str().find("x a port of the UNI side"), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("x its VLAN filter drops the frame"), std::string::npos);
+}
+
+TEST(marked_frames, walk_as_they_do_at_full_detail)
+{
+    const mirror entities(parse_good(good_line));
+    const walk_story marked = read_walk(walks_of(good_line + mark + dropped).at(0), entities);
+    exit_status status = all_held;
+    std::ostringstream diagnostics;
+    const auto full = explain_frame(parse_good(good_line + dropped), *make_host_backend(), {},
+                                    diagnostics, status);
+    ASSERT_TRUE(full);
+    ASSERT_EQ(marked.steps.size(), full->story.steps.size());
+    for (size_t i = 0; i < marked.steps.size(); ++i) {
+        EXPECT_EQ(marked.steps[i].at, full->story.steps[i].at);
+        EXPECT_EQ(marked.steps[i].depth, full->story.steps[i].depth);
+        EXPECT_EQ(marked.steps[i].dead_end, full->story.steps[i].dead_end);
+        EXPECT_EQ(marked.steps[i].decisions, full->story.steps[i].decisions);
+    }
+}
+
+std::string traced(const std::string& text, const std::string& filter, uint64_t most = 0)
+{
+    std::ostringstream out;
+    EXPECT_EQ(trace_scenario(parse_good(text), *make_host_backend(), read_trace_filter(filter),
+                             {most, 0}, out, out, {}),
+              all_held);
+    return out.str();
+}
+
+TEST(trace_of_a_scenario, tells_the_frames_that_match)
+{
+    const std::string text = good_line + passing + dropped + passing;
+    EXPECT_NE(traced(text, "outer_vlan=101").find("1 of 3 frames match"), std::string::npos);
+    EXPECT_NE(traced(text, "src_mac=02:00:00:00:01:01").find("frame 3, upstream"),
+              std::string::npos);
+    EXPECT_NE(traced(text, "outer_vlan=100p1").find("0 of 3 frames match"), std::string::npos);
+    EXPECT_EQ(traced(text, "outer_vlan=100", 1).find("frame 3"), std::string::npos);
+}
+
+TEST(a_replay, is_told_with_the_instances_of_its_rule)
+{
+    const std::string told = traced(good_line + passing + passing, "outer_vlan=100");
+    const std::string replay = told.substr(told.find("frame 2"));
+    EXPECT_NE(replay.find("MAC_BRIDGE_SERVICE_PROFILE 0x0001"), std::string::npos) << replay;
+    EXPECT_NE(replay.find("GEM_PORT_CTP 0x0001  portID=1025"), std::string::npos) << replay;
+    EXPECT_NE(replay.find("its rule was replayed"), std::string::npos) << replay;
+}
+
+TEST(trace_filter, says_what_is_wrong_with_it)
+{
+    for (const char* text : {"", "vlan=1", "src_mac=02:00", "outer_vlan=65536", "outer_vlan=1p8",
+                             "outer_vlan=4096p0", "outer_vlan=", "src_mac", "\"outer_vlan=1"})
+        EXPECT_THROW(read_trace_filter(text), std::runtime_error) << text;
+    EXPECT_EQ(read_trace_filter("outer_vlan=100p5").outer, 0xa064);
+}
+
+TEST(watch_of_a_scenario, counts_replays_and_age)
+{
+    exit_status status = all_held;
+    std::ostringstream diagnostics;
+    const auto lines =
+        watch_scenario(parse_good(good_line + passing + passing + passing + "advance 50\n"),
+                       *make_host_backend(), diagnostics, status);
+    ASSERT_TRUE(lines) << diagnostics.str();
+    ASSERT_EQ(lines->size(), 3u);
+    EXPECT_TRUE(lines->at(1).starts_with("50             2 ")) << lines->at(1);
+    EXPECT_EQ(lines->at(2), "1 rule");
+}
+
+TEST(dscp, of_a_frame_is_what_the_module_reads)
+{
+    // Types are compared as the processor stores them.
+    EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x00, 0x08, 0x45, 0xb8}), 46);
+    EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x08, 0x00, 0x45, 0xb8}), -1);
+    EXPECT_EQ(dscp_of({}), -1);
+}
+
+} // namespace
+} // namespace gponflow

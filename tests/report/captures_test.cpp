@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <filesystem>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "tools/gponflow/report/captures.h"
+
+namespace gponflow {
+
+namespace {
+
+pcap_command only_capture(const std::string& word)
+{
+    const std::vector<scenario_line> lines = capture_lines({word});
+    return lines.size() == 1 ? std::get<pcap_command>(lines[0].what) : pcap_command{};
+}
+
+std::string complaint_about(const std::string& word)
+{
+    try {
+        capture_lines({word});
+    } catch (const std::runtime_error& why) {
+        return why.what();
+    }
+    return "";
+}
+
+TEST(capture_lines, takes_options_behind_commas)
+{
+    const pcap_command one = only_capture("captures/upstream-uni2.pcap,kind=up_uni,port=2");
+    EXPECT_EQ(one.file, "captures/upstream-uni2.pcap");
+    EXPECT_EQ(one.options.kind, 0u);
+    EXPECT_EQ(one.options.port_word, 0x20u);
+    EXPECT_EQ(one.frames.size(), 62u);
+}
+
+TEST(capture_lines, frames_leave_towards_the_ani_without_a_kind)
+{
+    EXPECT_EQ(only_capture("captures/upstream-uni2.pcap").options.kind, 1u);
+    EXPECT_EQ(only_capture("captures/upstream-uni2.pcap,gem=7").options.gem, 7u);
+}
+
+TEST(capture_lines, a_name_may_hold_commas_quotes_and_blanks)
+{
+    const auto odd = std::filesystem::temp_directory_path() / "a, \"b\" \\c.pcap";
+    std::filesystem::copy_file("captures/upstream-uni2.pcap", odd,
+                               std::filesystem::copy_options::overwrite_existing);
+    const pcap_command one = only_capture(odd.string() + ",kind=down_ani");
+    EXPECT_EQ(one.file, odd.string());
+    EXPECT_EQ(one.options.kind, 3u);
+    std::filesystem::remove(odd);
+}
+
+TEST(capture_lines, says_what_is_wrong)
+{
+    EXPECT_TRUE(complaint_about("absent.pcap").starts_with("--pcap absent.pcap: "));
+    EXPECT_NE(complaint_about("captures/upstream-uni2.pcap,kind=sideways").find("sideways"),
+              std::string::npos);
+    EXPECT_NE(complaint_about("captures/upstream-uni2.pcap,speed=9").find("speed"),
+              std::string::npos);
+    EXPECT_NE(complaint_about("README.md"), "");
+}
+
+} // namespace
+
+} // namespace gponflow

@@ -1,0 +1,146 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: terminal_test.sh GPONFLOW
+#
+# The tool on a terminal: what it draws there, which keys and signals end it, and that the terminal
+# is given back as it was. script(1) makes the terminals.
+set -eu
+tool=$(realpath "$1")
+root=$(realpath "$(dirname "$0")/../..")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+export TERM=xterm
+unset NO_COLOR
+
+failed=0
+complain() {
+    echo "$1" >&2
+    failed=1
+}
+
+# TEXT: waits until it has been shown.
+until_shown() {
+    for _ in $(seq 300); do
+        ! grep -qF -- "$1" shown || return 0
+        sleep 0.1
+    done
+}
+
+until_over() {
+    for _ in $(seq 300); do
+        [ ! -e after ] || return 0
+        sleep 0.1
+    done
+}
+
+# USER COMMAND: runs the command on a terminal of 10 lines with 60 columns, in front of a user: what
+# that prints are the keys, what is shown goes to the file shown. The exit status, and the settings
+# of the terminal before and after, stand in files, too.
+on_terminal() {
+    local user=$1 command=$2
+    rm -f after
+    : >shown
+    {
+        $user
+        until_over
+    } | timeout 60 script -qc "stty rows 10 cols 60; tty >line; stty -g >before
+        sh -c 'echo \$\$ >pid; $command'; echo \$? >status; stty -g >after" /dev/null >shown ||
+        complain "$command: it does not end"
+    cmp -s before after || complain "$command: the terminal is not given back as it was"
+}
+
+expect_shown() { # TEXT
+    grep -qF -- "$1" shown || complain "on the terminal '$1' is missing"
+}
+
+expect_status() { # STATUS
+    [ "$(cat status)" = "$1" ] || complain "exit status $(cat status), not $1"
+}
+
+watch="exec $tool watch $root/scenarios/demo.scn"
+
+press() { # KEYS
+    until_shown 'q quits'
+    printf '%b' "$1"
+}
+
+send() { # SIGNAL
+    until_shown 'q quits'
+    kill "-$1" "$(cat pid)"
+}
+
+scroll_to_end() {
+    until_shown 'q quits'
+    printf G
+    until_shown '61 to 68'
+    printf q
+}
+
+enlarge() {
+    until_shown 'q quits'
+    stty -F "$(cat line)" rows 20
+    until_shown '18 shown'
+    printf q
+}
+
+if "$tool" watch --help | grep -q 'q or Ctrl-C ends it'; then
+    on_terminal 'press q' "$watch"
+    expect_status 0
+    expect_shown 'AGE (jiffies)'
+    expect_shown '68 rules, 1 to 8 shown; arrows and pages scroll; q quits'
+    expect_shown $'\033[?1049h'
+    expect_shown $'\033[?1049l'
+    on_terminal 'press \003' "$watch" # Ctrl-C
+    expect_status 0
+    expect_shown $'\033[?1049l'
+    for signal in INT QUIT TERM HUP; do
+        on_terminal "send $signal" "$watch"
+        expect_status 0
+        expect_shown $'\033[?1049l'
+    done
+    # A terminal that cannot move what it shows is drawn anew.
+    on_terminal scroll_to_end "export TERM=vt100; $watch"
+    expect_status 0
+    expect_shown '61 to 68 shown'
+    on_terminal enlarge "export TERM=vt100; $watch"
+    expect_status 0
+    expect_shown '1 to 18 shown'
+fi
+on_terminal : "$watch --once"
+expect_status 0
+expect_shown '68 rules'
+grep -q $'\033' shown && complain 'a table that is printed once has commands for the terminal'
+on_terminal : "export TERM=dumb-and-unknown; $watch"
+expect_status 0
+expect_shown '68 rules'
+
+# Long captures say how far they are, short ones do not.
+{
+    head -c 24 "$root/captures/upstream-uni1.pcap"
+    tail -c +25 "$root/captures/upstream-uni1.pcap" >frames
+    for _ in $(seq 400); do cat frames; done
+} >long.pcap
+{
+    sed '/^pcap/d; /^unload/d' "$root/scenarios/subscriber-line.scn"
+    echo 'pcap long.pcap kind=up_ani'
+} >long.scn
+on_terminal : "exec $tool account long.scn"
+expect_status 0
+expect_shown '% of long.pcap'
+expect_shown $'\r\033[K'
+on_terminal : "exec $tool account long.scn 2>err"
+grep -q '% of' shown err && complain 'a progress line goes to a file'
+on_terminal : "exec $tool account $root/scenarios/tour.scn"
+grep -q '% of' shown && complain 'a short run has a progress line'
+
+# Colours are for terminals.
+printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
+on_terminal : "exec $tool check dangling.scn"
+expect_status 1
+expect_shown $'\033[31m1 problem\033[0m'
+on_terminal : "export NO_COLOR=1; exec $tool check dangling.scn"
+grep -q $'\033' shown && complain 'NO_COLOR is not respected'
+
+exit "$failed"
