@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# build the Debian package of the module's sources for DKMS, into build/packages
+# build the Debian packages, of the tool and of the modules' sources for DKMS, into build/packages
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
 
 packages=$GPON_BUILD_DIR/packages
-folders=(include core me me_class pkt hash debug platform/linux platform/softonu)
+sources=(Kbuild CMakeLists.txt cmake include core me me_class pkt hash debug platform tools
+    scripts/man-page.pl docs scenarios captures)
 
 project_version() {
     sed -n 's/^project(gpon_flow VERSION \([^ ]*\) .*/\1/p' CMakeLists.txt
@@ -18,25 +19,30 @@ package_version() {
 # FOLDER: a source package. A kernel's build may have left its products beside the sources.
 stage() {
     rm -rf "$1"
-    mkdir -p "$1/module"
+    mkdir -p "$1"
     cp -r packaging/debian packaging/dkms.conf "$1"
-    find Kbuild platform/kernel_api.h "${folders[@]}" -type f \
-        \( -name Kbuild -o -name '*.[ch]' -o -name '*.cpp' -o -name '*.mk' \) -print0 |
-        xargs -0 cp --parents -t "$1/module"
+    find "${sources[@]}" -type f ! -name '*.o' ! -name '*.ko' ! -name '*.mod*' ! -name '.*' \
+        ! -name Module.symvers ! -name modules.order -print0 | xargs -0 cp --parents -t "$1"
 }
 
-build_package() (
+build_packages() (
     cd "$1"
     dpkg-buildpackage --build=binary --no-sign
 )
 
-need package
-if [ "$(project_version)" != "$(package_version)" ]; then
-    echo "package: packaging/debian/changelog says $(package_version), CMakeLists.txt" \
+need package build
+version=$(package_version)
+if [ "$(project_version)" != "$version" ]; then
+    echo "package: packaging/debian/changelog says $version, CMakeLists.txt" \
         "$(project_version)" >&2
     exit 1
 fi
-staged=$packages/gpon-flow-$(package_version)
+staged=$packages/gpon-flow-$version
+built=("$packages/gponflow_${version}_$(dpkg --print-architecture).deb"
+    "$packages/gpon-flow-dkms_${version}_all.deb")
 stage "$staged"
-step package build_package "$staged"
-echo "$packages/gpon-flow-dkms_$(package_version)_all.deb"
+rm -f "$packages"/*.deb
+step package build_packages "$staged"
+step contents bash scripts/check-packages.sh "${built[@]}"
+step lintian lintian --allow-root --fail-on error,warning --tag-display-limit 0 "${built[@]}"
+printf '%s\n' "${built[@]}"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# install the Debian package in a fresh Debian 12, let DKMS build there; takes minutes, needs root
+# install the Debian packages in a fresh Debian 12, let DKMS build there; takes minutes, needs root
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
@@ -29,11 +29,17 @@ fresh_system() {
         mount -t proc proc "$root/proc"
 }
 
-install_package() {
-    cp "$package" "$root/gpon-flow-dkms.deb" &&
+install() {
+    inside apt-get -qq -y -o Acquire::Retries=3 --no-install-recommends install "$@"
+}
+
+# What makes device nodes is there before the packages, as on a system that runs.
+install_packages_under_test() {
+    cp "${packages[@]}" "$root" &&
         inside apt-get -qq -o Acquire::Retries=3 update &&
-        inside apt-get -qq -y -o Acquire::Retries=3 --no-install-recommends install \
-            /gpon-flow-dkms.deb linux-headers-amd64 kmod
+        install systemd-standalone-tmpfiles man-db &&
+        install "${packages[@]/#*\//\/}" linux-headers-amd64 kmod &&
+        rm "$root"/*.deb
 }
 
 kernel_of_headers() {
@@ -60,31 +66,68 @@ check_silence() {
     grep -q 'gpon_flow\.ko' "$log" && ! grep -n -i -E 'warning|error:|objtool' "$log"
 }
 
-remove_package() {
-    inside dpkg --purge gpon-flow-dkms
+# For root alone: who opens it may provision the line.
+check_node() {
+    local node
+    node=$(inside stat -c '%F %t:%T %a %U' /dev/gpon_flow) &&
+        echo "$node" && [ "$node" = 'character special file b8:0 600 root' ]
 }
 
+# The examples of the package, with what they print beside them.
+check_tool() {
+    local examples=$root/usr/share/doc/gponflow/examples
+    inside gponflow --help | grep -q '^  explain ' &&
+        [ "$(inside gponflow --version)" = "gponflow $version" ] &&
+        inside sh -c "cd ${examples#"$root"} && gponflow run --mask-lines scenarios/demo.scn" |
+        diff "$examples/scenarios/demo.transcript" -
+}
+
+check_manual() {
+    [ "$(inside man -w gponflow)" = /usr/share/man/man1/gponflow.1.gz ] &&
+        inside man gponflow >"$root/page" && grep -q 'gponflow explain \[OPTIONS\]' "$root/page" &&
+        rm "$root/page"
+}
+
+check_completion() {
+    # shellcheck disable=SC2016 # the shell inside has these variables
+    [ "$(inside bash -c '
+        . /usr/share/bash-completion/completions/gponflow
+        COMP_WORDS=(gponflow set ena) COMP_CWORD=2
+        _gponflow
+        echo "${COMPREPLY[*]}"')" = enable ]
+}
+
+remove_packages() {
+    inside dpkg --purge gponflow gpon-flow-dkms
+}
+
+# No package may remove a device node, the next start of a system does; and man keeps what it shows.
 check_gone() {
     ! inside dkms status | grep . &&
-        ! find "$root/lib/modules" "$root/usr/src" -name '*gpon*' | grep .
+        ! find "$root" -xdev -name '*gpon*' ! -path "$root/dev/gpon_flow" \
+            ! -path "$root/var/cache/man/*" | grep .
 }
 
 [ "$(id -u)" = 0 ] || fail "a system of its own takes root rights"
 [ "$(dpkg --print-architecture)" = amd64 ] || fail "only amd64 machines can do this"
 need package package-test
-package=$(bash scripts/run/package.sh | tail -n 1)
-[ -f "$package" ] || fail "no package was built: $package"
-version=$(dpkg-deb -f "$package" Version)
+bash scripts/run/package.sh || fail "no package was built"
+packages=("$GPON_BUILD_DIR"/packages/gpon{flow,-flow-dkms}_*.deb)
+version=$(dpkg-deb -f "${packages[0]}" Version)
 
 trap unmount_proc EXIT
 unmount_proc
 step debian fresh_system
-step install install_package
+step install install_packages_under_test
 kernel=$(kernel_of_headers)
 step modules check_modules
 step silence check_silence
-step remove remove_package
+step node check_node
+step tool check_tool
+step manual check_manual
+step completion check_completion
+step remove remove_packages
 step gone check_gone
 unmount_proc
 rm -rf "$root"
-echo "gpon-flow-dkms $version builds and installs for $kernel"
+echo "gponflow $version runs, gpon-flow-dkms $version builds and installs for $kernel"
