@@ -27,7 +27,13 @@ list_targets() {
 
 # corpus_of NAME: the committed inputs that a run starts from, as fuzz/CMakeLists.txt has them.
 corpus_of() {
-    sed -nE "s/^gpon_fuzzer\($1 CORPUS ([^)]*)\)/\1/p" fuzz/CMakeLists.txt | sed 's/ LIBRARIES.*//'
+    sed -nE "s/^gpon_fuzzer\($1 [0-9]+ CORPUS ([^)]*)\)/\1/p" fuzz/CMakeLists.txt |
+        sed 's/ LIBRARIES.*//'
+}
+
+# longest_of NAME: bytes of an input at most.
+longest_of() {
+    sed -nE "s/^gpon_fuzzer\($1 ([0-9]+) .*/\1/p" fuzz/CMakeLists.txt
 }
 
 if [ -z "$TARGET" ]; then
@@ -54,9 +60,9 @@ found=$dir/fuzz/found/$TARGET
 mkdir -p "$found"
 log=$GPON_BUILD_DIR/logs/fuzz-$TARGET.log
 status=0
-"$dir/bin/fuzz_$TARGET" -max_total_time="$seconds" -timeout=20 -max_len=4096 -print_final_stats=1 \
-    -artifact_prefix="$dir/fuzz/$TARGET-" "$found" "${corpus[@]}" >"$log" 2>&1 </dev/null ||
-    status=$?
+"$dir/bin/fuzz_$TARGET" -max_total_time="$seconds" -timeout=20 -max_len="$(longest_of "$TARGET")" \
+    -print_final_stats=1 -rss_limit_mb=1024 -artifact_prefix="$dir/fuzz/$TARGET-" "$found" \
+    "${corpus[@]}" >"$log" 2>&1 </dev/null || status=$?
 if [ "$status" != 0 ]; then
     tail -n 60 "$log"
     echo "FOUND something: the input is named above, the whole output is in $log" >&2

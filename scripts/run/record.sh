@@ -1,13 +1,27 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [FILE.scn...] write the transcripts of these, or all, scenarios anew
+# [FILE.scn|FILE.md...] write the transcripts of these, or all, scenarios and documents anew
 set -eu
 . scripts/build.sh
 
 need_for release
+need graph
 step build build_preset release
 
 if [ $# = 0 ]; then
-    mapfile -t scenarios < <(find scenarios tests/scenarios -name '*.scn' | sort)
-    set -- "${scenarios[@]}"
+    mapfile -t files < <(find scenarios tests/scenarios -name '*.scn' | sort)
+    set -- "${files[@]}" README.md docs/*.md
 fi
-bash scripts/scenario.sh record "$GPON_BUILD_DIR/bin/gponflow" "$@"
+scenarios=()
+documents=()
+for file in "$@"; do
+    case $file in
+    *.md) documents+=("$file") ;;
+    *) scenarios+=("$file") ;;
+    esac
+done
+if [ "${#scenarios[@]}" != 0 ]; then
+    bash scripts/scenario.sh record "$GPON_BUILD_DIR/bin/gponflow" "${scenarios[@]}"
+fi
+if [ "${#documents[@]}" != 0 ]; then
+    perl scripts/replay-docs.pl --write "$GPON_BUILD_DIR/bin/gponflow" "${documents[@]}"
+fi

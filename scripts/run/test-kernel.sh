@@ -23,7 +23,7 @@ for word in "$@"; do
 done
 [ ${#archs[@]} -gt 0 ] || archs=(arm64 x86_64)
 if [ ${#tests[@]} = 0 ]; then
-    mapfile -t tests < <(all_guest_tests)
+    mapfile -t tests < <(all_guest_tests && all_panic_tests)
 fi
 
 need kernel cross build

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] build and test in every configuration: release asan tsan clang, and fuzz when named
+# [STEP...] build and test in every configuration: release asan tsan clang lint fuzz bench kernel
 set -eu
 . scripts/build.sh
 
@@ -26,8 +26,9 @@ ctest_in() {
         sed 's/^/    /'
 }
 
+# What a report looks like is tried in a real browser.
 run_release() {
-    step release build_preset release && ctest_in release
+    need graph browser && step release build_preset release && ctest_in release
 }
 
 run_asan() {
@@ -48,18 +49,38 @@ run_clang() {
     step clang build_preset clang gpon_core gpon_host
 }
 
-# Each fuzzer for a few seconds, from its committed inputs.
+# Each fuzzer for ten seconds, from its committed inputs.
 run_fuzz() {
-    step fuzz build_preset fuzz fuzzers && ctest_in fuzz --label-regex '^fuzz$'
+    step fuzz build_preset fuzz fuzzers && ctest_in fuzz --label-regex '^fuzz$' --verbose &&
+        awk '{ number = $1 + 0 }
+            /^[0-9]+: Test command: / { name[number] = $4; sub(/.*\/fuzz_/, "", name[number]) }
+            /number_of_executed_units/ {
+                printf "    %-10s %8d executions without a finding\n", name[number], $NF
+            }' "$GPON_BUILD_DIR/logs/fuzz.ctest.all.log"
+}
+
+# The static checks but clang-tidy, which takes long.
+run_lint() {
+    bash scripts/run/lint.sh format shell cppcheck analyzer checkpatch sparse
+}
+
+# Instructions and allocations of the benchmarks' loops against the baseline.
+run_bench() {
+    bash scripts/run/bench-check.sh
+}
+
+# The modules in real kernels; it shows a line for each of its own steps.
+run_kernel() {
+    bash scripts/run/test-kernel.sh
 }
 
 if [ $# = 0 ]; then
-    set -- release asan tsan clang
+    set -- release asan tsan clang lint fuzz bench kernel
 fi
 need_for "$@" clang
 for name in "$@"; do
     case $name in
-    release | asan | tsan | clang | fuzz) "run_$name" || failed+=("$name") ;;
+    release | asan | tsan | clang | lint | fuzz | bench | kernel) "run_$name" || failed+=("$name") ;;
     *)
         echo "run test: no step '$name'" >&2
         exit 2

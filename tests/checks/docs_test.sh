@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck disable=SC2016 # the back quotes are Markdown's
 set -eu
 . tests/checks/proof.sh
 check=scripts/check-docs.sh

@@ -1,0 +1,62 @@
+# SPDX-License-Identifier: GPL-2.0-only
+set -eu
+. tests/checks/proof.sh
+check=scripts/check-packages.sh
+command -v dpkg-deb >/dev/null || exit 77
+
+# control NAME DEPENDS: the fields that a package must have to be built.
+control() {
+    printf '%s\n' "Package: $1" 'Version: 1' 'Architecture: all' "Depends: $2" \
+        'Maintainer: nobody <n@example.org>' 'Recommends: graphviz' 'Description: proof' |
+        file "$1/DEBIAN/control"
+}
+
+pack() {
+    dpkg-deb --root-owner-group --build "$tree/$1" "$tree/$1.deb" >/dev/null
+}
+
+fresh_packages() {
+    local source
+    fresh_tree
+    control tool 'libc6 (>= 2), libpcap0.8, liburcu8, libncursesw6'
+    for source in bin/gponflow share/man/man1/gponflow.1.gz \
+        share/bash-completion/completions/gponflow share/doc/gponflow/tools.md \
+        share/doc/gponflow/copyright share/doc/gponflow/examples/scenarios/demo.scn; do
+        echo x | file "tool/usr/$source"
+    done
+    control modules 'dkms, g++'
+    echo x | file modules/usr/lib/tmpfiles.d/gpon-flow-dkms.conf
+    echo x | file modules/usr/src/gpon-flow-1/dkms.conf
+    find Kbuild platform/kernel_api.h include core me me_class pkt hash debug platform/linux \
+        platform/softonu -type f ! -name '*.o' ! -name '*.ko' ! -name '*.mod*' ! -name '.*' \
+        ! -name Module.symvers ! -name modules.order -print0 |
+        xargs -0 cp --parents -t "$tree/modules/usr/src/gpon-flow-1"
+}
+
+verdict() {
+    pack tool && pack modules && bash "$check" "$tree/tool.deb" "$tree/modules.deb"
+}
+
+fresh_packages
+passes "packages with everything" verdict
+
+: | file tool/usr/bin/gponflow
+fails "an empty tool" "has no usr/bin/gponflow" verdict
+
+fresh_packages
+control tool libc6
+fails "a library that no package brings" "without libpcap0.8" verdict
+
+fresh_packages
+rm "$tree/modules/usr/src/gpon-flow-1/core/hook.cpp"
+fails "a source left out" "core/hook.cpp" verdict
+
+fresh_packages
+echo x | file modules/usr/src/gpon-flow-1/gpon_flow.ko
+fails "a module built elsewhere" "gpon_flow.ko" verdict
+
+fresh_packages
+rm "$tree/modules/usr/lib/tmpfiles.d/gpon-flow-dkms.conf"
+fails "a device node that nobody makes" "tmpfiles.d" verdict
+
+exit "$proofs_failed"
