@@ -37,15 +37,16 @@ until_over() {
 
 # USER COMMAND: runs the command on a terminal of 10 lines with 60 columns, in front of a user: what
 # that prints are the keys, what is shown goes to the file shown. The exit status, and the settings
-# of the terminal before and after, stand in files, too.
+# of the terminal before and after, stand in files, too: what Ctrl-C does to the command must not
+# end the shell that writes them.
 on_terminal() {
     local user=$1 command=$2
-    rm -f after
+    rm -f after status
     : >shown
     {
         $user
         until_over
-    } | timeout 60 script -qc "stty rows 10 cols 60; tty >line; stty -g >before
+    } | timeout 60 script -qc "trap : INT QUIT; stty rows 10 cols 60; tty >line; stty -g >before
         sh -c 'echo \$\$ >pid; $command'; echo \$? >status; stty -g >after" /dev/null >shown ||
         complain "$command: it does not end"
     cmp -s before after || complain "$command: the terminal is not given back as it was"
