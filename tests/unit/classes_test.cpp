@@ -79,9 +79,7 @@ protected:
     {
         const gpon_fwd_info info = {class_id, id, fwd_flag};
         const gpon::rcu_reader reader;
-        // What an earlier read section found is gone with it.
-        result.last_port = nullptr;
-        result.last_filter = nullptr;
+        gpon::test::forget_found(result);
         return function(&skb, &info, &result);
     }
 

@@ -4,6 +4,7 @@
 
 #include "tests/unit/loaded_module.h"
 
+#include "include/packet_flow.h"
 #include "me/command.h"
 #include "me/list.h"
 #include "me/registry.h"
@@ -47,6 +48,13 @@ inline std::vector<u16> recorded(u16 class_id, u16 id, u16 of_class)
 {
     const gpon_me_inst* inst = find_inst(mirrored_class(class_id)->list_info->head, id);
     return inst ? recorded(*find_row(inst->related, of_class)) : std::vector<u16>();
+}
+
+/* Makes a walk's result ready for the next read section: what the last one found is gone with it. */
+inline void forget_found(gpon_walk_result& result)
+{
+    result.last_port = nullptr;
+    result.last_filter = nullptr;
 }
 
 inline gpon_me_cmd command(u8 msg_type, u16 class_id, u16 inst_id, const void* raw,

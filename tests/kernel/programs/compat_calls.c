@@ -9,13 +9,11 @@
 
 #include <sys/mman.h>
 
+#include "tests/kernel/programs/expect.h"
 #include "tests/kernel/programs/graph.h"
 
 #define GETPID_32 20
 #define IOCTL_32 54
-
-static int failures;
-static unsigned long checked;
 
 static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned int c)
 {
@@ -31,15 +29,6 @@ static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned
 static int ioctl_32(int file, unsigned int number, uint64_t argument)
 {
 	return call_32(IOCTL_32, (unsigned int)file, number, (unsigned int)argument);
-}
-
-static void expect(long wanted, long got, const char *what)
-{
-	checked++;
-	if (wanted == got)
-		return;
-	failures++;
-	printf("%s: expected %ld, got %ld\n", what, wanted, got);
 }
 
 /* Memory that a 32-bit address reaches, with an unreadable page behind it. */

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "platform/softonu/softonu_uapi.h"
+#include "tests/kernel/programs/expect.h"
 
 enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, UNKNOWN };
 
@@ -23,18 +24,7 @@ enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, UNKNOWN };
 #define OTHER_GEM 1026
 
 static int door;
-static int failures;
-static unsigned long checked;
 static uint8_t tagged[SOFTONU_FRAME_BYTES_MAX];
-
-static void expect(long wanted, long got, const char *what)
-{
-	checked++;
-	if (wanted == got)
-		return;
-	failures++;
-	printf("%s: expected %ld, got %ld\n", what, wanted, got);
-}
 
 /* 0, or the errno. */
 static int ask(unsigned long number, void *argument)

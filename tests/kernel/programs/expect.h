@@ -1,0 +1,20 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Checks that go on after a failure: each is counted, each failure printed. */
+#ifndef EXPECT_H
+#define EXPECT_H
+
+#include <stdio.h>
+
+static int failures;
+static unsigned long checked;
+
+static void expect(long wanted, long got, const char *what)
+{
+	checked++;
+	if (wanted == got)
+		return;
+	failures++;
+	printf("%s: expected %ld, got %ld\n", what, wanted, got);
+}
+
+#endif
