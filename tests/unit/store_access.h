@@ -50,7 +50,7 @@ inline std::vector<u16> recorded(u16 class_id, u16 id, u16 of_class)
     return inst ? recorded(*find_row(inst->related, of_class)) : std::vector<u16>();
 }
 
-/* Makes a walk's result ready for the next read section: what the last one found is gone with it. */
+/* Makes a result ready for the next read section: what the last one found is gone with it. */
 inline void forget_found(gpon_walk_result& result)
 {
     result.last_port = nullptr;
