@@ -12,6 +12,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 export TERM=xterm
+export SHELL=/bin/sh # script's
 unset NO_COLOR
 
 failed=0
