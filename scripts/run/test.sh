@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] build and test in every configuration: release asan tsan clang lint fuzz bench kernel
+# [STEP...] everything, or: release asan tsan clang lint fuzz bench kernel bench-kernel
 set -eu
 . scripts/build.sh
 
@@ -8,6 +8,7 @@ export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS=second_deadlock_stack=1
 
+all_steps=(release asan tsan clang lint fuzz bench kernel bench-kernel)
 failed=()
 
 # ctest_in PRESET [CTEST-ARGUMENT...]: the log keeps what failed, not the hundreds that passed.
@@ -74,18 +75,21 @@ run_kernel() {
     bash scripts/run/test-kernel.sh
 }
 
+# Instructions of a frame in a kernel, bridge and gpon_flow alone, against the baseline.
+run_bench-kernel() {
+    bash scripts/run/bench-kernel.sh --check
+}
+
 if [ $# = 0 ]; then
-    set -- release asan tsan clang lint fuzz bench kernel
+    set -- "${all_steps[@]}"
 fi
 need_for "$@" clang
 for name in "$@"; do
-    case $name in
-    release | asan | tsan | clang | lint | fuzz | bench | kernel) "run_$name" || failed+=("$name") ;;
-    *)
+    if [[ " ${all_steps[*]} " != *" $name "* ]]; then
         echo "run test: no step '$name'" >&2
         exit 2
-        ;;
-    esac
+    fi
+    "run_$name" || failed+=("$name")
 done
 
 if [ "${#failed[@]}" != 0 ]; then
