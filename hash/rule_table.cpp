@@ -234,13 +234,13 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
 i32 gpon_hash_delete_node_safe(u32 hash_val, u16 index)
 {
     const bh_lock lock(gpon_hash_lock);
-    gpon_hash_table& table = gpon_hash_table_record;
-    if (!table.buckets)
+    gpon_hash_table* table = &gpon_hash_table_record;
+    if (!table->buckets)
         return 0;
-    gpon_hash_bucket& bucket = table.buckets[hash_val & (table.table_size - 1)];
-    gpon::for_each_rule(bucket, [&](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
+    gpon_hash_bucket* bucket = &table->buckets[hash_val & (table->table_size - 1)];
+    gpon::for_each_rule(*bucket, [=](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
         if (rule->index == index)
-            gpon::delete_rule(table, bucket, rule);
+            gpon::delete_rule(*table, *bucket, rule);
     });
     return 0;
 }
