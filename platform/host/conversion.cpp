@@ -101,7 +101,7 @@ uint64_t signed_argument(length size, argument_list& arguments)
     int64_t value = 0;
     switch (size) {
     case length::of_char:
-        value = static_cast<signed char>(va_arg(arguments.values, int));
+        value = static_cast<int8_t>(va_arg(arguments.values, int));
         break;
     case length::of_short:
         value = static_cast<short>(va_arg(arguments.values, int));

@@ -60,9 +60,9 @@ run_fuzz() {
             }' "$GPON_BUILD_DIR/logs/fuzz.ctest.all.log"
 }
 
-# The static checks but clang-tidy, which takes long.
+# The static checks but clang-tidy of the tools and tests, which takes long.
 run_lint() {
-    bash scripts/run/lint.sh format shell cppcheck analyzer checkpatch sparse
+    bash scripts/run/lint.sh format shell cppcheck analyzer tidy checkpatch sparse
 }
 
 # Instructions and allocations of the benchmarks' loops against the baseline.
