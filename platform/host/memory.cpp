@@ -102,8 +102,10 @@ memory_use memory()
 
 void reset_memory()
 {
-    while (live.next != &live)
-        kfree(live.next + 1);
+    for (block *next, *left = live.next; left != &live; left = next) {
+        next = left->next;
+        kfree(left + 1);
+    }
     free_live_kept();
     clear_counts();
 }
