@@ -125,6 +125,67 @@ TEST_F(instance_list, a_reader_on_a_deleted_node_goes_on)
     EXPECT_EQ(gpon::host::memory().live_blocks, before - 3 * 4);
 }
 
+// A search that starts behind the last answer finds what a search from the head finds.
+class search_behind_the_last : public instance_list {
+protected:
+    search_behind_the_last()
+    {
+        for (const u16 id : u16s{4, 2, 7, 1})
+            add(id);
+    }
+    const gpon_me_inst* search(u16 id) { return gpon::find_inst_after(&gpon_mbsp_list, id, last); }
+
+    const gpon_me_inst* last = nullptr;
+};
+
+TEST_F(search_behind_the_last, finds_any_id_after_any_other)
+{
+    const gpon::rcu_reader reader;
+    for (const u16 first : u16s{4, 2, 7, 1})
+        for (const u16 second : u16s{4, 2, 7, 1}) {
+            last = nullptr;
+            EXPECT_EQ(search(first), find(first));
+            EXPECT_EQ(last, find(first));
+            EXPECT_EQ(search(second), find(second)) << second << " after " << first;
+            EXPECT_EQ(last, find(second));
+        }
+}
+
+TEST_F(search_behind_the_last, an_absent_id_leaves_it_where_it_was)
+{
+    const gpon::rcu_reader reader;
+    EXPECT_EQ(search(9), nullptr);
+    EXPECT_EQ(last, nullptr);
+    search(2);
+    EXPECT_EQ(search(9), nullptr);
+    EXPECT_EQ(last, find(2));
+}
+
+TEST_F(search_behind_the_last, goes_on_from_an_instance_that_left_the_list)
+{
+    rcu_read_lock();
+    search(2);
+    gpon_flow_list_delete_inst(&bridges, 2, 0);
+    EXPECT_EQ(search(7), find(7));
+    gpon_flow_list_delete_inst(&bridges, 7, 0);
+    EXPECT_EQ(search(2), nullptr);
+    EXPECT_EQ(search(4), find(4));
+    EXPECT_EQ(search(1), find(1));
+    rcu_read_unlock();
+}
+
+TEST_F(search_behind_the_last, follows_an_instance_that_was_replaced)
+{
+    rcu_read_lock();
+    search(2);
+    add(7, 77);
+    EXPECT_EQ(search(7), find(7));
+    add(7, 78);
+    EXPECT_EQ(search(1), find(1));
+    EXPECT_EQ(search(7)->raw, find(7)->raw);
+    rcu_read_unlock();
+}
+
 TEST_F(instance_list, an_add_without_class_list_template_or_command_fails)
 {
     const gpon_raw_mbsp raw = {};

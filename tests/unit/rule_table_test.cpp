@@ -7,6 +7,7 @@
 #include <optional>
 #include <random>
 #include <set>
+#include <utility>
 
 #include "hash/aging.h"
 #include "hash/rule_table.h"
@@ -89,6 +90,22 @@ protected:
                 return key_of(number);
     }
 
+    // Two keys that share a bucket and differ in one byte.
+    std::pair<key, key> keys_apart(u16 length, u16 byte)
+    {
+        for (;;) {
+            key one;
+            for (u8& each : one)
+                each = static_cast<u8>(random_());
+            for (u8 difference = 1; difference != 0; ++difference) {
+                key other = one;
+                other[byte] = static_cast<u8>(other[byte] ^ difference);
+                if (bucket_of(one, length) == bucket_of(other, length))
+                    return {one, other};
+            }
+        }
+    }
+
     // As many rules as asked for, each in a bucket of its own.
     void fill(u32 count)
     {
@@ -107,6 +124,9 @@ protected:
         gpon_hash_delete_aging_node();
         spin_unlock_bh(&gpon_hash_lock);
     }
+
+private:
+    std::mt19937 random_{1};
 };
 
 TEST_F(RuleTable, StartsWithSixtyFourBucketsAndThresholdFortyEight)
@@ -127,6 +147,20 @@ TEST_F(RuleTable, HashIsTheCrcOfEveryLengthMixed)
                 byte = static_cast<u8>(random());
             EXPECT_EQ(gpon_hash_calc_key(k.data(), length), plain_hash(k.data(), length));
         }
+}
+
+// The bytes may be read several at a time: every remainder behind every start must come out right.
+TEST_F(RuleTable, HashDoesNotDependOnWhereTheKeyLies)
+{
+    std::mt19937 random(2);
+    std::array<u8, 16 + 100> room;
+    for (u8& byte : room)
+        byte = static_cast<u8>(random());
+    for (size_t start = 0; start < 16; ++start)
+        for (u16 length = 0; length <= 100; ++length)
+            ASSERT_EQ(gpon_hash_calc_key(room.data() + start, length),
+                      plain_hash(room.data() + start, length))
+                << length << " bytes from " << start;
 }
 
 TEST_F(RuleTable, HashOfNothingIsZero)
@@ -238,6 +272,19 @@ TEST_F(RuleTable, ALookUpComparesTheLength)
     EXPECT_EQ(add(key(), 5, 16), 0);
     EXPECT_FALSE(find(key(), 20));
     EXPECT_FALSE(find(key(), 12));
+}
+
+TEST_F(RuleTable, KeysThatDifferInAnyOneByteAreTwoKeys)
+{
+    for (u16 length = 1; length <= GPON_RULE_KEY_BUFFER; ++length)
+        for (u16 byte = 0; byte < length; ++byte) {
+            const auto [one, other] = keys_apart(length, byte);
+            ASSERT_EQ(add(one, 5, length), 0);
+            ASSERT_EQ(add(other, 6, length), 0);
+            ASSERT_EQ(find(one, length), 5) << "byte " << byte << " of " << length;
+            ASSERT_FALSE(find(other, length)) << "byte " << byte << " of " << length;
+            gpon_hash_clean_all_safe();
+        }
 }
 
 TEST_F(RuleTable, DeletionEmptiesTheBucketForIndexZeroAlone)
