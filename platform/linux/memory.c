@@ -5,7 +5,7 @@
  * A packet's buffers live for one call and come in a few sizes, so a CPU keeps the last blocks that
  * were given back and hands them out again, which costs a fraction of the kernel's allocator. Slots
  * are emptied and filled by single operations that neither a softirq nor another task on the CPU
- * can get in between of. Kernels that look for faults in the use of memory see each call.
+ * can get in between of. Kernels built to look for faults in the use of memory see each call.
  */
 #include <linux/log2.h>
 #include <linux/percpu.h>
@@ -14,7 +14,9 @@
 
 #include "glue.h"
 
-#if defined(CONFIG_KASAN) || defined(CONFIG_FAILSLAB) || defined(CONFIG_DEBUG_KMEMLEAK)
+#if defined(CONFIG_KASAN) || defined(CONFIG_KMSAN) || defined(CONFIG_FAILSLAB) || \
+	defined(CONFIG_DEBUG_KMEMLEAK) || defined(CONFIG_SLUB_DEBUG_ON) || \
+	defined(CONFIG_DEBUG_SLAB)
 #define KEEPS_BLOCKS 0
 #else
 #define KEEPS_BLOCKS 1
