@@ -30,7 +30,7 @@ until_shown() {
 }
 
 until_over() {
-    for _ in $(seq 300); do
+    for _ in $(seq 2000); do
         [ ! -e after ] || return 0
         sleep 0.1
     done
@@ -42,23 +42,24 @@ until_over() {
 # end the shell that writes them.
 on_terminal() {
     local user=$1 command=$2
+    ran=$command
     rm -f after status
     : >shown
     {
         $user
         until_over
-    } | timeout 60 script -qc "trap : INT QUIT; stty rows 10 cols 60; tty >line; stty -g >before
+    } | timeout 240 script -qc "trap : INT QUIT; stty rows 10 cols 60; tty >line; stty -g >before
         sh -c 'echo \$\$ >pid; $command'; echo \$? >status; stty -g >after" /dev/null >shown ||
         complain "$command: it does not end"
     cmp -s before after || complain "$command: the terminal is not given back as it was"
 }
 
 expect_shown() { # TEXT
-    grep -qF -- "$1" shown || complain "on the terminal '$1' is missing"
+    grep -qF -- "$1" shown || complain "$ran: on the terminal '$1' is missing"
 }
 
 expect_status() { # STATUS
-    [ "$(cat status)" = "$1" ] || complain "exit status $(cat status), not $1"
+    [ "$(cat status)" = "$1" ] || complain "$ran: exit status $(cat status), not $1"
 }
 
 watch="exec $tool watch $root/scenarios/demo.scn"

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "tools/gponflow/live/scroll_view.h"
+#include "tools/gponflow/live/terminal_type.h"
 
 namespace gponflow {
 
@@ -121,7 +122,7 @@ private:
 
 std::unique_ptr<screen> open_screen()
 {
-    if (isatty(STDIN_FILENO) != 1 || isatty(STDOUT_FILENO) != 1)
+    if (isatty(STDIN_FILENO) != 1 || isatty(STDOUT_FILENO) != 1 || !terminal_is_known())
         return nullptr;
     SCREEN* terminal = newterm(nullptr, stdout, stdin);
     if (!terminal)
