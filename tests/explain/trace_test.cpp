@@ -79,6 +79,52 @@ TEST(marked_frames, walk_as_they_do_at_full_detail)
     }
 }
 
+// Two logs as two processors write them at the same moment: a line of each in turn.
+std::string mixed(const std::string& left, const std::string& right)
+{
+    std::istringstream from_left(left);
+    std::istringstream from_right(right);
+    std::string all;
+    std::string line;
+    for (bool more = true; more;) {
+        more = false;
+        for (std::istringstream* from : {&from_left, &from_right})
+            if (std::getline(*from, line)) {
+                all += line + '\n';
+                more = true;
+            }
+    }
+    return all;
+}
+
+TEST(marked_frames, of_two_processors_at_once_are_told_with_doubt)
+{
+    const mirror entities(parse_good(good_line));
+    const auto told = [&](const std::string& log) {
+        std::ostringstream out;
+        print_marked_frame(read_walk(log, entities), entities, out);
+        return out.str();
+    };
+    const std::string doubt = "These lines do not fit together";
+    const auto walks = walks_of(good_line + mark + dropped + passing + passing);
+    ASSERT_EQ(walks.size(), 3u);
+    for (const std::string& walk : walks)
+        EXPECT_EQ(told(walk).find(doubt), std::string::npos) << told(walk);
+    EXPECT_NE(told(mixed(walks[0], walks[1])).find(doubt), std::string::npos);
+    EXPECT_NE(told(mixed(walks[0], walks[0])).find(doubt), std::string::npos);
+    EXPECT_NE(told(mixed(walks[1], walks[2])).find(doubt), std::string::npos);
+}
+
+TEST(marked_frames, without_their_beginning_or_end_are_told_with_doubt)
+{
+    const mirror entities(parse_good(good_line));
+    const std::string walk = walks_of(good_line + mark + dropped).at(0);
+    const size_t half = walk.find('\n', walk.size() / 2) + 1;
+    EXPECT_FALSE(read_walk(walk, entities).garbled);
+    EXPECT_TRUE(read_walk(walk.substr(0, half), entities).garbled);
+    EXPECT_TRUE(read_walk(walk.substr(half), entities).garbled);
+}
+
 std::string traced(const std::string& text, const std::string& filter, uint64_t most = 0)
 {
     std::ostringstream out;

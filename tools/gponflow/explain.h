@@ -34,6 +34,8 @@ struct walk_story {
     unsigned fwd_flag = 0;               ///< direction of the walk: 2 up from the UNI, 1 up to the
                                          ///< ANI, 4 down from the ANI; 0 when the log has no walk
     bool dropped = false;                ///< the log says that the frame failed
+    bool garbled = false;                ///< what is entered and what is left do not fit together:
+                                         ///< lines of another frame are among these, or some lack
 };
 
 /// Reads the log text of one hook call, at full detail or of a marked frame. Numbers in it that no
@@ -83,6 +85,9 @@ std::optional<size_t> deepest_dead_end(const walk_story& story);
 /// The same of all branches that came equally far, in the order in which they were tried: which of
 /// them should have led on, only a reader can know.
 std::vector<size_t> deepest_dead_ends(const walk_story& story);
+
+/// Indices of the steps from where the frame entered to that one.
+std::vector<size_t> branch_to(const walk_story& story, size_t last);
 
 /// "A, B: the reason; C: another one", of those branches. Of many that end for one reason, those
 /// beyond `most` are counted, unless it is 0.

@@ -59,6 +59,7 @@ public:
                 take(*line);
             at = end + 1;
         }
+        story_.garbled = story_.garbled || !open_.empty();
         if (story_.replayed)
             for (walk_step& step : story_.steps)
                 step.passed = step.dead_end.empty();
@@ -123,7 +124,8 @@ private:
         static const std::regex entry(R"(^Enter, recurse_num = (\d+))");
         static const std::regex where(
             R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
-        static const std::regex exit(R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
+        static const std::regex exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
+                                     R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
         if (numbers(line.text, entry)) {
             open_step();
             announced_ = true;
@@ -133,8 +135,11 @@ private:
             current()->dead_end = "the graph is deeper than a walk may go";
         } else if (line.text.find("can not get the entry") != line.text.npos && current()) {
             current()->dead_end = "frames cannot go through this class";
-        } else if (const auto left = numbers(line.text, exit); left && current()) {
-            leave(static_cast<int>((*left)[0]), (*left)[1]);
+        } else if (const auto left = numbers(line.text, exit)) {
+            check_nesting({static_cast<uint16_t>((*left)[0]), static_cast<uint16_t>((*left)[1])},
+                          (*left)[4]);
+            if (current())
+                leave(static_cast<int>((*left)[2]), (*left)[3]);
         }
     }
 
@@ -152,6 +157,13 @@ private:
         current()->at = {static_cast<uint16_t>(at[0]), static_cast<uint16_t>(at[1])};
         story_.ran = true;
         story_.fwd_flag = at[2];
+    }
+
+    // A replay enters nothing.
+    void check_nesting(me_id left, unsigned depth)
+    {
+        if (story_.replayed || open_.size() != depth + 1 || story_.steps[open_.back()].at != left)
+            story_.garbled = true;
     }
 
     void leave(int answer, unsigned status)
@@ -325,6 +337,16 @@ std::optional<size_t> deepest_dead_end(const walk_story& story)
 {
     const std::vector<size_t> all = deepest_dead_ends(story);
     return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+std::vector<size_t> branch_to(const walk_story& story, size_t last)
+{
+    std::vector<size_t> branch = {last};
+    for (size_t at = last; at-- > 0;)
+        if (story.steps[at].depth < story.steps[branch.back()].depth)
+            branch.push_back(at);
+    std::ranges::reverse(branch);
+    return branch;
 }
 
 } // namespace gponflow

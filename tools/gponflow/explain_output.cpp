@@ -126,16 +126,13 @@ void print_success(const explanation& what, std::ostream& out, const palette& co
     print_why_not_dropped(what.story, out);
 }
 
-// The steps from where the frame entered to the one that failed.
 void print_branch(const walk_story& story, size_t last, std::ostream& out)
 {
-    std::vector<size_t> branch = {last};
-    for (size_t at = last; at-- > 0;)
-        if (story.steps[at].depth < story.steps[branch.back()].depth)
-            branch.push_back(at);
     out << "deepest branch: ";
-    for (size_t i = branch.size(); i-- > 0;)
-        out << title(story.steps[branch[i]], story.replayed) << (i ? " > " : "\n");
+    const char* between = "";
+    for (const size_t at : branch_to(story, last))
+        out << std::exchange(between, " > ") << title(story.steps[at], story.replayed);
+    out << '\n';
 }
 
 void print_drop(const walk_story& story, std::ostream& out, const palette& colours)
@@ -176,6 +173,13 @@ const char* direction_title(unsigned fwd_flag)
     }
 }
 
+void print_if_garbled(const walk_story& story, std::ostream& out)
+{
+    if (story.garbled)
+        out << "These lines do not fit together: another marked frame was handled at the same "
+               "moment on another processor, or some are missing.\n";
+}
+
 void print_doubts(const explanation& what, std::ostream& out)
 {
     if (what.lines_lost)
@@ -184,6 +188,8 @@ void print_doubts(const explanation& what, std::ostream& out)
     if (what.others_mixed)
         out << "Other frames of the same addresses came at the same time: this may be the way of "
                "one of them.\n";
+    else
+        print_if_garbled(what.story, out);
 }
 
 // The GEM port that a walk upstream has led to.
@@ -252,6 +258,7 @@ void print_marked_frame(const walk_story& story, const mirror& entities, std::os
     print_steps(story, entities, out, colours);
     if (story.dropped) {
         print_drop(story, out, colours);
+        print_if_garbled(story, out);
         return;
     }
     out << colours.good("passes");
@@ -259,6 +266,7 @@ void print_marked_frame(const walk_story& story, const mirror& entities, std::os
         out << (story.fwd_flag == 4 ? " from GEM port " : " to GEM port ") << port;
     out << (story.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
     print_why_not_dropped(story, out);
+    print_if_garbled(story, out);
 }
 
 } // namespace gponflow
