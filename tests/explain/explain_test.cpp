@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tests/tool/scratch_folder.h"
 #include "tools/gponflow/explain.h"
 #include "tools/gponflow/graph.h"
 #include "tools/gponflow/scenario/open.h"
@@ -210,6 +212,20 @@ TEST(choose_frame, says_what_is_wrong)
     EXPECT_FALSE(choose_frame({}));
 }
 
+TEST(choose_frame, does_not_mind_a_capture_that_is_cut_off_behind_the_frame)
+{
+    const scratch_folder folder;
+    std::ifstream whole("captures/upstream-uni1.pcap", std::ios::binary);
+    std::string start(1000, '\0');
+    whole.read(start.data(), static_cast<std::streamsize>(start.size()));
+    const std::string file = folder.write("cut.pcap", start).string();
+    const auto frame = choose_frame({{"kind=up_uni"}, file, 1});
+    const auto same = choose_frame({{"kind=up_uni"}, "captures/upstream-uni1.pcap", 1});
+    ASSERT_TRUE(frame && same);
+    EXPECT_EQ(frame->frame, same->frame);
+    EXPECT_THROW(choose_frame({{"kind=up_uni"}, file, 100}), std::runtime_error);
+}
+
 std::string dot_of(const std::string& text, const std::vector<me_id>& walked = {})
 {
     std::ostringstream out;
@@ -226,6 +242,23 @@ TEST(graph, draws_what_is_missing_in_red)
     EXPECT_TRUE(holds_text(dot, "\"GEM_INTERWORK_TP 0x0011\" -> \"GEM_PORT_CTP 0x0007\" "
                                 "[label=\"gemCTPInstID\", color=red"))
         << dot;
+}
+
+TEST(graph, tagging_operations_hang_on_what_has_their_id)
+{
+    const std::string dot = dot_of(good_line + "me create VLAN_TAG_OPERATE 0x0101\n"
+                                               "me create VLAN_TAG_OPERATE 0x1001\n"
+                                               "me create VLAN_TAG_OPERATE 0x7777\n"
+                                               "me create VLAN_TAG_EXTEND_OPERATE 0x1001\n");
+    EXPECT_TRUE(holds_text(dot, "\"VLAN_TAG_OPERATE 0x0101\" -> \"PPTP_ETHERNET_UNI 0x0101\" "
+                                "[label=\"same id\", style=dotted]"))
+        << dot;
+    EXPECT_TRUE(holds_text(dot, "\"VLAN_TAG_OPERATE 0x1001\" -> "
+                                "\"MAC_BRIDGE_PORT_CON_DATA 0x1001\" [label=\"same id\""))
+        << dot;
+    EXPECT_TRUE(holds_text(dot, "\"VLAN_TAG_OPERATE 0x7777\" [")) << dot;
+    EXPECT_FALSE(holds_text(dot, "\"VLAN_TAG_OPERATE 0x7777\" ->")) << dot;
+    EXPECT_FALSE(holds_text(dot, "\"VLAN_TAG_EXTEND_OPERATE 0x1001\" ->")) << dot;
 }
 
 TEST(graph, a_good_line_has_no_red_and_its_way_is_bold)

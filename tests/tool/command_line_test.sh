@@ -191,11 +191,31 @@ expect_status 2 explain
 expect_status 2 explain held.scn
 expect_status 2 explain "$line" kind=up_ani
 expect_status 2 explain "$line" kind=up_ani frame=0
+for number in -1 0 184 x; do
+    expect_status 2 explain "$line" kind=up_ani --pcap "$root/captures/upstream-uni1.pcap" \
+        --frame "$number"
+    [ -s err ] || complain "frame $number of 183: not a word about it"
+done
 expect_status 3 explain refused.scn kind=up_ani frame=00
 expect_status 0 explain "$line" kind=up_ani frame=0200000000010200000001028100006508004500
 grep -q '^dropped$' out || complain 'explain does not tell a drop'
 
 # Drawings: DOT by itself, pictures by graphviz where it is there.
+expect_bold() { # NODE ARGUMENT...
+    local node=$1
+    shift
+    expect_status 0 graph "$line" "$@"
+    grep -q "^  \"$node\" .*penwidth" out || complain "gponflow graph $*: $node is not bold"
+}
+expect_bold 'GEM_PORT_CTP 0x0001' --highlight kind=up_ani,frame=0200000000010200000001018100006408004500
+expect_err ''
+expect_bold 'GEM_PORT_CTP 0x0006' --highlight kind=up_ani \
+    --pcap "$root/captures/upstream-uni2.pcap" --frame 1
+expect_bold 'MAC_BRIDGE_PORT_CON_DATA 0x1001' \
+    --highlight kind=up_ani,frame=0200000000010200000001018100006508004500
+expect_err 'gponflow: the frame is dropped: highlighted is how far it came'
+expect_status 2 graph "$line" --pcap "$root/captures/upstream-uni2.pcap"
+expect_status 2 graph "$line" --highlight kind=up_ani --pcap missing.pcap
 printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
 expect_status 0 graph dangling.scn
 grep -q 'color=red' out || complain 'graph draws what is missing in another colour'

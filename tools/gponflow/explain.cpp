@@ -95,7 +95,8 @@ std::optional<explained_frame> choose_frame(const frame_choice& from)
         return result;
     const std::vector<bytes> frames = [&] {
         try {
-            return read_capture(from.capture);
+            // What comes behind the frame may be long, or cut off in the middle.
+            return read_capture(from.capture, from.number);
         } catch (const std::runtime_error& why) {
             throw std::runtime_error(from.capture + ": " + why.what());
         }

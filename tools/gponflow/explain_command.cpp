@@ -51,7 +51,7 @@ int explain(const explain_request& request)
         std::cerr << "gponflow: " << why.what() << '\n';
         return not_supported;
     }
-    return status;
+    return finish_output() ? status : not_supported;
 }
 
 } // namespace
@@ -67,6 +67,7 @@ void add_explain_command(CLI::App& app)
     sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
     sub->add_option("--frame", request->frame.number, "Its number in the capture, from 1")
         ->needs("--pcap")
+        ->check(CLI::PositiveNumber)
         ->capture_default_str();
     sub->add_option("--backend", request->source.backend,
                     "host, the module in this process (what is done without it), or device: the "

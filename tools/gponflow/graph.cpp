@@ -2,6 +2,7 @@
 #include "tools/gponflow/graph.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <ostream>
 #include <set>
@@ -27,6 +28,9 @@ constexpr look looks[] = {
     {278, "hexagon", "#ececec"},       {277, "cds", "#f2f2f2"},
     {280, "parallelogram", "#e9eee0"},
 };
+
+// What an operation on tags may belong to, the most likely first.
+constexpr std::array<uint16_t, 3> tagged = {11, 329, 47};
 
 std::string name_of(me_id what)
 {
@@ -78,6 +82,8 @@ public:
         for (const mirrored_instance* one : mirror_.all())
             for (const me_pointer& pointer : mirror_.pointers(*one))
                 write_edge(pointer);
+        for (const mirrored_instance& operation : mirror_.instances(78))
+            hang(operation);
         out_ << "}\n";
     }
 
@@ -111,6 +117,20 @@ private:
         else if (is_walked(pointer))
             out_ << ", color=\"#d06000\", penwidth=3";
         out_ << "];\n";
+    }
+
+    // Its record names nothing: what it belongs to has the same id. The id of an extended operation
+    // says nothing, and the module keeps no more of it.
+    void hang(const mirrored_instance& operation)
+    {
+        for (const uint16_t class_id : tagged) {
+            const me_id port{class_id, operation.id.instance};
+            if (!mirror_.find(port))
+                continue;
+            out_ << "  " << name_of(operation.id) << " -> " << name_of(port)
+                 << " [label=\"same id\", style=dotted];\n";
+            return;
+        }
     }
 
     // A walk goes along a pointer or against it.

@@ -12,7 +12,8 @@ namespace gponflow {
 
 /// Writes the graph in the DOT language: a node an instance, of its class's shape and colour, an
 /// edge a pointer. What does not exist is red, pointers that the module has not recorded are
-/// dashed, and the instances of `walked` and the edges between neighbours of it are bold.
+/// dashed, tagging operations are dotted to what has their id, and the instances of `walked` and
+/// the edges between neighbours of it are bold.
 void write_dot(const mirror& what, const std::vector<me_id>& walked, std::ostream& out);
 
 /// Turns DOT text into a picture file with graphviz's command; the format is "svg" or "png".

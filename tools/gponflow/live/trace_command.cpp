@@ -56,8 +56,10 @@ void add_trace_command(CLI::App& app)
                     "In one word: \"dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN\"")
         ->required();
     add_source_options(*sub, request->source);
-    sub->add_option("--count", request->limits.frames, "End after so many frames");
-    sub->add_option("--seconds", request->limits.seconds, "End after this time (running kernel)");
+    sub->add_option("--count", request->limits.frames, "End after so many frames")
+        ->check(CLI::PositiveNumber);
+    sub->add_option("--seconds", request->limits.seconds, "End after this time (running kernel)")
+        ->check(CLI::PositiveNumber);
     sub->footer("\nExamples:\n"
                 "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
                 "  gponflow trace \"src_mac=02:00:00:00:01:02 outer_vlan=100p5\" --count 1\n"

@@ -39,7 +39,7 @@ capture open_capture(const std::filesystem::path& file)
 
 } // namespace
 
-std::vector<bytes> read_capture(const std::filesystem::path& file)
+std::vector<bytes> read_capture(const std::filesystem::path& file, size_t most)
 {
     const capture from = open_capture(file);
     if (const int type = pcap_datalink(from.get()); type != DLT_EN10MB) {
@@ -50,9 +50,9 @@ std::vector<bytes> read_capture(const std::filesystem::path& file)
     std::vector<bytes> frames;
     pcap_pkthdr* header = nullptr;
     const u_char* data = nullptr;
-    int status = pcap_next_ex(from.get(), &header, &data);
+    int status = 1;
     reading_progress progress(file.filename().string(), pcap_file(from.get()));
-    for (; status == 1; status = pcap_next_ex(from.get(), &header, &data)) {
+    while (frames.size() < most && (status = pcap_next_ex(from.get(), &header, &data)) == 1) {
         frames.emplace_back(data, data + header->caplen);
         progress.step();
     }
