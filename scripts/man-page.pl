@@ -129,15 +129,20 @@ for (@{ $main->{groups} }) {
 }
 print ".SH COMMANDS\n";
 print_command($_) for subcommands_of($main);
+my @rest = grep { !/^Examples?:$/ } @{ $main->{rest} };
+my ($status) = grep { $rest[$_] =~ /Exit status/ } 0 .. $#rest;
+die "$tool: --help does not tell the exit status\n" if !defined $status;
+print ".SH EXIT STATUS\n";
+print_rest(splice @rest, $status);
 print ".SH EXAMPLES\n";
-print_rest(grep { !/^Examples?:$/ } @{ $main->{rest} });
+print_rest(@rest);
 print while <DATA>;
 
 __DATA__
 .SH ENVIRONMENT
 .TP
 .B NO_COLOR
-Set to anything: no colours, not even on a terminal.
+Set and not empty: no colours, not even on a terminal.
 .TP
 .B GPON_FLOW_MODULE
 The file of the module that the command

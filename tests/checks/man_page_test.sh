@@ -17,7 +17,8 @@ completion)
 --help)
     printf '%s\n' 'Does things.' 'Usage: gponflow [OPTIONS] SUBCOMMAND' '' 'Options:' \
         '  -h,--help                   Help' '  --version                   Version' '' \
-        'Subcommands:' '  run                         Run'
+        'Subcommands:' '  run                         Run' '' \
+        'Example:' '  gponflow run' '' 'Exit status:' '  0  done'
     ;;
 'run --help')
     printf '%s\n' 'Run' 'Usage: gponflow run [OPTIONS] SUBCOMMAND' '' 'Options:' \
@@ -43,6 +44,15 @@ if ! grep -qx 'gponflow run \\e' "$tree/page" || ! grep -qxF '\&.told behind' "$
     echo "what roff would take for its own is escaped"
     proofs_failed=1
 fi
+
+if ! sed -n '/^\.SH EXIT STATUS$/,/^\.SH EXAMPLES$/p' "$tree/page" | grep -qxF '0  done'; then
+    echo "the exit statuses have a section of their own"
+    proofs_failed=1
+fi
+sed 's/Exit status/Outcome/' "$tree/tool" | file silent
+chmod +x "$tree/silent"
+fails "a tool that tells no exit status" "does not tell the exit status" \
+    perl scripts/man-page.pl "$tree/silent"
 
 sed '/dry.-run$/,+1d' "$tree/page" | file less
 fails "a page without an option" "gponflow run fast has --dry-run" \

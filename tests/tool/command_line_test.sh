@@ -82,6 +82,27 @@ status=0
 [ "$status" = 3 ] || complain "a full disk: exit status $status"
 expect_err 'gponflow: cannot write the transcript to standard output'
 
+# Nobody takes half an answer for a whole one.
+expect_full_disk() { # ARGUMENT...
+    local status=0
+    "$tool" "$@" >/dev/full 2>err </dev/null || status=$?
+    [ "$status" = 3 ] || complain "gponflow $* on a full disk: exit status $status"
+    grep -q 'cannot' err || complain "gponflow $* on a full disk: not a word about it"
+}
+line=$root/scenarios/subscriber-line.scn
+expect_full_disk check "$line"
+expect_full_disk check --json "$line"
+expect_full_disk graph "$line"
+expect_full_disk account "$root/scenarios/tour.scn"
+expect_full_disk explain "$line" kind=up_ani frame=0200000000010200000001018100006508004500
+expect_full_disk report "$line" -o -
+expect_full_disk omci "$root/docs/cookbook/bring-up.pcap" -o -
+expect_full_disk show rules "$line"
+expect_full_disk watch --once "$line"
+expect_full_disk trace outer_vlan=101 "$root/scenarios/tour.scn"
+expect_full_disk completion
+expect_full_disk set --dry-run enable on
+
 expect_status 2
 expect_status 2 run
 expect_status 2 run --backend=elsewhere held.scn
@@ -91,6 +112,7 @@ expect_status 2 fly
 expect_status 0 --version
 expect_status 0 --help
 expect_help 'gponflow run --mask-lines'
+expect_help 'Exit status'
 expect_status 0 run --help
 expect_help '--backend'
 expect_help 'hook kind=switch param=1'
@@ -108,7 +130,6 @@ expect_status 0 run log.scn
 grep -q '^| .*\[gpon_flow_me_handle\]\[[1-9]' out || complain 'line numbers are masked unasked'
 
 # What the module shows of itself, after a scenario.
-line=$root/scenarios/subscriber-line.scn
 expect_status 0 show status "$line"
 grep -q '^instances  50$' out || complain 'show status does not count the instances'
 expect_status 0 show me --class gem_port_ctp --instance 0x0001 "$line"

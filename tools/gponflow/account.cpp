@@ -177,6 +177,8 @@ exit_status account_scenario(const scenario& what, backend& where, frame_account
 
 void print_account(const frame_account& account, std::ostream& out)
 {
+    if (std::ranges::all_of(account, [](const direction_account& one) { return one.frames == 0; }))
+        out << "no frames\n";
     // In the order in which a frame meets them.
     for (const size_t kind : {size_t{0}, size_t{1}, size_t{3}, size_t{2}}) {
         const direction_account& direction = account.at(kind);

@@ -6,6 +6,7 @@
 #include "tools/gponflow/account.h"
 #include "tools/gponflow/commands.h"
 #include "tools/gponflow/scenario/open.h"
+#include "tools/gponflow/terminal.h"
 
 namespace gponflow {
 
@@ -21,7 +22,7 @@ int account(const std::string& file, const std::string& backend_name)
         frame_account counted;
         const exit_status status = account_scenario(*parsed, *where, counted, std::cerr);
         print_account(counted, std::cout);
-        return status;
+        return finish_output() ? status : not_supported;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return not_supported;

@@ -25,6 +25,8 @@ int check(const std::string& file, bool json)
         print_findings(all, parsed->name, std::cout, colours_of(1));
     const bool clean = std::ranges::all_of(
         all, [](const finding& one) { return one.weight == finding_weight::note; });
+    if (!finish_output())
+        return not_supported;
     return clean ? all_held : expectation_failed;
 }
 

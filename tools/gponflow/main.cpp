@@ -13,7 +13,16 @@ namespace {
 constexpr const char* example = R"(
 Example:
   gponflow run --mask-lines scenarios/demo.scn | diff scenarios/demo.transcript -
-  printf 'load\nproc read\n' | gponflow run -)";
+  printf 'load\nproc read\n' | gponflow run -
+
+Each subcommand has a --help with examples. Exit status of all of them:
+  0  done
+  1  the answer is no: an expect failed (run), a problem was found (check),
+     the capture ends early (omci)
+  2  an argument, a scenario or a capture cannot be understood, or a file
+     not be read or written
+  3  the module is not loaded, the backend cannot do what is asked for, or
+     standard output cannot be written)";
 
 } // namespace
 

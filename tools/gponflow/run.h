@@ -13,7 +13,7 @@ enum exit_status {
     all_held = 0, ///< every command ran and every expect held
     expectation_failed = 1,
     not_understood = 2, ///< bad arguments, a faulty line or an unreadable file: nothing ran
-    not_supported = 3   ///< the backend refused; the run stopped there
+    not_supported = 3   ///< the backend refused and the run stopped there, or standard output did
 };
 
 /// Writes the transcript to `out`, and to `diagnostics` why the backend refused.

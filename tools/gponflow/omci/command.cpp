@@ -19,6 +19,7 @@ namespace {
 constexpr int status_done = 0;
 constexpr int status_cut_short = 1;
 constexpr int status_failed = 2;
+constexpr int status_unwritable = 3;
 constexpr std::string_view standard_stream = "-";
 
 std::string title_of(const std::string& path)
@@ -73,8 +74,10 @@ int run_omci(const omci_options& options, std::ostream& out, std::ostream& err)
     print_remarks(err, path, "skipped: ", input.cap->damaged);
     print_remarks(err, path, "skipped: ", result.counts.unreadable);
     print_remarks(err, path, "refused by the ONU: ", result.counts.refused);
-    if (!write_scenario(options.scenario_path, result.scenario, out))
-        return fail(err, options.scenario_path, "cannot be written");
+    if (!write_scenario(options.scenario_path, result.scenario, out)) {
+        fail(err, options.scenario_path, "cannot be written");
+        return options.scenario_path == standard_stream ? status_unwritable : status_failed;
+    }
     if (input.cap->cut_short.empty())
         return status_done;
     err << path << ": ends early, " << input.cap->cut_short << '\n';

@@ -9,6 +9,7 @@
 #include "tools/gponflow/report/page.h"
 #include "tools/gponflow/report/picture.h"
 #include "tools/gponflow/scenario/open.h"
+#include "tools/gponflow/terminal.h"
 
 namespace gponflow {
 
@@ -59,7 +60,7 @@ int report(const report_request& request)
         const exit_status status = collect_report(*parsed, *where, data, std::cerr);
         if (status == all_held)
             write_page(drawn_page(data), request.output);
-        return status;
+        return finish_output() ? status : not_supported;
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return not_understood;
