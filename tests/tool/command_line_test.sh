@@ -268,6 +268,16 @@ offers rules show ''
 offers --json show rules --j
 offers GEM_PORT_CTP clean me GEM
 offers --mask-lines run ''
+offers GEM_PORT_CTP show me --class GEM
+offers UP_ANI show rules --direction ''
+offers host run --backend h
+offers host run --backend = h
+offers device run --backend =
+offers on set enable ''
+offers errors set debug-level e
+offers src_mac= set trace dst_mac = 02:00:00:00:00:01 s
+offers off set trace o
+offers --dry-run set trace off --d
 expect_status 0 --help
 while read -r word; do
     offers "$word" ''

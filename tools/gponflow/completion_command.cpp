@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/gponflow/commands.h"
+#include "tools/gponflow/live/operator_lines.h"
 #include "tools/gponflow/me_fields.h"
 #include "tools/gponflow/terminal.h"
 
@@ -14,15 +15,61 @@ namespace {
 
 const auto any = [](const CLI::App*) { return true; };
 
-// Subcommands and options of one level.
+std::string class_names()
+{
+    std::string names;
+    for (const me_class_fields& one : me_classes())
+        names += std::string(one.name) + " ";
+    return names;
+}
+
+std::string in_line(const std::vector<std::string_view>& names, const char* behind = " ")
+{
+    std::string line;
+    for (const std::string_view name : names)
+        line += std::string(name) + behind;
+    return line;
+}
+
+// Of "TEXT:{on,off}" what stands in braces: the words that are accepted.
+std::string listed_words(const std::string& type)
+{
+    const size_t start = type.find('{');
+    const size_t end = type.find('}');
+    if (start == type.npos || end == type.npos)
+        return {};
+    std::string words = type.substr(start + 1, end - start - 1);
+    for (char& letter : words)
+        letter = letter == ',' ? ' ' : letter;
+    return words + " ";
+}
+
+// What may stand for an argument, as far as it is known; nothing for a file or a number.
+std::string values_of(const CLI::Option& option)
+{
+    const std::string type = option.get_type_name();
+    const std::string name = option.get_name(true);
+    if (type == "CLASS" || name == "CLASS")
+        return class_names();
+    if (name == "LEVEL")
+        return in_line(debug_level_names());
+    if (name == "FILTER")
+        return in_line(trace_filter_names(), "= ") + "off ";
+    return listed_words(type);
+}
+
+// Subcommands, options and listed arguments of one level.
 std::string words_of(const CLI::App& app)
 {
     std::string words;
     for (const CLI::App* sub : app.get_subcommands(any))
         words += sub->get_name() + " ";
-    for (const CLI::Option* option : app.get_options())
+    for (const CLI::Option* option : app.get_options()) {
         for (const std::string& name : option->get_lnames())
             words += "--" + name + " ";
+        if (option->get_positional())
+            words += values_of(*option);
+    }
     return words;
 }
 
@@ -33,36 +80,55 @@ void print_level(const CLI::App& app, const std::string& path)
         print_level(*sub, path + " " + sub->get_name());
 }
 
-std::string class_names()
+// Options that take a value; the words of one that takes a file or a number are none.
+void print_values(const CLI::App& app, const std::string& path)
 {
-    std::string names;
-    for (const me_class_fields& one : me_classes())
-        names += std::string(one.name) + " ";
-    return names;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_items_expected_max() == 0)
+            continue;
+        for (const std::string& name : option->get_lnames())
+            std::cout << "    '" << path << " --" << name << "') values='" << values_of(*option)
+                      << "' ;;\n";
+        for (const std::string& name : option->get_snames())
+            std::cout << "    '" << path << " -" << name << "') values='" << values_of(*option)
+                      << "' ;;\n";
+    }
+    for (const CLI::App* sub : app.get_subcommands(any))
+        print_values(*sub, path + " " + sub->get_name());
 }
 
-// The words before the cursor that name subcommands are the way to the level.
+// The words before the cursor that name subcommands are the way to the level. Bash takes the sign
+// in --name=value and name=value for a word.
 void print_script(const CLI::App& app)
 {
     std::cout << "# bash completion of gponflow; eval \"$(gponflow completion)\"\n"
                  "_gponflow_words() {\n    local words=\n    case $1 in\n";
     print_level(app, "gponflow");
-    std::cout
-        << "    esac\n    echo \"$words\"\n}\n\n"
-           "_gponflow() {\n"
-           "    local cur=${COMP_WORDS[COMP_CWORD]} path=gponflow i word\n"
-           "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
-           "        word=${COMP_WORDS[i]}\n"
-           "        [[ $word != -* && \" $(_gponflow_words \"$path\") \" == *\" $word \"* ]] &&\n"
-           "            path+=\" $word\"\n"
-           "    done\n"
-           "    local offered; offered=$(_gponflow_words \"$path\")\n"
-           "    [[ $path == *' me' ]] && offered+=' "
-        << class_names()
-        << "'\n"
-           "    COMPREPLY=($(compgen -W \"$offered\" -- \"$cur\"))\n"
-           "}\n"
-           "complete -o default -F _gponflow gponflow\n";
+    std::cout << "    esac\n    echo \"$words\"\n}\n\n"
+                 "_gponflow_values() {\n    local values\n    case $1 in\n";
+    print_values(app, "gponflow");
+    std::cout << R"(    *) return 1 ;;
+    esac
+    echo "$values"
+}
+
+_gponflow() {
+    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} path=gponflow i word
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
+        [[ $word != -* && " $(_gponflow_words "$path") " == *" $word "* &&
+            -n $(_gponflow_words "$path $word") ]] && path+=" $word"
+    done
+    [[ $cur == = ]] && cur=
+    [[ ${COMP_WORDS[COMP_CWORD]} != = && $prev == = ]] && prev=${COMP_WORDS[COMP_CWORD-2]}
+    local offered
+    offered=$(_gponflow_values "$path $prev") || offered=$(_gponflow_words "$path")
+    COMPREPLY=($(compgen -W "$offered" -- "$cur"))
+    [[ ${COMPREPLY[0]} == *= ]] && compopt -o nospace 2>/dev/null
+    return 0
+}
+complete -o default -F _gponflow gponflow
+)";
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "tools/gponflow/live/operator_lines.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <stdexcept>
 
@@ -53,9 +54,17 @@ uint32_t read_level(const std::string& word)
     const auto* found = std::ranges::find(level_names, std::string_view(word), &level_name::name);
     if (found != std::end(level_names))
         return found->mask;
-    std::vector<std::string_view> known;
-    std::ranges::transform(level_names, std::back_inserter(known), &level_name::name);
-    throw std::runtime_error("there is no log level " + in_quotes(word) + suggestion(word, known));
+    throw std::runtime_error("there is no log level " + in_quotes(word) +
+                             suggestion(word, debug_level_names()));
+}
+
+// What fills a filter, by name.
+std::array<option_rule, 4> rules_of(trace_filter& filter)
+{
+    return {{{"dst_mac", [&](const value& v) { filter.destination = read_mac(v); }},
+             {"src_mac", [&](const value& v) { filter.source = read_mac(v); }},
+             {"outer_vlan", [&](const value& v) { filter.outer = read_vlan(v); }},
+             {"inner_vlan", [&](const value& v) { filter.inner = read_vlan(v); }}}};
 }
 
 } // namespace
@@ -63,14 +72,8 @@ uint32_t read_level(const std::string& word)
 trace_filter read_trace_filter(const std::string& text)
 {
     trace_filter filter;
-    const option_rule rules[] = {
-        {"dst_mac", [&](const value& v) { filter.destination = read_mac(v); }},
-        {"src_mac", [&](const value& v) { filter.source = read_mac(v); }},
-        {"outer_vlan", [&](const value& v) { filter.outer = read_vlan(v); }},
-        {"inner_vlan", [&](const value& v) { filter.inner = read_vlan(v); }},
-    };
     try {
-        take_options(split_words(text), "the filter", rules);
+        take_options(split_words(text), "the filter", rules_of(filter));
     } catch (const syntax_error& error) {
         throw std::runtime_error("the filter: column " + std::to_string(error.column) + ": " +
                                  error.what);
@@ -79,6 +82,15 @@ trace_filter read_trace_filter(const std::string& text)
         throw std::runtime_error("the filter: nothing is given: dst_mac=MAC, src_mac=MAC, "
                                  "outer_vlan=VLAN or inner_vlan=VLAN");
     return filter;
+}
+
+std::vector<std::string_view> trace_filter_names()
+{
+    trace_filter unused;
+    std::vector<std::string_view> names;
+    for (const option_rule& rule : rules_of(unused))
+        names.push_back(rule.name);
+    return names;
 }
 
 trace_filter filter_of(const bytes& frame)
@@ -128,6 +140,13 @@ uint32_t read_debug_level(const std::string& text)
     for (std::string word; std::getline(words, word, ',');)
         mask |= read_level(word);
     return mask;
+}
+
+std::vector<std::string_view> debug_level_names()
+{
+    std::vector<std::string_view> names;
+    std::ranges::transform(level_names, std::back_inserter(names), &level_name::name);
+    return names;
 }
 
 } // namespace gponflow

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/gponflow/live/dump.h"
@@ -25,6 +26,9 @@ struct trace_filter {
 /// wrong and where.
 trace_filter read_trace_filter(const std::string& text);
 
+/// The names that it takes.
+std::vector<std::string_view> trace_filter_names();
+
 /// The frames of the same addresses and outer tags as this one.
 trace_filter filter_of(const bytes& frame);
 
@@ -39,5 +43,8 @@ inline constexpr const char* trace_off_line = "set trace disable";
 
 /// Levels by name ("errors,traces"), "none", "all", or a mask. Throws std::runtime_error.
 uint32_t read_debug_level(const std::string& text);
+
+/// Those names.
+std::vector<std::string_view> debug_level_names();
 
 } // namespace gponflow
