@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "include/packet_flow.h"
+#include "me/registry.h"
 #include "tests/explain/lines.h"
 #include "tools/gponflow/check.h"
+#include "tools/gponflow/me_fields.h"
 #include "tools/gponflow/scenario/open.h"
 
 namespace gponflow {
@@ -112,6 +115,28 @@ TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_way)
               names{});
 }
 
+TEST(check, a_gem_port_towards_the_olt_below_a_multicast_point_is_a_note)
+{
+    const std::vector<finding> all =
+        findings_of("me create GEM_PORT_CTP 1 portID=4094 direction=1\n"
+                    "me create MULTICAST_GEM_INTERWORK_TP 0x11 GemCTPInstID=1\n");
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_EQ(all[0].kind, "wrong-direction");
+    EXPECT_EQ(all[0].weight, finding_weight::note);
+    EXPECT_EQ(to_text(all[0].where), "MULTICAST_GEM_INTERWORK_TP 0x0011");
+}
+
+TEST(check, a_gem_port_of_no_known_direction_is_a_note)
+{
+    for (const unsigned direction : {0u, 4u}) {
+        const std::vector<finding> all = findings_of(
+            "me create GEM_PORT_CTP 1 portID=1025 direction=" + std::to_string(direction) + "\n");
+        ASSERT_EQ(all.size(), 1u);
+        EXPECT_EQ(all[0].kind, "wrong-direction");
+        EXPECT_EQ(all[0].weight, finding_weight::note);
+    }
+}
+
 TEST(check, of_two_pointers_at_one_place_the_second_is_found)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
@@ -137,6 +162,32 @@ TEST(check, queues_on_the_wrong_side_of_the_boundary)
                                 "me set PRIORITY_QUEUE 40 relatedPort=0x80010000 tsPointer=1\n"),
               (names{"queue-on-wrong-side PRIORITY_QUEUE 0x0001 2",
                      "queue-on-wrong-side PRIORITY_QUEUE 0x0028 4"}));
+}
+
+// Steps of the longest way from a class on, in one direction; a circle has no end.
+unsigned longest_way(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
+{
+    if (so_far > MAX_RECURSION_NUM)
+        return so_far;
+    unsigned longest = so_far + 1;
+    const auto* entry = std::ranges::find(me_table, class_id, &gpon_me_entry::class_id);
+    if (entry == std::end(me_table) || !entry->fwd_op || !entry->fwd_op->next_classes)
+        return longest;
+    for (const gpon_me_next_class* next = entry->fwd_op->next_classes; next->class_id; ++next)
+        if (next->flags & direction)
+            longest = std::max(longest, longest_way(next->class_id, direction, so_far + 1));
+    return longest;
+}
+
+// This is why there is no finding for a graph that is too deep for a walk.
+TEST(check, no_provisioning_is_deeper_than_a_walk)
+{
+    unsigned longest = 0;
+    for (const me_class_fields& fields : me_classes())
+        for (const uint16_t direction : {UP_ANI, UP_UNI, DOWN_ANI, DOWN_UNI})
+            longest = std::max(longest, longest_way(fields.id, direction));
+    EXPECT_EQ(longest, 5u);
+    EXPECT_LT(longest, MAX_RECURSION_NUM);
 }
 
 TEST(check, what_the_module_makes_itself_points_at_nothing)

@@ -78,8 +78,12 @@ private:
             return check_mapper(one);
         case 266:
             return check_direction(one, one.as<gpon_raw_gemiw>().gemCTPInstID);
+        case 268:
+            return check_known_direction(one);
         case 277:
             return check_queue(one);
+        case 281:
+            return check_stream(one, one.as<gpon_raw_multigemiw>().GemCTPInstID);
         default:
             return;
         }
@@ -222,6 +226,30 @@ private:
                 to_text(ctp->id) +
                     " has direction 2 (towards the subscriber alone): no upstream frame passes",
                 "set its direction to 3, or reach it from a MULTICAST_GEM_INTERWORK_TP");
+    }
+
+    // The module asks for none of the following two: it takes every direction but 2 for upstream,
+    // and looks at no direction downstream. The hardware does.
+    void check_known_direction(const mirrored_instance& ctp)
+    {
+        const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;
+        if (direction >= 1 && direction <= 3)
+            return;
+        add(ctp, finding_weight::note, "wrong-direction",
+            "direction " + std::to_string(direction) +
+                " is not defined; the module takes it for one that goes upstream",
+            "use 1 (upstream), 2 (downstream) or 3 (both)");
+    }
+
+    void check_stream(const mirrored_instance& gem_iw, uint16_t ctp_id)
+    {
+        const mirrored_instance* ctp = mirror_.find({268, ctp_id});
+        if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 1)
+            return;
+        add(gem_iw, finding_weight::note, "wrong-direction",
+            to_text(ctp->id) +
+                " has direction 1 (towards the OLT alone): no stream comes down on it",
+            "set its direction to 2");
     }
 
     void check_queue(const mirrored_instance& queue)

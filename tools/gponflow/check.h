@@ -13,7 +13,7 @@ namespace gponflow {
 
 enum class finding_weight {
     problem, ///< frames go astray
-    note     ///< nothing that a frame's way depends on
+    note     ///< nothing that a frame's way through the module depends on
 };
 
 struct finding {
