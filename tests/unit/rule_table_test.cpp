@@ -430,7 +430,7 @@ TEST_F(RuleTable, BehavesLikeASimpleModelOverRandomOperations)
             add_model(entry.key, entry.number);
     };
     std::mt19937 random(7);
-    for (int step = 0; step < 1000000; ++step) {
+    for (int step = 0; step < 2000000; ++step) {
         std::vector<u8> k(16 + 4 * (random() % 5));
         const u32 number = static_cast<u32>(random() % 3000);
         std::memcpy(k.data() + 6, &number, sizeof(number));
