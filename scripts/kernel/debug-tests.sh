@@ -69,7 +69,7 @@ run_kcsan_tests() {
         esac
     done
     boot_debug "$arch" kcsan detectors real debug/race_detector || status=1
-    boot_debug "$arch" kcsan suite real "${others[@]}" || status=1
+    boot_debug "$arch" kcsan suite real "${others[@]}" debug/watched || status=1
     return "$status"
 }
 

@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# What ran before was looked at: accesses of our modules were watched, many of them, and none raced.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+counter() { # NAME
+    awk -v name="$1:" '$1 == name { print $2 }' /sys/kernel/debug/kcsan
+}
+
+watched=$(counter setup_watchpoints)
+[ "${watched:-0}" -gt 10000 ] || fail "only '$watched' accesses were watched"
+expect "races" 0 "$(counter data_races)"
+echo "@@ $watched accesses watched, $(counter data_races) races"
