@@ -374,6 +374,24 @@ TEST_F(Classes, WrongDirectionsAreToldAndLeaveTheStatusAsEachClassDoes)
     }
 }
 
+TEST_F(Classes, AGemCtpIsTheWayOutUnlessItOnlyCarriesFramesDown)
+{
+    for (const u32 direction : {0u, 1u, 2u, 3u, 4u, 0x102u, 0xffffffffu}) {
+        gpon_raw_gemctp ctp = {};
+        ctp.instID = 1;
+        ctp.portID = 1025;
+        ctp.direction = direction;
+        create(268, ctp);
+        result = {};
+        result.gemport_id = 7;
+        EXPECT_EQ(forward(gem_ctp_forward, 268, 1, UP_ANI), 0);
+        const bool only_down = direction == 2;
+        EXPECT_EQ(result.ret_val, only_down ? FLOW_PKT_NOT_FORWARD : FLOW_PKT_FORWARD_DONE)
+            << direction;
+        EXPECT_EQ(result.gemport_id, only_down ? 7 : 1025) << direction;
+    }
+}
+
 TEST_F(Classes, AMapperWritesItsIdAtTheTurningPointGoingUpFromTheUniAlone)
 {
     gpon_raw_mapper mapper = {};

@@ -462,6 +462,18 @@ TEST_F(repeated_answer, is_also_the_previous_one_itself)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
+TEST_F(repeated_answer, is_none_when_a_full_array_holds_neither)
+{
+    create_bridge(1);
+    gpon_me_related_info& ports = ports_of(1);
+    for (i32 i = 0; i < ports.related_inst_num; ++i)
+        ports.related_ids[i] = after(static_cast<u16>(1000 + i));
+    EXPECT_FALSE(repeats(0x101, after(0x102)));
+    EXPECT_TRUE(repeats(1511, after(0x102)));
+    EXPECT_FALSE(repeats(0x101, after(1511)));
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
 TEST_F(repeated_answer, needs_a_previous_answer_and_an_instance)
 {
     EXPECT_FALSE(repeats(0x101, after(0x102)));

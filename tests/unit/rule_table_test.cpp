@@ -337,6 +337,32 @@ TEST_F(RuleTable, NullArgumentsAreReported)
     EXPECT_THAT(log_lines(), testing::ElementsAre(add, add, get, get));
 }
 
+// Packets and operators still come while the module goes and the table is gone.
+TEST_F(RuleTable, WithoutBucketsNothingIsStoredFoundDeletedOrCleaned)
+{
+    ASSERT_EQ(add(key_of(1)), 0);
+    ASSERT_EQ(gpon_hash_exit(), 0);
+    EXPECT_EQ(table().buckets, nullptr);
+    gponDebugLevel = 1;
+    EXPECT_EQ(add(key_of(1)), -1);
+    EXPECT_FALSE(find(key_of(1)));
+    EXPECT_EQ(gpon_hash_delete_node_safe(gpon_hash_calc_key(key_of(1).data(), 16), 0), 0);
+    EXPECT_THAT(log_lines(), testing::IsEmpty());
+    EXPECT_EQ(gpon_hash_clean_all_safe(), -1);
+    EXPECT_THAT(
+        log_lines(),
+        testing::ElementsAre("***ERROR***[gpon_hash_clean_table_node][0] end, Parameter is NULL"));
+    EXPECT_EQ(gpon_hash_exit(), -1);
+    EXPECT_THAT(log_lines(), testing::ElementsAre(
+                                 "***ERROR***[gpon_hash_destroy_table][0] end, Parameter is NULL",
+                                 "***ERROR***[gpon_hash_exit][0] gpon_hash_destroy_table Fail"));
+    EXPECT_EQ(table().buckets, nullptr);
+    EXPECT_EQ(table().total_num, 0u);
+    ASSERT_EQ(gpon_hash_init(), 0);
+    EXPECT_EQ(add(key_of(1), 5), 0);
+    EXPECT_EQ(find(key_of(1)), 5);
+}
+
 TEST_F(RuleTable, AFailedGrowthLeavesTheOldTableWhole)
 {
     fill(48);

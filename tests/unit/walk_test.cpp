@@ -134,6 +134,48 @@ TEST_F(Walk, AFailedDownstreamStartIsToldInTwoLines)
                             "Fail\r"));
 }
 
+TEST_F(Walk, UpstreamAPortWhosePptpLeadsNowhereStartsAtItsVeip)
+{
+    const std::string tried =
+        "**WARNING**[gpon_pkt_upstream_uni][0]the PPTP can not get the entry.";
+    gpon::test::create_bridge(1);
+    gpon::test::create_port(0x55, 1, 11, 0x203); // the link makes the VEIP
+    skb.port_word = 3 << 4;
+    for (const bool has_pptp : {false, true}) {
+        const gpon_raw_pptp pptp = {.instID = 0x103};
+        if (has_pptp)
+            apply(ZR_OMCI_MSG_TYPE_CREAT, 11, 0x103, &pptp);
+        const gpon::rcu_reader reader;
+        result = {};
+        gponDebugLevel = LOG_WARNING;
+        EXPECT_EQ(gpon_pkt_upstream_uni(&skb, &result), 0);
+        EXPECT_THAT(log_lines(), Contains(tried));
+        gponDebugLevel = 0;
+        EXPECT_EQ(result.ret_val, FLOW_PKT_FORWARD_DONE);
+        EXPECT_EQ(result.turn_inst_id, 1);
+        EXPECT_EQ(result.trace.step[0].classId, 329);
+        EXPECT_EQ(result.trace.step[0].instId, 0x203);
+        EXPECT_EQ(result.trace.step[1].classId, 47);
+        EXPECT_EQ(result.trace.step[1].instId, 0x55);
+    }
+}
+
+TEST_F(Walk, UpstreamAPortWhosePptpIsLinkedNeedsNoVeip)
+{
+    gpon::test::create_bridge(1);
+    gpon::test::create_port(0x55, 1, 1, 0x103);
+    gpon::test::create_port(0x56, 1, 11, 0x203);
+    skb.port_word = 3 << 4;
+    const gpon::rcu_reader reader;
+    gponDebugLevel = LOG_WARNING;
+    log_lines();
+    EXPECT_EQ(gpon_pkt_upstream_uni(&skb, &result), 0);
+    EXPECT_THAT(log_lines(), IsEmpty());
+    EXPECT_EQ(result.trace.step[0].classId, 11);
+    EXPECT_EQ(result.trace.step[0].instId, 0x103);
+    EXPECT_EQ(result.trace.step[1].instId, 0x55);
+}
+
 TEST_F(Walk, AnUnknownDirectionFails)
 {
     gponDebugLevel = 1;
