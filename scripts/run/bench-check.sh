@@ -34,5 +34,5 @@ else
     bash scripts/compare-instructions.sh bench/baseline.json "$dir/instructions.json"
 fi
 if [ -n "$guest" ]; then
-    bash scripts/run/bench-kernel.sh ${update:+--update} --check
+    bash scripts/run/bench-kernel.sh arm64 x86_64 ${update:+--update} --check
 fi

@@ -77,7 +77,7 @@ run_kernel() {
 
 # Instructions of a frame in a kernel, bridge and gpon_flow alone, against the baseline.
 run_bench-kernel() {
-    bash scripts/run/bench-kernel.sh --check
+    bash scripts/run/bench-kernel.sh arm64 x86_64 --check
 }
 
 if [ $# = 0 ]; then
