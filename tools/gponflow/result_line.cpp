@@ -3,6 +3,8 @@
 
 #include <charconv>
 
+#include "tools/gponflow/number_text.h"
+
 namespace gponflow {
 
 namespace {
@@ -14,19 +16,6 @@ std::string hexadecimal(uint32_t number)
     char digits[8];
     const auto end = std::to_chars(std::begin(digits), std::end(digits), number, 16).ptr;
     return "0x" + std::string(digits, end);
-}
-
-std::optional<int64_t> numeric(std::string_view text)
-{
-    const bool hex = text.starts_with("0x");
-    if (hex)
-        text.remove_prefix(2);
-    int64_t number = 0;
-    const auto [stop, error] =
-        std::from_chars(text.data(), text.data() + text.size(), number, hex ? 16 : 10);
-    if (error != std::errc() || stop != text.data() + text.size())
-        return {};
-    return number;
 }
 
 } // namespace
@@ -87,7 +76,7 @@ bool holds(const expectation& expected, std::string_view got)
 {
     if (!expected.value)
         return got == absent_text;
-    return numeric(got) == expected.value;
+    return number_in<int64_t>(got) == expected.value;
 }
 
 } // namespace gponflow

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The module's tables of managed entities, from the text that it prints.
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <regex>
 
 #include "tools/gponflow/live/dump.h"
 #include "tools/gponflow/live/lines.h"
 #include "tools/gponflow/me_fields.h"
+#include "tools/gponflow/number_text.h"
 
 namespace gponflow {
 
@@ -24,19 +24,6 @@ std::vector<std::string> split_at(std::string_view line, char separator)
         line.remove_prefix(std::min(end + 1, line.size()));
     }
     return parts;
-}
-
-std::optional<uint32_t> read_number(std::string_view text)
-{
-    const bool hex = text.starts_with("0x");
-    if (hex)
-        text.remove_prefix(2);
-    uint32_t value = 0;
-    const auto [stop, error] =
-        std::from_chars(text.data(), text.data() + text.size(), value, hex ? 16 : 10);
-    if (text.empty() || error != std::errc() || stop != text.data() + text.size())
-        return {};
-    return value;
 }
 
 bool is_rule(std::string_view line)
@@ -79,14 +66,15 @@ private:
                 titles_ = cells;
             return;
         }
-        const std::optional<uint32_t> id = cells.empty() ? std::nullopt : read_number(cells[0]);
+        const std::optional<uint32_t> id =
+            cells.empty() ? std::nullopt : number_in<uint32_t>(cells[0]);
         if (cells.size() != titles_.size() || !id)
             return;
         open_ = true;
         dumped_instance& one = all_.emplace_back();
         one.id = {class_->id, static_cast<uint16_t>(*id)};
         for (size_t i = 0; i < cells.size(); ++i)
-            take_cell(one, titles_[i], read_number(cells[i]));
+            take_cell(one, titles_[i], number_in<uint32_t>(cells[i]));
     }
 
     void take_cell(dumped_instance& one, const std::string& name, std::optional<uint32_t> value)
@@ -129,7 +117,7 @@ private:
 
     void add_to_list(dumped_instance& one, const std::string& name, const std::string& word)
     {
-        const std::optional<uint32_t> value = read_number(word);
+        const std::optional<uint32_t> value = number_in<uint32_t>(word);
         if (find_field(class_->fields, name)) {
             if (value)
                 one.attributes.back().values.push_back(*value);
