@@ -8,13 +8,13 @@
 static int failures;
 static unsigned long checked;
 
-static void expect(long wanted, long got, const char *what)
+static void expect(long wanted, long got, const char* what)
 {
-	checked++;
-	if (wanted == got)
-		return;
-	failures++;
-	printf("%s: expected %ld, got %ld\n", what, wanted, got);
+    checked++;
+    if (wanted == got)
+        return;
+    failures++;
+    printf("%s: expected %ld, got %ld\n", what, wanted, got);
 }
 
 #endif
