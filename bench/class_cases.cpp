@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <memory>
 
+#include "base/memory.h"
 #include "bench/cases.h"
 #include "bench/line.h"
-#include "include/memory.h"
 #include "me/registry.h"
 
 namespace gpon::bench {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <stdexcept>
 
+#include "base/memory.h"
 #include "bench/cases.h"
 #include "bench/line.h"
-#include "include/memory.h"
-#include "me/relation.h"
+#include "me/link_queries.h"
 #include "pkt/walk.h"
 
 namespace gpon::bench {

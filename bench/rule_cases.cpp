@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <stdexcept>
 
+#include "base/memory.h"
 #include "bench/cases.h"
 #include "bench/keys.h"
 #include "bench/line.h"
 #include "hash/aging.h"
 #include "hash/rule_table.h"
-#include "include/memory.h"
 
 namespace gpon::bench {
 namespace {

@@ -10,7 +10,7 @@ find_program(GPON_MODULE_OBJDUMP aarch64-linux-gnu-objdump REQUIRED)
 set(GPON_MODULE_FLAGS
     -std=c++20 -O2 ${GPON_CORE_LANGUAGE} -fno-weak -fno-sized-deallocation -fno-operator-names
     -fno-pie -mgeneral-regs-only -mno-outline-atomics -fno-asynchronous-unwind-tables
-    -Wall -Wextra -Wframe-larger-than=1024 -Werror -I${PROJECT_SOURCE_DIR})
+    -Wall -Wextra -Wframe-larger-than=1024 -Werror -I${PROJECT_SOURCE_DIR}/src)
 
 set(module_dir ${PROJECT_BINARY_DIR}/freestanding)
 set(module_objects)

@@ -8,7 +8,7 @@
 
 #include "fuzz/line.h"
 #include "tests/omci/fuzz_entries.h"
-#include "tools/gponflow/scenario/captures.h"
+#include "tool/scenario/captures.h"
 
 using gponflow::fuzz::require;
 

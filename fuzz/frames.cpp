@@ -8,7 +8,7 @@
 #include "fuzz/step.h"
 #include "platform/host/host.h"
 
-#include "include/globals.h"
+#include "base/switches.h"
 
 using namespace gponflow;
 using namespace gponflow::fuzz;

@@ -7,10 +7,10 @@
 #include <map>
 
 #include "tests/support/invariants.h"
-#include "tools/gponflow/control.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/scenario/control.h"
+#include "tool/scenario/open.h"
 
-#include "include/log.h"
+#include "base/log.h"
 
 // Half of the time of a run went into call stacks of blocks that nothing was wrong with. What the
 // environment asks for goes before.

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "tools/gponflow/backend.h"
-#include "tools/gponflow/scenario/command.h"
+#include "tool/scenario/backend.h"
+#include "tool/scenario/command.h"
 
 namespace gponflow::fuzz {
 

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "fuzz/line.h"
-#include "tools/gponflow/run.h"
-#include "tools/gponflow/scenario/parse.h"
+#include "tool/scenario/parse.h"
+#include "tool/scenario/run.h"
 
 using namespace gponflow;
 using gponflow::fuzz::require;

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "fuzz/step.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/scenario/open.h"
 
 using namespace gponflow;
 namespace fs = std::filesystem;

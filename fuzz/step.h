@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "fuzz/byte_source.h"
-#include "tools/gponflow/scenario/command.h"
+#include "tool/scenario/command.h"
 
 namespace gponflow::fuzz {
 

@@ -8,18 +8,24 @@
 set -eu
 cd "${1:-$(dirname "$0")/..}"
 
-rank_of() { # FILE: sets rank, empty for a file outside of the core's layers
-    case $1 in
-    include/* | platform/kernel_api.h) rank=0 ;;
-    hash/*) rank=1 ;;
-    me/*) rank=2 ;;
-    pkt/flow.* | pkt/walk.* | pkt/rule.*) rank=5 ;; # above the classes that a walk calls
-    pkt/*) rank=3 ;; # the readers of a frame's header
-    me_class/*) rank=4 ;;
-    debug/*) rank=6 ;;
-    core/*) rank=7 ;;
-    *) rank= ;;
-    esac
+# Sets rank: the layer of a file below src/, empty outside of the layers. The longest path
+# that names the file decides.
+rank_of() { # FILE
+    local longest=0 number=0 path
+    rank=
+    while read -r -a paths; do
+        for path in "${paths[@]}"; do
+            case $path:$1 in
+            */:src/"$path"* | *:src/"$path".*)
+                if [ "${#path}" -gt "$longest" ]; then
+                    longest=${#path}
+                    rank=$number
+                fi
+                ;;
+            esac
+        done
+        number=$((number + 1))
+    done < <(grep -v '^#' src/layers.txt)
 }
 
 failed=0
@@ -34,7 +40,7 @@ check_system_header() { # FILE HEADER
     utility | limits | compare | initializer_list) ;;
     stdint.h | stddef.h | stdarg.h) ;;
     linux/types.h) # the user-space header, when a kernel includes it
-        [ "$1" = include/uapi/gpon_flow.h ] || complain "$1 includes the kernel's <$2>"
+        [ "$1" = src/include/uapi/gpon_flow.h ] || complain "$1 includes the kernel's <$2>"
         ;;
     *) complain "$1 includes <$2>, which is not freestanding" ;;
     esac
@@ -51,7 +57,7 @@ check_own_header() { # FILE HEADER
         return
     fi
     # The class table names the records of every class: the one look upwards that there is.
-    case $file:$path in me/*:me_class/classes.h) return ;; esac
+    case $file:$path in src/me/*:src/me_class/classes.h) return ;; esac
     rank_of "$file"
     own=$rank
     rank_of "$path"
@@ -72,8 +78,8 @@ while IFS= read -r file; do
         esac
     done < <(sed -nE 's/^[[:blank:]]*#[[:blank:]]*include[[:blank:]]*([<"])([^>"]+)[>"].*/\1 \2/p' \
         "$file")
-done < <(find include platform/kernel_api.h hash me pkt me_class debug core -type f \
-    \( -name '*.h' -o -name '*.cpp' \) 2>/dev/null | sort)
+done < <(find src -type f \( -name '*.h' -o -name '*.cpp' \) ! -path 'src/platform/linux/*' \
+    ! -path 'src/platform/host/*' 2>/dev/null | sort)
 
 if [ "$files" = 0 ]; then
     complain "no source of the core found in $PWD"

@@ -51,8 +51,7 @@ says() {
 has_sources() {
     local missing
     missing=$(comm -23 \
-        <(find Kbuild platform/kernel_api.h include core me me_class pkt hash debug platform/linux \
-            platform/softonu -type f ! -name '*.mod.c' \
+        <(find Kbuild src softonu -type f ! -name '*.mod.c' ! -path 'src/platform/host/*' \
             \( -name Kbuild -o -name '*.[ch]' -o -name '*.cpp' -o -name '*.mk' \) | sort) \
         <(list "$modules" | sed -n 's#^usr/src/gpon-flow-[^/]*/##p' | sort))
     [ -z "$missing" ] || complain "$(basename "$modules") lacks sources: $missing"
@@ -68,6 +67,6 @@ says "$tool" Recommends graphviz
 
 has "$modules" "usr/src/gpon-flow-$version/dkms.conf" usr/lib/tmpfiles.d/gpon-flow-dkms.conf
 has_sources
-has_not "$modules" '\.ko$|\.o$|CMakeLists|tools/|tests/|platform/host' "what is no part of it"
+has_not "$modules" '\.ko$|\.o$|CMakeLists|tool/|tests/|platform/host' "what is no part of it"
 says "$modules" Depends dkms g++
 exit "$failed"

@@ -12,7 +12,7 @@ tracked_and_new() {
 # The kernel's C style is another; the seam's macros and the user-space header are set by hand.
 cpp_sources_to_format() {
     tracked_and_new '*.cpp' '*.h' |
-        grep -Ev '^(platform/linux/|platform/softonu/|platform/kernel_api\.h|include/uapi/)'
+        grep -Ev '^(src/platform/linux/|softonu/|src/platform/api/kernel_api\.h|src/include/uapi/)'
 }
 
 shell_sources() {

@@ -17,7 +17,6 @@ arch=$1
 debian_arch "$arch" >/dev/null
 kernel=${2:-$(kernel_headers "$arch")}
 farm=${3:-$(module_farm "$arch")}
-folders=(include core me me_class pkt hash debug platform/linux platform/softonu)
 
 # FARM SOURCE...: links to the sources, which are named from the root of the tree.
 link_sources() {
@@ -48,8 +47,8 @@ build_modules() {
     fi
 }
 
-link_sources "$farm" Kbuild platform/kernel_api.h "${folders[@]}"
+link_sources "$farm" Kbuild src softonu
 build_modules "$farm"
-link_sources "$farm-of-tests" tests/kernel/modules platform/linux/kcxx.mk
+link_sources "$farm-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk
 build_modules "$farm-of-tests/tests/kernel/modules"
 bash scripts/kernel/check-module.sh "$arch" "$farm/gpon_flow.ko" "$kernel"

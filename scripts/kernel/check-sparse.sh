@@ -17,15 +17,15 @@ log=$farm/sparse.log
 bash scripts/kernel/fetch.sh "$arch"
 mkdir -p "$farm"
 find "$farm" -type l -delete
-find platform include -type f | while read -r source; do
+find src softonu -type f | while read -r source; do
     mkdir -p "$farm/$(dirname "$source")"
     ln -s "$PWD/$source" "$farm/$source"
 done
 # Only the C: without the core there is no module to link.
 cat >"$farm/Kbuild" <<'END'
 obj-m := gpon_softonu.o gpon_glue.o
-gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/platform/softonu/*.c))
-gpon_glue-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/platform/linux/*.c))
+gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/softonu/*.c))
+gpon_glue-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/src/platform/linux/*.c))
 END
 if ! make -C "$(kernel_headers "$arch")" M="$farm" -j "$GPON_JOBS" C=2 \
     CHECK="sparse -Wsparse-error" CROSS_COMPILE="$(cross_prefix "$arch")" \

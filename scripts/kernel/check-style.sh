@@ -35,7 +35,7 @@ fetch_judge() {
 # Its remarks but for the exceptions.
 remarks() {
     perl "$judge/checkpatch.pl" --no-tree --no-summary --terse --show-types --file \
-        platform/linux/*.[ch] platform/softonu/*.[ch] |
+        src/platform/linux/*.[ch] softonu/*.[ch] |
         awk 'NR == FNR { if (!/^#/) known[$1, $2] = 1; next }
             match($0, /: (ERROR|WARNING|CHECK):[A-Z_]+: /) {
                 split($0, place, ":")

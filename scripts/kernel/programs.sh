@@ -15,6 +15,6 @@ mkdir -p "$2"
 for source in tests/kernel/programs/*.c tests/uapi/omci_calls.c; do
     program=$2/$(basename "$source" .c)
     if [ ! "$program" -nt "$source" ]; then
-        "$compiler" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -o "$program" "$source"
+        "$compiler" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -Isrc -o "$program" "$source"
     fi
 done

@@ -19,7 +19,7 @@ fresh_counters() {
 report() {
     mkdir -p "$dir/html"
     gcovr --root . --object-directory "$dir" -j "$GPON_JOBS" \
-        --filter '(core|me|me_class|pkt|hash|debug|include)/' \
+        --filter 'src/(?!platform/)' \
         --exclude-unreachable-branches --exclude-throw-branches --print-summary \
         --txt "$dir/coverage.txt" --html-details "$dir/html/index.html" \
         --sonarqube "$dir/coverage.xml" "$dir"

@@ -5,7 +5,7 @@ set -eu
 . scripts/sources.sh
 
 all_steps=(format shell cppcheck analyzer tidy checkpatch sparse tidy-rest)
-core_folders=(core me me_class pkt hash debug)
+core_folders=(src/[!p]*/ src/pkt/)
 
 check_format() {
     local found
@@ -24,16 +24,12 @@ check_shell() {
 check_cppcheck() {
     cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability --quiet \
         --error-exitcode=1 --suppressions-list=scripts/cppcheck-exceptions -j "$GPON_JOBS" \
-        -DGPON_HOST_BUILD -I. "${core_folders[@]}" platform/host
+        -DGPON_HOST_BUILD -I. -Isrc "${core_folders[@]}" src/platform/host
 }
 
 # What the compiler's analyzer can follow in a build that is optimised only a little.
 check_analyzer() {
-    local source
-    for source in "${core_folders[@]/%/\/*.cpp}"; do
-        # shellcheck disable=SC2086 # a pattern
-        printf '%s\n' $source
-    done | xargs -n 1 -P "$GPON_JOBS" g++ -std=c++20 -fanalyzer -Werror -O1 -DGPON_HOST_BUILD -I. \
+    printf '%s\n' src/*/*.cpp | xargs -n 1 -P "$GPON_JOBS" g++ -std=c++20 -fanalyzer -Werror -O1 -DGPON_HOST_BUILD -Isrc \
         -ffreestanding -fno-exceptions -fno-rtti -c -o /dev/null
 }
 
@@ -67,7 +63,7 @@ tidy_where() {
 }
 
 # What runs in a kernel, and what plays the kernel; the tools and tests take much longer.
-soon='^(core|me|me_class|pkt|hash|debug|platform/host)/'
+soon='^src/'
 
 check_tidy() {
     tidy_where "$soon"

@@ -95,7 +95,7 @@ noticed_by_threads() {
 # Clang's analysis of the lock contracts.
 noticed_by_analysis() {
     clang++ -std=c++20 -fsyntax-only -DGPON_HOST_BUILD -Wthread-safety -Werror=thread-safety \
-        -iquote "${1%/*}" -I . "$2" >"$output" 2>&1 || { echo "the analysis of lock contracts" && return; }
+        -iquote "${1%/*}" -I src "$2" >"$output" 2>&1 || { echo "the analysis of lock contracts" && return; }
     return 1
 }
 

@@ -5,7 +5,7 @@
 set -eu
 . tests/checks/proof.sh
 rule=packaging/debian/gpon-flow-dkms.tmpfiles
-header=include/uapi/gpon_flow.h
+header=src/include/uapi/gpon_flow.h
 
 if ! command -v systemd-tmpfiles >/dev/null || [ "$(id -u)" != 0 ]; then
     echo "left out: it takes systemd-tmpfiles, and root to make a device node"

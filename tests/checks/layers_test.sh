@@ -5,19 +5,20 @@ check=scripts/check-layers.sh
 
 layered_tree() {
     fresh_tree
-    for header in include/a.h platform/kernel_api.h hash/a.h me/a.h pkt/header.h me_class/a.h \
-        me_class/classes.h pkt/walk.h debug/a.h core/a.h platform/host/host.h; do
-        file "$header" </dev/null
+    file src/layers.txt <src/layers.txt
+    for header in include/a.h platform/api/kernel_api.h base/a.h hash/a.h me/a.h pkt/header.h \
+        me_class/a.h me_class/classes.h pkt/walk.h debug/a.h core/a.h platform/host/host.h; do
+        file "src/$header" </dev/null
     done
 }
 
 layered_tree
 passes "a tree without an include" bash "$check" "$tree"
-file core/a.cpp <<<'#include "pkt/walk.h"'
-file pkt/walk.cpp <<<'#include "../me_class/a.h"'
-file me_class/a.cpp <<<'#include "pkt/header.h"'
-file me/table.cpp <<<'#include "me_class/classes.h"'
-file hash/a.cpp <<<'#include <cstdint>'
+file src/core/a.cpp <<<'#include "../pkt/walk.h"'
+file src/pkt/walk.cpp <<<'#include "../me_class/a.h"'
+file src/me_class/a.cpp <<<'#include "../pkt/header.h"'
+file src/me/table.cpp <<<'#include "../me_class/classes.h"'
+file src/hash/a.cpp <<<'#include <cstdint>'
 passes "includes of lower layers" bash "$check" "$tree"
 
 # FILE LINE TEXT
@@ -26,17 +27,17 @@ violation() {
     file "$1" <<<"$2"
     fails "$1: $2" "$3" bash "$check" "$tree"
 }
-violation hash/a.cpp '#include "me/a.h"' 'layer above'
-violation include/a.h '#include "../hash/a.h"' 'layer above'
-violation me/a.cpp '  #  include "me_class/a.h"' 'layer above'
-violation me_class/a.cpp '#include "pkt/walk.h"' 'layer above'
-violation pkt/header.cpp '#include "me_class/a.h"' 'layer above'
-violation pkt/walk.cpp '#include "debug/a.h"' 'layer above'
-violation debug/a.cpp '#include "core/a.h"' 'layer above'
-violation core/a.cpp '#include "platform/host/host.h"' 'no part of the core'
-violation core/a.cpp '#include "pkt/nowhere.h"' 'not there'
-violation hash/a.cpp '#include <string>' 'not freestanding'
-violation hash/a.cpp '#include <linux/types.h>' "kernel's"
+violation src/hash/a.cpp '#include "../me/a.h"' 'layer above'
+violation src/include/a.h '#include "../hash/a.h"' 'layer above'
+violation src/me/a.cpp '  #  include "../me_class/a.h"' 'layer above'
+violation src/me_class/a.cpp '#include "../pkt/walk.h"' 'layer above'
+violation src/pkt/header.cpp '#include "../me_class/a.h"' 'layer above'
+violation src/pkt/walk.cpp '#include "../debug/a.h"' 'layer above'
+violation src/debug/a.cpp '#include "../core/a.h"' 'layer above'
+violation src/core/a.cpp '#include "../platform/host/host.h"' 'no part of the core'
+violation src/core/a.cpp '#include "../pkt/nowhere.h"' 'not there'
+violation src/hash/a.cpp '#include <string>' 'not freestanding'
+violation src/hash/a.cpp '#include <linux/types.h>' "kernel's"
 
 fresh_tree
 fails "an empty tree" "no source" bash "$check" "$tree"

@@ -13,11 +13,11 @@ fresh_tree
 analyse() {
     file a.cpp <<SOURCE
 #include "hash/rule_table.h"
-#include "include/memory.h"
+#include "base/memory.h"
 void body();
 void body() { $1 }
 SOURCE
-    clang++ -std=c++20 -fsyntax-only -I. -DGPON_HOST_BUILD -Wthread-safety -Werror "$tree/a.cpp"
+    clang++ -std=c++20 -fsyntax-only -Isrc -DGPON_HOST_BUILD -Wthread-safety -Werror "$tree/a.cpp"
 }
 
 guard='gpon::bh_lock guard(gpon_hash_lock);'

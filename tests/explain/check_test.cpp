@@ -8,9 +8,9 @@
 #include "include/packet_flow.h"
 #include "me/registry.h"
 #include "tests/explain/lines.h"
-#include "tools/gponflow/check.h"
-#include "tools/gponflow/me_fields.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/model/check.h"
+#include "tool/model/me_fields.h"
+#include "tool/scenario/open.h"
 
 namespace gponflow {
 

@@ -6,9 +6,9 @@
 
 #include "tests/explain/lines.h"
 #include "tests/tool/scratch_folder.h"
-#include "tools/gponflow/explain.h"
-#include "tools/gponflow/graph.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/explain/explain.h"
+#include "tool/model/graph.h"
+#include "tool/scenario/open.h"
 
 namespace gponflow {
 

@@ -5,12 +5,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
-#include "tools/gponflow/explain.h"
-#include "tools/gponflow/live/lines.h"
-#include "tools/gponflow/live/trace.h"
-#include "tools/gponflow/live/walk_splitter.h"
-#include "tools/gponflow/live/watch.h"
-#include "tools/gponflow/walk_texts.h"
+#include "tool/explain/explain.h"
+#include "tool/explain/log_patterns.h"
+#include "tool/live/lines.h"
+#include "tool/live/trace.h"
+#include "tool/live/walk_splitter.h"
+#include "tool/live/watch.h"
 
 namespace gponflow {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/host/fake_module.h"
 
-#include "include/types.h"
+#include "base/types.h"
 
 fake_module module_under_test;
 GPON_MODULE_DATA int module_word = 41;

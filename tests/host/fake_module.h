@@ -12,7 +12,7 @@
 #include "platform/host/host.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
-#include "platform/kernel_api.h"
+#include "platform/api/kernel_api.h"
 
 /* What the module does; nothing where empty. */
 struct fake_module {

@@ -8,7 +8,8 @@
 #include <string>
 
 #include "platform/host/format.h"
-#include "platform/kernel_api.h"
+
+#include "platform/api/kernel_api.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/omci/attributes.h"
+#include "tool/omci/attributes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <set>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/me_fields.h"
-#include "tools/gponflow/omci/mib.h"
+#include "tool/model/me_fields.h"
+#include "tool/omci/mib.h"
 
 namespace gponflow::omci::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/me_fields.h"
+#include "tool/model/me_fields.h"
 
 namespace gponflow::omci::test {
 namespace {

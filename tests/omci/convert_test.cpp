@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/omci/convert.h"
+#include "tool/omci/convert.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

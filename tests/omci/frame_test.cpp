@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/omci/frame.h"
+#include "tool/omci/frame.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/omci/crc32.h"
+#include "tool/omci/crc32.h"
 
 namespace gponflow::omci::test {
 namespace {

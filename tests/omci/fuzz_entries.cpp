@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "tools/gponflow/omci/convert.h"
-#include "tools/gponflow/scenario/parse.h"
+#include "tool/omci/convert.h"
+#include "tool/scenario/parse.h"
 
 namespace gponflow::omci::test {
 

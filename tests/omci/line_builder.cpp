@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tools/gponflow/omci/crc32.h"
+#include "tool/omci/crc32.h"
 
 namespace gponflow::omci::test {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/gponflow/omci/convert.h"
-#include "tools/gponflow/omci/link.h"
+#include "tool/omci/convert.h"
+#include "tool/omci/link.h"
 
 namespace gponflow::omci::test {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/omci/pairing.h"
+#include "tool/omci/pairing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <list>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/omci/outcome.h"
+#include "tool/omci/outcome.h"
 
 namespace gponflow::omci::test {
 namespace {

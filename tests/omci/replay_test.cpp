@@ -6,8 +6,8 @@
 #include <sstream>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/run.h"
-#include "tools/gponflow/scenario/parse.h"
+#include "tool/scenario/parse.h"
+#include "tool/scenario/run.h"
 
 namespace gponflow::omci::test {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "tests/omci/fuzz_entries.h"
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/omci/attributes.h"
+#include "tool/omci/attributes.h"
 
 namespace gponflow::omci::test {
 namespace {

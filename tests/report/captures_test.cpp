@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/gponflow/report/captures.h"
+#include "tool/report/captures.h"
 
 namespace gponflow {
 

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
-#include "tools/gponflow/report/collect.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/report/collect.h"
+#include "tool/scenario/open.h"
 
 namespace gponflow {
 

@@ -8,8 +8,8 @@
 #include <stdexcept>
 
 #include "tests/omci/line_builder.h"
-#include "tools/gponflow/omci/frame.h"
-#include "tools/gponflow/scenario/captures.h"
+#include "tool/omci/frame.h"
+#include "tool/scenario/captures.h"
 
 namespace {
 

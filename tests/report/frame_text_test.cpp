@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <gtest/gtest.h>
 
-#include "tools/gponflow/report/frame_text.h"
+#include "tool/report/frame_text.h"
 
 namespace gponflow {
 

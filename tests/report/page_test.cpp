@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
-#include "tools/gponflow/report/page.h"
-#include "tools/gponflow/report/picture.h"
+#include "tool/report/page.h"
+#include "tool/report/picture.h"
 
 namespace gponflow {
 

@@ -11,11 +11,11 @@
 #include "platform/host/host.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
+#include "base/memory.h"
 #include "hash/rule_table.h"
-#include "include/memory.h"
+#include "me/links.h"
 #include "me/list.h"
 #include "me/registry.h"
-#include "me/related.h"
 
 namespace gpon::test {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/scenario/captures.h"
+#include "tool/scenario/captures.h"
 
 #include <sstream>
 
@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 
 #include "tests/tool/scratch_folder.h"
-#include "tools/gponflow/scenario/open.h"
+#include "tool/scenario/open.h"
 
 namespace gponflow {
 namespace {

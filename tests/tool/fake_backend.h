@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
-#include "tools/gponflow/backend.h"
+#include "tool/scenario/backend.h"
 
 namespace gponflow {
 

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tool/parsing.h"
-#include "tools/gponflow/run.h"
+#include "tool/scenario/run.h"
 
 namespace gponflow {
 namespace {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/device/kernel_log.h"
+#include "tool/live/kernel_log.h"
 
 #include <gtest/gtest.h>
 
-#include "tools/gponflow/device/soft_onu.h"
+#include "tool/live/soft_onu.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/mask_lines.h"
+#include "tool/scenario/mask_lines.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/scenario/parse.h"
+#include "tool/scenario/parse.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/gponflow/scenario/parse.h"
+#include "tool/scenario/parse.h"
 
 namespace gponflow {
 

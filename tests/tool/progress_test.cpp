@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/progress.h"
+#include "tool/text/progress.h"
 
 #include <cstdlib>
 #include <stdexcept>

@@ -8,7 +8,7 @@
 
 #include "include/uapi/gpon_flow.h"
 #include "tests/tool/parsing.h"
-#include "tools/gponflow/me_fields.h"
+#include "tool/model/me_fields.h"
 
 namespace gponflow {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/run.h"
+#include "tool/scenario/run.h"
 
 #include <sstream>
 

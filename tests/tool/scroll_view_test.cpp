@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/live/scroll_view.h"
+#include "tool/live/scroll_view.h"
 
 #include <gtest/gtest.h>
 

@@ -7,9 +7,9 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/explain/lines.h"
-#include "tools/gponflow/live/show_output.h"
-#include "tools/gponflow/live/source.h"
-#include "tools/gponflow/me_fields.h"
+#include "tool/live/show_output.h"
+#include "tool/live/source.h"
+#include "tool/model/me_fields.h"
 
 namespace gponflow {
 namespace {

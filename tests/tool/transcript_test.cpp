@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tools/gponflow/transcript.h"
+#include "tool/scenario/transcript.h"
 
 #include <sstream>
 

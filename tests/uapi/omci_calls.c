@@ -5,7 +5,7 @@
  *
  *     omci_calls [DEVICE]
  *
- * It needs include/uapi/gpon_flow.h and nothing else of this tree. It leaves its service
+ * It needs src/include/uapi/gpon_flow.h and nothing else of this tree. It leaves its service
  * provisioned: UNI 1 and VLAN 100 on GEM port 1025.
  */
 #include <errno.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/unit/loaded_module.h"
 
+#include "base/memory.h"
 #include "hash/aging.h"
-#include "include/memory.h"
 
 namespace {
 

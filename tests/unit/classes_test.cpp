@@ -5,12 +5,12 @@
 #include <array>
 
 #include "me_class/classes.h"
-#include "me_class/forward.h"
+#include "me_class/forward_step.h"
 #include "me_class/gem.h"
-#include "me_class/mapper.h"
-#include "me_class/mbsp.h"
+#include "me_class/mapper_802_1p_service_profile.h"
+#include "me_class/mbsp_mac_bridge_service_profile.h"
 #include "me_class/uni.h"
-#include "me_class/vtfd.h"
+#include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 extern "C" {
 i32 mbpcd_attr_tp_type_op(gpon_me_cmd* cmd);

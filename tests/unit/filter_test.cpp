@@ -3,8 +3,8 @@
 // the choice of a mapper's GEM IW TP by priority.
 #include "tests/unit/store_access.h"
 
-#include "me_class/mapper.h"
-#include "me_class/vtfd.h"
+#include "me_class/mapper_802_1p_service_profile.h"
+#include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace {
 

@@ -15,9 +15,9 @@
 #include "tests/support/invariants.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
-#include "include/globals.h"
-#include "include/log.h"
-#include "platform/kernel_api.h"
+#include "base/log.h"
+#include "base/switches.h"
+#include "platform/api/kernel_api.h"
 
 namespace gpon::test {
 

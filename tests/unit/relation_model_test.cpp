@@ -6,7 +6,7 @@
 #include <map>
 #include <random>
 
-#include "me/relation.h"
+#include "me/link_queries.h"
 #include "tests/support/invariants.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/unit/store_access.h"
 
-#include "me/relation.h"
+#include "me/link_queries.h"
 #include "me_class/classes.h"
 
 namespace {

@@ -5,9 +5,9 @@
 
 #include "tests/unit/loaded_module.h"
 
+#include "base/memory.h"
 #include "hash/aging.h"
 #include "hash/dump.h"
-#include "include/memory.h"
 
 namespace {
 

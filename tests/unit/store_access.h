@@ -6,9 +6,9 @@
 
 #include "include/packet_flow.h"
 #include "me/command.h"
+#include "me/links.h"
 #include "me/list.h"
 #include "me/registry.h"
-#include "me/related.h"
 
 namespace gpon::test {
 

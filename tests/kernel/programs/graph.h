@@ -17,7 +17,7 @@
 #include <unistd.h>
 
 #include "include/uapi/gpon_flow.h"
-#include "platform/softonu/softonu_uapi.h"
+#include "softonu/softonu_uapi.h"
 
 enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, KINDS };
 

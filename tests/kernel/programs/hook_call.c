@@ -12,7 +12,7 @@
 #include <string.h>
 #include <sys/ioctl.h>
 
-#include "platform/softonu/softonu_uapi.h"
+#include "softonu/softonu_uapi.h"
 
 enum { KIND, PORT, GEM, PARAM, FLAGS, VID, PBIT, DEI, TPID, BESIDE, PACKET,
        WORDS };

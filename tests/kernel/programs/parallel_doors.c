@@ -18,7 +18,7 @@
 #include <unistd.h>
 
 #include "include/uapi/gpon_flow.h"
-#include "platform/softonu/softonu_uapi.h"
+#include "softonu/softonu_uapi.h"
 
 #define THREADS_OF_A_KIND 2
 #define BRIDGES 2

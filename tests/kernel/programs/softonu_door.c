@@ -15,7 +15,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "platform/softonu/softonu_uapi.h"
+#include "softonu/softonu_uapi.h"
 #include "tests/kernel/programs/expect.h"
 
 enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, UNKNOWN };

@@ -1,0 +1,92 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Owners of memory and holders of locks: no path of the core frees or unlocks by hand. */
+#ifndef GPON_MEMORY_H
+#define GPON_MEMORY_H
+
+#include "../platform/api/kernel_api.h"
+
+namespace gpon {
+
+/* Owns one block of the kernel's allocator. */
+template <typename T> class owned {
+public:
+    owned() = default;
+    explicit owned(T* block) : block_(block) {}
+    owned(owned&& from) noexcept : block_(from.release()) {}
+    owned& operator=(owned&& from) noexcept
+    {
+        T* block = from.release();
+        kfree(block_);
+        block_ = block;
+        return *this;
+    }
+    owned(const owned&) = delete;
+    owned& operator=(const owned&) = delete;
+    // Most owners have handed their block on: no call for these.
+    ~owned()
+    {
+        if (block_)
+            kfree(block_);
+    }
+
+    explicit operator bool() const { return block_ != nullptr; }
+    T* get() const { return block_; }
+    T* operator->() const { return block_; }
+    T& operator*() const { return *block_; }
+    T& operator[](size_t i) const { return block_[i]; }
+
+    [[nodiscard]] T* release()
+    {
+        T* block = block_;
+        block_ = nullptr;
+        return block;
+    }
+
+private:
+    T* block_ = nullptr;
+};
+
+/* Zero-filled, non-sleeping; empty when there is no memory. */
+template <typename T> [[nodiscard]] inline owned<T> zalloc(size_t count = 1)
+{
+    return owned<T>(static_cast<T*>(kzalloc(count * sizeof(T), GFP_ATOMIC)));
+}
+
+[[nodiscard]] inline owned<u8> zalloc_bytes(i32 bytes)
+{
+    return zalloc<u8>(static_cast<size_t>(bytes));
+}
+
+class GPON_SCOPED_CAPABILITY bh_lock {
+public:
+    explicit bh_lock(spinlock& lock) GPON_ACQUIRE(lock) : lock_(lock) { spin_lock_bh(&lock_); }
+    ~bh_lock() GPON_RELEASE() { spin_unlock_bh(&lock_); }
+    bh_lock(const bh_lock&) = delete;
+    bh_lock& operator=(const bh_lock&) = delete;
+
+private:
+    spinlock& lock_;
+};
+
+class GPON_SCOPED_CAPABILITY mutex_guard {
+public:
+    explicit mutex_guard(mutex& lock) GPON_ACQUIRE(lock) : lock_(lock) { mutex_lock(&lock_); }
+    ~mutex_guard() GPON_RELEASE() { mutex_unlock(&lock_); }
+    mutex_guard(const mutex_guard&) = delete;
+    mutex_guard& operator=(const mutex_guard&) = delete;
+
+private:
+    mutex& lock_;
+};
+
+class rcu_reader {
+public:
+    rcu_reader() { rcu_read_lock(); }
+    ~rcu_reader() { rcu_read_unlock(); }
+    rcu_reader(const rcu_reader&) = delete;
+    rcu_reader& operator=(const rcu_reader&) = delete;
+};
+
+} // namespace gpon
+
+#endif

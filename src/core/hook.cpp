@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "hook.h"
+
+#include "../base/log.h"
+#include "../debug/trace.h"
+#include "../pkt/walk.h"
+
+namespace {
+
+enum api_result : i32 { HANDLED = 0, FAILED = 1, UNKNOWN_KIND = -1 };
+
+constexpr u32 PACKET_KINDS = 4;
+constexpr u16 WALK_DIRECTION[PACKET_KINDS] = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};
+
+void write_flag_word(sk_buff* skb, u32 word)
+{
+    gpon::copy_bytes(reinterpret_cast<u8*>(skb) + skb_flag_word_offset, &word, sizeof(word));
+}
+
+// Marks a packet that the trace filter chooses, for as long as the mark lives.
+class trace_mark {
+public:
+    explicit trace_mark(sk_buff* skb) : skb_(skb)
+    {
+        clear();
+        if (gpon_flow_is_trace_skb(skb_))
+            write_flag_word(skb_, gpon::flag_word_of(skb_) | GPON_FLOW_TRACE_MARK);
+    }
+    ~trace_mark() { clear(); }
+    trace_mark(const trace_mark&) = delete;
+    trace_mark& operator=(const trace_mark&) = delete;
+
+private:
+    void clear() { write_flag_word(skb_, gpon::flag_word_of(skb_) & ~GPON_FLOW_TRACE_MARK); }
+
+    sk_buff* skb_;
+};
+
+// With the engine disabled only the choice of the GEM port is made, by the platform.
+api_result pass_by(u32 kind, sk_buff* skb)
+{
+    int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);
+    if (kind != GPON_API_UP_ANI || !mapping)
+        return HANDLED;
+    return mapping(skb) == -1 ? FAILED : HANDLED;
+}
+
+api_result handle_packet(u32 kind, sk_buff* skb)
+{
+    if (kind >= PACKET_KINDS) {
+        dump_stack();
+        printk("unknown api_data->api_type: %d\n", static_cast<i32>(kind));
+        return UNKNOWN_KIND;
+    }
+    if (gpon::load_relaxed(gponFlowEnableFlag) == 0)
+        return pass_by(kind, skb);
+    return gpon_pkt_general_flow_func(skb, WALK_DIRECTION[kind]) == 0 ? HANDLED : FAILED;
+}
+
+} // namespace
+
+int gpon_flow_api_dispatch(struct api_data* data)
+{
+    if (data->api_type == GPON_API_SWITCH) {
+        data->api_result = HANDLED;
+        gpon::store_relaxed(gponFlowEnableFlag, data->api_param ? 1u : 0u);
+    } else if (!data->skb) {
+        data->api_result = FAILED;
+    } else {
+        const trace_mark mark(data->skb);
+        data->api_result = handle_packet(data->api_type, data->skb);
+    }
+    return GPON_HOOK_RETURN;
+}

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Loading and unloading.
+#include "module.h"
+
+#include "../base/log.h"
+#include "../base/memory.h"
+#include "../hash/aging.h"
+#include "../me/list.h"
+#include "../me/registry.h"
+#include "doors.h"
+#include "hook.h"
+
+GPON_MODULE_DATA constinit u32 gponFlowEnableFlag = 0;
+GPON_MODULE_DATA constinit u32 gponDebugLevel = 0;
+GPON_MODULE_DATA constinit gpon_trace_cfg trace_cfg = {};
+
+namespace {
+
+constexpr i32 ENTRY_FAILED = -12; // -ENOMEM, as create_proc_entry's callers have always answered
+
+GPON_MODULE_DATA constinit vorn_hook_ops gpon_flow_api_dispatch_hook_ops = {
+    {nullptr, nullptr, nullptr}, "gpon_flow_api_dispatch", 1, gpon_flow_api_dispatch, 59, 1};
+
+[[noreturn]] void die_without_hook()
+{
+    // The line is part of the text that operators search crash dumps for.
+    panic("Register hook function failed! %s:%d", "gpon_flow_init", 360);
+    __builtin_trap();
+}
+
+void register_device()
+{
+    if (__register_chrdev(GPON_FLOW_MAJOR, 0, GPON_FLOW_MINORS, GPON_FLOW_DEVICE_NAME,
+                          &gpon_flow_file_operations) < 0)
+        printk("ERROR!gpon_flow_ioctl_init,create chrdev gpon_flow fail\n");
+}
+
+i32 create_proc_entries()
+{
+    proc_dir_entry* dir = proc_mkdir("gpon_flow", nullptr);
+    if (!dir) {
+        printk("ERROR!Create proc directory gpon_flow fail!");
+        return -1;
+    }
+    proc_dir_entry* debug = create_proc_entry("debug", 0, dir);
+    if (!debug) {
+        printk("ERROR!Create proc entry debug fail!");
+        return ENTRY_FAILED;
+    }
+    set_proc_handlers(debug, gpon_flow_proc_read, gpon_flow_proc_write);
+    return 0;
+}
+
+// A proc write may still be running while the module goes.
+void clean_instances()
+{
+    const gpon::mutex_guard control(gpon_flow_control_mutex);
+    gpon_flow_clean_all_me_inst();
+}
+
+} // namespace
+
+int init_module(void)
+{
+    gponFlowEnableFlag = 0;
+    gponDebugLevel = 0;
+    gpon_flow_init_me_map();
+    gpon_hash_init();
+    register_device();
+    trace_cfg = {};
+    if (const i32 failure = create_proc_entries())
+        return failure;
+    vorn_unregister_hook(&gpon_flow_mapping_hook_ops);
+    if (vorn_register_hook(&gpon_flow_api_dispatch_hook_ops) != 0)
+        die_without_hook();
+    return 0;
+}
+
+void cleanup_module(void)
+{
+    clean_instances();
+    gpon_hash_exit();
+    __unregister_chrdev(GPON_FLOW_MAJOR, 0, GPON_FLOW_MINORS, GPON_FLOW_DEVICE_NAME);
+    clean_instances();
+    // Looked up at the proc root, where it is not: the directory takes it along.
+    remove_proc_entry("debug", nullptr);
+    remove_proc_entry("gpon_flow", nullptr);
+    // Last, so that no packet ever meets a platform without a mapping; packets in between find an
+    // empty store and a rule table without buckets.
+    vorn_unregister_hook(&gpon_flow_api_dispatch_hook_ops);
+    // The deferred frees run code of this module.
+    rcu_barrier();
+}

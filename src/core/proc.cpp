@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "../base/log.h"
+#include "../base/memory.h"
+#include "../debug/words.h"
+#include "../include/debug_entry.h"
+#include "doors.h"
+
+namespace {
+
+constexpr unsigned long LINE_BUFFER = 132;
+constexpr long TOO_LONG = -22;   // -EINVAL
+constexpr long UNREADABLE = -14; // -EFAULT
+
+const char* switch_name()
+{
+    return gpon::load_relaxed(gponFlowEnableFlag) ? "ENABLE" : "DISABLE";
+}
+
+} // namespace
+
+long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
+{
+    char line[LINE_BUFFER] = {};
+    if (count >= LINE_BUFFER)
+        return TOO_LONG;
+    if (copy_from_user(line, user_text, count) != 0)
+        return UNREADABLE;
+    gpon_dbg_words words = {};
+    const i32 found = gpon::split_words(line, words);
+    const gpon::mutex_guard control(gpon_flow_control_mutex);
+    printk("CURRENT GPON FLOW SWITCH %s\n", switch_name());
+    gpon_dbg_parsing_cmd(static_cast<u32>(found), words.argv);
+    return static_cast<long>(count);
+}
+
+int gpon_flow_proc_read(void)
+{
+    printk("GPON FLOW SWITCH %s\n", switch_name());
+    return 0;
+}

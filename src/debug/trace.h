@@ -1,0 +1,20 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Packet trace: which packets are marked, and their bytes in the kernel log. */
+#ifndef GPON_DEBUG_TRACE_H
+#define GPON_DEBUG_TRACE_H
+
+#include "../base/switches.h"
+#include "../platform/api/kernel_api.h"
+
+extern "C" {
+
+/* 1 when the packet passes trace_cfg, else 0; bytes beyond the frame's end read as 0. With the
+ * filter off it costs one load. Packet path. */
+i32 gpon_flow_is_trace_skb(const sk_buff* skb);
+
+/* Print the first count bytes of a packet, with offsets or plain, 16 a line. Any context. */
+void gpon_flow_dump_skb(const sk_buff* skb, i32 count);
+void gpon_flow_dump_skb_data(const sk_buff* skb, i32 count);
+}
+
+#endif

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "rule_table.h"
+
+#include "../base/log.h"
+#include "../base/memory.h"
+#include "aging.h"
+
+using gpon::bh_lock;
+
+GPON_MODULE_DATA constinit gpon_hash_table gpon_hash_table_record = {0, GPON_HASH_MIN_SIZE, 0, 75,
+                                                                     nullptr};
+GPON_MODULE_DATA constinit gpon_hash_table gpon_hash_old_table = {};
+
+namespace {
+
+// What a kernel leaves in the links of a node taken off a list.
+hlist_node* const POISON_NEXT = reinterpret_cast<hlist_node*>(0x100);
+hlist_node** const POISON_PPREV = reinterpret_cast<hlist_node**>(0x122);
+
+// Keys are a whole number of 32-bit words but for hand-made ones; a library call would cost more
+// than the comparison.
+bool same_key(const u8* a, const u8* b, u32 bytes)
+{
+    u32 at = 0;
+    for (; bytes - at >= sizeof(u64); at += sizeof(u64))
+        if (gpon::load_unaligned<u64>(a + at) != gpon::load_unaligned<u64>(b + at))
+            return false;
+    for (; bytes - at >= sizeof(u32); at += sizeof(u32))
+        if (gpon::load_unaligned<u32>(a + at) != gpon::load_unaligned<u32>(b + at))
+            return false;
+    for (; at < bytes; ++at)
+        if (a[at] != b[at])
+            return false;
+    return true;
+}
+
+bool has_key(const gpon_flow_rule& rule, const u8* key, u16 key_len)
+{
+    return rule.key_len == key_len && same_key(rule.key, key, key_len);
+}
+
+void free_rule(gpon_flow_rule* rule)
+{
+    if (!rule)
+        return;
+    kfree(rule->key);
+    kfree(rule->trace);
+    kfree(rule);
+}
+
+void push(gpon_hash_bucket& bucket, gpon_flow_rule* rule)
+{
+    rule->link.next = bucket.first;
+    rule->link.pprev = &bucket.first;
+    if (bucket.first)
+        bucket.first->pprev = &rule->link.next;
+    bucket.first = &rule->link;
+}
+
+void unlink(gpon_flow_rule* rule)
+{
+    hlist_node& link = rule->link;
+    *link.pprev = link.next;
+    if (link.next)
+        link.next->pprev = link.pprev;
+    link.next = POISON_NEXT;
+    link.pprev = POISON_PPREV;
+}
+
+gpon_flow_rule* find_rule(const u8* key, u16 key_len, u32 hash) GPON_REQUIRES(gpon_hash_lock)
+{
+    const gpon_hash_table& table = gpon_hash_table_record;
+    if (!table.buckets)
+        return nullptr;
+    for (hlist_node* node = table.buckets[hash & (table.table_size - 1)].first; node;
+         node = node->next)
+        if (has_key(*gpon::rule_of(node), key, key_len))
+            return gpon::rule_of(node);
+    return nullptr;
+}
+
+gpon_flow_rule* make_rule(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+{
+    gpon::owned<gpon_flow_rule> rule = gpon::zalloc<gpon_flow_rule>();
+    if (!rule)
+        return nullptr;
+    gpon::owned<u8> key_copy = gpon::zalloc<u8>(key_len);
+    if (!key_copy)
+        return nullptr;
+    gpon::owned<gpon_rule_trace> trace_copy = gpon::zalloc<gpon_rule_trace>();
+    if (!trace_copy)
+        return nullptr;
+    gpon::copy_bytes(key_copy.get(), key, key_len);
+    *trace_copy = *trace;
+    rule->key = key_copy.release();
+    rule->key_len = key_len;
+    rule->trace = trace_copy.release();
+    rule->hit = 1;
+    return rule.release();
+}
+
+constexpr u32 bucket_count_for(u32 requested)
+{
+    if (requested > GPON_HASH_MAX_SIZE - 1)
+        return GPON_HASH_MAX_SIZE;
+    u32 size = GPON_HASH_MIN_SIZE;
+    while (size < requested)
+        size *= 2;
+    return size;
+}
+
+} // namespace
+
+void gpon::delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)
+{
+    unlink(rule);
+    free_rule(rule);
+    --bucket.node_num;
+    --table.total_num;
+}
+
+i32 gpon_hash_inflate_table(u32 requested)
+{
+    gpon_hash_table& table = gpon_hash_table_record;
+    const u32 size = bucket_count_for(requested);
+    const u32 scaled = size * table.load_percent;
+    table.table_size = size;
+    table.total_num = 0;
+    table.threshold = (scaled < 102500 ? scaled : 102500) / 100;
+    table.buckets = gpon::zalloc<gpon_hash_bucket>(size).release();
+    if (!table.buckets) {
+        log_error("[%s][%d] end, kzalloc Fail\n");
+        return -1;
+    }
+    return 0;
+}
+
+void gpon_hash_rehash_new_table(void)
+{
+    for (u32 i = 0; i < gpon_hash_old_table.table_size; ++i)
+        gpon::for_each_rule(gpon_hash_old_table.buckets[i],
+                            [](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
+                                gpon_hash_add_node(rule->key, rule->key_len, rule->trace);
+                            });
+}
+
+i32 gpon_hash_expand_table(void)
+{
+    gpon_hash_table& table = gpon_hash_table_record;
+    log_trace("[%s][%d]: Enter\n");
+    if (table.total_num < table.threshold)
+        return 0;
+    if (table.table_size == GPON_HASH_MAX_SIZE) {
+        gpon_hash_delete_aging_node();
+        return 0;
+    }
+    gpon_hash_old_table = table;
+    if (gpon_hash_inflate_table(table.table_size * 2) != 0) {
+        log_error("[%s][%d] gpon_hash_inflate_table Fail\n");
+        table = gpon_hash_old_table;
+        return -1;
+    }
+    gpon_hash_rehash_new_table();
+    gpon_hash_destroy_table(&gpon_hash_old_table);
+    return 0;
+}
+
+i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+{
+    gpon_hash_table& table = gpon_hash_table_record;
+    if (!key || !trace) {
+        log_error("[%s][%d] end, Parameter is NULL\n");
+        return -1;
+    }
+    if (!table.buckets)
+        return -1;
+    if (gpon_hash_expand_table() != 0) {
+        log_error("[%s][%d] gpon_hash_expand_table Fail\n");
+        return -1;
+    }
+    const u32 hash = gpon_hash_calc_key(key, key_len);
+    const u32 at = hash & (table.table_size - 1);
+    gpon_hash_bucket& bucket = table.buckets[at];
+    log_trace("[%s][%d] table num = %d, tableIdx = %d, hashVal=%#x, stHsV=%#x\n", table.total_num,
+              at, hash, bucket.hash_val);
+    if (bucket.first) {
+        gpon_flow_rule* head = gpon::rule_of(bucket.first);
+        if (has_key(*head, key, key_len)) {
+            *head->trace = *trace;
+            head->hit = 1;
+        }
+        log_trace("[%s][%d] end, rule already exist,update rule value\n");
+        return 0;
+    }
+    bucket.hash_val = hash;
+    gpon_flow_rule* rule = make_rule(key, key_len, trace);
+    if (!rule) {
+        log_error("[%s][%d] end, kzalloc fail\n");
+        return -1;
+    }
+    push(bucket, rule);
+    ++table.total_num;
+    ++bucket.node_num;
+    return 0;
+}
+
+i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+{
+    const bh_lock lock(gpon_hash_lock);
+    return gpon_hash_add_node(key, key_len, trace);
+}
+
+i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
+{
+    if (!key || !out) {
+        log_error("[%s][%d] end, Parameter is NULL\n");
+        return -1;
+    }
+    const u32 hash = gpon_hash_calc_key(key, key_len);
+    {
+        const bh_lock lock(gpon_hash_lock);
+        gpon_flow_rule* rule = find_rule(key, key_len, hash);
+        if (!rule)
+            return -1;
+        *out = *rule->trace;
+        // Not written when it is set: CPUs that use the same rule would pass its line to and fro.
+        if (rule->hit == 0)
+            rule->hit = 1;
+    }
+    log_trace("[%s][%d] end, get rule success\n");
+    return 0;
+}
+
+i32 gpon_hash_delete_node_safe(u32 hash_val, u16 index)
+{
+    const bh_lock lock(gpon_hash_lock);
+    gpon_hash_table* table = &gpon_hash_table_record;
+    if (!table->buckets)
+        return 0;
+    gpon_hash_bucket* bucket = &table->buckets[hash_val & (table->table_size - 1)];
+    gpon::for_each_rule(*bucket, [=](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
+        if (rule->index == index)
+            gpon::delete_rule(*table, *bucket, rule);
+    });
+    return 0;
+}
+
+i32 gpon_hash_clean_table_node(gpon_hash_table* table)
+{
+    if (!table->buckets) {
+        log_error("[%s][%d] end, Parameter is NULL\n");
+        return -1;
+    }
+    for (u32 i = 0; i < table->table_size; ++i) {
+        gpon_hash_bucket& bucket = table->buckets[i];
+        gpon::for_each_rule(bucket, free_rule);
+        bucket.first = nullptr;
+        bucket.node_num = 0;
+    }
+    table->total_num = 0;
+    return 0;
+}
+
+i32 gpon_hash_clean_all_safe(void)
+{
+    const bh_lock lock(gpon_hash_lock);
+    return gpon_hash_clean_table_node(&gpon_hash_table_record);
+}
+
+i32 gpon_hash_destroy_table(gpon_hash_table* table)
+{
+    if (!table->buckets) {
+        log_error("[%s][%d] end, Parameter is NULL\n");
+        return -1;
+    }
+    gpon_hash_clean_table_node(table);
+    kfree(table->buckets);
+    table->total_num = 0;
+    table->buckets = nullptr;
+    return 0;
+}

@@ -1,0 +1,131 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The rule table: what a packet's header fields lead to, learnt from the walk of an earlier packet.
+ *
+ * Layout. One array of buckets, its size a power of two from 64 to 1024; a bucket heads a chain of
+ * rules. A rule is three blocks: the node, its copy of the key (16 bytes and 4 for each VLAN tag)
+ * and its copy of the 40-byte trace. The bucket of a key is the low bits of a mixed CRC-32.
+ *
+ * Lock. gpon_hash_lock, with bottom halves disabled, guards both table records, every bucket and
+ * every rule. Packets, the aging timer, the command path and the debug commands take it; functions
+ * that take it end in _safe, the others expect it held. All allocation under it is atomic.
+ *
+ * Cost. Lookup: one hash before the lock, under it one chain walk and a copy of 40 bytes. Add: one
+ * bucket, three allocations. Growth rehashes at most 384 rules under the lock; the sweep and the
+ * flush visit every bucket.
+ *
+ * Odd rules that are meant. Add looks at the head of a bucket only, and a key that collides with
+ * another one is dropped: a chain never holds more than one rule, so that a flood of addresses
+ * cannot make lookups long. A bucket's hash_val stays when the bucket empties. The table never
+ * shrinks: at 1024 buckets it sweeps out what is not used instead of growing.
+ */
+#ifndef GPON_HASH_RULE_TABLE_H
+#define GPON_HASH_RULE_TABLE_H
+
+#include "../include/packet_flow.h"
+#include "../platform/api/kernel_api.h"
+
+/* Chain link: next rule, and the pointer that points at this one. */
+struct hlist_node {
+    hlist_node* next;
+    hlist_node** pprev;
+};
+
+struct gpon_flow_rule {
+    u16 index; /* 0 in every rule; deletion matches it, the dump shows it */
+    u8* key;
+    u16 key_len; /* bytes */
+    gpon_rule_trace* trace;
+    u32 hit; /* 1 = used since the last sweep */
+    hlist_node link;
+};
+
+struct gpon_hash_bucket {
+    u32 hash_val; /* of the first rule placed here while the bucket was empty; never cleared */
+    u16 node_num;
+    hlist_node* first;
+};
+
+struct gpon_hash_table {
+    u32 total_num;    /* rules */
+    u32 table_size;   /* buckets */
+    u32 threshold;    /* rules at which the next add grows the table */
+    u32 load_percent; /* 75 */
+    gpon_hash_bucket* buckets;
+};
+
+/* Sizes of the bucket array. */
+constexpr u32 GPON_HASH_MIN_SIZE = 64;
+constexpr u32 GPON_HASH_MAX_SIZE = 1024;
+
+extern "C" {
+
+/* The table, and the record that holds the old one while it grows. */
+extern gpon_hash_table gpon_hash_table_record GPON_GUARDED_BY(gpon_hash_lock);
+extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
+
+/* Hash of a key: CRC-32 (IEEE 802.3 polynomial, reflected, initial value 0, not inverted), mixed.
+ * Null hashes to 0. Any context. */
+u32 gpon_hash_calc_key(const u8* key, u16 key_len);
+
+/* Stores a copy of key and trace, or overwrites the trace of an equal key; also 0 when the bucket
+ * holds another key and nothing is stored. -1: null argument, no memory, no bucket array. */
+i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+    GPON_EXCLUDES(gpon_hash_lock);
+i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+    GPON_REQUIRES(gpon_hash_lock);
+
+/* 0 and a copy of the trace in out when the key is there, its rule then counts as used; else -1. */
+i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
+    GPON_EXCLUDES(gpon_hash_lock);
+
+/* Deletes every rule with that index in the bucket that the hash value selects. Always 0. */
+i32 gpon_hash_delete_node_safe(u32 hash_val, u16 index) GPON_EXCLUDES(gpon_hash_lock);
+
+/* Deletes every rule and keeps the bucket array; -1 when there is none. */
+i32 gpon_hash_clean_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
+i32 gpon_hash_clean_table_node(gpon_hash_table* table) GPON_REQUIRES(gpon_hash_lock);
+
+/* The same and frees the bucket array. */
+i32 gpon_hash_destroy_table(gpon_hash_table* table) GPON_REQUIRES(gpon_hash_lock);
+
+/* Gives the table record an empty bucket array of at least the requested size (64 to 1024, a
+ * power of two). -1 when there is no memory: the record then has the new size and no array. */
+i32 gpon_hash_inflate_table(u32 requested) GPON_REQUIRES(gpon_hash_lock);
+
+/* Doubles the table when it has reached its threshold, or sweeps it at the largest size. -1 when
+ * the larger array cannot be had; the table is then as before. */
+i32 gpon_hash_expand_table(void) GPON_REQUIRES(gpon_hash_lock);
+void gpon_hash_rehash_new_table(void) GPON_REQUIRES(gpon_hash_lock);
+}
+
+namespace gpon {
+
+inline gpon_flow_rule* rule_of(hlist_node* node)
+{
+    return reinterpret_cast<gpon_flow_rule*>(reinterpret_cast<u8*>(node) -
+                                             offsetof(gpon_flow_rule, link));
+}
+
+/* Picks the way to compute a key's CRC-32 that this CPU is fastest at. Once, before the first key;
+ * process context. */
+void choose_crc32();
+
+/* Unlinks and frees one rule of a bucket of the table. */
+void delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)
+    GPON_REQUIRES(gpon_hash_lock);
+
+/* Calls visit(bucket, rule) for each rule of one bucket; visit may delete the rule. */
+template <typename Visit>
+inline void for_each_rule(gpon_hash_bucket& bucket, Visit visit) GPON_REQUIRES(gpon_hash_lock)
+{
+    for (hlist_node* node = bucket.first; node;) {
+        hlist_node* next = node->next;
+        visit(rule_of(node));
+        node = next;
+    }
+}
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,92 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Records of one packet's way through the graph. All fields in host order. */
+#ifndef GPON_PACKET_FLOW_H
+#define GPON_PACKET_FLOW_H
+
+#include "../base/types.h"
+
+struct sk_buff;
+struct gpon_me_inst;
+
+/* Walk direction, one bit a walk; a next-class row carries the set in which it is followed. */
+enum fwd_flag : u16 {
+    UP_ANI = 1,   /* bridge or mapper towards GEM port and T-CONT */
+    UP_UNI = 2,   /* ingress UNI towards bridge or mapper */
+    DOWN_ANI = 4, /* ingress GEM port towards bridge or mapper */
+    DOWN_UNI = 8  /* bridge or mapper towards egress UNI */
+};
+
+/* Walk status. */
+enum fwd_status : i32 {
+    FLOW_PKT_NOT_FORWARD = 1, /* this branch ends */
+    FLOW_PKT_FORWARD = 2,
+    FLOW_PKT_FORWARD_DONE = 3 /* egress reached */
+};
+
+constexpr u8 MAX_RECURSION_NUM = 10;
+/* Stacked tags that a summary holds; tag_num may be larger. */
+constexpr u8 GPON_MAX_TAGS = 4;
+
+/* One step of a walk. */
+struct gpon_fwd_info {
+    u16 classId;
+    u16 instId;
+    u16 fwd_flag;
+};
+
+struct gpon_trace_step {
+    u16 classId; /* 0 ends the list */
+    u16 instId;
+};
+
+/* What a rule remembers: the steps in walk order. */
+struct gpon_rule_trace {
+    gpon_trace_step step[MAX_RECURSION_NUM];
+};
+static_assert(sizeof(gpon_rule_trace) == 40);
+
+/* Result of one packet's walk, passed along all its steps. */
+struct gpon_walk_result {
+    u16 gemport_id;   /* egress GEM port, upstream */
+    u16 turn_inst_id; /* bridge or mapper where the other half goes on */
+    u32 port_word;
+    u32 mark_word;
+    u16 tpid[GPON_MAX_TAGS];
+    u16 tci[GPON_MAX_TAGS];
+    u8 tag_num;
+    u8 recurse_num;
+    gpon_rule_trace trace; /* indexed by depth */
+    i32 ret_val;           /* fwd_status, 0 = none yet */
+    /* The bridge port and the filter found last. A bridge's ports are tried in list order: the next
+     * search starts there. Good for the walk's own RCU read section. */
+    const gpon_me_inst* last_port = nullptr;
+    const gpon_me_inst* last_filter = nullptr;
+};
+
+/* Header summary of a frame. */
+struct [[gnu::packed]] gpon_pkt_info {
+    u8 dst_mac[6];
+    u8 src_mac[6];
+    u16 port_id;             /* never filled: rules do not tell ingress ports apart */
+    u16 tpid[GPON_MAX_TAGS]; /* outer to inner */
+    u16 tci[GPON_MAX_TAGS];
+    u8 tag_num;
+    u32 port_word;
+    u32 mark_word;
+};
+
+/* Longest key: two MACs, port id, direction and four (TPID, TCI) pairs. The buffer has one byte
+ * more than the four pairs fill. */
+constexpr u16 GPON_RULE_KEY_HEAD = 16;
+constexpr u16 GPON_RULE_KEY_TAG = 4;
+constexpr size_t GPON_RULE_KEY_BUFFER = 33;
+
+/* Argument of filters, VLAN operations and priority selection. */
+struct op_info {
+    u16 inst_id;         /* current instance */
+    u16 related_inst_id; /* filter, operation or mapper concerned */
+    u16 fwd_flag;
+    const gpon_me_inst** last_filter = nullptr; /* the walk's, or null */
+};
+
+#endif

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "link_queries.h"
+
+#include "../base/log.h"
+#include "../base/memory.h"
+#include "links.h"
+#include "list.h"
+#include "registry.h"
+
+namespace {
+
+using gpon::load_related_id;
+
+enum class row_result { passed_over, answered };
+
+// The position behind the used entry with that id, -1 when there is none.
+i32 position_behind(const gpon_me_related_info& row, u16 inst_id)
+{
+    const gpon_me_related_id* const ids = row.related_ids;
+    const i32 count = row.related_inst_num;
+    for (i32 i = 0; i < count; ++i) {
+        const gpon_me_related_id entry = load_related_id(ids[i]);
+        if (entry.instExist == 0)
+            return -1;
+        if (entry.instId == inst_id)
+            return i + 1;
+    }
+    return -1;
+}
+
+// A row's part of the forward query. The walk asks it for each port of a bridge, and each time it
+// passes all that were answered before: what is done for an entry has to be little.
+row_result next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
+{
+    i32 next = 0;
+    if (related_id->instExist != 0) {
+        next = position_behind(row, related_id->instId);
+        if (next < 0)
+            return row_result::passed_over;
+        related_id->instExist = 0;
+    }
+    if (next >= row.related_inst_num)
+        return row_result::passed_over;
+    const gpon_me_related_id entry = load_related_id(row.related_ids[next]);
+    if (entry.instExist == 0)
+        return row_result::passed_over;
+    *related_id = entry;
+    return row_result::answered;
+}
+
+void trace_query(const sk_buff* skb, const gpon_me_relation_query* query,
+                 log_site site = log_site::here())
+{
+    log_packet_from(site, skb, LOG_TRACE,
+                    "[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n",
+                    query->class_id, query->inst_id, query->related_class_id);
+}
+
+void trace_answer(const sk_buff* skb, const gpon_me_relation_query* query,
+                  log_site site = log_site::here())
+{
+    trace_query(skb, query, site);
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d] instExist=%d,instId = 0x%x\n",
+                    query->related_id->instExist, query->related_id->instId);
+}
+
+// Entry checks that both queries share.
+bool is_complete(const sk_buff* skb, const gpon_me_relation_query* query,
+                 log_site site = log_site::here())
+{
+    if (!skb) {
+        log_trace_from(site, "[%s][%d]: Enter\n");
+        log_error_from(site, "[%s][%d] input parament is NULL\r\n");
+        return false;
+    }
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    if (query && query->related_id)
+        return true;
+    log_packet_from(site, skb, LOG_ERROR, "[%s][%d] input parament is NULL\r\n");
+    return false;
+}
+
+const gpon_me_entry* class_with_list(const sk_buff* skb, u16 class_id,
+                                     log_site site = log_site::here())
+{
+    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(class_id);
+    if (gpon::has_list(entry))
+        return entry;
+    log_packet_from(site, skb, LOG_ERROR, "[%s][%d]the classId(%d) can not get the entry.\n",
+                    class_id);
+    return nullptr;
+}
+
+// The search of the reverse query over one instance.
+bool records(const sk_buff* skb, const gpon_me_inst& inst, const gpon_me_relation_query& query,
+             log_site site)
+{
+    for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
+        if (row->related_class_id != query.class_id) {
+            log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+            continue;
+        }
+        for (i32 i = 0; i < row->related_inst_num; ++i) {
+            const gpon_me_related_id entry = load_related_id(row->related_ids[i]);
+            if (entry.instExist != 1) {
+                log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+                break;
+            }
+            if (entry.instId == query.inst_id) {
+                *query.related_id = {.instExist = 1, .instId = inst.inst_id};
+                log_packet_from(site, skb, LOG_TRACE, "%s [%d]: i=%d\n", i);
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// Resuming: the previous answer is looked for by id and not examined itself.
+void pass_previous(const sk_buff* skb, const gpon_me_inst& inst, gpon_me_related_id* related_id,
+                   log_site site)
+{
+    if (inst.inst_id == related_id->instId) {
+        related_id->instExist = 0;
+        log_packet_from(site, skb, LOG_TRACE,
+                        "[%s][%d] loop at last instId, current instId= %x , "
+                        "already find instId = %x \n",
+                        inst.inst_id, related_id->instId);
+    } else {
+        log_packet_from(site, skb, LOG_TRACE,
+                        "[%s][%d] loop to next instId,current instId= %x , "
+                        "already find instId = %x \n",
+                        inst.inst_id, related_id->instId);
+    }
+}
+
+} // namespace
+
+i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                  u16 related_class_id, gpon_me_related_id* related_id)
+{
+    packet_trace(skb, "[%s][%d]: Enter\n");
+    if (!related || !related_id) {
+        packet_error(skb, "[%s] [%d]: Parameter is NULL: Fail\r\n");
+        return -1;
+    }
+    for (i32 i = 0; related[i].related_class_id != 0; ++i) {
+        if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
+            continue;
+        if (next_in_row(related[i], related_id) == row_result::answered) {
+            packet_trace(skb, "[%s] [%d]: i=%d\n", i);
+            return 0;
+        }
+    }
+    related_id->instExist = 0;
+    return 0;
+}
+
+gpon_me_related_id gpon::first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
+                                          u16 related_class_id)
+{
+    const log_site site = {"gpon_flow_list_get_related_id", __LINE__};
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    for (const gpon_me_related_info* row = related; row->related_class_id != 0; ++row) {
+        if (row->related_class_id != related_class_id || row->related_inst_num <= 0)
+            continue;
+        const gpon_me_related_id first = load_related_id(row->related_ids[0]);
+        if (first.instExist == 0)
+            continue;
+        log_packet_from(site, skb, LOG_TRACE, "[%s] [%d]: i=%d\n", static_cast<i32>(row - related));
+        return first;
+    }
+    return {};
+}
+
+i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
+{
+    if (!is_complete(skb, query))
+        return -1;
+    trace_query(skb, query);
+    const gpon_me_entry* entry = class_with_list(skb, query->class_id);
+    if (!entry)
+        return -1;
+    const gpon_me_list_info& info = *entry->list_info;
+    const gpon::owned<u8> table = gpon::zalloc_bytes(info.related_info_size);
+    if (!table)
+        return -1;
+    if (gpon_flow_list_get_related_data(info.head, query->inst_id, table.get(),
+                                        info.related_info_size) != 0) {
+        packet_error(skb,
+                     "[%s][%d]the classId(%d) InstanceId(%d) can not get ME list entry entry.\n",
+                     query->class_id, query->inst_id);
+        return -1;
+    }
+    gpon_flow_list_get_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table.get()),
+                                  query->related_class_id, query->related_id);
+    trace_answer(skb, query);
+    return 0;
+}
+
+i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
+{
+    if (!is_complete(skb, query))
+        return -1;
+    trace_query(skb, query);
+    const gpon_me_entry* entry = class_with_list(skb, query->related_class_id);
+    if (!entry)
+        return -1;
+    gpon_me_related_id* related_id = query->related_id;
+    const list_head* head = entry->list_info->head;
+    if (gpon::subscribe(head->next) == head) {
+        related_id->instExist = 0;
+        return -1;
+    }
+    const log_site site = log_site::here();
+    const gpon_me_inst* hit = gpon::find_if(head, [=](const gpon_me_inst* inst) {
+        if (related_id->instExist == 1) {
+            pass_previous(skb, *inst, related_id, site);
+            return false;
+        }
+        return records(skb, *inst, *query, site);
+    });
+    if (!hit)
+        related_id->instExist = 0;
+    trace_answer(skb, query);
+    return hit ? 0 : -1;
+}
+
+bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
+{
+    // A forward query without memory leaves the previous answer standing.
+    if (previous.instExist == 1 && query.related_id->instId == previous.instId)
+        return true;
+    const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);
+    const gpon_me_inst* inst =
+        has_list(entry) ? find_inst(entry->list_info->head, query.inst_id) : nullptr;
+    if (!inst || previous.instExist != 1)
+        return false;
+    const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
+    if (row->related_class_id == 0)
+        return false;
+    const u16 answer = query.related_id->instId;
+    for (i32 i = 0; i < row->related_inst_num; ++i) {
+        const gpon_me_related_id seen = load_related_id(row->related_ids[i]);
+        if (seen.instExist == 0)
+            return false;
+        if (seen.instId == answer)
+            return true;
+        if (seen.instId == previous.instId)
+            return false;
+    }
+    return false;
+}

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "links.h"
+
+#include "../base/log.h"
+
+namespace {
+
+using gpon::load_related_id;
+using gpon::store_related_id;
+
+// The size rule of the arrays: one node, not one entry, for each place.
+constexpr size_t BYTES_A_PLACE = sizeof(gpon_me_inst);
+
+void record(gpon_me_related_id& entry, u16 id)
+{
+    store_related_id(entry, {.instExist = 1, .instId = id});
+}
+
+void link_created(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+{
+    for (i32 i = 0; i < row.related_inst_num; ++i) {
+        if (load_related_id(row.related_ids[i]).instExist != 0)
+            continue;
+        log_trace_from(site, "[%s][%d] index = %d, entity id %04x\r\n", i, id);
+        record(row.related_ids[i], id);
+        break;
+    }
+    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_CREAT done\n");
+}
+
+// True when the id stands in the row afterwards.
+bool record_once(gpon_me_related_info& row, u16 id, log_site site)
+{
+    for (i32 i = 0; i < row.related_inst_num; ++i) {
+        const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
+        if (entry.instExist == 0) {
+            record(row.related_ids[i], id);
+            return true;
+        }
+        if (entry.instId == id) {
+            log_trace_from(site,
+                           "[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n",
+                           i, id);
+            return true;
+        }
+    }
+    return false;
+}
+
+void link_set(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+{
+    if (!record_once(row, id, site))
+        log_warning_from(site, "[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
+                         row.related_inst_num);
+    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
+}
+
+void close_gap(gpon_me_related_info& row, i32 at)
+{
+    const i32 last = row.related_inst_num - 1;
+    for (i32 i = at; i < last; ++i)
+        store_related_id(row.related_ids[i], load_related_id(row.related_ids[i + 1]));
+    store_related_id(row.related_ids[last], {});
+}
+
+void link_deleted(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+{
+    for (i32 i = 0; i < row.related_inst_num; ++i) {
+        if (load_related_id(row.related_ids[i]).instId != id)
+            continue;
+        log_trace_from(site, "[%s][%d] Delete, index = %d, entity id %04x\r\n", i, id);
+        close_gap(row, i);
+        break;
+    }
+    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_DELETE done\n");
+}
+
+} // namespace
+
+i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst, const gpon_me_related_info* table,
+                                      i32 size)
+{
+    if (!dst || !table) {
+        log_error("[%s][%d] input parament is NULL\r\n");
+        return -1;
+    }
+    gpon::copy_bytes(dst, table, static_cast<size_t>(size));
+    for (gpon_me_related_info* row = dst; row->related_class_id != 0; ++row) {
+        const size_t bytes = static_cast<size_t>(row->related_inst_num) * BYTES_A_PLACE;
+        row->related_ids = static_cast<gpon_me_related_id*>(kzalloc(bytes, GFP_ATOMIC));
+        if (!row->related_ids) {
+            log_error("[%s][%d] kzalloc fail\r\n");
+            gpon_flow_list_free_related_data(dst);
+            return -1;
+        }
+    }
+    return 0;
+}
+
+void gpon_flow_list_free_related_data(gpon_me_related_info* related)
+{
+    if (!related) {
+        log_error("[%s][%d] input parament is NULL\r\n");
+        return;
+    }
+    for (gpon_me_related_info* row = related; row->related_class_id != 0; ++row)
+        kfree(row->related_ids);
+}
+
+void gpon_flow_list_update_related_id(gpon_me_related_info* related,
+                                      const gpon_me_related_update* update)
+{
+    log_trace("[%s][%d]: Enter\n");
+    if (!related || !update) {
+        log_error("[%s][%d] input parament is NULL\r\n");
+        return;
+    }
+    log_trace("[%s][%d]: class_id(%d), related_class_id(%d)\n", update->class_id,
+              update->related_class_id);
+    gpon_me_related_info* row = gpon::find_row(related, update->class_id);
+    if (row->related_class_id == 0) {
+        log_error("[%s][%d] Without Related ME\r\n");
+        return;
+    }
+    log_trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n", update->class_id,
+              update->related_class_id);
+    log_trace("[%s][%d]: msg_type = %d\n", update->msg_type);
+    switch (update->msg_type) {
+    case ZR_OMCI_MSG_TYPE_CREAT:
+        link_created(*row, update->entity_id);
+        break;
+    case ZR_OMCI_MSG_TYPE_SET:
+        link_set(*row, update->entity_id);
+        break;
+    case ZR_OMCI_MSG_TYPE_DELETE:
+        link_deleted(*row, update->entity_id);
+        break;
+    default:
+        log_error("[%s][%d] action error\r\n");
+        return;
+    }
+    log_error("[%s][%d] update relate id Success\r\n");
+}

@@ -1,0 +1,109 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * Instance lists: what the OLT has configured, one doubly linked circular list a class.
+ *
+ * Layout. A list head a class; a node an instance, appended at the tail, so that list order is
+ * creation order. A node owns the raw attribute record and a copy of the class's related-info
+ * table, whose rows own one array of recorded ids each. Used ids are contiguous from index 0.
+ *
+ * Who may touch it. Writers come one at a time (gpon_flow_control_mutex, taken at the doors).
+ * Packets read under RCU without a lock: a node is published by a release store into its
+ * predecessor, and leaves through call_rcu, its next link still valid. Replacing a node swaps the
+ * node alone: record, table and arrays stay and are changed in place, word by word with relaxed
+ * accesses, so a packet may see an instance half way between two settings, never torn words.
+ *
+ * Cost. Every access by id is a walk of the list; lists hold one node for each configured entity.
+ * An add takes three allocations and one for each related-info row.
+ *
+ * Odd rules that are meant. An array is allocated with the size of related_inst_num nodes, far more
+ * than its entries fill. Reading an absent id is no error and leaves the destination as it was.
+ * Several success messages are at error level: they are what operators grep for.
+ */
+#ifndef GPON_ME_LIST_H
+#define GPON_ME_LIST_H
+
+#include "../base/atomics.h"
+#include "../include/me_class.h"
+
+extern "C" {
+
+/* Adds the command's instance, or overwrites the raw record of an existing one; attr_data of the
+ * command is a kernel copy of the raw record. 0 or -1. Control path. */
+i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd);
+
+/* Removes every instance with the id, or every instance at all when all is 1. 0, also when there
+ * was none; -1 for a class without list. Control path. */
+i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all);
+
+/* Copies length bytes of the instance's raw record, or of its related-info table (the rows with
+ * their array pointers). 0, also when there is no such instance; -1 for a null argument. Packet
+ * path under RCU, or control path. */
+i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out, i32 length);
+i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* out, i32 length);
+
+/* Empties every class in table order; 0. Control path. */
+i32 gpon_flow_clean_all_me_inst(void);
+}
+
+namespace gpon {
+
+inline gpon_me_inst* inst_of(const list_head* link)
+{
+    return reinterpret_cast<gpon_me_inst*>(reinterpret_cast<u8*>(const_cast<list_head*>(link)) -
+                                           offsetof(gpon_me_inst, link));
+}
+
+inline void check_reader()
+{
+#ifdef GPON_DEBUG_CHECKS
+    check_list_access();
+#endif
+}
+
+/* Calls visit(instance) in list order until it answers true; answers that instance or null. */
+template <typename Visit> inline gpon_me_inst* find_if(const list_head* head, Visit visit)
+{
+    check_reader();
+    for (list_head* link = subscribe(head->next); link != head; link = subscribe(link->next))
+        if (visit(inst_of(link)))
+            return inst_of(link);
+    return nullptr;
+}
+
+inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id)
+{
+    return find_if(head, [=](const gpon_me_inst* inst) { return inst->inst_id == inst_id; });
+}
+
+/* find_inst for who goes through a list in order: the instance behind the one found last is tried
+ * first, then the list from its start; ids are unique, so that both find the same. last is null or
+ * an instance that was found in the same RCU read section, and becomes the one found now. */
+inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id, const gpon_me_inst*& last)
+{
+    check_reader();
+    if (last) {
+        list_head* next = subscribe(last->link.next);
+        if (next != head && inst_of(next)->inst_id == inst_id) {
+            last = inst_of(next);
+            return inst_of(next);
+        }
+    }
+    gpon_me_inst* found = find_inst(head, inst_id);
+    if (found)
+        last = found;
+    return found;
+}
+
+/* What gpon_flow_list_get_raw and gpon_flow_list_get_related_data do, messages included, for an
+ * instance that the caller has found already; null copies nothing. Packet path under RCU. */
+void copy_raw(const gpon_me_inst* inst, void* out, size_t length);
+void copy_related_data(const gpon_me_inst* inst, void* out, size_t length);
+
+/* Control path: puts a finished instance at the tail; swaps a node for a copy of it, which shares
+ * everything the node owns, and frees the node after the readers. */
+void append(list_head* head, gpon_me_inst* inst);
+void replace(gpon_me_inst* old, gpon_me_inst* copy);
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,53 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* What the attribute handlers of all classes do alike. Control path. */
+#ifndef GPON_ME_CLASS_ATTR_H
+#define GPON_ME_CLASS_ATTR_H
+
+#include "../base/log.h"
+#include "../me/command.h"
+
+namespace gpon {
+
+/* One end of a link. */
+struct me_ref {
+    u16 class_id;
+    u16 inst_id;
+};
+
+/* Reports that an instance points at another one, with the command's message type. */
+inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to)
+{
+    const gpon_me_related_update update = {.class_id = from.class_id,
+                                           .entity_id = from.inst_id,
+                                           .related_class_id = to.class_id,
+                                           .related_inst_id = to.inst_id,
+                                           .msg_type = cmd->msg_type};
+    return gpon_flow_me_general_update(&update);
+}
+
+/* Traces the handler's entry; the raw record of its command, or null with the error message. */
+template <typename Raw>
+inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_site site = log_site::here())
+{
+    log_trace_from(site, "[%s][%d]: Enter\n");
+    if (cmd && cmd->attr_data)
+        return static_cast<const Raw*>(attr_data(cmd));
+    log_error_from(site, "[%s][%d]Parameter is Null.\n");
+    return nullptr;
+}
+
+/* Bytes of a related-info table, closing row included. */
+template <size_t Rows> constexpr i32 table_bytes(const gpon_me_related_info (&)[Rows])
+{
+    return static_cast<i32>(Rows * sizeof(gpon_me_related_info));
+}
+
+/* The attribute-op table of a class without pointer attributes: stored, no handler. */
+constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{0, nullptr}};
+
+/* The related-info table of a class that nothing points at. */
+constexpr gpon_me_related_info NOTHING_RELATED[] = {{}};
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// GEM port network CTP.
+#include "attribute_handlers.h"
+#include "classes.h"
+#include "dump_columns.h"
+#include "forward_step.h"
+#include "gem.h"
+
+namespace {
+
+i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
+{
+    if (!raw || !values || !header || !extra)
+        return 0;
+    const auto& me = *static_cast<const gpon_raw_gemctp*>(raw);
+    return gpon::field_row(values, header, length)
+        .hex("instID", 10, gpon::X4, me.instID)
+        .dec("portID", 10, me.portID)
+        .hex("tcontID", 10, gpon::X4, me.tcontID)
+        .dec("direction", 10, me.direction)
+        .hex("trafficMgrPtrUp", 15, gpon::X4, me.trafficMgrPtrUp)
+        .hex("TDProPtrUp", 10, gpon::X4, me.TDProPtrUp)
+        .hex("TDProPtrDown", 12, gpon::X4, me.TDProPtrDown)
+        .end();
+}
+
+// A pointer of 0 is the absence of a pointer in this class.
+constexpr u16 NO_POINTER = 0;
+constexpr u8 RATE_CONTROLLED = 1;
+constexpr u32 ANI_TO_UNI_ONLY = 2;
+
+i32 report_pointer(const gpon_me_cmd* cmd, const gpon_raw_gemctp* me, gpon::me_ref to)
+{
+    return to.inst_id == NO_POINTER ? 0 : gpon::report_link(cmd, {268, me->instID}, to);
+}
+
+// The two oldest handlers of the class answer a command without attribute data with 0.
+bool lacks_data(const gpon_me_cmd* cmd)
+{
+    return cmd && !cmd->attr_data;
+}
+
+} // namespace
+
+extern "C" {
+
+i32 gem_ctp_attr_tcont_op(gpon_me_cmd* cmd)
+{
+    if (lacks_data(cmd)) {
+        log_trace("[%s][%d]: Enter\n");
+        return 0;
+    }
+    const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
+    return me ? report_pointer(cmd, me, {262, me->tcontID}) : -1;
+}
+
+i32 gem_ctp_attr_pq_op(gpon_me_cmd* cmd)
+{
+    if (lacks_data(cmd)) {
+        log_trace("[%s][%d]: Enter\n");
+        return 0;
+    }
+    const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
+    if (!me)
+        return -1;
+    if (gpon_flow_cfg_data.traffic_mgmt_option == RATE_CONTROLLED)
+        return 0;
+    return report_pointer(cmd, me, {277, me->trafficMgrPtrUp});
+}
+
+i32 gem_ctp_attr_up_td_op(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
+    return me ? report_pointer(cmd, me, {280, me->TDProPtrUp}) : -1;
+}
+
+i32 gem_ctp_attr_down_td_op(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
+    return me ? report_pointer(cmd, me, {280, me->TDProPtrDown}) : -1;
+}
+}
+
+namespace {
+
+constexpr gpon_me_related_info RELATED[] = {
+    {266, "gemIwInst", nullptr, 1}, {281, "multiGemIwInst", nullptr, 1}, {}};
+
+// The downstream traffic descriptor is driven by attribute 7.
+constexpr gpon_me_attr_op ATTR_OPS[] = {{0x4000, gem_ctp_attr_tcont_op},
+                                        {0x1000, gem_ctp_attr_pq_op},
+                                        {0x800, gem_ctp_attr_up_td_op},
+                                        {0x200, gem_ctp_attr_down_td_op},
+                                        {}};
+
+} // namespace
+
+GPON_MODULE_DATA constinit list_head gpon_gemctp_list = {&gpon_gemctp_list, &gpon_gemctp_list};
+
+constinit const gpon_me_list_info gemCtpListInfo = {
+    dump_raw, sizeof(gpon_raw_gemctp), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_gemctp_list};
+constinit const gpon_me_fwd_op gemCtpFwdOp = {nullptr, gem_ctp_forward};
+
+i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)
+{
+    log_trace("[%s][%d]: Enter\n");
+    return gpon::find_by_field(&gpon_gemctp_list, offsetof(gpon_raw_gemctp, portID), gemport_id,
+                               inst_id)
+               ? 0
+               : -1;
+}
+
+i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
+{
+    if (!gpon::enter_forward(skb, fwd_info, result))
+        return -1;
+    gpon::raw_record<gpon_raw_gemctp> me;
+    if (!me || !me.read(gpon_gemctp_list, fwd_info->instId))
+        return -1;
+    result->ret_val = FLOW_PKT_NOT_FORWARD;
+    if (!(fwd_info->fwd_flag & UP_ANI)) {
+        packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        return 0;
+    }
+    if (me->direction != ANI_TO_UNI_ONLY) {
+        result->ret_val = FLOW_PKT_FORWARD_DONE;
+        result->gemport_id = me->portID;
+    }
+    return 0;
+}

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// GEM interworking TP.
+#include "attribute_handlers.h"
+#include "classes.h"
+#include "dump_columns.h"
+#include "forward_step.h"
+#include "gem.h"
+#include "mapper_802_1p_service_profile.h"
+
+namespace {
+
+i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
+{
+    if (!raw || !values || !header || !extra)
+        return 0;
+    const auto& me = *static_cast<const gpon_raw_gemiw*>(raw);
+    return gpon::field_row(values, header, length)
+        .hex("instID", 10, gpon::X4, me.instID)
+        .hex("gemCTPInstID", 12, gpon::X4, me.gemCTPInstID)
+        .end();
+}
+
+} // namespace
+
+extern "C" {
+
+i32 gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_gemiw>(cmd);
+    return me ? gpon::report_link(cmd, {266, me->instID}, {268, me->gemCTPInstID}) : -1;
+}
+}
+
+namespace {
+
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {130, "mapperInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
+static_assert(sizeof(RELATED) == 440);
+constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, gem_attr_gem_ctp_op}, {}};
+constexpr gpon_me_next_class NEXT[] = {{130, DOWN_ANI}, {47, DOWN_ANI}, {268, UP_ANI}, {}};
+
+// Upstream, a mapper that points here lets through only the frames of one priority.
+bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper)
+{
+    if (!(op.fwd_flag & UP_ANI) || mapper.instExist != 1)
+        return true;
+    op.related_inst_id = mapper.instId;
+    return pbit_filter_handle(skb, &op) == 0;
+}
+
+} // namespace
+
+GPON_MODULE_DATA constinit list_head gpon_gemiw_list = {&gpon_gemiw_list, &gpon_gemiw_list};
+
+constinit const gpon_me_list_info gemIwListInfo = {
+    dump_raw, sizeof(gpon_raw_gemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_gemiw_list};
+constinit const gpon_me_fwd_op gemIwFwdOp = {NEXT, gem_forward};
+
+bool gpon::find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id)
+{
+    const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
+        return load_relaxed(*reinterpret_cast<const u16*>(candidate->raw + field_offset)) == value;
+    });
+    if (inst)
+        *inst_id = inst->inst_id;
+    return inst != nullptr;
+}
+
+i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
+{
+    log_trace("[%s][%d]: Enter\n");
+    return gpon::find_by_field(&gpon_gemiw_list, offsetof(gpon_raw_gemiw, gemCTPInstID), gem_ctp_id,
+                               inst_id)
+               ? 0
+               : -1;
+}
+
+i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
+{
+    // This class has always put its name in brackets here.
+    gpon::table_step step(gemIwListInfo, skb, fwd_info, result, log_site::here(),
+                          "[%s][%d]: Parameter is NULL: Fail\r\n");
+    if (!step.goes_on)
+        return step.answer;
+    const gpon_me_related_id mapper = step.related.first(skb, 130);
+    if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
+        packet_error(skb, "[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        result->ret_val = FLOW_PKT_NOT_FORWARD;
+        return 0;
+    }
+    if (step.vlan.run(skb, &step.op) != 0)
+        return -1;
+    if (is_selected(skb, step.op, mapper)) {
+        result->ret_val = FLOW_PKT_FORWARD;
+    } else {
+        packet_error(skb, "[%s][%d] end, pbit_filter_handle fail.\n");
+        result->ret_val = FLOW_PKT_NOT_FORWARD;
+    }
+    packet_trace(skb, "[%s][%d]: end, inst_id=%d, FLOW_PKT_FORWARD\n", fwd_info->instId);
+    return 0;
+}

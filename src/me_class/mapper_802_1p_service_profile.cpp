@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "mapper_802_1p_service_profile.h"
+
+#include "attribute_handlers.h"
+#include "classes.h"
+#include "dump_columns.h"
+#include "forward_step.h"
+
+namespace {
+
+i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
+{
+    if (!raw || !values || !header || !extra)
+        return 0;
+    const auto& me = *static_cast<const gpon_raw_mapper*>(raw);
+    gpon::field_list list(extra, length);
+    list.name("pbit_GemIWTP");
+    for (const u16 gem_iw : me.pbit_GemIWTP)
+        list.hex(gpon::X4, 7, gem_iw);
+    list.end_line();
+    list.name("dscp2pbitMap");
+    for (const u8 byte : me.dscp2pbitMap)
+        list.hex(gpon::X2, 5, byte);
+    list.end_line();
+    return gpon::field_row(values, header, length)
+        .hex("instID", 10, gpon::X4, me.instID)
+        .dec("tpType", 10, me.tpType)
+        .hex("tpPointer", 10, gpon::X4, me.tpPointer)
+        .dec("unmark_frame_opt", 16, me.unmark_frame_opt)
+        .dec("defaultPbit", 11, me.defaultPbit)
+        .end();
+}
+
+constexpr u16 NO_GEM_IW_TP = 0xffff;
+constexpr u16 FIRST_PBIT_ATTRIBUTE = 0x4000;
+constexpr u8 TP_PPTP = 1;
+constexpr u8 TP_VEIP = 7;
+
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
+static_assert(sizeof(RELATED) == 352);
+
+// Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
+constexpr gpon_me_attr_op ATTR_OPS[] = {
+    {0x8008, mapper_attr_tp_type_op}, {0x7f80, mapper_attr_gem_iw_tp_pbit}, {}};
+
+constexpr gpon_me_next_class NEXT[] = {
+    {266, UP_ANI}, {47, DOWN_ANI}, {11, DOWN_UNI}, {329, DOWN_UNI}, {}};
+
+} // namespace
+
+GPON_MODULE_DATA constinit list_head gpon_mapper_list = {&gpon_mapper_list, &gpon_mapper_list};
+
+constinit const gpon_me_list_info mapperListInfo = {
+    dump_raw, sizeof(gpon_raw_mapper), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_mapper_list};
+constinit const gpon_me_fwd_op mapperFwdOp = {NEXT, mapper_forward};
+
+i32 mapper_attr_tp_type_op(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_mapper>(cmd);
+    if (!me || (me->tpType != TP_PPTP && me->tpType != TP_VEIP))
+        return -1;
+    const u16 uni_class = me->tpType == TP_PPTP ? 11 : 329;
+    return gpon::report_link(cmd, {130, me->instID}, {uni_class, me->tpPointer});
+}
+
+i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_mapper>(cmd);
+    if (!me)
+        return -1;
+    for (i32 i = 0; i < 8; ++i) {
+        if (!(cmd->attr_mask & (FIRST_PBIT_ATTRIBUTE >> i)) || me->pbit_GemIWTP[i] == NO_GEM_IW_TP)
+            continue;
+        if (gpon::report_link(cmd, {130, me->instID}, {266, me->pbit_GemIWTP[i]}) != 0) {
+            log_error("[%s][%d]: gpon_flow_me_general_update fail,index = %d.\n", i);
+            return -1;
+        }
+    }
+    return 0;
+}
+
+i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
+{
+    gpon::table_step step(mapperListInfo, skb, fwd_info, result);
+    if (!step.goes_on)
+        return step.answer;
+    if (!(fwd_info->fwd_flag & (UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI))) {
+        packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        return -1;
+    }
+    if (step.vlan.run(skb, &step.op) != 0)
+        return -1;
+    if (fwd_info->fwd_flag & UP_UNI)
+        result->turn_inst_id = fwd_info->instId;
+    result->ret_val = FLOW_PKT_FORWARD;
+    return 0;
+}

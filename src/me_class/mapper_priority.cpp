@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Which of a mapper's GEM IW TPs a frame belongs to, by its priority.
+#include "../pkt/header.h"
+#include "classes.h"
+#include "forward_step.h"
+#include "mapper_802_1p_service_profile.h"
+
+namespace {
+
+enum unmarked_frame_option : u8 { FROM_DSCP = 0, FROM_DEFAULT_PBIT = 1 };
+
+// 64 priorities of 3 bits, packed from the most significant bit of the first byte onwards: eight
+// big-endian words of 24 bits hold eight priorities each.
+struct dscp_table {
+    u8 priority[64];
+
+    explicit dscp_table(const u8 (&map)[24])
+    {
+        for (u32 dscp = 0; dscp < 64; ++dscp) {
+            const u8* word = map + dscp / 8 * 3;
+            const u32 bits = static_cast<u32>(word[0] << 16 | word[1] << 8 | word[2]);
+            priority[dscp] = static_cast<u8>((bits >> (21 - 3 * (dscp % 8))) & 7);
+        }
+    }
+};
+
+// Priority of the frame; false when the mapper maps no untagged frames.
+bool pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me, u8* priority)
+{
+    log_trace("[%s][%d]: Enter\n");
+    const i32 pbit = gpon_pkt_get_pbit(skb);
+    if (pbit != -1) {
+        *priority = static_cast<u8>(pbit);
+        return true;
+    }
+    if (me->unmark_frame_opt == FROM_DEFAULT_PBIT) {
+        *priority = me->defaultPbit;
+        return true;
+    }
+    if (me->unmark_frame_opt != FROM_DSCP)
+        return false;
+    const i32 dscp = gpon_pkt_get_dscp(skb);
+    // An IPv6 DSCP arrives negative; its low six bits are the DSCP.
+    *priority = dscp == -1 ? u8{0} : dscp_table(me->dscp2pbitMap).priority[dscp & 63];
+    return true;
+}
+
+// defaultPbit is taken as stored: a priority above 7 selects what the record image holds there,
+// and nothing beyond the record.
+u16 selected_gem_iw(const gpon_raw_mapper* me, u8 priority)
+{
+    const size_t at = offsetof(gpon_raw_mapper, pbit_GemIWTP) + priority * sizeof(u16);
+    if (at + sizeof(u16) > sizeof(*me))
+        return 0;
+    return gpon::load_unaligned<u16>(reinterpret_cast<const u8*>(me) + at);
+}
+
+} // namespace
+
+i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
+{
+    log_trace("[%s][%d]: Enter\n");
+    if (!skb || !op) {
+        log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
+        return -1;
+    }
+    gpon::raw_record<gpon_raw_mapper> me;
+    if (!me || !me.read(gpon_mapper_list, op->related_inst_id))
+        return -1;
+    if (!(op->fwd_flag & UP_ANI)) {
+        packet_error(skb, "[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
+        return -1;
+    }
+    u8 priority = 0;
+    if (!pbit_handle(skb, me.get(), &priority))
+        return -1;
+    const u16 gem_iw = selected_gem_iw(me.get(), priority);
+    if (gem_iw == 0 || gem_iw != op->inst_id)
+        return -1;
+    packet_trace(skb, "[%s][%d]: end, return 0\n");
+    return 0;
+}

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Multicast GEM interworking TP: downstream only.
+#include "attribute_handlers.h"
+#include "classes.h"
+#include "dump_columns.h"
+#include "forward_step.h"
+#include "gem.h"
+
+namespace {
+
+i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
+{
+    if (!raw || !values || !header || !extra)
+        return 0;
+    const auto& me = *static_cast<const gpon_raw_multigemiw*>(raw);
+    return gpon::field_row(values, header, length)
+        .hex("instID", 10, gpon::X4, me.instID)
+        .hex("GemCTPInstID", 12, gpon::X4, me.GemCTPInstID)
+        .end();
+}
+
+} // namespace
+
+extern "C" {
+
+i32 multi_gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<gpon_raw_multigemiw>(cmd);
+    return me ? gpon::report_link(cmd, {281, me->instID}, {268, me->GemCTPInstID}) : -1;
+}
+}
+
+namespace {
+
+constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
+                                            {78, "vtocdInst", nullptr, 1},
+                                            {171, "evtocdInst", nullptr, 1},
+                                            {}};
+static_assert(sizeof(RELATED) == 352);
+constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, multi_gem_attr_gem_ctp_op}, {}};
+constexpr gpon_me_next_class NEXT[] = {{47, DOWN_ANI}, {268, UP_ANI}, {}};
+
+} // namespace
+
+GPON_MODULE_DATA constinit list_head gpon_multigemiw_list = {&gpon_multigemiw_list,
+                                                             &gpon_multigemiw_list};
+
+constinit const gpon_me_list_info multiGemIwListInfo = {
+    dump_raw, sizeof(gpon_raw_multigemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
+    ATTR_OPS, &gpon_multigemiw_list};
+constinit const gpon_me_fwd_op multiGemIwFwdOp = {NEXT, multi_gem_forward};
+
+i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
+{
+    log_trace("[%s][%d]: Enter\n");
+    return gpon::find_by_field(&gpon_multigemiw_list, offsetof(gpon_raw_multigemiw, GemCTPInstID),
+                               gem_ctp_id, inst_id)
+               ? 0
+               : -1;
+}
+
+i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
+{
+    gpon::table_step step(multiGemIwListInfo, skb, fwd_info, result);
+    if (!step.goes_on)
+        return step.answer;
+    if (!(fwd_info->fwd_flag & DOWN_ANI)) {
+        packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        return 0;
+    }
+    if (step.vlan.run(skb, &step.op) == 0)
+        result->ret_val = FLOW_PKT_FORWARD;
+    return 0;
+}

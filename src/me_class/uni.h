@@ -1,0 +1,38 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* The two UNI classes, PPTP Ethernet UNI (11) and VEIP (329). Packet path, inside an RCU read
+ * section. */
+#ifndef GPON_ME_CLASS_UNI_H
+#define GPON_ME_CLASS_UNI_H
+
+#include "forward_step.h"
+
+extern "C" {
+
+/* The first instance whose id has the port number in its low byte; the high byte is the slot,
+ * which a port number does not carry. 0, or -1 with a message. */
+i32 pptp_get_inst_id_by_port_id(u8 port_id, u16* inst_id);
+i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id);
+
+i32 pptp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+i32 veip_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+}
+
+namespace gpon {
+
+inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id)
+{
+    const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
+        return static_cast<u8>(candidate->inst_id) == port_id;
+    });
+    if (inst)
+        *inst_id = inst->inst_id;
+    return inst != nullptr;
+}
+
+/* The step through either class. A failed VLAN operation leaves the status and is no failure. */
+i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
+                gpon_walk_result* result, log_site site = log_site::here());
+
+} // namespace gpon
+
+#endif

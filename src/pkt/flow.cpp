@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// One packet: its rule or its walk, then what comes after.
+#include "../base/log.h"
+#include "../base/memory.h"
+#include "../me_class/gem.h"
+#include "../me_class/mbsp_mac_bridge_service_profile.h"
+#include "../me_class/uni.h"
+#include "header.h"
+#include "rule.h"
+#include "walk.h"
+
+namespace {
+
+constexpr u16 PPTP_CLASS = 11;
+constexpr u16 VEIP_CLASS = 329;
+constexpr u16 MBSP_CLASS = 45;
+constexpr u16 GEM_IW_CLASS = 266;
+constexpr u16 MULTI_GEM_IW_CLASS = 281;
+
+// UNI port number, 0 to 15.
+u8 uni_port(const sk_buff* skb)
+{
+    return static_cast<u8>((skb_port_word(skb) >> 4) & 0xf);
+}
+
+bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start, gpon_walk_result* result)
+{
+    return gpon_pkt_general_forward(skb, &start, result) == 0 &&
+           result->ret_val == FLOW_PKT_FORWARD_DONE;
+}
+
+// Where a downstream packet enters. A GEM port without CTP starts at CTP 0.
+gpon_fwd_info downstream_start(const sk_buff* skb)
+{
+    u16 gem_ctp_id = 0;
+    gem_ctp_get_inst_id_by_gemport_id(skb_gemport_id(skb), &gem_ctp_id);
+    gpon_fwd_info start = {GEM_IW_CLASS, 0, DOWN_ANI};
+    if (skb_multicast(skb) == 1) {
+        start.classId = MULTI_GEM_IW_CLASS;
+        multi_gem_get_inst_id_by_gem_ctp(gem_ctp_id, &start.instId);
+    } else {
+        gem_get_inst_id_by_gem_ctp(gem_ctp_id, &start.instId);
+    }
+    return start;
+}
+
+// The walk of one direction, with the message of the one that failed.
+i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, log_site site)
+{
+    switch (fwd_flag) {
+    case UP_UNI:
+        if (gpon_pkt_upstream_uni(skb, result) == 0)
+            return 0;
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_upstream_uni Fail\r\n");
+        return -1;
+    case UP_ANI:
+        if (gpon_pkt_upstream_ani(skb, result) == 0)
+            return 0;
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_upstream_ani Fail\r\n");
+        return -1;
+    case DOWN_ANI:
+        if (gpon_pkt_downstream_ani(skb, result) == 0)
+            return 0;
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_downstream_ani Fail\r\n");
+        return -1;
+    case DOWN_UNI:
+        return gpon_pkt_downstream_uni(skb, result);
+    default:
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: unknown fwd_flag: %d\n", fwd_flag);
+        return -1;
+    }
+}
+
+// The header is read once for a call: the summary serves the result, the look-up and the learning.
+i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_info* info,
+                      log_site site)
+{
+    log_trace_from(site, "[%s][%d]: Enter\n");
+    if (!skb) {
+        log_error_from(site, "[%s][%d] end, Parameter is NULL: Fail\n");
+        return -1;
+    }
+    *result = {};
+    if (gpon_pkt_form_info(skb, info) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, form SKB Info: Fail\n");
+        return -1;
+    }
+    result->port_word = info->port_word;
+    result->mark_word = info->mark_word;
+    gpon::copy_bytes(result->tpid, info->tpid, sizeof(result->tpid));
+    gpon::copy_bytes(result->tci, info->tci, sizeof(result->tci));
+    result->tag_num = info->tag_num;
+    result->ret_val = FLOW_PKT_NOT_FORWARD;
+    return 0;
+}
+
+} // namespace
+
+i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
+{
+    gpon_pkt_info info;
+    return init_from_summary(skb, result, &info, log_site::here());
+}
+
+i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
+{
+    log_trace("[%s][%d]: Enter\n");
+    const u8 port = uni_port(skb);
+    gpon_fwd_info start = {PPTP_CLASS, 0, UP_UNI};
+    pptp_get_inst_id_by_port_id(port, &start.instId);
+    if (reaches_egress(skb, start, result))
+        return 0;
+    packet_warning(skb, "[%s][%d]the PPTP can not get the entry.\n");
+    start.classId = VEIP_CLASS;
+    veip_get_inst_id_by_port_id(port, &start.instId);
+    if (reaches_egress(skb, start, result))
+        return 0;
+    packet_error(skb, "[%s][%d]the PPTP/VEIP can not get the entry.\n");
+    return -1;
+}
+
+i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
+{
+    log_trace("[%s][%d]: Enter\n");
+    u32 count = 0;
+    const gpon::owned<u16> bridges(get_mbsp_list_inst_id(&count));
+    if (!bridges) {
+        log_error("%s [%d]: mbspInstArray is a NULL pointer\r\n");
+        return -1;
+    }
+    for (u32 i = 0; i < count; ++i) {
+        const gpon_fwd_info start = {MBSP_CLASS, bridges[i], UP_ANI};
+        if (!reaches_egress(skb, start, result))
+            continue;
+        packet_trace(skb, "[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
+        return 0;
+    }
+    return count == 0 ? 0 : -1;
+}
+
+i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result)
+{
+    log_trace("[%s][%d]: Enter\n");
+    const gpon_fwd_info start = downstream_start(skb);
+    if (gpon_pkt_general_forward(skb, &start, result) != 0) {
+        packet_error(skb, "[%s][%d]: DownStream ANI Operation fail!\n");
+        return -1;
+    }
+    if (result->ret_val == FLOW_PKT_FORWARD_DONE) {
+        packet_trace(skb, "[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
+        return 0;
+    }
+    if (start.classId == MULTI_GEM_IW_CLASS) {
+        packet_trace(skb, "[%s][%d] MultiCast Gemport not in MAC Bridge,gemportid=%d.\n",
+                     skb_gemport_id(skb));
+        return 0;
+    }
+    packet_error(skb, "[%s][%d]: DownStream ANI Operation fail! ret_val=%d\n", result->ret_val);
+    return -1;
+}
+
+i32 gpon_pkt_downstream_uni(sk_buff*, gpon_walk_result*)
+{
+    log_trace("[%s][%d]: Enter\n");
+    return 0;
+}
+
+i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
+{
+    log_trace("[%s][%d]: Enter\n");
+    if (!skb) {
+        log_error("%s [%d]: skb is NULL: Fail\r\n");
+        return -1;
+    }
+    const gpon::rcu_reader reader;
+    gpon_walk_result result;
+    gpon_pkt_info info;
+    if (init_from_summary(skb, &result, &info, {"gpon_pkt_init_fwd_info", __LINE__}) != 0) {
+        packet_error(skb, "%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
+        return -1;
+    }
+    if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0) {
+        gpon_fwd_info step = {0, 0, fwd_flag};
+        gpon_pkt_quick_forward(skb, &step, &result);
+        packet_trace(skb, "[%s][%d]: Rule already exist!\n");
+        return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    }
+    if (walk(skb, fwd_flag, &result, log_site::here()) != 0)
+        return -1;
+    if (gpon::learn_rule(info, fwd_flag, result.trace) != 0) {
+        packet_error(skb, "%s [%d]: gpon_rule_generate_trace Fail\r\n");
+        return -1;
+    }
+    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+}

@@ -1,0 +1,101 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * Readers of a frame's Ethernet header (IEEE 802.3, 802.1Q, 802.1ad). Packet path.
+ *
+ * Bytes beyond the end of a frame read as 0; no read ever leaves the frame. TPIDs are 0x8100,
+ * 0x9100 and 0x88A8, but the outer TCI is read behind 0x8100 and 0x88A8 alone.
+ */
+#ifndef GPON_PKT_HEADER_H
+#define GPON_PKT_HEADER_H
+
+#include "../base/atomics.h"
+#include "../include/packet_flow.h"
+#include "../platform/api/kernel_api.h"
+
+extern "C" {
+
+/* Number of stacked tags, counted in 8 bits. 0, or -1 for a null packet (count untouched). */
+i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count);
+
+/* The header summary; 0 or -1. The first four tags are held, tag_num keeps the true count. */
+i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
+
+/* TCI of the outer tag in host order, 0 for an untagged frame; 0 or -1. */
+i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci);
+
+/* Priority of the outer tag, 0 to 7; -1 for an untagged frame and for a TCI of 0. */
+i32 gpon_pkt_get_pbit(const sk_buff* skb);
+
+/* DSCP of an IPv4 header (0 to 63), of an IPv6 header (the same, less 128), or -1. The type field
+ * is compared in the order in which the CPU loads it, so only frames whose two type bytes are
+ * reversed have one on a little-endian CPU: provisioned lines depend on it. */
+i32 gpon_pkt_get_dscp(const sk_buff* skb);
+
+/* 1 when the type, as it lies in memory, is one of the three TPIDs. */
+i32 gpon_flow_is_valid_ether_type(u16 type);
+}
+
+namespace gpon {
+
+/* Traces what gpon_pkt_form_info traces, for a caller that has the frame's summary already. */
+void trace_form_info();
+
+constexpr u16 TPID_8021Q = 0x8100;
+constexpr u16 TPID_9100 = 0x9100;
+constexpr u16 TPID_8021AD = 0x88A8;
+constexpr u32 TYPE_OFFSET = 12;
+constexpr u32 TAG_BYTES = 4;
+
+inline bool is_tpid(u16 type)
+{
+    return type == TPID_8021Q || type == TPID_9100 || type == TPID_8021AD;
+}
+
+/* A frame that may be read at any offset. */
+struct frame {
+    const u8* bytes;
+    u32 length;
+
+    static frame of(const sk_buff* skb)
+    {
+        frame f = {};
+        f.bytes = skb_frame(skb, &f.length);
+        return f;
+    }
+
+    static frame from_mac_header(const sk_buff* skb)
+    {
+        frame f = {};
+        f.bytes = skb_mac_frame(skb, &f.length);
+        return f;
+    }
+
+    bool holds(u32 offset, u32 count) const { return count <= length && offset <= length - count; }
+
+    u8 at(u32 offset) const { return offset < length ? bytes[offset] : u8{0}; }
+
+    /* Two bytes in network order. */
+    u16 be16(u32 offset) const
+    {
+        if (holds(offset, sizeof(u16))) [[likely]]
+            return static_cast<u16>(bytes[offset] << 8 | bytes[offset + 1]);
+        return static_cast<u16>(at(offset) << 8);
+    }
+
+    /* Two bytes in the order in which the CPU loads them. */
+    u16 host16(u32 offset) const { return static_cast<u16>(at(offset) | at(offset + 1) << 8); }
+
+    template <size_t count> void copy(u8 (&to)[count], u32 offset) const
+    {
+        if (holds(offset, count)) [[likely]] {
+            copy_bytes(to, bytes + offset, count);
+            return;
+        }
+        for (u32 i = 0; i < count; ++i)
+            to[i] = at(offset + i);
+    }
+};
+
+} // namespace gpon
+
+#endif

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "rule.h"
+
+#include "../base/log.h"
+#include "../hash/rule_table.h"
+#include "../me/registry.h"
+#include "header.h"
+
+namespace {
+
+struct rule_key {
+    u8 bytes[GPON_RULE_KEY_BUFFER] = {};
+    u16 length = 0;
+};
+
+// Appends fields of a key, without gaps.
+class key_writer {
+public:
+    explicit key_writer(u8* key) : at_(key) {}
+
+    void put(const void* bytes, size_t count)
+    {
+        gpon::copy_bytes(at_, bytes, count);
+        at_ += count;
+    }
+
+    void put(u16 value) { put(&value, sizeof(value)); }
+
+private:
+    u8* at_;
+};
+
+// False ends the replay.
+bool replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result, log_site site)
+{
+    if (step->classId == 0) {
+        log_packet_from(site, skb, LOG_WARNING, "[%s][%d] find the end classId, break.\n");
+        return false;
+    }
+    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
+    if (!entry || !entry->fwd_op) {
+        log_packet_from(site, skb, LOG_ERROR,
+                        "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
+                        step->classId);
+        return false;
+    }
+    if (entry->fwd_op->forward && entry->fwd_op->forward(skb, step, result) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, the classId(%d) fwd_op fail.\n",
+                        step->classId);
+        return false;
+    }
+    return true;
+}
+
+i32 choose_queue(sk_buff* skb, log_site site)
+{
+    int (*const queue_mapping)(sk_buff*) = gpon::load_relaxed(gpon_queue_mapping_hook);
+    if (!queue_mapping) {
+        log_packet_from(site, skb, LOG_ERROR, "[%s][%d]: gpon_queue_mapping_hook invalid!\n");
+        return -1;
+    }
+    if (queue_mapping(skb) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "[%s][%d]: no priority queue find!\n");
+        return -1;
+    }
+    return 0;
+}
+
+} // namespace
+
+void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len)
+{
+    log_trace("[%s][%d]: Enter\n");
+    key_writer writer(key);
+    writer.put(info->dst_mac, sizeof(info->dst_mac));
+    writer.put(info->src_mac, sizeof(info->src_mac));
+    writer.put(info->port_id);
+    writer.put(fwd_flag);
+    *key_len = GPON_RULE_KEY_HEAD;
+    for (u8 i = 0; i < info->tag_num && i < GPON_MAX_TAGS; ++i) {
+        writer.put(info->tpid[i]);
+        writer.put(info->tci[i]);
+        *key_len = static_cast<u16>(*key_len + GPON_RULE_KEY_TAG);
+    }
+}
+
+i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace)
+{
+    log_trace("[%s][%d]: Enter\n");
+    rule_key key;
+    gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+    gpon_hash_add_node_safe(key.bytes, key.length, trace);
+    return 0;
+}
+
+i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
+{
+    if (!skb) {
+        log_error("[%s][%d] end, Parameter is NULL: Fail\n");
+        return -1;
+    }
+    gpon_pkt_info info;
+    if (gpon_pkt_form_info(skb, &info) != 0) {
+        packet_error(skb, "[%s][%d] end, form SKB Info: Fail\n");
+        return -1;
+    }
+    return gpon_rule_add_inst(&info, fwd_flag, &result->trace);
+}
+
+i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace)
+{
+    log_trace("[%s][%d]: Enter\n");
+    rule_key key;
+    gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+    return gpon_hash_get_rule_safe(key.bytes, key.length, trace);
+}
+
+i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace)
+{
+    if (!skb || !trace) {
+        log_error("[%s][%d] end, Parameter is NULL: Fail\n");
+        return -1;
+    }
+    gpon_pkt_info info;
+    if (gpon_pkt_form_info(skb, &info) != 0) {
+        packet_error(skb, "[%s][%d] end, form SKB Info: Fail\n");
+        return -1;
+    }
+    *trace = {};
+    return gpon_rule_get_inst(&info, fwd_flag, trace);
+}
+
+i32 gpon::lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace)
+{
+    trace_form_info();
+    *trace = {};
+    return gpon_rule_get_inst(&info, fwd_flag, trace);
+}
+
+i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace)
+{
+    trace_form_info();
+    return gpon_rule_add_inst(&info, fwd_flag, &trace);
+}
+
+void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
+{
+    for (const gpon_trace_step& learnt : result->trace.step) {
+        fwd_info->classId = learnt.classId;
+        fwd_info->instId = learnt.instId;
+        if (!replay_step(skb, fwd_info, result, log_site::here()))
+            return;
+    }
+}
+
+i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
+{
+    log_trace("[%s][%d]: Enter\n");
+    switch (fwd_flag) {
+    case UP_UNI:
+    case DOWN_ANI:
+    case DOWN_UNI:
+        return 0;
+    case UP_ANI:
+        skb_set_gemport_id(skb, result->gemport_id);
+        return choose_queue(skb, log_site::here());
+    default:
+        packet_error(skb, "%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
+        // Reported on behalf of the caller, which reports nothing when the queue choice fails.
+        log_packet_from({"gpon_pkt_general_flow_func", __LINE__}, skb, LOG_ERROR,
+                        "%s [%d]: gpon_pkt_handle_after_fwd_done Fail\r\n");
+        return -1;
+    }
+}

@@ -1,0 +1,43 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * Rules: a successful walk is learnt under the frame's header fields, a later frame of the same
+ * flow replays its steps. Packet path, inside an RCU read section.
+ */
+#ifndef GPON_PKT_RULE_H
+#define GPON_PKT_RULE_H
+
+#include "../include/packet_flow.h"
+#include "../platform/api/kernel_api.h"
+
+extern "C" {
+
+/* Fills a zeroed buffer of GPON_RULE_KEY_BUFFER bytes with the key and its length, 16 bytes and 4
+ * for each of the first four tags; all fields in host order. */
+void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
+
+/* Learns the steps of a walk; 0 also when the table does not store them, -1 for a null packet. */
+i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
+i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace);
+
+/* 0 and the learnt steps, or -1 with the trace cleared when there are none. */
+i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
+i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace);
+
+/* Replays the steps of result->trace in the direction of fwd_info. It trusts them: no query, no
+ * depth, no look at the status; a step that fails ends the replay and fails nothing else. */
+void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result);
+
+/* Upstream towards the ANI: writes the GEM port id into the packet and lets the platform choose
+ * the queue. 0, or -1 when it finds none. */
+i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
+}
+
+namespace gpon {
+
+/* gpon_rule_lookup_trace and gpon_rule_generate_trace with the summary that the call has made. */
+i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
+i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace);
+
+} // namespace gpon
+
+#endif

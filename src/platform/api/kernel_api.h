@@ -1,0 +1,163 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The seam: every kernel service that the module core uses, and nothing else.
+ *
+ * The core calls each service under the kernel's own name. The symbol behind it carries the
+ * prefix gpon_os_, so that the core neither needs kernel headers (most of these are inline
+ * functions or macros there) nor collides with libc and liburcu in a process. C glue includes
+ * this header as well and defines gpon_os_NAME; one declaration serves both sides.
+ *
+ * Whoever ports the module implements this file: platform/linux and platform/host are examples.
+ */
+#ifndef GPON_PLATFORM_KERNEL_API_H
+#define GPON_PLATFORM_KERNEL_API_H
+
+#include "platform_hook.h"
+#include "../../base/thread_safety.h"
+
+#ifdef __cplusplus
+#include <stdarg.h>
+
+#include "../../base/types.h"
+
+#define GPON_SEAM(ret, name, args) ret name args __asm__("gpon_os_" #name)
+#define GPON_SEAM_PRINTF(ret, name, args, text, first) \
+    ret name args __asm__("gpon_os_" #name) __attribute__((format(printf, text, first)))
+#define GPON_SEAM_DATA(type, name) extern type name __asm__("gpon_os_" #name)
+
+/* Readers' head of a deferred free, in the kernel's layout and under the kernel's own name, which
+ * is a part of a callback's type where indirect calls are checked. */
+struct alignas(sizeof(void*)) callback_head {
+    callback_head* next;
+    void (*func)(callback_head*);
+};
+using rcu_head = callback_head;
+
+/* Locks and the timer live in the glue: their size differs between kernels and debug options. */
+struct GPON_CAPABILITY("spinlock") spinlock;
+struct GPON_CAPABILITY("mutex") mutex;
+struct timer_list;
+struct file;
+struct proc_dir_entry;
+
+enum gfp_t : unsigned { GFP_ATOMIC };
+
+extern "C" {
+#else
+#define GPON_SEAM(ret, name, args) ret gpon_os_##name args
+#define GPON_SEAM_PRINTF(ret, name, args, text, first) \
+    ret gpon_os_##name args __attribute__((format(printf, text, first)))
+#define GPON_SEAM_DATA(type, name) extern type gpon_os_##name
+#endif
+
+/* ---- memory: zero-filled, never sleeps, null when there is none; kfree(null) does nothing */
+#ifdef __cplusplus
+GPON_SEAM(void*, kzalloc, (size_t bytes, gfp_t flags));
+#else
+void *gpon_os_kzalloc(size_t bytes, unsigned int flags);
+#endif
+GPON_SEAM(void, kfree, (const void* memory));
+
+/* ---- kernel log: the kernel's formatting rules (%#x adds 0x to 0 as well) on every platform.
+ * printk starts a log line, pr_cont continues the line that the same context printed last. */
+GPON_SEAM_PRINTF(int, printk, (const char* text, ...), 1, 2);
+GPON_SEAM_PRINTF(int, pr_cont, (const char* text, ...), 1, 2);
+GPON_SEAM(int, vpr_cont, (const char* text, va_list args));
+/* Writes at most bytes - 1 characters and a terminator; answers the length without the cut. */
+GPON_SEAM_PRINTF(int, snprintf, (char* buffer, size_t bytes, const char* text, ...), 3, 4);
+GPON_SEAM(void, dump_stack, (void));
+/* Does not return; declared as if it did, because objtool follows calls of external functions. */
+GPON_SEAM_PRINTF(void, panic, (const char* text, ...), 1, 2);
+
+/* ---- RCU */
+GPON_SEAM(void, rcu_read_lock, (void));
+GPON_SEAM(void, rcu_read_unlock, (void));
+GPON_SEAM(void, call_rcu, (struct callback_head* head, void (*free_it)(struct callback_head*)));
+/* Waits until every callback handed to call_rcu has run. Process context. */
+GPON_SEAM(void, rcu_barrier, (void));
+/* Debug kernels only (GPON_DEBUG_CHECKS): reports a list access outside of a read section by
+ * somebody who does not hold gpon_flow_control_mutex either. */
+GPON_SEAM(void, check_list_access, (void));
+
+/* ---- locks: gpon_hash_lock guards the rule table and is taken with bottom halves disabled;
+ * gpon_flow_control_mutex lets one control caller (ioctl, proc write, unload) in at a time. */
+GPON_SEAM_DATA(struct spinlock, gpon_hash_lock);
+GPON_SEAM_DATA(struct mutex, gpon_flow_control_mutex);
+GPON_SEAM(void, spin_lock_init, (struct spinlock* lock));
+GPON_SEAM(void, spin_lock_bh, (struct spinlock* lock));
+GPON_SEAM(void, spin_unlock_bh, (struct spinlock* lock));
+GPON_SEAM(void, mutex_lock, (struct mutex* lock));
+GPON_SEAM(void, mutex_unlock, (struct mutex* lock));
+
+/* ---- time: everything in jiffies. The timer's callback runs in softirq context. */
+GPON_SEAM_DATA(struct timer_list, gpon_hash_timer);
+GPON_SEAM(unsigned long, get_jiffies_64, (void));
+GPON_SEAM(void, timer_setup, (struct timer_list* timer, void (*expired)(struct timer_list*),
+                              unsigned int flags));
+GPON_SEAM(int, mod_timer, (struct timer_list* timer, unsigned long expires));
+/* Stops the timer and waits for a callback that runs at this moment. */
+GPON_SEAM(int, del_timer_sync, (struct timer_list* timer));
+
+/* ---- user memory: answers the number of bytes that could not be copied. Process context. */
+GPON_SEAM(unsigned long, copy_from_user, (void* to, const void* user_from, unsigned long bytes));
+
+/* ---- character device and proc entries */
+struct gpon_file_operations {
+    int (*open)(struct file* file);
+    long (*unlocked_ioctl)(struct file* file, unsigned int command, unsigned long argument);
+    long (*compat_ioctl)(struct file* file, unsigned int command, unsigned long argument);
+};
+/* 0 or a negative errno. */
+GPON_SEAM(int, __register_chrdev,
+          (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name,
+           const struct gpon_file_operations* operations));
+GPON_SEAM(void, __unregister_chrdev,
+          (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name));
+/* Null on failure; a null parent is the proc root. */
+GPON_SEAM(struct proc_dir_entry*, proc_mkdir,
+          (const char* name, struct proc_dir_entry* parent));
+GPON_SEAM(struct proc_dir_entry*, create_proc_entry,
+          (const char* name, unsigned int mode, struct proc_dir_entry* parent));
+/* read answers 0 (nothing for the reader); write answers the bytes taken or a negative errno. */
+GPON_SEAM(void, set_proc_handlers,
+          (struct proc_dir_entry* entry, int (*read)(void),
+           long (*write)(struct file* file, const char* user_text, unsigned long count)));
+GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* parent));
+
+/* ---- packets: the platform's socket buffer and the fields that the platform keeps beside it.
+ * Offset of the per-packet flag word (u32, host order) from the packet's address: the flag word
+ * is read for every log decision, too often for a call. */
+GPON_SEAM_DATA(const unsigned int, skb_flag_word_offset);
+/* First byte of the Ethernet header and the number of bytes that may be read from there. */
+GPON_SEAM(const unsigned char*, skb_frame, (const struct sk_buff* skb, unsigned int* bytes));
+/* The same from the packet's MAC header (head pointer plus MAC header offset). */
+GPON_SEAM(const unsigned char*, skb_mac_frame,
+          (const struct sk_buff* skb, unsigned int* bytes));
+/* Source-port word: the UNI port number is in bits 4 to 7. */
+GPON_SEAM(unsigned int, skb_port_word, (const struct sk_buff* skb));
+/* The second platform word, copied into the header summary. */
+GPON_SEAM(unsigned int, skb_mark_word, (const struct sk_buff* skb));
+GPON_SEAM(unsigned short, skb_gemport_id, (const struct sk_buff* skb));
+GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff* skb, unsigned short gemport_id));
+/* 1 when the packet came on a multicast GEM port. */
+GPON_SEAM(unsigned short, skb_multicast, (const struct sk_buff* skb));
+
+#ifdef __cplusplus
+/* Lock contracts, apart from the declarations above: behind an asm label clang no longer knows
+ * the parameter's name. */
+void spin_lock_bh(spinlock* lock) GPON_ACQUIRE(*lock);
+void spin_unlock_bh(spinlock* lock) GPON_RELEASE(*lock);
+void mutex_lock(mutex* lock) GPON_ACQUIRE(*lock);
+void mutex_unlock(mutex* lock) GPON_RELEASE(*lock);
+
+/* ---- the platform's packet path, under its own exported names */
+int vorn_register_hook(vorn_hook_ops* ops);
+int vorn_unregister_hook(vorn_hook_ops* ops);
+extern vorn_hook_ops gpon_flow_mapping_hook_ops;
+/* Packet to int, -1 = failure; null when the platform has none. */
+extern int (*gpon_mapping_hook)(sk_buff*);
+/* Packet to int, 0 = a priority queue was found for the packet's GEM port. */
+extern int (*gpon_queue_mapping_hook)(sk_buff*);
+}
+#endif
+#endif

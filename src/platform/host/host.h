@@ -1,0 +1,99 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The module in a process: the outside of the host platform, for the command line tool, tests,
+ * fuzzers and benchmarks. One process holds one platform and one module, as a kernel does.
+ *
+ * The doors (hook, ioctl, proc_*) may be called from several threads; each such thread is
+ * registered with liburcu by its first call. Everything else is for one controlling thread while
+ * no door is in use.
+ */
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/api/platform_hook.h"
+
+/* The platform's packet. Frame bytes belong to the caller and live as long as the call. */
+struct sk_buff {
+    uint32_t flag_word = 0; // bit 20: trace mark; low bits: log levels
+    uint32_t port_word = 0; // UNI port number in bits 4 to 7
+    uint32_t mark_word = 0;
+    uint16_t gemport_id = 0;
+    uint16_t multicast = 0;
+    const uint8_t* data = nullptr;
+    uint32_t bytes = 0;
+    uint32_t mac_offset = 0; // of the MAC header from data; the frame proper starts at data
+};
+
+namespace gpon::host {
+
+/* What the module did, in order of happening. */
+struct event {
+    enum kind { log, call } what;
+    std::string text; // log: one print, exactly as it came; call: the platform call as one line
+};
+using event_sink = std::function<void(const event&)>;
+
+/* Fresh platform: nothing loaded (an earlier module is dropped with all it allocated), jiffies 0,
+ * both mapping functions set and answering 0, no fault armed. The sink stays. */
+void reset();
+
+/* Receives every event; null turns recording off (formatting is skipped then). Calls to the sink
+ * are serialised. */
+void set_sink(event_sink sink);
+
+/* The kernel's side of module loading. load answers init_module's value, or nothing when it
+ * panicked; a panicked module is not to be used any more until reset(). */
+std::optional<int> load();
+void unload();
+bool is_loaded(); // true also after a failed load, until unload()
+
+/* Doors; no value when the door is not there. */
+struct hook_answer {
+    int ret;
+    int api_result;
+};
+std::optional<hook_answer> hook(uint32_t api_type, uint32_t api_param, sk_buff* packet);
+std::optional<long> ioctl(uint32_t command, uint64_t argument);
+std::optional<long> proc_write(std::string_view text);
+std::optional<long> proc_read();
+
+/* Time. advance lets jiffies pass; timers fire at their own time on the way. */
+uint64_t jiffies();
+void advance(uint64_t count);
+
+/* The platform's two function pointers: none unsets, a value makes it answer that. */
+void set_mapping(std::optional<int> answer);
+void set_queue_mapping(std::optional<int> answer);
+
+/* The next call of a service (the nth from now for alloc and copy) fails once. */
+enum class fault { chrdev, proc_dir, proc_entry, hook, alloc, copy };
+void arm_fault(fault what, uint64_t nth = 1);
+void disarm_faults();
+bool fault_fired(fault what); // since it was armed
+
+/* Allocation balance of the module: blocks not yet freed (call rcu_settle first), their bytes, and
+ * the number of allocations ever asked for. */
+struct memory_use {
+    uint64_t live_blocks;
+    uint64_t live_bytes;
+    uint64_t allocations;
+    uint64_t allocated_bytes;
+};
+memory_use memory();
+
+/* Waits until every deferred free has run. */
+void rcu_settle();
+
+/* When deferred frees run, beyond what rcu_settle and unload wait for: in the background as soon
+ * as they may (the default), there after a random time of up to so many microseconds, or not at
+ * all. Outlives reset(). */
+enum class grace { prompt, delayed, on_demand };
+void set_grace(grace mode, uint32_t microseconds = 0);
+
+} // namespace gpon::host

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * Every block carries a header in front of it, and reset() frees what a dropped module left behind:
+ * the live blocks are linked, but for the small ones outside of a sanitizer, which are kept by size
+ * (kept_blocks.h) and can be told by their mark. Under the address sanitizer the header's second
+ * half is poisoned: it is the gap that catches a write in front of a block.
+ */
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "platform/host/context.h"
+#include "platform/host/faults.h"
+#include "platform/host/kept_blocks.h"
+#include "platform/host/spin.h"
+#include "platform/host/state.h"
+#include "platform/host/tsan.h"
+
+#include "platform/api/kernel_api.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define GPON_HOST_ASAN 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define GPON_HOST_ASAN 1
+#endif
+#ifdef GPON_HOST_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
+#if defined(GPON_HOST_ASAN) || defined(GPON_HOST_TSAN)
+#define GPON_HOST_KEEPS_BLOCKS 0
+#else
+#define GPON_HOST_KEEPS_BLOCKS 1
+#endif
+
+namespace gpon::host {
+namespace {
+
+static_assert(sizeof(block) % alignof(std::max_align_t) == 0);
+
+constinit spin list_lock;
+constinit block live = {&live, &live, 0, 0};
+
+void set_guarded([[maybe_unused]] block* header, [[maybe_unused]] bool guarded)
+{
+#ifdef GPON_HOST_ASAN
+    constexpr size_t size = sizeof(header->bytes) + sizeof(header->mark);
+    if (guarded)
+        __asan_poison_memory_region(&header->bytes, size);
+    else
+        __asan_unpoison_memory_region(&header->bytes, size);
+#endif
+}
+
+// Is a block of that size kept when it is freed?
+constexpr bool is_kept(size_t bytes)
+{
+    return GPON_HOST_KEEPS_BLOCKS && bytes <= kept_largest;
+}
+
+// Not calloc, which goes past the C library's cache of free blocks.
+block* make_linked(size_t bytes)
+{
+    auto* made = static_cast<block*>(std::malloc(sizeof(block) + bytes));
+    if (!made)
+        return nullptr;
+    const tsan::hidden bookkeeping;
+    const std::lock_guard held(list_lock);
+    made->next = &live;
+    made->previous = live.previous;
+    made->previous->next = made;
+    live.previous = made;
+    return made;
+}
+
+void drop_linked(block* header)
+{
+    {
+        const tsan::hidden bookkeeping;
+        const std::lock_guard held(list_lock);
+        header->next->previous = header->previous;
+        header->previous->next = header->next;
+    }
+    std::free(header);
+}
+
+magazine& counts()
+{
+    const tsan::hidden bookkeeping;
+    return this_magazine();
+}
+
+} // namespace
+
+memory_use memory()
+{
+    const tsan::hidden bookkeeping;
+    return sum_of_magazines();
+}
+
+void reset_memory()
+{
+    for (block *next, *left = live.next; left != &live; left = next) {
+        next = left->next;
+        kfree(left + 1);
+    }
+    free_live_kept();
+    clear_counts();
+}
+
+} // namespace gpon::host
+
+using namespace gpon::host;
+
+void* kzalloc(size_t bytes, gfp_t)
+{
+    magazine& own = counts();
+    own.allocations.add(1);
+    if (take_fault(fault::alloc) || bytes > SIZE_MAX - sizeof(block))
+        return nullptr;
+    block* header = is_kept(bytes) ? take_kept(own, bytes) : make_linked(bytes);
+    if (!header)
+        return nullptr;
+    std::memset(header + 1, 0, bytes);
+    header->bytes = bytes;
+    header->mark = live_mark;
+    own.live_blocks.add(1);
+    own.live_bytes.add(bytes);
+    own.allocated_bytes.add(bytes);
+    set_guarded(header, true);
+    return header + 1;
+}
+
+void kfree(const void* memory)
+{
+    if (!memory)
+        return;
+    block* header = static_cast<block*>(const_cast<void*>(memory)) - 1;
+#ifdef GPON_HOST_ASAN
+    // Read before the guard is lifted: a block freed twice must reach the sanitizer as it is.
+    if (!header->next)
+        fatal("kfree of a block that is not allocated: %p", memory);
+#endif
+    set_guarded(header, false);
+    if (header->mark != live_mark)
+        fatal("kfree of a block that is not allocated: %p", memory);
+    header->mark = 0;
+    magazine& own = counts();
+    own.live_blocks.add(uint64_t(-1));
+    own.live_bytes.add(-header->bytes);
+    if (is_kept(header->bytes))
+        give_kept(own, header);
+    else
+        drop_linked(header);
+}

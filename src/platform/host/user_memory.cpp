@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * User memory is the process's own, but the address may be any: the kernel copies, and answers
+ * for addresses that nobody may read, where a load would end the process.
+ */
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/host/context.h"
+#include "platform/host/faults.h"
+
+#include "platform/api/kernel_api.h"
+
+using namespace gpon::host;
+
+namespace {
+
+size_t copy_readable(void* to, const void* from, size_t bytes)
+{
+    size_t copied = 0;
+    while (copied < bytes) {
+        const iovec local = {static_cast<char*>(to) + copied, bytes - copied};
+        const auto address = reinterpret_cast<uintptr_t>(from) + copied;
+        const iovec remote = {reinterpret_cast<void*>(address), bytes - copied};
+        const ssize_t some = process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
+        if (some < 0 && (errno == EPERM || errno == ENOSYS))
+            fatal("process_vm_readv, which plays copy_from_user, is not allowed here");
+        if (some <= 0)
+            break;
+        copied += static_cast<size_t>(some);
+    }
+    return copied;
+}
+
+} // namespace
+
+unsigned long copy_from_user(void* to, const void* user_from, unsigned long bytes)
+{
+    assert_may_sleep("copy_from_user");
+    const size_t copied = take_fault(fault::copy) ? 0 : copy_readable(to, user_from, bytes);
+    // The kernel clears what it could not fill.
+    std::memset(static_cast<char*>(to) + copied, 0, bytes - copied);
+    return bytes - copied;
+}

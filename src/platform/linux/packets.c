@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * Packets: where the frame lies in a socket buffer, and where the platform keeps its own fields.
+ * The latter is the one thing here that a port to another platform replaces (docs/porting.md).
+ *
+ * Only bytes of the linear part can be read. The platform pulls a frame's headers into it before
+ * it calls the hook; whatever stays in pages is not seen, as if the frame ended there.
+ */
+#include <linux/skbuff.h>
+
+#include "glue.h"
+#include "../../../softonu/softonu_packet.h"
+
+const unsigned int gpon_os_skb_flag_word_offset = SOFTONU_FLAG_WORD_OFFSET;
+
+const unsigned char *gpon_os_skb_frame(const struct sk_buff *skb, unsigned int *bytes)
+{
+	*bytes = skb_headlen(skb);
+	return skb->data;
+}
+
+const unsigned char *gpon_os_skb_mac_frame(const struct sk_buff *skb, unsigned int *bytes)
+{
+	const unsigned char *end = skb_tail_pointer(skb);
+
+	if (!skb_mac_header_was_set(skb) || skb_mac_header(skb) > end) {
+		*bytes = 0;
+		return skb->data;
+	}
+	*bytes = end - skb_mac_header(skb);
+	return skb_mac_header(skb);
+}
+
+unsigned int gpon_os_skb_port_word(const struct sk_buff *skb)
+{
+	return softonu_packet(skb)->port_word;
+}
+
+unsigned int gpon_os_skb_mark_word(const struct sk_buff *skb)
+{
+	return softonu_packet(skb)->mark_word;
+}
+
+unsigned short gpon_os_skb_gemport_id(const struct sk_buff *skb)
+{
+	return softonu_packet(skb)->gemport_id;
+}
+
+void gpon_os_skb_set_gemport_id(struct sk_buff *skb, unsigned short gemport_id)
+{
+	softonu_packet(skb)->gemport_id = gemport_id;
+}
+
+unsigned short gpon_os_skb_multicast(const struct sk_buff *skb)
+{
+	return softonu_packet(skb)->multicast;
+}

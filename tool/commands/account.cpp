@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow account: a scenario from its file to the account of its frames.
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/model/account.h"
+#include "tool/scenario/open.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+int account(const std::string& file, const std::string& backend_name)
+{
+    const std::optional<scenario> parsed = open_scenario(file, std::cerr);
+    if (!parsed)
+        return not_understood;
+    try {
+        const std::unique_ptr<backend> where = make_backend(backend_name);
+        frame_account counted;
+        const exit_status status = account_scenario(*parsed, *where, counted, std::cerr);
+        print_account(counted, std::cout);
+        return finish_output() ? status : not_supported;
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_supported;
+    }
+}
+
+} // namespace
+
+void add_account_command(CLI::App& app)
+{
+    const auto file = std::make_shared<std::string>();
+    const auto backend_name = std::make_shared<std::string>("host");
+    CLI::App* sub = app.add_subcommand(
+        "account", "Run a scenario and tell for each direction where its frames went");
+    sub->add_option("FILE", *file, "The scenario; - is standard input")->required();
+    sub->add_option("--backend", *backend_name, "host or device")
+        ->check(CLI::IsMember(backend_names()))
+        ->capture_default_str();
+    sub->footer("\nExample:\n  gponflow account scenarios/demo.scn\n\n"
+                "A dropped frame is listed under the last message that an instance gave about "
+                "it.");
+    sub->callback([file, backend_name] {
+        if (const int status = account(*file, *backend_name); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

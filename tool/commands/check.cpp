@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow check: a scenario from its file to the findings about its provisioning.
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/model/check.h"
+#include "tool/scenario/open.h"
+#include "tool/scenario/run.h"
+
+namespace gponflow {
+
+namespace {
+
+int check(const std::string& file, bool json)
+{
+    const std::optional<scenario> parsed = open_scenario(file, std::cerr);
+    if (!parsed)
+        return not_understood;
+    const std::vector<finding> all = check_provisioning(mirror(*parsed));
+    if (json)
+        print_findings_json(all, parsed->name, std::cout);
+    else
+        print_findings(all, parsed->name, std::cout, colours_of(1));
+    const bool clean = std::ranges::all_of(
+        all, [](const finding& one) { return one.weight == finding_weight::note; });
+    if (!finish_output())
+        return not_supported;
+    return clean ? all_held : expectation_failed;
+}
+
+} // namespace
+
+void add_check_command(CLI::App& app)
+{
+    const auto file = std::make_shared<std::string>();
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* sub = app.add_subcommand("check", "Look for mistakes in a scenario's provisioning");
+    sub->add_option("FILE", *file, "The scenario; - is standard input")->required();
+    sub->add_flag("--json", *json, "Print one JSON object instead of lines");
+    sub->footer(
+        "\nExamples:\n  gponflow check scenarios/subscriber-line.scn\n"
+        "  gponflow check --json line.scn | jq '.findings[].reason'\n\n"
+        "Nothing is run. Exit status: 0 no problem (there may be notes), 1 a problem, 2 the "
+        "scenario cannot be understood.");
+    sub->callback([file, json] {
+        if (const int status = check(*file, *json); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow explain: one frame of a scenario from the command line to the account of its way.
+#include <iostream>
+#include <memory>
+#include <utility>
+
+#include "tool/commands/commands.h"
+#include "tool/explain/explain.h"
+#include "tool/live/source.h"
+
+namespace gponflow {
+
+namespace {
+
+struct explain_request {
+    live_source source;
+    frame_choice frame;
+};
+
+// On the device the scenario may be missing: the first word is the frame's then.
+void sort_words(explain_request& request)
+{
+    if (request.source.backend == "device" && request.source.file.find('=') != std::string::npos)
+        request.frame.words.insert(request.frame.words.begin(),
+                                   std::exchange(request.source.file, {}));
+    else if (request.source.backend.empty())
+        request.source.backend = "host";
+}
+
+int explain(const explain_request& request)
+{
+    exit_status status = all_held;
+    const std::optional<scenario> parsed = open_source(request.source, status);
+    if (status != all_held)
+        return status;
+    std::optional<explained_frame> frame;
+    try {
+        frame = choose_frame(request.frame);
+    } catch (const std::runtime_error& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_understood;
+    }
+    try {
+        const bool device = request.source.backend == "device";
+        const std::unique_ptr<backend> where = make_backend(request.source.backend);
+        if (const auto told =
+                explain_frame(parsed.value_or(scenario{"gponflow", {}}), *where, frame, std::cerr,
+                              status, device ? told_by::trace_mark : told_by::full_detail))
+            print_explanation(*told, std::cout, colours_of(1));
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_supported;
+    }
+    return finish_output() ? status : not_supported;
+}
+
+} // namespace
+
+void add_explain_command(CLI::App& app)
+{
+    const auto request = std::make_shared<explain_request>();
+    CLI::App* sub = app.add_subcommand("explain", "Tell the way of one frame, step by step");
+    sub->add_option("FILE", request->source.file,
+                    "The scenario; - is standard input; not needed with --backend=device");
+    sub->add_option("OPTION", request->frame.words,
+                    "The frame as a hook command has it: kind=K port=P gem=G frame=HEX ...");
+    sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
+    sub->add_option("--frame", request->frame.number, "Its number in the capture, from 1")
+        ->needs("--pcap")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    sub->add_option("--backend", request->source.backend,
+                    "host, the module in this process (what is done without it), or device: the "
+                    "frame goes through the module of the running kernel")
+        ->check(CLI::IsMember(backend_names()));
+    sub->footer(
+        "\nExamples:\n"
+        "  gponflow explain scenarios/subscriber-line.scn kind=up_ani \\\n"
+        "    frame=0200000000010200000001028100006508004500\n"
+        "  gponflow explain scenarios/subscriber-line.scn kind=up_uni port=1 \\\n"
+        "    --pcap captures/upstream-uni1.pcap --frame 3\n"
+        "  gponflow explain line.scn\n"
+        "  gponflow explain --backend=device kind=up_ani \\\n"
+        "    frame=0200000000010200000001028100006508004500\n\n"
+        "The scenario runs first, then the frame. Without a frame, the last hook command of the "
+        "scenario that has one is explained. On the device, the trace filter is set to the frame's "
+        "addresses and outer tags for the moment, and is off afterwards.");
+    sub->callback([request] {
+        sort_words(*request);
+        if (const int status = explain(*request); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow graph: a scenario from its file to the drawing of its managed entities.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "tool/commands/commands.h"
+#include "tool/explain/explain.h"
+#include "tool/model/graph.h"
+#include "tool/scenario/open.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+struct graph_request {
+    std::string scenario;
+    std::string output;
+    std::string highlight; ///< hook options between commas
+    frame_choice frame;    ///< a capture and the number in it, or nothing
+};
+
+frame_choice choice_of(const graph_request& request)
+{
+    frame_choice choice = request.frame;
+    std::istringstream words(request.highlight);
+    for (std::string word; std::getline(words, word, ',');)
+        choice.words.push_back(word);
+    return choice;
+}
+
+// The instances that passed the frame, from where it entered; of one that none passed, those on
+// the ways that came farthest.
+std::vector<me_id> walked_path(const walk_story& story)
+{
+    std::vector<me_id> path;
+    for (const walk_step& step : story.steps)
+        if (step.passed)
+            path.push_back(step.at);
+    if (!path.empty())
+        return path;
+    for (const size_t last : deepest_dead_ends(story))
+        for (const size_t at : branch_to(story, last))
+            path.push_back(story.steps[at].at);
+    return path;
+}
+
+std::vector<me_id> highlighted(const explanation& told)
+{
+    std::vector<me_id> walked = walked_path(told.story);
+    if (walked.empty())
+        std::cerr << "gponflow: the frame came to no managed entity: no way is highlighted\n";
+    else if (told.answer && told.answer->api_result != 0)
+        std::cerr << "gponflow: the frame is dropped: highlighted is how far it came\n";
+    return walked;
+}
+
+void write_graph(const std::string& dot, const std::string& output)
+{
+    const std::string extension = std::filesystem::path(output).extension().string();
+    if (output.empty()) {
+        std::cout << dot;
+    } else if (extension == ".svg" || extension == ".png") {
+        render_dot(dot, extension.substr(1), output);
+    } else if (extension == ".dot") {
+        std::ofstream file(output, std::ios::binary);
+        if (!(file << dot << std::flush))
+            throw std::runtime_error(output + ": cannot be written");
+    } else {
+        throw std::runtime_error(output + ": the name must end in .dot, .svg or .png");
+    }
+}
+
+int graph(const graph_request& request)
+{
+    const std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
+    if (!parsed)
+        return not_understood;
+    try {
+        std::vector<me_id> walked;
+        if (!request.highlight.empty()) {
+            exit_status status = all_held;
+            const std::unique_ptr<backend> where = make_host_backend();
+            const auto told =
+                explain_frame(*parsed, *where, choose_frame(choice_of(request)), std::cerr, status);
+            if (!told)
+                return status;
+            walked = highlighted(*told);
+        }
+        std::ostringstream dot;
+        write_dot(mirror(*parsed), walked, dot);
+        write_graph(dot.str(), request.output);
+    } catch (const std::runtime_error& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_understood;
+    }
+    return finish_output() ? all_held : not_supported;
+}
+
+} // namespace
+
+void add_graph_command(CLI::App& app)
+{
+    const auto request = std::make_shared<graph_request>();
+    CLI::App* sub = app.add_subcommand("graph", "Draw the managed entities of a scenario");
+    sub->add_option("FILE", request->scenario, "The scenario; - is standard input")->required();
+    sub->add_option("-o,--output", request->output,
+                    "A .dot, .svg or .png file; DOT on standard output without it");
+    CLI::Option* highlight =
+        sub->add_option("--highlight", request->highlight,
+                        "Hook options of a frame whose way is drawn bold: kind=K,frame=HEX,...");
+    CLI::Option* capture =
+        sub->add_option("--pcap", request->frame.capture, "Take that frame from a capture file")
+            ->needs(highlight);
+    sub->add_option("--frame", request->frame.number, "Its number in the capture, from 1")
+        ->needs(capture)
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    sub->footer("\nExamples:\n"
+                "  gponflow graph scenarios/subscriber-line.scn -o line.svg\n"
+                "  gponflow graph scenarios/subscriber-line.scn -o line.png \\\n"
+                "    --highlight kind=up_ani,frame=0200000000010200000001018100006408004500\n"
+                "  gponflow graph line.scn -o line.svg --highlight kind=up_ani \\\n"
+                "    --pcap lost.pcap --frame 1\n\n"
+                "Pointers to what does not exist are red, pointers that found no place or came "
+                "too early are dashed; a tagging operation is dotted to what has its id. Of a "
+                "dropped frame, the way is bold as far as it came. Pictures need the command dot "
+                "of graphviz.");
+    sub->callback([request] {
+        if (const int status = graph(*request); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

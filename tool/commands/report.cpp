@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/commands/report.h"
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "tool/report/captures.h"
+#include "tool/report/page.h"
+#include "tool/report/picture.h"
+#include "tool/scenario/open.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+struct report_request {
+    std::string scenario;
+    std::vector<std::string> captures;
+    std::string output = "report.html";
+};
+
+void write_page(const std::string& page, const std::string& output)
+{
+    if (output == "-") {
+        std::cout << page;
+        return;
+    }
+    std::ofstream file(output, std::ios::binary);
+    if (!(file << page << std::flush))
+        throw std::runtime_error(output + ": cannot be written");
+}
+
+// A report without its drawing is worth having; the reason stands in its place.
+std::string drawn_page(const report_data& data)
+{
+    std::string picture;
+    std::string no_picture;
+    try {
+        picture = svg_of(data.entities);
+    } catch (const std::runtime_error& why) {
+        no_picture = "The graph cannot be drawn: is the command dot of graphviz installed?";
+        std::cerr << "gponflow: " << why.what() << '\n';
+    }
+    return report_page(data, picture, no_picture);
+}
+
+int report(const report_request& request)
+{
+    std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
+    if (!parsed)
+        return not_understood;
+    try {
+        // What follows the scenario meets the module as the scenario leaves it.
+        for (scenario_line& line : capture_lines(request.captures))
+            parsed->lines.push_back(std::move(line));
+        const std::unique_ptr<backend> where = make_host_backend();
+        report_data data;
+        const exit_status status = collect_report(*parsed, *where, data, std::cerr);
+        if (status == all_held)
+            write_page(drawn_page(data), request.output);
+        return finish_output() ? status : not_supported;
+    } catch (const std::runtime_error& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_understood;
+    }
+}
+
+} // namespace
+
+void add_report_command(CLI::App& app)
+{
+    const auto request = std::make_shared<report_request>();
+    CLI::App* sub = app.add_subcommand(
+        "report", "Write one page for a colleague: graph, flows, drops explained, rules");
+    sub->add_option("FILE", request->scenario, "The scenario; - is standard input")->required();
+    sub->add_option("--pcap", request->captures,
+                    "Captures whose frames follow the scenario, each with the options of a pcap "
+                    "command behind commas: FILE,kind=up_uni,port=1; kind is up_ani without it");
+    sub->add_option("-o,--output", request->output, "The page; - is standard output")
+        ->capture_default_str();
+    sub->footer("\nExamples:\n"
+                "  gponflow report scenarios/demo.scn -o report.html\n"
+                "  gponflow report scenarios/subscriber-line.scn -o report.html \\\n"
+                "    --pcap captures/upstream-uni1.pcap captures/upstream-uni2.pcap \\\n"
+                "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n\n"
+                "The page stands alone: it loads nothing, and can be sent, opened and printed. The "
+                "frames of the scenario itself are in it too. The drawing needs the command dot "
+                "of graphviz.");
+    sub->callback([request] {
+        if (const int status = report(*request); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

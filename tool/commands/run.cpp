@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow run: a scenario from its file to its transcript.
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/scenario/open.h"
+#include "tool/scenario/run.h"
+
+namespace gponflow {
+
+namespace {
+
+struct run_arguments {
+    std::string file;
+    std::string backend = "host";
+    bool mask_lines = false;
+};
+
+constexpr const char* run_help = R"(
+A scenario has one command a line; lines that begin with # are comments:
+
+  load                        the module comes up, switched off
+  hook kind=switch param=1    ... and is switched on
+  me create PPTP_ETHERNET_UNI 0x101
+  me create MAC_BRIDGE_SERVICE_PROFILE 1
+  me create MAC_BRIDGE_PORT_CON_DATA 1 bridgeID=1 tpType=1 tpPointer=0x101
+  hook kind=up_uni port=1 frame=ffffffffffff0202020202020800
+  expect ret=2                the hook function answers 2 whatever becomes of the frame
+  debug show raw_data         every instance, in the log
+  unload
+
+Exit status: 0 every command ran and every expect held, 1 an expect failed, 2 a line or a file
+cannot be understood (nothing ran), 3 the backend cannot do what a command asks for.)";
+
+// What cannot be written is lost for whoever compares transcripts: no success then.
+int written(exit_status status)
+{
+    if (std::cout.flush())
+        return status;
+    std::cerr << "gponflow: cannot write the transcript to standard output\n";
+    return not_supported;
+}
+
+int run(const run_arguments& arguments)
+{
+    const std::optional<scenario> parsed = open_scenario(arguments.file, std::cerr);
+    if (!parsed)
+        return not_understood;
+    try {
+        const std::unique_ptr<backend> where = make_backend(arguments.backend);
+        return written(run_scenario(*parsed, *where, std::cout, std::cerr, arguments.mask_lines));
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_supported;
+    }
+}
+
+} // namespace
+
+void add_run_command(CLI::App& app)
+{
+    const auto arguments = std::make_shared<run_arguments>();
+    CLI::App* run_app = app.add_subcommand("run", "Run a scenario and print its transcript");
+    run_app->add_option("FILE", arguments->file, "The scenario; - is standard input")->required();
+    run_app
+        ->add_option("--backend", arguments->backend,
+                     "host: the module in this process; "
+                     "device: the module in the running kernel")
+        ->check(CLI::IsMember(backend_names()))
+        ->capture_default_str();
+    run_app->add_flag("--mask-lines", arguments->mask_lines,
+                      "Print the source line numbers of log messages as 0");
+    run_app->footer(run_help);
+    run_app->callback([arguments] {
+        if (const int status = run(*arguments); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow show: what the module knows, from its own dumps.
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/live/arguments.h"
+#include "tool/live/show_output.h"
+#include "tool/live/source.h"
+
+namespace gponflow {
+
+namespace {
+
+struct show_request {
+    live_source source;
+    bool json = false;
+    bool table = false;
+    std::vector<uint16_t> classes;
+    std::optional<uint16_t> instance;
+    std::string direction;
+};
+
+using look = int (*)(const show_request&, quiet_run&);
+
+palette colours()
+{
+    return colours_of(1);
+}
+
+int written()
+{
+    return finish_output() ? all_held : not_supported;
+}
+
+int show_rules(const show_request& request, quiet_run& run)
+{
+    const auto answer = run.ask("show flow_rule");
+    if (!answer)
+        return tell_not_loaded();
+    std::optional<rule_table> table = read_rule_table(*answer);
+    if (!table)
+        throw refusal("the module's log shows no table of rules");
+    if (!request.direction.empty())
+        std::erase_if(table->rules, [&](const dumped_rule& rule) {
+            return rule.key.direction != request.direction;
+        });
+    if (request.json)
+        print_rules_json(*table, std::cout);
+    else
+        print_rules(*table, std::cout, colours());
+    return written();
+}
+
+int show_me(const show_request& request, quiet_run& run)
+{
+    const auto answer = run.ask("show raw_data");
+    if (!answer)
+        return tell_not_loaded();
+    std::vector<dumped_instance> all = read_instances(*answer);
+    std::erase_if(all, [&](const dumped_instance& one) {
+        const bool wanted =
+            request.classes.empty() ||
+            std::ranges::find(request.classes, one.id.class_id) != request.classes.end();
+        return !wanted || (request.instance && *request.instance != one.id.instance);
+    });
+    if (request.json)
+        print_instances_json(all, std::cout);
+    else
+        print_instances(all, std::cout, colours());
+    return written();
+}
+
+module_status ask_status(quiet_run& run)
+{
+    module_status status;
+    const auto on = run.ask("show en_flag");
+    if (!on)
+        return status;
+    status.loaded = true;
+    status.enabled = read_switch(*on).value_or(false);
+    status.rules = read_rule_table(run.ask("show flow_rule").value_or("")).value_or(rule_table{});
+    status.instances = read_instances(run.ask("show raw_data").value_or(""));
+    return status;
+}
+
+int show_status(const show_request& request, quiet_run& run)
+{
+    const module_status status = ask_status(run);
+    if (request.json)
+        print_status_json(status, std::cout);
+    else
+        print_status(status, std::cout, colours());
+    return written();
+}
+
+CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request, const char* name,
+                   const char* what, look view)
+{
+    CLI::App* sub = show.add_subcommand(name, what);
+    add_source_options(*sub, request->source);
+    CLI::Option* json = sub->add_flag("--json", request->json, "One JSON object");
+    sub->add_flag("--table", request->table, "A table for people (what is done without it, too)")
+        ->excludes(json);
+    sub->callback([request, view] {
+        const int status =
+            look_at(request->source, [&](quiet_run& run) { return view(*request, run); });
+        if (status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+    return sub;
+}
+
+void add_class_options(CLI::App& me, const std::shared_ptr<show_request>& request)
+{
+    me.add_option_function<std::vector<std::string>>(
+          "--class",
+          [request](const std::vector<std::string>& words) {
+              for (const std::string& word : words)
+                  request->classes.push_back(read_class(word));
+          },
+          "Only this class, by name or number; may come more than once")
+        ->type_name("CLASS")
+        ->allow_extra_args(false);
+    me.add_option_function<std::string>(
+          "--instance",
+          [request](const std::string& word) { request->instance = read_instance(word); },
+          "Only this instance id")
+        ->type_name("ID");
+}
+
+} // namespace
+
+void add_show_command(CLI::App& app)
+{
+    CLI::App* show = app.add_subcommand("show", "Show the rules, managed entities or the state");
+    show->require_subcommand(1);
+    show->footer("\nExamples:\n"
+                 "  gponflow show status\n"
+                 "  gponflow show rules --json | jq '.rules[].direction'\n"
+                 "  gponflow show me scenarios/subscriber-line.scn --class GEM_PORT_CTP\n\n"
+                 "Without a scenario, the module of the running kernel is asked; that takes root.");
+    const auto request = std::make_shared<show_request>();
+    CLI::App* rules = add_view(*show, request, "rules", "The learnt rules", show_rules);
+    rules->add_option("--direction", request->direction, "Only rules of this direction")
+        ->check(CLI::IsMember({"UP_UNI", "UP_ANI", "DOWN_ANI", "DOWN_UNI"}, CLI::ignore_case));
+    rules->footer("\nExamples:\n  gponflow show rules\n"
+                  "  gponflow show rules --direction UP_ANI scenarios/tour.scn\n\n"
+                  "VLAN is the id and, behind a p, the priority of each tag, outer tag first.");
+    CLI::App* me = add_view(*show, request, "me", "The managed entities", show_me);
+    add_class_options(*me, request);
+    me->footer("\nExamples:\n  gponflow show me --class 268 --class GEM_INTERWORK_TP\n"
+               "  gponflow show me --json scenarios/subscriber-line.scn --instance 0x1001\n\n"
+               "The columns that end in Inst are the links that the module has recorded.");
+    add_view(*show, request, "status", "Whether the engine is on, and how much it holds",
+             show_status)
+        ->footer("\nExample:\n  gponflow show status --json\n\n"
+                 "The status is 0 also when the module is not loaded: the answer says so.");
+}
+
+} // namespace gponflow

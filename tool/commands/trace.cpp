@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow trace: the ways of the frames that a filter marks.
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/live/source.h"
+#include "tool/live/trace.h"
+
+namespace gponflow {
+
+namespace {
+
+struct trace_request {
+    std::string filter;
+    live_source source;
+    trace_limits limits;
+};
+
+int trace(const trace_request& request)
+{
+    trace_filter filter;
+    try {
+        filter = read_trace_filter(request.filter);
+    } catch (const std::runtime_error& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return not_understood;
+    }
+    if (request.source.file.empty())
+        return look_at(request.source, [&](quiet_run& run) {
+            return trace_device(run, filter, request.limits, std::cout, std::cerr, colours_of(1));
+        });
+    exit_status status = all_held;
+    const std::optional<scenario> parsed = open_source(request.source, status);
+    if (!parsed)
+        return status;
+    try {
+        const std::unique_ptr<backend> where = make_backend(backend_of(request.source));
+        status = trace_scenario(*parsed, *where, filter, request.limits, std::cout, std::cerr,
+                                colours_of(1));
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        status = not_supported;
+    }
+    return finish_output() ? status : not_supported;
+}
+
+} // namespace
+
+void add_trace_command(CLI::App& app)
+{
+    const auto request = std::make_shared<trace_request>();
+    CLI::App* sub =
+        app.add_subcommand("trace", "Tell the way of every frame that matches a filter");
+    sub->add_option("FILTER", request->filter,
+                    "In one word: \"dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN\"")
+        ->required();
+    add_source_options(*sub, request->source);
+    sub->add_option("--count", request->limits.frames, "End after so many frames")
+        ->check(CLI::PositiveNumber);
+    sub->add_option("--seconds", request->limits.seconds, "End after this time (running kernel)")
+        ->check(CLI::PositiveNumber);
+    sub->footer("\nExamples:\n"
+                "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
+                "  gponflow trace \"src_mac=02:00:00:00:01:02 outer_vlan=100p5\" --count 1\n"
+                "  gponflow trace \"outer_vlan=101\" scenarios/tour.scn\n\n"
+                "Without a scenario, the module of the running kernel marks the frames, its log is "
+                "followed, and the filter is off when the command ends, also by Ctrl-C. Only a "
+                "kill -9 leaves it: gponflow set trace off. What the filter gives must match "
+                "together; a VLAN is VLAN id and priority (100p5), or the whole TCI as a number. "
+                "Frames that two processors handle at the same moment are mixed in the log.");
+    sub->callback([request] {
+        if (const int status = trace(*request); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow watch: the rules, looked at again and again.
+#include <chrono>
+#include <functional>
+#include <iostream>
+#include <memory>
+
+#include "tool/commands/commands.h"
+#include "tool/live/screen.h"
+#include "tool/live/source.h"
+#include "tool/live/stop_signals.h"
+#include "tool/live/watch.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+struct watch_request {
+    live_source source;
+    bool once = false;
+    unsigned interval = 2;
+};
+
+void print(const std::vector<std::string>& lines)
+{
+    for (const std::string& line : lines)
+        std::cout << line << '\n';
+    std::cout << std::flush;
+}
+
+uint64_t seconds_now()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
+}
+
+std::vector<std::string> look_again(quiet_run& run, rule_watch& watch)
+{
+    const auto answer = run.ask("show flow_rule");
+    if (!answer)
+        throw refusal("the module is not loaded");
+    const std::optional<rule_table> table = read_rule_table(*answer);
+    if (!table)
+        throw refusal("the module's log shows no table of rules");
+    watch.look(*table, seconds_now());
+    return watch.lines(seconds_now(), "s");
+}
+
+using lines_of_look = std::vector<std::string>;
+
+// Keys, a new size of the terminal and signals are seen to until the next look; true at the end.
+bool wait_for_look(stop_signals& stop, screen& terminal, unsigned interval)
+{
+    using clock = std::chrono::steady_clock;
+    const clock::time_point next = clock::now() + std::chrono::seconds(interval);
+    for (auto left = next - clock::now(); left.count() > 0; left = next - clock::now()) {
+        const auto time = std::chrono::ceil<std::chrono::milliseconds>(left);
+        if (stop.wait(terminal.keys(), static_cast<int>(time.count())) || terminal.wants_to_end())
+            return true;
+    }
+    return false;
+}
+
+// Looks again and again, until it is told to end.
+void follow(lines_of_look lines, const std::function<lines_of_look()>& look, unsigned interval)
+{
+    stop_signals stop;
+    if (const std::unique_ptr<screen> terminal = open_screen()) {
+        terminal->show(lines);
+        while (!wait_for_look(stop, *terminal, interval))
+            terminal->show(look());
+        return;
+    }
+    print(lines);
+    while (std::cout && !stop.wait(-1, static_cast<int>(interval) * 1000))
+        print(look());
+}
+
+int watch_device(const watch_request& request, quiet_run& run)
+{
+    rule_watch watch;
+    const auto look = [&] { return look_again(run, watch); };
+    // What is wrong with the module is told before the terminal is taken.
+    lines_of_look lines = look();
+    if (request.once)
+        print(lines);
+    else
+        follow(std::move(lines), look, request.interval);
+    return all_held;
+}
+
+// What a scenario leaves behind does not change: it is there to scroll in.
+void show_until_end(const lines_of_look& lines)
+{
+    stop_signals stop;
+    const std::unique_ptr<screen> terminal = open_screen();
+    if (!terminal) {
+        print(lines);
+        return;
+    }
+    terminal->show(lines);
+    while (!stop.wait(terminal->keys(), -1) && !terminal->wants_to_end())
+        continue;
+}
+
+int watch(const watch_request& request)
+{
+    if (request.source.file.empty())
+        return look_at(request.source, [&](quiet_run& run) { return watch_device(request, run); });
+    exit_status status = all_held;
+    const std::optional<scenario> parsed = open_source(request.source, status);
+    if (!parsed)
+        return status;
+    const std::unique_ptr<backend> where = make_backend("host");
+    const auto lines = watch_scenario(without_last_unload(*parsed), *where, std::cerr, status);
+    if (lines && request.once)
+        print(*lines);
+    else if (lines)
+        show_until_end(*lines);
+    return finish_output() ? status : not_supported;
+}
+
+} // namespace
+
+void add_watch_command(CLI::App& app)
+{
+    const auto request = std::make_shared<watch_request>();
+    CLI::App* sub = app.add_subcommand("watch", "Watch the rules: their age, hits and way");
+    sub->add_option("FILE", request->source.file,
+                    "A scenario that runs in this process; without it, the running kernel");
+    sub->add_flag("--once", request->once, "Print the rules once and end");
+    sub->add_option("--interval", request->interval, "Seconds between two looks")
+        ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
+    const char* screen_help =
+        has_screen() ? "On a terminal the table fills the screen: arrows, page keys, home and end "
+                       "scroll, q or Ctrl-C ends it. Elsewhere the table is printed at each look, "
+                       "until Ctrl-C."
+                     : "This build has no library for terminals: the table is printed at each "
+                       "look, until Ctrl-C.";
+    sub->footer(std::string("\nExamples:\n  gponflow watch\n"
+                            "  gponflow watch --once scenarios/demo.scn\n\n"
+                            "Of a running kernel, the age counts from the first look that saw the "
+                            "rule, in seconds; behind > it is older. The module keeps no count of "
+                            "hits, so there is a - there. Of a scenario both are exact, the age in "
+                            "jiffies. Each look prints the table into the kernel log.\n") +
+                screen_help);
+    sub->callback([request] {
+        if (const int status = watch(*request); status != all_held)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

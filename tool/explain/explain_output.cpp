@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// An explanation as text for people.
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <utility>
+
+#include "tool/explain/explain.h"
+#include "tool/explain/log_patterns.h"
+
+namespace gponflow {
+
+namespace {
+
+// The attributes of an instance that decide where a frame goes.
+std::string attributes(const mirrored_instance& me)
+{
+    switch (me.id.class_id) {
+    case 47: {
+        const auto port = me.as<gpon_raw_mbpcd>();
+        return "bridgeID=" + hex_text(port.bridgeID) + " tpType=" + std::to_string(port.tpType) +
+               " tpPointer=" + hex_text(port.tpPointer);
+    }
+    case 130: {
+        const auto mapper = me.as<gpon_raw_mapper>();
+        std::string list;
+        for (const uint16_t gem_iw : mapper.pbit_GemIWTP)
+            list += (list.empty() ? "" : ",") + hex_text(gem_iw);
+        return "pbit_GemIWTP=" + list;
+    }
+    case 266:
+        return "gemCTPInstID=" + hex_text(me.as<gpon_raw_gemiw>().gemCTPInstID);
+    case 268: {
+        const auto ctp = me.as<gpon_raw_gemctp>();
+        return "portID=" + std::to_string(ctp.portID) +
+               " direction=" + std::to_string(ctp.direction);
+    }
+    case 281:
+        return "GemCTPInstID=" + hex_text(me.as<gpon_raw_multigemiw>().GemCTPInstID);
+    default:
+        return {};
+    }
+}
+
+// A replayed step's instance is unknown where no message names it.
+std::string title(const walk_step& step, bool replayed)
+{
+    std::string text = to_text(step.at);
+    if (replayed && step.at.instance == 0)
+        text = text.substr(0, text.find(" 0x"));
+    return text;
+}
+
+void print_step(const walk_step& step, bool replayed, const mirror& entities, std::ostream& out,
+                const palette& colours)
+{
+    const std::string indent(2 * (step.depth + 1), ' ');
+    const std::string name = title(step, replayed);
+    out << indent << (step.passed ? colours.good(name) : name);
+    if (const mirrored_instance* me = entities.find(step.at))
+        if (const std::string text = attributes(*me); !text.empty())
+            out << "  " << text;
+    out << '\n';
+    for (const std::string& decision : step.decisions)
+        out << indent << "    " << decision << '\n';
+    if (!step.dead_end.empty())
+        out << indent << "    " << colours.bad("x " + step.dead_end) << '\n';
+}
+
+void print_steps(const walk_story& story, const mirror& entities, std::ostream& out,
+                 const palette& colours)
+{
+    for (const walk_step& step : story.steps)
+        print_step(step, story.replayed, entities, out, colours);
+}
+
+void print_queue(uint16_t gem, const mirror& entities, std::ostream& out)
+{
+    for (const mirrored_instance& ctp : entities.instances(268)) {
+        const auto me = ctp.as<gpon_raw_gemctp>();
+        if (me.portID != gem)
+            continue;
+        if (me.trafficMgrPtrUp != 0)
+            out << ", " << to_text({277, me.trafficMgrPtrUp});
+        return;
+    }
+}
+
+// A replay ends early or not, but always well.
+bool reached_egress(const walk_story& story)
+{
+    return story.replayed || std::ranges::any_of(story.steps, &walk_step::passed);
+}
+
+// What the tree above it does not show: a refusal is not always the end of a frame.
+void print_why_not_dropped(const walk_story& story, std::ostream& out)
+{
+    const std::optional<size_t> refusal = deepest_dead_end(story);
+    if (story.replayed && refusal)
+        out << "The replay ends at " << title(story.steps[*refusal], true)
+            << ", and the frame passes all the same: no step of a replay drops a frame.\n";
+    else if (!reached_egress(story) && story.fwd_flag == 4)
+        out << "No branch leads into a bridge, and the frame passes all the same: one of a "
+               "multicast "
+               "GEM port is dropped neither by a filter nor for want of a bridge.\n";
+}
+
+void print_success(const explanation& what, std::ostream& out, const palette& colours)
+{
+    out << colours.good("passes");
+    if (what.what.options.kind == 1) {
+        out << " to GEM port " << what.answer->gem;
+        print_queue(what.answer->gem, what.entities, out);
+    } else if (what.what.options.kind == 0) {
+        out << " into the bridge";
+    } else if (what.what.options.kind == 3) {
+        out << " from GEM port " << what.answer->gem
+            << (reached_egress(what.story) ? " into the bridge" : "");
+    } else {
+        out << " to the UNI: this half is not walked";
+    }
+    if (what.story.replayed)
+        out << "; its rule was replayed\n";
+    else
+        out << (what.story.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
+    print_why_not_dropped(what.story, out);
+}
+
+void print_branch(const walk_story& story, size_t last, std::ostream& out)
+{
+    out << "deepest branch: ";
+    const char* between = "";
+    for (const size_t at : branch_to(story, last))
+        out << std::exchange(between, " > ") << title(story.steps[at], story.replayed);
+    out << '\n';
+}
+
+void print_drop(const walk_story& story, std::ostream& out, const palette& colours)
+{
+    out << colours.bad("dropped") << '\n';
+    for (const size_t last : deepest_dead_ends(story)) {
+        print_branch(story, last, out);
+        for (const std::string& decision : story.steps[last].decisions)
+            out << "  " << decision << '\n';
+    }
+    if (const std::string ends = dead_ends_text(story); !ends.empty()) {
+        out << "The frame got as far as " << ends << ".\n";
+        return;
+    }
+    for (const std::string& complaint : story.complaints)
+        out << "  " << complaint << '\n';
+    out << (story.steps.empty() ? "The frame entered no managed entity.\n"
+                                : "The walk passed, what came after it failed.\n");
+}
+
+constexpr std::array<const char*, 4> kinds = {
+    "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
+    "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
+
+const char* direction_title(unsigned fwd_flag)
+{
+    switch (fwd_flag) {
+    case 1:
+        return kinds[1];
+    case 2:
+        return kinds[0];
+    case 4:
+        return kinds[3];
+    case 8:
+        return kinds[2];
+    default:
+        return "a marked frame";
+    }
+}
+
+void print_if_garbled(const walk_story& story, std::ostream& out)
+{
+    if (story.garbled)
+        out << "These lines do not fit together: another marked frame was handled at the same "
+               "moment on another processor, or some are missing.\n";
+}
+
+void print_doubts(const explanation& what, std::ostream& out)
+{
+    if (what.lines_lost)
+        out << "Lines of the kernel log were lost: something may be missing here (boot with a "
+               "larger log_buf_len).\n";
+    if (what.others_mixed)
+        out << "Other frames of the same addresses came at the same time: this may be the way of "
+               "one of them.\n";
+    else
+        print_if_garbled(what.story, out);
+}
+
+// The GEM port that a walk upstream has led to.
+std::string gem_port_of(const walk_story& story, const mirror& entities)
+{
+    for (const walk_step& step : story.steps)
+        if (const mirrored_instance* ctp = entities.find(step.at);
+            step.passed && ctp && step.at.class_id == 268)
+            return std::to_string(ctp->as<gpon_raw_gemctp>().portID);
+    return {};
+}
+
+} // namespace
+
+std::string dead_ends_text(const walk_story& story, size_t most)
+{
+    // By reason, in the order in which each was met first.
+    std::vector<std::pair<std::string, std::vector<std::string>>> ends;
+    for (const size_t i : deepest_dead_ends(story)) {
+        const walk_step& step = story.steps[i];
+        auto known =
+            std::ranges::find(ends, step.dead_end, [](const auto& end) { return end.first; });
+        if (known == ends.end())
+            known = ends.insert(ends.end(), {step.dead_end, {}});
+        known->second.push_back(title(step, story.replayed));
+    }
+    std::string text;
+    for (const auto& [reason, places] : ends) {
+        text += text.empty() ? "" : "; ";
+        const size_t named = most ? std::min(most, places.size()) : places.size();
+        for (size_t i = 0; i < named; ++i)
+            text += (i ? ", " : "") + places[i];
+        if (named < places.size())
+            text += " and " + std::to_string(places.size() - named) + " more";
+        text += ": " + reason;
+    }
+    return text;
+}
+
+void print_explanation(const explanation& what, std::ostream& out, const palette& colours)
+{
+    const uint32_t kind = what.what.options.kind;
+    out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call of no direction")
+        << ", " << what.what.frame.size() << " bytes\n";
+    if (!what.answer) {
+        out << "not looked at: the module is not loaded\n";
+        return;
+    }
+    if (!what.story.ran) {
+        out << "not looked at: the engine is switched off (hook kind=switch param=1 switches it "
+               "on)\n";
+        return;
+    }
+    print_steps(what.story, what.entities, out, colours);
+    if (what.answer->api_result == 0)
+        print_success(what, out, colours);
+    else
+        print_drop(what.story, out, colours);
+    print_doubts(what, out);
+}
+
+void print_marked_frame(const walk_story& story, const mirror& entities, std::ostream& out,
+                        const palette& colours)
+{
+    out << colours.heading(direction_title(story.fwd_flag)) << '\n';
+    print_steps(story, entities, out, colours);
+    if (story.dropped) {
+        print_drop(story, out, colours);
+        print_if_garbled(story, out);
+        return;
+    }
+    out << colours.good("passes");
+    if (const std::string port = gem_port_of(story, entities); !port.empty())
+        out << (story.fwd_flag == 4 ? " from GEM port " : " to GEM port ") << port;
+    out << (story.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
+    print_why_not_dropped(story, out);
+    print_if_garbled(story, out);
+}
+
+} // namespace gponflow

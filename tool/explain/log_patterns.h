@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What the decisions on a walk say, in words: operands that no message carries are taken from the
+// mirror and the frame.
+#pragma once
+
+#include <string>
+
+#include "tool/model/line_model.h"
+
+namespace gponflow {
+
+/// "0x0011".
+std::string hex_text(unsigned value, int digits = 4);
+
+/// "GEM_PORT_CTP".
+std::string class_text(unsigned class_id);
+
+/// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
+/// that bridge port.
+std::string filter_text(const mirror& entities, me_id port, unsigned operation, unsigned tci,
+                        bool tagged);
+
+/// What the mapper of a GEM IW TP makes of a frame: "mapper 0x0001: TCI 0x6064, priority 3 selects
+/// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not
+/// known.
+std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, const bytes* frame);
+
+/// Why a frame cannot go through a bridge port in its direction.
+std::string side_text(const mirror& entities, me_id port);
+
+/// Why a walk ends at an instance that has said nothing about it.
+std::string end_text(const mirror& entities, me_id at);
+
+/// The DSCP of a frame as the module reads it, -1 when it reads none.
+int dscp_of(const bytes& frame);
+
+} // namespace gponflow

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The module in the running kernel, on the reference platform.
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include "include/uapi/gpon_flow.h"
+#include "tool/live/kernel_log.h"
+#include "tool/live/module_file.h"
+#include "tool/live/soft_onu.h"
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr const char* device_file = "/dev/gpon_flow";
+constexpr const char* proc_file = "/proc/gpon_flow/debug";
+
+long answer_of(long result)
+{
+    return result < 0 ? -errno : result;
+}
+
+// There is no udev in a small system: the node is made when the kernel has the device.
+descriptor open_device()
+{
+    descriptor found(open(device_file, O_RDWR | O_CLOEXEC));
+    if (!found && errno == ENOENT && is_module_loaded() &&
+        mknod(device_file, S_IFCHR | 0600, makedev(GPON_FLOW_MAJOR, 0)) == 0)
+        return descriptor(open(device_file, O_RDWR | O_CLOEXEC));
+    return found;
+}
+
+class device_backend final : public backend {
+public:
+    void set_sink(backend_sink sink) override { sink_ = std::move(sink); }
+
+    std::optional<int> load() override
+    {
+        if (is_module_loaded())
+            throw refusal("the module is loaded already");
+        platform().set_mapping({.answer = 0});
+        platform().set_queue_mapping({.answer = 0});
+        return told(load_module());
+    }
+
+    void unload() override
+    {
+        if (!is_module_loaded())
+            throw refusal("the module is not loaded");
+        if (const int failure = told(unload_module()))
+            throw refusal(std::string("the module does not unload: ") + std::strerror(-failure));
+    }
+
+    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    {
+        return told(platform().hook(options, frame));
+    }
+
+    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
+    {
+        const descriptor device = open_device();
+        if (!device)
+            return absent_or_refused(device_file);
+        return told(answer_of(::ioctl(device.get(), number, argument)));
+    }
+
+    std::optional<long> proc_write(std::string_view text) override
+    {
+        const descriptor entry(open(proc_file, O_WRONLY | O_CLOEXEC));
+        if (!entry)
+            return absent_or_refused(proc_file);
+        return told(answer_of(write(entry.get(), text.data(), text.size())));
+    }
+
+    std::optional<long> proc_read() override
+    {
+        const descriptor entry(open(proc_file, O_RDONLY | O_CLOEXEC));
+        if (!entry)
+            return absent_or_refused(proc_file);
+        char text[64];
+        return told(answer_of(read(entry.get(), text, sizeof(text))));
+    }
+
+    uint64_t advance(uint64_t) override
+    {
+        throw refusal("time in a kernel passes by itself: 'advance' needs --backend=host");
+    }
+
+    void set_mapping(const pointer_setting& setting) override { platform().set_mapping(setting); }
+
+    void set_queue_mapping(const pointer_setting& setting) override
+    {
+        platform().set_queue_mapping(setting);
+    }
+
+    void arm_fault(fault_kind, uint64_t) override
+    {
+        throw refusal("a kernel's services do not fail on request: 'fault' needs --backend=host");
+    }
+
+private:
+    // Hands on what the call has logged before its answer is seen.
+    template <typename T> T told(T answer)
+    {
+        const bool lost = log_.drain([this](std::string_view line) {
+            if (!sink_)
+                return;
+            if (const auto call = reported_call(line))
+                sink_({backend_event::kind::call, *call});
+            else
+                sink_({backend_event::kind::log, std::string(line) + '\n'});
+        });
+        if (lost && sink_)
+            sink_({backend_event::kind::lost,
+                   "lines of the kernel log were lost: boot with a larger log_buf_len"});
+        return answer;
+    }
+
+    static std::optional<long> absent_or_refused(const char* file)
+    {
+        if (errno == ENOENT || errno == ENXIO || errno == ENODEV)
+            return {};
+        throw refusal(std::string("cannot open ") + file + ": " + std::strerror(errno));
+    }
+
+    // Only what plays the platform needs the reference platform; another one has the other doors.
+    soft_onu& platform()
+    {
+        if (!platform_)
+            platform_.emplace();
+        return *platform_;
+    }
+
+    std::optional<soft_onu> platform_;
+    kernel_log log_;
+    backend_sink sink_;
+};
+
+} // namespace
+
+std::unique_ptr<backend> make_device_backend()
+{
+    return std::make_unique<device_backend>();
+}
+
+} // namespace gponflow

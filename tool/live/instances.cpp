@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The module's tables of managed entities, from the text that it prints.
+#include <algorithm>
+#include <cstring>
+#include <regex>
+
+#include "tool/live/dump.h"
+#include "tool/live/lines.h"
+#include "tool/model/me_fields.h"
+#include "tool/text/number_text.h"
+
+namespace gponflow {
+
+namespace {
+
+std::vector<std::string> split_at(std::string_view line, char separator)
+{
+    std::vector<std::string> parts;
+    while (!line.empty()) {
+        const size_t end = std::min(line.find(separator), line.size());
+        const std::string_view part = line.substr(0, end);
+        if (const size_t first = part.find_first_not_of(' '); first != part.npos)
+            parts.emplace_back(part.substr(first, part.find_last_not_of(' ') - first + 1));
+        line.remove_prefix(std::min(end + 1, line.size()));
+    }
+    return parts;
+}
+
+bool is_rule(std::string_view line)
+{
+    return line.size() > 3 && line.find_first_not_of("- ") == line.npos;
+}
+
+// How the module prints an id; a number that its buffer cut off is shorter.
+bool is_whole_id(std::string_view text)
+{
+    return text.size() == 6 && text.starts_with("0x");
+}
+
+class instance_reader {
+public:
+    void take(std::string_view line)
+    {
+        static const std::regex title(R"(dump (\w+)\(classId = (\d+)\):\s*)");
+        std::match_results<std::string_view::const_iterator> found;
+        if (std::regex_match(line.begin(), line.end(), found, title)) {
+            class_ = find_me_class(static_cast<uint16_t>(std::stoul(found[2])));
+            titles_.clear();
+            open_ = false;
+        } else if (!class_ || is_rule(line)) {
+            open_ = false;
+        } else if (line.find(" | ") != line.npos) {
+            take_row(split_at(line, '|'));
+        } else if (open_) {
+            take_lists(split_at(line, ' '));
+        }
+    }
+
+    std::vector<dumped_instance> result() { return std::move(all_); }
+
+private:
+    void take_row(const std::vector<std::string>& cells)
+    {
+        if (titles_.empty()) {
+            if (!cells.empty() && cells.front() == "instID")
+                titles_ = cells;
+            return;
+        }
+        const std::optional<uint32_t> id =
+            cells.empty() ? std::nullopt : number_in<uint32_t>(cells[0]);
+        if (cells.size() != titles_.size() || !id)
+            return;
+        open_ = true;
+        dumped_instance& one = all_.emplace_back();
+        one.id = {class_->id, static_cast<uint16_t>(*id)};
+        for (size_t i = 0; i < cells.size(); ++i)
+            take_cell(one, titles_[i], number_in<uint32_t>(cells[i]));
+    }
+
+    void take_cell(dumped_instance& one, const std::string& name, std::optional<uint32_t> value)
+    {
+        if (find_field(class_->fields, name)) {
+            one.attributes.push_back({name, false, {value.value_or(0)}});
+            return;
+        }
+        dumped_link link{name, false, false, {}};
+        if (value)
+            link.instances.push_back(static_cast<uint16_t>(*value));
+        one.links.push_back(std::move(link));
+    }
+
+    // "pbit_GemIWTP = 0x0011 0x0012 ...": a full list has no line feed, the next begins behind it.
+    void take_lists(const std::vector<std::string>& words)
+    {
+        // Lines of packets may stand between.
+        if (words.size() < 2 || words[1] != "=")
+            return;
+        dumped_instance& one = all_.back();
+        std::string name;
+        for (size_t i = 0; i < words.size(); ++i) {
+            if (i + 1 < words.size() && words[i + 1] == "=") {
+                name = words[i++];
+                begin_list(one, name);
+            } else if (!name.empty()) {
+                add_to_list(one, name, words[i]);
+            }
+        }
+    }
+
+    void begin_list(dumped_instance& one, const std::string& name)
+    {
+        if (find_field(class_->fields, name))
+            one.attributes.push_back({name, true, {}});
+        else
+            one.links.push_back({name, true, false, {}});
+    }
+
+    void add_to_list(dumped_instance& one, const std::string& name, const std::string& word)
+    {
+        const std::optional<uint32_t> value = number_in<uint32_t>(word);
+        if (find_field(class_->fields, name)) {
+            if (value)
+                one.attributes.back().values.push_back(*value);
+        } else if (value && is_whole_id(word)) {
+            one.links.back().instances.push_back(static_cast<uint16_t>(*value));
+        } else if (!is_rule(word)) {
+            one.links.back().cut = true;
+        }
+    }
+
+    const me_class_fields* class_ = nullptr;
+    std::vector<std::string> titles_;
+    bool open_ = false; ///< an instance's row has come, not yet what ends it
+    std::vector<dumped_instance> all_;
+};
+
+// The rows of a holder, single links apart from lists, in the order in which they are shown.
+void restore_rows(mirrored_instance& to, const dumped_instance& from)
+{
+    std::vector<const dumped_link*> waiting;
+    for (const dumped_link& link : from.links)
+        waiting.push_back(&link);
+    for (const recording_rule& rule : recording_rules()) {
+        if (rule.holder != from.id.class_id)
+            continue;
+        recorded_row row{rule.class_id, rule.places, {}};
+        const auto shown = std::ranges::find_if(
+            waiting, [&](const dumped_link* link) { return link->list == (rule.places > 1); });
+        if (shown != waiting.end()) {
+            row.instances = (*shown)->instances;
+            waiting.erase(shown);
+        }
+        to.rows.push_back(std::move(row));
+    }
+}
+
+} // namespace
+
+std::vector<dumped_instance> read_instances(std::string_view log)
+{
+    instance_reader reader;
+    for_each_line(log, [&](std::string_view line) { reader.take(line); });
+    return reader.result();
+}
+
+bytes raw_record(const dumped_instance& from)
+{
+    const me_class_fields* fields = find_me_class(from.id.class_id);
+    bytes raw(fields->raw_size);
+    for (const dumped_attribute& attribute : from.attributes) {
+        const me_field* field = find_field(fields->fields, attribute.name);
+        const size_t count = field ? std::min<size_t>(field->count, attribute.values.size()) : 0;
+        for (size_t i = 0; i < count; ++i)
+            std::memcpy(&raw[field->offset + i * field->width], &attribute.values[i], field->width);
+    }
+    return raw;
+}
+
+mirror mirror_of(const std::vector<dumped_instance>& all)
+{
+    mirror result;
+    for (const dumped_instance& one : all) {
+        mirrored_instance restored;
+        restored.id = one.id;
+        restored.raw = raw_record(one);
+        restore_rows(restored, one);
+        result.restore(std::move(restored));
+    }
+    return result;
+}
+
+} // namespace gponflow

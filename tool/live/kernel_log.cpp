@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/kernel_log.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <regex>
+
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr const char* rate_limit_file = "/proc/sys/kernel/printk_devkmsg";
+constexpr int marker_milliseconds = 10000;
+
+std::string marker_text(unsigned long number)
+{
+    return "gponflow: " + std::to_string(getpid()) + "." + std::to_string(number);
+}
+
+} // namespace
+
+bool read_log_record(std::string_view record, std::string& text)
+{
+    const size_t start = record.find(';');
+    if (start == std::string_view::npos)
+        return false;
+    record.remove_prefix(start + 1);
+    record = record.substr(0, record.find('\n'));
+    text.clear();
+    for (size_t i = 0; i < record.size(); ++i) {
+        unsigned value = 0;
+        if (record.substr(i, 2) == "\\x" && i + 4 <= record.size() &&
+            std::from_chars(&record[i + 2], &record[i + 2] + 2, value, 16).ptr ==
+                &record[i + 2] + 2) {
+            text += static_cast<char>(value);
+            i += 3;
+        } else {
+            text += record[i];
+        }
+    }
+    return true;
+}
+
+bool is_kernel_chatter(std::string_view text)
+{
+    static const std::regex chatter(
+        R"(^(gpon_flow: (loading out-of-tree|module (license|verification))|)"
+        R"(Disabling lock debugging|CPU: \d|Hardware name: |Call [Tt]race:|Workqueue: |)"
+        R"( ?</?(TASK|IRQ)>|(RIP|RSP|Code|RAX|RDX|RBP|R10|R13): |)"
+        R"( +(\? )?[\w.]+\+0x[0-9a-f]+/0x[0-9a-f]+).*)");
+    return std::regex_match(text.begin(), text.end(), chatter);
+}
+
+kernel_log::kernel_log() : log_(open("/dev/kmsg", O_RDWR | O_NONBLOCK | O_CLOEXEC))
+{
+    if (!log_ || lseek(log_.get(), 0, SEEK_END) < 0)
+        throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
+    // The marks that end a command's lines must not be held back.
+    std::ifstream(rate_limit_file) >> rate_limit_;
+    std::ofstream(rate_limit_file) << "on\n";
+}
+
+kernel_log::~kernel_log()
+{
+    if (!rate_limit_.empty())
+        std::ofstream(rate_limit_file) << rate_limit_ << '\n';
+}
+
+// A line of our own also ends a line that the module left open, which is not to be read before.
+void kernel_log::write_marker()
+{
+    const std::string text = marker_text(++marker_) + '\n';
+    if (write(log_.get(), text.data(), text.size()) < 0)
+        throw refusal(std::string("cannot write /dev/kmsg: ") + std::strerror(errno));
+}
+
+kernel_log::reading kernel_log::read_line(std::string& text)
+{
+    std::array<char, 8192> record;
+    for (;;) {
+        const ssize_t length = read(log_.get(), record.data(), record.size());
+        if (length < 0 && errno == EAGAIN)
+            return reading::nothing;
+        if (length < 0 && errno == EPIPE)
+            return reading::lost;
+        if (length < 0)
+            throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
+        if (read_log_record({record.data(), static_cast<size_t>(length)}, text))
+            return reading::line;
+    }
+}
+
+bool kernel_log::drain(const std::function<void(std::string_view)>& line)
+{
+    write_marker();
+    bool lost = false;
+    for (std::string text;;) {
+        const reading what = read_line(text);
+        if (what == reading::nothing) {
+            pollfd wait = {log_.get(), POLLIN, 0};
+            if (poll(&wait, 1, marker_milliseconds) <= 0)
+                throw refusal("the kernel log does not show what was written to it");
+        } else if (what == reading::lost) {
+            lost = true;
+        } else if (text == marker_text(marker_)) {
+            return lost;
+        } else if (!is_kernel_chatter(text)) {
+            line(text);
+        }
+    }
+}
+
+bool kernel_log::read_available(const std::function<void(std::string_view)>& line)
+{
+    bool lost = false;
+    std::string text;
+    for (reading what = read_line(text); what != reading::nothing; what = read_line(text)) {
+        if (what == reading::lost)
+            lost = true;
+        else if (!is_kernel_chatter(text))
+            line(text);
+    }
+    return lost;
+}
+
+} // namespace gponflow

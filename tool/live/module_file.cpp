@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/module_file.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/syscall.h>
+#include <sys/utsname.h>
+#include <vector>
+
+#include "tool/live/descriptor.h"
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+namespace {
+
+std::vector<std::string> candidates()
+{
+    if (const char* named = std::getenv("GPON_FLOW_MODULE"))
+        return {named};
+    utsname kernel = {};
+    uname(&kernel);
+    const std::string modules = std::string("/lib/modules/") + kernel.release;
+    return {modules + "/updates/dkms/gpon_flow.ko", modules + "/extra/gpon_flow.ko",
+            modules + "/updates/gpon_flow.ko"};
+}
+
+descriptor open_module()
+{
+    std::string tried;
+    for (const std::string& file : candidates()) {
+        if (descriptor found(open(file.c_str(), O_RDONLY | O_CLOEXEC)); found)
+            return found;
+        tried += " " + file;
+    }
+    throw refusal("there is no gpon_flow.ko; looked for" + tried +
+                  " (GPON_FLOW_MODULE names another place)");
+}
+
+} // namespace
+
+bool is_module_loaded()
+{
+    return access("/sys/module/gpon_flow", F_OK) == 0;
+}
+
+int load_module()
+{
+    const descriptor file = open_module();
+    return syscall(SYS_finit_module, file.get(), "", 0) == 0 ? 0 : -errno;
+}
+
+int unload_module()
+{
+    return syscall(SYS_delete_module, "gpon_flow", O_NONBLOCK) == 0 ? 0 : -errno;
+}
+
+} // namespace gponflow

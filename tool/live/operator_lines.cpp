@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/operator_lines.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <stdexcept>
+
+#include "tool/scenario/values.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t most_vlan = 4095;
+constexpr uint16_t most_priority = 7;
+
+mac_address read_mac(const value& from)
+{
+    const bytes read = read_hex(from);
+    mac_address mac{};
+    if (read.size() != mac.size())
+        from.fail("six bytes are needed, as in 02:00:00:00:01:01");
+    std::ranges::copy(read, mac.begin());
+    return mac;
+}
+
+uint16_t read_vlan(const value& from)
+{
+    const size_t mark = from.text.find('p');
+    if (mark == from.text.npos)
+        return read_field<uint16_t>(from);
+    const value id{from.name, from.text.substr(0, mark), from.column};
+    const value priority{from.name, from.text.substr(mark + 1), from.column + mark + 1};
+    return static_cast<uint16_t>(read_unsigned(priority, most_priority) << 13 |
+                                 read_unsigned(id, most_vlan));
+}
+
+bool marks(const std::optional<uint16_t>& wanted, const std::vector<vlan_tag>& tags, size_t at)
+{
+    return !wanted || (at < tags.size() && tags[at].tci == *wanted);
+}
+
+struct level_name {
+    std::string_view name;
+    uint32_t mask;
+};
+
+constexpr level_name level_names[] = {{"none", 0},   {"errors", 1}, {"warnings", 2},
+                                      {"traces", 4}, {"ioctl", 8},  {"all", 15}};
+
+uint32_t read_level(const std::string& word)
+{
+    const auto* found = std::ranges::find(level_names, std::string_view(word), &level_name::name);
+    if (found != std::end(level_names))
+        return found->mask;
+    throw std::runtime_error("there is no log level " + in_quotes(word) +
+                             suggestion(word, debug_level_names()));
+}
+
+// What fills a filter, by name.
+std::array<option_rule, 4> rules_of(trace_filter& filter)
+{
+    return {{{"dst_mac", [&](const value& v) { filter.destination = read_mac(v); }},
+             {"src_mac", [&](const value& v) { filter.source = read_mac(v); }},
+             {"outer_vlan", [&](const value& v) { filter.outer = read_vlan(v); }},
+             {"inner_vlan", [&](const value& v) { filter.inner = read_vlan(v); }}}};
+}
+
+} // namespace
+
+trace_filter read_trace_filter(const std::string& text)
+{
+    trace_filter filter;
+    try {
+        take_options(split_words(text), "the filter", rules_of(filter));
+    } catch (const syntax_error& error) {
+        throw std::runtime_error("the filter: column " + std::to_string(error.column) + ": " +
+                                 error.what);
+    }
+    if (filter.empty())
+        throw std::runtime_error("the filter: nothing is given: dst_mac=MAC, src_mac=MAC, "
+                                 "outer_vlan=VLAN or inner_vlan=VLAN");
+    return filter;
+}
+
+std::vector<std::string_view> trace_filter_names()
+{
+    trace_filter unused;
+    std::vector<std::string_view> names;
+    for (const option_rule& rule : rules_of(unused))
+        names.push_back(rule.name);
+    return names;
+}
+
+trace_filter filter_of(const bytes& frame)
+{
+    const flow_key key = key_of({}, frame);
+    trace_filter filter{key.destination, key.source, {}, {}};
+    if (!key.tags.empty())
+        filter.outer = key.tags[0].tci;
+    if (key.tags.size() > 1)
+        filter.inner = key.tags[1].tci;
+    return filter;
+}
+
+bool may_mark(const trace_filter& filter, const flow_key& key)
+{
+    // Alone, the inner VLAN is compared with the first tag.
+    return (!filter.destination || *filter.destination == key.destination) &&
+           (!filter.source || *filter.source == key.source) && marks(filter.outer, key.tags, 0) &&
+           marks(filter.inner, key.tags, filter.outer ? 1 : 0);
+}
+
+std::vector<std::string> lines_of(const trace_filter& filter)
+{
+    std::vector<std::string> lines = {trace_off_line};
+    if (filter.destination)
+        lines.push_back("set trace dst_mac " + to_text(*filter.destination));
+    if (filter.source)
+        lines.push_back("set trace src_mac " + to_text(*filter.source));
+    if (filter.outer)
+        lines.push_back("set trace outer_vlan " + std::to_string(*filter.outer));
+    if (filter.inner)
+        lines.push_back("set trace inner_vlan " + std::to_string(*filter.inner));
+    return lines;
+}
+
+uint32_t read_debug_level(const std::string& text)
+{
+    if (looks_like_number(text)) {
+        try {
+            return read_field<uint32_t>({"debug level", text, 0});
+        } catch (const syntax_error& error) {
+            throw std::runtime_error(error.what);
+        }
+    }
+    uint32_t mask = 0;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ',');)
+        mask |= read_level(word);
+    return mask;
+}
+
+std::vector<std::string_view> debug_level_names()
+{
+    std::vector<std::string_view> names;
+    std::ranges::transform(level_names, std::back_inserter(names), &level_name::name);
+    return names;
+}
+
+} // namespace gponflow

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What the module shows of itself, as JSON.
+#include <ostream>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/live/show_output.h"
+#include "tool/model/me_fields.h"
+
+namespace gponflow {
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+json json_of(me_id id)
+{
+    const me_class_fields* fields = find_me_class(id.class_id);
+    return {{"class", fields ? fields->name : ""},
+            {"class_id", id.class_id},
+            {"instance", id.instance}};
+}
+
+json json_of(const dumped_rule& rule)
+{
+    json tags = json::array();
+    for (const vlan_tag& tag : rule.key.tags)
+        tags.push_back({{"tpid", tag.tpid},
+                        {"tci", tag.tci},
+                        {"vlan", tag.tci & 0xfff},
+                        {"priority", tag.tci >> 13}});
+    json steps = json::array();
+    for (const me_id& step : rule.steps)
+        steps.push_back(json_of(step));
+    return {{"direction", rule.key.direction},
+            {"source", to_text(rule.key.source)},
+            {"destination", to_text(rule.key.destination)},
+            {"tags", std::move(tags)},
+            {"hash", rule.hash},
+            {"index", rule.index},
+            {"port", rule.port},
+            {"steps", std::move(steps)}};
+}
+
+json json_of(const dumped_instance& one)
+{
+    json result = json_of(one.id);
+    json attributes = json::object();
+    for (const dumped_attribute& attribute : one.attributes) {
+        if (attribute.array)
+            attributes[attribute.name] = attribute.values;
+        else
+            attributes[attribute.name] = attribute.values.front();
+    }
+    json links = json::object();
+    json cut = json::array();
+    for (const dumped_link& link : one.links) {
+        links[link.name] = link.instances;
+        if (link.cut)
+            cut.push_back(link.name);
+    }
+    result["attributes"] = std::move(attributes);
+    result["links"] = std::move(links);
+    result["cut"] = std::move(cut);
+    return result;
+}
+
+void print(const json& what, std::ostream& out)
+{
+    out << what.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+}
+
+} // namespace
+
+void print_rules_json(const rule_table& table, std::ostream& out)
+{
+    json rules = json::array();
+    for (const dumped_rule& rule : table.rules)
+        rules.push_back(json_of(rule));
+    print({{"total", table.total},
+           {"buckets", table.buckets},
+           {"threshold", table.threshold},
+           {"rules", std::move(rules)}},
+          out);
+}
+
+void print_instances_json(const std::vector<dumped_instance>& all, std::ostream& out)
+{
+    json instances = json::array();
+    for (const dumped_instance& one : all)
+        instances.push_back(json_of(one));
+    print({{"instances", std::move(instances)}}, out);
+}
+
+void print_status_json(const module_status& status, std::ostream& out)
+{
+    json counts = json::object();
+    for (const dumped_instance& one : status.instances)
+        if (const me_class_fields* fields = find_me_class(one.id.class_id)) {
+            json& count = counts[std::string(fields->name)];
+            count = count.is_null() ? 1 : count.get<unsigned>() + 1;
+        }
+    print({{"loaded", status.loaded},
+           {"enabled", status.enabled},
+           {"rules", status.rules.total},
+           {"buckets", status.rules.buckets},
+           {"threshold", status.rules.threshold},
+           {"instances", std::move(counts)}},
+          out);
+}
+
+} // namespace gponflow

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What the module shows of itself, as tables for people.
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <ostream>
+
+#include "tool/live/show_output.h"
+#include "tool/model/me_fields.h"
+#include "tool/text/text_table.h"
+
+namespace gponflow {
+
+namespace {
+
+std::string hex(unsigned value, int digits)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
+    return text;
+}
+
+// Ids and masks read best in hexadecimal, counts and types do not.
+bool is_decimal(std::string_view attribute)
+{
+    constexpr std::string_view decimal[] = {"uniBridgingEnable",
+                                            "helloTime",
+                                            "dynFilterAgingTime",
+                                            "tpType",
+                                            "unmark_frame_opt",
+                                            "portID",
+                                            "defaultPbit",
+                                            "direction",
+                                            "vlanFilterNums",
+                                            "weight",
+                                            "allocID",
+                                            "policy",
+                                            "cir",
+                                            "pir",
+                                            "cbs",
+                                            "pbs",
+                                            "colourMode",
+                                            "meterType",
+                                            "ingressColourMode",
+                                            "egressColourMode",
+                                            "vlanFilterList"};
+    return std::ranges::find(decimal, attribute) != std::end(decimal);
+}
+
+std::string text_of(const dumped_attribute& attribute, const me_field& field)
+{
+    std::string text;
+    if (field.bytes) {
+        for (const uint32_t value : attribute.values)
+            text += hex(value, 2).substr(2);
+        return text;
+    }
+    for (const uint32_t value : attribute.values) {
+        text += text.empty() ? "" : ",";
+        text += is_decimal(attribute.name) ? std::to_string(value) : hex(value, 2 * field.width);
+    }
+    return text;
+}
+
+std::string text_of(const dumped_link& link)
+{
+    std::string text;
+    for (const uint16_t instance : link.instances)
+        text += (text.empty() ? "" : ",") + hex(instance, 4);
+    return (text.empty() ? "-" : text) + (link.cut ? ",..." : "");
+}
+
+text_table table_of(const me_class_fields& fields, const std::vector<dumped_instance>& all)
+{
+    text_table table;
+    for (const dumped_instance& one : all) {
+        if (one.id.class_id != fields.id)
+            continue;
+        std::vector<std::string>& row = table.rows.emplace_back();
+        std::vector<std::string> titles;
+        for (const dumped_attribute& attribute : one.attributes) {
+            titles.push_back(attribute.name);
+            row.push_back(text_of(attribute, *find_field(fields.fields, attribute.name)));
+        }
+        for (const dumped_link& link : one.links) {
+            titles.push_back(link.name);
+            row.push_back(text_of(link));
+        }
+        if (table.titles.empty())
+            table.titles = std::move(titles);
+    }
+    // A line that was lost has taken its cells along.
+    for (std::vector<std::string>& row : table.rows)
+        row.resize(table.titles.size());
+    return table;
+}
+
+} // namespace
+
+std::string way_text(const std::vector<me_id>& steps)
+{
+    std::string text;
+    for (const me_id& step : steps)
+        text += (text.empty() ? "" : " > ") + to_text(step);
+    return text;
+}
+
+void print_rules(const rule_table& table, std::ostream& out, const palette& colours)
+{
+    text_table lines{{"DIRECTION", "SOURCE", "DESTINATION", "VLAN", "WAY"}, {}};
+    for (const dumped_rule& rule : table.rules)
+        lines.rows.push_back({rule.key.direction, to_text(rule.key.source),
+                              to_text(rule.key.destination), to_text(rule.key.tags),
+                              way_text(rule.steps)});
+    lines.print(out, colours);
+    out << counted(table.total, "rule") << " in " << table.buckets
+        << " buckets; the table grows at " << table.threshold << '\n';
+}
+
+void print_instances(const std::vector<dumped_instance>& all, std::ostream& out,
+                     const palette& colours)
+{
+    for (const me_class_fields& fields : me_classes()) {
+        const text_table table = table_of(fields, all);
+        if (table.rows.empty())
+            continue;
+        out << colours.heading(fields.name) << " (class " << fields.id << ")\n";
+        table.print(out, {}, "  ");
+    }
+    out << counted(all.size(), "instance") << '\n';
+}
+
+void print_status(const module_status& status, std::ostream& out, const palette& colours)
+{
+    if (!status.loaded) {
+        out << "module     " << colours.bad("not loaded") << '\n';
+        return;
+    }
+    out << "module     loaded\n"
+        << "engine     "
+        << (status.enabled ? colours.good("enabled") : colours.bad("disabled, frames pass by it"))
+        << "\nrules      " << status.rules.total << " in " << status.rules.buckets
+        << " buckets; the table grows at " << status.rules.threshold << "\ninstances  "
+        << status.instances.size() << '\n';
+    std::map<uint16_t, size_t> counts;
+    for (const dumped_instance& one : status.instances)
+        ++counts[one.id.class_id];
+    for (const me_class_fields& fields : me_classes())
+        if (const size_t count = counts[fields.id])
+            out << "  " << fields.name << std::string(34 - fields.name.size(), ' ') << count
+                << '\n';
+}
+
+} // namespace gponflow

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/terminal_type.h"
+
+#ifdef GPONFLOW_CURSES
+
+// The second header's macros have names of common variables, and stay in this file.
+#include <curses.h>
+#include <term.h>
+#include <unistd.h>
+
+namespace gponflow {
+
+bool terminal_is_known()
+{
+    int error = 0;
+    if (setupterm(nullptr, STDOUT_FILENO, &error) != OK)
+        return false;
+    del_curterm(cur_term);
+    return true;
+}
+
+} // namespace gponflow
+
+#endif

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/watch.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tool/live/show_output.h"
+#include "tool/text/text_table.h"
+
+namespace gponflow {
+
+namespace {
+
+// Counts what the module does not: each frame's log says whether it has learnt or replayed.
+class counting_run final : public quiet_run {
+public:
+    using quiet_run::quiet_run;
+
+    rule_watch watch;
+
+    uint64_t now() { return where_.advance(0); }
+
+private:
+    void on_frame(const packet_options& options, const bytes& frame) override
+    {
+        hook_in_detail(options, frame);
+        const flow_key key = key_of(options, frame);
+        if (log().find("[gpon_hash_add_node][") != std::string::npos)
+            watch.rules[key] = {now(), false, 0};
+        else if (log().find("]: Rule already exist!") != std::string::npos)
+            watch.rules[key].hits = watch.rules[key].hits.value_or(0) + 1;
+    }
+};
+
+} // namespace
+
+void rule_watch::look(const rule_table& table, uint64_t now)
+{
+    table_ = table;
+    std::map<flow_key, watched_rule> kept;
+    for (const dumped_rule& rule : table.rules) {
+        const auto known = rules.find(rule.key);
+        kept[rule.key] = known != rules.end() ? known->second : watched_rule{now, !began_, {}};
+    }
+    rules = std::move(kept);
+    began_ = true;
+}
+
+std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit) const
+{
+    std::vector<const dumped_rule*> order;
+    for (const dumped_rule& rule : table_.rules)
+        order.push_back(&rule);
+    std::ranges::stable_sort(order, [&](const dumped_rule* left, const dumped_rule* right) {
+        const watched_rule& a = rules.at(left->key);
+        const watched_rule& b = rules.at(right->key);
+        return std::pair(a.hits, a.since) > std::pair(b.hits, b.since);
+    });
+    text_table table{
+        {"AGE (" + unit + ")", "HITS", "DIRECTION", "SOURCE", "DESTINATION", "VLAN", "WAY"}, {}};
+    for (const dumped_rule* rule : order) {
+        const watched_rule& known = rules.at(rule->key);
+        table.rows.push_back({(known.from_before ? ">" : "") + std::to_string(now - known.since),
+                              known.hits ? std::to_string(*known.hits) : "-", rule->key.direction,
+                              to_text(rule->key.source), to_text(rule->key.destination),
+                              to_text(rule->key.tags), way_text(rule->steps)});
+    }
+    std::vector<std::string> result = table.lines();
+    result.push_back(counted(table_.total, "rule"));
+    return result;
+}
+
+std::optional<std::vector<std::string>>
+watch_scenario(const scenario& what, backend& where, std::ostream& diagnostics, exit_status& status)
+{
+    counting_run run(where);
+    status = run.run(what, diagnostics);
+    if (status != all_held)
+        return {};
+    const auto answer = run.ask("show flow_rule");
+    const std::optional<rule_table> table = answer ? read_rule_table(*answer) : std::nullopt;
+    run.watch.look(table.value_or(rule_table{}), run.now());
+    return run.watch.lines(run.now(), "jiffies");
+}
+
+} // namespace gponflow

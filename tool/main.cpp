@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include <exception>
+#include <iostream>
+
+#include "tool/commands/commands.h"
+#include "tool/commands/omci.h"
+#include "tool/commands/report.h"
+#include "tool/scenario/run.h"
+#include "tool/text/word_hints.h"
+
+namespace {
+
+constexpr const char* example = R"(
+Example:
+  gponflow run --mask-lines scenarios/demo.scn | diff scenarios/demo.transcript -
+  printf 'load\nproc read\n' | gponflow run -
+
+Each subcommand has a --help with examples. Exit status of all of them:
+  0  done
+  1  the answer is no: an expect failed (run), a problem was found (check),
+     the capture ends early (omci)
+  2  an argument, a scenario or a capture cannot be understood, or a file
+     not be read or written
+  3  the module is not loaded, the backend cannot do what is asked for, or
+     standard output cannot be written)";
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("Drives the GPON flow engine from its outer doors, in this process or in a "
+                 "kernel.",
+                 "gponflow");
+    app.set_version_flag("--version", "gponflow " GPONFLOW_VERSION);
+    app.require_subcommand(1);
+    app.footer(example);
+    gponflow::add_run_command(app);
+    gponflow::add_account_command(app);
+    gponflow::add_check_command(app);
+    gponflow::add_graph_command(app);
+    gponflow::add_explain_command(app);
+    gponflow::add_show_command(app);
+    gponflow::add_trace_command(app);
+    gponflow::add_watch_command(app);
+    gponflow::add_completion_command(app);
+    gponflow::add_set_command(app);
+    gponflow::add_clean_command(app);
+    gponflow::add_omci_command(app);
+    gponflow::add_report_command(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::RuntimeError& outcome) {
+        return outcome.get_exit_code();
+    } catch (const CLI::ParseError& error) {
+        // Help and version come this way too, with status 0.
+        if (error.get_exit_code() == 0)
+            return app.exit(error);
+        std::cerr << "gponflow: " << error.what()
+                  << gponflow::word_hint(app, {argv + 1, argv + argc})
+                  << "\nRun with --help for more information.\n";
+        return gponflow::not_understood;
+    } catch (const std::exception& error) {
+        std::cerr << "gponflow: " << error.what() << '\n';
+        return gponflow::not_supported;
+    }
+    return gponflow::all_held;
+}

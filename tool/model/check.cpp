@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/model/check.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t no_gem_iw = 0xffff;
+constexpr unsigned priorities = 8;
+constexpr uint8_t last_forward_operation = 0x21;
+constexpr uint8_t filter_places = 12;
+
+std::string hex(unsigned value, int digits)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
+    return text;
+}
+
+bool is_uni_side(uint8_t type)
+{
+    return type == 1 || type == 11;
+}
+
+bool is_ani_side(uint8_t type)
+{
+    return type == 3 || type == 5 || type == 6;
+}
+
+// Links that no walk follows: they describe scheduling and rates.
+bool is_followed(const me_pointer& pointer)
+{
+    const std::set<uint16_t> traffic = {262, 277, 278, 280};
+    return !traffic.contains(pointer.to.class_id) && pointer.from.class_id != 277;
+}
+
+class checker {
+public:
+    explicit checker(const mirror& what) : mirror_(what) {}
+
+    std::vector<finding> run()
+    {
+        for (const mirrored_instance* one : mirror_.all()) {
+            check_pointers(*one);
+            check_class(*one);
+        }
+        std::ranges::stable_sort(found_, [](const finding& left, const finding& right) {
+            return std::pair(left.weight, left.line) < std::pair(right.weight, right.line);
+        });
+        return std::move(found_);
+    }
+
+private:
+    void add(const mirrored_instance& where, finding_weight weight, const char* kind,
+             const std::string& reason, const std::string& change)
+    {
+        found_.push_back({weight, kind, where.id, where.line, reason, change});
+    }
+
+    void problem(const mirrored_instance& where, const char* kind, const std::string& reason,
+                 const std::string& change)
+    {
+        add(where, finding_weight::problem, kind, reason, change);
+    }
+
+    void check_class(const mirrored_instance& one)
+    {
+        switch (one.id.class_id) {
+        case 47:
+            return check_bridge_port(one);
+        case 84:
+            return check_filter(one);
+        case 130:
+            return check_mapper(one);
+        case 266:
+            return check_direction(one, one.as<gpon_raw_gemiw>().gemCTPInstID);
+        case 268:
+            return check_known_direction(one);
+        case 277:
+            return check_queue(one);
+        case 281:
+            return check_stream(one, one.as<gpon_raw_multigemiw>().GemCTPInstID);
+        default:
+            return;
+        }
+    }
+
+    void check_pointers(const mirrored_instance& from)
+    {
+        for (const me_pointer& pointer : mirror_.pointers(from)) {
+            // What a mapper's priorities lead to is told once for the mapper.
+            if (from.id.class_id == 130 && pointer.to.class_id == 266)
+                continue;
+            check_pointer(from, pointer);
+        }
+    }
+
+    void check_pointer(const mirrored_instance& from, const me_pointer& pointer)
+    {
+        const auto weight = is_followed(pointer) ? finding_weight::problem : finding_weight::note;
+        const std::string target = to_text(pointer.to);
+        switch (mirror_.state(pointer)) {
+        case pointer_state::recorded:
+            return;
+        case pointer_state::missing:
+            return add(from, weight, "missing-instance",
+                       pointer.attribute + " names " + target + ", which does not exist",
+                       "create it before this instance, or correct the pointer");
+        case pointer_state::unrecorded:
+            return add(from, weight, "not-linked",
+                       pointer.attribute + " names " + target +
+                           ", but the link was never recorded: the target came later, or the "
+                           "mask left the attribute out",
+                       "set " + pointer.attribute + " again after the target is created");
+        case pointer_state::overflowed:
+            return add(from, weight, "row-overflow",
+                       target + " has no place left for it (" + taken_by(pointer) + ")",
+                       "point at an instance of its own; only the first pointers count");
+        }
+    }
+
+    std::string taken_by(const me_pointer& pointer) const
+    {
+        const recorded_row* row = mirror_.find(pointer.to)->row_of(pointer.from.class_id);
+        if (row->instances.empty())
+            return "no places";
+        return std::to_string(row->places) + (row->places == 1 ? " place" : " places") +
+               ", taken first by " + to_text({pointer.from.class_id, row->instances.front()});
+    }
+
+    void check_bridge_port(const mirrored_instance& port)
+    {
+        const uint8_t type = port.as<gpon_raw_mbpcd>().tpType;
+        if (is_uni_side(type) || is_ani_side(type))
+            return;
+        problem(port, "no-side",
+                "tpType " + std::to_string(type) +
+                    " is neither of the UNI side (1, 11) nor of the ANI side (3, 5, 6): no frame "
+                    "passes",
+                "set tpType and tpPointer to the termination point behind the port");
+    }
+
+    void check_filter(const mirrored_instance& filter)
+    {
+        const auto me = filter.as<gpon_raw_vtfd>();
+        if (me.forwardOperation > last_forward_operation)
+            problem(filter, "unknown-operation",
+                    "forwardOperation " + hex(me.forwardOperation, 2) +
+                        " is not defined: every frame is dropped",
+                    "use 0x00 to 0x21");
+        if (me.vlanFilterNums > filter_places)
+            problem(filter, "list-too-long",
+                    "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
+                        ", but the list has 12 places",
+                    "count the entries that are in use");
+        const mirrored_instance* port = mirror_.find({47, filter.id.instance});
+        if (port && port->records(filter.id) && is_uni_side(port->as<gpon_raw_mbpcd>().tpType))
+            problem(filter, "filter-on-uni-side",
+                    "its bridge port is of the UNI side, where a filter passes nothing",
+                    "delete it, or give it the id of the bridge port of the ANI side");
+    }
+
+    // Empty when the priority leads to a GEM IW TP that a walk reaches.
+    std::string dead_end(const mirrored_instance& mapper, uint16_t gem_iw) const
+    {
+        const me_id target{266, gem_iw};
+        if (gem_iw == 0 || gem_iw == no_gem_iw)
+            return "no GEM IW TP";
+        const mirrored_instance* found = mirror_.find(target);
+        if (!found)
+            return to_text(target) + " does not exist";
+        if (found->records(mapper.id))
+            return {};
+        const recorded_row* row = found->row_of(130);
+        if (row && !row->instances.empty())
+            return to_text(target) + " is taken by " + to_text({130, row->instances.front()});
+        return to_text(target) + " was created after the pointer to it";
+    }
+
+    void check_mapper(const mirrored_instance& mapper)
+    {
+        const auto me = mapper.as<gpon_raw_mapper>();
+        // Priorities with the same reason are told together.
+        std::vector<std::pair<std::string, std::string>> reasons;
+        for (unsigned priority = 0; priority < priorities; ++priority) {
+            const std::string why = dead_end(mapper, me.pbit_GemIWTP[priority]);
+            if (why.empty())
+                continue;
+            const auto same =
+                std::ranges::find(reasons, why, &std::pair<std::string, std::string>::first);
+            if (same == reasons.end())
+                reasons.emplace_back(why, std::to_string(priority));
+            else
+                same->second += ", " + std::to_string(priority);
+        }
+        for (const auto& [why, which] : reasons)
+            problem(mapper, "priority-leads-nowhere", "priority " + which + ": " + why,
+                    "point pbit_GemIWTP of these priorities at a GEM IW TP of this mapper, which "
+                    "must exist first");
+        check_untagged(mapper, me);
+    }
+
+    void check_untagged(const mirrored_instance& mapper, const gpon_raw_mapper& me)
+    {
+        if (me.unmark_frame_opt > 1)
+            problem(mapper, "untagged-dropped",
+                    "unmark_frame_opt " + std::to_string(me.unmark_frame_opt) +
+                        " maps no untagged frame",
+                    "use 0 (by DSCP) or 1 (defaultPbit)");
+        else if (me.unmark_frame_opt == 1 && me.defaultPbit >= priorities)
+            problem(mapper, "untagged-dropped",
+                    "defaultPbit " + std::to_string(me.defaultPbit) + " is no priority",
+                    "use 0 to 7");
+    }
+
+    void check_direction(const mirrored_instance& gem_iw, uint16_t ctp_id)
+    {
+        const mirrored_instance* ctp = mirror_.find({268, ctp_id});
+        if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 2)
+            return;
+        problem(gem_iw, "wrong-direction",
+                to_text(ctp->id) +
+                    " has direction 2 (towards the subscriber alone): no upstream frame passes",
+                "set its direction to 3, or reach it from a MULTICAST_GEM_INTERWORK_TP");
+    }
+
+    // The module asks for none of the following two: it takes every direction but 2 for upstream,
+    // and looks at no direction downstream. The hardware does.
+    void check_known_direction(const mirrored_instance& ctp)
+    {
+        const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;
+        if (direction >= 1 && direction <= 3)
+            return;
+        add(ctp, finding_weight::note, "wrong-direction",
+            "direction " + std::to_string(direction) +
+                " is not defined; the module takes it for one that goes upstream",
+            "use 1 (upstream), 2 (downstream) or 3 (both)");
+    }
+
+    void check_stream(const mirrored_instance& gem_iw, uint16_t ctp_id)
+    {
+        const mirrored_instance* ctp = mirror_.find({268, ctp_id});
+        if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 1)
+            return;
+        add(gem_iw, finding_weight::note, "wrong-direction",
+            to_text(ctp->id) +
+                " has direction 1 (towards the OLT alone): no stream comes down on it",
+            "set its direction to 2");
+    }
+
+    void check_queue(const mirrored_instance& queue)
+    {
+        const gpon_flow_cfg_data& cfg = mirror_.configuration();
+        // Without a configuration there are no sides.
+        if (cfg.upstream_queue_num == 0 && cfg.related_port_boundary == 0)
+            return;
+        const bool by_id = queue.id.instance < cfg.upstream_queue_num;
+        const uint32_t port = queue.as<gpon_raw_pq>().relatedPort;
+        if (by_id == (port >= cfg.related_port_boundary))
+            return;
+        problem(queue, "queue-on-wrong-side",
+                std::string("its id is that of ") + (by_id ? "an upstream" : "a downstream") +
+                    " queue (upstream_queue_num " + std::to_string(cfg.upstream_queue_num) +
+                    "), its relatedPort " + hex(port, 8) + " belongs to a " +
+                    (by_id ? "UNI" : "T-CONT") + " (related_port_boundary " +
+                    hex(cfg.related_port_boundary, 8) + ")",
+                "correct relatedPort, or the configuration");
+    }
+
+    const mirror& mirror_;
+    std::vector<finding> found_;
+};
+
+} // namespace
+
+std::vector<finding> check_provisioning(const mirror& what)
+{
+    return checker(what).run();
+}
+
+} // namespace gponflow

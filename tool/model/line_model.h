@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The managed entities of a scenario as data: what the module holds when its commands have run.
+#pragma once
+
+#include <algorithm>
+#include <compare>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "include/uapi/gpon_flow.h"
+#include "tool/scenario/command.h"
+
+namespace gponflow {
+
+/// One managed entity.
+struct me_id {
+    uint16_t class_id = 0;
+    uint16_t instance = 0;
+
+    auto operator<=>(const me_id&) const = default;
+};
+
+/// "GEM_PORT_CTP 0x0001".
+std::string to_text(me_id what);
+
+/// The instances of one class that the module has recorded as pointing at an instance.
+struct recorded_row {
+    uint16_t class_id = 0;
+    size_t places = 0;
+    std::vector<uint16_t> instances; ///< at most `places`, in the order of recording
+};
+
+struct mirrored_instance {
+    me_id id;
+    bytes raw;              ///< the class's raw attribute record
+    unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
+    bool automatic = false; ///< the module made it, since something pointed at it
+    std::vector<recorded_row> rows;
+
+    /// The raw record as the class's structure; zero bytes beyond its end.
+    template <typename record> record as() const
+    {
+        record result{};
+        std::memcpy(&result, raw.data(), std::min(sizeof(result), raw.size()));
+        return result;
+    }
+
+    /// Null when the class records nothing of that class.
+    const recorded_row* row_of(uint16_t class_id) const;
+    /// Whether the module has recorded that this instance is pointed at by `from`.
+    bool records(me_id from) const;
+};
+
+/// A pointer attribute of an instance.
+struct me_pointer {
+    me_id from;
+    me_id to;
+    std::string attribute;
+    uint16_t mask = 0; ///< attributes that make the module follow it
+};
+
+/// What became of a pointer.
+enum class pointer_state {
+    recorded,
+    missing,    ///< nothing is there
+    overflowed, ///< the places for its class are taken by others
+    unrecorded  ///< there is room, but the target came later or the mask left the attribute out
+};
+
+/// Reads me and config commands the way the module applies them. Other commands are passed over,
+/// `clean` and `load` empty the mirror. What `unload` leaves is what stood before it.
+class mirror {
+public:
+    mirror() = default;
+    explicit mirror(const scenario& what);
+
+    void apply(const me_command& command, unsigned line);
+    void apply(const config_command& command);
+    void clear();
+    /// Adds an instance as it stands, links and all, behind the others of its class.
+    void restore(mirrored_instance instance);
+
+    /// In the order of the module's list; empty for a class without instances.
+    const std::vector<mirrored_instance>& instances(uint16_t class_id) const;
+    /// All of them, class by class in the order of the class table.
+    std::vector<const mirrored_instance*> all() const;
+    /// Null when there is none.
+    const mirrored_instance* find(me_id what) const;
+
+    /// The pointers that the instance's raw record holds, whether or not their targets exist.
+    std::vector<me_pointer> pointers(const mirrored_instance& from) const;
+    pointer_state state(const me_pointer& what) const;
+    /// Instances of a class that a walk can reach from one, in the order in which it tries them:
+    /// what the instance has recorded, then what has recorded the instance.
+    std::vector<me_id> related(me_id from, uint16_t class_id) const;
+
+    const gpon_flow_cfg_data& configuration() const { return configuration_; }
+
+private:
+    mirrored_instance* find(me_id what);
+    mirrored_instance& add(me_id what, unsigned line);
+    void store(const me_command& command, unsigned line);
+    void remove(const me_command& command);
+    void report(const me_pointer& what, uint8_t message, unsigned line);
+    void fill_queue(mirrored_instance& queue) const;
+
+    std::map<uint16_t, std::vector<mirrored_instance>> classes_;
+    gpon_flow_cfg_data configuration_{};
+};
+
+/// Which class and how many of its instances an instance of `holder` records as pointing at it.
+struct recording_rule {
+    uint16_t holder;
+    uint16_t class_id;
+    size_t places;
+};
+
+/// All rules, those of one holder in the order of its table.
+const std::vector<recording_rule>& recording_rules();
+
+/// Whether a link to a missing instance of the class creates it.
+bool is_created_by_links(uint16_t class_id);
+
+} // namespace gponflow

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/omci/convert.h"
+
+#include "tool/omci/attributes.h"
+#include "tool/omci/defaults.h"
+#include "tool/omci/learn.h"
+#include "tool/omci/mib.h"
+#include "tool/omci/outcome.h"
+#include "tool/omci/pairing.h"
+#include "tool/omci/scenario_text.h"
+
+namespace gponflow::omci {
+
+namespace {
+
+size_t& count_of(request_counts& counts, uint8_t type)
+{
+    return type == create ? counts.creates : type == set ? counts.sets : counts.deletes;
+}
+
+std::string frames_text(const exchange& item)
+{
+    std::string text = "frame " + std::to_string(item.request.frame);
+    for (const size_t frame : item.repeats)
+        text += ", again " + std::to_string(frame);
+    if (item.response)
+        text += ", response " + std::to_string(item.response->frame);
+    return text;
+}
+
+std::string request_text(const message& msg)
+{
+    return type_name(msg.type) + " " + class_title(msg.class_id) + " " + hex_text(msg.instance, 4);
+}
+
+// One request on its way into the scenario.
+struct command {
+    const exchange& item;
+    const attribute_class& cls;
+    const me_class_fields& fields;
+    outcome result;
+    uint16_t mask = 0;
+    value_list list;
+};
+
+class converter {
+public:
+    void take(const exchange& item);
+
+    std::string body;
+    report counts;
+    default_configuration defaults;
+
+private:
+    void take_configuration(const exchange& item);
+    void take_reset(const exchange& item);
+    void take_reboot(const exchange& item);
+    void take_delete(command& cmd);
+    void take_values(command& cmd);
+    void refuse(const exchange& item, const std::string& why);
+    void introduce(const exchange& item, const outcome& result);
+    void apply(command& cmd);
+
+    record_store store;
+};
+
+void converter::take(const exchange& item)
+{
+    const message& msg = item.request.msg;
+    counts.repeats += item.repeats.size();
+    counts.extended += msg.extended ? 1 : 0;
+    switch (msg.type) {
+    case create:
+    case set:
+    case delete_me:
+        return take_configuration(item);
+    case mib_reset:
+        return take_reset(item);
+    case reboot:
+        return take_reboot(item);
+    default:
+        ++counts.other_types[msg.type];
+        learn_from_response(item, store, defaults);
+    }
+}
+
+void converter::take_configuration(const exchange& item)
+{
+    const message& msg = item.request.msg;
+    outcome result = judge(item);
+    if (!result.done)
+        return refuse(item, result.why);
+    const attribute_class* cls = find_attribute_class(msg.class_id);
+    const me_class_fields* fields = find_me_class(msg.class_id);
+    if (cls == nullptr || fields == nullptr) {
+        ++count_of(counts.unmirrored[msg.class_id], msg.type);
+        return;
+    }
+    command cmd{item, *cls, *fields, std::move(result), 0, {}};
+    if (msg.type == delete_me)
+        take_delete(cmd);
+    else
+        take_values(cmd);
+}
+
+void converter::take_delete(command& cmd)
+{
+    const message& msg = cmd.item.request.msg;
+    store.erase(msg.class_id, msg.instance);
+    introduce(cmd.item, cmd.result);
+    body += delete_line(cmd.fields, msg.instance) + "\n";
+    ++counts.written.deletes;
+}
+
+// Splits the attributes by the mask as it was sent; those that the ONU refused are then left out.
+void converter::take_values(command& cmd)
+{
+    const message& msg = cmd.item.request.msg;
+    std::span<const uint8_t> values = msg.content;
+    cmd.mask = set_by_create_mask(cmd.cls);
+    if (msg.type == set) {
+        if (values.size() < 2) {
+            counts.unreadable.push_back({cmd.item.request.frame, "a set without a mask"});
+            return;
+        }
+        cmd.mask = read_u16(values, 0);
+        values = values.subspan(2);
+    }
+    cmd.list = split_values(cmd.cls, cmd.mask, values);
+    if (!cmd.list.fault.empty()) {
+        counts.unreadable.push_back(
+            {cmd.item.request.frame, request_text(msg) + ": " + cmd.list.fault});
+        body += comment_line(frames_text(cmd.item) + ": " + request_text(msg) +
+                             ", skipped: " + cmd.list.fault);
+        return;
+    }
+    std::erase_if(cmd.list.values, [&cmd](const attribute_value& value) {
+        return (attribute_bit(value.index) & cmd.result.refused_mask) != 0;
+    });
+    cmd.mask &= ~cmd.result.refused_mask;
+    apply(cmd);
+}
+
+void converter::apply(command& cmd)
+{
+    const message& msg = cmd.item.request.msg;
+    introduce(cmd.item, cmd.result);
+    if (msg.type == create)
+        store.erase(msg.class_id, msg.instance); // what a create does not carry starts from 0
+    record& rec = store.at(cmd.fields, msg.instance);
+    const std::string unmirrored = unmirrored_text(cmd.cls, cmd.list);
+    if (!unmirrored.empty())
+        body += comment_line("  not mirrored: " + unmirrored);
+    if (cmd.list.unknown_mask != 0)
+        body += comment_line("  attributes unknown, values not read: " +
+                             hex_text(cmd.list.unknown_mask, 4));
+    for (const attribute_value& value : cmd.list.values) {
+        const std::string narrowed =
+            write_attribute(rec, cmd.fields, cmd.cls.attributes[value.index], value.bytes);
+        if (!narrowed.empty())
+            body += comment_line("  " + narrowed);
+    }
+    rec.commanded |= cmd.mask;
+    body += me_line(type_name(msg.type), cmd.fields, cmd.cls, msg.instance, cmd.mask, rec) + "\n";
+    ++count_of(counts.written, msg.type);
+}
+
+void converter::refuse(const exchange& item, const std::string& why)
+{
+    const std::string text = request_text(item.request.msg) + ": " + why;
+    counts.refused.push_back({item.request.frame, text});
+    body += comment_line(frames_text(item) + ": refused, " + text);
+}
+
+void converter::introduce(const exchange& item, const outcome& result)
+{
+    const bool silent = !item.response && item.request.msg.acknowledge_requested;
+    counts.without_response += silent ? 1 : 0;
+    const std::string note = result.note.empty() ? "" : "; " + result.note;
+    body += "\n" + comment_line(frames_text(item) + ": " + request_text(item.request.msg) + note);
+}
+
+void converter::take_reset(const exchange& item)
+{
+    const outcome result = judge(item);
+    if (!result.done)
+        return refuse(item, result.why);
+    store.clear();
+    introduce(item, result);
+    body += "clean\n";
+    ++counts.resets;
+}
+
+// The ONU that comes back starts with an empty module; whether its MIB survived, the capture
+// shows by what the OLT does next.
+void converter::take_reboot(const exchange& item)
+{
+    ++counts.other_types[reboot];
+    if (!judge(item).done)
+        return;
+    body += "\n" + comment_line(frames_text(item) + ": reboot of the ONU");
+}
+
+std::string opening(const capture& cap, std::string_view title, const std::string& config)
+{
+    std::string onu = cap.onus.empty() ? "" : ", ONU " + to_text(cap.onus.front());
+    std::string text =
+        comment_line("OMCI bring-up from " + std::string(title) + ", " +
+                     std::to_string(cap.frames) + " frames" + onu) +
+        "#\n"
+        "# Runs by itself: loads the module, switches the engine on and repeats what\n"
+        "# the OLT commanded and the ONU carried out, in that order. The comment over\n"
+        "# a command names the frames of its request and response; a summary closes\n"
+        "# the file.\n\n"
+        "load\n"
+        "hook kind=switch param=1\n";
+    if (!config.empty())
+        text += "\n# As far as the ONU's own reports tell its defaults.\n" + config + "\n";
+    return text;
+}
+
+} // namespace
+
+conversion convert(const capture& cap, std::string_view title)
+{
+    const pairing pairs = pair_messages(cap.messages);
+    converter work;
+    for (const exchange& item : pairs.exchanges)
+        work.take(item);
+    conversion result;
+    result.scenario = opening(cap, title, work.defaults.line()) + work.body + "\n" +
+                      closing_comment(work.counts, cap, pairs);
+    result.counts = std::move(work.counts);
+    return result;
+}
+
+} // namespace gponflow::omci

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/omci/mib.h"
+
+#include <algorithm>
+
+namespace gponflow::omci {
+
+namespace {
+
+uint32_t read_value(std::span<const uint8_t> bytes)
+{
+    uint32_t value = 0;
+    for (const uint8_t byte : bytes)
+        value = value << 8 | byte;
+    return value;
+}
+
+void store_little_endian(std::span<uint8_t> place, uint32_t value)
+{
+    for (uint8_t& byte : place) {
+        byte = static_cast<uint8_t>(value);
+        value >>= 8;
+    }
+}
+
+uint32_t greatest(size_t width)
+{
+    return width >= 4 ? 0xffffffffu : (1u << (8 * width)) - 1;
+}
+
+// One value of a field, narrowed to the greatest that its width holds.
+bool write_element(record& rec, const me_field& field, size_t element,
+                   std::span<const uint8_t> bytes)
+{
+    const uint32_t value = read_value(bytes);
+    const uint32_t limit = greatest(field.width);
+    const size_t at = field.offset + element * field.width;
+    store_little_endian(std::span(rec.raw).subspan(at, field.width), std::min(value, limit));
+    return value <= limit;
+}
+
+} // namespace
+
+value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes)
+{
+    value_list list;
+    size_t at = 0;
+    for (size_t i = 0; i < attributes_per_mask; ++i) {
+        if ((mask & attribute_bit(i)) == 0)
+            continue;
+        if (i >= cls.attributes.size()) {
+            list.unknown_mask |= attribute_bit(i);
+            continue;
+        }
+        const size_t size = cls.attributes[i].bytes;
+        if (bytes.size() - at < size) {
+            list.values.clear();
+            list.fault = "attribute " + std::to_string(i + 1) + " ends at byte " +
+                         std::to_string(at + size) + " of the values, the message holds " +
+                         std::to_string(bytes.size());
+            return list;
+        }
+        list.values.push_back({i, bytes.subspan(at, size)});
+        at += size;
+    }
+    return list;
+}
+
+std::string write_attribute(record& rec, const me_class_fields& fields, const attribute& attr,
+                            std::span<const uint8_t> bytes)
+{
+    const me_field* field = attr.field.empty() ? nullptr : find_field(fields.fields, attr.field);
+    if (field == nullptr)
+        return {};
+    if (field->bytes) {
+        std::ranges::copy(bytes.first(std::min<size_t>(bytes.size(), field->count)),
+                          rec.raw.begin() + field->offset);
+        return {};
+    }
+    const bool list = bytes.size() > field->width && field->count > 1;
+    const size_t step = list ? field->width : bytes.size();
+    for (size_t at = 0; at + step <= bytes.size(); at += step) {
+        if (!write_element(rec, *field, attr.element + at / step, bytes.subspan(at, step)))
+            return std::string(attr.name) +
+                   " is greater than the record can hold: " + std::to_string(read_value(bytes)) +
+                   " becomes " + std::to_string(greatest(field->width));
+    }
+    return {};
+}
+
+record& record_store::at(const me_class_fields& fields, uint16_t instance)
+{
+    const auto [place, made] = records.try_emplace({fields.id, instance});
+    record& rec = place->second;
+    if (made) {
+        rec.raw.assign(fields.raw_size, 0);
+        store_little_endian(std::span(rec.raw).first(2), instance); // every record begins with it
+    }
+    return rec;
+}
+
+void record_store::learn(const attribute_class& cls, uint16_t instance, const value_list& list)
+{
+    const me_class_fields* fields = find_me_class(cls.id);
+    if (fields == nullptr)
+        return;
+    record& rec = at(*fields, instance);
+    rec.created = true;
+    for (const attribute_value& value : list.values) {
+        if ((rec.commanded & attribute_bit(value.index)) == 0)
+            write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
+    }
+}
+
+} // namespace gponflow::omci

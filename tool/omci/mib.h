@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The raw records that an OMCI stack would hold for the mirrored instances, built up attribute by
+// attribute: a set carries some attributes only, the module wants the whole record each time.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tool/model/me_fields.h"
+#include "tool/omci/attributes.h"
+
+namespace gponflow::omci {
+
+/// One attribute's bytes as the message holds them, big-endian.
+struct attribute_value {
+    size_t index; ///< in attribute_class::attributes
+    std::span<const uint8_t> bytes;
+};
+
+/// The attributes of a message taken apart.
+struct value_list {
+    std::vector<attribute_value> values;
+    uint16_t unknown_mask = 0; ///< bits behind the last attribute known of the class
+    std::string fault;         ///< why the values cannot be read; empty if they can
+};
+
+/// Attribute values stand in a message in rising attribute order, without gaps.
+value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes);
+
+/// One instance's raw record as the module's OMCI stack hands it over.
+struct record {
+    std::vector<uint8_t> raw; ///< little-endian, me_class_fields::raw_size bytes
+    uint16_t commanded = 0;   ///< attributes that the OLT wrote
+    bool created = false;     ///< a create was seen, or the ONU listed the instance
+};
+
+/// Writes one attribute into the record; attributes that are not mirrored change nothing. The
+/// answer is empty, or says that the value did not fit its field, which then holds the greatest.
+std::string write_attribute(record& rec, const me_class_fields& fields, const attribute& attr,
+                            std::span<const uint8_t> bytes);
+
+/// All records by class and instance.
+class record_store {
+public:
+    /// The instance's record, made with all fields 0 if there is none yet.
+    record& at(const me_class_fields& fields, uint16_t instance);
+
+    /// What the ONU itself reports (MIB upload, get): fills attributes that the OLT has not
+    /// written, since a report may be older than the command.
+    void learn(const attribute_class& cls, uint16_t instance, const value_list& list);
+
+    void erase(uint16_t class_id, uint16_t instance) { records.erase({class_id, instance}); }
+    void clear() { records.clear(); }
+
+private:
+    std::map<std::pair<uint16_t, uint16_t>, record> records;
+};
+
+} // namespace gponflow::omci

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/omci/scenario_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace gponflow::omci {
+
+namespace {
+
+constexpr int id_digits = 4;
+
+std::string hex_bytes(std::span<const uint8_t> bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 0xf];
+    }
+    return text;
+}
+
+uint32_t element_value(const record& rec, const me_field& field, size_t element)
+{
+    uint32_t value = 0;
+    for (size_t i = field.width; i > 0; --i)
+        value = value << 8 | rec.raw[field.offset + element * field.width + i - 1];
+    return value;
+}
+
+std::span<const uint8_t> field_bytes(const record& rec, const me_field& field)
+{
+    return std::span(rec.raw).subspan(field.offset, size_t{field.width} * field.count);
+}
+
+notation field_notation(const attribute_class& cls, std::string_view field)
+{
+    const auto found = std::ranges::find(cls.attributes, field, &attribute::field);
+    return found == cls.attributes.end() ? notation::decimal : found->shown;
+}
+
+std::string field_value(const record& rec, const me_field& field, notation shown)
+{
+    if (field.bytes)
+        return hex_bytes(field_bytes(rec, field));
+    size_t count = field.count; // what is left out at the end reads as 0
+    while (count > 1 && element_value(rec, field, count - 1) == 0)
+        --count;
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+        const uint32_t value = element_value(rec, field, i);
+        text += i == 0 ? "" : ",";
+        text += shown == notation::hexadecimal ? hex_text(value, 2 * field.width)
+                                               : std::to_string(value);
+    }
+    return text;
+}
+
+bool named_by_mask(const attribute_class& cls, uint16_t mask, std::string_view field)
+{
+    for (size_t i = 0; i < cls.attributes.size(); ++i) {
+        if ((mask & attribute_bit(i)) != 0 && cls.attributes[i].field == field)
+            return true;
+    }
+    return false;
+}
+
+bool all_zero(std::span<const uint8_t> bytes)
+{
+    return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
+}
+
+std::string head(std::string_view verb, const me_class_fields& fields, uint16_t instance)
+{
+    return "me " + std::string(verb) + " " + std::string(fields.name) + " " +
+           hex_text(instance, id_digits);
+}
+
+} // namespace
+
+std::string hex_text(uint32_t value, int digits)
+{
+    std::array<char, 16> text;
+    std::snprintf(text.data(), text.size(), "0x%0*x", digits, value);
+    return text.data();
+}
+
+std::string me_line(std::string_view verb, const me_class_fields& fields,
+                    const attribute_class& cls, uint16_t instance, uint16_t mask, const record& rec)
+{
+    std::string line = head(verb, fields, instance) + " mask=" + hex_text(mask, id_digits);
+    for (const me_field& field : fields.fields.subspan(1)) { // instID is the instance
+        if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
+            continue;
+        line += " " + std::string(field.name) + "=" +
+                field_value(rec, field, field_notation(cls, field.name));
+    }
+    return line;
+}
+
+std::string delete_line(const me_class_fields& fields, uint16_t instance)
+{
+    return head("delete", fields, instance);
+}
+
+std::string unmirrored_text(const attribute_class& cls, const value_list& list)
+{
+    std::string text;
+    for (const attribute_value& value : list.values) {
+        const attribute& attr = cls.attributes[value.index];
+        if (!attr.field.empty())
+            continue;
+        text +=
+            (text.empty() ? "" : ", ") + std::string(attr.name) + " 0x" + hex_bytes(value.bytes);
+    }
+    return text;
+}
+
+std::string comment_line(std::string_view text)
+{
+    std::string line = text.empty() ? "#" : "# ";
+    for (const char letter : text)
+        line += static_cast<unsigned char>(letter) < ' ' || letter == 0x7f ? '?' : letter;
+    return line + "\n";
+}
+
+} // namespace gponflow::omci

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Managed entity commands as lines of a scenario, with named fields.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "tool/model/me_fields.h"
+#include "tool/omci/attributes.h"
+#include "tool/omci/mib.h"
+
+namespace gponflow::omci {
+
+/// "0x" and at least `digits` digits.
+std::string hex_text(uint32_t value, int digits);
+
+/// `me create CLASS INST mask=M FIELD=VALUE ...`: the fields that differ from 0 and those that
+/// the mask names, so that a pointer cleared on purpose is seen. No line feed.
+std::string me_line(std::string_view verb, const me_class_fields& fields,
+                    const attribute_class& cls, uint16_t instance, uint16_t mask,
+                    const record& rec);
+
+/// `me delete CLASS INST`; a delete carries neither mask nor attributes.
+std::string delete_line(const me_class_fields& fields, uint16_t instance);
+
+/// The attributes of a command that no raw record field holds: "port num 0x01, ...".
+std::string unmirrored_text(const attribute_class& cls, const value_list& list);
+
+/// A comment that cannot break out of its line, whatever a file name or an error text holds.
+std::string comment_line(std::string_view text);
+
+} // namespace gponflow::omci

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/captures.h"
+
+#include <regex>
+#include <stdexcept>
+
+#include "tool/scenario/captures.h"
+#include "tool/scenario/parse.h"
+
+namespace gponflow {
+
+namespace {
+
+std::string quoted(const std::string& text)
+{
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result + '"';
+}
+
+// A file's name may have commas: its options begin at the first that is followed by NAME=.
+std::string command_text(const std::string& word)
+{
+    static const std::regex first_option(",[a-z_]+=");
+    std::smatch found;
+    const bool has_options = std::regex_search(word, found, first_option);
+    const auto split = static_cast<size_t>(has_options ? found.position() : 0);
+    const std::string file = has_options ? word.substr(0, split) : word;
+    std::string options = has_options ? word.substr(split) : "";
+    if (options.find(",kind=") == options.npos)
+        options += ",kind=up_ani";
+    for (char& c : options)
+        c = c == ',' ? ' ' : c;
+    return "pcap " + quoted(file) + options;
+}
+
+} // namespace
+
+std::vector<scenario_line> capture_lines(const std::vector<std::string>& words)
+{
+    std::vector<scenario_line> lines;
+    for (const std::string& word : words) {
+        // Read as from standard input: relative names start at the working directory.
+        parse_result parsed = parse_scenario(command_text(word), "-");
+        std::vector<diagnostic> errors = std::move(parsed.errors);
+        if (errors.empty())
+            errors = read_captures(parsed.what);
+        if (!errors.empty())
+            throw std::runtime_error("--pcap " + word + ": " + errors.front().what);
+        for (scenario_line& line : parsed.what.lines)
+            lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+} // namespace gponflow

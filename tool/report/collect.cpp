@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/collect.h"
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+
+#include "tool/live/source.h"
+#include "tool/report/frame_text.h"
+#include "tool/scenario/captured_run.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t bridge_port_class = 47;
+
+// The rest of a replayed rule's steps may be left over from a branch that was given up, and names
+// no instance.
+std::vector<me_id> way_of(const walk_story& story)
+{
+    std::vector<me_id> way;
+    for (const walk_step& step : story.steps)
+        if (step.passed && !(story.replayed && step.at.instance == 0))
+            way.push_back(step.at);
+    return way;
+}
+
+// The bridge that the frame crossed: a walk ends at its last port, a replay begins at its own.
+std::string bridge_text(const walk_story& story, const mirror& entities)
+{
+    std::vector<me_id> way = way_of(story);
+    if (!story.replayed)
+        std::ranges::reverse(way);
+    const auto port = std::ranges::find(way, bridge_port_class, &me_id::class_id);
+    const mirrored_instance* me = port == way.end() ? nullptr : entities.find(*port);
+    return me ? "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID) : "no bridge";
+}
+
+std::string entry_text(const packet_options& options)
+{
+    if (options.kind == 0)
+        return "UNI " + std::to_string(options.port_word >> 4 & 15);
+    if (options.kind == 3)
+        return "GEM port " + std::to_string(options.gem);
+    return {};
+}
+
+std::string drop_reason(const walk_story& story)
+{
+    constexpr size_t most_named = 4;
+    if (std::string ends = dead_ends_text(story, most_named); !ends.empty())
+        return ends;
+    if (!story.complaints.empty())
+        return story.complaints.back();
+    return story.steps.empty() ? "the frame entered no managed entity"
+                               : "the walk passed, what came after it failed";
+}
+
+class collector final : public quiet_run {
+public:
+    collector(backend& where, report_data& into) : quiet_run(where), data_(into)
+    {
+        show_progress();
+    }
+
+    exit_status collect(const scenario& what, std::ostream& diagnostics)
+    {
+        for (const scenario_line& line : what.lines) {
+            follow(line);
+            source_ = what.name + ":" + std::to_string(line.line);
+            number_ = 0;
+            if (const auto* capture = std::get_if<pcap_command>(&line.what))
+                start_capture(capture->file);
+            const exit_status status = run({what.name, {line}}, diagnostics);
+            if (status != all_held)
+                return status;
+        }
+        finish();
+        return all_held;
+    }
+
+private:
+    // As the mirror of a whole scenario does, but so far as the frame at hand has come.
+    void follow(const scenario_line& line)
+    {
+        mirror& entities = data_.entities;
+        if (const auto* me = std::get_if<me_command>(&line.what))
+            entities.apply(*me, line.line);
+        else if (const auto* config = std::get_if<config_command>(&line.what))
+            entities.apply(*config);
+        else if (std::holds_alternative<clean_command>(line.what))
+            entities.clear();
+        else if (std::holds_alternative<load_command>(line.what))
+            entities = mirror();
+    }
+
+    void start_capture(const std::string& file)
+    {
+        source_ = file;
+        if (std::ranges::find(data_.captures, file) == data_.captures.end())
+            data_.captures.push_back(file);
+        number_ = 1;
+    }
+
+    void on_frame(const packet_options& options, const bytes& frame) override
+    {
+        const std::string place = number_ ? source_ + " #" + std::to_string(number_++) : source_;
+        if (options.kind >= data_.directions.size()) {
+            quiet_run::on_frame(options, frame);
+            return;
+        }
+        const std::optional<hook_answer> answer = hook_in_detail(options, frame);
+        count({{options, frame}, read_walk(log(), data_.entities), answer, {}}, place);
+    }
+
+    flow_row row_of(const explanation& what, const std::string& place) const
+    {
+        flow_row row;
+        row.kind = what.what.options.kind;
+        row.entry = entry_text(what.what.options);
+        row.key = key_of(what.what.options, what.what.frame);
+        row.type = type_text(what.what.frame);
+        row.fate = fate_of(what);
+        row.outcome = outcome_of(what, row.fate);
+        row.first = place;
+        return row;
+    }
+
+    void count(explanation what, const std::string& place)
+    {
+        const flow_row row = row_of(what, place);
+        const frame_fate fate = row.fate;
+        direction_row& direction = data_.directions.at(row.kind);
+        ++direction.frames;
+        direction.passed += fate == frame_fate::passed;
+        direction.dropped += fate == frame_fate::dropped;
+        direction.untouched += fate == frame_fate::untouched;
+        direction.quick += what.story.replayed;
+        add_flow(row, what);
+        if (fate == frame_fate::dropped)
+            add_drop(std::move(what), row);
+    }
+
+    static frame_fate fate_of(const explanation& what)
+    {
+        if (!what.answer || !what.story.ran)
+            return frame_fate::untouched;
+        return what.answer->api_result == 0 ? frame_fate::passed : frame_fate::dropped;
+    }
+
+    std::string outcome_of(const explanation& what, frame_fate fate) const
+    {
+        if (fate == frame_fate::untouched)
+            return what.answer ? "the engine is switched off" : "the module is not loaded";
+        if (fate == frame_fate::dropped)
+            return drop_reason(what.story);
+        const std::string bridge = bridge_text(what.story, data_.entities);
+        switch (what.what.options.kind) {
+        case 0:
+        case 3:
+            return "into " + bridge;
+        case 1:
+            return "GEM port " + std::to_string(what.answer->gem) + " from " + bridge;
+        default:
+            return "out of the UNI, not walked";
+        }
+    }
+
+    // A replay names only a part of its steps; the walk that learnt the rule has named them all.
+    std::vector<me_id> whole_way(const flow_row& row, const walk_story& story)
+    {
+        if (!story.replayed)
+            return learnt_ways_[row.key] = way_of(story);
+        const auto learnt = learnt_ways_.find(row.key);
+        return learnt == learnt_ways_.end() ? way_of(story) : learnt->second;
+    }
+
+    void add_flow(const flow_row& row, const explanation& what)
+    {
+        const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
+        auto known = flows_.find(id);
+        if (known == flows_.end()) {
+            // The frames of what is left out still count for their direction and their reason.
+            if (data_.flows.size() == most_flows) {
+                ++data_.flows_left_out;
+                return;
+            }
+            known = flows_.emplace(id, data_.flows.size()).first;
+            data_.flows.push_back(row);
+            data_.flows.back().way = whole_way(row, what.story);
+        }
+        flow_row& flow = data_.flows[known->second];
+        ++flow.frames;
+        flow.octets += what.what.frame.size();
+        flow.quick += what.story.replayed;
+    }
+
+    void add_drop(explanation what, const flow_row& row)
+    {
+        const auto known = std::ranges::find_if(data_.drops, [&](const drop_row& one) {
+            return one.kind == row.kind && one.tags == row.key.tags && one.reason == row.outcome;
+        });
+        if (known != data_.drops.end()) {
+            ++known->frames;
+            return;
+        }
+        if (data_.drops.size() == most_drops) {
+            ++data_.drops_left_out;
+            return;
+        }
+        what.entities = data_.entities;
+        data_.drops.push_back({row.kind, row.key.tags, row.outcome, 1, row.first, std::move(what)});
+    }
+
+    void finish()
+    {
+        std::ranges::stable_sort(data_.drops, std::greater<>(), &drop_row::frames);
+        if (const std::optional<std::string> told = ask("show flow_rule"))
+            data_.rules = read_rule_table(*told);
+        data_.findings = check_provisioning(data_.entities);
+    }
+
+    using flow_id = std::tuple<uint32_t, std::string, flow_key, std::string, std::string>;
+
+    report_data& data_;
+    std::map<flow_id, size_t> flows_; ///< places in the data
+    std::map<flow_key, std::vector<me_id>> learnt_ways_;
+    std::string source_;
+    uint64_t number_ = 0; ///< of the frame to come in its capture; 0 outside captures
+};
+
+} // namespace
+
+const char* direction_title(uint32_t kind)
+{
+    constexpr std::array<const char*, 4> titles = {
+        "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
+        "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
+    return titles.at(kind);
+}
+
+exit_status collect_report(const scenario& what, backend& where, report_data& into,
+                           std::ostream& diagnostics)
+{
+    into.scenario = what.name;
+    return collector(where, into).collect(without_last_unload(what), diagnostics);
+}
+
+} // namespace gponflow

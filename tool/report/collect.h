@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What a report tells, as data: the frames of a scenario gathered to flows and to reasons of drops.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/explain/explain.h"
+#include "tool/live/dump.h"
+#include "tool/model/check.h"
+#include "tool/model/line_model.h"
+
+namespace gponflow {
+
+enum class frame_fate {
+    passed,
+    dropped,
+    untouched ///< the engine is off, or the module is not loaded
+};
+
+/// Frames alike in everything that decides their way, and that ended alike.
+struct flow_row {
+    uint32_t kind = 0; ///< of the hook call
+    std::string entry; ///< "UNI 1", "GEM port 1025"; empty for the halves that begin at a bridge
+    flow_key key;
+    std::string type; ///< "IPv4 UDP"
+    frame_fate fate = frame_fate::passed;
+    std::string outcome; ///< where to, or why not
+    uint64_t frames = 0;
+    uint64_t octets = 0;
+    uint64_t quick = 0; ///< replayed a rule
+    std::string first;  ///< where its first frame stands
+    std::vector<me_id> way;
+};
+
+/// Dropped frames of one direction with the same tags, that ended at the same places.
+struct drop_row {
+    uint32_t kind = 0;
+    std::vector<vlan_tag> tags;
+    std::string reason;
+    uint64_t frames = 0;
+    std::string first;
+    explanation example; ///< of the first frame
+};
+
+struct direction_row {
+    uint64_t frames = 0;
+    uint64_t passed = 0;
+    uint64_t dropped = 0;
+    uint64_t untouched = 0;
+    uint64_t quick = 0;
+};
+
+struct report_data {
+    std::string scenario;
+    std::vector<std::string> captures;
+    std::array<direction_row, 4> directions; ///< by kind of hook call
+    std::vector<flow_row> flows;             ///< in the order of their first frames
+    uint64_t flows_left_out = 0;             ///< beyond the most that are listed
+    std::vector<drop_row> drops;             ///< the most frequent first
+    uint64_t drops_left_out = 0;             ///< frames beyond the most that are explained
+    std::optional<rule_table> rules;         ///< at the end
+    mirror entities;                         ///< at the end
+    std::vector<finding> findings;
+};
+
+/// More than these make a page that nobody reads.
+constexpr size_t most_flows = 2000;
+constexpr size_t most_drops = 30;
+
+/// Runs the scenario without its last unload and gathers what became of its frames. Frames of hook
+/// calls with a kind above 3 are run and not counted. Diagnostics as for run_scenario.
+exit_status collect_report(const scenario& what, backend& where, report_data& into,
+                           std::ostream& diagnostics);
+
+/// "upstream, from the UNI to the bridge"; the kind is at most 3.
+const char* direction_title(uint32_t kind);
+
+} // namespace gponflow

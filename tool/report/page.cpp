@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/page.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tool/report/page_parts.h"
+#include "tool/report/tables.h"
+#include "tool/text/escape.h"
+
+namespace gponflow {
+
+namespace {
+
+template_value capture_names(const report_data& data)
+{
+    template_value names(template_value::type::list);
+    for (const std::string& one : data.captures)
+        names << template_value(escape(one));
+    return names;
+}
+
+void set_totals(template_value& page, const report_data& data)
+{
+    direction_row all;
+    for (const direction_row& one : data.directions) {
+        all.frames += one.frames;
+        all.passed += one.passed;
+        all.dropped += one.dropped;
+        all.untouched += one.untouched;
+        all.quick += one.quick;
+    }
+    const auto problems =
+        std::ranges::count(data.findings, finding_weight::problem, &finding::weight);
+    page.set("frames", std::to_string(all.frames));
+    page.set("passed", std::to_string(all.passed));
+    page.set("dropped", std::to_string(all.dropped));
+    page.set("has_dropped", all.dropped != 0);
+    page.set("has_untouched", all.untouched != 0);
+    page.set("quick", std::to_string(all.quick));
+    page.set("flow_count", std::to_string(data.flows.size()));
+    page.set("flows_left_out", std::to_string(data.flows_left_out));
+    page.set("has_flows_left_out", data.flows_left_out != 0);
+    page.set("drops_left_out", std::to_string(data.drops_left_out));
+    page.set("has_drops_left_out", data.drops_left_out != 0);
+    page.set("problems", std::to_string(problems));
+    page.set("has_problems", problems != 0);
+    page.set("has_findings", !data.findings.empty());
+}
+
+void set_rules(template_value& page, const report_data& data)
+{
+    page.set("has_rules", data.rules && !data.rules->rules.empty());
+    page.set("rule_count", std::to_string(data.rules ? data.rules->rules.size() : 0));
+    page.set("buckets", std::to_string(data.rules ? data.rules->buckets : 0));
+    page.set("rules", rule_values(data));
+}
+
+} // namespace
+
+std::string report_page(const report_data& data, const std::string& picture,
+                        const std::string& no_picture)
+{
+    template_value page;
+    page.set("style", page_style);
+    page.set("script", page_script);
+    page.set("scenario", escape(data.scenario));
+    page.set("captures", capture_names(data));
+    page.set("has_captures", !data.captures.empty());
+    page.set("picture", picture);
+    page.set("has_picture", !picture.empty());
+    page.set("no_picture", escape(no_picture));
+    set_totals(page, data);
+    set_rules(page, data);
+    page.set("directions", direction_values(data));
+    page.set("drops", drop_values(data));
+    page.set("flows", flow_values(data));
+    page.set("findings", finding_values(data));
+    kainjow::mustache::mustache whole(page_template);
+    if (!whole.is_valid())
+        throw std::logic_error("the page's template: " + whole.error_message());
+    return whole.render(page);
+}
+
+} // namespace gponflow

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The parts of a report as values of the page's template.
+#pragma once
+
+#include <kainjow/mustache.hpp>
+
+#include "tool/report/collect.h"
+
+namespace gponflow {
+
+using template_value = kainjow::mustache::data;
+
+// Each is a list, an entry a row.
+template_value direction_values(const report_data& data);
+template_value drop_values(const report_data& data);
+template_value flow_values(const report_data& data);
+template_value rule_values(const report_data& data);
+template_value finding_values(const report_data& data);
+
+} // namespace gponflow

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Where a scenario runs: the module in this process, or a module loaded in a real kernel.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/scenario/command.h"
+
+namespace gponflow {
+
+/// What a backend cannot do; the text says why, for the user.
+struct refusal : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// What happened inside while a command ran.
+struct backend_event {
+    enum class kind {
+        log,  ///< a piece of kernel log text, line feeds and all
+        call, ///< a platform call that the module made, one line without the "@ "
+        lost  ///< log text was lost here; the text says why
+    } what;
+    std::string_view text; ///< valid during the call of the sink
+};
+using backend_sink = std::function<void(const backend_event&)>;
+
+struct hook_answer {
+    int ret = 0;
+    int api_result = 0;
+    uint16_t gem = 0;   ///< of the packet, as the call left it
+    uint32_t flags = 0; ///< the same, the flag word
+};
+
+/// The module's outer doors and the platform behind it. One thread at a time. Events of a call
+/// reach the sink before the call returns. Every function may throw refusal.
+///
+/// A door that is not there (no hook registered, no character device, no proc entry) answers
+/// nothing. User memory is this process's memory: an ioctl argument is an address here.
+class backend {
+public:
+    virtual ~backend() = default;
+    backend() = default;
+    backend(const backend&) = delete;
+    backend& operator=(const backend&) = delete;
+
+    /// Receives the events of the calls to come; null ends that.
+    virtual void set_sink(backend_sink sink) = 0;
+
+    /// init_module; nothing when it panicked. Refuses when the module is loaded.
+    virtual std::optional<int> load() = 0;
+    /// cleanup_module. Refuses when the module is not loaded.
+    virtual void unload() = 0;
+
+    /// One hook call; without frame the packet pointer is null.
+    virtual std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) = 0;
+    virtual std::optional<long> ioctl(uint32_t number, uint64_t argument) = 0;
+    virtual std::optional<long> proc_write(std::string_view text) = 0;
+    virtual std::optional<long> proc_read() = 0;
+
+    /// Lets jiffies pass; answers the time afterwards.
+    virtual uint64_t advance(uint64_t jiffies) = 0;
+    virtual void set_mapping(const pointer_setting& setting) = 0;
+    virtual void set_queue_mapping(const pointer_setting& setting) = 0;
+    /// The nth call of the service from now on fails once.
+    virtual void arm_fault(fault_kind what, uint64_t nth) = 0;
+};
+
+/// The module in this process, fresh: nothing loaded, jiffies 0. One at a time.
+std::unique_ptr<backend> make_host_backend();
+
+/// The module in the running kernel, through its device, proc entry and log. Throws refusal when
+/// this machine or this build cannot do that.
+std::unique_ptr<backend> make_device_backend();
+
+/// Names that make_backend knows.
+std::vector<std::string> backend_names();
+
+/// The backend of that name. Throws refusal.
+std::unique_ptr<backend> make_backend(std::string_view name);
+
+} // namespace gponflow

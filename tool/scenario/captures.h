@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The frames of capture files.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "tool/scenario/command.h"
+#include "tool/scenario/error.h"
+
+namespace gponflow {
+
+/// The frames of a pcap or pcapng file of Ethernet frames, as many bytes as were captured of each;
+/// `most` of them, and nothing behind those is looked at. Throws std::runtime_error that says what
+/// is wrong with the file.
+std::vector<bytes> read_capture(const std::filesystem::path& file, size_t most = SIZE_MAX);
+
+/// Reads the files of all pcap commands into them. Relative paths start at the folder of the
+/// scenario file, or at the working directory for a scenario from standard input.
+std::vector<diagnostic> read_captures(scenario& into);
+
+} // namespace gponflow

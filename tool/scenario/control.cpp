@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/scenario/control.h"
+
+#include <algorithm>
+#include <array>
+
+#include "include/uapi/gpon_flow.h"
+
+namespace gponflow {
+
+namespace {
+
+// User pointers are addresses of this process, which the module copies from during the call.
+uint64_t address(const void* of)
+{
+    return reinterpret_cast<uintptr_t>(of);
+}
+
+uint64_t address(const std::optional<bytes>& record)
+{
+    return record ? address(record->data()) : 0;
+}
+
+std::optional<long> send_record(backend& to, const gpon_flow_cmd& record)
+{
+    return to.ioctl(GPON_FLOW_IOC_COMMAND, address(&record));
+}
+
+} // namespace
+
+std::optional<long> send(backend& to, const me_command& what)
+{
+    gpon_flow_cmd record{};
+    record.cmd = GPON_FLOW_CMD_ME;
+    record.me.msg_type = what.message;
+    record.me.class_id = what.class_id;
+    record.me.inst_id = what.instance;
+    record.me.attr_mask = what.mask;
+    record.me.attr_data = address(what.raw);
+    return send_record(to, record);
+}
+
+std::optional<long> send(backend& to, const config_command& what)
+{
+    gpon_flow_cmd record{};
+    record.cmd = GPON_FLOW_CMD_CFG_DATA;
+    record.cfg_data = address(what.raw);
+    return send_record(to, record);
+}
+
+std::optional<long> send(backend& to, const debug_command& what)
+{
+    std::array<std::array<char, GPON_FLOW_DEBUG_WORD_BYTES>, GPON_FLOW_DEBUG_WORDS> words{};
+    gpon_flow_cmd record{};
+    record.cmd = GPON_FLOW_CMD_DEBUG;
+    for (size_t i = 0; i < what.words.size(); ++i) {
+        std::ranges::copy(what.words[i], words[i].begin());
+        record.args[i] = address(&words[i]);
+    }
+    return send_record(to, record);
+}
+
+std::optional<long> send(backend& to, const clean_command&)
+{
+    gpon_flow_cmd record{};
+    record.cmd = GPON_FLOW_CMD_CLEAN;
+    return send_record(to, record);
+}
+
+std::optional<long> send(backend& to, const ioctl_command& what)
+{
+    gpon_flow_cmd record{};
+    record.cmd = what.cmd.value_or(0);
+    return to.ioctl(what.number, what.cmd ? address(&record) : 0);
+}
+
+} // namespace gponflow

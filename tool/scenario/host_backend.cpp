@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The module in this process.
+#include "platform/host/host.h"
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+namespace {
+
+gpon::host::fault host_fault(fault_kind what)
+{
+    switch (what) {
+    case fault_kind::chrdev:
+        return gpon::host::fault::chrdev;
+    case fault_kind::proc_dir:
+        return gpon::host::fault::proc_dir;
+    case fault_kind::proc_entry:
+        return gpon::host::fault::proc_entry;
+    case fault_kind::hook:
+        return gpon::host::fault::hook;
+    case fault_kind::alloc:
+        return gpon::host::fault::alloc;
+    case fault_kind::copy:
+        return gpon::host::fault::copy;
+    }
+    throw refusal("unknown kind of fault");
+}
+
+sk_buff packet_from(const packet_options& options, const bytes& frame)
+{
+    sk_buff packet;
+    packet.flag_word = options.flags;
+    packet.port_word = options.port_word;
+    packet.mark_word = options.mark_word;
+    packet.gemport_id = options.gem;
+    packet.multicast = options.multicast;
+    packet.data = frame.data();
+    packet.bytes = static_cast<uint32_t>(frame.size());
+    return packet;
+}
+
+class host_backend final : public backend {
+public:
+    host_backend() { gpon::host::reset(); }
+
+    // Nothing that this object lent to the platform outlives it.
+    ~host_backend() override
+    {
+        gpon::host::set_sink(nullptr);
+        gpon::host::reset();
+    }
+
+    void set_sink(backend_sink sink) override
+    {
+        if (!sink)
+            return gpon::host::set_sink(nullptr);
+        gpon::host::set_sink([sink = std::move(sink)](const gpon::host::event& event) {
+            const bool log = event.what == gpon::host::event::log;
+            sink({log ? backend_event::kind::log : backend_event::kind::call, event.text});
+        });
+    }
+
+    std::optional<int> load() override
+    {
+        if (gpon::host::is_loaded())
+            throw refusal("the module is loaded already");
+        return gpon::host::load();
+    }
+
+    void unload() override
+    {
+        if (!gpon::host::is_loaded())
+            throw refusal("the module is not loaded");
+        gpon::host::unload();
+    }
+
+    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    {
+        sk_buff packet;
+        if (frame)
+            packet = packet_from(options, *frame);
+        const auto answer =
+            gpon::host::hook(options.kind, options.param, frame ? &packet : nullptr);
+        if (!answer)
+            return {};
+        return hook_answer{answer->ret, answer->api_result, packet.gemport_id, packet.flag_word};
+    }
+
+    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
+    {
+        return gpon::host::ioctl(number, argument);
+    }
+
+    std::optional<long> proc_write(std::string_view text) override
+    {
+        return gpon::host::proc_write(text);
+    }
+
+    std::optional<long> proc_read() override { return gpon::host::proc_read(); }
+
+    uint64_t advance(uint64_t jiffies) override
+    {
+        gpon::host::advance(jiffies);
+        return gpon::host::jiffies();
+    }
+
+    void set_mapping(const pointer_setting& setting) override
+    {
+        gpon::host::set_mapping(setting.answer);
+    }
+
+    void set_queue_mapping(const pointer_setting& setting) override
+    {
+        gpon::host::set_queue_mapping(setting.answer);
+    }
+
+    void arm_fault(fault_kind what, uint64_t nth) override
+    {
+        gpon::host::arm_fault(host_fault(what), nth);
+    }
+};
+
+} // namespace
+
+std::unique_ptr<backend> make_host_backend()
+{
+    return std::make_unique<host_backend>();
+}
+
+} // namespace gponflow

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/scenario/open.h"
+
+#include <algorithm>
+#include <ostream>
+#include <stdexcept>
+
+#include "tool/scenario/captures.h"
+#include "tool/scenario/parse.h"
+#include "tool/text/source_text.h"
+
+namespace gponflow {
+
+namespace {
+
+// A file of another kind is wrong in every line.
+constexpr size_t most_told = 20;
+
+void tell(const std::vector<diagnostic>& errors, std::ostream& to)
+{
+    for (size_t i = 0; i < std::min(errors.size(), most_told); ++i)
+        to << errors[i].text() << '\n';
+    if (errors.size() > most_told)
+        to << errors[0].file << ": " << errors.size() - most_told << " more faulty lines\n";
+}
+
+} // namespace
+
+std::optional<scenario> open_scenario(const std::string& file, std::ostream& diagnostics)
+{
+    std::string text;
+    try {
+        text = read_source_text(file);
+    } catch (const std::runtime_error& error) {
+        diagnostics << file << ": " << error.what() << '\n';
+        return {};
+    }
+    parse_result parsed = parse_scenario(text, file);
+    std::vector<diagnostic> captures = read_captures(parsed.what);
+    std::ranges::move(captures, std::back_inserter(parsed.errors));
+    std::ranges::stable_sort(parsed.errors, {}, &diagnostic::line);
+    tell(parsed.errors, diagnostics);
+    if (!parsed.errors.empty())
+        return {};
+    return std::move(parsed.what);
+}
+
+} // namespace gponflow

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The outcome of a command: what its result line prints and what expect compares with.
+#pragma once
+
+#include <concepts>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+class result_line {
+public:
+    /// "NAME", nothing to compare with.
+    explicit result_line(std::string_view name) : text_(name) {}
+
+    /// "NAME NUMBER", which compares as ret.
+    static result_line number(std::string_view name, std::integral auto number)
+    {
+        return with_ret(name, std::to_string(number));
+    }
+    /// "NAME absent": the door is not there.
+    static result_line absent(std::string_view name);
+    /// NAME and the number, or absent.
+    static result_line of(std::string_view name, std::optional<long> answer);
+    /// The outcome of a hook call; with the packet's fields when there was a packet.
+    static result_line of_hook(const std::optional<hook_answer>& answer, bool packet);
+
+    /// Adds " NAME=VALUE".
+    void add(std::string_view name, std::string value);
+
+    const std::string& text() const { return text_; }
+
+    /// What stands for the name: "absent" for every name when the door is absent, empty when the
+    /// line says nothing of it.
+    std::string_view value_of(std::string_view name) const;
+
+private:
+    static result_line with_ret(std::string_view name, std::string number);
+
+    std::string text_;
+    bool absent_ = false;
+    std::vector<std::pair<std::string, std::string>> values_;
+};
+
+/// Whether a value of a result line is the one expected.
+bool holds(const expectation& expected, std::string_view got);
+
+} // namespace gponflow

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/scenario/run.h"
+
+#include <ostream>
+
+#include "tool/scenario/control.h"
+#include "tool/scenario/error.h"
+#include "tool/scenario/result_line.h"
+#include "tool/scenario/transcript.h"
+
+namespace gponflow {
+
+namespace {
+
+class runner {
+public:
+    runner(backend& where, std::ostream& out, bool mask_lines)
+        : backend_(where), transcript_(out, mask_lines)
+    {
+        backend_.set_sink([this](const backend_event& event) {
+            if (event.what == backend_event::kind::lost)
+                throw refusal(std::string(event.text));
+            if (event.what == backend_event::kind::log)
+                transcript_.log(event.text);
+            else
+                transcript_.call(event.text);
+        });
+    }
+
+    ~runner() { backend_.set_sink(nullptr); }
+    runner(const runner&) = delete;
+    runner& operator=(const runner&) = delete;
+
+    void run(const scenario_line& line)
+    {
+        transcript_.command(line.text);
+        std::visit([this](const auto& command) { execute(command); }, line.what);
+        transcript_.flush();
+    }
+
+    void flush() { transcript_.flush(); }
+    bool panicked() const { return panicked_; }
+    bool all_held() const { return all_held_; }
+
+private:
+    void finish(result_line line)
+    {
+        transcript_.result(line.text());
+        last_ = std::move(line);
+    }
+
+    void execute(const load_command&)
+    {
+        if (const std::optional<int> answer = backend_.load())
+            finish(result_line::number("load", *answer));
+        else
+            panicked_ = true;
+    }
+
+    void execute(const unload_command&)
+    {
+        backend_.unload();
+        finish(result_line("unload"));
+    }
+
+    std::optional<hook_answer> call_hook(const packet_options& options, const bytes* frame)
+    {
+        const std::optional<hook_answer> answer = backend_.hook(options, frame);
+        finish(result_line::of_hook(answer, frame != nullptr));
+        return answer;
+    }
+
+    void execute(const hook_command& command)
+    {
+        call_hook(command.options, command.frame ? &*command.frame : nullptr);
+    }
+
+    void execute(const pcap_command& command)
+    {
+        size_t ok = 0;
+        for (const bytes& frame : command.frames) {
+            const std::optional<hook_answer> answer = call_hook(command.options, &frame);
+            if (answer && answer->api_result == 0)
+                ++ok;
+        }
+        result_line summary("pcap");
+        summary.add("frames", std::to_string(command.frames.size()));
+        summary.add("ok", std::to_string(ok));
+        summary.add("failed", std::to_string(command.frames.size() - ok));
+        finish(std::move(summary));
+    }
+
+    void execute(const me_command& command)
+    {
+        finish(result_line::of("me", send(backend_, command)));
+    }
+
+    void execute(const config_command& command)
+    {
+        finish(result_line::of("config", send(backend_, command)));
+    }
+
+    void execute(const debug_command& command)
+    {
+        finish(result_line::of("debug", send(backend_, command)));
+    }
+
+    void execute(const clean_command& command)
+    {
+        finish(result_line::of("clean", send(backend_, command)));
+    }
+
+    void execute(const ioctl_command& command)
+    {
+        finish(result_line::of("ioctl", send(backend_, command)));
+    }
+
+    void execute(const proc_write_command& command)
+    {
+        finish(result_line::of("proc", backend_.proc_write(command.text)));
+    }
+
+    void execute(const proc_read_command&)
+    {
+        finish(result_line::of("proc", backend_.proc_read()));
+    }
+
+    void execute(const advance_command& command)
+    {
+        const uint64_t now = backend_.advance(command.jiffies);
+        finish(result_line::number("jiffies", now));
+    }
+
+    void execute(const platform_command& command)
+    {
+        if (command.mapping)
+            backend_.set_mapping(*command.mapping);
+        if (command.queue)
+            backend_.set_queue_mapping(*command.queue);
+    }
+
+    void execute(const fault_command& command) { backend_.arm_fault(command.what, command.nth); }
+
+    void execute(const expect_command& command)
+    {
+        for (const expectation& expected : command.all) {
+            const std::string_view got = last_.value_of(expected.name);
+            if (holds(expected, got))
+                continue;
+            all_held_ = false;
+            transcript_.failed_expectation(expected.name + "=" + expected.value_text,
+                                           got.empty() ? "nothing" : got);
+        }
+    }
+
+    void execute(const echo_command& command) { transcript_.echo(command.text); }
+
+    backend& backend_;
+    transcript transcript_;
+    result_line last_{""};
+    bool panicked_ = false;
+    bool all_held_ = true;
+};
+
+} // namespace
+
+exit_status run_scenario(const scenario& what, backend& where, std::ostream& out,
+                         std::ostream& diagnostics, bool mask_lines)
+{
+    runner runner(where, out, mask_lines);
+    for (const scenario_line& line : what.lines) {
+        try {
+            runner.run(line);
+        } catch (const refusal& why) {
+            runner.flush();
+            diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
+            return not_supported;
+        }
+        if (runner.panicked())
+            break;
+    }
+    return runner.all_held() ? all_held : expectation_failed;
+}
+
+} // namespace gponflow

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/text/source_text.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+namespace gponflow {
+
+namespace {
+
+// Ends the reading of a device that never ends.
+constexpr size_t most_bytes = size_t{256} << 20;
+
+[[noreturn]] void fail()
+{
+    throw std::runtime_error(std::generic_category().message(errno));
+}
+
+std::string read_all(std::FILE* stream)
+{
+    std::string text;
+    std::array<char, 65536> part;
+    while (const size_t count = std::fread(part.data(), 1, part.size(), stream)) {
+        text.append(part.data(), count);
+        if (text.size() > most_bytes)
+            throw std::runtime_error("longer than 256 MiB");
+    }
+    if (std::ferror(stream))
+        fail();
+    return text;
+}
+
+} // namespace
+
+std::string read_source_text(const std::string& file)
+{
+    if (file == "-")
+        return read_all(stdin);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
+                                                                 std::fclose);
+    if (!stream)
+        fail();
+    return read_all(stream.get());
+}
+
+} // namespace gponflow

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+/// "1 rule", "2 rules".
+std::string counted(uint64_t count, const std::string& noun);
+
+/// Columns of text, each as wide as its widest cell; the last one is not padded.
+struct text_table {
+    std::vector<std::string> titles;
+    std::vector<std::vector<std::string>> rows; ///< as many cells as there are titles
+
+    /// The lines, titles first.
+    std::vector<std::string> lines() const;
+    /// Prints them, each behind the indent.
+    void print(std::ostream& out, const palette& colours, const std::string& indent = "") const;
+};
+
+} // namespace gponflow
