@@ -42,18 +42,3 @@ machine() {
     printf '%s, g++ %s' "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)" \
         "$(g++ -dumpfullversion)"
 }
-
-# replace_section FILE NAME TEXT: what stands between <!-- NAME begin --> and <!-- NAME end -->.
-replace_section() {
-    local file=$1 name=$2
-    if ! grep -q "^<!-- $name begin -->\$" "$file" || ! grep -q "^<!-- $name end -->\$" "$file"; then
-        echo "$file has no place for the section '$name'" >&2
-        return 1
-    fi
-    SECTION=$3 awk -v begin="<!-- $name begin -->" -v end="<!-- $name end -->" '
-        $0 == end { inside = 0 }
-        !inside { print }
-        $0 == begin { print ""; print ENVIRON["SECTION"]; print ""; inside = 1 }' \
-        "$file" >"$file.new"
-    mv "$file.new" "$file"
-}

@@ -4,7 +4,8 @@
 # Boots a guest whose clock counts instructions (arm64 unless other architectures are named) and
 # measures what a subscriber's frame costs across a bridge, a VLAN filtering bridge, tc flower, Open
 # vSwitch and gpon_flow. The figures go to build/bench/guest-ARCH.json, those of the first
-# architecture to build/bench/guest.json too. --write puts the table into docs/performance.md.
+# architecture to build/bench/guest.json too. --write puts the table into
+# docs/results/frame-instructions.md.
 #
 # --check and --update measure bridge and gpon_flow alone: the first fails when gpon_flow adds over
 # 3 % more to a frame than the baseline says, the second makes the figures the baseline,
@@ -12,7 +13,7 @@
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
-. scripts/bench.sh
+. scripts/results.sh
 . scripts/kernel/common.sh
 . scripts/kernel/guest-tests.sh
 . scripts/kernel/bench.sh
@@ -63,4 +64,7 @@ for arch in "${archs[@]}"; do
     show_guest_figures "${figures[-1]}"
 done
 cp "${figures[0]}" "$GPON_BUILD_DIR/bench/guest.json"
-[ -z "$write" ] || replace_section docs/performance.md guest "$(guest_section "${figures[@]}")"
+if [ -n "$write" ]; then
+    guest_section "${figures[@]}" |
+        write_result frame-instructions 'Instructions of a frame in a kernel'
+fi

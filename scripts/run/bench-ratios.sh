@@ -2,10 +2,11 @@
 # [ROUNDS=15] [--write] what the speed is to be, as ratios: NAME RATIO TARGET met|missed
 #
 # The figures behind them go to build/bench/ratios.json. Instructions of a frame come from
-# bench-kernel, which runs when it has not yet. --write puts the lines into docs/performance.md.
+# bench-kernel, which runs when it has not yet. --write puts the lines into docs/results/ratios.md.
 set -eu
 . scripts/build.sh
 . scripts/bench.sh
+. scripts/results.sh
 
 rounds=15 write=''
 for word in "$@"; do
@@ -40,5 +41,5 @@ fi
 lines=$(jq -rs -f scripts/bench-ratios.jq "$dir/ratios.json" "$guest")
 column -t -s $'\t' <<<"$lines"
 if [ -n "$write" ]; then
-    replace_section docs/performance.md ratios "$(ratios_section "$lines")"
+    ratios_section "$lines" | write_result ratios 'Ratios against their targets'
 fi

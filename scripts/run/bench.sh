@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # [FILTER=REGEX] [SECONDS=0.1] [--write] time, bytes and allocations of everything, and of other tables
 #
-# SECONDS is for each benchmark. The figures go to build/bench/bench.json; --write puts the tables
-# into docs/performance.md.
+# SECONDS is for each benchmark. The figures go to build/bench/bench.json; --write puts the table
+# into docs/results/host-cases.md.
 set -eu
 . scripts/build.sh
 . scripts/bench.sh
+. scripts/results.sh
 
 filter=. seconds=0.1 write=''
 for word in "$@"; do
@@ -40,5 +41,5 @@ else
 fi
 bench_lines "$json" | column -t -s $'\t' -R 2,3,4
 if [ -n "$write" ]; then
-    replace_section docs/performance.md host "$(bench_section "$json")"
+    bench_section "$json" | write_result host-cases 'Every case on the host'
 fi

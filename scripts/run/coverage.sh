@@ -1,7 +1,22 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# which lines and branches of the core its own tests reach; the pages are in build/coverage/html
+# [--write] which lines and branches of the core its own tests reach; pages in build/coverage/html
+#
+# --write puts the totals into docs/results/coverage.md.
 set -eu
 . scripts/build.sh
+. scripts/results.sh
+
+write=''
+case $# in
+0) ;;
+*)
+    if [ "$*" != --write ]; then
+        echo "run coverage: '$*' is not --write" >&2
+        exit 2
+    fi
+    write=1
+    ;;
+esac
 
 need_for coverage
 dir=$(preset_dir coverage)
@@ -41,7 +56,8 @@ step coverage build_preset coverage "${programs[@]}"
 step tests fresh_counters
 step report report
 sed -n '/^File/,$p' "$dir/coverage.txt"
-grep -E '^(lines|branches):' "$GPON_BUILD_DIR/logs/report.log"
+totals=$(grep -E '^(lines|branches):' "$GPON_BUILD_DIR/logs/report.log")
+echo "$totals"
 
 # Every unreached line is a known one, and every known one is unreached.
 known=$(grep -v -e '^#' -e '^$' tests/unreached.txt | sort)
@@ -53,3 +69,8 @@ if [ "$known" != "$found" ]; then
     exit 1
 fi
 echo "not reached, for the reasons in tests/unreached.txt: $(grep -c . <<<"$found") lines"
+if [ -n "$write" ]; then
+    # shellcheck disable=SC2016 # the marks of a command in a document
+    printf '    %s\n\nMeasured by `./run coverage`.\n' "${totals//$'\n'/$'\n    '}" |
+        write_result coverage Coverage
+fi

@@ -1,7 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [NAME...] compile each wrong edit of tests/mutations into the tests: one of them must notice it
+# [--write] [NAME...] compile each wrong edit of tests/mutations into the tests: one must notice it
+#
+# --write puts the tests that noticed into docs/results/mutations.md; it takes all edits.
 set -eu
 . scripts/build.sh
+. scripts/results.sh
 
 # A program is linked from the objects of a build that stands, and the edited source in front of
 # the archive that has the right one: an edit costs one compilation and one link.
@@ -99,13 +102,22 @@ noticed_by_analysis() {
     return 1
 }
 
+# row NAME WHO: a row of the table, with the name of a test as code.
+row() {
+    # shellcheck disable=SC2016 # the marks of code in a document
+    sed -E 's/\| (\S+\.\S+)/| `\1`/' <<<"| $1 | $2 |"
+}
+
 # try NAME FILE FROM TO CHECK: 0 when the edit was noticed.
 try() {
     local edited=$here/${2##*/} who status=0
     replace_once "$2" "$3" "$4" >"$edited" || return 1
     who=$("noticed_by_$5" "$2" "$edited") || status=$?
     case $status in
-    0) printf '%-42s caught by %s\n' "$1" "$who" ;;
+    0)
+        printf '%-42s caught by %s\n' "$1" "$who"
+        rows+=("$(row "$1" "$who")")
+        ;;
     1) printf '%-42s SURVIVED in %s\n' "$1" "$2" ;;
     *) tail -n 40 "$output" >&2 ;;
     esac
@@ -160,8 +172,17 @@ prepare_analysis() {
     need clang
 }
 
+write=''
+if [ "${1:-}" = --write ]; then
+    write=1
+    shift
+    if [ $# != 0 ]; then
+        echo "run mutate: --write is for all edits" >&2
+        exit 2
+    fi
+fi
 mkdir -p "$here"
-asked=("$@") names=() files=() froms=() tos=() checks=() survivors=()
+asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=()
 read_edits
 if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in $edits" >&2
@@ -181,3 +202,10 @@ if [ ${#survivors[@]} != 0 ]; then
     exit 1
 fi
 echo "${#names[@]} edits, all noticed"
+if [ -n "$write" ]; then
+    {
+        printf '%s\n' '| edit | noticed by |' '|---|---|' "${rows[@]}"
+        # shellcheck disable=SC2016 # the marks of a command in a document
+        printf '\nMeasured by `./run mutate`.\n'
+    } | write_result mutations 'Wrong edits'
+fi

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# draws docs/plots/*.svg anew from build/bench/bench.json and build/bench/guest.json
+# draws docs/results/*.svg anew from build/bench/bench.json and build/bench/guest.json
 set -eu
 . scripts/build.sh
 . scripts/bench.sh
@@ -14,7 +14,7 @@ for file in "$host:bench" "$guest:bench-kernel"; do
 done
 data=$(mktemp -d)
 trap 'rm -rf "$data"' EXIT
-mkdir -p docs/plots
+mkdir -p docs/results
 
 # each NAME: nanoseconds of one operation.
 host_figures() {
@@ -48,7 +48,7 @@ jq -r '.added | "\"VLAN filter\" \(.vlan_filtering)",
     "\"Open vSwitch\" \(.openvswitch)", "\"quick path\" \(.gpon_flow_quick)",
     "\"first frame\" \(.gpon_flow_first)"' "$guest" >"$data/guest"
 
-step plots gnuplot -e "data='$data'" -e "out='docs/plots'" scripts/plots.gnuplot
+step plots gnuplot -e "data='$data'" -e "out='docs/results'" scripts/plots.gnuplot
 # gnuplot leaves blanks at the end of lines.
-sed -i 's/[[:space:]]*$//' docs/plots/*.svg
-ls docs/plots/*.svg
+sed -i 's/[[:space:]]*$//' docs/results/*.svg
+ls docs/results/*.svg

@@ -9,7 +9,7 @@ step build build_preset release
 
 if [ $# = 0 ]; then
     mapfile -t files < <(find scenarios tests/scenarios -name '*.scn' | sort)
-    set -- "${files[@]}" README.md docs/*.md
+    set -- "${files[@]}" README.md docs/*.md docs/results/*.md
 fi
 scenarios=()
 documents=()
