@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The one set of helpers for memory that is unaligned or that another context may change while
- * it is read. Words shared without a lock are read and written with relaxed atomic accesses, which
- * cost what plain ones cost and keep the concurrency defined.
+ * The one set of helpers for memory that another context may change while it is read. Words shared
+ * without a lock are read and written with relaxed atomic accesses, which cost what plain ones cost
+ * and keep the concurrency defined.
  */
 #ifndef GPON_ATOMICS_H
 #define GPON_ATOMICS_H
 
-#include "types.h"
+#include "bytes.h"
 
 namespace gpon {
 
@@ -37,36 +37,6 @@ template <typename T> inline T* subscribe(T* const& slot)
 #else
     return __atomic_load_n(&slot, __ATOMIC_RELAXED);
 #endif
-}
-
-template <typename T> inline T load_unaligned(const void* from)
-{
-    T value;
-    __builtin_memcpy(&value, from, sizeof(value));
-    return value;
-}
-
-inline void copy_bytes(void* to, const void* from, size_t bytes)
-{
-    __builtin_memcpy(to, from, bytes);
-}
-
-inline void clear_bytes(void* at, size_t bytes)
-{
-    __builtin_memset(at, 0, bytes);
-}
-
-inline bool same_bytes(const void* a, const void* b, size_t bytes)
-{
-    return __builtin_memcmp(a, b, bytes) == 0;
-}
-
-inline i32 text_length(const char* text)
-{
-    i32 length = 0;
-    while (text[length] != '\0')
-        ++length;
-    return length;
 }
 
 // Copies out of, or into, memory that another context may write, or read, at the same time. The

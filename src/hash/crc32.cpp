@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "../base/atomics.h"
+#include "../base/bytes.h"
 #include "rule_table.h"
 
 namespace {

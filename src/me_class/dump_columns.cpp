@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "dump_columns.h"
 
-#include "../base/atomics.h"
-
 namespace gpon {
 
 namespace {

@@ -3,7 +3,7 @@
 #ifndef GPON_ME_CLASS_FIELDS_H
 #define GPON_ME_CLASS_FIELDS_H
 
-#include "../base/atomics.h"
+#include "../base/bytes.h"
 #include "../include/me_class.h"
 
 namespace gpon {

@@ -8,7 +8,7 @@
 #ifndef GPON_PKT_HEADER_H
 #define GPON_PKT_HEADER_H
 
-#include "../base/atomics.h"
+#include "../base/bytes.h"
 #include "../include/packet_flow.h"
 #include "../platform/api/kernel_api.h"
 

@@ -1,0 +1,43 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* The one set of helpers for raw bytes: unaligned words, copies, comparisons. Nothing in here is
+ * safe against another context that changes the memory; see atomics.h. */
+#ifndef GPON_BYTES_H
+#define GPON_BYTES_H
+
+#include "types.h"
+
+namespace gpon {
+
+template <typename T> inline T load_unaligned(const void* from)
+{
+    T value;
+    __builtin_memcpy(&value, from, sizeof(value));
+    return value;
+}
+
+inline void copy_bytes(void* to, const void* from, size_t bytes)
+{
+    __builtin_memcpy(to, from, bytes);
+}
+
+inline void clear_bytes(void* at, size_t bytes)
+{
+    __builtin_memset(at, 0, bytes);
+}
+
+inline bool same_bytes(const void* a, const void* b, size_t bytes)
+{
+    return __builtin_memcmp(a, b, bytes) == 0;
+}
+
+inline i32 text_length(const char* text)
+{
+    i32 length = 0;
+    while (text[length] != '\0')
+        ++length;
+    return length;
+}
+
+} // namespace gpon
+
+#endif
