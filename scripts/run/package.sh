@@ -5,7 +5,7 @@ set -eu
 . scripts/packages.sh
 
 packages=$GPON_BUILD_DIR/packages
-sources=(Kbuild CMakeLists.txt cmake include core me me_class pkt hash debug platform tools
+sources=(Kbuild CMakeLists.txt cmake src softonu tool
     scripts/man-page.pl docs scenarios captures)
 
 project_version() {
