@@ -9,7 +9,7 @@ folder=${1:-$here/../../captures}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-echo "| file | what | frames |"
+echo "| file | kind of frame | frames |"
 echo "|---|---|---|"
 grep -v '^#' "$here/expected.txt" | {
     missing=0
