@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [--update] [--guest] fails when the module takes over 3 % more instructions than bench/baseline.json
+# [--update] [--guest] compare instruction counts of the benchmarks with bench/baseline.json
 #
-# Counts the instructions of the host benchmarks' loops with callgrind, and what they allocate. They
-# are the same on every run of the same program; another compiler makes another program, and then
-# only the allocations are compared. --update writes the baseline, after a change that is meant;
-# --guest checks the instructions per frame in a kernel as well (bench-kernel --check).
+# Counts the instructions of the host benchmarks' loops with callgrind, and their allocations. The
+# check fails if the core takes over 3 % more instructions than the baseline. The counts are the same
+# in every run of the same program. Another compiler produces another program; then only the
+# allocations are compared. --update writes a new baseline, after an intended change. --guest also
+# checks the instructions per frame in a kernel (bench-kernel --check).
 set -eu
 . scripts/build.sh
 . scripts/bench.sh

@@ -1,15 +1,14 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [--write] [--check [BASELINE]] [--update] instructions per frame in a real kernel
+# [ARCH...] [--write] [--check [BASELINE]] [--update] count instructions per frame in a real kernel
 #
-# Boots a guest whose clock counts instructions (arm64 unless other architectures are named) and
-# measures what a subscriber's frame costs across a bridge, a VLAN filtering bridge, tc flower, Open
+# Boots a guest whose clock counts instructions (arm64 unless other architectures are given) and
+# measures the cost of a subscriber's frame across a bridge, a VLAN filtering bridge, tc flower, Open
 # vSwitch and gpon_flow. The figures go to build/bench/guest-ARCH.json, those of the first
-# architecture to build/bench/guest.json too. --write puts the table into
+# architecture also to build/bench/guest.json. --write puts the table into
 # docs/results/frame-instructions.md.
 #
-# --check and --update measure bridge and gpon_flow alone: the first fails when gpon_flow adds over
-# 3 % more to a frame than the baseline says, the second makes the figures the baseline,
-# bench/baseline-guest.json.
+# --check and --update measure only bridge and gpon_flow. --check fails if gpon_flow adds over 3 %
+# more to a frame than in the baseline bench/baseline-guest.json, --update writes the baseline.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ROUNDS=15] [--write] what the speed is to be, as ratios: NAME RATIO TARGET met|missed
+# [ROUNDS=15] [--write] compare measured ratios with their targets: NAME RATIO TARGET met|missed
 #
-# The figures behind them go to build/bench/ratios.json. Instructions of a frame come from
-# bench-kernel, which runs when it has not yet. --write puts the lines into docs/results/ratios.md.
+# The figures behind the ratios go to build/bench/ratios.json. Instructions per frame come from
+# bench-kernel, which runs first if it has no result yet. --write puts the lines into
+# docs/results/ratios.md.
 set -eu
 . scripts/build.sh
 . scripts/bench.sh

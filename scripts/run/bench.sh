@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [FILTER=REGEX] [SECONDS=0.1] [--write] time, bytes and allocations of everything, and of other tables
+# [FILTER=REGEX] [SECONDS=0.1] [--write] measure time, bytes and allocations of the core and its peers
 #
-# SECONDS is for each benchmark. The figures go to build/bench/bench.json; --write puts the table
+# SECONDS applies to each benchmark. The figures go to build/bench/bench.json. --write puts the table
 # into docs/results/host-cases.md.
 set -eu
 . scripts/build.sh

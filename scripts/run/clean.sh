@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# remove everything that was built
+# delete everything that was built
 set -eu
 . scripts/log.sh
 rm -rf "$GPON_BUILD_DIR"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [--write] which lines and branches of the core its own tests reach; pages in build/coverage/html
+# [--write] measure line and branch coverage of the core; pages in build/coverage/html
 #
 # --write puts the totals into docs/results/coverage.md.
 set -eu

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH] show the module at work in a real kernel (arm64 unless x86_64 is given)
+# [ARCH] run a demonstration in a real kernel (arm64 unless x86_64 is given)
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# build, provision a subscriber line, send recorded traffic through it, tell where it went
+# build, provision a subscriber line, send recorded traffic and print where the frames went
 set -eu
 . scripts/build.sh
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [FILE...] lay out these, or all, C++ sources as .clang-format says
+# [FILE...] format the given C++ sources, or all, with clang-format
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [TARGET=... [SECONDS=...]] feed a part of the module with made-up input; lists the targets
+# [TARGET=... [SECONDS=...]] run a fuzzer; without TARGET list the fuzzers
 set -eu
 . scripts/build.sh
 

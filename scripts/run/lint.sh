@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] static checks: format shell cppcheck analyzer tidy checkpatch sparse tidy-rest
+# [STEP...] run static checks: format shell cppcheck analyzer tidy checkpatch sparse tidy-rest
 set -eu
 . scripts/build.sh
 . scripts/sources.sh

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [--write] [NAME...] compile each wrong edit of tests/mutations into the tests: one must notice it
+# [--write] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
 #
-# --write puts the tests that noticed into docs/results/mutations.md; it takes all edits.
+# --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits.
 set -eu
 . scripts/build.sh
 . scripts/results.sh

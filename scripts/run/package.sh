@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# build the Debian packages, of the tool and of the modules' sources for DKMS, into build/packages
+# build the Debian packages (tool; module sources for DKMS) into build/packages
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# draws docs/results/*.svg anew from build/bench/bench.json and build/bench/guest.json
+# draw docs/results/*.svg from build/bench/bench.json and build/bench/guest.json
 set -eu
 . scripts/build.sh
 . scripts/bench.sh

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [FILE.scn|FILE.md...] write the transcripts of these, or all, scenarios and documents anew
+# [FILE.scn|FILE.md...] write the transcripts and outputs of these, or all, scenarios and documents
 set -eu
 . scripts/build.sh
 

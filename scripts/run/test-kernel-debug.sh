@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [kasan|kcsan...] [TEST...] [NAME=VALUE...] test the modules in kernels that look for faults
+# [ARCH...] [kasan|kcsan...] [TEST...] [NAME=VALUE...] test the modules in debug kernels
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

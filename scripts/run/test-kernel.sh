@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [TEST...] [NAME=VALUE...] boot real kernels (arm64, x86_64), test the modules there
+# [ARCH...] [TEST...] [NAME=VALUE...] test the modules in real kernels (arm64, x86_64)
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# install the Debian packages in a fresh Debian 12, let DKMS build there; takes minutes, needs root
+# install the Debian packages in a fresh Debian 12 and build the modules; takes minutes, needs root
 set -eu
 . scripts/log.sh
 . scripts/packages.sh

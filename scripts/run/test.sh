@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] everything, or: release asan tsan clang lint fuzz bench kernel bench-kernel
+# [STEP...] run all test steps, or: release asan tsan clang lint fuzz bench kernel bench-kernel
 set -eu
 . scripts/build.sh
 
