@@ -20,7 +20,7 @@ def turns($flows):
 
 def ratio(over): "| \(.added.gpon_flow_quick / over * 100 | round / 100)";
 
-"| way | " + (map("\(.arch) | added") | join(" | ")) + " |",
+"| case | " + (map("\(.arch) | added") | join(" | ")) + " |",
 "|---|" + (map("--:|--:|") | join("")),
 row("(a) bridge"; cell(.bridge; null)),
 row("the same over veth devices"; cell(.veth_bridge; null)),

@@ -65,5 +65,5 @@ done
 cp "${figures[0]}" "$GPON_BUILD_DIR/bench/guest.json"
 if [ -n "$write" ]; then
     guest_section "${figures[@]}" |
-        write_result frame-instructions 'Instructions of a frame in a kernel'
+        write_result frame-instructions 'Instructions per frame in a kernel'
 fi

@@ -42,5 +42,5 @@ fi
 lines=$(jq -rs -f scripts/bench-ratios.jq "$dir/ratios.json" "$guest")
 column -t -s $'\t' <<<"$lines"
 if [ -n "$write" ]; then
-    ratios_section "$lines" | write_result ratios 'Ratios against their targets'
+    ratios_section "$lines" | write_result ratios 'Ratios against targets'
 fi

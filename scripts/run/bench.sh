@@ -41,5 +41,5 @@ else
 fi
 bench_lines "$json" | column -t -s $'\t' -R 2,3,4
 if [ -n "$write" ]; then
-    bench_section "$json" | write_result host-cases 'Every case on the host'
+    bench_section "$json" | write_result host-cases 'All cases on the host'
 fi
