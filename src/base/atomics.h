@@ -21,6 +21,38 @@ template <typename T> inline void store_relaxed(T& word, T value)
     __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
 
+// Pairs with store_release: what was written before the value is read after it.
+template <typename T> inline T load_acquire(const T& word)
+{
+    return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
+}
+
+template <typename T> inline void store_release(T& word, T value)
+{
+    __atomic_store_n(&word, value, __ATOMIC_RELEASE);
+}
+
+// Barriers between relaxed accesses: stores before it become visible before stores behind it, loads
+// before it are done before loads behind it. The thread sanitizer knows no barriers; who uses these
+// keeps order by a lock as well.
+inline void order_stores()
+{
+#if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
+    asm volatile("" ::: "memory");
+#else
+    __atomic_thread_fence(__ATOMIC_RELEASE);
+#endif
+}
+
+inline void order_loads()
+{
+#if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
+    asm volatile("" ::: "memory");
+#else
+    __atomic_thread_fence(__ATOMIC_ACQUIRE);
+#endif
+}
+
 // Makes everything written before visible to whoever follows the pointer.
 template <typename T> inline void publish(T*& slot, T* value)
 {

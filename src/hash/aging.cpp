@@ -52,6 +52,8 @@ void gpon_hash_delete_aging_node(void)
         log_trace("[%s][%d]: total_num is zero\n");
         return;
     }
+    // Frames must mark their rules anew.
+    gpon::begin_generation();
     for (u32 i = 0; i < table.table_size; ++i) {
         gpon_hash_bucket& bucket = table.buckets[i];
         gpon::for_each_rule(bucket, [&](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {

@@ -113,6 +113,7 @@ constexpr u32 bucket_count_for(u32 requested)
 
 void gpon::delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)
 {
+    begin_generation();
     unlink(rule);
     free_rule(rule);
     --bucket.node_num;
@@ -161,6 +162,7 @@ i32 gpon_hash_expand_table(void)
         return -1;
     }
     gpon_hash_rehash_new_table();
+    // Rules that found no place are lost; freeing the old ones begins a new generation.
     gpon_hash_destroy_table(&gpon_hash_old_table);
     return 0;
 }
@@ -186,6 +188,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     if (bucket.first) {
         gpon_flow_rule* head = gpon::rule_of(bucket.first);
         if (has_key(*head, key, key_len)) {
+            gpon::begin_generation();
             *head->trace = *trace;
             head->hit = 1;
         }
@@ -204,9 +207,11 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     return 0;
 }
 
-i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace, u64 walked_in)
 {
     const bh_lock lock(gpon_hash_lock);
+    if (walked_in != gpon::ANY_GENERATION && !gpon::still_holds(walked_in))
+        return 0;
     return gpon_hash_add_node(key, key_len, trace);
 }
 
@@ -251,6 +256,7 @@ i32 gpon_hash_clean_table_node(gpon_hash_table* table)
         log_error("[%s][%d] end, Parameter is NULL\n");
         return -1;
     }
+    gpon::begin_generation();
     for (u32 i = 0; i < table->table_size; ++i) {
         gpon_hash_bucket& bucket = table->buckets[i];
         gpon::for_each_rule(bucket, free_rule);

@@ -10,6 +10,9 @@
  * every rule. Packets, the aging timer, the command path and the debug commands take it; functions
  * that take it end in _safe, the others expect it held. All allocation under it is atomic.
  *
+ * Generation. Whatever takes something away begins a new generation (generation.h): deleting a
+ * rule, overwriting its steps, taking off its mark. A rule that is added takes nothing away.
+ *
  * Cost. Lookup: one hash before the lock, under it one chain walk and a copy of 40 bytes. Add: one
  * bucket, three allocations. Growth rehashes at most 384 rules under the lock; the sweep and the
  * flush visit every bucket.
@@ -23,7 +26,7 @@
 #define GPON_HASH_RULE_TABLE_H
 
 #include "../include/packet_flow.h"
-#include "../platform/api/kernel_api.h"
+#include "generation.h"
 
 /* Chain link: next rule, and the pointer that points at this one. */
 struct hlist_node {
@@ -69,9 +72,10 @@ extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
 u32 gpon_hash_calc_key(const u8* key, u16 key_len);
 
 /* Stores a copy of key and trace, or overwrites the trace of an equal key; also 0 when the bucket
- * holds another key and nothing is stored. -1: null argument, no memory, no bucket array. */
-i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace)
-    GPON_EXCLUDES(gpon_hash_lock);
+ * holds another key and nothing is stored. -1: null argument, no memory, no bucket array. Steps
+ * that were walked in a generation are dropped, with 0, when it no longer holds. */
+i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace,
+                            u64 walked_in = gpon::ANY_GENERATION) GPON_EXCLUDES(gpon_hash_lock);
 i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 

@@ -33,6 +33,22 @@ void run_handlers(const gpon_me_attr_op* ops, gpon_me_cmd* cmd, Selected selecte
             ops->handler(cmd);
 }
 
+// Both brackets begin before the flush: what is walked from here on is not learnt until the last
+// change has been made.
+i32 run_me_command(gpon_me_cmd* cmd)
+{
+    const gpon::store_change change;
+    gpon_hash_clean_all_safe();
+    return gpon_flow_me_handle(cmd);
+}
+
+i32 clean_all()
+{
+    const gpon::store_change change;
+    gpon_hash_clean_all_safe();
+    return gpon_flow_clean_all_me_inst();
+}
+
 i32 run_debug_words(const gpon_flow_cmd& record)
 {
     gpon_dbg_words words = {};
@@ -56,15 +72,13 @@ i32 gpon_flow_dispatch_omci_cmd(const void* user_record)
         return -1;
     switch (record.cmd) {
     case GPON_FLOW_CMD_ME:
-        gpon_hash_clean_all_safe();
-        return gpon_flow_me_handle(&record.me);
+        return run_me_command(&record.me);
     case GPON_FLOW_CMD_CFG_DATA:
         return gpon_flow_load_cfg_data(user_address(record.cfg_data));
     case GPON_FLOW_CMD_DEBUG:
         return run_debug_words(record);
     case GPON_FLOW_CMD_CLEAN:
-        gpon_hash_clean_all_safe();
-        return gpon_flow_clean_all_me_inst();
+        return clean_all();
     default:
         log_error("gpon_flow_dispatch_omci_cmd: Without CMD: %d\r\n", record.cmd);
         return -1;

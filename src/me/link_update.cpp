@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "../base/log.h"
 #include "../base/memory.h"
+#include "../hash/generation.h"
 #include "command.h"
 #include "links.h"
 #include "list.h"
@@ -56,6 +57,7 @@ i32 gpon_flow_me_general_update(const gpon_me_related_update* update)
         log_error("[%s][%d]the classId(%d) can not get the entry.\n", update->related_class_id);
         return -1;
     }
+    const gpon::store_change change;
     if (gpon_me_inst* inst = gpon::find_inst(entry->list_info->head, update->related_inst_id)) {
         log_trace(" Me Inst Already exist entity id %04x\r\n", update->related_inst_id);
         return update_links(inst, update);

@@ -3,6 +3,7 @@
 
 #include "../base/log.h"
 #include "../base/memory.h"
+#include "../hash/generation.h"
 #include "links.h"
 #include "registry.h"
 
@@ -102,6 +103,7 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
         log_error("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
+    const gpon::store_change change;
     const void* raw = gpon::attr_data(cmd);
     if (gpon_me_inst* old = gpon::find_inst(info->head, cmd->inst_id)) {
         log_warning("[%s][%d]: Already exist entity id %04x\r\n", cmd->inst_id);
@@ -142,6 +144,7 @@ i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all)
         log_warning("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
+    const gpon::store_change change;
     list_head* head = entry->list_info->head;
     for (list_head *link = head->next, *next = link->next; link != head;
          link = next, next = link->next) {

@@ -6,6 +6,7 @@
 #include "../me_class/mbsp_mac_bridge_service_profile.h"
 #include "../me_class/uni.h"
 #include "header.h"
+#include "outcome.h"
 #include "rule.h"
 #include "walk.h"
 
@@ -94,6 +95,43 @@ i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_inf
     return 0;
 }
 
+// Replays the rule that the look-up found.
+i32 replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_key* key,
+                gpon_walk_result* result, log_site site)
+{
+    gpon_fwd_info step = {0, 0, fwd_flag};
+    const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
+    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Rule already exist!\n");
+    // When this frame has read a change, no later one on this CPU may read the generation before.
+    gpon::order_loads();
+    if (key && gpon::is_repeatable(fwd_flag, every_step_made))
+        gpon::remember_outcome(*key, generation, result->gemport_id);
+    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, result);
+}
+
+// A frame whose outcome is not known: its rule is replayed, or its walk is learnt. Apart from the
+// entry, which a known frame passes without this one's stack. A null key: not to be remembered.
+[[gnu::noinline]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation,
+                               const gpon::outcome_key* key, log_site site)
+{
+    const gpon::rcu_reader reader;
+    gpon_walk_result result;
+    gpon_pkt_info info;
+    if (init_from_summary(skb, &result, &info, {"gpon_pkt_init_fwd_info", __LINE__}) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
+        return -1;
+    }
+    if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0)
+        return replay_rule(skb, fwd_flag, generation, key, &result, site);
+    if (walk(skb, fwd_flag, &result, site) != 0)
+        return -1;
+    if (gpon::learn_rule(info, fwd_flag, result.trace, generation) != 0) {
+        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_rule_generate_trace Fail\r\n");
+        return -1;
+    }
+    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+}
+
 } // namespace
 
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
@@ -172,24 +210,14 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
         log_error("%s [%d]: skb is NULL: Fail\r\n");
         return -1;
     }
-    const gpon::rcu_reader reader;
-    gpon_walk_result result;
-    gpon_pkt_info info;
-    if (init_from_summary(skb, &result, &info, {"gpon_pkt_init_fwd_info", __LINE__}) != 0) {
-        packet_error(skb, "%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
-        return -1;
-    }
-    if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0) {
-        gpon_fwd_info step = {0, 0, fwd_flag};
-        gpon_pkt_quick_forward(skb, &step, &result);
-        packet_trace(skb, "[%s][%d]: Rule already exist!\n");
-        return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
-    }
-    if (walk(skb, fwd_flag, &result, log_site::here()) != 0)
-        return -1;
-    if (gpon::learn_rule(info, fwd_flag, result.trace) != 0) {
-        packet_error(skb, "%s [%d]: gpon_rule_generate_trace Fail\r\n");
-        return -1;
-    }
-    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    const u64 generation = gpon::current_generation();
+    gpon::outcome_key key;
+    if (!gpon::make_outcome_key(skb, fwd_flag, &key))
+        return classify(skb, fwd_flag, generation, nullptr, log_site::here());
+    u16 gemport_id = 0;
+    if (gpon::is_silent(skb) && gpon::outcomes_are_used() &&
+        gpon::find_outcome(key, generation, &gemport_id))
+        return gpon::hand_over(skb, fwd_flag, gemport_id,
+                               {"gpon_pkt_handle_after_fwd_done", __LINE__});
+    return classify(skb, fwd_flag, generation, &key, log_site::here());
 }

@@ -30,26 +30,27 @@ private:
     u8* at_;
 };
 
-// False ends the replay.
-bool replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result, log_site site)
+enum class replay { goes_on, ended, failed };
+
+replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result, log_site site)
 {
     if (step->classId == 0) {
         log_packet_from(site, skb, LOG_WARNING, "[%s][%d] find the end classId, break.\n");
-        return false;
+        return replay::ended;
     }
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
     if (!entry || !entry->fwd_op) {
         log_packet_from(site, skb, LOG_ERROR,
                         "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
                         step->classId);
-        return false;
+        return replay::failed;
     }
     if (entry->fwd_op->forward && entry->fwd_op->forward(skb, step, result) != 0) {
         log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, the classId(%d) fwd_op fail.\n",
                         step->classId);
-        return false;
+        return replay::failed;
     }
-    return true;
+    return replay::goes_on;
 }
 
 i32 choose_queue(sk_buff* skb, log_site site)
@@ -84,12 +85,13 @@ void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u1
     }
 }
 
-i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace)
+i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
+                       u64 walked_in)
 {
     log_trace("[%s][%d]: Enter\n");
     rule_key key;
     gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
-    gpon_hash_add_node_safe(key.bytes, key.length, trace);
+    gpon_hash_add_node_safe(key.bytes, key.length, trace, walked_in);
     return 0;
 }
 
@@ -137,20 +139,31 @@ i32 gpon::lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* 
     return gpon_rule_get_inst(&info, fwd_flag, trace);
 }
 
-i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace)
+i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
+                     u64 walked_in)
 {
     trace_form_info();
-    return gpon_rule_add_inst(&info, fwd_flag, &trace);
+    return gpon_rule_add_inst(&info, fwd_flag, &trace, walked_in);
 }
 
-void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
+i32 gpon::hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, log_site site)
+{
+    if (fwd_flag != UP_ANI)
+        return 0;
+    skb_set_gemport_id(skb, gemport_id);
+    return choose_queue(skb, site);
+}
+
+bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
     for (const gpon_trace_step& learnt : result->trace.step) {
         fwd_info->classId = learnt.classId;
         fwd_info->instId = learnt.instId;
-        if (!replay_step(skb, fwd_info, result, log_site::here()))
-            return;
+        const replay step = replay_step(skb, fwd_info, result, log_site::here());
+        if (step != replay::goes_on)
+            return step == replay::ended;
     }
+    return true;
 }
 
 i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
@@ -160,10 +173,8 @@ i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_r
     case UP_UNI:
     case DOWN_ANI:
     case DOWN_UNI:
-        return 0;
     case UP_ANI:
-        skb_set_gemport_id(skb, result->gemport_id);
-        return choose_queue(skb, log_site::here());
+        return gpon::hand_over(skb, fwd_flag, result->gemport_id, log_site::here());
     default:
         packet_error(skb, "%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
         // Reported on behalf of the caller, which reports nothing when the queue choice fails.

@@ -6,8 +6,9 @@
 #ifndef GPON_PKT_RULE_H
 #define GPON_PKT_RULE_H
 
+#include "../base/log.h"
+#include "../hash/generation.h"
 #include "../include/packet_flow.h"
-#include "../platform/api/kernel_api.h"
 
 extern "C" {
 
@@ -15,17 +16,20 @@ extern "C" {
  * for each of the first four tags; all fields in host order. */
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
 
-/* Learns the steps of a walk; 0 also when the table does not store them, -1 for a null packet. */
+/* Learns the steps of a walk; 0 also when the table does not store them, -1 for a null packet.
+ * walked_in: the generation in which the walk began; the steps are dropped when it is over. */
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
-i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace);
+i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
+                       u64 walked_in = gpon::ANY_GENERATION);
 
 /* 0 and the learnt steps, or -1 with the trace cleared when there are none. */
 i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
 i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace);
 
 /* Replays the steps of result->trace in the direction of fwd_info. It trusts them: no query, no
- * depth, no look at the status; a step that fails ends the replay and fails nothing else. */
-void gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result);
+ * depth, no look at the status; a step that fails ends the replay and fails nothing else. False
+ * when one failed. */
+bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result);
 
 /* Upstream towards the ANI: writes the GEM port id into the packet and lets the platform choose
  * the queue. 0, or -1 when it finds none. */
@@ -36,7 +40,11 @@ namespace gpon {
 
 /* gpon_rule_lookup_trace and gpon_rule_generate_trace with the summary that the call has made. */
 i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
-i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace);
+i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
+               u64 walked_in);
+
+/* What gpon_pkt_handle_after_fwd_done does with a frame of one of the four directions. */
+i32 hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, log_site site);
 
 } // namespace gpon
 

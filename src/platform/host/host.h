@@ -87,6 +87,10 @@ struct memory_use {
 };
 memory_use memory();
 
+/* Off, every frame replays its rule and no remembered outcome is used; outlives reset(). On at the
+ * start. */
+void set_remembered_outcomes(bool on);
+
 /* Waits until every deferred free has run. */
 void rcu_settle();
 

@@ -6,6 +6,16 @@
 
 #include "platform/api/kernel_api.h"
 
+/* The module's switch that only this platform has (pkt/outcome.h). */
+extern "C" {
+bool gpon_host_remembers_outcomes = true;
+}
+
+void gpon::host::set_remembered_outcomes(bool on)
+{
+    gpon_host_remembers_outcomes = on;
+}
+
 const unsigned int skb_flag_word_offset = offsetof(sk_buff, flag_word);
 
 const unsigned char* skb_frame(const sk_buff* skb, unsigned int* bytes)

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "outcome_table.h"
+
+#include "../base/memory.h"
+
+GPON_MODULE_DATA constinit gpon::outcome_set gpon::outcome_sets[1u << OUTCOME_SET_BITS] = {};
+
+namespace {
+
+// No generation: the place is being written.
+constexpr u64 UNSETTLED = 0;
+
+void fill(gpon::outcome& place, const gpon::outcome_key& key, u64 generation, u16 gemport_id)
+    GPON_REQUIRES(gpon_hash_lock)
+{
+    gpon::store_relaxed(place.generation, UNSETTLED);
+    gpon::store_release(place.key[0], key.word[0]);
+    gpon::store_release(place.key[1], key.word[1]);
+    gpon::store_release(place.key[2], key.word[2] | u64{gemport_id} << gpon::GEM_PORT_SHIFT);
+    gpon::store_release(place.generation, generation);
+}
+
+} // namespace
+
+void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id)
+{
+    outcome_set& set = outcome_set_of(key);
+    const bh_lock lock(gpon_hash_lock);
+    // Another CPU may have remembered the same flow since this packet looked.
+    u16 known = 0;
+    if (!still_holds(generation) || find_outcome(key, generation, &known))
+        return;
+    for (outcome& place : set.place)
+        if (place.generation != generation) {
+            fill(place, key, generation, gemport_id);
+            return;
+        }
+}
