@@ -8,6 +8,7 @@
 
 #include "tests/support/invariants.h"
 #include "tool/scenario/control.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 
 #include "base/log.h"

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "fuzz/line.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/parse.h"
 #include "tool/scenario/run.h"
 
@@ -46,6 +47,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::ostringstream transcript;
     std::ostringstream refused;
     const exit_status status = run_scenario(result.what, *where, transcript, refused, true);
-    require((status == not_supported) == !refused.str().empty(), "a refusal has a reason");
+    require((status == status_unsupported) == !refused.str().empty(), "a refusal has a reason");
     return 0;
 }

@@ -3,10 +3,8 @@
 #include <iostream>
 
 #include "tool/commands/commands.h"
-#include "tool/commands/omci.h"
-#include "tool/commands/report.h"
-#include "tool/scenario/run.h"
-#include "tool/text/word_hints.h"
+#include "tool/commands/word_hints.h"
+#include "tool/text/exit_status.h"
 
 namespace {
 
@@ -58,10 +56,10 @@ int main(int argc, char** argv)
         std::cerr << "gponflow: " << error.what()
                   << gponflow::word_hint(app, {argv + 1, argv + argc})
                   << "\nRun with --help for more information.\n";
-        return gponflow::not_understood;
+        return gponflow::status_invalid;
     } catch (const std::exception& error) {
         std::cerr << "gponflow: " << error.what() << '\n';
-        return gponflow::not_supported;
+        return gponflow::status_unsupported;
     }
-    return gponflow::all_held;
+    return gponflow::status_ok;
 }

@@ -9,7 +9,9 @@
 #include "me/registry.h"
 #include "tests/explain/lines.h"
 #include "tool/model/check.h"
+#include "tool/model/check_output.h"
 #include "tool/model/me_fields.h"
+#include "tool/scenario/final_state.h"
 #include "tool/scenario/open.h"
 
 namespace gponflow {
@@ -18,7 +20,7 @@ namespace {
 
 std::vector<finding> findings_of(const std::string& text)
 {
-    return check_provisioning(mirror(parse_good(text)));
+    return check_provisioning(final_entities(parse_good(text)));
 }
 
 // "kind class instance line" of each finding.
@@ -42,7 +44,7 @@ TEST(check, the_subscriber_line_has_notes_alone)
     std::ostringstream errors;
     const auto parsed = open_scenario("scenarios/subscriber-line.scn", errors);
     ASSERT_TRUE(parsed) << errors.str();
-    const std::vector<finding> all = check_provisioning(mirror(*parsed));
+    const std::vector<finding> all = check_provisioning(final_entities(*parsed));
     EXPECT_EQ(all.size(), 8u);
     for (const finding& one : all)
         EXPECT_EQ(one.weight, finding_weight::note) << one.reason;

@@ -6,8 +6,10 @@
 
 #include "tests/explain/lines.h"
 #include "tests/tool/scratch_folder.h"
-#include "tool/explain/explain.h"
+#include "tool/explain/explain_output.h"
 #include "tool/model/graph.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 
 namespace gponflow {
@@ -18,7 +20,7 @@ namespace {
 std::string told(const scenario& what)
 {
     std::ostringstream out;
-    exit_status status = all_held;
+    exit_status status = status_ok;
     const std::unique_ptr<backend> where = make_host_backend();
     if (const auto found = explain_frame(what, *where, {}, out, status))
         print_explanation(*found, out);
@@ -170,10 +172,10 @@ TEST(explain, an_engine_that_is_off_and_a_module_that_is_gone)
 TEST(explain, a_scenario_without_a_frame_is_not_understood)
 {
     std::ostringstream out;
-    exit_status status = all_held;
+    exit_status status = status_ok;
     const std::unique_ptr<backend> where = make_host_backend();
     EXPECT_FALSE(explain_frame(parse_good("load\n"), *where, {}, out, status));
-    EXPECT_EQ(status, not_understood);
+    EXPECT_EQ(status, status_invalid);
     EXPECT_TRUE(out.str().starts_with("test.scn: no frame")) << out.str();
 }
 
@@ -229,7 +231,7 @@ TEST(choose_frame, does_not_mind_a_capture_that_is_cut_off_behind_the_frame)
 std::string dot_of(const std::string& text, const std::vector<me_id>& walked = {})
 {
     std::ostringstream out;
-    write_dot(mirror(parse_good(text)), walked, out);
+    write_dot(final_entities(parse_good(text)), walked, out);
     return out.str();
 }
 

@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
-#include "tool/explain/explain.h"
-#include "tool/explain/log_patterns.h"
-#include "tool/live/lines.h"
-#include "tool/live/trace.h"
-#include "tool/live/walk_splitter.h"
+#include "tool/explain/decision_texts.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/trace_scenario.h"
+#include "tool/explain/walk_reader.h"
+#include "tool/explain/walk_splitter.h"
 #include "tool/live/watch.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
+#include "tool/text/lines.h"
 
 namespace gponflow {
 namespace {
@@ -24,9 +27,9 @@ const std::string mark = "proc write \"set trace src_mac 02:00:00:00:01:01\"\n";
 std::vector<std::string> walks_of(const std::string& text)
 {
     const auto host = make_host_backend();
-    quiet_run run(*host);
+    captured_run run(*host);
     std::ostringstream diagnostics;
-    EXPECT_EQ(run.run(parse_good(text), diagnostics), all_held) << diagnostics.str();
+    EXPECT_EQ(run.run(parse_good(text), diagnostics), status_ok) << diagnostics.str();
     std::vector<std::string> walks;
     walk_splitter splitter([&](const std::string& one) { walks.push_back(one); });
     for_each_line(run.log(), [&](std::string_view line) { splitter.line(line); });
@@ -39,7 +42,7 @@ TEST(marked_frames, are_told_apart_without_anything_between_them)
     const auto walks = walks_of(good_line + mark + entering + dropped + passing + passing +
                                 entering + dropped + dropped);
     ASSERT_EQ(walks.size(), 7u);
-    const mirror entities(parse_good(good_line));
+    const mirror entities = final_entities(parse_good(good_line));
     std::string told;
     for (const std::string& walk : walks) {
         const walk_story story = read_walk(walk, entities);
@@ -52,7 +55,7 @@ TEST(marked_frames, tell_why_they_are_dropped)
 {
     const auto walks = walks_of(good_line + mark + dropped);
     ASSERT_EQ(walks.size(), 1u);
-    const mirror entities(parse_good(good_line));
+    const mirror entities = final_entities(parse_good(good_line));
     const walk_story story = read_walk(walks[0], entities);
     std::ostringstream out;
     print_marked_frame(story, entities, out);
@@ -63,9 +66,9 @@ TEST(marked_frames, tell_why_they_are_dropped)
 
 TEST(marked_frames, walk_as_they_do_at_full_detail)
 {
-    const mirror entities(parse_good(good_line));
+    const mirror entities = final_entities(parse_good(good_line));
     const walk_story marked = read_walk(walks_of(good_line + mark + dropped).at(0), entities);
-    exit_status status = all_held;
+    exit_status status = status_ok;
     std::ostringstream diagnostics;
     const auto full = explain_frame(parse_good(good_line + dropped), *make_host_backend(), {},
                                     diagnostics, status);
@@ -99,7 +102,7 @@ std::string mixed(const std::string& left, const std::string& right)
 
 TEST(marked_frames, of_two_processors_at_once_are_told_with_doubt)
 {
-    const mirror entities(parse_good(good_line));
+    const mirror entities = final_entities(parse_good(good_line));
     const auto told = [&](const std::string& log) {
         std::ostringstream out;
         print_marked_frame(read_walk(log, entities), entities, out);
@@ -117,7 +120,7 @@ TEST(marked_frames, of_two_processors_at_once_are_told_with_doubt)
 
 TEST(marked_frames, without_their_beginning_or_end_are_told_with_doubt)
 {
-    const mirror entities(parse_good(good_line));
+    const mirror entities = final_entities(parse_good(good_line));
     const std::string walk = walks_of(good_line + mark + dropped).at(0);
     const size_t half = walk.find('\n', walk.size() / 2) + 1;
     EXPECT_FALSE(read_walk(walk, entities).garbled);
@@ -129,8 +132,8 @@ std::string traced(const std::string& text, const std::string& filter, uint64_t 
 {
     std::ostringstream out;
     EXPECT_EQ(trace_scenario(parse_good(text), *make_host_backend(), read_trace_filter(filter),
-                             {most, 0}, out, out, {}),
-              all_held);
+                             most, out, out, {}),
+              status_ok);
     return out.str();
 }
 
@@ -163,7 +166,7 @@ TEST(trace_filter, says_what_is_wrong_with_it)
 
 TEST(watch_of_a_scenario, counts_replays_and_age)
 {
-    exit_status status = all_held;
+    exit_status status = status_ok;
     std::ostringstream diagnostics;
     const auto lines =
         watch_scenario(parse_good(good_line + passing + passing + passing + "advance 50\n"),

@@ -9,6 +9,7 @@
 
 #include "tests/omci/line_builder.h"
 #include "tool/model/me_fields.h"
+#include "tool/omci/class_titles.h"
 #include "tool/omci/mib.h"
 
 namespace gponflow::omci::test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/commands/omci.h"
+#include "tool/omci/convert_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -47,11 +47,11 @@ protected:
         return text.str();
     }
 
-    int run(const omci_options& options)
+    int run(const conversion_files& options)
     {
         out.str({});
         err.str({});
-        return run_omci(options, out, err);
+        return convert_file(options, out, err);
     }
 
     std::filesystem::path folder;

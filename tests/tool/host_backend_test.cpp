@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/tool/parsing.h"
+#include "tool/live/backends.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/run.h"
 
 namespace gponflow {
@@ -19,14 +21,14 @@ class host_run : public testing::Test {
 protected:
     exit_status run_text(std::string_view text)
     {
-        const auto host = make_backend("host");
+        const auto host = make_host_backend();
         out.str("");
         return run_scenario(parse_good(text), *host, out, diagnostics, true);
     }
 
     std::string transcript_of(std::string_view text)
     {
-        EXPECT_EQ(run_text(text), all_held) << out.str() << diagnostics.str();
+        EXPECT_EQ(run_text(text), status_ok) << out.str() << diagnostics.str();
         return out.str();
     }
 
@@ -66,13 +68,13 @@ TEST_F(host_run, each_fault_hits_its_service)
 
 TEST_F(host_run, a_second_load_and_a_lonely_unload_are_refused)
 {
-    EXPECT_EQ(run_text("unload"), not_supported);
-    EXPECT_EQ(run_text("load\nload"), not_supported);
-    EXPECT_EQ(run_text("fault proc_dir\nload\nload"), not_supported);
+    EXPECT_EQ(run_text("unload"), status_unsupported);
+    EXPECT_EQ(run_text("load\nload"), status_unsupported);
+    EXPECT_EQ(run_text("fault proc_dir\nload\nload"), status_unsupported);
     EXPECT_EQ(diagnostics.str(), "test.scn:1: the module is not loaded\n"
                                  "test.scn:2: the module is loaded already\n"
                                  "test.scn:3: the module is loaded already\n");
-    EXPECT_EQ(run_text("fault proc_dir\nload\nunload\nload\nexpect ret=0"), all_held);
+    EXPECT_EQ(run_text("fault proc_dir\nload\nunload\nload\nexpect ret=0"), status_ok);
 }
 
 TEST_F(host_run, packet_fields_reach_the_module)

@@ -24,7 +24,7 @@ protected:
 
     std::string transcript_of(std::string_view text)
     {
-        EXPECT_EQ(run_text(text), all_held);
+        EXPECT_EQ(run_text(text), status_ok);
         return out.str();
     }
 
@@ -138,16 +138,16 @@ TEST_F(run, expectations_compare_with_the_last_result_by_value)
     EXPECT_EQ(run_text("hook kind=0 frame=00\n"
                        "expect ret=0x2 api_result=0 gem=1025 flags=16\n"
                        "platform queue=0\nexpect flags=0x10"),
-              all_held);
+              status_ok);
     fake.door_answer = -14;
-    EXPECT_EQ(run_text("ioctl 0\nexpect ret=-14"), all_held);
+    EXPECT_EQ(run_text("ioctl 0\nexpect ret=-14"), status_ok);
 }
 
 TEST_F(run, failed_expectations_are_told_and_do_not_stop_the_run)
 {
     fake.hook_result = hook_answer{2, 1, 7, 0};
     EXPECT_EQ(run_text("hook kind=0\nexpect api_result=0 ret=3 gem=7\nunload\nexpect ret=0"),
-              expectation_failed);
+              status_failed);
     EXPECT_EQ(out.str(), "> hook kind=0\n= hook ret=2 api_result=1\n"
                          "> expect api_result=0 ret=3 gem=7\n"
                          "! expected api_result=0, got 1\n"
@@ -161,11 +161,11 @@ TEST_F(run, failed_expectations_are_told_and_do_not_stop_the_run)
 
 TEST_F(run, an_absent_door_equals_no_number_and_a_number_is_not_absent)
 {
-    EXPECT_EQ(run_text("proc read\nexpect ret=absent"), expectation_failed);
+    EXPECT_EQ(run_text("proc read\nexpect ret=absent"), status_failed);
     EXPECT_EQ(out.str(), "> proc read\n= proc 0\n> expect ret=absent\n"
                          "! expected ret=absent, got 0\n");
     fake.door_answer.reset();
-    EXPECT_EQ(run_text("proc read\nexpect ret=0"), expectation_failed);
+    EXPECT_EQ(run_text("proc read\nexpect ret=0"), status_failed);
     EXPECT_EQ(out.str(), "> proc read\n= proc absent\n> expect ret=0\n"
                          "! expected ret=0, got absent\n");
 }
@@ -173,7 +173,7 @@ TEST_F(run, an_absent_door_equals_no_number_and_a_number_is_not_absent)
 TEST_F(run, a_refusal_stops_the_run_and_names_the_line)
 {
     fake.refuse = "the module is loaded already";
-    EXPECT_EQ(run_text("\nload\nunload\n"), not_supported);
+    EXPECT_EQ(run_text("\nload\nunload\n"), status_unsupported);
     EXPECT_EQ(out.str(), "> load\n");
     EXPECT_EQ(diagnostics.str(), "test.scn:2: the module is loaded already\n");
     EXPECT_EQ(fake.calls.size(), 1u);
@@ -183,7 +183,7 @@ TEST_F(run, a_panic_ends_the_run_without_a_result)
 {
     fake.load_answer.reset();
     fake.happenings = {{backend_event::kind::call, "panic it is over"}};
-    EXPECT_EQ(run_text("load\nproc read\n"), all_held);
+    EXPECT_EQ(run_text("load\nproc read\n"), status_ok);
     EXPECT_EQ(out.str(), "> load\n@ panic it is over\n");
     EXPECT_EQ(fake.calls.size(), 1u);
 }
@@ -193,7 +193,7 @@ TEST_F(run, every_frame_of_a_capture_is_one_hook_call)
     scenario parsed = parse_good("pcap x kind=3 gem=5\nexpect frames=3 ok=3 failed=0");
     std::get<pcap_command>(parsed.lines[0].what).frames = {{1}, {}, {1, 2}};
     fake.hook_result = hook_answer{2, 0, 5, 0};
-    EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), all_held);
+    EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_EQ(out.str(), "> pcap x kind=3 gem=5\n"
                          "= hook ret=2 api_result=0 gem=5 flags=0x0\n"
                          "= hook ret=2 api_result=0 gem=5 flags=0x0\n"

@@ -7,9 +7,11 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/explain/lines.h"
-#include "tool/live/show_output.h"
-#include "tool/live/source.h"
+#include "tool/live/show_json.h"
+#include "tool/live/show_table.h"
 #include "tool/model/me_fields.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
 
 namespace gponflow {
 namespace {
@@ -23,9 +25,9 @@ using testing::SizeIs;
 std::string answer_to(const std::string& question, const std::string& text)
 {
     const auto host = make_host_backend();
-    quiet_run run(*host);
+    captured_run run(*host);
     std::ostringstream diagnostics;
-    EXPECT_EQ(run.run(parse_good(text), diagnostics), all_held) << diagnostics.str();
+    EXPECT_EQ(run.run(parse_good(text), diagnostics), status_ok) << diagnostics.str();
     return run.ask(question).value_or("no door");
 }
 
@@ -135,7 +137,7 @@ TEST(shown_instances, stand_for_the_records_that_were_written)
 
 TEST(shown_instances, make_the_same_mirror_as_the_scenario_does)
 {
-    const mirror planned(parse_good(good_line));
+    const mirror planned = final_entities(parse_good(good_line));
     const mirror shown = mirror_of(read_instances(answer_to("show raw_data", good_line)));
     ASSERT_EQ(shown.all().size(), planned.all().size());
     for (const mirrored_instance* one : planned.all()) {

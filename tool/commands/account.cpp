@@ -4,7 +4,8 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
-#include "tool/model/account.h"
+#include "tool/explain/account.h"
+#include "tool/live/backends.h"
 #include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
@@ -16,16 +17,16 @@ int account(const std::string& file, const std::string& backend_name)
 {
     const std::optional<scenario> parsed = open_scenario(file, std::cerr);
     if (!parsed)
-        return not_understood;
+        return status_invalid;
     try {
         const std::unique_ptr<backend> where = make_backend(backend_name);
         frame_account counted;
         const exit_status status = account_scenario(*parsed, *where, counted, std::cerr);
         print_account(counted, std::cout);
-        return finish_output() ? status : not_supported;
+        return finish_output() ? status : status_unsupported;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_supported;
+        return status_unsupported;
     }
 }
 
@@ -45,7 +46,7 @@ void add_account_command(CLI::App& app)
                 "A dropped frame is listed under the last message that an instance gave about "
                 "it.");
     sub->callback([file, backend_name] {
-        if (const int status = account(*file, *backend_name); status != all_held)
+        if (const int status = account(*file, *backend_name); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -6,8 +6,10 @@
 
 #include "tool/commands/commands.h"
 #include "tool/model/check.h"
+#include "tool/model/check_output.h"
+#include "tool/scenario/final_state.h"
 #include "tool/scenario/open.h"
-#include "tool/scenario/run.h"
+#include "tool/text/exit_status.h"
 
 namespace gponflow {
 
@@ -17,8 +19,8 @@ int check(const std::string& file, bool json)
 {
     const std::optional<scenario> parsed = open_scenario(file, std::cerr);
     if (!parsed)
-        return not_understood;
-    const std::vector<finding> all = check_provisioning(mirror(*parsed));
+        return status_invalid;
+    const std::vector<finding> all = check_provisioning(final_entities(*parsed));
     if (json)
         print_findings_json(all, parsed->name, std::cout);
     else
@@ -26,8 +28,8 @@ int check(const std::string& file, bool json)
     const bool clean = std::ranges::all_of(
         all, [](const finding& one) { return one.weight == finding_weight::note; });
     if (!finish_output())
-        return not_supported;
-    return clean ? all_held : expectation_failed;
+        return status_unsupported;
+    return clean ? status_ok : status_failed;
 }
 
 } // namespace
@@ -45,7 +47,7 @@ void add_check_command(CLI::App& app)
         "Nothing is run. Exit status: 0 no problem (there may be notes), 1 a problem, 2 the "
         "scenario cannot be understood.");
     sub->callback([file, json] {
-        if (const int status = check(*file, *json); status != all_held)
+        if (const int status = check(*file, *json); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -19,5 +19,7 @@ void add_watch_command(CLI::App& app);
 void add_completion_command(CLI::App& app);
 void add_set_command(CLI::App& app);
 void add_clean_command(CLI::App& app);
+void add_omci_command(CLI::App& app);
+void add_report_command(CLI::App& app);
 
 } // namespace gponflow

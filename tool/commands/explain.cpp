@@ -5,8 +5,9 @@
 #include <utility>
 
 #include "tool/commands/commands.h"
-#include "tool/explain/explain.h"
-#include "tool/live/source.h"
+#include "tool/commands/source.h"
+#include "tool/explain/explain_output.h"
+#include "tool/live/backends.h"
 
 namespace gponflow {
 
@@ -29,16 +30,16 @@ void sort_words(explain_request& request)
 
 int explain(const explain_request& request)
 {
-    exit_status status = all_held;
+    exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
-    if (status != all_held)
+    if (status != status_ok)
         return status;
     std::optional<explained_frame> frame;
     try {
         frame = choose_frame(request.frame);
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_understood;
+        return status_invalid;
     }
     try {
         const bool device = request.source.backend == "device";
@@ -49,9 +50,9 @@ int explain(const explain_request& request)
             print_explanation(*told, std::cout, colours_of(1));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_supported;
+        return status_unsupported;
     }
-    return finish_output() ? status : not_supported;
+    return finish_output() ? status : status_unsupported;
 }
 
 } // namespace
@@ -87,7 +88,7 @@ void add_explain_command(CLI::App& app)
         "addresses and outer tags for the moment, and is off afterwards.");
     sub->callback([request] {
         sort_words(*request);
-        if (const int status = explain(*request); status != all_held)
+        if (const int status = explain(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -8,8 +8,11 @@
 #include <sstream>
 
 #include "tool/commands/commands.h"
-#include "tool/explain/explain.h"
+#include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
+#include "tool/report/render_dot.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
@@ -79,11 +82,11 @@ int graph(const graph_request& request)
 {
     const std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
     if (!parsed)
-        return not_understood;
+        return status_invalid;
     try {
         std::vector<me_id> walked;
         if (!request.highlight.empty()) {
-            exit_status status = all_held;
+            exit_status status = status_ok;
             const std::unique_ptr<backend> where = make_host_backend();
             const auto told =
                 explain_frame(*parsed, *where, choose_frame(choice_of(request)), std::cerr, status);
@@ -92,13 +95,13 @@ int graph(const graph_request& request)
             walked = highlighted(*told);
         }
         std::ostringstream dot;
-        write_dot(mirror(*parsed), walked, dot);
+        write_dot(final_entities(*parsed), walked, dot);
         write_graph(dot.str(), request.output);
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_understood;
+        return status_invalid;
     }
-    return finish_output() ? all_held : not_supported;
+    return finish_output() ? status_ok : status_unsupported;
 }
 
 } // namespace
@@ -131,7 +134,7 @@ void add_graph_command(CLI::App& app)
                 "dropped frame, the way is bold as far as it came. Pictures need the command dot "
                 "of graphviz.");
     sub->callback([request] {
-        if (const int status = graph(*request); status != all_held)
+        if (const int status = graph(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

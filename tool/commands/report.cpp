@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/commands/report.h"
-
+// gponflow report: a scenario and captures to one page.
 #include <fstream>
 #include <iostream>
 #include <memory>
 
+#include "tool/commands/commands.h"
 #include "tool/report/captures.h"
 #include "tool/report/page.h"
 #include "tool/report/picture.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
@@ -50,7 +51,7 @@ int report(const report_request& request)
 {
     std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
     if (!parsed)
-        return not_understood;
+        return status_invalid;
     try {
         // What follows the scenario meets the module as the scenario leaves it.
         for (scenario_line& line : capture_lines(request.captures))
@@ -58,12 +59,12 @@ int report(const report_request& request)
         const std::unique_ptr<backend> where = make_host_backend();
         report_data data;
         const exit_status status = collect_report(*parsed, *where, data, std::cerr);
-        if (status == all_held)
+        if (status == status_ok)
             write_page(drawn_page(data), request.output);
-        return finish_output() ? status : not_supported;
+        return finish_output() ? status : status_unsupported;
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_understood;
+        return status_invalid;
     }
 }
 
@@ -89,7 +90,7 @@ void add_report_command(CLI::App& app)
                 "frames of the scenario itself are in it too. The drawing needs the command dot "
                 "of graphviz.");
     sub->callback([request] {
-        if (const int status = report(*request); status != all_held)
+        if (const int status = report(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
+#include "tool/live/backends.h"
 #include "tool/scenario/open.h"
 #include "tool/scenario/run.h"
 
@@ -39,20 +40,20 @@ int written(exit_status status)
     if (std::cout.flush())
         return status;
     std::cerr << "gponflow: cannot write the transcript to standard output\n";
-    return not_supported;
+    return status_unsupported;
 }
 
 int run(const run_arguments& arguments)
 {
     const std::optional<scenario> parsed = open_scenario(arguments.file, std::cerr);
     if (!parsed)
-        return not_understood;
+        return status_invalid;
     try {
         const std::unique_ptr<backend> where = make_backend(arguments.backend);
         return written(run_scenario(*parsed, *where, std::cout, std::cerr, arguments.mask_lines));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_supported;
+        return status_unsupported;
     }
 }
 
@@ -73,7 +74,7 @@ void add_run_command(CLI::App& app)
                       "Print the source line numbers of log messages as 0");
     run_app->footer(run_help);
     run_app->callback([arguments] {
-        if (const int status = run(*arguments); status != all_held)
+        if (const int status = run(*arguments); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -4,10 +4,11 @@
 #include <iostream>
 #include <memory>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
-#include "tool/live/arguments.h"
-#include "tool/live/show_output.h"
-#include "tool/live/source.h"
+#include "tool/commands/source.h"
+#include "tool/live/show_json.h"
+#include "tool/live/show_table.h"
 
 namespace gponflow {
 
@@ -22,7 +23,7 @@ struct show_request {
     std::string direction;
 };
 
-using look = int (*)(const show_request&, quiet_run&);
+using look = int (*)(const show_request&, captured_run&);
 
 palette colours()
 {
@@ -31,10 +32,10 @@ palette colours()
 
 int written()
 {
-    return finish_output() ? all_held : not_supported;
+    return finish_output() ? status_ok : status_unsupported;
 }
 
-int show_rules(const show_request& request, quiet_run& run)
+int show_rules(const show_request& request, captured_run& run)
 {
     const auto answer = run.ask("show flow_rule");
     if (!answer)
@@ -53,7 +54,7 @@ int show_rules(const show_request& request, quiet_run& run)
     return written();
 }
 
-int show_me(const show_request& request, quiet_run& run)
+int show_me(const show_request& request, captured_run& run)
 {
     const auto answer = run.ask("show raw_data");
     if (!answer)
@@ -72,22 +73,9 @@ int show_me(const show_request& request, quiet_run& run)
     return written();
 }
 
-module_status ask_status(quiet_run& run)
+int show_status(const show_request& request, captured_run& run)
 {
-    module_status status;
-    const auto on = run.ask("show en_flag");
-    if (!on)
-        return status;
-    status.loaded = true;
-    status.enabled = read_switch(*on).value_or(false);
-    status.rules = read_rule_table(run.ask("show flow_rule").value_or("")).value_or(rule_table{});
-    status.instances = read_instances(run.ask("show raw_data").value_or(""));
-    return status;
-}
-
-int show_status(const show_request& request, quiet_run& run)
-{
-    const module_status status = ask_status(run);
+    const module_status status = read_status(run);
     if (request.json)
         print_status_json(status, std::cout);
     else
@@ -105,8 +93,8 @@ CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request,
         ->excludes(json);
     sub->callback([request, view] {
         const int status =
-            look_at(request->source, [&](quiet_run& run) { return view(*request, run); });
-        if (status != all_held)
+            look_at(request->source, [&](captured_run& run) { return view(*request, run); });
+        if (status != status_ok)
             throw CLI::RuntimeError(status);
     });
     return sub;

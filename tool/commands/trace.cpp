@@ -4,8 +4,10 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
-#include "tool/live/source.h"
-#include "tool/live/trace.h"
+#include "tool/commands/source.h"
+#include "tool/explain/trace_device.h"
+#include "tool/explain/trace_scenario.h"
+#include "tool/live/backends.h"
 
 namespace gponflow {
 
@@ -24,25 +26,25 @@ int trace(const trace_request& request)
         filter = read_trace_filter(request.filter);
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        return not_understood;
+        return status_invalid;
     }
     if (request.source.file.empty())
-        return look_at(request.source, [&](quiet_run& run) {
+        return look_at(request.source, [&](captured_run& run) {
             return trace_device(run, filter, request.limits, std::cout, std::cerr, colours_of(1));
         });
-    exit_status status = all_held;
+    exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (!parsed)
         return status;
     try {
         const std::unique_ptr<backend> where = make_backend(backend_of(request.source));
-        status = trace_scenario(*parsed, *where, filter, request.limits, std::cout, std::cerr,
-                                colours_of(1));
+        status = trace_scenario(*parsed, *where, filter, request.limits.frames, std::cout,
+                                std::cerr, colours_of(1));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
-        status = not_supported;
+        status = status_unsupported;
     }
-    return finish_output() ? status : not_supported;
+    return finish_output() ? status : status_unsupported;
 }
 
 } // namespace
@@ -70,7 +72,7 @@ void add_trace_command(CLI::App& app)
                 "together; a VLAN is VLAN id and priority (100p5), or the whole TCI as a number. "
                 "Frames that two processors handle at the same moment are mixed in the log.");
     sub->callback([request] {
-        if (const int status = trace(*request); status != all_held)
+        if (const int status = trace(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -6,10 +6,12 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/source.h"
 #include "tool/live/screen.h"
-#include "tool/live/source.h"
 #include "tool/live/stop_signals.h"
 #include "tool/live/watch.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -35,7 +37,7 @@ uint64_t seconds_now()
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
-std::vector<std::string> look_again(quiet_run& run, rule_watch& watch)
+std::vector<std::string> look_again(captured_run& run, rule_watch& watch)
 {
     const auto answer = run.ask("show flow_rule");
     if (!answer)
@@ -77,7 +79,7 @@ void follow(lines_of_look lines, const std::function<lines_of_look()>& look, uns
         print(look());
 }
 
-int watch_device(const watch_request& request, quiet_run& run)
+int watch_device(const watch_request& request, captured_run& run)
 {
     rule_watch watch;
     const auto look = [&] { return look_again(run, watch); };
@@ -87,7 +89,7 @@ int watch_device(const watch_request& request, quiet_run& run)
         print(lines);
     else
         follow(std::move(lines), look, request.interval);
-    return all_held;
+    return status_ok;
 }
 
 // What a scenario leaves behind does not change: it is there to scroll in.
@@ -107,18 +109,19 @@ void show_until_end(const lines_of_look& lines)
 int watch(const watch_request& request)
 {
     if (request.source.file.empty())
-        return look_at(request.source, [&](quiet_run& run) { return watch_device(request, run); });
-    exit_status status = all_held;
+        return look_at(request.source,
+                       [&](captured_run& run) { return watch_device(request, run); });
+    exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (!parsed)
         return status;
-    const std::unique_ptr<backend> where = make_backend("host");
+    const std::unique_ptr<backend> where = make_host_backend();
     const auto lines = watch_scenario(without_last_unload(*parsed), *where, std::cerr, status);
     if (lines && request.once)
         print(*lines);
     else if (lines)
         show_until_end(*lines);
-    return finish_output() ? status : not_supported;
+    return finish_output() ? status : status_unsupported;
 }
 
 } // namespace
@@ -147,7 +150,7 @@ void add_watch_command(CLI::App& app)
                             "jiffies. Each look prints the table into the kernel log.\n") +
                 screen_help);
     sub->callback([request] {
-        if (const int status = watch(*request); status != all_held)
+        if (const int status = watch(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// An explanation as text for people.
+#include "tool/explain/explain_output.h"
+
 #include <algorithm>
 #include <array>
 #include <ostream>
 #include <utility>
 
-#include "tool/explain/explain.h"
-#include "tool/explain/log_patterns.h"
+#include "tool/explain/decision_texts.h"
 
 namespace gponflow {
 

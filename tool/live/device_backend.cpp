@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The module in the running kernel, on the reference platform.
+#include "tool/live/device_backend.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -11,7 +12,6 @@
 #include "tool/live/kernel_log.h"
 #include "tool/live/module_file.h"
 #include "tool/live/soft_onu.h"
-#include "tool/scenario/backend.h"
 
 namespace gponflow {
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The module's tables of managed entities, from the text that it prints.
+#include "tool/live/instances.h"
+
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <regex>
 
-#include "tool/live/dump.h"
-#include "tool/live/lines.h"
 #include "tool/model/me_fields.h"
+#include "tool/text/lines.h"
 #include "tool/text/number_text.h"
 
 namespace gponflow {

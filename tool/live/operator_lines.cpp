@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <sstream>
 #include <stdexcept>
 
 #include "tool/scenario/values.h"
+#include "tool/text/message_words.h"
 
 namespace gponflow {
 
@@ -76,7 +78,7 @@ trace_filter read_trace_filter(const std::string& text)
         take_options(split_words(text), "the filter", rules_of(filter));
     } catch (const syntax_error& error) {
         throw std::runtime_error("the filter: column " + std::to_string(error.column) + ": " +
-                                 error.what);
+                                 error.message);
     }
     if (filter.empty())
         throw std::runtime_error("the filter: nothing is given: dst_mac=MAC, src_mac=MAC, "
@@ -132,7 +134,7 @@ uint32_t read_debug_level(const std::string& text)
         try {
             return read_field<uint32_t>({"debug level", text, 0});
         } catch (const syntax_error& error) {
-            throw std::runtime_error(error.what);
+            throw std::runtime_error(error.message);
         }
     }
     uint32_t mask = 0;
@@ -147,6 +149,13 @@ std::vector<std::string_view> debug_level_names()
     std::vector<std::string_view> names;
     std::ranges::transform(level_names, std::back_inserter(names), &level_name::name);
     return names;
+}
+
+std::string debug_level_line(uint32_t mask)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "set debug_level %x", mask);
+    return text;
 }
 
 } // namespace gponflow

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/live/dump.h"
+#include "tool/live/flow_key.h"
 
 namespace gponflow {
 
@@ -46,5 +46,8 @@ uint32_t read_debug_level(const std::string& text);
 
 /// Those names.
 std::vector<std::string_view> debug_level_names();
+
+/// The line that sets the level.
+std::string debug_level_line(uint32_t mask);
 
 } // namespace gponflow

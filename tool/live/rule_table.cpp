@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The module's table of rules, from the text that it prints.
+#include "tool/live/rule_table.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <regex>
 
-#include "tool/live/dump.h"
-#include "tool/live/lines.h"
+#include "tool/text/lines.h"
 
 namespace gponflow {
 
 namespace {
 
-constexpr size_t type_offset = 12;
-constexpr size_t tag_bytes = 4;
 constexpr size_t most_tags = 4;
 
 using match = std::match_results<std::string_view::const_iterator>;
@@ -25,17 +22,6 @@ bool matches(std::string_view line, match& found, const std::regex& shape)
 unsigned number(const std::string& text, int base = 10)
 {
     return static_cast<unsigned>(std::stoul(text, nullptr, base));
-}
-
-uint16_t at(const bytes& frame, size_t place)
-{
-    const auto one = [&](size_t i) { return i < frame.size() ? frame[i] : uint8_t{0}; };
-    return static_cast<uint16_t>(one(place) << 8 | one(place + 1));
-}
-
-bool is_tpid(uint16_t type)
-{
-    return type == 0x8100 || type == 0x9100 || type == 0x88a8;
 }
 
 mac_address read_mac(const std::string& text)
@@ -137,42 +123,6 @@ private:
 
 } // namespace
 
-std::string to_text(const mac_address& mac)
-{
-    char text[18];
-    std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
-                  mac[3], mac[4], mac[5]);
-    return text;
-}
-
-std::string to_text(const std::vector<vlan_tag>& tags)
-{
-    if (tags.empty())
-        return "untagged";
-    std::string text;
-    for (const vlan_tag& tag : tags) {
-        text += (text.empty() ? "" : "/") + std::to_string(tag.tci & 0xfff);
-        if (const unsigned priority = tag.tci >> 13)
-            text += "p" + std::to_string(priority);
-    }
-    return text;
-}
-
-flow_key key_of(const packet_options& options, const bytes& frame)
-{
-    constexpr std::array<const char*, 4> directions = {"UP_UNI", "UP_ANI", "DOWN_UNI", "DOWN_ANI"};
-    flow_key key;
-    for (size_t i = 0; i < 6; ++i) {
-        key.destination.at(i) = static_cast<uint8_t>(at(frame, i) >> 8);
-        key.source.at(i) = static_cast<uint8_t>(at(frame, i + 6) >> 8);
-    }
-    for (size_t i = type_offset; key.tags.size() < most_tags && is_tpid(at(frame, i));
-         i += tag_bytes)
-        key.tags.push_back({at(frame, i), at(frame, i + 2)});
-    key.direction = options.kind < directions.size() ? directions.at(options.kind) : "N/A";
-    return key;
-}
-
 const dumped_rule* rule_table::find(const flow_key& key) const
 {
     const auto found = std::ranges::find(rules, key, &dumped_rule::key);
@@ -186,14 +136,14 @@ std::optional<rule_table> read_rule_table(std::string_view log)
     return reader.result();
 }
 
-std::optional<bool> read_switch(std::string_view log)
+std::string path_text(const std::vector<me_id>& steps, std::string_view separator)
 {
-    std::optional<bool> on;
-    for_each_line(log, [&](std::string_view line) {
-        if (line.starts_with("gpon flow is ["))
-            on = line.find("[ENABLE]") != line.npos;
-    });
-    return on;
+    std::string text;
+    for (const me_id& step : steps) {
+        text += text.empty() ? "" : separator;
+        text += to_text(step);
+    }
+    return text;
 }
 
 } // namespace gponflow

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the module shows of itself, as JSON.
+#include "tool/live/show_json.h"
+
 #include <ostream>
 
 #include <nlohmann/json.hpp>
 
-#include "tool/live/show_output.h"
 #include "tool/model/me_fields.h"
 
 namespace gponflow {

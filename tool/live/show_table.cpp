@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the module shows of itself, as tables for people.
+#include "tool/live/show_table.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <map>
 #include <ostream>
 
-#include "tool/live/show_output.h"
 #include "tool/model/me_fields.h"
 #include "tool/text/text_table.h"
 
@@ -97,21 +97,13 @@ text_table table_of(const me_class_fields& fields, const std::vector<dumped_inst
 
 } // namespace
 
-std::string way_text(const std::vector<me_id>& steps)
-{
-    std::string text;
-    for (const me_id& step : steps)
-        text += (text.empty() ? "" : " > ") + to_text(step);
-    return text;
-}
-
 void print_rules(const rule_table& table, std::ostream& out, const palette& colours)
 {
     text_table lines{{"DIRECTION", "SOURCE", "DESTINATION", "VLAN", "WAY"}, {}};
     for (const dumped_rule& rule : table.rules)
         lines.rows.push_back({rule.key.direction, to_text(rule.key.source),
                               to_text(rule.key.destination), to_text(rule.key.tags),
-                              way_text(rule.steps)});
+                              path_text(rule.steps)});
     lines.print(out, colours);
     out << counted(table.total, "rule") << " in " << table.buckets
         << " buckets; the table grows at " << table.threshold << '\n';

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "tool/live/show_output.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -12,9 +11,9 @@ namespace gponflow {
 namespace {
 
 // Counts what the module does not: each frame's log says whether it has learnt or replayed.
-class counting_run final : public quiet_run {
+class counting_run final : public captured_run {
 public:
-    using quiet_run::quiet_run;
+    using captured_run::captured_run;
 
     rule_watch watch;
 
@@ -63,7 +62,7 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
         table.rows.push_back({(known.from_before ? ">" : "") + std::to_string(now - known.since),
                               known.hits ? std::to_string(*known.hits) : "-", rule->key.direction,
                               to_text(rule->key.source), to_text(rule->key.destination),
-                              to_text(rule->key.tags), way_text(rule->steps)});
+                              to_text(rule->key.tags), path_text(rule->steps)});
     }
     std::vector<std::string> result = table.lines();
     result.push_back(counted(table_.total, "rule"));
@@ -75,7 +74,7 @@ watch_scenario(const scenario& what, backend& where, std::ostream& diagnostics, 
 {
     counting_run run(where);
     status = run.run(what, diagnostics);
-    if (status != all_held)
+    if (status != status_ok)
         return {};
     const auto answer = run.ask("show flow_rule");
     const std::optional<rule_table> table = answer ? read_rule_table(*answer) : std::nullopt;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/live/dump.h"
+#include "tool/live/rule_table.h"
 #include "tool/scenario/captured_run.h"
 
 namespace gponflow {

@@ -2,12 +2,10 @@
 // Looks for mistakes in a provisioning.
 #pragma once
 
-#include <iosfwd>
 #include <string>
 #include <vector>
 
 #include "tool/model/line_model.h"
-#include "tool/text/terminal.h"
 
 namespace gponflow {
 
@@ -27,13 +25,5 @@ struct finding {
 
 /// All findings: problems before notes, each in the order of the scenario.
 std::vector<finding> check_provisioning(const mirror& what);
-
-/// "FILE:LINE: problem: INSTANCE: reason; change", one to a line, and a count.
-void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out,
-                    const palette& colours = {});
-
-/// The same as one JSON object, described in docs/tools.md.
-void print_findings_json(const std::vector<finding>& all, const std::string& file,
-                         std::ostream& out);
 
 } // namespace gponflow

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Findings as text and as JSON.
+#include "tool/model/check_output.h"
+
 #include <algorithm>
 #include <ostream>
 
 #include <nlohmann/json.hpp>
 
-#include "tool/model/check.h"
 #include "tool/model/me_fields.h"
-#include "tool/scenario/error.h"
+#include "tool/text/diagnostic.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {

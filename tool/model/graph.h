@@ -3,7 +3,6 @@
 #pragma once
 
 #include <iosfwd>
-#include <string>
 #include <vector>
 
 #include "tool/model/line_model.h"
@@ -15,9 +14,5 @@ namespace gponflow {
 /// dashed, tagging operations are dotted to what has their id, and the instances of `walked` and
 /// the edges between neighbours of it are bold.
 void write_dot(const mirror& what, const std::vector<me_id>& walked, std::ostream& out);
-
-/// Turns DOT text into a picture file with graphviz's command; the format is "svg" or "png".
-/// Throws std::runtime_error when the command is not there or fails.
-void render_dot(const std::string& dot, const std::string& format, const std::string& file);
 
 } // namespace gponflow

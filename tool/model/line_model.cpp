@@ -61,20 +61,6 @@ bool mirrored_instance::records(me_id from) const
     return row && is_recorded(row->instances, from.instance);
 }
 
-mirror::mirror(const scenario& what)
-{
-    for (const scenario_line& line : what.lines) {
-        if (const auto* me = std::get_if<me_command>(&line.what))
-            apply(*me, line.line);
-        else if (const auto* config = std::get_if<config_command>(&line.what))
-            apply(*config);
-        else if (std::holds_alternative<clean_command>(line.what))
-            clear();
-        else if (std::holds_alternative<load_command>(line.what))
-            *this = mirror();
-    }
-}
-
 void mirror::apply(const me_command& command, unsigned line)
 {
     const me_class_fields* fields = find_me_class(command.class_id);

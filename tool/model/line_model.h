@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
-#include "tool/scenario/command.h"
+#include "tool/model/omci_command.h"
 
 namespace gponflow {
 
@@ -71,13 +71,9 @@ enum class pointer_state {
     unrecorded  ///< there is room, but the target came later or the mask left the attribute out
 };
 
-/// Reads me and config commands the way the module applies them. Other commands are passed over,
-/// `clean` and `load` empty the mirror. What `unload` leaves is what stood before it.
+/// Applies me and config commands as the module does.
 class mirror {
 public:
-    mirror() = default;
-    explicit mirror(const scenario& what);
-
     void apply(const me_command& command, unsigned line);
     void apply(const config_command& command);
     void clear();

@@ -52,8 +52,4 @@ const attribute_class* find_attribute_class(uint16_t id);
 /// All attributes that a create carries: the mask that goes with a create.
 uint16_t set_by_create_mask(const attribute_class& cls);
 
-/// "MAC bridge service profile", also for common classes that are not mirrored; "class 999" for
-/// the others.
-std::string class_title(uint16_t id);
-
 } // namespace gponflow::omci

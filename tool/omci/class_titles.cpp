@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Titles of classes, so that a list of what is not mirrored reads without the standard at hand.
+#include "tool/omci/class_titles.h"
+
 #include <algorithm>
 #include <iterator>
 

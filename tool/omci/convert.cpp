@@ -2,6 +2,7 @@
 #include "tool/omci/convert.h"
 
 #include "tool/omci/attributes.h"
+#include "tool/omci/class_titles.h"
 #include "tool/omci/defaults.h"
 #include "tool/omci/learn.h"
 #include "tool/omci/mib.h"
@@ -48,7 +49,7 @@ public:
     void take(const exchange& item);
 
     std::string body;
-    report counts;
+    conversion_summary counts;
     default_configuration defaults;
 
 private:

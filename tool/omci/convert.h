@@ -6,13 +6,13 @@
 #include <string_view>
 
 #include "tool/omci/capture.h"
-#include "tool/omci/report.h"
+#include "tool/omci/summary.h"
 
 namespace gponflow::omci {
 
 struct conversion {
     std::string scenario;
-    report counts;
+    conversion_summary counts;
 };
 
 /// The scenario loads the module, switches the engine on, gives the default configuration as far

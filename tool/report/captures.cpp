@@ -50,7 +50,7 @@ std::vector<scenario_line> capture_lines(const std::vector<std::string>& words)
         if (errors.empty())
             errors = read_captures(parsed.what);
         if (!errors.empty())
-            throw std::runtime_error("--pcap " + word + ": " + errors.front().what);
+            throw std::runtime_error("--pcap " + word + ": " + errors.front().message);
         for (scenario_line& line : parsed.what.lines)
             lines.push_back(std::move(line));
     }

@@ -5,9 +5,11 @@
 #include <map>
 #include <tuple>
 
-#include "tool/live/source.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/walk_reader.h"
 #include "tool/report/frame_text.h"
 #include "tool/scenario/captured_run.h"
+#include "tool/scenario/final_state.h"
 
 namespace gponflow {
 
@@ -57,9 +59,9 @@ std::string drop_reason(const walk_story& story)
                                : "the walk passed, what came after it failed";
 }
 
-class collector final : public quiet_run {
+class collector final : public captured_run {
 public:
-    collector(backend& where, report_data& into) : quiet_run(where), data_(into)
+    collector(backend& where, report_data& into) : captured_run(where), data_(into)
     {
         show_progress();
     }
@@ -67,34 +69,20 @@ public:
     exit_status collect(const scenario& what, std::ostream& diagnostics)
     {
         for (const scenario_line& line : what.lines) {
-            follow(line);
+            apply(line, data_.entities);
             source_ = what.name + ":" + std::to_string(line.line);
             number_ = 0;
             if (const auto* capture = std::get_if<pcap_command>(&line.what))
                 start_capture(capture->file);
             const exit_status status = run({what.name, {line}}, diagnostics);
-            if (status != all_held)
+            if (status != status_ok)
                 return status;
         }
         finish();
-        return all_held;
+        return status_ok;
     }
 
 private:
-    // As the mirror of a whole scenario does, but so far as the frame at hand has come.
-    void follow(const scenario_line& line)
-    {
-        mirror& entities = data_.entities;
-        if (const auto* me = std::get_if<me_command>(&line.what))
-            entities.apply(*me, line.line);
-        else if (const auto* config = std::get_if<config_command>(&line.what))
-            entities.apply(*config);
-        else if (std::holds_alternative<clean_command>(line.what))
-            entities.clear();
-        else if (std::holds_alternative<load_command>(line.what))
-            entities = mirror();
-    }
-
     void start_capture(const std::string& file)
     {
         source_ = file;
@@ -107,7 +95,7 @@ private:
     {
         const std::string place = number_ ? source_ + " #" + std::to_string(number_++) : source_;
         if (options.kind >= data_.directions.size()) {
-            quiet_run::on_frame(options, frame);
+            captured_run::on_frame(options, frame);
             return;
         }
         const std::optional<hook_answer> answer = hook_in_detail(options, frame);

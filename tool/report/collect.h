@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tool/explain/explain.h"
-#include "tool/live/dump.h"
+#include "tool/explain/explain_frame.h"
+#include "tool/live/rule_table.h"
 #include "tool/model/check.h"
 #include "tool/model/line_model.h"
 

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tool/model/graph.h"
+#include "tool/report/render_dot.h"
 #include "tool/text/source_text.h"
 
 namespace gponflow {

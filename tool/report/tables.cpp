@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include "tool/explain/explain_output.h"
 #include "tool/report/frame_text.h"
 #include "tool/text/escape.h"
 
@@ -39,15 +40,6 @@ const char* fate_name(frame_fate fate)
     default:
         return "untouched";
     }
-}
-
-// Instances with bars between, as the page's script and its reader take them.
-std::string way_text(const std::vector<me_id>& way, const char* between)
-{
-    std::string text;
-    for (const me_id& one : way)
-        text += (text.empty() ? "" : between) + to_text(one);
-    return text;
 }
 
 template_value key_values(const flow_key& key)
@@ -136,7 +128,7 @@ template_value flow_values(const report_data& data)
         row.set("octets", number(flow.octets));
         row.set("quick", number(flow.quick));
         row.set("first", short_place(flow.first));
-        row.set("way", way_text(flow.way, "|"));
+        row.set("way", path_text(flow.way, "|"));
         row.set("has_way", flow.way.size() > 1);
         rows << row;
     }
@@ -156,10 +148,9 @@ template_value rule_values(const report_data& data)
         row.set("index", number(rule.index));
         row.set("port", number(rule.port));
         row.set("direction", rule.key.direction);
-        row.set("steps",
-                rule.steps.empty() ? "none: the frame passes" : way_text(rule.steps, " > "));
+        row.set("steps", rule.steps.empty() ? "none: the frame passes" : path_text(rule.steps));
         row.set("has_way", rule.steps.size() > 1);
-        row.set("way", way_text(rule.steps, "|"));
+        row.set("way", path_text(rule.steps, "|"));
         rows << row;
     }
     return rows;

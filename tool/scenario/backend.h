@@ -4,12 +4,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tool/scenario/command.h"
 
@@ -71,18 +69,5 @@ public:
     /// The nth call of the service from now on fails once.
     virtual void arm_fault(fault_kind what, uint64_t nth) = 0;
 };
-
-/// The module in this process, fresh: nothing loaded, jiffies 0. One at a time.
-std::unique_ptr<backend> make_host_backend();
-
-/// The module in the running kernel, through its device, proc entry and log. Throws refusal when
-/// this machine or this build cannot do that.
-std::unique_ptr<backend> make_device_backend();
-
-/// Names that make_backend knows.
-std::vector<std::string> backend_names();
-
-/// The backend of that name. Throws refusal.
-std::unique_ptr<backend> make_backend(std::string_view name);
 
 } // namespace gponflow

@@ -5,16 +5,15 @@
 #include <sstream>
 #include <utility>
 
-#include "tool/live/operator_lines.h"
 #include "tool/scenario/control.h"
-#include "tool/scenario/error.h"
+#include "tool/text/diagnostic.h"
 #include "tool/text/progress.h"
 
 namespace gponflow {
 
 // One function for each kind of command: none can be forgotten.
-struct quiet_run::visitor {
-    quiet_run& run;
+struct captured_run::visitor {
+    captured_run& run;
     backend& where;
 
     void operator()(const load_command&) const { run.on_load(); }
@@ -60,7 +59,7 @@ struct quiet_run::visitor {
     }
 };
 
-quiet_run::quiet_run(backend& where) : where_(where)
+captured_run::captured_run(backend& where) : where_(where)
 {
     where_.set_sink([this](const backend_event& event) {
         if (event.what == backend_event::kind::log)
@@ -70,12 +69,12 @@ quiet_run::quiet_run(backend& where) : where_(where)
     });
 }
 
-quiet_run::~quiet_run()
+captured_run::~captured_run()
 {
     where_.set_sink(nullptr);
 }
 
-exit_status quiet_run::run(const scenario& what, std::ostream& diagnostics)
+exit_status captured_run::run(const scenario& what, std::ostream& diagnostics)
 {
     for (const scenario_line& line : what.lines) {
         try {
@@ -85,14 +84,14 @@ exit_status quiet_run::run(const scenario& what, std::ostream& diagnostics)
                 on_change();
         } catch (const refusal& why) {
             diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
-            return not_supported;
+            return status_unsupported;
         }
     }
-    return all_held;
+    return status_ok;
 }
 
-std::optional<hook_answer> quiet_run::hook_in_detail(const packet_options& options,
-                                                     const bytes& frame)
+std::optional<hook_answer> captured_run::hook_in_detail(const packet_options& options,
+                                                        const bytes& frame)
 {
     where_.proc_write("set debug_level 7");
     log_.clear();
@@ -103,27 +102,13 @@ std::optional<hook_answer> quiet_run::hook_in_detail(const packet_options& optio
     return answer;
 }
 
-std::optional<hook_answer> quiet_run::hook_marked(const packet_options& options, const bytes& frame)
+std::optional<hook_answer> captured_run::hook(const packet_options& options, const bytes& frame)
 {
-    struct filter_end {
-        quiet_run& run;
-        ~filter_end()
-        {
-            try {
-                run.ask(trace_off_line);
-            } catch (const refusal&) {
-                // The doors are gone, and the filter with them.
-            }
-        }
-    };
-    for (const std::string& line : lines_of(filter_of(frame)))
-        ask(line);
-    const filter_end end{*this};
     log_.clear();
     return where_.hook(options, &frame);
 }
 
-std::optional<std::string> quiet_run::ask(std::string_view line)
+std::optional<std::string> captured_run::ask(std::string_view line)
 {
     std::string before = std::exchange(log_, {});
     std::optional<long> answer = where_.proc_write(line);
@@ -140,17 +125,17 @@ std::optional<std::string> quiet_run::ask(std::string_view line)
     return told;
 }
 
-void quiet_run::on_load()
+void captured_run::on_load()
 {
     where_.load();
 }
 
-void quiet_run::on_me(const me_command& command)
+void captured_run::on_me(const me_command& command)
 {
     send(where_, command);
 }
 
-void quiet_run::on_frame(const packet_options& options, const bytes& frame)
+void captured_run::on_frame(const packet_options& options, const bytes& frame)
 {
     where_.hook(options, &frame);
 }

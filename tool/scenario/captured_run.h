@@ -16,12 +16,12 @@ namespace gponflow {
 
 /// Collects the module's log while it runs commands; expectations and echoes are passed over. What
 /// is of interest on the way is overridden. The backend's sink is its own while it lives.
-class quiet_run {
+class captured_run {
 public:
-    explicit quiet_run(backend& where);
-    virtual ~quiet_run();
-    quiet_run(const quiet_run&) = delete;
-    quiet_run& operator=(const quiet_run&) = delete;
+    explicit captured_run(backend& where);
+    virtual ~captured_run();
+    captured_run(const captured_run&) = delete;
+    captured_run& operator=(const captured_run&) = delete;
 
     /// Runs all commands; where the backend refuses, says so and stops.
     exit_status run(const scenario& what, std::ostream& diagnostics);
@@ -32,10 +32,8 @@ public:
     /// One hook call with the module's log at full detail, which log() then holds. Throws refusal.
     std::optional<hook_answer> hook_in_detail(const packet_options& options, const bytes& frame);
 
-    /// One hook call of a frame that the trace filter marks, whatever else goes on; the filter is
-    /// off afterwards. log() then holds what was logged during the call, possibly by other frames
-    /// of the same addresses too. Throws refusal.
-    std::optional<hook_answer> hook_marked(const packet_options& options, const bytes& frame);
+    /// One hook call; log() then holds what was logged during the call. Throws refusal.
+    std::optional<hook_answer> hook(const packet_options& options, const bytes& frame);
 
     /// Whether the kernel has dropped log text since the last call of this function.
     bool lost_lines() { return std::exchange(lost_, false); }
@@ -44,7 +42,7 @@ public:
     /// character device where there is no entry. Nothing when neither is there. Throws refusal.
     std::optional<std::string> ask(std::string_view line);
 
-    /// What the module has logged since the last hook_in_detail, or since clear_log.
+    /// What the module has logged since the last hook call of this class, or since clear_log.
     const std::string& log() const { return log_; }
     void clear_log() { log_.clear(); }
 

@@ -9,6 +9,7 @@
 
 #include <pcap/pcap.h>
 
+#include "tool/text/message_words.h"
 #include "tool/text/progress.h"
 
 namespace gponflow {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tool/scenario/command.h"
-#include "tool/scenario/error.h"
+#include "tool/text/diagnostic.h"
 
 namespace gponflow {
 

@@ -8,9 +8,9 @@
 #include <variant>
 #include <vector>
 
-namespace gponflow {
+#include "tool/model/omci_command.h"
 
-using bytes = std::vector<uint8_t>;
+namespace gponflow {
 
 struct load_command {};
 struct unload_command {};
@@ -29,18 +29,6 @@ struct packet_options {
 struct hook_command {
     packet_options options;
     std::optional<bytes> frame; ///< none: the packet pointer is null
-};
-
-struct me_command {
-    uint8_t message = 0; ///< OMCI message type
-    uint16_t class_id = 0;
-    uint16_t instance = 0;
-    uint16_t mask = 0xffff;
-    std::optional<bytes> raw; ///< the raw attribute record; none: a null pointer
-};
-
-struct config_command {
-    std::optional<bytes> raw; ///< a gpon_flow_cfg_data; none: a null pointer
 };
 
 struct debug_command {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The module in this process.
+#include "tool/scenario/host_backend.h"
+
 #include "platform/host/host.h"
-#include "tool/scenario/backend.h"
 
 namespace gponflow {
 

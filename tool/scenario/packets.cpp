@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The commands that hand packets to the hook entry: hook and pcap.
+#include "tool/scenario/packets.h"
+
 #include <algorithm>
 #include <iterator>
 
 #include "platform/api/platform_hook.h"
-#include "tool/scenario/parse.h"
 #include "tool/scenario/values.h"
+#include "tool/text/message_words.h"
 
 namespace gponflow {
 

@@ -5,7 +5,11 @@
 #include <iterator>
 
 #include "include/uapi/gpon_flow.h"
+#include "tool/scenario/packets.h"
+#include "tool/scenario/records.h"
 #include "tool/scenario/values.h"
+#include "tool/scenario/words.h"
+#include "tool/text/message_words.h"
 
 namespace gponflow {
 
@@ -216,7 +220,7 @@ void add_line(parse_result& result, std::string_view line, unsigned number)
     try {
         result.what.lines.push_back({number, std::string(text), parse_line(to_the_end)});
     } catch (const syntax_error& error) {
-        result.errors.push_back({result.what.name, number, error.column, error.what});
+        result.errors.push_back({result.what.name, number, error.column, error.message});
     }
 }
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The commands that carry a record of named fields: me and config.
+#include "tool/scenario/records.h"
+
 #include <algorithm>
 #include <array>
 
 #include "include/uapi/gpon_flow.h"
 #include "tool/model/me_fields.h"
-#include "tool/scenario/parse.h"
 #include "tool/scenario/values.h"
+#include "tool/text/message_words.h"
 
 namespace gponflow {
 

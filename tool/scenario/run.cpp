@@ -4,9 +4,9 @@
 #include <ostream>
 
 #include "tool/scenario/control.h"
-#include "tool/scenario/error.h"
 #include "tool/scenario/result_line.h"
 #include "tool/scenario/transcript.h"
+#include "tool/text/diagnostic.h"
 
 namespace gponflow {
 
@@ -174,12 +174,12 @@ exit_status run_scenario(const scenario& what, backend& where, std::ostream& out
         } catch (const refusal& why) {
             runner.flush();
             diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
-            return not_supported;
+            return status_unsupported;
         }
         if (runner.panicked())
             break;
     }
-    return runner.all_held() ? all_held : expectation_failed;
+    return runner.all_held() ? status_ok : status_failed;
 }
 
 } // namespace gponflow

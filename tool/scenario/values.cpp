@@ -6,6 +6,8 @@
 #include <charconv>
 #include <set>
 
+#include "tool/text/message_words.h"
+
 namespace gponflow {
 
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tool/scenario/command.h"
-#include "tool/scenario/error.h"
+#include "tool/scenario/syntax_error.h"
 #include "tool/scenario/words.h"
 
 namespace gponflow {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tool/scenario/error.h"
+#include "tool/scenario/syntax_error.h"
 
 namespace gponflow {
 

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/commands/arguments.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+#include "tool/model/me_fields.h"
+#include "tool/scenario/values.h"
+#include "tool/text/message_words.h"
+
+namespace gponflow {
+
+namespace {
+
+// The scenario's own readers, with their messages for a command line.
+template <typename reader>
+auto from_word(const std::string& what, const std::string& word, reader read)
+{
+    try {
+        return read(value{what, word, 0});
+    } catch (const syntax_error& error) {
+        throw CLI::ValidationError(error.message);
+    }
+}
+
+} // namespace
+
+uint64_t read_number(const std::string& what, const std::string& word, uint64_t most,
+                     uint64_t least)
+{
+    return from_word(what, word,
+                     [&](const value& from) { return read_unsigned(from, most, least); });
+}
+
+uint16_t read_class(const std::string& word)
+{
+    if (looks_like_number(word)) {
+        const auto id = static_cast<uint16_t>(read_number("class", word, UINT16_MAX));
+        if (find_me_class(id))
+            return id;
+        throw CLI::ValidationError("class " + in_quotes(word) + ": the module has none of it");
+    }
+    if (const me_class_fields* found = find_me_class(word))
+        return found->id;
+    std::vector<std::string_view> names;
+    for (const me_class_fields& one : me_classes())
+        names.push_back(one.name);
+    throw CLI::ValidationError("there is no class " + in_quotes(word) + suggestion(word, names));
+}
+
+uint16_t read_instance(const std::string& word)
+{
+    return static_cast<uint16_t>(read_number("instance", word, UINT16_MAX));
+}
+
+} // namespace gponflow

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/commands/operator_command.h"
+
+#include <iostream>
+#include <stdexcept>
+
+#include "tool/commands/source.h"
+#include "tool/text/lines.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+// What the module says besides the state of its switch, which it repeats for every command.
+void print_answer(const std::string& answer, const palette& colours)
+{
+    for_each_line(answer, [&](std::string_view line) {
+        if (!line.starts_with("CURRENT GPON FLOW SWITCH"))
+            std::cout << colours.faint(std::string("| ") + std::string(line)) << '\n';
+    });
+}
+
+int send_lines(const operator_lines& lines, bool dry_run)
+{
+    if (dry_run) {
+        for (const std::string& line : lines)
+            std::cout << line << '\n';
+        return finish_output() ? status_ok : status_unsupported;
+    }
+    return look_at({}, [&](captured_run& run) {
+        const palette colours = colours_of(1);
+        for (const std::string& line : lines) {
+            const auto answer = run.ask(line);
+            if (!answer)
+                return tell_not_loaded();
+            std::cout << "> " << line << '\n';
+            print_answer(*answer, colours);
+        }
+        return static_cast<int>(finish_output() ? status_ok : status_unsupported);
+    });
+}
+
+} // namespace
+
+operator_group::operator_group(CLI::App& app, const char* name, const char* description)
+    : app_(*app.add_subcommand(name, description))
+{
+    app_.require_subcommand(1);
+    add_dry_run(app_);
+}
+
+CLI::App* operator_group::add(const char* name, const char* description,
+                              std::function<operator_lines()> make)
+{
+    CLI::App* sub = app_.add_subcommand(name, description);
+    add_dry_run(*sub);
+    sub->callback([make = std::move(make), dry_run = dry_run_] {
+        operator_lines lines;
+        try {
+            lines = make();
+        } catch (const std::runtime_error& why) {
+            std::cerr << "gponflow: " << why.what() << '\n';
+            throw CLI::RuntimeError(status_invalid);
+        }
+        if (const int status = send_lines(lines, *dry_run); status != status_ok)
+            throw CLI::RuntimeError(status);
+    });
+    return sub;
+}
+
+void operator_group::add_dry_run(CLI::App& to) const
+{
+    to.add_flag("--dry-run", *dry_run_,
+                "Print what would be written to the proc entry, and no more");
+}
+
+} // namespace gponflow

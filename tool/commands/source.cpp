@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/commands/source.h"
+
+#include <iostream>
+
+#include "tool/live/backends.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/open.h"
+
+namespace gponflow {
+
+void add_source_options(CLI::App& app, live_source& into, const std::string& file_option)
+{
+    app.add_option(file_option, into.file,
+                   "A scenario that runs first; without it, the module of the running kernel is "
+                   "looked at");
+    app.add_option("--backend", into.backend,
+                   "Where: host, the module in this process (needs a scenario), or device, the "
+                   "module in the running kernel")
+        ->check(CLI::IsMember(backend_names()));
+}
+
+std::optional<scenario> open_source(const live_source& from, exit_status& status)
+{
+    status = status_ok;
+    if (from.file.empty()) {
+        if (from.backend == "host") {
+            std::cerr << "gponflow: --backend=host needs a scenario: the module in this process "
+                         "begins empty\n";
+            status = status_invalid;
+        }
+        return {};
+    }
+    std::optional<scenario> parsed = open_scenario(from.file, std::cerr);
+    if (!parsed)
+        status = status_invalid;
+    return parsed;
+}
+
+std::string backend_of(const live_source& from)
+{
+    if (!from.backend.empty())
+        return from.backend;
+    return from.file.empty() ? "device" : "host";
+}
+
+int look_at(const live_source& from, const std::function<int(captured_run&)>& look)
+{
+    exit_status status = status_ok;
+    const std::optional<scenario> parsed = open_source(from, status);
+    if (status != status_ok)
+        return status;
+    try {
+        const std::unique_ptr<backend> where = make_backend(backend_of(from));
+        captured_run run(*where);
+        if (parsed)
+            status = run.run(without_last_unload(*parsed), std::cerr);
+        if (status != status_ok)
+            return status;
+        const int outcome = look(run);
+        if (run.lost_lines())
+            std::cerr << "gponflow: lines of the kernel log were lost, something may be missing: "
+                         "boot with a larger log_buf_len\n";
+        return outcome;
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return status_unsupported;
+    }
+}
+
+int tell_not_loaded()
+{
+    std::cerr << "gponflow: the module is not loaded: there is neither its proc entry nor its "
+                 "character device\n";
+    return status_unsupported;
+}
+
+} // namespace gponflow

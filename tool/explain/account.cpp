@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/account.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ostream>
+#include <regex>
+#include <vector>
+
+#include "include/uapi/gpon_flow.h"
+#include "tool/model/line_model.h"
+#include "tool/scenario/captured_run.h"
+#include "tool/text/text_table.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t bridge_port_class = 47;
+
+/// Which bridge each bridge port belongs to, as the scenario configures it.
+class bridge_map {
+public:
+    void learn(const me_command& command)
+    {
+        if (command.class_id != bridge_port_class || !command.raw ||
+            command.raw->size() != sizeof(gpon_raw_mbpcd))
+            return;
+        gpon_raw_mbpcd port;
+        std::memcpy(&port, command.raw->data(), sizeof(port));
+        bridges_[command.instance] = port.bridgeID;
+    }
+
+    std::string bridge_of(uint16_t port) const
+    {
+        const auto found = bridges_.find(port);
+        return found == bridges_.end() ? "?" : std::to_string(found->second);
+    }
+
+private:
+    std::map<uint16_t, uint16_t> bridges_;
+};
+
+/// One frame's log, read for what happened.
+struct frame_story {
+    bool quick = false;
+    std::vector<uint16_t> ports; ///< bridge ports in the order in which they were passed
+    std::string last_complaint;
+
+    explicit frame_story(const std::string& log)
+    {
+        quick = log.find("Rule already exist!") != std::string::npos;
+        for (size_t at = 0; at < log.size();) {
+            const size_t end = std::min(log.find('\n', at), log.size());
+            consider(std::string_view(log).substr(at, end - at));
+            at = end + 1;
+        }
+    }
+
+    /// A walk passes through its last port; a replay through its first, as what stands deeper in
+    /// a rule may be left over from a branch that was given up.
+    std::string bridge(const bridge_map& bridges) const
+    {
+        if (ports.empty())
+            return "no bridge";
+        return "bridge " + bridges.bridge_of(quick ? ports.front() : ports.back());
+    }
+
+private:
+    void consider(std::string_view line)
+    {
+        static const std::regex port(R"(: enter, classId=47,instId=(\d+))");
+        std::match_results<std::string_view::const_iterator> at;
+        if (line.find("[mbpcd_forward]") != line.npos &&
+            std::regex_search(line.begin(), line.end(), at, port))
+            ports.push_back(static_cast<uint16_t>(std::stoul(at[1].str())));
+        else if (line.starts_with('*'))
+            complain(line);
+    }
+
+    // The reason is what an instance said; what the functions above it report is only that it
+    // failed.
+    void complain(std::string_view line)
+    {
+        static const std::regex complaint(
+            R"(^(?:\*\*\*ERROR\*\*\*|\*\*WARNING\*\*)(\[?\w+\]?) ?\[\d+\]:? ?(.*?)\r?$)");
+        std::match_results<std::string_view::const_iterator> found;
+        if (!std::regex_match(line.begin(), line.end(), found, complaint))
+            return;
+        const std::string name = found[1].str();
+        for (const char* reporter :
+             {"gpon_pkt_general_", "gpon_pkt_upstream_", "gpon_pkt_next_", "gpon_pkt_downstream_"})
+            if (name.find(reporter) != std::string::npos)
+                return;
+        last_complaint = name + " " + found[2].str();
+        if (name == "[mbpcd_forward]" && !ports.empty())
+            last_complaint += " " + to_text(me_id{bridge_port_class, ports.back()});
+    }
+};
+
+class accountant final : public captured_run {
+public:
+    accountant(backend& where, frame_account& account) : captured_run(where), account_(account)
+    {
+        show_progress();
+    }
+
+private:
+    void on_me(const me_command& command) override
+    {
+        bridges_.learn(command);
+        captured_run::on_me(command);
+    }
+
+    void on_frame(const packet_options& options, const bytes& frame) override
+    {
+        if (options.kind < account_.size())
+            count(options, frame);
+        else
+            captured_run::on_frame(options, frame);
+    }
+
+    void count(const packet_options& options, const bytes& frame)
+    {
+        const std::optional<hook_answer> answer = hook_in_detail(options, frame);
+        const frame_story story(log());
+        direction_account& direction = account_.at(options.kind);
+        ++direction.frames;
+        direction.quick += story.quick;
+        if (answer && answer->api_result == 0)
+            ++direction.destinations[destination(options, *answer, story)];
+        else
+            ++direction
+                  .drops[story.last_complaint.empty() ? "no reason given" : story.last_complaint];
+    }
+
+    std::string destination(const packet_options& options, const hook_answer& answer,
+                            const frame_story& story) const
+    {
+        switch (options.kind) {
+        case 0:
+            return "into " + story.bridge(bridges_);
+        case 1:
+            return "GEM port " + std::to_string(answer.gem) + " from " + story.bridge(bridges_);
+        case 2:
+            return "out of the UNI, not walked";
+        default:
+            return "from GEM port " + std::to_string(answer.gem) + " into " +
+                   story.bridge(bridges_);
+        }
+    }
+
+    frame_account& account_;
+    bridge_map bridges_;
+};
+
+constexpr std::array<const char*, 4> direction_titles = {
+    "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
+    "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
+
+void print_lines(const char* what, const std::map<std::string, uint64_t>& lines, std::ostream& out)
+{
+    for (const auto& [text, frames] : lines) {
+        const std::string count = std::to_string(frames);
+        out << "  " << what << std::string(count.size() < 6 ? 6 - count.size() : 0, ' ') << count
+            << "  " << text << '\n';
+    }
+}
+
+} // namespace
+
+exit_status account_scenario(const scenario& what, backend& where, frame_account& account,
+                             std::ostream& diagnostics)
+{
+    return accountant(where, account).run(what, diagnostics);
+}
+
+void print_account(const frame_account& account, std::ostream& out)
+{
+    if (std::ranges::all_of(account, [](const direction_account& one) { return one.frames == 0; }))
+        out << "no frames\n";
+    // In the order in which a frame meets them.
+    for (const size_t kind : {size_t{0}, size_t{1}, size_t{3}, size_t{2}}) {
+        const direction_account& direction = account.at(kind);
+        if (direction.frames == 0)
+            continue;
+        out << direction_titles.at(kind) << ": " << counted(direction.frames, "frame") << ", "
+            << direction.quick << " on the quick path\n";
+        print_lines("passed ", direction.destinations, out);
+        print_lines("dropped", direction.drops, out);
+        out << '\n';
+    }
+}
+
+} // namespace gponflow

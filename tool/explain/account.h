@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Where the frames of a scenario went, for people: an account instead of a transcript.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "tool/scenario/backend.h"
+#include "tool/scenario/command.h"
+#include "tool/text/exit_status.h"
+
+namespace gponflow {
+
+/// What became of the frames of one direction.
+struct direction_account {
+    uint64_t frames = 0;
+    uint64_t quick = 0;                           ///< replayed a rule
+    std::map<std::string, uint64_t> destinations; ///< GEM port and bridge, frames
+    std::map<std::string, uint64_t> drops;        ///< last message of the walk, frames
+};
+
+/// By kind of hook call: 0 to 3.
+using frame_account = std::array<direction_account, 4>;
+
+/// Runs the scenario and counts its hook calls. The module's log is switched to full detail for
+/// each frame, which is where the reasons come from. Diagnostics as for run_scenario.
+exit_status account_scenario(const scenario& what, backend& where, frame_account& account,
+                             std::ostream& diagnostics);
+
+/// Prints the account as text.
+void print_account(const frame_account& account, std::ostream& out);
+
+} // namespace gponflow

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/decision_texts.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <tuple>
+
+namespace gponflow {
+
+namespace {
+
+const mirrored_instance* first_related(const mirror& entities, me_id from, uint16_t class_id)
+{
+    const std::vector<me_id> all = entities.related(from, class_id);
+    return all.empty() ? nullptr : entities.find(all.front());
+}
+
+// Bytes beyond the end of the frame count as 0.
+struct frame_bytes {
+    const bytes& frame;
+
+    unsigned at(size_t place) const { return place < frame.size() ? frame[place] : 0; }
+    unsigned network(size_t place) const { return at(place) << 8 | at(place + 1); }
+    // The module compares types of protocols in the processor's order, without conversion.
+    unsigned host(size_t place) const { return at(place + 1) << 8 | at(place); }
+
+    int ipv4_dscp(size_t header) const
+    {
+        return at(header) >> 4 == 4 ? static_cast<int>(at(header + 1) >> 2) : -1;
+    }
+
+    int ipv6_dscp(size_t header) const
+    {
+        return at(header) >> 4 == 6 ? static_cast<int>(network(header) >> 6 & 63) : -1;
+    }
+};
+
+// Priorities are packed in three bits each, from the most significant bit onwards.
+unsigned mapped_priority(const uint8_t (&map)[24], unsigned dscp)
+{
+    const unsigned bit = 3 * dscp;
+    const unsigned next = bit / 8 + 1 < sizeof(map) ? map[bit / 8 + 1] : 0;
+    return ((map[bit / 8] << 8 | next) >> (13 - bit % 8)) & 7;
+}
+
+// Where the priority of an untagged frame comes from, and the priority.
+std::pair<std::string, unsigned> untagged_priority(const gpon_raw_mapper& me, const bytes& frame)
+{
+    const int dscp = dscp_of(frame);
+    if (dscp < 0)
+        return {"untagged, without a DSCP that counts", 0};
+    return {"untagged, DSCP " + std::to_string(dscp),
+            mapped_priority(me.dscp2pbitMap, static_cast<unsigned>(dscp))};
+}
+
+} // namespace
+
+std::string hex_text(unsigned value, int digits)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
+    return text;
+}
+
+std::string class_text(unsigned class_id)
+{
+    const std::string text = to_text({static_cast<uint16_t>(class_id), 0});
+    return text.substr(0, text.find(" 0x"));
+}
+
+int dscp_of(const bytes& frame)
+{
+    const frame_bytes f{frame};
+    size_t type = 12;
+    while (f.network(type) == 0x8100 || f.network(type) == 0x9100 || f.network(type) == 0x88a8)
+        type += 4;
+    switch (f.host(type)) {
+    case 0x0800:
+        return f.ipv4_dscp(type + 2);
+    case 0x86dd:
+        return f.ipv6_dscp(type + 2);
+    case 0x8864:
+        return f.host(type + 8) == 0x21   ? f.ipv4_dscp(type + 10)
+               : f.host(type + 8) == 0x57 ? f.ipv6_dscp(type + 10)
+                                          : -1;
+    default:
+        return -1;
+    }
+}
+
+std::string filter_text(const mirror& entities, me_id port, unsigned operation, unsigned tci,
+                        bool tagged)
+{
+    const mirrored_instance* filter = first_related(entities, port, 84);
+    std::string list;
+    if (filter) {
+        const auto me = filter->as<gpon_raw_vtfd>();
+        for (unsigned i = 0; i < std::min<unsigned>(me.vlanFilterNums, 12); ++i)
+            list += (i ? ", " : "") + hex_text(me.vlanFilterList[i]);
+    }
+    const std::string of_frame = tagged ? "TCI " + hex_text(tci) + " (VLAN " +
+                                              std::to_string(tci & 0xfff) + ", priority " +
+                                              std::to_string(tci >> 13) + ")"
+                                        : "untagged";
+    return "filter " + (filter ? hex_text(filter->id.instance) : "?") + ": code " +
+           hex_text(operation, 2) + ", " + of_frame + ", list {" + list + "}";
+}
+
+std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, const bytes* frame)
+{
+    const mirrored_instance* mapper = first_related(entities, gem_iw, 130);
+    if (!mapper)
+        return "priority of TCI " + hex_text(tci);
+    const auto me = mapper->as<gpon_raw_mapper>();
+    const std::string name = "mapper " + hex_text(mapper->id.instance) + ": ";
+    std::string of_frame = tci ? "TCI " + hex_text(tci) : std::string("untagged");
+    unsigned priority = tci ? tci >> 13 : me.defaultPbit;
+    if (tci == 0 && me.unmark_frame_opt > 1)
+        return name + "untagged, unmark_frame_opt " + std::to_string(me.unmark_frame_opt);
+    if (tci == 0 && me.unmark_frame_opt == 0) {
+        if (!frame)
+            return name + "untagged, priority by DSCP";
+        std::tie(of_frame, priority) = untagged_priority(me, *frame);
+    }
+    of_frame += ", priority " + std::to_string(priority);
+    return priority > 7
+               ? name + of_frame
+               : name + of_frame + " selects GEM IW TP " + hex_text(me.pbit_GemIWTP[priority]);
+}
+
+std::string side_text(const mirror& entities, me_id port)
+{
+    const mirrored_instance* me = entities.find(port);
+    const unsigned type = me ? me->as<gpon_raw_mbpcd>().tpType : 0;
+    if (type == 1 || type == 11)
+        return "a port of the UNI side, not the way of this frame";
+    if (type == 3 || type == 5 || type == 6)
+        return "a port of the ANI side, not the way of this frame";
+    return "a port of neither side: its tpType is " + std::to_string(type);
+}
+
+std::string end_text(const mirror& entities, me_id at)
+{
+    const mirrored_instance* me = entities.find(at);
+    if (!me)
+        return "it does not exist";
+    if (at.class_id == 268 && me->as<gpon_raw_gemctp>().direction == 2)
+        return "its direction is 2, towards the subscriber alone";
+    return "the way ends here";
+}
+
+} // namespace gponflow

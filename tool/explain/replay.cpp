@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/replay.h"
+
+#include <algorithm>
+
+namespace gponflow {
+
+namespace {
+
+bool fits(const walk_step& told, me_id step)
+{
+    return told.at.class_id == step.class_id &&
+           (told.at.instance == 0 || told.at.instance == step.instance);
+}
+
+bool tells_of(const walk_story& story, const dumped_rule& rule)
+{
+    auto next = rule.steps.begin();
+    for (const walk_step& told : story.steps) {
+        next = std::find_if(next, rule.steps.end(), [&](me_id step) { return fits(told, step); });
+        if (next == rule.steps.end())
+            return false;
+        ++next;
+    }
+    return true;
+}
+
+unsigned flag_of(const std::string& direction)
+{
+    if (direction == "UP_ANI")
+        return 1;
+    if (direction == "UP_UNI")
+        return 2;
+    return direction == "DOWN_ANI" ? 4 : 8;
+}
+
+} // namespace
+
+void name_replay(walk_story& story, const dumped_rule& rule)
+{
+    std::vector<walk_step> named;
+    auto told = story.steps.begin();
+    for (const me_id step : rule.steps) {
+        walk_step& one = named.emplace_back(walk_step{step, named.size(), true, {}, {}});
+        if (told == story.steps.end() || !fits(*told, step))
+            continue;
+        one.decisions = std::move(told->decisions);
+        one.dead_end = std::move(told->dead_end);
+        one.passed = one.dead_end.empty();
+        ++told;
+        // A replay ends at the first step that refuses the frame, which goes its way all the same.
+        if (!one.passed)
+            break;
+    }
+    story.steps = std::move(named);
+    story.fwd_flag = flag_of(rule.key.direction);
+}
+
+const dumped_rule* rule_of_replay(const walk_story& story, const std::vector<dumped_rule>& rules)
+{
+    const auto fitting = [&](const dumped_rule& rule) { return tells_of(story, rule); };
+    const auto found = std::ranges::find_if(rules, fitting);
+    if (found == rules.end() || std::find_if(found + 1, rules.end(), fitting) != rules.end())
+        return nullptr;
+    return &*found;
+}
+
+} // namespace gponflow

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/trace_device.h"
+
+#include <chrono>
+#include <ostream>
+
+#include "tool/explain/active_filter.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/replay.h"
+#include "tool/explain/walk_reader.h"
+#include "tool/explain/walk_splitter.h"
+#include "tool/live/instances.h"
+#include "tool/live/kernel_log.h"
+#include "tool/live/rule_table.h"
+#include "tool/live/stop_signals.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr int quiet_milliseconds = 200;
+
+class follower {
+public:
+    follower(captured_run& run, const trace_filter& filter, std::ostream& out,
+             const palette& colours)
+        : run_(run), filter_(filter), out_(out), colours_(colours)
+    {
+    }
+
+    uint64_t frames() const { return frames_; }
+
+    void tell(const std::string& log)
+    {
+        ++frames_;
+        // As they stand now: a frame is rare beside the commands that change them.
+        const mirror entities = mirror_of(read_instances(run_.ask("show raw_data").value_or("")));
+        walk_story story = read_walk(log, entities);
+        if (story.replayed)
+            name(story);
+        out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
+        print_marked_frame(story, entities, out_, colours_);
+        out_ << std::endl;
+    }
+
+private:
+    void name(walk_story& story)
+    {
+        auto table = read_rule_table(run_.ask("show flow_rule").value_or(""));
+        if (!table)
+            return;
+        std::erase_if(table->rules,
+                      [&](const dumped_rule& rule) { return !may_mark(filter_, rule.key); });
+        if (const dumped_rule* rule = rule_of_replay(story, table->rules))
+            name_replay(story, *rule);
+    }
+
+    captured_run& run_;
+    const trace_filter& filter_;
+    std::ostream& out_;
+    const palette& colours_;
+    uint64_t frames_ = 0;
+};
+
+bool is_over(const trace_limits& limits, uint64_t frames,
+             std::chrono::steady_clock::time_point start)
+{
+    const auto passed = std::chrono::steady_clock::now() - start;
+    return (limits.frames != 0 && frames >= limits.frames) ||
+           (limits.seconds != 0 && passed >= std::chrono::seconds(limits.seconds));
+}
+
+} // namespace
+
+exit_status trace_device(captured_run& run, const trace_filter& filter, const trace_limits& limits,
+                         std::ostream& out, std::ostream& diagnostics, const palette& colours)
+{
+    const auto start = std::chrono::steady_clock::now();
+    stop_signals stop;
+    kernel_log log;
+    follower told(run, filter, out, colours);
+    walk_splitter splitter([&](const std::string& one) {
+        if (!is_over({limits.frames, 0}, told.frames(), start))
+            told.tell(one);
+    });
+    const active_filter active(run, filter);
+    if (!active.is_set())
+        throw refusal("the module is not loaded");
+    diagnostics << "gponflow: following marked frames; Ctrl-C ends it" << std::endl;
+    while (out && !is_over(limits, told.frames(), start)) {
+        const bool stopped = stop.wait(log.number(), quiet_milliseconds);
+        bool any = false;
+        if (log.read_available([&](std::string_view line) {
+                any = true;
+                splitter.line(line);
+            })) {
+            splitter.drop();
+            diagnostics << "gponflow: lines of the kernel log were lost, with them frames: boot "
+                           "with a larger log_buf_len, or mark fewer frames"
+                        << std::endl;
+        }
+        if (!any || stopped)
+            splitter.flush();
+        if (stopped)
+            break;
+    }
+    // What was lost of the answers in between has been told, or concerns nobody.
+    run.lost_lines();
+    diagnostics << "gponflow: " << told.frames() << " frames; the filter is off" << std::endl;
+    return status_ok;
+}
+
+} // namespace gponflow

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/trace_scenario.h"
+
+#include <ostream>
+
+#include "tool/explain/explain_output.h"
+#include "tool/explain/replay.h"
+#include "tool/explain/walk_reader.h"
+#include "tool/live/instances.h"
+#include "tool/live/rule_table.h"
+#include "tool/scenario/captured_run.h"
+
+namespace gponflow {
+
+namespace {
+
+class tracer final : public captured_run {
+public:
+    tracer(backend& where, const trace_filter& filter, uint64_t most, std::ostream& out,
+           const palette& colours)
+        : captured_run(where), filter_(filter), most_(most), out_(out), colours_(colours)
+    {
+    }
+
+    uint64_t marked() const { return marked_; }
+    uint64_t frames() const { return frames_; }
+
+private:
+    void on_change() override { entities_.reset(); }
+
+    void on_frame(const packet_options& options, const bytes& frame) override
+    {
+        ++frames_;
+        const flow_key key = key_of(options, frame);
+        if (!may_mark(filter_, key) || (most_ != 0 && marked_ == most_))
+            return captured_run::on_frame(options, frame);
+        ++marked_;
+        if (!entities_)
+            entities_ = mirror_of(read_instances(ask("show raw_data").value_or("")));
+        explanation told{{options, frame}, {}, hook_in_detail(options, frame), *entities_};
+        told.story = read_walk(log(), told.entities, &frame);
+        if (told.story.replayed)
+            name(told.story, key);
+        out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
+        print_explanation(told, out_, colours_);
+        out_ << '\n';
+    }
+
+    void name(walk_story& story, const flow_key& key)
+    {
+        const auto rules = read_rule_table(ask("show flow_rule").value_or(""));
+        if (const dumped_rule* rule = rules ? rules->find(key) : nullptr)
+            name_replay(story, *rule);
+    }
+
+    const trace_filter& filter_;
+    uint64_t most_;
+    std::ostream& out_;
+    const palette& colours_;
+    std::optional<mirror> entities_; ///< as they stand, once asked for
+    uint64_t frames_ = 0;
+    uint64_t marked_ = 0;
+};
+
+} // namespace
+
+exit_status trace_scenario(const scenario& what, backend& where, const trace_filter& filter,
+                           uint64_t most, std::ostream& out, std::ostream& diagnostics,
+                           const palette& colours)
+{
+    tracer run(where, filter, most, out, colours);
+    const exit_status status = run.run(what, diagnostics);
+    out << run.marked() << " of " << run.frames() << " frames match the filter\n";
+    return status;
+}
+
+} // namespace gponflow

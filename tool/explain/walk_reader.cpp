@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/walk_reader.h"
+
+#include <algorithm>
+#include <regex>
+#include <utility>
+
+#include "tool/explain/decision_texts.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr const char* filter_drops = "its VLAN filter drops the frame";
+
+// One line of the log: the function that speaks and what it says.
+struct log_line {
+    std::string tag;
+    std::string function;
+    std::string text;
+};
+
+std::optional<log_line> read_line(const std::string& line)
+{
+    static const std::regex shape(
+        R"(^(\*+[A-Z]+\*+)?(?:Enter )?\[?(\w+)\]? ?\[\d+\]:? ?(.*?)\s*$)");
+    std::smatch found;
+    if (!std::regex_match(line, found, shape))
+        return {};
+    return log_line{found[1], found[2], found[3]};
+}
+
+// The numbers of a text that has the shape of the pattern.
+std::optional<std::vector<unsigned>> numbers(const std::string& text, const std::regex& pattern)
+{
+    std::smatch found;
+    if (!std::regex_search(text, found, pattern))
+        return {};
+    std::vector<unsigned> result;
+    for (size_t i = 1; i < found.size(); ++i) {
+        const std::string digits = found[i];
+        // %x of a message stands behind its 0x, everything else is decimal.
+        result.push_back(static_cast<unsigned>(std::stoul(digits, nullptr, 0)));
+    }
+    return result;
+}
+
+class walk_reader {
+public:
+    walk_reader(const mirror& entities, const bytes* frame) : mirror_(entities), frame_(frame) {}
+
+    walk_story read(const std::string& log)
+    {
+        // A marked frame's replay names itself at its end alone.
+        story_.replayed = log.find("]: Rule already exist!") != log.npos;
+        for (size_t at = 0; at < log.size();) {
+            const size_t end = std::min(log.find('\n', at), log.size());
+            if (const auto line = read_line(log.substr(at, end - at)))
+                take(*line);
+            at = end + 1;
+        }
+        story_.garbled = story_.garbled || !open_.empty();
+        if (story_.replayed)
+            for (walk_step& step : story_.steps)
+                step.passed = step.dead_end.empty();
+        // Of a frame that goes on all the same, no filter may be said to drop it.
+        for (walk_step& step : story_.steps)
+            if (!story_.dropped && step.dead_end == filter_drops)
+                step.dead_end = "its VLAN filter keeps the frame from this port";
+        return std::move(story_);
+    }
+
+private:
+    void take(const log_line& line)
+    {
+        const std::string& who = line.function;
+        if (who == "gpon_pkt_general_flow_func")
+            take_flow(line);
+        else if (who == "gpon_hash_add_node" && line.text.starts_with("table num"))
+            story_.learnt = true;
+        else if (who == "gpon_pkt_general_forward")
+            take_step(line);
+        else if (who == "gpon_pkt_next_forward")
+            take_next(line.text);
+        else if (who == "gpon_flow_me_get_by_classid" && story_.replayed)
+            take_replayed(line.text);
+        else if (who == "gpon_pkt_get_outer_vlan_tci")
+            take_tci(line.text);
+        else if (who == "mbpcd_forward" && story_.replayed)
+            take_replayed_port(line);
+        else if (who == "gpon_pkt_handle_after_fwd_done" && is_complaint(line))
+            take_flow(line);
+        else if ((who == "gem_forward" || who == "pbit_filter_handle") && story_.replayed)
+            take_replayed_gem(line);
+        else if (walk_step* step = current())
+            take_decision(line, *step);
+        else if (is_complaint(line))
+            story_.complaints.push_back(line.text);
+    }
+
+    static bool is_complaint(const log_line& line)
+    {
+        return line.tag.find("ERROR") != line.tag.npos;
+    }
+
+    walk_step* current()
+    {
+        if (story_.replayed)
+            return story_.steps.empty() ? nullptr : &story_.steps.back();
+        return open_.empty() ? nullptr : &story_.steps[open_.back()];
+    }
+
+    void take_flow(const log_line& line)
+    {
+        story_.ran = true;
+        if (!is_complaint(line))
+            return;
+        story_.dropped = true;
+        story_.complaints.push_back(line.text);
+    }
+
+    void take_step(const log_line& line)
+    {
+        static const std::regex entry(R"(^Enter, recurse_num = (\d+))");
+        static const std::regex where(
+            R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
+        static const std::regex exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
+                                     R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
+        if (numbers(line.text, entry)) {
+            open_step();
+            announced_ = true;
+        } else if (const auto at = numbers(line.text, where)) {
+            enter(*at);
+        } else if (line.text.find("MAX_RECURSION_NUM") != line.text.npos && current()) {
+            current()->dead_end = "the graph is deeper than a walk may go";
+        } else if (line.text.find("can not get the entry") != line.text.npos && current()) {
+            current()->dead_end = "frames cannot go through this class";
+        } else if (const auto left = numbers(line.text, exit)) {
+            check_nesting({static_cast<uint16_t>((*left)[0]), static_cast<uint16_t>((*left)[1])},
+                          (*left)[4]);
+            if (current())
+                leave(static_cast<int>((*left)[2]), (*left)[3]);
+        }
+    }
+
+    void open_step()
+    {
+        open_.push_back(story_.steps.size());
+        story_.steps.push_back({{}, open_.size() - 1, false, {}, {}});
+    }
+
+    // At full detail another message has announced the step.
+    void enter(const std::vector<unsigned>& at)
+    {
+        if (!std::exchange(announced_, false))
+            open_step();
+        current()->at = {static_cast<uint16_t>(at[0]), static_cast<uint16_t>(at[1])};
+        story_.ran = true;
+        story_.fwd_flag = at[2];
+    }
+
+    // A replay enters nothing.
+    void check_nesting(me_id left, unsigned depth)
+    {
+        if (story_.replayed || open_.size() != depth + 1 || story_.steps[open_.back()].at != left)
+            story_.garbled = true;
+    }
+
+    void leave(int answer, unsigned status)
+    {
+        walk_step& step = *current();
+        step.passed = answer == 0 && status == 3;
+        const bool last_tried = open_.back() + 1 == story_.steps.size();
+        if (!step.passed && step.dead_end.empty() && last_tried)
+            step.dead_end = end_text(mirror_, step.at);
+        // What led on is no end, whatever else was looked for in vain.
+        if (step.passed || !last_tried)
+            step.dead_end.clear();
+        open_.pop_back();
+    }
+
+    void take_next(const std::string& text)
+    {
+        static const std::regex answer(
+            R"(^nextMeClassId=(\d+), inst_id=(0x[0-9a-f]+|0), instExist=(\d+),)");
+        const auto found = numbers(text, answer);
+        walk_step* step = current();
+        if (!found || (*found)[2] != 0 || !step)
+            return;
+        const bool nothing_tried = open_.back() + 1 == story_.steps.size();
+        if (!nothing_tried)
+            return;
+        step->dead_end += step->dead_end.empty() ? "no " : " or ";
+        step->dead_end += class_text((*found)[0]);
+    }
+
+    void take_replayed(const std::string& text)
+    {
+        static const std::regex which(R"(^classId = (\d+), me_index)");
+        if (const auto found = numbers(text, which))
+            story_.steps.push_back(
+                {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
+    }
+
+    // A marked frame's replay tells of bridge ports by their own messages, at full detail the class
+    // has been announced.
+    void take_replayed_port(const log_line& line)
+    {
+        static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
+        const auto at = numbers(line.text, entry);
+        const walk_step* last = current();
+        if (at && (!last || last->at.class_id != 47 || last->at.instance != 0))
+            story_.steps.push_back({{47, 0}, story_.steps.size(), true, {}, {}});
+        if (current())
+            take_decision(line, *current());
+    }
+
+    void take_replayed_gem(const log_line& line)
+    {
+        if (!current() || current()->at.class_id != 266)
+            story_.steps.push_back({{266, 0}, story_.steps.size(), true, {}, {}});
+        take_decision(line, *current());
+    }
+
+    void take_tci(const std::string& text)
+    {
+        static const std::regex end(R"(vlanTci=(0x[0-9a-f]+|0))");
+        if (const auto found = numbers(text, end))
+            tci_ = (*found)[0];
+    }
+
+    void take_decision(const log_line& line, walk_step& step)
+    {
+        const std::string& text = line.text;
+        if (line.function == "mbpcd_forward")
+            take_bridge_port(text, step);
+        else if (line.function == "vtfd_handle")
+            take_filter(text, step);
+        else if (line.function == "vtfd_filter_handle" && text.starts_with("op_info"))
+            step.dead_end = "its VLAN filter is on the UNI side, where it passes nothing";
+        else if (line.function == "pbit_filter_handle" && text == "end, return 0")
+            step.decisions.push_back(selected(step) + ": this one");
+        else if (line.function == "gem_forward")
+            take_gem_iw(text, step);
+        else if (text.find("fwd_flag(") != text.npos && is_complaint(line))
+            step.dead_end = "frames do not go through it in this direction";
+        else if (is_complaint(line) && step.dead_end.empty() &&
+                 line.function.find("gpon_pkt") == std::string::npos)
+            step.dead_end = text;
+    }
+
+    void take_bridge_port(const std::string& text, walk_step& step)
+    {
+        static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
+        if (const auto at = numbers(text, entry))
+            step.at.instance = static_cast<uint16_t>((*at)[0]);
+        else if (text.find("fwd_flag(") != text.npos)
+            step.dead_end = side_text(mirror_, step.at);
+        else if (text.find("vtfd_filter_handle fail") != text.npos) {
+            end_filter(step, "drop");
+            if (step.dead_end.empty())
+                step.dead_end = filter_drops;
+        }
+    }
+
+    void take_filter(const std::string& text, walk_step& step)
+    {
+        static const std::regex operands(
+            R"(^forwardOperation=(0x[0-9a-f]+|0),vlanTci=(0x[0-9a-f]+|0),tagFlag=(\d+))");
+        const auto found = numbers(text, operands);
+        if (!found) {
+            if (text == "end, return 0")
+                end_filter(step, "pass");
+            return;
+        }
+        filter_ = filter_text(mirror_, step.at, (*found)[0], (*found)[1], (*found)[2] != 0);
+    }
+
+    void end_filter(walk_step& step, const char* outcome)
+    {
+        if (!filter_.empty())
+            step.decisions.push_back(filter_ + ": " + outcome);
+        filter_.clear();
+    }
+
+    void take_gem_iw(const std::string& text, walk_step& step)
+    {
+        static const std::regex end(R"(^end, inst_id=(\d+))");
+        if (const auto at = numbers(text, end))
+            step.at.instance = static_cast<uint16_t>((*at)[0]);
+        if (text.find("pbit_filter_handle fail") == text.npos)
+            return;
+        step.decisions.push_back(selected(step) + ": not this one");
+        step.dead_end = "the mapper does not select it for this frame";
+    }
+
+    std::string selected(const walk_step& step) const
+    {
+        return priority_text(mirror_, step.at, tci_, frame_);
+    }
+
+    const mirror& mirror_;
+    const bytes* frame_; ///< may be null
+    walk_story story_;
+    std::vector<size_t> open_; ///< steps that are entered and not left
+    bool announced_ = false;   ///< the open step's instance is not known yet
+    unsigned tci_ = 0;         ///< last one read from the frame
+    std::string filter_;       ///< a filter's operands, until its outcome is known
+};
+
+} // namespace
+
+walk_story read_walk(const std::string& log, const mirror& entities, const bytes* frame)
+{
+    return walk_reader(entities, frame).read(log);
+}
+
+} // namespace gponflow

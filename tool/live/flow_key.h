@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The fields of a frame that a rule is found by.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tool/scenario/command.h"
+
+namespace gponflow {
+
+struct vlan_tag {
+    uint16_t tpid = 0;
+    uint16_t tci = 0; ///< priority, drop bit and VLAN id together
+
+    // The 0 that clang-tidy wants to be a null pointer is the compiler's own.
+    auto operator<=>(const vlan_tag&) const = default; // NOLINT(modernize-use-nullptr)
+};
+
+using mac_address = std::array<uint8_t, 6>;
+
+/// "02:00:00:00:01:01".
+std::string to_text(const mac_address& mac);
+
+/// What a rule is found by, and what a frame is looked up with.
+struct flow_key {
+    mac_address destination{};
+    mac_address source{};
+    std::vector<vlan_tag> tags; ///< outermost first, at most four
+    std::string direction;      ///< UP_UNI, UP_ANI, DOWN_ANI, DOWN_UNI or N/A
+
+    auto operator<=>(const flow_key&) const = default; // NOLINT(modernize-use-nullptr)
+};
+
+/// The key of a frame that reaches the hook; bytes beyond its end count as 0.
+flow_key key_of(const packet_options& options, const bytes& frame);
+
+/// "100", with its priority when that is not 0: "100p5"; outer and inner with a slash between;
+/// "untagged" without tags.
+std::string to_text(const std::vector<vlan_tag>& tags);
+
+} // namespace gponflow

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What a conversion counted, and the comment that closes its scenario.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tool/omci/capture.h"
+#include "tool/omci/pairing.h"
+
+namespace gponflow::omci {
+
+/// Requests by what the OLT asked for.
+struct request_counts {
+    size_t creates = 0;
+    size_t sets = 0;
+    size_t deletes = 0;
+};
+
+struct conversion_summary {
+    request_counts written;                        ///< commands in the scenario
+    size_t resets = 0;                             ///< MIB resets, `clean` in the scenario
+    std::map<uint16_t, request_counts> unmirrored; ///< by class, done by the ONU
+    std::map<uint8_t, size_t> other_types;         ///< requests that configure nothing mirrored
+    std::vector<remark> refused;
+    std::vector<remark> unreadable; ///< sound messages with unreadable attributes
+    size_t without_response = 0;
+    size_t repeats = 0;
+    size_t extended = 0; ///< requests of the extended message set
+};
+
+/// Comment lines, each ended by a line feed.
+std::string closing_comment(const conversion_summary& counts, const capture& cap,
+                            const pairing& pairs);
+
+} // namespace gponflow::omci

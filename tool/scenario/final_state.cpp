@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/scenario/final_state.h"
+
+#include <algorithm>
+
+namespace gponflow {
+
+void apply(const scenario_line& line, mirror& entities)
+{
+    if (const auto* me = std::get_if<me_command>(&line.what))
+        entities.apply(*me, line.line);
+    else if (const auto* config = std::get_if<config_command>(&line.what))
+        entities.apply(*config);
+    else if (std::holds_alternative<clean_command>(line.what))
+        entities.clear();
+    else if (std::holds_alternative<load_command>(line.what))
+        entities = mirror();
+}
+
+mirror final_entities(const scenario& input)
+{
+    mirror entities;
+    for (const scenario_line& line : input.lines)
+        apply(line, entities);
+    return entities;
+}
+
+scenario without_last_unload(scenario input)
+{
+    const auto last = std::find_if(input.lines.rbegin(), input.lines.rend(), [](const auto& line) {
+        return std::holds_alternative<load_command>(line.what) ||
+               std::holds_alternative<unload_command>(line.what);
+    });
+    if (last != input.lines.rend() && std::holds_alternative<unload_command>(last->what))
+        input.lines.erase(std::prev(last.base()), input.lines.end());
+    return input;
+}
+
+} // namespace gponflow
