@@ -2,6 +2,7 @@
 #include "bench/cases.h"
 #include "bench/line.h"
 #include "hash/aging.h"
+#include "hash/dump.h"
 #include "hash/rule_table.h"
 
 namespace gpon::bench {

@@ -2,6 +2,7 @@
 #include "bench/cases.h"
 #include "bench/keys.h"
 #include "bench/line.h"
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 #include "pkt/header.h"
 #include "pkt/rule.h"

@@ -5,6 +5,7 @@
 #include "bench/cases.h"
 #include "bench/line.h"
 #include "bench/threads.h"
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 #include "pkt/header.h"
 #include "pkt/rule.h"

@@ -5,6 +5,7 @@
 #include <random>
 #include <set>
 
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 
 namespace gpon::bench {

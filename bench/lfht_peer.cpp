@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "bench/peer.h"
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 
 namespace gpon::bench {

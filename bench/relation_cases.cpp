@@ -5,6 +5,7 @@
 #include "bench/cases.h"
 #include "bench/line.h"
 #include "me/link_queries.h"
+#include "pkt/flow.h"
 #include "pkt/walk.h"
 
 namespace gpon::bench {

@@ -24,8 +24,8 @@ constexpr u32 GPON_FLOW_TRACE_MARK = 0x100000;
 
 namespace gpon {
 
-// Never defined: naming it while a text is checked stops the compiler at the faulty call.
-void log_text_does_not_fit_its_arguments();
+// Not constexpr: a call while a text is checked stops the compiler at the faulty message.
+inline void log_text_does_not_fit_its_arguments() {}
 
 template <typename T> constexpr bool fits(char conversion)
 {

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /* Words that an operator sets and every packet reads; plain words, no lock. */
-#ifndef GPON_GLOBALS_H
-#define GPON_GLOBALS_H
+#ifndef GPON_SWITCHES_H
+#define GPON_SWITCHES_H
 
 #include "types.h"
 
@@ -24,9 +24,6 @@ struct alignas(u16) gpon_trace_cfg {
 static_assert(sizeof(gpon_trace_cfg) == 18);
 
 extern gpon_trace_cfg trace_cfg;
-
-/* The default configuration as loaded last; all zero before. */
-extern struct gpon_flow_cfg_data gpon_flow_cfg_data;
 }
 
 enum trace_mask : u16 {

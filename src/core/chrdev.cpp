@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "chrdev.h"
+
 #include "../base/log.h"
 #include "../base/memory.h"
-#include "../me/command.h"
-#include "doors.h"
+#include "../include/uapi/gpon_flow.h"
+#include "control_record.h"
 
 namespace {
 

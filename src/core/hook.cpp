@@ -3,7 +3,7 @@
 
 #include "../base/log.h"
 #include "../debug/trace.h"
-#include "../pkt/walk.h"
+#include "../pkt/flow.h"
 
 namespace {
 

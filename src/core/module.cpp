@@ -5,14 +5,12 @@
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../hash/aging.h"
+#include "../include/uapi/gpon_flow.h"
 #include "../me/list.h"
 #include "../me/registry.h"
-#include "doors.h"
+#include "chrdev.h"
 #include "hook.h"
-
-GPON_MODULE_DATA constinit u32 gponFlowEnableFlag = 0;
-GPON_MODULE_DATA constinit u32 gponDebugLevel = 0;
-GPON_MODULE_DATA constinit gpon_trace_cfg trace_cfg = {};
+#include "proc.h"
 
 namespace {
 

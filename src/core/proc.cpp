@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "proc.h"
+
 #include "../base/log.h"
 #include "../base/memory.h"
+#include "../debug/interpreter.h"
 #include "../debug/words.h"
-#include "../include/debug_entry.h"
-#include "doors.h"
 
 namespace {
 

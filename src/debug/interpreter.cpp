@@ -2,6 +2,8 @@
 #include "interpreter.h"
 
 #include "../base/log.h"
+#include "set_commands.h"
+#include "store_commands.h"
 
 namespace {
 

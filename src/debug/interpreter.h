@@ -6,7 +6,7 @@
 #ifndef GPON_DEBUG_INTERPRETER_H
 #define GPON_DEBUG_INTERPRETER_H
 
-#include "../include/debug_entry.h"
+#include "../base/types.h"
 
 /* One row of a command table; a row without name closes it. */
 struct gpon_dbg_cmd {
@@ -21,6 +21,10 @@ extern "C" {
 extern const gpon_dbg_cmd gpon_dbg_cmd_table[], gpon_dbg_set_table[], gpon_dbg_show_table[],
     gpon_dbg_clean_table[], gpon_dbg_trace_table[];
 
+/* Interprets one command; returns the handler's status, 0. argc is the number of words, or the
+ * scan's -1 for a line without any; argv has a null behind the last word. Control path. */
+u32 gpon_dbg_parsing_cmd(u32 argc, const char* const* argv);
+
 /* Calls the first row whose name begins with the first word, with the words behind it and the
  * table handed on; without a word or a match it prints the usage of the table. */
 u32 gpon_dbg_dispatch(const gpon_dbg_cmd* table, u32 argc, const char* const* argv,
@@ -28,24 +32,6 @@ u32 gpon_dbg_dispatch(const gpon_dbg_cmd* table, u32 argc, const char* const* ar
 
 /* Lists a table; the handler of every "help". */
 u32 gpon_dbg_usage(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-
-/* Handlers. argc is the number of words behind the command; a word that is missing or holds no
- * number leaves the default. */
-u32 gpon_dbg_set_enable(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_set_debug_level(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_set_dst_mac(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_set_src_mac(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_set_outer_vlan(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_set_inner_vlan(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_disable_trace(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_show_enable(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_show_raw_data(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_show_flow_rule(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_clean_raw_data(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-u32 gpon_dbg_clean_flow_rule(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-
-/* show raw_data: every class, one class, or one instance. */
-u32 gpon_dbg_dump_me_inst(u32 argc, const char* const* argv);
 }
 
 #endif

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "set_commands.h"
+
 #include "../base/log.h"
-#include "interpreter.h"
 #include "words.h"
 
 namespace {

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Commands that show and clean instances and rules.
+#include "store_commands.h"
+
 #include "../base/log.h"
-#include "../hash/aging.h"
+#include "../hash/dump.h"
+#include "../hash/rule_table.h"
 #include "../me/command.h"
 #include "../me/dump.h"
 #include "../me/list.h"
 #include "../me/registry.h"
-#include "interpreter.h"
 #include "words.h"
 
 namespace {

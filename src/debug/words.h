@@ -3,7 +3,17 @@
 #ifndef GPON_DEBUG_WORDS_H
 #define GPON_DEBUG_WORDS_H
 
-#include "../include/debug_entry.h"
+#include "../base/types.h"
+
+/* Words of one command: at most four, each at most 31 characters; absent ones are null. One more
+ * entry, always null, lets a handler look at the word behind the last. */
+constexpr u32 GPON_DBG_WORDS = 4;
+constexpr size_t GPON_DBG_WORD_BYTES = 32;
+
+struct gpon_dbg_words {
+    char text[GPON_DBG_WORDS][GPON_DBG_WORD_BYTES];
+    const char* argv[GPON_DBG_WORDS + 1];
+};
 
 namespace gpon {
 

@@ -3,6 +3,7 @@
 
 #include "../base/log.h"
 #include "../base/memory.h"
+#include "crc32.h"
 
 using gpon::bh_lock;
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Start and end of the rule table, its aging, and its dump for operators. */
+/* Start and end of the rule table, and its aging. */
 #ifndef GPON_HASH_AGING_H
 #define GPON_HASH_AGING_H
 
@@ -23,9 +23,6 @@ void gpon_hash_aging_timer_func(timer_list* timer);
 
 /* Deletes every rule that was not used since the last sweep and takes the mark off the others. */
 void gpon_hash_delete_aging_node(void) GPON_REQUIRES(gpon_hash_lock);
-
-/* Prints the whole table to the kernel log, under the lock. Process context; always 0. */
-i32 gpon_hash_dump_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
 }
 
 #endif

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "crc32.h"
+
 #include "../base/atomics.h"
 #include "../base/bytes.h"
-#include "rule_table.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "../base/log.h"
 #include "../base/memory.h"
-#include "aging.h"
+#include "rule_table.h"
 
 using gpon::bh_lock;
 

@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* One rule as operators see it. */
+/* The rule table as operators see it. */
 #ifndef GPON_HASH_DUMP_H
 #define GPON_HASH_DUMP_H
 
 #include "../include/packet_flow.h"
+#include "../platform/api/kernel_api.h"
 
 /* Header fields of a rule's key, in host order. */
 struct gpon_hash_dump_state {
@@ -22,6 +23,9 @@ void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* sta
 
 /* Prints the column header and one row; -1 for a null record. */
 i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 direction);
+
+/* Prints the whole table to the kernel log, under the lock. Process context; always 0. */
+i32 gpon_hash_dump_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
 }
 
 #endif

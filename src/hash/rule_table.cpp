@@ -4,6 +4,7 @@
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "aging.h"
+#include "crc32.h"
 
 using gpon::bh_lock;
 

@@ -67,10 +67,6 @@ extern "C" {
 extern gpon_hash_table gpon_hash_table_record GPON_GUARDED_BY(gpon_hash_lock);
 extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
 
-/* Hash of a key: CRC-32 (IEEE 802.3 polynomial, reflected, initial value 0, not inverted), mixed.
- * Null hashes to 0. Any context. */
-u32 gpon_hash_calc_key(const u8* key, u16 key_len);
-
 /* Stores a copy of key and trace, or overwrites the trace of an equal key; also 0 when the bucket
  * holds another key and nothing is stored. -1: null argument, no memory, no bucket array. Steps
  * that were walked in a generation are dropped, with 0, when it no longer holds. */
@@ -110,10 +106,6 @@ inline gpon_flow_rule* rule_of(hlist_node* node)
     return reinterpret_cast<gpon_flow_rule*>(reinterpret_cast<u8*>(node) -
                                              offsetof(gpon_flow_rule, link));
 }
-
-/* Picks the way to compute a key's CRC-32 that this CPU is fastest at. Once, before the first key;
- * process context. */
-void choose_crc32();
 
 /* Unlinks and frees one rule of a bucket of the table. */
 void delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)

@@ -3,22 +3,10 @@
 
 #include "../base/log.h"
 #include "../base/memory.h"
-#include "../hash/rule_table.h"
-#include "../include/debug_entry.h"
 #include "list.h"
 #include "registry.h"
 
-GPON_MODULE_DATA constinit struct gpon_flow_cfg_data gpon_flow_cfg_data = {};
-
-static_assert(GPON_DBG_WORDS == GPON_FLOW_DEBUG_WORDS &&
-              GPON_DBG_WORD_BYTES == GPON_FLOW_DEBUG_WORD_BYTES);
-
 namespace {
-
-const void* user_address(u64 address)
-{
-    return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
-}
 
 void point_at(gpon_me_cmd* cmd, const void* raw)
 {
@@ -33,72 +21,7 @@ void run_handlers(const gpon_me_attr_op* ops, gpon_me_cmd* cmd, Selected selecte
             ops->handler(cmd);
 }
 
-// Both brackets begin before the flush: what is walked from here on is not learnt until the last
-// change has been made.
-i32 run_me_command(gpon_me_cmd* cmd)
-{
-    const gpon::store_change change;
-    gpon_hash_clean_all_safe();
-    return gpon_flow_me_handle(cmd);
-}
-
-i32 clean_all()
-{
-    const gpon::store_change change;
-    gpon_hash_clean_all_safe();
-    return gpon_flow_clean_all_me_inst();
-}
-
-i32 run_debug_words(const gpon_flow_cmd& record)
-{
-    gpon_dbg_words words = {};
-    u32 count = 0;
-    for (; count < GPON_DBG_WORDS; ++count) {
-        char* word = words.text[count];
-        if (copy_from_user(word, user_address(record.args[count]), GPON_DBG_WORD_BYTES) != 0)
-            break;
-        word[GPON_DBG_WORD_BYTES - 1] = '\0';
-        words.argv[count] = word;
-    }
-    return static_cast<i32>(gpon_dbg_parsing_cmd(count, words.argv));
-}
-
 } // namespace
-
-i32 gpon_flow_dispatch_omci_cmd(const void* user_record)
-{
-    gpon_flow_cmd record;
-    if (copy_from_user(&record, user_record, sizeof(record)) != 0)
-        return -1;
-    switch (record.cmd) {
-    case GPON_FLOW_CMD_ME:
-        return run_me_command(&record.me);
-    case GPON_FLOW_CMD_CFG_DATA:
-        return gpon_flow_load_cfg_data(user_address(record.cfg_data));
-    case GPON_FLOW_CMD_DEBUG:
-        return run_debug_words(record);
-    case GPON_FLOW_CMD_CLEAN:
-        return clean_all();
-    default:
-        log_error("gpon_flow_dispatch_omci_cmd: Without CMD: %d\r\n", record.cmd);
-        return -1;
-    }
-}
-
-i32 gpon_flow_load_cfg_data(const void* user_cfg)
-{
-    gpon_flow_cfg_data = {};
-    if (!user_cfg) {
-        log_error("default cfg ptr is NULL\n");
-        return -1;
-    }
-    struct gpon_flow_cfg_data loaded;
-    if (copy_from_user(&loaded, user_cfg, sizeof(loaded)) != 0)
-        return -1;
-    gpon_flow_cfg_data = loaded;
-    log_trace("[%s][%d]set default data\n");
-    return 0;
-}
 
 i32 gpon_flow_me_handle(gpon_me_cmd* cmd)
 {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "link_update.h"
+
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../hash/generation.h"
-#include "command.h"
 #include "links.h"
 #include "list.h"
 #include "registry.h"

@@ -1,19 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The compiled-in catalogue of mirrored classes. Constant after gpon_flow_init_me_map. */
+/* Look-up of a class by its G.988 number. Constant after gpon_flow_init_me_map. */
 #ifndef GPON_ME_REGISTRY_H
 #define GPON_ME_REGISTRY_H
 
-#include "../include/me_class.h"
+#include "class_table.h"
 
-/* Rows of me_table; row 0 is empty and stands for "no class". */
-constexpr u16 GPON_ME_ROWS = 16;
 /* Class ids that the class-id map covers: 0 to 511. */
 constexpr u16 GPON_ME_CLASS_IDS = 512;
 
 extern "C" {
-
-/* Row order is the order of clean-all and dump-all. */
-extern const gpon_me_entry me_table[GPON_ME_ROWS];
 
 /* Builds the class-id map; once, at module load, before any command or packet. */
 void gpon_flow_init_me_map(void);

@@ -4,7 +4,7 @@
 #define GPON_ME_CLASS_ATTR_H
 
 #include "../base/log.h"
-#include "../me/command.h"
+#include "../me/link_update.h"
 
 namespace gpon {
 

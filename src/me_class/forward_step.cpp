@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "forward_step.h"
 
+#include "evtocd_extended_vlan_tagging_operation.h"
+#include "vtocd_vlan_tagging_operation.h"
+
 i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, log_site site) const
 {
     if (vtocd.instExist == 1) {

@@ -8,14 +8,6 @@
 #include "../me/link_queries.h"
 #include "../me/list.h"
 
-extern "C" {
-
-/* VLAN tagging operation (class 78) and extended VLAN tagging operation (class 171) on a frame:
- * hooks that leave the frame as it is. 0; forward functions treat another value as a failure. */
-i32 vtocd_operation(const sk_buff* skb, const op_info* op);
-i32 evtocd_operation(const sk_buff* skb, const op_info* op);
-}
-
 namespace gpon {
 
 constexpr u16 VTOCD_CLASS = 78;

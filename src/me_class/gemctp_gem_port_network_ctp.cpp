@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// GEM port network CTP.
+#include "gemctp_gem_port_network_ctp.h"
+
+#include "../me/default_config.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
+#include "field_search.h"
 #include "forward_step.h"
-#include "gem.h"
 
 namespace {
 

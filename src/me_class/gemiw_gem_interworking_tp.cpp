@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// GEM interworking TP.
+#include "gemiw_gem_interworking_tp.h"
+
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
+#include "field_search.h"
 #include "forward_step.h"
-#include "gem.h"
-#include "mapper_802_1p_service_profile.h"
+#include "mapper_priority.h"
 
 namespace {
 
@@ -59,16 +60,6 @@ constinit const gpon_me_list_info gemIwListInfo = {
     dump_raw, sizeof(gpon_raw_gemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
     ATTR_OPS, &gpon_gemiw_list};
 constinit const gpon_me_fwd_op gemIwFwdOp = {NEXT, gem_forward};
-
-bool gpon::find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id)
-{
-    const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
-        return load_relaxed(*reinterpret_cast<const u16*>(candidate->raw + field_offset)) == value;
-    });
-    if (inst)
-        *inst_id = inst->inst_id;
-    return inst != nullptr;
-}
 
 i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Which of a mapper's GEM IW TPs a frame belongs to, by its priority.
+#include "mapper_priority.h"
+
 #include "../pkt/header.h"
 #include "classes.h"
 #include "forward_step.h"
-#include "mapper_802_1p_service_profile.h"
 
 namespace {
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Multicast GEM interworking TP: downstream only.
+// Downstream only.
+#include "multigemiw_multicast_gem_interworking_tp.h"
+
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
+#include "field_search.h"
 #include "forward_step.h"
-#include "gem.h"
 
 namespace {
 

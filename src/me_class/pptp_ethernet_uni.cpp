@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Physical path termination point Ethernet UNI (class 11, G.988 9.5.1).
+#include "pptp_ethernet_uni.h"
+
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Priority queue (class 277, G.988 9.2.10).
+#include "../me/default_config.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"

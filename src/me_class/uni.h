@@ -1,21 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The two UNI classes, PPTP Ethernet UNI (11) and VEIP (329). Packet path, inside an RCU read
- * section. */
+/* What the two UNI classes, PPTP Ethernet UNI (11) and VEIP (329), do alike. Packet path, inside an
+ * RCU read section. */
 #ifndef GPON_ME_CLASS_UNI_H
 #define GPON_ME_CLASS_UNI_H
 
 #include "forward_step.h"
-
-extern "C" {
-
-/* The first instance whose id has the port number in its low byte; the high byte is the slot,
- * which a port number does not carry. 0, or -1 with a message. */
-i32 pptp_get_inst_id_by_port_id(u8 port_id, u16* inst_id);
-i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id);
-
-i32 pptp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
-i32 veip_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
-}
 
 namespace gpon {
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Virtual Ethernet interface point (class 329, G.988 9.5.5).
+#include "veip_virtual_ethernet_interface_point.h"
+
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"

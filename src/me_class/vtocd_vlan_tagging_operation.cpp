@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// VLAN tagging operation configuration data (class 78, G.988 9.3.12).
+#include "vtocd_vlan_tagging_operation.h"
+
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
-#include "forward_step.h"
 
 GPON_MODULE_DATA constinit list_head gpon_vtocd_list = {&gpon_vtocd_list, &gpon_vtocd_list};
 

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// One packet: its rule or its walk, then what comes after.
+#include "flow.h"
+
 #include "../base/log.h"
 #include "../base/memory.h"
-#include "../me_class/gem.h"
+#include "../me_class/gemctp_gem_port_network_ctp.h"
+#include "../me_class/gemiw_gem_interworking_tp.h"
 #include "../me_class/mbsp_mac_bridge_service_profile.h"
-#include "../me_class/uni.h"
+#include "../me_class/multigemiw_multicast_gem_interworking_tp.h"
+#include "../me_class/pptp_ethernet_uni.h"
+#include "../me_class/veip_virtual_ethernet_interface_point.h"
 #include "header.h"
 #include "outcome.h"
 #include "rule.h"

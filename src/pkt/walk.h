@@ -24,13 +24,6 @@
 
 extern "C" {
 
-/* Classifies one packet in one direction (a single fwd_flag bit), replays or learns its rule, and
- * lets the platform choose the queue upstream. 0, or -1 with messages. Softirq. */
-i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
-
-/* Clears the result and fills in the header summary; 0 or -1. */
-i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
-
 /* One step and all below it. 0: decided, look at ret_val; -1: failed. */
 i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
 
@@ -38,12 +31,6 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
                           struct gpon_walk_result* result,
                           const struct gpon_me_next_class* next_classes);
-
-/* The walk of one direction; 0 or -1. */
-i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result);
-i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result);
-i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result);
-i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 }
 
 #endif

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "hash/crc32.h"
 #include "platform/host/host.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */

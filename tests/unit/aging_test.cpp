@@ -3,6 +3,7 @@
 
 #include "base/memory.h"
 #include "hash/aging.h"
+#include "hash/dump.h"
 
 namespace {
 

@@ -4,12 +4,18 @@
 
 #include <array>
 
+#include "me/default_config.h"
 #include "me_class/classes.h"
 #include "me_class/forward_step.h"
-#include "me_class/gem.h"
+#include "me_class/gemctp_gem_port_network_ctp.h"
+#include "me_class/gemiw_gem_interworking_tp.h"
 #include "me_class/mapper_802_1p_service_profile.h"
+#include "me_class/mapper_priority.h"
 #include "me_class/mbsp_mac_bridge_service_profile.h"
+#include "me_class/multigemiw_multicast_gem_interworking_tp.h"
+#include "me_class/pptp_ethernet_uni.h"
 #include "me_class/uni.h"
+#include "me_class/veip_virtual_ethernet_interface_point.h"
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 extern "C" {

@@ -4,7 +4,9 @@
 
 #include "tests/unit/store_access.h"
 
+#include "core/control_record.h"
 #include "hash/rule_table.h"
+#include "me/default_config.h"
 #include "me_class/classes.h"
 
 namespace {

@@ -6,7 +6,9 @@
 
 #include "tests/unit/store_access.h"
 
-#include "core/doors.h"
+#include "core/chrdev.h"
+#include "core/proc.h"
+#include "me/default_config.h"
 #include "me_class/classes.h"
 
 namespace {

@@ -5,7 +5,9 @@
 
 #include "tests/unit/store_access.h"
 
+#include "core/control_record.h"
 #include "core/hook.h"
+#include "me/default_config.h"
 #include "me_class/classes.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include "tests/unit/store_access.h"
 
 #include "me_class/mapper_802_1p_service_profile.h"
+#include "me_class/mapper_priority.h"
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include "tests/unit/store_access.h"
 
 #include "debug/interpreter.h"
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 #include "me_class/classes.h"
 

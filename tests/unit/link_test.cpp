@@ -3,6 +3,7 @@
 
 #include "tests/unit/store_access.h"
 
+#include "me/link_update.h"
 #include "me_class/classes.h"
 
 namespace {

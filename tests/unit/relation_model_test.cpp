@@ -7,6 +7,7 @@
 #include <random>
 
 #include "me/link_queries.h"
+#include "me/link_update.h"
 #include "tests/support/invariants.h"
 
 namespace {

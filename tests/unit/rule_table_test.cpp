@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "hash/aging.h"
+#include "hash/crc32.h"
 #include "hash/rule_table.h"
 
 namespace {

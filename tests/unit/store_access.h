@@ -4,6 +4,7 @@
 
 #include "tests/unit/loaded_module.h"
 
+#include "core/control_record.h"
 #include "include/packet_flow.h"
 #include "me/command.h"
 #include "me/links.h"

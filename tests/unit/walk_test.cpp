@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "pkt/flow.h"
 #include "pkt/rule.h"
 #include "pkt/walk.h"
 

@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* The control record that an OMCI stack passes to the character device. Control path: process
+ * context, one caller at a time under gpon_flow_control_mutex. */
+#ifndef GPON_CORE_CONTROL_RECORD_H
+#define GPON_CORE_CONTROL_RECORD_H
+
+#include "../base/types.h"
+
+extern "C" {
+
+/* Applies the control record at a user address; 0 or -1. An ME command flushes every learnt rule
+ * first, whether or not it then succeeds: any change can redirect a flow. */
+i32 gpon_flow_dispatch_omci_cmd(const void* user_record);
+}
+
+#endif

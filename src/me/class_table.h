@@ -1,0 +1,29 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/*
+ * The class table: one row for each mirrored class.
+ *
+ * It is the one place where a lower room refers to a higher one. The store looks a class up in the
+ * table and treats all classes alike; the rows lead to records and functions of me_class/, which
+ * use the store. The table is therefore declared here, for its readers, and defined in me_class/,
+ * the only room that knows every class. A registration at run time would avoid the reference, but
+ * a table that is filled at load is mutable, has no fixed order and needs code to fill it.
+ */
+#ifndef GPON_ME_CLASS_TABLE_H
+#define GPON_ME_CLASS_TABLE_H
+
+#include "../include/me_class.h"
+
+/* Marks a declaration whose definition is in a higher room. The check of the layers reads this
+ * mark: no other symbol of a higher room may be referred to. */
+#define GPON_DEFINED_IN(room)
+
+/* Rows of me_table; row 0 is empty and stands for "no class". */
+constexpr u16 GPON_ME_ROWS = 16;
+
+extern "C" {
+
+/* Row order is the order of clean-all and dump-all. */
+GPON_DEFINED_IN(me_class) extern const gpon_me_entry me_table[GPON_ME_ROWS];
+}
+
+#endif

@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Search of an instance by an attribute of its raw record. Packet path, inside an RCU read
+ * section. */
+#ifndef GPON_ME_CLASS_FIELD_SEARCH_H
+#define GPON_ME_CLASS_FIELD_SEARCH_H
+
+#include "../include/me_class.h"
+
+namespace gpon {
+
+/* First instance whose u16 raw field at an offset has a value. The store may change the record. */
+bool find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id);
+
+} // namespace gpon
+
+#endif

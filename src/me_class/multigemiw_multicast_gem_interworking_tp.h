@@ -1,0 +1,18 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* Multicast GEM interworking TP (class 281, G.988 9.2.5). Packet path, inside an RCU read
+ * section. */
+#ifndef GPON_ME_CLASS_MULTIGEMIW_H
+#define GPON_ME_CLASS_MULTIGEMIW_H
+
+#include "../include/me_class.h"
+
+extern "C" {
+
+/* The first multicast interworking TP in list order that points at a CTP: 0, or -1 without a
+ * message. */
+i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id);
+
+i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+}
+
+#endif

@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* VLAN tagging operation configuration data (class 78, G.988 9.3.12). Packet
+ * path, inside an RCU read section. */
+#ifndef GPON_ME_CLASS_VTOCD_H
+#define GPON_ME_CLASS_VTOCD_H
+
+#include "../include/me_class.h"
+
+extern "C" {
+
+/* The operation on a frame: a hook that leaves the frame as it is. 0; forward functions treat
+ * another value as a failure. */
+i32 vtocd_operation(const sk_buff* skb, const op_info* op);
+}
+
+#endif

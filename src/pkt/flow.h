@@ -1,0 +1,25 @@
+/* SPDX-License-Identifier: GPL-2.0-only */
+/* One packet from its header to its egress: replays its rule, or walks and learns one. */
+#ifndef GPON_PKT_FLOW_H
+#define GPON_PKT_FLOW_H
+
+#include "../include/packet_flow.h"
+#include "../platform/api/kernel_api.h"
+
+extern "C" {
+
+/* Classifies one packet in one direction (a single fwd_flag bit), replays or learns its rule, and
+ * lets the platform choose the queue upstream. 0, or -1 with messages. Softirq. */
+i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
+
+/* Clears the result and fills in the header summary; 0 or -1. */
+i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
+
+/* The walk of one direction; 0 or -1. */
+i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result);
+i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result);
+i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result);
+i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
+}
+
+#endif
