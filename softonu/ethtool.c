@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The counters under the names that ethtool -S and the proc file show. */
+/* The counters, under the names that ethtool -S and the proc file print. */
 #include "softonu.h"
 
 const char softonu_counter_names[SOFTONU_COUNTERS][ETH_GSTRING_LEN] = {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Packets as the hooks want to see them: whole in one piece, with the platform's fields. */
+/* Prepares packets for the hooks: linear, with the platform's fields. */
 #include <linux/if_vlan.h>
 
 #include "softonu.h"

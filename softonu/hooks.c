@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * The hook framework. Calls walk the chain under RCU on any CPU; registration changes it under a
- * mutex and waits for the calls that still see the old chain, so that the caller may free or
- * unload what it took out.
+ * mutex and waits for the calls that still see the old chain, so that the caller may free the
+ * record or unload its code.
  */
 #include <linux/bottom_half.h>
 #include <linux/build_bug.h>
@@ -12,7 +12,7 @@
 
 #include "softonu.h"
 
-/* A registration record with its link words seen as what they hold while it is registered. */
+/* A registration record; its link words hold the list node while it is registered. */
 struct hook_record {
 	union {
 		struct list_head node;
@@ -48,7 +48,7 @@ static bool goes_before(const struct vorn_hook_ops *a, const struct vorn_hook_op
 	return a->priority < b->priority;
 }
 
-/* Equal records stay in the order of their registration. */
+/* Equal records keep the order of their registration. */
 static void insert_in_order(struct hook_record *fresh)
 {
 	struct hook_record *record;
@@ -114,7 +114,7 @@ unsigned int softonu_call_hooks(struct api_data *data, const struct vorn_hook_op
 	return called;
 }
 
-/* The platform's own GEM port choice, until a module takes it out of the chain. */
+/* The platform's own GEM port choice, until a module unregisters it. */
 static int default_mapping(struct api_data *data)
 {
 	int (*mapping)(struct sk_buff *skb) = READ_ONCE(gpon_mapping_hook);

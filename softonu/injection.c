@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The injection door: a character device for root, see softonu_uapi.h. */
+/* The injection device: a character device for root, see softonu_uapi.h. */
 #include <linux/bottom_half.h>
 #include <linux/compat.h>
 #include <linux/jiffies.h>
@@ -9,7 +9,7 @@
 
 #include "softonu.h"
 
-/* Options that say something about the packet. */
+/* Options that describe the packet. */
 #define PACKET_OPTIONS (SOFTONU_CALL_OPTIONS & ~SOFTONU_CALL_NO_DEFAULT)
 
 static bool is_valid(const struct softonu_hook_call *call)
@@ -53,7 +53,7 @@ static void get_fields(const struct sk_buff *skb, struct softonu_hook_call *call
 	call->queue = packet->queue;
 }
 
-/* In the surroundings of the packet path: bottom halves disabled. */
+/* In the context of the packet path: bottom halves disabled. */
 static void call_hooks(struct softonu_hook_call *call, struct sk_buff *skb)
 {
 	bool no_default = call->options & SOFTONU_CALL_NO_DEFAULT;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Load and unload of the soft ONU, and what the module parameters may say. */
+/* Load and unload of the soft ONU, and its module parameters. */
 #define pr_fmt(fmt) KBUILD_MODNAME ": " fmt
 
 #include <linux/module.h>
@@ -72,7 +72,7 @@ static int __init open_doors(void)
 	return ret;
 }
 
-/* The hook chain, the mappings and the devices stand before a door lets anybody use them. */
+/* The hook chain, the mappings and the devices exist before user space can reach them. */
 static int __init softonu_init(void)
 {
 	struct softonu_plan plan;
@@ -103,7 +103,7 @@ no_hook:
 	return ret;
 }
 
-/* Whoever registered a hook depends on this module, so the platform's own is the last one. */
+/* A module that registers a hook depends on this one, so only the platform's own hook is left. */
 static void __exit softonu_exit(void)
 {
 	softonu_door_close();
@@ -116,4 +116,4 @@ static void __exit softonu_exit(void)
 module_init(softonu_init);
 module_exit(softonu_exit);
 MODULE_LICENSE("GPL v2");
-MODULE_DESCRIPTION("ONU platform for any Linux box: hooks, packets, UNI and GEM devices");
+MODULE_DESCRIPTION("Simulated ONU platform: hooks, packets, UNI and GEM devices");

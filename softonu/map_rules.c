@@ -3,7 +3,7 @@
 
 #include "map_rules.h"
 
-/* How a number of a rule is called; in the GEM port mapping "gem" is the value. */
+/* Name of a number of a rule; in the GEM port mapping "gem" is the value. */
 struct word {
 	const char *name;
 	int max;

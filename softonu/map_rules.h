@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* A table of rules "packet that looks so -> number"; the first match wins. */
+/* A table of rules from packet fields to a number; the first match wins. */
 #ifndef SOFTONU_MAP_RULES_H
 #define SOFTONU_MAP_RULES_H
 
@@ -7,10 +7,10 @@
 
 #define SOFTONU_RULES_MAX 64
 
-/* What a rule can ask of a packet; a negative value asks nothing. */
+/* The packet fields that a rule compares; a negative value matches every packet. */
 enum softonu_rule_key { RULE_UNI, RULE_VID, RULE_PBIT, RULE_GEM, RULE_KEYS };
 
-/* The vid and the pbit of a frame without tag, as rules name them: "untagged". */
+/* The vid and the pbit of a frame without tag; "untagged" in the text of a rule. */
 #define RULE_UNTAGGED 0xffff
 
 struct softonu_rule {
@@ -23,14 +23,14 @@ struct softonu_rules {
 	struct softonu_rule rule[SOFTONU_RULES_MAX];
 };
 
-/* The value of the first rule that fits, or -1. */
+/* Returns the value of the first rule that matches, or -1. */
 int softonu_rules_find(const struct softonu_rules *rules, const struct sk_buff *skb);
 /* Adds a rule from words like "uni=1 vid=100 pbit=3 gem=1025" (GEM port mapping) or
  * "gem=1025 pbit=3 queue=7" (queue mapping). 0, -EINVAL or -ENOSPC. */
 int softonu_rules_add(struct softonu_rules *rules, enum softonu_map which, char *words);
-/* Adds a rule that fits every packet to an empty table. */
+/* Adds a rule that matches every packet to an empty table. */
 void softonu_rules_add_any(struct softonu_rules *rules, int value);
-/* The rules in the language that adds them. */
+/* Prints the rules in the syntax that adds them. */
 void softonu_rules_show(const struct softonu_rules *rules, enum softonu_map which,
 			struct seq_file *out);
 

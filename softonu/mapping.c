@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * The platform's two mapping functions, packet to GEM port and packet to priority queue. Each is
- * reached through an exported pointer that may be null, answers a fixed value, or looks the packet
- * up in a table of rules, the first match winning. A change publishes a new copy of the whole
- * state, so that a call sees either the old or the new one.
+ * called through an exported pointer, which may be null. It returns a fixed value, or looks the
+ * packet up in a table of rules; the first match wins. A change publishes a new copy of the whole
+ * state, so a call sees either the old or the new state.
  */
 #define pr_fmt(fmt) KBUILD_MODNAME ": " fmt
 
@@ -41,7 +41,7 @@ static struct {
 static DEFINE_MUTEX(maps_mutex);
 static bool report;
 
-/* Answers 0 and the table's value, -1 when no rule matches, or the fixed answer with no value. */
+/* Returns 0 with the table's value, -1 if no rule matches, or the fixed result without a value. */
 static int look_up(enum softonu_map which, const struct sk_buff *skb, int *value)
 {
 	const struct map_state *state;
@@ -89,7 +89,7 @@ static struct map_state *current_state(enum softonu_map which)
 	return rcu_dereference_protected(maps[which].state, lockdep_is_held(&maps_mutex));
 }
 
-/* The function behind the pointer stays callable while its state is exchanged. */
+/* The function remains callable while its state is replaced. */
 static void publish(enum softonu_map which, struct map_state *fresh)
 {
 	struct map_state *old = current_state(which);
@@ -217,7 +217,7 @@ int softonu_maps_init(int first_gem)
 	return ret;
 }
 
-/* Nobody calls the functions any more. */
+/* No caller of the functions is left. */
 void softonu_maps_exit(void)
 {
 	unsigned int i;

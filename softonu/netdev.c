@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The network devices: made at load, gone at unload, never alone. */
+/* The network devices: created together at load, removed together at unload. */
 #include <linux/err.h>
 #include <linux/etherdevice.h>
 #include <linux/rtnetlink.h>
@@ -12,7 +12,7 @@
 static struct softonu_dev *ports[2 * SOFTONU_UNIS_MAX + 1 + SOFTONU_GEMS_MAX];
 static unsigned int port_count;
 
-/* What each frame asks for. */
+/* Headroom that each frame needs. */
 static struct softonu_dev *ani;
 static struct softonu_dev *gem_of_id[SOFTONU_GEM_ID_MAX + 1];
 
@@ -37,7 +37,7 @@ u8 softonu_uni_port_of(const struct net *net, int ifindex)
 	return 0;
 }
 
-/* A cable has carrier while both ends are up; a GEM port is there as long as the fibre is. */
+/* A cable has carrier while both ends are up; a GEM port has carrier while the fibre has. */
 static int port_open(struct net_device *dev)
 {
 	struct softonu_dev *peer = ((struct softonu_dev *)netdev_priv(dev))->peer;
@@ -79,7 +79,7 @@ static void port_stats(struct net_device *dev, struct rtnl_link_stats64 *stats)
 	stats->rx_bytes = atomic64_read(&port->counters[SOFTONU_RX_BYTES]);
 	stats->tx_packets = atomic64_read(&port->counters[SOFTONU_TX_FRAMES]);
 	stats->tx_bytes = atomic64_read(&port->counters[SOFTONU_TX_BYTES]);
-	/* The stack adds the frames for which its backlog had no room. */
+	/* The stack adds the frames that it dropped because its backlog was full. */
 	stats->rx_dropped = sum(port, SOFTONU_RX_SHORT, SOFTONU_RX_DOWN);
 	stats->tx_dropped = sum(port, SOFTONU_TX_SHORT, SOFTONU_TX_FAR_DOWN);
 }
@@ -93,8 +93,7 @@ static const struct net_device_ops port_ops = {
 	.ndo_validate_addr = eth_validate_addr,
 };
 
-/* No offload at all: the stack hands over frames in one piece, with tags and checksums in place,
- * as they would lie on the wire. */
+/* No offload: the stack passes linear frames with tags and checksums in place, as on the wire. */
 static void port_setup(struct net_device *dev)
 {
 	ether_setup(dev);
@@ -180,7 +179,7 @@ static int create_all(const struct softonu_plan *plan)
 	return ret;
 }
 
-/* All are closed before the first is freed, which is what the frame's path relies on. */
+/* All devices are closed before the first is freed. The frame path relies on this. */
 static void remove_all(void)
 {
 	LIST_HEAD(doomed);
@@ -194,7 +193,7 @@ static void remove_all(void)
 	memset(gem_of_id, 0, sizeof(gem_of_id));
 }
 
-/* Under one lock, so that nobody opens a device whose peer is not there yet. */
+/* Under one lock, so that no device is opened before its peer exists. */
 int softonu_devices_create(const struct softonu_plan *plan)
 {
 	int ret;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Packets for the injection door: any bytes, in any of the shapes that a stack hands around. */
+/* Packets for the injection device: any bytes, in any memory layout that the stack uses. */
 #include <linux/gfp.h>
 #include <linux/if_vlan.h>
 #include <linux/mm.h>

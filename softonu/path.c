@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * A frame's way between two devices. Everything here runs in the transmit function of the device
- * that the frame was put into: bottom halves disabled, several CPUs at once, no lock. The devices
- * live and die together, after the last of them was closed, so their pointers need no protection.
+ * The path of a frame between two devices. All code here runs in the transmit function of the first
+ * device: bottom halves disabled, several CPUs at once, no lock. The devices are created together,
+ * and freed together after the last of them is closed, so their pointers need no protection.
  */
 #include <linux/etherdevice.h>
 
@@ -19,7 +19,7 @@ static void drop(struct sk_buff *skb, struct softonu_dev *port, enum softonu_cou
 	kfree_skb(skb);
 }
 
-/* Takes a frame over from the stack; data is at the Ethernet header afterwards. */
+/* Takes a frame from the stack; afterwards data points to the Ethernet header. */
 static struct sk_buff *take_frame(struct sk_buff *skb, struct softonu_dev *port, bool receiving)
 {
 	if (skb->len < ETH_HLEN) {
@@ -40,8 +40,8 @@ static void count_frame(struct softonu_dev *port, enum softonu_counter frames, u
 	atomic64_add(bytes, &port->counters[frames + 1]);
 }
 
-/* The frame appears on a device as if it came off a wire: nothing that the kernel knew about it
- * on the other side survives, and its checksums have to be right. */
+/* The frame arrives on a device as from a wire: all metadata of the sending side is removed, and
+ * its checksums must be correct. */
 static void deliver(struct sk_buff *skb, struct softonu_dev *to)
 {
 	unsigned int bytes = skb->len;
@@ -130,8 +130,8 @@ netdev_tx_t softonu_transmit(struct sk_buff *skb, struct net_device *dev)
 {
 	struct softonu_dev *port = netdev_priv(dev);
 
-	/* A sender that goes around the queues looked at this before bottom halves were disabled;
-	 * who sees a running device now is waited for before the first of them is freed. */
+	/* A sender that bypasses the queues tests this before it disables bottom halves. A sender
+	 * that sees a running device here finishes before the first device is freed. */
 	if (!netif_running(dev)) {
 		kfree_skb(skb);
 		return NETDEV_TX_OK;

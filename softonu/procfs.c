@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* /proc/gpon_softonu: what a user configures and reads back, for root only. */
+/* /proc/gpon_softonu: the configuration, readable and writable for root only. */
 #include <linux/proc_fs.h>
 #include <linux/slab.h>
 #include <linux/uaccess.h>
@@ -85,7 +85,7 @@ static int for_each_line(char *text, int (*take)(char *line))
 	return ret;
 }
 
-/* Commands, one a line; those before the first bad one have been obeyed. */
+/* Commands, one per line; those before the first invalid one take effect. */
 static ssize_t write_lines(const char __user *from, size_t bytes, int (*take)(char *line))
 {
 	char *text;

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Inside of gpon_softonu.ko.
+ * Interfaces between the sources of gpon_softonu.ko.
  *
- *     sub1 --+          ONU (a Linux bridge, say)            +-- gem1025
+ *     sub1 --+          ONU (e.g. a Linux bridge)            +-- gem1025
  *     sub2 --+-- uni1, uni2 ... ======== ... ani0 --fibre----+-- gem1026
  *
- * A frame put into a subscriber-side device passes hook kind 0 and is received on its UNI; one
- * that leaves on ani0 passes kind 1 and goes to the GEM port that was chosen; one put into a
- * far-side GEM device passes kind 3 and is received on ani0; one that leaves on a UNI passes
- * kind 2 and goes to the subscriber.
+ * A frame sent on a subscriber-side device passes hook kind 0 and is received on its UNI. A frame
+ * that leaves on ani0 passes kind 1 and goes to the chosen GEM port. A frame sent on a far-side GEM
+ * device passes kind 3 and is received on ani0. A frame that leaves on a UNI passes kind 2 and goes
+ * to the subscriber.
  */
 #ifndef SOFTONU_H
 #define SOFTONU_H
@@ -38,11 +38,11 @@ int vorn_register_hook(struct vorn_hook_ops *ops);
 int vorn_unregister_hook(struct vorn_hook_ops *ops);
 extern struct vorn_hook_ops gpon_flow_mapping_hook_ops;
 
-/* Calls the records in order until one sets a result other than 0. Answers the number of records
- * called; ret gets what the last one returned. Bottom halves disabled. */
+/* Calls the records in order until one sets a result other than 0. Returns the number of records
+ * called; ret gets the return value of the last one. Bottom halves disabled. */
 unsigned int softonu_call_hooks(struct api_data *data, const struct vorn_hook_ops *except,
 				int *ret);
-/* Puts the platform's own record back into the chain or takes it out. Process context. */
+/* Adds the platform's own record to the chain or removes it. Process context. */
 int softonu_default_hook(bool on);
 void softonu_show_hooks(struct seq_file *out);
 /* The engine switch: hook kind 4. */
@@ -58,39 +58,39 @@ enum softonu_map { SOFTONU_MAP_GEM, SOFTONU_MAP_QUEUE, SOFTONU_MAPS };
 /* Initial tables: everything goes to GEM port first_gem (none when negative) and queue 0. */
 int softonu_maps_init(int first_gem);
 void softonu_maps_exit(void);
-/* 0, -EINVAL for an unknown mode or an answer without ANSWER, -ENOMEM. Process context. */
+/* 0, -EINVAL for an unknown mode or a value without ANSWER, -ENOMEM. Process context. */
 int softonu_map_set(enum softonu_map which, const struct softonu_mapping *mapping);
 void softonu_map_get(enum softonu_map which, struct softonu_mapping *mapping);
-/* One line of the proc file's language. 0, -EINVAL, -ENOSPC (table full), -ENOMEM. */
+/* Executes one line of the proc file. 0, -EINVAL, -ENOSPC (table full), -ENOMEM. */
 int softonu_map_command(enum softonu_map which, char *line);
 void softonu_show_map(enum softonu_map which, struct seq_file *out);
 void softonu_set_report(bool on);
 bool softonu_report(void);
 
-/* ---- frame.c: packets as the hooks want to see them */
+/* ---- frame.c: prepares packets for the hooks */
 
 /* Makes the packet the caller's own, linear, writable, with its VLAN tag in the frame. Data is at
- * the Ethernet header. Null when there is no memory; the packet is freed then. */
+ * the Ethernet header. Returns null and frees the packet if there is no memory. */
 struct sk_buff *softonu_own_packet(struct sk_buff *skb);
 /* Fills the platform's fields. */
 void softonu_set_fields(struct sk_buff *skb, u8 port, u16 gemport_id, bool multicast);
-/* One hook call; answers api_result. Bottom halves disabled. */
+/* Makes one hook call; returns api_result. Bottom halves disabled. */
 int softonu_classify(struct sk_buff *skb, enum gpon_api_type kind);
 
 /* ---- netdev.c */
 
 enum softonu_counter {
 	SOFTONU_RX_FRAMES, SOFTONU_RX_BYTES, SOFTONU_TX_FRAMES, SOFTONU_TX_BYTES,
-	/* Drops, all counted by the ONU-side device. */
+	/* Drops; the ONU-side device counts all of them. */
 	SOFTONU_RX_SHORT, SOFTONU_RX_NO_MEMORY, SOFTONU_RX_HOOK, SOFTONU_RX_DOWN,
 	SOFTONU_TX_SHORT, SOFTONU_TX_NO_MEMORY, SOFTONU_TX_HOOK, SOFTONU_TX_NO_GEM,
 	SOFTONU_TX_GEM_DOWNSTREAM, SOFTONU_TX_FAR_DOWN,
-	/* The stack's receive backlog was full; counted by the receiving device. */
+	/* The stack's receive backlog was full; the receiving device counts these. */
 	SOFTONU_RX_BACKLOG,
 	SOFTONU_COUNTERS
 };
 
-/* What the module parameters ask for. */
+/* The module parameters. */
 struct softonu_plan {
 	unsigned int unis;
 	unsigned int gems;
@@ -107,13 +107,13 @@ struct softonu_dev {
 	atomic64_t counters[SOFTONU_COUNTERS];
 };
 
-/* Creates every device; a negative errno when one of them cannot be had (none stays then). */
+/* Creates every device; returns a negative errno and removes all if one cannot be created. */
 int softonu_devices_create(const struct softonu_plan *plan);
-/* Removes every device; returns when no frame is on its way any more. */
+/* Removes every device; returns when no frame is in transit any more. */
 void softonu_devices_remove(void);
 void softonu_show_counters(struct seq_file *out);
 
-/* ---- path.c: a frame's way between two devices */
+/* ---- path.c: the path of a frame between two devices */
 netdev_tx_t softonu_transmit(struct sk_buff *skb, struct net_device *dev);
 struct softonu_dev *softonu_ani(void);
 struct softonu_dev *softonu_find_gem(u16 gemport_id);
@@ -124,15 +124,15 @@ u8 softonu_uni_port_of(const struct net *net, int ifindex);
 extern const char softonu_counter_names[SOFTONU_COUNTERS][ETH_GSTRING_LEN];
 extern const struct ethtool_ops softonu_ethtool_ops;
 
-/* ---- doors: procfs.c, injection.c (with packet_builder.c) */
+/* ---- user space: procfs.c, injection.c (with packet_builder.c) */
 int softonu_proc_create(void);
 void softonu_proc_remove(void);
 int softonu_door_open(void);
 void softonu_door_close(void);
-/* The packet that a test asks for, an error pointer otherwise. */
+/* Returns the packet that a test requests, or an error pointer. */
 struct softonu_injected {
-	struct sk_buff *skb;   /* what the hook gets */
-	struct sk_buff *other; /* the clone, or a second reference, that somebody else holds */
+	struct sk_buff *skb;   /* the packet for the hook */
+	struct sk_buff *other; /* the clone or second reference, which simulates another owner */
 };
 int softonu_build_packet(const struct softonu_hook_call *call, struct softonu_injected *injected);
 

@@ -1,9 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Where the soft ONU keeps the platform's per-packet fields on a stock kernel: in the packet's
- * control block (skb->cb), which belongs to whoever handles the packet at the moment. The fields
- * are therefore valid during a hook call only; the platform fills them before the call and clears
- * them after it.
+ * The platform's per-packet fields on a stock kernel. They are in the packet's control block
+ * (skb->cb), which belongs to the code that handles the packet at the moment. They are therefore
+ * valid during a hook call only: the platform fills them before the call and clears them after it.
  */
 #ifndef SOFTONU_PACKET_H
 #define SOFTONU_PACKET_H
@@ -12,7 +11,7 @@
 #include <linux/skbuff.h>
 #include <linux/types.h>
 
-/* The UNI port number's place in the source-port word. */
+/* Position of the UNI port number in the source-port word. */
 #define SOFTONU_PORT_SHIFT 4
 #define SOFTONU_PORT_MASK (0xfu << SOFTONU_PORT_SHIFT)
 
@@ -24,7 +23,7 @@ struct softonu_packet {
 	u32 port_word;  /* UNI port number in bits 4 to 7 */
 	u32 mark_word;  /* the packet's mark (skb->mark) as it was before the call */
 	u16 gemport_id; /* kind 3: where it came from; after kind 1: where it goes */
-	u16 multicast;  /* 1: came on a multicast GEM port */
+	u16 multicast;  /* 1: from a multicast GEM port */
 	u16 queue;      /* priority queue that the queue mapping chose, or SOFTONU_NO_QUEUE */
 };
 

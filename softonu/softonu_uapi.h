@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-only WITH Linux-syscall-note */
 /*
- * The soft ONU's injection door /dev/gpon_softonu: hook calls with any packet and any platform
- * fields, the answers of the platform's two mapping functions, the kernel's clock. For root only.
+ * The soft ONU's injection device /dev/gpon_softonu: hook calls with any packet and any platform
+ * fields, the results of the platform's two mapping functions, the kernel's clock. For root only.
  *
- * Every ioctl answers 0 or a negative errno: EFAULT for memory that cannot be read or written,
- * EINVAL for values out of range or bits not named here, ENOMEM, ENOTTY for an unknown number.
+ * Every ioctl returns 0 or a negative errno: EFAULT for memory that cannot be read or written,
+ * EINVAL for values out of range or undefined bits, ENOMEM, ENOTTY for an unknown number.
  */
 #ifndef SOFTONU_UAPI_H
 #define SOFTONU_UAPI_H
@@ -14,17 +14,17 @@
 
 #define SOFTONU_DEVICE "/dev/gpon_softonu"
 
-/* Longest frame that the door takes, bytes. */
+/* Longest frame that the device accepts, in bytes. */
 #define SOFTONU_FRAME_BYTES_MAX 16384
 
 /* struct softonu_hook_call, options. */
-#define SOFTONU_CALL_PACKET 0x01u     /* there is a packet; else the packet pointer is null */
-#define SOFTONU_CALL_PAGED 0x02u      /* frame bytes behind linear_bytes lie in pages */
-#define SOFTONU_CALL_CLONED 0x04u     /* somebody else holds a clone of the packet */
-#define SOFTONU_CALL_SHARED 0x08u     /* somebody else holds a reference on the packet itself */
+#define SOFTONU_CALL_PACKET 0x01u     /* there is a packet; otherwise its pointer is null */
+#define SOFTONU_CALL_PAGED 0x02u      /* frame bytes beyond linear_bytes are in pages */
+#define SOFTONU_CALL_CLONED 0x04u     /* another owner has a clone of the packet */
+#define SOFTONU_CALL_SHARED 0x08u     /* another owner has a reference to the packet itself */
 #define SOFTONU_CALL_TAG_BESIDE 0x10u /* an 0x8100 or 0x88a8 outer tag is kept beside the frame */
-#define SOFTONU_CALL_RAW 0x20u        /* hand it over as built, without the usual preparation */
-#define SOFTONU_CALL_NO_DEFAULT 0x40u /* leave the platform's own default record out */
+#define SOFTONU_CALL_RAW 0x20u        /* pass the packet as built, without the usual preparation */
+#define SOFTONU_CALL_NO_DEFAULT 0x40u /* skip the platform's own record */
 #define SOFTONU_CALL_OPTIONS 0x7fu
 
 /*
@@ -45,7 +45,7 @@ struct softonu_hook_call {
 	__u32 mark_word;    /* in, out */
 	__u16 gemport_id;   /* in, out */
 	__u16 multicast;    /* in, out */
-	__s32 ret;          /* out: what the last record's function returned, 0 without record */
+	__s32 ret;          /* out: return value of the last record's function, 0 without record */
 	__s32 api_result;   /* out */
 	__u32 records;      /* out: number of records called; 0 = no hook is registered */
 	__u32 queue;        /* out: queue that the queue mapping chose, 0xffff = none */
@@ -53,8 +53,8 @@ struct softonu_hook_call {
 
 /* struct softonu_mapping, mode. */
 #define SOFTONU_MAPPING_NONE 0u   /* the function pointer is null */
-#define SOFTONU_MAPPING_ANSWER 1u /* the function answers a fixed value, the packet is untouched */
-#define SOFTONU_MAPPING_TABLE 2u  /* the function looks into the table of the proc file */
+#define SOFTONU_MAPPING_ANSWER 1u /* the function returns a fixed value, the packet is unchanged */
+#define SOFTONU_MAPPING_TABLE 2u  /* the function uses the table of the proc file */
 
 /* State of one of the two mapping functions. */
 struct softonu_mapping {
@@ -68,9 +68,9 @@ struct softonu_mapping {
 #define SOFTONU_IOC_GET_MAPPING _IOR(SOFTONU_IOC_MAGIC, 2, struct softonu_mapping)
 #define SOFTONU_IOC_SET_QUEUE_MAPPING _IOW(SOFTONU_IOC_MAGIC, 3, struct softonu_mapping)
 #define SOFTONU_IOC_GET_QUEUE_MAPPING _IOR(SOFTONU_IOC_MAGIC, 4, struct softonu_mapping)
-/* 1: each call of a mapping function is told in the kernel log, one line
+/* 1: each call of a mapping function prints one line to the kernel log,
  * "gpon_softonu: @ gpon_mapping_hook = RET" or
- * "gpon_softonu: @ gpon_queue_mapping_hook gem=G = RET"; 0: silence (the initial state). */
+ * "gpon_softonu: @ gpon_queue_mapping_hook gem=G = RET"; 0: no line (the initial state). */
 #define SOFTONU_IOC_SET_REPORT _IOW(SOFTONU_IOC_MAGIC, 5, __u32)
 #define SOFTONU_IOC_GET_REPORT _IOR(SOFTONU_IOC_MAGIC, 6, __u32)
 /* The kernel's 64-bit jiffies. */
