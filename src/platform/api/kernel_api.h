@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The seam: every kernel service that the module core uses, and nothing else.
+ * The platform interface: every kernel service that the module core uses, and nothing else.
  *
- * The core calls each service under the kernel's own name. The symbol behind it carries the
- * prefix gpon_os_, so that the core neither needs kernel headers (most of these are inline
- * functions or macros there) nor collides with libc and liburcu in a process. C glue includes
- * this header as well and defines gpon_os_NAME; one declaration serves both sides.
+ * The core calls each service under the kernel's own name. The symbol has the prefix gpon_os_, so
+ * the core neither needs kernel headers (most services are inline functions or macros there) nor
+ * collides with libc and liburcu in a process. C glue includes this header too and defines
+ * gpon_os_NAME; one declaration serves both sides.
  *
- * Whoever ports the module implements this file: platform/linux and platform/host are examples.
+ * A port implements this file: platform/linux and platform/host are examples.
  */
 #ifndef GPON_PLATFORM_KERNEL_API_H
 #define GPON_PLATFORM_KERNEL_API_H
@@ -25,15 +25,15 @@
     ret name args __asm__("gpon_os_" #name) __attribute__((format(printf, text, first)))
 #define GPON_SEAM_DATA(type, name) extern type name __asm__("gpon_os_" #name)
 
-/* Readers' head of a deferred free, in the kernel's layout and under the kernel's own name, which
- * is a part of a callback's type where indirect calls are checked. */
+/* Head of a deferred free, in the kernel's layout and with the kernel's name: the name is part of a
+ * callback's type in kernels that check indirect calls. */
 struct alignas(sizeof(void*)) callback_head {
     callback_head* next;
     void (*func)(callback_head*);
 };
 using rcu_head = callback_head;
 
-/* Locks and the timer live in the glue: their size differs between kernels and debug options. */
+/* The glue defines locks and timer, because their size depends on kernel and debug options. */
 struct GPON_CAPABILITY("spinlock") spinlock;
 struct GPON_CAPABILITY("mutex") mutex;
 struct timer_list;
@@ -50,7 +50,7 @@ extern "C" {
 #define GPON_SEAM_DATA(type, name) extern type gpon_os_##name
 #endif
 
-/* ---- memory: zero-filled, never sleeps, null when there is none; kfree(null) does nothing */
+/* ---- memory: zero-filled, never sleeps, returns null on failure; kfree(null) does nothing */
 #ifdef __cplusplus
 GPON_SEAM(void*, kzalloc, (size_t bytes, gfp_t flags));
 #else
@@ -63,24 +63,24 @@ GPON_SEAM(void, kfree, (const void* memory));
 GPON_SEAM_PRINTF(int, printk, (const char* text, ...), 1, 2);
 GPON_SEAM_PRINTF(int, pr_cont, (const char* text, ...), 1, 2);
 GPON_SEAM(int, vpr_cont, (const char* text, va_list args));
-/* Writes at most bytes - 1 characters and a terminator; answers the length without the cut. */
+/* Writes at most bytes - 1 characters and a terminator; returns the length of the whole text. */
 GPON_SEAM_PRINTF(int, snprintf, (char* buffer, size_t bytes, const char* text, ...), 3, 4);
 GPON_SEAM(void, dump_stack, (void));
-/* Does not return; declared as if it did, because objtool follows calls of external functions. */
+/* Does not return. It is not declared so, because objtool follows calls of external functions. */
 GPON_SEAM_PRINTF(void, panic, (const char* text, ...), 1, 2);
 
 /* ---- RCU */
 GPON_SEAM(void, rcu_read_lock, (void));
 GPON_SEAM(void, rcu_read_unlock, (void));
 GPON_SEAM(void, call_rcu, (struct callback_head* head, void (*free_it)(struct callback_head*)));
-/* Waits until every callback handed to call_rcu has run. Process context. */
+/* Waits until every callback passed to call_rcu has run. Process context. */
 GPON_SEAM(void, rcu_barrier, (void));
-/* Debug kernels only (GPON_DEBUG_CHECKS): reports a list access outside of a read section by
- * somebody who does not hold gpon_flow_control_mutex either. */
+/* Debug kernels only (GPON_DEBUG_CHECKS): reports a list access that is neither inside a read-side
+ * section nor under gpon_flow_control_mutex. */
 GPON_SEAM(void, check_list_access, (void));
 
 /* ---- locks: gpon_hash_lock guards the rule table and is taken with bottom halves disabled;
- * gpon_flow_control_mutex lets one control caller (ioctl, proc write, unload) in at a time. */
+ * gpon_flow_control_mutex admits one control caller (ioctl, proc write, unload) at a time. */
 GPON_SEAM_DATA(struct spinlock, gpon_hash_lock);
 GPON_SEAM_DATA(struct mutex, gpon_flow_control_mutex);
 GPON_SEAM(void, spin_lock_init, (struct spinlock* lock));
@@ -95,10 +95,10 @@ GPON_SEAM(unsigned long, get_jiffies_64, (void));
 GPON_SEAM(void, timer_setup, (struct timer_list* timer, void (*expired)(struct timer_list*),
                               unsigned int flags));
 GPON_SEAM(int, mod_timer, (struct timer_list* timer, unsigned long expires));
-/* Stops the timer and waits for a callback that runs at this moment. */
+/* Stops the timer and waits for a running callback. */
 GPON_SEAM(int, del_timer_sync, (struct timer_list* timer));
 
-/* ---- user memory: answers the number of bytes that could not be copied. Process context. */
+/* ---- user memory: returns the number of bytes that could not be copied. Process context. */
 GPON_SEAM(unsigned long, copy_from_user, (void* to, const void* user_from, unsigned long bytes));
 
 /* ---- character device and proc entries */
@@ -118,17 +118,17 @@ GPON_SEAM(struct proc_dir_entry*, proc_mkdir,
           (const char* name, struct proc_dir_entry* parent));
 GPON_SEAM(struct proc_dir_entry*, create_proc_entry,
           (const char* name, unsigned int mode, struct proc_dir_entry* parent));
-/* read answers 0 (nothing for the reader); write answers the bytes taken or a negative errno. */
+/* read returns 0 (end of file); write returns the number of accepted bytes or a negative errno. */
 GPON_SEAM(void, set_proc_handlers,
           (struct proc_dir_entry* entry, int (*read)(void),
            long (*write)(struct file* file, const char* user_text, unsigned long count)));
 GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* parent));
 
 /* ---- packets: the platform's socket buffer and the fields that the platform keeps beside it.
- * Offset of the per-packet flag word (u32, host order) from the packet's address: the flag word
- * is read for every log decision, too often for a call. */
+ * Offset of the per-packet flag word (u32, host order) from the packet's address. It is no
+ * function, because the flag word is read for every log decision. */
 GPON_SEAM_DATA(const unsigned int, skb_flag_word_offset);
-/* First byte of the Ethernet header and the number of bytes that may be read from there. */
+/* First byte of the Ethernet header, and the number of readable bytes from there. */
 GPON_SEAM(const unsigned char*, skb_frame, (const struct sk_buff* skb, unsigned int* bytes));
 /* The same from the packet's MAC header (head pointer plus MAC header offset). */
 GPON_SEAM(const unsigned char*, skb_mac_frame,
@@ -139,11 +139,11 @@ GPON_SEAM(unsigned int, skb_port_word, (const struct sk_buff* skb));
 GPON_SEAM(unsigned int, skb_mark_word, (const struct sk_buff* skb));
 GPON_SEAM(unsigned short, skb_gemport_id, (const struct sk_buff* skb));
 GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff* skb, unsigned short gemport_id));
-/* 1 when the packet came on a multicast GEM port. */
+/* 1 if the packet came on a multicast GEM port. */
 GPON_SEAM(unsigned short, skb_multicast, (const struct sk_buff* skb));
 
 #ifdef __cplusplus
-/* Lock contracts, apart from the declarations above: behind an asm label clang no longer knows
+/* Lock contracts, separate from the declarations above: after an asm label clang cannot refer to
  * the parameter's name. */
 void spin_lock_bh(spinlock* lock) GPON_ACQUIRE(*lock);
 void spin_unlock_bh(spinlock* lock) GPON_RELEASE(*lock);
@@ -154,7 +154,7 @@ void mutex_unlock(mutex* lock) GPON_RELEASE(*lock);
 int vorn_register_hook(vorn_hook_ops* ops);
 int vorn_unregister_hook(vorn_hook_ops* ops);
 extern vorn_hook_ops gpon_flow_mapping_hook_ops;
-/* Packet to int, -1 = failure; null when the platform has none. */
+/* Packet to int, -1 = failure; null if the platform has no such function. */
 extern int (*gpon_mapping_hook)(sk_buff*);
 /* Packet to int, 0 = a priority queue was found for the packet's GEM port. */
 extern int (*gpon_queue_mapping_hook)(sk_buff*);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The records that the platform's hook framework and the module hand to each other; plain C. */
+/* The records that the platform's hook framework and the module exchange; plain C. */
 #ifndef GPON_PLATFORM_HOOK_H
 #define GPON_PLATFORM_HOOK_H
 
@@ -18,7 +18,7 @@ enum gpon_api_type {
     GPON_API_SWITCH = 4    /* engine switch; no packet */
 };
 
-/* What a hook function answers to the framework, whatever became of the packet. */
+/* Return value of a hook function, independent of the result for the packet. */
 enum { GPON_HOOK_RETURN = 2 };
 
 /* Argument of one hook call; owned by the platform. */

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Where a thread is, as a kernel sees it, and the rules that follow from that. */
+/* The kernel context of a thread (softirq, spinlock, read-side section) and the rules for it. */
 #pragma once
 
 namespace gpon::host {
@@ -11,14 +11,14 @@ struct thread_context {
 };
 inline constinit thread_local thread_context this_thread;
 
-/* Ends the process with the text on standard error: the module did what breaks a kernel. */
+/* Prints the text on standard error and ends the process, for errors that break a kernel. */
 [[noreturn, gnu::format(printf, 1, 2)]] void fatal(const char* text, ...);
 
-/* For services that only process context may call: fatal in softirq, under the spinlock and in an
- * RCU read section. */
+/* For services that need process context: fatal in softirq, under the spinlock and in an RCU
+ * read-side section. */
 void assert_may_sleep(const char* service);
 
-/* Is this thread in an RCU read section? */
+/* Whether this thread is in an RCU read-side section. */
 bool in_read_section();
 
 class softirq_section {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* How a format text is read: one conversion at a time, its width and values from the arguments. */
+/* Parses a format text: one conversion at a time, with its width and values from the arguments. */
 #pragma once
 
 #include <cstdarg>
@@ -7,7 +7,7 @@
 
 namespace gpon::host {
 
-// Limits of the kernel; more is a mistake in a format text, not a wish.
+// Limits of the kernel; a format text that exceeds them is wrong.
 inline constexpr int width_max = (1 << 23) - 1;
 inline constexpr int precision_max = (1 << 15) - 1;
 
@@ -25,7 +25,7 @@ struct conversion {
     char kind = 0;
 };
 
-// A copy of the caller's va_list that functions can share: the type may be an array.
+// A copy of the caller's va_list that functions can share; va_list may be an array type.
 struct argument_list {
     explicit argument_list(va_list from) { va_copy(values, from); }
     ~argument_list() { va_end(values); }
@@ -35,7 +35,7 @@ struct argument_list {
     va_list values;
 };
 
-/* Reads from behind the percent sign up to the conversion character, where text then points. */
+/* Reads from after the percent sign to the conversion character; text then points to it. */
 conversion read_conversion(const char*& text, argument_list& arguments);
 
 /* The next argument as a number of that length, sign extended or not. */

@@ -12,7 +12,7 @@ namespace {
 
 std::mutex sink_lock;
 event_sink sink;
-// Beside the sink, so that prints of a module that nobody listens to order no threads.
+// Separate from the sink: without a listener, prints of the module then order no threads.
 std::atomic<bool> sink_set = false;
 
 } // namespace

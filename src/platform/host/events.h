@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The way of what the module did to the sink; see event in host.h. Any context, any thread. */
+/* Passes the module's actions to the sink; see event in host.h. Any context, any thread. */
 #pragma once
 
 #include <cstdarg>
@@ -8,10 +8,10 @@
 
 namespace gpon::host {
 
-/* False while nobody listens: spare the formatting then. */
+/* False without a sink: callers then skip the formatting. */
 bool recording();
 
-/* Hands one event to the sink, if there is one. */
+/* Passes one event to the sink, if there is one. */
 void record(event::kind what, std::string text);
 
 /* One platform call as one line, in the kernel's formatting. */

@@ -7,14 +7,14 @@
 
 namespace gpon::host {
 
-/* Calls that are left until the armed one fails; 0: not armed. Relaxed throughout: counting calls
- * must not order the threads that make them. */
+/* Calls left until the armed one fails; 0: not armed. All accesses are relaxed: counting must not
+ * order the threads that make the calls. */
 inline constinit std::atomic<uint64_t> fault_calls_left[6] = {};
 
 /* One call of a service whose fault is armed. */
 bool count_down_fault(fault what);
 
-/* Called once for every call of a service: true when this is the call that was armed to fail. */
+/* Called once for every call of a service; returns true if this call has to fail. */
 inline bool take_fault(fault what)
 {
     const auto& left = fault_calls_left[static_cast<size_t>(what)];

@@ -51,7 +51,7 @@ struct digits {
     }
 };
 
-// sign is 0 for none. The order of the paddings is the kernel's.
+// sign is 0 for none. The order of the paddings is that of the kernel.
 void put_number(writer& out, const conversion& spec, uint64_t value, unsigned base, char sign)
 {
     const digits text(value, base, spec.kind == 'X');
@@ -117,7 +117,7 @@ void put_pointer(writer& out, conversion spec, argument_list& arguments)
     put_number(out, spec, value, 16, '\0');
 }
 
-// False for a conversion that the kernel does not know.
+// Returns false for a conversion that the kernel does not have.
 bool put_conversion(writer& out, const conversion& spec, argument_list& arguments)
 {
     switch (spec.kind) {

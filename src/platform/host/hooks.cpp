@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The platform's packet path: the chain of hook records, in order of priority, and the functions
- * that modules find under exported names.
+ * The platform's packet path: the chain of hook records in order of priority, and the exported
+ * functions.
  */
 #include <algorithm>
 #include <climits>
@@ -17,7 +17,7 @@
 namespace gpon::host {
 namespace {
 
-// Stands in api_result until the module writes there, which it owes on every path.
+// Initial value of api_result; the module overwrites it on every path.
 constexpr int not_written = INT_MIN;
 
 std::vector<vorn_hook_ops*> chain = {&gpon_flow_mapping_hook_ops};
@@ -36,7 +36,7 @@ int map_to_queue(sk_buff* skb)
     return queue_mapping_answer;
 }
 
-// What an ONU without a flow engine does with packets.
+// The packet handling of an ONU without a flow engine.
 int default_hook(api_data* data)
 {
     const bool maps = data->api_type == GPON_API_UP_ANI && data->skb && gpon_mapping_hook;

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The module in a process: the outside of the host platform, for the command line tool, tests,
- * fuzzers and benchmarks. One process holds one platform and one module, as a kernel does.
+ * The module in a process: the interface of the host platform for the command line tool, tests,
+ * fuzzers and benchmarks. A process has one platform and one module, like a kernel.
  *
- * The doors (hook, ioctl, proc_*) may be called from several threads; each such thread is
- * registered with liburcu by its first call. Everything else is for one controlling thread while
- * no door is in use.
+ * The entry points (hook, ioctl, proc_*) may be called from several threads; the first call of a
+ * thread registers it with liburcu. All other functions are for one controlling thread while no
+ * entry point is in use.
  */
 #pragma once
 
@@ -18,7 +18,7 @@
 
 #include "platform/api/platform_hook.h"
 
-/* The platform's packet. Frame bytes belong to the caller and live as long as the call. */
+/* The platform's packet. Frame bytes belong to the caller and are valid during the call. */
 struct sk_buff {
     uint32_t flag_word = 0; // bit 20: trace mark; low bits: log levels
     uint32_t port_word = 0; // UNI port number in bits 4 to 7
@@ -32,28 +32,28 @@ struct sk_buff {
 
 namespace gpon::host {
 
-/* What the module did, in order of happening. */
+/* An action of the module; events are in the order of the actions. */
 struct event {
     enum kind { log, call } what;
-    std::string text; // log: one print, exactly as it came; call: the platform call as one line
+    std::string text; // log: one print, unchanged; call: the platform call as one line
 };
 using event_sink = std::function<void(const event&)>;
 
-/* Fresh platform: nothing loaded (an earlier module is dropped with all it allocated), jiffies 0,
- * both mapping functions set and answering 0, no fault armed. The sink stays. */
+/* Resets the platform: no module (an earlier one is dropped with all its allocations), jiffies 0,
+ * both mapping functions set and returning 0, no fault armed. The sink stays. */
 void reset();
 
-/* Receives every event; null turns recording off (formatting is skipped then). Calls to the sink
- * are serialised. */
+/* The sink receives every event; null disables recording and skips the formatting. Calls to the
+ * sink are serialised. */
 void set_sink(event_sink sink);
 
-/* The kernel's side of module loading. load answers init_module's value, or nothing when it
- * panicked; a panicked module is not to be used any more until reset(). */
+/* Loads and unloads the module. load returns the value of init_module, or no value after a panic;
+ * after a panic only reset() may follow. */
 std::optional<int> load();
 void unload();
 bool is_loaded(); // true also after a failed load, until unload()
 
-/* Doors; no value when the door is not there. */
+/* Entry points; they return no value if the device or file does not exist. */
 struct hook_answer {
     int ret;
     int api_result;
@@ -63,11 +63,12 @@ std::optional<long> ioctl(uint32_t command, uint64_t argument);
 std::optional<long> proc_write(std::string_view text);
 std::optional<long> proc_read();
 
-/* Time. advance lets jiffies pass; timers fire at their own time on the way. */
+/* Time. advance lets jiffies pass; timers fire at their own time during the call. */
 uint64_t jiffies();
 void advance(uint64_t count);
 
-/* The platform's two function pointers: none unsets, a value makes it answer that. */
+/* The platform's two function pointers: no value sets a null pointer, a value is returned by the
+ * function. */
 void set_mapping(std::optional<int> answer);
 void set_queue_mapping(std::optional<int> answer);
 
@@ -78,7 +79,7 @@ void disarm_faults();
 bool fault_fired(fault what); // since it was armed
 
 /* Allocation balance of the module: blocks not yet freed (call rcu_settle first), their bytes, and
- * the number of allocations ever asked for. */
+ * the number of all allocations so far. */
 struct memory_use {
     uint64_t live_blocks;
     uint64_t live_bytes;
@@ -87,16 +88,16 @@ struct memory_use {
 };
 memory_use memory();
 
-/* Off, every frame replays its rule and no remembered outcome is used; outlives reset(). On at the
- * start. */
+/* If off, every frame replays its rule, and no remembered outcome is used. On at the start; reset()
+ * does not change it. */
 void set_remembered_outcomes(bool on);
 
 /* Waits until every deferred free has run. */
 void rcu_settle();
 
-/* When deferred frees run, beyond what rcu_settle and unload wait for: in the background as soon
- * as they may (the default), there after a random time of up to so many microseconds, or not at
- * all. Outlives reset(). */
+/* When deferred frees run (rcu_settle and unload always run them): in the background as soon as
+ * possible (the default), in the background after a random time of up to that many microseconds, or
+ * not at all. reset() does not change it. */
 enum class grace { prompt, delayed, on_demand };
 void set_grace(grace mode, uint32_t microseconds = 0);
 

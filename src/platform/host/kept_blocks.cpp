@@ -10,7 +10,7 @@
 namespace gpon::host {
 namespace {
 
-// Guards what all threads share: the list of magazines, the depot, the list of all rooms.
+// Guards the shared data: the list of magazines, the depot, the list of all rooms.
 constinit std::mutex depot_lock;
 constinit magazine* magazines = nullptr;
 constinit block* depot[kept_sizes] = {};
@@ -22,7 +22,7 @@ std::vector<block*>& all_rooms()
     return *rooms;
 }
 
-// A magazine outlives its thread: its counts stay true, and the next thread gets its blocks.
+// A magazine outlives its thread: its counts stay valid, and the next thread gets its blocks.
 magazine& unused_magazine()
 {
     for (magazine* one = magazines; one; one = one->next)
@@ -52,7 +52,7 @@ public:
     registration& operator=(const registration&) = delete;
 };
 
-// A list's first blocks, at most so many, and what is left of it.
+// The first blocks of a list, up to a maximum, and the rest of the list.
 struct cut {
     block* last;
     block* rest;
@@ -77,7 +77,7 @@ magazine& make_own_magazine()
     thread_local const registration until_thread_ends;
     if (own_magazine)
         return *own_magazine;
-    // A thread that ends and still frees: what it does is counted, and no magazine is its own.
+    // A thread that frees while it ends: the free is counted, but the thread has no magazine.
     static auto* of_ended_threads = [] {
         const std::lock_guard held(depot_lock);
         magazine& made = unused_magazine();

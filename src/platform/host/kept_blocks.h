@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Blocks of the module's allocator that wait for the next to ask for their size, as a kernel's
- * slabs keep them: each thread has its own, and takes and gives them without a lock. What one
- * thread gives and another takes goes through a depot that all share. A block that was once made
- * is never given back to the C library.
+ * Freed blocks of the module's allocator, kept by size for the next allocation like the slabs of a
+ * kernel. Each thread has its own blocks, and takes and returns them without a lock. Blocks that
+ * one thread frees and another allocates pass through a shared depot. No block is returned to the C
+ * library.
  *
- * Not used under a sanitizer, which wants to see every block come and go.
+ * Not used under a sanitizer, which has to see every allocation and free.
  */
 #pragma once
 
@@ -17,7 +17,7 @@
 
 namespace gpon::host {
 
-/* What stands in front of every block. */
+/* The header of every block. */
 struct block {
     block* next;
     block* previous;
@@ -31,7 +31,7 @@ inline constexpr size_t kept_step = 16;
 inline constexpr size_t kept_largest = 1024;
 inline constexpr size_t kept_sizes = kept_largest / kept_step + 1;
 
-/* A count that its own thread changes and any thread reads. */
+/* A counter that only its own thread changes and any thread reads. */
 class thread_count {
 public:
     void add(uint64_t amount)
@@ -45,7 +45,7 @@ private:
     std::atomic<uint64_t> value_ = 0;
 };
 
-/* One thread's blocks and counts; a count may be below 0 when others' blocks were freed here. */
+/* Blocks and counters of one thread; a counter is below 0 if the thread freed blocks of others. */
 struct magazine {
     block* kept[kept_sizes] = {}; // linked by next
     uint32_t kept_count[kept_sizes] = {};
@@ -54,7 +54,7 @@ struct magazine {
     bool in_use = false;      // by a running thread
 };
 
-/* The calling thread's. */
+/* The magazine of the calling thread. */
 inline constinit thread_local magazine* own_magazine = nullptr;
 magazine& make_own_magazine();
 inline magazine& this_magazine()
@@ -62,7 +62,7 @@ inline magazine& this_magazine()
     return own_magazine ? *own_magazine : make_own_magazine();
 }
 
-/* Room for a block and its header, with a mark that is not live_mark; null without memory. */
+/* Memory for a block and its header, with a mark that is not live_mark; null without memory. */
 block* refill(magazine& from, size_t size);
 inline block* take_kept(magazine& from, size_t bytes)
 {
@@ -75,12 +75,12 @@ inline block* take_kept(magazine& from, size_t bytes)
     return room;
 }
 
-/* Blocks of one size that a thread keeps at most; it gives the depot the half of them, and takes
- * few from there at a time, so that neither happens again at once. */
+/* Maximum number of blocks of one size that a thread keeps. It passes half of them to the depot and
+ * takes a few at a time from there, so both happen rarely. */
 inline constexpr uint32_t kept_at_most = 1024;
 inline constexpr uint32_t taken_at_once = 64;
 
-/* Takes back the room of a block whose bytes are still those it was taken with. */
+/* Takes back the memory of a block that still has the size it was allocated with. */
 void give_half_to_depot(magazine& from, size_t size);
 inline void give_kept(magazine& to, block* room)
 {

@@ -19,7 +19,7 @@ constinit mutex gpon_flow_control_mutex;
 
 using namespace gpon::host;
 
-// The analysis knows these functions by their contract; std::mutex in them has none.
+// The thread-safety analysis uses the contracts of these functions; std::mutex has none.
 #define GPON_LOCK_GLUE GPON_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 void spin_lock_init(spinlock* lock)

@@ -12,7 +12,7 @@
 namespace gpon::host {
 namespace {
 
-// Level prefixes (\001 and a character) steer the kernel's log and are no part of the text.
+// Level prefixes (\001 and a character) are for the kernel's log and not part of the text.
 void drop_level_prefixes(std::string& text)
 {
     size_t skipped = 0;
@@ -61,14 +61,14 @@ int pr_cont(const char* text, ...)
     return length;
 }
 
-// Defined under a name of its own: <cstdio> has declared libc's snprintf before the seam could give
-// it another symbol, and clang keeps the first.
+// Defined under its symbol name: <cstdio> declares libc's snprintf before the platform interface
+// can give it another symbol, and clang keeps the first declaration.
 extern "C" [[gnu::format(printf, 3, 4)]] int
 seam_snprintf(char* buffer, size_t bytes, const char* text, ...) __asm__("gpon_os_snprintf");
 
 int seam_snprintf(char* buffer, size_t bytes, const char* text, ...)
 {
-    // A negative size that went through size_t; a kernel warns and writes nothing.
+    // A negative size that was converted to size_t; a kernel warns and writes nothing.
     if (bytes > INT_MAX)
         return 0;
     va_list arguments;
@@ -85,7 +85,7 @@ void dump_stack()
 
 void panic(const char* text, ...)
 {
-    // No string: abandon_load does not come back to destroy it.
+    // Not a std::string: abandon_load does not return, so no destructor runs.
     char words[1024];
     va_list arguments;
     va_start(arguments, text);

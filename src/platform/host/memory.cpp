@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Every block carries a header in front of it, and reset() frees what a dropped module left behind:
- * the live blocks are linked, but for the small ones outside of a sanitizer, which are kept by size
- * (kept_blocks.h) and can be told by their mark. Under the address sanitizer the header's second
- * half is poisoned: it is the gap that catches a write in front of a block.
+ * Every block has a header in front of it. reset() frees the blocks that a dropped module left:
+ * live blocks are linked, except small ones in builds without a sanitizer, which are kept by size
+ * (kept_blocks.h) and recognized by their mark. Under the address sanitizer the second half of the
+ * header is poisoned, to detect a write in front of a block.
  */
 #include <cstdlib>
 #include <cstring>
@@ -55,13 +55,13 @@ void set_guarded([[maybe_unused]] block* header, [[maybe_unused]] bool guarded)
 #endif
 }
 
-// Is a block of that size kept when it is freed?
+// Whether a block of that size is kept when it is freed.
 constexpr bool is_kept(size_t bytes)
 {
     return GPON_HOST_KEEPS_BLOCKS && bytes <= kept_largest;
 }
 
-// Not calloc, which goes past the C library's cache of free blocks.
+// Not calloc, which bypasses the C library's cache of free blocks.
 block* make_linked(size_t bytes)
 {
     auto* made = static_cast<block*>(std::malloc(sizeof(block) + bytes));
@@ -140,7 +140,7 @@ void kfree(const void* memory)
         return;
     block* header = static_cast<block*>(const_cast<void*>(memory)) - 1;
 #ifdef GPON_HOST_ASAN
-    // Read before the guard is lifted: a block freed twice must reach the sanitizer as it is.
+    // Read before the poison is removed, so that the sanitizer detects a block that is freed twice.
     if (!header->next)
         fatal("kfree of a block that is not allocated: %p", memory);
 #endif

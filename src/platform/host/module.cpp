@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The kernel's module loader: a fresh image of the module's data for every load, and a panic that
- * ends loading at once.
+ * The module loader: each load starts with the initial values of the module's data, and a panic
+ * ends the load at once.
  */
 #include <setjmp.h>
 
@@ -31,11 +31,11 @@ namespace {
 enum class module_state { absent, loaded, panicked };
 module_state state = module_state::absent;
 
-// Taken before main, when no code of the module can have run.
+// Copied before main, when no code of the module has run.
 const std::vector<std::byte> initial_data(__start_gpon_data, __stop_gpon_data);
 
 constinit thread_local bool loading = false;
-jmp_buf out_of_load; // of the thread that is loading
+jmp_buf out_of_load; // of the loading thread
 
 void restore_data()
 {
@@ -51,7 +51,7 @@ void close_doors()
     drop_chrdev();
 }
 
-// Apart from load(), so that no local of a caller is alive across the jump. False: panicked.
+// Separate from load(), so that no local of a caller is live across the jump. False after a panic.
 bool run_init(int& ret)
 {
     if (setjmp(out_of_load))
@@ -68,7 +68,7 @@ void abandon_load()
 {
     if (!loading)
         return;
-    // The jump passes over every unlock.
+    // The jump skips every unlock.
     if (this_thread.spinlock || this_thread.mutex || in_read_section())
         fatal("panic with a lock held");
     loading = false;

@@ -6,7 +6,7 @@
 
 #include "platform/api/kernel_api.h"
 
-/* The module's switch that only this platform has (pkt/outcome.h). */
+/* The switch of pkt/outcome.h; only this platform has it. */
 extern "C" {
 bool gpon_host_remembers_outcomes = true;
 }

@@ -34,7 +34,7 @@ auto find(proc_dir_entry& folder, std::string_view name)
                              [](const auto& entry) -> std::string_view { return entry->name; });
 }
 
-// Null when the name is taken.
+// Returns null if the name is taken.
 proc_dir_entry* add(proc_dir_entry& folder, const char* name, bool directory)
 {
     if (find(folder, name) != folder.entries.end())
@@ -44,7 +44,7 @@ proc_dir_entry* add(proc_dir_entry& folder, const char* name, bool directory)
     return folder.entries.back().get();
 }
 
-// The file that the module's operators write to; null when it is not there.
+// The file that operators write to; null if it does not exist.
 proc_dir_entry* debug_entry()
 {
     const auto folder = find(root, "gpon_flow");

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * RCU: read sections and grace periods are liburcu's, the queue of deferred frees is not. liburcu's
- * own call_rcu lets each batch ripen for 10 ms, which rcu_barrier, and with it every unload and
- * reset, would wait for. Here a thread of ours runs what is queued as soon as a grace period is
- * over, or some time later where a test asks for it, and rcu_barrier runs it itself. Lock:
- * batch_lock, held while a batch runs.
+ * RCU. Read-side sections and grace periods are those of liburcu, the queue of deferred frees is
+ * not: call_rcu of liburcu delays each batch by 10 ms, and rcu_barrier, every unload and every
+ * reset would wait for it. Here a thread runs the queued callbacks as soon as a grace period is
+ * over, or later if a test requests it, and rcu_barrier runs them itself. Lock: batch_lock, held
+ * while a batch runs.
  */
-// liburcu and the seam each have a struct of this name; liburcu's is not used.
+// liburcu and the platform interface both have a struct of this name; liburcu's is not used.
 #define rcu_head urcu_head
 #include <urcu/urcu-memb.h>
 #undef rcu_head
@@ -42,7 +42,7 @@ constinit std::mutex batch_lock;
 constinit std::atomic<grace> grace_mode = grace::prompt;
 constinit std::atomic<uint32_t> longest_delay = 0; // microseconds
 
-// Ties the end of a read section to the callbacks after it, for the thread sanitizer.
+// Orders the end of a read-side section before the callbacks after it, for the thread sanitizer.
 constinit char readers_done = 0;
 
 void enqueue(deferred_free* call)
@@ -84,8 +84,8 @@ void run_batch()
     }
 }
 
-// A program that waits for signals in its own threads must not be ended by one that came to a
-// thread started while this lives. A thread's own faults stay its own.
+// Blocks signals in threads that start while an object of this type exists: a program may wait for
+// signals in its own threads. Signals for faults of the thread itself are not blocked.
 class signals_stay_here {
 public:
     signals_stay_here()
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    // A reader that holds what was freed too early gets the time to look at it.
+    // Gives a reader time to access memory that was freed too early.
     void ripen()
     {
         const uint32_t longest = longest_delay.load(std::memory_order_relaxed);
@@ -148,7 +148,7 @@ private:
     std::minstd_rand random_;
     std::atomic<int> rings_ = 0;
     std::atomic<bool> stop_ = false;
-    std::thread thread_; // last: it uses the others
+    std::thread thread_; // last: it uses the other members
 };
 
 constinit thread_local bool registered = false;

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * A spinlock that costs what a kernel's costs: one atomic exchange to take it, a plain store to
- * give it back. A thread may be put aside while it holds one, which a kernel prevents; whoever
- * waits long therefore gives the CPU away.
+ * A spinlock with the cost of a kernel's spinlock: one atomic exchange to lock, a plain store to
+ * unlock. Unlike in a kernel, a thread may be preempted while it holds the lock; a thread that
+ * waits long therefore yields the CPU.
  */
 #pragma once
 

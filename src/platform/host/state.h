@@ -1,31 +1,31 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* What each service of the platform does when a module goes; for load, unload and reset. */
+/* The actions of each service when a module is removed; for load, unload and reset. */
 #pragma once
 
 #include <cstdint>
 
-/* An open file; the module is handed one and keeps nothing in it. */
+/* An open file; the module gets a pointer to it and stores nothing in it. */
 struct file {};
 
 namespace gpon::host {
 
-/* The doors close: nothing of the module is called any more. */
+/* Closes the entry points: no function of the module is called any more. */
 void drop_chrdev();
 void drop_proc_entries();
 void drop_timers();
-/* Leaves the platform's own mapping hook registered, and nothing else. */
+/* Unregisters all hooks except the platform's own mapping hook. */
 void drop_hooks();
 
 /* Jiffies 0, no timer. */
 void reset_time();
 
-/* Frees what is still allocated and starts the counts anew. */
+/* Frees all remaining allocations and resets the counters. */
 void reset_memory();
 
 /* Deferred frees that have not run yet. */
 uint64_t deferred_frees();
 
-/* Leaves load() at once, if the caller is inside; returns otherwise. */
+/* Ends load() at once if the caller is inside it; otherwise returns. */
 void abandon_load();
 
 } // namespace gpon::host

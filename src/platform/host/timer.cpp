@@ -36,15 +36,15 @@ timer_list* running = nullptr;
 std::thread::id runner;
 std::condition_variable callback_returned;
 
-// A timer whose time is over fires at the next tick, as in a kernel.
+// An overdue timer fires at the next tick, as in a kernel.
 uint64_t ticks_until(const timer_list* timer)
 {
     const auto ticks = static_cast<int64_t>(timer->expires - now.load(std::memory_order_relaxed));
     return static_cast<uint64_t>(std::max<int64_t>(ticks, 1));
 }
 
-// Moves the time to the first timer that comes due within the count and makes it the running one;
-// null, at the end of the count, when there is none.
+// Advances the time to the first timer that expires within the count and makes it the running one.
+// Without such a timer, advances by the whole count and returns null.
 timer_list* next_due(uint64_t& count)
 {
     const std::lock_guard held(timers_lock);

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * What the thread sanitizer cannot see by itself, and what it must not see.
+ * Annotations for the thread sanitizer.
  *
- * liburcu orders its threads with barriers inside a library that is not instrumented: the edges
- * that it guarantees are told with acquire and release. The platform's own bookkeeping takes locks
- * where a kernel's fast path takes none: hidden takes these out of sight, or every allocation would
- * order the threads that the module forgot to order.
+ * liburcu orders its threads with barriers inside a library that is not instrumented; acquire and
+ * release annotations state this order. The platform's own bookkeeping takes locks where a kernel's
+ * fast path takes none; "hidden" hides these. Otherwise every allocation would order threads that
+ * the module does not order.
  */
 #pragma once
 
@@ -47,7 +47,7 @@ inline void release([[maybe_unused]] void* at)
 #endif
 }
 
-/* While one lives, this thread's accesses and locks are neither checked nor order anything. */
+/* While an object exists, accesses and locks of this thread are not checked and order nothing. */
 class hidden {
 public:
     hidden()

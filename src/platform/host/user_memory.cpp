@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * User memory is the process's own, but the address may be any: the kernel copies, and answers
- * for addresses that nobody may read, where a load would end the process.
+ * User memory is the memory of the process, at any address: the kernel makes the copy and reports
+ * an unreadable address, where a plain load would end the process.
  */
 #include <sys/uio.h>
 #include <unistd.h>
@@ -41,7 +41,7 @@ unsigned long copy_from_user(void* to, const void* user_from, unsigned long byte
 {
     assert_may_sleep("copy_from_user");
     const size_t copied = take_fault(fault::copy) ? 0 : copy_readable(to, user_from, bytes);
-    // The kernel clears what it could not fill.
+    // As in the kernel, the part that could not be copied is cleared.
     std::memset(static_cast<char*>(to) + copied, 0, bytes - copied);
     return bytes - copied;
 }

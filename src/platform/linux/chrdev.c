@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The character device. Registering takes the numbers at once, so that the core learns of a
- * conflict, but the device is there for user space only after the whole load has succeeded: the
- * kernel frees a module whose load failed without asking who has its device open.
+ * The character device. Registration reserves the numbers at once, so the core detects a conflict.
+ * User space can open the device only after the whole load has succeeded: the kernel frees a module
+ * whose load failed even if its device is open.
  *
- * No class and no udev node stand behind it: whoever installs the module makes the node, for
- * root only ("mknod -m 0600 /dev/gpon_flow c 184 0"), since every opener may reconfigure the ONU.
+ * There is no class and no udev node. The installation creates the node for root only
+ * ("mknod -m 0600 /dev/gpon_flow c 184 0"), because every opener can reconfigure the ONU.
  */
 #include <linux/cdev.h>
 #include <linux/compat.h>
@@ -76,8 +76,8 @@ void gpon_glue_open_chrdev(void)
 {
 	if (!device || !cdev_add(device, first_device, device_count))
 		return;
-	/* The load stands without its device, as it does when the numbers are taken, and the core's
-	 * words for it are what an operator looks for. */
+	/* The module stays loaded without its device, as when the numbers are taken. Operators search
+	 * for the core's message, so it is printed here too. */
 	gpon_os_printk("ERROR!gpon_flow_ioctl_init,create chrdev gpon_flow fail\n");
 	gpon_glue_drop_chrdev();
 }
@@ -91,8 +91,8 @@ void gpon_glue_drop_chrdev(void)
 	unregister_chrdev_region(first_device, device_count);
 }
 
-/* Takes the numbers back only when they are ours: another driver may own them, and then the core
- * still asks for this on its way out. */
+/* Releases the numbers only if this module reserved them. If another driver owns them, the core
+ * still calls this function at unload. */
 void gpon_os___unregister_chrdev(unsigned int major, unsigned int first_minor,
 				 unsigned int minors, const char *name)
 {

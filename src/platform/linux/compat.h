@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The only place that knows kernel versions: what changed its name or shape between 5.4 and 6.12,
- * under one name each. Written for the C glue of both modules; 5.4 compiles it as gnu89.
+ * The only file that depends on kernel versions: one name for each interface that changed its name
+ * or form between 5.4 and 6.12. For the C glue of both modules; 5.4 compiles it as gnu89.
  */
 #ifndef GPON_LINUX_COMPAT_H
 #define GPON_LINUX_COMPAT_H
@@ -14,8 +14,8 @@
 
 #define GPON_KERNEL_SINCE(major, minor) (LINUX_VERSION_CODE >= KERNEL_VERSION(major, minor, 0))
 
-/* Operations of a proc entry. A proc entry without a seek function refuses lseek(), which shells
- * and stdio call on their own. */
+/* Operations of a proc entry. Without a seek function an entry refuses lseek(), which shells and
+ * stdio call. */
 #if GPON_KERNEL_SINCE(5, 6)
 #define GPON_PROC_OPS(name, read_function, write_function) \
 	static const struct proc_ops name = { \
@@ -62,7 +62,7 @@
 #define gpon_timer_delete_sync(timer) del_timer_sync(timer)
 #endif
 
-/* Hands a received packet to the stack from any context. */
+/* Passes a received packet to the stack, from any context. */
 #if GPON_KERNEL_SINCE(5, 18)
 #define gpon_netif_rx(skb) netif_rx(skb)
 #else
@@ -76,7 +76,7 @@
 #define gpon_set_lockless_transmit(dev) ((dev)->features |= NETIF_F_LLTX)
 #endif
 
-/* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string from 6.13 on; neither module uses
- * a namespace, so nothing stands here for them. */
+/* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string since 6.13. Neither module uses a
+ * namespace, so no definition is needed here. */
 
 #endif

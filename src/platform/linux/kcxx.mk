@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
 # Builds gpon_flow_whole.o, or for another module $(kcxx_module)_whole.o, from C++ and C
-# (gpon_core_objs, gpon_glue_objs, named from the Kbuild's folder). The kernel's build knows no C++:
-# its own rule for C compiles it here, with another compiler and without the flags that only C
-# takes. Dependencies, tracing, sanitizers and objtool thereby follow whatever the kernel at hand
-# does.
+# (gpon_core_objs, gpon_glue_objs, relative to the Kbuild's folder). The kernel's build does not
+# support C++. This file uses its rule for C with another compiler and without the flags that are
+# valid for C only. Dependencies, tracing, sanitizers and objtool thus follow the kernel's
+# configuration.
 
 kcxx-objs := $(addprefix $(obj)/,$(gpon_core_objs))
 kglue-objs := $(addprefix $(obj)/,$(gpon_glue_objs))
@@ -20,8 +20,8 @@ kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prot
 	-Wno-pointer-sign -Wmissing-parameter-type -Wjump-misses-init -Wnested-externs \
 	-fno-gnu89-inline -Wno-int-conversion -Wno-override-init -Woverride-init
 
-# -fno-weak: the copies of an inline function stay with their objects, where the kernel's tables
-# of traced functions look for them.
+# -fno-weak: the copies of an inline function stay in their objects, where the kernel's tables of
+# traced functions expect them.
 kcxx-add := -std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 	-fno-use-cxa-atexit -fno-sized-deallocation -fno-operator-names -funsigned-char \
 	-fvisibility=hidden -fno-weak -I$(src)/src
@@ -30,7 +30,7 @@ ifdef CONFIG_ARM64
 kcxx-add += $(call cc-option,-mno-outline-atomics)
 endif
 
-# Kernel stacks are small and the walk is nine steps deep. Sanitizers need more room.
+# Kernel stacks are small and a walk is up to nine steps deep. Sanitizers need more stack.
 ifeq ($(CONFIG_KASAN)$(CONFIG_KCSAN),)
 kframe := -Werror=frame-larger-than=1024
 endif
@@ -39,16 +39,16 @@ ifdef CONFIG_PROVE_RCU
 kcxx-add += -DGPON_DEBUG_CHECKS
 endif
 
-# For the check of the stack's depth: frame sizes and calls, beside the objects (*.ci).
+# For the check of the stack depth: frame sizes and calls, in files beside the objects (*.ci).
 ifdef GPON_CALL_GRAPH
 kgraph := $(call cc-option,-fcallgraph-info=su)
 endif
 
-# The glue has the module's ends, and calls those of the core.
+# The glue defines the load and unload functions of the module, and calls those of the core.
 $(obj)/src/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
 	-Dcleanup_module=gpon_core_cleanup_module
 
-# These objects are not in the list of a module, so the kernel's build is told what they are.
+# These objects are not in the list of a module, so the kernel's build needs these settings.
 $(kcxx-objs) $(kglue-objs): private part-of-module := y
 $(kcxx-objs) $(kglue-objs): private modname := $(kcxx-module)
 $(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe) $(kgraph)

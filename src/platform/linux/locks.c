@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The two locks of the module. Each has a lock class of its own, under its own name, so that a
- * report of the lock checker points at the right one. */
+/* The two locks of the module. Each has its own lock class and name, so that a report of the lock
+ * checker names the right one. */
 #include <linux/lockdep.h>
 #include <linux/mutex.h>
 #include <linux/spinlock.h>

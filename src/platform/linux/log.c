@@ -17,9 +17,9 @@ int gpon_os_printk(const char *text, ...)
 	return length;
 }
 
-/* The continuation mark must precede the text, which is not known before run time; the kernel
- * takes a second format with its arguments as one argument. A va_list that is a parameter has lost
- * its type on some machines: its copy has it. */
+/* The continuation mark precedes the text, which is known at run time only. The kernel accepts a
+ * second format with its arguments as one argument (%pV). On some machines a va_list parameter
+ * decays to a pointer; its copy keeps the type. */
 int gpon_os_vpr_cont(const char *text, va_list args)
 {
 	struct va_format line;
@@ -61,9 +61,9 @@ void gpon_os_dump_stack(void)
 	dump_stack();
 }
 
-/* Called through a pointer that the compiler cannot follow: objtool would find out that this
- * function never returns and complain about the code behind its calls in the core, where the
- * compiler does not know. */
+/* Called through a pointer that the compiler cannot follow. Otherwise objtool detects that this
+ * function never returns and reports the code after its calls in the core, where the compiler does
+ * not know this. */
 void gpon_os_panic(const char *text, ...)
 {
 	void (*stop)(const char *text, ...) = panic;

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Memory: the packet path and code under the rule table's lock allocate, so nothing may sleep.
+ * Memory. The packet path and code under the rule table's lock allocate, so an allocation never
+ * sleeps.
  *
- * A packet's buffers live for one call and come in a few sizes, so a CPU keeps the last blocks that
- * were given back and hands them out again, which costs a fraction of the kernel's allocator. Slots
- * are emptied and filled by single operations that neither a softirq nor another task on the CPU
- * can get in between of. Kernels built to look for faults in the use of memory see each call.
+ * The buffers of a packet live for one call and have a few sizes. Each CPU therefore keeps the
+ * blocks that were freed last and reuses them, which costs a fraction of the kernel's allocator. A
+ * slot is emptied or filled by one operation that neither a softirq nor another task on the CPU can
+ * interrupt. Kernels with memory debugging pass each call to the kernel's allocator.
  */
 #include <linux/log2.h>
 #include <linux/percpu.h>
@@ -63,7 +64,7 @@ void *gpon_os_kzalloc(size_t bytes, unsigned int flags)
 	unsigned int shift;
 	void *block;
 
-	/* The seam knows GFP_ATOMIC only, whatever its number is over there. */
+	/* The platform interface has only GFP_ATOMIC, with a number of its own. */
 	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
 		return kzalloc(bytes, GFP_ATOMIC);
 	shift = order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
@@ -87,7 +88,7 @@ void gpon_os_kfree(const void *memory)
 	kfree(block);
 }
 
-/* Nobody allocates or frees any more. */
+/* No allocation or free follows this call. */
 void gpon_glue_drop_memory(void)
 {
 	unsigned int shift, i;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The two ends of the module's life. The core's own init_module and cleanup_module are compiled
- * under other names (Kbuild) and run in here. The core does not roll back a load that failed; in
- * a process that is harmless, but here the code goes away with the failure, so the glue takes down
- * what still stands.
+ * Load and unload of the module. The core's init_module and cleanup_module are compiled under
+ * other names (Kbuild) and are called here. The core does not roll back a failed load. This is
+ * harmless in a process, but the kernel frees the code of the module, so the glue releases what is
+ * left.
  *
- * On the way out the core gives up its hook last, when its stores are already empty: packets may
- * meet it until then, and the framework's unregister function returns when no call is left.
+ * At unload the core unregisters its hook last, after it has emptied its stores. Packets may reach
+ * the hook until then; the framework's unregister function returns when no call is left.
  */
 #include <linux/init.h>
 #include <linux/module.h>
@@ -17,7 +17,7 @@ int gpon_core_init_module(void);
 void gpon_core_cleanup_module(void);
 int gpon_hash_exit(void);
 
-/* The build hides what is not said to be seen, and the kernel looks for these two by name. */
+/* The build hides all symbols without this attribute; the kernel finds these two by name. */
 __visible __attribute__((visibility("default"))) int init_module(void);
 __visible __attribute__((visibility("default"))) void cleanup_module(void);
 
@@ -36,7 +36,7 @@ static int __init load(void)
 
 	if (ret) {
 		gpon_glue_drop_proc();
-		/* The rule table and its timer are up before anything that can fail. */
+		/* The rule table and its timer are initialized before any step that can fail. */
 		gpon_hash_exit();
 		take_down();
 		return ret;

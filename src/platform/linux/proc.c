@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Proc entries. The glue keeps its own list of what it made: the core removes "debug" at the proc
- * root, where it is not, and then the directory that still holds it. The first is a name that
- * nobody has, which the kernel would report as a bug; the second takes the whole tree along.
+ * Proc entries. The glue keeps its own list of entries. The core removes "debug" from the proc
+ * root, where it does not exist, and then the directory that contains it. The kernel would report
+ * the first as a bug, so the glue ignores it; the second removes the whole tree.
  *
- * An entry's handlers run inside of the kernel's count of an entry's users, so a removal waits
- * for them, and a file that stays open afterwards answers -EIO without reaching this module.
+ * The kernel counts the users of an entry while a handler runs, so a removal waits for handlers. A
+ * file that stays open afterwards returns -EIO without a call into this module.
  *
- * Mode 0, which the core asks for, is what the kernel makes of it: a regular file that everybody
- * may read and only root may write.
+ * The core requests mode 0. The kernel makes it a regular file that everybody may read and only
+ * root may write.
  */
 #include <linux/fs.h>
 #include <linux/list.h>
@@ -29,7 +29,7 @@ struct proc_record {
 	long (*write)(struct file *file, const char *user_text, unsigned long count);
 };
 
-/* Changed by load and unload only, newest first: a directory comes after what is in it. */
+/* Changed by load and unload only, newest first: a directory comes after its entries. */
 static LIST_HEAD(proc_records);
 
 static ssize_t proc_read(struct file *file, char __user *text, size_t count, loff_t *position)
@@ -111,7 +111,7 @@ static void forget_record(struct proc_record *record)
 	kfree(record);
 }
 
-/* A record is freed only after its entry is gone: until then a handler may be looking at it. */
+/* A record is freed only after its entry is removed: a handler may read it until then. */
 static void remove_record(struct proc_record *doomed)
 {
 	struct proc_dir_entry *entry = doomed->entry;

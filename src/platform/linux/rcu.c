@@ -6,7 +6,7 @@
 
 #include "glue.h"
 
-/* The core embeds a head of its own declaration in what it frees later. */
+/* The core embeds a head that it declares itself in the records that it frees later. */
 static_assert(sizeof(struct rcu_head) == 2 * sizeof(void *));
 static_assert(offsetof(struct rcu_head, next) == 0);
 static_assert(offsetof(struct rcu_head, func) == sizeof(void *));
@@ -43,6 +43,6 @@ void gpon_os_check_list_access(void)
 void gpon_glue_wait_for_rcu(void)
 {
 	synchronize_rcu();
-	/* A callback's code lies in this module. */
+	/* The code of a callback is in this module. */
 	rcu_barrier();
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Jiffies and the one timer. It is remembered whether the timer is set up: a load that failed
- * leaves it running, and stopping a timer that never was set up is an error of its own. */
+/* Jiffies and the timer. A flag records whether the timer is set up: a failed load leaves it
+ * running, and stopping a timer that was never set up is an error. */
 #include <linux/jiffies.h>
 #include <linux/timer.h>
 

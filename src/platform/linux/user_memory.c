@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* User memory: the checked copy, since every address in a control record comes from outside. */
+/* User memory: the checked copy. Every address in a control record comes from user space. */
 #include <linux/uaccess.h>
 
 #include "glue.h"
