@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Ratios of this machine and instructions of a guest to lines NAME RATIO TARGET met|missed. A ratio
-# whose other side is not there is "skipped".
+# Converts ratios of this machine and instructions of a guest to lines NAME RATIO TARGET
+# met|missed. A ratio without its second figure is "skipped".
 
 def two: . * 100 | round / 100;
 

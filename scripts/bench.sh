@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# What the subcommands that measure on this machine share. Sourced after scripts/build.sh.
+# Functions of the subcommands that measure on this machine. Sourced after scripts/build.sh.
 
-# build_benchmarks TARGET...: with DPDK's hash table if it can be had here.
+# build_benchmarks TARGET...: with DPDK's hash table if DPDK is available.
 build_benchmarks() {
     need bench
     if ! need bench-peers; then
@@ -37,7 +37,7 @@ ratios_section() {
     printf "\nMeasured by \`./run bench-ratios --write\`: %s.\n" "$(machine)"
 }
 
-# What the figures were measured on.
+# The machine and compiler of the measurement.
 machine() {
     printf '%s, g++ %s' "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)" \
         "$(g++ -dumpfullversion)"

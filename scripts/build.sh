@@ -7,10 +7,10 @@
 
 GPON_JOBS=${GPON_JOBS:-$(nproc)}
 
-# Put before the commands that build and test, which also start what was built.
+# Prefix of the commands that build and test; the built programs inherit it.
 GPON_THROUGH=()
 
-# The release configuration lives in the build folder itself, every other in a folder of its name.
+# The release configuration uses the build folder itself, each other one a subfolder of its name.
 preset_dir() {
     if [ "$1" = release ]; then
         echo "$GPON_BUILD_DIR"
@@ -19,7 +19,7 @@ preset_dir() {
     fi
 }
 
-# need_for PRESET...: the packages that configuring and building these takes.
+# need_for PRESET...: installs the packages that these need.
 need_for() {
     local preset groups=(build test)
     for preset in "$@"; do
@@ -33,7 +33,7 @@ need_for() {
     need "${groups[@]}"
 }
 
-# build_preset PRESET [TARGET...]: goes on after an error, so that one run shows them all.
+# build_preset PRESET [TARGET...]: continues after an error, so that one run shows all errors.
 build_preset() {
     local dir target targets=()
     need_for "$1" || return 1

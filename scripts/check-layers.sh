@@ -3,13 +3,13 @@
 #
 # usage: check-layers.sh [ROOT]
 #
-# The core is layered, and a file includes its own layer and lower ones only. From the standard
-# library it takes nothing but headers that need no library behind them.
+# The core is layered: a file includes only its own layer and lower ones. Of the standard library it
+# includes only headers that need no library at run time.
 set -eu
 cd "${1:-$(dirname "$0")/..}"
 
-# Sets rank: the layer of a file below src/, empty outside of the layers. The longest path
-# that names the file decides.
+# Sets rank: the layer of a file below src/, empty outside of the layers. The longest matching path
+# counts.
 rank_of() { # FILE
     local longest=0 number=0 path
     rank=

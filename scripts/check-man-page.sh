@@ -3,8 +3,8 @@
 #
 # usage: check-man-page.sh GPONFLOW PAGE
 #
-# Every subcommand has a section of its own in the manual page, and every option of it stands in
-# that section. What there is comes from the tool's completion, which asks no help.
+# Every subcommand has a section in the manual page, and the section contains every option of the
+# subcommand. The names come from the tool's completion, which does not use the help texts.
 set -eu
 tool=$1
 page=$2

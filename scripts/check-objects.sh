@@ -4,15 +4,16 @@
 # usage: check-objects.sh host OBJECT...          the core as built for a process
 #        check-objects.sh module OBJECT HOST...   the core linked as for a kernel, and the former
 #
-# A process loads the module many times and puts its data back by copying one section, so mutable
-# data outside of it would survive an unload. A kernel does not run static constructors, and has
-# no symbol but those of the seam. Tools come from NM, OBJDUMP and HOST_OBJDUMP.
+# A process loads the module many times and resets its data by copying one section, so mutable data
+# outside of this section would survive an unload. A kernel does not run static constructors, and
+# provides only the symbols of the platform interface. NM, OBJDUMP and HOST_OBJDUMP name the tools.
 set -eu
 nm=${NM:-nm}
 objdump=${OBJDUMP:-objdump}
 host_objdump=${HOST_OBJDUMP:-objdump}
 
-# What the core may leave undefined: the seam, the platform's packet path, what a compiler emits.
+# Symbols that the core may leave undefined: the platform interface, the platform's packet path,
+# functions that a compiler calls.
 allowed_undefined='^(gpon_os_[A-Za-z0-9_]+|vorn_(un)?register_hook|gpon_flow_mapping_hook_ops'
 allowed_undefined+='|gpon_mapping_hook|gpon_queue_mapping_hook|mem(cpy|set|cmp|move))$'
 
@@ -23,7 +24,7 @@ complain() {
     failed=1
 }
 
-# SECTION-PATTERN OBJECT...: names of the matching sections that hold anything, as SECTION BYTES.
+# SECTION-PATTERN OBJECT...: names of the matching sections that are not empty, as SECTION BYTES.
 filled_sections() {
     "$objdump" -h -w "${@:2}" | awk -v pattern="$1" '
         $1 ~ /^[0-9]+$/ && $2 ~ pattern && $3 !~ /^0+$/ { print $2, "0x" $3 }'
@@ -42,7 +43,7 @@ symbols_in() {
 
 constructors='^[.](init_array|ctors|preinit_array|fini_array|dtors)'
 mutable='^([.]data|[.]bss|[.]tdata|[.]tbss|COMMON)'
-# Constant tables that hold addresses are written by the dynamic linker only.
+# Only the dynamic linker writes constant tables that contain addresses.
 relocated='^[.]data[.]rel[.]ro'
 
 check_constructors() {
@@ -71,7 +72,7 @@ check_undefined() {
     fi
 }
 
-# A static object inside a function has a number behind its name, which differs between compilers.
+# The name of a static object in a function ends with a number, which differs between compilers.
 data_names() {
     awk '{ sub(/[.][0-9]+$/, "", $2); print $2 }' | sort -u
 }

@@ -3,7 +3,7 @@
 #
 # usage: check-packages.sh GPONFLOW.deb GPON-FLOW-DKMS.deb
 #
-# What the Debian packages hold, without a system to install them in.
+# Checks the contents of the Debian packages without installing them.
 set -eu
 tool=$1
 modules=$2
@@ -18,7 +18,7 @@ list() {
     dpkg-deb --fsys-tarfile "$1" | tar -t | sed 's#^\./##' | grep -v '/$'
 }
 
-# PACKAGE FILE...: each is there, and has something in it.
+# PACKAGE FILE...: each file exists and is not empty.
 has() {
     local package=$1 file
     shift
@@ -29,7 +29,7 @@ has() {
     done
 }
 
-# PACKAGE PATTERN WHAT: no file's name matches.
+# PACKAGE PATTERN WHAT: no file name matches.
 has_not() {
     local found
     found=$(list "$1" | grep -E "$2" || true)
@@ -47,7 +47,7 @@ says() {
     done
 }
 
-# Each source of the modules that the tree has, the package has, too.
+# The package contains every source of the modules.
 has_sources() {
     local missing
     missing=$(comm -23 \

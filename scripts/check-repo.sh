@@ -3,7 +3,7 @@
 #
 # usage: check-repo.sh [ROOT]
 #
-# What every file under version control must and must not hold.
+# Rules for the contents of every file under version control.
 set -eu
 cd "${1:-$(dirname "$0")/..}"
 
@@ -14,7 +14,7 @@ complain() { # reads the offending lines
     failed=1
 }
 
-# An unpacked archive has no list of tracked files: there every file counts that is not made.
+# An unpacked archive has no list of tracked files: every file that is not built is checked there.
 list_files() {
     git ls-files -z 2>/dev/null ||
         find . \( -name .git -o -path './build*' \) -prune -o -type f -printf '%P\0'
@@ -23,7 +23,7 @@ list_files() {
 mapfile -d '' -t files < <(list_files)
 texts=()
 for file in "${files[@]}"; do
-    # grep -I takes a file with a zero byte for binary.
+    # grep -I treats a file with a zero byte as binary.
     if [ -s "$file" ] && grep -qI . "$file"; then
         texts+=("$file")
     fi
@@ -49,7 +49,7 @@ if [ -n "$found" ]; then
     complain "a source without its licence in the first three lines" <<<"$found"
 fi
 
-# A transcript holds what the module printed, to the byte.
+# A transcript contains the module's output byte for byte.
 sources=()
 for file in "${texts[@]}"; do
     case $file in

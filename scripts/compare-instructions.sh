@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# BASELINE MEASURED: a line for each loop that changed; fails when one takes over 3 % more
-# instructions, or more memory, or is not there any more.
+# BASELINE MEASURED: prints a line for each loop that changed; fails if one takes over 3 % more
+# instructions, takes more memory, or is missing.
 set -eu
 
 if [ ! -f "$1" ]; then

@@ -6,8 +6,8 @@ set -eu
 
 counts=$(mktemp -d)
 trap 'rm -rf "$counts"' EXIT
-# Symbols are bound at once: the first call of a library function would cost more than the next.
-# Of the first thread alone: another one frees what the commands before left, when it likes.
+# Symbols are bound at start, because the first call of a library function would cost more than the
+# next. Only the first thread is counted: another one frees memory of earlier commands at any time.
 LD_BIND_NOW=1 valgrind --tool=callgrind --instr-atstart=no --separate-threads=yes \
     --callgrind-out-file="$counts/loop" "$1"
 

@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# One line for each step; what the step itself printed goes to a log and is shown when it failed.
+# Prints one line for each step. The output of the step goes to a log, which is shown if it fails.
 
-# Where everything that is made goes; another folder lets two builds of one tree live side by side.
+# The folder for all products; with another folder, two builds of one tree can exist side by side.
 GPON_BUILD_DIR=${GPON_BUILD_DIR:-build}
 
 GPON_LOG_TAIL=120
 
-# step NAME COMMAND...: runs the command quietly, answers its status.
+# step NAME COMMAND...: runs the command quietly, returns its status.
 step() {
     local name=$1 log=$GPON_BUILD_DIR/logs/$1.log start=$SECONDS status=0
     shift

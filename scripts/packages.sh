@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Installs what a subcommand needs, and only that: "need build test" takes the groups of
-# packages.txt, asks dpkg what is missing and lets apt install it. Sourced in the tree's root.
+# Installs the packages that a subcommand needs. "need build test" looks up these groups in
+# packages.txt, asks dpkg for the missing packages and installs them with apt. Sourced in the tree's
+# root.
 
 packages_of_group() {
     if ! grep -q "^$1:" packages.txt; then
@@ -12,7 +13,7 @@ packages_of_group() {
 }
 
 missing_packages() {
-    # dpkg-query reports a name that it never heard of as an error, so such a name has no line.
+    # dpkg-query reports an unknown name as an error, so such a name has no line.
     dpkg-query -W -f='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null |
         awk -v wanted="$*" '
             $2 == "installed" { there[$1] = 1 }
@@ -27,7 +28,7 @@ apt_get() {
     if [ "$(id -u)" != 0 ]; then
         as_root=(sudo)
     fi
-    # Another apt at work is waited for; Debian's mirrors drop a connection now and then.
+    # Waits for another running apt; retries, because mirrors drop a connection now and then.
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get -qq -o DPkg::Lock::Timeout=600 -o Acquire::Retries=3 "$@" </dev/null
 }
@@ -43,7 +44,7 @@ install_packages() {
     fi
     echo "installing: $*"
     mkdir -p "$GPON_BUILD_DIR/logs"
-    # Stale package lists only matter when the installation below fails, which then says so.
+    # Stale package lists matter only if the installation below fails, and it reports that.
     if [ -z "${GPON_APT_UPDATED:-}" ]; then
         apt_get update >>"$GPON_BUILD_DIR/logs/apt.log" 2>&1 || true
         export GPON_APT_UPDATED=1

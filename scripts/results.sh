@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# Measured figures are documents of their own, which a command rewrites whole, so that the history
-# of the text around them is not that of the figures. Sourced by the subcommands that have --write.
+# Measured figures are in separate documents, which a command rewrites as a whole. The history of
+# figures is thus separate from that of the text. Sourced by the subcommands with --write.
 
 # write_result NAME TITLE: standard input becomes docs/results/NAME.md.
 write_result() {

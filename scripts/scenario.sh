@@ -3,8 +3,8 @@
 #
 # usage: scenario.sh check|record GPONFLOW FILE.scn...
 #
-# A scenario has its transcript beside it. check compares what the tool prints now with it; record
-# writes it anew. Both start in the root of the tree, so that no transcript holds another path.
+# The transcript of a scenario is in the same folder. check compares the tool's output with it; record
+# writes it. Both start in the root of the tree, so transcripts contain no other path.
 set -eu
 
 failed=0
@@ -13,7 +13,7 @@ complain() {
     failed=1
 }
 
-# TOOL FILE OUT: a scenario that cannot be run, or one of whose expectations fails, is an error.
+# TOOL FILE OUT: an invalid scenario or a failed expectation is an error.
 run_scenario() {
     local status=0
     "$1" run --mask-lines "$2" >"$3" || status=$?

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Which sources the tools that read sources are given. A file not yet under version control counts.
+# Lists of sources for the static checks. They include files that are not yet under version control.
 
 tracked_and_new() {
     git ls-files --cached --others --exclude-standard -- "$@" | sort -u | while IFS= read -r file; do
@@ -9,7 +9,8 @@ tracked_and_new() {
     done
 }
 
-# The kernel's C style is another; the seam's macros and the user-space header are set by hand.
+# Without C in the kernel's style, and without the macros of the platform interface and the user-space
+# header, which are formatted by hand.
 cpp_sources_to_format() {
     tracked_and_new '*.cpp' '*.h' |
         grep -Ev '^(src/platform/linux/|softonu/|src/platform/api/kernel_api\.h|src/include/uapi/)'

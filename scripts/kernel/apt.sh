@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# Downloads of packages that are never installed: apt works on lists of its own below build/kernel,
-# so this needs no root and leaves the machine as it is. Sourced after common.sh.
+# Downloads packages without installing them. apt uses its own lists below build/kernel, so this needs
+# no root and does not change the machine. Sourced after common.sh.
 
 apt_dir=$GPON_KERNEL_DIR/apt
 
 apt_setup() {
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
     : >"$apt_dir/status"
-    # The sources, their keys and proxies are the machine's own.
+    # The sources, their keys and proxies are those of the machine.
     apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
         -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
         -o APT::Architectures::=amd64 -o APT::Architectures::=arm64

@@ -3,8 +3,8 @@
 #
 # usage: bench-fetch.sh ARCH
 #
-# Adds the program that Open vSwitch's kernel datapath is filled with, and its libraries, to what
-# fetch.sh unpacked. Nothing is installed. Done once: the stamp lies among what it speaks of.
+# Adds the program that configures Open vSwitch's kernel datapath, and its libraries, to the files of
+# fetch.sh. Nothing is installed. Runs once; the stamp is in the same folder.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -15,7 +15,7 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 [ $# = 1 ] || fail "an architecture is needed"
 root=$(kernel_root "$1")
 debian=$(debian_arch "$1")
-# Of all that openvswitch-switch wants, the daemons' Python is not needed.
+# Of the dependencies of openvswitch-switch, the daemons' Python is not needed.
 packages=(openvswitch-switch libbpf1 libcap-ng0 libelf1 libevent-2.1-7 libexpat1 libhogweed6
     libnettle8 libgmp10 libnghttp2-14 libnuma1 libprotobuf-c1 libssl3 libsystemd0 libunbound8
     libxdp1 zlib1g liblz4-1 liblzma5 libzstd1 libgcrypt20 libgpg-error0 libcap2)

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# What becomes of a guest's figures: tables, the section of a document, the baseline.
+# Output of a guest's figures: tables, the section of a document, the baseline.
 
 # JSON...: a table in Markdown, a pair of columns for each architecture.
 guest_table() {
@@ -23,7 +23,7 @@ guest_section() {
     echo "Measured by \`./run bench-kernel $(jq -rs 'map(.arch) | join(" ")' "$@") --write\`."
 }
 
-# FILE JSON...: what later runs are compared with. Other architectures keep theirs.
+# FILE JSON...: writes the baseline. Other architectures keep their figures.
 write_guest_baseline() {
     local file=$1 old='{}'
     shift
@@ -35,8 +35,8 @@ write_guest_baseline() {
     mv "$file.new" "$file"
 }
 
-# BASELINE JSON: a line for each figure; fails when one is over 3 % above the baseline. Without a
-# baseline for the architecture it fails too: nothing was guarded then.
+# BASELINE JSON: prints a line for each figure; fails if one is over 3 % above the baseline, or if
+# there is no baseline for the architecture.
 check_guest_figures() {
     jq -r --slurpfile baseline "$1" '
         . as $now | $baseline[0][.arch] as $old |

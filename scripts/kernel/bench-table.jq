@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Records of bench.jq, one for each architecture, to a table in Markdown.
+# Converts records of bench.jq, one for each architecture, to a table in Markdown.
 
 def plus: if . == null then "" else "+\(round)" end;
 

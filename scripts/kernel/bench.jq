@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# Lines "bench CASE FLOWS MEDIAN MEAN", each case once or several times, and "rules FLOWS COUNT", to
-# one record. A case whose frames are not alike goes by its mean. "added" is what a case costs more
-# than the plain bridge over the same devices with as many flows. What was not measured is null.
+# Converts lines "bench CASE FLOWS MEDIAN MEAN", each case once or several times, and "rules FLOWS
+# COUNT" to one record. A case with different frames uses the mean. "added" is the difference from the
+# plain bridge over the same devices with the same number of flows. A missing figure is null.
 
 def rounded: . * 10 | round / 10;
 

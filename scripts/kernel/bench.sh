@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# Measures what a frame costs in a guest whose clock counts instructions. Sourced in the root of the
+# Measures the cost of a frame in a guest whose clock counts instructions. Sourced in the root of the
 # tree, after log.sh, common.sh and guest-tests.sh.
 
 bench_modules="act_skbedit crc32c_generic openvswitch"
@@ -18,7 +18,7 @@ bench_initramfs() {
         "$(kernel_root "$arch")/usr/bin/ovs-dpctl=/sbin/ovs-dpctl"
 }
 
-# ARCH: everything that the guest is made of.
+# ARCH: builds all parts of the guest.
 prepare_bench() {
     local here=$GPON_KERNEL_DIR/$1
     step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
@@ -29,7 +29,7 @@ prepare_bench() {
         step "initramfs-$1" bench_initramfs "$1"
 }
 
-# ARCH GUEST-OUTPUT: the figures in it, as one record.
+# ARCH GUEST-OUTPUT: prints the figures as one record.
 bench_record() {
     tr -d '\r' <"$2" | sed -n -e 's/^@@ \(bench .*\)/\1/p' -e 's/^@@ \(rules .*\)/\1/p' |
         jq -Rn --arg arch "$1" --arg kernel "$(kernel_version "$1")" \
@@ -37,7 +37,7 @@ bench_record() {
             -f scripts/kernel/bench.jq
 }
 
-# ARCH RECORD [WORD...]: one boot, with words for its command line; the figures go to RECORD.
+# ARCH RECORD [WORD...]: one boot, with WORDs on the kernel command line; the figures go to RECORD.
 boot_bench() {
     local arch=$1 record=$2 log=$GPON_BUILD_DIR/logs/guest-bench-$1.log
     shift 2

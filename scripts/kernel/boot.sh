@@ -18,8 +18,8 @@ arch=$1
 initramfs=$2
 shift 2
 
-# The decompressor in a bzImage is slow under emulation. Its payload is the kernel as an ELF file;
-# its place stands in the boot header, the payload's own size in the last four bytes of it.
+# The decompressor in a bzImage is slow under emulation. Its payload is the kernel as an ELF file. The
+# boot header contains the position of the payload, the last four bytes its unpacked size.
 unpacked_x86_64() {
     local packed=$1 unpacked=$GPON_KERNEL_DIR/x86_64/vmlinux setup offset length
     if [ ! -f "$unpacked" ]; then
@@ -33,8 +33,8 @@ unpacked_x86_64() {
     echo "$unpacked"
 }
 
-# Whether guests run on the machine's own processor: there are machines whose /dev/kvm is there and
-# starts none. Tried once with a guest that has nothing to do.
+# Whether KVM works: on some machines /dev/kvm exists but starts no guest. Tests it once with an empty
+# guest.
 kvm_works() {
     local answer=$GPON_KERNEL_DIR/$arch/kvm
     if [ "$(uname -m)" != "$arch" ] || [ ! -w /dev/kvm ]; then
@@ -65,10 +65,10 @@ machine() {
         ;;
     x86_64)
         emulator="qemu-system-x86_64"
-        # A busy machine starves the emulated timer, which the kernel then takes for a broken one.
+        # On a busy machine the emulated timer is late, and the kernel would report it as broken.
         console="ttyS0 no_timer_check"
         image=$(unpacked_x86_64 "$(kernel_root x86_64)/boot/vmlinuz-$(kernel_version x86_64)")
-        # A repeated string instruction would count once for each byte: words are fewer.
+        # A repeated string instruction counts once for each element: words are fewer than bytes.
         qemu=("$emulator" -M q35 "${accel[@]}" -cpu "max,-erms,-fsrm")
         if [ "${GPON_GUEST_CLOCK:-real}${GPON_KERNEL_IMAGE:-}" = real ] && kvm_works; then
             qemu=("$emulator" -M q35 -accel kvm -smp 2 -cpu host)

@@ -1,12 +1,12 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: build.sh ARCH [KERNEL-BUILD-FOLDER [FARM]]
+# usage: build.sh ARCH [KERNEL-BUILD-FOLDER [OUTPUT-FOLDER]]
 #
-# Builds gpon_softonu.ko and gpon_flow.ko for a kernel, without KERNEL-BUILD-FOLDER for the one
-# that fetch.sh got. The kernel's build puts its products beside the sources, so each kernel has a
-# farm of links to them, by default build/kernel/ARCH/modules. The modules of the guest tests are
-# built beside it, in FARM-of-tests. A warning fails the build.
+# Builds gpon_softonu.ko and gpon_flow.ko for a kernel; the default is the kernel of fetch.sh. The
+# kernel's build writes its products beside the sources, so each kernel has an output folder with
+# links to the sources, by default build/kernel/ARCH/modules. The modules of the guest tests are built
+# in OUTPUT-FOLDER-of-tests. A warning fails the build.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -18,12 +18,12 @@ debian_arch "$arch" >/dev/null
 kernel=${2:-$(kernel_headers "$arch")}
 farm=${3:-$(module_farm "$arch")}
 
-# FARM SOURCE...: links to the sources, which are named from the root of the tree.
+# OUTPUT-FOLDER SOURCE...: links to the sources; paths are relative to the root of the tree.
 link_sources() {
     local here=$1 root=$PWD source target
     shift
     mkdir -p "$here"
-    # Anew each time: a source that is gone must not live on in the farm.
+    # All links are replaced each time, so that no deleted source remains.
     find "$here" -type l -delete
     find "$@" -type f | while read -r source; do
         target=$here/$source
@@ -41,7 +41,7 @@ build_modules() {
         fail "the modules do not build for $arch"
     fi
     if grep -n -i -E 'warning|error:|objtool|modpost: ' "$log" | grep -v 'MODPOST' >&2; then
-        # Or the next build would find everything made, and say nothing.
+        # Otherwise the next build would find all objects up to date and print no warning.
         find "$1" -name '*.o' -delete
         fail "the build for $arch is not silent, see $log"
     fi

@@ -3,9 +3,8 @@
 #
 # usage: check-module.sh ARCH GPON_FLOW.KO [KERNEL-BUILD-FOLDER]
 #
-# What must hold for the module as it would be shipped: its size, the stack that a packet needs,
-# which names it shows to other code, which names an operator finds in a stack trace, and nothing
-# in it that a kernel would silently not run.
+# Checks the module: its size, the stack depth of a packet, the symbols that other code sees, the
+# function names in stack traces, and the absence of static constructors, which a kernel does not run.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -19,7 +18,7 @@ prefix=$(cross_prefix "$arch")
 text_limit=65536
 stack_limit=4096
 
-# An operator traces these and meets them in stack traces, so they must not be inlined away.
+# Operators trace these functions and find them in stack traces, so they must not be inlined.
 named_functions=(gpon_flow_api_dispatch gpon_pkt_general_flow_func gpon_flow_ioctl
     gpon_flow_dispatch_omci_cmd gpon_dbg_parsing_cmd gpon_flow_me_general_update
     gpon_hash_add_node_safe gpon_hash_get_rule_safe gpon_flow_is_trace_skb
@@ -63,7 +62,7 @@ check_names() {
     done
 }
 
-# Sanitizers bring constructors of their own, and their kernels run them.
+# Sanitizers add constructors, and kernels with sanitizers run them.
 check_constructors() {
     local found
     if has_sanitizer; then
@@ -73,7 +72,7 @@ check_constructors() {
     [ -z "$found" ] || complain "static constructors, which a kernel does not run: $found"
 }
 
-# Sanitizers make frames of another size; they are not what is shipped.
+# Sanitizers change the size of stack frames.
 check_stack() {
     local folder=${module%/*}
     if has_sanitizer; then

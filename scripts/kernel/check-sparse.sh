@@ -3,8 +3,8 @@
 #
 # usage: check-sparse.sh
 #
-# Sparse looks at the C of both kernel modules, through the kernel's build: address spaces, locks
-# and byte orders. The core is C++, which sparse does not know.
+# Runs sparse on the C sources of both modules, through the kernel's build: address spaces, locks and
+# byte orders. Sparse does not support the C++ of the core.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -21,7 +21,7 @@ find src softonu -type f | while read -r source; do
     mkdir -p "$farm/$(dirname "$source")"
     ln -s "$PWD/$source" "$farm/$source"
 done
-# Only the C: without the core there is no module to link.
+# Only the C objects: without the core the module cannot be linked.
 cat >"$farm/Kbuild" <<'END'
 obj-m := gpon_softonu.o gpon_glue.o
 gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/softonu/*.c))

@@ -3,8 +3,9 @@
 #
 # usage: check-style.sh
 #
-# The kernel's checkpatch.pl on the C of both modules. It comes with Debian's kernel source, of
-# which only the few files that it reads are kept; one unpacked for debug kernels serves as well.
+# Runs the kernel's checkpatch.pl on the C sources of both modules. It is part of Debian's kernel
+# source, of which only the few files that it reads are kept. A source unpacked for debug kernels is
+# used if it exists.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -32,7 +33,7 @@ fetch_judge() {
     mv "$staging" "$judge"
 }
 
-# Its remarks but for the exceptions.
+# Its reports without the exceptions.
 remarks() {
     perl "$judge/checkpatch.pl" --no-tree --no-summary --terse --show-types --file \
         src/platform/linux/*.[ch] softonu/*.[ch] |

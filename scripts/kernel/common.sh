@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# Names and places shared by the scripts that build the modules and boot kernels. Sourced in the
-# root of the tree. An architecture is arm64 or x86_64 everywhere here.
+# Names and folders of the scripts that build the modules and boot kernels. Sourced in the root of
+# the tree. An architecture is arm64 or x86_64.
 
 GPON_BUILD_DIR=${GPON_BUILD_DIR:-build}
 GPON_JOBS=${GPON_JOBS:-$(nproc)}
 
-# Everything that has to do with kernels; the downloads in it are worth keeping between builds.
+# All files for kernels; the downloads in it can be kept between builds.
 GPON_KERNEL_DIR=${GPON_KERNEL_DIR:-$GPON_BUILD_DIR/kernel}
 mkdir -p "$GPON_KERNEL_DIR"
 GPON_KERNEL_DIR=$(readlink -f "$GPON_KERNEL_DIR")
@@ -49,12 +49,12 @@ kernel_headers() {
     echo "$(kernel_root "$1")/usr/src/linux-headers-$(kernel_version "$1")"
 }
 
-# Where the modules of an architecture are built, and which they are, in loading order.
+# The folder and the names of the modules of an architecture, in loading order.
 module_farm() {
     echo "$GPON_KERNEL_DIR/$1/modules"
 }
 
-# ARCH FLAVOUR: where a debug kernel is built, and its image.
+# ARCH FLAVOUR: build folder of a debug kernel, and its image.
 debug_kernel() {
     echo "$GPON_KERNEL_DIR/$1-$2"
 }

@@ -3,9 +3,9 @@
 #
 # usage: debug-kernel.sh ARCH kasan|kcsan
 #
-# Builds a kernel that looks for faults, from Debian's own kernel source: build/kernel/ARCH-FLAVOUR.
-# The source is downloaded and unpacked once, below build/kernel, and serves all of them. Nothing is
-# done when the kernel at hand is of these configurations and this source already.
+# Builds a debug kernel from Debian's kernel source in build/kernel/ARCH-FLAVOUR. The source is
+# downloaded and unpacked once, below build/kernel, for all of them. The build is skipped if the
+# existing kernel has this configuration and source.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -40,9 +40,9 @@ fetch_source() {
     rm -rf "$staging"
 }
 
-# A kernel that looks for races watches a few memory accesses at a time, of the code that was
-# compiled for it. All of the watching is for our modules; of the kernel only the locks tell of
-# their barriers, without which they would seem to order nothing.
+# KCSAN watches a few memory accesses at a time in the instrumented code. Only our modules are
+# instrumented fully. Of the kernel only the locks are, so that KCSAN knows their barriers; otherwise
+# they would order nothing.
 watched=()
 [ "$flavour" != kcsan ] || watched=(KCSAN_SANITIZE=n KCSAN_INSTRUMENT_BARRIERS_{spinlock,mutex,tree}.o=y)
 
@@ -52,7 +52,7 @@ kernel_make() {
         "${watched[@]}" "$@"
 }
 
-# Options that a fragment asks for and that the kernel, or the compiler, does not know.
+# Options of a fragment that the kernel or the compiler does not support.
 check_configuration() {
     local line missing=()
     while read -r line; do

@@ -2,15 +2,15 @@
 # shellcheck shell=bash
 #
 # Runs the guest tests on debug kernels. Sourced in the root of the tree, after guest-tests.sh. The
-# detectors are tried first, in boots of their own: a report changes what the kernel reports next.
+# detectors are tested first, in separate boots: a report changes later reports of the kernel.
 
-# ARCH FLAVOUR: the kernel, the modules for it and everything that its guest is made of.
+# ARCH FLAVOUR: builds the kernel, its modules and all other parts of the guest.
 prepare_debug_guest() {
     local arch=$1 flavour=$2 kernel farm
     local programs=$GPON_KERNEL_DIR/$arch/programs tool=$GPON_KERNEL_DIR/$arch/tool
     kernel=$(debug_kernel "$arch" "$flavour")
     farm=$kernel-modules
-    # The summary is about this run.
+    # The summary covers this run only.
     rm -f "$GPON_BUILD_DIR/logs/debug-$arch-$flavour-"*.log
     step "fetch-$arch" bash scripts/kernel/fetch.sh "$arch" &&
         step "kernel-$arch-$flavour" bash scripts/kernel/debug-kernel.sh "$arch" "$flavour" &&
@@ -22,11 +22,11 @@ prepare_debug_guest() {
             "$programs"/* "$tool/bin/gponflow"
 }
 
-# With five levels of page tables an x86 kernel has a moment in which KASAN takes all memory for
-# wild: while it asks its processor what it can do, the answer that there are five is gone.
+# On x86 with five levels of page tables KASAN reports all memory as wild for a moment: while the
+# kernel detects the features of the processor, the five-level flag is not set.
 guest_words+=(no5lvl kasan_multi_shot)
 
-# ARCH FLAVOUR BOOT CLOCK TEST...: one boot, named for its log.
+# ARCH FLAVOUR BOOT CLOCK TEST...: one boot; BOOT names its log.
 boot_debug() {
     local arch=$1 flavour=$2 log=$GPON_BUILD_DIR/logs/debug-$1-$2-$3.log clock=$4 kernel
     shift 4
@@ -40,7 +40,7 @@ boot_debug() {
     guest_log_is_good "$log" "$@"
 }
 
-# ARCH TEST...: memory, locks, leaks, and calls that fail.
+# ARCH TEST...: memory, locks, leaks and failing calls.
 run_kasan_tests() {
     local arch=$1 name status=0 patient=() others=()
     shift
@@ -73,7 +73,7 @@ run_kcsan_tests() {
     return "$status"
 }
 
-# ARCH FLAVOUR: what the boots of a flavour amount to.
+# ARCH FLAVOUR: summary of the boots of a flavour.
 debug_summary() {
     cat "$GPON_BUILD_DIR/logs/debug-$1-$2-"*.log | tr -d '\r' | awk -v what="$1 $2" '
         $1 == "@@" && $2 == "end" { tests++ ; passed += $4 == "0" ; seconds += $5 }

@@ -3,9 +3,9 @@
 #
 # usage: fetch.sh [--again] ARCH...
 #
-# Gets Debian's newest kernel image, its headers and the user space of the test guests for arm64
-# or x86_64, once. Packages are downloaded and unpacked below build/kernel, none is installed: apt
-# works on lists of its own there, so this needs no root and leaves the machine as it is.
+# Downloads Debian's newest kernel image, its headers and the user space of the test guests for arm64
+# or x86_64, once. Packages are unpacked below build/kernel and not installed. apt uses its own lists
+# there, so this needs no root and does not change the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -15,11 +15,11 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 
 guest_programs=(busybox-static iproute2 ethtool ppp pppoe)
 
-# What the command line tool is built against for a guest, and runs with there.
+# Libraries with which the command line tool is built for a guest and runs there.
 guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
     libkainjow-mustache-dev)
 
-# The cross compiler has a C library of its own, whose headers must stay the only ones.
+# The cross compiler has its own C library; no other headers may be found.
 unwanted='^(libc6-dev|linux-libc-dev|libcrypt-dev|libc-dev-bin|rpcsvc-proto|libnsl-dev)_'
 
 # ARCH: names of the kernel's packages, derived from the packages that always name the newest.
@@ -53,7 +53,7 @@ download_kernel() {
     )
 }
 
-# With nothing installed in its eyes, apt resolves the programs' whole set of libraries.
+# With an empty list of installed packages, apt resolves all libraries of the programs.
 download_programs() {
     local debian=$1 debs=$2
     apt-get "${apt_options[@]}" -o "Dir::Cache::archives=$debs" -o APT::Architecture="$debian" \
@@ -79,12 +79,12 @@ fetch() {
     rm -rf "$staging/debs" "${GPON_KERNEL_DIR:?}/$arch"
     mv "$staging" "$GPON_KERNEL_DIR/$arch"
     mend_headers "$(kernel_root "$arch")" "$version"
-    # Last: they say that everything else is there.
+    # Last, because they mark the download as complete.
     wanted_packages >"$GPON_KERNEL_DIR/$arch/request"
     echo "$version" >"$GPON_KERNEL_DIR/$arch/version"
 }
 
-# What is unpacked here may stem from an older version of this script.
+# The unpacked files may come from an older version of this script.
 wanted_packages() {
     echo "${guest_programs[*]} ${guest_libraries[*]}"
 }

@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
 #
-# Runs guest tests and says what became of each. Sourced in the root of the tree, after log.sh and
-# common.sh. A test is a file tests/kernel/NAME.sh. Those in time/ wait for minutes: they get a
-# boot of their own, in which idle time passes at once. Those in panic/ end in a kernel that stops:
-# each has a boot of its own. Those in debug/ are for debug kernels (debug-tests.sh).
+# Runs guest tests and prints the result of each. Sourced in the root of the tree, after log.sh and
+# common.sh. A test is a file tests/kernel/NAME.sh. Tests in time/ wait for minutes: they run in a
+# separate boot in which idle time passes at once. Tests in panic/ stop the kernel: each has its own
+# boot. Tests in debug/ are for debug kernels (debug-tests.sh).
 
-# Further words for the kernel's command line, which the guest's init gets as variables.
+# Further words for the kernel command line; the guest's init gets them as variables.
 guest_words=()
 
-# Memory as the last owner left it: who reads behind the end of a packet must not find zeros there.
+# Memory is not cleared, so that a read beyond the end of a packet does not find zeros.
 dirty_memory=init_on_alloc=0
 
 all_guest_tests() {
@@ -22,7 +22,7 @@ all_panic_tests() {
     find tests/kernel -path '*/panic/*.sh' -printf '%P\n' | sed 's/\.sh$//' | sort
 }
 
-# ARCH: everything that a guest is made of.
+# ARCH: builds all parts of a guest.
 prepare_guest() {
     local programs=$GPON_KERNEL_DIR/$1/programs tool=$GPON_KERNEL_DIR/$1/tool
     step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
@@ -33,7 +33,7 @@ prepare_guest() {
             "$GPON_KERNEL_DIR/$1/initramfs.gz" "$programs"/* "$tool/bin/gponflow"
 }
 
-# LOG ARCH: a line for each test, with its notes when it passed, else with all that it printed.
+# LOG ARCH: prints a line for each test, with its notes if it passed, otherwise with its output.
 show_guest_log() {
     tr -d '\r' <"$1" | awk -v arch="$2" '
         $1 == "@@" && $2 == "begin" { kept = notes = "" ; next }
@@ -50,7 +50,7 @@ show_guest_log() {
         END { printf "%s", kept }'
 }
 
-# LOG TEST...: whether each test began, ended well, and the guest came to its end.
+# LOG TEST...: whether each test started and passed, and the guest powered off.
 guest_log_is_good() {
     local log=$1 wanted good=0
     shift
@@ -79,7 +79,7 @@ boot_guest_tests() {
     guest_log_is_good "$log" "$@"
 }
 
-# LOG TEST: whether the kernel stopped in the test, with the words that the test's file gives.
+# LOG TEST: whether the kernel panicked in the test with the message that the test's file names.
 panicked_as_told() {
     local words
     words=$(sed -n 's/^# panics: //p' "tests/kernel/$2.sh")
@@ -88,7 +88,7 @@ panicked_as_told() {
         ! grep -qE '^@@ (end|done|the kernel complained)' "$1"
 }
 
-# ARCH TEST: one boot, which the test ends.
+# ARCH TEST: one boot that the test ends.
 boot_panic_test() {
     local arch=$1 name=$2 log=$GPON_BUILD_DIR/logs/guest-$1-${2//\//-}.log start=$SECONDS result=ok
     GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$arch" \

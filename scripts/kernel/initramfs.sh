@@ -3,9 +3,9 @@
 #
 # usage: initramfs.sh ARCH OUTPUT [FILE[=GUEST-PATH]]...
 #
-# Packs what a test guest runs from: busybox, iproute2 with its libraries, the kernel's own modules
-# that the tests want, both of our modules, the guest scripts and tests. Further files go to
-# /bin, or to where GUEST-PATH says. GPON_KERNEL_BUILD is the build folder of a kernel that has
+# Packs the root file system of a test guest: busybox, iproute2 with its libraries, the kernel's own
+# modules that the tests need, both of our modules, the guest scripts and tests. Further files go to
+# /bin, or to GUEST-PATH. GPON_KERNEL_BUILD is the build folder of a kernel that has
 # everything built in, and GPON_MODULES the folder of our modules for it.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
@@ -38,7 +38,7 @@ put() {
     cp -L "$1" "$tree/$2"
 }
 
-# A program's libraries, and theirs, to where the loader looks.
+# Copies a program's libraries, and theirs, to the loader's folder.
 put_libraries() {
     local name found
     for name in $("$readelf" -d "$1" 2>/dev/null | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
@@ -77,7 +77,7 @@ put_programs() {
     done
 }
 
-# What is built in is found by its name as a module is.
+# Built-in modules are found by name like loadable ones.
 put_builtin_names() {
     cp "$1/modules.order" "$1/modules.builtin" "$1/modules.builtin.modinfo" \
         "$tree/lib/modules/$version/"
@@ -111,7 +111,7 @@ put_tests() {
     done
 }
 
-# Scenarios name their captures from the root of the tree.
+# Scenarios name their captures relative to the root of the tree.
 put_scenarios() {
     find scenarios tests/scenarios captures -name '*.scn' -o -name '*.transcript' -o -name '*.pcap*' |
         while read -r file; do

@@ -3,7 +3,7 @@
 #
 # usage: programs.sh ARCH OUTPUT-FOLDER
 #
-# Builds the C programs of the guest tests, static: a guest has no libraries to speak of.
+# Builds the C programs of the guest tests, static, because a guest has few libraries.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh

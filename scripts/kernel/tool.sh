@@ -4,7 +4,7 @@
 # usage: tool.sh ARCH FOLDER
 #
 # Builds the command line tool for a guest; the program is FOLDER/bin/gponflow. Its libraries are
-# those that fetch.sh unpacked, never the machine's own.
+# those that fetch.sh unpacked, not those of the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh

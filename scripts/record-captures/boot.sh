@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: GPL-2.0-only
-# Boots the guest, waits for its power-off and unpacks what it handed out into CACHE/taps.
+# Boots the guest, waits for its power-off and unpacks the recorded frames into CACHE/taps.
 # usage: boot.sh CACHE
 set -eu
 
@@ -11,9 +11,9 @@ unpacked=$cache/root
 
 rm -rf "$cache/taps" "$cache/handed-out"
 mkdir -p "$cache/taps"
-# Time in the guest counts its instructions, and the clock and the random numbers start alike each
-# time: the recording depends neither on the load of the recording machine nor on the day. The
-# second serial port carries the recording out, so the guest needs no disk and no shared folder.
+# The guest's clock counts instructions, and clock and random numbers have fixed start values, so the
+# recording depends neither on the load of the machine nor on the day. The second serial port
+# transfers the recording, so the guest needs no disk and no shared folder.
 timeout "$limit" qemu-system-x86_64 -M q35 -accel tcg,thread=single -cpu max -smp 1 -m 768 \
     -icount shift=0,sleep=off -seed 1 -rtc base=2024-01-01T12:00:00,clock=vm \
     -display none -nodefaults -no-reboot \

@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: GPL-2.0-only
-# Counts what is in the captures as a Markdown table; fails when something expected is missing.
+# Counts the frames of the captures as a Markdown table; fails if an expected kind is missing.
 # usage: count.sh [FOLDER]
 set -eu
 

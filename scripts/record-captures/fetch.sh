@@ -3,7 +3,7 @@
 # Unpacks the kernel and the guest's programs, with their libraries, below CACHE/root.
 # usage: fetch.sh PACKAGE_LIST CACHE
 #
-# Nothing is installed: a DHCP server or a PPP daemon has no business on the recording machine.
+# Nothing is installed: a DHCP server or a PPP daemon must not run on the recording machine.
 set -eu
 
 list=$1
@@ -18,7 +18,7 @@ if [ -z "$wanted" ]; then
     exit 1
 fi
 
-# The kernel's release changes with every security update; the meta package knows the present one.
+# The kernel's release changes with every security update; the meta package names the current one.
 resolve_kernel() {
     apt-cache depends linux-image-amd64 | sed -n 's/^ *Depends: \(linux-image-[0-9].*\)/\1/p' | head -1
 }

@@ -17,7 +17,7 @@ find_in_root() {
     find "$root" -name "$1" ! -type d ! -path '*/share/*' | sort | head -1
 }
 
-# The loader's own search is not used: it would look into the recording machine's libraries.
+# Not ldd: it would find the libraries of the recording machine.
 add_libraries() {
     objdump -p "$1" | awk '$1 == "NEEDED" { print $2 }' | while read -r name; do
         [ ! -e "$tree/lib/$name" ] || continue
@@ -69,8 +69,8 @@ cp -a "$root"/usr/share/sip-tester/g711a.pcap "$tree/play/"
 add_modules
 cp "$here"/guest/* "$tree/play/"
 ln -s play/init "$tree/init"
-# Nothing of this folder's history may show: the same packages give the same archive, and the same
-# archive the same recording.
+# Independent of the folder's history: the same packages produce the same archive, and the same
+# archive produces the same recording.
 find "$tree" -exec touch -h -d @0 {} +
 (cd "$tree" && find . | LC_ALL=C sort | cpio -o -H newc --quiet --reproducible -R 0:0 |
     gzip -n -1) > "$cache/initramfs.gz"

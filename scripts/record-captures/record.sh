@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-2.0-only
-# Records captures/ anew: plays a subscriber line in a guest kernel and keeps what crossed it.
+# Records captures/ again: runs a subscriber line in a guest kernel and records its frames.
 #
 # The guest is Debian's own kernel under emulation because a development machine's kernel often
 # lacks VLAN devices and PPP. Downloads and raw recordings stay below the build folder;

@@ -3,7 +3,7 @@
 # Splits the taps by service and kind of address into the capture files.
 # usage: split.sh TAPS OUT
 #
-# The direction needs no filter: each tap holds only what its interface received.
+# The direction needs no filter: each file contains only frames that its interface received.
 set -eu
 
 taps=$1
@@ -12,7 +12,7 @@ stacked='ether[12:2] = 0x88a8'
 group='ether[0] & 1 = 1'
 
 take() {
-    # Through standard input and output: run by root, tcpdump gives up the rights to the folders.
+    # Through standard input and output: started by root, tcpdump drops its access to the folders.
     tcpdump -r - -w - "$3" < "$taps/$1" > "$out/$2" 2> "$out/log" || {
         cat "$out/log" >&2
         exit 1

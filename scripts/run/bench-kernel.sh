@@ -43,7 +43,7 @@ for arch in "${archs[@]}"; do
     prepare_bench "$arch"
 done
 
-# The guard needs but two ways, and a few frames of them.
+# The check needs only two cases with a few frames each.
 if [ -n "$check$update" ]; then
     figures=()
     for arch in "${archs[@]}"; do

@@ -33,7 +33,7 @@ if [ ! -s "$json.new" ] || [ "$(jq '.benchmarks | length' "$json.new")" = 0 ]; t
     echo "run bench: no benchmark matches '$filter'" >&2
     exit 2
 fi
-# Figures of a few cases do not replace those of all.
+# Figures of selected cases do not replace those of all cases.
 if [ "$filter" = . ]; then
     mv "$json.new" "$json"
 else

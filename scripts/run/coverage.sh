@@ -22,7 +22,7 @@ need_for coverage
 dir=$(preset_dir coverage)
 programs=(unit_tests property_tests thread_tests)
 
-# Counters of an earlier run would be added to.
+# The counters of an earlier run would accumulate.
 fresh_counters() {
     local name
     find "$dir" -name '*.gcda' -delete
@@ -40,7 +40,7 @@ report() {
         --sonarqube "$dir/coverage.xml" "$dir"
 }
 
-# "FILE: TEXT" for each line that nothing reached.
+# "FILE: TEXT" for each line that no test reached.
 unreached() {
     sed -nE 's/.*<file path="([^"]*)".*/F \1/p; s/.*lineNumber="([0-9]+)" covered="false".*/L \1/p' \
         <(sed 's/></>\n</g' "$dir/coverage.xml") |
@@ -59,7 +59,7 @@ sed -n '/^File/,$p' "$dir/coverage.txt"
 totals=$(grep -E '^(lines|branches):' "$GPON_BUILD_DIR/logs/report.log")
 echo "$totals"
 
-# Every unreached line is a known one, and every known one is unreached.
+# The unreached lines are exactly the known ones.
 known=$(grep -v -e '^#' -e '^$' tests/unreached.txt | sort)
 found=$(unreached)
 if [ "$known" != "$found" ]; then

@@ -31,7 +31,7 @@ corpus_of() {
         sed 's/ LIBRARIES.*//'
 }
 
-# longest_of NAME: bytes of an input at most.
+# longest_of NAME: maximum number of bytes of an input.
 longest_of() {
     sed -nE "s/^gpon_fuzzer\($1 ([0-9]+) .*/\1/p" fuzz/CMakeLists.txt
 }

@@ -27,14 +27,14 @@ check_cppcheck() {
         -DGPON_HOST_BUILD -I. -Isrc "${core_folders[@]}" src/platform/host
 }
 
-# What the compiler's analyzer can follow in a build that is optimised only a little.
+# The compiler's analyzer works best at a low optimization level.
 check_analyzer() {
     printf '%s\n' src/*/*.cpp | xargs -n 1 -P "$GPON_JOBS" g++ -std=c++20 -fanalyzer -Werror -O1 -DGPON_HOST_BUILD -Isrc \
         -ffreestanding -fno-exceptions -fno-rtti -c -o /dev/null
 }
 
-# SOURCE: clang-tidy, unless it has seen the same text and found nothing. A generated header does
-# not exist here, so nothing has to be built first.
+# SOURCE: runs clang-tidy, unless it has checked the same text without a report. There are no generated
+# headers, so no build is needed first.
 tidy() {
     local dir=$1 source=$2 stamp
     stamp=$(tidy_stamp "$dir" "$source") || return 1
@@ -42,7 +42,7 @@ tidy() {
     clang-tidy -p "$dir" --quiet "$source" && touch "$stamp"
 }
 
-# The name is the sum of everything that clang-tidy would read.
+# The name is the checksum of all files that clang-tidy would read.
 tidy_stamp() {
     local dir=$1 source=$2 command
     command=$(awk -v source="$source" '
@@ -52,7 +52,7 @@ tidy_stamp() {
     printf '%s/tidy-%s' "$dir" "$({ eval "$command -E -o -" && cat .clang-tidy; } | sha256sum | cut -c1-40)"
 }
 
-# tidy_where GREP-ARGUMENT...: the sources whose names below the root grep lets through.
+# tidy_where GREP-ARGUMENT...: checks the sources whose names grep selects.
 tidy_where() {
     local dir
     dir=$(preset_dir clang)
@@ -62,7 +62,7 @@ tidy_where() {
         grep -E "$@" | xargs -I SOURCE -P "$GPON_JOBS" bash -c "tidy '$dir' '$PWD/SOURCE'"
 }
 
-# What runs in a kernel, and what plays the kernel; the tools and tests take much longer.
+# The code that runs in a kernel, and the host platform; tools and tests take much longer.
 soon='^src/'
 
 check_tidy() {
@@ -73,7 +73,7 @@ check_tidy-rest() {
     tidy_where -v "$soon|/CMakeFiles/"
 }
 
-# The kernel's own judge of style comes with the kernel's source.
+# checkpatch is part of the kernel's source.
 check_checkpatch() {
     bash scripts/kernel/check-style.sh
 }

@@ -16,7 +16,7 @@ package_version() {
     dpkg-parsechangelog -l packaging/debian/changelog -S Version
 }
 
-# FOLDER: a source package. A kernel's build may have left its products beside the sources.
+# FOLDER: makes a source package, without products of a kernel's build beside the sources.
 stage() {
     rm -rf "$1"
     mkdir -p "$1"

@@ -4,7 +4,7 @@ set -eu
 . scripts/log.sh
 . scripts/packages.sh
 
-# Downloads a whole system, so this is no part of "./run test".
+# Downloads a whole system, so this is not part of "./run test".
 root=$GPON_BUILD_DIR/package-test
 
 fail() {
@@ -20,7 +20,7 @@ unmount_proc() {
     ! mountpoint -q "$root/proc" || umount "$root/proc"
 }
 
-# The functions from here to check_gone are steps: each ends with the status of its first failure.
+# The functions from here to check_gone are steps: each returns the status of its first failure.
 
 fresh_system() {
     # shellcheck disable=SC2086 # nothing leaves the choice of a mirror to debootstrap
@@ -33,7 +33,7 @@ install() {
     inside apt-get -qq -y -o Acquire::Retries=3 --no-install-recommends install "$@"
 }
 
-# What makes device nodes is there before the packages, as on a system that runs.
+# The program that creates device nodes is installed before the packages, as on a running system.
 install_packages_under_test() {
     cp "${packages[@]}" "$root" &&
         inside apt-get -qq -o Acquire::Retries=3 update &&
@@ -47,13 +47,13 @@ kernel_of_headers() {
         sed 's/^linux-headers-//'
 }
 
-# The module that DKMS installed is there, and for the kernel that has its headers here.
+# DKMS has installed the module for the kernel whose headers are installed.
 check_module() {
     local file=/lib/modules/$kernel/updates/dkms/$1.ko
     [ -f "$root$file" ] && [ "$(inside modinfo -F vermagic "$file" | cut -d ' ' -f 1)" = "$kernel" ]
 }
 
-# One module brings the other along.
+# Loading one module loads the other too.
 check_modules() {
     inside dkms status
     inside dkms status | grep -qx "gpon-flow/$version, $kernel, x86_64: installed" &&
@@ -66,14 +66,14 @@ check_silence() {
     grep -q 'gpon_flow\.ko' "$log" && ! grep -n -i -E 'warning|error:|objtool' "$log"
 }
 
-# For root alone: who opens it may provision the line.
+# For root only: every opener can configure the line.
 check_node() {
     local node
     node=$(inside stat -c '%F %t:%T %a %U' /dev/gpon_flow) &&
         echo "$node" && [ "$node" = 'character special file b8:0 600 root' ]
 }
 
-# The examples of the package, with what they print beside them.
+# The examples of the package print their transcripts.
 check_tool() {
     local examples=$root/usr/share/doc/gponflow/examples
     inside gponflow --help | grep -q '^  explain ' &&
@@ -101,7 +101,7 @@ remove_packages() {
     inside dpkg --purge gponflow gpon-flow-dkms
 }
 
-# No package may remove a device node, the next start of a system does; and man keeps what it shows.
+# A package may not remove a device node (the next boot does), and man caches its pages.
 check_gone() {
     ! inside dkms status | grep . &&
         ! find "$root" -xdev -name '*gpon*' ! -path "$root/dev/gpon_flow" \

@@ -3,7 +3,7 @@
 set -eu
 . scripts/build.sh
 
-# What the test programs say beyond their defaults; a finding ends the program in any case.
+# Sanitizer checks beyond the defaults; a report always ends the program.
 export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS=second_deadlock_stack=1
@@ -11,7 +11,7 @@ export TSAN_OPTIONS=second_deadlock_stack=1
 all_steps=(release asan tsan clang lint fuzz bench kernel bench-kernel)
 failed=()
 
-# ctest_in PRESET [CTEST-ARGUMENT...]: the log keeps what failed, not the hundreds that passed.
+# ctest_in PRESET [CTEST-ARGUMENT...]: the log contains only failed tests.
 run_ctest() {
     local status=0
     "${GPON_THROUGH[@]}" ctest --test-dir "$(preset_dir "$1")" --output-on-failure --no-tests=error --timeout 300 \
@@ -27,7 +27,7 @@ ctest_in() {
         sed 's/^/    /'
 }
 
-# What a report looks like is tried in a real browser.
+# The HTML report is tested in a real browser.
 run_release() {
     need graph browser && step release build_preset release && ctest_in release
 }
@@ -36,7 +36,7 @@ run_asan() {
     step asan build_preset asan && ctest_in asan
 }
 
-# gcc's ThreadSanitizer does not start on kernels that spread a process's memory too widely.
+# gcc's ThreadSanitizer does not start on kernels with too much address randomization.
 run_tsan() {
     local GPON_THROUGH=()
     if setarch "$(uname -m)" --addr-no-randomize true 2>/dev/null; then
@@ -45,12 +45,12 @@ run_tsan() {
     step tsan build_preset tsan && ctest_in tsan
 }
 
-# Compiles only: the analysis of the lock contracts happens there.
+# Compiles only: the compiler checks the lock contracts.
 run_clang() {
     step clang build_preset clang gpon_core gpon_host
 }
 
-# Each fuzzer for ten seconds, from its committed inputs.
+# Each fuzzer for ten seconds, with its committed corpus.
 run_fuzz() {
     step fuzz build_preset fuzz fuzzers && ctest_in fuzz --label-regex '^fuzz$' --verbose &&
         awk '{ number = $1 + 0 }
@@ -70,12 +70,12 @@ run_bench() {
     bash scripts/run/bench-check.sh
 }
 
-# The modules in real kernels; it shows a line for each of its own steps.
+# The modules in real kernels; prints a line for each of its steps.
 run_kernel() {
     bash scripts/run/test-kernel.sh
 }
 
-# Instructions of a frame in a kernel, bridge and gpon_flow alone, against the baseline.
+# Instructions per frame in a kernel, for bridge and gpon_flow only, against the baseline.
 run_bench-kernel() {
     bash scripts/run/bench-kernel.sh arm64 x86_64 --check
 }

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A look at the module at work, for somebody who has never seen it: an ONU on a stock kernel, one
-# ping, and what the module knows afterwards.
+# A demonstration of the module: an ONU on a stock kernel, one ping, and the resulting state of the
+# module.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
@@ -11,7 +11,7 @@ say() {
     echo "== $*"
 }
 
-# A command of the operators' proc entry, and the module's answer in the kernel log.
+# Writes a command to the proc file and prints the module's output from the kernel log.
 ask() {
     echo "   # echo $* >/proc/gpon_flow/debug"
     dmesg -c >/dev/null

@@ -1,22 +1,22 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# What guest tests share. They are run by busybox's shell as root, in a machine of their own.
+# Functions of the guest tests. busybox's shell runs them as root in a virtual machine.
 
-# The shell prefers applets of its own to programs in the path.
+# The shell prefers its own applets to programs in the path.
 ip() { /sbin/ip "$@"; }
 tc() { /sbin/tc "$@"; }
 
-# Any of these in the kernel log is a fault of ours until proved otherwise. The modules' own level
-# tags look like **WARNING** and are no match.
+# Each of these in the kernel log counts as a fault. The modules' own level tags look like **WARNING**
+# and do not match.
 kernel_faults='WARNING: |BUG: |BUG at |Oops|INFO: |general protection|Unable to handle'
 kernel_faults="$kernel_faults|KASAN|UBSAN|ODEBUG|kmemleak: [0-9]|[Ll]eaking|corruption"
 kernel_faults="$kernel_faults|refcount_t|while atomic|page allocation failure|usercopy: "
 kernel_faults="$kernel_faults|unregister_netdevice|soft lockup|Kernel panic|circular locking"
 kernel_faults="$kernel_faults|\[#[0-9]+\]|Internal error|CFI failure"
 
-# Of the races that a race-checking kernel sees, those in which none of our modules has a part are
-# the kernel's own. Each report stands between two lines of "=".
+# Races without an access of our modules are those of the kernel itself. Each report is between two
+# lines of "=".
 without_foreign_races() {
     if [ ! -e /sys/kernel/debug/kcsan ]; then
         cat "$1"
@@ -36,7 +36,7 @@ kernel_log_is_clean() {
     ! without_foreign_races "$1" | grep -qE "$kernel_faults"
 }
 
-# The reports with what follows each, or the log's end when there is none.
+# The reports with the lines after each, or the end of the log if there is none.
 kernel_log_faults() {
     without_foreign_races "$1" | grep -E -A 40 "$kernel_faults" || tail -n 40 "$1"
 }
@@ -73,10 +73,10 @@ unload_both() {
     rmmod gpon_softonu || fail "gpon_softonu does not unload"
 }
 
-# fires FAULT PATTERN: the fault is made on purpose; its report must be in the log, and the check of
-# the log must see it.
+# fires FAULT PATTERN: causes a deliberate fault; its report must be in the log, and the check of the
+# log must find it.
 fires() {
-    # A report of a hundred lines takes a second to go over the serial line.
+    # A report of a hundred lines takes a second on the serial line.
     dmesg -n 1
     dmesg -c >/dev/null
     insmod /modules/gpon_detect.ko fault="$1" || fail "the fault $1 cannot be made"
@@ -87,7 +87,7 @@ fires() {
     fired=$((${fired:-0} + 1))
 }
 
-# What nobody points at any more, after two scans: blocks that are young or just changed are spared.
+# Unreferenced blocks, after two scans: a scan skips blocks that are new or have just changed.
 scan_for_leaks() {
     sleep 6
     for scan in 1 2; do

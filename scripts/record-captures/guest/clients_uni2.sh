@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
-# UNI 2: a telephone on VLAN 300 and a set-top box on VLAN 400.
+# UNI 2: a VoIP phone on VLAN 300 and a set-top box on VLAN 400.
 
-# The tool's own call with recorded speech, ended after less than half a second of it.
+# The tool's built-in call with recorded speech, ended after less than half a second of speech.
 write_call() {
     mkdir -p /run/call/pcap
     cp g711a.pcap /run/call/pcap/
@@ -44,7 +44,7 @@ watch() {
 }
 
 play_television() {
-    # Not from the beginning: queries would fill the recording of the other services.
+    # Started late: queries would fill the recording of the other services.
     ip -n edge link set tv type bridge mcast_querier 1
     lease home2 eth0.400 198.51.100.61
     watch 233.252.0.1 5001 24

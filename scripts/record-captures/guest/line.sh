@@ -6,8 +6,8 @@
 #                  | onu | ani --- edge --- net
 #   home2 --- uni2 +-----+
 #
-# home1: home gateway on UNI 1; home2: telephone and set-top box on UNI 2; onu: bridge that passes
-# every frame as it is; edge: the operator's edge router; net: servers behind it. Only addresses
+# home1: home gateway on UNI 1; home2: phone and set-top box on UNI 2; onu: bridge that passes
+# every frame unchanged; edge: the operator's edge router; net: servers behind it. Only addresses
 # reserved for documentation are used (MAC 00:00:5e:00:53:xx).
 
 mac=00:00:5e:00:53
@@ -77,7 +77,7 @@ build_onu() {
     ip -n onu link set line up
 }
 
-# The edge's television side is a bridge because a bridge brings the group membership querier.
+# The edge's television side is a bridge, because a bridge contains the group membership querier.
 build_querier() {
     ip -n edge link add tv address "$mac:01" type bridge mcast_snooping 1 mcast_querier 0 \
         mcast_igmp_version 3 mcast_mld_version 2 mcast_query_use_ifaddr 1 \
@@ -138,7 +138,7 @@ raise_net() {
     done
     ip -n net route add default via 198.51.100.1
     ip -n net -6 route add default via 2001:db8:ffff::1
-    # An answer carries the DSCP of its request, so both directions show every class.
+    # A reply carries the DSCP of its request, so both directions have every class.
     in_ns net sysctl -qw net.ipv4.tcp_reflect_tos=1
 }
 

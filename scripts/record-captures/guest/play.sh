@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
-# The whole play: line, servers, taps, clients. Any step that fails ends the recording.
+# Runs the recording: line, servers, recorders, clients. A step that fails ends the recording.
 set -eu
 
 trap 'echo "play.sh: ended with status $?"' EXIT
-# The shell's own small ip would hide the real one.
+# The shell's built-in ip would hide the real one.
 ip() {
     /usr/bin/ip "$@"
 }

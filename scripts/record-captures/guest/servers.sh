@@ -57,7 +57,7 @@ nodetach
 END
     in_ns edge pppoe-server -I eth0.200 -C access.example.net -S internet \
         -L 192.0.2.94 -R 192.0.2.65 -N 1
-    # This server sends through a packet socket, which knows nothing of the priority inside.
+    # This server sends through a packet socket, which ignores the priority in the packet.
     in_ns edge tc qdisc add dev eth0.200 clsact
     in_ns edge tc filter add dev eth0.200 egress protocol ppp_ses u32 \
         match u8 0xb8 0xff at 9 action skbedit priority 4
@@ -86,8 +86,8 @@ mark() {
         action pedit munge ip tos set "$5" pipe action csum ip pipe action skbedit priority "$6"
 }
 
-# Telephones mark signalling with DSCP 26 and voice with DSCP 46; the SIP program has no option
-# for it, so the sending interface does.
+# Phones mark signalling with DSCP 26 and voice with DSCP 46. The SIP program has no option for it, so
+# the sending interface does it.
 sip() {
     in_ns net tc qdisc add dev eth0 clsact
     mark net eth0 sport 5060 0x68 2
