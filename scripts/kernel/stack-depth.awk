@@ -14,12 +14,12 @@ BEGIN {
     steps = 10
     add = "gpon_hash_add_node"
     adds = 2
-    # Calls through pointers: the walk's step runs a class's forward function, a few callers reach
-    # functions of the platform, and whoever else does it has a table in its own file, of functions
-    # that nobody calls by name.
+    # Calls through pointers: a step of a walk or of a replay runs a class's forward function, a few
+    # callers reach functions of the platform, and whoever else does it has a table in its own file,
+    # of functions that nobody calls by name.
     class_function = "_forward$"
-    caller_of_class_function = "walk_step|^gpon_pkt_general_forward$"
-    caller_of_platform = "^gpon_flow_api_dispatch$|choose_queue|^gpon_pkt_quick_forward$"
+    caller_of_class_function = "walk_step|replay_step|^gpon_pkt_(general|quick)_forward$"
+    caller_of_platform = "^gpon_flow_api_dispatch$|choose_queue|hand_over"
 }
 
 function quoted(line, word,    at) {

@@ -53,16 +53,16 @@ inline void order_loads()
 #endif
 }
 
-// Makes everything written before visible to whoever follows the pointer.
-template <typename T> inline void publish(T*& slot, T* value)
+// Publishes a pointer: everything written before is visible to whoever dereferences it.
+template <typename T> inline void rcu_assign_pointer(T*& slot, T* value)
 {
     __atomic_store_n(&slot, value, __ATOMIC_RELEASE);
 }
 
-// A pointer published with publish(). What it points at is reached through the address, which
-// orders the loads on every CPU that runs Linux; an acquire load would cost a barrier. The thread
-// sanitizer does not follow addresses and is told.
-template <typename T> inline T* subscribe(T* const& slot)
+// Reads a pointer that rcu_assign_pointer() publishes. Loads through it depend on its value, which
+// orders them on every CPU that runs Linux; an acquire load would cost a barrier. The thread
+// sanitizer does not follow such dependencies and gets the acquire load.
+template <typename T> inline T* rcu_dereference(T* const& slot)
 {
 #if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
     return __atomic_load_n(&slot, __ATOMIC_ACQUIRE);

@@ -79,6 +79,13 @@ template <typename... Args> struct log_text {
         if (!(fits<Args>(found.of[at++]) && ...))
             log_text_does_not_fit_its_arguments();
     }
+
+    constexpr log_text named(const char* name) const
+    {
+        log_text renamed = *this;
+        renamed.function = name;
+        return renamed;
+    }
 };
 
 // Keeps the arguments from taking part in the deduction of the text's type.
@@ -117,103 +124,141 @@ inline u32 flag_word_of(const sk_buff* skb)
     return load_unaligned<u32>(reinterpret_cast<const u8*>(skb) + skb_flag_word_offset);
 }
 
+/* The name of a function as a text, taken from the function itself: a name that is misspelt, or
+ * that its function has no longer, does not compile. */
+template <auto Function> struct function_name {
+    static constexpr size_t longest = 64;
+    char text[longest] = {};
+
+    consteval function_name()
+    {
+        // "... [with auto Function = NAME]" by gcc, "... [Function = &NAME]" by clang.
+        const char* at = __PRETTY_FUNCTION__;
+        for (const char* c = at; *c; ++c)
+            if (*c == '=')
+                at = c + 1;
+        while (*at == ' ' || *at == '&')
+            ++at;
+        for (size_t i = 0; *at && *at != ']' && *at != ';'; ++i)
+            text[i] = *at++;
+    }
+};
+template <auto Function> static constexpr function_name<Function> name_of = {};
+
 } // namespace gpon
 
-/* Messages of functions without a packet, by gponDebugLevel alone. Any context. */
+/* The name under which a function and its helpers report, by gponDebugLevel alone. The function
+ * makes it at its entry and hands it down; each message adds its own line. */
+class log_context {
+public:
+    static constexpr log_context here(const char* function = __builtin_FUNCTION())
+    {
+        return log_context(function);
+    }
+
+    /* For code that does a part of another function's work and reports under its name. */
+    template <auto Function> static constexpr log_context of()
+    {
+        return log_context(gpon::name_of<Function>.text);
+    }
+
+    template <typename... Args> void error(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_ERROR, text, args...);
+    }
+
+    template <typename... Args> void warning(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_WARNING, text, args...);
+    }
+
+    template <typename... Args> void trace(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_TRACE, text, args...);
+    }
+
+private:
+    constexpr explicit log_context(const char* function) : function_(function) {}
+
+    template <typename... Args>
+    void report(log_level level, gpon::log_text<Args...> text, Args... args) const
+    {
+        if (gpon::debug_level() & level) [[unlikely]]
+            gpon::emit<Args...>(level, text.named(function_), args...);
+    }
+
+    const char* function_;
+};
+
+/* Messages of a function without helpers that report under its name. Any context. */
 template <typename... Args> inline void log_error(gpon::text_for<Args...> text, Args... args)
 {
-    if (gpon::debug_level() & LOG_ERROR) [[unlikely]]
-        gpon::emit<Args...>(LOG_ERROR, text, args...);
+    const log_context log = log_context::here(text.function);
+    log.error<Args...>(text, args...);
 }
 
 template <typename... Args> inline void log_warning(gpon::text_for<Args...> text, Args... args)
 {
-    if (gpon::debug_level() & LOG_WARNING) [[unlikely]]
-        gpon::emit<Args...>(LOG_WARNING, text, args...);
+    const log_context log = log_context::here(text.function);
+    log.warning<Args...>(text, args...);
 }
 
 template <typename... Args> inline void log_trace(gpon::text_for<Args...> text, Args... args)
 {
-    if (gpon::debug_level() & LOG_TRACE) [[unlikely]]
-        gpon::emit<Args...>(LOG_TRACE, text, args...);
+    const log_context log = log_context::here(text.function);
+    log.trace<Args...>(text, args...);
 }
 
-/* Messages about one packet; skb must not be null. Packet path. */
-template <typename... Args>
-inline void log_packet(const sk_buff* skb, log_level level, gpon::text_for<Args...> text,
-                       Args... args)
-{
-    const u32 word = gpon::flag_word_of(skb) | level;
-    if ((word & gpon::debug_level()) || (word & GPON_FLOW_TRACE_MARK)) [[unlikely]]
-        gpon::emit<Args...>(word, text, args...);
-}
-
-template <typename... Args>
-inline void packet_error(const sk_buff* skb, gpon::text_for<Args...> text, Args... args)
-{
-    log_packet<Args...>(skb, LOG_ERROR, text, args...);
-}
-
-template <typename... Args>
-inline void packet_warning(const sk_buff* skb, gpon::text_for<Args...> text, Args... args)
-{
-    log_packet<Args...>(skb, LOG_WARNING, text, args...);
-}
-
-template <typename... Args>
-inline void packet_trace(const sk_buff* skb, gpon::text_for<Args...> text, Args... args)
-{
-    log_packet<Args...>(skb, LOG_TRACE, text, args...);
-}
-
-/* Where a message comes from, taken at the call of a helper that reports under its caller's name:
- * a parameter `log_site site = log_site::here()`. */
-struct log_site {
-    const char* function;
-    i32 line;
-    static constexpr log_site here(const char* caller = __builtin_FUNCTION(),
-                                   i32 caller_line = __builtin_LINE())
+/* The same with the packet that the messages are about. Packet path. Only a message reads the
+ * packet: a context may be made before its packet is tested for null. */
+class packet_log {
+public:
+    static constexpr packet_log here(const sk_buff* skb,
+                                     const char* function = __builtin_FUNCTION())
     {
-        return {caller, caller_line};
+        return packet_log(skb, function);
+    }
+
+    template <auto Function> static constexpr packet_log of(const sk_buff* skb)
+    {
+        return packet_log(skb, gpon::name_of<Function>.text);
+    }
+
+    template <typename... Args> void error(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_ERROR, text, args...);
+    }
+
+    template <typename... Args> void warning(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_WARNING, text, args...);
+    }
+
+    template <typename... Args> void trace(gpon::text_for<Args...> text, Args... args) const
+    {
+        report<Args...>(LOG_TRACE, text, args...);
+    }
+
+    /* For messages that go by gponDebugLevel alone, whatever the packet carries. */
+    constexpr log_context without_packet() const { return log_context::here(function_); }
+
+    constexpr bool has_packet() const { return skb_ != nullptr; }
+
+private:
+    constexpr packet_log(const sk_buff* skb, const char* function) : skb_(skb), function_(function)
+    {
     }
 
     template <typename... Args>
-    constexpr gpon::log_text<Args...> locate(gpon::log_text<Args...> text) const
+    void report(log_level level, gpon::log_text<Args...> text, Args... args) const
     {
-        text.function = function;
-        text.line = line;
-        return text;
+        const u32 word = gpon::flag_word_of(skb_) | level;
+        if ((word & gpon::debug_level()) || (word & GPON_FLOW_TRACE_MARK)) [[unlikely]]
+            gpon::emit<Args...>(word, text.named(function_), args...);
     }
+
+    const sk_buff* skb_;
+    const char* function_;
 };
-
-template <typename... Args>
-inline void log_error_from(log_site site, gpon::text_for<Args...> text, Args... args)
-{
-    if (gpon::debug_level() & LOG_ERROR) [[unlikely]]
-        gpon::emit<Args...>(LOG_ERROR, site.locate(text), args...);
-}
-
-template <typename... Args>
-inline void log_trace_from(log_site site, gpon::text_for<Args...> text, Args... args)
-{
-    if (gpon::debug_level() & LOG_TRACE) [[unlikely]]
-        gpon::emit<Args...>(LOG_TRACE, site.locate(text), args...);
-}
-
-template <typename... Args>
-inline void log_warning_from(log_site site, gpon::text_for<Args...> text, Args... args)
-{
-    if (gpon::debug_level() & LOG_WARNING) [[unlikely]]
-        gpon::emit<Args...>(LOG_WARNING, site.locate(text), args...);
-}
-
-template <typename... Args>
-inline void log_packet_from(log_site site, const sk_buff* skb, log_level level,
-                            gpon::text_for<Args...> text, Args... args)
-{
-    const u32 word = gpon::flag_word_of(skb) | level;
-    if ((word & gpon::debug_level()) || (word & GPON_FLOW_TRACE_MARK)) [[unlikely]]
-        gpon::emit<Args...>(word, site.locate(text), args...);
-}
 
 #endif

@@ -48,67 +48,60 @@ row_result next_in_row(const gpon_me_related_info& row, gpon_me_related_id* rela
     return row_result::answered;
 }
 
-void trace_query(const sk_buff* skb, const gpon_me_relation_query* query,
-                 log_site site = log_site::here())
+void trace_query(packet_log log, const gpon_me_relation_query* query)
 {
-    log_packet_from(site, skb, LOG_TRACE,
-                    "[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n",
-                    query->class_id, query->inst_id, query->related_class_id);
+    log.trace("[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n", query->class_id,
+              query->inst_id, query->related_class_id);
 }
 
-void trace_answer(const sk_buff* skb, const gpon_me_relation_query* query,
-                  log_site site = log_site::here())
+void trace_answer(packet_log log, const gpon_me_relation_query* query)
 {
-    trace_query(skb, query, site);
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d] instExist=%d,instId = 0x%x\n",
-                    query->related_id->instExist, query->related_id->instId);
+    trace_query(log, query);
+    log.trace("[%s][%d] instExist=%d,instId = 0x%x\n", query->related_id->instExist,
+              query->related_id->instId);
 }
 
 // Entry checks that both queries share.
-bool is_complete(const sk_buff* skb, const gpon_me_relation_query* query,
-                 log_site site = log_site::here())
+bool is_complete(packet_log log, const gpon_me_relation_query* query)
 {
-    if (!skb) {
-        log_trace_from(site, "[%s][%d]: Enter\n");
-        log_error_from(site, "[%s][%d] input parament is NULL\r\n");
+    if (!log.has_packet()) {
+        log.without_packet().trace("[%s][%d]: Enter\n");
+        log.without_packet().error("[%s][%d] input parament is NULL\r\n");
         return false;
     }
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    log.trace("[%s][%d]: Enter\n");
     if (query && query->related_id)
         return true;
-    log_packet_from(site, skb, LOG_ERROR, "[%s][%d] input parament is NULL\r\n");
+    log.error("[%s][%d] input parament is NULL\r\n");
     return false;
 }
 
-const gpon_me_entry* class_with_list(const sk_buff* skb, u16 class_id,
-                                     log_site site = log_site::here())
+const gpon_me_entry* class_with_list(packet_log log, u16 class_id)
 {
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(class_id);
     if (gpon::has_list(entry))
         return entry;
-    log_packet_from(site, skb, LOG_ERROR, "[%s][%d]the classId(%d) can not get the entry.\n",
-                    class_id);
+    log.error("[%s][%d]the classId(%d) can not get the entry.\n", class_id);
     return nullptr;
 }
 
 // The search of the reverse query over one instance.
-bool records(const sk_buff* skb, const gpon_me_inst& inst, const gpon_me_relation_query& query,
-             log_site site)
+bool records(packet_log log, const gpon_me_inst& inst, const gpon_me_relation_query& query)
 {
     for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
         if (row->related_class_id != query.class_id) {
-            log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+            log.trace("[%s][%d]\n");
             continue;
         }
         for (i32 i = 0; i < row->related_inst_num; ++i) {
             const gpon_me_related_id entry = load_related_id(row->related_ids[i]);
             if (entry.instExist != 1) {
-                log_packet_from(site, skb, LOG_TRACE, "[%s][%d]\n");
+                log.trace("[%s][%d]\n");
                 break;
             }
             if (entry.instId == query.inst_id) {
                 *query.related_id = {.instExist = 1, .instId = inst.inst_id};
-                log_packet_from(site, skb, LOG_TRACE, "%s [%d]: i=%d\n", i);
+                log.trace("%s [%d]: i=%d\n", i);
                 return true;
             }
         }
@@ -117,20 +110,17 @@ bool records(const sk_buff* skb, const gpon_me_inst& inst, const gpon_me_relatio
 }
 
 // Resuming: the previous answer is looked for by id and not examined itself.
-void pass_previous(const sk_buff* skb, const gpon_me_inst& inst, gpon_me_related_id* related_id,
-                   log_site site)
+void pass_previous(packet_log log, const gpon_me_inst& inst, gpon_me_related_id* related_id)
 {
     if (inst.inst_id == related_id->instId) {
         related_id->instExist = 0;
-        log_packet_from(site, skb, LOG_TRACE,
-                        "[%s][%d] loop at last instId, current instId= %x , "
-                        "already find instId = %x \n",
-                        inst.inst_id, related_id->instId);
+        log.trace("[%s][%d] loop at last instId, current instId= %x , "
+                  "already find instId = %x \n",
+                  inst.inst_id, related_id->instId);
     } else {
-        log_packet_from(site, skb, LOG_TRACE,
-                        "[%s][%d] loop to next instId,current instId= %x , "
-                        "already find instId = %x \n",
-                        inst.inst_id, related_id->instId);
+        log.trace("[%s][%d] loop to next instId,current instId= %x , "
+                  "already find instId = %x \n",
+                  inst.inst_id, related_id->instId);
     }
 }
 
@@ -139,16 +129,17 @@ void pass_previous(const sk_buff* skb, const gpon_me_inst& inst, gpon_me_related
 i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
                                   u16 related_class_id, gpon_me_related_id* related_id)
 {
-    packet_trace(skb, "[%s][%d]: Enter\n");
+    const packet_log log = packet_log::here(skb);
+    log.trace("[%s][%d]: Enter\n");
     if (!related || !related_id) {
-        packet_error(skb, "[%s] [%d]: Parameter is NULL: Fail\r\n");
+        log.error("[%s] [%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
     for (i32 i = 0; related[i].related_class_id != 0; ++i) {
         if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
             continue;
         if (next_in_row(related[i], related_id) == row_result::answered) {
-            packet_trace(skb, "[%s] [%d]: i=%d\n", i);
+            log.trace("[%s] [%d]: i=%d\n", i);
             return 0;
         }
     }
@@ -159,15 +150,15 @@ i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info
 gpon_me_related_id gpon::first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
                                           u16 related_class_id)
 {
-    const log_site site = {"gpon_flow_list_get_related_id", __LINE__};
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Enter\n");
+    const packet_log log = packet_log::of<gpon_flow_list_get_related_id>(skb);
+    log.trace("[%s][%d]: Enter\n");
     for (const gpon_me_related_info* row = related; row->related_class_id != 0; ++row) {
         if (row->related_class_id != related_class_id || row->related_inst_num <= 0)
             continue;
         const gpon_me_related_id first = load_related_id(row->related_ids[0]);
         if (first.instExist == 0)
             continue;
-        log_packet_from(site, skb, LOG_TRACE, "[%s] [%d]: i=%d\n", static_cast<i32>(row - related));
+        log.trace("[%s] [%d]: i=%d\n", static_cast<i32>(row - related));
         return first;
     }
     return {};
@@ -175,10 +166,11 @@ gpon_me_related_id gpon::first_related_id(const sk_buff* skb, const gpon_me_rela
 
 i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
 {
-    if (!is_complete(skb, query))
+    const packet_log log = packet_log::here(skb);
+    if (!is_complete(log, query))
         return -1;
-    trace_query(skb, query);
-    const gpon_me_entry* entry = class_with_list(skb, query->class_id);
+    trace_query(log, query);
+    const gpon_me_entry* entry = class_with_list(log, query->class_id);
     if (!entry)
         return -1;
     const gpon_me_list_info& info = *entry->list_info;
@@ -187,42 +179,41 @@ i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query
         return -1;
     if (gpon_flow_list_get_related_data(info.head, query->inst_id, table.get(),
                                         info.related_info_size) != 0) {
-        packet_error(skb,
-                     "[%s][%d]the classId(%d) InstanceId(%d) can not get ME list entry entry.\n",
-                     query->class_id, query->inst_id);
+        log.error("[%s][%d]the classId(%d) InstanceId(%d) can not get ME list entry entry.\n",
+                  query->class_id, query->inst_id);
         return -1;
     }
     gpon_flow_list_get_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table.get()),
                                   query->related_class_id, query->related_id);
-    trace_answer(skb, query);
+    trace_answer(log, query);
     return 0;
 }
 
 i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
 {
-    if (!is_complete(skb, query))
+    const packet_log log = packet_log::here(skb);
+    if (!is_complete(log, query))
         return -1;
-    trace_query(skb, query);
-    const gpon_me_entry* entry = class_with_list(skb, query->related_class_id);
+    trace_query(log, query);
+    const gpon_me_entry* entry = class_with_list(log, query->related_class_id);
     if (!entry)
         return -1;
     gpon_me_related_id* related_id = query->related_id;
     const list_head* head = entry->list_info->head;
-    if (gpon::subscribe(head->next) == head) {
+    if (gpon::rcu_dereference(head->next) == head) {
         related_id->instExist = 0;
         return -1;
     }
-    const log_site site = log_site::here();
     const gpon_me_inst* hit = gpon::find_if(head, [=](const gpon_me_inst* inst) {
         if (related_id->instExist == 1) {
-            pass_previous(skb, *inst, related_id, site);
+            pass_previous(log, *inst, related_id);
             return false;
         }
-        return records(skb, *inst, *query, site);
+        return records(log, *inst, *query);
     });
     if (!hit)
         related_id->instExist = 0;
-    trace_answer(skb, query);
+    trace_answer(log, query);
     return hit ? 0 : -1;
 }
 

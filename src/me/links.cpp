@@ -16,20 +16,20 @@ void record(gpon_me_related_id& entry, u16 id)
     store_related_id(entry, {.instExist = 1, .instId = id});
 }
 
-void link_created(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+void link_created(gpon_me_related_info& row, u16 id, log_context log)
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instExist != 0)
             continue;
-        log_trace_from(site, "[%s][%d] index = %d, entity id %04x\r\n", i, id);
+        log.trace("[%s][%d] index = %d, entity id %04x\r\n", i, id);
         record(row.related_ids[i], id);
         break;
     }
-    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_CREAT done\n");
+    log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_CREAT done\n");
 }
 
 // True when the id stands in the row afterwards.
-bool record_once(gpon_me_related_info& row, u16 id, log_site site)
+bool record_once(gpon_me_related_info& row, u16 id, log_context log)
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
@@ -38,21 +38,20 @@ bool record_once(gpon_me_related_info& row, u16 id, log_site site)
             return true;
         }
         if (entry.instId == id) {
-            log_trace_from(site,
-                           "[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n",
-                           i, id);
+            log.trace("[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n", i,
+                      id);
             return true;
         }
     }
     return false;
 }
 
-void link_set(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+void link_set(gpon_me_related_info& row, u16 id, log_context log)
 {
-    if (!record_once(row, id, site))
-        log_warning_from(site, "[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
-                         row.related_inst_num);
-    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
+    if (!record_once(row, id, log))
+        log.warning("[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
+                    row.related_inst_num);
+    log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
 }
 
 void close_gap(gpon_me_related_info& row, i32 at)
@@ -63,16 +62,16 @@ void close_gap(gpon_me_related_info& row, i32 at)
     store_related_id(row.related_ids[last], {});
 }
 
-void link_deleted(gpon_me_related_info& row, u16 id, log_site site = log_site::here())
+void link_deleted(gpon_me_related_info& row, u16 id, log_context log)
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instId != id)
             continue;
-        log_trace_from(site, "[%s][%d] Delete, index = %d, entity id %04x\r\n", i, id);
+        log.trace("[%s][%d] Delete, index = %d, entity id %04x\r\n", i, id);
         close_gap(row, i);
         break;
     }
-    log_trace_from(site, "[%s][%d]: ZR_OMCI_MSG_TYPE_DELETE done\n");
+    log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_DELETE done\n");
 }
 
 } // namespace
@@ -110,34 +109,35 @@ void gpon_flow_list_free_related_data(gpon_me_related_info* related)
 void gpon_flow_list_update_related_id(gpon_me_related_info* related,
                                       const gpon_me_related_update* update)
 {
-    log_trace("[%s][%d]: Enter\n");
+    const log_context log = log_context::here();
+    log.trace("[%s][%d]: Enter\n");
     if (!related || !update) {
-        log_error("[%s][%d] input parament is NULL\r\n");
+        log.error("[%s][%d] input parament is NULL\r\n");
         return;
     }
-    log_trace("[%s][%d]: class_id(%d), related_class_id(%d)\n", update->class_id,
+    log.trace("[%s][%d]: class_id(%d), related_class_id(%d)\n", update->class_id,
               update->related_class_id);
     gpon_me_related_info* row = gpon::find_row(related, update->class_id);
     if (row->related_class_id == 0) {
-        log_error("[%s][%d] Without Related ME\r\n");
+        log.error("[%s][%d] Without Related ME\r\n");
         return;
     }
-    log_trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n", update->class_id,
+    log.trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n", update->class_id,
               update->related_class_id);
-    log_trace("[%s][%d]: msg_type = %d\n", update->msg_type);
+    log.trace("[%s][%d]: msg_type = %d\n", update->msg_type);
     switch (update->msg_type) {
     case ZR_OMCI_MSG_TYPE_CREAT:
-        link_created(*row, update->entity_id);
+        link_created(*row, update->entity_id, log);
         break;
     case ZR_OMCI_MSG_TYPE_SET:
-        link_set(*row, update->entity_id);
+        link_set(*row, update->entity_id, log);
         break;
     case ZR_OMCI_MSG_TYPE_DELETE:
-        link_deleted(*row, update->entity_id);
+        link_deleted(*row, update->entity_id, log);
         break;
     default:
-        log_error("[%s][%d] action error\r\n");
+        log.error("[%s][%d] action error\r\n");
         return;
     }
-    log_error("[%s][%d] update relate id Success\r\n");
+    log.error("[%s][%d] update relate id Success\r\n");
 }

@@ -15,7 +15,7 @@ list_head* const POISON_PREV = reinterpret_cast<list_head*>(0x122);
 void unlink(list_head& link)
 {
     link.next->prev = link.prev;
-    gpon::publish(link.prev->next, link.next);
+    gpon::rcu_assign_pointer(link.prev->next, link.next);
     link.prev = POISON_PREV;
 }
 
@@ -66,13 +66,13 @@ void related_data_to(const gpon_me_inst* inst, void* out, size_t length)
 
 void gpon::copy_raw(const gpon_me_inst* inst, void* out, size_t length)
 {
-    log_trace_from({"gpon_flow_list_get_raw", __LINE__}, "[%s][%d]: Enter\n");
+    log_context::of<gpon_flow_list_get_raw>().trace("[%s][%d]: Enter\n");
     raw_to(inst, out, length);
 }
 
 void gpon::copy_related_data(const gpon_me_inst* inst, void* out, size_t length)
 {
-    log_trace_from({"gpon_flow_list_get_related_data", __LINE__}, "[%s][%d]: Enter\n");
+    log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
     related_data_to(inst, out, length);
 }
 
@@ -81,7 +81,7 @@ void gpon::append(list_head* head, gpon_me_inst* inst)
     list_head* last = head->prev;
     inst->link.next = head;
     inst->link.prev = last;
-    publish(last->next, &inst->link);
+    rcu_assign_pointer(last->next, &inst->link);
     head->prev = &inst->link;
 }
 
@@ -89,7 +89,7 @@ void gpon::replace(gpon_me_inst* old, gpon_me_inst* copy)
 {
     copy->link.next = old->link.next;
     copy->link.prev = old->link.prev;
-    publish(copy->link.prev->next, &copy->link);
+    rcu_assign_pointer(copy->link.prev->next, &copy->link);
     copy->link.next->prev = &copy->link;
     old->link.prev = POISON_PREV;
     call_rcu(&old->rcu, free_node);

@@ -64,7 +64,8 @@ inline void check_reader()
 template <typename Visit> inline gpon_me_inst* find_if(const list_head* head, Visit visit)
 {
     check_reader();
-    for (list_head* link = subscribe(head->next); link != head; link = subscribe(link->next))
+    for (list_head* link = rcu_dereference(head->next); link != head;
+         link = rcu_dereference(link->next))
         if (visit(inst_of(link)))
             return inst_of(link);
     return nullptr;
@@ -82,7 +83,7 @@ inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id, const g
 {
     check_reader();
     if (last) {
-        list_head* next = subscribe(last->link.next);
+        list_head* next = rcu_dereference(last->link.next);
         if (next != head && inst_of(next)->inst_id == inst_id) {
             last = inst_of(next);
             return inst_of(next);

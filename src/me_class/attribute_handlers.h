@@ -27,12 +27,12 @@ inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to)
 
 /* Traces the handler's entry; the raw record of its command, or null with the error message. */
 template <typename Raw>
-inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_site site = log_site::here())
+inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_context::here())
 {
-    log_trace_from(site, "[%s][%d]: Enter\n");
+    log.trace("[%s][%d]: Enter\n");
     if (cmd && cmd->attr_data)
         return static_cast<const Raw*>(attr_data(cmd));
-    log_error_from(site, "[%s][%d]Parameter is Null.\n");
+    log.error("[%s][%d]Parameter is Null.\n");
     return nullptr;
 }
 

@@ -14,14 +14,14 @@ constexpr u16 VTOCD_CLASS = 78;
 constexpr u16 EVTOCD_CLASS = 171;
 
 /* Traces the entry of a forward function; false with the message when an argument is null. */
-inline bool enter_forward(const sk_buff* skb, const gpon_fwd_info* fwd_info,
-                          const gpon_walk_result* result, log_site site = log_site::here(),
+inline bool enter_forward(packet_log log, const gpon_fwd_info* fwd_info,
+                          const gpon_walk_result* result,
                           log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
 {
-    log_trace_from(site, "[%s][%d]: Enter\n");
-    if (skb && fwd_info && result)
+    log.without_packet().trace("[%s][%d]: Enter\n");
+    if (log.has_packet() && fwd_info && result)
         return true;
-    log_error_from(site, null_message);
+    log.without_packet().error(null_message);
     return false;
 }
 
@@ -93,14 +93,14 @@ struct vlan_operations {
     }
 
     /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */
-    i32 run(const sk_buff* skb, op_info* op, log_site site = log_site::here()) const;
+    i32 run(const sk_buff* skb, op_info* op, packet_log log) const;
 };
 
 /* How a step through a class with VLAN operations begins. When it does not go on, answer is what
  * the forward function answers, and the status is set. */
 struct table_step {
     table_step(const gpon_me_list_info& info, const sk_buff* skb, const gpon_fwd_info* fwd_info,
-               gpon_walk_result* result, log_site site = log_site::here(),
+               gpon_walk_result* result, packet_log log,
                log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n");
 
     bool goes_on = false;

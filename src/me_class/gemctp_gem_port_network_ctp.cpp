@@ -115,14 +115,15 @@ i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)
 
 i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    if (!gpon::enter_forward(skb, fwd_info, result))
+    const packet_log log = packet_log::here(skb);
+    if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
     gpon::raw_record<gpon_raw_gemctp> me;
     if (!me || !me.read(gpon_gemctp_list, fwd_info->instId))
         return -1;
     result->ret_val = FLOW_PKT_NOT_FORWARD;
     if (!(fwd_info->fwd_flag & UP_ANI)) {
-        packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return 0;
     }
     if (me->direction != ANI_TO_UNI_ONLY) {

@@ -72,25 +72,26 @@ i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 
 i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     // This class has always put its name in brackets here.
-    gpon::table_step step(gemIwListInfo, skb, fwd_info, result, log_site::here(),
+    gpon::table_step step(gemIwListInfo, skb, fwd_info, result, log,
                           "[%s][%d]: Parameter is NULL: Fail\r\n");
     if (!step.goes_on)
         return step.answer;
     const gpon_me_related_id mapper = step.related.first(skb, 130);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
-        packet_error(skb, "[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        log.error("[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         return 0;
     }
-    if (step.vlan.run(skb, &step.op) != 0)
+    if (step.vlan.run(skb, &step.op, log) != 0)
         return -1;
     if (is_selected(skb, step.op, mapper)) {
         result->ret_val = FLOW_PKT_FORWARD;
     } else {
-        packet_error(skb, "[%s][%d] end, pbit_filter_handle fail.\n");
+        log.error("[%s][%d] end, pbit_filter_handle fail.\n");
         result->ret_val = FLOW_PKT_NOT_FORWARD;
     }
-    packet_trace(skb, "[%s][%d]: end, inst_id=%d, FLOW_PKT_FORWARD\n", fwd_info->instId);
+    log.trace("[%s][%d]: end, inst_id=%d, FLOW_PKT_FORWARD\n", fwd_info->instId);
     return 0;
 }

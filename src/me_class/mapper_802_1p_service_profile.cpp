@@ -85,14 +85,15 @@ i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
 
 i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    gpon::table_step step(mapperListInfo, skb, fwd_info, result);
+    const packet_log log = packet_log::here(skb);
+    gpon::table_step step(mapperListInfo, skb, fwd_info, result, log);
     if (!step.goes_on)
         return step.answer;
     if (!(fwd_info->fwd_flag & (UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI))) {
-        packet_error(skb, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
+        log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return -1;
     }
-    if (step.vlan.run(skb, &step.op) != 0)
+    if (step.vlan.run(skb, &step.op, log) != 0)
         return -1;
     if (fwd_info->fwd_flag & UP_UNI)
         result->turn_inst_id = fwd_info->instId;

@@ -59,6 +59,7 @@ u16 selected_gem_iw(const gpon_raw_mapper* me, u8 priority)
 
 i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     if (!skb || !op) {
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
@@ -68,7 +69,7 @@ i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
     if (!me || !me.read(gpon_mapper_list, op->related_inst_id))
         return -1;
     if (!(op->fwd_flag & UP_ANI)) {
-        packet_error(skb, "[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
+        log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
         return -1;
     }
     u8 priority = 0;
@@ -77,6 +78,6 @@ i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
     const u16 gem_iw = selected_gem_iw(me.get(), priority);
     if (gem_iw == 0 || gem_iw != op->inst_id)
         return -1;
-    packet_trace(skb, "[%s][%d]: end, return 0\n");
+    log.trace("[%s][%d]: end, return 0\n");
     return 0;
 }

@@ -115,39 +115,40 @@ side mbpcd_parse_onu_side(const gpon_me_inst* inst)
 // One packet at one bridge port.
 struct bridge_port {
     sk_buff* skb;
+    packet_log log;
     gpon_walk_result* result;
     op_info op;
     gpon_me_related_id filter;
     gpon::vlan_operations vlan;
     u16 bridge_id;
 
-    void run_filter(fwd_status status_when_passed, log_site site)
+    void run_filter(fwd_status status_when_passed)
     {
         op.related_inst_id = filter.instId;
         if (filter.instExist != 1 || vtfd_filter_handle(skb, &op) == 0)
             result->ret_val = status_when_passed;
         else
-            log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, vtfd_filter_handle fail.\n");
+            log.error("[%s][%d] end, vtfd_filter_handle fail.\n");
     }
 
     // Into the bridge: VLAN operations before the filter. The walk of this half ends here.
-    i32 enter(log_site site)
+    i32 enter()
     {
-        if (vlan.run(skb, &op, site) != 0)
+        if (vlan.run(skb, &op, log) != 0)
             return -1;
-        run_filter(FLOW_PKT_FORWARD_DONE, site);
+        run_filter(FLOW_PKT_FORWARD_DONE);
         result->turn_inst_id = bridge_id;
         return 0;
     }
 
     // Out of the bridge: filter before the VLAN operations.
-    i32 leave(log_site site)
+    i32 leave()
     {
-        run_filter(FLOW_PKT_FORWARD, site);
-        return vlan.run(skb, &op, site);
+        run_filter(FLOW_PKT_FORWARD);
+        return vlan.run(skb, &op, log);
     }
 
-    i32 pass(side at, log_site site = log_site::here())
+    i32 pass(side at)
     {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         const bool uni = at == side::uni;
@@ -155,13 +156,12 @@ struct bridge_port {
         // A flag carries one bit; the bit that enters the bridge is looked at first on the UNI
         // side, the one that leaves it on the ANI side.
         if (uni && (op.fwd_flag & UP_UNI))
-            return enter(site);
+            return enter();
         if ((uni && (op.fwd_flag & DOWN_UNI)) || (ani && (op.fwd_flag & UP_ANI)))
-            return leave(site);
+            return leave();
         if (ani && (op.fwd_flag & DOWN_ANI))
-            return enter(site);
-        log_packet_from(site, skb, LOG_WARNING, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n",
-                        op.fwd_flag);
+            return enter();
+        log.warning("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", op.fwd_flag);
         return 0;
     }
 };
@@ -170,7 +170,8 @@ struct bridge_port {
 
 i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    if (!gpon::enter_forward(skb, fwd_info, result))
+    const packet_log log = packet_log::here(skb);
+    if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
     gpon::raw_record<gpon_raw_mbpcd> me;
     gpon::related_table related(mbpcdListInfo);
@@ -182,13 +183,11 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
         return -1;
     related.read(inst);
     const gpon_me_related_id filter = related.first(skb, 84);
-    bridge_port port = {skb,
-                        result,
-                        {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},
-                        filter,
-                        gpon::vlan_operations::of(skb, related),
-                        me->bridgeID};
-    packet_trace(skb, "[%s] [%d]: enter, classId=%d,instId=%d\r\n", fwd_info->classId,
-                 fwd_info->instId);
+    bridge_port port = {
+        skb,         log,
+        result,      {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},
+        filter,      gpon::vlan_operations::of(skb, related),
+        me->bridgeID};
+    log.trace("[%s] [%d]: enter, classId=%d,instId=%d\r\n", fwd_info->classId, fwd_info->instId);
     return port.pass(mbpcd_parse_onu_side(inst));
 }

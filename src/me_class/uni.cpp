@@ -2,17 +2,16 @@
 #include "uni.h"
 
 i32 gpon::uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
-                      gpon_walk_result* result, log_site site)
+                      gpon_walk_result* result, packet_log log)
 {
-    table_step step(info, skb, fwd_info, result, site);
+    table_step step(info, skb, fwd_info, result, log);
     if (!step.goes_on)
         return step.answer;
     if (!(fwd_info->fwd_flag & (UP_UNI | DOWN_UNI))) {
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n",
-                        fwd_info->fwd_flag);
+        log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return 0;
     }
-    if (step.vlan.run(skb, &step.op, site) == 0)
+    if (step.vlan.run(skb, &step.op, log) == 0)
         result->ret_val = FLOW_PKT_FORWARD;
     return 0;
 }

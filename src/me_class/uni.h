@@ -20,7 +20,7 @@ inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id)
 
 /* The step through either class. A failed VLAN operation leaves the status and is no failure. */
 i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
-                gpon_walk_result* result, log_site site = log_site::here());
+                gpon_walk_result* result, packet_log log);
 
 } // namespace gpon
 

@@ -146,20 +146,21 @@ const gpon_me_inst* find_filter(const op_info* op)
 
 i32 vtfd_handle(const sk_buff* skb, const gpon_raw_vtfd* me)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: enter\n");
     u16 tci = 0;
     gpon_pkt_get_outer_vlan_tci(skb, &tci);
     const u8 tagged = tci != 0;
-    packet_trace(skb, "[%s][%d]: forwardOperation=0x%x,vlanTci=0x%x,tagFlag=%x\n",
-                 me->forwardOperation, tci, tagged);
+    log.trace("[%s][%d]: forwardOperation=0x%x,vlanTci=0x%x,tagFlag=%x\n", me->forwardOperation,
+              tci, tagged);
     const forward_operation* row = find_operation(me->forwardOperation, tagged);
     if (!row) {
-        packet_error(skb, "[%s][%d]: end, return -1\n");
+        log.error("[%s][%d]: end, return -1\n");
         return -1;
     }
     if (row->action(tci, me, row->mask) != 0)
         return -1;
-    packet_trace(skb, "[%s][%d]: end, return 0\n");
+    log.trace("[%s][%d]: end, return 0\n");
     return 0;
 }
 
@@ -232,6 +233,7 @@ i32 vtfd_action_g(u16 tci, const gpon_raw_vtfd* me, u16 mask)
 
 i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: enter\n");
     if (!skb || !op) {
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
@@ -241,7 +243,7 @@ i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
     if (!me || !me.read(find_filter(op)))
         return -1;
     if (!(op->fwd_flag & (UP_ANI | DOWN_ANI))) {
-        packet_error(skb, "[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
+        log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
         return -1;
     }
     return vtfd_handle(skb, me.get());

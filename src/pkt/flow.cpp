@@ -50,44 +50,44 @@ gpon_fwd_info downstream_start(const sk_buff* skb)
 }
 
 // The walk of one direction, with the message of the one that failed.
-i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, log_site site)
+i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log)
 {
     switch (fwd_flag) {
     case UP_UNI:
         if (gpon_pkt_upstream_uni(skb, result) == 0)
             return 0;
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_upstream_uni Fail\r\n");
+        log.error("%s [%d]: gpon_pkt_upstream_uni Fail\r\n");
         return -1;
     case UP_ANI:
         if (gpon_pkt_upstream_ani(skb, result) == 0)
             return 0;
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_upstream_ani Fail\r\n");
+        log.error("%s [%d]: gpon_pkt_upstream_ani Fail\r\n");
         return -1;
     case DOWN_ANI:
         if (gpon_pkt_downstream_ani(skb, result) == 0)
             return 0;
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_downstream_ani Fail\r\n");
+        log.error("%s [%d]: gpon_pkt_downstream_ani Fail\r\n");
         return -1;
     case DOWN_UNI:
         return gpon_pkt_downstream_uni(skb, result);
     default:
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: unknown fwd_flag: %d\n", fwd_flag);
+        log.error("%s [%d]: unknown fwd_flag: %d\n", fwd_flag);
         return -1;
     }
 }
 
 // The header is read once for a call: the summary serves the result, the look-up and the learning.
 i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_info* info,
-                      log_site site)
+                      packet_log log)
 {
-    log_trace_from(site, "[%s][%d]: Enter\n");
+    log.without_packet().trace("[%s][%d]: Enter\n");
     if (!skb) {
-        log_error_from(site, "[%s][%d] end, Parameter is NULL: Fail\n");
+        log.without_packet().error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
     *result = {};
     if (gpon_pkt_form_info(skb, info) != 0) {
-        log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, form SKB Info: Fail\n");
+        log.error("[%s][%d] end, form SKB Info: Fail\n");
         return -1;
     }
     result->port_word = info->port_word;
@@ -101,11 +101,11 @@ i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_inf
 
 // Replays the rule that the look-up found.
 i32 replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_key* key,
-                gpon_walk_result* result, log_site site)
+                gpon_walk_result* result, packet_log log)
 {
     gpon_fwd_info step = {0, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d]: Rule already exist!\n");
+    log.trace("[%s][%d]: Rule already exist!\n");
     // When this frame has read a change, no later one on this CPU may read the generation before.
     gpon::order_loads();
     if (key && gpon::is_repeatable(fwd_flag, every_step_made))
@@ -116,21 +116,21 @@ i32 replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_
 // A frame whose outcome is not known: its rule is replayed, or its walk is learnt. Apart from the
 // entry, which a known frame passes without this one's stack. A null key: not to be remembered.
 [[gnu::noinline]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation,
-                               const gpon::outcome_key* key, log_site site)
+                               const gpon::outcome_key* key, packet_log log)
 {
     const gpon::rcu_reader reader;
     gpon_walk_result result;
     gpon_pkt_info info;
-    if (init_from_summary(skb, &result, &info, {"gpon_pkt_init_fwd_info", __LINE__}) != 0) {
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
+    if (init_from_summary(skb, &result, &info, packet_log::of<gpon_pkt_init_fwd_info>(skb)) != 0) {
+        log.error("%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
         return -1;
     }
     if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0)
-        return replay_rule(skb, fwd_flag, generation, key, &result, site);
-    if (walk(skb, fwd_flag, &result, site) != 0)
+        return replay_rule(skb, fwd_flag, generation, key, &result, log);
+    if (walk(skb, fwd_flag, &result, log) != 0)
         return -1;
     if (gpon::learn_rule(info, fwd_flag, result.trace, generation) != 0) {
-        log_packet_from(site, skb, LOG_ERROR, "%s [%d]: gpon_rule_generate_trace Fail\r\n");
+        log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;
     }
     return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
@@ -141,28 +141,30 @@ i32 replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
 {
     gpon_pkt_info info;
-    return init_from_summary(skb, result, &info, log_site::here());
+    return init_from_summary(skb, result, &info, packet_log::here(skb));
 }
 
 i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     const u8 port = uni_port(skb);
     gpon_fwd_info start = {PPTP_CLASS, 0, UP_UNI};
     pptp_get_inst_id_by_port_id(port, &start.instId);
     if (reaches_egress(skb, start, result))
         return 0;
-    packet_warning(skb, "[%s][%d]the PPTP can not get the entry.\n");
+    log.warning("[%s][%d]the PPTP can not get the entry.\n");
     start.classId = VEIP_CLASS;
     veip_get_inst_id_by_port_id(port, &start.instId);
     if (reaches_egress(skb, start, result))
         return 0;
-    packet_error(skb, "[%s][%d]the PPTP/VEIP can not get the entry.\n");
+    log.error("[%s][%d]the PPTP/VEIP can not get the entry.\n");
     return -1;
 }
 
 i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     u32 count = 0;
     const gpon::owned<u16> bridges(get_mbsp_list_inst_id(&count));
@@ -174,7 +176,7 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
         const gpon_fwd_info start = {MBSP_CLASS, bridges[i], UP_ANI};
         if (!reaches_egress(skb, start, result))
             continue;
-        packet_trace(skb, "[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
+        log.trace("[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
         return 0;
     }
     return count == 0 ? 0 : -1;
@@ -182,22 +184,23 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
 
 i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     const gpon_fwd_info start = downstream_start(skb);
     if (gpon_pkt_general_forward(skb, &start, result) != 0) {
-        packet_error(skb, "[%s][%d]: DownStream ANI Operation fail!\n");
+        log.error("[%s][%d]: DownStream ANI Operation fail!\n");
         return -1;
     }
     if (result->ret_val == FLOW_PKT_FORWARD_DONE) {
-        packet_trace(skb, "[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
+        log.trace("[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
         return 0;
     }
     if (start.classId == MULTI_GEM_IW_CLASS) {
-        packet_trace(skb, "[%s][%d] MultiCast Gemport not in MAC Bridge,gemportid=%d.\n",
-                     skb_gemport_id(skb));
+        log.trace("[%s][%d] MultiCast Gemport not in MAC Bridge,gemportid=%d.\n",
+                  skb_gemport_id(skb));
         return 0;
     }
-    packet_error(skb, "[%s][%d]: DownStream ANI Operation fail! ret_val=%d\n", result->ret_val);
+    log.error("[%s][%d]: DownStream ANI Operation fail! ret_val=%d\n", result->ret_val);
     return -1;
 }
 
@@ -209,6 +212,7 @@ i32 gpon_pkt_downstream_uni(sk_buff*, gpon_walk_result*)
 
 i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     if (!skb) {
         log_error("%s [%d]: skb is NULL: Fail\r\n");
@@ -217,11 +221,11 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     const u64 generation = gpon::current_generation();
     gpon::outcome_key key;
     if (!gpon::make_outcome_key(skb, fwd_flag, &key))
-        return classify(skb, fwd_flag, generation, nullptr, log_site::here());
+        return classify(skb, fwd_flag, generation, nullptr, log);
     u16 gemport_id = 0;
     if (gpon::is_silent(skb) && gpon::outcomes_are_used() &&
         gpon::find_outcome(key, generation, &gemport_id))
         return gpon::hand_over(skb, fwd_flag, gemport_id,
-                               {"gpon_pkt_handle_after_fwd_done", __LINE__});
-    return classify(skb, fwd_flag, generation, &key, log_site::here());
+                               packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
+    return classify(skb, fwd_flag, generation, &key, log);
 }

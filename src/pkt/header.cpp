@@ -50,8 +50,8 @@ u8 tag_count(const frame& f)
 
 void gpon::trace_form_info()
 {
-    log_trace_from({"gpon_pkt_form_info", __LINE__}, "[%s][%d]: Enter\n");
-    log_trace_from({"gpon_pkt_get_vlan_tag_num", __LINE__}, "[%s][%d]: Enter\n");
+    log_context::of<gpon_pkt_form_info>().trace("[%s][%d]: Enter\n");
+    log_context::of<gpon_pkt_get_vlan_tag_num>().trace("[%s][%d]: Enter\n");
 }
 
 i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count)
@@ -72,7 +72,7 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
-    log_trace_from({"gpon_pkt_get_vlan_tag_num", __LINE__}, "[%s][%d]: Enter\n");
+    log_context::of<gpon_pkt_get_vlan_tag_num>().trace("[%s][%d]: Enter\n");
     *info = {};
     const frame f = frame::of(skb);
     const u8 tags = tag_count(f);
@@ -90,6 +90,7 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
 
 i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d] enter, eth_type=0x%x\n", 0);
     if (!skb || !tci) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
@@ -99,7 +100,7 @@ i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci)
     const u16 type = f.be16(gpon::TYPE_OFFSET);
     const bool tagged = type == gpon::TPID_8021Q || type == gpon::TPID_8021AD;
     *tci = tagged ? f.be16(gpon::TYPE_OFFSET + 2) : u16{0};
-    packet_trace(skb, "[%s][%d] end, vlanTci=0x%x\n", *tci);
+    log.trace("[%s][%d] end, vlanTci=0x%x\n", *tci);
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include "../base/log.h"
 #include "../hash/rule_table.h"
 #include "../me/registry.h"
+#include "flow.h"
 #include "header.h"
 
 namespace {
@@ -32,36 +33,35 @@ private:
 
 enum class replay { goes_on, ended, failed };
 
-replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result, log_site site)
+replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
+                   packet_log log)
 {
     if (step->classId == 0) {
-        log_packet_from(site, skb, LOG_WARNING, "[%s][%d] find the end classId, break.\n");
+        log.warning("[%s][%d] find the end classId, break.\n");
         return replay::ended;
     }
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
     if (!entry || !entry->fwd_op) {
-        log_packet_from(site, skb, LOG_ERROR,
-                        "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
-                        step->classId);
+        log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
+                  step->classId);
         return replay::failed;
     }
     if (entry->fwd_op->forward && entry->fwd_op->forward(skb, step, result) != 0) {
-        log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, the classId(%d) fwd_op fail.\n",
-                        step->classId);
+        log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
         return replay::failed;
     }
     return replay::goes_on;
 }
 
-i32 choose_queue(sk_buff* skb, log_site site)
+i32 choose_queue(sk_buff* skb, packet_log log)
 {
     int (*const queue_mapping)(sk_buff*) = gpon::load_relaxed(gpon_queue_mapping_hook);
     if (!queue_mapping) {
-        log_packet_from(site, skb, LOG_ERROR, "[%s][%d]: gpon_queue_mapping_hook invalid!\n");
+        log.error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
         return -1;
     }
     if (queue_mapping(skb) != 0) {
-        log_packet_from(site, skb, LOG_ERROR, "[%s][%d]: no priority queue find!\n");
+        log.error("[%s][%d]: no priority queue find!\n");
         return -1;
     }
     return 0;
@@ -97,13 +97,14 @@ i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_
 
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     if (!skb) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
     gpon_pkt_info info;
     if (gpon_pkt_form_info(skb, &info) != 0) {
-        packet_error(skb, "[%s][%d] end, form SKB Info: Fail\n");
+        log.error("[%s][%d] end, form SKB Info: Fail\n");
         return -1;
     }
     return gpon_rule_add_inst(&info, fwd_flag, &result->trace);
@@ -119,13 +120,14 @@ i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace*
 
 i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace)
 {
+    const packet_log log = packet_log::here(skb);
     if (!skb || !trace) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
     gpon_pkt_info info;
     if (gpon_pkt_form_info(skb, &info) != 0) {
-        packet_error(skb, "[%s][%d] end, form SKB Info: Fail\n");
+        log.error("[%s][%d] end, form SKB Info: Fail\n");
         return -1;
     }
     *trace = {};
@@ -146,20 +148,21 @@ i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_tr
     return gpon_rule_add_inst(&info, fwd_flag, &trace, walked_in);
 }
 
-i32 gpon::hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, log_site site)
+i32 gpon::hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, packet_log log)
 {
     if (fwd_flag != UP_ANI)
         return 0;
     skb_set_gemport_id(skb, gemport_id);
-    return choose_queue(skb, site);
+    return choose_queue(skb, log);
 }
 
 bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     for (const gpon_trace_step& learnt : result->trace.step) {
         fwd_info->classId = learnt.classId;
         fwd_info->instId = learnt.instId;
-        const replay step = replay_step(skb, fwd_info, result, log_site::here());
+        const replay step = replay_step(skb, fwd_info, result, log);
         if (step != replay::goes_on)
             return step == replay::ended;
     }
@@ -168,18 +171,19 @@ bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_res
 
 i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     switch (fwd_flag) {
     case UP_UNI:
     case DOWN_ANI:
     case DOWN_UNI:
     case UP_ANI:
-        return gpon::hand_over(skb, fwd_flag, result->gemport_id, log_site::here());
+        return gpon::hand_over(skb, fwd_flag, result->gemport_id, log);
     default:
-        packet_error(skb, "%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
+        log.error("%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
         // Reported on behalf of the caller, which reports nothing when the queue choice fails.
-        log_packet_from({"gpon_pkt_general_flow_func", __LINE__}, skb, LOG_ERROR,
-                        "%s [%d]: gpon_pkt_handle_after_fwd_done Fail\r\n");
+        packet_log::of<gpon_pkt_general_flow_func>(skb).error(
+            "%s [%d]: gpon_pkt_handle_after_fwd_done Fail\r\n");
         return -1;
     }
 }

@@ -44,7 +44,7 @@ i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& t
                u64 walked_in);
 
 /* What gpon_pkt_handle_after_fwd_done does with a frame of one of the four directions. */
-i32 hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, log_site site);
+i32 hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, packet_log log);
 
 } // namespace gpon
 

@@ -27,10 +27,11 @@ enum class row_end { next_row, done, failed };
  * of them are on the stack at once, and one frame a level is smaller than the three it replaces. */
 struct next_class_row {
     sk_buff* skb;
+    packet_log log;
     const gpon_fwd_info& from;
     gpon_walk_result* result;
 
-    [[gnu::always_inline]] row_end walk(u16 next_class, log_site site)
+    [[gnu::always_inline]] row_end walk(u16 next_class)
     {
         gpon_me_related_id related_id = {};
         const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id};
@@ -38,49 +39,43 @@ struct next_class_row {
         for (u32 answers = 0; answers < MAX_ANSWERS; ++answers) {
             const gpon_me_related_id previous = related_id;
             query_next(skb, query);
-            log_packet_from(site, skb, LOG_TRACE,
-                            "[%s][%d] nextMeClassId=%d, inst_id=0x%x, instExist=%d,instId = 0x%x\n",
-                            next_class, next.instId, related_id.instExist, related_id.instId);
+            log.trace("[%s][%d] nextMeClassId=%d, inst_id=0x%x, instExist=%d,instId = 0x%x\n",
+                      next_class, next.instId, related_id.instExist, related_id.instId);
             if (related_id.instExist != 1) {
-                log_packet_from(site, skb, LOG_WARNING,
-                                "[%s][%d] the classId(%d),related_id.instExist=%d,"
-                                "related_id.instId=0x%x\n",
-                                from.classId, related_id.instExist, related_id.instId);
+                log.warning("[%s][%d] the classId(%d),related_id.instExist=%d,"
+                            "related_id.instId=0x%x\n",
+                            from.classId, related_id.instExist, related_id.instId);
                 break;
             }
             if (gpon::is_repeated_answer(query, previous))
                 break;
             next.instId = related_id.instId;
-            const row_end end = step(next, site);
+            const row_end end = step(next);
             if (end != row_end::next_row || result->ret_val == FLOW_PKT_FORWARD)
                 return end;
         }
         return row_end::next_row;
     }
 
-    [[gnu::always_inline]] row_end step(const gpon_fwd_info& next, log_site site)
+    [[gnu::always_inline]] row_end step(const gpon_fwd_info& next)
     {
         if (gpon_pkt_general_forward(skb, &next, result) != 0) {
-            log_packet_from(site, skb, LOG_ERROR,
-                            "[%s][%d] end, nextMeClassId=%d, inst_id=0x%x, fwd_op fail.\n",
-                            next.classId, next.instId);
+            log.error("[%s][%d] end, nextMeClassId=%d, inst_id=0x%x, fwd_op fail.\n", next.classId,
+                      next.instId);
             return row_end::failed;
         }
         switch (result->ret_val) {
         case FLOW_PKT_FORWARD:
-            log_packet_from(site, skb, LOG_TRACE,
-                            "[%s][%d] nextMeClassId=%d, inst_id=0x%x, FLOW_PKT_FORWARD\n",
-                            next.classId, next.instId);
+            log.trace("[%s][%d] nextMeClassId=%d, inst_id=0x%x, FLOW_PKT_FORWARD\n", next.classId,
+                      next.instId);
             return row_end::next_row;
         case FLOW_PKT_FORWARD_DONE:
-            log_packet_from(site, skb, LOG_TRACE,
-                            "[%s][%d] nextMeClassId=%d, inst_id=0x%x, FLOW_PKT_FORWARD_DONE\n",
-                            next.classId, next.instId);
+            log.trace("[%s][%d] nextMeClassId=%d, inst_id=0x%x, FLOW_PKT_FORWARD_DONE\n",
+                      next.classId, next.instId);
             return row_end::done;
         default:
-            log_packet_from(site, skb, LOG_TRACE,
-                            "[%s][%d] nextMeClassId=%d, last inst_id=0x%x, ret_val = %d\n",
-                            next.classId, next.instId, result->ret_val);
+            log.trace("[%s][%d] nextMeClassId=%d, last inst_id=0x%x, ret_val = %d\n", next.classId,
+                      next.instId, result->ret_val);
             return row_end::next_row;
         }
     }
@@ -88,22 +83,19 @@ struct next_class_row {
 
 // What a step does between its entry and its exit, at the depth that recurse_num says.
 [[gnu::always_inline]] inline i32 walk_step(sk_buff* skb, const gpon_fwd_info* step,
-                                            gpon_walk_result* result,
-                                            log_site site = log_site::here())
+                                            gpon_walk_result* result, packet_log log)
 {
     if (result->ret_val == FLOW_PKT_FORWARD_DONE) {
-        log_packet_from(site, skb, LOG_TRACE,
-                        "[%s][%d] end,classId=%d,instId=0x%x,FLOW_PKT_FORWARD_DONE\n",
-                        step->classId, step->instId);
+        log.trace("[%s][%d] end,classId=%d,instId=0x%x,FLOW_PKT_FORWARD_DONE\n", step->classId,
+                  step->instId);
         return 0;
     }
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d] enter, classId=%d,instId=0x%x,fwd_flag=%d\n",
-                    step->classId, step->instId, step->fwd_flag);
+    log.trace("[%s][%d] enter, classId=%d,instId=0x%x,fwd_flag=%d\n", step->classId, step->instId,
+              step->fwd_flag);
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
     if (!entry || !entry->fwd_op) {
-        log_packet_from(site, skb, LOG_ERROR,
-                        "[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
-                        step->classId);
+        log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
+                  step->classId);
         return -1;
     }
     result->trace.step[result->recurse_num - 1] = {step->classId, step->instId};
@@ -111,23 +103,19 @@ struct next_class_row {
         result->ret_val = FLOW_PKT_FORWARD;
     } else {
         if (entry->fwd_op->forward(skb, step, result) != 0) {
-            log_packet_from(site, skb, LOG_ERROR, "[%s][%d] end, the classId(%d) fwd_op fail.\n",
-                            step->classId);
+            log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
             return -1;
         }
         if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
-            log_packet_from(site, skb, LOG_TRACE,
-                            "[%s] [%d] end,  classId=%d,instId=0x%x,ret_val=%d\n", step->classId,
-                            step->instId, result->ret_val);
+            log.trace("[%s] [%d] end,  classId=%d,instId=0x%x,ret_val=%d\n", step->classId,
+                      step->instId, result->ret_val);
             return 0;
         }
     }
-    log_packet_from(site, skb, LOG_TRACE, "[%s][%d] classId=%d,instId=0x%x,ret_val=%d\n",
-                    step->classId, step->instId, result->ret_val);
+    log.trace("[%s][%d] classId=%d,instId=0x%x,ret_val=%d\n", step->classId, step->instId,
+              result->ret_val);
     if (!entry->fwd_op->next_classes) {
-        log_packet_from(site, skb, LOG_TRACE,
-                        "[%s][%d] end, the classId(%d) without next me operation.\n",
-                        step->classId);
+        log.trace("[%s][%d] end, the classId(%d) without next me operation.\n", step->classId);
         if (result->ret_val != FLOW_PKT_FORWARD_DONE)
             result->ret_val = FLOW_PKT_NOT_FORWARD;
         return 0;
@@ -140,13 +128,14 @@ struct next_class_row {
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result,
                           const gpon_me_next_class* next_classes)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
-    next_class_row row = {skb, *fwd_info, result};
+    next_class_row row = {skb, log, *fwd_info, result};
     for (; next_classes->class_id != 0; ++next_classes) {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         if (!(fwd_info->fwd_flag & next_classes->flags))
             continue;
-        switch (row.walk(next_classes->class_id, log_site::here())) {
+        switch (row.walk(next_classes->class_id)) {
         case row_end::next_row:
             continue;
         case row_end::done:
@@ -155,13 +144,13 @@ i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk
             return -1;
         }
     }
-    packet_trace(skb, "[%s][%d] end, classId=%d,instId=0x%x\n", fwd_info->classId,
-                 fwd_info->instId);
+    log.trace("[%s][%d] end, classId=%d,instId=0x%x\n", fwd_info->classId, fwd_info->instId);
     return 0;
 }
 
 i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
+    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     if (!skb) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
@@ -174,11 +163,10 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
         printk("[%s][%d] end, Fail,recurse_num is MAX_RECURSION_NUM(%d)\n", __func__, __LINE__,
                MAX_RECURSION_NUM);
     else
-        answer = walk_step(skb, fwd_info, result);
+        answer = walk_step(skb, fwd_info, result, log);
     --result->recurse_num;
-    packet_trace(skb,
-                 "[%s][%d] end, classId=%d,instId=0x%x, func_ret = %d,ret_val=%d,"
-                 "recurse_num =%d\n",
-                 fwd_info->classId, fwd_info->instId, answer, result->ret_val, result->recurse_num);
+    log.trace("[%s][%d] end, classId=%d,instId=0x%x, func_ret = %d,ret_val=%d,"
+              "recurse_num =%d\n",
+              fwd_info->classId, fwd_info->instId, answer, result->ret_val, result->recurse_num);
     return answer;
 }
