@@ -7,6 +7,9 @@
 #ifndef GPON_ME_CLASS_H
 #define GPON_ME_CLASS_H
 
+#include <span>
+
+#include "me_attribute.h"
 #include "me_inst.h"
 #include "packet_flow.h"
 #include "uapi/gpon_flow.h"
@@ -28,14 +31,19 @@ struct gpon_me_attr_op {
 };
 
 struct gpon_me_list_info {
-    /* Formats a raw record as cells under titles; answers the length of the titles. */
-    i32 (*dump_raw)(const void* raw, char* values, char* header, char* extra, i32 length);
-    i32 raw_size;                             /* bytes */
-    const gpon_me_related_info* related_info; /* template, closed by a row of class 0 */
-    i32 related_info_size;                    /* bytes, closing row included */
-    i32 (*fill_raw_data)(void* raw); /* defaults of an instance created by the store, or null */
-    const gpon_me_attr_op* attr_ops; /* null: creates and sets store nothing */
-    list_head* head;
+    /* Formats a raw record as cells under titles; returns the length of the titles. */
+    i32 (*dump_raw)(const void* raw, char* values, char* header, char* extra, i32 length) = nullptr;
+    i32 raw_size = 0;                                   /* bytes */
+    const gpon_me_related_info* related_info = nullptr; /* template, closed by a row of class 0 */
+    i32 related_info_size = 0;                          /* bytes, closing row included */
+    /* Defaults of an instance created by the store, or null. */
+    i32 (*fill_raw_data)(void* raw) = nullptr;
+    const gpon_me_attr_op* attr_ops = nullptr; /* null: creates and sets store nothing */
+    list_head* head = nullptr;
+    std::span<const gpon_me_field> fields = {};     /* columns of the dump first to last */
+    std::span<const gpon_me_pointer> pointers = {}; /* in the order in which they are followed */
+    /* What fill_raw_data writes, for any default configuration; null as that is. */
+    void (*fill_defaults)(void* raw, const struct gpon_flow_cfg_data& cfg) = nullptr;
 };
 
 /* One next-class row: the class to try next and the directions in which it is a step. */
@@ -50,11 +58,17 @@ struct gpon_me_fwd_op {
     i32 (*forward)(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
 };
 
+/* How instances of a class come into being. */
+enum gpon_me_creation : u32 {
+    CREATED_BY_LINK = 0, /* the first link to an instance creates it */
+    CREATED_BY_OLT = 1   /* only a command of the OLT does */
+};
+
 /* One row of me_table. */
 struct gpon_me_entry {
     u16 class_id; /* G.988 class number */
     char name[66];
-    u32 explicit_create; /* 1: only the OLT creates instances; else a link to one creates it */
+    u32 explicit_create; /* CREATED_BY_OLT, or any other value for CREATED_BY_LINK */
     const gpon_me_list_info* list_info;
     const gpon_me_fwd_op* fwd_op; /* null: never a step of a walk */
 };

@@ -18,7 +18,11 @@
 #define GPON_DEFINED_IN(room)
 
 /* Rows of me_table; row 0 is empty and stands for "no class". */
-constexpr u16 GPON_ME_ROWS = 16;
+constexpr u16 GPON_ME_ROWS = 1
+#define GPON_WALKED(...) +1
+#define GPON_STORED(...) +1
+#include "../include/me_classes.def"
+    ;
 
 extern "C" {
 

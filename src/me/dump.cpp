@@ -33,19 +33,13 @@ bool is_list(const gpon_me_related_info& row)
     return row.related_inst_num > 1;
 }
 
-i32 width_of(const char* title)
-{
-    const i32 length = gpon::text_length(title);
-    return length < MIN_WIDTH ? MIN_WIDTH : length;
-}
-
 // Appends the titles of the single links; answers the width of the whole table.
 i32 finish_header(const gpon_me_related_info* row, i32 start)
 {
     line header{header_line, start};
     for (; row && row->related_class_id != 0; ++row)
         if (!is_list(*row)) {
-            const i32 width = width_of(row->name);
+            const i32 width = gpon::column_width(row->name);
             header.put(width + SEPARATOR, "%*s | ", width, row->name);
         }
     return header.at;
@@ -77,7 +71,7 @@ void put_list(line& lists, const gpon_me_related_info& row)
 
 void put_single(line& values, const gpon_me_related_info& row)
 {
-    const i32 width = width_of(row.name);
+    const i32 width = gpon::column_width(row.name);
     const gpon_me_related_id entry = gpon::load_related_id(row.related_ids[0]);
     if (entry.instExist == 1)
         values.put(width + SEPARATOR, "%#*.*x | ", width, ID_PRECISION,
@@ -137,6 +131,12 @@ struct table {
 };
 
 } // namespace
+
+i32 gpon::column_width(const char* title)
+{
+    const i32 length = text_length(title);
+    return length < MIN_WIDTH ? MIN_WIDTH : length;
+}
 
 void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 all)
 {

@@ -17,4 +17,11 @@ void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 al
 i32 gpon_flow_dump_all_me_inst(void);
 }
 
+namespace gpon {
+
+/* Width of a column under a title. */
+i32 column_width(const char* title);
+
+} // namespace gpon
+
 #endif

@@ -36,14 +36,8 @@ inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_co
     return nullptr;
 }
 
-/* Bytes of a related-info table, closing row included. */
-template <size_t Rows> constexpr i32 table_bytes(const gpon_me_related_info (&)[Rows])
-{
-    return static_cast<i32>(Rows * sizeof(gpon_me_related_info));
-}
-
 /* The attribute-op table of a class without pointer attributes: stored, no handler. */
-constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{0, nullptr}};
+constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{.mask = 0, .handler = nullptr}};
 
 /* The related-info table of a class that nothing points at. */
 constexpr gpon_me_related_info NOTHING_RELATED[] = {{}};

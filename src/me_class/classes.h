@@ -7,16 +7,13 @@
 
 extern "C" {
 
-extern const gpon_me_list_info pptpListInfo, mbspListInfo, mbpcdListInfo, vtfdListInfo,
-    mapperListInfo, gemIwListInfo, gemCtpListInfo, veipListInfo, multiGemIwListInfo, tcontListInfo,
-    tsListInfo, tdListInfo, priorityQListInfo, vtocdListInfo, evtocdListInfo;
-
-extern const gpon_me_fwd_op pptpFwdOp, mbspFwdOp, mbpcdFwdOp, mapperFwdOp, gemIwFwdOp, gemCtpFwdOp,
-    veipFwdOp, multiGemIwFwdOp, tcontFwdOp, tsFwdOp, tdFwdOp, priorityQFwdOp;
-
-extern list_head gpon_pptp_uni_list, gpon_mbsp_list, gpon_mbpcd_list, gpon_vtfd_list,
-    gpon_mapper_list, gpon_gemiw_list, gpon_gemctp_list, gpon_veip_list, gpon_multigemiw_list,
-    gpon_tcont_list, gpon_ts_list, gpon_td_list, gpon_pq_list, gpon_vtocd_list, gpon_evtocd_list;
+#define GPON_STORED(class_id, short_name, name, creation, list_info, list) \
+    extern const gpon_me_list_info list_info; \
+    extern list_head list;
+#define GPON_WALKED(class_id, short_name, name, creation, list_info, list, fwd_op) \
+    GPON_STORED(class_id, short_name, name, creation, list_info, list) \
+    extern const gpon_me_fwd_op fwd_op;
+#include "../include/me_classes.def"
 }
 
 #endif

@@ -1,68 +1,81 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "dump_columns.h"
 
-namespace gpon {
+#include "../me/dump.h"
 
 namespace {
+
 constexpr i32 SEPARATOR = 3;
-}
+constexpr i32 DIGITS_OF_U16 = 5;
 
-bool field_row::title(const char* text, i32 width)
+i32 hex_digits(const gpon_me_field& field)
 {
-    if (length_ <= at_)
-        return false;
-    snprintf(header_ + at_, room(), "%*s | ", width, text);
-    return true;
+    return 2 * field.width;
 }
 
-field_row& field_row::hex(const char* text, i32 width, i32 precision, u32 value)
-{
-    if (title(text, width))
-        snprintf(values_ + at_, room(), "%#*.*x | ", width, precision, value);
-    at_ += width + SEPARATOR;
-    return *this;
-}
+// The columns of one instance.
+struct row_text {
+    char* values;
+    char* header;
+    i32 length;
+    i32 at = 0;
 
-field_row& field_row::dec(const char* text, i32 width, u32 value)
-{
-    if (title(text, width))
-        snprintf(values_ + at_, room(), "%*d | ", width, static_cast<i32>(value));
-    at_ += width + SEPARATOR;
-    return *this;
-}
+    size_t room() const { return static_cast<size_t>(length - 1 - at); }
 
-template <typename... Args> void field_list::put(i32 advance, const char* format, Args... args)
-{
-    if (at_ < length_)
-        snprintf(text_ + at_, static_cast<size_t>(length_ - 1 - at_), format, args...);
-    at_ += advance;
-}
+    void put(const gpon_me_field& field, u32 value)
+    {
+        const i32 width = gpon::column_width(field.name);
+        if (at < length) {
+            snprintf(header + at, room(), "%*s | ", width, field.name);
+            if (field.notation == gpon_notation::hex)
+                snprintf(values + at, room(), "%#*.*x | ", width, hex_digits(field), value);
+            else
+                snprintf(values + at, room(), "%*d | ", width, static_cast<i32>(value));
+        }
+        at += width + SEPARATOR;
+    }
+};
 
-void field_list::name(const char* attribute)
-{
-    put(text_length(attribute) + SEPARATOR, "%s = ", attribute);
-}
+// Text that is filled from left to right.
+struct list_text {
+    char* text;
+    i32 length;
+    i32 at = 0;
 
-void field_list::hex(i32 precision, i32 advance, u32 value)
-{
-    put(advance, "%#.*x ", precision, value);
-}
+    template <typename... Args> void put(i32 advance, const char* format, Args... args)
+    {
+        if (at < length)
+            snprintf(text + at, static_cast<size_t>(length - 1 - at), format, args...);
+        at += advance;
+    }
 
-void field_list::dec(i32 width, i32 advance, u32 value)
-{
-    put(advance, "%*d ", width, static_cast<i32>(value));
-}
+    void put(const gpon_me_field& field, const void* raw)
+    {
+        put(gpon::text_length(field.name) + SEPARATOR, "%s = ", field.name);
+        for (u32 i = 0; i < field.count; ++i) {
+            const u32 value = gpon::field_value(field, raw, i);
+            if (field.notation == gpon_notation::hex)
+                put(hex_digits(field) + SEPARATOR, "%#.*x ", hex_digits(field), value);
+            else
+                put(DIGITS_OF_U16 + 1, "%*d ", DIGITS_OF_U16, static_cast<i32>(value));
+        }
+        put(1, "%s", "\n");
+    }
+};
 
-void field_list::end_line()
-{
-    put(1, "%s", "\n");
-}
+} // namespace
 
-i32 dump_id_only(const void* raw, char* values, char* header, char* extra, i32 length)
+i32 gpon::print_fields(std::span<const gpon_me_field> fields, const void* raw, char* values,
+                       char* header, char* extra, i32 length)
 {
     if (!raw || !values || !header || !extra)
         return 0;
-    return field_row(values, header, length).hex("instID", 10, X4, load_unaligned<u16>(raw)).end();
+    row_text row{values, header, length};
+    list_text lists{extra, length};
+    for (const gpon_me_field& field : fields)
+        if (field.count > 1)
+            lists.put(field, raw);
+        else
+            row.put(field, field_value(field, raw));
+    return text_length(header);
 }
-
-} // namespace gpon

@@ -5,15 +5,23 @@
 #include "classes.h"
 #include "dump_columns.h"
 
+namespace {
+
+constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_evtocd, instID, hex)};
+
+} // namespace
+
 GPON_MODULE_DATA constinit list_head gpon_evtocd_list = {&gpon_evtocd_list, &gpon_evtocd_list};
 
-constinit const gpon_me_list_info evtocdListInfo = {gpon::dump_id_only,
-                                                    sizeof(gpon_raw_evtocd),
-                                                    gpon::NOTHING_RELATED,
-                                                    gpon::table_bytes(gpon::NOTHING_RELATED),
-                                                    nullptr,
-                                                    gpon::NO_ATTR_OPS,
-                                                    &gpon_evtocd_list};
+constinit const gpon_me_list_info evtocdListInfo = {
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_evtocd),
+    .related_info = gpon::NOTHING_RELATED,
+    .related_info_size = sizeof(gpon::NOTHING_RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_evtocd_list,
+    .fields = FIELDS,
+};
 
 i32 evtocd_operation(const sk_buff*, const op_info*)
 {

@@ -10,21 +10,15 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_gemctp*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .dec("portID", 10, me.portID)
-        .hex("tcontID", 10, gpon::X4, me.tcontID)
-        .dec("direction", 10, me.direction)
-        .hex("trafficMgrPtrUp", 15, gpon::X4, me.trafficMgrPtrUp)
-        .hex("TDProPtrUp", 10, gpon::X4, me.TDProPtrUp)
-        .hex("TDProPtrDown", 12, gpon::X4, me.TDProPtrDown)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_gemctp, instID, hex),
+    GPON_FIELD(gpon_raw_gemctp, portID, decimal),
+    GPON_FIELD(gpon_raw_gemctp, tcontID, hex),
+    GPON_FIELD(gpon_raw_gemctp, direction, decimal),
+    GPON_FIELD(gpon_raw_gemctp, trafficMgrPtrUp, hex),
+    GPON_FIELD(gpon_raw_gemctp, TDProPtrUp, hex),
+    GPON_FIELD(gpon_raw_gemctp, TDProPtrDown, hex),
+};
 
 // A pointer of 0 is the absence of a pointer in this class.
 constexpr u16 NO_POINTER = 0;
@@ -85,8 +79,9 @@ i32 gem_ctp_attr_down_td_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {
-    {266, "gemIwInst", nullptr, 1}, {281, "multiGemIwInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {{me_class::gemiw, "gemIwInst", nullptr, 1},
+                                            {me_class::multigemiw, "multiGemIwInst", nullptr, 1},
+                                            {}};
 
 // The downstream traffic descriptor is driven by attribute 7.
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x4000, gem_ctp_attr_tcont_op},
@@ -100,9 +95,15 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{0x4000, gem_ctp_attr_tcont_op},
 GPON_MODULE_DATA constinit list_head gpon_gemctp_list = {&gpon_gemctp_list, &gpon_gemctp_list};
 
 constinit const gpon_me_list_info gemCtpListInfo = {
-    dump_raw, sizeof(gpon_raw_gemctp), RELATED, gpon::table_bytes(RELATED), nullptr,
-    ATTR_OPS, &gpon_gemctp_list};
-constinit const gpon_me_fwd_op gemCtpFwdOp = {nullptr, gem_ctp_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_gemctp),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_gemctp_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op gemCtpFwdOp = {.next_classes = nullptr, .forward = gem_ctp_forward};
 
 i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)
 {

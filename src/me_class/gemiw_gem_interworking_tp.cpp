@@ -10,16 +10,10 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_gemiw*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("gemCTPInstID", 12, gpon::X4, me.gemCTPInstID)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_gemiw, instID, hex),
+    GPON_FIELD(gpon_raw_gemiw, gemCTPInstID, hex),
+};
 
 } // namespace
 
@@ -34,14 +28,14 @@ i32 gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
-                                            {130, "mapperInst", nullptr, 1},
-                                            {78, "vtocdInst", nullptr, 1},
-                                            {171, "evtocdInst", nullptr, 1},
+constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
+                                            {me_class::mapper, "mapperInst", nullptr, 1},
+                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
+                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-static_assert(sizeof(RELATED) == 440);
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, gem_attr_gem_ctp_op}, {}};
-constexpr gpon_me_next_class NEXT[] = {{130, DOWN_ANI}, {47, DOWN_ANI}, {268, UP_ANI}, {}};
+constexpr gpon_me_next_class NEXT[] = {
+    {me_class::mapper, DOWN_ANI}, {me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
 // Upstream, a mapper that points here lets through only the frames of one priority.
 bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper)
@@ -57,9 +51,15 @@ bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper)
 GPON_MODULE_DATA constinit list_head gpon_gemiw_list = {&gpon_gemiw_list, &gpon_gemiw_list};
 
 constinit const gpon_me_list_info gemIwListInfo = {
-    dump_raw, sizeof(gpon_raw_gemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
-    ATTR_OPS, &gpon_gemiw_list};
-constinit const gpon_me_fwd_op gemIwFwdOp = {NEXT, gem_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_gemiw),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_gemiw_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op gemIwFwdOp = {.next_classes = NEXT, .forward = gem_forward};
 
 i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 {

@@ -8,55 +8,50 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_mapper*>(raw);
-    gpon::field_list list(extra, length);
-    list.name("pbit_GemIWTP");
-    for (const u16 gem_iw : me.pbit_GemIWTP)
-        list.hex(gpon::X4, 7, gem_iw);
-    list.end_line();
-    list.name("dscp2pbitMap");
-    for (const u8 byte : me.dscp2pbitMap)
-        list.hex(gpon::X2, 5, byte);
-    list.end_line();
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .dec("tpType", 10, me.tpType)
-        .hex("tpPointer", 10, gpon::X4, me.tpPointer)
-        .dec("unmark_frame_opt", 16, me.unmark_frame_opt)
-        .dec("defaultPbit", 11, me.defaultPbit)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_mapper, instID, hex),
+    GPON_FIELD(gpon_raw_mapper, tpType, decimal),
+    GPON_FIELD(gpon_raw_mapper, tpPointer, hex),
+    GPON_FIELD(gpon_raw_mapper, unmark_frame_opt, decimal),
+    GPON_FIELD(gpon_raw_mapper, defaultPbit, decimal),
+    GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP, hex),
+    GPON_FIELD(gpon_raw_mapper, dscp2pbitMap, hex),
+};
 
 constexpr u16 NO_GEM_IW_TP = 0xffff;
 constexpr u16 FIRST_PBIT_ATTRIBUTE = 0x4000;
 constexpr u8 TP_PPTP = 1;
 constexpr u8 TP_VEIP = 7;
 
-constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
-                                            {78, "vtocdInst", nullptr, 1},
-                                            {171, "evtocdInst", nullptr, 1},
+constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
+                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
+                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-static_assert(sizeof(RELATED) == 352);
 
 // Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
 constexpr gpon_me_attr_op ATTR_OPS[] = {
     {0x8008, mapper_attr_tp_type_op}, {0x7f80, mapper_attr_gem_iw_tp_pbit}, {}};
 
-constexpr gpon_me_next_class NEXT[] = {
-    {266, UP_ANI}, {47, DOWN_ANI}, {11, DOWN_UNI}, {329, DOWN_UNI}, {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::gemiw, UP_ANI},
+                                       {me_class::mbpcd, DOWN_ANI},
+                                       {me_class::pptp, DOWN_UNI},
+                                       {me_class::veip, DOWN_UNI},
+                                       {}};
 
 } // namespace
 
 GPON_MODULE_DATA constinit list_head gpon_mapper_list = {&gpon_mapper_list, &gpon_mapper_list};
 
 constinit const gpon_me_list_info mapperListInfo = {
-    dump_raw, sizeof(gpon_raw_mapper), RELATED, gpon::table_bytes(RELATED), nullptr,
-    ATTR_OPS, &gpon_mapper_list};
-constinit const gpon_me_fwd_op mapperFwdOp = {NEXT, mapper_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_mapper),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_mapper_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op mapperFwdOp = {.next_classes = NEXT, .forward = mapper_forward};
 
 i32 mapper_attr_tp_type_op(gpon_me_cmd* cmd)
 {

@@ -8,18 +8,12 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_mbpcd*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("bridgeID", 10, gpon::X4, me.bridgeID)
-        .dec("tpType", 10, me.tpType)
-        .hex("tpPointer", 10, gpon::X4, me.tpPointer)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_mbpcd, instID, hex),
+    GPON_FIELD(gpon_raw_mbpcd, bridgeID, hex),
+    GPON_FIELD(gpon_raw_mbpcd, tpType, decimal),
+    GPON_FIELD(gpon_raw_mbpcd, tpPointer, hex),
+};
 
 // G.988 TP type of a bridge port.
 enum tp_type : u8 { TP_PPTP = 1, TP_MAPPER = 3, TP_GEM_IW = 5, TP_MULTICAST = 6, TP_VEIP = 11 };
@@ -68,28 +62,36 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{84, "vtfdInst", nullptr, 1},
-                                            {78, "vtocdInst", nullptr, 1},
-                                            {171, "evtocdInst", nullptr, 1},
+constexpr gpon_me_related_info RELATED[] = {{me_class::vtfd, "vtfdInst", nullptr, 1},
+                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
+                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-static_assert(sizeof(RELATED) == 352);
 
 // Attributes 3 and 4 select both handlers: a port that changes its termination point is linked to
 // its bridge anew.
 constexpr gpon_me_attr_op ATTR_OPS[] = {
     {0x3000, mbpcd_attr_tp_type_op}, {0xb000, mbpcd_attr_mbsp_op}, {}};
 
-constexpr gpon_me_next_class NEXT[] = {
-    {130, UP_ANI}, {266, UP_ANI}, {11, DOWN_UNI}, {329, DOWN_UNI}, {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::mapper, UP_ANI},
+                                       {me_class::gemiw, UP_ANI},
+                                       {me_class::pptp, DOWN_UNI},
+                                       {me_class::veip, DOWN_UNI},
+                                       {}};
 
 } // namespace
 
 GPON_MODULE_DATA constinit list_head gpon_mbpcd_list = {&gpon_mbpcd_list, &gpon_mbpcd_list};
 
 constinit const gpon_me_list_info mbpcdListInfo = {
-    dump_raw, sizeof(gpon_raw_mbpcd), RELATED, gpon::table_bytes(RELATED), nullptr,
-    ATTR_OPS, &gpon_mbpcd_list};
-constinit const gpon_me_fwd_op mbpcdFwdOp = {NEXT, mbpcd_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_mbpcd),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_mbpcd_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op mbpcdFwdOp = {.next_classes = NEXT, .forward = mbpcd_forward};
 
 namespace {
 

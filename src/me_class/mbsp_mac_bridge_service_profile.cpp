@@ -8,31 +8,31 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_mbsp*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .dec("uniBridgingEnable", 17, me.uniBridgingEnable)
-        .dec("helloTime", 10, me.helloTime)
-        .dec("dynFilterAgingTime", 18, me.dynFilterAgingTime)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_mbsp, instID, hex),
+    GPON_FIELD(gpon_raw_mbsp, uniBridgingEnable, decimal),
+    GPON_FIELD(gpon_raw_mbsp, helloTime, decimal),
+    GPON_FIELD(gpon_raw_mbsp, dynFilterAgingTime, decimal),
+};
 
-constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 512}, {}};
-static_assert(sizeof(RELATED) == 176);
-constexpr gpon_me_next_class NEXT[] = {{47, UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI}, {}};
+constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 512}, {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI},
+                                       {}};
 
 } // namespace
 
 GPON_MODULE_DATA constinit list_head gpon_mbsp_list = {&gpon_mbsp_list, &gpon_mbsp_list};
 
 constinit const gpon_me_list_info mbspListInfo = {
-    dump_raw, sizeof(gpon_raw_mbsp), RELATED,        gpon::table_bytes(RELATED),
-    nullptr,  gpon::NO_ATTR_OPS,     &gpon_mbsp_list};
-constinit const gpon_me_fwd_op mbspFwdOp = {NEXT, mbsp_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_mbsp),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_mbsp_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op mbspFwdOp = {.next_classes = NEXT, .forward = mbsp_forward};
 
 i32 get_mbsp_list_inst_num(void)
 {

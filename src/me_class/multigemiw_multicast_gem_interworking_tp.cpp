@@ -10,16 +10,10 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_multigemiw*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("GemCTPInstID", 12, gpon::X4, me.GemCTPInstID)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_multigemiw, instID, hex),
+    GPON_FIELD(gpon_raw_multigemiw, GemCTPInstID, hex),
+};
 
 } // namespace
 
@@ -34,13 +28,12 @@ i32 multi_gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
-                                            {78, "vtocdInst", nullptr, 1},
-                                            {171, "evtocdInst", nullptr, 1},
+constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
+                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
+                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-static_assert(sizeof(RELATED) == 352);
 constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, multi_gem_attr_gem_ctp_op}, {}};
-constexpr gpon_me_next_class NEXT[] = {{47, DOWN_ANI}, {268, UP_ANI}, {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
 } // namespace
 
@@ -48,9 +41,16 @@ GPON_MODULE_DATA constinit list_head gpon_multigemiw_list = {&gpon_multigemiw_li
                                                              &gpon_multigemiw_list};
 
 constinit const gpon_me_list_info multiGemIwListInfo = {
-    dump_raw, sizeof(gpon_raw_multigemiw), RELATED, gpon::table_bytes(RELATED), nullptr,
-    ATTR_OPS, &gpon_multigemiw_list};
-constinit const gpon_me_fwd_op multiGemIwFwdOp = {NEXT, multi_gem_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_multigemiw),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_multigemiw_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op multiGemIwFwdOp = {.next_classes = NEXT,
+                                                  .forward = multi_gem_forward};
 
 i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 {

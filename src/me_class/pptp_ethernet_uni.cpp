@@ -8,11 +8,13 @@
 
 namespace {
 
+constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_pptp, instID, hex)};
+
 constexpr gpon_me_related_info RELATED[] = {
-    {47, "mbpcdInst", nullptr, 1},   {130, "mapperInst", nullptr, 1}, {78, "vtocdInst", nullptr, 1},
-    {171, "evtocdInst", nullptr, 1}, {277, "pqInst", nullptr, 1},     {}};
-static_assert(sizeof(RELATED) == 528);
-constexpr gpon_me_next_class NEXT[] = {{47, UP_UNI}, {130, UP_UNI}, {}};
+    {me_class::mbpcd, "mbpcdInst", nullptr, 1}, {me_class::mapper, "mapperInst", nullptr, 1},
+    {me_class::vtocd, "vtocdInst", nullptr, 1}, {me_class::evtocd, "evtocdInst", nullptr, 1},
+    {me_class::pq, "pqInst", nullptr, 1},       {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_UNI}, {me_class::mapper, UP_UNI}, {}};
 
 } // namespace
 
@@ -20,9 +22,15 @@ GPON_MODULE_DATA constinit list_head gpon_pptp_uni_list = {&gpon_pptp_uni_list,
                                                            &gpon_pptp_uni_list};
 
 constinit const gpon_me_list_info pptpListInfo = {
-    gpon::dump_id_only, sizeof(gpon_raw_pptp), RELATED, gpon::table_bytes(RELATED), nullptr,
-    gpon::NO_ATTR_OPS,  &gpon_pptp_uni_list};
-constinit const gpon_me_fwd_op pptpFwdOp = {NEXT, pptp_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_pptp),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_pptp_uni_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op pptpFwdOp = {.next_classes = NEXT, .forward = pptp_forward};
 
 i32 pptp_get_inst_id_by_port_id(u8 port_id, u16* inst_id)
 {

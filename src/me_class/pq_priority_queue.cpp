@@ -7,18 +7,12 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_pq*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("relatedPort", 11, gpon::X8, me.relatedPort)
-        .hex("tsPointer", 10, gpon::X4, me.tsPointer)
-        .dec("weight", 10, me.weight)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_pq, instID, hex),
+    GPON_FIELD(gpon_raw_pq, relatedPort, hex),
+    GPON_FIELD(gpon_raw_pq, tsPointer, hex),
+    GPON_FIELD(gpon_raw_pq, weight, decimal),
+};
 
 // relatedPort as a whole is compared: the boundary lies between the UNI ids and the T-CONT ids in
 // its upper half.
@@ -104,7 +98,7 @@ i32 pq_fill_raw_data(void* raw)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{268, "gemCtpInst", nullptr, 32}, {}};
+constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nullptr, 32}, {}};
 
 // The related port belongs to one of two relations, told apart by its value.
 constexpr gpon_me_attr_op ATTR_OPS[] = {
@@ -115,6 +109,13 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {
 GPON_MODULE_DATA constinit list_head gpon_pq_list = {&gpon_pq_list, &gpon_pq_list};
 
 constinit const gpon_me_list_info priorityQListInfo = {
-    dump_raw, sizeof(gpon_raw_pq), RELATED, gpon::table_bytes(RELATED), pq_fill_raw_data,
-    ATTR_OPS, &gpon_pq_list};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_pq),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .fill_raw_data = pq_fill_raw_data,
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_pq_list,
+    .fields = FIELDS,
+};
 constinit const gpon_me_fwd_op priorityQFwdOp = {};

@@ -6,27 +6,25 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_ts*>(raw);
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("tcontPointer", 12, gpon::X4, me.tcontPointer)
-        .hex("tsPointer", 10, gpon::X4, me.tsPointer)
-        .dec("policy", 10, me.policy)
-        .dec("weight", 10, me.weight)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_ts, instID, hex),     GPON_FIELD(gpon_raw_ts, tcontPointer, hex),
+    GPON_FIELD(gpon_raw_ts, tsPointer, hex),  GPON_FIELD(gpon_raw_ts, policy, decimal),
+    GPON_FIELD(gpon_raw_ts, weight, decimal),
+};
 
-constexpr gpon_me_related_info RELATED[] = {{277, "pqInst", nullptr, 8}, {}};
+constexpr gpon_me_related_info RELATED[] = {{me_class::pq, "pqInst", nullptr, 8}, {}};
 
 } // namespace
 
 GPON_MODULE_DATA constinit list_head gpon_ts_list = {&gpon_ts_list, &gpon_ts_list};
 
 constinit const gpon_me_list_info tsListInfo = {
-    dump_raw, sizeof(gpon_raw_ts), RELATED,      gpon::table_bytes(RELATED),
-    nullptr,  gpon::NO_ATTR_OPS,   &gpon_ts_list};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_ts),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_ts_list,
+    .fields = FIELDS,
+};
 constinit const gpon_me_fwd_op tsFwdOp = {};

@@ -8,22 +8,29 @@
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{47, "mbpcdInst", nullptr, 1},
-                                            {130, "mapperInst", nullptr, 1},
-                                            {78, "vtocdInst", nullptr, 1},
-                                            {171, "evtocdInst", nullptr, 1},
+constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_veip, instID, hex)};
+
+constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
+                                            {me_class::mapper, "mapperInst", nullptr, 1},
+                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
+                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-static_assert(sizeof(RELATED) == 440);
-constexpr gpon_me_next_class NEXT[] = {{47, UP_UNI}, {130, UP_UNI}, {}};
+constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_UNI}, {me_class::mapper, UP_UNI}, {}};
 
 } // namespace
 
 GPON_MODULE_DATA constinit list_head gpon_veip_list = {&gpon_veip_list, &gpon_veip_list};
 
 constinit const gpon_me_list_info veipListInfo = {
-    gpon::dump_id_only, sizeof(gpon_raw_veip), RELATED, gpon::table_bytes(RELATED), nullptr,
-    gpon::NO_ATTR_OPS,  &gpon_veip_list};
-constinit const gpon_me_fwd_op veipFwdOp = {NEXT, veip_forward};
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_veip),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_veip_list,
+    .fields = FIELDS,
+};
+constinit const gpon_me_fwd_op veipFwdOp = {.next_classes = NEXT, .forward = veip_forward};
 
 i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id)
 {

@@ -9,22 +9,12 @@
 
 namespace {
 
-i32 dump_raw(const void* raw, char* values, char* header, char* extra, i32 length)
-{
-    if (!raw || !values || !header || !extra)
-        return 0;
-    const auto& me = *static_cast<const gpon_raw_vtfd*>(raw);
-    gpon::field_list list(extra, length);
-    list.name("vlanFilterList");
-    for (const u16 tci : me.vlanFilterList)
-        list.dec(5, 6, tci);
-    list.end_line();
-    return gpon::field_row(values, header, length)
-        .hex("instID", 10, gpon::X4, me.instID)
-        .hex("forwardOperation", 16, gpon::X2, me.forwardOperation)
-        .dec("vlanFilterNums", 14, me.vlanFilterNums)
-        .end();
-}
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(gpon_raw_vtfd, instID, hex),
+    GPON_FIELD(gpon_raw_vtfd, vlanFilterList, decimal),
+    GPON_FIELD(gpon_raw_vtfd, forwardOperation, hex),
+    GPON_FIELD(gpon_raw_vtfd, vlanFilterNums, decimal),
+};
 
 constexpr u16 NO_MASK = 0;
 constexpr u16 VID = 0x0fff;
@@ -185,13 +175,15 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{0xe000, vtfd_attr_exist_op}, {}};
 
 GPON_MODULE_DATA constinit list_head gpon_vtfd_list = {&gpon_vtfd_list, &gpon_vtfd_list};
 
-constinit const gpon_me_list_info vtfdListInfo = {dump_raw,
-                                                  sizeof(gpon_raw_vtfd),
-                                                  gpon::NOTHING_RELATED,
-                                                  gpon::table_bytes(gpon::NOTHING_RELATED),
-                                                  nullptr,
-                                                  ATTR_OPS,
-                                                  &gpon_vtfd_list};
+constinit const gpon_me_list_info vtfdListInfo = {
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_vtfd),
+    .related_info = gpon::NOTHING_RELATED,
+    .related_info_size = sizeof(gpon::NOTHING_RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_vtfd_list,
+    .fields = FIELDS,
+};
 
 i32 vtfd_action_pass(u16, const gpon_raw_vtfd*, u16)
 {

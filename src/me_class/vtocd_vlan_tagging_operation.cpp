@@ -5,15 +5,23 @@
 #include "classes.h"
 #include "dump_columns.h"
 
+namespace {
+
+constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_vtocd, instID, hex)};
+
+} // namespace
+
 GPON_MODULE_DATA constinit list_head gpon_vtocd_list = {&gpon_vtocd_list, &gpon_vtocd_list};
 
-constinit const gpon_me_list_info vtocdListInfo = {gpon::dump_id_only,
-                                                   sizeof(gpon_raw_vtocd),
-                                                   gpon::NOTHING_RELATED,
-                                                   gpon::table_bytes(gpon::NOTHING_RELATED),
-                                                   nullptr,
-                                                   gpon::NO_ATTR_OPS,
-                                                   &gpon_vtocd_list};
+constinit const gpon_me_list_info vtocdListInfo = {
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(gpon_raw_vtocd),
+    .related_info = gpon::NOTHING_RELATED,
+    .related_info_size = sizeof(gpon::NOTHING_RELATED),
+    .attr_ops = gpon::NO_ATTR_OPS,
+    .head = &gpon_vtocd_list,
+    .fields = FIELDS,
+};
 
 i32 vtocd_operation(const sk_buff*, const op_info*)
 {
