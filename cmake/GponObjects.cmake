@@ -46,13 +46,30 @@ set(check_module_command
     ${CMAKE_COMMAND} -E env NM=${GPON_MODULE_NM} OBJDUMP=${GPON_MODULE_OBJDUMP}
     HOST_OBJDUMP=${CMAKE_OBJDUMP}
     bash ${check_objects} module ${module_object} $<TARGET_OBJECTS:gpon_core>)
+# The layers and the headers' declarations, which the objects of both builds must respect: inline
+# functions and calls that the compiler removes differ between them.
+set(check_symbols ${PROJECT_SOURCE_DIR}/scripts/check-symbols.sh)
+set(check_headers ${PROJECT_SOURCE_DIR}/scripts/check-headers.pl)
+set(check_host_symbols_command
+    ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
+    bash ${check_symbols} ${PROJECT_SOURCE_DIR} $<TARGET_OBJECTS:gpon_core>)
+set(check_module_symbols_command
+    ${CMAKE_COMMAND} -E env NM=${GPON_MODULE_NM}
+    bash ${check_symbols} ${PROJECT_SOURCE_DIR} ${module_objects})
+set(check_headers_command
+    ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
+    perl ${check_headers} ${PROJECT_SOURCE_DIR} $<TARGET_OBJECTS:gpon_core>)
 
 add_custom_command(
     OUTPUT ${module_dir}/checked
     COMMAND ${check_host_command}
     COMMAND ${check_module_command}
+    COMMAND ${check_host_symbols_command}
+    COMMAND ${check_module_symbols_command}
+    COMMAND ${check_headers_command}
     COMMAND ${CMAKE_COMMAND} -E touch ${module_dir}/checked
-    DEPENDS ${check_objects} ${module_object} $<TARGET_OBJECTS:gpon_core>
+    DEPENDS ${check_objects} ${check_symbols} ${check_headers} ${PROJECT_SOURCE_DIR}/src/layers.txt
+            ${module_object} $<TARGET_OBJECTS:gpon_core>
     COMMENT "Checking what the core's objects hold"
     COMMAND_EXPAND_LISTS
     VERBATIM)

@@ -6,27 +6,9 @@
 # The core is layered: a file includes only its own layer and lower ones. Of the standard library it
 # includes only headers that need no library at run time.
 set -eu
+# shellcheck source=scripts/layers.sh
+. "$(dirname "$(readlink -f "$0")")/layers.sh"
 cd "${1:-$(dirname "$0")/..}"
-
-# Sets rank: the layer of a file below src/, empty outside of the layers. The longest matching path
-# counts.
-rank_of() { # FILE
-    local longest=0 number=0 path
-    rank=
-    while read -r -a paths; do
-        for path in "${paths[@]}"; do
-            case $path:$1 in
-            */:src/"$path"* | *:src/"$path".*)
-                if [ "${#path}" -gt "$longest" ]; then
-                    longest=${#path}
-                    rank=$number
-                fi
-                ;;
-            esac
-        done
-        number=$((number + 1))
-    done < <(grep -v '^#' src/layers.txt)
-}
 
 failed=0
 complain() {

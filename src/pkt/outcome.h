@@ -7,11 +7,6 @@
 #include "../hash/outcome_table.h"
 #include "header.h"
 
-#ifdef GPON_HOST_BUILD
-/* The host platform's switch: off, every frame replays. */
-extern "C" bool gpon_host_remembers_outcomes;
-#endif
-
 namespace gpon {
 
 inline bool outcomes_are_used()

@@ -5,7 +5,8 @@ check=scripts/check-layers.sh
 
 layered_tree() {
     fresh_tree
-    file src/layers.txt <src/layers.txt
+    mkdir -p "$tree/src"
+    cp src/layers.txt "$tree/src/"
     for header in include/a.h platform/api/kernel_api.h base/a.h hash/a.h me/a.h pkt/header.h \
         me_class/a.h pkt/walk.h debug/a.h core/a.h platform/host/host.h; do
         file "src/$header" </dev/null

@@ -158,6 +158,11 @@ extern vorn_hook_ops gpon_flow_mapping_hook_ops;
 extern int (*gpon_mapping_hook)(sk_buff*);
 /* Packet to int, 0 = a priority queue was found for the packet's GEM port. */
 extern int (*gpon_queue_mapping_hook)(sk_buff*);
+
+#ifdef GPON_HOST_BUILD
+/* The host platform's switch: off, every frame replays its rule. */
+extern bool gpon_host_remembers_outcomes;
+#endif
 }
 #endif
 #endif
