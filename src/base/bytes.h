@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The one set of helpers for raw bytes: unaligned words, copies, comparisons. Nothing in here is
- * safe against another context that changes the memory; see atomics.h. */
+/* Helpers for raw bytes: unaligned words, copies, comparisons. They are not safe if another context
+ * changes the memory; see atomics.h. */
 #ifndef GPON_BYTES_H
 #define GPON_BYTES_H
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Owners of memory and holders of locks: no path of the core frees or unlocks by hand. */
+/* Guards for memory and locks: no code of the core frees or unlocks explicitly. */
 #ifndef GPON_MEMORY_H
 #define GPON_MEMORY_H
 
@@ -22,7 +22,7 @@ public:
     }
     owned(const owned&) = delete;
     owned& operator=(const owned&) = delete;
-    // Most owners have handed their block on: no call for these.
+    // Most owners have passed their block on; these need no call.
     ~owned()
     {
         if (block_)
@@ -46,7 +46,7 @@ private:
     T* block_ = nullptr;
 };
 
-/* Zero-filled, non-sleeping; empty when there is no memory. */
+/* Zero-filled, non-sleeping; empty if there is no memory. */
 template <typename T> [[nodiscard]] inline owned<T> zalloc(size_t count = 1)
 {
     return owned<T>(static_cast<T*>(kzalloc(count * sizeof(T), GFP_ATOMIC)));

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Words that an operator sets and every packet reads; plain words, no lock. */
+/* Settings that an operator writes and every packet reads, without a lock. */
 #ifndef GPON_SWITCHES_H
 #define GPON_SWITCHES_H
 
@@ -7,13 +7,13 @@
 
 extern "C" {
 
-/* 0 = packets pass untouched or go to the platform's mapping function, else classified. */
+/* 0: packets pass unchanged or go to the platform's mapping function; otherwise classified. */
 extern u32 gponFlowEnableFlag;
 
 /* Log levels, see log_level; 0 after load. */
 extern u32 gponDebugLevel;
 
-/* Which packets are marked for trace. Read and written as nine 16-bit words. */
+/* Selects the packets that are marked for trace. Read and written as nine 16-bit words. */
 struct alignas(u16) gpon_trace_cfg {
     u8 dst_mac[6];
     u8 src_mac[6];

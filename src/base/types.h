@@ -13,9 +13,9 @@ using i8 = int8_t;
 using i32 = int32_t;
 using i64 = int64_t;
 
-// Mutable data of the module. A process loads the module many times, so the host build gathers
-// these objects in one section, which its loader puts back to the initial image; in a kernel the
-// module loader does that by itself. Nothing in the core is mutable without this mark.
+// Mutable data of the module. A process loads the module many times, so the host build collects
+// these objects in one section, which its loader resets to the initial values. In a kernel the
+// module loader does this. All mutable data of the core has this mark.
 #ifdef GPON_HOST_BUILD
 #define GPON_MODULE_DATA [[gnu::section("gpon_data")]]
 #else

@@ -38,7 +38,7 @@ long gpon_flow_ioctl(file*, unsigned int command, unsigned long argument)
                   type_of(command), GLOBAL_GPON_IOC_MAGIC);
         return NOT_OURS;
     }
-    // Number 0 is the only one there is, whatever the maximum in the message says.
+    // Number 0 is the only valid one, although the message names a larger maximum.
     if (number_of(command) != 0) {
         log_error("_IOC_NR(cmd) %d > GLOBAL_GPON_IOC_MAX_NR %d\r\n", number_of(command),
                   GLOBAL_GPON_IOC_MAX_NR);

@@ -20,8 +20,8 @@ const void* user_address(u64 address)
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
 }
 
-// Both brackets begin before the flush: what is walked from here on is not learnt until the last
-// change has been made.
+// Both brackets begin before the flush: no walk that runs between here and the last change is
+// learnt.
 i32 run_me_command(gpon_me_cmd* cmd)
 {
     const gpon::store_change change;

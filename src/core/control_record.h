@@ -8,8 +8,8 @@
 
 extern "C" {
 
-/* Applies the control record at a user address; 0 or -1. An ME command flushes every learnt rule
- * first, whether or not it then succeeds: any change can redirect a flow. */
+/* Applies the control record at a user address; returns 0 or -1. An ME command first deletes every
+ * rule, even if the command then fails: any change can redirect a flow. */
 i32 gpon_flow_dispatch_omci_cmd(const void* user_record);
 }
 

@@ -17,7 +17,7 @@ void write_flag_word(sk_buff* skb, u32 word)
     gpon::copy_bytes(reinterpret_cast<u8*>(skb) + skb_flag_word_offset, &word, sizeof(word));
 }
 
-// Marks a packet that the trace filter chooses, for as long as the mark lives.
+// Marks a packet that the trace filter selects, during the lifetime of this object.
 class trace_mark {
 public:
     explicit trace_mark(sk_buff* skb) : skb_(skb)
@@ -36,7 +36,7 @@ private:
     sk_buff* skb_;
 };
 
-// With the engine disabled only the choice of the GEM port is made, by the platform.
+// With the engine disabled, the platform only chooses the GEM port.
 api_result pass_by(u32 kind, sk_buff* skb)
 {
     int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);

@@ -6,8 +6,8 @@
 
 extern "C" {
 
-/* The hook function: classifies a packet or sets the engine switch. Always GPON_HOOK_RETURN; the
- * outcome is in api_result. Softirq or driver context, any CPU. */
+/* The hook function: classifies a packet or sets the engine switch. Always returns
+ * GPON_HOOK_RETURN; the result is in api_result. Softirq or driver context, any CPU. */
 int gpon_flow_api_dispatch(struct api_data* data);
 }
 

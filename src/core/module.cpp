@@ -14,14 +14,14 @@
 
 namespace {
 
-constexpr i32 ENTRY_FAILED = -12; // -ENOMEM, as create_proc_entry's callers have always answered
+constexpr i32 ENTRY_FAILED = -12; // -ENOMEM, as callers of create_proc_entry return by custom
 
 GPON_MODULE_DATA constinit vorn_hook_ops gpon_flow_api_dispatch_hook_ops = {
     {nullptr, nullptr, nullptr}, "gpon_flow_api_dispatch", 1, gpon_flow_api_dispatch, 59, 1};
 
 [[noreturn]] void die_without_hook()
 {
-    // The line is part of the text that operators search crash dumps for.
+    // Operators search crash dumps for this text, including the line number.
     panic("Register hook function failed! %s:%d", "gpon_flow_init", 360);
     __builtin_trap();
 }
@@ -49,7 +49,7 @@ i32 create_proc_entries()
     return 0;
 }
 
-// A proc write may still be running while the module goes.
+// A proc write may still run during unload.
 void clean_instances()
 {
     const gpon::mutex_guard control(gpon_flow_control_mutex);
@@ -80,12 +80,12 @@ void cleanup_module(void)
     gpon_hash_exit();
     __unregister_chrdev(GPON_FLOW_MAJOR, 0, GPON_FLOW_MINORS, GPON_FLOW_DEVICE_NAME);
     clean_instances();
-    // Looked up at the proc root, where it is not: the directory takes it along.
+    // Does not exist at the proc root; the removal of the directory removes it.
     remove_proc_entry("debug", nullptr);
     remove_proc_entry("gpon_flow", nullptr);
-    // Last, so that no packet ever meets a platform without a mapping; packets in between find an
-    // empty store and a rule table without buckets.
+    // Last, so that the platform is never without a mapping; packets until then find an empty store
+    // and a rule table without buckets.
     vorn_unregister_hook(&gpon_flow_api_dispatch_hook_ops);
-    // The deferred frees run code of this module.
+    // Deferred frees run code of this module.
     rcu_barrier();
 }

@@ -5,11 +5,11 @@
 
 extern "C" {
 
-/* 0; -1 or -12 when the proc directory or its entry cannot be made, with all that was registered
- * before still standing; panics when the hook cannot be registered. */
+/* Returns 0, or -1 or -12 if the proc directory or its entry cannot be created; earlier
+ * registrations then remain. Panics if the hook cannot be registered. */
 int init_module(void);
 
-/* Takes everything down, the hook last, and waits for the aging timer and all deferred frees. */
+/* Releases everything, the hook last, and waits for the aging timer and all deferred frees. */
 void cleanup_module(void);
 }
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// True when the name begins with the word; an empty word begins every name.
+// True if the name begins with the word; every name begins with an empty word.
 bool begins_with(const char* name, const char* word)
 {
     for (; *word != '\0'; ++name, ++word)
@@ -16,7 +16,7 @@ bool begins_with(const char* name, const char* word)
     return true;
 }
 
-// The handler of a row that leads to another table.
+// The handler of a row for another table.
 template <const gpon_dbg_cmd* Table>
 u32 descend(u32 argc, const char* const* argv, const gpon_dbg_cmd*)
 {
@@ -27,7 +27,7 @@ constexpr char HELP[] = "Show gpon flow module debug usage.";
 
 } // namespace
 
-// Matching is by prefix and the first row wins: the order of rows is part of the language.
+// Words match by prefix and the first row wins, so the order of rows is part of the language.
 
 constinit const gpon_dbg_cmd gpon_dbg_trace_table[] = {
     {"dst_mac", gpon_dbg_set_dst_mac, 1, "Set trace dst mac, xx:xx:xx:xx:xx:xx"},

@@ -39,8 +39,8 @@ void delete_instance(const me_words& words)
     printk("del classId = %d instance [%04x]\n", words.class_id, words.inst_id);
     gpon_me_cmd cmd = {};
     cmd.inst_id = static_cast<u16>(words.inst_id);
-    // Every handler runs, but the message type is that of no command, and only a create, a set or a
-    // delete changes a link: whoever recorded the instance still shows its id.
+    // Every handler runs, but with the message type of no command. Only create, set and delete
+    // change links, so instances that recorded this one still show its id.
     cmd.attr_mask = 0xFFFF;
     gpon_flow_me_general_delete(words.find_class(), &cmd);
 }

@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
  * Handlers of the debug commands that show and clean instances and rules. argc is the number of
- * words behind the command; a word that is missing or holds no number leaves the default. Control
- * path.
+ * words after the command; a word that is missing or is no number leaves the default. Control path.
  */
 #ifndef GPON_DEBUG_STORE_COMMANDS_H
 #define GPON_DEBUG_STORE_COMMANDS_H

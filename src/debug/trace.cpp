@@ -15,8 +15,8 @@ bool has_mac(const gpon::frame& f, u32 at, const u8 (&mac)[6])
     return gpon::same_bytes(found, mac, sizeof(found));
 }
 
-// The tag part of the filter. The cursor moves past the outer tag only when the filter names one:
-// with an inner tag alone in the filter, the first tag of the frame is compared with it.
+// The tag part of the filter. The cursor passes the outer tag only if the filter contains one: with
+// only an inner tag in the filter, it is compared with the first tag of the frame.
 bool passes_tags(const gpon::frame& f, const gpon_trace_cfg& filter)
 {
     bool passes = true;
@@ -37,7 +37,7 @@ i32 gpon_flow_is_trace_skb(const sk_buff* skb)
 {
     if (!skb || gpon::load_relaxed(trace_cfg.valid_mask) == 0)
         return 0;
-    // Operators write the filter without a lock; a packet may see half of a change.
+    // Operators write the filter without a lock; a packet may see a partial change.
     gpon_trace_cfg filter;
     gpon::copy_words_from_shared<u16>(reinterpret_cast<u8*>(&filter),
                                       reinterpret_cast<const u8*>(&trace_cfg), sizeof(filter));

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Packet trace: which packets are marked, and their bytes in the kernel log. */
+/* Packet trace: selects the packets to mark, and prints packet bytes to the kernel log. */
 #ifndef GPON_DEBUG_TRACE_H
 #define GPON_DEBUG_TRACE_H
 
@@ -8,8 +8,8 @@
 
 extern "C" {
 
-/* 1 when the packet passes trace_cfg, else 0; bytes beyond the frame's end read as 0. With the
- * filter off it costs one load. Packet path. */
+/* Returns 1 if the packet matches trace_cfg, otherwise 0; bytes beyond the end of the frame read as
+ * 0. With the filter off it costs one load. Packet path. */
 i32 gpon_flow_is_trace_skb(const sk_buff* skb);
 
 /* Print the first count bytes of a packet, with offsets or plain, 16 a line. Any context. */

@@ -5,7 +5,7 @@ namespace {
 
 constexpr i32 NO_LIMIT = 0x7fffffff;
 
-// The kernel counts the no-break space of Latin-1 as a blank.
+// The kernel treats the no-break space of Latin-1 as a blank.
 bool is_blank(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r') || static_cast<u8>(c) == 0xa0;
@@ -40,7 +40,7 @@ u32 digits(const char*& text, u32 base, i32 limit)
     return value;
 }
 
-// One hexadecimal conversion of at most limit characters, prefix included.
+// One hexadecimal conversion of at most limit characters, including the prefix.
 bool hex(const char*& text, i32 limit, u32* value)
 {
     text = skip_blanks(text);

@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Words and numbers of debug commands, read as the kernel's scan functions read them. */
+/* Words and numbers of debug commands, parsed like the kernel's scan functions. */
 #ifndef GPON_DEBUG_WORDS_H
 #define GPON_DEBUG_WORDS_H
 
 #include "../base/types.h"
 
-/* Words of one command: at most four, each at most 31 characters; absent ones are null. One more
- * entry, always null, lets a handler look at the word behind the last. */
+/* Words of one command: at most four, each with at most 31 characters; absent ones are null. One
+ * more entry is always null, so a handler can read the word after the last. */
 constexpr u32 GPON_DBG_WORDS = 4;
 constexpr size_t GPON_DBG_WORD_BYTES = 32;
 
@@ -17,8 +17,8 @@ struct gpon_dbg_words {
 
 namespace gpon {
 
-/* Splits a terminated line at blanks into at most four words, each cut to 31 characters. Answers
- * their number, or -1 for a line without any, as a scan does. */
+/* Splits a terminated line at blanks into at most four words, each cut to 31 characters. Returns
+ * their number, or -1 for a line without words, like the kernel's scan. */
 i32 split_words(const char* line, gpon_dbg_words& words);
 
 /* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
@@ -27,7 +27,7 @@ i32 split_words(const char* line, gpon_dbg_words& words);
 void scan_hex(const char* word, u32* value);
 void scan_decimal(const char* word, i32* value);
 
-/* "%02x:%02x:%02x:%02x:%02x:%02x": as many of the six values as the word holds. */
+/* "%02x:%02x:%02x:%02x:%02x:%02x": reads as many of the six values as the word contains. */
 void scan_mac(const char* word, u32 (&value)[6]);
 
 } // namespace gpon

@@ -11,7 +11,7 @@ i32 gpon_hash_init(void)
 {
     spin_lock_init(&gpon_hash_lock);
     gpon::choose_crc32();
-    // Before anything can fail: exit stops the timer whether or not it was ever armed.
+    // Before any step that can fail: exit stops the timer even if it was never armed.
     timer_setup(&gpon_hash_timer, gpon_hash_aging_timer_func, 0);
     {
         const bh_lock lock(gpon_hash_lock);
@@ -27,7 +27,7 @@ i32 gpon_hash_init(void)
 i32 gpon_hash_exit(void)
 {
     del_timer_sync(&gpon_hash_timer);
-    // Packets still come in: the hook is unregistered after the table.
+    // Packets still arrive: the hook is unregistered after the table.
     const bh_lock lock(gpon_hash_lock);
     if (gpon_hash_destroy_table(&gpon_hash_table_record) != 0) {
         log_error("[%s][%d] gpon_hash_destroy_table Fail\n");
@@ -53,7 +53,7 @@ void gpon_hash_delete_aging_node(void)
         log_trace("[%s][%d]: total_num is zero\n");
         return;
     }
-    // Frames must mark their rules anew.
+    // Frames must mark their rules again.
     gpon::begin_generation();
     for (u32 i = 0; i < table.table_size; ++i) {
         gpon_hash_bucket& bucket = table.buckets[i];

@@ -10,18 +10,18 @@ constexpr unsigned long GPON_HASH_AGING_PERIOD = 30000;
 
 extern "C" {
 
-/* Process context, at module load: 64 buckets, timer armed. -1 when there is no memory: the timer
- * is then not armed. */
+/* Process context, at module load: allocates 64 buckets and arms the timer. Without memory it
+ * returns -1 and does not arm the timer. */
 i32 gpon_hash_init(void);
 
-/* Process context, at unload: waits for a running sweep, then frees the table. -1 when there is
- * none. */
+/* Process context, at unload: waits for a running sweep, then frees the table. Returns -1 if there
+ * is none. */
 i32 gpon_hash_exit(void);
 
 /* Sweeps once and arms the timer again. Softirq. */
 void gpon_hash_aging_timer_func(timer_list* timer);
 
-/* Deletes every rule that was not used since the last sweep and takes the mark off the others. */
+/* Deletes every rule that was not used since the last sweep and clears the mark of the others. */
 void gpon_hash_delete_aging_node(void) GPON_REQUIRES(gpon_hash_lock);
 }
 

@@ -6,9 +6,9 @@
 
 namespace {
 
-// Table i gives the CRC of a byte that i zero bytes follow, so that the 16 bytes of an untagged
-// frame's key need no chain of 16 dependent look-ups. A kilobyte each: where the CPU computes CRCs
-// itself, half of them will do.
+// Table i contains the CRC of a byte followed by i zero bytes, so the 16 bytes of an untagged
+// frame's key need no chain of 16 dependent look-ups. Each takes a kilobyte; on CPUs with CRC
+// instructions half of them are enough.
 #if defined(__aarch64__)
 constexpr size_t SLICES = 8;
 #else
@@ -43,8 +43,8 @@ u32 crc_of_word(size_t slice, u32 word)
            CRC.of[slice + 1][(word >> 16) & 0xFF] ^ CRC.of[slice][word >> 24];
 }
 
-// The sum of two parts that are computed side by side: the compiler would make one long chain of
-// additions out of them.
+// Adds two parts that are computed in parallel; otherwise the compiler makes one long chain of
+// additions.
 u32 sum(u32 first, u32 second)
 {
     asm("" : "+r"(second));
@@ -75,12 +75,12 @@ u32 crc32_by_tables(const u8* bytes, u32 count)
     return crc;
 }
 
-// Everywhere, so that the module's data are the same on every CPU.
+// Computed on every CPU type, so that the module's data is always the same.
 GPON_MODULE_DATA constinit bool cpu_has_crc32 = false;
 
 #if defined(__aarch64__)
 
-// The instructions compute this very polynomial, reflected, without inversion.
+// The instructions compute the same polynomial, reflected, without inversion.
 u32 crc32_by_cpu(const u8* bytes, u32 count)
 {
     u32 crc = 0;
@@ -111,7 +111,7 @@ u32 crc32_of(const u8* bytes, u32 count)
 
 #endif
 
-// A CRC is linear; the mix spreads each of its bits over the low ones, which choose the bucket.
+// A CRC is linear; the mix spreads each of its bits over the low bits, which select the bucket.
 u32 mix(u32 h)
 {
     h += h << 12;
@@ -131,7 +131,7 @@ void gpon::choose_crc32()
 {
     bool found = false;
 #if defined(__aarch64__)
-    // Field CRC32 of the instruction set attributes; all CPUs of an ONU are of one kind.
+    // Field CRC32 of the instruction set attributes; all CPUs of an ONU are of the same type.
     u64 features = 0;
     asm("mrs %0, id_aa64isar0_el1" : "=r"(features));
     found = ((features >> 16) & 0xF) != 0;

@@ -14,8 +14,7 @@ u32 gpon_hash_calc_key(const u8* key, u16 key_len);
 
 namespace gpon {
 
-/* Selects the fastest CRC-32 that this CPU has. Once, before the first key;
- * process context. */
+/* Selects the fastest CRC-32 of this CPU. Called once, before the first key; process context. */
 void choose_crc32();
 
 } // namespace gpon

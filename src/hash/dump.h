@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The rule table as operators see it. */
+/* The dump of the rule table for operators. */
 #ifndef GPON_HASH_DUMP_H
 #define GPON_HASH_DUMP_H
 
@@ -18,13 +18,13 @@ struct gpon_hash_dump_state {
 
 extern "C" {
 
-/* Takes a key apart. A null key leaves both results as they are. */
+/* Decodes a key. A null key leaves both results unchanged. */
 void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* state, u16* direction);
 
 /* Prints the column header and one row; -1 for a null record. */
 i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 direction);
 
-/* Prints the whole table to the kernel log, under the lock. Process context; always 0. */
+/* Prints the whole table to the kernel log, under the lock. Process context; always returns 0. */
 i32 gpon_hash_dump_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
 }
 

@@ -14,11 +14,11 @@ GPON_MODULE_DATA constinit gpon_hash_table gpon_hash_old_table = {};
 
 namespace {
 
-// What a kernel leaves in the links of a node taken off a list.
+// Value that a kernel writes to the links of a node that was removed from a list.
 hlist_node* const POISON_NEXT = reinterpret_cast<hlist_node*>(0x100);
 hlist_node** const POISON_PPREV = reinterpret_cast<hlist_node**>(0x122);
 
-// Keys are a whole number of 32-bit words but for hand-made ones; a library call would cost more
+// Keys are a whole number of 32-bit words, except those of tests; a library call would cost more
 // than the comparison.
 bool same_key(const u8* a, const u8* b, u32 bytes)
 {
@@ -229,7 +229,7 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
         if (!rule)
             return -1;
         *out = *rule->trace;
-        // Not written when it is set: CPUs that use the same rule would pass its line to and fro.
+        // Write only on change: otherwise the cache line bounces between CPUs.
         if (rule->hit == 0)
             rule->hit = 1;
     }

@@ -12,8 +12,8 @@ struct list_head {
     list_head* prev;
 };
 
-/* One recorded id; also the answer, and the position, of a relation query. One 32-bit word, so
- * that a reader sees an entry whole while the command path changes it. */
+/* One recorded id; also the result and the position of a relation query. One 32-bit word, so that a
+ * reader never sees a partial entry while the command path changes it. */
 struct alignas(u32) gpon_me_related_id {
     u8 instExist; /* 1 = in use */
     u16 instId;
@@ -40,7 +40,7 @@ struct gpon_me_related_update {
     u8 msg_type; /* ZR_OMCI_MSG_TYPE_* */
 };
 
-/* Question to the relation queries. related_id is the previous answer on entry (instExist 0:
+/* Parameters of the relation queries. related_id is the previous result on entry (instExist 0:
  * start from the beginning) and the next one on return (instExist 0: there is none). */
 struct gpon_me_relation_query {
     u16 class_id;

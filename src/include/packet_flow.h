@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Records of one packet's way through the graph. All fields in host order. */
+/* Records of one packet's path through the graph. All fields in host order. */
 #ifndef GPON_PACKET_FLOW_H
 #define GPON_PACKET_FLOW_H
 
@@ -8,7 +8,7 @@
 struct sk_buff;
 struct gpon_me_inst;
 
-/* Walk direction, one bit a walk; a next-class row carries the set in which it is followed. */
+/* Walk direction, one bit per direction; a next-class row has the set in which it is followed. */
 enum fwd_flag : u16 {
     UP_ANI = 1,   /* bridge or mapper towards GEM port and T-CONT */
     UP_UNI = 2,   /* ingress UNI towards bridge or mapper */
@@ -24,7 +24,7 @@ enum fwd_status : i32 {
 };
 
 constexpr u8 MAX_RECURSION_NUM = 10;
-/* Stacked tags that a summary holds; tag_num may be larger. */
+/* Stacked tags in a summary; tag_num may be larger. */
 constexpr u8 GPON_MAX_TAGS = 4;
 
 /* One step of a walk. */
@@ -39,7 +39,7 @@ struct gpon_trace_step {
     u16 instId;
 };
 
-/* What a rule remembers: the steps in walk order. */
+/* The contents of a rule: the steps in walk order. */
 struct gpon_rule_trace {
     gpon_trace_step step[MAX_RECURSION_NUM];
 };
@@ -57,8 +57,8 @@ struct gpon_walk_result {
     u8 recurse_num;
     gpon_rule_trace trace; /* indexed by depth */
     i32 ret_val;           /* fwd_status, 0 = none yet */
-    /* The bridge port and the filter found last. A bridge's ports are tried in list order: the next
-     * search starts there. Good for the walk's own RCU read section. */
+    /* The bridge port and the filter found last. Ports of a bridge are tried in list order, so the
+     * next search starts there. Valid in the walk's RCU read-side section. */
     const gpon_me_inst* last_port = nullptr;
     const gpon_me_inst* last_filter = nullptr;
 };

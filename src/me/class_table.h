@@ -2,19 +2,19 @@
 /*
  * The class table: one row for each mirrored class.
  *
- * It is the one place where a lower room refers to a higher one. The store looks a class up in the
- * table and treats all classes alike; the rows lead to records and functions of me_class/, which
- * use the store. The table is therefore declared here, for its readers, and defined in me_class/,
- * the only room that knows every class. A registration at run time would avoid the reference, but
- * a table that is filled at load is mutable, has no fixed order and needs code to fill it.
+ * This is the only reference from a lower layer to a higher one. The store looks up a class in the
+ * table and treats all classes alike; the rows point to records and functions of me_class/, which
+ * use the store. The table is therefore declared here for its readers and defined in me_class/, the
+ * only layer that contains every class. A registration at run time would avoid the reference, but a
+ * table that is filled at load is mutable, has no fixed order and needs code to fill it.
  */
 #ifndef GPON_ME_CLASS_TABLE_H
 #define GPON_ME_CLASS_TABLE_H
 
 #include "../include/me_class.h"
 
-/* Marks a declaration whose definition is in a higher room. The check of the layers reads this
- * mark: no other symbol of a higher room may be referred to. */
+/* Marks a declaration whose definition is in a higher layer. The check of the layers reads this
+ * mark and allows no other reference to a symbol of a higher layer. */
 #define GPON_DEFINED_IN(room)
 
 /* Rows of me_table; row 0 is empty and stands for "no class". */

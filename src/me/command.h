@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * OMCI commands applied to the mirror. All of it is control path: process context, one caller at a
- * time under gpon_flow_control_mutex.
+ * Applies OMCI commands to the store. All functions are control path: process context, one caller
+ * at a time under gpon_flow_control_mutex.
  */
 #ifndef GPON_ME_COMMAND_H
 #define GPON_ME_COMMAND_H
@@ -10,7 +10,7 @@
 
 extern "C" {
 
-/* One ME command; attr_data is a user address. An unknown message type is answered with 0. */
+/* Applies one ME command; attr_data is a user address. Returns 0 for an unknown message type. */
 i32 gpon_flow_me_handle(gpon_me_cmd* cmd);
 
 /* A set is applied exactly like a create: it stores the record, then runs the attribute handlers

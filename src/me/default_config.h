@@ -8,7 +8,7 @@
 
 extern "C" {
 
-/* The default configuration as loaded last; all zero before. Control path. */
+/* The default configuration that was loaded last; all zero before. Control path. */
 extern struct gpon_flow_cfg_data gpon_flow_cfg_data;
 
 /* Loads the 40-byte default configuration from a user address; a failed load leaves it zeroed. */

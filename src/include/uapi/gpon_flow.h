@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only WITH Linux-syscall-note */
 /*
- * What an OMCI stack hands to the character device "gpon_flow": the ioctl number, the control
+ * The interface of the character device "gpon_flow" for OMCI stacks: the ioctl number, the control
  * record and the raw attribute records of the mirrored managed entities (ITU-T G.988 clause 9).
  *
  * All records are little-endian and naturally aligned. The first field of every raw record is the
@@ -25,12 +25,12 @@ extern "C" {
 
 #define GLOBAL_GPON_IOC_MAGIC 0x77
 #define GLOBAL_GPON_IOC_MAX_NR 1
-/* The one ioctl, size bits left out: the module ignores them. The argument is a pointer to
- * struct gpon_flow_cmd. */
+/* The only ioctl, without size bits, which the module ignores. The argument is a pointer to struct
+ * gpon_flow_cmd. */
 #define GPON_FLOW_IOC_COMMAND 0x40007700u
 #define GPON_FLOW_IOC_SIZE_MASK 0x3fff0000u
 
-/* G.988 message types, as struct gpon_me_cmd carries them. */
+/* G.988 message types in struct gpon_me_cmd. */
 enum {
     ZR_OMCI_MSG_TYPE_CREAT = 4,
     ZR_OMCI_MSG_TYPE_DELETE = 6,
@@ -67,7 +67,7 @@ struct gpon_flow_cmd {
     struct gpon_me_cmd me;
 };
 
-/* The default configuration, 40 bytes; the reserved bytes are carried and not read. */
+/* The default configuration, 40 bytes; the reserved bytes are stored and not read. */
 struct gpon_flow_cfg_data {
     uint8_t reserved0[8];
     uint16_t upstream_queue_num;    /* queue ids below it are upstream (T-CONT) queues */
