@@ -39,7 +39,7 @@ TEST(check, finds_nothing_in_a_good_line)
     EXPECT_EQ(kinds_of(good_line), names{});
 }
 
-TEST(check, the_subscriber_line_has_notes_alone)
+TEST(check, the_subscriber_line_has_notes_only)
 {
     std::ostringstream errors;
     const auto parsed = open_scenario("scenarios/subscriber-line.scn", errors);
@@ -92,7 +92,7 @@ TEST(check, a_filter_whose_operation_and_count_are_out_of_range)
                      "list-too-long VLAN_TAG_FILTER_DATA 0x1001 9"}));
 }
 
-TEST(check, priorities_that_lead_nowhere_are_told_by_reason)
+TEST(check, priorities_without_a_path_are_listed_by_reason)
 {
     const std::vector<finding> all = findings_of(
         "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
@@ -107,7 +107,7 @@ TEST(check, priorities_that_lead_nowhere_are_told_by_reason)
     EXPECT_EQ(all[2].line, 4u);
 }
 
-TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_way)
+TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_path)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=2\n"
                        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"),
@@ -147,7 +147,7 @@ TEST(check, of_two_pointers_at_one_place_the_second_is_found)
               names{"row-overflow GEM_INTERWORK_TP 0x0012 3"});
 }
 
-TEST(check, a_deleted_pointer_makes_room)
+TEST(check, a_deleted_pointer_frees_its_place)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
                        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
@@ -192,13 +192,13 @@ TEST(check, no_provisioning_is_deeper_than_a_walk)
     EXPECT_LT(longest, MAX_RECURSION_NUM);
 }
 
-TEST(check, what_the_module_makes_itself_points_at_nothing)
+TEST(check, instances_that_the_module_creates_have_no_pointers)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=3 trafficMgrPtrUp=7\n"),
               names{});
 }
 
-TEST(check, what_is_counted_stands_in_its_number)
+TEST(check, counts_are_part_of_the_finding)
 {
     const auto last_line = [](const std::string& text) {
         std::ostringstream out;

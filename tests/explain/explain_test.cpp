@@ -70,7 +70,7 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
         << text;
 }
 
-TEST(explain, every_branch_that_came_equally_far_is_named)
+TEST(explain, every_branch_of_the_greatest_depth_is_named)
 {
     const std::string text =
         told(good_line +
@@ -90,7 +90,7 @@ TEST(explain, every_branch_that_came_equally_far_is_named)
         << text;
 }
 
-TEST(explain, branches_that_end_for_different_reasons_are_told_apart)
+TEST(explain, branches_that_end_for_different_reasons_are_distinguished)
 {
     walk_story story;
     story.steps = {{{45, 1}, 0, false, {}, {}},
@@ -116,7 +116,7 @@ const std::string multicast_line =
 const std::string multicast_hook =
     "hook kind=down_ani gem=4094 mcast=1 frame=01005e0000010200000001018100006508004500\n";
 
-TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_and_it_is_said_why)
+TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_with_a_reason)
 {
     const std::string text = told(multicast_line + multicast_hook);
     EXPECT_TRUE(holds_text(text, "x its VLAN filter keeps the frame from this port\n")) << text;
@@ -127,7 +127,7 @@ TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_and_it_is_said_why)
         << text;
 }
 
-TEST(explain, a_replay_that_a_filter_ends_passes_and_it_is_said_why)
+TEST(explain, a_replay_that_a_filter_ends_passes_with_a_reason)
 {
     const std::string text = told(multicast_line + multicast_hook + multicast_hook);
     EXPECT_TRUE(holds_text(text, "its rule was replayed\nThe replay ends at "
@@ -163,13 +163,13 @@ TEST(explain, a_gem_port_towards_the_subscriber)
     EXPECT_TRUE(holds_text(text, "as far as GEM_PORT_CTP 0x0001: its direction is 2")) << text;
 }
 
-TEST(explain, an_engine_that_is_off_and_a_module_that_is_gone)
+TEST(explain, a_disabled_engine_and_an_unloaded_module)
 {
     EXPECT_TRUE(holds_text(told("load\n" + hook_up_ani(frame_of_vlan_100)), "switched off"));
     EXPECT_TRUE(holds_text(told(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 
-TEST(explain, a_scenario_without_a_frame_is_not_understood)
+TEST(explain, a_scenario_without_a_frame_is_refused)
 {
     std::ostringstream out;
     exit_status status = status_ok;
@@ -204,7 +204,7 @@ TEST(choose_frame, takes_the_numbered_frame_of_a_capture)
     EXPECT_EQ(frame->options.port_word, 0x10u);
 }
 
-TEST(choose_frame, says_what_is_wrong)
+TEST(choose_frame, errors_name_the_fault)
 {
     EXPECT_THROW(choose_frame({{"kind=up_uni"}, "", 1}), std::runtime_error);
     EXPECT_THROW(choose_frame({{"kind=sideways", "frame=00"}, "", 1}), std::runtime_error);
@@ -214,7 +214,7 @@ TEST(choose_frame, says_what_is_wrong)
     EXPECT_FALSE(choose_frame({}));
 }
 
-TEST(choose_frame, does_not_mind_a_capture_that_is_cut_off_behind_the_frame)
+TEST(choose_frame, accepts_a_capture_that_is_cut_off_after_the_frame)
 {
     const scratch_folder folder;
     std::ifstream whole("captures/upstream-uni1.pcap", std::ios::binary);
@@ -235,7 +235,7 @@ std::string dot_of(const std::string& text, const std::vector<me_id>& walked = {
     return out.str();
 }
 
-TEST(graph, draws_what_is_missing_in_red)
+TEST(graph, draws_missing_instances_in_red)
 {
     const std::string dot = dot_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
     EXPECT_TRUE(
@@ -246,7 +246,7 @@ TEST(graph, draws_what_is_missing_in_red)
         << dot;
 }
 
-TEST(graph, tagging_operations_hang_on_what_has_their_id)
+TEST(graph, tagging_operations_are_linked_to_the_instance_with_their_id)
 {
     const std::string dot = dot_of(good_line + "me create VLAN_TAG_OPERATE 0x0101\n"
                                                "me create VLAN_TAG_OPERATE 0x1001\n"
@@ -263,7 +263,7 @@ TEST(graph, tagging_operations_hang_on_what_has_their_id)
     EXPECT_FALSE(holds_text(dot, "\"VLAN_TAG_EXTEND_OPERATE 0x1001\" ->")) << dot;
 }
 
-TEST(graph, a_good_line_has_no_red_and_its_way_is_bold)
+TEST(graph, a_good_line_has_no_red_and_its_path_is_bold)
 {
     const std::string plain = dot_of(good_line);
     EXPECT_FALSE(holds_text(plain, "red"));

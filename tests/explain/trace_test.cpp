@@ -37,7 +37,7 @@ std::vector<std::string> walks_of(const std::string& text)
     return walks;
 }
 
-TEST(marked_frames, are_told_apart_without_anything_between_them)
+TEST(marked_frames, without_a_gap_are_distinguished)
 {
     const auto walks = walks_of(good_line + mark + entering + dropped + passing + passing +
                                 entering + dropped + dropped);
@@ -51,7 +51,7 @@ TEST(marked_frames, are_told_apart_without_anything_between_them)
     EXPECT_EQ(told, "wdwrrdd");
 }
 
-TEST(marked_frames, tell_why_they_are_dropped)
+TEST(marked_frames, show_the_reason_of_a_drop)
 {
     const auto walks = walks_of(good_line + mark + dropped);
     ASSERT_EQ(walks.size(), 1u);
@@ -100,7 +100,7 @@ std::string mixed(const std::string& left, const std::string& right)
     return all;
 }
 
-TEST(marked_frames, of_two_processors_at_once_are_told_with_doubt)
+TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
 {
     const mirror entities = final_entities(parse_good(good_line));
     const auto told = [&](const std::string& log) {
@@ -118,7 +118,7 @@ TEST(marked_frames, of_two_processors_at_once_are_told_with_doubt)
     EXPECT_NE(told(mixed(walks[1], walks[2])).find(doubt), std::string::npos);
 }
 
-TEST(marked_frames, without_their_beginning_or_end_are_told_with_doubt)
+TEST(marked_frames, without_their_beginning_or_end_are_reported_as_uncertain)
 {
     const mirror entities = final_entities(parse_good(good_line));
     const std::string walk = walks_of(good_line + mark + dropped).at(0);
@@ -137,7 +137,7 @@ std::string traced(const std::string& text, const std::string& filter, uint64_t 
     return out.str();
 }
 
-TEST(trace_of_a_scenario, tells_the_frames_that_match)
+TEST(trace_of_a_scenario, shows_the_frames_that_match)
 {
     const std::string text = good_line + passing + dropped + passing;
     EXPECT_NE(traced(text, "outer_vlan=101").find("1 of 3 frames match"), std::string::npos);
@@ -147,7 +147,7 @@ TEST(trace_of_a_scenario, tells_the_frames_that_match)
     EXPECT_EQ(traced(text, "outer_vlan=100", 1).find("frame 3"), std::string::npos);
 }
 
-TEST(a_replay, is_told_with_the_instances_of_its_rule)
+TEST(replay, is_explained_by_the_instances_of_its_rule)
 {
     const std::string told = traced(good_line + passing + passing, "outer_vlan=100");
     const std::string replay = told.substr(told.find("frame 2"));
@@ -156,7 +156,7 @@ TEST(a_replay, is_told_with_the_instances_of_its_rule)
     EXPECT_NE(replay.find("its rule was replayed"), std::string::npos) << replay;
 }
 
-TEST(trace_filter, says_what_is_wrong_with_it)
+TEST(trace_filter, errors_name_the_fault)
 {
     for (const char* text : {"", "vlan=1", "src_mac=02:00", "outer_vlan=65536", "outer_vlan=1p8",
                              "outer_vlan=4096p0", "outer_vlan=", "src_mac", "\"outer_vlan=1"})
@@ -177,7 +177,7 @@ TEST(watch_of_a_scenario, counts_replays_and_age)
     EXPECT_EQ(lines->at(2), "1 rule");
 }
 
-TEST(dscp, of_a_frame_is_what_the_module_reads)
+TEST(dscp, of_a_frame_equals_the_one_the_module_reads)
 {
     // Types are compared as the processor stores them.
     EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x00, 0x08, 0x45, 0xb8}), 46);

@@ -26,7 +26,7 @@ int add_device()
     return __register_chrdev(184, 0, 256, "gpon_flow", &operations);
 }
 
-TEST_F(chrdev, an_unregistered_device_is_no_door)
+TEST_F(chrdev, an_unregistered_device_cannot_be_opened)
 {
     EXPECT_EQ(gpon::host::ioctl(1, 2), std::nullopt);
 }
@@ -44,7 +44,7 @@ TEST_F(chrdev, the_ioctl_reaches_the_registered_operations)
                                     "@ unregister_chrdev 184 0 256 gpon_flow"));
 }
 
-TEST_F(chrdev, a_refused_open_is_the_answer)
+TEST_F(chrdev, a_refused_open_is_returned)
 {
     open_answer = -13;
     last_command = 0;
@@ -53,7 +53,7 @@ TEST_F(chrdev, a_refused_open_is_the_answer)
     EXPECT_EQ(last_command, 0u);
 }
 
-TEST_F(chrdev, a_failed_registration_leaves_no_door)
+TEST_F(chrdev, a_failed_registration_leaves_no_device)
 {
     gpon::host::arm_fault(fault::chrdev);
     EXPECT_EQ(add_device(), -16);
@@ -62,7 +62,7 @@ TEST_F(chrdev, a_failed_registration_leaves_no_door)
     EXPECT_THAT(events, ElementsAre("@ register_chrdev 184 0 256 gpon_flow = -16"));
 }
 
-TEST_F(chrdev, a_major_number_is_given_once)
+TEST_F(chrdev, a_major_number_is_unique)
 {
     EXPECT_EQ(add_device(), 0);
     EXPECT_EQ(add_device(), -16);

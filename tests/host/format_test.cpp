@@ -163,7 +163,7 @@ TEST(kernel_format, texts_of_any_length)
 // Through a pointer: the compiler takes the name for libc's function and knows better.
 int (*const volatile kernel_snprintf)(char*, size_t, const char*, ...) = snprintf;
 
-TEST(kernel_snprintf, answers_the_length_without_the_cut_and_terminates)
+TEST(kernel_snprintf, returns_the_uncut_length_and_terminates)
 {
     char buffer[6];
     std::memset(buffer, '#', sizeof(buffer));

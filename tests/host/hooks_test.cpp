@@ -29,12 +29,12 @@ protected:
 };
 class hooks_death : public host_death_test {};
 
-TEST_F(hooks, without_a_module_there_is_no_door)
+TEST_F(hooks, without_a_module_no_call_is_possible)
 {
     EXPECT_EQ(gpon::host::hook(0, 0, nullptr), std::nullopt);
 }
 
-TEST_F(hooks, a_registered_hook_gets_the_call_and_answers)
+TEST_F(hooks, a_registered_hook_gets_the_call_and_its_result_is_returned)
 {
     EXPECT_EQ(vorn_unregister_hook(&gpon_flow_mapping_hook_ops), 0);
     EXPECT_EQ(vorn_register_hook(&ops), 0);
@@ -53,7 +53,7 @@ TEST_F(hooks, a_registered_hook_gets_the_call_and_answers)
                                     "@ unregister_hook some_hook"));
 }
 
-TEST_F(hooks, a_disabled_record_is_no_door)
+TEST_F(hooks, a_disabled_record_is_not_called)
 {
     ops.enable = 0;
     vorn_register_hook(&ops);
@@ -61,7 +61,7 @@ TEST_F(hooks, a_disabled_record_is_no_door)
     EXPECT_THAT(events, ElementsAre("@ register_hook some_hook enable=0 id=59 priority=1 = 0"));
 }
 
-TEST_F(hooks, a_failed_registration_leaves_no_door)
+TEST_F(hooks, a_failed_registration_leaves_no_hook)
 {
     gpon::host::arm_fault(fault::hook);
     EXPECT_EQ(vorn_register_hook(&ops), -1);
@@ -111,7 +111,7 @@ TEST_F(hooks, the_platforms_own_hook_maps_packets_until_it_is_taken_out)
     EXPECT_THAT(events, IsEmpty());
 }
 
-TEST_F(hooks, the_mapping_functions_answer_what_was_set)
+TEST_F(hooks, the_mapping_functions_return_the_value_set)
 {
     sk_buff packet;
     packet.gemport_id = 1025;

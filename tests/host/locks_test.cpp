@@ -64,7 +64,7 @@ TEST_F(locks_death, taking_a_lock_twice_is_fatal)
         "holds a mutex already");
 }
 
-TEST_F(locks_death, giving_back_what_is_not_held_is_fatal)
+TEST_F(locks_death, releasing_a_lock_that_is_not_held_is_fatal)
 {
     EXPECT_DEATH(spin_unlock_bh(&gpon_hash_lock), "does not hold");
     EXPECT_DEATH(mutex_unlock(&gpon_flow_control_mutex), "does not hold");

@@ -17,7 +17,7 @@ TEST_F(log, every_print_is_an_event_of_its_own_exactly_as_it_came)
                 ElementsAre("| ***TRACE***", "| [somebody][12]: Enter\n", "| two\nlines\r\n"));
 }
 
-TEST_F(log, answers_the_length_of_the_text)
+TEST_F(log, returns_the_length_of_the_text)
 {
     EXPECT_EQ(printk("%s", "abc"), 3);
     EXPECT_EQ(pr_cont("%d\n", 12), 3);
@@ -38,7 +38,7 @@ TEST_F(log, drops_level_prefixes)
     EXPECT_THAT(events, ElementsAre("| error", "| debug", "| goes on", "| from an argument"));
 }
 
-TEST_F(log, keeps_what_only_looks_like_a_level_prefix)
+TEST_F(log, keeps_text_that_resembles_a_level_prefix)
 {
     printk("\001");
     printk("\001"

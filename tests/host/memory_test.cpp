@@ -62,7 +62,7 @@ TEST_F(memory, the_nth_allocation_fails_once)
     kfree(third);
 }
 
-TEST_F(memory, arming_again_forgets_that_a_fault_fired)
+TEST_F(memory, arming_again_resets_a_fired_fault)
 {
     arm_fault(fault::alloc);
     EXPECT_EQ(kzalloc(8, GFP_ATOMIC), nullptr);
@@ -81,7 +81,7 @@ TEST_F(memory, a_size_that_overflows_is_refused)
     EXPECT_EQ(gpon::host::memory().live_blocks, 0u);
 }
 
-TEST_F(memory, reset_frees_what_is_left)
+TEST_F(memory, reset_frees_the_remaining_blocks)
 {
     for (int i = 0; i < 3; ++i)
         ASSERT_NE(kzalloc(100, GFP_ATOMIC), nullptr);

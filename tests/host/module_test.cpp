@@ -36,7 +36,7 @@ void expect_doors(bool open)
     EXPECT_EQ(gpon::host::hook(0, 0, nullptr).has_value(), open);
 }
 
-TEST_F(module_loading, load_answers_what_the_module_answers)
+TEST_F(module_loading, load_returns_the_status_of_the_module)
 {
     EXPECT_FALSE(is_loaded());
     EXPECT_EQ(load(), 0);
@@ -71,7 +71,7 @@ TEST_F(module_loading, every_load_starts_with_fresh_data)
     EXPECT_EQ(module_word, 41);
 }
 
-TEST_F(module_loading, reset_drops_a_module_with_its_doors_timers_and_memory)
+TEST_F(module_loading, reset_drops_a_module_with_its_interfaces_timers_and_memory)
 {
     module_under_test.load = [] {
         kzalloc(10, GFP_ATOMIC);
@@ -96,7 +96,7 @@ TEST_F(module_loading, reset_disarms_faults)
     expect_doors(true);
 }
 
-TEST_F(module_loading, a_panic_ends_loading_and_closes_every_door)
+TEST_F(module_loading, a_panic_ends_loading_and_unregisters_everything)
 {
     module_under_test = {[] {
                              open_doors();
@@ -121,7 +121,7 @@ TEST_F(module_loading, a_panic_ends_loading_and_closes_every_door)
     EXPECT_EQ(load(), 0);
 }
 
-TEST_F(module_loading, hooks_and_time_go_on_at_the_same_time)
+TEST_F(module_loading, hooks_and_the_timer_run_at_the_same_time)
 {
     module_under_test.load = [] {
         open_doors();

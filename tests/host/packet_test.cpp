@@ -15,7 +15,7 @@ sk_buff packet_with_frame()
     return packet;
 }
 
-TEST(packet, the_frame_is_what_the_caller_gave)
+TEST(packet, the_frame_is_that_of_the_caller)
 {
     const sk_buff packet = packet_with_frame();
     unsigned int bytes = 0;

@@ -32,7 +32,7 @@ proc_dir_entry* add_entries()
     return folder;
 }
 
-TEST_F(proc, an_absent_entry_is_no_door)
+TEST_F(proc, an_absent_entry_cannot_be_opened)
 {
     EXPECT_EQ(gpon::host::proc_read(), std::nullopt);
     EXPECT_EQ(gpon::host::proc_write("x"), std::nullopt);
@@ -55,7 +55,7 @@ TEST_F(proc, reads_and_writes_reach_the_handlers)
                             "@ create_proc_entry debug mode=0 parent=gpon_flow = ok", "| read\n"));
 }
 
-TEST_F(proc, an_entry_without_handlers_answers_an_error)
+TEST_F(proc, an_entry_without_handlers_returns_an_error)
 {
     create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr));
     EXPECT_EQ(gpon::host::proc_read(), -5);
@@ -74,7 +74,7 @@ TEST_F(proc, an_entry_is_removed_only_from_the_folder_that_holds_it)
                                     "@ remove_proc_entry debug parent=gpon_flow"));
 }
 
-TEST_F(proc, a_folder_goes_with_what_is_in_it)
+TEST_F(proc, removing_a_folder_removes_its_entries)
 {
     add_entries();
     remove_proc_entry("gpon_flow", nullptr);
@@ -83,7 +83,7 @@ TEST_F(proc, a_folder_goes_with_what_is_in_it)
     EXPECT_EQ(gpon::host::proc_read(), std::nullopt);
 }
 
-TEST_F(proc, a_name_is_given_once_in_a_folder)
+TEST_F(proc, a_name_is_unique_in_a_folder)
 {
     proc_dir_entry* folder = add_entries();
     EXPECT_EQ(proc_mkdir("gpon_flow", nullptr), nullptr);
@@ -91,7 +91,7 @@ TEST_F(proc, a_name_is_given_once_in_a_folder)
     EXPECT_NE(create_proc_entry("debug", 0, nullptr), nullptr);
 }
 
-TEST_F(proc, failed_creations_answer_null_once)
+TEST_F(proc, a_failed_creation_returns_null_once)
 {
     gpon::host::arm_fault(fault::proc_dir);
     gpon::host::arm_fault(fault::proc_entry);

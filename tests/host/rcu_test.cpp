@@ -128,7 +128,7 @@ TEST_F(rcu, reset_runs_deferred_frees)
     EXPECT_EQ(freed, 1);
 }
 
-TEST_F(rcu, lists_are_open_to_readers_and_to_the_holder_of_the_control_mutex)
+TEST_F(rcu, lists_may_be_read_by_readers_and_the_holder_of_the_control_mutex)
 {
     rcu_read_lock();
     check_list_access();

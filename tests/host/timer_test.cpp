@@ -72,7 +72,7 @@ TEST_F(timer, arming_a_pending_timer_moves_it)
     EXPECT_THAT(fired_at, ElementsAre(20u));
 }
 
-TEST_F(timer, a_time_that_is_over_fires_at_the_next_tick)
+TEST_F(timer, a_time_in_the_past_fires_at_the_next_tick)
 {
     timer_setup(&gpon_hash_timer, note_time, 0);
     advance(50);
@@ -85,7 +85,7 @@ TEST_F(timer, a_time_that_is_over_fires_at_the_next_tick)
     EXPECT_THAT(fired_at, ElementsAre(51u, 52u));
 }
 
-TEST_F(timer, a_callback_that_arms_itself_for_now_does_not_stop_the_time)
+TEST_F(timer, a_callback_that_arms_itself_for_now_does_not_stop_time)
 {
     period = 0;
     timer_setup(&gpon_hash_timer, note_time_and_rearm, 0);
@@ -105,7 +105,7 @@ TEST_F(timer, a_deleted_timer_does_not_fire)
     EXPECT_THAT(events, ElementsAre("@ mod_timer +10", "@ del_timer", "@ del_timer"));
 }
 
-TEST_F(timer, reset_starts_the_time_anew_without_timers)
+TEST_F(timer, reset_restarts_time_without_timers)
 {
     timer_setup(&gpon_hash_timer, note_time, 0);
     mod_timer(&gpon_hash_timer, 10);

@@ -43,7 +43,7 @@ TEST_F(user_memory, copies_readable_memory)
     EXPECT_EQ(copy_from_user(to, nullptr, 0), 0u);
 }
 
-TEST_F(user_memory, answers_all_bytes_for_addresses_that_nobody_may_read)
+TEST_F(user_memory, returns_all_bytes_for_unreadable_addresses)
 {
     char to[4];
     const guarded_pages pages;
@@ -66,7 +66,7 @@ TEST_F(user_memory, counts_the_bytes_behind_the_last_readable_page)
     EXPECT_EQ(copy_from_user(to.data(), pages.end() - pages.page - 7, to.size()), pages.page - 7);
 }
 
-TEST_F(user_memory, the_nth_copy_fails_whole)
+TEST_F(user_memory, the_nth_copy_fails_completely)
 {
     char to[3] = {'#', '#', '#'};
     arm_fault(fault::copy, 2);

@@ -49,7 +49,7 @@ TEST(omci_attributes, each_element_of_each_raw_field_comes_from_one_attribute)
     }
 }
 
-TEST(omci_attributes, create_masks_hold_exactly_what_a_create_carries)
+TEST(omci_attributes, create_masks_hold_exactly_the_attributes_of_a_create)
 {
     const std::map<uint16_t, uint16_t> masks = {
         {11, 0},       {45, 0xffc0},  {47, 0xff88},  {78, 0xf800},  {84, 0xe000},
@@ -59,7 +59,7 @@ TEST(omci_attributes, create_masks_hold_exactly_what_a_create_carries)
         EXPECT_EQ(set_by_create_mask(cls), masks.at(cls.id)) << cls.name;
 }
 
-TEST(omci_attributes, what_a_create_carries_fits_a_baseline_message)
+TEST(omci_attributes, the_attributes_of_a_create_fit_a_baseline_message)
 {
     for (const attribute_class& cls : attribute_classes()) {
         size_t total = 0;
@@ -77,7 +77,7 @@ TEST(omci_attributes, classes_have_titles)
     EXPECT_EQ(class_title(999), "class 999");
 }
 
-TEST(omci_values, stand_in_attribute_order_without_gaps)
+TEST(omci_values, are_in_attribute_order_without_gaps)
 {
     const attribute_class* cls = find_attribute_class(268);
     const bytes content = from_hex("03e9 03 0001");
@@ -98,7 +98,7 @@ TEST(omci_values, missing_bytes_are_a_fault_that_names_the_attribute)
     EXPECT_THAT(list.fault, HasSubstr("attribute 2 ends at byte 4"));
 }
 
-TEST(omci_values, attributes_behind_the_known_ones_are_told)
+TEST(omci_values, attributes_behind_the_known_ones_are_reported)
 {
     const bytes content = from_hex("03e9 ffff");
     const value_list list = split_values(*find_attribute_class(262), 0x8100, content);
@@ -107,7 +107,7 @@ TEST(omci_values, attributes_behind_the_known_ones_are_told)
     EXPECT_EQ(list.unknown_mask, 0x0100);
 }
 
-TEST(omci_values, too_great_a_value_is_held_at_the_greatest_and_told)
+TEST(omci_values, too_great_a_value_is_clamped_and_reported)
 {
     const me_class_fields* fields = find_me_class(uint16_t{45});
     const attribute_class* cls = find_attribute_class(45);

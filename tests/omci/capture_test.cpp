@@ -118,7 +118,7 @@ protected:
     });
 };
 
-TEST_F(several_onus, need_a_choice)
+TEST_F(several_onus, require_a_choice)
 {
     const capture_result result = read_capture_bytes(file);
     EXPECT_FALSE(result.cap);

@@ -25,7 +25,7 @@ TEST(omci_convert, scenario_loads_and_switches_on_before_the_first_command)
                             "me create GEM_INTERWORK_TP 0x0005 mask=0xf200 gemCTPInstID=0x0009"));
 }
 
-TEST(omci_convert, comments_name_the_frames_and_what_is_not_mirrored)
+TEST(omci_convert, comments_name_the_frames_and_the_parts_not_mirrored)
 {
     line session;
     session.done(mib_reset, 2, 0).done(create, 266, 5, iw_tp_content);
@@ -38,7 +38,7 @@ TEST(omci_convert, comments_name_the_frames_and_what_is_not_mirrored)
                           "me create"));
 }
 
-TEST(omci_convert, mib_reset_forgets_what_was_built_up)
+TEST(omci_convert, mib_reset_drops_all_instances)
 {
     line session;
     session.done(set, 262, 0x8000, "a000 0401 02").done(mib_reset, 2, 0);
@@ -48,7 +48,7 @@ TEST(omci_convert, mib_reset_forgets_what_was_built_up)
                             "me set T_CONT 0x8000 mask=0x8000 allocID=1026"));
 }
 
-TEST(omci_convert, delete_forgets_the_instance)
+TEST(omci_convert, delete_drops_the_instance)
 {
     line session;
     session.done(create, 84, 2, "0064").done(delete_me, 84, 2).done(set, 84, 2, "2000 01");
@@ -112,7 +112,7 @@ TEST(omci_convert, repeated_request_is_applied_once)
     EXPECT_THAT(result.scenario, HasSubstr("# 1 repeated requests, applied once\n"));
 }
 
-TEST(omci_convert, request_without_response_is_applied_and_told)
+TEST(omci_convert, request_without_response_is_applied_and_reported)
 {
     line session;
     session.asked(create, 266, 5, iw_tp_content);
@@ -198,7 +198,7 @@ TEST(omci_convert, attributes_behind_the_known_ones_keep_their_mask_bits)
                 HasSubstr("attributes unknown, values not read: 0x0100"));
 }
 
-TEST(omci_convert, value_that_does_not_fit_its_field_is_told)
+TEST(omci_convert, value_that_does_not_fit_its_field_is_reported)
 {
     line session;
     session.done(set, 45, 1, "0040 00015180");
@@ -245,7 +245,7 @@ TEST(omci_convert, reboot_is_a_comment)
                 HasSubstr("# frame 1, response 2: reboot of the ONU\n"));
 }
 
-TEST(omci_convert, title_cannot_smuggle_a_command_into_the_scenario)
+TEST(omci_convert, title_cannot_inject_a_command_into_the_scenario)
 {
     line session;
     session.done(mib_reset, 2, 0);

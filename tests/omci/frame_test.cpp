@@ -21,7 +21,7 @@ TEST(omci_crc, agrees_with_the_published_aal5_examples)
     EXPECT_EQ(crc32_aal5(bytes(digits.begin(), digits.end())), 0xfc891918u);
 }
 
-TEST(omci_frame, baseline_request_is_taken_apart)
+TEST(omci_frame, baseline_request_is_decoded)
 {
     const bytes message = baseline(0x1234, request_bit, create, 268, 0x8001, "03e9 8000");
     const decoded result = decode_message(message);
@@ -38,7 +38,7 @@ TEST(omci_frame, baseline_request_is_taken_apart)
     EXPECT_EQ(result.msg->content.data(), message.data() + 8);
 }
 
-TEST(omci_frame, response_is_told_from_request)
+TEST(omci_frame, response_is_distinguished_from_request)
 {
     const bytes message = baseline(1, response_bit, set, 262, 0x8000, "00");
     const decoded result = decode_message(message);
@@ -149,7 +149,7 @@ TEST(omci_frame, extended_message_is_checked_against_its_length_and_crc)
     EXPECT_THAT(decode_message(message).fault, HasSubstr("at most"));
 }
 
-TEST(omci_frame, types_have_names_for_people)
+TEST(omci_frame, types_have_readable_names)
 {
     EXPECT_EQ(type_name(create), "create");
     EXPECT_EQ(type_name(delete_me), "delete");

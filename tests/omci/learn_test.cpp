@@ -21,7 +21,7 @@ TEST(omci_learn, set_after_a_mib_upload_keeps_the_reported_attributes)
                 ElementsAre("me set T_CONT 0x8000 mask=0x8000 allocID=1000 policy=1"));
 }
 
-TEST(omci_learn, report_does_not_overwrite_what_the_olt_set)
+TEST(omci_learn, report_does_not_overwrite_values_set_by_the_olt)
 {
     line session;
     session.done(set, 262, 0x8000, "8000 03e8");

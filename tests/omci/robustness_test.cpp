@@ -29,7 +29,7 @@ line whole_line()
     return session;
 }
 
-TEST(omci_robustness, every_prefix_of_a_capture_is_survived)
+TEST(omci_robustness, every_prefix_of_a_capture_is_handled)
 {
     const line session = whole_line();
     const bytes file = pcap_file({session.frames.begin(), session.frames.begin() + 12});
@@ -37,7 +37,7 @@ TEST(omci_robustness, every_prefix_of_a_capture_is_survived)
         EXPECT_EQ(fuzz_capture(file.data(), length), 0);
 }
 
-TEST(omci_robustness, changed_bytes_anywhere_are_survived)
+TEST(omci_robustness, changed_bytes_anywhere_are_handled)
 {
     const bytes file = pcap_file(whole_line().frames);
     std::mt19937 random(1);
@@ -49,7 +49,7 @@ TEST(omci_robustness, changed_bytes_anywhere_are_survived)
     }
 }
 
-TEST(omci_robustness, changed_messages_are_survived_by_the_conversion)
+TEST(omci_robustness, changed_messages_are_handled_by_the_conversion)
 {
     std::mt19937 random(2);
     for (int round = 0; round < 400; ++round) {
@@ -65,7 +65,7 @@ TEST(omci_robustness, changed_messages_are_survived_by_the_conversion)
     }
 }
 
-TEST(omci_robustness, all_header_bytes_are_survived)
+TEST(omci_robustness, any_header_byte_is_handled)
 {
     for (unsigned value = 0; value < 256; ++value) {
         for (size_t at = 0; at < 10; ++at) {

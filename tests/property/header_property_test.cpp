@@ -28,7 +28,7 @@ std::string mac_text(const u8* mac)
     return text;
 }
 
-class HeaderProperty : public loaded_module {
+class header_property : public loaded_module {
 protected:
     // The frame in a block of its own: a read past its end is found by the address sanitizer.
     static sk_buff packet(const octets& frame)
@@ -111,7 +111,7 @@ protected:
     }
 };
 
-TEST_F(HeaderProperty, EveryStackOfTagsBeforeEveryTypeIsReadAsThePacketLibraryReadsIt)
+TEST_F(header_property, every_stack_of_tags_before_every_type_agrees_with_the_packet_library)
 {
     size_t frames = 0;
     for_each_stack([&](const std::vector<tag>& stack) {
@@ -130,7 +130,7 @@ TEST_F(HeaderProperty, EveryStackOfTagsBeforeEveryTypeIsReadAsThePacketLibraryRe
     EXPECT_EQ(frames, (1u + 9 + 81 + 729) * 9 * 4);
 }
 
-TEST_F(HeaderProperty, EveryCodePointOfEveryKindIsFoundOnlyBehindReversedTypes)
+TEST_F(header_property, every_code_point_is_found_only_behind_reversed_types)
 {
     size_t found = 0;
     for (const inner kind : kinds)
@@ -147,7 +147,7 @@ TEST_F(HeaderProperty, EveryCodePointOfEveryKindIsFoundOnlyBehindReversedTypes)
     EXPECT_EQ(found, (3u * 2 + 2) * 64);
 }
 
-TEST_F(HeaderProperty, FramesCutAtEveryByteReadAsIfZerosFollowed)
+TEST_F(header_property, frames_cut_at_every_byte_read_as_if_zeros_followed)
 {
     const std::vector<std::vector<tag>> stacks = {
         {},
@@ -168,7 +168,7 @@ TEST_F(HeaderProperty, FramesCutAtEveryByteReadAsIfZerosFollowed)
             }
 }
 
-TEST_F(HeaderProperty, ReversedTagTypesAreNoTags)
+TEST_F(header_property, reversed_tag_types_are_no_tags)
 {
     for (const u16 tpid : tpids) {
         const u16 reversed = static_cast<u16>(tpid << 8 | tpid >> 8);
@@ -179,7 +179,7 @@ TEST_F(HeaderProperty, ReversedTagTypesAreNoTags)
     }
 }
 
-TEST_F(HeaderProperty, TheDscpIsReadFromTheMacHeaderBehindTheTagsThatTheFrameBeginsWith)
+TEST_F(header_property, the_dscp_is_read_behind_the_leading_tags_of_the_frame)
 {
     for (const inner kind : kinds)
         for (size_t offset = 0; offset <= 20; ++offset) {
@@ -201,7 +201,7 @@ TEST_F(HeaderProperty, TheDscpIsReadFromTheMacHeaderBehindTheTagsThatTheFrameBeg
         }
 }
 
-TEST_F(HeaderProperty, RandomFramesHaveTheTagsThatThePacketLibraryCounts)
+TEST_F(header_property, tags_of_random_frames_agree_with_the_packet_library)
 {
     std::mt19937 random(20240601);
     const auto below = [&](u32 limit) { return static_cast<u32>(random() % limit); };

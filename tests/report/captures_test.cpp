@@ -52,7 +52,7 @@ TEST(capture_lines, a_name_may_hold_commas_quotes_and_blanks)
     std::filesystem::remove(odd);
 }
 
-TEST(capture_lines, says_what_is_wrong)
+TEST(capture_lines, errors_name_the_fault)
 {
     EXPECT_TRUE(complaint_about("absent.pcap").starts_with("--pcap absent.pcap: "));
     EXPECT_NE(complaint_about("captures/upstream-uni2.pcap,kind=sideways").find("sideways"),

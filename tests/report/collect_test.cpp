@@ -61,7 +61,7 @@ TEST(collect_report, drops_are_gathered_by_reason_with_the_first_as_example)
     EXPECT_NE(told.str().find("list {0x0064}: drop"), std::string::npos) << told.str();
 }
 
-TEST(collect_report, an_example_stands_in_the_provisioning_of_its_time)
+TEST(collect_report, an_example_uses_the_provisioning_of_its_time)
 {
     const report_data data =
         collected(good_line + hook(frame_of_vlan_101) +
@@ -117,7 +117,7 @@ TEST(collect_report, drops_with_other_tags_have_an_example_of_their_own)
     EXPECT_EQ(data.drops[0].reason, data.drops[1].reason);
 }
 
-TEST(collect_report, a_drop_names_every_branch_that_came_as_far_as_the_deepest)
+TEST(collect_report, a_drop_names_every_branch_as_deep_as_the_deepest)
 {
     const report_data data =
         collected(good_line +
@@ -144,7 +144,7 @@ TEST(collect_report, drops_beyond_the_most_are_counted)
     EXPECT_EQ(data.drops_left_out, 3u);
 }
 
-TEST(collect_report, a_flow_that_only_replays_has_the_way_of_the_walk)
+TEST(collect_report, a_flow_that_only_replays_has_the_path_of_the_walk)
 {
     const report_data data =
         collected(good_line + hook("frame=02000000000102000000010181000064080045") +

@@ -14,7 +14,7 @@ bytes frame_of(std::initializer_list<uint8_t> behind_addresses)
     return frame;
 }
 
-TEST(type_text, names_what_is_behind_all_tags)
+TEST(type_text, names_the_type_behind_all_tags)
 {
     EXPECT_EQ(type_text(frame_of({0x08, 0x06})), "ARP");
     EXPECT_EQ(type_text(frame_of({0x81, 0x00, 0x00, 0x64, 0x88, 0x64})), "PPPoE");
@@ -33,7 +33,7 @@ TEST(type_text, names_the_protocol_of_ip_when_the_frame_holds_it)
     EXPECT_EQ(type_text(frame), "IPv4");
 }
 
-TEST(type_text, says_when_a_frame_ends_before_its_type)
+TEST(type_text, marks_a_frame_that_ends_before_its_type)
 {
     EXPECT_EQ(type_text({}), "cut short");
     EXPECT_EQ(type_text(frame_of({0x81, 0x00, 0x00})), "cut short");

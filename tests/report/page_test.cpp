@@ -48,7 +48,7 @@ TEST(report_page, bytes_outside_ascii_do_not_break_the_page)
     EXPECT_THAT(report_page(data, "", "none"), HasSubstr("caf\\xc3(\\x01.scn"));
 }
 
-TEST(report_page, asks_nothing_of_a_network)
+TEST(report_page, loads_nothing_from_a_network)
 {
     const std::string page = report_page(
         collected(good_line + "hook kind=up_ani " + frame_of_vlan_100 + "\n"), "", "none");
@@ -65,7 +65,7 @@ TEST(report_page, an_empty_scenario_is_a_page_that_says_so)
         EXPECT_THAT(page, HasSubstr(text));
 }
 
-TEST(report_page, no_value_of_the_template_is_forgotten)
+TEST(report_page, every_value_of_the_template_is_filled)
 {
     const report_data data = collected(good_line + "hook kind=up_ani " + frame_of_vlan_100 +
                                        "\nhook kind=up_ani " + frame_of_vlan_101 + "\n");

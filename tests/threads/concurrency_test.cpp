@@ -120,7 +120,7 @@ void let_time_pass(const std::atomic<bool>& done)
         gpon::host::advance(30000);
 }
 
-class Concurrency : public testing::TestWithParam<gpon::host::grace> {
+class concurrency : public testing::TestWithParam<gpon::host::grace> {
 protected:
     void SetUp() override
     {
@@ -159,7 +159,7 @@ protected:
     }
 };
 
-TEST_P(Concurrency, PacketsCommandsDebugDoorsAndTheAgingTimerDoNotDisturbEachOther)
+TEST_P(concurrency, packets_commands_debug_lines_and_the_aging_timer_run_side_by_side)
 {
     std::atomic<uint64_t> passed = 0;
     std::atomic<bool> done = false;
@@ -169,7 +169,7 @@ TEST_P(Concurrency, PacketsCommandsDebugDoorsAndTheAgingTimerDoNotDisturbEachOth
     EXPECT_GT(passed, 0u);
 }
 
-TEST_P(Concurrency, TwoWritersOfCommandsTakeTurns)
+TEST_P(concurrency, two_writers_of_commands_take_turns)
 {
     std::atomic<uint64_t> passed = 0;
     std::atomic<bool> done = false;
@@ -178,11 +178,11 @@ TEST_P(Concurrency, TwoWritersOfCommandsTakeTurns)
     EXPECT_GT(passed, 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(GracePeriods, Concurrency,
+INSTANTIATE_TEST_SUITE_P(grace_periods, concurrency,
                          testing::Values(gpon::host::grace::prompt, gpon::host::grace::delayed),
                          [](const auto& mode) {
-                             return mode.param == gpon::host::grace::prompt ? "EndAtOnce"
-                                                                            : "EndAtRandom";
+                             return mode.param == gpon::host::grace::prompt ? "end_at_once"
+                                                                            : "end_at_random";
                          });
 
 } // namespace

@@ -108,7 +108,7 @@ TEST(captures, paths_start_at_the_folder_of_the_scenario)
     EXPECT_THAT(std::get<pcap_command>(opened->lines[1].what).frames, ElementsAre(bytes{7}));
 }
 
-TEST(open_scenario, tells_all_faults_in_the_order_of_lines)
+TEST(open_scenario, reports_all_faults_in_the_order_of_lines)
 {
     const scratch_folder folder;
     const std::string file =

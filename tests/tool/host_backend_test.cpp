@@ -45,7 +45,7 @@ TEST_F(host_run, every_run_starts_with_a_fresh_platform)
     EXPECT_THAT(second, HasSubstr("= load 0\n"));
 }
 
-TEST_F(host_run, doors_are_absent_before_load_and_after_unload)
+TEST_F(host_run, interfaces_are_absent_before_load_and_after_unload)
 {
     const std::string_view doors =
         "hook kind=0\nexpect ret=absent\nme set 45 1\nexpect ret=absent\n"
@@ -66,7 +66,7 @@ TEST_F(host_run, each_fault_hits_its_service)
                   "expect ret=0");
 }
 
-TEST_F(host_run, a_second_load_and_a_lonely_unload_are_refused)
+TEST_F(host_run, a_second_load_and_an_unload_without_load_are_refused)
 {
     EXPECT_EQ(run_text("unload"), status_unsupported);
     EXPECT_EQ(run_text("load\nload"), status_unsupported);
@@ -94,7 +94,7 @@ debug show flow_rule
     EXPECT_THAT(transcript_of(text), HasSubstr("Trace:CLASS(INST)->11(0x103)->47(0x1)"));
 }
 
-TEST_F(host_run, the_platform_functions_answer_as_set)
+TEST_F(host_run, the_platform_functions_return_the_value_set)
 {
     const std::string text = transcript_of("load\nplatform mapping=-1\nhook kind=1 frame=00\n"
                                            "expect api_result=1\nplatform mapping=none\n"
@@ -103,7 +103,7 @@ TEST_F(host_run, the_platform_functions_answer_as_set)
     EXPECT_THAT(text, Not(HasSubstr("@ gpon_mapping_hook = 0\n")));
 }
 
-TEST(backends, names_that_nobody_knows_are_refused)
+TEST(backends, unknown_names_are_refused)
 {
     EXPECT_THROW(make_backend("Host"), refusal);
     EXPECT_THROW(make_backend(""), refusal);

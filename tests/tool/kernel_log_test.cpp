@@ -17,7 +17,7 @@ std::string text_of(std::string_view record)
     return read_log_record(record, text) ? text : "not a record";
 }
 
-TEST(KernelLogRecord, TextStandsBehindTheSemicolonUpToTheFirstLineEnd)
+TEST(kernel_log_record, text_follows_the_semicolon_up_to_the_first_line_end)
 {
     EXPECT_EQ(text_of("4,812,90312,-;gpon flow is [ENABLE]!\n SUBSYSTEM=x\n"),
               "gpon flow is [ENABLE]!");
@@ -25,20 +25,20 @@ TEST(KernelLogRecord, TextStandsBehindTheSemicolonUpToTheFirstLineEnd)
     EXPECT_EQ(text_of("4,812,90312,-;\n"), "");
 }
 
-TEST(KernelLogRecord, EscapesOfControlCharactersAreUndone)
+TEST(kernel_log_record, escapes_of_control_characters_are_undone)
 {
     EXPECT_EQ(text_of("4,1,1,-;action error\\x0d\n"), "action error\r");
     EXPECT_EQ(text_of("4,1,1,-;one\\x0atwo\n"), "one\ntwo");
     EXPECT_EQ(text_of("4,1,1,-;\\x5c and \\xzz and \\x4\n"), "\\ and \\xzz and \\x4");
 }
 
-TEST(KernelLogRecord, WithoutSemicolonItIsNone)
+TEST(kernel_log_record, needs_a_semicolon)
 {
     EXPECT_EQ(text_of("no record"), "not a record");
     EXPECT_EQ(text_of(""), "not a record");
 }
 
-TEST(KernelChatter, LoadingNotesAndStackDumpsAreTheKernelsOwn)
+TEST(kernel_chatter, loading_notes_and_stack_dumps_come_from_the_kernel)
 {
     for (const char* line :
          {"gpon_flow: loading out-of-tree module taints kernel.",
@@ -48,7 +48,7 @@ TEST(KernelChatter, LoadingNotesAndStackDumpsAreTheKernelsOwn)
         EXPECT_TRUE(is_kernel_chatter(line)) << line;
 }
 
-TEST(KernelChatter, WhatTheModuleSaysIsNot)
+TEST(kernel_chatter, lines_of_the_module_are_kept)
 {
     for (const char* line :
          {"unknown api_data->api_type: 9", "***ERROR***[mbpcd_forward][92] end, evtocd fail.",
@@ -57,7 +57,7 @@ TEST(KernelChatter, WhatTheModuleSaysIsNot)
         EXPECT_FALSE(is_kernel_chatter(line)) << line;
 }
 
-TEST(ReportedCall, IsToldWithoutThePlatformsPrefix)
+TEST(reported_call, has_no_platform_prefix)
 {
     EXPECT_EQ(reported_call("gpon_softonu: @ gpon_queue_mapping_hook gem=1025 = 0"),
               "gpon_queue_mapping_hook gem=1025 = 0");

@@ -65,7 +65,7 @@ TEST(hook_command, options_are_strict)
     EXPECT_THAT(error_of("hook kind=0x100000000"), HasSubstr("out of range"));
 }
 
-TEST(pcap_command, takes_a_file_and_the_packet_options_but_no_frame)
+TEST(pcap_command, takes_a_file_and_packet_options_but_no_frame)
 {
     const auto command = parse_only<pcap_command>("pcap \"a b.pcap\" kind=up_uni port=3 gem=9");
     EXPECT_EQ(command.file, "a b.pcap");

@@ -146,7 +146,7 @@ TEST(parse, ioctl_takes_any_number_and_maybe_a_record)
     EXPECT_THAT(error_of("ioctl 0x100000000"), HasSubstr("out of range 0 to 4294967295"));
 }
 
-TEST(parse, platform_functions_are_unset_or_answer_a_signed_value)
+TEST(parse, platform_functions_are_unset_or_return_a_signed_value)
 {
     const auto both = parse_only<platform_command>("platform mapping=-1 queue=none");
     ASSERT_TRUE(both.mapping);
@@ -161,7 +161,7 @@ TEST(parse, platform_functions_are_unset_or_answer_a_signed_value)
     EXPECT_THAT(error_of("platform queue=--1"), HasSubstr("not a number"));
 }
 
-TEST(parse, faults_of_alloc_and_copy_can_wait)
+TEST(parse, faults_of_alloc_and_copy_take_a_count)
 {
     EXPECT_EQ(parse_only<fault_command>("fault chrdev").what, fault_kind::chrdev);
     EXPECT_EQ(parse_only<fault_command>("fault proc_dir").what, fault_kind::proc_dir);
@@ -197,7 +197,7 @@ TEST(parse, echo_joins_its_words)
     EXPECT_EQ(parse_only<echo_command>("echo \"one   two\"").text, "one   two");
 }
 
-TEST(parse, any_bytes_give_an_answer)
+TEST(parse, any_bytes_give_a_result)
 {
     using namespace std::string_view_literals;
     constexpr std::string_view alphabet = "me hok=\"\\\n\r\t x0,:-1#\xff\0raw"sv;

@@ -60,7 +60,7 @@ protected:
     pseudo_terminal terminal_;
 };
 
-TEST_F(progress, shows_the_part_that_is_done_and_is_erased)
+TEST_F(progress, shows_the_finished_share_and_is_erased)
 {
     {
         progress_line line("a.pcap", 200, terminal_.line, 0ms);
@@ -70,7 +70,7 @@ TEST_F(progress, shows_the_part_that_is_done_and_is_erased)
     EXPECT_EQ(terminal_.written(), "\r\033[K");
 }
 
-TEST_F(progress, is_silent_about_short_work)
+TEST_F(progress, is_silent_for_short_work)
 {
     {
         progress_line line("a.pcap", 200, terminal_.line, 1h);
@@ -79,7 +79,7 @@ TEST_F(progress, is_silent_about_short_work)
     EXPECT_EQ(terminal_.written(), "");
 }
 
-TEST_F(progress, pauses_between_two_pictures)
+TEST_F(progress, limits_the_rate_of_updates)
 {
     progress_line line("a.pcap", 10, terminal_.line, 0ms);
     line.show(1);

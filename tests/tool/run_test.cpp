@@ -33,7 +33,7 @@ protected:
     std::ostringstream diagnostics;
 };
 
-TEST_F(run, prints_the_command_what_happened_and_the_result)
+TEST_F(run, prints_the_command_the_events_and_the_result)
 {
     fake.happenings = {{backend_event::kind::call, "mod_timer +30000"},
                        {backend_event::kind::log, "text without end"}};
@@ -41,7 +41,7 @@ TEST_F(run, prints_the_command_what_happened_and_the_result)
               "> load\n@ mod_timer +30000\n| text without end\n= load 0\n");
 }
 
-TEST_F(run, result_lines_of_the_doors)
+TEST_F(run, result_lines_of_the_interfaces)
 {
     fake.load_answer = -12;
     EXPECT_EQ(transcript_of("load"), "> load\n= load -12\n");
@@ -60,7 +60,7 @@ TEST_F(run, result_lines_of_the_doors)
               "> platform queue=none\n> fault alloc\n> echo x  y\nx y\n");
 }
 
-TEST_F(run, a_door_that_is_not_there_is_absent)
+TEST_F(run, a_missing_interface_is_absent)
 {
     fake.door_answer.reset();
     fake.hook_result.reset();
@@ -71,7 +71,7 @@ TEST_F(run, a_door_that_is_not_there_is_absent)
               "> expect ret=absent api_result=absent\n");
 }
 
-TEST_F(run, hook_results_tell_of_the_packet_when_there_is_one)
+TEST_F(run, hook_results_show_the_packet_if_there_is_one)
 {
     fake.hook_result = hook_answer{2, -1, 1025, 0x100007};
     EXPECT_EQ(transcript_of("hook kind=4"), "> hook kind=4\n= hook ret=2 api_result=-1\n");
@@ -126,7 +126,7 @@ TEST_F(run, clean_and_other_ioctls)
     EXPECT_THAT(fake.calls, ElementsAre("ioctl 1073772288", "ioctl 1073772288", "ioctl 5 null"));
 }
 
-TEST_F(run, platform_and_fault_reach_the_platform)
+TEST_F(run, platform_and_fault_commands_reach_the_platform)
 {
     run_text("platform mapping=-1 queue=none\nplatform queue=3\nfault copy=2");
     EXPECT_THAT(fake.calls, ElementsAre("mapping -1", "queue none", "queue 3", "fault 5 2"));
@@ -143,7 +143,7 @@ TEST_F(run, expectations_compare_with_the_last_result_by_value)
     EXPECT_EQ(run_text("ioctl 0\nexpect ret=-14"), status_ok);
 }
 
-TEST_F(run, failed_expectations_are_told_and_do_not_stop_the_run)
+TEST_F(run, failed_expectations_are_reported_and_do_not_stop_the_run)
 {
     fake.hook_result = hook_answer{2, 1, 7, 0};
     EXPECT_EQ(run_text("hook kind=0\nexpect api_result=0 ret=3 gem=7\nunload\nexpect ret=0"),
@@ -159,7 +159,7 @@ TEST_F(run, failed_expectations_are_told_and_do_not_stop_the_run)
     EXPECT_EQ(diagnostics.str(), "");
 }
 
-TEST_F(run, an_absent_door_equals_no_number_and_a_number_is_not_absent)
+TEST_F(run, an_absent_interface_equals_no_number_and_a_number_is_not_absent)
 {
     EXPECT_EQ(run_text("proc read\nexpect ret=absent"), status_failed);
     EXPECT_EQ(out.str(), "> proc read\n= proc 0\n> expect ret=absent\n"

@@ -24,7 +24,7 @@ TEST(scroll_view, fills_a_high_terminal_with_empty_rows)
               (lines{"TITLES", "one", "two", "three", "four", "five", "", "", "5 rules; q quits"}));
 }
 
-TEST(scroll_view, says_which_rows_there_is_room_for)
+TEST(scroll_view, returns_the_visible_rows)
 {
     EXPECT_EQ(five_rows(5).visible(),
               (lines{"TITLES", "one", "two", "three",
@@ -59,7 +59,7 @@ TEST(scroll_view, stays_at_the_end_when_the_terminal_grows)
     EXPECT_EQ(view.visible()[1], "three");
 }
 
-TEST(scroll_view, goes_back_when_rows_vanish)
+TEST(scroll_view, scrolls_back_when_rows_vanish)
 {
     scroll_view view = five_rows(5);
     view.go(move::last);

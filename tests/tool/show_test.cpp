@@ -38,7 +38,7 @@ rule_table rules_after(const std::string& text)
 
 const std::string up_ani_100 = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
 
-TEST(shown_rules, carry_key_and_way)
+TEST(shown_rules, have_key_and_path)
 {
     const rule_table table = rules_after(good_line + up_ani_100);
     EXPECT_EQ(table.total, 1u);
@@ -95,7 +95,7 @@ TEST(shown_rules, of_text_without_a_table_are_nothing)
     EXPECT_THAT(read_rule_table(answer_to("show flow_rule", "load\n"))->rules, IsEmpty());
 }
 
-TEST(shown_instances, carry_attributes_and_links)
+TEST(shown_instances, have_attributes_and_links)
 {
     const auto all = read_instances(answer_to("show raw_data", good_line));
     const auto port = std::ranges::find(all, me_id{47, 0x1001}, &dumped_instance::id);
@@ -111,7 +111,7 @@ TEST(shown_instances, carry_attributes_and_links)
 }
 
 // Every class, with every attribute set: what is shown must be what was written.
-TEST(shown_instances, stand_for_the_records_that_were_written)
+TEST(shown_instances, equal_the_records_that_were_written)
 {
     std::ostringstream text;
     text << "load\n";
@@ -135,7 +135,7 @@ TEST(shown_instances, stand_for_the_records_that_were_written)
     }
 }
 
-TEST(shown_instances, make_the_same_mirror_as_the_scenario_does)
+TEST(shown_instances, build_the_same_mirror_as_the_scenario)
 {
     const mirror planned = final_entities(parse_good(good_line));
     const mirror shown = mirror_of(read_instances(answer_to("show raw_data", good_line)));
@@ -151,7 +151,7 @@ TEST(shown_instances, make_the_same_mirror_as_the_scenario_does)
     }
 }
 
-TEST(shown_instances, whose_list_was_cut_say_so)
+TEST(shown_instances, with_a_cut_list_are_marked)
 {
     std::string text = "load\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n";
     for (unsigned i = 1; i <= 100; ++i)
@@ -191,14 +191,14 @@ TEST(shown_json, has_numbers_as_numbers)
     EXPECT_EQ(me["instances"][0]["links"]["gemIwInst"][0], 0x11);
 }
 
-TEST(a_scenario_to_look_at, ends_before_its_last_unload)
+TEST(scenario_state, is_taken_before_the_last_unload)
 {
     EXPECT_THAT(without_last_unload(parse_good("load\nunload\necho x\n")).lines, SizeIs(1));
     EXPECT_THAT(without_last_unload(parse_good("load\nunload\nload\n")).lines, SizeIs(3));
     EXPECT_THAT(without_last_unload(parse_good("echo x\n")).lines, SizeIs(1));
 }
 
-TEST(colours, are_there_for_terminals_alone)
+TEST(colours, are_used_on_terminals_only)
 {
     EXPECT_FALSE(colours_of(-1).on);
     EXPECT_EQ(palette{false}.bad("x"), "x");

@@ -57,7 +57,7 @@ TEST_F(transcript_of, an_empty_print_is_no_line)
     EXPECT_EQ(out.str(), "= r\n");
 }
 
-TEST_F(transcript_of, escapes_what_cannot_be_printed)
+TEST_F(transcript_of, escapes_unprintable_bytes)
 {
     plain.log("\a\b\t\v\f\r\x1b\x7f\xc3\xa9 \\ \"\n");
     plain.call("panic a\nb");

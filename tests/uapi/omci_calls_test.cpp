@@ -129,7 +129,7 @@ TEST_F(omci_calls, the_example_runs_twice)
     EXPECT_EQ(gem_port_of(100), 1025);
 }
 
-TEST_F(omci_calls, a_record_that_cannot_be_read_is_told)
+TEST_F(omci_calls, an_unreadable_record_is_reported)
 {
     ASSERT_EQ(gpon::host::load(), 0);
     gpon::host::arm_fault(fault::copy, 1);

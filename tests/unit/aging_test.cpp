@@ -142,7 +142,7 @@ TEST_F(aging, a_whole_chain_is_swept)
     EXPECT_EQ(bucket.first, nullptr);
 }
 
-TEST_F(aging, of_an_empty_table_only_says_so)
+TEST_F(aging, of_an_empty_table_prints_one_line)
 {
     sweep();
     EXPECT_THAT(log_lines(), IsEmpty());
@@ -169,7 +169,7 @@ TEST_F(aging, the_timer_sweeps_and_is_armed_for_the_next_period)
     EXPECT_EQ(calls.size(), 5u);
 }
 
-TEST_F(aging, a_callback_of_its_own_accord_sweeps_and_arms_too)
+TEST_F(aging, a_direct_call_of_the_callback_sweeps_and_arms_too)
 {
     learn(1);
     gpon_hash_aging_timer_func(nullptr);

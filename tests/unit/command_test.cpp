@@ -231,7 +231,7 @@ protected:
     static constexpr u8 key[16] = {1, 2, 3};
 };
 
-TEST_F(control_record, every_me_command_forgets_the_rules_even_if_it_fails)
+TEST_F(control_record, every_me_command_deletes_the_rules_even_if_it_fails)
 {
     const gpon_raw_mbsp raw = {};
     struct {
@@ -250,7 +250,7 @@ TEST_F(control_record, every_me_command_forgets_the_rules_even_if_it_fails)
     }
 }
 
-TEST_F(control_record, clean_forgets_rules_and_instances)
+TEST_F(control_record, clean_deletes_rules_and_instances)
 {
     learn_a_rule();
     create_bridge(1);
@@ -260,7 +260,7 @@ TEST_F(control_record, clean_forgets_rules_and_instances)
     EXPECT_THAT(ids_of(gpon_mbsp_list), IsEmpty());
 }
 
-TEST_F(control_record, others_leave_the_rules_alone)
+TEST_F(control_record, other_commands_keep_the_rules)
 {
     learn_a_rule();
     EXPECT_EQ(send(GPON_FLOW_CMD_CFG_DATA), -1);
@@ -269,7 +269,7 @@ TEST_F(control_record, others_leave_the_rules_alone)
     EXPECT_TRUE(rule_is_known());
 }
 
-TEST_F(control_record, an_unreadable_one_is_refused_before_anything_happens)
+TEST_F(control_record, an_unreadable_record_is_refused_without_effect)
 {
     learn_a_rule();
     gponDebugLevel = LOG_ERROR | LOG_WARNING | LOG_TRACE;
@@ -331,7 +331,7 @@ TEST_F(control_record, a_word_without_end_is_ended)
     EXPECT_EQ(gponDebugLevel, 6u);
 }
 
-TEST_F(control_record, words_behind_an_unreadable_one_are_absent)
+TEST_F(control_record, words_after_an_unreadable_one_are_absent)
 {
     char show[32] = "show";
     char flag[32] = "en_flag";

@@ -120,7 +120,7 @@ TEST_F(instance_dump, a_single_link_is_shown_only_when_its_mark_is_1)
     EXPECT_EQ(dump().at(3), "    0x0000 | ");
 }
 
-TEST_F(instance_dump, lists_stand_below_the_row_and_not_in_the_header)
+TEST_F(instance_dump, lists_are_below_the_row_and_not_in_the_header)
 {
     printed = {"T | ", "V | ", "", 4};
     give_links({{47, "first", nullptr, 2}, {48, "link", nullptr, 1}, {49, "second", nullptr, 3}});
@@ -131,7 +131,7 @@ TEST_F(instance_dump, lists_stand_below_the_row_and_not_in_the_header)
                                     "first = 0x0007 ", "second = 0x0008 0x0009 ", dashes(17)));
 }
 
-TEST_F(instance_dump, a_full_list_has_no_line_end_so_the_next_one_goes_on_in_its_line)
+TEST_F(instance_dump, a_full_list_has_no_line_end_so_the_next_one_shares_its_line)
 {
     printed = {"T | ", "V | ", "", 4};
     give_links({{47, "first", nullptr, 2}, {49, "second", nullptr, 2}});
@@ -170,7 +170,7 @@ TEST_F(instance_dump, without_printer_and_links_rows_are_empty_and_there_are_no_
     EXPECT_THAT(dump(), ElementsAre(TITLE, "", ""));
 }
 
-TEST_F(instance_dump, the_printer_s_answer_decides_where_links_start)
+TEST_F(instance_dump, the_printer_s_return_value_sets_the_start_of_the_links)
 {
     printed = {"T", "V", "", 1};
     give_links({{47, "link", nullptr, 1}});

@@ -240,7 +240,7 @@ protected:
     std::string text;
 };
 
-TEST_F(load_under_faults, whatever_a_load_left_is_gone_after_the_unload)
+TEST_F(load_under_faults, the_unload_frees_the_rest_of_a_failed_load)
 {
     struct {
         fault what;
@@ -267,7 +267,7 @@ TEST_F(load_under_faults, whatever_a_load_left_is_gone_after_the_unload)
     }
 }
 
-TEST_F(load_under_faults, without_hook_the_system_stops)
+TEST_F(load_under_faults, a_missing_hook_panics)
 {
     gpon::host::arm_fault(fault::hook);
     EXPECT_EQ(gpon::host::load(), std::nullopt);

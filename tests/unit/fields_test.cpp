@@ -120,7 +120,7 @@ struct texts {
 
 class field_printer : public loaded_module {};
 
-TEST_F(field_printer, every_class_writes_its_columns_and_answers_their_length)
+TEST_F(field_printer, every_class_writes_its_columns_and_returns_their_length)
 {
     EXPECT_EQ(every_class().size(), GPON_ME_ROWS - 1u);
     for (const auto& [class_id, wanted] : every_class()) {
@@ -175,7 +175,7 @@ TEST_F(field_printer, writes_nothing_without_room)
         }
 }
 
-TEST_F(field_printer, answers_0_and_writes_nothing_when_a_pointer_is_null)
+TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
 {
     for (const auto& [class_id, wanted] : every_class()) {
         SCOPED_TRACE(class_id);

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Every forward operation of the VLAN filter against a plain statement of what it lets through, and
-// the choice of a mapper's GEM IW TP by priority.
+// Every forward operation of the VLAN filter against a plain statement of what it lets through.
 #include "tests/unit/store_access.h"
 
-#include "me_class/mapper_802_1p_service_profile.h"
-#include "me_class/mapper_priority.h"
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace {
 
 using gpon::test::apply;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr u16 LISTED[] = {0x6064, 0x00c8}; // priority 3 and VID 100, priority 0 and VID 200
 
@@ -78,7 +77,7 @@ bool passes(u32 code, u16 tci, u32 listed)
     }
 }
 
-class Filter : public loaded_module {
+class vlan_filter : public loaded_module {
 protected:
     sk_buff packet_with(u16 tci)
     {
@@ -104,17 +103,10 @@ protected:
         ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 1, &raw), 0);
     }
 
-    bool mapper_chooses(u16 gem_iw, u16 tci)
-    {
-        const sk_buff packet = packet_with(tci);
-        const op_info op = {gem_iw, 1, UP_ANI};
-        return pbit_filter_handle(&packet, &op) == 0;
-    }
-
     u8 frame[20] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0};
 };
 
-TEST_F(Filter, EveryForwardOperationPassesWhatItSays)
+TEST_F(vlan_filter, every_forward_operation_passes_its_frames_only)
 {
     constexpr u16 tcis[] = {0, 0x6064, 0x00c8, 0x0064, 0x60c9, 0x1064, 0x4001, 0x60c8, 0xffff};
     for (u32 code = 0; code <= 0x21; ++code)
@@ -128,7 +120,7 @@ TEST_F(Filter, EveryForwardOperationPassesWhatItSays)
         }
 }
 
-TEST_F(Filter, AnOperationThatThereIsNotDropsEverything)
+TEST_F(vlan_filter, an_unknown_operation_drops_every_frame)
 {
     for (u32 code = 0x22; code <= 0xff; ++code) {
         set_filter(code, 2);
@@ -137,35 +129,33 @@ TEST_F(Filter, AnOperationThatThereIsNotDropsEverything)
     }
 }
 
-TEST_F(Filter, ACountBeyondTheRecordReadsZeros)
+TEST_F(vlan_filter, a_count_beyond_the_record_reads_zeros)
 {
     set_filter(0x0b, 255);
     EXPECT_TRUE(filter_passes(LISTED[1]));
     EXPECT_FALSE(filter_passes(0x7777));
 }
 
-TEST_F(Filter, AMapperChoosesByThePriorityOfTheTag)
+TEST_F(vlan_filter, reports_null_arguments)
 {
-    gpon_raw_mapper raw = {};
-    raw.instID = 1;
-    for (u16 i = 0; i < 8; ++i)
-        raw.pbit_GemIWTP[i] = static_cast<u16>(0x11 + i);
-    raw.unmark_frame_opt = 1;
-    raw.defaultPbit = 5;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &raw), 0);
-    for (u16 priority = 0; priority < 8; ++priority)
-        for (u16 gem_iw = 0x10; gem_iw <= 0x19; ++gem_iw)
-            EXPECT_EQ(mapper_chooses(gem_iw, static_cast<u16>(priority << 13 | 1)),
-                      gem_iw == 0x11 + priority);
-    EXPECT_TRUE(mapper_chooses(0x16, 0)) << "an untagged frame by the default";
-    EXPECT_FALSE(mapper_chooses(0x11, 0));
-    raw.unmark_frame_opt = 2;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
-    EXPECT_FALSE(mapper_chooses(0x16, 0)) << "untagged frames are not mapped";
-    raw.unmark_frame_opt = 1;
-    raw.defaultPbit = 255;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
-    EXPECT_FALSE(mapper_chooses(0, 0)) << "nothing lies behind the record";
+    const sk_buff packet = packet_with(0);
+    const op_info op = {1, 1, UP_ANI};
+    gponDebugLevel = 1;
+    EXPECT_EQ(vtfd_filter_handle(nullptr, &op), -1);
+    EXPECT_EQ(vtfd_filter_handle(&packet, nullptr), -1);
+    EXPECT_EQ(vtfd_action_h(1, nullptr, 0xfff), -1);
+    EXPECT_EQ(vtfd_action_g(1, nullptr, 0xfff), -1);
+    const std::string line = "***ERROR***[vtfd_filter_handle][0]: Parameter is NULL: Fail\r";
+    EXPECT_THAT(log_lines(),
+                ElementsAre(line, line, "***ERROR***[vtfd_action_h][0]: Parameter is NULL: Fail\r",
+                            "***ERROR***vtfd_action_g [0]: Parameter is NULL: Fail\r"));
+}
+
+TEST_F(vlan_filter, that_is_absent_fails_silently)
+{
+    gponDebugLevel = 3;
+    EXPECT_FALSE(filter_passes(0));
+    EXPECT_THAT(log_lines(), IsEmpty());
 }
 
 } // namespace

@@ -24,7 +24,7 @@ bytes frame_with(std::initializer_list<tag> tags, bytes rest = {0x08, 0x00, 0x45
     return f;
 }
 
-class Header : public loaded_module {
+class header : public loaded_module {
 protected:
     sk_buff packet(const bytes& f)
     {
@@ -69,21 +69,21 @@ protected:
     bytes frame;
 };
 
-TEST_F(Header, UntaggedFrameHasNoTagNoTciNoPriority)
+TEST_F(header, untagged_frame_has_no_tag_no_tci_no_priority)
 {
     EXPECT_EQ(tag_count(frame_with({})), 0);
     EXPECT_EQ(outer_tci(frame_with({})), 0);
     EXPECT_EQ(pbit(frame_with({})), -1);
 }
 
-TEST_F(Header, AnOuter9100TagCountsButHasNoTci)
+TEST_F(header, an_outer_9100_tag_counts_but_has_no_tci)
 {
     EXPECT_EQ(tag_count(frame_with({{0x9100, 0xa00c}})), 1);
     EXPECT_EQ(outer_tci(frame_with({{0x9100, 0xa00c}})), 0);
     EXPECT_EQ(pbit(frame_with({{0x9100, 0xa00c}})), -1);
 }
 
-TEST_F(Header, PriorityIsTheTopOfTheOuterTci)
+TEST_F(header, priority_is_the_top_of_the_outer_tci)
 {
     EXPECT_EQ(pbit(frame_with({{0x8100, 0xa00c}})), 5);
     EXPECT_EQ(pbit(frame_with({{0x88a8, 0xe001}, {0x8100, 0x2001}})), 7);
@@ -91,7 +91,7 @@ TEST_F(Header, PriorityIsTheTopOfTheOuterTci)
     EXPECT_EQ(pbit(frame_with({{0x8100, 0}})), -1);
 }
 
-TEST_F(Header, SummaryHoldsFourTagsAndCountsAll)
+TEST_F(header, summary_holds_four_tags_and_counts_all)
 {
     bytes f = frame_with({}, {});
     for (u16 i = 0; i < 100; ++i)
@@ -111,7 +111,7 @@ TEST_F(Header, SummaryHoldsFourTagsAndCountsAll)
     EXPECT_EQ(info.src_mac[5], 12);
 }
 
-TEST_F(Header, TagCountWrapsAtTwoHundredFiftySix)
+TEST_F(header, tag_count_wraps_at_256)
 {
     bytes f = frame_with({}, {});
     for (int i = 0; i < 258; ++i)
@@ -119,7 +119,7 @@ TEST_F(Header, TagCountWrapsAtTwoHundredFiftySix)
     EXPECT_EQ(tag_count(f), 2);
 }
 
-TEST_F(Header, WhatAShortFrameLacksReadsAsZero)
+TEST_F(header, missing_bytes_of_a_short_frame_read_as_zero)
 {
     const bytes whole = frame_with({{0x8100, 0xa00c}});
     for (size_t length = 0; length <= 20; ++length) {
@@ -136,14 +136,14 @@ TEST_F(Header, WhatAShortFrameLacksReadsAsZero)
     }
 }
 
-TEST_F(Header, OrdinaryFramesHaveNoDscp)
+TEST_F(header, ordinary_frames_have_no_dscp)
 {
     EXPECT_EQ(dscp(frame_with({}, {0x08, 0x00, 0x45, 0xb8})), -1);
     EXPECT_EQ(dscp(frame_with({}, {0x86, 0xdd, 0x6b, 0x80})), -1);
     EXPECT_EQ(dscp(frame_with({}, {0x88, 0x64, 0x11, 0, 0, 1, 0, 8, 0, 0x21, 0x45, 0xb8})), -1);
 }
 
-TEST_F(Header, FramesWithReversedTypeBytesHaveTheirDscp)
+TEST_F(header, frames_with_reversed_type_bytes_have_a_dscp)
 {
     for (int d = 0; d < 64; ++d) {
         const u8 tos = static_cast<u8>(d << 2);
@@ -161,7 +161,7 @@ TEST_F(Header, FramesWithReversedTypeBytesHaveTheirDscp)
     EXPECT_EQ(dscp(frame_with({}, {0x64, 0x88, 0x11, 0, 0, 1, 0, 8, 0xc0, 0x21, 0x45, 0xb8})), -1);
 }
 
-TEST_F(Header, DscpIsLookedForBehindTheMacHeader)
+TEST_F(header, dscp_is_read_behind_the_mac_header)
 {
     bytes f = frame_with({}, {0x08, 0x00, 0x00, 0x08, 0x45, 0xb8});
     EXPECT_EQ(dscp(f, 2), 46);
@@ -169,14 +169,14 @@ TEST_F(Header, DscpIsLookedForBehindTheMacHeader)
     EXPECT_EQ(dscp(f, static_cast<u32>(f.size())), -1);
 }
 
-TEST_F(Header, EtherTypesAreComparedAsTheyLieInMemory)
+TEST_F(header, ethertypes_are_compared_in_memory_order)
 {
     for (u32 type = 0; type <= 0xffff; ++type)
         EXPECT_EQ(gpon_flow_is_valid_ether_type(static_cast<u16>(type)),
                   type == 0x0081 || type == 0x0091 || type == 0xa888);
 }
 
-TEST_F(Header, NullArgumentsAreReportedUnderEachName)
+TEST_F(header, null_arguments_are_reported_by_each_function)
 {
     const sk_buff skb = packet(frame_with({}));
     u8 count = 7;
@@ -200,7 +200,7 @@ TEST_F(Header, NullArgumentsAreReportedUnderEachName)
                                      line("gpon_pkt_get_dscp")));
 }
 
-TEST_F(Header, EntryLinesAreTraces)
+TEST_F(header, entry_lines_are_traces)
 {
     gponDebugLevel = 4;
     pbit(frame_with({{0x8100, 0xa00c}}));

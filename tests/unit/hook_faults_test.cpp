@@ -11,9 +11,9 @@ namespace {
 
 using gpon::test::apply;
 
-class HookFaults : public loaded_module {
+class hook_faults : public loaded_module {
 protected:
-    HookFaults()
+    hook_faults()
     {
         gpon::test::create_bridge(1);
         port(0x101, 1, 0x101);
@@ -61,7 +61,7 @@ protected:
     std::array<u8, 60> frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8};
 };
 
-TEST_F(HookFaults, EveryFailedAllocationIsAnsweredAndLeavesNoTrace)
+TEST_F(hook_faults, every_failed_allocation_is_handled_and_leaves_nothing)
 {
     for (const u32 kind : {0u, 1u, 2u, 3u}) {
         u64 nth = 1;
@@ -85,7 +85,7 @@ TEST_F(HookFaults, EveryFailedAllocationIsAnsweredAndLeavesNoTrace)
     }
 }
 
-TEST_F(HookFaults, FailedAllocationsOfAReplayDoNotFailThePacket)
+TEST_F(hook_faults, failed_allocations_of_a_replay_do_not_fail_the_packet)
 {
     ASSERT_EQ(call(1), 0);
     for (u64 nth = 1;; ++nth) {

@@ -64,7 +64,7 @@ protected:
     static inline u32 seen_flags = 0;
 };
 
-TEST_F(hook_entry, always_answers_2)
+TEST_F(hook_entry, always_returns_2)
 {
     for (const bool enabled : {false, true}) {
         call(GPON_API_SWITCH, nullptr, enabled);
@@ -106,7 +106,7 @@ TEST_F(hook_entry, a_null_packet_fails_before_its_kind_is_looked_at)
     EXPECT_THAT(calls, IsEmpty());
 }
 
-TEST_F(hook_entry, disabled_the_mapping_function_gets_the_packet_itself)
+TEST_F(hook_entry, disabled_the_mapping_function_gets_the_same_packet)
 {
     gpon_mapping_hook = watching;
     call(GPON_API_UP_ANI, &packet);
@@ -114,7 +114,7 @@ TEST_F(hook_entry, disabled_the_mapping_function_gets_the_packet_itself)
     EXPECT_EQ(result, 0);
 }
 
-TEST_F(hook_entry, disabled_the_mapping_function_is_for_one_kind_alone)
+TEST_F(hook_entry, disabled_the_mapping_function_is_called_for_one_kind_only)
 {
     gpon_mapping_hook = watching;
     for (const u32 kind : {GPON_API_UP_UNI, GPON_API_DOWN_UNI, GPON_API_DOWN_ANI}) {
@@ -134,7 +134,7 @@ TEST_F(hook_entry, the_trace_mark_lives_as_long_as_the_call)
     EXPECT_EQ(packet.flag_word, 0x80000001u);
 }
 
-TEST_F(hook_entry, a_mark_of_the_sender_is_taken_off_first)
+TEST_F(hook_entry, a_mark_of_the_sender_is_removed_first)
 {
     gpon_mapping_hook = watching;
     packet.flag_word = 0xffffffff;
@@ -214,7 +214,7 @@ TEST_F(hook_entry, enabled_every_kind_walks_in_its_direction)
     EXPECT_EQ(result, 0);
 }
 
-TEST_F(hook_entry, the_result_is_the_walk_s)
+TEST_F(hook_entry, returns_the_result_of_the_walk)
 {
     enable();
     call(GPON_API_UP_UNI, &packet);
@@ -242,7 +242,7 @@ TEST_F(hook_entry, disabled_nothing_is_learnt_and_rules_stay)
 }
 
 // The hook goes last: packets may come while everything else is gone already.
-TEST_F(hook_entry, packets_meet_an_empty_store_while_the_module_goes)
+TEST_F(hook_entry, packets_find_an_empty_store_during_unload)
 {
     build_line();
     enable();

@@ -124,7 +124,7 @@ TEST_F(interpreter, a_count_of_minus_1_without_words_lists_the_first_table)
     EXPECT_THAT(log_lines(), ElementsAreArray(usage_of(TOP)));
 }
 
-TEST_F(interpreter, looks_at_the_words_and_not_at_their_count)
+TEST_F(interpreter, ignores_the_count_of_words)
 {
     const char* const words[] = {"show", "en_flag", nullptr};
     EXPECT_EQ(gpon_dbg_parsing_cmd(0, words), 0u);
@@ -167,7 +167,7 @@ TEST_F(interpreter, dispatch_calls_the_first_row_that_begins_with_the_word)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(interpreter, dispatch_without_match_lists_the_table_it_was_to_search)
+TEST_F(interpreter, dispatch_without_match_lists_its_table)
 {
     reached = {};
     for (const char* word : {"alphabet", "c", "Alpha", " alpha", (const char*)nullptr}) {
@@ -313,7 +313,7 @@ TEST_F(interpreter, clean_raw_data_deletes_one_instance)
     EXPECT_THAT(ids_of(gpon_mbsp_list), IsEmpty());
 }
 
-TEST_F(interpreter, clean_raw_data_leaves_the_links_of_what_it_deletes)
+TEST_F(interpreter, clean_raw_data_keeps_the_links_of_deleted_instances)
 {
     create_bridge(1);
     create_port(0x101, 1);
@@ -395,7 +395,7 @@ TEST_F(interpreter, clean_flow_rule_empties_the_bucket_of_a_hash_value)
                 ElementsAre("del hashVal = " + word + " traceIndex = 0"));
 }
 
-TEST_F(interpreter, commands_answer_whatever_memory_there_is)
+TEST_F(interpreter, commands_return_with_any_failed_allocation)
 {
     const std::vector<std::vector<const char*>> commands = {
         {"set", "enable", "1"},

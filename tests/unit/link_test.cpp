@@ -43,7 +43,7 @@ TEST_F(link_report, needs_a_report_and_a_mirrored_class)
                     "entry."));
 }
 
-TEST_F(link_report, swaps_the_node_and_keeps_what_it_owns)
+TEST_F(link_report, replaces_the_node_and_keeps_its_blocks)
 {
     create_bridge(1);
     create_bridge(2);
@@ -119,7 +119,7 @@ TEST_F(link_report, that_is_undone_creates_nothing)
     EXPECT_THAT(ids_of(gpon_pptp_uni_list), IsEmpty());
 }
 
-TEST_F(link_report, of_a_message_nobody_knows_changes_nothing)
+TEST_F(link_report, of_an_unknown_message_changes_nothing)
 {
     create_bridge(1);
     gponDebugLevel = LOG_ERROR;

@@ -63,7 +63,7 @@ TEST_F(instance_list, an_array_has_56_bytes_a_place)
     EXPECT_EQ(gpon::host::memory().live_bytes - before, 56u + 8 + 2 * 88 + 512 * 56);
 }
 
-TEST_F(instance_list, adding_an_existing_id_overwrites_the_record_and_keeps_the_rest)
+TEST_F(instance_list, adding_an_existing_id_overwrites_the_record_and_keeps_the_links)
 {
     add(1, 10);
     add(2, 20);
@@ -83,7 +83,7 @@ TEST_F(instance_list, adding_an_existing_id_overwrites_the_record_and_keeps_the_
     EXPECT_THAT(ids_of(gpon_mbsp_list), ElementsAre(1, 2, 3));
 }
 
-TEST_F(instance_list, replacing_frees_the_old_node_alone)
+TEST_F(instance_list, replacing_frees_the_old_node_only)
 {
     add(1);
     const uint64_t before = gpon::host::memory().live_bytes;
@@ -92,7 +92,7 @@ TEST_F(instance_list, replacing_frees_the_old_node_alone)
     EXPECT_EQ(gpon::host::memory().live_bytes, before);
 }
 
-TEST_F(instance_list, a_reader_on_a_replaced_node_goes_on)
+TEST_F(instance_list, a_reader_on_a_replaced_node_continues)
 {
     add(1);
     add(2);
@@ -106,7 +106,7 @@ TEST_F(instance_list, a_reader_on_a_replaced_node_goes_on)
     rcu_read_unlock();
 }
 
-TEST_F(instance_list, a_reader_on_a_deleted_node_goes_on)
+TEST_F(instance_list, a_reader_on_a_deleted_node_continues)
 {
     add(1);
     add(2);
@@ -126,9 +126,9 @@ TEST_F(instance_list, a_reader_on_a_deleted_node_goes_on)
 }
 
 // A search that starts behind the last answer finds what a search from the head finds.
-class search_behind_the_last : public instance_list {
+class search_from_the_last : public instance_list {
 protected:
-    search_behind_the_last()
+    search_from_the_last()
     {
         for (const u16 id : u16s{4, 2, 7, 1})
             add(id);
@@ -138,7 +138,7 @@ protected:
     const gpon_me_inst* last = nullptr;
 };
 
-TEST_F(search_behind_the_last, finds_any_id_after_any_other)
+TEST_F(search_from_the_last, finds_any_id_after_any_other)
 {
     const gpon::rcu_reader reader;
     for (const u16 first : u16s{4, 2, 7, 1})
@@ -151,7 +151,7 @@ TEST_F(search_behind_the_last, finds_any_id_after_any_other)
         }
 }
 
-TEST_F(search_behind_the_last, an_absent_id_leaves_it_where_it_was)
+TEST_F(search_from_the_last, an_absent_id_does_not_move_it)
 {
     const gpon::rcu_reader reader;
     EXPECT_EQ(search(9), nullptr);
@@ -161,7 +161,7 @@ TEST_F(search_behind_the_last, an_absent_id_leaves_it_where_it_was)
     EXPECT_EQ(last, find(2));
 }
 
-TEST_F(search_behind_the_last, goes_on_from_an_instance_that_left_the_list)
+TEST_F(search_from_the_last, continues_from_an_instance_that_left_the_list)
 {
     rcu_read_lock();
     search(2);
@@ -174,7 +174,7 @@ TEST_F(search_behind_the_last, goes_on_from_an_instance_that_left_the_list)
     rcu_read_unlock();
 }
 
-TEST_F(search_behind_the_last, follows_an_instance_that_was_replaced)
+TEST_F(search_from_the_last, follows_an_instance_that_was_replaced)
 {
     rcu_read_lock();
     search(2);
@@ -236,7 +236,7 @@ TEST_F(instance_list, only_one_means_all)
     EXPECT_THAT(ids_of(gpon_mbsp_list), ElementsAre(1, 2));
 }
 
-TEST_F(instance_list, deleting_nothing_is_a_success_and_says_so_at_error_level)
+TEST_F(instance_list, deleting_nothing_succeeds_with_a_line_at_error_level)
 {
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_list_delete_inst(&bridges, 1, 0), 0);
@@ -263,7 +263,7 @@ TEST_F(instance_list, a_delete_without_class_or_list_warns)
     }
 }
 
-TEST_F(instance_list, reading_an_absent_id_succeeds_and_leaves_the_destination_alone)
+TEST_F(instance_list, reading_an_absent_id_succeeds_and_keeps_the_destination)
 {
     add(1);
     u8 raw[8];
@@ -313,7 +313,7 @@ TEST_F(instance_list, reading_without_list_or_destination_warns)
     EXPECT_THAT(log_lines(), ElementsAre(raw_line, raw_line, related_line, related_line));
 }
 
-TEST_F(instance_list, cleaning_every_class_leaves_learnt_rules_alone)
+TEST_F(instance_list, cleaning_every_class_keeps_learnt_rules)
 {
     const u8 key[16] = {1};
     const gpon_rule_trace trace = {{{11, 1}}};

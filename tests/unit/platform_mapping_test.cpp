@@ -6,7 +6,7 @@ namespace {
 
 constexpr u8 frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0};
 
-class PlatformMapping : public loaded_module {
+class platform_mapping : public loaded_module {
 protected:
     // One GEM port behind one bridge, which everything may pass.
     static void build_line()
@@ -39,7 +39,7 @@ protected:
     }
 };
 
-TEST_F(PlatformMapping, OfADisabledEngineFailsAnUpstreamPacketByMinusOneAlone)
+TEST_F(platform_mapping, of_a_disabled_engine_fails_an_upstream_packet_only_by_minus_one)
 {
     enable(false);
     for (const int answer : {-2, 0, 1, 7}) {
@@ -54,7 +54,7 @@ TEST_F(PlatformMapping, OfADisabledEngineFailsAnUpstreamPacketByMinusOneAlone)
     EXPECT_EQ(result(GPON_API_UP_ANI), 0);
 }
 
-TEST_F(PlatformMapping, OfQueuesFailsAPacketThatLeavesUpstreamUnlessItAnswersNought)
+TEST_F(platform_mapping, of_queues_fails_a_packet_that_leaves_upstream_unless_it_returns_0)
 {
     build_line();
     enable(true);

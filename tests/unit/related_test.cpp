@@ -66,7 +66,7 @@ TEST_F(related_ids, an_empty_template_needs_no_array)
     gpon_flow_list_free_related_data(copy);
 }
 
-TEST_F(related_ids, a_lost_array_takes_the_others_along)
+TEST_F(related_ids, a_failed_allocation_of_an_array_frees_the_others)
 {
     const uint64_t before = gpon::host::memory().live_blocks;
     gponDebugLevel = LOG_ERROR;
@@ -186,7 +186,7 @@ TEST_F(related_ids, set_into_a_full_array_warns_with_its_capacity)
     EXPECT_THAT(recorded(rows[0]), ElementsAre(1, 2, 3));
 }
 
-TEST_F(related_ids, set_looks_no_further_than_the_first_free_place)
+TEST_F(related_ids, set_stops_at_the_first_free_place)
 {
     rows[0].related_ids[1] = {.instExist = 1, .instId = 5};
     apply(SET, 5);
@@ -218,7 +218,7 @@ TEST_F(related_ids, delete_of_the_last_only_clears_it)
     EXPECT_THAT(recorded(rows[1]), IsEmpty());
 }
 
-TEST_F(related_ids, delete_removes_the_first_match_alone)
+TEST_F(related_ids, delete_removes_the_first_match_only)
 {
     for (const u16 id : u16s{7, 7, 8})
         apply(CREATE, id);
@@ -233,7 +233,7 @@ TEST_F(related_ids, delete_removes_the_first_match_alone)
     EXPECT_THAT(recorded(rows[0]), ElementsAre(7, 8));
 }
 
-TEST_F(related_ids, delete_of_what_is_not_there_changes_nothing)
+TEST_F(related_ids, delete_of_an_absent_id_changes_nothing)
 {
     apply(CREATE, 1);
     gponDebugLevel = LOG_ERROR;

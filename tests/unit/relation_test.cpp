@@ -60,7 +60,7 @@ protected:
 
 class forward_query : public relation_query {};
 
-TEST_F(forward_query, answers_in_recording_order_then_none)
+TEST_F(forward_query, returns_instances_in_recording_order_then_none)
 {
     three_ports();
     EXPECT_EQ(forward(45, 1, 47, START), 0);
@@ -73,7 +73,7 @@ TEST_F(forward_query, answers_in_recording_order_then_none)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(forward_query, goes_on_after_any_recorded_id)
+TEST_F(forward_query, continues_after_any_recorded_id)
 {
     three_ports();
     EXPECT_EQ(forward(45, 1, 47, after(0x102)), 0);
@@ -87,7 +87,7 @@ TEST_F(forward_query, an_id_that_is_not_recorded_ends_it)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(forward_query, an_absent_start_has_no_answer)
+TEST_F(forward_query, an_absent_start_has_no_result)
 {
     three_ports();
     EXPECT_EQ(forward(45, 9, 47, START), 0);
@@ -96,7 +96,7 @@ TEST_F(forward_query, an_absent_start_has_no_answer)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(forward_query, a_class_that_is_not_recorded_has_no_answer)
+TEST_F(forward_query, a_class_that_is_not_recorded_has_no_result)
 {
     three_ports();
     EXPECT_EQ(forward(45, 1, 266, START), 0);
@@ -127,7 +127,7 @@ TEST_F(forward_query, an_id_recorded_twice_comes_after_itself)
     EXPECT_TRUE(answer == after(0x101));
 }
 
-TEST_F(forward_query, a_full_array_is_answered_to_its_last_entry)
+TEST_F(forward_query, a_full_array_is_read_to_its_last_entry)
 {
     create_bridge(1);
     gpon_me_related_info& ports = ports_of(1);
@@ -176,7 +176,7 @@ TEST_F(forward_query, missing_arguments_are_reported)
     EXPECT_THAT(log_lines(), ElementsAre(line, line, line));
 }
 
-TEST_F(forward_query, traces_question_and_answer)
+TEST_F(forward_query, traces_arguments_and_result)
 {
     three_ports();
     gponDebugLevel = LOG_TRACE;
@@ -210,7 +210,7 @@ protected:
     }
 };
 
-TEST_F(table_step, goes_on_in_a_later_row_of_the_same_class)
+TEST_F(table_step, continues_in_a_later_row_of_the_same_class)
 {
     EXPECT_EQ(step(47, START), 0);
     EXPECT_TRUE(answer == after(1));
@@ -220,7 +220,7 @@ TEST_F(table_step, goes_on_in_a_later_row_of_the_same_class)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(table_step, passes_over_rows_without_room)
+TEST_F(table_step, skips_rows_without_room)
 {
     rows[1].related_inst_num = 0;
     EXPECT_EQ(step(47, START), 0);
@@ -230,7 +230,7 @@ TEST_F(table_step, passes_over_rows_without_room)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(table_step, traces_the_row_of_the_answer)
+TEST_F(table_step, traces_the_row_of_the_result)
 {
     gponDebugLevel = LOG_TRACE;
     step(47, after(2));
@@ -238,7 +238,7 @@ TEST_F(table_step, traces_the_row_of_the_answer)
                                          "***TRACE***[gpon_flow_list_get_related_id] [0]: i=3"));
 }
 
-TEST_F(table_step, needs_a_table_and_a_place_for_the_answer)
+TEST_F(table_step, needs_a_table_and_a_place_for_the_result)
 {
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, 47, &answer), -1);
@@ -261,7 +261,7 @@ protected:
     }
 };
 
-TEST_F(reverse_query, an_empty_list_has_no_answer)
+TEST_F(reverse_query, an_empty_list_has_no_result)
 {
     gponDebugLevel = LOG_TRACE;
     EXPECT_EQ(reverse(47, 0x101, 45, after(4)), -1);
@@ -274,7 +274,7 @@ TEST_F(reverse_query, an_empty_list_has_no_answer)
                     "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 45, me_index = 2."));
 }
 
-TEST_F(reverse_query, answers_in_creation_order_then_none)
+TEST_F(reverse_query, returns_instances_in_creation_order_then_none)
 {
     two_bridges();
     EXPECT_EQ(reverse(47, 0x101, 45, START), 0);
@@ -293,7 +293,7 @@ TEST_F(reverse_query, the_last_matching_instance_ends_it)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(reverse_query, a_previous_answer_that_is_gone_ends_it)
+TEST_F(reverse_query, ends_when_the_previous_result_was_deleted)
 {
     two_bridges();
     gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, 45, 7, nullptr);
@@ -301,7 +301,7 @@ TEST_F(reverse_query, a_previous_answer_that_is_gone_ends_it)
     EXPECT_EQ(answer.instExist, 0);
 }
 
-TEST_F(reverse_query, nobody_has_recorded_the_start)
+TEST_F(reverse_query, a_start_that_no_instance_recorded_has_no_result)
 {
     two_bridges();
     EXPECT_EQ(reverse(47, 0x999, 45, START), -1);
@@ -349,7 +349,7 @@ TEST_F(reverse_query, missing_arguments_are_reported)
     EXPECT_THAT(log_lines(), ElementsAre(line, line, line));
 }
 
-TEST_F(reverse_query, traces_every_row_and_entry_it_leaves)
+TEST_F(reverse_query, traces_every_row_and_entry_passed_over)
 {
     // The GEM interworking TP has rows for 47, 130, 78 and 171; only the second is looked into.
     const gpon_raw_gemiw tp = {0x11, 1};
@@ -368,7 +368,7 @@ TEST_F(reverse_query, traces_every_row_and_entry_it_leaves)
             "***TRACE***[gpon_flow_me_reverse_get_related_id][0] instExist=0,instId = 0x0"));
 }
 
-TEST_F(reverse_query, traces_the_entry_of_the_answer)
+TEST_F(reverse_query, traces_the_entry_of_the_result)
 {
     three_ports();
     gponDebugLevel = LOG_TRACE;
@@ -384,7 +384,7 @@ TEST_F(reverse_query, traces_the_entry_of_the_answer)
             "***TRACE***[gpon_flow_me_reverse_get_related_id][0] instExist=1,instId = 0x1"));
 }
 
-TEST_F(reverse_query, traces_how_it_resumes)
+TEST_F(reverse_query, traces_the_point_of_resumption)
 {
     two_bridges();
     gponDebugLevel = LOG_TRACE;
@@ -416,7 +416,7 @@ TEST_F(traced_query, a_marked_packet_shows_its_queries_without_any_level)
                 Contains("***ERROR***[gpon_flow_me_get_related_id][0] input parament is NULL\r"));
 }
 
-TEST_F(traced_query, a_level_bit_of_the_packet_opens_lines_of_other_levels)
+TEST_F(traced_query, a_level_bit_of_the_packet_enables_other_levels)
 {
     three_ports();
     packet.flag_word = LOG_WARNING;
@@ -434,7 +434,7 @@ TEST_F(traced_query, an_unmarked_packet_is_silent)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-class repeated_answer : public relation_query {
+class repeated_result : public relation_query {
 protected:
     bool repeats(u16 answered, gpon_me_related_id previous)
     {
@@ -444,7 +444,7 @@ protected:
     }
 };
 
-TEST_F(repeated_answer, is_one_that_stands_no_later_than_the_previous)
+TEST_F(repeated_result, is_one_no_later_than_the_previous)
 {
     create_bridge(1);
     for (const u16 port : u16s{0x101, 0x102, 0x101, 0x103})
@@ -455,14 +455,14 @@ TEST_F(repeated_answer, is_one_that_stands_no_later_than_the_previous)
     EXPECT_FALSE(repeats(0x103, after(0x102)));
 }
 
-TEST_F(repeated_answer, is_also_the_previous_one_itself)
+TEST_F(repeated_result, is_also_the_previous_one_itself)
 {
     EXPECT_TRUE(repeats(0x101, after(0x101)));
     EXPECT_TRUE(repeats(0, after(0)));
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(repeated_answer, is_none_when_a_full_array_holds_neither)
+TEST_F(repeated_result, is_none_when_a_full_array_holds_neither)
 {
     create_bridge(1);
     gpon_me_related_info& ports = ports_of(1);
@@ -474,7 +474,7 @@ TEST_F(repeated_answer, is_none_when_a_full_array_holds_neither)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(repeated_answer, needs_a_previous_answer_and_an_instance)
+TEST_F(repeated_result, needs_a_previous_result_and_an_instance)
 {
     EXPECT_FALSE(repeats(0x101, after(0x102)));
     three_ports();

@@ -103,7 +103,7 @@ TEST_F(rule_dump, of_one_rule_has_its_bucket_its_row_and_its_steps)
             "| Trace:CLASS(INST)->11(0x100)->12(0x101)|", EQUALS));
 }
 
-TEST_F(rule_dump, shows_a_tag_s_place_as_xxxx_when_the_frame_has_none)
+TEST_F(rule_dump, shows_xxxx_for_a_missing_tag)
 {
     const std::string start = "|     0 | 02:00:00:00:00:01 | 0a:0b:0c:0d:0e:0f |";
     const std::string end = " |      0 |  DOWN_UNI |";
@@ -201,7 +201,7 @@ TEST_F(rule_dump, of_a_rule_without_key_shows_zeros_and_not_the_rule_before)
     EXPECT_EQ(lines[10], "| Trace:CLASS(INST)->11(0x100)|");
 }
 
-TEST_F(rule_dump, takes_a_key_apart_by_its_length)
+TEST_F(rule_dump, decodes_a_key_by_its_length)
 {
     const std::vector<u8> key = key_of(UP_UNI, 4, 1, 0x1234);
     for (u16 length = 16; length <= 32; ++length) {
@@ -234,7 +234,7 @@ TEST_F(rule_dump, reads_no_more_of_a_key_than_its_length)
     }
 }
 
-TEST_F(rule_dump, of_a_null_key_or_record_changes_and_prints_nothing_but_an_error)
+TEST_F(rule_dump, of_a_null_key_or_record_only_prints_an_error)
 {
     gpon_hash_dump_state state = {};
     state.port_id = 5;

@@ -54,7 +54,7 @@ u32 plain_hash(const u8* bytes, u16 length)
     return (h >> 3) * 0x9E3779B1u;
 }
 
-class RuleTable : public loaded_module {
+class rule_table : public loaded_module {
 protected:
     i32 add(const key& k, u16 number = 1, u16 length = 16)
     {
@@ -130,7 +130,7 @@ private:
     std::mt19937 random_{1};
 };
 
-TEST_F(RuleTable, StartsWithSixtyFourBucketsAndThresholdFortyEight)
+TEST_F(rule_table, starts_with_64_buckets_and_threshold_48)
 {
     EXPECT_EQ(table().table_size, 64u);
     EXPECT_EQ(table().threshold, 48u);
@@ -138,7 +138,7 @@ TEST_F(RuleTable, StartsWithSixtyFourBucketsAndThresholdFortyEight)
     EXPECT_EQ(table().total_num, 0u);
 }
 
-TEST_F(RuleTable, HashIsTheCrcOfEveryLengthMixed)
+TEST_F(rule_table, hash_is_the_mixed_crc_for_every_length)
 {
     std::mt19937 random(1);
     for (u16 length = 0; length <= 33; ++length)
@@ -151,7 +151,7 @@ TEST_F(RuleTable, HashIsTheCrcOfEveryLengthMixed)
 }
 
 // The bytes may be read several at a time: every remainder behind every start must come out right.
-TEST_F(RuleTable, HashDoesNotDependOnWhereTheKeyLies)
+TEST_F(rule_table, hash_does_not_depend_on_the_address_of_the_key)
 {
     std::mt19937 random(2);
     std::array<u8, 16 + 100> room;
@@ -164,7 +164,7 @@ TEST_F(RuleTable, HashDoesNotDependOnWhereTheKeyLies)
                 << length << " bytes from " << start;
 }
 
-TEST_F(RuleTable, HashOfNothingIsZero)
+TEST_F(rule_table, hash_of_nothing_is_zero)
 {
     EXPECT_EQ(gpon_hash_calc_key(nullptr, 16), 0u);
     EXPECT_EQ(gpon_hash_calc_key(key().data(), 0), 0u);
@@ -173,7 +173,7 @@ TEST_F(RuleTable, HashOfNothingIsZero)
     EXPECT_EQ(find(key(), 0), 7);
 }
 
-TEST_F(RuleTable, FortyNinthRuleDoublesTheTableBeforeItIsStored)
+TEST_F(rule_table, the_49th_rule_doubles_the_table_before_it_is_stored)
 {
     fill(48);
     EXPECT_EQ(table().table_size, 64u);
@@ -186,7 +186,7 @@ TEST_F(RuleTable, FortyNinthRuleDoublesTheTableBeforeItIsStored)
     EXPECT_LE(table().total_num, 49u);
 }
 
-TEST_F(RuleTable, RulesThatCollideInTheLargerTableAreDropped)
+TEST_F(rule_table, rules_that_collide_in_the_larger_table_are_dropped)
 {
     fill(47);
     u32 number = 1u << 22;
@@ -216,7 +216,7 @@ TEST_F(RuleTable, RulesThatCollideInTheLargerTableAreDropped)
     EXPECT_FALSE(find(first));
 }
 
-TEST_F(RuleTable, GrowsToAThousandTwentyFourBucketsAndNoFurther)
+TEST_F(rule_table, grows_to_1024_buckets_and_no_further)
 {
     const std::map<u32, u32> threshold = {{64, 48}, {128, 96}, {256, 192}, {512, 384}, {1024, 768}};
     std::set<u32> sizes;
@@ -232,7 +232,7 @@ TEST_F(RuleTable, GrowsToAThousandTwentyFourBucketsAndNoFurther)
     EXPECT_EQ(table().total_num, 768u);
 }
 
-TEST_F(RuleTable, AtTheCeilingAnAddSweepsWhatWasNotUsedSinceTheLastSweep)
+TEST_F(rule_table, at_the_ceiling_an_add_deletes_rules_unused_since_the_last_sweep)
 {
     u32 number = 1;
     while (table().table_size < 1024 || table().total_num < 768)
@@ -247,7 +247,7 @@ TEST_F(RuleTable, AtTheCeilingAnAddSweepsWhatWasNotUsedSinceTheLastSweep)
     EXPECT_EQ(table().table_size, 1024u);
 }
 
-TEST_F(RuleTable, AKeyWhoseBucketHoldsAnotherIsDroppedWithoutAnError)
+TEST_F(rule_table, a_key_whose_bucket_holds_another_is_dropped_without_an_error)
 {
     const key first = key_of(1);
     EXPECT_EQ(add(first, 5), 0);
@@ -258,7 +258,7 @@ TEST_F(RuleTable, AKeyWhoseBucketHoldsAnotherIsDroppedWithoutAnError)
     EXPECT_EQ(find(first), 5);
 }
 
-TEST_F(RuleTable, AnExistingKeyTakesTheNewTraceAndCountsAsUsed)
+TEST_F(rule_table, an_existing_key_takes_the_new_trace_and_counts_as_used)
 {
     EXPECT_EQ(add(key_of(1), 5), 0);
     sweep();
@@ -268,14 +268,14 @@ TEST_F(RuleTable, AnExistingKeyTakesTheNewTraceAndCountsAsUsed)
     EXPECT_EQ(find(key_of(1)), 6);
 }
 
-TEST_F(RuleTable, ALookUpComparesTheLength)
+TEST_F(rule_table, a_look_up_compares_the_length)
 {
     EXPECT_EQ(add(key(), 5, 16), 0);
     EXPECT_FALSE(find(key(), 20));
     EXPECT_FALSE(find(key(), 12));
 }
 
-TEST_F(RuleTable, KeysThatDifferInAnyOneByteAreTwoKeys)
+TEST_F(rule_table, keys_that_differ_in_one_byte_are_two_keys)
 {
     for (u16 length = 1; length <= GPON_RULE_KEY_BUFFER; ++length)
         for (u16 byte = 0; byte < length; ++byte) {
@@ -288,7 +288,7 @@ TEST_F(RuleTable, KeysThatDifferInAnyOneByteAreTwoKeys)
         }
 }
 
-TEST_F(RuleTable, DeletionEmptiesTheBucketForIndexZeroAlone)
+TEST_F(rule_table, deletion_empties_the_bucket_for_index_zero_only)
 {
     EXPECT_EQ(add(key_of(1)), 0);
     const u32 hash = gpon_hash_calc_key(key_of(1).data(), 16);
@@ -300,7 +300,7 @@ TEST_F(RuleTable, DeletionEmptiesTheBucketForIndexZeroAlone)
     EXPECT_EQ(gpon_hash_delete_node_safe(hash, 0), 0);
 }
 
-TEST_F(RuleTable, ABucketsHashStaysWhenItEmptiesAndIsOverwrittenByTheNextRule)
+TEST_F(rule_table, the_hash_of_an_emptied_bucket_stays_until_the_next_rule)
 {
     const key first = key_of(1);
     add(first);
@@ -314,7 +314,7 @@ TEST_F(RuleTable, ABucketsHashStaysWhenItEmptiesAndIsOverwrittenByTheNextRule)
     EXPECT_EQ(bucket.hash_val, gpon_hash_calc_key(second.data(), 16));
 }
 
-TEST_F(RuleTable, CleaningKeepsSizeAndThreshold)
+TEST_F(rule_table, cleaning_keeps_size_and_threshold)
 {
     fill(60);
     EXPECT_EQ(gpon_hash_clean_all_safe(), 0);
@@ -325,7 +325,7 @@ TEST_F(RuleTable, CleaningKeepsSizeAndThreshold)
     EXPECT_EQ(table().total_num, 3u);
 }
 
-TEST_F(RuleTable, NullArgumentsAreReported)
+TEST_F(rule_table, null_arguments_are_reported)
 {
     gpon_rule_trace trace = {};
     gponDebugLevel = 1;
@@ -339,7 +339,7 @@ TEST_F(RuleTable, NullArgumentsAreReported)
 }
 
 // Packets and operators still come while the module goes and the table is gone.
-TEST_F(RuleTable, WithoutBucketsNothingIsStoredFoundDeletedOrCleaned)
+TEST_F(rule_table, without_buckets_nothing_is_stored_found_deleted_or_cleaned)
 {
     ASSERT_EQ(add(key_of(1)), 0);
     ASSERT_EQ(gpon_hash_exit(), 0);
@@ -364,7 +364,7 @@ TEST_F(RuleTable, WithoutBucketsNothingIsStoredFoundDeletedOrCleaned)
     EXPECT_EQ(find(key_of(1)), 5);
 }
 
-TEST_F(RuleTable, AFailedGrowthLeavesTheOldTableWhole)
+TEST_F(rule_table, a_failed_growth_leaves_the_old_table_whole)
 {
     fill(48);
     std::set<u32> kept;
@@ -391,7 +391,7 @@ TEST_F(RuleTable, AFailedGrowthLeavesTheOldTableWhole)
     EXPECT_EQ(table().table_size, 128u);
 }
 
-TEST_F(RuleTable, EveryFailedAllocationOfAnAddLosesThatRuleAlone)
+TEST_F(rule_table, every_failed_allocation_of_an_add_loses_that_rule_only)
 {
     add(key_of(1), 5);
     u32 number = 100;
@@ -411,7 +411,7 @@ TEST_F(RuleTable, EveryFailedAllocationOfAnAddLosesThatRuleAlone)
     EXPECT_EQ(find(key_of(1)), 5);
 }
 
-TEST_F(RuleTable, ARuleTakesThreeBlocksOfAtMostAHundredSixtyBytes)
+TEST_F(rule_table, a_rule_takes_three_blocks_of_at_most_160_bytes)
 {
     const auto before = gpon::host::memory();
     add(key_of(1), 1, 32);
@@ -422,7 +422,7 @@ TEST_F(RuleTable, ARuleTakesThreeBlocksOfAtMostAHundredSixtyBytes)
 
 // The table against what it is meant to be, over many random operations: per bucket at most one
 // rule; adds that collide are dropped; growth adds the old rules anew in bucket order.
-TEST_F(RuleTable, BehavesLikeASimpleModelOverRandomOperations)
+TEST_F(rule_table, agrees_with_a_simple_model_over_random_operations)
 {
     struct rule {
         std::vector<u8> key;

@@ -26,7 +26,7 @@ std::vector<tag> first_tags(size_t count)
     return {TAGS.begin(), TAGS.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
-class Rule : public loaded_module {
+class rule : public loaded_module {
 protected:
     // Good until the next call.
     sk_buff packet(const std::vector<tag>& tags)
@@ -81,7 +81,7 @@ protected:
     bytes frame;
 };
 
-TEST_F(Rule, TheKeyHasTheAddressesTheDirectionAndEveryTagUpToTheFourth)
+TEST_F(rule, the_key_has_the_addresses_the_direction_and_up_to_four_tags)
 {
     for (size_t tags = 0; tags <= TAGS.size(); ++tags) {
         const size_t held = std::min<size_t>(tags, 4);
@@ -97,7 +97,7 @@ TEST_F(Rule, TheKeyHasTheAddressesTheDirectionAndEveryTagUpToTheFourth)
     }
 }
 
-TEST_F(Rule, FramesThatDifferInOneTagHaveARuleEach)
+TEST_F(rule, frames_that_differ_in_one_tag_have_a_rule_each)
 {
     for (size_t tags = 1; tags <= 4; ++tags)
         for (size_t changed = 0; changed < tags; ++changed) {
@@ -109,7 +109,7 @@ TEST_F(Rule, FramesThatDifferInOneTagHaveARuleEach)
         }
 }
 
-TEST_F(Rule, DirectionsAndTagCountsHaveRulesOfTheirOwnAndPortsShareOne)
+TEST_F(rule, directions_and_tag_counts_have_rules_of_their_own_and_ports_share_one)
 {
     EXPECT_EQ(learn(packet(first_tags(2)), UP_UNI, 5), 0);
     sk_buff elsewhere = packet(first_tags(2));
@@ -123,7 +123,7 @@ TEST_F(Rule, DirectionsAndTagCountsHaveRulesOfTheirOwnAndPortsShareOne)
         EXPECT_EQ(learnt(packet(first_tags(tags)), UP_UNI), -1);
 }
 
-TEST_F(Rule, APacketWithoutDataHasTheRuleOfAFrameOfZeros)
+TEST_F(rule, a_packet_without_data_has_the_rule_of_a_frame_of_zeros)
 {
     const std::array<u8, 60> zeros = {};
     sk_buff filled;
@@ -136,7 +136,7 @@ TEST_F(Rule, APacketWithoutDataHasTheRuleOfAFrameOfZeros)
     EXPECT_EQ(learnt(filled, UP_UNI), 5);
 }
 
-TEST_F(Rule, LearningWithoutMemorySucceedsAndStoresNothing)
+TEST_F(rule, learning_without_memory_succeeds_and_stores_nothing)
 {
     const sk_buff skb = packet(first_tags(1));
     gponDebugLevel = LOG_ERROR;
@@ -150,7 +150,7 @@ TEST_F(Rule, LearningWithoutMemorySucceedsAndStoresNothing)
     EXPECT_EQ(learnt(skb, UP_UNI), 5);
 }
 
-TEST_F(Rule, LearningAndLookUpTraceEachStepUnderItsName)
+TEST_F(rule, learning_and_look_up_trace_each_step_by_name)
 {
     const sk_buff skb = packet({});
     gponDebugLevel = LOG_TRACE;

@@ -223,9 +223,9 @@ std::vector<operation> operations()
     return all;
 }
 
-class SystematicFaults : public testing::TestWithParam<u32> {
+class systematic_faults : public testing::TestWithParam<u32> {
 protected:
-    ~SystematicFaults() override
+    ~systematic_faults() override
     {
         gpon::host::reset();
         gponDebugLevel = 0;
@@ -294,7 +294,7 @@ protected:
     }
 };
 
-TEST_P(SystematicFaults, EveryAllocationOfEveryOperation)
+TEST_P(systematic_faults, every_allocation_of_every_operation_may_fail)
 {
     uint64_t faults = 0;
     for (const operation& each : operations())
@@ -303,7 +303,7 @@ TEST_P(SystematicFaults, EveryAllocationOfEveryOperation)
     EXPECT_GT(faults, 400u);
 }
 
-TEST_P(SystematicFaults, EveryCopyFromUserSpaceOfEveryOperation)
+TEST_P(systematic_faults, every_copy_from_user_space_of_every_operation_may_fail)
 {
     uint64_t faults = 0;
     for (const operation& each : operations())
@@ -312,7 +312,7 @@ TEST_P(SystematicFaults, EveryCopyFromUserSpaceOfEveryOperation)
     EXPECT_GT(faults, 100u);
 }
 
-TEST_P(SystematicFaults, EveryRegistrationAndAllocationOfALoad)
+TEST_P(systematic_faults, every_registration_and_allocation_of_a_load_may_fail)
 {
     uint64_t faults = 0;
     for (const fault kind : {fault::chrdev, fault::proc_dir, fault::proc_entry, fault::alloc,
@@ -348,7 +348,7 @@ TEST_P(SystematicFaults, EveryRegistrationAndAllocationOfALoad)
     EXPECT_GE(faults, 5u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Silent, SystematicFaults, testing::Values(0u));
-INSTANTIATE_TEST_SUITE_P(Talking, SystematicFaults, testing::Values(15u));
+INSTANTIATE_TEST_SUITE_P(silent, systematic_faults, testing::Values(0u));
+INSTANTIATE_TEST_SUITE_P(verbose, systematic_faults, testing::Values(15u));
 
 } // namespace

@@ -149,7 +149,7 @@ TEST_F(trace_filter, bits_of_the_mask_without_a_field_let_every_packet_pass)
     EXPECT_EQ(matches({}), 1);
 }
 
-TEST_F(trace_filter, reads_nothing_behind_the_frame_and_takes_it_as_zero)
+TEST_F(trace_filter, takes_bytes_behind_the_frame_as_zero)
 {
     const bytes whole = frame_of(OUR_DST, OUR_SRC, {{0x8100, OUTER}, {0x8100, INNER}});
     for (size_t length = 0; length <= whole.size(); ++length) {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Single steps of the walk and its starts, where no scenario reaches.
-#include "tests/unit/store_access.h"
-
-#include <array>
+#include "tests/unit/class_fixture.h"
 
 #include "pkt/flow.h"
 #include "pkt/rule.h"
@@ -16,14 +14,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-class Walk : public loaded_module {
+class walk : public packet_fixture {
 protected:
-    Walk()
-    {
-        skb.data = frame.data();
-        skb.bytes = static_cast<u32>(frame.size());
-    }
-
     i32 step(u16 class_id, u16 inst_id, u16 fwd_flag)
     {
         const gpon_fwd_info info = {class_id, inst_id, fwd_flag};
@@ -31,13 +23,9 @@ protected:
         gpon::test::forget_found(result);
         return gpon_pkt_general_forward(&skb, &info, &result);
     }
-
-    std::array<u8, 60> frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8};
-    sk_buff skb;
-    gpon_walk_result result = {};
 };
 
-TEST_F(Walk, TheTenthStepFailsWithItsLineAtAnyLevelAndWritesNoTrace)
+TEST_F(walk, the_tenth_step_fails_with_its_line_at_any_level_and_writes_no_trace)
 {
     gpon::test::create_bridge(1);
     result.recurse_num = 9;
@@ -48,7 +36,7 @@ TEST_F(Walk, TheTenthStepFailsWithItsLineAtAnyLevelAndWritesNoTrace)
                                          "MAX_RECURSION_NUM(10)"));
 }
 
-TEST_F(Walk, TheNinthStepIsMade)
+TEST_F(walk, the_ninth_step_succeeds)
 {
     gpon::test::create_bridge(1);
     result.recurse_num = 8;
@@ -58,7 +46,7 @@ TEST_F(Walk, TheNinthStepIsMade)
     EXPECT_EQ(result.trace.step[8].instId, 1);
 }
 
-TEST_F(Walk, APortAtTheDepthLimitFailsTheWholeWalk)
+TEST_F(walk, a_port_at_the_depth_limit_fails_the_whole_walk)
 {
     gpon::test::create_bridge(1);
     const gpon_raw_mbpcd port = {.instID = 5, .bridgeID = 1, .tpType = 5, .tpPointer = 1};
@@ -74,7 +62,7 @@ TEST_F(Walk, APortAtTheDepthLimitFailsTheWholeWalk)
                             "inst_id=0x5, fwd_op fail."));
 }
 
-TEST_F(Walk, AWalkThatIsDoneTakesNoFurtherStep)
+TEST_F(walk, a_finished_walk_takes_no_further_step)
 {
     result.ret_val = FLOW_PKT_FORWARD_DONE;
     gponDebugLevel = 4;
@@ -84,7 +72,7 @@ TEST_F(Walk, AWalkThatIsDoneTakesNoFurtherStep)
     EXPECT_EQ(result.trace.step[0].classId, 0);
 }
 
-TEST_F(Walk, AClassWithoutForwardingDescriptorFailsTheStep)
+TEST_F(walk, a_class_without_forwarding_descriptor_fails_the_step)
 {
     gponDebugLevel = 1;
     for (const u16 class_id : u16s{84, 78, 171, 1}) {
@@ -97,7 +85,7 @@ TEST_F(Walk, AClassWithoutForwardingDescriptorFailsTheStep)
     EXPECT_EQ(result.trace.step[0].classId, 0);
 }
 
-TEST_F(Walk, AClassWithoutForwardFunctionLeadsNowhere)
+TEST_F(walk, a_class_without_forward_function_ends_the_branch)
 {
     gponDebugLevel = 4;
     for (const u16 class_id : u16s{262, 277, 278, 280}) {
@@ -110,7 +98,7 @@ TEST_F(Walk, AClassWithoutForwardFunctionLeadsNowhere)
     }
 }
 
-TEST_F(Walk, AFailedForwardFunctionFailsTheStep)
+TEST_F(walk, a_failed_forward_function_fails_the_step)
 {
     gponDebugLevel = 1;
     EXPECT_EQ(step(268, 1, UP_ANI), -1);
@@ -118,7 +106,7 @@ TEST_F(Walk, AFailedForwardFunctionFailsTheStep)
                                          "classId(268) fwd_op fail."));
 }
 
-TEST_F(Walk, AFailedDownstreamStartIsToldInTwoLines)
+TEST_F(walk, a_failed_downstream_start_is_reported_in_two_lines)
 {
     const gpon_raw_gemiw gem_iw = {.instID = 1, .gemCTPInstID = 0};
     apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 1, &gem_iw);
@@ -135,7 +123,7 @@ TEST_F(Walk, AFailedDownstreamStartIsToldInTwoLines)
                             "Fail\r"));
 }
 
-TEST_F(Walk, UpstreamAPortWhosePptpLeadsNowhereStartsAtItsVeip)
+TEST_F(walk, upstream_a_port_with_an_unlinked_pptp_starts_at_its_veip)
 {
     const std::string tried =
         "**WARNING**[gpon_pkt_upstream_uni][0]the PPTP can not get the entry.";
@@ -161,7 +149,7 @@ TEST_F(Walk, UpstreamAPortWhosePptpLeadsNowhereStartsAtItsVeip)
     }
 }
 
-TEST_F(Walk, UpstreamAPortWhosePptpIsLinkedNeedsNoVeip)
+TEST_F(walk, upstream_a_port_with_a_linked_pptp_needs_no_veip)
 {
     gpon::test::create_bridge(1);
     gpon::test::create_port(0x55, 1, 1, 0x103);
@@ -177,7 +165,7 @@ TEST_F(Walk, UpstreamAPortWhosePptpIsLinkedNeedsNoVeip)
     EXPECT_EQ(result.trace.step[1].instId, 0x55);
 }
 
-TEST_F(Walk, AnUnknownDirectionFails)
+TEST_F(walk, an_unknown_direction_fails)
 {
     gponDebugLevel = 1;
     for (const u16 fwd_flag : u16s{0, 3, 16, 0xffff}) {
@@ -194,7 +182,7 @@ TEST_F(Walk, AnUnknownDirectionFails)
     }
 }
 
-TEST_F(Walk, NullPacketsAreReportedUnderEachName)
+TEST_F(walk, null_packets_are_reported_by_each_function)
 {
     const gpon_fwd_info info = {45, 1, UP_ANI};
     gpon_rule_trace trace = {};
@@ -216,7 +204,7 @@ TEST_F(Walk, NullPacketsAreReportedUnderEachName)
                             line("gpon_rule_lookup_trace")));
 }
 
-TEST_F(Walk, AQueryWithoutMemoryDoesNotTryTheSameInstanceAgain)
+TEST_F(walk, a_query_without_memory_does_not_try_the_same_instance_again)
 {
     gpon::test::create_bridge(1);
     for (const u16 id : u16s{0x11, 0x12}) {
@@ -247,7 +235,7 @@ TEST_F(Walk, AQueryWithoutMemoryDoesNotTryTheSameInstanceAgain)
     }
 }
 
-TEST_F(Walk, AReplayStopsAtAClassThatIsNoStep)
+TEST_F(walk, a_replay_stops_at_a_class_that_is_no_step)
 {
     for (const u16 class_id : u16s{84, 2}) {
         result.trace.step[0] = {class_id, 1};
@@ -263,7 +251,7 @@ TEST_F(Walk, AReplayStopsAtAClassThatIsNoStep)
     }
 }
 
-TEST_F(Walk, AReplayOfTenStepsEndsWithoutAnEndMark)
+TEST_F(walk, a_replay_of_ten_steps_ends_without_an_end_mark)
 {
     for (gpon_trace_step& learnt : result.trace.step)
         learnt = {45, 1};

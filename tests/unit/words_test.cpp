@@ -67,7 +67,7 @@ TEST(words_of_a_line, are_four_at_most)
     EXPECT_THAT(split("1 2 3 4 5 6"), ElementsAre("1", "2", "3", "4"));
 }
 
-TEST(words_of_a_line, there_may_be_none)
+TEST(words_of_a_line, may_be_absent)
 {
     EXPECT_THAT(split(""), IsEmpty());
     EXPECT_THAT(split(" "), IsEmpty());
@@ -182,7 +182,7 @@ TEST(mac_addresses, have_six_parts_of_one_or_two_digits)
     EXPECT_THAT(mac("0x1:2:3:4:5:6"), ElementsAre(0, 91, 92, 93, 94, 95));
 }
 
-TEST(mac_addresses, may_be_cut_anywhere_and_keep_what_is_missing)
+TEST(mac_addresses, may_be_cut_anywhere_and_keep_the_missing_bytes)
 {
     const std::string whole = "11:22:33:44:55:66";
     const u32 parts[] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
