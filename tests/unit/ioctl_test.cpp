@@ -4,14 +4,13 @@
 #include "tests/unit/unreadable_memory.h"
 
 #include "core/chrdev.h"
-#include "core/proc.h"
 #include "me/default_config.h"
 #include "me_class/classes.h"
 
 namespace {
 
-using gpon::test::ids_of;
 using gpon::test::cliff;
+using gpon::test::ids_of;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

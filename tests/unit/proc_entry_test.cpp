@@ -3,7 +3,7 @@
 #include "tests/unit/loaded_module.h"
 #include "tests/unit/unreadable_memory.h"
 
-#include "core/doors.h"
+#include "core/proc.h"
 #include "include/packet_flow.h"
 
 namespace {
