@@ -2,13 +2,13 @@
 # What "cmake --install" installs: the tool, and what it says of itself as a manual page and as
 # the completion of bash.
 include(GNUInstallDirs)
-find_package(Perl REQUIRED)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(manual_page ${PROJECT_BINARY_DIR}/gponflow.1)
-set(manual_page_maker ${PROJECT_SOURCE_DIR}/scripts/man-page.pl)
+set(manual_page_maker ${PROJECT_SOURCE_DIR}/scripts/man-page.py)
 add_custom_command(
     OUTPUT ${manual_page}
-    COMMAND ${PERL_EXECUTABLE} ${manual_page_maker} $<TARGET_FILE:gponflow> > ${manual_page}.new
+    COMMAND ${Python3_EXECUTABLE} ${manual_page_maker} $<TARGET_FILE:gponflow> > ${manual_page}.new
     COMMAND ${CMAKE_COMMAND} -E rename ${manual_page}.new ${manual_page}
     DEPENDS gponflow ${manual_page_maker}
     COMMENT "Manual page of gponflow"

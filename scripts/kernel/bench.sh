@@ -31,10 +31,8 @@ prepare_bench() {
 
 # ARCH GUEST-OUTPUT: prints the figures as one record.
 bench_record() {
-    tr -d '\r' <"$2" | sed -n -e 's/^@@ \(bench .*\)/\1/p' -e 's/^@@ \(rules .*\)/\1/p' |
-        jq -Rn --arg arch "$1" --arg kernel "$(kernel_version "$1")" \
-            --arg compiler "$("$(cross_prefix "$1")g++" -dumpfullversion)" \
-            -f scripts/kernel/bench.jq
+    python3 scripts/kernel/guest-figures.py record "$1" "$(kernel_version "$1")" \
+        "$("$(cross_prefix "$1")g++" -dumpfullversion)" <"$2"
 }
 
 # ARCH RECORD [WORD...]: one boot, with WORDs on the kernel command line; the figures go to RECORD.

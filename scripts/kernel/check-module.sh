@@ -78,8 +78,7 @@ check_stack() {
     if has_sanitizer; then
         return
     fi
-    find "$folder" -name '*.ci' -exec cat {} + |
-        awk -v limit="$stack_limit" -f scripts/kernel/stack-depth.awk |
+    find "$folder" -name '*.ci' -exec python3 scripts/kernel/stack-depth.py "$stack_limit" {} + |
         sed "s/^/$arch: /" || complain "too much stack"
 }
 

@@ -32,7 +32,7 @@ if [ -n "$update" ]; then
     cp "$dir/instructions.json" bench/baseline.json
     echo "bench/baseline.json: $(jq '.loops | length' bench/baseline.json) loops"
 else
-    bash scripts/compare-instructions.sh bench/baseline.json "$dir/instructions.json"
+    python3 scripts/compare-instructions.py bench/baseline.json "$dir/instructions.json"
 fi
 if [ -n "$guest" ]; then
     bash scripts/run/bench-kernel.sh arm64 x86_64 ${update:+--update} --check

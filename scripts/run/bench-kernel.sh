@@ -51,8 +51,8 @@ if [ -n "$check$update" ]; then
         step "guard-$arch" boot_bench "$arch" "${figures[-1]}" \
             ways=bridge,gpon_flow frames=1600 repeats=1
     done
-    [ -z "$update" ] || write_guest_baseline "$baseline" "${figures[@]}"
-    [ -z "$check" ] || check_guest_baseline "$baseline" "${figures[@]}"
+    [ -z "$update" ] || python3 scripts/kernel/guest-figures.py update "$baseline" "${figures[@]}"
+    [ -z "$check" ] || python3 scripts/kernel/guest-figures.py check "$baseline" "${figures[@]}"
     [ -n "$write" ] || exit 0
 fi
 

@@ -36,10 +36,10 @@ guest=$GPON_BUILD_DIR/bench/guest.json
 if [ ! -f "$guest" ]; then
     bash scripts/run/bench-kernel.sh >&2 || echo "bench-kernel failed: no frame-vs-*" >&2
 fi
-[ -f "$guest" ] || echo '{}' >"$dir/no-guest.json"
-[ -f "$guest" ] || guest=$dir/no-guest.json
+figures=("$dir/ratios.json")
+[ ! -f "$guest" ] || figures+=("$guest")
 
-lines=$(jq -rs -f scripts/bench-ratios.jq "$dir/ratios.json" "$guest")
+lines=$(python3 scripts/bench-ratios.py "${figures[@]}")
 column -t -s $'\t' <<<"$lines"
 if [ -n "$write" ]; then
     ratios_section "$lines" | write_result ratios 'Ratios against targets'

@@ -6,7 +6,7 @@ set -eu
 
 packages=$GPON_BUILD_DIR/packages
 sources=(Kbuild CMakeLists.txt cmake src softonu tool
-    scripts/man-page.pl docs scenarios captures)
+    scripts/man-page.py docs scenarios captures)
 
 project_version() {
     sed -n 's/^project(gpon_flow VERSION \([^ ]*\) .*/\1/p' CMakeLists.txt

@@ -23,5 +23,5 @@ if [ "${#scenarios[@]}" != 0 ]; then
     bash scripts/scenario.sh record "$GPON_BUILD_DIR/bin/gponflow" "${scenarios[@]}"
 fi
 if [ "${#documents[@]}" != 0 ]; then
-    perl scripts/replay-docs.pl --write "$GPON_BUILD_DIR/bin/gponflow" "${documents[@]}"
+    python3 scripts/replay-docs.py --write "$GPON_BUILD_DIR/bin/gponflow" "${documents[@]}"
 fi

@@ -1,10 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
 set -eu
 . tests/checks/proof.sh
-command -v jq >/dev/null || exit 77
 
 compare() {
-    bash scripts/compare-instructions.sh "$tree/baseline.json" "$tree/measured.json"
+    python3 scripts/compare-instructions.py "$tree/baseline.json" "$tree/measured.json"
 }
 
 # counts COMPILER INSTRUCTIONS ALLOCATIONS BYTES

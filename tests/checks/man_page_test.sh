@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 set -eu
 . tests/checks/proof.sh
-check=scripts/check-man-page.sh
+check=scripts/check-man-page.py
 
 # A tool with one subcommand and one of its own.
 fresh_tree
@@ -24,7 +24,7 @@ completion)
     printf '%s\n' 'Run' 'Usage: gponflow run [OPTIONS] SUBCOMMAND' '' 'Options:' \
         '  -h,--help                   Help' '  -o,--output TEXT=-          Where' '' \
         'Subcommands:' '  fast                        Run fast' '' \
-        'Examples:' '  gponflow run \' '    -o x' '' '.told behind'
+        'Examples:' '  gponflow run \' '    -o x' '' '.text behind'
     ;;
 'run fast --help')
     printf '%s\n' 'Run fast' 'Usage: gponflow run fast [OPTIONS] WHERE' '' 'Positionals:' \
@@ -37,10 +37,10 @@ completion)
 esac
 END
 chmod +x "$tree/tool"
-perl scripts/man-page.pl "$tree/tool" >"$tree/page"
-passes "a page with everything" bash "$check" "$tree/tool" "$tree/page"
+python3 scripts/man-page.py "$tree/tool" >"$tree/page"
+passes "a page with everything" python3 "$check" "$tree/tool" "$tree/page"
 
-if ! grep -qx 'gponflow run \\e' "$tree/page" || ! grep -qxF '\&.told behind' "$tree/page"; then
+if ! grep -qx 'gponflow run \\e' "$tree/page" || ! grep -qxF '\&.text behind' "$tree/page"; then
     echo "what roff would take for its own is escaped"
     proofs_failed=1
 fi
@@ -51,16 +51,16 @@ if ! sed -n '/^\.SH EXIT STATUS$/,/^\.SH EXAMPLES$/p' "$tree/page" | grep -qxF '
 fi
 sed 's/Exit status/Outcome/' "$tree/tool" | file silent
 chmod +x "$tree/silent"
-fails "a tool that tells no exit status" "does not tell the exit status" \
-    perl scripts/man-page.pl "$tree/silent"
+fails "a tool without exit statuses" "does not list the exit status" \
+    python3 scripts/man-page.py "$tree/silent"
 
 sed '/dry.-run$/,+1d' "$tree/page" | file less
 fails "a page without an option" "gponflow run fast has --dry-run" \
-    bash "$check" "$tree/tool" "$tree/less"
+    python3 "$check" "$tree/tool" "$tree/less"
 sed 's/^\.SS gponflow run fast/.SS fast/' "$tree/page" | file gap
 fails "a page without a subcommand" "no section for gponflow run fast" \
-    bash "$check" "$tree/tool" "$tree/gap"
-fails "a tool that completes nothing" "completes no subcommand" bash "$check" true "$tree/page"
-fails "a tool without a help" "status" perl scripts/man-page.pl false
+    python3 "$check" "$tree/tool" "$tree/gap"
+fails "a tool that completes nothing" "completes no subcommand" python3 "$check" true "$tree/page"
+fails "a tool without a help" "status" python3 scripts/man-page.py false
 
 exit "$proofs_failed"

@@ -1,0 +1,64 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-2.0-only
+"""Print the ratios of a measurement against their targets.
+
+usage: bench-ratios.py RATIOS.json [GUEST.json]
+
+RATIOS.json holds the ratios of this machine, GUEST.json the instructions of a frame in a kernel.
+Prints tab-separated lines NAME RATIO TARGET met|missed. A ratio that lacks one of its sides is
+"skipped".
+"""
+
+import sys
+
+from figures import load, rounded
+
+TARGETS = {
+    "lookup-vs-rte_hash": 1,
+    "lookup-768-vs-48": 1.2,
+    "learn-vs-rte_hash": 1.5,
+    "frame-vs-flower": 1,
+    "frame-vs-ovs": 1,
+    "walk-vs-quick": 12,
+    "walk-exponent": 1.1,
+    "rule-bytes": 160,
+}
+
+MEASURED = {
+    "flood-frame-ns": "flood/new_source_per_frame",
+    "flood-longest-lock-hold-ns": "longest lock hold",
+    "rule-dump-768-ns": "rule/dump/768_rules",
+}
+
+
+def frame_ratios(guest):
+    added = guest["added"]
+    return {"frame-vs-flower": added["gpon_flow_quick"] / added["flower"]["64"],
+            "frame-vs-ovs": added["gpon_flow_quick"] / added["openvswitch"]}
+
+
+def lines_of(host, guest):
+    ratios = dict(host["ratios"])
+    if guest:
+        ratios.update(frame_ratios(guest))
+    for name, target in TARGETS.items():
+        ratio = ratios.get(name)
+        if ratio is None:
+            yield name, "-", target, "skipped"
+        else:
+            yield name, rounded(ratio, 2), target, "met" if ratio <= target else "missed"
+    for name, case in MEASURED.items():
+        yield name, rounded(host["nanoseconds"][case]), "-", "measured"
+    for flows, kept in host["rules_kept"].items():
+        yield f"rules-kept-of-{flows}-flows", kept, "-", "measured"
+
+
+def main(host, guest=None):
+    for line in lines_of(load(host), load(guest) if guest else None):
+        print(*line, sep="\t")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) not in (2, 3):
+        sys.exit("usage: bench-ratios.py RATIOS.json [GUEST.json]")
+    main(*sys.argv[1:])
