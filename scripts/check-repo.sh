@@ -40,8 +40,11 @@ fi
 
 found=$(for file in "${texts[@]}"; do
     case $file in
-    *.cpp | *.h | *.c | *.sh | *.py | *.cmake | *CMakeLists.txt | *Makefile | *Kbuild | run | .ci/run)
+    *.cpp | *.h | *.c | *.sh | *.py | *.cmake | *CMakeLists.txt | *Makefile | *Kbuild | *.mk | \
+        *.md | *.gnuplot | *.config | run | .ci/* | scripts/hooks/*)
+        # REUSE-IgnoreStart
         head -n 3 "$file" | grep -q 'SPDX-License-Identifier: GPL-2.0-only' || echo "$file"
+        # REUSE-IgnoreEnd
         ;;
     esac
 done)
@@ -53,7 +56,7 @@ fi
 sources=()
 for file in "${texts[@]}"; do
     case $file in
-    *.transcript | LICENSE) ;;
+    *.transcript | LICENSE | LICENSES/*) ;;
     *) sources+=("$file") ;;
     esac
 done

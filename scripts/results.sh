@@ -9,7 +9,9 @@ write_result() {
     local file=docs/results/$1.md
     mkdir -p docs/results
     {
+        # REUSE-IgnoreStart
         printf '<!-- SPDX-License-Identifier: GPL-2.0-only -->\n# %s\n\n' "$2"
+        # REUSE-IgnoreEnd
         cat
     } >"$file.new" && mv "$file.new" "$file" && echo "wrote $file"
 }

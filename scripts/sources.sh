@@ -19,3 +19,12 @@ cpp_sources_to_format() {
 shell_sources() {
     tracked_and_new run .ci/run '*.sh'
 }
+
+python_sources() {
+    tracked_and_new '*.py'
+}
+
+# Written by people: no recordings, no licence texts, no pictures.
+texts() {
+    tracked_and_new | grep -Ev '^(captures|fuzz/corpus|LICENSES)/|^LICENSE$|\.(pcap|svg|transcript)$'
+}

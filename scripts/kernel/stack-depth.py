@@ -6,9 +6,9 @@ usage: stack-depth.py [--verbose] LIMIT FILE.ci...
 
 The call graphs and frame sizes come from the compiler (-fcallgraph-info=su). The walk is recursive:
 it makes nine steps and refuses a tenth, so its step function is on the stack ten times at most. A
-rule table that grows adds its rules again, once. The sum leaves out the functions of the kernel. Any
-other recursion is an error, and so is a call through a pointer that may reach no known function.
-Prints the bytes, and the path with --verbose or on a failure.
+rule table that grows adds its rules again, once. The sum leaves out the functions of the kernel.
+Any other recursion is an error, and so is a call through a pointer that may reach no known
+function. Prints the bytes, and the path with --verbose or on a failure.
 """
 
 import re
@@ -19,8 +19,8 @@ ENTRY = "gpon_flow_api_dispatch"
 ACTIVATIONS = {"gpon_pkt_general_forward": 10, "gpon_hash_add_node": 2}
 STEP = "gpon_pkt_general_forward"
 # Calls through pointers: the step of the walk runs the forward function of a class, and a few
-# callers reach functions of the platform. Any other caller has a table in its own file, of functions
-# that nobody calls by name.
+# callers reach functions of the platform. Any other caller has a table in its own file, of
+# functions that nobody calls by name.
 CLASS_FUNCTION = re.compile(r"_forward$")
 NO_CLASS_FUNCTION = re.compile(r"^gpon_pkt_|^_Z")
 CALLER_OF_CLASS_FUNCTION = re.compile(r"walk_step|^gpon_pkt_general_forward$")

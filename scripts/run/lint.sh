@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] run static checks: format shell cppcheck analyzer tidy checkpatch sparse tidy-rest
+# [STEP...] run static checks: format shell python spelling licences cppcheck analyzer tidy checkpatch sparse tidy-rest
 set -eu
 . scripts/build.sh
 . scripts/sources.sh
 
-all_steps=(format shell cppcheck analyzer tidy checkpatch sparse tidy-rest)
+all_steps=(format shell python spelling licences cppcheck analyzer tidy checkpatch sparse tidy-rest)
 core_folders=(src/[!p]*/ src/pkt/)
 
 check_format() {
@@ -19,6 +19,24 @@ check_format() {
 
 check_shell() {
     shell_sources | xargs shellcheck
+}
+
+check_python() {
+    python_sources | xargs pyflakes3 && python_sources | xargs pycodestyle --max-line-length=100
+}
+
+# Words that codespell does not know, and spellings that the module's log has always had, are in
+# scripts/codespell-words.
+check_spelling() {
+    texts | xargs codespell --quiet-level 2 --ignore-words scripts/codespell-words
+}
+
+# An expression that cannot be parsed is only a message to reuse, and the file then has no licence.
+check_licences() {
+    local report
+    report=$(reuse lint 2>&1) && ! grep -q 'cannot be parsed' <<<"$report" && return
+    echo "$report"
+    return 1
 }
 
 check_cppcheck() {

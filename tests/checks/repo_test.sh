@@ -2,7 +2,9 @@
 set -eu
 . tests/checks/proof.sh
 check=scripts/check-repo.sh
+# REUSE-IgnoreStart
 licence='// SPDX-License-Identifier: GPL-2.0-only'
+# REUSE-IgnoreEnd
 
 commit_all() {
     git -C "$tree" init -q
@@ -18,7 +20,7 @@ refused() {
 
 fresh_tree
 file a.cpp <<<"$licence"
-file notes.md <<<'about build/work/ folders'
+file notes.md <<<"<!-- ${licence#// } --> about build/work/ folders"
 file LICENSE <<<'a line that ends in blanks  '
 passes "a clean tree (unpacked)" bash "$check" "$tree"
 commit_all
@@ -33,6 +35,10 @@ refused "a path of a machine" "path of one machine"
 fresh_tree
 file CMakeLists.txt <<<'project(a)'
 refused "a source without a licence" "without its licence"
+
+fresh_tree
+file a.md <<<'# Title'
+refused "a document without a licence" "without its licence"
 
 fresh_tree
 printf '%s\nint a; \n' "$licence" | file a.c
