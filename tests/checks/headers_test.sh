@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 set -eu
 . tests/checks/proof.sh
-check=scripts/check-headers.pl
+check=scripts/check-headers.py
 
 # PATH TEXT: a source of the tree and its object, which lie side by side.
 object() {
@@ -58,7 +58,7 @@ paired_tree() {
 
 check_tree() {
     mapfile -t objects < <(find "$tree" -name '*.o')
-    perl "$check" "$tree" "${objects[@]}"
+    python3 "$check" "$tree" "${objects[@]}"
 }
 
 paired_tree
@@ -86,5 +86,5 @@ violation src/pkt/walk.h 'void lost();' "lost, which no source"
 fresh_tree
 object src/me/list.cpp 'int f() { return 1; }'
 fails "a tree without a header" "no declaration" check_tree
-fails "no object" "usage" perl "$check" "$tree"
+fails "no object" "usage" python3 "$check" "$tree"
 exit "$proofs_failed"

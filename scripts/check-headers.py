@@ -1,0 +1,161 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-2.0-only
+"""Check that each declaration is in the header of the source that defines it.
+
+usage: check-headers.py ROOT OBJECT...
+
+A source of the core has a header of its own or none: each function and member function that
+src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
+GPON_DEFINED_IN(ROOM) is defined in that room. The definitions come from the objects, which are
+named after their sources (.../src/ROOM/FILE.cpp.o), through nm (NM).
+
+The headers are read without a preprocessor: a declaration that a macro makes is not seen.
+"""
+
+import glob
+import os
+import re
+import subprocess
+import sys
+
+SYMBOL = re.compile(r"(.*?): (.*) [TDBRGS] [0-9a-f]+")
+# A comment, a text or a character.
+LITERAL = re.compile(r"""/\*.*?\*/|//[^\n]*|("(?:\\.|[^"\\])*")|('(?:\\.|[^'\\])*')""", re.DOTALL)
+DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", re.MULTILINE)
+# What may stand between "class" and its name, or before it.
+DECORATION = re.compile(r'\balignas\s*\([^()]*(?:\([^()]*\))?[^()]*\)|\[\[.*?\]\]|'
+                        r'\bGPON_\w+\s*\(\s*""\s*\)', re.DOTALL)
+CLASS = re.compile(r"\b(?:struct|class|union)\s+(?:[A-Z_]+\s+)*(\w+)")
+ATTRIBUTE = re.compile(r"\[\[.*?\]\]|\b(?:alignas|decltype|__attribute__|__asm__) ?"
+                       r"\((?:[^()]|\([^()]*\))*\)")
+# No pointer to a function: there the first parenthesis is followed by an asterisk.
+FUNCTION = re.compile(r"[^=(]*?(~?\w+|operator[^(]+) ?\((?! ?\*)")
+
+
+def definitions_in(objects):
+    """Return the sources that define each strong symbol, by its name without parameters."""
+    run = subprocess.run([os.environ.get("NM", "nm"), *"-A -C -P -g --defined-only".split(),
+                          *objects], stdout=subprocess.PIPE, text=True, check=True)
+    sources = {}
+    for line in run.stdout.splitlines():
+        match = SYMBOL.match(line)
+        if not match:
+            continue
+        source = re.search(r".*/(src/.*)\.o$", match[1])
+        if not source:
+            sys.exit(f"check-headers: {match[1]} is named after no source")
+        sources.setdefault(match[2].partition("(")[0], set()).add(source[1])
+    return sources
+
+
+def bare_text(path):
+    """Return a header without comments, texts and preprocessor lines."""
+    with open(path, encoding="utf-8") as file:
+        text = file.read()
+    text = LITERAL.sub(lambda match: '""' if match[1] else "0" if match[2] else " ", text)
+    return DIRECTIVE.sub("", text)
+
+
+def scope_of(head):
+    """Return the scope that an opening brace begins, "" for one without a name.
+
+    None stands for a brace whose inside declares nothing to the outside.
+    """
+    if re.search(r'extern\s*""\s*$', head):
+        return ""
+    if match := re.search(r"\bnamespace\s*([\w:]*)\s*$", head):
+        return match[1]
+    head = DECORATION.sub("", head)
+    head = re.sub(r"^\s*template\s*<[^<>]*>", "", head)
+    if re.search(r"\benum\b|\(", head):
+        return None
+    match = CLASS.search(head)
+    return match[1] if match else None
+
+
+def declared(statement):
+    """Return the name that a statement only declares, and the room of its mark, or None."""
+    statement = re.sub(r"\s+", " ", statement)
+    statement = re.sub(r"^(?: |(?:public|protected|private) ?:)+", "", statement)
+    mark = ""
+    if match := re.match(r"GPON_DEFINED_IN\((\w+)\) ", statement):
+        mark = match[1]
+        statement = statement[match.end():]
+    if re.match(r"(?:using|typedef|friend|enum|template|static_assert)\b", statement):
+        return None
+    if re.search(r"= ?(?:default|delete)\b|\b(?:constexpr|consteval|constinit)\b", statement):
+        return None
+    statement = ATTRIBUTE.sub("", statement)
+    statement = re.sub(r'^extern "" ', "extern ", statement)
+    match = FUNCTION.match(statement)
+    if not match or re.fullmatch(r"GPON_[A-Z_]+", match[1]):
+        return None
+    return match[1], mark
+
+
+def declarations_of(path):
+    """Yield (name with its scopes, name, mark) for each declaration of a header."""
+    statement, scopes, skipped = "", [], 0
+    for token in re.findall(r"[{};]|[^{};]+", bare_text(path)):
+        if skipped:
+            skipped += {"{": 1, "}": -1}.get(token, 0)
+        elif token == "{":
+            scope = scope_of(statement)
+            if scope is not None:
+                scopes.append(scope)
+                statement = ""
+            else:
+                skipped = 1
+                # A function that is defined here ends; any other statement continues.
+                if "(" in statement and not re.search(r"=\s*$", statement):
+                    statement = ""
+        elif token == "}":
+            if not scopes:
+                sys.exit(f"check-headers: {path}: the braces do not match")
+            scopes.pop()
+            statement = ""
+        elif token == ";":
+            if found := declared(statement):
+                names = [scope for scope in scopes if scope]
+                yield "::".join([*names, found[0]]), *found
+            statement = ""
+        else:
+            statement += token
+    if scopes or skipped:
+        sys.exit(f"check-headers: {path}: the braces do not match")
+
+
+def faults_of(header, declaration, sources):
+    qualified, name, mark = declaration
+    # A function with C linkage has its bare name, whatever namespace declares it.
+    definers = sorted(sources.get(qualified) or sources.get(name) or ())
+    if not definers:
+        yield f"{header} declares {qualified}, which no source defines"
+    own = header.removesuffix("h") + "cpp"
+    for source in definers:
+        if mark and not source.startswith(f"src/{mark}/"):
+            yield f"{header} marks {name}, which {source} defines"
+        if not mark and source != own:
+            yield f"{header} declares {qualified}, which {source} defines"
+
+
+def main(root, *objects):
+    sources = definitions_in(objects)
+    count, faults = 0, []
+    for path in sorted(glob.glob(f"{root}/src/*/*.h")):
+        header = re.search(r"src/[^/]+/[^/]+$", path)[0]
+        for declaration in declarations_of(path):
+            count += 1
+            faults += faults_of(header, declaration, sources)
+    if not count:
+        faults.append(f"no declaration found below {root}/src")
+    for fault in faults:
+        print(f"check-headers: {fault}", file=sys.stderr)
+    print(f"{count} declarations")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 3:
+        sys.exit("usage: check-headers.py ROOT OBJECT...")
+    sys.exit(main(*sys.argv[1:]))
