@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Twenty times in and out with hook calls and operators at the doors all the time: whoever is inside
-# when the module goes is answered.
+# Twenty loads and unloads under hook calls and debug commands: a call that is in the module at an
+# unload still returns.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

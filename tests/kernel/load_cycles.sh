@@ -6,7 +6,7 @@
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-doors_are() {
+interfaces_are() {
     grep -c ' gpon_flow$' /proc/devices
     find /proc/gpon_flow -name debug 2>/dev/null | wc -l
 }
@@ -74,12 +74,12 @@ load_softonu unis=2
 cycle=0
 while [ $cycle -lt 50 ]; do
     load_gpon_flow
-    expect "doors while loaded" "1 1" "$(doors_are | xargs)"
+    expect "interfaces while loaded" "1 1" "$(interfaces_are | xargs)"
     begin_life
     live
     check_life
     rmmod gpon_flow || fail "cycle $cycle: no unload"
-    expect "doors after unload" "0 0" "$(doors_are | xargs)"
+    expect "interfaces after unload" "0 0" "$(interfaces_are | xargs)"
     cycle=$((cycle + 1))
 done
 rmmod gpon_softonu || fail "gpon_softonu does not unload"

@@ -6,5 +6,5 @@
 . /tests/lib.sh
 
 load_both
-parallel_doors 20 || fail "a call got an answer that its door does not have"
+parallel_calls 20 || fail "a call returned an unknown value"
 unload_both

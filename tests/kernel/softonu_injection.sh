@@ -47,7 +47,7 @@ fill_table() {
 
 reports() {
     echo 1 >$proc/report
-    softonu_door >/dev/null
+    softonu_injection >/dev/null
     echo 0 >$proc/report
     dmesg | grep -q 'gpon_softonu: @ gpon_mapping_hook = -1$' || fail "no report of a call"
 }
@@ -72,13 +72,13 @@ bad_parameters() {
 modprobe dummy
 bad_parameters
 load_softonu unis=15 gem_ports=1025,1026
-expect "mode of the door" 600 "$(stat -c %a /dev/gpon_softonu)"
+expect "mode of the device" 600 "$(stat -c %a /dev/gpon_softonu)"
 expect "mode of the mapping" 600 "$(stat -c %a $proc/mapping)"
 expect "mapping at first" "table add gem=1025" "$(xargs <$proc/mapping)"
 expect "queue mapping at first" "table add queue=0" "$(xargs <$proc/queue_mapping)"
 expect "hooks at first" "id 59 priority 0 enable 1 gpon_flow_mapping" "$(cat $proc/hooks)"
 printf 'clear\nadd vid=100 gem=1025\nadd gem=1026\n' >$proc/mapping
-softonu_door || fail "a wrong answer of the door"
+softonu_injection || fail "the injection device returned a wrong value"
 reports
 bad_lines
 fill_table

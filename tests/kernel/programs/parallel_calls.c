@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * parallel_doors SECONDS: every door at once, each from several threads. Managed entities come and
- * go while the graph that they form is walked, rules are learnt while they are flushed, levels and
- * filters change while packets are looked at. Whatever a call is answered must be an answer that
- * the door has.
+ * parallel_calls SECONDS: every interface at once, each from several threads. Managed entities are
+ * created and deleted while their graph is walked, rules are learnt while they are flushed, levels
+ * and filters change while packets are filtered. A call must return one of its known values.
  */
 #include <errno.h>
 #include <fcntl.h>
