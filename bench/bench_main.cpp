@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The cases as benchmarks, each with what it allocates. */
+/* Runs the cases as benchmarks and reports their allocations. */
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -66,7 +66,7 @@ void run_pass_by_pass(benchmark::State& state, const bench_case& which)
     count_memory(state, allocations, bytes, done);
 }
 
-// The first thread makes what all work on; the loop's start and end are barriers.
+// The first thread creates the shared data; the start and the end of the loop are barriers.
 void run_in_threads(benchmark::State& state, const bench_case& which)
 {
     static std::unique_ptr<work> shared;
@@ -81,7 +81,7 @@ void run_in_threads(benchmark::State& state, const bench_case& which)
         shared->pass();
         done += shared->operations();
     }
-    // What a thread pays for one operation; the wall clock would count other programs too.
+    // CPU time of one thread for one operation; the wall clock would include other programs.
     state.counters["cpu_ns"] = benchmark::Counter(
         static_cast<double>(thread_nanoseconds() - start) / static_cast<double>(done),
         benchmark::Counter::kAvgThreads);

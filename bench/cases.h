@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * What is measured. One case is a small piece of work, prepared once and then done over and over;
- * the benchmark, the ratios and the instruction counts all take their work from this list, so that
- * a figure in one is about the same code as in another.
+ * The measured cases. A case is a small piece of work, prepared once and then repeated. The
+ * benchmarks, the ratios and the instruction counts use this list, so their figures refer to the
+ * same code.
  */
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace gpon::bench {
 
-/* One piece of work. The constructor builds what it needs on a fresh platform; one case lives at a
+/* One piece of work. The constructor builds its data on a reset platform; only one case exists at a
  * time. */
 class work {
 public:
@@ -35,10 +35,10 @@ public:
 struct bench_case {
     std::string name;
     std::function<std::unique_ptr<work>()> make;
-    bool prepares = false; // prepare() has something to do: passes are timed one by one
-    bool parallel = false; // several threads may be in pass() at once
-    bool resets = false;   // starts the platform anew, and with it the counts of memory
-    bool counted = true;   // its instructions are the same from run to run
+    bool prepares = false; // prepare() is needed: each pass is timed separately
+    bool parallel = false; // several threads may call pass() at once
+    bool resets = false;   // resets the platform and its memory counters
+    bool counted = true;   // takes the same instructions in every run
 };
 using case_list = std::vector<bench_case>;
 
@@ -56,13 +56,13 @@ void add_chained_cases(case_list& cases);
 void add_lfht_cases(case_list& cases);
 void add_rte_hash_cases(case_list& cases);
 
-/* A case of class Work, made with these arguments. */
+/* A case of class Work with these constructor arguments. */
 template <typename Work, typename... Args> bench_case make_case(std::string name, Args... args)
 {
     return {std::move(name), [=] { return std::make_unique<Work>(args...); }};
 }
 
-/* Keeps the compiler from dropping work whose result nobody reads. */
+/* Prevents the compiler from removing work with an unused result. */
 template <typename T> inline void keep(T&& value)
 {
     asm volatile("" : : "g"(&value) : "memory");

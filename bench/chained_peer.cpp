@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * What one writes first: a table of chains, a CRC that takes a byte at a time, a node with key and
- * value from the allocator, a mutex around it all.
+ * The obvious implementation: a table of chains, a bytewise CRC, an allocated node with key and
+ * value, a mutex around each operation.
  */
 #include <array>
 #include <cstring>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* A clock that stands still while another program has the CPU. */
+/* A clock that does not advance while another program uses the CPU. */
 #pragma once
 
 #include <time.h>
@@ -16,7 +16,7 @@ inline uint64_t thread_nanoseconds()
     return static_cast<uint64_t>(now.tv_sec) * 1000000000u + static_cast<uint64_t>(now.tv_nsec);
 }
 
-/* What reading the clock costs, the best of many tries. */
+/* The cost of reading the clock, the minimum of many readings. */
 inline uint64_t clock_cost()
 {
     static const uint64_t cost = [] {
@@ -30,7 +30,7 @@ inline uint64_t clock_cost()
     return cost;
 }
 
-/* Time between two readings, less the cost of reading. */
+/* Time between two readings, without the cost of reading. */
 inline uint64_t nanoseconds_between(uint64_t start, uint64_t end)
 {
     const uint64_t passed = end - start;

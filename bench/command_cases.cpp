@@ -24,7 +24,7 @@ private:
     gpon_raw_vtfd filter_ = {};
 };
 
-/* A bridge port that comes and goes, with the links that other entities record of it. */
+/* Creates and deletes a bridge port, with the links that other entities record. */
 class create_and_delete final : public work {
 public:
     create_and_delete()
@@ -48,7 +48,7 @@ private:
     gpon_raw_mbpcd port_ = {};
 };
 
-/* Everything that a line of 8 services takes, from nothing. */
+/* Loads the module and provisions a line of 8 services. */
 class provision final : public work {
 public:
     void pass() override { const line provisioned(line_shape{1, 8}); }
@@ -62,7 +62,7 @@ void add_command_cases(case_list& cases)
     cases.push_back(make_case<create_and_delete>("command/create_and_delete_port"));
     cases.push_back(make_case<provision>("command/load_and_provision_8_services"));
     cases.back().resets = true;
-    // The thread that frees after the readers runs when it likes.
+    // The thread that runs deferred frees runs at any time.
     for (size_t i = cases.size() - 3; i < cases.size(); ++i)
         cases[i].counted = false;
 }

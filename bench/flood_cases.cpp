@@ -8,8 +8,8 @@
 namespace gpon::bench {
 namespace {
 
-/* A subscriber's host that takes a new source address for each frame: every frame walks and learns,
- * and the table, at its largest size, sweeps whenever it is full. */
+/* A host that uses a new source address for each frame: every frame is walked and learnt, and the
+ * table, at its largest size, is swept whenever it is full. */
 class flood final : public work {
 public:
     void pass() override
@@ -19,7 +19,7 @@ public:
             keep(host::hook(GPON_API_UP_UNI, 0, &frame_.packet));
         }
     }
-    // Several times the table, so that every pass has its share of sweeps.
+    // Several times the size of the table, so that every pass includes sweeps.
     uint32_t operations() const override { return 8 * GPON_HASH_MAX_SIZE; }
 
 private:
@@ -28,7 +28,7 @@ private:
     uint32_t station_ = 0;
 };
 
-/* The dump of a full table, every line formatted; bottom halves are off all the while. */
+/* The dump of a full table, with every line formatted; bottom halves are disabled during it. */
 class dump final : public work {
 public:
     dump()

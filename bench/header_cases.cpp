@@ -23,7 +23,7 @@ private:
     frame frame_{100};
 };
 
-// The reader that a mapper asks for every frame.
+// The header reader that a mapper calls for every frame.
 class priority final : public work {
 public:
     void pass() override { keep(gpon_pkt_get_pbit(&frame_.packet)); }

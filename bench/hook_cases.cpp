@@ -36,8 +36,8 @@ uint32_t hash_of(const frame& sent, uint16_t flag)
     return gpon_hash_calc_key(key, length);
 }
 
-/* A frame of each service, from stations whose rules do not share a bucket: as many as the smallest
- * table takes before it grows find room in it, and all of them in one of twice the size. */
+/* A frame of each service, from stations whose rules do not share a bucket: neither in the smallest
+ * table before it grows, nor all of them in a table of twice the size. */
 std::vector<std::unique_ptr<frame>> frames_of(const line_shape& shape, uint16_t flag)
 {
     constexpr uint32_t buckets = GPON_HASH_MIN_SIZE;
@@ -61,14 +61,14 @@ std::vector<std::unique_ptr<frame>> frames_of(const line_shape& shape, uint16_t 
     return frames;
 }
 
-/* Whole hook calls, a frame of every service in turn. */
+/* Whole hook calls, with the frames of all services in turn. */
 class hook_calls : public work {
 public:
     hook_calls(direction way, unsigned services) : way_(way), line_(line_shape{1, services})
     {
         for (auto& frames : frames_)
             frames = frames_of(line_.shape, way.flag);
-        // The first round may grow the table, and drops what does not fit before.
+        // The first round may grow the table; rules that collide before that are dropped.
         for (int round = 0; round < 3; ++round)
             pass();
         if (gpon_hash_table_record.total_num != services)
@@ -88,7 +88,7 @@ public:
 private:
     const direction way_;
     line line_;
-    // A CPU has its own packets.
+    // Each CPU has its own packets.
     std::vector<std::unique_ptr<frame>> frames_[2];
 };
 

@@ -53,7 +53,7 @@ std::vector<rule_key> keys_for(unsigned count, uint16_t length, unsigned buckets
 std::vector<rule_key> other_keys(std::span<const rule_key> keys)
 {
     std::vector<rule_key> others(keys.begin(), keys.end());
-    // No gateway of these has that address.
+    // No gateway of these keys has this address.
     for (rule_key& key : others)
         key.bytes[5] = 0xfe;
     return others;

@@ -19,14 +19,14 @@ struct rule_key {
 /* Bytes of a key: untagged 16, one tag 20, two tags 24. */
 inline constexpr uint16_t key_lengths[] = {16, 24};
 
-/* count keys of upstream frames with that length, none of which shares a bucket with another in a
- * table of that many buckets (the rule table holds one rule a bucket). The same on every call. */
+/* count keys of upstream frames with that length. No two share a bucket in a table of that many
+ * buckets (the rule table holds one rule per bucket). The same on every call. */
 std::vector<rule_key> keys_for(unsigned count, uint16_t length, unsigned buckets);
 
-/* As many keys again, none of them among those. */
+/* The same number of other keys. */
 std::vector<rule_key> other_keys(std::span<const rule_key> keys);
 
-/* A trace such as a walk through a bridge and a mapper leaves. */
+/* The trace of a walk through a bridge and a mapper. */
 gpon_rule_trace trace_of_a_walk();
 
 } // namespace gpon::bench

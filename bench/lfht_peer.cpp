@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* liburcu's lock-free hash table, hashed as the rule table is; readers are in a read section. */
+/* liburcu's lock-free hash table with the hash of the rule table; readers use read-side sections.
+ */
 #define rcu_head urcu_head
 #define _LGPL_SOURCE 1 // read sections inline
 #include <urcu/rculfhash.h>
@@ -88,7 +89,7 @@ private:
             throw std::runtime_error("no memory for liburcu's hash table");
     }
 
-    // No reader is left, so nodes need not wait for one.
+    // No reader is left, so nodes are freed without a grace period.
     void drop()
     {
         cds_lfht_iter at;

@@ -144,7 +144,7 @@ line::line(line_shape wanted) : shape(wanted)
     for (unsigned service = 0; service < shape.all(); ++service)
         create_service(shape, service);
     host::hook(GPON_API_SWITCH, 1, nullptr);
-    // Or another thread frees what the commands replaced while something else is measured.
+    // Otherwise another thread runs the deferred frees of the commands during a measurement.
     host::rcu_settle();
 }
 

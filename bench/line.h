@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* A subscriber line, provisioned through the control device as an OMCI stack does it. */
+/* A subscriber line, provisioned through the character device like by an OMCI stack. */
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ struct line_shape {
     unsigned all() const { return bridges * services; }
 };
 
-/* The module, loaded on a fresh platform with that line, until the end of the object's life. */
+/* The module, loaded on a reset platform with that line, during the lifetime of the object. */
 class line {
 public:
     explicit line(line_shape shape);
@@ -51,7 +51,7 @@ struct frame {
     sk_buff packet = {};
 };
 
-/* One create or set through the control device; ends the program when it is refused. */
+/* One create or set through the character device; ends the program if it fails. */
 void command(uint8_t msg_type, uint16_t class_id, uint16_t inst_id, uint16_t mask,
              const void* record);
 

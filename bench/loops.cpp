@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The cases whose instructions repeat, for callgrind: each is counted between two client requests
- * and dumped under its name, with the number of operations that the count is about, allocations and
- * bytes of one. Without arguments all of them, else those whose names are given.
+ * The cases with repeatable instruction counts, for callgrind. Each is counted between two client
+ * requests and dumped under its name, with the number of operations, and the allocations and bytes
+ * of one operation. Arguments are names of cases; without arguments all cases run.
  */
 #include <valgrind/callgrind.h>
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The cases of a table that the rule table is compared with. */
+/* The cases of a table for comparison with the rule table. */
 #pragma once
 
 #include <memory>

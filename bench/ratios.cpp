@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The figures behind the targets. Work whose costs are compared is done in turns, a pass of each,
- * so that whatever disturbs the machine disturbs all of them; a figure is the median of its passes.
- * Writes JSON to standard output. An argument is the number of rounds.
+ * The figures for the targets. Compared cases run in turns, one pass of each, so that the load of
+ * the machine affects all of them. A figure is the median of its passes. Writes JSON to standard
+ * output. The argument is the number of rounds.
  */
 #include <algorithm>
 #include <cmath>
@@ -42,7 +42,7 @@ double nanoseconds_of_pass(work& made)
     return static_cast<double>(nanoseconds_between(start, end)) / made.operations();
 }
 
-// A process has one module: within a round each case is made, warmed, timed and dropped.
+// A process has one module: in each round every case is created, warmed up, timed and destroyed.
 constexpr unsigned passes_a_round = 41;
 
 double median_of_passes(const std::string& name)
@@ -70,7 +70,7 @@ figures measure(const std::vector<std::string>& names)
     return result;
 }
 
-/* Slope of the line through the points in a double logarithmic drawing. */
+/* Slope of the line through the points on a log-log scale. */
 double exponent(const std::vector<std::pair<double, double>>& points)
 {
     double x = 0, y = 0, xx = 0, xy = 0;
@@ -84,8 +84,8 @@ double exponent(const std::vector<std::pair<double, double>>& points)
     return (n * xy - x * y) / (n * xx - x * x);
 }
 
-/* The longest add of a flood of new keys: each add's best of all rounds, since only what an add
- * always takes is its own. */
+/* The longest add of a flood of new keys. The time of each add is its minimum over all rounds,
+ * which excludes the load of the machine. */
 double longest_lock_hold()
 {
     const line loaded(line_shape{0, 0});
@@ -106,7 +106,7 @@ double longest_lock_hold()
     return static_cast<double>(*std::ranges::max_element(best));
 }
 
-/* Bytes asked of the allocator for one rule with the longest key. */
+/* Bytes requested from the allocator for one rule with the longest key. */
 double bytes_of_a_rule()
 {
     const line loaded(line_shape{0, 0});
@@ -117,7 +117,7 @@ double bytes_of_a_rule()
     return static_cast<double>(host::memory().live_bytes - before.live_bytes);
 }
 
-/* How many of that many flows a table has learnt that began with 64 buckets. */
+/* Number of stored rules after a table of initially 64 buckets has learnt that many flows. */
 double rules_kept_of(unsigned flows)
 {
     const line loaded(line_shape{0, 0});

@@ -11,13 +11,13 @@
 namespace gpon::bench {
 namespace {
 
-// The last service of a line: whoever searches a list for it passes all the others.
+// The last service of a line: a search of a list for it passes all the others.
 unsigned last_of(const line_shape& shape)
 {
     return shape.all() - 1;
 }
 
-/* The last step of an iteration over what a bridge has recorded. */
+/* The last step of an iteration over the ids that a bridge has recorded. */
 class forward_query final : public work {
 public:
     explicit forward_query(line_shape shape) : line_(shape) {}
@@ -39,7 +39,7 @@ private:
                                                            : uni_port_id;
 };
 
-/* Which mapper has recorded the last bridge port. */
+/* Finds the mapper that has recorded the last bridge port. */
 class reverse_query final : public work {
 public:
     explicit reverse_query(line_shape shape) : line_(shape) {}
@@ -58,8 +58,8 @@ private:
     frame frame_{100};
 };
 
-/* A full walk for a frame of the last service, without rule and queue. Upstream, it tries every
- * port of the bridge, or every bridge, on its way; downstream it goes straight there. */
+/* A full walk for a frame of the last service, without rule and queue. Upstream it tries every port
+ * of the bridge, or every bridge; downstream it goes directly to the port. */
 class walk final : public work {
 public:
     walk(line_shape shape, bool upstream) : line_(shape), upstream_(upstream)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * DPDK's hash table with the CRC that its CPU instruction computes, one writer and no lock: its
- * fastest set-up, in which only one thread may use it. The value is an index into an array.
+ * DPDK's hash table with the CRC instruction, one writer and no lock: its fastest configuration,
+ * for one thread only. The value is an index into an array.
  */
 #include <rte_eal.h>
 #include <rte_hash.h>
@@ -15,8 +15,8 @@
 namespace gpon::bench {
 namespace {
 
-// Once in a process, without huge pages or devices. EAL binds the thread to one CPU; the other
-// benchmarks want it back as it was.
+// Once per process, without huge pages or devices. EAL binds the thread to one CPU; this is undone
+// for the other benchmarks.
 void start_eal()
 {
     static const bool started = [] {
@@ -32,7 +32,7 @@ void start_eal()
         throw std::runtime_error("DPDK does not start");
 }
 
-/* With values, it does what the rule table does; without, it is the two library calls alone. */
+/* With values it does the same as the rule table; without, only the two library calls. */
 template <bool with_values> class rte_table {
 public:
     explicit rte_table(uint16_t length)

@@ -11,7 +11,7 @@
 namespace gpon::bench {
 namespace {
 
-// Buckets of a table that has learnt that many rules one by one.
+// Number of buckets of a table after it has learnt that many rules.
 unsigned buckets_for(unsigned rules)
 {
     unsigned buckets = GPON_HASH_MIN_SIZE;
@@ -20,7 +20,7 @@ unsigned buckets_for(unsigned rules)
     return buckets;
 }
 
-/* A loaded module and keys that are all stored, in a table of the size that holds them. */
+/* A loaded module and keys that are all stored, in a table of sufficient size. */
 class table_work : public work {
 protected:
     table_work(unsigned rules, uint16_t length) : keys(keys_for(rules, length, buckets_for(rules)))
@@ -86,7 +86,7 @@ public:
     uint32_t operations() const override { return static_cast<uint32_t>(keys.size()); }
 };
 
-/* A rule learnt again, as when two CPUs walk for the same flow. */
+/* Learns an existing rule again, as if two CPUs walk for the same flow. */
 class relearn final : public table_work {
 public:
     relearn(unsigned rules, uint16_t length) : table_work(rules, length) { learn_and_check(); }
@@ -95,8 +95,8 @@ public:
     uint32_t operations() const override { return static_cast<uint32_t>(keys.size()); }
 };
 
-/* From 64 buckets to the largest table, growth included. Some keys share a bucket while the table
- * is small, and are dropped as in life. */
+/* From 64 buckets to the largest table, including growth. Some keys share a bucket while the table
+ * is small, and are dropped as in operation. */
 class growth final : public table_work {
 public:
     growth(unsigned rules, uint16_t length) : table_work(rules, length) {}
@@ -106,7 +106,7 @@ public:
     uint32_t operations() const override { return static_cast<uint32_t>(keys.size()); }
 };
 
-/* The aging timer's work on a full table of which every rule was used. */
+/* The aging sweep of a full table in which every rule was used. */
 class sweep final : public table_work {
 public:
     sweep(unsigned rules, uint16_t length) : table_work(rules, length) { learn_and_check(); }
@@ -119,7 +119,7 @@ public:
     }
 };
 
-/* The same when no rule was used since the last sweep: all of them go. */
+/* The same if no rule was used since the last sweep: all are deleted. */
 class sweep_out final : public table_work {
 public:
     sweep_out(unsigned rules, uint16_t length) : table_work(rules, length) {}
@@ -145,7 +145,7 @@ public:
     void pass() override { gpon_hash_clean_all_safe(); }
 };
 
-/* What every look-up pays for the lock, nobody else wanting it. */
+/* The cost of the uncontended lock in a look-up. */
 class lock_alone final : public work {
 public:
     void pass() override { const bh_lock lock(gpon_hash_lock); }

@@ -3,7 +3,7 @@
 
 namespace gpon::bench {
 
-/* Which of the threads that measure at the same time this one is: 0 or 1. */
+/* Index of this thread among the threads that measure at the same time: 0 or 1. */
 inline thread_local int thread_number = 0;
 
 } // namespace gpon::bench
