@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The bytes of a fuzzer's input, taken from the front. Past the end everything reads as 0.
+// The bytes of a fuzzer's input, consumed from the front. Beyond the end all bytes read as 0.
 #pragma once
 
 #include <algorithm>
@@ -38,7 +38,7 @@ public:
         return low | static_cast<uint32_t>(u16()) << 16;
     }
 
-    /// Exactly as long as there are bytes, in a block of its own: reading further is found.
+    /// Exactly the remaining bytes, in a separate block, so that a read beyond them is detected.
     std::vector<uint8_t> some(size_t count)
     {
         const auto taken = rest_.first(std::min(count, rest_.size()));
@@ -46,7 +46,7 @@ public:
         return {taken.begin(), taken.end()};
     }
 
-    /// The same, filled up with zeros.
+    /// The same, padded with zeros.
     std::vector<uint8_t> exactly(size_t count)
     {
         std::vector<uint8_t> bytes = some(count);

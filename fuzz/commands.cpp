@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A stream of commands of every kind; the invariants are looked at after every step.
+// A stream of commands of every kind; the invariants are checked after every step.
 #include "fuzz/byte_source.h"
 #include "fuzz/line.h"
 #include "fuzz/step.h"

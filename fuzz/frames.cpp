@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Frames of any bytes through every kind of call, over lines as operators provision them.
+// Frames of any bytes in every kind of hook call, on lines as operators provision them.
 #include <array>
 #include <optional>
 
@@ -26,8 +26,8 @@ constexpr std::array graphs = {
     "tests/scenarios/filter/count-beyond-the-list-reads-the-record.scn",
 };
 
-// The line of a graph; provisioned anew only when another one is asked for, as packets change
-// nothing in it but the rules.
+// The line of a graph; provisioned again only for another graph, because packets change only the
+// rules.
 line& line_of(size_t graph, bool listening)
 {
     static std::optional<line> current;
@@ -46,7 +46,7 @@ line& line_of(size_t graph, bool listening)
     return *current;
 }
 
-// A backend's packets begin at their MAC header; here it may lie anywhere.
+// The packets of a backend begin at their MAC header; here it can be at any offset.
 void call(const hook_command& what, uint32_t mac_offset)
 {
     sk_buff packet;
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const uint32_t mac_offset = input.u8();
         const hook_command packet = take_packet(input);
         call(packet, mac_offset);
-        // The same once more meets the rule that the first has left.
+        // The same frame again finds the rule of the first one.
         call(packet, mac_offset);
     }
     module.check();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The module under a fuzzer: loaded, driven by commands, and held to its invariants.
+// The module under a fuzzer: loads it, runs commands and checks its invariants.
 #pragma once
 
 #include <memory>
@@ -10,34 +10,34 @@
 
 namespace gponflow::fuzz {
 
-/// Ends the process, which the fuzzer takes for a finding, unless the promise holds.
+/// Ends the process if the condition does not hold; the fuzzer reports this as a finding.
 void require(bool holds, const char* promise);
 
-/// One at a time, as there is one module in a process.
+/// Only one object at a time: a process has one module.
 class line {
 public:
-    /// A fresh platform with the module loaded.
+    /// Resets the platform and loads the module.
     explicit line(bool listening);
 
-    /// With it everything that the module prints is formatted, and thrown away.
+    /// If set, all output of the module is formatted and discarded.
     void listen(bool listening);
 
-    /// Unloads; nothing may stay allocated.
+    /// Unloads the module; no memory may stay allocated.
     ~line();
     line(const line&) = delete;
     line& operator=(const line&) = delete;
 
-    /// Does what the command asks for, unless it is out of place. False once nothing more can be
-    /// done: the module panicked while loading.
+    /// Runs the command if it is possible in the current state. Returns false after the module
+    /// panicked during load.
     bool execute(const any_command& what);
 
     /// Runs the commands of a scenario file up to its first packet.
     void provision(const std::string& file);
 
-    /// The invariants of the store and the rule table.
+    /// Checks the invariants of the store and the rule table.
     void check();
 
-    /// The same for what the command can have changed: packets and time leave the store alone.
+    /// The same for the data that the command can change: packets and time do not change the store.
     void check_after(const any_command& what);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Lines written to the proc entry of a module that has something to show.
+// Lines written to the proc entry of a module with instances and rules.
 #include <optional>
 #include <string_view>
 
@@ -22,8 +22,8 @@ const hook_command& known_packet()
     return packet;
 }
 
-// The tour's line. Lines can delete instances, which the number of blocks shows; it is then
-// provisioned anew.
+// The line of the tour. If the number of blocks shows that a proc line deleted instances, the line
+// is provisioned again.
 line& provisioned_line()
 {
     static std::optional<line> current;
