@@ -4,7 +4,8 @@
 # usage: check-layers.sh [ROOT]
 #
 # The core is layered: a file includes only its own layer and lower ones. Of the standard library it
-# includes only headers that need no library at run time.
+# includes only headers that need no library at run time. The glue of the kernel includes the
+# declarations of platform/api and its own headers, nothing of the core or of a platform.
 set -eu
 # shellcheck source=scripts/layers.sh
 . "$(dirname "$(readlink -f "$0")")/layers.sh"
@@ -48,6 +49,20 @@ check_own_header() { # FILE HEADER
     fi
 }
 
+# FILE: lines "< HEADER" and "\" HEADER".
+list_includes() {
+    sed -nE 's/^[[:blank:]]*#[[:blank:]]*include[[:blank:]]*([<"])([^>"]+)[>"].*/\1 \2/p' "$1"
+}
+
+check_glue_header() { # FILE HEADER
+    local path
+    path=$(realpath -m --relative-to=. "${1%/*}/$2")
+    case $path in
+    src/platform/linux/* | src/platform/api/*) ;;
+    *) complain "$1 includes $path, which is outside of the platform" ;;
+    esac
+}
+
 files=0
 while IFS= read -r file; do
     files=$((files + 1))
@@ -56,10 +71,15 @@ while IFS= read -r file; do
         '<') check_system_header "$file" "$header" ;;
         '"') check_own_header "$file" "$header" ;;
         esac
-    done < <(sed -nE 's/^[[:blank:]]*#[[:blank:]]*include[[:blank:]]*([<"])([^>"]+)[>"].*/\1 \2/p' \
-        "$file")
+    done < <(list_includes "$file")
 done < <(find src -type f \( -name '*.h' -o -name '*.cpp' \) ! -path 'src/platform/linux/*' \
     ! -path 'src/platform/host/*' 2>/dev/null | sort)
+
+for file in src/platform/linux/*.[ch]; do
+    while read -r kind header; do
+        [ "$kind" = '<' ] || check_glue_header "$file" "$header"
+    done < <([ ! -f "$file" ] || list_includes "$file")
+done
 
 if [ "$files" = 0 ]; then
     complain "no source of the core found in $PWD"

@@ -23,10 +23,10 @@ void softonu_set_fields(struct sk_buff *skb, u8 port, u16 gemport_id, bool multi
 	struct softonu_packet *packet = softonu_packet(skb);
 
 	memset(skb->cb, 0, sizeof(skb->cb));
-	packet->port_word = (u32)port << SOFTONU_PORT_SHIFT;
-	packet->mark_word = skb->mark;
-	packet->gemport_id = gemport_id;
-	packet->multicast = multicast;
+	packet->fields.port_word = (u32)port << SOFTONU_PORT_SHIFT;
+	packet->fields.mark_word = skb->mark;
+	packet->fields.gemport_id = gemport_id;
+	packet->fields.multicast = multicast;
 	packet->queue = SOFTONU_NO_QUEUE;
 }
 

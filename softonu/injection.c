@@ -35,21 +35,21 @@ static void set_fields(struct sk_buff *skb, const struct softonu_hook_call *call
 	struct softonu_packet *packet = softonu_packet(skb);
 
 	softonu_set_fields(skb, 0, call->gemport_id, false);
-	packet->flag_word = call->flag_word;
-	packet->port_word = call->port_word;
-	packet->mark_word = call->mark_word;
-	packet->multicast = call->multicast;
+	packet->fields.flag_word = call->flag_word;
+	packet->fields.port_word = call->port_word;
+	packet->fields.mark_word = call->mark_word;
+	packet->fields.multicast = call->multicast;
 }
 
 static void get_fields(const struct sk_buff *skb, struct softonu_hook_call *call)
 {
 	const struct softonu_packet *packet = softonu_packet(skb);
 
-	call->flag_word = packet->flag_word;
-	call->port_word = packet->port_word;
-	call->mark_word = packet->mark_word;
-	call->gemport_id = packet->gemport_id;
-	call->multicast = packet->multicast;
+	call->flag_word = packet->fields.flag_word;
+	call->port_word = packet->fields.port_word;
+	call->mark_word = packet->fields.mark_word;
+	call->gemport_id = packet->fields.gemport_id;
+	call->multicast = packet->fields.multicast;
 	call->queue = packet->queue;
 }
 

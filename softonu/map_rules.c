@@ -27,8 +27,8 @@ static void read_keys(const struct sk_buff *skb, int *key)
 	const struct softonu_packet *packet = softonu_packet(skb);
 	const struct vlan_ethhdr *header = (const struct vlan_ethhdr *)skb->data;
 
-	key[RULE_UNI] = (packet->port_word & SOFTONU_PORT_MASK) >> SOFTONU_PORT_SHIFT;
-	key[RULE_GEM] = packet->gemport_id;
+	key[RULE_UNI] = (packet->fields.port_word & SOFTONU_PORT_MASK) >> SOFTONU_PORT_SHIFT;
+	key[RULE_GEM] = packet->fields.gemport_id;
 	key[RULE_VID] = RULE_UNTAGGED;
 	key[RULE_PBIT] = RULE_UNTAGGED;
 	if (skb_headlen(skb) >= sizeof(*header) && eth_type_vlan(header->h_vlan_proto)) {

@@ -65,7 +65,7 @@ static int map_gem(struct sk_buff *skb)
 	int answer = look_up(SOFTONU_MAP_GEM, skb, &gem);
 
 	if (gem >= 0)
-		softonu_packet(skb)->gemport_id = gem;
+		softonu_packet(skb)->fields.gemport_id = gem;
 	if (READ_ONCE(report))
 		pr_info("@ gpon_mapping_hook = %d\n", answer);
 	return answer;
@@ -80,7 +80,7 @@ static int map_queue(struct sk_buff *skb)
 		softonu_packet(skb)->queue = queue;
 	if (READ_ONCE(report))
 		pr_info("@ gpon_queue_mapping_hook gem=%u = %d\n",
-			softonu_packet(skb)->gemport_id, answer);
+			softonu_packet(skb)->fields.gemport_id, answer);
 	return answer;
 }
 

@@ -117,7 +117,7 @@ static void leave_on_ani(struct sk_buff *skb, struct softonu_dev *ani)
 		drop(skb, ani, SOFTONU_TX_HOOK);
 		return;
 	}
-	gem = softonu_find_gem(softonu_packet(skb)->gemport_id);
+	gem = softonu_find_gem(softonu_packet(skb)->fields.gemport_id);
 	if (!gem)
 		drop(skb, ani, SOFTONU_TX_NO_GEM);
 	else if (gem->multicast)

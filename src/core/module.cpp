@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Loading and unloading.
-#include "module.h"
-
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../hash/aging.h"
 #include "../include/uapi/gpon_flow.h"
 #include "../me/list.h"
 #include "../me/registry.h"
+#include "../platform/api/module_entry.h"
 #include "chrdev.h"
 #include "hook.h"
 #include "proc.h"

@@ -3,6 +3,7 @@
 #ifndef GPON_HASH_AGING_H
 #define GPON_HASH_AGING_H
 
+#include "../platform/api/module_entry.h"
 #include "rule_table.h"
 
 /* Period of the sweep in jiffies; a tick count that does not scale with HZ. */

@@ -15,11 +15,9 @@
 #include "platform/host/state.h"
 
 #include "platform/api/kernel_api.h"
+#include "platform/api/module_entry.h"
 
 extern "C" {
-int init_module(void);
-void cleanup_module(void);
-
 // Bounds of the module's mutable data, from the linker; absent when the module has none.
 [[gnu::weak]] extern std::byte __start_gpon_data[];
 [[gnu::weak]] extern std::byte __stop_gpon_data[];

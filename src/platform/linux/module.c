@@ -11,11 +11,8 @@
 #include <linux/init.h>
 #include <linux/module.h>
 
+#include "../api/module_entry.h"
 #include "glue.h"
-
-int gpon_core_init_module(void);
-void gpon_core_cleanup_module(void);
-int gpon_hash_exit(void);
 
 /* The build hides all symbols without this attribute; the kernel finds these two by name. */
 __visible __attribute__((visibility("default"))) int init_module(void);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Packets: where the frame lies in a socket buffer, and where the platform keeps its own fields.
- * The latter is the one thing here that a port to another platform replaces (docs/porting.md).
+ * Packets: where the frame is in a socket buffer. The platform's own fields are in packet_layout.h.
  *
  * Only bytes of the linear part can be read. The platform pulls a frame's headers into it before
  * it calls the hook; whatever stays in pages is not seen, as if the frame ended there.
@@ -9,9 +8,9 @@
 #include <linux/skbuff.h>
 
 #include "glue.h"
-#include "../../../softonu/softonu_packet.h"
+#include "packet_layout.h"
 
-const unsigned int gpon_os_skb_flag_word_offset = SOFTONU_FLAG_WORD_OFFSET;
+const unsigned int gpon_os_skb_flag_word_offset = GPON_PACKET_FLAG_WORD_OFFSET;
 
 const unsigned char *gpon_os_skb_frame(const struct sk_buff *skb, unsigned int *bytes)
 {
@@ -33,25 +32,25 @@ const unsigned char *gpon_os_skb_mac_frame(const struct sk_buff *skb, unsigned i
 
 unsigned int gpon_os_skb_port_word(const struct sk_buff *skb)
 {
-	return softonu_packet(skb)->port_word;
+	return gpon_packet_port_word(skb);
 }
 
 unsigned int gpon_os_skb_mark_word(const struct sk_buff *skb)
 {
-	return softonu_packet(skb)->mark_word;
+	return gpon_packet_mark_word(skb);
 }
 
 unsigned short gpon_os_skb_gemport_id(const struct sk_buff *skb)
 {
-	return softonu_packet(skb)->gemport_id;
+	return gpon_packet_gemport_id(skb);
 }
 
 void gpon_os_skb_set_gemport_id(struct sk_buff *skb, unsigned short gemport_id)
 {
-	softonu_packet(skb)->gemport_id = gemport_id;
+	gpon_packet_set_gemport_id(skb, gemport_id);
 }
 
 unsigned short gpon_os_skb_multicast(const struct sk_buff *skb)
 {
-	return softonu_packet(skb)->multicast;
+	return gpon_packet_multicast(skb);
 }
