@@ -123,7 +123,7 @@ struct table {
             print_dashes(width);
         }
         print_values(inst.related, start);
-        // A full list ends without a line feed; what follows continues its line.
+        // A full list ends without a line feed; the following text continues its line.
         if (extra_text[0] != '\0')
             pr_cont("%s", extra_text);
         print_dashes(width);

@@ -9,7 +9,8 @@
 
 namespace {
 
-// What a kernel leaves in the back link of a node taken off a list readers may still be on.
+// Value that a kernel writes to the back link of a node that is removed while readers may still use
+// the list.
 list_head* const POISON_PREV = reinterpret_cast<list_head*>(0x122);
 
 void unlink(list_head& link)

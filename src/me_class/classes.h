@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The records of the mirrored classes, as the class table names them. */
+/* Declarations of the records of the mirrored classes. */
 #ifndef GPON_ME_CLASSES_H
 #define GPON_ME_CLASSES_H
 

@@ -8,12 +8,12 @@
 namespace gpon {
 
 /* Writes single values as cells under their names, from left to right, and lists into the extra
- * text, one a line. A column that starts beyond the buffers is left out, one that crosses their end
- * is cut. Returns the length of the titles as written; 0 without a buffer or a record. */
+ * text, one per line. A column that starts beyond the buffers is skipped, one that crosses their
+ * end is cut. Returns the length of the titles; 0 without a buffer or a record. */
 i32 print_fields(std::span<const gpon_me_field> fields, const void* raw, char* values, char* header,
                  char* extra, i32 length);
 
-/* The printer of a class with these fields. */
+/* The dump function of a class with these fields. */
 template <const auto& Fields>
 i32 dump_fields(const void* raw, char* values, char* header, char* extra, i32 length)
 {

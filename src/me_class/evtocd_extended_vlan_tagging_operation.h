@@ -8,8 +8,8 @@
 
 extern "C" {
 
-/* The operation on a frame: a hook that leaves the frame as it is. 0; forward functions treat
- * another value as a failure. */
+/* The operation on a frame: it does not change the frame and returns 0. Forward functions treat any
+ * other value as a failure. */
 i32 evtocd_operation(const sk_buff* skb, const op_info* op);
 }
 

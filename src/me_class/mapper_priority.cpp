@@ -24,7 +24,7 @@ struct dscp_table {
     }
 };
 
-// Priority of the frame; false when the mapper maps no untagged frames.
+// Priority of the frame; false if the mapper does not map untagged frames.
 bool pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me, u8* priority)
 {
     log_trace("[%s][%d]: Enter\n");
@@ -40,12 +40,12 @@ bool pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me, u8* priority)
     if (me->unmark_frame_opt != FROM_DSCP)
         return false;
     const i32 dscp = gpon_pkt_get_dscp(skb);
-    // An IPv6 DSCP arrives negative; its low six bits are the DSCP.
+    // The DSCP of IPv6 is negative here; its low six bits are correct.
     *priority = dscp == -1 ? u8{0} : dscp_table(me->dscp2pbitMap).priority[dscp & 63];
     return true;
 }
 
-// defaultPbit is taken as stored: a priority above 7 selects what the record image holds there,
+// defaultPbit is used as stored: a priority above 7 selects the word at that place of the record,
 // and nothing beyond the record.
 u16 selected_gem_iw(const gpon_raw_mapper* me, u8 priority)
 {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Which of a mapper's GEM IW TPs a frame belongs to, by its priority. */
+/* Selects a GEM IW TP of a mapper by the priority of the frame. */
 #ifndef GPON_ME_CLASS_MAPPER_PRIORITY_H
 #define GPON_ME_CLASS_MAPPER_PRIORITY_H
 
@@ -7,7 +7,7 @@
 
 extern "C" {
 
-/* 0 when the frame's priority selects the GEM IW TP op->inst_id at the mapper
+/* 0 if the frame's priority selects the GEM IW TP op->inst_id at the mapper
  * op->related_inst_id, else -1, also on any error. Upstream only. Packet path, inside an RCU read
  * section. */
 i32 pbit_filter_handle(const sk_buff* skb, const op_info* op);

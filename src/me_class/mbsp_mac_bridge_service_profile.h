@@ -10,7 +10,7 @@ extern "C" {
 /* Number of bridges. */
 i32 get_mbsp_list_inst_num(void);
 
-/* Ids of all bridges in list order, their number in *count; the caller frees the array. Null when
+/* Ids of all bridges in list order, their number in *count; the caller frees the array. Null if
  * there is no bridge, no memory or no count pointer. */
 u16* get_mbsp_list_inst_id(u32* count);
 

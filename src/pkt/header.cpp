@@ -7,7 +7,7 @@ namespace {
 
 using gpon::frame;
 
-// The type constants as the DSCP reader compares them, without conversion.
+// The type constants for the DSCP reader, which compares them without conversion.
 constexpr u16 RAW_IPV4 = 0x0800;
 constexpr u16 RAW_PPPOE_SESSION = 0x8864;
 constexpr u16 RAW_IPV6 = 0x86DD;

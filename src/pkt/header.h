@@ -14,10 +14,12 @@
 
 extern "C" {
 
-/* Number of stacked tags, counted in 8 bits. 0, or -1 for a null packet (count untouched). */
+/* Number of stacked tags, counted in 8 bits. Returns 0, or -1 for a null packet (count unchanged).
+ */
 i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count);
 
-/* The header summary; 0 or -1. The first four tags are held, tag_num keeps the true count. */
+/* The header summary; returns 0 or -1. It contains the first four tags; tag_num is the true count.
+ */
 i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
 
 /* TCI of the outer tag in host order, 0 for an untagged frame; 0 or -1. */
@@ -27,17 +29,17 @@ i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci);
 i32 gpon_pkt_get_pbit(const sk_buff* skb);
 
 /* DSCP of an IPv4 header (0 to 63), of an IPv6 header (the same, less 128), or -1. The type field
- * is compared in the order in which the CPU loads it, so only frames whose two type bytes are
- * reversed have one on a little-endian CPU: provisioned lines depend on it. */
+ * is compared in the order in which the CPU loads it, so on a little-endian CPU only frames with
+ * swapped type bytes have a DSCP. Provisioned lines depend on this. */
 i32 gpon_pkt_get_dscp(const sk_buff* skb);
 
-/* 1 when the type, as it lies in memory, is one of the three TPIDs. */
+/* 1 if the type, in memory order, is one of the three TPIDs. */
 i32 gpon_flow_is_valid_ether_type(u16 type);
 }
 
 namespace gpon {
 
-/* Traces what gpon_pkt_form_info traces, for a caller that has the frame's summary already. */
+/* Prints the trace of gpon_pkt_form_info, for a caller that already has the frame's summary. */
 void trace_form_info();
 
 constexpr u16 TPID_8021Q = 0x8100;
@@ -51,7 +53,7 @@ inline bool is_tpid(u16 type)
     return type == TPID_8021Q || type == TPID_9100 || type == TPID_8021AD;
 }
 
-/* A frame that may be read at any offset. */
+/* A frame that can be read at any offset. */
 struct frame {
     const u8* bytes;
     u32 length;
