@@ -14,21 +14,20 @@ Example:
   printf 'load\nproc read\n' | gponflow run -
 
 Each subcommand has a --help with examples. Exit status of all of them:
-  0  done
-  1  the answer is no: an expect failed (run), a problem was found (check),
+  0  success
+  1  check failed: an expect failed (run), a problem was found (check), or
      the capture ends early (omci)
-  2  an argument, a scenario or a capture cannot be understood, or a file
-     not be read or written
-  3  the module is not loaded, the backend cannot do what is asked for, or
-     standard output cannot be written)";
+  2  invalid input, or a file could not be read or written
+  3  the module is not loaded, the backend does not support a command, or
+     standard output could not be written)";
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Drives the GPON flow engine from its outer doors, in this process or in a "
-                 "kernel.",
-                 "gponflow");
+    CLI::App app(
+        "Drive and inspect the gpon_flow module, in this process or in the running kernel.",
+        "gponflow");
     app.set_version_flag("--version", "gponflow " GPONFLOW_VERSION);
     app.require_subcommand(1);
     app.footer(example);

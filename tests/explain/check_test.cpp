@@ -102,7 +102,7 @@ TEST(check, priorities_without_a_path_are_listed_by_reason)
     ASSERT_EQ(all.size(), 3u);
     EXPECT_EQ(all[0].reason, "priority 2: GEM_INTERWORK_TP 0x0099 does not exist");
     EXPECT_EQ(all[1].reason, "priority 4, 5: no GEM IW TP");
-    EXPECT_EQ(all[2].reason, "priority 0, 1, 2, 3, 4, 5, 6, 7: GEM_INTERWORK_TP 0x0011 is taken by "
+    EXPECT_EQ(all[2].reason, "priority 0, 1, 2, 3, 4, 5, 6, 7: GEM_INTERWORK_TP 0x0011 is used by "
                              "802_1P_MAPPER 0x0001");
     EXPECT_EQ(all[2].line, 4u);
 }

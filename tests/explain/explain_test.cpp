@@ -48,7 +48,7 @@ TEST(explain, a_frame_that_leaves_by_its_gem_port)
               "upstream, from the bridge to the ANI, 20 bytes\n"
               "  MAC_BRIDGE_SERVICE_PROFILE 0x0001\n"
               "    MAC_BRIDGE_PORT_CON_DATA 0x0101  bridgeID=0x0001 tpType=1 tpPointer=0x0101\n"
-              "        x a port of the UNI side, not the way of this frame\n"
+              "        x a port on the UNI side, not on the path of this frame\n"
               "    MAC_BRIDGE_PORT_CON_DATA 0x1001  bridgeID=0x0001 tpType=5 tpPointer=0x0011\n"
               "        filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list "
               "{0x0064}: pass\n"
@@ -65,7 +65,7 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
         "dropped\n"
         "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1001\n"
         "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
-        "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the "
+        "The frame reached MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the "
         "frame.\n"))
         << text;
 }
@@ -85,7 +85,7 @@ TEST(explain, every_branch_of_the_greatest_depth_is_named)
         "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
         "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1002\n"
         "  filter 0x1002: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x00c8}: drop\n"
-        "The frame got as far as MAC_BRIDGE_PORT_CON_DATA 0x1001, MAC_BRIDGE_PORT_CON_DATA "
+        "The frame reached MAC_BRIDGE_PORT_CON_DATA 0x1001, MAC_BRIDGE_PORT_CON_DATA "
         "0x1002: its VLAN filter drops the frame.\n"))
         << text;
 }
@@ -119,11 +119,10 @@ const std::string multicast_hook =
 TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_with_a_reason)
 {
     const std::string text = told(multicast_line + multicast_hook);
-    EXPECT_TRUE(holds_text(text, "x its VLAN filter keeps the frame from this port\n")) << text;
+    EXPECT_TRUE(holds_text(text, "x its VLAN filter blocks the frame at this port\n")) << text;
     EXPECT_FALSE(holds_text(text, "drops")) << text;
-    EXPECT_TRUE(holds_text(text,
-                           "passes from GEM port 4094; a rule was learnt\n"
-                           "No branch leads into a bridge, and the frame passes all the same: "))
+    EXPECT_TRUE(holds_text(text, "passes from GEM port 4094; a rule was learnt\n"
+                                 "No branch leads into a bridge, but the frame passes: "))
         << text;
 }
 
@@ -150,7 +149,7 @@ TEST(explain, a_missing_link_is_named)
     const std::string text =
         told("load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" +
              hook_up_ani(frame_of_vlan_100));
-    EXPECT_TRUE(holds_text(text, "The frame got as far as MAC_BRIDGE_SERVICE_PROFILE 0x0001: no "
+    EXPECT_TRUE(holds_text(text, "The frame reached MAC_BRIDGE_SERVICE_PROFILE 0x0001: no "
                                  "MAC_BRIDGE_PORT_CON_DATA"))
         << text;
 }
@@ -165,7 +164,7 @@ TEST(explain, a_gem_port_towards_the_subscriber)
 
 TEST(explain, a_disabled_engine_and_an_unloaded_module)
 {
-    EXPECT_TRUE(holds_text(told("load\n" + hook_up_ani(frame_of_vlan_100)), "switched off"));
+    EXPECT_TRUE(holds_text(told("load\n" + hook_up_ani(frame_of_vlan_100)), "the engine is off"));
     EXPECT_TRUE(holds_text(told(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 
@@ -188,9 +187,9 @@ TEST(explain, the_priority_selects_one_gem_iw_tp_of_the_mapper)
         parse_good("hook kind=up_ani frame=0200000000010200000001018100a06408004500\n").lines[0]);
     const std::string text = told(*line);
     EXPECT_TRUE(holds_text(text, "mapper 0x0001: TCI 0xa064, priority 5 selects GEM IW TP 0x0013: "
-                                 "not this one\n"))
+                                 "no match\n"))
         << text;
-    EXPECT_TRUE(holds_text(text, "priority 5 selects GEM IW TP 0x0013: this one\n")) << text;
+    EXPECT_TRUE(holds_text(text, "priority 5 selects GEM IW TP 0x0013: match\n")) << text;
     EXPECT_TRUE(holds_text(text, "passes to GEM port 1027, PRIORITY_QUEUE 0x0001; a rule was "
                                  "learnt\n"))
         << text;

@@ -60,7 +60,7 @@ TEST(marked_frames, show_the_reason_of_a_drop)
     std::ostringstream out;
     print_marked_frame(story, entities, out);
     EXPECT_NE(out.str().find("upstream, from the bridge to the ANI\n"), std::string::npos);
-    EXPECT_NE(out.str().find("x a port of the UNI side"), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("x a port on the UNI side"), std::string::npos) << out.str();
     EXPECT_NE(out.str().find("x its VLAN filter drops the frame"), std::string::npos);
 }
 
@@ -108,7 +108,7 @@ TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
         print_marked_frame(read_walk(log, entities), entities, out);
         return out.str();
     };
-    const std::string doubt = "These lines do not fit together";
+    const std::string doubt = "These lines are inconsistent";
     const auto walks = walks_of(good_line + mark + dropped + passing + passing);
     ASSERT_EQ(walks.size(), 3u);
     for (const std::string& walk : walks)

@@ -83,13 +83,13 @@ filter_is_off() {
     ! dmesg | grep -q 'gpon_flow_list_get_related_id' || fail "the filter is in force $1"
 }
 
-# Starts gponflow trace and waits until it follows.
+# Starts gponflow trace and waits until the filter is set.
 start_trace() {
     rm -f /tmp/told
     gponflow trace "src_mac=$mac" "$@" >/tmp/said 2>/tmp/told &
     tracer=$!
     tries=0
-    until grep -q following /tmp/told 2>/dev/null; do
+    until grep -q tracing /tmp/told 2>/dev/null; do
         tries=$((tries + 1))
         [ $tries -lt 100 ] || fail "trace does not begin: $(cat /tmp/told)"
         sleep 0.2
@@ -107,7 +107,7 @@ traced() {
     says "trace" "its rule was replayed"
     says "trace" "frame 3, upstream, from the bridge to the ANI"
     says "trace" "dropped"
-    says "trace" "x a port of the UNI side"
+    says "trace" "x a port on the UNI side"
     filter_is_off "after its count"
 }
 

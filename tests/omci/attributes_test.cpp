@@ -116,7 +116,7 @@ TEST(omci_values, too_great_a_value_is_clamped_and_reported)
     const me_field* field = find_field(fields->fields, "dynFilterAgingTime");
     EXPECT_EQ(write_attribute(rec, *fields, cls->attributes[9], from_hex("0000ffff")), "");
     EXPECT_THAT(write_attribute(rec, *fields, cls->attributes[9], from_hex("00010000")),
-                HasSubstr("65536 becomes 65535"));
+                HasSubstr("65536 is stored as 65535"));
     EXPECT_EQ(rec.raw[field->offset], 0xff);
     EXPECT_EQ(rec.raw[field->offset + 1u], 0xff);
 }

@@ -148,7 +148,7 @@ TEST_F(omci_command, one_of_several_onus_is_chosen_by_address)
     EXPECT_EQ(run({input, "-", "02:00:00:00:00:03"}), 0);
     EXPECT_THAT(command_lines(out.str()).back(), StartsWith("me set T_CONT"));
     EXPECT_EQ(run({input, "-", "second"}), 2);
-    EXPECT_THAT(err.str(), StartsWith("second: not an address"));
+    EXPECT_THAT(err.str(), StartsWith("second: not a MAC address"));
 }
 
 } // namespace

@@ -108,7 +108,7 @@ TEST(omci_convert, repeated_request_is_applied_once)
     const conversion result = session.converted();
     EXPECT_EQ(session.commands().size(), 1u);
     EXPECT_EQ(result.counts.repeats, 1u);
-    EXPECT_THAT(result.scenario, HasSubstr("# frame 1, again 2, response 3: set T-CONT"));
+    EXPECT_THAT(result.scenario, HasSubstr("# frame 1, repeated in 2, response 3: set T-CONT"));
     EXPECT_THAT(result.scenario, HasSubstr("# 1 repeated requests, applied once\n"));
 }
 
@@ -119,7 +119,7 @@ TEST(omci_convert, request_without_response_is_applied_and_reported)
     const conversion result = session.converted();
     EXPECT_EQ(session.commands().size(), 1u);
     EXPECT_EQ(result.counts.without_response, 1u);
-    EXPECT_THAT(result.scenario, HasSubstr("no response captured, taken as done"));
+    EXPECT_THAT(result.scenario, HasSubstr("no response captured, assumed done"));
 }
 
 TEST(omci_convert, response_without_request_is_listed_and_not_applied)
@@ -203,7 +203,7 @@ TEST(omci_convert, value_that_does_not_fit_its_field_is_reported)
     line session;
     session.done(set, 45, 1, "0040 00015180");
     EXPECT_THAT(session.commands().back(), HasSubstr("dynFilterAgingTime=65535"));
-    EXPECT_THAT(session.converted().scenario, HasSubstr("86400 becomes 65535"));
+    EXPECT_THAT(session.converted().scenario, HasSubstr("86400 is stored as 65535"));
 }
 
 TEST(omci_convert, extended_messages_are_converted_and_counted)

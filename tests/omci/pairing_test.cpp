@@ -183,7 +183,7 @@ TEST(omci_outcome, response_without_a_result_refuses)
                                             .say(extended(1, response_bit, mib_reset, 2, 0)));
     const outcome result = judge(talk.paired().exchanges[0]);
     EXPECT_FALSE(result.done);
-    EXPECT_EQ(result.why, "the response holds no result");
+    EXPECT_EQ(result.why, "the response has no result code");
 }
 
 } // namespace

@@ -188,16 +188,16 @@ class Report(unittest.TestCase):
         text = subprocess.run(["pdftotext", "-layout", str(FOLDER / "report.pdf"), "-"],
                               check=True, capture_output=True, text=True).stdout
         for title in ("Directions", "Why frames were dropped", "The managed entities", "Flows",
-                      "Rules at the end", "The provisioning itself"):
+                      "Rules after the last frame", "Provisioning check"):
             self.assertIn(title, text)
         for address in set(flows):
             self.assertIn(address, text)
         # The head of a table stands on every sheet that holds a part of it.
-        self.assertGreaterEqual(text.count("enters at"), 2)
+        self.assertGreaterEqual(text.count("entry point"), 2)
         self.assertIn("deepest branch:", text)
         self.assertIn("0000  ", text)  # the bytes of the example, which a click opens on screen
         self.assertIn("GEM_PORT_CTP", text)
-        self.assertNotIn("show the way", text)
+        self.assertNotIn("show path", text)
 
 
 if __name__ == "__main__":

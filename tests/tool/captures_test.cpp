@@ -130,7 +130,7 @@ TEST(open_scenario, a_file_of_another_kind_does_not_flood_the_terminal)
     const std::string file = folder.write("a.scn", text);
     std::ostringstream diagnostics;
     EXPECT_FALSE(open_scenario(file, diagnostics));
-    EXPECT_THAT(diagnostics.str(), testing::EndsWith(file + ": 30 more faulty lines\n"));
+    EXPECT_THAT(diagnostics.str(), testing::EndsWith(file + ": 30 more errors\n"));
 }
 
 TEST(open_scenario, a_file_that_cannot_be_read_is_an_error)

@@ -139,13 +139,13 @@ grep -q '"rules": \[\]$' out || complain 'show rules --json of no rules has no e
 expect_status 2 show
 expect_status 2 show rules --json --table "$line"
 expect_status 2 show rules --backend=host
-expect_err 'gponflow: --backend=host needs a scenario: the module in this process begins empty'
+expect_err 'gponflow: --backend=host needs a scenario: the module in this process starts empty'
 expect_status 2 show me --class GEM_PORT_TP "$line"
 grep -qF "(did you mean 'GEM_PORT_CTP'?)" err || complain 'no word is suggested for a class'
 expect_status 2 show me --instance 0x10000 "$line"
 expect_status 2 show me missing.scn
 expect_status 3 show rules held.scn
-expect_err 'gponflow: the module is not loaded: there is neither its proc entry nor its character device'
+expect_err 'gponflow: the module is not loaded: neither its proc entry nor its character device exists'
 expect_status 0 show status --json held.scn
 grep -q '"loaded": false' out || complain 'show status does not say that nothing is loaded'
 
@@ -234,7 +234,7 @@ expect_bold 'GEM_PORT_CTP 0x0006' --highlight kind=up_ani \
     --pcap "$root/captures/upstream-uni2.pcap" --frame 1
 expect_bold 'MAC_BRIDGE_PORT_CON_DATA 0x1001' \
     --highlight kind=up_ani,frame=0200000000010200000001018100006508004500
-expect_err 'gponflow: the frame is dropped: highlighted is how far it came'
+expect_err 'gponflow: the frame is dropped: its path is highlighted up to the drop'
 expect_status 2 graph "$line" --pcap "$root/captures/upstream-uni2.pcap"
 expect_status 2 graph "$line" --highlight kind=up_ani --pcap missing.pcap
 printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn

@@ -72,8 +72,8 @@ TEST_F(host_run, a_second_load_and_an_unload_without_load_are_refused)
     EXPECT_EQ(run_text("load\nload"), status_unsupported);
     EXPECT_EQ(run_text("fault proc_dir\nload\nload"), status_unsupported);
     EXPECT_EQ(diagnostics.str(), "test.scn:1: the module is not loaded\n"
-                                 "test.scn:2: the module is loaded already\n"
-                                 "test.scn:3: the module is loaded already\n");
+                                 "test.scn:2: the module is already loaded\n"
+                                 "test.scn:3: the module is already loaded\n");
     EXPECT_EQ(run_text("fault proc_dir\nload\nunload\nload\nexpect ret=0"), status_ok);
 }
 

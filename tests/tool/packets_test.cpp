@@ -24,7 +24,7 @@ TEST(hook_command, kinds_have_names_and_numbers)
     EXPECT_EQ(options_of("hook kind=switch").kind, 4u);
     EXPECT_EQ(options_of("hook kind=0xffffffff").kind, 0xffffffffu);
     EXPECT_THAT(error_of("hook"), HasSubstr("missing option: kind=K"));
-    EXPECT_THAT(error_of("hook kind="), HasSubstr("not a number and not a kind"));
+    EXPECT_THAT(error_of("hook kind="), HasSubstr("neither a number nor a kind"));
 }
 
 TEST(hook_command, without_frame_there_is_no_packet)
@@ -58,7 +58,7 @@ TEST(hook_command, the_port_takes_its_four_bits_of_the_port_word_in_any_order)
 
 TEST(hook_command, options_are_strict)
 {
-    EXPECT_THAT(error_of("hook kind=0 kind=0"), HasSubstr("kind is given twice"));
+    EXPECT_THAT(error_of("hook kind=0 kind=0"), HasSubstr("kind is duplicate"));
     EXPECT_THAT(error_of("hook 0"), HasSubstr("'0' is not an option (name=value) of hook"));
     EXPECT_THAT(error_of("hook kind=0 =1"), HasSubstr("hook has no option ''"));
     EXPECT_THAT(error_of("hook kind=0 mcast=65536"), HasSubstr("out of range"));

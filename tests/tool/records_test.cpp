@@ -139,8 +139,8 @@ TEST(me_command, raw_bytes_are_the_whole_record)
     EXPECT_FALSE(parse_only<me_command>("me set 45 1 raw=null").raw);
     EXPECT_THAT(error_of("me set 45 1 raw=010203"), HasSubstr("the record has 8 bytes, not 3"));
     EXPECT_THAT(error_of("me set 45 1 raw=0102030405060708 helloTime=1"),
-                HasSubstr("exclude each other"));
-    EXPECT_THAT(error_of("me set 45 1 raw=null helloTime=1"), HasSubstr("exclude each other"));
+                HasSubstr("cannot be used together"));
+    EXPECT_THAT(error_of("me set 45 1 raw=null helloTime=1"), HasSubstr("cannot be used together"));
 }
 
 TEST(me_command, a_class_without_known_fields_takes_64_zero_bytes_or_raw)

@@ -172,10 +172,10 @@ TEST_F(run, an_absent_interface_equals_no_number_and_a_number_is_not_absent)
 
 TEST_F(run, a_refusal_stops_the_run_and_names_the_line)
 {
-    fake.refuse = "the module is loaded already";
+    fake.refuse = "the module is already loaded";
     EXPECT_EQ(run_text("\nload\nunload\n"), status_unsupported);
     EXPECT_EQ(out.str(), "> load\n");
-    EXPECT_EQ(diagnostics.str(), "test.scn:2: the module is loaded already\n");
+    EXPECT_EQ(diagnostics.str(), "test.scn:2: the module is already loaded\n");
     EXPECT_EQ(fake.calls.size(), 1u);
 }
 

@@ -28,7 +28,7 @@ TEST(scroll_view, returns_the_visible_rows)
 {
     EXPECT_EQ(five_rows(5).visible(),
               (lines{"TITLES", "one", "two", "three",
-                     "5 rules, 1 to 3 shown; arrows and pages scroll; q quits"}));
+                     "5 rules, 1 to 3 shown; arrow and page keys scroll; q quits"}));
 }
 
 TEST(scroll_view, scrolls_between_the_first_and_the_last_row)

@@ -88,11 +88,11 @@ enlarge() {
     printf q
 }
 
-if "$tool" watch --help | grep -q 'q or Ctrl-C ends it'; then
+if "$tool" watch --help | grep -q 'q or Ctrl-C exits'; then
     on_terminal 'press q' "$watch"
     expect_status 0
     expect_shown 'AGE (jiffies)'
-    expect_shown '68 rules, 1 to 8 shown; arrows and pages scroll; q quits'
+    expect_shown '68 rules, 1 to 8 shown; arrow and page keys scroll; q quits'
     expect_shown $'\033[?1049h'
     expect_shown $'\033[?1049l'
     on_terminal 'press \003' "$watch" # Ctrl-C

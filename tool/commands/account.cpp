@@ -37,13 +37,14 @@ void add_account_command(CLI::App& app)
     const auto file = std::make_shared<std::string>();
     const auto backend_name = std::make_shared<std::string>("host");
     CLI::App* sub = app.add_subcommand(
-        "account", "Run a scenario and tell for each direction where its frames went");
-    sub->add_option("FILE", *file, "The scenario; - is standard input")->required();
-    sub->add_option("--backend", *backend_name, "host or device")
+        "account", "Run a scenario and count its frames by direction and destination");
+    sub->add_option("FILE", *file, "Scenario file, - for standard input")->required();
+    sub->add_option("--backend", *backend_name,
+                    "host: the module in this process; device: the module in the running kernel")
         ->check(CLI::IsMember(backend_names()))
         ->capture_default_str();
     sub->footer("\nExample:\n  gponflow account scenarios/demo.scn\n\n"
-                "A dropped frame is listed under the last message that an instance gave about "
+                "A dropped frame is counted under the last message that an instance logged about "
                 "it.");
     sub->callback([file, backend_name] {
         if (const int status = account(*file, *backend_name); status != status_ok)

@@ -39,14 +39,14 @@ uint16_t read_class(const std::string& word)
         const auto id = static_cast<uint16_t>(read_number("class", word, UINT16_MAX));
         if (find_me_class(id))
             return id;
-        throw CLI::ValidationError("class " + in_quotes(word) + ": the module has none of it");
+        throw CLI::ValidationError("class " + in_quotes(word) + ": not supported by the module");
     }
     if (const me_class_fields* found = find_me_class(word))
         return found->id;
     std::vector<std::string_view> names;
     for (const me_class_fields& one : me_classes())
         names.push_back(one.name);
-    throw CLI::ValidationError("there is no class " + in_quotes(word) + suggestion(word, names));
+    throw CLI::ValidationError("unknown class " + in_quotes(word) + suggestion(word, names));
 }
 
 uint16_t read_instance(const std::string& word)

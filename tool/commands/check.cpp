@@ -38,14 +38,14 @@ void add_check_command(CLI::App& app)
 {
     const auto file = std::make_shared<std::string>();
     const auto json = std::make_shared<bool>(false);
-    CLI::App* sub = app.add_subcommand("check", "Look for mistakes in a scenario's provisioning");
-    sub->add_option("FILE", *file, "The scenario; - is standard input")->required();
-    sub->add_flag("--json", *json, "Print one JSON object instead of lines");
+    CLI::App* sub = app.add_subcommand("check", "Check the provisioning of a scenario");
+    sub->add_option("FILE", *file, "Scenario file, - for standard input")->required();
+    sub->add_flag("--json", *json, "Print JSON");
     sub->footer(
         "\nExamples:\n  gponflow check scenarios/subscriber-line.scn\n"
         "  gponflow check --json line.scn | jq '.findings[].reason'\n\n"
-        "Nothing is run. Exit status: 0 no problem (there may be notes), 1 a problem, 2 the "
-        "scenario cannot be understood.");
+        "The scenario is not run. Exit status: 0 no problem found (notes do not count), 1 a "
+        "problem found, 2 invalid scenario.");
     sub->callback([file, json] {
         if (const int status = check(*file, *json); status != status_ok)
             throw CLI::RuntimeError(status);

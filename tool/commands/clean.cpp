@@ -27,7 +27,7 @@ struct rule_choice {
 void add_clean_rules(operator_group& clean)
 {
     const auto choice = std::make_shared<rule_choice>();
-    CLI::App* sub = clean.add("rules", "Forget learnt rules", [choice] {
+    CLI::App* sub = clean.add("rules", "Delete learnt rules", [choice] {
         if (choice->hash.empty())
             return operator_lines{"clean flow_rule 0 0"};
         // The module reads a signed number.
@@ -36,14 +36,14 @@ void add_clean_rules(operator_group& clean)
                               std::to_string(read_number("index", choice->index, UINT16_MAX))};
     });
     CLI::Option* hash =
-        sub->add_option("--hash", choice->hash, "Only the bucket of this hash value, not 0");
-    sub->add_option("--index", choice->index, "Only this rule of the bucket; 0 is all of them")
+        sub->add_option("--hash", choice->hash, "Only the bucket of this hash value (not 0)");
+    sub->add_option("--index", choice->index, "Only this rule of the bucket; 0 for all")
         ->needs(hash)
         ->capture_default_str();
     sub->footer("\nExamples:\n  gponflow clean rules\n"
                 "  gponflow clean rules --hash 0x26d0eada\n\n"
-                "gponflow show rules --json tells hash and index of each rule. Rules are learnt "
-                "anew by the next frames.");
+                "gponflow show rules --json prints hash and index of each rule. Later frames learn "
+                "the rules again.");
 }
 
 struct me_choice {
@@ -68,8 +68,7 @@ void add_clean_me(operator_group& clean)
     sub->add_flag("--all", choice->all, "Every instance of every class");
     sub->footer("\nExamples:\n  gponflow clean me VLAN_TAG_FILTER_DATA 0x1001\n"
                 "  gponflow clean me --all\n\n"
-                "Who had recorded a link from the instance keeps it, and the OMCI stack is not "
-                "told.");
+                "Links from a deleted instance stay recorded, and the OMCI stack is not notified.");
 }
 
 } // namespace

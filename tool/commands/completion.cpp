@@ -135,7 +135,7 @@ complete -o default -F _gponflow gponflow
 
 void add_completion_command(CLI::App& app)
 {
-    CLI::App* sub = app.add_subcommand("completion", "Print what bash needs to complete words");
+    CLI::App* sub = app.add_subcommand("completion", "Print the bash completion script");
     sub->footer("\nExample:\n  eval \"$(gponflow completion)\"");
     sub->callback([&app] {
         print_script(app);

@@ -60,19 +60,19 @@ int explain(const explain_request& request)
 void add_explain_command(CLI::App& app)
 {
     const auto request = std::make_shared<explain_request>();
-    CLI::App* sub = app.add_subcommand("explain", "Tell the way of one frame, step by step");
+    CLI::App* sub = app.add_subcommand("explain", "Trace one frame step by step");
     sub->add_option("FILE", request->source.file,
-                    "The scenario; - is standard input; not needed with --backend=device");
+                    "Scenario file, - for standard input; optional with --backend=device");
     sub->add_option("OPTION", request->frame.words,
-                    "The frame as a hook command has it: kind=K port=P gem=G frame=HEX ...");
+                    "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
     sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
-    sub->add_option("--frame", request->frame.number, "Its number in the capture, from 1")
+    sub->add_option("--frame", request->frame.number, "Number of the frame in the capture, from 1")
         ->needs("--pcap")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
     sub->add_option("--backend", request->source.backend,
-                    "host, the module in this process (what is done without it), or device: the "
-                    "frame goes through the module of the running kernel")
+                    "host: the module in this process (default); device: the module in the running "
+                    "kernel")
         ->check(CLI::IsMember(backend_names()));
     sub->footer(
         "\nExamples:\n"
@@ -83,9 +83,10 @@ void add_explain_command(CLI::App& app)
         "  gponflow explain line.scn\n"
         "  gponflow explain --backend=device kind=up_ani \\\n"
         "    frame=0200000000010200000001028100006508004500\n\n"
-        "The scenario runs first, then the frame. Without a frame, the last hook command of the "
-        "scenario that has one is explained. On the device, the trace filter is set to the frame's "
-        "addresses and outer tags for the moment, and is off afterwards.");
+        "The scenario runs first, then the frame. Without a frame, the last frame of a hook "
+        "command "
+        "in the scenario is explained. With --backend=device, the trace filter is set to the "
+        "addresses and outer tags of the frame while it runs, and is cleared afterwards.");
     sub->callback([request] {
         sort_words(*request);
         if (const int status = explain(*request); status != status_ok)

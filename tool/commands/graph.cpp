@@ -56,9 +56,9 @@ std::vector<me_id> highlighted(const explanation& told)
 {
     std::vector<me_id> walked = walked_path(told.story);
     if (walked.empty())
-        std::cerr << "gponflow: the frame came to no managed entity: no way is highlighted\n";
+        std::cerr << "gponflow: the frame reached no managed entity: no path is highlighted\n";
     else if (told.answer && told.answer->api_result != 0)
-        std::cerr << "gponflow: the frame is dropped: highlighted is how far it came\n";
+        std::cerr << "gponflow: the frame is dropped: its path is highlighted up to the drop\n";
     return walked;
 }
 
@@ -110,16 +110,16 @@ void add_graph_command(CLI::App& app)
 {
     const auto request = std::make_shared<graph_request>();
     CLI::App* sub = app.add_subcommand("graph", "Draw the managed entities of a scenario");
-    sub->add_option("FILE", request->scenario, "The scenario; - is standard input")->required();
+    sub->add_option("FILE", request->scenario, "Scenario file, - for standard input")->required();
     sub->add_option("-o,--output", request->output,
-                    "A .dot, .svg or .png file; DOT on standard output without it");
+                    "Output file (.dot, .svg or .png); default: DOT on standard output");
     CLI::Option* highlight =
         sub->add_option("--highlight", request->highlight,
-                        "Hook options of a frame whose way is drawn bold: kind=K,frame=HEX,...");
+                        "Draw the path of a frame bold; hook options: kind=K,frame=HEX,...");
     CLI::Option* capture =
-        sub->add_option("--pcap", request->frame.capture, "Take that frame from a capture file")
+        sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file")
             ->needs(highlight);
-    sub->add_option("--frame", request->frame.number, "Its number in the capture, from 1")
+    sub->add_option("--frame", request->frame.number, "Number of the frame in the capture, from 1")
         ->needs(capture)
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
@@ -129,10 +129,10 @@ void add_graph_command(CLI::App& app)
                 "    --highlight kind=up_ani,frame=0200000000010200000001018100006408004500\n"
                 "  gponflow graph line.scn -o line.svg --highlight kind=up_ani \\\n"
                 "    --pcap lost.pcap --frame 1\n\n"
-                "Pointers to what does not exist are red, pointers that found no place or came "
-                "too early are dashed; a tagging operation is dotted to what has its id. Of a "
-                "dropped frame, the way is bold as far as it came. Pictures need the command dot "
-                "of graphviz.");
+                "Red: a pointer to an instance that does not exist. Dashed: a pointer that the "
+                "module did not record. Dotted: a tagging operation and the instance with the "
+                "same id. The path of a dropped frame is bold up to the drop. Pictures need the "
+                "command dot of graphviz.");
     sub->callback([request] {
         if (const int status = graph(*request); status != status_ok)
             throw CLI::RuntimeError(status);

@@ -10,17 +10,16 @@ namespace gponflow {
 
 void add_omci_command(CLI::App& app)
 {
-    CLI::App* sub = app.add_subcommand("omci", "Turn a captured OMCI bring-up into a scenario");
+    CLI::App* sub = app.add_subcommand("omci", "Convert a captured OMCI bring-up to a scenario");
     const auto options = std::make_shared<omci::conversion_files>();
     sub->add_option("capture", options->capture_path,
                     "pcap or pcapng file with OMCI messages (EtherType 0x88b5, or bare messages "
-                    "on a user link type); - reads standard input")
+                    "on a user link type), - for standard input")
         ->required();
-    sub->add_option("-o,--output", options->scenario_path,
-                    "scenario file to write; - is standard output")
+    sub->add_option("-o,--output", options->scenario_path, "Output file, - for standard output")
         ->capture_default_str();
     sub->add_option("--onu", options->onu,
-                    "address of the ONU, when the capture holds the messages of several");
+                    "Address of the ONU, if the capture has messages of several");
     sub->footer("Example: gponflow omci bringup.pcap -o line.scn && gponflow run line.scn\n"
                 "Requests that the ONU refused, damaged messages and classes that the module does "
                 "not mirror become comments.");

@@ -71,8 +71,7 @@ CLI::App* operator_group::add(const char* name, const char* description,
 
 void operator_group::add_dry_run(CLI::App& to) const
 {
-    to.add_flag("--dry-run", *dry_run_,
-                "Print what would be written to the proc entry, and no more");
+    to.add_flag("--dry-run", *dry_run_, "Print the lines for the proc entry without writing them");
 }
 
 } // namespace gponflow

@@ -74,21 +74,20 @@ void add_report_command(CLI::App& app)
 {
     const auto request = std::make_shared<report_request>();
     CLI::App* sub = app.add_subcommand(
-        "report", "Write one page for a colleague: graph, flows, drops explained, rules");
-    sub->add_option("FILE", request->scenario, "The scenario; - is standard input")->required();
+        "report", "Write an HTML page with graph, flows, explained drops and rules");
+    sub->add_option("FILE", request->scenario, "Scenario file, - for standard input")->required();
     sub->add_option("--pcap", request->captures,
-                    "Captures whose frames follow the scenario, each with the options of a pcap "
-                    "command behind commas: FILE,kind=up_uni,port=1; kind is up_ani without it");
-    sub->add_option("-o,--output", request->output, "The page; - is standard output")
+                    "Captures to run after the scenario, with options of a pcap command after "
+                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani");
+    sub->add_option("-o,--output", request->output, "Output file, - for standard output")
         ->capture_default_str();
     sub->footer("\nExamples:\n"
                 "  gponflow report scenarios/demo.scn -o report.html\n"
                 "  gponflow report scenarios/subscriber-line.scn -o report.html \\\n"
                 "    --pcap captures/upstream-uni1.pcap captures/upstream-uni2.pcap \\\n"
                 "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n\n"
-                "The page stands alone: it loads nothing, and can be sent, opened and printed. The "
-                "frames of the scenario itself are in it too. The drawing needs the command dot "
-                "of graphviz.");
+                "The page is self-contained: it loads no other file. It includes the frames of the "
+                "scenario itself. The graph needs the command dot of graphviz.");
     sub->callback([request] {
         if (const int status = report(*request); status != status_ok)
             throw CLI::RuntimeError(status);

@@ -19,20 +19,20 @@ struct run_arguments {
 };
 
 constexpr const char* run_help = R"(
-A scenario has one command a line; lines that begin with # are comments:
+A scenario has one command per line; lines that begin with # are comments:
 
-  load                        the module comes up, switched off
-  hook kind=switch param=1    ... and is switched on
+  load                        load the module; the engine is off
+  hook kind=switch param=1    turn the engine on
   me create PPTP_ETHERNET_UNI 0x101
   me create MAC_BRIDGE_SERVICE_PROFILE 1
   me create MAC_BRIDGE_PORT_CON_DATA 1 bridgeID=1 tpType=1 tpPointer=0x101
   hook kind=up_uni port=1 frame=ffffffffffff0202020202020800
-  expect ret=2                the hook function answers 2 whatever becomes of the frame
-  debug show raw_data         every instance, in the log
+  expect ret=2                the hook function returns 2 for every frame
+  debug show raw_data         print every instance to the log
   unload
 
-Exit status: 0 every command ran and every expect held, 1 an expect failed, 2 a line or a file
-cannot be understood (nothing ran), 3 the backend cannot do what a command asks for.)";
+Exit status: 0 every command ran and every expect held, 1 an expect failed, 2 invalid line or
+unreadable file (nothing ran), 3 the backend does not support a command.)";
 
 // What cannot be written is lost for whoever compares transcripts: no success then.
 int written(exit_status status)
@@ -63,11 +63,10 @@ void add_run_command(CLI::App& app)
 {
     const auto arguments = std::make_shared<run_arguments>();
     CLI::App* run_app = app.add_subcommand("run", "Run a scenario and print its transcript");
-    run_app->add_option("FILE", arguments->file, "The scenario; - is standard input")->required();
+    run_app->add_option("FILE", arguments->file, "Scenario file, - for standard input")->required();
     run_app
         ->add_option("--backend", arguments->backend,
-                     "host: the module in this process; "
-                     "device: the module in the running kernel")
+                     "host: the module in this process; device: the module in the running kernel")
         ->check(CLI::IsMember(backend_names()))
         ->capture_default_str();
     run_app->add_flag("--mask-lines", arguments->mask_lines,

@@ -23,21 +23,22 @@ void add_set_enable(operator_group& set)
 void add_set_debug_level(operator_group& set)
 {
     const auto level = std::make_shared<std::string>();
-    CLI::App* sub =
-        set.add("debug-level", "Choose what is logged for every packet and command",
-                [level] { return operator_lines{debug_level_line(read_debug_level(*level))}; });
-    sub->add_option("LEVEL", *level,
-                    "errors, warnings, traces and ioctl with commas between, all, none, or a mask")
+    CLI::App* sub = set.add("debug-level", "Set which messages are logged", [level] {
+        return operator_lines{debug_level_line(read_debug_level(*level))};
+    });
+    sub->add_option(
+           "LEVEL", *level,
+           "Comma-separated list of errors, warnings, traces and ioctl; or all, none or a mask")
         ->required();
     sub->footer("\nExamples:\n  gponflow set debug-level errors,warnings\n"
                 "  gponflow set debug-level none\n\n"
-                "On a line with traffic, traces fill the log: prefer gponflow trace.");
+                "With traffic, traces fill the log: use gponflow trace instead.");
 }
 
 void add_set_trace(operator_group& set)
 {
     const auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* sub = set.add("trace", "Choose the frames that tell their way", [words] {
+    CLI::App* sub = set.add("trace", "Set the trace filter", [words] {
         if (words->size() == 1 && words->front() == "off")
             return operator_lines{trace_off_line};
         std::string text;
@@ -48,22 +49,26 @@ void add_set_trace(operator_group& set)
     sub->add_option("FILTER", *words,
                     "dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN, or off")
         ->required();
-    sub->footer("\nExamples:\n  gponflow set trace src_mac=02:00:00:00:01:01 outer_vlan=100p5\n"
-                "  gponflow set trace off\n\n"
-                "What is given must match together; what the filter was before is forgotten. A "
-                "VLAN is VLAN id and priority (100p5), or the whole TCI as a number: 100 is VLAN "
-                "100 with priority 0.\ngponflow trace sets a filter, shows what it catches and "
-                "ends it by itself.");
+    sub->footer(
+        "\nExamples:\n  gponflow set trace src_mac=02:00:00:00:01:01 outer_vlan=100p5\n"
+        "  gponflow set trace off\n\n"
+        "A frame must match all given fields. The new filter replaces the previous one. VLAN is "
+        "VLAN id and priority (100p5), or the whole TCI as a number: 100 is VLAN 100 with "
+        "priority 0.\ngponflow trace sets a filter, prints the matching frames and clears "
+        "the filter.");
 }
 
 } // namespace
 
 void add_set_command(CLI::App& app)
 {
-    operator_group group(app, "set", "Change the running module's switch, log or filter");
-    group.app().footer("\nExamples:\n  gponflow set enable on\n  gponflow set debug-level none\n"
-                       "  gponflow set trace dst_mac=02:00:00:00:00:01\n\n"
-                       "What is written to the proc entry stands behind >, the answer behind |.");
+    operator_group group(app, "set",
+                         "Set the switch, log level or trace filter of the running module");
+    group.app().footer(
+        "\nExamples:\n  gponflow set enable on\n  gponflow set debug-level none\n"
+        "  gponflow set trace dst_mac=02:00:00:00:00:01\n\n"
+        "Lines after > are written to the proc entry, lines after | are the output of the "
+        "module.");
     add_set_enable(group);
     add_set_debug_level(group);
     add_set_trace(group);

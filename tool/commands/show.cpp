@@ -42,7 +42,7 @@ int show_rules(const show_request& request, captured_run& run)
         return tell_not_loaded();
     std::optional<rule_table> table = read_rule_table(*answer);
     if (!table)
-        throw refusal("the module's log shows no table of rules");
+        throw refusal("the module printed no rule table");
     if (!request.direction.empty())
         std::erase_if(table->rules, [&](const dumped_rule& rule) {
             return rule.key.direction != request.direction;
@@ -88,9 +88,8 @@ CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request,
 {
     CLI::App* sub = show.add_subcommand(name, what);
     add_source_options(*sub, request->source);
-    CLI::Option* json = sub->add_flag("--json", request->json, "One JSON object");
-    sub->add_flag("--table", request->table, "A table for people (what is done without it, too)")
-        ->excludes(json);
+    CLI::Option* json = sub->add_flag("--json", request->json, "Print JSON");
+    sub->add_flag("--table", request->table, "Print a table (default)")->excludes(json);
     sub->callback([request, view] {
         const int status =
             look_at(request->source, [&](captured_run& run) { return view(*request, run); });
@@ -108,7 +107,7 @@ void add_class_options(CLI::App& me, const std::shared_ptr<show_request>& reques
               for (const std::string& word : words)
                   request->classes.push_back(read_class(word));
           },
-          "Only this class, by name or number; may come more than once")
+          "Only this class, by name or number; can be repeated")
         ->type_name("CLASS")
         ->allow_extra_args(false);
     me.add_option_function<std::string>(
@@ -122,29 +121,30 @@ void add_class_options(CLI::App& me, const std::shared_ptr<show_request>& reques
 
 void add_show_command(CLI::App& app)
 {
-    CLI::App* show = app.add_subcommand("show", "Show the rules, managed entities or the state");
+    CLI::App* show = app.add_subcommand("show", "Show rules, managed entities or status");
     show->require_subcommand(1);
-    show->footer("\nExamples:\n"
-                 "  gponflow show status\n"
-                 "  gponflow show rules --json | jq '.rules[].direction'\n"
-                 "  gponflow show me scenarios/subscriber-line.scn --class GEM_PORT_CTP\n\n"
-                 "Without a scenario, the module of the running kernel is asked; that takes root.");
+    show->footer(
+        "\nExamples:\n"
+        "  gponflow show status\n"
+        "  gponflow show rules --json | jq '.rules[].direction'\n"
+        "  gponflow show me scenarios/subscriber-line.scn --class GEM_PORT_CTP\n\n"
+        "Without a scenario, the module of the running kernel is queried; this requires root.");
     const auto request = std::make_shared<show_request>();
     CLI::App* rules = add_view(*show, request, "rules", "The learnt rules", show_rules);
     rules->add_option("--direction", request->direction, "Only rules of this direction")
         ->check(CLI::IsMember({"UP_UNI", "UP_ANI", "DOWN_ANI", "DOWN_UNI"}, CLI::ignore_case));
     rules->footer("\nExamples:\n  gponflow show rules\n"
                   "  gponflow show rules --direction UP_ANI scenarios/tour.scn\n\n"
-                  "VLAN is the id and, behind a p, the priority of each tag, outer tag first.");
+                  "VLAN is the id of each tag, outer tag first, with its priority after a p.");
     CLI::App* me = add_view(*show, request, "me", "The managed entities", show_me);
     add_class_options(*me, request);
     me->footer("\nExamples:\n  gponflow show me --class 268 --class GEM_INTERWORK_TP\n"
                "  gponflow show me --json scenarios/subscriber-line.scn --instance 0x1001\n\n"
-               "The columns that end in Inst are the links that the module has recorded.");
-    add_view(*show, request, "status", "Whether the engine is on, and how much it holds",
+               "Columns that end in Inst are links that the module has recorded.");
+    add_view(*show, request, "status", "State of the engine, number of rules and instances",
              show_status)
         ->footer("\nExample:\n  gponflow show status --json\n\n"
-                 "The status is 0 also when the module is not loaded: the answer says so.");
+                 "The exit status is 0 even if the module is not loaded.");
 }
 
 } // namespace gponflow

@@ -12,11 +12,10 @@ namespace gponflow {
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option)
 {
     app.add_option(file_option, into.file,
-                   "A scenario that runs first; without it, the module of the running kernel is "
-                   "looked at");
+                   "Scenario to run first; without it, the module of the running kernel is used");
     app.add_option("--backend", into.backend,
-                   "Where: host, the module in this process (needs a scenario), or device, the "
-                   "module in the running kernel")
+                   "host: the module in this process (needs a scenario); device: the module in the "
+                   "running kernel")
         ->check(CLI::IsMember(backend_names()));
 }
 
@@ -26,7 +25,7 @@ std::optional<scenario> open_source(const live_source& from, exit_status& status
     if (from.file.empty()) {
         if (from.backend == "host") {
             std::cerr << "gponflow: --backend=host needs a scenario: the module in this process "
-                         "begins empty\n";
+                         "starts empty\n";
             status = status_invalid;
         }
         return {};
@@ -59,8 +58,9 @@ int look_at(const live_source& from, const std::function<int(captured_run&)>& lo
             return status;
         const int outcome = look(run);
         if (run.lost_lines())
-            std::cerr << "gponflow: lines of the kernel log were lost, something may be missing: "
-                         "boot with a larger log_buf_len\n";
+            std::cerr
+                << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
+                   "a larger log_buf_len\n";
         return outcome;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
@@ -70,8 +70,8 @@ int look_at(const live_source& from, const std::function<int(captured_run&)>& lo
 
 int tell_not_loaded()
 {
-    std::cerr << "gponflow: the module is not loaded: there is neither its proc entry nor its "
-                 "character device\n";
+    std::cerr << "gponflow: the module is not loaded: neither its proc entry nor its character "
+                 "device exists\n";
     return status_unsupported;
 }
 

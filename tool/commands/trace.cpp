@@ -52,25 +52,26 @@ int trace(const trace_request& request)
 void add_trace_command(CLI::App& app)
 {
     const auto request = std::make_shared<trace_request>();
-    CLI::App* sub =
-        app.add_subcommand("trace", "Tell the way of every frame that matches a filter");
+    CLI::App* sub = app.add_subcommand("trace", "Trace the frames that match a filter");
     sub->add_option("FILTER", request->filter,
-                    "In one word: \"dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN\"")
+                    "One word: \"dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN\"")
         ->required();
     add_source_options(*sub, request->source);
-    sub->add_option("--count", request->limits.frames, "End after so many frames")
+    sub->add_option("--count", request->limits.frames, "Stop after this number of frames")
         ->check(CLI::PositiveNumber);
-    sub->add_option("--seconds", request->limits.seconds, "End after this time (running kernel)")
+    sub->add_option("--seconds", request->limits.seconds,
+                    "Stop after this time (running kernel only)")
         ->check(CLI::PositiveNumber);
-    sub->footer("\nExamples:\n"
-                "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
-                "  gponflow trace \"src_mac=02:00:00:00:01:02 outer_vlan=100p5\" --count 1\n"
-                "  gponflow trace \"outer_vlan=101\" scenarios/tour.scn\n\n"
-                "Without a scenario, the module of the running kernel marks the frames, its log is "
-                "followed, and the filter is off when the command ends, also by Ctrl-C. Only a "
-                "kill -9 leaves it: gponflow set trace off. What the filter gives must match "
-                "together; a VLAN is VLAN id and priority (100p5), or the whole TCI as a number. "
-                "Frames that two processors handle at the same moment are mixed in the log.");
+    sub->footer(
+        "\nExamples:\n"
+        "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
+        "  gponflow trace \"src_mac=02:00:00:00:01:02 outer_vlan=100p5\" --count 1\n"
+        "  gponflow trace \"outer_vlan=101\" scenarios/tour.scn\n\n"
+        "Without a scenario, the filter is set in the module of the running kernel and its log "
+        "is read. The filter is cleared at the end, also on Ctrl-C. After kill -9 it stays "
+        "set: use gponflow set trace off. A frame must match all given fields. VLAN is "
+        "VLAN id and priority (100p5), or the whole TCI as a number. Frames that two CPUs "
+        "handle at the same time are mixed in the log.");
     sub->callback([request] {
         if (const int status = trace(*request); status != status_ok)
             throw CLI::RuntimeError(status);

@@ -44,7 +44,7 @@ std::vector<std::string> look_again(captured_run& run, rule_watch& watch)
         throw refusal("the module is not loaded");
     const std::optional<rule_table> table = read_rule_table(*answer);
     if (!table)
-        throw refusal("the module's log shows no table of rules");
+        throw refusal("the module printed no rule table");
     watch.look(*table, seconds_now());
     return watch.lines(seconds_now(), "s");
 }
@@ -129,25 +129,26 @@ int watch(const watch_request& request)
 void add_watch_command(CLI::App& app)
 {
     const auto request = std::make_shared<watch_request>();
-    CLI::App* sub = app.add_subcommand("watch", "Watch the rules: their age, hits and way");
+    CLI::App* sub = app.add_subcommand("watch", "Watch rules with their age, hits and path");
     sub->add_option("FILE", request->source.file,
-                    "A scenario that runs in this process; without it, the running kernel");
-    sub->add_flag("--once", request->once, "Print the rules once and end");
-    sub->add_option("--interval", request->interval, "Seconds between two looks")
+                    "Scenario to run in this process; default: the running kernel");
+    sub->add_flag("--once", request->once, "Print the rules once and exit");
+    sub->add_option("--interval", request->interval, "Seconds between two updates")
         ->check(CLI::Range(1, 3600))
         ->capture_default_str();
     const char* screen_help =
-        has_screen() ? "On a terminal the table fills the screen: arrows, page keys, home and end "
-                       "scroll, q or Ctrl-C ends it. Elsewhere the table is printed at each look, "
-                       "until Ctrl-C."
-                     : "This build has no library for terminals: the table is printed at each "
-                       "look, until Ctrl-C.";
+        has_screen()
+            ? "On a terminal the table fills the screen: arrow and page keys, Home and End "
+              "scroll, q or Ctrl-C exits. Elsewhere the table is printed at each update, "
+              "until Ctrl-C."
+            : "This build has no terminal library: the table is printed at each update, "
+              "until Ctrl-C.";
     sub->footer(std::string("\nExamples:\n  gponflow watch\n"
                             "  gponflow watch --once scenarios/demo.scn\n\n"
-                            "Of a running kernel, the age counts from the first look that saw the "
-                            "rule, in seconds; behind > it is older. The module keeps no count of "
-                            "hits, so there is a - there. Of a scenario both are exact, the age in "
-                            "jiffies. Each look prints the table into the kernel log.\n") +
+                            "For a running kernel, AGE counts seconds since the first update that "
+                            "showed the rule; a > marks a rule that existed before. The module "
+                            "does not count hits: HITS is -. For a scenario both are exact, AGE "
+                            "in jiffies. Each update prints the rule table to the kernel log.\n") +
                 screen_help);
     sub->callback([request] {
         if (const int status = watch(*request); status != status_ok)

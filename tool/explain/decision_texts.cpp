@@ -48,7 +48,7 @@ std::pair<std::string, unsigned> untagged_priority(const gpon_raw_mapper& me, co
 {
     const int dscp = dscp_of(frame);
     if (dscp < 0)
-        return {"untagged, without a DSCP that counts", 0};
+        return {"untagged, without a usable DSCP", 0};
     return {"untagged, DSCP " + std::to_string(dscp),
             mapped_priority(me.dscp2pbitMap, static_cast<unsigned>(dscp))};
 }
@@ -133,10 +133,10 @@ std::string side_text(const mirror& entities, me_id port)
     const mirrored_instance* me = entities.find(port);
     const unsigned type = me ? me->as<gpon_raw_mbpcd>().tpType : 0;
     if (type == 1 || type == 11)
-        return "a port of the UNI side, not the way of this frame";
+        return "a port on the UNI side, not on the path of this frame";
     if (type == 3 || type == 5 || type == 6)
-        return "a port of the ANI side, not the way of this frame";
-    return "a port of neither side: its tpType is " + std::to_string(type);
+        return "a port on the ANI side, not on the path of this frame";
+    return "a port on neither side: its tpType is " + std::to_string(type);
 }
 
 std::string end_text(const mirror& entities, me_id at)
@@ -145,8 +145,8 @@ std::string end_text(const mirror& entities, me_id at)
     if (!me)
         return "it does not exist";
     if (at.class_id == 268 && me->as<gpon_raw_gemctp>().direction == 2)
-        return "its direction is 2, towards the subscriber alone";
-    return "the way ends here";
+        return "its direction is 2, downstream only";
+    return "the path ends here";
 }
 
 } // namespace gponflow

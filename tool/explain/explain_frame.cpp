@@ -88,8 +88,8 @@ std::optional<explanation> explain_frame(const scenario& what, backend& where,
     }
     if (!chosen) {
         diagnostics << what.name
-                    << ": no frame: the scenario has no hook command with one, and "
-                       "none is given\n";
+                    << ": no frame: the scenario has no hook command with a frame, and the "
+                       "command line names none\n";
         status = status_invalid;
         return {};
     }

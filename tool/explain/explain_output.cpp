@@ -98,11 +98,11 @@ void print_why_not_dropped(const walk_story& story, std::ostream& out)
     const std::optional<size_t> refusal = deepest_dead_end(story);
     if (story.replayed && refusal)
         out << "The replay ends at " << title(story.steps[*refusal], true)
-            << ", and the frame passes all the same: no step of a replay drops a frame.\n";
+            << ", but the frame passes: no step of a replay drops a frame.\n";
     else if (!reached_egress(story) && story.fwd_flag == 4)
-        out << "No branch leads into a bridge, and the frame passes all the same: one of a "
-               "multicast "
-               "GEM port is dropped neither by a filter nor for want of a bridge.\n";
+        out << "No branch leads into a bridge, but the frame passes: a frame of a multicast GEM "
+               "port "
+               "is dropped neither by a filter nor for lack of a bridge.\n";
 }
 
 void print_success(const explanation& what, std::ostream& out, const palette& colours)
@@ -144,13 +144,13 @@ void print_drop(const walk_story& story, std::ostream& out, const palette& colou
             out << "  " << decision << '\n';
     }
     if (const std::string ends = dead_ends_text(story); !ends.empty()) {
-        out << "The frame got as far as " << ends << ".\n";
+        out << "The frame reached " << ends << ".\n";
         return;
     }
     for (const std::string& complaint : story.complaints)
         out << "  " << complaint << '\n';
     out << (story.steps.empty() ? "The frame entered no managed entity.\n"
-                                : "The walk passed, what came after it failed.\n");
+                                : "The walk succeeded, a later step failed.\n");
 }
 
 constexpr std::array<const char*, 4> kinds = {
@@ -176,18 +176,19 @@ const char* direction_title(unsigned fwd_flag)
 void print_if_garbled(const walk_story& story, std::ostream& out)
 {
     if (story.garbled)
-        out << "These lines do not fit together: another marked frame was handled at the same "
-               "moment on another processor, or some are missing.\n";
+        out << "These lines are inconsistent: another marked frame was handled at the same time on "
+               "another CPU, or lines are missing.\n";
 }
 
 void print_doubts(const explanation& what, std::ostream& out)
 {
     if (what.lines_lost)
-        out << "Lines of the kernel log were lost: something may be missing here (boot with a "
-               "larger log_buf_len).\n";
+        out << "Kernel log lines were lost: this output may be incomplete (boot with a larger "
+               "log_buf_len).\n";
     if (what.others_mixed)
-        out << "Other frames of the same addresses came at the same time: this may be the way of "
-               "one of them.\n";
+        out << "Other frames with the same addresses arrived at the same time: this may be the "
+               "path "
+               "of one of them.\n";
     else
         print_if_garbled(what.story, out);
 }
@@ -232,15 +233,14 @@ std::string dead_ends_text(const walk_story& story, size_t most)
 void print_explanation(const explanation& what, std::ostream& out, const palette& colours)
 {
     const uint32_t kind = what.what.options.kind;
-    out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call of no direction")
+    out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call without a direction")
         << ", " << what.what.frame.size() << " bytes\n";
     if (!what.answer) {
-        out << "not looked at: the module is not loaded\n";
+        out << "not classified: the module is not loaded\n";
         return;
     }
     if (!what.story.ran) {
-        out << "not looked at: the engine is switched off (hook kind=switch param=1 switches it "
-               "on)\n";
+        out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
         return;
     }
     print_steps(what.story, what.entities, out, colours);

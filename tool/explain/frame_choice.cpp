@@ -24,7 +24,7 @@ explained_frame frame_of_words(const std::vector<std::string>& words, const std:
     if (!hook)
         throw std::runtime_error("the frame: not the options of a hook command");
     if (hook->frame && !capture.empty())
-        throw std::runtime_error("the frame: frame=HEX and --pcap exclude each other");
+        throw std::runtime_error("the frame: frame=HEX and --pcap cannot be used together");
     if (!hook->frame && capture.empty())
         throw std::runtime_error("the frame: missing option: frame=HEX, or --pcap FILE");
     return {hook->options, hook->frame.value_or(bytes{})};

@@ -86,7 +86,7 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
     const active_filter active(run, filter);
     if (!active.is_set())
         throw refusal("the module is not loaded");
-    diagnostics << "gponflow: following marked frames; Ctrl-C ends it" << std::endl;
+    diagnostics << "gponflow: tracing; press Ctrl-C to stop" << std::endl;
     while (out && !is_over(limits, told.frames(), start)) {
         const bool stopped = stop.wait(log.number(), quiet_milliseconds);
         bool any = false;
@@ -95,8 +95,8 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
                 splitter.line(line);
             })) {
             splitter.drop();
-            diagnostics << "gponflow: lines of the kernel log were lost, with them frames: boot "
-                           "with a larger log_buf_len, or mark fewer frames"
+            diagnostics << "gponflow: kernel log lines were lost, frames are missing: boot with a "
+                           "larger log_buf_len, or use a narrower filter"
                         << std::endl;
         }
         if (!any || stopped)

@@ -66,7 +66,7 @@ public:
         // Of a frame that goes on all the same, no filter may be said to drop it.
         for (walk_step& step : story_.steps)
             if (!story_.dropped && step.dead_end == filter_drops)
-                step.dead_end = "its VLAN filter keeps the frame from this port";
+                step.dead_end = "its VLAN filter blocks the frame at this port";
         return std::move(story_);
     }
 
@@ -132,9 +132,9 @@ private:
         } else if (const auto at = numbers(line.text, where)) {
             enter(*at);
         } else if (line.text.find("MAX_RECURSION_NUM") != line.text.npos && current()) {
-            current()->dead_end = "the graph is deeper than a walk may go";
+            current()->dead_end = "the graph is deeper than the limit of a walk";
         } else if (line.text.find("can not get the entry") != line.text.npos && current()) {
-            current()->dead_end = "frames cannot go through this class";
+            current()->dead_end = "frames do not pass through this class";
         } else if (const auto left = numbers(line.text, exit)) {
             check_nesting({static_cast<uint16_t>((*left)[0]), static_cast<uint16_t>((*left)[1])},
                           (*left)[4]);
@@ -237,13 +237,13 @@ private:
         else if (line.function == "vtfd_handle")
             take_filter(text, step);
         else if (line.function == "vtfd_filter_handle" && text.starts_with("op_info"))
-            step.dead_end = "its VLAN filter is on the UNI side, where it passes nothing";
+            step.dead_end = "its VLAN filter is on the UNI side, where it drops every frame";
         else if (line.function == "pbit_filter_handle" && text == "end, return 0")
-            step.decisions.push_back(selected(step) + ": this one");
+            step.decisions.push_back(selected(step) + ": match");
         else if (line.function == "gem_forward")
             take_gem_iw(text, step);
         else if (text.find("fwd_flag(") != text.npos && is_complaint(line))
-            step.dead_end = "frames do not go through it in this direction";
+            step.dead_end = "frames do not pass through it in this direction";
         else if (is_complaint(line) && step.dead_end.empty() &&
                  line.function.find("gpon_pkt") == std::string::npos)
             step.dead_end = text;
@@ -290,7 +290,7 @@ private:
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         if (text.find("pbit_filter_handle fail") == text.npos)
             return;
-        step.decisions.push_back(selected(step) + ": not this one");
+        step.decisions.push_back(selected(step) + ": no match");
         step.dead_end = "the mapper does not select it for this frame";
     }
 

@@ -17,7 +17,7 @@ std::unique_ptr<backend> make_backend(std::string_view name)
         return make_host_backend();
     if (name == "device")
         return make_device_backend();
-    throw refusal("there is no backend '" + std::string(name) + "'");
+    throw refusal("unknown backend '" + std::string(name) + "'");
 }
 
 } // namespace gponflow

@@ -42,7 +42,7 @@ public:
     std::optional<int> load() override
     {
         if (is_module_loaded())
-            throw refusal("the module is loaded already");
+            throw refusal("the module is already loaded");
         platform().set_mapping({.answer = 0});
         platform().set_queue_mapping({.answer = 0});
         return told(load_module());
@@ -53,7 +53,7 @@ public:
         if (!is_module_loaded())
             throw refusal("the module is not loaded");
         if (const int failure = told(unload_module()))
-            throw refusal(std::string("the module does not unload: ") + std::strerror(-failure));
+            throw refusal(std::string("cannot unload the module: ") + std::strerror(-failure));
     }
 
     std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
@@ -88,7 +88,7 @@ public:
 
     uint64_t advance(uint64_t) override
     {
-        throw refusal("time in a kernel passes by itself: 'advance' needs --backend=host");
+        throw refusal("'advance' requires --backend=host: the time of a kernel cannot be set");
     }
 
     void set_mapping(const pointer_setting& setting) override { platform().set_mapping(setting); }
@@ -100,7 +100,8 @@ public:
 
     void arm_fault(fault_kind, uint64_t) override
     {
-        throw refusal("a kernel's services do not fail on request: 'fault' needs --backend=host");
+        throw refusal(
+            "'fault' requires --backend=host: the services of a kernel do not fail on request");
     }
 
 private:
@@ -117,7 +118,7 @@ private:
         });
         if (lost && sink_)
             sink_({backend_event::kind::lost,
-                   "lines of the kernel log were lost: boot with a larger log_buf_len"});
+                   "kernel log lines were lost: boot with a larger log_buf_len"});
         return answer;
     }
 

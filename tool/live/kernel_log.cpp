@@ -106,7 +106,7 @@ bool kernel_log::drain(const std::function<void(std::string_view)>& line)
         if (what == reading::nothing) {
             pollfd wait = {log_.get(), POLLIN, 0};
             if (poll(&wait, 1, marker_milliseconds) <= 0)
-                throw refusal("the kernel log does not show what was written to it");
+                throw refusal("a line written to the kernel log does not appear in it");
         } else if (what == reading::lost) {
             lost = true;
         } else if (text == marker_text(marker_)) {

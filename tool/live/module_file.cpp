@@ -35,8 +35,7 @@ descriptor open_module()
             return found;
         tried += " " + file;
     }
-    throw refusal("there is no gpon_flow.ko; looked for" + tried +
-                  " (GPON_FLOW_MODULE names another place)");
+    throw refusal("gpon_flow.ko not found; tried" + tried + " (set GPON_FLOW_MODULE to its path)");
 }
 
 } // namespace

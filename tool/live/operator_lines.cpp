@@ -22,7 +22,7 @@ mac_address read_mac(const value& from)
     const bytes read = read_hex(from);
     mac_address mac{};
     if (read.size() != mac.size())
-        from.fail("six bytes are needed, as in 02:00:00:00:01:01");
+        from.fail("must have six bytes, as in 02:00:00:00:01:01");
     std::ranges::copy(read, mac.begin());
     return mac;
 }
@@ -56,7 +56,7 @@ uint32_t read_level(const std::string& word)
     const auto* found = std::ranges::find(level_names, std::string_view(word), &level_name::name);
     if (found != std::end(level_names))
         return found->mask;
-    throw std::runtime_error("there is no log level " + in_quotes(word) +
+    throw std::runtime_error("unknown log level " + in_quotes(word) +
                              suggestion(word, debug_level_names()));
 }
 
@@ -81,8 +81,9 @@ trace_filter read_trace_filter(const std::string& text)
                                  error.message);
     }
     if (filter.empty())
-        throw std::runtime_error("the filter: nothing is given: dst_mac=MAC, src_mac=MAC, "
-                                 "outer_vlan=VLAN or inner_vlan=VLAN");
+        throw std::runtime_error(
+            "the filter is empty: use dst_mac=MAC, src_mac=MAC, outer_vlan=VLAN "
+            "or inner_vlan=VLAN");
     return filter;
 }
 

@@ -75,7 +75,7 @@ std::string scroll_view::last_line() const
     std::string text = lines_.empty() ? std::string() : lines_.back();
     if (rows() > room() && room() > 0)
         text += ", " + std::to_string(top_ + 1) + " to " + std::to_string(top_ + room()) +
-                " shown; arrows and pages scroll";
+                " shown; arrow and page keys scroll";
     return text + "; q quits";
 }
 

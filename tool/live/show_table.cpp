@@ -99,7 +99,7 @@ text_table table_of(const me_class_fields& fields, const std::vector<dumped_inst
 
 void print_rules(const rule_table& table, std::ostream& out, const palette& colours)
 {
-    text_table lines{{"DIRECTION", "SOURCE", "DESTINATION", "VLAN", "WAY"}, {}};
+    text_table lines{{"DIRECTION", "SOURCE", "DESTINATION", "VLAN", "PATH"}, {}};
     for (const dumped_rule& rule : table.rules)
         lines.rows.push_back({rule.key.direction, to_text(rule.key.source),
                               to_text(rule.key.destination), to_text(rule.key.tags),
@@ -130,7 +130,8 @@ void print_status(const module_status& status, std::ostream& out, const palette&
     }
     out << "module     loaded\n"
         << "engine     "
-        << (status.enabled ? colours.good("enabled") : colours.bad("disabled, frames pass by it"))
+        << (status.enabled ? colours.good("enabled")
+                           : colours.bad("disabled, frames are not classified"))
         << "\nrules      " << status.rules.total << " in " << status.rules.buckets
         << " buckets; the table grows at " << status.rules.threshold << "\ninstances  "
         << status.instances.size() << '\n';

@@ -59,8 +59,7 @@ soft_onu::~soft_onu()
 void soft_onu::control(unsigned long request, void* argument, const char* what)
 {
     if (ioctl(door_.get(), request, argument) != 0)
-        throw refusal(std::string(SOFTONU_DEVICE " does not ") + what + ": " +
-                      std::strerror(errno));
+        throw refusal(std::string(SOFTONU_DEVICE ": cannot ") + what + ": " + std::strerror(errno));
 }
 
 std::optional<hook_answer> soft_onu::hook(const packet_options& options, const bytes* frame)

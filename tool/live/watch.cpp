@@ -56,7 +56,7 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
         return std::pair(a.hits, a.since) > std::pair(b.hits, b.since);
     });
     text_table table{
-        {"AGE (" + unit + ")", "HITS", "DIRECTION", "SOURCE", "DESTINATION", "VLAN", "WAY"}, {}};
+        {"AGE (" + unit + ")", "HITS", "DIRECTION", "SOURCE", "DESTINATION", "VLAN", "PATH"}, {}};
     for (const dumped_rule* rule : order) {
         const watched_rule& known = rules.at(rule->key);
         table.rows.push_back({(known.from_before ? ">" : "") + std::to_string(now - known.since),

@@ -113,13 +113,13 @@ private:
         case pointer_state::unrecorded:
             return add(from, weight, "not-linked",
                        pointer.attribute + " names " + target +
-                           ", but the link was never recorded: the target came later, or the "
-                           "mask left the attribute out",
+                           ", but the link is not recorded: the target was created later, or "
+                           "the mask does not include the attribute",
                        "set " + pointer.attribute + " again after the target is created");
         case pointer_state::overflowed:
             return add(from, weight, "row-overflow",
-                       target + " has no place left for it (" + taken_by(pointer) + ")",
-                       "point at an instance of its own; only the first pointers count");
+                       target + " has no free entry for it (" + taken_by(pointer) + ")",
+                       "use a separate target; only the first pointers are recorded");
         }
     }
 
@@ -127,9 +127,9 @@ private:
     {
         const recorded_row* row = mirror_.find(pointer.to)->row_of(pointer.from.class_id);
         if (row->instances.empty())
-            return "no places";
-        return std::to_string(row->places) + (row->places == 1 ? " place" : " places") +
-               ", taken first by " + to_text({pointer.from.class_id, row->instances.front()});
+            return "no entries";
+        return std::to_string(row->places) + (row->places == 1 ? " entry" : " entries") +
+               ", used first by " + to_text({pointer.from.class_id, row->instances.front()});
     }
 
     void check_bridge_port(const mirrored_instance& port)
@@ -139,8 +139,7 @@ private:
             return;
         problem(port, "no-side",
                 "tpType " + std::to_string(type) +
-                    " is neither of the UNI side (1, 11) nor of the ANI side (3, 5, 6): no frame "
-                    "passes",
+                    " is neither a UNI type (1, 11) nor an ANI type (3, 5, 6): no frame passes",
                 "set tpType and tpPointer to the termination point behind the port");
     }
 
@@ -155,13 +154,13 @@ private:
         if (me.vlanFilterNums > filter_places)
             problem(filter, "list-too-long",
                     "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
-                        ", but the list has 12 places",
-                    "count the entries that are in use");
+                        ", but the list has 12 entries",
+                    "set it to the number of entries in use");
         const mirrored_instance* port = mirror_.find({47, filter.id.instance});
         if (port && port->records(filter.id) && is_uni_side(port->as<gpon_raw_mbpcd>().tpType))
             problem(filter, "filter-on-uni-side",
-                    "its bridge port is of the UNI side, where a filter passes nothing",
-                    "delete it, or give it the id of the bridge port of the ANI side");
+                    "its bridge port is on the UNI side, where a filter drops every frame",
+                    "delete it, or use the id of the bridge port on the ANI side");
     }
 
     // Empty when the priority leads to a GEM IW TP that a walk reaches.
@@ -177,7 +176,7 @@ private:
             return {};
         const recorded_row* row = found->row_of(130);
         if (row && !row->instances.empty())
-            return to_text(target) + " is taken by " + to_text({130, row->instances.front()});
+            return to_text(target) + " is used by " + to_text({130, row->instances.front()});
         return to_text(target) + " was created after the pointer to it";
     }
 
@@ -199,8 +198,8 @@ private:
         }
         for (const auto& [why, which] : reasons)
             problem(mapper, "priority-leads-nowhere", "priority " + which + ": " + why,
-                    "point pbit_GemIWTP of these priorities at a GEM IW TP of this mapper, which "
-                    "must exist first");
+                    "set pbit_GemIWTP of these priorities to a GEM IW TP of this mapper; create it "
+                    "first");
         check_untagged(mapper, me);
     }
 
@@ -209,11 +208,11 @@ private:
         if (me.unmark_frame_opt > 1)
             problem(mapper, "untagged-dropped",
                     "unmark_frame_opt " + std::to_string(me.unmark_frame_opt) +
-                        " maps no untagged frame",
+                        " does not map untagged frames",
                     "use 0 (by DSCP) or 1 (defaultPbit)");
         else if (me.unmark_frame_opt == 1 && me.defaultPbit >= priorities)
             problem(mapper, "untagged-dropped",
-                    "defaultPbit " + std::to_string(me.defaultPbit) + " is no priority",
+                    "defaultPbit " + std::to_string(me.defaultPbit) + " is not a priority",
                     "use 0 to 7");
     }
 
@@ -223,9 +222,8 @@ private:
         if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 2)
             return;
         problem(gem_iw, "wrong-direction",
-                to_text(ctp->id) +
-                    " has direction 2 (towards the subscriber alone): no upstream frame passes",
-                "set its direction to 3, or reach it from a MULTICAST_GEM_INTERWORK_TP");
+                to_text(ctp->id) + " has direction 2 (downstream only): no upstream frame passes",
+                "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
     }
 
     // The module asks for none of the following two: it takes every direction but 2 for upstream,
@@ -237,7 +235,7 @@ private:
             return;
         add(ctp, finding_weight::note, "wrong-direction",
             "direction " + std::to_string(direction) +
-                " is not defined; the module takes it for one that goes upstream",
+                " is not defined; the module treats it as upstream",
             "use 1 (upstream), 2 (downstream) or 3 (both)");
     }
 
@@ -247,8 +245,7 @@ private:
         if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 1)
             return;
         add(gem_iw, finding_weight::note, "wrong-direction",
-            to_text(ctp->id) +
-                " has direction 1 (towards the OLT alone): no stream comes down on it",
+            to_text(ctp->id) + " has direction 1 (upstream only): it carries no downstream stream",
             "set its direction to 2");
     }
 

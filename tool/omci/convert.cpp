@@ -23,7 +23,7 @@ std::string frames_text(const exchange& item)
 {
     std::string text = "frame " + std::to_string(item.request.frame);
     for (const size_t frame : item.repeats)
-        text += ", again " + std::to_string(frame);
+        text += ", repeated in " + std::to_string(frame);
     if (item.response)
         text += ", response " + std::to_string(item.response->frame);
     return text;
@@ -209,14 +209,13 @@ std::string opening(const capture& cap, std::string_view title, const std::strin
         comment_line("OMCI bring-up from " + std::string(title) + ", " +
                      std::to_string(cap.frames) + " frames" + onu) +
         "#\n"
-        "# Runs by itself: loads the module, switches the engine on and repeats what\n"
-        "# the OLT commanded and the ONU carried out, in that order. The comment over\n"
-        "# a command names the frames of its request and response; a summary closes\n"
-        "# the file.\n\n"
+        "# Loads the module, turns the engine on and repeats the commands of the OLT that\n"
+        "# the ONU carried out, in order. The comment above a command names the frames\n"
+        "# of its request and response. A summary ends the file.\n\n"
         "load\n"
         "hook kind=switch param=1\n";
     if (!config.empty())
-        text += "\n# As far as the ONU's own reports tell its defaults.\n" + config + "\n";
+        text += "\n# Defaults that the ONU reported.\n" + config + "\n";
     return text;
 }
 

@@ -60,9 +60,9 @@ int convert_file(const conversion_files& options, std::ostream& out, std::ostrea
     const std::string& path = options.capture_path;
     const std::optional<mac_address> onu = parse_mac(options.onu);
     if (!options.onu.empty() && !onu)
-        return fail(err, options.onu, "not an address such as 00:11:22:33:44:55");
+        return fail(err, options.onu, "not a MAC address (00:11:22:33:44:55)");
     if (same_file(path, options.scenario_path))
-        return fail(err, path, "is the capture and the scenario at once");
+        return fail(err, path, "is both the capture and the scenario");
     const capture_result input = read_capture(path, onu);
     if (!input.cap)
         return fail(err, path, input.error + (input.choose_onu ? " with --onu" : ""));

@@ -81,7 +81,7 @@ std::string check_crc(std::span<const uint8_t> covered, std::span<const uint8_t>
     const uint32_t computed = crc32_aal5(covered);
     if (found == computed)
         return {};
-    return text("trailer CRC 0x%08x, the message gives 0x%08x", found, computed);
+    return text("trailer CRC 0x%08x, computed 0x%08x", found, computed);
 }
 
 message decode_header(std::span<const uint8_t> bytes)
@@ -104,8 +104,8 @@ decoded decode_baseline(std::span<const uint8_t> bytes)
             text("%zu bytes, a baseline message has 48, or 44 without its CRC", bytes.size()));
     const uint16_t sdu_length = read_u16(bytes, 42);
     if (sdu_length != baseline_sdu_bytes)
-        return bad(text("trailer names a length of %u bytes, a baseline message has 40",
-                        unsigned{sdu_length}));
+        return bad(
+            text("trailer has a length of %u bytes, a baseline message 40", unsigned{sdu_length}));
     std::string fault =
         check_crc(bytes.first(baseline_without_crc), bytes.subspan(baseline_without_crc));
     if (!fault.empty())
@@ -125,7 +125,7 @@ decoded decode_extended(std::span<const uint8_t> bytes)
                         extended_content_limit));
     const size_t end = extended_header_bytes + length;
     if (bytes.size() < end)
-        return bad(text("%zu bytes, the extended message names %zu", bytes.size(), end));
+        return bad(text("%zu bytes, the length of the extended message is %zu", bytes.size(), end));
     std::string fault = check_crc(bytes.first(end), bytes.subspan(end));
     if (!fault.empty())
         return bad(std::move(fault));

@@ -82,8 +82,8 @@ std::string write_attribute(record& rec, const me_class_fields& fields, const at
     for (size_t at = 0; at + step <= bytes.size(); at += step) {
         if (!write_element(rec, *field, attr.element + at / step, bytes.subspan(at, step)))
             return std::string(attr.name) +
-                   " is greater than the record can hold: " + std::to_string(read_value(bytes)) +
-                   " becomes " + std::to_string(greatest(field->width));
+                   " exceeds the field of the record: " + std::to_string(read_value(bytes)) +
+                   " is stored as " + std::to_string(greatest(field->width));
     }
     return {};
 }

@@ -55,11 +55,11 @@ outcome judge(const exchange& item)
 {
     if (!item.response) {
         const bool asked = item.request.msg.acknowledge_requested;
-        return {true, 0, {}, asked ? "no response captured, taken as done" : ""};
+        return {true, 0, {}, asked ? "no response captured, assumed done" : ""};
     }
     const auto code = result_code(item.response->msg);
     if (!code)
-        return {false, 0, "the response holds no result", {}};
+        return {false, 0, "the response has no result code", {}};
     if (*code == attributes_failed && item.request.msg.type == set)
         return judge_partial_set(item);
     if (*code != success)

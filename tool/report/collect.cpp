@@ -56,7 +56,7 @@ std::string drop_reason(const walk_story& story)
     if (!story.complaints.empty())
         return story.complaints.back();
     return story.steps.empty() ? "the frame entered no managed entity"
-                               : "the walk passed, what came after it failed";
+                               : "the walk succeeded, a later step failed";
 }
 
 class collector final : public captured_run {
@@ -140,7 +140,7 @@ private:
     std::string outcome_of(const explanation& what, frame_fate fate) const
     {
         if (fate == frame_fate::untouched)
-            return what.answer ? "the engine is switched off" : "the module is not loaded";
+            return what.answer ? "the engine is off" : "the module is not loaded";
         if (fate == frame_fate::dropped)
             return drop_reason(what.story);
         const std::string bridge = bridge_text(what.story, data_.entities);

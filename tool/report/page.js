@@ -54,7 +54,7 @@
   const svg = document.querySelector(".graph svg");
   if (svg) {
     svg.setAttribute("role", "img");
-    svg.setAttribute("aria-label", "Graph of the managed entities; the same links stand in the tables");
+    svg.setAttribute("aria-label", "Graph of the managed entities; the tables list the same links");
     const parts = [...svg.querySelectorAll(".node, .edge")].map((part) => [part.querySelector("title").textContent, part]);
     const told = document.getElementById("graph-way");
     const clear = document.getElementById("graph-clear");

@@ -48,9 +48,9 @@ pid_t start_dot(int input, int other_end, const std::string& format, const std::
     const int error = posix_spawnp(&child, name, &actions, nullptr, arguments, environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error == ENOENT)
-        throw std::runtime_error("cannot draw " + file +
-                                 ": the command dot is not there (install graphviz, or write "
-                                 "a .dot file)");
+        throw std::runtime_error(
+            "cannot draw " + file +
+            ": command dot not found (install graphviz, or write a .dot file)");
     if (error != 0)
         throw std::runtime_error(std::string("cannot start dot: ") + std::strerror(error));
     return child;
@@ -62,7 +62,7 @@ void render_dot(const std::string& dot, const std::string& format, const std::st
 {
     int ends[2];
     if (pipe(ends) != 0)
-        throw std::runtime_error(std::string("no pipe: ") + std::strerror(errno));
+        throw std::runtime_error(std::string("cannot create a pipe: ") + std::strerror(errno));
     pid_t child = 0;
     try {
         child = start_dot(ends[0], ends[1], format, file);

@@ -63,7 +63,7 @@ public:
     std::optional<int> load() override
     {
         if (gpon::host::is_loaded())
-            throw refusal("the module is loaded already");
+            throw refusal("the module is already loaded");
         return gpon::host::load();
     }
 

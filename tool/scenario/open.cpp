@@ -21,7 +21,7 @@ void tell(const std::vector<diagnostic>& errors, std::ostream& to)
     for (size_t i = 0; i < std::min(errors.size(), most_told); ++i)
         to << errors[i].text() << '\n';
     if (errors.size() > most_told)
-        to << errors[0].file << ": " << errors.size() - most_told << " more faulty lines\n";
+        to << errors[0].file << ": " << errors.size() - most_told << " more errors\n";
 }
 
 } // namespace

@@ -31,7 +31,7 @@ uint32_t read_kind(const value& from)
         return found->kind;
     std::vector<std::string_view> known;
     std::ranges::transform(kind_names, std::back_inserter(known), &kind_name::name);
-    from.fail("not a number and not a kind of hook call" + suggestion(from.text, known));
+    from.fail("neither a number nor a kind of hook call" + suggestion(from.text, known));
 }
 
 // The options of both commands; port waits for port_word, whichever comes first in the line.

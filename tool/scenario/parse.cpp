@@ -24,7 +24,7 @@ constexpr uint64_t longest_advance = uint64_t{1} << 40;
 void expect_no_more(words_of_command words)
 {
     if (!words.empty())
-        throw syntax_error{words[0].column, "nothing may follow here: " + in_quotes(words[0].text)};
+        throw syntax_error{words[0].column, "unexpected word " + in_quotes(words[0].text)};
 }
 
 const word& only_word(words_of_command words, const std::string& what)
@@ -135,7 +135,7 @@ any_command parse_fault(words_of_command words)
         std::vector<std::string_view> known;
         std::ranges::transform(fault_names, std::back_inserter(known), &fault_name::name);
         throw syntax_error{from.column,
-                           "there is no fault " + in_quotes(name) + suggestion(name, known)};
+                           "unknown fault " + in_quotes(name) + suggestion(name, known)};
     }
     if (equals == text.size())
         return fault_command{found->what, 1};

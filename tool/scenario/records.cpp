@@ -47,7 +47,7 @@ uint16_t read_class(const value& from)
     std::vector<std::string_view> known;
     for (const me_class_fields& row : me_classes())
         known.push_back(row.name);
-    from.fail("not a number and not a class name" + suggestion(from.text, known));
+    from.fail("neither a number nor a class name" + suggestion(from.text, known));
 }
 
 void store(bytes& record, size_t offset, size_t width, uint64_t number)
@@ -80,7 +80,7 @@ void write_numbers(bytes& record, const me_field& field, const value& from)
     const uint64_t most = UINT64_MAX >> (64 - 8 * field.width);
     const std::vector<value> items = split_list(from);
     if (items.empty())
-        from.fail("a number is missing");
+        from.fail("missing number");
     if (items.size() > field.count)
         from.fail(field.count == 1 ? "takes one number"
                                    : "takes at most " + std::to_string(field.count) + " numbers");
@@ -132,7 +132,7 @@ public:
     {
         take_options(words, owner, rules_);
         if (raw && fields_used_)
-            throw syntax_error{0, "raw= and fields exclude each other"};
+            throw syntax_error{0, "raw= and fields cannot be used together"};
         if (raw)
             record = std::move(*raw);
     }

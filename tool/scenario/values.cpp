@@ -126,7 +126,7 @@ void take_options(std::span<const word> words, std::string_view owner,
                                                 std::string(owner)};
         const option_rule& rule = find_rule(from, text.substr(0, equals), owner, rules);
         if (!seen.insert(rule.name).second)
-            throw syntax_error{from.column, std::string(rule.name) + " is given twice"};
+            throw syntax_error{from.column, std::string(rule.name) + " is duplicate"};
         rule.take({rule.name, text.substr(equals + 1), from.column + equals + 1});
     }
 }

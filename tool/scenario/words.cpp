@@ -42,10 +42,10 @@ private:
         for (++at_; at_ < line_.size() && line_[at_] != '"'; ++at_)
             result.text += line_[at_] == '\\' ? escaped() : line_[at_];
         if (at_ == line_.size())
-            throw syntax_error{result.column, "the quote is not closed"};
+            throw syntax_error{result.column, "unterminated quote"};
         ++at_;
         if (at_ < line_.size() && blanks.find(line_[at_]) == blanks.npos)
-            throw syntax_error{at_ + 1, "a blank is missing after the closing quote"};
+            throw syntax_error{at_ + 1, "missing blank after the closing quote"};
         return result;
     }
 
@@ -53,7 +53,7 @@ private:
     {
         const size_t next = at_ + 1;
         if (next == line_.size() || (line_[next] != '"' && line_[next] != '\\'))
-            throw syntax_error{at_ + 1, "only \\\" and \\\\ can stand in a quoted word"};
+            throw syntax_error{at_ + 1, "only \\\" and \\\\ are escapes in a quoted word"};
         return line_[at_ = next];
     }
 
