@@ -41,10 +41,10 @@ const std::vector<any_command>& provisioning_of(const std::string& file)
     const std::optional<scenario> parsed = open_scenario(file, std::cerr);
     require(parsed.has_value(), "a scenario can be read from the root of the tree");
     for (const scenario_line& each : parsed->lines) {
-        const auto* hook = std::get_if<hook_command>(&each.what);
-        if ((hook && hook->frame) || std::get_if<pcap_command>(&each.what))
+        const auto* hook = std::get_if<hook_command>(&each.command);
+        if ((hook && hook->frame) || std::get_if<pcap_command>(&each.command))
             break;
-        place->second.push_back(each.what);
+        place->second.push_back(each.command);
     }
     return place->second;
 }
@@ -202,7 +202,7 @@ bool line::run(const platform_command& what)
 
 bool line::run(const fault_command& what)
 {
-    module_->arm_fault(what.what, what.nth);
+    module_->arm_fault(what.service, what.nth);
     return true;
 }
 

@@ -17,9 +17,9 @@ namespace {
 void tame(scenario& what)
 {
     for (scenario_line& line : what.lines) {
-        if (auto* advance = std::get_if<advance_command>(&line.what))
+        if (auto* advance = std::get_if<advance_command>(&line.command))
             advance->jiffies %= 100000;
-        if (auto* pcap = std::get_if<pcap_command>(&line.what))
+        if (auto* pcap = std::get_if<pcap_command>(&line.command))
             pcap->frames = {bytes(20, 2)};
     }
     if (what.lines.size() > 200)
@@ -42,11 +42,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     parse_result result = parse_scenario({reinterpret_cast<const char*>(data), size}, "fuzz");
     check_faults(result);
-    tame(result.what);
-    const std::unique_ptr<backend> where = make_host_backend();
+    tame(result.input);
+    const std::unique_ptr<backend> target = make_host_backend();
     std::ostringstream transcript;
     std::ostringstream refused;
-    const exit_status status = run_scenario(result.what, *where, transcript, refused, true);
+    const exit_status status = run_scenario(result.input, *target, transcript, refused, true);
     require((status == status_unsupported) == !refused.str().empty(), "a refusal has a reason");
     return 0;
 }

@@ -43,14 +43,14 @@ void add_line(seeds& to, std::string text)
 
 void add(seeds& to, const scenario_line& line)
 {
-    if (const auto step = fuzz::bytes_of(line.what))
+    if (const auto step = fuzz::bytes_of(line.command))
         append(to.commands, *step);
-    if (const auto* hook = std::get_if<hook_command>(&line.what); hook && hook->frame)
+    if (const auto* hook = std::get_if<hook_command>(&line.command); hook && hook->frame)
         add_packet(to, *hook);
-    if (const auto* pcap = std::get_if<pcap_command>(&line.what))
+    if (const auto* pcap = std::get_if<pcap_command>(&line.command))
         for (const bytes& frame : pcap->frames)
             add_packet(to, {pcap->options, frame});
-    if (const auto* proc = std::get_if<proc_write_command>(&line.what))
+    if (const auto* proc = std::get_if<proc_write_command>(&line.command))
         add_line(to, proc->text);
 }
 

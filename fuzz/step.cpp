@@ -226,7 +226,7 @@ std::optional<bytes> encode(const platform_command& what)
 
 std::optional<bytes> encode(const fault_command& what)
 {
-    return begin(kind::fault).u8(static_cast<uint8_t>(what.what)).u8(what.nth - 1).done();
+    return begin(kind::fault).u8(static_cast<uint8_t>(what.service)).u8(what.nth - 1).done();
 }
 
 std::optional<bytes> encode(const ioctl_command& what)

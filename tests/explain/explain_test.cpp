@@ -21,8 +21,8 @@ std::string told(const scenario& what)
 {
     std::ostringstream out;
     exit_status status = status_ok;
-    const std::unique_ptr<backend> where = make_host_backend();
-    if (const auto found = explain_frame(what, *where, {}, out, status))
+    const std::unique_ptr<backend> target = make_host_backend();
+    if (const auto found = explain_frame(what, *target, {}, out, status))
         print_explanation(*found, out);
     return out.str();
 }
@@ -172,8 +172,8 @@ TEST(explain, a_scenario_without_a_frame_is_refused)
 {
     std::ostringstream out;
     exit_status status = status_ok;
-    const std::unique_ptr<backend> where = make_host_backend();
-    EXPECT_FALSE(explain_frame(parse_good("load\n"), *where, {}, out, status));
+    const std::unique_ptr<backend> target = make_host_backend();
+    EXPECT_FALSE(explain_frame(parse_good("load\n"), *target, {}, out, status));
     EXPECT_EQ(status, status_invalid);
     EXPECT_TRUE(out.str().starts_with("test.scn: no frame")) << out.str();
 }

@@ -123,9 +123,9 @@ TEST(marked_frames, without_their_beginning_or_end_are_reported_as_uncertain)
     const mirror entities = final_entities(parse_good(good_line));
     const std::string walk = walks_of(good_line + mark + dropped).at(0);
     const size_t half = walk.find('\n', walk.size() / 2) + 1;
-    EXPECT_FALSE(read_walk(walk, entities).garbled);
-    EXPECT_TRUE(read_walk(walk.substr(0, half), entities).garbled);
-    EXPECT_TRUE(read_walk(walk.substr(half), entities).garbled);
+    EXPECT_FALSE(read_walk(walk, entities).inconsistent);
+    EXPECT_TRUE(read_walk(walk.substr(0, half), entities).inconsistent);
+    EXPECT_TRUE(read_walk(walk.substr(half), entities).inconsistent);
 }
 
 std::string traced(const std::string& text, const std::string& filter, uint64_t most = 0)

@@ -55,7 +55,7 @@ exit_status replay(const std::string& scenario, std::ostream& transcript)
         return status_invalid;
     std::ostringstream diagnostics;
     const auto host = make_host_backend();
-    return run_scenario(parsed.what, *host, transcript, diagnostics, true);
+    return run_scenario(parsed.input, *host, transcript, diagnostics, true);
 }
 
 TEST(omci_replay, frames_of_each_service_leave_by_its_gem_port)

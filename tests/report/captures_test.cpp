@@ -13,7 +13,7 @@ namespace {
 pcap_command only_capture(const std::string& word)
 {
     const std::vector<scenario_line> lines = capture_lines({word});
-    return lines.size() == 1 ? std::get<pcap_command>(lines[0].what) : pcap_command{};
+    return lines.size() == 1 ? std::get<pcap_command>(lines[0].command) : pcap_command{};
 }
 
 std::string complaint_about(const std::string& word)

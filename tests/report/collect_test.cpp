@@ -17,8 +17,8 @@ report_data collected(const scenario& what)
 {
     report_data data;
     std::ostringstream told;
-    const std::unique_ptr<backend> where = make_host_backend();
-    EXPECT_EQ(collect_report(what, *where, data, told), status_ok) << told.str();
+    const std::unique_ptr<backend> target = make_host_backend();
+    EXPECT_EQ(collect_report(what, *target, data, told), status_ok) << told.str();
     return data;
 }
 

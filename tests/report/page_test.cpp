@@ -21,8 +21,8 @@ report_data collected(const std::string& text)
 {
     report_data data;
     std::ostringstream told;
-    const std::unique_ptr<backend> where = make_host_backend();
-    EXPECT_EQ(collect_report(parse_good(text), *where, data, told), status_ok) << told.str();
+    const std::unique_ptr<backend> target = make_host_backend();
+    EXPECT_EQ(collect_report(parse_good(text), *target, data, told), status_ok) << told.str();
     return data;
 }
 

@@ -42,7 +42,7 @@ outcome_of_run run_with(bool remembered, const scenario& what)
     gpon::host::set_remembered_outcomes(remembered);
     std::ostringstream out, diagnostics;
     const auto where = make_host_backend();
-    run_scenario(what, *where, out, diagnostics, true);
+    run_scenario(what, *target, out, diagnostics, true);
     gpon::host::set_remembered_outcomes(true);
     EXPECT_EQ(diagnostics.str(), "") << what.name;
     return {out.str(), gpon::host::memory().allocations};
@@ -83,32 +83,32 @@ private:
     // once, and a frame that allocates nothing meets no fault.
     static bool is_left_out(const scenario_line& line)
     {
-        return std::holds_alternative<expect_command>(line.what) ||
-               std::holds_alternative<fault_command>(line.what) || asks_for(line, "debug_level");
+        return std::holds_alternative<expect_command>(line.command) ||
+               std::holds_alternative<fault_command>(line.command) || asks_for(line, "debug_level");
     }
 
     // Bytes that are not there read as 0, but a frame without them has no remembered outcome.
     static void pad(scenario_line& line)
     {
         constexpr size_t shortest = 60;
-        auto* hook = std::get_if<hook_command>(&line.what);
+        auto* hook = std::get_if<hook_command>(&line.command);
         if (hook && hook->frame && hook->frame->size() < shortest)
             hook->frame->resize(shortest);
     }
 
     static bool brings_frames(const scenario_line& line)
     {
-        if (const auto* hook = std::get_if<hook_command>(&line.what))
+        if (const auto* hook = std::get_if<hook_command>(&line.command))
             return hook->frame.has_value();
-        return std::holds_alternative<pcap_command>(line.what);
+        return std::holds_alternative<pcap_command>(line.command);
     }
 
     static bool may_change_something(const scenario_line& line)
     {
-        return std::holds_alternative<me_command>(line.what) ||
-               std::holds_alternative<clean_command>(line.what) ||
-               std::holds_alternative<advance_command>(line.what) ||
-               std::holds_alternative<platform_command>(line.what) || asks_for(line, "clean");
+        return std::holds_alternative<me_command>(line.command) ||
+               std::holds_alternative<clean_command>(line.command) ||
+               std::holds_alternative<advance_command>(line.command) ||
+               std::holds_alternative<platform_command>(line.command) || asks_for(line, "clean");
     }
 
     void remember(const scenario_line& line)

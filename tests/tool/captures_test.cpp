@@ -105,7 +105,7 @@ TEST(captures, paths_start_at_the_folder_of_the_scenario)
     std::ostringstream diagnostics;
     const std::optional<scenario> opened = open_scenario(file, diagnostics);
     ASSERT_TRUE(opened) << diagnostics.str();
-    EXPECT_THAT(std::get<pcap_command>(opened->lines[1].what).frames, ElementsAre(bytes{7}));
+    EXPECT_THAT(std::get<pcap_command>(opened->lines[1].command).frames, ElementsAre(bytes{7}));
 }
 
 TEST(open_scenario, reports_all_faults_in_the_order_of_lines)

@@ -18,9 +18,9 @@ TEST(parse, blank_lines_and_comments_are_skipped_and_lines_are_numbered)
     ASSERT_EQ(parsed.lines.size(), 2u);
     EXPECT_EQ(parsed.lines[0].line, 3u);
     EXPECT_EQ(parsed.lines[0].text, "load");
-    EXPECT_TRUE(std::holds_alternative<load_command>(parsed.lines[0].what));
+    EXPECT_TRUE(std::holds_alternative<load_command>(parsed.lines[0].command));
     EXPECT_EQ(parsed.lines[1].line, 6u);
-    EXPECT_TRUE(std::holds_alternative<unload_command>(parsed.lines[1].what));
+    EXPECT_TRUE(std::holds_alternative<unload_command>(parsed.lines[1].command));
 }
 
 TEST(parse, a_file_with_dos_line_ends_reads_the_same)
@@ -52,7 +52,7 @@ TEST(parse, every_faulty_line_is_reported)
     EXPECT_EQ(result.errors[0].line, 1u);
     EXPECT_EQ(result.errors[1].line, 3u);
     EXPECT_EQ(result.errors[2].line, 4u);
-    EXPECT_EQ(result.what.lines.size(), 1u);
+    EXPECT_EQ(result.input.lines.size(), 1u);
 }
 
 TEST(parse, a_mistyped_word_gets_the_nearest_known_one)
@@ -162,13 +162,13 @@ TEST(parse, platform_functions_are_unset_or_return_a_signed_value)
 
 TEST(parse, faults_of_alloc_and_copy_take_a_count)
 {
-    EXPECT_EQ(parse_only<fault_command>("fault chrdev").what, fault_kind::chrdev);
-    EXPECT_EQ(parse_only<fault_command>("fault proc_dir").what, fault_kind::proc_dir);
-    EXPECT_EQ(parse_only<fault_command>("fault proc_entry").what, fault_kind::proc_entry);
-    EXPECT_EQ(parse_only<fault_command>("fault hook").what, fault_kind::hook);
+    EXPECT_EQ(parse_only<fault_command>("fault chrdev").service, fault_kind::chrdev);
+    EXPECT_EQ(parse_only<fault_command>("fault proc_dir").service, fault_kind::proc_dir);
+    EXPECT_EQ(parse_only<fault_command>("fault proc_entry").service, fault_kind::proc_entry);
+    EXPECT_EQ(parse_only<fault_command>("fault hook").service, fault_kind::hook);
     EXPECT_EQ(parse_only<fault_command>("fault alloc").nth, 1u);
     const auto third = parse_only<fault_command>("fault copy=3");
-    EXPECT_EQ(third.what, fault_kind::copy);
+    EXPECT_EQ(third.service, fault_kind::copy);
     EXPECT_EQ(third.nth, 3u);
     EXPECT_THAT(error_of("fault hook=2"), HasSubstr("only 'alloc' and 'copy' take a number"));
     EXPECT_THAT(error_of("fault alloc=0"), HasSubstr("out of range 1 to"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow account: a scenario from its file to the account of its frames.
+// gponflow account: count the frames of a scenario by destination.
 #include <iostream>
 #include <memory>
 
@@ -19,9 +19,9 @@ int account(const std::string& file, const std::string& backend_name)
     if (!parsed)
         return status_invalid;
     try {
-        const std::unique_ptr<backend> where = make_backend(backend_name);
+        const std::unique_ptr<backend> target = make_backend(backend_name);
         frame_account counted;
-        const exit_status status = account_scenario(*parsed, *where, counted, std::cerr);
+        const exit_status status = account_scenario(*parsed, *target, counted, std::cerr);
         print_account(counted, std::cout);
         return finish_output() ? status : status_unsupported;
     } catch (const refusal& why) {

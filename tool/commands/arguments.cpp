@@ -13,12 +13,12 @@ namespace gponflow {
 
 namespace {
 
-// The scenario's own readers, with their messages for a command line.
+// Uses the readers of the scenario language, so that both accept the same words.
 template <typename reader>
-auto from_word(const std::string& what, const std::string& word, reader read)
+auto from_word(const std::string& name, const std::string& word, reader read)
 {
     try {
-        return read(value{what, word, 0});
+        return read(value{name, word, 0});
     } catch (const syntax_error& error) {
         throw CLI::ValidationError(error.message);
     }
@@ -26,10 +26,10 @@ auto from_word(const std::string& what, const std::string& word, reader read)
 
 } // namespace
 
-uint64_t read_number(const std::string& what, const std::string& word, uint64_t most,
+uint64_t read_number(const std::string& name, const std::string& word, uint64_t most,
                      uint64_t least)
 {
-    return from_word(what, word,
+    return from_word(name, word,
                      [&](const value& from) { return read_unsigned(from, most, least); });
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Words of a command line that name what the module knows. All throw CLI::ValidationError with what
-// is wrong and the nearest word that would do.
+// Arguments of the command line. All functions throw CLI::ValidationError with the reason and a
+// suggestion.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ uint16_t read_class(const std::string& word);
 /// An instance id, decimal or hexadecimal after 0x.
 uint16_t read_instance(const std::string& word);
 
-/// A number within bounds, decimal or hexadecimal after 0x; `what` names it in messages.
-uint64_t read_number(const std::string& what, const std::string& word, uint64_t most,
+/// A number within bounds, decimal or hexadecimal after 0x; `name` names it in messages.
+uint64_t read_number(const std::string& name, const std::string& word, uint64_t most,
                      uint64_t least = 0);
 
 } // namespace gponflow

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow check: a scenario from its file to the findings about its provisioning.
+// gponflow check: find mistakes in the provisioning of a scenario.
 #include <algorithm>
 #include <iostream>
 #include <memory>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow clean: rules and instances of the running module are deleted.
+// gponflow clean: delete rules or instances from the running module.
 #include <cstdio>
 #include <memory>
 #include <stdexcept>

@@ -6,8 +6,8 @@
 
 namespace gponflow {
 
-/// Each adds its subcommand, which runs while the command line is parsed, on the standard
-/// streams; a status other than 0 leaves as CLI::RuntimeError, which becomes the process's own.
+/// Each function adds a subcommand. The subcommand runs while the command line is parsed and uses
+/// the standard streams. It throws CLI::RuntimeError with an exit status other than 0.
 void add_run_command(CLI::App& app);
 void add_account_command(CLI::App& app);
 void add_check_command(CLI::App& app);

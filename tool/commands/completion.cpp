@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow completion: what bash offers behind a word, made from the subcommands themselves.
+// gponflow completion: a bash completion script, generated from the subcommands themselves.
 #include <iostream>
 #include <string>
 #include <vector>
@@ -31,7 +31,7 @@ std::string in_line(const std::vector<std::string_view>& names, const char* behi
     return line;
 }
 
-// Of "TEXT:{on,off}" what stands in braces: the words that are accepted.
+// The accepted words of a type text: "on off " of "TEXT:{on,off}".
 std::string listed_words(const std::string& type)
 {
     const size_t start = type.find('{');
@@ -44,7 +44,7 @@ std::string listed_words(const std::string& type)
     return words + " ";
 }
 
-// What may stand for an argument, as far as it is known; nothing for a file or a number.
+// Known values of an argument; none for a file or a number.
 std::string values_of(const CLI::Option& option)
 {
     const std::string type = option.get_type_name();
@@ -80,7 +80,7 @@ void print_level(const CLI::App& app, const std::string& path)
         print_level(*sub, path + " " + sub->get_name());
 }
 
-// Options that take a value; the words of one that takes a file or a number are none.
+// Options that take a value. An option for a file or a number has no words.
 void print_values(const CLI::App& app, const std::string& path)
 {
     for (const CLI::Option* option : app.get_options()) {
@@ -97,8 +97,8 @@ void print_values(const CLI::App& app, const std::string& path)
         print_values(*sub, path + " " + sub->get_name());
 }
 
-// The words before the cursor that name subcommands are the way to the level. Bash takes the sign
-// in --name=value and name=value for a word.
+// The subcommand names before the cursor form the path of the level. Bash treats the sign in
+// --name=value and name=value as a word.
 void print_script(const CLI::App& app)
 {
     std::cout << "# bash completion of gponflow; eval \"$(gponflow completion)\"\n"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow explain: one frame of a scenario from the command line to the account of its way.
+// gponflow explain: trace one frame step by step.
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -18,7 +18,7 @@ struct explain_request {
     frame_choice frame;
 };
 
-// On the device the scenario may be missing: the first word is the frame's then.
+// With --backend=device the scenario is optional: a first word with = is an option of the frame.
 void sort_words(explain_request& request)
 {
     if (request.source.backend == "device" && request.source.file.find('=') != std::string::npos)
@@ -43,11 +43,11 @@ int explain(const explain_request& request)
     }
     try {
         const bool device = request.source.backend == "device";
-        const std::unique_ptr<backend> where = make_backend(request.source.backend);
-        if (const auto told =
-                explain_frame(parsed.value_or(scenario{"gponflow", {}}), *where, frame, std::cerr,
-                              status, device ? told_by::trace_mark : told_by::full_detail))
-            print_explanation(*told, std::cout, colours_of(1));
+        const std::unique_ptr<backend> target = make_backend(request.source.backend);
+        if (const auto explained =
+                explain_frame(parsed.value_or(scenario{"gponflow", {}}), *target, frame, std::cerr,
+                              status, device ? explain_mode::trace_filter : explain_mode::full_log))
+            print_explanation(*explained, std::cout, colours_of(1));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;

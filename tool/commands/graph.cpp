@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow graph: a scenario from its file to the drawing of its managed entities.
+// gponflow graph: draw the managed entities of a scenario.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -23,7 +23,7 @@ namespace {
 struct graph_request {
     std::string scenario;
     std::string output;
-    std::string highlight; ///< hook options between commas
+    std::string highlight; ///< hook options, comma-separated
     frame_choice frame;    ///< a capture and the number in it, or nothing
 };
 
@@ -36,8 +36,7 @@ frame_choice choice_of(const graph_request& request)
     return choice;
 }
 
-// The instances that passed the frame, from where it entered; of one that none passed, those on
-// the ways that came farthest.
+// The instances that passed the frame, from its entry. If none did: those on the deepest branches.
 std::vector<me_id> walked_path(const walk_story& story)
 {
     std::vector<me_id> path;
@@ -52,12 +51,12 @@ std::vector<me_id> walked_path(const walk_story& story)
     return path;
 }
 
-std::vector<me_id> highlighted(const explanation& told)
+std::vector<me_id> highlighted(const explanation& explained)
 {
-    std::vector<me_id> walked = walked_path(told.story);
+    std::vector<me_id> walked = walked_path(explained.story);
     if (walked.empty())
         std::cerr << "gponflow: the frame reached no managed entity: no path is highlighted\n";
-    else if (told.answer && told.answer->api_result != 0)
+    else if (explained.answer && explained.answer->api_result != 0)
         std::cerr << "gponflow: the frame is dropped: its path is highlighted up to the drop\n";
     return walked;
 }
@@ -87,12 +86,12 @@ int graph(const graph_request& request)
         std::vector<me_id> walked;
         if (!request.highlight.empty()) {
             exit_status status = status_ok;
-            const std::unique_ptr<backend> where = make_host_backend();
-            const auto told =
-                explain_frame(*parsed, *where, choose_frame(choice_of(request)), std::cerr, status);
-            if (!told)
+            const std::unique_ptr<backend> target = make_host_backend();
+            const auto explained = explain_frame(*parsed, *target, choose_frame(choice_of(request)),
+                                                 std::cerr, status);
+            if (!explained)
                 return status;
-            walked = highlighted(*told);
+            walked = highlighted(*explained);
         }
         std::ostringstream dot;
         write_dot(final_entities(*parsed), walked, dot);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow omci: a captured OMCI bring-up to a scenario file.
+// gponflow omci: convert a captured OMCI bring-up to a scenario.
 #include <iostream>
 #include <memory>
 

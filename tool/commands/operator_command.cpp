@@ -12,7 +12,7 @@ namespace gponflow {
 
 namespace {
 
-// What the module says besides the state of its switch, which it repeats for every command.
+// The output of the module without the state of its switch, which it prints for every command.
 void print_answer(const std::string& answer, const palette& colours)
 {
     for_each_line(answer, [&](std::string_view line) {
@@ -28,12 +28,12 @@ int send_lines(const operator_lines& lines, bool dry_run)
             std::cout << line << '\n';
         return finish_output() ? status_ok : status_unsupported;
     }
-    return look_at({}, [&](captured_run& run) {
+    return run_on_source({}, [&](captured_run& run) {
         const palette colours = colours_of(1);
         for (const std::string& line : lines) {
-            const auto answer = run.ask(line);
+            const auto answer = run.query(line);
             if (!answer)
-                return tell_not_loaded();
+                return report_not_loaded();
             std::cout << "> " << line << '\n';
             print_answer(*answer, colours);
         }

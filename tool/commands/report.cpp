@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow report: a scenario and captures to one page.
+// gponflow report: write an HTML page about a scenario and captures.
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -33,7 +33,7 @@ void write_page(const std::string& page, const std::string& output)
         throw std::runtime_error(output + ": cannot be written");
 }
 
-// A report without its drawing is worth having; the reason stands in its place.
+// A missing graph does not prevent the report: the page shows the reason in its place.
 std::string drawn_page(const report_data& data)
 {
     std::string picture;
@@ -53,12 +53,12 @@ int report(const report_request& request)
     if (!parsed)
         return status_invalid;
     try {
-        // What follows the scenario meets the module as the scenario leaves it.
+        // The captures run after the scenario, on the state that it leaves.
         for (scenario_line& line : capture_lines(request.captures))
             parsed->lines.push_back(std::move(line));
-        const std::unique_ptr<backend> where = make_host_backend();
+        const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
-        const exit_status status = collect_report(*parsed, *where, data, std::cerr);
+        const exit_status status = collect_report(*parsed, *target, data, std::cerr);
         if (status == status_ok)
             write_page(drawn_page(data), request.output);
         return finish_output() ? status : status_unsupported;

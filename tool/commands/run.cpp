@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow run: a scenario from its file to its transcript.
+// gponflow run: run a scenario and print its transcript.
 #include <iostream>
 #include <memory>
 
@@ -34,7 +34,7 @@ A scenario has one command per line; lines that begin with # are comments:
 Exit status: 0 every command ran and every expect held, 1 an expect failed, 2 invalid line or
 unreadable file (nothing ran), 3 the backend does not support a command.)";
 
-// What cannot be written is lost for whoever compares transcripts: no success then.
+// An incomplete transcript must not look like success to a script that compares it.
 int written(exit_status status)
 {
     if (std::cout.flush())
@@ -49,8 +49,8 @@ int run(const run_arguments& arguments)
     if (!parsed)
         return status_invalid;
     try {
-        const std::unique_ptr<backend> where = make_backend(arguments.backend);
-        return written(run_scenario(*parsed, *where, std::cout, std::cerr, arguments.mask_lines));
+        const std::unique_ptr<backend> target = make_backend(arguments.backend);
+        return written(run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;

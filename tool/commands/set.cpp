@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow set: the switch, the log level and the trace filter of the running module.
+// gponflow set: set the switch, log level or trace filter of the running module.
 #include <memory>
 
 #include "tool/commands/commands.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow show: what the module knows, from its own dumps.
+// gponflow show: print rules, managed entities or status from the dumps of the module.
 #include <algorithm>
 #include <iostream>
 #include <memory>
@@ -23,7 +23,7 @@ struct show_request {
     std::string direction;
 };
 
-using look = int (*)(const show_request&, captured_run&);
+using view_function = int (*)(const show_request&, captured_run&);
 
 palette colours()
 {
@@ -37,9 +37,9 @@ int written()
 
 int show_rules(const show_request& request, captured_run& run)
 {
-    const auto answer = run.ask("show flow_rule");
+    const auto answer = run.query("show flow_rule");
     if (!answer)
-        return tell_not_loaded();
+        return report_not_loaded();
     std::optional<rule_table> table = read_rule_table(*answer);
     if (!table)
         throw refusal("the module printed no rule table");
@@ -56,9 +56,9 @@ int show_rules(const show_request& request, captured_run& run)
 
 int show_me(const show_request& request, captured_run& run)
 {
-    const auto answer = run.ask("show raw_data");
+    const auto answer = run.query("show raw_data");
     if (!answer)
-        return tell_not_loaded();
+        return report_not_loaded();
     std::vector<dumped_instance> all = read_instances(*answer);
     std::erase_if(all, [&](const dumped_instance& one) {
         const bool wanted =
@@ -84,15 +84,15 @@ int show_status(const show_request& request, captured_run& run)
 }
 
 CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request, const char* name,
-                   const char* what, look view)
+                   const char* description, view_function view)
 {
-    CLI::App* sub = show.add_subcommand(name, what);
+    CLI::App* sub = show.add_subcommand(name, description);
     add_source_options(*sub, request->source);
     CLI::Option* json = sub->add_flag("--json", request->json, "Print JSON");
     sub->add_flag("--table", request->table, "Print a table (default)")->excludes(json);
     sub->callback([request, view] {
         const int status =
-            look_at(request->source, [&](captured_run& run) { return view(*request, run); });
+            run_on_source(request->source, [&](captured_run& run) { return view(*request, run); });
         if (status != status_ok)
             throw CLI::RuntimeError(status);
     });

@@ -43,20 +43,20 @@ std::string backend_of(const live_source& from)
     return from.file.empty() ? "device" : "host";
 }
 
-int look_at(const live_source& from, const std::function<int(captured_run&)>& look)
+int run_on_source(const live_source& from, const std::function<int(captured_run&)>& action)
 {
     exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(from, status);
     if (status != status_ok)
         return status;
     try {
-        const std::unique_ptr<backend> where = make_backend(backend_of(from));
-        captured_run run(*where);
+        const std::unique_ptr<backend> target = make_backend(backend_of(from));
+        captured_run run(*target);
         if (parsed)
             status = run.run(without_last_unload(*parsed), std::cerr);
         if (status != status_ok)
             return status;
-        const int outcome = look(run);
+        const int outcome = action(run);
         if (run.lost_lines())
             std::cerr
                 << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
@@ -68,7 +68,7 @@ int look_at(const live_source& from, const std::function<int(captured_run&)>& lo
     }
 }
 
-int tell_not_loaded()
+int report_not_loaded()
 {
     std::cerr << "gponflow: the module is not loaded: neither its proc entry nor its character "
                  "device exists\n";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What a live command looks at: the module in the running kernel, or a scenario that runs first.
+// Input of a live command: the module in the running kernel, or a scenario that runs first.
 #pragma once
 
 #include <functional>
@@ -13,25 +13,25 @@
 namespace gponflow {
 
 struct live_source {
-    std::string file;    ///< a scenario; empty for the module as it runs
+    std::string file;    ///< a scenario; empty: the running module
     std::string backend; ///< empty: host with a scenario, device without
 };
 
 /// Adds FILE (its option's name, e.g. "FILE" or "--scenario") and --backend.
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option = "FILE");
 
-/// A scenario to look at, or nothing for the module as it runs. Says on standard error what is
-/// wrong with it, and sets the status then.
+/// The scenario, or nothing for the running module. Prints errors to standard error and then sets
+/// the status.
 std::optional<scenario> open_source(const live_source& from, exit_status& status);
 
-/// The backend's name that stands for an empty one.
+/// The name of the backend, with the default for an empty name.
 std::string backend_of(const live_source& from);
 
-/// Makes the backend, runs the scenario if there is one and then `look`, whose status it answers.
-/// Refusals are told on standard error.
-int look_at(const live_source& from, const std::function<int(captured_run&)>& look);
+/// Creates the backend, runs the scenario if there is one and then `action`, and returns its
+/// status. Prints refusals to standard error.
+int run_on_source(const live_source& from, const std::function<int(captured_run&)>& action);
 
-/// Says that the module is not loaded; the status of a command that needs it.
-int tell_not_loaded();
+/// Prints that the module is not loaded and returns the status for it.
+int report_not_loaded();
 
 } // namespace gponflow

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow trace: the ways of the frames that a filter marks.
+// gponflow trace: trace the frames that a filter marks.
 #include <iostream>
 #include <memory>
 
@@ -29,7 +29,7 @@ int trace(const trace_request& request)
         return status_invalid;
     }
     if (request.source.file.empty())
-        return look_at(request.source, [&](captured_run& run) {
+        return run_on_source(request.source, [&](captured_run& run) {
             return trace_device(run, filter, request.limits, std::cout, std::cerr, colours_of(1));
         });
     exit_status status = status_ok;
@@ -37,8 +37,8 @@ int trace(const trace_request& request)
     if (!parsed)
         return status;
     try {
-        const std::unique_ptr<backend> where = make_backend(backend_of(request.source));
-        status = trace_scenario(*parsed, *where, filter, request.limits.frames, std::cout,
+        const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
+        status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout,
                                 std::cerr, colours_of(1));
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow watch: the rules, looked at again and again.
+// gponflow watch: print the rules periodically.
 #include <chrono>
 #include <functional>
 #include <iostream>
@@ -37,22 +37,22 @@ uint64_t seconds_now()
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
-std::vector<std::string> look_again(captured_run& run, rule_watch& watch)
+std::vector<std::string> updated_lines(captured_run& run, rule_watch& watch)
 {
-    const auto answer = run.ask("show flow_rule");
+    const auto answer = run.query("show flow_rule");
     if (!answer)
         throw refusal("the module is not loaded");
     const std::optional<rule_table> table = read_rule_table(*answer);
     if (!table)
         throw refusal("the module printed no rule table");
-    watch.look(*table, seconds_now());
+    watch.update(*table, seconds_now());
     return watch.lines(seconds_now(), "s");
 }
 
-using lines_of_look = std::vector<std::string>;
+using table_lines = std::vector<std::string>;
 
-// Keys, a new size of the terminal and signals are seen to until the next look; true at the end.
-bool wait_for_look(stop_signals& stop, screen& terminal, unsigned interval)
+// Handles keys, resizes and signals until the next update is due. True on exit.
+bool wait_for_update(stop_signals& stop, screen& terminal, unsigned interval)
 {
     using clock = std::chrono::steady_clock;
     const clock::time_point next = clock::now() + std::chrono::seconds(interval);
@@ -64,36 +64,36 @@ bool wait_for_look(stop_signals& stop, screen& terminal, unsigned interval)
     return false;
 }
 
-// Looks again and again, until it is told to end.
-void follow(lines_of_look lines, const std::function<lines_of_look()>& look, unsigned interval)
+// Updates the table until the user exits.
+void keep_updating(table_lines lines, const std::function<table_lines()>& update, unsigned interval)
 {
     stop_signals stop;
     if (const std::unique_ptr<screen> terminal = open_screen()) {
         terminal->show(lines);
-        while (!wait_for_look(stop, *terminal, interval))
-            terminal->show(look());
+        while (!wait_for_update(stop, *terminal, interval))
+            terminal->show(update());
         return;
     }
     print(lines);
     while (std::cout && !stop.wait(-1, static_cast<int>(interval) * 1000))
-        print(look());
+        print(update());
 }
 
 int watch_device(const watch_request& request, captured_run& run)
 {
     rule_watch watch;
-    const auto look = [&] { return look_again(run, watch); };
-    // What is wrong with the module is told before the terminal is taken.
-    lines_of_look lines = look();
+    const auto update = [&] { return updated_lines(run, watch); };
+    // An error of the module is printed before curses takes the terminal.
+    table_lines lines = update();
     if (request.once)
         print(lines);
     else
-        follow(std::move(lines), look, request.interval);
+        keep_updating(std::move(lines), update, request.interval);
     return status_ok;
 }
 
-// What a scenario leaves behind does not change: it is there to scroll in.
-void show_until_end(const lines_of_look& lines)
+// The rules of a scenario do not change: the user can only scroll.
+void show_until_end(const table_lines& lines)
 {
     stop_signals stop;
     const std::unique_ptr<screen> terminal = open_screen();
@@ -109,14 +109,14 @@ void show_until_end(const lines_of_look& lines)
 int watch(const watch_request& request)
 {
     if (request.source.file.empty())
-        return look_at(request.source,
-                       [&](captured_run& run) { return watch_device(request, run); });
+        return run_on_source(request.source,
+                             [&](captured_run& run) { return watch_device(request, run); });
     exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (!parsed)
         return status;
-    const std::unique_ptr<backend> where = make_host_backend();
-    const auto lines = watch_scenario(without_last_unload(*parsed), *where, std::cerr, status);
+    const std::unique_ptr<backend> target = make_host_backend();
+    const auto lines = watch_scenario(without_last_unload(*parsed), *target, std::cerr, status);
     if (lines && request.once)
         print(*lines);
     else if (lines)

@@ -8,8 +8,8 @@
 
 namespace gponflow {
 
-/// " (did you mean 'X'?)" for the first word of a command line that is no subcommand or option
-/// where it stands, empty when every word is known or nothing is near.
+/// " (did you mean 'X'?)" for the first unknown word of a command line; empty when every word is
+/// known or no known word is similar.
 std::string word_hint(const CLI::App& app, const std::vector<std::string>& words);
 
 } // namespace gponflow

@@ -41,10 +41,10 @@ private:
     std::map<uint16_t, uint16_t> bridges_;
 };
 
-/// One frame's log, read for what happened.
+/// The log of one frame as data.
 struct frame_story {
     bool quick = false;
-    std::vector<uint16_t> ports; ///< bridge ports in the order in which they were passed
+    std::vector<uint16_t> ports; ///< bridge ports in the order of the path
     std::string last_complaint;
 
     explicit frame_story(const std::string& log)
@@ -57,8 +57,8 @@ struct frame_story {
         }
     }
 
-    /// A walk passes through its last port; a replay through its first, as what stands deeper in
-    /// a rule may be left over from a branch that was given up.
+    /// A walk passes through its last port. A replay passes through its first: deeper steps of a
+    /// rule may be left from an abandoned branch.
     std::string bridge(const bridge_map& bridges) const
     {
         if (ports.empty())
@@ -78,8 +78,7 @@ private:
             complain(line);
     }
 
-    // The reason is what an instance said; what the functions above it report is only that it
-    // failed.
+    // The reason is the message of the instance; the functions above it only report a failure.
     void complain(std::string_view line)
     {
         static const std::regex complaint(
@@ -98,9 +97,9 @@ private:
     }
 };
 
-class accountant final : public captured_run {
+class frame_counter final : public captured_run {
 public:
-    accountant(backend& where, frame_account& account) : captured_run(where), account_(account)
+    frame_counter(backend& target, frame_account& account) : captured_run(target), account_(account)
     {
         show_progress();
     }
@@ -158,28 +157,29 @@ constexpr std::array<const char*, 4> direction_titles = {
     "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
     "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
 
-void print_lines(const char* what, const std::map<std::string, uint64_t>& lines, std::ostream& out)
+void print_lines(const char* outcome, const std::map<std::string, uint64_t>& lines,
+                 std::ostream& out)
 {
     for (const auto& [text, frames] : lines) {
         const std::string count = std::to_string(frames);
-        out << "  " << what << std::string(count.size() < 6 ? 6 - count.size() : 0, ' ') << count
+        out << "  " << outcome << std::string(count.size() < 6 ? 6 - count.size() : 0, ' ') << count
             << "  " << text << '\n';
     }
 }
 
 } // namespace
 
-exit_status account_scenario(const scenario& what, backend& where, frame_account& account,
+exit_status account_scenario(const scenario& input, backend& target, frame_account& account,
                              std::ostream& diagnostics)
 {
-    return accountant(where, account).run(what, diagnostics);
+    return frame_counter(target, account).run(input, diagnostics);
 }
 
 void print_account(const frame_account& account, std::ostream& out)
 {
     if (std::ranges::all_of(account, [](const direction_account& one) { return one.frames == 0; }))
         out << "no frames\n";
-    // In the order in which a frame meets them.
+    // In the order of the path of a frame.
     for (const size_t kind : {size_t{0}, size_t{1}, size_t{3}, size_t{2}}) {
         const direction_account& direction = account.at(kind);
         if (direction.frames == 0)

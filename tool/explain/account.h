@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Where the frames of a scenario went, for people: an account instead of a transcript.
+// Counts the frames of a scenario by destination and reason of drop.
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@
 
 namespace gponflow {
 
-/// What became of the frames of one direction.
+/// The frames of one direction.
 struct direction_account {
     uint64_t frames = 0;
     uint64_t quick = 0;                           ///< replayed a rule
@@ -26,9 +26,9 @@ struct direction_account {
 /// By kind of hook call: 0 to 3.
 using frame_account = std::array<direction_account, 4>;
 
-/// Runs the scenario and counts its hook calls. The module's log is switched to full detail for
-/// each frame, which is where the reasons come from. Diagnostics as for run_scenario.
-exit_status account_scenario(const scenario& what, backend& where, frame_account& account,
+/// Runs the scenario and counts its hook calls. All log levels are on for each frame: the reasons
+/// come from the log. Diagnostics as for run_scenario.
+exit_status account_scenario(const scenario& input, backend& target, frame_account& account,
                              std::ostream& diagnostics);
 
 /// Prints the account as text.

@@ -6,13 +6,13 @@ namespace gponflow {
 active_filter::active_filter(captured_run& run, const trace_filter& filter) : run_(run)
 {
     for (const std::string& line : lines_of(filter))
-        is_set_ = run_.ask(line).has_value() && is_set_;
+        is_set_ = run_.query(line).has_value() && is_set_;
 }
 
 active_filter::~active_filter()
 {
     try {
-        run_.ask(trace_off_line);
+        run_.query(trace_off_line);
     } catch (const refusal&) {
         // The module is gone, and the filter with it.
     }

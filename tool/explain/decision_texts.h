@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the decisions on a walk say, in words: operands that no message carries are taken from the
-// mirror and the frame.
+// Texts for the decisions of a walk. Operands that no message contains come from the entities and
+// the frame.
 #pragma once
 
 #include <string>
@@ -20,7 +20,7 @@ std::string class_text(unsigned class_id);
 std::string filter_text(const mirror& entities, me_id port, unsigned operation, unsigned tci,
                         bool tagged);
 
-/// What the mapper of a GEM IW TP makes of a frame: "mapper 0x0001: TCI 0x6064, priority 3 selects
+/// The decision of the mapper of a GEM IW TP: "mapper 0x0001: TCI 0x6064, priority 3 selects
 /// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not
 /// known.
 std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, const bytes* frame);
@@ -28,7 +28,7 @@ std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, co
 /// Why a frame cannot go through a bridge port in its direction.
 std::string side_text(const mirror& entities, me_id port);
 
-/// Why a walk ends at an instance that has said nothing about it.
+/// Why a walk ends at an instance that logged no reason.
 std::string end_text(const mirror& entities, me_id at);
 
 /// The DSCP of a frame as the module reads it, -1 when it reads none.

@@ -19,24 +19,24 @@ namespace gponflow {
 
 namespace {
 
-// How many lines of the scenario run before the frame, and the frame.
-std::pair<size_t, std::optional<explained_frame>> last_frame(const scenario& what)
+// The number of lines before the last frame of the scenario, and the frame.
+std::pair<size_t, std::optional<explained_frame>> last_frame(const scenario& input)
 {
-    for (size_t at = what.lines.size(); at-- > 0;) {
-        const auto* hook = std::get_if<hook_command>(&what.lines[at].what);
+    for (size_t at = input.lines.size(); at-- > 0;) {
+        const auto* hook = std::get_if<hook_command>(&input.lines[at].command);
         if (hook && hook->frame)
             return {at, explained_frame{hook->options, *hook->frame}};
     }
-    return {what.lines.size(), std::nullopt};
+    return {input.lines.size(), std::nullopt};
 }
 
-// A marked frame of a direction without a walk says nothing at all.
+// A marked frame of a direction without a walk logs nothing.
 bool engine_is_on(captured_run& runner)
 {
-    return read_switch(runner.ask("show en_flag").value_or("")).value_or(false);
+    return read_switch(runner.query("show en_flag").value_or("")).value_or(false);
 }
 
-// The log of the frame alone, from that of all that were marked.
+// The log of the frame itself, out of the log of all marked frames.
 std::string log_of(const captured_run& runner, explanation& result)
 {
     std::vector<std::string> walks;
@@ -55,10 +55,10 @@ std::optional<hook_answer> hook_marked(captured_run& runner, const explained_fra
     return runner.hook(frame.options, frame.frame);
 }
 
-void run_frame(captured_run& runner, explanation& result, told_by how)
+void run_frame(captured_run& runner, explanation& result, explain_mode mode)
 {
-    const explained_frame& frame = result.what;
-    const bool marked = how == told_by::trace_mark;
+    const explained_frame& frame = result.input;
+    const bool marked = mode == explain_mode::trace_filter;
     result.answer =
         marked ? hook_marked(runner, frame) : runner.hook_in_detail(frame.options, frame.frame);
     const std::string log = marked ? log_of(runner, result) : runner.log();
@@ -66,7 +66,7 @@ void run_frame(captured_run& runner, explanation& result, told_by how)
     if (marked)
         result.story.ran = result.story.ran || engine_is_on(runner);
     if (result.story.replayed) {
-        const auto rules = read_rule_table(runner.ask("show flow_rule").value_or(""));
+        const auto rules = read_rule_table(runner.query("show flow_rule").value_or(""));
         if (const dumped_rule* rule =
                 rules ? rules->find(key_of(frame.options, frame.frame)) : nullptr)
             name_replay(result.story, *rule);
@@ -76,36 +76,36 @@ void run_frame(captured_run& runner, explanation& result, told_by how)
 
 } // namespace
 
-std::optional<explanation> explain_frame(const scenario& what, backend& where,
+std::optional<explanation> explain_frame(const scenario& input, backend& target,
                                          const std::optional<explained_frame>& frame,
                                          std::ostream& diagnostics, exit_status& status,
-                                         told_by how)
+                                         explain_mode mode)
 {
-    auto [count, chosen] = last_frame(what);
+    auto [count, chosen] = last_frame(input);
     if (frame) {
-        count = what.lines.size();
+        count = input.lines.size();
         chosen = frame;
     }
     if (!chosen) {
-        diagnostics << what.name
+        diagnostics << input.name
                     << ": no frame: the scenario has no hook command with a frame, and the "
                        "command line names none\n";
         status = status_invalid;
         return {};
     }
-    const scenario before{what.name,
-                          {what.lines.begin(), what.lines.begin() + static_cast<long>(count)}};
-    captured_run runner(where);
+    const scenario before{input.name,
+                          {input.lines.begin(), input.lines.begin() + static_cast<long>(count)}};
+    captured_run runner(target);
     runner.show_progress();
     status = runner.run(before, diagnostics);
     if (status != status_ok)
         return {};
     explanation result{*chosen, {}, {}, {}};
-    if (how == told_by::trace_mark)
-        result.entities = mirror_of(read_instances(runner.ask("show raw_data").value_or("")));
+    if (mode == explain_mode::trace_filter)
+        result.entities = mirror_of(read_instances(runner.query("show raw_data").value_or("")));
     else
         result.entities = final_entities(before);
-    run_frame(runner, result, how);
+    run_frame(runner, result, mode);
     return result;
 }
 

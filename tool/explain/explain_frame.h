@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Runs one frame and reads its path from the module's own log.
+// Runs one frame and reads its path from the log of the module.
 #pragma once
 
 #include <iosfwd>
@@ -13,27 +13,27 @@
 namespace gponflow {
 
 struct explanation {
-    explained_frame what;
+    explained_frame input;
     walk_story story;
     std::optional<hook_answer> answer;
-    mirror entities;           ///< as they stood when the frame came
+    mirror entities;           ///< at the time of the frame
     bool lines_lost = false;   ///< log text is missing
-    bool others_mixed = false; ///< other frames of the same addresses came at the same time
+    bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };
 
-/// How the module is made to tell a frame's way.
-enum class told_by {
-    full_detail, ///< all of its messages, of whatever goes on
-    trace_mark   ///< those about the frame alone, on a line with traffic; what entities and rules
-                 ///< there are is asked of the module
+/// How the module is made to log the path of a frame.
+enum class explain_mode {
+    full_log,    ///< all log levels, which log every frame
+    trace_filter ///< messages about the frame only, for a line with traffic; the entities and rules
+                 ///< are queried from the module
 };
 
-/// Runs the scenario, then the frame; without a frame, the last frame of a hook command of the
-/// scenario takes its place and is not run twice. Nothing when the backend refused or there is no
-/// frame: `status` and `diagnostics` say so.
-std::optional<explanation> explain_frame(const scenario& what, backend& where,
+/// Runs the scenario, then the frame. Without a frame, it uses the last frame of a hook command of
+/// the scenario and does not run it twice. Returns nothing when the backend refused or there is no
+/// frame; `status` and `diagnostics` then have the reason.
+std::optional<explanation> explain_frame(const scenario& input, backend& target,
                                          const std::optional<explained_frame>& frame,
                                          std::ostream& diagnostics, exit_status& status,
-                                         told_by how = told_by::full_detail);
+                                         explain_mode mode = explain_mode::full_log);
 
 } // namespace gponflow

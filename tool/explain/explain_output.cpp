@@ -12,7 +12,7 @@ namespace gponflow {
 
 namespace {
 
-// The attributes of an instance that decide where a frame goes.
+// The attributes of an instance that decide the path of a frame.
 std::string attributes(const mirrored_instance& me)
 {
     switch (me.id.class_id) {
@@ -42,7 +42,7 @@ std::string attributes(const mirrored_instance& me)
     }
 }
 
-// A replayed step's instance is unknown where no message names it.
+// The instance of a replayed step is unknown unless a message names it.
 std::string title(const walk_step& step, bool replayed)
 {
     std::string text = to_text(step.at);
@@ -86,14 +86,14 @@ void print_queue(uint16_t gem, const mirror& entities, std::ostream& out)
     }
 }
 
-// A replay ends early or not, but always well.
+// A replay always succeeds, even if it ends early.
 bool reached_egress(const walk_story& story)
 {
     return story.replayed || std::ranges::any_of(story.steps, &walk_step::passed);
 }
 
-// What the tree above it does not show: a refusal is not always the end of a frame.
-void print_why_not_dropped(const walk_story& story, std::ostream& out)
+// Not visible in the tree: a refusal does not always drop the frame.
+void print_pass_note(const walk_story& story, std::ostream& out)
 {
     const std::optional<size_t> refusal = deepest_dead_end(story);
     if (story.replayed && refusal)
@@ -105,25 +105,25 @@ void print_why_not_dropped(const walk_story& story, std::ostream& out)
                "is dropped neither by a filter nor for lack of a bridge.\n";
 }
 
-void print_success(const explanation& what, std::ostream& out, const palette& colours)
+void print_success(const explanation& explained, std::ostream& out, const palette& colours)
 {
     out << colours.good("passes");
-    if (what.what.options.kind == 1) {
-        out << " to GEM port " << what.answer->gem;
-        print_queue(what.answer->gem, what.entities, out);
-    } else if (what.what.options.kind == 0) {
+    if (explained.input.options.kind == 1) {
+        out << " to GEM port " << explained.answer->gem;
+        print_queue(explained.answer->gem, explained.entities, out);
+    } else if (explained.input.options.kind == 0) {
         out << " into the bridge";
-    } else if (what.what.options.kind == 3) {
-        out << " from GEM port " << what.answer->gem
-            << (reached_egress(what.story) ? " into the bridge" : "");
+    } else if (explained.input.options.kind == 3) {
+        out << " from GEM port " << explained.answer->gem
+            << (reached_egress(explained.story) ? " into the bridge" : "");
     } else {
         out << " to the UNI: this half is not walked";
     }
-    if (what.story.replayed)
+    if (explained.story.replayed)
         out << "; its rule was replayed\n";
     else
-        out << (what.story.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
-    print_why_not_dropped(what.story, out);
+        out << (explained.story.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
+    print_pass_note(explained.story, out);
 }
 
 void print_branch(const walk_story& story, size_t last, std::ostream& out)
@@ -173,27 +173,27 @@ const char* direction_title(unsigned fwd_flag)
     }
 }
 
-void print_if_garbled(const walk_story& story, std::ostream& out)
+void print_if_inconsistent(const walk_story& story, std::ostream& out)
 {
-    if (story.garbled)
+    if (story.inconsistent)
         out << "These lines are inconsistent: another marked frame was handled at the same time on "
                "another CPU, or lines are missing.\n";
 }
 
-void print_doubts(const explanation& what, std::ostream& out)
+void print_warnings(const explanation& explained, std::ostream& out)
 {
-    if (what.lines_lost)
+    if (explained.lines_lost)
         out << "Kernel log lines were lost: this output may be incomplete (boot with a larger "
                "log_buf_len).\n";
-    if (what.others_mixed)
+    if (explained.others_mixed)
         out << "Other frames with the same addresses arrived at the same time: this may be the "
                "path "
                "of one of them.\n";
     else
-        print_if_garbled(what.story, out);
+        print_if_inconsistent(explained.story, out);
 }
 
-// The GEM port that a walk upstream has led to.
+// The GEM port of an upstream walk.
 std::string gem_port_of(const walk_story& story, const mirror& entities)
 {
     for (const walk_step& step : story.steps)
@@ -207,7 +207,7 @@ std::string gem_port_of(const walk_story& story, const mirror& entities)
 
 std::string dead_ends_text(const walk_story& story, size_t most)
 {
-    // By reason, in the order in which each was met first.
+    // By reason, in order of first occurrence.
     std::vector<std::pair<std::string, std::vector<std::string>>> ends;
     for (const size_t i : deepest_dead_ends(story)) {
         const walk_step& step = story.steps[i];
@@ -230,25 +230,25 @@ std::string dead_ends_text(const walk_story& story, size_t most)
     return text;
 }
 
-void print_explanation(const explanation& what, std::ostream& out, const palette& colours)
+void print_explanation(const explanation& explained, std::ostream& out, const palette& colours)
 {
-    const uint32_t kind = what.what.options.kind;
+    const uint32_t kind = explained.input.options.kind;
     out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call without a direction")
-        << ", " << what.what.frame.size() << " bytes\n";
-    if (!what.answer) {
+        << ", " << explained.input.frame.size() << " bytes\n";
+    if (!explained.answer) {
         out << "not classified: the module is not loaded\n";
         return;
     }
-    if (!what.story.ran) {
+    if (!explained.story.ran) {
         out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
         return;
     }
-    print_steps(what.story, what.entities, out, colours);
-    if (what.answer->api_result == 0)
-        print_success(what, out, colours);
+    print_steps(explained.story, explained.entities, out, colours);
+    if (explained.answer->api_result == 0)
+        print_success(explained, out, colours);
     else
-        print_drop(what.story, out, colours);
-    print_doubts(what, out);
+        print_drop(explained.story, out, colours);
+    print_warnings(explained, out);
 }
 
 void print_marked_frame(const walk_story& story, const mirror& entities, std::ostream& out,
@@ -258,15 +258,15 @@ void print_marked_frame(const walk_story& story, const mirror& entities, std::os
     print_steps(story, entities, out, colours);
     if (story.dropped) {
         print_drop(story, out, colours);
-        print_if_garbled(story, out);
+        print_if_inconsistent(story, out);
         return;
     }
     out << colours.good("passes");
     if (const std::string port = gem_port_of(story, entities); !port.empty())
         out << (story.fwd_flag == 4 ? " from GEM port " : " to GEM port ") << port;
     out << (story.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
-    print_why_not_dropped(story, out);
-    print_if_garbled(story, out);
+    print_pass_note(story, out);
+    print_if_inconsistent(story, out);
 }
 
 } // namespace gponflow

@@ -11,15 +11,16 @@
 
 namespace gponflow {
 
-/// Prints the walk as an indented tree, and what came of it.
-void print_explanation(const explanation& what, std::ostream& out, const palette& colours = {});
+/// Prints the walk as an indented tree, and its result.
+void print_explanation(const explanation& explained, std::ostream& out,
+                       const palette& colours = {});
 
-/// The same of a marked frame that passed by, of which there is the log alone.
+/// The same for a marked frame of which only the log is known.
 void print_marked_frame(const walk_story& story, const mirror& entities, std::ostream& out,
                         const palette& colours = {});
 
-/// "A, B: the reason; C: another one", of those branches. Of many that end for one reason, those
-/// beyond `most` are counted, unless it is 0.
+/// "A, B: the reason; C: another one" for the deepest branches. Of branches with the same reason,
+/// at most `most` are named and the rest is counted; 0 names all.
 std::string dead_ends_text(const walk_story& story, size_t most = 0);
 
 } // namespace gponflow

@@ -18,9 +18,9 @@ explained_frame frame_of_words(const std::vector<std::string>& words, const std:
     const parse_result parsed = parse_scenario(line, "frame options");
     if (!parsed.errors.empty())
         throw std::runtime_error("the frame: " + parsed.errors.front().message);
-    const auto* hook = parsed.what.lines.empty()
+    const auto* hook = parsed.input.lines.empty()
                            ? nullptr
-                           : std::get_if<hook_command>(&parsed.what.lines.front().what);
+                           : std::get_if<hook_command>(&parsed.input.lines.front().command);
     if (!hook)
         throw std::runtime_error("the frame: not the options of a hook command");
     if (hook->frame && !capture.empty())
@@ -41,7 +41,7 @@ std::optional<explained_frame> choose_frame(const frame_choice& from)
         return result;
     const std::vector<bytes> frames = [&] {
         try {
-            // What comes behind the frame may be long, or cut off in the middle.
+            // The rest of the capture may be long, or truncated.
             return read_capture(from.capture, from.number);
         } catch (const std::runtime_error& why) {
             throw std::runtime_error(from.capture + ": " + why.what());

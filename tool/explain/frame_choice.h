@@ -17,14 +17,14 @@ struct explained_frame {
     bytes frame;
 };
 
-/// How a frame is named on a command line.
+/// A frame as named on a command line.
 struct frame_choice {
     std::vector<std::string> words; ///< hook options: kind=up_ani port=1 frame=0200...
     std::string capture;            ///< or a capture file, the words without frame
     size_t number = 1;              ///< of the frame in it, from 1
 };
 
-/// Nothing when the choice names no frame. Throws std::runtime_error that says what is wrong.
+/// The frame; nothing when the choice names none. Throws std::runtime_error with the reason.
 std::optional<explained_frame> choose_frame(const frame_choice& from);
 
 } // namespace gponflow

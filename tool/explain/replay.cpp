@@ -7,17 +7,17 @@ namespace gponflow {
 
 namespace {
 
-bool fits(const walk_step& told, me_id step)
+bool fits(const walk_step& logged, me_id step)
 {
-    return told.at.class_id == step.class_id &&
-           (told.at.instance == 0 || told.at.instance == step.instance);
+    return logged.at.class_id == step.class_id &&
+           (logged.at.instance == 0 || logged.at.instance == step.instance);
 }
 
-bool tells_of(const walk_story& story, const dumped_rule& rule)
+bool matches(const walk_story& story, const dumped_rule& rule)
 {
     auto next = rule.steps.begin();
-    for (const walk_step& told : story.steps) {
-        next = std::find_if(next, rule.steps.end(), [&](me_id step) { return fits(told, step); });
+    for (const walk_step& logged : story.steps) {
+        next = std::find_if(next, rule.steps.end(), [&](me_id step) { return fits(logged, step); });
         if (next == rule.steps.end())
             return false;
         ++next;
@@ -39,16 +39,16 @@ unsigned flag_of(const std::string& direction)
 void name_replay(walk_story& story, const dumped_rule& rule)
 {
     std::vector<walk_step> named;
-    auto told = story.steps.begin();
+    auto logged = story.steps.begin();
     for (const me_id step : rule.steps) {
         walk_step& one = named.emplace_back(walk_step{step, named.size(), true, {}, {}});
-        if (told == story.steps.end() || !fits(*told, step))
+        if (logged == story.steps.end() || !fits(*logged, step))
             continue;
-        one.decisions = std::move(told->decisions);
-        one.dead_end = std::move(told->dead_end);
+        one.decisions = std::move(logged->decisions);
+        one.dead_end = std::move(logged->dead_end);
         one.passed = one.dead_end.empty();
-        ++told;
-        // A replay ends at the first step that refuses the frame, which goes its way all the same.
+        ++logged;
+        // A replay ends at the first step that refuses the frame; the frame still passes.
         if (!one.passed)
             break;
     }
@@ -58,7 +58,7 @@ void name_replay(walk_story& story, const dumped_rule& rule)
 
 const dumped_rule* rule_of_replay(const walk_story& story, const std::vector<dumped_rule>& rules)
 {
-    const auto fitting = [&](const dumped_rule& rule) { return tells_of(story, rule); };
+    const auto fitting = [&](const dumped_rule& rule) { return matches(story, rule); };
     const auto found = std::ranges::find_if(rules, fitting);
     if (found == rules.end() || std::find_if(found + 1, rules.end(), fitting) != rules.end())
         return nullptr;

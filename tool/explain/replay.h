@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Which instances the replay of a rule went through: its log names few of them, the rule all.
+// The instances of a replay: its log names few of them, the rule names all.
 #pragma once
 
 #include <vector>
@@ -9,11 +9,10 @@
 
 namespace gponflow {
 
-/// The steps of the rule in place of those that the log has told of, with what was decided there.
+/// Replaces the logged steps by the steps of the rule and keeps the decisions.
 void name_replay(walk_story& story, const dumped_rule& rule);
 
-/// The only one of the rules that the replay can have been by what the log has told of it;
-/// null when there is none or more than one.
+/// The rule that matches the logged steps of the replay; null if none or more than one matches.
 const dumped_rule* rule_of_replay(const walk_story& story, const std::vector<dumped_rule>& rules);
 
 } // namespace gponflow

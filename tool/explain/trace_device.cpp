@@ -20,33 +20,33 @@ namespace {
 
 constexpr int quiet_milliseconds = 200;
 
-class follower {
+class frame_printer {
 public:
-    follower(captured_run& run, const trace_filter& filter, std::ostream& out,
-             const palette& colours)
+    frame_printer(captured_run& run, const trace_filter& filter, std::ostream& out,
+                  const palette& colours)
         : run_(run), filter_(filter), out_(out), colours_(colours)
     {
     }
 
     uint64_t frames() const { return frames_; }
 
-    void tell(const std::string& log)
+    void print(const std::string& log)
     {
         ++frames_;
-        // As they stand now: a frame is rare beside the commands that change them.
-        const mirror entities = mirror_of(read_instances(run_.ask("show raw_data").value_or("")));
+        // Queried for each frame: commands may have changed them in between.
+        const mirror entities = mirror_of(read_instances(run_.query("show raw_data").value_or("")));
         walk_story story = read_walk(log, entities);
         if (story.replayed)
-            name(story);
+            name_steps(story);
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
         print_marked_frame(story, entities, out_, colours_);
         out_ << std::endl;
     }
 
 private:
-    void name(walk_story& story)
+    void name_steps(walk_story& story)
     {
-        auto table = read_rule_table(run_.ask("show flow_rule").value_or(""));
+        auto table = read_rule_table(run_.query("show flow_rule").value_or(""));
         if (!table)
             return;
         std::erase_if(table->rules,
@@ -78,16 +78,16 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
     const auto start = std::chrono::steady_clock::now();
     stop_signals stop;
     kernel_log log;
-    follower told(run, filter, out, colours);
+    frame_printer printer(run, filter, out, colours);
     walk_splitter splitter([&](const std::string& one) {
-        if (!is_over({limits.frames, 0}, told.frames(), start))
-            told.tell(one);
+        if (!is_over({limits.frames, 0}, printer.frames(), start))
+            printer.print(one);
     });
     const active_filter active(run, filter);
     if (!active.is_set())
         throw refusal("the module is not loaded");
     diagnostics << "gponflow: tracing; press Ctrl-C to stop" << std::endl;
-    while (out && !is_over(limits, told.frames(), start)) {
+    while (out && !is_over(limits, printer.frames(), start)) {
         const bool stopped = stop.wait(log.number(), quiet_milliseconds);
         bool any = false;
         if (log.read_available([&](std::string_view line) {
@@ -104,9 +104,9 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
         if (stopped)
             break;
     }
-    // What was lost of the answers in between has been told, or concerns nobody.
+    // Losses of the queries in between are reported above or irrelevant.
     run.lost_lines();
-    diagnostics << "gponflow: " << told.frames() << " frames; the filter is off" << std::endl;
+    diagnostics << "gponflow: " << printer.frames() << " frames; the filter is off" << std::endl;
     return status_ok;
 }
 

@@ -16,9 +16,9 @@ namespace {
 
 class tracer final : public captured_run {
 public:
-    tracer(backend& where, const trace_filter& filter, uint64_t most, std::ostream& out,
+    tracer(backend& target, const trace_filter& filter, uint64_t most, std::ostream& out,
            const palette& colours)
-        : captured_run(where), filter_(filter), most_(most), out_(out), colours_(colours)
+        : captured_run(target), filter_(filter), most_(most), out_(out), colours_(colours)
     {
     }
 
@@ -36,19 +36,19 @@ private:
             return captured_run::on_frame(options, frame);
         ++marked_;
         if (!entities_)
-            entities_ = mirror_of(read_instances(ask("show raw_data").value_or("")));
-        explanation told{{options, frame}, {}, hook_in_detail(options, frame), *entities_};
-        told.story = read_walk(log(), told.entities, &frame);
-        if (told.story.replayed)
-            name(told.story, key);
+            entities_ = mirror_of(read_instances(query("show raw_data").value_or("")));
+        explanation explained{{options, frame}, {}, hook_in_detail(options, frame), *entities_};
+        explained.story = read_walk(log(), explained.entities, &frame);
+        if (explained.story.replayed)
+            name_steps(explained.story, key);
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
-        print_explanation(told, out_, colours_);
+        print_explanation(explained, out_, colours_);
         out_ << '\n';
     }
 
-    void name(walk_story& story, const flow_key& key)
+    void name_steps(walk_story& story, const flow_key& key)
     {
-        const auto rules = read_rule_table(ask("show flow_rule").value_or(""));
+        const auto rules = read_rule_table(query("show flow_rule").value_or(""));
         if (const dumped_rule* rule = rules ? rules->find(key) : nullptr)
             name_replay(story, *rule);
     }
@@ -57,19 +57,19 @@ private:
     uint64_t most_;
     std::ostream& out_;
     const palette& colours_;
-    std::optional<mirror> entities_; ///< as they stand, once asked for
+    std::optional<mirror> entities_; ///< current state; queried on demand
     uint64_t frames_ = 0;
     uint64_t marked_ = 0;
 };
 
 } // namespace
 
-exit_status trace_scenario(const scenario& what, backend& where, const trace_filter& filter,
+exit_status trace_scenario(const scenario& input, backend& target, const trace_filter& filter,
                            uint64_t most, std::ostream& out, std::ostream& diagnostics,
                            const palette& colours)
 {
-    tracer run(where, filter, most, out, colours);
-    const exit_status status = run.run(what, diagnostics);
+    tracer run(target, filter, most, out, colours);
+    const exit_status status = run.run(input, diagnostics);
     out << run.marked() << " of " << run.frames() << " frames match the filter\n";
     return status;
 }

@@ -15,7 +15,7 @@ namespace gponflow {
 
 /// Runs the scenario and prints the path of each frame that the filter marks; of more than `most`
 /// only the first, unless `most` is 0.
-exit_status trace_scenario(const scenario& what, backend& where, const trace_filter& filter,
+exit_status trace_scenario(const scenario& input, backend& target, const trace_filter& filter,
                            uint64_t most, std::ostream& out, std::ostream& diagnostics,
                            const palette& colours);
 

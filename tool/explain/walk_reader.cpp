@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* filter_drops = "its VLAN filter drops the frame";
 
-// One line of the log: the function that speaks and what it says.
+// One line of the log: the function that logs and its text.
 struct log_line {
     std::string tag;
     std::string function;
@@ -30,7 +30,7 @@ std::optional<log_line> read_line(const std::string& line)
     return log_line{found[1], found[2], found[3]};
 }
 
-// The numbers of a text that has the shape of the pattern.
+// The numbers of a text that matches the pattern.
 std::optional<std::vector<unsigned>> numbers(const std::string& text, const std::regex& pattern)
 {
     std::smatch found;
@@ -39,7 +39,7 @@ std::optional<std::vector<unsigned>> numbers(const std::string& text, const std:
     std::vector<unsigned> result;
     for (size_t i = 1; i < found.size(); ++i) {
         const std::string digits = found[i];
-        // %x of a message stands behind its 0x, everything else is decimal.
+        // A %x of a message follows its 0x, other numbers are decimal.
         result.push_back(static_cast<unsigned>(std::stoul(digits, nullptr, 0)));
     }
     return result;
@@ -51,7 +51,7 @@ public:
 
     walk_story read(const std::string& log)
     {
-        // A marked frame's replay names itself at its end alone.
+        // The replay of a marked frame is logged only at its end.
         story_.replayed = log.find("]: Rule already exist!") != log.npos;
         for (size_t at = 0; at < log.size();) {
             const size_t end = std::min(log.find('\n', at), log.size());
@@ -59,11 +59,11 @@ public:
                 take(*line);
             at = end + 1;
         }
-        story_.garbled = story_.garbled || !open_.empty();
+        story_.inconsistent = story_.inconsistent || !open_.empty();
         if (story_.replayed)
             for (walk_step& step : story_.steps)
                 step.passed = step.dead_end.empty();
-        // Of a frame that goes on all the same, no filter may be said to drop it.
+        // A frame that passes was not dropped by a filter.
         for (walk_step& step : story_.steps)
             if (!story_.dropped && step.dead_end == filter_drops)
                 step.dead_end = "its VLAN filter blocks the frame at this port";
@@ -122,14 +122,14 @@ private:
     void take_step(const log_line& line)
     {
         static const std::regex entry(R"(^Enter, recurse_num = (\d+))");
-        static const std::regex where(
+        static const std::regex position(
             R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
         static const std::regex exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
                                      R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
         if (numbers(line.text, entry)) {
             open_step();
             announced_ = true;
-        } else if (const auto at = numbers(line.text, where)) {
+        } else if (const auto at = numbers(line.text, position)) {
             enter(*at);
         } else if (line.text.find("MAX_RECURSION_NUM") != line.text.npos && current()) {
             current()->dead_end = "the graph is deeper than the limit of a walk";
@@ -149,7 +149,7 @@ private:
         story_.steps.push_back({{}, open_.size() - 1, false, {}, {}});
     }
 
-    // At full detail another message has announced the step.
+    // With all log levels, another message precedes and opens the step.
     void enter(const std::vector<unsigned>& at)
     {
         if (!std::exchange(announced_, false))
@@ -159,11 +159,11 @@ private:
         story_.fwd_flag = at[2];
     }
 
-    // A replay enters nothing.
+    // A replay has no enter messages.
     void check_nesting(me_id left, unsigned depth)
     {
         if (story_.replayed || open_.size() != depth + 1 || story_.steps[open_.back()].at != left)
-            story_.garbled = true;
+            story_.inconsistent = true;
     }
 
     void leave(int answer, unsigned status)
@@ -173,7 +173,7 @@ private:
         const bool last_tried = open_.back() + 1 == story_.steps.size();
         if (!step.passed && step.dead_end.empty() && last_tried)
             step.dead_end = end_text(mirror_, step.at);
-        // What led on is no end, whatever else was looked for in vain.
+        // A step with a successful branch is no dead end, whatever other branches missed.
         if (step.passed || !last_tried)
             step.dead_end.clear();
         open_.pop_back();
@@ -202,8 +202,8 @@ private:
                 {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
     }
 
-    // A marked frame's replay tells of bridge ports by their own messages, at full detail the class
-    // has been announced.
+    // The replay of a marked frame logs bridge ports by their own messages; with all log levels the
+    // class is logged before.
     void take_replayed_port(const log_line& line)
     {
         static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
@@ -303,7 +303,7 @@ private:
     const bytes* frame_; ///< may be null
     walk_story story_;
     std::vector<size_t> open_; ///< steps that are entered and not left
-    bool announced_ = false;   ///< the open step's instance is not known yet
+    bool announced_ = false;   ///< the instance of the open step is not known yet
     unsigned tci_ = 0;         ///< last one read from the frame
     std::string filter_;       ///< a filter's operands, until its outcome is known
 };

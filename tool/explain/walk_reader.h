@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Log text to steps. The texts are the module's own and part of its behaviour.
+// Parses the log of a walk. The texts are part of the behaviour of the module.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace gponflow {
 
-/// Reads the log text of one hook call, at full detail or of a marked frame. Numbers in it that no
-/// message carries are taken from the mirror, and from the frame unless that is null.
+/// Reads the log text of one hook call, with all log levels or of a marked frame. Values that no
+/// message contains come from the entities, and from the frame unless it is null.
 [[nodiscard]] walk_story read_walk(const std::string& log, const mirror& entities,
                                    const bytes* frame = nullptr);
 

@@ -39,7 +39,7 @@ bool walk_splitter::belongs_to_ended(std::string_view function, std::string_view
 void walk_splitter::line(std::string_view text)
 {
     static const std::regex shape(R"(^\*\*\*?[A-Z]+\*\*\*?(?:Enter )?\[?(\w+)\]? ?\[\d+\](.*)$)");
-    // Some of the module's messages end in a carriage return, which no pattern takes for a letter.
+    // Some messages of the module end in a carriage return, which the pattern does not match.
     if (text.ends_with('\r'))
         text.remove_suffix(1);
     // The one message of a walk without a level tag.

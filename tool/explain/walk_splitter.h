@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The log of marked frames, frame by frame.
+// Splits the log of marked frames into frames.
 #pragma once
 
 #include <functional>
@@ -8,21 +8,21 @@
 
 namespace gponflow {
 
-/// Marked frames say where their walk begins and ends, but nothing separates one from the next:
-/// the log is cut where a walk that came to its end is followed by what cannot belong to it. Two
-/// frames that were handled at the same time on two processors are mixed in the log, and here.
+/// The log of a marked frame has messages for begin and end of its walk, but messages after the end
+/// may belong to it. The log is split at the first line after the end that cannot belong to it.
+/// Frames that two CPUs handle at the same time are mixed in the log, and here.
 class walk_splitter {
 public:
-    /// `take` gets the log text of each frame.
+    /// `take` receives the log text of each frame.
     explicit walk_splitter(std::function<void(const std::string&)> take) : take_(std::move(take)) {}
 
-    /// A line without its line feed; lines of others than marked frames are passed over.
+    /// Takes a line without its line feed. Lines that do not belong to a marked frame are ignored.
     void line(std::string_view text);
 
-    /// Hands on what there is: nothing more has come for a while.
+    /// Passes on the current frame: no more lines came for a while.
     void flush();
 
-    /// Forgets a frame that has begun: some of its lines were lost.
+    /// Discards the current frame: some of its lines were lost.
     void drop();
 
 private:
@@ -30,7 +30,7 @@ private:
 
     std::function<void(const std::string&)> take_;
     std::string log_;
-    bool ended_ = false; ///< the walk has, messages about it may still come
+    bool ended_ = false; ///< the walk has ended, messages about it may follow
 };
 
 } // namespace gponflow

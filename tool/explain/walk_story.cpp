@@ -8,7 +8,7 @@ namespace gponflow {
 
 std::vector<size_t> deepest_dead_ends(const walk_story& story)
 {
-    // A decision tells more than a branch that was none.
+    // A step with a decision is more informative than one without.
     const auto reach = [&](size_t i) {
         return std::pair(story.steps[i].depth, !story.steps[i].decisions.empty());
     };

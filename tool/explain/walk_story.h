@@ -11,37 +11,37 @@
 
 namespace gponflow {
 
-/// One instance that the walk, or the replay of a rule, tried.
+/// One instance that the walk or the replay of a rule tried.
 struct walk_step {
     me_id at;
     size_t depth = 0;                   ///< 0 where the frame enters
-    bool passed = false;                ///< on the way that the frame took
+    bool passed = false;                ///< on the path of the frame
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
-    std::string dead_end;               ///< why this branch ended here; empty when it did not
+    std::string dead_end;               ///< why this branch ended here; empty if it continued
 };
 
-/// What the log of one hook call says.
+/// The log of one hook call as data.
 struct walk_story {
-    std::vector<walk_step> steps;        ///< in the order in which they were tried
-    bool ran = false;                    ///< the engine looked at the frame at all
-    bool replayed = false;               ///< a rule was there; the steps are those of the rule
+    std::vector<walk_step> steps;        ///< in the order of the walk
+    bool ran = false;                    ///< the engine classified the frame
+    bool replayed = false;               ///< a rule was replayed; the steps are those of the rule
     bool learnt = false;                 ///< a rule was added
     std::vector<std::string> complaints; ///< errors that belong to no step
     unsigned fwd_flag = 0;               ///< direction of the walk: 2 up from the UNI, 1 up to the
                                          ///< ANI, 4 down from the ANI; 0 when the log has no walk
-    bool dropped = false;                ///< the log says that the frame failed
-    bool garbled = false;                ///< what is entered and what is left do not fit together:
-                                         ///< lines of another frame are among these, or some lack
+    bool dropped = false;                ///< the log reports that the frame failed
+    bool inconsistent = false;           ///< enter and leave messages do not match:
+                                         ///< lines of another frame are mixed in, or missing
 };
 
-/// Index of the deepest step that ended a branch; nothing when none did.
+/// Index of the deepest step that ended a branch; nothing if no branch ended.
 [[nodiscard]] std::optional<size_t> deepest_dead_end(const walk_story& story);
 
-/// The same of all branches that came equally far, in the order in which they were tried: which of
-/// them should have led on, only a reader can know.
+/// The same for all branches of that depth, in the order of the walk. Only the user knows which of
+/// them should have continued.
 [[nodiscard]] std::vector<size_t> deepest_dead_ends(const walk_story& story);
 
-/// Indices of the steps from where the frame entered to that one.
+/// Indices of the steps from the entry of the frame to `last`.
 [[nodiscard]] std::vector<size_t> branch_to(const walk_story& story, size_t last);
 
 } // namespace gponflow

@@ -25,7 +25,7 @@ long answer_of(long result)
     return result < 0 ? -errno : result;
 }
 
-// There is no udev in a small system: the node is made when the kernel has the device.
+// A small system has no udev: create the node if the kernel has the device.
 descriptor open_device()
 {
     descriptor found(open(device_file, O_RDWR | O_CLOEXEC));
@@ -45,20 +45,20 @@ public:
             throw refusal("the module is already loaded");
         platform().set_mapping({.answer = 0});
         platform().set_queue_mapping({.answer = 0});
-        return told(load_module());
+        return after_draining(load_module());
     }
 
     void unload() override
     {
         if (!is_module_loaded())
             throw refusal("the module is not loaded");
-        if (const int failure = told(unload_module()))
+        if (const int failure = after_draining(unload_module()))
             throw refusal(std::string("cannot unload the module: ") + std::strerror(-failure));
     }
 
     std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
     {
-        return told(platform().hook(options, frame));
+        return after_draining(platform().hook(options, frame));
     }
 
     std::optional<long> ioctl(uint32_t number, uint64_t argument) override
@@ -66,7 +66,7 @@ public:
         const descriptor device = open_device();
         if (!device)
             return absent_or_refused(device_file);
-        return told(answer_of(::ioctl(device.get(), number, argument)));
+        return after_draining(answer_of(::ioctl(device.get(), number, argument)));
     }
 
     std::optional<long> proc_write(std::string_view text) override
@@ -74,7 +74,7 @@ public:
         const descriptor entry(open(proc_file, O_WRONLY | O_CLOEXEC));
         if (!entry)
             return absent_or_refused(proc_file);
-        return told(answer_of(write(entry.get(), text.data(), text.size())));
+        return after_draining(answer_of(write(entry.get(), text.data(), text.size())));
     }
 
     std::optional<long> proc_read() override
@@ -83,7 +83,7 @@ public:
         if (!entry)
             return absent_or_refused(proc_file);
         char text[64];
-        return told(answer_of(read(entry.get(), text, sizeof(text))));
+        return after_draining(answer_of(read(entry.get(), text, sizeof(text))));
     }
 
     uint64_t advance(uint64_t) override
@@ -105,8 +105,8 @@ public:
     }
 
 private:
-    // Hands on what the call has logged before its answer is seen.
-    template <typename T> T told(T answer)
+    // Passes on the log of the call before its result.
+    template <typename T> T after_draining(T answer)
     {
         const bool lost = log_.drain([this](std::string_view line) {
             if (!sink_)
@@ -129,7 +129,8 @@ private:
         throw refusal(std::string("cannot open ") + file + ": " + std::strerror(errno));
     }
 
-    // Only what plays the platform needs the reference platform; another one has the other doors.
+    // Only calls of the platform need the reference platform. The other entry points exist without
+    // it.
     soft_onu& platform()
     {
         if (!platform_)

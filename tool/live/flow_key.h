@@ -25,7 +25,7 @@ using mac_address = std::array<uint8_t, 6>;
 /// "02:00:00:00:01:01".
 std::string to_text(const mac_address& mac);
 
-/// What a rule is found by, and what a frame is looked up with.
+/// Lookup key of a rule and of a frame.
 struct flow_key {
     mac_address destination{};
     mac_address source{};

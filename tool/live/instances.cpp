@@ -32,7 +32,7 @@ bool is_rule(std::string_view line)
     return line.size() > 3 && line.find_first_not_of("- ") == line.npos;
 }
 
-// How the module prints an id; a number that its buffer cut off is shorter.
+// Ids have six characters; a truncated number is shorter.
 bool is_whole_id(std::string_view text)
 {
     return text.size() == 6 && text.starts_with("0x");
@@ -90,10 +90,10 @@ private:
         one.links.push_back(std::move(link));
     }
 
-    // "pbit_GemIWTP = 0x0011 0x0012 ...": a full list has no line feed, the next begins behind it.
+    // "pbit_GemIWTP = 0x0011 0x0012 ...": a full list has no line feed, the next follows it.
     void take_lists(const std::vector<std::string>& words)
     {
-        // Lines of packets may stand between.
+        // Lines about packets may come in between.
         if (words.size() < 2 || words[1] != "=")
             return;
         dumped_instance& one = all_.back();
@@ -131,11 +131,11 @@ private:
 
     const me_class_fields* class_ = nullptr;
     std::vector<std::string> titles_;
-    bool open_ = false; ///< an instance's row has come, not yet what ends it
+    bool open_ = false; ///< the row of an instance is open
     std::vector<dumped_instance> all_;
 };
 
-// The rows of a holder, single links apart from lists, in the order in which they are shown.
+// The rows of an instance in the order of the dump: single links and lists are separate.
 void restore_rows(mirrored_instance& to, const dumped_instance& from)
 {
     std::vector<const dumped_link*> waiting;

@@ -21,7 +21,7 @@ struct dumped_attribute {
 struct dumped_link {
     std::string name; ///< of the row, as the module spells it
     bool list = false;
-    bool cut = false; ///< the module's line had no room for all of them
+    bool cut = false; ///< the line of the module was too short for all of them
     std::vector<uint16_t> instances;
 };
 
@@ -31,13 +31,13 @@ struct dumped_instance {
     std::vector<dumped_link> links;
 };
 
-/// Reads the answer to "show raw_data", in the order of the text.
+/// Reads the output of "show raw_data", in the order of the text.
 std::vector<dumped_instance> read_instances(std::string_view log);
 
-/// The raw attribute record that the attributes stand for.
+/// The raw attribute record with the values of the attributes.
 bytes raw_record(const dumped_instance& from);
 
-/// The instances as they stand in the module, links and all.
+/// The instances of the module with their links.
 mirror mirror_of(const std::vector<dumped_instance>& all);
 
 } // namespace gponflow

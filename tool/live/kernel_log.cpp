@@ -62,7 +62,7 @@ kernel_log::kernel_log() : log_(open("/dev/kmsg", O_RDWR | O_NONBLOCK | O_CLOEXE
 {
     if (!log_ || lseek(log_.get(), 0, SEEK_END) < 0)
         throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
-    // The marks that end a command's lines must not be held back.
+    // The rate limit must not drop the markers that end the lines of a command.
     std::ifstream(rate_limit_file) >> rate_limit_;
     std::ofstream(rate_limit_file) << "on\n";
 }
@@ -73,7 +73,7 @@ kernel_log::~kernel_log()
         std::ofstream(rate_limit_file) << rate_limit_ << '\n';
 }
 
-// A line of our own also ends a line that the module left open, which is not to be read before.
+// The marker also ends a line that the module left open, which cannot be read before.
 void kernel_log::write_marker()
 {
     const std::string text = marker_text(++marker_) + '\n';
@@ -102,12 +102,12 @@ bool kernel_log::drain(const std::function<void(std::string_view)>& line)
     write_marker();
     bool lost = false;
     for (std::string text;;) {
-        const reading what = read_line(text);
-        if (what == reading::nothing) {
+        const reading result = read_line(text);
+        if (result == reading::nothing) {
             pollfd wait = {log_.get(), POLLIN, 0};
             if (poll(&wait, 1, marker_milliseconds) <= 0)
                 throw refusal("a line written to the kernel log does not appear in it");
-        } else if (what == reading::lost) {
+        } else if (result == reading::lost) {
             lost = true;
         } else if (text == marker_text(marker_)) {
             return lost;
@@ -121,8 +121,8 @@ bool kernel_log::read_available(const std::function<void(std::string_view)>& lin
 {
     bool lost = false;
     std::string text;
-    for (reading what = read_line(text); what != reading::nothing; what = read_line(text)) {
-        if (what == reading::lost)
+    for (reading result = read_line(text); result != reading::nothing; result = read_line(text)) {
+        if (result == reading::lost)
             lost = true;
         else if (!is_kernel_chatter(text))
             line(text);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the module says, read from the kernel log.
+// The log of the module, read from the kernel log.
 #pragma once
 
 #include <functional>
@@ -18,7 +18,7 @@ bool read_log_record(std::string_view record, std::string& text);
 /// dump of an unknown call kind.
 bool is_kernel_chatter(std::string_view text);
 
-/// Follows /dev/kmsg from the moment of its making. Needs root.
+/// Reads /dev/kmsg from its construction on. Requires root.
 class kernel_log {
 public:
     kernel_log(); ///< Throws refusal.
@@ -26,14 +26,14 @@ public:
     kernel_log(const kernel_log&) = delete;
     kernel_log& operator=(const kernel_log&) = delete;
 
-    /// Hands on every line that came since the last call, in order, without its line feed. True
-    /// when the kernel has dropped lines that were not read yet.
+    /// Passes on every line since the last call, in order, without its line feed. Returns true if
+    /// the kernel dropped unread lines.
     bool drain(const std::function<void(std::string_view)>& line);
 
-    /// The same for what is there by now, without a wait for a line that is not complete.
+    /// The same without waiting for an incomplete line.
     bool read_available(const std::function<void(std::string_view)>& line);
 
-    /// Readable when there is something to read.
+    /// Descriptor to poll for new lines.
     int number() const { return log_.get(); }
 
 private:
@@ -42,7 +42,7 @@ private:
     void write_marker();
 
     descriptor log_;
-    std::string rate_limit_; ///< of writers, as it was before
+    std::string rate_limit_; ///< previous setting for writers
     unsigned long marker_ = 0;
 };
 

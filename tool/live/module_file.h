@@ -3,14 +3,14 @@
 
 namespace gponflow {
 
-/// True when the running kernel has the module.
+/// Whether the module is loaded in the running kernel.
 bool is_module_loaded();
 
-/// Loads the module from GPON_FLOW_MODULE, or from where packages put it. 0 or a negative errno.
-/// Throws refusal when there is no file.
+/// Loads the module from GPON_FLOW_MODULE, or from the folders of the packages. Returns 0 or a
+/// negative errno. Throws refusal if there is no file.
 int load_module();
 
-/// Unloads it; 0 or a negative errno.
+/// Unloads the module. Returns 0 or a negative errno.
 int unload_module();
 
 } // namespace gponflow

@@ -8,13 +8,13 @@ namespace gponflow {
 module_status read_status(captured_run& run)
 {
     module_status status;
-    const auto on = run.ask("show en_flag");
+    const auto on = run.query("show en_flag");
     if (!on)
         return status;
     status.loaded = true;
     status.enabled = read_switch(*on).value_or(false);
-    status.rules = read_rule_table(run.ask("show flow_rule").value_or("")).value_or(rule_table{});
-    status.instances = read_instances(run.ask("show raw_data").value_or(""));
+    status.rules = read_rule_table(run.query("show flow_rule").value_or("")).value_or(rule_table{});
+    status.instances = read_instances(run.query("show raw_data").value_or(""));
     return status;
 }
 

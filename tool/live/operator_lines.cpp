@@ -60,7 +60,7 @@ uint32_t read_level(const std::string& word)
                              suggestion(word, debug_level_names()));
 }
 
-// What fills a filter, by name.
+// The fields of a filter by name.
 std::array<option_rule, 4> rules_of(trace_filter& filter)
 {
     return {{{"dst_mac", [&](const value& v) { filter.destination = read_mac(v); }},
@@ -109,7 +109,7 @@ trace_filter filter_of(const bytes& frame)
 
 bool may_mark(const trace_filter& filter, const flow_key& key)
 {
-    // Alone, the inner VLAN is compared with the first tag.
+    // Without an outer VLAN, the module compares the inner VLAN with the first tag.
     return (!filter.destination || *filter.destination == key.destination) &&
            (!filter.source || *filter.source == key.source) && marks(filter.outer, key.tags, 0) &&
            marks(filter.inner, key.tags, filter.outer ? 1 : 0);

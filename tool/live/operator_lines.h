@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What an operator writes to the module's proc entry, from checked values.
+// The lines that an operator writes to the proc entry, from checked values.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@
 
 namespace gponflow {
 
-/// Which frames tell their way; what is set must match together, and nothing set marks no frame.
+/// The frames to trace. All fields that are set must match. Without any, no frame is marked.
 struct trace_filter {
     std::optional<mac_address> destination;
     std::optional<mac_address> source;
@@ -22,29 +22,29 @@ struct trace_filter {
 };
 
 /// Reads "dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN" in any order. A VLAN is a whole
-/// TCI as a number, or VID and priority as in 100p5. Throws std::runtime_error that says what is
-/// wrong and where.
+/// TCI as a number, or VID and priority as in 100p5. Throws std::runtime_error with reason and
+/// place.
 trace_filter read_trace_filter(const std::string& text);
 
-/// The names that it takes.
+/// The names of the fields.
 std::vector<std::string_view> trace_filter_names();
 
-/// The frames of the same addresses and outer tags as this one.
+/// The filter for frames with the addresses and outer tags of this one.
 trace_filter filter_of(const bytes& frame);
 
-/// Whether the rule belongs to frames that the filter marks.
+/// Whether the filter may mark frames with this key.
 bool may_mark(const trace_filter& filter, const flow_key& key);
 
-/// Lines that make this the module's filter, whatever it was before.
+/// Lines that replace the filter of the module by this one.
 std::vector<std::string> lines_of(const trace_filter& filter);
 
-/// Ends the filter.
+/// Clears the filter.
 inline constexpr const char* trace_off_line = "set trace disable";
 
 /// Levels by name ("errors,traces"), "none", "all", or a mask. Throws std::runtime_error.
 uint32_t read_debug_level(const std::string& text);
 
-/// Those names.
+/// The names of the levels.
 std::vector<std::string_view> debug_level_names();
 
 /// The line that sets the level.

@@ -18,7 +18,7 @@ struct dumped_rule {
     uint16_t index = 0; ///< in the bucket
     uint16_t port = 0;
     flow_key key;
-    std::vector<me_id> steps; ///< instances that a replay goes through
+    std::vector<me_id> steps; ///< instances on the path of a replay
 };
 
 struct rule_table {
@@ -31,8 +31,8 @@ struct rule_table {
     const dumped_rule* find(const flow_key& key) const;
 };
 
-/// Reads the answer to "show flow_rule", with other lines of the log between its own. Nothing when
-/// the text has no table.
+/// Reads the output of "show flow_rule", with other lines of the log in between. Nothing when the
+/// text has no table.
 std::optional<rule_table> read_rule_table(std::string_view log);
 
 /// "MAC_BRIDGE_PORT_CON_DATA 0x1001 > GEM_INTERWORK_TP 0x0011".

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <optional>
 
-// The library's macros have names of common functions.
+// Macros of curses have names of common functions.
 #define NCURSES_NOMACROS
 #include <curses.h>
 #include <poll.h>
@@ -52,8 +52,8 @@ std::optional<move_to> move_of(int key)
     }
 }
 
-// A terminal that has gone away is readable for ever.
-bool has_hung_up()
+// A disconnected terminal stays readable.
+bool is_disconnected()
 {
     pollfd input = {STDIN_FILENO, POLLIN, 0};
     return poll(&input, 1, 0) > 0 && (input.revents & (POLLHUP | POLLERR)) != 0;
@@ -90,11 +90,11 @@ public:
                 return true;
             if (key == KEY_RESIZE)
                 fit();
-            else if (const std::optional<move_to> where = move_of(key))
-                view_.go(*where);
+            else if (const std::optional<move_to> move = move_of(key))
+                view_.go(*move);
         }
         draw();
-        return has_hung_up();
+        return is_disconnected();
     }
 
     int keys() const override { return STDIN_FILENO; }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The whole terminal as one picture that changes.
+// A full-screen table on the terminal.
 #pragma once
 
 #include <memory>
@@ -8,8 +8,8 @@
 
 namespace gponflow {
 
-/// Takes the terminal for itself while it lives; what stood there comes back afterwards. Signals
-/// are its owner's affair: none may end the process meanwhile.
+/// Owns the terminal during its lifetime and restores its contents afterwards. The caller must
+/// block signals that would end the process.
 class screen {
 public:
     virtual ~screen() = default;
@@ -19,22 +19,21 @@ public:
     /// Shows a table: titles, rows that scroll, a last line.
     virtual void show(const std::vector<std::string>& lines) = 0;
 
-    /// Does what the keys that have been pressed say, and follows a new size; true when it is to
-    /// end.
+    /// Handles pressed keys and a new size of the terminal. Returns true to exit.
     virtual bool wants_to_end() = 0;
 
-    /// Becomes readable when a key is pressed; -1 without a keyboard.
+    /// Descriptor that is readable when a key is pressed; -1 without a keyboard.
     virtual int keys() const = 0;
 
 protected:
     screen() = default;
 };
 
-/// The terminal of standard input and output. Null when there is none, when it is not known how to
-/// draw on it, or when this build has no library for that.
+/// The terminal of standard input and output. Null without a terminal, for an unknown terminal
+/// type, or if this build has no terminal library.
 std::unique_ptr<screen> open_screen();
 
-/// Whether this build has the library.
+/// Whether this build has a terminal library.
 bool has_screen();
 
 } // namespace gponflow

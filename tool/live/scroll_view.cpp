@@ -29,10 +29,10 @@ void scroll_view::resize(size_t height, size_t width)
     keep_inside();
 }
 
-void scroll_view::go(move where)
+void scroll_view::go(move direction)
 {
     const size_t page = std::max<size_t>(room(), 1);
-    switch (where) {
+    switch (direction) {
     case move::up:
         top_ -= std::min<size_t>(top_, 1);
         break;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The part of a table that a terminal has room for.
+// The visible part of a table.
 #pragma once
 
 #include <cstddef>
@@ -13,12 +13,12 @@ class scroll_view {
 public:
     enum class move { up, down, page_up, page_down, first, last, left, right };
 
-    /// Titles, rows and a last line; the place in the table stays where it can.
+    /// Sets titles, rows and last line. The scroll position stays if possible.
     void set(std::vector<std::string> lines);
     void resize(size_t height, size_t width);
-    void go(move where);
+    void go(move direction);
 
-    /// As many lines as the terminal is high, none longer than it is wide.
+    /// The lines that fit the height and width of the terminal.
     std::vector<std::string> visible() const;
 
 private:

@@ -65,9 +65,9 @@ json json_of(const dumped_instance& one)
     return result;
 }
 
-void print(const json& what, std::ostream& out)
+void print(const json& value, std::ostream& out)
 {
-    out << what.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+    out << value.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
 }
 
 } // namespace

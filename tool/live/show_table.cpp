@@ -20,7 +20,7 @@ std::string hex(unsigned value, int digits)
     return text;
 }
 
-// Ids and masks read best in hexadecimal, counts and types do not.
+// Counts and types are decimal, ids and masks hexadecimal.
 bool is_decimal(std::string_view attribute)
 {
     constexpr std::string_view decimal[] = {"uniBridgingEnable",
@@ -89,7 +89,7 @@ text_table table_of(const me_class_fields& fields, const std::vector<dumped_inst
         if (table.titles.empty())
             table.titles = std::move(titles);
     }
-    // A line that was lost has taken its cells along.
+    // A lost line leaves cells missing.
     for (std::vector<std::string>& row : table.rows)
         row.resize(table.titles.size());
     return table;

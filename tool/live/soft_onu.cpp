@@ -41,9 +41,9 @@ softonu_hook_call call_of(const packet_options& options, const bytes* frame)
 
 } // namespace
 
-soft_onu::soft_onu() : door_(open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC))
+soft_onu::soft_onu() : device_(open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC))
 {
-    if (!door_)
+    if (!device_)
         throw refusal(std::string("cannot open " SOFTONU_DEVICE ": ") + std::strerror(errno) +
                       " (is gpon_softonu loaded, and are you root?)");
     __u32 on = 1;
@@ -53,13 +53,14 @@ soft_onu::soft_onu() : door_(open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC))
 soft_onu::~soft_onu()
 {
     __u32 off = 0;
-    ioctl(door_.get(), SOFTONU_IOC_SET_REPORT, &off);
+    ioctl(device_.get(), SOFTONU_IOC_SET_REPORT, &off);
 }
 
-void soft_onu::control(unsigned long request, void* argument, const char* what)
+void soft_onu::control(unsigned long request, void* argument, const char* action)
 {
-    if (ioctl(door_.get(), request, argument) != 0)
-        throw refusal(std::string(SOFTONU_DEVICE ": cannot ") + what + ": " + std::strerror(errno));
+    if (ioctl(device_.get(), request, argument) != 0)
+        throw refusal(std::string(SOFTONU_DEVICE ": cannot ") + action + ": " +
+                      std::strerror(errno));
 }
 
 std::optional<hook_answer> soft_onu::hook(const packet_options& options, const bytes* frame)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The reference platform's injection door.
+// The injection device of the reference platform.
 #pragma once
 
 #include "tool/live/descriptor.h"
@@ -7,28 +7,28 @@
 
 namespace gponflow {
 
-/// Hook calls and the platform's mapping functions. Every function throws refusal when the door
-/// refuses.
+/// Hook calls and the mapping functions of the platform. Every function throws refusal when the
+/// device refuses.
 class soft_onu {
 public:
-    soft_onu(); ///< Opens the door; mapping calls are told in the kernel log from then on.
+    soft_onu(); ///< Opens the device; mapping calls are then reported in the kernel log.
     ~soft_onu();
     soft_onu(const soft_onu&) = delete;
     soft_onu& operator=(const soft_onu&) = delete;
 
-    /// Nothing when no hook record but the platform's own is registered.
+    /// Nothing when only the hook record of the platform itself is registered.
     std::optional<hook_answer> hook(const packet_options& options, const bytes* frame);
     void set_mapping(const pointer_setting& setting);
     void set_queue_mapping(const pointer_setting& setting);
 
 private:
-    void control(unsigned long request, void* argument, const char* what);
+    void control(unsigned long request, void* argument, const char* action);
 
-    descriptor door_;
+    descriptor device_;
 };
 
 /// The platform call that a line of the kernel log reports ("gpon_queue_mapping_hook gem=1 = 0"),
-/// or nothing when the line is another one.
+/// or nothing for another line.
 std::optional<std::string_view> reported_call(std::string_view line);
 
 } // namespace gponflow

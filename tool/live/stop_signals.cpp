@@ -27,7 +27,7 @@ stop_signals::stop_signals()
 
 stop_signals::~stop_signals()
 {
-    // A signal that came is dealt with, and must not end the process now.
+    // A pending signal has been handled and must not end the process now.
     signalfd_siginfo taken;
     while (read(signals_.get(), &taken, sizeof(taken)) > 0)
         continue;

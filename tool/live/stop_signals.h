@@ -7,9 +7,9 @@
 
 namespace gponflow {
 
-/// While it lives, interruption (Ctrl-C), quitting (SIGQUIT), termination and hang-up do not end
-/// the process but make a descriptor readable, and a pipe that nobody reads is an error of the
-/// write. One at a time.
+/// During the lifetime of this object, SIGINT, SIGQUIT, SIGTERM and SIGHUP do not end the process
+/// but make a descriptor readable, and a closed pipe is an error of the write. One object at a
+/// time.
 class stop_signals {
 public:
     stop_signals();
@@ -17,8 +17,8 @@ public:
     stop_signals(const stop_signals&) = delete;
     stop_signals& operator=(const stop_signals&) = delete;
 
-    /// Waits until a signal has come, `other` is readable (unless it is -1) or the time is over;
-    /// true when a signal has come, now or before.
+    /// Waits for a signal, for `other` to be readable (unless it is -1) or for the timeout. Returns
+    /// true if a signal has arrived, now or earlier.
     bool wait(int other, int milliseconds);
 
 private:

@@ -3,7 +3,7 @@
 
 #ifdef GPONFLOW_CURSES
 
-// The second header's macros have names of common variables, and stay in this file.
+// Macros of term.h have names of common variables: keep them in this file.
 #include <curses.h>
 #include <term.h>
 #include <unistd.h>

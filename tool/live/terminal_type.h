@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the terminal database says of $TERM.
+// Looks up $TERM in the terminal database.
 #pragma once
 
 namespace gponflow {
 
-/// Whether the database knows the terminal of standard output. To be asked before the library
-/// opens it: for one that it does not know, that loses memory.
+/// Whether the database has the terminal of standard output. Call it before newterm(), which leaks
+/// memory for an unknown terminal.
 bool terminal_is_known();
 
 } // namespace gponflow

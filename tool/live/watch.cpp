@@ -10,14 +10,14 @@ namespace gponflow {
 
 namespace {
 
-// Counts what the module does not: each frame's log says whether it has learnt or replayed.
+// Counts hits, which the module does not: the log of each frame shows learning and replay.
 class counting_run final : public captured_run {
 public:
     using captured_run::captured_run;
 
     rule_watch watch;
 
-    uint64_t now() { return where_.advance(0); }
+    uint64_t now() { return target_.advance(0); }
 
 private:
     void on_frame(const packet_options& options, const bytes& frame) override
@@ -33,7 +33,7 @@ private:
 
 } // namespace
 
-void rule_watch::look(const rule_table& table, uint64_t now)
+void rule_watch::update(const rule_table& table, uint64_t now)
 {
     table_ = table;
     std::map<flow_key, watched_rule> kept;
@@ -69,16 +69,17 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
     return result;
 }
 
-std::optional<std::vector<std::string>>
-watch_scenario(const scenario& what, backend& where, std::ostream& diagnostics, exit_status& status)
+std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
+                                                       std::ostream& diagnostics,
+                                                       exit_status& status)
 {
-    counting_run run(where);
-    status = run.run(what, diagnostics);
+    counting_run run(target);
+    status = run.run(input, diagnostics);
     if (status != status_ok)
         return {};
-    const auto answer = run.ask("show flow_rule");
+    const auto answer = run.query("show flow_rule");
     const std::optional<rule_table> table = answer ? read_rule_table(*answer) : std::nullopt;
-    run.watch.look(table.value_or(rule_table{}), run.now());
+    run.watch.update(table.value_or(rule_table{}), run.now());
     return run.watch.lines(run.now(), "jiffies");
 }
 

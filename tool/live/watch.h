@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The rules over time: how long each is known, and how often it was replayed.
+// Age and hits of the rules.
 #pragma once
 
 #include <cstdint>
@@ -14,23 +14,23 @@
 
 namespace gponflow {
 
-/// What is known of a rule besides what its table says.
+/// Data of a rule beyond the dump.
 struct watched_rule {
-    uint64_t since = 0;           ///< when it was learnt, or first seen
-    bool from_before = false;     ///< it was there when the watch began: it is older than that
-    std::optional<uint64_t> hits; ///< replays; nothing where nobody can count them
+    uint64_t since = 0;           ///< time of learning, or of the first update that had it
+    bool from_before = false;     ///< it existed before the first update
+    std::optional<uint64_t> hits; ///< replays; nothing where they cannot be counted
 };
 
-/// Follows the table from look to look, in any unit of time.
+/// Tracks the rule table over updates, in any unit of time.
 class rule_watch {
 public:
-    /// Takes over the table as it is now; rules that are gone are forgotten.
-    void look(const rule_table& table, uint64_t now);
+    /// Takes the current table and drops rules that are not in it.
+    void update(const rule_table& table, uint64_t now);
 
     /// Titles and rules, the rule with most hits first, then the youngest.
     std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
 
-    /// Of each rule; a caller that sees frames keeps the count here.
+    /// Data of each rule. A caller that sees frames updates the counts here.
     std::map<flow_key, watched_rule> rules;
 
 private:
@@ -38,9 +38,8 @@ private:
     bool began_ = false;
 };
 
-/// Runs a scenario and counts: a rule's time is in jiffies, its hits are exact. The lines as after
-/// the last command.
-std::optional<std::vector<std::string>> watch_scenario(const scenario& what, backend& where,
+/// Runs a scenario and counts hits; time is in jiffies. Returns the lines after the last command.
+std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
                                                        std::ostream& diagnostics,
                                                        exit_status& status);
 

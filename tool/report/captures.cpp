@@ -48,10 +48,10 @@ std::vector<scenario_line> capture_lines(const std::vector<std::string>& words)
         parse_result parsed = parse_scenario(command_text(word), "-");
         std::vector<diagnostic> errors = std::move(parsed.errors);
         if (errors.empty())
-            errors = read_captures(parsed.what);
+            errors = read_captures(parsed.input);
         if (!errors.empty())
             throw std::runtime_error("--pcap " + word + ": " + errors.front().message);
-        for (scenario_line& line : parsed.what.lines)
+        for (scenario_line& line : parsed.input.lines)
             lines.push_back(std::move(line));
     }
     return lines;

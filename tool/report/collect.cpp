@@ -61,20 +61,20 @@ std::string drop_reason(const walk_story& story)
 
 class collector final : public captured_run {
 public:
-    collector(backend& where, report_data& into) : captured_run(where), data_(into)
+    collector(backend& target, report_data& into) : captured_run(target), data_(into)
     {
         show_progress();
     }
 
-    exit_status collect(const scenario& what, std::ostream& diagnostics)
+    exit_status collect(const scenario& input, std::ostream& diagnostics)
     {
-        for (const scenario_line& line : what.lines) {
+        for (const scenario_line& line : input.lines) {
             apply(line, data_.entities);
-            source_ = what.name + ":" + std::to_string(line.line);
+            source_ = input.name + ":" + std::to_string(line.line);
             number_ = 0;
-            if (const auto* capture = std::get_if<pcap_command>(&line.what))
+            if (const auto* capture = std::get_if<pcap_command>(&line.command))
                 start_capture(capture->file);
-            const exit_status status = run({what.name, {line}}, diagnostics);
+            const exit_status status = run({input.name, {line}}, diagnostics);
             if (status != status_ok)
                 return status;
         }
@@ -102,54 +102,54 @@ private:
         count({{options, frame}, read_walk(log(), data_.entities), answer, {}}, place);
     }
 
-    flow_row row_of(const explanation& what, const std::string& place) const
+    flow_row row_of(const explanation& explained, const std::string& place) const
     {
         flow_row row;
-        row.kind = what.what.options.kind;
-        row.entry = entry_text(what.what.options);
-        row.key = key_of(what.what.options, what.what.frame);
-        row.type = type_text(what.what.frame);
-        row.fate = fate_of(what);
-        row.outcome = outcome_of(what, row.fate);
+        row.kind = explained.input.options.kind;
+        row.entry = entry_text(explained.input.options);
+        row.key = key_of(explained.input.options, explained.input.frame);
+        row.type = type_text(explained.input.frame);
+        row.fate = fate_of(explained);
+        row.outcome = outcome_of(explained, row.fate);
         row.first = place;
         return row;
     }
 
-    void count(explanation what, const std::string& place)
+    void count(explanation explained, const std::string& place)
     {
-        const flow_row row = row_of(what, place);
+        const flow_row row = row_of(explained, place);
         const frame_fate fate = row.fate;
         direction_row& direction = data_.directions.at(row.kind);
         ++direction.frames;
         direction.passed += fate == frame_fate::passed;
         direction.dropped += fate == frame_fate::dropped;
         direction.untouched += fate == frame_fate::untouched;
-        direction.quick += what.story.replayed;
-        add_flow(row, what);
+        direction.quick += explained.story.replayed;
+        add_flow(row, explained);
         if (fate == frame_fate::dropped)
-            add_drop(std::move(what), row);
+            add_drop(std::move(explained), row);
     }
 
-    static frame_fate fate_of(const explanation& what)
+    static frame_fate fate_of(const explanation& explained)
     {
-        if (!what.answer || !what.story.ran)
+        if (!explained.answer || !explained.story.ran)
             return frame_fate::untouched;
-        return what.answer->api_result == 0 ? frame_fate::passed : frame_fate::dropped;
+        return explained.answer->api_result == 0 ? frame_fate::passed : frame_fate::dropped;
     }
 
-    std::string outcome_of(const explanation& what, frame_fate fate) const
+    std::string outcome_of(const explanation& explained, frame_fate fate) const
     {
         if (fate == frame_fate::untouched)
-            return what.answer ? "the engine is off" : "the module is not loaded";
+            return explained.answer ? "the engine is off" : "the module is not loaded";
         if (fate == frame_fate::dropped)
-            return drop_reason(what.story);
-        const std::string bridge = bridge_text(what.story, data_.entities);
-        switch (what.what.options.kind) {
+            return drop_reason(explained.story);
+        const std::string bridge = bridge_text(explained.story, data_.entities);
+        switch (explained.input.options.kind) {
         case 0:
         case 3:
             return "into " + bridge;
         case 1:
-            return "GEM port " + std::to_string(what.answer->gem) + " from " + bridge;
+            return "GEM port " + std::to_string(explained.answer->gem) + " from " + bridge;
         default:
             return "out of the UNI, not walked";
         }
@@ -164,7 +164,7 @@ private:
         return learnt == learnt_ways_.end() ? way_of(story) : learnt->second;
     }
 
-    void add_flow(const flow_row& row, const explanation& what)
+    void add_flow(const flow_row& row, const explanation& explained)
     {
         const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
         auto known = flows_.find(id);
@@ -176,15 +176,15 @@ private:
             }
             known = flows_.emplace(id, data_.flows.size()).first;
             data_.flows.push_back(row);
-            data_.flows.back().way = whole_way(row, what.story);
+            data_.flows.back().way = whole_way(row, explained.story);
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
-        flow.octets += what.what.frame.size();
-        flow.quick += what.story.replayed;
+        flow.octets += explained.input.frame.size();
+        flow.quick += explained.story.replayed;
     }
 
-    void add_drop(explanation what, const flow_row& row)
+    void add_drop(explanation explained, const flow_row& row)
     {
         const auto known = std::ranges::find_if(data_.drops, [&](const drop_row& one) {
             return one.kind == row.kind && one.tags == row.key.tags && one.reason == row.outcome;
@@ -197,15 +197,16 @@ private:
             ++data_.drops_left_out;
             return;
         }
-        what.entities = data_.entities;
-        data_.drops.push_back({row.kind, row.key.tags, row.outcome, 1, row.first, std::move(what)});
+        explained.entities = data_.entities;
+        data_.drops.push_back(
+            {row.kind, row.key.tags, row.outcome, 1, row.first, std::move(explained)});
     }
 
     void finish()
     {
         std::ranges::stable_sort(data_.drops, std::greater<>(), &drop_row::frames);
-        if (const std::optional<std::string> told = ask("show flow_rule"))
-            data_.rules = read_rule_table(*told);
+        if (const std::optional<std::string> text = query("show flow_rule"))
+            data_.rules = read_rule_table(*text);
         data_.findings = check_provisioning(data_.entities);
     }
 
@@ -228,11 +229,11 @@ const char* direction_title(uint32_t kind)
     return titles.at(kind);
 }
 
-exit_status collect_report(const scenario& what, backend& where, report_data& into,
+exit_status collect_report(const scenario& input, backend& target, report_data& into,
                            std::ostream& diagnostics)
 {
-    into.scenario = what.name;
-    return collector(where, into).collect(without_last_unload(what), diagnostics);
+    into.scenario = input.name;
+    return collector(target, into).collect(without_last_unload(input), diagnostics);
 }
 
 } // namespace gponflow

@@ -74,7 +74,7 @@ constexpr size_t most_drops = 30;
 
 /// Runs the scenario without its last unload and gathers what became of its frames. Frames of hook
 /// calls with a kind above 3 are run and not counted. Diagnostics as for run_scenario.
-exit_status collect_report(const scenario& what, backend& where, report_data& into,
+exit_status collect_report(const scenario& input, backend& target, report_data& into,
                            std::ostream& diagnostics);
 
 /// "upstream, from the UNI to the bridge"; the kind is at most 3.

@@ -56,7 +56,7 @@
     svg.setAttribute("role", "img");
     svg.setAttribute("aria-label", "Graph of the managed entities; the tables list the same links");
     const parts = [...svg.querySelectorAll(".node, .edge")].map((part) => [part.querySelector("title").textContent, part]);
-    const told = document.getElementById("graph-way");
+    const status = document.getElementById("graph-way");
     const clear = document.getElementById("graph-clear");
     const mark = (way) => {
       const links = new Set(way);
@@ -66,7 +66,7 @@
       }
       for (const [title, part] of parts) part.classList.toggle("walked", links.has(title));
       svg.classList.toggle("marked", way.length > 0);
-      told.textContent = way.join(" > ");
+      status.textContent = way.join(" > ");
       clear.hidden = way.length === 0;
     };
     clear.addEventListener("click", () => mark([]));

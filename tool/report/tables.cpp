@@ -66,8 +66,8 @@ std::string short_place(const std::string& place)
 
 template_value drop_value(const drop_row& drop, uint64_t all_frames)
 {
-    std::ostringstream told;
-    print_explanation(drop.example, told);
+    std::ostringstream text;
+    print_explanation(drop.example, text);
     template_value row;
     row.set("direction", direction_title(drop.kind));
     row.set("reason", escape(drop.reason));
@@ -75,9 +75,9 @@ template_value drop_value(const drop_row& drop, uint64_t all_frames)
     row.set("all_frames", number(all_frames));
     row.set("tags", (drop.tags.empty() ? "" : "VLAN ") + to_text(drop.tags));
     row.set("first", escape(drop.first));
-    row.set("told", told.str());
-    row.set("octets", number(drop.example.what.frame.size()));
-    row.set("dump", hex_dump(drop.example.what.frame));
+    row.set("explanation", text.str());
+    row.set("octets", number(drop.example.input.frame.size()));
+    row.set("dump", hex_dump(drop.example.input.frame));
     return row;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Where a scenario runs: the module in this process, or a module loaded in a real kernel.
+// Interface to the module under a scenario: in this process, or loaded in a kernel.
 #pragma once
 
 #include <cstdint>
@@ -13,18 +13,18 @@
 
 namespace gponflow {
 
-/// What a backend cannot do; the text says why, for the user.
+/// Thrown for an operation that a backend does not support. The text is the reason, for the user.
 struct refusal : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What happened inside while a command ran.
+/// An event while a command ran.
 struct backend_event {
     enum class kind {
-        log,  ///< a piece of kernel log text, line feeds and all
+        log,  ///< a piece of kernel log text with its line feeds
         call, ///< a platform call that the module made, one line without the "@ "
-        lost  ///< log text was lost here; the text says why
-    } what;
+        lost  ///< log text was lost; the text is the reason
+    } type;
     std::string_view text; ///< valid during the call of the sink
 };
 using backend_sink = std::function<void(const backend_event&)>;
@@ -36,11 +36,11 @@ struct hook_answer {
     uint32_t flags = 0; ///< the same, the flag word
 };
 
-/// The module's outer doors and the platform behind it. One thread at a time. Events of a call
-/// reach the sink before the call returns. Every function may throw refusal.
+/// The entry points of the module and the platform below it. One thread at a time. Events of a
+/// call reach the sink before the call returns. Every function may throw refusal.
 ///
-/// A door that is not there (no hook registered, no character device, no proc entry) answers
-/// nothing. User memory is this process's memory: an ioctl argument is an address here.
+/// A call returns nothing when its entry point is missing (no hook registered, no character device,
+/// no proc entry). User memory is the memory of this process: an ioctl argument is an address here.
 class backend {
 public:
     virtual ~backend() = default;
@@ -48,7 +48,7 @@ public:
     backend(const backend&) = delete;
     backend& operator=(const backend&) = delete;
 
-    /// Receives the events of the calls to come; null ends that.
+    /// Receives the events of the following calls; null removes the sink.
     virtual void set_sink(backend_sink sink) = 0;
 
     /// init_module; nothing when it panicked. Refuses when the module is loaded.
@@ -62,12 +62,12 @@ public:
     virtual std::optional<long> proc_write(std::string_view text) = 0;
     virtual std::optional<long> proc_read() = 0;
 
-    /// Lets jiffies pass; answers the time afterwards.
+    /// Lets jiffies pass and returns the time afterwards.
     virtual uint64_t advance(uint64_t jiffies) = 0;
     virtual void set_mapping(const pointer_setting& setting) = 0;
     virtual void set_queue_mapping(const pointer_setting& setting) = 0;
     /// The nth call of the service from now on fails once.
-    virtual void arm_fault(fault_kind what, uint64_t nth) = 0;
+    virtual void arm_fault(fault_kind service, uint64_t nth) = 0;
 };
 
 } // namespace gponflow

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Runs the commands of a scenario for what they leave behind, without a transcript.
+// Runs the commands of a scenario without a transcript and captures the log of the module.
 #pragma once
 
 #include <iosfwd>
@@ -14,33 +14,35 @@
 
 namespace gponflow {
 
-/// Collects the module's log while it runs commands; expectations and echoes are passed over. What
-/// is of interest on the way is overridden. The backend's sink is its own while it lives.
+/// Captures the log of the module while commands run. expect and echo are skipped. Derived classes
+/// override the on_ functions of the commands that they handle. The object owns the sink of the
+/// backend during its lifetime.
 class captured_run {
 public:
-    explicit captured_run(backend& where);
+    explicit captured_run(backend& target);
     virtual ~captured_run();
     captured_run(const captured_run&) = delete;
     captured_run& operator=(const captured_run&) = delete;
 
-    /// Runs all commands; where the backend refuses, says so and stops.
-    exit_status run(const scenario& what, std::ostream& diagnostics);
+    /// Runs all commands. A refusal of the backend is printed and ends the run.
+    exit_status run(const scenario& input, std::ostream& diagnostics);
 
-    /// From now on, says on a terminal how far a long capture is. Not for who prints meanwhile.
+    /// Shows the progress of long captures on a terminal. Not for callers that print during the
+    /// run.
     void show_progress() { progress_ = true; }
 
-    /// One hook call with the module's log at full detail, which log() then holds. Throws refusal.
+    /// One hook call with all log levels on; log() then holds the log of the call. Throws refusal.
     std::optional<hook_answer> hook_in_detail(const packet_options& options, const bytes& frame);
 
     /// One hook call; log() then holds what was logged during the call. Throws refusal.
     std::optional<hook_answer> hook(const packet_options& options, const bytes& frame);
 
-    /// Whether the kernel has dropped log text since the last call of this function.
+    /// Whether the kernel dropped log text since the last call of this function.
     bool lost_lines() { return std::exchange(lost_, false); }
 
-    /// What the module answers to an operator's command: through the proc entry, or through the
-    /// character device where there is no entry. Nothing when neither is there. Throws refusal.
-    std::optional<std::string> ask(std::string_view line);
+    /// The output of an operator's command, written to the proc entry or, without one, to the
+    /// character device. Nothing when neither exists. Throws refusal.
+    std::optional<std::string> query(std::string_view line);
 
     /// What the module has logged since the last hook call of this class, or since clear_log.
     const std::string& log() const { return log_; }
@@ -50,10 +52,10 @@ protected:
     virtual void on_load();
     virtual void on_me(const me_command& command);
     virtual void on_frame(const packet_options& options, const bytes& frame);
-    /// After every command but hook calls: what the module holds may be another thing now.
+    /// Called after every command except hook calls: the state of the module may have changed.
     virtual void on_change() {}
 
-    backend& where_;
+    backend& target_;
 
 private:
     struct visitor;

@@ -18,8 +18,7 @@ namespace {
 
 using capture = std::unique_ptr<pcap_t, decltype(&pcap_close)>;
 
-// Opened here and not by libpcap, which takes the name "-" for standard input and would wait for
-// ever on a pipe.
+// The file is opened here: libpcap would treat the name "-" as standard input and block on a pipe.
 capture open_capture(const std::filesystem::path& file)
 {
     std::error_code error;
@@ -67,7 +66,7 @@ std::vector<diagnostic> read_captures(scenario& into)
     std::vector<diagnostic> errors;
     const std::filesystem::path folder = std::filesystem::path(into.name).parent_path();
     for (scenario_line& line : into.lines) {
-        auto* pcap = std::get_if<pcap_command>(&line.what);
+        auto* pcap = std::get_if<pcap_command>(&line.command);
         if (!pcap)
             continue;
         try {

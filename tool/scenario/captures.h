@@ -11,9 +11,8 @@
 
 namespace gponflow {
 
-/// The frames of a pcap or pcapng file of Ethernet frames, as many bytes as were captured of each;
-/// `most` of them, and nothing behind those is looked at. Throws std::runtime_error that says what
-/// is wrong with the file.
+/// The first `most` frames of a pcap or pcapng file of Ethernet frames, with the captured bytes of
+/// each. The rest of the file is not read. Throws std::runtime_error with the reason.
 std::vector<bytes> read_capture(const std::filesystem::path& file, size_t most = SIZE_MAX);
 
 /// Reads the files of all pcap commands into them. Relative paths start at the folder of the

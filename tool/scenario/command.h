@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A scenario as data: what each line asks for, checked and with all defaults filled in.
+// A scenario as data: the command of each line, checked and with all defaults filled in.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +52,7 @@ struct advance_command {
     uint64_t jiffies = 0;
 };
 
-/// What becomes of one of the platform's function pointers.
+/// New value of one of the function pointers of the platform.
 struct pointer_setting {
     std::optional<int32_t> answer; ///< none: unset
 };
@@ -65,7 +65,7 @@ struct platform_command {
 enum class fault_kind { chrdev, proc_dir, proc_entry, hook, alloc, copy };
 
 struct fault_command {
-    fault_kind what = fault_kind::chrdev;
+    fault_kind service = fault_kind::chrdev;
     uint64_t nth = 1; ///< the call from now on that fails
 };
 
@@ -77,7 +77,7 @@ struct pcap_command {
 
 struct expectation {
     std::string name;
-    std::optional<int64_t> value; ///< none: the door is absent
+    std::optional<int64_t> value; ///< none: the entry point is absent
     std::string value_text;       ///< as written
 };
 
@@ -98,7 +98,7 @@ using any_command =
 struct scenario_line {
     unsigned line = 0; ///< number in the file, from 1
     std::string text;  ///< without blanks at its ends
-    any_command what;
+    any_command command;
 };
 
 struct scenario {

@@ -28,33 +28,33 @@ std::optional<long> send_record(backend& to, const gpon_flow_cmd& record)
 
 } // namespace
 
-std::optional<long> send(backend& to, const me_command& what)
+std::optional<long> send(backend& to, const me_command& command)
 {
     gpon_flow_cmd record{};
     record.cmd = GPON_FLOW_CMD_ME;
-    record.me.msg_type = what.message;
-    record.me.class_id = what.class_id;
-    record.me.inst_id = what.instance;
-    record.me.attr_mask = what.mask;
-    record.me.attr_data = address(what.raw);
+    record.me.msg_type = command.message;
+    record.me.class_id = command.class_id;
+    record.me.inst_id = command.instance;
+    record.me.attr_mask = command.mask;
+    record.me.attr_data = address(command.raw);
     return send_record(to, record);
 }
 
-std::optional<long> send(backend& to, const config_command& what)
+std::optional<long> send(backend& to, const config_command& command)
 {
     gpon_flow_cmd record{};
     record.cmd = GPON_FLOW_CMD_CFG_DATA;
-    record.cfg_data = address(what.raw);
+    record.cfg_data = address(command.raw);
     return send_record(to, record);
 }
 
-std::optional<long> send(backend& to, const debug_command& what)
+std::optional<long> send(backend& to, const debug_command& command)
 {
     std::array<std::array<char, GPON_FLOW_DEBUG_WORD_BYTES>, GPON_FLOW_DEBUG_WORDS> words{};
     gpon_flow_cmd record{};
     record.cmd = GPON_FLOW_CMD_DEBUG;
-    for (size_t i = 0; i < what.words.size(); ++i) {
-        std::ranges::copy(what.words[i], words[i].begin());
+    for (size_t i = 0; i < command.words.size(); ++i) {
+        std::ranges::copy(command.words[i], words[i].begin());
         record.args[i] = address(&words[i]);
     }
     return send_record(to, record);
@@ -67,11 +67,11 @@ std::optional<long> send(backend& to, const clean_command&)
     return send_record(to, record);
 }
 
-std::optional<long> send(backend& to, const ioctl_command& what)
+std::optional<long> send(backend& to, const ioctl_command& command)
 {
     gpon_flow_cmd record{};
-    record.cmd = what.cmd.value_or(0);
-    return to.ioctl(what.number, what.cmd ? address(&record) : 0);
+    record.cmd = command.cmd.value_or(0);
+    return to.ioctl(command.number, command.cmd ? address(&record) : 0);
 }
 
 } // namespace gponflow

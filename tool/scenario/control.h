@@ -8,12 +8,12 @@
 
 namespace gponflow {
 
-/// Build the record, hand it over and answer what the ioctl answered; nothing when the character
-/// device is not there. All throw refusal.
-std::optional<long> send(backend& to, const me_command& what);
-std::optional<long> send(backend& to, const config_command& what);
-std::optional<long> send(backend& to, const debug_command& what);
-std::optional<long> send(backend& to, const clean_command& what);
-std::optional<long> send(backend& to, const ioctl_command& what);
+/// Build the record, pass it to the ioctl and return the result of the ioctl; nothing when the
+/// character device is missing. All throw refusal.
+std::optional<long> send(backend& to, const me_command& command);
+std::optional<long> send(backend& to, const config_command& command);
+std::optional<long> send(backend& to, const debug_command& command);
+std::optional<long> send(backend& to, const clean_command& command);
+std::optional<long> send(backend& to, const ioctl_command& command);
 
 } // namespace gponflow

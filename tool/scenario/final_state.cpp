@@ -7,13 +7,13 @@ namespace gponflow {
 
 void apply(const scenario_line& line, mirror& entities)
 {
-    if (const auto* me = std::get_if<me_command>(&line.what))
+    if (const auto* me = std::get_if<me_command>(&line.command))
         entities.apply(*me, line.line);
-    else if (const auto* config = std::get_if<config_command>(&line.what))
+    else if (const auto* config = std::get_if<config_command>(&line.command))
         entities.apply(*config);
-    else if (std::holds_alternative<clean_command>(line.what))
+    else if (std::holds_alternative<clean_command>(line.command))
         entities.clear();
-    else if (std::holds_alternative<load_command>(line.what))
+    else if (std::holds_alternative<load_command>(line.command))
         entities = mirror();
 }
 
@@ -28,10 +28,10 @@ mirror final_entities(const scenario& input)
 scenario without_last_unload(scenario input)
 {
     const auto last = std::find_if(input.lines.rbegin(), input.lines.rend(), [](const auto& line) {
-        return std::holds_alternative<load_command>(line.what) ||
-               std::holds_alternative<unload_command>(line.what);
+        return std::holds_alternative<load_command>(line.command) ||
+               std::holds_alternative<unload_command>(line.command);
     });
-    if (last != input.lines.rend() && std::holds_alternative<unload_command>(last->what))
+    if (last != input.lines.rend() && std::holds_alternative<unload_command>(last->command))
         input.lines.erase(std::prev(last.base()), input.lines.end());
     return input;
 }

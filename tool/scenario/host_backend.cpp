@@ -7,9 +7,9 @@ namespace gponflow {
 
 namespace {
 
-gpon::host::fault host_fault(fault_kind what)
+gpon::host::fault host_fault(fault_kind service)
 {
-    switch (what) {
+    switch (service) {
     case fault_kind::chrdev:
         return gpon::host::fault::chrdev;
     case fault_kind::proc_dir:
@@ -43,7 +43,7 @@ class host_backend final : public backend {
 public:
     host_backend() { gpon::host::reset(); }
 
-    // Nothing that this object lent to the platform outlives it.
+    // The platform must not keep the sink of this object.
     ~host_backend() override
     {
         gpon::host::set_sink(nullptr);
@@ -114,9 +114,9 @@ public:
         gpon::host::set_queue_mapping(setting.answer);
     }
 
-    void arm_fault(fault_kind what, uint64_t nth) override
+    void arm_fault(fault_kind service, uint64_t nth) override
     {
-        gpon::host::arm_fault(host_fault(what), nth);
+        gpon::host::arm_fault(host_fault(service), nth);
     }
 };
 

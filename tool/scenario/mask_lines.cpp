@@ -24,7 +24,7 @@ bool is_name_part(char c)
     return is_lower(c) || (c >= 'A' && c <= 'Z') || is_digit(c) || c == '_';
 }
 
-// Reads the shape of a prefix; each step answers whether the text goes on that way.
+// Parses a prefix. Each step returns whether the text continues as expected.
 class prefix_reader {
 public:
     explicit prefix_reader(std::string_view text) : rest_(text) {}
@@ -45,7 +45,7 @@ public:
         return true;
     }
 
-    // Remembers where the number stands.
+    // Stores the position of the number.
     bool skip_number()
     {
         number = rest_;
@@ -66,7 +66,7 @@ private:
     std::string_view rest_;
 };
 
-// The line number of the message that starts here, empty when it carries none.
+// The line number of the message that starts here; empty without one.
 std::string_view line_number(std::string_view message)
 {
     prefix_reader reader(message);
@@ -82,7 +82,7 @@ std::string_view line_number(std::string_view message)
     return bare ? reader.number : std::string_view();
 }
 
-// Just behind the next level tag, or the end of the line.
+// The position after the next level tag, or the end of the line.
 size_t behind_next_tag(std::string_view line, size_t from)
 {
     size_t nearest = line.npos;

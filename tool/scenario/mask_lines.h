@@ -6,11 +6,11 @@
 
 namespace gponflow {
 
-/// A line of log text with every source line number that a message in it carries as 0.
+/// A line of log text with the source line number of every message replaced by 0.
 ///
-/// A message carries its function and line in one of the shapes "[name][12]", "[name] [12]",
-/// "Enter [name][12]" and "name [12]:", at its very start: at the start of the line or behind a
-/// level tag. Numbers anywhere else are the message's own.
+/// A message starts with its function and line as "[name][12]", "[name] [12]", "Enter [name][12]"
+/// or "name [12]:". It starts at the beginning of the line or after a level tag. Other numbers are
+/// data of the message and stay.
 std::string mask_line_numbers(std::string_view line);
 
 } // namespace gponflow

@@ -13,15 +13,15 @@ namespace gponflow {
 
 namespace {
 
-// A file of another kind is wrong in every line.
-constexpr size_t most_told = 20;
+// A file of another kind has an error in every line.
+constexpr size_t most_printed = 20;
 
-void tell(const std::vector<diagnostic>& errors, std::ostream& to)
+void print(const std::vector<diagnostic>& errors, std::ostream& to)
 {
-    for (size_t i = 0; i < std::min(errors.size(), most_told); ++i)
+    for (size_t i = 0; i < std::min(errors.size(), most_printed); ++i)
         to << errors[i].text() << '\n';
-    if (errors.size() > most_told)
-        to << errors[0].file << ": " << errors.size() - most_told << " more errors\n";
+    if (errors.size() > most_printed)
+        to << errors[0].file << ": " << errors.size() - most_printed << " more errors\n";
 }
 
 } // namespace
@@ -36,13 +36,13 @@ std::optional<scenario> open_scenario(const std::string& file, std::ostream& dia
         return {};
     }
     parse_result parsed = parse_scenario(text, file);
-    std::vector<diagnostic> captures = read_captures(parsed.what);
+    std::vector<diagnostic> captures = read_captures(parsed.input);
     std::ranges::move(captures, std::back_inserter(parsed.errors));
     std::ranges::stable_sort(parsed.errors, {}, &diagnostic::line);
-    tell(parsed.errors, diagnostics);
+    print(parsed.errors, diagnostics);
     if (!parsed.errors.empty())
         return {};
-    return std::move(parsed.what);
+    return std::move(parsed.input);
 }
 
 } // namespace gponflow

@@ -9,8 +9,8 @@
 
 namespace gponflow {
 
-/// Reads a scenario file ("-" is standard input) and every capture that it names. Nothing when
-/// there is a fault in any of them; then each is told, one to a line.
+/// Reads a scenario file ("-" is standard input) and every capture that it names. Returns nothing
+/// on errors and prints each, one per line.
 std::optional<scenario> open_scenario(const std::string& file, std::ostream& diagnostics);
 
 } // namespace gponflow

@@ -34,7 +34,7 @@ uint32_t read_kind(const value& from)
     from.fail("neither a number nor a kind of hook call" + suggestion(from.text, known));
 }
 
-// The options of both commands; port waits for port_word, whichever comes first in the line.
+// The options of both commands. port is applied after port_word, in any order of the line.
 class packet_option_reader {
 public:
     std::vector<option_rule> rules()

@@ -17,8 +17,8 @@ namespace {
 
 using words_of_command = std::span<const word>;
 
-// The aging timer fires all the way: this much takes the module in a process about 20 seconds,
-// the whole range of the number would take years.
+// The aging timer fires throughout: this many jiffies take the module in a process about 20
+// seconds, the whole range of the number would take years.
 constexpr uint64_t longest_advance = uint64_t{1} << 40;
 
 void expect_no_more(words_of_command words)
@@ -27,10 +27,10 @@ void expect_no_more(words_of_command words)
         throw syntax_error{words[0].column, "unexpected word " + in_quotes(words[0].text)};
 }
 
-const word& only_word(words_of_command words, const std::string& what)
+const word& only_word(words_of_command words, const std::string& description)
 {
     if (words.empty())
-        throw syntax_error{0, "missing argument: " + what};
+        throw syntax_error{0, "missing argument: " + description};
     expect_no_more(words.subspan(1));
     return words[0];
 }
@@ -69,18 +69,18 @@ any_command parse_ioctl(words_of_command words)
 
 any_command parse_proc(words_of_command words)
 {
-    const std::string_view what = words.empty() ? std::string_view() : words[0].text;
-    if (what == "read") {
+    const std::string_view action = words.empty() ? std::string_view() : words[0].text;
+    if (action == "read") {
         expect_no_more(words.subspan(1));
         return proc_read_command{};
     }
-    if (what == "write")
+    if (action == "write")
         return proc_write_command{
             only_word(words.subspan(1), "the text to write, one word (quote it)").text};
     if (words.empty())
         throw syntax_error{0, "missing argument: 'read' or 'write'"};
-    throw syntax_error{words[0].column, "proc takes 'read' or 'write', not " + in_quotes(what) +
-                                            suggestion(what, {"read", "write"})};
+    throw syntax_error{words[0].column, "proc takes 'read' or 'write', not " + in_quotes(action) +
+                                            suggestion(action, {"read", "write"})};
 }
 
 any_command parse_advance(words_of_command words)
@@ -111,7 +111,7 @@ any_command parse_platform(words_of_command words)
 
 struct fault_name {
     std::string_view name;
-    fault_kind what;
+    fault_kind service;
     bool counted;
 };
 
@@ -138,11 +138,11 @@ any_command parse_fault(words_of_command words)
                            "unknown fault " + in_quotes(name) + suggestion(name, known)};
     }
     if (equals == text.size())
-        return fault_command{found->what, 1};
+        return fault_command{found->service, 1};
     if (!found->counted)
         throw syntax_error{from.column + equals, "only 'alloc' and 'copy' take a number"};
     const value nth{found->name, text.substr(equals + 1), from.column + equals + 1};
-    return fault_command{found->what, read_unsigned(nth, UINT64_MAX, 1)};
+    return fault_command{found->service, read_unsigned(nth, UINT64_MAX, 1)};
 }
 
 expectation read_expectation(const value& from)
@@ -215,12 +215,12 @@ void add_line(parse_result& result, std::string_view line, unsigned number)
     const std::string_view text = trimmed(line);
     if (text.empty() || text[0] == '#')
         return;
-    // Columns count in the line as it stands, the carriage return of a DOS file left aside.
+    // Columns count in the original line, without the carriage return of a DOS file.
     const std::string_view to_the_end = line.substr(0, line.find_last_not_of(" \t\r") + 1);
     try {
-        result.what.lines.push_back({number, std::string(text), parse_line(to_the_end)});
+        result.input.lines.push_back({number, std::string(text), parse_line(to_the_end)});
     } catch (const syntax_error& error) {
-        result.errors.push_back({result.what.name, number, error.column, error.message});
+        result.errors.push_back({result.input.name, number, error.column, error.message});
     }
 }
 
@@ -236,7 +236,7 @@ std::vector<std::string_view> command_names()
 parse_result parse_scenario(std::string_view text, std::string_view name)
 {
     parse_result result;
-    result.what.name = name;
+    result.input.name = name;
     for (unsigned number = 1; !text.empty(); ++number) {
         const size_t end = std::min(text.find('\n'), text.size());
         add_line(result, text.substr(0, end), number);

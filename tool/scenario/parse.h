@@ -11,7 +11,7 @@
 namespace gponflow {
 
 struct parse_result {
-    scenario what;
+    scenario input;
     std::vector<diagnostic> errors; ///< one for each faulty line; the scenario lacks these lines
 };
 

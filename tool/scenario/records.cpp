@@ -13,7 +13,7 @@ namespace gponflow {
 
 namespace {
 
-// What stands behind the attribute pointer for a class that nobody knows.
+// Size of the record for a class that the class table does not hold.
 constexpr size_t unknown_class_bytes = 64;
 
 struct message_name {
@@ -88,7 +88,7 @@ void write_numbers(bytes& record, const me_field& field, const value& from)
         store(record, field.offset + i * field.width, field.width, read_unsigned(items[i], most));
 }
 
-// A rule for each field. The record must stay where it is until the options are taken.
+// A rule for each field. The rules refer to the record until the options are read.
 std::vector<option_rule> field_rules(std::span<const me_field> fields, bytes& record, bool& used)
 {
     std::vector<option_rule> rules;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The outcome of a command: what its result line prints and what expect compares with.
+// The result line of a command, printed and compared by expect.
 #pragma once
 
 #include <concepts>
@@ -15,7 +15,7 @@ namespace gponflow {
 
 class result_line {
 public:
-    /// "NAME", nothing to compare with.
+    /// "NAME", without a value to compare.
     explicit result_line(std::string_view name) : text_(name) {}
 
     /// "NAME NUMBER", which compares as ret.
@@ -23,7 +23,7 @@ public:
     {
         return with_ret(name, std::to_string(number));
     }
-    /// "NAME absent": the door is not there.
+    /// "NAME absent": the entry point is missing.
     static result_line absent(std::string_view name);
     /// NAME and the number, or absent.
     static result_line of(std::string_view name, std::optional<long> answer);
@@ -35,8 +35,8 @@ public:
 
     const std::string& text() const { return text_; }
 
-    /// What stands for the name: "absent" for every name when the door is absent, empty when the
-    /// line says nothing of it.
+    /// The value of a name: "absent" for every name when the entry point is missing, empty when the
+    /// line does not have the name.
     std::string_view value_of(std::string_view name) const;
 
 private:

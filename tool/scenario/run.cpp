@@ -14,13 +14,13 @@ namespace {
 
 class runner {
 public:
-    runner(backend& where, std::ostream& out, bool mask_lines)
-        : backend_(where), transcript_(out, mask_lines)
+    runner(backend& target, std::ostream& out, bool mask_lines)
+        : backend_(target), transcript_(out, mask_lines)
     {
         backend_.set_sink([this](const backend_event& event) {
-            if (event.what == backend_event::kind::lost)
+            if (event.type == backend_event::kind::lost)
                 throw refusal(std::string(event.text));
-            if (event.what == backend_event::kind::log)
+            if (event.type == backend_event::kind::log)
                 transcript_.log(event.text);
             else
                 transcript_.call(event.text);
@@ -34,7 +34,7 @@ public:
     void run(const scenario_line& line)
     {
         transcript_.command(line.text);
-        std::visit([this](const auto& command) { execute(command); }, line.what);
+        std::visit([this](const auto& command) { execute(command); }, line.command);
         transcript_.flush();
     }
 
@@ -139,7 +139,7 @@ private:
             backend_.set_queue_mapping(*command.queue);
     }
 
-    void execute(const fault_command& command) { backend_.arm_fault(command.what, command.nth); }
+    void execute(const fault_command& command) { backend_.arm_fault(command.service, command.nth); }
 
     void execute(const expect_command& command)
     {
@@ -164,16 +164,16 @@ private:
 
 } // namespace
 
-exit_status run_scenario(const scenario& what, backend& where, std::ostream& out,
+exit_status run_scenario(const scenario& input, backend& target, std::ostream& out,
                          std::ostream& diagnostics, bool mask_lines)
 {
-    runner runner(where, out, mask_lines);
-    for (const scenario_line& line : what.lines) {
+    runner runner(target, out, mask_lines);
+    for (const scenario_line& line : input.lines) {
         try {
             runner.run(line);
         } catch (const refusal& why) {
             runner.flush();
-            diagnostics << diagnostic{what.name, line.line, 0, why.what()}.text() << '\n';
+            diagnostics << diagnostic{input.name, line.line, 0, why.what()}.text() << '\n';
             return status_unsupported;
         }
         if (runner.panicked())

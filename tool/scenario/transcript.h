@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Writes what a scenario does, line by line. Recorded transcripts outlive this code: the format
-// is fixed.
+// Writes the transcript of a scenario line by line. The format is fixed: recorded transcripts
+// outlive this code.
 #pragma once
 
 #include <iosfwd>
@@ -17,7 +17,7 @@ public:
     /// "> TEXT", the start of a command.
     void command(std::string_view text);
 
-    /// A piece of kernel log text: joined with what came before, each line behind "| ".
+    /// A piece of kernel log text: joined with the previous piece, each line after "| ".
     void log(std::string_view text);
 
     /// "@ TEXT", a platform call.
@@ -32,7 +32,7 @@ public:
     /// The text of an echo command as it is.
     void echo(std::string_view text);
 
-    /// Ends log text that is left without a line feed, and hands everything to the system.
+    /// Ends log text without a line feed and flushes the stream.
     void flush();
 
 private:
@@ -42,7 +42,7 @@ private:
 
     std::ostream& to_;
     bool mask_lines_;
-    std::string log_line_; ///< what came since the last line feed
+    std::string log_line_; ///< text since the last line feed
 };
 
 } // namespace gponflow

@@ -12,7 +12,7 @@ namespace gponflow {
 
 namespace {
 
-// Digits only, so that a sign or blank that from_chars might take is refused.
+// Digits only: a sign or blank that from_chars may accept is an error.
 uint64_t parse_digits(const value& from, std::string_view digits, int base)
 {
     uint64_t result = 0;

@@ -16,7 +16,7 @@
 
 namespace gponflow {
 
-/// A piece of a line that is to be understood, and how messages call it.
+/// A piece of a line to parse, with its name in messages.
 struct value {
     std::string_view name;
     std::string_view text;
@@ -37,20 +37,20 @@ template <typename field> field read_field(const value& from)
     return static_cast<field>(read_unsigned(from, std::numeric_limits<field>::max()));
 }
 
-/// Whether the text is meant as a number rather than as a name.
+/// Whether the text looks like a number rather than a name.
 bool looks_like_number(std::string_view text);
 
 /// An even number of hexadecimal digits, ':' or '-' between bytes allowed.
 bytes read_hex(const value& from);
 
-/// One option that a command knows.
+/// One option of a command.
 struct option_rule {
     std::string_view name;
     std::function<void(const value&)> take;
 };
 
-/// Hands each word, which must be name=value, to its rule; a name may come once. Messages call the
-/// command by `owner`.
+/// Passes each word, which must be name=value, to its rule. A name may appear once. `owner` is the
+/// name of the command in messages.
 void take_options(std::span<const word> words, std::string_view owner,
                   std::span<const option_rule> rules);
 

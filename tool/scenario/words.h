@@ -18,7 +18,7 @@ struct word {
 std::string_view trimmed(std::string_view line);
 
 /// Splits at blanks and tabs; a word in double quotes keeps its blanks, with \" and \\ inside.
-/// Throws syntax_error for a quote that is not closed or that stands inside a word.
+/// Throws syntax_error for an unterminated quote or a quote inside a word.
 std::vector<word> split_words(std::string_view line);
 
 } // namespace gponflow

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Numbers in the texts of the module and of the runner.
+// Numbers in the output of the module and of the runner.
 #pragma once
 
 #include <charconv>
@@ -9,7 +9,8 @@
 
 namespace gponflow {
 
-/// The whole text as a number, hexadecimal after 0x; none when it is anything else or does not fit.
+/// The whole text as a number, hexadecimal after 0x; nothing when it is anything else or out of
+/// range.
 template <typename number> std::optional<number> number_in(std::string_view text)
 {
     const bool hex = text.starts_with("0x");

@@ -16,7 +16,7 @@ namespace {
 constexpr std::chrono::milliseconds pause_between(100);
 constexpr size_t bar_width = 30;
 
-// A terminal that cannot go back in a line would fill with them.
+// A terminal that cannot rewrite a line would fill with progress lines.
 bool can_rewrite(int descriptor)
 {
     const char* terminal = std::getenv("TERM");
@@ -30,7 +30,7 @@ size_t width_of(int descriptor)
     return size.ws_col ? size.ws_col : 80;
 }
 
-// What the line says is worth no error of its own.
+// A progress line that cannot be written is not an error.
 void put(int descriptor, const std::string& text)
 {
     [[maybe_unused]] const ssize_t written = write(descriptor, text.data(), text.size());
@@ -46,9 +46,9 @@ uint64_t size_of(std::FILE* stream)
 
 } // namespace
 
-progress_line::progress_line(std::string what, uint64_t total, int descriptor,
+progress_line::progress_line(std::string label, uint64_t total, int descriptor,
                              std::chrono::milliseconds silence)
-    : what_(std::move(what)), total_(total), descriptor_(descriptor),
+    : label_(std::move(label)), total_(total), descriptor_(descriptor),
       next_(std::chrono::steady_clock::now() + silence)
 {
     if (total_ == 0 || !can_rewrite(descriptor_))
@@ -73,16 +73,16 @@ void progress_line::show(uint64_t done)
     const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total_));
     const auto filled = static_cast<size_t>(part * static_cast<double>(bar_width));
     std::string text = "[" + std::string(filled, '#') + std::string(bar_width - filled, ' ') +
-                       "] " + std::to_string(static_cast<int>(part * 100)) + "% of " + what_;
-    // The last column would begin a new line on some terminals.
+                       "] " + std::to_string(static_cast<int>(part * 100)) + "% of " + label_;
+    // A character in the last column wraps on some terminals.
     text = text.substr(0, width_of(descriptor_) - 1);
     put(descriptor_, "\r" + text + "\033[K");
     shown_ = true;
     next_ = std::chrono::steady_clock::now() + pause_between;
 }
 
-reading_progress::reading_progress(const std::string& what, std::FILE* stream)
-    : stream_(stream), line_(what, size_of(stream))
+reading_progress::reading_progress(const std::string& label, std::FILE* stream)
+    : stream_(stream), line_(label, size_of(stream))
 {
 }
 

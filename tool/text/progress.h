@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// How far a long piece of work has come.
+// Progress of a long operation.
 #pragma once
 
 #include <chrono>
@@ -9,34 +9,34 @@
 
 namespace gponflow {
 
-/// One line on a terminal, from the moment that the work has taken long enough to wonder about it
-/// until it is over; then it is erased. Elsewhere it prints nothing.
+/// A progress line on a terminal. It appears when the operation takes longer than `silence` and is
+/// erased at the end. Without a terminal it prints nothing.
 class progress_line {
 public:
-    /// `total` in any unit, 0 when nobody knows it: nothing is shown then.
-    progress_line(std::string what, uint64_t total, int descriptor = 2,
+    /// `total` is in any unit; 0 is unknown and shows nothing.
+    progress_line(std::string label, uint64_t total, int descriptor = 2,
                   std::chrono::milliseconds silence = std::chrono::seconds(1));
     ~progress_line();
     progress_line(const progress_line&) = delete;
     progress_line& operator=(const progress_line&) = delete;
 
-    /// Whether it is time to show how far the work is. Cheap enough to ask for each frame.
+    /// Whether an update is due. Cheap enough to call for each frame.
     bool due() const;
     void show(uint64_t done);
 
 private:
-    std::string what_;
+    std::string label_;
     uint64_t total_;
     int descriptor_;
     bool shown_ = false;
     std::chrono::steady_clock::time_point next_;
 };
 
-/// The same of a file that is being read, in bytes.
+/// Progress of reading a file, in bytes.
 class reading_progress {
 public:
-    /// The stream must live as long.
-    reading_progress(const std::string& what, std::FILE* stream);
+    /// The stream must outlive this object.
+    reading_progress(const std::string& label, std::FILE* stream);
 
     void step()
     {

@@ -12,7 +12,7 @@ namespace gponflow {
 
 namespace {
 
-// Ends the reading of a device that never ends.
+// Limits reading from an endless device.
 constexpr size_t most_bytes = size_t{256} << 20;
 
 [[noreturn]] void fail()

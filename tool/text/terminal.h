@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What a terminal can do that a file cannot.
+// Colours and the end of the output.
 #pragma once
 
 #include <string>
@@ -20,10 +20,10 @@ private:
     std::string paint(std::string_view code, std::string_view text) const;
 };
 
-/// Colours when the descriptor is a terminal that knows them and NO_COLOR is not set.
+/// Colours if the descriptor is a terminal that supports them and NO_COLOR is not set.
 palette colours_of(int descriptor);
 
-/// Bytes not handed over yet are; true when all could be written. Says on standard error when not.
+/// Flushes standard output. Returns false and prints a message to standard error on failure.
 bool finish_output();
 
 } // namespace gponflow

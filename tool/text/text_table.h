@@ -13,14 +13,14 @@ namespace gponflow {
 /// "1 rule", "2 rules".
 std::string counted(uint64_t count, const std::string& noun);
 
-/// Columns of text, each as wide as its widest cell; the last one is not padded.
+/// Columns of text, as wide as their widest cells. The last column is not padded.
 struct text_table {
     std::vector<std::string> titles;
-    std::vector<std::vector<std::string>> rows; ///< as many cells as there are titles
+    std::vector<std::vector<std::string>> rows; ///< each has one cell per title
 
-    /// The lines, titles first.
+    /// The lines, the titles first.
     std::vector<std::string> lines() const;
-    /// Prints them, each behind the indent.
+    /// Prints the lines with the indent.
     void print(std::ostream& out, const palette& colours, const std::string& indent = "") const;
 };
 
