@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "platform/host/host.h"
-#include "tool/scenario/backend.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 #include "tool/scenario/run.h"
 
@@ -41,7 +41,7 @@ outcome_of_run run_with(bool remembered, const scenario& what)
 {
     gpon::host::set_remembered_outcomes(remembered);
     std::ostringstream out, diagnostics;
-    const auto where = make_host_backend();
+    const auto target = make_host_backend();
     run_scenario(what, *target, out, diagnostics, true);
     gpon::host::set_remembered_outcomes(true);
     EXPECT_EQ(diagnostics.str(), "") << what.name;
