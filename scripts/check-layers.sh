@@ -7,15 +7,11 @@
 # includes only headers that need no library at run time. The glue of the kernel includes the
 # declarations of platform/api and its own headers, nothing of the core or of a platform.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 # shellcheck source=scripts/layers.sh
 . "$(dirname "$(readlink -f "$0")")/layers.sh"
 cd "${1:-$(dirname "$0")/..}"
-
-failed=0
-complain() {
-    echo "check-layers: $1" >&2
-    failed=1
-}
 
 check_system_header() { # FILE HEADER
     case $2 in

@@ -8,6 +8,8 @@
 # outside of this section would survive an unload. A kernel does not run static constructors, and
 # provides only the symbols of the platform interface. NM, OBJDUMP and HOST_OBJDUMP name the tools.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 nm=${NM:-nm}
 objdump=${OBJDUMP:-objdump}
 host_objdump=${HOST_OBJDUMP:-objdump}
@@ -16,13 +18,6 @@ host_objdump=${HOST_OBJDUMP:-objdump}
 # functions that a compiler calls.
 allowed_undefined='^(gpon_os_[A-Za-z0-9_]+|vorn_(un)?register_hook|gpon_flow_mapping_hook_ops'
 allowed_undefined+='|gpon_mapping_hook|gpon_queue_mapping_hook|mem(cpy|set|cmp|move))$'
-
-failed=0
-complain() {
-    echo "check-objects: $1" >&2
-    sed 's/^/    /' >&2
-    failed=1
-}
 
 # SECTION-PATTERN OBJECT...: names of the matching sections that are not empty, as SECTION BYTES.
 filled_sections() {
@@ -50,7 +45,7 @@ check_constructors() {
     local found
     found=$(filled_sections "$constructors" "$@")
     if [ -n "$found" ]; then
-        complain "static constructors or destructors, which a kernel does not run" <<<"$found"
+        complain_of "static constructors or destructors, which a kernel does not run" <<<"$found"
     fi
 }
 
@@ -59,7 +54,7 @@ check_host() {
     check_constructors "$@"
     found=$(filled_sections "$mutable" "$@" | grep -Ev "$relocated" || true)
     if [ -n "$found" ]; then
-        complain "mutable data without GPON_MODULE_DATA, which an unload would not put back" \
+        complain_of "mutable data without GPON_MODULE_DATA, which an unload would not put back" \
             < <(echo "$found" && symbols_in "$objdump" "$mutable" "$@" | grep -Ev "$relocated")
     fi
 }
@@ -68,7 +63,7 @@ check_undefined() {
     local found
     found=$("$nm" -u "$1" | awk '{ print $NF }' | grep -Ev "$allowed_undefined" || true)
     if [ -n "$found" ]; then
-        complain "undefined symbols outside of the seam" <<<"$found"
+        complain_of "undefined symbols outside of the seam" <<<"$found"
     fi
 }
 
@@ -81,7 +76,7 @@ check_thread_local() {
     local found
     found=$(filled_sections '^[.]t(data|bss)' "$1")
     if [ -n "$found" ]; then
-        complain "thread-local data, which a kernel does not have" <<<"$found"
+        complain_of "thread-local data, which a kernel does not have" <<<"$found"
     fi
 }
 
@@ -94,7 +89,7 @@ check_module() {
     here=$(symbols_in "$objdump" "$mutable" "$object" | grep -Ev "$relocated" | data_names || true)
     there=$(symbols_in "$host_objdump" '^gpon_data$' "$@" | data_names)
     if [ "$here" != "$there" ]; then
-        complain "mutable data (>) is not what the process build gathers in gpon_data (<)" \
+        complain_of "mutable data (>) is not what the process build gathers in gpon_data (<)" \
             < <(diff <(echo "$there") <(echo "$here"))
     fi
 }

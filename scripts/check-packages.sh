@@ -5,14 +5,10 @@
 #
 # Checks the contents of the Debian packages without installing them.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 tool=$1
 modules=$2
-failed=0
-
-complain() {
-    echo "check-packages: $*" >&2
-    failed=1
-}
 
 list() {
     dpkg-deb --fsys-tarfile "$1" | tar -t | sed 's#^\./##' | grep -v '/$'

@@ -5,14 +5,9 @@
 #
 # Rules for the contents of every file under version control.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 cd "${1:-$(dirname "$0")/..}"
-
-failed=0
-complain() { # reads the offending lines
-    echo "check-repo: $1" >&2
-    sed 's/^/    /' >&2
-    failed=1
-}
 
 # An unpacked archive has no list of tracked files: every file that is not built is checked there.
 list_files() {
@@ -29,13 +24,13 @@ for file in "${files[@]}"; do
     fi
 done
 if [ "${#texts[@]}" = 0 ]; then
-    echo "no file in $PWD" | complain "nothing to check"
+    echo "no file in $PWD" | complain_of "nothing to check"
     exit 1
 fi
 
 found=$(grep -nE '(^|[^[:alnum:]_./}-])/(work|root|home/[a-z]+|tmp/build)[/-]' "${texts[@]}" || true)
 if [ -n "$found" ]; then
-    complain "a path of one machine" <<<"$found"
+    complain_of "a path of one machine" <<<"$found"
 fi
 
 found=$(for file in "${texts[@]}"; do
@@ -49,7 +44,7 @@ found=$(for file in "${texts[@]}"; do
     esac
 done)
 if [ -n "$found" ]; then
-    complain "a source without its licence in the first three lines" <<<"$found"
+    complain_of "a source without its licence in the first three lines" <<<"$found"
 fi
 
 # A transcript contains the module's output byte for byte.
@@ -62,13 +57,13 @@ for file in "${texts[@]}"; do
 done
 found=$(grep -nE '[[:blank:]]+$' "${sources[@]}" | cut -c 1-120 || true)
 if [ -n "$found" ]; then
-    complain "blanks at the end of a line" <<<"$found"
+    complain_of "blanks at the end of a line" <<<"$found"
 fi
 found=$(for file in "${sources[@]}"; do
     [ -z "$(tail -c 1 "$file")" ] || echo "$file"
 done)
 if [ -n "$found" ]; then
-    complain "no line feed at the end of the file" <<<"$found"
+    complain_of "no line feed at the end of the file" <<<"$found"
 fi
 
 exit "$failed"

@@ -8,6 +8,8 @@
 # the room does define it; one header alone may have such marks. An object is named after its
 # source: .../src/ROOM/FILE.cpp.o. nm comes from NM.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 # shellcheck source=scripts/layers.sh
 . "$(dirname "$(readlink -f "$0")")/layers.sh"
 nm=${NM:-nm}
@@ -18,12 +20,6 @@ if [ $# -lt 2 ]; then
 fi
 root=$1
 shift
-
-failed=0
-complain() {
-    echo "check-symbols: $1" >&2
-    failed=1
-}
 
 # OBJECT...: one line "file OBJECT SOURCE RANK" each.
 list_objects() {

@@ -6,6 +6,8 @@
 # Checks the module: its size, the stack depth of a packet, the symbols that other code sees, the
 # function names in stack traces, and the absence of static constructors, which a kernel does not run.
 set -euo pipefail
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/../complain.sh"
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
@@ -24,12 +26,6 @@ named_functions=(gpon_flow_api_dispatch gpon_pkt_general_flow_func gpon_flow_ioc
     gpon_hash_add_node_safe gpon_hash_get_rule_safe gpon_flow_is_trace_skb
     gpon_core_init_module gpon_core_cleanup_module)
 
-failed=0
-complain() {
-    echo "check-module: $arch: $1" >&2
-    failed=1
-}
-
 has_sanitizer() {
     grep -q '^CONFIG_K[AC]SAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
@@ -41,9 +37,9 @@ check_text() {
         awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n + 0}')
     rm -f "$stripped"
     echo "$arch: $bytes bytes of text"
-    [ "$bytes" -gt 0 ] || complain "no text was found"
+    [ "$bytes" -gt 0 ] || complain "$arch: no text was found"
     if [ "$arch" = arm64 ] && [ "$bytes" -gt "$text_limit" ]; then
-        complain "$bytes bytes of text are more than $text_limit"
+        complain "$arch: $bytes bytes of text are more than $text_limit"
     fi
 }
 
@@ -51,14 +47,14 @@ check_globals() {
     local found
     found=$("${prefix}nm" --defined-only -g "$module" | awk '{print $3}' |
         grep -vxE 'init_module|cleanup_module|__this_module' || true)
-    [ -z "$found" ] || complain "global symbols that nobody asked for: ${found//$'\n'/ }"
+    [ -z "$found" ] || complain "$arch: unexpected global symbols: ${found//$'\n'/ }"
 }
 
 check_names() {
     local name names
     names=$("${prefix}nm" --defined-only "$module" | awk '$2 ~ /^[tT]$/ {print $3}')
     for name in "${named_functions[@]}"; do
-        grep -qx "$name" <<<"$names" || complain "there is no function $name in the module"
+        grep -qx "$name" <<<"$names" || complain "$arch: there is no function $name in the module"
     done
 }
 
@@ -69,7 +65,7 @@ check_constructors() {
         return
     fi
     found=$("${prefix}objdump" -h -w "$module" | awk '$2 ~ /^\.(init_array|ctors)/ {print $2}')
-    [ -z "$found" ] || complain "static constructors, which a kernel does not run: $found"
+    [ -z "$found" ] || complain "$arch: static constructors, which a kernel does not run: $found"
 }
 
 # Sanitizers change the size of stack frames.
@@ -79,7 +75,7 @@ check_stack() {
         return
     fi
     find "$folder" -name '*.ci' -exec python3 scripts/kernel/stack-depth.py "$stack_limit" {} + |
-        sed "s/^/$arch: /" || complain "too much stack"
+        sed "s/^/$arch: /" || complain "$arch: too much stack"
 }
 
 check_text

@@ -5,17 +5,8 @@
 #
 # The tool as its user meets it: arguments, exit status, and which stream says what.
 set -eu
-tool=$(realpath "$1")
-root=$(realpath "$(dirname "$0")/../..")
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
-
-failed=0
-complain() {
-    echo "$1" >&2
-    failed=1
-}
+# shellcheck source=tests/tool/proof.sh
+. "$(dirname "$0")/proof.sh"
 
 # STATUS ARGUMENT...: standard output goes to the file out, standard error to err.
 expect_status() {

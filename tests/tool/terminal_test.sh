@@ -6,20 +6,11 @@
 # The tool on a terminal: what it draws there, which keys and signals end it, and that the terminal
 # is given back as it was. script(1) makes the terminals.
 set -eu
-tool=$(realpath "$1")
-root=$(realpath "$(dirname "$0")/../..")
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-cd "$folder"
+# shellcheck source=tests/tool/proof.sh
+. "$(dirname "$0")/proof.sh"
 export TERM=xterm
 export SHELL=/bin/sh # script's
 unset NO_COLOR
-
-failed=0
-complain() {
-    echo "$1" >&2
-    failed=1
-}
 
 # TEXT: waits until it has been shown.
 until_shown() {

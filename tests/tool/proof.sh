@@ -1,0 +1,18 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=bash
+# shellcheck disable=SC2034 # tool, root and failed are for the test that sources this file
+#
+# What the tests of the tool's command line share: the tool, the root of the tree, and a folder of
+# their own, which is the current one. A test ends with "exit $failed".
+
+tool=$(realpath "$1")
+root=$(realpath "$(dirname "$0")/../..")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit
+
+failed=0
+complain() {
+    echo "$1" >&2
+    failed=1
+}
