@@ -3,7 +3,7 @@
 
 #include "../base/log.h"
 #include "../debug/trace.h"
-#include "../pkt/flow.h"
+#include "../pkt/outcome.h"
 
 namespace {
 

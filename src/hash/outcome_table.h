@@ -71,9 +71,9 @@ constexpr u32 GEM_PORT_SHIFT = 48;
 
 inline outcome_set& outcome_set_of(const outcome_key& key)
 {
-    constexpr u64 FIRST = 0x9E3779B97F4A7C15u, SECOND = 0xC2B2AE3D27D4EB4Fu;
-    const u64 mixed = (key.word[0] ^ key.word[2] << 15) * FIRST;
-    return outcome_sets[((mixed >> 32 ^ key.word[1]) * SECOND) >> (64 - OUTCOME_SET_BITS)];
+    constexpr u64 ODD = 0x9E3779B97F4A7C15u; // 2^64 by the golden ratio
+    const u64 mixed = (key.word[0] ^ key.word[2] << 15) * ODD;
+    return outcome_sets[((mixed >> 32 ^ key.word[1]) * ODD) >> (64 - OUTCOME_SET_BITS)];
 }
 
 /* True and the GEM port id (0 where there is none to write) when the outcome of a frame with this

@@ -100,40 +100,11 @@ i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_inf
 }
 
 // Replays the rule that the look-up found.
-i32 replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_key* key,
-                gpon_walk_result* result, packet_log log)
+void replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, gpon_walk_result* result)
 {
     gpon_fwd_info step = {0, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
-    log.trace("[%s][%d]: Rule already exist!\n");
-    // When this frame has read a change, no later one on this CPU may read the generation before.
-    gpon::order_loads();
-    if (key && gpon::is_repeatable(fwd_flag, every_step_made))
-        gpon::remember_outcome(*key, generation, result->gemport_id);
-    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, result);
-}
-
-// A frame whose outcome is not known: its rule is replayed, or its walk is learnt. Apart from the
-// entry, which a known frame passes without this one's stack. A null key: not to be remembered.
-[[gnu::noinline]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation,
-                               const gpon::outcome_key* key, packet_log log)
-{
-    const gpon::rcu_reader reader;
-    gpon_walk_result result;
-    gpon_pkt_info info;
-    if (init_from_summary(skb, &result, &info, packet_log::of<gpon_pkt_init_fwd_info>(skb)) != 0) {
-        log.error("%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
-        return -1;
-    }
-    if (gpon::lookup_rule(info, fwd_flag, &result.trace) == 0)
-        return replay_rule(skb, fwd_flag, generation, key, &result, log);
-    if (walk(skb, fwd_flag, &result, log) != 0)
-        return -1;
-    if (gpon::learn_rule(info, fwd_flag, result.trace, generation) != 0) {
-        log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
-        return -1;
-    }
-    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    gpon::remember_replay(skb, fwd_flag, generation, every_step_made, result->gemport_id);
 }
 
 } // namespace
@@ -210,22 +181,26 @@ i32 gpon_pkt_downstream_uni(sk_buff*, gpon_walk_result*)
     return 0;
 }
 
-i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
+i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation)
 {
-    const packet_log log = packet_log::here(skb);
-    log_trace("[%s][%d]: Enter\n");
-    if (!skb) {
-        log_error("%s [%d]: skb is NULL: Fail\r\n");
+    const packet_log log = packet_log::of<gpon_pkt_general_flow_func>(skb);
+    const rcu_reader reader;
+    gpon_walk_result result;
+    gpon_pkt_info info;
+    if (init_from_summary(skb, &result, &info, packet_log::of<gpon_pkt_init_fwd_info>(skb)) != 0) {
+        log.error("%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
         return -1;
     }
-    const u64 generation = gpon::current_generation();
-    gpon::outcome_key key;
-    if (!gpon::make_outcome_key(skb, fwd_flag, &key))
-        return classify(skb, fwd_flag, generation, nullptr, log);
-    u16 gemport_id = 0;
-    if (gpon::is_silent(skb) && gpon::outcomes_are_used() &&
-        gpon::find_outcome(key, generation, &gemport_id))
-        return gpon::hand_over(skb, fwd_flag, gemport_id,
-                               packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
-    return classify(skb, fwd_flag, generation, &key, log);
+    if (lookup_rule(info, fwd_flag, &result.trace) == 0) {
+        replay_rule(skb, fwd_flag, generation, &result);
+        log.trace("[%s][%d]: Rule already exist!\n");
+        return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    }
+    if (walk(skb, fwd_flag, &result, log) != 0)
+        return -1;
+    if (learn_rule(info, fwd_flag, result.trace, generation) != 0) {
+        log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
+        return -1;
+    }
+    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
 }

@@ -8,10 +8,6 @@
 
 extern "C" {
 
-/* Classifies one packet in one direction (a single fwd_flag bit), replays or learns its rule, and
- * lets the platform choose the queue upstream. 0, or -1 with messages. Softirq. */
-i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
-
 /* Clears the result and fills in the header summary; 0 or -1. */
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
@@ -21,5 +17,13 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result);
 i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result);
 i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 }
+
+namespace gpon {
+
+/* What gpon_pkt_general_flow_func does with a frame whose outcome is not known, under its name. The
+ * generation is the one that was current before. */
+i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation);
+
+} // namespace gpon
 
 #endif

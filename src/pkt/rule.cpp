@@ -4,8 +4,8 @@
 #include "../base/log.h"
 #include "../hash/rule_table.h"
 #include "../me/registry.h"
-#include "flow.h"
 #include "header.h"
+#include "outcome.h"
 
 namespace {
 
@@ -51,20 +51,6 @@ replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* re
         return replay::failed;
     }
     return replay::goes_on;
-}
-
-i32 choose_queue(sk_buff* skb, packet_log log)
-{
-    int (*const queue_mapping)(sk_buff*) = gpon::load_relaxed(gpon_queue_mapping_hook);
-    if (!queue_mapping) {
-        log.error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
-        return -1;
-    }
-    if (queue_mapping(skb) != 0) {
-        log.error("[%s][%d]: no priority queue find!\n");
-        return -1;
-    }
-    return 0;
 }
 
 } // namespace
@@ -148,12 +134,19 @@ i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_tr
     return gpon_rule_add_inst(&info, fwd_flag, &trace, walked_in);
 }
 
-i32 gpon::hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, packet_log log)
+i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id, packet_log log)
 {
-    if (fwd_flag != UP_ANI)
-        return 0;
     skb_set_gemport_id(skb, gemport_id);
-    return choose_queue(skb, log);
+    int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
+    if (!queue_mapping) {
+        log.error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
+        return -1;
+    }
+    if (queue_mapping(skb) != 0) {
+        log.error("[%s][%d]: no priority queue find!\n");
+        return -1;
+    }
+    return 0;
 }
 
 bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
@@ -177,8 +170,9 @@ i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_r
     case UP_UNI:
     case DOWN_ANI:
     case DOWN_UNI:
+        return 0;
     case UP_ANI:
-        return gpon::hand_over(skb, fwd_flag, result->gemport_id, log);
+        return gpon::choose_queue(skb, result->gemport_id, log);
     default:
         log.error("%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
         // Reported on behalf of the caller, which reports nothing when the queue choice fails.

@@ -43,8 +43,9 @@ i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace)
 i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
                u64 walked_in);
 
-/* What gpon_pkt_handle_after_fwd_done does with a frame of one of the four directions. */
-i32 hand_over(sk_buff* skb, u16 fwd_flag, u16 gemport_id, packet_log log);
+/* Writes the GEM port id into the packet and lets the platform choose the queue. 0, or -1 when it
+ * finds none. */
+i32 choose_queue(sk_buff* skb, u16 gemport_id, packet_log log);
 
 } // namespace gpon
 

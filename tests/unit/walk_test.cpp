@@ -3,6 +3,7 @@
 #include "tests/unit/class_fixture.h"
 
 #include "pkt/flow.h"
+#include "pkt/outcome.h"
 #include "pkt/rule.h"
 #include "pkt/walk.h"
 

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "outcome.h"
+
+#include "../base/log.h"
+#include "../hash/outcome_table.h"
+#include "flow.h"
+#include "header.h"
+#include "rule.h"
+
+namespace {
+
+bool outcomes_are_used()
+{
+#ifdef GPON_HOST_BUILD
+    return gpon_host_remembers_outcomes;
+#else
+    return true;
+#endif
+}
+
+// True when no message about this packet can be printed: a replay then prints nothing.
+bool is_silent(const sk_buff* skb)
+{
+    return gpon::debug_level() == 0 && !(gpon::flag_word_of(skb) & GPON_FLOW_TRACE_MARK);
+}
+
+// The packed rule key of a frame. False for a frame whose rule key has more than two tags or reads
+// beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
+[[gnu::always_inline]] inline bool make_key(const sk_buff* skb, u16 fwd_flag,
+                                            gpon::outcome_key* key)
+{
+    constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
+                  LAST_TYPE = INNER + gpon::TAG_BYTES;
+    const gpon::frame f = gpon::frame::of(skb);
+    if (f.length < LAST_TYPE + sizeof(u16))
+        return false;
+    u32 outer = 0;
+    u32 inner = 0;
+    if (gpon::is_tpid(f.be16(OUTER))) {
+        outer = gpon::load_unaligned<u32>(f.bytes + OUTER);
+        if (gpon::is_tpid(f.be16(INNER))) {
+            if (gpon::is_tpid(f.be16(LAST_TYPE)))
+                return false;
+            inner = gpon::load_unaligned<u32>(f.bytes + INNER);
+        }
+    }
+    *key = {{gpon::load_unaligned<u64>(f.bytes),
+             gpon::load_unaligned<u32>(f.bytes + sizeof(u64)) | u64{outer} << 32,
+             inner | u64{fwd_flag} << 32}};
+    return true;
+}
+
+// Is a replay the same each time? Upstream towards the ANI it must have made every step: one that
+// lacked memory may make them the next time.
+bool is_repeatable(u16 fwd_flag, bool every_step_made)
+{
+    switch (fwd_flag) {
+    case UP_UNI:
+    case DOWN_ANI:
+    case DOWN_UNI:
+        return true;
+    case UP_ANI:
+        return every_step_made;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
+{
+    log_trace("[%s][%d]: Enter\n");
+    if (!skb) {
+        log_error("%s [%d]: skb is NULL: Fail\r\n");
+        return -1;
+    }
+    const u64 generation = gpon::current_generation();
+    gpon::outcome_key key;
+    u16 gemport_id = 0;
+    if (!is_silent(skb) || !outcomes_are_used() || !make_key(skb, fwd_flag, &key) ||
+        !gpon::find_outcome(key, generation, &gemport_id))
+        return gpon::classify(skb, fwd_flag, generation);
+    if (fwd_flag != UP_ANI)
+        return 0;
+    return gpon::choose_queue(skb, gemport_id, packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
+}
+
+void gpon::remember_replay(const sk_buff* skb, u16 fwd_flag, u64 generation, bool every_step_made,
+                           u16 gemport_id)
+{
+    // If this packet has read a part of a change, no later one on this CPU reads the old
+    // generation.
+    order_loads();
+    outcome_key key;
+    if (is_repeatable(fwd_flag, every_step_made) && make_key(skb, fwd_flag, &key))
+        remember_outcome(key, generation, gemport_id);
+}
