@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Remembered outcomes: which frames have one, what they depend on, and what ends them.
+#include "tests/unit/store_access.h"
+
+#include <array>
+
+#include "hash/aging.h"
+#include "hash/outcome_table.h"
+#include "hash/rule_table.h"
+#include "pkt/header.h"
+#include "pkt/rule.h"
+#include "pkt/walk.h"
+
+namespace {
+
+using gpon::test::apply;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using bytes = std::vector<u8>;
+
+class Outcome : public loaded_module {
+protected:
+    // CTP n carries GEM port 1000 + n, so that the steps of a rule can be told by the port.
+    static constexpr u16 CTPS = 8;
+
+    Outcome()
+    {
+        for (u16 id = 1; id <= CTPS; ++id)
+            set_ctp(id, port_of(id));
+        gpon::host::hook(GPON_API_SWITCH, 1, nullptr);
+    }
+
+    ~Outcome() override { gpon::host::set_remembered_outcomes(true); }
+
+    static u16 port_of(u16 ctp) { return static_cast<u16>(1000 + ctp); }
+
+    // As a command sets it, without the flush that a command begins with.
+    static void set_ctp(u16 id, u16 port)
+    {
+        gpon_raw_gemctp raw = {};
+        raw.instID = id;
+        raw.portID = port;
+        raw.direction = 3;
+        gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, id, &raw);
+        EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(268), &cmd), 0);
+    }
+
+    static bytes frame(size_t tags, size_t length = 2000, u8 station = 1)
+    {
+        bytes made(length);
+        made[11] = station;
+        size_t at = 12;
+        for (size_t i = 0; i < tags; ++i, at += 4)
+            if (at + 4 <= length) {
+                made[at] = 0x81;
+                made[at + 3] = static_cast<u8>(i + 1);
+            }
+        return made;
+    }
+
+    static sk_buff packet_of(const bytes& frame)
+    {
+        sk_buff skb;
+        skb.data = frame.data();
+        skb.bytes = static_cast<u32>(frame.size());
+        skb.gemport_id = 9;
+        return skb;
+    }
+
+    static void learn(const bytes& frame, u16 ctp, u16 fwd_flag = UP_ANI)
+    {
+        const sk_buff skb = packet_of(frame);
+        gpon_walk_result walked = {};
+        walked.trace.step[0] = {268, ctp};
+        EXPECT_EQ(gpon_rule_generate_trace(&skb, fwd_flag, &walked), 0);
+    }
+
+    struct answer {
+        int result;
+        u16 port;
+        uint64_t allocations;
+    };
+
+    static answer send(const bytes& frame, u16 fwd_flag = UP_ANI, u32 flag_word = 0)
+    {
+        sk_buff skb = packet_of(frame);
+        skb.flag_word = flag_word;
+        const uint64_t before = gpon::host::memory().allocations;
+        const int result = gpon_pkt_general_flow_func(&skb, fwd_flag);
+        return {result, skb.gemport_id, gpon::host::memory().allocations - before};
+    }
+
+    static bool is_remembered(const bytes& frame, u16 fwd_flag = UP_ANI)
+    {
+        return send(frame, fwd_flag).allocations == 0;
+    }
+
+    // The frame's rule is learnt and replayed once.
+    static void make_known(const bytes& frame, u16 ctp)
+    {
+        learn(frame, ctp);
+        EXPECT_EQ(send(frame).port, port_of(ctp));
+        EXPECT_TRUE(is_remembered(frame));
+    }
+
+    static u32 hash_of(const bytes& frame, u16 fwd_flag)
+    {
+        const sk_buff skb = packet_of(frame);
+        gpon_pkt_info info;
+        u8 key[GPON_RULE_KEY_BUFFER] = {};
+        u16 length = 0;
+        EXPECT_EQ(gpon_pkt_form_info(&skb, &info), 0);
+        gpon_rule_generate_key(&info, fwd_flag, key, &length);
+        return gpon_hash_calc_key(key, length);
+    }
+};
+
+TEST_F(Outcome, AKnownFrameMakesNoAllocationAndHasItsQueueChosenEachTime)
+{
+    learn(frame(1), 1);
+    EXPECT_GT(send(frame(1)).allocations, 0u) << "the replay";
+    calls.clear();
+    for (int i = 0; i < 3; ++i) {
+        const answer known = send(frame(1));
+        EXPECT_EQ(known.result, 0);
+        EXPECT_EQ(known.port, port_of(1));
+        EXPECT_EQ(known.allocations, 0u);
+    }
+    EXPECT_EQ(calls, std::vector<std::string>(3, "gpon_queue_mapping_hook gem=1001 = 0"));
+    gpon::host::set_queue_mapping(1);
+    EXPECT_EQ(send(frame(1)).result, -1);
+    gpon::host::set_queue_mapping(std::nullopt);
+    EXPECT_EQ(send(frame(1)).result, -1);
+    EXPECT_EQ(send(frame(1)).port, port_of(1)) << "it is written before the queue is chosen";
+}
+
+TEST_F(Outcome, FramesOfUpToTwoTagsAndTheirThirdTypeHaveOne)
+{
+    struct shape {
+        size_t tags, length;
+        bool remembered;
+    };
+    for (const shape& each :
+         {shape{0, 22, true}, shape{1, 22, true}, shape{2, 22, true}, shape{0, 21, false},
+          shape{2, 21, false}, shape{0, 2000, true}, shape{1, 2000, true}, shape{2, 2000, true},
+          shape{3, 2000, false}, shape{4, 2000, false}, shape{256, 2000, false},
+          shape{257, 2000, false}}) {
+        SCOPED_TRACE(testing::Message() << each.tags << " tags, " << each.length << " bytes");
+        gpon_hash_clean_all_safe();
+        const bytes sent = frame(each.tags, each.length);
+        learn(sent, 3);
+        EXPECT_EQ(send(sent).port, port_of(3));
+        EXPECT_EQ(is_remembered(sent), each.remembered);
+        EXPECT_EQ(send(sent).port, port_of(3));
+    }
+}
+
+TEST_F(Outcome, FramesThatShareARuleKeepItAndOthersDoNot)
+{
+    // The tag count wraps: 256 tags have the rule of none, 257 that of the first four of them.
+    make_known(frame(0), 1);
+    EXPECT_EQ(send(frame(256)).port, port_of(1));
+    make_known(frame(1), 2);
+    make_known(frame(2), 3);
+    learn(frame(3), 4);
+    learn(frame(4), 5);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(send(frame(0)).port, port_of(1));
+        EXPECT_EQ(send(frame(1)).port, port_of(2));
+        EXPECT_EQ(send(frame(2)).port, port_of(3));
+        EXPECT_EQ(send(frame(3)).port, port_of(4));
+        EXPECT_EQ(send(frame(4)).port, port_of(5));
+        EXPECT_EQ(send(frame(256)).port, port_of(1));
+    }
+}
+
+TEST_F(Outcome, EachByteOfTheKeyCounts)
+{
+    const bytes known = frame(2);
+    make_known(known, 1);
+    for (size_t at = 0; at < 20; ++at) {
+        bytes other = known;
+        other[at] ^= at == 12 || at == 16 ? 0x80 ^ 0x88 : 2;
+        if (at == 12 || at == 16)
+            other[at + 1] = 0xa8; // from one TPID to another
+        EXPECT_NE(send(other).port, port_of(1)) << "byte " << at;
+    }
+    EXPECT_EQ(send(known).port, port_of(1));
+}
+
+TEST_F(Outcome, DirectionsHaveTheirOwn)
+{
+    const bytes sent = frame(1);
+    learn(sent, 1, UP_UNI);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(send(sent, UP_UNI).port, 9) << "the port is written towards the ANI alone";
+    EXPECT_TRUE(is_remembered(sent, UP_UNI));
+    make_known(sent, 2);
+    EXPECT_EQ(send(sent, UP_UNI).port, 9);
+    for (const u16 direction : u16s{DOWN_ANI, DOWN_UNI}) {
+        learn(sent, 3, direction);
+        send(sent, direction);
+        EXPECT_TRUE(is_remembered(sent, direction));
+        EXPECT_EQ(send(sent, direction).port, 9);
+    }
+    EXPECT_EQ(send(sent).port, port_of(2));
+    // A rule of no direction is replayed and fails each time.
+    learn(sent, 1, 3);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(send(sent, 3).result, -1);
+}
+
+TEST_F(Outcome, IsNotUsedWhenTheReplayWouldBeLogged)
+{
+    make_known(frame(1), 1);
+    log_lines();
+    gponDebugLevel = LOG_TRACE;
+    send(frame(1));
+    EXPECT_THAT(log_lines(), Contains(HasSubstr("Rule already exist!")));
+    gponDebugLevel = 0;
+    send(frame(1), UP_ANI, GPON_FLOW_TRACE_MARK);
+    EXPECT_THAT(log_lines(), Contains(HasSubstr("Rule already exist!")));
+    send(frame(1), UP_ANI, LOG_ERROR | LOG_WARNING | LOG_TRACE);
+    EXPECT_THAT(log_lines(), IsEmpty()) << "a level of the packet alone prints nothing";
+    EXPECT_TRUE(is_remembered(frame(1)));
+}
+
+TEST_F(Outcome, AReplayThatRanOutOfMemoryIsNotRemembered)
+{
+    gpon::test::create_bridge(1);
+    const gpon_raw_gemiw gem_iw = {.instID = 0x11, .gemCTPInstID = 1};
+    apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &gem_iw);
+    gpon::test::create_port(0x1001, 1, 5, 0x11);
+    for (u64 nth = 1;; ++nth) {
+        SCOPED_TRACE(testing::Message() << "allocation " << nth);
+        gpon_hash_clean_all_safe();
+        EXPECT_EQ(send(frame(1)).port, port_of(1)) << "the walk";
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        EXPECT_EQ(send(frame(1)).result, 0);
+        const bool fired = gpon::host::fault_fired(gpon::host::fault::alloc);
+        gpon::host::disarm_faults();
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(send(frame(1)).port, port_of(1));
+        if (!fired) {
+            EXPECT_EQ(nth, 5u) << "each allocation of the replay failed once";
+            break;
+        }
+    }
+}
+
+TEST_F(Outcome, EndsWithEachChangeOfTheStore)
+{
+    const bytes sent = frame(1);
+    make_known(sent, 1);
+    set_ctp(1, 77);
+    EXPECT_EQ(send(sent).port, 77) << "set without a flush";
+    EXPECT_EQ(send(sent).port, 77);
+    EXPECT_TRUE(is_remembered(sent));
+    gpon::host::proc_write("clean raw_data 268 1");
+    EXPECT_EQ(send(sent).port, 0) << "an instance cleaned by hand";
+    EXPECT_EQ(send(sent).port, 0);
+    EXPECT_FALSE(is_remembered(sent)) << "its step fails";
+    set_ctp(1, 78);
+    EXPECT_EQ(send(sent).port, 78) << "created without a flush";
+    gpon::host::proc_write("clean raw_data");
+    EXPECT_EQ(send(sent).port, 0) << "everything cleaned by hand";
+    // A link that is filed creates what the ONU owns.
+    learn(frame(0), 1, UP_UNI);
+    send(frame(0), UP_UNI);
+    const u64 before = gpon::current_generation();
+    const gpon_me_related_update link = {.class_id = 47,
+                                         .entity_id = 1,
+                                         .related_class_id = 11,
+                                         .related_inst_id = 0x101,
+                                         .msg_type = ZR_OMCI_MSG_TYPE_SET};
+    EXPECT_EQ(gpon_flow_me_general_update(&link), 0);
+    EXPECT_EQ(gpon::current_generation(), before + 2);
+    EXPECT_EQ(gpon_flow_me_general_update(&link), 0);
+    EXPECT_EQ(gpon::current_generation(), before + 4) << "the link is filed once more";
+}
+
+TEST_F(Outcome, ASweepHasTheFrameMarkItsRuleAnew)
+{
+    const bytes sent = frame(1);
+    make_known(sent, 1);
+    for (int period = 0; period < 4; ++period) {
+        gpon::host::advance(GPON_HASH_AGING_PERIOD);
+        EXPECT_EQ(gpon_hash_table_record.total_num, 1u) << "used in each period";
+        EXPECT_FALSE(is_remembered(sent));
+        EXPECT_TRUE(is_remembered(sent));
+    }
+    gpon::host::advance(2 * GPON_HASH_AGING_PERIOD);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 0u);
+    EXPECT_EQ(send(sent).result, -1) << "there is no graph to walk";
+}
+
+TEST_F(Outcome, EndsWithItsRule)
+{
+    const bytes sent = frame(1);
+    make_known(sent, 1);
+    gpon_hash_delete_node_safe(hash_of(sent, UP_ANI), 0);
+    EXPECT_EQ(send(sent).result, -1) << "deleted";
+    make_known(sent, 1);
+    learn(sent, 2);
+    EXPECT_EQ(send(sent).port, port_of(2)) << "overwritten";
+    EXPECT_TRUE(is_remembered(sent));
+    gpon::host::proc_write("clean flow_rule 0 0");
+    EXPECT_EQ(send(sent).result, -1) << "cleaned";
+}
+
+TEST_F(Outcome, ATableThatGrowsEndsAll)
+{
+    make_known(frame(1), 1);
+    const u64 before = gpon::current_generation();
+    for (u8 station = 2; gpon_hash_table_record.table_size == GPON_HASH_MIN_SIZE; ++station)
+        learn(frame(0, 60, station), 1, DOWN_UNI);
+    EXPECT_GT(gpon::current_generation(), before) << "the new table may have no place for a rule";
+}
+
+TEST_F(Outcome, NewRulesEndNone)
+{
+    make_known(frame(1), 1);
+    for (u8 station = 2; station < 20; ++station)
+        learn(frame(0, 60, station), 1, DOWN_UNI);
+    EXPECT_TRUE(is_remembered(frame(1)));
+}
+
+TEST_F(Outcome, AFullSetTakesNoMoreAndLosesNone)
+{
+    // Stations whose outcomes want the same set.
+    std::vector<bytes> rivals;
+    const gpon::outcome_set* wanted = nullptr;
+    for (u32 number = 1; rivals.size() < 4; ++number) {
+        bytes sent = frame(0, 60);
+        for (u32 i = 0; i < 3; ++i)
+            sent[9 + i] = static_cast<u8>(number >> 8 * i);
+        const gpon::outcome_key key = {{gpon::load_unaligned<u64>(sent.data()),
+                                        gpon::load_unaligned<u32>(sent.data() + 8),
+                                        u64{UP_ANI} << 32}};
+        const gpon::outcome_set* set = &gpon::outcome_set_of(key);
+        if (!wanted)
+            wanted = set;
+        if (set == wanted)
+            rivals.push_back(sent);
+    }
+    for (int round = 0; round < 3; ++round)
+        for (u16 i = 0; i < rivals.size(); ++i) {
+            if (round == 0)
+                learn(rivals[i], static_cast<u16>(i + 1));
+            const answer got = send(rivals[i]);
+            // Rules collide on their own account.
+            if (got.result == 0) {
+                EXPECT_EQ(got.port, port_of(static_cast<u16>(i + 1)));
+                EXPECT_EQ(got.allocations == 0, round > 0 && i < gpon::OUTCOME_PLACES);
+            }
+        }
+}
+
+TEST_F(Outcome, CanBeSwitchedOffOnTheHost)
+{
+    make_known(frame(1), 1);
+    gpon::host::set_remembered_outcomes(false);
+    EXPECT_FALSE(is_remembered(frame(1)));
+    EXPECT_EQ(send(frame(1)).port, port_of(1));
+}
+
+TEST_F(Outcome, AWalkIsLearntInItsOwnGenerationOnly)
+{
+    const gpon_rule_trace steps = {{{268, 1}}};
+    const u8 key[GPON_RULE_KEY_HEAD] = {1};
+    const u64 began = gpon::current_generation();
+    EXPECT_TRUE(gpon::is_at_rest(began));
+    {
+        const gpon::store_change outer;
+        const u64 during = gpon::current_generation();
+        EXPECT_FALSE(gpon::is_at_rest(during));
+        {
+            const gpon::store_change inner;
+            EXPECT_EQ(gpon::current_generation(), during);
+        }
+        EXPECT_EQ(gpon::current_generation(), during) << "the outermost bracket counts";
+        EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
+        EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, during), 0);
+        EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "a change is under way";
+        gpon_hash_clean_all_safe();
+        EXPECT_FALSE(gpon::is_at_rest(gpon::current_generation()));
+    }
+    EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "walked in a generation that is over";
+    EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, gpon::current_generation()), 0);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
+}
+
+} // namespace
