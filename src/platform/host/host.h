@@ -78,6 +78,10 @@ void arm_fault(fault what, uint64_t nth = 1);
 void disarm_faults();
 bool fault_fired(fault what); // since it was armed
 
+/* Each copy from user space takes that long, as one does that meets a page that is not there;
+ * outlives reset(). */
+void set_copy_delay(uint32_t microseconds);
+
 /* Allocation balance of the module: blocks not yet freed (call rcu_settle first), their bytes, and
  * the number of all allocations so far. */
 struct memory_use {

@@ -6,17 +6,21 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
 #include "platform/host/context.h"
 #include "platform/host/faults.h"
+#include "platform/host/host.h"
 
 #include "platform/api/kernel_api.h"
 
 using namespace gpon::host;
 
 namespace {
+
+constinit std::atomic<uint32_t> copy_delay = 0;
 
 size_t copy_readable(void* to, const void* from, size_t bytes)
 {
@@ -37,9 +41,16 @@ size_t copy_readable(void* to, const void* from, size_t bytes)
 
 } // namespace
 
+void gpon::host::set_copy_delay(uint32_t microseconds)
+{
+    copy_delay.store(microseconds, std::memory_order_relaxed);
+}
+
 unsigned long copy_from_user(void* to, const void* user_from, unsigned long bytes)
 {
     assert_may_sleep("copy_from_user");
+    if (const uint32_t delay = copy_delay.load(std::memory_order_relaxed))
+        usleep(delay);
     const size_t copied = take_fault(fault::copy) ? 0 : copy_readable(to, user_from, bytes);
     // As in the kernel, the part that could not be copied is cleared.
     std::memset(static_cast<char*>(to) + copied, 0, bytes - copied);
