@@ -7,9 +7,10 @@
 #include "hash/aging.h"
 #include "hash/outcome_table.h"
 #include "hash/rule_table.h"
+#include "me/link_update.h"
 #include "pkt/header.h"
+#include "pkt/outcome.h"
 #include "pkt/rule.h"
-#include "pkt/walk.h"
 
 namespace {
 
