@@ -143,12 +143,12 @@ template <typename Change> int compare_all(Change change)
     return saved;
 }
 
-TEST(RememberedOutcomes, PrintWhatReplaysPrint)
+TEST(remembered_outcomes, print_what_replays_print)
 {
     EXPECT_GT(compare_all([](const scenario& as_it_is) { return as_it_is; }), 0);
 }
 
-TEST(RememberedOutcomes, PrintWhatReplaysPrintWhenEachFrameComesAgain)
+TEST(remembered_outcomes, print_what_replays_print_when_each_frame_comes_again)
 {
     EXPECT_GT(compare_all([](const scenario& from) { return amplifier().amplify(from); }), 20);
 }

@@ -77,7 +77,7 @@ sent_frame send_frame(uint8_t station)
     return {answer ? answer->api_result : -1, packet.gemport_id};
 }
 
-class OutcomeThreads : public testing::Test {
+class outcome_threads : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -148,7 +148,7 @@ void judge_frames(const progress& store, const std::atomic<bool>& done, uint8_t 
     }
 }
 
-TEST_F(OutcomeThreads, EachAnswerIsOneThatTheStoreGaveMeanwhile)
+TEST_F(outcome_threads, each_answer_is_one_that_the_store_gave_meanwhile)
 {
     progress store;
     std::atomic<bool> done = false;
@@ -205,12 +205,12 @@ uint64_t stale_rules_of(uint64_t pairs)
     return stale;
 }
 
-TEST_F(OutcomeThreads, NoRuleOutlivesTheCommandThatChangedItsGraph)
+TEST_F(outcome_threads, no_rule_outlives_the_command_that_changed_its_graph)
 {
     EXPECT_EQ(stale_rules_of(changes(20000)), 0u);
 }
 
-TEST_F(OutcomeThreads, NorWhenTheCommandWaitsForUserMemory)
+TEST_F(outcome_threads, nor_when_the_command_waits_for_user_memory)
 {
     gpon::host::set_copy_delay(1000);
     EXPECT_EQ(stale_rules_of(100), 0u);

@@ -77,7 +77,7 @@ private:
     u64 orders_ = 0;
 };
 
-class Generation : public loaded_module {
+class generation : public loaded_module {
 protected:
     static constexpr u8 KEY[GPON_RULE_KEY_HEAD] = {1};
     static constexpr gpon::outcome_key PACKED = {{1, 0, u64{UP_ANI} << 32}};
@@ -91,7 +91,7 @@ protected:
         gpon_rule_trace trace = {};
     };
 
-    Generation() { gpon_hash_clean_all_safe(); }
+    generation() { gpon_hash_clean_all_safe(); }
 
     void begin(u16 number)
     {
@@ -181,7 +181,7 @@ protected:
     std::optional<gpon::store_change> change;
 };
 
-TEST_F(Generation, NoFrameSeesAnOldStoreAgain)
+TEST_F(generation, no_frame_sees_an_old_store_again)
 {
     frame first, second;
     steps two_frames = of_frame(first);
@@ -200,7 +200,7 @@ TEST_F(Generation, NoFrameSeesAnOldStoreAgain)
     EXPECT_EQ(orders, 286u + 72072u + 8008u);
 }
 
-TEST_F(Generation, AfterASweepTheRuleOfARememberedOutcomeIsMarked)
+TEST_F(generation, after_a_sweep_the_rule_of_a_remembered_outcome_is_marked)
 {
     frame first, second;
     const steps sweeps = {[] {
@@ -217,7 +217,7 @@ TEST_F(Generation, AfterASweepTheRuleOfARememberedOutcomeIsMarked)
     EXPECT_EQ(orders, 16632u);
 }
 
-TEST_F(Generation, WhatIsRememberedIsWhatTheRuleSaysNow)
+TEST_F(generation, what_is_remembered_is_what_the_rule_says_now)
 {
     frame first, second;
     const steps others = {
@@ -230,7 +230,7 @@ TEST_F(Generation, WhatIsRememberedIsWhatTheRuleSaysNow)
     EXPECT_EQ(orders, 72072u);
 }
 
-TEST_F(Generation, NoRuleOutlivesTheStoreItWasWalkedIn)
+TEST_F(generation, no_rule_outlives_the_store_it_was_walked_in)
 {
     u64 generations[2] = {};
     u16 walked[2] = {};

@@ -21,19 +21,19 @@ using testing::IsEmpty;
 
 using bytes = std::vector<u8>;
 
-class Outcome : public loaded_module {
+class outcome : public loaded_module {
 protected:
     // CTP n carries GEM port 1000 + n, so that the steps of a rule can be told by the port.
     static constexpr u16 CTPS = 8;
 
-    Outcome()
+    outcome()
     {
         for (u16 id = 1; id <= CTPS; ++id)
             set_ctp(id, port_of(id));
         gpon::host::hook(GPON_API_SWITCH, 1, nullptr);
     }
 
-    ~Outcome() override { gpon::host::set_remembered_outcomes(true); }
+    ~outcome() override { gpon::host::set_remembered_outcomes(true); }
 
     static u16 port_of(u16 ctp) { return static_cast<u16>(1000 + ctp); }
 
@@ -118,7 +118,7 @@ protected:
     }
 };
 
-TEST_F(Outcome, AKnownFrameMakesNoAllocationAndHasItsQueueChosenEachTime)
+TEST_F(outcome, a_known_frame_makes_no_allocation_and_has_its_queue_chosen_each_time)
 {
     learn(frame(1), 1);
     EXPECT_GT(send(frame(1)).allocations, 0u) << "the replay";
@@ -137,7 +137,7 @@ TEST_F(Outcome, AKnownFrameMakesNoAllocationAndHasItsQueueChosenEachTime)
     EXPECT_EQ(send(frame(1)).port, port_of(1)) << "it is written before the queue is chosen";
 }
 
-TEST_F(Outcome, FramesOfUpToTwoTagsAndTheirThirdTypeHaveOne)
+TEST_F(outcome, frames_of_up_to_two_tags_and_their_third_type_have_one)
 {
     struct shape {
         size_t tags, length;
@@ -158,7 +158,7 @@ TEST_F(Outcome, FramesOfUpToTwoTagsAndTheirThirdTypeHaveOne)
     }
 }
 
-TEST_F(Outcome, FramesThatShareARuleKeepItAndOthersDoNot)
+TEST_F(outcome, frames_that_share_a_rule_keep_it_and_others_do_not)
 {
     // The tag count wraps: 256 tags have the rule of none, 257 that of the first four of them.
     make_known(frame(0), 1);
@@ -177,7 +177,7 @@ TEST_F(Outcome, FramesThatShareARuleKeepItAndOthersDoNot)
     }
 }
 
-TEST_F(Outcome, EachByteOfTheKeyCounts)
+TEST_F(outcome, each_byte_of_the_key_counts)
 {
     const bytes known = frame(2);
     make_known(known, 1);
@@ -191,7 +191,7 @@ TEST_F(Outcome, EachByteOfTheKeyCounts)
     EXPECT_EQ(send(known).port, port_of(1));
 }
 
-TEST_F(Outcome, DirectionsHaveTheirOwn)
+TEST_F(outcome, directions_have_their_own)
 {
     const bytes sent = frame(1);
     learn(sent, 1, UP_UNI);
@@ -213,7 +213,7 @@ TEST_F(Outcome, DirectionsHaveTheirOwn)
         EXPECT_EQ(send(sent, 3).result, -1);
 }
 
-TEST_F(Outcome, IsNotUsedWhenTheReplayWouldBeLogged)
+TEST_F(outcome, is_not_used_when_the_replay_would_be_logged)
 {
     make_known(frame(1), 1);
     log_lines();
@@ -228,7 +228,7 @@ TEST_F(Outcome, IsNotUsedWhenTheReplayWouldBeLogged)
     EXPECT_TRUE(is_remembered(frame(1)));
 }
 
-TEST_F(Outcome, AReplayThatRanOutOfMemoryIsNotRemembered)
+TEST_F(outcome, a_replay_that_ran_out_of_memory_is_not_remembered)
 {
     gpon::test::create_bridge(1);
     const gpon_raw_gemiw gem_iw = {.instID = 0x11, .gemCTPInstID = 1};
@@ -251,7 +251,7 @@ TEST_F(Outcome, AReplayThatRanOutOfMemoryIsNotRemembered)
     }
 }
 
-TEST_F(Outcome, EndsWithEachChangeOfTheStore)
+TEST_F(outcome, ends_with_each_change_of_the_store)
 {
     const bytes sent = frame(1);
     make_known(sent, 1);
@@ -282,7 +282,7 @@ TEST_F(Outcome, EndsWithEachChangeOfTheStore)
     EXPECT_EQ(gpon::current_generation(), before + 4) << "the link is filed once more";
 }
 
-TEST_F(Outcome, ASweepHasTheFrameMarkItsRuleAnew)
+TEST_F(outcome, a_sweep_has_the_frame_mark_its_rule_anew)
 {
     const bytes sent = frame(1);
     make_known(sent, 1);
@@ -297,7 +297,7 @@ TEST_F(Outcome, ASweepHasTheFrameMarkItsRuleAnew)
     EXPECT_EQ(send(sent).result, -1) << "there is no graph to walk";
 }
 
-TEST_F(Outcome, EndsWithItsRule)
+TEST_F(outcome, ends_with_its_rule)
 {
     const bytes sent = frame(1);
     make_known(sent, 1);
@@ -311,7 +311,7 @@ TEST_F(Outcome, EndsWithItsRule)
     EXPECT_EQ(send(sent).result, -1) << "cleaned";
 }
 
-TEST_F(Outcome, ATableThatGrowsEndsAll)
+TEST_F(outcome, a_table_that_grows_ends_all)
 {
     make_known(frame(1), 1);
     const u64 before = gpon::current_generation();
@@ -320,7 +320,7 @@ TEST_F(Outcome, ATableThatGrowsEndsAll)
     EXPECT_GT(gpon::current_generation(), before) << "the new table may have no place for a rule";
 }
 
-TEST_F(Outcome, NewRulesEndNone)
+TEST_F(outcome, new_rules_end_none)
 {
     make_known(frame(1), 1);
     for (u8 station = 2; station < 20; ++station)
@@ -328,7 +328,7 @@ TEST_F(Outcome, NewRulesEndNone)
     EXPECT_TRUE(is_remembered(frame(1)));
 }
 
-TEST_F(Outcome, AFullSetTakesNoMoreAndLosesNone)
+TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
 {
     // Stations whose outcomes want the same set.
     std::vector<bytes> rivals;
@@ -359,7 +359,7 @@ TEST_F(Outcome, AFullSetTakesNoMoreAndLosesNone)
         }
 }
 
-TEST_F(Outcome, CanBeSwitchedOffOnTheHost)
+TEST_F(outcome, can_be_switched_off_on_the_host)
 {
     make_known(frame(1), 1);
     gpon::host::set_remembered_outcomes(false);
@@ -367,7 +367,7 @@ TEST_F(Outcome, CanBeSwitchedOffOnTheHost)
     EXPECT_EQ(send(frame(1)).port, port_of(1));
 }
 
-TEST_F(Outcome, AWalkIsLearntInItsOwnGenerationOnly)
+TEST_F(outcome, a_walk_is_learnt_in_its_own_generation_only)
 {
     const gpon_rule_trace steps = {{{268, 1}}};
     const u8 key[GPON_RULE_KEY_HEAD] = {1};
