@@ -24,7 +24,8 @@ STEP = "gpon_pkt_general_forward"
 CLASS_FUNCTION = re.compile(r"_forward$")
 NO_CLASS_FUNCTION = re.compile(r"^gpon_pkt_|^_Z")
 CALLER_OF_CLASS_FUNCTION = re.compile(r"walk_step|^gpon_pkt_general_forward$")
-CALLER_OF_PLATFORM = re.compile(r"^gpon_flow_api_dispatch$|choose_queue|^gpon_pkt_quick_forward$")
+CALLER_OF_PLATFORM = re.compile(
+    r"^gpon_flow_api_dispatch$|choose_queue|^gpon_pkt_quick_forward$|replay_step")
 LOG_FUNCTION = re.compile(r"printk|gpon_log|pr_cont")
 INDIRECT = "__indirect_call"
 
