@@ -39,7 +39,7 @@ private:
 };
 
 // With the engine disabled, the platform only chooses the GEM port.
-api_result pass_by(u32 kind, sk_buff* skb)
+api_result map_gem_port_only(u32 kind, sk_buff* skb)
 {
     int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);
     if (kind != GPON_API_UP_ANI || !mapping)
@@ -55,7 +55,7 @@ api_result handle_packet(u32 kind, sk_buff* skb)
         return UNKNOWN_KIND;
     }
     if (gpon::load_relaxed(gponFlowEnableFlag) == 0)
-        return pass_by(kind, skb);
+        return map_gem_port_only(kind, skb);
     return gpon_pkt_general_flow_func(skb, WALK_DIRECTION[kind]) == 0 ? HANDLED : FAILED;
 }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr unsigned long LINE_BUFFER = 132;
+constexpr unsigned long COMMAND_BUFFER = 132;
 constexpr long TOO_LONG = -22;   // -EINVAL
 constexpr long UNREADABLE = -14; // -EFAULT
 
@@ -21,13 +21,13 @@ const char* switch_name()
 
 long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
 {
-    char line[LINE_BUFFER] = {};
-    if (count >= LINE_BUFFER)
+    char command[COMMAND_BUFFER] = {};
+    if (count >= COMMAND_BUFFER)
         return TOO_LONG;
-    if (copy_from_user(line, user_text, count) != 0)
+    if (copy_from_user(command, user_text, count) != 0)
         return UNREADABLE;
     gpon_dbg_words words = {};
-    const i32 found = gpon::split_words(line, words);
+    const i32 found = gpon::split_words(command, words);
     const gpon::mutex_guard control(gpon_flow_control_mutex);
     printk("CURRENT GPON FLOW SWITCH %s\n", switch_name());
     gpon_dbg_parsing_cmd(static_cast<u32>(found), words.argv);

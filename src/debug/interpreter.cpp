@@ -74,11 +74,11 @@ u32 gpon_dbg_parsing_cmd(u32 argc, const char* const* argv)
 }
 
 u32 gpon_dbg_dispatch(const gpon_dbg_cmd* table, u32 argc, const char* const* argv,
-                      const gpon_dbg_cmd* handed_on)
+                      const gpon_dbg_cmd* handler_table)
 {
     for (const gpon_dbg_cmd* row = table; argv[0] && row->name; ++row)
         if (begins_with(row->name, argv[0]))
-            return row->handler(argc - 1, argv + 1, handed_on);
+            return row->handler(argc - 1, argv + 1, handler_table);
     return gpon_dbg_usage(argc, argv, table);
 }
 

@@ -26,9 +26,9 @@ extern const gpon_dbg_cmd gpon_dbg_cmd_table[], gpon_dbg_set_table[], gpon_dbg_s
 u32 gpon_dbg_parsing_cmd(u32 argc, const char* const* argv);
 
 /* Calls the handler of the first row whose name begins with the first word, with the following
- * words and the table of the row; without a word or a match it prints the usage of the table. */
+ * words and handler_table; without a word or a match it prints the usage of the table. */
 u32 gpon_dbg_dispatch(const gpon_dbg_cmd* table, u32 argc, const char* const* argv,
-                      const gpon_dbg_cmd* handed_on);
+                      const gpon_dbg_cmd* handler_table);
 
 /* Prints the commands of a table; the handler of every "help". */
 u32 gpon_dbg_usage(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);

@@ -12,7 +12,9 @@ extern "C" {
  * 0. With the filter off it costs one load. Packet path. */
 i32 gpon_flow_is_trace_skb(const sk_buff* skb);
 
-/* Print the first count bytes of a packet, with offsets or plain, 16 a line. Any context. */
+/* Print the first count bytes of a packet, with offsets or plain, 16 a line. Any context.
+ * Without a caller in the module and the tool: code linked into the module may call them, such as
+ * the glue of a port or a call that is added for an investigation. */
 void gpon_flow_dump_skb(const sk_buff* skb, i32 count);
 void gpon_flow_dump_skb_data(const sk_buff* skb, i32 count);
 }

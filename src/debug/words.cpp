@@ -56,16 +56,16 @@ bool hex(const char*& text, i32 limit, u32* value)
 
 } // namespace
 
-i32 gpon::split_words(const char* line, gpon_dbg_words& words)
+i32 gpon::split_words(const char* text, gpon_dbg_words& words)
 {
     u32 count = 0;
-    for (line = skip_blanks(line); *line != '\0' && count < GPON_DBG_WORDS;
-         line = skip_blanks(line)) {
+    for (text = skip_blanks(text); *text != '\0' && count < GPON_DBG_WORDS;
+         text = skip_blanks(text)) {
         char* word = words.text[count];
         size_t length = 0;
-        for (; *line != '\0' && !is_blank(*line); ++line)
+        for (; *text != '\0' && !is_blank(*text); ++text)
             if (length < GPON_DBG_WORD_BYTES - 1)
-                word[length++] = *line;
+                word[length++] = *text;
         word[length] = '\0';
         words.argv[count++] = word;
     }

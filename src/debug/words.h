@@ -19,7 +19,7 @@ namespace gpon {
 
 /* Splits a terminated line at blanks into at most four words, each cut to 31 characters. Returns
  * their number, or -1 for a line without words, like the kernel's scan. */
-i32 split_words(const char* line, gpon_dbg_words& words);
+i32 split_words(const char* text, gpon_dbg_words& words);
 
 /* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
  * stops at the first character that does not fit, values are modulo 2^32. A null word, or one

@@ -43,9 +43,9 @@ u32 crc_of_word(size_t slice, u32 word)
            CRC.of[slice + 1][(word >> 16) & 0xFF] ^ CRC.of[slice][word >> 24];
 }
 
-// Adds two parts that are computed in parallel; otherwise the compiler makes one long chain of
-// additions.
-u32 sum(u32 first, u32 second)
+// Joins two parts that are computed side by side. Without the barrier the compiler makes one long
+// chain of exclusive ors out of them.
+u32 xor_parts(u32 first, u32 second)
 {
     asm("" : "+r"(second));
     return first ^ second;
@@ -53,8 +53,8 @@ u32 sum(u32 first, u32 second)
 
 u32 crc_of_8(size_t slice, const u8* bytes, u32 crc)
 {
-    return sum(crc_of_word(slice + 4, gpon::load_unaligned<u32>(bytes) ^ crc),
-               crc_of_word(slice, gpon::load_unaligned<u32>(bytes + 4)));
+    return xor_parts(crc_of_word(slice + 4, gpon::load_unaligned<u32>(bytes) ^ crc),
+                     crc_of_word(slice, gpon::load_unaligned<u32>(bytes + 4)));
 }
 
 u32 crc32_by_tables(const u8* bytes, u32 count)
@@ -62,7 +62,7 @@ u32 crc32_by_tables(const u8* bytes, u32 count)
     u32 crc = 0;
     if constexpr (SLICES == 16)
         for (; count >= 16; bytes += 16, count -= 16)
-            crc = sum(crc_of_8(8, bytes, crc), crc_of_8(0, bytes + 8, 0));
+            crc = xor_parts(crc_of_8(8, bytes, crc), crc_of_8(0, bytes + 8, 0));
     for (; count >= 8; bytes += 8, count -= 8)
         crc = crc_of_8(0, bytes, crc);
     if (count >= 4) {

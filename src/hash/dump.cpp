@@ -17,10 +17,10 @@ struct ruler {
 
 consteval ruler ruler_of(char c)
 {
-    ruler line{};
+    ruler made{};
     for (size_t i = 0; i < RULE_WIDTH; ++i)
-        line.text[i] = c;
-    return line;
+        made.text[i] = c;
+    return made;
 }
 
 constexpr ruler EQUALS = ruler_of('=');

@@ -16,7 +16,7 @@ constexpr i32 SEPARATOR = 3;
 constexpr i32 ID_PRECISION = 4;
 
 // A text buffer that is filled from left to right and cut at its size.
-struct line {
+struct text_row {
     char* text;
     i32 at = 0;
 
@@ -36,7 +36,7 @@ bool is_list(const gpon_me_related_info& row)
 // Appends the titles of the single links; answers the width of the whole table.
 i32 finish_header(const gpon_me_related_info* row, i32 start)
 {
-    line header{header_line, start};
+    text_row header{header_line, start};
     for (; row && row->related_class_id != 0; ++row)
         if (!is_list(*row)) {
             const i32 width = gpon::column_width(row->name);
@@ -56,7 +56,7 @@ void print_dashes(i32 width)
     pr_cont("%s\n", header_line);
 }
 
-void put_list(line& lists, const gpon_me_related_info& row)
+void put_list(text_row& lists, const gpon_me_related_info& row)
 {
     lists.put(gpon::text_length(row.name) + SEPARATOR, "%s = ", row.name);
     for (i32 i = 0; i < row.related_inst_num; ++i) {
@@ -69,7 +69,7 @@ void put_list(line& lists, const gpon_me_related_info& row)
     }
 }
 
-void put_single(line& values, const gpon_me_related_info& row)
+void put_single(text_row& values, const gpon_me_related_info& row)
 {
     const i32 width = gpon::column_width(row.name);
     const gpon_me_related_id entry = gpon::load_related_id(row.related_ids[0]);
@@ -83,8 +83,8 @@ void put_single(line& values, const gpon_me_related_info& row)
 void print_values(const gpon_me_related_info* row, i32 start)
 {
     char list_text[GPON_DUMP_BUFFER] = {};
-    line lists{list_text};
-    line values{value_line, start};
+    text_row lists{list_text};
+    text_row values{value_line, start};
     if (!row)
         return;
     for (; row->related_class_id != 0; ++row)

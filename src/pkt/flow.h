@@ -8,7 +8,9 @@
 
 extern "C" {
 
-/* Clears the result and fills in the header summary; 0 or -1. */
+/* Clears the result and fills in the header summary; 0 or -1. Without a caller in the module and
+ * the tool, since the flow keeps the summary as well: for code linked into the module that starts a
+ * walk itself, as tests do. Packet path. */
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
 /* The walk of one direction; 0 or -1. */

@@ -33,7 +33,8 @@ i32 gpon_pkt_get_pbit(const sk_buff* skb);
  * swapped type bytes have a DSCP. Provisioned lines depend on this. */
 i32 gpon_pkt_get_dscp(const sk_buff* skb);
 
-/* 1 if the type, in memory order, is one of the three TPIDs. */
+/* 1 if the type, in memory order, is one of the three TPIDs. Without a caller in the module and the
+ * tool: for code linked into the module that has the type without the frame. Any context. */
 i32 gpon_flow_is_valid_ether_type(u16 type);
 }
 

@@ -17,12 +17,15 @@ extern "C" {
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
 
 /* Learns the steps of a walk; 0 also when the table does not store them, -1 for a null packet.
- * walked_in: the generation in which the walk began; the steps are dropped when it is over. */
+ * walked_in: the generation in which the walk began; the steps are dropped when it is over.
+ * The first one has no caller in the module and the tool, which have the header summary: it is for
+ * code linked into the module that has only the packet, as tests do. */
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
 i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
                        u64 walked_in = gpon::ANY_GENERATION);
 
-/* 0 and the learnt steps, or -1 with the trace cleared when there are none. */
+/* 0 and the learnt steps, or -1 with the trace cleared when there are none. The first one has no
+ * caller in the module and the tool either and is for the same code. */
 i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
 i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace);
 

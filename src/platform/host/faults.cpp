@@ -6,9 +6,9 @@ namespace {
 
 constinit std::atomic<bool> fired[6] = {};
 
-size_t index_of(fault what)
+size_t index_of(fault service)
 {
-    return static_cast<size_t>(what);
+    return static_cast<size_t>(service);
 }
 
 constexpr fault all_faults[] = {fault::chrdev, fault::proc_dir, fault::proc_entry,
@@ -16,31 +16,31 @@ constexpr fault all_faults[] = {fault::chrdev, fault::proc_dir, fault::proc_entr
 
 } // namespace
 
-void arm_fault(fault what, uint64_t nth)
+void arm_fault(fault service, uint64_t nth)
 {
-    fired[index_of(what)].store(false, std::memory_order_relaxed);
-    fault_calls_left[index_of(what)].store(nth, std::memory_order_relaxed);
+    fired[index_of(service)].store(false, std::memory_order_relaxed);
+    fault_calls_left[index_of(service)].store(nth, std::memory_order_relaxed);
 }
 
 void disarm_faults()
 {
-    for (const fault what : all_faults)
-        arm_fault(what, 0);
+    for (const fault service : all_faults)
+        arm_fault(service, 0);
 }
 
-bool fault_fired(fault what)
+bool fault_fired(fault service)
 {
-    return fired[index_of(what)].load(std::memory_order_relaxed);
+    return fired[index_of(service)].load(std::memory_order_relaxed);
 }
 
-bool count_down_fault(fault what)
+bool count_down_fault(fault service)
 {
-    std::atomic<uint64_t>& calls_left = fault_calls_left[index_of(what)];
+    std::atomic<uint64_t>& calls_left = fault_calls_left[index_of(service)];
     uint64_t left = calls_left.load(std::memory_order_relaxed);
     while (left && !calls_left.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
     }
     if (left == 1)
-        fired[index_of(what)].store(true, std::memory_order_relaxed);
+        fired[index_of(service)].store(true, std::memory_order_relaxed);
     return left == 1;
 }
 

@@ -74,9 +74,9 @@ void set_queue_mapping(std::optional<int> answer);
 
 /* The next call of a service (the nth from now for alloc and copy) fails once. */
 enum class fault { chrdev, proc_dir, proc_entry, hook, alloc, copy };
-void arm_fault(fault what, uint64_t nth = 1);
+void arm_fault(fault service, uint64_t nth = 1);
 void disarm_faults();
-bool fault_fired(fault what); // since it was armed
+bool fault_fired(fault service); // since it was armed
 
 /* Each copy from user space takes that long, as one does that meets a page that is not there;
  * outlives reset(). */
