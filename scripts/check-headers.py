@@ -4,8 +4,8 @@
 
 usage: check-headers.py ROOT OBJECT...
 
-A source of the core has a header of its own or none: each function and member function that
-src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
+A source of the core has a header of its own or none: each function, member function
+and variable that src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
 GPON_DEFINED_IN(ROOM) is defined in that room. The definitions come from the objects, which are
 named after their sources (.../src/ROOM/FILE.cpp.o), through nm (NM).
 
@@ -30,6 +30,7 @@ ATTRIBUTE = re.compile(r"\[\[.*?\]\]|\b(?:alignas|decltype|__attribute__|__asm__
                        r"\((?:[^()]|\([^()]*\))*\)")
 # No pointer to a function: there the first parenthesis is followed by an asterisk.
 FUNCTION = re.compile(r"[^=(]*?(~?\w+|operator[^(]+) ?\((?! ?\*)")
+FUNCTION_POINTER = re.compile(r"\( ?\* ?(?:const )?(\w+) ?\)")
 
 
 def definitions_in(objects):
@@ -73,8 +74,18 @@ def scope_of(head):
     return match[1] if match else None
 
 
+def variables_of(statement):
+    """Return the names of the variables that a statement declares at namespace scope."""
+    if not statement.startswith("extern "):
+        return []
+    if match := FUNCTION_POINTER.search(statement):
+        return [match[1]]
+    statement = re.sub(r"\bGPON_[A-Z_]+ ?\([^()]*\)|\[[^\]]*\]", "", statement)
+    return [re.search(r"(\w+)\W*$", part)[1] for part in statement.split(",")]
+
+
 def declared(statement):
-    """Return the name that a statement only declares, and the room of its mark, or None."""
+    """Return (name, room of its mark) for each name that a statement only declares."""
     statement = re.sub(r"\s+", " ", statement)
     statement = re.sub(r"^(?: |(?:public|protected|private) ?:)+", "", statement)
     mark = ""
@@ -82,15 +93,15 @@ def declared(statement):
         mark = match[1]
         statement = statement[match.end():]
     if re.match(r"(?:using|typedef|friend|enum|template|static_assert)\b", statement):
-        return None
+        return []
     if re.search(r"= ?(?:default|delete)\b|\b(?:constexpr|consteval|constinit)\b", statement):
-        return None
+        return []
     statement = ATTRIBUTE.sub("", statement)
     statement = re.sub(r'^extern "" ', "extern ", statement)
     match = FUNCTION.match(statement)
-    if not match or re.fullmatch(r"GPON_[A-Z_]+", match[1]):
-        return None
-    return match[1], mark
+    if match and not re.fullmatch(r"GPON_[A-Z_]+", match[1]):
+        return [(match[1], mark)]
+    return [(name, mark) for name in variables_of(statement)]
 
 
 def declarations_of(path):
@@ -115,9 +126,9 @@ def declarations_of(path):
             scopes.pop()
             statement = ""
         elif token == ";":
-            if found := declared(statement):
-                names = [scope for scope in scopes if scope]
-                yield "::".join([*names, found[0]]), *found
+            names = [scope for scope in scopes if scope]
+            for name, mark in declared(statement):
+                yield "::".join([*names, name]), name, mark
             statement = ""
         else:
             statement += token

@@ -65,8 +65,9 @@ paired_tree
 passes "declarations of the own source" check_tree
 
 paired_tree
-file src/me/table.h <<<'GPON_DEFINED_IN(pkt) void walk();'
-passes "a marked declaration" check_tree
+file src/me/table.h <<<'GPON_DEFINED_IN(pkt) void walk();
+    GPON_DEFINED_IN(pkt) extern int third_list;'
+passes "marked declarations" check_tree
 file src/me/table.h <<<'GPON_DEFINED_IN(hash) void walk();'
 fails "a mark with the wrong room" "marks walk" check_tree
 
@@ -81,6 +82,9 @@ violation src/me/walk.h 'void walk();' "walk, which src/pkt/walk.cpp"
 violation src/pkt/flow.h '[[nodiscard]] void walk(int a,
                                                   int b);' "walk, which src/pkt/walk.cpp"
 violation src/pkt/flow.h 'namespace gpon { class row { void print(); }; }' "gpon::row::print, which"
+violation src/pkt/flow.h 'extern "C" { extern int first_list, third_list[2]; }' \
+    'third_list, which src/pkt/walk.cpp'
+violation src/pkt/flow.h 'extern int (*entry)(int);' 'entry, which src/me/list.cpp'
 violation src/pkt/walk.h 'void lost();' "lost, which no source"
 
 fresh_tree
