@@ -48,15 +48,15 @@ set(check_module_command
     bash ${check_objects} module ${module_object} $<TARGET_OBJECTS:gpon_core>)
 # The layers and the headers' declarations, which the objects of both builds must respect: inline
 # functions and calls that the compiler removes differ between them.
-set(check_symbols ${PROJECT_SOURCE_DIR}/scripts/check-symbols.sh)
+set(check_symbols ${PROJECT_SOURCE_DIR}/scripts/check-symbols.py)
 set(check_headers ${PROJECT_SOURCE_DIR}/scripts/check-headers.py)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(check_host_symbols_command
     ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
-    bash ${check_symbols} ${PROJECT_SOURCE_DIR} $<TARGET_OBJECTS:gpon_core>)
+    ${Python3_EXECUTABLE} ${check_symbols} ${PROJECT_SOURCE_DIR} $<TARGET_OBJECTS:gpon_core>)
 set(check_module_symbols_command
     ${CMAKE_COMMAND} -E env NM=${GPON_MODULE_NM}
-    bash ${check_symbols} ${PROJECT_SOURCE_DIR} ${module_objects})
+    ${Python3_EXECUTABLE} ${check_symbols} ${PROJECT_SOURCE_DIR} ${module_objects})
 set(check_headers_command
     ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
     ${Python3_EXECUTABLE} ${check_headers} ${PROJECT_SOURCE_DIR} $<TARGET_OBJECTS:gpon_core>)

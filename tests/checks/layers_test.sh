@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 set -eu
 . tests/checks/proof.sh
-check=scripts/check-layers.sh
+check=scripts/check-layers.py
 
 layered_tree() {
     fresh_tree
@@ -14,19 +14,19 @@ layered_tree() {
 }
 
 layered_tree
-passes "a tree without an include" bash "$check" "$tree"
+passes "a tree without an include" python3 "$check" "$tree"
 file src/core/a.cpp <<<'#include "../pkt/walk.h"'
 file src/pkt/walk.cpp <<<'#include "../me_class/a.h"'
 file src/me_class/a.cpp <<<'#include "../pkt/header.h"'
 file src/hash/a.cpp <<<'#include <cstdint>'
 file src/platform/linux/a.c <<<'#include "../api/kernel_api.h"'
-passes "includes of lower layers" bash "$check" "$tree"
+passes "includes of lower layers" python3 "$check" "$tree"
 
 # FILE LINE TEXT
 violation() {
     layered_tree
     file "$1" <<<"$2"
-    fails "$1: $2" "$3" bash "$check" "$tree"
+    fails "$1: $2" "$3" python3 "$check" "$tree"
 }
 violation src/hash/a.cpp '#include "../me/a.h"' 'layer above'
 violation src/include/a.h '#include "../hash/a.h"' 'layer above'
@@ -44,5 +44,5 @@ violation src/hash/a.cpp '#include <string>' 'not freestanding'
 violation src/hash/a.cpp '#include <linux/types.h>' "kernel's"
 
 fresh_tree
-fails "an empty tree" "no source" bash "$check" "$tree"
+fails "an empty tree" "no source" python3 "$check" "$tree"
 exit "$proofs_failed"

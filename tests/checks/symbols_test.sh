@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 set -eu
 . tests/checks/proof.sh
-check=scripts/check-symbols.sh
+check=scripts/check-symbols.py
 
 # PATH TEXT: a source of the tree and its object, which lie side by side.
 object() {
@@ -31,7 +31,7 @@ layered_tree() {
 
 check_tree() {
     mapfile -t objects < <(find "$tree" -name '*.o')
-    bash "$check" "$tree" "${objects[@]}"
+    python3 "$check" "$tree" "${objects[@]}"
 }
 
 layered_tree
@@ -67,6 +67,6 @@ object src/other/a.cpp 'void g() {}'
 fails "an object of no layer" "in no layer" check_tree
 
 layered_tree
-fails "an object that is not there" "nowhere.o" bash "$check" "$tree" "$tree/src/nowhere.o"
-fails "no object" "no object" bash "$check" "$tree"
+fails "an object that is not there" "nowhere.o" python3 "$check" "$tree" "$tree/src/nowhere.o"
+fails "no object" "no object" python3 "$check" "$tree"
 exit "$proofs_failed"
