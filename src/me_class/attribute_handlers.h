@@ -4,6 +4,7 @@
 #define GPON_ME_CLASS_ATTR_H
 
 #include "../base/log.h"
+#include "../me/default_config.h"
 #include "../me/link_update.h"
 
 namespace gpon {
@@ -23,6 +24,19 @@ inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to)
                                            .related_inst_id = to.inst_id,
                                            .msg_type = cmd->msg_type};
     return gpon_flow_me_general_update(&update);
+}
+
+/* Reports the link of one element of a pointer attribute. 0 without a report when the element
+ * points nowhere, -1 when no class belongs to the pointer. */
+inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_pointer& pointer,
+                          const void* raw, u32 element = 0)
+{
+    const me_class::id to = target_class(pointer, raw, gpon_flow_cfg_data);
+    if (to == me_class::none)
+        return -1;
+    if (!has_target(pointer, raw, element))
+        return 0;
+    return report_link(cmd, from, {to, target_id(pointer, raw, element)});
 }
 
 /* Traces the handler's entry; the raw record of its command, or null with the error message. */

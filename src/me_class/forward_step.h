@@ -10,9 +10,6 @@
 
 namespace gpon {
 
-constexpr u16 VTOCD_CLASS = 78;
-constexpr u16 EVTOCD_CLASS = 171;
-
 /* Traces the entry of a forward function; false with the message when an argument is null. */
 inline bool enter_forward(packet_log log, const gpon_fwd_info* fwd_info,
                           const gpon_walk_result* result,
@@ -88,8 +85,8 @@ struct vlan_operations {
 
     static vlan_operations of(const sk_buff* skb, const related_table& table)
     {
-        const gpon_me_related_id vtocd = table.first(skb, VTOCD_CLASS);
-        return {vtocd, table.first(skb, EVTOCD_CLASS)};
+        const gpon_me_related_id vtocd = table.first(skb, me_class::vtocd);
+        return {vtocd, table.first(skb, me_class::evtocd)};
     }
 
     /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */

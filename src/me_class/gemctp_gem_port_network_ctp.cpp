@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "gemctp_gem_port_network_ctp.h"
 
-#include "../me/default_config.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
@@ -21,13 +20,40 @@ constexpr gpon_me_field FIELDS[] = {
 };
 
 // A pointer of 0 is the absence of a pointer in this class.
-constexpr u16 NO_POINTER = 0;
+constexpr i32 NO_POINTER = 0;
 constexpr u8 RATE_CONTROLLED = 1;
 constexpr u32 ANI_TO_UNI_ONLY = 2;
 
-i32 report_pointer(const gpon_me_cmd* cmd, const gpon_raw_gemctp* me, gpon::me_ref to)
+// With rate control the pointer names no queue.
+me_class::id class_of_traffic_manager(const void*, const struct gpon_flow_cfg_data& cfg)
 {
-    return to.inst_id == NO_POINTER ? 0 : gpon::report_link(cmd, {268, me->instID}, to);
+    return cfg.traffic_mgmt_option == RATE_CONTROLLED ? me_class::none : me_class::pq;
+}
+
+constexpr gpon_me_pointer T_CONT = {.field = GPON_FIELD(gpon_raw_gemctp, tcontID, hex),
+                                    .mask = 0x4000,
+                                    .class_id = me_class::tcont,
+                                    .no_target = NO_POINTER};
+constexpr gpon_me_pointer TRAFFIC_MANAGER = {.field =
+                                                 GPON_FIELD(gpon_raw_gemctp, trafficMgrPtrUp, hex),
+                                             .mask = 0x1000,
+                                             .class_of = class_of_traffic_manager,
+                                             .no_target = NO_POINTER};
+constexpr gpon_me_pointer UP_TD = {.field = GPON_FIELD(gpon_raw_gemctp, TDProPtrUp, hex),
+                                   .mask = 0x800,
+                                   .class_id = me_class::td,
+                                   .no_target = NO_POINTER};
+// The downstream traffic descriptor is driven by attribute 7.
+constexpr gpon_me_pointer DOWN_TD = {.field = GPON_FIELD(gpon_raw_gemctp, TDProPtrDown, hex),
+                                     .mask = 0x200,
+                                     .class_id = me_class::td,
+                                     .no_target = NO_POINTER};
+constexpr gpon_me_pointer POINTERS[] = {T_CONT, TRAFFIC_MANAGER, UP_TD, DOWN_TD};
+
+i32 report_pointer(const gpon_me_cmd* cmd, const gpon_raw_gemctp* me,
+                   const gpon_me_pointer& pointer)
+{
+    return gpon::report_pointer(cmd, {me_class::gemctp, me->instID}, pointer, me);
 }
 
 // The two oldest handlers of the class answer a command without attribute data with 0.
@@ -47,7 +73,7 @@ i32 gem_ctp_attr_tcont_op(gpon_me_cmd* cmd)
         return 0;
     }
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
-    return me ? report_pointer(cmd, me, {262, me->tcontID}) : -1;
+    return me ? report_pointer(cmd, me, T_CONT) : -1;
 }
 
 i32 gem_ctp_attr_pq_op(gpon_me_cmd* cmd)
@@ -59,21 +85,21 @@ i32 gem_ctp_attr_pq_op(gpon_me_cmd* cmd)
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
     if (!me)
         return -1;
-    if (gpon_flow_cfg_data.traffic_mgmt_option == RATE_CONTROLLED)
+    if (class_of_traffic_manager(me, gpon_flow_cfg_data) == me_class::none)
         return 0;
-    return report_pointer(cmd, me, {277, me->trafficMgrPtrUp});
+    return report_pointer(cmd, me, TRAFFIC_MANAGER);
 }
 
 i32 gem_ctp_attr_up_td_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
-    return me ? report_pointer(cmd, me, {280, me->TDProPtrUp}) : -1;
+    return me ? report_pointer(cmd, me, UP_TD) : -1;
 }
 
 i32 gem_ctp_attr_down_td_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
-    return me ? report_pointer(cmd, me, {280, me->TDProPtrDown}) : -1;
+    return me ? report_pointer(cmd, me, DOWN_TD) : -1;
 }
 }
 
@@ -83,11 +109,10 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::gemiw, "gemIwInst", nullp
                                             {me_class::multigemiw, "multiGemIwInst", nullptr, 1},
                                             {}};
 
-// The downstream traffic descriptor is driven by attribute 7.
-constexpr gpon_me_attr_op ATTR_OPS[] = {{0x4000, gem_ctp_attr_tcont_op},
-                                        {0x1000, gem_ctp_attr_pq_op},
-                                        {0x800, gem_ctp_attr_up_td_op},
-                                        {0x200, gem_ctp_attr_down_td_op},
+constexpr gpon_me_attr_op ATTR_OPS[] = {{T_CONT.mask, gem_ctp_attr_tcont_op},
+                                        {TRAFFIC_MANAGER.mask, gem_ctp_attr_pq_op},
+                                        {UP_TD.mask, gem_ctp_attr_up_td_op},
+                                        {DOWN_TD.mask, gem_ctp_attr_down_td_op},
                                         {}};
 
 } // namespace
@@ -102,6 +127,7 @@ constinit const gpon_me_list_info gemCtpListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_gemctp_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 constinit const gpon_me_fwd_op gemCtpFwdOp = {.next_classes = nullptr, .forward = gem_ctp_forward};
 

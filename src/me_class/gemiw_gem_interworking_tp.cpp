@@ -15,6 +15,11 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_gemiw, gemCTPInstID, hex),
 };
 
+constexpr gpon_me_pointer CTP = {.field = GPON_FIELD(gpon_raw_gemiw, gemCTPInstID, hex),
+                                 .mask = 0x8000,
+                                 .class_id = me_class::gemctp};
+constexpr gpon_me_pointer POINTERS[] = {CTP};
+
 } // namespace
 
 extern "C" {
@@ -22,7 +27,7 @@ extern "C" {
 i32 gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_gemiw>(cmd);
-    return me ? gpon::report_link(cmd, {266, me->instID}, {268, me->gemCTPInstID}) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::gemiw, me->instID}, CTP, me) : -1;
 }
 }
 
@@ -33,7 +38,7 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullp
                                             {me_class::vtocd, "vtocdInst", nullptr, 1},
                                             {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, gem_attr_gem_ctp_op}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{CTP.mask, gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {
     {me_class::mapper, DOWN_ANI}, {me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
@@ -58,6 +63,7 @@ constinit const gpon_me_list_info gemIwListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_gemiw_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 constinit const gpon_me_fwd_op gemIwFwdOp = {.next_classes = NEXT, .forward = gem_forward};
 
@@ -78,7 +84,7 @@ i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* r
                           "[%s][%d]: Parameter is NULL: Fail\r\n");
     if (!step.goes_on)
         return step.answer;
-    const gpon_me_related_id mapper = step.related.first(skb, 130);
+    const gpon_me_related_id mapper = step.related.first(skb, me_class::mapper);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
         log.error("[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         result->ret_val = FLOW_PKT_NOT_FORWARD;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "mapper_802_1p_service_profile.h"
 
+#include "../include/tp_types.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
@@ -18,19 +19,30 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_mapper, dscp2pbitMap, hex),
 };
 
-constexpr u16 NO_GEM_IW_TP = 0xffff;
-constexpr u16 FIRST_PBIT_ATTRIBUTE = 0x4000;
-constexpr u8 TP_PPTP = 1;
-constexpr u8 TP_VEIP = 7;
+constexpr i32 NO_GEM_IW_TP = 0xffff;
+
+me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
+{
+    return gpon::mapper_tp(static_cast<const gpon_raw_mapper*>(raw)->tpType).class_id;
+}
+
+// Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
+constexpr gpon_me_pointer TP = {
+    .field = GPON_FIELD(gpon_raw_mapper, tpPointer, hex), .mask = 0x8008, .class_of = class_of_tp};
+constexpr gpon_me_pointer GEM_IW_TPS = {.field = GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP, hex),
+                                        .mask = 0x4000,
+                                        .class_id = me_class::gemiw,
+                                        .no_target = NO_GEM_IW_TP};
+constexpr gpon_me_pointer POINTERS[] = {TP, GEM_IW_TPS};
 
 constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
                                             {me_class::vtocd, "vtocdInst", nullptr, 1},
                                             {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
 
-// Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
-constexpr gpon_me_attr_op ATTR_OPS[] = {
-    {0x8008, mapper_attr_tp_type_op}, {0x7f80, mapper_attr_gem_iw_tp_pbit}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{TP.mask, mapper_attr_tp_type_op},
+                                        {gpon::whole_mask(GEM_IW_TPS), mapper_attr_gem_iw_tp_pbit},
+                                        {}};
 
 constexpr gpon_me_next_class NEXT[] = {{me_class::gemiw, UP_ANI},
                                        {me_class::mbpcd, DOWN_ANI},
@@ -50,16 +62,14 @@ constinit const gpon_me_list_info mapperListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_mapper_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 constinit const gpon_me_fwd_op mapperFwdOp = {.next_classes = NEXT, .forward = mapper_forward};
 
 i32 mapper_attr_tp_type_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_mapper>(cmd);
-    if (!me || (me->tpType != TP_PPTP && me->tpType != TP_VEIP))
-        return -1;
-    const u16 uni_class = me->tpType == TP_PPTP ? 11 : 329;
-    return gpon::report_link(cmd, {130, me->instID}, {uni_class, me->tpPointer});
+    return me ? gpon::report_pointer(cmd, {me_class::mapper, me->instID}, TP, me) : -1;
 }
 
 i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
@@ -67,10 +77,10 @@ i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
     const auto* me = gpon::enter_handler<gpon_raw_mapper>(cmd);
     if (!me)
         return -1;
-    for (i32 i = 0; i < 8; ++i) {
-        if (!(cmd->attr_mask & (FIRST_PBIT_ATTRIBUTE >> i)) || me->pbit_GemIWTP[i] == NO_GEM_IW_TP)
+    for (u32 i = 0; i < GEM_IW_TPS.field.count; ++i) {
+        if (!(cmd->attr_mask & gpon::element_mask(GEM_IW_TPS, i)))
             continue;
-        if (gpon::report_link(cmd, {130, me->instID}, {266, me->pbit_GemIWTP[i]}) != 0) {
+        if (gpon::report_pointer(cmd, {me_class::mapper, me->instID}, GEM_IW_TPS, me, i) != 0) {
             log_error("[%s][%d]: gpon_flow_me_general_update fail,index = %d.\n", i);
             return -1;
         }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // MAC bridge port configuration data (class 47, G.988 9.3.4).
+#include "../include/tp_types.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
@@ -15,28 +16,18 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_mbpcd, tpPointer, hex),
 };
 
-// G.988 TP type of a bridge port.
-enum tp_type : u8 { TP_PPTP = 1, TP_MAPPER = 3, TP_GEM_IW = 5, TP_MULTICAST = 6, TP_VEIP = 11 };
-
-u16 class_of_tp(u8 type)
+me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
 {
-    switch (type) {
-    case TP_PPTP:
-        return 11;
-    case TP_MAPPER:
-        return 130;
-    case TP_GEM_IW:
-        return 266;
-    case TP_MULTICAST:
-        return 281;
-    case TP_VEIP:
-        return 329;
-    default:
-        return 0;
-    }
+    return gpon::bridge_port_tp(static_cast<const gpon_raw_mbpcd*>(raw)->tpType).class_id;
 }
 
-enum class side { none, uni, ani };
+// Attributes 3 and 4 select both pointers: a port that changes its termination point is linked to
+// its bridge anew.
+constexpr gpon_me_pointer TP = {
+    .field = GPON_FIELD(gpon_raw_mbpcd, tpPointer, hex), .mask = 0x3000, .class_of = class_of_tp};
+constexpr gpon_me_pointer BRIDGE = {
+    .field = GPON_FIELD(gpon_raw_mbpcd, bridgeID, hex), .mask = 0xb000, .class_id = me_class::mbsp};
+constexpr gpon_me_pointer POINTERS[] = {TP, BRIDGE};
 
 } // namespace
 
@@ -45,16 +36,13 @@ extern "C" {
 i32 mbpcd_attr_tp_type_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_mbpcd>(cmd);
-    if (!me)
-        return -1;
-    const u16 pointed_at = class_of_tp(me->tpType);
-    return pointed_at ? gpon::report_link(cmd, {47, me->instID}, {pointed_at, me->tpPointer}) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::mbpcd, me->instID}, TP, me) : -1;
 }
 
 i32 mbpcd_attr_mbsp_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_mbpcd>(cmd);
-    return me ? gpon::report_link(cmd, {47, me->instID}, {45, me->bridgeID}) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::mbpcd, me->instID}, BRIDGE, me) : -1;
 }
 
 i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
@@ -67,10 +55,8 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::vtfd, "vtfdInst", nullptr
                                             {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
 
-// Attributes 3 and 4 select both handlers: a port that changes its termination point is linked to
-// its bridge anew.
 constexpr gpon_me_attr_op ATTR_OPS[] = {
-    {0x3000, mbpcd_attr_tp_type_op}, {0xb000, mbpcd_attr_mbsp_op}, {}};
+    {TP.mask, mbpcd_attr_tp_type_op}, {BRIDGE.mask, mbpcd_attr_mbsp_op}, {}};
 
 constexpr gpon_me_next_class NEXT[] = {{me_class::mapper, UP_ANI},
                                        {me_class::gemiw, UP_ANI},
@@ -90,28 +76,19 @@ constinit const gpon_me_list_info mbpcdListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_mbpcd_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 constinit const gpon_me_fwd_op mbpcdFwdOp = {.next_classes = NEXT, .forward = mbpcd_forward};
 
 namespace {
 
 // The record is read anew: a set may have moved the port since the caller's copy was taken.
-side mbpcd_parse_onu_side(const gpon_me_inst* inst)
+tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst)
 {
     log_trace("[%s][%d]: Enter\n");
     gpon_raw_mbpcd me = {};
     gpon::copy_raw(inst, &me, sizeof(me));
-    switch (me.tpType) {
-    case TP_PPTP:
-    case TP_VEIP:
-        return side::uni;
-    case TP_MAPPER:
-    case TP_GEM_IW:
-    case TP_MULTICAST:
-        return side::ani;
-    default:
-        return side::none;
-    }
+    return gpon::bridge_port_tp(me.tpType).side;
 }
 
 // One packet at one bridge port.
@@ -150,11 +127,11 @@ struct bridge_port {
         return vlan.run(skb, &op, log);
     }
 
-    i32 pass(side at)
+    i32 pass(tp_side at)
     {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
-        const bool uni = at == side::uni;
-        const bool ani = at == side::ani;
+        const bool uni = at == tp_side::uni;
+        const bool ani = at == tp_side::ani;
         // A flag carries one bit; the bit that enters the bridge is looked at first on the UNI
         // side, the one that leaves it on the ANI side.
         if (uni && (op.fwd_flag & UP_UNI))
@@ -184,7 +161,7 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
     if (!me.read(inst))
         return -1;
     related.read(inst);
-    const gpon_me_related_id filter = related.first(skb, 84);
+    const gpon_me_related_id filter = related.first(skb, me_class::vtfd);
     bridge_port port = {
         skb,         log,
         result,      {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},

@@ -15,6 +15,11 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_multigemiw, GemCTPInstID, hex),
 };
 
+constexpr gpon_me_pointer CTP = {.field = GPON_FIELD(gpon_raw_multigemiw, GemCTPInstID, hex),
+                                 .mask = 0x8000,
+                                 .class_id = me_class::gemctp};
+constexpr gpon_me_pointer POINTERS[] = {CTP};
+
 } // namespace
 
 extern "C" {
@@ -22,7 +27,7 @@ extern "C" {
 i32 multi_gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_multigemiw>(cmd);
-    return me ? gpon::report_link(cmd, {281, me->instID}, {268, me->GemCTPInstID}) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::multigemiw, me->instID}, CTP, me) : -1;
 }
 }
 
@@ -32,7 +37,7 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullp
                                             {me_class::vtocd, "vtocdInst", nullptr, 1},
                                             {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
-constexpr gpon_me_attr_op ATTR_OPS[] = {{0x8000, multi_gem_attr_gem_ctp_op}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{CTP.mask, multi_gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
 } // namespace
@@ -48,6 +53,7 @@ constinit const gpon_me_list_info multiGemIwListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_multigemiw_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 constinit const gpon_me_fwd_op multiGemIwFwdOp = {.next_classes = NEXT,
                                                   .forward = multi_gem_forward};

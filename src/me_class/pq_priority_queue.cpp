@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Priority queue (class 277, G.988 9.2.10).
-#include "../me/default_config.h"
 #include "attribute_handlers.h"
 #include "classes.h"
 #include "dump_columns.h"
@@ -16,14 +15,26 @@ constexpr gpon_me_field FIELDS[] = {
 
 // relatedPort as a whole is compared: the boundary lies between the UNI ids and the T-CONT ids in
 // its upper half.
-bool is_upstream(const gpon_raw_pq& me)
+me_class::id class_of_port(const void* raw, const struct gpon_flow_cfg_data& cfg)
 {
-    return me.relatedPort >= gpon_flow_cfg_data.related_port_boundary;
+    const auto& me = *static_cast<const gpon_raw_pq*>(raw);
+    return me.relatedPort >= cfg.related_port_boundary ? me_class::tcont : me_class::pptp;
 }
 
-u16 related_id(const gpon_raw_pq& me)
+constexpr gpon_me_pointer PORT = {.field = GPON_FIELD(gpon_raw_pq, relatedPort, hex),
+                                  .mask = 0x400,
+                                  .class_of = class_of_port,
+                                  .id_shift = 16};
+constexpr gpon_me_pointer SCHEDULER = {
+    .field = GPON_FIELD(gpon_raw_pq, tsPointer, hex), .mask = 0x200, .class_id = me_class::ts};
+constexpr gpon_me_pointer POINTERS[] = {PORT, SCHEDULER};
+
+// The related port belongs to one of two relations; 0 without a report for the other one.
+i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me, me_class::id relation)
 {
-    return static_cast<u16>(me.relatedPort >> 16);
+    if (class_of_port(me, gpon_flow_cfg_data) != relation)
+        return 0;
+    return gpon::report_pointer(cmd, {me_class::pq, me->instID}, PORT, me);
 }
 
 // Division by an unconfigured (zero) divisor leaves everything in the remainder.
@@ -39,19 +50,26 @@ division divide(u32 value, u32 divisor)
     return {value / divisor, value % divisor};
 }
 
-u32 upstream_port(u16 inst_id)
+u32 upstream_port(u16 inst_id, const struct gpon_flow_cfg_data& cfg)
 {
-    const struct gpon_flow_cfg_data& cfg = gpon_flow_cfg_data;
     const division queue = divide(inst_id, cfg.queues_per_tcont);
     return ((cfg.tcont_base + queue.quotient + 1) << 16) + queue.remainder;
 }
 
 // The first queue of each UNI has the highest priority.
-u32 downstream_port(u16 inst_id)
+u32 downstream_port(u16 inst_id, const struct gpon_flow_cfg_data& cfg)
 {
-    const struct gpon_flow_cfg_data& cfg = gpon_flow_cfg_data;
     const division queue = divide(inst_id - cfg.downstream_queue_base, cfg.queues_per_uni);
     return ((cfg.downstream_queue_base + queue.quotient) << 16) + (~queue.remainder & 7);
+}
+
+void fill_defaults(void* raw, const struct gpon_flow_cfg_data& cfg)
+{
+    auto& me = *static_cast<gpon_raw_pq*>(raw);
+    const bool upstream = me.instID < cfg.upstream_queue_num;
+    me.relatedPort = upstream ? upstream_port(me.instID, cfg) : downstream_port(me.instID, cfg);
+    me.tsPointer = cfg.default_ts_pointer;
+    me.weight = cfg.default_weight;
 }
 
 } // namespace
@@ -61,23 +79,19 @@ extern "C" {
 i32 pq_attr_tcont_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_pq>(cmd);
-    if (!me)
-        return -1;
-    return is_upstream(*me) ? gpon::report_link(cmd, {277, me->instID}, {262, related_id(*me)}) : 0;
+    return me ? report_port(cmd, me, me_class::tcont) : -1;
 }
 
 i32 pq_attr_pptp_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_pq>(cmd);
-    if (!me)
-        return -1;
-    return is_upstream(*me) ? 0 : gpon::report_link(cmd, {277, me->instID}, {11, related_id(*me)});
+    return me ? report_port(cmd, me, me_class::pptp) : -1;
 }
 
 i32 pq_attr_ts_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_pq>(cmd);
-    return me ? gpon::report_link(cmd, {277, me->instID}, {278, me->tsPointer}) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::pq, me->instID}, SCHEDULER, me) : -1;
 }
 
 /* Defaults of a queue that the store creates, derived from its id and the default configuration;
@@ -87,11 +101,7 @@ i32 pq_fill_raw_data(void* raw)
     if (!raw)
         return -1;
     log_trace("[%s][%d]: Enter\n");
-    auto& me = *static_cast<gpon_raw_pq*>(raw);
-    const bool upstream = me.instID < gpon_flow_cfg_data.upstream_queue_num;
-    me.relatedPort = upstream ? upstream_port(me.instID) : downstream_port(me.instID);
-    me.tsPointer = gpon_flow_cfg_data.default_ts_pointer;
-    me.weight = gpon_flow_cfg_data.default_weight;
+    fill_defaults(raw, gpon_flow_cfg_data);
     return 0;
 }
 }
@@ -100,9 +110,10 @@ namespace {
 
 constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nullptr, 32}, {}};
 
-// The related port belongs to one of two relations, told apart by its value.
-constexpr gpon_me_attr_op ATTR_OPS[] = {
-    {0x400, pq_attr_tcont_op}, {0x400, pq_attr_pptp_op}, {0x200, pq_attr_ts_op}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, pq_attr_tcont_op},
+                                        {PORT.mask, pq_attr_pptp_op},
+                                        {SCHEDULER.mask, pq_attr_ts_op},
+                                        {}};
 
 } // namespace
 
@@ -117,5 +128,7 @@ constinit const gpon_me_list_info priorityQListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_pq_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
+    .fill_defaults = fill_defaults,
 };
 constinit const gpon_me_fwd_op priorityQFwdOp = {};

@@ -16,6 +16,11 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_vtfd, vlanFilterNums, decimal),
 };
 
+// The filter belongs to the bridge port of the same id.
+constexpr gpon_me_pointer BRIDGE_PORT = {
+    .field = GPON_FIELD(gpon_raw_vtfd, instID, hex), .mask = 0xe000, .class_id = me_class::mbpcd};
+constexpr gpon_me_pointer POINTERS[] = {BRIDGE_PORT};
+
 constexpr u16 NO_MASK = 0;
 constexpr u16 VID = 0x0fff;
 constexpr u16 PRIORITY = 0xe000;
@@ -160,16 +165,16 @@ extern "C" {
 
 i32 vtfd_attr_exist_op(gpon_me_cmd* cmd)
 {
-    // The filter belongs to the bridge port of the same id.
     if (!gpon::enter_handler<gpon_raw_vtfd>(cmd))
         return -1;
-    return gpon::report_link(cmd, {84, cmd->inst_id}, {47, cmd->inst_id});
+    return gpon::report_link(cmd, {me_class::vtfd, cmd->inst_id},
+                             {BRIDGE_PORT.class_id, cmd->inst_id});
 }
 }
 
 namespace {
 
-constexpr gpon_me_attr_op ATTR_OPS[] = {{0xe000, vtfd_attr_exist_op}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{BRIDGE_PORT.mask, vtfd_attr_exist_op}, {}};
 
 } // namespace
 
@@ -183,6 +188,7 @@ constinit const gpon_me_list_info vtfdListInfo = {
     .attr_ops = ATTR_OPS,
     .head = &gpon_vtfd_list,
     .fields = FIELDS,
+    .pointers = POINTERS,
 };
 
 i32 vtfd_action_pass(u16, const gpon_raw_vtfd*, u16)

@@ -16,12 +16,6 @@
 
 namespace {
 
-constexpr u16 PPTP_CLASS = 11;
-constexpr u16 VEIP_CLASS = 329;
-constexpr u16 MBSP_CLASS = 45;
-constexpr u16 GEM_IW_CLASS = 266;
-constexpr u16 MULTI_GEM_IW_CLASS = 281;
-
 // UNI port number, 0 to 15.
 u8 uni_port(const sk_buff* skb)
 {
@@ -39,9 +33,9 @@ gpon_fwd_info downstream_start(const sk_buff* skb)
 {
     u16 gem_ctp_id = 0;
     gem_ctp_get_inst_id_by_gemport_id(skb_gemport_id(skb), &gem_ctp_id);
-    gpon_fwd_info start = {GEM_IW_CLASS, 0, DOWN_ANI};
+    gpon_fwd_info start = {me_class::gemiw, 0, DOWN_ANI};
     if (skb_multicast(skb) == 1) {
-        start.classId = MULTI_GEM_IW_CLASS;
+        start.classId = me_class::multigemiw;
         multi_gem_get_inst_id_by_gem_ctp(gem_ctp_id, &start.instId);
     } else {
         gem_get_inst_id_by_gem_ctp(gem_ctp_id, &start.instId);
@@ -120,12 +114,12 @@ i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
     const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     const u8 port = uni_port(skb);
-    gpon_fwd_info start = {PPTP_CLASS, 0, UP_UNI};
+    gpon_fwd_info start = {me_class::pptp, 0, UP_UNI};
     pptp_get_inst_id_by_port_id(port, &start.instId);
     if (reaches_egress(skb, start, result))
         return 0;
     log.warning("[%s][%d]the PPTP can not get the entry.\n");
-    start.classId = VEIP_CLASS;
+    start.classId = me_class::veip;
     veip_get_inst_id_by_port_id(port, &start.instId);
     if (reaches_egress(skb, start, result))
         return 0;
@@ -144,7 +138,7 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
         return -1;
     }
     for (u32 i = 0; i < count; ++i) {
-        const gpon_fwd_info start = {MBSP_CLASS, bridges[i], UP_ANI};
+        const gpon_fwd_info start = {me_class::mbsp, bridges[i], UP_ANI};
         if (!reaches_egress(skb, start, result))
             continue;
         log.trace("[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
@@ -166,7 +160,7 @@ i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result)
         log.trace("[%s][%d]: FLOW_PKT_FORWARD_DONE, gemportid=%d\n", skb_gemport_id(skb));
         return 0;
     }
-    if (start.classId == MULTI_GEM_IW_CLASS) {
+    if (start.classId == me_class::multigemiw) {
         log.trace("[%s][%d] MultiCast Gemport not in MAC Bridge,gemportid=%d.\n",
                   skb_gemport_id(skb));
         return 0;
