@@ -10,7 +10,7 @@
 #include "tests/explain/lines.h"
 #include "tool/model/check.h"
 #include "tool/model/check_output.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/open.h"
 
@@ -185,7 +185,7 @@ unsigned longest_way(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
 TEST(check, no_provisioning_is_deeper_than_a_walk)
 {
     unsigned longest = 0;
-    for (const me_class_fields& fields : me_classes())
+    for (const class_record& fields : me_classes())
         for (const uint16_t direction : {UP_ANI, UP_UNI, DOWN_ANI, DOWN_UNI})
             longest = std::max(longest, longest_way(fields.id, direction));
     EXPECT_EQ(longest, 5u);

@@ -42,7 +42,7 @@ TEST(marked_frames, without_a_gap_are_distinguished)
     const auto walks = walks_of(good_line + mark + entering + dropped + passing + passing +
                                 entering + dropped + dropped);
     ASSERT_EQ(walks.size(), 7u);
-    const mirror entities = final_entities(parse_good(good_line));
+    const line_model entities = final_entities(parse_good(good_line));
     std::string told;
     for (const std::string& walk : walks) {
         const walk_story story = read_walk(walk, entities);
@@ -55,7 +55,7 @@ TEST(marked_frames, show_the_reason_of_a_drop)
 {
     const auto walks = walks_of(good_line + mark + dropped);
     ASSERT_EQ(walks.size(), 1u);
-    const mirror entities = final_entities(parse_good(good_line));
+    const line_model entities = final_entities(parse_good(good_line));
     const walk_story story = read_walk(walks[0], entities);
     std::ostringstream out;
     print_marked_frame(story, entities, out);
@@ -66,7 +66,7 @@ TEST(marked_frames, show_the_reason_of_a_drop)
 
 TEST(marked_frames, walk_as_they_do_at_full_detail)
 {
-    const mirror entities = final_entities(parse_good(good_line));
+    const line_model entities = final_entities(parse_good(good_line));
     const walk_story marked = read_walk(walks_of(good_line + mark + dropped).at(0), entities);
     exit_status status = status_ok;
     std::ostringstream diagnostics;
@@ -102,7 +102,7 @@ std::string mixed(const std::string& left, const std::string& right)
 
 TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
 {
-    const mirror entities = final_entities(parse_good(good_line));
+    const line_model entities = final_entities(parse_good(good_line));
     const auto told = [&](const std::string& log) {
         std::ostringstream out;
         print_marked_frame(read_walk(log, entities), entities, out);
@@ -120,7 +120,7 @@ TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
 
 TEST(marked_frames, without_their_beginning_or_end_are_reported_as_uncertain)
 {
-    const mirror entities = final_entities(parse_good(good_line));
+    const line_model entities = final_entities(parse_good(good_line));
     const std::string walk = walks_of(good_line + mark + dropped).at(0);
     const size_t half = walk.find('\n', walk.size() / 2) + 1;
     EXPECT_FALSE(read_walk(walk, entities).inconsistent);

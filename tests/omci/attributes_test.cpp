@@ -8,7 +8,7 @@
 #include <set>
 
 #include "tests/omci/line_builder.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/class_titles.h"
 #include "tool/omci/mib.h"
 
@@ -23,7 +23,7 @@ TEST(omci_attributes, the_mirrored_classes_are_those_of_the_module)
     for (const attribute_class& cls : attribute_classes())
         ours.insert(cls.id);
     std::set<uint16_t> module;
-    for (const me_class_fields& cls : me_classes())
+    for (const class_record& cls : me_classes())
         module.insert(cls.id);
     EXPECT_EQ(ours, module);
     EXPECT_EQ(ours.size(), attribute_classes().size());
@@ -32,18 +32,18 @@ TEST(omci_attributes, the_mirrored_classes_are_those_of_the_module)
 TEST(omci_attributes, each_element_of_each_raw_field_comes_from_one_attribute)
 {
     for (const attribute_class& cls : attribute_classes()) {
-        const me_class_fields* fields = find_me_class(cls.id);
+        const class_record* fields = find_me_class(cls.id);
         ASSERT_NE(fields, nullptr);
         std::map<std::string_view, size_t> filled;
         for (const attribute& attr : cls.attributes) {
             if (attr.field.empty())
                 continue;
-            const me_field* field = find_field(fields->fields, attr.field);
+            const gpon_me_field* field = find_field(fields->fields, attr.field);
             ASSERT_NE(field, nullptr) << cls.name << ": " << attr.field;
             const bool whole_list = field->count > 1 && attr.bytes > field->width;
             filled[attr.field] += whole_list ? attr.bytes / field->width : 1;
         }
-        for (const me_field& field : fields->fields.subspan(1))
+        for (const gpon_me_field& field : fields->fields.subspan(1))
             EXPECT_EQ(filled[field.name], field.count) << cls.name << ": " << field.name;
         EXPECT_EQ(filled.size(), fields->fields.size() - 1) << cls.name;
     }
@@ -109,11 +109,11 @@ TEST(omci_values, attributes_behind_the_known_ones_are_reported)
 
 TEST(omci_values, too_great_a_value_is_clamped_and_reported)
 {
-    const me_class_fields* fields = find_me_class(uint16_t{45});
+    const class_record* fields = find_me_class(uint16_t{45});
     const attribute_class* cls = find_attribute_class(45);
     record_store store;
     record& rec = store.at(*fields, 1);
-    const me_field* field = find_field(fields->fields, "dynFilterAgingTime");
+    const gpon_me_field* field = find_field(fields->fields, "dynFilterAgingTime");
     EXPECT_EQ(write_attribute(rec, *fields, cls->attributes[9], from_hex("0000ffff")), "");
     EXPECT_THAT(write_attribute(rec, *fields, cls->attributes[9], from_hex("00010000")),
                 HasSubstr("65536 is stored as 65535"));
@@ -123,7 +123,7 @@ TEST(omci_values, too_great_a_value_is_clamped_and_reported)
 
 TEST(omci_values, records_are_little_endian_in_memory)
 {
-    const me_class_fields* fields = find_me_class(uint16_t{277});
+    const class_record* fields = find_me_class(uint16_t{277});
     record_store store;
     record& rec = store.at(*fields, 0x8007);
     write_attribute(rec, *fields, find_attribute_class(277)->attributes[5], from_hex("80010007"));

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/omci/line_builder.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 
 namespace gponflow::omci::test {
 namespace {
@@ -214,7 +214,7 @@ TEST(omci_class_commands, classes_without_mirrored_attributes_keep_their_masks)
 
 TEST(omci_class_commands, every_class_is_created_set_and_deleted_by_its_module_name)
 {
-    for (const me_class_fields& fields : me_classes()) {
+    for (const class_record& fields : me_classes()) {
         line session;
         session.done(create, fields.id, 0x1234);
         session.done(set, fields.id, 0x1234, "8000 01");

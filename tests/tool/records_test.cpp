@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The commands me and config, and the table of fields behind them.
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -8,7 +9,7 @@
 
 #include "include/uapi/gpon_flow.h"
 #include "tests/tool/parsing.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 
 namespace gponflow {
 namespace {
@@ -24,7 +25,7 @@ bytes raw_of(std::string_view line)
 TEST(me_fields, classes_are_found_by_id_and_by_name_in_any_letter_case)
 {
     EXPECT_EQ(me_classes().size(), 15u);
-    for (const me_class_fields& row : me_classes()) {
+    for (const class_record& row : me_classes()) {
         EXPECT_EQ(find_me_class(row.id), &row);
         EXPECT_EQ(find_me_class(row.name), &row);
     }
@@ -34,11 +35,13 @@ TEST(me_fields, classes_are_found_by_id_and_by_name_in_any_letter_case)
     EXPECT_EQ(find_me_class(""), nullptr);
 }
 
-void expect_sound_fields(std::span<const me_field> fields, size_t record_bytes)
+void expect_sound_fields(std::span<const gpon_me_field> fields, size_t record_bytes)
 {
     std::set<std::string_view> names;
     size_t end = 0;
-    for (const me_field& field : fields) {
+    std::vector<gpon_me_field> by_place(fields.begin(), fields.end());
+    std::ranges::sort(by_place, {}, &gpon_me_field::offset);
+    for (const gpon_me_field& field : by_place) {
         EXPECT_TRUE(names.insert(field.name).second) << field.name;
         EXPECT_GE(field.offset, end) << field.name;
         EXPECT_EQ(field.offset % field.width, 0) << field.name;
@@ -49,9 +52,9 @@ void expect_sound_fields(std::span<const me_field> fields, size_t record_bytes)
 
 TEST(me_fields, fields_lie_in_their_record_without_overlap)
 {
-    for (const me_class_fields& row : me_classes()) {
+    for (const class_record& row : me_classes()) {
         expect_sound_fields(row.fields, row.raw_size);
-        EXPECT_EQ(row.fields[0].name, "instID");
+        EXPECT_STREQ(row.fields[0].name, "instID");
         EXPECT_EQ(row.fields[0].offset, 0);
     }
     expect_sound_fields(cfg_fields(), sizeof(gpon_flow_cfg_data));

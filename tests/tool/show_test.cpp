@@ -9,7 +9,7 @@
 #include "tests/explain/lines.h"
 #include "tool/live/show_json.h"
 #include "tool/live/show_table.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
 
@@ -115,7 +115,7 @@ TEST(shown_instances, equal_the_records_that_were_written)
 {
     std::ostringstream text;
     text << "load\n";
-    for (const me_class_fields& fields : me_classes()) {
+    for (const class_record& fields : me_classes()) {
         text << "me create " << fields.id << " 0x0203 raw=";
         for (unsigned i = 0; i < fields.raw_size; ++i)
             text << (i == 0 ? "03" : i == 1 ? "02" : "11");
@@ -123,11 +123,11 @@ TEST(shown_instances, equal_the_records_that_were_written)
     }
     const scenario parsed = parse_good(text.str());
     const auto all = read_instances(answer_to("show raw_data", text.str()));
-    for (const me_class_fields& fields : me_classes()) {
+    for (const class_record& fields : me_classes()) {
         const auto shown = std::ranges::find(all, me_id{fields.id, 0x203}, &dumped_instance::id);
         ASSERT_NE(shown, all.end()) << fields.name;
         bytes expected(fields.raw_size);
-        for (const me_field& field : fields.fields)
+        for (const gpon_me_field& field : fields.fields)
             std::fill_n(expected.begin() + field.offset, field.width * field.count, 0x11);
         expected[0] = 0x03;
         expected[1] = 0x02;
@@ -137,11 +137,11 @@ TEST(shown_instances, equal_the_records_that_were_written)
 
 TEST(shown_instances, build_the_same_mirror_as_the_scenario)
 {
-    const mirror planned = final_entities(parse_good(good_line));
-    const mirror shown = mirror_of(read_instances(answer_to("show raw_data", good_line)));
+    const line_model planned = final_entities(parse_good(good_line));
+    const line_model shown = model_of(read_instances(answer_to("show raw_data", good_line)));
     ASSERT_EQ(shown.all().size(), planned.all().size());
-    for (const mirrored_instance* one : planned.all()) {
-        const mirrored_instance* other = shown.find(one->id);
+    for (const me_instance* one : planned.all()) {
+        const me_instance* other = shown.find(one->id);
         ASSERT_NE(other, nullptr) << to_text(one->id);
         EXPECT_EQ(other->raw, one->raw) << to_text(one->id);
         ASSERT_EQ(other->rows.size(), one->rows.size());

@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/scenario/values.h"
 #include "tool/text/message_words.h"
 
@@ -41,10 +41,10 @@ uint16_t read_class(const std::string& word)
             return id;
         throw CLI::ValidationError("class " + in_quotes(word) + ": not supported by the module");
     }
-    if (const me_class_fields* found = find_me_class(word))
+    if (const class_record* found = find_me_class(word))
         return found->id;
     std::vector<std::string_view> names;
-    for (const me_class_fields& one : me_classes())
+    for (const class_record& one : me_classes())
         names.push_back(one.name);
     throw CLI::ValidationError("unknown class " + in_quotes(word) + suggestion(word, names));
 }

@@ -6,7 +6,7 @@
 
 #include "tool/commands/commands.h"
 #include "tool/live/operator_lines.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -18,7 +18,7 @@ const auto any = [](const CLI::App*) { return true; };
 std::string class_names()
 {
     std::string names;
-    for (const me_class_fields& one : me_classes())
+    for (const class_record& one : me_classes())
         names += std::string(one.name) + " ";
     return names;
 }

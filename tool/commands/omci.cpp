@@ -22,7 +22,7 @@ void add_omci_command(CLI::App& app)
                     "Address of the ONU, if the capture has messages of several");
     sub->footer("Example: gponflow omci bringup.pcap -o line.scn && gponflow run line.scn\n"
                 "Requests that the ONU refused, damaged messages and classes that the module does "
-                "not mirror become comments.");
+                "not line_model become comments.");
     sub->callback([options] {
         const int status = omci::convert_file(*options, std::cout, std::cerr);
         if (status != 0)

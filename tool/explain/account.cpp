@@ -16,14 +16,12 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint16_t bridge_port_class = 47;
-
 /// Which bridge each bridge port belongs to, as the scenario configures it.
 class bridge_map {
 public:
     void learn(const me_command& command)
     {
-        if (command.class_id != bridge_port_class || !command.raw ||
+        if (command.class_id != me_class::mbpcd || !command.raw ||
             command.raw->size() != sizeof(gpon_raw_mbpcd))
             return;
         gpon_raw_mbpcd port;
@@ -69,7 +67,8 @@ struct frame_story {
 private:
     void consider(std::string_view line)
     {
-        static const std::regex port(R"(: enter, classId=47,instId=(\d+))");
+        static const std::regex port(": enter, classId=" + std::to_string(me_class::mbpcd) +
+                                     R"(,instId=(\d+))");
         std::match_results<std::string_view::const_iterator> at;
         if (line.find("[mbpcd_forward]") != line.npos &&
             std::regex_search(line.begin(), line.end(), at, port))
@@ -93,7 +92,7 @@ private:
                 return;
         last_complaint = name + " " + found[2].str();
         if (name == "[mbpcd_forward]" && !ports.empty())
-            last_complaint += " " + to_text(me_id{bridge_port_class, ports.back()});
+            last_complaint += " " + to_text(me_id{me_class::mbpcd, ports.back()});
     }
 };
 

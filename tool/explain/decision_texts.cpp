@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <tuple>
 
+#include "include/tp_types.h"
+
 namespace gponflow {
 
 namespace {
 
-const mirrored_instance* first_related(const mirror& entities, me_id from, uint16_t class_id)
+const me_instance* first_related(const line_model& entities, me_id from, uint16_t class_id)
 {
     const std::vector<me_id> all = entities.related(from, class_id);
     return all.empty() ? nullptr : entities.find(all.front());
@@ -88,10 +90,10 @@ int dscp_of(const bytes& frame)
     }
 }
 
-std::string filter_text(const mirror& entities, me_id port, unsigned operation, unsigned tci,
+std::string filter_text(const line_model& entities, me_id port, unsigned operation, unsigned tci,
                         bool tagged)
 {
-    const mirrored_instance* filter = first_related(entities, port, 84);
+    const me_instance* filter = first_related(entities, port, me_class::vtfd);
     std::string list;
     if (filter) {
         const auto me = filter->as<gpon_raw_vtfd>();
@@ -106,9 +108,10 @@ std::string filter_text(const mirror& entities, me_id port, unsigned operation, 
            hex_text(operation, 2) + ", " + of_frame + ", list {" + list + "}";
 }
 
-std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, const bytes* frame)
+std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
+                          const bytes* frame)
 {
-    const mirrored_instance* mapper = first_related(entities, gem_iw, 130);
+    const me_instance* mapper = first_related(entities, gem_iw, me_class::mapper);
     if (!mapper)
         return "priority of TCI " + hex_text(tci);
     const auto me = mapper->as<gpon_raw_mapper>();
@@ -128,23 +131,24 @@ std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, co
                : name + of_frame + " selects GEM IW TP " + hex_text(me.pbit_GemIWTP[priority]);
 }
 
-std::string side_text(const mirror& entities, me_id port)
+std::string side_text(const line_model& entities, me_id port)
 {
-    const mirrored_instance* me = entities.find(port);
-    const unsigned type = me ? me->as<gpon_raw_mbpcd>().tpType : 0;
-    if (type == 1 || type == 11)
+    const me_instance* me = entities.find(port);
+    const uint8_t type = me ? me->as<gpon_raw_mbpcd>().tpType : uint8_t{0};
+    const tp_side side = gpon::bridge_port_tp(type).side;
+    if (side == tp_side::uni)
         return "a port on the UNI side, not on the path of this frame";
-    if (type == 3 || type == 5 || type == 6)
+    if (side == tp_side::ani)
         return "a port on the ANI side, not on the path of this frame";
     return "a port on neither side: its tpType is " + std::to_string(type);
 }
 
-std::string end_text(const mirror& entities, me_id at)
+std::string end_text(const line_model& entities, me_id at)
 {
-    const mirrored_instance* me = entities.find(at);
+    const me_instance* me = entities.find(at);
     if (!me)
         return "it does not exist";
-    if (at.class_id == 268 && me->as<gpon_raw_gemctp>().direction == 2)
+    if (at.class_id == me_class::gemctp && me->as<gpon_raw_gemctp>().direction == 2)
         return "its direction is 2, downstream only";
     return "the path ends here";
 }

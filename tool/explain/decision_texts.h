@@ -17,19 +17,20 @@ std::string class_text(unsigned class_id);
 
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
 /// that bridge port.
-std::string filter_text(const mirror& entities, me_id port, unsigned operation, unsigned tci,
+std::string filter_text(const line_model& entities, me_id port, unsigned operation, unsigned tci,
                         bool tagged);
 
 /// The decision of the mapper of a GEM IW TP: "mapper 0x0001: TCI 0x6064, priority 3 selects
 /// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not
 /// known.
-std::string priority_text(const mirror& entities, me_id gem_iw, unsigned tci, const bytes* frame);
+std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
+                          const bytes* frame);
 
 /// Why a frame cannot go through a bridge port in its direction.
-std::string side_text(const mirror& entities, me_id port);
+std::string side_text(const line_model& entities, me_id port);
 
 /// Why a walk ends at an instance that logged no reason.
-std::string end_text(const mirror& entities, me_id at);
+std::string end_text(const line_model& entities, me_id at);
 
 /// The DSCP of a frame as the module reads it, -1 when it reads none.
 int dscp_of(const bytes& frame);

@@ -102,7 +102,7 @@ std::optional<explanation> explain_frame(const scenario& input, backend& target,
         return {};
     explanation result{*chosen, {}, {}, {}};
     if (mode == explain_mode::trace_filter)
-        result.entities = mirror_of(read_instances(runner.query("show raw_data").value_or("")));
+        result.entities = model_of(read_instances(runner.query("show raw_data").value_or("")));
     else
         result.entities = final_entities(before);
     run_frame(runner, result, mode);

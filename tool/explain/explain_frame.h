@@ -16,7 +16,7 @@ struct explanation {
     explained_frame input;
     walk_story story;
     std::optional<hook_answer> answer;
-    mirror entities;           ///< at the time of the frame
+    line_model entities;       ///< at the time of the frame
     bool lines_lost = false;   ///< log text is missing
     bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };

@@ -13,29 +13,29 @@ namespace gponflow {
 namespace {
 
 // The attributes of an instance that decide the path of a frame.
-std::string attributes(const mirrored_instance& me)
+std::string attributes(const me_instance& me)
 {
     switch (me.id.class_id) {
-    case 47: {
+    case me_class::mbpcd: {
         const auto port = me.as<gpon_raw_mbpcd>();
         return "bridgeID=" + hex_text(port.bridgeID) + " tpType=" + std::to_string(port.tpType) +
                " tpPointer=" + hex_text(port.tpPointer);
     }
-    case 130: {
+    case me_class::mapper: {
         const auto mapper = me.as<gpon_raw_mapper>();
         std::string list;
         for (const uint16_t gem_iw : mapper.pbit_GemIWTP)
             list += (list.empty() ? "" : ",") + hex_text(gem_iw);
         return "pbit_GemIWTP=" + list;
     }
-    case 266:
+    case me_class::gemiw:
         return "gemCTPInstID=" + hex_text(me.as<gpon_raw_gemiw>().gemCTPInstID);
-    case 268: {
+    case me_class::gemctp: {
         const auto ctp = me.as<gpon_raw_gemctp>();
         return "portID=" + std::to_string(ctp.portID) +
                " direction=" + std::to_string(ctp.direction);
     }
-    case 281:
+    case me_class::multigemiw:
         return "GemCTPInstID=" + hex_text(me.as<gpon_raw_multigemiw>().GemCTPInstID);
     default:
         return {};
@@ -51,13 +51,13 @@ std::string title(const walk_step& step, bool replayed)
     return text;
 }
 
-void print_step(const walk_step& step, bool replayed, const mirror& entities, std::ostream& out,
+void print_step(const walk_step& step, bool replayed, const line_model& entities, std::ostream& out,
                 const palette& colours)
 {
     const std::string indent(2 * (step.depth + 1), ' ');
     const std::string name = title(step, replayed);
     out << indent << (step.passed ? colours.good(name) : name);
-    if (const mirrored_instance* me = entities.find(step.at))
+    if (const me_instance* me = entities.find(step.at))
         if (const std::string text = attributes(*me); !text.empty())
             out << "  " << text;
     out << '\n';
@@ -67,21 +67,21 @@ void print_step(const walk_step& step, bool replayed, const mirror& entities, st
         out << indent << "    " << colours.bad("x " + step.dead_end) << '\n';
 }
 
-void print_steps(const walk_story& story, const mirror& entities, std::ostream& out,
+void print_steps(const walk_story& story, const line_model& entities, std::ostream& out,
                  const palette& colours)
 {
     for (const walk_step& step : story.steps)
         print_step(step, story.replayed, entities, out, colours);
 }
 
-void print_queue(uint16_t gem, const mirror& entities, std::ostream& out)
+void print_queue(uint16_t gem, const line_model& entities, std::ostream& out)
 {
-    for (const mirrored_instance& ctp : entities.instances(268)) {
+    for (const me_instance& ctp : entities.instances(me_class::gemctp)) {
         const auto me = ctp.as<gpon_raw_gemctp>();
         if (me.portID != gem)
             continue;
         if (me.trafficMgrPtrUp != 0)
-            out << ", " << to_text({277, me.trafficMgrPtrUp});
+            out << ", " << to_text({me_class::pq, me.trafficMgrPtrUp});
         return;
     }
 }
@@ -194,11 +194,11 @@ void print_warnings(const explanation& explained, std::ostream& out)
 }
 
 // The GEM port of an upstream walk.
-std::string gem_port_of(const walk_story& story, const mirror& entities)
+std::string gem_port_of(const walk_story& story, const line_model& entities)
 {
     for (const walk_step& step : story.steps)
-        if (const mirrored_instance* ctp = entities.find(step.at);
-            step.passed && ctp && step.at.class_id == 268)
+        if (const me_instance* ctp = entities.find(step.at);
+            step.passed && ctp && step.at.class_id == me_class::gemctp)
             return std::to_string(ctp->as<gpon_raw_gemctp>().portID);
     return {};
 }
@@ -251,7 +251,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
     print_warnings(explained, out);
 }
 
-void print_marked_frame(const walk_story& story, const mirror& entities, std::ostream& out,
+void print_marked_frame(const walk_story& story, const line_model& entities, std::ostream& out,
                         const palette& colours)
 {
     out << colours.heading(direction_title(story.fwd_flag)) << '\n';

@@ -16,7 +16,7 @@ void print_explanation(const explanation& explained, std::ostream& out,
                        const palette& colours = {});
 
 /// The same for a marked frame of which only the log is known.
-void print_marked_frame(const walk_story& story, const mirror& entities, std::ostream& out,
+void print_marked_frame(const walk_story& story, const line_model& entities, std::ostream& out,
                         const palette& colours = {});
 
 /// "A, B: the reason; C: another one" for the deepest branches. Of branches with the same reason,

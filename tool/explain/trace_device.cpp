@@ -34,7 +34,8 @@ public:
     {
         ++frames_;
         // Queried for each frame: commands may have changed them in between.
-        const mirror entities = mirror_of(read_instances(run_.query("show raw_data").value_or("")));
+        const line_model entities =
+            model_of(read_instances(run_.query("show raw_data").value_or("")));
         walk_story story = read_walk(log, entities);
         if (story.replayed)
             name_steps(story);

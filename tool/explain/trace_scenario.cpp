@@ -36,7 +36,7 @@ private:
             return captured_run::on_frame(options, frame);
         ++marked_;
         if (!entities_)
-            entities_ = mirror_of(read_instances(query("show raw_data").value_or("")));
+            entities_ = model_of(read_instances(query("show raw_data").value_or("")));
         explanation explained{{options, frame}, {}, hook_in_detail(options, frame), *entities_};
         explained.story = read_walk(log(), explained.entities, &frame);
         if (explained.story.replayed)
@@ -57,7 +57,7 @@ private:
     uint64_t most_;
     std::ostream& out_;
     const palette& colours_;
-    std::optional<mirror> entities_; ///< current state; queried on demand
+    std::optional<line_model> entities_; ///< current state; queried on demand
     uint64_t frames_ = 0;
     uint64_t marked_ = 0;
 };

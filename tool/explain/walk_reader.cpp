@@ -47,7 +47,7 @@ std::optional<std::vector<unsigned>> numbers(const std::string& text, const std:
 
 class walk_reader {
 public:
-    walk_reader(const mirror& entities, const bytes* frame) : mirror_(entities), frame_(frame) {}
+    walk_reader(const line_model& entities, const bytes* frame) : model_(entities), frame_(frame) {}
 
     walk_story read(const std::string& log)
     {
@@ -172,7 +172,7 @@ private:
         step.passed = answer == 0 && status == 3;
         const bool last_tried = open_.back() + 1 == story_.steps.size();
         if (!step.passed && step.dead_end.empty() && last_tried)
-            step.dead_end = end_text(mirror_, step.at);
+            step.dead_end = end_text(model_, step.at);
         // A step with a successful branch is no dead end, whatever other branches missed.
         if (step.passed || !last_tried)
             step.dead_end.clear();
@@ -206,19 +206,20 @@ private:
     // class is logged before.
     void take_replayed_port(const log_line& line)
     {
-        static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
+        static const std::regex entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
+                                      R"(,instId=(\d+))");
         const auto at = numbers(line.text, entry);
         const walk_step* last = current();
-        if (at && (!last || last->at.class_id != 47 || last->at.instance != 0))
-            story_.steps.push_back({{47, 0}, story_.steps.size(), true, {}, {}});
+        if (at && (!last || last->at.class_id != me_class::mbpcd || last->at.instance != 0))
+            story_.steps.push_back({{me_class::mbpcd, 0}, story_.steps.size(), true, {}, {}});
         if (current())
             take_decision(line, *current());
     }
 
     void take_replayed_gem(const log_line& line)
     {
-        if (!current() || current()->at.class_id != 266)
-            story_.steps.push_back({{266, 0}, story_.steps.size(), true, {}, {}});
+        if (!current() || current()->at.class_id != me_class::gemiw)
+            story_.steps.push_back({{me_class::gemiw, 0}, story_.steps.size(), true, {}, {}});
         take_decision(line, *current());
     }
 
@@ -251,11 +252,12 @@ private:
 
     void take_bridge_port(const std::string& text, walk_step& step)
     {
-        static const std::regex entry(R"(^enter, classId=47,instId=(\d+))");
+        static const std::regex entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
+                                      R"(,instId=(\d+))");
         if (const auto at = numbers(text, entry))
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         else if (text.find("fwd_flag(") != text.npos)
-            step.dead_end = side_text(mirror_, step.at);
+            step.dead_end = side_text(model_, step.at);
         else if (text.find("vtfd_filter_handle fail") != text.npos) {
             end_filter(step, "drop");
             if (step.dead_end.empty())
@@ -273,7 +275,7 @@ private:
                 end_filter(step, "pass");
             return;
         }
-        filter_ = filter_text(mirror_, step.at, (*found)[0], (*found)[1], (*found)[2] != 0);
+        filter_ = filter_text(model_, step.at, (*found)[0], (*found)[1], (*found)[2] != 0);
     }
 
     void end_filter(walk_step& step, const char* outcome)
@@ -296,10 +298,10 @@ private:
 
     std::string selected(const walk_step& step) const
     {
-        return priority_text(mirror_, step.at, tci_, frame_);
+        return priority_text(model_, step.at, tci_, frame_);
     }
 
-    const mirror& mirror_;
+    const line_model& model_;
     const bytes* frame_; ///< may be null
     walk_story story_;
     std::vector<size_t> open_; ///< steps that are entered and not left
@@ -310,7 +312,7 @@ private:
 
 } // namespace
 
-walk_story read_walk(const std::string& log, const mirror& entities, const bytes* frame)
+walk_story read_walk(const std::string& log, const line_model& entities, const bytes* frame)
 {
     return walk_reader(entities, frame).read(log);
 }

@@ -6,7 +6,7 @@
 #include <optional>
 #include <regex>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/text/lines.h"
 #include "tool/text/number_text.h"
 
@@ -129,24 +129,25 @@ private:
         }
     }
 
-    const me_class_fields* class_ = nullptr;
+    const class_record* class_ = nullptr;
     std::vector<std::string> titles_;
     bool open_ = false; ///< the row of an instance is open
     std::vector<dumped_instance> all_;
 };
 
 // The rows of an instance in the order of the dump: single links and lists are separate.
-void restore_rows(mirrored_instance& to, const dumped_instance& from)
+void restore_rows(me_instance& to, const dumped_instance& from)
 {
     std::vector<const dumped_link*> waiting;
     for (const dumped_link& link : from.links)
         waiting.push_back(&link);
-    for (const recording_rule& rule : recording_rules()) {
-        if (rule.holder != from.id.class_id)
-            continue;
-        recorded_row row{rule.class_id, rule.places, {}};
+    const class_record* known = find_me_class(from.id.class_id);
+    if (!known)
+        return;
+    for (const recordable_links& links : known->links) {
+        recorded_row row{links.class_id, links.capacity, {}};
         const auto shown = std::ranges::find_if(
-            waiting, [&](const dumped_link* link) { return link->list == (rule.places > 1); });
+            waiting, [&](const dumped_link* link) { return link->list == (links.capacity > 1); });
         if (shown != waiting.end()) {
             row.instances = (*shown)->instances;
             waiting.erase(shown);
@@ -166,10 +167,12 @@ std::vector<dumped_instance> read_instances(std::string_view log)
 
 bytes raw_record(const dumped_instance& from)
 {
-    const me_class_fields* fields = find_me_class(from.id.class_id);
-    bytes raw(fields->raw_size);
+    const class_record* known = find_me_class(from.id.class_id);
+    if (!known)
+        return {};
+    bytes raw(known->raw_size);
     for (const dumped_attribute& attribute : from.attributes) {
-        const me_field* field = find_field(fields->fields, attribute.name);
+        const gpon_me_field* field = find_field(known->fields, attribute.name);
         const size_t count = field ? std::min<size_t>(field->count, attribute.values.size()) : 0;
         for (size_t i = 0; i < count; ++i)
             std::memcpy(&raw[field->offset + i * field->width], &attribute.values[i], field->width);
@@ -177,11 +180,11 @@ bytes raw_record(const dumped_instance& from)
     return raw;
 }
 
-mirror mirror_of(const std::vector<dumped_instance>& all)
+line_model model_of(const std::vector<dumped_instance>& all)
 {
-    mirror result;
+    line_model result;
     for (const dumped_instance& one : all) {
-        mirrored_instance restored;
+        me_instance restored;
         restored.id = one.id;
         restored.raw = raw_record(one);
         restore_rows(restored, one);

@@ -38,6 +38,6 @@ std::vector<dumped_instance> read_instances(std::string_view log);
 bytes raw_record(const dumped_instance& from);
 
 /// The instances of the module with their links.
-mirror mirror_of(const std::vector<dumped_instance>& all);
+line_model model_of(const std::vector<dumped_instance>& all);
 
 } // namespace gponflow

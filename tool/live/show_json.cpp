@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 
 namespace gponflow {
 
@@ -15,7 +15,7 @@ using json = nlohmann::ordered_json;
 
 json json_of(me_id id)
 {
-    const me_class_fields* fields = find_me_class(id.class_id);
+    const class_record* fields = find_me_class(id.class_id);
     return {{"class", fields ? fields->name : ""},
             {"class_id", id.class_id},
             {"instance", id.instance}};
@@ -96,7 +96,7 @@ void print_status_json(const module_status& status, std::ostream& out)
 {
     json counts = json::object();
     for (const dumped_instance& one : status.instances)
-        if (const me_class_fields* fields = find_me_class(one.id.class_id)) {
+        if (const class_record* fields = find_me_class(one.id.class_id)) {
             json& count = counts[std::string(fields->name)];
             count = count.is_null() ? 1 : count.get<unsigned>() + 1;
         }

@@ -6,7 +6,7 @@
 #include <map>
 #include <ostream>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -20,44 +20,18 @@ std::string hex(unsigned value, int digits)
     return text;
 }
 
-// Counts and types are decimal, ids and masks hexadecimal.
-bool is_decimal(std::string_view attribute)
-{
-    constexpr std::string_view decimal[] = {"uniBridgingEnable",
-                                            "helloTime",
-                                            "dynFilterAgingTime",
-                                            "tpType",
-                                            "unmark_frame_opt",
-                                            "portID",
-                                            "defaultPbit",
-                                            "direction",
-                                            "vlanFilterNums",
-                                            "weight",
-                                            "allocID",
-                                            "policy",
-                                            "cir",
-                                            "pir",
-                                            "cbs",
-                                            "pbs",
-                                            "colourMode",
-                                            "meterType",
-                                            "ingressColourMode",
-                                            "egressColourMode",
-                                            "vlanFilterList"};
-    return std::ranges::find(decimal, attribute) != std::end(decimal);
-}
-
-std::string text_of(const dumped_attribute& attribute, const me_field& field)
+std::string text_of(const dumped_attribute& attribute, const gpon_me_field& field)
 {
     std::string text;
-    if (field.bytes) {
+    if (is_byte_string(field)) {
         for (const uint32_t value : attribute.values)
             text += hex(value, 2).substr(2);
         return text;
     }
     for (const uint32_t value : attribute.values) {
         text += text.empty() ? "" : ",";
-        text += is_decimal(attribute.name) ? std::to_string(value) : hex(value, 2 * field.width);
+        text += field.notation == gpon_notation::decimal ? std::to_string(value)
+                                                         : hex(value, 2 * field.width);
     }
     return text;
 }
@@ -70,7 +44,7 @@ std::string text_of(const dumped_link& link)
     return (text.empty() ? "-" : text) + (link.cut ? ",..." : "");
 }
 
-text_table table_of(const me_class_fields& fields, const std::vector<dumped_instance>& all)
+text_table table_of(const class_record& fields, const std::vector<dumped_instance>& all)
 {
     text_table table;
     for (const dumped_instance& one : all) {
@@ -80,7 +54,8 @@ text_table table_of(const me_class_fields& fields, const std::vector<dumped_inst
         std::vector<std::string> titles;
         for (const dumped_attribute& attribute : one.attributes) {
             titles.push_back(attribute.name);
-            row.push_back(text_of(attribute, *find_field(fields.fields, attribute.name)));
+            const gpon_me_field* field = find_field(fields.fields, attribute.name);
+            row.push_back(field ? text_of(attribute, *field) : std::string());
         }
         for (const dumped_link& link : one.links) {
             titles.push_back(link.name);
@@ -112,7 +87,7 @@ void print_rules(const rule_table& table, std::ostream& out, const palette& colo
 void print_instances(const std::vector<dumped_instance>& all, std::ostream& out,
                      const palette& colours)
 {
-    for (const me_class_fields& fields : me_classes()) {
+    for (const class_record& fields : me_classes()) {
         const text_table table = table_of(fields, all);
         if (table.rows.empty())
             continue;
@@ -138,7 +113,7 @@ void print_status(const module_status& status, std::ostream& out, const palette&
     std::map<uint16_t, size_t> counts;
     for (const dumped_instance& one : status.instances)
         ++counts[one.id.class_id];
-    for (const me_class_fields& fields : me_classes())
+    for (const class_record& fields : me_classes())
         if (const size_t count = counts[fields.id])
             out << "  " << fields.name << std::string(34 - fields.name.size(), ' ') << count
                 << '\n';

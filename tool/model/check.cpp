@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
+#include <string>
+
+#include "include/tp_types.h"
 
 namespace gponflow {
 
@@ -21,30 +23,40 @@ std::string hex(unsigned value, int digits)
     return text;
 }
 
-bool is_uni_side(uint8_t type)
+tp_side side_of(const me_instance& port)
 {
-    return type == 1 || type == 11;
+    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType).side;
 }
 
-bool is_ani_side(uint8_t type)
+// "1, 11".
+std::string tp_types_of(tp_side side)
 {
-    return type == 3 || type == 5 || type == 6;
+    std::string text;
+    for (const tp_type& type : BRIDGE_PORT_TP_TYPES)
+        if (type.side == side)
+            text += (text.empty() ? "" : ", ") + std::to_string(type.value);
+    return text;
+}
+
+bool is_scheduling(uint16_t class_id)
+{
+    const class_record* known = find_me_class(class_id);
+    return known && known->scheduling;
 }
 
 // Links that no walk follows: they describe scheduling and rates.
 bool is_followed(const me_pointer& pointer)
 {
-    const std::set<uint16_t> traffic = {262, 277, 278, 280};
-    return !traffic.contains(pointer.to.class_id) && pointer.from.class_id != 277;
+    return !is_scheduling(pointer.to.class_id) && !is_scheduling(pointer.from.class_id);
 }
 
 class checker {
 public:
-    explicit checker(const mirror& what) : mirror_(what) {}
+    explicit checker(const line_model& what) : model_(what) {}
 
     std::vector<finding> run()
     {
-        for (const mirrored_instance* one : mirror_.all()) {
+        for (const me_instance* one : model_.all()) {
             check_pointers(*one);
             check_class(*one);
         }
@@ -55,55 +67,55 @@ public:
     }
 
 private:
-    void add(const mirrored_instance& where, finding_weight weight, const char* kind,
+    void add(const me_instance& where, finding_weight weight, const char* kind,
              const std::string& reason, const std::string& change)
     {
         found_.push_back({weight, kind, where.id, where.line, reason, change});
     }
 
-    void problem(const mirrored_instance& where, const char* kind, const std::string& reason,
+    void problem(const me_instance& where, const char* kind, const std::string& reason,
                  const std::string& change)
     {
         add(where, finding_weight::problem, kind, reason, change);
     }
 
-    void check_class(const mirrored_instance& one)
+    void check_class(const me_instance& one)
     {
         switch (one.id.class_id) {
-        case 47:
+        case me_class::mbpcd:
             return check_bridge_port(one);
-        case 84:
+        case me_class::vtfd:
             return check_filter(one);
-        case 130:
+        case me_class::mapper:
             return check_mapper(one);
-        case 266:
+        case me_class::gemiw:
             return check_direction(one, one.as<gpon_raw_gemiw>().gemCTPInstID);
-        case 268:
+        case me_class::gemctp:
             return check_known_direction(one);
-        case 277:
+        case me_class::pq:
             return check_queue(one);
-        case 281:
+        case me_class::multigemiw:
             return check_stream(one, one.as<gpon_raw_multigemiw>().GemCTPInstID);
         default:
             return;
         }
     }
 
-    void check_pointers(const mirrored_instance& from)
+    void check_pointers(const me_instance& from)
     {
-        for (const me_pointer& pointer : mirror_.pointers(from)) {
+        for (const me_pointer& pointer : model_.pointers(from)) {
             // What a mapper's priorities lead to is told once for the mapper.
-            if (from.id.class_id == 130 && pointer.to.class_id == 266)
+            if (from.id.class_id == me_class::mapper && pointer.list_element)
                 continue;
             check_pointer(from, pointer);
         }
     }
 
-    void check_pointer(const mirrored_instance& from, const me_pointer& pointer)
+    void check_pointer(const me_instance& from, const me_pointer& pointer)
     {
         const auto weight = is_followed(pointer) ? finding_weight::problem : finding_weight::note;
         const std::string target = to_text(pointer.to);
-        switch (mirror_.state(pointer)) {
+        switch (model_.state(pointer)) {
         case pointer_state::recorded:
             return;
         case pointer_state::missing:
@@ -125,25 +137,26 @@ private:
 
     std::string taken_by(const me_pointer& pointer) const
     {
-        const recorded_row* row = mirror_.find(pointer.to)->row_of(pointer.from.class_id);
+        const recorded_row* row = model_.find(pointer.to)->row_of(pointer.from.class_id);
         if (row->instances.empty())
             return "no entries";
         return std::to_string(row->places) + (row->places == 1 ? " entry" : " entries") +
                ", used first by " + to_text({pointer.from.class_id, row->instances.front()});
     }
 
-    void check_bridge_port(const mirrored_instance& port)
+    void check_bridge_port(const me_instance& port)
     {
         const uint8_t type = port.as<gpon_raw_mbpcd>().tpType;
-        if (is_uni_side(type) || is_ani_side(type))
+        if (side_of(port) != tp_side::none)
             return;
         problem(port, "no-side",
-                "tpType " + std::to_string(type) +
-                    " is neither a UNI type (1, 11) nor an ANI type (3, 5, 6): no frame passes",
+                "tpType " + std::to_string(type) + " is neither a UNI type (" +
+                    tp_types_of(tp_side::uni) + ") nor an ANI type (" + tp_types_of(tp_side::ani) +
+                    "): no frame passes",
                 "set tpType and tpPointer to the termination point behind the port");
     }
 
-    void check_filter(const mirrored_instance& filter)
+    void check_filter(const me_instance& filter)
     {
         const auto me = filter.as<gpon_raw_vtfd>();
         if (me.forwardOperation > last_forward_operation)
@@ -156,31 +169,32 @@ private:
                     "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
                         ", but the list has 12 entries",
                     "set it to the number of entries in use");
-        const mirrored_instance* port = mirror_.find({47, filter.id.instance});
-        if (port && port->records(filter.id) && is_uni_side(port->as<gpon_raw_mbpcd>().tpType))
+        const me_instance* port = model_.find({me_class::mbpcd, filter.id.instance});
+        if (port && port->records(filter.id) && side_of(*port) == tp_side::uni)
             problem(filter, "filter-on-uni-side",
                     "its bridge port is on the UNI side, where a filter drops every frame",
                     "delete it, or use the id of the bridge port on the ANI side");
     }
 
     // Empty when the priority leads to a GEM IW TP that a walk reaches.
-    std::string dead_end(const mirrored_instance& mapper, uint16_t gem_iw) const
+    std::string dead_end(const me_instance& mapper, uint16_t gem_iw) const
     {
-        const me_id target{266, gem_iw};
+        const me_id target{me_class::gemiw, gem_iw};
         if (gem_iw == 0 || gem_iw == no_gem_iw)
             return "no GEM IW TP";
-        const mirrored_instance* found = mirror_.find(target);
+        const me_instance* found = model_.find(target);
         if (!found)
             return to_text(target) + " does not exist";
         if (found->records(mapper.id))
             return {};
-        const recorded_row* row = found->row_of(130);
+        const recorded_row* row = found->row_of(me_class::mapper);
         if (row && !row->instances.empty())
-            return to_text(target) + " is used by " + to_text({130, row->instances.front()});
+            return to_text(target) + " is used by " +
+                   to_text({me_class::mapper, row->instances.front()});
         return to_text(target) + " was created after the pointer to it";
     }
 
-    void check_mapper(const mirrored_instance& mapper)
+    void check_mapper(const me_instance& mapper)
     {
         const auto me = mapper.as<gpon_raw_mapper>();
         // Priorities with the same reason are told together.
@@ -203,7 +217,7 @@ private:
         check_untagged(mapper, me);
     }
 
-    void check_untagged(const mirrored_instance& mapper, const gpon_raw_mapper& me)
+    void check_untagged(const me_instance& mapper, const gpon_raw_mapper& me)
     {
         if (me.unmark_frame_opt > 1)
             problem(mapper, "untagged-dropped",
@@ -216,9 +230,9 @@ private:
                     "use 0 to 7");
     }
 
-    void check_direction(const mirrored_instance& gem_iw, uint16_t ctp_id)
+    void check_direction(const me_instance& gem_iw, uint16_t ctp_id)
     {
-        const mirrored_instance* ctp = mirror_.find({268, ctp_id});
+        const me_instance* ctp = model_.find({me_class::gemctp, ctp_id});
         if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 2)
             return;
         problem(gem_iw, "wrong-direction",
@@ -228,7 +242,7 @@ private:
 
     // The module asks for none of the following two: it takes every direction but 2 for upstream,
     // and looks at no direction downstream. The hardware does.
-    void check_known_direction(const mirrored_instance& ctp)
+    void check_known_direction(const me_instance& ctp)
     {
         const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;
         if (direction >= 1 && direction <= 3)
@@ -239,9 +253,9 @@ private:
             "use 1 (upstream), 2 (downstream) or 3 (both)");
     }
 
-    void check_stream(const mirrored_instance& gem_iw, uint16_t ctp_id)
+    void check_stream(const me_instance& gem_iw, uint16_t ctp_id)
     {
-        const mirrored_instance* ctp = mirror_.find({268, ctp_id});
+        const me_instance* ctp = model_.find({me_class::gemctp, ctp_id});
         if (!ctp || ctp->as<gpon_raw_gemctp>().direction != 1)
             return;
         add(gem_iw, finding_weight::note, "wrong-direction",
@@ -249,9 +263,9 @@ private:
             "set its direction to 2");
     }
 
-    void check_queue(const mirrored_instance& queue)
+    void check_queue(const me_instance& queue)
     {
-        const gpon_flow_cfg_data& cfg = mirror_.configuration();
+        const gpon_flow_cfg_data& cfg = model_.configuration();
         // Without a configuration there are no sides.
         if (cfg.upstream_queue_num == 0 && cfg.related_port_boundary == 0)
             return;
@@ -268,13 +282,13 @@ private:
                 "correct relatedPort, or the configuration");
     }
 
-    const mirror& mirror_;
+    const line_model& model_;
     std::vector<finding> found_;
 };
 
 } // namespace
 
-std::vector<finding> check_provisioning(const mirror& what)
+std::vector<finding> check_provisioning(const line_model& what)
 {
     return checker(what).run();
 }

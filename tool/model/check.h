@@ -24,6 +24,6 @@ struct finding {
 };
 
 /// All findings: problems before notes, each in the order of the scenario.
-std::vector<finding> check_provisioning(const mirror& what);
+std::vector<finding> check_provisioning(const line_model& what);
 
 } // namespace gponflow

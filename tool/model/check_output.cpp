@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/text/diagnostic.h"
 #include "tool/text/text_table.h"
 
@@ -50,7 +50,7 @@ void print_findings_json(const std::vector<finding>& all, const std::string& fil
 {
     nlohmann::ordered_json findings = nlohmann::ordered_json::array();
     for (const finding& one : all) {
-        const me_class_fields* fields = find_me_class(one.where.class_id);
+        const class_record* fields = find_me_class(one.where.class_id);
         findings.push_back({{"weight", name_of(one.weight)},
                             {"kind", one.kind},
                             {"class", fields ? fields->name : ""},

@@ -17,20 +17,28 @@ struct look {
     const char* colour;
 };
 
-// What ends a way is a house, what a frame passes a box or an ellipse, what hangs on it a note.
+// A path ends at a house and passes boxes and ellipses; a note belongs to one of them.
 constexpr look looks[] = {
-    {11, "house", "#cfe8cf"},          {329, "house", "#b9dfd6"},
-    {45, "box3d", "#f6e3b4"},          {47, "box", "#fbf1d5"},
-    {84, "note", "#e6d5f0"},           {78, "note", "#efd9e4"},
-    {171, "note", "#f3dfd5"},          {130, "trapezium", "#d5e3f5"},
-    {266, "ellipse", "#dcebfa"},       {281, "doubleoctagon", "#dcebfa"},
-    {268, "invhouse", "#c5d9f1"},      {262, "cylinder", "#e4e4e4"},
-    {278, "hexagon", "#ececec"},       {277, "cds", "#f2f2f2"},
-    {280, "parallelogram", "#e9eee0"},
+    {me_class::pptp, "house", "#cfe8cf"},       {me_class::veip, "house", "#b9dfd6"},
+    {me_class::mbsp, "box3d", "#f6e3b4"},       {me_class::mbpcd, "box", "#fbf1d5"},
+    {me_class::vtfd, "note", "#e6d5f0"},        {me_class::vtocd, "note", "#efd9e4"},
+    {me_class::evtocd, "note", "#f3dfd5"},      {me_class::mapper, "trapezium", "#d5e3f5"},
+    {me_class::gemiw, "ellipse", "#dcebfa"},    {me_class::multigemiw, "doubleoctagon", "#dcebfa"},
+    {me_class::gemctp, "invhouse", "#c5d9f1"},  {me_class::tcont, "cylinder", "#e4e4e4"},
+    {me_class::ts, "hexagon", "#ececec"},       {me_class::pq, "cds", "#f2f2f2"},
+    {me_class::td, "parallelogram", "#e9eee0"},
 };
 
-// What an operation on tags may belong to, the most likely first.
-constexpr std::array<uint16_t, 3> tagged = {11, 329, 47};
+constexpr look default_look = {me_class::none, "box", "#ffffff"};
+
+const look& look_of(uint16_t class_id)
+{
+    const auto* found = std::ranges::find(looks, class_id, &look::class_id);
+    return found == std::end(looks) ? default_look : *found;
+}
+
+// Classes that a tagging operation may belong to, the most likely first.
+constexpr std::array<uint16_t, 3> tagged = {me_class::pptp, me_class::veip, me_class::mbpcd};
 
 std::string name_of(me_id what)
 {
@@ -38,12 +46,12 @@ std::string name_of(me_id what)
 }
 
 // What a reader looks for in an instance.
-std::string detail(const mirrored_instance& me)
+std::string detail(const me_instance& me)
 {
     switch (me.id.class_id) {
-    case 268:
+    case me_class::gemctp:
         return "\\nport " + std::to_string(me.as<gpon_raw_gemctp>().portID);
-    case 84: {
+    case me_class::vtfd: {
         const auto filter = me.as<gpon_raw_vtfd>();
         char text[32];
         std::snprintf(text, sizeof(text), "\\ncode 0x%02x", filter.forwardOperation);
@@ -57,7 +65,7 @@ std::string detail(const mirrored_instance& me)
     }
 }
 
-std::string label(const mirrored_instance& me)
+std::string label(const me_instance& me)
 {
     std::string text = to_text(me.id);
     text.replace(text.find(' '), 1, "\\n");
@@ -66,8 +74,8 @@ std::string label(const mirrored_instance& me)
 
 class dot_writer {
 public:
-    dot_writer(const mirror& what, const std::vector<me_id>& walked, std::ostream& out)
-        : mirror_(what), walked_(walked), out_(out)
+    dot_writer(const line_model& what, const std::vector<me_id>& walked, std::ostream& out)
+        : model_(what), walked_(walked), out_(out)
     {
     }
 
@@ -77,22 +85,22 @@ public:
                 "  rankdir=LR;\n"
                 "  node [fontname=\"sans-serif\", fontsize=10, style=filled];\n"
                 "  edge [fontname=\"sans-serif\", fontsize=8, color=\"#666666\"];\n";
-        for (const mirrored_instance* one : mirror_.all())
+        for (const me_instance* one : model_.all())
             write_node(*one);
-        for (const mirrored_instance* one : mirror_.all())
-            for (const me_pointer& pointer : mirror_.pointers(*one))
+        for (const me_instance* one : model_.all())
+            for (const me_pointer& pointer : model_.pointers(*one))
                 write_edge(pointer);
-        for (const mirrored_instance& operation : mirror_.instances(78))
-            hang(operation);
+        for (const me_instance& operation : model_.instances(me_class::vtocd))
+            write_tagging_edge(operation);
         out_ << "}\n";
     }
 
 private:
-    void write_node(const mirrored_instance& one)
+    void write_node(const me_instance& one)
     {
-        const auto* found = std::ranges::find(looks, one.id.class_id, &look::class_id);
-        out_ << "  " << name_of(one.id) << " [label=\"" << label(one)
-             << "\", shape=" << found->shape << ", fillcolor=\"" << found->colour << '"';
+        const look& drawn = look_of(one.id.class_id);
+        out_ << "  " << name_of(one.id) << " [label=\"" << label(one) << "\", shape=" << drawn.shape
+             << ", fillcolor=\"" << drawn.colour << '"';
         if (std::ranges::find(walked_, one.id) != walked_.end())
             out_ << ", color=\"#d06000\", penwidth=3";
         out_ << "];\n";
@@ -100,10 +108,10 @@ private:
 
     void write_edge(const me_pointer& pointer)
     {
-        const pointer_state state = mirror_.state(pointer);
+        const pointer_state state = model_.state(pointer);
         const bool missing = state == pointer_state::missing;
         // A mapper's entry 0 is no pointer: nobody provisions it to lead anywhere.
-        if (missing && pointer.from.class_id == 130 && pointer.to.instance == 0)
+        if (missing && pointer.from.class_id == me_class::mapper && pointer.to.instance == 0)
             return;
         if (missing && absent_.insert(pointer.to).second)
             out_ << "  " << name_of(pointer.to) << " [label=" << name_of(pointer.to)
@@ -121,11 +129,11 @@ private:
 
     // Its record names nothing: what it belongs to has the same id. The id of an extended operation
     // says nothing, and the module keeps no more of it.
-    void hang(const mirrored_instance& operation)
+    void write_tagging_edge(const me_instance& operation)
     {
         for (const uint16_t class_id : tagged) {
             const me_id port{class_id, operation.id.instance};
-            if (!mirror_.find(port))
+            if (!model_.find(port))
                 continue;
             out_ << "  " << name_of(operation.id) << " -> " << name_of(port)
                  << " [label=\"same id\", style=dotted];\n";
@@ -143,7 +151,7 @@ private:
         return false;
     }
 
-    const mirror& mirror_;
+    const line_model& model_;
     const std::vector<me_id>& walked_;
     std::ostream& out_;
     std::set<me_id> absent_;
@@ -151,7 +159,7 @@ private:
 
 } // namespace
 
-void write_dot(const mirror& what, const std::vector<me_id>& walked, std::ostream& out)
+void write_dot(const line_model& what, const std::vector<me_id>& walked, std::ostream& out)
 {
     dot_writer(what, walked, out).write();
 }

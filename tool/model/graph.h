@@ -13,6 +13,6 @@ namespace gponflow {
 /// edge a pointer. What does not exist is red, pointers that the module has not recorded are
 /// dashed, tagging operations are dotted to what has their id, and the instances of `walked` and
 /// the edges between neighbours of it are bold.
-void write_dot(const mirror& what, const std::vector<me_id>& walked, std::ostream& out);
+void write_dot(const line_model& what, const std::vector<me_id>& walked, std::ostream& out);
 
 } // namespace gponflow

@@ -5,18 +5,23 @@
 #include <cstdio>
 #include <utility>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 
 namespace gponflow {
 
 namespace {
 
-// An unconfigured divisor leaves everything in the remainder.
-std::pair<uint32_t, uint32_t> divide(uint32_t value, uint32_t by)
+std::string element_name(const gpon_me_field& field, unsigned element)
 {
-    if (by == 0)
-        return {0, value};
-    return {value / by, value % by};
+    const std::string name = field.name;
+    return field.count > 1 ? name + "[" + std::to_string(element) + "]" : name;
+}
+
+// The id in a record may differ from the instance's, by which the module reports the link.
+uint16_t target_instance(const gpon_me_pointer& pointer, const me_instance& from, unsigned element)
+{
+    return pointer.field.offset == 0 ? from.id.instance
+                                     : gpon::target_id(pointer, from.raw.data(), element);
 }
 
 bool is_recorded(const std::vector<uint16_t>& ids, uint16_t id)
@@ -44,37 +49,36 @@ std::string to_text(me_id what)
 {
     char id[8];
     std::snprintf(id, sizeof(id), "0x%04x", what.instance);
-    const me_class_fields* fields = find_me_class(what.class_id);
-    return (fields ? std::string(fields->name) : "class " + std::to_string(what.class_id)) + " " +
-           id;
+    const class_record* known = find_me_class(what.class_id);
+    return (known ? std::string(known->name) : "class " + std::to_string(what.class_id)) + " " + id;
 }
 
-const recorded_row* mirrored_instance::row_of(uint16_t class_id) const
+const recorded_row* me_instance::row_of(uint16_t class_id) const
 {
     const auto found = std::ranges::find(rows, class_id, &recorded_row::class_id);
     return found == rows.end() ? nullptr : &*found;
 }
 
-bool mirrored_instance::records(me_id from) const
+bool me_instance::records(me_id from) const
 {
     const recorded_row* row = row_of(from.class_id);
     return row && is_recorded(row->instances, from.instance);
 }
 
-void mirror::apply(const me_command& command, unsigned line)
+void line_model::apply(const me_command& command, unsigned line)
 {
-    const me_class_fields* fields = find_me_class(command.class_id);
-    if (!fields)
+    const class_record* known = find_me_class(command.class_id);
+    if (!known)
         return;
     if (command.message == ZR_OMCI_MSG_TYPE_DELETE)
         remove(command);
     else if ((command.message == ZR_OMCI_MSG_TYPE_CREAT ||
               command.message == ZR_OMCI_MSG_TYPE_SET) &&
-             command.raw && command.raw->size() >= fields->raw_size)
-        store(command, line);
+             command.raw && command.raw->size() >= known->raw_size)
+        store(command, *known, line);
 }
 
-void mirror::apply(const config_command& command)
+void line_model::apply(const config_command& command)
 {
     configuration_ = {};
     if (command.raw)
@@ -82,22 +86,22 @@ void mirror::apply(const config_command& command)
                     std::min(sizeof(configuration_), command.raw->size()));
 }
 
-void mirror::clear()
+void line_model::clear()
 {
     classes_.clear();
 }
 
-void mirror::restore(mirrored_instance instance)
+void line_model::restore(me_instance instance)
 {
     classes_[instance.id.class_id].push_back(std::move(instance));
 }
 
-void mirror::store(const me_command& command, unsigned line)
+void line_model::store(const me_command& command, const class_record& known, unsigned line)
 {
     const me_id id{command.class_id, command.instance};
-    mirrored_instance* stored = find(id);
+    me_instance* stored = find(id);
     if (!stored)
-        stored = &add(id, line);
+        stored = &add(id, known, line);
     stored->raw = *command.raw;
     stored->line = line;
     stored->automatic = false;
@@ -107,98 +111,105 @@ void mirror::store(const me_command& command, unsigned line)
             report(pointer, command.message, line);
 }
 
-void mirror::remove(const me_command& command)
+void line_model::remove(const me_command& command)
 {
-    std::vector<mirrored_instance>& list = classes_[command.class_id];
+    std::vector<me_instance>& list = classes_[command.class_id];
     const me_id id{command.class_id, command.instance};
-    const mirrored_instance* stored = find(id);
+    const me_instance* stored = find(id);
     if (!stored)
         return;
     for (const me_pointer& pointer : pointers(*stored)) {
-        // Every handler runs, but the mapper's looks at the mask for each of its pointers.
-        const bool by_priority = id.class_id == 130 && pointer.to.class_id == 266;
-        if (!by_priority || (pointer.mask & command.mask))
+        // Every handler runs, but that of a list looks at the mask for each of its elements.
+        if (!pointer.list_element || (pointer.mask & command.mask))
             report(pointer, command.message, 0);
     }
-    std::erase_if(list, [&](const mirrored_instance& one) { return one.id == id; });
+    std::erase_if(list, [&](const me_instance& one) { return one.id == id; });
 }
 
-void mirror::report(const me_pointer& what, uint8_t message, unsigned line)
+void line_model::report(const me_pointer& what, uint8_t message, unsigned line)
 {
-    mirrored_instance* holder = find(what.to);
+    me_instance* holder = find(what.to);
     if (!holder) {
-        if (!is_created_by_links(what.to.class_id) || message == ZR_OMCI_MSG_TYPE_DELETE)
+        const class_record* known = find_me_class(what.to.class_id);
+        if (!known || !known->created_by_links || message == ZR_OMCI_MSG_TYPE_DELETE)
             return;
-        holder = &add(what.to, line);
+        holder = &add(what.to, *known, line);
         holder->automatic = true;
-        if (what.to.class_id == 277)
-            fill_queue(*holder);
+        if (known->fill_defaults)
+            known->fill_defaults(holder->raw.data(), configuration_);
     }
     const auto row = std::ranges::find(holder->rows, what.from.class_id, &recorded_row::class_id);
     if (row != holder->rows.end())
         change_row(*row, what.from.instance, message);
 }
 
-mirrored_instance& mirror::add(me_id what, unsigned line)
+me_instance& line_model::add(me_id what, const class_record& known, unsigned line)
 {
-    mirrored_instance made;
+    me_instance made;
     made.id = what;
     made.line = line;
-    made.raw.resize(find_me_class(what.class_id)->raw_size);
+    made.raw.resize(known.raw_size);
     std::memcpy(made.raw.data(), &what.instance, sizeof(what.instance));
-    for (const recording_rule& rule : recording_rules())
-        if (rule.holder == what.class_id)
-            made.rows.push_back({rule.class_id, rule.places, {}});
+    for (const recordable_links& links : known.links)
+        made.rows.push_back({links.class_id, links.capacity, {}});
     return classes_[what.class_id].emplace_back(std::move(made));
 }
 
-void mirror::fill_queue(mirrored_instance& queue) const
+const std::vector<me_instance>& line_model::instances(uint16_t class_id) const
 {
-    const gpon_flow_cfg_data& cfg = configuration_;
-    auto me = queue.as<gpon_raw_pq>();
-    if (me.instID < cfg.upstream_queue_num) {
-        const auto [tcont, place] = divide(me.instID, cfg.queues_per_tcont);
-        me.relatedPort = ((cfg.tcont_base + tcont + 1) << 16) + place;
-    } else {
-        const auto [uni, place] = divide(me.instID - cfg.downstream_queue_base, cfg.queues_per_uni);
-        me.relatedPort = ((cfg.downstream_queue_base + uni) << 16) + (~place & 7);
-    }
-    me.tsPointer = cfg.default_ts_pointer;
-    me.weight = cfg.default_weight;
-    std::memcpy(queue.raw.data(), &me, sizeof(me));
-}
-
-const std::vector<mirrored_instance>& mirror::instances(uint16_t class_id) const
-{
-    static const std::vector<mirrored_instance> none;
+    static const std::vector<me_instance> none;
     const auto found = classes_.find(class_id);
     return found == classes_.end() ? none : found->second;
 }
 
-std::vector<const mirrored_instance*> mirror::all() const
+std::vector<const me_instance*> line_model::all() const
 {
-    std::vector<const mirrored_instance*> result;
-    for (const me_class_fields& fields : me_classes())
-        for (const mirrored_instance& one : instances(fields.id))
+    std::vector<const me_instance*> result;
+    for (const class_record& fields : me_classes())
+        for (const me_instance& one : instances(fields.id))
             result.push_back(&one);
     return result;
 }
 
-const mirrored_instance* mirror::find(me_id what) const
+const me_instance* line_model::find(me_id what) const
 {
     const auto& list = instances(what.class_id);
-    const auto found = std::ranges::find(list, what, &mirrored_instance::id);
+    const auto found = std::ranges::find(list, what, &me_instance::id);
     return found == list.end() ? nullptr : &*found;
 }
 
-mirrored_instance* mirror::find(me_id what)
+me_instance* line_model::find(me_id what)
 {
-    return const_cast<mirrored_instance*>(std::as_const(*this).find(what));
+    return const_cast<me_instance*>(std::as_const(*this).find(what));
 }
 
-pointer_state mirror::state(const me_pointer& what) const
+std::vector<me_pointer> line_model::pointers(const me_instance& from) const
 {
-    const mirrored_instance* holder = find(what.to);
+    std::vector<me_pointer> result;
+    const class_record* known = find_me_class(from.id.class_id);
+    // The module reports no pointer of what it made itself.
+    if (!known || from.automatic || from.raw.size() < known->raw_size)
+        return result;
+    for (const gpon_me_pointer& pointer : known->pointers) {
+        const uint16_t target = gpon::target_class(pointer, from.raw.data(), configuration_);
+        if (target == me_class::none)
+            continue;
+        for (unsigned i = 0; i < pointer.field.count; ++i) {
+            if (!gpon::has_target(pointer, from.raw.data(), i))
+                continue;
+            result.push_back({.from = from.id,
+                              .to = {target, target_instance(pointer, from, i)},
+                              .attribute = element_name(pointer.field, i),
+                              .mask = gpon::element_mask(pointer, i),
+                              .list_element = pointer.field.count > 1});
+        }
+    }
+    return result;
+}
+
+pointer_state line_model::state(const me_pointer& what) const
+{
+    const me_instance* holder = find(what.to);
     if (!holder)
         return pointer_state::missing;
     const recorded_row* row = holder->row_of(what.from.class_id);
@@ -208,14 +219,14 @@ pointer_state mirror::state(const me_pointer& what) const
                                                : pointer_state::overflowed;
 }
 
-std::vector<me_id> mirror::related(me_id from, uint16_t class_id) const
+std::vector<me_id> line_model::related(me_id from, uint16_t class_id) const
 {
     std::vector<me_id> result;
-    if (const mirrored_instance* holder = find(from))
+    if (const me_instance* holder = find(from))
         if (const recorded_row* row = holder->row_of(class_id))
             for (const uint16_t id : row->instances)
                 result.push_back({class_id, id});
-    for (const mirrored_instance& one : instances(class_id))
+    for (const me_instance& one : instances(class_id))
         if (one.records(from))
             result.push_back(one.id);
     return result;

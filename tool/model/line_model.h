@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The managed entities of a scenario as data: what the module holds when its commands have run.
+// The subscriber line as the tool sees it: the managed entities that the module holds when the
+// commands of a scenario have run.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +12,9 @@
 #include <string_view>
 #include <vector>
 
+#include "include/me_class_id.h"
 #include "include/uapi/gpon_flow.h"
+#include "tool/model/class_records.h"
 #include "tool/model/omci_command.h"
 
 namespace gponflow {
@@ -34,7 +37,7 @@ struct recorded_row {
     std::vector<uint16_t> instances; ///< at most `places`, in the order of recording
 };
 
-struct mirrored_instance {
+struct me_instance {
     me_id id;
     bytes raw;              ///< the class's raw attribute record
     unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
@@ -60,7 +63,8 @@ struct me_pointer {
     me_id from;
     me_id to;
     std::string attribute;
-    uint16_t mask = 0; ///< attributes that make the module follow it
+    uint16_t mask = 0;         ///< attributes that make the module follow it
+    bool list_element = false; ///< one of a list of pointers
 };
 
 /// What became of a pointer.
@@ -72,23 +76,23 @@ enum class pointer_state {
 };
 
 /// Applies me and config commands as the module does.
-class mirror {
+class line_model {
 public:
     void apply(const me_command& command, unsigned line);
     void apply(const config_command& command);
     void clear();
     /// Adds an instance as it stands, links and all, behind the others of its class.
-    void restore(mirrored_instance instance);
+    void restore(me_instance instance);
 
     /// In the order of the module's list; empty for a class without instances.
-    const std::vector<mirrored_instance>& instances(uint16_t class_id) const;
+    const std::vector<me_instance>& instances(uint16_t class_id) const;
     /// All of them, class by class in the order of the class table.
-    std::vector<const mirrored_instance*> all() const;
+    std::vector<const me_instance*> all() const;
     /// Null when there is none.
-    const mirrored_instance* find(me_id what) const;
+    const me_instance* find(me_id what) const;
 
     /// The pointers that the instance's raw record holds, whether or not their targets exist.
-    std::vector<me_pointer> pointers(const mirrored_instance& from) const;
+    std::vector<me_pointer> pointers(const me_instance& from) const;
     pointer_state state(const me_pointer& what) const;
     /// Instances of a class that a walk can reach from one, in the order in which it tries them:
     /// what the instance has recorded, then what has recorded the instance.
@@ -97,28 +101,14 @@ public:
     const gpon_flow_cfg_data& configuration() const { return configuration_; }
 
 private:
-    mirrored_instance* find(me_id what);
-    mirrored_instance& add(me_id what, unsigned line);
-    void store(const me_command& command, unsigned line);
+    me_instance* find(me_id what);
+    me_instance& add(me_id what, const class_record& known, unsigned line);
+    void store(const me_command& command, const class_record& known, unsigned line);
     void remove(const me_command& command);
     void report(const me_pointer& what, uint8_t message, unsigned line);
-    void fill_queue(mirrored_instance& queue) const;
 
-    std::map<uint16_t, std::vector<mirrored_instance>> classes_;
+    std::map<uint16_t, std::vector<me_instance>> classes_;
     gpon_flow_cfg_data configuration_{};
 };
-
-/// Which class and how many of its instances an instance of `holder` records as pointing at it.
-struct recording_rule {
-    uint16_t holder;
-    uint16_t class_id;
-    size_t places;
-};
-
-/// All rules, those of one holder in the order of its table.
-const std::vector<recording_rule>& recording_rules();
-
-/// Whether a link to a missing instance of the class creates it.
-bool is_created_by_links(uint16_t class_id);
 
 } // namespace gponflow

@@ -4,13 +4,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "include/me_class_id.h"
+
 namespace gponflow::omci {
 
 namespace {
 
 constexpr bool sbc = true;    // set-by-create
 constexpr bool later = false; // read-only, or written by a set only
-constexpr notation hex = notation::hexadecimal;
 
 // 9.5.1
 constexpr attribute pptp_ethernet_uni[] = {
@@ -47,10 +48,10 @@ constexpr attribute bridge_service_profile[] = {
 
 // 9.3.4
 constexpr attribute bridge_port[] = {
-    {"bridge id pointer", 2, sbc, "bridgeID", 0, hex},
+    {"bridge id pointer", 2, sbc, "bridgeID"},
     {"port num", 1, sbc, {}},
     {"TP type", 1, sbc, "tpType"},
-    {"TP pointer", 2, sbc, "tpPointer", 0, hex},
+    {"TP pointer", 2, sbc, "tpPointer"},
     {"port priority", 2, sbc, {}},
     {"port path cost", 2, sbc, {}},
     {"port spanning tree ind", 1, sbc, {}},
@@ -73,22 +74,22 @@ constexpr attribute vlan_tagging_operation[] = {
 
 // 9.3.11
 constexpr attribute vlan_tagging_filter[] = {
-    {"VLAN filter list", 24, sbc, "vlanFilterList", 0, hex},
-    {"forward operation", 1, sbc, "forwardOperation", 0, hex},
+    {"VLAN filter list", 24, sbc, "vlanFilterList"},
+    {"forward operation", 1, sbc, "forwardOperation"},
     {"number of entries", 1, sbc, "vlanFilterNums"},
 };
 
 // 9.3.10
 constexpr attribute mapper_service_profile[] = {
-    {"TP pointer", 2, sbc, "tpPointer", 0, hex},
-    {"interwork TP pointer for P-bit priority 0", 2, sbc, "pbit_GemIWTP", 0, hex},
-    {"interwork TP pointer for P-bit priority 1", 2, sbc, "pbit_GemIWTP", 1, hex},
-    {"interwork TP pointer for P-bit priority 2", 2, sbc, "pbit_GemIWTP", 2, hex},
-    {"interwork TP pointer for P-bit priority 3", 2, sbc, "pbit_GemIWTP", 3, hex},
-    {"interwork TP pointer for P-bit priority 4", 2, sbc, "pbit_GemIWTP", 4, hex},
-    {"interwork TP pointer for P-bit priority 5", 2, sbc, "pbit_GemIWTP", 5, hex},
-    {"interwork TP pointer for P-bit priority 6", 2, sbc, "pbit_GemIWTP", 6, hex},
-    {"interwork TP pointer for P-bit priority 7", 2, sbc, "pbit_GemIWTP", 7, hex},
+    {"TP pointer", 2, sbc, "tpPointer"},
+    {"interwork TP pointer for P-bit priority 0", 2, sbc, "pbit_GemIWTP"},
+    {"interwork TP pointer for P-bit priority 1", 2, sbc, "pbit_GemIWTP", 1},
+    {"interwork TP pointer for P-bit priority 2", 2, sbc, "pbit_GemIWTP", 2},
+    {"interwork TP pointer for P-bit priority 3", 2, sbc, "pbit_GemIWTP", 3},
+    {"interwork TP pointer for P-bit priority 4", 2, sbc, "pbit_GemIWTP", 4},
+    {"interwork TP pointer for P-bit priority 5", 2, sbc, "pbit_GemIWTP", 5},
+    {"interwork TP pointer for P-bit priority 6", 2, sbc, "pbit_GemIWTP", 6},
+    {"interwork TP pointer for P-bit priority 7", 2, sbc, "pbit_GemIWTP", 7},
     {"unmarked frame option", 1, sbc, "unmark_frame_opt"},
     {"DSCP to P-bit mapping", 24, later, "dscp2pbitMap"},
     {"default P-bit assumption", 1, sbc, "defaultPbit"},
@@ -118,7 +119,7 @@ constexpr attribute t_cont[] = {
 
 // 9.2.4
 constexpr attribute gem_interworking_tp[] = {
-    {"GEM port network CTP connectivity pointer", 2, sbc, "gemCTPInstID", 0, hex},
+    {"GEM port network CTP connectivity pointer", 2, sbc, "gemCTPInstID"},
     {"interworking option", 1, sbc, {}},
     {"service profile pointer", 2, sbc, {}},
     {"interworking TP pointer", 2, sbc, {}},
@@ -131,14 +132,14 @@ constexpr attribute gem_interworking_tp[] = {
 // 9.2.3
 constexpr attribute gem_port_network_ctp[] = {
     {"port-ID", 2, sbc, "portID"},
-    {"T-CONT pointer", 2, sbc, "tcontID", 0, hex},
+    {"T-CONT pointer", 2, sbc, "tcontID"},
     {"direction", 1, sbc, "direction"},
-    {"traffic management pointer for upstream", 2, sbc, "trafficMgrPtrUp", 0, hex},
-    {"traffic descriptor profile pointer for upstream", 2, sbc, "TDProPtrUp", 0, hex},
+    {"traffic management pointer for upstream", 2, sbc, "trafficMgrPtrUp"},
+    {"traffic descriptor profile pointer for upstream", 2, sbc, "TDProPtrUp"},
     {"UNI counter", 1, later, {}},
     {"priority queue pointer for downstream", 2, sbc, {}},
     {"encryption state", 1, later, {}},
-    {"traffic descriptor profile pointer for downstream", 2, sbc, "TDProPtrDown", 0, hex},
+    {"traffic descriptor profile pointer for downstream", 2, sbc, "TDProPtrDown"},
     {"encryption key ring", 1, sbc, {}},
 };
 
@@ -149,8 +150,8 @@ constexpr attribute priority_queue[] = {
     {"allocated queue size", 2, later, {}},
     {"discard-block counter reset interval", 2, later, {}},
     {"threshold value for discarded blocks", 2, later, {}},
-    {"related port", 4, later, "relatedPort", 0, hex},
-    {"traffic scheduler pointer", 2, later, "tsPointer", 0, hex},
+    {"related port", 4, later, "relatedPort"},
+    {"traffic scheduler pointer", 2, later, "tsPointer"},
     {"weight", 1, later, "weight"},
     {"back pressure operation", 2, later, {}},
     {"back pressure time", 4, later, {}},
@@ -164,8 +165,8 @@ constexpr attribute priority_queue[] = {
 
 // 9.2.11
 constexpr attribute traffic_scheduler[] = {
-    {"T-CONT pointer", 2, later, "tcontPointer", 0, hex},
-    {"traffic scheduler pointer", 2, later, "tsPointer", 0, hex},
+    {"T-CONT pointer", 2, later, "tcontPointer"},
+    {"traffic scheduler pointer", 2, later, "tsPointer"},
     {"policy", 1, later, "policy"},
     {"priority/weight", 1, later, "weight"},
 };
@@ -184,7 +185,7 @@ constexpr attribute traffic_descriptor[] = {
 
 // 9.2.5
 constexpr attribute multicast_gem_interworking_tp[] = {
-    {"GEM port network CTP connectivity pointer", 2, sbc, "GemCTPInstID", 0, hex},
+    {"GEM port network CTP connectivity pointer", 2, sbc, "GemCTPInstID"},
     {"interworking option", 1, sbc, {}},
     {"service profile pointer", 2, sbc, {}},
     {"not used 1", 2, sbc, {}},
@@ -204,21 +205,21 @@ constexpr attribute virtual_ethernet_interface_point[] = {
 };
 
 constexpr attribute_class classes[] = {
-    {11, "PPTP Ethernet UNI", pptp_ethernet_uni},
-    {45, "MAC bridge service profile", bridge_service_profile},
-    {47, "MAC bridge port configuration data", bridge_port},
-    {78, "VLAN tagging operation configuration data", vlan_tagging_operation},
-    {84, "VLAN tagging filter data", vlan_tagging_filter},
-    {130, "802.1p mapper service profile", mapper_service_profile},
-    {171, "extended VLAN tagging operation configuration data", extended_vlan_tagging},
-    {262, "T-CONT", t_cont},
-    {266, "GEM interworking TP", gem_interworking_tp},
-    {268, "GEM port network CTP", gem_port_network_ctp},
-    {277, "priority queue", priority_queue},
-    {278, "traffic scheduler", traffic_scheduler},
-    {280, "traffic descriptor", traffic_descriptor},
-    {281, "multicast GEM interworking TP", multicast_gem_interworking_tp},
-    {329, "virtual Ethernet interface point", virtual_ethernet_interface_point},
+    {me_class::pptp, "PPTP Ethernet UNI", pptp_ethernet_uni},
+    {me_class::mbsp, "MAC bridge service profile", bridge_service_profile},
+    {me_class::mbpcd, "MAC bridge port configuration data", bridge_port},
+    {me_class::vtocd, "VLAN tagging operation configuration data", vlan_tagging_operation},
+    {me_class::vtfd, "VLAN tagging filter data", vlan_tagging_filter},
+    {me_class::mapper, "802.1p mapper service profile", mapper_service_profile},
+    {me_class::evtocd, "extended VLAN tagging operation configuration data", extended_vlan_tagging},
+    {me_class::tcont, "T-CONT", t_cont},
+    {me_class::gemiw, "GEM interworking TP", gem_interworking_tp},
+    {me_class::gemctp, "GEM port network CTP", gem_port_network_ctp},
+    {me_class::pq, "priority queue", priority_queue},
+    {me_class::ts, "traffic scheduler", traffic_scheduler},
+    {me_class::td, "traffic descriptor", traffic_descriptor},
+    {me_class::multigemiw, "multicast GEM interworking TP", multicast_gem_interworking_tp},
+    {me_class::veip, "virtual Ethernet interface point", virtual_ethernet_interface_point},
 };
 
 } // namespace

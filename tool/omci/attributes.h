@@ -16,8 +16,6 @@
 
 namespace gponflow::omci {
 
-enum class notation : uint8_t { decimal, hexadecimal };
-
 /// One attribute in OMCI order.
 struct attribute {
     std::string_view name;  ///< for people, after G.988
@@ -25,7 +23,6 @@ struct attribute {
     bool set_by_create;     ///< a create carries it
     std::string_view field; ///< of the raw record; empty: carried but not mirrored
     uint8_t element = 0;    ///< where in an array field
-    notation shown = notation::decimal;
 };
 
 /// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.
@@ -43,10 +40,10 @@ constexpr uint16_t attribute_bit(size_t index)
     return static_cast<uint16_t>(0x8000u >> index);
 }
 
-/// The 15 mirrored classes, by rising id.
+/// The mirrored classes, by rising id.
 std::span<const attribute_class> attribute_classes();
 
-/// Null when the module does not mirror the class.
+/// Null when the module does not line_model the class.
 const attribute_class* find_attribute_class(uint16_t id);
 
 /// All attributes that a create carries: the mask that goes with a create.

@@ -38,7 +38,7 @@ std::string request_text(const message& msg)
 struct command {
     const exchange& item;
     const attribute_class& cls;
-    const me_class_fields& fields;
+    const class_record& fields;
     outcome result;
     uint16_t mask = 0;
     value_list list;
@@ -92,7 +92,7 @@ void converter::take_configuration(const exchange& item)
     if (!result.done)
         return refuse(item, result.why);
     const attribute_class* cls = find_attribute_class(msg.class_id);
-    const me_class_fields* fields = find_me_class(msg.class_id);
+    const class_record* fields = find_me_class(msg.class_id);
     if (cls == nullptr || fields == nullptr) {
         ++count_of(counts.unmirrored[msg.class_id], msg.type);
         return;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "include/me_class_id.h"
 #include "tool/omci/frame.h"
 #include "tool/omci/scenario_text.h"
 
@@ -11,7 +12,6 @@ namespace gponflow::omci {
 namespace {
 
 constexpr uint16_t onu_g = 256;
-constexpr uint16_t priority_queue = 277;
 constexpr size_t traffic_management_option = 3;
 constexpr size_t related_port = 5;
 
@@ -42,7 +42,7 @@ void default_configuration::learn(uint16_t class_id, uint16_t instance, const va
         const auto option = find_value(list, traffic_management_option);
         if (!option.empty())
             traffic_option = option[0];
-    } else if (class_id == priority_queue) {
+    } else if (class_id == me_class::pq) {
         const auto port = find_value(list, related_port);
         if (!port.empty())
             learn_queue(instance, port);

@@ -29,7 +29,7 @@ uint32_t greatest(size_t width)
 }
 
 // One value of a field, narrowed to the greatest that its width holds.
-bool write_element(record& rec, const me_field& field, size_t element,
+bool write_element(record& rec, const gpon_me_field& field, size_t element,
                    std::span<const uint8_t> bytes)
 {
     const uint32_t value = read_value(bytes);
@@ -66,13 +66,14 @@ value_list split_values(const attribute_class& cls, uint16_t mask, std::span<con
     return list;
 }
 
-std::string write_attribute(record& rec, const me_class_fields& fields, const attribute& attr,
+std::string write_attribute(record& rec, const class_record& fields, const attribute& attr,
                             std::span<const uint8_t> bytes)
 {
-    const me_field* field = attr.field.empty() ? nullptr : find_field(fields.fields, attr.field);
+    const gpon_me_field* field =
+        attr.field.empty() ? nullptr : find_field(fields.fields, attr.field);
     if (field == nullptr)
         return {};
-    if (field->bytes) {
+    if (is_byte_string(*field)) {
         std::ranges::copy(bytes.first(std::min<size_t>(bytes.size(), field->count)),
                           rec.raw.begin() + field->offset);
         return {};
@@ -88,7 +89,7 @@ std::string write_attribute(record& rec, const me_class_fields& fields, const at
     return {};
 }
 
-record& record_store::at(const me_class_fields& fields, uint16_t instance)
+record& record_store::at(const class_record& fields, uint16_t instance)
 {
     const auto [place, made] = records.try_emplace({fields.id, instance});
     record& rec = place->second;
@@ -101,7 +102,7 @@ record& record_store::at(const me_class_fields& fields, uint16_t instance)
 
 void record_store::learn(const attribute_class& cls, uint16_t instance, const value_list& list)
 {
-    const me_class_fields* fields = find_me_class(cls.id);
+    const class_record* fields = find_me_class(cls.id);
     if (fields == nullptr)
         return;
     record& rec = at(*fields, instance);

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
 
 namespace gponflow::omci {
@@ -33,21 +33,21 @@ value_list split_values(const attribute_class& cls, uint16_t mask, std::span<con
 
 /// One instance's raw record as the module's OMCI stack hands it over.
 struct record {
-    std::vector<uint8_t> raw; ///< little-endian, me_class_fields::raw_size bytes
+    std::vector<uint8_t> raw; ///< little-endian, class_record::raw_size bytes
     uint16_t commanded = 0;   ///< attributes that the OLT wrote
     bool created = false;     ///< a create was seen, or the ONU listed the instance
 };
 
 /// Writes one attribute into the record; attributes that are not mirrored change nothing. The
 /// answer is empty, or says that the value did not fit its field, which then holds the greatest.
-std::string write_attribute(record& rec, const me_class_fields& fields, const attribute& attr,
+std::string write_attribute(record& rec, const class_record& fields, const attribute& attr,
                             std::span<const uint8_t> bytes);
 
 /// All records by class and instance.
 class record_store {
 public:
     /// The instance's record, made with all fields 0 if there is none yet.
-    record& at(const me_class_fields& fields, uint16_t instance);
+    record& at(const class_record& fields, uint16_t instance);
 
     /// What the ONU itself reports (MIB upload, get): fills attributes that the OLT has not
     /// written, since a report may be older than the command.

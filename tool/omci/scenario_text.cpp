@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <vector>
 
 namespace gponflow::omci {
 
@@ -22,7 +23,7 @@ std::string hex_bytes(std::span<const uint8_t> bytes)
     return text;
 }
 
-uint32_t element_value(const record& rec, const me_field& field, size_t element)
+uint32_t element_value(const record& rec, const gpon_me_field& field, size_t element)
 {
     uint32_t value = 0;
     for (size_t i = field.width; i > 0; --i)
@@ -30,20 +31,20 @@ uint32_t element_value(const record& rec, const me_field& field, size_t element)
     return value;
 }
 
-std::span<const uint8_t> field_bytes(const record& rec, const me_field& field)
+std::span<const uint8_t> field_bytes(const record& rec, const gpon_me_field& field)
 {
     return std::span(rec.raw).subspan(field.offset, size_t{field.width} * field.count);
 }
 
-notation field_notation(const attribute_class& cls, std::string_view field)
+// Ids, codes and the elements of lists are hexadecimal.
+bool is_hexadecimal(const gpon_me_field& field)
 {
-    const auto found = std::ranges::find(cls.attributes, field, &attribute::field);
-    return found == cls.attributes.end() ? notation::decimal : found->shown;
+    return field.notation == gpon_notation::hex || field.count > 1;
 }
 
-std::string field_value(const record& rec, const me_field& field, notation shown)
+std::string field_value(const record& rec, const gpon_me_field& field)
 {
-    if (field.bytes)
+    if (is_byte_string(field))
         return hex_bytes(field_bytes(rec, field));
     size_t count = field.count; // what is left out at the end reads as 0
     while (count > 1 && element_value(rec, field, count - 1) == 0)
@@ -52,10 +53,17 @@ std::string field_value(const record& rec, const me_field& field, notation shown
     for (size_t i = 0; i < count; ++i) {
         const uint32_t value = element_value(rec, field, i);
         text += i == 0 ? "" : ",";
-        text += shown == notation::hexadecimal ? hex_text(value, 2 * field.width)
-                                               : std::to_string(value);
+        text += is_hexadecimal(field) ? hex_text(value, 2 * field.width) : std::to_string(value);
     }
     return text;
+}
+
+// In the order of the raw record.
+std::vector<gpon_me_field> by_place(std::span<const gpon_me_field> fields)
+{
+    std::vector<gpon_me_field> sorted(fields.begin(), fields.end());
+    std::ranges::sort(sorted, {}, &gpon_me_field::offset);
+    return sorted;
 }
 
 bool named_by_mask(const attribute_class& cls, uint16_t mask, std::string_view field)
@@ -72,7 +80,7 @@ bool all_zero(std::span<const uint8_t> bytes)
     return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
 }
 
-std::string head(std::string_view verb, const me_class_fields& fields, uint16_t instance)
+std::string head(std::string_view verb, const class_record& fields, uint16_t instance)
 {
     return "me " + std::string(verb) + " " + std::string(fields.name) + " " +
            hex_text(instance, id_digits);
@@ -87,20 +95,21 @@ std::string hex_text(uint32_t value, int digits)
     return text.data();
 }
 
-std::string me_line(std::string_view verb, const me_class_fields& fields,
-                    const attribute_class& cls, uint16_t instance, uint16_t mask, const record& rec)
+std::string me_line(std::string_view verb, const class_record& fields, const attribute_class& cls,
+                    uint16_t instance, uint16_t mask, const record& rec)
 {
     std::string line = head(verb, fields, instance) + " mask=" + hex_text(mask, id_digits);
-    for (const me_field& field : fields.fields.subspan(1)) { // instID is the instance
+    for (const gpon_me_field& field : by_place(fields.fields)) {
+        if (field.offset == 0) // instID is the instance
+            continue;
         if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
             continue;
-        line += " " + std::string(field.name) + "=" +
-                field_value(rec, field, field_notation(cls, field.name));
+        line += " " + std::string(field.name) + "=" + field_value(rec, field);
     }
     return line;
 }
 
-std::string delete_line(const me_class_fields& fields, uint16_t instance)
+std::string delete_line(const class_record& fields, uint16_t instance)
 {
     return head("delete", fields, instance);
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
 #include "tool/omci/mib.h"
 
@@ -17,12 +17,11 @@ std::string hex_text(uint32_t value, int digits);
 
 /// `me create CLASS INST mask=M FIELD=VALUE ...`: the fields that differ from 0 and those that
 /// the mask names, so that a pointer cleared on purpose is seen. No line feed.
-std::string me_line(std::string_view verb, const me_class_fields& fields,
-                    const attribute_class& cls, uint16_t instance, uint16_t mask,
-                    const record& rec);
+std::string me_line(std::string_view verb, const class_record& fields, const attribute_class& cls,
+                    uint16_t instance, uint16_t mask, const record& rec);
 
 /// `me delete CLASS INST`; a delete carries neither mask nor attributes.
-std::string delete_line(const me_class_fields& fields, uint16_t instance);
+std::string delete_line(const class_record& fields, uint16_t instance);
 
 /// The attributes of a command that no raw record field holds: "port num 0x01, ...".
 std::string unmirrored_text(const attribute_class& cls, const value_list& list);

@@ -15,8 +15,6 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint16_t bridge_port_class = 47;
-
 // The rest of a replayed rule's steps may be left over from a branch that was given up, and names
 // no instance.
 std::vector<me_id> way_of(const walk_story& story)
@@ -29,13 +27,13 @@ std::vector<me_id> way_of(const walk_story& story)
 }
 
 // The bridge that the frame crossed: a walk ends at its last port, a replay begins at its own.
-std::string bridge_text(const walk_story& story, const mirror& entities)
+std::string bridge_text(const walk_story& story, const line_model& entities)
 {
     std::vector<me_id> way = way_of(story);
     if (!story.replayed)
         std::ranges::reverse(way);
-    const auto port = std::ranges::find(way, bridge_port_class, &me_id::class_id);
-    const mirrored_instance* me = port == way.end() ? nullptr : entities.find(*port);
+    const auto port = std::ranges::find(way, me_class::mbpcd, &me_id::class_id);
+    const me_instance* me = port == way.end() ? nullptr : entities.find(*port);
     return me ? "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID) : "no bridge";
 }
 

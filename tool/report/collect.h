@@ -64,7 +64,7 @@ struct report_data {
     std::vector<drop_row> drops;             ///< the most frequent first
     uint64_t drops_left_out = 0;             ///< frames beyond the most that are explained
     std::optional<rule_table> rules;         ///< at the end
-    mirror entities;                         ///< at the end
+    line_model entities;                     ///< at the end
     std::vector<finding> findings;
 };
 

@@ -40,7 +40,7 @@ private:
 
 } // namespace
 
-std::string svg_of(const mirror& entities)
+std::string svg_of(const line_model& entities)
 {
     std::ostringstream dot;
     write_dot(entities, {}, dot);

@@ -9,6 +9,6 @@ namespace gponflow {
 
 /// The graph of managed entities as an <svg> element. Throws std::runtime_error when the command
 /// dot is not there or fails.
-std::string svg_of(const mirror& entities);
+std::string svg_of(const line_model& entities);
 
 } // namespace gponflow

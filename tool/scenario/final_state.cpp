@@ -5,7 +5,7 @@
 
 namespace gponflow {
 
-void apply(const scenario_line& line, mirror& entities)
+void apply(const scenario_line& line, line_model& entities)
 {
     if (const auto* me = std::get_if<me_command>(&line.command))
         entities.apply(*me, line.line);
@@ -14,12 +14,12 @@ void apply(const scenario_line& line, mirror& entities)
     else if (std::holds_alternative<clean_command>(line.command))
         entities.clear();
     else if (std::holds_alternative<load_command>(line.command))
-        entities = mirror();
+        entities = line_model();
 }
 
-mirror final_entities(const scenario& input)
+line_model final_entities(const scenario& input)
 {
-    mirror entities;
+    line_model entities;
     for (const scenario_line& line : input.lines)
         apply(line, entities);
     return entities;

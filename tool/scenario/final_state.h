@@ -9,10 +9,10 @@ namespace gponflow {
 
 /// Applies one line to the entities: me and config commands change them, clean and load remove
 /// them. Other commands change nothing; unload leaves the entities as they were.
-void apply(const scenario_line& line, mirror& entities);
+void apply(const scenario_line& line, line_model& entities);
 
 /// The managed entities after the last line.
-[[nodiscard]] mirror final_entities(const scenario& input);
+[[nodiscard]] line_model final_entities(const scenario& input);
 
 /// The scenario without its last unload and the lines after it, unless a load follows: the state
 /// before that unload is what is of interest.

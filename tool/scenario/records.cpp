@@ -5,7 +5,7 @@
 #include <array>
 
 #include "include/uapi/gpon_flow.h"
-#include "tool/model/me_fields.h"
+#include "tool/model/class_records.h"
 #include "tool/scenario/values.h"
 #include "tool/text/message_words.h"
 
@@ -40,12 +40,12 @@ uint8_t read_message(const value& from)
 
 uint16_t read_class(const value& from)
 {
-    if (const me_class_fields* named = find_me_class(from.text))
+    if (const class_record* named = find_me_class(from.text))
         return named->id;
     if (looks_like_number(from.text))
         return read_field<uint16_t>(from);
     std::vector<std::string_view> known;
-    for (const me_class_fields& row : me_classes())
+    for (const class_record& row : me_classes())
         known.push_back(row.name);
     from.fail("neither a number nor a class name" + suggestion(from.text, known));
 }
@@ -56,7 +56,7 @@ void store(bytes& record, size_t offset, size_t width, uint64_t number)
         record[offset + i] = static_cast<uint8_t>(number >> (8 * i));
 }
 
-void write_blob(bytes& record, const me_field& field, const value& from)
+void write_blob(bytes& record, const gpon_me_field& field, const value& from)
 {
     const bytes blob = read_hex(from);
     if (blob.size() != field.count)
@@ -75,7 +75,7 @@ std::vector<value> split_list(const value& from)
     return items;
 }
 
-void write_numbers(bytes& record, const me_field& field, const value& from)
+void write_numbers(bytes& record, const gpon_me_field& field, const value& from)
 {
     const uint64_t most = UINT64_MAX >> (64 - 8 * field.width);
     const std::vector<value> items = split_list(from);
@@ -89,14 +89,15 @@ void write_numbers(bytes& record, const me_field& field, const value& from)
 }
 
 // A rule for each field. The rules refer to the record until the options are read.
-std::vector<option_rule> field_rules(std::span<const me_field> fields, bytes& record, bool& used)
+std::vector<option_rule> field_rules(std::span<const gpon_me_field> fields, bytes& record,
+                                     bool& used)
 {
     std::vector<option_rule> rules;
-    for (const me_field& field : fields)
+    for (const gpon_me_field& field : fields)
         rules.push_back({field.name, [&field, &record, &used](const value& from) {
                              used = true;
-                             field.bytes ? write_blob(record, field, from)
-                                         : write_numbers(record, field, from);
+                             is_byte_string(field) ? write_blob(record, field, from)
+                                                   : write_numbers(record, field, from);
                          }});
     return rules;
 }
@@ -110,7 +111,7 @@ bytes read_whole_record(const value& from, size_t size)
     return raw;
 }
 
-bytes default_record(const me_class_fields* known, uint16_t instance)
+bytes default_record(const class_record* known, uint16_t instance)
 {
     bytes record(known ? known->raw_size : unknown_class_bytes);
     if (known)
@@ -121,7 +122,7 @@ bytes default_record(const me_class_fields* known, uint16_t instance)
 // The record of `fields`, or all of it at once from raw=.
 class record_reader {
 public:
-    record_reader(std::span<const me_field> fields, bytes initial)
+    record_reader(std::span<const gpon_me_field> fields, bytes initial)
         : record(std::move(initial)), rules_(field_rules(fields, *record, fields_used_))
     {
     }
@@ -158,8 +159,8 @@ any_command parse_me(std::span<const word> words)
     result.class_id = read_class({"class", words[1].text, words[1].column});
     result.instance = read_field<uint16_t>({"instance id", words[2].text, words[2].column});
 
-    const me_class_fields* known = find_me_class(result.class_id);
-    record_reader reader(known ? known->fields : std::span<const me_field>(),
+    const class_record* known = find_me_class(result.class_id);
+    record_reader reader(known ? known->fields : std::span<const gpon_me_field>(),
                          default_record(known, result.instance));
     reader.add({"mask", [&](const value& from) { result.mask = read_field<uint16_t>(from); }});
     reader.add({"raw", [&](const value& from) {

@@ -1,0 +1,137 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: new_class_test.sh BUILD-FOLDER
+#
+# A new class is one source and one row. This test adds both to a copy of the core's sources, links
+# them in front of the objects of the build, and expects module and tool to know the class.
+set -eu
+
+build=$(readlink -f "$1")
+root=$PWD
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+failed=0
+
+cp -r src "$scratch/src"
+
+cat >"$scratch/src/me_class/imaginary_class.cpp" <<'SOURCE'
+#include "attribute_handlers.h"
+#include "classes.h"
+#include "dump_columns.h"
+
+namespace {
+
+struct raw_imaginary {
+    u16 instID;
+    u16 portPointer;
+    u32 level;
+    u16 shades[3];
+};
+
+constexpr gpon_me_field FIELDS[] = {
+    GPON_FIELD(raw_imaginary, instID, hex),
+    GPON_FIELD(raw_imaginary, portPointer, hex),
+    GPON_FIELD(raw_imaginary, level, decimal),
+    GPON_FIELD(raw_imaginary, shades, decimal),
+};
+constexpr gpon_me_pointer PORT = {.field = GPON_FIELD(raw_imaginary, portPointer, hex),
+                                  .mask = 0x8000,
+                                  .class_id = me_class::imaginary};
+constexpr gpon_me_pointer POINTERS[] = {PORT};
+
+i32 report_port(gpon_me_cmd* cmd)
+{
+    const auto* me = gpon::enter_handler<raw_imaginary>(cmd);
+    return me ? gpon::report_pointer(cmd, {me_class::imaginary, me->instID}, PORT, me) : -1;
+}
+
+constexpr gpon_me_related_info RELATED[] = {{me_class::imaginary, "imaginaryInst", nullptr, 2},
+                                            {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, report_port}, {}};
+
+} // namespace
+
+GPON_MODULE_DATA constinit list_head gpon_imaginary_list = {&gpon_imaginary_list,
+                                                            &gpon_imaginary_list};
+
+constinit const gpon_me_list_info imaginaryListInfo = {
+    .dump_raw = gpon::dump_fields<FIELDS>,
+    .raw_size = sizeof(raw_imaginary),
+    .related_info = RELATED,
+    .related_info_size = sizeof(RELATED),
+    .attr_ops = ATTR_OPS,
+    .head = &gpon_imaginary_list,
+    .fields = FIELDS,
+    .pointers = POINTERS,
+};
+SOURCE
+row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", CREATED_BY_OLT, imaginaryListInfo, gpon_imaginary_list)'
+sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
+
+# The line with which the build makes an output.
+command_of() {
+    ninja -C "$build" -t commands "$1" | tail -n 1
+}
+
+object_of() { # SOURCE
+    ninja -C "$build" -t targets all | sed -nE "s#^(.*/${1#tool/}\.o): CXX_COMPILER.*#\1#p" | head -n 1
+}
+
+# compile SOURCE [LIKE]: a source against the copied headers, with the command for LIKE.
+objects=()
+compile() {
+    local like=${2:-$1} object line output=$scratch/${1//\//-}.o
+    object=$(object_of "$like")
+    line=$(command_of "$object")
+    line=${line//"-c $root/$like"/"-c $root/$1"}
+    line=${line//"$root/src"/"$scratch/src"}
+    line=${line//"-o $object"/"-o $output"}
+    line=${line//"$object.d"/"$output.d"}
+    (cd "$build" && eval "$line")
+    objects+=("$output")
+}
+
+# Everything that goes through the rows of the table is compiled again; nothing else is.
+mapfile -t readers < <(grep -lrwE 'GPON_ME_ROWS|me_table' --include='*.cpp' src tool)
+for source in "${readers[@]}"; do
+    compile "$source"
+done
+compile src/me_class/imaginary_class.cpp src/me_class/class_table.cpp
+
+line=$(command_of bin/gponflow)
+line=${line//" -o bin/gponflow "/" -o $scratch/gponflow ${objects[*]} "}
+(cd "$build" && eval "${line#": && "}")
+
+cat >"$scratch/line.scn" <<'SCENARIO'
+load
+me create IMAGINARY_CLASS 1 portPointer=0x0001 level=70000 shades=1,2,3
+me create 300 2 portPointer=1 level=5
+me create 300 3 portPointer=9
+debug show raw_data 300
+SCENARIO
+
+# expect WHAT TEXT COMMAND...: TEXT is among what the command prints.
+expect() {
+    local output
+    output=$("${@:3}" 2>&1) || true
+    if [[ $output != *"$2"* ]]; then
+        printf '%s: no "%s" in:\n%s\n' "$1" "$2" "$output"
+        failed=1
+    fi
+}
+
+new=$scratch/gponflow
+expect "the build without the class" "not a class name" "$build/bin/gponflow" run "$scratch/line.scn"
+expect "dump, title" "dump IMAGINARY_CLASS(classId = 300):" "$new" run "$scratch/line.scn"
+expect "dump, columns" "    instID | portPointer |      level | " "$new" run "$scratch/line.scn"
+expect "dump, values" "    0x0001 |      0x0001 |      70000 | " "$new" run "$scratch/line.scn"
+expect "dump, list" "shades =     1     2     3" "$new" run "$scratch/line.scn"
+expect "dump, links" "imaginaryInst = 0x0001 0x0002" "$new" run "$scratch/line.scn"
+expect "graph, node" '"IMAGINARY_CLASS 0x0001" [label=' "$new" graph "$scratch/line.scn"
+expect "graph, edge" '"IMAGINARY_CLASS 0x0002" -> "IMAGINARY_CLASS 0x0001" [label="portPointer"' \
+    "$new" graph "$scratch/line.scn"
+expect "check" "portPointer names IMAGINARY_CLASS 0x0009, which does not exist" \
+    "$new" check "$scratch/line.scn"
+expect "completion" "IMAGINARY_CLASS" "$new" completion
+exit "$failed"

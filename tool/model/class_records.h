@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The classes of managed entities as the module's own records describe them, and the fields of the
+// default configuration.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "include/me_attribute.h"
+
+namespace gponflow {
+
+/// Instances of a class that an instance records as pointing at it.
+struct recordable_links {
+    uint16_t class_id;
+    size_t capacity; ///< instances; above 1 the module prints a list
+};
+
+/// One class of the module's class table.
+struct class_record {
+    uint16_t id;
+    std::string_view name;                     ///< "802_1P_MAPPER"
+    size_t raw_size;                           ///< bytes of the raw attribute record
+    bool created_by_links;                     ///< a link to a missing instance creates it
+    bool scheduling;                           ///< known to the walk, but no frame passes
+    std::span<const gpon_me_field> fields;     ///< in the order of the module's dump
+    std::span<const gpon_me_pointer> pointers; ///< in the order in which the module follows them
+    std::vector<recordable_links> links;
+    /// Writes the attributes of an instance that a link creates; null: all are 0.
+    void (*fill_defaults)(void* raw, const gpon_flow_cfg_data& configuration);
+};
+
+/// All classes in the order of the module's class table.
+std::span<const class_record> me_classes();
+
+/// Null when the class table does not hold the class.
+const class_record* find_me_class(uint16_t id);
+
+/// The same by name, in any letter case.
+const class_record* find_me_class(std::string_view name);
+
+/// The fields of gpon_flow_cfg_data that the module reads.
+std::span<const gpon_me_field> cfg_fields();
+
+/// Field names are case sensitive; null when there is none of that name.
+const gpon_me_field* find_field(std::span<const gpon_me_field> fields, std::string_view name);
+
+/// Whether the field is written as a string of hexadecimal digits without separators.
+bool is_byte_string(const gpon_me_field& field);
+
+} // namespace gponflow
