@@ -122,7 +122,7 @@ expect() {
 }
 
 new=$scratch/gponflow
-expect "the build without the class" "not a class name" "$build/bin/gponflow" run "$scratch/line.scn"
+expect "the build without the class" "neither a number nor a class name" "$build/bin/gponflow" run "$scratch/line.scn"
 expect "dump, title" "dump IMAGINARY_CLASS(classId = 300):" "$new" run "$scratch/line.scn"
 expect "dump, columns" "    instID | portPointer |      level | " "$new" run "$scratch/line.scn"
 expect "dump, values" "    0x0001 |      0x0001 |      70000 | " "$new" run "$scratch/line.scn"
