@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# What "cmake --install" installs: the tool, and what it says of itself as a manual page and as
-# the completion of bash.
+# "cmake --install" installs the tool, its manual page and its bash completion.
 include(GNUInstallDirs)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 

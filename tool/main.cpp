@@ -49,7 +49,7 @@ int main(int argc, char** argv)
     } catch (const CLI::RuntimeError& outcome) {
         return outcome.get_exit_code();
     } catch (const CLI::ParseError& error) {
-        // Help and version come this way too, with status 0.
+        // --help and --version also arrive here, with status 0.
         if (error.get_exit_code() == 0)
             return app.exit(error);
         std::cerr << "gponflow: " << error.what()

@@ -11,7 +11,8 @@ namespace gponflow {
 /// device refuses.
 class soft_onu {
 public:
-    soft_onu(); ///< Opens the device; mapping calls are then reported in the kernel log.
+    /// Opens the device. Mapping calls are then reported in the kernel log.
+    soft_onu();
     ~soft_onu();
     soft_onu(const soft_onu&) = delete;
     soft_onu& operator=(const soft_onu&) = delete;

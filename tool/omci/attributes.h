@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The OMCI attributes of the mirrored managed entity classes (ITU-T G.988 clause 9) and where
-// each goes in the module's raw record.
+// each is stored in the raw record of the module.
 //
-// The module's attribute masks and OMCI's number attributes alike, with one exception that the
-// conversion leaves alone: in class 268 the module links the downstream traffic descriptor on
-// attribute 7 (OMCI: downstream priority queue) while its value is OMCI's attribute 9. Masks are
-// handed on as they came, as an OMCI stack does.
+// The attribute masks of the module number attributes as OMCI does, with one exception: in class
+// 268 the module links the downstream traffic descriptor on attribute 7 (OMCI: downstream priority
+// queue), while its value is attribute 9 of OMCI. Masks are passed on unchanged, as an OMCI stack
+// does.
 #pragma once
 
 #include <cstddef>

@@ -95,7 +95,7 @@ std::string no_message(const capture& cap)
     return text;
 }
 
-// libpcap names the file in some of its errors; whoever reports ours names it in all.
+// libpcap prefixes some errors with the file name; the caller adds it to all.
 std::string without_path(std::string_view error, const std::string& path)
 {
     const std::string prefix = path + ": ";
@@ -145,7 +145,7 @@ capture_result read_capture_bytes(std::span<const uint8_t> file,
 {
     if (file.empty())
         return {std::nullopt, "the capture is empty"};
-    // fmemopen only reads in mode "r", whatever its argument's type says.
+    // fmemopen only reads in mode "r" despite the type of its argument.
     FILE* stream = fmemopen(const_cast<uint8_t*>(file.data()), file.size(), "r");
     if (stream == nullptr)
         return {std::nullopt, std::strerror(errno)};

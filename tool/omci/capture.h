@@ -19,7 +19,7 @@ struct remark {
     std::string text;
 };
 
-/// What a capture holds for one ONU. Movable only: the messages point into `storage`.
+/// The messages of one ONU in a capture. Movable only: the messages point into `storage`.
 struct capture {
     capture() = default;
     capture(capture&&) = default;
@@ -27,19 +27,19 @@ struct capture {
 
     std::vector<std::vector<uint8_t>> storage; ///< the bytes of each OMCI frame
     std::vector<numbered_message> messages;
-    std::vector<remark> damaged;   ///< frames that look like OMCI and are not sound
+    std::vector<remark> damaged;   ///< frames that look like OMCI but are damaged
     std::vector<mac_address> onus; ///< addresses of the ONUs seen, each once
     size_t frames = 0;
-    size_t other_frames = 0;   ///< no OMCI in them
-    size_t skipped_frames = 0; ///< OMCI of another ONU than the one asked for
-    std::string cut_short;     ///< why reading ended before the end of the file; empty if not
+    size_t other_frames = 0;   ///< frames without OMCI
+    size_t skipped_frames = 0; ///< OMCI of other ONUs than the chosen one
+    std::string cut_short;     ///< why reading stopped before the end of the file; empty otherwise
 };
 
-/// A capture, or why it cannot be used.
+/// A capture, or the reason why it cannot be used.
 struct capture_result {
     std::optional<capture> cap;
     std::string error;
-    bool choose_onu = false; ///< the error is gone once one ONU is chosen
+    bool choose_onu = false; ///< choosing one ONU avoids the error
 };
 
 /// Reads a file; "-" is standard input. With `onu` only the messages from and to that address

@@ -34,7 +34,7 @@ std::string request_text(const message& msg)
     return type_name(msg.type) + " " + class_title(msg.class_id) + " " + hex_text(msg.instance, 4);
 }
 
-// One request on its way into the scenario.
+// One request during its conversion.
 struct command {
     const exchange& item;
     const attribute_class& cls;
@@ -113,7 +113,7 @@ void converter::take_delete(command& cmd)
     ++counts.written.deletes;
 }
 
-// Splits the attributes by the mask as it was sent; those that the ONU refused are then left out.
+// Splits the attributes by the mask of the request, then removes those that the ONU refused.
 void converter::take_values(command& cmd)
 {
     const message& msg = cmd.item.request.msg;
@@ -146,8 +146,9 @@ void converter::apply(command& cmd)
 {
     const message& msg = cmd.item.request.msg;
     introduce(cmd.item, cmd.result);
+    // Attributes that a create does not contain start at 0.
     if (msg.type == create)
-        store.erase(msg.class_id, msg.instance); // what a create does not carry starts from 0
+        store.erase(msg.class_id, msg.instance);
     record& rec = store.at(cmd.fields, msg.instance);
     const std::string unmirrored = unmirrored_text(cmd.cls, cmd.list);
     if (!unmirrored.empty())
@@ -192,8 +193,8 @@ void converter::take_reset(const exchange& item)
     ++counts.resets;
 }
 
-// The ONU that comes back starts with an empty module; whether its MIB survived, the capture
-// shows by what the OLT does next.
+// After a reboot the ONU starts with an empty module. The following requests of the OLT show
+// whether the MIB survived.
 void converter::take_reboot(const exchange& item)
 {
     ++counts.other_types[reboot];

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A captured OMCI bring-up as a scenario that runs by itself.
+// Converts a captured OMCI bring-up to a self-contained scenario.
 #pragma once
 
 #include <string>
@@ -15,11 +15,11 @@ struct conversion {
     conversion_summary counts;
 };
 
-/// The scenario loads the module, switches the engine on, gives the default configuration as far
-/// as the ONU reported it, and repeats every command that the ONU carried out: MIB reset as
-/// `clean`, create, set and delete of the mirrored classes as `me`. A comment over each command
-/// names its frames; refused and damaged messages and classes that are not mirrored appear as
-/// comments only. `title` names the capture in the first comment.
+/// The scenario loads the module, turns the engine on, sets the part of the default configuration
+/// that the ONU reported, and repeats every command that the ONU carried out: MIB reset as `clean`,
+/// create, set and delete of the mirrored classes as `me`. A comment above each command names its
+/// frames. Refused and damaged messages and classes that are not mirrored become comments. `title`
+/// names the capture in the first comment.
 conversion convert(const capture& cap, std::string_view title);
 
 } // namespace gponflow::omci

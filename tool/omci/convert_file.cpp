@@ -26,7 +26,7 @@ std::string title_of(const std::string& path)
 
 bool same_file(const std::string& left, const std::string& right)
 {
-    std::error_code unknown; // one that does not exist yet is another one
+    std::error_code unknown; // a file that does not exist is a different file
     return std::filesystem::equivalent(left, right, unknown);
 }
 

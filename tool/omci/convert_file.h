@@ -13,9 +13,9 @@ struct conversion_files {
     std::string onu;                 ///< address of one of several ONUs; empty: the only one
 };
 
-/// Converts; `out` stands for standard output and `err` takes one line a remark, each naming the
-/// file and the frame. Status 0: converted (refused and damaged messages are remarks); 1: the
-/// capture ends early, what it holds was converted; 2: nothing was written.
+/// Converts a capture. `out` is standard output; `err` receives one line per remark with file and
+/// frame. Status 0: converted (refused and damaged messages are remarks); 1: the capture ends early
+/// and was converted up to there; 2: nothing was written; 3: standard output could not be written.
 [[nodiscard]] int convert_file(const conversion_files& options, std::ostream& out,
                                std::ostream& err);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The CRC-32 that closes an OMCI message (ITU-T I.363.5 clause 9.2.1.2, as AAL5 uses it).
+// The CRC-32 at the end of an OMCI message (ITU-T I.363.5 clause 9.2.1.2, as AAL5 uses it).
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The part of the module's default configuration that an ONU's own reports give away.
+// The part of the module's default configuration that can be derived from reports of the ONU.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace gponflow::omci {
 
-/// ONU-G (G.988 9.1.1) as far as its traffic management option; not mirrored.
+/// ONU-G (G.988 9.1.1) up to its traffic management option; not mirrored.
 const attribute_class& onu_g_class();
 
 class default_configuration {
@@ -20,8 +20,8 @@ public:
     void learn(uint16_t class_id, uint16_t instance, const value_list& list);
 
     /// A `config` line, empty if nothing was learnt. The boundary between related ports of UNIs
-    /// and of T-CONTs lies below the upstream queues, told by the first bit of their id (9.2.10);
-    /// it is left out if queues of both directions overlap.
+    /// and of T-CONTs is below the upstream queues, which have the first bit of their id set
+    /// (9.2.10). It is omitted if queues of both directions overlap.
     std::string line() const;
 
 private:

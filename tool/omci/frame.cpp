@@ -70,7 +70,7 @@ bool all_zero(std::span<const uint8_t> bytes)
     return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
 }
 
-// What stands behind the part that the CRC covers: nothing, padding, or the CRC and padding.
+// The bytes after the part that the CRC covers: nothing, padding, or the CRC and padding.
 std::string check_crc(std::span<const uint8_t> covered, std::span<const uint8_t> rest)
 {
     if (all_zero(rest))

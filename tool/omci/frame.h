@@ -11,7 +11,7 @@
 
 namespace gponflow::omci {
 
-/// G.988 table 11.2.2-1: the actions that the conversion tells apart.
+/// G.988 table 11.2.2-1: the actions that the conversion distinguishes.
 enum message_type : uint8_t {
     create = 4,
     delete_me = 6,
@@ -22,7 +22,7 @@ enum message_type : uint8_t {
     reboot = 25,
 };
 
-/// One decoded message. `content` points into the bytes that were decoded and lives as they do.
+/// One decoded message. `content` points into the decoded bytes.
 struct message {
     uint16_t transaction = 0;
     uint8_t type = 0;                   ///< message_type or any other action number
@@ -34,15 +34,14 @@ struct message {
     std::span<const uint8_t> content; ///< 32 bytes in the baseline set
 };
 
-/// Either a message or what is wrong with the bytes.
+/// A message, or the reason why the bytes are no message.
 struct decoded {
     std::optional<message> msg;
     std::string fault;
 };
 
-/// Checks length, trailer and CRC. The CRC may be missing (44 bytes), as many captures take
-/// messages after the hardware removed it, or zero, as others blank it; Ethernet padding is
-/// tolerated behind either.
+/// Checks length, trailer and CRC. The CRC may be missing (44 bytes) where the hardware removed it
+/// before the capture, or zero. Ethernet padding is accepted after either.
 decoded decode_message(std::span<const uint8_t> bytes);
 
 /// Alarm, attribute value change, test result: sent by the ONU of its own accord.

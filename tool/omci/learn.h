@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the ONU reports about instances that it creates itself: a set of the OLT changes one
-// attribute of them, and the record needs the others too.
+// Reports of the ONU about instances that it creates itself: a set of the OLT changes one
+// attribute, and the record needs the others too.
 #pragma once
 
 #include "tool/omci/defaults.h"
@@ -9,8 +9,8 @@
 
 namespace gponflow::omci {
 
-/// Takes MIB upload parts and successful get responses; anything else, or a report that cannot be
-/// read, changes nothing.
+/// Reads MIB upload parts and successful get responses. Other or unreadable responses change
+/// nothing.
 void learn_from_response(const exchange& item, record_store& store,
                          default_configuration& defaults);
 

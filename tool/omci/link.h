@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Where an OMCI message lies in a captured frame, by link type.
+// The position of an OMCI message in a captured frame, by link type.
 #pragma once
 
 #include <array>
@@ -22,7 +22,7 @@ struct link_payload {
 /// link types reserved for private use (DLT_USER0 to 15), whose frames are bare messages.
 bool carries_omci(int link_type);
 
-/// Nothing when the frame carries something else or is too short to tell.
+/// Nothing when the frame has no OMCI or is too short.
 std::optional<link_payload> find_omci(int link_type, std::span<const uint8_t> frame);
 
 } // namespace gponflow::omci

@@ -95,7 +95,7 @@ record& record_store::at(const class_record& fields, uint16_t instance)
     record& rec = place->second;
     if (made) {
         rec.raw.assign(fields.raw_size, 0);
-        store_little_endian(std::span(rec.raw).first(2), instance); // every record begins with it
+        store_little_endian(std::span(rec.raw).first(2), instance); // every record starts with it
     }
     return rec;
 }

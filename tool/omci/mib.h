@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The raw records that an OMCI stack would hold for the mirrored instances, built up attribute by
-// attribute: a set carries some attributes only, the module wants the whole record each time.
+// The raw records that an OMCI stack holds for the mirrored instances. A set contains some
+// attributes only, but the module takes the whole record each time.
 #pragma once
 
 #include <cstdint>
@@ -15,23 +15,23 @@
 
 namespace gponflow::omci {
 
-/// One attribute's bytes as the message holds them, big-endian.
+/// The bytes of one attribute in the message, big-endian.
 struct attribute_value {
     size_t index; ///< in attribute_class::attributes
     std::span<const uint8_t> bytes;
 };
 
-/// The attributes of a message taken apart.
+/// The attributes of a message.
 struct value_list {
     std::vector<attribute_value> values;
-    uint16_t unknown_mask = 0; ///< bits behind the last attribute known of the class
-    std::string fault;         ///< why the values cannot be read; empty if they can
+    uint16_t unknown_mask = 0; ///< bits after the last known attribute of the class
+    std::string fault;         ///< why the values cannot be read; empty otherwise
 };
 
-/// Attribute values stand in a message in rising attribute order, without gaps.
+/// Splits the attribute values of a message: ascending order, without gaps.
 value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes);
 
-/// One instance's raw record as the module's OMCI stack hands it over.
+/// The raw record of one instance as an OMCI stack passes it to the module.
 struct record {
     std::vector<uint8_t> raw; ///< little-endian, class_record::raw_size bytes
     uint16_t commanded = 0;   ///< attributes that the OLT wrote
@@ -49,8 +49,8 @@ public:
     /// The instance's record, made with all fields 0 if there is none yet.
     record& at(const class_record& fields, uint16_t instance);
 
-    /// What the ONU itself reports (MIB upload, get): fills attributes that the OLT has not
-    /// written, since a report may be older than the command.
+    /// Takes a report of the ONU (MIB upload, get). It fills attributes that the OLT has not
+    /// written: the report may be older than the command.
     void learn(const attribute_class& cls, uint16_t instance, const value_list& list);
 
     void erase(uint16_t class_id, uint16_t instance) { records.erase({class_id, instance}); }

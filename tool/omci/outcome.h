@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the ONU made of a request.
+// The result of a request.
 #pragma once
 
 #include <cstdint>
@@ -13,11 +13,11 @@ struct outcome {
     bool done = false;
     uint16_t refused_mask = 0; ///< of a set that was done in part
     std::string why;           ///< not done: the reason
-    std::string note;          ///< done: what is odd about it, if anything
+    std::string note;          ///< done: a remark, or empty
 };
 
-/// A request without a response counts as done: captures of one direction exist, and an ONU
-/// answers nothing when it was not asked to.
+/// A request without a response counts as done: a capture may have one direction only, and an ONU
+/// does not respond unless the request asks for it.
 outcome judge(const exchange& item);
 
 /// "success", "device busy", ... (G.988 clause 11.2.3).

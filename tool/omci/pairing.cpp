@@ -8,9 +8,9 @@ namespace gponflow::omci {
 
 namespace {
 
-// An OLT has at most one request of each priority under way, so a repeated request stands close
-// behind its first sending. Farther away it is a new one whose transaction id came round again,
-// such as the MIB reset of a second bring-up.
+// An OLT has at most one outstanding request of each priority, so a repetition follows its first
+// transmission closely. Farther away, the transaction id has wrapped around and the request is a
+// new one, such as the MIB reset of a second bring-up.
 constexpr size_t repeat_window = 8;
 
 bool same_request(const message& left, const message& right)
@@ -22,8 +22,8 @@ bool same_request(const message& left, const message& right)
 
 bool answers(const message& response, const message& request)
 {
-    // Not compared: the instance. ONUs that copy it from the wrong place exist, and the
-    // transaction id leaves no doubt.
+    // The instance is not compared: some ONUs return a wrong one, and the transaction id is
+    // unambiguous.
     return response.type == request.type && response.class_id == request.class_id;
 }
 

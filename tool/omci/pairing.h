@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Requests of the OLT and the responses of the ONU, brought together by transaction id.
+// Requests of the OLT and responses of the ONU, paired by transaction id.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ struct numbered_message {
     message msg;
 };
 
-/// One request with what became of it.
+/// One request with its repetitions and response.
 struct exchange {
     numbered_message request;
     std::vector<size_t> repeats;              ///< frames that sent the same request again
@@ -26,16 +26,16 @@ struct exchange {
 
 struct pairing {
     std::vector<exchange> exchanges;                  ///< in the order of the requests
-    std::vector<numbered_message> unpaired_responses; ///< no captured request asked for them
+    std::vector<numbered_message> unpaired_responses; ///< without a captured request
     size_t notifications = 0;
 };
 
-/// Pairs the messages of one ONU, given in the order of the capture. A request that comes again
-/// under its transaction id joins its first sending; of several responses the first success
-/// counts, since an ONU may refuse to do twice what it did already.
+/// Pairs the messages of one ONU, in the order of the capture. A repeated request with the same
+/// transaction id is added to its first transmission. Of several responses the first success
+/// counts: an ONU may refuse to repeat a completed command.
 pairing pair_messages(std::span<const numbered_message> messages);
 
-/// The result code of a response (G.988 clause 11.2.3), nothing if it is too short to hold one.
+/// The result code of a response (G.988 clause 11.2.3), nothing if it is too short.
 std::optional<uint8_t> result_code(const message& response);
 
 } // namespace gponflow::omci

@@ -46,7 +46,7 @@ std::string field_value(const record& rec, const gpon_me_field& field)
 {
     if (is_byte_string(field))
         return hex_bytes(field_bytes(rec, field));
-    size_t count = field.count; // what is left out at the end reads as 0
+    size_t count = field.count; // omitted values at the end are 0
     while (count > 1 && element_value(rec, field, count - 1) == 0)
         --count;
     std::string text;

@@ -23,10 +23,10 @@ std::string me_line(std::string_view verb, const class_record& fields, const att
 /// `me delete CLASS INST`; a delete carries neither mask nor attributes.
 std::string delete_line(const class_record& fields, uint16_t instance);
 
-/// The attributes of a command that no raw record field holds: "port num 0x01, ...".
+/// The attributes of a command without a field of the raw record: "port num 0x01, ...".
 std::string unmirrored_text(const attribute_class& cls, const value_list& list);
 
-/// A comment that cannot break out of its line, whatever a file name or an error text holds.
+/// A comment line. Control characters of file names or error texts cannot end it.
 std::string comment_line(std::string_view text);
 
 } // namespace gponflow::omci

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What a conversion counted, and the comment that closes its scenario.
+// The counts of a conversion, and the comment at the end of its scenario.
 #pragma once
 
 #include <array>
@@ -14,7 +14,7 @@
 
 namespace gponflow::omci {
 
-/// Requests by what the OLT asked for.
+/// Requests by action.
 struct request_counts {
     size_t creates = 0;
     size_t sets = 0;
@@ -25,9 +25,9 @@ struct conversion_summary {
     request_counts written;                        ///< commands in the scenario
     size_t resets = 0;                             ///< MIB resets, `clean` in the scenario
     std::map<uint16_t, request_counts> unmirrored; ///< by class, done by the ONU
-    std::map<uint8_t, size_t> other_types;         ///< requests that configure nothing mirrored
+    std::map<uint8_t, size_t> other_types; ///< requests that do not configure mirrored classes
     std::vector<remark> refused;
-    std::vector<remark> unreadable; ///< sound messages with unreadable attributes
+    std::vector<remark> unreadable; ///< valid messages with unreadable attributes
     size_t without_response = 0;
     size_t repeats = 0;
     size_t extended = 0; ///< requests of the extended message set

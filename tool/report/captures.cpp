@@ -22,7 +22,7 @@ std::string quoted(const std::string& text)
     return result + '"';
 }
 
-// A file's name may have commas: its options begin at the first that is followed by NAME=.
+// A file name may contain commas: the options start at the first comma followed by NAME=.
 std::string command_text(const std::string& word)
 {
     static const std::regex first_option(",[a-z_]+=");
@@ -44,7 +44,7 @@ std::vector<scenario_line> capture_lines(const std::vector<std::string>& words)
 {
     std::vector<scenario_line> lines;
     for (const std::string& word : words) {
-        // Read as from standard input: relative names start at the working directory.
+        // Parsed as from standard input: relative names are relative to the working directory.
         parse_result parsed = parse_scenario(command_text(word), "-");
         std::vector<diagnostic> errors = std::move(parsed.errors);
         if (errors.empty())

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Captures that a command line names.
+// Captures named on a command line.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 namespace gponflow {
 
 /// Each word is "FILE" or "FILE,OPTION=VALUE,...", the options being those of a pcap command; kind
-/// is up_ani when it is not among them. The lines come with their frames. Throws
-/// std::runtime_error that says what is wrong.
+/// is up_ani when it is not among them. The lines include their frames. Throws
+/// std::runtime_error with the reason.
 std::vector<scenario_line> capture_lines(const std::vector<std::string>& words);
 
 } // namespace gponflow

@@ -153,7 +153,7 @@ private:
         }
     }
 
-    // A replay names only a part of its steps; the walk that learnt the rule has named them all.
+    // A replay logs only some of its steps; the walk that learnt the rule logged all.
     std::vector<me_id> whole_way(const flow_row& row, const walk_story& story)
     {
         if (!story.replayed)
@@ -167,7 +167,7 @@ private:
         const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
         auto known = flows_.find(id);
         if (known == flows_.end()) {
-            // The frames of what is left out still count for their direction and their reason.
+            // Frames beyond the limit still count for their direction and reason.
             if (data_.flows.size() == most_flows) {
                 ++data_.flows_left_out;
                 return;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What a report tells, as data: the frames of a scenario gathered to flows and to reasons of drops.
+// The data of a report: the frames of a scenario grouped by flow and by reason of drop.
 #pragma once
 
 #include <array>
@@ -22,22 +22,22 @@ enum class frame_fate {
     untouched ///< the engine is off, or the module is not loaded
 };
 
-/// Frames alike in everything that decides their way, and that ended alike.
+/// Frames with the same key, type, entry and outcome.
 struct flow_row {
     uint32_t kind = 0; ///< of the hook call
-    std::string entry; ///< "UNI 1", "GEM port 1025"; empty for the halves that begin at a bridge
+    std::string entry; ///< "UNI 1", "GEM port 1025"; empty for directions that start at a bridge
     flow_key key;
     std::string type; ///< "IPv4 UDP"
     frame_fate fate = frame_fate::passed;
-    std::string outcome; ///< where to, or why not
+    std::string outcome; ///< destination, or reason of the drop
     uint64_t frames = 0;
     uint64_t octets = 0;
     uint64_t quick = 0; ///< replayed a rule
-    std::string first;  ///< where its first frame stands
+    std::string first;  ///< source of its first frame
     std::vector<me_id> way;
 };
 
-/// Dropped frames of one direction with the same tags, that ended at the same places.
+/// Dropped frames of one direction with the same tags and reason.
 struct drop_row {
     uint32_t kind = 0;
     std::vector<vlan_tag> tags;
@@ -59,21 +59,21 @@ struct report_data {
     std::string scenario;
     std::vector<std::string> captures;
     std::array<direction_row, 4> directions; ///< by kind of hook call
-    std::vector<flow_row> flows;             ///< in the order of their first frames
-    uint64_t flows_left_out = 0;             ///< beyond the most that are listed
+    std::vector<flow_row> flows;             ///< in order of their first frames
+    uint64_t flows_left_out = 0;             ///< frames beyond the limit
     std::vector<drop_row> drops;             ///< the most frequent first
-    uint64_t drops_left_out = 0;             ///< frames beyond the most that are explained
+    uint64_t drops_left_out = 0;             ///< frames beyond the limit
     std::optional<rule_table> rules;         ///< at the end
     line_model entities;                     ///< at the end
     std::vector<finding> findings;
 };
 
-/// More than these make a page that nobody reads.
+/// Limits that keep the page readable.
 constexpr size_t most_flows = 2000;
 constexpr size_t most_drops = 30;
 
-/// Runs the scenario without its last unload and gathers what became of its frames. Frames of hook
-/// calls with a kind above 3 are run and not counted. Diagnostics as for run_scenario.
+/// Runs the scenario without its last unload and groups its frames. Frames of hook calls with a
+/// kind above 3 run but are not counted. Diagnostics as for run_scenario.
 exit_status collect_report(const scenario& input, backend& target, report_data& into,
                            std::ostream& diagnostics);
 

@@ -44,7 +44,7 @@ bool is_tag(unsigned type)
     return type == 0x8100 || type == 0x88a8 || type == 0x9100;
 }
 
-// Where the protocol of an IP header stands, behind the type.
+// Offset of the protocol field of an IP header after the type.
 std::optional<size_t> protocol_offset(unsigned type)
 {
     if (type == 0x0800)

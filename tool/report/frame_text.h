@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Frames in words and digits.
+// Frames as text.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace gponflow {
 
-/// What is behind the tags: "IPv4 UDP", "ARP", "type 0x88cc"; "cut short" when the frame ends
-/// first.
+/// The protocol after the tags: "IPv4 UDP", "ARP", "type 0x88cc"; "cut short" if the frame ends
+/// before.
 std::string type_text(const bytes& frame);
 
-/// Lines of 16 bytes: offset, digits, and what of them is ASCII.
+/// Lines of 16 bytes: offset, digits and ASCII characters.
 std::string hex_dump(const bytes& frame);
 
 } // namespace gponflow

@@ -7,8 +7,8 @@
 
 namespace gponflow {
 
-/// The report as one HTML page that needs nothing but itself. `picture` is an <svg> element, or
-/// empty; then `no_picture` says why there is none. All other text is escaped.
+/// The report as one self-contained HTML page. `picture` is an <svg> element, or empty; then
+/// `no_picture` is the reason. All other text is escaped.
 std::string report_page(const report_data& data, const std::string& picture,
                         const std::string& no_picture);
 

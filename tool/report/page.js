@@ -1,5 +1,5 @@
 "use strict";
-// The page is whole without this: what follows sorts, filters and marks what is there.
+// The page is complete without this script, which sorts, filters and highlights.
 (() => {
   const value = (row, column) => {
     const cell = row.cells[column];
@@ -85,7 +85,7 @@
     document.querySelectorAll("button.way").forEach((button) => button.remove());
   }
 
-  // Paper shows what a click would. Heads are repeated on each sheet, which leaves buttons out.
+  // Print what a click would open. Table heads repeat on each page, without buttons.
   const heads = [...document.querySelectorAll("th button")].map((button) => [button.parentElement, button]);
   addEventListener("beforeprint", () => {
     document.querySelectorAll("details").forEach((one) => { one.open = true; });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The files that the page is made of, as they stand beside this one.
+// The files of this folder that form the page.
 #pragma once
 
 namespace gponflow {

@@ -17,7 +17,7 @@ namespace gponflow {
 
 namespace {
 
-// A file of this process alone, gone at the end of its life.
+// A temporary file, deleted at the end of its lifetime.
 class scratch_file {
 public:
     scratch_file() : name_((std::filesystem::temp_directory_path() / "gponflow-XXXXXX").string())
@@ -46,7 +46,7 @@ std::string svg_of(const line_model& entities)
     write_dot(entities, {}, dot);
     const scratch_file picture;
     render_dot(dot.str(), "svg", picture.name());
-    // What stands before the element is for files of their own.
+    // The text before the element is only for stand-alone files.
     std::string text = read_source_text(picture.name());
     const size_t start = text.find("<svg");
     if (start == text.npos)

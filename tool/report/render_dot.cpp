@@ -16,7 +16,7 @@ namespace gponflow {
 
 namespace {
 
-// A pipe whose writing end outlives the reading process without killing this one.
+// Ignores SIGPIPE: dot may exit before it has read everything.
 void feed(int to, const std::string& text)
 {
     struct sigaction ignore = {};

@@ -11,7 +11,7 @@ namespace gponflow {
 
 namespace {
 
-// In the order in which a frame meets them.
+// In the order of the path of a frame.
 constexpr std::array<uint32_t, 4> kinds_in_order = {0, 1, 3, 2};
 
 template_value list()
@@ -57,7 +57,7 @@ std::string share(uint64_t part, uint64_t whole)
     return std::to_string(whole ? (100 * part + whole / 2) / whole : 0);
 }
 
-// Without the folders of a capture, which stand at the head of the page.
+// Without the folders of a capture, which are at the top of the page.
 std::string short_place(const std::string& place)
 {
     const size_t slash = place.rfind('/');

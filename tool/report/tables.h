@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The parts of a report as values of the page's template.
+// The parts of a report as values for the template of the page.
 #pragma once
 
 #include <kainjow/mustache.hpp>
@@ -10,7 +10,7 @@ namespace gponflow {
 
 using template_value = kainjow::mustache::data;
 
-// Each is a list, an entry a row.
+// Each is a list with one entry per row.
 template_value direction_values(const report_data& data);
 template_value drop_values(const report_data& data);
 template_value flow_values(const report_data& data);
