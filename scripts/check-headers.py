@@ -4,8 +4,8 @@
 
 usage: check-headers.py ROOT OBJECT...
 
-A source of the core has a header of its own or none: each function, member function
-and variable that src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
+A source of the core has a header of its own or none: each function, member function and variable
+that src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
 GPON_DEFINED_IN(ROOM) is defined in that room. The definitions come from the objects, which are
 named after their sources (.../src/ROOM/FILE.cpp.o), through nm (NM).
 
