@@ -18,6 +18,7 @@ case_list all_cases()
     add_chained_cases(cases);
     add_lfht_cases(cases);
     add_rte_hash_cases(cases);
+    add_outcome_cases(cases);
     add_flood_cases(cases);
     add_class_cases(cases);
     add_hook_cases(cases);

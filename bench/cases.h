@@ -47,6 +47,7 @@ const bench_case& find_case(const case_list& cases, const std::string& name);
 
 void add_header_cases(case_list& cases);
 void add_rule_cases(case_list& cases);
+void add_outcome_cases(case_list& cases);
 void add_flood_cases(case_list& cases);
 void add_class_cases(case_list& cases);
 void add_hook_cases(case_list& cases);

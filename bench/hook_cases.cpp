@@ -64,8 +64,11 @@ std::vector<std::unique_ptr<frame>> frames_of(const line_shape& shape, uint16_t 
 /* Whole hook calls, with the frames of all services in turn. */
 class hook_calls : public work {
 public:
-    hook_calls(direction way, unsigned services) : way_(way), line_(line_shape{1, services})
+    hook_calls(direction way, unsigned services, bool remembered)
+        : way_(way), line_(line_shape{1, services})
     {
+        // Without remembered outcomes each frame replays its rule.
+        host::set_remembered_outcomes(remembered);
         for (auto& frames : frames_)
             frames = frames_of(line_.shape, way.flag);
         // The first round may grow the table; rules that collide before that are dropped.
@@ -74,6 +77,8 @@ public:
         if (gpon_hash_table_record.total_num != services)
             throw std::runtime_error("not every service has its rule");
     }
+
+    ~hook_calls() override { host::set_remembered_outcomes(true); }
 
     void pass() override
     {
@@ -106,9 +111,12 @@ void add_hook_cases(case_list& cases)
         for (const unsigned services : {1u, 8u, 64u}) {
             const std::string where =
                 std::string(way.name) + "/" + std::to_string(services) + "_services";
-            cases.push_back(make_case<hook_calls>("hook/quick/" + where, way, services));
-            cases.back().parallel = true;
-            cases.push_back(make_case<first_frames>("hook/first/" + where, way, services));
+            for (const bool remembered : {false, true}) {
+                const std::string kind = remembered ? "hook/known/" : "hook/quick/";
+                cases.push_back(make_case<hook_calls>(kind + where, way, services, remembered));
+                cases.back().parallel = true;
+            }
+            cases.push_back(make_case<first_frames>("hook/first/" + where, way, services, true));
             cases.back().prepares = true;
         }
 }

@@ -6,6 +6,8 @@
 #include <urcu/rculfhash.h>
 #include <urcu/urcu-memb.h>
 #undef rcu_head
+#undef rcu_assign_pointer
+#undef rcu_dereference
 
 #include <cstring>
 

@@ -11,12 +11,14 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bench/cases.h"
 #include "bench/clock.h"
 #include "bench/keys.h"
 #include "bench/line.h"
+#include "bench/threads.h"
 #include "hash/aging.h"
 #include "hash/rule_table.h"
 
@@ -146,6 +148,7 @@ void add_table_ratios(json& ratios, json& all)
         for (const std::string rules : {"48_rules", "256_rules", "768_rules"})
             names.push_back(hit + bytes + rules);
         names.push_back("rule/learn/" + bytes + "256_rules");
+        names.push_back("outcome/find/" + bytes + "256_flows");
 #ifdef GPON_BENCH_DPDK
         names.push_back(theirs + "lookup_hit/" + bytes + "256_rules");
         names.push_back(theirs + "learn/" + bytes + "256_rules");
@@ -156,6 +159,9 @@ void add_table_ratios(json& ratios, json& all)
     ratios["lookup-vs-rte_hash"] = ratio_of_largest(
         found, {{hit + "16_bytes/256_rules", theirs + "lookup_hit/16_bytes/256_rules"},
                 {hit + "24_bytes/256_rules", theirs + "lookup_hit/24_bytes/256_rules"}});
+    ratios["known-flow-lookup-vs-rte_hash"] = ratio_of_largest(
+        found, {{"outcome/find/16_bytes/256_flows", theirs + "lookup_hit/16_bytes/256_rules"},
+                {"outcome/find/24_bytes/256_flows", theirs + "lookup_hit/24_bytes/256_rules"}});
     ratios["learn-vs-rte_hash"] = ratio_of_largest(
         found, {{"rule/learn/16_bytes/256_rules", theirs + "learn/16_bytes/256_rules"},
                 {"rule/learn/24_bytes/256_rules", theirs + "learn/24_bytes/256_rules"}});
@@ -185,11 +191,41 @@ void add_walk_ratios(json& ratios, json& all)
     all.update(json(found));
 }
 
+/* CPU time of one operation on the calling thread. */
+double nanoseconds_on_a_thread(work& made, int number)
+{
+    thread_number = number;
+    made.pass();
+    constexpr unsigned passes = 20000;
+    const uint64_t start = thread_nanoseconds();
+    for (unsigned i = 0; i < passes; ++i)
+        made.pass();
+    const uint64_t passed = thread_nanoseconds() - start;
+    return static_cast<double>(passed) / passes / made.operations();
+}
+
+/* How many times the frames of one thread two threads handle in the same CPU time of each. */
+double gain_of_two_threads(const std::string& name)
+{
+    std::vector<double> gains;
+    for (unsigned round = 0; round < rounds; ++round) {
+        const auto made = find_case(cases, name).make();
+        const double alone = nanoseconds_on_a_thread(*made, 0);
+        double both[2] = {};
+        std::thread other([&] { both[1] = nanoseconds_on_a_thread(*made, 1); });
+        both[0] = nanoseconds_on_a_thread(*made, 0);
+        other.join();
+        gains.push_back(alone / both[0] + alone / both[1]);
+    }
+    return median(gains);
+}
+
 json measure_all()
 {
     json ratios, all;
     add_table_ratios(ratios, all);
     add_walk_ratios(ratios, all);
+    ratios["known-frame-two-threads"] = gain_of_two_threads("hook/known/up_ani/8_services");
     ratios["rule-bytes"] = bytes_of_a_rule();
     const std::vector<std::string> beside = {"flood/new_source_per_frame", "rule/dump/768_rules"};
     all.update(json(measure(beside)));

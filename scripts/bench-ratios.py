@@ -17,12 +17,19 @@ TARGETS = {
     "lookup-vs-rte_hash": 1,
     "lookup-768-vs-48": 1.2,
     "learn-vs-rte_hash": 1.5,
-    "frame-vs-flower": 1,
-    "frame-vs-ovs": 1,
+    "known-flow-lookup-vs-rte_hash": 0.7,
+    "frame-vs-flower": 0.6,
+    "frame-vs-ovs": 0.5,
+    "walk-first-frame": 0.7,
     "walk-vs-quick": 12,
     "walk-exponent": 1.1,
     "rule-bytes": 160,
 }
+
+AT_LEAST = {"known-frame-two-threads": 1.9}
+
+# Instructions that a first frame added on arm64 before outcomes were remembered.
+FIRST_FRAME_BEFORE = 25079
 
 MEASURED = {
     "flood-frame-ns": "flood/new_source_per_frame",
@@ -34,19 +41,21 @@ MEASURED = {
 def frame_ratios(guest):
     added = guest["added"]
     return {"frame-vs-flower": added["gpon_flow_quick"] / added["flower"]["64"],
-            "frame-vs-ovs": added["gpon_flow_quick"] / added["openvswitch"]}
+            "frame-vs-ovs": added["gpon_flow_quick"] / added["openvswitch"],
+            "walk-first-frame": added["gpon_flow_first"] / FIRST_FRAME_BEFORE}
 
 
 def lines_of(host, guest):
     ratios = dict(host["ratios"])
     if guest:
         ratios.update(frame_ratios(guest))
-    for name, target in TARGETS.items():
+    for name, target in (TARGETS | AT_LEAST).items():
         ratio = ratios.get(name)
         if ratio is None:
             yield name, "-", target, "skipped"
         else:
-            yield name, rounded(ratio, 2), target, "met" if ratio <= target else "missed"
+            met = ratio >= target if name in AT_LEAST else ratio <= target
+            yield name, rounded(ratio, 2), target, "met" if met else "missed"
     for name, case in MEASURED.items():
         yield name, rounded(host["nanoseconds"][case]), "-", "measured"
     for flows, kept in host["rules_kept"].items():
