@@ -93,6 +93,7 @@ void gpon::remember_replay(const sk_buff* skb, u16 fwd_flag, u64 generation, boo
     // generation.
     order_loads();
     outcome_key key;
-    if (is_repeatable(fwd_flag, every_step_made) && make_key(skb, fwd_flag, &key))
+    if (outcomes_are_used() && is_repeatable(fwd_flag, every_step_made) &&
+        make_key(skb, fwd_flag, &key))
         remember_outcome(key, generation, gemport_id);
 }

@@ -385,6 +385,10 @@ TEST_F(outcome, a_walk_is_learnt_in_its_own_generation_only)
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, during), 0);
         EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "a change is under way";
+        const gpon::outcome_key packed = {{1, 2, 3}};
+        u16 port = 0;
+        gpon::remember_outcome(packed, during, 5);
+        EXPECT_FALSE(gpon::find_outcome(packed, during, &port)) << "nor is an outcome remembered";
         gpon_hash_clean_all_safe();
         EXPECT_FALSE(gpon::is_at_rest(gpon::current_generation()));
     }
