@@ -59,7 +59,7 @@ def lines_of(host, guest):
     for name, case in MEASURED.items():
         yield name, rounded(host["nanoseconds"][case]), "-", "measured"
     for flows, kept in host["rules_kept"].items():
-        yield f"rules-kept-of-{flows}-flows", kept, "-", "measured"
+        yield f"rules-kept-of-{flows}-flows", rounded(kept), "-", "measured"
 
 
 def main(host, guest=None):
