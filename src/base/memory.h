@@ -59,7 +59,10 @@ template <typename T> [[nodiscard]] inline owned<T> zalloc(size_t count = 1)
 
 class GPON_SCOPED_CAPABILITY bh_lock {
 public:
-    explicit bh_lock(spinlock& lock) GPON_ACQUIRE(lock) : lock_(lock) { spin_lock_bh(&lock_); }
+    [[nodiscard]] explicit bh_lock(spinlock& lock) GPON_ACQUIRE(lock) : lock_(lock)
+    {
+        spin_lock_bh(&lock_);
+    }
     ~bh_lock() GPON_RELEASE() { spin_unlock_bh(&lock_); }
     bh_lock(const bh_lock&) = delete;
     bh_lock& operator=(const bh_lock&) = delete;
@@ -68,21 +71,26 @@ private:
     spinlock& lock_;
 };
 
-class GPON_SCOPED_CAPABILITY mutex_guard {
+/* Holds the control mutex. No list changes meanwhile: its holder may read the lists as well. */
+class GPON_SCOPED_CAPABILITY control_guard {
 public:
-    explicit mutex_guard(mutex& lock) GPON_ACQUIRE(lock) : lock_(lock) { mutex_lock(&lock_); }
-    ~mutex_guard() GPON_RELEASE() { mutex_unlock(&lock_); }
-    mutex_guard(const mutex_guard&) = delete;
-    mutex_guard& operator=(const mutex_guard&) = delete;
-
-private:
-    mutex& lock_;
+    [[nodiscard]] control_guard() GPON_ACQUIRE(gpon_flow_control_mutex)
+        GPON_ACQUIRE_SHARED(gpon_rcu_section) GPON_NO_LOCK_ANALYSIS
+    {
+        mutex_lock(&gpon_flow_control_mutex);
+    }
+    ~control_guard() GPON_RELEASE() GPON_NO_LOCK_ANALYSIS
+    {
+        mutex_unlock(&gpon_flow_control_mutex);
+    }
+    control_guard(const control_guard&) = delete;
+    control_guard& operator=(const control_guard&) = delete;
 };
 
-class rcu_reader {
+class GPON_SCOPED_CAPABILITY rcu_reader {
 public:
-    rcu_reader() { rcu_read_lock(); }
-    ~rcu_reader() { rcu_read_unlock(); }
+    [[nodiscard]] rcu_reader() GPON_ACQUIRE_SHARED(gpon_rcu_section) { rcu_read_lock(); }
+    ~rcu_reader() GPON_RELEASE() { rcu_read_unlock(); }
     rcu_reader(const rcu_reader&) = delete;
     rcu_reader& operator=(const rcu_reader&) = delete;
 };

@@ -49,6 +49,6 @@ long gpon_flow_ioctl(file*, unsigned int command, unsigned long argument)
         printk("gpon_flow_ioctl: Begin, cmd is 0x[%x]\r\n", masked);
     if (masked != GPON_FLOW_IOC_COMMAND)
         return UNKNOWN_COMMAND;
-    const gpon::mutex_guard control(gpon_flow_control_mutex);
+    const gpon::control_guard control;
     return gpon_flow_dispatch_omci_cmd(reinterpret_cast<const void*>(argument));
 }

@@ -22,21 +22,21 @@ const void* user_address(u64 address)
 
 // Both brackets begin before the flush: no walk that runs between here and the last change is
 // learnt.
-i32 run_me_command(gpon_me_cmd* cmd)
+i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
 {
     const gpon::store_change change;
     gpon_hash_clean_all_safe();
     return gpon_flow_me_handle(cmd);
 }
 
-i32 clean_all()
+i32 clean_all() GPON_CHANGES_LISTS
 {
     const gpon::store_change change;
     gpon_hash_clean_all_safe();
     return gpon_flow_clean_all_me_inst();
 }
 
-i32 run_debug_words(const gpon_flow_cmd& record)
+i32 run_debug_words(const gpon_flow_cmd& record) GPON_CHANGES_LISTS
 {
     gpon_dbg_words words = {};
     u32 count = 0;

@@ -51,7 +51,7 @@ i32 create_proc_entries()
 // A proc write may still run during unload.
 void clean_instances()
 {
-    const gpon::mutex_guard control(gpon_flow_control_mutex);
+    const gpon::control_guard control;
     gpon_flow_clean_all_me_inst();
 }
 

@@ -28,7 +28,7 @@ long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
         return UNREADABLE;
     gpon_dbg_words words = {};
     const i32 found = gpon::split_words(command, words);
-    const gpon::mutex_guard control(gpon_flow_control_mutex);
+    const gpon::control_guard control;
     printk("CURRENT GPON FLOW SWITCH %s\n", switch_name());
     gpon_dbg_parsing_cmd(static_cast<u32>(found), words.argv);
     return static_cast<long>(count);

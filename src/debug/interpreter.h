@@ -6,7 +6,7 @@
 #ifndef GPON_DEBUG_INTERPRETER_H
 #define GPON_DEBUG_INTERPRETER_H
 
-#include "../base/types.h"
+#include "../platform/api/kernel_api.h"
 
 /* One row of a command table; a row without name ends the table. */
 struct gpon_dbg_cmd {
@@ -23,7 +23,7 @@ extern const gpon_dbg_cmd gpon_dbg_cmd_table[], gpon_dbg_set_table[], gpon_dbg_s
 
 /* Interprets one command; returns the handler's status, 0. argc is the number of words, or -1 for a
  * line without words; argv has a null after the last word. Control path. */
-u32 gpon_dbg_parsing_cmd(u32 argc, const char* const* argv);
+u32 gpon_dbg_parsing_cmd(u32 argc, const char* const* argv) GPON_CHANGES_LISTS;
 
 /* Calls the handler of the first row whose name begins with the first word, with the following
  * words and handler_table; without a word or a match it prints the usage of the table. */

@@ -34,7 +34,7 @@ struct me_words {
     }
 };
 
-void delete_instance(const me_words& words)
+void delete_instance(const me_words& words) GPON_CHANGES_LISTS
 {
     printk("del classId = %d instance [%04x]\n", words.class_id, words.inst_id);
     gpon_me_cmd cmd = {};
@@ -49,6 +49,7 @@ void delete_instance(const me_words& words)
 
 u32 gpon_dbg_dump_me_inst(u32 argc, const char* const* argv)
 {
+    assert_changes_lists();
     if (argc == 0) {
         printk("show All ME Raw Data:\n");
         gpon_flow_dump_all_me_inst();
@@ -81,6 +82,7 @@ u32 gpon_dbg_show_flow_rule(u32, const char* const*, const gpon_dbg_cmd*)
 
 u32 gpon_dbg_clean_raw_data(u32 argc, const char* const* argv, const gpon_dbg_cmd*)
 {
+    assert_changes_lists();
     const me_words words(argc, argv);
     if (argc == 0) {
         printk("del All ME Raw Data:\n");

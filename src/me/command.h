@@ -11,16 +11,16 @@
 extern "C" {
 
 /* Applies one ME command; attr_data is a user address. Returns 0 for an unknown message type. */
-i32 gpon_flow_me_handle(gpon_me_cmd* cmd);
+i32 gpon_flow_me_handle(gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* A set is applied exactly like a create: it stores the record, then runs the attribute handlers
  * that the mask selects. */
-i32 gpon_flow_me_general_set(const gpon_me_entry* entry, gpon_me_cmd* cmd);
-i32 gpon_flow_me_general_create(const gpon_me_entry* entry, gpon_me_cmd* cmd);
+i32 gpon_flow_me_general_set(const gpon_me_entry* entry, gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
+i32 gpon_flow_me_general_create(const gpon_me_entry* entry, gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* Runs every attribute handler of the class with the stored record, then removes the instance;
  * attr_data is replaced, not read. */
-i32 gpon_flow_me_general_delete(const gpon_me_entry* entry, gpon_me_cmd* cmd);
+i32 gpon_flow_me_general_delete(const gpon_me_entry* entry, gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 }
 
 #endif

@@ -9,10 +9,10 @@
 extern "C" {
 
 /* The default configuration that was loaded last; all zero before. Control path. */
-extern struct gpon_flow_cfg_data gpon_flow_cfg_data;
+extern struct gpon_flow_cfg_data gpon_flow_cfg_data GPON_GUARDED_BY(gpon_flow_control_mutex);
 
 /* Loads the 40-byte default configuration from a user address; a failed load leaves it zeroed. */
-i32 gpon_flow_load_cfg_data(const void* user_cfg);
+i32 gpon_flow_load_cfg_data(const void* user_cfg) GPON_REQUIRES(gpon_flow_control_mutex);
 }
 
 #endif

@@ -56,7 +56,7 @@ void print_dashes(i32 width)
     pr_cont("%s\n", header_line);
 }
 
-void put_list(text_row& lists, const gpon_me_related_info& row)
+void put_list(text_row& lists, const gpon_me_related_info& row) GPON_READS_LISTS
 {
     lists.put(gpon::text_length(row.name) + SEPARATOR, "%s = ", row.name);
     for (i32 i = 0; i < row.related_inst_num; ++i) {
@@ -69,7 +69,7 @@ void put_list(text_row& lists, const gpon_me_related_info& row)
     }
 }
 
-void put_single(text_row& values, const gpon_me_related_info& row)
+void put_single(text_row& values, const gpon_me_related_info& row) GPON_READS_LISTS
 {
     const i32 width = gpon::column_width(row.name);
     const gpon_me_related_id entry = gpon::load_related_id(row.related_ids[0]);
@@ -80,7 +80,7 @@ void put_single(text_row& values, const gpon_me_related_info& row)
         values.put(width + SEPARATOR, "%*s | ", width, "N/A");
 }
 
-void print_values(const gpon_me_related_info* row, i32 start)
+void print_values(const gpon_me_related_info* row, i32 start) GPON_READS_LISTS
 {
     char list_text[GPON_DUMP_BUFFER] = {};
     text_row lists{list_text};
@@ -111,7 +111,7 @@ struct table {
     i32 width = 0;
     bool has_header = false;
 
-    void print(const gpon_me_inst& inst)
+    void print(const gpon_me_inst& inst) GPON_READS_LISTS
     {
         clear_lines();
         if (info.dump_raw)
@@ -144,7 +144,7 @@ void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 al
         return;
     printk("dump %s(classId = %d):\n", entry->name, entry->class_id);
     table dump{*entry->list_info};
-    gpon::find_if(entry->list_info->head, [&](const gpon_me_inst* inst) {
+    gpon::find_if(entry->list_info->head, [&](const gpon_me_inst* inst) GPON_READS_LISTS {
         if (all == 1 || inst->inst_id == inst_id)
             dump.print(*inst);
         return false;

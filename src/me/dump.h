@@ -11,10 +11,11 @@ constexpr i32 GPON_DUMP_BUFFER = 512;
 extern "C" {
 
 /* Prints the instance with the id, or every instance of the class when all is 1. */
-void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 all);
+void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id,
+                                 u32 all) GPON_CHANGES_LISTS;
 
 /* Prints every class in table order; 0. */
-i32 gpon_flow_dump_all_me_inst(void);
+i32 gpon_flow_dump_all_me_inst(void) GPON_CHANGES_LISTS;
 }
 
 namespace gpon {

@@ -14,7 +14,7 @@ using gpon::load_related_id;
 enum class row_result { passed_over, answered };
 
 // The position behind the used entry with that id, -1 when there is none.
-i32 position_behind(const gpon_me_related_info& row, u16 inst_id)
+i32 position_behind(const gpon_me_related_info& row, u16 inst_id) GPON_READS_LISTS
 {
     const gpon_me_related_id* const ids = row.related_ids;
     const i32 count = row.related_inst_num;
@@ -30,7 +30,8 @@ i32 position_behind(const gpon_me_related_info& row, u16 inst_id)
 
 // A row's part of the forward query. The walk asks it for each port of a bridge, and each time it
 // passes all that were answered before: what is done for an entry has to be little.
-row_result next_in_row(const gpon_me_related_info& row, gpon_me_related_id* related_id)
+row_result next_in_row(const gpon_me_related_info& row,
+                       gpon_me_related_id* related_id) GPON_READS_LISTS
 {
     i32 next = 0;
     if (related_id->instExist != 0) {
@@ -86,7 +87,8 @@ const gpon_me_entry* class_with_list(packet_log log, u16 class_id)
 }
 
 // The search of the reverse query over one instance.
-bool records(packet_log log, const gpon_me_inst& inst, const gpon_me_relation_query& query)
+bool records(packet_log log, const gpon_me_inst& inst,
+             const gpon_me_relation_query& query) GPON_READS_LISTS
 {
     for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
         if (row->related_class_id != query.class_id) {
@@ -204,7 +206,7 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
         related_id->instExist = 0;
         return -1;
     }
-    const gpon_me_inst* hit = gpon::find_if(head, [=](const gpon_me_inst* inst) {
+    const gpon_me_inst* hit = gpon::find_if(head, [=](const gpon_me_inst* inst) GPON_READS_LISTS {
         if (related_id->instExist == 1) {
             pass_previous(log, *inst, related_id);
             return false;

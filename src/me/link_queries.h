@@ -16,15 +16,18 @@ extern "C" {
 
 /* The instances of related_class_id that inst_id of class_id has recorded. 0 when the query ran,
  * with or without an answer; -1 for a null argument, an unknown class or no memory. */
-i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query);
+i32 gpon_flow_me_get_related_id(const sk_buff* skb,
+                                const gpon_me_relation_query* query) GPON_READS_LISTS;
 
 /* The same step over one related-info table; -1 for a null table or result. */
 i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
-                                  u16 related_class_id, gpon_me_related_id* related_id);
+                                  u16 related_class_id,
+                                  gpon_me_related_id* related_id) GPON_READS_LISTS;
 
 /* The instances of related_class_id that have recorded inst_id of class_id, in list order. 0 with
  * an answer; -1 without one, for a null argument or an unknown class. */
-i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query);
+i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb,
+                                        const gpon_me_relation_query* query) GPON_READS_LISTS;
 }
 
 namespace gpon {
@@ -33,12 +36,13 @@ namespace gpon {
  * gpon_flow_list_get_related_id answers to a query that starts, for a table that is not null; the
  * steps of a replay ask little else. */
 gpon_me_related_id first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
-                                    u16 related_class_id);
+                                    u16 related_class_id) GPON_READS_LISTS;
 
 /* True when an answer was tried before: it is the previous one, or the forward query's array has
  * it no later than the previous one, since the same id was recorded twice. Following it would go
  * round for ever. Prints nothing. */
-bool is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous);
+bool is_repeated_answer(const gpon_me_relation_query& query,
+                        gpon_me_related_id previous) GPON_READS_LISTS;
 
 } // namespace gpon
 

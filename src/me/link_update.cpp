@@ -11,7 +11,7 @@
 namespace {
 
 // Changes the links of an instance that exists. The new node shares the table that changes.
-i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update)
+i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> copy = gpon::zalloc<gpon_me_inst>();
     if (!copy)
@@ -23,12 +23,13 @@ i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update)
 }
 
 // Creates the instance that is pointed at, with default attributes and this one link.
-i32 auto_create(const gpon_me_list_info& info, const gpon_me_related_update* update)
+i32 auto_create(const gpon_me_list_info& info,
+                const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> inst = gpon::zalloc<gpon_me_inst>();
     if (!inst)
         return 0;
-    gpon::inst_parts parts(info);
+    gpon::inst_parts parts = gpon::inst_parts::allocate(info);
     if (!parts)
         return -1;
     inst->inst_id = update->related_inst_id;

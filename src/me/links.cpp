@@ -11,12 +11,12 @@ using gpon::store_related_id;
 // The size rule of the arrays: one node, not one entry, for each place.
 constexpr size_t BYTES_A_PLACE = sizeof(gpon_me_inst);
 
-void record(gpon_me_related_id& entry, u16 id)
+void record(gpon_me_related_id& entry, u16 id) GPON_CHANGES_LISTS
 {
     store_related_id(entry, {.instExist = 1, .instId = id});
 }
 
-void link_created(gpon_me_related_info& row, u16 id, log_context log)
+void link_created(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instExist != 0)
@@ -29,7 +29,7 @@ void link_created(gpon_me_related_info& row, u16 id, log_context log)
 }
 
 // True when the id stands in the row afterwards.
-bool record_once(gpon_me_related_info& row, u16 id, log_context log)
+bool record_once(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
@@ -46,7 +46,7 @@ bool record_once(gpon_me_related_info& row, u16 id, log_context log)
     return false;
 }
 
-void link_set(gpon_me_related_info& row, u16 id, log_context log)
+void link_set(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     if (!record_once(row, id, log))
         log.warning("[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
@@ -54,7 +54,7 @@ void link_set(gpon_me_related_info& row, u16 id, log_context log)
     log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
 }
 
-void close_gap(gpon_me_related_info& row, i32 at)
+void close_gap(gpon_me_related_info& row, i32 at) GPON_CHANGES_LISTS
 {
     const i32 last = row.related_inst_num - 1;
     for (i32 i = at; i < last; ++i)
@@ -62,7 +62,7 @@ void close_gap(gpon_me_related_info& row, i32 at)
     store_related_id(row.related_ids[last], {});
 }
 
-void link_deleted(gpon_me_related_info& row, u16 id, log_context log)
+void link_deleted(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instId != id)

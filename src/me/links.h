@@ -21,13 +21,13 @@ void gpon_flow_list_free_related_data(gpon_me_related_info* related);
  * for duplicates, set records an id once, delete removes the first match and closes the gap.
  * Control path. */
 void gpon_flow_list_update_related_id(gpon_me_related_info* related,
-                                      const gpon_me_related_update* update);
+                                      const gpon_me_related_update* update) GPON_CHANGES_LISTS;
 }
 
 namespace gpon {
 
 /* An entry is one word, read and written whole. */
-inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry)
+inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
 {
     const u32 word = load_relaxed(*reinterpret_cast<const u32*>(&entry));
     // Field by field: as a whole, the compiler carries the padding along.
@@ -36,7 +36,7 @@ inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry)
             .instId = load_unaligned<u16>(bytes + offsetof(gpon_me_related_id, instId))};
 }
 
-inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value)
+inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value) GPON_CHANGES_LISTS
 {
     store_relaxed(*reinterpret_cast<u32*>(&entry), __builtin_bit_cast(u32, value));
 }
@@ -54,11 +54,15 @@ struct inst_parts {
     owned<u8> raw;
     owned<gpon_me_related_info> related;
 
-    explicit inst_parts(const gpon_me_list_info& info) : raw(zalloc_bytes(info.raw_size))
+    /* Empty when there is no memory for both. */
+    [[nodiscard]] static inst_parts allocate(const gpon_me_list_info& info)
     {
-        if (raw)
-            related = owned<gpon_me_related_info>(reinterpret_cast<gpon_me_related_info*>(
+        inst_parts parts;
+        parts.raw = zalloc_bytes(info.raw_size);
+        if (parts.raw)
+            parts.related = owned<gpon_me_related_info>(reinterpret_cast<gpon_me_related_info*>(
                 zalloc_bytes(info.related_info_size).release()));
+        return parts;
     }
 
     explicit operator bool() const { return raw && related; }

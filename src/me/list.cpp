@@ -13,7 +13,7 @@ namespace {
 // the list.
 list_head* const POISON_PREV = reinterpret_cast<list_head*>(0x122);
 
-void unlink(list_head& link)
+void unlink(list_head& link) GPON_CHANGES_LISTS
 {
     link.next->prev = link.prev;
     gpon::rcu_assign_pointer(link.prev->next, link.next);
@@ -40,7 +40,7 @@ void free_inst(rcu_head* head)
     kfree(inst);
 }
 
-i32 replace_raw(gpon_me_inst* old, const void* raw, i32 raw_size)
+i32 replace_raw(gpon_me_inst* old, const void* raw, i32 raw_size) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> copy = gpon::zalloc<gpon_me_inst>();
     if (!copy)
@@ -51,13 +51,13 @@ i32 replace_raw(gpon_me_inst* old, const void* raw, i32 raw_size)
     return 0;
 }
 
-void raw_to(const gpon_me_inst* inst, void* out, size_t length)
+void raw_to(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS
 {
     if (inst)
         gpon::copy_from_shared(out, inst->raw, length);
 }
 
-void related_data_to(const gpon_me_inst* inst, void* out, size_t length)
+void related_data_to(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS
 {
     if (inst)
         gpon::copy_bytes(out, inst->related, length);
@@ -121,7 +121,7 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
         log_error("[%s][%d] Add list fail\r\n");
         return -1;
     }
-    gpon::inst_parts parts(*info);
+    gpon::inst_parts parts = gpon::inst_parts::allocate(*info);
     if (!parts) {
         log_error("[%s][%d] kzalloc fail\r\n");
         log_error("[%s][%d] Add list fail\r\n");

@@ -29,20 +29,22 @@ extern "C" {
 
 /* Adds the command's instance, or overwrites the raw record of an existing one; attr_data of the
  * command is a kernel copy of the raw record. 0 or -1. Control path. */
-i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd);
+i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* Removes every instance with the id, or every instance at all when all is 1. 0, also when there
  * was none; -1 for a class without list. Control path. */
-i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all);
+i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all) GPON_CHANGES_LISTS;
 
 /* Copies length bytes of the instance's raw record, or of its related-info table (the rows with
  * their array pointers). 0, also when there is no such instance; -1 for a null argument. Packet
  * path under RCU, or control path. */
-i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out, i32 length);
-i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* out, i32 length);
+i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out,
+                           i32 length) GPON_READS_LISTS;
+i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* out,
+                                    i32 length) GPON_READS_LISTS;
 
 /* Empties every class in table order; 0. Control path. */
-i32 gpon_flow_clean_all_me_inst(void);
+i32 gpon_flow_clean_all_me_inst(void) GPON_CHANGES_LISTS;
 }
 
 namespace gpon {
@@ -53,17 +55,11 @@ inline gpon_me_inst* inst_of(const list_head* link)
                                            offsetof(gpon_me_inst, link));
 }
 
-inline void check_reader()
-{
-#ifdef GPON_DEBUG_CHECKS
-    check_list_access();
-#endif
-}
-
 /* Calls visit(instance) in list order until it answers true; answers that instance or null. */
-template <typename Visit> inline gpon_me_inst* find_if(const list_head* head, Visit visit)
+template <typename Visit>
+inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LISTS
 {
-    check_reader();
+    assert_reads_lists();
     for (list_head* link = rcu_dereference(head->next); link != head;
          link = rcu_dereference(link->next))
         if (visit(inst_of(link)))
@@ -71,7 +67,7 @@ template <typename Visit> inline gpon_me_inst* find_if(const list_head* head, Vi
     return nullptr;
 }
 
-inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id)
+inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LISTS
 {
     return find_if(head, [=](const gpon_me_inst* inst) { return inst->inst_id == inst_id; });
 }
@@ -79,9 +75,10 @@ inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id)
 /* find_inst for who goes through a list in order: the instance behind the one found last is tried
  * first, then the list from its start; ids are unique, so that both find the same. last is null or
  * an instance that was found in the same RCU read section, and becomes the one found now. */
-inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id, const gpon_me_inst*& last)
+inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
+                                     const gpon_me_inst*& last) GPON_READS_LISTS
 {
-    check_reader();
+    assert_reads_lists();
     if (last) {
         list_head* next = rcu_dereference(last->link.next);
         if (next != head && inst_of(next)->inst_id == inst_id) {
@@ -97,13 +94,13 @@ inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id, const g
 
 /* What gpon_flow_list_get_raw and gpon_flow_list_get_related_data do, messages included, for an
  * instance that the caller has found already; null copies nothing. Packet path under RCU. */
-void copy_raw(const gpon_me_inst* inst, void* out, size_t length);
-void copy_related_data(const gpon_me_inst* inst, void* out, size_t length);
+void copy_raw(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
+void copy_related_data(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
 
 /* Control path: puts a finished instance at the tail; swaps a node for a copy of it, which shares
  * everything the node owns, and frees the node after the readers. */
-void append(list_head* head, gpon_me_inst* inst);
-void replace(gpon_me_inst* old, gpon_me_inst* copy);
+void append(list_head* head, gpon_me_inst* inst) GPON_CHANGES_LISTS;
+void replace(gpon_me_inst* old, gpon_me_inst* copy) GPON_CHANGES_LISTS;
 
 } // namespace gpon
 

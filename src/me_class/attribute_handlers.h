@@ -16,7 +16,7 @@ struct me_ref {
 };
 
 /* Reports that an instance points at another one, with the command's message type. */
-inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to)
+inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to) GPON_CHANGES_LISTS
 {
     const gpon_me_related_update update = {.class_id = from.class_id,
                                            .entity_id = from.inst_id,
@@ -29,7 +29,7 @@ inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to)
 /* Reports the link of one element of a pointer attribute. 0 without a report when the element
  * points nowhere, -1 when no class belongs to the pointer. */
 inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_pointer& pointer,
-                          const void* raw, u32 element = 0)
+                          const void* raw, u32 element = 0) GPON_CHANGES_LISTS
 {
     const me_class::id to = target_class(pointer, raw, gpon_flow_cfg_data);
     if (to == me_class::none)
@@ -42,7 +42,9 @@ inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_poi
 /* Traces the handler's entry; the raw record of its command, or null with the error message. */
 template <typename Raw>
 inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_context::here())
+    GPON_ASSERT(gpon_flow_control_mutex) GPON_ASSERT_SHARED(gpon_rcu_section)
 {
+    assert_changes_lists();
     log.trace("[%s][%d]: Enter\n");
     if (cmd && cmd->attr_data)
         return static_cast<const Raw*>(attr_data(cmd));

@@ -9,7 +9,8 @@
 namespace gpon {
 
 /* First instance whose u16 raw field at an offset has a value. The store may change the record. */
-bool find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id);
+bool find_by_field(const list_head* list, size_t field_offset, u16 value,
+                   u16* inst_id) GPON_READS_LISTS;
 
 } // namespace gpon
 

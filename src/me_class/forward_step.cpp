@@ -23,21 +23,23 @@ i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, packet_log log) 
     return 0;
 }
 
-gpon::table_step::table_step(const gpon_me_list_info& info, const sk_buff* skb,
-                             const gpon_fwd_info* fwd_info, gpon_walk_result* result,
-                             packet_log log, log_text<> null_message)
+gpon::table_step gpon::table_step::begin(const gpon_me_list_info& info, packet_log log,
+                                         const sk_buff* skb, const gpon_fwd_info* fwd_info,
+                                         gpon_walk_result* result, log_text<> null_message)
 {
+    table_step step;
     if (!enter_forward(log, fwd_info, result, null_message))
-        return;
-    related = related_table(info);
-    if (!related)
-        return;
-    if (!related.read(fwd_info->instId)) {
+        return step;
+    step.related = related_table::allocate(info);
+    if (!step.related)
+        return step;
+    if (!step.related.read(fwd_info->instId)) {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
-        answer = 0;
-        return;
+        step.return_value = 0;
+        return step;
     }
-    vlan = vlan_operations::of(skb, related);
-    op = {fwd_info->instId, 0, fwd_info->fwd_flag};
-    goes_on = true;
+    step.vlan = vlan_operations::of(skb, step.related);
+    step.op = {fwd_info->instId, 0, fwd_info->fwd_flag};
+    step.ready = true;
+    return step;
 }

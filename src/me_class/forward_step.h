@@ -11,10 +11,12 @@
 namespace gpon {
 
 /* Traces the entry of a forward function; false with the message when an argument is null. */
-inline bool enter_forward(packet_log log, const gpon_fwd_info* fwd_info,
-                          const gpon_walk_result* result,
-                          log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
+[[nodiscard]] inline bool
+enter_forward(packet_log log, const gpon_fwd_info* fwd_info, const gpon_walk_result* result,
+              log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
+    GPON_ASSERT_SHARED(gpon_rcu_section)
 {
+    assert_reads_lists();
     log.without_packet().trace("[%s][%d]: Enter\n");
     if (log.has_packet() && fwd_info && result)
         return true;
@@ -25,27 +27,29 @@ inline bool enter_forward(packet_log log, const gpon_fwd_info* fwd_info,
 /* A step's own copy of an instance's related-info table. */
 class related_table {
 public:
-    related_table() = default;
-    explicit related_table(const gpon_me_list_info& info)
-        : info_(&info), table_(zalloc_bytes(info.related_info_size))
+    /* Empty when there is no memory. */
+    [[nodiscard]] static related_table allocate(const gpon_me_list_info& info)
     {
+        related_table made;
+        made.info_ = &info;
+        made.table_ = zalloc_bytes(info.related_info_size);
+        return made;
     }
 
-    /* False: no memory. */
     explicit operator bool() const { return static_cast<bool>(table_); }
 
     /* False: there is no such instance. */
-    bool read(u16 inst_id) { return read(find_inst(info_->head, inst_id)); }
+    bool read(u16 inst_id) GPON_READS_LISTS { return read(find_inst(info_->head, inst_id)); }
 
     /* The same of an instance that was found already, or was not. */
-    bool read(const gpon_me_inst* inst)
+    bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
         copy_related_data(inst, table_.get(), static_cast<size_t>(info_->related_info_size));
         return inst != nullptr;
     }
 
     /* The first recorded instance of a class; instExist tells whether there is one. */
-    gpon_me_related_id first(const sk_buff* skb, u16 class_id) const
+    gpon_me_related_id first(const sk_buff* skb, u16 class_id) const GPON_READS_LISTS
     {
         return first_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()),
                                 class_id);
@@ -59,13 +63,24 @@ private:
 /* A step's own copy of an instance's raw record. */
 template <typename Raw> class raw_record {
 public:
+    /* Empty when there is no memory. */
+    [[nodiscard]] static raw_record allocate()
+    {
+        raw_record made;
+        made.raw_ = zalloc<Raw>();
+        return made;
+    }
+
     explicit operator bool() const { return static_cast<bool>(raw_); }
 
     /* False: there is no such instance. */
-    bool read(const list_head& list, u16 inst_id) { return read(find_inst(&list, inst_id)); }
+    bool read(const list_head& list, u16 inst_id) GPON_READS_LISTS
+    {
+        return read(find_inst(&list, inst_id));
+    }
 
     /* The same of an instance that was found already, or was not. */
-    bool read(const gpon_me_inst* inst)
+    bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
         copy_raw(inst, raw_.get(), sizeof(Raw));
         return inst != nullptr;
@@ -75,7 +90,7 @@ public:
     const Raw* get() const { return raw_.get(); }
 
 private:
-    owned<Raw> raw_ = zalloc<Raw>();
+    owned<Raw> raw_;
 };
 
 /* The VLAN operations tied to an instance. */
@@ -83,25 +98,27 @@ struct vlan_operations {
     gpon_me_related_id vtocd;
     gpon_me_related_id evtocd;
 
-    static vlan_operations of(const sk_buff* skb, const related_table& table)
+    static vlan_operations of(const sk_buff* skb, const related_table& table) GPON_READS_LISTS
     {
         const gpon_me_related_id vtocd = table.first(skb, me_class::vtocd);
         return {vtocd, table.first(skb, me_class::evtocd)};
     }
 
     /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */
-    i32 run(const sk_buff* skb, op_info* op, packet_log log) const;
+    [[nodiscard]] i32 run(const sk_buff* skb, op_info* op, packet_log log) const;
 };
 
-/* How a step through a class with VLAN operations begins. When it does not go on, answer is what
- * the forward function answers, and the status is set. */
+/* The beginning of a step through a class with VLAN operations. */
 struct table_step {
-    table_step(const gpon_me_list_info& info, const sk_buff* skb, const gpon_fwd_info* fwd_info,
-               gpon_walk_result* result, packet_log log,
-               log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n");
+    /* Reads the instance's table. A step that is not ready has set the walk's status. */
+    [[nodiscard]] static table_step
+    begin(const gpon_me_list_info& info, packet_log log, const sk_buff* skb,
+          const gpon_fwd_info* fwd_info, gpon_walk_result* result,
+          log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
+        GPON_ASSERT_SHARED(gpon_rcu_section);
 
-    bool goes_on = false;
-    i32 answer = -1;
+    bool ready = false;
+    i32 return_value = -1; /* of the forward function, when the step is not ready */
     related_table related;
     vlan_operations vlan = {};
     op_info op = {};

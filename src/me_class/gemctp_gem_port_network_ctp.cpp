@@ -51,7 +51,7 @@ constexpr gpon_me_pointer DOWN_TD = {.field = GPON_FIELD(gpon_raw_gemctp, TDProP
 constexpr gpon_me_pointer POINTERS[] = {T_CONT, TRAFFIC_MANAGER, UP_TD, DOWN_TD};
 
 i32 report_pointer(const gpon_me_cmd* cmd, const gpon_raw_gemctp* me,
-                   const gpon_me_pointer& pointer)
+                   const gpon_me_pointer& pointer) GPON_CHANGES_LISTS
 {
     return gpon::report_pointer(cmd, {me_class::gemctp, me->instID}, pointer, me);
 }
@@ -145,7 +145,7 @@ i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_resul
     const packet_log log = packet_log::here(skb);
     if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
-    gpon::raw_record<gpon_raw_gemctp> me;
+    auto me = gpon::raw_record<gpon_raw_gemctp>::allocate();
     if (!me || !me.read(gpon_gemctp_list, fwd_info->instId))
         return -1;
     result->ret_val = FLOW_PKT_NOT_FORWARD;

@@ -43,7 +43,7 @@ constexpr gpon_me_next_class NEXT[] = {
     {me_class::mapper, DOWN_ANI}, {me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
 // Upstream, a mapper that points here lets through only the frames of one priority.
-bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper)
+bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper) GPON_READS_LISTS
 {
     if (!(op.fwd_flag & UP_ANI) || mapper.instExist != 1)
         return true;
@@ -80,10 +80,10 @@ i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* r
 {
     const packet_log log = packet_log::here(skb);
     // This class has always put its name in brackets here.
-    gpon::table_step step(gemIwListInfo, skb, fwd_info, result, log,
-                          "[%s][%d]: Parameter is NULL: Fail\r\n");
-    if (!step.goes_on)
-        return step.answer;
+    gpon::table_step step = gpon::table_step::begin(gemIwListInfo, log, skb, fwd_info, result,
+                                                    "[%s][%d]: Parameter is NULL: Fail\r\n");
+    if (!step.ready)
+        return step.return_value;
     const gpon_me_related_id mapper = step.related.first(skb, me_class::mapper);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
         log.error("[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);

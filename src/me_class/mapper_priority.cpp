@@ -65,7 +65,7 @@ i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    gpon::raw_record<gpon_raw_mapper> me;
+    auto me = gpon::raw_record<gpon_raw_mapper>::allocate();
     if (!me || !me.read(gpon_mapper_list, op->related_inst_id))
         return -1;
     if (!(op->fwd_flag & UP_ANI)) {

@@ -83,7 +83,7 @@ constinit const gpon_me_fwd_op mbpcdFwdOp = {.next_classes = NEXT, .forward = mb
 namespace {
 
 // The record is read anew: a set may have moved the port since the caller's copy was taken.
-tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst)
+tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst) GPON_READS_LISTS
 {
     log_trace("[%s][%d]: Enter\n");
     gpon_raw_mbpcd me = {};
@@ -101,7 +101,7 @@ struct bridge_port {
     gpon::vlan_operations vlan;
     u16 bridge_id;
 
-    void run_filter(fwd_status status_when_passed)
+    void run_filter(fwd_status status_when_passed) GPON_READS_LISTS
     {
         op.related_inst_id = filter.instId;
         if (filter.instExist != 1 || vtfd_filter_handle(skb, &op) == 0)
@@ -111,7 +111,7 @@ struct bridge_port {
     }
 
     // Into the bridge: VLAN operations before the filter. The walk of this half ends here.
-    i32 enter()
+    i32 enter() GPON_READS_LISTS
     {
         if (vlan.run(skb, &op, log) != 0)
             return -1;
@@ -121,13 +121,13 @@ struct bridge_port {
     }
 
     // Out of the bridge: filter before the VLAN operations.
-    i32 leave()
+    i32 leave() GPON_READS_LISTS
     {
         run_filter(FLOW_PKT_FORWARD);
         return vlan.run(skb, &op, log);
     }
 
-    i32 pass(tp_side at)
+    i32 pass(tp_side at) GPON_READS_LISTS
     {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         const bool uni = at == tp_side::uni;
@@ -152,8 +152,8 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
     const packet_log log = packet_log::here(skb);
     if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
-    gpon::raw_record<gpon_raw_mbpcd> me;
-    gpon::related_table related(mbpcdListInfo);
+    auto me = gpon::raw_record<gpon_raw_mbpcd>::allocate();
+    auto related = gpon::related_table::allocate(mbpcdListInfo);
     if (!me || !related)
         return -1;
     const gpon_me_inst* inst =

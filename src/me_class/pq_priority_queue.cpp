@@ -30,7 +30,8 @@ constexpr gpon_me_pointer SCHEDULER = {
 constexpr gpon_me_pointer POINTERS[] = {PORT, SCHEDULER};
 
 // The related port belongs to one of two relations; 0 without a report for the other one.
-i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me, me_class::id relation)
+i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me,
+                me_class::id relation) GPON_CHANGES_LISTS
 {
     if (class_of_port(me, gpon_flow_cfg_data) != relation)
         return 0;
@@ -98,6 +99,7 @@ i32 pq_attr_ts_op(gpon_me_cmd* cmd)
  * instID is set already. 0, or -1 for a null record. */
 i32 pq_fill_raw_data(void* raw)
 {
+    assert_changes_lists();
     if (!raw)
         return -1;
     log_trace("[%s][%d]: Enter\n");

@@ -4,9 +4,9 @@
 i32 gpon::uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
                       gpon_walk_result* result, packet_log log)
 {
-    table_step step(info, skb, fwd_info, result, log);
-    if (!step.goes_on)
-        return step.answer;
+    table_step step = table_step::begin(info, log, skb, fwd_info, result);
+    if (!step.ready)
+        return step.return_value;
     if (!(fwd_info->fwd_flag & (UP_UNI | DOWN_UNI))) {
         log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         return 0;

@@ -8,7 +8,7 @@
 
 namespace gpon {
 
-inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id)
+inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id) GPON_READS_LISTS
 {
     const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
         return static_cast<u8>(candidate->inst_id) == port_id;

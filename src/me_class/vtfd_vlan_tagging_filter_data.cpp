@@ -132,7 +132,7 @@ bool is_listed(u16 tci, const gpon_raw_vtfd* me, u16 mask)
     return false;
 }
 
-const gpon_me_inst* find_filter(const op_info* op)
+const gpon_me_inst* find_filter(const op_info* op) GPON_READS_LISTS
 {
     const gpon_me_inst* none = nullptr;
     return gpon::find_inst_after(&gpon_vtfd_list, op->related_inst_id,
@@ -237,7 +237,7 @@ i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    gpon::raw_record<gpon_raw_vtfd> me;
+    auto me = gpon::raw_record<gpon_raw_vtfd>::allocate();
     if (!me || !me.read(find_filter(op)))
         return -1;
     if (!(op->fwd_flag & (UP_ANI | DOWN_ANI))) {

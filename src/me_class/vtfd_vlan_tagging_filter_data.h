@@ -13,7 +13,7 @@
 extern "C" {
 
 /* 0 = the frame passes the filter op->related_inst_id, -1 = it does not, or an error. */
-i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op);
+i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
 
 /* Actions on a TCI in host order: 0 pass, -1 discard. mask: the TCI bits that are compared. */
 i32 vtfd_action_pass(u16 tci, const gpon_raw_vtfd* me, u16 mask);

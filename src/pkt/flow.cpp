@@ -22,14 +22,15 @@ u8 uni_port(const sk_buff* skb)
     return static_cast<u8>((skb_port_word(skb) >> 4) & 0xf);
 }
 
-bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start, gpon_walk_result* result)
+bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start,
+                    gpon_walk_result* result) GPON_READS_LISTS
 {
     return gpon_pkt_general_forward(skb, &start, result) == 0 &&
            result->ret_val == FLOW_PKT_FORWARD_DONE;
 }
 
 // Where a downstream packet enters. A GEM port without CTP starts at CTP 0.
-gpon_fwd_info downstream_start(const sk_buff* skb)
+gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 {
     u16 gem_ctp_id = 0;
     gem_ctp_get_inst_id_by_gemport_id(skb_gemport_id(skb), &gem_ctp_id);
@@ -44,7 +45,7 @@ gpon_fwd_info downstream_start(const sk_buff* skb)
 }
 
 // The walk of one direction, with the message of the one that failed.
-i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log)
+i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log) GPON_READS_LISTS
 {
     switch (fwd_flag) {
     case UP_UNI:

@@ -14,9 +14,9 @@ extern "C" {
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
 /* The walk of one direction; 0 or -1. */
-i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result);
-i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result);
-i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result);
+i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
+i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
+i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
 i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 }
 

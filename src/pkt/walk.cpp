@@ -11,7 +11,7 @@ namespace {
 constexpr u32 MAX_ANSWERS = 0x10000;
 
 // The next answer of a row: what the instance has recorded, else who has recorded the instance.
-void query_next(sk_buff* skb, const gpon_me_relation_query& query)
+void query_next(sk_buff* skb, const gpon_me_relation_query& query) GPON_READS_LISTS
 {
     const u8 position = query.related_id->instExist;
     gpon_flow_me_get_related_id(skb, &query);
@@ -31,7 +31,7 @@ struct next_class_row {
     const gpon_fwd_info& from;
     gpon_walk_result* result;
 
-    [[gnu::always_inline]] row_end walk(u16 next_class)
+    [[gnu::always_inline]] row_end walk(u16 next_class) GPON_READS_LISTS
     {
         gpon_me_related_id related_id = {};
         const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id};
@@ -57,7 +57,7 @@ struct next_class_row {
         return row_end::next_row;
     }
 
-    [[gnu::always_inline]] row_end step(const gpon_fwd_info& next)
+    [[gnu::always_inline]] row_end step(const gpon_fwd_info& next) GPON_READS_LISTS
     {
         if (gpon_pkt_general_forward(skb, &next, result) != 0) {
             log.error("[%s][%d] end, nextMeClassId=%d, inst_id=0x%x, fwd_op fail.\n", next.classId,
@@ -83,7 +83,8 @@ struct next_class_row {
 
 // What a step does between its entry and its exit, at the depth that recurse_num says.
 [[gnu::always_inline]] inline i32 walk_step(sk_buff* skb, const gpon_fwd_info* step,
-                                            gpon_walk_result* result, packet_log log)
+                                            gpon_walk_result* result,
+                                            packet_log log) GPON_READS_LISTS
 {
     if (result->ret_val == FLOW_PKT_FORWARD_DONE) {
         log.trace("[%s][%d] end,classId=%d,instId=0x%x,FLOW_PKT_FORWARD_DONE\n", step->classId,

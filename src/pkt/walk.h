@@ -25,12 +25,13 @@
 extern "C" {
 
 /* One step and all below it. 0: decided, look at ret_val; -1: failed. */
-i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                             gpon_walk_result* result) GPON_READS_LISTS;
 
 /* Tries the instances behind a step's next-class rows. */
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
                           struct gpon_walk_result* result,
-                          const struct gpon_me_next_class* next_classes);
+                          const struct gpon_me_next_class* next_classes) GPON_READS_LISTS;
 }
 
 #endif

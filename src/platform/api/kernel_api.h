@@ -12,8 +12,8 @@
 #ifndef GPON_PLATFORM_KERNEL_API_H
 #define GPON_PLATFORM_KERNEL_API_H
 
-#include "platform_hook.h"
 #include "../../base/thread_safety.h"
+#include "platform_hook.h"
 
 #ifdef __cplusplus
 #include <stdarg.h>
@@ -54,7 +54,7 @@ extern "C" {
 #ifdef __cplusplus
 GPON_SEAM(void*, kzalloc, (size_t bytes, gfp_t flags));
 #else
-void *gpon_os_kzalloc(size_t bytes, unsigned int flags);
+void* gpon_os_kzalloc(size_t bytes, unsigned int flags);
 #endif
 GPON_SEAM(void, kfree, (const void* memory));
 
@@ -72,31 +72,33 @@ GPON_SEAM_PRINTF(void, panic, (const char* text, ...), 1, 2);
 /* ---- RCU */
 GPON_SEAM(void, rcu_read_lock, (void));
 GPON_SEAM(void, rcu_read_unlock, (void));
-GPON_SEAM(void, call_rcu, (struct callback_head* head, void (*free_it)(struct callback_head*)));
+GPON_SEAM(void, call_rcu, (struct callback_head * head, void (*free_it)(struct callback_head*)));
 /* Waits until every callback passed to call_rcu has run. Process context. */
 GPON_SEAM(void, rcu_barrier, (void));
 /* Debug kernels only (GPON_DEBUG_CHECKS): reports a list access that is neither inside a read-side
  * section nor under gpon_flow_control_mutex. */
 GPON_SEAM(void, check_list_access, (void));
+/* The same kernels: reports a change of a list by a caller without gpon_flow_control_mutex. */
+GPON_SEAM(void, check_list_change, (void));
 
 /* ---- locks: gpon_hash_lock guards the rule table and is taken with bottom halves disabled;
  * gpon_flow_control_mutex admits one control caller (ioctl, proc write, unload) at a time. */
 GPON_SEAM_DATA(struct spinlock, gpon_hash_lock);
 GPON_SEAM_DATA(struct mutex, gpon_flow_control_mutex);
-GPON_SEAM(void, spin_lock_init, (struct spinlock* lock));
-GPON_SEAM(void, spin_lock_bh, (struct spinlock* lock));
-GPON_SEAM(void, spin_unlock_bh, (struct spinlock* lock));
-GPON_SEAM(void, mutex_lock, (struct mutex* lock));
-GPON_SEAM(void, mutex_unlock, (struct mutex* lock));
+GPON_SEAM(void, spin_lock_init, (struct spinlock * lock));
+GPON_SEAM(void, spin_lock_bh, (struct spinlock * lock));
+GPON_SEAM(void, spin_unlock_bh, (struct spinlock * lock));
+GPON_SEAM(void, mutex_lock, (struct mutex * lock));
+GPON_SEAM(void, mutex_unlock, (struct mutex * lock));
 
 /* ---- time: everything in jiffies. The timer's callback runs in softirq context. */
 GPON_SEAM_DATA(struct timer_list, gpon_hash_timer);
 GPON_SEAM(unsigned long, get_jiffies_64, (void));
-GPON_SEAM(void, timer_setup, (struct timer_list* timer, void (*expired)(struct timer_list*),
-                              unsigned int flags));
-GPON_SEAM(int, mod_timer, (struct timer_list* timer, unsigned long expires));
+GPON_SEAM(void, timer_setup,
+          (struct timer_list * timer, void (*expired)(struct timer_list*), unsigned int flags));
+GPON_SEAM(int, mod_timer, (struct timer_list * timer, unsigned long expires));
 /* Stops the timer and waits for a running callback. */
-GPON_SEAM(int, del_timer_sync, (struct timer_list* timer));
+GPON_SEAM(int, del_timer_sync, (struct timer_list * timer));
 
 /* ---- user memory: returns the number of bytes that could not be copied. Process context. */
 GPON_SEAM(unsigned long, copy_from_user, (void* to, const void* user_from, unsigned long bytes));
@@ -114,13 +116,12 @@ GPON_SEAM(int, __register_chrdev,
 GPON_SEAM(void, __unregister_chrdev,
           (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name));
 /* Null on failure; a null parent is the proc root. */
-GPON_SEAM(struct proc_dir_entry*, proc_mkdir,
-          (const char* name, struct proc_dir_entry* parent));
+GPON_SEAM(struct proc_dir_entry*, proc_mkdir, (const char* name, struct proc_dir_entry* parent));
 GPON_SEAM(struct proc_dir_entry*, create_proc_entry,
           (const char* name, unsigned int mode, struct proc_dir_entry* parent));
 /* read returns 0 (end of file); write returns the number of accepted bytes or a negative errno. */
 GPON_SEAM(void, set_proc_handlers,
-          (struct proc_dir_entry* entry, int (*read)(void),
+          (struct proc_dir_entry * entry, int (*read)(void),
            long (*write)(struct file* file, const char* user_text, unsigned long count)));
 GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* parent));
 
@@ -131,14 +132,13 @@ GPON_SEAM_DATA(const unsigned int, skb_flag_word_offset);
 /* First byte of the Ethernet header, and the number of readable bytes from there. */
 GPON_SEAM(const unsigned char*, skb_frame, (const struct sk_buff* skb, unsigned int* bytes));
 /* The same from the packet's MAC header (head pointer plus MAC header offset). */
-GPON_SEAM(const unsigned char*, skb_mac_frame,
-          (const struct sk_buff* skb, unsigned int* bytes));
+GPON_SEAM(const unsigned char*, skb_mac_frame, (const struct sk_buff* skb, unsigned int* bytes));
 /* Source-port word: the UNI port number is in bits 4 to 7. */
 GPON_SEAM(unsigned int, skb_port_word, (const struct sk_buff* skb));
 /* The second platform word, copied into the header summary. */
 GPON_SEAM(unsigned int, skb_mark_word, (const struct sk_buff* skb));
 GPON_SEAM(unsigned short, skb_gemport_id, (const struct sk_buff* skb));
-GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff* skb, unsigned short gemport_id));
+GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff * skb, unsigned short gemport_id));
 /* 1 if the packet came on a multicast GEM port. */
 GPON_SEAM(unsigned short, skb_multicast, (const struct sk_buff* skb));
 
@@ -149,6 +149,37 @@ void spin_lock_bh(spinlock* lock) GPON_ACQUIRE(*lock);
 void spin_unlock_bh(spinlock* lock) GPON_RELEASE(*lock);
 void mutex_lock(mutex* lock) GPON_ACQUIRE(*lock);
 void mutex_unlock(mutex* lock) GPON_RELEASE(*lock);
+
+/* The right to read the instance lists, as a capability of the analysis; there is no such object.
+ * A read-side section grants it, and so does gpon_flow_control_mutex (gpon::control_guard). */
+struct GPON_CAPABILITY("RCU read-side section") rcu_section;
+extern rcu_section gpon_rcu_section;
+void rcu_read_lock() GPON_ACQUIRE_SHARED(gpon_rcu_section);
+void rcu_read_unlock() GPON_RELEASE_SHARED(gpon_rcu_section);
+
+/* Contracts of the functions that read or change the instance lists. */
+#define GPON_READS_LISTS GPON_REQUIRES_SHARED(gpon_rcu_section)
+#define GPON_CHANGES_LISTS GPON_REQUIRES(gpon_flow_control_mutex) GPON_READS_LISTS
+
+/* For functions that are called through a pointer, which carries no contract: their caller's right
+ * is asserted at the entry, for the analysis and, in debug kernels, at run time. */
+inline void assert_reads_lists() GPON_ASSERT_SHARED(gpon_rcu_section);
+inline void assert_changes_lists() GPON_ASSERT(gpon_flow_control_mutex)
+    GPON_ASSERT_SHARED(gpon_rcu_section);
+
+inline void assert_reads_lists()
+{
+#ifdef GPON_DEBUG_CHECKS
+    check_list_access();
+#endif
+}
+
+inline void assert_changes_lists()
+{
+#ifdef GPON_DEBUG_CHECKS
+    check_list_change();
+#endif
+}
 
 /* ---- the platform's packet path, under its own exported names */
 int vorn_register_hook(vorn_hook_ops* ops);

@@ -19,9 +19,6 @@ constinit mutex gpon_flow_control_mutex;
 
 using namespace gpon::host;
 
-// The thread-safety analysis uses the contracts of these functions; std::mutex has none.
-#define GPON_LOCK_GLUE GPON_THREAD_ATTRIBUTE(no_thread_safety_analysis)
-
 void spin_lock_init(spinlock* lock)
 {
     if (!lock->inner.try_lock())
@@ -29,7 +26,7 @@ void spin_lock_init(spinlock* lock)
     lock->inner.unlock();
 }
 
-GPON_LOCK_GLUE void spin_lock_bh(spinlock* lock)
+GPON_NO_LOCK_ANALYSIS void spin_lock_bh(spinlock* lock)
 {
     if (this_thread.spinlock)
         fatal("spin_lock_bh by a thread that holds a spinlock already");
@@ -37,7 +34,7 @@ GPON_LOCK_GLUE void spin_lock_bh(spinlock* lock)
     this_thread.spinlock = lock;
 }
 
-GPON_LOCK_GLUE void spin_unlock_bh(spinlock* lock)
+GPON_NO_LOCK_ANALYSIS void spin_unlock_bh(spinlock* lock)
 {
     if (this_thread.spinlock != lock)
         fatal("spin_unlock_bh of a lock that this thread does not hold");
@@ -45,7 +42,7 @@ GPON_LOCK_GLUE void spin_unlock_bh(spinlock* lock)
     lock->inner.unlock();
 }
 
-GPON_LOCK_GLUE void mutex_lock(mutex* lock)
+GPON_NO_LOCK_ANALYSIS void mutex_lock(mutex* lock)
 {
     assert_may_sleep("mutex_lock");
     if (this_thread.mutex)
@@ -54,7 +51,7 @@ GPON_LOCK_GLUE void mutex_lock(mutex* lock)
     this_thread.mutex = lock;
 }
 
-GPON_LOCK_GLUE void mutex_unlock(mutex* lock)
+GPON_NO_LOCK_ANALYSIS void mutex_unlock(mutex* lock)
 {
     if (this_thread.mutex != lock)
         fatal("mutex_unlock of a mutex that this thread does not hold");

@@ -203,13 +203,13 @@ void rcu_settle()
 
 using namespace gpon::host;
 
-void rcu_read_lock()
+GPON_NO_LOCK_ANALYSIS void rcu_read_lock()
 {
     register_this_thread();
     urcu_memb_read_lock();
 }
 
-void rcu_read_unlock()
+GPON_NO_LOCK_ANALYSIS void rcu_read_unlock()
 {
     tsan::release(&readers_done);
     urcu_memb_read_unlock();
@@ -239,4 +239,10 @@ void check_list_access()
 {
     if (!in_read_section() && this_thread.mutex != &gpon_flow_control_mutex)
         fatal("list access outside of a read section and without the control mutex");
+}
+
+void check_list_change()
+{
+    if (this_thread.mutex != &gpon_flow_control_mutex)
+        fatal("list change without the control mutex");
 }

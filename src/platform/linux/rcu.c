@@ -40,6 +40,11 @@ void gpon_os_check_list_access(void)
 #endif
 }
 
+void gpon_os_check_list_change(void)
+{
+	lockdep_assert_held(&gpon_os_gpon_flow_control_mutex);
+}
+
 void gpon_glue_wait_for_rcu(void)
 {
 	synchronize_rcu();
