@@ -10,19 +10,20 @@ GPON_JOBS=${GPON_JOBS:-$(nproc)}
 # Prefix of the commands that build and test; the built programs inherit it.
 GPON_THROUGH=()
 
-# The release configuration uses the build folder itself, each other one a subfolder of its name.
+# The release configuration and its subset "tool" share the build folder itself, each other one uses
+# a subfolder of its name.
 preset_dir() {
-    if [ "$1" = release ]; then
-        echo "$GPON_BUILD_DIR"
-    else
-        echo "$GPON_BUILD_DIR/$1"
-    fi
+    case $1 in
+    release | tool) echo "$GPON_BUILD_DIR" ;;
+    *) echo "$GPON_BUILD_DIR/$1" ;;
+    esac
 }
 
 # need_for PRESET...: installs the packages that these need.
 need_for() {
-    local preset groups=(build test)
+    local preset groups=(build)
     for preset in "$@"; do
+        [ "$preset" = tool ] || groups+=(test)
         case $preset in
         release) groups+=(cross) ;;
         clang | fuzz) groups+=(clang) ;;
@@ -41,6 +42,7 @@ build_preset() {
     for target in "${@:2}"; do
         targets+=(--target "$target")
     done
-    cmake --preset "$1" -B "$dir" &&
-        "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0
+    # A folder that is configured for release has the tool among its targets.
+    { [ "$1" = tool ] && [ -f "$dir/build.ninja" ]; } || cmake --preset "$1" -B "$dir" || return 1
+    "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0
 }

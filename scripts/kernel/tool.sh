@@ -27,7 +27,7 @@ for directory in "$root/$libraries" "$root/lib/$processor-linux-gnu"; do
 done
 export PKG_CONFIG_LIBDIR=$root/$libraries/pkgconfig:$root/usr/share/pkgconfig
 export PKG_CONFIG_SYSROOT_DIR=$root
-cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DGPON_WERROR=OFF \
+cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 -DGPON_WERROR=OFF \
     -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
     -DCMAKE_C_COMPILER="${prefix}gcc" -DCMAKE_CXX_COMPILER="${prefix}g++" \
     -DCMAKE_FIND_ROOT_PATH="$root" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \

@@ -4,8 +4,8 @@ set -eu
 . scripts/build.sh
 
 need build
-step build build_preset release gponflow
+step build build_preset tool gponflow
 echo
 echo "Line: scenarios/demo.scn. Traffic: captures/, recorded from real clients."
 echo
-"$(preset_dir release)/bin/gponflow" account scenarios/demo.scn
+"$(preset_dir tool)/bin/gponflow" account scenarios/demo.scn

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Every combination of tags, types and lengths: the module's header readers find what a packet
 // library finds.
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include <cstdio>
 #include <random>

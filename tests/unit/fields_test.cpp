@@ -3,7 +3,7 @@
 #include <cstring>
 #include <map>
 
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include "me/dump.h"
 #include "me/registry.h"

@@ -3,12 +3,13 @@
 // own steps: each is one atomic access or one critical section, so that a run on one thread that
 // takes them in some order is what CPUs do in that order. The store is one number, which a replay
 // yields.
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include <functional>
 
 #include "base/memory.h"
 #include "hash/aging.h"
+#include "hash/crc32.h"
 #include "hash/outcome_table.h"
 #include "hash/rule_table.h"
 

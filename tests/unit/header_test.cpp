@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include <random>
 

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "hash/aging.h"
+#include "hash/crc32.h"
 #include "hash/outcome_table.h"
 #include "hash/rule_table.h"
 #include "me/link_update.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The proc entry: lines, their words, and what a read prints.
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 #include "tests/unit/unreadable_memory.h"
 
 #include "core/proc.h"

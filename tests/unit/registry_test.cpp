@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <map>
 
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include "me/registry.h"
 #include "me_class/classes.h"

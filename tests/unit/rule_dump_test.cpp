@@ -3,7 +3,7 @@
 #include <map>
 #include <memory>
 
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include "base/memory.h"
 #include "hash/aging.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // What a frame's rule is known by, and the way of its steps into the table and back.
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include <array>
 #include <cstring>

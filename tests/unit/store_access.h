@@ -2,7 +2,7 @@
 /* Looking into the instance lists, and a class of a test's own. */
 #pragma once
 
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include "core/control_record.h"
 #include "include/packet_flow.h"

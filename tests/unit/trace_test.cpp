@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "tests/unit/loaded_module.h"
+#include "tests/support/loaded_module.h"
 
 #include "debug/trace.h"
 

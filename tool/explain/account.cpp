@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cstring>
 #include <ostream>
-#include <regex>
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
 #include "tool/model/line_model.h"
 #include "tool/scenario/captured_run.h"
+#include "tool/text/pattern.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -67,12 +67,13 @@ struct frame_story {
 private:
     void consider(std::string_view line)
     {
-        static const std::regex port(": enter, classId=" + std::to_string(me_class::mbpcd) +
-                                     R"(,instId=(\d+))");
-        std::match_results<std::string_view::const_iterator> at;
-        if (line.find("[mbpcd_forward]") != line.npos &&
-            std::regex_search(line.begin(), line.end(), at, port))
-            ports.push_back(static_cast<uint16_t>(std::stoul(at[1].str())));
+        static const pattern port(": enter, classId=" + std::to_string(me_class::mbpcd) +
+                                  R"(,instId=(\d+))");
+        std::optional<pattern_match> at;
+        if (line.find("[mbpcd_forward]") != line.npos)
+            at = port.search(line);
+        if (at)
+            ports.push_back(static_cast<uint16_t>(std::stoul((*at)[1])));
         else if (line.starts_with('*'))
             complain(line);
     }
@@ -80,17 +81,17 @@ private:
     // The reason is the message of the instance; the functions above it only report a failure.
     void complain(std::string_view line)
     {
-        static const std::regex complaint(
+        static const pattern complaint(
             R"(^(?:\*\*\*ERROR\*\*\*|\*\*WARNING\*\*)(\[?\w+\]?) ?\[\d+\]:? ?(.*?)\r?$)");
-        std::match_results<std::string_view::const_iterator> found;
-        if (!std::regex_match(line.begin(), line.end(), found, complaint))
+        const std::optional<pattern_match> found = complaint.match(line);
+        if (!found)
             return;
-        const std::string name = found[1].str();
+        const std::string& name = (*found)[1];
         for (const char* reporter :
              {"gpon_pkt_general_", "gpon_pkt_upstream_", "gpon_pkt_next_", "gpon_pkt_downstream_"})
             if (name.find(reporter) != std::string::npos)
                 return;
-        last_complaint = name + " " + found[2].str();
+        last_complaint = name + " " + (*found)[2];
         if (name == "[mbpcd_forward]" && !ports.empty())
             last_complaint += " " + to_text(me_id{me_class::mbpcd, ports.back()});
     }

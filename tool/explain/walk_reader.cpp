@@ -2,10 +2,10 @@
 #include "tool/explain/walk_reader.h"
 
 #include <algorithm>
-#include <regex>
 #include <utility>
 
 #include "tool/explain/decision_texts.h"
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -22,26 +22,23 @@ struct log_line {
 
 std::optional<log_line> read_line(const std::string& line)
 {
-    static const std::regex shape(
-        R"(^(\*+[A-Z]+\*+)?(?:Enter )?\[?(\w+)\]? ?\[\d+\]:? ?(.*?)\s*$)");
-    std::smatch found;
-    if (!std::regex_match(line, found, shape))
+    static const pattern shape(R"(^(\*+[A-Z]+\*+)?(?:Enter )?\[?(\w+)\]? ?\[\d+\]:? ?(.*?)\s*$)");
+    const std::optional<pattern_match> found = shape.match(line);
+    if (!found)
         return {};
-    return log_line{found[1], found[2], found[3]};
+    return log_line{(*found)[1], (*found)[2], (*found)[3]};
 }
 
 // The numbers of a text that matches the pattern.
-std::optional<std::vector<unsigned>> numbers(const std::string& text, const std::regex& pattern)
+std::optional<std::vector<unsigned>> numbers(const std::string& text, const pattern& shape)
 {
-    std::smatch found;
-    if (!std::regex_search(text, found, pattern))
+    const std::optional<pattern_match> found = shape.search(text);
+    if (!found)
         return {};
     std::vector<unsigned> result;
-    for (size_t i = 1; i < found.size(); ++i) {
-        const std::string digits = found[i];
-        // A %x of a message follows its 0x, other numbers are decimal.
-        result.push_back(static_cast<unsigned>(std::stoul(digits, nullptr, 0)));
-    }
+    // A %x of a message follows its 0x, other numbers are decimal.
+    for (size_t i = 1; i < found->groups.size(); ++i)
+        result.push_back(static_cast<unsigned>(std::stoul((*found)[i], nullptr, 0)));
     return result;
 }
 
@@ -121,11 +118,11 @@ private:
 
     void take_step(const log_line& line)
     {
-        static const std::regex entry(R"(^Enter, recurse_num = (\d+))");
-        static const std::regex position(
+        static const pattern entry(R"(^Enter, recurse_num = (\d+))");
+        static const pattern position(
             R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
-        static const std::regex exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
-                                     R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
+        static const pattern exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
+                                  R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
         if (numbers(line.text, entry)) {
             open_step();
             announced_ = true;
@@ -181,7 +178,7 @@ private:
 
     void take_next(const std::string& text)
     {
-        static const std::regex answer(
+        static const pattern answer(
             R"(^nextMeClassId=(\d+), inst_id=(0x[0-9a-f]+|0), instExist=(\d+),)");
         const auto found = numbers(text, answer);
         walk_step* step = current();
@@ -196,7 +193,7 @@ private:
 
     void take_replayed(const std::string& text)
     {
-        static const std::regex which(R"(^classId = (\d+), me_index)");
+        static const pattern which(R"(^classId = (\d+), me_index)");
         if (const auto found = numbers(text, which))
             story_.steps.push_back(
                 {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
@@ -206,8 +203,8 @@ private:
     // class is logged before.
     void take_replayed_port(const log_line& line)
     {
-        static const std::regex entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
-                                      R"(,instId=(\d+))");
+        static const pattern entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
+                                   R"(,instId=(\d+))");
         const auto at = numbers(line.text, entry);
         const walk_step* last = current();
         if (at && (!last || last->at.class_id != me_class::mbpcd || last->at.instance != 0))
@@ -225,7 +222,7 @@ private:
 
     void take_tci(const std::string& text)
     {
-        static const std::regex end(R"(vlanTci=(0x[0-9a-f]+|0))");
+        static const pattern end(R"(vlanTci=(0x[0-9a-f]+|0))");
         if (const auto found = numbers(text, end))
             tci_ = (*found)[0];
     }
@@ -252,8 +249,8 @@ private:
 
     void take_bridge_port(const std::string& text, walk_step& step)
     {
-        static const std::regex entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
-                                      R"(,instId=(\d+))");
+        static const pattern entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
+                                   R"(,instId=(\d+))");
         if (const auto at = numbers(text, entry))
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         else if (text.find("fwd_flag(") != text.npos)
@@ -267,7 +264,7 @@ private:
 
     void take_filter(const std::string& text, walk_step& step)
     {
-        static const std::regex operands(
+        static const pattern operands(
             R"(^forwardOperation=(0x[0-9a-f]+|0),vlanTci=(0x[0-9a-f]+|0),tagFlag=(\d+))");
         const auto found = numbers(text, operands);
         if (!found) {
@@ -287,7 +284,7 @@ private:
 
     void take_gem_iw(const std::string& text, walk_step& step)
     {
-        static const std::regex end(R"(^end, inst_id=(\d+))");
+        static const pattern end(R"(^end, inst_id=(\d+))");
         if (const auto at = numbers(text, end))
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         if (text.find("pbit_filter_handle fail") == text.npos)

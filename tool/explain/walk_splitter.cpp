@@ -3,8 +3,9 @@
 
 #include <algorithm>
 #include <array>
-#include <regex>
 #include <utility>
+
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -38,17 +39,17 @@ bool walk_splitter::belongs_to_ended(std::string_view function, std::string_view
 
 void walk_splitter::line(std::string_view text)
 {
-    static const std::regex shape(R"(^\*\*\*?[A-Z]+\*\*\*?(?:Enter )?\[?(\w+)\]? ?\[\d+\](.*)$)");
+    static const pattern shape(R"(^\*\*\*?[A-Z]+\*\*\*?(?:Enter )?\[?(\w+)\]? ?\[\d+\](.*)$)");
     // Some messages of the module end in a carriage return, which the pattern does not match.
     if (text.ends_with('\r'))
         text.remove_suffix(1);
     // The one message of a walk without a level tag.
     const bool too_deep = holds(text, "recurse_num is MAX_RECURSION_NUM");
-    std::match_results<std::string_view::const_iterator> found;
-    if (!too_deep && !std::regex_match(text.begin(), text.end(), found, shape))
+    const std::optional<pattern_match> found = shape.match(text);
+    if (!too_deep && !found)
         return;
-    const std::string function = too_deep ? "" : found[1].str();
-    const std::string said = too_deep ? "" : found[2].str();
+    const std::string function = too_deep ? "" : (*found)[1];
+    const std::string said = too_deep ? "" : (*found)[2];
     if (ended_ && !belongs_to_ended(function, said))
         flush();
     log_ += std::string(text) + '\n';

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
-#include <regex>
 
 #include "tool/model/class_records.h"
 #include "tool/text/lines.h"
 #include "tool/text/number_text.h"
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -42,10 +42,9 @@ class instance_reader {
 public:
     void take(std::string_view line)
     {
-        static const std::regex title(R"(dump (\w+)\(classId = (\d+)\):\s*)");
-        std::match_results<std::string_view::const_iterator> found;
-        if (std::regex_match(line.begin(), line.end(), found, title)) {
-            class_ = find_me_class(static_cast<uint16_t>(std::stoul(found[2])));
+        static const pattern title(R"(dump (\w+)\(classId = (\d+)\):\s*)");
+        if (const std::optional<pattern_match> found = title.match(line)) {
+            class_ = find_me_class(static_cast<uint16_t>(std::stoul((*found)[2])));
             titles_.clear();
             open_ = false;
         } else if (!class_ || is_rule(line)) {

@@ -8,9 +8,9 @@
 #include <fcntl.h>
 #include <fstream>
 #include <poll.h>
-#include <regex>
 
 #include "tool/scenario/backend.h"
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -50,12 +50,12 @@ bool read_log_record(std::string_view record, std::string& text)
 
 bool is_kernel_chatter(std::string_view text)
 {
-    static const std::regex chatter(
+    static const pattern chatter(
         R"(^(gpon_flow: (loading out-of-tree|module (license|verification))|)"
         R"(Disabling lock debugging|CPU: \d|Hardware name: |Call [Tt]race:|Workqueue: |)"
         R"( ?</?(TASK|IRQ)>|(RIP|RSP|Code|RAX|RDX|RBP|R10|R13): |)"
         R"( +(\? )?[\w.]+\+0x[0-9a-f]+/0x[0-9a-f]+).*)");
-    return std::regex_match(text.begin(), text.end(), chatter);
+    return chatter.match(text).has_value();
 }
 
 kernel_log::kernel_log() : log_(open("/dev/kmsg", O_RDWR | O_NONBLOCK | O_CLOEXEC))

@@ -2,22 +2,16 @@
 #include "tool/live/rule_table.h"
 
 #include <algorithm>
-#include <regex>
+#include <optional>
 
 #include "tool/text/lines.h"
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
 namespace {
 
 constexpr size_t most_tags = 4;
-
-using match = std::match_results<std::string_view::const_iterator>;
-
-bool matches(std::string_view line, match& found, const std::regex& shape)
-{
-    return std::regex_match(line.begin(), line.end(), found, shape);
-}
 
 unsigned number(const std::string& text, int base = 10)
 {
@@ -42,13 +36,15 @@ std::vector<vlan_tag> read_tags(const std::string& tpids, const std::string& tci
     return tags;
 }
 
-std::vector<me_id> read_steps(const std::string& text)
+std::vector<me_id> read_steps(std::string_view text)
 {
-    static const std::regex step(R"(->(\d+)\((0x[0-9a-f]+)\))");
+    static const pattern step(R"(->(\d+)\((0x[0-9a-f]+)\))");
     std::vector<me_id> steps;
-    for (std::sregex_iterator it(text.begin(), text.end(), step), end; it != end; ++it)
-        steps.push_back(
-            {static_cast<uint16_t>(number((*it)[1])), static_cast<uint16_t>(number((*it)[2], 16))});
+    while (const std::optional<pattern_match> found = step.search(text)) {
+        steps.push_back({static_cast<uint16_t>(number((*found)[1])),
+                         static_cast<uint16_t>(number((*found)[2], 16))});
+        text.remove_prefix(found->position + (*found)[0].size());
+    }
     return steps;
 }
 
@@ -56,16 +52,15 @@ class table_reader {
 public:
     void take(std::string_view line)
     {
-        static const std::regex counter(R"( (total_num|table_size|threshold) = (\d+)\s*)");
-        static const std::regex bucket(R"(\|\*\* hash_val = (0x[0-9a-f]+|0) \*\*\|.*)");
-        static const std::regex trace(R"(\| Trace:CLASS\(INST\)(.*)\|\s*)");
-        match found;
-        if (matches(line, found, counter))
-            take_counter(found[1], number(found[2]));
-        else if (matches(line, found, bucket))
-            hash_ = number(found[1], 16);
-        else if (matches(line, found, trace))
-            take_trace(found[1]);
+        static const pattern counter(R"( (total_num|table_size|threshold) = (\d+)\s*)");
+        static const pattern bucket(R"(\|\*\* hash_val = (0x[0-9a-f]+|0) \*\*\|.*)");
+        static const pattern trace(R"(\| Trace:CLASS\(INST\)(.*)\|\s*)");
+        if (const auto counted = counter.match(line))
+            take_counter((*counted)[1], number((*counted)[2]));
+        else if (const auto opened = bucket.match(line))
+            hash_ = number((*opened)[1], 16);
+        else if (const auto traced = trace.match(line))
+            take_trace((*traced)[1]);
         else
             take_row(line);
     }
@@ -91,18 +86,21 @@ private:
 
     void take_row(std::string_view line)
     {
-        static const std::regex row(
+        static const pattern row(
             R"(\| +(\d+) \| ((?:[0-9a-f]{2}:){5}[0-9a-f]{2}) \| ((?:[0-9a-f]{2}:){5}[0-9a-f]{2}) \|)"
             R"( +([0-9a-fx:]{19}) \| +([0-9a-fx:]{19}) \| +(\d+) \| +(\S+) \|\s*)");
-        match found;
-        if (!started_ || !matches(line, found, row))
+        if (!started_)
             return;
+        const std::optional<pattern_match> found = row.match(line);
+        if (!found)
+            return;
+        const pattern_match& cells = *found;
         dumped_rule rule;
         rule.hash = hash_;
-        rule.index = static_cast<uint16_t>(number(found[1]));
-        rule.key = {read_mac(found[2]), read_mac(found[3]), read_tags(found[4], found[5]),
-                    found[7]};
-        rule.port = static_cast<uint16_t>(number(found[6]));
+        rule.index = static_cast<uint16_t>(number(cells[1]));
+        rule.key = {read_mac(cells[2]), read_mac(cells[3]), read_tags(cells[4], cells[5]),
+                    cells[7]};
+        rule.port = static_cast<uint16_t>(number(cells[6]));
         table_.rules.push_back(std::move(rule));
         open_ = true;
     }

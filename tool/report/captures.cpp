@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/report/captures.h"
 
-#include <regex>
+#include <optional>
 #include <stdexcept>
 
 #include "tool/scenario/captures.h"
 #include "tool/scenario/parse.h"
+#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -25,12 +26,11 @@ std::string quoted(const std::string& text)
 // A file name may contain commas: the options start at the first comma followed by NAME=.
 std::string command_text(const std::string& word)
 {
-    static const std::regex first_option(",[a-z_]+=");
-    std::smatch found;
-    const bool has_options = std::regex_search(word, found, first_option);
-    const auto split = static_cast<size_t>(has_options ? found.position() : 0);
-    const std::string file = has_options ? word.substr(0, split) : word;
-    std::string options = has_options ? word.substr(split) : "";
+    static const pattern first_option(",[a-z_]+=");
+    const std::optional<pattern_match> found = first_option.search(word);
+    const size_t split = found ? found->position : word.size();
+    const std::string file = word.substr(0, split);
+    std::string options = word.substr(split);
     if (options.find(",kind=") == options.npos)
         options += ",kind=up_ani";
     for (char& c : options)
