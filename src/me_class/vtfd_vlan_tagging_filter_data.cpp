@@ -33,7 +33,7 @@ struct forward_operation {
     u16 mask;
 };
 
-// Two rows a code, the one for tagged frames first.
+// Two rows per code, the one for tagged frames first.
 constexpr forward_operation FORWARD_OPERATIONS[] = {
     {0x00, 1, vtfd_action_pass, NO_MASK},
     {0x00, 0, vtfd_action_pass, NO_MASK},
@@ -114,8 +114,8 @@ const forward_operation* find_operation(u8 code, u8 tagged)
     return nullptr;
 }
 
-// vlanFilterNums is taken as stored: an entry beyond the list is what the record image holds
-// there, and 0 beyond the record.
+// vlanFilterNums is used as stored: an entry beyond the list is the word at that place of the
+// record, and 0 beyond the record.
 u16 list_entry(const gpon_raw_vtfd* me, u32 index)
 {
     const size_t at = offsetof(gpon_raw_vtfd, vlanFilterList) + index * sizeof(u16);
