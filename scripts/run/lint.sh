@@ -45,9 +45,11 @@ check_cppcheck() {
         -DGPON_HOST_BUILD -I. -Isrc "${core_folders[@]}" src/platform/host
 }
 
-# The compiler's analyzer works best at a low optimization level.
+# The compiler's analyzer works best at a low optimization level. gcc 12's analyzer takes a record
+# that a function returns by value for an uninitialized one; clang-tidy's finds those that are.
 check_analyzer() {
-    printf '%s\n' src/*/*.cpp | xargs -n 1 -P "$GPON_JOBS" g++ -std=c++20 -fanalyzer -Werror -O1 -DGPON_HOST_BUILD -Isrc \
+    printf '%s\n' src/*/*.cpp | xargs -n 1 -P "$GPON_JOBS" g++ -std=c++20 -fanalyzer -Werror -O1 \
+        -Wno-analyzer-use-of-uninitialized-value -DGPON_HOST_BUILD -Isrc \
         -ffreestanding -fno-exceptions -fno-rtti -c -o /dev/null
 }
 

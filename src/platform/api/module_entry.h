@@ -22,8 +22,8 @@ int GPON_CORE_ENTRY(init_module)(void);
 /* Takes everything down, the hook last, and waits for the aging timer and all deferred frees. */
 void GPON_CORE_ENTRY(cleanup_module)(void);
 
-/* Takes down the rule table and its timer, for a platform that rolls a failed load back: both are up
- * before anything that can fail. 0, or -1 when there is no table. */
+/* Takes down the rule table and its timer, for a platform that rolls a failed load back: both are
+ * up before anything that can fail. 0, or -1 when there is no table. */
 int gpon_hash_exit(void);
 
 #ifdef __cplusplus
