@@ -13,7 +13,7 @@ using gpon::load_related_id;
 
 enum class row_result { passed_over, answered };
 
-// The position behind the used entry with that id, -1 when there is none.
+// The position after the used entry with that id, or -1 if there is none.
 i32 position_behind(const gpon_me_related_info& row, u16 inst_id) GPON_READS_LISTS
 {
     const gpon_me_related_id* const ids = row.related_ids;
@@ -28,8 +28,7 @@ i32 position_behind(const gpon_me_related_info& row, u16 inst_id) GPON_READS_LIS
     return -1;
 }
 
-// A row's part of the forward query. The walk asks it for each port of a bridge, and each time it
-// passes all that were answered before: what is done for an entry has to be little.
+// The forward query in one row. Hot: scanned once per port of a bridge, keep it cheap.
 row_result next_in_row(const gpon_me_related_info& row,
                        gpon_me_related_id* related_id) GPON_READS_LISTS
 {
@@ -62,7 +61,7 @@ void trace_answer(packet_log log, const gpon_me_relation_query* query)
               query->related_id->instId);
 }
 
-// Entry checks that both queries share.
+// Argument checks of both queries.
 bool is_complete(packet_log log, const gpon_me_relation_query* query)
 {
     if (!log.has_packet()) {
@@ -111,7 +110,7 @@ bool records(packet_log log, const gpon_me_inst& inst,
     return false;
 }
 
-// Resuming: the previous answer is looked for by id and not examined itself.
+// Resumes the scan after the previous result, which is found by its id alone.
 void pass_previous(packet_log log, const gpon_me_inst& inst, gpon_me_related_id* related_id)
 {
     if (inst.inst_id == related_id->instId) {
@@ -221,7 +220,7 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
 
 bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
 {
-    // A forward query without memory leaves the previous answer standing.
+    // A forward query without memory does not change the previous result.
     if (previous.instExist == 1 && query.related_id->instId == previous.instId)
         return true;
     const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);

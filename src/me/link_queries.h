@@ -4,7 +4,7 @@
  *
  * A link is stored with the instance that is pointed at. The forward query lists what an instance
  * has recorded; the reverse query lists the instances that have recorded a given one. Both are
- * iterators: the previous answer goes in, the next one comes out. Each call starts its scan anew.
+ * iterators: they take the previous result and return the next one. Each call starts its own scan.
  * Packet path, inside an RCU read section. skb serves the trace control of the messages.
  */
 #ifndef GPON_ME_RELATION_H
@@ -14,8 +14,8 @@
 
 extern "C" {
 
-/* The instances of related_class_id that inst_id of class_id has recorded. 0 when the query ran,
- * with or without an answer; -1 for a null argument, an unknown class or no memory. */
+/* The instances of related_class_id that inst_id of class_id has recorded. Returns 0 with or
+ * without a result; -1 for a null argument, an unknown class or no memory. */
 i32 gpon_flow_me_get_related_id(const sk_buff* skb,
                                 const gpon_me_relation_query* query) GPON_READS_LISTS;
 
@@ -24,23 +24,23 @@ i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info
                                   u16 related_class_id,
                                   gpon_me_related_id* related_id) GPON_READS_LISTS;
 
-/* The instances of related_class_id that have recorded inst_id of class_id, in list order. 0 with
- * an answer; -1 without one, for a null argument or an unknown class. */
+/* The instances of related_class_id that have recorded inst_id of class_id, in list order. Returns
+ * 0 with a result; -1 without one, for a null argument or an unknown class. */
 i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb,
                                         const gpon_me_relation_query* query) GPON_READS_LISTS;
 }
 
 namespace gpon {
 
-/* The first recorded instance of a class; instExist tells whether there is one. What
- * gpon_flow_list_get_related_id answers to a query that starts, for a table that is not null; the
- * steps of a replay ask little else. */
+/* The first recorded instance of a class; instExist is 0 if there is none. The result of
+ * gpon_flow_list_get_related_id for a query from the beginning and a table that is not null; most
+ * queries of a replay are of this kind. */
 gpon_me_related_id first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
                                     u16 related_class_id) GPON_READS_LISTS;
 
-/* True when an answer was tried before: it is the previous one, or the forward query's array has
- * it no later than the previous one, since the same id was recorded twice. Following it would go
- * round for ever. Prints nothing. */
+/* True if a result was tried before: it is the previous one, or is in the forward query's array
+ * before the previous one, because the same id was recorded twice. Following it would loop forever.
+ * Prints nothing. */
 bool is_repeated_answer(const gpon_me_relation_query& query,
                         gpon_me_related_id previous) GPON_READS_LISTS;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Changes the links of an instance that exists. The new node shares the table that changes.
+// Changes the links of an existing instance. The new node shares the changed table.
 i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> copy = gpon::zalloc<gpon_me_inst>();
@@ -22,7 +22,7 @@ i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update) GPON_
     return 0;
 }
 
-// Creates the instance that is pointed at, with default attributes and this one link.
+// Creates the target instance with default attributes and this link.
 i32 auto_create(const gpon_me_list_info& info,
                 const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
@@ -66,7 +66,7 @@ i32 gpon_flow_me_general_update(const gpon_me_related_update* update)
     }
     if (entry->explicit_create == 1)
         return 0;
-    // The message has always shown 0 here; operators know the line, not the number.
+    // The message always prints 0 here. Operators search for this line.
     log_trace(" Auto Create this Instance %04x\r\n", 0);
     if (update->msg_type != ZR_OMCI_MSG_TYPE_CREAT && update->msg_type != ZR_OMCI_MSG_TYPE_SET)
         return 0;

@@ -7,9 +7,9 @@
 
 extern "C" {
 
-/* Files a link change under the instance pointed at, and creates that instance when its class is
- * created by the ONU itself. 0 or -1; a link to a missing instance of another class is dropped
- * and answered with 0. */
+/* Records a link change at the target instance, and creates the target if the ONU itself creates
+ * instances of its class. Returns 0 or -1; a link to a missing instance of another class is dropped
+ * with 0. */
 i32 gpon_flow_me_general_update(const gpon_me_related_update* update) GPON_CHANGES_LISTS;
 }
 

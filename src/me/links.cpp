@@ -8,7 +8,7 @@ namespace {
 using gpon::load_related_id;
 using gpon::store_related_id;
 
-// The size rule of the arrays: one node, not one entry, for each place.
+// Size of the arrays: the size of a node, not of an entry, for each place.
 constexpr size_t BYTES_A_PLACE = sizeof(gpon_me_inst);
 
 void record(gpon_me_related_id& entry, u16 id) GPON_CHANGES_LISTS
@@ -28,7 +28,7 @@ void link_created(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANG
     log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_CREAT done\n");
 }
 
-// True when the id stands in the row afterwards.
+// True if the row contains the id afterwards.
 bool record_once(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Related-id arrays: which instances of other classes point at an instance. */
+/* Related-id arrays: the instances of other classes that point at an instance. */
 #ifndef GPON_ME_RELATED_H
 #define GPON_ME_RELATED_H
 
@@ -9,16 +9,16 @@
 
 extern "C" {
 
-/* Copies the template of size bytes to dst and gives each row its zeroed array. 0, or -1 with
- * nothing left allocated. Control path. */
+/* Copies the template of size bytes to dst and allocates a zeroed array for each row. Returns 0, or
+ * -1 with nothing left allocated. Control path. */
 i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst, const gpon_me_related_info* table,
                                       i32 size);
 
 /* Frees the arrays of all rows, not the table. Any context, once no reader is left. */
 void gpon_flow_list_free_related_data(gpon_me_related_info* related);
 
-/* Applies one link change to the holder's table: create takes the first free entry without a look
- * for duplicates, set records an id once, delete removes the first match and closes the gap.
+/* Applies one link change to the holder's table. Create takes the first free entry and does not
+ * check for duplicates, set records an id once, delete removes the first match and closes the gap.
  * Control path. */
 void gpon_flow_list_update_related_id(gpon_me_related_info* related,
                                       const gpon_me_related_update* update) GPON_CHANGES_LISTS;
@@ -26,11 +26,11 @@ void gpon_flow_list_update_related_id(gpon_me_related_info* related,
 
 namespace gpon {
 
-/* An entry is one word, read and written whole. */
+/* An entry is one word, read and written in one access. */
 inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
 {
     const u32 word = load_relaxed(*reinterpret_cast<const u32*>(&entry));
-    // Field by field: as a whole, the compiler carries the padding along.
+    // Field by field: a copy of the whole record also copies the padding.
     const u8* bytes = reinterpret_cast<const u8*>(&word);
     return {.instExist = bytes[offsetof(gpon_me_related_id, instExist)],
             .instId = load_unaligned<u16>(bytes + offsetof(gpon_me_related_id, instId))};
@@ -41,7 +41,7 @@ inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value
     store_relaxed(*reinterpret_cast<u32*>(&entry), __builtin_bit_cast(u32, value));
 }
 
-/* The first row of a table that records ids of a class, or the closing row. */
+/* The first row of a table that records ids of a class, or the last (empty) row. */
 template <typename Row> inline Row* find_row(Row* row, u16 related_class_id)
 {
     while (row->related_class_id != 0 && row->related_class_id != related_class_id)
@@ -49,7 +49,7 @@ template <typename Row> inline Row* find_row(Row* row, u16 related_class_id)
     return row;
 }
 
-/* What a node owns, while it is being made. */
+/* The memory of a node during its creation. */
 struct inst_parts {
     owned<u8> raw;
     owned<gpon_me_related_info> related;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* What the attribute handlers of all classes do alike. Control path. */
+/* Common parts of the attribute handlers of all classes. Control path. */
 #ifndef GPON_ME_CLASS_ATTR_H
 #define GPON_ME_CLASS_ATTR_H
 
@@ -15,7 +15,7 @@ struct me_ref {
     u16 inst_id;
 };
 
-/* Reports that an instance points at another one, with the command's message type. */
+/* Records that an instance points at another one, with the command's message type. */
 inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to) GPON_CHANGES_LISTS
 {
     const gpon_me_related_update update = {.class_id = from.class_id,
@@ -39,7 +39,8 @@ inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_poi
     return report_link(cmd, from, {to, target_id(pointer, raw, element)});
 }
 
-/* Traces the handler's entry; the raw record of its command, or null with the error message. */
+/* Traces the handler's entry; returns the raw record of its command, or null with the error
+ * message. */
 template <typename Raw>
 inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_context::here())
     GPON_ASSERT(gpon_flow_control_mutex) GPON_ASSERT_SHARED(gpon_rcu_section)
@@ -52,10 +53,10 @@ inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_co
     return nullptr;
 }
 
-/* The attribute-op table of a class without pointer attributes: stored, no handler. */
+/* The attribute-op table of a class without pointer attributes. */
 constexpr gpon_me_attr_op NO_ATTR_OPS[] = {{.mask = 0, .handler = nullptr}};
 
-/* The related-info table of a class that nothing points at. */
+/* The related-info table of a class that no other class points at. */
 constexpr gpon_me_related_info NOTHING_RELATED[] = {{}};
 
 } // namespace gpon

@@ -8,7 +8,8 @@
 
 namespace gpon {
 
-/* First instance whose u16 raw field at an offset has a value. The store may change the record. */
+/* First instance with a given value in the u16 raw field at an offset. The store may change the
+ * record during the search. */
 bool find_by_field(const list_head* list, size_t field_offset, u16 value,
                    u16* inst_id) GPON_READS_LISTS;
 

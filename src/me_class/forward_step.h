@@ -10,7 +10,8 @@
 
 namespace gpon {
 
-/* Traces the entry of a forward function; false with the message when an argument is null. */
+/* Traces the entry of a forward function; returns false and prints a message if an argument is
+ * null. */
 [[nodiscard]] inline bool
 enter_forward(packet_log log, const gpon_fwd_info* fwd_info, const gpon_walk_result* result,
               log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
@@ -24,7 +25,7 @@ enter_forward(packet_log log, const gpon_fwd_info* fwd_info, const gpon_walk_res
     return false;
 }
 
-/* A step's own copy of an instance's related-info table. */
+/* A copy of an instance's related-info table for one step. */
 class related_table {
 public:
     /* Empty when there is no memory. */
@@ -48,7 +49,7 @@ public:
         return inst != nullptr;
     }
 
-    /* The first recorded instance of a class; instExist tells whether there is one. */
+    /* The first recorded instance of a class; instExist is 0 if there is none. */
     gpon_me_related_id first(const sk_buff* skb, u16 class_id) const GPON_READS_LISTS
     {
         return first_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()),
@@ -60,7 +61,7 @@ private:
     owned<u8> table_;
 };
 
-/* A step's own copy of an instance's raw record. */
+/* A copy of an instance's raw record for one step. */
 template <typename Raw> class raw_record {
 public:
     /* Empty when there is no memory. */
@@ -93,7 +94,7 @@ private:
     owned<Raw> raw_;
 };
 
-/* The VLAN operations tied to an instance. */
+/* The VLAN operations of an instance. */
 struct vlan_operations {
     gpon_me_related_id vtocd;
     gpon_me_related_id evtocd;
@@ -104,7 +105,8 @@ struct vlan_operations {
         return {vtocd, table.first(skb, me_class::evtocd)};
     }
 
-    /* Runs them on the frame, 78 before 171; 0, or -1 with the message of the one that failed. */
+    /* Runs them on the frame, class 78 before 171. Returns 0, or -1 with the message of the failed
+     * one. */
     [[nodiscard]] i32 run(const sk_buff* skb, op_info* op, packet_log log) const;
 };
 

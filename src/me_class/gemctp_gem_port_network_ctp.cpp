@@ -19,7 +19,7 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_gemctp, TDProPtrDown, hex),
 };
 
-// A pointer of 0 is the absence of a pointer in this class.
+// In this class a pointer of 0 means no pointer.
 constexpr i32 NO_POINTER = 0;
 constexpr u8 RATE_CONTROLLED = 1;
 constexpr u32 ANI_TO_UNI_ONLY = 2;
@@ -43,7 +43,7 @@ constexpr gpon_me_pointer UP_TD = {.field = GPON_FIELD(gpon_raw_gemctp, TDProPtr
                                    .mask = 0x800,
                                    .class_id = me_class::td,
                                    .no_target = NO_POINTER};
-// The downstream traffic descriptor is driven by attribute 7.
+// Attribute 7 sets the downstream traffic descriptor.
 constexpr gpon_me_pointer DOWN_TD = {.field = GPON_FIELD(gpon_raw_gemctp, TDProPtrDown, hex),
                                      .mask = 0x200,
                                      .class_id = me_class::td,
@@ -56,7 +56,7 @@ i32 report_pointer(const gpon_me_cmd* cmd, const gpon_raw_gemctp* me,
     return gpon::report_pointer(cmd, {me_class::gemctp, me->instID}, pointer, me);
 }
 
-// The two oldest handlers of the class answer a command without attribute data with 0.
+// These two handlers return 0 for a command without attribute data.
 bool lacks_data(const gpon_me_cmd* cmd)
 {
     return cmd && !cmd->attr_data;

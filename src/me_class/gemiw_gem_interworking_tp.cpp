@@ -42,7 +42,7 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{CTP.mask, gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {
     {me_class::mapper, DOWN_ANI}, {me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 
-// Upstream, a mapper that points here lets through only the frames of one priority.
+// Upstream, a mapper that points here passes only the frames of one priority.
 bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper) GPON_READS_LISTS
 {
     if (!(op.fwd_flag & UP_ANI) || mapper.instExist != 1)
@@ -79,7 +79,7 @@ i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
     const packet_log log = packet_log::here(skb);
-    // This class has always put its name in brackets here.
+    // Unlike the other classes, this one prints its name in brackets here.
     gpon::table_step step = gpon::table_step::begin(gemIwListInfo, log, skb, fwd_info, result,
                                                     "[%s][%d]: Parameter is NULL: Fail\r\n");
     if (!step.ready)

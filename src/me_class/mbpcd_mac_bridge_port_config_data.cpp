@@ -82,7 +82,7 @@ constinit const gpon_me_fwd_op mbpcdFwdOp = {.next_classes = NEXT, .forward = mb
 
 namespace {
 
-// The record is read anew: a set may have moved the port since the caller's copy was taken.
+// The record is read again: a set may have moved the port since the caller copied it.
 tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst) GPON_READS_LISTS
 {
     log_trace("[%s][%d]: Enter\n");
@@ -132,8 +132,8 @@ struct bridge_port {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         const bool uni = at == tp_side::uni;
         const bool ani = at == tp_side::ani;
-        // A flag carries one bit; the bit that enters the bridge is looked at first on the UNI
-        // side, the one that leaves it on the ANI side.
+        // A flag has one bit. On the UNI side the bit that enters the bridge is tested first, on
+        // the ANI side the one that leaves it.
         if (uni && (op.fwd_flag & UP_UNI))
             return enter();
         if ((uni && (op.fwd_flag & DOWN_UNI)) || (ani && (op.fwd_flag & UP_ANI)))

@@ -8,8 +8,8 @@
 
 extern "C" {
 
-/* The first multicast interworking TP in list order that points at a CTP: 0, or -1 without a
- * message. */
+/* The first multicast interworking TP in list order that points at a CTP. Returns 0, or -1 without
+ * a message. */
 i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id) GPON_READS_LISTS;
 
 i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);

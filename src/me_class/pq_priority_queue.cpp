@@ -13,8 +13,8 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_pq, weight, decimal),
 };
 
-// relatedPort as a whole is compared: the boundary lies between the UNI ids and the T-CONT ids in
-// its upper half.
+// The whole relatedPort is compared: the boundary is between the UNI ids and the T-CONT ids in its
+// upper half.
 me_class::id class_of_port(const void* raw, const struct gpon_flow_cfg_data& cfg)
 {
     const auto& me = *static_cast<const gpon_raw_pq*>(raw);
@@ -38,7 +38,7 @@ i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me,
     return gpon::report_pointer(cmd, {me_class::pq, me->instID}, PORT, me);
 }
 
-// Division by an unconfigured (zero) divisor leaves everything in the remainder.
+// With an unconfigured (zero) divisor the remainder is the whole number.
 struct division {
     u32 quotient;
     u32 remainder;
@@ -96,7 +96,7 @@ i32 pq_attr_ts_op(gpon_me_cmd* cmd)
 }
 
 /* Defaults of a queue that the store creates, derived from its id and the default configuration;
- * instID is set already. 0, or -1 for a null record. */
+ * instID is already set. Returns 0, or -1 for a null record. */
 i32 pq_fill_raw_data(void* raw)
 {
     assert_changes_lists();

@@ -7,10 +7,11 @@
 
 namespace {
 
-// Ids are 16 bits wide: a row that answers more often than that has answered one twice.
+// Ids have 16 bits: a row with more results than that has returned one twice.
 constexpr u32 MAX_ANSWERS = 0x10000;
 
-// The next answer of a row: what the instance has recorded, else who has recorded the instance.
+// The next result of a row: an id that the instance has recorded, otherwise an instance that has
+// recorded it.
 void query_next(sk_buff* skb, const gpon_me_relation_query& query) GPON_READS_LISTS
 {
     const u8 position = query.related_id->instExist;
@@ -81,7 +82,7 @@ struct next_class_row {
     }
 };
 
-// What a step does between its entry and its exit, at the depth that recurse_num says.
+// The body of a step, at the depth recurse_num.
 [[gnu::always_inline]] inline i32 walk_step(sk_buff* skb, const gpon_fwd_info* step,
                                             gpon_walk_result* result,
                                             packet_log log) GPON_READS_LISTS
