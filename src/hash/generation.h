@@ -1,24 +1,37 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The generation: one number that says whether what a packet has read still holds.
+ * The generation: a number that shows whether data that a packet has read is still valid.
  *
- * Value. 64 bits, never reused. Even: the store is at rest. Odd: a change of it is under way. A
- * change of the store adds 1 before its first and 1 after its last write; a change of the rule
- * table that takes something away (a rule, its steps, its mark) adds 2. Every write is made under
- * gpon_hash_lock, every read is an acquire load and needs no lock.
+ * Value. 64 bits, never reused. Even: the store is at rest. Odd: a change of the store is in
+ * progress. A change of the store adds 1 before its first write and 1 after its last write. A
+ * change of the rule table that removes something (a rule, its steps, its mark) adds 2. Every write
+ * is made under gpon_hash_lock; a read is an acquire load and needs no lock.
  *
- * Promise. Whoever reads the same even value twice, the second time under gpon_hash_lock, knows
- * that between the two reads the store was at rest and that no rule was deleted, overwritten or
+ *                store_change      store_change     rule
+ *                begins            ends             deleted
+ *     -----------+-----------------+----------------+------------> time
+ *     2          | 3               | 4              | 6            generation
+ *     at rest    | changing        | at rest        | at rest      store
+ *
+ *     A begins, ends               :                :              learnt: 2 still holds
+ *       B begins .................... ends          :              dropped: 2 is over
+ *                : C begins, ends  :                :              dropped: 3 is odd
+ *                                  : D begins ........ ends        dropped: 4 is over
+ *
+ * A to D are walks.
+ *
+ * Guarantee. If a packet reads the same even value twice, the second time under gpon_hash_lock,
+ * then between the two reads the store was at rest and no rule was deleted, overwritten or
  * unmarked. New rules do not count.
  *
- * Why a bracket. One step before a change would let a packet that reads the old store after the
- * step keep it under the new number. One step after a change would let a packet see the new store
- * and a later one the old outcome. The barrier behind the odd number keeps the change's writes from
- * becoming visible before it; the release store of the even number keeps them from becoming visible
- * after it.
+ * Why two increments. With only the first one, a packet that reads the old store after the
+ * increment keeps it under the new number. With only the second one, a packet sees the new store
+ * and a later packet the old outcome. The barrier after the odd number keeps the writes of the
+ * change from becoming visible before it; the release store of the even number keeps them from
+ * becoming visible after it.
  *
- * Users. The walk learns its steps only in the even generation in which it began, so that no rule
- * outlives the graph that it was learnt from. Remembered outcomes (outcome_table.h) are valid in
+ * Users. The walk learns its steps only in the even generation in which it began, so no rule
+ * outlives the graph from which it was learnt. Remembered outcomes (outcome_table.h) are valid in
  * one generation.
  */
 #ifndef GPON_HASH_GENERATION_H

@@ -1,43 +1,56 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The outcome table: what became of earlier frames of a flow, so that the next one need not replay
- * the flow's rule.
+ * The outcome table: the results of earlier frames of a flow. The next frame of the flow uses them
+ * and does not replay the flow's rule.
  *
- * What is remembered. A replay that logs nothing has one effect at most: upstream towards the ANI
- * it yields a GEM port id. That id depends on the rule's steps and on the store, never on the frame
- * beyond its rule key: a replay passes every step whatever a filter or a mapper says. In the other
- * directions nothing is left to do but to mark the rule as used.
+ * Contents. A replay that logs nothing has at most one effect: upstream towards the ANI it yields a
+ * GEM port id. The id depends on the steps of the rule and on the store, and not on the frame
+ * beyond its rule key: a replay continues with the next step whatever the result of a filter or a
+ * mapper. In the other directions a replay only marks the rule as used.
  *
- * Layout. A fixed array of sets, a set is one cache line and has two places. A place holds the
- * packed key in three words (the frame's first 12 bytes, up to two VLAN tags as they lie in the
- * frame with 0 for a tag that is absent, the direction), the GEM port id in the spare 16 bits of
- * the third word, and in the fourth word the generation in which all this holds, 0 while it is
- * written.
+ * Layout. A fixed array of 512 sets. A set is one cache line and has two places.
  *
- * Filling. A packet reads the generation, finds its rule, replays it, and fills a place under
+ *     outcome_sets      place 0                                 place 1
+ *     +-----+--------+--------+--------+------------+--------+--------+--------+------------+
+ *     |   0 | key[0] | key[1] | key[2] | generation | key[0] | key[1] | key[2] | generation |
+ *     |   1 |        |        |        |            |        |        |        |            |
+ *     | ... |   8        8        8          8          8        8        8          8   bytes
+ *
+ *     bits       63 ... 48     47 ... 32     31 ... 0
+ *     key[0]     bytes 0 to 7 of the frame
+ *     key[1]     outer VLAN tag           |  bytes 8 to 11 of the frame
+ *     key[2]     GEM port id | direction  |  inner VLAN tag
+ *
+ * Tags have the byte order of the frame; an absent tag is 0. The generation is the one in which the
+ * place is valid, 0 while the place is written.
+ *
+ * Fill. A packet reads the generation, finds its rule, replays it, and fills a place under
  * gpon_hash_lock if the generation still holds. Then:
- *   1. its rule is in the rule table with these steps and is marked as used, because the look-up
- *      found and marked it in this generation, and deleting, overwriting and unmarking begin a new
- *      one under the same lock;
- *   2. the store is as the replay read it, because any change of it begins a new generation first;
- *   3. the outcome is exact: a replay upstream towards the ANI in which a step failed, as for lack
- *      of memory, is never remembered.
- * Statements 1 and 2 hold for as long as the generation does.
  *
- * Reading. A packet reads the generation at its start. A place that carries the same number says
- * what a replay would have done at the moment of that read. Packets write nothing: the rule's mark
- * is set already (1), so that aging, dumps and the rule table's contents are what they would be if
- * every frame replayed. A number is never used twice and an odd one is never stored, so a place
- * never becomes valid again by itself.
+ *   1. its rule is in the rule table with these steps and is marked as used: the lookup found and
+ *      marked it in this generation, and a deletion, an overwrite or a cleared mark begins a new
+ *      generation under the same lock;
+ *   2. the store is unchanged since the replay, because each change of it first begins a new
+ *      generation;
+ *   3. the outcome is exact: a replay upstream towards the ANI with a failed step, for example for
+ *      lack of memory, is never remembered.
  *
- * Torn reads. A place is filled at most once in a generation. Its writer clears the generation,
- * writes the words with release stores and stores the new generation last. A reader that finds the
- * number it looks for, then the words by acquire loads, then the same number again has read the
- * words of that one filling.
+ * Statements 1 and 2 hold as long as the generation does.
  *
- * Cost. Two multiplications find the set; no lock, no CRC, no allocation, no data of a CPU's own. A
- * set whose two places are taken in this generation takes no third flow: it replays, as it does
- * without the table. The rule table has at most 1024 rules, the outcome table as many places.
+ * Read. A packet reads the generation at its start. A place with the same number contains the
+ * result of a replay at the moment of that read. Packets write nothing: the mark of the rule is
+ * already set (1), so aging, dumps and the contents of the rule table are the same as if every
+ * frame replayed. A number is never used twice and an odd one is never stored, so a place never
+ * becomes valid again.
+ *
+ * Torn reads. A place is filled at most once in a generation. The writer clears the generation,
+ * writes the words with release stores and stores the new generation last. A reader finds its
+ * number, reads the words by acquire loads and finds the same number again: it has read the words
+ * of this fill.
+ *
+ * Cost. Two multiplications select the set; no lock, no CRC, no allocation, no per-CPU data. A set
+ * with two places of this generation takes no third flow, which replays as it does without the
+ * table. The rule table has at most 1024 rules, the outcome table has as many places.
  */
 #ifndef GPON_HASH_OUTCOME_TABLE_H
 #define GPON_HASH_OUTCOME_TABLE_H

@@ -1,26 +1,44 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The rule table: what a packet's header fields lead to, learnt from the walk of an earlier packet.
+ * The rule table: maps the header fields of a frame to the steps of an earlier frame's walk.
  *
- * Layout. One array of buckets, its size a power of two from 64 to 1024; a bucket heads a chain of
- * rules. A rule is three blocks: the node, its copy of the key (16 bytes and 4 for each VLAN tag)
- * and its copy of the 40-byte trace. The bucket of a key is the low bits of a mixed CRC-32.
+ * Layout. One array of buckets, its size a power of two from 64 to 1024. A bucket is the head of a
+ * chain of rules. A rule is three blocks: the node, its copy of the key and its copy of the trace.
+ *
+ *     gpon_hash_table_record
+ *     +------------+     bucket array, table_size buckets
+ *     | buckets    |---> +-----+----------+----------+-------+
+ *     | table_size |     |   0 | hash_val | node_num | first |---> null
+ *     | total_num  |     |   1 | hash_val | node_num | first |---> rule
+ *     | threshold  |     | ... |          |          |       |
+ *     +------------+     +-----+----------+----------+-------+
+ *
+ *     rule (gpon_flow_rule)
+ *     +---------+
+ *     | key     |---> dst MAC | src MAC | port id | direction | TPID | TCI | TPID | TCI | ...
+ *     | key_len |        6         6         2          2         2     2      2     2    bytes
+ *     | trace   |---> gpon_rule_trace: ten steps of class id and instance id, 40 bytes
+ *     | hit     |     1: used since the last sweep
+ *     | link    |---> next rule of the chain, always null (see quirks)
+ *     +---------+
+ *
+ *     bucket of a key = gpon_hash_calc_key(key), a mixed CRC-32, modulo table_size
  *
  * Lock. gpon_hash_lock, with bottom halves disabled, guards both table records, every bucket and
- * every rule. Packets, the aging timer, the command path and the debug commands take it; functions
- * that take it end in _safe, the others expect it held. All allocation under it is atomic.
+ * every rule. Packets, the aging timer, the command path and the debug commands take it. Functions
+ * that take it have the suffix _safe, the others require it. Allocations under it are atomic.
  *
- * Generation. Whatever takes something away begins a new generation (generation.h): deleting a
- * rule, overwriting its steps, taking off its mark. A rule that is added takes nothing away.
+ * Generation. Each loss begins a new generation (generation.h): a rule is deleted, its steps are
+ * overwritten or its mark is cleared. An added rule does not.
  *
- * Cost. Lookup: one hash before the lock, under it one chain walk and a copy of 40 bytes. Add: one
- * bucket, three allocations. Growth rehashes at most 384 rules under the lock; the sweep and the
- * flush visit every bucket.
+ * Cost. A lookup takes one hash before the lock, and under it one chain and a copy of 40 bytes. An
+ * add takes one bucket and three allocations. Growth rehashes at most 384 rules under the lock; the
+ * sweep and the flush visit every bucket.
  *
- * Odd rules that are meant. Add looks at the head of a bucket only, and a key that collides with
- * another one is dropped: a chain never holds more than one rule, so that a flood of addresses
- * cannot make lookups long. A bucket's hash_val stays when the bucket empties. The table never
- * shrinks: at 1024 buckets it sweeps out what is not used instead of growing.
+ * Deliberate quirks. An add looks only at the head of a bucket and drops a key that collides with
+ * another one. A chain thus has at most one rule, and a flood of addresses cannot make lookups
+ * long. A bucket's hash_val stays when the bucket becomes empty. The table never shrinks: at 1024
+ * buckets it sweeps unused rules instead of growing.
  */
 #ifndef GPON_HASH_RULE_TABLE_H
 #define GPON_HASH_RULE_TABLE_H

@@ -1,23 +1,51 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Instance lists: what the OLT has configured, one doubly linked circular list a class.
+ * Instance lists: the configuration of the OLT, one doubly linked circular list per class.
  *
- * Layout. A list head a class; a node an instance, appended at the tail, so that list order is
- * creation order. A node owns the raw attribute record and a copy of the class's related-info
- * table, whose rows own one array of recorded ids each. Used ids are contiguous from index 0.
+ * Layout. Each class has a list head. Each instance is a node, appended at the tail, so list order
+ * is creation order. A node owns its raw attribute record and its copy of the class's related-info
+ * table. Each row of the table owns an array with the ids of the instances of one class that point
+ * at this instance. Used entries are contiguous from index 0.
  *
- * Who may touch it. Writers come one at a time (gpon_flow_control_mutex, taken at the doors).
- * Packets read under RCU without a lock: a node is published by a release store into its
- * predecessor, and leaves through call_rcu, its next link still valid. Replacing a node swaps the
- * node alone: record, table and arrays stay and are changed in place, word by word with relaxed
- * accesses, so a packet may see an instance half way between two settings, never torn words.
+ *                     next               next               next
+ *     +-----------+ ------> +----------+ ------> +----------+ ------> list_head
+ *     | list_head |         |   node   |         |   node   |
+ *     +-----------+ <------ +----------+ <------ +----------+ <------ list_head
+ *                     prev               prev               prev
  *
- * Cost. Every access by id is a walk of the list; lists hold one node for each configured entity.
- * An add takes three allocations and one for each related-info row.
+ *     node (gpon_me_inst)
+ *     +---------+
+ *     | inst_id |
+ *     | raw     |--> raw record: raw_size bytes, little-endian, the id first
+ *     | related |--> related-info table, here of a T-CONT (class 262)
+ *     | link    |    +------------------+-------------+------------------+
+ *     | rcu     |    | related_class_id | related_ids | related_inst_num |
+ *     +---------+    +------------------+-------------+------------------+
+ *                    | 268              |      o      | 32               |
+ *                    | 277              |      o      | 1                |
+ *                    | 278              |      o      | 1                |
+ *                    | 0, end of table  |             |                  |
+ *                    +------------------+-------------+------------------+
+ *                                              |
+ *     +----------------------------------------+
+ *     |   id array: related_inst_num entries of one 32-bit word, here of the row 268
+ *     |   +-----------+-----------+-----------+-----------+-----+-----------+
+ *     '-> | 1, 0x0101 | 1, 0x0102 | 1, 0x0107 | 0         | ... | 0         |  instExist, instId
+ *         +-----------+-----------+-----------+-----------+-----+-----------+
  *
- * Odd rules that are meant. An array is allocated with the size of related_inst_num nodes, far more
- * than its entries fill. Reading an absent id is no error and leaves the destination as it was.
- * Several success messages are at error level: they are what operators grep for.
+ * Access. Writers run one at a time, under gpon_flow_control_mutex, which the entry points of core/
+ * take. Packets read under RCU without a lock. A node is published by a release store into its
+ * predecessor and freed through call_rcu; the next link of a removed node stays valid. A change of
+ * an instance replaces only the node: record, table and arrays stay and are changed in place, word
+ * by word with relaxed accesses. A packet can see an instance between two settings, but never a
+ * torn word.
+ *
+ * Cost. An access by id is a scan of the list, which has one node per configured entity. An add
+ * takes three allocations and one for each related-info row.
+ *
+ * Deliberate quirks. An array is allocated with the size of related_inst_num nodes, much more than
+ * its entries need. A read of an absent id is no error and does not change the destination. Several
+ * success messages have error level: operators search the log for them.
  */
 #ifndef GPON_ME_LIST_H
 #define GPON_ME_LIST_H
