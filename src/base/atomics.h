@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The one set of helpers for memory that another context may change while it is read. Words shared
- * without a lock are read and written with relaxed atomic accesses, which cost what plain ones cost
- * and keep the concurrency defined.
+ * Helpers for memory that another context may change while it is read. Words shared without a lock
+ * are read and written with relaxed atomic accesses. They cost as much as plain ones and have
+ * defined behaviour under concurrency.
  */
 #ifndef GPON_ATOMICS_H
 #define GPON_ATOMICS_H
@@ -21,7 +21,7 @@ template <typename T> inline void store_relaxed(T& word, T value)
     __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
 
-// Pairs with store_release: what was written before the value is read after it.
+// Pairs with store_release: writes before that store are visible to reads after this load.
 template <typename T> inline T load_acquire(const T& word)
 {
     return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
@@ -32,9 +32,9 @@ template <typename T> inline void store_release(T& word, T value)
     __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
-// Barriers between relaxed accesses: stores before it become visible before stores behind it, loads
-// before it are done before loads behind it. The thread sanitizer knows no barriers; who uses these
-// keeps order by a lock as well.
+// Barriers between relaxed accesses: stores before it become visible before stores after it, loads
+// before it are done before loads after it. The thread sanitizer does not support barriers; users
+// of these are also ordered by a lock.
 inline void order_stores()
 {
 #if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
@@ -53,7 +53,7 @@ inline void order_loads()
 #endif
 }
 
-// Publishes a pointer: everything written before is visible to whoever dereferences it.
+// Publishes a pointer: all earlier writes are visible to a reader that dereferences it.
 template <typename T> inline void rcu_assign_pointer(T*& slot, T* value)
 {
     __atomic_store_n(&slot, value, __ATOMIC_RELEASE);

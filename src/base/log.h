@@ -6,9 +6,9 @@
  * begin with the caller's name and line; these two come in by themselves when a text has exactly
  * two conversions more than arguments, and the compiler checks every text against its arguments.
  *
- * Functions without a packet go by gponDebugLevel alone. Functions that have the packet at hand
- * also print when the packet carries the trace mark, or when a level bit of its flag word is on
- * in gponDebugLevel; the tag then names the lowest bit of flag word and level together.
+ * For functions without a packet, gponDebugLevel alone decides. Functions with a packet also print
+ * if the packet has the trace mark, or if a level bit of its flag word is set in gponDebugLevel;
+ * the tag is then that of the lowest bit of flag word and level together.
  */
 #ifndef GPON_LOG_H
 #define GPON_LOG_H
@@ -94,15 +94,15 @@ template <typename T> struct same {
 };
 template <typename... Args> using text_for = log_text<typename same<Args>::type...>;
 
-/* Prints the tag and the text behind it. Out of line and without templates: the module has some
- * 250 messages, and few of them are ever printed. */
+/* Prints the tag and then the text. Out of line and without templates: the module has some 250
+ * messages, and few of them are ever printed. */
 extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-// Always inline: out of line, each combination of arguments keeps a frame of its own in the walk.
+// Always inline: out of line, each combination of arguments needs a stack frame in the walk.
 template <typename... Args>
 [[gnu::always_inline]] inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
@@ -124,8 +124,8 @@ inline u32 flag_word_of(const sk_buff* skb)
     return load_unaligned<u32>(reinterpret_cast<const u8*>(skb) + skb_flag_word_offset);
 }
 
-/* The name of a function as a text, taken from the function itself: a name that is misspelt, or
- * that its function has no longer, does not compile. */
+/* The name of a function as a text, taken from the function itself: a misspelt or outdated name
+ * does not compile. */
 template <auto Function> struct function_name {
     static constexpr size_t longest = 64;
     char text[longest] = {};
@@ -147,8 +147,8 @@ template <auto Function> static constexpr function_name<Function> name_of = {};
 
 } // namespace gpon
 
-/* The name under which a function and its helpers report, by gponDebugLevel alone. The function
- * makes it at its entry and hands it down; each message adds its own line. */
+/* The name under which a function and its helpers report; gponDebugLevel alone decides. The
+ * function creates it at its entry and passes it to its helpers; each message adds its own line. */
 class log_context {
 public:
     static constexpr log_context here(const char* function = __builtin_FUNCTION())
@@ -209,8 +209,8 @@ template <typename... Args> inline void log_trace(gpon::text_for<Args...> text, 
     log.trace<Args...>(text, args...);
 }
 
-/* The same with the packet that the messages are about. Packet path. Only a message reads the
- * packet: a context may be made before its packet is tested for null. */
+/* The same with the packet of the messages. Packet path. Only a message reads the packet: a context
+ * may be created before its packet is tested for null. */
 class packet_log {
 public:
     static constexpr packet_log here(const sk_buff* skb,
@@ -239,7 +239,7 @@ public:
         report<Args...>(LOG_TRACE, text, args...);
     }
 
-    /* For messages that go by gponDebugLevel alone, whatever the packet carries. */
+    /* For messages that depend on gponDebugLevel alone and not on the packet. */
     constexpr log_context without_packet() const { return log_context::here(function_); }
 
     constexpr bool has_packet() const { return skb_ != nullptr; }

@@ -20,7 +20,7 @@ const void* user_address(u64 address)
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
 }
 
-// Both brackets begin before the flush: no walk that runs between here and the last change is
+// Both brackets begin before the flush, so no walk that runs from here to the last change is
 // learnt.
 i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
 {

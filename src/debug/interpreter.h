@@ -12,7 +12,7 @@
 struct gpon_dbg_cmd {
     const char* name;
     u32 (*handler)(u32 argc, const char* const* argv, const gpon_dbg_cmd* table);
-    u32 arg_num; /* for the reader; nothing checks it */
+    u32 arg_num; /* documentation only, not checked */
     const char* help;
 };
 

@@ -7,7 +7,7 @@ GPON_MODULE_DATA constinit u64 gpon::generation_word = gpon::FIRST_GENERATION;
 
 namespace {
 
-// Brackets that are open; for the one control caller.
+// Number of open brackets; used by one control caller at a time.
 GPON_MODULE_DATA constinit u32 open_changes = 0;
 
 void advance(u64 by) GPON_REQUIRES(gpon_hash_lock)

@@ -42,7 +42,7 @@
 
 namespace gpon {
 
-constexpr u64 ANY_GENERATION = 0; /* of steps that come from no walk */
+constexpr u64 ANY_GENERATION = 0; /* of steps that do not come from a walk */
 constexpr u64 FIRST_GENERATION = 2;
 
 /* Written under gpon_hash_lock. */
@@ -58,18 +58,18 @@ constexpr bool is_at_rest(u64 generation)
     return generation % 2 == 0;
 }
 
-/* True when the generation is the current one and the store is at rest. */
+/* True if the generation is the current one and the store is at rest. */
 inline bool still_holds(u64 generation) GPON_REQUIRES(gpon_hash_lock)
 {
     return is_at_rest(generation) && generation == current_generation();
 }
 
-/* The rule table has lost something. */
+/* Called when the rule table loses a rule, its steps or its mark. */
 void begin_generation() GPON_REQUIRES(gpon_hash_lock);
 
-/* The bracket around a change of the store: every function that changes it has one, and a command
- * has one around all of it, its flush included. Brackets nest; the outermost one counts. Control
- * path, one caller at a time (gpon_flow_control_mutex). */
+/* The bracket around a change of the store. Every function that changes the store has one, and a
+ * command has one around its whole work, including its flush. Brackets nest; only the outermost one
+ * counts. Control path, one caller at a time (gpon_flow_control_mutex). */
 class store_change {
 public:
     store_change() GPON_EXCLUDES(gpon_hash_lock);

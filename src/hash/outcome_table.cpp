@@ -26,7 +26,7 @@ void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_
 {
     outcome_set& set = outcome_set_of(key);
     const bh_lock lock(gpon_hash_lock);
-    // Another CPU may have remembered the same flow since this packet looked.
+    // Another CPU may have remembered the same flow since this packet's lookup.
     u16 known = 0;
     if (!still_holds(generation) || find_outcome(key, generation, &known))
         return;

@@ -89,8 +89,8 @@ inline outcome_set& outcome_set_of(const outcome_key& key)
     return outcome_sets[((mixed >> 32 ^ key.word[1]) * ODD) >> (64 - OUTCOME_SET_BITS)];
 }
 
-/* True and the GEM port id (0 where there is none to write) when the outcome of a frame with this
- * key is known in this generation. Any context. */
+/* Returns true and the GEM port id (0 if the direction has none) if the outcome of a frame with
+ * this key is known in this generation. Any context. */
 inline bool find_outcome(const outcome_key& key, u64 generation, u16* gemport_id)
 {
     for (const outcome& place : outcome_set_of(key).place) {

@@ -163,7 +163,7 @@ i32 gpon_hash_expand_table(void)
         return -1;
     }
     gpon_hash_rehash_new_table();
-    // Rules that found no place are lost; freeing the old ones begins a new generation.
+    // Rules that collide in the new table are lost; freeing the old ones begins a new generation.
     gpon_hash_destroy_table(&gpon_hash_old_table);
     return 0;
 }

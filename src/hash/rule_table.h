@@ -85,34 +85,35 @@ extern "C" {
 extern gpon_hash_table gpon_hash_table_record GPON_GUARDED_BY(gpon_hash_lock);
 extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
 
-/* Stores a copy of key and trace, or overwrites the trace of an equal key; also 0 when the bucket
- * holds another key and nothing is stored. -1: null argument, no memory, no bucket array. Steps
- * that were walked in a generation are dropped, with 0, when it no longer holds. */
+/* Stores a copy of key and trace, or overwrites the trace of an equal key. Returns 0, also if the
+ * bucket contains another key and nothing is stored; -1 for a null argument, no memory or no bucket
+ * array. Steps that were walked in a generation that no longer holds are dropped with 0. */
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace,
                             u64 walked_in = gpon::ANY_GENERATION) GPON_EXCLUDES(gpon_hash_lock);
 i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 
-/* 0 and a copy of the trace in out when the key is there, its rule then counts as used; else -1. */
+/* Returns 0 and a copy of the trace in out, and marks the rule as used; -1 without such a key. */
 i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
     GPON_EXCLUDES(gpon_hash_lock);
 
-/* Deletes every rule with that index in the bucket that the hash value selects. Always 0. */
+/* Deletes every rule with that index in the bucket that the hash value selects. Always returns 0.
+ */
 i32 gpon_hash_delete_node_safe(u32 hash_val, u16 index) GPON_EXCLUDES(gpon_hash_lock);
 
-/* Deletes every rule and keeps the bucket array; -1 when there is none. */
+/* Deletes every rule and keeps the bucket array. Returns -1 without a bucket array. */
 i32 gpon_hash_clean_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
 i32 gpon_hash_clean_table_node(gpon_hash_table* table) GPON_REQUIRES(gpon_hash_lock);
 
-/* The same and frees the bucket array. */
+/* Deletes every rule and frees the bucket array. Returns -1 without a bucket array. */
 i32 gpon_hash_destroy_table(gpon_hash_table* table) GPON_REQUIRES(gpon_hash_lock);
 
-/* Gives the table record an empty bucket array of at least the requested size (64 to 1024, a
- * power of two). -1 when there is no memory: the record then has the new size and no array. */
+/* Sets an empty bucket array of at least the requested size (64 to 1024, a power of two) in the
+ * table record. Returns -1 without memory: the record then has the new size and no array. */
 i32 gpon_hash_inflate_table(u32 requested) GPON_REQUIRES(gpon_hash_lock);
 
-/* Doubles the table when it has reached its threshold, or sweeps it at the largest size. -1 when
- * the larger array cannot be had; the table is then as before. */
+/* Doubles a table that has reached its threshold, or sweeps it at the largest size. Returns -1
+ * without memory for the larger array; the table is then unchanged. */
 i32 gpon_hash_expand_table(void) GPON_REQUIRES(gpon_hash_lock);
 void gpon_hash_rehash_new_table(void) GPON_REQUIRES(gpon_hash_lock);
 }

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Attributes of a class as data: where they lie in the raw record, how they are printed, and which
- * of them point at other instances. The dump, the attribute handlers and the user space tool read
- * the same tables.
+ * Attributes of a class as data: their place in the raw record, their notation, and which of them
+ * point at other instances. The dump, the attribute handlers and the user space tool read the same
+ * tables.
  */
 #ifndef GPON_ME_ATTRIBUTE_H
 #define GPON_ME_ATTRIBUTE_H

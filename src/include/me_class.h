@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * How a managed entity class is described to the generic code: one row of the class table, which
- * leads to the class's list descriptor and to its forwarding descriptor. All of it is constant
- * but the list head.
+ * The description of a managed entity class for the generic code: one row of the class table, which
+ * points to the class's list descriptor and to its forwarding descriptor. All of it is constant
+ * except the list head.
  */
 #ifndef GPON_ME_CLASS_H
 #define GPON_ME_CLASS_H
@@ -42,7 +42,7 @@ struct gpon_me_list_info {
     list_head* head = nullptr;
     std::span<const gpon_me_field> fields = {};     /* columns of the dump first to last */
     std::span<const gpon_me_pointer> pointers = {}; /* in the order in which they are followed */
-    /* What fill_raw_data writes, for any default configuration; null as that is. */
+    /* fill_raw_data for any default configuration; null exactly if fill_raw_data is. */
     void (*fill_defaults)(void* raw, const struct gpon_flow_cfg_data& cfg) = nullptr;
 };
 
@@ -58,7 +58,7 @@ struct gpon_me_fwd_op {
     i32 (*forward)(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
 };
 
-/* How instances of a class come into being. */
+/* How instances of a class are created. */
 enum gpon_me_creation : u32 {
     CREATED_BY_LINK = 0, /* the first link to an instance creates it */
     CREATED_BY_OLT = 1   /* only a command of the OLT does */
@@ -76,7 +76,7 @@ static_assert(sizeof(gpon_me_entry) == 88);
 
 namespace gpon {
 
-/* The raw record that a command carries, once it points at a kernel copy. */
+/* The raw record of a command whose attr_data points at a kernel copy. */
 inline const void* attr_data(const gpon_me_cmd* cmd)
 {
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(cmd->attr_data));

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Ids of the mirrored classes (ITU-T G.988). Commands and records carry them as plain 16-bit
- * numbers, so the enumerators convert to those. */
+/* Ids of the mirrored classes (ITU-T G.988). Commands and records contain them as plain 16-bit
+ * numbers, so the enumerators convert to these. */
 #ifndef GPON_ME_CLASS_ID_H
 #define GPON_ME_CLASS_ID_H
 

@@ -48,7 +48,7 @@ static_assert(sizeof(gpon_rule_trace) == 40);
 /* Result of one packet's walk, passed along all its steps. */
 struct gpon_walk_result {
     u16 gemport_id;   /* egress GEM port, upstream */
-    u16 turn_inst_id; /* bridge or mapper where the other half goes on */
+    u16 turn_inst_id; /* bridge or mapper where the other half continues */
     u32 port_word;
     u32 mark_word;
     u16 tpid[GPON_MAX_TAGS];
@@ -67,7 +67,7 @@ struct gpon_walk_result {
 struct [[gnu::packed]] gpon_pkt_info {
     u8 dst_mac[6];
     u8 src_mac[6];
-    u16 port_id;             /* never filled: rules do not tell ingress ports apart */
+    u16 port_id;             /* never set: rules do not distinguish ingress ports */
     u16 tpid[GPON_MAX_TAGS]; /* outer to inner */
     u16 tci[GPON_MAX_TAGS];
     u8 tag_num;

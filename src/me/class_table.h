@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The class table: one row for each mirrored class.
+ * The class table: one row per mirrored class.
  *
  * This is the only reference from a lower layer to a higher one. The store looks up a class in the
  * table and treats all classes alike; the rows point to records and functions of me_class/, which
@@ -17,7 +17,7 @@
  * mark and allows no other reference to a symbol of a higher layer. */
 #define GPON_DEFINED_IN(room)
 
-/* Rows of me_table; row 0 is empty and stands for "no class". */
+/* Rows of me_table; row 0 is empty and means "no class". */
 constexpr u16 GPON_ME_ROWS = 1
 #define GPON_WALKED(...) +1
 #define GPON_STORED(...) +1

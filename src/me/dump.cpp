@@ -33,7 +33,7 @@ bool is_list(const gpon_me_related_info& row)
     return row.related_inst_num > 1;
 }
 
-// Appends the titles of the single links; answers the width of the whole table.
+// Appends the titles of the single links; returns the width of the whole table.
 i32 finish_header(const gpon_me_related_info* row, i32 start)
 {
     text_row header{header_line, start};

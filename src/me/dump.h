@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Instance dump: one text table a class in the kernel log. Control path; not reentrant. */
+/* Instance dump: one text table per class in the kernel log. Control path; not reentrant. */
 #ifndef GPON_ME_DUMP_H
 #define GPON_ME_DUMP_H
 
@@ -10,11 +10,11 @@ constexpr i32 GPON_DUMP_BUFFER = 512;
 
 extern "C" {
 
-/* Prints the instance with the id, or every instance of the class when all is 1. */
+/* Prints the instance with the id, or every instance of the class if all is 1. */
 void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id,
                                  u32 all) GPON_CHANGES_LISTS;
 
-/* Prints every class in table order; 0. */
+/* Prints every class in table order; returns 0. */
 i32 gpon_flow_dump_all_me_inst(void) GPON_CHANGES_LISTS;
 }
 

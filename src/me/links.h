@@ -54,7 +54,7 @@ struct inst_parts {
     owned<u8> raw;
     owned<gpon_me_related_info> related;
 
-    /* Empty when there is no memory for both. */
+    /* Empty if there is no memory for both. */
     [[nodiscard]] static inst_parts allocate(const gpon_me_list_info& info)
     {
         inst_parts parts;

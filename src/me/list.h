@@ -56,22 +56,22 @@
 extern "C" {
 
 /* Adds the command's instance, or overwrites the raw record of an existing one; attr_data of the
- * command is a kernel copy of the raw record. 0 or -1. Control path. */
+ * command is a kernel copy of the raw record. Returns 0 or -1. Control path. */
 i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
-/* Removes every instance with the id, or every instance at all when all is 1. 0, also when there
- * was none; -1 for a class without list. Control path. */
+/* Removes every instance with the id, or all instances if all is 1. Returns 0, also without such an
+ * instance; -1 for a class without list. Control path. */
 i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all) GPON_CHANGES_LISTS;
 
 /* Copies length bytes of the instance's raw record, or of its related-info table (the rows with
- * their array pointers). 0, also when there is no such instance; -1 for a null argument. Packet
+ * their array pointers). Returns 0, also without such an instance; -1 for a null argument. Packet
  * path under RCU, or control path. */
 i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out,
                            i32 length) GPON_READS_LISTS;
 i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* out,
                                     i32 length) GPON_READS_LISTS;
 
-/* Empties every class in table order; 0. Control path. */
+/* Removes the instances of every class in table order; returns 0. Control path. */
 i32 gpon_flow_clean_all_me_inst(void) GPON_CHANGES_LISTS;
 }
 
@@ -83,7 +83,7 @@ inline gpon_me_inst* inst_of(const list_head* link)
                                            offsetof(gpon_me_inst, link));
 }
 
-/* Calls visit(instance) in list order until it answers true; answers that instance or null. */
+/* Calls visit(instance) in list order until it returns true; returns that instance or null. */
 template <typename Visit>
 inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LISTS
 {
@@ -100,9 +100,9 @@ inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LI
     return find_if(head, [=](const gpon_me_inst* inst) { return inst->inst_id == inst_id; });
 }
 
-/* find_inst for who goes through a list in order: the instance behind the one found last is tried
- * first, then the list from its start; ids are unique, so that both find the same. last is null or
- * an instance that was found in the same RCU read section, and becomes the one found now. */
+/* find_inst for callers that follow the list order: tries the instance after the previous one
+ * first, then the list from its start. Ids are unique, so both find the same instance. last is null
+ * or an instance found in the same RCU read section; it is set to the found instance. */
 inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
                                      const gpon_me_inst*& last) GPON_READS_LISTS
 {
@@ -120,13 +120,13 @@ inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
     return found;
 }
 
-/* What gpon_flow_list_get_raw and gpon_flow_list_get_related_data do, messages included, for an
- * instance that the caller has found already; null copies nothing. Packet path under RCU. */
+/* gpon_flow_list_get_raw and gpon_flow_list_get_related_data, including their messages, for an
+ * instance that the caller has already found; null copies nothing. Packet path under RCU. */
 void copy_raw(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
 void copy_related_data(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
 
-/* Control path: puts a finished instance at the tail; swaps a node for a copy of it, which shares
- * everything the node owns, and frees the node after the readers. */
+/* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of
+ * it, which shares everything the node owns, and frees the node after its readers. */
 void append(list_head* head, gpon_me_inst* inst) GPON_CHANGES_LISTS;
 void replace(gpon_me_inst* old, gpon_me_inst* copy) GPON_CHANGES_LISTS;
 

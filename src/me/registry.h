@@ -19,10 +19,10 @@ const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
 
 namespace gpon {
 
-/* The class's row without a word in the log; null for a class that is not mirrored. */
+/* The class's row; null for a class that is not mirrored. Prints nothing. */
 const gpon_me_entry* mirrored_class(u16 class_id);
 
-/* True when the class keeps instances. */
+/* True if the class has an instance list. */
 inline bool has_list(const gpon_me_entry* entry)
 {
     return entry && entry->list_info && entry->list_info->head;

@@ -26,8 +26,8 @@ inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to) GPON_CHAN
     return gpon_flow_me_general_update(&update);
 }
 
-/* Reports the link of one element of a pointer attribute. 0 without a report when the element
- * points nowhere, -1 when no class belongs to the pointer. */
+/* Records the link of one element of a pointer attribute. Returns 0 without a record if the element
+ * points nowhere, -1 if the pointer has no class. */
 inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_pointer& pointer,
                           const void* raw, u32 element = 0) GPON_CHANGES_LISTS
 {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* What the forward functions of all classes do alike. Packet path, inside an RCU read section. */
+/* Common parts of the forward functions of all classes. Packet path, inside an RCU read section. */
 #ifndef GPON_ME_CLASS_FORWARD_H
 #define GPON_ME_CLASS_FORWARD_H
 
@@ -110,9 +110,9 @@ struct vlan_operations {
     [[nodiscard]] i32 run(const sk_buff* skb, op_info* op, packet_log log) const;
 };
 
-/* The beginning of a step through a class with VLAN operations. */
+/* The start of a step through a class with VLAN operations. */
 struct table_step {
-    /* Reads the instance's table. A step that is not ready has set the walk's status. */
+    /* Reads the instance's table. If the step is not ready, the walk's status is set. */
     [[nodiscard]] static table_step
     begin(const gpon_me_list_info& info, packet_log log, const sk_buff* skb,
           const gpon_fwd_info* fwd_info, gpon_walk_result* result,
@@ -120,7 +120,7 @@ struct table_step {
         GPON_ASSERT_SHARED(gpon_rcu_section);
 
     bool ready = false;
-    i32 return_value = -1; /* of the forward function, when the step is not ready */
+    i32 return_value = -1; /* of the forward function, if the step is not ready */
     related_table related;
     vlan_operations vlan = {};
     op_info op = {};

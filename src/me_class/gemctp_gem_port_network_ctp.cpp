@@ -24,7 +24,7 @@ constexpr i32 NO_POINTER = 0;
 constexpr u8 RATE_CONTROLLED = 1;
 constexpr u32 ANI_TO_UNI_ONLY = 2;
 
-// With rate control the pointer names no queue.
+// With rate control the pointer is not a queue id.
 me_class::id class_of_traffic_manager(const void*, const struct gpon_flow_cfg_data& cfg)
 {
     return cfg.traffic_mgmt_option == RATE_CONTROLLED ? me_class::none : me_class::pq;

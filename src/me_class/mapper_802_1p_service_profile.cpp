@@ -26,7 +26,7 @@ me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
     return gpon::mapper_tp(static_cast<const gpon_raw_mapper*>(raw)->tpType).class_id;
 }
 
-// Attributes 1 and 13 together name the termination point; 2 to 9 are the pointers by priority.
+// Attributes 1 and 13 together select the termination point; 2 to 9 are the pointers by priority.
 constexpr gpon_me_pointer TP = {
     .field = GPON_FIELD(gpon_raw_mapper, tpPointer, hex), .mask = 0x8008, .class_of = class_of_tp};
 constexpr gpon_me_pointer GEM_IW_TPS = {.field = GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP, hex),

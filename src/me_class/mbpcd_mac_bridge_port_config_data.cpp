@@ -22,7 +22,7 @@ me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
 }
 
 // Attributes 3 and 4 select both pointers: a port that changes its termination point is linked to
-// its bridge anew.
+// its bridge again.
 constexpr gpon_me_pointer TP = {
     .field = GPON_FIELD(gpon_raw_mbpcd, tpPointer, hex), .mask = 0x3000, .class_of = class_of_tp};
 constexpr gpon_me_pointer BRIDGE = {

@@ -29,7 +29,7 @@ constexpr gpon_me_pointer SCHEDULER = {
     .field = GPON_FIELD(gpon_raw_pq, tsPointer, hex), .mask = 0x200, .class_id = me_class::ts};
 constexpr gpon_me_pointer POINTERS[] = {PORT, SCHEDULER};
 
-// The related port belongs to one of two relations; 0 without a report for the other one.
+// The related port belongs to one of two relations. Returns 0 without a record for the other one.
 i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me,
                 me_class::id relation) GPON_CHANGES_LISTS
 {

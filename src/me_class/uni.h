@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* What the two UNI classes, PPTP Ethernet UNI (11) and VEIP (329), do alike. Packet path, inside an
- * RCU read section. */
+/* Common parts of the two UNI classes, PPTP Ethernet UNI (11) and VEIP (329). Packet path, inside
+ * an RCU read section. */
 #ifndef GPON_ME_CLASS_UNI_H
 #define GPON_ME_CLASS_UNI_H
 
@@ -18,7 +18,8 @@ inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id) GPON_READS
     return inst != nullptr;
 }
 
-/* The step through either class. A failed VLAN operation leaves the status and is no failure. */
+/* The step through either class. A failed VLAN operation does not change the status and is no
+ * failure. */
 i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
                 gpon_walk_result* result, packet_log log);
 

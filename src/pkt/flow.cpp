@@ -29,7 +29,7 @@ bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start,
            result->ret_val == FLOW_PKT_FORWARD_DONE;
 }
 
-// Where a downstream packet enters. A GEM port without CTP starts at CTP 0.
+// First step of a downstream packet. A GEM port without CTP starts at CTP 0.
 gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 {
     u16 gem_ctp_id = 0;
@@ -44,7 +44,7 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
     return start;
 }
 
-// The walk of one direction, with the message of the one that failed.
+// The walk of one direction; prints a message if it fails.
 i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log) GPON_READS_LISTS
 {
     switch (fwd_flag) {
@@ -71,7 +71,7 @@ i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log) G
     }
 }
 
-// The header is read once for a call: the summary serves the result, the look-up and the learning.
+// The header is read once per call: result, lookup and learning use the same summary.
 i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_info* info,
                       packet_log log)
 {
@@ -94,7 +94,7 @@ i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_inf
     return 0;
 }
 
-// Replays the rule that the look-up found.
+// Replays the rule that the lookup found.
 void replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, gpon_walk_result* result)
 {
     gpon_fwd_info step = {0, 0, fwd_flag};

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* One packet from its header to its egress: replays its rule, or walks and learns one. */
+/* Classifies one packet: replays its rule, or walks the graph and learns a rule. */
 #ifndef GPON_PKT_FLOW_H
 #define GPON_PKT_FLOW_H
 
@@ -8,12 +8,12 @@
 
 extern "C" {
 
-/* Clears the result and fills in the header summary; 0 or -1. Without a caller in the module and
- * the tool, since the flow keeps the summary as well: for code linked into the module that starts a
- * walk itself, as tests do. Packet path. */
+/* Clears the result and sets its header summary; returns 0 or -1. It has no caller in the module
+ * and the tool, which also need the summary itself: it is for code linked into the module that
+ * starts a walk itself, such as tests. Packet path. */
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
-/* The walk of one direction; 0 or -1. */
+/* The walk of one direction; returns 0 or -1. */
 i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
 i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
 i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
@@ -22,8 +22,8 @@ i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 
 namespace gpon {
 
-/* What gpon_pkt_general_flow_func does with a frame whose outcome is not known, under its name. The
- * generation is the one that was current before. */
+/* The part of gpon_pkt_general_flow_func for a frame without a remembered outcome; it prints under
+ * that name. The generation is the one that was current before. */
 i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation);
 
 } // namespace gpon

@@ -2,8 +2,8 @@
 /*
  * Readers of a frame's Ethernet header (IEEE 802.3, 802.1Q, 802.1ad). Packet path.
  *
- * Bytes beyond the end of a frame read as 0; no read ever leaves the frame. TPIDs are 0x8100,
- * 0x9100 and 0x88A8, but the outer TCI is read behind 0x8100 and 0x88A8 alone.
+ * Bytes beyond the end of a frame read as 0; no read is outside the frame. TPIDs are 0x8100, 0x9100
+ * and 0x88A8, but the outer TCI is read only after 0x8100 and 0x88A8.
  */
 #ifndef GPON_PKT_HEADER_H
 #define GPON_PKT_HEADER_H
@@ -22,7 +22,7 @@ i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count);
  */
 i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
 
-/* TCI of the outer tag in host order, 0 for an untagged frame; 0 or -1. */
+/* TCI of the outer tag in host order, 0 for an untagged frame. Returns 0 or -1. */
 i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci);
 
 /* Priority of the outer tag, 0 to 7; -1 for an untagged frame and for a TCI of 0. */
@@ -33,8 +33,8 @@ i32 gpon_pkt_get_pbit(const sk_buff* skb);
  * swapped type bytes have a DSCP. Provisioned lines depend on this. */
 i32 gpon_pkt_get_dscp(const sk_buff* skb);
 
-/* 1 if the type, in memory order, is one of the three TPIDs. Without a caller in the module and the
- * tool: for code linked into the module that has the type without the frame. Any context. */
+/* 1 if the type, in memory order, is one of the three TPIDs. It has no caller in the module and the
+ * tool: it is for code linked into the module that has the type without the frame. Any context. */
 i32 gpon_flow_is_valid_ether_type(u16 type);
 }
 

@@ -18,7 +18,7 @@ bool outcomes_are_used()
 #endif
 }
 
-// True when no message about this packet can be printed: a replay then prints nothing.
+// True if no message about this packet can be printed: a replay then prints nothing.
 bool is_silent(const sk_buff* skb)
 {
     return gpon::debug_level() == 0 && !(gpon::flag_word_of(skb) & GPON_FLOW_TRACE_MARK);
@@ -50,8 +50,8 @@ bool is_silent(const sk_buff* skb)
     return true;
 }
 
-// Is a replay the same each time? Upstream towards the ANI it must have made every step: one that
-// lacked memory may make them the next time.
+// True if each replay has the same result. Upstream towards the ANI every step must have succeeded:
+// one that failed for lack of memory may succeed the next time.
 bool is_repeatable(u16 fwd_flag, bool every_step_made)
 {
     switch (fwd_flag) {

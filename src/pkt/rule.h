@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * Rules: a successful walk is learnt under the frame's header fields, a later frame of the same
- * flow replays its steps. Packet path, inside an RCU read section.
+ * Rules: the steps of a successful walk are stored under the frame's header fields; a later frame
+ * of the same flow replays them. Packet path, inside an RCU read section.
  */
 #ifndef GPON_PKT_RULE_H
 #define GPON_PKT_RULE_H
@@ -16,38 +16,38 @@ extern "C" {
  * for each of the first four tags; all fields in host order. */
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
 
-/* Learns the steps of a walk; 0 also when the table does not store them, -1 for a null packet.
- * walked_in: the generation in which the walk began; the steps are dropped when it is over.
- * The first one has no caller in the module and the tool, which have the header summary: it is for
- * code linked into the module that has only the packet, as tests do. */
+/* Learn the steps of a walk. Return 0, also if the table does not store them; -1 for a null packet.
+ * walked_in is the generation in which the walk began; if it is over, the steps are dropped. The
+ * first one has no caller in the module and the tool, which have the header summary: it is for code
+ * linked into the module that has only the packet, such as tests. */
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
 i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
                        u64 walked_in = gpon::ANY_GENERATION);
 
-/* 0 and the learnt steps, or -1 with the trace cleared when there are none. The first one has no
+/* Return 0 and the learnt steps, or -1 and a cleared trace without them. The first one has no
  * caller in the module and the tool either and is for the same code. */
 i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
 i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace);
 
-/* Replays the steps of result->trace in the direction of fwd_info. It trusts them: no query, no
- * depth, no look at the status; a step that fails ends the replay and fails nothing else. False
- * when one failed. */
+/* Replays the steps of result->trace in the direction of fwd_info. It trusts them: it makes no
+ * query, counts no depth and ignores the status. A failed step ends the replay and has no other
+ * effect. Returns false if a step failed. */
 bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result);
 
-/* Upstream towards the ANI: writes the GEM port id into the packet and lets the platform choose
- * the queue. 0, or -1 when it finds none. */
+/* Upstream towards the ANI: writes the GEM port id into the packet and has the platform choose the
+ * queue. Returns 0, or -1 if the platform finds none. */
 i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
 }
 
 namespace gpon {
 
-/* gpon_rule_lookup_trace and gpon_rule_generate_trace with the summary that the call has made. */
+/* gpon_rule_lookup_trace and gpon_rule_generate_trace for a caller that has the frame's summary. */
 i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
 i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
                u64 walked_in);
 
-/* Writes the GEM port id into the packet and lets the platform choose the queue. 0, or -1 when it
- * finds none. */
+/* Writes the GEM port id into the packet and has the platform choose the queue. Returns 0, or -1 if
+ * the platform finds none. */
 i32 choose_queue(sk_buff* skb, u16 gemport_id, packet_log log);
 
 } // namespace gpon

@@ -24,8 +24,8 @@ void query_next(sk_buff* skb, const gpon_me_relation_query& query) GPON_READS_LI
 
 enum class row_end { next_row, done, failed };
 
-/* One next-class row of one instance. Its steps and walk_step below are always inline: nine levels
- * of them are on the stack at once, and one frame a level is smaller than the three it replaces. */
+/* One next-class row of one instance. Its steps and walk_step below are always inline: up to nine
+ * levels are on the stack, and one frame per level is smaller than the three it replaces. */
 struct next_class_row {
     sk_buff* skb;
     packet_log log;

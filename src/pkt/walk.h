@@ -47,7 +47,7 @@
 
 extern "C" {
 
-/* One step and all below it. 0: decided, look at ret_val; -1: failed. */
+/* One step and all levels below it. Returns 0 with the status in ret_val, or -1 on failure. */
 i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
                              gpon_walk_result* result) GPON_READS_LISTS;
 

@@ -104,7 +104,7 @@ private:
     void check_pointers(const me_instance& from)
     {
         for (const me_pointer& pointer : model_.pointers(from)) {
-            // What a mapper's priorities lead to is told once for the mapper.
+            // The priorities of a mapper are reported once per mapper.
             if (from.id.class_id == me_class::mapper && pointer.list_element)
                 continue;
             check_pointer(from, pointer);
@@ -176,7 +176,7 @@ private:
                     "delete it, or use the id of the bridge port on the ANI side");
     }
 
-    // Empty when the priority leads to a GEM IW TP that a walk reaches.
+    // Empty if the priority leads to a GEM IW TP that a walk reaches.
     std::string dead_end(const me_instance& mapper, uint16_t gem_iw) const
     {
         const me_id target{me_class::gemiw, gem_iw};
@@ -197,7 +197,7 @@ private:
     void check_mapper(const me_instance& mapper)
     {
         const auto me = mapper.as<gpon_raw_mapper>();
-        // Priorities with the same reason are told together.
+        // Priorities with the same reason are reported together.
         std::vector<std::pair<std::string, std::string>> reasons;
         for (unsigned priority = 0; priority < priorities; ++priority) {
             const std::string why = dead_end(mapper, me.pbit_GemIWTP[priority]);
@@ -240,8 +240,8 @@ private:
                 "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
     }
 
-    // The module asks for none of the following two: it takes every direction but 2 for upstream,
-    // and looks at no direction downstream. The hardware does.
+    // The module needs neither of the following two: it treats every direction except 2 as
+    // upstream, and ignores the direction downstream. The hardware uses it.
     void check_known_direction(const me_instance& ctp)
     {
         const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;

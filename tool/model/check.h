@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Looks for mistakes in a provisioning.
+// Checks a provisioning for mistakes.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 namespace gponflow {
 
 enum class finding_weight {
-    problem, ///< frames go astray
-    note     ///< nothing that a frame's way through the module depends on
+    problem, ///< frames are dropped or misdirected
+    note     ///< the path of a frame through the module does not depend on it
 };
 
 struct finding {

@@ -65,7 +65,7 @@ void print_findings_json(const std::vector<finding>& all, const std::string& fil
     whole["problems"] = count_of(all, finding_weight::problem);
     whole["notes"] = count_of(all, finding_weight::note);
     whole["findings"] = std::move(findings);
-    // A file name may hold any bytes.
+    // A file name may contain any bytes.
     out << whole.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
 

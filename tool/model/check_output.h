@@ -11,7 +11,7 @@
 
 namespace gponflow {
 
-/// "FILE:LINE: problem: INSTANCE: reason; change", one to a line, and a count.
+/// "FILE:LINE: problem: INSTANCE: reason; change", one per line, and a count.
 void print_findings(const std::vector<finding>& all, const std::string& file, std::ostream& out,
                     const palette& colours = {});
 

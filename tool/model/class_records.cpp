@@ -13,7 +13,7 @@ namespace gponflow {
 
 namespace {
 
-// Printed nowhere, so that the notation is not read.
+// Never printed, so the notation is not used.
 constexpr gpon_me_field default_configuration_fields[] = {
     GPON_FIELD(gpon_flow_cfg_data, upstream_queue_num, decimal),
     GPON_FIELD(gpon_flow_cfg_data, related_port_boundary, hex),

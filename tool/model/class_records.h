@@ -24,7 +24,7 @@ struct class_record {
     std::string_view name;                     ///< "802_1P_MAPPER"
     size_t raw_size;                           ///< bytes of the raw attribute record
     bool created_by_links;                     ///< a link to a missing instance creates it
-    bool scheduling;                           ///< known to the walk, but no frame passes
+    bool scheduling;                           ///< has a walk descriptor, but no frame passes
     std::span<const gpon_me_field> fields;     ///< in the order of the module's dump
     std::span<const gpon_me_pointer> pointers; ///< in the order in which the module follows them
     std::vector<recordable_links> links;
@@ -35,16 +35,16 @@ struct class_record {
 /// All classes in the order of the module's class table.
 std::span<const class_record> me_classes();
 
-/// Null when the class table does not hold the class.
+/// Null if the class table does not contain the class.
 const class_record* find_me_class(uint16_t id);
 
-/// The same by name, in any letter case.
+/// The same by name, case insensitive.
 const class_record* find_me_class(std::string_view name);
 
 /// The fields of gpon_flow_cfg_data that the module reads.
 std::span<const gpon_me_field> cfg_fields();
 
-/// Field names are case sensitive; null when there is none of that name.
+/// Field names are case sensitive; null without a field of that name.
 const gpon_me_field* find_field(std::span<const gpon_me_field> fields, std::string_view name);
 
 /// Whether the field is written as a string of hexadecimal digits without separators.

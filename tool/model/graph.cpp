@@ -17,7 +17,7 @@ struct look {
     const char* colour;
 };
 
-// A path ends at a house and passes boxes and ellipses; a note belongs to one of them.
+// A path ends at a "house" and passes boxes and ellipses; a "note" belongs to one of them.
 constexpr look looks[] = {
     {me_class::pptp, "house", "#cfe8cf"},       {me_class::veip, "house", "#b9dfd6"},
     {me_class::mbsp, "box3d", "#f6e3b4"},       {me_class::mbpcd, "box", "#fbf1d5"},
@@ -45,7 +45,7 @@ std::string name_of(me_id what)
     return "\"" + to_text(what) + "\"";
 }
 
-// What a reader looks for in an instance.
+// The most useful attributes of an instance, for its label.
 std::string detail(const me_instance& me)
 {
     switch (me.id.class_id) {
@@ -110,7 +110,7 @@ private:
     {
         const pointer_state state = model_.state(pointer);
         const bool missing = state == pointer_state::missing;
-        // A mapper's entry 0 is no pointer: nobody provisions it to lead anywhere.
+        // A mapper's entry 0 means no pointer.
         if (missing && pointer.from.class_id == me_class::mapper && pointer.to.instance == 0)
             return;
         if (missing && absent_.insert(pointer.to).second)
@@ -127,8 +127,8 @@ private:
         out_ << "];\n";
     }
 
-    // Its record names nothing: what it belongs to has the same id. The id of an extended operation
-    // says nothing, and the module keeps no more of it.
+    // Its record has no pointer: its port has the same id. The id of an extended operation has no
+    // meaning, and the module stores no other attribute of it.
     void write_tagging_edge(const me_instance& operation)
     {
         for (const uint16_t class_id : tagged) {
@@ -141,7 +141,7 @@ private:
         }
     }
 
-    // A walk goes along a pointer or against it.
+    // A walk follows a pointer in either direction.
     bool is_walked(const me_pointer& pointer) const
     {
         for (size_t i = 1; i < walked_.size(); ++i)

@@ -9,10 +9,10 @@
 
 namespace gponflow {
 
-/// Writes the graph in the DOT language: a node an instance, of its class's shape and colour, an
-/// edge a pointer. What does not exist is red, pointers that the module has not recorded are
-/// dashed, tagging operations are dotted to what has their id, and the instances of `walked` and
-/// the edges between neighbours of it are bold.
+/// Writes the graph in the DOT language. A node is an instance, with the shape and colour of its
+/// class, an edge is a pointer. Missing instances are red, pointers that the module has not
+/// recorded are dashed, a dotted edge leads from a tagging operation to the port with its id, and
+/// the instances of `walked` and the edges between its neighbours are bold.
 void write_dot(const line_model& what, const std::vector<me_id>& walked, std::ostream& out);
 
 } // namespace gponflow

@@ -17,7 +17,8 @@ std::string element_name(const gpon_me_field& field, unsigned element)
     return field.count > 1 ? name + "[" + std::to_string(element) + "]" : name;
 }
 
-// The id in a record may differ from the instance's, by which the module reports the link.
+// The id in a record may differ from the id of the instance; the module records links with the
+// latter.
 uint16_t target_instance(const gpon_me_pointer& pointer, const me_instance& from, unsigned element)
 {
     return pointer.field.offset == 0 ? from.id.instance
@@ -36,7 +37,7 @@ void change_row(recorded_row& row, uint16_t id, uint8_t message)
             row.instances.erase(at);
         return;
     }
-    // A create does not look whether the id is there already.
+    // A create does not check for a duplicate id.
     if (message == ZR_OMCI_MSG_TYPE_SET && is_recorded(row.instances, id))
         return;
     if (row.instances.size() < row.places)
@@ -105,7 +106,7 @@ void line_model::store(const me_command& command, const class_record& known, uns
     stored->raw = *command.raw;
     stored->line = line;
     stored->automatic = false;
-    // By value: a report may add an instance to the same list.
+    // By value: recording a link may add an instance to the same list.
     for (const me_pointer& pointer : pointers(*stored))
         if (pointer.mask & command.mask)
             report(pointer, command.message, line);
@@ -119,7 +120,7 @@ void line_model::remove(const me_command& command)
     if (!stored)
         return;
     for (const me_pointer& pointer : pointers(*stored)) {
-        // Every handler runs, but that of a list looks at the mask for each of its elements.
+        // Every handler runs, but the handler of a list tests the mask for each of its elements.
         if (!pointer.list_element || (pointer.mask & command.mask))
             report(pointer, command.message, 0);
     }
@@ -187,7 +188,7 @@ std::vector<me_pointer> line_model::pointers(const me_instance& from) const
 {
     std::vector<me_pointer> result;
     const class_record* known = find_me_class(from.id.class_id);
-    // The module reports no pointer of what it made itself.
+    // The module records no pointer of an instance that it created itself.
     if (!known || from.automatic || from.raw.size() < known->raw_size)
         return result;
     for (const gpon_me_pointer& pointer : known->pointers) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The subscriber line as the tool sees it: the managed entities that the module holds when the
-// commands of a scenario have run.
+// The model of the subscriber line: the managed entities of the module after the commands of a
+// scenario.
 #pragma once
 
 #include <algorithm>
@@ -41,7 +41,7 @@ struct me_instance {
     me_id id;
     bytes raw;              ///< the class's raw attribute record
     unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
-    bool automatic = false; ///< the module made it, since something pointed at it
+    bool automatic = false; ///< the module created it for a pointer
     std::vector<recorded_row> rows;
 
     /// The raw record as the class's structure; zero bytes beyond its end.
@@ -52,7 +52,7 @@ struct me_instance {
         return result;
     }
 
-    /// Null when the class records nothing of that class.
+    /// Null if the class records no instances of that class.
     const recorded_row* row_of(uint16_t class_id) const;
     /// Whether the module has recorded that this instance is pointed at by `from`.
     bool records(me_id from) const;
@@ -67,12 +67,12 @@ struct me_pointer {
     bool list_element = false; ///< one of a list of pointers
 };
 
-/// What became of a pointer.
+/// State of a pointer in the module.
 enum class pointer_state {
     recorded,
-    missing,    ///< nothing is there
-    overflowed, ///< the places for its class are taken by others
-    unrecorded  ///< there is room, but the target came later or the mask left the attribute out
+    missing,    ///< the target does not exist
+    overflowed, ///< other instances use all places for its class
+    unrecorded  ///< a place is free, but the target was created later or the mask lacked the bit
 };
 
 /// Applies me and config commands as the module does.
@@ -81,21 +81,21 @@ public:
     void apply(const me_command& command, unsigned line);
     void apply(const config_command& command);
     void clear();
-    /// Adds an instance as it stands, links and all, behind the others of its class.
+    /// Appends an unchanged instance, including its links, to the list of its class.
     void restore(me_instance instance);
 
     /// In the order of the module's list; empty for a class without instances.
     const std::vector<me_instance>& instances(uint16_t class_id) const;
-    /// All of them, class by class in the order of the class table.
+    /// All instances, by class in the order of the class table.
     std::vector<const me_instance*> all() const;
-    /// Null when there is none.
+    /// Null without such an instance.
     const me_instance* find(me_id what) const;
 
-    /// The pointers that the instance's raw record holds, whether or not their targets exist.
+    /// The pointers of the instance's raw record, even if their targets do not exist.
     std::vector<me_pointer> pointers(const me_instance& from) const;
     pointer_state state(const me_pointer& what) const;
     /// Instances of a class that a walk can reach from one, in the order in which it tries them:
-    /// what the instance has recorded, then what has recorded the instance.
+    /// ids that the instance has recorded, then instances that have recorded it.
     std::vector<me_id> related(me_id from, uint16_t class_id) const;
 
     const gpon_flow_cfg_data& configuration() const { return configuration_; }

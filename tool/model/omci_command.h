@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What an OMCI stack sends to the module.
+// The commands of an OMCI stack to the module.
 #pragma once
 
 #include <cstdint>
