@@ -131,7 +131,7 @@ bool line::run(const hook_command& what)
     if (answer) {
         require(answer->ret == GPON_HOOK_RETURN, "the hook answers the framework always alike");
         require(is_outcome(what.options, answer->api_result), "a packet passes or fails");
-        // The switch does not look at the packet.
+        // The switch ignores the packet.
         require(!what.frame || what.options.kind == GPON_API_SWITCH ||
                     !(answer->flags & GPON_FLOW_TRACE_MARK),
                 "no trace mark is left");

@@ -57,7 +57,7 @@ private:
     template <typename Other> bool run(const Other&) { return true; }
 
     std::unique_ptr<backend> module_;
-    uint64_t store_blocks_ = 0; // found by the last look at everything
+    uint64_t store_blocks_ = 0; // counted by the last complete check
 };
 
 } // namespace gponflow::fuzz

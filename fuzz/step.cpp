@@ -12,7 +12,7 @@ namespace gponflow::fuzz {
 
 namespace {
 
-// The more often a kind stands here, the more often random bytes mean it.
+// The more entries a kind has here, the more often random bytes select it.
 enum class kind : uint8_t {
     me,
     me2,

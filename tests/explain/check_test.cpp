@@ -166,7 +166,7 @@ TEST(check, queues_on_the_wrong_side_of_the_boundary)
                      "queue-on-wrong-side PRIORITY_QUEUE 0x0028 4"}));
 }
 
-// Steps of the longest way from a class on, in one direction; a circle has no end.
+// Steps of the longest path from a class, in one direction; a cycle has no end.
 unsigned longest_way(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
 {
     if (so_far > MAX_RECURSION_NUM)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Marked frames: their log cut into frames, and told as walks.
+// Marked frames: their log is split into frames and converted to walks.
 #include <sstream>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* A module whose load and unload a test writes itself, and the fixture around it. */
+/* A module whose load and unload functions are defined by a test, and its fixture. */
 #pragma once
 
 #include <gmock/gmock.h>

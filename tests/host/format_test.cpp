@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The answers are those of the kernel's vsnprintf; where libc answers otherwise, the case says so.
+// The expected results are those of the kernel's vsnprintf; cases where libc differs are marked.
 #include <gtest/gtest.h>
 
 #include <climits>

@@ -58,7 +58,7 @@ TEST_F(rcu, a_deferred_free_waits_for_a_reader)
     while (!reading)
         std::this_thread::yield();
     call_rcu(&shared->rcu, free_node);
-    // Time enough for a grace period that nobody holds up.
+    // Enough time for a grace period without readers.
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     EXPECT_EQ(freed, 0);
     may_leave = true;

@@ -13,7 +13,7 @@ using gpon::host::fault;
 
 class user_memory : public host_test {};
 
-// Two readable pages and one behind them that nobody may read.
+// Two readable pages, followed by an unreadable one.
 class guarded_pages {
 public:
     guarded_pages()

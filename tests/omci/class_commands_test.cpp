@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The commands that create, set and delete of each mirrored class become.
+// Conversion of create, set and delete of each mirrored class to commands.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

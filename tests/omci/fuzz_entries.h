@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Entries for a fuzzer: any bytes at all. Each answers 0, and aborts on a broken promise.
+// Entry points for a fuzzer with any input bytes. Each returns 0, and aborts if a guarantee is
+// broken.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the ONU reports about itself, and how it shows in commands.
+// Attributes that the ONU reports about itself, and their effect on the commands.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

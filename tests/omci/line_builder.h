@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Small OMCI captures made in memory.
+// Small OMCI captures, built in memory.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A converted bring-up runs by itself and carries frames as the line did.
+// A converted bring-up runs on its own and forwards frames as the line did.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

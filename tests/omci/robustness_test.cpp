@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Damaged inputs of all sorts, through the entries that a fuzzer uses. A broken promise aborts.
+// Damaged inputs of all kinds, through the entry points of the fuzzer. A broken guarantee aborts.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Every combination of tags, types and lengths: the module's header readers find what a packet
-// library finds.
+// Every combination of tags, types and lengths: the module's header readers return the same values
+// as a packet library.
 #include "tests/support/loaded_module.h"
 
 #include <cstdio>

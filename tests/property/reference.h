@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Frames as a packet library writes them, and what it reads in frames that may end anywhere. No
-// code is shared with the module: the two agree, or one of them is wrong.
+// Frames that a packet library writes, and the fields that it reads in frames cut at any length. It
+// shares no code with the module: if the two disagree, one of them is wrong.
 #pragma once
 
 #include <cstdint>

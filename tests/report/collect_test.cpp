@@ -154,7 +154,7 @@ TEST(collect_report, a_flow_that_only_replays_has_the_path_of_the_walk)
     EXPECT_EQ(data.flows[1].way, data.flows[0].way);
 }
 
-// The sum of the flows is that of the directions, whatever the traffic.
+// The sum of the flows equals that of the directions for any traffic.
 TEST(collect_report, recorded_traffic_is_counted_whole)
 {
     std::ostringstream errors;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What holds in the module's store and rule table whenever no command and no packet is under way.
+// Invariants of the module's store and rule table while no command and no packet is in progress.
 #pragma once
 
 #include <algorithm>
@@ -20,11 +20,11 @@
 
 namespace gpon::test {
 
-/// Looks at everything once and remembers the first thing that is wrong. For one controlling
-/// thread, with no door in use. An object serves one look.
+/// Checks everything once and reports the first fault. For one controlling thread, while no entry
+/// point is in use. An object serves one check.
 class invariants {
 public:
-    /// Empty when all is well, else what is broken, in words for a failed test.
+    /// Empty if all invariants hold, otherwise the message for a failed test.
     std::string broken()
     {
         host::rcu_settle();
@@ -37,8 +37,8 @@ public:
         return std::exchange(fault_, {});
     }
 
-    /// The same for what packets change: the rule table alone, when a look at everything has
-    /// found that many blocks in the store.
+    /// The same for the data that packets change: the rule table alone, after a complete check has
+    /// counted that many blocks in the store.
     std::string broken_rules(uint64_t store_blocks)
     {
         host::rcu_settle();
@@ -195,7 +195,7 @@ private:
     std::string fault_;
 };
 
-/// The invariants as they stand now; empty when all hold.
+/// The current state of the invariants; empty if all hold.
 inline std::string broken_invariant()
 {
     return invariants().broken();

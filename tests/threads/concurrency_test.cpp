@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Packets on several threads, control records, the debug doors and time each on one of their own,
-// while grace periods end at random times. ThreadSanitizer judges what orders the threads, the
-// address sanitizer what is freed too early; without them, the answers, the invariants and the
-// allocation balance still must hold.
+// Packets on several threads; control records, debug commands and time on one thread each, while
+// grace periods end at random times. ThreadSanitizer checks the order of accesses, the address
+// sanitizer use after free. Without them the test checks results, invariants and the allocation
+// balance.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Frames beside changes of the store. Each answer must be one that the store gave at some moment
-// while its frame was under way. GPON_CHANGES in the environment sets how many changes are made.
+// Frames during changes of the store. Each result must be that of the store at some moment while
+// its frame was in progress. GPON_CHANGES in the environment sets the number of changes.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A backend that writes down what it is asked for, and answers as a test wants.
+// A backend that records its calls and returns the values that a test sets.
 #pragma once
 
 #include <cstring>
@@ -13,7 +13,7 @@ namespace gponflow {
 
 class fake_backend final : public backend {
 public:
-    // What the next calls answer.
+    // Results of the next calls.
     std::optional<int> load_answer = 0;
     std::optional<hook_answer> hook_result = hook_answer{2, 0, 0, 0};
     std::optional<long> door_answer = 0;

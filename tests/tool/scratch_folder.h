@@ -26,7 +26,7 @@ public:
 
     std::filesystem::path path(std::string_view name) const { return folder_ / name; }
 
-    /// Answers the path of the file written.
+    /// Returns the path of the written file.
     std::filesystem::path write(std::string_view name, std::string_view content) const
     {
         std::ofstream(path(name), std::ios::binary) << content;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the module prints of itself, read back as data.
+// The dumps of the module, parsed as data.
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// What the module answers after a scenario.
+// The module's result after a scenario.
 std::string answer_to(const std::string& question, const std::string& text)
 {
     const auto host = make_host_backend();

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The user-space header by itself, as the first thing in a source: with every C standard from C89
- * on and as C++. What is compiled here is the layout that the module reads; a compiler that lays
- * a record out in another way finds an array of a negative number of elements.
+ * The user-space header alone, as the first line of a source: with every C standard from C89 on and
+ * as C++. Checks the layout that the module reads: if a compiler uses another one, an array has a
+ * negative number of elements.
  */
 #include "include/uapi/gpon_flow.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The worked example of an OMCI stack's calls, run against the module in this process: opening
-// the device and its ioctl are answered here, as a kernel would.
+// The worked example of an OMCI stack's calls, run against the module in this process. This file
+// implements open and ioctl of the device.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -118,7 +118,7 @@ TEST_F(aging, a_whole_chain_is_swept)
     while (gpon_hash_table_record.buckets[i].node_num == 0)
         ++i;
     gpon_hash_bucket& bucket = gpon_hash_table_record.buckets[i];
-    // Adding keeps chains at one rule; these stand before it, used in turn.
+    // An add keeps chains at one rule; these rules are put before it, every other one used.
     for (u32 hit : {0u, 1u, 0u}) {
         gpon::owned<gpon_flow_rule> rule = gpon::zalloc<gpon_flow_rule>();
         rule->key = gpon::zalloc_bytes(16).release();

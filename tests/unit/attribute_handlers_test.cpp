@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The entry check that the attribute handlers share.
+// The common entry check of the attribute handlers.
 #include "tests/unit/class_fixture.h"
 
 #include "me_class/classes.h"

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* A frame for the functions that forward one, and short forms to provision the classes. */
+/* A frame for the forward functions, and short forms to provision the classes. */
 #pragma once
 
 #include "tests/unit/store_access.h"

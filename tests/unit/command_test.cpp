@@ -46,7 +46,7 @@ template <int Number> i32 handler(gpon_me_cmd* cmd)
 {
     const auto* raw = static_cast<const test_record*>(gpon::attr_data(cmd));
     handler_calls.push_back({Number, cmd->msg_type, cmd->attr_mask, raw, raw->value});
-    return -1; // what a handler answers changes nothing
+    return -1; // the result of a handler has no effect
 }
 
 const gpon_me_attr_op test_ops[] = {

@@ -30,7 +30,7 @@ i32 print_cells(const void*, char* values, char* header, char* extra, i32 length
 
 constexpr gpon_me_attr_op NO_HANDLERS[] = {{}};
 
-// A class of our own, with whatever links a test gives it.
+// A class of the test, with the links that a test sets.
 class instance_dump : public loaded_module {
 protected:
     instance_dump() { printed = {}; }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Memory lost, and user memory unreadable, at every single call of every control command and of
-// every packet: the answer, nothing leaked, the store whole, and the next command works.
+// Without memory, or with unreadable user memory, at each single call of every control command and
+// of every packet: the result is correct, nothing leaks, the store is consistent, and the next
+// command works.
 #include <functional>
 
 #include "tests/unit/store_access.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Every forward operation of the VLAN filter against a plain statement of what it lets through.
+// Every forward operation of the VLAN filter against a simple list of the frames that it passes.
 #include "tests/unit/store_access.h"
 
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
@@ -26,7 +26,7 @@ verdict tagged_verdict(u32 code)
     return inverse ? verdict::unless_listed : verdict::if_listed;
 }
 
-// Up to 0x14 the odd codes let untagged frames pass, from 0x16 on the even ones.
+// Up to 0x14 the odd codes pass untagged frames, from 0x16 the even ones.
 bool passes_untagged(u32 code)
 {
     if (code == 0)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the forward functions of all classes have in common, and where one class differs.
+// Common behaviour of the forward functions of all classes, and the exceptions.
 #include "tests/unit/class_fixture.h"
 
 #include "me_class/classes.h"

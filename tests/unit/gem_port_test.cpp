@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The GEM port network CTP: its pointers, its direction, and the look-ups that start at a GEM port.
+// The GEM port network CTP: its pointers, its direction, and the lookups by GEM port.
 #include "tests/unit/class_fixture.h"
 
 #include "me/default_config.h"

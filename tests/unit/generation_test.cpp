@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Every interleaving of packets, a change of the store and a sweep, at the level of the module's
-// own steps: each is one atomic access or one critical section, so that a run on one thread that
-// takes them in some order is what CPUs do in that order. The store is one number, which a replay
-// yields.
+// own steps. Each step is one atomic access or one critical section, so a run of the steps on one
+// thread is equivalent to a run on several CPUs in the same order. The store is one number, which
+// is the result of a replay.
 #include "tests/support/loaded_module.h"
 
 #include <functional>
@@ -109,7 +109,7 @@ protected:
         gpon_hash_add_node_safe(KEY, sizeof(KEY), &trace, walked_in);
     }
 
-    // The port is the store's number and the rule's, so that both can be told from it.
+    // The port contains the numbers of the store and of the rule.
     static u16 port_of(u16 rule, u16 number) { return static_cast<u16>(rule * 100 + number); }
 
     steps of_frame(frame& it)
@@ -135,7 +135,7 @@ protected:
                 }};
     }
 
-    // The number that an answer shows is one that the store had while the frame was under way.
+    // The number in a result is one that the store had while the frame was in progress.
     void at_start(frame& it) { it.trace.step[1] = {0, oldest}; }
 
     void at_end(const frame& it)
@@ -178,7 +178,7 @@ protected:
     }
 
     u16 store = 0;
-    u16 oldest = 0; // what a frame that begins now may see at the least
+    u16 oldest = 0; // lowest number that a frame that begins now may see
     std::optional<gpon::store_change> change;
 };
 

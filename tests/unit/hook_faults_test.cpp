@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Every single allocation of every hook call fails once: the call is answered, nothing leaks, and
-// the next call works.
+// Every single allocation of every hook call fails once: the call returns, nothing leaks, and the
+// next call works.
 #include "tests/unit/store_access.h"
 
 #include "hash/rule_table.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The entry of the character device: what it accepts, and records that end where memory does.
+// The ioctl of the character device: accepted numbers, and records at the end of memory.
 #include "tests/unit/store_access.h"
 #include "tests/unit/unreadable_memory.h"
 

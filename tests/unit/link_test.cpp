@@ -137,7 +137,7 @@ TEST_F(link_report, names_the_instance_that_is_there)
     EXPECT_THAT(log_lines(), Contains("***TRACE*** Me Inst Already exist entity id 001a\r"));
 }
 
-// Losing the node is silent and answered with success, losing anything else is a failure.
+// Without memory for the node the call is silent and succeeds, without other memory it fails.
 TEST_F(link_report, a_creation_that_runs_out_of_memory_leaves_nothing)
 {
     const uint64_t before = gpon::host::memory().live_blocks;

@@ -125,7 +125,7 @@ TEST_F(instance_list, a_reader_on_a_deleted_node_continues)
     EXPECT_EQ(gpon::host::memory().live_blocks, before - 3 * 4);
 }
 
-// A search that starts behind the last answer finds what a search from the head finds.
+// A search that starts after the last result finds the same instance as a search from the head.
 class search_from_the_last : public instance_list {
 protected:
     search_from_the_last()

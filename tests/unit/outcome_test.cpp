@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Remembered outcomes: which frames have one, what they depend on, and what ends them.
+// Remembered outcomes: which frames have one, on which data they depend, and which events end them.
 #include "tests/unit/store_access.h"
 
 #include <array>
@@ -24,7 +24,7 @@ using bytes = std::vector<u8>;
 
 class outcome : public loaded_module {
 protected:
-    // CTP n carries GEM port 1000 + n, so that the steps of a rule can be told by the port.
+    // CTP n has GEM port 1000 + n, so the port identifies the steps of a rule.
     static constexpr u16 CTPS = 8;
 
     outcome()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What the platform's two functions answer decides, where the engine leaves the choice to them.
+// The results of the platform's two functions decide where the engine does not choose itself.
 #include "tests/unit/store_access.h"
 
 namespace {

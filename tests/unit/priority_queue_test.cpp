@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The priority queue: which T-CONT or UNI it belongs to, and the defaults of one that a link
-// creates.
+// The priority queue: its T-CONT or UNI, and the defaults of a queue that a link creates.
 #include "tests/unit/class_fixture.h"
 
 #include "me/default_config.h"

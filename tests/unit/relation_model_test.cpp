@@ -12,7 +12,7 @@
 
 namespace {
 
-// What one instance has recorded: a list of ids for each class that may point at it.
+// The record of one instance: a list of ids for each class that may point at it.
 struct model_inst {
     u16 id;
     std::map<u16, std::vector<u16>> recorded;
@@ -188,8 +188,8 @@ private:
         plain.instances.clear();
     }
 
-    // Both queries answer the id that follows the previous one, or the first without one; nothing
-    // follows an id that is not there.
+    // Both queries return the id after the previous one, or the first without a previous one. There
+    // is no result after an id that is not in the list.
     static std::vector<u16> from_previous(const std::vector<u16>& all, const u16* previous)
     {
         auto at = all.begin();
@@ -207,7 +207,7 @@ private:
                       from_previous(all, before))
                 << "class " << class_id << " instance " << id << " of " << sought;
     }
-    // The reverse query resumes behind the previous instance, whether or not that one answered.
+    // The reverse query resumes after the previous instance, even if that one was not a result.
     void compare_reverse(u16 class_id, u16 id, u16 sought, u16 previous)
     {
         const std::vector<u16> all = plain.reverse(class_id, id, sought);
@@ -224,7 +224,7 @@ private:
                   from_previous(behind, nullptr))
             << "class " << class_id << " instance " << id << " in " << sought;
     }
-    // From the first answer to the last, as a walk takes them.
+    // From the first result to the last, like a walk.
     void compare_walk(u16 class_id, u16 id, u16 sought)
     {
         std::vector<u16> walked;

@@ -27,7 +27,7 @@ bool operator==(const gpon_me_related_id& a, const gpon_me_related_id& b)
 
 class relation_query : public loaded_module {
 protected:
-    // One call of either query; the answer is left in `answer`.
+    // One call of either query; stores the result in `answer`.
     i32 forward(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
     {
         answer = previous;

@@ -420,8 +420,8 @@ TEST_F(rule_table, a_rule_takes_three_blocks_of_at_most_160_bytes)
     EXPECT_LE(after.live_bytes - before.live_bytes, 160u);
 }
 
-// The table against what it is meant to be, over many random operations: per bucket at most one
-// rule; adds that collide are dropped; growth adds the old rules anew in bucket order.
+// The table against a simple model, over many random operations: at most one rule per bucket, adds
+// that collide are dropped, growth adds the old rules again in bucket order.
 TEST_F(rule_table, agrees_with_a_simple_model_over_random_operations)
 {
     struct rule {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// What a frame's rule is known by, and the way of its steps into the table and back.
+// The key of a frame's rule, and storing and reading its steps.
 #include "tests/support/loaded_module.h"
 
 #include <array>
@@ -17,7 +17,7 @@ struct tag {
     u16 tci;
 };
 
-// TCIs differ in both bytes, so that none can stand for another.
+// TCIs differ in both bytes, so none can be taken for another.
 const std::vector<tag> TAGS = {{0x8100, 0x2064}, {0x88a8, 0x40c8}, {0x9100, 0x612c},
                                {0x8100, 0x8190}, {0x88a8, 0xa1f4}, {0x8100, 0xc258}};
 

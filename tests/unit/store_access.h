@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Looking into the instance lists, and a class of a test's own. */
+/* Access to the instance lists, and a class of the tests. */
 #pragma once
 
 #include "tests/support/loaded_module.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Every allocation, copy from user space and registration of every operation fails once, as number
-// 1, 2, 3 and so on until the operation meets none: through the doors that the kernel opens, the
+// 1, 2, 3 and so on until the operation meets no fault. Through the entry points of the kernel, the
 // invariants hold, the same operation then works, and nothing stays allocated after unload.
 #include <cstring>
 #include <functional>
@@ -272,7 +272,7 @@ protected:
         return fired;
     }
 
-    // Answers the number of faults.
+    // Returns the number of faults.
     uint64_t try_each(const operation& what, fault kind)
     {
         uint64_t nth = 1;

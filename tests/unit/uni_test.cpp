@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The look-ups of a UNI by its port.
+// Lookup of a UNI by its port.
 #include "tests/unit/class_fixture.h"
 
 #include "me_class/pptp_ethernet_uni.h"

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Memory behind which nothing is readable. */
+/* Memory that is followed by an unreadable page. */
 #pragma once
 
 #include <gtest/gtest.h>

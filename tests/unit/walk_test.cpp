@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Single steps of the walk and its starts, where no scenario reaches.
+// Single steps and starts of the walk that no scenario reaches.
 #include "tests/unit/class_fixture.h"
 
 #include "pkt/flow.h"

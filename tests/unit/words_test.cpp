@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The words of a line; an empty list where the answer is -1, which has no other way to come about.
+// The words of a line; an empty list if the result is -1, which has no other cause.
 std::vector<std::string> split(const std::string& line)
 {
     gpon_dbg_words words = {};

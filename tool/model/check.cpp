@@ -240,7 +240,7 @@ private:
                 "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
     }
 
-    // The module needs neither of the following two: it treats every direction except 2 as
+    // The module does not depend on the following two checks: it treats every direction except 2 as
     // upstream, and ignores the direction downstream. The hardware uses it.
     void check_known_direction(const me_instance& ctp)
     {

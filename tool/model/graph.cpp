@@ -110,7 +110,7 @@ private:
     {
         const pointer_state state = model_.state(pointer);
         const bool missing = state == pointer_state::missing;
-        // A mapper's entry 0 means no pointer.
+        // By convention a mapper's entry 0 means no pointer.
         if (missing && pointer.from.class_id == me_class::mapper && pointer.to.instance == 0)
             return;
         if (missing && absent_.insert(pointer.to).second)

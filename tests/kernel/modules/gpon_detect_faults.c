@@ -126,7 +126,7 @@ static void not_called(struct rcu_head *head)
 {
 }
 
-/* On the stack of nobody: a head that is queued twice never comes free. */
+/* Not on a stack: a head that is queued twice is never released. */
 static struct rcu_head twice;
 
 static void free_twice(void)

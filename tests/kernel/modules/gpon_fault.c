@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * Makes one kernel function fail for one program, in kernels without fault injection: a probe at
- * the function's entry answers in its stead. "insmod gpon_fault.ko function=proc_mkdir answer=0
- * program=load_module nth=2" answers a null pointer to that program's second call.
+ * the function's entry returns in its place. "insmod gpon_fault.ko function=proc_mkdir answer=0
+ * program=load_module nth=2" returns a null pointer to that program's second call.
  */
 #include <linux/kprobes.h>
 #include <linux/module.h>

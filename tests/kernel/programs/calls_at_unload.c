@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * calls_at_unload GPON_FLOW.KO CYCLES: the module comes and goes while two threads make hook calls
- * of every packet kind without a pause and two others read and write its proc entry. Each call has
- * an answer of the module or, with no record called, none at all.
+ * of every packet kind without a pause and two others read and write its proc entry. Each call
+ * returns a result of the module or, if no record was called, none.
  */
 #include <pthread.h>
 #include <stdatomic.h>
@@ -115,7 +115,7 @@ static void come(const char *module, int door)
 	check(switch_engine(door, 1), "engine");
 }
 
-/* Answers how many calls the module answered while it was there. */
+/* Returns the number of calls that reached the module while it was loaded. */
 static unsigned long cycle(const char *module, int door)
 {
 	const struct timespec loaded = { .tv_nsec = MILLISECONDS_LOADED * 1000000L };

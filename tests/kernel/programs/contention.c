@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * contention SECONDS: packets of a whole provisioning, each learning a rule or using one, while
- * other processes flush the rules, change the entities on the way, look at everything and trace.
- * Twice four processes, so that each pair of doors meets on two processors. At the end the way
- * still leads where the provisioning says.
+ * contention SECONDS: packets of a whole provisioning, each of which learns a rule or uses one,
+ * while other processes flush the rules, change the entities of the path, dump everything and
+ * trace. Twice four processes, so that each pair of interfaces runs on two processors at once. At
+ * the end the path still leads to the provisioned GEM port.
  */
 #include <signal.h>
 #include <sys/mman.h>
@@ -116,7 +116,7 @@ static pid_t start(void (*work)(unsigned int), unsigned int seed)
 	return child;
 }
 
-/* A frame of VLAN 200 on its way to the fibre must end at GEM port 1026. */
+/* An upstream frame of VLAN 200 must end at GEM port 1026. */
 static int way_leads_right(int device, int door)
 {
 	struct softonu_hook_call call;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Checks that go on after a failure: each is counted, each failure printed. */
+/* Checks that continue after a failure: each is counted, each failure printed. */
 #ifndef EXPECT_H
 #define EXPECT_H
 

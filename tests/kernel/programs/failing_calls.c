@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * failing_calls commands | hooks | load FILE MODULE: each operation again and again, with the
- * kernel failing this process's first allocation or copy, then the second, the third, until the
- * operation comes to its end without a failure. Whatever was answered in between, the modules
- * answer as ever afterwards.
+ * failing_calls commands | hooks | load FILE MODULE: repeats each operation while the kernel fails
+ * this process's first allocation or copy, then the second, the third, until the operation
+ * completes without a failure. Afterwards the modules return the same results as before.
  */
 #include <stdbool.h>
 #include <sys/syscall.h>
 
 #include "graph.h"
 
-/* An operation that never gets through would try for ever. */
+/* Limit for an operation that never completes. */
 #define FAULTS_MAX 5000
 
 static int switch_of_faults;
@@ -33,7 +32,7 @@ struct operation {
 	int (*prepare)(const struct subject *subject);
 	/* 0 or -1. */
 	int (*act)(const struct subject *subject);
-	/* 0 when the modules are as they must be after the answer ret. */
+	/* 0 if the modules are in the correct state after the result ret. */
 	int (*check)(const struct subject *subject, int ret);
 };
 
@@ -67,7 +66,7 @@ static bool fault_came(void)
 	return came;
 }
 
-/* Whether it is worth while to go on with the next number. */
+/* Whether to continue with the next number. */
 static bool attempt(const struct operation *operation, const struct subject *subject,
 		    unsigned int nth)
 {
@@ -213,7 +212,7 @@ static int learnt(const struct subject *subject)
 	return flush(subject) || hook_call(subject);
 }
 
-/* The same packet without a failure is answered, and so is the next command. */
+/* The same packet and the next command succeed without a failure. */
 static int packets_pass(const struct subject *subject, int ret)
 {
 	struct softonu_hook_call call;

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The doors of both modules for test programs, and one provisioning that has every class in it: two
+ * The interfaces of both modules for test programs, and a provisioning with every class: two
  * UNIs on a bridge, VLAN 100 and untagged frames to GEM port 1025, VLAN 200 to 1026, priorities of
  * a mapper to both, multicast from 4000.
  */
@@ -188,7 +188,7 @@ static inline int provision(int device)
     return failed ? -1 : 0;
 }
 
-/* A call without packet: the engine goes on or off. */
+/* A call without packet: switches the engine on or off. */
 static inline int switch_engine(int door, uint32_t on)
 {
     struct softonu_hook_call call = {.api_type = SWITCH, .api_param = on};

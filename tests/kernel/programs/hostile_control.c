@@ -2,7 +2,7 @@
 /*
  * Calls of the character device that no OMCI stack makes: every ioctl number, control records at
  * bad addresses and at the very end of a page, records full of bad addresses. Each call has the
- * one right answer; the machine that runs this must survive all of them.
+ * one right result; the machine that runs this must survive all of them.
  */
 #include <errno.h>
 #include <fcntl.h>
@@ -54,7 +54,7 @@ static int answer_to_number(unsigned long number)
 	return masked == GPON_FLOW_IOC_COMMAND ? EPERM : EFAULT;
 }
 
-/* The kernel itself answers a few numbers for any file, whatever the driver thinks of them. */
+/* The kernel itself handles a few numbers for any file and does not pass them to the driver. */
 static int kernel_answers(unsigned long number)
 {
 	return (number & 0xff00) == 0x5400 || (number & 0xff00) == 0x6600 ||

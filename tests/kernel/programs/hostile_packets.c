@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * hostile_packets quiet|loud: packets of every shape through a provisioned engine, in every kind of
- * call. What the platform prepares is answered as the same frame in one piece; what it hands over
- * as it was built is answered as a frame that ends with its linear part. "loud" sends fewer of them
- * and has the module trace each step.
+ * call. A packet that the platform prepares has the result of the same frame in one piece; one that
+ * it passes unchanged has the result of a frame that ends with its linear part. "loud" sends fewer
+ * of them and has the module trace each step.
  */
 #include "tests/kernel/programs/graph.h"
 
@@ -15,7 +15,7 @@ enum { UNKNOWN = KINDS };
 
 static int device, door;
 static int failures;
-/* The way depends on more than the rule of a frame holds. */
+/* The path depends on more than the rule of a frame contains. */
 static int by_dscp;
 static unsigned long calls, cut_frames;
 static unsigned long gems[3];
@@ -36,7 +36,7 @@ static void expect(long wanted, long got, const char *what, uint32_t kind,
 	       shape->options);
 }
 
-/* Each command takes the learnt rules away; an unknown class does nothing else. */
+/* Each command deletes the learnt rules; one for an unknown class has no other effect. */
 static void forget_rules(void)
 {
 	static const struct gpon_raw_mbsp nothing;
@@ -69,7 +69,7 @@ static struct softonu_hook_call send_shape(uint32_t kind, const uint8_t *frame,
 	return call;
 }
 
-/* The answers that a kind has, and what no call may change. */
+/* The results of a kind, and the fields that no call may change. */
 static void expect_documented(const struct softonu_hook_call *call, const struct shape *shape)
 {
 	const uint32_t kind = call->api_type;
@@ -91,7 +91,7 @@ static void expect_documented(const struct softonu_hook_call *call, const struct
 		       shape);
 }
 
-/* The frame in one piece that has to be answered alike. */
+/* The frame in one piece that must have the same result. */
 static const uint8_t *seen_frame(const struct shape *shape, struct shape *whole)
 {
 	const int raw = shape->options & SOFTONU_CALL_RAW;
@@ -136,7 +136,7 @@ static void every_kind(const struct shape *shape)
 		call_of_kind(UNKNOWN, shape);
 }
 
-/* The door keeps a tag beside the frame only when there is one in the linear part. */
+/* The injection device keeps a tag beside the frame only if the linear part has one. */
 static int can_be_built(const struct shape *shape)
 {
 	const int paged = shape->options & SOFTONU_CALL_PAGED;
@@ -197,7 +197,7 @@ static void make_frames(void)
 	memcpy(untagged + 12, tagged + 12 + TAG_BYTES, sizeof(tagged) - 12 - TAG_BYTES);
 }
 
-/* Whole, the frame is one of VLAN 200; cut before its tag it has none, and goes another way. */
+/* Whole, the frame is one of VLAN 200; cut before its tag it has none, and takes another path. */
 static void expect_gem(uint16_t wanted, uint32_t linear, uint32_t mac_offset)
 {
 	const struct shape shape = { .bytes = 60, .linear = linear, .mac_offset = mac_offset,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * send_frame DEVICE HEX [watched]: puts a frame into a device as it is. With "watched" somebody
- * else looks at what the device sends, so that the frame is a clone there.
+ * send_frame DEVICE HEX [watched]: sends an unchanged frame through a device. With "watched"
+ * another socket receives what the device sends, so the frame is a clone there.
  */
 #include <arpa/inet.h>
 #include <linux/if_packet.h>

@@ -111,7 +111,7 @@ static void mapping_answers(void)
 	set_mapping(SOFTONU_MAPPING_TABLE, 0);
 }
 
-/* The mapping sees the tag of the frame in whatever shape it was, if there is room for one. */
+/* The mapping sees the tag of the frame in every shape, if there is room for one. */
 static void shape(uint32_t bytes, uint32_t linear, uint32_t options)
 {
 	struct softonu_hook_call call = packet_call(bytes, options);
@@ -181,7 +181,7 @@ static void senseless_calls(void)
 	tagged[12] = 0x81;
 }
 
-/* A page with another behind it that nobody may touch. */
+/* A page that is followed by an inaccessible one. */
 static uint8_t *page_before_nothing(void)
 {
 	uint8_t *pages = mmap(NULL, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
