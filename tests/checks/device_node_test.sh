@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# The device node that an installed package makes: where user space looks for the module, for root
-# alone.
+# The device node that an installed package creates: at the path that user space opens, for root
+# only.
 set -eu
 . tests/checks/proof.sh
 rule=packaging/debian/gpon-flow-dkms.tmpfiles

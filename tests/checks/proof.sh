@@ -2,7 +2,7 @@
 #
 # shellcheck disable=SC2034 # proofs_failed is for the file that sources this one
 #
-# Helps to prove that a check fails where it should: each case makes a small tree in $tree.
+# Helpers to prove that a check fails when it should: each case creates a small tree in $tree.
 
 proofs_failed=0
 tree=$(mktemp -d)

@@ -3,7 +3,7 @@ set -eu
 . tests/checks/proof.sh
 runner=scripts/scenario.sh
 
-# Stands for the tool: prints the file that it is given, or fails when that says so.
+# Replaces the tool: prints the file in its argument, or fails if the file says so.
 fresh_tree
 file tool <<'TOOL'
 #!/bin/bash

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# The lock contracts in the core's headers are such that clang refuses code that breaks them.
+# With the lock contracts in the core's headers, clang rejects code that breaks them.
 set -eu
 if ! command -v clang++ >/dev/null; then
     echo "no clang++ here"

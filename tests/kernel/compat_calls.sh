@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# An OMCI stack that is a 32-bit program gets the answers that a 64-bit one gets.
+# A 32-bit OMCI stack gets the same results as a 64-bit one.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

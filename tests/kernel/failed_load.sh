@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A kernel service that fails during load: the load is refused or goes on as it must, nothing of a
-# refused one stays behind, and the next load works.
+# A kernel service that fails during load: the load fails or continues, as it must; a failed load
+# leaves nothing behind, and the next load works.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

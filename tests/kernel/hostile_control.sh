@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Calls of the device that no OMCI stack makes, each answered with the one right error.
+# Calls of the device that no OMCI stack makes: each returns the one right error.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
@@ -12,7 +12,7 @@ said() {
 
 load_both
 hostile_control || fail "a hostile call got a wrong answer"
-# What became of words that could not be read: the words before them were a command.
+# Result of words that could not be read: the words before them were a command.
 expect "filter by the word that stood before a bad one" 12 "$(said 'set trace outer vlan 0')"
 expect "filter by a word behind a bad one" 0 "$(said 'set trace outer vlan 1234')"
 expect "level by cut words" 0 "$(said 'set gpon flow debug level 0x4')"

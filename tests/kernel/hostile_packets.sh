@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Packets in every shape that a kernel hands around, whole and cut anywhere, meet a provisioned
+# Packets in every shape that a kernel uses, whole and cut at any length, through a provisioned
 # engine, a trace filter and the module's own tracing.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh

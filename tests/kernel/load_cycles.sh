@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Fifty times in and out: each load brings the device and the proc entry, each unload takes them
-# away, and nothing of one life shows in the next.
+# Fifty loads and unloads: each load creates the device and the proc entry, each unload removes
+# them, and no state is left for the next load.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

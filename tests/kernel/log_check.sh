@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Silence of the kernel log means something: each kind of report that a kernel makes is seen, and
-# the module's own lines, loud as they are, are none.
+# The check of the kernel log works: it detects each kind of kernel report, and takes none of the
+# module's own lines for one.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

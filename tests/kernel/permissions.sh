@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Who may use the interfaces: the device is root's, everybody may read the proc entry, only root may
-# write it.
+# Permissions of the interfaces: only root may use the device, everybody may read the proc entry,
+# only root may write it.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The scenario suite against the module in this kernel: each transcript is the one of the process
-# build, less the platform calls that only the inside of a process sees. A scenario that needs a
-# service to fail or time to jump is left to the process build, no other one is.
+# The scenario suite against the module in this kernel: each transcript equals that of the process
+# build, without the platform calls that are visible only inside a process. Only scenarios that need
+# a failing service or a jump of time are left to the process build.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

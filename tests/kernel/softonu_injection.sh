@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The reference platform's doors: the injection door with every shape of packet and hostile
-# arguments, and the proc files' language, which reads back as it was written.
+# The interfaces of the reference platform: the injection device with every shape of packet and
+# invalid arguments, and the language of the proc files, which read back as they were written.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A tag that the kernel keeps beside a frame is back in it, byte for byte, when the engine sees it:
-# the rule that it learns is the one of the frame with its tag inside.
+# A tag that the kernel keeps beside a frame is in the frame again, byte for byte, when the engine
+# gets it: the learnt rule is that of the frame with its tag inside.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The tool at a module in a kernel: what it shows, sets and cleans there, and the ways of frames that
-# it tells from the kernel log.
+# The tool with a module in a kernel: it shows, sets and cleans, and traces the paths of frames from
+# the kernel log.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

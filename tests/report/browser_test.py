@@ -192,7 +192,7 @@ class Report(unittest.TestCase):
             self.assertIn(title, text)
         for address in set(flows):
             self.assertIn(address, text)
-        # The head of a table stands on every sheet that holds a part of it.
+        # The head of a table is on every page with a part of it.
         self.assertGreaterEqual(text.count("entry point"), 2)
         self.assertIn("deepest branch:", text)
         self.assertIn("0000  ", text)  # the bytes of the example, which a click opens on screen

@@ -15,7 +15,7 @@ if ! "$python" -c 'import selenium' 2>/dev/null; then
     exit 77
 fi
 
-# Looked at later when named; gone otherwise.
+# Kept for later inspection if named; deleted otherwise.
 folder=${GPON_SCREENSHOTS:-}
 if [ -z "$folder" ]; then
     folder=$(mktemp -d)

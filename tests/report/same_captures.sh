@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# same_captures.sh PROGRAM FOLDER: PROGRAM writes the captures that FOLDER holds, to the byte.
+# same_captures.sh PROGRAM FOLDER: PROGRAM writes the captures of FOLDER, byte for byte.
 set -eu
 made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT

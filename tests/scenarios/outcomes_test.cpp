@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Every scenario prints the same whether known frames use a remembered outcome or replay their
-// rule: as it is written, and amplified. Amplified means that no message is on, that each frame
-// is padded and comes three times (walk, replay, remembered outcome), and that behind everything
-// that may change the store or the rules the last frames come again and the rules are dumped.
+// rule: as written, and amplified. Amplified means that no message is on, that each frame is padded
+// and sent three times (walk, replay, remembered outcome), and that after every command that may
+// change the store or the rules the last frames are sent again and the rules are dumped.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #
 # usage: command_line_test.sh GPONFLOW
 #
-# The tool as its user meets it: arguments, exit status, and which stream says what.
+# The command line of the tool: arguments, exit status, standard output and standard error.
 set -eu
 # shellcheck source=tests/tool/proof.sh
 . "$(dirname "$0")/proof.sh"
@@ -73,7 +73,7 @@ status=0
 [ "$status" = 3 ] || complain "a full disk: exit status $status"
 expect_err 'gponflow: cannot write the transcript to standard output'
 
-# Nobody takes half an answer for a whole one.
+# A partial output must not pass for a complete one.
 expect_full_disk() { # ARGUMENT...
     local status=0
     "$tool" "$@" >/dev/full 2>err </dev/null || status=$?
@@ -174,7 +174,7 @@ for words in 'set' 'set --dry-run' 'set enable' 'set enable maybe' 'set debug-le
     [ -s err ] || complain "gponflow $words: not a word about what is wrong"
 done
 
-# Mistyped words are told the nearest known one.
+# For a mistyped word the nearest known one is printed.
 expect_hint() { # WORD ARGUMENT...
     local word=$1
     shift

@@ -92,7 +92,7 @@ compile() {
     objects+=("$output")
 }
 
-# Everything that goes through the rows of the table is compiled again; nothing else is.
+# Only sources that iterate over the rows of the table are compiled again.
 mapfile -t readers < <(grep -lrwE 'GPON_ME_ROWS|me_table' --include='*.cpp' src tool)
 for source in "${readers[@]}"; do
     compile "$source"

@@ -2,8 +2,8 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034 # tool, root and failed are for the test that sources this file
 #
-# What the tests of the tool's command line share: the tool, the root of the tree, and a folder of
-# their own, which is the current one. A test ends with "exit $failed".
+# Common parts of the tests of the tool's command line: the tool, the root of the tree, and a
+# scratch folder, which is the current one. A test ends with "exit $failed".
 
 tool=$(realpath "$1")
 root=$(realpath "$(dirname "$0")/../..")

@@ -3,8 +3,8 @@
 #
 # usage: terminal_test.sh GPONFLOW
 #
-# The tool on a terminal: what it draws there, which keys and signals end it, and that the terminal
-# is given back as it was. script(1) makes the terminals.
+# The tool on a terminal: its output, the keys and signals that end it, and the restored state of
+# the terminal. script(1) creates the terminals.
 set -eu
 # shellcheck source=tests/tool/proof.sh
 . "$(dirname "$0")/proof.sh"
@@ -94,7 +94,7 @@ if "$tool" watch --help | grep -q 'q or Ctrl-C exits'; then
         expect_status 0
         expect_shown $'\033[?1049l'
     done
-    # A terminal that cannot move what it shows is drawn anew.
+    # A terminal that cannot move its contents is redrawn.
     on_terminal scroll_to_end "export TERM=vt100; $watch"
     expect_status 0
     expect_shown '61 to 68 shown'

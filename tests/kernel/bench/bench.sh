@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# What a frame of a subscriber costs on its way up, in each of the ways to build a line. Prints
-# "@@ bench CASE FLOWS MEDIAN MEAN", instructions of a frame, and "@@ rules FLOWS COUNT", those that
-# gpon_flow keeps of two for each flow. Meant for a guest whose clock counts instructions;
+# Cost of an upstream frame of a subscriber, for each of the compared line setups. Prints
+# "@@ bench CASE FLOWS MEDIAN MEAN", instructions per frame, and "@@ rules FLOWS COUNT", the rules
+# that gpon_flow stores of two per flow. Meant for a guest whose clock counts instructions;
 # "repeats", "frames" and "ways" are words of its command line.
 # shellcheck source=tests/kernel/bench/devices.sh
 . /tests/bench/devices.sh
@@ -94,7 +94,8 @@ forget_rules() {
     echo "clean flow_rule 0 0" >$debug
 }
 
-# Two rules can want one place in the table, and the second is not kept: its frames walk for ever.
+# Two rules can have the same bucket of the table. The second is then not stored, and its frames
+# always walk.
 # The quick path is measured with flows that are all kept.
 find_flows_that_are_kept() {
     # Or the first ones are lost where no carrier is known yet.

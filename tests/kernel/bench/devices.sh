@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# One line of a subscriber, built in each of the ways that are compared: the same devices, the same
-# frames. Sourced by bench.sh.
+# A subscriber's line in each of the compared setups: the same devices, the same frames. Sourced by
+# bench.sh.
 #
 #     frame_source -> sub1 -- uni1 -- what is measured -- ani0 -- gem1025 to gem1032
 #                                                    or -- uni2 -- sub2
 #
-# Without anybody who chooses a GEM port frames cannot leave through ani0; the way out is a second
-# UNI then, which does the same for a frame. Whatever arrives is for nobody there and is dropped.
+# In a setup that chooses no GEM port, frames cannot leave through ani0. They leave through a second
+# UNI then, which costs the same per frame. Frames that arrive have no receiver and are dropped.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

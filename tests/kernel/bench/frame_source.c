@@ -2,12 +2,11 @@
 /*
  * frame_source DEVICE NETWORK FLOWS ROUNDS FRAMES [FILE TEXT]
  *
- * Sends frames of a subscriber from one packet socket, each on its way to the far end before the
- * next begins, and prints the nanoseconds that one took: the median of the rounds, which knows
- * nothing of the clock's ticks and of what else the kernel does now and then, and their mean. FLOWS
- * source addresses take turns; flow n is in VLAN 100 + n % 8. A round of FRAMES frames is timed as
- * a whole. TEXT is written to FILE before each round, outside of the time. NETWORK, 0 to 255, makes
- * up the addresses of the flows.
+ * Sends frames of a subscriber from one packet socket, each to the far end before the next begins,
+ * and prints the nanoseconds per frame: the median of the rounds, which excludes clock ticks and
+ * other occasional work of the kernel, and their mean. FLOWS source addresses alternate; flow n is
+ * in VLAN 100 + n % 8. A round of FRAMES frames is timed as a whole. TEXT is written to FILE before
+ * each round, outside of the timed interval. NETWORK, 0 to 255, selects the addresses of the flows.
  *
  * Exact only where the guest's clock counts instructions.
  */

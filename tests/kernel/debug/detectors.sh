@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Silence of this kernel means something: each of its detectors reports a fault that is made on
-# purpose, in C++ code compiled as the core is where the compiler has a part in it.
+# The detectors of this kernel work: each reports a deliberate fault. Where the compiler is
+# involved, the fault is in C++ code that is compiled like the core.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

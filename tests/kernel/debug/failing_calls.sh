@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Each allocation and each copy of loads, commands and hook calls fails once, one after the other:
-# the modules answer as before, and what failed leaves nothing behind.
+# Each allocation and each copy of loads, commands and hook calls fails once, one after the other.
+# Afterwards the modules return the same results as before, and a failed call leaks nothing.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

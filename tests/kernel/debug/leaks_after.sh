@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Everything has been loaded, used and unloaded in this boot: nothing was lost, and the detectors
-# are as awake as they were at the start.
+# Everything has been loaded, used and unloaded in this boot: nothing leaked, and the detectors
+# still work.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# What the kernel itself seems to have lost while it started is none of ours.
+# Leaks that the kernel reports of its own start are not of our modules.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The checks of locks and of RCU report what is done on purpose. They fall silent after the first
-# report of a lock, and after one of any other detector: in a boot of their own, that one last.
+# The checks of locks and of RCU report deliberate faults. They stop after the first report about a
+# lock and after a report of any other detector, so they have a boot of their own and the lock is
+# last.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A race made on purpose, in C++ code compiled as the core is, is reported.
+# A deliberate race in C++ code that is compiled like the core is reported.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

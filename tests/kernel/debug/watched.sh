@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# What ran before was looked at: accesses of our modules were watched, many of them, and none raced.
+# The race detector watched the preceding tests: many accesses of our modules, and no race.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * hook_call [NAME=NUMBER]...: one hook call through the injection device, printed as a line.
- * Without words it is a broadcast frame of 60 bytes on UNI 1, upstream towards the ANI. "vid" puts a
+ * Without words it is a broadcast frame of 60 bytes on UNI 1, upstream to the ANI. "vid" puts a
  * tag into it, with "tpid", "pbit" and "dei"; "beside=1" keeps the tag beside the frame. "packet=0"
  * calls without a packet.
  */

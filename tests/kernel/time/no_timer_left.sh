@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Nothing of the module runs after it is gone: the aging period passes after a load that failed,
-# and after an unload, and the machine goes on.
+# Nothing of the module runs after its removal: the machine survives the aging period after a failed
+# load and after an unload.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

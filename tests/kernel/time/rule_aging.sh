@@ -2,8 +2,8 @@
 # shellcheck shell=dash
 #
 # The aging timer of the kernel itself: a rule that is not used again outlives the first period,
-# which takes its mark, and goes in the second. A period is 30000 jiffies, 120 s in this kernel.
-# The guest's clock runs ahead while nobody has anything to do.
+# which clears its mark, and is deleted in the second. A period is 30000 jiffies, 120 s in this
+# kernel. The guest's clock skips idle time.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -2,7 +2,7 @@
 # shellcheck shell=dash
 #
 # A subscriber joins a group; its membership report goes up on the unicast GEM port, the group's
-# packets come down on the multicast one, and the answers go up again. Nobody can send on the
+# packets come down on the multicast one, and the replies go up again. No subscriber can send on the
 # multicast GEM port from below.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The worked example of an OMCI stack, as C programs call the module: each call is answered as it
-# says, and the service that it leaves carries VLAN 100 of UNI 1 on GEM port 1025, nothing else.
+# The worked example of an OMCI stack in C: each call has the result that the example states, and
+# its service carries VLAN 100 of UNI 1 on GEM port 1025 and nothing else.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 

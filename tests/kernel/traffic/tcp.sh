@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# TCP in both directions, both subscribers at once: what arrives is what was sent.
+# TCP in both directions, both subscribers at once: the received data equals the sent data.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 

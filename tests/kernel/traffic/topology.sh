@@ -28,7 +28,7 @@ provision_alone() {
 	END
 }
 
-# The OMCI way: a scenario creates the managed entities through the control device and switches the
+# With OMCI: a scenario creates the managed entities through the control device and switches the
 # engine on.
 provision_gpon_flow() {
     gponflow run --backend=device /tests/traffic/provision.scn >/tmp/provision.txt ||
@@ -77,7 +77,7 @@ bridge_up() {
     ip link set br0 up
 }
 
-# What an earlier test left that failed half-way.
+# Remains of an earlier test that failed.
 clear_away() {
     ip link del br0 2>/dev/null
     for ns in client1 client2 server1 server2; do
@@ -108,7 +108,7 @@ plain_network() {
     in_ns server1 ip addr add 10.0.0.1/24 dev gem1025
 }
 
-# Ends the machines' life with frames still on their way: the modules must not mind.
+# Removes modules and namespaces while frames are in transit: the modules must handle this.
 onu_down() {
     ip link del br0
     if [ "$onu" = gpon_flow ]; then

@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The modules come and go while both directions carry as much TCP as the machine can, frames in
-# every queue; in the end the platform goes too, under the same load.
+# The modules are loaded and unloaded while both directions carry as much TCP as the machine can,
+# with frames in every queue; in the end the platform is unloaded too, under the same load.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
 rounds=${rounds:-8}
 
 # NAMESPACE ADDRESS-OF-SERVER1 PORT: an endless stream up, and one down on the next port. Not on one
-# connection: two ends that write and do not read meanwhile wait for each other for ever.
+# connection: two ends that write and do not read meanwhile would wait for each other forever.
 stream() {
     in_ns server1 sh -c "while :; do nc -l -p $3 </dev/null >/dev/null; done" &
     in_ns server1 sh -c "while :; do nc -l -p $(($3 + 1)) </dev/zero >/dev/null; done" &
