@@ -23,7 +23,7 @@ i32 split_words(const char* text, gpon_dbg_words& words);
 
 /* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
  * stops at the first character that does not fit, values are modulo 2^32. A null word, or one
- * without a digit, leaves the value alone. */
+ * without a digit, does not change the value. */
 void scan_hex(const char* word, u32* value);
 void scan_decimal(const char* word, i32* value);
 

@@ -28,7 +28,7 @@ enter_forward(packet_log log, const gpon_fwd_info* fwd_info, const gpon_walk_res
 /* A copy of an instance's related-info table for one step. */
 class related_table {
 public:
-    /* Empty when there is no memory. */
+    /* Empty if there is no memory. */
     [[nodiscard]] static related_table allocate(const gpon_me_list_info& info)
     {
         related_table made;
@@ -39,10 +39,10 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(table_); }
 
-    /* False: there is no such instance. */
+    /* Returns false if there is no such instance. */
     bool read(u16 inst_id) GPON_READS_LISTS { return read(find_inst(info_->head, inst_id)); }
 
-    /* The same of an instance that was found already, or was not. */
+    /* The same for an instance that was already found; null if it was not. */
     bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
         copy_related_data(inst, table_.get(), static_cast<size_t>(info_->related_info_size));
@@ -64,7 +64,7 @@ private:
 /* A copy of an instance's raw record for one step. */
 template <typename Raw> class raw_record {
 public:
-    /* Empty when there is no memory. */
+    /* Empty if there is no memory. */
     [[nodiscard]] static raw_record allocate()
     {
         raw_record made;
@@ -74,13 +74,13 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(raw_); }
 
-    /* False: there is no such instance. */
+    /* Returns false if there is no such instance. */
     bool read(const list_head& list, u16 inst_id) GPON_READS_LISTS
     {
         return read(find_inst(&list, inst_id));
     }
 
-    /* The same of an instance that was found already, or was not. */
+    /* The same for an instance that was already found; null if it was not. */
     bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
         copy_raw(inst, raw_.get(), sizeof(Raw));

@@ -51,7 +51,7 @@ extern "C" {
 i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
                              gpon_walk_result* result) GPON_READS_LISTS;
 
-/* Tries the instances behind a step's next-class rows. */
+/* Tries the instances of a step's next-class rows. Returns 0, or -1 on failure. */
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
                           struct gpon_walk_result* result,
                           const struct gpon_me_next_class* next_classes) GPON_READS_LISTS;
