@@ -2,11 +2,11 @@
 /*
  * Where the platform keeps its own fields of a packet. A port to another platform replaces this
  * header and no other file of the glue (docs/porting.md): packets.c uses only the functions and the
- * constant below.
+ * constant below. The soft ONU writes the fields through struct gpon_packet_fields.
  *
- * This one is for the reference platform on a stock kernel. Its fields are in the packet's control
- * block (skb->cb), which belongs to the code that handles the packet at the moment: they are valid
- * during a hook call only.
+ * This layout is for the soft ONU on a stock kernel. Its fields are in the packet's control block
+ * (skb->cb), which belongs to the code that handles the packet at the moment: they are valid during
+ * a hook call only.
  */
 #ifndef GPON_LINUX_PACKET_LAYOUT_H
 #define GPON_LINUX_PACKET_LAYOUT_H
