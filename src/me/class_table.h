@@ -17,12 +17,20 @@
  * mark and allows no other reference to a symbol of a higher layer. */
 #define GPON_DEFINED_IN(room)
 
+namespace gpon::me_row {
+
 /* Rows of me_table; row 0 is empty and means "no class". */
-constexpr u16 GPON_ME_ROWS = 1
-#define GPON_WALKED(...) +1
-#define GPON_STORED(...) +1
+enum : u16 {
+    none,
+#define GPON_WALKED(class_id, short_name, ...) short_name,
+#define GPON_STORED(class_id, short_name, ...) short_name,
 #include "../include/me_classes.def"
-    ;
+    count
+};
+
+} // namespace gpon::me_row
+
+constexpr u16 GPON_ME_ROWS = gpon::me_row::count;
 
 extern "C" {
 
