@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Frames of any bytes in every kind of hook call, on lines as operators provision them.
+// Frames of any bytes in every kind of hook call, on lines with typical configurations.
 #include <array>
 #include <optional>
 

@@ -13,8 +13,8 @@
 
 #include "base/log.h"
 
-// Half of the time of a run went into call stacks of blocks that nothing was wrong with. What the
-// environment asks for goes before.
+// Short call stacks of allocations: the default length took half of the time of a run. Options in
+// the environment override these.
 extern "C" const char* __asan_default_options();
 const char* __asan_default_options()
 {
@@ -25,7 +25,7 @@ namespace gponflow::fuzz {
 
 namespace {
 
-// Outcomes of packet calls; -1 is that of a kind that there is not.
+// Outcomes of packet calls; -1 is that of an unknown kind.
 bool is_outcome(const packet_options& options, int api_result)
 {
     return api_result == 0 || api_result == 1 || (api_result == -1 && options.kind > 4);
@@ -61,7 +61,7 @@ void require(bool holds, const char* promise)
 
 line::line(bool listening) : module_(make_host_backend())
 {
-    // A thread that frees in the background would only take turns with this one.
+    // A background thread that frees blocks would only compete with this one for the processor.
     gpon::host::set_grace(gpon::host::grace::on_demand);
     listen(listening);
     require(module_->load() == 0, "a fresh module loads");
@@ -72,7 +72,7 @@ line::~line()
     gpon::host::disarm_faults();
     gpon::host::unload();
     gpon::host::rcu_settle();
-    // A module that panicked keeps what it has.
+    // A module that panicked releases nothing.
     require(gpon::host::is_loaded() || gpon::host::memory().live_blocks == 0,
             "nothing is allocated after unload");
 }
@@ -186,7 +186,7 @@ bool line::run(const proc_read_command&)
 
 bool line::run(const advance_command& what)
 {
-    // Each period is like the next; years of them would only take long.
+    // All periods are alike; years of them would only make the run slow.
     module_->advance(std::min<uint64_t>(what.jiffies, 100000));
     return true;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The text of a scenario file, parsed; what parses is run and its transcript written.
+// The text of a scenario file. If it can be parsed, it runs and its transcript is written.
 #include <sstream>
 #include <string_view>
 
@@ -13,7 +13,7 @@ using gponflow::fuzz::require;
 
 namespace {
 
-// Time that would only take long is left out, as are the files that a text names.
+// Long times and the files that a text names are left out.
 void tame(scenario& what)
 {
     for (scenario_line& line : what.lines) {

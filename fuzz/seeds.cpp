@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // usage: fuzz_seeds OUT SCENARIO...
 //
-// Writes to OUT/commands, OUT/frames and OUT/proc what each scenario is for the target of that
-// name: its commands, its packets, its proc lines.
+// Writes the commands, packets and proc lines of each scenario to OUT/commands, OUT/frames and
+// OUT/proc, as inputs of the fuzzers with these names.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
