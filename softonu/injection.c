@@ -141,7 +141,7 @@ static long get_jiffies(void __user *argument)
 	return copy_to_user(argument, &now, sizeof(now)) ? -EFAULT : 0;
 }
 
-static long door_ioctl(struct file *file, unsigned int command, unsigned long address)
+static long device_ioctl(struct file *file, unsigned int command, unsigned long address)
 {
 	void __user *argument = (void __user *)address;
 
@@ -170,34 +170,34 @@ static long door_ioctl(struct file *file, unsigned int command, unsigned long ad
 }
 
 #ifdef CONFIG_COMPAT
-static long door_compat_ioctl(struct file *file, unsigned int command, unsigned long address)
+static long device_compat_ioctl(struct file *file, unsigned int command, unsigned long address)
 {
-	return door_ioctl(file, command, (unsigned long)compat_ptr(address));
+	return device_ioctl(file, command, (unsigned long)compat_ptr(address));
 }
 #endif
 
-static const struct file_operations door_operations = {
+static const struct file_operations device_operations = {
 	.owner = THIS_MODULE,
-	.unlocked_ioctl = door_ioctl,
+	.unlocked_ioctl = device_ioctl,
 #ifdef CONFIG_COMPAT
-	.compat_ioctl = door_compat_ioctl,
+	.compat_ioctl = device_compat_ioctl,
 #endif
 	.llseek = noop_llseek,
 };
 
-static struct miscdevice door = {
+static struct miscdevice injection_device = {
 	.minor = MISC_DYNAMIC_MINOR,
 	.name = "gpon_softonu",
-	.fops = &door_operations,
+	.fops = &device_operations,
 	.mode = 0600,
 };
 
-int softonu_door_open(void)
+int softonu_injection_create(void)
 {
-	return misc_register(&door);
+	return misc_register(&injection_device);
 }
 
-void softonu_door_close(void)
+void softonu_injection_remove(void)
 {
-	misc_deregister(&door);
+	misc_deregister(&injection_device);
 }

@@ -60,13 +60,13 @@ static int make_plan(struct softonu_plan *plan)
 	return ret;
 }
 
-static int __init open_doors(void)
+static int __init create_interfaces(void)
 {
 	int ret = softonu_proc_create();
 
 	if (ret)
 		return ret;
-	ret = softonu_door_open();
+	ret = softonu_injection_create();
 	if (ret)
 		softonu_proc_remove();
 	return ret;
@@ -89,12 +89,12 @@ static int __init softonu_init(void)
 	ret = softonu_devices_create(&plan);
 	if (ret)
 		goto no_devices;
-	ret = open_doors();
+	ret = create_interfaces();
 	if (ret)
-		goto no_doors;
+		goto no_interfaces;
 	return 0;
 
-no_doors:
+no_interfaces:
 	softonu_devices_remove();
 no_devices:
 	softonu_default_hook(false);
@@ -106,7 +106,7 @@ no_hook:
 /* A module that registers a hook depends on this one, so only the platform's own hook is left. */
 static void __exit softonu_exit(void)
 {
-	softonu_door_close();
+	softonu_injection_remove();
 	softonu_proc_remove();
 	softonu_devices_remove();
 	softonu_default_hook(false);

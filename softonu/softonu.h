@@ -127,8 +127,8 @@ extern const struct ethtool_ops softonu_ethtool_ops;
 /* ---- user space: procfs.c, injection.c (with packet_builder.c) */
 int softonu_proc_create(void);
 void softonu_proc_remove(void);
-int softonu_door_open(void);
-void softonu_door_close(void);
+int softonu_injection_create(void);
+void softonu_injection_remove(void);
 /* Returns the packet that a test requests, or an error pointer. */
 struct softonu_injected {
 	struct sk_buff *skb;   /* the packet for the hook */

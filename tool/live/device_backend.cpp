@@ -129,7 +129,7 @@ private:
         throw refusal(std::string("cannot open ") + file + ": " + std::strerror(errno));
     }
 
-    // Only calls of the platform need the reference platform. The other entry points exist without
+    // Only calls of the platform need the soft ONU. The other entry points exist without
     // it.
     soft_onu& platform()
     {

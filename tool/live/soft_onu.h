@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The injection device of the reference platform.
+// The injection device of the soft ONU.
 #pragma once
 
 #include "tool/live/descriptor.h"
