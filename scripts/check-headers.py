@@ -5,9 +5,9 @@
 usage: check-headers.py ROOT OBJECT...
 
 A source of the core has a header of its own or none: each function, member function and variable
-that src/ROOM/NAME.h declares is defined in src/ROOM/NAME.cpp. A declaration that is marked with
-GPON_DEFINED_IN(ROOM) is defined in that room. The definitions come from the objects, which are
-named after their sources (.../src/ROOM/FILE.cpp.o), through nm (NM).
+that src/FOLDER/NAME.h declares is defined in src/FOLDER/NAME.cpp. A declaration that is marked with
+GPON_DEFINED_IN(FOLDER) is defined in that folder. The definitions come from the objects, which are
+named after their sources (.../src/FOLDER/FILE.cpp.o), through nm (NM).
 
 The headers are read without a preprocessor: a declaration that a macro makes is not seen.
 """
@@ -85,7 +85,7 @@ def variables_of(statement):
 
 
 def declared(statement):
-    """Return (name, room of its mark) for each name that a statement only declares."""
+    """Return (name, folder of its mark) for each name that a statement only declares."""
     statement = re.sub(r"\s+", " ", statement)
     statement = re.sub(r"^(?: |(?:public|protected|private) ?:)+", "", statement)
     mark = ""

@@ -5,9 +5,9 @@
 usage: check-symbols.py ROOT OBJECT...
 
 The core is layered, and an object refers only to symbols of its own layer and of lower ones. A
-declaration that a header marks with GPON_DEFINED_IN(ROOM) counts as a part of that header, if the
-room does define it; only one header may have such marks. An object is named after its source:
-.../src/ROOM/FILE.cpp.o. nm comes from NM.
+declaration that a header marks with GPON_DEFINED_IN(FOLDER) counts as a part of that header, if the
+folder defines it; only one header may have such marks. An object is named after its source:
+.../src/FOLDER/FILE.cpp.o. nm comes from NM.
 """
 
 import glob
@@ -27,15 +27,15 @@ def source_of(item):
 
 
 def marks_in(root):
-    """Return the room and the header of each marked symbol."""
+    """Return the folder and the header of each marked symbol."""
     marks = {}
     for path in sorted(glob.glob(f"{root}/src/**/*.h", recursive=True)):
         with open(path, encoding="utf-8") as file:
             # The definition of the mark does not end in a semicolon.
-            for room, declaration in MARK.findall(file.read()):
+            for folder, declaration in MARK.findall(file.read()):
                 declaration = re.sub(r"\[[^]]*\]", "", declaration)
                 name = re.search(r"(\w+)\W*;", declaration)[1]
-                marks[name] = room, source_of(path)
+                marks[name] = folder, source_of(path)
     return marks
 
 
@@ -55,9 +55,9 @@ def references_in(objects):
 
 
 def mark_faults(marks, definer):
-    for symbol, (room, header) in marks.items():
-        if not definer.get(symbol, "").startswith(f"src/{room}/"):
-            yield f"{header} marks {symbol}, which {room}/ does not define"
+    for symbol, (folder, header) in marks.items():
+        if not definer.get(symbol, "").startswith(f"src/{folder}/"):
+            yield f"{header} marks {symbol}, which {folder}/ does not define"
     headers = sorted({header for _, header in marks.values()})
     if len(headers) > 1:
         yield f"more than one header has marks: {' '.join(headers)}"

@@ -15,7 +15,7 @@
 
 /* Marks a declaration whose definition is in a higher layer. The check of the layers reads this
  * mark and allows no other reference to a symbol of a higher layer. */
-#define GPON_DEFINED_IN(room)
+#define GPON_DEFINED_IN(folder)
 
 namespace gpon::me_row {
 
