@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* Start and end of the rule table, and its aging. */
+/* Start and end of the rule table, and its aging. A platform calls the end as well: module_entry.h
+ * declares gpon_hash_exit. */
 #ifndef GPON_HASH_AGING_H
 #define GPON_HASH_AGING_H
 
@@ -14,10 +15,6 @@ extern "C" {
 /* Process context, at module load: allocates 64 buckets and arms the timer. Without memory it
  * returns -1 and does not arm the timer. */
 i32 gpon_hash_init(void);
-
-/* Process context, at unload: waits for a running sweep, then frees the table. Returns -1 if there
- * is none. */
-i32 gpon_hash_exit(void);
 
 /* Sweeps once and arms the timer again. Softirq. */
 void gpon_hash_aging_timer_func(timer_list* timer);
