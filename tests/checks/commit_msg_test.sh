@@ -11,9 +11,9 @@ message() {
 
 fresh_tree
 passes "a subject" message 'hash: compare keys by words'
-passes "a subject without room for more" message "tests: $(printf 'a%.0s' {1..65})"
-passes "a path as room" message 'tool/omci: accept a cut trailer'
-passes "two rooms" message 'me, me_class: look an instance up once'
+passes "a subject of the greatest length" message "tests: $(printf 'a%.0s' {1..65})"
+passes "a path as folder" message 'tool/omci: accept a cut trailer'
+passes "two folders" message 'me, me_class: look an instance up once'
 passes "a verb that ends in -ed" message 'tests: feed the parser with any bytes'
 passes "a body" message 'build: cache objects\n\nA build takes minutes.'
 passes "comments of git" message 'build: cache objects\n# Please enter the message\n#\n'
@@ -24,11 +24,11 @@ passes "a merge" message 'Merge branch main into other'
 passes "a revert" message 'Revert "build: cache objects"\n\nThis reverts commit 1.'
 passes "a fixup" message 'fixup! build: cache objects'
 
-fails "no room" 'room: imperative' message 'Compare keys by words'
-fails "a room in capitals" 'room: imperative' message 'Hash: compare keys by words'
-fails "nothing after the room" 'room: imperative' message 'hash: '
-fails "no blank after the room" 'room: imperative' message 'hash:compare keys'
-fails "an empty message" 'room: imperative' message '# only comments'
+fails "no folder" 'folder: imperative' message 'Compare keys by words'
+fails "a folder in capitals" 'folder: imperative' message 'Hash: compare keys by words'
+fails "nothing after the folder" 'folder: imperative' message 'hash: '
+fails "no blank after the folder" 'folder: imperative' message 'hash:compare keys'
+fails "an empty message" 'folder: imperative' message '# only comments'
 fails "a subject of 73 characters" '73 characters' message "tests: $(printf 'a%.0s' {1..66})"
 fails "the past" 'not an imperative' message 'hash: compared keys by words'
 fails "a participle" 'not an imperative' message 'hash: comparing keys by words'

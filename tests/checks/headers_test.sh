@@ -69,7 +69,7 @@ file src/me/table.h <<<'GPON_DEFINED_IN(pkt) void walk();
     GPON_DEFINED_IN(pkt) extern int third_list;'
 passes "marked declarations" check_tree
 file src/me/table.h <<<'GPON_DEFINED_IN(hash) void walk();'
-fails "a mark with the wrong room" "marks walk" check_tree
+fails "a mark with the wrong folder" "marks walk" check_tree
 
 # HEADER TEXT REASON
 violation() {

@@ -11,7 +11,7 @@ object() {
 
 # The store counts the rows of a table that the classes fill.
 table_header='
-#define GPON_DEFINED_IN(room)
+#define GPON_DEFINED_IN(folder)
 GPON_DEFINED_IN(me_class) extern const int me_table[2];
 '
 layered_tree() {
@@ -56,7 +56,7 @@ fails "the table without its mark" "src/me/list.cpp refers to" check_tree
 
 layered_tree
 file src/me/class_table.h <<<"${table_header/DEFINED_IN(me_class)/DEFINED_IN(pkt)}"
-fails "a mark with the wrong room" "does not define" check_tree
+fails "a mark with the wrong folder" "does not define" check_tree
 
 layered_tree
 file src/hash/another.h <<<'GPON_DEFINED_IN(pkt) void walk();'
