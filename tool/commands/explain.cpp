@@ -83,6 +83,7 @@ void add_explain_command(CLI::App& app)
         "  gponflow explain line.scn\n"
         "  gponflow explain --backend=device kind=up_ani \\\n"
         "    frame=0200000000010200000001028100006508004500\n\n"
+        "Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream).\n\n"
         "The scenario runs first, then the frame. Without a frame, the last frame of a hook "
         "command "
         "in the scenario is explained. With --backend=device, the trace filter is set to the "

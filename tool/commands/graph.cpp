@@ -128,6 +128,7 @@ void add_graph_command(CLI::App& app)
                 "    --highlight kind=up_ani,frame=0200000000010200000001018100006408004500\n"
                 "  gponflow graph line.scn -o line.svg --highlight kind=up_ani \\\n"
                 "    --pcap lost.pcap --frame 1\n\n"
+                "Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream).\n\n"
                 "Red: a pointer to an instance that does not exist. Dashed: a pointer that the "
                 "module did not record. Dotted: a tagging operation and the instance with the "
                 "same id. The path of a dropped frame is bold up to the drop. Pictures need the "

@@ -43,7 +43,7 @@ constexpr uint16_t attribute_bit(size_t index)
 /// The mirrored classes, by rising id.
 std::span<const attribute_class> attribute_classes();
 
-/// Null when the module does not line_model the class.
+/// Null when the module does not mirror the class.
 const attribute_class* find_attribute_class(uint16_t id);
 
 /// All attributes that a create carries: the mask that goes with a create.

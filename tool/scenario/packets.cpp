@@ -55,7 +55,7 @@ public:
     packet_options finish()
     {
         if (!kind_)
-            throw syntax_error{0, "missing option: kind=K"};
+            throw syntax_error{0, "missing option: kind=up_uni|up_ani|down_ani|down_uni"};
         options_.kind = *kind_;
         if (port_)
             options_.port_word = (options_.port_word & ~0xf0u) | static_cast<uint32_t>(*port_ << 4);
