@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The interfaces of the reference platform: the injection device with every shape of packet and
+# The interfaces of the soft ONU: the injection device with every shape of packet and
 # invalid arguments, and the language of the proc files, which read back as they were written.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh

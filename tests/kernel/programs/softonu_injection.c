@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The reference platform's injection device: packets of every shape reach the hook as one piece with
+ * The soft ONU's injection device: packets of every shape reach the hook as one piece with
  * their tag inside, the platform's fields go in and come out, and what makes no sense is refused.
  * Runs with only the platform loaded, its table sending VLAN 100 to GEM port 1025 and the rest to
  * 1026.
