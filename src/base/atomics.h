@@ -11,7 +11,7 @@
 
 namespace gpon {
 
-template <typename T> inline T load_relaxed(const T& word)
+template <typename T> [[nodiscard]] inline T load_relaxed(const T& word)
 {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
@@ -22,7 +22,7 @@ template <typename T> inline void store_relaxed(T& word, T value)
 }
 
 // Pairs with store_release: writes before that store are visible to reads after this load.
-template <typename T> inline T load_acquire(const T& word)
+template <typename T> [[nodiscard]] inline T load_acquire(const T& word)
 {
     return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
 }
@@ -62,7 +62,7 @@ template <typename T> inline void rcu_assign_pointer(T*& slot, T* value)
 // Reads a pointer that rcu_assign_pointer() publishes. Loads through it depend on its value, which
 // orders them on every CPU that runs Linux; an acquire load would cost a barrier. The thread
 // sanitizer does not follow such dependencies and gets the acquire load.
-template <typename T> inline T* rcu_dereference(T* const& slot)
+template <typename T> [[nodiscard]] inline T* rcu_dereference(T* const& slot)
 {
 #if defined(__SANITIZE_THREAD__) || defined(GPON_THREAD_SANITIZER)
     return __atomic_load_n(&slot, __ATOMIC_ACQUIRE);

@@ -4,11 +4,13 @@
 #ifndef GPON_BYTES_H
 #define GPON_BYTES_H
 
+#include <span>
+
 #include "types.h"
 
 namespace gpon {
 
-template <typename T> inline T load_unaligned(const void* from)
+template <typename T> [[nodiscard]] inline T load_unaligned(const void* from)
 {
     T value;
     __builtin_memcpy(&value, from, sizeof(value));
@@ -25,12 +27,18 @@ inline void clear_bytes(void* at, size_t bytes)
     __builtin_memset(at, 0, bytes);
 }
 
-inline bool same_bytes(const void* a, const void* b, size_t bytes)
+[[nodiscard]] inline bool same_bytes(const void* a, const void* b, size_t bytes)
 {
     return __builtin_memcmp(a, b, bytes) == 0;
 }
 
-inline i32 text_length(const char* text)
+/* The bytes of a record. */
+template <typename Record> [[nodiscard]] inline std::span<u8> bytes_of(Record& record)
+{
+    return {reinterpret_cast<u8*>(&record), sizeof(Record)};
+}
+
+[[nodiscard]] inline i32 text_length(const char* text)
 {
     i32 length = 0;
     while (text[length] != '\0')

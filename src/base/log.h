@@ -114,12 +114,12 @@ template <typename... Args>
 
 #pragma GCC diagnostic pop
 
-inline u32 debug_level()
+[[nodiscard]] inline u32 debug_level()
 {
     return load_relaxed(gponDebugLevel);
 }
 
-inline u32 flag_word_of(const sk_buff* skb)
+[[nodiscard]] inline u32 flag_word_of(const sk_buff* skb)
 {
     return load_unaligned<u32>(reinterpret_cast<const u8*>(skb) + skb_flag_word_offset);
 }

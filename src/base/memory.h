@@ -30,7 +30,7 @@ public:
     }
 
     explicit operator bool() const { return block_ != nullptr; }
-    T* get() const { return block_; }
+    [[nodiscard]] T* get() const { return block_; }
     T* operator->() const { return block_; }
     T& operator*() const { return *block_; }
     T& operator[](size_t i) const { return block_[i]; }

@@ -45,7 +45,7 @@ constexpr gpon_me_field describe(const char* name, size_t offset, gpon_notation 
 }
 
 /* Value of one element of an attribute. */
-inline u32 field_value(const gpon_me_field& field, const void* raw, u32 element = 0)
+[[nodiscard]] inline u32 field_value(const gpon_me_field& field, const void* raw, u32 element = 0)
 {
     const u8* at = static_cast<const u8*>(raw) + field.offset + element * field.width;
     switch (field.width) {
@@ -58,19 +58,20 @@ inline u32 field_value(const gpon_me_field& field, const void* raw, u32 element 
     }
 }
 
-inline me_class::id target_class(const gpon_me_pointer& pointer, const void* raw,
-                                 const struct gpon_flow_cfg_data& cfg)
+[[nodiscard]] inline me_class::id target_class(const gpon_me_pointer& pointer, const void* raw,
+                                               const struct gpon_flow_cfg_data& cfg)
 {
     return pointer.class_of ? pointer.class_of(raw, cfg) : pointer.class_id;
 }
 
-inline bool has_target(const gpon_me_pointer& pointer, const void* raw, u32 element = 0)
+[[nodiscard]] inline bool has_target(const gpon_me_pointer& pointer, const void* raw,
+                                     u32 element = 0)
 {
     return pointer.no_target < 0 ||
            field_value(pointer.field, raw, element) != static_cast<u32>(pointer.no_target);
 }
 
-inline u16 target_id(const gpon_me_pointer& pointer, const void* raw, u32 element = 0)
+[[nodiscard]] inline u16 target_id(const gpon_me_pointer& pointer, const void* raw, u32 element = 0)
 {
     return static_cast<u16>(field_value(pointer.field, raw, element) >> pointer.id_shift);
 }

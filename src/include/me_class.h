@@ -77,7 +77,7 @@ static_assert(sizeof(gpon_me_entry) == 88);
 namespace gpon {
 
 /* The raw record of a command whose attr_data points at a kernel copy. */
-inline const void* attr_data(const gpon_me_cmd* cmd)
+[[nodiscard]] inline const void* attr_data(const gpon_me_cmd* cmd)
 {
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(cmd->attr_data));
 }
