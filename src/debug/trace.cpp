@@ -65,7 +65,7 @@ void gpon_flow_dump_skb(const sk_buff* skb, i32 count)
 void gpon_flow_dump_skb_data(const sk_buff* skb, i32 count)
 {
     const gpon::frame f = skb ? gpon::frame::of(skb) : gpon::frame{};
-    if (!f.bytes) {
+    if (!f.bytes.data()) {
         log_error("[%s][%d]skb is NULL\n");
         return;
     }

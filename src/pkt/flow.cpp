@@ -22,8 +22,8 @@ u8 uni_port(const sk_buff* skb)
     return static_cast<u8>((skb_port_word(skb) >> 4) & 0xf);
 }
 
-bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start,
-                    gpon_walk_result* result) GPON_READS_LISTS
+[[nodiscard]] bool reaches_egress(sk_buff* skb, const gpon_fwd_info& start,
+                                  gpon_walk_result* result) GPON_READS_LISTS
 {
     return gpon_pkt_general_forward(skb, &start, result) == 0 &&
            result->ret_val == FLOW_PKT_FORWARD_DONE;
@@ -45,7 +45,8 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 }
 
 // The walk of one direction; prints a message if it fails.
-i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log) GPON_READS_LISTS
+[[nodiscard]] i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result,
+                       packet_log log) GPON_READS_LISTS
 {
     switch (fwd_flag) {
     case UP_UNI:
@@ -72,8 +73,8 @@ i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result, packet_log log) G
 }
 
 // The header is read once per call: result, lookup and learning use the same summary.
-i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result, gpon_pkt_info* info,
-                      packet_log log)
+[[nodiscard]] i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result,
+                                    gpon_pkt_info* info, packet_log log)
 {
     log.without_packet().trace("[%s][%d]: Enter\n");
     if (!skb) {

@@ -24,7 +24,7 @@ namespace gpon {
 
 /* The part of gpon_pkt_general_flow_func for a frame without a remembered outcome; it prints under
  * that name. The generation is the one that was current before. */
-i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation);
+[[nodiscard]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation);
 
 } // namespace gpon
 

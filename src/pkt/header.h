@@ -49,36 +49,38 @@ constexpr u16 TPID_8021AD = 0x88A8;
 constexpr u32 TYPE_OFFSET = 12;
 constexpr u32 TAG_BYTES = 4;
 
-inline bool is_tpid(u16 type)
+[[nodiscard]] inline bool is_tpid(u16 type)
 {
     return type == TPID_8021Q || type == TPID_9100 || type == TPID_8021AD;
 }
 
 /* A frame that can be read at any offset. */
 struct frame {
-    const u8* bytes;
-    u32 length;
+    std::span<const u8> bytes;
 
-    static frame of(const sk_buff* skb)
+    [[nodiscard]] static frame of(const sk_buff* skb)
     {
-        frame f = {};
-        f.bytes = skb_frame(skb, &f.length);
-        return f;
+        u32 length = 0;
+        const u8* first = skb_frame(skb, &length);
+        return {{first, length}};
     }
 
-    static frame from_mac_header(const sk_buff* skb)
+    [[nodiscard]] static frame from_mac_header(const sk_buff* skb)
     {
-        frame f = {};
-        f.bytes = skb_mac_frame(skb, &f.length);
-        return f;
+        u32 length = 0;
+        const u8* first = skb_mac_frame(skb, &length);
+        return {{first, length}};
     }
 
-    bool holds(u32 offset, u32 count) const { return count <= length && offset <= length - count; }
+    [[nodiscard]] bool holds(size_t offset, size_t count) const
+    {
+        return count <= bytes.size() && offset <= bytes.size() - count;
+    }
 
-    u8 at(u32 offset) const { return offset < length ? bytes[offset] : u8{0}; }
+    [[nodiscard]] u8 at(u32 offset) const { return offset < bytes.size() ? bytes[offset] : u8{0}; }
 
     /* Two bytes in network order. */
-    u16 be16(u32 offset) const
+    [[nodiscard]] u16 be16(u32 offset) const
     {
         if (holds(offset, sizeof(u16))) [[likely]]
             return static_cast<u16>(bytes[offset] << 8 | bytes[offset + 1]);
@@ -86,12 +88,21 @@ struct frame {
     }
 
     /* Two bytes in the order in which the CPU loads them. */
-    u16 host16(u32 offset) const { return static_cast<u16>(at(offset) | at(offset + 1) << 8); }
+    [[nodiscard]] u16 host16(u32 offset) const
+    {
+        return static_cast<u16>(at(offset) | at(offset + 1) << 8);
+    }
+
+    /* A word as it lies in a frame that is known to hold it. */
+    template <typename Word> [[nodiscard]] Word word_at(u32 offset) const
+    {
+        return load_unaligned<Word>(&bytes[offset]);
+    }
 
     template <size_t count> void copy(u8 (&to)[count], u32 offset) const
     {
         if (holds(offset, count)) [[likely]] {
-            copy_bytes(to, bytes + offset, count);
+            copy_bytes(to, &bytes[offset], count);
             return;
         }
         for (u32 i = 0; i < count; ++i)

@@ -2,6 +2,7 @@
 #include "outcome.h"
 
 #include "../base/log.h"
+#include "../base/optional.h"
 #include "../hash/outcome_table.h"
 #include "flow.h"
 #include "header.h"
@@ -24,30 +25,28 @@ bool is_silent(const sk_buff* skb)
     return gpon::debug_level() == 0 && !(gpon::flag_word_of(skb) & GPON_FLOW_TRACE_MARK);
 }
 
-// The packed rule key of a frame. False for a frame whose rule key has more than two tags or reads
+// The packed rule key of a frame. None for a frame whose rule key has more than two tags or reads
 // beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
-[[gnu::always_inline]] inline bool make_key(const sk_buff* skb, u16 fwd_flag,
-                                            gpon::outcome_key* key)
+[[gnu::always_inline]] inline gpon::optional<gpon::outcome_key> make_key(const sk_buff* skb,
+                                                                         u16 fwd_flag)
 {
     constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
                   LAST_TYPE = INNER + gpon::TAG_BYTES;
     const gpon::frame f = gpon::frame::of(skb);
-    if (f.length < LAST_TYPE + sizeof(u16))
-        return false;
+    if (f.bytes.size() < LAST_TYPE + sizeof(u16))
+        return {};
     u32 outer = 0;
     u32 inner = 0;
     if (gpon::is_tpid(f.be16(OUTER))) {
-        outer = gpon::load_unaligned<u32>(f.bytes + OUTER);
+        outer = f.word_at<u32>(OUTER);
         if (gpon::is_tpid(f.be16(INNER))) {
             if (gpon::is_tpid(f.be16(LAST_TYPE)))
-                return false;
-            inner = gpon::load_unaligned<u32>(f.bytes + INNER);
+                return {};
+            inner = f.word_at<u32>(INNER);
         }
     }
-    *key = {{gpon::load_unaligned<u64>(f.bytes),
-             gpon::load_unaligned<u32>(f.bytes + sizeof(u64)) | u64{outer} << 32,
-             inner | u64{fwd_flag} << 32}};
-    return true;
+    return gpon::outcome_key{{f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
+                              inner | u64{fwd_flag} << 32}};
 }
 
 // True if each replay has the same result. Upstream towards the ANI every step must have succeeded:
@@ -66,6 +65,14 @@ bool is_repeatable(u16 fwd_flag, bool every_step_made)
     }
 }
 
+// What is left to do for a frame whose outcome is known.
+[[nodiscard]] i32 apply_outcome(sk_buff* skb, u16 fwd_flag, u16 gemport_id)
+{
+    if (fwd_flag != UP_ANI)
+        return 0;
+    return gpon::choose_queue(skb, gemport_id, packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
+}
+
 } // namespace
 
 i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
@@ -76,14 +83,11 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
         return -1;
     }
     const u64 generation = gpon::current_generation();
-    gpon::outcome_key key;
-    u16 gemport_id = 0;
-    if (!is_silent(skb) || !outcomes_are_used() || !make_key(skb, fwd_flag, &key) ||
-        !gpon::find_outcome(key, generation, &gemport_id))
-        return gpon::classify(skb, fwd_flag, generation);
-    if (fwd_flag != UP_ANI)
-        return 0;
-    return gpon::choose_queue(skb, gemport_id, packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
+    if (is_silent(skb) && outcomes_are_used())
+        if (const gpon::optional<gpon::outcome_key> key = make_key(skb, fwd_flag))
+            if (u16 gemport_id = 0; gpon::find_outcome(*key, generation, &gemport_id))
+                return apply_outcome(skb, fwd_flag, gemport_id);
+    return gpon::classify(skb, fwd_flag, generation);
 }
 
 void gpon::remember_replay(const sk_buff* skb, u16 fwd_flag, u64 generation, bool every_step_made,
@@ -92,8 +96,8 @@ void gpon::remember_replay(const sk_buff* skb, u16 fwd_flag, u64 generation, boo
     // If this packet has read a part of a change, no later one on this CPU reads the old
     // generation.
     order_loads();
-    outcome_key key;
-    if (outcomes_are_used() && is_repeatable(fwd_flag, every_step_made) &&
-        make_key(skb, fwd_flag, &key))
-        remember_outcome(key, generation, gemport_id);
+    if (!outcomes_are_used() || !is_repeatable(fwd_flag, every_step_made))
+        return;
+    if (const optional<outcome_key> key = make_key(skb, fwd_flag))
+        remember_outcome(*key, generation, gemport_id);
 }

@@ -12,6 +12,13 @@ namespace {
 struct rule_key {
     u8 bytes[GPON_RULE_KEY_BUFFER] = {};
     u16 length = 0;
+
+    [[nodiscard]] static rule_key of(const gpon_pkt_info* info, u16 fwd_flag)
+    {
+        rule_key key;
+        gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+        return key;
+    }
 };
 
 // Appends fields of a key, without gaps.
@@ -19,22 +26,22 @@ class key_writer {
 public:
     explicit key_writer(u8* key) : at_(key) {}
 
-    void put(const void* bytes, size_t count)
+    void put(std::span<const u8> bytes)
     {
-        gpon::copy_bytes(at_, bytes, count);
-        at_ += count;
+        gpon::copy_bytes(at_, bytes.data(), bytes.size());
+        at_ += bytes.size();
     }
 
-    void put(u16 value) { put(&value, sizeof(value)); }
+    void put(u16 value) { put(gpon::bytes_of(value)); }
 
 private:
     u8* at_;
 };
 
-enum class replay { goes_on, ended, failed };
+enum class replay { next_step, ended, failed };
 
-replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
-                   packet_log log)
+[[nodiscard]] replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
+                                 packet_log log)
 {
     if (step->classId == 0) {
         log.warning("[%s][%d] find the end classId, break.\n");
@@ -50,7 +57,7 @@ replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* re
         log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
         return replay::failed;
     }
-    return replay::goes_on;
+    return replay::next_step;
 }
 
 } // namespace
@@ -59,8 +66,8 @@ void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u1
 {
     log_trace("[%s][%d]: Enter\n");
     key_writer writer(key);
-    writer.put(info->dst_mac, sizeof(info->dst_mac));
-    writer.put(info->src_mac, sizeof(info->src_mac));
+    writer.put(info->dst_mac);
+    writer.put(info->src_mac);
     writer.put(info->port_id);
     writer.put(fwd_flag);
     *key_len = GPON_RULE_KEY_HEAD;
@@ -75,8 +82,7 @@ i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_
                        u64 walked_in)
 {
     log_trace("[%s][%d]: Enter\n");
-    rule_key key;
-    gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+    const rule_key key = rule_key::of(info, fwd_flag);
     gpon_hash_add_node_safe(key.bytes, key.length, trace, walked_in);
     return 0;
 }
@@ -99,8 +105,7 @@ i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_r
 i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace)
 {
     log_trace("[%s][%d]: Enter\n");
-    rule_key key;
-    gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+    const rule_key key = rule_key::of(info, fwd_flag);
     return gpon_hash_get_rule_safe(key.bytes, key.length, trace);
 }
 
@@ -156,7 +161,7 @@ bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_res
         fwd_info->classId = learnt.classId;
         fwd_info->instId = learnt.instId;
         const replay step = replay_step(skb, fwd_info, result, log);
-        if (step != replay::goes_on)
+        if (step != replay::next_step)
             return step == replay::ended;
     }
     return true;

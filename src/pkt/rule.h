@@ -42,13 +42,13 @@ i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_r
 namespace gpon {
 
 /* gpon_rule_lookup_trace and gpon_rule_generate_trace for a caller that has the frame's summary. */
-i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
-i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
-               u64 walked_in);
+[[nodiscard]] i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
+[[nodiscard]] i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
+                             u64 walked_in);
 
 /* Writes the GEM port id into the packet and has the platform choose the queue. Returns 0, or -1 if
  * the platform finds none. */
-i32 choose_queue(sk_buff* skb, u16 gemport_id, packet_log log);
+[[nodiscard]] i32 choose_queue(sk_buff* skb, u16 gemport_id, packet_log log);
 
 } // namespace gpon
 
