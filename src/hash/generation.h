@@ -48,18 +48,18 @@ constexpr u64 FIRST_GENERATION = 2;
 /* Written under gpon_hash_lock. */
 extern u64 generation_word;
 
-inline u64 current_generation()
+[[nodiscard]] inline u64 current_generation()
 {
     return load_acquire(generation_word);
 }
 
-constexpr bool is_at_rest(u64 generation)
+[[nodiscard]] constexpr bool is_at_rest(u64 generation)
 {
     return generation % 2 == 0;
 }
 
 /* True if the generation is the current one and the store is at rest. */
-inline bool still_holds(u64 generation) GPON_REQUIRES(gpon_hash_lock)
+[[nodiscard]] inline bool still_holds(u64 generation) GPON_REQUIRES(gpon_hash_lock)
 {
     return is_at_rest(generation) && generation == current_generation();
 }
@@ -72,7 +72,7 @@ void begin_generation() GPON_REQUIRES(gpon_hash_lock);
  * counts. Control path, one caller at a time (gpon_flow_control_mutex). */
 class store_change {
 public:
-    store_change() GPON_EXCLUDES(gpon_hash_lock);
+    [[nodiscard]] store_change() GPON_EXCLUDES(gpon_hash_lock);
     ~store_change() GPON_EXCLUDES(gpon_hash_lock);
     store_change(const store_change&) = delete;
     store_change& operator=(const store_change&) = delete;

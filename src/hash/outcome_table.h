@@ -82,7 +82,7 @@ extern outcome_set outcome_sets[1u << OUTCOME_SET_BITS];
 
 constexpr u32 GEM_PORT_SHIFT = 48;
 
-inline outcome_set& outcome_set_of(const outcome_key& key)
+[[nodiscard]] inline outcome_set& outcome_set_of(const outcome_key& key)
 {
     constexpr u64 ODD = 0x9E3779B97F4A7C15u; // 2^64 by the golden ratio
     const u64 mixed = (key.word[0] ^ key.word[2] << 15) * ODD;
@@ -91,7 +91,7 @@ inline outcome_set& outcome_set_of(const outcome_key& key)
 
 /* Returns true and the GEM port id (0 if the direction has none) if the outcome of a frame with
  * this key is known in this generation. Any context. */
-inline bool find_outcome(const outcome_key& key, u64 generation, u16* gemport_id)
+[[nodiscard]] inline bool find_outcome(const outcome_key& key, u64 generation, u16* gemport_id)
 {
     for (const outcome& place : outcome_set_of(key).place) {
         if (load_acquire(place.generation) != generation ||

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "rule_table.h"
 
+#include <span>
+
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "aging.h"
@@ -18,26 +20,29 @@ namespace {
 hlist_node* const POISON_NEXT = reinterpret_cast<hlist_node*>(0x100);
 hlist_node** const POISON_PPREV = reinterpret_cast<hlist_node**>(0x122);
 
+using key_bytes = std::span<const u8>;
+
 // Keys are a whole number of 32-bit words, except those of tests; a library call would cost more
 // than the comparison.
-bool same_key(const u8* a, const u8* b, u32 bytes)
+bool same_key(const u8* stored, key_bytes key)
 {
-    u32 at = 0;
+    const size_t bytes = key.size();
+    size_t at = 0;
     for (; bytes - at >= sizeof(u64); at += sizeof(u64))
-        if (gpon::load_unaligned<u64>(a + at) != gpon::load_unaligned<u64>(b + at))
+        if (gpon::load_unaligned<u64>(stored + at) != gpon::load_unaligned<u64>(&key[at]))
             return false;
     for (; bytes - at >= sizeof(u32); at += sizeof(u32))
-        if (gpon::load_unaligned<u32>(a + at) != gpon::load_unaligned<u32>(b + at))
+        if (gpon::load_unaligned<u32>(stored + at) != gpon::load_unaligned<u32>(&key[at]))
             return false;
     for (; at < bytes; ++at)
-        if (a[at] != b[at])
+        if (stored[at] != key[at])
             return false;
     return true;
 }
 
-bool has_key(const gpon_flow_rule& rule, const u8* key, u16 key_len)
+bool has_key(const gpon_flow_rule& rule, key_bytes key)
 {
-    return rule.key_len == key_len && same_key(rule.key, key, key_len);
+    return rule.key_len == key.size() && same_key(rule.key, key);
 }
 
 void free_rule(gpon_flow_rule* rule)
@@ -68,33 +73,33 @@ void unlink(gpon_flow_rule* rule)
     link.pprev = POISON_PPREV;
 }
 
-gpon_flow_rule* find_rule(const u8* key, u16 key_len, u32 hash) GPON_REQUIRES(gpon_hash_lock)
+[[nodiscard]] gpon_flow_rule* find_rule(key_bytes key, u32 hash) GPON_REQUIRES(gpon_hash_lock)
 {
     const gpon_hash_table& table = gpon_hash_table_record;
     if (!table.buckets)
         return nullptr;
     for (hlist_node* node = table.buckets[hash & (table.table_size - 1)].first; node;
          node = node->next)
-        if (has_key(*gpon::rule_of(node), key, key_len))
+        if (has_key(*gpon::rule_of(node), key))
             return gpon::rule_of(node);
     return nullptr;
 }
 
-gpon_flow_rule* make_rule(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+[[nodiscard]] gpon_flow_rule* make_rule(key_bytes key, const gpon_rule_trace& trace)
 {
     gpon::owned<gpon_flow_rule> rule = gpon::zalloc<gpon_flow_rule>();
     if (!rule)
         return nullptr;
-    gpon::owned<u8> key_copy = gpon::zalloc<u8>(key_len);
+    gpon::owned<u8> key_copy = gpon::zalloc<u8>(key.size());
     if (!key_copy)
         return nullptr;
     gpon::owned<gpon_rule_trace> trace_copy = gpon::zalloc<gpon_rule_trace>();
     if (!trace_copy)
         return nullptr;
-    gpon::copy_bytes(key_copy.get(), key, key_len);
-    *trace_copy = *trace;
+    gpon::copy_bytes(key_copy.get(), key.data(), key.size());
+    *trace_copy = trace;
     rule->key = key_copy.release();
-    rule->key_len = key_len;
+    rule->key_len = static_cast<u16>(key.size());
     rule->trace = trace_copy.release();
     rule->hit = 1;
     return rule.release();
@@ -188,7 +193,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
               at, hash, bucket.hash_val);
     if (bucket.first) {
         gpon_flow_rule* head = gpon::rule_of(bucket.first);
-        if (has_key(*head, key, key_len)) {
+        if (has_key(*head, {key, key_len})) {
             gpon::begin_generation();
             *head->trace = *trace;
             head->hit = 1;
@@ -197,7 +202,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
         return 0;
     }
     bucket.hash_val = hash;
-    gpon_flow_rule* rule = make_rule(key, key_len, trace);
+    gpon_flow_rule* rule = make_rule({key, key_len}, *trace);
     if (!rule) {
         log_error("[%s][%d] end, kzalloc fail\n");
         return -1;
@@ -225,7 +230,7 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
     const u32 hash = gpon_hash_calc_key(key, key_len);
     {
         const bh_lock lock(gpon_hash_lock);
-        gpon_flow_rule* rule = find_rule(key, key_len, hash);
+        gpon_flow_rule* rule = find_rule({key, key_len}, hash);
         if (!rule)
             return -1;
         *out = *rule->trace;

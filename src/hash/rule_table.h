@@ -120,7 +120,7 @@ void gpon_hash_rehash_new_table(void) GPON_REQUIRES(gpon_hash_lock);
 
 namespace gpon {
 
-inline gpon_flow_rule* rule_of(hlist_node* node)
+[[nodiscard]] inline gpon_flow_rule* rule_of(hlist_node* node)
 {
     return reinterpret_cast<gpon_flow_rule*>(reinterpret_cast<u8*>(node) -
                                              offsetof(gpon_flow_rule, link));
