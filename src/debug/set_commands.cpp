@@ -18,8 +18,7 @@ void use_field(trace_mask field)
 
 u32 set_mac(const char* which, const char* word, u8 (&mac)[6], trace_mask field)
 {
-    u32 value[6] = {};
-    gpon::scan_mac(word, value);
+    const std::array<u32, 6> value = gpon::scan_mac(word);
     printk("set trace %s mac %02x:%02x:%02x:%02x:%02x:%02x\n", which, value[0], value[1], value[2],
            value[3], value[4], value[5]);
     u8 bytes[6];
@@ -32,8 +31,7 @@ u32 set_mac(const char* which, const char* word, u8 (&mac)[6], trace_mask field)
 
 u32 set_vlan(const char* which, const char* word, u16& tci, trace_mask field)
 {
-    i32 value = 0;
-    gpon::scan_decimal(word, &value);
+    const i32 value = gpon::scan_decimal(word).value_or(0);
     printk("set trace %s vlan %d\n", which, value);
     gpon::store_relaxed(tci, static_cast<u16>(value));
     use_field(field);
@@ -44,8 +42,7 @@ u32 set_vlan(const char* which, const char* word, u16& tci, trace_mask field)
 
 u32 gpon_dbg_set_enable(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    u32 value = 0;
-    gpon::scan_hex(argv[0], &value);
+    const u32 value = gpon::scan_hex(argv[0]).value_or(0);
     printk("change gpon flow switch from [%s] to [%s]\n", switch_name(gponFlowEnableFlag),
            switch_name(value));
     gpon::store_relaxed(gponFlowEnableFlag, value);
@@ -54,8 +51,7 @@ u32 gpon_dbg_set_enable(u32, const char* const* argv, const gpon_dbg_cmd*)
 
 u32 gpon_dbg_set_debug_level(u32, const char* const* argv, const gpon_dbg_cmd*)
 {
-    u32 mask = 0;
-    gpon::scan_hex(argv[0], &mask);
+    const u32 mask = gpon::scan_hex(argv[0]).value_or(0);
     printk("set gpon flow debug level 0x%x\n", mask);
     gpon::store_relaxed(gponDebugLevel, mask);
     return 0;

@@ -23,9 +23,9 @@ struct me_words {
     me_words(u32 argc, const char* const* argv)
     {
         if (argc == 1 || argc == 2)
-            gpon::scan_decimal(argv[0], &class_id);
+            class_id = gpon::scan_decimal(argv[0]).value_or(0);
         if (argc == 2)
-            gpon::scan_hex(argv[1], &inst_id);
+            inst_id = gpon::scan_hex(argv[1]).value_or(NO_INSTANCE);
     }
 
     const gpon_me_entry* find_class() const
@@ -101,10 +101,8 @@ u32 gpon_dbg_clean_flow_rule(u32 argc, const char* const* argv, const gpon_dbg_c
         printk("please input: del hashVal = %d traceIndex = %d\n", 0, 0);
         return 0;
     }
-    i32 hash_val = 0;
-    i32 index = 0;
-    gpon::scan_decimal(argv[0], &hash_val);
-    gpon::scan_decimal(argv[1], &index);
+    const i32 hash_val = gpon::scan_decimal(argv[0]).value_or(0);
+    const i32 index = gpon::scan_decimal(argv[1]).value_or(0);
     printk("del hashVal = %d traceIndex = %d\n", hash_val, index);
     if (hash_val == 0) {
         printk("del All Flow Rule Data:\n");

@@ -41,17 +41,16 @@ u32 digits(const char*& text, u32 base, i32 limit)
 }
 
 // One hexadecimal conversion of at most limit characters, including the prefix.
-bool hex(const char*& text, i32 limit, u32* value)
+gpon::optional<u32> hex(const char*& text, i32 limit)
 {
     text = skip_blanks(text);
     if (digit_of(*text) >= 16)
-        return false;
+        return {};
     if (has_prefix(text) && limit >= 2) {
         text += 2;
         limit -= 2;
     }
-    *value = digits(text, 16, limit);
-    return true;
+    return digits(text, 16, limit);
 }
 
 } // namespace
@@ -72,31 +71,36 @@ i32 gpon::split_words(const char* text, gpon_dbg_words& words)
     return count == 0 ? -1 : static_cast<i32>(count);
 }
 
-void gpon::scan_hex(const char* word, u32* value)
-{
-    if (word)
-        hex(word, NO_LIMIT, value);
-}
-
-void gpon::scan_decimal(const char* word, i32* value)
+gpon::optional<u32> gpon::scan_hex(const char* word)
 {
     if (!word)
-        return;
+        return {};
+    return hex(word, NO_LIMIT);
+}
+
+gpon::optional<i32> gpon::scan_decimal(const char* word)
+{
+    if (!word)
+        return {};
     word = skip_blanks(word);
     const bool negative = *word == '-';
     word += negative;
     if (digit_of(*word) >= 10)
-        return;
+        return {};
     const u32 magnitude = digits(word, 10, NO_LIMIT);
-    *value = static_cast<i32>(negative ? 0u - magnitude : magnitude);
+    return static_cast<i32>(negative ? 0u - magnitude : magnitude);
 }
 
-void gpon::scan_mac(const char* word, u32 (&value)[6])
+std::array<u32, 6> gpon::scan_mac(const char* word)
 {
-    for (u32 i = 0; word && i < 6; ++i) {
+    std::array<u32, 6> parts = {};
+    for (u32 i = 0; word && i < parts.size(); ++i) {
         if (i != 0 && *word++ != ':')
-            return;
-        if (!hex(word, 2, &value[i]))
-            return;
+            break;
+        const optional<u32> part = hex(word, 2);
+        if (!part)
+            break;
+        parts[i] = *part;
     }
+    return parts;
 }

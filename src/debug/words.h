@@ -3,6 +3,9 @@
 #ifndef GPON_DEBUG_WORDS_H
 #define GPON_DEBUG_WORDS_H
 
+#include <array>
+
+#include "../base/optional.h"
 #include "../base/types.h"
 
 /* Words of one command: at most four, each with at most 31 characters; absent ones are null. One
@@ -19,16 +22,17 @@ namespace gpon {
 
 /* Splits a terminated line at blanks into at most four words, each cut to 31 characters. Returns
  * their number, or -1 for a line without words, like the kernel's scan. */
-i32 split_words(const char* text, gpon_dbg_words& words);
+[[nodiscard]] i32 split_words(const char* text, gpon_dbg_words& words);
 
 /* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
- * stops at the first character that does not fit, values are modulo 2^32. A null word, or one
- * without a digit, does not change the value. */
-void scan_hex(const char* word, u32* value);
-void scan_decimal(const char* word, i32* value);
+ * stops at the first character that does not fit, values are modulo 2^32. None for a null word and
+ * for one without a digit. */
+optional<u32> scan_hex(const char* word);
+optional<i32> scan_decimal(const char* word);
 
-/* "%02x:%02x:%02x:%02x:%02x:%02x": reads as many of the six values as the word contains. */
-void scan_mac(const char* word, u32 (&value)[6]);
+/* "%02x:%02x:%02x:%02x:%02x:%02x": reads as many of the six values as the word contains, the
+ * others are 0. */
+[[nodiscard]] std::array<u32, 6> scan_mac(const char* word);
 
 } // namespace gpon
 
