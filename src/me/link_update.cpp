@@ -11,7 +11,8 @@
 namespace {
 
 // Changes the links of an existing instance. The new node shares the changed table.
-i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update) GPON_CHANGES_LISTS
+[[nodiscard]] i32 update_links(gpon_me_inst* inst,
+                               const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> copy = gpon::zalloc<gpon_me_inst>();
     if (!copy)
@@ -23,8 +24,8 @@ i32 update_links(gpon_me_inst* inst, const gpon_me_related_update* update) GPON_
 }
 
 // Creates the target instance with default attributes and this link.
-i32 auto_create(const gpon_me_list_info& info,
-                const gpon_me_related_update* update) GPON_CHANGES_LISTS
+[[nodiscard]] i32 auto_create(const gpon_me_list_info& info,
+                              const gpon_me_related_update* update) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> inst = gpon::zalloc<gpon_me_inst>();
     if (!inst)

@@ -27,7 +27,8 @@ void gpon_flow_list_update_related_id(gpon_me_related_info* related,
 namespace gpon {
 
 /* An entry is one word, read and written in one access. */
-inline gpon_me_related_id load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
+[[nodiscard]] inline gpon_me_related_id
+load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
 {
     const u32 word = load_relaxed(*reinterpret_cast<const u32*>(&entry));
     // Field by field: a copy of the whole record also copies the padding.
@@ -42,7 +43,7 @@ inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value
 }
 
 /* The first row of a table that records ids of a class, or the last (empty) row. */
-template <typename Row> inline Row* find_row(Row* row, u16 related_class_id)
+template <typename Row> [[nodiscard]] inline Row* find_row(Row* row, u16 related_class_id)
 {
     while (row->related_class_id != 0 && row->related_class_id != related_class_id)
         ++row;

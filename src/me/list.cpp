@@ -26,6 +26,11 @@ gpon_me_inst* inst_of_rcu(rcu_head* head)
                                            offsetof(gpon_me_inst, rcu));
 }
 
+std::span<u8> bytes_at(void* out, i32 length)
+{
+    return {static_cast<u8*>(out), static_cast<size_t>(length)};
+}
+
 void free_node(rcu_head* head)
 {
     kfree(inst_of_rcu(head));
@@ -40,41 +45,41 @@ void free_inst(rcu_head* head)
     kfree(inst);
 }
 
-i32 replace_raw(gpon_me_inst* old, const void* raw, i32 raw_size) GPON_CHANGES_LISTS
+[[nodiscard]] i32 replace_raw(gpon_me_inst* old, std::span<const u8> raw) GPON_CHANGES_LISTS
 {
     gpon::owned<gpon_me_inst> copy = gpon::zalloc<gpon_me_inst>();
     if (!copy)
         return -1;
     *copy = *old;
-    gpon::copy_to_shared(copy->raw, raw, static_cast<size_t>(raw_size));
+    gpon::copy_to_shared(copy->raw, raw.data(), raw.size());
     gpon::replace(old, copy.release());
     return 0;
 }
 
-void raw_to(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS
+void raw_to(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS
 {
     if (inst)
-        gpon::copy_from_shared(out, inst->raw, length);
+        gpon::copy_from_shared(out.data(), inst->raw, out.size());
 }
 
-void related_data_to(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS
+void related_data_to(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS
 {
     if (inst)
-        gpon::copy_bytes(out, inst->related, length);
+        gpon::copy_bytes(out.data(), inst->related, out.size());
 }
 
 } // namespace
 
-void gpon::copy_raw(const gpon_me_inst* inst, void* out, size_t length)
+void gpon::copy_raw(const gpon_me_inst* inst, std::span<u8> out)
 {
     log_context::of<gpon_flow_list_get_raw>().trace("[%s][%d]: Enter\n");
-    raw_to(inst, out, length);
+    raw_to(inst, out);
 }
 
-void gpon::copy_related_data(const gpon_me_inst* inst, void* out, size_t length)
+void gpon::copy_related_data(const gpon_me_inst* inst, std::span<u8> out)
 {
     log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
-    related_data_to(inst, out, length);
+    related_data_to(inst, out);
 }
 
 void gpon::append(list_head* head, gpon_me_inst* inst)
@@ -105,10 +110,11 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
         return -1;
     }
     const gpon::store_change change;
-    const void* raw = gpon::attr_data(cmd);
+    const std::span raw(static_cast<const u8*>(gpon::attr_data(cmd)),
+                        static_cast<size_t>(info->raw_size));
     if (gpon_me_inst* old = gpon::find_inst(info->head, cmd->inst_id)) {
         log_warning("[%s][%d]: Already exist entity id %04x\r\n", cmd->inst_id);
-        if (replace_raw(old, raw, info->raw_size) != 0) {
+        if (replace_raw(old, raw) != 0) {
             log_error("[%s][%d] kzalloc fail\r\n");
             return -1;
         }
@@ -127,7 +133,7 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
         log_error("[%s][%d] Add list fail\r\n");
         return -1;
     }
-    gpon::copy_bytes(parts.raw.get(), raw, static_cast<size_t>(info->raw_size));
+    gpon::copy_bytes(parts.raw.get(), raw.data(), raw.size());
     if (gpon_flow_list_alloc_related_data(parts.related.get(), info->related_info,
                                           info->related_info_size) != 0)
         return -1;
@@ -166,7 +172,7 @@ i32 gpon_flow_list_get_raw(const list_head* head, u16 inst_id, void* out, i32 le
         log_warning("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
-    raw_to(gpon::find_inst(head, inst_id), out, static_cast<size_t>(length));
+    raw_to(gpon::find_inst(head, inst_id), bytes_at(out, length));
     return 0;
 }
 
@@ -177,7 +183,7 @@ i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* ou
         log_warning("[%s][%d] input parament is NULL\r\n");
         return -1;
     }
-    related_data_to(gpon::find_inst(head, inst_id), out, static_cast<size_t>(length));
+    related_data_to(gpon::find_inst(head, inst_id), bytes_at(out, length));
     return 0;
 }
 

@@ -77,7 +77,7 @@ i32 gpon_flow_clean_all_me_inst(void) GPON_CHANGES_LISTS;
 
 namespace gpon {
 
-inline gpon_me_inst* inst_of(const list_head* link)
+[[nodiscard]] inline gpon_me_inst* inst_of(const list_head* link)
 {
     return reinterpret_cast<gpon_me_inst*>(reinterpret_cast<u8*>(const_cast<list_head*>(link)) -
                                            offsetof(gpon_me_inst, link));
@@ -95,7 +95,7 @@ inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LIST
     return nullptr;
 }
 
-inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LISTS
+[[nodiscard]] inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LISTS
 {
     return find_if(head, [=](const gpon_me_inst* inst) { return inst->inst_id == inst_id; });
 }
@@ -103,8 +103,8 @@ inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LI
 /* find_inst for callers that follow the list order: tries the instance after the previous one
  * first, then the list from its start. Ids are unique, so both find the same instance. last is null
  * or an instance found in the same RCU read section; it is set to the found instance. */
-inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
-                                     const gpon_me_inst*& last) GPON_READS_LISTS
+[[nodiscard]] inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
+                                                   const gpon_me_inst*& last) GPON_READS_LISTS
 {
     assert_reads_lists();
     if (last) {
@@ -122,8 +122,8 @@ inline gpon_me_inst* find_inst_after(const list_head* head, u16 inst_id,
 
 /* gpon_flow_list_get_raw and gpon_flow_list_get_related_data, including their messages, for an
  * instance that the caller has already found; null copies nothing. Packet path under RCU. */
-void copy_raw(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
-void copy_related_data(const gpon_me_inst* inst, void* out, size_t length) GPON_READS_LISTS;
+void copy_raw(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS;
+void copy_related_data(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS;
 
 /* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of
  * it, which shares everything the node owns, and frees the node after its readers. */

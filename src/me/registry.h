@@ -20,10 +20,10 @@ const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
 namespace gpon {
 
 /* The class's row; null for a class that is not mirrored. Prints nothing. */
-const gpon_me_entry* mirrored_class(u16 class_id);
+[[nodiscard]] const gpon_me_entry* mirrored_class(u16 class_id);
 
 /* True if the class has an instance list. */
-inline bool has_list(const gpon_me_entry* entry)
+[[nodiscard]] inline bool has_list(const gpon_me_entry* entry)
 {
     return entry && entry->list_info && entry->list_info->head;
 }

@@ -40,17 +40,20 @@ public:
     explicit operator bool() const { return static_cast<bool>(table_); }
 
     /* Returns false if there is no such instance. */
-    bool read(u16 inst_id) GPON_READS_LISTS { return read(find_inst(info_->head, inst_id)); }
+    [[nodiscard]] bool read(u16 inst_id) GPON_READS_LISTS
+    {
+        return read(find_inst(info_->head, inst_id));
+    }
 
     /* The same for an instance that was already found; null if it was not. */
     bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
-        copy_related_data(inst, table_.get(), static_cast<size_t>(info_->related_info_size));
+        copy_related_data(inst, {table_.get(), static_cast<size_t>(info_->related_info_size)});
         return inst != nullptr;
     }
 
     /* The first recorded instance of a class; instExist is 0 if there is none. */
-    gpon_me_related_id first(const sk_buff* skb, u16 class_id) const GPON_READS_LISTS
+    [[nodiscard]] gpon_me_related_id first(const sk_buff* skb, u16 class_id) const GPON_READS_LISTS
     {
         return first_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table_.get()),
                                 class_id);
@@ -75,7 +78,7 @@ public:
     explicit operator bool() const { return static_cast<bool>(raw_); }
 
     /* Returns false if there is no such instance. */
-    bool read(const list_head& list, u16 inst_id) GPON_READS_LISTS
+    [[nodiscard]] bool read(const list_head& list, u16 inst_id) GPON_READS_LISTS
     {
         return read(find_inst(&list, inst_id));
     }
@@ -83,7 +86,7 @@ public:
     /* The same for an instance that was already found; null if it was not. */
     bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
-        copy_raw(inst, raw_.get(), sizeof(Raw));
+        copy_raw(inst, bytes_of(*raw_));
         return inst != nullptr;
     }
 
@@ -99,7 +102,8 @@ struct vlan_operations {
     gpon_me_related_id vtocd;
     gpon_me_related_id evtocd;
 
-    static vlan_operations of(const sk_buff* skb, const related_table& table) GPON_READS_LISTS
+    [[nodiscard]] static vlan_operations of(const sk_buff* skb,
+                                            const related_table& table) GPON_READS_LISTS
     {
         const gpon_me_related_id vtocd = table.first(skb, me_class::vtocd);
         return {vtocd, table.first(skb, me_class::evtocd)};

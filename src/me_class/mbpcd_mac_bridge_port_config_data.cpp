@@ -87,7 +87,7 @@ tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst) GPON_READS_LISTS
 {
     log_trace("[%s][%d]: Enter\n");
     gpon_raw_mbpcd me = {};
-    gpon::copy_raw(inst, &me, sizeof(me));
+    gpon::copy_raw(inst, gpon::bytes_of(me));
     return gpon::bridge_port_tp(me.tpType).side;
 }
 
