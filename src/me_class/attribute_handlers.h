@@ -16,7 +16,8 @@ struct me_ref {
 };
 
 /* Records that an instance points at another one, with the command's message type. */
-inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to) GPON_CHANGES_LISTS
+[[nodiscard]] inline i32 report_link(const gpon_me_cmd* cmd, me_ref from,
+                                     me_ref to) GPON_CHANGES_LISTS
 {
     const gpon_me_related_update update = {.class_id = from.class_id,
                                            .entity_id = from.inst_id,
@@ -28,8 +29,9 @@ inline i32 report_link(const gpon_me_cmd* cmd, me_ref from, me_ref to) GPON_CHAN
 
 /* Records the link of one element of a pointer attribute. Returns 0 without a record if the element
  * points nowhere, -1 if the pointer has no class. */
-inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_pointer& pointer,
-                          const void* raw, u32 element = 0) GPON_CHANGES_LISTS
+[[nodiscard]] inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from,
+                                        const gpon_me_pointer& pointer, const void* raw,
+                                        u32 element = 0) GPON_CHANGES_LISTS
 {
     const me_class::id to = target_class(pointer, raw, gpon_flow_cfg_data);
     if (to == me_class::none)
@@ -42,7 +44,8 @@ inline i32 report_pointer(const gpon_me_cmd* cmd, me_ref from, const gpon_me_poi
 /* Traces the handler's entry; returns the raw record of its command, or null with the error
  * message. */
 template <typename Raw>
-inline const Raw* enter_handler(const gpon_me_cmd* cmd, log_context log = log_context::here())
+[[nodiscard]] inline const Raw* enter_handler(const gpon_me_cmd* cmd,
+                                              log_context log = log_context::here())
     GPON_ASSERT(gpon_flow_control_mutex) GPON_ASSERT_SHARED(gpon_rcu_section)
 {
     assert_changes_lists();

@@ -3,12 +3,12 @@
 
 #include "../me/list.h"
 
-bool gpon::find_by_field(const list_head* list, size_t field_offset, u16 value, u16* inst_id)
+gpon::optional<u16> gpon::find_by_field(const list_head* list, size_t field_offset, u16 value)
 {
     const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
         return load_relaxed(*reinterpret_cast<const u16*>(candidate->raw + field_offset)) == value;
     });
-    if (inst)
-        *inst_id = inst->inst_id;
-    return inst != nullptr;
+    if (!inst)
+        return {};
+    return inst->inst_id;
 }

@@ -134,10 +134,9 @@ constinit const gpon_me_fwd_op gemCtpFwdOp = {.next_classes = nullptr, .forward 
 i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)
 {
     log_trace("[%s][%d]: Enter\n");
-    return gpon::find_by_field(&gpon_gemctp_list, offsetof(gpon_raw_gemctp, portID), gemport_id,
-                               inst_id)
-               ? 0
-               : -1;
+    const gpon::optional<u16> found =
+        gpon::find_by_field(&gpon_gemctp_list, offsetof(gpon_raw_gemctp, portID), gemport_id);
+    return found.copy_to(inst_id) ? 0 : -1;
 }
 
 i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)

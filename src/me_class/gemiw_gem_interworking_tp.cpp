@@ -70,10 +70,9 @@ constinit const gpon_me_fwd_op gemIwFwdOp = {.next_classes = NEXT, .forward = ge
 i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 {
     log_trace("[%s][%d]: Enter\n");
-    return gpon::find_by_field(&gpon_gemiw_list, offsetof(gpon_raw_gemiw, gemCTPInstID), gem_ctp_id,
-                               inst_id)
-               ? 0
-               : -1;
+    const gpon::optional<u16> found =
+        gpon::find_by_field(&gpon_gemiw_list, offsetof(gpon_raw_gemiw, gemCTPInstID), gem_ctp_id);
+    return found.copy_to(inst_id) ? 0 : -1;
 }
 
 i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)

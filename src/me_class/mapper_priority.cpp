@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "mapper_priority.h"
 
+#include "../base/optional.h"
 #include "../pkt/header.h"
 #include "classes.h"
 #include "forward_step.h"
@@ -24,25 +25,20 @@ struct dscp_table {
     }
 };
 
-// Priority of the frame; false if the mapper does not map untagged frames.
-bool pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me, u8* priority)
+// Priority of the frame; none if the mapper does not map untagged frames.
+gpon::optional<u8> pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me)
 {
     log_trace("[%s][%d]: Enter\n");
     const i32 pbit = gpon_pkt_get_pbit(skb);
-    if (pbit != -1) {
-        *priority = static_cast<u8>(pbit);
-        return true;
-    }
-    if (me->unmark_frame_opt == FROM_DEFAULT_PBIT) {
-        *priority = me->defaultPbit;
-        return true;
-    }
+    if (pbit != -1)
+        return static_cast<u8>(pbit);
+    if (me->unmark_frame_opt == FROM_DEFAULT_PBIT)
+        return me->defaultPbit;
     if (me->unmark_frame_opt != FROM_DSCP)
-        return false;
+        return {};
     const i32 dscp = gpon_pkt_get_dscp(skb);
     // The DSCP of IPv6 is negative here; its low six bits are correct.
-    *priority = dscp == -1 ? u8{0} : dscp_table(me->dscp2pbitMap).priority[dscp & 63];
-    return true;
+    return dscp == -1 ? u8{0} : dscp_table(me->dscp2pbitMap).priority[dscp & 63];
 }
 
 // defaultPbit is used as stored: a priority above 7 selects the word at that place of the record,
@@ -72,10 +68,10 @@ i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
         log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
         return -1;
     }
-    u8 priority = 0;
-    if (!pbit_handle(skb, me.get(), &priority))
+    const gpon::optional<u8> priority = pbit_handle(skb, me.get());
+    if (!priority)
         return -1;
-    const u16 gem_iw = selected_gem_iw(me.get(), priority);
+    const u16 gem_iw = selected_gem_iw(me.get(), *priority);
     if (gem_iw == 0 || gem_iw != op->inst_id)
         return -1;
     log.trace("[%s][%d]: end, return 0\n");

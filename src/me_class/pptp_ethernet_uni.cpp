@@ -35,7 +35,7 @@ constinit const gpon_me_fwd_op pptpFwdOp = {.next_classes = NEXT, .forward = ppt
 i32 pptp_get_inst_id_by_port_id(u8 port_id, u16* inst_id)
 {
     log_trace("[%s][%d]: Enter\n");
-    if (gpon::find_uni(&gpon_pptp_uni_list, port_id, inst_id))
+    if (gpon::find_uni(&gpon_pptp_uni_list, port_id).copy_to(inst_id))
         return 0;
     log_error("pptp not found,port_id = %d\n", port_id);
     return -1;

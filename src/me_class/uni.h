@@ -4,24 +4,27 @@
 #ifndef GPON_ME_CLASS_UNI_H
 #define GPON_ME_CLASS_UNI_H
 
+#include "../base/optional.h"
 #include "forward_step.h"
 
 namespace gpon {
 
-inline bool find_uni(const list_head* list, u8 port_id, u16* inst_id) GPON_READS_LISTS
+/* The id of the first UNI with a port number. */
+inline optional<u16> find_uni(const list_head* list, u8 port_id) GPON_READS_LISTS
 {
     const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
         return static_cast<u8>(candidate->inst_id) == port_id;
     });
-    if (inst)
-        *inst_id = inst->inst_id;
-    return inst != nullptr;
+    if (!inst)
+        return {};
+    return inst->inst_id;
 }
 
 /* The step through either class. A failed VLAN operation does not change the status and is no
  * failure. */
-i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
-                gpon_walk_result* result, packet_log log);
+[[nodiscard]] i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb,
+                              const gpon_fwd_info* fwd_info, gpon_walk_result* result,
+                              packet_log log);
 
 } // namespace gpon
 

@@ -35,7 +35,7 @@ constinit const gpon_me_fwd_op veipFwdOp = {.next_classes = NEXT, .forward = vei
 i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id)
 {
     log_trace("[%s][%d]: Enter\n");
-    if (gpon::find_uni(&gpon_veip_list, port_id, inst_id))
+    if (gpon::find_uni(&gpon_veip_list, port_id).copy_to(inst_id))
         return 0;
     log_error("VEIP not found,port_id = %d\n", port_id);
     return -1;
