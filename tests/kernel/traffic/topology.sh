@@ -77,6 +77,18 @@ bridge_up() {
     ip link set br0 up
 }
 
+# A port forwards once the kernel has processed its carrier, up to a second later.
+wait_for_forwarding() {
+    for port in uni1 uni2 ani0; do
+        looks=200
+        until [ "$(cat /sys/class/net/$port/brport/state)" = 3 ]; do
+            looks=$((looks - 1))
+            [ $looks -gt 0 ] || fail "$port does not forward"
+            sleep 0.1
+        done
+    done
+}
+
 # Remains of an earlier test that failed.
 clear_away() {
     ip link del br0 2>/dev/null
@@ -99,6 +111,7 @@ onu_up() {
     place server1 gem4000
     bridge_up
     provision
+    wait_for_forwarding
 }
 
 # Addresses of the plain, untagged network.
