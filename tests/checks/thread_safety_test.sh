@@ -33,7 +33,7 @@ fails "keeping the lock" "still held" analyse 'spin_lock_bh(&gpon_hash_lock);'
 
 reader='const gpon::rcu_reader reader;'
 control='const gpon::control_guard control;'
-read='gpon::find_inst(nullptr, 1);'
+read='static_cast<void>(gpon::find_inst(nullptr, 1));'
 change='gpon_flow_clean_all_me_inst();'
 passes "reading in a read section" analyse "$reader $read"
 passes "reading under the control mutex" analyse "$control $read"
