@@ -6,6 +6,13 @@
 
 apt_dir=$GPON_KERNEL_DIR/apt
 
+# Only one caller at a time downloads: they share apt's lists and replace the same folders. The lock is
+# held until the caller's shell ends.
+lock_downloads() {
+    exec {downloads_lock}>"$GPON_KERNEL_DIR/lock"
+    flock "$downloads_lock"
+}
+
 apt_setup() {
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
     : >"$apt_dir/status"

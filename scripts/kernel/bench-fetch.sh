@@ -20,6 +20,7 @@ packages=(openvswitch-switch libbpf1 libcap-ng0 libelf1 libevent-2.1-7 libexpat1
     libnettle8 libgmp10 libnghttp2-14 libnuma1 libprotobuf-c1 libssl3 libsystemd0 libunbound8
     libxdp1 zlib1g liblz4-1 liblzma5 libzstd1 libgcrypt20 libgpg-error0 libcap2)
 
+lock_downloads
 [ ! -f "$root/bench-is-there" ] || exit 0
 debs=$(mktemp -d)
 trap 'rm -rf "$debs"' EXIT

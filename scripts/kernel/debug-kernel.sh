@@ -74,7 +74,7 @@ request() {
     cat "$source_dir/package" "${fragments[@]}" "$0"
 }
 
-fetch_source
+(lock_downloads && fetch_source)
 if ! request | cmp -s - "$output/request"; then
     configure
     kernel_make -j "$GPON_JOBS" "$(basename "$(debug_image "$arch" "$flavour")")" modules

@@ -94,6 +94,7 @@ is_there() {
         [ "$(cat "$GPON_KERNEL_DIR/$1/request" 2>/dev/null)" = "$(wanted_packages)" ]
 }
 
+lock_downloads
 again=
 wanted=()
 for word in "$@"; do
