@@ -9,7 +9,6 @@ export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS=second_deadlock_stack=1
 
 all_steps=(release asan tsan clang lint fuzz bench kernel bench-kernel)
-failed=()
 
 # ctest_in PRESET [CTEST-ARGUMENT...]: the log contains only failed tests.
 run_ctest() {
@@ -80,20 +79,74 @@ run_bench-kernel() {
     bash scripts/run/bench-kernel.sh arm64 x86_64 --check
 }
 
+# All packages are installed first, because steps that run at the same time cannot both use apt.
+groups_of_step() {
+    case $1 in
+    release) echo build test cross graph browser ;;
+    asan | tsan) echo build test ;;
+    clang | fuzz) echo build test clang ;;
+    lint) echo build test clang format lint kernel ;;
+    bench) echo build test bench ;;
+    kernel) echo build cross kernel ;;
+    bench-kernel) echo build cross kernel guest-bench ;;
+    esac
+}
+
+# run_steps FILE STEP...: writes the names of failed steps to FILE.
+run_steps() {
+    local name
+    for name in "${@:2}"; do
+        "run_$name" || echo "$name" >>"$1"
+    done
+}
+
+# The guests use little more than one processor, so they run beside the other steps, in a process
+# group that is ended with this one. Their output is shown at the end.
+run_side_by_side() {
+    local guests log=$GPON_BUILD_DIR/logs/guests.log
+    echo "meanwhile, with output in $log: ${guest_steps[*]}"
+    set -m
+    run_steps "$failures" "${guest_steps[@]}" >"$log" 2>&1 </dev/null &
+    guests=$!
+    set +m
+    # shellcheck disable=SC2064 # the process group of now
+    trap "kill -- -$guests 2>/dev/null; exit 130" INT TERM
+    run_steps "$failures" "${host_steps[@]}"
+    wait "$guests" || true
+    trap - INT TERM
+    cat "$log"
+}
+
 if [ $# = 0 ]; then
     set -- "${all_steps[@]}"
 fi
-need_for "$@" clang
+host_steps=()
+guest_steps=()
+groups=()
 for name in "$@"; do
     if [[ " ${all_steps[*]} " != *" $name "* ]]; then
         echo "run test: no step '$name'" >&2
         exit 2
     fi
-    "run_$name" || failed+=("$name")
+    case $name in
+    *kernel) guest_steps+=("$name") ;;
+    *) host_steps+=("$name") ;;
+    esac
+    read -r -a groups <<<"${groups[*]} $(groups_of_step "$name")"
 done
+need "${groups[@]}"
 
-if [ "${#failed[@]}" != 0 ]; then
-    echo "FAILED after $SECONDS s: ${failed[*]}"
+mkdir -p "$GPON_BUILD_DIR/logs"
+failures=$GPON_BUILD_DIR/logs/failed-steps
+: >"$failures"
+if [ ${#guest_steps[@]} != 0 ] && [ ${#host_steps[@]} != 0 ]; then
+    run_side_by_side
+else
+    run_steps "$failures" "$@"
+fi
+
+if [ -s "$failures" ]; then
+    echo "FAILED after $SECONDS s: $(paste -sd ' ' "$failures")"
     exit 1
 fi
 echo "all passed in $SECONDS s: $*"
