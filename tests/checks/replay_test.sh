@@ -5,22 +5,22 @@ check=scripts/replay-docs.py
 
 # What the sessions call is a tool of three words.
 fresh_tree
-printf '#!/bin/sh\necho "told $*"\nexit 3\n' | file tool
+printf '#!/bin/sh\necho "called $*"\nexit 3\n' | file tool
 chmod +x "$tree/tool"
 fence='```'
 session() { # NAME: a document with the session of standard input
     { echo "$fence"console; cat; echo "$fence"; } | file "$1"
 }
 
-printf '$ gponflow a b\ntold a b\n$ echo $?\n3\n' | session good.md
+printf '$ gponflow a b\ncalled a b\n$ echo $?\n3\n' | session good.md
 passes "a session as it is" python3 "$check" "$tree/tool" "$tree/good.md"
 printf '$ cat > x <<E\none\nE\n$ cat \\\n  x\none\n$ pwd | grep -c /\n1\n' | session long.md
 passes "commands of more than a line" python3 "$check" "$tree/tool" "$tree/long.md"
 
-printf '$ gponflow a b\ntold a c\n' | session other.md
+printf '$ gponflow a b\ncalled a c\n' | session other.md
 fails "another output" "the command prints" python3 "$check" "$tree/tool" "$tree/other.md"
 printf '$ gponflow a b\n' | session less.md
-fails "an output left out" "told a b" python3 "$check" "$tree/tool" "$tree/less.md"
+fails "an output left out" "called a b" python3 "$check" "$tree/tool" "$tree/less.md"
 printf '$ exit 0\n$ true\n' | session ended.md
 fails "a session that ends early" "ended before" python3 "$check" "$tree/tool" "$tree/ended.md"
 printf 'text first\n' | session text.md
@@ -44,7 +44,7 @@ fails "one that does not say why" "Not replayed" python3 "$check" "$tree/tool" "
 for _ in 1 2 3 4 5; do unplayed '*Not replayed: it ends the machine.*'; done | file many.md
 fails "many of them" "are not replayed" python3 "$check" "$tree/tool" "$tree/many.md"
 
-printf '$ gponflow new\ntold old\n' | session stale.md
+printf '$ gponflow new\ncalled old\n' | session stale.md
 passes "writing what is printed" python3 "$check" --write "$tree/tool" "$tree/stale.md"
 passes "what was written" python3 "$check" "$tree/tool" "$tree/stale.md"
 

@@ -17,7 +17,7 @@ namespace gponflow {
 namespace {
 
 // What is printed about the last frame of a scenario.
-std::string told(const scenario& what)
+std::string explanation_of(const scenario& what)
 {
     std::ostringstream out;
     exit_status status = status_ok;
@@ -27,9 +27,9 @@ std::string told(const scenario& what)
     return out.str();
 }
 
-std::string told(const std::string& text)
+std::string explanation_of(const std::string& text)
 {
-    return told(parse_good(text));
+    return explanation_of(parse_good(text));
 }
 
 bool holds_text(const std::string& text, const std::string& part)
@@ -44,7 +44,7 @@ std::string hook_up_ani(const std::string& frame)
 
 TEST(explain, a_frame_that_leaves_by_its_gem_port)
 {
-    EXPECT_EQ(told(good_line + hook_up_ani(frame_of_vlan_100)),
+    EXPECT_EQ(explanation_of(good_line + hook_up_ani(frame_of_vlan_100)),
               "upstream, from the bridge to the ANI, 20 bytes\n"
               "  MAC_BRIDGE_SERVICE_PROFILE 0x0001\n"
               "    MAC_BRIDGE_PORT_CON_DATA 0x0101  bridgeID=0x0001 tpType=1 tpPointer=0x0101\n"
@@ -59,7 +59,7 @@ TEST(explain, a_frame_that_leaves_by_its_gem_port)
 
 TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
 {
-    const std::string text = told(good_line + hook_up_ani(frame_of_vlan_101));
+    const std::string text = explanation_of(good_line + hook_up_ani(frame_of_vlan_101));
     EXPECT_TRUE(holds_text(
         text,
         "dropped\n"
@@ -72,12 +72,12 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
 
 TEST(explain, every_branch_of_the_greatest_depth_is_named)
 {
-    const std::string text =
-        told(good_line +
-             "me create MAC_BRIDGE_PORT_CON_DATA 0x1002 bridgeID=1 tpType=5 tpPointer=0x11\n"
-             "me create VLAN_TAG_FILTER_DATA 0x1002 vlanFilterList=200 forwardOperation=0x04 "
-             "vlanFilterNums=1\n" +
-             hook_up_ani(frame_of_vlan_101));
+    const std::string text = explanation_of(
+        good_line +
+        "me create MAC_BRIDGE_PORT_CON_DATA 0x1002 bridgeID=1 tpType=5 tpPointer=0x11\n"
+        "me create VLAN_TAG_FILTER_DATA 0x1002 vlanFilterList=200 forwardOperation=0x04 "
+        "vlanFilterNums=1\n" +
+        hook_up_ani(frame_of_vlan_101));
     EXPECT_TRUE(holds_text(
         text,
         "dropped\n"
@@ -118,7 +118,7 @@ const std::string multicast_hook =
 
 TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_with_a_reason)
 {
-    const std::string text = told(multicast_line + multicast_hook);
+    const std::string text = explanation_of(multicast_line + multicast_hook);
     EXPECT_TRUE(holds_text(text, "x its VLAN filter blocks the frame at this port\n")) << text;
     EXPECT_FALSE(holds_text(text, "drops")) << text;
     EXPECT_TRUE(holds_text(text, "passes from GEM port 4094; a rule was learnt\n"
@@ -128,7 +128,7 @@ TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_with_a_reason)
 
 TEST(explain, a_replay_that_a_filter_ends_passes_with_a_reason)
 {
-    const std::string text = told(multicast_line + multicast_hook + multicast_hook);
+    const std::string text = explanation_of(multicast_line + multicast_hook + multicast_hook);
     EXPECT_TRUE(holds_text(text, "its rule was replayed\nThe replay ends at "
                                  "MAC_BRIDGE_PORT_CON_DATA 0x3001, but the frame passes: "))
         << text;
@@ -138,7 +138,7 @@ TEST(explain, a_replay_that_a_filter_ends_passes_with_a_reason)
 TEST(explain, a_rule_that_is_replayed)
 {
     const std::string text =
-        told(good_line + hook_up_ani(frame_of_vlan_100) + hook_up_ani(frame_of_vlan_100));
+        explanation_of(good_line + hook_up_ani(frame_of_vlan_100) + hook_up_ani(frame_of_vlan_100));
     EXPECT_TRUE(holds_text(text, "passes to GEM port 1025; its rule was replayed\n")) << text;
     EXPECT_TRUE(holds_text(text, "MAC_BRIDGE_PORT_CON_DATA 0x1001")) << text;
 }
@@ -146,8 +146,8 @@ TEST(explain, a_rule_that_is_replayed)
 TEST(explain, a_missing_link_is_named)
 {
     const std::string text =
-        told("load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" +
-             hook_up_ani(frame_of_vlan_100));
+        explanation_of("load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" +
+                       hook_up_ani(frame_of_vlan_100));
     EXPECT_TRUE(holds_text(text, "The frame reached MAC_BRIDGE_SERVICE_PROFILE 0x0001: no "
                                  "MAC_BRIDGE_PORT_CON_DATA"))
         << text;
@@ -155,16 +155,17 @@ TEST(explain, a_missing_link_is_named)
 
 TEST(explain, a_gem_port_towards_the_subscriber)
 {
-    const std::string text =
-        told(good_line + "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=2\n" +
-             hook_up_ani(frame_of_vlan_100));
+    const std::string text = explanation_of(
+        good_line + "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=2\n" +
+        hook_up_ani(frame_of_vlan_100));
     EXPECT_TRUE(holds_text(text, "reached GEM_PORT_CTP 0x0001: its direction is 2")) << text;
 }
 
 TEST(explain, a_disabled_engine_and_an_unloaded_module)
 {
-    EXPECT_TRUE(holds_text(told("load\n" + hook_up_ani(frame_of_vlan_100)), "the engine is off"));
-    EXPECT_TRUE(holds_text(told(hook_up_ani(frame_of_vlan_100)), "not loaded"));
+    EXPECT_TRUE(
+        holds_text(explanation_of("load\n" + hook_up_ani(frame_of_vlan_100)), "the engine is off"));
+    EXPECT_TRUE(holds_text(explanation_of(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 
 TEST(explain, a_scenario_without_a_frame_is_refused)
@@ -184,7 +185,7 @@ TEST(explain, the_priority_selects_one_gem_iw_tp_of_the_mapper)
     ASSERT_TRUE(line) << errors.str();
     line->lines.push_back(
         parse_good("hook kind=up_ani frame=0200000000010200000001018100a06408004500\n").lines[0]);
-    const std::string text = told(*line);
+    const std::string text = explanation_of(*line);
     EXPECT_TRUE(holds_text(text, "mapper 0x0001: TCI 0xa064, priority 5 selects GEM IW TP 0x0013: "
                                  "no match\n"))
         << text;

@@ -16,7 +16,7 @@ wanted_transcript() {
 # FILE: 0 equal, 1 another transcript or a failed expectation, 3 not for a kernel.
 run_scenario() {
     status=0
-    gponflow run --backend=device --mask-lines "$1" >/tmp/got 2>/tmp/said || status=$?
+    gponflow run --backend=device --mask-lines "$1" >/tmp/got 2>/tmp/output || status=$?
     [ ! -d /sys/module/gpon_flow ] || rmmod gpon_flow
     if [ "$status" = 0 ]; then
         wanted_transcript "${1%.scn}.transcript" >/tmp/wanted
@@ -32,7 +32,7 @@ is_for_a_process() {
 
 show_failure() {
     echo "---- $1"
-    cat /tmp/said
+    cat /tmp/output
     diff -U 3 /tmp/wanted /tmp/got | head -n 30
 }
 
@@ -51,7 +51,7 @@ for file in $(find . -name '*.scn' | sed 's#^\./##' | sort); do
     case $status in
     0) same=$((same + 1)) ;;
     3)
-        is_for_a_process "$file" || fail "$file is refused: $(cat /tmp/said)"
+        is_for_a_process "$file" || fail "$file is refused: $(cat /tmp/output)"
         elsewhere=$((elsewhere + 1))
         ;;
     *)

@@ -13,14 +13,14 @@ dropped="kind=up_ani frame=020000000001020000007701810001f408004500"
 
 # A line of the tool's output.
 says() {
-    grep -qF -- "$2" /tmp/said || {
-        cat /tmp/said
+    grep -qF -- "$2" /tmp/output || {
+        cat /tmp/output
         fail "$1: there is no '$2'"
     }
 }
 
 tool() {
-    gponflow "$@" >/tmp/said 2>&1
+    gponflow "$@" >/tmp/output 2>&1
 }
 
 one_frame() {
@@ -85,13 +85,13 @@ filter_is_off() {
 
 # Starts gponflow trace and waits until the filter is set.
 start_trace() {
-    rm -f /tmp/told
-    gponflow trace "src_mac=$mac" "$@" >/tmp/said 2>/tmp/told &
+    rm -f /tmp/errors
+    gponflow trace "src_mac=$mac" "$@" >/tmp/output 2>/tmp/errors &
     tracer=$!
     tries=0
-    until grep -q tracing /tmp/told 2>/dev/null; do
+    until grep -q tracing /tmp/errors 2>/dev/null; do
         tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "trace does not begin: $(cat /tmp/told)"
+        [ $tries -lt 100 ] || fail "trace does not begin: $(cat /tmp/errors)"
         sleep 0.2
     done
 }
@@ -102,7 +102,7 @@ traced() {
     one_frame "$passing"
     one_frame "$passing"
     one_frame "$dropped"
-    wait $tracer || fail "trace: $(cat /tmp/told)"
+    wait $tracer || fail "trace: $(cat /tmp/errors)"
     says "trace" "frame 1, upstream, from the UNI to the bridge"
     says "trace" "its rule was replayed"
     says "trace" "frame 3, upstream, from the bridge to the ANI"
@@ -116,12 +116,12 @@ watched() {
     tool watch --once || fail "watch --once"
     says "watch" "$mac"
     # Not a terminal: printed until a signal comes.
-    gponflow watch --interval 1 >/tmp/said 2>&1 &
+    gponflow watch --interval 1 >/tmp/output 2>&1 &
     watcher=$!
     sleep 4
     kill -TERM $watcher
-    wait $watcher || fail "watch: $(cat /tmp/said)"
-    [ "$(grep -cE ' rules?$' /tmp/said)" -ge 2 ] || fail "watch looks once"
+    wait $watcher || fail "watch: $(cat /tmp/output)"
+    [ "$(grep -cE ' rules?$' /tmp/output)" -ge 2 ] || fail "watch looks once"
 }
 
 stopped() {
@@ -138,8 +138,8 @@ stopped() {
 load_softonu unis=2
 nothing_is_loaded
 load_gpon_flow
-grep -v '^load' $provision | gponflow run --backend=device - >/tmp/said 2>&1 ||
-    { cat /tmp/said; fail "no provisioning"; }
+grep -v '^load' $provision | gponflow run --backend=device - >/tmp/output 2>&1 ||
+    { cat /tmp/output; fail "no provisioning"; }
 gponflow set enable on >/dev/null || fail "set enable on"
 shown
 changed

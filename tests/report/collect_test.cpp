@@ -16,9 +16,9 @@ namespace {
 report_data collected(const scenario& what)
 {
     report_data data;
-    std::ostringstream told;
+    std::ostringstream output;
     const std::unique_ptr<backend> target = make_host_backend();
-    EXPECT_EQ(collect_report(what, *target, data, told), status_ok) << told.str();
+    EXPECT_EQ(collect_report(what, *target, data, output), status_ok) << output.str();
     return data;
 }
 
@@ -56,9 +56,9 @@ TEST(collect_report, drops_are_gathered_by_reason_with_the_first_as_example)
     ASSERT_EQ(data.drops.size(), 1u);
     EXPECT_EQ(data.drops[0].frames, 2u);
     EXPECT_EQ(data.drops[0].first, "test.scn:9");
-    std::ostringstream told;
-    print_explanation(data.drops[0].example, told);
-    EXPECT_NE(told.str().find("list {0x0064}: drop"), std::string::npos) << told.str();
+    std::ostringstream output;
+    print_explanation(data.drops[0].example, output);
+    EXPECT_NE(output.str().find("list {0x0064}: drop"), std::string::npos) << output.str();
 }
 
 TEST(collect_report, an_example_uses_the_provisioning_of_its_time)

@@ -20,9 +20,9 @@ using testing::Not;
 report_data collected(const std::string& text)
 {
     report_data data;
-    std::ostringstream told;
+    std::ostringstream output;
     const std::unique_ptr<backend> target = make_host_backend();
-    EXPECT_EQ(collect_report(parse_good(text), *target, data, told), status_ok) << told.str();
+    EXPECT_EQ(collect_report(parse_good(text), *target, data, output), status_ok) << output.str();
     return data;
 }
 

@@ -259,7 +259,7 @@ protected:
         const auto answer = what.run();
         const bool fired = gpon::host::fault_fired(kind);
         gpon::host::disarm_faults();
-        EXPECT_TRUE(answer.has_value()) << "the door is there";
+        EXPECT_TRUE(answer.has_value()) << "the entry point exists";
         expect_whole("after the fault");
         if (!fired) {
             EXPECT_EQ(answer, 0) << "without a fault";
@@ -286,6 +286,16 @@ protected:
         return nth - 1;
     }
 
+    // Returns the number of faults of all operations.
+    uint64_t try_all(const char* of, fault kind)
+    {
+        uint64_t faults = 0;
+        for (const operation& each : operations())
+            faults += try_each(each, kind);
+        report(of, faults);
+        return faults;
+    }
+
     void report(const char* of, uint64_t faults)
     {
         RecordProperty(of, std::to_string(faults));
@@ -296,20 +306,12 @@ protected:
 
 TEST_P(systematic_faults, every_allocation_of_every_operation_may_fail)
 {
-    uint64_t faults = 0;
-    for (const operation& each : operations())
-        faults += try_each(each, fault::alloc);
-    report("allocation", faults);
-    EXPECT_GT(faults, 400u);
+    EXPECT_GT(try_all("allocation", fault::alloc), 400u);
 }
 
 TEST_P(systematic_faults, every_copy_from_user_space_of_every_operation_may_fail)
 {
-    uint64_t faults = 0;
-    for (const operation& each : operations())
-        faults += try_each(each, fault::copy);
-    report("copy", faults);
-    EXPECT_GT(faults, 100u);
+    EXPECT_GT(try_all("copy", fault::copy), 100u);
 }
 
 TEST_P(systematic_faults, every_registration_and_allocation_of_a_load_may_fail)

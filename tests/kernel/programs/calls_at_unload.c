@@ -42,19 +42,19 @@ static void *packet_thread(void *argument)
 {
 	static const unsigned int vlans[] = { 0, 100, 200, 777 };
 	unsigned int seed = (unsigned int)(uintptr_t)argument;
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 
 	while (!atomic_load(&stop)) {
 		const unsigned int dice = (unsigned int)rand_r(&seed);
 		struct softonu_hook_call call;
-		const int got = send_packet(door, dice % SWITCH, dice >> 2 & 7, dice >> 5 & 7,
+		const int got = send_packet(softonu, dice % SWITCH, dice >> 2 & 7, dice >> 5 & 7,
 					    vlans[dice >> 8 & 3], &call);
 
 		expect(got == 0, "injection", got);
 		if (got == 0)
 			expect_answer(&call);
 	}
-	close(door);
+	close(softonu);
 	return NULL;
 }
 
@@ -102,7 +102,7 @@ static void check(int status, const char *what)
 	exit(2);
 }
 
-static void come(const char *module, int door)
+static void load_and_provision(const char *module, int softonu)
 {
 	const int file = open_or_exit(module, O_RDONLY);
 	int device;
@@ -112,16 +112,16 @@ static void come(const char *module, int door)
 	device = open_or_exit("/dev/gpon_flow", O_RDWR);
 	check(provision(device), "provisioning");
 	close(device);
-	check(switch_engine(door, 1), "engine");
+	check(switch_engine(softonu, 1), "engine");
 }
 
 /* Returns the number of calls that reached the module while it was loaded. */
-static unsigned long cycle(const char *module, int door)
+static unsigned long cycle(const char *module, int softonu)
 {
 	const struct timespec loaded = { .tv_nsec = MILLISECONDS_LOADED * 1000000L };
 	const unsigned long before = atomic_load(&answered);
 
-	come(module, door);
+	load_and_provision(module, softonu);
 	nanosleep(&loaded, NULL);
 	check((int)syscall(SYS_delete_module, "gpon_flow", O_NONBLOCK), "unload");
 	return atomic_load(&answered) - before;
@@ -129,17 +129,17 @@ static unsigned long cycle(const char *module, int door)
 
 static unsigned long run_cycles(const char *module, int cycles)
 {
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	unsigned long fewest = ~0ul;
 
 	for (int i = 0; i < cycles; i++) {
-		const unsigned long count = cycle(module, door);
+		const unsigned long count = cycle(module, softonu);
 		const struct timespec away = { .tv_nsec = 20000000 };
 
 		fewest = count < fewest ? count : fewest;
 		nanosleep(&away, NULL);
 	}
-	close(door);
+	close(softonu);
 	return fewest;
 }
 

@@ -79,9 +79,9 @@ static void control_device(unsigned char *page)
 	close(device);
 }
 
-static void injection_door(unsigned char *page)
+static void softonu_calls(unsigned char *page)
 {
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	struct softonu_hook_call *call = (struct softonu_hook_call *)page;
 	uint32_t *hz = (uint32_t *)page;
 
@@ -90,18 +90,18 @@ static void injection_door(unsigned char *page)
 	call->frame_bytes = 60;
 	call->options = SOFTONU_CALL_PACKET;
 	call->api_type = DOWN_UNI;
-	expect(0, ioctl_32(door, SOFTONU_IOC_HOOK_CALL, (uintptr_t)call), "hook call");
+	expect(0, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, (uintptr_t)call), "hook call");
 	expect(1, call->records, "hook call: records");
 	expect(2, call->ret, "hook call: ret");
 	expect(0, call->api_result, "hook call: result");
-	expect(-EFAULT, ioctl_32(door, SOFTONU_IOC_HOOK_CALL, 0), "null hook call");
-	expect(-EFAULT, ioctl_32(door, SOFTONU_IOC_HOOK_CALL, 0xfffff000), "hook call nowhere");
-	expect(-EFAULT, ioctl_32(door, SOFTONU_IOC_HOOK_CALL, (uintptr_t)page + 4096 - 8),
+	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, 0), "null hook call");
+	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, 0xfffff000), "hook call nowhere");
+	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, (uintptr_t)page + 4096 - 8),
 	       "cut hook call");
-	expect(-ENOTTY, ioctl_32(door, 0x7800, (uintptr_t)page), "unknown number");
-	expect(0, ioctl_32(door, SOFTONU_IOC_HZ, (uintptr_t)page), "HZ");
+	expect(-ENOTTY, ioctl_32(softonu, 0x7800, (uintptr_t)page), "unknown number");
+	expect(0, ioctl_32(softonu, SOFTONU_IOC_HZ, (uintptr_t)page), "HZ");
 	expect(1, *hz >= 100 && *hz <= 1200, "HZ in its range");
-	close(door);
+	close(softonu);
 }
 
 int main(void)
@@ -114,7 +114,7 @@ int main(void)
 	}
 	page = low_page();
 	control_device(page);
-	injection_door(page);
+	softonu_calls(page);
 	printf("@@ %lu checks through the 32-bit entry, %d failed\n", checked, failures);
 	return failures != 0;
 }

@@ -37,12 +37,12 @@ static void count(int which, int wrong, const char *what)
 static void send_packets(unsigned int seed)
 {
 	static const unsigned int vlans[] = { 0, 100, 200, 300 };
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	struct softonu_hook_call call;
 
 	while (!stop) {
 		const unsigned int number = (unsigned int)rand_r(&seed);
-		const int ret = send_packet(door, number % SWITCH, number >> 4 & 0x1f,
+		const int ret = send_packet(softonu, number % SWITCH, number >> 4 & 0x1f,
 					    number >> 12 & 1, vlans[number >> 16 & 3], &call);
 
 		count(PACKETS, ret || call.api_result < 0 || call.api_result > 1, "packet");
@@ -117,15 +117,15 @@ static pid_t start(void (*work)(unsigned int), unsigned int seed)
 }
 
 /* An upstream frame of VLAN 200 must end at GEM port 1026. */
-static int way_leads_right(int device, int door)
+static int outcome_is_right(int device, int softonu)
 {
 	struct softonu_hook_call call;
 
 	if (write_proc("set debug_level 0") || write_proc("set trace disable") ||
-	    provision(device) || switch_engine(door, 1))
+	    provision(device) || switch_engine(softonu, 1))
 		return 0;
 	for (int i = 0; i < 2; i++)
-		if (send_packet(door, UP_ANI, 1, 2, 200, &call) || call.gemport_id != 1026) {
+		if (send_packet(softonu, UP_ANI, 1, 2, 200, &call) || call.gemport_id != 1026) {
 			printf("VLAN 200 leads to GEM port %u\n", call.gemport_id);
 			return 0;
 		}
@@ -147,13 +147,13 @@ int main(int words, char **arguments)
 						      operate };
 	const unsigned int seconds = words > 1 ? (unsigned int)atoi(arguments[1]) : 10;
 	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	pid_t children[8];
 	int wrong = 0;
 
 	tallies = mmap(NULL, sizeof(*tallies) * TALLIES, PROT_READ | PROT_WRITE,
 		       MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-	if (tallies == MAP_FAILED || !way_leads_right(device, door)) {
+	if (tallies == MAP_FAILED || !outcome_is_right(device, softonu)) {
 		printf("no start\n");
 		return 2;
 	}
@@ -171,5 +171,5 @@ int main(int words, char **arguments)
 	for (int i = 0; i < TALLIES; i++)
 		wrong += tallies[i].wrong != 0 || tallies[i].calls == 0;
 	say();
-	return wrong || !way_leads_right(device, door);
+	return wrong || !outcome_is_right(device, softonu);
 }

@@ -13,7 +13,7 @@
 #define FAULTS_MAX 5000
 
 static int switch_of_faults;
-static int device = -1, door = -1;
+static int device = -1, softonu = -1;
 static unsigned long operations, faults, refusals, complaints;
 
 /* What one operation is about. */
@@ -100,7 +100,7 @@ static void until_success(const struct operation *operation, const struct subjec
 		complain(operation, nth, "no end");
 }
 
-/* A stranger comes and goes, the operators' door speaks. */
+/* An instance of another class is created and deleted, and the debug entry prints. */
 static int modules_answer(const struct subject *subject, int ret)
 {
 	static const struct gpon_raw_td raw = { .instID = 0x7fff };
@@ -204,7 +204,7 @@ static int hook_call(const struct subject *subject)
 {
 	struct softonu_hook_call call;
 
-	return send_packet(door, subject->kind, 1, 2, subject->vlan, &call);
+	return send_packet(softonu, subject->kind, 1, 2, subject->vlan, &call);
 }
 
 static int learnt(const struct subject *subject)
@@ -217,7 +217,7 @@ static int packets_pass(const struct subject *subject, int ret)
 {
 	struct softonu_hook_call call;
 
-	return send_packet(door, subject->kind, 1, 2, subject->vlan, &call) || call.records == 0 ||
+	return send_packet(softonu, subject->kind, 1, 2, subject->vlan, &call) || call.records == 0 ||
 	       modules_answer(subject, ret);
 }
 
@@ -228,7 +228,7 @@ static void failing_hooks(void)
 	static const unsigned int vlans[] = { 0, 100, 200, 300 };
 	struct subject subject = { 0 };
 
-	if (provision(device) || switch_engine(door, 1)) {
+	if (provision(device) || switch_engine(softonu, 1)) {
 		printf("the graph is not taken\n");
 		exit(2);
 	}
@@ -307,7 +307,7 @@ int main(int count, char **arguments)
 		failing_loads(arguments[2], arguments[3]);
 	} else if (strcmp(what, "commands") == 0 || strcmp(what, "hooks") == 0) {
 		device = open_or_exit("/dev/gpon_flow", O_RDWR);
-		door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+		softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 		if (what[0] == 'c')
 			failing_commands();
 		else

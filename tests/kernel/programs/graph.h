@@ -108,13 +108,13 @@ static const struct entity graph[] = {
 
 static int open_or_exit(const char* file, int mode)
 {
-    const int door = open(file, mode | O_CLOEXEC);
+    const int descriptor = open(file, mode | O_CLOEXEC);
 
-    if (door < 0) {
+    if (descriptor < 0) {
         perror(file);
         exit(2);
     }
-    return door;
+    return descriptor;
 }
 
 static inline int send_me(int device, uint8_t message, const struct entity* entity)
@@ -189,15 +189,15 @@ static inline int provision(int device)
 }
 
 /* A call without packet: switches the engine on or off. */
-static inline int switch_engine(int door, uint32_t on)
+static inline int switch_engine(int softonu, uint32_t on)
 {
     struct softonu_hook_call call = {.api_type = SWITCH, .api_param = on};
 
-    return ioctl(door, SOFTONU_IOC_HOOK_CALL, &call);
+    return ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call);
 }
 
 /* One packet between two stations, with the outer VLAN or without (0). */
-static inline int send_packet(int door, uint32_t kind, unsigned int from, unsigned int to,
+static inline int send_packet(int softonu, uint32_t kind, unsigned int from, unsigned int to,
                               unsigned int vlan, struct softonu_hook_call* call)
 {
     unsigned char frame[64] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x08, 0x00, 0x45};
@@ -218,7 +218,7 @@ static inline int send_packet(int door, uint32_t kind, unsigned int from, unsign
     call->api_type = kind;
     call->port_word = (uint32_t)(1 + from % 2) << 4;
     call->gemport_id = kind == DOWN_ANI ? (uint16_t)(1025 + from % 2) : 0;
-    return ioctl(door, SOFTONU_IOC_HOOK_CALL, call);
+    return ioctl(softonu, SOFTONU_IOC_HOOK_CALL, call);
 }
 
 #endif

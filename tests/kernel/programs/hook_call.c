@@ -58,7 +58,7 @@ int main(int count, char **words)
 {
 	unsigned char frame[60];
 	struct softonu_hook_call call = { 0 };
-	const int door = open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC);
+	const int softonu = open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC);
 
 	for (int i = 1; i < count; i++) {
 		if (take(words[i])) {
@@ -77,7 +77,7 @@ int main(int count, char **words)
 	call.port_word = (uint32_t)values[PORT] << 4;
 	call.gemport_id = (uint16_t)values[GEM];
 	call.flag_word = (uint32_t)values[FLAGS];
-	if (door < 0 || ioctl(door, SOFTONU_IOC_HOOK_CALL, &call)) {
+	if (softonu < 0 || ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call)) {
 		perror(SOFTONU_DEVICE);
 		return 1;
 	}

@@ -13,7 +13,7 @@ enum { UNKNOWN = KINDS };
 #define NO_SUCH_GEM 77
 #define TAG_BYTES 4
 
-static int device, door;
+static int device, softonu;
 static int failures;
 /* The path depends on more than the rule of a frame contains. */
 static int by_dscp;
@@ -64,7 +64,7 @@ static struct softonu_hook_call send_shape(uint32_t kind, const uint8_t *frame,
 
 	if (by_dscp)
 		forget_rules();
-	expect(0, ioctl(door, SOFTONU_IOC_HOOK_CALL, &call), "ioctl", kind, shape);
+	expect(0, ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call), "ioctl", kind, shape);
 	calls++;
 	return call;
 }
@@ -262,10 +262,10 @@ int main(int count, char **words)
 	const int loud = count > 1 && !strcmp(words[1], "loud");
 
 	device = open_or_exit("/dev/gpon_flow", O_RDWR);
-	door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	make_frames();
 	choose_by_vlan();
-	check(switch_engine(door, 1), "engine");
+	check(switch_engine(softonu, 1), "engine");
 	/* The filter meets cut frames as the walk does. */
 	check(send_words(device, "set trace dst_mac 02:00:00:00:00:01"), "filter");
 	check(send_words(device, "set trace outer_vlan 16584"), "filter");

@@ -35,13 +35,13 @@ static void expect(int good, const char *what, long got)
 
 static int open_or_exit(const char *file, int mode)
 {
-	const int door = open(file, mode | O_CLOEXEC);
+	const int descriptor = open(file, mode | O_CLOEXEC);
 
-	if (door < 0) {
+	if (descriptor < 0) {
 		perror(file);
 		exit(2);
 	}
-	return door;
+	return descriptor;
 }
 
 static void send_me(int device, uint8_t message, uint16_t class_id, uint16_t instance,
@@ -121,7 +121,7 @@ static void *operator_thread(void *argument)
 static void *packet_thread(void *argument)
 {
 	unsigned int seed = (unsigned int)(uintptr_t)argument;
-	const int door = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	unsigned char frame[64] = { 2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0 };
 
 	while (!atomic_load(&stop)) {
@@ -134,13 +134,13 @@ static void *packet_thread(void *argument)
 		call.api_type = (uint32_t)rand_r(&seed) % 4;
 		call.port_word = (uint32_t)(rand_r(&seed) % PORTS) << 4;
 		call.gemport_id = (uint16_t)(1024 + rand_r(&seed) % (PORTS + 1));
-		got = ioctl(door, SOFTONU_IOC_HOOK_CALL, &call);
+		got = ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call);
 		expect(got == 0, "injection", got);
 		expect(call.ret == 2, "hook's return", call.ret);
 		expect(call.api_result == 0 || call.api_result == 1, "hook's result", call.api_result);
 		atomic_fetch_add(&calls[2], 1);
 	}
-	close(door);
+	close(softonu);
 	return NULL;
 }
 

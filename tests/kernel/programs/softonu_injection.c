@@ -23,13 +23,13 @@ enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, UNKNOWN };
 #define TAGGED_GEM 1025
 #define OTHER_GEM 1026
 
-static int door;
+static int softonu;
 static uint8_t tagged[SOFTONU_FRAME_BYTES_MAX];
 
 /* 0, or the errno. */
 static int ask(unsigned long number, void *argument)
 {
-	return ioctl(door, number, argument) < 0 ? errno : 0;
+	return ioctl(softonu, number, argument) < 0 ? errno : 0;
 }
 
 static struct softonu_hook_call packet_call(uint32_t bytes, uint32_t options)
@@ -241,7 +241,7 @@ static void unknown_numbers(void)
 			expect(ENOTTY, ask(number, &call), "unknown number");
 	for (number = 9; number < 0x100; number++)
 		expect(ENOTTY, ask(_IOWR(SOFTONU_IOC_MAGIC, number, call), &call),
-		       "unknown number of the door");
+		       "unknown number of the device");
 }
 
 static void clock_goes(void)
@@ -259,8 +259,8 @@ static void clock_goes(void)
 
 int main(void)
 {
-	door = open(SOFTONU_DEVICE, O_RDWR);
-	if (door < 0) {
+	softonu = open(SOFTONU_DEVICE, O_RDWR);
+	if (softonu < 0) {
 		perror(SOFTONU_DEVICE);
 		return 1;
 	}
@@ -278,6 +278,6 @@ int main(void)
 	bad_settings();
 	unknown_numbers();
 	clock_goes();
-	printf("@@ %lu checks of the injection door, %d failed\n", checked, failures);
+	printf("@@ %lu checks of the injection device, %d failed\n", checked, failures);
 	return failures != 0;
 }

@@ -75,8 +75,8 @@ spoilt_frames() {
 
 obey() {
     cat >/tmp/change.scn
-    gponflow run --backend=device /tmp/change.scn >/tmp/told ||
-        { cat /tmp/told; fail "the scenario was not obeyed"; }
+    gponflow run --backend=device /tmp/change.scn >/tmp/output ||
+        { cat /tmp/output; fail "the scenario was not obeyed"; }
 }
 
 unprovisioned_frames() {
