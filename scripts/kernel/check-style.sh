@@ -46,6 +46,7 @@ remarks() {
             { print }' "$exceptions" -
 }
 
+lock_downloads
 [ -f "$judge/checkpatch.pl" ] || fetch_judge
 found=$(remarks)
 if [ -n "$found" ]; then
