@@ -27,3 +27,5 @@ install(TARGETS gponflow DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${manual_page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${bash_completion} RENAME gponflow
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/schemas
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gponflow FILES_MATCHING PATTERN "*.schema.json")

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include <algorithm>
 #include <exception>
 #include <iostream>
+#include <optional>
 
 #include "tool/commands/commands.h"
 #include "tool/commands/word_hints.h"
 #include "tool/text/exit_status.h"
+#include "tool/text/json_messages.h"
 
 namespace {
 
@@ -21,10 +24,29 @@ Each subcommand has a --help with examples. Exit status of all of them:
   3  the module is not loaded, the backend does not support a command, or
      standard output could not be written)";
 
+// Found before the command line is parsed, whose errors are JSON too.
+bool wants_json(const std::vector<std::string>& words)
+{
+    const auto end = std::ranges::find(words, "--");
+    return std::find(words.begin(), end, "--json") != end;
+}
+
+int refuse(const CLI::App& app, const std::vector<std::string>& words, const CLI::ParseError& error)
+{
+    std::cerr << "gponflow: " << error.what() << gponflow::word_hint(app, words) << '\n';
+    if (!wants_json(words))
+        std::cerr << "Run with --help for more information.\n";
+    return gponflow::status_invalid;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const std::vector<std::string> words(argv + (argc > 0), argv + argc);
+    std::optional<gponflow::json_messages> messages;
+    if (wants_json(words))
+        messages.emplace(std::cerr);
     CLI::App app(
         "Drive and inspect the gpon_flow module, in this process or in the running kernel.",
         "gponflow");
@@ -52,10 +74,7 @@ int main(int argc, char** argv)
         // --help and --version also arrive here, with status 0.
         if (error.get_exit_code() == 0)
             return app.exit(error);
-        std::cerr << "gponflow: " << error.what()
-                  << gponflow::word_hint(app, {argv + 1, argv + argc})
-                  << "\nRun with --help for more information.\n";
-        return gponflow::status_invalid;
+        return refuse(app, words, error);
     } catch (const std::exception& error) {
         std::cerr << "gponflow: " << error.what() << '\n';
         return gponflow::status_unsupported;

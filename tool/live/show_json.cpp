@@ -6,12 +6,11 @@
 #include <nlohmann/json.hpp>
 
 #include "tool/model/class_records.h"
+#include "tool/text/json_document.h"
 
 namespace gponflow {
 
 namespace {
-
-using json = nlohmann::ordered_json;
 
 json json_of(me_id id)
 {
@@ -65,11 +64,6 @@ json json_of(const dumped_instance& one)
     return result;
 }
 
-void print(const json& value, std::ostream& out)
-{
-    out << value.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
-}
-
 } // namespace
 
 void print_rules_json(const rule_table& table, std::ostream& out)
@@ -77,11 +71,12 @@ void print_rules_json(const rule_table& table, std::ostream& out)
     json rules = json::array();
     for (const dumped_rule& rule : table.rules)
         rules.push_back(json_of(rule));
-    print({{"total", table.total},
-           {"buckets", table.buckets},
-           {"threshold", table.threshold},
-           {"rules", std::move(rules)}},
-          out);
+    json whole = json_document("rules");
+    whole["total"] = table.total;
+    whole["buckets"] = table.buckets;
+    whole["threshold"] = table.threshold;
+    whole["rules"] = std::move(rules);
+    print_json(whole, out);
 }
 
 void print_instances_json(const std::vector<dumped_instance>& all, std::ostream& out)
@@ -89,7 +84,9 @@ void print_instances_json(const std::vector<dumped_instance>& all, std::ostream&
     json instances = json::array();
     for (const dumped_instance& one : all)
         instances.push_back(json_of(one));
-    print({{"instances", std::move(instances)}}, out);
+    json whole = json_document("instances");
+    whole["instances"] = std::move(instances);
+    print_json(whole, out);
 }
 
 void print_status_json(const module_status& status, std::ostream& out)
@@ -100,13 +97,14 @@ void print_status_json(const module_status& status, std::ostream& out)
             json& count = counts[std::string(fields->name)];
             count = count.is_null() ? 1 : count.get<unsigned>() + 1;
         }
-    print({{"loaded", status.loaded},
-           {"enabled", status.enabled},
-           {"rules", status.rules.total},
-           {"buckets", status.rules.buckets},
-           {"threshold", status.rules.threshold},
-           {"instances", std::move(counts)}},
-          out);
+    json whole = json_document("status");
+    whole["loaded"] = status.loaded;
+    whole["enabled"] = status.enabled;
+    whole["rules"] = status.rules.total;
+    whole["buckets"] = status.rules.buckets;
+    whole["threshold"] = status.rules.threshold;
+    whole["instances"] = std::move(counts);
+    print_json(whole, out);
 }
 
 } // namespace gponflow

@@ -8,6 +8,7 @@
 
 #include "tool/model/class_records.h"
 #include "tool/text/diagnostic.h"
+#include "tool/text/json_document.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -48,7 +49,7 @@ void print_findings(const std::vector<finding>& all, const std::string& file, st
 void print_findings_json(const std::vector<finding>& all, const std::string& file,
                          std::ostream& out)
 {
-    nlohmann::ordered_json findings = nlohmann::ordered_json::array();
+    json findings = json::array();
     for (const finding& one : all) {
         const class_record* fields = find_me_class(one.where.class_id);
         findings.push_back({{"weight", name_of(one.weight)},
@@ -60,13 +61,12 @@ void print_findings_json(const std::vector<finding>& all, const std::string& fil
                             {"reason", one.reason},
                             {"change", one.change}});
     }
-    nlohmann::ordered_json whole;
+    json whole = json_document("check");
     whole["scenario"] = file;
     whole["problems"] = count_of(all, finding_weight::problem);
     whole["notes"] = count_of(all, finding_weight::note);
     whole["findings"] = std::move(findings);
-    // A file name may contain any bytes.
-    out << whole.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    print_json(whole, out);
 }
 
 } // namespace gponflow

@@ -1,0 +1,121 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-2.0-only
+"""Compare the JSON output of the tool with the schemas.
+
+usage: json_test.py GPONFLOW SOURCE_ROOT
+
+Runs each command with --json on full, empty and invalid input. Standard output is one document,
+or one a line; each line of standard error is a document. The member "schema" names the file in
+docs/schemas. Each schema must be used, and each command must have the option.
+"""
+
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+import jsonschema
+
+FRAME = "frame=0200000000010200000001028100006508004500"
+
+
+def strict(schema):
+    """Refuse members that a schema does not describe. The published schemas permit new ones."""
+    if isinstance(schema, list):
+        return [strict(item) for item in schema]
+    if not isinstance(schema, dict):
+        return schema
+    result = {name: strict(value) for name, value in schema.items()}
+    if "properties" in schema:
+        result["additionalProperties"] = False
+    return result
+
+
+class Checker:
+    def __init__(self, tool, root):
+        self.tool = tool
+        self.root = root
+        self.faults = 0
+        self.used = set()
+        self.schemas = {}
+        for path in sorted((root / "docs/schemas").glob("*.schema.json")):
+            schema = json.loads(path.read_text(encoding="utf-8"))
+            jsonschema.Draft202012Validator.check_schema(schema)
+            self.schemas[path.name.removesuffix(".schema.json")] = strict(schema)
+
+    def complain(self, text):
+        print(text)
+        self.faults += 1
+
+    def validate(self, title, text):
+        """Validate one document; return the name of its schema."""
+        try:
+            document = json.loads(text)
+            name = document["schema"]
+            jsonschema.validate(document, self.schemas[name],
+                                jsonschema.Draft202012Validator)
+        except (ValueError, KeyError, TypeError, jsonschema.ValidationError) as why:
+            self.complain(f"{title}: {type(why).__name__}: {why}\n{text[:400]}")
+            return None
+        self.used.add(name)
+        return name
+
+    def run(self, arguments, status, schema=None, stream=False, feed=None):
+        """Run a command: its status, the schema of its output, or None for no output."""
+        title = "gponflow " + " ".join(str(word) for word in arguments)
+        done = subprocess.run([self.tool, *arguments], capture_output=True, text=True,
+                              check=False, input=feed, timeout=120)
+        if done.returncode != status:
+            self.complain(f"{title}: exit status {done.returncode}, not {status}: {done.stderr}")
+        texts = done.stdout.splitlines() if stream else [done.stdout] if done.stdout else []
+        if (schema is None) != (not texts):
+            self.complain(f"{title}: prints {len(texts)} documents on standard output")
+        for text in texts:
+            found = self.validate(title, text)
+            if found not in (None, schema):
+                self.complain(f"{title}: a document of the schema {found}, not {schema}")
+        messages = [self.validate(title + ", standard error", line)
+                    for line in done.stderr.splitlines()]
+        if any(name not in (None, "gponflow-message-1") for name in messages):
+            self.complain(f"{title}: standard error has other documents than messages")
+        if status == 2 and not messages:
+            self.complain(f"{title}: no message on standard error")
+
+    def finish(self):
+        for name in sorted(set(self.schemas) - self.used):
+            self.complain(f"no document of the schema {name} was printed")
+        sys.exit(self.faults != 0)
+
+
+def run_live_views(check, full, empty):
+    for scenario in (full, empty):
+        check.run(["show", "rules", "--json", scenario], 0, "gponflow-rules-1")
+        check.run(["show", "me", "--json", scenario], 0, "gponflow-instances-1")
+        check.run(["show", "status", "--json", scenario], 0, "gponflow-status-1")
+
+
+def run_all(check, folder):
+    full = str(check.root / "scenarios/demo.scn")
+    line = str(check.root / "scenarios/subscriber-line.scn")
+    empty = str(folder / "empty.scn")
+    pathlib.Path(empty).write_text("load\n", encoding="utf-8")
+    faulty = str(folder / "faulty.scn")
+    pathlib.Path(faulty).write_text("laod\n", encoding="utf-8")
+    check.run(["check", "--json", line], 0, "gponflow-check-1")
+    check.run(["check", "--json", empty], 0, "gponflow-check-1")
+    run_live_views(check, full, empty)
+    for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["chekc", line],
+                  ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):
+        check.run([*words, "--json"], 2)
+
+
+def main():
+    check = Checker(sys.argv[1], pathlib.Path(sys.argv[2]))
+    with tempfile.TemporaryDirectory() as folder:
+        run_all(check, pathlib.Path(folder))
+    check.finish()
+
+
+if __name__ == "__main__":
+    main()

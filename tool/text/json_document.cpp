@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/text/json_document.h"
+
+#include <ostream>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace gponflow {
+
+json json_document(std::string_view name, unsigned version)
+{
+    return {{"schema", "gponflow-" + std::string(name) + "-" + std::to_string(version)}};
+}
+
+void print_json(const json& what, std::ostream& out)
+{
+    out << what.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+}
+
+void print_json_line(const json& what, std::ostream& out)
+{
+    out << what.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
+}
+
+} // namespace gponflow
