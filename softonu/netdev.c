@@ -93,13 +93,15 @@ static const struct net_device_ops port_ops = {
 	.ndo_validate_addr = eth_validate_addr,
 };
 
-/* No offload: the stack passes linear frames with tags and checksums in place, as on the wire. */
+/* No offload: the stack passes linear frames with tags and checksums in place, as on the wire.
+ * No netpoll: netconsole sends each message at once, also those that gpon_flow prints under the
+ * lock of its rule table. The frame would come back to that lock. */
 static void port_setup(struct net_device *dev)
 {
 	ether_setup(dev);
 	dev->netdev_ops = &port_ops;
 	dev->ethtool_ops = &softonu_ethtool_ops;
-	dev->priv_flags |= IFF_NO_QUEUE;
+	dev->priv_flags |= IFF_NO_QUEUE | IFF_DISABLE_NETPOLL;
 	dev->max_mtu = MTU_MAX;
 	dev->needs_free_netdev = true;
 	gpon_set_lockless_transmit(dev);

@@ -27,7 +27,7 @@ readelf=$(cross_prefix "$arch")readelf
 
 # Kernel modules of the distribution that tests load by name.
 stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe
-    ppp_async)
+    ppp_async netconsole)
 
 tree=$(mktemp -d)
 chmod 0755 "$tree"
