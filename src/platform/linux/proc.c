@@ -7,8 +7,8 @@
  * The kernel counts the users of an entry while a handler runs, so a removal waits for handlers. A
  * file that stays open afterwards returns -EIO without a call into this module.
  *
- * The core requests mode 0. The kernel makes it a regular file that everybody may read and only
- * root may write.
+ * The core requests mode 0, with which the kernel would make an entry that every user may read. Each
+ * read prints a line, so any user could overwrite the kernel log: only root gets access.
  */
 #include <linux/fs.h>
 #include <linux/list.h>
@@ -19,6 +19,8 @@
 
 #include "compat.h"
 #include "glue.h"
+
+#define ROOT_ONLY 0600
 
 struct proc_record {
 	struct list_head link;
@@ -86,8 +88,10 @@ struct proc_dir_entry *gpon_os_create_proc_entry(const char *name, unsigned int 
 {
 	struct proc_record *record = new_record(name, parent);
 
-	return record ? keep_record(record, proc_create_data(name, mode, parent, &proc_operations,
-							     record)) : NULL;
+	if (!record)
+		return NULL;
+	return keep_record(record, proc_create_data(name, mode ? mode : ROOT_ONLY, parent,
+						    &proc_operations, record));
 }
 
 void gpon_os_set_proc_handlers(struct proc_dir_entry *entry, int (*read)(void),
