@@ -37,7 +37,7 @@ public:
             frame_.set_source(station);
             host::hook(GPON_API_UP_UNI, 0, &frame_.packet);
         }
-        host::set_sink([](const host::event& what) { keep(what); });
+        host::set_sink([](const host::event& event) { keep(event); });
     }
     ~dump() override { host::set_sink(nullptr); }
 

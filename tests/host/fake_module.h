@@ -30,8 +30,8 @@ protected:
     host_test()
     {
         gpon::host::reset();
-        gpon::host::set_sink([this](const gpon::host::event& what) {
-            events.push_back((what.what == gpon::host::event::log ? "| " : "@ ") + what.text);
+        gpon::host::set_sink([this](const gpon::host::event& event) {
+            events.push_back((event.type == gpon::host::event::log ? "| " : "@ ") + event.text);
         });
     }
     ~host_test() override

@@ -18,7 +18,7 @@ std::string without_line_numbers(const std::string& text)
 loaded_module::loaded_module()
 {
     gpon::host::reset();
-    gpon::host::set_sink([this](const gpon::host::event& what) { record(what); });
+    gpon::host::set_sink([this](const gpon::host::event& event) { record(event); });
     EXPECT_EQ(gpon::host::load(), 0);
     text.clear();
     calls.clear();
@@ -50,10 +50,10 @@ std::vector<std::string> loaded_module::log_lines()
     return lines;
 }
 
-void loaded_module::record(const gpon::host::event& what)
+void loaded_module::record(const gpon::host::event& event)
 {
-    if (what.what == gpon::host::event::log)
-        text += what.text;
+    if (event.type == gpon::host::event::log)
+        text += event.text;
     else
-        calls.push_back(what.text);
+        calls.push_back(event.text);
 }

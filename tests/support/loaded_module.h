@@ -42,7 +42,7 @@ protected:
     bool deliberately_broken = false;
 
 private:
-    void record(const gpon::host::event& what);
+    void record(const gpon::host::event& event);
 
     std::string text;
 };

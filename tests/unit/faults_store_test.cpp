@@ -228,9 +228,9 @@ protected:
     load_under_faults()
     {
         gpon::host::reset();
-        gpon::host::set_sink([this](const gpon::host::event& what) {
-            if (what.what == gpon::host::event::log)
-                text += what.text;
+        gpon::host::set_sink([this](const gpon::host::event& event) {
+            if (event.type == gpon::host::event::log)
+                text += event.text;
         });
     }
     ~load_under_faults() override
@@ -244,8 +244,8 @@ protected:
 TEST_F(load_under_faults, the_unload_frees_the_rest_of_a_failed_load)
 {
     struct {
-        fault what;
-        int answer;
+        fault kind;
+        int result;
         const char* text;
     } const faults[] = {
         {fault::chrdev, 0, "ERROR!gpon_flow_ioctl_init,create chrdev gpon_flow fail\n"},
@@ -255,10 +255,10 @@ TEST_F(load_under_faults, the_unload_frees_the_rest_of_a_failed_load)
     };
     for (const auto& wanted : faults) {
         text.clear();
-        gpon::host::arm_fault(wanted.what);
-        EXPECT_EQ(gpon::host::load(), wanted.answer);
+        gpon::host::arm_fault(wanted.kind);
+        EXPECT_EQ(gpon::host::load(), wanted.result);
         EXPECT_EQ(text, wanted.text);
-        EXPECT_TRUE(gpon::host::fault_fired(wanted.what));
+        EXPECT_TRUE(gpon::host::fault_fired(wanted.kind));
         EXPECT_TRUE(gpon::host::is_loaded());
         gpon::host::unload();
         EXPECT_EQ(gpon::host::memory().live_blocks, 0u);

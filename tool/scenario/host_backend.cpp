@@ -55,7 +55,7 @@ public:
         if (!sink)
             return gpon::host::set_sink(nullptr);
         gpon::host::set_sink([sink = std::move(sink)](const gpon::host::event& event) {
-            const bool log = event.what == gpon::host::event::log;
+            const bool log = event.type == gpon::host::event::log;
             sink({log ? backend_event::kind::log : backend_event::kind::call, event.text});
         });
     }

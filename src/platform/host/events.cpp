@@ -29,11 +29,11 @@ bool recording()
     return sink_set.load(std::memory_order_relaxed);
 }
 
-void record(event::kind what, std::string text)
+void record(event::kind type, std::string text)
 {
     const std::lock_guard held(sink_lock);
     if (sink)
-        sink({what, std::move(text)});
+        sink({type, std::move(text)});
 }
 
 void record_call(const char* text, ...)

@@ -12,7 +12,7 @@ namespace gpon::host {
 bool recording();
 
 /* Passes one event to the sink, if there is one. */
-void record(event::kind what, std::string text);
+void record(event::kind type, std::string text);
 
 /* One platform call as one line, in the kernel's formatting. */
 [[gnu::format(printf, 1, 2)]] void record_call(const char* text, ...);

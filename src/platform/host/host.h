@@ -34,7 +34,7 @@ namespace gpon::host {
 
 /* An action of the module; events are in the order of the actions. */
 struct event {
-    enum kind { log, call } what;
+    enum kind { log, call } type;
     std::string text; // log: one print, unchanged; call: the platform call as one line
 };
 using event_sink = std::function<void(const event&)>;
