@@ -8,6 +8,7 @@
 
 #include "fuzz/line.h"
 #include "tests/omci/fuzz_entries.h"
+#include "tool/capture/frame_header.h"
 #include "tool/scenario/captures.h"
 
 using gponflow::fuzz::require;
@@ -39,8 +40,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     gponflow::omci::test::fuzz_capture(data, size);
     const memory_file file(data, size);
     try {
-        for (const gponflow::bytes& frame : gponflow::read_capture(file.path()))
-            require(frame.size() <= size, "a frame lies in its file");
+        for (const gponflow::captured_frame& frame : gponflow::read_capture(file.path()).frames) {
+            // The header of a cooked capture is longer than the one that replaces it.
+            require(frame.data.size() <= size, "a frame lies in its file");
+            require(!gponflow::header_text(gponflow::read_header(frame)).empty(),
+                    "a frame has a description");
+        }
     } catch (const std::runtime_error& error) {
         require(*error.what() != '\0', "a fault is told in words");
     }

@@ -199,7 +199,7 @@ TEST(choose_frame, takes_the_numbered_frame_of_a_capture)
 {
     const auto frame = choose_frame({{"kind=up_uni", "port=1"}, "captures/upstream-uni1.pcap", 1});
     ASSERT_TRUE(frame);
-    EXPECT_FALSE(frame->frame.empty());
+    EXPECT_FALSE(frame->frame.data.empty());
     EXPECT_EQ(frame->options.port_word, 0x10u);
 }
 
@@ -223,7 +223,7 @@ TEST(choose_frame, accepts_a_capture_that_is_cut_off_after_the_frame)
     const auto frame = choose_frame({{"kind=up_uni"}, file, 1});
     const auto same = choose_frame({{"kind=up_uni"}, "captures/upstream-uni1.pcap", 1});
     ASSERT_TRUE(frame && same);
-    EXPECT_EQ(frame->frame, same->frame);
+    EXPECT_EQ(frame->frame.data, same->frame.data);
     EXPECT_THROW(choose_frame({{"kind=up_uni"}, file, 100}), std::runtime_error);
 }
 

@@ -65,10 +65,10 @@ bytes bring_up()
 bytes lost_frames()
 {
     constexpr std::array<uint8_t, 4> tag = {0x81, 0x00, 0xc1, 0x2c};
-    std::vector<bytes> lost = gponflow::read_capture("captures/upstream-uni2.pcap");
-    std::erase_if(lost, [&](const bytes& frame) {
-        return frame.size() < 16 || !std::equal(tag.begin(), tag.end(), frame.begin() + 12);
-    });
+    std::vector<bytes> lost;
+    for (const auto& frame : gponflow::read_capture("captures/upstream-uni2.pcap").frames)
+        if (frame.data.size() >= 16 && std::equal(tag.begin(), tag.end(), frame.data.begin() + 12))
+            lost.push_back(frame.data);
     return pcap_file(lost);
 }
 

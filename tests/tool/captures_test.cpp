@@ -13,6 +13,7 @@
 namespace gponflow {
 namespace {
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -61,40 +62,113 @@ std::string error_of_capture(const std::filesystem::path& file)
     return "no error";
 }
 
+std::vector<bytes> data_of(const ethernet_capture& capture)
+{
+    std::vector<bytes> all;
+    for (const captured_frame& frame : capture.frames)
+        all.push_back(frame.data);
+    return all;
+}
+
+// A frame for which nothing is provisioned, with a tag of VLAN 300.
+const std::string tagged_frame = "\x02\0\0\0\0\x01\x02\0\0\0\0\x02\x81\0\x01\x2c\x08\x06"s;
+
 TEST(captures, frames_come_in_order_as_many_bytes_as_were_captured)
 {
     const scratch_folder folder;
     const auto file = folder.write("x.pcap", pcap_header(ethernet) + pcap_frame("\x01\x02"sv, 2) +
                                                  pcap_frame("\x03"sv, 1500) + pcap_frame("", 0));
-    EXPECT_THAT(read_capture(file), ElementsAre(bytes{1, 2}, bytes{3}, bytes{}));
+    const ethernet_capture capture = read_capture(file);
+    EXPECT_THAT(data_of(capture), ElementsAre(bytes{1, 2}, bytes{3}, bytes{}));
+    EXPECT_EQ(capture.frames[1].wire_length, 1500u);
+    EXPECT_EQ(capture.frames[1].number, 2u);
+    EXPECT_TRUE(capture.frames[1].is_cut());
+    EXPECT_FALSE(capture.frames[0].is_cut());
+    EXPECT_THAT(capture.warnings,
+                ElementsAre("1 of 3 frames end in the capture before a field that "
+                            "the walk reads (snapshot length)"));
+}
+
+TEST(captures, a_damaged_file_is_used_up_to_the_damage)
+{
+    const scratch_folder folder;
+    const std::string frame = pcap_frame(tagged_frame, 18);
+    const std::string whole = pcap_header(ethernet) + frame + frame;
+    const ethernet_capture capture =
+        read_capture(folder.write("cut", whole.substr(0, whole.size() - 1)));
+    EXPECT_EQ(capture.frames.size(), 1u);
+    ASSERT_EQ(capture.warnings.size(), 1u);
+    EXPECT_THAT(capture.warnings[0], HasSubstr("ends early, used up to there: frame 2: truncated"));
+}
+
+// The header of a cooked capture: sent by us, Ethernet, address of 6 bytes, then the type.
+TEST(captures, cooked_headers_become_ethernet)
+{
+    const scratch_folder folder;
+    const std::string address = "\x02\0\0\0\0\x02\0\0"s;
+    const std::string payload = "\x01\x2c\x08\x06"s;
+    const std::string sll = "\0\x04\0\x01\0\x06"s + address + "\x81\0"s + payload;
+    const std::string sll2 = "\x81\0\0\0\0\0\0\x01\0\x01\x04\x06"s + address + payload;
+    bytes expected(6, 0);
+    expected.insert(expected.end(), tagged_frame.begin() + 6, tagged_frame.end());
+    for (const auto& [link, record] : {std::pair(113u, sll), std::pair(276u, sll2)}) {
+        const auto length = static_cast<uint32_t>(record.size() + 100);
+        const ethernet_capture capture =
+            read_capture(folder.write("x", pcap_header(link) + pcap_frame(record, length)));
+        EXPECT_THAT(data_of(capture), ElementsAre(expected)) << link;
+        EXPECT_TRUE(capture.frames[0].cooked);
+        EXPECT_EQ(capture.frames[0].wire_length, 118u);
+    }
+}
+
+// Netlink messages of a capture on "any" have hardware type 824; a record may also be cut within
+// its cooked header.
+TEST(captures, cooked_records_without_ethernet_are_counted_and_skipped)
+{
+    const scratch_folder folder;
+    const std::string netlink = "\0\x04\x03\x38\0\0"s + std::string(8, '\0') + "\0\0"s;
+    const ethernet_capture capture = read_capture(
+        folder.write("x", pcap_header(113) + pcap_frame(netlink, 16) + pcap_frame("\0"sv, 16)));
+    EXPECT_TRUE(capture.frames.empty());
+    EXPECT_THAT(capture.warnings, ElementsAre("2 frames without Ethernet, skipped"));
+}
+
+TEST(captures, an_ieee_802_3_frame_has_its_length_as_type)
+{
+    const scratch_folder folder;
+    const std::string record = "\0\x04\0\x01\0\x06"s + std::string(8, '\x02') + "\0\x04"s + "abc";
+    const ethernet_capture capture =
+        read_capture(folder.write("x", pcap_header(113) + pcap_frame(record, 19)));
+    EXPECT_EQ(capture.frames.at(0).data.at(12), 0);
+    EXPECT_EQ(capture.frames.at(0).data.at(13), 3);
 }
 
 TEST(captures, the_newer_file_format_is_read_too)
 {
     const scratch_folder folder;
-    EXPECT_THAT(read_capture(folder.write("x.pcapng", pcapng_file())), ElementsAre(bytes{1, 2, 3}));
+    EXPECT_THAT(data_of(read_capture(folder.write("x.pcapng", pcapng_file()))),
+                ElementsAre(bytes{1, 2, 3}));
 }
 
 TEST(captures, files_that_are_no_capture_of_ethernet_frames_are_errors)
 {
     const scratch_folder folder;
     EXPECT_THAT(error_of_capture(folder.path("none")), HasSubstr("No such file"));
-    EXPECT_THAT(error_of_capture(folder.path("")), HasSubstr("not a regular file"));
+    EXPECT_THAT(error_of_capture(folder.path("")), HasSubstr("Is a directory"));
     EXPECT_THAT(error_of_capture(folder.write("text", "load\nunload\nand so on and so on\n")),
                 HasSubstr("unknown file format"));
     EXPECT_THAT(error_of_capture(folder.write("empty", "")), HasSubstr("truncated"));
     EXPECT_THAT(error_of_capture(folder.write("ip", pcap_header(raw_ip))),
                 HasSubstr("not Ethernet but RAW"));
-    const std::string whole = pcap_header(ethernet) + pcap_frame("0123456789", 10);
-    EXPECT_THAT(error_of_capture(folder.write("cut", whole.substr(0, whole.size() - 1))),
-                HasSubstr("truncated"));
 }
 
 TEST(captures, a_pipe_is_refused_instead_of_waited_for)
 {
     const scratch_folder folder;
     ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
-    EXPECT_THAT(error_of_capture(folder.path("pipe")), HasSubstr("not a regular file"));
+    std::ostringstream diagnostics;
+    EXPECT_FALSE(open_scenario(folder.write("a.scn", "pcap pipe kind=0\n"), diagnostics));
+    EXPECT_THAT(diagnostics.str(), HasSubstr("'pipe': not a regular file"));
 }
 
 TEST(captures, paths_start_at_the_folder_of_the_scenario)
@@ -105,7 +179,28 @@ TEST(captures, paths_start_at_the_folder_of_the_scenario)
     std::ostringstream diagnostics;
     const std::optional<scenario> opened = open_scenario(file, diagnostics);
     ASSERT_TRUE(opened) << diagnostics.str();
-    EXPECT_THAT(std::get<pcap_command>(opened->lines[1].command).frames, ElementsAre(bytes{7}));
+    EXPECT_EQ(std::get<pcap_command>(opened->lines[1].command).frames.at(0).data, bytes{7});
+    EXPECT_FALSE(opened->incomplete);
+}
+
+TEST(open_scenario, warns_of_captures_that_are_incomplete)
+{
+    const scratch_folder folder;
+    folder.write("empty.pcap", pcap_header(ethernet));
+    folder.write("cut.pcap", pcap_header(ethernet) + pcap_frame(tagged_frame, 18) + "x");
+    const std::string file =
+        folder.write("a.scn", "pcap empty.pcap kind=0\npcap cut.pcap kind=0\n");
+    std::ostringstream diagnostics;
+    const std::optional<scenario> opened = open_scenario(file, diagnostics);
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(opened->incomplete);
+    EXPECT_THAT(diagnostics.str(),
+                testing::StartsWith(file +
+                                    ":1: warning: capture 'empty.pcap': no Ethernet frame "
+                                    "in it\n" +
+                                    file +
+                                    ":2: warning: capture 'cut.pcap': ends early, used up "
+                                    "to there: frame 2: truncated"));
 }
 
 TEST(open_scenario, reports_all_faults_in_the_order_of_lines)

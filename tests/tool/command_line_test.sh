@@ -120,6 +120,45 @@ grep -q '^| .*\[gpon_flow_me_handle\]\[0\]' out || complain 'line numbers are no
 expect_status 0 run log.scn
 grep -q '^| .*\[gpon_flow_me_handle\]\[[1-9]' out || complain 'line numbers are masked unasked'
 
+# A capture is used as far as it reaches, and one without a frame is no silent success.
+tool_with_input() { # FILE STATUS ARGUMENT...
+    local input=$1 expected=$2 status=0
+    shift 2
+    "$tool" "$@" <"$input" >out 2>err || status=$?
+    [ "$status" = "$expected" ] || complain "gponflow $* <$input: exit status $status, not $expected"
+}
+whole=$root/captures/upstream-uni2.pcap
+head -c 5000 "$whole" >cut.pcap
+head -c 24 "$whole" >empty.pcap
+expect_status 0 account "$line" --pcap "$whole"
+cp out passed
+grep -q '^upstream, from the bridge to the ANI: 62 frames' out || complain 'account counts no capture'
+tool_with_input "$whole" 0 account "$line" --pcap -
+cmp -s out passed || complain 'a capture from standard input is counted otherwise'
+for words in 'account' 'report -o cut.html'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 1 $words "$line" --pcap cut.pcap
+    grep -q '^cut.pcap: warning: ends early, used up to there: frame 23: ' err ||
+        complain "gponflow $words: no warning of a capture that ends early"
+    # shellcheck disable=SC2086 # words
+    expect_status 1 $words "$line" --pcap empty.pcap
+    grep -q '^empty.pcap: warning: no Ethernet frame in it$' err ||
+        complain "gponflow $words: no warning of an empty capture"
+done
+expect_status 1 account held.scn
+expect_err 'gponflow: warning: no frame to count: name a capture with --pcap'
+tool_with_input "$whole" 0 explain "$line" kind=up_ani --pcap - --frame 2
+tool_with_input cut.pcap 2 explain "$line" kind=up_ani --pcap - --frame 23
+grep -q '^gponflow: standard input: no frame 23, it has 22 frames; ends early' err ||
+    complain 'explain does not say that the capture ends before the frame'
+tool_with_input held.scn 2 account - --pcap -
+grep -q 'standard input is named for two inputs' err || complain 'standard input is read twice'
+tool_with_input "$whole" 0 graph "$line" --highlight kind=up_ani --pcap -
+printf 'pcap cut.pcap kind=up_ani\n' >cut.scn
+expect_status 1 run cut.scn
+grep -q "^cut.scn:1: warning: capture 'cut.pcap': ends early" err ||
+    complain 'run does not warn of a capture that ends early'
+
 # What the module shows of itself, after a scenario.
 expect_status 0 show status "$line"
 grep -q '^instances  50$' out || complain 'show status does not count the instances'

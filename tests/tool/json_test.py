@@ -105,7 +105,7 @@ def run_all(check, folder):
     check.run(["check", "--json", line], 0, "gponflow-check-1")
     check.run(["check", "--json", empty], 0, "gponflow-check-1")
     run_live_views(check, full, empty)
-    for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["chekc", line],
+    for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):
         check.run([*words, "--json"], 2)
 

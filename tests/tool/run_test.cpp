@@ -191,7 +191,8 @@ TEST_F(run, a_panic_ends_the_run_without_a_result)
 TEST_F(run, every_frame_of_a_capture_is_one_hook_call)
 {
     scenario parsed = parse_good("pcap x kind=3 gem=5\nexpect frames=3 ok=3 failed=0");
-    std::get<pcap_command>(parsed.lines[0].command).frames = {{1}, {}, {1, 2}};
+    std::get<pcap_command>(parsed.lines[0].command).frames = {
+        captured_frame({1}), captured_frame(bytes{}), captured_frame({1, 2})};
     fake.hook_result = hook_answer{2, 0, 5, 0};
     EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_EQ(out.str(), "> pcap x kind=3 gem=5\n"
@@ -208,7 +209,7 @@ TEST_F(run, every_frame_of_a_capture_is_one_hook_call)
 TEST_F(run, frames_that_fail_or_find_no_hook_count_as_failed)
 {
     scenario parsed = parse_good("pcap x kind=3");
-    std::get<pcap_command>(parsed.lines[0].command).frames = {{1}};
+    std::get<pcap_command>(parsed.lines[0].command).frames = {captured_frame({1})};
     fake.hook_result = hook_answer{2, 1, 0, 0};
     run_scenario(parsed, fake, out, diagnostics, false);
     EXPECT_THAT(out.str(), testing::EndsWith("= pcap frames=1 ok=0 failed=1\n"));

@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
-#include "tool/report/captures.h"
 #include "tool/report/page.h"
 #include "tool/report/picture.h"
+#include "tool/scenario/capture_words.h"
 #include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
@@ -53,14 +53,14 @@ int report(const report_request& request)
     if (!parsed)
         return status_invalid;
     try {
-        // The captures run after the scenario, on the state that it leaves.
-        for (scenario_line& line : capture_lines(request.captures))
-            parsed->lines.push_back(std::move(line));
+        append_captures(request.captures, *parsed, std::cerr);
         const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
-        const exit_status status = collect_report(*parsed, *target, data, std::cerr);
+        exit_status status = collect_report(*parsed, *target, data, std::cerr);
         if (status == status_ok)
             write_page(drawn_page(data), request.output);
+        if (status == status_ok && parsed->incomplete)
+            status = status_failed;
         return finish_output() ? status : status_unsupported;
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';

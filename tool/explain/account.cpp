@@ -111,10 +111,10 @@ private:
         captured_run::on_me(command);
     }
 
-    void on_frame(const packet_options& options, const bytes& frame) override
+    void on_frame(const packet_options& options, const captured_frame& frame) override
     {
         if (options.kind < account_.size())
-            count(options, frame);
+            count(options, frame.data);
         else
             captured_run::on_frame(options, frame);
     }

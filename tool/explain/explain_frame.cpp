@@ -25,7 +25,7 @@ std::pair<size_t, std::optional<explained_frame>> last_frame(const scenario& inp
     for (size_t at = input.lines.size(); at-- > 0;) {
         const auto* hook = std::get_if<hook_command>(&input.lines[at].command);
         if (hook && hook->frame)
-            return {at, explained_frame{hook->options, *hook->frame}};
+            return {at, explained_frame{hook->options, captured_frame(*hook->frame)}};
     }
     return {input.lines.size(), std::nullopt};
 }
@@ -51,24 +51,24 @@ std::string log_of(const captured_run& runner, explanation& result)
 // same addresses.
 std::optional<hook_answer> hook_marked(captured_run& runner, const explained_frame& frame)
 {
-    const active_filter filter(runner, filter_of(frame.frame));
-    return runner.hook(frame.options, frame.frame);
+    const active_filter filter(runner, filter_of(frame.frame.data));
+    return runner.hook(frame.options, frame.frame.data);
 }
 
 void run_frame(captured_run& runner, explanation& result, explain_mode mode)
 {
     const explained_frame& frame = result.input;
     const bool marked = mode == explain_mode::trace_filter;
-    result.answer =
-        marked ? hook_marked(runner, frame) : runner.hook_in_detail(frame.options, frame.frame);
+    result.answer = marked ? hook_marked(runner, frame)
+                           : runner.hook_in_detail(frame.options, frame.frame.data);
     const std::string log = marked ? log_of(runner, result) : runner.log();
-    result.story = read_walk(log, result.entities, &frame.frame);
+    result.story = read_walk(log, result.entities, &frame.frame.data);
     if (marked)
         result.story.ran = result.story.ran || engine_is_on(runner);
     if (result.story.replayed) {
         const auto rules = read_rule_table(runner.query("show flow_rule").value_or(""));
         if (const dumped_rule* rule =
-                rules ? rules->find(key_of(frame.options, frame.frame)) : nullptr)
+                rules ? rules->find(key_of(frame.options, frame.frame.data)) : nullptr)
             name_replay(result.story, *rule);
     }
     result.lines_lost = runner.lost_lines();

@@ -234,7 +234,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
 {
     const uint32_t kind = explained.input.options.kind;
     out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call without a direction")
-        << ", " << explained.input.frame.size() << " bytes\n";
+        << ", " << explained.input.frame.wire_length << " bytes\n";
     if (!explained.answer) {
         out << "not classified: the module is not loaded\n";
         return;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/explain/frame_choice.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "tool/scenario/captures.h"
 #include "tool/scenario/parse.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow {
 
@@ -27,7 +30,26 @@ explained_frame frame_of_words(const std::vector<std::string>& words, const std:
         throw std::runtime_error("the frame: frame=HEX and --pcap cannot be used together");
     if (!hook->frame && capture.empty())
         throw std::runtime_error("the frame: missing option: frame=HEX, or --pcap FILE");
-    return {hook->options, hook->frame.value_or(bytes{})};
+    return {hook->options, captured_frame(hook->frame.value_or(bytes{}))};
+}
+
+captured_frame numbered_frame(const std::string& file, size_t number)
+{
+    ethernet_capture capture;
+    try {
+        // The rest of the capture may be long, or damaged.
+        capture = read_capture(file, number);
+    } catch (const std::runtime_error& why) {
+        throw std::runtime_error(capture_title(file) + ": " + why.what());
+    }
+    const auto found = std::ranges::find(capture.frames, number, &captured_frame::number);
+    if (found != capture.frames.end())
+        return std::move(*found);
+    std::string why = capture_title(file) + ": no frame " + std::to_string(number) + ", it has " +
+                      counted(capture.frames.size(), "frame");
+    for (const std::string& warning : capture.warnings)
+        why += "; " + warning;
+    throw std::runtime_error(why);
 }
 
 } // namespace
@@ -39,18 +61,7 @@ std::optional<explained_frame> choose_frame(const frame_choice& from)
     explained_frame result = frame_of_words(from.words, from.capture);
     if (from.capture.empty())
         return result;
-    const std::vector<bytes> frames = [&] {
-        try {
-            // The rest of the capture may be long, or truncated.
-            return read_capture(from.capture, from.number);
-        } catch (const std::runtime_error& why) {
-            throw std::runtime_error(from.capture + ": " + why.what());
-        }
-    }();
-    if (from.number == 0 || from.number > frames.size())
-        throw std::runtime_error(from.capture + ": no frame " + std::to_string(from.number) +
-                                 ", it has " + std::to_string(frames.size()));
-    result.frame = frames[from.number - 1];
+    result.frame = numbered_frame(from.capture, from.number);
     return result;
 }
 

@@ -14,7 +14,7 @@ namespace gponflow {
 /// A frame and how it reaches the hook.
 struct explained_frame {
     packet_options options;
-    bytes frame;
+    captured_frame frame;
 };
 
 /// A frame as named on a command line.

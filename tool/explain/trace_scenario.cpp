@@ -28,17 +28,18 @@ public:
 private:
     void on_change() override { entities_.reset(); }
 
-    void on_frame(const packet_options& options, const bytes& frame) override
+    void on_frame(const packet_options& options, const captured_frame& frame) override
     {
         ++frames_;
-        const flow_key key = key_of(options, frame);
+        const flow_key key = key_of(options, frame.data);
         if (!may_mark(filter_, key) || (most_ != 0 && marked_ == most_))
             return captured_run::on_frame(options, frame);
         ++marked_;
         if (!entities_)
             entities_ = model_of(read_instances(query("show raw_data").value_or("")));
-        explanation explained{{options, frame}, {}, hook_in_detail(options, frame), *entities_};
-        explained.story = read_walk(log(), explained.entities, &frame);
+        explanation explained{
+            {options, frame}, {}, hook_in_detail(options, frame.data), *entities_};
+        explained.story = read_walk(log(), explained.entities, &frame.data);
         if (explained.story.replayed)
             name_steps(explained.story, key);
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";

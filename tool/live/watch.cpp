@@ -20,10 +20,10 @@ public:
     uint64_t now() { return target_.advance(0); }
 
 private:
-    void on_frame(const packet_options& options, const bytes& frame) override
+    void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        hook_in_detail(options, frame);
-        const flow_key key = key_of(options, frame);
+        hook_in_detail(options, frame.data);
+        const flow_key key = key_of(options, frame.data);
         if (log().find("[gpon_hash_add_node][") != std::string::npos)
             watch.rules[key] = {now(), false, 0};
         else if (log().find("]: Rule already exist!") != std::string::npos)

@@ -5,21 +5,13 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <memory>
+#include <stdexcept>
 
-#include <pcap/pcap.h>
-
-#include "tool/text/progress.h"
+#include "tool/capture/capture_file.h"
 
 namespace gponflow::omci {
 
 namespace {
-
-struct pcap_closer {
-    void operator()(pcap_t* handle) const { pcap_close(handle); }
-};
-using pcap_handle = std::unique_ptr<pcap_t, pcap_closer>;
 
 bool is_group(const mac_address& address)
 {
@@ -30,10 +22,10 @@ class reader {
 public:
     reader(int link, const std::optional<mac_address>& wanted) : link_type(link), onu(wanted) {}
 
-    void take(const pcap_pkthdr& header, const uint8_t* bytes)
+    void take(const capture_record& record)
     {
         ++cap.frames;
-        const auto payload = find_omci(link_type, {bytes, header.caplen});
+        const auto payload = find_omci(link_type, record.data);
         if (!payload) {
             ++cap.other_frames;
             return;
@@ -41,25 +33,25 @@ public:
         auto& stored = cap.storage.emplace_back(payload->bytes.begin(), payload->bytes.end());
         decoded result = decode_message(stored);
         if (!result.msg)
-            damaged(std::move(result.fault), header);
+            damaged(std::move(result.fault), record);
         else
-            keep(*result.msg, *payload);
+            keep({cap.frames, *result.msg, record.time}, *payload);
     }
 
     capture cap;
 
 private:
-    void damaged(std::string fault, const pcap_pkthdr& header)
+    void damaged(std::string fault, const capture_record& record)
     {
-        if (header.caplen < header.len)
-            fault += "; the capture holds " + std::to_string(header.caplen) + " of the frame's " +
-                     std::to_string(header.len) + " bytes";
+        if (record.data.size() < record.wire_length)
+            fault += "; the capture holds " + std::to_string(record.data.size()) +
+                     " of the frame's " + std::to_string(record.wire_length) + " bytes";
         cap.damaged.push_back({cap.frames, std::move(fault)});
     }
 
-    void keep(const message& msg, const link_payload& payload)
+    void keep(const numbered_message& item, const link_payload& payload)
     {
-        const bool from_onu = msg.acknowledgement || is_notification(msg);
+        const bool from_onu = item.msg.acknowledgement || is_notification(item.msg);
         const auto& address = from_onu ? payload.source : payload.destination;
         if (address && !is_group(*address)) {
             if (onu && *address != *onu) {
@@ -69,7 +61,7 @@ private:
             if (std::ranges::find(cap.onus, *address) == cap.onus.end())
                 cap.onus.push_back(*address);
         }
-        cap.messages.push_back({cap.frames, msg});
+        cap.messages.push_back(item);
     }
 
     int link_type;
@@ -95,33 +87,17 @@ std::string no_message(const capture& cap)
     return text;
 }
 
-// libpcap prefixes some errors with the file name; the caller adds it to all.
-std::string without_path(std::string_view error, const std::string& path)
+capture_result read_all(capture_file& from, const std::optional<mac_address>& onu)
 {
-    const std::string prefix = path + ": ";
-    return std::string(error.starts_with(prefix) ? error.substr(prefix.size()) : error);
-}
-
-capture_result read_all(pcap_t* handle, const std::optional<mac_address>& onu)
-{
-    const int link_type = pcap_datalink(handle);
-    if (!carries_omci(link_type)) {
-        const char* name = pcap_datalink_val_to_name(link_type);
-        return {std::nullopt, "link type " + std::to_string(link_type) + " (" +
-                                  (name != nullptr ? name : "unknown") + ") carries no OMCI"};
-    }
+    const int link_type = from.link_type();
+    if (!carries_omci(link_type))
+        return {std::nullopt, "link type " + std::to_string(link_type) + " (" + from.link_name() +
+                                  ") carries no OMCI"};
     reader work(link_type, onu);
-    pcap_pkthdr* header = nullptr;
-    const u_char* bytes = nullptr;
-    int status = 0;
-    reading_progress progress("the capture", pcap_file(handle));
-    while ((status = pcap_next_ex(handle, &header, &bytes)) == 1) {
-        work.take(*header, bytes);
-        progress.step();
-    }
-    if (status == PCAP_ERROR)
-        work.cap.cut_short =
-            "frame " + std::to_string(work.cap.frames + 1) + ": " + pcap_geterr(handle);
+    capture_record record;
+    while (from.next(record))
+        work.take(record);
+    work.cap.cut_short = from.cut_short();
     if (work.cap.onus.size() > 1)
         return {std::nullopt, several_onus(work.cap), true};
     if (work.cap.messages.empty() && work.cap.damaged.empty())
@@ -129,33 +105,28 @@ capture_result read_all(pcap_t* handle, const std::optional<mac_address>& onu)
     return {std::move(work.cap), {}};
 }
 
+template <typename source>
+capture_result read_from(source from, const std::optional<mac_address>& onu)
+{
+    try {
+        capture_file file(from);
+        return read_all(file, onu);
+    } catch (const std::runtime_error& why) {
+        return {std::nullopt, why.what()};
+    }
+}
+
 } // namespace
 
 capture_result read_capture(const std::string& path, const std::optional<mac_address>& onu)
 {
-    std::array<char, PCAP_ERRBUF_SIZE> error{};
-    const pcap_handle handle(pcap_open_offline(path.c_str(), error.data()));
-    if (!handle)
-        return {std::nullopt, without_path(error.data(), path)};
-    return read_all(handle.get(), onu);
+    return read_from(path, onu);
 }
 
 capture_result read_capture_bytes(std::span<const uint8_t> file,
                                   const std::optional<mac_address>& onu)
 {
-    if (file.empty())
-        return {std::nullopt, "the capture is empty"};
-    // fmemopen only reads in mode "r" despite the type of its argument.
-    FILE* stream = fmemopen(const_cast<uint8_t*>(file.data()), file.size(), "r");
-    if (stream == nullptr)
-        return {std::nullopt, std::strerror(errno)};
-    std::array<char, PCAP_ERRBUF_SIZE> error{};
-    const pcap_handle handle(pcap_fopen_offline(stream, error.data())); // owns the stream now
-    if (!handle) {
-        std::fclose(stream);
-        return {std::nullopt, error.data()};
-    }
-    return read_all(handle.get(), onu);
+    return read_from(file, onu);
 }
 
 std::string to_text(const mac_address& address)

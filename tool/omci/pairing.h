@@ -15,6 +15,7 @@ namespace gponflow::omci {
 struct numbered_message {
     size_t frame = 0;
     message msg;
+    uint64_t time = 0; ///< of the capture, nanoseconds since 1970
 };
 
 /// One request with its repetitions and response.

@@ -5,9 +5,9 @@
 #include <map>
 #include <tuple>
 
+#include "tool/capture/frame_header.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/walk_reader.h"
-#include "tool/report/frame_text.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 
@@ -69,7 +69,6 @@ public:
         for (const scenario_line& line : input.lines) {
             apply(line, data_.entities);
             source_ = input.name + ":" + std::to_string(line.line);
-            number_ = 0;
             if (const auto* capture = std::get_if<pcap_command>(&line.command))
                 start_capture(capture->file);
             const exit_status status = run({input.name, {line}}, diagnostics);
@@ -86,17 +85,17 @@ private:
         source_ = file;
         if (std::ranges::find(data_.captures, file) == data_.captures.end())
             data_.captures.push_back(file);
-        number_ = 1;
     }
 
-    void on_frame(const packet_options& options, const bytes& frame) override
+    void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        const std::string place = number_ ? source_ + " #" + std::to_string(number_++) : source_;
+        const std::string place =
+            frame.number ? source_ + " #" + std::to_string(frame.number) : source_;
         if (options.kind >= data_.directions.size()) {
             captured_run::on_frame(options, frame);
             return;
         }
-        const std::optional<hook_answer> answer = hook_in_detail(options, frame);
+        const std::optional<hook_answer> answer = hook_in_detail(options, frame.data);
         count({{options, frame}, read_walk(log(), data_.entities), answer, {}}, place);
     }
 
@@ -105,8 +104,8 @@ private:
         flow_row row;
         row.kind = explained.input.options.kind;
         row.entry = entry_text(explained.input.options);
-        row.key = key_of(explained.input.options, explained.input.frame);
-        row.type = type_text(explained.input.frame);
+        row.key = key_of(explained.input.options, explained.input.frame.data);
+        row.type = type_text(read_header(explained.input.frame));
         row.fate = fate_of(explained);
         row.outcome = outcome_of(explained, row.fate);
         row.first = place;
@@ -178,7 +177,7 @@ private:
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
-        flow.octets += explained.input.frame.size();
+        flow.octets += explained.input.frame.wire_length;
         flow.quick += explained.story.replayed;
     }
 
@@ -214,7 +213,6 @@ private:
     std::map<flow_id, size_t> flows_; ///< places in the data
     std::map<flow_key, std::vector<me_id>> learnt_ways_;
     std::string source_;
-    uint64_t number_ = 0; ///< of the frame to come in its capture; 0 outside captures
 };
 
 } // namespace

@@ -76,8 +76,8 @@ template_value drop_value(const drop_row& drop, uint64_t all_frames)
     row.set("tags", (drop.tags.empty() ? "" : "VLAN ") + to_text(drop.tags));
     row.set("first", escape(drop.first));
     row.set("explanation", text.str());
-    row.set("octets", number(drop.example.input.frame.size()));
-    row.set("dump", hex_dump(drop.example.input.frame));
+    row.set("octets", number(drop.example.input.frame.wire_length));
+    row.set("dump", hex_dump(drop.example.input.frame.data));
     return row;
 }
 

@@ -44,7 +44,7 @@ struct captured_run::visitor {
     void operator()(const hook_command& command) const
     {
         if (command.frame)
-            run.on_frame(command.options, *command.frame);
+            run.on_frame(command.options, captured_frame(*command.frame));
         else
             target.hook(command.options, nullptr);
     }
@@ -135,9 +135,9 @@ void captured_run::on_me(const me_command& command)
     send(target_, command);
 }
 
-void captured_run::on_frame(const packet_options& options, const bytes& frame)
+void captured_run::on_frame(const packet_options& options, const captured_frame& frame)
 {
-    target_.hook(options, &frame);
+    target_.hook(options, &frame.data);
 }
 
 } // namespace gponflow

@@ -51,7 +51,7 @@ public:
 protected:
     virtual void on_load();
     virtual void on_me(const me_command& command);
-    virtual void on_frame(const packet_options& options, const bytes& frame);
+    virtual void on_frame(const packet_options& options, const captured_frame& frame);
     /// Called after every command except hook calls: the state of the module may have changed.
     virtual void on_change() {}
 

@@ -2,21 +2,31 @@
 // The frames of capture files.
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
+#include <string>
 #include <vector>
 
+#include "tool/capture/ethernet.h"
 #include "tool/scenario/command.h"
 #include "tool/text/diagnostic.h"
 
 namespace gponflow {
 
-/// The first `most` frames of a pcap or pcapng file of Ethernet frames, with the captured bytes of
-/// each. The rest of the file is not read. Throws std::runtime_error with the reason.
-std::vector<bytes> read_capture(const std::filesystem::path& file, size_t most = SIZE_MAX);
+/// The Ethernet frames among the first `most` frames of a pcap or pcapng file; "-" is standard
+/// input. The rest of the file is not read. Throws std::runtime_error with the reason.
+ethernet_capture read_capture(const std::string& file, size_t most = SIZE_MAX);
+
+struct capture_diagnostics {
+    std::vector<diagnostic> errors;   ///< the capture cannot be used
+    std::vector<diagnostic> warnings; ///< a part of it is used
+};
 
 /// Reads the files of all pcap commands into them. Relative paths start at the folder of the
 /// scenario file, or at the working directory for a scenario from standard input.
-std::vector<diagnostic> read_captures(scenario& into);
+capture_diagnostics read_captures(scenario& into);
+
+/// Reads one file into a command. Returns the warnings, and marks the scenario as incomplete if the
+/// capture ends early or has no frame. Throws as read_capture.
+std::vector<std::string> fill_capture(pcap_command& command, const std::string& file,
+                                      scenario& owner);
 
 } // namespace gponflow

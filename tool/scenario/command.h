@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "tool/capture/captured_frame.h"
 #include "tool/model/omci_command.h"
 
 namespace gponflow {
@@ -72,7 +73,7 @@ struct fault_command {
 struct pcap_command {
     std::string file; ///< as written in the scenario
     packet_options options;
-    std::vector<bytes> frames; ///< filled by read_captures
+    std::vector<captured_frame> frames; ///< filled by read_captures
 };
 
 struct expectation {
@@ -104,6 +105,7 @@ struct scenario_line {
 struct scenario {
     std::string name; ///< of the file, "-" for standard input
     std::vector<scenario_line> lines;
+    bool incomplete = false; ///< a capture is damaged or empty: the results are those of a part
 };
 
 } // namespace gponflow

@@ -16,12 +16,12 @@ namespace {
 // A file of another kind has an error in every line.
 constexpr size_t most_printed = 20;
 
-void print(const std::vector<diagnostic>& errors, std::ostream& to)
+void print(const std::vector<diagnostic>& errors, const char* noun, std::ostream& to)
 {
     for (size_t i = 0; i < std::min(errors.size(), most_printed); ++i)
         to << errors[i].text() << '\n';
     if (errors.size() > most_printed)
-        to << errors[0].file << ": " << errors.size() - most_printed << " more errors\n";
+        to << errors[0].file << ": " << errors.size() - most_printed << " more " << noun << '\n';
 }
 
 } // namespace
@@ -36,10 +36,11 @@ std::optional<scenario> open_scenario(const std::string& file, std::ostream& dia
         return {};
     }
     parse_result parsed = parse_scenario(text, file);
-    std::vector<diagnostic> captures = read_captures(parsed.input);
-    std::ranges::move(captures, std::back_inserter(parsed.errors));
+    capture_diagnostics captures = read_captures(parsed.input);
+    std::ranges::move(captures.errors, std::back_inserter(parsed.errors));
     std::ranges::stable_sort(parsed.errors, {}, &diagnostic::line);
-    print(parsed.errors, diagnostics);
+    print(captures.warnings, "warnings", diagnostics);
+    print(parsed.errors, "errors", diagnostics);
     if (!parsed.errors.empty())
         return {};
     return std::move(parsed.input);

@@ -78,8 +78,8 @@ private:
     void execute(const pcap_command& command)
     {
         size_t ok = 0;
-        for (const bytes& frame : command.frames) {
-            const std::optional<hook_answer> answer = call_hook(command.options, &frame);
+        for (const captured_frame& frame : command.frames) {
+            const std::optional<hook_answer> answer = call_hook(command.options, &frame.data);
             if (answer && answer->api_result == 0)
                 ++ok;
         }
@@ -179,7 +179,7 @@ exit_status run_scenario(const scenario& input, backend& target, std::ostream& o
         if (runner.panicked())
             break;
     }
-    return runner.all_held() ? status_ok : status_failed;
+    return runner.all_held() && !input.incomplete ? status_ok : status_failed;
 }
 
 } // namespace gponflow

@@ -36,10 +36,20 @@ std::string read_all(std::FILE* stream)
 
 } // namespace
 
+void claim_standard_input()
+{
+    static bool claimed = false;
+    if (claimed)
+        throw std::runtime_error("standard input is named for two inputs");
+    claimed = true;
+}
+
 std::string read_source_text(const std::string& file)
 {
-    if (file == "-")
+    if (file == "-") {
+        claim_standard_input();
         return read_all(stdin);
+    }
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
                                                                  std::fclose);
     if (!stream)

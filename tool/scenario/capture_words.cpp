@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/report/captures.h"
+#include "tool/scenario/capture_words.h"
 
 #include <optional>
+#include <ostream>
 #include <stdexcept>
+#include <utility>
 
+#include "tool/capture/capture_file.h"
 #include "tool/scenario/captures.h"
 #include "tool/scenario/parse.h"
 #include "tool/text/pattern.h"
@@ -40,21 +43,23 @@ std::string command_text(const std::string& word)
 
 } // namespace
 
-std::vector<scenario_line> capture_lines(const std::vector<std::string>& words)
+void append_captures(const std::vector<std::string>& words, scenario& into,
+                     std::ostream& diagnostics)
 {
-    std::vector<scenario_line> lines;
     for (const std::string& word : words) {
-        // Parsed as from standard input: relative names are relative to the working directory.
         parse_result parsed = parse_scenario(command_text(word), "-");
-        std::vector<diagnostic> errors = std::move(parsed.errors);
-        if (errors.empty())
-            errors = read_captures(parsed.input);
-        if (!errors.empty())
-            throw std::runtime_error("--pcap " + word + ": " + errors.front().message);
-        for (scenario_line& line : parsed.input.lines)
-            lines.push_back(std::move(line));
+        if (!parsed.errors.empty())
+            throw std::runtime_error("--pcap " + word + ": " + parsed.errors.front().message);
+        scenario_line& line = parsed.input.lines.front();
+        auto& command = std::get<pcap_command>(line.command);
+        try {
+            for (const std::string& text : fill_capture(command, command.file, into))
+                diagnostics << capture_title(command.file) << ": warning: " << text << '\n';
+        } catch (const std::runtime_error& why) {
+            throw std::runtime_error(capture_title(command.file) + ": " + why.what());
+        }
+        into.lines.push_back(std::move(line));
     }
-    return lines;
 }
 
 } // namespace gponflow

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
-#include "tool/report/captures.h"
+#include "tool/scenario/capture_words.h"
 
 namespace gponflow {
 
@@ -12,21 +13,28 @@ namespace {
 
 pcap_command only_capture(const std::string& word)
 {
-    const std::vector<scenario_line> lines = capture_lines({word});
-    return lines.size() == 1 ? std::get<pcap_command>(lines[0].command) : pcap_command{};
+    scenario input;
+    std::ostringstream diagnostics;
+    append_captures({word}, input, diagnostics);
+    EXPECT_EQ(diagnostics.str(), "");
+    EXPECT_FALSE(input.incomplete);
+    return input.lines.size() == 1 ? std::get<pcap_command>(input.lines[0].command)
+                                   : pcap_command{};
 }
 
 std::string complaint_about(const std::string& word)
 {
     try {
-        capture_lines({word});
+        scenario input;
+        std::ostringstream diagnostics;
+        append_captures({word}, input, diagnostics);
     } catch (const std::runtime_error& why) {
         return why.what();
     }
     return "";
 }
 
-TEST(capture_lines, takes_options_behind_commas)
+TEST(append_captures, takes_options_behind_commas)
 {
     const pcap_command one = only_capture("captures/upstream-uni2.pcap,kind=up_uni,port=2");
     EXPECT_EQ(one.file, "captures/upstream-uni2.pcap");
@@ -35,13 +43,13 @@ TEST(capture_lines, takes_options_behind_commas)
     EXPECT_EQ(one.frames.size(), 62u);
 }
 
-TEST(capture_lines, frames_leave_towards_the_ani_without_a_kind)
+TEST(append_captures, frames_leave_towards_the_ani_without_a_kind)
 {
     EXPECT_EQ(only_capture("captures/upstream-uni2.pcap").options.kind, 1u);
     EXPECT_EQ(only_capture("captures/upstream-uni2.pcap,gem=7").options.gem, 7u);
 }
 
-TEST(capture_lines, a_name_may_hold_commas_quotes_and_blanks)
+TEST(append_captures, a_name_may_hold_commas_quotes_and_blanks)
 {
     const auto odd = std::filesystem::temp_directory_path() / "a, \"b\" \\c.pcap";
     std::filesystem::copy_file("captures/upstream-uni2.pcap", odd,
@@ -52,9 +60,9 @@ TEST(capture_lines, a_name_may_hold_commas_quotes_and_blanks)
     std::filesystem::remove(odd);
 }
 
-TEST(capture_lines, errors_name_the_fault)
+TEST(append_captures, errors_name_the_fault)
 {
-    EXPECT_TRUE(complaint_about("absent.pcap").starts_with("--pcap absent.pcap: "));
+    EXPECT_TRUE(complaint_about("absent.pcap").starts_with("absent.pcap: "));
     EXPECT_NE(complaint_about("captures/upstream-uni2.pcap,kind=sideways").find("sideways"),
               std::string::npos);
     EXPECT_NE(complaint_about("captures/upstream-uni2.pcap,speed=9").find("speed"),

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/capture/capture_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include <pcap/pcap.h>
+
+#include "tool/text/progress.h"
+#include "tool/text/source_text.h"
+
+namespace gponflow {
+
+namespace {
+
+[[noreturn]] void fail()
+{
+    throw std::runtime_error(std::generic_category().message(errno));
+}
+
+// Opened here: libpcap prefixes its errors with the name, and the caller does too.
+std::FILE* open_stream(const std::string& path)
+{
+    if (path == "-") {
+        claim_standard_input();
+        return stdin;
+    }
+    std::error_code unknown;
+    if (std::filesystem::is_directory(path, unknown)) {
+        errno = EISDIR;
+        fail();
+    }
+    std::FILE* stream = std::fopen(path.c_str(), "rb");
+    if (stream == nullptr)
+        fail();
+    return stream;
+}
+
+std::FILE* open_memory(std::span<const uint8_t> contents)
+{
+    if (contents.empty())
+        throw std::runtime_error("the capture is empty");
+    // fmemopen only reads in mode "r" despite the type of its argument.
+    std::FILE* stream = fmemopen(const_cast<uint8_t*>(contents.data()), contents.size(), "r");
+    if (stream == nullptr)
+        fail();
+    return stream;
+}
+
+pcap_t* open_capture(std::FILE* stream)
+{
+    std::array<char, PCAP_ERRBUF_SIZE> reason{};
+    pcap_t* opened =
+        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, reason.data());
+    if (opened != nullptr)
+        return opened;
+    if (stream != stdin)
+        std::fclose(stream);
+    throw std::runtime_error(reason.data());
+}
+
+} // namespace
+
+struct capture_file::handle {
+    handle(std::FILE* stream, const std::string& title)
+        : pcap(open_capture(stream)), progress(title, pcap_file(pcap))
+    {
+    }
+    ~handle() { pcap_close(pcap); }
+    handle(const handle&) = delete;
+    handle& operator=(const handle&) = delete;
+
+    pcap_t* pcap;
+    reading_progress progress;
+};
+
+capture_file::capture_file(const std::string& path)
+    : handle_(std::make_unique<handle>(open_stream(path), capture_title(path)))
+{
+}
+
+capture_file::capture_file(std::span<const uint8_t> contents)
+    : handle_(std::make_unique<handle>(open_memory(contents), "the capture"))
+{
+}
+
+capture_file::~capture_file() = default;
+
+int capture_file::link_type() const
+{
+    return pcap_datalink(handle_->pcap);
+}
+
+std::string capture_file::link_name() const
+{
+    const char* name = pcap_datalink_val_to_name(link_type());
+    return name != nullptr ? name : "unknown";
+}
+
+bool capture_file::next(capture_record& into)
+{
+    constexpr uint64_t nanoseconds = 1000000000;
+    pcap_pkthdr* header = nullptr;
+    const u_char* data = nullptr;
+    const int status = cut_short_.empty() ? pcap_next_ex(handle_->pcap, &header, &data) : 0;
+    if (status != 1) {
+        if (status == PCAP_ERROR)
+            cut_short_ = "frame " + std::to_string(count_ + 1) + ": " + pcap_geterr(handle_->pcap);
+        return false;
+    }
+    ++count_;
+    into.data = {data, header->caplen};
+    into.wire_length = std::max<size_t>(header->len, header->caplen);
+    // A damaged file may have a time before 1970.
+    into.time = static_cast<uint64_t>(header->ts.tv_sec) * nanoseconds +
+                static_cast<uint64_t>(header->ts.tv_usec);
+    handle_->progress.step();
+    return true;
+}
+
+std::string capture_title(const std::string& path)
+{
+    return path == "-" ? "standard input" : path;
+}
+
+} // namespace gponflow

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Reads pcap and pcapng files with libpcap.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace gponflow {
+
+/// One record of a capture.
+struct capture_record {
+    std::span<const uint8_t> data; ///< with its link-layer header; valid until the next record
+    size_t wire_length = 0;        ///< with its link-layer header; at least data.size()
+    uint64_t time = 0;             ///< nanoseconds since 1970
+};
+
+/// A capture that is read record by record. A damaged or truncated file yields the records before
+/// the damage.
+class capture_file {
+public:
+    /// Opens a file; "-" is standard input. Throws std::runtime_error with the reason.
+    explicit capture_file(const std::string& path);
+    /// A capture in memory, which must outlive this object.
+    explicit capture_file(std::span<const uint8_t> contents);
+    ~capture_file();
+    capture_file(const capture_file&) = delete;
+    capture_file& operator=(const capture_file&) = delete;
+
+    /// DLT_EN10MB, DLT_LINUX_SLL, ... of all records.
+    int link_type() const;
+    /// "EN10MB", "LINUX_SLL", ...; "unknown" without a name.
+    std::string link_name() const;
+
+    /// Reads the next record; false at the end.
+    bool next(capture_record& into);
+    /// Records that were read.
+    size_t count() const { return count_; }
+    /// Why reading stopped before the end of the file; empty otherwise.
+    const std::string& cut_short() const { return cut_short_; }
+
+private:
+    struct handle;
+
+    std::unique_ptr<handle> handle_;
+    size_t count_ = 0;
+    std::string cut_short_;
+};
+
+/// The name of a capture in messages: "standard input" for "-".
+std::string capture_title(const std::string& path);
+
+} // namespace gponflow

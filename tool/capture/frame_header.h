@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The headers of a frame for people. The walk reads them by its own rules.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "tool/capture/captured_frame.h"
+#include "tool/text/json_document.h"
+
+namespace gponflow {
+
+struct header_tag {
+    uint16_t tpid = 0;
+    uint16_t tci = 0;
+
+    unsigned vlan() const { return tci & 0xfff; }
+    unsigned priority() const { return tci >> 13; }
+};
+
+/// The fields that a frame has and its capture holds.
+struct frame_header {
+    size_t length = 0;       ///< on the wire
+    std::string destination; ///< MAC address; empty if it is not in the capture
+    std::string source;
+    std::vector<header_tag> tags; ///< outermost first
+    std::optional<uint16_t> type; ///< EtherType behind the tags
+    std::optional<uint8_t> protocol;
+    std::optional<uint8_t> dscp;
+    std::string from; ///< IP address, with the port after a colon if there is one
+    std::string to;
+    bool cut = false; ///< a field that the walk reads is not in the capture
+};
+
+frame_header read_header(const captured_frame& frame);
+
+/// "IPv4 UDP", "ARP", "type 0x88cc"; "type not in the capture" if the frame was cut before.
+std::string type_text(const frame_header& header);
+
+/// "VLAN 300 priority 6", outer tag first; "untagged".
+std::string tags_text(const frame_header& header);
+
+/// All in one line: addresses, tags, protocol, length.
+std::string header_text(const frame_header& header);
+
+/// The same as an object (definition "frame" of the schemas).
+json header_json(const frame_header& header);
+
+} // namespace gponflow
