@@ -12,13 +12,13 @@ guest_table() {
 show_guest_figures() {
     echo
     guest_table "$1" | sed '/^|---/d; s/\*\*//g' | column -t -s '|'
-    jq -r '"  instructions of a frame, repeated within \(.spread_percent) %, Linux \(.kernel)"' "$1"
+    jq -r '"  instructions of a frame, repeats within \(.spread_percent) %, Linux \(.kernel)"' "$1"
 }
 
 guest_section() {
     guest_table "$@"
     echo
-    jq -r '"\(.arch): Linux \(.kernel), g++ \(.compiler); repeated figures differ by at most " +
+    jq -r '"\(.arch): Linux \(.kernel), g++ \(.compiler); repeats of a case differ by at most " +
         "\(.spread_percent) %.\n"' "$@"
     echo "Measured by \`./run bench-kernel $(jq -rs 'map(.arch) | join(" ")' "$@") --write\`."
 }

@@ -7,7 +7,8 @@
 # standard output. WORDs go to the kernel's command line: NAME=VALUE becomes a variable of init.
 # GPON_GUEST_SECONDS limits the time, GPON_KERNEL_IMAGE boots another kernel, GPON_GUEST_MEMORY is
 # the memory in MiB. With GPON_GUEST_CLOCK=instructions the guest's clock counts instructions of one
-# processor, and idle time passes at once.
+# processor, and idle time passes at once; nothing in the guest is random, so each boot of the same
+# files counts the same. GPON_GUEST_SEED is the seed of the guest's random numbers.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -55,7 +56,10 @@ kvm_works() {
 machine() {
     local accel=(-accel "tcg,thread=multi" -smp 2)
     if [ "${GPON_GUEST_CLOCK:-}" = instructions ]; then
-        accel=(-accel "tcg,thread=single" -smp 1 -icount "shift=0,sleep=off")
+        accel=(-accel "tcg,thread=single" -smp 1 -icount "shift=0,sleep=off"
+            -seed "${GPON_GUEST_SEED:-1}" -rtc "base=2024-01-01,clock=vm")
+        # Copies to and from a stack cost more or less with its alignment.
+        words="norandmaps randomize_kstack_offset=off"
     fi
     case $arch in
     arm64)
@@ -79,11 +83,12 @@ machine() {
     image=${GPON_KERNEL_IMAGE:-$image}
 }
 
+words=''
 machine
 status=0
 timeout --foreground "${GPON_GUEST_SECONDS:-300}" "${qemu[@]}" -m "${GPON_GUEST_MEMORY:-512}" \
     -display none -nodefaults -no-reboot -serial stdio \
     -kernel "$image" -initrd "$initramfs" \
-    -append "console=$console panic=-1 quiet log_buf_len=8M $*" </dev/null || status=$?
+    -append "console=$console panic=-1 quiet log_buf_len=8M $words $*" </dev/null || status=$?
 [ "$status" != 124 ] || echo "@@ the guest was stopped after ${GPON_GUEST_SECONDS:-300} s"
 exit "$status"

@@ -49,7 +49,7 @@ if [ -n "$check$update" ]; then
     for arch in "${archs[@]}"; do
         figures+=("$GPON_BUILD_DIR/bench/guest-guard-$arch.json")
         step "guard-$arch" boot_bench "$arch" "${figures[-1]}" \
-            ways=bridge,gpon_flow frames=1600 repeats=1
+            ways=bridge,gpon_flow counts=8 frames=800 repeats=1
     done
     [ -z "$update" ] || python3 scripts/kernel/guest-figures.py update "$baseline" "${figures[@]}"
     [ -z "$check" ] || python3 scripts/kernel/guest-figures.py check "$baseline" "${figures[@]}"
