@@ -1,0 +1,439 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Frames worked out by hand: in the comments S is the outer and C the inner tag of the received
+// frame, written VLAN:priority, and the tags of a frame are written from the outer to the inner
+// one.
+#include <gtest/gtest.h>
+
+#include "tests/tagging/rows.h"
+#include "tool/tagging/apply.h"
+
+namespace gponflow {
+
+namespace {
+
+std::string up(const tag_operation& operation, const octets& frame)
+{
+    const tag_rewriting done = rewrite_upstream(operation, frame);
+    if (done.outcome == tag_outcome::discarded)
+        return "discarded by " + done.row;
+    if (done.outcome == tag_outcome::unknown)
+        return "unknown: " + done.why;
+    return tags_text(done.frame);
+}
+
+std::string down(const tag_operation& operation, const octets& frame)
+{
+    const tag_rewriting done = rewrite_downstream(operation, frame);
+    if (done.outcome == tag_outcome::discarded)
+        return "discarded by " + done.row;
+    if (done.outcome == tag_outcome::unknown)
+        return "unknown: " + done.why;
+    return tags_text(done.frame);
+}
+
+// Treatments as G.988 table 9.3.13-1 lists them.
+
+// untagged -> 100:3
+TEST(tagging_upstream, untagged_gets_a_tag)
+{
+    const tag_operation op = table_of({untagged_row(0, add_nothing, {3, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({})), "VLAN 100 priority 3");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 3)})), "untagged");
+    // Another priority or VLAN is not what the row produces: the default row passes it.
+    EXPECT_EQ(down(op, frame_with({vlan(100, 4)})), "VLAN 100 priority 4");
+    EXPECT_EQ(down(op, frame_with({vlan(101, 3)})), "VLAN 101 priority 3");
+}
+
+// untagged -> 10:1 (outer), 100:3 (inner)
+TEST(tagging_upstream, untagged_gets_two_tags)
+{
+    const tag_operation op = table_of({untagged_row(0, {1, 10, 4}, {3, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({})), "VLAN 10 priority 1, VLAN 100 priority 3");
+    EXPECT_EQ(down(op, frame_with({vlan(10, 1), vlan(100, 3)})), "untagged");
+}
+
+// The bytes of the example of a tag: 8100, then priority 3 = 011, DEI 0, VID 100 = 0x064: 6064.
+TEST(tagging_upstream, the_bytes_of_an_added_tag)
+{
+    const tag_operation op = table_of({untagged_row(0, add_nothing, {3, 100, 4})});
+    const octets frame = frame_with({});
+    const octets done = rewrite_upstream(op, frame).frame;
+    ASSERT_EQ(done.size(), frame.size() + 4);
+    EXPECT_EQ(octets(done.begin() + 12, done.begin() + 18),
+              (octets{0x81, 0x00, 0x60, 0x64, 0x08, 0x00}));
+    EXPECT_EQ(rewrite_downstream(op, done).frame, frame);
+}
+
+// C 5:2 -> 100:6, 5:2
+TEST(tagging_upstream, a_tag_is_added_outside_the_single_one)
+{
+    const tag_operation op = table_of({single_row(any_tag, 0, add_nothing, {6, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})), "VLAN 100 priority 6, VLAN 5 priority 2");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 6), vlan(5, 2)})), "VLAN 5 priority 2");
+}
+
+// C 5:2 -> 10:0, 100:2, 5:2
+TEST(tagging_upstream, two_tags_are_added_outside_the_single_one)
+{
+    const tag_operation op =
+        table_of({single_row(any_tag, 0, {0, 10, 4}, {copy_inner_priority, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})),
+              "VLAN 10 priority 0, VLAN 100 priority 2, VLAN 5 priority 2");
+}
+
+// C 5:2 -> 100:2. Downstream 100:2 -> 5:2, and 100:4 -> 5:4 because the priority is copied.
+TEST(tagging_upstream, the_vlan_is_translated_and_the_priority_copied)
+{
+    const tag_operation op =
+        table_of({single_row({8, 5, 0}, 1, add_nothing, {copy_inner_priority, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})), "VLAN 100 priority 2");
+    EXPECT_EQ(up(op, frame_with({vlan(6, 2)})), "VLAN 6 priority 2");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 2)})), "VLAN 5 priority 2");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 4)})), "VLAN 5 priority 4");
+}
+
+// C 5:2 -> 5:7: the VLAN is copied, the priority is set.
+TEST(tagging_upstream, the_priority_is_changed_and_the_vlan_copied)
+{
+    const tag_operation op =
+        table_of({single_row(any_tag, 1, add_nothing, {7, copy_inner_vid, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})), "VLAN 5 priority 7");
+    // The priority before is not known downstream: it becomes 0.
+    EXPECT_EQ(down(op, frame_with({vlan(5, 7)})), "VLAN 5 priority 0");
+}
+
+// C 5:2 -> untagged. Downstream untagged -> 5:0, with the VLAN of the filter.
+TEST(tagging_upstream, a_tag_is_removed)
+{
+    const tag_operation op = table_of({single_row({8, 5, 0}, 1, add_nothing, add_nothing)});
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})), "untagged");
+    // The default row of untagged frames comes after it.
+    EXPECT_EQ(down(op, frame_with({})), "VLAN 5 priority 0");
+}
+
+// S 10:1, C 5:2 -> 100:1, 5:2: only the outer tag is replaced.
+TEST(tagging_upstream, the_outer_of_two_tags_is_translated)
+{
+    const tag_operation op =
+        table_of({double_row({8, 10, 0}, any_tag, 1, add_nothing, {copy_outer_priority, 100, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(10, 1), vlan(5, 2)})),
+              "VLAN 100 priority 1, VLAN 5 priority 2");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 1), vlan(5, 2)})),
+              "VLAN 10 priority 1, VLAN 5 priority 2");
+}
+
+// S 10:1, C 5:2 -> 20:3, 6:4: both tags are replaced.
+TEST(tagging_upstream, both_tags_are_translated)
+{
+    const tag_operation op =
+        table_of({double_row({1, 10, 0}, {2, 5, 0}, 2, {3, 20, 4}, {4, 6, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(10, 1), vlan(5, 2)})),
+              "VLAN 20 priority 3, VLAN 6 priority 4");
+    EXPECT_EQ(down(op, frame_with({vlan(20, 3), vlan(6, 4)})),
+              "VLAN 10 priority 1, VLAN 5 priority 2");
+}
+
+// S 10:1, C 5:2 -> 5:2, 10:1: the tags are swapped, both ways.
+TEST(tagging_upstream, both_tags_are_swapped)
+{
+    const tag_operation op =
+        table_of({double_row(any_tag, any_tag, 2, {copy_inner_priority, copy_inner_vid, 0},
+                             {copy_outer_priority, copy_outer_vid, 1})});
+    const octets frame = frame_with({vlan(10, 1, 0x88a8), vlan(5, 2)});
+    EXPECT_EQ(up(op, frame), "VLAN 5 priority 2, VLAN 10 priority 1 (0x88a8)");
+    EXPECT_EQ(down(op, rewrite_upstream(op, frame).frame),
+              "VLAN 10 priority 1 (0x88a8), VLAN 5 priority 2");
+}
+
+// S 10:1, C 5:2 -> C 5:2, and -> untagged.
+TEST(tagging_upstream, one_or_both_of_two_tags_are_removed)
+{
+    const octets frame = frame_with({vlan(10, 1), vlan(5, 2)});
+    EXPECT_EQ(up(table_of({double_row(any_tag, any_tag, 1, add_nothing, add_nothing)}), frame),
+              "VLAN 5 priority 2");
+    EXPECT_EQ(up(table_of({double_row(any_tag, any_tag, 2, add_nothing, add_nothing)}), frame),
+              "untagged");
+}
+
+// A third tag inside stays: 10:1, 5:2, 7:3 -> 100:1, 5:2, 7:3.
+TEST(tagging_upstream, tags_below_the_second_stay)
+{
+    const tag_operation op =
+        table_of({double_row(any_tag, any_tag, 1, add_nothing, {copy_outer_priority, 100, 4})});
+    const octets frame = frame_with({vlan(10, 1), vlan(5, 2), vlan(7, 3)});
+    EXPECT_EQ(up(op, frame), "VLAN 100 priority 1, VLAN 5 priority 2, VLAN 7 priority 3");
+    EXPECT_EQ(tags_text(rewrite_downstream(op, rewrite_upstream(op, frame).frame).frame),
+              "VLAN 0 priority 1, VLAN 5 priority 2, VLAN 7 priority 3");
+}
+
+TEST(tagging_upstream, a_row_may_discard)
+{
+    tag_row drop = single_row({8, 666, 0}, discard_frame, add_nothing, add_nothing);
+    const tag_operation op = table_of({drop});
+    EXPECT_EQ(up(op, frame_with({vlan(666)})), "discarded by single-tagged, VLAN 666: discard");
+    EXPECT_EQ(up(op, frame_with({vlan(667)})), "VLAN 667 priority 0");
+}
+
+// Default rows that discard, as OLTs often set them: only the listed VLAN passes.
+TEST(tagging_upstream, default_rows_come_last)
+{
+    tag_row rest = single_row({default_rule, any_vid, 0}, discard_frame, add_nothing, add_nothing);
+    tag_row rest_of_double = double_row({default_rule, any_vid, 0}, {default_rule, any_vid, 0},
+                                        discard_frame, add_nothing, add_nothing);
+    const tag_operation op =
+        table_of({rest, rest_of_double,
+                  single_row({8, 100, 0}, 1, add_nothing, {copy_inner_priority, 100, 0})});
+    EXPECT_EQ(up(op, frame_with({vlan(100, 5)})), "VLAN 100 priority 5");
+    EXPECT_EQ(up(op, frame_with({vlan(101)})), "discarded by other single-tagged: discard");
+    EXPECT_EQ(up(op, frame_with({vlan(100), vlan(5)})),
+              "discarded by other double-tagged: discard");
+    EXPECT_EQ(up(op, frame_with({})), "untagged");
+}
+
+// VLAN 100 alone, VLAN 100 with priority 3, priority 3 alone: each frame takes the most specific.
+TEST(tagging_upstream, the_most_specific_row_wins)
+{
+    const tag_operation op = table_of({single_row({8, 100, 0}, 1, add_nothing, {0, 201, 4}),
+                                       single_row({3, 100, 0}, 1, add_nothing, {0, 202, 4}),
+                                       single_row({3, any_vid, 0}, 1, add_nothing, {0, 203, 4}),
+                                       single_row(any_tag, 1, add_nothing, {0, 204, 4})});
+    EXPECT_EQ(up(op, frame_with({vlan(100, 1)})), "VLAN 201 priority 0");
+    EXPECT_EQ(up(op, frame_with({vlan(100, 3)})), "VLAN 202 priority 0");
+    EXPECT_EQ(up(op, frame_with({vlan(99, 3)})), "VLAN 203 priority 0");
+    EXPECT_EQ(up(op, frame_with({vlan(99, 1)})), "VLAN 204 priority 0");
+}
+
+TEST(tagging_upstream, rows_distinguish_ethertypes)
+{
+    tag_row ip = untagged_row(0, add_nothing, {0, 10, 4});
+    ip.ethertype = 1;
+    tag_row pppoe = untagged_row(0, add_nothing, {0, 20, 4});
+    pppoe.ethertype = 2;
+    tag_row arp = untagged_row(0, add_nothing, {0, 30, 4});
+    arp.ethertype = 3;
+    tag_row ipv6 = untagged_row(0, add_nothing, {0, 40, 4});
+    ipv6.ethertype = 4;
+    const tag_operation op =
+        table_of({untagged_row(0, add_nothing, {0, 50, 4}), ip, pppoe, arp, ipv6});
+    EXPECT_EQ(up(op, frame_with({}, 0x0800)), "VLAN 10 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x8863)), "VLAN 20 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x8864)), "VLAN 20 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x0806)), "VLAN 30 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x86dd)), "VLAN 40 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x88cc)), "VLAN 50 priority 0");
+    EXPECT_EQ(down(op, frame_with({vlan(20)}, 0x8864)), "untagged");
+    EXPECT_EQ(down(op, frame_with({vlan(20)}, 0x0800)), "VLAN 20 priority 0");
+}
+
+// Codes 4 to 7 of the filter: 0x8100, input TPID, input TPID with DEI 0, with DEI 1.
+TEST(tagging_upstream, filters_compare_tpid_and_dei)
+{
+    const auto first_match = [](uint8_t code, uint16_t tpid, bool dei) {
+        tag_operation op = table_of({single_row({8, any_vid, code}, 1, add_nothing, {0, 9, 4})});
+        op.input_tpid = 0x88a8;
+        return up(op, frame_with({vlan(5, 0, tpid, dei)})) == "VLAN 9 priority 0";
+    };
+    EXPECT_TRUE(first_match(4, 0x8100, false));
+    EXPECT_FALSE(first_match(4, 0x88a8, false));
+    EXPECT_FALSE(first_match(5, 0x8100, false));
+    EXPECT_TRUE(first_match(5, 0x88a8, true));
+    EXPECT_TRUE(first_match(6, 0x88a8, false));
+    EXPECT_FALSE(first_match(6, 0x88a8, true));
+    EXPECT_FALSE(first_match(7, 0x88a8, false));
+    EXPECT_TRUE(first_match(7, 0x88a8, true));
+}
+
+// The input TPID makes a tag out of any type: 0x1234 is none without it.
+TEST(tagging_upstream, the_input_tpid_is_a_tag)
+{
+    tag_operation op = table_of({single_row({8, 5, 0}, 1, add_nothing, {0, 9, 4})});
+    const octets frame = frame_with({vlan(5, 0, 0x1234)});
+    EXPECT_EQ(rewrite_upstream(op, frame).row, "untagged: no change");
+    op.input_tpid = 0x1234;
+    EXPECT_EQ(up(op, frame), "VLAN 9 priority 0");
+}
+
+// Codes of the treatment, with S 10:1 0x88a8 DEI 1, C 5:2 0x8100 DEI 0 and the output TPID 0x9100.
+TEST(tagging_upstream, treatments_choose_tpid_and_dei)
+{
+    const auto added = [](uint8_t code) {
+        tag_operation op = table_of({double_row(any_tag, any_tag, 2, add_nothing, {0, 7, code})});
+        op.output_tpid = 0x9100;
+        return up(op, frame_with({vlan(10, 1, 0x88a8, true), vlan(5, 2)}));
+    };
+    EXPECT_EQ(added(0), "VLAN 7 priority 0");
+    EXPECT_EQ(added(1), "VLAN 7 priority 0 DEI (0x88a8)");
+    EXPECT_EQ(added(2), "VLAN 7 priority 0 (0x9100)");
+    EXPECT_EQ(added(3), "VLAN 7 priority 0 DEI (0x9100)");
+    EXPECT_EQ(added(4), "VLAN 7 priority 0");
+    EXPECT_EQ(added(6), "VLAN 7 priority 0 (0x9100)");
+    EXPECT_EQ(added(7), "VLAN 7 priority 0 DEI (0x9100)");
+}
+
+// DSCP 46: 46 = 5 * 8 + 6, so bits 23 - 3 * 6 = 5 to 3 of the sixth 24-bit word: 5 = 101 gives
+// 0x000028.
+TEST(tagging_upstream, the_priority_comes_from_the_dscp)
+{
+    tag_operation op = table_of({untagged_row(0, add_nothing, {priority_of_dscp, 100, 4})});
+    op.dscp_map[17] = 0x28;
+    EXPECT_EQ(up(op, frame_with({})), "VLAN 100 priority 5");
+    EXPECT_EQ(up(op, frame_with({}, 0x0806)), "VLAN 100 priority 0");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 5)})), "untagged");
+    EXPECT_EQ(down(op, frame_with({vlan(100, 1)})), "untagged");
+}
+
+// An IPv6 header with traffic class 0xb8 = DSCP 46 begins 6b 80.
+TEST(tagging_upstream, the_dscp_of_ipv6_is_read)
+{
+    tag_operation op = table_of({untagged_row(0, add_nothing, {priority_of_dscp, 100, 4})});
+    op.dscp_map[17] = 0x28;
+    octets frame = frame_with({}, 0x86dd);
+    frame[14] = 0x6b;
+    frame[15] = 0x80;
+    EXPECT_EQ(up(op, frame), "VLAN 100 priority 5");
+}
+
+TEST(tagging_upstream, what_is_not_known_changes_nothing)
+{
+    const octets frame = frame_with({vlan(100)});
+    EXPECT_EQ(up({}, frame), "unknown: its table is not known");
+    EXPECT_EQ(up(table_of({single_row({8, 100, 2}, 0, add_nothing, add_nothing)}), frame),
+              "VLAN 100 priority 0");
+    EXPECT_EQ(
+        up(table_of({single_row({8, 100, 0}, 0, add_nothing, {12, 1, 4})}), frame),
+        "unknown: the row \"single-tagged, VLAN 100: add VLAN 1 with priority 12, TPID 0x8100\" "
+        "has a reserved value: inner treatment priority 12");
+    tag_row dhcp = single_row({8, 100, 0}, 0, add_nothing, {1, 1, 4});
+    dhcp.extended_criteria = 1;
+    EXPECT_EQ(
+        up(table_of({dhcp}), frame),
+        "unknown: the row \"single-tagged, VLAN 100, DHCPv4: add VLAN 1 with priority 1, TPID "
+        "0x8100\" filters on extended criteria");
+    EXPECT_EQ(up(table_of({}), octets(11)), "unknown: the frame ends within its addresses");
+    // Addresses alone are an untagged frame without EtherType.
+    EXPECT_EQ(up(table_of({}), octets(12)), "untagged");
+}
+
+// Downstream modes, with the rule C 5:2 <-> 100:6.
+tag_operation translation(uint8_t mode)
+{
+    tag_operation op = table_of({single_row({2, 5, 0}, 1, add_nothing, {6, 100, 4})});
+    op.downstream_mode = mode;
+    return op;
+}
+
+TEST(tagging_downstream, mode_0_is_the_inverse)
+{
+    EXPECT_EQ(up(translation(0), frame_with({vlan(5, 2)})), "VLAN 100 priority 6");
+    EXPECT_EQ(down(translation(0), frame_with({vlan(100, 6)})), "VLAN 5 priority 2");
+    EXPECT_EQ(down(translation(0), frame_with({vlan(100, 1)})), "VLAN 100 priority 1");
+}
+
+TEST(tagging_downstream, mode_1_changes_nothing)
+{
+    EXPECT_EQ(down(translation(1), frame_with({vlan(100, 6)})), "VLAN 100 priority 6");
+}
+
+// Modes 2 and 5 compare VLAN and priority, 3 and 6 the VLAN, 4 and 7 the priority; the other field
+// passes. Without a match the first of each pair passes the frame, the second discards it: default
+// rows are no match.
+TEST(tagging_downstream, modes_2_to_7_compare_vlan_priority_or_both)
+{
+    const auto outcome = [](unsigned mode, uint16_t vid, uint8_t priority) {
+        return down(translation(static_cast<uint8_t>(mode)), frame_with({vlan(vid, priority)}));
+    };
+    for (const unsigned mode : {2, 5}) {
+        EXPECT_EQ(outcome(mode, 100, 6), "VLAN 5 priority 2");
+    }
+    for (const unsigned mode : {3, 6}) {
+        EXPECT_EQ(outcome(mode, 100, 6), "VLAN 5 priority 6");
+        EXPECT_EQ(outcome(mode, 100, 1), "VLAN 5 priority 1");
+    }
+    for (const unsigned mode : {4, 7}) {
+        EXPECT_EQ(outcome(mode, 100, 6), "VLAN 100 priority 2");
+        EXPECT_EQ(outcome(mode, 101, 6), "VLAN 101 priority 2");
+    }
+    EXPECT_EQ(outcome(2, 100, 1), "VLAN 100 priority 1");
+    EXPECT_EQ(outcome(3, 101, 6), "VLAN 101 priority 6");
+    EXPECT_EQ(outcome(4, 100, 1), "VLAN 100 priority 1");
+    EXPECT_EQ(outcome(5, 100, 1), "discarded by downstream mode 5: no row matches, discard");
+    EXPECT_EQ(outcome(6, 101, 6), "discarded by downstream mode 6: no row matches, discard");
+    EXPECT_EQ(outcome(7, 100, 1), "discarded by downstream mode 7: no row matches, discard");
+}
+
+TEST(tagging_downstream, mode_8_discards_and_others_are_not_defined)
+{
+    EXPECT_EQ(down(translation(8), frame_with({})), "discarded by downstream mode 8: discard");
+    EXPECT_EQ(down(translation(9), frame_with({})), "unknown: downstream mode 9 is not defined");
+    EXPECT_EQ(down({}, frame_with({})), "unknown: its table is not known");
+}
+
+// VLANs 5 and 6 both become 100: the row that is tried first defines the inverse.
+TEST(tagging_downstream, the_first_of_several_rows_is_inverted)
+{
+    const tag_operation op = table_of({single_row({8, 6, 0}, 1, add_nothing, {0, 100, 4}),
+                                       single_row({8, 5, 0}, 1, add_nothing, {0, 100, 4})});
+    EXPECT_EQ(down(op, frame_with({vlan(100)})), "VLAN 5 priority 0");
+}
+
+// Each translation of VLANs 1 to 50 by 100, with all priorities: the inverse restores the frame.
+TEST(tagging_downstream, one_to_one_translations_are_restored)
+{
+    tag_facts facts;
+    facts.default_rows = true;
+    for (uint16_t vid = 1; vid <= 50; ++vid)
+        facts.rows.push_back(
+            encode_row(single_row({8, vid, 0}, 1, add_nothing,
+                                  {copy_inner_priority, static_cast<uint16_t>(vid + 100), 0})));
+    tag_operation op;
+    apply(facts, op);
+    for (uint16_t vid = 1; vid <= 50; ++vid)
+        for (uint8_t priority = 0; priority < 8; ++priority)
+            for (const bool dei : {false, true}) {
+                const octets frame = frame_with({vlan(vid, priority, 0x8100, dei)});
+                const octets sent = rewrite_upstream(op, frame).frame;
+                EXPECT_EQ(sent, frame_with({vlan(static_cast<uint16_t>(vid + 100), priority, 0x8100,
+                                                 dei)}));
+                EXPECT_EQ(rewrite_downstream(op, sent).frame, frame);
+            }
+}
+
+// Class 78. TCI 0x6064: priority 3, VLAN 100.
+tag_operation plain(uint8_t upstream_mode, uint8_t downstream_mode)
+{
+    tag_operation op;
+    op.class_id = me_class::vtocd;
+    op.upstream_mode = upstream_mode;
+    op.upstream_tci = 0x6064;
+    op.downstream_mode = downstream_mode;
+    return op;
+}
+
+TEST(tagging_plain, upstream_modes)
+{
+    const octets untagged = frame_with({});
+    const octets tagged = frame_with({vlan(5, 2)});
+    EXPECT_EQ(up(plain(0, 0), untagged), "untagged");
+    EXPECT_EQ(up(plain(0, 0), tagged), "VLAN 5 priority 2");
+    EXPECT_EQ(up(plain(1, 0), untagged), "VLAN 100 priority 3");
+    EXPECT_EQ(up(plain(1, 0), tagged), "VLAN 100 priority 3");
+    EXPECT_EQ(up(plain(2, 0), untagged), "VLAN 100 priority 3");
+    EXPECT_EQ(up(plain(2, 0), tagged), "VLAN 100 priority 3, VLAN 5 priority 2");
+    EXPECT_EQ(up(plain(3, 0), tagged), "unknown: upstream mode 3 is not defined");
+}
+
+TEST(tagging_plain, downstream_modes)
+{
+    const octets tagged = frame_with({vlan(100, 3), vlan(5, 2)});
+    EXPECT_EQ(down(plain(2, 0), tagged), "VLAN 100 priority 3, VLAN 5 priority 2");
+    EXPECT_EQ(down(plain(2, 1), tagged), "VLAN 5 priority 2");
+    EXPECT_EQ(down(plain(2, 1), frame_with({})), "untagged");
+    EXPECT_EQ(down(plain(2, 2), tagged), "unknown: downstream mode 2 is not defined");
+    tag_operation bare;
+    bare.class_id = me_class::vtocd;
+    EXPECT_EQ(up(bare, tagged), "unknown: its attributes are not known");
+}
+
+} // namespace
+
+} // namespace gponflow

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/tagging/apply.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "tool/tagging/inverse.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t ordinary_tpid = 0x8100;
+
+using bytes = std::vector<uint8_t>;
+
+tag_rewriting unknown(std::span<const uint8_t> frame, std::string why)
+{
+    return {tag_outcome::unknown, bytes(frame.begin(), frame.end()), {}, std::move(why)};
+}
+
+tag_rewriting passed(const tagged_frame& frame, std::string row)
+{
+    return {tag_outcome::passed, frame.joined(), std::move(row), {}};
+}
+
+tag_rewriting discarded(const tagged_frame& frame, std::string row)
+{
+    return {tag_outcome::discarded, frame.joined(), std::move(row), {}};
+}
+
+bool matches(const row_tag& filter, const frame_tag& tag, uint16_t input_tpid)
+{
+    if (filter.priority < any_priority && filter.priority != tag.priority)
+        return false;
+    if (filter.vid < any_vid && filter.vid != tag.vid)
+        return false;
+    switch (filter.tpid) {
+    case 0:
+        return true;
+    case 4:
+        return tag.tpid == ordinary_tpid;
+    case 5:
+        return tag.tpid == input_tpid;
+    case 6:
+        return tag.tpid == input_tpid && !tag.dei;
+    case 7:
+        return tag.tpid == input_tpid && tag.dei;
+    default:
+        return false;
+    }
+}
+
+// A default row ignores the other fields of its filters.
+bool matches_tags(const tag_row& row, const std::vector<frame_tag>& tags, uint16_t input_tpid)
+{
+    const auto match = [&](const row_tag& filter, const frame_tag& tag) {
+        return filter.priority == default_rule || matches(filter, tag, input_tpid);
+    };
+    if (tags_of(row) != std::min<size_t>(tags.size(), 2))
+        return false;
+    if (tags_of(row) == 0)
+        return true;
+    if (tags_of(row) == 1)
+        return match(row.filter_inner, tags[0]);
+    return match(row.filter_outer, tags[0]) && match(row.filter_inner, tags[1]);
+}
+
+uint8_t mapped_priority(const tag_operation& operation, const tagged_frame& frame)
+{
+    const std::optional<uint8_t> dscp = frame.dscp();
+    if (!dscp)
+        return 0;
+    const size_t word = *dscp / 8 * 3; // 24 bits hold eight priorities
+    const auto& map = operation.dscp_map;
+    const unsigned bits = unsigned{map[word]} << 16 | unsigned{map[word + 1]} << 8 | map[word + 2];
+    return static_cast<uint8_t>(bits >> (21 - 3 * (*dscp % 8)) & 7);
+}
+
+// The tag that a treatment adds to a received frame.
+class tag_maker {
+public:
+    tag_maker(const tag_operation& operation, const tagged_frame& received)
+        : operation_(operation), received_(received)
+    {
+        // An untagged frame has nothing to copy: zeros and the ordinary TPID.
+        if (received.tags.empty())
+            return;
+        outer_ = received.tags[0];
+        inner_ = received.tags[received.tags.size() > 1 ? 1 : 0];
+    }
+
+    frame_tag make(const row_tag& treatment) const
+    {
+        frame_tag tag = tpid_and_dei(treatment.tpid);
+        tag.priority = priority(treatment);
+        tag.vid = treatment.vid == copy_inner_vid   ? inner_.vid
+                  : treatment.vid == copy_outer_vid ? outer_.vid
+                                                    : treatment.vid;
+        return tag;
+    }
+
+private:
+    uint8_t priority(const row_tag& treatment) const
+    {
+        switch (treatment.priority) {
+        case copy_inner_priority:
+            return inner_.priority;
+        case copy_outer_priority:
+            return outer_.priority;
+        case priority_of_dscp:
+            return mapped_priority(operation_, received_);
+        default:
+            return treatment.priority;
+        }
+    }
+
+    frame_tag tpid_and_dei(uint8_t code) const
+    {
+        const uint16_t output = operation_.output_tpid;
+        switch (code) {
+        case 0:
+            return {inner_.tpid, 0, inner_.dei, 0};
+        case 1:
+            return {outer_.tpid, 0, outer_.dei, 0};
+        case 2:
+            return {output, 0, inner_.dei, 0};
+        case 3:
+            return {output, 0, outer_.dei, 0};
+        case 6:
+            return {output, 0, false, 0};
+        case 7:
+            return {output, 0, true, 0};
+        default:
+            return {ordinary_tpid, 0, false, 0};
+        }
+    }
+
+    const tag_operation& operation_;
+    const tagged_frame& received_;
+    frame_tag outer_;
+    frame_tag inner_;
+};
+
+tagged_frame treated(const tag_operation& operation, const tag_row& row,
+                     const tagged_frame& received)
+{
+    const tag_maker maker(operation, received);
+    tagged_frame result = received;
+    result.tags.erase(result.tags.begin(), result.tags.begin() + row.remove);
+    if (row.inner.priority != add_no_tag)
+        result.tags.insert(result.tags.begin(), maker.make(row.inner));
+    if (row.outer.priority != add_no_tag)
+        result.tags.insert(result.tags.begin(), maker.make(row.outer));
+    return result;
+}
+
+tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> frame)
+{
+    if (!operation.table_known)
+        return unknown(frame, "its table is not known");
+    const auto received = split_frame(frame, operation.input_tpid);
+    if (!received)
+        return unknown(frame, "the frame ends within its addresses");
+    const tag_row* row = matching_row(operation, received->tags, received->ethertype());
+    if (!row)
+        return passed(*received, "no row matches: no change");
+    if (const std::string fault = fault_of(*row); !fault.empty())
+        return unknown(frame, "the row \"" + row_text(*row) + "\" has a " + fault);
+    if (row->extended_criteria != 0)
+        return unknown(frame, "the row \"" + row_text(*row) + "\" filters on extended criteria");
+    if (row->remove == discard_frame)
+        return discarded(*received, row_text(*row));
+    return passed(treated(operation, *row, *received), row_text(*row));
+}
+
+// Class 78: a new tag, or the outer tag replaced.
+tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const uint8_t> frame)
+{
+    const auto received = split_frame(frame, 0);
+    if (!received || !operation.upstream_mode)
+        return unknown(frame, received ? "its attributes are not known"
+                                       : "the frame ends within its addresses");
+    const uint8_t mode = *operation.upstream_mode;
+    const uint16_t tci = operation.upstream_tci;
+    const frame_tag tag{ordinary_tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
+                        static_cast<uint16_t>(tci & 0xfff)};
+    tagged_frame result = *received;
+    if (mode == 0)
+        return passed(result, "upstream mode 0: no change");
+    if (mode > 2)
+        return unknown(frame, "upstream mode " + std::to_string(mode) + " is not defined");
+    const bool replaced = mode == 1 && !result.tags.empty();
+    if (replaced)
+        result.tags[0] = tag;
+    else
+        result.tags.insert(result.tags.begin(), tag);
+    return passed(result, "upstream mode " + std::to_string(mode) + ": " +
+                              (replaced ? "replace the outer tag by " : "add ") +
+                              tags_text(std::vector{tag}));
+}
+
+tag_rewriting by_downstream_mode(const tag_operation& operation, std::span<const uint8_t> frame)
+{
+    const auto received = split_frame(frame, 0);
+    if (!received || !operation.upstream_mode)
+        return unknown(frame, received ? "its attributes are not known"
+                                       : "the frame ends within its addresses");
+    if (operation.downstream_mode > 1)
+        return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
+                                  " is not defined");
+    if (operation.downstream_mode == 0 || received->tags.empty())
+        return passed(*received, "downstream mode " + std::to_string(operation.downstream_mode) +
+                                     ": no change");
+    tagged_frame result = *received;
+    result.tags.erase(result.tags.begin());
+    return passed(result, "downstream mode 1: remove the outer tag");
+}
+
+// Class 171, downstream modes.
+enum downstream_mode : uint8_t {
+    inverse = 0,
+    unmodified = 1,
+    last_forwarding = 4,
+    discard_all = 8
+};
+
+downstream_match match_of(uint8_t mode)
+{
+    switch (mode) {
+    case 3:
+    case 6:
+        return {true, false};
+    case 4:
+    case 7:
+        return {false, true};
+    default:
+        return {true, true};
+    }
+}
+
+tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& received)
+{
+    const uint8_t mode = operation.downstream_mode;
+    for (const tag_row& row : operation.rows) {
+        // In the modes that look for a match, default rows are none.
+        if ((mode != inverse && is_default(row)) || !fault_of(row).empty() ||
+            !fits_ethertype(row, received.ethertype()))
+            continue;
+        const auto tags = inverse_tags(row, operation, received.tags, match_of(mode));
+        if (!tags)
+            continue;
+        tagged_frame result = received;
+        result.tags = *tags;
+        return passed(result, "inverse of " + row_text(row));
+    }
+    const std::string text = "downstream mode " + std::to_string(mode) + ": no row matches, ";
+    if (mode <= last_forwarding)
+        return passed(received, text + "no change");
+    return discarded(received, text + "discard");
+}
+
+} // namespace
+
+bool fits_ethertype(const tag_row& row, uint16_t ethertype)
+{
+    switch (row.ethertype) {
+    case 0:
+        return true;
+    case 1:
+        return ethertype == 0x0800;
+    case 2:
+        return ethertype == 0x8863 || ethertype == 0x8864;
+    case 3:
+        return ethertype == 0x0806;
+    case 4:
+        return ethertype == 0x86dd;
+    default:
+        return false;
+    }
+}
+
+const tag_row* matching_row(const tag_operation& operation, const std::vector<frame_tag>& tags,
+                            uint16_t ethertype)
+{
+    const auto found = std::ranges::find_if(operation.rows, [&](const tag_row& row) {
+        return fits_ethertype(row, ethertype) && matches_tags(row, tags, operation.input_tpid);
+    });
+    return found == operation.rows.end() ? nullptr : &*found;
+}
+
+tag_rewriting rewrite_upstream(const tag_operation& operation, std::span<const uint8_t> frame)
+{
+    return operation.class_id == me_class::evtocd ? by_table(operation, frame)
+                                                  : by_upstream_mode(operation, frame);
+}
+
+tag_rewriting rewrite_downstream(const tag_operation& operation, std::span<const uint8_t> frame)
+{
+    if (operation.class_id != me_class::evtocd)
+        return by_downstream_mode(operation, frame);
+    if (!operation.table_known)
+        return unknown(frame, "its table is not known");
+    const auto received = split_frame(frame, operation.output_tpid);
+    if (!received)
+        return unknown(frame, "the frame ends within its addresses");
+    switch (operation.downstream_mode) {
+    case unmodified:
+        return passed(*received, "downstream mode 1: no change");
+    case discard_all:
+        return discarded(*received, "downstream mode 8: discard");
+    default:
+        if (operation.downstream_mode > discard_all)
+            return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
+                                      " is not defined");
+        return by_inverse(operation, *received);
+    }
+}
+
+} // namespace gponflow

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/tagging/frame_tags.h"
+
+#include <cstdio>
+
+namespace gponflow {
+
+namespace {
+
+constexpr size_t address_bytes = 12;
+constexpr size_t tag_bytes = 4;
+constexpr uint16_t ordinary_tpid = 0x8100;
+constexpr uint16_t ipv4 = 0x0800;
+constexpr uint16_t ipv6 = 0x86dd;
+
+uint16_t word_at(std::span<const uint8_t> bytes, size_t at)
+{
+    return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
+}
+
+bool is_tpid(uint16_t type, uint16_t more)
+{
+    return type == ordinary_tpid || type == 0x88a8 || type == 0x9100 || (more != 0 && type == more);
+}
+
+frame_tag tag_of(uint16_t tpid, uint16_t tci)
+{
+    return {tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
+            static_cast<uint16_t>(tci & 0xfff)};
+}
+
+void append_word(std::vector<uint8_t>& to, uint16_t word)
+{
+    to.push_back(static_cast<uint8_t>(word >> 8));
+    to.push_back(static_cast<uint8_t>(word));
+}
+
+} // namespace
+
+uint16_t tagged_frame::ethertype() const
+{
+    return rest.size() >= 2 ? word_at(rest, 0) : uint16_t{0};
+}
+
+std::optional<uint8_t> tagged_frame::dscp() const
+{
+    // The traffic class of IPv6 is in the last four bits of the first byte and the next four.
+    if (ethertype() == ipv4 && rest.size() >= 4)
+        return static_cast<uint8_t>(rest[3] >> 2);
+    if (ethertype() == ipv6 && rest.size() >= 4)
+        return static_cast<uint8_t>(word_at(rest, 2) >> 6 & 0x3f);
+    return {};
+}
+
+std::vector<uint8_t> tagged_frame::joined() const
+{
+    std::vector<uint8_t> frame = addresses;
+    for (const frame_tag& tag : tags) {
+        append_word(frame, tag.tpid);
+        append_word(frame, static_cast<uint16_t>(tag.priority << 13 | (tag.dei ? 0x1000 : 0) |
+                                                 (tag.vid & 0xfff)));
+    }
+    frame.insert(frame.end(), rest.begin(), rest.end());
+    return frame;
+}
+
+std::optional<tagged_frame> split_frame(std::span<const uint8_t> frame, uint16_t more)
+{
+    if (frame.size() < address_bytes)
+        return {};
+    tagged_frame result;
+    result.addresses.assign(frame.begin(), frame.begin() + address_bytes);
+    frame = frame.subspan(address_bytes);
+    while (frame.size() >= tag_bytes && is_tpid(word_at(frame, 0), more)) {
+        result.tags.push_back(tag_of(word_at(frame, 0), word_at(frame, 2)));
+        frame = frame.subspan(tag_bytes);
+    }
+    result.rest.assign(frame.begin(), frame.end());
+    return result;
+}
+
+std::string tags_text(const std::vector<frame_tag>& tags)
+{
+    std::string text;
+    for (const frame_tag& tag : tags) {
+        text += (text.empty() ? "" : ", ") + std::string("VLAN ") + std::to_string(tag.vid) +
+                " priority " + std::to_string(tag.priority) + (tag.dei ? " DEI" : "");
+        char tpid[16];
+        std::snprintf(tpid, sizeof(tpid), " (0x%04x)", tag.tpid);
+        text += tag.tpid == ordinary_tpid ? "" : tpid;
+    }
+    return text.empty() ? "untagged" : text;
+}
+
+std::string tags_text(std::span<const uint8_t> frame, uint16_t more)
+{
+    const std::optional<tagged_frame> split = split_frame(frame, more);
+    return split ? tags_text(split->tags) : "too short";
+}
+
+} // namespace gponflow

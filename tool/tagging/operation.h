@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Tagging operations of a line: extended VLAN tagging operation configuration data (class 171,
+// ITU-T G.988 clause 9.3.13) and VLAN tagging operation configuration data (class 78,
+// clause 9.3.12).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "include/me_class_id.h"
+#include "tool/tagging/row.h"
+
+namespace gponflow {
+
+constexpr size_t dscp_map_bytes = 24;
+
+/// Attributes of one instance, as far as they are known.
+struct tag_operation {
+    uint16_t class_id = me_class::evtocd; ///< or vtocd
+    std::optional<uint8_t> association;   ///< type of the ME that it belongs to
+    uint16_t associated = 0;              ///< id of that ME
+
+    // Class 171.
+    uint16_t input_tpid = 0x8100;
+    uint16_t output_tpid = 0x8100;
+    std::array<uint8_t, dscp_map_bytes> dscp_map{}; ///< 64 priorities of three bits
+    std::vector<tag_row> rows;                      ///< in the order in which they are tried
+    bool table_known = false;
+
+    // Class 78.
+    std::optional<uint8_t> upstream_mode;
+    uint16_t upstream_tci = 0;
+
+    uint8_t downstream_mode = 0; ///< of either class, with different meanings
+};
+
+/// Attributes of one instance that a message or a line of a scenario sets.
+struct tag_facts {
+    uint16_t class_id = me_class::evtocd; ///< or vtocd
+    uint16_t instance = 0;
+    std::optional<uint8_t> association;
+    std::optional<uint16_t> associated;
+    std::optional<uint16_t> input_tpid;
+    std::optional<uint16_t> output_tpid;
+    std::optional<uint8_t> downstream_mode;
+    std::optional<std::array<uint8_t, dscp_map_bytes>> dscp_map;
+    bool default_rows = false; ///< the table starts with the default rows
+    std::vector<tag_row_image> rows;
+    std::optional<uint8_t> upstream_mode;
+    std::optional<uint16_t> upstream_tci;
+};
+
+/// Changes the attributes that the facts contain.
+void apply(const tag_facts& facts, tag_operation& operation);
+
+/// The rows that an ONU creates with the table: frames with 0, 1 and 2 tags pass unchanged.
+[[nodiscard]] std::vector<tag_row> default_rows();
+
+/// Applies a row that the OLT sets: it replaces the row with the same key, or deletes it.
+void set_row(tag_operation& operation, const tag_row_image& image);
+
+/// The ME that an operation belongs to: 0 if the association type is unknown or of a class that
+/// the module does not mirror.
+[[nodiscard]] uint16_t associated_class(const tag_operation& operation);
+
+/// "PPTP Ethernet UNI", "IP host config data"; "type 99" for an undefined value.
+[[nodiscard]] std::string association_name(uint16_t class_id, uint8_t association);
+
+} // namespace gponflow
