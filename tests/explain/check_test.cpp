@@ -8,8 +8,8 @@
 #include "include/packet_flow.h"
 #include "me/registry.h"
 #include "tests/explain/lines.h"
-#include "tool/model/check.h"
-#include "tool/model/check_output.h"
+#include "tool/check/check.h"
+#include "tool/check/check_output.h"
 #include "tool/model/class_records.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/open.h"
@@ -18,17 +18,30 @@ namespace gponflow {
 
 namespace {
 
-std::vector<finding> findings_of(const std::string& text)
+check_result result_of(const std::string& text, const check_options& options = {})
 {
-    return check_provisioning(final_entities(parse_good(text)));
+    return check_provisioning(final_entities(parse_good(text)), options);
 }
 
-// "kind class instance line" of each finding.
+// Without warnings: most lines of these tests are parts of a line.
+std::vector<finding> findings_of(const std::string& text)
+{
+    std::vector<finding> all = result_of(text).findings;
+    std::erase_if(all, [](const finding& one) { return one.weight == finding_weight::warning; });
+    return all;
+}
+
+std::string summary(const finding& one)
+{
+    return one.rule + " " + to_text(one.where) + " " + std::to_string(one.line);
+}
+
+// "rule class instance line" of each finding except warnings.
 std::vector<std::string> kinds_of(const std::string& text)
 {
     std::vector<std::string> result;
     for (const finding& one : findings_of(text))
-        result.push_back(one.kind + " " + to_text(one.where) + " " + std::to_string(one.line));
+        result.push_back(summary(one));
     return result;
 }
 
@@ -36,18 +49,24 @@ using names = std::vector<std::string>;
 
 TEST(check, finds_nothing_in_a_good_line)
 {
-    EXPECT_EQ(kinds_of(good_line), names{});
+    EXPECT_TRUE(result_of(good_line, {true, {}}).findings.empty());
 }
 
-TEST(check, the_subscriber_line_has_notes_only)
+TEST(check, the_subscriber_line_has_no_findings_but_capacities_on_request)
 {
-    std::ostringstream errors;
-    const auto parsed = open_scenario("scenarios/subscriber-line.scn", errors);
-    ASSERT_TRUE(parsed) << errors.str();
-    const std::vector<finding> all = check_provisioning(final_entities(*parsed));
-    EXPECT_EQ(all.size(), 8u);
-    for (const finding& one : all)
-        EXPECT_EQ(one.weight, finding_weight::note) << one.reason;
+    for (const char* file : {"scenarios/subscriber-line.scn", "scenarios/demo.scn"}) {
+        std::ostringstream errors;
+        const auto parsed = open_scenario(file, errors);
+        ASSERT_TRUE(parsed) << errors.str();
+        const line_model entities = final_entities(*parsed);
+        const check_result quiet = check_provisioning(entities, {false, silences_of(*parsed)});
+        EXPECT_TRUE(quiet.findings.empty()) << summary(quiet.findings.front());
+        EXPECT_EQ(quiet.on_request, 8u);
+        const check_result all = check_provisioning(entities, {true, silences_of(*parsed)});
+        EXPECT_EQ(all.findings.size(), 8u);
+        for (const finding& one : all.findings)
+            EXPECT_EQ(one.rule, "capacity") << one.reason;
+    }
 }
 
 TEST(check, a_pointer_to_nothing)
@@ -123,7 +142,7 @@ TEST(check, a_gem_port_towards_the_olt_below_a_multicast_point_is_a_note)
         findings_of("me create GEM_PORT_CTP 1 portID=4094 direction=1\n"
                     "me create MULTICAST_GEM_INTERWORK_TP 0x11 GemCTPInstID=1\n");
     ASSERT_EQ(all.size(), 1u);
-    EXPECT_EQ(all[0].kind, "wrong-direction");
+    EXPECT_EQ(all[0].rule, "wrong-direction");
     EXPECT_EQ(all[0].weight, finding_weight::note);
     EXPECT_EQ(to_text(all[0].where), "MULTICAST_GEM_INTERWORK_TP 0x0011");
 }
@@ -134,7 +153,7 @@ TEST(check, a_gem_port_of_no_known_direction_is_a_note)
         const std::vector<finding> all = findings_of(
             "me create GEM_PORT_CTP 1 portID=1025 direction=" + std::to_string(direction) + "\n");
         ASSERT_EQ(all.size(), 1u);
-        EXPECT_EQ(all[0].kind, "wrong-direction");
+        EXPECT_EQ(all[0].rule, "wrong-direction");
         EXPECT_EQ(all[0].weight, finding_weight::note);
     }
 }
@@ -202,28 +221,32 @@ TEST(check, counts_are_part_of_the_finding)
 {
     const auto last_line = [](const std::string& text) {
         std::ostringstream out;
-        print_findings(findings_of(text), "a.scn", out);
+        print_findings(result_of(text), "a.scn", out);
         const std::string printed = out.str().substr(0, out.str().size() - 1);
         return printed.substr(printed.rfind('\n') + 1);
     };
-    const std::string dangling = "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n";
-    EXPECT_EQ(last_line(""), "0 problems, 0 notes");
-    EXPECT_EQ(last_line(dangling), "1 problem, 0 notes");
-    EXPECT_EQ(last_line(dangling + "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=8\n"),
-              "2 problems, 0 notes");
+    const std::string dangling =
+        "me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=7 tpType=1 tpPointer=1\n";
+    EXPECT_EQ(last_line(""), "0 problems, 0 warnings, 0 notes");
+    EXPECT_EQ(last_line(dangling), "1 problem, 0 warnings, 0 notes");
+    EXPECT_EQ(last_line(dangling +
+                        "me create MAC_BRIDGE_PORT_CON_DATA 6 bridgeID=8 tpType=1 tpPointer=2\n"),
+              "2 problems, 0 warnings, 0 notes");
+    EXPECT_EQ(last_line("me create GEM_PORT_CTP 1 portID=1 direction=3\n"),
+              "0 problems, 1 warning, 0 notes");
 }
 
 TEST(check, problems_are_red_where_there_are_colours)
 {
-    const std::vector<finding> all =
-        findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
+    const check_result all =
+        result_of("me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=7 tpType=1 tpPointer=1\n");
     std::ostringstream plain;
     print_findings(all, "a.scn", plain);
     EXPECT_EQ(plain.str().find('\033'), std::string::npos);
     std::ostringstream coloured;
     print_findings(all, "a.scn", coloured, palette{true});
     EXPECT_TRUE(coloured.str().starts_with("a.scn:1: \033[31mproblem\033[0m: ")) << coloured.str();
-    EXPECT_TRUE(coloured.str().ends_with("\033[31m1 problem\033[0m, 0 notes\n"));
+    EXPECT_TRUE(coloured.str().ends_with("\033[31m1 problem\033[0m, 0 warnings, 0 notes\n"));
 }
 
 TEST(check, json_of_nothing_is_valid)
@@ -240,11 +263,13 @@ TEST(check, json_of_nothing_is_valid)
 TEST(check, json_holds_every_finding)
 {
     std::ostringstream out;
-    print_findings_json(findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn",
+    print_findings_json(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn",
                         out);
     const auto read = nlohmann::json::parse(out.str());
     EXPECT_EQ(read["problems"], 1);
-    ASSERT_EQ(read["findings"].size(), 1u);
+    EXPECT_EQ(read["schema"], "gponflow-check-1");
+    EXPECT_EQ(read["warnings"], 1);
+    ASSERT_EQ(read["findings"].size(), 2u);
     EXPECT_EQ(read["findings"][0]["class_id"], 266);
     EXPECT_EQ(read["findings"][0]["instance"], 0x11);
     EXPECT_EQ(read["findings"][0]["line"], 1);
@@ -254,7 +279,7 @@ TEST(check, json_holds_every_finding)
 TEST(check, text_names_file_and_line)
 {
     std::ostringstream out;
-    print_findings(findings_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
+    print_findings(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
     EXPECT_TRUE(out.str().starts_with("a.scn:1: problem: GEM_INTERWORK_TP 0x0011: ")) << out.str();
 }
 

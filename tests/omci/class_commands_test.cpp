@@ -190,6 +190,13 @@ const class_session SESSIONS[] = {
 INSTANTIATE_TEST_SUITE_P(each, omci_class, testing::ValuesIn(SESSIONS),
                          [](const auto& session) { return std::string(session.param.name); });
 
+std::vector<std::string> module_commands(const line& session)
+{
+    std::vector<std::string> all = session.commands();
+    std::erase_if(all, [](const std::string& text) { return text.starts_with("tagging "); });
+    return all;
+}
+
 TEST(omci_class_commands, classes_without_mirrored_attributes_keep_their_masks)
 {
     line session;
@@ -201,7 +208,7 @@ TEST(omci_class_commands, classes_without_mirrored_attributes_keep_their_masks)
     session.done(create, 171, 1, "02 0101");
     session.done(set, 171, 1, "0400 f8000000 e8000000 c00f0000 000f0000");
     session.done(delete_me, 171, 1);
-    EXPECT_THAT(session.commands(),
+    EXPECT_THAT(module_commands(session),
                 ElementsAre("me set PPTP_ETHERNET_UNI 0x0101 mask=0x0800",
                             "me set VIRTUAL_ETHERNET_INTERFACE_POINT 0x0e01 mask=0x8000",
                             "me create VLAN_TAG_OPERATE 0x0002 mask=0xf800",
@@ -220,7 +227,7 @@ TEST(omci_class_commands, every_class_is_created_set_and_deleted_by_its_module_n
         session.done(set, fields.id, 0x1234, "8000 01");
         session.done(delete_me, fields.id, 0x1234);
         const std::string name(fields.name);
-        const auto commands = session.commands();
+        const auto commands = module_commands(session);
         ASSERT_EQ(commands.size(), 3u) << name;
         EXPECT_EQ(commands[0].rfind("me create " + name + " 0x1234 mask=0x", 0), 0u);
         EXPECT_EQ(commands[1].rfind("me set " + name + " 0x1234 mask=0x8000", 0), 0u);

@@ -104,6 +104,8 @@ def run_all(check, folder):
     pathlib.Path(faulty).write_text("laod\n", encoding="utf-8")
     check.run(["check", "--json", line], 0, "gponflow-check-1")
     check.run(["check", "--json", empty], 0, "gponflow-check-1")
+    check.run(["check", "--json", "--all", full], 0, "gponflow-check-1")
+    check.run(["check", "--json", "--silence", "unknown", line], 2)
     run_live_views(check, full, empty)
     for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):

@@ -196,6 +196,53 @@ TEST(parse, echo_joins_its_words)
     EXPECT_EQ(parse_only<echo_command>("echo \"one   two\"").text, "one   two");
 }
 
+TEST(parse, silence_takes_a_rule_a_class_and_an_instance)
+{
+    const silence all = parse_only<silence_command>("silence unreachable").what;
+    EXPECT_EQ(all.rule, "unreachable");
+    EXPECT_FALSE(all.class_id);
+    const silence one = parse_only<silence_command>("silence unreachable GEM_PORT_CTP 0x10").what;
+    EXPECT_EQ(one.class_id, 268);
+    EXPECT_EQ(one.instance, 16);
+    EXPECT_THAT(error_of("silence"), HasSubstr("missing argument: the rule"));
+    EXPECT_THAT(error_of("silence unreachble"),
+                HasSubstr("unknown rule 'unreachble' (did you mean 'unreachable'?)"));
+    EXPECT_THAT(error_of("silence unreachable GEM_PORT_CTP 1 2"), HasSubstr("unexpected word '2'"));
+    EXPECT_THAT(error_of("silence unreachable GEM_PORT_CTP 65536"), HasSubstr("out of range"));
+}
+
+TEST(parse, tagging_takes_the_attributes_of_its_class)
+{
+    const tag_facts facts =
+        parse_only<tagging_command>("tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 "
+                                    "associated=0x0101 input_tpid=0x88a8 downstream_mode=3 "
+                                    "rows=default row=f8000000e8000000c00f0000000f0000")
+            .facts;
+    EXPECT_EQ(facts.class_id, 171);
+    EXPECT_EQ(facts.association, 2);
+    EXPECT_EQ(facts.associated, 0x0101);
+    EXPECT_EQ(facts.input_tpid, 0x88a8);
+    EXPECT_FALSE(facts.output_tpid);
+    EXPECT_TRUE(facts.default_rows);
+    ASSERT_EQ(facts.rows.size(), 1u);
+    EXPECT_EQ(facts.rows[0][8], 0xc0);
+    EXPECT_EQ(parse_only<tagging_command>("tagging 78 1 upstream_tci=100").facts.upstream_tci, 100);
+}
+
+TEST(parse, faults_of_tagging_are_named)
+{
+    EXPECT_THAT(error_of("tagging"), HasSubstr("missing argument: the class"));
+    EXPECT_THAT(error_of("tagging 171 1"), HasSubstr("missing argument: FIELD=VALUE"));
+    EXPECT_THAT(error_of("tagging GEM_PORT_CTP 1 association=0"),
+                HasSubstr("tagging takes VLAN_TAG_EXTEND_OPERATE or VLAN_TAG_OPERATE"));
+    EXPECT_THAT(error_of("tagging 171 1 row=00"), HasSubstr("needs 16 bytes of HEX, not 1"));
+    EXPECT_THAT(error_of("tagging 171 1 dscp_map=00"), HasSubstr("needs 24 bytes of HEX, not 1"));
+    EXPECT_THAT(error_of("tagging 171 1 rows=none"), HasSubstr("only 'default' is known"));
+    EXPECT_THAT(error_of("tagging 171 1 association=256"), HasSubstr("out of range 0 to 255"));
+    EXPECT_THAT(error_of("tagging 171 1 upstream_tci=1"), HasSubstr("has no option"));
+    EXPECT_THAT(error_of("tagging 78 1 row=00"), HasSubstr("has no option"));
+}
+
 TEST(parse, any_bytes_give_a_result)
 {
     using namespace std::string_view_literals;

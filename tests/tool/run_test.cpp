@@ -41,6 +41,16 @@ TEST_F(run, prints_the_command_the_events_and_the_result)
               "> load\n@ mod_timer +30000\n| text without end\n= load 0\n");
 }
 
+// Facts are for the tool: the module does not see them.
+TEST_F(run, facts_are_no_part_of_a_transcript)
+{
+    const std::string plain = transcript_of("load\nme create 171 1\nexpect ret=0\n");
+    EXPECT_EQ(transcript_of("silence unreachable\nload\n"
+                            "me create 171 1\ntagging 171 1 association=2 rows=default\n"
+                            "tagging 78 1 upstream_mode=1\nexpect ret=0\n"),
+              plain);
+}
+
 TEST_F(run, result_lines_of_the_interfaces)
 {
     fake.load_answer = -12;

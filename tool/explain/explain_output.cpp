@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tool/explain/decision_texts.h"
+#include "tool/explain/tagging_output.h"
 
 namespace gponflow {
 
@@ -173,6 +174,14 @@ const char* direction_title(unsigned fwd_flag)
     }
 }
 
+std::vector<me_id> path_of(const walk_story& story)
+{
+    std::vector<me_id> path;
+    for (const walk_step& step : story.steps)
+        path.push_back(step.at);
+    return path;
+}
+
 void print_if_inconsistent(const walk_story& story, std::ostream& out)
 {
     if (story.inconsistent)
@@ -248,6 +257,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         print_success(explained, out, colours);
     else
         print_drop(explained.story, out, colours);
+    print_gaps(unapplied_operations(explained.entities, path_of(explained.story)), out);
     print_warnings(explained, out);
 }
 

@@ -2,10 +2,13 @@
 #include "tool/model/graph.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
+#include <optional>
 #include <ostream>
 #include <set>
+
+#include "tool/model/tag_places.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow {
 
@@ -36,9 +39,6 @@ const look& look_of(uint16_t class_id)
     const auto* found = std::ranges::find(looks, class_id, &look::class_id);
     return found == std::end(looks) ? default_look : *found;
 }
-
-// Classes that a tagging operation may belong to, the most likely first.
-constexpr std::array<uint16_t, 3> tagged = {me_class::pptp, me_class::veip, me_class::mbpcd};
 
 std::string name_of(me_id what)
 {
@@ -90,7 +90,7 @@ public:
         for (const me_instance* one : model_.all())
             for (const me_pointer& pointer : model_.pointers(*one))
                 write_edge(pointer);
-        for (const me_instance& operation : model_.instances(me_class::vtocd))
+        for (const me_id operation : model_.tag_operations())
             write_tagging_edge(operation);
         out_ << "}\n";
     }
@@ -99,11 +99,18 @@ private:
     void write_node(const me_instance& one)
     {
         const look& drawn = look_of(one.id.class_id);
-        out_ << "  " << name_of(one.id) << " [label=\"" << label(one) << "\", shape=" << drawn.shape
-             << ", fillcolor=\"" << drawn.colour << '"';
+        out_ << "  " << name_of(one.id) << " [label=\"" << label(one) << table_size(one.id)
+             << "\", shape=" << drawn.shape << ", fillcolor=\"" << drawn.colour << '"';
         if (std::ranges::find(walked_, one.id) != walked_.end())
             out_ << ", color=\"#d06000\", penwidth=3";
         out_ << "];\n";
+    }
+
+    std::string table_size(me_id what) const
+    {
+        const tag_operation* operation = model_.operation(what);
+        return operation && operation->table_known ? "\\n" + counted(operation->rows.size(), "row")
+                                                   : "";
     }
 
     void write_edge(const me_pointer& pointer)
@@ -113,9 +120,8 @@ private:
         // By convention a mapper's entry 0 means no pointer.
         if (missing && pointer.from.class_id == me_class::mapper && pointer.to.instance == 0)
             return;
-        if (missing && absent_.insert(pointer.to).second)
-            out_ << "  " << name_of(pointer.to) << " [label=" << name_of(pointer.to)
-                 << ", color=red, fontcolor=red, fillcolor=white, style=\"filled,dashed\"];\n";
+        if (missing)
+            write_absent_node(pointer.to);
         out_ << "  " << name_of(pointer.from) << " -> " << name_of(pointer.to) << " [label=\""
              << pointer.attribute << '"';
         if (missing)
@@ -127,18 +133,37 @@ private:
         out_ << "];\n";
     }
 
-    // Its record has no pointer: its port has the same id. The id of an extended operation has no
-    // meaning, and the module stores no other attribute of it.
-    void write_tagging_edge(const me_instance& operation)
+    // The record of an operation has no pointer: the association is a fact of the scenario, or its
+    // port has the same id.
+    void write_tagging_edge(me_id operation)
     {
-        for (const uint16_t class_id : tagged) {
-            const me_id port{class_id, operation.id.instance};
-            if (!model_.find(port))
-                continue;
-            out_ << "  " << name_of(operation.id) << " -> " << name_of(port)
-                 << " [label=\"same id\", style=dotted];\n";
+        if (!model_.find(operation))
+            write_plain_node(operation);
+        const std::optional<me_id> place = place_of(model_, operation);
+        if (!place)
             return;
-        }
+        const bool exists = model_.find(*place) != nullptr;
+        if (!exists)
+            write_absent_node(*place);
+        const bool same_id = !model_.operation(operation);
+        out_ << "  " << name_of(operation) << " -> " << name_of(*place) << " [label=\""
+             << (same_id ? "same id" : "tagging") << "\", style=dotted"
+             << (exists ? "" : ", color=red, fontcolor=red") << "];\n";
+    }
+
+    // An operation that the scenario describes, but that the module does not have.
+    void write_plain_node(me_id what)
+    {
+        me_instance node;
+        node.id = what;
+        write_node(node);
+    }
+
+    void write_absent_node(me_id what)
+    {
+        if (absent_.insert(what).second)
+            out_ << "  " << name_of(what) << " [label=" << name_of(what)
+                 << ", color=red, fontcolor=red, fillcolor=white, style=\"filled,dashed\"];\n";
     }
 
     // A walk follows a pointer in either direction.

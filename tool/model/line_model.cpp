@@ -71,6 +71,9 @@ void line_model::apply(const me_command& command, unsigned line)
     const class_record* known = find_me_class(command.class_id);
     if (!known)
         return;
+    // A new instance starts without the facts of an older one with its id.
+    if (command.message != ZR_OMCI_MSG_TYPE_SET)
+        operations_.erase({command.class_id, command.instance});
     if (command.message == ZR_OMCI_MSG_TYPE_DELETE)
         remove(command);
     else if ((command.message == ZR_OMCI_MSG_TYPE_CREAT ||
@@ -90,6 +93,41 @@ void line_model::apply(const config_command& command)
 void line_model::clear()
 {
     classes_.clear();
+    operations_.clear();
+}
+
+void line_model::apply(const tag_facts& facts, unsigned line)
+{
+    operation_facts& known = operations_[{facts.class_id, facts.instance}];
+    gponflow::apply(facts, known.operation);
+    known.line = line;
+}
+
+std::vector<me_id> line_model::tag_operations() const
+{
+    std::vector<me_id> all;
+    for (const auto& [id, known] : operations_)
+        all.push_back(id);
+    for (const uint16_t class_id : {me_class::vtocd, me_class::evtocd})
+        for (const me_instance& one : instances(class_id))
+            if (!operations_.contains(one.id))
+                all.push_back(one.id);
+    std::ranges::sort(all);
+    return all;
+}
+
+const tag_operation* line_model::operation(me_id what) const
+{
+    const auto found = operations_.find(what);
+    return found == operations_.end() ? nullptr : &found->second.operation;
+}
+
+unsigned line_model::operation_line(me_id what) const
+{
+    if (const auto found = operations_.find(what); found != operations_.end())
+        return found->second.line;
+    const me_instance* one = find(what);
+    return one ? one->line : 0;
 }
 
 void line_model::restore(me_instance instance)

@@ -16,6 +16,7 @@
 #include "include/uapi/gpon_flow.h"
 #include "tool/model/class_records.h"
 #include "tool/model/omci_command.h"
+#include "tool/tagging/operation.h"
 
 namespace gponflow {
 
@@ -80,6 +81,8 @@ class line_model {
 public:
     void apply(const me_command& command, unsigned line);
     void apply(const config_command& command);
+    /// Facts about a tagging operation, whose attributes the module does not store.
+    void apply(const tag_facts& facts, unsigned line);
     void clear();
     /// Appends an unchanged instance, including its links, to the list of its class.
     void restore(me_instance instance);
@@ -98,6 +101,13 @@ public:
     /// ids that the instance has recorded, then instances that have recorded it.
     std::vector<me_id> related(me_id from, uint16_t class_id) const;
 
+    /// Tagging operations of both classes, those without facts included, by class and id.
+    std::vector<me_id> tag_operations() const;
+    /// Null if only the existence of the operation is known.
+    const tag_operation* operation(me_id what) const;
+    /// Line of the scenario that last wrote the operation; 0 if there is none.
+    unsigned operation_line(me_id what) const;
+
     const gpon_flow_cfg_data& configuration() const { return configuration_; }
 
 private:
@@ -108,6 +118,11 @@ private:
     void report(const me_pointer& what, uint8_t message, unsigned line);
 
     std::map<uint16_t, std::vector<me_instance>> classes_;
+    struct operation_facts {
+        tag_operation operation;
+        unsigned line = 0;
+    };
+    std::map<me_id, operation_facts> operations_;
     gpon_flow_cfg_data configuration_{};
 };
 

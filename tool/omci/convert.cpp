@@ -9,6 +9,7 @@
 #include "tool/omci/outcome.h"
 #include "tool/omci/pairing.h"
 #include "tool/omci/scenario_text.h"
+#include "tool/omci/tagging_text.h"
 
 namespace gponflow::omci {
 
@@ -164,6 +165,7 @@ void converter::apply(command& cmd)
     }
     rec.commanded |= cmd.mask;
     body += me_line(type_name(msg.type), cmd.fields, cmd.cls, msg.instance, cmd.mask, rec) + "\n";
+    body += tagging_lines(cmd.cls.id, msg.instance, msg.type == create, cmd.list);
     ++count_of(counts.written, msg.type);
 }
 

@@ -6,22 +6,13 @@
 #include <cstdio>
 #include <vector>
 
+#include "tool/omci/tagging_text.h"
+
 namespace gponflow::omci {
 
 namespace {
 
 constexpr int id_digits = 4;
-
-std::string hex_bytes(std::span<const uint8_t> bytes)
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        text += digits[byte >> 4];
-        text += digits[byte & 0xf];
-    }
-    return text;
-}
 
 uint32_t element_value(const record& rec, const gpon_me_field& field, size_t element)
 {
@@ -95,6 +86,17 @@ std::string hex_text(uint32_t value, int digits)
     return text.data();
 }
 
+std::string hex_bytes(std::span<const uint8_t> bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 0xf];
+    }
+    return text;
+}
+
 std::string me_line(std::string_view verb, const class_record& fields, const attribute_class& cls,
                     uint16_t instance, uint16_t mask, const record& rec)
 {
@@ -119,7 +121,7 @@ std::string unmirrored_text(const attribute_class& cls, const value_list& list)
     std::string text;
     for (const attribute_value& value : list.values) {
         const attribute& attr = cls.attributes[value.index];
-        if (!attr.field.empty())
+        if (!attr.field.empty() || is_tagging_attribute(cls.id, value.index))
             continue;
         text +=
             (text.empty() ? "" : ", ") + std::string(attr.name) + " 0x" + hex_bytes(value.bytes);

@@ -75,7 +75,7 @@ public:
             if (status != status_ok)
                 return status;
         }
-        finish();
+        finish(silences_of(input));
         return status_ok;
     }
 
@@ -199,12 +199,12 @@ private:
             {row.kind, row.key.tags, row.outcome, 1, row.first, std::move(explained)});
     }
 
-    void finish()
+    void finish(std::vector<silence> silenced)
     {
         std::ranges::stable_sort(data_.drops, std::greater<>(), &drop_row::frames);
         if (const std::optional<std::string> text = query("show flow_rule"))
             data_.rules = read_rule_table(*text);
-        data_.findings = check_provisioning(data_.entities);
+        data_.findings = check_provisioning(data_.entities, {false, std::move(silenced)}).findings;
     }
 
     using flow_id = std::tuple<uint32_t, std::string, flow_key, std::string, std::string>;

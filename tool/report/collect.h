@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "tool/check/check.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/live/rule_table.h"
-#include "tool/model/check.h"
 #include "tool/model/line_model.h"
 
 namespace gponflow {

@@ -161,7 +161,7 @@ template_value finding_values(const report_data& data)
     template_value rows = list();
     for (const finding& one : data.findings) {
         template_value row;
-        row.set("weight", one.weight == finding_weight::problem ? "problem" : "note");
+        row.set("weight", name_of(one.weight));
         row.set("where", to_text(one.where));
         row.set("line", number(one.line));
         row.set("reason", escape(one.reason));

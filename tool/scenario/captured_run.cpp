@@ -28,6 +28,8 @@ struct captured_run::visitor {
     void operator()(const advance_command& command) const { target.advance(command.jiffies); }
     void operator()(const expect_command&) const {}
     void operator()(const echo_command&) const {}
+    void operator()(const silence_command&) const {}
+    void operator()(const tagging_command&) const {}
     void operator()(const fault_command& command) const
     {
         target.arm_fault(command.service, command.nth);

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "tool/capture/captured_frame.h"
+#include "tool/check/silence.h"
 #include "tool/model/omci_command.h"
+#include "tool/tagging/operation.h"
 
 namespace gponflow {
 
@@ -90,11 +92,28 @@ struct echo_command {
     std::string text;
 };
 
+/// Findings of `check` that the author of the scenario accepts. The module does not see it.
+struct silence_command {
+    silence what;
+};
+
+/// Attributes of a tagging operation that the module does not store. The module does not see it.
+struct tagging_command {
+    tag_facts facts;
+};
+
 using any_command =
     std::variant<load_command, unload_command, hook_command, me_command, config_command,
                  debug_command, clean_command, ioctl_command, proc_write_command, proc_read_command,
                  advance_command, platform_command, fault_command, pcap_command, expect_command,
-                 echo_command>;
+                 echo_command, silence_command, tagging_command>;
+
+/// Whether the command states a fact for the tool: no backend runs it, and a transcript lacks it.
+[[nodiscard]] inline bool is_fact(const any_command& command)
+{
+    return std::holds_alternative<silence_command>(command) ||
+           std::holds_alternative<tagging_command>(command);
+}
 
 struct scenario_line {
     unsigned line = 0; ///< number in the file, from 1

@@ -11,6 +11,8 @@ void apply(const scenario_line& line, line_model& entities)
         entities.apply(*me, line.line);
     else if (const auto* config = std::get_if<config_command>(&line.command))
         entities.apply(*config);
+    else if (const auto* tagging = std::get_if<tagging_command>(&line.command))
+        entities.apply(tagging->facts, line.line);
     else if (std::holds_alternative<clean_command>(line.command))
         entities.clear();
     else if (std::holds_alternative<load_command>(line.command))
@@ -34,6 +36,15 @@ scenario without_last_unload(scenario input)
     if (last != input.lines.rend() && std::holds_alternative<unload_command>(last->command))
         input.lines.erase(std::prev(last.base()), input.lines.end());
     return input;
+}
+
+std::vector<silence> silences_of(const scenario& input)
+{
+    std::vector<silence> all;
+    for (const scenario_line& line : input.lines)
+        if (const auto* command = std::get_if<silence_command>(&line.command))
+            all.push_back(command->what);
+    return all;
 }
 
 } // namespace gponflow

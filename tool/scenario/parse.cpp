@@ -5,8 +5,10 @@
 #include <iterator>
 
 #include "include/uapi/gpon_flow.h"
+#include "tool/check/rules.h"
 #include "tool/scenario/packets.h"
 #include "tool/scenario/records.h"
+#include "tool/scenario/tagging_words.h"
 #include "tool/scenario/values.h"
 #include "tool/scenario/words.h"
 #include "tool/text/message_words.h"
@@ -176,6 +178,23 @@ any_command parse_echo(words_of_command words)
     return result;
 }
 
+any_command parse_silence(words_of_command words)
+{
+    if (words.empty())
+        throw syntax_error{0, "missing argument: the rule of 'check'"};
+    if (words.size() > 3)
+        throw syntax_error{words[3].column, "unexpected word " + in_quotes(words[3].text)};
+    if (!find_rule(words[0].text))
+        throw syntax_error{words[0].column, "unknown rule " + in_quotes(words[0].text) +
+                                                suggestion(words[0].text, rule_names())};
+    silence what{words[0].text, {}, {}};
+    if (words.size() > 1)
+        what.class_id = read_class({"class", words[1].text, words[1].column});
+    if (words.size() > 2)
+        what.instance = read_field<uint16_t>({"instance id", words[2].text, words[2].column});
+    return silence_command{what};
+}
+
 struct command_row {
     std::string_view name;
     any_command (*parse)(words_of_command words);
@@ -197,6 +216,8 @@ constexpr command_row command_rows[] = {
     {"pcap", parse_pcap},
     {"expect", parse_expect},
     {"echo", parse_echo},
+    {"silence", parse_silence},
+    {"tagging", parse_tagging},
 };
 
 any_command parse_line(std::string_view line)

@@ -38,18 +38,6 @@ uint8_t read_message(const value& from)
               suggestion(from.text, {"create", "set", "delete"}));
 }
 
-uint16_t read_class(const value& from)
-{
-    if (const class_record* named = find_me_class(from.text))
-        return named->id;
-    if (looks_like_number(from.text))
-        return read_field<uint16_t>(from);
-    std::vector<std::string_view> known;
-    for (const class_record& row : me_classes())
-        known.push_back(row.name);
-    from.fail("neither a number nor a class name" + suggestion(from.text, known));
-}
-
 void store(bytes& record, size_t offset, size_t width, uint64_t number)
 {
     for (size_t i = 0; i < width; ++i)
@@ -147,6 +135,18 @@ private:
 };
 
 } // namespace
+
+uint16_t read_class(const value& from)
+{
+    if (const class_record* named = find_me_class(from.text))
+        return named->id;
+    if (looks_like_number(from.text))
+        return read_field<uint16_t>(from);
+    std::vector<std::string_view> known;
+    for (const class_record& row : me_classes())
+        known.push_back(row.name);
+    from.fail("neither a number nor a class name" + suggestion(from.text, known));
+}
 
 any_command parse_me(std::span<const word> words)
 {

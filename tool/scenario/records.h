@@ -5,6 +5,7 @@
 #include <span>
 
 #include "tool/scenario/command.h"
+#include "tool/scenario/values.h"
 #include "tool/scenario/words.h"
 
 namespace gponflow {
@@ -12,5 +13,8 @@ namespace gponflow {
 /// Parse the words after the name of the command. Both throw syntax_error.
 [[nodiscard]] any_command parse_me(std::span<const word> words);
 [[nodiscard]] any_command parse_config(std::span<const word> words);
+
+/// A class by name or number. Throws syntax_error.
+[[nodiscard]] uint16_t read_class(const value& from);
 
 } // namespace gponflow

@@ -33,6 +33,8 @@ public:
 
     void run(const scenario_line& line)
     {
+        if (is_fact(line.command))
+            return;
         transcript_.command(line.text);
         std::visit([this](const auto& command) { execute(command); }, line.command);
         transcript_.flush();
@@ -154,6 +156,10 @@ private:
     }
 
     void execute(const echo_command& command) { transcript_.echo(command.text); }
+
+    void execute(const silence_command&) {}
+
+    void execute(const tagging_command&) {}
 
     backend& backend_;
     transcript transcript_;

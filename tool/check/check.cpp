@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/check/check.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tool/check/reporter.h"
+
+namespace gponflow {
+
+namespace {
+
+using rule_family = void (*)(const line_model& what, finding_list& found);
+
+constexpr rule_family families[] = {
+    check_pointers, check_filters,  check_mappers, check_gem_ports,
+    check_queues,   check_services, check_values,  check_tagging,
+};
+
+bool covers(const silence& one, const finding& what)
+{
+    return one.rule == what.rule &&
+           one.class_id.value_or(what.where.class_id) == what.where.class_id &&
+           one.instance.value_or(what.where.instance) == what.where.instance;
+}
+
+bool is_silenced(const std::vector<silence>& silenced, const finding& what)
+{
+    return std::ranges::any_of(silenced, [&](const silence& one) { return covers(one, what); });
+}
+
+} // namespace
+
+void finding_list::add(const me_instance& where, std::string_view rule, std::string reason,
+                       std::string change)
+{
+    add(where.id, where.line, rule, std::move(reason), std::move(change));
+}
+
+void finding_list::add(const me_instance& where, std::string_view rule, finding_weight weight,
+                       std::string reason, std::string change)
+{
+    all_.push_back(
+        {weight, std::string(rule), where.id, where.line, std::move(reason), std::move(change)});
+}
+
+void finding_list::add(me_id where, unsigned line, std::string_view rule, std::string reason,
+                       std::string change)
+{
+    const check_rule* known = find_rule(rule);
+    if (!known)
+        throw std::logic_error("no rule " + std::string(rule));
+    all_.push_back(
+        {known->weight, std::string(rule), where, line, std::move(reason), std::move(change)});
+}
+
+check_result check_provisioning(const line_model& what, const check_options& options)
+{
+    finding_list found;
+    for (const rule_family family : families)
+        family(what, found);
+    check_result result;
+    result.findings = found.take();
+    result.silenced = std::erase_if(
+        result.findings, [&](const finding& one) { return is_silenced(options.silenced, one); });
+    if (!options.on_request)
+        result.on_request = std::erase_if(
+            result.findings, [](const finding& one) { return find_rule(one.rule)->on_request; });
+    std::ranges::stable_sort(result.findings, [](const finding& left, const finding& right) {
+        return std::pair(left.weight, left.line) < std::pair(right.weight, right.line);
+    });
+    return result;
+}
+
+} // namespace gponflow

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// VLAN filters, and the types of bridge ports.
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "include/tp_types.h"
+#include "tool/check/reporter.h"
+#include "tool/check/texts.h"
+#include "tool/model/tag_set.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint8_t last_forward_operation = 0x21;
+constexpr uint8_t filter_places = 12;
+
+tp_side side_of(const me_instance& port)
+{
+    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType).side;
+}
+
+// "1, 11".
+std::string tp_types_of(tp_side side)
+{
+    std::string text;
+    for (const tp_type& type : BRIDGE_PORT_TP_TYPES)
+        if (type.side == side)
+            text += (text.empty() ? "" : ", ") + std::to_string(type.value);
+    return text;
+}
+
+void check_bridge_port(const me_instance& port, finding_list& found)
+{
+    if (side_of(port) != tp_side::none)
+        return;
+    found.add(port, "no-side",
+              "tpType " + std::to_string(port.as<gpon_raw_mbpcd>().tpType) +
+                  " is neither a UNI type (" + tp_types_of(tp_side::uni) + ") nor an ANI type (" +
+                  tp_types_of(tp_side::ani) + "): no frame passes",
+              "set tpType and tpPointer to the termination point behind the port");
+}
+
+void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list& found)
+{
+    const uint16_t mask = compared_bits(me.forwardOperation);
+    const size_t count = std::min(me.vlanFilterNums, filter_places);
+    for (size_t i = 0; mask != 0 && i < count; ++i)
+        for (size_t earlier = 0; earlier < i; ++earlier) {
+            if (((me.vlanFilterList[i] ^ me.vlanFilterList[earlier]) & mask) != 0)
+                continue;
+            found.add(filter, "shadowed-entry",
+                      "entry " + std::to_string(i) + " of vlanFilterList (" +
+                          hex(me.vlanFilterList[i], 4) + ") equals entry " +
+                          std::to_string(earlier) + " (" + hex(me.vlanFilterList[earlier], 4) +
+                          ") in the bits that forwardOperation " + hex(me.forwardOperation, 2) +
+                          " compares",
+                      "delete it, or correct it");
+            break;
+        }
+}
+
+void check_result_of(const me_instance& filter, const gpon_raw_vtfd& me, finding_list& found)
+{
+    if (me.forwardOperation <= last_forward_operation && passed_by(me).none())
+        found.add(filter, "filter-passes-nothing",
+                  "forwardOperation " + hex(me.forwardOperation, 2) + " with " +
+                      std::to_string(me.vlanFilterNums) + " entries drops every frame",
+                  "add the VLANs of the service to vlanFilterList and count them in "
+                  "vlanFilterNums");
+}
+
+tag_set accepted_by_any_port(const line_model& what)
+{
+    tag_set all;
+    for (const me_instance& port : what.instances(me_class::mbpcd))
+        all |= accepted_upstream(what, port);
+    return all;
+}
+
+bool passes_whole_tags(const gpon_raw_vtfd& me)
+{
+    const tag_set passed = passed_by(me);
+    return compared_bits(me.forwardOperation) == 0xffff && passed.count() < passed.size() / 2;
+}
+
+// VLANs of which frames with some priorities pass nowhere, because a filter compares the priority.
+void check_priorities(const line_model& what, finding_list& found)
+{
+    constexpr uint16_t vid = 0x0fff;
+    constexpr unsigned all_priorities = 0xff;
+    std::optional<tag_set> accepted; // costly, and seldom needed
+    for (const me_instance& filter : what.instances(me_class::vtfd)) {
+        const auto me = filter.as<gpon_raw_vtfd>();
+        if (!passes_whole_tags(me))
+            continue;
+        if (!accepted)
+            accepted = accepted_by_any_port(what);
+        std::set<unsigned> vlans;
+        for (size_t i = 0; i < std::min(me.vlanFilterNums, filter_places); ++i)
+            vlans.insert(me.vlanFilterList[i] & vid);
+        for (const unsigned vlan : vlans) {
+            const unsigned which = priorities_of(*accepted, vlan);
+            if (which != 0 && which != all_priorities)
+                found.add(filter, "filter-compares-priority",
+                          "forwardOperation " + hex(me.forwardOperation, 2) +
+                              " compares the whole tag: VLAN " + std::to_string(vlan) +
+                              " passes with priority " + priorities_text(which) + " only",
+                          "use an operation that compares the VLAN (0x04, 0x10), or list the tag "
+                          "with the other priorities");
+        }
+    }
+}
+
+void check_filter(const line_model& what, const me_instance& filter, finding_list& found)
+{
+    const auto me = filter.as<gpon_raw_vtfd>();
+    if (me.forwardOperation > last_forward_operation)
+        found.add(filter, "unknown-operation",
+                  "forwardOperation " + hex(me.forwardOperation, 2) +
+                      " is not defined: every frame is dropped",
+                  "use 0x00 to 0x21");
+    if (me.vlanFilterNums > filter_places)
+        found.add(filter, "list-too-long",
+                  "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
+                      ", but the list has 12 entries",
+                  "set it to the number of entries in use");
+    check_list(filter, me, found);
+    check_result_of(filter, me, found);
+    const me_instance* port = what.find({me_class::mbpcd, filter.id.instance});
+    if (port && port->records(filter.id) && side_of(*port) == tp_side::uni)
+        found.add(filter, "filter-on-uni-side",
+                  "its bridge port is on the UNI side, where a filter drops every frame",
+                  "delete it, or use the id of the bridge port on the ANI side");
+}
+
+} // namespace
+
+void check_filters(const line_model& what, finding_list& found)
+{
+    for (const me_instance& port : what.instances(me_class::mbpcd))
+        check_bridge_port(port, found);
+    for (const me_instance& filter : what.instances(me_class::vtfd))
+        check_filter(what, filter, found);
+    check_priorities(what, found);
+}
+
+} // namespace gponflow

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// GEM ports and their directions, port-IDs and T-CONTs.
+#include <algorithm>
+
+#include "tool/check/reporter.h"
+#include "tool/check/texts.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint32_t upstream = 1;
+constexpr uint32_t downstream = 2;
+constexpr uint32_t both = 3;
+
+bool is_known(uint32_t direction)
+{
+    return direction >= upstream && direction <= both;
+}
+
+// The module treats every direction except downstream as upstream.
+uint32_t directions_of(const gpon_raw_gemctp& ctp)
+{
+    return is_known(ctp.direction) ? ctp.direction : both;
+}
+
+void check_unicast(const line_model& what, const me_instance& gem_iw, finding_list& found)
+{
+    const uint16_t id = gem_iw.as<gpon_raw_gemiw>().gemCTPInstID;
+    const me_instance* ctp = what.find({me_class::gemctp, id});
+    if (ctp && ctp->as<gpon_raw_gemctp>().direction == downstream)
+        found.add(gem_iw, "wrong-direction",
+                  to_text(ctp->id) + " has direction 2 (downstream only): no upstream frame passes",
+                  "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
+}
+
+// The module does not depend on the following two checks: it ignores the direction downstream. The
+// hardware uses it.
+void check_multicast(const line_model& what, const me_instance& gem_iw, finding_list& found)
+{
+    const uint16_t id = gem_iw.as<gpon_raw_multigemiw>().GemCTPInstID;
+    const me_instance* ctp = what.find({me_class::gemctp, id});
+    if (ctp && ctp->as<gpon_raw_gemctp>().direction == upstream)
+        found.add(gem_iw, "wrong-direction", finding_weight::note,
+                  to_text(ctp->id) +
+                      " has direction 1 (upstream only): it carries no downstream stream",
+                  "set its direction to 2");
+}
+
+void check_known_direction(const me_instance& ctp, finding_list& found)
+{
+    const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;
+    if (!is_known(direction))
+        found.add(ctp, "wrong-direction", finding_weight::note,
+                  "direction " + std::to_string(direction) +
+                      " is not defined; the module treats it as upstream",
+                  "use 1 (upstream), 2 (downstream) or 3 (both)");
+}
+
+// Two CTPs may share a port-ID if each has a direction of its own.
+void check_port_id(const line_model& what, const me_instance& ctp, finding_list& found)
+{
+    const auto me = ctp.as<gpon_raw_gemctp>();
+    for (const me_instance& other : what.instances(me_class::gemctp)) {
+        if (&other == &ctp)
+            return;
+        const auto first = other.as<gpon_raw_gemctp>();
+        if (first.portID != me.portID || !(directions_of(first) & directions_of(me)))
+            continue;
+        return found.add(ctp, "duplicate-port-id",
+                         "portID " + std::to_string(me.portID) + " is also that of " +
+                             to_text(other.id) + ", in the same direction",
+                         "give each GEM port its own port-ID");
+    }
+}
+
+bool is_allocated(uint16_t alloc_id)
+{
+    return alloc_id != 0 && alloc_id != 0xff && alloc_id != 0xffff;
+}
+
+void check_alloc_id(const line_model& what, const me_instance& ctp, finding_list& found)
+{
+    const auto me = ctp.as<gpon_raw_gemctp>();
+    if (!(directions_of(me) & upstream))
+        return;
+    const me_instance* tcont = what.find({me_class::tcont, me.tcontID});
+    if (tcont && is_allocated(tcont->as<gpon_raw_tcont>().allocID))
+        return;
+    const std::string state = !tcont ? " does not exist"
+                              : tcont->automatic
+                                  ? " was never set"
+                                  : " has allocID " + hex(tcont->as<gpon_raw_tcont>().allocID, 2);
+    found.add(ctp, "gem-port-without-alloc-id",
+              to_text({me_class::tcont, me.tcontID}) + state +
+                  ": the OLT grants no time to upstream frames of this GEM port",
+              "set allocID of its T-CONT, or tcontID of the GEM port");
+}
+
+// A scenario that sets no T-CONT leaves the alloc-IDs out.
+bool describes_tconts(const line_model& what)
+{
+    return std::ranges::any_of(what.instances(me_class::tcont),
+                               [](const me_instance& one) { return !one.automatic; });
+}
+
+} // namespace
+
+void check_gem_ports(const line_model& what, finding_list& found)
+{
+    for (const me_instance& gem_iw : what.instances(me_class::gemiw))
+        check_unicast(what, gem_iw, found);
+    for (const me_instance& gem_iw : what.instances(me_class::multigemiw))
+        check_multicast(what, gem_iw, found);
+    const bool with_tconts = describes_tconts(what);
+    for (const me_instance& ctp : what.instances(me_class::gemctp)) {
+        check_known_direction(ctp, found);
+        check_port_id(what, ctp, found);
+        if (with_tconts)
+            check_alloc_id(what, ctp, found);
+    }
+}
+
+} // namespace gponflow

@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Tagging operations: where they belong, rows without effect, VLANs that no row produces.
+#include <algorithm>
+#include <bitset>
+#include <optional>
+
+#include "include/tp_types.h"
+#include "tool/check/reporter.h"
+#include "tool/model/carry.h"
+#include "tool/model/tag_places.h"
+#include "tool/model/tag_set.h"
+#include "tool/tagging/apply.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t vlans = 0x1000;
+constexpr uint16_t greatest_vid = 4094;
+constexpr uint16_t vid_mask = 0x0fff;
+
+using vlan_set = std::bitset<vlans>;
+
+// Values that tell the rows of a table apart: those of their filters, and one that is in none.
+template <typename number, typename Field>
+std::vector<number> telling_values(const tag_operation& operation, number greatest, Field field)
+{
+    std::vector<number> values;
+    for (const tag_row& row : operation.rows)
+        for (const row_tag* filter : {&row.filter_outer, &row.filter_inner})
+            if (field(*filter) <= greatest)
+                values.push_back(static_cast<number>(field(*filter)));
+    for (unsigned other = 0; other <= greatest; ++other)
+        if (std::ranges::find(values, static_cast<number>(other)) == values.end()) {
+            values.push_back(static_cast<number>(other));
+            break;
+        }
+    std::ranges::sort(values);
+    values.erase(std::ranges::unique(values).begin(), values.end());
+    return values;
+}
+
+// Frames that a filter of one tag may match, as far as the rows of the table tell them apart.
+std::vector<frame_tag> tags_for(const tag_operation& operation, const row_tag& filter)
+{
+    const auto vids = telling_values<uint16_t>(operation, greatest_vid,
+                                               [](const row_tag& tag) { return tag.vid; });
+    const auto priorities =
+        telling_values<uint8_t>(operation, 7, [](const row_tag& tag) { return tag.priority; });
+    std::vector<frame_tag> tags;
+    for (const uint16_t vid : vids)
+        for (const uint8_t priority : priorities)
+            for (const uint16_t tpid : {uint16_t{0x8100}, operation.input_tpid})
+                for (const bool dei : {false, true})
+                    if ((filter.vid > greatest_vid || filter.vid == vid) &&
+                        (filter.priority > 7 || filter.priority == priority))
+                        tags.push_back({tpid, priority, dei, vid});
+    return tags;
+}
+
+constexpr uint16_t ethertypes[] = {0x88cc, 0x0800, 0x8863, 0x0806, 0x86dd};
+
+bool applies(const tag_operation& operation, const tag_row& row, const std::vector<frame_tag>& tags)
+{
+    return std::ranges::any_of(ethertypes, [&](uint16_t type) {
+        const tag_row* found = matching_row(operation, tags, type);
+        return found && *found == row;
+    });
+}
+
+// A search in a large table is given up, as if a frame had been found.
+constexpr size_t longest_search = 100'000;
+
+bool applies_to_some_frame(const tag_operation& operation, const tag_row& row)
+{
+    if (tags_of(row) == 0)
+        return applies(operation, row, {});
+    const std::vector<frame_tag> inner = tags_for(operation, row.filter_inner);
+    if (tags_of(row) == 1)
+        return std::ranges::any_of(
+            inner, [&](const frame_tag& tag) { return applies(operation, row, {tag}); });
+    const std::vector<frame_tag> outer = tags_for(operation, row.filter_outer);
+    size_t tried = 0;
+    for (const frame_tag& first : outer)
+        for (const frame_tag& second : inner)
+            if (++tried > longest_search || applies(operation, row, {first, second}))
+                return true;
+    return false;
+}
+
+// Rows that look for DHCP leave other frames to the rows behind them.
+tag_operation without_other_extended(const tag_operation& operation, const tag_row& row)
+{
+    tag_operation result = operation;
+    std::erase_if(result.rows,
+                  [&](const tag_row& one) { return one.extended_criteria != 0 && !(one == row); });
+    return result;
+}
+
+void check_rows(me_id id, unsigned line, const tag_operation& operation, finding_list& found)
+{
+    const std::vector<tag_row> predefined = default_rows();
+    for (const tag_row& row : operation.rows) {
+        // The ONU creates the default rows, so it is no mistake that others cover them.
+        if (is_default(row) || std::ranges::find(predefined, row) != predefined.end())
+            continue;
+        const std::string fault = fault_of(row);
+        if (fault.empty() && applies_to_some_frame(without_other_extended(operation, row), row))
+            continue;
+        found.add(id, line, "tagging-shadowed-row",
+                  "the row \"" + row_text(row) + "\" never applies: " +
+                      (fault.empty() ? "rows that are tried first apply to all its frames" : fault),
+                  "delete the row, or correct its filter");
+    }
+}
+
+// The VLANs that the outer tag of a frame may have behind a row.
+vlan_set produced_by(const tag_row& row)
+{
+    const auto of_filter = [](const row_tag& filter) {
+        vlan_set vids;
+        return filter.vid <= greatest_vid ? vids.set(filter.vid) : vids.set();
+    };
+    const bool two = tags_of(row) == 2;
+    const vlan_set outer =
+        tags_of(row) == 0 ? vlan_set() : of_filter(two ? row.filter_outer : row.filter_inner);
+    const vlan_set inner = tags_of(row) == 0 ? vlan_set() : of_filter(row.filter_inner);
+    for (const row_tag* added : {&row.outer, &row.inner}) {
+        if (added->priority == add_no_tag)
+            continue;
+        if (added->vid <= greatest_vid)
+            return vlan_set().set(added->vid);
+        return added->vid == copy_inner_vid ? inner : outer;
+    }
+    if (row.remove >= tags_of(row))
+        return {};
+    return row.remove == 0 ? outer : inner;
+}
+
+// Nothing if frames of any VLAN may leave the operation, or if that is not known.
+std::optional<vlan_set> produced_by(const tag_operation& operation)
+{
+    if (!operation.table_known)
+        return {};
+    vlan_set all;
+    for (const tag_row& row : operation.rows)
+        if (row.remove != discard_frame && fault_of(row).empty())
+            all |= produced_by(row);
+    if (all.count() > vlans / 2)
+        return {};
+    return all;
+}
+
+// The only operation between a UNI and its bridge.
+std::optional<me_id> single_operation(const line_model& what, me_id uni, me_id port)
+{
+    std::vector<me_id> all = operations_at(what, uni);
+    std::ranges::copy(operations_at(what, port), std::back_inserter(all));
+    if (all.size() != 1 || all[0].class_id != me_class::evtocd || !what.operation(all[0]))
+        return {};
+    return all[0];
+}
+
+struct bridge_tags {
+    vlan_set vids;
+    std::vector<me_id> operations;
+};
+
+tp_type type_of(const me_instance& port)
+{
+    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
+}
+
+// The VLANs that enter a bridge, if operations restrict them at each of its UNIs.
+std::optional<bridge_tags> entering(const line_model& what, uint16_t bridge)
+{
+    bridge_tags result;
+    for (const me_instance& port : what.instances(me_class::mbpcd)) {
+        const auto me = port.as<gpon_raw_mbpcd>();
+        if (me.bridgeID != bridge || type_of(port).side != tp_side::uni)
+            continue;
+        const auto operation =
+            single_operation(what, {type_of(port).class_id, me.tpPointer}, port.id);
+        const auto produced =
+            operation ? produced_by(*what.operation(*operation)) : std::optional<vlan_set>();
+        if (!produced)
+            return {};
+        result.vids |= *produced;
+        result.operations.push_back(*operation);
+    }
+    if (result.operations.empty())
+        return {};
+    return result;
+}
+
+// The VLANs that a filter lists in order to pass them.
+vlan_set listed_vlans(const gpon_raw_vtfd& filter)
+{
+    vlan_set vids;
+    // A list that drops, or that compares priorities, expects no VLAN.
+    const tag_set passed = passed_by(filter);
+    if (!(compared_bits(filter.forwardOperation) & vid_mask) || passed.count() > passed.size() / 2)
+        return vids;
+    for (size_t i = 0;
+         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i)
+        vids.set(filter.vlanFilterList[i] & vid_mask);
+    return vids;
+}
+
+void check_expected(const line_model& what, const me_instance& port, finding_list& found)
+{
+    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    if (type_of(port).side != tp_side::ani || type_of(port).class_id == me_class::multigemiw ||
+        !filter || !operations_at(what, port.id).empty())
+        return;
+    const auto entered = entering(what, port.as<gpon_raw_mbpcd>().bridgeID);
+    if (!entered)
+        return;
+    const vlan_set missing = listed_vlans(filter->as<gpon_raw_vtfd>()) & ~entered->vids;
+    for (unsigned vid = 1; vid < vlans; ++vid)
+        if (missing[vid])
+            found.add(entered->operations.front(), what.operation_line(entered->operations.front()),
+                      "tagging-no-row",
+                      "no row produces VLAN " + std::to_string(vid) + ", which " +
+                          to_text(filter->id) + " passes",
+                      "add a row that produces the VLAN, or remove it from the filter");
+}
+
+} // namespace
+
+void check_tagging(const line_model& what, finding_list& found)
+{
+    for (const me_id id : what.tag_operations()) {
+        const unsigned line = what.operation_line(id);
+        if (const std::string why = placement_fault(what, id); !why.empty())
+            found.add(id, line, "tagging-unassociated", why + ": the operation is not applied",
+                      "set its association type and associated ME pointer");
+        const tag_operation* operation = what.operation(id);
+        if (operation && operation->table_known)
+            check_rows(id, line, *operation, found);
+    }
+    for (const me_instance& port : what.instances(me_class::mbpcd))
+        check_expected(what, port, found);
+}
+
+} // namespace gponflow

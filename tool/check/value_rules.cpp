@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Attributes whose values are outside the range of the standard.
+#include <algorithm>
+
+#include "tool/check/reporter.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t vid = 0x0fff;
+constexpr uint16_t reserved_vlan = 4095;
+
+struct value_range {
+    uint16_t class_id;
+    std::string_view field;
+    uint32_t least;
+    uint32_t most;
+    uint32_t unset; ///< also valid: means that the attribute has no value
+};
+
+// The port-ID and alloc-ID of GPON have 12 bits; other ranges are those of the classes.
+constexpr value_range ranges[] = {
+    {me_class::gemctp, "portID", 0, 4095, 0xffff},  {me_class::tcont, "allocID", 0, 4095, 0xffff},
+    {me_class::tcont, "policy", 0, 2, 0},           {me_class::ts, "policy", 0, 2, 0},
+    {me_class::mbsp, "uniBridgingEnable", 0, 1, 0}, {me_class::td, "colourMode", 0, 1, 0},
+    {me_class::td, "ingressColourMode", 0, 7, 0},   {me_class::td, "egressColourMode", 0, 7, 0},
+    {me_class::td, "meterType", 0, 2, 0},
+};
+
+void check_range(const me_instance& one, const value_range& range, finding_list& found)
+{
+    const gpon_me_field* field = find_field(find_me_class(range.class_id)->fields, range.field);
+    const uint32_t value = gpon::field_value(*field, one.raw.data());
+    if ((value >= range.least && value <= range.most) || value == range.unset)
+        return;
+    found.add(one, "out-of-range",
+              std::string(range.field) + " is " + std::to_string(value) + ", outside " +
+                  std::to_string(range.least) + " to " + std::to_string(range.most),
+              "correct the value");
+}
+
+void check_filter_list(const me_instance& filter, finding_list& found)
+{
+    const auto me = filter.as<gpon_raw_vtfd>();
+    const size_t count = std::min<size_t>(me.vlanFilterNums, std::size(me.vlanFilterList));
+    for (size_t i = 0; i < count; ++i)
+        if ((me.vlanFilterList[i] & vid) == reserved_vlan)
+            found.add(filter, "out-of-range",
+                      "entry " + std::to_string(i) +
+                          " of vlanFilterList is VLAN 4095, which is "
+                          "reserved",
+                      "use VLANs 1 to 4094");
+}
+
+void check_rates(const me_instance& descriptor, finding_list& found)
+{
+    const auto me = descriptor.as<gpon_raw_td>();
+    if (me.pir != 0 && me.pir < me.cir)
+        found.add(descriptor, "out-of-range",
+                  "pir " + std::to_string(me.pir) + " is less than cir " + std::to_string(me.cir),
+                  "set pir to cir or more");
+}
+
+} // namespace
+
+void check_values(const line_model& what, finding_list& found)
+{
+    for (const value_range& range : ranges)
+        for (const me_instance& one : what.instances(range.class_id))
+            check_range(one, range, found);
+    for (const me_instance& filter : what.instances(me_class::vtfd))
+        check_filter_list(filter, found);
+    for (const me_instance& descriptor : what.instances(me_class::td))
+        check_rates(descriptor, found);
+}
+
+} // namespace gponflow

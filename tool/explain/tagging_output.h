@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Tagging operations on the path of a frame as text and as JSON.
+#pragma once
+
+#include <iosfwd>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "tool/model/carry.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+/// Prints the tags of the frame as it arrives, each operation with the row that decided, and the
+/// tags as it leaves; then the operations that were not applied. Nothing if there are none.
+void print_tagging(const carried_frame& carried, std::ostream& out, const palette& colours = {});
+
+/// "OPERATION: an operation exists here and was not applied: REASON", a line each.
+void print_gaps(const std::vector<tag_gap>& gaps, std::ostream& out);
+
+/// {"steps": [...], "not_applied": [...], "discarded": false}
+[[nodiscard]] nlohmann::ordered_json tagging_json(const carried_frame& carried);
+
+} // namespace gponflow

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/model/carry.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "include/tp_types.h"
+#include "tool/model/tag_places.h"
+#include "tool/model/tag_set.h"
+#include "tool/tagging/apply.h"
+
+namespace gponflow {
+
+namespace {
+
+enum class direction { upstream, downstream };
+
+tag_rewriting rewrite(const tag_operation& operation, direction where, const bytes& frame)
+{
+    return where == direction::upstream ? rewrite_upstream(operation, frame)
+                                        : rewrite_downstream(operation, frame);
+}
+
+class carrier {
+public:
+    carrier(const line_model& what, direction where, const bytes& frame)
+        : model_(what), direction_(where)
+    {
+        carried.frame = frame;
+    }
+
+    void pass(me_id place)
+    {
+        for (const me_id operation : operations_at(model_, place))
+            if (!carried.discarded)
+                apply(operation, place);
+    }
+
+    // Operations without a place belong to the line as a whole.
+    void note_unplaced()
+    {
+        for (const me_id operation : model_.tag_operations())
+            if (const std::string why = placement_fault(model_, operation); !why.empty())
+                carried.gaps.push_back({operation, why});
+    }
+
+    carried_frame carried;
+
+private:
+    void apply(me_id id, me_id place)
+    {
+        const tag_operation* operation = model_.operation(id);
+        if (!operation) {
+            carried.gaps.push_back({id, "its attributes are not known"});
+            return;
+        }
+        tag_rewriting done = rewrite(*operation, direction_, carried.frame);
+        if (done.outcome == tag_outcome::unknown) {
+            carried.gaps.push_back({id, done.why});
+            return;
+        }
+        carried.discarded = done.outcome == tag_outcome::discarded;
+        carried.steps.push_back(
+            {id, place, done.row, carried.frame, done.frame, carried.discarded});
+        carried.frame = std::move(done.frame);
+    }
+
+    const line_model& model_;
+    direction direction_;
+};
+
+tp_type type_of(const me_instance& port)
+{
+    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
+}
+
+me_id target_of(const me_instance& port)
+{
+    return {type_of(port).class_id, port.as<gpon_raw_mbpcd>().tpPointer};
+}
+
+std::vector<const me_instance*> ports_at(const line_model& what, me_id uni)
+{
+    std::vector<const me_instance*> ports;
+    for (const me_instance& port : what.instances(me_class::mbpcd))
+        if (target_of(port) == uni)
+            ports.push_back(&port);
+    return ports;
+}
+
+// Ports of the bridge through which upstream frames leave, in the order of the walk.
+std::vector<const me_instance*> upstream_ports(const line_model& what, uint16_t bridge)
+{
+    std::vector<const me_instance*> ports;
+    for (const me_id id : what.related({me_class::mbsp, bridge}, me_class::mbpcd)) {
+        const me_instance* port = what.find(id);
+        if (port && type_of(*port).side == tp_side::ani &&
+            type_of(*port).class_id != me_class::multigemiw &&
+            std::ranges::find(ports, port) == ports.end())
+            ports.push_back(port);
+    }
+    return ports;
+}
+
+// The TCI that filters and mappers see.
+uint16_t outer_tci(const bytes& frame)
+{
+    const auto word = [&](size_t at) {
+        return frame.size() >= at + 2 ? frame[at] << 8 | frame[at + 1] : 0;
+    };
+    const int type = word(12);
+    return type == 0x8100 || type == 0x88a8 ? static_cast<uint16_t>(word(14)) : untagged_tci;
+}
+
+// The GEM IW TP that a mapper selects by the priority of the frame.
+std::optional<me_id> selected_by(const line_model& what, me_id mapper, const bytes& frame)
+{
+    const me_instance* found = what.find(mapper);
+    const uint16_t tci = outer_tci(frame);
+    if (!found || tci == untagged_tci)
+        return {};
+    return me_id{me_class::gemiw, found->as<gpon_raw_mapper>().pbit_GemIWTP[tci >> 13]};
+}
+
+// The operations of a port towards the ANI and of what is behind it.
+carried_frame through_port(const line_model& what, const me_instance& port, const bytes& frame)
+{
+    carrier work(what, direction::upstream, frame);
+    work.pass(port.id);
+    const me_id target = target_of(port);
+    work.pass(target);
+    if (target.class_id == me_class::mapper)
+        if (const auto gem_iw = selected_by(what, target, work.carried.frame))
+            work.pass(*gem_iw);
+    return std::move(work.carried);
+}
+
+void append(carried_frame& to, carried_frame more)
+{
+    std::ranges::move(more.steps, std::back_inserter(to.steps));
+    std::ranges::move(more.gaps, std::back_inserter(to.gaps));
+    to.frame = std::move(more.frame);
+    to.discarded = more.discarded;
+}
+
+bool is_untouched(const carried_frame& frame)
+{
+    return frame.steps.empty() && frame.gaps.empty();
+}
+
+// The choice among the ports towards the ANI of one bridge.
+void carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame& carried)
+{
+    std::vector<tag_gap> gaps;
+    for (const me_instance* port : upstream_ports(what, bridge)) {
+        carried_frame behind = through_port(what, *port, carried.frame);
+        const bool leaves =
+            behind.discarded || accepted_upstream(what, *port)[outer_tci(behind.frame)];
+        if (leaves)
+            return append(carried, std::move(behind));
+        if (is_untouched(behind))
+            continue;
+        for (const tag_step& step : behind.steps)
+            gaps.push_back({step.operation, to_text(port->id) +
+                                                " does not accept the frame that it "
+                                                "produces"});
+        std::ranges::move(behind.gaps, std::back_inserter(gaps));
+    }
+    std::ranges::move(gaps, std::back_inserter(carried.gaps));
+}
+
+} // namespace
+
+carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& frame)
+{
+    carrier work(what, direction::upstream, frame);
+    work.note_unplaced();
+    work.pass(uni);
+    return std::move(work.carried);
+}
+
+carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame)
+{
+    carrier work(what, direction::upstream, frame);
+    const std::vector<const me_instance*> ports = ports_at(what, uni);
+    for (const me_instance* port : ports)
+        work.pass(port->id);
+    if (!work.carried.discarded && !ports.empty())
+        carry_through_bridge(what, ports.front()->as<gpon_raw_mbpcd>().bridgeID, work.carried);
+    return std::move(work.carried);
+}
+
+carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
+                             const bytes& frame)
+{
+    carrier work(what, direction::downstream, frame);
+    work.note_unplaced();
+    for (const me_id at : path)
+        if (at.class_id != me_class::pptp && at.class_id != me_class::veip)
+            work.pass(at);
+    return std::move(work.carried);
+}
+
+carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame)
+{
+    carrier work(what, direction::downstream, frame);
+    for (const me_instance* port : ports_at(what, uni))
+        work.pass(port->id);
+    work.pass(uni);
+    return std::move(work.carried);
+}
+
+std::vector<me_id> unis_of(const line_model& what, me_id bridge)
+{
+    std::vector<me_id> unis;
+    for (const me_instance& port : what.instances(me_class::mbpcd))
+        if (port.as<gpon_raw_mbpcd>().bridgeID == bridge.instance &&
+            type_of(port).side == tp_side::uni)
+            unis.push_back(target_of(port));
+    return unis;
+}
+
+std::vector<tag_gap> unapplied_operations(const line_model& what, const std::vector<me_id>& path)
+{
+    std::vector<tag_gap> gaps;
+    for (const me_id operation : what.tag_operations()) {
+        const auto place = place_of(what, operation);
+        if (!place)
+            gaps.push_back({operation, placement_fault(what, operation)});
+        else if (std::ranges::find(path, *place) != path.end())
+            gaps.push_back({operation, "it belongs to " + to_text(*place)});
+    }
+    return gaps;
+}
+
+} // namespace gponflow

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Carries a frame through the tagging operations of a line, where the platform applies them: those
+// of the UNI before hook call kind 0, those of bridge ports, mappers and GEM IW TPs between kinds 0
+// and
+// 1. Downstream the same places in the other direction.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/model/line_model.h"
+
+namespace gponflow {
+
+/// One operation that was applied.
+struct tag_step {
+    me_id operation;
+    me_id at;        ///< what the operation belongs to
+    std::string row; ///< the row or mode that decided, in words
+    bytes before;
+    bytes after;
+    bool discarded = false; ///< the operation drops the frame
+};
+
+/// An operation whose effect is not known.
+struct tag_gap {
+    me_id operation;
+    std::string why;
+};
+
+struct carried_frame {
+    bytes frame;                 ///< after all steps
+    std::vector<tag_step> steps; ///< in order; after a discarding one there is none
+    std::vector<tag_gap> gaps;   ///< operations that exist here and were not applied
+    bool discarded = false;
+};
+
+/// Upstream from the wire to hook call kind 0. `uni` is a PPTP or VEIP.
+[[nodiscard]] carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& frame);
+
+/// Upstream between hook calls kind 0 and 1: the bridge ports of the UNI, then the ANI side of
+/// their bridges. Of several ports with operations, the first whose filter and mapper accept the
+/// frame that they produce decides; if there is none, its operations are gaps.
+[[nodiscard]] carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame);
+
+/// Downstream between hook calls kind 3 and 2. `path` are the instances of the walk of kind 3.
+[[nodiscard]] carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
+                                           const bytes& frame);
+
+/// Downstream from hook call kind 2 to the wire: the bridge ports of the UNI, then the UNI.
+[[nodiscard]] carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame);
+
+/// The UNIs of a bridge: those that a frame from the fibre may leave by.
+[[nodiscard]] std::vector<me_id> unis_of(const line_model& what, me_id bridge);
+
+/// Operations that belong to instances of a walk, and those whose place is not known: where a frame
+/// is taken as it is at a hook call, they are not applied.
+[[nodiscard]] std::vector<tag_gap> unapplied_operations(const line_model& what,
+                                                        const std::vector<me_id>& path);
+
+} // namespace gponflow

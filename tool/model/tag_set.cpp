@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/model/tag_set.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <vector>
+
+#include "include/tp_types.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr uint16_t vid = 0x0fff;
+constexpr uint16_t priority = 0xe000;
+constexpr uint16_t whole = 0xffff;
+constexpr unsigned vlans = 0x1000;
+constexpr unsigned priorities = 8;
+constexpr unsigned priority_shift = 13;
+constexpr unsigned downstream_only = 2;
+
+enum class tagged_frames : uint8_t { pass, drop, pass_listed, drop_listed };
+
+// G.988 table 9.3.11-1 as the module implements it, by forward operation.
+struct operation {
+    tagged_frames tagged;
+    uint16_t mask; // of the TCI, for a list
+    bool pass_untagged;
+};
+
+constexpr auto pass = tagged_frames::pass;
+constexpr auto drop = tagged_frames::drop;
+constexpr auto listed = tagged_frames::pass_listed;
+constexpr auto unlisted = tagged_frames::drop_listed;
+
+constexpr operation operations[] = {
+    {pass, 0, true},
+    {drop, 0, true},
+    {pass, 0, false},
+    {listed, vid, true},
+    {listed, vid, false},
+    {unlisted, vid, true},
+    {unlisted, vid, false},
+    {listed, priority, true},
+    {listed, priority, false},
+    {unlisted, priority, true},
+    {unlisted, priority, false},
+    {listed, whole, true},
+    {listed, whole, false},
+    {unlisted, whole, true},
+    {unlisted, whole, false},
+    {listed, vid, true},
+    {listed, vid, false},
+    {listed, priority, true},
+    {listed, priority, false},
+    {listed, whole, true},
+    {listed, whole, false},
+    {pass, 0, false},
+    {pass, 0, true},
+    {pass, 0, false},
+    {pass, 0, true},
+    {pass, 0, false},
+    {pass, 0, true},
+    {pass, 0, false},
+    {listed, vid, true},
+    {listed, vid, false},
+    {listed, priority, true},
+    {listed, priority, false},
+    {listed, whole, true},
+    {listed, whole, false},
+};
+
+// Every TCI that equals the entry in the compared bits.
+void add_entry(tag_set& tags, uint16_t entry, uint16_t mask)
+{
+    const unsigned free_bits = static_cast<uint16_t>(~mask);
+    // All subsets of the free bits, the full set first.
+    for (unsigned rest = free_bits;; rest = (rest - 1) & free_bits) {
+        tags.set((entry & mask) | rest);
+        if (rest == 0)
+            return;
+    }
+}
+
+tag_set listed_tags(const gpon_raw_vtfd& filter, uint16_t mask)
+{
+    tag_set tags;
+    for (size_t i = 0;
+         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i)
+        add_entry(tags, filter.vlanFilterList[i], mask);
+    return tags;
+}
+
+tag_set tagged_part(const operation& row, const gpon_raw_vtfd& filter)
+{
+    switch (row.tagged) {
+    case tagged_frames::pass:
+        return ~tag_set();
+    case tagged_frames::drop:
+        return {};
+    case tagged_frames::pass_listed:
+        return listed_tags(filter, row.mask);
+    default:
+        return ~listed_tags(filter, row.mask);
+    }
+}
+
+tag_set forwarded_by(const line_model& what, const gpon_raw_mapper& mapper)
+{
+    std::array<bool, priorities> leads{};
+    for (unsigned i = 0; i < priorities; ++i)
+        leads[i] = leads_upstream(what, mapper.pbit_GemIWTP[i]);
+    tag_set tags;
+    for (unsigned tci = 1; tci < tags.size(); ++tci)
+        tags[tci] = leads[tci >> priority_shift];
+    // An untagged frame has the default priority, or any that the table of DSCPs contains.
+    if (mapper.unmark_frame_opt == 1)
+        tags[untagged_tci] = mapper.defaultPbit < priorities && leads[mapper.defaultPbit];
+    else if (mapper.unmark_frame_opt == 0)
+        tags[untagged_tci] = std::ranges::find(leads, true) != leads.end();
+    return tags;
+}
+
+tag_set forwarded_behind(const line_model& what, const gpon_raw_mbpcd& port)
+{
+    switch (gpon::bridge_port_tp(port.tpType).class_id) {
+    case me_class::mapper: {
+        const me_instance* mapper = what.find({me_class::mapper, port.tpPointer});
+        return mapper ? forwarded_by(what, mapper->as<gpon_raw_mapper>()) : tag_set();
+    }
+    case me_class::gemiw:
+        return leads_upstream(what, port.tpPointer) ? ~tag_set() : tag_set();
+    default:
+        return {};
+    }
+}
+
+struct vlan_range {
+    unsigned first;
+    unsigned last;
+    unsigned priorities;
+};
+
+std::vector<vlan_range> ranges_of(const tag_set& tags)
+{
+    std::vector<vlan_range> ranges;
+    for (unsigned vlan = 0; vlan < vlans; ++vlan) {
+        const unsigned which = priorities_of(tags, vlan);
+        if (which == 0)
+            continue;
+        if (!ranges.empty() && ranges.back().last + 1 == vlan && ranges.back().priorities == which)
+            ranges.back().last = vlan;
+        else
+            ranges.push_back({vlan, vlan, which});
+    }
+    return ranges;
+}
+
+std::string text_of(const vlan_range& range)
+{
+    std::string text = std::to_string(range.first);
+    if (range.last != range.first)
+        text += " to " + std::to_string(range.last);
+    // Priority 0 of VLAN 0 is an untagged frame.
+    const unsigned all = range.first == 0 ? 0xfe : 0xff;
+    if (range.priorities != all)
+        text += " (priority " + priorities_text(range.priorities) + ")";
+    return text;
+}
+
+} // namespace
+
+std::string priorities_text(unsigned which)
+{
+    std::string text;
+    for (unsigned i = 0; i < priorities; ++i) {
+        if (!(which >> i & 1))
+            continue;
+        unsigned last = i;
+        while (last + 1 < priorities && (which >> (last + 1) & 1))
+            ++last;
+        text += (text.empty() ? "" : ", ") + std::to_string(i);
+        if (last > i)
+            text += " to " + std::to_string(last);
+        i = last;
+    }
+    return text;
+}
+
+unsigned priorities_of(const tag_set& tags, unsigned vlan)
+{
+    unsigned which = 0;
+    for (unsigned i = 0; i < priorities; ++i)
+        if (tags[i << priority_shift | vlan] && (i | vlan) != 0)
+            which |= 1u << i;
+    return which;
+}
+
+tag_set passed_by(const gpon_raw_vtfd& filter)
+{
+    if (filter.forwardOperation >= std::size(operations))
+        return {};
+    const operation& row = operations[filter.forwardOperation];
+    tag_set tags = tagged_part(row, filter);
+    tags[untagged_tci] = row.pass_untagged;
+    return tags;
+}
+
+uint16_t compared_bits(uint8_t forward_operation)
+{
+    return forward_operation < std::size(operations) ? operations[forward_operation].mask : 0;
+}
+
+bool leads_upstream(const line_model& what, uint16_t gem_iw)
+{
+    const me_instance* point = what.find({me_class::gemiw, gem_iw});
+    if (!point)
+        return false;
+    const me_instance* ctp =
+        what.find({me_class::gemctp, point->as<gpon_raw_gemiw>().gemCTPInstID});
+    return ctp && ctp->as<gpon_raw_gemctp>().direction != downstream_only;
+}
+
+tag_set accepted_upstream(const line_model& what, const me_instance& port)
+{
+    const tag_set forwarded = forwarded_behind(what, port.as<gpon_raw_mbpcd>());
+    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    if (!filter || !port.records(filter->id))
+        return forwarded;
+    return forwarded & passed_by(filter->as<gpon_raw_vtfd>());
+}
+
+bool has_all_vlans(const tag_set& tags)
+{
+    for (unsigned vlan = 1; vlan + 1 < vlans; ++vlan)
+        if (priorities_of(tags, vlan) != 0xff)
+            return false;
+    return true;
+}
+
+std::string to_text(const tag_set& tags, size_t most)
+{
+    const std::vector<vlan_range> ranges = ranges_of(tags);
+    std::string text = tags[untagged_tci] ? "untagged" : "";
+    if (ranges.empty())
+        return text.empty() ? "nothing" : text;
+    const bool one = ranges.size() == 1 && ranges[0].first == ranges[0].last;
+    text += std::string(text.empty() ? "" : ", ") + (one ? "VLAN " : "VLANs ");
+    for (size_t i = 0; i < std::min(most, ranges.size()); ++i)
+        text += (i ? ", " : "") + text_of(ranges[i]);
+    if (ranges.size() > most)
+        text += " and " + std::to_string(ranges.size() - most) + " more";
+    return text;
+}
+
+} // namespace gponflow

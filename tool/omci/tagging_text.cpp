@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/omci/tagging_text.h"
+
+#include <algorithm>
+#include <span>
+
+#include "include/me_class_id.h"
+#include "tool/omci/frame.h"
+#include "tool/omci/scenario_text.h"
+#include "tool/tagging/row.h"
+
+namespace gponflow::omci {
+
+namespace {
+
+enum class notation { decimal, hexadecimal, bytes };
+
+struct tagging_attribute {
+    size_t index; // in attribute_class::attributes
+    std::string_view option;
+    notation written;
+};
+
+constexpr size_t table_index = 5;
+
+constexpr tagging_attribute extended_attributes[] = {
+    {0, "association", notation::decimal},     {2, "input_tpid", notation::hexadecimal},
+    {3, "output_tpid", notation::hexadecimal}, {4, "downstream_mode", notation::decimal},
+    {table_index, "row", notation::bytes},     {6, "associated", notation::hexadecimal},
+    {7, "dscp_map", notation::bytes},
+};
+
+constexpr tagging_attribute plain_attributes[] = {
+    {0, "upstream_mode", notation::decimal},   {1, "upstream_tci", notation::hexadecimal},
+    {2, "downstream_mode", notation::decimal}, {3, "association", notation::decimal},
+    {4, "associated", notation::hexadecimal},
+};
+
+std::span<const tagging_attribute> attributes_of(uint16_t class_id)
+{
+    if (class_id == me_class::evtocd)
+        return extended_attributes;
+    if (class_id == me_class::vtocd)
+        return plain_attributes;
+    return {};
+}
+
+const tagging_attribute* find_tagging(uint16_t class_id, size_t index)
+{
+    const auto all = attributes_of(class_id);
+    const auto found = std::ranges::find(all, index, &tagging_attribute::index);
+    return found == all.end() ? nullptr : &*found;
+}
+
+std::string value_text(const tagging_attribute& attr, std::span<const uint8_t> bytes)
+{
+    if (attr.written == notation::bytes)
+        return hex_bytes(bytes);
+    const uint32_t value = bytes.size() == 1 ? bytes[0] : read_u16(bytes, 0);
+    return attr.written == notation::decimal ? std::to_string(value) : hex_text(value, 4);
+}
+
+std::string row_comment(std::span<const uint8_t> bytes)
+{
+    tag_row_image image{};
+    std::ranges::copy(bytes.first(std::min(bytes.size(), image.size())), image.begin());
+    const tag_row row = decode_row(image);
+    return comment_line(is_deletion(image) ? "  deletes the row: " + filter_text(row)
+                                           : "  row: " + row_text(row));
+}
+
+} // namespace
+
+bool is_tagging_attribute(uint16_t class_id, size_t index)
+{
+    return find_tagging(class_id, index) != nullptr;
+}
+
+std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
+                          const value_list& list)
+{
+    std::string options;
+    std::string comment;
+    for (const attribute_value& value : list.values) {
+        const tagging_attribute* attr = find_tagging(class_id, value.index);
+        if (!attr)
+            continue;
+        options += " " + std::string(attr->option) + "=" + value_text(*attr, value.bytes);
+        if (class_id == me_class::evtocd && value.index == table_index)
+            comment += row_comment(value.bytes);
+    }
+    if (created && class_id == me_class::evtocd)
+        options += " rows=default";
+    if (options.empty())
+        return {};
+    return comment + "tagging " + std::string(find_me_class(class_id)->name) + " " +
+           hex_text(instance, 4) + options + "\n";
+}
+
+} // namespace gponflow::omci
