@@ -49,6 +49,7 @@ build_modules() {
 
 link_sources "$farm" Kbuild src softonu
 build_modules "$farm"
-link_sources "$farm-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk
+link_sources "$farm-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk \
+    src/platform/linux/kept_blocks.h
 build_modules "$farm-of-tests/tests/kernel/modules"
 bash scripts/kernel/check-module.sh "$arch" "$farm/gpon_flow.ko" "$kernel"

@@ -68,7 +68,9 @@ run_kcsan_tests() {
         *) others+=("$name") ;;
         esac
     done
-    boot_debug "$arch" kcsan detectors real debug/race_detector || status=1
+    # The shipped way of memory: freed blocks are overwritten, a block each millisecond is guarded.
+    local guest_words=("${guest_words[@]}" slub_debug=P kfence.sample_interval=1)
+    boot_debug "$arch" kcsan detectors real debug/race_detector debug/guard_detector || status=1
     boot_debug "$arch" kcsan suite real "${others[@]}" debug/watched || status=1
     return "$status"
 }

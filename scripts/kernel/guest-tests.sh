@@ -9,8 +9,9 @@
 # Further words for the kernel command line; the guest's init gets them as variables.
 guest_words=()
 
-# Memory is not cleared, so that a read beyond the end of a packet does not find zeros.
-dirty_memory=init_on_alloc=0
+# Memory is not cleared, so that a read beyond the end of a packet does not find zeros. The allocator
+# overwrites freed blocks and checks them and the bytes around them.
+dirty_memory=(init_on_alloc=0 slub_debug=FZP)
 
 all_guest_tests() {
     find tests/kernel -name '*.sh' -not -path '*/bench/*' -not -path '*/debug/*' \
@@ -74,7 +75,7 @@ boot_guest_tests() {
     mkdir -p "${log%/*}"
     GPON_GUEST_CLOCK=$clock GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1800} \
         bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/initramfs.gz" \
-        "tests=$(IFS=,; echo "$*")" "$dirty_memory" "${guest_words[@]}" >"$log" 2>&1 || true
+        "tests=$(IFS=,; echo "$*")" "${dirty_memory[@]}" "${guest_words[@]}" >"$log" 2>&1 || true
     show_guest_log "$log" "$arch"
     guest_log_is_good "$log" "$@"
 }

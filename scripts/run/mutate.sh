@@ -1,15 +1,17 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [--write] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
+# [--write] [--edits FILE] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
 #
-# --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits.
+# --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits. --edits
+# takes the edits from FILE, for example the output of scripts/wrong-edits.py.
 set -eu
 . scripts/build.sh
 . scripts/results.sh
+. scripts/kernel/common.sh
 
 # A program is linked from the objects of a build that stands, and the edited source in front of
 # the archive that has the right one: an edit costs one compilation and one link.
 
-edits=tests/mutations/edits.txt
+edits=(tests/mutations/edits.txt tests/mutations/generated.txt)
 here=$(readlink -m "$GPON_BUILD_DIR")/mutate
 output=$here/output
 # Another build of the same tests serves as well.
@@ -33,20 +35,24 @@ command_of() {
     ninja -C "$(preset_dir "$1")" -t commands "$2" | tail -n 1
 }
 
-# compile PRESET FILE EDITED: includes are found as from the file's own folder.
+# compile PRESET FILE EDITED OBJECT: includes are found as from the file's own folder.
 compile() {
-    local line object=CMakeFiles/gpon_core.dir/$2.o
+    local line object=$4
     line=$(command_of "$1" "$object")
+    # The cache of the compiler would keep an object for each edit.
+    line=${line#ccache }
     line=${line//"-o $object"/"-o $here/edited.o -iquote $PWD/${2%/*}"}
     line=${line//"-MF $object.d"/"-MF $here/edited.d"}
     line=${line//"-c $PWD/$2"/"-c $3"}
     (cd "$(preset_dir "$1")" && eval "$line")
 }
 
-# link PRESET PROGRAM: the edited object goes in front of everything else that is linked.
+# link PRESET PROGRAM OBJECT: the edited object replaces OBJECT, or goes in front of the archive that has
+# it.
 link() {
     local line
     line=$(command_of "$1" "$2")
+    line=${line//" $3 "/ }
     line=${line//" -o $2 "/" -o $here/program $here/edited.o "}
     # What finds the cases of a program after its link is not wanted.
     line=${line%%" && cd "*}
@@ -61,10 +67,10 @@ program() {
 # The tests that take seconds come last: few edits live that long.
 slow='*systematic_faults*:*andom*:*million*'
 
+# A wrong edit may loop forever.
 run_edited() {
-    local run=(timeout 600 setarch "$(uname -m)" --addr-no-randomize "$here/program"
-        --gtest_fail_fast)
-    "${run[@]}" --gtest_filter="-$slow" && "${run[@]}" --gtest_filter="$slow"
+    timeout "${GPON_MUTATE_SECONDS:-120}" setarch "$(uname -m)" --addr-no-randomize \
+        "$here/program" --gtest_fail_fast --gtest_filter="$1"
 }
 
 # The test that failed first, or the one that was running when the program ended.
@@ -75,24 +81,91 @@ culprit() {
     echo "$name"
 }
 
-# noticed_in PRESET FILE EDITED PROGRAM...: prints the test that notices; fails when none does.
-noticed_in() {
-    local preset=$1 file=$2 edited=$3 name
-    compile "$preset" "$file" "$edited" >"$output" 2>&1 || { echo "the compiler" && return; }
-    for name in "${@:4}"; do
-        link "$preset" "$(program "$preset" "$name")" >"$output" 2>&1 || return 2
-        run_edited >"$output" 2>&1 </dev/null || { culprit && return; }
+# try_program PRESET PROGRAM OBJECT FILTER: prints the test that notices; fails when none does.
+try_program() {
+    link "$1" "$(program "$1" "$2")" "$3" >"$output" 2>&1 || return 2
+    run_edited "$4" >"$output" 2>&1 </dev/null || { culprit && return; }
+    return 1
+}
+
+# The same for the scenarios, in the order of the file system: the first that differs is enough.
+try_scenarios() {
+    local file status
+    link "$1" "$(program "$1" gponflow)" "$2" >"$output" 2>&1 || return 2
+    while read -r file; do
+        status=0
+        timeout 20 "$here/program" run --mask-lines "$file" >"$output" 2>&1 </dev/null || status=$?
+        if [ "$status" != 0 ] || ! cmp -s "$output" "${file%.scn}.transcript"; then
+            echo "the scenario $file" && return
+        fi
+    done < <(find scenarios tests/scenarios -name '*.scn')
+    return 1
+}
+
+# first_of COMMAND... -- COMMAND...: the first that finds something, or an error.
+first_of() {
+    local command=() word status=0
+    for word in "$@" --; do
+        if [ "$word" != -- ]; then
+            command+=("$word")
+            continue
+        fi
+        status=0
+        "${command[@]}" || status=$?
+        [ "$status" = 1 ] || return "$status"
+        command=()
     done
     return 1
 }
 
 noticed_by_unit() {
-    noticed_in "$preset" "$1" "$2" unit_tests property_tests
+    local object=CMakeFiles/gpon_core.dir/$1.o
+    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    first_of try_program "$preset" unit_tests "$object" "-$slow" -- \
+        try_scenarios "$preset" "$object" -- \
+        try_program "$preset" property_tests "$object" '*' -- \
+        try_program "$preset" unit_tests "$object" "$slow"
 }
 
 noticed_by_threads() {
-    local who
-    who=$(noticed_in tsan "$1" "$2" thread_tests) && echo "$who under ThreadSanitizer"
+    local who object=CMakeFiles/gpon_core.dir/$1.o
+    compile tsan "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    who=$(try_program tsan thread_tests "$object" '*') && echo "$who under ThreadSanitizer"
+}
+
+# The same without a sanitizer, which would order the accesses.
+noticed_by_frames() {
+    local object=CMakeFiles/gpon_core.dir/$1.o
+    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    try_program "$preset" thread_tests "$object" '*'
+}
+
+noticed_by_glue() {
+    local object=tests/glue/CMakeFiles/glue_memory.dir/__/__/$1.o
+    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    try_program "$preset" glue_tests "$object" '*'
+}
+
+# A tree with the wrong edit, whose files are otherwise the same. Its modules are built and booted.
+noticed_by_guest() {
+    local tree=$here/tree words
+    # shellcheck disable=SC2206 # the names of tests are words
+    words=(${guest_tests-})
+    rm -rf "$tree"
+    mkdir -p "$tree"
+    cp -al run Kbuild CMake* cmake packages.txt scripts src softonu tool tests scenarios captures "$tree"
+    rm "$tree/$1"
+    cp "$2" "$tree/$1"
+    (
+        cd "$tree"
+        GPON_KERNEL_DIR=$here/kernel GPON_BUILD_DIR=build ./run test-kernel "$guest_arch" "${words[@]}"
+    ) >"$output" 2>&1 && return 1
+    if grep -q '^modules-.* FAILED' "$output"; then
+        echo "the compiler" && return
+    fi
+    grep -oE "^  $guest_arch +[^ ]+ +FAILED" "$output" | awk '{print $2; exit}' | grep . ||
+        grep -oE '@@ begin [^ ]+' "$tree/build/logs/guest-$guest_arch-real.log" | tail -n 1 |
+        sed 's/@@ begin //' | grep . || return 2
 }
 
 # Clang's analysis of the lock contracts.
@@ -108,17 +181,24 @@ row() {
     sed -E 's/\| (\S+\.\S+)/| `\1`/' <<<"| $1 | $2 |"
 }
 
-# try NAME FILE FROM TO CHECK: 0 when the edit was noticed.
+# try NAME FILE FROM TO CHECK EQUIVALENT: 0 when the edit was noticed, or is known to change nothing.
 try() {
     local edited=$here/${2##*/} who status=0
     replace_once "$2" "$3" "$4" >"$edited" || return 1
     who=$("noticed_by_$5" "$2" "$edited") || status=$?
     case $status in
+    1)
+        if [ -n "$6" ]; then
+            printf '%-42s equivalent: %s\n' "$1" "$6"
+            rows+=("$(row "$1" "none, equivalent: $6")")
+            return
+        fi
+        printf '%-42s SURVIVED in %s\n' "$1" "$2"
+        ;;
     0)
         printf '%-42s caught by %s\n' "$1" "$who"
         rows+=("$(row "$1" "$who")")
         ;;
-    1) printf '%-42s SURVIVED in %s\n' "$1" "$2" ;;
     *) tail -n 40 "$output" >&2 ;;
     esac
     return "$status"
@@ -136,7 +216,7 @@ wanted() {
 
 # Fills the arrays with the edits that are wanted.
 read_edits() {
-    local line name='' file='' from='' to='' by=unit
+    local line name='' file='' from='' to='' by=unit equivalent='' tests=''
     while IFS= read -r line || [ -n "$line" ]; do
         case $line in
         'name: '*) name=${line#name: } ;;
@@ -144,22 +224,51 @@ read_edits() {
         'from: '*) printf -v from '%b' "${line#from: }" ;;
         'to:   '*) printf -v to '%b' "${line#to:   }" ;;
         'by:   '*) by=${line#by:   } ;;
+        'tests: '*) tests=${line#tests: } ;;
+        'equivalent: '*) equivalent=${line#equivalent: } ;;
         '')
             if [ -n "$name" ] && wanted "$name"; then
                 names+=("$name") files+=("$file") froms+=("$from") tos+=("$to") checks+=("$by")
+                equivalents+=("$equivalent") guests+=("$tests")
             fi
-            name='' file='' from='' to='' by=unit
+            name='' file='' from='' to='' by=unit equivalent='' tests=''
             ;;
         esac
-    done < <(cat "$edits" && echo)
+    done < <(for file in "${edits[@]}"; do [ ! -f "$file" ] || { cat "$file" && echo; }; done)
 }
 
 # The tests as they are must pass: else every edit would seem to be noticed.
 prepare_unit() {
-    step "$preset" build_preset "$preset" unit_tests property_tests
+    step "$preset" build_preset "$preset" unit_tests property_tests gponflow
     for name in unit_tests property_tests; do
         step "$name" "$(preset_dir "$preset")/$(program "$preset" "$name")" --gtest_brief=1
     done
+    find scenarios tests/scenarios -name '*.scn' -print0 | step scenarios xargs -0 \
+        bash scripts/scenario.sh check "$(preset_dir "$preset")/$(program "$preset" gponflow)"
+}
+
+prepare_frames() {
+    step "$preset" build_preset "$preset" thread_tests
+    step thread_tests "$(preset_dir "$preset")/$(program "$preset" thread_tests)" --gtest_brief=1
+}
+
+prepare_glue() {
+    step "$preset" build_preset "$preset" glue_tests
+    step glue_tests "$(preset_dir "$preset")/$(program "$preset" glue_tests)" --gtest_brief=1
+}
+
+# A copy of the guest's files, with modules of its own. The tests themselves pass in "run test-kernel".
+prepare_guest_edits() {
+    step "fetch-$guest_arch" bash scripts/kernel/fetch.sh "$guest_arch"
+    rm -rf "$here/kernel"
+    mkdir -p "$here/kernel"
+    cp -al "$guest_files/$guest_arch" "$here/kernel/"
+    rm -rf "$here/kernel/$guest_arch"/modules*
+}
+
+prepare_guest() {
+    need kernel cross build
+    prepare_guest_edits
 }
 
 prepare_threads() {
@@ -173,35 +282,44 @@ prepare_analysis() {
 }
 
 write=''
-if [ "${1:-}" = --write ]; then
-    write=1
+guest_arch=${GPON_MUTATE_ARCH:-arm64} guest_files=$GPON_KERNEL_DIR
+while :; do
+    case ${1:-} in
+    --write) write=1 ;;
+    --edits)
+        edits=("${2:?a file is missing after --edits}")
+        shift
+        ;;
+    *) break ;;
+    esac
     shift
-    if [ $# != 0 ]; then
-        echo "run mutate: --write is for all edits" >&2
-        exit 2
-    fi
-fi
-mkdir -p "$here"
-asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=()
-read_edits
-if [ ${#names[@]} = 0 ]; then
-    echo "run mutate: there is no such edit in $edits" >&2
+done
+if [ -n "$write" ] && [ $# != 0 ]; then
+    echo "run mutate: --write is for all edits" >&2
     exit 2
 fi
-for check in unit threads analysis; do
+mkdir -p "$here"
+asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=()
+read_edits
+if [ ${#names[@]} = 0 ]; then
+    echo "run mutate: there is no such edit in ${edits[*]}" >&2
+    exit 2
+fi
+for check in unit threads frames glue analysis guest; do
     if [[ " ${checks[*]} " == *" $check "* ]]; then
         "prepare_$check"
     fi
 done
 for i in "${!names[@]}"; do
-    try "${names[i]}" "${files[i]}" "${froms[i]}" "${tos[i]}" "${checks[i]}" ||
+    guest_tests=${guests[i]}
+    try "${names[i]}" "${files[i]}" "${froms[i]}" "${tos[i]}" "${checks[i]}" "${equivalents[i]}" ||
         survivors+=("${names[i]}")
 done
 if [ ${#survivors[@]} != 0 ]; then
     echo "not noticed: ${survivors[*]}" >&2
     exit 1
 fi
-echo "${#names[@]} edits, all noticed"
+echo "${#names[@]} edits, all noticed or equivalent"
 if [ -n "$write" ]; then
     {
         printf '%s\n' '| edit | noticed by |' '|---|---|' "${rows[@]}"

@@ -27,6 +27,7 @@ reports() {
 	rcu: INFO: rcu_preempt detected stalls on CPUs/tasks:
 	watchdog: BUG: soft lockup - CPU#1 stuck for 26s! [insmod:71]
 	UBSAN: shift-out-of-bounds in core/hook.cpp:12:3
+	BUG kmalloc-128 (Tainted: G           OE     ): Poison overwritten
 	ODEBUG: free active (active state 0) object type: timer_list hint: 0xffff8000012c1234
 	kmemleak: 2 new suspected memory leaks (see /sys/kernel/debug/kmemleak)
 	remove_proc_entry: removing non-empty directory '/proc/gpon_flow', leaking at least 'debug'

@@ -325,6 +325,24 @@ TEST_F(interpreter, clean_raw_data_keeps_the_links_of_deleted_instances)
     EXPECT_THAT(gpon::test::recorded(45, 1, 47), ElementsAre(0x101));
 }
 
+TEST_F(interpreter, clean_raw_data_runs_the_handler_of_every_attribute)
+{
+    gpon_raw_mapper raw = {};
+    raw.instID = 1;
+    for (u16 priority = 0; priority < 8; ++priority) {
+        const gpon_raw_gemiw gem_iw = {.instID = static_cast<u16>(0x11 + priority),
+                                       .gemCTPInstID = 0};
+        ASSERT_EQ(gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, gem_iw.instID, &gem_iw), 0);
+        raw.pbit_GemIWTP[priority] = gem_iw.instID;
+    }
+    ASSERT_EQ(gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &raw), 0);
+    gponDebugLevel = LOG_ERROR;
+    const std::vector<std::string> lines = run({"clean", "raw_data", "130", "1"});
+    const std::string error = "***ERROR***[gpon_flow_list_update_related_id][0] action error\r";
+    // One for each priority.
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), error), 8);
+}
+
 TEST_F(interpreter, clean_raw_data_with_more_words_takes_the_defaults)
 {
     create_bridge(0xffff);

@@ -186,6 +186,12 @@ TEST_F(mapper, chooses_by_the_priority_of_the_tag)
     ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
     EXPECT_FALSE(chooses(0x16, 0)) << "untagged frames are not mapped";
     raw.unmark_frame_opt = 1;
+    // The word at the end of the record is the type of the termination point.
+    raw.defaultPbit = 21;
+    raw.tpType = 7;
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    EXPECT_TRUE(chooses(7, 0)) << "the last word of the record";
+    EXPECT_FALSE(chooses(0, 0));
     raw.defaultPbit = 255;
     ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
     EXPECT_FALSE(chooses(0, 0)) << "nothing lies behind the record";

@@ -9,7 +9,7 @@ tc() { /sbin/tc "$@"; }
 
 # Each of these in the kernel log counts as a fault. The modules' own level tags look like **WARNING**
 # and do not match.
-kernel_faults='WARNING: |BUG: |BUG at |Oops|INFO: |general protection|Unable to handle'
+kernel_faults='WARNING: |BUG: |BUG at |BUG [a-zA-Z0-9_-]+ \(|Oops|INFO: |general protection|Unable to handle'
 kernel_faults="$kernel_faults|KASAN|UBSAN|ODEBUG|kmemleak: [0-9]|[Ll]eaking|corruption"
 kernel_faults="$kernel_faults|refcount_t|while atomic|page allocation failure|usercopy: "
 kernel_faults="$kernel_faults|unregister_netdevice|soft lockup|Kernel panic|circular locking"

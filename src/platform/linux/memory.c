@@ -14,18 +14,7 @@
 #include <linux/string.h>
 
 #include "glue.h"
-
-#if defined(CONFIG_KASAN) || defined(CONFIG_KMSAN) || defined(CONFIG_FAILSLAB) || \
-	defined(CONFIG_DEBUG_KMEMLEAK) || defined(CONFIG_SLUB_DEBUG_ON) || \
-	defined(CONFIG_DEBUG_SLAB)
-#define KEEPS_BLOCKS 0
-#else
-#define KEEPS_BLOCKS 1
-#endif
-
-/* Sizes are powers of two; a forward function has two blocks of one size at a time. */
-#define SHIFT_MAX 9
-#define SLOTS 2
+#include "kept_blocks.h"
 
 struct kept_blocks {
 	void *slot[SHIFT_MAX + 1][SLOTS];

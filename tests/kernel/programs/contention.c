@@ -4,6 +4,10 @@
  * while other processes flush the rules, change the entities of the path, dump everything and
  * trace. Twice four processes, so that each pair of interfaces runs on two processors at once. At
  * the end the path still leads to the provisioned GEM port.
+ *
+ * Then the same time again with one process that sends commands: it gives GEM port CTP 2 one port id
+ * after the other. Each reply to a frame of VLAN 200 must be a port id that was valid at some moment
+ * between the frame's call and its return.
  */
 #include <signal.h>
 #include <sys/mman.h>
@@ -11,14 +15,21 @@
 
 #include "graph.h"
 
-enum { PACKETS, COMMANDS, FLUSHES, OPERATORS, TALLIES };
+enum { PACKETS, COMMANDS, FLUSHES, OPERATORS, JUDGED, TALLIES };
 
 struct tally {
 	unsigned long calls;
 	unsigned long wrong;
 };
 
+/* The port ids of the second part: number n is valid from a moment between begun = n and ended = n. */
+struct progress {
+	unsigned long begun;
+	unsigned long ended;
+};
+
 static struct tally *tallies;
+static struct progress *progress;
 static volatile sig_atomic_t stop;
 
 static void end(int number)
@@ -65,6 +76,58 @@ static void send_commands(unsigned int seed)
 			count(COMMANDS, provision(device), "provisioning");
 		/* Rules need time to be learnt. */
 		usleep(1000);
+	}
+}
+
+static uint16_t port_of(unsigned long number)
+{
+	return (uint16_t)(2000 + number % 2000);
+}
+
+static int enter_state(int device, unsigned long number)
+{
+	const struct gpon_raw_gemctp raw = { .instID = 2, .portID = port_of(number),
+					     .tcontID = 0x8001, .direction = 3 };
+	const struct entity entity = ENTITY(268, raw);
+	int ret;
+
+	__atomic_store_n(&progress->begun, number, __ATOMIC_SEQ_CST);
+	ret = send_me(device, ZR_OMCI_MSG_TYPE_SET, &entity);
+	__atomic_store_n(&progress->ended, number, __ATOMIC_SEQ_CST);
+	return ret;
+}
+
+static void change_the_port(unsigned int seed)
+{
+	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
+
+	(void)seed;
+	for (unsigned long number = progress->ended + 1; !stop; number++) {
+		count(COMMANDS, enter_state(device, number), "set");
+		/* Every few states last long enough for frames that use a rule and its outcome. */
+		if (number % 4 == 0)
+			usleep(2000);
+	}
+}
+
+/* Looks for the state that the reply shows, no earlier than the one of the frame before. */
+static void judge_frames(unsigned int seed)
+{
+	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
+	unsigned long seen = 0;
+
+	while (!stop) {
+		const unsigned long ended = __atomic_load_n(&progress->ended, __ATOMIC_SEQ_CST);
+		const unsigned long first = ended > seen ? ended : seen;
+		struct softonu_hook_call call;
+		const int ret = send_packet(softonu, UP_ANI, seed % 2, 2, 200, &call);
+		const unsigned long last = __atomic_load_n(&progress->begun, __ATOMIC_SEQ_CST);
+
+		for (seen = first; seen <= last && port_of(seen) != call.gemport_id;)
+			seen++;
+		count(JUDGED, ret || call.api_result || seen > last, "reply of another time");
+		if (seen > last)
+			seen = first;
 	}
 }
 
@@ -134,42 +197,72 @@ static int outcome_is_right(int device, int softonu)
 
 static void say(void)
 {
-	static const char *const names[] = { "packets", "commands", "flushes", "operators" };
+	static const char *const names[] = { "packets", "commands", "flushes", "operators",
+					     "judged frames" };
 
 	for (int i = 0; i < TALLIES; i++)
 		printf("@@ %s: %lu calls, %lu wrong answers\n", names[i], tallies[i].calls,
 		       tallies[i].wrong);
 }
 
+/* Runs each function in a process for that time. Returns how many failed. */
+static int run_all(void (*const *work)(unsigned int), unsigned int count, unsigned int seconds)
+{
+	pid_t children[8];
+	int failed = 0;
+
+	for (unsigned int i = 0; i < count; i++)
+		children[i] = start(work[i], i + 1);
+	sleep(seconds);
+	for (unsigned int i = 0; i < count; i++)
+		kill(children[i], SIGTERM);
+	for (unsigned int i = 0; i < count; i++) {
+		int status = 0;
+
+		waitpid(children[i], &status, 0);
+		failed += status != 0;
+	}
+	return failed;
+}
+
+static int prepare_judged(int device, int softonu)
+{
+	struct softonu_hook_call call;
+
+	return !outcome_is_right(device, softonu) || enter_state(device, 1) ||
+	       send_packet(softonu, UP_ANI, 0, 2, 200, &call) || call.gemport_id != port_of(1);
+}
+
 int main(int words, char **arguments)
 {
-	static void (*const work[])(unsigned int) = { send_packets, send_commands, flush_rules,
-						      operate };
+	static void (*const everything[])(unsigned int) = {
+		send_packets, send_commands, flush_rules, operate,
+		send_packets, send_commands, flush_rules, operate,
+	};
+	static void (*const judged[])(unsigned int) = {
+		judge_frames, judge_frames, change_the_port, flush_rules, operate,
+	};
 	const unsigned int seconds = words > 1 ? (unsigned int)atoi(arguments[1]) : 10;
 	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
 	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
-	pid_t children[8];
-	int wrong = 0;
+	int wrong;
 
-	tallies = mmap(NULL, sizeof(*tallies) * TALLIES, PROT_READ | PROT_WRITE,
+	tallies = mmap(NULL, sizeof(*tallies) * TALLIES + sizeof(*progress), PROT_READ | PROT_WRITE,
 		       MAP_SHARED | MAP_ANONYMOUS, -1, 0);
 	if (tallies == MAP_FAILED || !outcome_is_right(device, softonu)) {
 		printf("no start\n");
 		return 2;
 	}
-	for (unsigned int i = 0; i < 8; i++)
-		children[i] = start(work[i % 4], i + 1);
-	sleep(seconds);
-	for (int i = 0; i < 8; i++)
-		kill(children[i], SIGTERM);
-	for (int i = 0; i < 8; i++) {
-		int status = 0;
-
-		waitpid(children[i], &status, 0);
-		wrong += status != 0;
+	progress = (struct progress *)(tallies + TALLIES);
+	wrong = run_all(everything, sizeof(everything) / sizeof(*everything), seconds);
+	if (prepare_judged(device, softonu)) {
+		printf("no start of the second part\n");
+		return 2;
 	}
+	wrong += run_all(judged, sizeof(judged) / sizeof(*judged), seconds);
 	for (int i = 0; i < TALLIES; i++)
 		wrong += tallies[i].wrong != 0 || tallies[i].calls == 0;
 	say();
+	printf("@@ %lu port ids\n", progress->ended);
 	return wrong || !outcome_is_right(device, softonu);
 }
