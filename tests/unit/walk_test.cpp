@@ -130,7 +130,7 @@ TEST_F(walk, upstream_a_port_with_an_unlinked_pptp_starts_at_its_veip)
         "**WARNING**[gpon_pkt_upstream_uni][0]the PPTP can not get the entry.";
     gpon::test::create_bridge(1);
     gpon::test::create_port(0x55, 1, 11, 0x203); // the link makes the VEIP
-    skb.port_word = 0xffffff3f; // the port is in bits 4 to 7
+    skb.port_word = 0xffffff3f;                  // the port is in bits 4 to 7
     for (const bool has_pptp : {false, true}) {
         const gpon_raw_pptp pptp = {.instID = 0x103};
         if (has_pptp)

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The kernel's memory and per-CPU interfaces, as far as the glue's memory.c uses them, for a process.
- * The test defines the functions. It includes this header as C++, memory.c as C.
+ * The kernel's memory and per-CPU interfaces, as far as the glue's memory.c uses them, for a
+ * process. The test defines the functions. It includes this header as C++, memory.c as C.
  *
- * A per-CPU variable is an array. The build defines the name of the only one, kept, as the element of
- * the current CPU (every second one).
+ * A per-CPU variable is an array. The build defines the name of the only one, kept, as the element
+ * of the current CPU (every second one).
  */
 #ifndef GPON_GLUE_STUB_H
 #define GPON_GLUE_STUB_H
@@ -22,8 +22,8 @@ extern "C" {
 enum { STUB_CPUS = 2 };
 extern int stub_cpu;
 
-/* Called before each per-CPU operation: an interrupt or another task may run here, and the caller may
- * continue on another CPU. */
+/* Called before each per-CPU operation: an interrupt or another task may run here, and the caller
+ * may continue on another CPU. */
 void stub_before_operation(void);
 
 extern size_t stub_smallest_block;
@@ -49,8 +49,8 @@ struct sk_buff;
 #define ilog2(n) (63u - (unsigned int)__builtin_clzll(n))
 #define order_base_2(n) ((n) > 1 ? ilog2((n)-1) + 1 : 0u)
 
-/* Behind "static", which goes to the mark: the test sets the variable to what a load finds. The elements
- * between those of the CPUs are no memory of the module. */
+/* Behind "static", which goes to the mark: the test sets the variable to what a load finds. The
+ * elements between those of the CPUs are no memory of the module. */
 #define DEFINE_PER_CPU(type, name) \
     const char name##_mark __attribute__((unused)) = 1; \
     type name##_of_cpu[2 * STUB_CPUS]; \
