@@ -1,16 +1,22 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [TARGET=... [SECONDS=...]] run a fuzzer; without TARGET list the fuzzers
+# [TARGET=... [SECONDS=...]] [--write] run a fuzzer; without TARGET list the fuzzers
+#
+# --write, without TARGET, puts the last run of each fuzzer into docs/results/fuzzers.md.
 set -eu
 . scripts/build.sh
+. scripts/results.sh
 
 TARGET=
 seconds=60
+write=
+rows=$GPON_BUILD_DIR/fuzz-results
 for word in "$@"; do
     case $word in
     TARGET=*) TARGET=${word#*=} ;;
     SECONDS=*) seconds=${word#*=} ;;
+    --write) write=1 ;;
     *)
-        echo "run fuzz: '$word' is neither TARGET=... nor SECONDS=..." >&2
+        echo "run fuzz: '$word' is neither TARGET=... nor SECONDS=... nor --write" >&2
         exit 2
         ;;
     esac
@@ -36,8 +42,50 @@ longest_of() {
     sed -nE "s/^gpon_fuzzer\($1 ([0-9]+) .*/\1/p" fuzz/CMakeLists.txt
 }
 
+# LOG: a row of the results: inputs, their rate, the load, and the covered edges of the corpus, after a
+# quarter and after half of the inputs, and at the end.
+row_of() {
+    awk -v target="$TARGET" -v seconds="$seconds" -v loads="$load_before to $(load)" '
+        /^#[0-9]+/ && / cov: / {
+            at = substr($1, 2)
+            for (i = 2; i < NF; i++) if ($i == "cov:") cov = $(i + 1)
+            if ($2 == "INITED") first = cov
+            n++ ; when[n] = at ; covered[n] = cov
+        }
+        /number_of_executed_units/ { runs = $2 }
+        function cov_at(part,   i, found) {
+            for (i = 1; i <= n && when[i] <= runs * part; i++) found = covered[i]
+            return found > first ? found : first
+        }
+        END {
+            printf "| %s | %d s | %d | %.1f | %s | %d, %d, %d, %d | none |\n", target, seconds,
+                runs, runs / seconds, loads, first, cov_at(0.25), cov_at(0.5), cov_at(1)
+        }' "$1"
+}
+
+load() {
+    cut -d' ' -f1 /proc/loadavg
+}
+
+write_rows() {
+    {
+        printf '%s\n' '| target | time | inputs | inputs/s | load | covered edges | findings |' \
+            '|---|---|---|---|---|---|---|'
+        cat "$rows"/*
+        printf '\nLoad: processes that wanted a processor, before and after the run, on %s cores.\n' \
+            "$(nproc)"
+        echo 'Covered edges: of the corpus, after a quarter of the inputs, after half of them, at the end.'
+        # shellcheck disable=SC2016 # the marks of a command in a document
+        printf '\nMeasured by `./run fuzz TARGET=... SECONDS=...`, written by `./run fuzz --write`.\n'
+    } | write_result fuzzers Fuzzers
+}
+
 if [ -z "$TARGET" ]; then
-    list_targets
+    if [ -n "$write" ]; then
+        write_rows
+    else
+        list_targets
+    fi
     exit 0
 fi
 read -r -a corpus <<<"$(corpus_of "$TARGET")"
@@ -60,6 +108,7 @@ found=$dir/fuzz/found/$TARGET
 mkdir -p "$found"
 log=$GPON_BUILD_DIR/logs/fuzz-$TARGET.log
 status=0
+load_before=$(load)
 "$dir/bin/fuzz_$TARGET" -max_total_time="$seconds" -timeout=20 -max_len="$(longest_of "$TARGET")" \
     -print_final_stats=1 -rss_limit_mb=1024 -artifact_prefix="$dir/fuzz/$TARGET-" "$found" \
     "${corpus[@]}" >"$log" 2>&1 </dev/null || status=$?
@@ -68,5 +117,7 @@ if [ "$status" != 0 ]; then
     echo "FOUND something: the input is named above, the whole output is in $log" >&2
     exit 1
 fi
+mkdir -p "$rows"
+row_of "$log" >"$rows/$TARGET"
 awk '/number_of_executed_units/ { runs = $2 } /^Done/ { print } / cov: / { last = $0 }
     END { print last; print runs " executions without a finding" }' "$log"

@@ -12,7 +12,7 @@ set -eu
 # the archive that has the right one: an edit costs one compilation and one link.
 
 edits=(tests/mutations/edits.txt tests/mutations/generated.txt)
-here=$(readlink -m "$GPON_BUILD_DIR")/mutate
+here=$(readlink -m "${GPON_MUTATE_DIR:-$GPON_BUILD_DIR/mutate}")
 output=$here/output
 # Another build of the same tests serves as well.
 preset=${GPON_MUTATE_PRESET:-release}

@@ -17,6 +17,13 @@
 
 #include "gpon_detect.h"
 
+/* Kernels since 5.12. */
+#if __has_include(<linux/kfence.h>)
+#include <linux/kfence.h>
+#else
+#define is_kfence_address(block) false
+#endif
+
 static char *fault = "allocate";
 module_param(fault, charp, 0444);
 MODULE_PARM_DESC(fault, "name of the fault; \"allocate\" is none, it only asks for memory");
@@ -72,6 +79,23 @@ static void sleep_in_read_section(void)
 	rcu_read_lock();
 	might_sleep();
 	rcu_read_unlock();
+}
+
+/* A sampled block has a page of its own, which is not mapped after the block is freed. */
+static void use_guarded_after_free(void)
+{
+	const unsigned long end = jiffies + 20 * HZ;
+	unsigned long *block;
+
+	while (time_before(jiffies, end)) {
+		block = gpon_detect_alloc(64);
+		gpon_detect_free(block);
+		if (is_kfence_address(block)) {
+			*gpon_detect_hide(block) = 1;
+			return;
+		}
+		cond_resched();
+	}
 }
 
 struct item {
@@ -208,6 +232,7 @@ static const struct {
 	{ "free_active_timer", free_active_timer },
 	{ "free_twice", free_twice },
 	{ "leak", leak },
+	{ "use_guarded_after_free", use_guarded_after_free },
 	{ "race", race },
 	{ "allocate", allocate },
 };

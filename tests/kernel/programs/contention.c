@@ -198,7 +198,7 @@ static int outcome_is_right(int device, int softonu)
 static void say(void)
 {
 	static const char *const names[] = { "packets", "commands", "flushes", "operators",
-					     "judged frames" };
+					     "judged" };
 
 	for (int i = 0; i < TALLIES; i++)
 		printf("@@ %s: %lu calls, %lu wrong answers\n", names[i], tallies[i].calls,
