@@ -47,8 +47,8 @@ longest_of() {
 row_of() {
     awk -v target="$TARGET" -v seconds="$seconds" -v loads="$load_before to $(load)" '
         /^#[0-9]+/ && / cov: / {
-            at = substr($1, 2)
-            for (i = 2; i < NF; i++) if ($i == "cov:") cov = $(i + 1)
+            at = substr($1, 2) + 0
+            for (i = 2; i < NF; i++) if ($i == "cov:") cov = $(i + 1) + 0
             if ($2 == "INITED") first = cov
             n++ ; when[n] = at ; covered[n] = cov
         }
