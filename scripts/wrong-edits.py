@@ -139,8 +139,8 @@ def main():
         used[name] = used.get(name, 0) + 1
         if used[name] > 1:
             name += f"-{used[name]}"
-        print(f"name: {name}\nfile: {file}\nfrom: {escaped(old)}\nto:   {escaped(new)}\n"
-              f"{how_noticed(file)}")
+        wrong = f"to:   {escaped(new)}".rstrip()
+        print(f"name: {name}\nfile: {file}\nfrom: {escaped(old)}\n{wrong}\n{how_noticed(file)}")
 
 
 if __name__ == "__main__":
