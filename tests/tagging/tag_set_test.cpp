@@ -81,6 +81,30 @@ TEST(tag_set, a_port_accepts_what_its_filter_and_mapper_pass)
     EXPECT_FALSE(has_all_vlans(accepted(mapper + "1" + port)));
 }
 
+TEST(tag_set, contains_what_a_port_accepts)
+{
+    for (const char* port :
+         {"tpType=5 tpPointer=0x11", "tpType=3 tpPointer=1", "tpType=1 tpPointer=1"})
+        for (unsigned code = 0; code < 0x23; ++code) {
+            const line_model model = final_entities(parse_good(
+                "load\nme create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+                "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+                "me create 802_1P_MAPPER 1 pbit_GemIWTP=0x11,0,0x11,0,0,0x11 unmark_frame_opt=" +
+                std::to_string(code % 3) +
+                "\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n"
+                "me create MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 " +
+                port +
+                "\nme create VLAN_TAG_FILTER_DATA 0x1001 vlanFilterList=0xa064,0x012c "
+                "vlanFilterNums=2 forwardOperation=0x" +
+                hex(code, 2) + "\n"));
+            const me_instance& one = *model.find({me_class::mbpcd, 0x1001});
+            const tag_set accepted = accepted_upstream(model, one);
+            for (unsigned tci = 0; tci < accepted.size(); tci += tci < 0x400 ? 1 : 61)
+                ASSERT_EQ(accepts_upstream(model, one, static_cast<uint16_t>(tci)), accepted[tci])
+                    << port << " code " << code << " TCI " << tci;
+        }
+}
+
 TEST(tag_set, is_described_by_ranges)
 {
     tag_set tags;

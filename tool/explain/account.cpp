@@ -7,8 +7,11 @@
 #include <vector>
 
 #include "include/uapi/gpon_flow.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/model/line_model.h"
 #include "tool/scenario/captured_run.h"
+#include "tool/scenario/final_state.h"
+#include "tool/tagging/frame_tags.h"
 #include "tool/text/pattern.h"
 #include "tool/text/text_table.h"
 
@@ -104,6 +107,20 @@ public:
         show_progress();
     }
 
+    exit_status count(const scenario& input, std::ostream& diagnostics)
+    {
+        for (const scenario_line& line : input.lines) {
+            apply(line, entities_);
+            const exit_status status = run({input.name, {line}}, diagnostics);
+            if (status != status_ok)
+                return status;
+        }
+        for (const auto& [operation, why] : gaps_)
+            diagnostics << input.name << ": warning: " << to_text(operation)
+                        << ": an operation exists here and was not applied: " << why << '\n';
+        return status_ok;
+    }
+
 private:
     void on_me(const me_command& command) override
     {
@@ -114,12 +131,25 @@ private:
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
         if (options.kind < account_.size())
-            count(options, frame.data);
+            count_carried(options, frame);
         else
             captured_run::on_frame(options, frame);
     }
 
-    void count(const packet_options& options, const bytes& frame)
+    // A frame that a tagging operation discards never reaches the hook call.
+    void count_carried(const packet_options& options, const captured_frame& frame)
+    {
+        const carried_frame carried = carry_to_hook(entities_, options, frame);
+        for (const tag_gap& gap : carried.gaps)
+            gaps_.emplace(gap.operation, gap.why);
+        if (!carried.discarded)
+            return count_frame(options, carried.frame);
+        direction_account& direction = account_.at(options.kind);
+        ++direction.frames;
+        ++direction.drops[tags_text(frame.data) + ": " + discard_text(carried)];
+    }
+
+    void count_frame(const packet_options& options, const bytes& frame)
     {
         const std::optional<hook_answer> answer = hook_in_detail(options, frame);
         const frame_story story(log());
@@ -151,6 +181,8 @@ private:
 
     frame_account& account_;
     bridge_map bridges_;
+    line_model entities_; ///< at the current command
+    std::map<me_id, std::string> gaps_;
 };
 
 constexpr std::array<const char*, 4> direction_titles = {
@@ -172,7 +204,7 @@ void print_lines(const char* outcome, const std::map<std::string, uint64_t>& lin
 exit_status account_scenario(const scenario& input, backend& target, frame_account& account,
                              std::ostream& diagnostics)
 {
-    return frame_counter(target, account).run(input, diagnostics);
+    return frame_counter(target, account).count(input, diagnostics);
 }
 
 void print_account(const frame_account& account, std::ostream& out)

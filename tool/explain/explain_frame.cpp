@@ -6,6 +6,7 @@
 
 #include "tool/explain/active_filter.h"
 #include "tool/explain/replay.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
 #include "tool/explain/walk_splitter.h"
 #include "tool/live/instances.h"
@@ -55,9 +56,26 @@ std::optional<hook_answer> hook_marked(captured_run& runner, const explained_fra
     return runner.hook(frame.options, frame.frame.data);
 }
 
+// The frame as the hook call gets it; nothing if a tagging operation discards it.
+std::optional<explained_frame> carried_input(explanation& result)
+{
+    result.tagging = carry_to_hook(result.entities, result.input.options, result.input.frame);
+    if (result.tagging.discarded) {
+        result.answer = hook_answer{0, 1, 0, 0};
+        result.story.ran = true;
+        return {};
+    }
+    explained_frame frame = result.input;
+    frame.frame.data = result.tagging.frame;
+    return frame;
+}
+
 void run_frame(captured_run& runner, explanation& result, explain_mode mode)
 {
-    const explained_frame& frame = result.input;
+    const std::optional<explained_frame> carried = carried_input(result);
+    if (!carried)
+        return;
+    const explained_frame& frame = *carried;
     const bool marked = mode == explain_mode::trace_filter;
     result.answer = marked ? hook_marked(runner, frame)
                            : runner.hook_in_detail(frame.options, frame.frame.data);

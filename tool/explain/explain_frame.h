@@ -7,6 +7,7 @@
 
 #include "tool/explain/frame_choice.h"
 #include "tool/explain/walk_story.h"
+#include "tool/model/carry.h"
 #include "tool/scenario/backend.h"
 #include "tool/text/exit_status.h"
 
@@ -17,6 +18,7 @@ struct explanation {
     walk_story story;
     std::optional<hook_answer> answer;
     line_model entities;       ///< at the time of the frame
+    carried_frame tagging{};   ///< operations before the hook call
     bool lines_lost = false;   ///< log text is missing
     bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };

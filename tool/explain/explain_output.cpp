@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tool/explain/decision_texts.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/explain/tagging_output.h"
 
 namespace gponflow {
@@ -174,12 +175,60 @@ const char* direction_title(unsigned fwd_flag)
     }
 }
 
-std::vector<me_id> path_of(const walk_story& story)
+std::vector<me_id> path_of(const walk_story& story, bool passed_only)
 {
     std::vector<me_id> path;
     for (const walk_step& step : story.steps)
-        path.push_back(step.at);
+        if (step.passed || !passed_only)
+            path.push_back(step.at);
     return path;
+}
+
+std::vector<leaving_frame> leaving_frames(const explanation& explained)
+{
+    return carry_to_unis(explained.entities, path_of(explained.story, true),
+                         explained.input.frame.data);
+}
+
+// Downstream, operations act behind the hook call.
+std::vector<tag_gap> candidate_gaps(const explanation& explained)
+{
+    if (explained.input.options.kind != 3)
+        return unapplied_operations(explained.entities, path_of(explained.story, false));
+    std::vector<tag_gap> gaps;
+    for (const leaving_frame& one : leaving_frames(explained))
+        gaps.insert(gaps.end(), one.carried.gaps.begin(), one.carried.gaps.end());
+    return gaps;
+}
+
+// Operations on the path that were not applied.
+std::vector<tag_gap> gaps_of(const explanation& explained)
+{
+    std::vector<tag_gap> gaps = explained.tagging.gaps;
+    for (tag_gap& gap : candidate_gaps(explained)) {
+        const auto same = [&](const auto& one) { return one.operation == gap.operation; };
+        if (std::ranges::none_of(explained.tagging.steps, same) && std::ranges::none_of(gaps, same))
+            gaps.push_back(std::move(gap));
+    }
+    return gaps;
+}
+
+// Operations behind a hook call of the downstream direction, at each UNI of the bridge.
+void print_leaving(const explanation& explained, std::ostream& out, const palette& colours)
+{
+    for (const leaving_frame& one : leaving_frames(explained)) {
+        if (one.carried.steps.empty())
+            continue;
+        out << "to " << to_text(one.uni) << '\n';
+        print_tagging(one.carried, out, colours);
+    }
+}
+
+void print_passage(const explanation& explained, std::ostream& out, const palette& colours)
+{
+    print_success(explained, out, colours);
+    if (explained.input.options.kind == 3)
+        print_leaving(explained, out, colours);
 }
 
 void print_if_inconsistent(const walk_story& story, std::ostream& out)
@@ -252,12 +301,16 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
         return;
     }
+    print_tagging(explained.tagging, out, colours);
     print_steps(explained.story, explained.entities, out, colours);
-    if (explained.answer->api_result == 0)
-        print_success(explained, out, colours);
+    if (explained.tagging.discarded)
+        out << colours.bad("dropped") << "\nThe tagging operation "
+            << discard_text(explained.tagging) << ".\n";
+    else if (explained.answer->api_result == 0)
+        print_passage(explained, out, colours);
     else
         print_drop(explained.story, out, colours);
-    print_gaps(unapplied_operations(explained.entities, path_of(explained.story)), out);
+    print_gaps(gaps_of(explained), out);
     print_warnings(explained, out);
 }
 

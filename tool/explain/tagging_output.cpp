@@ -41,7 +41,6 @@ void print_tagging(const carried_frame& carried, std::ostream& out, const palett
             << "  "
             << (step.discarded ? colours.bad("discarded") : "leaves as " + tags_text(step.after))
             << '\n';
-    print_gaps(carried.gaps, out);
 }
 
 void print_gaps(const std::vector<tag_gap>& gaps, std::ostream& out)

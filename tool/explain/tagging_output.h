@@ -13,7 +13,7 @@
 namespace gponflow {
 
 /// Prints the tags of the frame as it arrives, each operation with the row that decided, and the
-/// tags as it leaves; then the operations that were not applied. Nothing if there are none.
+/// tags as it leaves. Nothing if there are no operations.
 void print_tagging(const carried_frame& carried, std::ostream& out, const palette& colours = {});
 
 /// "OPERATION: an operation exists here and was not applied: REASON", a line each.

@@ -135,14 +135,6 @@ carried_frame through_port(const line_model& what, const me_instance& port, cons
     return std::move(work.carried);
 }
 
-void append(carried_frame& to, carried_frame more)
-{
-    std::ranges::move(more.steps, std::back_inserter(to.steps));
-    std::ranges::move(more.gaps, std::back_inserter(to.gaps));
-    to.frame = std::move(more.frame);
-    to.discarded = more.discarded;
-}
-
 bool is_untouched(const carried_frame& frame)
 {
     return frame.steps.empty() && frame.gaps.empty();
@@ -155,7 +147,7 @@ void carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame
     for (const me_instance* port : upstream_ports(what, bridge)) {
         carried_frame behind = through_port(what, *port, carried.frame);
         const bool leaves =
-            behind.discarded || accepted_upstream(what, *port)[outer_tci(behind.frame)];
+            behind.discarded || accepts_upstream(what, *port, outer_tci(behind.frame));
         if (leaves)
             return append(carried, std::move(behind));
         if (is_untouched(behind))
@@ -218,6 +210,31 @@ std::vector<me_id> unis_of(const line_model& what, me_id bridge)
             type_of(port).side == tp_side::uni)
             unis.push_back(target_of(port));
     return unis;
+}
+
+void append(carried_frame& first, carried_frame then)
+{
+    std::ranges::move(then.steps, std::back_inserter(first.steps));
+    std::ranges::move(then.gaps, std::back_inserter(first.gaps));
+    first.frame = std::move(then.frame);
+    first.discarded = then.discarded;
+}
+
+std::vector<leaving_frame> carry_to_unis(const line_model& what, const std::vector<me_id>& path,
+                                         const bytes& frame)
+{
+    const auto port = std::ranges::find(path, uint16_t{me_class::mbpcd}, &me_id::class_id);
+    const me_instance* me = port == path.end() ? nullptr : what.find(*port);
+    if (!me)
+        return {};
+    const carried_frame bridged = carry_from_ani(what, path, frame);
+    std::vector<leaving_frame> leaving;
+    for (const me_id uni : unis_of(what, {me_class::mbsp, me->as<gpon_raw_mbpcd>().bridgeID})) {
+        leaving.push_back({uni, bridged});
+        if (!bridged.discarded)
+            append(leaving.back().carried, carry_to_uni(what, uni, bridged.frame));
+    }
+    return leaving;
 }
 
 std::vector<tag_gap> unapplied_operations(const line_model& what, const std::vector<me_id>& path)

@@ -53,6 +53,19 @@ struct carried_frame {
 /// The UNIs of a bridge: those that a frame from the fibre may leave by.
 [[nodiscard]] std::vector<me_id> unis_of(const line_model& what, me_id bridge);
 
+/// A frame from the fibre as it leaves by one UNI.
+struct leaving_frame {
+    me_id uni;
+    carried_frame carried; ///< both halves
+};
+
+/// Downstream from hook call kind 3, whose walk passed through `path`, to each UNI of the bridge.
+[[nodiscard]] std::vector<leaving_frame>
+carry_to_unis(const line_model& what, const std::vector<me_id>& path, const bytes& frame);
+
+/// Continues `first` with the steps of `then`, whose frame is that behind `first`.
+void append(carried_frame& first, carried_frame then);
+
 /// Operations that belong to instances of a walk, and those whose place is not known: where a frame
 /// is taken as it is at a hook call, they are not applied.
 [[nodiscard]] std::vector<tag_gap> unapplied_operations(const line_model& what,

@@ -71,6 +71,56 @@ constexpr operation operations[] = {
     {listed, whole, false},
 };
 
+bool is_listed(const gpon_raw_vtfd& filter, uint16_t mask, uint16_t tci)
+{
+    const size_t count = std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList));
+    return std::any_of(filter.vlanFilterList, filter.vlanFilterList + count,
+                       [=](uint16_t entry) { return ((entry ^ tci) & mask) == 0; });
+}
+
+bool passes(const gpon_raw_vtfd& filter, uint16_t tci)
+{
+    if (filter.forwardOperation >= std::size(operations))
+        return false;
+    const operation& row = operations[filter.forwardOperation];
+    if (tci == untagged_tci)
+        return row.pass_untagged;
+    if (row.tagged == tagged_frames::pass || row.tagged == tagged_frames::drop)
+        return row.tagged == tagged_frames::pass;
+    return is_listed(filter, row.mask, tci) == (row.tagged == tagged_frames::pass_listed);
+}
+
+bool forwards_untagged(const line_model& what, const gpon_raw_mapper& mapper)
+{
+    if (mapper.unmark_frame_opt == 1)
+        return mapper.defaultPbit < priorities &&
+               leads_upstream(what, mapper.pbit_GemIWTP[mapper.defaultPbit]);
+    // By DSCP: any of the priorities.
+    return mapper.unmark_frame_opt == 0 &&
+           std::ranges::any_of(mapper.pbit_GemIWTP,
+                               [&](uint16_t gem_iw) { return leads_upstream(what, gem_iw); });
+}
+
+bool forwards(const line_model& what, const gpon_raw_mapper& mapper, uint16_t tci)
+{
+    return tci == untagged_tci ? forwards_untagged(what, mapper)
+                               : leads_upstream(what, mapper.pbit_GemIWTP[tci >> priority_shift]);
+}
+
+bool forwards(const line_model& what, const gpon_raw_mbpcd& port, uint16_t tci)
+{
+    switch (gpon::bridge_port_tp(port.tpType).class_id) {
+    case me_class::mapper: {
+        const me_instance* mapper = what.find({me_class::mapper, port.tpPointer});
+        return mapper && forwards(what, mapper->as<gpon_raw_mapper>(), tci);
+    }
+    case me_class::gemiw:
+        return leads_upstream(what, port.tpPointer);
+    default:
+        return false;
+    }
+}
+
 // Every TCI that equals the entry in the compared bits.
 void add_entry(tag_set& tags, uint16_t entry, uint16_t mask)
 {
@@ -114,11 +164,7 @@ tag_set forwarded_by(const line_model& what, const gpon_raw_mapper& mapper)
     tag_set tags;
     for (unsigned tci = 1; tci < tags.size(); ++tci)
         tags[tci] = leads[tci >> priority_shift];
-    // An untagged frame has the default priority, or any that the table of DSCPs contains.
-    if (mapper.unmark_frame_opt == 1)
-        tags[untagged_tci] = mapper.defaultPbit < priorities && leads[mapper.defaultPbit];
-    else if (mapper.unmark_frame_opt == 0)
-        tags[untagged_tci] = std::ranges::find(leads, true) != leads.end();
+    tags[untagged_tci] = forwards_untagged(what, mapper);
     return tags;
 }
 
@@ -229,6 +275,14 @@ tag_set accepted_upstream(const line_model& what, const me_instance& port)
     if (!filter || !port.records(filter->id))
         return forwarded;
     return forwarded & passed_by(filter->as<gpon_raw_vtfd>());
+}
+
+bool accepts_upstream(const line_model& what, const me_instance& port, uint16_t tci)
+{
+    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    if (filter && port.records(filter->id) && !passes(filter->as<gpon_raw_vtfd>(), tci))
+        return false;
+    return forwards(what, port.as<gpon_raw_mbpcd>(), tci);
 }
 
 bool has_all_vlans(const tag_set& tags)

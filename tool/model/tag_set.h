@@ -31,6 +31,9 @@ constexpr uint16_t untagged_tci = 0;
 /// GEM IW TP forwards. Empty for a port of the UNI side or of a multicast point.
 [[nodiscard]] tag_set accepted_upstream(const line_model& what, const me_instance& port);
 
+/// Whether the set contains the TCI, without building the set.
+[[nodiscard]] bool accepts_upstream(const line_model& what, const me_instance& port, uint16_t tci);
+
 /// The priorities with which the set contains the VLAN, a bit for each.
 [[nodiscard]] unsigned priorities_of(const tag_set& tags, unsigned vlan);
 

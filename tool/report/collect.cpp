@@ -7,6 +7,7 @@
 
 #include "tool/capture/frame_header.h"
 #include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
@@ -95,8 +96,21 @@ private:
             captured_run::on_frame(options, frame);
             return;
         }
-        const std::optional<hook_answer> answer = hook_in_detail(options, frame.data);
-        count({{options, frame}, read_walk(log(), data_.entities), answer, {}}, place);
+        carried_frame carried = carry_to_hook(data_.entities, options, frame);
+        explanation explained{{options, frame}, {}, {}, {}, std::move(carried)};
+        classify(explained);
+        count(std::move(explained), place);
+    }
+
+    void classify(explanation& explained)
+    {
+        if (explained.tagging.discarded) {
+            explained.answer = hook_answer{0, 1, 0, 0};
+            explained.story.ran = true;
+            return;
+        }
+        explained.answer = hook_in_detail(explained.input.options, explained.tagging.frame);
+        explained.story = read_walk(log(), data_.entities);
     }
 
     flow_row row_of(const explanation& explained, const std::string& place) const
@@ -138,6 +152,8 @@ private:
     {
         if (fate == frame_fate::untouched)
             return explained.answer ? "the engine is off" : "the module is not loaded";
+        if (explained.tagging.discarded)
+            return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
             return drop_reason(explained.story);
         const std::string bridge = bridge_text(explained.story, data_.entities);

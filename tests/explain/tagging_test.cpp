@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Frames through the tagging operations of a line, in explain, account and graph. The rows are
+// those of docs/tagging.md: untagged to VLAN 100, VLAN 5 to VLAN 200; VLAN 666 is discarded.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tool/explain/account.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_entry.h"
+#include "tool/model/graph.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
+
+namespace gponflow {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+// 666 = 0x29a: inner filter word 8 0 29a << 3 = 0x814d0000.
+const std::string tagged_line =
+    good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000f8000000000f000000000324\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000814d0000c00f0000000f0000\n";
+
+const std::string untagged = "frame=02000000000102000000010108004500\n";
+const std::string vlan_666 = "frame=0200000000010200000001018100029a08004500\n";
+
+std::string explained(const std::string& text)
+{
+    std::ostringstream out;
+    exit_status status = status_ok;
+    const std::unique_ptr<backend> target = make_host_backend();
+    if (const auto found = explain_frame(parse_good(text), *target, {}, out, status))
+        print_explanation(*found, out);
+    return out.str();
+}
+
+TEST(explain_tagging, a_frame_of_the_uni_is_rewritten_before_the_hook_call)
+{
+    EXPECT_EQ(explained(tagged_line + "hook kind=up_uni port=1 " + untagged),
+              "upstream, from the UNI to the bridge, 16 bytes\n"
+              "  arrives as untagged\n"
+              "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: untagged: add VLAN "
+              "100 with priority 0, TPID 0x8100\n"
+              "  leaves as VLAN 100 priority 0\n"
+              "  PPTP_ETHERNET_UNI 0x0101\n"
+              "    MAC_BRIDGE_PORT_CON_DATA 0x0101  bridgeID=0x0001 tpType=1 tpPointer=0x0101\n"
+              "passes into the bridge; a rule was learnt\n");
+}
+
+TEST(explain_tagging, a_discarded_frame_does_not_reach_the_hook_call)
+{
+    EXPECT_EQ(explained(tagged_line + "hook kind=up_uni port=1 " + vlan_666),
+              "upstream, from the UNI to the bridge, 20 bytes\n"
+              "  arrives as VLAN 666 priority 0\n"
+              "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: single-tagged, VLAN "
+              "666: discard\n"
+              "  discarded\n"
+              "dropped\n"
+              "The tagging operation VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 "
+              "discards the frame: single-tagged, VLAN 666: discard.\n");
+}
+
+TEST(explain_tagging, what_was_not_applied_is_named_beside_the_result)
+{
+    EXPECT_THAT(explained(tagged_line + "hook kind=up_ani " + frame_of_vlan_100 + "\n"),
+                HasSubstr("passes to GEM port 1025; a rule was learnt\n"
+                          "VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not "
+                          "applied: the UNI of the frame is not known (port=)\n"));
+    EXPECT_THAT(explained(good_line +
+                          "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                          "hook kind=up_uni port=1 " +
+                          untagged),
+                HasSubstr("passes into the bridge; a rule was learnt\n"
+                          "VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not "
+                          "applied: its association is not known\n"));
+    EXPECT_THAT(explained(good_line + "hook kind=up_uni port=1 " + untagged),
+                Not(HasSubstr("operation")));
+}
+
+TEST(explain_tagging, a_frame_from_the_fibre_is_rewritten_behind_the_hook_call)
+{
+    EXPECT_THAT(explained(tagged_line + "hook kind=down_ani gem=1025 " + frame_of_vlan_100 + "\n"),
+                HasSubstr("passes from GEM port 1025 into the bridge; a rule was learnt\n"
+                          "to PPTP_ETHERNET_UNI 0x0101\n"
+                          "  arrives as VLAN 100 priority 0\n"
+                          "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
+                          "of untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                          "  leaves as untagged\n"));
+    EXPECT_THAT(explained(good_line +
+                          "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                          "hook kind=down_ani gem=1025 " +
+                          frame_of_vlan_100 + "\n"),
+                HasSubstr("a rule was learnt\nVLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists "
+                          "here and was not applied: its association is not known\n"));
+}
+
+// Line, frame and direction of a frame from a capture.
+carried_frame carried(const std::string& text, uint32_t kind, uint32_t port, size_t number)
+{
+    packet_options options;
+    options.kind = kind;
+    options.port_word = port << 4;
+    captured_frame frame(bytes{2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 8, 0});
+    frame.number = number;
+    return carry_to_hook(final_entities(parse_good(text)), options, frame);
+}
+
+TEST(explain_tagging, a_captured_frame_with_a_port_passes_both_halves)
+{
+    EXPECT_EQ(carried(tagged_line, 1, 1, 3).steps.size(), 1u);
+    EXPECT_EQ(carried(tagged_line, 1, 1, 0).steps.size(), 0u);
+    EXPECT_EQ(carried(tagged_line, 1, 0, 3).gaps.size(), 1u);
+    EXPECT_EQ(carried(tagged_line, 3, 0, 3).gaps.size(), 0u);
+    const carried_frame both =
+        carried(tagged_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x1001 "
+                              "upstream_mode=1 upstream_tci=0x6064\n",
+                1, 1, 3);
+    ASSERT_EQ(both.steps.size(), 2u);
+    EXPECT_EQ(both.steps[1].row, "upstream mode 1: replace the outer tag by VLAN 100 priority 3");
+}
+
+std::string accounted(const std::string& text, std::string& diagnostics)
+{
+    std::ostringstream out;
+    std::ostringstream told;
+    frame_account account;
+    const std::unique_ptr<backend> target = make_host_backend();
+    EXPECT_EQ(account_scenario(parse_good(text), *target, account, told), status_ok);
+    print_account(account, out);
+    diagnostics = told.str();
+    return out.str();
+}
+
+TEST(account_tagging, discarded_frames_are_counted_by_row)
+{
+    std::string diagnostics;
+    EXPECT_THAT(accounted(tagged_line + "hook kind=up_uni port=1 " + untagged +
+                              "hook kind=up_uni port=1 " + vlan_666,
+                          diagnostics),
+                HasSubstr("  passed      1  into bridge 1\n"
+                          "  dropped     1  VLAN 666 priority 0: VLAN_TAG_EXTEND_OPERATE 0x0001 of "
+                          "PPTP_ETHERNET_UNI 0x0101 discards the frame: single-tagged, VLAN 666: "
+                          "discard\n"));
+    EXPECT_EQ(diagnostics, "");
+}
+
+TEST(account_tagging, operations_that_were_not_applied_are_warnings)
+{
+    std::string diagnostics;
+    const std::string hook = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
+    accounted(tagged_line + hook + hook, diagnostics);
+    EXPECT_EQ(diagnostics,
+              "test.scn: warning: VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was "
+              "not applied: the UNI of the frame is not known (port=)\n");
+}
+
+TEST(graph_tagging, an_operation_is_drawn_at_its_place)
+{
+    const auto dot = [](const std::string& text) {
+        std::ostringstream out;
+        write_dot(final_entities(parse_good(text)), {}, out);
+        return out.str();
+    };
+    EXPECT_THAT(dot(tagged_line),
+                HasSubstr("\"VLAN_TAG_EXTEND_OPERATE 0x0001\" -> \"PPTP_ETHERNET_UNI 0x0101\" "
+                          "[label=\"tagging\", style=dotted];\n"));
+    // Three rows, of which the one for untagged frames replaces a default row.
+    EXPECT_THAT(dot(tagged_line), HasSubstr("0x0001\\n5 rows\""));
+    EXPECT_THAT(dot(good_line + "me create VLAN_TAG_OPERATE 0x0101\n"),
+                HasSubstr("\"VLAN_TAG_OPERATE 0x0101\" -> \"PPTP_ETHERNET_UNI 0x0101\" "
+                          "[label=\"same id\", style=dotted];\n"));
+    EXPECT_THAT(dot(good_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=9\n"),
+                HasSubstr("\"PPTP_ETHERNET_UNI 0x0009\" [label=\"tagging\", style=dotted, "
+                          "color=red, fontcolor=red];\n"));
+}
+
+} // namespace
+
+} // namespace gponflow

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/tagging_entry.h"
+
+#include <optional>
+
+#include "platform/api/platform_hook.h"
+#include "tool/model/tag_places.h"
+
+namespace gponflow {
+
+namespace {
+
+// As the module finds it: the first one whose id ends in the number.
+std::optional<me_id> uni_of(const line_model& entities, const packet_options& options)
+{
+    const uint32_t port = options.port_word >> 4 & 15;
+    for (const uint16_t class_id : {uint16_t{me_class::pptp}, uint16_t{me_class::veip}})
+        for (const me_instance& one : entities.instances(class_id))
+            if ((one.id.instance & 0xff) == port)
+                return one.id;
+    return {};
+}
+
+carried_frame carry_to_bridge_exit(const line_model& entities, me_id uni, const bytes& frame)
+{
+    carried_frame carried = carry_from_uni(entities, uni, frame);
+    if (carried.discarded)
+        return carried;
+    append(carried, carry_to_ani(entities, uni, carried.frame));
+    return carried;
+}
+
+carried_frame uncarried(const line_model& entities, const bytes& frame)
+{
+    carried_frame carried{frame, {}, {}, false};
+    for (const me_id operation : entities.tag_operations()) {
+        const std::string why = placement_fault(entities, operation);
+        carried.gaps.push_back(
+            {operation, why.empty() ? "the UNI of the frame is not known (port=)" : why});
+    }
+    return carried;
+}
+
+} // namespace
+
+carried_frame carry_to_hook(const line_model& entities, const packet_options& options,
+                            const captured_frame& frame)
+{
+    const bool upstream = options.kind == GPON_API_UP_UNI || options.kind == GPON_API_UP_ANI;
+    if (!upstream || entities.tag_operations().empty())
+        return {frame.data, {}, {}, false};
+    const std::optional<me_id> uni = uni_of(entities, options);
+    if (options.kind == GPON_API_UP_UNI && uni)
+        return carry_from_uni(entities, *uni, frame.data);
+    if (options.kind == GPON_API_UP_ANI && uni && frame.number != 0)
+        return carry_to_bridge_exit(entities, *uni, frame.data);
+    return uncarried(entities, frame.data);
+}
+
+std::string discard_text(const carried_frame& carried)
+{
+    const tag_step& last = carried.steps.back();
+    return to_text(last.operation) + " of " + to_text(last.at) + " discards the frame: " + last.row;
+}
+
+} // namespace gponflow

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Tagging operations between the place where a frame is seen and a hook call.
+#pragma once
+
+#include <string>
+
+#include "tool/capture/captured_frame.h"
+#include "tool/model/carry.h"
+#include "tool/scenario/command.h"
+
+namespace gponflow {
+
+/// The frame as a hook call gets it. A frame of kind up_uni is as the UNI receives it, and so is
+/// one of kind up_ani if it comes from a capture and has a port. Other frames are as they are at
+/// the hook call: the upstream operations of the line are gaps for up_ani.
+[[nodiscard]] carried_frame carry_to_hook(const line_model& entities, const packet_options& options,
+                                          const captured_frame& frame);
+
+/// "VLAN_TAG_EXTEND_OPERATE 0x0001 discards the frame: ROW". The frame is discarded.
+[[nodiscard]] std::string discard_text(const carried_frame& carried);
+
+} // namespace gponflow
