@@ -14,6 +14,7 @@
 
 #include "../../base/thread_safety.h"
 #include "platform_hook.h"
+#include "record_layout.h"
 
 #ifdef __cplusplus
 #include <stdarg.h>
@@ -108,7 +109,10 @@ struct gpon_file_operations {
     int (*open)(struct file* file);
     long (*unlocked_ioctl)(struct file* file, unsigned int command, unsigned long argument);
     long (*compat_ioctl)(struct file* file, unsigned int command, unsigned long argument);
-};
+} GPON_KEEP_LAYOUT;
+GPON_MEMBER_AT(struct gpon_file_operations, open, 0);
+GPON_MEMBER_AT(struct gpon_file_operations, unlocked_ioctl, sizeof(void*));
+GPON_MEMBER_AT(struct gpon_file_operations, compat_ioctl, 2 * sizeof(void*));
 /* 0 or a negative errno. */
 GPON_SEAM(int, __register_chrdev,
           (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name,

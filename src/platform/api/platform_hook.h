@@ -3,6 +3,8 @@
 #ifndef GPON_PLATFORM_HOOK_H
 #define GPON_PLATFORM_HOOK_H
 
+#include "record_layout.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -27,7 +29,11 @@ struct api_data {
     unsigned int api_param; /* GPON_API_SWITCH: the new switch value */
     int api_result;         /* out: 0 handled, 1 failed, -1 unknown kind */
     struct sk_buff* skb;    /* may be null */
-};
+} GPON_KEEP_LAYOUT;
+GPON_MEMBER_AT(struct api_data, api_type, 0);
+GPON_MEMBER_AT(struct api_data, api_param, 4);
+GPON_MEMBER_AT(struct api_data, api_result, 8);
+GPON_MEMBER_AT(struct api_data, skb, sizeof(struct api_data) - sizeof(void*));
 
 /* Registration record of one hook; the framework owns the link words while it is registered. */
 struct vorn_hook_ops {
@@ -37,7 +43,13 @@ struct vorn_hook_ops {
     int (*hook)(struct api_data* data);
     int hook_id;
     int priority;
-};
+} GPON_KEEP_LAYOUT;
+GPON_MEMBER_AT(struct vorn_hook_ops, link, 0);
+GPON_MEMBER_AT(struct vorn_hook_ops, name, 3 * sizeof(void*));
+GPON_MEMBER_AT(struct vorn_hook_ops, enable, 4 * sizeof(void*));
+GPON_MEMBER_AT(struct vorn_hook_ops, hook, 5 * sizeof(void*));
+GPON_MEMBER_AT(struct vorn_hook_ops, hook_id, 6 * sizeof(void*));
+GPON_MEMBER_AT(struct vorn_hook_ops, priority, 6 * sizeof(void*) + sizeof(int));
 
 #ifdef __cplusplus
 }
