@@ -3,6 +3,10 @@
  * The hook framework. Calls walk the chain under RCU on any CPU; registration changes it under a
  * mutex and waits for the calls that still see the old chain, so that the caller may free the
  * record or unload its code.
+ *
+ * With PREEMPT_RT a call can be preempted, and the spinlocks that it takes sleep. The read section
+ * permits both, and synchronize_rcu() waits for a preempted call as well. The section is therefore
+ * the only protection of a call: disabled bottom halves do not keep a processor to themselves there.
  */
 #include <linux/bottom_half.h>
 #include <linux/build_bug.h>

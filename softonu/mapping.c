@@ -4,6 +4,9 @@
  * called through an exported pointer, which may be null. It returns a fixed value, or looks the
  * packet up in a table of rules; the first match wins. A change publishes a new copy of the whole
  * state, so a call sees either the old or the new state.
+ *
+ * The look-up takes no lock but the RCU read section, and the mutex is for process context, so
+ * nothing here differs with PREEMPT_RT.
  */
 #define pr_fmt(fmt) KBUILD_MODNAME ": " fmt
 

@@ -1,6 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The two locks of the module. Each has its own lock class and name, so that a report of the lock
- * checker names the right one. */
+/*
+ * The two locks of the module. Each has its own lock class and name, so that a report of the lock
+ * checker names the right one.
+ *
+ * With PREEMPT_RT a spinlock sleeps, and bottom halves are threads that can be preempted. Both locks
+ * hold there, because no caller is in a context that must not sleep: packets come from softirqs and
+ * from process context with bottom halves disabled, never from a hard interrupt, and neither the
+ * module nor the platform takes a raw spinlock or disables interrupts or preemption around a call.
+ * The timer's callback runs in a softirq thread. Code under the rule table's lock may be preempted
+ * there, but is not moved to another processor. Data of the lock is touched only under it, except
+ * for the generation and the remembered outcomes: their readers never wait for a writer, so a
+ * preempted writer does not stop them. Bottom halves stay disabled under the lock, so that a softirq
+ * does not wait for the task that it interrupted. The control mutex is taken in process context
+ * only.
+ */
 #include <linux/lockdep.h>
 #include <linux/mutex.h>
 #include <linux/spinlock.h>

@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* RCU: read sections of the packet path, deferred frees of the command path. */
+/*
+ * RCU: read sections of the packet path, deferred frees of the command path.
+ *
+ * With PREEMPT_RT a read section can be preempted and may wait for a sleeping spinlock; a grace
+ * period waits for it all the same. Callbacks run in softirq threads and only free memory.
+ */
 #include <linux/build_bug.h>
 #include <linux/lockdep.h>
 #include <linux/rcupdate.h>
