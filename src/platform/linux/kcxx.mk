@@ -18,8 +18,12 @@ kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prot
 	-Werror=implicit-function-declaration -Werror-implicit-function-declaration \
 	-Werror=implicit-int -Werror=incompatible-pointer-types -Werror=designated-init \
 	-Wno-pointer-sign -Wmissing-parameter-type -Wjump-misses-init -Wnested-externs \
-	-fno-gnu89-inline -Wno-int-conversion -Wno-override-init -Woverride-init
+	-fno-gnu89-inline -Wno-int-conversion -Wno-override-init -Woverride-init \
+	-Wmissing-declarations -Wno-unterminated-string-initialization
 
+# -Wmissing-declarations: functions that operators trace have external linkage also where no other
+# file calls them.
+#
 # -fno-weak: the copies of an inline function stay in their objects, where the kernel's tables of
 # traced functions expect them.
 kcxx-add := -std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
@@ -28,6 +32,13 @@ kcxx-add := -std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-
 
 ifdef CONFIG_ARM64
 kcxx-add += $(call cc-option,-mno-outline-atomics)
+endif
+
+# objtool of newer kernels looks for the function of a cold part in the same source file. Symbols that
+# are made local below belong to no file.
+ifeq ($(CONFIG_OBJTOOL)$(shell [ "$(VERSION)" -ge 7 ] && echo y),yy)
+kcxx-add += -fno-reorder-blocks-and-partition
+kglue-add := -fno-reorder-blocks-and-partition
 endif
 
 # Kernel stacks are small and a walk is up to nine steps deep. Sanitizers need more stack.
@@ -51,7 +62,7 @@ $(obj)/src/core/%.o: private kcxx-ends := -Dinit_module=gpon_core_init_module \
 # These objects are not in the list of a module, so the kernel's build needs these settings.
 $(kcxx-objs) $(kglue-objs): private part-of-module := y
 $(kcxx-objs) $(kglue-objs): private modname := $(kcxx-module)
-$(kglue-objs): private ccflags-y += -fvisibility=hidden $(kframe) $(kgraph)
+$(kglue-objs): private ccflags-y += -fvisibility=hidden $(kglue-add) $(kframe) $(kgraph)
 
 $(kcxx-objs): private override CC := $(kcxx-compiler)
 $(kcxx-objs): private override c_flags = -Wp,-MMD,$(depfile) \
