@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,13 +11,35 @@
 
 namespace gponflow {
 
-/// The text of one record as /dev/kmsg gives it ("PRIORITY,SEQUENCE,TIME,FLAGS;TEXT\n ..."), with
-/// its \xNN escapes undone. False when the record has another form.
-bool read_log_record(std::string_view record, std::string& text);
+/// One record of the kernel log.
+struct log_record {
+    std::string text;
+    bool continues = false; ///< printed to continue a line
+};
 
-/// True for lines that the kernel itself logs around the module: notes on loading, and the stack
-/// dump of an unknown call kind.
+/// Reads a record as /dev/kmsg gives it ("PRIORITY,SEQUENCE,TIME,FLAGS;TEXT\n ..."), and undoes the
+/// \xNN escapes of its text. False when the record has another form.
+bool read_log_record(std::string_view record, log_record& read);
+
+/// True for lines that the kernel itself logs around and between those of the module: notes on
+/// loading, the stack dump of an unknown call kind, and all lines that begin with the name of
+/// another part of the kernel and a colon. The module and the soft ONU begin no line with such a
+/// name, except with their own.
 bool is_kernel_chatter(std::string_view text);
+
+/// Passes on the lines of the module and joins those that a line of the kernel cut in two.
+class module_lines {
+public:
+    explicit module_lines(const std::function<void(std::string_view)>& line) : line_(line) {}
+
+    void add(const log_record& record);
+    void end(); ///< passes on the last line
+
+private:
+    const std::function<void(std::string_view)>& line_;
+    std::optional<std::string> last_;
+    bool interrupted_ = false; ///< the kernel printed after last_
+};
 
 /// Reads /dev/kmsg from its construction on. Requires root.
 class kernel_log {
@@ -37,8 +60,8 @@ public:
     int number() const { return log_.get(); }
 
 private:
-    enum class reading { line, nothing, lost };
-    reading read_line(std::string& text);
+    enum class reading { record, nothing, lost };
+    reading read_record(log_record& record);
     void write_marker();
 
     descriptor log_;
