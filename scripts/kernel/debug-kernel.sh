@@ -25,8 +25,7 @@ output=$(debug_kernel "$arch" "$flavour")
 fetch_source() {
     local package staging=$source_dir.new
     [ ! -f "$source_dir/package" ] || return 0
-    apt_setup
-    apt-get "${apt_options[@]}" update
+    apt_setup ""
     package=$(dependency '^linux-source-' "linux-source:all")
     [ -n "$package" ] || fail "the package lists know no kernel source"
     echo "fetching $package"
@@ -52,11 +51,25 @@ kernel_make() {
         "${watched[@]}" "$@"
 }
 
-# Options of a fragment that the kernel or the compiler does not support.
+# OPTION: whether this kernel has it, in any configuration.
+knows_option() {
+    grep -rqE --include='Kconfig*' "^[[:space:]]*(menu)?config $1\$" "$source_dir"
+}
+
+# Options of a fragment that the kernel or the compiler does not support. Those that another version
+# of the kernel introduces or has removed are left out.
 check_configuration() {
-    local line missing=()
+    local line option missing=()
     while read -r line; do
-        grep -qxF "$line" "$output/.config" || missing+=("$line")
+        option=${line#CONFIG_}
+        option=${option%%=*}
+        if grep -qxF "$line" "$output/.config"; then
+            continue
+        elif knows_option "$option"; then
+            missing+=("$line")
+        else
+            echo "left out, this kernel does not have it: $option"
+        fi
     done < <(cat "${fragments[@]}" | grep '^CONFIG_.*=[^n]')
     [ ${#missing[@]} = 0 ] || fail "not in the configuration: ${missing[*]}"
 }

@@ -52,6 +52,7 @@ run_kasan_tests() {
     done
     boot_debug "$arch" kasan detectors real debug/detectors || status=1
     boot_debug "$arch" kasan lock-detectors real debug/lock_detectors || status=1
+    boot_debug "$arch" kasan lock-nesting real debug/lock_nesting || status=1
     boot_debug "$arch" kasan suite real debug/leaks_before "${others[@]}" debug/failing_calls \
         debug/leaks_after || status=1
     boot_debug "$arch" kasan time instructions "${patient[@]}" || status=1

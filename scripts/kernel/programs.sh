@@ -10,11 +10,21 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 . scripts/kernel/common.sh
 
 [ $# = 2 ] || fail "an architecture and a folder are needed"
-compiler=$(cross_prefix "$1")gcc
+arch=$1
 mkdir -p "$2"
+
+# SOURCE: the one about the 32-bit entry is a 32-bit program on arm64.
+compiler_of() {
+    case $arch:$1 in
+    arm64:*/compat_calls.c) echo arm-linux-gnueabihf-gcc ;;
+    *) echo "$(cross_prefix "$arch")gcc" ;;
+    esac
+}
+
 for source in tests/kernel/programs/*.c tests/uapi/omci_calls.c; do
     program=$2/$(basename "$source" .c)
     if [ ! "$program" -nt "$source" ]; then
-        "$compiler" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -Isrc -o "$program" "$source"
+        "$(compiler_of "$source")" -std=gnu11 -O2 -Wall -Wextra -Werror -static -I. -Isrc \
+            -o "$program" "$source"
     fi
 done

@@ -18,7 +18,7 @@ mark() {
 
 # A file for each part of the log that this cycle has written.
 split_log() {
-    dmesg | tail -n 500 | tr -d '\r' | awk -v mark="load_cycles $cycle " '
+    module_log | tail -n 500 | awk -v mark="load_cycles $cycle " '
         {sub(/^\[ *[0-9.]*\] /, "")}
         index($0, mark) == 1 {part = "/tmp/part." $3 ; printf "" >part ; next}
         part {print >part}'
@@ -73,6 +73,7 @@ gpon flow is [DISABLE]!" "$(cat /tmp/part.switch)"
 load_softonu unis=2
 cycle=0
 while [ $cycle -lt 50 ]; do
+    progress "cycle $cycle of 50"
     load_gpon_flow
     expect "interfaces while loaded" "1 1" "$(interfaces_are | xargs)"
     begin_life

@@ -53,3 +53,31 @@ reports | while read -r line; do
 done || exit 1
 own_lines >/tmp/own
 kernel_log_is_clean /tmp/own || fail "taken for a report: $(kernel_log_faults /tmp/own)"
+
+# CALLER: a report of the RCU check as 5.4 prints it, and a line after it.
+rcu_report() {
+    cat <<-END
+	[    2.345678] =============================
+	[    2.345679] WARNING: suspicious RCU usage
+	[    2.345680] 5.4.286 #1 Tainted: G           O
+	[    2.345681] -----------------------------
+	[    2.345682] kernel/kprobes.c:329 RCU-list traversed in non-reader section!!
+	[    2.345683]
+	[    2.345684] stack backtrace:
+	[    2.345685] CPU: 0 PID: 66 Comm: insmod Tainted: G           O      5.4.286 #1
+	[    2.345686] Call trace:
+	[    2.345687]  dump_backtrace+0x0/0x1e8
+	[    2.345688]  lockdep_rcu_suspicious+0xcc/0x110
+	[    2.345689]  $1+0x218/0x2a8
+	[    2.345690]  notifier_call_chain+0x5c/0xb0
+	[    2.345691] $2
+	END
+}
+
+rcu_report kprobes_module_callback "gpon_softonu: uni1 is up" >/tmp/known
+kernel_log_is_clean /tmp/known || fail "the report of 5.4 about its own list is counted"
+own_reports /tmp/known | grep -q 'uni1 is up' || fail "a line after the known report is lost"
+rcu_report kprobes_module_callback "WARNING: another" >/tmp/known
+! kernel_log_is_clean /tmp/known || fail "not seen after the known report: WARNING"
+rcu_report another_function "gpon_softonu: uni1 is up" >/tmp/unknown
+! kernel_log_is_clean /tmp/unknown || fail "not seen: an RCU report of another function"

@@ -43,6 +43,7 @@ differ=0
 elsewhere=0
 for file in $(find . -name '*.scn' | sed 's#^\./##' | sort); do
     status=0
+    progress "$same scenarios equal, now $file"
     run_scenario "$file" || status=$?
     # Neither may one be left out that a kernel can do, nor one be done in part.
     if is_for_a_process "$file"; then

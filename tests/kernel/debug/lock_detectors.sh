@@ -12,10 +12,11 @@ debug_locks() {
 }
 
 expect "lock checks at first" 1 "$(debug_locks)"
-fires pointer_outside_read_section 'WARNING: suspicious RCU usage'
-fires list_outside_read_section 'RCU-list traversed in non-reader section'
-fires sleep_in_read_section 'Illegal context switch in RCU read-side critical section|BUG: sleeping function'
-fires lock_order 'possible circular locking dependency detected'
+detects PROVE_RCU pointer_outside_read_section 'WARNING: suspicious RCU usage'
+detects PROVE_RCU_LIST list_outside_read_section 'RCU-list traversed in non-reader section'
+detects PROVE_RCU sleep_in_read_section \
+    'Illegal context switch in RCU read-side critical section|BUG: sleeping function'
+detects PROVE_LOCKING lock_order 'possible circular locking dependency detected'
 expect "lock checks after a report" 0 "$(debug_locks)"
 echo "@@ $fired detectors fired"
 dmesg -c >/dev/null

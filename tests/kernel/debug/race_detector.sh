@@ -5,5 +5,5 @@
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-fires race 'BUG: KCSAN: data-race in gpon_detect_add'
-echo "@@ $fired detector fired"
+detects KCSAN race 'BUG: KCSAN: data-race in gpon_detect_add'
+echo "@@ ${fired:-0} detector fired"

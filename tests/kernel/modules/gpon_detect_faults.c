@@ -63,6 +63,16 @@ static void lock_order(void)
 	spin_unlock_bh(&lock_b);
 }
 
+static DEFINE_RAW_SPINLOCK(raw_lock);
+
+static void spinlock_under_raw_lock(void)
+{
+	raw_spin_lock(&raw_lock);
+	spin_lock(&lock_a);
+	spin_unlock(&lock_a);
+	raw_spin_unlock(&raw_lock);
+}
+
 static DEFINE_MUTEX(mutex);
 
 /* Nothing sleeps in fact: the mutex is free. */
@@ -224,6 +234,7 @@ static const struct {
 	{ "shift", gpon_detect_shift },
 	{ "index", gpon_detect_index },
 	{ "lock_order", lock_order },
+	{ "spinlock_under_raw_lock", spinlock_under_raw_lock },
 	{ "mutex_under_lock", mutex_under_lock },
 	{ "sleep_in_read_section", sleep_in_read_section },
 	{ "list_outside_read_section", list_outside_read_section },

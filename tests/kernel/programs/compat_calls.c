@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * The ioctls of both devices as a 32-bit program makes them: the other entry of the kernel, with
- * addresses below 4 GiB. On x86_64 a 64-bit program may knock there, too.
+ * addresses below 4 GiB. On x86_64 a 64-bit program may use this entry, too. On arm64 this is a
+ * 32-bit program.
  */
 #include <stdio.h>
-
-#ifdef __x86_64__
-
 #include <sys/mman.h>
+#include <sys/syscall.h>
 
 #include "tests/kernel/programs/expect.h"
 #include "tests/kernel/programs/graph.h"
 
+#ifdef __x86_64__
 #define GETPID_32 20
 #define IOCTL_32 54
 
@@ -25,6 +25,20 @@ static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned
 			 : "memory", "r8", "r9", "r10", "r11");
 	return answer;
 }
+#else
+#define GETPID_32 SYS_getpid
+#define IOCTL_32 SYS_ioctl
+#define MAP_32BIT 0
+
+_Static_assert(sizeof(void *) == 4, "a 32-bit program");
+
+static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned int c)
+{
+	const long answer = syscall(number, a, b, c);
+
+	return answer == -1 ? -errno : (int)answer;
+}
+#endif
 
 static int ioctl_32(int file, unsigned int number, uint64_t argument)
 {
@@ -34,10 +48,10 @@ static int ioctl_32(int file, unsigned int number, uint64_t argument)
 /* Memory that a 32-bit address reaches, with an unreadable page behind it. */
 static unsigned char *low_page(void)
 {
-	unsigned char *page = mmap(NULL, 8192, PROT_READ | PROT_WRITE,
+	unsigned char *page = mmap(NULL, 2 * WHOLE_PAGES, PROT_READ | PROT_WRITE,
 				   MAP_PRIVATE | MAP_ANONYMOUS | MAP_32BIT, -1, 0);
 
-	if (page == MAP_FAILED || mprotect(page + 4096, 4096, PROT_NONE)) {
+	if (page == MAP_FAILED || mprotect(page + WHOLE_PAGES, WHOLE_PAGES, PROT_NONE)) {
 		perror("mmap");
 		exit(2);
 	}
@@ -70,7 +84,7 @@ static void control_device(unsigned char *page)
 	create_a_bridge(device, page);
 	expect(-EPERM, ioctl_32(device, 0x40007700, 0), "null record");
 	expect(-EPERM, ioctl_32(device, 0x40007700, 0xfffff000), "record at a bad address");
-	expect(-EPERM, ioctl_32(device, 0x40007700, (uintptr_t)page + 4096 - 63), "cut record");
+	expect(-EPERM, ioctl_32(device, 0x40007700, (uintptr_t)page + WHOLE_PAGES - 63), "cut record");
 	expect(-ENOTTY, ioctl_32(device, 0x40007701, (uintptr_t)page), "number 1");
 	expect(-ENOTTY, ioctl_32(device, 0x40087701, (uintptr_t)page), "number 1 with a size");
 	expect(-ENOTTY, ioctl_32(device, 0x40007800, (uintptr_t)page), "another's number");
@@ -96,7 +110,7 @@ static void softonu_calls(unsigned char *page)
 	expect(0, call->api_result, "hook call: result");
 	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, 0), "null hook call");
 	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, 0xfffff000), "hook call nowhere");
-	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, (uintptr_t)page + 4096 - 8),
+	expect(-EFAULT, ioctl_32(softonu, SOFTONU_IOC_HOOK_CALL, (uintptr_t)page + WHOLE_PAGES - 8),
 	       "cut hook call");
 	expect(-ENOTTY, ioctl_32(softonu, 0x7800, (uintptr_t)page), "unknown number");
 	expect(0, ioctl_32(softonu, SOFTONU_IOC_HZ, (uintptr_t)page), "HZ");
@@ -118,14 +132,3 @@ int main(void)
 	printf("@@ %lu checks through the 32-bit entry, %d failed\n", checked, failures);
 	return failures != 0;
 }
-
-#else
-
-int main(void)
-{
-	puts("@@ left out: on this architecture only a 32-bit program gets to the 32-bit entry, and "
-	     "there is no compiler for one");
-	return 0;
-}
-
-#endif

@@ -5,6 +5,9 @@
 
 #include <stdio.h>
 
+/* A multiple of every page size of both architectures. */
+#define WHOLE_PAGES 65536
+
 static int failures;
 static unsigned long checked;
 

@@ -184,10 +184,10 @@ static void senseless_calls(void)
 /* A page that is followed by an inaccessible one. */
 static uint8_t *page_before_nothing(void)
 {
-	uint8_t *pages = mmap(NULL, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+	uint8_t *pages = mmap(NULL, 2 * WHOLE_PAGES, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
 			      -1, 0);
 
-	if (pages == MAP_FAILED || mprotect(pages + 4096, 4096, PROT_NONE))
+	if (pages == MAP_FAILED || mprotect(pages + WHOLE_PAGES, WHOLE_PAGES, PROT_NONE))
 		abort();
 	return pages;
 }
@@ -207,15 +207,15 @@ static void bad_addresses(void)
 	for (i = 0; i < sizeof(numbers) / sizeof(numbers[0]); i++) {
 		expect(EFAULT, ask(numbers[i], NULL), "null argument");
 		expect(EFAULT, ask(numbers[i], (void *)-4096L), "kernel address");
-		expect(EFAULT, ask(numbers[i], page + 4096 - 2), "argument cut by a page's end");
+		expect(EFAULT, ask(numbers[i], page + WHOLE_PAGES - 2), "argument cut by a page's end");
 	}
-	call.frame = (uintptr_t)page + 4096 - 59;
+	call.frame = (uintptr_t)page + WHOLE_PAGES - 59;
 	expect(EFAULT, ask(SOFTONU_IOC_HOOK_CALL, &call), "frame cut by a page's end");
 	call.options |= SOFTONU_CALL_PAGED;
 	expect(EFAULT, ask(SOFTONU_IOC_HOOK_CALL, &call), "pages cut by a page's end");
 	call.frame = ~0ull;
 	expect(EFAULT, ask(SOFTONU_IOC_HOOK_CALL, &call), "frame at the last address");
-	munmap(page, 8192);
+	munmap(page, 2 * WHOLE_PAGES);
 }
 
 static void bad_settings(void)
