@@ -6,7 +6,9 @@
  * The buffers of a packet live for one call and have a few sizes. Each CPU therefore keeps the
  * blocks that were freed last and reuses them, which costs a fraction of the kernel's allocator. A
  * slot is emptied or filled by one operation that neither a softirq nor another task on the CPU can
- * interrupt. Kernels with memory debugging pass each call to the kernel's allocator.
+ * interrupt. This also holds with PREEMPT_RT, where packets are preempted: a task that moves to
+ * another CPU between two operations takes or leaves a block there. Kernels with memory debugging
+ * pass each call to the kernel's allocator.
  */
 #include <linux/log2.h>
 #include <linux/percpu.h>
