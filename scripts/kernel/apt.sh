@@ -4,8 +4,6 @@
 # Downloads packages without installing them. apt uses its own lists below build/kernel, so this needs
 # no root and does not change the machine. Sourced after common.sh.
 
-apt_dir=$GPON_KERNEL_DIR/apt
-
 # Only one caller at a time downloads: they share apt's lists and replace the same folders. The lock is
 # held until the caller's shell ends.
 lock_downloads() {
@@ -13,14 +11,40 @@ lock_downloads() {
     flock "$downloads_lock"
 }
 
+# LABEL: the mirror from which the machine's own lists of that label come.
+mirror_of() {
+    # shellcheck disable=SC2016 # apt replaces the name
+    apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
+        "Label: $1" | head -n 1
+}
+
+# SUITE: the sources of a suite, with its security updates if it has any.
+suite_sources() {
+    local keys=/usr/share/keyrings/debian-archive-keyring.gpg mirror security
+    mirror=${GPON_DEBIAN_MIRROR:-$(mirror_of Debian)}
+    security=${GPON_DEBIAN_SECURITY_MIRROR:-$(mirror_of Debian-Security)}
+    [ -n "$mirror" ] || fail "apt knows no mirror of Debian, please set GPON_DEBIAN_MIRROR"
+    echo "deb [signed-by=$keys] $mirror $1 main"
+    case $1 in
+    sid | *-*) ;;
+    *) [ -z "$security" ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
+    esac
+}
+
+# SUITE: if empty, the sources are those of the machine. Keys and proxies always are.
 apt_setup() {
+    local apt_dir=$GPON_KERNEL_DIR/apt${1:+/$1}
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
     : >"$apt_dir/status"
-    # The sources, their keys and proxies are those of the machine.
     apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
         -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
         -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
         -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
+    if [ -n "$1" ]; then
+        suite_sources "$1" >"$apt_dir/sources.list"
+        apt_options+=(-o "Dir::Etc::sourcelist=$apt_dir/sources.list" -o Dir::Etc::sourceparts=-)
+    fi
+    apt-get "${apt_options[@]}" update
 }
 
 # FIELD PACKAGE: a field of the newest version of a package.

@@ -24,8 +24,7 @@ lock_downloads
 [ ! -f "$root/bench-is-there" ] || exit 0
 debs=$(mktemp -d)
 trap 'rm -rf "$debs"' EXIT
-apt_setup
-apt-get "${apt_options[@]}" update
+apt_setup ""
 (cd "$debs" && apt-get "${apt_options[@]}" download "${packages[@]/%/:$debian}")
 for deb in "$debs"/*.deb; do
     dpkg -x "$deb" "$root"

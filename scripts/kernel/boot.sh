@@ -1,9 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: boot.sh ARCH INITRAMFS [WORD...]
+# usage: boot.sh KERNEL INITRAMFS [WORD...]
 #
-# Boots the kernel of an architecture on two processors under emulation, its serial line on
+# Boots a kernel of fetch.sh on two processors under emulation, its serial line on
 # standard output. WORDs go to the kernel's command line: NAME=VALUE becomes a variable of init.
 # GPON_GUEST_SECONDS limits the time, GPON_KERNEL_IMAGE boots another kernel, GPON_GUEST_MEMORY is
 # the memory in MiB. With GPON_GUEST_CLOCK=instructions the guest's clock counts instructions of one
@@ -14,21 +14,28 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
 
-[ $# -ge 2 ] || fail "an architecture and an initramfs are needed"
-arch=$1
+[ $# -ge 2 ] || fail "a kernel and an initramfs are needed"
+need_kernel_name "$1"
+kernel=$1
+arch=$(arch_of "$1")
 initramfs=$2
 shift 2
 
 # The decompressor in a bzImage is slow under emulation. Its payload is the kernel as an ELF file. The
-# boot header contains the position of the payload, the last four bytes its unpacked size.
+# boot header contains the position of the payload, the last four bytes its unpacked size. Another
+# compression than that of Debian's stable kernels is left to the kernel itself.
 unpacked_x86_64() {
-    local packed=$1 unpacked=$GPON_KERNEL_DIR/x86_64/vmlinux setup offset length
+    local packed=$1 unpacked setup offset length
+    unpacked=$(kernel_dir "$kernel")/vmlinux
     if [ ! -f "$unpacked" ]; then
         setup=$(od -An -tu1 -j $((0x1f1)) -N 1 "$packed")
         offset=$(od -An -tu4 -j $((0x248)) -N 4 "$packed")
         length=$(od -An -tu4 -j $((0x24c)) -N 4 "$packed")
-        tail -c +$(((setup + 1) * 512 + offset + 1)) "$packed" | head -c $((length - 4)) |
-            xz -dc --single-stream >"$unpacked.new"
+        if ! tail -c +$(((setup + 1) * 512 + offset + 1)) "$packed" | head -c $((length - 4)) |
+            xz -dc --single-stream >"$unpacked.new" 2>/dev/null; then
+            echo "$packed"
+            return
+        fi
         mv "$unpacked.new" "$unpacked"
     fi
     echo "$unpacked"
@@ -53,6 +60,14 @@ kvm_works() {
     [ "$(cat "$answer")" = yes ]
 }
 
+# The processor of an ONU knows no pages of 16 KiB.
+processor_of() {
+    case $1 in
+    *-16k) echo cortex-a76 ;;
+    *) echo cortex-a53 ;;
+    esac
+}
+
 machine() {
     local accel=(-accel "tcg,thread=multi" -smp 2)
     if [ "${GPON_GUEST_CLOCK:-}" = instructions ]; then
@@ -63,15 +78,15 @@ machine() {
     fi
     case $arch in
     arm64)
-        qemu=(qemu-system-aarch64 -M virt "${accel[@]}" -cpu cortex-a53)
+        qemu=(qemu-system-aarch64 -M virt "${accel[@]}" -cpu "$(processor_of "$kernel")")
         console=ttyAMA0
-        image=$(kernel_root arm64)/boot/vmlinuz-$(kernel_version arm64)
+        image=$(kernel_image "$kernel")
         ;;
     x86_64)
         emulator="qemu-system-x86_64"
         # On a busy machine the emulated timer is late, and the kernel would report it as broken.
         console="ttyS0 no_timer_check"
-        image=$(unpacked_x86_64 "$(kernel_root x86_64)/boot/vmlinuz-$(kernel_version x86_64)")
+        image=$(unpacked_x86_64 "$(kernel_image "$kernel")")
         # A repeated string instruction counts once for each element: words are fewer than bytes.
         qemu=("$emulator" -M q35 "${accel[@]}" -cpu "max,-erms,-fsrm")
         if [ "${GPON_GUEST_CLOCK:-real}${GPON_KERNEL_IMAGE:-}" = real ] && kvm_works; then

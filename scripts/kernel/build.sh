@@ -1,22 +1,28 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: build.sh ARCH [KERNEL-BUILD-FOLDER [OUTPUT-FOLDER]]
+# usage: build.sh KERNEL [KERNEL-BUILD-FOLDER [OUTPUT-FOLDER]]
 #
-# Builds gpon_softonu.ko and gpon_flow.ko for a kernel; the default is the kernel of fetch.sh. The
-# kernel's build writes its products beside the sources, so each kernel has an output folder with
-# links to the sources, by default build/kernel/ARCH/modules. The modules of the guest tests are built
+# Builds gpon_softonu.ko and gpon_flow.ko for a kernel of fetch.sh, or for the kernel of an architecture
+# in KERNEL-BUILD-FOLDER. The kernel's build writes its products beside the sources, so each kernel has
+# an output folder with links to the sources, by default build/kernel/KERNEL/modules. The modules of the guest tests are built
 # in OUTPUT-FOLDER-of-tests. A warning fails the build.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
 
-[ $# -ge 1 ] || fail "no architecture given"
-arch=$1
-debian_arch "$arch" >/dev/null
-kernel=${2:-$(kernel_headers "$arch")}
-farm=${3:-$(module_farm "$arch")}
+[ $# -ge 1 ] || fail "no kernel given"
+need_kernel_name "$1"
+arch=$(arch_of "$1")
+kernel=${2:-$(kernel_headers "$1")}
+farm=${3:-$(module_farm "$1")}
+
+# The build tools of a newer suite run in its own root file system.
+inside=()
+if [ $# = 1 ] && [ -d "$(suite_root "$(kernel_suite "$1")")" ]; then
+    inside=(bash scripts/kernel/in-suite.sh "$(kernel_suite "$1")")
+fi
 
 # OUTPUT-FOLDER SOURCE...: links to the sources; paths are relative to the root of the tree.
 link_sources() {
@@ -35,15 +41,16 @@ link_sources() {
 # FOLDER: runs the kernel's build on a folder's Kbuild.
 build_modules() {
     local log=$1/build.log
-    if ! make -C "$kernel" -j "$GPON_JOBS" M="$1" CROSS_COMPILE="$(cross_prefix "$arch")" \
-        CONFIG_DEBUG_INFO_BTF_MODULES= GPON_CALL_GRAPH=1 modules >"$log" 2>&1; then
+    if ! "${inside[@]}" make -C "$kernel" -j "$GPON_JOBS" M="$1" ARCH="$(kernel_arch "$arch")" \
+        CROSS_COMPILE="$(cross_prefix "$arch")" CONFIG_DEBUG_INFO_BTF_MODULES= GPON_CALL_GRAPH=1 \
+        modules >"$log" 2>&1; then
         cat "$log" >&2
-        fail "the modules do not build for $arch"
+        fail "the modules do not build for $kernel"
     fi
     if grep -n -i -E 'warning|error:|objtool|modpost: ' "$log" | grep -v 'MODPOST' >&2; then
         # Otherwise the next build would find all objects up to date and print no warning.
         find "$1" -name '*.o' -delete
-        fail "the build for $arch is not silent, see $log"
+        fail "the build for $kernel is not silent, see $log"
     fi
 }
 

@@ -19,8 +19,7 @@ judge=$GPON_KERNEL_DIR/source/scripts
 
 fetch_judge() {
     local package staging=$judge.new
-    apt_setup
-    apt-get "${apt_options[@]}" update
+    apt_setup ""
     package=$(dependency '^linux-source-' "linux-source:all")
     [ -n "$package" ] || fail "the package lists know no kernel source"
     rm -rf "$staging"

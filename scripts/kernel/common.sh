@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 #
 # Names and folders of the scripts that build the modules and boot kernels. Sourced in the root of
-# the tree. An architecture is arm64 or x86_64.
+# the tree. An architecture is arm64 or x86_64; kernels.sh explains the names of kernels.
 
 GPON_BUILD_DIR=${GPON_BUILD_DIR:-build}
 GPON_JOBS=${GPON_JOBS:-$(nproc)}
@@ -16,6 +16,9 @@ fail() {
     echo "${0##*/}: $*" >&2
     exit 1
 }
+
+# shellcheck source=scripts/kernel/kernels.sh
+. scripts/kernel/kernels.sh
 
 debian_arch() {
     case $1 in
@@ -35,23 +38,51 @@ cross_prefix() {
     esac
 }
 
-# Unpacked packages of an architecture, and the version of the kernel among them.
+# KERNEL: its architecture, and the folder for all of its files.
+arch_of() {
+    echo "${1%%/*}"
+}
+
+kernel_dir() {
+    echo "$GPON_KERNEL_DIR/${1//\//-}"
+}
+
+# KERNEL: its unpacked packages, and its version. Those of an architecture also contain the programs
+# and libraries of its guests.
 kernel_root() {
-    echo "$GPON_KERNEL_DIR/$1/root"
+    echo "$(kernel_dir "$1")/root"
 }
 
 kernel_version() {
-    cat "$GPON_KERNEL_DIR/$1/version" 2>/dev/null ||
-        fail "no kernel for $1 here, scripts/kernel/fetch.sh $1 gets one"
+    cat "$(kernel_dir "$1")/version" 2>/dev/null ||
+        fail "no kernel $1 here, scripts/kernel/fetch.sh $1 gets one"
 }
 
 kernel_headers() {
     echo "$(kernel_root "$1")/usr/src/linux-headers-$(kernel_version "$1")"
 }
 
-# The folder and the names of the modules of an architecture, in loading order.
+# KERNEL: its image. Newer packages keep it with the modules.
+kernel_image() {
+    local root version
+    root=$(kernel_root "$1")
+    version=$(kernel_version "$1")
+    if [ -f "$root/boot/vmlinuz-$version" ]; then
+        echo "$root/boot/vmlinuz-$version"
+    else
+        echo "$root/usr/lib/modules/$version/vmlinuz"
+    fi
+}
+
+# KERNEL: the folder in which our modules for it are built.
 module_farm() {
-    echo "$GPON_KERNEL_DIR/$1/modules"
+    echo "$(kernel_dir "$1")/modules"
+}
+
+# SUITE: a root file system with the suite's compilers. It exists if the suite's build tools do not run
+# on this machine.
+suite_root() {
+    echo "$GPON_KERNEL_DIR/suite-$1"
 }
 
 # ARCH FLAVOUR: build folder of a debug kernel, and its image.

@@ -1,11 +1,11 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: fetch.sh [--again] ARCH...
+# usage: fetch.sh [--again] KERNEL...
 #
-# Downloads Debian's newest kernel image, its headers and the user space of the test guests for arm64
-# or x86_64, once. Packages are unpacked below build/kernel and not installed. apt uses its own lists
-# there, so this needs no root and does not change the machine.
+# Downloads kernels with their headers, and the user space of the test guests of their architectures,
+# once. KERNEL is an architecture or a name of kernels.sh. Packages are unpacked below build/kernel and
+# not installed. apt uses its own lists there, so this needs no root and does not change the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -19,38 +19,97 @@ guest_programs=(busybox-static iproute2 ethtool ppp pppoe)
 guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
     libkainjow-mustache-dev)
 
+# What the kernel's build needs in the root file system of a suite.
+suite_programs=(base-files bash binutils coreutils dash diffutils findutils grep gzip libc-bin make
+    mawk sed tar xz-utils)
+
 # The cross compiler has its own C library; no other headers may be found.
 unwanted='^(libc6-dev|linux-libc-dev|libcrypt-dev|libc-dev-bin|rpcsvc-proto|libnsl-dev)_'
 
-# ARCH: names of the kernel's packages, derived from the packages that always name the newest.
+# KERNEL: the names of its packages, headers first, derived from those that always name the newest.
 kernel_packages() {
-    local debian headers image common tools
-    debian=$(debian_arch "$1")
-    headers=$(dependency '^linux-headers-[0-9].*-'"$debian" "linux-headers-$debian:$debian")
-    image=$(dependency '^linux-image-[0-9].*-'"$debian" "linux-image-$debian:$debian")
-    common=$(dependency '-common$' "$headers:$debian")
-    tools=$(dependency '^linux-kbuild-' "$headers:$debian")
-    if [ -z "$headers" ] || [ -z "$image" ] || [ -z "$common" ] || [ -z "$tools" ]; then
-        fail "the package lists know no kernel for $1"
-    fi
-    # The build tools are programs that run here, also for another architecture.
-    echo "$headers:$debian $image:$debian $common:all $tools:$(dpkg --print-architecture)"
+    local debian flavour todo known=' ' package name
+    debian=$(debian_arch "$(arch_of "$1")")
+    flavour=$(kernel_flavour "$1")
+    todo=("linux-headers-$flavour" "linux-image-$flavour")
+    while [ ${#todo[@]} -gt 0 ]; do
+        package=${todo[0]}
+        todo=("${todo[@]:1}")
+        for name in $(package_field Depends "$package:$debian" | tr -s ',|' '\n' |
+            grep -oE '^ *linux-(headers|kbuild|image|binary|modules)-[0-9][^ ]*' |
+            grep -v -e '-unsigned$'); do
+            if [[ $known != *" $name "* ]]; then
+                known+="$name "
+                todo+=("$name")
+            fi
+        done
+    done
+    [[ $known == *" linux-headers-"*" linux-image-"* ]] ||
+        fail "the package lists know no kernel $1"
+    echo "$known"
 }
 
-# Header trees name each other by absolute paths of an installed system.
+# KERNEL: its package names with the architecture of each. The build tools are programs that run
+# here, also for another architecture.
+qualified_packages() {
+    local name debian
+    debian=$(debian_arch "$(arch_of "$1")")
+    for name in $(kernel_packages "$1"); do
+        case $name in
+        *-common | *-common-rt) echo "$name:all" ;;
+        linux-kbuild-*) echo "$name:$(dpkg --print-architecture)" ;;
+        *) echo "$name:$debian" ;;
+        esac
+    done
+}
+
+# KERNEL: header trees name each other by absolute paths of an installed system.
 mend_headers() {
-    local root=$1 version=$2 makefile
-    makefile=$root/usr/src/linux-headers-$version/Makefile
-    sed -i "s#^include /usr/src/#include $root/usr/src/#" "$makefile"
+    local root headers compiler
+    root=$(kernel_root "$1")
+    headers=$(kernel_headers "$1")
+    compiler=$(dependency '^gcc-[0-9]' "${headers##*/}:$(debian_arch "$(arch_of "$1")")")
+    compiler=$(grep -oE 'gcc-[0-9]+' <<<"$compiler")
+    sed -i "s#^\(include \|KBUILD_OUTPUT=\)/usr/src/#\1$root/usr/src/#" "$headers/Makefile"
+    if ! tools_run_here "$root"; then
+        fetch_suite_root "$1" "$compiler"
+    elif ! command -v "$compiler" >/dev/null; then
+        # The compiler of another release is not here; the default one builds modules too.
+        sed -i 's/gcc-[0-9][0-9]*/gcc/g' "$headers/.kernelvariables"
+    fi
 }
 
-download_kernel() {
-    local packages=$1 debs=$2
-    (
-        cd "$debs"
-        # shellcheck disable=SC2086 # names are words
-        apt-get "${apt_options[@]}" download $packages
-    )
+# ROOT: whether the kernel's build tools run with the C library of this machine.
+tools_run_here() {
+    ! find "$1/usr/lib" -path '*/scripts/mod/modpost*' -exec ldd {} + 2>&1 | grep -q 'not found'
+}
+
+# KERNEL GCC-VERSION: its suite's compiler, with the programs that the kernel's build runs.
+fetch_suite_root() {
+    local root arch prefix machine compiler debs deb name
+    root=$(suite_root "$(kernel_suite "$1")")
+    arch=$(arch_of "$1")
+    prefix=$(cross_prefix "$arch")
+    machine=${prefix//_/-}
+    compiler=${2/gcc/g++}${machine:+-${machine%-}}
+    [ ! -f "$root/$compiler.is-there" ] || return 0
+    debs=$GPON_KERNEL_DIR/debs.new
+    rm -rf "$debs"
+    mkdir -p "$debs/partial" "$root"
+    echo "fetching for $(kernel_suite "$1"): $compiler"
+    apt-get "${apt_options[@]}" -o "Dir::Cache::archives=$debs" -o Debug::NoLocking=true \
+        --download-only -y install "${suite_programs[@]}" "$compiler" \
+        "$(basename "$(kernel_root "$1")"/usr/lib/linux-kbuild-*)"
+    for deb in "$debs"/*.deb; do
+        dpkg -x "$deb" "$root"
+    done
+    rm -rf "$debs"
+    # The names that Debian's maintainer scripts and default packages would make.
+    ln -sf mawk "$root/usr/bin/awk"
+    for name in gcc g++; do
+        ln -sf "$prefix$name-${2#gcc-}" "$root/usr/bin/$prefix$name"
+    done
+    touch "$root/$compiler.is-there"
 }
 
 # With an empty list of installed packages, apt resolves all libraries of the programs.
@@ -61,57 +120,80 @@ download_programs() {
         "${guest_programs[@]/%/:$debian}" "${guest_libraries[@]}"
 }
 
-fetch() {
-    local arch=$1 debian packages staging version deb
-    debian=$(debian_arch "$arch")
-    packages=$(kernel_packages "$arch")
-    staging=$GPON_KERNEL_DIR/$arch.new
-    rm -rf "$staging"
+# FOLDER PACKAGE...
+download() {
+    (cd "$1" && shift && apt-get "${apt_options[@]}" download "$@")
+}
+
+# KERNEL FOLDER PACKAGE...: downloads and unpacks all that belongs to a kernel.
+unpack_kernel() {
+    local kernel=$1 staging=$2 deb
+    shift 2
     mkdir -p "$staging/debs/partial" "$staging/root"
-    echo "fetching for $arch: $packages ${guest_programs[*]}"
-    download_kernel "$packages" "$staging/debs"
-    download_programs "$debian" "$staging/debs"
+    download "$staging/debs" "$@"
+    [ "$kernel" != "$(arch_of "$kernel")" ] ||
+        download_programs "$(debian_arch "$kernel")" "$staging/debs"
     for deb in "$staging"/debs/*.deb; do
         [[ ${deb##*/} =~ $unwanted ]] || dpkg -x "$deb" "$staging/root"
     done
-    version=${packages%%:*}
+    rm -rf "$staging/debs"
+}
+
+# KERNEL
+fetch() {
+    local kernel=$1 packages version suite dir
+    dir=$(kernel_dir "$kernel")
+    suite=$(kernel_suite "$kernel")
+    apt_setup "$suite"
+    mapfile -t packages < <(qualified_packages "$kernel")
+    version=${packages[0]%%:*}
     version=${version#linux-headers-}
-    rm -rf "$staging/debs" "${GPON_KERNEL_DIR:?}/$arch"
-    mv "$staging" "$GPON_KERNEL_DIR/$arch"
-    mend_headers "$(kernel_root "$arch")" "$version"
-    # Last, because they mark the download as complete.
-    wanted_packages >"$GPON_KERNEL_DIR/$arch/request"
-    echo "$version" >"$GPON_KERNEL_DIR/$arch/version"
+    check_series "$kernel" "$version"
+    echo "fetching for $kernel: ${packages[*]}"
+    rm -rf "$dir.new"
+    unpack_kernel "$kernel" "$dir.new" "${packages[@]}"
+    rm -rf "${dir:?}"
+    mv "$dir.new" "$dir"
+    echo "$version" >"$dir/version"
+    mend_headers "$kernel"
+    # Last, because it marks the download as complete.
+    wanted_packages "$kernel" >"$dir/request"
+}
+
+# KERNEL VERSION: a suite may have moved on to another series.
+check_series() {
+    case $(kernel_series "$1") in
+    "" | newest | "$(cut -d. -f1,2 <<<"$2")") ;;
+    *) fail "$(kernel_suite "$1") has $2, which is no kernel $1" ;;
+    esac
 }
 
 # The unpacked files may come from an older version of this script.
 wanted_packages() {
-    echo "${guest_programs[*]} ${guest_libraries[*]}"
+    if [ "$1" = "$(arch_of "$1")" ]; then
+        echo "${guest_programs[*]} ${guest_libraries[*]}"
+    else
+        echo "kernel of $(kernel_suite "$1")"
+    fi
 }
 
 is_there() {
-    [ -f "$GPON_KERNEL_DIR/$1/version" ] &&
-        [ "$(cat "$GPON_KERNEL_DIR/$1/request" 2>/dev/null)" = "$(wanted_packages)" ]
+    [ "$(cat "$(kernel_dir "$1")/request" 2>/dev/null)" = "$(wanted_packages "$1")" ]
 }
 
-lock_downloads
 again=
 wanted=()
 for word in "$@"; do
     case $word in
     --again) again=1 ;;
     *)
-        debian_arch "$word" >/dev/null
-        if [ -n "$again" ] || ! is_there "$word"; then
-            wanted+=("$word")
-        fi
+        need_kernel_name "$word"
+        wanted+=("$(arch_of "$word")" "$word")
         ;;
     esac
 done
-if [ ${#wanted[@]} -gt 0 ]; then
-    apt_setup
-    apt-get "${apt_options[@]}" update
-    for arch in "${wanted[@]}"; do
-        fetch "$arch"
-    done
-fi
+for kernel in $(printf '%s\n' "${wanted[@]}" | sort -u); do
+    if [ -n "$again" ] || ! is_there "$kernel"; then
+        fetch "$kernel"
+    fi
+done

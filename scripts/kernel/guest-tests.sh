@@ -23,25 +23,35 @@ all_panic_tests() {
     find tests/kernel -path '*/panic/*.sh' -printf '%P\n' | sed 's/\.sh$//' | sort
 }
 
-# ARCH: builds all parts of a guest.
-prepare_guest() {
-    local programs=$GPON_KERNEL_DIR/$1/programs tool=$GPON_KERNEL_DIR/$1/tool
-    step "fetch-$1" bash scripts/kernel/fetch.sh "$1" &&
-        step "modules-$1" bash scripts/kernel/build.sh "$1" &&
-        step "programs-$1" bash scripts/kernel/programs.sh "$1" "$programs" &&
-        step "tool-$1" bash scripts/kernel/tool.sh "$1" "$tool" &&
-        step "initramfs-$1" bash scripts/kernel/initramfs.sh "$1" \
-            "$GPON_KERNEL_DIR/$1/initramfs.gz" "$programs"/* "$tool/bin/gponflow"
+# KERNEL: its file; GPON_INITRAMFS is the one for another kernel.
+guest_initramfs() {
+    echo "${GPON_INITRAMFS:-$(kernel_dir "$1")/initramfs.gz}"
 }
 
-# LOG ARCH: prints a line for each test, with its notes if it passed, otherwise with its output.
+# KERNEL: builds all parts of a guest. The programs depend on the architecture only. GPON_KERNEL_BUILD
+# is the build folder of another kernel of this architecture.
+prepare_guest() {
+    local kernel=$1 name=${1//\//-} arch programs tool
+    arch=$(arch_of "$1")
+    programs=$GPON_KERNEL_DIR/$arch/programs
+    tool=$GPON_KERNEL_DIR/$arch/tool
+    step "fetch-$name" bash scripts/kernel/fetch.sh "$kernel" &&
+        step "modules-$name" bash scripts/kernel/build.sh "$kernel" \
+            ${GPON_KERNEL_BUILD:+"$GPON_KERNEL_BUILD" "$GPON_MODULES"} &&
+        step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
+        step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
+        step "initramfs-$name" bash scripts/kernel/initramfs.sh "$kernel" \
+            "$(guest_initramfs "$kernel")" "$programs"/* "$tool/bin/gponflow"
+}
+
+# LOG KERNEL: prints a line for each test, with its notes if it passed, otherwise with its output.
 show_guest_log() {
-    tr -d '\r' <"$1" | awk -v arch="$2" '
+    tr -d '\r' <"$1" | awk -v kernel="$2" '
         $1 == "@@" && $2 == "begin" { kept = notes = "" ; next }
         $1 == "@@" && $2 == "note" { sub(/^@@ note /, "") ; notes = notes "    " $0 "\n" ; next }
         $1 == "@@" && $2 == "end" {
             passed = $4 == "0"
-            printf "  %-7s %-32s %s %4d s\n%s", arch, $3, passed ? "ok    " : "FAILED", $5, \
+            printf "  %-14s %-32s %s %4d s\n%s", kernel, $3, passed ? "ok    " : "FAILED", $5, \
                 passed ? notes : kept notes
             kept = ""
             next
@@ -68,15 +78,21 @@ guest_log_is_good() {
     return "$good"
 }
 
-# ARCH CLOCK TEST...: one boot.
+# KERNEL BOOT: the file with the output of a guest.
+guest_log() {
+    echo "$GPON_BUILD_DIR/logs/guest-${1//\//-}-${2//\//-}.log"
+}
+
+# KERNEL CLOCK TEST...: one boot.
 boot_guest_tests() {
-    local arch=$1 clock=$2 log=$GPON_BUILD_DIR/logs/guest-$1-$2.log
+    local kernel=$1 clock=$2 log
+    log=$(guest_log "$1" "$2")
     shift 2
     mkdir -p "${log%/*}"
     GPON_GUEST_CLOCK=$clock GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1800} \
-        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/initramfs.gz" \
+        bash scripts/kernel/boot.sh "$kernel" "$(guest_initramfs "$kernel")" \
         "tests=$(IFS=,; echo "$*")" "${dirty_memory[@]}" "${guest_words[@]}" >"$log" 2>&1 || true
-    show_guest_log "$log" "$arch"
+    show_guest_log "$log" "$kernel"
     guest_log_is_good "$log" "$@"
 }
 
@@ -89,19 +105,20 @@ panicked_as_told() {
         ! grep -qE '^@@ (end|done|the kernel complained)' "$1"
 }
 
-# ARCH TEST: one boot that the test ends.
+# KERNEL TEST: one boot that the test ends.
 boot_panic_test() {
-    local arch=$1 name=$2 log=$GPON_BUILD_DIR/logs/guest-$1-${2//\//-}.log start=$SECONDS result=ok
-    GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$arch" \
-        "$GPON_KERNEL_DIR/$arch/initramfs.gz" "tests=$name" >"$log" 2>&1 || true
+    local kernel=$1 name=$2 log start=$SECONDS result=ok
+    log=$(guest_log "$1" "$2")
+    GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$kernel" \
+        "$(guest_initramfs "$kernel")" "tests=$name" >"$log" 2>&1 || true
     panicked_as_told "$log" "$name" || result=FAILED
-    printf '  %-7s %-32s %-6s %4d s\n' "$arch" "$name" "$result" $((SECONDS - start))
+    printf '  %-14s %-32s %-6s %4d s\n' "$kernel" "$name" "$result" $((SECONDS - start))
     [ "$result" = ok ] || { tail -n 40 "$log" && return 1; }
 }
 
-# ARCH TEST...
+# KERNEL TEST...
 run_guest_tests() {
-    local arch=$1 name patient=() others=() stopping=() status=0
+    local kernel=$1 name patient=() others=() stopping=() status=0
     shift
     for name in "$@"; do
         case $name in
@@ -111,13 +128,13 @@ run_guest_tests() {
         esac
     done
     if [ ${#others[@]} != 0 ]; then
-        boot_guest_tests "$arch" real "${others[@]}" || status=1
+        boot_guest_tests "$kernel" real "${others[@]}" || status=1
     fi
     if [ ${#patient[@]} != 0 ]; then
-        boot_guest_tests "$arch" instructions "${patient[@]}" || status=1
+        boot_guest_tests "$kernel" instructions "${patient[@]}" || status=1
     fi
     for name in "${stopping[@]}"; do
-        boot_panic_test "$arch" "$name" || status=1
+        boot_panic_test "$kernel" "$name" || status=1
     done
     return "$status"
 }

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: initramfs.sh ARCH OUTPUT [FILE[=GUEST-PATH]]...
+# usage: initramfs.sh KERNEL OUTPUT [FILE[=GUEST-PATH]]...
 #
 # Packs the root file system of a test guest: busybox, iproute2 with its libraries, the kernel's own
 # modules that the tests need, both of our modules, the guest scripts and tests. Further files go to
@@ -12,17 +12,21 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
 
-[ $# -ge 2 ] || fail "an architecture and an output file are needed"
-arch=$1
+[ $# -ge 2 ] || fail "a kernel and an output file are needed"
+need_kernel_name "$1"
+kernel=$1
+arch=$(arch_of "$1")
 output=$2
 shift 2
 root=$(kernel_root "$arch")
 if [ -n "${GPON_KERNEL_BUILD:-}" ]; then
     version=$(cat "$GPON_KERNEL_BUILD/include/config/kernel.release")
+    configuration=$GPON_KERNEL_BUILD/include/config/auto.conf
 else
-    version=$(kernel_version "$arch")
+    version=$(kernel_version "$kernel")
+    configuration=$(kernel_headers "$kernel")/include/config/auto.conf
 fi
-farm=${GPON_MODULES:-$(module_farm "$arch")}
+farm=${GPON_MODULES:-$(module_farm "$kernel")}
 readelf=$(cross_prefix "$arch")readelf
 
 # Kernel modules of the distribution that tests load by name.
@@ -84,15 +88,25 @@ put_builtin_names() {
     depmod -b "$tree" "$version"
 }
 
+# The guest's busybox does not know every compression.
+put_module() {
+    case $1 in
+    *.xz) mkdir -p "$tree/${2%/*}" && xz -dc "$1" >"$tree/${2%.xz}" ;;
+    *) put "$1" "$2" ;;
+    esac
+}
+
 put_stock_modules() {
-    local name path
-    [ -f "$root/lib/modules/$version/modules.dep" ] || depmod -b "$root" "$version"
+    local name path modules
+    modules=$(kernel_root "$kernel")
+    [ -d "$modules/lib/modules/$version" ] || modules=$modules/usr
+    [ -f "$modules/lib/modules/$version/modules.dep" ] || depmod -b "$modules" "$version"
     for name in "${stock_modules[@]}" ${GPON_GUEST_MODULES:-}; do
-        modprobe -S "$version" -d "$root" --show-depends "$name" | awk '$1 == "insmod" {print $2}'
+        modprobe -S "$version" -d "$modules" --show-depends "$name" | awk '$1 == "insmod" {print $2}'
     done | sort -u | while read -r path; do
-        put "$path" "lib/modules/${path#*/lib/modules/}"
+        put_module "$path" "lib/modules/${path#*/lib/modules/}"
     done
-    put_builtin_names "$root/lib/modules/$version"
+    put_builtin_names "$modules/lib/modules/$version"
 }
 
 put_tests() {
@@ -101,6 +115,7 @@ put_tests() {
     chmod 0755 "$tree/init"
     put scripts/kernel/guest/lib.sh tests/lib.sh
     put scripts/kernel/guest/demo.sh tests/demo.sh
+    put "$configuration" tests/config
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"
     done

@@ -44,6 +44,11 @@ def quoted(line, word):
     return match[1] if match else ""
 
 
+def is_trace_call(line):
+    """Whether the call is the one of gcc's -pg, which has no place in the source."""
+    return quoted(line, "targetname") == INDIRECT and "label:" not in line
+
+
 class CallGraph:
     def __init__(self, paths):
         self.frame = {}  # bytes of each function
@@ -68,7 +73,7 @@ class CallGraph:
                     name = quoted(line, "title")
                     self.frame[name] = int(match[1])
                     self.source[name] = source
-            elif line.startswith("edge:"):
+            elif line.startswith("edge:") and not is_trace_call(line):
                 callees = self.callees.setdefault(quoted(line, "sourcename"), [])
                 callee = quoted(line, "targetname")
                 if callee not in callees:

@@ -1,38 +1,84 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [TEST...] [NAME=VALUE...] test the modules in real kernels (arm64, x86_64)
+# [KERNEL...|matrix] [TEST...] [--write] [NAME=VALUE...] test the modules in real kernels
+#
+# KERNEL is arm64 or x86_64 for the kernel of the machine's Debian, or one of another suite as
+# arm64/6.12-rt; "matrix" is all of them. --write rewrites their rows of docs/results/kernel-matrix.md.
+# --kernel-build DIR --image FILE --arch arm64|x86_64 tests another kernel.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
+. scripts/results.sh
 . scripts/kernel/common.sh
 . scripts/kernel/guest-tests.sh
+. scripts/kernel/kernel-matrix.sh
 
-archs=()
+refuse() {
+    echo "run test-kernel: $*" >&2
+    exit 2
+}
+
+kernels=()
 tests=()
-for word in "$@"; do
-    case $word in
-    arm64 | x86_64) archs+=("$word") ;;
-    [a-z]*=*) guest_words+=("$word") ;;
+write=
+own_arch=
+while [ $# -gt 0 ]; do
+    case $1 in
+    --write) write=1 ;;
+    --kernel-build | --image | --arch)
+        [ $# -ge 2 ] || refuse "$1 needs a value"
+        case $1 in
+        --kernel-build) export GPON_KERNEL_BUILD=$2 ;;
+        --image) export GPON_KERNEL_IMAGE=$2 ;;
+        --arch) own_arch=$2 ;;
+        esac
+        shift
+        ;;
+    matrix) kernels+=("${kernel_matrix[@]}") ;;
+    [a-z]*=*) guest_words+=("$1") ;;
     *)
-        [ -f "tests/kernel/$word.sh" ] || {
-            echo "run test-kernel: '$word' is no architecture, nor is there tests/kernel/$word.sh" >&2
-            exit 2
-        }
-        tests+=("$word")
+        if is_kernel_name "$1"; then
+            kernels+=("$1")
+        elif [ -f "tests/kernel/$1.sh" ]; then
+            tests+=("$1")
+        else
+            refuse "'$1' is no kernel (there are arm64, x86_64 and ${kernel_matrix[*]})," \
+                "nor is there tests/kernel/$1.sh"
+        fi
         ;;
     esac
+    shift
 done
-[ ${#archs[@]} -gt 0 ] || archs=(arm64 x86_64)
-if [ ${#tests[@]} = 0 ]; then
-    mapfile -t tests < <(all_guest_tests && all_panic_tests)
+
+# The modules for another kernel are built beside those for Debian's.
+if [ -n "${GPON_KERNEL_BUILD:-}${GPON_KERNEL_IMAGE:-}$own_arch" ]; then
+    [ -f "${GPON_KERNEL_BUILD:-}/include/config/auto.conf" ] ||
+        refuse "--kernel-build names no folder of a kernel that has been built"
+    [ -f "${GPON_KERNEL_IMAGE:-}" ] || refuse "--image names no kernel image"
+    [[ $own_arch = arm64 || $own_arch = x86_64 ]] || refuse "--arch is arm64 or x86_64"
+    [ "${#kernels[@]}$write" = 0 ] || refuse "--kernel-build is for one kernel alone"
+    GPON_KERNEL_BUILD=$(readlink -f "$GPON_KERNEL_BUILD")
+    GPON_KERNEL_IMAGE=$(readlink -f "$GPON_KERNEL_IMAGE")
+    export GPON_MODULES=${GPON_MODULES:-$GPON_KERNEL_DIR/$own_arch-own-modules}
+    export GPON_INITRAMFS=$GPON_KERNEL_DIR/$own_arch-own-initramfs.gz
+    kernels=("$own_arch")
 fi
+[ ${#kernels[@]} -gt 0 ] || kernels=(arm64 x86_64)
+mapfile -t every_test < <(all_guest_tests && all_panic_tests)
+[ ${#tests[@]} -gt 0 ] || tests=("${every_test[@]}")
 
 need kernel cross build
 failed=()
-for arch in "${archs[@]}"; do
-    { prepare_guest "$arch" && run_guest_tests "$arch" "${tests[@]}"; } || failed+=("$arch")
+rows=$GPON_BUILD_DIR/logs/kernel-matrix
+mkdir -p "${rows%/*}"
+: >"$rows"
+for kernel in "${kernels[@]}"; do
+    test_kernel "$kernel" "${tests[@]}" || failed+=("$kernel")
+    matrix_row "$kernel" "${#tests[@]}" "${#every_test[@]}" >>"$rows"
 done
+show_matrix "$rows"
+[ -z "$write" ] || write_matrix "$rows"
 if [ ${#failed[@]} != 0 ]; then
     echo "FAILED after $SECONDS s: ${failed[*]}"
     exit 1
 fi
-echo "all passed in $SECONDS s: ${archs[*]}"
+echo "all passed in $SECONDS s: ${kernels[*]}"
