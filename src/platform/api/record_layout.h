@@ -8,21 +8,19 @@
 #ifndef GPON_PLATFORM_RECORD_LAYOUT_H
 #define GPON_PLATFORM_RECORD_LAYOUT_H
 
+/* The kernel's build defines the attribute before any header is read. */
 #if defined(__KERNEL__) && !defined(__cplusplus)
-#include <linux/compiler.h>
-#include <linux/stddef.h>
 #define GPON_KEEP_LAYOUT __no_randomize_layout
 #else
-#include <stddef.h>
 #define GPON_KEEP_LAYOUT
 #endif
 
 #ifdef __cplusplus
 #define GPON_MEMBER_AT(record, member, bytes) \
-    static_assert(offsetof(record, member) == (bytes), "C and C++ differ in " #record)
+    static_assert(__builtin_offsetof(record, member) == (bytes), "C and C++ differ in " #record)
 #else
 #define GPON_MEMBER_AT(record, member, bytes) \
-    _Static_assert(offsetof(record, member) == (bytes), "C and C++ differ in " #record)
+    _Static_assert(__builtin_offsetof(record, member) == (bytes), "C and C++ differ in " #record)
 #endif
 
 #endif
