@@ -36,7 +36,7 @@ kernel_packages() {
         package=${todo[0]}
         todo=("${todo[@]:1}")
         for name in $(package_field Depends "$package:$debian" | tr -s ',|' '\n' |
-            grep -oE '^ *linux-(headers|kbuild|image|binary|modules)-[0-9][^ ]*' |
+            grep -oE '^ *linux-(headers|kbuild|image|binary|modules|base)-[0-9][^ ]*' |
             grep -v -e '-unsigned$'); do
             if [[ $known != *" $name "* ]]; then
                 known+="$name "
