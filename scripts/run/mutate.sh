@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [--write] [--edits FILE] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
+# [--write] [--quick] [--edits FILE] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
 #
 # --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits. --edits
-# takes the edits from FILE, for example the output of scripts/wrong-edits.py.
+# takes the edits from FILE, for example the output of scripts/wrong-edits.py. --quick leaves out the tests
+# that take seconds; an edit that survives it may be noticed by a full run.
 set -eu
 . scripts/build.sh
 . scripts/results.sh
@@ -88,7 +89,7 @@ try_program() {
     return 1
 }
 
-# The same for the scenarios, in the order of the file system: the first that differs is enough.
+# The same for the scenarios: the first that differs is enough.
 try_scenarios() {
     local file status
     link "$1" "$(program "$1" gponflow)" "$2" >"$output" 2>&1 || return 2
@@ -98,7 +99,7 @@ try_scenarios() {
         if [ "$status" != 0 ] || ! cmp -s "$output" "${file%.scn}.transcript"; then
             echo "the scenario $file" && return
         fi
-    done < <(find scenarios tests/scenarios -name '*.scn')
+    done < <(printf '%s\n' "${scenarios[@]}")
     return 1
 }
 
@@ -119,11 +120,12 @@ first_of() {
 }
 
 noticed_by_unit() {
-    local object=CMakeFiles/gpon_core.dir/$1.o
+    local object=CMakeFiles/gpon_core.dir/$1.o status=0
     compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
     first_of try_program "$preset" unit_tests "$object" "-$slow" -- \
-        try_scenarios "$preset" "$object" -- \
-        try_program "$preset" property_tests "$object" '*' -- \
+        try_scenarios "$preset" "$object" || status=$?
+    [ "$status" = 1 ] && [ -z "$quick" ] || return "$status"
+    first_of try_program "$preset" property_tests "$object" '*' -- \
         try_program "$preset" unit_tests "$object" "$slow"
 }
 
@@ -154,11 +156,14 @@ noticed_by_guest() {
     rm -rf "$tree"
     mkdir -p "$tree"
     cp -al run Kbuild CMake* cmake packages.txt scripts src softonu tool tests scenarios captures "$tree"
-    rm "$tree/$1"
+    rm "$tree/$1" "$tree/scripts/kernel/tool.sh"
     cp "$2" "$tree/$1"
+    # The tool is that of the right sources.
+    echo '# SPDX-License-Identifier: GPL-2.0-only' >"$tree/scripts/kernel/tool.sh"
     (
         cd "$tree"
-        GPON_KERNEL_DIR=$here/kernel GPON_BUILD_DIR=build ./run test-kernel "$guest_arch" "${words[@]}"
+        GPON_KERNEL_DIR=$here/kernel GPON_BUILD_DIR=build GPON_GUEST_SECONDS=300 \
+            ./run test-kernel "$guest_arch" "${words[@]}"
     ) >"$output" 2>&1 && return 1
     if grep -q '^modules-.* FAILED' "$output"; then
         echo "the compiler" && return
@@ -241,10 +246,12 @@ read_edits() {
 prepare_unit() {
     step "$preset" build_preset "$preset" unit_tests property_tests gponflow
     for name in unit_tests property_tests; do
-        step "$name" "$(preset_dir "$preset")/$(program "$preset" "$name")" --gtest_brief=1
+        step "$name" "$(preset_dir "$preset")/$(program "$preset" "$name")" --gtest_brief=1 \
+            --gtest_filter="*${quick:+-$slow}"
     done
-    find scenarios tests/scenarios -name '*.scn' -print0 | step scenarios xargs -0 \
-        bash scripts/scenario.sh check "$(preset_dir "$preset")/$(program "$preset" gponflow)"
+    mapfile -t scenarios < <(find scenarios tests/scenarios -name '*.scn')
+    step scenarios bash scripts/scenario.sh check \
+        "$(preset_dir "$preset")/$(program "$preset" gponflow)" "${scenarios[@]}"
 }
 
 prepare_frames() {
@@ -260,6 +267,7 @@ prepare_glue() {
 # A copy of the guest's files, with modules of its own. The tests themselves pass in "run test-kernel".
 prepare_guest_edits() {
     step "fetch-$guest_arch" bash scripts/kernel/fetch.sh "$guest_arch"
+    step "tool-$guest_arch" bash scripts/kernel/tool.sh "$guest_arch" "$guest_files/$guest_arch/tool"
     rm -rf "$here/kernel"
     mkdir -p "$here/kernel"
     cp -al "$guest_files/$guest_arch" "$here/kernel/"
@@ -281,11 +289,12 @@ prepare_analysis() {
     need clang
 }
 
-write=''
+write='' quick=''
 guest_arch=${GPON_MUTATE_ARCH:-arm64} guest_files=$GPON_KERNEL_DIR
 while :; do
     case ${1:-} in
     --write) write=1 ;;
+    --quick) quick=1 ;;
     --edits)
         edits=("${2:?a file is missing after --edits}")
         shift
@@ -294,12 +303,12 @@ while :; do
     esac
     shift
 done
-if [ -n "$write" ] && [ $# != 0 ]; then
-    echo "run mutate: --write is for all edits" >&2
+if [ -n "$write" ] && { [ $# != 0 ] || [ -n "$quick" ]; }; then
+    echo "run mutate: --write is for all edits and tests" >&2
     exit 2
 fi
 mkdir -p "$here"
-asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=()
+asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=() scenarios=()
 read_edits
 if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in ${edits[*]}" >&2

@@ -152,15 +152,16 @@ TEST_P(kept_blocks, have_room_for_the_largest_size_of_their_class)
 
 TEST_P(kept_blocks, are_at_most_two_of_each_class_and_cpu)
 {
-    for (stub_cpu = 0; stub_cpu < STUB_CPUS; ++stub_cpu) {
-        const size_t before = kernel.live.size();
-        std::set<void*> blocks;
-        for (int i = 0; i < 5; ++i)
-            EXPECT_TRUE(blocks.insert(gpon_os_kzalloc(LARGEST_KEPT, 0)).second);
-        for (void* each : blocks)
-            gpon_os_kfree(each);
-        EXPECT_EQ(kernel.live.size() - before, SLOTS);
-    }
+    for (stub_cpu = 0; stub_cpu < STUB_CPUS; ++stub_cpu)
+        for (size_t size = GetParam(); size <= LARGEST_KEPT; size *= 2) {
+            const size_t before = kernel.live.size();
+            std::set<void*> blocks;
+            for (int i = 0; i < 5; ++i)
+                EXPECT_TRUE(blocks.insert(gpon_os_kzalloc(size, 0)).second);
+            for (void* each : blocks)
+                gpon_os_kfree(each);
+            EXPECT_EQ(kernel.live.size() - before, SLOTS) << size;
+        }
     stub_cpu = 0;
 }
 

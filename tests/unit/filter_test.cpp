@@ -7,8 +7,10 @@
 namespace {
 
 using gpon::test::apply;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr u16 LISTED[] = {0x6064, 0x00c8}; // priority 3 and VID 100, priority 0 and VID 200
 
@@ -105,6 +107,20 @@ protected:
 
     u8 frame[20] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0};
 };
+
+TEST_F(vlan_filter, every_forward_operation_is_known_for_tagged_and_untagged_frames)
+{
+    for (u32 code = 0; code <= 0x21; ++code) {
+        set_filter(code, 2);
+        log_lines();
+        gponDebugLevel = LOG_ERROR;
+        for (const u16 tci : {u16{0}, LISTED[0]})
+            static_cast<void>(filter_passes(tci));
+        gponDebugLevel = 0;
+        EXPECT_THAT(log_lines(), Not(Contains("***ERROR***[vtfd_handle][0]: end, return -1")))
+            << code;
+    }
+}
 
 TEST_F(vlan_filter, every_forward_operation_passes_its_frames_only)
 {

@@ -84,6 +84,14 @@ protected:
                 return key_of(number++);
     }
 
+    key key_in_bucket(u32 bucket)
+    {
+        u32 number = 1u << 22;
+        while (bucket_of(key_of(number)) != bucket)
+            ++number;
+        return key_of(number);
+    }
+
     key colliding_key(const key& with)
     {
         for (u32 number = 1u << 20;; ++number)
@@ -184,6 +192,20 @@ TEST_F(rule_table, the_49th_rule_doubles_the_table_before_it_is_stored)
     EXPECT_EQ(table().threshold, 96u);
     EXPECT_TRUE(find(last) || table().buckets[bucket_of(last)].first);
     EXPECT_LE(table().total_num, 49u);
+}
+
+TEST_F(rule_table, growth_keeps_the_rules_of_the_first_and_the_last_bucket)
+{
+    const key first = key_in_bucket(0);
+    const key last = key_in_bucket(63);
+    EXPECT_EQ(add(first), 0);
+    EXPECT_EQ(add(last), 0);
+    fill(48);
+    u32 number = 1u << 24;
+    EXPECT_EQ(add(free_key(number)), 0);
+    EXPECT_EQ(table().table_size, 128u);
+    EXPECT_TRUE(find(first));
+    EXPECT_TRUE(find(last));
 }
 
 TEST_F(rule_table, rules_that_collide_in_the_larger_table_are_dropped)
