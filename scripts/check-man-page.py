@@ -1,16 +1,21 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-2.0-only
-"""Check that the manual page is complete.
+"""Check that the manual pages are complete.
 
-usage: check-man-page.py GPONFLOW PAGE
+usage: check-man-page.py GPONFLOW FOLDER
 
-Every subcommand has a section of its own in the manual page, and every option of it is in that
-section. The list of both comes from the completion of the tool, which does not use the help texts.
+Every subcommand has a page, those below it have a section in that page, and every option is in its
+page or section. Every page has the sections that a reader looks for. The list of subcommands and
+options comes from the completion of the tool, which does not use the help texts.
 """
 
+import os
 import re
 import subprocess
 import sys
+
+
+TITLES = ("NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "EXAMPLES", "EXIT STATUS")
 
 
 def completed_levels(tool):
@@ -20,19 +25,35 @@ def completed_levels(tool):
     return {path: words.split() for path, words in found}
 
 
-def sections_of(page):
-    """Return the text of each subcommand's section, and of the main options as "gponflow"."""
-    with open(page, encoding="utf-8") as file:
-        text = file.read().replace("\\-", "-").replace("\\&", "")
-    sections, level = {}, None
-    for line in text.splitlines():
-        if line.startswith(".SS "):
-            level = re.match(r"[a-z][a-z-]*(?: [a-z][a-z-]*(?= |$))*", line[4:])[0]
-        elif line.startswith(".SH "):
-            level = "gponflow" if line == ".SH OPTIONS" else None
-        if level:
+def text_of(folder, name):
+    """Return a page as plain text, or None without the page."""
+    try:
+        with open(os.path.join(folder, name + ".1"), encoding="utf-8") as file:
+            return file.read().replace("\\-", "-").replace("\\&", "")
+    except FileNotFoundError:
+        return None
+
+
+def sections_of(folder, levels):
+    """Return the text of each level's section, and the faults of the pages."""
+    sections, faults = {}, []
+    for path in (path for path in levels if path.count(" ") < 2):
+        name = path.replace(" ", "-")
+        text = text_of(folder, name)
+        if text is None:
+            faults.append(f"no page {name}.1")
+            continue
+        faults += [f"{name}.1 has no {title}" for title in TITLES
+                   if not re.search(rf"^\.SH {title}\n[^.\n]*\S|^\.SH {title}\n\.[BP]", text,
+                                    re.MULTILINE)]
+        level = path
+        for line in text.splitlines():
+            if line.startswith(".SS "):
+                level = re.match(r"[a-z][a-z-]*(?: [a-z][a-z-]*(?= |$))*", line[4:])[0]
+            elif line.startswith(".SH "):
+                level = path
             sections[level] = sections.get(level, "") + "\n" + line + " "
-    return sections
+    return sections, faults
 
 
 def faults_of(levels, sections):
@@ -47,11 +68,12 @@ def faults_of(levels, sections):
                 yield f"{path} has {option}"
 
 
-def main(tool, page):
+def main(tool, folder):
     levels = completed_levels(tool)
     if len(levels) < 2:
         sys.exit(f"check-man-page: {tool} completes no subcommand")
-    faults = list(faults_of(levels, sections_of(page)))
+    sections, faults = sections_of(folder, levels)
+    faults += faults_of(levels, sections)
     for fault in faults:
         print(f"check-man-page: {fault}")
     return 1 if faults else 0
@@ -59,5 +81,5 @@ def main(tool, page):
 
 if __name__ == "__main__":
     if len(sys.argv) != 3:
-        sys.exit("usage: check-man-page.py GPONFLOW PAGE")
+        sys.exit("usage: check-man-page.py GPONFLOW FOLDER")
     sys.exit(main(*sys.argv[1:]))

@@ -55,7 +55,9 @@ has_sources() {
 
 version=$(dpkg-deb -f "$modules" Version)
 has "$tool" usr/bin/gponflow usr/share/man/man1/gponflow.1.gz \
-    usr/share/bash-completion/completions/gponflow usr/share/doc/gponflow/tools.md \
+    usr/share/bash-completion/completions/gponflow usr/share/zsh/vendor-completions/_gponflow \
+    usr/share/fish/vendor_completions.d/gponflow.fish usr/share/man/man1/gponflow-explain.1.gz \
+    usr/share/gponflow/schemas/gponflow-explain-1.schema.json usr/share/doc/gponflow/tools.md \
     usr/share/doc/gponflow/examples/scenarios/demo.scn usr/share/doc/gponflow/copyright
 has_not "$tool" '^usr/src/|\.ko$|\.o$|tests/' "what is no part of it"
 says "$tool" Depends libpcap0.8 libc6 liburcu8 libncursesw6

@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-2.0-only
-"""Print the manual page of gponflow.
+"""Write the manual pages of gponflow.
 
-usage: man-page.py GPONFLOW > gponflow.1
+usage: man-page.py GPONFLOW FOLDER
 
-The page is made from the output of --help of the tool and of each subcommand, so that it lists
-every option. Sections that no help has are at the end of this file.
+Writes gponflow.1, and gponflow-NAME.1 for each subcommand, with DESCRIPTION, OPTIONS, EXAMPLES and
+EXIT STATUS. They are made from the output of --help of the tool and of each subcommand, so that
+they list every option. Sections that no help has are in this file.
 """
 
 import os
@@ -16,6 +17,33 @@ import time
 
 # The text of an option starts in this column, or on the next line after a long name.
 TEXT_COLUMN = 30
+
+DESCRIPTION = r""".SH DESCRIPTION
+.B gponflow
+shows how a GPON ONU forwards the frames of a subscriber.
+The OLT configures the ONU through OMCI managed entities (ITU\-T G.988); the tool runs the engine
+that forwards frames along them, in its own process or in the running kernel.
+.PP
+Most commands read a
+.IR scenario ,
+a text file with the configuration of a line.
+.B gponflow omci
+makes one from a capture of OMCI messages.
+.B gponflow explain
+then shows the path of a frame and why it is dropped,
+.B gponflow account
+counts the frames of a capture by destination and by reason of drop,
+.B gponflow check
+finds mistakes,
+.B gponflow graph
+and
+.B gponflow report
+draw the line.
+.B gponflow show
+and
+.B gponflow trace
+read the module of the running kernel.
+"""
 
 TRAILER = r""".SH ENVIRONMENT
 .TP
@@ -44,7 +72,13 @@ find the log lines of the running module about a frame.
 .TP
 .I /usr/share/doc/gponflow
 The scenario language, a cookbook, and scenarios and captures to try.
-.SH SEE ALSO
+.TP
+.I /usr/share/gponflow/schemas
+JSON Schema files of the output of
+.BR \-\-json .
+"""
+
+SEE_ALSO = r""".SH SEE ALSO
 .BR dot (1),
 .BR tcpdump (1),
 .BR bash (1)
@@ -110,9 +144,16 @@ class Help:
                 for name, _ in entries]
 
 
-class Page:
-    def __init__(self, tool):
+class Pages:
+    def __init__(self, tool, folder):
         self.tool = tool
+        self.folder = folder
+        self.main = self.help_of()
+        split = split_rest(self.main.rest)
+        self.examples = split["examples"]
+        self.status = split["status"]
+        if not self.status:
+            sys.exit(f"{tool}: --help does not list the exit status")
 
     def output_of(self, *arguments):
         run = subprocess.run([self.tool, *arguments], stdout=subprocess.PIPE, text=True,
@@ -124,51 +165,118 @@ class Page:
     def help_of(self, *path):
         return Help(self.tool, self.output_of(*path, "--help"))
 
-    def print(self):
-        main = self.help_of()
-        self.print_head(main)
-        print_entries(main.options())
-        print(".SH COMMANDS")
-        for name in main.subcommands():
-            self.print_command(name)
-        rest = [line for line in main.rest if line not in ("Example:", "Examples:")]
-        status = next((i for i, line in enumerate(rest) if "Exit status" in line), None)
-        if status is None:
-            sys.exit(f"{self.tool}: --help does not list the exit status")
-        print(".SH EXIT STATUS")
-        print_rest(rest[status:])
-        print(".SH EXAMPLES")
-        print_rest(rest[:status])
-        print(TRAILER, end="")
+    def write(self):
+        names = self.main.subcommands()
+        self.write_main(names)
+        for name in names:
+            self.write_command(name)
 
-    def print_head(self, main):
+    def page(self, name):
+        path = os.path.join(self.folder, f"{name}.1")
+        return open(path, "w", encoding="utf-8")
+
+    def print_head(self, page, name, about):
         version = self.output_of("--version").rstrip("\n")
         # A package's build sets the time, so that the same source gives the same page.
         epoch = os.environ.get("SOURCE_DATE_EPOCH")
         date = time.strftime("%Y-%m-%d", time.gmtime(int(epoch))) if epoch else ""
-        name = main.about.removesuffix(".")
-        name = name[:1].lower() + name[1:]
-        print('.\\" SPDX-License-Identifier: GPL-2.0-only')
-        print(f'.TH GPONFLOW 1 "{date}" "{version}" "User Commands"')
-        print(f".SH NAME\ngponflow \\- {escaped(name)}")
-        print(f".SH SYNOPSIS\n{escaped(main.usage)}\n.SH OPTIONS")
+        about = about.removesuffix(".")
+        about = about[:1].lower() + about[1:]
+        print('.\\" SPDX-License-Identifier: GPL-2.0-only', file=page)
+        print(f'.TH {name.upper()} 1 "{date}" "{version}" "User Commands"', file=page)
+        print(f".SH NAME\n{escaped(name)} \\- {escaped(about)}", file=page)
 
-    def print_command(self, *path):
+    def write_main(self, names):
+        with self.page("gponflow") as page:
+            self.print_head(page, "gponflow", self.main.about)
+            print(f".SH SYNOPSIS\n{escaped(self.main.usage)}", file=page)
+            print(DESCRIPTION, end="", file=page)
+            print(".SH OPTIONS", file=page)
+            print_entries(self.main.options(), page)
+            print(".SH COMMANDS", file=page)
+            for name in names:
+                about = self.help_of(name).about
+                print(f".TP\n.BR gponflow\\-{escaped(name)} (1)\n{escaped(about)}.", file=page)
+            self.print_status(page)
+            print(TRAILER, end="", file=page)
+            self.print_examples(self.examples, page)
+            print(SEE_ALSO, end="", file=page)
+
+    def write_command(self, name):
+        text = self.help_of(name)
+        with self.page(f"gponflow-{name}") as page:
+            self.print_head(page, f"gponflow-{name}", text.about)
+            print(f".SH SYNOPSIS\n{escaped(text.usage)}", file=page)
+            print(f".SH DESCRIPTION\n{escaped(text.about)}.", file=page)
+            parts = split_rest(text.rest)
+            if parts["prose"]:
+                print(".PP", file=page)
+                print_rest(parts["prose"], page)
+            print(".SH OPTIONS", file=page)
+            print_entries(shown_options(text), page)
+            examples = parts["examples"]
+            if text.subcommands():
+                print(".SH COMMANDS", file=page)
+            for sub in text.subcommands():
+                examples = examples + self.print_nested(page, name, sub)
+            self.print_examples(examples, page)
+            self.print_status(page)
+            print(".SH SEE ALSO\n.BR gponflow (1)", file=page)
+
+    def print_nested(self, page, *path):
+        """Print a section of the page; return its examples."""
         text = self.help_of(*path)
-        print(f".SS {escaped(text.usage)}\n{escaped(text.about)}.")
-        print_entries([entry for entry in text.options() if entry[0] != "-h,--help"])
-        print(".PP")
-        print_rest(text.rest)
-        for name in text.subcommands():
-            self.print_command(*path, name)
+        parts = split_rest(text.rest)
+        print(f".SS {escaped(text.usage)}\n{escaped(text.about)}.", file=page)
+        print_rest(parts["prose"], page)
+        print_entries(shown_options(text), page)
+        return parts["examples"]
+
+    def print_status(self, page):
+        print(".SH EXIT STATUS", file=page)
+        print_rest(self.status, page)
+
+    @staticmethod
+    def print_examples(lines, page):
+        print(".SH EXAMPLES", file=page)
+        print_rest(lines, page)
 
 
-def print_entries(entries):
+def shown_options(text):
+    return [entry for entry in text.options() if entry[0] != "-h,--help"]
+
+
+def split_rest(lines):
+    """Split the text behind the options of a help into prose, examples and exit status."""
+    parts = {"prose": [], "examples": [], "status": []}
+    part = "prose"
+    for line in lines:
+        if line in ("Example:", "Examples:"):
+            part = "examples"
+        elif re.search(r"Exit status(?: of all of them)?:$", line):
+            part = "status"
+        elif part == "examples" and line and not line.startswith(" "):
+            part = "prose"
+            parts[part].append(line)
+        else:
+            parts[part].append(line)
+    return {name: trimmed(part) for name, part in parts.items()}
+
+
+def trimmed(lines):
+    while lines and not lines[0]:
+        lines = lines[1:]
+    while lines and not lines[-1]:
+        lines = lines[:-1]
+    return lines
+
+
+def print_entries(entries, page):
     for name, text in entries:
-        print(f".TP\n.B {escaped(name.replace(',-', ', -'))}\n{escaped(text)}")
+        print(f".TP\n.B {escaped(name.replace(',-', ', -'))}\n{escaped(text)}", file=page)
 
 
-def print_rest(lines):
+def print_rest(lines, page):
     """Print examples as they are; all other text is filled."""
     typed = False
     for line in lines:
@@ -176,14 +284,14 @@ def print_rest(lines):
         if not line and typed:
             continue
         if indented != typed:
-            print(".PP\n.RS 4\n.nf" if indented else ".fi\n.RE\n.PP")
+            print(".PP\n.RS 4\n.nf" if indented else ".fi\n.RE\n.PP", file=page)
         typed = indented
-        print(escaped(line.removeprefix("  ")) or ".PP")
+        print(escaped(line.removeprefix("  ")) or ".PP", file=page)
     if typed:
-        print(".fi\n.RE")
+        print(".fi\n.RE", file=page)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 2:
-        sys.exit("usage: man-page.py GPONFLOW")
-    Page(sys.argv[1]).print()
+    if len(sys.argv) != 3:
+        sys.exit("usage: man-page.py GPONFLOW FOLDER")
+    Pages(sys.argv[1], sys.argv[2]).write()

@@ -33,7 +33,10 @@ bool wants_json(const std::vector<std::string>& words)
 
 int refuse(const CLI::App& app, const std::vector<std::string>& words, const CLI::ParseError& error)
 {
-    std::cerr << "gponflow: " << error.what() << gponflow::word_hint(app, words) << '\n';
+    std::string text = gponflow::unknown_subcommand(app, words);
+    if (text.empty())
+        text = error.what() + gponflow::word_hint(app, words);
+    std::cerr << "gponflow: " << text << '\n';
     if (!wants_json(words))
         std::cerr << "Run with --help for more information.\n";
     return gponflow::status_invalid;

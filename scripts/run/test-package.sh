@@ -84,7 +84,7 @@ check_tool() {
 
 check_manual() {
     [ "$(inside man -w gponflow)" = /usr/share/man/man1/gponflow.1.gz ] &&
-        inside man gponflow >"$root/page" && grep -q 'gponflow explain \[OPTIONS\]' "$root/page" &&
+        inside man gponflow-explain >"$root/page" && grep -q 'gponflow explain \[OPTIONS\]' "$root/page" &&
         rm "$root/page"
 }
 

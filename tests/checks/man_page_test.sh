@@ -37,30 +37,41 @@ completion)
 esac
 END
 chmod +x "$tree/tool"
-python3 scripts/man-page.py "$tree/tool" >"$tree/page"
-passes "a page with everything" python3 "$check" "$tree/tool" "$tree/page"
+mkdir "$tree/pages" "$tree/less" "$tree/gap"
+python3 scripts/man-page.py "$tree/tool" "$tree/pages"
+passes "pages with everything" python3 "$check" "$tree/tool" "$tree/pages"
 
-if ! grep -qx 'gponflow run \\e' "$tree/page" || ! grep -qxF '\&.text behind' "$tree/page"; then
+page=$tree/pages/gponflow-run.1
+if ! grep -qx 'gponflow run \\e' "$page" || ! grep -qxF '\&.text behind' "$page"; then
     echo "what roff would take for its own is escaped"
     proofs_failed=1
 fi
 
-if ! sed -n '/^\.SH EXIT STATUS$/,/^\.SH EXAMPLES$/p' "$tree/page" | grep -qxF '0  done'; then
-    echo "the exit statuses have a section of their own"
-    proofs_failed=1
-fi
+for one in gponflow gponflow-run; do
+    if ! sed -n '/^\.SH EXIT STATUS$/,$p' "$tree/pages/$one.1" | grep -qxF '0  done'; then
+        echo "$one.1 has no section about the exit status"
+        proofs_failed=1
+    fi
+done
 sed 's/Exit status/Outcome/' "$tree/tool" | file silent
 chmod +x "$tree/silent"
 fails "a tool without exit statuses" "does not list the exit status" \
-    python3 scripts/man-page.py "$tree/silent"
+    python3 scripts/man-page.py "$tree/silent" "$tree/less"
 
-sed '/dry.-run$/,+1d' "$tree/page" | file less
+cp "$tree/pages/"* "$tree/less"
+sed -i '/dry.-run$/,+1d' "$tree/less/gponflow-run.1"
 fails "a page without an option" "gponflow run fast has --dry-run" \
     python3 "$check" "$tree/tool" "$tree/less"
-sed 's/^\.SS gponflow run fast/.SS fast/' "$tree/page" | file gap
+cp "$tree/pages/"* "$tree/gap"
+sed -i 's/^\.SS gponflow run fast/.SS fast/' "$tree/gap/gponflow-run.1"
 fails "a page without a subcommand" "no section for gponflow run fast" \
     python3 "$check" "$tree/tool" "$tree/gap"
-fails "a tool that completes nothing" "completes no subcommand" python3 "$check" true "$tree/page"
-fails "a tool without a help" "status" python3 scripts/man-page.py false
+sed -i '/^\.SH DESCRIPTION$/,+1d' "$tree/gap/gponflow-run.1"
+fails "a page without a section" "gponflow-run.1 has no DESCRIPTION" \
+    python3 "$check" "$tree/tool" "$tree/gap"
+rm "$tree/gap/gponflow-run.1"
+fails "a command without a page" "no page gponflow-run.1" python3 "$check" "$tree/tool" "$tree/gap"
+fails "a tool that completes nothing" "completes no subcommand" python3 "$check" true "$tree/pages"
+fails "a tool without a help" "status" python3 scripts/man-page.py false "$tree/less"
 
 exit "$proofs_failed"

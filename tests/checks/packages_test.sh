@@ -20,7 +20,9 @@ fresh_packages() {
     fresh_tree
     control tool 'libc6 (>= 2), libpcap0.8, liburcu8, libncursesw6'
     for source in bin/gponflow share/man/man1/gponflow.1.gz \
-        share/bash-completion/completions/gponflow share/doc/gponflow/tools.md \
+        share/bash-completion/completions/gponflow share/zsh/vendor-completions/_gponflow \
+        share/fish/vendor_completions.d/gponflow.fish share/man/man1/gponflow-explain.1.gz \
+        share/gponflow/schemas/gponflow-explain-1.schema.json share/doc/gponflow/tools.md \
         share/doc/gponflow/copyright share/doc/gponflow/examples/scenarios/demo.scn; do
         echo x | file "tool/usr/$source"
     done

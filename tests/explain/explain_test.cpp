@@ -85,8 +85,8 @@ TEST(explain, every_branch_of_the_greatest_depth_is_named)
         "  filter 0x1001: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x0064}: drop\n"
         "deepest branch: MAC_BRIDGE_SERVICE_PROFILE 0x0001 > MAC_BRIDGE_PORT_CON_DATA 0x1002\n"
         "  filter 0x1002: code 0x04, TCI 0x0065 (VLAN 101, priority 0), list {0x00c8}: drop\n"
-        "The frame reached MAC_BRIDGE_PORT_CON_DATA 0x1001, MAC_BRIDGE_PORT_CON_DATA "
-        "0x1002: its VLAN filter drops the frame.\n"))
+        "The frame reached MAC_BRIDGE_PORT_CON_DATA 0x1001 and MAC_BRIDGE_PORT_CON_DATA "
+        "0x1002: their VLAN filters drop the frame.\n"))
         << text;
 }
 
@@ -100,7 +100,7 @@ TEST(explain, branches_that_end_for_different_reasons_are_distinguished)
                    {{47, 4}, 1, true, {}, {}}};
     EXPECT_EQ(deepest_dead_ends(story), (std::vector<size_t>{1, 2, 3}));
     EXPECT_EQ(dead_ends_text(story),
-              "MAC_BRIDGE_PORT_CON_DATA 0x0001, MAC_BRIDGE_PORT_CON_DATA 0x0003: no mapper; "
+              "MAC_BRIDGE_PORT_CON_DATA 0x0001 and MAC_BRIDGE_PORT_CON_DATA 0x0003: no mapper; "
               "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
     EXPECT_EQ(dead_ends_text(story, 1), "MAC_BRIDGE_PORT_CON_DATA 0x0001 and 1 more: no mapper; "
                                         "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");

@@ -87,10 +87,12 @@ TEST_F(omci_command, remarks_name_file_and_frame)
     session.answered(create, 266, 5, "0009", "07");
     session.from_olt(bytes(20, 0));
     const std::string input = write("a.pcap", pcap_file(session.frames));
-    EXPECT_EQ(run({input, "-", {}}), 0);
-    EXPECT_THAT(err.str(), HasSubstr(input + ": frame 1: refused by the ONU: create GEM "
+    EXPECT_EQ(run({input, "-", {}}), 1);
+    EXPECT_THAT(err.str(), HasSubstr("warning: no command of the OLT and no MIB upload"));
+    EXPECT_THAT(err.str(), HasSubstr(input + ": warning: frame 1: refused by the ONU: create GEM "
                                              "interworking TP 0x0005: instance exists\n"));
-    EXPECT_THAT(err.str(), HasSubstr(input + ": frame 3: skipped: device identifier 0x00"));
+    EXPECT_THAT(err.str(),
+                HasSubstr(input + ": warning: frame 3: skipped: device identifier 0x00"));
 }
 
 TEST_F(omci_command, capture_that_ends_early_is_converted_with_status_1)

@@ -46,7 +46,8 @@ TEST(collect_report, frames_alike_are_one_flow)
     EXPECT_EQ(passed.way, (std::vector<me_id>{{45, 1}, {47, 0x1001}, {266, 0x11}, {268, 1}}));
     EXPECT_EQ(data.flows[1].fate, frame_fate::dropped);
     EXPECT_EQ(data.flows[1].outcome,
-              "MAC_BRIDGE_PORT_CON_DATA 0x1001: its VLAN filter drops the frame");
+              "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) passes only VLAN "
+              "100");
 }
 
 TEST(collect_report, drops_are_gathered_by_reason_with_the_first_as_example)
@@ -114,7 +115,9 @@ TEST(collect_report, drops_with_other_tags_have_an_example_of_their_own)
     ASSERT_EQ(data.drops.size(), 2u);
     EXPECT_EQ(to_text(data.drops[0].tags), "101");
     EXPECT_EQ(to_text(data.drops[1].tags), "untagged");
-    EXPECT_EQ(data.drops[0].reason, data.drops[1].reason);
+    const std::string filter = "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) ";
+    EXPECT_EQ(data.drops[0].reason, filter + "passes only VLAN 100");
+    EXPECT_EQ(data.drops[1].reason, filter + "drops untagged frames");
 }
 
 TEST(collect_report, a_drop_names_every_branch_as_deep_as_the_deepest)
@@ -127,8 +130,10 @@ TEST(collect_report, a_drop_names_every_branch_as_deep_as_the_deepest)
                   "vlanFilterNums=1\n" +
                   hook(frame_of_vlan_101));
     ASSERT_EQ(data.drops.size(), 1u);
-    EXPECT_EQ(data.drops[0].reason, "MAC_BRIDGE_PORT_CON_DATA 0x1001, MAC_BRIDGE_PORT_CON_DATA "
-                                    "0x2001: its VLAN filter drops the frame");
+    EXPECT_EQ(data.drops[0].reason,
+              "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) passes only VLAN "
+              "100; VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 (forwardOperation 0x04) passes only "
+              "VLAN 200");
 }
 
 TEST(collect_report, drops_beyond_the_most_are_counted)

@@ -159,6 +159,57 @@ expect_status 1 run cut.scn
 grep -q "^cut.scn:1: warning: capture 'cut.pcap': ends early" err ||
     complain 'run does not warn of a capture that ends early'
 
+# Files of another kind are refused as a whole, with what to do.
+expect_status 2 check "$whole"
+expect_err "$whole: is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o line.scn, name traffic with --pcap"
+head -c 100000 "$tool" >binary.scn
+expect_status 2 run binary.scn
+expect_err 'binary.scn: is no scenario: it is no text'
+expect_status 2 run "$line" --backend=x
+printf 'hook kind=sideways\n' >kind.scn
+expect_status 2 run kind.scn
+grep -q 'up_uni, up_ani, down_ani, down_uni, switch' err || complain 'the kinds are not listed'
+
+# One question from the UNI to the GEM port, and back.
+expect_status 0 explain "$line" --uni 2 --vlan 300 --prio 6
+grep -q '^The frame passes from UNI 2 through bridge 2 to GEM port 1050 ' out ||
+    complain 'explain does not follow a frame to its GEM port'
+expect_status 0 explain "$line" --gem 4094 --vlan 400p4 --dst 01:00:5e:00:00:01
+grep -q '^The frame passes from GEM port 4094 into bridge 3' out ||
+    complain 'explain does not follow a frame from its GEM port'
+expect_status 0 explain "$line" --uni 1 --vlan 7
+grep -q 'VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 .* passes only VLAN 100, VLAN 200; the frame has VLAN 7' \
+    out || complain 'explain does not name the filter at fault'
+expect_status 2 explain "$line" --uni 9
+grep -q 'UNI 9 does not exist: the UNIs of the line are 1 ' err || complain 'an unknown UNI is not named'
+expect_status 2 explain "$line" --gem 7
+grep -q 'no GEM_PORT_CTP has the GEM port 7' err || complain 'an unknown GEM port is not named'
+expect_status 2 explain "$line" --pcap "$whole"
+grep -q 'add --uni' err || complain 'explain does not ask for --uni'
+for words in '--uni 16' '--vlan 4096' '--vlan 1p8' '--prio 8' '--uni 1 --prio 1' '--dscp 64' \
+    '--uni 1 --gem 1025' '--uni 1 --src 02' '--uni 1 --vlan 1 --pcap x' '--uni 1 kind=up_ani' \
+    '--uni 1 --inner 5' '--uni 1 --ethertype 5'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 2 explain "$line" $words
+    [ -s err ] || complain "explain $words: not a word about what is wrong"
+done
+
+# Two lines are compared.
+bring_up=$root/docs/cookbook/bring-up.pcap
+expect_status 0 omci "$bring_up" -o converted.scn
+expect_status 0 omci --diff converted.scn "$bring_up"
+expect_out '0 instances only in the first, 0 instances only in the second, 0 attributes changed'
+sed 's/forwardOperation=0x14/forwardOperation=0x10/' converted.scn >changed.scn
+expect_status 1 omci --diff "$bring_up" changed.scn
+grep -q '^~ VLAN_TAG_FILTER_DATA 0x2001 forwardOperation: 20 -> 16$' out ||
+    complain 'omci --diff does not show the attribute'
+expect_status 2 omci --diff "$bring_up"
+expect_status 2 omci --diff "$bring_up" missing
+expect_status 0 omci --summary "$bring_up"
+grep -q '^requests        21, of these 21 answered, 0 repeated, 0 unanswered$' out ||
+    complain 'omci --summary does not count the requests'
+grep -q '^  GEM port 1050  GEM_PORT_CTP 0x0003' out || complain 'omci --summary shows no GEM port'
+
 # What the module shows of itself, after a scenario.
 expect_status 0 show status "$line"
 grep -q '^instances  50$' out || complain 'show status does not count the instances'
@@ -221,6 +272,10 @@ expect_hint() { # WORD ARGUMENT...
     grep -qF "(did you mean '$word'?)" err || complain "gponflow $*: '$word' is not suggested"
 }
 expect_hint show shwo
+expect_err "gponflow: unknown subcommand 'shwo' (did you mean 'show'?)
+Run with --help for more information."
+expect_status 2 show ruels
+grep -qF "unknown subcommand 'ruels' (did you mean 'rules'?)" err || complain 'no word for show ruels'
 expect_hint rules show ruels
 expect_hint --mask-lines run --mask-line held.scn
 expect_hint src_mac set trace src_mca=02:00:00:00:01:01
@@ -230,6 +285,16 @@ expect_hint traces set debug-level trace
 expect_status 0 trace 'outer_vlan=101' "$root/scenarios/tour.scn"
 grep -q '^3 of 6 frames match the filter$' out || complain 'trace does not count the frames'
 grep -q $'\033' out && complain 'colours go to a file'
+grep -qF 'outer_vlan=101 matches priority 0 only (outer_vlan=101p5: priority 5)' err ||
+    complain 'trace does not say that a VLAN without priority means priority 0'
+expect_status 0 trace 'outer_vlan=101p0' "$root/scenarios/tour.scn"
+expect_err ''
+expect_status 2 trace 'outer_vlan=4096' "$root/scenarios/tour.scn"
+expect_status 0 trace 'outer_vlan=0x65' "$root/scenarios/tour.scn"
+for number in 0 x 99999999999; do
+    expect_status 2 trace 'outer_vlan=101p0' "$root/scenarios/tour.scn" --count "$number"
+    grep -q '0[.]0\|UINT\|INT' err && complain "--count $number: a number or type of a library"
+done
 expect_status 2 trace
 expect_status 2 trace 'vlan=101' "$line"
 expect_status 2 trace 'outer_vlan=101' missing.scn

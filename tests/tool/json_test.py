@@ -95,6 +95,47 @@ def run_live_views(check, full, empty):
         check.run(["show", "status", "--json", scenario], 0, "gponflow-status-1")
 
 
+def run_frames(check, full, line, empty):
+    for scenario, status in ((full, 0), (empty, 1)):
+        check.run(["account", "--json", scenario], status, "gponflow-account-1")
+    capture = str(check.root / "captures/upstream-qinq.pcap")
+    for question in (["--uni", "1", "--vlan", "100p5"], ["--uni", "2", "--vlan", "7"],
+                     ["--gem", "1025", "--ethertype", "0x86dd"], ["kind=up_ani", FRAME],
+                     ["--uni", "3", "--pcap", capture, "--frame", "2"]):
+        check.run(["explain", "--json", line, *question], 0, "gponflow-explain-1")
+    for question in ([], ["--uni", "9"], ["--uni", "x"], ["--uni", "99"], ["--vlan", "1"],
+                     ["--gem", "7"], ["--uni", "1", "kind=up_ani"], ["--uni", "1", "--prio", "1"]):
+        check.run(["explain", "--json", line, *question], 2)
+    check.run(["explain", "--json", empty, "--uni", "1"], 2)
+
+
+def run_omci(check, line, empty):
+    bring_up = str(check.root / "docs/cookbook/bring-up.pcap")
+    check.run(["omci", "--json", bring_up], 0, "gponflow-omci-1")
+    with open(bring_up, "rb") as file:
+        start = file.read(2000)
+    cut = str(pathlib.Path(empty).parent / "cut.pcap")
+    pathlib.Path(cut).write_bytes(start)
+    check.run(["omci", "--json", cut], 1, "gponflow-omci-1")
+    check.run(["omci", "--json", "--diff", bring_up, line], 1, "gponflow-diff-1")
+    check.run(["omci", "--json", "--diff", line, line], 0, "gponflow-diff-1")
+    check.run(["omci", "--json", "--diff", line, "missing.pcap"], 2)
+    check.run(["omci", "--json", str(check.root / "captures/upstream-uni1.pcap")], 2)
+
+
+def run_rest(check, full, line, empty):
+    for scenario in (full, empty):
+        check.run(["run", "--json", scenario], 0, "gponflow-run-1")
+        check.run(["graph", "--json", scenario], 0, "gponflow-graph-1")
+        check.run(["report", "--json", scenario], 0, "gponflow-report-1")
+    check.run(["graph", "--json", line, "--highlight", "kind=up_ani," + FRAME], 0,
+              "gponflow-graph-1")
+    check.run(["set", "enable", "on", "--dry-run", "--json"], 0, "gponflow-commands-1")
+    check.run(["clean", "rules", "--dry-run", "--json"], 0, "gponflow-commands-1")
+    check.run(["clean", "rules", "--index", "1", "--json"], 2)
+    check.run(["completion", "--json"], 0, "gponflow-completion-1")
+
+
 def run_all(check, folder):
     full = str(check.root / "scenarios/demo.scn")
     line = str(check.root / "scenarios/subscriber-line.scn")
@@ -107,6 +148,9 @@ def run_all(check, folder):
     check.run(["check", "--json", "--all", full], 0, "gponflow-check-1")
     check.run(["check", "--json", "--silence", "unknown", line], 2)
     run_live_views(check, full, empty)
+    run_frames(check, full, line, empty)
+    run_omci(check, line, empty)
+    run_rest(check, full, line, empty)
     for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):
         check.run([*words, "--json"], 2)

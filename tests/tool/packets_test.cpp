@@ -25,7 +25,7 @@ TEST(hook_command, kinds_have_names_and_numbers)
     EXPECT_EQ(options_of("hook kind=0xffffffff").kind, 0xffffffffu);
     EXPECT_THAT(error_of("hook"),
                 HasSubstr("missing option: kind=up_uni|up_ani|down_ani|down_uni"));
-    EXPECT_THAT(error_of("hook kind="), HasSubstr("neither a number nor a kind"));
+    EXPECT_THAT(error_of("hook kind="), HasSubstr("not a kind of hook call (up_uni, up_ani"));
 }
 
 TEST(hook_command, without_frame_there_is_no_packet)

@@ -128,4 +128,16 @@ std::string capture_title(const std::string& path)
     return path == "-" ? "standard input" : path;
 }
 
+bool is_capture_start(std::string_view first)
+{
+    using namespace std::string_view_literals;
+    // pcap in both byte orders, with microseconds and nanoseconds, and pcapng.
+    for (const std::string_view magic :
+         {"\xd4\xc3\xb2\xa1"sv, "\xa1\xb2\xc3\xd4"sv, "\x4d\x3c\xb2\xa1"sv, "\xa1\xb2\x3c\x4d"sv,
+          "\x0a\x0d\x0d\x0a"sv})
+        if (first.starts_with(magic))
+            return true;
+    return false;
+}
+
 } // namespace gponflow

@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace gponflow {
 
@@ -51,5 +52,8 @@ private:
 
 /// The name of a capture in messages: "standard input" for "-".
 std::string capture_title(const std::string& path);
+
+/// Whether a file with these first bytes is a pcap or pcapng file.
+bool is_capture_start(std::string_view first);
 
 } // namespace gponflow

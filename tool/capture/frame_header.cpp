@@ -150,6 +150,11 @@ private:
         const size_t size = family == AF_INET ? 4 : 16;
         if (!holds(addresses + 2 * size))
             return;
+        // A frame that was made for a question has no addresses.
+        const auto first = frame_.data.begin() + static_cast<ptrdiff_t>(addresses);
+        if (std::all_of(first, first + static_cast<ptrdiff_t>(2 * size),
+                        [](uint8_t byte) { return byte == 0; }))
+            return;
         result_.from = ip_at(family, addresses);
         result_.to = ip_at(family, addresses + size);
         const std::optional<uint16_t> from = word_at(payload);

@@ -18,6 +18,7 @@ struct account_request {
     std::string file;
     std::vector<std::string> captures;
     std::string backend = "host";
+    bool json = false;
 };
 
 uint64_t frames_of(const frame_account& counted)
@@ -42,7 +43,10 @@ int account(const account_request& request)
             std::cerr << "gponflow: warning: no frame to count: name a capture with --pcap\n";
         if (status == status_ok && (input->incomplete || frames_of(counted) == 0))
             status = status_failed;
-        print_account(counted, std::cout);
+        if (request.json)
+            print_account_json(counted, request.file, std::cout);
+        else
+            print_account(counted, std::cout);
         return finish_output() ? status : status_unsupported;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
@@ -68,9 +72,12 @@ void add_account_command(CLI::App& app)
                     "host: the module in this process; device: the module in the running kernel")
         ->check(CLI::IsMember(backend_names()))
         ->capture_default_str();
-    sub->footer("\nExample:\n  gponflow account scenarios/demo.scn\n\n"
-                "A dropped frame is counted under the last message that an instance logged about "
-                "it.");
+    sub->add_flag("--json", request->json, "Print JSON");
+    sub->footer("\nExamples:\n  gponflow account scenarios/demo.scn\n"
+                "  gponflow account line.scn --pcap lost.pcap\n"
+                "  gponflow account line.scn --pcap lost.pcap,kind=up_uni,port=2 --json\n\n"
+                "A dropped frame is counted under its tags and the managed entity that decided: "
+                "the end of the branch that came furthest.");
     sub->callback([request] {
         if (const int status = account(*request); status != status_ok)
             throw CLI::RuntimeError(status);

@@ -54,4 +54,28 @@ uint16_t read_instance(const std::string& word)
     return static_cast<uint16_t>(read_number("instance", word, UINT16_MAX));
 }
 
+CLI::Option* add_number(CLI::App& app, const std::string& name,
+                        const std::function<void(uint64_t)>& take, uint64_t most, uint64_t least,
+                        const std::string& description)
+{
+    return app
+        .add_option_function<std::string>(
+            name, [=](const std::string& word) { take(read_number(name, word, most, least)); },
+            description)
+        ->type_name("NUMBER");
+}
+
+vlan_word read_vlan(const std::string& name, const std::string& word)
+{
+    constexpr uint64_t most_vlan = 4095;
+    constexpr uint64_t most_priority = 7;
+    const size_t mark = word.find('p');
+    vlan_word result;
+    result.vlan = static_cast<uint16_t>(read_number(name, word.substr(0, mark), most_vlan));
+    if (mark != word.npos)
+        result.priority = static_cast<uint8_t>(
+            read_number(name + ", the priority", word.substr(mark + 1), most_priority));
+    return result;
+}
+
 } // namespace gponflow

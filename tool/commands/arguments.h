@@ -4,7 +4,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
+
+#include <CLI/CLI.hpp>
 
 namespace gponflow {
 
@@ -17,5 +21,17 @@ uint16_t read_instance(const std::string& word);
 /// A number within bounds, decimal or hexadecimal after 0x; `name` names it in messages.
 uint64_t read_number(const std::string& name, const std::string& word, uint64_t most,
                      uint64_t least = 0);
+
+/// An option with a number within bounds. `take` receives the number.
+CLI::Option* add_number(CLI::App& app, const std::string& name,
+                        const std::function<void(uint64_t)>& take, uint64_t most, uint64_t least,
+                        const std::string& description);
+
+/// A VLAN id, 0 to 4095, and its priority after a p, or nothing: "100", "100p5".
+struct vlan_word {
+    uint16_t vlan = 0;
+    std::optional<uint8_t> priority;
+};
+vlan_word read_vlan(const std::string& name, const std::string& word);
 
 } // namespace gponflow

@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow completion: a bash completion script, generated from the subcommands themselves.
+// gponflow completion: completion scripts of shells, generated from the subcommands themselves.
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "tool/commands/commands.h"
 #include "tool/live/operator_lines.h"
 #include "tool/model/class_records.h"
+#include "tool/text/json_document.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
 
 namespace {
+
+const std::vector<std::string_view> completion_shells = {"bash", "zsh", "fish"};
 
 const auto any = [](const CLI::App*) { return true; };
 
@@ -45,7 +51,7 @@ std::string listed_words(const std::string& type)
 }
 
 // Known values of an argument; none for a file or a number.
-std::string values_of(const CLI::Option& option)
+std::string values_of(const CLI::App& app, const CLI::Option& option)
 {
     const std::string type = option.get_type_name();
     const std::string name = option.get_name(true);
@@ -54,7 +60,10 @@ std::string values_of(const CLI::Option& option)
     if (name == "LEVEL")
         return in_line(debug_level_names());
     if (name == "FILTER")
-        return in_line(trace_filter_names(), "= ") + "off ";
+        return in_line(trace_filter_names(), "= ") +
+               (app.get_parent()->get_name() == "set" ? "off " : "");
+    if (name == "SHELL")
+        return in_line(completion_shells);
     return listed_words(type);
 }
 
@@ -68,7 +77,7 @@ std::string words_of(const CLI::App& app)
         for (const std::string& name : option->get_lnames())
             words += "--" + name + " ";
         if (option->get_positional())
-            words += values_of(*option);
+            words += values_of(app, *option);
     }
     return words;
 }
@@ -87,10 +96,10 @@ void print_values(const CLI::App& app, const std::string& path)
         if (option->get_items_expected_max() == 0)
             continue;
         for (const std::string& name : option->get_lnames())
-            std::cout << "    '" << path << " --" << name << "') values='" << values_of(*option)
-                      << "' ;;\n";
+            std::cout << "    '" << path << " --" << name << "') values='"
+                      << values_of(app, *option) << "' ;;\n";
         for (const std::string& name : option->get_snames())
-            std::cout << "    '" << path << " -" << name << "') values='" << values_of(*option)
+            std::cout << "    '" << path << " -" << name << "') values='" << values_of(app, *option)
                       << "' ;;\n";
     }
     for (const CLI::App* sub : app.get_subcommands(any))
@@ -99,20 +108,22 @@ void print_values(const CLI::App& app, const std::string& path)
 
 // The subcommand names before the cursor form the path of the level. Bash treats the sign in
 // --name=value and name=value as a word.
-void print_script(const CLI::App& app)
+void print_tables(const CLI::App& app)
 {
-    std::cout << "# bash completion of gponflow; eval \"$(gponflow completion)\"\n"
-                 "_gponflow_words() {\n    local words=\n    case $1 in\n";
+    std::cout << "_gponflow_words() {\n    local words=\n    case $1 in\n";
     print_level(app, "gponflow");
     std::cout << "    esac\n    echo \"$words\"\n}\n\n"
                  "_gponflow_values() {\n    local values\n    case $1 in\n";
     print_values(app, "gponflow");
-    std::cout << R"(    *) return 1 ;;
-    esac
-    echo "$values"
+    std::cout << "    *) return 1 ;;\n    esac\n    echo \"$values\"\n}\n\n";
 }
 
-_gponflow() {
+// Bash offers files by itself where there is no word.
+void print_bash(const CLI::App& app)
+{
+    std::cout << "# bash completion of gponflow; eval \"$(gponflow completion)\"\n";
+    print_tables(app);
+    std::cout << R"(_gponflow() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} path=gponflow i word
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
@@ -131,14 +142,143 @@ complete -o default -F _gponflow gponflow
 )";
 }
 
+// The tables are functions of both shells; "words" is a variable of the completion in zsh.
+void print_zsh(const CLI::App& app)
+{
+    std::cout << "#compdef gponflow\n# zsh completion of gponflow; source <(gponflow completion "
+                 "zsh)\n";
+    print_tables(app);
+    std::cout << R"(_gponflow() {
+    local level=gponflow offered word i
+    for ((i = 2; i < CURRENT; i++)); do
+        word=${words[i]}
+        [[ $word != -* && " $(_gponflow_words "$level") " == *" $word "* &&
+            -n $(_gponflow_words "$level $word") ]] && level+=" $word"
+    done
+    if offered=$(_gponflow_values "$level ${words[CURRENT-1]}"); then
+        [[ -n $offered ]] || { _files; return; }
+        compadd -- ${=offered}
+        return
+    fi
+    compadd -- ${=$(_gponflow_words "$level")}
+    [[ ${words[CURRENT]} == -* ]] || _files
+}
+(( ${+functions[compdef]} )) && compdef _gponflow gponflow
+)";
+}
+
+// In single quotes of fish.
+std::string fish_quoted(const std::string& text)
+{
+    std::string result = "'";
+    for (const char letter : text)
+        result +=
+            letter == '\'' || letter == '\\' ? std::string("\\") + letter : std::string(1, letter);
+    return result + "'";
+}
+
+void print_fish_option(const CLI::App& app, const CLI::Option& option, const std::string& head)
+{
+    for (const std::string& name : option.get_lnames()) {
+        std::cout << head << " -l " << name << " -d " << fish_quoted(option.get_description());
+        const std::string values = values_of(app, option);
+        if (option.get_items_expected_max() != 0)
+            std::cout << (values.empty() ? " -r -F" : " -x -a " + fish_quoted(values));
+        std::cout << '\n';
+    }
+    if (const std::string values = values_of(app, option);
+        option.get_positional() && !values.empty())
+        std::cout << head << " -a " << fish_quoted(values) << '\n';
+}
+
+void print_fish_level(const CLI::App& app, const std::string& path)
+{
+    const std::string head = "complete -c gponflow -n \"__gponflow_at '" + path + "'\"";
+    for (const CLI::App* sub : app.get_subcommands(any))
+        std::cout << head << " -f -a " << sub->get_name() << " -d "
+                  << fish_quoted(sub->get_description()) << '\n';
+    for (const CLI::Option* option : app.get_options())
+        print_fish_option(app, *option, head);
+    for (const CLI::App* sub : app.get_subcommands(any))
+        print_fish_level(*sub, path + " " + sub->get_name());
+}
+
+void print_paths(const CLI::App& app, const std::string& path)
+{
+    for (const CLI::App* sub : app.get_subcommands(any)) {
+        std::cout << " '" << path << " " << sub->get_name() << "'";
+        print_paths(*sub, path + " " + sub->get_name());
+    }
+}
+
+void print_fish(const CLI::App& app)
+{
+    std::cout << R"(# fish completion of gponflow; gponflow completion fish | source
+function __gponflow_at
+    set -l path gponflow
+    for word in (commandline -opc)[2..-1]
+        switch "$path $word"
+            case)";
+    print_paths(app, "gponflow");
+    std::cout << R"(
+                set path "$path $word"
+        end
+    end
+    test "$path" = "$argv[1]"
+end
+)";
+    print_fish_level(app, "gponflow");
+}
+
+// Subcommands, options and known words of one level.
+json level_json(const CLI::App& app, const std::string& path)
+{
+    json subcommands = json::array();
+    for (const CLI::App* sub : app.get_subcommands(any))
+        subcommands.push_back(level_json(*sub, sub->get_name()));
+    json options = json::array();
+    for (const CLI::Option* option : app.get_options())
+        options.push_back({{"name", option->get_name()},
+                           {"description", option->get_description()},
+                           {"takes_value", option->get_items_expected_max() != 0},
+                           {"values", values_of(app, *option)}});
+    return {{"name", path},
+            {"description", app.get_description()},
+            {"options", std::move(options)},
+            {"subcommands", std::move(subcommands)}};
+}
+
+void print_completion_json(const CLI::App& app)
+{
+    json whole = json_document("completion");
+    whole["command"] = level_json(app, "gponflow");
+    print_json(whole, std::cout);
+}
+
 } // namespace
 
 void add_completion_command(CLI::App& app)
 {
-    CLI::App* sub = app.add_subcommand("completion", "Print the bash completion script");
-    sub->footer("\nExample:\n  eval \"$(gponflow completion)\"");
-    sub->callback([&app] {
-        print_script(app);
+    const auto as_json = std::make_shared<bool>(false);
+    const auto shell = std::make_shared<std::string>("bash");
+    CLI::App* sub = app.add_subcommand("completion", "Print the completion script of a shell");
+    sub->add_option("SHELL", *shell, "bash, zsh or fish")
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+        ->capture_default_str();
+    sub->add_flag("--json", *as_json, "Print the subcommands and options as JSON");
+    sub->footer("\nExamples:\n  eval \"$(gponflow completion)\"\n"
+                "  source <(gponflow completion zsh)\n"
+                "  gponflow completion fish | source\n\n"
+                "The packages install these scripts where the shells find them.");
+    sub->callback([&app, shell, as_json] {
+        if (*as_json)
+            print_completion_json(app);
+        else if (*shell == "zsh")
+            print_zsh(app);
+        else if (*shell == "fish")
+            print_fish(app);
+        else
+            print_bash(app);
         if (!finish_output())
             throw CLI::RuntimeError(3);
     });

@@ -4,10 +4,13 @@
 #include <memory>
 #include <utility>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
+#include "tool/explain/answer_output.h"
 #include "tool/explain/explain_output.h"
 #include "tool/live/backends.h"
+#include "tool/scenario/final_state.h"
 
 namespace gponflow {
 
@@ -15,7 +18,11 @@ namespace {
 
 struct explain_request {
     live_source source;
-    frame_choice frame;
+    frame_choice frame; ///< options of a hook command
+    frame_question question;
+    std::optional<uint8_t> priority;
+    bool asks = false; ///< an option of the question was given
+    bool json = false;
 };
 
 // With --backend=device the scenario is optional: a first word with = is an option of the frame.
@@ -26,6 +33,54 @@ void sort_words(explain_request& request)
                                    std::exchange(request.source.file, {}));
     else if (request.source.backend.empty())
         request.source.backend = "host";
+    request.asks = request.asks || !request.question.source.empty() ||
+                   !request.question.destination.empty() ||
+                   (request.frame.words.empty() && !request.frame.capture.empty());
+    request.question.capture = request.frame.capture;
+    request.question.number = request.frame.number;
+    if (!request.asks)
+        return;
+    if (!request.frame.words.empty())
+        throw CLI::ValidationError("options of a hook command (" + request.frame.words.front() +
+                                   ") cannot be used together with --uni, --gem and the fields "
+                                   "of a frame");
+    if (request.priority && !request.question.outer)
+        throw CLI::ValidationError("--prio needs --vlan");
+    if (request.priority)
+        request.question.outer->priority = *request.priority;
+}
+
+explain_mode mode_of(const explain_request& request)
+{
+    return request.source.backend == "device" ? explain_mode::trace_filter : explain_mode::full_log;
+}
+
+exit_status answer(const explain_request& request, const scenario& input, backend& target)
+{
+    explain_session session(target, mode_of(request));
+    const exit_status status = session.run(without_last_unload(input), std::cerr);
+    if (status != status_ok)
+        return status;
+    const line_answer found = answer_question(request.question, session);
+    if (request.json)
+        print_answer_json(found, input.name, std::cout);
+    else
+        print_answer(found, input.name, std::cout, colours_of(1));
+    return status_ok;
+}
+
+exit_status explain_hook(const explain_request& request, const scenario& input, backend& target)
+{
+    exit_status status = status_ok;
+    const auto explained = explain_frame(input, target, choose_frame(request.frame), std::cerr,
+                                         status, mode_of(request));
+    if (!explained)
+        return status;
+    if (request.json)
+        print_explanation_json(*explained, input.name, std::cout);
+    else
+        print_explanation(*explained, std::cout, colours_of(1));
+    return status;
 }
 
 int explain(const explain_request& request)
@@ -34,26 +89,126 @@ int explain(const explain_request& request)
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (status != status_ok)
         return status;
-    std::optional<explained_frame> frame;
     try {
-        frame = choose_frame(request.frame);
+        const scenario input = parsed.value_or(scenario{"the running module", {}});
+        const std::unique_ptr<backend> target = make_backend(request.source.backend);
+        status =
+            request.asks ? answer(request, input, *target) : explain_hook(request, input, *target);
+    } catch (const refusal& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return status_unsupported;
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
     }
-    try {
-        const bool device = request.source.backend == "device";
-        const std::unique_ptr<backend> target = make_backend(request.source.backend);
-        if (const auto explained =
-                explain_frame(parsed.value_or(scenario{"gponflow", {}}), *target, frame, std::cerr,
-                              status, device ? explain_mode::trace_filter : explain_mode::full_log))
-            print_explanation(*explained, std::cout, colours_of(1));
-    } catch (const refusal& why) {
-        std::cerr << "gponflow: " << why.what() << '\n';
-        return status_unsupported;
-    }
     return finish_output() ? status : status_unsupported;
 }
+
+void add_entry_options(CLI::App& sub, explain_request& request)
+{
+    CLI::Option* uni = add_number(
+        sub, "--uni",
+        [&request](uint64_t number) {
+            request.question.uni = static_cast<uint16_t>(number);
+            request.asks = true;
+        },
+        15, 0, "The frame enters at this UNI: the port number, the last byte of its instance id");
+    add_number(
+        sub, "--gem",
+        [&request](uint64_t number) {
+            request.question.gem = static_cast<uint16_t>(number);
+            request.asks = true;
+        },
+        UINT16_MAX, 0, "The frame comes from the OLT on this GEM port (portID)")
+        ->excludes(uni);
+}
+
+void add_tag_options(CLI::App& sub, explain_request& request)
+{
+    const auto add_tag = [&](const char* name, std::optional<asked_tag>& into, const char* text) {
+        return sub
+            .add_option_function<std::string>(
+                name,
+                [&request, &into, name](const std::string& word) {
+                    const vlan_word tag = read_vlan(name, word);
+                    into = {tag.vlan, tag.priority.value_or(0)};
+                    request.asks = true;
+                },
+                text)
+            ->type_name("VLAN")
+            ->excludes("--pcap");
+    };
+    add_tag("--vlan", request.question.outer,
+            "VLAN id of the outer tag, with its priority after a p if it is not 0: 300p6");
+    add_number(
+        sub, "--prio",
+        [&request](uint64_t number) {
+            request.priority = static_cast<uint8_t>(number);
+            request.asks = true;
+        },
+        7, 0, "Priority of the outer tag");
+    add_tag("--inner", request.question.inner, "The same of the inner tag");
+    add_number(
+        sub, "--tpid",
+        [&request](uint64_t number) {
+            request.question.tpid = static_cast<uint16_t>(number);
+            request.asks = true;
+        },
+        UINT16_MAX, 0x0600, "Type of the outer tag (default 0x8100)")
+        ->needs("--vlan");
+}
+
+void add_field_options(CLI::App& sub, explain_request& request)
+{
+    const auto add_address = [&](const char* name, std::string& into, const char* text) {
+        sub.add_option(name, into, text)->type_name("MAC")->excludes("--pcap");
+    };
+    add_address("--src", request.question.source, "Source address (default 02:00:00:00:00:02)");
+    add_address("--dst", request.question.destination,
+                "Destination address (default 02:00:00:00:00:01)");
+    add_number(
+        sub, "--ethertype",
+        [&request](uint64_t number) {
+            request.question.ethertype = static_cast<uint16_t>(number);
+            request.asks = true;
+        },
+        UINT16_MAX, 0x0600, "Type behind the tags (default 0x0800, IPv4)")
+        ->excludes("--pcap");
+    add_number(
+        sub, "--dscp",
+        [&request](uint64_t number) {
+            request.question.dscp = static_cast<uint8_t>(number);
+            request.asks = true;
+        },
+        63, 0, "DSCP of an IP frame")
+        ->excludes("--pcap");
+}
+
+void add_capture_options(CLI::App& sub, explain_request& request)
+{
+    sub.add_option("--pcap", request.frame.capture,
+                   "Take the frame from a capture file, - for standard input")
+        ->type_name("FILE");
+    add_number(
+        sub, "--frame", [&request](uint64_t number) { request.frame.number = number; }, UINT32_MAX,
+        1, "Number of the frame in the capture, from 1 (default 1)")
+        ->needs("--pcap");
+}
+
+constexpr const char* explain_help = R"(
+Examples:
+  gponflow explain line.scn --uni 2 --vlan 300 --prio 6
+  gponflow explain line.scn --uni 2 --pcap lost.pcap --frame 7
+  gponflow explain line.scn --gem 1025 --vlan 100 --src 02:00:00:00:00:07
+  gponflow explain line.scn --uni 1 --vlan 500 --tpid 0x88a8 --inner 10p3 --json
+  gponflow explain line.scn kind=up_ani frame=0200000000010200000001028100006508004500
+  gponflow explain line.scn
+
+With --uni or --gem, the frame passes through both hook calls of its direction. The output begins with the frame and its outcome; branches that the frame did not take are counted by reason.
+
+With the options of a hook command (kind=K port=P gem=G frame=HEX), one hook call is traced in full. Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream). Without a frame, it is the last frame of a hook command in the scenario.
+
+The scenario runs first. With --backend=device, the frame goes through the module of the running kernel; the trace filter is set to the addresses and outer tags of the frame while it runs, and is cleared afterwards.)";
 
 } // namespace
 
@@ -65,29 +220,16 @@ void add_explain_command(CLI::App& app)
                     "Scenario file, - for standard input; optional with --backend=device");
     sub->add_option("OPTION", request->frame.words,
                     "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
-    sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
-    sub->add_option("--frame", request->frame.number, "Number of the frame in the capture, from 1")
-        ->needs("--pcap")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
+    add_capture_options(*sub, *request);
+    add_entry_options(*sub, *request);
+    add_tag_options(*sub, *request);
+    add_field_options(*sub, *request);
     sub->add_option("--backend", request->source.backend,
                     "host: the module in this process (default); device: the module in the running "
                     "kernel")
         ->check(CLI::IsMember(backend_names()));
-    sub->footer(
-        "\nExamples:\n"
-        "  gponflow explain scenarios/subscriber-line.scn kind=up_ani \\\n"
-        "    frame=0200000000010200000001028100006508004500\n"
-        "  gponflow explain scenarios/subscriber-line.scn kind=up_uni port=1 \\\n"
-        "    --pcap captures/upstream-uni1.pcap --frame 3\n"
-        "  gponflow explain line.scn\n"
-        "  gponflow explain --backend=device kind=up_ani \\\n"
-        "    frame=0200000000010200000001028100006508004500\n\n"
-        "Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream).\n\n"
-        "The scenario runs first, then the frame. Without a frame, the last frame of a hook "
-        "command "
-        "in the scenario is explained. With --backend=device, the trace filter is set to the "
-        "addresses and outer tags of the frame while it runs, and is cleared afterwards.");
+    sub->add_flag("--json", request->json, "Print JSON");
+    sub->footer(explain_help);
     sub->callback([request] {
         sort_words(*request);
         if (const int status = explain(*request); status != status_ok)

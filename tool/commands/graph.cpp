@@ -7,6 +7,7 @@
 #include <memory>
 #include <sstream>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
@@ -23,6 +24,7 @@ namespace {
 struct graph_request {
     std::string scenario;
     std::string output;
+    bool json = false;
     std::string highlight; ///< hook options, comma-separated
     frame_choice frame;    ///< a capture and the number in it, or nothing
 };
@@ -93,9 +95,14 @@ int graph(const graph_request& request)
                 return status;
             walked = highlighted(*explained);
         }
-        std::ostringstream dot;
-        write_dot(final_entities(*parsed), walked, dot);
-        write_graph(dot.str(), request.output);
+        const line_model entities = final_entities(*parsed);
+        if (request.json) {
+            print_graph_json(entities, walked, parsed->name, std::cout);
+        } else {
+            std::ostringstream dot;
+            write_dot(entities, walked, dot);
+            write_graph(dot.str(), request.output);
+        }
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
@@ -112,16 +119,17 @@ void add_graph_command(CLI::App& app)
     sub->add_option("FILE", request->scenario, "Scenario file, - for standard input")->required();
     sub->add_option("-o,--output", request->output,
                     "Output file (.dot, .svg or .png); default: DOT on standard output");
+    sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");
     CLI::Option* highlight =
         sub->add_option("--highlight", request->highlight,
                         "Draw the path of a frame bold; hook options: kind=K,frame=HEX,...");
     CLI::Option* capture =
         sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file")
             ->needs(highlight);
-    sub->add_option("--frame", request->frame.number, "Number of the frame in the capture, from 1")
-        ->needs(capture)
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
+    add_number(
+        *sub, "--frame", [request](uint64_t number) { request->frame.number = number; }, UINT32_MAX,
+        1, "Number of the frame in the capture, from 1 (default 1)")
+        ->needs(capture);
     sub->footer("\nExamples:\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.svg\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.png \\\n"

@@ -1,32 +1,114 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// gponflow omci: convert a captured OMCI bring-up to a scenario.
+// gponflow omci: convert captured OMCI messages to a scenario, summarise them, compare two lines.
 #include <iostream>
 #include <memory>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/line_input.h"
+#include "tool/model/bandwidth_tree.h"
+#include "tool/model/line_diff.h"
 #include "tool/omci/convert_file.h"
+#include "tool/omci/summary_output.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/parse.h"
+#include "tool/text/exit_status.h"
+#include "tool/text/terminal.h"
 
 namespace gponflow {
 
+namespace {
+
+struct omci_request {
+    omci::conversion_files files;
+    std::vector<std::string> compared; ///< two inputs of --diff
+    bool summary = false;
+    bool json = false;
+};
+
+int compare(const omci_request& request)
+{
+    const line_model left = read_line(request.compared[0], request.files.onu);
+    const line_model right = read_line(request.compared[1], request.files.onu);
+    const line_difference difference = difference_of(left, right);
+    if (request.json)
+        print_difference_json(difference, request.compared[0], request.compared[1], std::cout);
+    else
+        print_difference(difference, left, right, std::cout);
+    if (!finish_output())
+        return status_unsupported;
+    return difference.empty() ? status_ok : status_failed;
+}
+
+int summarise(const omci_request& request)
+{
+    const std::string& path = request.files.capture_path;
+    const omci::loaded_capture loaded = omci::load_capture(path, request.files.onu);
+    omci::print_warnings(loaded, std::cerr);
+    const line_model line = final_entities(parse_scenario(loaded.result.scenario, path).input);
+    if (request.json) {
+        json whole = omci::summary_json(loaded.cap, loaded.result, path);
+        whole["bandwidth"] = bandwidth_json(line);
+        print_json(whole, std::cout);
+    } else {
+        omci::print_summary(loaded.cap, loaded.result, path, std::cout);
+        print_bandwidth_tree(line, std::cout);
+    }
+    return finish_output() ? omci::status_of(loaded) : status_unsupported;
+}
+
+int run_omci(const omci_request& request)
+{
+    try {
+        if (!request.compared.empty())
+            return compare(request);
+        if (request.files.capture_path.empty())
+            throw std::runtime_error("name a capture, or two inputs after --diff");
+        if (request.summary || request.json)
+            return summarise(request);
+        return omci::convert_file(request.files, std::cout, std::cerr);
+    } catch (const std::runtime_error& why) {
+        std::cerr << "gponflow: " << why.what() << '\n';
+        return status_invalid;
+    }
+}
+
+constexpr const char* omci_help = R"(
+Examples:
+  gponflow omci bringup.pcap -o line.scn && gponflow run line.scn
+  gponflow omci bringup.pcap --summary
+  gponflow omci --diff yesterday.pcap today.pcap
+  gponflow omci --diff line.scn today.pcap --json
+
+Requests that the ONU refused, damaged messages and classes that the module does not mirror become comments. If the capture begins after the bring-up, the instances come from a MIB upload.
+
+--summary prints response times, repeated, unanswered and refused requests, and the T-CONTs with their GEM ports, queues and rates. --diff compares instances and attributes of two captures or scenarios; the exit status is 0 if there is no difference and 1 if there is one.)";
+
+} // namespace
+
 void add_omci_command(CLI::App& app)
 {
-    CLI::App* sub = app.add_subcommand("omci", "Convert a captured OMCI bring-up to a scenario");
-    const auto options = std::make_shared<omci::conversion_files>();
-    sub->add_option("FILE", options->capture_path,
-                    "pcap or pcapng file with OMCI messages (EtherType 0x88b5, or bare messages "
-                    "on a user link type), - for standard input")
-        ->required();
-    sub->add_option("-o,--output", options->scenario_path, "Output file, - for standard output")
+    CLI::App* sub = app.add_subcommand("omci", "Convert captured OMCI messages to a scenario");
+    const auto request = std::make_shared<omci_request>();
+    CLI::Option* file =
+        sub->add_option("FILE", request->files.capture_path,
+                        "pcap or pcapng file with OMCI messages (EtherType 0x88b5, or bare "
+                        "messages on a user link type), - for standard input");
+    sub->add_option("-o,--output", request->files.scenario_path,
+                    "Output file, - for standard output")
         ->capture_default_str();
-    sub->add_option("--onu", options->onu,
+    sub->add_option("--onu", request->files.onu,
                     "Address of the ONU, if the capture has messages of several");
-    sub->footer("\nExample:\n"
-                "  gponflow omci bringup.pcap -o line.scn && gponflow run line.scn\n\n"
-                "Requests that the ONU refused, damaged messages and classes that the module does "
-                "not mirror become comments.");
-    sub->callback([options] {
-        const int status = omci::convert_file(*options, std::cout, std::cerr);
-        if (status != 0)
+    sub->add_flag("--summary", request->summary, "Print a summary instead of the scenario");
+    sub->add_option("--diff", request->compared, "Compare two captures or scenarios")
+        ->expected(2)
+        ->excludes(file);
+    sub->add_flag("--json", request->json, "Print the summary or the differences as JSON");
+    sub->footer(omci_help);
+    sub->callback([request] {
+        if (const int status = run_omci(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

@@ -4,7 +4,10 @@
 #include <iostream>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "tool/commands/source.h"
+#include "tool/text/json_document.h"
 #include "tool/text/lines.h"
 #include "tool/text/terminal.h"
 
@@ -18,6 +21,35 @@ void print_answer(const std::string& answer, const palette& colours)
     for_each_line(answer, [&](std::string_view line) {
         if (!line.starts_with("CURRENT GPON FLOW SWITCH"))
             std::cout << colours.faint(std::string("| ") + std::string(line)) << '\n';
+    });
+}
+
+int send_lines_json(const operator_lines& lines, bool dry_run)
+{
+    json whole = json_document("commands");
+    whole["dry_run"] = dry_run;
+    json sent = json::array();
+    const auto add = [&](const std::string& line, const std::string& output) {
+        sent.push_back({{"line", line}, {"output", output}});
+    };
+    const auto finish = [&] {
+        whole["commands"] = std::move(sent);
+        print_json(whole, std::cout);
+        return static_cast<int>(finish_output() ? status_ok : status_unsupported);
+    };
+    if (dry_run) {
+        for (const std::string& line : lines)
+            add(line, "");
+        return finish();
+    }
+    return run_on_source({}, [&](captured_run& run) {
+        for (const std::string& line : lines) {
+            const auto answer = run.query(line);
+            if (!answer)
+                return report_not_loaded();
+            add(line, *answer);
+        }
+        return finish();
     });
 }
 
@@ -55,7 +87,7 @@ CLI::App* operator_group::add(const char* name, const char* description,
 {
     CLI::App* sub = app_.add_subcommand(name, description);
     add_dry_run(*sub);
-    sub->callback([make = std::move(make), dry_run = dry_run_] {
+    sub->callback([make = std::move(make), dry_run = dry_run_, as_json = json_] {
         operator_lines lines;
         try {
             lines = make();
@@ -63,7 +95,9 @@ CLI::App* operator_group::add(const char* name, const char* description,
             std::cerr << "gponflow: " << why.what() << '\n';
             throw CLI::RuntimeError(status_invalid);
         }
-        if (const int status = send_lines(lines, *dry_run); status != status_ok)
+        const int status =
+            *as_json ? send_lines_json(lines, *dry_run) : send_lines(lines, *dry_run);
+        if (status != status_ok)
             throw CLI::RuntimeError(status);
     });
     return sub;
@@ -72,6 +106,7 @@ CLI::App* operator_group::add(const char* name, const char* description,
 void operator_group::add_dry_run(CLI::App& to) const
 {
     to.add_flag("--dry-run", *dry_run_, "Print the lines for the proc entry without writing them");
+    to.add_flag("--json", *json_, "Print JSON");
 }
 
 } // namespace gponflow

@@ -13,8 +13,8 @@ namespace gponflow {
 
 using operator_lines = std::vector<std::string>;
 
-/// A group of such subcommands. The flag --dry-run is accepted before and after the name of the
-/// subcommand.
+/// A group of such subcommands. The flags --dry-run and --json are accepted before and after the
+/// name of the subcommand.
 class operator_group {
 public:
     operator_group(CLI::App& app, const char* name, const char* description);
@@ -30,6 +30,7 @@ private:
 
     CLI::App& app_;
     std::shared_ptr<bool> dry_run_ = std::make_shared<bool>(false);
+    std::shared_ptr<bool> json_ = std::make_shared<bool>(false);
 };
 
 } // namespace gponflow

@@ -7,6 +7,7 @@
 #include "tool/commands/commands.h"
 #include "tool/report/page.h"
 #include "tool/report/picture.h"
+#include "tool/report/report_json.h"
 #include "tool/scenario/capture_words.h"
 #include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
@@ -20,6 +21,7 @@ struct report_request {
     std::string scenario;
     std::vector<std::string> captures;
     std::string output = "report.html";
+    bool json = false;
 };
 
 void write_page(const std::string& page, const std::string& output)
@@ -57,7 +59,9 @@ int report(const report_request& request)
         const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
         exit_status status = collect_report(*parsed, *target, data, std::cerr);
-        if (status == status_ok)
+        if (status == status_ok && request.json)
+            print_report_json(data, std::cout);
+        else if (status == status_ok)
             write_page(drawn_page(data), request.output);
         if (status == status_ok && parsed->incomplete)
             status = status_failed;
@@ -81,6 +85,8 @@ void add_report_command(CLI::App& app)
                     "commas: FILE,kind=up_uni,port=1; default kind: up_ani");
     sub->add_option("-o,--output", request->output, "Output file, - for standard output")
         ->capture_default_str();
+    sub->add_flag("--json", request->json, "Print the data as JSON and write no page")
+        ->excludes("-o");
     sub->footer("\nExamples:\n"
                 "  gponflow report scenarios/demo.scn -o report.html\n"
                 "  gponflow report scenarios/subscriber-line.scn -o report.html \\\n"

@@ -2,11 +2,13 @@
 // gponflow run: run a scenario and print its transcript.
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "tool/commands/commands.h"
 #include "tool/live/backends.h"
 #include "tool/scenario/open.h"
 #include "tool/scenario/run.h"
+#include "tool/scenario/transcript_json.h"
 
 namespace gponflow {
 
@@ -16,6 +18,7 @@ struct run_arguments {
     std::string file;
     std::string backend = "host";
     bool mask_lines = false;
+    bool json = false;
 };
 
 constexpr const char* run_help = R"(
@@ -50,7 +53,14 @@ int run(const run_arguments& arguments)
         return status_invalid;
     try {
         const std::unique_ptr<backend> target = make_backend(arguments.backend);
-        return written(run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
+        if (!arguments.json)
+            return written(
+                run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
+        std::ostringstream transcript;
+        const exit_status status =
+            run_scenario(*parsed, *target, transcript, std::cerr, arguments.mask_lines);
+        print_transcript_json(transcript.str(), parsed->name, std::cout);
+        return written(status);
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;
@@ -71,6 +81,7 @@ void add_run_command(CLI::App& app)
         ->capture_default_str();
     run_app->add_flag("--mask-lines", arguments->mask_lines,
                       "Print the source line numbers of log messages as 0");
+    run_app->add_flag("--json", arguments->json, "Print JSON");
     run_app->footer(run_help);
     run_app->callback([arguments] {
         if (const int status = run(*arguments); status != status_ok)

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
 #include "tool/explain/trace_device.h"
@@ -24,6 +25,8 @@ int trace(const trace_request& request)
     trace_filter filter;
     try {
         filter = read_trace_filter(request.filter);
+        if (const std::string note = priority_note(request.filter); !note.empty())
+            std::cerr << "gponflow: warning: " << note << '\n';
     } catch (const std::runtime_error& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
@@ -57,11 +60,15 @@ void add_trace_command(CLI::App& app)
                     "One word: \"dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN\"")
         ->required();
     add_source_options(*sub, request->source);
-    sub->add_option("--count", request->limits.frames, "Stop after this number of frames")
-        ->check(CLI::PositiveNumber);
-    sub->add_option("--seconds", request->limits.seconds,
-                    "Stop after this time (running kernel only)")
-        ->check(CLI::PositiveNumber);
+    add_number(
+        *sub, "--count", [request](uint64_t count) { request->limits.frames = count; }, UINT32_MAX,
+        1, "Stop after this number of frames");
+    add_number(
+        *sub, "--seconds",
+        [request](uint64_t seconds) {
+            request->limits.seconds = static_cast<decltype(request->limits.seconds)>(seconds);
+        },
+        UINT32_MAX, 1, "Stop after this time (running kernel only)");
     sub->footer(
         "\nExamples:\n"
         "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
@@ -70,7 +77,8 @@ void add_trace_command(CLI::App& app)
         "Without a scenario, the filter is set in the module of the running kernel and its log "
         "is read. The filter is cleared at the end, also on Ctrl-C. After kill -9 it stays "
         "set: use gponflow set trace off. A frame must match all given fields. VLAN is "
-        "VLAN id and priority (100p5), or the whole TCI as a number. Frames that two CPUs "
+        "VLAN id and priority (100p5), or the whole TCI (0xa064); without a priority it is 0. "
+        "Frames that two CPUs "
         "handle at the same time are mixed in the log.");
     sub->callback([request] {
         if (const int status = trace(*request); status != status_ok)

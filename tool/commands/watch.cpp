@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
 #include "tool/live/screen.h"
@@ -133,9 +134,12 @@ void add_watch_command(CLI::App& app)
     sub->add_option("FILE", request->source.file,
                     "Scenario to run in this process; default: the running kernel");
     sub->add_flag("--once", request->once, "Print the rules once and exit");
-    sub->add_option("--interval", request->interval, "Seconds between two updates")
-        ->check(CLI::Range(1, 3600))
-        ->capture_default_str();
+    add_number(
+        *sub, "--interval",
+        [request](uint64_t seconds) {
+            request->interval = static_cast<decltype(request->interval)>(seconds);
+        },
+        3600, 1, "Seconds between two updates (default 2)");
     const char* screen_help =
         has_screen()
             ? "On a terminal the table fills the screen: arrow and page keys, Home and End "

@@ -65,4 +65,21 @@ std::string word_hint(const CLI::App& app, const std::vector<std::string>& words
     return {};
 }
 
+std::string unknown_subcommand(const CLI::App& app, const std::vector<std::string>& words)
+{
+    const CLI::App* at = &app;
+    for (const std::string& word : words) {
+        if (word.starts_with('-'))
+            continue;
+        if (at->get_require_subcommand_min() == 0)
+            return {};
+        const CLI::App* next = subcommand_of(*at, word);
+        if (next == nullptr)
+            return "unknown subcommand " + in_quotes(word) +
+                   nearest(word, names_of_subcommands(*at));
+        at = next;
+    }
+    return {};
+}
+
 } // namespace gponflow

@@ -12,4 +12,8 @@ namespace gponflow {
 /// known or no known word is similar.
 std::string word_hint(const CLI::App& app, const std::vector<std::string>& words);
 
+/// "unknown subcommand 'X' (did you mean 'Y'?)" if a word stands where a subcommand is required;
+/// empty otherwise.
+std::string unknown_subcommand(const CLI::App& app, const std::vector<std::string>& words);
+
 } // namespace gponflow

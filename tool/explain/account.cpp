@@ -2,16 +2,19 @@
 #include "tool/explain/account.h"
 
 #include <algorithm>
-#include <cstring>
 #include <ostream>
+#include <unordered_map>
 #include <vector>
 
-#include "include/uapi/gpon_flow.h"
+#include <nlohmann/json.hpp>
+
+#include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
+#include "tool/explain/walk_reader.h"
 #include "tool/model/line_model.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
-#include "tool/tagging/frame_tags.h"
+#include "tool/text/lines.h"
 #include "tool/text/pattern.h"
 #include "tool/text/text_table.h"
 
@@ -19,52 +22,28 @@ namespace gponflow {
 
 namespace {
 
-/// Which bridge each bridge port belongs to, as the scenario configures it.
-class bridge_map {
-public:
-    void learn(const me_command& command)
-    {
-        if (command.class_id != me_class::mbpcd || !command.raw ||
-            command.raw->size() != sizeof(gpon_raw_mbpcd))
-            return;
-        gpon_raw_mbpcd port;
-        std::memcpy(&port, command.raw->data(), sizeof(port));
-        bridges_[command.instance] = port.bridgeID;
-    }
-
-    std::string bridge_of(uint16_t port) const
-    {
-        const auto found = bridges_.find(port);
-        return found == bridges_.end() ? "?" : std::to_string(found->second);
-    }
-
-private:
-    std::map<uint16_t, uint16_t> bridges_;
-};
-
-/// The log of one frame as data.
+/// The log of one frame as data. Frames that pass are many: their log is only searched.
 struct frame_story {
+    bool ran = false;
     bool quick = false;
     std::vector<uint16_t> ports; ///< bridge ports in the order of the path
-    std::string last_complaint;
 
     explicit frame_story(const std::string& log)
+        : ran(log.find("gpon_pkt_general_flow_func") != std::string::npos),
+          quick(log.find("Rule already exist!") != std::string::npos)
     {
-        quick = log.find("Rule already exist!") != std::string::npos;
-        for (size_t at = 0; at < log.size();) {
-            const size_t end = std::min(log.find('\n', at), log.size());
-            consider(std::string_view(log).substr(at, end - at));
-            at = end + 1;
-        }
+        for_each_line(log, [this](std::string_view line) { consider(line); });
     }
 
     /// A walk passes through its last port. A replay passes through its first: deeper steps of a
     /// rule may be left from an abandoned branch.
-    std::string bridge(const bridge_map& bridges) const
+    std::string bridge(const line_model& entities) const
     {
         if (ports.empty())
             return "no bridge";
-        return "bridge " + bridges.bridge_of(quick ? ports.front() : ports.back());
+        const auto found =
+            bridge_of(entities, {me_class::mbpcd, quick ? ports.front() : ports.back()});
+        return "bridge " + (found ? std::to_string(*found) : "?");
     }
 
 private:
@@ -72,31 +51,10 @@ private:
     {
         static const pattern port(": enter, classId=" + std::to_string(me_class::mbpcd) +
                                   R"(,instId=(\d+))");
-        std::optional<pattern_match> at;
-        if (line.find("[mbpcd_forward]") != line.npos)
-            at = port.search(line);
-        if (at)
-            ports.push_back(static_cast<uint16_t>(std::stoul((*at)[1])));
-        else if (line.starts_with('*'))
-            complain(line);
-    }
-
-    // The reason is the message of the instance; the functions above it only report a failure.
-    void complain(std::string_view line)
-    {
-        static const pattern complaint(
-            R"(^(?:\*\*\*ERROR\*\*\*|\*\*WARNING\*\*)(\[?\w+\]?) ?\[\d+\]:? ?(.*?)\r?$)");
-        const std::optional<pattern_match> found = complaint.match(line);
-        if (!found)
+        if (line.find("[mbpcd_forward]") == line.npos)
             return;
-        const std::string& name = (*found)[1];
-        for (const char* reporter :
-             {"gpon_pkt_general_", "gpon_pkt_upstream_", "gpon_pkt_next_", "gpon_pkt_downstream_"})
-            if (name.find(reporter) != std::string::npos)
-                return;
-        last_complaint = name + " " + (*found)[2];
-        if (name == "[mbpcd_forward]" && !ports.empty())
-            last_complaint += " " + to_text(me_id{me_class::mbpcd, ports.back()});
+        if (const std::optional<pattern_match> at = port.search(line))
+            ports.push_back(static_cast<uint16_t>(std::stoul((*at)[1])));
     }
 };
 
@@ -111,6 +69,7 @@ public:
     {
         for (const scenario_line& line : input.lines) {
             apply(line, entities_);
+            reasons_.clear();
             const exit_status status = run({input.name, {line}}, diagnostics);
             if (status != status_ok)
                 return status;
@@ -122,12 +81,6 @@ public:
     }
 
 private:
-    void on_me(const me_command& command) override
-    {
-        bridges_.learn(command);
-        captured_run::on_me(command);
-    }
-
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
         if (options.kind < account_.size())
@@ -139,28 +92,49 @@ private:
     // A frame that a tagging operation discards never reaches the hook call.
     void count_carried(const packet_options& options, const captured_frame& frame)
     {
-        const carried_frame carried = carry_to_hook(entities_, options, frame);
+        carried_frame carried = carry_to_hook(entities_, options, frame);
         for (const tag_gap& gap : carried.gaps)
             gaps_.emplace(gap.operation, gap.why);
-        if (!carried.discarded)
-            return count_frame(options, carried.frame);
+        if (!carried.discarded) {
+            captured_frame rewritten = frame;
+            rewritten.wire_length += carried.frame.size();
+            rewritten.wire_length -= frame.data.size();
+            rewritten.data = std::move(carried.frame);
+            count_frame(options, rewritten);
+            return;
+        }
         direction_account& direction = account_.at(options.kind);
         ++direction.frames;
-        ++direction.drops[tags_text(frame.data) + ": " + discard_text(carried)];
+        ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(carried)];
     }
 
-    void count_frame(const packet_options& options, const bytes& frame)
+    void count_frame(const packet_options& options, const captured_frame& frame)
     {
-        const std::optional<hook_answer> answer = hook_in_detail(options, frame);
+        const std::optional<hook_answer> answer = hook_in_detail(options, frame.data);
         const frame_story story(log());
         direction_account& direction = account_.at(options.kind);
         ++direction.frames;
         direction.quick += story.quick;
-        if (answer && answer->api_result == 0)
+        if (!answer)
+            ++direction.untouched["the module is not loaded"];
+        else if (!story.ran)
+            ++direction.untouched["the engine is disabled"];
+        else if (answer->api_result == 0)
             ++direction.destinations[destination(options, *answer, story)];
         else
-            ++direction
-                  .drops[story.last_complaint.empty() ? "no reason given" : story.last_complaint];
+            ++direction.drops[reason(frame)];
+    }
+
+    // Frames of the same flow have the same log. Reading it takes far longer than the walk.
+    const std::string& reason(const captured_frame& frame)
+    {
+        const frame_header header = read_header(frame);
+        const std::string tags = tags_text(header);
+        std::string& known = reasons_[tags + log()];
+        if (known.empty())
+            known = tags + ": " +
+                    drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
+        return known;
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,
@@ -168,21 +142,21 @@ private:
     {
         switch (options.kind) {
         case 0:
-            return "into " + story.bridge(bridges_);
+            return "into " + story.bridge(entities_);
         case 1:
-            return "GEM port " + std::to_string(answer.gem) + " from " + story.bridge(bridges_);
+            return "GEM port " + std::to_string(answer.gem) + " from " + story.bridge(entities_);
         case 2:
             return "out of the UNI, not walked";
         default:
             return "from GEM port " + std::to_string(answer.gem) + " into " +
-                   story.bridge(bridges_);
+                   story.bridge(entities_);
         }
     }
 
     frame_account& account_;
-    bridge_map bridges_;
     line_model entities_; ///< at the current command
     std::map<me_id, std::string> gaps_;
+    std::unordered_map<std::string, std::string> reasons_;
 };
 
 constexpr std::array<const char*, 4> direction_titles = {
@@ -197,6 +171,14 @@ void print_lines(const char* outcome, const std::map<std::string, uint64_t>& lin
         out << "  " << outcome << std::string(count.size() < 6 ? 6 - count.size() : 0, ' ') << count
             << "  " << text << '\n';
     }
+}
+
+json rows_json(const std::map<std::string, uint64_t>& lines)
+{
+    json rows = json::array();
+    for (const auto& [text, frames] : lines)
+        rows.push_back({{"frames", frames}, {"text", text}});
+    return rows;
 }
 
 } // namespace
@@ -220,8 +202,28 @@ void print_account(const frame_account& account, std::ostream& out)
             << direction.quick << " on the quick path\n";
         print_lines("passed ", direction.destinations, out);
         print_lines("dropped", direction.drops, out);
+        print_lines("not classified", direction.untouched, out);
         out << '\n';
     }
+}
+
+void print_account_json(const frame_account& account, const std::string& file, std::ostream& out)
+{
+    constexpr std::array<const char*, 4> kinds = {"up_uni", "up_ani", "down_uni", "down_ani"};
+    json directions = json::array();
+    for (size_t kind = 0; kind < account.size(); ++kind) {
+        const direction_account& direction = account.at(kind);
+        directions.push_back({{"kind", kinds.at(kind)},
+                              {"frames", direction.frames},
+                              {"quick", direction.quick},
+                              {"passed", rows_json(direction.destinations)},
+                              {"dropped", rows_json(direction.drops)},
+                              {"not_classified", rows_json(direction.untouched)}});
+    }
+    json whole = json_document("account");
+    whole["scenario"] = file;
+    whole["directions"] = std::move(directions);
+    print_json(whole, out);
 }
 
 } // namespace gponflow

@@ -20,7 +20,8 @@ struct direction_account {
     uint64_t frames = 0;
     uint64_t quick = 0;                           ///< replayed a rule
     std::map<std::string, uint64_t> destinations; ///< GEM port and bridge, frames
-    std::map<std::string, uint64_t> drops;        ///< last message of the walk, frames
+    std::map<std::string, uint64_t> drops;        ///< tags and deciding entity, frames
+    std::map<std::string, uint64_t> untouched;    ///< why they were not classified, frames
 };
 
 /// By kind of hook call: 0 to 3.
@@ -33,5 +34,8 @@ exit_status account_scenario(const scenario& input, backend& target, frame_accou
 
 /// Prints the account as text.
 void print_account(const frame_account& account, std::ostream& out);
+
+/// Prints the document gponflow-account-1 about a scenario.
+void print_account_json(const frame_account& account, const std::string& file, std::ostream& out);
 
 } // namespace gponflow

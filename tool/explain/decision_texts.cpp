@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <tuple>
 
 #include "include/tp_types.h"
@@ -10,6 +11,12 @@
 namespace gponflow {
 
 namespace {
+
+constexpr const char* on_uni_side = "a port on the UNI side, not on the path of this frame";
+constexpr const char* on_ani_side = "a port on the ANI side, not on the path of this frame";
+constexpr const char* does_not_exist = "it does not exist";
+constexpr const char* downstream_only = "its direction is 2, downstream only";
+constexpr const char* path_ends = "the path ends here";
 
 const me_instance* first_related(const line_model& entities, me_id from, uint16_t class_id)
 {
@@ -56,6 +63,22 @@ std::pair<std::string, unsigned> untagged_priority(const gpon_raw_mapper& me, co
 }
 
 } // namespace
+
+std::string plural_reason(const std::string& reason)
+{
+    static const std::map<std::string, std::string> plurals = {
+        {filter_drops, "their VLAN filters drop the frame"},
+        {filter_blocks, "their VLAN filters block the frame at these ports"},
+        {filter_on_uni_side, "their VLAN filters are on the UNI side, where they drop every frame"},
+        {not_selected, "the mapper does not select them for this frame"},
+        {on_uni_side, "ports on the UNI side, not on the path of this frame"},
+        {on_ani_side, "ports on the ANI side, not on the path of this frame"},
+        {does_not_exist, "they do not exist"},
+        {downstream_only, "their direction is 2, downstream only"},
+        {path_ends, "the path ends there"}};
+    const auto found = plurals.find(reason);
+    return found == plurals.end() ? reason : found->second;
+}
 
 std::string hex_text(unsigned value, int digits)
 {
@@ -137,9 +160,9 @@ std::string side_text(const line_model& entities, me_id port)
     const uint8_t type = me ? me->as<gpon_raw_mbpcd>().tpType : uint8_t{0};
     const tp_side side = gpon::bridge_port_tp(type).side;
     if (side == tp_side::uni)
-        return "a port on the UNI side, not on the path of this frame";
+        return on_uni_side;
     if (side == tp_side::ani)
-        return "a port on the ANI side, not on the path of this frame";
+        return on_ani_side;
     return "a port on neither side: its tpType is " + std::to_string(type);
 }
 
@@ -147,10 +170,10 @@ std::string end_text(const line_model& entities, me_id at)
 {
     const me_instance* me = entities.find(at);
     if (!me)
-        return "it does not exist";
+        return does_not_exist;
     if (at.class_id == me_class::gemctp && me->as<gpon_raw_gemctp>().direction == 2)
-        return "its direction is 2, downstream only";
-    return "the path ends here";
+        return downstream_only;
+    return path_ends;
 }
 
 } // namespace gponflow

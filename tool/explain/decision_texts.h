@@ -9,6 +9,16 @@
 
 namespace gponflow {
 
+// Reasons why a branch ends, as walk_step::dead_end contains them.
+constexpr const char* filter_drops = "its VLAN filter drops the frame";
+constexpr const char* filter_blocks = "its VLAN filter blocks the frame at this port";
+constexpr const char* filter_on_uni_side =
+    "its VLAN filter is on the UNI side, where it drops every frame";
+constexpr const char* not_selected = "the mapper does not select it for this frame";
+
+/// The same reason for several instances: "their VLAN filters drop the frame".
+std::string plural_reason(const std::string& reason);
+
 /// "0x0011".
 std::string hex_text(unsigned value, int digits = 4);
 

@@ -94,6 +94,28 @@ void run_frame(captured_run& runner, explanation& result, explain_mode mode)
 
 } // namespace
 
+explain_session::explain_session(backend& target, explain_mode mode) : runner_(target), mode_(mode)
+{
+    runner_.show_progress();
+}
+
+exit_status explain_session::run(const scenario& before, std::ostream& diagnostics)
+{
+    const exit_status status = runner_.run(before, diagnostics);
+    if (mode_ == explain_mode::trace_filter)
+        entities_ = model_of(read_instances(runner_.query("show raw_data").value_or("")));
+    else
+        entities_ = final_entities(before);
+    return status;
+}
+
+explanation explain_session::explain(const explained_frame& frame)
+{
+    explanation result{frame, {}, {}, entities_};
+    run_frame(runner_, result, mode_);
+    return result;
+}
+
 std::optional<explanation> explain_frame(const scenario& input, backend& target,
                                          const std::optional<explained_frame>& frame,
                                          std::ostream& diagnostics, exit_status& status,
@@ -113,18 +135,11 @@ std::optional<explanation> explain_frame(const scenario& input, backend& target,
     }
     const scenario before{input.name,
                           {input.lines.begin(), input.lines.begin() + static_cast<long>(count)}};
-    captured_run runner(target);
-    runner.show_progress();
-    status = runner.run(before, diagnostics);
+    explain_session session(target, mode);
+    status = session.run(before, diagnostics);
     if (status != status_ok)
         return {};
-    explanation result{*chosen, {}, {}, {}};
-    if (mode == explain_mode::trace_filter)
-        result.entities = model_of(read_instances(runner.query("show raw_data").value_or("")));
-    else
-        result.entities = final_entities(before);
-    run_frame(runner, result, mode);
-    return result;
+    return session.explain(*chosen);
 }
 
 } // namespace gponflow

@@ -53,6 +53,16 @@ std::string title(const walk_step& step, bool replayed)
     return text;
 }
 
+} // namespace
+
+const char* kind_title(uint32_t kind)
+{
+    constexpr std::array<const char*, 4> titles = {
+        "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
+        "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
+    return kind < titles.size() ? titles.at(kind) : "a hook call without a direction";
+}
+
 void print_step(const walk_step& step, bool replayed, const line_model& entities, std::ostream& out,
                 const palette& colours)
 {
@@ -68,6 +78,8 @@ void print_step(const walk_step& step, bool replayed, const line_model& entities
     if (!step.dead_end.empty())
         out << indent << "    " << colours.bad("x " + step.dead_end) << '\n';
 }
+
+namespace {
 
 void print_steps(const walk_story& story, const line_model& entities, std::ostream& out,
                  const palette& colours)
@@ -155,21 +167,17 @@ void print_drop(const walk_story& story, std::ostream& out, const palette& colou
                                 : "The walk succeeded, a later step failed.\n");
 }
 
-constexpr std::array<const char*, 4> kinds = {
-    "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
-    "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
-
 const char* direction_title(unsigned fwd_flag)
 {
     switch (fwd_flag) {
     case 1:
-        return kinds[1];
+        return kind_title(1);
     case 2:
-        return kinds[0];
+        return kind_title(0);
     case 4:
-        return kinds[3];
+        return kind_title(3);
     case 8:
-        return kinds[2];
+        return kind_title(2);
     default:
         return "a marked frame";
     }
@@ -201,6 +209,8 @@ std::vector<tag_gap> candidate_gaps(const explanation& explained)
     return gaps;
 }
 
+} // namespace
+
 // Operations on the path that were not applied.
 std::vector<tag_gap> gaps_of(const explanation& explained)
 {
@@ -223,6 +233,8 @@ void print_leaving(const explanation& explained, std::ostream& out, const palett
         print_tagging(one.carried, out, colours);
     }
 }
+
+namespace {
 
 void print_passage(const explanation& explained, std::ostream& out, const palette& colours)
 {
@@ -279,20 +291,20 @@ std::string dead_ends_text(const walk_story& story, size_t most)
     for (const auto& [reason, places] : ends) {
         text += text.empty() ? "" : "; ";
         const size_t named = most ? std::min(most, places.size()) : places.size();
+        const bool all = named == places.size();
         for (size_t i = 0; i < named; ++i)
-            text += (i ? ", " : "") + places[i];
-        if (named < places.size())
+            text += (i == 0 ? "" : all && i + 1 == named ? " and " : ", ") + places[i];
+        if (!all)
             text += " and " + std::to_string(places.size() - named) + " more";
-        text += ": " + reason;
+        text += ": " + (places.size() > 1 ? plural_reason(reason) : reason);
     }
     return text;
 }
 
 void print_explanation(const explanation& explained, std::ostream& out, const palette& colours)
 {
-    const uint32_t kind = explained.input.options.kind;
-    out << colours.heading(kind < kinds.size() ? kinds.at(kind) : "a hook call without a direction")
-        << ", " << explained.input.frame.wire_length << " bytes\n";
+    out << colours.heading(kind_title(explained.input.options.kind)) << ", "
+        << explained.input.frame.wire_length << " bytes\n";
     if (!explained.answer) {
         out << "not classified: the module is not loaded\n";
         return;

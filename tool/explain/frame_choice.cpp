@@ -33,6 +33,8 @@ explained_frame frame_of_words(const std::vector<std::string>& words, const std:
     return {hook->options, captured_frame(hook->frame.value_or(bytes{}))};
 }
 
+} // namespace
+
 captured_frame numbered_frame(const std::string& file, size_t number)
 {
     ethernet_capture capture;
@@ -51,8 +53,6 @@ captured_frame numbered_frame(const std::string& file, size_t number)
         why += "; " + warning;
     throw std::runtime_error(why);
 }
-
-} // namespace
 
 std::optional<explained_frame> choose_frame(const frame_choice& from)
 {

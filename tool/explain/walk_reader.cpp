@@ -11,8 +11,6 @@ namespace gponflow {
 
 namespace {
 
-constexpr const char* filter_drops = "its VLAN filter drops the frame";
-
 // One line of the log: the function that logs and its text.
 struct log_line {
     std::string tag;
@@ -63,7 +61,7 @@ public:
         // A frame that passes was not dropped by a filter.
         for (walk_step& step : story_.steps)
             if (!story_.dropped && step.dead_end == filter_drops)
-                step.dead_end = "its VLAN filter blocks the frame at this port";
+                step.dead_end = filter_blocks;
         return std::move(story_);
     }
 
@@ -235,7 +233,7 @@ private:
         else if (line.function == "vtfd_handle")
             take_filter(text, step);
         else if (line.function == "vtfd_filter_handle" && text.starts_with("op_info"))
-            step.dead_end = "its VLAN filter is on the UNI side, where it drops every frame";
+            step.dead_end = filter_on_uni_side;
         else if (line.function == "pbit_filter_handle" && text == "end, return 0")
             step.decisions.push_back(selected(step) + ": match");
         else if (line.function == "gem_forward")
@@ -290,7 +288,7 @@ private:
         if (text.find("pbit_filter_handle fail") == text.npos)
             return;
         step.decisions.push_back(selected(step) + ": no match");
-        step.dead_end = "the mapper does not select it for this frame";
+        step.dead_end = not_selected;
     }
 
     std::string selected(const walk_step& step) const

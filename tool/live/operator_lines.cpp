@@ -30,8 +30,10 @@ mac_address read_mac(const value& from)
 uint16_t read_vlan(const value& from)
 {
     const size_t mark = from.text.find('p');
+    // A whole TCI is hexadecimal: a decimal number is a VLAN id.
     if (mark == from.text.npos)
-        return read_field<uint16_t>(from);
+        return static_cast<uint16_t>(
+            read_unsigned(from, from.text.starts_with("0x") ? UINT16_MAX : most_vlan));
     const value id{from.name, from.text.substr(0, mark), from.column};
     const value priority{from.name, from.text.substr(mark + 1), from.column + mark + 1};
     return static_cast<uint16_t>(read_unsigned(priority, most_priority) << 13 |
@@ -85,6 +87,20 @@ trace_filter read_trace_filter(const std::string& text)
             "the filter is empty: use dst_mac=MAC, src_mac=MAC, outer_vlan=VLAN "
             "or inner_vlan=VLAN");
     return filter;
+}
+
+std::string priority_note(const std::string& text)
+{
+    std::string note;
+    for (const word& one : split_words(text)) {
+        const size_t value = one.text.find("_vlan=");
+        if (value == one.text.npos || one.text.find('p', value) != one.text.npos ||
+            one.text.find("0x", value) != one.text.npos)
+            continue;
+        note += (note.empty() ? "" : "; ") + one.text + " matches priority 0 only (" + one.text +
+                "p5: priority 5); each priority needs a filter of its own";
+    }
+    return note;
 }
 
 std::vector<std::string_view> trace_filter_names()

@@ -29,6 +29,9 @@ trace_filter read_trace_filter(const std::string& text);
 /// The names of the fields.
 std::vector<std::string_view> trace_filter_names();
 
+/// A remark about VLANs without a priority in the text of a filter; empty if there is none.
+std::string priority_note(const std::string& text);
+
 /// The filter for frames with the addresses and outer tags of this one.
 trace_filter filter_of(const bytes& frame);
 

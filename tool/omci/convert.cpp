@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/omci/convert.h"
 
+#include <utility>
+
 #include "tool/omci/attributes.h"
 #include "tool/omci/class_titles.h"
 #include "tool/omci/defaults.h"
@@ -48,6 +50,7 @@ struct command {
 class converter {
 public:
     void take(const exchange& item);
+    void finish() { write_upload(); }
 
     std::string body;
     conversion_summary counts;
@@ -63,7 +66,13 @@ private:
     void introduce(const exchange& item, const outcome& result);
     void apply(command& cmd);
 
+    void take_upload(const exchange& item);
+    void write_upload();
+
     record_store store;
+    upload_tracker uploaded;
+    bool follows_upload = false; ///< instances of an upload are not written yet
+    std::pair<size_t, size_t> upload_frames;
 };
 
 void converter::take(const exchange& item)
@@ -75,6 +84,7 @@ void converter::take(const exchange& item)
     case create:
     case set:
     case delete_me:
+        write_upload();
         return take_configuration(item);
     case mib_reset:
         return take_reset(item);
@@ -82,8 +92,42 @@ void converter::take(const exchange& item)
         return take_reboot(item);
     default:
         ++counts.other_types[msg.type];
-        learn_from_response(item, store, defaults);
+        take_upload(item);
+        learn_from_response(item, store, defaults, counts.uploads);
     }
+}
+
+// A capture that contains the bring-up has all instances of the OLT in its commands.
+void converter::take_upload(const exchange& item)
+{
+    const message& msg = item.request.msg;
+    if (msg.type == mib_upload) {
+        std::optional<uint16_t> announced;
+        if (item.response && item.response->msg.content.size() >= 2)
+            announced = read_u16(item.response->msg.content, 0);
+        uploaded.begin(announced);
+        follows_upload = counts.resets == 0;
+    } else if (msg.type == mib_upload_next && msg.content.size() >= 2 && item.response) {
+        uploaded.part(read_u16(msg.content, 0));
+        follows_upload = follows_upload || counts.resets == 0;
+        upload_frames.first = upload_frames.first == 0 ? item.request.frame : upload_frames.first;
+        upload_frames.second = item.response->frame;
+    }
+}
+
+void converter::write_upload()
+{
+    if (!std::exchange(follows_upload, false))
+        return;
+    counts.uploads.missing += uploaded.missing();
+    const std::string lines = upload_lines(store, counts.uploads);
+    if (lines.empty())
+        return;
+    body += "\n" +
+            comment_line("frames " + std::to_string(upload_frames.first) + " to " +
+                         std::to_string(upload_frames.second) +
+                         ": instances that the ONU reported in a MIB upload") +
+            lines;
 }
 
 void converter::take_configuration(const exchange& item)
@@ -164,6 +208,7 @@ void converter::apply(command& cmd)
             body += comment_line("  " + narrowed);
     }
     rec.commanded |= cmd.mask;
+    rec.written = true;
     body += me_line(type_name(msg.type), cmd.fields, cmd.cls, msg.instance, cmd.mask, rec) + "\n";
     body += tagging_lines(cmd.cls.id, msg.instance, msg.type == create, cmd.list);
     ++count_of(counts.written, msg.type);
@@ -230,6 +275,7 @@ conversion convert(const capture& cap, std::string_view title)
     converter work;
     for (const exchange& item : pairs.exchanges)
         work.take(item);
+    work.finish();
     conversion result;
     result.scenario = opening(cap, title, work.defaults.line()) + work.body + "\n" +
                       closing_comment(work.counts, cap, pairs);

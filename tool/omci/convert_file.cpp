@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <stdexcept>
+#include <utility>
 
 #include "tool/omci/capture.h"
 #include "tool/omci/convert.h"
@@ -13,7 +15,7 @@ namespace gponflow::omci {
 namespace {
 
 constexpr int status_done = 0;
-constexpr int status_cut_short = 1;
+constexpr int status_incomplete = 1;
 constexpr int status_failed = 2;
 constexpr int status_unwritable = 3;
 constexpr std::string_view standard_stream = "-";
@@ -44,40 +46,66 @@ void print_remarks(std::ostream& err, const std::string& path, std::string_view 
                    const std::vector<remark>& remarks)
 {
     for (const remark& item : remarks)
-        err << path << ": frame " << item.frame << ": " << what << item.text << '\n';
+        err << path << ": warning: frame " << item.frame << ": " << what << item.text << '\n';
 }
 
-int fail(std::ostream& err, const std::string& path, std::string_view why)
+// Without a command there is no line to look at.
+bool is_empty(const conversion_summary& counts)
 {
-    err << path << ": " << why << '\n';
-    return status_failed;
+    const request_counts& written = counts.written;
+    return written.creates + written.sets + written.deletes + counts.resets == 0 &&
+           counts.uploads.parts == 0;
 }
 
 } // namespace
 
+loaded_capture load_capture(const std::string& path, const std::string& onu)
+{
+    const std::optional<mac_address> address = parse_mac(onu);
+    if (!onu.empty() && !address)
+        throw std::runtime_error(onu + ": not a MAC address (00:11:22:33:44:55)");
+    capture_result input = read_capture(path, address);
+    if (!input.cap)
+        throw std::runtime_error(path + ": " + input.error +
+                                 (input.choose_onu ? " with --onu" : ""));
+    conversion result = convert(*input.cap, title_of(path));
+    return {path, std::move(*input.cap), std::move(result)};
+}
+
+void print_warnings(const loaded_capture& loaded, std::ostream& err)
+{
+    const std::string& path = loaded.path;
+    print_remarks(err, path, "skipped: ", loaded.cap.damaged);
+    print_remarks(err, path, "skipped: ", loaded.result.counts.unreadable);
+    print_remarks(err, path, "refused by the ONU: ", loaded.result.counts.refused);
+    if (is_empty(loaded.result.counts))
+        err << path << ": warning: no command of the OLT and no MIB upload: the line is empty\n";
+    if (!loaded.cap.cut_short.empty())
+        err << path << ": warning: ends early, " << loaded.cap.cut_short << '\n';
+}
+
+int status_of(const loaded_capture& loaded)
+{
+    const bool whole = loaded.cap.cut_short.empty() && !is_empty(loaded.result.counts);
+    return whole ? status_done : status_incomplete;
+}
+
 int convert_file(const conversion_files& options, std::ostream& out, std::ostream& err)
 {
     const std::string& path = options.capture_path;
-    const std::optional<mac_address> onu = parse_mac(options.onu);
-    if (!options.onu.empty() && !onu)
-        return fail(err, options.onu, "not a MAC address (00:11:22:33:44:55)");
-    if (same_file(path, options.scenario_path))
-        return fail(err, path, "is both the capture and the scenario");
-    const capture_result input = read_capture(path, onu);
-    if (!input.cap)
-        return fail(err, path, input.error + (input.choose_onu ? " with --onu" : ""));
-    const conversion result = convert(*input.cap, title_of(path));
-    print_remarks(err, path, "skipped: ", input.cap->damaged);
-    print_remarks(err, path, "skipped: ", result.counts.unreadable);
-    print_remarks(err, path, "refused by the ONU: ", result.counts.refused);
-    if (!write_scenario(options.scenario_path, result.scenario, out)) {
-        fail(err, options.scenario_path, "cannot be written");
+    try {
+        if (same_file(path, options.scenario_path))
+            throw std::runtime_error(path + ": is both the capture and the scenario");
+        const loaded_capture loaded = load_capture(path, options.onu);
+        print_warnings(loaded, err);
+        if (write_scenario(options.scenario_path, loaded.result.scenario, out))
+            return status_of(loaded);
+        err << options.scenario_path << ": cannot be written\n";
         return options.scenario_path == standard_stream ? status_unwritable : status_failed;
+    } catch (const std::runtime_error& why) {
+        err << why.what() << '\n';
+        return status_failed;
     }
-    if (input.cap->cut_short.empty())
-        return status_done;
-    err << path << ": ends early, " << input.cap->cut_short << '\n';
-    return status_cut_short;
 }
 
 } // namespace gponflow::omci

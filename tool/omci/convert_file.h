@@ -5,6 +5,9 @@
 #include <iosfwd>
 #include <string>
 
+#include "tool/omci/capture.h"
+#include "tool/omci/convert.h"
+
 namespace gponflow::omci {
 
 struct conversion_files {
@@ -13,9 +16,27 @@ struct conversion_files {
     std::string onu;                 ///< address of one of several ONUs; empty: the only one
 };
 
+/// A capture with its conversion.
+struct loaded_capture {
+    std::string path;
+    capture cap;
+    conversion result;
+};
+
+/// Reads and converts a capture; `onu` is the address of one of several ONUs, or empty. Throws
+/// std::runtime_error with the reason.
+loaded_capture load_capture(const std::string& path, const std::string& onu);
+
+/// Prints refused, damaged and unreadable messages, and where the capture ends early.
+void print_warnings(const loaded_capture& loaded, std::ostream& err);
+
+/// 0, or 1 if the capture ends early or has nothing to convert.
+int status_of(const loaded_capture& loaded);
+
 /// Converts a capture. `out` is standard output; `err` receives one line per remark with file and
 /// frame. Status 0: converted (refused and damaged messages are remarks); 1: the capture ends early
-/// and was converted up to there; 2: nothing was written; 3: standard output could not be written.
+/// and was converted up to there, or it has nothing to convert; 2: nothing was written; 3: standard
+/// output could not be written.
 [[nodiscard]] int convert_file(const conversion_files& options, std::ostream& out,
                                std::ostream& err);
 

@@ -17,6 +17,7 @@ enum message_type : uint8_t {
     delete_me = 6,
     set = 8,
     get = 9,
+    mib_upload = 13,
     mib_upload_next = 14,
     mib_reset = 15,
     reboot = 25,

@@ -6,12 +6,13 @@
 #include "tool/omci/defaults.h"
 #include "tool/omci/mib.h"
 #include "tool/omci/pairing.h"
+#include "tool/omci/upload.h"
 
 namespace gponflow::omci {
 
 /// Reads MIB upload parts and successful get responses. Other or unreadable responses change
 /// nothing.
-void learn_from_response(const exchange& item, record_store& store,
-                         default_configuration& defaults);
+void learn_from_response(const exchange& item, record_store& store, default_configuration& defaults,
+                         upload_summary& uploads);
 
 } // namespace gponflow::omci

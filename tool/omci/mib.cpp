@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "tool/omci/tagging_text.h"
+
 namespace gponflow::omci {
 
 namespace {
@@ -106,10 +108,21 @@ void record_store::learn(const attribute_class& cls, uint16_t instance, const va
     if (fields == nullptr)
         return;
     record& rec = at(*fields, instance);
-    rec.created = true;
     for (const attribute_value& value : list.values) {
+        rec.reported |= attribute_bit(value.index);
         if ((rec.commanded & attribute_bit(value.index)) == 0)
             write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
+    }
+}
+
+void record_store::learn_upload(const attribute_class& cls, uint16_t instance,
+                                const value_list& list)
+{
+    learn(cls, instance, list);
+    if (const class_record* fields = find_me_class(cls.id)) {
+        record& rec = at(*fields, instance);
+        rec.tagging += tagging_lines(cls.id, instance, !rec.uploaded, list);
+        rec.uploaded = true;
     }
 }
 

@@ -35,7 +35,10 @@ value_list split_values(const attribute_class& cls, uint16_t mask, std::span<con
 struct record {
     std::vector<uint8_t> raw; ///< little-endian, class_record::raw_size bytes
     uint16_t commanded = 0;   ///< attributes that the OLT wrote
-    bool created = false;     ///< a create was seen, or the ONU listed the instance
+    uint16_t reported = 0;    ///< attributes that a MIB upload or a get reported
+    std::string tagging;      ///< commands for its uploaded tagging operation
+    bool uploaded = false;    ///< a MIB upload listed the instance
+    bool written = false;     ///< a command of the scenario contains it
 };
 
 /// Writes one attribute into the record; attributes that are not mirrored change nothing. The
@@ -52,6 +55,12 @@ public:
     /// Takes a report of the ONU (MIB upload, get). It fills attributes that the OLT has not
     /// written: the report may be older than the command.
     void learn(const attribute_class& cls, uint16_t instance, const value_list& list);
+
+    /// The same for a MIB upload, which also shows that the instance exists.
+    void learn_upload(const attribute_class& cls, uint16_t instance, const value_list& list);
+
+    /// All records, by class and instance.
+    std::map<std::pair<uint16_t, uint16_t>, record>& all() { return records; }
 
     void erase(uint16_t class_id, uint16_t instance) { records.erase({class_id, instance}); }
     void clear() { records.clear(); }

@@ -4,12 +4,13 @@
 #include "tool/omci/attributes.h"
 #include "tool/omci/class_titles.h"
 #include "tool/omci/scenario_text.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow::omci {
 
 namespace {
 
-std::string counted(size_t number, std::string_view what)
+std::string number_of(size_t number, std::string_view what)
 {
     return std::to_string(number) + " " + std::string(what);
 }
@@ -20,7 +21,7 @@ std::string request_text(const request_counts& counts)
     std::string text;
     const auto add = [&text](size_t number, std::string_view what) {
         if (number != 0)
-            text += (text.empty() ? "" : ", ") + counted(number, what);
+            text += (text.empty() ? "" : ", ") + number_of(number, what);
     };
     add(counts.creates, "create");
     add(counts.sets, "set");
@@ -49,11 +50,28 @@ std::string unmirrored_lines(const conversion_summary& counts)
     return text;
 }
 
+std::string upload_comment(const upload_summary& uploads)
+{
+    std::string text;
+    if (uploads.missing != 0)
+        text += comment_line("Parts of the MIB upload that were not captured: " +
+                             std::to_string(uploads.missing));
+    for (const auto& [id, count] : uploads.left_to_the_module)
+        text += comment_line(
+            "Uploaded, left to the module, which creates it for pointers: " + std::to_string(id) +
+            " " + class_title(id) + ": " + counted(count, "instance"));
+    for (const auto& [id, count] : uploads.unmirrored)
+        text += comment_line("Uploaded, not mirrored: " + std::to_string(id) + " " +
+                             class_title(id) + ": " + counted(count.instances.size(), "instance") +
+                             ", " + counted(count.attributes, "attribute"));
+    return text;
+}
+
 std::string other_type_lines(const conversion_summary& counts)
 {
     std::string text;
     for (const auto& [type, number] : counts.other_types)
-        text += (text.empty() ? "" : ", ") + counted(number, type_name(type));
+        text += (text.empty() ? "" : ", ") + number_of(number, type_name(type));
     return text.empty() ? text : comment_line("Other requests: " + text);
 }
 
@@ -70,7 +88,7 @@ std::vector<remark> unpaired_remarks(const pairing& pairs)
 
 std::string count_line(size_t number, std::string_view what)
 {
-    return number == 0 ? std::string{} : comment_line(counted(number, what));
+    return number == 0 ? std::string{} : comment_line(number_of(number, what));
 }
 
 } // namespace
@@ -83,6 +101,7 @@ std::string closing_comment(const conversion_summary& counts, const capture& cap
                                     ", commands above: " + request_text(counts.written) +
                                     ", MIB resets: " + std::to_string(counts.resets));
     text += unmirrored_lines(counts);
+    text += upload_comment(counts.uploads);
     text += other_type_lines(counts);
     text += count_line(pairs.notifications, "notifications of the ONU");
     text += count_line(counts.extended, "requests of the extended message set");

@@ -11,6 +11,7 @@
 
 #include "tool/omci/capture.h"
 #include "tool/omci/pairing.h"
+#include "tool/omci/upload.h"
 
 namespace gponflow::omci {
 
@@ -31,6 +32,7 @@ struct conversion_summary {
     size_t without_response = 0;
     size_t repeats = 0;
     size_t extended = 0; ///< requests of the extended message set
+    upload_summary uploads;
 };
 
 /// Comment lines, each ended by a line feed.

@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "tool/capture/frame_header.h"
-#include "tool/explain/explain_output.h"
+#include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
 #include "tool/scenario/captured_run.h"
@@ -45,17 +45,6 @@ std::string entry_text(const packet_options& options)
     if (options.kind == 3)
         return "GEM port " + std::to_string(options.gem);
     return {};
-}
-
-std::string drop_reason(const walk_story& story)
-{
-    constexpr size_t most_named = 4;
-    if (std::string ends = dead_ends_text(story, most_named); !ends.empty())
-        return ends;
-    if (!story.complaints.empty())
-        return story.complaints.back();
-    return story.steps.empty() ? "the frame entered no managed entity"
-                               : "the walk succeeded, a later step failed";
 }
 
 class collector final : public captured_run {
@@ -155,7 +144,7 @@ private:
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
-            return drop_reason(explained.story);
+            return drop_reason(explained.story, data_.entities, read_header(explained.input.frame));
         const std::string bridge = bridge_text(explained.story, data_.entities);
         switch (explained.input.options.kind) {
         case 0:

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "tool/capture/capture_file.h"
 #include "tool/scenario/captures.h"
 #include "tool/scenario/parse.h"
 #include "tool/text/source_text.h"
@@ -15,6 +16,8 @@ namespace {
 
 // A file of another kind has an error in every line.
 constexpr size_t most_printed = 20;
+// Enough to recognise a file of another kind.
+constexpr size_t looked_at = 512;
 
 void print(const std::vector<diagnostic>& errors, const char* noun, std::ostream& to)
 {
@@ -24,15 +27,33 @@ void print(const std::vector<diagnostic>& errors, const char* noun, std::ostream
         to << errors[0].file << ": " << errors.size() - most_printed << " more " << noun << '\n';
 }
 
+// A file of another kind is refused as a whole: each of its lines would be an error.
+std::string why_no_scenario(std::string_view text)
+{
+    if (is_capture_start(text))
+        return "is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o "
+               "line.scn, name traffic with --pcap";
+    if (text.substr(0, looked_at).find('\0') != text.npos)
+        return "is no scenario: it is no text";
+    return {};
+}
+
 } // namespace
 
 std::optional<scenario> open_scenario(const std::string& file, std::ostream& diagnostics)
 {
     std::string text;
     try {
-        text = read_source_text(file);
+        // A large file of another kind is not read as a whole.
+        text = first_bytes(file, looked_at);
+        if (why_no_scenario(text).empty())
+            text = read_source_text(file);
     } catch (const std::runtime_error& error) {
         diagnostics << file << ": " << error.what() << '\n';
+        return {};
+    }
+    if (const std::string why = why_no_scenario(text); !why.empty()) {
+        diagnostics << file << ": " << why << '\n';
         return {};
     }
     parse_result parsed = parse_scenario(text, file);

@@ -31,7 +31,8 @@ uint32_t read_kind(const value& from)
         return found->kind;
     std::vector<std::string_view> known;
     std::ranges::transform(kind_names, std::back_inserter(known), &kind_name::name);
-    from.fail("neither a number nor a kind of hook call" + suggestion(from.text, known));
+    from.fail("not a kind of hook call (up_uni, up_ani, down_ani, down_uni, switch, or a number)" +
+              suggestion(from.text, known));
 }
 
 // The options of both commands. port is applied after port_word, in any order of the line.

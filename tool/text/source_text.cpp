@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <system_error>
@@ -55,6 +56,19 @@ std::string read_source_text(const std::string& file)
     if (!stream)
         fail();
     return read_all(stream.get());
+}
+
+std::string first_bytes(const std::string& file, size_t count)
+{
+    std::error_code error;
+    // A pipe would lose these bytes.
+    if (!std::filesystem::is_regular_file(file, error))
+        return {};
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
+                                                                 std::fclose);
+    std::string text(count, '\0');
+    text.resize(stream ? std::fread(text.data(), 1, count, stream.get()) : 0);
+    return text;
 }
 
 } // namespace gponflow

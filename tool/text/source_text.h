@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace gponflow {
@@ -11,5 +12,8 @@ void claim_standard_input();
 
 /// The whole text of a file, "-" being standard input. Throws std::runtime_error with the reason.
 std::string read_source_text(const std::string& file);
+
+/// The first `count` bytes of a regular file, or fewer; empty if it is none.
+std::string first_bytes(const std::string& file, size_t count);
 
 } // namespace gponflow

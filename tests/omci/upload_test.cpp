@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A MIB upload as the source of a line.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/omci/line_builder.h"
+#include "tool/model/line_diff.h"
+#include "tool/omci/attributes.h"
+#include "tool/omci/statistics.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/parse.h"
+
+namespace gponflow::omci::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+struct created {
+    uint16_t class_id;
+    uint16_t instance;
+    std::string content;
+};
+
+// A line with a mapper and two services, in the order of an OLT.
+const std::vector<created> instances = {
+    {280, 1, "001312d0 00bebc20 00010000 00020000 00 00 00 00"},
+    {268, 1, "0401 8000 03 0003 0001 0000 0000 00"},
+    {268, 3, "041a 8001 03 0000 0000 0000 0000 00"},
+    {266, 0x11, "0001 01 0001 0000 0001"},
+    {266, 0x21, "0003 05 0002 0000 0001"},
+    {130, 1, "ffff 0011 0011 0011 0011 0011 0011 0011 ffff 01 00 00"},
+    {45, 1, "00 01 01 8000 1400 0200 0f00 00 ff 0000012c"},
+    {45, 2, "00 01 01 8000 1400 0200 0f00 00 ff 0000012c"},
+    {47, 0x0101, "0001 01 01 0101 0000 0001 00 00 00 00"},
+    {47, 0x1001, "0001 02 03 0001 0000 0001 00 00 00 00"},
+    {47, 0x0201, "0002 01 01 0102 0000 0001 00 00 00 00"},
+    {47, 0x2001, "0002 02 05 0021 0000 0001 00 00 00 00"},
+    {84, 0x1001, "0064" + std::string(44, '0') + "0f 01"},
+    {84, 0x2001, "a12c" + std::string(44, '0') + "14 01"},
+};
+
+std::string hex_word(unsigned number)
+{
+    char text[8];
+    std::snprintf(text, sizeof(text), "%04x ", number & 0xffff);
+    return text;
+}
+
+void add_bring_up(line& to)
+{
+    to.done(mib_reset, 2, 0);
+    to.done(set, 262, 0x8000, "a000 0400 01").done(set, 262, 0x8001, "a000 0401 01");
+    for (const created& one : instances)
+        to.done(create, one.class_id, one.instance, one.content);
+}
+
+// The ONU reports its own instances too, and T-CONTs that the OLT does not use.
+void add_upload(line& to)
+{
+    uint16_t number = 0;
+    const auto part = [&](uint16_t class_id, uint16_t instance, unsigned mask,
+                          const std::string& values) {
+        to.answered(mib_upload_next, 2, 0, hex_word(number++),
+                    hex_word(class_id) + hex_word(instance) + hex_word(mask) + values);
+    };
+    const auto parts = static_cast<unsigned>(instances.size() + 7);
+    to.answered(mib_upload, 2, 0, "", hex_word(parts));
+    part(11, 0x0101, 0x8000, "00");
+    part(11, 0x0102, 0x8000, "00");
+    part(277, 0x8000, 0x0700, "80000000 8000 01");
+    part(262, 0x8000, 0xe000, "0400 01 01");
+    part(262, 0x8001, 0xe000, "0401 01 01");
+    part(262, 0x8002, 0xe000, "ffff 01 01");
+    part(5, 0x0101, 0xc000, "18 18");
+    for (const created& one : instances)
+        part(one.class_id, one.instance, set_by_create_mask(*find_attribute_class(one.class_id)),
+             one.content);
+}
+
+line_model model_of(const line& session)
+{
+    const parse_result parsed = parse_scenario(session.converted().scenario, "x.scn");
+    EXPECT_TRUE(parsed.errors.empty());
+    return final_entities(parsed.input);
+}
+
+TEST(omci_upload, gives_the_line_of_the_bring_up)
+{
+    line bring_up;
+    add_bring_up(bring_up);
+    line later;
+    add_upload(later);
+    const line_model left = model_of(bring_up);
+    const line_model right = model_of(later);
+    EXPECT_EQ(left.all().size(), instances.size() + 5); // and T-CONTs, UNIs and a queue
+    const line_difference difference = difference_of(left, right);
+    std::ostringstream text;
+    print_difference(difference, left, right, text);
+    EXPECT_TRUE(difference.empty()) << text.str();
+    for (const me_instance* one : left.all())
+        for (const me_pointer& pointer : left.pointers(*one))
+            EXPECT_EQ(left.state(pointer), right.state(pointer)) << to_text(one->id);
+}
+
+TEST(omci_upload, commands_after_it_act_on_its_instances)
+{
+    line later;
+    add_upload(later);
+    later.done(set, 84, 0x2001, "4000 10").done(delete_me, 84, 0x1001);
+    const line_model model = model_of(later);
+    EXPECT_EQ(model.find({84, 0x1001}), nullptr);
+    EXPECT_EQ(model.find({84, 0x2001})->as<gpon_raw_vtfd>().forwardOperation, 0x10);
+    EXPECT_EQ(model.find({84, 0x2001})->as<gpon_raw_vtfd>().vlanFilterList[0], 0xa12c);
+}
+
+// The upload after a reset lists what the ONU creates itself.
+TEST(omci_upload, after_a_reset_adds_no_command)
+{
+    line session;
+    session.done(mib_reset, 2, 0);
+    add_upload(session);
+    EXPECT_THAT(session.commands(),
+                ElementsAre("config related_port_boundary=0x80000000", "clean"));
+}
+
+TEST(omci_upload, instances_that_are_not_mirrored_are_counted_by_class)
+{
+    line later;
+    add_upload(later);
+    const conversion result = later.converted();
+    EXPECT_EQ(result.counts.uploads.unmirrored.at(5).attributes, 2u);
+    EXPECT_EQ(result.counts.uploads.missing, 0u);
+    EXPECT_THAT(result.scenario, HasSubstr("# Uploaded, not mirrored: 5 "));
+    EXPECT_THAT(result.scenario, HasSubstr(": 1 instance, 2 attributes\n"));
+    EXPECT_THAT(result.scenario, HasSubstr("# Uploaded, left to the module, which creates it for "
+                                           "pointers: 277 "));
+    EXPECT_THAT(result.scenario, Not(HasSubstr("T_CONT 0x8002")));
+}
+
+TEST(omci_upload, missing_parts_are_counted)
+{
+    line later;
+    add_upload(later);
+    later.frames.resize(later.frames.size() - 4);
+    const conversion result = later.converted();
+    EXPECT_EQ(result.counts.uploads.missing, 2u);
+    EXPECT_THAT(result.scenario, HasSubstr("# Parts of the MIB upload that were not captured: 2"));
+}
+
+numbered_message at_time(size_t frame, uint64_t time, const bytes& from)
+{
+    return {frame, *decode_message(from).msg, time};
+}
+
+TEST(omci_statistics, show_times_repetitions_and_silence)
+{
+    const bytes asked = baseline(1, request_bit, get, 256, 0, "8000");
+    const bytes reply = baseline(1, response_bit, get, 256, 0, "00");
+    const bytes slow = baseline(2, request_bit, set, 84, 1, "8000");
+    const bytes slow_reply = baseline(2, response_bit, set, 84, 1, "00");
+    const bytes silent = baseline(3, request_bit, create, 84, 2);
+    const std::vector<numbered_message> messages = {
+        at_time(1, 1000, asked), at_time(2, 3000, reply),      at_time(3, 5000, slow),
+        at_time(4, 6000, slow),  at_time(5, 9000, slow_reply), at_time(6, 9500, silent)};
+    const response_statistics found = statistics_of(pair_messages(messages));
+    EXPECT_EQ(found.requests, 3u);
+    EXPECT_EQ(found.answered, 2u);
+    EXPECT_EQ(found.longest, 4000u);
+    EXPECT_EQ(found.slowest.frame, 3u);
+    ASSERT_EQ(found.repeated.size(), 1u);
+    EXPECT_THAT(found.repeated[0].text, HasSubstr("repeated 1 time"));
+    ASSERT_EQ(found.unanswered.size(), 1u);
+    EXPECT_EQ(found.unanswered[0].frame, 6u);
+}
+
+TEST(omci_statistics, a_capture_without_times_has_none)
+{
+    line session;
+    session.done(mib_reset, 2, 0);
+    const capture cap = session.captured();
+    EXPECT_FALSE(statistics_of(pair_messages(cap.messages)).median);
+}
+
+} // namespace
+} // namespace gponflow::omci::test

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/answer_output.h"
+
+#include <algorithm>
+#include <ostream>
+#include <set>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/capture/capture_file.h"
+#include "tool/explain/decision_texts.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_output.h"
+#include "tool/model/instance_json.h"
+#include "tool/text/text_table.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr size_t most_branches = 3;
+
+std::string frame_title(const line_answer& answer)
+{
+    if (answer.question.capture.empty())
+        return "frame";
+    return "frame " + std::to_string(answer.question.number) + " of " +
+           capture_title(answer.question.capture);
+}
+
+// The path of the frame, and the branches that ended at a fault.
+std::set<size_t> shown_steps(const explanation& half, std::optional<uint16_t> bridge)
+{
+    std::set<size_t> shown;
+    const walk_story& story = half.story;
+    for (size_t i = 0; i < story.steps.size(); ++i)
+        if (story.steps[i].passed || story.replayed)
+            shown.insert(i);
+    if (!shown.empty())
+        return shown;
+    const std::vector<fault> faults =
+        faults_of(story, half.entities, read_header(frame_at_hook(half)), bridge);
+    for (size_t i = 0; i < std::min(most_branches, faults.size()); ++i)
+        for (const size_t step : branch_to(story, faults[i].step))
+            shown.insert(step);
+    return shown;
+}
+
+std::string plural_of(uint16_t class_id)
+{
+    if (class_id == me_class::mbpcd)
+        return "port";
+    return class_id == me_class::gemiw ? "GEM interworking point" : class_text(class_id);
+}
+
+// "61 ports of other bridges: their VLAN filters drop the frame".
+std::string folded_text(size_t count, const walk_step& step, bool other_bridge)
+{
+    const std::string reason = count > 1 ? plural_reason(step.dead_end) : step.dead_end;
+    // Reasons that name the ports themselves.
+    if (step.dead_end.starts_with("a port "))
+        return std::to_string(count) + " " + (count > 1 ? reason : reason.substr(2));
+    const std::string where = !other_bridge ? ""
+                              : count > 1   ? " of other bridges"
+                                            : " of another bridge";
+    return counted(count, plural_of(step.at.class_id)) + where + ": " + reason;
+}
+
+struct folded_branches {
+    const walk_step* first;
+    bool other_bridge;
+    size_t count;
+};
+
+std::vector<folded_branches> fold(const explanation& half, const std::set<size_t>& shown,
+                                  std::optional<uint16_t> bridge)
+{
+    std::vector<folded_branches> groups;
+    for (size_t i = 0; i < half.story.steps.size(); ++i) {
+        const walk_step& step = half.story.steps[i];
+        if (step.dead_end.empty() || shown.contains(i))
+            continue;
+        const bool other = step.at.class_id == me_class::mbpcd && bridge &&
+                           bridge_of_step(half.story, half.entities, i) != bridge;
+        const auto known = std::ranges::find_if(groups, [&](const folded_branches& one) {
+            return one.first->at.class_id == step.at.class_id &&
+                   one.first->dead_end == step.dead_end &&
+                   (one.other_bridge == other || step.dead_end.starts_with("a port "));
+        });
+        if (known == groups.end())
+            groups.push_back({&step, other, 1});
+        else
+            ++known->count;
+    }
+    return groups;
+}
+
+void print_half(const explanation& half, std::optional<uint16_t> bridge, std::ostream& out,
+                const palette& colours)
+{
+    out << '\n' << colours.heading(kind_title(half.input.options.kind));
+    out << (half.story.replayed ? ", by the rule of an earlier frame" : "") << '\n';
+    print_tagging({{}, half.tagging.steps, {}, half.tagging.discarded}, out, colours);
+    if (half.tagging.discarded)
+        return;
+    const std::set<size_t> shown = shown_steps(half, bridge);
+    for (const size_t i : shown)
+        print_step(half.story.steps[i], half.story.replayed, half.entities, out, colours);
+    if (shown.empty() && half.input.options.kind == 2)
+        out << "  every frame passes: this half is not walked\n";
+    if (half.input.options.kind == 3)
+        print_leaving(half, out, colours);
+    const char* title = "  not taken: ";
+    for (const folded_branches& one : fold(half, shown, bridge)) {
+        out << std::exchange(title, "             ")
+            << folded_text(one.count, *one.first, one.other_bridge) << '\n';
+    }
+}
+
+void print_places(const verdict& result, const line_model& entities, const std::string& file,
+                  std::ostream& out)
+{
+    for (size_t i = 0; i < std::min(most_branches, result.faults.size()); ++i)
+        if (const me_instance* me = entities.find(result.faults[i].where); me && me->line != 0)
+            out << to_text(me->id) << " is written in " << file << ":" << me->line << ".\n";
+}
+
+std::string_view kind_name(uint32_t kind)
+{
+    constexpr std::string_view names[] = {"up_uni", "up_ani", "down_uni", "down_ani"};
+    return kind < std::size(names) ? names[kind] : "other";
+}
+
+json faults_json(const verdict& result, const line_model& entities)
+{
+    json faults = json::array();
+    for (const fault& one : result.faults) {
+        json entry = id_json(one.where);
+        entry["reason"] = one.reason;
+        if (const me_instance* me = entities.find(one.where)) {
+            entry["line"] = me->line;
+            entry["attributes"] = attributes_json(*me);
+        }
+        faults.push_back(std::move(entry));
+    }
+    return faults;
+}
+
+json half_json(const explanation& half)
+{
+    json steps = json::array();
+    for (const walk_step& step : half.story.steps) {
+        json entry = id_json(step.at);
+        entry["depth"] = step.depth;
+        entry["passed"] = step.passed;
+        entry["decisions"] = step.decisions;
+        if (!step.dead_end.empty())
+            entry["dead_end"] = step.dead_end;
+        steps.push_back(std::move(entry));
+    }
+    return {{"kind", kind_name(half.input.options.kind)},
+            {"outcome", name_of(verdict_of(half).outcome)},
+            {"replayed", half.story.replayed},
+            {"learnt", half.story.learnt},
+            {"tagging", tagging_json(half.tagging)},
+            {"steps", std::move(steps)}};
+}
+
+json answer_json(const std::string& file, const captured_frame& frame, const verdict& result,
+                 const std::vector<explanation>& halves)
+{
+    json whole = json_document("explain");
+    whole["scenario"] = file;
+    whole["frame"] = header_json(read_header(frame));
+    whole["outcome"] = name_of(result.outcome);
+    whole["sentence"] = result.sentence;
+    whole["notes"] = result.notes;
+    whole["faults"] = faults_json(result, halves.back().entities);
+    const explanation& last = halves.back();
+    if (result.outcome == line_outcome::passed && last.input.options.kind == 1)
+        whole["gem_port"] = last.answer->gem;
+    json parts = json::array();
+    for (const explanation& half : halves)
+        parts.push_back(half_json(half));
+    whole["halves"] = std::move(parts);
+    return whole;
+}
+
+} // namespace
+
+void print_answer(const line_answer& answer, const std::string& file, std::ostream& out,
+                  const palette& colours)
+{
+    const verdict result = verdict_of(answer);
+    out << frame_title(answer) << ": " << header_text(read_header(answer.frame)) << '\n';
+    out << (result.outcome == line_outcome::passed ? colours.good(result.sentence)
+                                                   : colours.bad(result.sentence))
+        << '\n';
+    print_places(result, answer.halves.back().entities, file, out);
+    for (const std::string& note : result.notes)
+        out << note << '\n';
+    if (result.outcome == line_outcome::not_classified)
+        return;
+    for (const explanation& half : answer.halves)
+        print_half(half, answer.bridge, out, colours);
+}
+
+void print_answer_json(const line_answer& answer, const std::string& file, std::ostream& out)
+{
+    json whole = answer_json(file, answer.frame, verdict_of(answer), answer.halves);
+    if (answer.question.uni)
+        whole["from_uni"] = *answer.question.uni;
+    if (answer.question.gem)
+        whole["from_gem_port"] = *answer.question.gem;
+    if (answer.bridge)
+        whole["bridge"] = *answer.bridge;
+    print_json(whole, out);
+}
+
+void print_explanation_json(const explanation& explained, const std::string& file,
+                            std::ostream& out)
+{
+    print_json(answer_json(file, explained.input.frame, verdict_of(explained), {explained}), out);
+}
+
+} // namespace gponflow

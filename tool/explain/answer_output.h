@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The answer to a question as text and as JSON.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "tool/explain/verdict.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+/// Prints the frame, one sentence with the outcome, the commands of the scenario that wrote the
+/// entities at fault, and the path. Branches that the frame did not take are counted by reason.
+/// `file` is the name of the scenario.
+void print_answer(const line_answer& answer, const std::string& file, std::ostream& out,
+                  const palette& colours = {});
+
+/// Prints the document gponflow-explain-1.
+void print_answer_json(const line_answer& answer, const std::string& file, std::ostream& out);
+
+/// The same for a single hook call.
+void print_explanation_json(const explanation& explained, const std::string& file,
+                            std::ostream& out);
+
+} // namespace gponflow

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/fault.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "include/tp_types.h"
+#include "tool/explain/decision_texts.h"
+#include "tool/explain/filter_words.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr size_t most_named = 3;
+
+const me_instance* related_instance(const line_model& entities, me_id from, uint16_t class_id)
+{
+    const std::vector<me_id> all = entities.related(from, class_id);
+    return all.empty() ? nullptr : entities.find(all.front());
+}
+
+std::optional<uint16_t> outer_tci(const frame_header& header)
+{
+    return header.tags.empty() ? std::nullopt : std::optional(header.tags.front().tci);
+}
+
+std::string of_bridge(std::optional<uint16_t> bridge)
+{
+    return bridge ? " of bridge " + std::to_string(*bridge) : "";
+}
+
+class fault_finder {
+public:
+    fault_finder(const walk_story& story, const line_model& entities, const frame_header& header,
+                 std::optional<uint16_t> bridge)
+        : story_(story), entities_(entities), header_(header), bridge_(bridge)
+    {
+    }
+
+    std::vector<fault> find() const
+    {
+        std::vector<size_t> furthest;
+        for (size_t i = 0; i < story_.steps.size(); ++i) {
+            if (story_.steps[i].dead_end.empty())
+                continue;
+            if (!furthest.empty() && reach(i) > reach(furthest.front()))
+                furthest.clear();
+            if (furthest.empty() || reach(i) == reach(furthest.front()))
+                furthest.push_back(i);
+        }
+        std::vector<fault> result;
+        for (const size_t step : furthest) {
+            fault one = fault_at(step);
+            // The branches of a mapper end for the same reason.
+            if (std::ranges::find(result, one.reason, &fault::reason) == result.end())
+                result.push_back(std::move(one));
+        }
+        return result;
+    }
+
+private:
+    // A port on the other side is no place where a frame could have continued.
+    bool on_other_side(const walk_step& step) const
+    {
+        return step.dead_end == side_text(entities_, step.at) &&
+               step.at.class_id == me_class::mbpcd &&
+               gpon::bridge_port_tp(entities_.find(step.at)
+                                        ? entities_.find(step.at)->as<gpon_raw_mbpcd>().tpType
+                                        : uint8_t{0})
+                       .side != tp_side::none;
+    }
+
+    const me_instance* filter_of(const walk_step& step) const
+    {
+        const bool filtered = step.dead_end == filter_drops || step.dead_end == filter_on_uni_side;
+        return filtered ? related_instance(entities_, step.at, me_class::vtfd) : nullptr;
+    }
+
+    std::tuple<bool, bool, bool, size_t, bool> reach(size_t i) const
+    {
+        const walk_step& step = story_.steps[i];
+        const me_instance* filter = filter_of(step);
+        const bool same_vlan = filter && !header_.tags.empty() &&
+                               lists_vlan(filter->as<gpon_raw_vtfd>(), header_.tags[0].vlan());
+        return {!bridge_ || bridge_of_step(story_, entities_, i) == bridge_,
+                entities_.find(step.at) != nullptr, !on_other_side(step), step.depth, same_vlan};
+    }
+
+    fault no_port(size_t i, uint16_t bridge) const
+    {
+        const me_id profile{me_class::mbsp, bridge};
+        const char* side = story_.fwd_flag == 4 ? "UNI" : "ANI";
+        return {profile, to_text(profile) + " has no port on the " + side + " side", i};
+    }
+
+    fault fault_at(size_t i) const
+    {
+        const walk_step& step = story_.steps[i];
+        const std::optional<uint16_t> bridge = bridge_of_step(story_, entities_, i);
+        if (bridge && on_other_side(step))
+            return no_port(i, *bridge);
+        if (const me_instance* filter = filter_of(step))
+            return {filter->id, filter_reason(*filter, step, bridge), i};
+        if (step.dead_end == not_selected)
+            if (const me_instance* mapper = related_instance(entities_, step.at, me_class::mapper))
+                return {mapper->id, mapper_reason(*mapper, bridge), i};
+        return {step.at, to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i};
+    }
+
+    std::string filter_reason(const me_instance& filter, const walk_step& step,
+                              std::optional<uint16_t> bridge) const
+    {
+        const auto me = filter.as<gpon_raw_vtfd>();
+        const std::string name = to_text(filter.id) + of_bridge(bridge);
+        if (step.dead_end == filter_on_uni_side)
+            return name + " is on the UNI side, where it drops every frame";
+        return name + " (forwardOperation " + hex_text(me.forwardOperation, 2) + ") " +
+               refusal_words(me, outer_tci(header_));
+    }
+
+    std::string mapper_reason(const me_instance& mapper, std::optional<uint16_t> bridge) const
+    {
+        const auto me = mapper.as<gpon_raw_mapper>();
+        const std::string name = to_text(mapper.id) + of_bridge(bridge);
+        if (header_.tags.empty())
+            return name + " has no GEM IW TP for untagged frames (unmark_frame_opt " +
+                   std::to_string(me.unmark_frame_opt) + ", defaultPbit " +
+                   std::to_string(me.defaultPbit) + ")";
+        const unsigned priority = header_.tags[0].priority();
+        const uint16_t target = me.pbit_GemIWTP[priority];
+        std::string reason = name + " has no GEM IW TP for priority " + std::to_string(priority) +
+                             " (pbit_GemIWTP " + hex_text(target);
+        const me_id gem_iw{me_class::gemiw, target};
+        if (target != 0xffff)
+            reason += entities_.find(gem_iw) ? ", not linked" : ", which does not exist";
+        return reason + ")";
+    }
+
+    const walk_story& story_;
+    const line_model& entities_;
+    const frame_header& header_;
+    std::optional<uint16_t> bridge_;
+};
+
+} // namespace
+
+std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
+                             const frame_header& header, std::optional<uint16_t> bridge)
+{
+    return fault_finder(story, entities, header, bridge).find();
+}
+
+std::string drop_reason(const walk_story& story, const line_model& entities,
+                        const frame_header& header, std::optional<uint16_t> bridge)
+{
+    const std::vector<fault> faults = faults_of(story, entities, header, bridge);
+    std::string text;
+    for (size_t i = 0; i < std::min(most_named, faults.size()); ++i)
+        text += (i ? "; " : "") + faults[i].reason;
+    if (faults.size() > most_named)
+        text += "; and " + std::to_string(faults.size() - most_named) + " more branches";
+    if (!text.empty())
+        return text;
+    if (story.steps.empty())
+        return "no managed entity takes frames of this kind";
+    return "a path exists, but the frame was not sent on it";
+}
+
+std::optional<uint16_t> bridge_of(const line_model& entities, me_id port)
+{
+    const me_instance* me = port.class_id == me_class::mbpcd ? entities.find(port) : nullptr;
+    return me ? std::optional(me->as<gpon_raw_mbpcd>().bridgeID) : std::nullopt;
+}
+
+std::optional<uint16_t> bridge_of_step(const walk_story& story, const line_model& entities,
+                                       size_t step)
+{
+    for (const size_t at : branch_to(story, step)) {
+        if (story.steps[at].at.class_id == me_class::mbsp)
+            return story.steps[at].at.instance;
+        if (const auto bridge = bridge_of(entities, story.steps[at].at))
+            return bridge;
+    }
+    return {};
+}
+
+} // namespace gponflow

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A question about a frame in the terms of the line: where it enters, and its tags.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/explain/explain_frame.h"
+
+namespace gponflow {
+
+/// A tag as asked for.
+struct asked_tag {
+    uint16_t vlan = 0;
+    uint8_t priority = 0;
+};
+
+struct frame_question {
+    std::optional<uint16_t> uni; ///< upstream: the port number, the last byte of the instance id
+    std::optional<uint16_t> gem; ///< downstream: the number of the GEM port on the fibre
+    std::string capture;         ///< the frame itself; empty: built from the fields below
+    size_t number = 1;           ///< of the frame in the capture, from 1
+    std::string source;          ///< MAC address; empty: 02:00:00:00:00:02
+    std::string destination;     ///< MAC address; empty: 02:00:00:00:00:01
+    std::optional<asked_tag> outer;
+    std::optional<asked_tag> inner;
+    uint16_t tpid = 0x8100;      ///< of the outer tag
+    uint16_t ethertype = 0x0800; ///< behind the tags
+    uint8_t dscp = 0;
+};
+
+/// The frame that is asked about. Throws std::runtime_error with the reason.
+captured_frame frame_of(const frame_question& question);
+
+/// A UNI of a line.
+struct uni_port {
+    uint16_t number = 0;
+    me_id where; ///< a PPTP Ethernet UNI or a VEIP
+};
+
+/// In the order of the module, which takes the first one with a number.
+std::vector<uni_port> uni_ports(const line_model& entities);
+
+/// The path of one frame from the UNI to the GEM port, or back.
+struct line_answer {
+    frame_question question;
+    captured_frame frame;
+    std::vector<explanation> halves; ///< one for each hook call; the first drop ends them
+    std::optional<uint16_t> bridge;  ///< that the first half leads into
+};
+
+/// Sends the frame through the hook calls of its direction. Throws std::runtime_error if the
+/// question names no entry of the line.
+line_answer answer_question(const frame_question& question, explain_session& session);
+
+} // namespace gponflow

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/verdict.h"
+
+#include <algorithm>
+
+#include "platform/api/platform_hook.h"
+#include "tool/explain/decision_texts.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_entry.h"
+#include "tool/model/carry.h"
+
+namespace gponflow {
+
+namespace {
+
+std::string entry_text(const frame_question& question)
+{
+    return question.uni ? "UNI " + std::to_string(*question.uni)
+                        : "GEM port " + std::to_string(*question.gem);
+}
+
+std::string bridge_text(std::optional<uint16_t> bridge)
+{
+    return bridge ? "bridge " + std::to_string(*bridge) : "no bridge";
+}
+
+// "T_CONT 0x8000, PRIORITY_QUEUE 0x0003", as far as they are known.
+std::string scheduling_of(uint16_t gem, const line_model& entities)
+{
+    for (const me_instance& one : entities.instances(me_class::gemctp)) {
+        const auto ctp = one.as<gpon_raw_gemctp>();
+        if (ctp.portID != gem)
+            continue;
+        std::string text;
+        if (ctp.tcontID != 0)
+            text = " (" + to_text(me_id{me_class::tcont, ctp.tcontID});
+        if (ctp.trafficMgrPtrUp != 0)
+            text +=
+                (text.empty() ? " (" : ", ") + to_text(me_id{me_class::pq, ctp.trafficMgrPtrUp});
+        return text.empty() ? text : text + ")";
+    }
+    return {};
+}
+
+// The UNIs behind the ports of a bridge.
+std::string unis_of(uint16_t bridge, const line_model& entities)
+{
+    std::string text;
+    for (const uni_port& uni : uni_ports(entities))
+        for (const me_instance& port : entities.instances(me_class::mbpcd)) {
+            const auto me = port.as<gpon_raw_mbpcd>();
+            const bool leads = me.tpPointer == uni.where.instance &&
+                               me.tpType == (uni.where.class_id == me_class::pptp ? 1 : 11);
+            if (leads && me.bridgeID == bridge)
+                text += (text.empty() ? "" : ", ") + std::to_string(uni.number);
+        }
+    return text.empty() ? ", which has no UNI" : ", towards UNI " + text;
+}
+
+std::string passed_sentence(const line_answer& answer)
+{
+    const explanation& last = answer.halves.back();
+    std::string text = "The frame passes from " + entry_text(answer.question) +
+                       (answer.question.uni ? " through " : " into ") + bridge_text(answer.bridge);
+    if (answer.question.uni)
+        text += " to GEM port " + std::to_string(last.answer->gem) +
+                scheduling_of(last.answer->gem, last.entities);
+    else if (answer.bridge)
+        text += unis_of(*answer.bridge, last.entities);
+    return text + ".";
+}
+
+std::string engine_sentence(const explanation& half)
+{
+    return half.answer ? "The frame is not classified: the engine is disabled (hook kind=switch "
+                         "param=1 enables it)."
+                       : "The frame is not classified: the module is not loaded.";
+}
+
+void note_bridge(const line_answer& answer, verdict& into)
+{
+    const explanation& last = answer.halves.back();
+    if (answer.halves.size() < 2 || !answer.question.uni)
+        return;
+    for (const walk_step& step : last.story.steps) {
+        const auto bridge = step.passed ? bridge_of(last.entities, step.at) : std::nullopt;
+        if (!bridge || bridge == answer.bridge)
+            continue;
+        into.notes.push_back("The frame entered " + bridge_text(answer.bridge) +
+                             " and leaves from " + bridge_text(bridge) +
+                             ": the hook call that chooses the GEM port does not know the UNI.");
+        return;
+    }
+}
+
+void note_capture(const line_answer& answer, verdict& into)
+{
+    if (read_header(answer.frame).cut)
+        into.notes.push_back("The capture holds " + std::to_string(answer.frame.data.size()) +
+                             " of the " + std::to_string(answer.frame.wire_length) +
+                             " bytes of the frame: the outcome is that of the captured part.");
+    for (const explanation& half : answer.halves)
+        if (half.lines_lost || half.others_mixed || half.story.inconsistent) {
+            into.notes.emplace_back("Lines of the kernel log were lost, or other frames arrived "
+                                    "at the same time: the path may be incomplete.");
+            return;
+        }
+}
+
+void note_tagging(const explanation& half, verdict& into)
+{
+    for (const tag_gap& gap : gaps_of(half)) {
+        const std::string note = to_text(gap.operation) +
+                                 ": an operation exists here and was not applied: " + gap.why + ".";
+        if (std::ranges::find(into.notes, note) == into.notes.end())
+            into.notes.push_back(note);
+    }
+}
+
+void note_unfiltered(const line_answer& answer, verdict& into)
+{
+    const explanation& first = answer.halves.front();
+    const bool multicast = first.input.options.multicast != 0;
+    if (multicast && !first.story.replayed && !answer.bridge)
+        into.notes.emplace_back("No branch leads into a bridge, but the frame passes: a frame of a "
+                                "multicast GEM port is dropped neither by a filter nor for lack of "
+                                "a bridge.");
+}
+
+line_outcome outcome_of(const explanation& half)
+{
+    if (!half.answer || !half.story.ran)
+        return line_outcome::not_classified;
+    return half.answer->api_result == 0 ? line_outcome::passed : line_outcome::dropped;
+}
+
+verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
+                   const std::string& subject)
+{
+    verdict result;
+    result.outcome = outcome_of(half);
+    if (result.outcome == line_outcome::not_classified) {
+        result.sentence = engine_sentence(half);
+    } else if (result.outcome == line_outcome::dropped) {
+        if (half.tagging.discarded) {
+            const tag_step& last = half.tagging.steps.back();
+            result.faults = {{last.operation, discard_text(half.tagging), 0}};
+            result.sentence =
+                subject + " is dropped: the tagging operation " + discard_text(half.tagging) + ".";
+            return result;
+        }
+        const frame_header header = read_header(frame_at_hook(half));
+        result.faults = faults_of(half.story, half.entities, header, bridge);
+        result.sentence = subject +
+                          " is dropped: " + drop_reason(half.story, half.entities, header, bridge) +
+                          "; the frame has " + tags_text(header) + ".";
+    } else {
+        result.sentence = subject + " passes.";
+    }
+    return result;
+}
+
+} // namespace
+
+verdict verdict_of(const explanation& half)
+{
+    return verdict_of(half, {}, "The frame");
+}
+
+verdict verdict_of(const line_answer& answer)
+{
+    verdict result = verdict_of(answer.halves.back(), answer.bridge,
+                                "The frame from " + entry_text(answer.question));
+    if (result.outcome == line_outcome::passed) {
+        result.sentence = passed_sentence(answer);
+        note_bridge(answer, result);
+        note_unfiltered(answer, result);
+    }
+    note_capture(answer, result);
+    for (const explanation& half : answer.halves)
+        note_tagging(half, result);
+    return result;
+}
+
+std::string_view name_of(line_outcome outcome)
+{
+    switch (outcome) {
+    case line_outcome::passed:
+        return "passed";
+    case line_outcome::dropped:
+        return "dropped";
+    default:
+        return "not classified";
+    }
+}
+
+} // namespace gponflow

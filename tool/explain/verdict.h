@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The outcome of a question in words.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/explain/fault.h"
+#include "tool/explain/question.h"
+
+namespace gponflow {
+
+enum class line_outcome { passed, dropped, not_classified };
+
+struct verdict {
+    line_outcome outcome = line_outcome::passed;
+    std::string sentence;           ///< one sentence with a full stop
+    std::vector<fault> faults;      ///< of a drop
+    std::vector<std::string> notes; ///< one sentence each
+};
+
+verdict verdict_of(const line_answer& answer);
+
+/// The same for one hook call, of which only the outcome and the reason are known.
+verdict verdict_of(const explanation& half);
+
+/// "passed", "dropped", "not classified".
+std::string_view name_of(line_outcome outcome);
+
+} // namespace gponflow

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// T-CONTs with their GEM ports, queues and rates.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+#include "tool/model/line_model.h"
+#include "tool/text/json_document.h"
+
+namespace gponflow {
+
+/// "1.244 Gbit/s" for a rate in bytes per second, as traffic descriptors have it (G.988 9.2.12).
+std::string rate_text(uint64_t bytes_per_second);
+
+/// Prints each T-CONT with the GEM ports on it, and GEM ports without a T-CONT.
+void print_bandwidth_tree(const line_model& line, std::ostream& out);
+
+/// The same as an array.
+json bandwidth_json(const line_model& line);
+
+} // namespace gponflow

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/model/instance_json.h"
+
+#include <nlohmann/json.hpp>
+
+namespace gponflow {
+
+namespace {
+
+unsigned value_at(const me_instance& me, size_t at, size_t width)
+{
+    unsigned value = 0;
+    for (size_t i = width; i-- > 0;)
+        value = value << 8 | (at + i < me.raw.size() ? me.raw[at + i] : 0u);
+    return value;
+}
+
+} // namespace
+
+json id_json(me_id id)
+{
+    const class_record* known = find_me_class(id.class_id);
+    return {
+        {"class", known ? known->name : ""}, {"class_id", id.class_id}, {"instance", id.instance}};
+}
+
+json attributes_json(const me_instance& me)
+{
+    json result = json::object();
+    const class_record* record = find_me_class(me.id.class_id);
+    if (record == nullptr)
+        return result;
+    for (const gpon_me_field& field : record->fields) {
+        json values = json::array();
+        for (size_t i = 0; i < field.count; ++i)
+            values.push_back(value_at(me, field.offset + i * field.width, field.width));
+        result[std::string(field.name)] = field.count == 1 ? values.front() : std::move(values);
+    }
+    return result;
+}
+
+} // namespace gponflow

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Managed entities as parts of JSON documents.
+#pragma once
+
+#include "tool/model/line_model.h"
+#include "tool/text/json_document.h"
+
+namespace gponflow {
+
+/// {"class": "GEM_PORT_CTP", "class_id": 268, "instance": 1}; the name of an unknown class is
+/// empty.
+json id_json(me_id id);
+
+/// The attributes of the raw record, name to number or array.
+json attributes_json(const me_instance& me);
+
+} // namespace gponflow

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A MIB upload: the report of the ONU about all of its instances (G.988 clauses A.1.5 and A.2.13).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "tool/omci/mib.h"
+
+namespace gponflow::omci {
+
+/// Uploaded instances of a class that the module does not mirror.
+struct upload_count {
+    std::set<uint16_t> instances;
+    size_t attributes = 0;
+};
+
+/// What the uploads of a capture contain.
+struct upload_summary {
+    size_t parts = 0;                              ///< responses with instances
+    size_t missing = 0;                            ///< announced, but not captured
+    std::map<uint16_t, upload_count> unmirrored;   ///< by class
+    std::map<uint16_t, size_t> left_to_the_module; ///< instances by class, see upload_lines
+};
+
+/// Follows one upload: its announced number of parts, and those that were captured.
+class upload_tracker {
+public:
+    void begin(std::optional<uint16_t> announced);
+    void part(uint16_t number) { numbers_.insert(number); }
+    /// Parts that were announced and not captured; 0 without an announcement.
+    [[nodiscard]] size_t missing() const;
+
+private:
+    std::optional<uint16_t> announced_;
+    std::set<uint16_t> numbers_;
+};
+
+/// Commands that create the uploaded instances that no command has created yet, targets of pointers
+/// first, and marks them as written. Instances that an ONU creates itself (UNIs, VEIPs, schedulers,
+/// queues) are left to the module, which creates them for the pointers, and so are T-CONTs without
+/// an alloc-ID. They are counted in the summary. Empty if there is nothing to create.
+std::string upload_lines(record_store& store, upload_summary& counts);
+
+} // namespace gponflow::omci

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/report_json.h"
+
+#include <nlohmann/json.hpp>
+
+#include "tool/model/instance_json.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr std::array<const char*, 4> kinds = {"up_uni", "up_ani", "down_uni", "down_ani"};
+
+const char* name_of(frame_fate fate)
+{
+    switch (fate) {
+    case frame_fate::passed:
+        return "passed";
+    case frame_fate::dropped:
+        return "dropped";
+    default:
+        return "not classified";
+    }
+}
+
+json tags_json(const std::vector<vlan_tag>& tags)
+{
+    json all = json::array();
+    for (const vlan_tag& tag : tags)
+        all.push_back({{"tpid", tag.tpid},
+                       {"tci", tag.tci},
+                       {"vlan", tag.tci & 0xfff},
+                       {"priority", tag.tci >> 13}});
+    return all;
+}
+
+json directions_json(const report_data& data)
+{
+    json all = json::array();
+    for (size_t kind = 0; kind < kinds.size(); ++kind) {
+        const direction_row& row = data.directions.at(kind);
+        all.push_back({{"kind", kinds.at(kind)},
+                       {"frames", row.frames},
+                       {"passed", row.passed},
+                       {"dropped", row.dropped},
+                       {"not_classified", row.untouched},
+                       {"quick", row.quick}});
+    }
+    return all;
+}
+
+json flow_json(const flow_row& flow)
+{
+    json path = json::array();
+    for (const me_id& step : flow.way)
+        path.push_back(id_json(step));
+    return {{"kind", kinds.at(flow.kind)},
+            {"entry", flow.entry},
+            {"source", to_text(flow.key.source)},
+            {"destination", to_text(flow.key.destination)},
+            {"tags", tags_json(flow.key.tags)},
+            {"type", flow.type},
+            {"outcome", name_of(flow.fate)},
+            {"text", flow.outcome},
+            {"frames", flow.frames},
+            {"octets", flow.octets},
+            {"quick", flow.quick},
+            {"first", flow.first},
+            {"path", std::move(path)}};
+}
+
+json drop_json(const drop_row& drop)
+{
+    return {{"kind", kinds.at(drop.kind)},
+            {"tags", tags_json(drop.tags)},
+            {"reason", drop.reason},
+            {"frames", drop.frames},
+            {"first", drop.first}};
+}
+
+} // namespace
+
+void print_report_json(const report_data& data, std::ostream& out)
+{
+    json flows = json::array();
+    for (const flow_row& flow : data.flows)
+        flows.push_back(flow_json(flow));
+    json drops = json::array();
+    for (const drop_row& drop : data.drops)
+        drops.push_back(drop_json(drop));
+    json whole = json_document("report");
+    whole["scenario"] = data.scenario;
+    whole["captures"] = data.captures;
+    whole["directions"] = directions_json(data);
+    whole["flows"] = std::move(flows);
+    whole["flows_left_out"] = data.flows_left_out;
+    whole["drops"] = std::move(drops);
+    whole["drops_left_out"] = data.drops_left_out;
+    print_json(whole, out);
+}
+
+} // namespace gponflow
