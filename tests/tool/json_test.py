@@ -130,6 +130,11 @@ def run_rest(check, full, line, empty):
         check.run(["report", "--json", scenario], 0, "gponflow-report-1")
     check.run(["graph", "--json", line, "--highlight", "kind=up_ani," + FRAME], 0,
               "gponflow-graph-1")
+    for scenario, status in ((full, 0), (empty, 0)):
+        check.run(["watch", "--once", "--json", scenario], status, "gponflow-watch-1", stream=True)
+    tour = str(check.root / "scenarios/tour.scn")
+    check.run(["trace", "outer_vlan=101p0", tour, "--json"], 0, "gponflow-trace-1", stream=True)
+    check.run(["trace", "outer_vlan=101", "missing.scn", "--json"], 2)
     check.run(["set", "enable", "on", "--dry-run", "--json"], 0, "gponflow-commands-1")
     check.run(["clean", "rules", "--dry-run", "--json"], 0, "gponflow-commands-1")
     check.run(["clean", "rules", "--index", "1", "--json"], 2)

@@ -42,7 +42,7 @@ int trace(const trace_request& request)
     try {
         const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
         status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout,
-                                std::cerr, colours_of(1));
+                                std::cerr, colours_of(1), request.limits.json);
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         status = status_unsupported;
@@ -69,6 +69,7 @@ void add_trace_command(CLI::App& app)
             request->limits.seconds = static_cast<decltype(request->limits.seconds)>(seconds);
         },
         UINT32_MAX, 1, "Stop after this time (running kernel only)");
+    sub->add_flag("--json", request->limits.json, "Print one JSON document a line");
     sub->footer(
         "\nExamples:\n"
         "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"

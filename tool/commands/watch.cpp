@@ -22,6 +22,7 @@ namespace {
 struct watch_request {
     live_source source;
     bool once = false;
+    bool json = false;
     unsigned interval = 2;
 };
 
@@ -38,7 +39,7 @@ uint64_t seconds_now()
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
-std::vector<std::string> updated_lines(captured_run& run, rule_watch& watch)
+std::vector<std::string> updated_lines(captured_run& run, rule_watch& watch, bool json)
 {
     const auto answer = run.query("show flow_rule");
     if (!answer)
@@ -47,6 +48,8 @@ std::vector<std::string> updated_lines(captured_run& run, rule_watch& watch)
     if (!table)
         throw refusal("the module printed no rule table");
     watch.update(*table, seconds_now());
+    if (json)
+        return {watch.json_line(seconds_now(), "s")};
     return watch.lines(seconds_now(), "s");
 }
 
@@ -66,10 +69,11 @@ bool wait_for_update(stop_signals& stop, screen& terminal, unsigned interval)
 }
 
 // Updates the table until the user exits.
-void keep_updating(table_lines lines, const std::function<table_lines()>& update, unsigned interval)
+void keep_updating(table_lines lines, const std::function<table_lines()>& update, unsigned interval,
+                   bool json)
 {
     stop_signals stop;
-    if (const std::unique_ptr<screen> terminal = open_screen()) {
+    if (const std::unique_ptr<screen> terminal = json ? nullptr : open_screen()) {
         terminal->show(lines);
         while (!wait_for_update(stop, *terminal, interval))
             terminal->show(update());
@@ -83,13 +87,13 @@ void keep_updating(table_lines lines, const std::function<table_lines()>& update
 int watch_device(const watch_request& request, captured_run& run)
 {
     rule_watch watch;
-    const auto update = [&] { return updated_lines(run, watch); };
+    const auto update = [&] { return updated_lines(run, watch, request.json); };
     // An error of the module is printed before curses takes the terminal.
     table_lines lines = update();
     if (request.once)
         print(lines);
     else
-        keep_updating(std::move(lines), update, request.interval);
+        keep_updating(std::move(lines), update, request.interval, request.json);
     return status_ok;
 }
 
@@ -117,8 +121,9 @@ int watch(const watch_request& request)
     if (!parsed)
         return status;
     const std::unique_ptr<backend> target = make_host_backend();
-    const auto lines = watch_scenario(without_last_unload(*parsed), *target, std::cerr, status);
-    if (lines && request.once)
+    const auto lines =
+        watch_scenario(without_last_unload(*parsed), *target, std::cerr, status, request.json);
+    if (lines && (request.once || request.json))
         print(*lines);
     else if (lines)
         show_until_end(*lines);
@@ -134,6 +139,7 @@ void add_watch_command(CLI::App& app)
     sub->add_option("FILE", request->source.file,
                     "Scenario to run in this process; default: the running kernel");
     sub->add_flag("--once", request->once, "Print the rules once and exit");
+    sub->add_flag("--json", request->json, "Print one JSON document a line for each update");
     add_number(
         *sub, "--interval",
         [request](uint64_t seconds) {

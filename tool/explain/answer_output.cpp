@@ -147,10 +147,10 @@ json faults_json(const verdict& result, const line_model& entities)
     return faults;
 }
 
-json half_json(const explanation& half)
+json steps_json(const walk_story& story)
 {
     json steps = json::array();
-    for (const walk_step& step : half.story.steps) {
+    for (const walk_step& step : story.steps) {
         json entry = id_json(step.at);
         entry["depth"] = step.depth;
         entry["passed"] = step.passed;
@@ -159,12 +159,17 @@ json half_json(const explanation& half)
             entry["dead_end"] = step.dead_end;
         steps.push_back(std::move(entry));
     }
+    return steps;
+}
+
+json half_json(const explanation& half)
+{
     return {{"kind", kind_name(half.input.options.kind)},
             {"outcome", name_of(verdict_of(half).outcome)},
             {"replayed", half.story.replayed},
             {"learnt", half.story.learnt},
             {"tagging", tagging_json(half.tagging)},
-            {"steps", std::move(steps)}};
+            {"steps", steps_json(half.story)}};
 }
 
 json answer_json(const std::string& file, const captured_frame& frame, const verdict& result,
@@ -222,6 +227,25 @@ void print_explanation_json(const explanation& explained, const std::string& fil
                             std::ostream& out)
 {
     print_json(answer_json(file, explained.input.frame, verdict_of(explained), {explained}), out);
+}
+
+void print_trace_json(const traced_frame& traced, std::ostream& out)
+{
+    const walk_story& story = traced.story;
+    json whole = json_document("trace");
+    whole["number"] = traced.number;
+    whole["kind"] = story.fwd_flag == 1   ? "up_ani"
+                    : story.fwd_flag == 2 ? "up_uni"
+                    : story.fwd_flag == 4 ? "down_ani"
+                                          : "down_uni";
+    whole["outcome"] = name_of(story.dropped ? line_outcome::dropped : line_outcome::passed);
+    whole["replayed"] = story.replayed;
+    if (traced.frame)
+        whole["frame"] = header_json(read_header(*traced.frame));
+    if (story.dropped)
+        whole["reason"] = dead_ends_text(story);
+    whole["steps"] = steps_json(story);
+    print_json_line(whole, out);
 }
 
 } // namespace gponflow

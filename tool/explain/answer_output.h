@@ -3,6 +3,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 
 #include "tool/explain/verdict.h"
@@ -19,7 +20,18 @@ void print_answer(const line_answer& answer, const std::string& file, std::ostre
 /// Prints the document gponflow-explain-1.
 void print_answer_json(const line_answer& answer, const std::string& file, std::ostream& out);
 
-/// The same for a single hook call.
+/// A frame of a trace.
+struct traced_frame {
+    uint64_t number; ///< from 1
+    const walk_story& story;
+    const line_model& entities;
+    std::optional<captured_frame> frame; ///< nothing if only the log is known
+};
+
+/// Prints the document gponflow-trace-1 on one line.
+void print_trace_json(const traced_frame& traced, std::ostream& out);
+
+/// As print_answer_json for a single hook call.
 void print_explanation_json(const explanation& explained, const std::string& file,
                             std::ostream& out);
 

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "tool/explain/active_filter.h"
+#include "tool/explain/answer_output.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/replay.h"
 #include "tool/explain/walk_reader.h"
@@ -13,6 +14,7 @@
 #include "tool/live/kernel_log.h"
 #include "tool/live/rule_table.h"
 #include "tool/live/stop_signals.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow {
 
@@ -23,8 +25,8 @@ constexpr int quiet_milliseconds = 200;
 class frame_printer {
 public:
     frame_printer(captured_run& run, const trace_filter& filter, std::ostream& out,
-                  const palette& colours)
-        : run_(run), filter_(filter), out_(out), colours_(colours)
+                  const palette& colours, bool json)
+        : run_(run), filter_(filter), out_(out), colours_(colours), json_(json)
     {
     }
 
@@ -39,6 +41,11 @@ public:
         walk_story story = read_walk(log, entities);
         if (story.replayed)
             name_steps(story);
+        if (json_) {
+            print_trace_json({frames_, story, entities, {}}, out_);
+            out_ << std::flush;
+            return;
+        }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
         print_marked_frame(story, entities, out_, colours_);
         out_ << std::endl;
@@ -60,6 +67,7 @@ private:
     const trace_filter& filter_;
     std::ostream& out_;
     const palette& colours_;
+    bool json_;
     uint64_t frames_ = 0;
 };
 
@@ -79,9 +87,9 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
     const auto start = std::chrono::steady_clock::now();
     stop_signals stop;
     kernel_log log;
-    frame_printer printer(run, filter, out, colours);
+    frame_printer printer(run, filter, out, colours, limits.json);
     walk_splitter splitter([&](const std::string& one) {
-        if (!is_over({limits.frames, 0}, printer.frames(), start))
+        if (!is_over({limits.frames, 0, false}, printer.frames(), start))
             printer.print(one);
     });
     const active_filter active(run, filter);
@@ -107,7 +115,8 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
     }
     // Losses of the queries in between are reported above or irrelevant.
     run.lost_lines();
-    diagnostics << "gponflow: " << printer.frames() << " frames; the filter is off" << std::endl;
+    diagnostics << "gponflow: " << counted(printer.frames(), "frame") << "; the filter is off"
+                << std::endl;
     return status_ok;
 }
 

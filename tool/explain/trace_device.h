@@ -15,6 +15,7 @@ namespace gponflow {
 struct trace_limits {
     uint64_t frames = 0;
     unsigned seconds = 0;
+    bool json = false; ///< one document gponflow-trace-1 a line
 };
 
 /// Follows the running kernel's log and prints the path of each marked frame, until a limit is

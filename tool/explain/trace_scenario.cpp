@@ -3,6 +3,7 @@
 
 #include <ostream>
 
+#include "tool/explain/answer_output.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/replay.h"
 #include "tool/explain/walk_reader.h"
@@ -17,8 +18,9 @@ namespace {
 class tracer final : public captured_run {
 public:
     tracer(backend& target, const trace_filter& filter, uint64_t most, std::ostream& out,
-           const palette& colours)
-        : captured_run(target), filter_(filter), most_(most), out_(out), colours_(colours)
+           const palette& colours, bool as_json)
+        : captured_run(target), filter_(filter), most_(most), out_(out), colours_(colours),
+          json_(as_json)
     {
     }
 
@@ -42,6 +44,10 @@ private:
         explained.story = read_walk(log(), explained.entities, &frame.data);
         if (explained.story.replayed)
             name_steps(explained.story, key);
+        if (json_) {
+            print_trace_json({frames_, explained.story, explained.entities, frame}, out_);
+            return;
+        }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
         print_explanation(explained, out_, colours_);
         out_ << '\n';
@@ -58,6 +64,7 @@ private:
     uint64_t most_;
     std::ostream& out_;
     const palette& colours_;
+    bool json_;
     std::optional<line_model> entities_; ///< current state; queried on demand
     uint64_t frames_ = 0;
     uint64_t marked_ = 0;
@@ -67,11 +74,12 @@ private:
 
 exit_status trace_scenario(const scenario& input, backend& target, const trace_filter& filter,
                            uint64_t most, std::ostream& out, std::ostream& diagnostics,
-                           const palette& colours)
+                           const palette& colours, bool as_json)
 {
-    tracer run(target, filter, most, out, colours);
+    tracer run(target, filter, most, out, colours, as_json);
     const exit_status status = run.run(input, diagnostics);
-    out << run.marked() << " of " << run.frames() << " frames match the filter\n";
+    if (!as_json)
+        out << run.marked() << " of " << run.frames() << " frames match the filter\n";
     return status;
 }
 

@@ -20,7 +20,7 @@ json json_of(me_id id)
             {"instance", id.instance}};
 }
 
-json json_of(const dumped_rule& rule)
+json rule_of(const dumped_rule& rule)
 {
     json tags = json::array();
     for (const vlan_tag& tag : rule.key.tags)
@@ -66,11 +66,16 @@ json json_of(const dumped_instance& one)
 
 } // namespace
 
+json rule_json(const dumped_rule& rule)
+{
+    return rule_of(rule);
+}
+
 void print_rules_json(const rule_table& table, std::ostream& out)
 {
     json rules = json::array();
     for (const dumped_rule& rule : table.rules)
-        rules.push_back(json_of(rule));
+        rules.push_back(rule_of(rule));
     json whole = json_document("rules");
     whole["total"] = table.total;
     whole["buckets"] = table.buckets;

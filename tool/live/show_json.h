@@ -6,10 +6,14 @@
 #include <vector>
 
 #include "tool/live/module_status.h"
+#include "tool/text/json_document.h"
 
 namespace gponflow {
 
-/// One JSON object each, described in docs/tools.md.
+/// One rule as an object.
+json rule_json(const dumped_rule& rule);
+
+/// One JSON document each, described in docs/tools.md.
 void print_rules_json(const rule_table& table, std::ostream& out);
 void print_instances_json(const std::vector<dumped_instance>& all, std::ostream& out);
 void print_status_json(const module_status& status, std::ostream& out);

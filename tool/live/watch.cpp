@@ -2,8 +2,13 @@
 #include "tool/live/watch.h"
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
+#include "tool/live/show_json.h"
+#include "tool/text/json_document.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -69,9 +74,30 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
     return result;
 }
 
+std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
+{
+    json all = json::array();
+    for (const dumped_rule& rule : table_.rules) {
+        const watched_rule& known = rules.at(rule.key);
+        json entry = rule_json(rule);
+        entry["age"] = now - known.since;
+        entry["older"] = known.from_before;
+        if (known.hits)
+            entry["hits"] = *known.hits;
+        all.push_back(std::move(entry));
+    }
+    json whole = json_document("watch");
+    whole["unit"] = unit;
+    whole["total"] = table_.total;
+    whole["rules"] = std::move(all);
+    std::ostringstream text;
+    print_json_line(whole, text);
+    return text.str().substr(0, text.str().size() - 1);
+}
+
 std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
                                                        std::ostream& diagnostics,
-                                                       exit_status& status)
+                                                       exit_status& status, bool as_json)
 {
     counting_run run(target);
     status = run.run(input, diagnostics);
@@ -80,6 +106,8 @@ std::optional<std::vector<std::string>> watch_scenario(const scenario& input, ba
     const auto answer = run.query("show flow_rule");
     const std::optional<rule_table> table = answer ? read_rule_table(*answer) : std::nullopt;
     run.watch.update(table.value_or(rule_table{}), run.now());
+    if (as_json)
+        return std::vector<std::string>{run.watch.json_line(run.now(), "jiffies")};
     return run.watch.lines(run.now(), "jiffies");
 }
 

@@ -30,6 +30,9 @@ public:
     /// Titles and rules, the rule with most hits first, then the youngest.
     std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
 
+    /// The same as the document gponflow-watch-1 on one line, in the order of the module.
+    std::string json_line(uint64_t now, const std::string& unit) const;
+
     /// Data of each rule. A caller that sees frames updates the counts here.
     std::map<flow_key, watched_rule> rules;
 
@@ -39,8 +42,9 @@ private:
 };
 
 /// Runs a scenario and counts hits; time is in jiffies. Returns the lines after the last command.
+/// With `as_json` it is one line, a document.
 std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
                                                        std::ostream& diagnostics,
-                                                       exit_status& status);
+                                                       exit_status& status, bool as_json = false);
 
 } // namespace gponflow
