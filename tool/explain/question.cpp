@@ -168,6 +168,17 @@ std::optional<uint16_t> bridge_of_half(const explanation& half)
     return found;
 }
 
+// The second half carries the frame from the UNI anew: its operations are those behind the first.
+void leave_out_repeated(const carried_frame& first, carried_frame& second)
+{
+    const auto leave_out = [](const auto& before, auto& all) {
+        all.erase(all.begin(),
+                  all.begin() + static_cast<long>(std::min(before.size(), all.size())));
+    };
+    leave_out(first.steps, second.steps);
+    leave_out(first.gaps, second.gaps);
+}
+
 } // namespace
 
 captured_frame frame_of(const frame_question& question)
@@ -199,7 +210,10 @@ line_answer answer_question(const frame_question& question, explain_session& ses
     if (!passed(answer.halves.front()))
         return answer;
     options.kind = question.uni ? GPON_API_UP_ANI : GPON_API_DOWN_UNI;
-    answer.halves.push_back(session.explain({options, answer.frame}));
+    explanation second = session.explain({options, answer.frame});
+    if (question.uni)
+        leave_out_repeated(answer.halves.front().tagging, second.tagging);
+    answer.halves.push_back(std::move(second));
     return answer;
 }
 

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// One question from the UNI to the GEM port on a line with tagging operations. Untagged frames get
+// VLAN 100, VLAN 5 becomes 200, VLAN 666 is discarded.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tool/explain/answer_output.h"
+#include "tool/scenario/host_backend.h"
+
+namespace gponflow {
+
+namespace {
+
+using testing::HasSubstr;
+
+const std::string tagged_line =
+    good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000f8000000000f000000000324\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000814d0000c00f0000000f0000\n";
+
+std::string answered(const std::string& text, const frame_question& question)
+{
+    const std::unique_ptr<backend> target = make_host_backend();
+    explain_session session(*target);
+    std::ostringstream out;
+    EXPECT_EQ(session.run(parse_good(text), out), status_ok);
+    print_answer(answer_question(question, session), "test.scn", out);
+    return out.str();
+}
+
+frame_question from_uni_1(std::optional<asked_tag> tag)
+{
+    frame_question question;
+    question.uni = 1;
+    question.outer = tag;
+    return question;
+}
+
+TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
+{
+    const std::string text = answered(tagged_line, from_uni_1({}));
+    EXPECT_THAT(text, HasSubstr("passes from UNI 1 through bridge 1 to GEM port 1025"));
+    EXPECT_THAT(text, HasSubstr("upstream, from the UNI to the bridge\n"
+                                "  arrives as untagged\n"
+                                "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: "
+                                "untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                                "  leaves as VLAN 100 priority 0\n"));
+    // The operation of the UNI is not repeated in the second half.
+    EXPECT_THAT(text, HasSubstr("upstream, from the bridge to the ANI\n"
+                                "  MAC_BRIDGE_SERVICE_PROFILE 0x0001\n"));
+}
+
+TEST(question_tagging, a_drop_is_put_down_to_the_rewritten_tags)
+{
+    EXPECT_THAT(answered(tagged_line, from_uni_1(asked_tag{5, 3})),
+                HasSubstr("the frame has VLAN 200"));
+}
+
+TEST(question_tagging, a_discarding_row_is_named)
+{
+    EXPECT_THAT(answered(tagged_line, from_uni_1(asked_tag{666, 0})),
+                HasSubstr("The frame from UNI 1 is dropped: the tagging operation "
+                          "VLAN_TAG_EXTEND_OPERATE 0x0001 of "
+                          "PPTP_ETHERNET_UNI 0x0101 discards the frame: single-tagged, VLAN 666: "
+                          "discard."));
+}
+
+TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
+{
+    const std::string text = answered(
+        good_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x1001 upstream_mode=1 "
+                    "upstream_tci=100 downstream_mode=1\n",
+        from_uni_1({}));
+    EXPECT_THAT(text, HasSubstr("upstream, from the bridge to the ANI\n"
+                                "  arrives as untagged\n"
+                                "    VLAN_TAG_OPERATE 0x0002 of MAC_BRIDGE_PORT_CON_DATA 0x1001: "
+                                "upstream mode 1: add VLAN 100 priority 0\n"
+                                "  leaves as VLAN 100 priority 0\n"));
+}
+
+TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
+{
+    frame_question question;
+    question.gem = 1025;
+    question.outer = asked_tag{100, 0};
+    EXPECT_THAT(answered(tagged_line, question),
+                HasSubstr("to PPTP_ETHERNET_UNI 0x0101\n"
+                          "  arrives as VLAN 100 priority 0\n"
+                          "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
+                          "of untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                          "  leaves as untagged\n"));
+}
+
+TEST(question_tagging, an_operation_without_a_place_is_a_note)
+{
+    EXPECT_THAT(answered(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
+                         from_uni_1(asked_tag{100, 0})),
+                HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not "
+                          "applied: its association is not known.\n"));
+}
+
+} // namespace
+
+} // namespace gponflow
