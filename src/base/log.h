@@ -209,19 +209,26 @@ template <typename... Args> inline void log_trace(gpon::text_for<Args...> text, 
     log.trace<Args...>(text, args...);
 }
 
-/* The same with the packet of the messages. Packet path. Only a message reads the packet: a context
- * may be created before its packet is tested for null. */
+/* The same with the packet of the messages. Packet path. A context may be created before its packet
+ * is tested for null; then only has_packet and without_packet are of use. */
 class packet_log {
 public:
-    static constexpr packet_log here(const sk_buff* skb,
-                                     const char* function = __builtin_FUNCTION())
+    static packet_log here(const sk_buff* skb, const char* function = __builtin_FUNCTION())
     {
         return packet_log(skb, function);
     }
 
-    template <auto Function> static constexpr packet_log of(const sk_buff* skb)
+    template <auto Function> static packet_log of(const sk_buff* skb)
     {
         return packet_log(skb, gpon::name_of<Function>.text);
+    }
+
+    /* The same packet's log for a part of another function's work. */
+    template <auto Function> packet_log as() const
+    {
+        packet_log renamed = *this;
+        renamed.function_ = gpon::name_of<Function>.text;
+        return renamed;
     }
 
     template <typename... Args> void error(gpon::text_for<Args...> text, Args... args) const
@@ -245,20 +252,28 @@ public:
     constexpr bool has_packet() const { return skb_ != nullptr; }
 
 private:
-    constexpr packet_log(const sk_buff* skb, const char* function) : skb_(skb), function_(function)
+    packet_log(const sk_buff* skb, const char* function)
+        : skb_(skb), function_(function), enabled_(enabled_levels(skb))
     {
+    }
+
+    [[nodiscard]] static u32 enabled_levels(const sk_buff* skb)
+    {
+        const u32 level = gpon::debug_level();
+        const bool all = skb && (gpon::flag_word_of(skb) & (level | GPON_FLOW_TRACE_MARK));
+        return all ? ~u32{0} : level;
     }
 
     template <typename... Args>
     void report(log_level level, gpon::log_text<Args...> text, Args... args) const
     {
-        const u32 word = gpon::flag_word_of(skb_) | level;
-        if ((word & gpon::debug_level()) || (word & GPON_FLOW_TRACE_MARK)) [[unlikely]]
-            gpon::emit<Args...>(word, text.named(function_), args...);
+        if (enabled_ & level) [[unlikely]]
+            gpon::emit<Args...>(gpon::flag_word_of(skb_) | level, text.named(function_), args...);
     }
 
     const sk_buff* skb_;
     const char* function_;
+    u32 enabled_; /* log levels; read once, because a walk has some forty messages per port */
 };
 
 #endif

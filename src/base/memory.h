@@ -3,6 +3,8 @@
 #ifndef GPON_MEMORY_H
 #define GPON_MEMORY_H
 
+#include <span>
+
 #include "../platform/api/kernel_api.h"
 
 namespace gpon {
@@ -56,6 +58,49 @@ template <typename T> [[nodiscard]] inline owned<T> zalloc(size_t count = 1)
 {
     return zalloc<u8>(static_cast<size_t>(bytes));
 }
+
+/* Owns a buffer for one step of a packet. Its contents are undefined until they are written. */
+class packet_buffer {
+public:
+    packet_buffer() = default;
+    /* Empty if there is no memory. */
+    explicit packet_buffer(size_t bytes)
+        : at_(static_cast<u8*>(packet_buffer_alloc(bytes))), bytes_(bytes)
+    {
+    }
+    packet_buffer(packet_buffer&& from) noexcept : at_(from.at_), bytes_(from.bytes_)
+    {
+        from.at_ = nullptr;
+    }
+    packet_buffer& operator=(packet_buffer&& from) noexcept
+    {
+        u8* const at = at_;
+        const size_t bytes = bytes_;
+        at_ = from.at_;
+        bytes_ = from.bytes_;
+        from.at_ = at;
+        from.bytes_ = bytes;
+        return *this;
+    }
+    packet_buffer(const packet_buffer&) = delete;
+    packet_buffer& operator=(const packet_buffer&) = delete;
+    ~packet_buffer()
+    {
+        if (at_)
+            packet_buffer_free(at_, bytes_);
+    }
+
+    explicit operator bool() const { return at_ != nullptr; }
+    [[nodiscard]] std::span<u8> bytes() const { return {at_, bytes_}; }
+    template <typename Record> [[nodiscard]] const Record* as() const
+    {
+        return reinterpret_cast<const Record*>(at_);
+    }
+
+private:
+    u8* at_ = nullptr;
+    size_t bytes_ = 0;
+};
 
 class GPON_SCOPED_CAPABILITY bh_lock {
 public:

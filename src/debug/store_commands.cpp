@@ -3,6 +3,7 @@
 
 #include "../base/log.h"
 #include "../hash/dump.h"
+#include "../hash/generation.h"
 #include "../hash/rule_table.h"
 #include "../me/command.h"
 #include "../me/dump.h"
@@ -42,6 +43,7 @@ void delete_instance(const me_words& words) GPON_CHANGES_LISTS
     // Every handler runs, but with the message type of no command. Only create, set and delete
     // change links, so instances that recorded this one still show its id.
     cmd.attr_mask = 0xFFFF;
+    const gpon::store_change change;
     gpon_flow_me_general_delete(words.find_class(), &cmd);
 }
 

@@ -3,41 +3,43 @@
 
 #include "../base/memory.h"
 
-GPON_MODULE_DATA constinit u64 gpon::generation_word = gpon::FIRST_GENERATION;
+alignas(sizeof(u64)) GPON_MODULE_DATA constinit u64 gpon::generation_word = gpon::FIRST_GENERATION;
+alignas(sizeof(u64)) GPON_MODULE_DATA constinit u64 gpon::store_word = gpon::FIRST_GENERATION;
 
 namespace {
 
 // Number of open brackets; used by one control caller at a time.
 GPON_MODULE_DATA constinit u32 open_changes = 0;
 
-void advance(u64 by) GPON_REQUIRES(gpon_hash_lock)
+void advance(u64& word, u64 by) GPON_REQUIRES(gpon_hash_lock)
 {
-    gpon::store_release(gpon::generation_word, gpon::load_relaxed(gpon::generation_word) + by);
+    gpon::store_release(word, gpon::load_relaxed(word) + by);
 }
 
-void advance_safe(u64 by) GPON_EXCLUDES(gpon_hash_lock)
+void advance_both(u64 by) GPON_EXCLUDES(gpon_hash_lock)
 {
     const gpon::bh_lock lock(gpon_hash_lock);
-    advance(by);
+    advance(gpon::generation_word, by);
+    advance(gpon::store_word, by);
 }
 
 } // namespace
 
 void gpon::begin_generation()
 {
-    advance(2);
+    advance(generation_word, 2);
 }
 
 gpon::store_change::store_change()
 {
     if (open_changes++ != 0)
         return;
-    advance_safe(1);
+    advance_both(1);
     order_stores();
 }
 
 gpon::store_change::~store_change()
 {
     if (--open_changes == 0)
-        advance_safe(1);
+        advance_both(1);
 }

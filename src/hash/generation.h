@@ -1,28 +1,32 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The generation: a number that shows whether data that a packet has read is still valid.
+ * Two numbers that show whether data that a packet has read is still valid: the generation, of the
+ * store and the rule table, and the store's own number.
  *
  * Value. 64 bits, never reused. Even: the store is at rest. Odd: a change of the store is in
- * progress. A change of the store adds 1 before its first write and 1 after its last write. A
- * change of the rule table that removes something (a rule, its steps, its mark) adds 2. Every write
- * is made under gpon_hash_lock; a read is an acquire load and needs no lock.
+ * progress. A change of the store adds 1 to both before its first write and 1 after its last write.
+ * A change of the rule table that removes something (a rule, its steps, its mark) adds 2 to the
+ * generation only. Every write is made under gpon_hash_lock; a read is an acquire load and needs no
+ * lock.
  *
  *                store_change      store_change     rule
  *                begins            ends             deleted
  *     -----------+-----------------+----------------+------------> time
  *     2          | 3               | 4              | 6            generation
+ *     2          | 3               | 4              | 4            store's number
  *     at rest    | changing        | at rest        | at rest      store
  *
- *     A begins, ends               :                :              learnt: 2 still holds
+ *     A begins, ends               :                :              learnt, remembered
  *       B begins .................... ends          :              dropped: 2 is over
  *                : C begins, ends  :                :              dropped: 3 is odd
- *                                  : D begins ........ ends        dropped: 4 is over
+ *                                  : D begins ........ ends        learnt: the store is at 4;
+ *                                                                  not remembered: 4 is over
  *
- * A to D are walks.
+ * A to D are walks (learnt or dropped) and replays (remembered or not).
  *
- * Guarantee. If a packet reads the same even value twice, the second time under gpon_hash_lock,
- * then between the two reads the store was at rest and no rule was deleted, overwritten or
- * unmarked. New rules do not count.
+ * Guarantee. If a packet reads the same even number twice, the second time under gpon_hash_lock,
+ * then between the two reads the store was at rest. If the number is the generation, no rule was
+ * deleted, overwritten or unmarked either. New rules do not count.
  *
  * Why two increments. With only the first one, a packet that reads the old store after the
  * increment keeps it under the new number. With only the second one, a packet sees the new store
@@ -30,9 +34,13 @@
  * change from becoming visible before it; the release store of the even number keeps them from
  * becoming visible after it.
  *
- * Users. The walk learns its steps only in the even generation in which it began, so no rule
- * outlives the graph from which it was learnt. Remembered outcomes (outcome_table.h) are valid in
- * one generation.
+ * Length. A command's bracket includes its flush and the copy of its data from user space, which
+ * may sleep until a page is read. Frames are walked and replayed meanwhile; nothing is learnt or
+ * remembered, which costs time and is not wrong.
+ *
+ * Users. A walk learns its steps only while the store has the even number at which it began, so no
+ * rule outlives the graph from which it was learnt. Remembered outcomes (outcome_table.h) are valid
+ * in one generation.
  */
 #ifndef GPON_HASH_GENERATION_H
 #define GPON_HASH_GENERATION_H
@@ -42,15 +50,25 @@
 
 namespace gpon {
 
-constexpr u64 ANY_GENERATION = 0; /* of steps that do not come from a walk */
+constexpr u64 ANY_STORE = 0; /* of steps that do not come from a walk */
 constexpr u64 FIRST_GENERATION = 2;
 
+// A reader without the lock must not see a half of a number.
+static_assert(__atomic_always_lock_free(sizeof(u64), nullptr));
+
 /* Written under gpon_hash_lock. */
-extern u64 generation_word;
+alignas(sizeof(u64)) extern u64 generation_word;
+alignas(sizeof(u64)) extern u64 store_word;
 
 [[nodiscard]] inline u64 current_generation()
 {
     return load_acquire(generation_word);
+}
+
+/* The store's number. */
+[[nodiscard]] inline u64 current_store()
+{
+    return load_acquire(store_word);
 }
 
 [[nodiscard]] constexpr bool is_at_rest(u64 generation)
@@ -64,11 +82,18 @@ extern u64 generation_word;
     return is_at_rest(generation) && generation == current_generation();
 }
 
+/* True if the store has had this number since it was read, and is at rest. */
+[[nodiscard]] inline bool store_is_unchanged(u64 store) GPON_REQUIRES(gpon_hash_lock)
+{
+    return is_at_rest(store) && store == current_store();
+}
+
 /* Called when the rule table loses a rule, its steps or its mark. */
 void begin_generation() GPON_REQUIRES(gpon_hash_lock);
 
-/* The bracket around a change of the store. Every function that changes the store has one, and a
- * command has one around its whole work, including its flush. Brackets nest; only the outermost one
+/* The bracket around a change of the store. Every function that changes the store has one. An OMCI
+ * command, a deletion by an operator and the unloading have one around their whole work, a command
+ * including its flush. Brackets nest; only the outermost one
  * counts. Control path, one caller at a time (gpon_flow_control_mutex). */
 class store_change {
 public:

@@ -20,11 +20,24 @@ void fill(gpon::outcome& place, const gpon::outcome_key& key, u64 generation, u1
     gpon::store_release(place.generation, generation);
 }
 
+// Frames whose flow finds no place in a full set take the lock for nothing otherwise.
+bool is_worth_the_lock(const gpon::outcome_set& set, u64 generation)
+{
+    if (!gpon::is_at_rest(generation) || generation != gpon::current_generation())
+        return false;
+    for (const gpon::outcome& place : set.place)
+        if (gpon::load_relaxed(place.generation) != generation)
+            return true;
+    return false;
+}
+
 } // namespace
 
 void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id)
 {
     outcome_set& set = outcome_set_of(key);
+    if (!is_worth_the_lock(set, generation))
+        return;
     const bh_lock lock(gpon_hash_lock);
     // Another CPU may have remembered the same flow since this packet's lookup.
     u16 known = 0;

@@ -50,7 +50,9 @@
  *
  * Cost. Two multiplications select the set; no lock, no CRC, no allocation, no per-CPU data. A set
  * with two places of this generation takes no third flow, which replays as it does without the
- * table. The rule table has at most 1024 rules, the outcome table has as many places.
+ * table and without taking the lock to remember. The rule table has at most 1024 rules and the
+ * outcome table 1024 places, but flows meet in sets: with n flows of a generation, some sets are
+ * full while others have places.
  */
 #ifndef GPON_HASH_OUTCOME_TABLE_H
 #define GPON_HASH_OUTCOME_TABLE_H

@@ -216,7 +216,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace, u64 walked_in)
 {
     const bh_lock lock(gpon_hash_lock);
-    if (walked_in != gpon::ANY_GENERATION && !gpon::still_holds(walked_in))
+    if (walked_in != gpon::ANY_STORE && !gpon::store_is_unchanged(walked_in))
         return 0;
     return gpon_hash_add_node(key, key_len, trace);
 }

@@ -87,9 +87,10 @@ extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
 
 /* Stores a copy of key and trace, or overwrites the trace of an equal key. Returns 0, also if the
  * bucket contains another key and nothing is stored; -1 for a null argument, no memory or no bucket
- * array. Steps that were walked in a generation that no longer holds are dropped with 0. */
+ * array. Steps of a store that has changed since their walk began at its number are dropped with 0.
+ */
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace,
-                            u64 walked_in = gpon::ANY_GENERATION) GPON_EXCLUDES(gpon_hash_lock);
+                            u64 walked_in = gpon::ANY_STORE) GPON_EXCLUDES(gpon_hash_lock);
 i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 

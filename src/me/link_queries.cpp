@@ -11,6 +11,9 @@ namespace {
 
 using gpon::load_related_id;
 
+// The table of an absent instance.
+constexpr gpon_me_related_info NO_ROWS = {};
+
 enum class row_result { passed_over, answered };
 
 // The position after the used entry with that id, or -1 if there is none.
@@ -48,13 +51,13 @@ row_result next_in_row(const gpon_me_related_info& row,
     return row_result::answered;
 }
 
-void trace_query(packet_log log, const gpon_me_relation_query* query)
+void trace_query(const packet_log& log, const gpon_me_relation_query* query)
 {
     log.trace("[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n", query->class_id,
               query->inst_id, query->related_class_id);
 }
 
-void trace_answer(packet_log log, const gpon_me_relation_query* query)
+void trace_answer(const packet_log& log, const gpon_me_relation_query* query)
 {
     trace_query(log, query);
     log.trace("[%s][%d] instExist=%d,instId = 0x%x\n", query->related_id->instExist,
@@ -62,7 +65,7 @@ void trace_answer(packet_log log, const gpon_me_relation_query* query)
 }
 
 // Argument checks of both queries.
-bool is_complete(packet_log log, const gpon_me_relation_query* query)
+bool is_complete(const packet_log& log, const gpon_me_relation_query* query)
 {
     if (!log.has_packet()) {
         log.without_packet().trace("[%s][%d]: Enter\n");
@@ -76,7 +79,7 @@ bool is_complete(packet_log log, const gpon_me_relation_query* query)
     return false;
 }
 
-const gpon_me_entry* class_with_list(packet_log log, u16 class_id)
+const gpon_me_entry* class_with_list(const packet_log& log, u16 class_id)
 {
     const gpon_me_entry* entry = gpon_flow_me_get_by_classid(class_id);
     if (gpon::has_list(entry))
@@ -86,7 +89,7 @@ const gpon_me_entry* class_with_list(packet_log log, u16 class_id)
 }
 
 // The search of the reverse query over one instance.
-bool records(packet_log log, const gpon_me_inst& inst,
+bool records(const packet_log& log, const gpon_me_inst& inst,
              const gpon_me_relation_query& query) GPON_READS_LISTS
 {
     for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
@@ -111,7 +114,7 @@ bool records(packet_log log, const gpon_me_inst& inst,
 }
 
 // Resumes the scan after the previous result, which is found by its id alone.
-void pass_previous(packet_log log, const gpon_me_inst& inst, gpon_me_related_id* related_id)
+void pass_previous(const packet_log& log, const gpon_me_inst& inst, gpon_me_related_id* related_id)
 {
     if (inst.inst_id == related_id->instId) {
         related_id->instExist = 0;
@@ -148,10 +151,10 @@ i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info
     return 0;
 }
 
-gpon_me_related_id gpon::first_related_id(const sk_buff* skb, const gpon_me_related_info* related,
-                                          u16 related_class_id)
+gpon_me_related_id gpon::first_related_id(const packet_log& caller,
+                                          const gpon_me_related_info* related, u16 related_class_id)
 {
-    const packet_log log = packet_log::of<gpon_flow_list_get_related_id>(skb);
+    const packet_log log = caller.as<gpon_flow_list_get_related_id>();
     log.trace("[%s][%d]: Enter\n");
     for (const gpon_me_related_info* row = related; row->related_class_id != 0; ++row) {
         if (row->related_class_id != related_class_id || row->related_inst_num <= 0)
@@ -175,16 +178,12 @@ i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query
     if (!entry)
         return -1;
     const gpon_me_list_info& info = *entry->list_info;
-    const gpon::owned<u8> table = gpon::zalloc_bytes(info.related_info_size);
+    const gpon::packet_buffer table(static_cast<size_t>(info.related_info_size));
     if (!table)
         return -1;
-    if (gpon_flow_list_get_related_data(info.head, query->inst_id, table.get(),
-                                        info.related_info_size) != 0) {
-        log.error("[%s][%d]the classId(%d) InstanceId(%d) can not get ME list entry entry.\n",
-                  query->class_id, query->inst_id);
-        return -1;
-    }
-    gpon_flow_list_get_related_id(skb, reinterpret_cast<const gpon_me_related_info*>(table.get()),
+    const gpon_me_inst* inst = gpon::find_inst(info.head, query->inst_id);
+    gpon::copy_related_data(inst, table.bytes());
+    gpon_flow_list_get_related_id(skb, inst ? table.as<gpon_me_related_info>() : &NO_ROWS,
                                   query->related_class_id, query->related_id);
     trace_answer(log, query);
     return 0;
@@ -221,12 +220,14 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
 bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
 {
     // A forward query without memory does not change the previous result.
-    if (previous.instExist == 1 && query.related_id->instId == previous.instId)
+    if (previous.instExist != 1)
+        return false;
+    if (query.related_id->instId == previous.instId)
         return true;
     const gpon_me_entry* entry = gpon::mirrored_class(query.class_id);
     const gpon_me_inst* inst =
         has_list(entry) ? find_inst(entry->list_info->head, query.inst_id) : nullptr;
-    if (!inst || previous.instExist != 1)
+    if (!inst)
         return false;
     const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
     if (row->related_class_id == 0)

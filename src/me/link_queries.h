@@ -10,6 +10,7 @@
 #ifndef GPON_ME_RELATION_H
 #define GPON_ME_RELATION_H
 
+#include "../base/log.h"
 #include "../include/me_class.h"
 
 extern "C" {
@@ -35,7 +36,7 @@ namespace gpon {
 /* The first recorded instance of a class; instExist is 0 if there is none. The result of
  * gpon_flow_list_get_related_id for a query from the beginning and a table that is not null; most
  * queries of a replay are of this kind. */
-[[nodiscard]] gpon_me_related_id first_related_id(const sk_buff* skb,
+[[nodiscard]] gpon_me_related_id first_related_id(const packet_log& log,
                                                   const gpon_me_related_info* related,
                                                   u16 related_class_id) GPON_READS_LISTS;
 

@@ -70,18 +70,6 @@ void related_data_to(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LIS
 
 } // namespace
 
-void gpon::copy_raw(const gpon_me_inst* inst, std::span<u8> out)
-{
-    log_context::of<gpon_flow_list_get_raw>().trace("[%s][%d]: Enter\n");
-    raw_to(inst, out);
-}
-
-void gpon::copy_related_data(const gpon_me_inst* inst, std::span<u8> out)
-{
-    log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
-    related_data_to(inst, out);
-}
-
 void gpon::append(list_head* head, gpon_me_inst* inst)
 {
     list_head* last = head->prev;
@@ -189,6 +177,7 @@ i32 gpon_flow_list_get_related_data(const list_head* head, u16 inst_id, void* ou
 
 i32 gpon_flow_clean_all_me_inst(void)
 {
+    const gpon::store_change change;
     for (u16 row = 1; row < GPON_ME_ROWS; ++row)
         gpon_flow_list_delete_inst(&me_table[row], 0, 1);
     return 0;

@@ -51,6 +51,7 @@
 #define GPON_ME_LIST_H
 
 #include "../base/atomics.h"
+#include "../base/log.h"
 #include "../include/me_class.h"
 
 extern "C" {
@@ -122,8 +123,20 @@ inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LIST
 
 /* gpon_flow_list_get_raw and gpon_flow_list_get_related_data, including their messages, for an
  * instance that the caller has already found; null copies nothing. Packet path under RCU. */
-void copy_raw(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS;
-void copy_related_data(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS;
+template <size_t bytes>
+inline void copy_raw(const gpon_me_inst* inst, std::span<u8, bytes> out) GPON_READS_LISTS
+{
+    log_context::of<gpon_flow_list_get_raw>().trace("[%s][%d]: Enter\n");
+    if (inst)
+        copy_from_shared(out.data(), inst->raw, out.size());
+}
+
+inline void copy_related_data(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS
+{
+    log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
+    if (inst)
+        copy_bytes(out.data(), inst->related, out.size());
+}
 
 /* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of
  * it, which shares everything the node owns, and frees the node after its readers. */

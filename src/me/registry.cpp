@@ -37,11 +37,12 @@ void gpon_flow_init_me_map(void)
 
 const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id)
 {
-    if (is_reserved(class_id)) {
+    const u16 row = class_id < GPON_ME_CLASS_IDS ? class_id_map[class_id] : u16{0};
+    // No reserved class has a row.
+    if (row == 0 && is_reserved(class_id)) {
         log_error("[%s][%d]unkown reserved ME(%d) .\n", class_id);
         return nullptr;
     }
-    const u16 row = class_id_map[class_id];
     log_trace("[%s][%d]: classId = %d, me_index = %d.\n", class_id, row);
     return row ? &me_table[row] : nullptr;
 }

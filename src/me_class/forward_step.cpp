@@ -4,7 +4,8 @@
 #include "evtocd_extended_vlan_tagging_operation.h"
 #include "vtocd_vlan_tagging_operation.h"
 
-i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, packet_log log) const
+i32 gpon::vlan_operations::run_existing(const sk_buff* skb, op_info* op,
+                                        const packet_log& log) const
 {
     if (vtocd.instExist == 1) {
         op->related_inst_id = vtocd.instId;
@@ -23,9 +24,9 @@ i32 gpon::vlan_operations::run(const sk_buff* skb, op_info* op, packet_log log) 
     return 0;
 }
 
-gpon::table_step gpon::table_step::begin(const gpon_me_list_info& info, packet_log log,
-                                         const sk_buff* skb, const gpon_fwd_info* fwd_info,
-                                         gpon_walk_result* result, log_text<> null_message)
+gpon::table_step gpon::table_step::begin(const gpon_me_list_info& info, const packet_log& log,
+                                         const gpon_fwd_info* fwd_info, gpon_walk_result* result,
+                                         log_text<> null_message)
 {
     table_step step;
     if (!enter_forward(log, fwd_info, result, null_message))
@@ -38,7 +39,7 @@ gpon::table_step gpon::table_step::begin(const gpon_me_list_info& info, packet_l
         step.return_value = 0;
         return step;
     }
-    step.vlan = vlan_operations::of(skb, step.related);
+    step.vlan = vlan_operations::of(log, step.related);
     step.op = {fwd_info->instId, 0, fwd_info->fwd_flag};
     step.ready = true;
     return step;

@@ -79,11 +79,11 @@ i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* r
 {
     const packet_log log = packet_log::here(skb);
     // Unlike the other classes, this one prints its name in brackets here.
-    gpon::table_step step = gpon::table_step::begin(gemIwListInfo, log, skb, fwd_info, result,
+    gpon::table_step step = gpon::table_step::begin(gemIwListInfo, log, fwd_info, result,
                                                     "[%s][%d]: Parameter is NULL: Fail\r\n");
     if (!step.ready)
         return step.return_value;
-    const gpon_me_related_id mapper = step.related.first(skb, me_class::mapper);
+    const gpon_me_related_id mapper = step.related.first(log, me_class::mapper);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
         log.error("[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         result->ret_val = FLOW_PKT_NOT_FORWARD;

@@ -91,7 +91,7 @@ i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
 i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
     const packet_log log = packet_log::here(skb);
-    gpon::table_step step = gpon::table_step::begin(mapperListInfo, log, skb, fwd_info, result);
+    gpon::table_step step = gpon::table_step::begin(mapperListInfo, log, fwd_info, result);
     if (!step.ready)
         return step.return_value;
     if (!(fwd_info->fwd_flag & (UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI))) {

@@ -87,14 +87,14 @@ tp_side mbpcd_parse_onu_side(const gpon_me_inst* inst) GPON_READS_LISTS
 {
     log_trace("[%s][%d]: Enter\n");
     gpon_raw_mbpcd me = {};
-    gpon::copy_raw(inst, gpon::bytes_of(me));
+    gpon::copy_raw(inst, gpon::bytes_of(me).first<sizeof(me)>());
     return gpon::bridge_port_tp(me.tpType).side;
 }
 
 // One packet at one bridge port.
 struct bridge_port {
     sk_buff* skb;
-    packet_log log;
+    const packet_log& log;
     gpon_walk_result* result;
     op_info op;
     gpon_me_related_id filter;
@@ -161,11 +161,11 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
     if (!me.read(inst))
         return -1;
     related.read(inst);
-    const gpon_me_related_id filter = related.first(skb, me_class::vtfd);
+    const gpon_me_related_id filter = related.first(log, me_class::vtfd);
     bridge_port port = {
         skb,         log,
         result,      {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},
-        filter,      gpon::vlan_operations::of(skb, related),
+        filter,      gpon::vlan_operations::of(log, related),
         me->bridgeID};
     log.trace("[%s] [%d]: enter, classId=%d,instId=%d\r\n", fwd_info->classId, fwd_info->instId);
     return port.pass(mbpcd_parse_onu_side(inst));

@@ -2,9 +2,9 @@
 #include "uni.h"
 
 i32 gpon::uni_forward(const gpon_me_list_info& info, sk_buff* skb, const gpon_fwd_info* fwd_info,
-                      gpon_walk_result* result, packet_log log)
+                      gpon_walk_result* result, const packet_log& log)
 {
-    table_step step = table_step::begin(info, log, skb, fwd_info, result);
+    table_step step = table_step::begin(info, log, fwd_info, result);
     if (!step.ready)
         return step.return_value;
     if (!(fwd_info->fwd_flag & (UP_UNI | DOWN_UNI))) {

@@ -24,7 +24,7 @@ inline optional<u16> find_uni(const list_head* list, u8 port_id) GPON_READS_LIST
  * failure. */
 [[nodiscard]] i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb,
                               const gpon_fwd_info* fwd_info, gpon_walk_result* result,
-                              packet_log log);
+                              const packet_log& log);
 
 } // namespace gpon
 

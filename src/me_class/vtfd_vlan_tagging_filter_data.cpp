@@ -104,14 +104,21 @@ constexpr forward_operation FORWARD_OPERATIONS[] = {
     {0x21, 1, vtfd_action_h, WHOLE_TCI},
     {0x21, 0, vtfd_action_drop, NO_MASK},
 };
-static_assert(sizeof(FORWARD_OPERATIONS) / sizeof(FORWARD_OPERATIONS[0]) == 68);
+static_assert(std::size(FORWARD_OPERATIONS) == 68);
 
-const forward_operation* find_operation(u8 code, u8 tagged)
+consteval bool rows_are_in_order()
 {
-    for (const forward_operation& row : FORWARD_OPERATIONS)
-        if (row.code == code && row.tagged == tagged)
-            return &row;
-    return nullptr;
+    for (size_t i = 0; i < std::size(FORWARD_OPERATIONS); ++i)
+        if (FORWARD_OPERATIONS[i].code != i / 2 || FORWARD_OPERATIONS[i].tagged != (i + 1) % 2)
+            return false;
+    return true;
+}
+static_assert(rows_are_in_order(), "find_operation computes the row");
+
+const forward_operation* find_operation(u8 code, bool tagged)
+{
+    const size_t row = code * 2u + (tagged ? 0 : 1);
+    return row < std::size(FORWARD_OPERATIONS) ? &FORWARD_OPERATIONS[row] : nullptr;
 }
 
 // vlanFilterNums is used as stored: an entry beyond the list is the word at that place of the

@@ -46,7 +46,7 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 
 // The walk of one direction; prints a message if it fails.
 [[nodiscard]] i32 walk(sk_buff* skb, u16 fwd_flag, gpon_walk_result* result,
-                       packet_log log) GPON_READS_LISTS
+                       const packet_log& log) GPON_READS_LISTS
 {
     switch (fwd_flag) {
     case UP_UNI:
@@ -74,7 +74,7 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 
 // The header is read once per call: result, lookup and learning use the same summary.
 [[nodiscard]] i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result,
-                                    gpon_pkt_info* info, packet_log log)
+                                    gpon_pkt_info* info, const packet_log& log)
 {
     log.without_packet().trace("[%s][%d]: Enter\n");
     if (!skb) {
@@ -96,11 +96,12 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
 }
 
 // Replays the rule that the lookup found.
-void replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, gpon_walk_result* result)
+void replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_key* key,
+                 gpon_walk_result* result)
 {
     gpon_fwd_info step = {0, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
-    gpon::remember_replay(skb, fwd_flag, generation, every_step_made, result->gemport_id);
+    gpon::remember_replay(key, fwd_flag, generation, every_step_made, result->gemport_id);
 }
 
 } // namespace
@@ -177,8 +178,9 @@ i32 gpon_pkt_downstream_uni(sk_buff*, gpon_walk_result*)
     return 0;
 }
 
-i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation)
+i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key* key)
 {
+    const u64 store = current_store();
     const packet_log log = packet_log::of<gpon_pkt_general_flow_func>(skb);
     const rcu_reader reader;
     gpon_walk_result result;
@@ -188,13 +190,13 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation)
         return -1;
     }
     if (lookup_rule(info, fwd_flag, &result.trace) == 0) {
-        replay_rule(skb, fwd_flag, generation, &result);
+        replay_rule(skb, fwd_flag, generation, key, &result);
         log.trace("[%s][%d]: Rule already exist!\n");
         return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
     }
     if (walk(skb, fwd_flag, &result, log) != 0)
         return -1;
-    if (learn_rule(info, fwd_flag, result.trace, generation) != 0) {
+    if (learn_rule(info, fwd_flag, result.trace, store) != 0) {
         log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;
     }

@@ -3,6 +3,7 @@
 #ifndef GPON_PKT_FLOW_H
 #define GPON_PKT_FLOW_H
 
+#include "../hash/outcome_table.h"
 #include "../include/packet_flow.h"
 #include "../platform/api/kernel_api.h"
 
@@ -23,8 +24,9 @@ i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 namespace gpon {
 
 /* The part of gpon_pkt_general_flow_func for a frame without a remembered outcome; it prints under
- * that name. The generation is the one that was current before. */
-[[nodiscard]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation);
+ * that name. The generation is the one that was current before; the key is null if no outcome is to
+ * be remembered. */
+[[nodiscard]] i32 classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key* key);
 
 } // namespace gpon
 

@@ -3,7 +3,6 @@
 
 #include "../base/log.h"
 #include "../base/optional.h"
-#include "../hash/outcome_table.h"
 #include "flow.h"
 #include "header.h"
 #include "rule.h"
@@ -70,7 +69,7 @@ bool is_repeatable(u16 fwd_flag, bool every_step_made)
 {
     if (fwd_flag != UP_ANI)
         return 0;
-    return gpon::choose_queue(skb, gemport_id, packet_log::of<gpon_pkt_handle_after_fwd_done>(skb));
+    return gpon::choose_queue(skb, gemport_id);
 }
 
 } // namespace
@@ -84,20 +83,23 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     }
     const u64 generation = gpon::current_generation();
     if (is_silent(skb) && outcomes_are_used())
-        if (const gpon::optional<gpon::outcome_key> key = make_key(skb, fwd_flag))
+        if (const gpon::optional<gpon::outcome_key> key = make_key(skb, fwd_flag)) {
             if (u16 gemport_id = 0; gpon::find_outcome(*key, generation, &gemport_id))
                 return apply_outcome(skb, fwd_flag, gemport_id);
-    return gpon::classify(skb, fwd_flag, generation);
+            // The key of a known frame stays in registers: only this copy has an address.
+            const gpon::outcome_key kept = *key;
+            return gpon::classify(skb, fwd_flag, generation, &kept);
+        }
+    return gpon::classify(skb, fwd_flag, generation, nullptr);
 }
 
-void gpon::remember_replay(const sk_buff* skb, u16 fwd_flag, u64 generation, bool every_step_made,
-                           u16 gemport_id)
+void gpon::remember_replay(const outcome_key* key, u16 fwd_flag, u64 generation,
+                           bool every_step_made, u16 gemport_id)
 {
-    // If this packet has read a part of a change, no later one on this CPU reads the old
-    // generation.
+    // The replay read the store without a lock. Its loads must not be done after the next frame of
+    // this CPU reads the generation: that frame could use an outcome older than what this one saw.
+    // The loads are ordered before this barrier, and that read comes after it.
     order_loads();
-    if (!outcomes_are_used() || !is_repeatable(fwd_flag, every_step_made))
-        return;
-    if (const optional<outcome_key> key = make_key(skb, fwd_flag))
+    if (key && is_repeatable(fwd_flag, every_step_made))
         remember_outcome(*key, generation, gemport_id);
 }

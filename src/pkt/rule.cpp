@@ -41,7 +41,7 @@ private:
 enum class replay { next_step, ended, failed };
 
 [[nodiscard]] replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
-                                 packet_log log)
+                                 const packet_log& log)
 {
     if (step->classId == 0) {
         log.warning("[%s][%d] find the end classId, break.\n");
@@ -139,16 +139,18 @@ i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_tr
     return gpon_rule_add_inst(&info, fwd_flag, &trace, walked_in);
 }
 
-i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id, packet_log log)
+i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
 {
+    // Only a failure creates a log: this path is hot.
+    constexpr auto log = packet_log::of<gpon_pkt_handle_after_fwd_done>;
     skb_set_gemport_id(skb, gemport_id);
     int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
     if (!queue_mapping) {
-        log.error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
+        log(skb).error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
         return -1;
     }
     if (queue_mapping(skb) != 0) {
-        log.error("[%s][%d]: no priority queue find!\n");
+        log(skb).error("[%s][%d]: no priority queue find!\n");
         return -1;
     }
     return 0;
@@ -169,7 +171,6 @@ bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_res
 
 i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     switch (fwd_flag) {
     case UP_UNI:
@@ -177,9 +178,9 @@ i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_r
     case DOWN_UNI:
         return 0;
     case UP_ANI:
-        return gpon::choose_queue(skb, result->gemport_id, log);
+        return gpon::choose_queue(skb, result->gemport_id);
     default:
-        log.error("%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
+        packet_log::here(skb).error("%s [%d]: fwd_flag(%d): Fail\r\n", fwd_flag);
         // Reported on behalf of the caller, which reports nothing when the queue choice fails.
         packet_log::of<gpon_pkt_general_flow_func>(skb).error(
             "%s [%d]: gpon_pkt_handle_after_fwd_done Fail\r\n");

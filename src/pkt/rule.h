@@ -17,12 +17,12 @@ extern "C" {
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
 
 /* Learn the steps of a walk. Return 0, also if the table does not store them; -1 for a null packet.
- * walked_in is the generation in which the walk began; if it is over, the steps are dropped. The
+ * walked_in is the store's number when the walk began; if it is over, the steps are dropped. The
  * first one has no caller in the module and the tool, which have the header summary: it is for code
  * linked into the module that has only the packet, such as tests. */
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
 i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
-                       u64 walked_in = gpon::ANY_GENERATION);
+                       u64 walked_in = gpon::ANY_STORE);
 
 /* Return 0 and the learnt steps, or -1 and a cleared trace without them. The first one has no
  * caller in the module and the tool either and is for the same code. */
@@ -48,7 +48,7 @@ namespace gpon {
 
 /* Writes the GEM port id into the packet and has the platform choose the queue. Returns 0, or -1 if
  * the platform finds none. */
-[[nodiscard]] i32 choose_queue(sk_buff* skb, u16 gemport_id, packet_log log);
+[[nodiscard]] i32 choose_queue(sk_buff* skb, u16 gemport_id);
 
 } // namespace gpon
 

@@ -28,7 +28,7 @@ enum class row_end { next_row, done, failed };
  * levels are on the stack, and one frame per level is smaller than the three it replaces. */
 struct next_class_row {
     sk_buff* skb;
-    packet_log log;
+    const packet_log& log;
     const gpon_fwd_info& from;
     gpon_walk_result* result;
 
@@ -85,7 +85,7 @@ struct next_class_row {
 // The body of a step, at the depth recurse_num.
 [[gnu::always_inline]] inline i32 walk_step(sk_buff* skb, const gpon_fwd_info* step,
                                             gpon_walk_result* result,
-                                            packet_log log) GPON_READS_LISTS
+                                            const packet_log& log) GPON_READS_LISTS
 {
     if (result->ret_val == FLOW_PKT_FORWARD_DONE) {
         log.trace("[%s][%d] end,classId=%d,instId=0x%x,FLOW_PKT_FORWARD_DONE\n", step->classId,

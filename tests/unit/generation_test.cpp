@@ -100,7 +100,7 @@ protected:
         oldest = number;
         change.reset();
         gpon_hash_clean_all_safe();
-        learn(1, gpon::ANY_GENERATION);
+        learn(1, gpon::ANY_STORE);
     }
 
     static void learn(u16 number, u64 walked_in)
@@ -222,9 +222,9 @@ TEST_F(generation, what_is_remembered_is_what_the_rule_says_now)
 {
     frame first, second;
     const steps others = {
-        [] { learn(2, gpon::ANY_GENERATION); },
+        [] { learn(2, gpon::ANY_STORE); },
         [] { gpon_hash_delete_node_safe(gpon_hash_calc_key(KEY, sizeof(KEY)), 0); },
-        [] { learn(3, gpon::ANY_GENERATION); }};
+        [] { learn(3, gpon::ANY_STORE); }};
     const u64 orders = explorer([&] { begin(0); }, {of_frame(first), of_frame(second), others},
                                 [&] { expect_exact(); })
                            .run();
@@ -233,11 +233,11 @@ TEST_F(generation, what_is_remembered_is_what_the_rule_says_now)
 
 TEST_F(generation, no_rule_outlives_the_store_it_was_walked_in)
 {
-    u64 generations[2] = {};
+    u64 stores[2] = {};
     u16 walked[2] = {};
     const auto of_walk = [&](int i) -> steps {
-        return {[&, i] { generations[i] = gpon::current_generation(); },
-                [&, i] { walked[i] = store; }, [&, i] { learn(walked[i], generations[i]); }};
+        return {[&, i] { stores[i] = gpon::current_store(); }, [&, i] { walked[i] = store; },
+                [&, i] { learn(walked[i], stores[i]); }};
     };
     const steps command = {[&] { change.emplace(); }, [] { gpon_hash_clean_all_safe(); },
                            [&] { ++store; }, [&] { change.reset(); }};

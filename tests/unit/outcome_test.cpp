@@ -368,23 +368,46 @@ TEST_F(outcome, can_be_switched_off_on_the_host)
     EXPECT_EQ(send(frame(1)).port, port_of(1));
 }
 
-TEST_F(outcome, a_walk_is_learnt_in_its_own_generation_only)
+TEST_F(outcome, a_walk_is_learnt_although_a_rule_is_lost_meanwhile)
 {
     const gpon_rule_trace steps = {{{268, 1}}};
     const u8 key[GPON_RULE_KEY_HEAD] = {1};
-    const u64 began = gpon::current_generation();
+    const u64 began = gpon::current_store();
+    const u64 generation = gpon::current_generation();
+    gpon_hash_clean_all_safe();
+    EXPECT_NE(gpon::current_generation(), generation);
+    EXPECT_EQ(gpon::current_store(), began);
+    EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
+}
+
+TEST_F(outcome, an_operators_deletion_is_one_change_of_the_store)
+{
+    const u64 before = gpon::current_store();
+    gpon_flow_clean_all_me_inst();
+    EXPECT_EQ(gpon::current_store(), before + 2);
+}
+
+TEST_F(outcome, a_walk_is_learnt_only_while_the_store_keeps_its_number)
+{
+    const gpon_rule_trace steps = {{{268, 1}}};
+    const u8 key[GPON_RULE_KEY_HEAD] = {1};
+    const u64 began = gpon::current_store();
     EXPECT_TRUE(gpon::is_at_rest(began));
     {
         const gpon::store_change outer;
         const u64 during = gpon::current_generation();
+        const u64 store_during = gpon::current_store();
         EXPECT_FALSE(gpon::is_at_rest(during));
+        EXPECT_FALSE(gpon::is_at_rest(store_during));
         {
             const gpon::store_change inner;
             EXPECT_EQ(gpon::current_generation(), during);
+            EXPECT_EQ(gpon::current_store(), store_during);
         }
         EXPECT_EQ(gpon::current_generation(), during) << "the outermost bracket counts";
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
-        EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, during), 0);
+        EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, store_during), 0);
         EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "a change is under way";
         const gpon::outcome_key packed = {{1, 2, 3}};
         u16 port = 0;
@@ -394,8 +417,8 @@ TEST_F(outcome, a_walk_is_learnt_in_its_own_generation_only)
         EXPECT_FALSE(gpon::is_at_rest(gpon::current_generation()));
     }
     EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
-    EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "walked in a generation that is over";
-    EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, gpon::current_generation()), 0);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "walked in a store that has changed";
+    EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, gpon::current_store()), 0);
     EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
 }
 

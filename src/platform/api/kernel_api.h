@@ -59,6 +59,11 @@ void* gpon_os_kzalloc(size_t bytes, unsigned int flags);
 #endif
 GPON_SEAM(void, kfree, (const void* memory));
 
+/* ---- buffers of a packet's step: not filled, at most some hundred bytes, freed within the step.
+ * Allocation never sleeps and returns null on failure. bytes is the same in both calls. */
+GPON_SEAM(void*, packet_buffer_alloc, (size_t bytes));
+GPON_SEAM(void, packet_buffer_free, (void* buffer, size_t bytes));
+
 /* ---- kernel log: the kernel's formatting rules (%#x adds 0x to 0 as well) on every platform.
  * printk starts a log line, pr_cont continues the line that the same context printed last. */
 GPON_SEAM_PRINTF(int, printk, (const char* text, ...), 1, 2);

@@ -115,7 +115,9 @@ void reset_memory()
 
 using namespace gpon::host;
 
-void* kzalloc(size_t bytes, gfp_t)
+namespace {
+
+void* allocate(size_t bytes)
 {
     magazine& own = counts();
     own.allocations.add(1);
@@ -124,7 +126,6 @@ void* kzalloc(size_t bytes, gfp_t)
     block* header = is_kept(bytes) ? take_kept(own, bytes) : make_linked(bytes);
     if (!header)
         return nullptr;
-    std::memset(header + 1, 0, bytes);
     header->bytes = bytes;
     header->mark = live_mark;
     own.live_blocks.add(1);
@@ -132,6 +133,29 @@ void* kzalloc(size_t bytes, gfp_t)
     own.allocated_bytes.add(bytes);
     set_guarded(header, true);
     return header + 1;
+}
+
+} // namespace
+
+void* kzalloc(size_t bytes, gfp_t)
+{
+    void* memory = allocate(bytes);
+    if (memory)
+        std::memset(memory, 0, bytes);
+    return memory;
+}
+
+void* packet_buffer_alloc(size_t bytes)
+{
+    return allocate(bytes);
+}
+
+void packet_buffer_free(void* buffer, size_t bytes)
+{
+    if ((static_cast<const block*>(buffer) - 1)->mark == live_mark &&
+        (static_cast<const block*>(buffer) - 1)->bytes != bytes)
+        fatal("a packet buffer of %zu bytes is freed with another size: %p", bytes, buffer);
+    kfree(buffer);
 }
 
 void kfree(const void* memory)

@@ -79,6 +79,32 @@ void gpon_os_kfree(const void *memory)
 	kfree(block);
 }
 
+/*
+ * The buffers of a packet's step are the same blocks. They are not cleared, and since the size is
+ * known when they are freed, no slab has to be asked for it.
+ */
+static unsigned int class_of(size_t bytes)
+{
+	return order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
+}
+
+void *gpon_os_packet_buffer_alloc(size_t bytes)
+{
+	void *block;
+
+	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
+		return kzalloc(bytes, GFP_ATOMIC);
+	block = take_kept(class_of(bytes));
+	return block ? block : kzalloc((size_t)1 << class_of(bytes), GFP_ATOMIC);
+}
+
+void gpon_os_packet_buffer_free(void *buffer, size_t bytes)
+{
+	if (KEEPS_BLOCKS && bytes && bytes <= 1 << SHIFT_MAX && keep(class_of(bytes), buffer))
+		return;
+	kfree(buffer);
+}
+
 /* No allocation or free follows this call. */
 void gpon_glue_drop_memory(void)
 {
