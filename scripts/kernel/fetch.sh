@@ -68,7 +68,7 @@ mend_headers() {
     local root headers compiler
     root=$(kernel_root "$1")
     headers=$(kernel_headers "$1")
-    compiler=$(dependency '^gcc-[0-9]' "${headers##*/}:$(debian_arch "$(arch_of "$1")")")
+    compiler=$(dependency '(^|-)gcc-[0-9]' "${headers##*/}:$(debian_arch "$(arch_of "$1")")")
     compiler=$(grep -oE 'gcc-[0-9]+' <<<"$compiler")
     sed -i "s#^\(include \|KBUILD_OUTPUT=\)/usr/src/#\1$root/usr/src/#" "$headers/Makefile"
     if ! tools_run_here "$root"; then
