@@ -150,10 +150,16 @@ void* packet_buffer_alloc(size_t bytes)
     return allocate(bytes);
 }
 
+// The header of a live block is poisoned, so only this function may read it.
+[[gnu::no_sanitize("address")]] static bool has_other_size(const void* buffer, size_t bytes)
+{
+    const block* header = static_cast<const block*>(buffer) - 1;
+    return header->mark == live_mark && header->bytes != bytes;
+}
+
 void packet_buffer_free(void* buffer, size_t bytes)
 {
-    if ((static_cast<const block*>(buffer) - 1)->mark == live_mark &&
-        (static_cast<const block*>(buffer) - 1)->bytes != bytes)
+    if (has_other_size(buffer, bytes))
         fatal("a packet buffer of %zu bytes is freed with another size: %p", bytes, buffer);
     kfree(buffer);
 }
