@@ -2,8 +2,8 @@
 #include "tool/explain/account.h"
 
 #include <algorithm>
+#include <charconv>
 #include <ostream>
-#include <unordered_map>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -27,6 +27,7 @@ struct frame_story {
     bool ran = false;
     bool quick = false;
     std::vector<uint16_t> ports; ///< bridge ports in the order of the path
+    std::string reason;          ///< of the drop
 
     explicit frame_story(const std::string& log)
         : ran(log.find("gpon_pkt_general_flow_func") != std::string::npos),
@@ -49,12 +50,15 @@ struct frame_story {
 private:
     void consider(std::string_view line)
     {
-        static const pattern port(": enter, classId=" + std::to_string(me_class::mbpcd) +
-                                  R"(,instId=(\d+))");
-        if (line.find("[mbpcd_forward]") == line.npos)
+        static const std::string entry =
+            ": enter, classId=" + std::to_string(me_class::mbpcd) + ",instId=";
+        const size_t at = line.find(entry);
+        if (at == line.npos || line.find("[mbpcd_forward]") == line.npos)
             return;
-        if (const std::optional<pattern_match> at = port.search(line))
-            ports.push_back(static_cast<uint16_t>(std::stoul((*at)[1])));
+        const std::string_view id = line.substr(at + entry.size());
+        uint16_t port = 0;
+        if (std::from_chars(id.begin(), id.end(), port).ec == std::errc())
+            ports.push_back(port);
     }
 };
 
@@ -69,7 +73,6 @@ public:
     {
         for (const scenario_line& line : input.lines) {
             apply(line, entities_);
-            reasons_.clear();
             const exit_status status = run({input.name, {line}}, diagnostics);
             if (status != status_ok)
                 return status;
@@ -110,8 +113,11 @@ private:
 
     void count_frame(const packet_options& options, const captured_frame& frame)
     {
-        const std::optional<hook_answer> answer = hook_in_detail(options, frame.data);
-        const frame_story story(log());
+        const path_call call = hook_by_path(options, frame.data);
+        if (call.first)
+            stories_.push_back(story_of(call.answer, frame));
+        const std::optional<hook_answer>& answer = call.answer;
+        const frame_story& story = stories_.at(call.path);
         direction_account& direction = account_.at(options.kind);
         ++direction.frames;
         direction.quick += story.quick;
@@ -122,19 +128,19 @@ private:
         else if (answer->api_result == 0)
             ++direction.destinations[destination(options, *answer, story)];
         else
-            ++direction.drops[reason(frame)];
+            ++direction.drops[story.reason];
     }
 
-    // Frames of the same flow have the same log. Reading it takes far longer than the walk.
-    const std::string& reason(const captured_frame& frame)
+    // Of the call that is in the log. Frames of the same path have the same tags.
+    frame_story story_of(const std::optional<hook_answer>& answer, const captured_frame& frame) const
     {
-        const frame_header header = read_header(frame);
-        const std::string tags = tags_text(header);
-        std::string& known = reasons_[tags + log()];
-        if (known.empty())
-            known = tags + ": " +
-                    drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
-        return known;
+        frame_story story(log());
+        if (answer && story.ran && answer->api_result != 0) {
+            const frame_header header = read_header(frame);
+            story.reason = tags_text(header) + ": " +
+                           drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
+        }
+        return story;
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,
@@ -156,7 +162,7 @@ private:
     frame_account& account_;
     line_model entities_; ///< at the current command
     std::map<me_id, std::string> gaps_;
-    std::unordered_map<std::string, std::string> reasons_;
+    std::vector<frame_story> stories_; ///< by number of the path
 };
 
 constexpr std::array<const char*, 4> direction_titles = {

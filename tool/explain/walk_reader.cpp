@@ -2,10 +2,12 @@
 #include "tool/explain/walk_reader.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "tool/explain/decision_texts.h"
-#include "tool/text/pattern.h"
 
 namespace gponflow {
 
@@ -13,31 +15,115 @@ namespace {
 
 // One line of the log: the function that logs and its text.
 struct log_line {
-    std::string tag;
-    std::string function;
-    std::string text;
+    std::string_view tag;
+    std::string_view function;
+    std::string_view text;
 };
 
-std::optional<log_line> read_line(const std::string& line)
+bool is_capital(char c)
 {
-    static const pattern shape(R"(^(\*+[A-Z]+\*+)?(?:Enter )?\[?(\w+)\]? ?\[\d+\]:? ?(.*?)\s*$)");
-    const std::optional<pattern_match> found = shape.match(line);
-    if (!found)
-        return {};
-    return log_line{(*found)[1], (*found)[2], (*found)[3]};
+    return c >= 'A' && c <= 'Z';
 }
 
-// The numbers of a text that matches the pattern.
-std::optional<std::vector<unsigned>> numbers(const std::string& text, const pattern& shape)
+bool is_digit(char c)
 {
-    const std::optional<pattern_match> found = shape.search(text);
-    if (!found)
+    return c >= '0' && c <= '9';
+}
+
+bool is_word(char c)
+{
+    return is_capital(c) || is_digit(c) || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+/// Takes a line apart from its front. A log has thousands of lines for each frame on a large line,
+/// so this reads each character once.
+class line_scanner {
+public:
+    explicit line_scanner(std::string_view text) : rest_(text) {}
+
+    template <typename predicate> std::string_view take_while(predicate holds)
+    {
+        const auto end = std::ranges::find_if_not(rest_, holds);
+        const auto count = static_cast<size_t>(end - rest_.begin());
+        const std::string_view taken = rest_.substr(0, count);
+        rest_.remove_prefix(count);
+        return taken;
+    }
+
+    bool take(std::string_view words)
+    {
+        if (!rest_.starts_with(words))
+            return false;
+        rest_.remove_prefix(words.size());
+        return true;
+    }
+
+    std::string_view rest() const { return rest_; }
+
+private:
+    std::string_view rest_;
+};
+
+std::string_view without_end_blanks(std::string_view text)
+{
+    const size_t last = text.find_last_not_of(" \t\r\n\v\f");
+    return text.substr(0, last + 1);
+}
+
+// "***ERROR***[function][12]: text": the tag, "Enter ", the brackets of the function, the colon and
+// the blanks may be missing.
+std::optional<log_line> read_line(std::string_view line)
+{
+    line_scanner scan(line);
+    log_line result;
+    const auto is_star = [](char c) { return c == '*'; };
+    if (line.starts_with('*')) {
+        const size_t stars = scan.take_while(is_star).size();
+        const size_t level = scan.take_while(is_capital).size();
+        result.tag = line.substr(0, stars + level + scan.take_while(is_star).size());
+        if (level == 0 || !result.tag.ends_with('*'))
+            return {};
+    }
+    scan.take("Enter ");
+    scan.take("[");
+    result.function = scan.take_while(is_word);
+    scan.take("]");
+    scan.take(" ");
+    if (result.function.empty() || !scan.take("[") || scan.take_while(is_digit).empty() ||
+        !scan.take("]"))
         return {};
-    std::vector<unsigned> result;
-    // A %x of a message follows its 0x, other numbers are decimal.
-    for (size_t i = 1; i < found->groups.size(); ++i)
-        result.push_back(static_cast<unsigned>(std::stoul((*found)[i], nullptr, 0)));
+    scan.take(":");
+    scan.take(" ");
+    result.text = without_end_blanks(scan.rest());
     return result;
+}
+
+using number_list = std::array<unsigned, 6>;
+
+// The numbers of a text that begins like the shape, where each # is a number; decimal, or
+// hexadecimal behind 0x.
+std::optional<number_list> numbers(std::string_view text, std::string_view shape)
+{
+    number_list result{};
+    size_t count = 0;
+    line_scanner scan(text);
+    for (;;) {
+        const size_t words = std::min(shape.find('#'), shape.size());
+        if (!scan.take(shape.substr(0, words)))
+            return {};
+        if (words == shape.size())
+            return result;
+        shape.remove_prefix(words + 1);
+        const bool negative = scan.take("-");
+        const int base = scan.take("0x") ? 16 : 10;
+        const std::string_view digits =
+            scan.take_while([](char c) { return is_digit(c) || (c >= 'a' && c <= 'f'); });
+        unsigned value = 0;
+        const auto end = std::from_chars(digits.begin(), digits.end(), value, base);
+        if (end.ec != std::errc() || end.ptr != digits.end())
+            return {};
+        result.at(count++) = negative ? 0 - value : value;
+    }
 }
 
 class walk_reader {
@@ -50,7 +136,7 @@ public:
         story_.replayed = log.find("]: Rule already exist!") != log.npos;
         for (size_t at = 0; at < log.size();) {
             const size_t end = std::min(log.find('\n', at), log.size());
-            if (const auto line = read_line(log.substr(at, end - at)))
+            if (const auto line = read_line(std::string_view(log).substr(at, end - at)))
                 take(*line);
             at = end + 1;
         }
@@ -68,7 +154,7 @@ public:
 private:
     void take(const log_line& line)
     {
-        const std::string& who = line.function;
+        const std::string_view who = line.function;
         if (who == "gpon_pkt_general_flow_func")
             take_flow(line);
         else if (who == "gpon_hash_add_node" && line.text.starts_with("table num"))
@@ -90,7 +176,7 @@ private:
         else if (walk_step* step = current())
             take_decision(line, *step);
         else if (is_complaint(line))
-            story_.complaints.push_back(line.text);
+            story_.complaints.emplace_back(line.text);
     }
 
     static bool is_complaint(const log_line& line)
@@ -111,26 +197,22 @@ private:
         if (!is_complaint(line))
             return;
         story_.dropped = true;
-        story_.complaints.push_back(line.text);
+        story_.complaints.emplace_back(line.text);
     }
 
     void take_step(const log_line& line)
     {
-        static const pattern entry(R"(^Enter, recurse_num = (\d+))");
-        static const pattern position(
-            R"(^enter, classId=(\d+),instId=(0x[0-9a-f]+|0),fwd_flag=(\d+))");
-        static const pattern exit(R"(^end, classId=(\d+),instId=(0x[0-9a-f]+|0), )"
-                                  R"(func_ret = (-?\d+),ret_val=(\d+),recurse_num =(\d+))");
-        if (numbers(line.text, entry)) {
+        if (numbers(line.text, "Enter, recurse_num = #")) {
             open_step();
             announced_ = true;
-        } else if (const auto at = numbers(line.text, position)) {
+        } else if (const auto at = numbers(line.text, "enter, classId=#,instId=#,fwd_flag=#")) {
             enter(*at);
         } else if (line.text.find("MAX_RECURSION_NUM") != line.text.npos && current()) {
             current()->dead_end = "the graph is deeper than the limit of a walk";
         } else if (line.text.find("can not get the entry") != line.text.npos && current()) {
             current()->dead_end = "frames do not pass through this class";
-        } else if (const auto left = numbers(line.text, exit)) {
+        } else if (const auto left = numbers(line.text, "end, classId=#,instId=#, func_ret = #,"
+                                                        "ret_val=#,recurse_num =#")) {
             check_nesting({static_cast<uint16_t>((*left)[0]), static_cast<uint16_t>((*left)[1])},
                           (*left)[4]);
             if (current())
@@ -145,7 +227,7 @@ private:
     }
 
     // With all log levels, another message precedes and opens the step.
-    void enter(const std::vector<unsigned>& at)
+    void enter(const number_list& at)
     {
         if (!std::exchange(announced_, false))
             open_step();
@@ -174,11 +256,9 @@ private:
         open_.pop_back();
     }
 
-    void take_next(const std::string& text)
+    void take_next(std::string_view text)
     {
-        static const pattern answer(
-            R"(^nextMeClassId=(\d+), inst_id=(0x[0-9a-f]+|0), instExist=(\d+),)");
-        const auto found = numbers(text, answer);
+        const auto found = numbers(text, "nextMeClassId=#, inst_id=#, instExist=#,");
         walk_step* step = current();
         if (!found || (*found)[2] != 0 || !step)
             return;
@@ -189,21 +269,26 @@ private:
         step->dead_end += class_text((*found)[0]);
     }
 
-    void take_replayed(const std::string& text)
+    void take_replayed(std::string_view text)
     {
-        static const pattern which(R"(^classId = (\d+), me_index)");
-        if (const auto found = numbers(text, which))
+        if (const auto found = numbers(text, "classId = #, me_index"))
             story_.steps.push_back(
                 {{static_cast<uint16_t>((*found)[0]), 0}, story_.steps.size(), true, {}, {}});
+    }
+
+    static std::optional<uint16_t> port_entered(std::string_view text)
+    {
+        const auto at = numbers(text, "enter, classId=#,instId=#");
+        if (!at || (*at)[0] != me_class::mbpcd)
+            return {};
+        return static_cast<uint16_t>((*at)[1]);
     }
 
     // The replay of a marked frame logs bridge ports by their own messages; with all log levels the
     // class is logged before.
     void take_replayed_port(const log_line& line)
     {
-        static const pattern entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
-                                   R"(,instId=(\d+))");
-        const auto at = numbers(line.text, entry);
+        const bool at = port_entered(line.text).has_value();
         const walk_step* last = current();
         if (at && (!last || last->at.class_id != me_class::mbpcd || last->at.instance != 0))
             story_.steps.push_back({{me_class::mbpcd, 0}, story_.steps.size(), true, {}, {}});
@@ -218,16 +303,18 @@ private:
         take_decision(line, *current());
     }
 
-    void take_tci(const std::string& text)
+    void take_tci(std::string_view text)
     {
-        static const pattern end(R"(vlanTci=(0x[0-9a-f]+|0))");
-        if (const auto found = numbers(text, end))
+        const size_t at = text.find("vlanTci=");
+        if (at == text.npos)
+            return;
+        if (const auto found = numbers(text.substr(at), "vlanTci=#"))
             tci_ = (*found)[0];
     }
 
     void take_decision(const log_line& line, walk_step& step)
     {
-        const std::string& text = line.text;
+        const std::string_view text = line.text;
         if (line.function == "mbpcd_forward")
             take_bridge_port(text, step);
         else if (line.function == "vtfd_handle")
@@ -241,16 +328,14 @@ private:
         else if (text.find("fwd_flag(") != text.npos && is_complaint(line))
             step.dead_end = "frames do not pass through it in this direction";
         else if (is_complaint(line) && step.dead_end.empty() &&
-                 line.function.find("gpon_pkt") == std::string::npos)
-            step.dead_end = text;
+                 line.function.find("gpon_pkt") == std::string_view::npos)
+            step.dead_end = std::string(text);
     }
 
-    void take_bridge_port(const std::string& text, walk_step& step)
+    void take_bridge_port(std::string_view text, walk_step& step)
     {
-        static const pattern entry("^enter, classId=" + std::to_string(me_class::mbpcd) +
-                                   R"(,instId=(\d+))");
-        if (const auto at = numbers(text, entry))
-            step.at.instance = static_cast<uint16_t>((*at)[0]);
+        if (const auto at = port_entered(text))
+            step.at.instance = *at;
         else if (text.find("fwd_flag(") != text.npos)
             step.dead_end = side_text(model_, step.at);
         else if (text.find("vtfd_filter_handle fail") != text.npos) {
@@ -260,11 +345,9 @@ private:
         }
     }
 
-    void take_filter(const std::string& text, walk_step& step)
+    void take_filter(std::string_view text, walk_step& step)
     {
-        static const pattern operands(
-            R"(^forwardOperation=(0x[0-9a-f]+|0),vlanTci=(0x[0-9a-f]+|0),tagFlag=(\d+))");
-        const auto found = numbers(text, operands);
+        const auto found = numbers(text, "forwardOperation=#,vlanTci=#,tagFlag=#");
         if (!found) {
             if (text == "end, return 0")
                 end_filter(step, "pass");
@@ -280,10 +363,9 @@ private:
         filter_.clear();
     }
 
-    void take_gem_iw(const std::string& text, walk_step& step)
+    void take_gem_iw(std::string_view text, walk_step& step)
     {
-        static const pattern end(R"(^end, inst_id=(\d+))");
-        if (const auto at = numbers(text, end))
+        if (const auto at = numbers(text, "end, inst_id=#"))
             step.at.instance = static_cast<uint16_t>((*at)[0]);
         if (text.find("pbit_filter_handle fail") == text.npos)
             return;

@@ -93,6 +93,7 @@ void line_model::apply(const config_command& command)
 void line_model::clear()
 {
     classes_.clear();
+    places_.clear();
     operations_.clear();
 }
 
@@ -132,7 +133,9 @@ unsigned line_model::operation_line(me_id what) const
 
 void line_model::restore(me_instance instance)
 {
-    classes_[instance.id.class_id].push_back(std::move(instance));
+    std::vector<me_instance>& list = classes_[instance.id.class_id];
+    places_[instance.id.class_id].emplace(instance.id.instance, list.size());
+    list.push_back(std::move(instance));
 }
 
 void line_model::store(const me_command& command, const class_record& known, unsigned line)
@@ -163,6 +166,17 @@ void line_model::remove(const me_command& command)
             report(pointer, command.message, 0);
     }
     std::erase_if(list, [&](const me_instance& one) { return one.id == id; });
+    number_places(command.class_id);
+}
+
+// After a deletion, which moves the instances behind it.
+void line_model::number_places(uint16_t class_id)
+{
+    std::unordered_map<uint16_t, size_t>& places = places_[class_id];
+    const std::vector<me_instance>& list = classes_[class_id];
+    places.clear();
+    for (size_t i = 0; i < list.size(); ++i)
+        places.emplace(list[i].id.instance, i);
 }
 
 void line_model::report(const me_pointer& what, uint8_t message, unsigned line)
@@ -191,7 +205,9 @@ me_instance& line_model::add(me_id what, const class_record& known, unsigned lin
     std::memcpy(made.raw.data(), &what.instance, sizeof(what.instance));
     for (const recordable_links& links : known.links)
         made.rows.push_back({links.class_id, links.capacity, {}});
-    return classes_[what.class_id].emplace_back(std::move(made));
+    std::vector<me_instance>& list = classes_[what.class_id];
+    places_[what.class_id].emplace(what.instance, list.size());
+    return list.emplace_back(std::move(made));
 }
 
 const std::vector<me_instance>& line_model::instances(uint16_t class_id) const
@@ -212,9 +228,11 @@ std::vector<const me_instance*> line_model::all() const
 
 const me_instance* line_model::find(me_id what) const
 {
-    const auto& list = instances(what.class_id);
-    const auto found = std::ranges::find(list, what, &me_instance::id);
-    return found == list.end() ? nullptr : &*found;
+    const auto places = places_.find(what.class_id);
+    if (places == places_.end())
+        return nullptr;
+    const auto place = places->second.find(what.instance);
+    return place == places->second.end() ? nullptr : &instances(what.class_id)[place->second];
 }
 
 me_instance* line_model::find(me_id what)

@@ -10,6 +10,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "include/me_class_id.h"
@@ -117,7 +118,10 @@ private:
     void remove(const me_command& command);
     void report(const me_pointer& what, uint8_t message, unsigned line);
 
+    void number_places(uint16_t class_id);
+
     std::map<uint16_t, std::vector<me_instance>> classes_;
+    std::map<uint16_t, std::unordered_map<uint16_t, size_t>> places_; ///< by class and instance
     struct operation_facts {
         tag_operation operation;
         unsigned line = 0;

@@ -85,49 +85,88 @@ private:
             captured_run::on_frame(options, frame);
             return;
         }
-        carried_frame carried = carry_to_hook(data_.entities, options, frame);
-        explanation explained{{options, frame}, {}, {}, {}, std::move(carried)};
-        classify(explained);
-        count(std::move(explained), place);
+        explanation explained{
+            {options, frame}, {}, {}, {}, carry_to_hook(data_.entities, options, frame)};
+        if (explained.tagging.discarded)
+            count_discarded(std::move(explained), place);
+        else
+            count_called(std::move(explained), place);
     }
 
-    void classify(explanation& explained)
+    // What the frames of one path have in common.
+    struct path_summary {
+        frame_fate fate = frame_fate::passed;
+        std::string outcome;
+        bool replayed = false;
+        std::vector<me_id> way;
+    };
+
+    path_summary summary_of(const explanation& explained) const
     {
-        if (explained.tagging.discarded) {
-            explained.answer = hook_answer{0, 1, 0, 0};
-            explained.story.ran = true;
-            return;
-        }
-        explained.answer = hook_in_detail(explained.input.options, explained.tagging.frame);
-        explained.story = read_walk(log(), data_.entities);
+        path_summary path;
+        path.fate = fate_of(explained);
+        path.outcome = outcome_of(explained, path.fate);
+        path.replayed = explained.story.replayed;
+        path.way = way_of(explained.story);
+        return path;
     }
 
-    flow_row row_of(const explanation& explained, const std::string& place) const
+    void count_discarded(explanation explained, const std::string& place)
+    {
+        explained.answer = hook_answer{0, 1, 0, 0};
+        explained.story.ran = true;
+        if (const flow_row row = count(summary_of(explained), explained, place); is_new_drop(row))
+            add_drop(std::move(explained), row);
+    }
+
+    void count_called(explanation explained, const std::string& place)
+    {
+        const packet_options& options = explained.input.options;
+        const path_call call = hook_by_path(options, explained.tagging.frame);
+        if (call.first) {
+            explained.answer = call.answer;
+            explained.story = read_walk(log(), data_.entities, &explained.tagging.frame);
+            paths_.push_back(summary_of(explained));
+        }
+        const flow_row row = count(paths_.at(call.path), explained, place);
+        if (!is_new_drop(row))
+            return;
+        if (!call.first) {
+            // A frame that is dropped changes nothing: the call may be repeated.
+            explained.answer = hook_in_detail(options, explained.tagging.frame);
+            explained.story = read_walk(log(), data_.entities, &explained.tagging.frame);
+        }
+        add_drop(std::move(explained), row);
+    }
+
+    static flow_row row_of(const path_summary& path, const explanation& explained,
+                           const std::string& place)
     {
         flow_row row;
         row.kind = explained.input.options.kind;
         row.entry = entry_text(explained.input.options);
         row.key = key_of(explained.input.options, explained.input.frame.data);
         row.type = type_text(read_header(explained.input.frame));
-        row.fate = fate_of(explained);
-        row.outcome = outcome_of(explained, row.fate);
+        row.fate = path.fate;
+        row.outcome = path.outcome;
         row.first = place;
         return row;
     }
 
-    void count(explanation explained, const std::string& place)
+    // Counts everything but a drop of a new reason.
+    flow_row count(const path_summary& path, const explanation& explained, const std::string& place)
     {
-        const flow_row row = row_of(explained, place);
-        const frame_fate fate = row.fate;
+        const flow_row row = row_of(path, explained, place);
         direction_row& direction = data_.directions.at(row.kind);
         ++direction.frames;
-        direction.passed += fate == frame_fate::passed;
-        direction.dropped += fate == frame_fate::dropped;
-        direction.untouched += fate == frame_fate::untouched;
-        direction.quick += explained.story.replayed;
-        add_flow(row, explained);
-        if (fate == frame_fate::dropped)
-            add_drop(std::move(explained), row);
+        direction.passed += path.fate == frame_fate::passed;
+        direction.dropped += path.fate == frame_fate::dropped;
+        direction.untouched += path.fate == frame_fate::untouched;
+        direction.quick += path.replayed;
+        add_flow(row, path, explained.input.frame.wire_length);
+        if (path.fate == frame_fate::dropped)
+            count_drop(row);
+        return row;
     }
 
     static frame_fate fate_of(const explanation& explained)
@@ -158,15 +197,15 @@ private:
     }
 
     // A replay logs only some of its steps; the walk that learnt the rule logged all.
-    std::vector<me_id> whole_way(const flow_row& row, const walk_story& story)
+    std::vector<me_id> whole_way(const flow_row& row, const path_summary& path)
     {
-        if (!story.replayed)
-            return learnt_ways_[row.key] = way_of(story);
+        if (!path.replayed)
+            return learnt_ways_[row.key] = path.way;
         const auto learnt = learnt_ways_.find(row.key);
-        return learnt == learnt_ways_.end() ? way_of(story) : learnt->second;
+        return learnt == learnt_ways_.end() ? path.way : learnt->second;
     }
 
-    void add_flow(const flow_row& row, const explanation& explained)
+    void add_flow(const flow_row& row, const path_summary& path, uint64_t octets)
     {
         const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
         auto known = flows_.find(id);
@@ -178,27 +217,38 @@ private:
             }
             known = flows_.emplace(id, data_.flows.size()).first;
             data_.flows.push_back(row);
-            data_.flows.back().way = whole_way(row, explained.story);
+            data_.flows.back().way = whole_way(row, path);
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
-        flow.octets += explained.input.frame.wire_length;
-        flow.quick += explained.story.replayed;
+        flow.octets += octets;
+        flow.quick += path.replayed;
     }
 
-    void add_drop(explanation explained, const flow_row& row)
+    drop_row* find_drop(const flow_row& row)
     {
         const auto known = std::ranges::find_if(data_.drops, [&](const drop_row& one) {
             return one.kind == row.kind && one.tags == row.key.tags && one.reason == row.outcome;
         });
-        if (known != data_.drops.end()) {
+        return known == data_.drops.end() ? nullptr : &*known;
+    }
+
+    void count_drop(const flow_row& row)
+    {
+        if (drop_row* known = find_drop(row))
             ++known->frames;
-            return;
-        }
-        if (data_.drops.size() == most_drops) {
+        else if (data_.drops.size() == most_drops)
             ++data_.drops_left_out;
-            return;
-        }
+    }
+
+    bool is_new_drop(const flow_row& row)
+    {
+        return row.fate == frame_fate::dropped && data_.drops.size() < most_drops &&
+               !find_drop(row);
+    }
+
+    void add_drop(explanation explained, const flow_row& row)
+    {
         explained.entities = data_.entities;
         data_.drops.push_back(
             {row.kind, row.key.tags, row.outcome, 1, row.first, std::move(explained)});
@@ -215,6 +265,7 @@ private:
     using flow_id = std::tuple<uint32_t, std::string, flow_key, std::string, std::string>;
 
     report_data& data_;
+    std::vector<path_summary> paths_; ///< by number of the path
     std::map<flow_id, size_t> flows_; ///< places in the data
     std::map<flow_key, std::vector<me_id>> learnt_ways_;
     std::string source_;

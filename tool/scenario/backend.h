@@ -36,6 +36,16 @@ struct hook_answer {
     uint32_t flags = 0; ///< the same, the flag word
 };
 
+/// Where the rule table has the rule of a frame.
+struct rule_place {
+    enum where {
+        stored, ///< the frame replays it
+        taken,  ///< there is none, and the table would drop a new one without any other effect
+        open    ///< there is none, and a new one changes the table
+    } state = open;
+    std::string steps; ///< of a stored rule: they are equal if the rules have the same steps
+};
+
 /// The entry points of the module and the platform below it. One thread at a time. Events of a
 /// call reach the sink before the call returns. Every function may throw refusal.
 ///
@@ -58,6 +68,9 @@ public:
 
     /// One hook call; without frame the packet pointer is null.
     virtual std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) = 0;
+    /// What a hook call would find; marks a stored rule as used, as the call does. Nothing if the
+    /// backend cannot look into the table, or if the call would not use it.
+    virtual std::optional<rule_place> find_rule(const packet_options&, const bytes&) { return {}; }
     virtual std::optional<long> ioctl(uint32_t number, uint64_t argument) = 0;
     virtual std::optional<long> proc_write(std::string_view text) = 0;
     virtual std::optional<long> proc_read() = 0;

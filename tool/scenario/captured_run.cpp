@@ -32,6 +32,7 @@ struct captured_run::visitor {
     void operator()(const tagging_command&) const {}
     void operator()(const fault_command& command) const
     {
+        run.faults_ = true;
         target.arm_fault(command.service, command.nth);
     }
 
@@ -47,8 +48,10 @@ struct captured_run::visitor {
     {
         if (command.frame)
             run.on_frame(command.options, captured_frame(*command.frame));
-        else
+        else {
+            run.paths_.forget();
             target.hook(command.options, nullptr);
+        }
     }
 
     void operator()(const pcap_command& command) const
@@ -82,8 +85,10 @@ exit_status captured_run::run(const scenario& input, std::ostream& diagnostics)
         try {
             std::visit(visitor{*this, target_}, line.command);
             if (!std::holds_alternative<hook_command>(line.command) &&
-                !std::holds_alternative<pcap_command>(line.command))
+                !std::holds_alternative<pcap_command>(line.command)) {
+                paths_.forget();
                 on_change();
+            }
         } catch (const refusal& why) {
             diagnostics << diagnostic{input.name, line.line, 0, why.what()}.text() << '\n';
             return status_unsupported;
@@ -102,6 +107,28 @@ std::optional<hook_answer> captured_run::hook_in_detail(const packet_options& op
     target_.proc_write("set debug_level 0");
     log_ = std::move(output);
     return answer;
+}
+
+captured_run::path_call captured_run::hook_by_path(const packet_options& options,
+                                                   const bytes& frame)
+{
+    const std::optional<rule_place> place = place_of(options, frame);
+    std::string key = place ? path_memory::key_of(options, frame, *place) : std::string();
+    if (const path_memory::path* known = place ? paths_.find(key) : nullptr)
+        return {repeat(*known, *place, options, frame), known->number, false};
+    const path_call call{hook_in_detail(options, frame), path_count_++, true};
+    if (place)
+        paths_.add(std::move(key), {call.answer, call.path});
+    return call;
+}
+
+// Of a replay, find_rule has had the only effect; a frame that is dropped has none.
+std::optional<hook_answer> captured_run::repeat(const path_memory::path& known,
+                                                const rule_place& place,
+                                                const packet_options& options, const bytes& frame)
+{
+    const bool learns = place.state == rule_place::open && known.answer->api_result == 0;
+    return learns ? target_.hook(options, &frame) : known.answer;
 }
 
 std::optional<hook_answer> captured_run::hook(const packet_options& options, const bytes& frame)
@@ -139,7 +166,22 @@ void captured_run::on_me(const me_command& command)
 
 void captured_run::on_frame(const packet_options& options, const captured_frame& frame)
 {
-    target_.hook(options, &frame.data);
+    const std::optional<rule_place> place = place_of(options, frame.data);
+    if (!place) {
+        target_.hook(options, &frame.data);
+        return;
+    }
+    std::string key = path_memory::key_of(options, frame.data, *place);
+    if (const path_memory::path* known = paths_.find(key))
+        repeat(*known, *place, options, frame.data);
+    else
+        paths_.add(std::move(key), {target_.hook(options, &frame.data), 0});
+}
+
+// Nothing for a frame that may not be like another.
+std::optional<rule_place> captured_run::place_of(const packet_options& options, const bytes& frame)
+{
+    return faults_ ? std::nullopt : target_.find_rule(options, frame);
 }
 
 } // namespace gponflow

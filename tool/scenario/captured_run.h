@@ -10,6 +10,7 @@
 
 #include "tool/scenario/backend.h"
 #include "tool/scenario/command.h"
+#include "tool/scenario/path_memory.h"
 #include "tool/scenario/run.h"
 
 namespace gponflow {
@@ -34,6 +35,18 @@ public:
     /// One hook call with all log levels on; log() then holds the log of the call. Throws refusal.
     std::optional<hook_answer> hook_in_detail(const packet_options& options, const bytes& frame);
 
+    /// A hook call of which only the path matters.
+    struct path_call {
+        std::optional<hook_answer> answer;
+        size_t path = 0;    ///< frames with the same number have the same log
+        bool first = false; ///< of this number, which is the count of numbers so far
+    };
+
+    /// Like hook_in_detail for the first frame of a path; log() then holds the log of the call.
+    /// The state of the module after other frames is the same, but the call is left out if it has
+    /// no effect. Throws refusal.
+    path_call hook_by_path(const packet_options& options, const bytes& frame);
+
     /// One hook call; log() then holds what was logged during the call. Throws refusal.
     std::optional<hook_answer> hook(const packet_options& options, const bytes& frame);
 
@@ -51,6 +64,7 @@ public:
 protected:
     virtual void on_load();
     virtual void on_me(const me_command& command);
+    /// The call is left out if it has no effect.
     virtual void on_frame(const packet_options& options, const captured_frame& frame);
     /// Called after every command except hook calls: the state of the module may have changed.
     virtual void on_change() {}
@@ -60,6 +74,13 @@ protected:
 private:
     struct visitor;
 
+    std::optional<rule_place> place_of(const packet_options& options, const bytes& frame);
+    std::optional<hook_answer> repeat(const path_memory::path& known, const rule_place& place,
+                                      const packet_options& options, const bytes& frame);
+
+    path_memory paths_;
+    size_t path_count_ = 0;
+    bool faults_ = false; ///< some call fails: no frame is like another
     std::string log_;
     bool lost_ = false;
     bool progress_ = false;

@@ -2,6 +2,7 @@
 #include "tool/scenario/host_backend.h"
 
 #include "platform/host/host.h"
+#include "tool/scenario/rule_place.h"
 
 namespace gponflow {
 
@@ -84,6 +85,13 @@ public:
         if (!answer)
             return {};
         return hook_answer{answer->ret, answer->api_result, packet.gemport_id, packet.flag_word};
+    }
+
+    std::optional<rule_place> find_rule(const packet_options& options, const bytes& frame) override
+    {
+        if (!gpon::host::is_loaded())
+            return {};
+        return find_host_rule(options.kind, packet_from(options, frame));
     }
 
     std::optional<long> ioctl(uint32_t number, uint64_t argument) override

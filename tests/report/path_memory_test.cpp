@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Calls that are left out change no result.
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tests/support/generated_line.h"
+#include "tool/explain/account.h"
+#include "tool/report/collect.h"
+#include "tool/scenario/host_backend.h"
+#include "tool/scenario/open.h"
+
+namespace gponflow {
+
+namespace {
+
+// Forwards each call, and does not look into the rule table: no frame is like another.
+class forgetful_backend final : public backend {
+public:
+    void set_sink(backend_sink sink) override { host_->set_sink(std::move(sink)); }
+    std::optional<int> load() override { return host_->load(); }
+    void unload() override { host_->unload(); }
+    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    {
+        ++calls;
+        return host_->hook(options, frame);
+    }
+    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
+    {
+        return host_->ioctl(number, argument);
+    }
+    std::optional<long> proc_write(std::string_view text) override
+    {
+        return host_->proc_write(text);
+    }
+    std::optional<long> proc_read() override { return host_->proc_read(); }
+    uint64_t advance(uint64_t jiffies) override { return host_->advance(jiffies); }
+    void set_mapping(const pointer_setting& setting) override { host_->set_mapping(setting); }
+    void set_queue_mapping(const pointer_setting& setting) override
+    {
+        host_->set_queue_mapping(setting);
+    }
+    void arm_fault(fault_kind service, uint64_t nth) override { host_->arm_fault(service, nth); }
+
+    uint64_t calls = 0;
+
+protected:
+    std::unique_ptr<backend> host_ = make_host_backend();
+};
+
+report_data report_of(const scenario& what, backend& target)
+{
+    report_data data;
+    std::ostringstream told;
+    EXPECT_EQ(collect_report(what, target, data, told), status_ok) << told.str();
+    return data;
+}
+
+std::string account_of(const scenario& what, backend& target)
+{
+    frame_account account;
+    std::ostringstream text;
+    EXPECT_EQ(account_scenario(what, target, account, text), status_ok) << text.str();
+    print_account(account, text);
+    return text.str();
+}
+
+std::string rules_text(const report_data& data)
+{
+    std::ostringstream text;
+    for (const dumped_rule& rule : data.rules->rules)
+        text << rule.hash << ' ' << to_text(rule.key.source) << ' ' << to_text(rule.key.tags) << ' '
+             << rule.key.direction << '\n';
+    return text.str();
+}
+
+std::string flows_text(const report_data& data)
+{
+    std::ostringstream text;
+    for (const flow_row& flow : data.flows) {
+        text << flow.entry << ' ' << to_text(flow.key.source) << ' ' << to_text(flow.key.tags)
+             << ' ' << flow.type << ' ' << flow.outcome << ' ' << flow.frames << ' ' << flow.octets
+             << ' ' << flow.quick << ' ' << flow.first << '\n';
+        for (const me_id at : flow.way)
+            text << to_text(at) << '\n';
+    }
+    for (const drop_row& drop : data.drops)
+        text << drop.reason << ' ' << drop.frames << ' ' << drop.first << '\n';
+    return text.str();
+}
+
+void expect_the_same(const scenario& what)
+{
+    std::string expected, expected_flows, expected_rules;
+    {
+        forgetful_backend plain;
+        expected = account_of(what, plain);
+    }
+    {
+        forgetful_backend plain;
+        const report_data data = report_of(what, plain);
+        expected_flows = flows_text(data);
+        expected_rules = rules_text(data);
+    }
+    EXPECT_EQ(account_of(what, *make_host_backend()), expected);
+    const report_data data = report_of(what, *make_host_backend());
+    EXPECT_EQ(flows_text(data), expected_flows);
+    EXPECT_EQ(rules_text(data), expected_rules);
+}
+
+TEST(path_memory, leaves_the_results_of_recorded_traffic_as_they_are)
+{
+    std::ostringstream errors;
+    const auto demo = open_scenario("scenarios/demo.scn", errors);
+    ASSERT_TRUE(demo) << errors.str();
+    expect_the_same(*demo);
+}
+
+// More flows than the rule table has places: rules collide, the table grows and is swept.
+TEST(path_memory, leaves_the_results_of_a_full_table_as_they_are)
+{
+    expect_the_same(test::generated_scenario(
+        {.bridges = 2, .services = 3, .frames = 6000, .stations = 300, .foreign = 50, .seed = 7}));
+}
+
+TEST(path_memory, ends_at_a_change_of_the_line)
+{
+    const std::string frame = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
+    const scenario changed =
+        parse_good(good_line + frame + frame +
+                   "me set VLAN_TAG_FILTER_DATA 0x1001 vlanFilterList=101 forwardOperation=0x04 "
+                   "vlanFilterNums=1\n" +
+                   frame + frame + "hook kind=switch param=0\n" + frame +
+                   "hook kind=switch param=1\n" + frame);
+    expect_the_same(changed);
+    EXPECT_NE(account_of(changed, *make_host_backend()).find("passed      3"), std::string::npos);
+}
+
+} // namespace
+
+} // namespace gponflow
