@@ -6,7 +6,6 @@
 
 #include "tool/commands/commands.h"
 #include "tool/report/page.h"
-#include "tool/report/picture.h"
 #include "tool/report/report_json.h"
 #include "tool/scenario/capture_words.h"
 #include "tool/scenario/host_backend.h"
@@ -35,20 +34,6 @@ void write_page(const std::string& page, const std::string& output)
         throw std::runtime_error(output + ": cannot be written");
 }
 
-// A missing graph does not prevent the report: the page shows the reason in its place.
-std::string drawn_page(const report_data& data)
-{
-    std::string picture;
-    std::string no_picture;
-    try {
-        picture = svg_of(data.entities);
-    } catch (const std::runtime_error& why) {
-        no_picture = "The graph cannot be drawn: is the command dot of graphviz installed?";
-        std::cerr << "gponflow: " << why.what() << '\n';
-    }
-    return report_page(data, picture, no_picture);
-}
-
 int report(const report_request& request)
 {
     std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
@@ -62,7 +47,7 @@ int report(const report_request& request)
         if (status == status_ok && request.json)
             print_report_json(data, std::cout);
         else if (status == status_ok)
-            write_page(drawn_page(data), request.output);
+            write_page(report_page(data), request.output);
         if (status == status_ok && parsed->incomplete)
             status = status_failed;
         return finish_output() ? status : status_unsupported;
@@ -93,7 +78,7 @@ void add_report_command(CLI::App& app)
                 "    --pcap captures/upstream-uni1.pcap captures/upstream-uni2.pcap \\\n"
                 "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n\n"
                 "The page is self-contained: it loads no other file. It includes the frames of the "
-                "scenario itself. The graph needs the command dot of graphviz.");
+                "scenario itself.");
     sub->callback([request] {
         if (const int status = report(*request); status != status_ok)
             throw CLI::RuntimeError(status);

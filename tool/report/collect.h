@@ -69,8 +69,9 @@ struct report_data {
 };
 
 /// Limits that keep the page readable.
-constexpr size_t most_flows = 2000;
+constexpr size_t most_flows = 1000;
 constexpr size_t most_drops = 30;
+constexpr size_t most_findings = 200;
 
 /// Runs the scenario without its last unload and groups its frames. Frames of hook calls with a
 /// kind above 3 run but are not counted. Diagnostics as for run_scenario.

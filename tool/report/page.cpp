@@ -46,35 +46,39 @@ void set_totals(template_value& page, const report_data& data)
     page.set("problems", std::to_string(problems));
     page.set("has_problems", problems != 0);
     page.set("has_findings", !data.findings.empty());
+    page.set("has_findings_left_out", data.findings.size() > most_findings);
+    page.set("findings_left_out",
+             std::to_string(data.findings.size() - std::min(data.findings.size(), most_findings)));
 }
 
-void set_rules(template_value& page, const report_data& data)
+void set_rules(template_value& page, const report_data& data, const entity_numbers& numbers)
 {
     page.set("has_rules", data.rules && !data.rules->rules.empty());
     page.set("rule_count", std::to_string(data.rules ? data.rules->rules.size() : 0));
     page.set("buckets", std::to_string(data.rules ? data.rules->buckets : 0));
-    page.set("rules", rule_values(data));
+    page.set("rules", rule_values(data, numbers));
 }
 
 } // namespace
 
-std::string report_page(const report_data& data, const std::string& picture,
-                        const std::string& no_picture)
+std::string report_page(const report_data& data)
 {
+    const entity_numbers numbers = number_entities(data.entities);
     template_value page;
     page.set("style", page_style);
     page.set("script", page_script);
     page.set("scenario", escape(data.scenario));
     page.set("captures", capture_names(data));
     page.set("has_captures", !data.captures.empty());
-    page.set("picture", picture);
-    page.set("has_picture", !picture.empty());
-    page.set("no_picture", escape(no_picture));
+    page.set("services", service_values(data, numbers));
+    page.set("classes", entity_values(data, numbers));
+    page.set("has_entities", !numbers.empty());
+    page.set("entity_count", std::to_string(numbers.size()));
     set_totals(page, data);
-    set_rules(page, data);
+    set_rules(page, data, numbers);
     page.set("directions", direction_values(data));
-    page.set("drops", drop_values(data));
-    page.set("flows", flow_values(data));
+    page.set("drops", drop_values(data, numbers));
+    page.set("flows", flow_values(data, numbers));
     page.set("findings", finding_values(data));
     kainjow::mustache::mustache whole(page_template);
     if (!whole.is_valid())

@@ -7,9 +7,7 @@
 
 namespace gponflow {
 
-/// The report as one self-contained HTML page. `picture` is an <svg> element, or empty; then
-/// `no_picture` is the reason. All other text is escaped.
-std::string report_page(const report_data& data, const std::string& picture,
-                        const std::string& no_picture);
+/// The report as one self-contained HTML page. All text from outside is escaped.
+std::string report_page(const report_data& data);
 
 } // namespace gponflow

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/report/tables.h"
 
+#include <ranges>
 #include <sstream>
 
 #include "tool/explain/explain_output.h"
+#include "tool/report/entity_text.h"
 #include "tool/report/frame_text.h"
+#include "tool/report/sentence.h"
 #include "tool/text/escape.h"
 
 namespace gponflow {
@@ -64,20 +67,106 @@ std::string short_place(const std::string& place)
     return escape(slash == place.npos ? place : place.substr(slash + 1));
 }
 
-template_value drop_value(const drop_row& drop, uint64_t all_frames)
+// Instances by number; those that no longer exist have none.
+std::string number_list(const std::vector<me_id>& ids, const entity_numbers& numbers)
 {
+    std::string text;
+    for (const me_id id : ids)
+        if (const auto found = numbers.find(id); found != numbers.end())
+            text += (text.empty() ? "" : " ") + std::to_string(found->second);
+    return text;
+}
+
+// The branch that ends first among the deepest, with the filter that ends it.
+std::vector<me_id> way_to_drop(const explanation& example, const std::vector<me_id>& deciding)
+{
+    std::vector<me_id> way;
+    const std::optional<size_t> end = deepest_dead_end(example.story);
+    if (!end)
+        return way;
+    for (const size_t at : branch_to(example.story, *end))
+        way.push_back(example.story.steps[at].at);
+    if (!deciding.empty() && deciding.front() != way.back())
+        way.push_back(deciding.front());
+    return way;
+}
+
+template_value drop_value(const drop_row& drop, uint64_t all_frames, const entity_numbers& numbers)
+{
+    constexpr size_t most_branches = 3, most_deciding = 100;
+    const auto [shortened, left_out] = without_like_branches(drop.example, most_branches);
     std::ostringstream text;
-    print_explanation(drop.example, text);
+    print_explanation(shortened, text);
+    const std::vector<me_id> deciding = deciding_entities(drop.example);
     template_value row;
-    row.set("direction", direction_title(drop.kind));
+    row.set("sentence", escape(drop_sentence(drop)));
     row.set("reason", escape(drop.reason));
     row.set("frames", number(drop.frames));
     row.set("all_frames", number(all_frames));
-    row.set("tags", (drop.tags.empty() ? "" : "VLAN ") + to_text(drop.tags));
     row.set("first", escape(drop.first));
     row.set("explanation", text.str());
+    row.set("branches_left_out", number(left_out));
+    row.set("has_branches_left_out", left_out != 0);
     row.set("octets", number(drop.example.input.frame.wire_length));
     row.set("dump", hex_dump(drop.example.input.frame.data));
+    row.set("deciding",
+            number_list({deciding.begin(), deciding.begin() + static_cast<ptrdiff_t>(std::min(
+                                                                  deciding.size(), most_deciding))},
+                        numbers));
+    row.set("way", number_list(way_to_drop(drop.example, deciding), numbers));
+    return row;
+}
+
+// The place of the row that explains the drop of the flow; nothing beyond the limit of rows.
+std::optional<size_t> drop_of(const report_data& data, const flow_row& flow)
+{
+    const auto found = std::ranges::find_if(data.drops, [&](const drop_row& drop) {
+        return flow.fate == frame_fate::dropped && drop.kind == flow.kind &&
+               drop.tags == flow.key.tags && drop.reason == flow.outcome;
+    });
+    if (found == data.drops.end())
+        return {};
+    return static_cast<size_t>(found - data.drops.begin());
+}
+
+// "GEM IW TP 0x0011 for priorities 0-3".
+std::string link_text(const line_model& entities, const me_pointer& pointer,
+                      const std::vector<unsigned>& priorities)
+{
+    const std::string full = to_text(pointer.to);
+    std::string text = kind_text(pointer.to.class_id) + full.substr(full.find(" 0x"));
+    if (!priorities.empty())
+        text += " for priorities " + priority_list(priorities);
+    switch (entities.state(pointer)) {
+    case pointer_state::missing:
+        return text + " (does not exist)";
+    case pointer_state::recorded:
+        return text;
+    default:
+        return text + " (not recorded)";
+    }
+}
+
+std::string links_of(const line_model& entities, const me_instance& me)
+{
+    std::string text;
+    for (const pointer_bundle& one : bundled_pointers(entities, me))
+        if (is_drawn(entities, one.pointer))
+            text += (text.empty() ? "" : "; ") + link_text(entities, one.pointer, one.priorities);
+    return text;
+}
+
+template_value entity_value(const line_model& entities, const me_instance& me,
+                            const entity_numbers& numbers)
+{
+    const std::string full = to_text(me.id);
+    template_value row;
+    row.set("number", number(numbers.at(me.id)));
+    row.set("id", full.substr(full.find(" 0x") + 1));
+    row.set("attributes", attribute_text(me));
+    row.set("known_by", known_by(me));
+    row.set("links", links_of(entities, me));
+    row.set("automatic", me.automatic);
     return row;
 }
 
@@ -105,21 +194,24 @@ template_value direction_values(const report_data& data)
     return rows;
 }
 
-template_value drop_values(const report_data& data)
+template_value drop_values(const report_data& data, const entity_numbers& numbers)
 {
     template_value rows = list();
-    for (const drop_row& drop : data.drops)
-        rows << drop_value(drop, data.directions.at(drop.kind).frames);
+    size_t place = 0;
+    for (const drop_row& drop : data.drops) {
+        template_value row = drop_value(drop, data.directions.at(drop.kind).frames, numbers);
+        row.set("place", number(place++));
+        rows << row;
+    }
     return rows;
 }
 
-template_value flow_values(const report_data& data)
+template_value flow_values(const report_data& data, const entity_numbers& numbers)
 {
     template_value rows = list();
     for (const flow_row& flow : data.flows) {
         template_value row = key_values(flow.key);
         row.set("direction", direction_name(flow.kind));
-        row.set("direction_title", direction_title(flow.kind));
         row.set("entry", flow.entry);
         row.set("type", flow.type);
         row.set("fate", fate_name(flow.fate));
@@ -128,14 +220,15 @@ template_value flow_values(const report_data& data)
         row.set("octets", number(flow.octets));
         row.set("quick", number(flow.quick));
         row.set("first", short_place(flow.first));
-        row.set("way", path_text(flow.way, "|"));
-        row.set("has_way", flow.way.size() > 1);
+        row.set("way", flow.way.size() > 1 ? number_list(flow.way, numbers) : "");
+        const std::optional<size_t> drop = drop_of(data, flow);
+        row.set("drop", drop ? std::to_string(*drop) : "");
         rows << row;
     }
     return rows;
 }
 
-template_value rule_values(const report_data& data)
+template_value rule_values(const report_data& data, const entity_numbers& numbers)
 {
     template_value rows = list();
     if (!data.rules)
@@ -149,8 +242,7 @@ template_value rule_values(const report_data& data)
         row.set("port", number(rule.port));
         row.set("direction", rule.key.direction);
         row.set("steps", rule.steps.empty() ? "none: the frame passes" : path_text(rule.steps));
-        row.set("has_way", rule.steps.size() > 1);
-        row.set("way", path_text(rule.steps, "|"));
+        row.set("way", rule.steps.size() > 1 ? number_list(rule.steps, numbers) : "");
         rows << row;
     }
     return rows;
@@ -159,7 +251,7 @@ template_value rule_values(const report_data& data)
 template_value finding_values(const report_data& data)
 {
     template_value rows = list();
-    for (const finding& one : data.findings) {
+    for (const finding& one : data.findings | std::views::take(most_findings)) {
         template_value row;
         row.set("weight", name_of(one.weight));
         row.set("where", to_text(one.where));
@@ -169,6 +261,41 @@ template_value finding_values(const report_data& data)
         rows << row;
     }
     return rows;
+}
+
+template_value service_values(const report_data& data, const entity_numbers& numbers)
+{
+    constexpr size_t most_open = 12;
+    const std::vector<service> services = services_of(data.entities);
+    template_value rows = list();
+    for (const service& one : services) {
+        template_value row;
+        row.set("title", one.title);
+        row.set("open", services.size() <= most_open);
+        row.set("drawing", draw_service(data.entities, one, numbers));
+        rows << row;
+    }
+    return rows;
+}
+
+template_value entity_values(const report_data& data, const entity_numbers& numbers)
+{
+    template_value classes = list();
+    for (const class_record& known : me_classes()) {
+        const std::vector<me_instance>& instances = data.entities.instances(known.id);
+        if (instances.empty())
+            continue;
+        template_value rows = list();
+        for (const me_instance& me : instances)
+            rows << entity_value(data.entities, me, numbers);
+        template_value one;
+        one.set("name", std::string(known.name));
+        one.set("kind", kind_text(known.id));
+        one.set("count", number(instances.size()));
+        one.set("rows", rows);
+        classes << one;
+    }
+    return classes;
 }
 
 } // namespace gponflow

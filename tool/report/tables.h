@@ -5,6 +5,7 @@
 #include <kainjow/mustache.hpp>
 
 #include "tool/report/collect.h"
+#include "tool/report/drawing.h"
 
 namespace gponflow {
 
@@ -12,9 +13,12 @@ using template_value = kainjow::mustache::data;
 
 // Each is a list with one entry per row.
 template_value direction_values(const report_data& data);
-template_value drop_values(const report_data& data);
-template_value flow_values(const report_data& data);
-template_value rule_values(const report_data& data);
+template_value drop_values(const report_data& data, const entity_numbers& numbers);
+template_value flow_values(const report_data& data, const entity_numbers& numbers);
+template_value rule_values(const report_data& data, const entity_numbers& numbers);
 template_value finding_values(const report_data& data);
+template_value service_values(const report_data& data, const entity_numbers& numbers);
+/// By class, in the order of the class table.
+template_value entity_values(const report_data& data, const entity_numbers& numbers);
 
 } // namespace gponflow

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/entity_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+namespace gponflow {
+
+namespace {
+
+struct kind_name {
+    uint16_t class_id;
+    const char* name;
+};
+
+constexpr kind_name kinds[] = {
+    {me_class::pptp, "Ethernet UNI"},
+    {me_class::veip, "Virtual UNI"},
+    {me_class::mbsp, "Bridge"},
+    {me_class::mbpcd, "Bridge port"},
+    {me_class::vtfd, "VLAN filter"},
+    {me_class::vtocd, "VLAN tagging"},
+    {me_class::evtocd, "Extended tagging"},
+    {me_class::mapper, "Mapper"},
+    {me_class::gemiw, "GEM IW TP"},
+    {me_class::multigemiw, "Multicast IW TP"},
+    {me_class::gemctp, "GEM port CTP"},
+    {me_class::tcont, "T-CONT"},
+    {me_class::ts, "Scheduler"},
+    {me_class::pq, "Queue"},
+    {me_class::td, "Traffic descriptor"},
+};
+
+struct unit {
+    std::string_view attribute;
+    const char* text;
+};
+
+constexpr unit units[] = {
+    {"cir", " byte/s"}, {"pir", " byte/s"},      {"cbs", " byte"},
+    {"pbs", " byte"},   {"helloTime", "/256 s"}, {"dynFilterAgingTime", " s"},
+};
+
+const char* unit_of(std::string_view attribute)
+{
+    const auto* found = std::ranges::find(units, attribute, &unit::attribute);
+    return found == std::end(units) ? "" : found->text;
+}
+
+std::string hex(unsigned value, unsigned bytes)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%0*x", static_cast<int>(2 * bytes), value);
+    return text;
+}
+
+std::string vlans(const gpon_raw_vtfd& filter)
+{
+    std::string list;
+    for (unsigned i = 0; i < std::min<unsigned>(filter.vlanFilterNums, 12); ++i)
+        list += (i ? ", " : "") + tci_text(filter.vlanFilterList[i]);
+    return list.empty() ? "no VLAN" : "VLAN " + list;
+}
+
+std::string rate(uint32_t bytes_per_second)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.6g Mbit/s", bytes_per_second * 8e-6);
+    return text;
+}
+
+std::string value_text(const gpon_me_field& field, const bytes& raw, unsigned element)
+{
+    const uint32_t value = gpon::field_value(field, raw.data(), element);
+    return field.notation == gpon_notation::hex ? hex(value, field.width) : std::to_string(value);
+}
+
+std::string byte_string(const gpon_me_field& field, const bytes& raw)
+{
+    const auto begin = raw.begin() + field.offset;
+    if (std::all_of(begin, begin + field.count, [](uint8_t one) { return one == 0; }))
+        return "0";
+    std::string text = "0x";
+    for (unsigned i = 0; i < field.count; ++i)
+        text += hex(gpon::field_value(field, raw.data(), i), 1).substr(2);
+    return text;
+}
+
+// Equal neighbours once, with their count.
+std::string list_text(const gpon_me_field& field, const bytes& raw)
+{
+    std::string text;
+    for (unsigned i = 0; i < field.count;) {
+        const std::string value = value_text(field, raw, i);
+        unsigned same = 1;
+        while (i + same < field.count && value_text(field, raw, i + same) == value)
+            ++same;
+        text += (text.empty() ? "" : " ") + value + (same > 1 ? " ×" + std::to_string(same) : "");
+        i += same;
+    }
+    return text;
+}
+
+std::string field_text(const gpon_me_field& field, const me_instance& me)
+{
+    const std::string name = field.name;
+    if (name == "vlanFilterList")
+        return name + " " + vlans(me.as<gpon_raw_vtfd>());
+    if (is_byte_string(field))
+        return name + " " + byte_string(field, me.raw);
+    return name + " " +
+           (field.count > 1 ? list_text(field, me.raw) : value_text(field, me.raw, 0)) +
+           unit_of(name);
+}
+
+} // namespace
+
+std::string kind_text(uint16_t class_id)
+{
+    const auto* found = std::ranges::find(kinds, class_id, &kind_name::class_id);
+    return found == std::end(kinds) ? "class " + std::to_string(class_id) : found->name;
+}
+
+std::string known_by(const me_instance& me)
+{
+    switch (me.id.class_id) {
+    case me_class::gemctp:
+        return "GEM port " + std::to_string(me.as<gpon_raw_gemctp>().portID);
+    case me_class::vtfd:
+        return vlans(me.as<gpon_raw_vtfd>());
+    case me_class::tcont:
+        return "alloc-ID " + std::to_string(me.as<gpon_raw_tcont>().allocID);
+    case me_class::td:
+        return rate(me.as<gpon_raw_td>().pir);
+    default:
+        return {};
+    }
+}
+
+std::string tci_text(uint16_t tci)
+{
+    const unsigned priority = tci >> 13;
+    return std::to_string(tci & 0xfff) + (priority ? " p" + std::to_string(priority) : "");
+}
+
+std::string attribute_text(const me_instance& me)
+{
+    const class_record* known = find_me_class(me.id.class_id);
+    std::string text;
+    if (!known || me.raw.size() < known->raw_size)
+        return text;
+    for (const gpon_me_field& field : known->fields)
+        if (field.offset != 0) // the id, which is beside it
+            text += (text.empty() ? "" : ", ") + field_text(field, me);
+    return text;
+}
+
+std::string priority_list(const std::vector<unsigned>& priorities)
+{
+    std::string text;
+    for (size_t i = 0; i < priorities.size();) {
+        size_t last = i;
+        while (last + 1 < priorities.size() && priorities[last + 1] == priorities[last] + 1)
+            ++last;
+        text += (text.empty() ? "" : ", ") + std::to_string(priorities[i]);
+        if (last > i)
+            text += "-" + std::to_string(priorities[last]);
+        i = last + 1;
+    }
+    return text;
+}
+
+} // namespace gponflow

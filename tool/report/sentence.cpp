@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/report/sentence.h"
+
+#include <algorithm>
+#include <set>
+
+#include "tool/explain/explain_output.h"
+#include "tool/report/entity_text.h"
+
+namespace gponflow {
+
+namespace {
+
+std::string id_text(me_id what)
+{
+    const std::string full = to_text(what);
+    return full.substr(full.find(" 0x") + 1);
+}
+
+std::string in_words(me_id what, const line_model& entities)
+{
+    std::string text = kind_text(what.class_id) + " " + id_text(what);
+    const me_instance* me = entities.find(what);
+    if (me && what.class_id == me_class::vtfd) {
+        char operation[8];
+        std::snprintf(operation, sizeof(operation), "0x%02x",
+                      me->as<gpon_raw_vtfd>().forwardOperation);
+        text += " (" + known_by(*me) + ", forward operation " + operation + ")";
+    }
+    return text;
+}
+
+bool filter_decides(const walk_step& step, const line_model& entities)
+{
+    return step.at.class_id == me_class::mbpcd &&
+           step.dead_end.find("VLAN filter") != std::string::npos &&
+           entities.find({me_class::vtfd, step.at.instance});
+}
+
+me_id decider(const walk_step& step, const line_model& entities)
+{
+    return filter_decides(step, entities) ? me_id{me_class::vtfd, step.at.instance} : step.at;
+}
+
+constexpr size_t most_in_a_sentence = 3;
+
+std::string filters_in_words(const std::vector<me_id>& deciders, const line_model& entities)
+{
+    std::string text;
+    for (size_t i = 0; i < std::min(deciders.size(), most_in_a_sentence); ++i)
+        text += (i ? ", " : "") + in_words(deciders[i], entities);
+    if (deciders.size() > most_in_a_sentence)
+        text += " and " + std::to_string(deciders.size() - most_in_a_sentence) + " more";
+    return text;
+}
+
+std::string cause(const drop_row& drop)
+{
+    const explanation& example = drop.example;
+    const std::vector<me_id> deciders = deciding_entities(example);
+    if (deciders.empty())
+        return drop.reason;
+    const std::string names = filters_in_words(deciders, example.entities);
+    if (deciders.front().class_id == me_class::vtfd)
+        return names + (deciders.size() > 1 ? " drop them" : " drops them");
+    const std::vector<size_t> ends = deepest_dead_ends(example.story);
+    return "the path ends at " + names + ": " + example.story.steps[ends.front()].dead_end;
+}
+
+} // namespace
+
+std::string tags_in_words(const std::vector<vlan_tag>& tags)
+{
+    if (tags.empty())
+        return "Untagged frames";
+    std::string text = "Frames of VLAN ";
+    for (size_t i = 0; i < tags.size(); ++i)
+        text += (i ? ", inside it VLAN " : "") + std::to_string(tags[i].tci & 0xfff) +
+                " with priority " + std::to_string(tags[i].tci >> 13);
+    return text;
+}
+
+std::string drop_sentence(const drop_row& drop)
+{
+    return tags_in_words(drop.tags) + " are dropped " + direction_title(drop.kind) + ": " +
+           cause(drop) + ".";
+}
+
+std::vector<me_id> deciding_entities(const explanation& explained)
+{
+    std::vector<me_id> result;
+    for (const size_t end : deepest_dead_ends(explained.story)) {
+        const me_id id = decider(explained.story.steps[end], explained.entities);
+        if (std::ranges::find(result, id) == result.end())
+            result.push_back(id);
+    }
+    return result;
+}
+
+std::pair<explanation, size_t> without_like_branches(const explanation& explained, size_t most)
+{
+    constexpr size_t most_steps = 40;
+    explanation result = explained;
+    const walk_story& story = explained.story;
+    const std::vector<size_t> ends = deepest_dead_ends(story);
+    if (story.steps.size() <= most_steps)
+        return {std::move(result), 0};
+    std::set<size_t> kept;
+    for (size_t i = 0; i < std::min(most, ends.size()); ++i)
+        for (const size_t step : branch_to(story, ends[i]))
+            kept.insert(step);
+    result.story.steps.clear();
+    for (const size_t step : kept)
+        result.story.steps.push_back(story.steps[step]);
+    return {std::move(result), ends.size() - std::min(most, ends.size())};
+}
+
+} // namespace gponflow
