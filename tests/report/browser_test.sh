@@ -4,7 +4,7 @@
 set -eu
 # The packages of the distribution belong to its own python, whichever comes first otherwise.
 python=/usr/bin/python3
-for command in chromium chromedriver pdftotext dot "$python"; do
+for command in chromium chromedriver pdftotext "$python"; do
     if ! command -v "$command" >/dev/null; then
         echo "skipped: there is no $command here (./run test installs it)"
         exit 77
@@ -26,4 +26,4 @@ mkdir -p "$folder"
 cp -r scenarios captures "$folder"
 sed -i 's/forwardOperation=0x03/forwardOperation=0x04/' "$folder/scenarios/demo.scn"
 "$1" report "$folder/scenarios/demo.scn" -o "$folder/report.html"
-"$python" tests/report/browser_test.py "$folder"
+GPON_AXE=${GPON_AXE:-$(scripts/axe.sh || true)} "$python" tests/report/browser_test.py "$folder"
