@@ -24,6 +24,7 @@ case_list all_cases()
     add_hook_cases(cases);
     add_relation_cases(cases);
     add_command_cases(cases);
+    add_tool_cases(cases);
     return cases;
 }
 

@@ -53,6 +53,7 @@ void add_class_cases(case_list& cases);
 void add_hook_cases(case_list& cases);
 void add_relation_cases(case_list& cases);
 void add_command_cases(case_list& cases);
+void add_tool_cases(case_list& cases);
 void add_chained_cases(case_list& cases);
 void add_lfht_cases(case_list& cases);
 void add_rte_hash_cases(case_list& cases);
