@@ -12,7 +12,7 @@ namespace gponflow {
 namespace {
 
 // Of a box in page.css, and the distances between the corners of neighbours.
-constexpr int box_width = 136, box_height = 40, column_pitch = 176, row_pitch = 52, margin = 8;
+constexpr int box_width = 156, box_height = 40, column_pitch = 192, row_pitch = 52, margin = 8;
 constexpr size_t most_rows = 12; // of a column; the rest is beside it
 constexpr size_t columns = 9;
 

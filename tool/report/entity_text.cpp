@@ -15,21 +15,14 @@ struct kind_name {
 };
 
 constexpr kind_name kinds[] = {
-    {me_class::pptp, "Ethernet UNI"},
-    {me_class::veip, "Virtual UNI"},
-    {me_class::mbsp, "Bridge"},
-    {me_class::mbpcd, "Bridge port"},
-    {me_class::vtfd, "VLAN filter"},
-    {me_class::vtocd, "VLAN tagging"},
-    {me_class::evtocd, "Extended tagging"},
-    {me_class::mapper, "Mapper"},
-    {me_class::gemiw, "GEM IW TP"},
-    {me_class::multigemiw, "Multicast IW TP"},
-    {me_class::gemctp, "GEM port CTP"},
-    {me_class::tcont, "T-CONT"},
-    {me_class::ts, "Scheduler"},
-    {me_class::pq, "Queue"},
-    {me_class::td, "Traffic descriptor"},
+    {me_class::pptp, "Ethernet UNI"},   {me_class::veip, "Virtual UNI"},
+    {me_class::mbsp, "Bridge"},         {me_class::mbpcd, "Bridge port"},
+    {me_class::vtfd, "VLAN filter"},    {me_class::vtocd, "VLAN tagging"},
+    {me_class::evtocd, "Ext. tagging"}, {me_class::mapper, "Mapper"},
+    {me_class::gemiw, "GEM IW TP"},     {me_class::multigemiw, "Multicast IW"},
+    {me_class::gemctp, "GEM CTP"},      {me_class::tcont, "T-CONT"},
+    {me_class::ts, "Scheduler"},        {me_class::pq, "Queue"},
+    {me_class::td, "Descriptor"},
 };
 
 struct unit {
