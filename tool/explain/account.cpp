@@ -132,7 +132,8 @@ private:
     }
 
     // Of the call that is in the log. Frames of the same path have the same tags.
-    frame_story story_of(const std::optional<hook_answer>& answer, const captured_frame& frame) const
+    frame_story story_of(const std::optional<hook_answer>& answer,
+                         const captured_frame& frame) const
     {
         frame_story story(log());
         if (answer && story.ran && answer->api_result != 0) {
