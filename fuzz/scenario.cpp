@@ -20,7 +20,7 @@ void tame(scenario& what)
         if (auto* advance = std::get_if<advance_command>(&line.command))
             advance->jiffies %= 100000;
         if (auto* pcap = std::get_if<pcap_command>(&line.command))
-            pcap->frames = {bytes(20, 2)};
+            pcap->frames = {captured_frame(bytes(20, 2))};
     }
     if (what.lines.size() > 200)
         what.lines.resize(200);

@@ -48,8 +48,8 @@ void add(seeds& to, const scenario_line& line)
     if (const auto* hook = std::get_if<hook_command>(&line.command); hook && hook->frame)
         add_packet(to, *hook);
     if (const auto* pcap = std::get_if<pcap_command>(&line.command))
-        for (const bytes& frame : pcap->frames)
-            add_packet(to, {pcap->options, frame});
+        for (const captured_frame& frame : pcap->frames)
+            add_packet(to, {pcap->options, frame.data});
     if (const auto* proc = std::get_if<proc_write_command>(&line.command))
         add_line(to, proc->text);
 }

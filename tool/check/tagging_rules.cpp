@@ -36,7 +36,7 @@ std::vector<number> telling_values(const tag_operation& operation, number greate
             break;
         }
     std::ranges::sort(values);
-    values.erase(std::ranges::unique(values).begin(), values.end());
+    values.erase(std::unique(values.begin(), values.end()), values.end());
     return values;
 }
 

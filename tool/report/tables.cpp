@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/report/tables.h"
 
-#include <ranges>
+#include <algorithm>
+#include <span>
 #include <sstream>
 
 #include "tool/explain/explain_output.h"
@@ -251,7 +252,8 @@ template_value rule_values(const report_data& data, const entity_numbers& number
 template_value finding_values(const report_data& data)
 {
     template_value rows = list();
-    for (const finding& one : data.findings | std::views::take(most_findings)) {
+    const size_t shown = std::min<size_t>(data.findings.size(), most_findings);
+    for (const finding& one : std::span(data.findings).first(shown)) {
         template_value row;
         row.set("weight", name_of(one.weight));
         row.set("where", to_text(one.where));

@@ -151,7 +151,7 @@ void* packet_buffer_alloc(size_t bytes)
 }
 
 // The header of a live block is poisoned, so only this function may read it.
-[[gnu::no_sanitize("address")]] static bool has_other_size(const void* buffer, size_t bytes)
+__attribute__((no_sanitize("address"))) static bool has_other_size(const void* buffer, size_t bytes)
 {
     const block* header = static_cast<const block*>(buffer) - 1;
     return header->mark == live_mark && header->bytes != bytes;
