@@ -15,22 +15,12 @@
 #include "include/uapi/gpon_flow.h"
 #include "platform/host/host.h"
 #include "tests/support/invariants.h"
+#include "tests/threads/commands.h"
 
 namespace {
 
 constexpr int ROUNDS = 1000;
 constexpr unsigned PACKET_THREADS = 3;
-
-template <typename Raw> void send(uint8_t msg_type, uint16_t class_id, const Raw& raw)
-{
-    gpon_flow_cmd record = {};
-    record.me.msg_type = msg_type;
-    record.me.class_id = class_id;
-    record.me.inst_id = raw.instID;
-    record.me.attr_mask = 0xffff;
-    record.me.attr_data = reinterpret_cast<uintptr_t>(&raw);
-    EXPECT_EQ(gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&record)), 0);
-}
 
 gpon_raw_mbpcd port(uint16_t id, uint8_t tp_type, uint16_t pointer)
 {

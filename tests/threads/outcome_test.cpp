@@ -17,6 +17,7 @@
 #include "hash/rule_table.h"
 #include "me/command.h"
 #include "me/registry.h"
+#include "tests/threads/commands.h"
 
 namespace {
 
@@ -28,23 +29,6 @@ uint64_t changes(uint64_t otherwise)
 {
     const char* asked = std::getenv("GPON_CHANGES");
     return asked ? std::strtoull(asked, nullptr, 10) : otherwise;
-}
-
-template <typename Raw> gpon_flow_cmd record_of(uint8_t message, uint16_t class_id, const Raw& raw)
-{
-    gpon_flow_cmd record = {};
-    record.me.msg_type = message;
-    record.me.class_id = class_id;
-    record.me.inst_id = raw.instID;
-    record.me.attr_mask = 0xffff;
-    record.me.attr_data = reinterpret_cast<uintptr_t>(&raw);
-    return record;
-}
-
-template <typename Raw> void send(uint8_t message, uint16_t class_id, const Raw& raw)
-{
-    const gpon_flow_cmd record = record_of(message, class_id, raw);
-    EXPECT_EQ(gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&record)), 0);
 }
 
 gpon_raw_gemctp ctp(uint16_t id, uint16_t gem_port)

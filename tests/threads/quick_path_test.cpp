@@ -14,6 +14,7 @@
 #include "include/uapi/gpon_flow.h"
 #include "platform/host/host.h"
 #include "tests/support/invariants.h"
+#include "tests/threads/commands.h"
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
 #include "pkt/rule.h"
@@ -25,17 +26,6 @@ constexpr uint16_t BRIDGE = 1, PORT = 0x1001;
 constexpr uint16_t TP[] = {0x11, 0x12};
 constexpr uint16_t CTP[] = {1, 2};
 constexpr uint16_t GEM_PORT[] = {1025, 1026};
-
-template <typename Raw> void send(uint8_t msg_type, uint16_t class_id, const Raw& raw)
-{
-    gpon_flow_cmd record = {};
-    record.me.msg_type = msg_type;
-    record.me.class_id = class_id;
-    record.me.inst_id = raw.instID;
-    record.me.attr_mask = 0xffff;
-    record.me.attr_data = reinterpret_cast<uintptr_t>(&raw);
-    EXPECT_EQ(gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&record)), 0);
-}
 
 gpon_raw_mbpcd bridge_port(uint16_t tp)
 {
