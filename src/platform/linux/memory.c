@@ -50,6 +50,11 @@ static bool keep(unsigned int shift, void *block)
 	return false;
 }
 
+static unsigned int class_of(size_t bytes)
+{
+	return order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
+}
+
 void *gpon_os_kzalloc(size_t bytes, unsigned int flags)
 {
 	unsigned int shift;
@@ -58,7 +63,7 @@ void *gpon_os_kzalloc(size_t bytes, unsigned int flags)
 	/* The platform interface has only GFP_ATOMIC, with a number of its own. */
 	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
 		return kzalloc(bytes, GFP_ATOMIC);
-	shift = order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
+	shift = class_of(bytes);
 	block = take_kept(shift);
 	if (!block)
 		return kzalloc((size_t)1 << shift, GFP_ATOMIC);
@@ -83,11 +88,6 @@ void gpon_os_kfree(const void *memory)
  * The buffers of a packet's step are the same blocks. They are not cleared, and since the size is
  * known when they are freed, no slab has to be asked for it.
  */
-static unsigned int class_of(size_t bytes)
-{
-	return order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
-}
-
 void *gpon_os_packet_buffer_alloc(size_t bytes)
 {
 	void *block;
