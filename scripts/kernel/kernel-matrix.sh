@@ -64,7 +64,7 @@ matrix_row() {
 }
 
 matrix_head() {
-    echo "| kernel | release | | builds | tests run | passed | failed | time in the guest |"
+    echo "| kernel | release | features | builds | tests run | passed | failed | time in the guest |"
     echo "|---|---|---|---|---|---|---|---|"
 }
 
@@ -83,15 +83,16 @@ write_matrix() {
     rows=$(matrix_rows "$1")
     {
         cat <<'END'
-Both modules, built without a warning of the compiler, objtool or modpost, and the guest tests in
-Debian's kernels, under emulation. `./run test-kernel KERNEL` runs one row; `rt` is PREEMPT_RT, and
-`newest` the kernel of Debian's development suite.
+The guest tests in Debian's kernels, under emulation. "Builds" is yes if both modules build without a
+warning of the compiler, objtool or modpost. `./run test-kernel KERNEL` runs the tests of one row. In
+the names, `rt` is PREEMPT_RT and `newest` is the kernel of Debian's development suite.
 
 END
         matrix_head
         echo "$rows"
         echo
-        echo "Written by \`./run test-kernel --write matrix\`, or with names of kernels for their rows."
+        echo "Written by \`./run test-kernel --write matrix\`; names of kernels instead of \`matrix\` replace" \
+            "their rows."
     } | write_result kernel-matrix "Kernels"
 }
 
