@@ -229,6 +229,19 @@ TEST_F(outcome, is_not_used_when_the_replay_would_be_logged)
     EXPECT_TRUE(is_remembered(frame(1)));
 }
 
+TEST_F(outcome, the_hook_removes_a_mark_of_the_sender_before_the_outcome_is_used)
+{
+    const bytes sent = frame(1);
+    make_known(sent, 1);
+    sk_buff skb = packet_of(sent);
+    skb.flag_word = 0xffffffff;
+    const uint64_t before = gpon::host::memory().allocations;
+    gpon::host::hook(GPON_API_UP_ANI, 0, &skb);
+    EXPECT_EQ(gpon::host::memory().allocations, before);
+    EXPECT_EQ(skb.gemport_id, port_of(1));
+    EXPECT_EQ(skb.flag_word, ~GPON_FLOW_TRACE_MARK);
+}
+
 TEST_F(outcome, a_replay_that_ran_out_of_memory_is_not_remembered)
 {
     gpon::test::create_bridge(1);

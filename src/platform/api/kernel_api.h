@@ -136,7 +136,7 @@ GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* par
 
 /* ---- packets: the platform's socket buffer and the fields that the platform keeps beside it.
  * Offset of the per-packet flag word (u32, host order) from the packet's address. It is no
- * function, because the flag word is read for every log decision. */
+ * function, because it is read for each message. */
 GPON_SEAM_DATA(const unsigned int, skb_flag_word_offset);
 /* First byte of the Ethernet header, and the number of readable bytes from there. */
 GPON_SEAM(const unsigned char*, skb_frame, (const struct sk_buff* skb, unsigned int* bytes));
