@@ -7,7 +7,8 @@ set(GPON_STANDARD_HEADERS
     <memory> <optional> <ostream> <span> <sstream> <stdexcept> <string> <string_view> <utility>
     <variant> <vector>)
 
-# Without it a compiler cache sees the precompiled headers' name alone, not what is in them.
+# Without this option a compiler cache compares only the name of the precompiled headers, not their
+# contents.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
 endif()

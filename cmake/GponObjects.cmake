@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# The core once more as a kernel's compiler would see it (aarch64, no host platform), linked into
-# one relocatable object, and the checks of what the objects hold: mutable data only where it is
-# meant to be, no static constructor, nothing undefined but the seam.
+# Compiles the core a second time as for a kernel (aarch64, no host platform) and links it into one
+# relocatable object. The checks of the objects: mutable data only in the section for it, no static
+# constructor, no undefined symbol except those of the platform interface.
 
 find_program(GPON_MODULE_CXX aarch64-linux-gnu-g++ REQUIRED)
 find_program(GPON_MODULE_NM aarch64-linux-gnu-nm REQUIRED)

@@ -22,7 +22,7 @@ SYMBOL = re.compile(r"(.*?): (.*) [TDBRGS] [0-9a-f]+")
 # A comment, a text or a character.
 LITERAL = re.compile(r"""/\*.*?\*/|//[^\n]*|("(?:\\.|[^"\\])*")|('(?:\\.|[^'\\])*')""", re.DOTALL)
 DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", re.MULTILINE)
-# What may stand between "class" and its name, or before it.
+# Attributes that may be between "class" and its name, or before it.
 DECORATION = re.compile(r'\balignas\s*\([^()]*(?:\([^()]*\))?[^()]*\)|\[\[.*?\]\]|'
                         r'\bGPON_\w+\s*\(\s*""\s*\)', re.DOTALL)
 CLASS = re.compile(r"\b(?:struct|class|union)\s+(?:[A-Z_]+\s+)*(\w+)")
@@ -60,7 +60,7 @@ def bare_text(path):
 def scope_of(head):
     """Return the scope that an opening brace begins, "" for one without a name.
 
-    None stands for a brace whose inside declares nothing to the outside.
+    None is a brace whose contents are not visible outside of it.
     """
     if re.search(r'extern\s*""\s*$', head):
         return ""

@@ -28,7 +28,7 @@ Most commands read a
 .IR scenario ,
 a text file with the configuration of a line.
 .B gponflow omci
-makes one from a capture of OMCI messages.
+converts a capture of OMCI messages to a scenario.
 .B gponflow explain
 then shows the path of a frame and why it is dropped,
 .B gponflow account
@@ -48,27 +48,27 @@ read the module of the running kernel.
 TRAILER = r""".SH ENVIRONMENT
 .TP
 .B NO_COLOR
-Set and not empty: no colours, not even on a terminal.
+If it is set and not empty, no colours are printed, not even on a terminal.
 .TP
 .B GPON_FLOW_MODULE
-The file of the module that the command
+The path of the module file that the command
 .B load
 of a scenario loads with
 .BR \-\-backend=device .
 .SH FILES
 .TP
 .I /proc/gpon_flow/debug
-Where the running module takes an operator's commands and prints its state.
+Accepts an operator's commands for the running module. The output is in the kernel log.
 .TP
 .I /dev/gpon_flow
-Where it takes managed entities. Character device, major number 184.
+Accepts managed entities. Character device, major number 184.
 .TP
 .I /dev/kmsg
-Where
+The kernel log, from which
 .B explain
 and
 .B trace
-find the log lines of the running module about a frame.
+read the lines of the running module about a frame.
 .TP
 .I /usr/share/doc/gponflow
 The scenario language, a cookbook, and scenarios and captures to try.

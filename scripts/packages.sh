@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
 # Installs the packages that a subcommand needs. "need build test" looks up these groups in
-# packages.txt, asks dpkg for the missing packages and installs them with apt. Sourced in the tree's
+# packages.txt, queries dpkg for the missing packages and installs them with apt. Sourced in the tree's
 # root.
 
 packages_of_group() {

@@ -145,7 +145,7 @@ def outputs_of(commands, tool):
     """Return the output of each command, standard error among it."""
     script = "exec 2>&1\nstatus=0\n"
     for command in commands:
-        # A session may ask for the status of the command before.
+        # A session may print the status of the command before.
         script += f"printf '\\036'\n(exit $status)\n{command.text}\nstatus=$?\n"
     with tempfile.TemporaryDirectory() as folder:
         fill_scratch_folder(folder, tool)

@@ -50,9 +50,8 @@ int main(int argc, char** argv)
     std::optional<gponflow::json_messages> messages;
     if (wants_json(words))
         messages.emplace(std::cerr);
-    CLI::App app(
-        "Drive and inspect the gpon_flow module, in this process or in the running kernel.",
-        "gponflow");
+    CLI::App app("Run and inspect the gpon_flow module, in this process or in the running kernel.",
+                 "gponflow");
     app.set_version_flag("--version", "gponflow " GPONFLOW_VERSION);
     app.require_subcommand(1);
     app.footer(example);

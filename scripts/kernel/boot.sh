@@ -60,7 +60,7 @@ kvm_works() {
     [ "$(cat "$answer")" = yes ]
 }
 
-# The processor of an ONU knows no pages of 16 KiB.
+# The processor of an ONU does not support pages of 16 KiB.
 processor_of() {
     case $1 in
     *-16k) echo cortex-a76 ;;

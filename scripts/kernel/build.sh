@@ -16,7 +16,7 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 need_kernel_name "$1"
 arch=$(arch_of "$1")
 kernel=${2:-$(kernel_headers "$1")}
-farm=${3:-$(module_farm "$1")}
+folder=${3:-$(module_folder "$1")}
 
 # The build tools of a newer suite run in its own root file system.
 inside=()
@@ -54,9 +54,9 @@ build_modules() {
     fi
 }
 
-link_sources "$farm" Kbuild src softonu
-build_modules "$farm"
-link_sources "$farm-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk \
+link_sources "$folder" Kbuild src softonu
+build_modules "$folder"
+link_sources "$folder-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk \
     src/platform/linux/kept_blocks.h
-build_modules "$farm-of-tests/tests/kernel/modules"
-bash scripts/kernel/check-module.sh "$arch" "$farm/gpon_flow.ko" "$kernel"
+build_modules "$folder-of-tests/tests/kernel/modules"
+bash scripts/kernel/check-module.sh "$arch" "$folder/gpon_flow.ko" "$kernel"

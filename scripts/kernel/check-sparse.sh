@@ -11,23 +11,23 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 . scripts/kernel/common.sh
 
 arch=x86_64
-farm=$(module_farm "$arch")-of-sparse
-log=$farm/sparse.log
+folder=$(module_folder "$arch")-of-sparse
+log=$folder/sparse.log
 
 bash scripts/kernel/fetch.sh "$arch"
-mkdir -p "$farm"
-find "$farm" -type l -delete
+mkdir -p "$folder"
+find "$folder" -type l -delete
 find src softonu -type f | while read -r source; do
-    mkdir -p "$farm/$(dirname "$source")"
-    ln -s "$PWD/$source" "$farm/$source"
+    mkdir -p "$folder/$(dirname "$source")"
+    ln -s "$PWD/$source" "$folder/$source"
 done
 # Only the C objects: without the core the module cannot be linked.
-cat >"$farm/Kbuild" <<'END'
+cat >"$folder/Kbuild" <<'END'
 obj-m := gpon_softonu.o gpon_glue.o
 gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/softonu/*.c))
 gpon_glue-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/src/platform/linux/*.c))
 END
-if ! make -C "$(kernel_headers "$arch")" M="$farm" -j "$GPON_JOBS" C=2 \
+if ! make -C "$(kernel_headers "$arch")" M="$folder" -j "$GPON_JOBS" C=2 \
     CHECK="sparse -Wsparse-error" CROSS_COMPILE="$(cross_prefix "$arch")" \
     KBUILD_MODPOST_WARN=1 modules >"$log" 2>&1; then
     cat "$log"

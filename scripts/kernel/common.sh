@@ -75,7 +75,7 @@ kernel_image() {
 }
 
 # KERNEL: the folder in which our modules for it are built.
-module_farm() {
+module_folder() {
     echo "$(kernel_dir "$1")/modules"
 }
 

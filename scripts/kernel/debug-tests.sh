@@ -6,18 +6,18 @@
 
 # ARCH FLAVOUR: builds the kernel, its modules and all other parts of the guest.
 prepare_debug_guest() {
-    local arch=$1 flavour=$2 kernel farm
+    local arch=$1 flavour=$2 kernel folder
     local programs=$GPON_KERNEL_DIR/$arch/programs tool=$GPON_KERNEL_DIR/$arch/tool
     kernel=$(debug_kernel "$arch" "$flavour")
-    farm=$kernel-modules
+    folder=$kernel-modules
     # The summary covers this run only.
     rm -f "$GPON_BUILD_DIR/logs/debug-$arch-$flavour-"*.log
     step "fetch-$arch" bash scripts/kernel/fetch.sh "$arch" &&
         step "kernel-$arch-$flavour" bash scripts/kernel/debug-kernel.sh "$arch" "$flavour" &&
-        step "modules-$arch-$flavour" bash scripts/kernel/build.sh "$arch" "$kernel" "$farm" &&
+        step "modules-$arch-$flavour" bash scripts/kernel/build.sh "$arch" "$kernel" "$folder" &&
         step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
         step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
-        GPON_KERNEL_BUILD=$kernel GPON_MODULES=$farm step "initramfs-$arch-$flavour" \
+        GPON_KERNEL_BUILD=$kernel GPON_MODULES=$folder step "initramfs-$arch-$flavour" \
             bash scripts/kernel/initramfs.sh "$arch" "$kernel-initramfs.gz" \
             "$programs"/* "$tool/bin/gponflow"
 }
@@ -69,7 +69,7 @@ run_kcsan_tests() {
         *) others+=("$name") ;;
         esac
     done
-    # The shipped way of memory: freed blocks are overwritten, a block each millisecond is guarded.
+    # The allocator path of production: freed blocks are overwritten, a block each millisecond is guarded.
     local guest_words=("${guest_words[@]}" slub_debug=P kfence.sample_interval=1)
     boot_debug "$arch" kcsan detectors real debug/race_detector debug/guard_detector || status=1
     boot_debug "$arch" kcsan suite real "${others[@]}" debug/watched || status=1

@@ -26,7 +26,7 @@ else
     version=$(kernel_version "$kernel")
     configuration=$(kernel_headers "$kernel")/include/config/auto.conf
 fi
-farm=${GPON_MODULES:-$(module_farm "$kernel")}
+folder=${GPON_MODULES:-$(module_folder "$kernel")}
 readelf=$(cross_prefix "$arch")readelf
 
 # Kernel modules of the distribution that tests load by name.
@@ -88,7 +88,7 @@ put_builtin_names() {
     depmod -b "$tree" "$version"
 }
 
-# The guest's busybox does not know every compression.
+# The guest's busybox does not support every compression.
 put_module() {
     case $1 in
     *.xz) mkdir -p "$tree/${2%/*}" && xz -dc "$1" >"$tree/${2%.xz}" ;;
@@ -119,9 +119,9 @@ put_tests() {
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"
     done
-    put "$farm/gpon_softonu.ko" modules/gpon_softonu.ko
-    put "$farm/gpon_flow.ko" modules/gpon_flow.ko
-    for file in "$farm-of-tests"/tests/kernel/modules/*.ko; do
+    put "$folder/gpon_softonu.ko" modules/gpon_softonu.ko
+    put "$folder/gpon_flow.ko" modules/gpon_flow.ko
+    for file in "$folder-of-tests"/tests/kernel/modules/*.ko; do
         put "$file" "modules/${file##*/}"
     done
 }

@@ -72,7 +72,7 @@ write_rows() {
         printf '%s\n' '| target | time | inputs | inputs/s | load | covered edges | findings |' \
             '|---|---|---|---|---|---|---|'
         cat "$rows"/*
-        printf '\nLoad: processes that wanted a processor, before and after the run, on %s cores.\n' \
+        printf '\nLoad: processes that were ready to run, before and after the run, on %s cores.\n' \
             "$(nproc)"
         echo 'Covered edges: of the corpus, after a quarter of the inputs, after half of them, at the end.'
         # shellcheck disable=SC2016 # the marks of a command in a document

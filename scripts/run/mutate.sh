@@ -3,14 +3,14 @@
 #
 # --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits. --edits
 # takes the edits from FILE, for example the output of scripts/wrong-edits.py. --quick leaves out the tests
-# that take seconds; an edit that survives it may be noticed by a full run.
+# that take seconds; a full run may detect an edit that no other test detects.
 set -eu
 . scripts/build.sh
 . scripts/results.sh
 . scripts/kernel/common.sh
 
-# A program is linked from the objects of a build that stands, and the edited source in front of
-# the archive that has the right one: an edit costs one compilation and one link.
+# A program is linked from the objects of an existing build. The edited object comes before the
+# archive that contains the original: an edit costs one compilation and one link.
 
 edits=(tests/mutations/edits.txt tests/mutations/generated.txt)
 here=$(readlink -m "${GPON_MUTATE_DIR:-$GPON_BUILD_DIR/mutate}")
@@ -25,7 +25,7 @@ replace_once() {
     text=${text%.}
     rest=${text#*"$2"}
     if [ "$rest" = "$text" ] || [ "${rest#*"$2"}" != "$rest" ]; then
-        echo "the text does not stand once in $1: $2" >&2
+        echo "$1 does not contain this text exactly once: $2" >&2
         return 1
     fi
     printf '%s' "${text%%"$2"*}$3$rest"
@@ -55,7 +55,7 @@ link() {
     line=$(command_of "$1" "$2")
     line=${line//" $3 "/ }
     line=${line//" -o $2 "/" -o $here/program $here/edited.o "}
-    # What finds the cases of a program after its link is not wanted.
+    # Without the command after the link, which lists the test cases of the program.
     line=${line%%" && cd "*}
     (cd "$(preset_dir "$1")" && eval "${line#": && "}")
 }
@@ -65,7 +65,7 @@ program() {
     ninja -C "$(preset_dir "$1")" -t targets all | sed -nE "s/^((.*\/)?$2): CXX_EXECUTABLE.*/\1/p"
 }
 
-# The tests that take seconds come last: few edits live that long.
+# The tests that take seconds come last: most edits are detected before them.
 slow='*systematic_faults*:*andom*:*million*'
 
 # A wrong edit may loop forever.
@@ -82,7 +82,7 @@ culprit() {
     echo "$name"
 }
 
-# try_program PRESET PROGRAM OBJECT FILTER: prints the test that notices; fails when none does.
+# try_program PRESET PROGRAM OBJECT FILTER: prints the test that fails; status 1 if none fails.
 try_program() {
     link "$1" "$(program "$1" "$2")" "$3" >"$output" 2>&1 || return 2
     run_edited "$4" >"$output" 2>&1 </dev/null || { culprit && return; }

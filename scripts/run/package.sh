@@ -33,7 +33,7 @@ build_packages() (
 need package build
 version=$(package_version)
 if [ "$(project_version)" != "$version" ]; then
-    echo "package: packaging/debian/changelog says $version, CMakeLists.txt" \
+    echo "package: packaging/debian/changelog has version $version, CMakeLists.txt" \
         "$(project_version)" >&2
     exit 1
 fi

@@ -23,7 +23,7 @@ host_figures() {
 }
 host_figures >"$data/host"
 
-# table NAME-WITH-% COLUMN...: a row for each value that stands for %.
+# series NAME-WITH-% VALUE...: a row for each value, which replaces the %.
 series() {
     local pattern=$1 value
     shift

@@ -7,7 +7,7 @@
 
 namespace gpon {
 
-/* Holds a plain value or none. A caller cannot take a value without the test whether there is one,
+/* Holds a plain value or none. A caller cannot take a value without testing that there is one,
  * and the compiler keeps both in registers when the search is inline. */
 template <typename T> class [[nodiscard]] optional {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>,

@@ -127,7 +127,7 @@ TEST(question, a_frame_that_leaves_from_another_bridge_is_noted)
     ASSERT_EQ(found.result.notes.size(), 1u);
     EXPECT_EQ(found.result.notes[0],
               "The frame entered bridge 2 and leaves from bridge 1: the hook "
-              "call that chooses the GEM port does not know the UNI.");
+              "call that chooses the GEM port has no information about the UNI.");
 }
 
 TEST(question, a_bridge_without_ani_side_is_at_fault)
@@ -163,7 +163,7 @@ TEST(question, an_entry_that_the_line_does_not_have_is_named)
     EXPECT_EQ(complaint_about("load\n", from_uni(1)), "UNI 1 does not exist: the line has no UNI");
     frame_question question;
     EXPECT_TRUE(complaint_about(two_bridges, question)
-                    .starts_with("the frame enters nowhere: add "
+                    .starts_with("no entry for the frame: add "
                                  "--uni"));
     question.gem = 7;
     EXPECT_EQ(complaint_about(two_bridges, question),

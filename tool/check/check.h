@@ -27,7 +27,7 @@ struct check_options {
 
 struct check_result {
     std::vector<finding> findings; ///< by weight, each in the order of the scenario
-    size_t on_request = 0;         ///< findings left out because they were not asked for
+    size_t on_request = 0;         ///< findings left out because they were not requested
     size_t silenced = 0;           ///< findings left out because they are silenced
 };
 

@@ -70,12 +70,12 @@ constexpr check_rule rules[] = {
      "default priority (0 to 7). With other values the module drops untagged frames."},
     {"wrong-direction", problem, always, "9.2.3", "GEM port whose direction does not fit its use",
      "A GEM port for downstream only (direction 2) below a GEM interworking TP carries no upstream "
-     "frame. As a note: a GEM port for upstream only (direction 1) below a multicast GEM "
-     "interworking TP, or an undefined direction."},
+     "frame. For a GEM port for upstream only (direction 1) below a multicast GEM interworking "
+     "TP, and for an undefined direction, the finding is a note."},
     {"duplicate-port-id", problem, always, "9.2.3", "port-ID of two GEM ports",
-     "Two GEM ports have the same port-ID in the same direction. A downstream frame is given to "
-     "the "
-     "first of them only. Two GEM ports may share a port-ID if one has direction 1 and the other "
+     "Two GEM ports have the same port-ID in the same direction. A downstream frame is passed "
+     "to the first of them only. Two GEM ports may share a port-ID if one has direction 1 and the "
+     "other "
      "direction 2."},
     {"gem-port-without-alloc-id", problem, always, "9.2.2, 9.2.3",
      "GEM port whose T-CONT has no alloc-ID",
@@ -89,8 +89,9 @@ constexpr check_rule rules[] = {
      "not rate controlled."},
     {"queue-on-wrong-side", problem, always, "9.2.10",
      "priority queue whose id and related port disagree",
-     "The id of a queue says whether it is an upstream queue, its related port whether it belongs "
-     "to a T-CONT or to a UNI. The rule applies if a config command sets the boundaries."},
+     "The id of a queue determines whether it is an upstream queue, its related port whether it "
+     "belongs to a T-CONT or to a UNI. The two disagree. The rule applies if a config command sets "
+     "the boundaries."},
     {"bridge-without-filter", problem, always, "9.3.11", "service that accepts every VLAN",
      "A walk tries the bridges one after the other and leaves through the first port that accepts "
      "the frame. If the line has several bridges, a port without VLAN filter takes the frames of "

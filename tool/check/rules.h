@@ -12,7 +12,7 @@ namespace gponflow {
 
 enum class finding_weight : uint8_t {
     problem, ///< frames are dropped or misdirected
-    warning, ///< probably a mistake, but no frame is known to suffer
+    warning, ///< probably a mistake, but no frame is known to be affected
     note     ///< the path of a frame through the module does not depend on it
 };
 
@@ -22,7 +22,7 @@ enum class finding_weight : uint8_t {
 struct check_rule {
     std::string_view name;   ///< words with hyphens, for scripts
     finding_weight weight;   ///< of its findings, unless a finding has a lower one
-    bool on_request;         ///< an operator cannot change it: shown only if asked for
+    bool on_request;         ///< an operator cannot change it: shown only on request
     std::string_view clause; ///< of ITU-T G.988; empty: a limit of the module
     std::string_view title;
     std::string_view explanation;

@@ -21,7 +21,7 @@ constexpr uint16_t vid_mask = 0x0fff;
 
 using vlan_set = std::bitset<vlans>;
 
-// Values that tell the rows of a table apart: those of their filters, and one that is in none.
+// Values that distinguish the rows of a table: those of their filters, and one that is in none.
 template <typename number, typename Field>
 std::vector<number> telling_values(const tag_operation& operation, number greatest, Field field)
 {
@@ -40,7 +40,7 @@ std::vector<number> telling_values(const tag_operation& operation, number greate
     return values;
 }
 
-// Frames that a filter of one tag may match, as far as the rows of the table tell them apart.
+// Frames that a filter of one tag may match, as far as the rows of the table distinguish them.
 std::vector<frame_tag> tags_for(const tag_operation& operation, const row_tag& filter)
 {
     const auto vids = telling_values<uint16_t>(operation, greatest_vid,

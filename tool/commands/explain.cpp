@@ -147,7 +147,7 @@ void add_tag_options(CLI::App& sub, explain_request& request)
             request.asks = true;
         },
         7, 0, "Priority of the outer tag");
-    add_tag("--inner", request.question.inner, "The same of the inner tag");
+    add_tag("--inner", request.question.inner, "The same for the inner tag");
     add_number(
         sub, "--tpid",
         [&request](uint64_t number) {

@@ -138,9 +138,9 @@ void add_graph_command(CLI::App& app)
                 "    --pcap lost.pcap --frame 1\n\n"
                 "Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream).\n\n"
                 "Red: a pointer to an instance that does not exist. Dashed: a pointer that the "
-                "module did not record. Dotted: a tagging operation and the instance with the "
-                "same id. The path of a dropped frame is bold up to the drop. Pictures need the "
-                "command dot of graphviz.");
+                "module did not record. Dotted: a tagging operation and the instance that it "
+                "belongs to. The path of a dropped frame is bold up to the drop. Pictures need "
+                "the command dot of graphviz.");
     sub->callback([request] {
         if (const int status = graph(*request); status != status_ok)
             throw CLI::RuntimeError(status);

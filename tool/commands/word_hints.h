@@ -12,7 +12,7 @@ namespace gponflow {
 /// known or no known word is similar.
 std::string word_hint(const CLI::App& app, const std::vector<std::string>& words);
 
-/// "unknown subcommand 'X' (did you mean 'Y'?)" if a word stands where a subcommand is required;
+/// "unknown subcommand 'X' (did you mean 'Y'?)" if a word is in the place of a required subcommand;
 /// empty otherwise.
 std::string unknown_subcommand(const CLI::App& app, const std::vector<std::string>& words);
 

@@ -18,8 +18,8 @@ struct fault {
     size_t step = 0;    ///< of the story
 };
 
-/// The ends of the branches that came furthest: those in the frame's own bridge if it is known, the
-/// deepest of them, and of several filters those whose list has the frame's VLAN. More than one if
+/// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
+/// several filters only those whose list has the frame's VLAN. More than one if
 /// nothing distinguishes them. Empty if the log names no instance.
 std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
                              const frame_header& header, std::optional<uint16_t> bridge = {});

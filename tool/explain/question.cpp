@@ -147,7 +147,7 @@ packet_options entry_of(const frame_question& question, const line_model& entiti
     if (question.gem)
         return entry_of_gem(*question.gem, entities);
     throw std::runtime_error(
-        "the frame enters nowhere: add --uni for a frame of the subscriber, or --gem for a frame "
+        "no entry for the frame: add --uni for a frame of the subscriber, or --gem for a frame "
         "of the OLT; " +
         known_unis(entities) + "; " + known_gem_ports(entities));
 }

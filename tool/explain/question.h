@@ -11,7 +11,7 @@
 
 namespace gponflow {
 
-/// A tag as asked for.
+/// A tag of the frame.
 struct asked_tag {
     uint16_t vlan = 0;
     uint8_t priority = 0;
@@ -31,7 +31,7 @@ struct frame_question {
     uint8_t dscp = 0;
 };
 
-/// The frame that is asked about. Throws std::runtime_error with the reason.
+/// The frame of the question. Throws std::runtime_error with the reason.
 captured_frame frame_of(const frame_question& question);
 
 /// A UNI of a line.

@@ -86,9 +86,10 @@ void note_bridge(const line_answer& answer, verdict& into)
         const auto bridge = step.passed ? bridge_of(last.entities, step.at) : std::nullopt;
         if (!bridge || bridge == answer.bridge)
             continue;
-        into.notes.push_back("The frame entered " + bridge_text(answer.bridge) +
-                             " and leaves from " + bridge_text(bridge) +
-                             ": the hook call that chooses the GEM port does not know the UNI.");
+        into.notes.push_back(
+            "The frame entered " + bridge_text(answer.bridge) + " and leaves from " +
+            bridge_text(bridge) +
+            ": the hook call that chooses the GEM port has no information about the UNI.");
         return;
     }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The fields of a frame that a rule is found by.
+// The fields of a frame that select its rule.
 #pragma once
 
 #include <array>
@@ -16,7 +16,7 @@ struct vlan_tag {
     uint16_t tpid = 0;
     uint16_t tci = 0; ///< priority, drop bit and VLAN id together
 
-    // The 0 that clang-tidy wants to be a null pointer is the compiler's own.
+    // clang-tidy reports a 0 that the compiler generates.
     auto operator<=>(const vlan_tag&) const = default; // NOLINT(modernize-use-nullptr)
 };
 

@@ -18,7 +18,7 @@ struct module_status {
     std::vector<dumped_instance> instances;
 };
 
-/// Asks the module for its switch, rules and instances. Throws refusal.
+/// Queries the module for its switch, rules and instances. Throws refusal.
 [[nodiscard]] module_status read_status(captured_run& run);
 
 /// Whether the engine classifies frames, from the output of "show en_flag"; nothing when the text

@@ -12,8 +12,8 @@ namespace gponflow {
 
 /// Writes the graph in the DOT language. A node is an instance, with the shape and colour of its
 /// class, an edge is a pointer. Missing instances are red, pointers that the module has not
-/// recorded are dashed, a dotted edge leads from a tagging operation to the port with its id, and
-/// the instances of `walked` and the edges between its neighbours are bold.
+/// recorded are dashed, a dotted edge leads from a tagging operation to the instance that it
+/// belongs to, and the instances of `walked` and the edges between its neighbours are bold.
 void write_dot(const line_model& what, const std::vector<me_id>& walked, std::ostream& out);
 
 /// Prints the document gponflow-graph-1: the instances with their attributes, and the pointers.

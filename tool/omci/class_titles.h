@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Titles of classes, so that a list of classes that are not mirrored reads without the standard at
-// hand.
+// Titles of classes: a list of classes that are not mirrored is readable without the standard.
 #pragma once
 
 #include <cstdint>

@@ -41,8 +41,8 @@ struct record {
     bool written = false;     ///< a command of the scenario contains it
 };
 
-/// Writes one attribute into the record; attributes that are not mirrored change nothing. The
-/// answer is empty, or says that the value did not fit its field, which then holds the greatest.
+/// Writes one attribute into the record; attributes that are not mirrored change nothing.
+/// Returns an empty text, or a remark that the value exceeds the field, which then has its maximum.
 std::string write_attribute(record& rec, const class_record& fields, const attribute& attr,
                             std::span<const uint8_t> bytes);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The services of a line: what lies between a UNI and a T-CONT.
+// The services of a line: the entities between a UNI and a T-CONT.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Writes the transcript of a scenario line by line. The format is fixed: recorded transcripts
-// outlive this code.
+// Writes the transcript of a scenario line by line. The format is fixed, because
+// recorded transcripts depend on it.
 #pragma once
 
 #include <iosfwd>

@@ -15,15 +15,16 @@ extern "C" {
 #define GPON_CORE_ENTRY(name) gpon_core_##name
 #endif
 
-/* 0; -1 or -12 when the proc directory or its entry cannot be made: what was registered before then
- * stays registered. Panics when the hook cannot be registered. */
+/* Returns 0; -1 or -12 if the proc directory or its entry cannot be created: earlier registrations
+ * then stay. Panics if the hook cannot be registered. */
 int GPON_CORE_ENTRY(init_module)(void);
 
-/* Takes everything down, the hook last, and waits for the aging timer and all deferred frees. */
+/* Unregisters and frees everything, the hook last. Waits for the aging timer and all deferred
+ * frees. */
 void GPON_CORE_ENTRY(cleanup_module)(void);
 
-/* Takes down the rule table and its timer, for a platform that rolls a failed load back: both are
- * up before anything that can fail. 0, or -1 when there is no table. */
+/* Destroys the rule table and its timer, for a platform that undoes a failed load: both exist
+ * before the first step that can fail. Returns 0, or -1 if there is no table. */
 int gpon_hash_exit(void);
 
 #ifdef __cplusplus
