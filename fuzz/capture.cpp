@@ -42,12 +42,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         for (const gponflow::captured_frame& frame : gponflow::read_capture(file.path()).frames) {
             // The header of a cooked capture is longer than the one that replaces it.
-            require(frame.data.size() <= size, "a frame lies in its file");
+            require(frame.data.size() <= size, "a frame is in its file");
             require(!gponflow::header_text(gponflow::read_header(frame)).empty(),
                     "a frame has a description");
         }
     } catch (const std::runtime_error& error) {
-        require(*error.what() != '\0', "a fault is told in words");
+        require(*error.what() != '\0', "a fault has a text");
     }
     return 0;
 }

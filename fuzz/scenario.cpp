@@ -30,8 +30,8 @@ void check_faults(const parse_result& result)
 {
     unsigned last = 0;
     for (const diagnostic& fault : result.errors) {
-        require(fault.line > last, "a faulty line is told once, in order");
-        require(!fault.text().empty(), "a fault is told in words");
+        require(fault.line > last, "a faulty line is reported once, in order");
+        require(!fault.text().empty(), "a fault has a text");
         last = fault.line;
     }
 }

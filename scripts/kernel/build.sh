@@ -5,8 +5,8 @@
 #
 # Builds gpon_softonu.ko and gpon_flow.ko for a kernel of fetch.sh, or for the kernel of an architecture
 # in KERNEL-BUILD-FOLDER. The kernel's build writes its products beside the sources, so each kernel has
-# an output folder with links to the sources, by default build/kernel/KERNEL/modules. The modules of the guest tests are built
-# in OUTPUT-FOLDER-of-tests. A warning fails the build.
+# an output folder with links to the sources, by default build/kernel/KERNEL/modules. The modules of
+# the guest tests are built in OUTPUT-FOLDER-of-tests. A warning fails the build.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh

@@ -40,7 +40,7 @@ fetch_source() {
 }
 
 # KCSAN watches a few memory accesses at a time in the instrumented code. Only our modules are
-# instrumented fully. Of the kernel only the locks are, so that KCSAN knows their barriers; otherwise
+# instrumented fully. Of the kernel only the locks are, so that KCSAN detects their barriers; otherwise
 # they would order nothing.
 watched=()
 [ "$flavour" != kcsan ] || watched=(KCSAN_SANITIZE=n KCSAN_INSTRUMENT_BARRIERS_{spinlock,mutex,tree}.o=y)

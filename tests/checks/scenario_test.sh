@@ -3,7 +3,7 @@ set -eu
 . tests/checks/proof.sh
 runner=scripts/scenario.sh
 
-# Replaces the tool: prints the file in its argument, or fails if the file says so.
+# Replaces the tool: prints the file in its argument, or fails if the file requests it.
 fresh_tree
 file tool <<'TOOL'
 #!/bin/bash

@@ -201,7 +201,7 @@ TEST(question, frames_are_built_from_their_fields)
     EXPECT_THROW(frame_of(question), std::runtime_error);
 }
 
-// What a capture does not hold is said, and not guessed.
+// Fields that are not in the capture are reported, not guessed.
 TEST(question, a_frame_that_the_capture_cut_has_a_note)
 {
     const std::unique_ptr<backend> target = make_host_backend();

@@ -52,8 +52,8 @@ std::string source(const octets& frame);
 /// Outer to inner.
 std::vector<tag> tags(const octets& frame);
 
-/// The DSCP of the IP header behind `tag_count` tags, when the type, and for PPPoE the protocol,
-/// stand there low byte first; `whole` is the frame before it was cut. IPv6 is told apart.
+/// The DSCP of the IP header behind `tag_count` tags if the type, and for PPPoE the protocol, has
+/// its low byte first; `whole` is the frame before it was cut. The result shows whether it is IPv6.
 struct code_point {
     uint8_t dscp;
     bool version_6;

@@ -40,8 +40,8 @@ void add_internet(line& to)
     to.done(create, 84, 0x1001, "0064" + std::string(44, '0') + "0f 01");
 }
 
-// UNI 2: VLAN 300. The OLT means to let the VLAN through, and asks for the whole tag: forward
-// operation 0x14 compares the priority too.
+// UNI 2: VLAN 300. The OLT intends to pass the VLAN, but forward operation 0x14 compares the whole
+// tag with the priority.
 void add_telephone(line& to)
 {
     to.done(create, 45, 2, "00 01 01 8000 1400 0200 0f00 00 ff 0000012c");

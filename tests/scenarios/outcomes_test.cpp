@@ -79,8 +79,8 @@ private:
         return line.text.find(words) != std::string::npos;
     }
 
-    // Messages keep frames from their remembered outcome, expectations are of frames that come
-    // once, and a frame that allocates nothing meets no fault.
+    // Messages prevent the use of a remembered outcome, expectations are about frames that are sent
+    // once, and a frame that allocates nothing has no fault.
     static bool is_left_out(const scenario_line& line)
     {
         return std::holds_alternative<expect_command>(line.command) ||

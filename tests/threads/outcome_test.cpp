@@ -171,7 +171,7 @@ void send_until(const std::atomic<bool>& done)
 }
 
 // The pair of commands that moves the bridge port from one GEM port to the other, beside frames
-// that learn. Afterwards the flow must go the new way. Returns how often it does not.
+// that learn. Afterwards the flow must take the new path. Returns how often it does not.
 uint64_t stale_rules_of(uint64_t pairs)
 {
     std::atomic<bool> done = false;

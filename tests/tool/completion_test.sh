@@ -15,7 +15,7 @@ gponflow completion zsh >_gponflow
 gponflow completion fish >gponflow.fish
 touch a-file.scn
 
-# WORD...: the last word is what is being typed. The builtins of the completion system print.
+# WORD...: the last word is being typed. The builtins of the completion system print.
 zsh_offers() {
     zsh -f -c 'compadd() { shift; print -l -- "$@"; }; _files() { print -l -- *; }
         compdef() { :; }; . ./_gponflow; words=("$@"); CURRENT=$#; _gponflow' - gponflow "$@"

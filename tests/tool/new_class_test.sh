@@ -4,7 +4,7 @@
 # usage: new_class_test.sh BUILD-FOLDER
 #
 # A new class is one source and one row. This test adds both to a copy of the core's sources, links
-# them in front of the objects of the build, and expects module and tool to know the class.
+# them in front of the objects of the build, and expects module and tool to support the class.
 set -eu
 
 build=$(readlink -f "$1")

@@ -27,10 +27,10 @@ until_over() {
     done
 }
 
-# USER COMMAND: runs the command on a terminal of 10 lines with 60 columns, in front of a user: what
-# that prints are the keys, what is shown goes to the file shown. The exit status, and the settings
-# of the terminal before and after, stand in files, too: what Ctrl-C does to the command must not
-# end the shell that writes them.
+# USER COMMAND: runs the command on a terminal of 10 lines with 60 columns. USER is a function whose
+# output is the pressed keys; the screen is written to the file shown. The exit status and the
+# settings of the terminal before and after are written to files too: Ctrl-C must not end the shell
+# that writes them.
 on_terminal() {
     local user=$1 command=$2
     ran=$command
@@ -110,7 +110,7 @@ on_terminal : "export TERM=dumb-and-unknown; $watch"
 expect_status 0
 expect_shown '68 rules'
 
-# Long captures say how far they are, short ones do not.
+# Long captures show their progress, short ones do not.
 # Frames of one path cost little, so each frame has tags of its own.
 python3 -c '
 import struct, sys

@@ -25,7 +25,7 @@ constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
 constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
 constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
 
-// ---- a class of the tests' own, whose handlers tell what they were called with
+// ---- a class of the tests, whose handlers record their arguments
 
 struct handler_call {
     int handler;

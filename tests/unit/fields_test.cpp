@@ -10,7 +10,7 @@
 
 namespace {
 
-// What a printer is to write for one raw record, with all the room it wants.
+// The expected output of a printer for one raw record, with enough room.
 struct printed {
     std::vector<u8> raw;
     std::string titles;
@@ -99,7 +99,7 @@ const std::map<u16, printed>& every_class()
 
 constexpr char UNTOUCHED = '\x7e';
 
-// The three texts after one call; behind its end each keeps what it held before.
+// The three texts after one call; beyond its end each is unchanged.
 struct texts {
     std::string values = std::string(600, UNTOUCHED), titles = values, extra = values;
     i32 answer;

@@ -241,7 +241,7 @@ TEST_F(hook_entry, disabled_nothing_is_learnt_and_rules_stay)
     EXPECT_EQ(rules(), 1u);
 }
 
-// The hook goes last: packets may come while everything else is gone already.
+// The hook is unregistered last: packets may arrive when everything else is already removed.
 TEST_F(hook_entry, packets_find_an_empty_store_during_unload)
 {
     build_line();

@@ -344,7 +344,7 @@ TEST_F(outcome, new_rules_end_none)
 
 TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
 {
-    // Stations whose outcomes want the same set.
+    // Stations whose outcomes have the same set.
     std::vector<bytes> rivals;
     const gpon::outcome_set* wanted = nullptr;
     for (u32 number = 1; rivals.size() < 4; ++number) {

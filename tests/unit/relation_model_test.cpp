@@ -100,8 +100,8 @@ protected:
             add_kind(me_table[row]);
     }
 
-    // Starts the ids at 0, which is what free entries hold, and keeps to few of them, so that links
-    // meet each other.
+    // The ids include 0, the value of free entries, and are few, so that links often have the same
+    // target.
     u16 some_id() { return static_cast<u16>(random() % 6); }
     u16 some_class() { return classes[random() % classes.size()]; }
     // Often a pair of classes that has a row.

@@ -161,7 +161,7 @@ TEST_F(rule_dump, repeats_the_header_for_each_rule_of_a_bucket)
     deliberately_broken = true;
     learn(key_of(UP_ANI, 0, 1));
     gpon_flow_rule* const first = gpon::rule_of(used_bucket().first);
-    // Adding never puts a second rule in a bucket; whoever reads one is ready for it.
+    // An add never stores a second rule in a bucket, but readers of a bucket support it.
     gpon::owned<gpon_flow_rule> second = gpon::zalloc<gpon_flow_rule>();
     gpon::owned<u8> key = gpon::zalloc_bytes(16);
     std::memcpy(key.get(), key_of(UP_UNI, 0, 2).data(), 16);

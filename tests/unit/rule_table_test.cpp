@@ -158,7 +158,8 @@ TEST_F(rule_table, hash_is_the_mixed_crc_for_every_length)
         }
 }
 
-// The bytes may be read several at a time: every remainder behind every start must come out right.
+// The hash may read several bytes at a time: every length after every start must have the right
+// result.
 TEST_F(rule_table, hash_does_not_depend_on_the_address_of_the_key)
 {
     std::mt19937 random(2);
@@ -360,7 +361,7 @@ TEST_F(rule_table, null_arguments_are_reported)
     EXPECT_THAT(log_lines(), testing::ElementsAre(add, add, get, get));
 }
 
-// Packets and operators still come while the module goes and the table is gone.
+// Packets and operators' commands may arrive during unload, when the table is already destroyed.
 TEST_F(rule_table, without_buckets_nothing_is_stored_found_deleted_or_cleaned)
 {
     ASSERT_EQ(add(key_of(1)), 0);

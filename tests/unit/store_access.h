@@ -51,7 +51,7 @@ inline std::vector<u16> recorded(u16 class_id, u16 id, u16 of_class)
     return inst ? recorded(*find_row(inst->related, of_class)) : std::vector<u16>();
 }
 
-/* Makes a result ready for the next read section: what the last one found is gone with it. */
+/* Prepares a result for the next read section: instances found in the last one are not valid. */
 inline void forget_found(gpon_walk_result& result)
 {
     result.last_port = nullptr;

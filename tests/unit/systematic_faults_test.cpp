@@ -333,7 +333,7 @@ TEST_P(systematic_faults, every_registration_and_allocation_of_a_load_may_fail)
                 break;
             }
             ++faults;
-            // Without its hook the module stops the machine, which nothing comes back from.
+            // Without its hook the module panics, so load() returns no value.
             EXPECT_EQ(answer.has_value(), kind != fault::hook);
             if (answer) {
                 expect_whole("after the load");

@@ -50,6 +50,6 @@ static void __exit unload(void)
 }
 module_exit(unload);
 
-MODULE_DESCRIPTION("GPON ONU flow engine: carries frames along the OMCI managed entity graph");
+MODULE_DESCRIPTION("GPON ONU flow engine: classifies frames by the graph of OMCI managed entities");
 MODULE_AUTHOR("gpon_flow developers");
 MODULE_LICENSE("GPL");

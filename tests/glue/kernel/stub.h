@@ -49,8 +49,8 @@ struct sk_buff;
 #define ilog2(n) (63u - (unsigned int)__builtin_clzll(n))
 #define order_base_2(n) ((n) > 1 ? ilog2((n)-1) + 1 : 0u)
 
-/* Behind "static", which goes to the mark: the test sets the variable to what a load finds. The
- * elements between those of the CPUs are no memory of the module. */
+/* Follows "static", which therefore applies to the mark. The test sets the variable to its value at
+ * load. The elements between those of the CPUs are no memory of the module. */
 #define DEFINE_PER_CPU(type, name) \
     const char name##_mark __attribute__((unused)) = 1; \
     type name##_of_cpu[2 * STUB_CPUS]; \
