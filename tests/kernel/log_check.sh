@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The check of the kernel log works: it detects each kind of kernel report, and takes none of the
-# module's own lines for one.
+# The check of the kernel log works: it detects each kind of kernel report, and does not
+# report the module's own lines.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Reads and writes of the proc entry while it is removed, which takes its time here: the record of an
-# entry lives as long as the entry. Freed memory is overwritten (slub_debug), so a call that reads a freed
+# Reads and writes of the proc entry during its removal, which is delayed here: the record of an entry
+# is freed after the entry. Freed memory is overwritten (slub_debug), so a call that reads a freed
 # record stops the kernel.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh

@@ -8,7 +8,7 @@
 
 table=/proc/gpon_softonu/queue_mapping
 
-# GEM QUEUE WORD...: what becomes of a frame.
+# GEM QUEUE WORD...: the expected GEM port and queue of a frame.
 goes_to() {
     wanted="records=1 ret=2 result=0 gem=$1 queue=$2"
     shift 2

@@ -25,7 +25,7 @@ run_scenario() {
     return "$status"
 }
 
-# Its commands are those that only a process obeys: time that jumps, services that fail.
+# It has commands that only a process supports: jumps of time, failing services.
 is_for_a_process() {
     grep -qE '^[[:blank:]]*(advance|fault)([[:blank:]]|$)' "$1"
 }

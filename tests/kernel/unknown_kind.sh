@@ -5,7 +5,7 @@
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-# Which architecture says it with a capital letter is no matter of ours.
+# Some architectures print it with a capital letter.
 dumps() {
     dmesg | grep -ci 'call trace:'
 }

@@ -78,8 +78,8 @@ void arm_fault(fault service, uint64_t nth = 1);
 void disarm_faults();
 bool fault_fired(fault service); // since it was armed
 
-/* Each copy from user space takes that long, as one does that meets a page that is not there;
- * outlives reset(). */
+/* Each copy from user space takes this time, like a copy that waits for a page. reset() does not
+ * change it. */
 void set_copy_delay(uint32_t microseconds);
 
 /* Allocation balance of the module: blocks not yet freed (call rcu_settle first), their bytes, and

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Faults of C++ code, compiled as the core of gpon_flow is: what a debug kernel says about these it
-// would say about the core. The compiler must not see through them, hence the volatile numbers.
+// Faults in C++ code that is compiled like the core of gpon_flow: a detector that reports these
+// also reports the same fault in the core. Volatile numbers hide the faults from the compiler.
 #include "gpon_detect.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Faults on purpose, one for each detector of a debug kernel: "insmod gpon_detect.ko fault=NAME".
- * The machine survives each of them; who loads it looks for the report.
+ * Deliberate faults, one for each detector of a debug kernel: "insmod gpon_detect.ko fault=NAME". The
+ * machine continues after each of them; the caller searches the kernel log for the report.
  */
 #include <linux/delay.h>
 #include <linux/kthread.h>

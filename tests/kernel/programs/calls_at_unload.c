@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * calls_at_unload GPON_FLOW.KO CYCLES: the module comes and goes while two threads make hook calls
+ * calls_at_unload GPON_FLOW.KO CYCLES: loads and unloads the module while two threads make hook calls
  * of every packet kind without a pause and two others read and write its proc entry. Each call
  * returns a result of the module or, if no record was called, none.
  */

@@ -22,7 +22,7 @@ start_server() {
     in_ns server1 udhcpd /tmp/udhcpd.conf || fail "the server does not start"
 }
 
-# What udhcpc runs when it has something to say.
+# The script that udhcpc runs at each event.
 write_lease_script() {
     cat >/tmp/lease.sh <<-'END'
 	#!/bin/sh

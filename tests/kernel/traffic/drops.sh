@@ -6,7 +6,7 @@
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
-# From subscriber 1 to a station that nobody knows, so that the bridge floods it.
+# From subscriber 1 to an unknown station, so that the bridge floods the frame.
 frame=0200000000990200000000110800$(printf '%032d' 0)
 tagged=02000000009902000000001181000309$(printf '%032d' 0)
 
@@ -14,7 +14,7 @@ all_drops() {
     grep '_drop_' $proc/counters
 }
 
-# DEVICE rx|tx: what "ip -s link" says.
+# DEVICE rx|tx: the drops that "ip -s link" prints.
 dropped() {
     ip -s link show dev "$1" | awk -v way="$2:" 'toupper(way) == $1 {getline; print $4; exit}'
 }
@@ -37,7 +37,7 @@ drops() {
     seen=$((${seen:-0} + 1))
 }
 
-# What precedes a command to run it where a device lives.
+# The command prefix that runs a command in the namespace of a device.
 side_of() {
     case $1 in
     sub1) echo ip netns exec client1 ;;

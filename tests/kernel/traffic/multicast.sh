@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A subscriber joins a group; its membership report goes up on the unicast GEM port, the group's
+# A subscriber joins a group; its membership report leaves on the unicast GEM port, the group's
 # packets come down on the multicast one, and the replies go up again. No subscriber can send on the
 # multicast GEM port from below.
 # shellcheck source=tests/kernel/traffic/topology.sh
@@ -24,8 +24,8 @@ stream() {
     in_ns server1 ping -c 5 -W 2 $group
 }
 
-# NAME DEVICE COUNTER: a subscriber sends to a group. What becomes of the frames is counted there,
-# and none gets onto the multicast GEM port.
+# NAME DEVICE COUNTER: a subscriber sends to a group. COUNTER of DEVICE counts the frames, and
+# none leaves on the multicast GEM port.
 tries() {
     before=$(counter "$2" "$3")
     in_ns client1 ping -c 2 -W 1 $other_group >/dev/null && fail "$1: an answer from nobody"

@@ -21,7 +21,7 @@ frames_of() {
     in_ns client1 ip link set "sub1.$1" up
     in_ns client1 ip addr add "10.$1.0.11/24" dev "sub1.$1"
     in_ns client1 ping -c 1 -W 1 "10.$1.0.1" >/dev/null && fail "an answer from nobody"
-    # Or the address would be asked for again while another VLAN's frames are counted.
+    # Otherwise another request for the address would be sent while another VLAN's frames are counted.
     in_ns client1 ip link del "sub1.$1"
     echo "$(($(counter gem1025 rx_frames) - first)) $(($(counter gem1026 rx_frames) - second))"
 }

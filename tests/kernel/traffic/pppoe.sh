@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# Two subscribers dial in: discovery by broadcast, CHAP, an address from the access concentrator,
+# Two subscribers connect: discovery by broadcast, CHAP, an address from the access concentrator,
 # then packets of every size that fits into a session frame, and larger ones in fragments.
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh

@@ -9,7 +9,7 @@
 #     client2: sub2 -- uni2 --+               +-- gem4000 :server1 (multicast, downstream only)
 #
 # Untagged frames and VLAN 100 belong to GEM port 1025, VLAN 200 and the outer tag 300 to 1026.
-# The variable "onu" of the kernel's command line says what chooses the GEM port: "gpon_flow" (as
+# The variable "onu" of the kernel's command line selects what chooses the GEM port: "gpon_flow" (as
 # provision_gpon_flow sets it up) or "alone", the platform's own mapping table.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
