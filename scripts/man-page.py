@@ -21,8 +21,8 @@ TEXT_COLUMN = 30
 DESCRIPTION = r""".SH DESCRIPTION
 .B gponflow
 shows how a GPON ONU forwards the frames of a subscriber.
-The OLT configures the ONU through OMCI managed entities (ITU\-T G.988); the tool runs the engine
-that forwards frames along them, in its own process or in the running kernel.
+The OLT configures the ONU through OMCI managed entities (ITU\-T G.988). The tool runs the engine
+that classifies frames by these entities, in its own process or in the running kernel.
 .PP
 Most commands read a
 .IR scenario ,

@@ -18,8 +18,9 @@ Example:
 
 Each subcommand has a --help with examples. Exit status of all of them:
   0  success
-  1  check failed: an expect failed (run), a problem was found (check), or
-     a capture ends early or has no frame (run, account, report, omci)
+  1  check failed: an expect failed (run), a problem was found (check), the
+     inputs differ (omci --diff), or a capture ends early or has no frame
+     (run, account, report, omci)
   2  invalid input, or a file could not be read or written
   3  the module is not loaded, the backend does not support a command, or
      standard output could not be written)";
