@@ -207,7 +207,7 @@ TEST(question, a_frame_that_the_capture_cut_has_a_note)
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
     std::ostringstream out;
-    session.run(parse_good(good_line), out);
+    EXPECT_EQ(session.run(parse_good(good_line), out), status_ok);
     line_answer answer = answer_question(from_uni(1), session);
     answer.frame.data.resize(13);
     answer.frame.wire_length = 298;

@@ -126,7 +126,9 @@ TEST(omci_values, records_are_little_endian_in_memory)
     const class_record* fields = find_me_class(uint16_t{277});
     record_store store;
     record& rec = store.at(*fields, 0x8007);
-    write_attribute(rec, *fields, find_attribute_class(277)->attributes[5], from_hex("80010007"));
+    EXPECT_EQ(write_attribute(rec, *fields, find_attribute_class(277)->attributes[5],
+                              from_hex("80010007")),
+              "");
     EXPECT_EQ(rec.raw, from_hex("0780 0000 07000180 0000 0000"));
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -42,7 +43,7 @@ outcome_of_run run_with(bool remembered, const scenario& what)
     gpon::host::set_remembered_outcomes(remembered);
     std::ostringstream out, diagnostics;
     const auto target = make_host_backend();
-    run_scenario(what, *target, out, diagnostics, true);
+    std::ignore = run_scenario(what, *target, out, diagnostics, true);
     gpon::host::set_remembered_outcomes(true);
     EXPECT_EQ(diagnostics.str(), "") << what.name;
     return {out.str(), gpon::host::memory().allocations};

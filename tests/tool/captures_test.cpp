@@ -2,6 +2,7 @@
 #include "tool/scenario/captures.h"
 
 #include <sstream>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -55,7 +56,7 @@ std::string pcapng_file()
 std::string error_of_capture(const std::filesystem::path& file)
 {
     try {
-        read_capture(file);
+        std::ignore = read_capture(file);
     } catch (const std::runtime_error& error) {
         return error.what();
     }

@@ -222,10 +222,10 @@ TEST_F(run, frames_that_fail_or_find_no_hook_count_as_failed)
     scenario parsed = parse_good("pcap x kind=3");
     std::get<pcap_command>(parsed.lines[0].command).frames = {captured_frame({1})};
     fake.hook_result = hook_answer{2, 1, 0, 0};
-    run_scenario(parsed, fake, out, diagnostics, false);
+    EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_THAT(out.str(), testing::EndsWith("= pcap frames=1 ok=0 failed=1\n"));
     fake.hook_result.reset();
-    run_scenario(parsed, fake, out, diagnostics, false);
+    EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_THAT(out.str(), testing::EndsWith("= hook absent\n= pcap frames=1 ok=0 failed=1\n"));
 }
 

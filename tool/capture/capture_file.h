@@ -31,16 +31,16 @@ public:
     capture_file& operator=(const capture_file&) = delete;
 
     /// DLT_EN10MB, DLT_LINUX_SLL, ... of all records.
-    int link_type() const;
+    [[nodiscard]] int link_type() const;
     /// "EN10MB", "LINUX_SLL", ...; "unknown" without a name.
-    std::string link_name() const;
+    [[nodiscard]] std::string link_name() const;
 
     /// Reads the next record; false at the end.
-    bool next(capture_record& into);
+    [[nodiscard]] bool next(capture_record& into);
     /// Records that were read.
-    size_t count() const { return count_; }
+    [[nodiscard]] size_t count() const { return count_; }
     /// Why reading stopped before the end of the file; empty otherwise.
-    const std::string& cut_short() const { return cut_short_; }
+    [[nodiscard]] const std::string& cut_short() const { return cut_short_; }
 
 private:
     struct handle;
@@ -51,9 +51,9 @@ private:
 };
 
 /// The name of a capture in messages: "standard input" for "-".
-std::string capture_title(const std::string& path);
+[[nodiscard]] std::string capture_title(const std::string& path);
 
 /// Whether a file with these first bytes is a pcap or pcapng file.
-bool is_capture_start(std::string_view first);
+[[nodiscard]] bool is_capture_start(std::string_view first);
 
 } // namespace gponflow

@@ -19,7 +19,7 @@ struct captured_frame {
     explicit captured_frame(bytes whole) : data(std::move(whole)), wire_length(data.size()) {}
 
     /// The capture holds the first bytes of the frame only.
-    bool is_cut() const { return data.size() < wire_length; }
+    [[nodiscard]] bool is_cut() const { return data.size() < wire_length; }
 };
 
 } // namespace gponflow

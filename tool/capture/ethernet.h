@@ -14,11 +14,12 @@
 namespace gponflow {
 
 /// Ethernet and both forms of Linux cooked captures (SLL, SLL2).
-bool carries_ethernet(int link_type);
+[[nodiscard]] bool carries_ethernet(int link_type);
 
 /// The record as an Ethernet frame. A cooked capture has no destination address, and its type field
 /// follows the addresses as in the frame. Nothing when the record is no Ethernet frame.
-std::optional<captured_frame> ethernet_frame(int link_type, const capture_record& from);
+[[nodiscard]] std::optional<captured_frame> ethernet_frame(int link_type,
+                                                           const capture_record& from);
 
 /// Frames of a capture, with remarks for the user.
 struct ethernet_capture {
@@ -28,6 +29,6 @@ struct ethernet_capture {
 
 /// The Ethernet frames among the first `most` records; the rest of the file is not read. Throws
 /// std::runtime_error if the capture cannot be opened or is of another link type.
-ethernet_capture read_ethernet(capture_file& from, size_t most = SIZE_MAX);
+[[nodiscard]] ethernet_capture read_ethernet(capture_file& from, size_t most = SIZE_MAX);
 
 } // namespace gponflow

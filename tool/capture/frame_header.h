@@ -20,8 +20,8 @@ struct header_tag {
     uint16_t tpid = 0;
     uint16_t tci = 0;
 
-    unsigned vlan() const { return tci & 0xfff; }
-    unsigned priority() const { return tci >> 13; }
+    [[nodiscard]] unsigned vlan() const { return tci & 0xfff; }
+    [[nodiscard]] unsigned priority() const { return tci >> 13; }
 };
 
 /// The fields that a frame has and its capture holds.
@@ -38,18 +38,18 @@ struct frame_header {
     bool cut = false; ///< a field that the walk reads is not in the capture
 };
 
-frame_header read_header(const captured_frame& frame);
+[[nodiscard]] frame_header read_header(const captured_frame& frame);
 
 /// "IPv4 UDP", "ARP", "type 0x88cc"; "type not in the capture" if the frame was cut before.
-std::string type_text(const frame_header& header);
+[[nodiscard]] std::string type_text(const frame_header& header);
 
 /// "VLAN 300 priority 6", outer tag first; "untagged".
-std::string tags_text(const frame_header& header);
+[[nodiscard]] std::string tags_text(const frame_header& header);
 
 /// All in one line: addresses, tags, protocol, length.
-std::string header_text(const frame_header& header);
+[[nodiscard]] std::string header_text(const frame_header& header);
 
 /// The same as an object (definition "frame" of the schemas).
-json header_json(const frame_header& header);
+[[nodiscard]] json header_json(const frame_header& header);
 
 } // namespace gponflow

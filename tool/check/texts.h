@@ -8,7 +8,7 @@
 namespace gponflow {
 
 /// "0x" and at least `digits` digits.
-inline std::string hex(unsigned value, int digits)
+[[nodiscard]] inline std::string hex(unsigned value, int digits)
 {
     char text[16];
     std::snprintf(text, sizeof(text), "0x%0*x", digits, value);

@@ -13,14 +13,14 @@
 namespace gponflow {
 
 /// A class of the module by name, in any letter case, or by number.
-uint16_t read_class(const std::string& word);
+[[nodiscard]] uint16_t read_class(const std::string& word);
 
 /// An instance id, decimal or hexadecimal after 0x.
-uint16_t read_instance(const std::string& word);
+[[nodiscard]] uint16_t read_instance(const std::string& word);
 
 /// A number within bounds, decimal or hexadecimal after 0x; `name` names it in messages.
-uint64_t read_number(const std::string& name, const std::string& word, uint64_t most,
-                     uint64_t least = 0);
+[[nodiscard]] uint64_t read_number(const std::string& name, const std::string& word, uint64_t most,
+                                   uint64_t least = 0);
 
 /// An option with a number within bounds. `take` receives the number.
 CLI::Option* add_number(CLI::App& app, const std::string& name,
@@ -32,6 +32,6 @@ struct vlan_word {
     uint16_t vlan = 0;
     std::optional<uint8_t> priority;
 };
-vlan_word read_vlan(const std::string& name, const std::string& word);
+[[nodiscard]] vlan_word read_vlan(const std::string& name, const std::string& word);
 
 } // namespace gponflow

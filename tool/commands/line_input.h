@@ -10,10 +10,10 @@ namespace gponflow {
 
 /// Whether a file begins like a pcap or pcapng file. False for "-" and for files that cannot be
 /// read.
-bool looks_like_capture(const std::string& file);
+[[nodiscard]] bool looks_like_capture(const std::string& file);
 
 /// The managed entities after a scenario, or after the commands of a capture. Prints warnings;
 /// throws std::runtime_error with the reason if the input cannot be used.
-line_model read_line(const std::string& file, const std::string& onu = {});
+[[nodiscard]] line_model read_line(const std::string& file, const std::string& onu = {});
 
 } // namespace gponflow

@@ -22,16 +22,17 @@ void add_source_options(CLI::App& app, live_source& into, const std::string& fil
 
 /// The scenario, or nothing for the running module. Prints errors to standard error and then sets
 /// the status.
-std::optional<scenario> open_source(const live_source& from, exit_status& status);
+[[nodiscard]] std::optional<scenario> open_source(const live_source& from, exit_status& status);
 
 /// The name of the backend, with the default for an empty name.
-std::string backend_of(const live_source& from);
+[[nodiscard]] std::string backend_of(const live_source& from);
 
 /// Creates the backend, runs the scenario if there is one and then `action`, and returns its
 /// status. Prints refusals to standard error.
-int run_on_source(const live_source& from, const std::function<int(captured_run&)>& action);
+[[nodiscard]] int run_on_source(const live_source& from,
+                                const std::function<int(captured_run&)>& action);
 
 /// Prints that the module is not loaded and returns the status for it.
-int report_not_loaded();
+[[nodiscard]] int report_not_loaded();
 
 } // namespace gponflow

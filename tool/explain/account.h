@@ -29,8 +29,8 @@ using frame_account = std::array<direction_account, 4>;
 
 /// Runs the scenario and counts its hook calls. All log levels are on for each frame: the reasons
 /// come from the log. Diagnostics as for run_scenario.
-exit_status account_scenario(const scenario& input, backend& target, frame_account& account,
-                             std::ostream& diagnostics);
+[[nodiscard]] exit_status account_scenario(const scenario& input, backend& target,
+                                           frame_account& account, std::ostream& diagnostics);
 
 /// Prints the account as text.
 void print_account(const frame_account& account, std::ostream& out);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/explain/active_filter.h"
 
+#include <tuple>
+
 namespace gponflow {
 
 active_filter::active_filter(captured_run& run, const trace_filter& filter) : run_(run)
@@ -12,7 +14,7 @@ active_filter::active_filter(captured_run& run, const trace_filter& filter) : ru
 active_filter::~active_filter()
 {
     try {
-        run_.query(trace_off_line);
+        std::ignore = run_.query(trace_off_line);
     } catch (const refusal&) {
         // The module is gone, and the filter with it.
     }

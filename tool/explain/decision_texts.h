@@ -17,32 +17,32 @@ constexpr const char* filter_on_uni_side =
 constexpr const char* not_selected = "the mapper does not select it for this frame";
 
 /// The same reason for several instances: "their VLAN filters drop the frame".
-std::string plural_reason(const std::string& reason);
+[[nodiscard]] std::string plural_reason(const std::string& reason);
 
 /// "0x0011".
-std::string hex_text(unsigned value, int digits = 4);
+[[nodiscard]] std::string hex_text(unsigned value, int digits = 4);
 
 /// "GEM_PORT_CTP".
-std::string class_text(unsigned class_id);
+[[nodiscard]] std::string class_text(unsigned class_id);
 
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
 /// that bridge port.
-std::string filter_text(const line_model& entities, me_id port, unsigned operation, unsigned tci,
-                        bool tagged);
+[[nodiscard]] std::string filter_text(const line_model& entities, me_id port, unsigned operation,
+                                      unsigned tci, bool tagged);
 
 /// The decision of the mapper of a GEM IW TP: "mapper 0x0001: TCI 0x6064, priority 3 selects
 /// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not
 /// known.
-std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
-                          const bytes* frame);
+[[nodiscard]] std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
+                                        const bytes* frame);
 
 /// Why a frame cannot go through a bridge port in its direction.
-std::string side_text(const line_model& entities, me_id port);
+[[nodiscard]] std::string side_text(const line_model& entities, me_id port);
 
 /// Why a walk ends at an instance that logged no reason.
-std::string end_text(const line_model& entities, me_id at);
+[[nodiscard]] std::string end_text(const line_model& entities, me_id at);
 
 /// The DSCP of a frame as the module reads it, -1 when it reads none.
-int dscp_of(const bytes& frame);
+[[nodiscard]] int dscp_of(const bytes& frame);
 
 } // namespace gponflow

@@ -25,7 +25,7 @@ struct explanation {
 };
 
 /// The frame as the hook call gets it: behind the tagging operations before it.
-inline captured_frame frame_at_hook(const explanation& of)
+[[nodiscard]] inline captured_frame frame_at_hook(const explanation& of)
 {
     captured_frame frame = of.input.frame;
     if (!of.tagging.frame.empty() && of.tagging.frame != frame.data) {
@@ -48,12 +48,12 @@ public:
     explicit explain_session(backend& target, explain_mode mode = explain_mode::full_log);
 
     /// Runs the commands before the frames. Diagnostics as for captured_run.
-    exit_status run(const scenario& before, std::ostream& diagnostics);
+    [[nodiscard]] exit_status run(const scenario& before, std::ostream& diagnostics);
 
     /// One frame, with its path. Throws refusal.
-    explanation explain(const explained_frame& frame);
+    [[nodiscard]] explanation explain(const explained_frame& frame);
 
-    const line_model& entities() const { return entities_; }
+    [[nodiscard]] const line_model& entities() const { return entities_; }
 
 private:
     captured_run runner_;
@@ -64,9 +64,10 @@ private:
 /// Runs the scenario, then the frame. Without a frame, it uses the last frame of a hook command of
 /// the scenario and does not run it twice. Returns nothing when the backend refused or there is no
 /// frame; `status` and `diagnostics` then have the reason.
-std::optional<explanation> explain_frame(const scenario& input, backend& target,
-                                         const std::optional<explained_frame>& frame,
-                                         std::ostream& diagnostics, exit_status& status,
-                                         explain_mode mode = explain_mode::full_log);
+[[nodiscard]] std::optional<explanation> explain_frame(const scenario& input, backend& target,
+                                                       const std::optional<explained_frame>& frame,
+                                                       std::ostream& diagnostics,
+                                                       exit_status& status,
+                                                       explain_mode mode = explain_mode::full_log);
 
 } // namespace gponflow

@@ -24,16 +24,16 @@ void print_step(const walk_step& step, bool replayed, const line_model& entities
                 const palette& colours = {});
 
 /// Tagging operations on the path of a frame that were not applied.
-std::vector<tag_gap> gaps_of(const explanation& explained);
+[[nodiscard]] std::vector<tag_gap> gaps_of(const explanation& explained);
 
 /// The operations behind a hook call of the downstream direction, at each UNI of the bridge.
 void print_leaving(const explanation& explained, std::ostream& out, const palette& colours = {});
 
 /// "upstream, from the UNI to the bridge", by kind of hook call.
-const char* kind_title(uint32_t kind);
+[[nodiscard]] const char* kind_title(uint32_t kind);
 
 /// "A and B: the reason; C: another one" for the deepest branches. Of branches with the same
 /// reason, at most `most` are named and the rest is counted; 0 names all.
-std::string dead_ends_text(const walk_story& story, size_t most = 0);
+[[nodiscard]] std::string dead_ends_text(const walk_story& story, size_t most = 0);
 
 } // namespace gponflow

@@ -21,19 +21,21 @@ struct fault {
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
 /// several filters only those whose list has the frame's VLAN. More than one if
 /// nothing distinguishes them. Empty if the log names no instance.
-std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
-                             const frame_header& header, std::optional<uint16_t> bridge = {});
+[[nodiscard]] std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
+                                           const frame_header& header,
+                                           std::optional<uint16_t> bridge = {});
 
 /// The reasons in one text; of many branches the first three are named. Without a fault, the last
 /// error of the module.
-std::string drop_reason(const walk_story& story, const line_model& entities,
-                        const frame_header& header, std::optional<uint16_t> bridge = {});
+[[nodiscard]] std::string drop_reason(const walk_story& story, const line_model& entities,
+                                      const frame_header& header,
+                                      std::optional<uint16_t> bridge = {});
 
 /// The bridge of a bridge port; nothing for other classes and unknown instances.
-std::optional<uint16_t> bridge_of(const line_model& entities, me_id port);
+[[nodiscard]] std::optional<uint16_t> bridge_of(const line_model& entities, me_id port);
 
 /// The bridge whose port a step of a story belongs to: its own or that of the steps above it.
-std::optional<uint16_t> bridge_of_step(const walk_story& story, const line_model& entities,
-                                       size_t step);
+[[nodiscard]] std::optional<uint16_t> bridge_of_step(const walk_story& story,
+                                                     const line_model& entities, size_t step);
 
 } // namespace gponflow

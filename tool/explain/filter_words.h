@@ -12,13 +12,13 @@ namespace gponflow {
 /// What the list of a VLAN filter is compared with (G.988 9.3.11).
 enum class filter_compares { nothing, vlan, priority, whole_tag };
 
-filter_compares compared_by(unsigned operation);
+[[nodiscard]] filter_compares compared_by(unsigned operation);
 
 /// "passes only VLAN 300 priority 5", "drops untagged frames": why the filter drops a frame with
 /// this outer tag; nothing for an untagged frame.
-std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> tci);
+[[nodiscard]] std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> tci);
 
 /// Whether the list contains the VLAN id, whatever the operation compares.
-bool lists_vlan(const gpon_raw_vtfd& filter, unsigned vlan);
+[[nodiscard]] bool lists_vlan(const gpon_raw_vtfd& filter, unsigned vlan);
 
 } // namespace gponflow

@@ -25,9 +25,9 @@ struct frame_choice {
 };
 
 /// The frame; nothing when the choice names none. Throws std::runtime_error with the reason.
-std::optional<explained_frame> choose_frame(const frame_choice& from);
+[[nodiscard]] std::optional<explained_frame> choose_frame(const frame_choice& from);
 
 /// A frame of a capture by its number from 1. Throws std::runtime_error with the reason.
-captured_frame numbered_frame(const std::string& file, size_t number);
+[[nodiscard]] captured_frame numbered_frame(const std::string& file, size_t number);
 
 } // namespace gponflow

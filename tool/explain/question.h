@@ -32,7 +32,7 @@ struct frame_question {
 };
 
 /// The frame of the question. Throws std::runtime_error with the reason.
-captured_frame frame_of(const frame_question& question);
+[[nodiscard]] captured_frame frame_of(const frame_question& question);
 
 /// A UNI of a line.
 struct uni_port {
@@ -41,7 +41,7 @@ struct uni_port {
 };
 
 /// In the order of the module, which takes the first one with a number.
-std::vector<uni_port> uni_ports(const line_model& entities);
+[[nodiscard]] std::vector<uni_port> uni_ports(const line_model& entities);
 
 /// The path of one frame from the UNI to the GEM port, or back.
 struct line_answer {
@@ -53,6 +53,6 @@ struct line_answer {
 
 /// Sends the frame through the hook calls of its direction. Throws std::runtime_error if the
 /// question names no entry of the line.
-line_answer answer_question(const frame_question& question, explain_session& session);
+[[nodiscard]] line_answer answer_question(const frame_question& question, explain_session& session);
 
 } // namespace gponflow

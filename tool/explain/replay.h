@@ -13,6 +13,7 @@ namespace gponflow {
 void name_replay(walk_story& story, const dumped_rule& rule);
 
 /// The rule that matches the logged steps of the replay; null if none or more than one matches.
-const dumped_rule* rule_of_replay(const walk_story& story, const std::vector<dumped_rule>& rules);
+[[nodiscard]] const dumped_rule* rule_of_replay(const walk_story& story,
+                                                const std::vector<dumped_rule>& rules);
 
 } // namespace gponflow

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <ostream>
+#include <tuple>
 
 #include "tool/explain/active_filter.h"
 #include "tool/explain/answer_output.h"
@@ -114,7 +115,7 @@ exit_status trace_device(captured_run& run, const trace_filter& filter, const tr
             break;
     }
     // Losses of the queries in between are reported above or irrelevant.
-    run.lost_lines();
+    std::ignore = run.lost_lines();
     diagnostics << "gponflow: " << counted(printer.frames(), "frame") << "; the filter is off"
                 << std::endl;
     return status_ok;

@@ -21,7 +21,8 @@ struct trace_limits {
 /// Follows the running kernel's log and prints the path of each marked frame, until a limit is
 /// reached, a stop signal comes or `out` takes no more. The filter is off afterwards, also when
 /// this throws refusal. Throws refusal when the module is not loaded.
-exit_status trace_device(captured_run& run, const trace_filter& filter, const trace_limits& limits,
-                         std::ostream& out, std::ostream& diagnostics, const palette& colours);
+[[nodiscard]] exit_status trace_device(captured_run& run, const trace_filter& filter,
+                                       const trace_limits& limits, std::ostream& out,
+                                       std::ostream& diagnostics, const palette& colours);
 
 } // namespace gponflow

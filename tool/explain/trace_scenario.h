@@ -15,8 +15,9 @@ namespace gponflow {
 
 /// Runs the scenario and prints the path of each frame that the filter marks; of more than `most`
 /// only the first, unless `most` is 0. As JSON it prints one document gponflow-trace-1 a line.
-exit_status trace_scenario(const scenario& input, backend& target, const trace_filter& filter,
-                           uint64_t most, std::ostream& out, std::ostream& diagnostics,
-                           const palette& colours, bool as_json = false);
+[[nodiscard]] exit_status trace_scenario(const scenario& input, backend& target,
+                                         const trace_filter& filter, uint64_t most,
+                                         std::ostream& out, std::ostream& diagnostics,
+                                         const palette& colours, bool as_json = false);
 
 } // namespace gponflow

@@ -20,12 +20,12 @@ struct verdict {
     std::vector<std::string> notes; ///< one sentence each
 };
 
-verdict verdict_of(const line_answer& answer);
+[[nodiscard]] verdict verdict_of(const line_answer& answer);
 
 /// The same for one hook call, of which only the outcome and the reason are known.
-verdict verdict_of(const explanation& half);
+[[nodiscard]] verdict verdict_of(const explanation& half);
 
 /// "passed", "dropped", "not classified".
-std::string_view name_of(line_outcome outcome);
+[[nodiscard]] std::string_view name_of(line_outcome outcome);
 
 } // namespace gponflow

@@ -26,7 +26,7 @@ public:
     void drop();
 
 private:
-    bool belongs_to_ended(std::string_view function, std::string_view text) const;
+    [[nodiscard]] bool belongs_to_ended(std::string_view function, std::string_view text) const;
 
     std::function<void(const std::string&)> take_;
     std::string log_;

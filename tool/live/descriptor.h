@@ -23,7 +23,7 @@ public:
     }
 
     explicit operator bool() const { return number_ >= 0; }
-    int get() const { return number_; }
+    [[nodiscard]] int get() const { return number_; }
 
 private:
     int number_;

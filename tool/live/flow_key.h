@@ -23,7 +23,7 @@ struct vlan_tag {
 using mac_address = std::array<uint8_t, 6>;
 
 /// "02:00:00:00:01:01".
-std::string to_text(const mac_address& mac);
+[[nodiscard]] std::string to_text(const mac_address& mac);
 
 /// Lookup key of a rule and of a frame.
 struct flow_key {
@@ -36,10 +36,10 @@ struct flow_key {
 };
 
 /// The key of a frame that reaches the hook; bytes beyond its end count as 0.
-flow_key key_of(const packet_options& options, const bytes& frame);
+[[nodiscard]] flow_key key_of(const packet_options& options, const bytes& frame);
 
 /// "100", with its priority when that is not 0: "100p5"; outer and inner with a slash between;
 /// "untagged" without tags.
-std::string to_text(const std::vector<vlan_tag>& tags);
+[[nodiscard]] std::string to_text(const std::vector<vlan_tag>& tags);
 
 } // namespace gponflow

@@ -32,12 +32,12 @@ struct dumped_instance {
 };
 
 /// Reads the output of "show raw_data", in the order of the text.
-std::vector<dumped_instance> read_instances(std::string_view log);
+[[nodiscard]] std::vector<dumped_instance> read_instances(std::string_view log);
 
 /// The raw attribute record with the values of the attributes.
-bytes raw_record(const dumped_instance& from);
+[[nodiscard]] bytes raw_record(const dumped_instance& from);
 
 /// The instances of the module with their links.
-line_model model_of(const std::vector<dumped_instance>& all);
+[[nodiscard]] line_model model_of(const std::vector<dumped_instance>& all);
 
 } // namespace gponflow

@@ -19,13 +19,13 @@ struct log_record {
 
 /// Reads a record as /dev/kmsg gives it ("PRIORITY,SEQUENCE,TIME,FLAGS;TEXT\n ..."), and undoes the
 /// \xNN escapes of its text. False when the record has another form.
-bool read_log_record(std::string_view record, log_record& read);
+[[nodiscard]] bool read_log_record(std::string_view record, log_record& read);
 
 /// True for lines that the kernel itself logs around and between those of the module: notes on
 /// loading, the stack dump of an unknown call kind, and all lines that begin with the name of
 /// another part of the kernel and a colon. The module and the soft ONU begin no line with such a
 /// name, except with their own.
-bool is_kernel_chatter(std::string_view text);
+[[nodiscard]] bool is_kernel_chatter(std::string_view text);
 
 /// Passes on the lines of the module and joins those that a line of the kernel cut in two.
 class module_lines {
@@ -51,17 +51,17 @@ public:
 
     /// Passes on every line since the last call, in order, without its line feed. Returns true if
     /// the kernel dropped unread lines.
-    bool drain(const std::function<void(std::string_view)>& line);
+    [[nodiscard]] bool drain(const std::function<void(std::string_view)>& line);
 
     /// The same without waiting for an incomplete line.
-    bool read_available(const std::function<void(std::string_view)>& line);
+    [[nodiscard]] bool read_available(const std::function<void(std::string_view)>& line);
 
     /// Descriptor to poll for new lines.
-    int number() const { return log_.get(); }
+    [[nodiscard]] int number() const { return log_.get(); }
 
 private:
     enum class reading { record, nothing, lost };
-    reading read_record(log_record& record);
+    [[nodiscard]] reading read_record(log_record& record);
     void write_marker();
 
     descriptor log_;

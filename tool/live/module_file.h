@@ -4,13 +4,13 @@
 namespace gponflow {
 
 /// Whether the module is loaded in the running kernel.
-bool is_module_loaded();
+[[nodiscard]] bool is_module_loaded();
 
 /// Loads the module from GPON_FLOW_MODULE, or from the folders of the packages. Returns 0 or a
 /// negative errno. Throws refusal if there is no file.
-int load_module();
+[[nodiscard]] int load_module();
 
 /// Unloads the module. Returns 0 or a negative errno.
-int unload_module();
+[[nodiscard]] int unload_module();
 
 } // namespace gponflow

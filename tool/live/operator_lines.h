@@ -18,39 +18,39 @@ struct trace_filter {
     std::optional<uint16_t> outer; ///< the whole TCI of the outer tag
     std::optional<uint16_t> inner;
 
-    bool empty() const { return !destination && !source && !outer && !inner; }
+    [[nodiscard]] bool empty() const { return !destination && !source && !outer && !inner; }
 };
 
 /// Reads "dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN" in any order. A VLAN is a whole
 /// TCI as a number, or VID and priority as in 100p5. Throws std::runtime_error with reason and
 /// place.
-trace_filter read_trace_filter(const std::string& text);
+[[nodiscard]] trace_filter read_trace_filter(const std::string& text);
 
 /// The names of the fields.
-std::vector<std::string_view> trace_filter_names();
+[[nodiscard]] std::vector<std::string_view> trace_filter_names();
 
 /// A remark about VLANs without a priority in the text of a filter; empty if there is none.
-std::string priority_note(const std::string& text);
+[[nodiscard]] std::string priority_note(const std::string& text);
 
 /// The filter for frames with the addresses and outer tags of this one.
-trace_filter filter_of(const bytes& frame);
+[[nodiscard]] trace_filter filter_of(const bytes& frame);
 
 /// Whether the filter may mark frames with this key.
-bool may_mark(const trace_filter& filter, const flow_key& key);
+[[nodiscard]] bool may_mark(const trace_filter& filter, const flow_key& key);
 
 /// Lines that replace the filter of the module by this one.
-std::vector<std::string> lines_of(const trace_filter& filter);
+[[nodiscard]] std::vector<std::string> lines_of(const trace_filter& filter);
 
 /// Clears the filter.
 inline constexpr const char* trace_off_line = "set trace disable";
 
 /// Levels by name ("errors,traces"), "none", "all", or a mask. Throws std::runtime_error.
-uint32_t read_debug_level(const std::string& text);
+[[nodiscard]] uint32_t read_debug_level(const std::string& text);
 
 /// The names of the levels.
-std::vector<std::string_view> debug_level_names();
+[[nodiscard]] std::vector<std::string_view> debug_level_names();
 
 /// The line that sets the level.
-std::string debug_level_line(uint32_t mask);
+[[nodiscard]] std::string debug_level_line(uint32_t mask);
 
 } // namespace gponflow

@@ -28,12 +28,12 @@ struct rule_table {
     std::vector<dumped_rule> rules;
 
     /// Null when the table has no such rule.
-    const dumped_rule* find(const flow_key& key) const;
+    [[nodiscard]] const dumped_rule* find(const flow_key& key) const;
 };
 
 /// Reads the output of "show flow_rule", with other lines of the log in between. Nothing when the
 /// text has no table.
-std::optional<rule_table> read_rule_table(std::string_view log);
+[[nodiscard]] std::optional<rule_table> read_rule_table(std::string_view log);
 
 /// "MAC_BRIDGE_PORT_CON_DATA 0x1001 > GEM_INTERWORK_TP 0x0011".
 [[nodiscard]] std::string path_text(const std::vector<me_id>& steps,

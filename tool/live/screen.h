@@ -20,10 +20,10 @@ public:
     virtual void show(const std::vector<std::string>& lines) = 0;
 
     /// Handles pressed keys and a new size of the terminal. Returns true to exit.
-    virtual bool wants_to_end() = 0;
+    [[nodiscard]] virtual bool wants_to_end() = 0;
 
     /// Descriptor that is readable when a key is pressed; -1 without a keyboard.
-    virtual int keys() const = 0;
+    [[nodiscard]] virtual int keys() const = 0;
 
 protected:
     screen() = default;
@@ -31,9 +31,9 @@ protected:
 
 /// The terminal of standard input and output. Null without a terminal, for an unknown terminal
 /// type, or if this build has no terminal library.
-std::unique_ptr<screen> open_screen();
+[[nodiscard]] std::unique_ptr<screen> open_screen();
 
 /// Whether this build has a terminal library.
-bool has_screen();
+[[nodiscard]] bool has_screen();
 
 } // namespace gponflow

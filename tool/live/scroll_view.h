@@ -19,13 +19,13 @@ public:
     void go(move direction);
 
     /// The lines that fit the height and width of the terminal.
-    std::vector<std::string> visible() const;
+    [[nodiscard]] std::vector<std::string> visible() const;
 
 private:
-    size_t rows() const { return lines_.size() < 2 ? 0 : lines_.size() - 2; }
-    size_t room() const { return height_ < 2 ? 0 : height_ - 2; }
-    size_t lowest_top() const { return rows() > room() ? rows() - room() : 0; }
-    std::string last_line() const;
+    [[nodiscard]] size_t rows() const { return lines_.size() < 2 ? 0 : lines_.size() - 2; }
+    [[nodiscard]] size_t room() const { return height_ < 2 ? 0 : height_ - 2; }
+    [[nodiscard]] size_t lowest_top() const { return rows() > room() ? rows() - room() : 0; }
+    [[nodiscard]] std::string last_line() const;
     void keep_inside();
 
     std::vector<std::string> lines_;

@@ -11,7 +11,7 @@
 namespace gponflow {
 
 /// One rule as an object.
-json rule_json(const dumped_rule& rule);
+[[nodiscard]] json rule_json(const dumped_rule& rule);
 
 /// One JSON document each, described in docs/tools.md.
 void print_rules_json(const rule_table& table, std::ostream& out);

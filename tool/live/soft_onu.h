@@ -18,7 +18,8 @@ public:
     soft_onu& operator=(const soft_onu&) = delete;
 
     /// Nothing when only the hook record of the platform itself is registered.
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame);
+    [[nodiscard]] std::optional<hook_answer> hook(const packet_options& options,
+                                                  const bytes* frame);
     void set_mapping(const pointer_setting& setting);
     void set_queue_mapping(const pointer_setting& setting);
 
@@ -30,6 +31,6 @@ private:
 
 /// The platform call that a line of the kernel log reports ("gpon_queue_mapping_hook gem=1 = 0"),
 /// or nothing for another line.
-std::optional<std::string_view> reported_call(std::string_view line);
+[[nodiscard]] std::optional<std::string_view> reported_call(std::string_view line);
 
 } // namespace gponflow

@@ -19,7 +19,7 @@ public:
 
     /// Waits for a signal, for `other` to be readable (unless it is -1) or for the timeout. Returns
     /// true if a signal has arrived, now or earlier.
-    bool wait(int other, int milliseconds);
+    [[nodiscard]] bool wait(int other, int milliseconds);
 
 private:
     sigset_t before_{};

@@ -6,6 +6,6 @@ namespace gponflow {
 
 /// Whether the database has the terminal of standard output. Call it before newterm(), which leaks
 /// memory for an unknown terminal.
-bool terminal_is_known();
+[[nodiscard]] bool terminal_is_known();
 
 } // namespace gponflow

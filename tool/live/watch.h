@@ -28,10 +28,10 @@ public:
     void update(const rule_table& table, uint64_t now);
 
     /// Titles and rules, the rule with most hits first, then the youngest.
-    std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
+    [[nodiscard]] std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
 
     /// The same as the document gponflow-watch-1 on one line, in the order of the module.
-    std::string json_line(uint64_t now, const std::string& unit) const;
+    [[nodiscard]] std::string json_line(uint64_t now, const std::string& unit) const;
 
     /// Data of each rule. A caller that sees frames updates the counts here.
     std::map<flow_key, watched_rule> rules;
@@ -43,8 +43,8 @@ private:
 
 /// Runs a scenario and counts hits; time is in jiffies. Returns the lines after the last command.
 /// With `as_json` it is one line, a document.
-std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
-                                                       std::ostream& diagnostics,
-                                                       exit_status& status, bool as_json = false);
+[[nodiscard]] std::optional<std::vector<std::string>>
+watch_scenario(const scenario& input, backend& target, std::ostream& diagnostics,
+               exit_status& status, bool as_json = false);
 
 } // namespace gponflow

@@ -12,12 +12,12 @@
 namespace gponflow {
 
 /// "1.244 Gbit/s" for a rate in bytes per second, as traffic descriptors have it (G.988 9.2.12).
-std::string rate_text(uint64_t bytes_per_second);
+[[nodiscard]] std::string rate_text(uint64_t bytes_per_second);
 
 /// Prints each T-CONT with the GEM ports on it, and GEM ports without a T-CONT.
 void print_bandwidth_tree(const line_model& line, std::ostream& out);
 
 /// The same as an array.
-json bandwidth_json(const line_model& line);
+[[nodiscard]] json bandwidth_json(const line_model& line);
 
 } // namespace gponflow

@@ -33,21 +33,22 @@ struct class_record {
 };
 
 /// All classes in the order of the module's class table.
-std::span<const class_record> me_classes();
+[[nodiscard]] std::span<const class_record> me_classes();
 
 /// Null if the class table does not contain the class.
-const class_record* find_me_class(uint16_t id);
+[[nodiscard]] const class_record* find_me_class(uint16_t id);
 
 /// The same by name, case insensitive.
-const class_record* find_me_class(std::string_view name);
+[[nodiscard]] const class_record* find_me_class(std::string_view name);
 
 /// The fields of gpon_flow_cfg_data that the module reads.
-std::span<const gpon_me_field> cfg_fields();
+[[nodiscard]] std::span<const gpon_me_field> cfg_fields();
 
 /// Field names are case sensitive; null without a field of that name.
-const gpon_me_field* find_field(std::span<const gpon_me_field> fields, std::string_view name);
+[[nodiscard]] const gpon_me_field* find_field(std::span<const gpon_me_field> fields,
+                                              std::string_view name);
 
 /// Whether the field is written as a string of hexadecimal digits without separators.
-bool is_byte_string(const gpon_me_field& field);
+[[nodiscard]] bool is_byte_string(const gpon_me_field& field);
 
 } // namespace gponflow

@@ -9,9 +9,9 @@ namespace gponflow {
 
 /// {"class": "GEM_PORT_CTP", "class_id": 268, "instance": 1}; the name of an unknown class is
 /// empty.
-json id_json(me_id id);
+[[nodiscard]] json id_json(me_id id);
 
 /// The attributes of the raw record, name to number or array.
-json attributes_json(const me_instance& me);
+[[nodiscard]] json attributes_json(const me_instance& me);
 
 } // namespace gponflow

@@ -23,11 +23,14 @@ struct line_difference {
     std::vector<me_id> only_right;
     std::vector<changed_attribute> changed; ///< of instances of both lines
 
-    bool empty() const { return only_left.empty() && only_right.empty() && changed.empty(); }
+    [[nodiscard]] bool empty() const
+    {
+        return only_left.empty() && only_right.empty() && changed.empty();
+    }
 };
 
 /// Compares instances and attributes. The order in which they were created does not count.
-line_difference difference_of(const line_model& left, const line_model& right);
+[[nodiscard]] line_difference difference_of(const line_model& left, const line_model& right);
 
 /// "- INSTANCE" and "+ INSTANCE" with their attributes, "~ INSTANCE ATTRIBUTE: A -> B", and a line
 /// with the numbers.
@@ -39,6 +42,6 @@ void print_difference_json(const line_difference& what, const std::string& left,
                            const std::string& right, std::ostream& out);
 
 /// The attributes of an instance that are not 0: "bridgeID=1 tpType=5 tpPointer=0x0011".
-std::string attributes_text(const me_instance& of);
+[[nodiscard]] std::string attributes_text(const me_instance& of);
 
 } // namespace gponflow

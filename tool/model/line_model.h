@@ -30,7 +30,7 @@ struct me_id {
 };
 
 /// "GEM_PORT_CTP 0x0001".
-std::string to_text(me_id what);
+[[nodiscard]] std::string to_text(me_id what);
 
 /// The instances of one class that the module has recorded as pointing at an instance.
 struct recorded_row {
@@ -55,9 +55,9 @@ struct me_instance {
     }
 
     /// Null if the class records no instances of that class.
-    const recorded_row* row_of(uint16_t class_id) const;
+    [[nodiscard]] const recorded_row* row_of(uint16_t class_id) const;
     /// Whether the module has recorded that this instance is pointed at by `from`.
-    bool records(me_id from) const;
+    [[nodiscard]] bool records(me_id from) const;
 };
 
 /// A pointer attribute of an instance.
@@ -89,30 +89,30 @@ public:
     void restore(me_instance instance);
 
     /// In the order of the module's list; empty for a class without instances.
-    const std::vector<me_instance>& instances(uint16_t class_id) const;
+    [[nodiscard]] const std::vector<me_instance>& instances(uint16_t class_id) const;
     /// All instances, by class in the order of the class table.
-    std::vector<const me_instance*> all() const;
+    [[nodiscard]] std::vector<const me_instance*> all() const;
     /// Null without such an instance.
-    const me_instance* find(me_id what) const;
+    [[nodiscard]] const me_instance* find(me_id what) const;
 
     /// The pointers of the instance's raw record, even if their targets do not exist.
-    std::vector<me_pointer> pointers(const me_instance& from) const;
-    pointer_state state(const me_pointer& what) const;
+    [[nodiscard]] std::vector<me_pointer> pointers(const me_instance& from) const;
+    [[nodiscard]] pointer_state state(const me_pointer& what) const;
     /// Instances of a class that a walk can reach from one, in the order in which it tries them:
     /// ids that the instance has recorded, then instances that have recorded it.
-    std::vector<me_id> related(me_id from, uint16_t class_id) const;
+    [[nodiscard]] std::vector<me_id> related(me_id from, uint16_t class_id) const;
 
     /// Tagging operations of both classes, those without facts included, by class and id.
-    std::vector<me_id> tag_operations() const;
+    [[nodiscard]] std::vector<me_id> tag_operations() const;
     /// Null if only the existence of the operation is known.
-    const tag_operation* operation(me_id what) const;
+    [[nodiscard]] const tag_operation* operation(me_id what) const;
     /// Line of the scenario that last wrote the operation; 0 if there is none.
-    unsigned operation_line(me_id what) const;
+    [[nodiscard]] unsigned operation_line(me_id what) const;
 
-    const gpon_flow_cfg_data& configuration() const { return configuration_; }
+    [[nodiscard]] const gpon_flow_cfg_data& configuration() const { return configuration_; }
 
 private:
-    me_instance* find(me_id what);
+    [[nodiscard]] me_instance* find(me_id what);
     me_instance& add(me_id what, const class_record& known, unsigned line);
     void store(const me_command& command, const class_record& known, unsigned line);
     void remove(const me_command& command);

@@ -35,18 +35,18 @@ struct attribute_class {
 constexpr size_t attributes_per_mask = 16;
 
 /// The bit of attributes[index].
-constexpr uint16_t attribute_bit(size_t index)
+[[nodiscard]] constexpr uint16_t attribute_bit(size_t index)
 {
     return static_cast<uint16_t>(0x8000u >> index);
 }
 
 /// The mirrored classes, by rising id.
-std::span<const attribute_class> attribute_classes();
+[[nodiscard]] std::span<const attribute_class> attribute_classes();
 
 /// Null when the module does not mirror the class.
-const attribute_class* find_attribute_class(uint16_t id);
+[[nodiscard]] const attribute_class* find_attribute_class(uint16_t id);
 
 /// All attributes that a create carries: the mask that goes with a create.
-uint16_t set_by_create_mask(const attribute_class& cls);
+[[nodiscard]] uint16_t set_by_create_mask(const attribute_class& cls);
 
 } // namespace gponflow::omci

@@ -45,16 +45,17 @@ struct capture_result {
 /// Reads a file; "-" is standard input. With `onu` only the messages from and to that address
 /// (and to group addresses) are kept. A capture of several ONUs without such a choice is an
 /// error, as is a file without any OMCI message.
-capture_result read_capture(const std::string& path, const std::optional<mac_address>& onu = {});
+[[nodiscard]] capture_result read_capture(const std::string& path,
+                                          const std::optional<mac_address>& onu = {});
 
 /// The same for a capture file in memory.
-capture_result read_capture_bytes(std::span<const uint8_t> file,
-                                  const std::optional<mac_address>& onu = {});
+[[nodiscard]] capture_result read_capture_bytes(std::span<const uint8_t> file,
+                                                const std::optional<mac_address>& onu = {});
 
 /// "aa:bb:cc:dd:ee:ff"
-std::string to_text(const mac_address& address);
+[[nodiscard]] std::string to_text(const mac_address& address);
 
 /// Reads the form that to_text writes, with `:` or `-`; nothing if it is anything else.
-std::optional<mac_address> parse_mac(std::string_view text);
+[[nodiscard]] std::optional<mac_address> parse_mac(std::string_view text);
 
 } // namespace gponflow::omci

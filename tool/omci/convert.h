@@ -20,6 +20,6 @@ struct conversion {
 /// create, set and delete of the mirrored classes as `me`. A comment above each command names its
 /// frames. Refused and damaged messages and classes that are not mirrored become comments. `title`
 /// names the capture in the first comment.
-conversion convert(const capture& cap, std::string_view title);
+[[nodiscard]] conversion convert(const capture& cap, std::string_view title);
 
 } // namespace gponflow::omci

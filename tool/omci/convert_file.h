@@ -25,13 +25,13 @@ struct loaded_capture {
 
 /// Reads and converts a capture; `onu` is the address of one of several ONUs, or empty. Throws
 /// std::runtime_error with the reason.
-loaded_capture load_capture(const std::string& path, const std::string& onu);
+[[nodiscard]] loaded_capture load_capture(const std::string& path, const std::string& onu);
 
 /// Prints refused, damaged and unreadable messages, and where the capture ends early.
 void print_warnings(const loaded_capture& loaded, std::ostream& err);
 
 /// 0, or 1 if the capture ends early or has nothing to convert.
-int status_of(const loaded_capture& loaded);
+[[nodiscard]] int status_of(const loaded_capture& loaded);
 
 /// Converts a capture. `out` is standard output; `err` receives one line per remark with file and
 /// frame. Status 0: converted (refused and damaged messages are remarks); 1: the capture ends early

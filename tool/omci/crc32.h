@@ -9,6 +9,6 @@ namespace gponflow::omci {
 
 /// Most significant bit first, preset to ones, complemented. Not the Ethernet FCS, which feeds
 /// the bits of a byte in the other order.
-uint32_t crc32_aal5(std::span<const uint8_t> bytes);
+[[nodiscard]] uint32_t crc32_aal5(std::span<const uint8_t> bytes);
 
 } // namespace gponflow::omci

@@ -12,7 +12,7 @@
 namespace gponflow::omci {
 
 /// ONU-G (G.988 9.1.1) up to its traffic management option; not mirrored.
-const attribute_class& onu_g_class();
+[[nodiscard]] const attribute_class& onu_g_class();
 
 class default_configuration {
 public:
@@ -22,7 +22,7 @@ public:
     /// A `config` line, empty if nothing was learnt. The boundary between related ports of UNIs
     /// and of T-CONTs is below the upstream queues, which have the first bit of their id set
     /// (9.2.10). It is omitted if queues of both directions overlap.
-    std::string line() const;
+    [[nodiscard]] std::string line() const;
 
 private:
     void learn_queue(uint16_t instance, std::span<const uint8_t> related_port);

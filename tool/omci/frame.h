@@ -43,16 +43,16 @@ struct decoded {
 
 /// Checks length, trailer and CRC. The CRC may be missing (44 bytes) where the hardware removed it
 /// before the capture, or zero. Ethernet padding is accepted after either.
-decoded decode_message(std::span<const uint8_t> bytes);
+[[nodiscard]] decoded decode_message(std::span<const uint8_t> bytes);
 
 /// Alarm, attribute value change, test result: sent by the ONU of its own accord.
-bool is_notification(const message& msg);
+[[nodiscard]] bool is_notification(const message& msg);
 
 /// "create", "MIB reset", ...; "type 3" for numbers without a meaning in G.988.
-std::string type_name(uint8_t type);
+[[nodiscard]] std::string type_name(uint8_t type);
 
 /// Big-endian reads. The caller has checked the length.
-uint16_t read_u16(std::span<const uint8_t> bytes, size_t at);
-uint32_t read_u32(std::span<const uint8_t> bytes, size_t at);
+[[nodiscard]] uint16_t read_u16(std::span<const uint8_t> bytes, size_t at);
+[[nodiscard]] uint32_t read_u32(std::span<const uint8_t> bytes, size_t at);
 
 } // namespace gponflow::omci

@@ -20,9 +20,9 @@ struct link_payload {
 
 /// Ethernet (any number of VLAN tags) and Linux cooked captures with EtherType 0x88b5, and the
 /// link types reserved for private use (DLT_USER0 to 15), whose frames are bare messages.
-bool carries_omci(int link_type);
+[[nodiscard]] bool carries_omci(int link_type);
 
 /// Nothing when the frame has no OMCI or is too short.
-std::optional<link_payload> find_omci(int link_type, std::span<const uint8_t> frame);
+[[nodiscard]] std::optional<link_payload> find_omci(int link_type, std::span<const uint8_t> frame);
 
 } // namespace gponflow::omci

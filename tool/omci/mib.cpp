@@ -2,6 +2,7 @@
 #include "tool/omci/mib.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "tool/omci/tagging_text.h"
 
@@ -111,7 +112,7 @@ void record_store::learn(const attribute_class& cls, uint16_t instance, const va
     for (const attribute_value& value : list.values) {
         rec.reported |= attribute_bit(value.index);
         if ((rec.commanded & attribute_bit(value.index)) == 0)
-            write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
+            std::ignore = write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
     }
 }
 

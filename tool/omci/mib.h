@@ -29,7 +29,8 @@ struct value_list {
 };
 
 /// Splits the attribute values of a message: ascending order, without gaps.
-value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes);
+[[nodiscard]] value_list split_values(const attribute_class& cls, uint16_t mask,
+                                      std::span<const uint8_t> bytes);
 
 /// The raw record of one instance as an OMCI stack passes it to the module.
 struct record {
@@ -43,14 +44,14 @@ struct record {
 
 /// Writes one attribute into the record; attributes that are not mirrored change nothing.
 /// Returns an empty text, or a remark that the value exceeds the field, which then has its maximum.
-std::string write_attribute(record& rec, const class_record& fields, const attribute& attr,
-                            std::span<const uint8_t> bytes);
+[[nodiscard]] std::string write_attribute(record& rec, const class_record& fields,
+                                          const attribute& attr, std::span<const uint8_t> bytes);
 
 /// All records by class and instance.
 class record_store {
 public:
     /// The instance's record, made with all fields 0 if there is none yet.
-    record& at(const class_record& fields, uint16_t instance);
+    [[nodiscard]] record& at(const class_record& fields, uint16_t instance);
 
     /// Takes a report of the ONU (MIB upload, get). It fills attributes that the OLT has not
     /// written: the report may be older than the command.
@@ -60,7 +61,7 @@ public:
     void learn_upload(const attribute_class& cls, uint16_t instance, const value_list& list);
 
     /// All records, by class and instance.
-    std::map<std::pair<uint16_t, uint16_t>, record>& all() { return records; }
+    [[nodiscard]] std::map<std::pair<uint16_t, uint16_t>, record>& all() { return records; }
 
     void erase(uint16_t class_id, uint16_t instance) { records.erase({class_id, instance}); }
     void clear() { records.clear(); }

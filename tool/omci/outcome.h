@@ -18,9 +18,9 @@ struct outcome {
 
 /// A request without a response counts as done: a capture may have one direction only, and an ONU
 /// does not respond unless the request asks for it.
-outcome judge(const exchange& item);
+[[nodiscard]] outcome judge(const exchange& item);
 
 /// "success", "device busy", ... (G.988 clause 11.2.3).
-std::string result_name(uint8_t code);
+[[nodiscard]] std::string result_name(uint8_t code);
 
 } // namespace gponflow::omci

@@ -34,9 +34,9 @@ struct pairing {
 /// Pairs the messages of one ONU, in the order of the capture. A repeated request with the same
 /// transaction id is added to its first transmission. Of several responses the first success
 /// counts: an ONU may refuse to repeat a completed command.
-pairing pair_messages(std::span<const numbered_message> messages);
+[[nodiscard]] pairing pair_messages(std::span<const numbered_message> messages);
 
 /// The result code of a response (G.988 clause 11.2.3), nothing if it is too short.
-std::optional<uint8_t> result_code(const message& response);
+[[nodiscard]] std::optional<uint8_t> result_code(const message& response);
 
 } // namespace gponflow::omci

@@ -13,24 +13,25 @@
 namespace gponflow::omci {
 
 /// "0x" and at least `digits` digits.
-std::string hex_text(uint32_t value, int digits);
+[[nodiscard]] std::string hex_text(uint32_t value, int digits);
 
 /// Two digits for each byte.
-std::string hex_bytes(std::span<const uint8_t> bytes);
+[[nodiscard]] std::string hex_bytes(std::span<const uint8_t> bytes);
 
 /// `me create CLASS INST mask=M FIELD=VALUE ...`: the fields that differ from 0 and those that
 /// the mask names, so that a pointer cleared on purpose is seen. No line feed.
-std::string me_line(std::string_view verb, const class_record& fields, const attribute_class& cls,
-                    uint16_t instance, uint16_t mask, const record& rec);
+[[nodiscard]] std::string me_line(std::string_view verb, const class_record& fields,
+                                  const attribute_class& cls, uint16_t instance, uint16_t mask,
+                                  const record& rec);
 
 /// `me delete CLASS INST`; a delete carries neither mask nor attributes.
-std::string delete_line(const class_record& fields, uint16_t instance);
+[[nodiscard]] std::string delete_line(const class_record& fields, uint16_t instance);
 
 /// The attributes of a command that neither the raw record nor a `tagging` line contains: "port num
 /// 0x01, ...".
-std::string unmirrored_text(const attribute_class& cls, const value_list& list);
+[[nodiscard]] std::string unmirrored_text(const attribute_class& cls, const value_list& list);
 
 /// A comment line. Control characters of file names or error texts cannot end it.
-std::string comment_line(std::string_view text);
+[[nodiscard]] std::string comment_line(std::string_view text);
 
 } // namespace gponflow::omci

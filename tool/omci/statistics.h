@@ -23,6 +23,6 @@ struct response_statistics {
     remark slowest; ///< the request with the longest time
 };
 
-response_statistics statistics_of(const pairing& pairs);
+[[nodiscard]] response_statistics statistics_of(const pairing& pairs);
 
 } // namespace gponflow::omci

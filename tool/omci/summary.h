@@ -36,7 +36,7 @@ struct conversion_summary {
 };
 
 /// Comment lines, each ended by a line feed.
-std::string closing_comment(const conversion_summary& counts, const capture& cap,
-                            const pairing& pairs);
+[[nodiscard]] std::string closing_comment(const conversion_summary& counts, const capture& cap,
+                                          const pairing& pairs);
 
 } // namespace gponflow::omci

@@ -15,6 +15,7 @@ void print_summary(const capture& cap, const conversion& result, const std::stri
                    std::ostream& out);
 
 /// The same as the document gponflow-omci-1, with the scenario.
-json summary_json(const capture& cap, const conversion& result, const std::string& title);
+[[nodiscard]] json summary_json(const capture& cap, const conversion& result,
+                                const std::string& title);
 
 } // namespace gponflow::omci

@@ -12,11 +12,11 @@
 namespace gponflow::omci {
 
 /// Whether an attribute (by its index in attribute_class) becomes part of a `tagging` line.
-bool is_tagging_attribute(uint16_t class_id, size_t index);
+[[nodiscard]] bool is_tagging_attribute(uint16_t class_id, size_t index);
 
 /// The `tagging` line for the attributes of a command, with a comment that describes a row of the
 /// table. A create also starts the table. Empty for other classes and attributes.
-std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
-                          const value_list& list);
+[[nodiscard]] std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
+                                        const value_list& list);
 
 } // namespace gponflow::omci

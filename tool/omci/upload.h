@@ -44,6 +44,6 @@ private:
 /// first, and marks them as written. Instances that an ONU creates itself (UNIs, VEIPs, schedulers,
 /// queues) are left to the module, which creates them for the pointers, and so are T-CONTs without
 /// an alloc-ID. They are counted in the summary. Empty if there is nothing to create.
-std::string upload_lines(record_store& store, upload_summary& counts);
+[[nodiscard]] std::string upload_lines(record_store& store, upload_summary& counts);
 
 } // namespace gponflow::omci

@@ -75,10 +75,10 @@ constexpr size_t most_findings = 200;
 
 /// Runs the scenario without its last unload and groups its frames. Frames of hook calls with a
 /// kind above 3 run but are not counted. Diagnostics as for run_scenario.
-exit_status collect_report(const scenario& input, backend& target, report_data& into,
-                           std::ostream& diagnostics);
+[[nodiscard]] exit_status collect_report(const scenario& input, backend& target, report_data& into,
+                                         std::ostream& diagnostics);
 
 /// "upstream, from the UNI to the bridge"; the kind is at most 3.
-const char* direction_title(uint32_t kind);
+[[nodiscard]] const char* direction_title(uint32_t kind);
 
 } // namespace gponflow

@@ -11,11 +11,11 @@ namespace gponflow {
 
 /// Numbers of the instances in the table of entities of a report.
 using entity_numbers = std::map<me_id, size_t>;
-entity_numbers number_entities(const line_model& entities);
+[[nodiscard]] entity_numbers number_entities(const line_model& entities);
 
 /// An <svg> element. A box is a link to the row of its instance, #eNUMBER; the style of the page
 /// gives boxes their size. A line has the numbers of both ends.
-std::string draw_service(const line_model& entities, const service& what,
-                         const entity_numbers& numbers);
+[[nodiscard]] std::string draw_service(const line_model& entities, const service& what,
+                                       const entity_numbers& numbers);
 
 } // namespace gponflow

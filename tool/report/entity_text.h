@@ -10,19 +10,19 @@
 namespace gponflow {
 
 /// "Bridge port", "T-CONT".
-std::string kind_text(uint16_t class_id);
+[[nodiscard]] std::string kind_text(uint16_t class_id);
 
 /// The value that people know the instance by: "port 1025", "VLAN 100, 200 p5", "alloc-ID 256"; or
 /// nothing.
-std::string known_by(const me_instance& me);
+[[nodiscard]] std::string known_by(const me_instance& me);
 
 /// "100", with its priority when that is not 0: "100 p5".
-std::string tci_text(uint16_t tci);
+[[nodiscard]] std::string tci_text(uint16_t tci);
 
 /// All attributes of the instance's record: "cir 1250000 byte/s, pir ...".
-std::string attribute_text(const me_instance& me);
+[[nodiscard]] std::string attribute_text(const me_instance& me);
 
 /// Equal entries of a mapper as one: "0-3, 7".
-std::string priority_list(const std::vector<unsigned>& priorities);
+[[nodiscard]] std::string priority_list(const std::vector<unsigned>& priorities);
 
 } // namespace gponflow

@@ -9,6 +9,6 @@
 namespace gponflow {
 
 /// Lines of 16 bytes: offset, digits and ASCII characters.
-std::string hex_dump(const bytes& frame);
+[[nodiscard]] std::string hex_dump(const bytes& frame);
 
 } // namespace gponflow

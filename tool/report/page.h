@@ -8,6 +8,6 @@
 namespace gponflow {
 
 /// The report as one self-contained HTML page. All text from outside is escaped.
-std::string report_page(const report_data& data);
+[[nodiscard]] std::string report_page(const report_data& data);
 
 } // namespace gponflow

@@ -10,17 +10,18 @@
 namespace gponflow {
 
 /// "VLAN 300 with priority 6", "Untagged frames".
-std::string tags_in_words(const std::vector<vlan_tag>& tags);
+[[nodiscard]] std::string tags_in_words(const std::vector<vlan_tag>& tags);
 
 /// What happens to the frames of the row, and which entities decide it.
-std::string drop_sentence(const drop_row& drop);
+[[nodiscard]] std::string drop_sentence(const drop_row& drop);
 
 /// The instances that end the deepest branches: a filter if it drops the frame, else the last
 /// instance of the branch.
-std::vector<me_id> deciding_entities(const explanation& explained);
+[[nodiscard]] std::vector<me_id> deciding_entities(const explanation& explained);
 
 /// The same story with at most `most` of the deepest branches, and the number of those left out.
 /// Short stories stay whole.
-std::pair<explanation, size_t> without_like_branches(const explanation& explained, size_t most);
+[[nodiscard]] std::pair<explanation, size_t> without_like_branches(const explanation& explained,
+                                                                   size_t most);
 
 } // namespace gponflow

@@ -17,19 +17,20 @@ struct service {
 
 /// One service for each set of ANI-side ports of a bridge that have the same VLANs. An entity may
 /// belong to several; the last entry has those that belong to none, if there are any.
-std::vector<service> services_of(const line_model& entities);
+[[nodiscard]] std::vector<service> services_of(const line_model& entities);
 
 /// Whether the report draws the pointer: by convention a mapper's entry 0 means no pointer.
-bool is_drawn(const line_model& entities, const me_pointer& pointer);
+[[nodiscard]] bool is_drawn(const line_model& entities, const me_pointer& pointer);
 
 /// A pointer, or the entries of a mapper that are equal.
 struct pointer_bundle {
     me_pointer pointer;
     std::vector<unsigned> priorities; ///< of a mapper's entries
 };
-std::vector<pointer_bundle> bundled_pointers(const line_model& entities, const me_instance& from);
+[[nodiscard]] std::vector<pointer_bundle> bundled_pointers(const line_model& entities,
+                                                           const me_instance& from);
 
 /// The instance that a tagging operation belongs to by its id, or an id of class 0.
-me_id tagged_by(const line_model& entities, me_id operation);
+[[nodiscard]] me_id tagged_by(const line_model& entities, me_id operation);
 
 } // namespace gponflow

@@ -12,13 +12,13 @@ namespace gponflow {
 using template_value = kainjow::mustache::data;
 
 // Each is a list with one entry per row.
-template_value direction_values(const report_data& data);
-template_value drop_values(const report_data& data, const entity_numbers& numbers);
-template_value flow_values(const report_data& data, const entity_numbers& numbers);
-template_value rule_values(const report_data& data, const entity_numbers& numbers);
-template_value finding_values(const report_data& data);
-template_value service_values(const report_data& data, const entity_numbers& numbers);
+[[nodiscard]] template_value direction_values(const report_data& data);
+[[nodiscard]] template_value drop_values(const report_data& data, const entity_numbers& numbers);
+[[nodiscard]] template_value flow_values(const report_data& data, const entity_numbers& numbers);
+[[nodiscard]] template_value rule_values(const report_data& data, const entity_numbers& numbers);
+[[nodiscard]] template_value finding_values(const report_data& data);
+[[nodiscard]] template_value service_values(const report_data& data, const entity_numbers& numbers);
 /// By class, in the order of the class table.
-template_value entity_values(const report_data& data, const entity_numbers& numbers);
+[[nodiscard]] template_value entity_values(const report_data& data, const entity_numbers& numbers);
 
 } // namespace gponflow

@@ -26,7 +26,7 @@ public:
     captured_run& operator=(const captured_run&) = delete;
 
     /// Runs all commands. A refusal of the backend is printed and ends the run.
-    exit_status run(const scenario& input, std::ostream& diagnostics);
+    [[nodiscard]] exit_status run(const scenario& input, std::ostream& diagnostics);
 
     /// Shows the progress of long captures on a terminal. Not for callers that print during the
     /// run.
@@ -45,20 +45,21 @@ public:
     /// Like hook_in_detail for the first frame of a path; log() then holds the log of the call.
     /// The state of the module after other frames is the same, but the call is left out if it has
     /// no effect. Throws refusal.
-    path_call hook_by_path(const packet_options& options, const bytes& frame);
+    [[nodiscard]] path_call hook_by_path(const packet_options& options, const bytes& frame);
 
     /// One hook call; log() then holds what was logged during the call. Throws refusal.
-    std::optional<hook_answer> hook(const packet_options& options, const bytes& frame);
+    [[nodiscard]] std::optional<hook_answer> hook(const packet_options& options,
+                                                  const bytes& frame);
 
     /// Whether the kernel dropped log text since the last call of this function.
-    bool lost_lines() { return std::exchange(lost_, false); }
+    [[nodiscard]] bool lost_lines() { return std::exchange(lost_, false); }
 
     /// The output of an operator's command, written to the proc entry or, without one, to the
     /// character device. Nothing when neither exists. Throws refusal.
-    std::optional<std::string> query(std::string_view line);
+    [[nodiscard]] std::optional<std::string> query(std::string_view line);
 
     /// What the module has logged since the last hook call of this class, or since clear_log.
-    const std::string& log() const { return log_; }
+    [[nodiscard]] const std::string& log() const { return log_; }
     void clear_log() { log_.clear(); }
 
 protected:
@@ -74,7 +75,8 @@ protected:
 private:
     struct visitor;
 
-    std::optional<rule_place> place_of(const packet_options& options, const bytes& frame);
+    [[nodiscard]] std::optional<rule_place> place_of(const packet_options& options,
+                                                     const bytes& frame);
     std::optional<hook_answer> repeat(const path_memory::path& known, const rule_place& place,
                                       const packet_options& options, const bytes& frame);
 

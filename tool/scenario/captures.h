@@ -13,7 +13,7 @@ namespace gponflow {
 
 /// The Ethernet frames among the first `most` frames of a pcap or pcapng file; "-" is standard
 /// input. The rest of the file is not read. Throws std::runtime_error with the reason.
-ethernet_capture read_capture(const std::string& file, size_t most = SIZE_MAX);
+[[nodiscard]] ethernet_capture read_capture(const std::string& file, size_t most = SIZE_MAX);
 
 struct capture_diagnostics {
     std::vector<diagnostic> errors;   ///< the capture cannot be used
@@ -22,11 +22,11 @@ struct capture_diagnostics {
 
 /// Reads the files of all pcap commands into them. Relative paths start at the folder of the
 /// scenario file, or at the working directory for a scenario from standard input.
-capture_diagnostics read_captures(scenario& into);
+[[nodiscard]] capture_diagnostics read_captures(scenario& into);
 
 /// Reads one file into a command. Returns the warnings, and marks the scenario as incomplete if the
 /// capture ends early or has no frame. Throws as read_capture.
-std::vector<std::string> fill_capture(pcap_command& command, const std::string& file,
-                                      scenario& owner);
+[[nodiscard]] std::vector<std::string> fill_capture(pcap_command& command, const std::string& file,
+                                                    scenario& owner);
 
 } // namespace gponflow

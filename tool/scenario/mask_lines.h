@@ -11,6 +11,6 @@ namespace gponflow {
 /// A message starts with its function and line as "[name][12]", "[name] [12]", "Enter [name][12]"
 /// or "name [12]:". It starts at the beginning of the line or after a level tag. Other numbers are
 /// data of the message and stay.
-std::string mask_line_numbers(std::string_view line);
+[[nodiscard]] std::string mask_line_numbers(std::string_view line);
 
 } // namespace gponflow

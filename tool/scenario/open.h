@@ -11,6 +11,7 @@ namespace gponflow {
 
 /// Reads a scenario file ("-" is standard input) and every capture that it names. Returns nothing
 /// on errors and prints each, one per line.
-std::optional<scenario> open_scenario(const std::string& file, std::ostream& diagnostics);
+[[nodiscard]] std::optional<scenario> open_scenario(const std::string& file,
+                                                    std::ostream& diagnostics);
 
 } // namespace gponflow

@@ -16,9 +16,9 @@ struct parse_result {
 };
 
 /// Any bytes may come in. Reads no file: the frames of a pcap command are left to read_captures.
-parse_result parse_scenario(std::string_view text, std::string_view name);
+[[nodiscard]] parse_result parse_scenario(std::string_view text, std::string_view name);
 
 /// Names of all commands, for listings and suggestions.
-std::vector<std::string_view> command_names();
+[[nodiscard]] std::vector<std::string_view> command_names();
 
 } // namespace gponflow

@@ -22,11 +22,11 @@ public:
     };
 
     /// The key of a frame, whose rule is in that place.
-    static std::string key_of(const packet_options& options, const bytes& frame,
-                              const rule_place& place);
+    [[nodiscard]] static std::string key_of(const packet_options& options, const bytes& frame,
+                                            const rule_place& place);
 
     /// Null for an unknown path.
-    const path* find(const std::string& key) const;
+    [[nodiscard]] const path* find(const std::string& key) const;
     void add(std::string key, const path& what);
     /// After a change of the managed entities or of the platform.
     void forget() { known_.clear(); }

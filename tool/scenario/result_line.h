@@ -19,28 +19,28 @@ public:
     explicit result_line(std::string_view name) : text_(name) {}
 
     /// "NAME NUMBER", which compares as ret.
-    static result_line number(std::string_view name, std::integral auto number)
+    [[nodiscard]] static result_line number(std::string_view name, std::integral auto number)
     {
         return with_ret(name, std::to_string(number));
     }
     /// "NAME absent": the entry point is missing.
-    static result_line absent(std::string_view name);
+    [[nodiscard]] static result_line absent(std::string_view name);
     /// NAME and the number, or absent.
-    static result_line of(std::string_view name, std::optional<long> answer);
+    [[nodiscard]] static result_line of(std::string_view name, std::optional<long> answer);
     /// The outcome of a hook call; with the packet's fields when there was a packet.
-    static result_line of_hook(const std::optional<hook_answer>& answer, bool packet);
+    [[nodiscard]] static result_line of_hook(const std::optional<hook_answer>& answer, bool packet);
 
     /// Adds " NAME=VALUE".
     void add(std::string_view name, std::string value);
 
-    const std::string& text() const { return text_; }
+    [[nodiscard]] const std::string& text() const { return text_; }
 
     /// The value of a name: "absent" for every name when the entry point is missing, empty when the
     /// line does not have the name.
-    std::string_view value_of(std::string_view name) const;
+    [[nodiscard]] std::string_view value_of(std::string_view name) const;
 
 private:
-    static result_line with_ret(std::string_view name, std::string number);
+    [[nodiscard]] static result_line with_ret(std::string_view name, std::string number);
 
     std::string text_;
     bool absent_ = false;
@@ -48,6 +48,6 @@ private:
 };
 
 /// Whether a value of a result line is the one expected.
-bool holds(const expectation& expected, std::string_view got);
+[[nodiscard]] bool holds(const expectation& expected, std::string_view got);
 
 } // namespace gponflow

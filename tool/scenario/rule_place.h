@@ -12,6 +12,6 @@ struct sk_buff;
 namespace gponflow {
 
 /// For backend::find_rule: the packet of a hook call of this kind. Not while a hook call runs.
-std::optional<rule_place> find_host_rule(uint32_t kind, const sk_buff& packet);
+[[nodiscard]] std::optional<rule_place> find_host_rule(uint32_t kind, const sk_buff& packet);
 
 } // namespace gponflow

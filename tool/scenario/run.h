@@ -11,7 +11,7 @@
 namespace gponflow {
 
 /// Writes the transcript to `out`, and to `diagnostics` why the backend refused.
-exit_status run_scenario(const scenario& input, backend& target, std::ostream& out,
-                         std::ostream& diagnostics, bool mask_lines);
+[[nodiscard]] exit_status run_scenario(const scenario& input, backend& target, std::ostream& out,
+                                       std::ostream& diagnostics, bool mask_lines);
 
 } // namespace gponflow

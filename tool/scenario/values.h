@@ -26,10 +26,10 @@ struct value {
 };
 
 /// Decimal, or hexadecimal after 0x; `least` to `most`.
-uint64_t read_unsigned(const value& from, uint64_t most, uint64_t least = 0);
+[[nodiscard]] uint64_t read_unsigned(const value& from, uint64_t most, uint64_t least = 0);
 
 /// The same with an optional minus sign before decimal digits.
-int64_t read_signed(const value& from, int64_t least, int64_t most);
+[[nodiscard]] int64_t read_signed(const value& from, int64_t least, int64_t most);
 
 /// The whole range of an unsigned field type.
 template <typename field> field read_field(const value& from)
@@ -38,10 +38,10 @@ template <typename field> field read_field(const value& from)
 }
 
 /// Whether the text looks like a number rather than a name.
-bool looks_like_number(std::string_view text);
+[[nodiscard]] bool looks_like_number(std::string_view text);
 
 /// An even number of hexadecimal digits, ':' or '-' between bytes allowed.
-bytes read_hex(const value& from);
+[[nodiscard]] bytes read_hex(const value& from);
 
 /// One option of a command.
 struct option_rule {

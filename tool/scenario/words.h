@@ -15,10 +15,10 @@ struct word {
 };
 
 /// The line without the blanks, tabs and carriage return at its ends.
-std::string_view trimmed(std::string_view line);
+[[nodiscard]] std::string_view trimmed(std::string_view line);
 
 /// Splits at blanks and tabs; a word in double quotes keeps its blanks, with \" and \\ inside.
 /// Throws syntax_error for an unterminated quote or a quote inside a word.
-std::vector<word> split_words(std::string_view line);
+[[nodiscard]] std::vector<word> split_words(std::string_view line);
 
 } // namespace gponflow

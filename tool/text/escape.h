@@ -8,6 +8,6 @@ namespace gponflow {
 
 /// Control characters as C escapes (\r, \t, ...), those without a letter and bytes outside ASCII
 /// as \xNN. A backslash is not escaped: the text is for people and is not parsed again.
-std::string escape(std::string_view text);
+[[nodiscard]] std::string escape(std::string_view text);
 
 } // namespace gponflow

@@ -14,7 +14,7 @@ using json = nlohmann::ordered_json;
 /// An object whose first member names its schema: {"schema": "gponflow-check-1"} for "check". The
 /// file docs/schemas/gponflow-check-1.schema.json describes the other members. The version grows
 /// when a member is removed or changes its meaning, not when one is added.
-json json_document(std::string_view name, unsigned version = 1);
+[[nodiscard]] json json_document(std::string_view name, unsigned version = 1);
 
 /// Prints with indentation and a line feed. File names may contain any bytes: those that are no
 /// UTF-8 are replaced.

@@ -29,10 +29,10 @@ public:
     pattern& operator=(const pattern&) = delete;
 
     /// A match of the whole text.
-    std::optional<pattern_match> match(std::string_view text) const;
+    [[nodiscard]] std::optional<pattern_match> match(std::string_view text) const;
 
     /// The first match within the text.
-    std::optional<pattern_match> search(std::string_view text) const;
+    [[nodiscard]] std::optional<pattern_match> search(std::string_view text) const;
 
 private:
     struct compiled;

@@ -21,7 +21,7 @@ public:
     progress_line& operator=(const progress_line&) = delete;
 
     /// Whether an update is due. Cheap enough to call for each frame.
-    bool due() const;
+    [[nodiscard]] bool due() const;
     void show(uint64_t done);
 
 private:

@@ -11,9 +11,9 @@ namespace gponflow {
 void claim_standard_input();
 
 /// The whole text of a file, "-" being standard input. Throws std::runtime_error with the reason.
-std::string read_source_text(const std::string& file);
+[[nodiscard]] std::string read_source_text(const std::string& file);
 
 /// The first `count` bytes of a regular file, or fewer; empty if it is none.
-std::string first_bytes(const std::string& file, size_t count);
+[[nodiscard]] std::string first_bytes(const std::string& file, size_t count);
 
 } // namespace gponflow

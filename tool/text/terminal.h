@@ -11,19 +11,19 @@ namespace gponflow {
 struct palette {
     bool on = false;
 
-    std::string heading(std::string_view text) const { return paint("1", text); }
-    std::string good(std::string_view text) const { return paint("32", text); }
-    std::string bad(std::string_view text) const { return paint("31", text); }
-    std::string faint(std::string_view text) const { return paint("2", text); }
+    [[nodiscard]] std::string heading(std::string_view text) const { return paint("1", text); }
+    [[nodiscard]] std::string good(std::string_view text) const { return paint("32", text); }
+    [[nodiscard]] std::string bad(std::string_view text) const { return paint("31", text); }
+    [[nodiscard]] std::string faint(std::string_view text) const { return paint("2", text); }
 
 private:
-    std::string paint(std::string_view code, std::string_view text) const;
+    [[nodiscard]] std::string paint(std::string_view code, std::string_view text) const;
 };
 
 /// Colours if the descriptor is a terminal that supports them and NO_COLOR is not set.
-palette colours_of(int descriptor);
+[[nodiscard]] palette colours_of(int descriptor);
 
 /// Flushes standard output. Returns false and prints a message to standard error on failure.
-bool finish_output();
+[[nodiscard]] bool finish_output();
 
 } // namespace gponflow

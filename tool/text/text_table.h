@@ -11,7 +11,7 @@
 namespace gponflow {
 
 /// "1 rule", "2 rules".
-std::string counted(uint64_t count, const std::string& noun);
+[[nodiscard]] std::string counted(uint64_t count, const std::string& noun);
 
 /// Columns of text, as wide as their widest cells. The last column is not padded.
 struct text_table {
@@ -19,7 +19,7 @@ struct text_table {
     std::vector<std::vector<std::string>> rows; ///< each has one cell per title
 
     /// The lines, the titles first.
-    std::vector<std::string> lines() const;
+    [[nodiscard]] std::vector<std::string> lines() const;
     /// Prints the lines with the indent.
     void print(std::ostream& out, const palette& colours, const std::string& indent = "") const;
 };
