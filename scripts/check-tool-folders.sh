@@ -6,13 +6,9 @@
 # The folders of the tool are layered in the order of tool/layers.txt: a file includes only headers of
 # its own folder and of lower ones.
 set -eu
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 cd "${1:-$(dirname "$0")/..}"
-
-failed=0
-complain() {
-    echo "check-tool-folders: $1" >&2
-    failed=1
-}
 
 declare -A rank
 ranks=0

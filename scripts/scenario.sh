@@ -7,11 +7,8 @@
 # writes it. Both start in the root of the tree, so transcripts contain no other path.
 set -eu
 
-failed=0
-complain() {
-    echo "$1" >&2
-    failed=1
-}
+# shellcheck source=scripts/complain.sh
+. "$(dirname "$0")/complain.sh"
 
 # TOOL FILE OUT: an invalid scenario or a failed expectation is an error.
 run_scenario() {

@@ -42,27 +42,6 @@ longest_of() {
     sed -nE "s/^gpon_fuzzer\($1 ([0-9]+) .*/\1/p" fuzz/CMakeLists.txt
 }
 
-# LOG: a row of the results: inputs, their rate, the load, and the covered edges of the corpus, after a
-# quarter and after half of the inputs, and at the end.
-row_of() {
-    awk -v target="$TARGET" -v seconds="$seconds" -v loads="$load_before to $(load)" '
-        /^#[0-9]+/ && / cov: / {
-            at = substr($1, 2) + 0
-            for (i = 2; i < NF; i++) if ($i == "cov:") cov = $(i + 1) + 0
-            if ($2 == "INITED") first = cov
-            n++ ; when[n] = at ; covered[n] = cov
-        }
-        /number_of_executed_units/ { runs = $2 }
-        function cov_at(part,   i, found) {
-            for (i = 1; i <= n && when[i] <= runs * part; i++) found = covered[i]
-            return found > first ? found : first
-        }
-        END {
-            printf "| %s | %d s | %d | %.1f | %s | %d, %d, %d, %d | none |\n", target, seconds,
-                runs, runs / seconds, loads, first, cov_at(0.25), cov_at(0.5), cov_at(1)
-        }' "$1"
-}
-
 load() {
     cut -d' ' -f1 /proc/loadavg
 }
@@ -118,6 +97,6 @@ if [ "$status" != 0 ]; then
     exit 1
 fi
 mkdir -p "$rows"
-row_of "$log" >"$rows/$TARGET"
+python3 scripts/fuzz-row.py "$TARGET" "$seconds" "$load_before to $(load)" <"$log" >"$rows/$TARGET"
 awk '/number_of_executed_units/ { runs = $2 } /^Done/ { print } / cov: / { last = $0 }
     END { print last; print runs " executions without a finding" }' "$log"

@@ -3,12 +3,6 @@ set -eu
 . tests/checks/proof.sh
 check=scripts/check-headers.py
 
-# PATH TEXT: a source of the tree and its object, which lie side by side.
-object() {
-    file "$1" <<<"$2"
-    g++ -std=c++20 -w -c "$tree/$1" -o "$tree/$1.o"
-}
-
 own_header='
 /* Not a declaration: void walk(); */
 #define NOT_EITHER void walk();
@@ -54,11 +48,6 @@ paired_tree() {
     object src/pkt/walk.cpp 'void walk() {}
         namespace gpon { class row { public: void print(); }; void row::print() {} }
         int third_list = 1;'
-}
-
-check_tree() {
-    mapfile -t objects < <(find "$tree" -name '*.o')
-    python3 "$check" "$tree" "${objects[@]}"
 }
 
 paired_tree

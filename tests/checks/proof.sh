@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# shellcheck disable=SC2034 # proofs_failed is for the file that sources this one
+# shellcheck disable=SC2034,SC2154 # proofs_failed is for the file that sources this one, check is its own
 #
 # Helpers to prove that a check fails when it should: each case creates a small tree in $tree.
 
@@ -17,6 +17,18 @@ fresh_tree() {
 file() {
     mkdir -p "$tree/$(dirname "$1")"
     cat >"$tree/$1"
+}
+
+# object PATH TEXT: writes a source and compiles it; the object is PATH.o.
+object() {
+    file "$1" <<<"$2"
+    g++ -std=c++20 -w -c "$tree/$1" -o "$tree/$1.o"
+}
+
+# check_tree: runs $check on the tree and its objects.
+check_tree() {
+    mapfile -t objects < <(find "$tree" -name '*.o')
+    python3 "$check" "$tree" "${objects[@]}"
 }
 
 # passes WHAT COMMAND...

@@ -3,12 +3,6 @@ set -eu
 . tests/checks/proof.sh
 check=scripts/check-symbols.py
 
-# PATH TEXT: a source of the tree and its object, which lie side by side.
-object() {
-    file "$1" <<<"$2"
-    g++ -std=c++20 -w -c "$tree/$1" -o "$tree/$1.o"
-}
-
 # The store counts the rows of a table that the classes fill.
 table_header='
 #define GPON_DEFINED_IN(folder)
@@ -27,11 +21,6 @@ layered_tree() {
     object src/pkt/header.cpp 'void read_header() {}'
     object src/pkt/walk.cpp 'void read_header(); int twice();
         void walk() { read_header(); twice(); }'
-}
-
-check_tree() {
-    mapfile -t objects < <(find "$tree" -name '*.o')
-    python3 "$check" "$tree" "${objects[@]}"
 }
 
 layered_tree

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=bash
-# shellcheck disable=SC2034 # tool, root and failed are for the test that sources this file
+# shellcheck disable=SC2034 # tool and root are for the test that sources this file
 #
 # Common parts of the tests of the tool's command line: the tool, the root of the tree, and a
 # scratch folder, which is the current one. A test ends with "exit $failed".
@@ -11,8 +11,5 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit
 
-failed=0
-complain() {
-    echo "$1" >&2
-    failed=1
-}
+# shellcheck source=scripts/complain.sh
+. "$root/scripts/complain.sh"

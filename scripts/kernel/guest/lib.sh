@@ -57,22 +57,6 @@ without_known_reports() {
 }
 
 own_reports() {
-    awk '
-        { text = $0 ; sub(/^\[ *[0-9.]+\] /, "", text) }
-        text ~ /^=+$/ && !inside { inside = 1 ; known = ours = trace = 0 ; kept = $0 "\n" ; next }
-        inside && trace && text !~ /^ / {
-            if (!known || ours) printf "%s", kept
-            inside = 0
-        }
-        !inside { print ; next }
-        { kept = kept $0 "\n" }
-        text ~ /^Call [Tt]race:/ { trace = 1 }
-        text ~ /^ kprobes_module_callback\+/ { known = 1 }
-        /\[gpon_/ { ours = 1 }
-        END { if (inside && (!known || ours)) printf "%s", kept }'
-}
-
-own_reports() {
     without_foreign_races "$1" >/tmp/reports
     without_known_reports /tmp/reports
 }
