@@ -4,7 +4,7 @@ set -eu
 . scripts/build.sh
 
 need_for release
-need graph
+need graph fleet
 step build build_preset release
 
 if [ $# = 0 ]; then

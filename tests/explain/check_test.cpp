@@ -251,9 +251,7 @@ TEST(check, problems_are_red_where_there_are_colours)
 
 TEST(check, json_of_nothing_is_valid)
 {
-    std::ostringstream out;
-    print_findings_json({}, "a.scn", out);
-    const auto read = nlohmann::json::parse(out.str());
+    const json read = findings_json({}, "a.scn");
     EXPECT_EQ(read["problems"], 0);
     EXPECT_EQ(read["notes"], 0);
     EXPECT_TRUE(read["findings"].is_array());
@@ -262,10 +260,8 @@ TEST(check, json_of_nothing_is_valid)
 
 TEST(check, json_holds_every_finding)
 {
-    std::ostringstream out;
-    print_findings_json(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn",
-                        out);
-    const auto read = nlohmann::json::parse(out.str());
+    const json read =
+        findings_json(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn");
     EXPECT_EQ(read["problems"], 1);
     EXPECT_EQ(read["schema"], "gponflow-check-1");
     EXPECT_EQ(read["warnings"], 1);

@@ -59,6 +59,10 @@ class Checker:
             self.complain(f"{title}: {type(why).__name__}: {why}\n{text[:400]}")
             return None
         self.used.add(name)
+        if name == "gponflow-line-1":
+            for part in document["messages"] + [document["document"]]:
+                if part is not None:
+                    self.validate(title + ", a part of a line", json.dumps(part))
         return name
 
     def run(self, arguments, status, schema=None, stream=False, feed=None):
@@ -79,7 +83,7 @@ class Checker:
                     for line in done.stderr.splitlines()]
         if any(name not in (None, "gponflow-message-1") for name in messages):
             self.complain(f"{title}: standard error has other documents than messages")
-        if status == 2 and not messages:
+        if status == 2 and not messages and not texts:
             self.complain(f"{title}: no message on standard error")
 
     def finish(self):
@@ -123,6 +127,20 @@ def run_omci(check, line, empty):
     check.run(["omci", "--json", str(check.root / "captures/upstream-uni1.pcap")], 2)
 
 
+def run_lines(check, line, empty):
+    """Several inputs: a line for each, in their order."""
+    capture = str(check.root / "docs/cookbook/bring-up.pcap")
+    traffic = str(check.root / "captures/upstream-uni1.pcap")
+    inputs = [capture, line, "missing.scn", traffic]
+    for command, status in (("check", 2), ("omci", 2), ("account", 2)):
+        check.run([command, *inputs], status, "gponflow-line-1", stream=True)
+    check.run(["account", line, capture, "--jobs", "1", "--pcap", traffic], 0,
+              "gponflow-line-1", stream=True)
+    check.run(["check", "--json", "--files", "-"], 0, "gponflow-line-1", stream=True, feed=line)
+    check.run(["check", "--json", "--files", empty + ".missing"], 2)
+    check.run(["check", "--json", "--sarif", line, line], 2)
+
+
 def run_rest(check, full, line, empty):
     for scenario in (full, empty):
         check.run(["run", "--json", scenario], 0, "gponflow-run-1")
@@ -155,6 +173,7 @@ def run_all(check, folder):
     run_live_views(check, full, empty)
     run_frames(check, full, line, empty)
     run_omci(check, line, empty)
+    run_lines(check, line, empty)
     run_rest(check, full, line, empty)
     for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):

@@ -134,6 +134,16 @@ grep -q '% of' shown err && complain 'a progress line goes to a file'
 on_terminal : "exec $tool account $root/scenarios/tour.scn"
 grep -q '% of' shown && complain 'a short run has a progress line'
 
+# Several inputs have one progress line, not one for each process.
+on_terminal : "exec $tool account long.scn long.scn --jobs 1 >lines"
+expect_status 0
+expect_shown '% of 2 inputs'
+grep -q '% of long.pcap' shown && complain 'a process of its own has a progress line'
+[ "$(wc -l <lines)" = 2 ] || complain 'not a line for each input'
+echo long.scn >list
+on_terminal : "cat list list | $tool account --files - --jobs 1 >lines"
+expect_shown '1 input'
+
 # Colours are for terminals.
 printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
 on_terminal : "exec $tool check dangling.scn"

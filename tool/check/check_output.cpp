@@ -90,7 +90,7 @@ void print_findings(const check_result& result, const std::string& file, std::os
     out << '\n';
 }
 
-void print_findings_json(const check_result& result, const std::string& file, std::ostream& out)
+json findings_json(const check_result& result, const std::string& file)
 {
     json findings = json::array();
     for (const finding& one : result.findings)
@@ -103,7 +103,7 @@ void print_findings_json(const check_result& result, const std::string& file, st
     whole["silenced"] = result.silenced;
     whole["on_request"] = result.on_request;
     whole["findings"] = std::move(findings);
-    print_json(whole, out);
+    return whole;
 }
 
 void print_rules(std::ostream& out, const palette& colours)

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tool/check/check.h"
+#include "tool/text/json_document.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -14,8 +15,8 @@ namespace gponflow {
 void print_findings(const check_result& result, const std::string& file, std::ostream& out,
                     const palette& colours = {});
 
-/// The same as one JSON object, described in docs/check.md.
-void print_findings_json(const check_result& result, const std::string& file, std::ostream& out);
+/// The same as the document gponflow-check-1, described in docs/check.md.
+json findings_json(const check_result& result, const std::string& file);
 
 /// The name, weight, clause and title of each rule, as a table.
 void print_rules(std::ostream& out, const palette& colours = {});

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow account: count the frames of a scenario by destination.
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <optional>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/fleet_options.h"
+#include "tool/commands/line_input.h"
 #include "tool/explain/account.h"
 #include "tool/live/backends.h"
 #include "tool/scenario/capture_words.h"
-#include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -15,7 +19,7 @@ namespace gponflow {
 namespace {
 
 struct account_request {
-    std::string file;
+    fleet_request inputs;
     std::vector<std::string> captures;
     std::string backend = "host";
     bool json = false;
@@ -29,25 +33,69 @@ uint64_t frames_of(const frame_account& counted)
     return frames;
 }
 
+exit_status count(const account_request& request, const opened_line& line, frame_account& counted)
+{
+    const std::unique_ptr<backend> target = make_backend(request.backend);
+    const exit_status status = account_scenario(line.input, *target, counted, std::cerr);
+    if (frames_of(counted) == 0)
+        std::cerr << "gponflow: warning: no frame to count: name a capture with --pcap\n";
+    const bool whole = line.complete && !line.input.incomplete && frames_of(counted) != 0;
+    return status == status_ok && !whole ? status_failed : status;
+}
+
+int account_one(const account_request& request)
+{
+    const std::string& file = request.inputs.only();
+    std::optional<opened_line> line = open_line(file, std::cerr);
+    if (!line)
+        return status_invalid;
+    append_captures(request.captures, line->input, std::cerr);
+    frame_account counted;
+    const exit_status status = count(request, *line, counted);
+    if (request.json)
+        print_json(account_json(counted, file), std::cout);
+    else
+        print_account(counted, std::cout);
+    return finish_output() ? status : status_unsupported;
+}
+
+line_result account_of_many(const account_request& request, const scenario& traffic,
+                            const std::string& input)
+{
+    std::optional<opened_line> line = open_line(input, std::cerr);
+    if (!line)
+        return {status_invalid, nullptr, nullptr};
+    std::ranges::copy(traffic.lines, std::back_inserter(line->input.lines));
+    line->input.incomplete = line->input.incomplete || traffic.incomplete;
+    frame_account counted;
+    try {
+        const exit_status status = count(request, *line, counted);
+        return {status, std::move(line->origin), account_json(counted, input)};
+    } catch (const refusal& why) {
+        std::cerr << input << ": " << why.what() << '\n';
+        return {status_unsupported, std::move(line->origin), nullptr};
+    }
+}
+
+// The captures are read once, before the processes of the inputs start.
+int account_many(const account_request& request)
+{
+    if (request.backend == "device")
+        throw CLI::ExcludesError("--backend=device is for one input: the kernel has one module",
+                                 CLI::ExitCodes::ExcludesError);
+    scenario traffic;
+    append_captures(request.captures, traffic, std::cerr);
+    return run_lines(request.inputs, "account", [&](const std::string& input) {
+        return account_of_many(request, traffic, input);
+    });
+}
+
 int account(const account_request& request)
 {
-    std::optional<scenario> input = open_scenario(request.file, std::cerr);
-    if (!input)
-        return status_invalid;
     try {
-        append_captures(request.captures, *input, std::cerr);
-        const std::unique_ptr<backend> target = make_backend(request.backend);
-        frame_account counted;
-        exit_status status = account_scenario(*input, *target, counted, std::cerr);
-        if (frames_of(counted) == 0)
-            std::cerr << "gponflow: warning: no frame to count: name a capture with --pcap\n";
-        if (status == status_ok && (input->incomplete || frames_of(counted) == 0))
-            status = status_failed;
-        if (request.json)
-            print_account_json(counted, request.file, std::cout);
-        else
-            print_account(counted, std::cout);
-        return finish_output() ? status : status_unsupported;
+        return request.inputs.wants_lines() ? account_many(request) : account_one(request);
+    } catch (const CLI::Error&) {
+        throw;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;
@@ -63,8 +111,9 @@ void add_account_command(CLI::App& app)
 {
     const auto request = std::make_shared<account_request>();
     CLI::App* sub = app.add_subcommand(
-        "account", "Run a scenario and count its frames by direction and destination");
-    sub->add_option("FILE", request->file, "Scenario file, - for standard input")->required();
+        "account", "Run lines and count their frames by direction and destination");
+    add_fleet_options(*sub, request->inputs,
+                      "Scenarios or captures of OMCI messages, - for standard input");
     sub->add_option("--pcap", request->captures,
                     "Captures to run after the scenario, with options of a pcap command after "
                     "commas: FILE,kind=up_uni,port=1; default kind: up_ani; - for standard input");
@@ -75,9 +124,12 @@ void add_account_command(CLI::App& app)
     sub->add_flag("--json", request->json, "Print JSON");
     sub->footer("\nExamples:\n  gponflow account scenarios/demo.scn\n"
                 "  gponflow account line.scn --pcap lost.pcap\n"
-                "  gponflow account line.scn --pcap lost.pcap,kind=up_uni,port=2 --json\n\n"
+                "  gponflow account line.scn --pcap lost.pcap,kind=up_uni,port=2 --json\n"
+                "  gponflow account bring-up.pcap --pcap lost.pcap\n"
+                "  gponflow account --files list --pcap probe.pcap --jobs 4 > lines.jsonl\n\n"
                 "A dropped frame is counted under its tags and the managed entity that decided: "
-                "the end of the branch that came furthest.");
+                "the end of the branch that came furthest.\n\n" +
+                std::string(fleet_help));
     sub->callback([request] {
         if (const int status = account(*request); status != status_ok)
             throw CLI::RuntimeError(status);

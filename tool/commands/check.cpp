@@ -9,8 +9,9 @@
 #include "tool/check/check_output.h"
 #include "tool/check/sarif.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/fleet_options.h"
+#include "tool/commands/line_input.h"
 #include "tool/scenario/final_state.h"
-#include "tool/scenario/open.h"
 #include "tool/text/exit_status.h"
 #include "tool/text/message_words.h"
 
@@ -19,7 +20,7 @@ namespace gponflow {
 namespace {
 
 struct check_request {
-    std::string file;
+    fleet_request inputs;
     bool json = false;
     bool sarif = false;
     bool all = false;
@@ -42,27 +43,52 @@ void print(const check_request& request, const check_result& result, const std::
     if (request.sarif)
         print_sarif(result, name, GPONFLOW_VERSION, std::cout);
     else if (request.json)
-        print_findings_json(result, name, std::cout);
+        print_json(findings_json(result, name), std::cout);
     else
         print_findings(result, name, std::cout, colours_of(1));
+}
+
+check_result findings_of(const check_request& request, const opened_line& line)
+{
+    check_options options{request.all, silences_of(line.input)};
+    for (const std::string& rule : request.silenced)
+        options.silenced.push_back({rule, {}, {}});
+    return check_provisioning(final_entities(line.input), options);
+}
+
+exit_status status_of(const check_result& result, const opened_line& line)
+{
+    const bool problems = std::ranges::any_of(
+        result.findings, [](const finding& one) { return one.weight == finding_weight::problem; });
+    return problems || !line.complete ? status_failed : status_ok;
+}
+
+int check_one(const check_request& request)
+{
+    const std::optional<opened_line> line = open_line(request.inputs.only(), std::cerr);
+    if (!line)
+        return status_invalid;
+    const check_result result = findings_of(request, *line);
+    print(request, result, line->input.name);
+    return finish_output() ? status_of(result, *line) : status_unsupported;
+}
+
+line_result check_of_many(const check_request& request, const std::string& input)
+{
+    std::optional<opened_line> line = open_line(input, std::cerr);
+    if (!line)
+        return {status_invalid, nullptr, nullptr};
+    const check_result result = findings_of(request, *line);
+    return {status_of(result, *line), std::move(line->origin), findings_json(result, input)};
 }
 
 int check(const check_request& request)
 {
     std::ranges::for_each(request.silenced, require_rule);
-    const std::optional<scenario> parsed = open_scenario(request.file, std::cerr);
-    if (!parsed)
-        return status_invalid;
-    check_options options{request.all, silences_of(*parsed)};
-    for (const std::string& rule : request.silenced)
-        options.silenced.push_back({rule, {}, {}});
-    const check_result result = check_provisioning(final_entities(*parsed), options);
-    print(request, result, parsed->name);
-    if (!finish_output())
-        return status_unsupported;
-    const bool problems = std::ranges::any_of(
-        result.findings, [](const finding& one) { return one.weight == finding_weight::problem; });
-    return problems ? status_failed : status_ok;
+    if (!request.inputs.wants_lines())
+        return check_one(request);
+    return run_lines(request.inputs, "check",
+                     [&](const std::string& input) { return check_of_many(request, input); });
 }
 
 int explain_rules(const std::string& name)
@@ -84,11 +110,8 @@ int run(const check_request& request)
 {
     if (!request.explained.empty())
         return explain_rules(request.explained);
-    if (!request.rules) {
-        if (request.file.empty())
-            throw CLI::RequiredError("FILE");
+    if (!request.rules)
         return check(request);
-    }
     print_rules(std::cout, colours_of(1));
     return finish_output() ? status_ok : status_unsupported;
 }
@@ -98,10 +121,11 @@ int run(const check_request& request)
 void add_check_command(CLI::App& app)
 {
     const auto request = std::make_shared<check_request>();
-    CLI::App* sub = app.add_subcommand("check", "Check the provisioning of a scenario");
-    sub->add_option("FILE", request->file, "Scenario file, - for standard input");
-    CLI::Option* json = sub->add_flag("--json", request->json, "Print JSON");
-    sub->add_flag("--sarif", request->sarif, "Print a SARIF 2.1.0 log")->excludes(json);
+    CLI::App* sub = app.add_subcommand("check", "Check the provisioning of lines");
+    add_fleet_options(*sub, request->inputs,
+                      "Scenarios or captures of OMCI messages, - for standard input");
+    CLI::Option* as_json = sub->add_flag("--json", request->json, "Print JSON");
+    sub->add_flag("--sarif", request->sarif, "Print a SARIF 2.1.0 log")->excludes(as_json);
     sub->add_flag("--all", request->all,
                   "Include notes that an operator cannot change: capacities of the module");
     sub->add_option("--silence", request->silenced, "Leave out the findings of a rule")
@@ -114,11 +138,15 @@ void add_check_command(CLI::App& app)
         "  gponflow check --explain vlan-on-two-bridges\n"
         "  gponflow check --silence service-without-uni,unreachable line.scn\n"
         "  gponflow check --json line.scn | jq '.findings[].reason'\n"
-        "  gponflow check --sarif line.scn > line.sarif\n\n"
+        "  gponflow check --sarif line.scn > line.sarif\n"
+        "  gponflow check captures/*.pcap --jobs 4 > findings.jsonl\n\n"
         "The scenario is not run. Its command \"silence RULE [CLASS [INSTANCE]]\" also leaves out "
         "findings. Exit status: 0 no problem found (warnings and notes do not count), 1 a problem "
-        "found, 2 invalid scenario.");
-    sub->callback([request] {
+        "found or a capture ends early, 2 invalid input.\n\n" +
+        std::string(fleet_help));
+    sub->callback([request, sub] {
+        if (request->inputs.wants_lines())
+            refuse_with_lines(*sub, {"--sarif", "--rules", "--explain"});
         if (const int status = run(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });

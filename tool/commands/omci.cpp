@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/fleet_options.h"
 #include "tool/commands/line_input.h"
 #include "tool/model/bandwidth_tree.h"
 #include "tool/model/line_diff.h"
@@ -22,6 +23,7 @@ namespace gponflow {
 namespace {
 
 struct omci_request {
+    fleet_request inputs;
     omci::conversion_files files;
     std::vector<std::string> compared; ///< two inputs of --diff
     bool summary = false;
@@ -42,25 +44,47 @@ int compare(const omci_request& request)
     return difference.empty() ? status_ok : status_failed;
 }
 
+line_model line_of(const omci::loaded_capture& loaded)
+{
+    return final_entities(parse_scenario(loaded.result.scenario, loaded.path).input);
+}
+
+json document_of(const omci::loaded_capture& loaded)
+{
+    json whole = omci::summary_json(loaded.cap, loaded.result, loaded.path);
+    whole["bandwidth"] = bandwidth_json(line_of(loaded));
+    return whole;
+}
+
+line_result summary_of_many(const omci_request& request, const std::string& input)
+{
+    const omci::loaded_capture loaded = omci::load_capture(input, request.files.onu);
+    omci::print_warnings(loaded, std::cerr);
+    return {omci::status_of(loaded), omci::origin_json(loaded.cap, loaded.result),
+            document_of(loaded)};
+}
+
 int summarise(const omci_request& request)
 {
     const std::string& path = request.files.capture_path;
     const omci::loaded_capture loaded = omci::load_capture(path, request.files.onu);
     omci::print_warnings(loaded, std::cerr);
-    const line_model line = final_entities(parse_scenario(loaded.result.scenario, path).input);
     if (request.json) {
-        json whole = omci::summary_json(loaded.cap, loaded.result, path);
-        whole["bandwidth"] = bandwidth_json(line);
-        print_json(whole, std::cout);
+        print_json(document_of(loaded), std::cout);
     } else {
         omci::print_summary(loaded.cap, loaded.result, path, std::cout);
-        print_bandwidth_tree(line, std::cout);
+        print_bandwidth_tree(line_of(loaded), std::cout);
     }
     return finish_output() ? omci::status_of(loaded) : status_unsupported;
 }
 
-int run_omci(const omci_request& request)
+int run_omci(omci_request& request)
 {
+    if (request.inputs.wants_lines())
+        return run_lines(request.inputs, "omci",
+                         [&](const std::string& input) { return summary_of_many(request, input); });
+    if (!request.inputs.names.empty())
+        request.files.capture_path = request.inputs.only();
     try {
         if (!request.compared.empty())
             return compare(request);
@@ -79,6 +103,7 @@ constexpr const char* omci_help = R"(
 Examples:
   gponflow omci bringup.pcap -o line.scn && gponflow run line.scn
   gponflow omci bringup.pcap --summary
+  gponflow omci captures/*.pcap --jobs 4 > lines.jsonl
   gponflow omci --diff yesterday.pcap today.pcap
   gponflow omci --diff line.scn today.pcap --json
 
@@ -93,9 +118,9 @@ void add_omci_command(CLI::App& app)
     CLI::App* sub = app.add_subcommand("omci", "Convert captured OMCI messages to a scenario");
     const auto request = std::make_shared<omci_request>();
     CLI::Option* file =
-        sub->add_option("FILE", request->files.capture_path,
-                        "pcap or pcapng file with OMCI messages (EtherType 0x88b5, or bare "
-                        "messages on a user link type), - for standard input");
+        add_fleet_options(*sub, request->inputs,
+                          "pcap or pcapng files with OMCI messages (EtherType 0x88b5, or bare "
+                          "messages on a user link type), - for standard input");
     sub->add_option("-o,--output", request->files.scenario_path,
                     "Output file, - for standard output")
         ->capture_default_str();
@@ -106,8 +131,10 @@ void add_omci_command(CLI::App& app)
         ->expected(2)
         ->excludes(file);
     sub->add_flag("--json", request->json, "Print the summary or the differences as JSON");
-    sub->footer(omci_help);
-    sub->callback([request] {
+    sub->footer(std::string(omci_help) + "\n\n" + fleet_help);
+    sub->callback([request, sub] {
+        if (request->inputs.wants_lines())
+            refuse_with_lines(*sub, {"--output", "--summary", "--diff"});
         if (const int status = run_omci(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });

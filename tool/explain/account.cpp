@@ -214,7 +214,7 @@ void print_account(const frame_account& account, std::ostream& out)
     }
 }
 
-void print_account_json(const frame_account& account, const std::string& file, std::ostream& out)
+json account_json(const frame_account& account, const std::string& file)
 {
     constexpr std::array<const char*, 4> kinds = {"up_uni", "up_ani", "down_uni", "down_ani"};
     json directions = json::array();
@@ -230,7 +230,7 @@ void print_account_json(const frame_account& account, const std::string& file, s
     json whole = json_document("account");
     whole["scenario"] = file;
     whole["directions"] = std::move(directions);
-    print_json(whole, out);
+    return whole;
 }
 
 } // namespace gponflow

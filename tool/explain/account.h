@@ -12,6 +12,7 @@
 #include "tool/scenario/backend.h"
 #include "tool/scenario/command.h"
 #include "tool/text/exit_status.h"
+#include "tool/text/json_document.h"
 
 namespace gponflow {
 
@@ -35,7 +36,7 @@ using frame_account = std::array<direction_account, 4>;
 /// Prints the account as text.
 void print_account(const frame_account& account, std::ostream& out);
 
-/// Prints the document gponflow-account-1 about a scenario.
-void print_account_json(const frame_account& account, const std::string& file, std::ostream& out);
+/// The document gponflow-account-1 about a scenario.
+json account_json(const frame_account& account, const std::string& file);
 
 } // namespace gponflow

@@ -93,7 +93,7 @@ void converter::take(const exchange& item)
     default:
         ++counts.other_types[msg.type];
         take_upload(item);
-        learn_from_response(item, store, defaults, counts.uploads);
+        learn_from_response(item, store, defaults, counts.uploads, counts.onu);
     }
 }
 

@@ -14,6 +14,7 @@ struct destination {
     record_store& store;
     default_configuration& defaults;
     upload_summary& uploads;
+    onu_facts& onu;
 };
 
 enum class source { upload, get };
@@ -30,6 +31,7 @@ void learn_values(destination to, source from, uint16_t class_id, uint16_t insta
 {
     if (from == source::upload && find_attribute_class(class_id) == nullptr)
         count_unmirrored(to, class_id, instance, mask);
+    to.onu.learn(class_id, instance, mask, bytes);
     const attribute_class* cls =
         class_id == onu_g_class().id ? &onu_g_class() : find_attribute_class(class_id);
     if (cls == nullptr)
@@ -85,11 +87,11 @@ void learn_get(destination to, const message& response)
 } // namespace
 
 void learn_from_response(const exchange& item, record_store& store, default_configuration& defaults,
-                         upload_summary& uploads)
+                         upload_summary& uploads, onu_facts& onu)
 {
     if (!item.response)
         return;
-    const destination to{store, defaults, uploads};
+    const destination to{store, defaults, uploads, onu};
     if (item.request.msg.type == mib_upload_next)
         learn_upload(to, item.response->msg);
     else if (item.request.msg.type == get)

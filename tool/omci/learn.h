@@ -5,6 +5,7 @@
 
 #include "tool/omci/defaults.h"
 #include "tool/omci/mib.h"
+#include "tool/omci/onu_facts.h"
 #include "tool/omci/pairing.h"
 #include "tool/omci/upload.h"
 
@@ -13,6 +14,6 @@ namespace gponflow::omci {
 /// Reads MIB upload parts and successful get responses. Other or unreadable responses change
 /// nothing.
 void learn_from_response(const exchange& item, record_store& store, default_configuration& defaults,
-                         upload_summary& uploads);
+                         upload_summary& uploads, onu_facts& onu);
 
 } // namespace gponflow::omci

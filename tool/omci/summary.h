@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tool/omci/capture.h"
+#include "tool/omci/onu_facts.h"
 #include "tool/omci/pairing.h"
 #include "tool/omci/upload.h"
 
@@ -33,6 +34,7 @@ struct conversion_summary {
     size_t repeats = 0;
     size_t extended = 0; ///< requests of the extended message set
     upload_summary uploads;
+    onu_facts onu; ///< what the ONU reported about itself
 };
 
 /// Comment lines, each ended by a line feed.

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/omci/summary_output.h"
 
+#include <array>
 #include <cstdio>
+#include <ctime>
 #include <ostream>
 
 #include <nlohmann/json.hpp>
@@ -38,6 +40,31 @@ void print_responses(const response_statistics& responses, std::ostream& out)
             << responses.slowest.text << ")\n";
     print_remarks("repeated        ", responses.repeated, out);
     print_remarks("unanswered      ", responses.unanswered, out);
+}
+
+void print_onu(const onu_facts& onu, std::ostream& out)
+{
+    const std::pair<const char*, std::string> facts[] = {{"serial number", onu.serial},
+                                                         {"equipment", onu.equipment},
+                                                         {"hardware version", onu.version},
+                                                         {"firmware", onu.firmware()}};
+    std::string text;
+    for (const auto& [name, value] : facts)
+        if (!value.empty())
+            text += (text.empty() ? "" : ", ") + std::string(name) + " " + value;
+    if (!text.empty())
+        out << "\nreported        " << text;
+}
+
+// Seconds are enough: the times distinguish captures, not messages.
+std::string utc(uint64_t nanoseconds)
+{
+    const auto seconds = static_cast<time_t>(nanoseconds / 1000000000);
+    std::tm parts = {};
+    gmtime_r(&seconds, &parts);
+    std::array<char, 32> text;
+    const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return {text.data(), length};
 }
 
 json remarks_json(const std::vector<remark>& remarks)
@@ -89,6 +116,7 @@ void print_summary(const capture& cap, const conversion& result, const std::stri
     out << title << ": " << counted(cap.frames, "frame");
     if (!cap.onus.empty())
         out << ", ONU " << to_text(cap.onus.front());
+    print_onu(result.counts.onu, out);
     out << "\ncommands        " << written.creates << " create, " << written.sets << " set, "
         << written.deletes << " delete, " << result.counts.resets << " MIB reset\n";
     if (result.counts.uploads.parts != 0)
@@ -103,6 +131,19 @@ void print_summary(const capture& cap, const conversion& result, const std::stri
             << counted(count.attributes, "attribute") << '\n';
 }
 
+json origin_json(const capture& cap, const conversion& result)
+{
+    json origin = to_json(result.counts.onu);
+    if (!cap.onus.empty())
+        origin["address"] = to_text(cap.onus.front());
+    // Captures without times have the time 0.
+    if (!cap.messages.empty() && cap.messages.front().time != 0) {
+        origin["from"] = utc(cap.messages.front().time);
+        origin["to"] = utc(cap.messages.back().time);
+    }
+    return origin;
+}
+
 json summary_json(const capture& cap, const conversion& result, const std::string& title)
 {
     json whole = json_document("omci");
@@ -110,6 +151,7 @@ json summary_json(const capture& cap, const conversion& result, const std::strin
     whole["frames"] = cap.frames;
     if (!cap.onus.empty())
         whole["onu"] = to_text(cap.onus.front());
+    whole["origin"] = origin_json(cap, result);
     whole["ends_early"] = !cap.cut_short.empty();
     whole["commands"] = counts_json(result.counts.written);
     whole["mib_resets"] = result.counts.resets;

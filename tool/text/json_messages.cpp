@@ -29,7 +29,9 @@ void move_place(std::string& text, json& into)
     text = (*found)[4];
 }
 
-json message_of(std::string text)
+} // namespace
+
+json message_document(std::string text)
 {
     constexpr std::string_view program = "gponflow: ";
     json result = json_document("message");
@@ -44,8 +46,6 @@ json message_of(std::string text)
     return result;
 }
 
-} // namespace
-
 class json_messages::line_buffer final : public std::streambuf {
 public:
     explicit line_buffer(std::streambuf* to) : out_(to) {}
@@ -53,7 +53,7 @@ public:
     void finish()
     {
         if (!line_.empty())
-            print_json_line(message_of(std::exchange(line_, {})), out_);
+            print_json_line(message_document(std::exchange(line_, {})), out_);
         out_.flush();
     }
 

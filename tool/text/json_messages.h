@@ -5,12 +5,17 @@
 #include <memory>
 #include <ostream>
 #include <streambuf>
+#include <string>
+
+#include "tool/text/json_document.h"
 
 namespace gponflow {
 
-/// While it exists, each line written to a stream becomes a JSON document on a line of its own
-/// (schema gponflow-message-1): severity, message, and the place in a file if the line names one.
-/// A line that contains "warning: " is a warning, any other an error.
+/// The document gponflow-message-1 about one line: severity, message, and the place in a file if
+/// the line names one. A line that contains "warning: " is a warning, any other an error.
+json message_document(std::string line);
+
+/// While it exists, each line written to a stream becomes such a document on a line of its own.
 class json_messages {
 public:
     explicit json_messages(std::ostream& stream);

@@ -51,7 +51,7 @@ progress_line::progress_line(std::string label, uint64_t total, int descriptor,
     : label_(std::move(label)), total_(total), descriptor_(descriptor),
       next_(std::chrono::steady_clock::now() + silence)
 {
-    if (total_ == 0 || !can_rewrite(descriptor_))
+    if (!can_rewrite(descriptor_))
         next_ = std::chrono::steady_clock::time_point::max();
 }
 
@@ -68,12 +68,18 @@ bool progress_line::due() const
 
 void progress_line::show(uint64_t done)
 {
-    if (!due())
+    if (total_ == 0 || !due())
         return;
     const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total_));
     const auto filled = static_cast<size_t>(part * static_cast<double>(bar_width));
-    std::string text = "[" + std::string(filled, '#') + std::string(bar_width - filled, ' ') +
-                       "] " + std::to_string(static_cast<int>(part * 100)) + "% of " + label_;
+    show_text("[" + std::string(filled, '#') + std::string(bar_width - filled, ' ') + "] " +
+              std::to_string(static_cast<int>(part * 100)) + "% of " + label_);
+}
+
+void progress_line::show_text(std::string text)
+{
+    if (!due())
+        return;
     // A character in the last column wraps on some terminals.
     text = text.substr(0, width_of(descriptor_) - 1);
     put(descriptor_, "\r" + text + "\033[K");

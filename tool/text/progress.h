@@ -13,7 +13,7 @@ namespace gponflow {
 /// erased at the end. Without a terminal it prints nothing.
 class progress_line {
 public:
-    /// `total` is in any unit; 0 is unknown and shows nothing.
+    /// `total` is in any unit; 0 is unknown, and show() prints nothing.
     progress_line(std::string label, uint64_t total, int descriptor = 2,
                   std::chrono::milliseconds silence = std::chrono::seconds(1));
     ~progress_line();
@@ -23,6 +23,8 @@ public:
     /// Whether an update is due. Cheap enough to call for each frame.
     [[nodiscard]] bool due() const;
     void show(uint64_t done);
+    /// A text instead of the share, for work of unknown size.
+    void show_text(std::string text);
 
 private:
     std::string label_;
