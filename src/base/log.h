@@ -102,7 +102,8 @@ extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-// Always inline: out of line, each combination of arguments needs a stack frame in the walk.
+// Always inline, as the functions that call it: out of line, each combination of arguments needs a
+// stack frame in the walk, and each call a copy of the text's record.
 template <typename... Args>
 [[gnu::always_inline]] inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
@@ -162,17 +163,20 @@ public:
         return log_context(gpon::name_of<Function>.text);
     }
 
-    template <typename... Args> void error(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void error(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_ERROR, text, args...);
     }
 
-    template <typename... Args> void warning(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void warning(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_WARNING, text, args...);
     }
 
-    template <typename... Args> void trace(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void trace(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_TRACE, text, args...);
     }
@@ -181,7 +185,8 @@ private:
     constexpr explicit log_context(const char* function) : function_(function) {}
 
     template <typename... Args>
-    void report(log_level level, gpon::log_text<Args...> text, Args... args) const
+    [[gnu::always_inline]] void report(log_level level, gpon::log_text<Args...> text,
+                                       Args... args) const
     {
         if (gpon::debug_level() & level) [[unlikely]]
             gpon::emit<Args...>(level, text.named(function_), args...);
@@ -191,19 +196,22 @@ private:
 };
 
 /* Messages of a function without helpers that report under its name. Any context. */
-template <typename... Args> inline void log_error(gpon::text_for<Args...> text, Args... args)
+template <typename... Args>
+[[gnu::always_inline]] inline void log_error(gpon::text_for<Args...> text, Args... args)
 {
     const log_context log = log_context::here(text.function);
     log.error<Args...>(text, args...);
 }
 
-template <typename... Args> inline void log_warning(gpon::text_for<Args...> text, Args... args)
+template <typename... Args>
+[[gnu::always_inline]] inline void log_warning(gpon::text_for<Args...> text, Args... args)
 {
     const log_context log = log_context::here(text.function);
     log.warning<Args...>(text, args...);
 }
 
-template <typename... Args> inline void log_trace(gpon::text_for<Args...> text, Args... args)
+template <typename... Args>
+[[gnu::always_inline]] inline void log_trace(gpon::text_for<Args...> text, Args... args)
 {
     const log_context log = log_context::here(text.function);
     log.trace<Args...>(text, args...);
@@ -231,17 +239,20 @@ public:
         return renamed;
     }
 
-    template <typename... Args> void error(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void error(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_ERROR, text, args...);
     }
 
-    template <typename... Args> void warning(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void warning(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_WARNING, text, args...);
     }
 
-    template <typename... Args> void trace(gpon::text_for<Args...> text, Args... args) const
+    template <typename... Args>
+    [[gnu::always_inline]] void trace(gpon::text_for<Args...> text, Args... args) const
     {
         report<Args...>(LOG_TRACE, text, args...);
     }
@@ -265,7 +276,8 @@ private:
     }
 
     template <typename... Args>
-    void report(log_level level, gpon::log_text<Args...> text, Args... args) const
+    [[gnu::always_inline]] void report(log_level level, gpon::log_text<Args...> text,
+                                       Args... args) const
     {
         if (enabled_ & level) [[unlikely]]
             gpon::emit<Args...>(gpon::flag_word_of(skb_) | level, text.named(function_), args...);

@@ -32,7 +32,8 @@ struct gpon_me_attr_op {
 
 struct gpon_me_list_info {
     /* Formats a raw record as cells under titles; returns the length of the titles. */
-    i32 (*dump_raw)(const void* raw, char* values, char* header, char* extra, i32 length) = nullptr;
+    i32 (*dump_raw)(const gpon_me_list_info& info, const void* raw, char* values, char* header,
+                    char* extra, i32 length) = nullptr;
     i32 raw_size = 0;                                   /* bytes */
     const gpon_me_related_info* related_info = nullptr; /* template, closed by a row of class 0 */
     i32 related_info_size = 0;                          /* bytes, closing row included */

@@ -115,7 +115,8 @@ struct table {
     {
         clear_lines();
         if (info.dump_raw)
-            start = info.dump_raw(inst.raw, value_line, header_line, extra_text, GPON_DUMP_BUFFER);
+            start = info.dump_raw(info, inst.raw, value_line, header_line, extra_text,
+                                  GPON_DUMP_BUFFER);
         if (!has_header) {
             has_header = true;
             width = finish_header(info.related_info, start);

@@ -65,14 +65,14 @@ struct list_text {
 
 } // namespace
 
-i32 gpon::print_fields(std::span<const gpon_me_field> fields, const void* raw, char* values,
-                       char* header, char* extra, i32 length)
+i32 gpon::dump_fields(const gpon_me_list_info& info, const void* raw, char* values, char* header,
+                      char* extra, i32 length)
 {
     if (!raw || !values || !header || !extra)
         return 0;
     row_text row{values, header, length};
     list_text lists{extra, length};
-    for (const gpon_me_field& field : fields)
+    for (const gpon_me_field& field : info.fields)
         if (field.count > 1)
             lists.put(field, raw);
         else

@@ -14,7 +14,7 @@ constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_evtocd, instID, hex)};
 GPON_MODULE_DATA constinit list_head gpon_evtocd_list = {&gpon_evtocd_list, &gpon_evtocd_list};
 
 constinit const gpon_me_list_info evtocdListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_evtocd),
     .related_info = gpon::NOTHING_RELATED,
     .related_info_size = sizeof(gpon::NOTHING_RELATED),

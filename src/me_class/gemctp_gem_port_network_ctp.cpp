@@ -120,7 +120,7 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{T_CONT.mask, gem_ctp_attr_tcont_op},
 GPON_MODULE_DATA constinit list_head gpon_gemctp_list = {&gpon_gemctp_list, &gpon_gemctp_list};
 
 constinit const gpon_me_list_info gemCtpListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_gemctp),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

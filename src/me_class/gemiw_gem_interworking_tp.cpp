@@ -56,7 +56,7 @@ bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper) GPO
 GPON_MODULE_DATA constinit list_head gpon_gemiw_list = {&gpon_gemiw_list, &gpon_gemiw_list};
 
 constinit const gpon_me_list_info gemIwListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_gemiw),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

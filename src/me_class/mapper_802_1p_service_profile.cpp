@@ -55,7 +55,7 @@ constexpr gpon_me_next_class NEXT[] = {{me_class::gemiw, UP_ANI},
 GPON_MODULE_DATA constinit list_head gpon_mapper_list = {&gpon_mapper_list, &gpon_mapper_list};
 
 constinit const gpon_me_list_info mapperListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_mapper),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -24,7 +24,7 @@ constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_ANI | UP_UNI | DOWN_
 GPON_MODULE_DATA constinit list_head gpon_mbsp_list = {&gpon_mbsp_list, &gpon_mbsp_list};
 
 constinit const gpon_me_list_info mbspListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_mbsp),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -46,7 +46,7 @@ GPON_MODULE_DATA constinit list_head gpon_multigemiw_list = {&gpon_multigemiw_li
                                                              &gpon_multigemiw_list};
 
 constinit const gpon_me_list_info multiGemIwListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_multigemiw),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

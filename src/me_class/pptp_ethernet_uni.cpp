@@ -22,7 +22,7 @@ GPON_MODULE_DATA constinit list_head gpon_pptp_uni_list = {&gpon_pptp_uni_list,
                                                            &gpon_pptp_uni_list};
 
 constinit const gpon_me_list_info pptpListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_pptp),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -122,7 +122,7 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, pq_attr_tcont_op},
 GPON_MODULE_DATA constinit list_head gpon_pq_list = {&gpon_pq_list, &gpon_pq_list};
 
 constinit const gpon_me_list_info priorityQListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_pq),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

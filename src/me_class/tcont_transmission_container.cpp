@@ -22,7 +22,7 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nul
 GPON_MODULE_DATA constinit list_head gpon_tcont_list = {&gpon_tcont_list, &gpon_tcont_list};
 
 constinit const gpon_me_list_info tcontListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_tcont),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -25,7 +25,7 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nul
 GPON_MODULE_DATA constinit list_head gpon_td_list = {&gpon_td_list, &gpon_td_list};
 
 constinit const gpon_me_list_info tdListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_td),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -19,7 +19,7 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::pq, "pqInst", nullptr, 8}
 GPON_MODULE_DATA constinit list_head gpon_ts_list = {&gpon_ts_list, &gpon_ts_list};
 
 constinit const gpon_me_list_info tsListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_ts),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -22,7 +22,7 @@ constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_UNI}, {me_class::map
 GPON_MODULE_DATA constinit list_head gpon_veip_list = {&gpon_veip_list, &gpon_veip_list};
 
 constinit const gpon_me_list_info veipListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_veip),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -188,7 +188,7 @@ constexpr gpon_me_attr_op ATTR_OPS[] = {{BRIDGE_PORT.mask, vtfd_attr_exist_op}, 
 GPON_MODULE_DATA constinit list_head gpon_vtfd_list = {&gpon_vtfd_list, &gpon_vtfd_list};
 
 constinit const gpon_me_list_info vtfdListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_vtfd),
     .related_info = gpon::NOTHING_RELATED,
     .related_info_size = sizeof(gpon::NOTHING_RELATED),

@@ -14,7 +14,7 @@ constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_vtocd, instID, hex)};
 GPON_MODULE_DATA constinit list_head gpon_vtocd_list = {&gpon_vtocd_list, &gpon_vtocd_list};
 
 constinit const gpon_me_list_info vtocdListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_vtocd),
     .related_info = gpon::NOTHING_RELATED,
     .related_info_size = sizeof(gpon::NOTHING_RELATED),

@@ -56,7 +56,7 @@ GPON_MODULE_DATA constinit list_head gpon_imaginary_list = {&gpon_imaginary_list
                                                             &gpon_imaginary_list};
 
 constinit const gpon_me_list_info imaginaryListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(raw_imaginary),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),

@@ -107,8 +107,8 @@ struct texts {
     texts(u16 class_id, const std::vector<u8>& raw, i32 length)
     {
         values[0] = titles[0] = extra[0] = '\0';
-        answer = gpon::mirrored_class(class_id)->list_info->dump_raw(
-            raw.data(), values.data(), titles.data(), extra.data(), length);
+        const gpon_me_list_info& info = *gpon::mirrored_class(class_id)->list_info;
+        answer = info.dump_raw(info, raw.data(), values.data(), titles.data(), extra.data(), length);
     }
     static std::string of(const std::string& buffer) { return buffer.c_str(); }
     static size_t end_of_writes(const std::string& buffer)
@@ -179,12 +179,13 @@ TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
 {
     for (const auto& [class_id, wanted] : every_class()) {
         SCOPED_TRACE(class_id);
-        const auto print = gpon::mirrored_class(class_id)->list_info->dump_raw;
+        const gpon_me_list_info& info = *gpon::mirrored_class(class_id)->list_info;
+        const auto print = info.dump_raw;
         char a[8] = "a", b[8] = "b", c[8] = "c";
-        EXPECT_EQ(print(nullptr, a, b, c, 8), 0);
-        EXPECT_EQ(print(wanted.raw.data(), nullptr, b, c, 8), 0);
-        EXPECT_EQ(print(wanted.raw.data(), a, nullptr, c, 8), 0);
-        EXPECT_EQ(print(wanted.raw.data(), a, b, nullptr, 8), 0);
+        EXPECT_EQ(print(info, nullptr, a, b, c, 8), 0);
+        EXPECT_EQ(print(info, wanted.raw.data(), nullptr, b, c, 8), 0);
+        EXPECT_EQ(print(info, wanted.raw.data(), a, nullptr, c, 8), 0);
+        EXPECT_EQ(print(info, wanted.raw.data(), a, b, nullptr, 8), 0);
         EXPECT_STREQ(a, "a");
         EXPECT_STREQ(b, "b");
         EXPECT_STREQ(c, "c");
