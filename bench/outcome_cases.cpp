@@ -18,9 +18,9 @@ std::vector<outcome_key> packed_keys(unsigned flows, uint16_t length)
         const uint8_t* bytes = key.bytes.data();
         const uint64_t outer = length > 16 ? load_unaligned<uint32_t>(bytes + 16) : 0;
         const uint64_t inner = length > 20 ? load_unaligned<uint32_t>(bytes + 20) : 0;
-        packed.push_back(
-            {{load_unaligned<uint64_t>(bytes), load_unaligned<uint32_t>(bytes + 8) | outer << 32,
-              inner | uint64_t{UP_ANI} << 32}});
+        packed.push_back({load_unaligned<uint64_t>(bytes),
+                          load_unaligned<uint32_t>(bytes + 8) | outer << 32,
+                          inner | uint64_t{UP_ANI} << 32});
     }
     return packed;
 }
@@ -31,9 +31,9 @@ public:
     find_known(unsigned flows, uint16_t length)
     {
         for (const outcome_key& key : packed_keys(flows, length)) {
-            uint16_t port = 0;
+            known_outcome found = {};
             remember_outcome(key, current_generation(), 1);
-            if (find_outcome(key, current_generation(), &port))
+            if (find_outcome(key, current_generation(), &found))
                 known_.push_back(key);
         }
         if (known_.size() < flows / 2)
@@ -43,9 +43,9 @@ public:
     void pass() override
     {
         for (const outcome_key& key : known_) {
-            uint16_t port = 0;
-            keep(find_outcome(key, current_generation(), &port));
-            keep(port);
+            known_outcome found = {};
+            keep(find_outcome(key, current_generation(), &found));
+            keep(found.gemport_id);
         }
     }
     uint32_t operations() const override { return static_cast<uint32_t>(known_.size()); }

@@ -17,7 +17,7 @@ arch=$1
 module=$2
 kernel=${3:-$(kernel_headers "$arch")}
 prefix=$(cross_prefix "$arch")
-text_limit=65536
+text_limit=73728
 stack_limit=4096
 
 # Operators trace these functions and find them in stack traces, so they must not be inlined.

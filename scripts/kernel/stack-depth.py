@@ -16,16 +16,22 @@ import sys
 
 ENTRY = "gpon_flow_api_dispatch"
 # How often each recursive function may be active.
-ACTIVATIONS = {"gpon_pkt_general_forward": 10, "gpon_hash_add_node": 2}
+ACTIVATIONS = {"gpon_pkt_general_forward": 10, "gpon_hash_place_rule": 2}
 STEP = "gpon_pkt_general_forward"
-# Calls through pointers: the step of the walk runs the forward function of a class, and a few
-# callers reach functions of the platform. Any other caller has a table in its own file, of
-# functions that nobody calls by name.
+# Calls through pointers: the step of the walk runs the forward function of a class, a filter one of
+# its actions, a netlink message the function that fills it, and a few callers reach functions of
+# the platform. Any other caller has a table in its own file, of functions that nobody calls by
+# name.
 CLASS_FUNCTION = re.compile(r"_forward$")
 NO_CLASS_FUNCTION = re.compile(r"^gpon_pkt_|^_Z")
 CALLER_OF_CLASS_FUNCTION = re.compile(r"walk_step|^gpon_pkt_general_forward$")
 CALLER_OF_PLATFORM = re.compile(
-    r"^gpon_flow_api_dispatch$|choose_queue|^gpon_pkt_quick_forward$|replay_step")
+    r"^gpon_flow_api_dispatch$|map_gem_port_only|choose_queue|^gpon_pkt_quick_forward$|replay_step")
+NAMED_FUNCTIONS = (
+    (re.compile(r"vtfd_(filter_)?handle"), re.compile(r"^vtfd_action_")),
+    (re.compile(r"^dump_record|^new_message"),
+     re.compile(r"^put_(counter|rule|instance|state|event)$")),
+)
 LOG_FUNCTION = re.compile(r"printk|gpon_log|pr_cont")
 INDIRECT = "__indirect_call"
 
@@ -89,6 +95,9 @@ class CallGraph:
         name = plain(caller)
         if CALLER_OF_PLATFORM.search(name):
             return []
+        for callers, functions in NAMED_FUNCTIONS:
+            if callers.search(name):
+                return [one for one in self.frame if functions.search(plain(one))]
         if CALLER_OF_CLASS_FUNCTION.search(name):
             found = [one for one in self.frame if CLASS_FUNCTION.search(plain(one))
                      and not NO_CLASS_FUNCTION.search(plain(one))]

@@ -11,6 +11,7 @@
 
 namespace gpon {
 
+#ifdef GPON_HOST_BUILD
 template <typename T> [[nodiscard]] inline T load_relaxed(const T& word)
 {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
@@ -20,6 +21,21 @@ template <typename T> inline void store_relaxed(T& word, T value)
 {
     __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
+#else
+// The kernel's own READ_ONCE and WRITE_ONCE: gcc computes the address of an atomic access with an
+// extra instruction.
+template <typename T> [[nodiscard]] inline T load_relaxed(const T& word)
+{
+    static_assert(sizeof(T) <= sizeof(u64));
+    return *const_cast<const volatile T*>(&word);
+}
+
+template <typename T> inline void store_relaxed(T& word, T value)
+{
+    static_assert(sizeof(T) <= sizeof(u64));
+    *const_cast<volatile T*>(&word) = value;
+}
+#endif
 
 // Pairs with store_release: writes before that store are visible to reads after this load.
 template <typename T> [[nodiscard]] inline T load_acquire(const T& word)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "control_record.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../debug/interpreter.h"
 #include "../debug/words.h"
@@ -20,18 +21,55 @@ const void* user_address(u64 address)
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
 }
 
+gpon_counter counter_of(u8 msg_type, bool done)
+{
+    switch (msg_type) {
+    case ZR_OMCI_MSG_TYPE_CREAT:
+        return done ? GPON_COUNT_me_create_done : GPON_COUNT_me_create_failed;
+    case ZR_OMCI_MSG_TYPE_SET:
+        return done ? GPON_COUNT_me_set_done : GPON_COUNT_me_set_failed;
+    case ZR_OMCI_MSG_TYPE_DELETE:
+        return done ? GPON_COUNT_me_delete_done : GPON_COUNT_me_delete_failed;
+    default:
+        return GPON_COUNT_me_unknown;
+    }
+}
+
+// Counts a command for a managed entity by its type and result, and returns the result.
+i32 counted_by_type(u8 msg_type, i32 result)
+{
+    gpon::count(counter_of(msg_type, result == 0));
+    return result;
+}
+
+i32 load_config(const void* user_cfg)
+{
+    const i32 result = gpon_flow_load_cfg_data(user_cfg);
+    gpon::count(result == 0 ? GPON_COUNT_config_done : GPON_COUNT_config_failed);
+    return result;
+}
+
+i32 refused(i32 result)
+{
+    gpon::count(GPON_COUNT_commands_refused);
+    return result;
+}
+
 // Both brackets begin before the flush, so no walk that runs from here to the last change is
 // learnt.
 i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
 {
     const gpon::store_change change;
+    gpon::count(GPON_COUNT_flushes_by_command);
     gpon_hash_clean_all_safe();
-    return gpon_flow_me_handle(cmd);
+    return counted_by_type(cmd->msg_type, gpon_flow_me_handle(cmd));
 }
 
 i32 clean_all() GPON_CHANGES_LISTS
 {
     const gpon::store_change change;
+    gpon::count(GPON_COUNT_clean_commands);
+    gpon::count(GPON_COUNT_flushes_by_clean);
     gpon_hash_clean_all_safe();
     return gpon_flow_clean_all_me_inst();
 }
@@ -39,6 +77,7 @@ i32 clean_all() GPON_CHANGES_LISTS
 i32 run_debug_words(const gpon_flow_cmd& record) GPON_CHANGES_LISTS
 {
     gpon_dbg_words words = {};
+    gpon::count(GPON_COUNT_device_commands);
     u32 count = 0;
     for (; count < GPON_DBG_WORDS; ++count) {
         char* word = words.text[count];
@@ -56,18 +95,18 @@ i32 gpon_flow_dispatch_omci_cmd(const void* user_record)
 {
     gpon_flow_cmd record;
     if (copy_from_user(&record, user_record, sizeof(record)) != 0)
-        return -1;
+        return refused(-1);
     switch (record.cmd) {
     case GPON_FLOW_CMD_ME:
         return run_me_command(&record.me);
     case GPON_FLOW_CMD_CFG_DATA:
-        return gpon_flow_load_cfg_data(user_address(record.cfg_data));
+        return load_config(user_address(record.cfg_data));
     case GPON_FLOW_CMD_DEBUG:
         return run_debug_words(record);
     case GPON_FLOW_CMD_CLEAN:
         return clean_all();
     default:
         log_error("gpon_flow_dispatch_omci_cmd: Without CMD: %d\r\n", record.cmd);
-        return -1;
+        return refused(-1);
     }
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "hook.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../debug/trace.h"
 #include "../pkt/outcome.h"
@@ -26,37 +27,57 @@ public:
         // The filter is off in nearly every call, and a call for that costs more than the rest
         // here.
         if (gpon::load_relaxed(trace_cfg.valid_mask) != 0 && gpon_flow_is_trace_skb(skb_))
-            write_flag_word(skb_, gpon::flag_word_of(skb_) | GPON_FLOW_TRACE_MARK);
+            set();
     }
     ~trace_mark() { clear(); }
     trace_mark(const trace_mark&) = delete;
     trace_mark& operator=(const trace_mark&) = delete;
 
 private:
+    void set()
+    {
+        write_flag_word(skb_, gpon::flag_word_of(skb_) | GPON_FLOW_TRACE_MARK);
+        gpon::count(GPON_COUNT_frames_traced);
+    }
+
     void clear() { write_flag_word(skb_, gpon::flag_word_of(skb_) & ~GPON_FLOW_TRACE_MARK); }
 
     sk_buff* skb_;
 };
 
-// With the engine disabled, the platform only chooses the GEM port.
-api_result map_gem_port_only(u32 kind, sk_buff* skb)
+constexpr gpon_counter CALLS[PACKET_KINDS] = {GPON_COUNT_calls_up_uni, GPON_COUNT_calls_up_ani,
+                                              GPON_COUNT_calls_down_uni, GPON_COUNT_calls_down_ani};
+
+api_result failed_frame()
 {
+    gpon::count(GPON_COUNT_frames_failed);
+    return FAILED;
+}
+
+// With the engine disabled, the platform only chooses the GEM port.
+[[gnu::noinline]] api_result map_gem_port_only(u32 kind, sk_buff* skb)
+{
+    gpon::count(CALLS[kind]);
+    gpon::count(GPON_COUNT_frames_engine_off);
     int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);
     if (kind != GPON_API_UP_ANI || !mapping)
         return HANDLED;
-    return mapping(skb) == -1 ? FAILED : HANDLED;
+    return mapping(skb) == -1 ? failed_frame() : HANDLED;
 }
 
 api_result handle_packet(u32 kind, sk_buff* skb)
 {
     if (kind >= PACKET_KINDS) {
+        gpon::count(GPON_COUNT_calls_unknown);
         dump_stack();
         printk("unknown api_data->api_type: %d\n", static_cast<i32>(kind));
         return UNKNOWN_KIND;
     }
     if (gpon::load_relaxed(gponFlowEnableFlag) == 0)
         return map_gem_port_only(kind, skb);
-    return gpon_pkt_general_flow_func(skb, WALK_DIRECTION[kind]) == 0 ? HANDLED : FAILED;
+    if (gpon_pkt_general_flow_func(skb, WALK_DIRECTION[kind]) == 0) [[likely]]
+        return HANDLED;
+    return failed_frame();
 }
 
 } // namespace
@@ -64,9 +85,11 @@ api_result handle_packet(u32 kind, sk_buff* skb)
 int gpon_flow_api_dispatch(struct api_data* data)
 {
     if (data->api_type == GPON_API_SWITCH) {
+        gpon::count(GPON_COUNT_calls_switch);
         data->api_result = HANDLED;
         gpon::store_relaxed(gponFlowEnableFlag, data->api_param ? 1u : 0u);
     } else if (!data->skb) {
+        gpon::count(GPON_COUNT_calls_no_packet);
         data->api_result = FAILED;
     } else {
         const trace_mark mark(data->skb);

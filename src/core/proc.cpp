@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "proc.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../debug/interpreter.h"
@@ -11,6 +12,12 @@ namespace {
 constexpr unsigned long COMMAND_BUFFER = 132;
 constexpr long TOO_LONG = -22;   // -EINVAL
 constexpr long UNREADABLE = -14; // -EFAULT
+
+long refused(long error)
+{
+    gpon::count(GPON_COUNT_commands_refused);
+    return error;
+}
 
 const char* switch_name()
 {
@@ -23,9 +30,10 @@ long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
 {
     char command[COMMAND_BUFFER] = {};
     if (count >= COMMAND_BUFFER)
-        return TOO_LONG;
+        return refused(TOO_LONG);
     if (copy_from_user(command, user_text, count) != 0)
-        return UNREADABLE;
+        return refused(UNREADABLE);
+    gpon::count(GPON_COUNT_operator_commands);
     gpon_dbg_words words = {};
     const i32 found = gpon::split_words(command, words);
     const gpon::control_guard control;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "store_commands.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../hash/dump.h"
 #include "../hash/generation.h"
@@ -108,6 +109,7 @@ u32 gpon_dbg_clean_flow_rule(u32 argc, const char* const* argv, const gpon_dbg_c
     printk("del hashVal = %d traceIndex = %d\n", hash_val, index);
     if (hash_val == 0) {
         printk("del All Flow Rule Data:\n");
+        gpon::count(GPON_COUNT_flushes_by_operator);
         gpon_hash_clean_all_safe();
     }
     gpon_hash_delete_node_safe(static_cast<u32>(hash_val), static_cast<u16>(index));

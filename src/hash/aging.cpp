@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "aging.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "crc32.h"
+#include "rule_events.h"
 
 using gpon::bh_lock;
 
@@ -49,6 +51,7 @@ void gpon_hash_delete_aging_node(void)
 {
     gpon_hash_table& table = gpon_hash_table_record;
     log_trace("[%s][%d]: Enter\n");
+    gpon::count(GPON_COUNT_sweeps);
     if (table.total_num == 0) {
         log_trace("[%s][%d]: total_num is zero\n");
         return;
@@ -58,10 +61,13 @@ void gpon_hash_delete_aging_node(void)
     for (u32 i = 0; i < table.table_size; ++i) {
         gpon_hash_bucket& bucket = table.buckets[i];
         gpon::for_each_rule(bucket, [&](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
-            if (rule->hit == 0)
-                gpon::delete_rule(table, bucket, rule);
-            else
+            if (rule->hit != 0) {
                 rule->hit = 0;
+                return;
+            }
+            gpon::report_gone(*rule, GPON_RULE_AGED);
+            gpon::delete_rule(table, bucket, rule);
+            gpon::count(GPON_COUNT_rules_aged);
         });
     }
 }

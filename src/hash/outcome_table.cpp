@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "outcome_table.h"
 
+#include "../base/counters.h"
 #include "../base/memory.h"
+#include "rule_use.h"
 
 GPON_MODULE_DATA constinit gpon::outcome_set gpon::outcome_sets[1u << OUTCOME_SET_BITS] = {};
 
@@ -14,9 +16,9 @@ void fill(gpon::outcome& place, const gpon::outcome_key& key, u64 generation, u1
     GPON_REQUIRES(gpon_hash_lock)
 {
     gpon::store_relaxed(place.generation, UNSETTLED);
-    gpon::store_release(place.key[0], key.word[0]);
-    gpon::store_release(place.key[1], key.word[1]);
-    gpon::store_release(place.key[2], key.word[2] | u64{gemport_id} << gpon::GEM_PORT_SHIFT);
+    gpon::store_release(place.key[0], key.first);
+    gpon::store_release(place.key[1], key.middle);
+    gpon::store_release(place.key[2], key.last | u64{gemport_id} << gpon::GEM_PORT_SHIFT);
     gpon::store_release(place.generation, generation);
 }
 
@@ -33,19 +35,23 @@ bool is_worth_the_lock(const gpon::outcome_set& set, u64 generation)
 
 } // namespace
 
-void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id)
+void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id,
+                            std::span<const u8> rule_key)
 {
     outcome_set& set = outcome_set_of(key);
     if (!is_worth_the_lock(set, generation))
         return;
     const bh_lock lock(gpon_hash_lock);
     // Another CPU may have remembered the same flow since this packet's lookup.
-    u16 known = 0;
+    known_outcome known = {};
     if (!still_holds(generation) || find_outcome(key, generation, &known))
         return;
     for (outcome& place : set.place)
         if (place.generation != generation) {
             fill(place, key, generation, gemport_id);
+            take_place(place, direction_of(key), find_rule(rule_key));
+            count(GPON_COUNT_outcomes_remembered);
             return;
         }
+    count(GPON_COUNT_outcomes_no_place);
 }

@@ -38,9 +38,10 @@
  * Statements 1 and 2 hold as long as the generation does.
  *
  * Read. A packet reads the generation at its start. A place with the same number contains the
- * result of a replay at the moment of that read. Packets write nothing: the mark of the rule is
- * already set (1), so aging, dumps and the contents of the rule table are the same as if every
- * frame replayed. A number is never used twice and an odd one is never stored, so a place never
+ * result of a replay at the moment of that read. Packets write nothing that CPUs share: the mark of
+ * the rule is already set (1), so aging, dumps and the contents of the rule table are the same as
+ * if every frame replayed. A packet only counts its use of the place, in the record of its CPU
+ * (rule_use.h). A number is never used twice and an odd one is never stored, so a place never
  * becomes valid again.
  *
  * Torn reads. A place is filled at most once in a generation. The writer clears the generation,
@@ -48,7 +49,7 @@
  * number, reads the words by acquire loads and finds the same number again: it has read the words
  * of this fill.
  *
- * Cost. Two multiplications select the set; no lock, no CRC, no allocation, no per-CPU data. A set
+ * Cost. Two multiplications select the set; no lock, no CRC, no allocation. A set
  * with two places of this generation takes no third flow, which replays as it does without the
  * table and without taking the lock to remember. The rule table has at most 1024 rules and the
  * outcome table 1024 places, but flows meet in sets: with n flows of a generation, some sets are
@@ -59,12 +60,23 @@
 
 #include "generation.h"
 
+struct gpon_flow_rule;
+
 namespace gpon {
 
-/* A rule key of at most two tags. Bits 48 to 63 of the last word are 0. */
+/* A rule key of at most two tags. Bits 48 to 63 of the last word are 0. Three words and no array,
+ * which would be on the stack of each call. */
 struct outcome_key {
-    u64 word[3];
+    u64 first;
+    u64 middle;
+    u64 last;
 };
+
+/* fwd_flag of the frames. */
+[[nodiscard]] constexpr u16 direction_of(const outcome_key& key)
+{
+    return static_cast<u16>(key.last >> 32);
+}
 
 struct outcome {
     u64 key[3]; /* the last word with the GEM port id in bits 48 to 63 */
@@ -87,34 +99,45 @@ constexpr u32 GEM_PORT_SHIFT = 48;
 [[nodiscard]] inline outcome_set& outcome_set_of(const outcome_key& key)
 {
     constexpr u64 ODD = 0x9E3779B97F4A7C15u; // 2^64 by the golden ratio
-    const u64 mixed = (key.word[0] ^ key.word[2] << 15) * ODD;
-    return outcome_sets[((mixed >> 32 ^ key.word[1]) * ODD) >> (64 - OUTCOME_SET_BITS)];
+    const u64 mixed = (key.first ^ key.last << 15) * ODD;
+    return outcome_sets[((mixed >> 32 ^ key.middle) * ODD) >> (64 - OUTCOME_SET_BITS)];
 }
 
-/* Returns true and the GEM port id (0 if the direction has none) if the outcome of a frame with
- * this key is known in this generation. Through a pointer, because gcc does not remove the flag of
- * an optional from this fast path. Any context. */
-[[nodiscard]] inline bool find_outcome(const outcome_key& key, u64 generation, u16* gemport_id)
+[[nodiscard]] inline size_t place_index(const outcome& place)
+{
+    return static_cast<size_t>(&place - &outcome_sets[0].place[0]);
+}
+
+/* A place and the GEM port id in it, 0 if the direction has none. */
+struct known_outcome {
+    const outcome* place;
+    u16 gemport_id;
+};
+
+/* Returns true and the outcome of a frame with this key if it is known in this generation. Through
+ * a pointer, because gcc does not remove the flag of an optional from this fast path. Any context.
+ */
+[[nodiscard]] inline bool find_outcome(const outcome_key& key, u64 generation, known_outcome* known)
 {
     for (const outcome& place : outcome_set_of(key).place) {
         if (load_acquire(place.generation) != generation ||
-            load_acquire(place.key[0]) != key.word[0] || load_acquire(place.key[1]) != key.word[1])
+            load_acquire(place.key[0]) != key.first || load_acquire(place.key[1]) != key.middle)
             continue;
         const u64 last = load_acquire(place.key[2]);
         const u64 port = last >> GEM_PORT_SHIFT;
-        if ((last ^ port << GEM_PORT_SHIFT) != key.word[2] ||
+        if ((last ^ port << GEM_PORT_SHIFT) != key.last ||
             load_relaxed(place.generation) != generation)
             continue;
-        *gemport_id = static_cast<u16>(port);
+        *known = {&place, static_cast<u16>(port)};
         return true;
     }
     return false;
 }
 
 /* Remembers the outcome of a replay that began in this generation, if that still holds and the set
- * has a place. Packet path. */
-void remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id)
-    GPON_EXCLUDES(gpon_hash_lock);
+ * has a place. rule_key is the key of the replayed rule. Packet path. */
+void remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id,
+                      std::span<const u8> rule_key = {}) GPON_EXCLUDES(gpon_hash_lock);
 
 } // namespace gpon
 

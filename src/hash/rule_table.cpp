@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "rule_table.h"
 
-#include <span>
-
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "aging.h"
 #include "crc32.h"
+#include "rule_events.h"
+#include "rule_use.h"
 
 using gpon::bh_lock;
 
@@ -45,10 +46,11 @@ bool has_key(const gpon_flow_rule& rule, key_bytes key)
     return rule.key_len == key.size() && same_key(rule.key, key);
 }
 
-void free_rule(gpon_flow_rule* rule)
+void free_rule(gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock)
 {
     if (!rule)
         return;
+    gpon::leave_places(*rule);
     kfree(rule->key);
     kfree(rule->trace);
     kfree(rule);
@@ -73,7 +75,7 @@ void unlink(gpon_flow_rule* rule)
     link.pprev = POISON_PPREV;
 }
 
-[[nodiscard]] gpon_flow_rule* find_rule(key_bytes key, u32 hash) GPON_REQUIRES(gpon_hash_lock)
+[[nodiscard]] gpon_flow_rule* find_in_bucket(key_bytes key, u32 hash) GPON_REQUIRES(gpon_hash_lock)
 {
     const gpon_hash_table& table = gpon_hash_table_record;
     if (!table.buckets)
@@ -83,6 +85,18 @@ void unlink(gpon_flow_rule* rule)
         if (has_key(*gpon::rule_of(node), key))
             return gpon::rule_of(node);
     return nullptr;
+}
+
+// Overwrites the steps of a rule with this key; false if the rule has another one.
+[[nodiscard]] bool learn_again(gpon_flow_rule& rule, key_bytes key, const gpon_rule_trace& trace)
+    GPON_REQUIRES(gpon_hash_lock)
+{
+    if (!has_key(rule, key))
+        return false;
+    gpon::begin_generation();
+    *rule.trace = trace;
+    rule.hit = 1;
+    return true;
 }
 
 [[nodiscard]] gpon_flow_rule* make_rule(key_bytes key, const gpon_rule_trace& trace)
@@ -102,7 +116,26 @@ void unlink(gpon_flow_rule* rule)
     rule->key_len = static_cast<u16>(key.size());
     rule->trace = trace_copy.release();
     rule->hit = 1;
+    rule->last_used = get_jiffies_64();
     return rule.release();
+}
+
+void lose_in_new_table(const gpon_flow_rule& old) GPON_REQUIRES(gpon_hash_lock)
+{
+    gpon::count(GPON_COUNT_rules_lost_by_growth);
+    gpon::report_gone(old, GPON_RULE_LOST);
+}
+
+void move_to_new_table(gpon_flow_rule& old) GPON_REQUIRES(gpon_hash_lock)
+{
+    const key_bytes key = {old.key, old.key_len};
+    gpon_flow_rule* copy = gpon_hash_place_rule(key, *old.trace) == GPON_COUNT_rules_learnt
+                               ? gpon::find_rule(key)
+                               : nullptr;
+    if (copy)
+        gpon::inherit_use(*copy, old);
+    else
+        lose_in_new_table(old);
 }
 
 constexpr u32 bucket_count_for(u32 requested)
@@ -116,6 +149,11 @@ constexpr u32 bucket_count_for(u32 requested)
 }
 
 } // namespace
+
+gpon_flow_rule* gpon::find_rule(key_bytes key)
+{
+    return find_in_bucket(key, gpon_hash_calc_key(key.data(), static_cast<u16>(key.size())));
+}
 
 void gpon::delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)
 {
@@ -146,9 +184,8 @@ void gpon_hash_rehash_new_table(void)
 {
     for (u32 i = 0; i < gpon_hash_old_table.table_size; ++i)
         gpon::for_each_rule(gpon_hash_old_table.buckets[i],
-                            [](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
-                                gpon_hash_add_node(rule->key, rule->key_len, rule->trace);
-                            });
+                            [](gpon_flow_rule* rule)
+                                GPON_REQUIRES(gpon_hash_lock) { move_to_new_table(*rule); });
 }
 
 i32 gpon_hash_expand_table(void)
@@ -163,6 +200,7 @@ i32 gpon_hash_expand_table(void)
     }
     gpon_hash_old_table = table;
     if (gpon_hash_inflate_table(table.table_size * 2) != 0) {
+        gpon::count(GPON_COUNT_table_growths_failed);
         log_error("[%s][%d] gpon_hash_inflate_table Fail\n");
         table = gpon_hash_old_table;
         return -1;
@@ -170,54 +208,63 @@ i32 gpon_hash_expand_table(void)
     gpon_hash_rehash_new_table();
     // Rules that collide in the new table are lost; freeing the old ones begins a new generation.
     gpon_hash_destroy_table(&gpon_hash_old_table);
+    gpon::count(GPON_COUNT_table_growths);
+    gpon::report_growth(table.table_size);
     return 0;
 }
 
-i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+gpon_counter gpon_hash_place_rule(key_bytes key, const gpon_rule_trace& trace)
 {
+    constexpr log_context log = log_context::of<gpon_hash_add_node>();
     gpon_hash_table& table = gpon_hash_table_record;
-    if (!key || !trace) {
-        log_error("[%s][%d] end, Parameter is NULL\n");
-        return -1;
-    }
     if (!table.buckets)
-        return -1;
+        return GPON_COUNT_rules_no_memory;
     if (gpon_hash_expand_table() != 0) {
-        log_error("[%s][%d] gpon_hash_expand_table Fail\n");
-        return -1;
+        log.error("[%s][%d] gpon_hash_expand_table Fail\n");
+        return GPON_COUNT_rules_no_memory;
     }
-    const u32 hash = gpon_hash_calc_key(key, key_len);
+    const u32 hash = gpon_hash_calc_key(key.data(), static_cast<u16>(key.size()));
     const u32 at = hash & (table.table_size - 1);
     gpon_hash_bucket& bucket = table.buckets[at];
-    log_trace("[%s][%d] table num = %d, tableIdx = %d, hashVal=%#x, stHsV=%#x\n", table.total_num,
+    log.trace("[%s][%d] table num = %d, tableIdx = %d, hashVal=%#x, stHsV=%#x\n", table.total_num,
               at, hash, bucket.hash_val);
     if (bucket.first) {
-        gpon_flow_rule* head = gpon::rule_of(bucket.first);
-        if (has_key(*head, {key, key_len})) {
-            gpon::begin_generation();
-            *head->trace = *trace;
-            head->hit = 1;
-        }
-        log_trace("[%s][%d] end, rule already exist,update rule value\n");
-        return 0;
+        const bool same = learn_again(*gpon::rule_of(bucket.first), key, trace);
+        log.trace("[%s][%d] end, rule already exist,update rule value\n");
+        return same ? GPON_COUNT_rules_relearnt : GPON_COUNT_rules_bucket_taken;
     }
     bucket.hash_val = hash;
-    gpon_flow_rule* rule = make_rule({key, key_len}, *trace);
+    gpon_flow_rule* rule = make_rule(key, trace);
     if (!rule) {
-        log_error("[%s][%d] end, kzalloc fail\n");
-        return -1;
+        log.error("[%s][%d] end, kzalloc fail\n");
+        return GPON_COUNT_rules_no_memory;
     }
     push(bucket, rule);
     ++table.total_num;
     ++bucket.node_num;
-    return 0;
+    return GPON_COUNT_rules_learnt;
+}
+
+i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+{
+    if (!key || !trace) {
+        log_error("[%s][%d] end, Parameter is NULL\n");
+        return -1;
+    }
+    const gpon_counter result = gpon_hash_place_rule({key, key_len}, *trace);
+    gpon::count(result);
+    if (result == GPON_COUNT_rules_learnt)
+        gpon::report_learnt(*gpon::find_rule({key, key_len}));
+    return result == GPON_COUNT_rules_no_memory ? -1 : 0;
 }
 
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace, u64 walked_in)
 {
     const bh_lock lock(gpon_hash_lock);
-    if (walked_in != gpon::ANY_STORE && !gpon::store_is_unchanged(walked_in))
+    if (walked_in != gpon::ANY_STORE && !gpon::store_is_unchanged(walked_in)) {
+        gpon::count(GPON_COUNT_rules_outdated);
         return 0;
+    }
     return gpon_hash_add_node(key, key_len, trace);
 }
 
@@ -230,13 +277,14 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
     const u32 hash = gpon_hash_calc_key(key, key_len);
     {
         const bh_lock lock(gpon_hash_lock);
-        gpon_flow_rule* rule = find_rule({key, key_len}, hash);
+        gpon_flow_rule* rule = find_in_bucket({key, key_len}, hash);
         if (!rule)
             return -1;
         *out = *rule->trace;
         // Write only on change: otherwise the cache line bounces between CPUs.
         if (rule->hit == 0)
             rule->hit = 1;
+        gpon::add_use(*rule);
     }
     log_trace("[%s][%d] end, get rule success\n");
     return 0;
@@ -250,8 +298,11 @@ i32 gpon_hash_delete_node_safe(u32 hash_val, u16 index)
         return 0;
     gpon_hash_bucket* bucket = &table->buckets[hash_val & (table->table_size - 1)];
     gpon::for_each_rule(*bucket, [=](gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
-        if (rule->index == index)
-            gpon::delete_rule(*table, *bucket, rule);
+        if (rule->index != index)
+            return;
+        gpon::report_gone(*rule, GPON_RULE_DELETED);
+        gpon::delete_rule(*table, *bucket, rule);
+        gpon::count(GPON_COUNT_rules_deleted);
     });
     return 0;
 }
@@ -265,7 +316,8 @@ i32 gpon_hash_clean_table_node(gpon_hash_table* table)
     gpon::begin_generation();
     for (u32 i = 0; i < table->table_size; ++i) {
         gpon_hash_bucket& bucket = table->buckets[i];
-        gpon::for_each_rule(bucket, free_rule);
+        gpon::for_each_rule(bucket, [](gpon_flow_rule* rule)
+                                        GPON_REQUIRES(gpon_hash_lock) { free_rule(rule); });
         bucket.first = nullptr;
         bucket.node_num = 0;
     }
@@ -276,6 +328,8 @@ i32 gpon_hash_clean_table_node(gpon_hash_table* table)
 i32 gpon_hash_clean_all_safe(void)
 {
     const bh_lock lock(gpon_hash_lock);
+    count_many(GPON_COUNT_rules_flushed, gpon_hash_table_record.total_num);
+    gpon::report_all_gone(gpon_hash_table_record, GPON_RULE_FLUSHED);
     return gpon_hash_clean_table_node(&gpon_hash_table_record);
 }
 

@@ -20,6 +20,7 @@
  *     | trace   |---> gpon_rule_trace: ten steps of class id and instance id, 40 bytes
  *     | hit     |     1: used since the last sweep
  *     | link    |---> next rule of the chain, always null (see quirks)
+ *     | hits... |     uses, for observers (rule_use.h)
  *     +---------+
  *
  *     bucket of a key = gpon_hash_calc_key(key), a mixed CRC-32, modulo table_size
@@ -43,6 +44,8 @@
 #ifndef GPON_HASH_RULE_TABLE_H
 #define GPON_HASH_RULE_TABLE_H
 
+#include <span>
+
 #include "../include/packet_flow.h"
 #include "generation.h"
 
@@ -59,6 +62,10 @@ struct gpon_flow_rule {
     gpon_rule_trace* trace;
     u32 hit; /* 1 = used since the last sweep */
     hlist_node link;
+    /* For observers only (rule_use.h). */
+    u64 hits;
+    unsigned long last_used;
+    u16 first_place;
 };
 
 struct gpon_hash_bucket {
@@ -94,6 +101,10 @@ i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* t
 i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 
+/* The work of gpon_hash_add_node, and its messages. Returns the counter of the result. */
+gpon_counter gpon_hash_place_rule(std::span<const u8> key, const gpon_rule_trace& trace)
+    GPON_REQUIRES(gpon_hash_lock);
+
 /* Returns 0 and a copy of the trace in out, and marks the rule as used; -1 without such a key. */
 i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
     GPON_EXCLUDES(gpon_hash_lock);
@@ -126,6 +137,9 @@ namespace gpon {
     return reinterpret_cast<gpon_flow_rule*>(reinterpret_cast<u8*>(node) -
                                              offsetof(gpon_flow_rule, link));
 }
+
+/* The rule with this key, or null. */
+[[nodiscard]] gpon_flow_rule* find_rule(std::span<const u8> key) GPON_REQUIRES(gpon_hash_lock);
 
 /* Unlinks and frees one rule of a bucket of the table. */
 void delete_rule(gpon_hash_table& table, gpon_hash_bucket& bucket, gpon_flow_rule* rule)

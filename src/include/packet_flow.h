@@ -23,6 +23,13 @@ enum fwd_status : i32 {
     FLOW_PKT_FORWARD_DONE = 3 /* egress reached */
 };
 
+/* Why branches of a walk ended. */
+enum walk_obstacle : u8 {
+    WALK_FILTERED = 1,    /* a VLAN filter dropped the frame */
+    WALK_STEP_FAILED = 2, /* a step returned an error */
+    WALK_TOO_DEEP = 4     /* the next level is the tenth */
+};
+
 constexpr u8 MAX_RECURSION_NUM = 10;
 /* Stacked tags in a summary; tag_num may be larger. */
 constexpr u8 GPON_MAX_TAGS = 4;
@@ -57,6 +64,7 @@ struct gpon_walk_result {
     u8 recurse_num;
     gpon_rule_trace trace; /* indexed by depth */
     i32 ret_val;           /* fwd_status, 0 = none yet */
+    u8 obstacles;          /* walk_obstacle bits of all branches, for the counters */
     /* The bridge port and the filter found last. Ports of a bridge are tried in list order, so the
      * next search starts there. Valid in the walk's RCU read-side section. */
     const gpon_me_inst* last_port = nullptr;

@@ -20,6 +20,7 @@ namespace {
     *copy = *inst;
     gpon_flow_list_update_related_id(copy->related, update);
     gpon::replace(inst, copy.release());
+    gpon::report_instance(update->related_class_id, update->related_inst_id, GPON_INSTANCE_LINKED);
     return 0;
 }
 
@@ -43,6 +44,7 @@ namespace {
     gpon_flow_list_update_related_id(parts.related.get(), update);
     parts.move_to(*inst);
     gpon::append(info.head, inst.release());
+    gpon::report_instance(update->related_class_id, update->related_inst_id, GPON_INSTANCE_CREATED);
     return 0;
 }
 

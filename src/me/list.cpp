@@ -70,6 +70,18 @@ void related_data_to(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LIS
 
 } // namespace
 
+void gpon::report_instance(u16 class_id, u16 inst_id, gpon_instance_change change)
+{
+    if (!wants_events())
+        return;
+    gpon_event event = {};
+    event.kind = GPON_EVENT_INSTANCE_CHANGED;
+    event.cause = change;
+    event.class_id = class_id;
+    event.inst_id = inst_id;
+    send_event(&event);
+}
+
 void gpon::append(list_head* head, gpon_me_inst* inst)
 {
     list_head* last = head->prev;
@@ -107,6 +119,7 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
             return -1;
         }
         log_trace("[%s][%d]: Update Inst Success\n");
+        gpon::report_instance(entry->class_id, cmd->inst_id, GPON_INSTANCE_SET);
         return 0;
     }
     log_trace("[%s][%d]: Add New Inst\n");
@@ -129,6 +142,7 @@ i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd)
     parts.move_to(*inst);
     gpon::append(info->head, inst.release());
     log_trace("[%s][%d]: Add New Inst Success\n");
+    gpon::report_instance(entry->class_id, cmd->inst_id, GPON_INSTANCE_CREATED);
     return 0;
 }
 
@@ -147,6 +161,7 @@ i32 gpon_flow_list_delete_inst(const gpon_me_entry* entry, u16 inst_id, i32 all)
         if (all != 1 && inst->inst_id != inst_id)
             continue;
         unlink(inst->link);
+        gpon::report_instance(entry->class_id, inst->inst_id, GPON_INSTANCE_DELETED);
         call_rcu(&inst->rcu, free_inst);
     }
     log_error("[%s][%d] Delete inst Success\r\n");

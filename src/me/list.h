@@ -138,6 +138,10 @@ inline void copy_related_data(const gpon_me_inst* inst, std::span<u8> out) GPON_
         copy_bytes(out.data(), inst->related, out.size());
 }
 
+/* Reports a change of an instance, if somebody listens. Control path. */
+[[gnu::cold, gnu::noinline]] void report_instance(u16 class_id, u16 inst_id,
+                                                  gpon_instance_change change);
+
 /* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of
  * it, which shares everything the node owns, and frees the node after its readers. */
 void append(list_head* head, gpon_me_inst* inst) GPON_CHANGES_LISTS;

@@ -69,7 +69,7 @@ constexpr gpon_me_next_class NEXT[] = {{me_class::mapper, UP_ANI},
 GPON_MODULE_DATA constinit list_head gpon_mbpcd_list = {&gpon_mbpcd_list, &gpon_mbpcd_list};
 
 constinit const gpon_me_list_info mbpcdListInfo = {
-    .dump_raw = gpon::dump_fields<FIELDS>,
+    .dump_raw = gpon::dump_fields,
     .raw_size = sizeof(gpon_raw_mbpcd),
     .related_info = RELATED,
     .related_info_size = sizeof(RELATED),
@@ -104,10 +104,12 @@ struct bridge_port {
     void run_filter(fwd_status status_when_passed) GPON_READS_LISTS
     {
         op.related_inst_id = filter.instId;
-        if (filter.instExist != 1 || vtfd_filter_handle(skb, &op) == 0)
+        if (filter.instExist != 1 || vtfd_filter_handle(skb, &op) == 0) {
             result->ret_val = status_when_passed;
-        else
-            log.error("[%s][%d] end, vtfd_filter_handle fail.\n");
+            return;
+        }
+        result->obstacles |= WALK_FILTERED;
+        log.error("[%s][%d] end, vtfd_filter_handle fail.\n");
     }
 
     // Into the bridge: VLAN operations before the filter. The walk of this half ends here.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "flow.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../me_class/gemctp_gem_port_network_ctp.h"
@@ -95,13 +96,40 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
     return 0;
 }
 
-// Replays the rule that the lookup found.
-void replay_rule(sk_buff* skb, u16 fwd_flag, u64 generation, const gpon::outcome_key* key,
-                 gpon_walk_result* result)
+gpon_counter calls_of(u16 fwd_flag)
 {
+    switch (fwd_flag) {
+    case UP_UNI:
+        return GPON_COUNT_calls_up_uni;
+    case UP_ANI:
+        return GPON_COUNT_calls_up_ani;
+    case DOWN_UNI:
+        return GPON_COUNT_calls_down_uni;
+    case DOWN_ANI:
+        return GPON_COUNT_calls_down_ani;
+    default:
+        return GPON_COUNT_calls_unknown;
+    }
+}
+
+// Why a walk failed. A branch may end for several reasons; the one that explains most comes first.
+gpon_counter failure_of(const gpon_walk_result& result)
+{
+    if (result.obstacles & WALK_TOO_DEEP)
+        return GPON_COUNT_walks_too_deep;
+    if (result.obstacles & WALK_STEP_FAILED)
+        return GPON_COUNT_walks_step_failed;
+    return result.obstacles & WALK_FILTERED ? GPON_COUNT_walks_filtered : GPON_COUNT_walks_no_path;
+}
+
+// Replays the rule that the lookup found.
+void replay_rule(sk_buff* skb, const gpon_pkt_info& info, u16 fwd_flag, u64 generation,
+                 const gpon::outcome_key* key, gpon_walk_result* result)
+{
+    gpon::count(GPON_COUNT_replays);
     gpon_fwd_info step = {0, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
-    gpon::remember_replay(key, fwd_flag, generation, every_step_made, result->gemport_id);
+    gpon::remember_replay(key, info, fwd_flag, generation, every_step_made, result->gemport_id);
 }
 
 } // namespace
@@ -182,6 +210,7 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
 {
     const u64 store = current_store();
     const packet_log log = packet_log::of<gpon_pkt_general_flow_func>(skb);
+    gpon::count(calls_of(fwd_flag));
     const rcu_reader reader;
     gpon_walk_result result;
     gpon_pkt_info info;
@@ -190,12 +219,16 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
         return -1;
     }
     if (lookup_rule(info, fwd_flag, &result.trace) == 0) {
-        replay_rule(skb, fwd_flag, generation, key, &result);
+        replay_rule(skb, info, fwd_flag, generation, key, &result);
         log.trace("[%s][%d]: Rule already exist!\n");
         return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
     }
-    if (walk(skb, fwd_flag, &result, log) != 0)
+    gpon::count(GPON_COUNT_walks);
+    if (walk(skb, fwd_flag, &result, log) != 0) {
+        gpon::count(failure_of(result));
         return -1;
+    }
+    gpon::count(GPON_COUNT_walks_done);
     if (learn_rule(info, fwd_flag, result.trace, store) != 0) {
         log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;

@@ -60,16 +60,14 @@ struct frame {
 
     [[nodiscard]] static frame of(const sk_buff* skb)
     {
-        u32 length = 0;
-        const u8* first = skb_frame(skb, &length);
-        return {{first, length}};
+        const gpon_frame_bytes readable = skb_frame(skb);
+        return {{readable.first, readable.bytes}};
     }
 
     [[nodiscard]] static frame from_mac_header(const sk_buff* skb)
     {
-        u32 length = 0;
-        const u8* first = skb_mac_frame(skb, &length);
-        return {{first, length}};
+        const gpon_frame_bytes readable = skb_mac_frame(skb);
+        return {{readable.first, readable.bytes}};
     }
 
     [[nodiscard]] bool holds(size_t offset, size_t count) const

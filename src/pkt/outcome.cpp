@@ -2,7 +2,7 @@
 #include "outcome.h"
 
 #include "../base/log.h"
-#include "../base/optional.h"
+#include "../hash/outcome_table.h"
 #include "flow.h"
 #include "header.h"
 #include "rule.h"
@@ -24,28 +24,29 @@ bool is_silent(const sk_buff* skb)
     return gpon::debug_level() == 0 && !(gpon::flag_word_of(skb) & GPON_FLOW_TRACE_MARK);
 }
 
-// The packed rule key of a frame. None for a frame whose rule key has more than two tags or reads
-// beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
-[[gnu::always_inline]] inline gpon::optional<gpon::outcome_key> make_key(const sk_buff* skb,
-                                                                         u16 fwd_flag)
+// Writes the packed rule key of a frame. False for a frame whose rule key has more than two tags or
+// reads beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
+[[gnu::always_inline]] inline bool make_key(const sk_buff* skb, u16 fwd_flag,
+                                            gpon::outcome_key* key)
 {
     constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
                   LAST_TYPE = INNER + gpon::TAG_BYTES;
     const gpon::frame f = gpon::frame::of(skb);
     if (f.bytes.size() < LAST_TYPE + sizeof(u16))
-        return {};
+        return false;
     u32 outer = 0;
     u32 inner = 0;
     if (gpon::is_tpid(f.be16(OUTER))) {
         outer = f.word_at<u32>(OUTER);
         if (gpon::is_tpid(f.be16(INNER))) {
             if (gpon::is_tpid(f.be16(LAST_TYPE)))
-                return {};
+                return false;
             inner = f.word_at<u32>(INNER);
         }
     }
-    return gpon::outcome_key{{f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
-                              inner | u64{fwd_flag} << 32}};
+    *key = {f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
+            inner | u64{fwd_flag} << 32};
+    return true;
 }
 
 // True if each replay has the same result. Upstream towards the ANI every step must have succeeded:
@@ -72,6 +73,14 @@ bool is_repeatable(u16 fwd_flag, bool every_step_made)
     return gpon::choose_queue(skb, gemport_id);
 }
 
+// Out of line: the key of a known frame stays in registers, only this copy has an address.
+[[gnu::noinline]] i32 classify_with_key(sk_buff* skb, u16 fwd_flag, u64 generation, u64 first,
+                                        u64 middle, u64 last)
+{
+    const gpon::outcome_key key = {first, middle, last};
+    return gpon::classify(skb, fwd_flag, generation, &key);
+}
+
 } // namespace
 
 i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
@@ -83,23 +92,25 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     }
     const u64 generation = gpon::current_generation();
     if (is_silent(skb) && outcomes_are_used())
-        if (const gpon::optional<gpon::outcome_key> key = make_key(skb, fwd_flag)) {
-            if (u16 gemport_id = 0; gpon::find_outcome(*key, generation, &gemport_id))
-                return apply_outcome(skb, fwd_flag, gemport_id);
-            // The key of a known frame stays in registers: only this copy has an address.
-            const gpon::outcome_key kept = *key;
-            return gpon::classify(skb, fwd_flag, generation, &kept);
+        if (gpon::outcome_key key; make_key(skb, fwd_flag, &key)) {
+            if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
+                count_use(gpon::place_index(*known.place));
+                return apply_outcome(skb, fwd_flag, known.gemport_id);
+            }
+            return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);
         }
     return gpon::classify(skb, fwd_flag, generation, nullptr);
 }
 
-void gpon::remember_replay(const outcome_key* key, u16 fwd_flag, u64 generation,
-                           bool every_step_made, u16 gemport_id)
+void gpon::remember_replay(const outcome_key* key, const gpon_pkt_info& info, u16 fwd_flag,
+                           u64 generation, bool every_step_made, u16 gemport_id)
 {
     // The replay read the store without a lock. Its loads must not be done after the next frame of
     // this CPU reads the generation: that frame could use an outcome older than what this one saw.
     // The loads are ordered before this barrier, and that read comes after it.
     order_loads();
-    if (key && is_repeatable(fwd_flag, every_step_made))
-        remember_outcome(*key, generation, gemport_id);
+    if (!key || !is_repeatable(fwd_flag, every_step_made))
+        return;
+    const rule_key rule = rule_key::of(info, fwd_flag);
+    remember_outcome(*key, generation, gemport_id, {rule.bytes, rule.length});
 }

@@ -18,10 +18,10 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
 namespace gpon {
 
 /* Remembers the result of the replay of a rule, if every replay has this result. The key is that of
- * the frame before the replay, or null if nothing is to be remembered for it; the generation is the
- * one that was current before the lookup of the rule. */
-void remember_replay(const outcome_key* key, u16 fwd_flag, u64 generation, bool every_step_made,
-                     u16 gemport_id);
+ * the frame before the replay, or null if nothing is to be remembered for it; info is its summary;
+ * the generation is the one that was current before the lookup of the rule. */
+void remember_replay(const outcome_key* key, const gpon_pkt_info& info, u16 fwd_flag,
+                     u64 generation, bool every_step_made, u16 gemport_id);
 
 } // namespace gpon
 

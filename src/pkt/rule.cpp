@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "rule.h"
 
+#include "../base/counters.h"
 #include "../base/log.h"
 #include "../hash/rule_table.h"
 #include "../me/registry.h"
@@ -9,17 +10,12 @@
 
 namespace {
 
-struct rule_key {
-    u8 bytes[GPON_RULE_KEY_BUFFER] = {};
-    u16 length = 0;
-
-    [[nodiscard]] static rule_key of(const gpon_pkt_info* info, u16 fwd_flag)
-    {
-        rule_key key;
-        gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
-        return key;
-    }
-};
+gpon::rule_key key_of(const gpon_pkt_info* info, u16 fwd_flag)
+{
+    gpon::rule_key key;
+    gpon_rule_generate_key(info, fwd_flag, key.bytes, &key.length);
+    return key;
+}
 
 // Appends fields of a key, without gaps.
 class key_writer {
@@ -37,6 +33,23 @@ public:
 private:
     u8* at_;
 };
+
+// Returns the length of the key.
+u16 write_key(const gpon_pkt_info& info, u16 fwd_flag, u8* key)
+{
+    key_writer writer(key);
+    writer.put(info.dst_mac);
+    writer.put(info.src_mac);
+    writer.put(info.port_id);
+    writer.put(fwd_flag);
+    u16 length = GPON_RULE_KEY_HEAD;
+    for (u8 i = 0; i < info.tag_num && i < GPON_MAX_TAGS; ++i) {
+        writer.put(info.tpid[i]);
+        writer.put(info.tci[i]);
+        length = static_cast<u16>(length + GPON_RULE_KEY_TAG);
+    }
+    return length;
+}
 
 enum class replay { next_step, ended, failed };
 
@@ -65,24 +78,21 @@ enum class replay { next_step, ended, failed };
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len)
 {
     log_trace("[%s][%d]: Enter\n");
-    key_writer writer(key);
-    writer.put(info->dst_mac);
-    writer.put(info->src_mac);
-    writer.put(info->port_id);
-    writer.put(fwd_flag);
-    *key_len = GPON_RULE_KEY_HEAD;
-    for (u8 i = 0; i < info->tag_num && i < GPON_MAX_TAGS; ++i) {
-        writer.put(info->tpid[i]);
-        writer.put(info->tci[i]);
-        *key_len = static_cast<u16>(*key_len + GPON_RULE_KEY_TAG);
-    }
+    *key_len = write_key(*info, fwd_flag, key);
+}
+
+gpon::rule_key gpon::rule_key::of(const gpon_pkt_info& info, u16 fwd_flag)
+{
+    rule_key key;
+    key.length = write_key(info, fwd_flag, key.bytes);
+    return key;
 }
 
 i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
                        u64 walked_in)
 {
     log_trace("[%s][%d]: Enter\n");
-    const rule_key key = rule_key::of(info, fwd_flag);
+    const gpon::rule_key key = key_of(info, fwd_flag);
     gpon_hash_add_node_safe(key.bytes, key.length, trace, walked_in);
     return 0;
 }
@@ -105,7 +115,7 @@ i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_r
 i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace)
 {
     log_trace("[%s][%d]: Enter\n");
-    const rule_key key = rule_key::of(info, fwd_flag);
+    const gpon::rule_key key = key_of(info, fwd_flag);
     return gpon_hash_get_rule_safe(key.bytes, key.length, trace);
 }
 
@@ -146,10 +156,12 @@ i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
     skb_set_gemport_id(skb, gemport_id);
     int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
     if (!queue_mapping) {
+        count(GPON_COUNT_queue_failures);
         log(skb).error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
         return -1;
     }
     if (queue_mapping(skb) != 0) {
+        count(GPON_COUNT_queue_failures);
         log(skb).error("[%s][%d]: no priority queue find!\n");
         return -1;
     }

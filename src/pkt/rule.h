@@ -41,6 +41,14 @@ i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_r
 
 namespace gpon {
 
+struct rule_key {
+    u8 bytes[GPON_RULE_KEY_BUFFER] = {};
+    u16 length = 0;
+
+    /* The key of a frame, without the message of gpon_rule_generate_key. */
+    [[nodiscard]] static rule_key of(const gpon_pkt_info& info, u16 fwd_flag);
+};
+
 /* gpon_rule_lookup_trace and gpon_rule_generate_trace for a caller that has the frame's summary. */
 [[nodiscard]] i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
 [[nodiscard]] i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,

@@ -98,6 +98,7 @@ struct next_class_row {
     if (!entry || !entry->fwd_op) {
         log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
                   step->classId);
+        result->obstacles |= WALK_STEP_FAILED;
         return -1;
     }
     result->trace.step[result->recurse_num - 1] = {step->classId, step->instId};
@@ -106,6 +107,7 @@ struct next_class_row {
     } else {
         if (entry->fwd_op->forward(skb, step, result) != 0) {
             log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
+            result->obstacles |= WALK_STEP_FAILED;
             return -1;
         }
         if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
@@ -161,10 +163,11 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
     ++result->recurse_num;
     log_trace("[%s][%d]: Enter, recurse_num = %d\n", result->recurse_num);
     i32 answer = -1;
-    if (result->recurse_num >= MAX_RECURSION_NUM)
+    if (result->recurse_num >= MAX_RECURSION_NUM) {
         printk("[%s][%d] end, Fail,recurse_num is MAX_RECURSION_NUM(%d)\n", __func__, __LINE__,
                MAX_RECURSION_NUM);
-    else
+        result->obstacles |= WALK_TOO_DEEP;
+    } else
         answer = walk_step(skb, fwd_info, result, log);
     --result->recurse_num;
     log.trace("[%s][%d] end, classId=%d,instId=0x%x, func_ret = %d,ret_val=%d,"

@@ -16,6 +16,7 @@ extern "C" {
 void* gpon_os_kzalloc(size_t bytes, unsigned flags);
 void gpon_os_kfree(const void* memory);
 void gpon_glue_drop_memory(void);
+void gpon_os_count_many(int counter, unsigned long amount);
 extern unsigned char kept_of_cpu[];
 extern const size_t kept_bytes;
 }
@@ -28,6 +29,7 @@ constexpr size_t SLOTS = 2;
 struct fake_kernel {
     std::map<const void*, size_t> live;
     bool has_memory = true;
+    unsigned long counted_failures = 0;
     std::function<void()> interrupt; // runs before the operation that is the nth from now
     int operations_until_interrupt = 0;
 };
@@ -67,6 +69,11 @@ void kfree(const void* block)
 size_t ksize(const void* block)
 {
     return kernel.live.at(block);
+}
+
+void gpon_os_count_many(int, unsigned long amount)
+{
+    kernel.counted_failures += amount;
 }
 
 void stub_before_operation()
@@ -192,6 +199,7 @@ TEST_P(kept_blocks, serve_where_the_kernel_has_no_memory)
     EXPECT_EQ(gpon_os_kzalloc(100, 0), kept);
     EXPECT_EQ(gpon_os_kzalloc(100, 0), nullptr);
     EXPECT_EQ(gpon_os_kzalloc(1000, 0), nullptr);
+    EXPECT_EQ(kernel.counted_failures, 2u);
     gpon_os_kfree(nullptr);
     gpon_os_kfree(kept);
 }

@@ -18,22 +18,19 @@ sk_buff packet_with_frame()
 TEST(packet, the_frame_is_that_of_the_caller)
 {
     const sk_buff packet = packet_with_frame();
-    unsigned int bytes = 0;
-    EXPECT_EQ(skb_frame(&packet, &bytes), bytes_of_frame);
-    EXPECT_EQ(bytes, sizeof(bytes_of_frame));
+    EXPECT_EQ(skb_frame(&packet).first, bytes_of_frame);
+    EXPECT_EQ(skb_frame(&packet).bytes, sizeof(bytes_of_frame));
 }
 
 TEST(packet, the_mac_frame_begins_at_its_offset_and_never_goes_beyond)
 {
     sk_buff packet = packet_with_frame();
-    unsigned int bytes = 0;
     packet.mac_offset = 4;
-    EXPECT_EQ(skb_mac_frame(&packet, &bytes), bytes_of_frame + 4);
-    EXPECT_EQ(bytes, 2u);
+    EXPECT_EQ(skb_mac_frame(&packet).first, bytes_of_frame + 4);
+    EXPECT_EQ(skb_mac_frame(&packet).bytes, 2u);
     for (const uint32_t outside : {6u, 7u, UINT32_MAX}) {
         packet.mac_offset = outside;
-        skb_mac_frame(&packet, &bytes);
-        EXPECT_EQ(bytes, 0u);
+        EXPECT_EQ(skb_mac_frame(&packet).bytes, 0u);
     }
 }
 
@@ -42,12 +39,8 @@ TEST(packet, without_a_frame_nothing_may_be_read)
     sk_buff packet;
     packet.bytes = 20;
     packet.mac_offset = 3;
-    unsigned int bytes = 1;
-    skb_frame(&packet, &bytes);
-    EXPECT_EQ(bytes, 0u);
-    bytes = 1;
-    skb_mac_frame(&packet, &bytes);
-    EXPECT_EQ(bytes, 0u);
+    EXPECT_EQ(skb_frame(&packet).bytes, 0u);
+    EXPECT_EQ(skb_mac_frame(&packet).bytes, 0u);
 }
 
 TEST(packet, platform_fields)

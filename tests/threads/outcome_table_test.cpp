@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr gpon::outcome_key KEY = {{1, 2, 3}};
+constexpr gpon::outcome_key KEY = {1, 2, 3};
 
 // The port tells the generation in which it was written.
 u16 port_of(u64 generation)
@@ -34,10 +34,10 @@ void read_until(const std::atomic<bool>& done, readings& seen)
         // The fill comes at another moment of each search.
         for (uint64_t wait = seen.found & 31; wait != 0; --wait)
             std::atomic_signal_fence(std::memory_order_seq_cst);
-        u16 port = 0;
-        if (gpon::find_outcome(KEY, generation, &port)) {
+        gpon::known_outcome known = {};
+        if (gpon::find_outcome(KEY, generation, &known)) {
             ++seen.found;
-            seen.wrong += port != port_of(generation);
+            seen.wrong += known.gemport_id != port_of(generation);
         }
     }
 }

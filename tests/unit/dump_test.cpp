@@ -15,7 +15,8 @@ struct cells {
     i32 answer = 0;
 } printed;
 
-i32 print_cells(const gpon_me_list_info&, const void*, char* values, char* header, char* extra, i32 length)
+i32 print_cells(const gpon_me_list_info&, const void*, char* values, char* header, char* extra,
+                i32 length)
 {
     EXPECT_EQ(length, 512);
     const auto put = [&](char* to, const std::string& text) {

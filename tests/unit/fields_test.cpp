@@ -108,7 +108,8 @@ struct texts {
     {
         values[0] = titles[0] = extra[0] = '\0';
         const gpon_me_list_info& info = *gpon::mirrored_class(class_id)->list_info;
-        answer = info.dump_raw(info, raw.data(), values.data(), titles.data(), extra.data(), length);
+        answer =
+            info.dump_raw(info, raw.data(), values.data(), titles.data(), extra.data(), length);
     }
     static std::string of(const std::string& buffer) { return buffer.c_str(); }
     static size_t end_of_writes(const std::string& buffer)

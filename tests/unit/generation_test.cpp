@@ -81,7 +81,7 @@ private:
 class generation : public loaded_module {
 protected:
     static constexpr u8 KEY[GPON_RULE_KEY_HEAD] = {1};
-    static constexpr gpon::outcome_key PACKED = {{1, 0, u64{UP_ANI} << 32}};
+    static constexpr gpon::outcome_key PACKED = {1, 0, u64{UP_ANI} << 32};
     static constexpr u16 ABSENT = 0xffff;
 
     // One frame: it uses its remembered outcome, or looks its rule up, replays it and remembers.
@@ -119,7 +119,7 @@ protected:
                     it.generation = gpon::current_generation();
                     at_start(it);
                 },
-                [&] { it.known = gpon::find_outcome(PACKED, it.generation, &it.port); },
+                [&] { it.known = find(it.generation, it.port); },
                 [&] {
                     if (!it.known)
                         it.found = gpon_hash_get_rule_safe(KEY, sizeof(KEY), &it.trace) == 0;
@@ -133,6 +133,15 @@ protected:
                         gpon::remember_outcome(PACKED, it.generation, it.port);
                     at_end(it);
                 }};
+    }
+
+    static bool find(u64 generation, u16& port)
+    {
+        gpon::known_outcome known = {};
+        if (!gpon::find_outcome(PACKED, generation, &known))
+            return false;
+        port = known.gemport_id;
+        return true;
     }
 
     // The number in a result is one that the store had while the frame was in progress.
@@ -161,7 +170,7 @@ protected:
     void expect_exact()
     {
         u16 port = 0;
-        if (!gpon::find_outcome(PACKED, gpon::current_generation(), &port))
+        if (!find(gpon::current_generation(), port))
             return;
         bool used = false;
         gpon_rule_trace trace = {};

@@ -351,9 +351,9 @@ TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
         bytes sent = frame(0, 60);
         for (u32 i = 0; i < 3; ++i)
             sent[9 + i] = static_cast<u8>(number >> 8 * i);
-        const gpon::outcome_key key = {{gpon::load_unaligned<u64>(sent.data()),
-                                        gpon::load_unaligned<u32>(sent.data() + 8),
-                                        u64{UP_ANI} << 32}};
+        const gpon::outcome_key key = {gpon::load_unaligned<u64>(sent.data()),
+                                       gpon::load_unaligned<u32>(sent.data() + 8),
+                                       u64{UP_ANI} << 32};
         const gpon::outcome_set* set = &gpon::outcome_set_of(key);
         if (!wanted)
             wanted = set;
@@ -422,10 +422,10 @@ TEST_F(outcome, a_walk_is_learnt_only_while_the_store_keeps_its_number)
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, began), 0);
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &steps, store_during), 0);
         EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "a change is under way";
-        const gpon::outcome_key packed = {{1, 2, 3}};
-        u16 port = 0;
+        const gpon::outcome_key packed = {1, 2, 3};
+        gpon::known_outcome known = {};
         gpon::remember_outcome(packed, during, 5);
-        EXPECT_FALSE(gpon::find_outcome(packed, during, &port)) << "nor is an outcome remembered";
+        EXPECT_FALSE(gpon::find_outcome(packed, during, &known)) << "nor is an outcome remembered";
         gpon_hash_clean_all_safe();
         EXPECT_FALSE(gpon::is_at_rest(gpon::current_generation()));
     }

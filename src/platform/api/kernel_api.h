@@ -13,6 +13,8 @@
 #define GPON_PLATFORM_KERNEL_API_H
 
 #include "../../base/thread_safety.h"
+#include "../../include/counters.h"
+#include "observe.h"
 #include "platform_hook.h"
 #include "record_layout.h"
 
@@ -51,7 +53,8 @@ extern "C" {
 #define GPON_SEAM_DATA(type, name) extern type gpon_os_##name
 #endif
 
-/* ---- memory: zero-filled, never sleeps, returns null on failure; kfree(null) does nothing */
+/* ---- memory: zero-filled, never sleeps, returns null on failure; kfree(null) does nothing.
+ * Both allocators count their failures (GPON_COUNT_allocation_failures). */
 #ifdef __cplusplus
 GPON_SEAM(void*, kzalloc, (size_t bytes, gfp_t flags));
 #else
@@ -134,14 +137,32 @@ GPON_SEAM(void, set_proc_handlers,
            long (*write)(struct file* file, const char* user_text, unsigned long count)));
 GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* parent));
 
+/* ---- counters: each CPU has a record (include/counters.h), all zero at load.
+ * Counts a frame that used a place of the outcome table, and notes the time. Packet path. */
+GPON_SEAM(void, count_use, (unsigned long place));
+/* Adds to one counter of this CPU. Any context but a hard interrupt. */
+GPON_SEAM(void, count_many, (enum gpon_counter counter, unsigned long amount));
+/* The records one after the other, null after the last one: *cpu is -1 before the first call. */
+GPON_SEAM(const struct gpon_cpu_counters*, next_cpu_counters, (int* cpu));
+
+/* ---- events for listeners (platform/api/observe.h). wants_events returns 0 if nobody listens,
+ * which costs little. Both may be called under the lock of the rule table. */
+GPON_SEAM(int, wants_events, (void));
+GPON_SEAM(void, send_event, (const struct gpon_event* event));
+
 /* ---- packets: the platform's socket buffer and the fields that the platform keeps beside it.
  * Offset of the per-packet flag word (u32, host order) from the packet's address. It is no
  * function, because it is read for each message. */
 GPON_SEAM_DATA(const unsigned int, skb_flag_word_offset);
-/* First byte of the Ethernet header, and the number of readable bytes from there. */
-GPON_SEAM(const unsigned char*, skb_frame, (const struct sk_buff* skb, unsigned int* bytes));
+/* First byte of the Ethernet header, and the number of readable bytes from there. Returned in two
+ * registers, because every frame is read. */
+struct gpon_frame_bytes {
+    const unsigned char* first;
+    unsigned long bytes;
+};
+GPON_SEAM(struct gpon_frame_bytes, skb_frame, (const struct sk_buff* skb));
 /* The same from the packet's MAC header (head pointer plus MAC header offset). */
-GPON_SEAM(const unsigned char*, skb_mac_frame, (const struct sk_buff* skb, unsigned int* bytes));
+GPON_SEAM(struct gpon_frame_bytes, skb_mac_frame, (const struct sk_buff* skb));
 /* Source-port word: the UNI port number is in bits 4 to 7. */
 GPON_SEAM(unsigned int, skb_port_word, (const struct sk_buff* skb));
 /* The second platform word, copied into the header summary. */

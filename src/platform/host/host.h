@@ -15,7 +15,9 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/api/observe.h"
 #include "platform/api/platform_hook.h"
 
 /* The platform's packet. Frame bytes belong to the caller and are valid during the call. */
@@ -91,6 +93,20 @@ struct memory_use {
     uint64_t allocated_bytes;
 };
 memory_use memory();
+
+/* Receives the changes that the module reports to listeners; null ends that. Calls may come from
+ * any thread, under the lock of the rule table. */
+void set_observer(std::function<void(const gpon_event&)> observer);
+
+/* The module's counters since load, in the order of include/counters.def; reset() clears them.
+ * counter_value throws std::invalid_argument for an unknown name. */
+struct counter {
+    std::string_view name;
+    std::string_view meaning;
+    uint64_t value;
+};
+std::vector<counter> counters();
+uint64_t counter_value(std::string_view name);
 
 /* If off, every frame replays its rule, and no remembered outcome is used. On at the start; reset()
  * does not change it. */

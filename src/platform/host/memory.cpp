@@ -117,15 +117,21 @@ using namespace gpon::host;
 
 namespace {
 
+void* no_memory()
+{
+    count_many(GPON_COUNT_allocation_failures, 1);
+    return nullptr;
+}
+
 void* allocate(size_t bytes)
 {
     magazine& own = counts();
     own.allocations.add(1);
     if (take_fault(fault::alloc) || bytes > SIZE_MAX - sizeof(block))
-        return nullptr;
+        return no_memory();
     block* header = is_kept(bytes) ? take_kept(own, bytes) : make_linked(bytes);
     if (!header)
-        return nullptr;
+        return no_memory();
     header->bytes = bytes;
     header->mark = live_mark;
     own.live_blocks.add(1);

@@ -78,6 +78,7 @@ std::optional<int> load()
     if (is_loaded())
         return -EEXIST;
     restore_data();
+    reset_counters();
     int ret = 0;
     if (!run_init(ret)) {
         state = module_state::panicked;
@@ -112,6 +113,7 @@ void reset()
     set_queue_mapping(0);
     disarm_faults();
     reset_memory();
+    reset_counters();
     restore_data();
     state = module_state::absent;
 }

@@ -18,18 +18,16 @@ void gpon::host::set_remembered_outcomes(bool on)
 
 const unsigned int skb_flag_word_offset = offsetof(sk_buff, flag_word);
 
-const unsigned char* skb_frame(const sk_buff* skb, unsigned int* bytes)
+gpon_frame_bytes skb_frame(const sk_buff* skb)
 {
-    *bytes = skb->data ? skb->bytes : 0;
-    return skb->data;
+    return {skb->data, skb->data ? skb->bytes : 0};
 }
 
-const unsigned char* skb_mac_frame(const sk_buff* skb, unsigned int* bytes)
+gpon_frame_bytes skb_mac_frame(const sk_buff* skb)
 {
-    const unsigned char* data = skb_frame(skb, bytes);
-    const unsigned int offset = std::min(skb->mac_offset, *bytes);
-    *bytes -= offset;
-    return data + offset;
+    const gpon_frame_bytes frame = skb_frame(skb);
+    const unsigned long offset = std::min<unsigned long>(skb->mac_offset, frame.bytes);
+    return {frame.first + offset, frame.bytes - offset};
 }
 
 unsigned int skb_port_word(const sk_buff* skb)

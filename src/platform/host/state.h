@@ -22,6 +22,9 @@ void reset_time();
 /* Frees all remaining allocations and resets the counters. */
 void reset_memory();
 
+/* Clears the counters of all threads; none of them is inside an entry point. */
+void reset_counters();
+
 /* Deferred frees that have not run yet. */
 uint64_t deferred_frees();
 

@@ -28,6 +28,15 @@ void gpon_glue_drop_timer(void);
 /* Waits for all readers that have started and for all deferred frees. */
 void gpon_glue_wait_for_rcu(void);
 
+/* Opens and closes the netlink family. close waits for requests that run; there may be none. */
+void gpon_glue_open_netlink(void);
+void gpon_glue_drop_netlink(void);
+
+/* The records of the counters, before anything counts and after everything has. make returns 0 or
+ * -ENOMEM. */
+int gpon_glue_make_counters(void);
+void gpon_glue_drop_counters(void);
+
 /* Returns the memory that is kept for the next packet to the kernel. No allocation or free follows
  * this call. */
 void gpon_glue_drop_memory(void);

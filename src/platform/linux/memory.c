@@ -55,6 +55,15 @@ static unsigned int class_of(size_t bytes)
 	return order_base_2(max_t(size_t, bytes, KMALLOC_MIN_SIZE));
 }
 
+static void *allocate(size_t bytes)
+{
+	void *block = kzalloc(bytes, GFP_ATOMIC);
+
+	if (unlikely(!block))
+		gpon_os_count_many(GPON_COUNT_allocation_failures, 1);
+	return block;
+}
+
 void *gpon_os_kzalloc(size_t bytes, unsigned int flags)
 {
 	unsigned int shift;
@@ -62,11 +71,11 @@ void *gpon_os_kzalloc(size_t bytes, unsigned int flags)
 
 	/* The platform interface has only GFP_ATOMIC, with a number of its own. */
 	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
-		return kzalloc(bytes, GFP_ATOMIC);
+		return allocate(bytes);
 	shift = class_of(bytes);
 	block = take_kept(shift);
 	if (!block)
-		return kzalloc((size_t)1 << shift, GFP_ATOMIC);
+		return allocate((size_t)1 << shift);
 	memset(block, 0, bytes);
 	return block;
 }
@@ -93,9 +102,9 @@ void *gpon_os_packet_buffer_alloc(size_t bytes)
 	void *block;
 
 	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
-		return kzalloc(bytes, GFP_ATOMIC);
+		return allocate(bytes);
 	block = take_kept(class_of(bytes));
-	return block ? block : kzalloc((size_t)1 << class_of(bytes), GFP_ATOMIC);
+	return block ? block : allocate((size_t)1 << class_of(bytes));
 }
 
 void gpon_os_packet_buffer_free(void *buffer, size_t bytes)

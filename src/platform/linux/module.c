@@ -25,12 +25,16 @@ static void take_down(void)
 	gpon_glue_drop_timer();
 	gpon_glue_wait_for_rcu();
 	gpon_glue_drop_memory();
+	gpon_glue_drop_counters();
 }
 
 static int __init load(void)
 {
-	int ret = gpon_core_init_module();
+	int ret = gpon_glue_make_counters();
 
+	if (ret)
+		return ret;
+	ret = gpon_core_init_module();
 	if (ret) {
 		gpon_glue_drop_proc();
 		/* The rule table and its timer are initialized before any step that can fail. */
@@ -39,12 +43,15 @@ static int __init load(void)
 		return ret;
 	}
 	gpon_glue_open_chrdev();
+	gpon_glue_open_netlink();
 	return 0;
 }
 module_init(load);
 
 static void __exit unload(void)
 {
+	/* First: nobody reads what is being taken down. */
+	gpon_glue_drop_netlink();
 	gpon_core_cleanup_module();
 	take_down();
 }

@@ -12,22 +12,23 @@
 
 const unsigned int gpon_os_skb_flag_word_offset = GPON_PACKET_FLAG_WORD_OFFSET;
 
-const unsigned char *gpon_os_skb_frame(const struct sk_buff *skb, unsigned int *bytes)
+struct gpon_frame_bytes gpon_os_skb_frame(const struct sk_buff *skb)
 {
-	*bytes = skb_headlen(skb);
-	return skb->data;
+	struct gpon_frame_bytes frame = { skb->data, skb_headlen(skb) };
+
+	return frame;
 }
 
-const unsigned char *gpon_os_skb_mac_frame(const struct sk_buff *skb, unsigned int *bytes)
+struct gpon_frame_bytes gpon_os_skb_mac_frame(const struct sk_buff *skb)
 {
+	struct gpon_frame_bytes frame = { skb->data, 0 };
 	const unsigned char *end = skb_tail_pointer(skb);
 
-	if (!skb_mac_header_was_set(skb) || skb_mac_header(skb) > end) {
-		*bytes = 0;
-		return skb->data;
+	if (skb_mac_header_was_set(skb) && skb_mac_header(skb) <= end) {
+		frame.first = skb_mac_header(skb);
+		frame.bytes = end - skb_mac_header(skb);
 	}
-	*bytes = end - skb_mac_header(skb);
-	return skb_mac_header(skb);
+	return frame;
 }
 
 unsigned int gpon_os_skb_port_word(const struct sk_buff *skb)

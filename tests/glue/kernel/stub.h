@@ -41,6 +41,7 @@ struct file;
 struct proc_dir_entry;
 struct sk_buff;
 
+#define unlikely(condition) (condition)
 #define GFP_ATOMIC 0u
 #define KMALLOC_MIN_SIZE stub_smallest_block
 #define ZERO_OR_NULL_PTR(block) ((uintptr_t)(block) <= 16)

@@ -1,0 +1,136 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The netlink family: traffic of known composition gives exactly these counters, rules and events;
+# readers that stop, refused requests, unload with a listener.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
+dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
+rule="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
+
+# COUNT LINE: as many calls of the hook.
+calls() {
+    yes "$2" | head -n "$1" >/tmp/calls.scn
+    gponflow run --backend=device /tmp/calls.scn >/tmp/output 2>&1 ||
+        { cat /tmp/output; fail "no hook calls"; }
+}
+
+counters_to() {
+    netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"
+}
+
+# The counters that changed between two files, NAME=DIFFERENCE.
+changes() {
+    awk 'NR == FNR { old[$1] = $2 ; next }
+         $2 != old[$1] { printf "%s%s=%d", between, $1, $2 - old[$1] ; between = " " }
+         END { print "" }' "$1" "$2"
+}
+
+known_traffic() {
+    counters_to /tmp/before
+    calls 5 "$passing"
+    counters_to /tmp/after
+    expect "five frames of a flow" \
+        "calls_up_uni=5 frames_passed=5 remembered_up_uni=3 replays=1 walks=1 walks_done=1 rules_learnt=1 outcomes_remembered=1" \
+        "$(changes /tmp/before /tmp/after)"
+    calls 3 "$dropped"
+    counters_to /tmp/last
+    expect "three frames that a filter drops" \
+        "calls_up_ani=3 frames_failed=3 walks=3 walks_filtered=3" \
+        "$(changes /tmp/after /tmp/last)"
+    netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
+    expect "rules" 1 "$(grep -c "^rule " /tmp/rules)"
+    grep -qF "$rule used=1 hits=4 " /tmp/rules || fail "not the rule of the flow: $(cat /tmp/rules)"
+    netlink_reader state >/tmp/state || fail "no state"
+    expect "state" "state engine=1 rules=1 buckets=64 threshold=48" "$(cat /tmp/state)"
+}
+
+known_store() {
+    netlink_reader instances >/tmp/instances || fail "no instances: $(cat /tmp/instances)"
+    gponflow show me --json --class GEM_PORT_CTP >/tmp/ctps || fail "no dump to compare"
+    expect "GEM ports" "$(grep -c '"portID"' /tmp/ctps)" "$(grep -c " class=268 " /tmp/instances)"
+    grep -q "^instance class=268 id=0x[0-9a-f]* GEM_PORT_CTP raw=[0-9a-f]\{40\} links266=0x" \
+        /tmp/instances || fail "no GEM port with its link: $(cat /tmp/instances)"
+}
+
+known_events() {
+    netlink_reader events >/tmp/events &
+    listener=$!
+    while ! grep -q listening /tmp/events; do sleep 1; done
+    calls 1 "hook kind=up_uni port=1 frame=02000000000102000000770208004500000000000000000000000000000000"
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
+    waits=0
+    while ! grep -q "^changed " /tmp/events && [ $waits -lt 5 ]; do
+        waits=$((waits + 1))
+        sleep 1
+    done
+    expect "learnt rules" 1 "$(grep -c "^learnt .*src=02:00:00:00:77:02" /tmp/events)"
+    expect "flushed rules" 2 "$(grep -c "^gone .* end=2 event=" /tmp/events)"
+    grep -qF "gone $rule used=1 hits=4 " /tmp/events || fail "not its hits: $(cat /tmp/events)"
+    grep -q "^changed class=280 id=0x77 change=1$" /tmp/events ||
+        fail "no created instance: $(cat /tmp/events)"
+}
+
+flood_with_three_readers() {
+    counters_to /tmp/before
+    readers=
+    for reader in 1 2 3; do
+        while [ ! -e /tmp/flooded ]; do
+            netlink_reader rules >/tmp/seen.$reader || echo failed >/tmp/seen.failed
+        done &
+        readers="$readers $!"
+    done
+    # As many flows as the largest table has buckets.
+    i=0
+    while [ $i -lt 900 ]; do
+        printf 'hook kind=down_uni port=1 frame=0200000000010200%08x0800450000\n' $i
+        i=$((i + 1))
+    done >/tmp/flood.scn
+    gponflow run --backend=device /tmp/flood.scn >/tmp/output 2>&1 || fail "no flood"
+    : >/tmp/flooded
+    for reader in $readers; do wait "$reader"; done
+    [ ! -e /tmp/seen.failed ] || fail "a reader failed"
+    counters_to /tmp/after
+    changes /tmp/before /tmp/after | tr ' ' '\n' >/tmp/flood
+    grep -qx calls_down_uni=900 /tmp/flood || fail "calls are missing: $(cat /tmp/flood)"
+    grep -qx walks_done=900 /tmp/flood || fail "walks are missing: $(cat /tmp/flood)"
+    sum=$(awk -F= '/^rules_(learnt|bucket_taken)=/ { n += $2 } END { print n }' /tmp/flood)
+    expect "learnt and not kept" 900 "$sum"
+    held=$(awk -F= '/^rules_learnt=/ { n += $2 } /^rules_(aged|lost_by_growth)=/ { n -= $2 }
+        END { print n }' /tmp/flood)
+    expect "rules in the table" "$held" "$(netlink_reader rules | grep -c '^rule ')"
+}
+
+refusals() {
+    netlink_reader hostile >/tmp/output || fail "hostile: $(cat /tmp/output)"
+    netlink_reader unprivileged >/tmp/output || fail "unprivileged: $(cat /tmp/output)"
+    expect "what nobody gets" 3 "$(grep -c "not permitted" /tmp/output)"
+}
+
+# A dump that nobody reads keeps the module; a listener does not.
+unload() {
+    mkfifo /tmp/hold
+    netlink_reader hold </tmp/hold >/tmp/holding &
+    holder=$!
+    exec 3>/tmp/hold
+    while ! grep -q holding /tmp/holding; do sleep 1; done
+    rmmod gpon_flow 2>/dev/null && fail "unloaded under an open dump"
+    exec 3>&-
+    wait "$holder"
+    rmmod gpon_flow || fail "gpon_flow does not unload under a listener"
+    netlink_reader state >/dev/null && fail "still loaded"
+    kill "$listener"
+}
+
+load_both
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/output || fail "no provisioning"
+known_traffic
+known_store
+known_events
+flood_with_three_readers
+refusals
+unload
+rmmod gpon_softonu || fail "gpon_softonu does not unload"

@@ -1,0 +1,487 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * A client of the netlink family, on plain sockets: a guest has no netlink library.
+ *
+ * usage: netlink_reader state|counters|rules|instances    print one line a message
+ *        netlink_reader events                            print events until it is killed
+ *        netlink_reader hold                              begin a dump, then wait for the end of input
+ *        netlink_reader hostile                           send requests that have to be refused
+ *        netlink_reader unprivileged                      what a user without rights gets
+ */
+#include <errno.h>
+#include <linux/genetlink.h>
+#include <linux/netlink.h>
+#include <stdarg.h>
+#include <stdbool.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "include/uapi/gpon_flow_netlink.h"
+
+#ifndef SOL_NETLINK
+#define SOL_NETLINK 270
+#endif
+
+static int netlink;
+static uint16_t family_id;
+static uint32_t group_id;
+static _Alignas(8) char answer[65536];
+
+__attribute__((noreturn, format(printf, 1, 2))) static void fail(const char *text, ...)
+{
+	va_list args;
+
+	va_start(args, text);
+	vprintf(text, args);
+	va_end(args);
+	printf("\n");
+	exit(1);
+}
+
+static int open_netlink(void)
+{
+	struct sockaddr_nl address = { .nl_family = AF_NETLINK };
+	struct timeval patience = { .tv_sec = 10 };
+	int made = socket(AF_NETLINK, SOCK_RAW, NETLINK_GENERIC);
+
+	if (made < 0 || bind(made, (struct sockaddr *)&address, sizeof(address)))
+		fail("no netlink socket");
+	setsockopt(made, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+	return made;
+}
+
+static void send_bytes(int to, const void *bytes, size_t count)
+{
+	struct sockaddr_nl kernel = { .nl_family = AF_NETLINK };
+
+	if (sendto(to, bytes, count, 0, (struct sockaddr *)&kernel, sizeof(kernel)) < 0)
+		fail("send: %s", strerror(errno));
+}
+
+struct request {
+	struct nlmsghdr head;
+	struct genlmsghdr generic;
+	char attributes[256];
+};
+
+static struct request make_request(uint16_t type, uint8_t command, uint16_t flags)
+{
+	struct request made = { 0 };
+
+	made.head.nlmsg_len = NLMSG_LENGTH(GENL_HDRLEN);
+	made.head.nlmsg_type = type;
+	made.head.nlmsg_flags = NLM_F_REQUEST | flags;
+	made.head.nlmsg_seq = 1;
+	made.generic.cmd = command;
+	made.generic.version = GPON_FLOW_NL_VERSION;
+	return made;
+}
+
+static void add_attribute(struct request *to, uint16_t type, const void *data, uint16_t bytes)
+{
+	struct nlattr *made = (struct nlattr *)((char *)to + NLMSG_ALIGN(to->head.nlmsg_len));
+
+	made->nla_type = type;
+	made->nla_len = NLA_HDRLEN + bytes;
+	memcpy(made + 1, data, bytes);
+	to->head.nlmsg_len = NLMSG_ALIGN(to->head.nlmsg_len) + NLA_ALIGN(made->nla_len);
+}
+
+/* The bytes received, 0 when nothing comes, a negative errno. */
+static int receive(int from)
+{
+	ssize_t got = recv(from, answer, sizeof(answer), 0);
+
+	if (got < 0)
+		return errno == EAGAIN ? 0 : -errno;
+	return got;
+}
+
+/* Without the flag of a nest. */
+static unsigned int type_of(const struct nlattr *attribute)
+{
+	return attribute->nla_type & NLA_TYPE_MASK;
+}
+
+static const void *data_of(const struct nlattr *attribute)
+{
+	return attribute + 1;
+}
+
+#define for_each_attribute(at, first, length) \
+	for (const struct nlattr *at = (first), *end_##at = (const void *)((char *)at + (length)); \
+	     (char *)at + NLA_HDRLEN <= (char *)end_##at && at->nla_len >= NLA_HDRLEN; \
+	     at = (const void *)((char *)at + NLA_ALIGN(at->nla_len)))
+
+#define for_each_in(at, nest) for_each_attribute(at, data_of(nest), (nest)->nla_len - NLA_HDRLEN)
+
+static uint64_t number_of(const struct nlattr *at)
+{
+	uint64_t number = 0;
+
+	memcpy(&number, data_of(at), (size_t)at->nla_len - NLA_HDRLEN);
+	return number;
+}
+
+static void read_groups(const struct nlattr *groups)
+{
+	for_each_in(group, groups) {
+		for_each_in(at, group) {
+			if (type_of(at) == CTRL_ATTR_MCAST_GRP_ID)
+				group_id = number_of(at);
+		}
+	}
+}
+
+static void find_family(void)
+{
+	struct request ask = make_request(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, 0);
+	const struct nlmsghdr *head = (const void *)answer;
+
+	add_attribute(&ask, CTRL_ATTR_FAMILY_NAME, GPON_FLOW_NL_FAMILY,
+		      sizeof(GPON_FLOW_NL_FAMILY));
+	send_bytes(netlink, &ask, ask.head.nlmsg_len);
+	if (receive(netlink) <= 0 || head->nlmsg_type == NLMSG_ERROR)
+		fail("no family");
+	for_each_attribute(at, (const void *)(answer + NLMSG_HDRLEN + GENL_HDRLEN),
+			   head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN) {
+		if (type_of(at) == CTRL_ATTR_FAMILY_ID)
+			family_id = number_of(at);
+		if (type_of(at) == CTRL_ATTR_MCAST_GROUPS)
+			read_groups(at);
+	}
+}
+
+static void print_mac(const struct nlattr *at)
+{
+	const uint8_t *mac = data_of(at);
+
+	printf("%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+}
+
+static void print_nested(const char *name, const struct nlattr *nest)
+{
+	const char *between = "";
+
+	printf(" %s=", name);
+	for_each_in(at, nest) {
+		printf("%s0x%llx", between, (unsigned long long)number_of(at));
+		between = "/";
+	}
+}
+
+static void print_rule_part(const struct nlattr *at)
+{
+	static const char *const names[] = {
+		[GPON_FLOW_NL_RULE_DIRECTION] = "direction", [GPON_FLOW_NL_RULE_USED] = "used",
+		[GPON_FLOW_NL_RULE_GEM_PORT] = "gem", [GPON_FLOW_NL_RULE_HITS] = "hits",
+		[GPON_FLOW_NL_RULE_IDLE_MS] = "idle", [GPON_FLOW_NL_RULE_END] = "end",
+		[GPON_FLOW_NL_RULE_EVENT] = "event",
+	};
+
+	if (type_of(at) == GPON_FLOW_NL_RULE_DST_MAC || type_of(at) == GPON_FLOW_NL_RULE_SRC_MAC) {
+		printf(" %s=", type_of(at) == GPON_FLOW_NL_RULE_DST_MAC ? "dst" : "src");
+		print_mac(at);
+	} else if (type_of(at) == GPON_FLOW_NL_RULE_TAG) {
+		print_nested("tag", at);
+	} else if (type_of(at) == GPON_FLOW_NL_RULE_STEP) {
+		print_nested("step", at);
+	} else if (type_of(at) < sizeof(names) / sizeof(*names) && names[type_of(at)]) {
+		printf(" %s=%llu", names[type_of(at)], (unsigned long long)number_of(at));
+	}
+}
+
+static void print_links(const struct nlattr *links)
+{
+	for_each_in(at, links) {
+		if (type_of(at) == GPON_FLOW_NL_LINKS_CLASS)
+			printf(" links%llu=%s", (unsigned long long)number_of(at), "");
+		for (int i = 0; type_of(at) == GPON_FLOW_NL_LINKS_IDS &&
+				i < (at->nla_len - NLA_HDRLEN) / 2; i++)
+			printf("%s0x%x", i ? "," : "", ((const uint16_t *)data_of(at))[i]);
+	}
+}
+
+static void print_instance_part(const struct nlattr *at)
+{
+	const uint8_t *raw = data_of(at);
+
+	switch (type_of(at)) {
+	case GPON_FLOW_NL_INSTANCE_CLASS:
+		printf(" class=%llu", (unsigned long long)number_of(at));
+		break;
+	case GPON_FLOW_NL_INSTANCE_CLASS_NAME:
+		printf(" %s", (const char *)raw);
+		break;
+	case GPON_FLOW_NL_INSTANCE_ID:
+		printf(" id=0x%llx", (unsigned long long)number_of(at));
+		break;
+	case GPON_FLOW_NL_INSTANCE_RAW:
+		printf(" raw=");
+		for (int i = 0; i < at->nla_len - NLA_HDRLEN; i++)
+			printf("%02x", raw[i]);
+		break;
+	case GPON_FLOW_NL_INSTANCE_LINKS:
+		print_links(at);
+		break;
+	case GPON_FLOW_NL_INSTANCE_CHANGE:
+		printf(" change=%llu", (unsigned long long)number_of(at));
+		break;
+	}
+}
+
+static void print_state_part(const struct nlattr *at)
+{
+	static const char *const names[] = {
+		[GPON_FLOW_NL_STATE_ENGINE] = "engine", [GPON_FLOW_NL_STATE_RULES] = "rules",
+		[GPON_FLOW_NL_STATE_BUCKETS] = "buckets",
+		[GPON_FLOW_NL_STATE_THRESHOLD] = "threshold",
+	};
+
+	if (type_of(at) < sizeof(names) / sizeof(*names) && names[type_of(at)])
+		printf(" %s=%llu", names[type_of(at)], (unsigned long long)number_of(at));
+}
+
+static void print_counter_part(const struct nlattr *at)
+{
+	if (type_of(at) == GPON_FLOW_NL_COUNTER_NAME)
+		printf("%s", (const char *)data_of(at));
+	if (type_of(at) == GPON_FLOW_NL_COUNTER_VALUE)
+		printf(" %llu", (unsigned long long)number_of(at));
+}
+
+static void print_message(const struct nlmsghdr *head)
+{
+	static const struct {
+		const char *name;
+		void (*print)(const struct nlattr *at);
+	} kinds[] = {
+		[GPON_FLOW_NL_CMD_GET_STATE] = { "state", print_state_part },
+		[GPON_FLOW_NL_CMD_GET_COUNTERS] = { "", print_counter_part },
+		[GPON_FLOW_NL_CMD_GET_RULES] = { "rule", print_rule_part },
+		[GPON_FLOW_NL_CMD_GET_INSTANCES] = { "instance", print_instance_part },
+		[GPON_FLOW_NL_CMD_RULE_LEARNT] = { "learnt", print_rule_part },
+		[GPON_FLOW_NL_CMD_RULE_GONE] = { "gone", print_rule_part },
+		[GPON_FLOW_NL_CMD_INSTANCE_CHANGED] = { "changed", print_instance_part },
+		[GPON_FLOW_NL_CMD_TABLE_GROWN] = { "grown", print_state_part },
+	};
+	const struct genlmsghdr *generic = NLMSG_DATA(head);
+
+	if (generic->cmd >= sizeof(kinds) / sizeof(*kinds) || !kinds[generic->cmd].print)
+		fail("unknown message %u", generic->cmd);
+	printf("%s", kinds[generic->cmd].name);
+	for_each_attribute(at, (const void *)((char *)generic + GENL_HDRLEN),
+			   head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN) {
+		kinds[generic->cmd].print(at);
+	}
+	printf("\n");
+}
+
+/* Prints the messages of a dump; false after the last one. */
+static bool print_answer(int bytes)
+{
+	for (struct nlmsghdr *head = (void *)answer; NLMSG_OK(head, bytes);
+	     head = NLMSG_NEXT(head, bytes)) {
+		if (head->nlmsg_type == NLMSG_DONE)
+			return false;
+		if (head->nlmsg_type == NLMSG_ERROR)
+			fail("error %d", ((struct nlmsgerr *)NLMSG_DATA(head))->error);
+		if (head->nlmsg_flags & NLM_F_DUMP_INTR)
+			printf("interrupted\n");
+		print_message(head);
+		if (!(head->nlmsg_flags & NLM_F_MULTI))
+			return false;
+	}
+	return true;
+}
+
+static void show(uint8_t command, uint16_t flags)
+{
+	struct request ask = make_request(family_id, command, flags);
+	int bytes;
+
+	send_bytes(netlink, &ask, ask.head.nlmsg_len);
+	do {
+		bytes = receive(netlink);
+		if (bytes <= 0)
+			fail("no answer: %d", bytes);
+	} while (print_answer(bytes));
+}
+
+static void join_events(void)
+{
+	if (!group_id || setsockopt(netlink, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group_id,
+				    sizeof(group_id)))
+		fail("no events: %s", strerror(errno));
+}
+
+static void follow_events(void)
+{
+	int bytes;
+
+	join_events();
+	printf("listening\n");
+	fflush(stdout);
+	for (;;) {
+		bytes = receive(netlink);
+		if (bytes == -ENOBUFS)
+			printf("lost\n");
+		else if (bytes > 0)
+			print_answer(bytes);
+		fflush(stdout);
+	}
+}
+
+/* A reader that stops reading: the dump stays open as long as its buffer is full. */
+static void hold(void)
+{
+	struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_RULES, NLM_F_DUMP);
+	int small = 1;
+	char byte;
+
+	setsockopt(netlink, SOL_SOCKET, SO_RCVBUF, &small, sizeof(small));
+	send_bytes(netlink, &ask, ask.head.nlmsg_len);
+	printf("holding\n");
+	fflush(stdout);
+	while (read(0, &byte, 1) > 0)
+		;
+}
+
+/* The error of a request; 0 for any other answer. */
+static int error_of(const void *bytes, size_t count)
+{
+	const struct nlmsghdr *head = (const void *)answer;
+	int got, error = 0;
+
+	send_bytes(netlink, bytes, count);
+	got = receive(netlink);
+	if (got <= 0)
+		fail("no answer to a bad request: %d", got);
+	if (head->nlmsg_type == NLMSG_ERROR)
+		error = ((const struct nlmsgerr *)NLMSG_DATA(head))->error;
+	while (error == 0 && (head->nlmsg_flags & NLM_F_MULTI) && head->nlmsg_type != NLMSG_DONE)
+		if (receive(netlink) <= 0)
+			fail("a dump without an end");
+	return error;
+}
+
+static void expect_refused(const char *what, struct request *ask)
+{
+	int error = error_of(ask, ask->head.nlmsg_len);
+
+	if (error >= 0)
+		fail("%s: not refused", what);
+	printf("%s: %s\n", what, strerror(-error));
+}
+
+static void refuse_attributes(uint8_t command, uint16_t flags)
+{
+	const char filler[64] = { 0 };
+
+	for (uint16_t type = 0; type < 20; type++)
+		for (uint16_t bytes = 0; bytes <= sizeof(filler); bytes += 21) {
+			struct request ask = make_request(family_id, command, flags);
+
+			add_attribute(&ask, type, filler, bytes);
+			if (error_of(&ask, ask.head.nlmsg_len) >= 0)
+				fail("command %u takes attribute %u of %u bytes", command, type,
+				     bytes);
+		}
+}
+
+/* Every length from nothing to a whole request, and headers that lie about it. The kernel ignores
+ * what is no whole message, so each is followed by a request that is answered. */
+static void send_fragments(void)
+{
+	for (uint32_t length = 0; length <= 40; length++)
+		for (uint32_t claimed = 0; claimed <= 48; claimed += 4) {
+			struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_RULES,
+							  NLM_F_DUMP);
+			int other = open_netlink();
+
+			ask.head.nlmsg_len = claimed;
+			if (length)
+				send_bytes(other, &ask, length);
+			close(other);
+		}
+	show(GPON_FLOW_NL_CMD_GET_STATE, 0);
+}
+
+static void be_hostile(void)
+{
+	static const uint8_t dumps[] = { GPON_FLOW_NL_CMD_GET_COUNTERS, GPON_FLOW_NL_CMD_GET_RULES,
+					 GPON_FLOW_NL_CMD_GET_INSTANCES };
+	struct request ask;
+
+	for (int command = 0; command < 256; command++) {
+		bool known = command >= GPON_FLOW_NL_CMD_GET_STATE &&
+			     command <= GPON_FLOW_NL_CMD_GET_INSTANCES;
+
+		ask = make_request(family_id, command, 0);
+		if (!known || command != GPON_FLOW_NL_CMD_GET_STATE) {
+			if (error_of(&ask, ask.head.nlmsg_len) >= 0)
+				fail("command %d without a dump is taken", command);
+		}
+		ask = make_request(family_id, command, NLM_F_DUMP);
+		if (!known || command == GPON_FLOW_NL_CMD_GET_STATE) {
+			if (error_of(&ask, ask.head.nlmsg_len) >= 0)
+				fail("dump %d is taken", command);
+		}
+	}
+	refuse_attributes(GPON_FLOW_NL_CMD_GET_STATE, 0);
+	for (size_t i = 0; i < sizeof(dumps); i++)
+		refuse_attributes(dumps[i], NLM_F_DUMP);
+	ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_STATE, 0);
+	ask.generic.cmd = GPON_FLOW_NL_CMD_RULE_LEARNT;
+	expect_refused("an event as a request", &ask);
+	send_fragments();
+	printf("refused\n");
+}
+
+/* The effective user is nobody. */
+static void be_unprivileged(void)
+{
+	struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_STATE, 0);
+
+	if (setgid(65534) || setuid(65534))
+		fail("still root");
+	expect_refused("state", &ask);
+	ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_RULES, NLM_F_DUMP);
+	expect_refused("rules", &ask);
+	if (group_id && !setsockopt(netlink, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group_id,
+				    sizeof(group_id)))
+		fail("anybody may listen");
+	printf("events: %s\n", group_id ? strerror(errno) : "no group");
+}
+
+int main(int argc, char **argv)
+{
+	const char *what = argc == 2 ? argv[1] : "";
+
+	netlink = open_netlink();
+	find_family();
+	if (!strcmp(what, "state"))
+		show(GPON_FLOW_NL_CMD_GET_STATE, 0);
+	else if (!strcmp(what, "counters"))
+		show(GPON_FLOW_NL_CMD_GET_COUNTERS, NLM_F_DUMP);
+	else if (!strcmp(what, "rules"))
+		show(GPON_FLOW_NL_CMD_GET_RULES, NLM_F_DUMP);
+	else if (!strcmp(what, "instances"))
+		show(GPON_FLOW_NL_CMD_GET_INSTANCES, NLM_F_DUMP);
+	else if (!strcmp(what, "events"))
+		follow_events();
+	else if (!strcmp(what, "hold"))
+		hold();
+	else if (!strcmp(what, "hostile"))
+		be_hostile();
+	else if (!strcmp(what, "unprivileged"))
+		be_unprivileged();
+	else
+		fail("usage: see the head of netlink_reader.c");
+	return 0;
+}

@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Counters: which action counts where, the sums that follow, and the uses of rules.
+#include "tests/unit/store_access.h"
+
+#include <array>
+#include <fstream>
+#include <map>
+#include <thread>
+
+#include "hash/aging.h"
+#include "hash/rule_table.h"
+#include "hash/rule_use.h"
+#include "pkt/outcome.h"
+#include "pkt/rule.h"
+
+namespace {
+
+using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+class counters : public loaded_module {
+protected:
+    counters() { gpon::host::hook(GPON_API_SWITCH, 1, nullptr); }
+
+    // The counters that changed since the last call.
+    std::map<std::string, uint64_t> changes()
+    {
+        std::map<std::string, uint64_t> changed;
+        for (const gpon::host::counter& one : gpon::host::counters()) {
+            uint64_t& known = seen[std::string(one.name)];
+            if (one.value != known)
+                changed[std::string(one.name)] = one.value - known;
+            known = one.value;
+        }
+        return changed;
+    }
+
+    // One downstream frame towards the UNI, which needs no configuration.
+    static int send(u8 station, uint32_t kind = GPON_API_DOWN_UNI)
+    {
+        std::array<u8, 64> frame = {};
+        frame[11] = station;
+        sk_buff skb;
+        skb.data = frame.data();
+        skb.bytes = frame.size();
+        return gpon::host::hook(kind, 0, &skb)->api_result;
+    }
+
+    // The only rule of the table.
+    static gpon::rule_use use_of_only_rule()
+    {
+        gpon_hash_table& table = gpon_hash_table_record;
+        const gpon::bh_lock lock(gpon_hash_lock);
+        gpon::rule_use use = {};
+        for (u32 i = 0; i < table.table_size; ++i)
+            gpon::for_each_rule(table.buckets[i],
+                                [&](const gpon_flow_rule* rule)
+                                    GPON_REQUIRES(gpon_hash_lock) { use = gpon::use_of(*rule); });
+        return use;
+    }
+
+    std::map<std::string, uint64_t> seen;
+};
+
+TEST_F(counters, are_zero_after_load_but_for_the_switch)
+{
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("calls_switch", 1u)));
+    EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(counters, names_are_unique_and_an_unknown_one_is_refused)
+{
+    std::map<std::string_view, int> names;
+    for (const gpon::host::counter& one : gpon::host::counters()) {
+        EXPECT_EQ(++names[one.name], 1) << one.name;
+        EXPECT_FALSE(one.meaning.empty()) << one.name;
+    }
+    EXPECT_THROW(gpon::host::counter_value("calls"), std::invalid_argument);
+}
+
+TEST_F(counters, are_all_documented_with_their_meaning)
+{
+    std::ifstream file("docs/observability.md");
+    const std::string page((std::istreambuf_iterator<char>(file)), {});
+    for (const gpon::host::counter& one : gpon::host::counters())
+        EXPECT_THAT(page, testing::HasSubstr("\n| `" + std::string(one.name) + "` | " +
+                                             std::string(one.meaning) + " |\n"));
+}
+
+TEST_F(counters, the_first_frame_walks_the_second_replays_the_third_uses_the_outcome)
+{
+    changes();
+    EXPECT_EQ(send(1), 0);
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("calls_down_uni", 1u),
+                                                Pair("frames_passed", 1u), Pair("walks", 1u),
+                                                Pair("walks_done", 1u), Pair("rules_learnt", 1u)));
+    EXPECT_EQ(send(1), 0);
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("calls_down_uni", 1u), Pair("frames_passed", 1u),
+                                     Pair("replays", 1u), Pair("outcomes_remembered", 1u)));
+    EXPECT_EQ(send(1), 0);
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("calls_down_uni", 1u), Pair("frames_passed", 1u),
+                                     Pair("remembered_down_uni", 1u)));
+}
+
+TEST_F(counters, calls_that_carry_no_classified_frame)
+{
+    changes();
+    gpon::host::hook(GPON_API_UP_UNI, 0, nullptr);
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("calls_no_packet", 1u)));
+    EXPECT_EQ(send(1, 9), -1);
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("calls_unknown", 1u)));
+    gpon::host::hook(GPON_API_SWITCH, 0, nullptr);
+    send(1);
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("calls_switch", 1u), Pair("calls_down_uni", 1u),
+                                     Pair("frames_passed", 1u), Pair("frames_engine_off", 1u)));
+}
+
+TEST_F(counters, a_frame_without_a_path_counts_its_reason)
+{
+    changes();
+    EXPECT_EQ(send(1, GPON_API_UP_UNI), 1);
+    const auto found = changes();
+    EXPECT_EQ(found.at("calls_up_uni"), 1u);
+    EXPECT_EQ(found.at("frames_failed"), 1u);
+    EXPECT_EQ(found.at("walks"), 1u);
+    EXPECT_EQ(found.count("frames_passed"), 0u);
+    EXPECT_EQ(found.count("walks_done"), 0u);
+    uint64_t reasons = 0;
+    for (const char* reason :
+         {"walks_no_path", "walks_filtered", "walks_step_failed", "walks_too_deep"})
+        if (const auto one = found.find(reason); one != found.end())
+            reasons += one->second;
+    EXPECT_EQ(reasons, 1u);
+}
+
+TEST_F(counters, a_missing_queue)
+{
+    sk_buff skb;
+    changes();
+    for (const std::optional<int> mapping : {std::optional<int>(-1), std::optional<int>()}) {
+        gpon::host::set_queue_mapping(mapping);
+        EXPECT_EQ(gpon::choose_queue(&skb, 5), -1);
+        EXPECT_THAT(changes(), UnorderedElementsAre(Pair("queue_failures", 1u)));
+    }
+}
+
+TEST_F(counters, aging_flushes_and_deletions)
+{
+    for (u8 station = 1; station <= 3; ++station)
+        send(station);
+    changes();
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("sweeps", 1u)));
+    send(1);
+    changes();
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("sweeps", 1u), Pair("rules_aged", 2u)));
+    gpon::host::proc_write("clean flow_rule 0 0");
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("operator_commands", 1u), Pair("flushes_by_operator", 1u),
+                                     Pair("rules_flushed", 1u)));
+}
+
+TEST_F(counters, growth_keeps_the_uses_of_rules_that_find_a_bucket)
+{
+    uint64_t sent = 0;
+    for (u32 round = 0; round < 3; ++round)
+        for (u8 station = 0; station < 250; ++station, ++sent)
+            send(station);
+    uint64_t hits = 0;
+    u32 rules = 0;
+    {
+        gpon_hash_table& table = gpon_hash_table_record;
+        const gpon::bh_lock lock(gpon_hash_lock);
+        for (u32 i = 0; i < table.table_size; ++i)
+            gpon::for_each_rule(table.buckets[i],
+                                [&](const gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
+                                    hits += gpon::use_of(*rule).hits;
+                                    ++rules;
+                                });
+    }
+    const auto found = changes();
+    EXPECT_GT(found.at("table_growths"), 0u);
+    EXPECT_EQ(found.at("frames_passed"), sent);
+    const uint64_t lost =
+        found.count("rules_lost_by_growth") ? found.at("rules_lost_by_growth") : 0;
+    EXPECT_EQ(rules, found.at("rules_learnt") - lost);
+    EXPECT_EQ(found.at("walks") + found.at("replays") +
+                  (found.count("remembered_down_uni") ? found.at("remembered_down_uni") : 0),
+              sent);
+    EXPECT_LE(hits, sent - found.at("walks"));
+    EXPECT_GT(hits, 0u);
+}
+
+TEST_F(counters, commands_by_type_and_result)
+{
+    changes();
+    gpon_raw_mbsp raw = {};
+    raw.instID = 7;
+    gpon_flow_cmd record = {};
+    record.cmd = GPON_FLOW_CMD_ME;
+    record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 7, &raw);
+    gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("me_create_done", 1u), Pair("flushes_by_command", 1u)));
+    record.me.class_id = 1;
+    gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("me_create_failed", 1u), Pair("flushes_by_command", 1u)));
+    record.cmd = 77;
+    gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
+    gpon::host::ioctl(1, 0);
+    gpon::host::proc_write(std::string(200, 'x'));
+    EXPECT_THAT(changes(), UnorderedElementsAre(Pair("commands_refused", 3u)));
+}
+
+TEST_F(counters, an_allocation_failure_counts_and_loses_one_rule)
+{
+    changes();
+    gpon::host::arm_fault(gpon::host::fault::alloc);
+    send(1);
+    const auto found = changes();
+    EXPECT_EQ(found.at("allocation_failures"), 1u);
+    EXPECT_EQ(found.at("rules_no_memory"), 1u);
+}
+
+TEST_F(counters, uses_of_a_rule_by_replay_and_by_outcome)
+{
+    send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 0u) << "the walk is no use";
+    EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+    gpon::host::advance(5);
+    for (int i = 0; i < 4; ++i)
+        send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 4u);
+    EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+    gpon::host::advance(7);
+    EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies() - 7);
+    send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 5u);
+    EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+}
+
+TEST_F(counters, a_rule_keeps_its_uses_when_its_outcome_is_forgotten)
+{
+    for (int i = 0; i < 6; ++i)
+        send(1);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    for (int i = 0; i < 3; ++i)
+        send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 5u + 3u);
+    EXPECT_EQ(gpon::host::counter_value("outcomes_remembered"), 2u);
+}
+
+TEST_F(counters, a_new_rule_of_a_flow_starts_without_uses)
+{
+    for (int i = 0; i < 6; ++i)
+        send(1);
+    gpon::host::proc_write("clean flow_rule 0 0");
+    send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 0u);
+    send(1);
+    send(1);
+    EXPECT_EQ(use_of_only_rule().hits, 2u);
+}
+
+TEST_F(counters, of_several_threads_are_summed_and_survive_them)
+{
+    for (int i = 0; i < 3; ++i)
+        send(1);
+    constexpr uint64_t EACH = 1000;
+    std::array<std::thread, 3> threads;
+    for (std::thread& one : threads)
+        one = std::thread([] {
+            for (uint64_t i = 0; i < EACH; ++i)
+                send(1);
+        });
+    for (std::thread& one : threads)
+        one.join();
+    EXPECT_EQ(gpon::host::counter_value("calls_down_uni"), 3 * EACH + 3);
+    EXPECT_EQ(use_of_only_rule().hits, 3 * EACH + 2);
+}
+
+} // namespace

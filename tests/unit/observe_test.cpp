@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The read side: rules, instances and state as records, and the events for a listener.
+#include "tests/unit/store_access.h"
+
+#include <array>
+#include <vector>
+
+#include "hash/aging.h"
+#include "platform/api/observe.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class observe : public loaded_module {
+protected:
+    observe()
+    {
+        gpon::host::hook(GPON_API_SWITCH, 1, nullptr);
+        gpon::host::set_observer([this](const gpon_event& event) { events.push_back(event); });
+    }
+
+    ~observe() override { gpon::host::set_observer(nullptr); }
+
+    // A downstream frame with one tag.
+    static void send(u8 station)
+    {
+        std::array<u8, 64> frame = {};
+        frame[5] = 9;
+        frame[11] = station;
+        frame[12] = 0x81;
+        frame[15] = 100;
+        sk_buff skb;
+        skb.data = frame.data();
+        skb.bytes = frame.size();
+        gpon::host::hook(GPON_API_DOWN_UNI, 0, &skb);
+    }
+
+    static std::vector<gpon_seen_rule> rules(u32 room)
+    {
+        std::vector<gpon_seen_rule> all;
+        std::vector<gpon_seen_rule> some(room);
+        u64 revision = 0;
+        for (u32 bucket = 0; bucket != GPON_SEEN_ALL;) {
+            const u32 count = gpon_observe_rules(&bucket, some.data(), room, &revision);
+            all.insert(all.end(), some.begin(), some.begin() + count);
+        }
+        return all;
+    }
+
+    static u64 revision()
+    {
+        gpon_seen_state state;
+        gpon_observe_state(&state);
+        return state.revision;
+    }
+
+    static void create_bridge(u16 id)
+    {
+        gpon_raw_mbsp raw = {};
+        raw.instID = id;
+        raw.helloTime = 0x1234;
+        gpon_flow_cmd record = {};
+        record.cmd = GPON_FLOW_CMD_ME;
+        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, id, &raw);
+        gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
+    }
+
+    std::vector<gpon_event> events;
+};
+
+TEST_F(observe, a_rule_has_its_key_and_its_uses)
+{
+    for (int i = 0; i < 4; ++i)
+        send(1);
+    gpon::host::advance(3);
+    const std::vector<gpon_seen_rule> seen = rules(1);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_THAT(seen[0].dst_mac, ElementsAre(0, 0, 0, 0, 0, 9));
+    EXPECT_THAT(seen[0].src_mac, ElementsAre(0, 0, 0, 0, 0, 1));
+    EXPECT_EQ(seen[0].direction, DOWN_UNI);
+    EXPECT_EQ(seen[0].tags, 1u);
+    EXPECT_EQ(seen[0].tpid[0], 0x8100);
+    EXPECT_EQ(seen[0].tci[0], 100);
+    EXPECT_EQ(seen[0].steps, 0u);
+    EXPECT_EQ(seen[0].used, 1);
+    EXPECT_EQ(seen[0].remembered, 1);
+    EXPECT_EQ(seen[0].hits, 3u);
+    EXPECT_EQ(seen[0].idle, 3u);
+}
+
+TEST_F(observe, every_rule_is_seen_once_with_any_room)
+{
+    for (u8 station = 1; station <= 40; ++station)
+        send(station);
+    const u32 held = gpon_hash_table_record.total_num;
+    for (const u32 room : {1u, 3u, 16u, 100u})
+        EXPECT_EQ(rules(room).size(), held);
+}
+
+TEST_F(observe, the_revision_changes_with_rules_and_instances_and_only_then)
+{
+    const u64 first = revision();
+    send(1);
+    const u64 learnt = revision();
+    EXPECT_NE(first, learnt);
+    send(1);
+    send(1);
+    rules(16);
+    EXPECT_EQ(revision(), learnt);
+    create_bridge(5);
+    EXPECT_NE(revision(), learnt);
+}
+
+TEST_F(observe, events_name_the_rule_and_the_cause)
+{
+    send(1);
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].kind, GPON_EVENT_RULE_LEARNT);
+    EXPECT_EQ(events[0].rule.src_mac[5], 1);
+    send(1);
+    send(1);
+    EXPECT_EQ(events.size(), 1u) << "a use is no event";
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[1].kind, GPON_EVENT_RULE_GONE);
+    EXPECT_EQ(events[1].cause, static_cast<u32>(GPON_RULE_AGED));
+    EXPECT_EQ(events[1].rule.hits, 2u);
+    send(2);
+    gpon::host::proc_write("clean flow_rule 0 0");
+    ASSERT_EQ(events.size(), 4u);
+    EXPECT_EQ(events[3].cause, static_cast<u32>(GPON_RULE_FLUSHED));
+}
+
+TEST_F(observe, an_instance_has_its_record_and_is_an_event)
+{
+    create_bridge(5);
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].kind, GPON_EVENT_INSTANCE_CHANGED);
+    EXPECT_EQ(events[0].cause, static_cast<u32>(GPON_INSTANCE_CREATED));
+    EXPECT_EQ(events[0].class_id, 45);
+    EXPECT_EQ(events[0].inst_id, 5);
+    u32 row = 0;
+    u32 position = 0;
+    u64 revision = 0;
+    gpon_seen_instance seen;
+    ASSERT_EQ(gpon_observe_instance(&row, &position, &seen, &revision), 1);
+    EXPECT_EQ(seen.class_id, 45);
+    EXPECT_STREQ(seen.class_name, "MAC_BRIDGE_SERVICE_PROFILE");
+    EXPECT_EQ(seen.inst_id, 5);
+    ASSERT_EQ(seen.raw_bytes, sizeof(gpon_raw_mbsp));
+    EXPECT_EQ(gpon::load_unaligned<u16>(seen.raw + offsetof(gpon_raw_mbsp, helloTime)), 0x1234);
+    EXPECT_EQ(gpon_observe_instance(&row, &position, &seen, &revision), 0);
+}
+
+TEST_F(observe, nothing_is_printed)
+{
+    gpon::host::proc_write("set debug_level f");
+    send(1);
+    log_lines();
+    gpon_seen_state state;
+    gpon_observe_state(&state);
+    EXPECT_EQ(state.engine, 1u);
+    EXPECT_EQ(state.log_level, 15u);
+    EXPECT_EQ(state.rules, 1u);
+    rules(16);
+    EXPECT_THAT(log_lines(), IsEmpty());
+}
+
+} // namespace
