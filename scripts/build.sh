@@ -34,8 +34,14 @@ need_for() {
     need "${groups[@]}"
 }
 
-# build_preset PRESET [TARGET...]: continues after an error, so that one run shows all errors.
+# build_preset PRESET [TARGET...]: continues after an error, so that one run shows all errors. Steps at
+# the same time may want one folder: the second waits.
 build_preset() {
+    mkdir -p "$(preset_dir "$1")"
+    (flock 9 && build_locked "$@") 9>"$(preset_dir "$1")/.lock"
+}
+
+build_locked() {
     local dir target targets=()
     need_for "$1" || return 1
     dir=$(preset_dir "$1")
@@ -44,5 +50,5 @@ build_preset() {
     done
     # A folder that is configured for release has the tool among its targets.
     { [ "$1" = tool ] && [ -f "$dir/build.ninja" ]; } || cmake --preset "$1" -B "$dir" || return 1
-    "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0
+    "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0 9>&-
 }

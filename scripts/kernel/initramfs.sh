@@ -42,13 +42,21 @@ put() {
     cp -L "$1" "$tree/$2"
 }
 
+# NAME: prints the file of a library: of the guest's packages, or that with which a program of this
+# machine was built.
+library() {
+    local found
+    found=$(find "$root/lib" "$root/usr/lib" -name "$1" | head -n 1)
+    [ -n "$found" ] || found=$("$(cross_prefix "$arch")g++" -print-file-name="$1")
+    [ -f "$found" ] && echo "$found"
+}
+
 # Copies a program's libraries, and theirs, to the loader's folder.
 put_libraries() {
     local name found
     for name in $("$readelf" -d "$1" 2>/dev/null | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
         if [ ! -e "$tree/lib/$name" ]; then
-            found=$(find "$root/lib" "$root/usr/lib" -name "$name" | head -n 1)
-            [ -n "$found" ] || fail "the library $name of $1 is not there"
+            found=$(library "$name") || fail "the library $name of $1 is not there"
             put "$found" "lib/$name"
             put_libraries "$found"
         fi

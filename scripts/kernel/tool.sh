@@ -3,8 +3,8 @@
 #
 # usage: tool.sh ARCH FOLDER
 #
-# Builds the command line tool for a guest; the program is FOLDER/bin/gponflow. Its libraries are
-# those that fetch.sh unpacked, not those of the machine.
+# Builds the command line tool for a guest; the program is FOLDER/bin/gponflow. For another
+# architecture it is built with the libraries that fetch.sh unpacked.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -15,6 +15,17 @@ arch=$1
 folder=$2
 root=$(kernel_root "$arch")
 prefix=$(cross_prefix "$arch")
+
+# A guest has the C library of this machine's Debian, so it runs the tool of the release build.
+if [ -z "$prefix" ]; then
+    # shellcheck source=scripts/build.sh
+    . scripts/build.sh
+    build_preset tool gponflow
+    mkdir -p "$folder/bin"
+    ln -sfT "$(readlink -f "$(preset_dir tool)/bin/gponflow")" "$folder/bin/gponflow"
+    exit
+fi
+
 case $arch in
 arm64) processor=aarch64 ;;
 *) processor=$arch ;;
