@@ -194,27 +194,47 @@ TEST_F(related_ids, set_stops_at_the_first_free_place)
     EXPECT_EQ(rows[0].related_ids[1].instId, 5);
 }
 
-TEST_F(related_ids, delete_in_the_middle_moves_the_later_ones_down)
+// Ids that are recorded, one that is deleted, and those that remain.
+struct deletion {
+    const char* name;
+    std::vector<u16> recorded;
+    u16 deleted;
+    std::vector<u16> left;
+};
+
+class deleted_id : public related_ids, public testing::WithParamInterface<deletion> {};
+
+TEST_P(deleted_id, leaves_the_others_in_order_before_cleared_places)
 {
-    for (const u16 id : u16s{1, 2, 3})
+    const deletion& change = GetParam();
+    for (const u16 id : change.recorded)
         apply(CREATE, id);
-    apply(DELETE, 2);
-    EXPECT_THAT(recorded(rows[0]), ElementsAre(1, 3));
-    apply(DELETE, 1);
-    EXPECT_THAT(recorded(rows[0]), ElementsAre(3));
-    EXPECT_EQ(rows[0].related_ids[1].instId, 0);
-    EXPECT_EQ(rows[0].related_ids[2].instId, 0);
+    apply(DELETE, change.deleted);
+    EXPECT_THAT(recorded(rows[0]), testing::ElementsAreArray(change.left));
+    for (size_t free = change.left.size(); free < 3; ++free)
+        EXPECT_EQ(rows[0].related_ids[free].instId, 0);
 }
 
-TEST_F(related_ids, delete_of_the_last_only_clears_it)
+const deletion deletions[] = {
+    {"first_of_three", {1, 2, 3}, 1, {2, 3}},
+    {"middle_of_three", {1, 2, 3}, 2, {1, 3}},
+    {"last_of_three", {1, 2, 3}, 3, {1, 2}},
+    {"first_of_two", {1, 3}, 1, {3}},
+    {"only_one", {9}, 9, {}},
+    {"one_of_two_equal", {7, 7, 8}, 7, {7, 8}},
+    {"absent", {1}, 2, {1}},
+    {"from_an_empty_row", {}, 1, {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(related_ids, deleted_id, testing::ValuesIn(deletions),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(related_ids, delete_concerns_the_row_of_its_class)
 {
-    for (const u16 id : u16s{1, 2, 3})
-        apply(CREATE, id);
-    apply(DELETE, 3);
-    EXPECT_THAT(recorded(rows[0]), ElementsAre(1, 2));
-    EXPECT_EQ(rows[0].related_ids[2].instId, 0);
+    apply(CREATE, 9);
     apply(CREATE, 9, 84);
     apply(DELETE, 9, 84);
+    EXPECT_THAT(recorded(rows[0]), ElementsAre(9));
     EXPECT_THAT(recorded(rows[1]), IsEmpty());
 }
 

@@ -15,7 +15,7 @@ using testing::Not;
 
 constexpr gpon_me_related_id START = {};
 
-gpon_me_related_id after(u16 id)
+constexpr gpon_me_related_id after(u16 id)
 {
     return {.instExist = 1, .instId = id};
 }
@@ -58,52 +58,48 @@ protected:
     gpon_me_related_id answer = {};
 };
 
+// One call of a query, and the instance that it returns, if any.
+struct query_step {
+    const char* name;
+    u16 class_id;
+    u16 id;
+    u16 sought;
+    gpon_me_related_id previous;
+    gpon_me_related_id wanted;
+};
+
+constexpr gpon_me_related_id NONE = {};
+
+std::string name_of_step(const testing::TestParamInfo<query_step>& step)
+{
+    return step.param.name;
+}
+
+class forward_step : public relation_query, public testing::WithParamInterface<query_step> {};
+
+TEST_P(forward_step, of_a_bridge_with_three_ports)
+{
+    const query_step& step = GetParam();
+    three_ports();
+    EXPECT_EQ(forward(step.class_id, step.id, step.sought, step.previous), 0);
+    EXPECT_TRUE(answer == step.wanted);
+}
+
+constexpr query_step forward_steps[] = {
+    {"starts_with_the_first_recorded", 45, 1, 47, START, after(0x101)},
+    {"continues_after_the_first", 45, 1, 47, after(0x101), after(0x102)},
+    {"continues_after_the_second", 45, 1, 47, after(0x102), after(0x103)},
+    {"ends_after_the_last", 45, 1, 47, after(0x103), NONE},
+    {"ends_after_an_id_that_is_not_recorded", 45, 1, 47, after(0x999), NONE},
+    {"an_absent_instance_has_no_first", 45, 9, 47, START, NONE},
+    {"an_absent_instance_has_no_next", 45, 9, 47, after(0x101), NONE},
+    {"a_class_without_row_has_no_result", 45, 1, 266, START, NONE},
+    {"an_empty_list_has_no_result", 84, 1, 47, START, NONE},
+};
+
+INSTANTIATE_TEST_SUITE_P(relations, forward_step, testing::ValuesIn(forward_steps), name_of_step);
+
 class forward_query : public relation_query {};
-
-TEST_F(forward_query, returns_instances_in_recording_order_then_none)
-{
-    three_ports();
-    EXPECT_EQ(forward(45, 1, 47, START), 0);
-    EXPECT_TRUE(answer == after(0x101));
-    EXPECT_EQ(forward(45, 1, 47, answer), 0);
-    EXPECT_TRUE(answer == after(0x102));
-    EXPECT_EQ(forward(45, 1, 47, answer), 0);
-    EXPECT_TRUE(answer == after(0x103));
-    EXPECT_EQ(forward(45, 1, 47, answer), 0);
-    EXPECT_EQ(answer.instExist, 0);
-}
-
-TEST_F(forward_query, continues_after_any_recorded_id)
-{
-    three_ports();
-    EXPECT_EQ(forward(45, 1, 47, after(0x102)), 0);
-    EXPECT_TRUE(answer == after(0x103));
-}
-
-TEST_F(forward_query, an_id_that_is_not_recorded_ends_it)
-{
-    three_ports();
-    EXPECT_EQ(forward(45, 1, 47, after(0x999)), 0);
-    EXPECT_EQ(answer.instExist, 0);
-}
-
-TEST_F(forward_query, an_absent_start_has_no_result)
-{
-    three_ports();
-    EXPECT_EQ(forward(45, 9, 47, START), 0);
-    EXPECT_EQ(answer.instExist, 0);
-    EXPECT_EQ(forward(45, 9, 47, after(0x101)), 0);
-    EXPECT_EQ(answer.instExist, 0);
-}
-
-TEST_F(forward_query, a_class_that_is_not_recorded_has_no_result)
-{
-    three_ports();
-    EXPECT_EQ(forward(45, 1, 266, START), 0);
-    EXPECT_EQ(answer.instExist, 0);
-    EXPECT_EQ(forward(84, 1, 47, START), 0);
-    EXPECT_EQ(answer.instExist, 0);
-}
 
 TEST_F(forward_query, a_free_entry_hides_the_later_ones)
 {
@@ -261,6 +257,27 @@ protected:
     }
 };
 
+class reverse_step : public reverse_query, public testing::WithParamInterface<query_step> {};
+
+TEST_P(reverse_step, of_a_port_of_two_bridges)
+{
+    const query_step& step = GetParam();
+    two_bridges();
+    EXPECT_EQ(reverse(step.class_id, step.id, step.sought, step.previous),
+              step.wanted.instExist ? 0 : -1);
+    EXPECT_TRUE(answer == step.wanted);
+}
+
+constexpr query_step reverse_steps[] = {
+    {"starts_with_the_first_created", 47, 0x101, 45, START, after(7)},
+    {"continues_in_creation_order", 47, 0x101, 45, after(7), after(3)},
+    {"ends_after_the_last", 47, 0x101, 45, after(3), NONE},
+    {"an_id_that_no_instance_recorded_has_no_result", 47, 0x999, 45, START, NONE},
+    {"a_class_that_no_instance_recorded_has_no_result", 266, 0x101, 45, START, NONE},
+};
+
+INSTANTIATE_TEST_SUITE_P(relations, reverse_step, testing::ValuesIn(reverse_steps), name_of_step);
+
 TEST_F(reverse_query, an_empty_list_has_no_result)
 {
     gponDebugLevel = LOG_TRACE;
@@ -272,17 +289,6 @@ TEST_F(reverse_query, an_empty_list_has_no_result)
                     "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the classId(47) "
                     "InstanceId(257) related_classId(45).",
                     "***TRACE***[gpon_flow_me_get_by_classid][0]: classId = 45, me_index = 2."));
-}
-
-TEST_F(reverse_query, returns_instances_in_creation_order_then_none)
-{
-    two_bridges();
-    EXPECT_EQ(reverse(47, 0x101, 45, START), 0);
-    EXPECT_TRUE(answer == after(7));
-    EXPECT_EQ(reverse(47, 0x101, 45, answer), 0);
-    EXPECT_TRUE(answer == after(3));
-    EXPECT_EQ(reverse(47, 0x101, 45, answer), -1);
-    EXPECT_EQ(answer.instExist, 0);
 }
 
 TEST_F(reverse_query, the_last_matching_instance_ends_it)
@@ -298,15 +304,6 @@ TEST_F(reverse_query, ends_when_the_previous_result_was_deleted)
     two_bridges();
     gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, 45, 7, nullptr);
     EXPECT_EQ(reverse(47, 0x101, 45, after(7)), -1);
-    EXPECT_EQ(answer.instExist, 0);
-}
-
-TEST_F(reverse_query, a_start_that_no_instance_recorded_has_no_result)
-{
-    two_bridges();
-    EXPECT_EQ(reverse(47, 0x999, 45, START), -1);
-    EXPECT_EQ(answer.instExist, 0);
-    EXPECT_EQ(reverse(266, 0x101, 45, START), -1);
     EXPECT_EQ(answer.instExist, 0);
 }
 
