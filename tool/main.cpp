@@ -79,6 +79,7 @@ int main(int argc, char** argv)
             return app.exit(error);
         return refuse(app, words, error);
     } catch (const std::exception& error) {
+        // Refusals of a backend, among others.
         std::cerr << "gponflow: " << error.what() << '\n';
         return gponflow::status_unsupported;
     }

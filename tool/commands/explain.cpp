@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow explain: trace one frame step by step.
+#include <concepts>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -104,22 +105,25 @@ int explain(const explain_request& request)
     return finish_output() ? status : status_unsupported;
 }
 
+// An option whose number is a field of the question.
+template <std::unsigned_integral Number>
+CLI::Option* add_field(CLI::App& sub, explain_request& request, const char* name, auto& field,
+                       uint64_t least, Number most, const char* text)
+{
+    const auto take = [&request, &field](uint64_t number) {
+        field = static_cast<Number>(number);
+        request.asks = true;
+    };
+    return add_number(sub, name, take, most, least, text);
+}
+
 void add_entry_options(CLI::App& sub, explain_request& request)
 {
-    CLI::Option* uni = add_number(
-        sub, "--uni",
-        [&request](uint64_t number) {
-            request.question.uni = static_cast<uint16_t>(number);
-            request.asks = true;
-        },
-        15, 0, "The frame enters at this UNI: the port number, the last byte of its instance id");
-    add_number(
-        sub, "--gem",
-        [&request](uint64_t number) {
-            request.question.gem = static_cast<uint16_t>(number);
-            request.asks = true;
-        },
-        UINT16_MAX, 0, "The frame comes from the OLT on this GEM port (portID)")
+    CLI::Option* uni = add_field<uint16_t>(
+        sub, request, "--uni", request.question.uni, 0, 15,
+        "The frame enters at this UNI: the port number, the last byte of its instance id");
+    add_field<uint16_t>(sub, request, "--gem", request.question.gem, 0, UINT16_MAX,
+                        "The frame comes from the OLT on this GEM port (portID)")
         ->excludes(uni);
 }
 
@@ -140,21 +144,10 @@ void add_tag_options(CLI::App& sub, explain_request& request)
     };
     add_tag("--vlan", request.question.outer,
             "VLAN id of the outer tag, with its priority after a p if it is not 0: 300p6");
-    add_number(
-        sub, "--prio",
-        [&request](uint64_t number) {
-            request.priority = static_cast<uint8_t>(number);
-            request.asks = true;
-        },
-        7, 0, "Priority of the outer tag");
+    add_field<uint8_t>(sub, request, "--prio", request.priority, 0, 7, "Priority of the outer tag");
     add_tag("--inner", request.question.inner, "The same for the inner tag");
-    add_number(
-        sub, "--tpid",
-        [&request](uint64_t number) {
-            request.question.tpid = static_cast<uint16_t>(number);
-            request.asks = true;
-        },
-        UINT16_MAX, 0x0600, "Type of the outer tag (default 0x8100)")
+    add_field<uint16_t>(sub, request, "--tpid", request.question.tpid, 0x0600, UINT16_MAX,
+                        "Type of the outer tag (default 0x8100)")
         ->needs("--vlan");
 }
 
@@ -166,21 +159,10 @@ void add_field_options(CLI::App& sub, explain_request& request)
     add_address("--src", request.question.source, "Source address (default 02:00:00:00:00:02)");
     add_address("--dst", request.question.destination,
                 "Destination address (default 02:00:00:00:00:01)");
-    add_number(
-        sub, "--ethertype",
-        [&request](uint64_t number) {
-            request.question.ethertype = static_cast<uint16_t>(number);
-            request.asks = true;
-        },
-        UINT16_MAX, 0x0600, "Type behind the tags (default 0x0800, IPv4)")
+    add_field<uint16_t>(sub, request, "--ethertype", request.question.ethertype, 0x0600, UINT16_MAX,
+                        "Type behind the tags (default 0x0800, IPv4)")
         ->excludes("--pcap");
-    add_number(
-        sub, "--dscp",
-        [&request](uint64_t number) {
-            request.question.dscp = static_cast<uint8_t>(number);
-            request.asks = true;
-        },
-        63, 0, "DSCP of an IP frame")
+    add_field<uint8_t>(sub, request, "--dscp", request.question.dscp, 0, 63, "DSCP of an IP frame")
         ->excludes("--pcap");
 }
 

@@ -51,20 +51,14 @@ int run(const run_arguments& arguments)
     const std::optional<scenario> parsed = open_scenario(arguments.file, std::cerr);
     if (!parsed)
         return status_invalid;
-    try {
-        const std::unique_ptr<backend> target = make_backend(arguments.backend);
-        if (!arguments.json)
-            return written(
-                run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
-        std::ostringstream transcript;
-        const exit_status status =
-            run_scenario(*parsed, *target, transcript, std::cerr, arguments.mask_lines);
-        print_transcript_json(transcript.str(), parsed->name, std::cout);
-        return written(status);
-    } catch (const refusal& why) {
-        std::cerr << "gponflow: " << why.what() << '\n';
-        return status_unsupported;
-    }
+    const std::unique_ptr<backend> target = make_backend(arguments.backend);
+    if (!arguments.json)
+        return written(run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
+    std::ostringstream transcript;
+    const exit_status status =
+        run_scenario(*parsed, *target, transcript, std::cerr, arguments.mask_lines);
+    print_transcript_json(transcript.str(), parsed->name, std::cout);
+    return written(status);
 }
 
 } // namespace

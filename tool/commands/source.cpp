@@ -49,23 +49,18 @@ int run_on_source(const live_source& from, const std::function<int(captured_run&
     const std::optional<scenario> parsed = open_source(from, status);
     if (status != status_ok)
         return status;
-    try {
-        const std::unique_ptr<backend> target = make_backend(backend_of(from));
-        captured_run run(*target);
-        if (parsed)
-            status = run.run(without_last_unload(*parsed), std::cerr);
-        if (status != status_ok)
-            return status;
-        const int outcome = action(run);
-        if (run.lost_lines())
-            std::cerr
-                << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
-                   "a larger log_buf_len\n";
-        return outcome;
-    } catch (const refusal& why) {
-        std::cerr << "gponflow: " << why.what() << '\n';
-        return status_unsupported;
-    }
+    const std::unique_ptr<backend> target = make_backend(backend_of(from));
+    captured_run run(*target);
+    if (parsed)
+        status = run.run(without_last_unload(*parsed), std::cerr);
+    if (status != status_ok)
+        return status;
+    const int outcome = action(run);
+    if (run.lost_lines())
+        std::cerr
+            << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
+               "a larger log_buf_len\n";
+    return outcome;
 }
 
 int report_not_loaded()

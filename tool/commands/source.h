@@ -28,7 +28,7 @@ void add_source_options(CLI::App& app, live_source& into, const std::string& fil
 [[nodiscard]] std::string backend_of(const live_source& from);
 
 /// Creates the backend, runs the scenario if there is one and then `action`, and returns its
-/// status. Prints refusals to standard error.
+/// status. Throws the refusals of the backend, which main() prints.
 [[nodiscard]] int run_on_source(const live_source& from,
                                 const std::function<int(captured_run&)>& action);
 

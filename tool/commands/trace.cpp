@@ -39,14 +39,9 @@ int trace(const trace_request& request)
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (!parsed)
         return status;
-    try {
-        const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
-        status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout,
-                                std::cerr, colours_of(1), request.limits.json);
-    } catch (const refusal& why) {
-        std::cerr << "gponflow: " << why.what() << '\n';
-        status = status_unsupported;
-    }
+    const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
+    status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
+                            colours_of(1), request.limits.json);
     return finish_output() ? status : status_unsupported;
 }
 
