@@ -16,9 +16,10 @@ mark() {
     echo "<6>load_cycles $cycle $1" >/dev/kmsg
 }
 
-# A file for each part of the log that this cycle has written.
+# A file for each part of the log that this cycle has written. The log of all cycles is long, and awk
+# is slow under emulation.
 split_log() {
-    module_log | tail -n 500 | awk -v mark="load_cycles $cycle " '
+    dmesg | tail -n 600 | module_lines | awk -v mark="load_cycles $cycle " '
         {sub(/^\[ *[0-9.]*\] /, "")}
         index($0, mark) == 1 {part = "/tmp/part." $3 ; printf "" >part ; next}
         part {print >part}'

@@ -70,11 +70,15 @@ kernel_log_faults() {
     own_reports "$1" | grep -E -A 40 "$kernel_faults" || tail -n 40 "$1"
 }
 
-# The module's part of the log: lines of the kernel begin with the name of a part of it and a colon.
-module_log() {
-    dmesg | tr -d '\r' | awk '
+# The module's lines of a log: lines of the kernel begin with the name of a part of it and a colon.
+module_lines() {
+    tr -d '\r' | awk '
         { text = $0 ; sub(/^\[ *[0-9.]+\] /, "", text) }
         text ~ /^gpon/ || text !~ /^[A-Za-z][A-Za-z0-9_.-]*: /'
+}
+
+module_log() {
+    dmesg | module_lines
 }
 
 # TEXT: how far a long test is.
