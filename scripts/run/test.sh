@@ -109,7 +109,8 @@ run_steps() {
 }
 
 # The guests use little more than one processor, so they run beside the other steps, in a process
-# group that is ended with this one. Their output is shown at the end.
+# group that is ended with this one. Their output is shown at the end. They take longer than the other
+# steps and have time limits, so the others run at a lower priority.
 run_side_by_side() {
     local guests log=$GPON_BUILD_DIR/logs/guests.log
     echo "meanwhile, with output in $log: ${guest_steps[*]}"
@@ -119,7 +120,10 @@ run_side_by_side() {
     set +m
     # shellcheck disable=SC2064 # the process group of now
     trap "kill -- -$guests 2>/dev/null; exit 130" INT TERM
-    run_steps "$failures" "${host_steps[@]}"
+    (
+        renice -n 5 -p "$BASHPID" >/dev/null || true
+        run_steps "$failures" "${host_steps[@]}"
+    )
     wait "$guests" || true
     trap - INT TERM
     cat "$log"
