@@ -22,7 +22,7 @@ case_list all_cases()
     add_flood_cases(cases);
     add_class_cases(cases);
     add_hook_cases(cases);
-    add_relation_cases(cases);
+    add_link_query_cases(cases);
     add_command_cases(cases);
     add_tool_cases(cases);
     return cases;

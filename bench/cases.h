@@ -51,7 +51,7 @@ void add_outcome_cases(case_list& cases);
 void add_flood_cases(case_list& cases);
 void add_class_cases(case_list& cases);
 void add_hook_cases(case_list& cases);
-void add_relation_cases(case_list& cases);
+void add_link_query_cases(case_list& cases);
 void add_command_cases(case_list& cases);
 void add_tool_cases(case_list& cases);
 void add_chained_cases(case_list& cases);

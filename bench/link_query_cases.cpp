@@ -89,7 +89,7 @@ private:
 
 } // namespace
 
-void add_relation_cases(case_list& cases)
+void add_link_query_cases(case_list& cases)
 {
     for (const unsigned count : {1u, 8u, 64u, 256u}) {
         const std::string ports = "/" + std::to_string(count) + "_ports_and_mappers";

@@ -64,7 +64,7 @@ qualified_packages() {
 }
 
 # KERNEL: header trees name each other by absolute paths of an installed system.
-mend_headers() {
+adapt_headers() {
     local root headers compiler
     root=$(kernel_root "$1")
     headers=$(kernel_headers "$1")
@@ -155,7 +155,7 @@ fetch() {
     rm -rf "${dir:?}"
     mv "$dir.new" "$dir"
     echo "$version" >"$dir/version"
-    mend_headers "$kernel"
+    adapt_headers "$kernel"
     # Last, because it marks the download as complete.
     wanted_packages "$kernel" >"$dir/request"
 }

@@ -97,7 +97,7 @@ boot_guest_tests() {
 }
 
 # LOG TEST: whether the kernel panicked in the test with the message that the test's file names.
-panicked_as_told() {
+panicked_as_expected() {
     local words
     words=$(sed -n 's/^# panics: //p' "tests/kernel/$2.sh")
     [ -n "$words" ] && tr -d '\r' <"$1" | grep -q "^@@ begin $2\$" &&
@@ -111,7 +111,7 @@ boot_panic_test() {
     log=$(guest_log "$1" "$2")
     GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$kernel" \
         "$(guest_initramfs "$kernel")" "tests=$name" >"$log" 2>&1 || true
-    panicked_as_told "$log" "$name" || result=FAILED
+    panicked_as_expected "$log" "$name" || result=FAILED
     printf '  %-14s %-32s %-6s %4d s\n' "$kernel" "$name" "$result" $((SECONDS - start))
     [ "$result" = ok ] || { tail -n 40 "$log" && return 1; }
 }

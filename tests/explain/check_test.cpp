@@ -186,7 +186,7 @@ TEST(check, queues_on_the_wrong_side_of_the_boundary)
 }
 
 // Steps of the longest path from a class, in one direction; a cycle has no end.
-unsigned longest_way(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
+unsigned longest_path(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
 {
     if (so_far > MAX_RECURSION_NUM)
         return so_far;
@@ -196,7 +196,7 @@ unsigned longest_way(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
         return longest;
     for (const gpon_me_next_class* next = entry->fwd_op->next_classes; next->class_id; ++next)
         if (next->flags & direction)
-            longest = std::max(longest, longest_way(next->class_id, direction, so_far + 1));
+            longest = std::max(longest, longest_path(next->class_id, direction, so_far + 1));
     return longest;
 }
 
@@ -206,7 +206,7 @@ TEST(check, no_provisioning_is_deeper_than_a_walk)
     unsigned longest = 0;
     for (const class_record& fields : me_classes())
         for (const uint16_t direction : {UP_ANI, UP_UNI, DOWN_ANI, DOWN_UNI})
-            longest = std::max(longest, longest_way(fields.id, direction));
+            longest = std::max(longest, longest_path(fields.id, direction));
     EXPECT_EQ(longest, 5u);
     EXPECT_LT(longest, MAX_RECURSION_NUM);
 }

@@ -130,12 +130,12 @@ TEST(explain_tagging, a_captured_frame_with_a_port_passes_both_halves)
 std::string accounted(const std::string& text, std::string& diagnostics)
 {
     std::ostringstream out;
-    std::ostringstream told;
+    std::ostringstream printed;
     frame_account account;
     const std::unique_ptr<backend> target = make_host_backend();
-    EXPECT_EQ(account_scenario(parse_good(text), *target, account, told), status_ok);
+    EXPECT_EQ(account_scenario(parse_good(text), *target, account, printed), status_ok);
     print_account(account, out);
-    diagnostics = told.str();
+    diagnostics = printed.str();
     return out.str();
 }
 

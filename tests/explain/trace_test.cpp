@@ -44,12 +44,12 @@ TEST(marked_frames, without_a_gap_are_distinguished)
                                 entering + dropped + dropped);
     ASSERT_EQ(walks.size(), 7u);
     const line_model entities = final_entities(parse_good(good_line));
-    std::string told;
+    std::string printed;
     for (const std::string& walk : walks) {
         const walk_story story = read_walk(walk, entities);
-        told += story.dropped ? 'd' : story.replayed ? 'r' : 'w';
+        printed += story.dropped ? 'd' : story.replayed ? 'r' : 'w';
     }
-    EXPECT_EQ(told, "wdwrrdd");
+    EXPECT_EQ(printed, "wdwrrdd");
 }
 
 TEST(marked_frames, show_the_reason_of_a_drop)
@@ -104,7 +104,7 @@ std::string mixed(const std::string& left, const std::string& right)
 TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
 {
     const line_model entities = final_entities(parse_good(good_line));
-    const auto told = [&](const std::string& log) {
+    const auto printed = [&](const std::string& log) {
         std::ostringstream out;
         print_marked_frame(read_walk(log, entities), entities, out);
         return out.str();
@@ -113,10 +113,10 @@ TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
     const auto walks = walks_of(good_line + mark + dropped + passing + passing);
     ASSERT_EQ(walks.size(), 3u);
     for (const std::string& walk : walks)
-        EXPECT_EQ(told(walk).find(doubt), std::string::npos) << told(walk);
-    EXPECT_NE(told(mixed(walks[0], walks[1])).find(doubt), std::string::npos);
-    EXPECT_NE(told(mixed(walks[0], walks[0])).find(doubt), std::string::npos);
-    EXPECT_NE(told(mixed(walks[1], walks[2])).find(doubt), std::string::npos);
+        EXPECT_EQ(printed(walk).find(doubt), std::string::npos) << printed(walk);
+    EXPECT_NE(printed(mixed(walks[0], walks[1])).find(doubt), std::string::npos);
+    EXPECT_NE(printed(mixed(walks[0], walks[0])).find(doubt), std::string::npos);
+    EXPECT_NE(printed(mixed(walks[1], walks[2])).find(doubt), std::string::npos);
 }
 
 TEST(marked_frames, without_their_beginning_or_end_are_reported_as_uncertain)
@@ -150,8 +150,8 @@ TEST(trace_of_a_scenario, shows_the_frames_that_match)
 
 TEST(replay, is_explained_by_the_instances_of_its_rule)
 {
-    const std::string told = traced(good_line + passing + passing, "outer_vlan=100");
-    const std::string replay = told.substr(told.find("frame 2"));
+    const std::string printed = traced(good_line + passing + passing, "outer_vlan=100");
+    const std::string replay = printed.substr(printed.find("frame 2"));
     EXPECT_NE(replay.find("MAC_BRIDGE_SERVICE_PROFILE 0x0001"), std::string::npos) << replay;
     EXPECT_NE(replay.find("GEM_PORT_CTP 0x0001  portID=1025"), std::string::npos) << replay;
     EXPECT_NE(replay.find("its rule was replayed"), std::string::npos) << replay;

@@ -17,7 +17,7 @@ const gpon_file_operations operations = {
     [](file*) { return 0; }, [](file*, unsigned int, unsigned long) { return 1L; }, nullptr};
 vorn_hook_ops ops = {{}, "some_hook", 1, [](api_data*) { return 0; }, 59, 1};
 
-int open_doors()
+int register_interfaces()
 {
     __register_chrdev(184, 0, 256, "gpon_flow", &operations);
     create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr));
@@ -28,7 +28,7 @@ int open_doors()
     return 0;
 }
 
-void expect_doors(bool open)
+void expect_interfaces(bool open)
 {
     EXPECT_EQ(gpon::host::ioctl(0, 0).has_value(), open);
     EXPECT_EQ(gpon::host::proc_read().has_value(), open);
@@ -49,10 +49,10 @@ TEST_F(module_loading, load_returns_the_status_of_the_module)
 TEST_F(module_loading, a_module_that_failed_to_load_stays_until_it_is_unloaded)
 {
     int unloads = 0;
-    module_under_test = {[] { return open_doors() - 12; }, [&] { ++unloads; }};
+    module_under_test = {[] { return register_interfaces() - 12; }, [&] { ++unloads; }};
     EXPECT_EQ(load(), -12);
     EXPECT_TRUE(is_loaded());
-    expect_doors(true);
+    expect_interfaces(true);
     unload();
     EXPECT_EQ(unloads, 1);
     unload();
@@ -75,13 +75,13 @@ TEST_F(module_loading, reset_drops_a_module_with_its_interfaces_timers_and_memor
 {
     module_under_test.load = [] {
         kzalloc(10, GFP_ATOMIC);
-        return open_doors();
+        return register_interfaces();
     };
     load();
-    expect_doors(true);
+    expect_interfaces(true);
     gpon::host::reset();
     EXPECT_FALSE(is_loaded());
-    expect_doors(false);
+    expect_interfaces(false);
     events.clear();
     gpon::host::advance(10);
     EXPECT_THAT(events, testing::IsEmpty());
@@ -92,14 +92,14 @@ TEST_F(module_loading, reset_disarms_faults)
 {
     gpon::host::arm_fault(gpon::host::fault::chrdev);
     gpon::host::reset();
-    open_doors();
-    expect_doors(true);
+    register_interfaces();
+    expect_interfaces(true);
 }
 
 TEST_F(module_loading, a_panic_ends_loading_and_unregisters_everything)
 {
     module_under_test = {[] {
-                             open_doors();
+                             register_interfaces();
                              panic("Register hook function failed! %s:%d", "somebody", 360);
                              printk("not reached");
                              return 0;
@@ -109,7 +109,7 @@ TEST_F(module_loading, a_panic_ends_loading_and_unregisters_everything)
     EXPECT_EQ(load(), std::nullopt);
     EXPECT_EQ(events.back(), "@ panic Register hook function failed! somebody:360");
     EXPECT_TRUE(is_loaded());
-    expect_doors(false);
+    expect_interfaces(false);
     const size_t so_far = events.size();
     gpon::host::advance(10);
     unload();
@@ -124,7 +124,7 @@ TEST_F(module_loading, a_panic_ends_loading_and_unregisters_everything)
 TEST_F(module_loading, hooks_and_the_timer_run_at_the_same_time)
 {
     module_under_test.load = [] {
-        open_doors();
+        register_interfaces();
         timer_setup(
             &gpon_hash_timer,
             [](timer_list* self) {

@@ -52,8 +52,8 @@ protected:
 report_data report_of(const scenario& what, backend& target)
 {
     report_data data;
-    std::ostringstream told;
-    EXPECT_EQ(collect_report(what, target, data, told), status_ok) << told.str();
+    std::ostringstream printed;
+    EXPECT_EQ(collect_report(what, target, data, printed), status_ok) << printed.str();
     return data;
 }
 

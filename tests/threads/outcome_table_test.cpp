@@ -17,7 +17,7 @@ namespace {
 
 constexpr gpon::outcome_key KEY = {1, 2, 3};
 
-// The port tells the generation in which it was written.
+// The port states the generation in which it was written.
 u16 port_of(u64 generation)
 {
     return static_cast<u16>(generation >> 1);

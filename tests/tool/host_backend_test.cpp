@@ -47,10 +47,10 @@ TEST_F(host_run, every_run_starts_with_a_fresh_platform)
 
 TEST_F(host_run, interfaces_are_absent_before_load_and_after_unload)
 {
-    const std::string_view doors =
+    const std::string_view interfaces =
         "hook kind=0\nexpect ret=absent\nme set 45 1\nexpect ret=absent\n"
         "proc write x\nexpect ret=absent\nproc read\nexpect ret=absent\n";
-    transcript_of(std::string(doors) + "load\nunload\n" + std::string(doors));
+    transcript_of(std::string(interfaces) + "load\nunload\n" + std::string(interfaces));
 }
 
 TEST_F(host_run, each_fault_hits_its_service)

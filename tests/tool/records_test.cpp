@@ -22,7 +22,7 @@ bytes raw_of(std::string_view line)
     return parse_only<me_command>(line).raw.value();
 }
 
-TEST(me_fields, classes_are_found_by_id_and_by_name_in_any_letter_case)
+TEST(class_fields, classes_are_found_by_id_and_by_name_in_any_letter_case)
 {
     EXPECT_EQ(me_classes().size(), 15u);
     for (const class_record& row : me_classes()) {
@@ -50,7 +50,7 @@ void expect_sound_fields(std::span<const gpon_me_field> fields, size_t record_by
     EXPECT_LE(end, record_bytes);
 }
 
-TEST(me_fields, fields_lie_in_their_record_without_overlap)
+TEST(class_fields, fields_lie_in_their_record_without_overlap)
 {
     for (const class_record& row : me_classes()) {
         expect_sound_fields(row.fields, row.raw_size);

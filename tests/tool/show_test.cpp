@@ -28,7 +28,7 @@ std::string answer_to(const std::string& question, const std::string& text)
     captured_run run(*host);
     std::ostringstream diagnostics;
     EXPECT_EQ(run.run(parse_good(text), diagnostics), status_ok) << diagnostics.str();
-    return run.query(question).value_or("no door");
+    return run.query(question).value_or("no interface");
 }
 
 rule_table rules_after(const std::string& text)

@@ -76,15 +76,15 @@ protected:
     }
     ~omci_calls() override { gpon::host::reset(); }
 
-    int run(std::string* told = nullptr)
+    int run(std::string* printed = nullptr)
     {
         std::string name = "omci_calls";
         std::array<char*, 2> words = {name.data(), nullptr};
         testing::internal::CaptureStdout();
         const int status = omci_calls_main(1, words.data());
         const std::string output = testing::internal::GetCapturedStdout();
-        if (told)
-            *told = output;
+        if (printed)
+            *printed = output;
         return status;
     }
 
@@ -104,19 +104,19 @@ protected:
 TEST_F(omci_calls, the_example_provisions_a_service)
 {
     ASSERT_EQ(gpon::host::load(), 0);
-    std::string told;
-    EXPECT_EQ(run(&told), 0) << told;
-    EXPECT_EQ(told, "MIB reset: done\n"
-                    "defaults: done\n"
-                    "GEM port 1025: done\n"
-                    "bridge: done\n"
-                    "filter, VLAN 200: done\n"
-                    "filter, VLAN 100: done\n"
-                    "bridge port, taken back: done\n"
-                    "engine on: done\n"
-                    "unknown class: refused\n"
-                    "raw record at no address: refused\n"
-                    "unknown ioctl: refused\n");
+    std::string printed;
+    EXPECT_EQ(run(&printed), 0) << printed;
+    EXPECT_EQ(printed, "MIB reset: done\n"
+                       "defaults: done\n"
+                       "GEM port 1025: done\n"
+                       "bridge: done\n"
+                       "filter, VLAN 200: done\n"
+                       "filter, VLAN 100: done\n"
+                       "bridge port, taken back: done\n"
+                       "engine on: done\n"
+                       "unknown class: refused\n"
+                       "raw record at no address: refused\n"
+                       "unknown ioctl: refused\n");
     EXPECT_EQ(gem_port_of(100), 1025);
     EXPECT_EQ(gem_port_of(200), -1);
 }
@@ -133,9 +133,9 @@ TEST_F(omci_calls, an_unreadable_record_is_reported)
 {
     ASSERT_EQ(gpon::host::load(), 0);
     gpon::host::arm_fault(fault::copy, 1);
-    std::string told;
-    EXPECT_EQ(run(&told), 1);
-    EXPECT_THAT(told, testing::StartsWith("MIB reset: Operation not permitted\n"));
+    std::string printed;
+    EXPECT_EQ(run(&printed), 1);
+    EXPECT_THAT(printed, testing::StartsWith("MIB reset: Operation not permitted\n"));
 }
 
 TEST_F(omci_calls, without_the_module_there_is_no_device)

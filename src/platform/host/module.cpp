@@ -41,7 +41,7 @@ void restore_data()
         std::memcpy(__start_gpon_data, initial_data.data(), initial_data.size());
 }
 
-void close_doors()
+void remove_interfaces()
 {
     drop_timers();
     drop_hooks();
@@ -82,7 +82,7 @@ std::optional<int> load()
     int ret = 0;
     if (!run_init(ret)) {
         state = module_state::panicked;
-        close_doors();
+        remove_interfaces();
         return std::nullopt;
     }
     state = module_state::loaded;
@@ -107,7 +107,7 @@ bool is_loaded()
 void reset()
 {
     rcu_settle();
-    close_doors();
+    remove_interfaces();
     reset_time();
     set_mapping(0);
     set_queue_mapping(0);

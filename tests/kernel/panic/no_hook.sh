@@ -11,4 +11,4 @@
 load_softonu unis=2
 insmod /modules/gpon_fault.ko function=vorn_register_hook answer=-17 || fail "no fault to make"
 load_module /modules/gpon_flow.ko
-fail "the machine goes on, status $?"
+fail "the machine continues, status $?"
