@@ -7,6 +7,8 @@
 #ifndef GPON_ATOMICS_H
 #define GPON_ATOMICS_H
 
+#include <type_traits>
+
 #include "bytes.h"
 
 namespace gpon {
@@ -116,6 +118,22 @@ inline void copy_from_shared(void* to, const void* shared, size_t bytes)
     size_t done = copy_words_from_shared<u64>(out, in, bytes);
     done += copy_words_from_shared<u16>(out + done, in + done, bytes - done);
     copy_words_from_shared<u8>(out + done, in + done, bytes - done);
+}
+
+// The same for a record of a known size, without a loop: the packet path copies records of some
+// words.
+template <size_t bytes, typename Word = u64>
+[[gnu::always_inline]] inline void copy_record_from_shared(u8* to, const u8* shared)
+{
+    if constexpr (bytes >= sizeof(Word)) {
+        copy_words_from_shared<Word>(to, shared, sizeof(Word));
+        copy_record_from_shared<bytes - sizeof(Word), Word>(to + sizeof(Word),
+                                                            shared + sizeof(Word));
+    } else if constexpr (bytes != 0) {
+        using half = std::conditional_t<sizeof(Word) == sizeof(u64), u32,
+                                        std::conditional_t<sizeof(Word) == sizeof(u32), u16, u8>>;
+        copy_record_from_shared<bytes, half>(to, shared);
+    }
 }
 
 inline void copy_to_shared(void* shared, const void* from, size_t bytes)

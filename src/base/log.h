@@ -98,6 +98,10 @@ template <typename... Args> using text_for = log_text<typename same<Args>::type.
  * messages, and few of them are ever printed. */
 extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 
+/* The same for a message of one level about a packet, whose flag word takes part in the tag. */
+extern "C" [[gnu::cold]] void gpon_log_packet(const sk_buff* skb, log_level level, const char* text,
+                                              ...);
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
@@ -111,6 +115,16 @@ template <typename... Args>
         gpon_log(level_word, text.text, text.function, text.line, args...);
     else
         gpon_log(level_word, text.text, args...);
+}
+
+template <typename... Args>
+[[gnu::always_inline]] inline void emit(const sk_buff* skb, log_level level, log_text<Args...> text,
+                                        Args... args)
+{
+    if (text.located)
+        gpon_log_packet(skb, level, text.text, text.function, text.line, args...);
+    else
+        gpon_log_packet(skb, level, text.text, args...);
 }
 
 #pragma GCC diagnostic pop
@@ -262,6 +276,9 @@ public:
 
     constexpr bool has_packet() const { return skb_ != nullptr; }
 
+    /* For messages that are printed out of line. */
+    constexpr bool traces() const { return enabled_ & LOG_TRACE; }
+
 private:
     packet_log(const sk_buff* skb, const char* function)
         : skb_(skb), function_(function), enabled_(enabled_levels(skb))
@@ -280,7 +297,7 @@ private:
                                        Args... args) const
     {
         if (enabled_ & level) [[unlikely]]
-            gpon::emit<Args...>(gpon::flag_word_of(skb_) | level, text.named(function_), args...);
+            gpon::emit<Args...>(skb_, level, text.named(function_), args...);
     }
 
     const sk_buff* skb_;

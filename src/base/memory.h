@@ -59,47 +59,54 @@ template <typename T> [[nodiscard]] inline owned<T> zalloc(size_t count = 1)
     return zalloc<u8>(static_cast<size_t>(bytes));
 }
 
-/* Owns a buffer for one step of a packet. Its contents are undefined until they are written. */
-class packet_buffer {
+/* The memory of a packet's buffers during the lifetime of this object. */
+class packet_memory_owner {
+public:
+    explicit packet_memory_owner(packet_memory& memory) : memory_(memory)
+    {
+        packet_memory_begin(&memory_);
+    }
+    ~packet_memory_owner() { packet_memory_end(&memory_); }
+    packet_memory_owner(const packet_memory_owner&) = delete;
+    packet_memory_owner& operator=(const packet_memory_owner&) = delete;
+
+private:
+    packet_memory& memory_;
+};
+
+/* Owns a buffer for a record of one step of a packet. Its contents are undefined until they are
+ * written. It stays where it was created: buffers are freed in reverse order. */
+template <typename Record> class packet_buffer {
 public:
     packet_buffer() = default;
-    /* Empty if there is no memory. */
-    explicit packet_buffer(size_t bytes)
-        : at_(static_cast<u8*>(packet_buffer_alloc(bytes))), bytes_(bytes)
-    {
-    }
-    packet_buffer(packet_buffer&& from) noexcept : at_(from.at_), bytes_(from.bytes_)
-    {
-        from.at_ = nullptr;
-    }
-    packet_buffer& operator=(packet_buffer&& from) noexcept
-    {
-        u8* const at = at_;
-        const size_t bytes = bytes_;
-        at_ = from.at_;
-        bytes_ = from.bytes_;
-        from.at_ = at;
-        from.bytes_ = bytes;
-        return *this;
-    }
+    /* Empty if there is no memory left; memory itself is null if the caller has no walk. */
+    explicit packet_buffer(packet_memory* memory) { allocate(memory); }
     packet_buffer(const packet_buffer&) = delete;
     packet_buffer& operator=(const packet_buffer&) = delete;
     ~packet_buffer()
     {
         if (at_)
-            packet_buffer_free(at_, bytes_);
+            packet_buffer_free(memory_, at_, sizeof(Record));
+    }
+
+    /* For a buffer that was created without a record. */
+    void allocate(packet_memory* memory)
+    {
+        memory_ = memory;
+        at_ = static_cast<Record*>(packet_buffer_alloc(memory, sizeof(Record)));
     }
 
     explicit operator bool() const { return at_ != nullptr; }
-    [[nodiscard]] std::span<u8> bytes() const { return {at_, bytes_}; }
-    template <typename Record> [[nodiscard]] const Record* as() const
+    Record* operator->() const { return at_; }
+    Record& operator*() const { return *at_; }
+    [[nodiscard]] std::span<u8, sizeof(Record)> bytes() const
     {
-        return reinterpret_cast<const Record*>(at_);
+        return std::span<u8, sizeof(Record)>(reinterpret_cast<u8*>(at_), sizeof(Record));
     }
 
 private:
-    u8* at_ = nullptr;
-    size_t bytes_ = 0;
+    Record* at_ = nullptr;
+    packet_memory* memory_ = nullptr;
 };
 
 class GPON_SCOPED_CAPABILITY bh_lock {

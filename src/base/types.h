@@ -22,4 +22,13 @@ using i64 = int64_t;
 #define GPON_MODULE_DATA
 #endif
 
+// An automatic variable that is written as a whole before it is read. Kernels are built with a
+// compiler option that clears every automatic variable at its declaration. gcc does not remove the
+// stores where they are superfluous, and reserves a place on the stack for them.
+#if __has_attribute(uninitialized)
+#define GPON_WRITTEN_WHOLE __attribute__((uninitialized))
+#else
+#define GPON_WRITTEN_WHOLE
+#endif
+
 #endif

@@ -47,6 +47,7 @@ struct gpon_me_relation_query {
     u16 inst_id;
     u16 related_class_id;
     gpon_me_related_id* related_id;
+    packet_memory* memory = nullptr; /* the walk's, or null */
 };
 
 #endif

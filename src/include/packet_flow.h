@@ -4,8 +4,8 @@
 #define GPON_PACKET_FLOW_H
 
 #include "../base/types.h"
+#include "../platform/api/kernel_api.h"
 
-struct sk_buff;
 struct gpon_me_inst;
 
 /* Walk direction, one bit per direction; a next-class row has the set in which it is followed. */
@@ -69,6 +69,7 @@ struct gpon_walk_result {
      * next search starts there. Valid in the walk's RCU read-side section. */
     const gpon_me_inst* last_port = nullptr;
     const gpon_me_inst* last_filter = nullptr;
+    packet_memory memory = {}; /* of the steps' buffers */
 };
 
 /* Header summary of a frame. */
@@ -94,7 +95,7 @@ struct op_info {
     u16 inst_id;         /* current instance */
     u16 related_inst_id; /* filter, operation or mapper concerned */
     u16 fwd_flag;
-    const gpon_me_inst** last_filter = nullptr; /* the walk's, or null */
+    gpon_walk_result* walk = nullptr; /* or null, for a caller without one */
 };
 
 #endif

@@ -14,15 +14,19 @@ using gpon::load_related_id;
 // The table of an absent instance.
 constexpr gpon_me_related_info NO_ROWS = {};
 
+// A row of an instance's table, without its name.
+struct row_copy {
+    const gpon_me_related_id* ids;
+    i32 count;
+};
+
 enum class row_result { passed_over, answered };
 
 // The position after the used entry with that id, or -1 if there is none.
-i32 position_behind(const gpon_me_related_info& row, u16 inst_id) GPON_READS_LISTS
+[[nodiscard]] inline i32 position_behind(const row_copy& row, u16 inst_id) GPON_READS_LISTS
 {
-    const gpon_me_related_id* const ids = row.related_ids;
-    const i32 count = row.related_inst_num;
-    for (i32 i = 0; i < count; ++i) {
-        const gpon_me_related_id entry = load_related_id(ids[i]);
+    for (i32 i = 0; i < row.count; ++i) {
+        const gpon_me_related_id entry = load_related_id(row.ids[i]);
         if (entry.instExist == 0)
             return -1;
         if (entry.instId == inst_id)
@@ -32,8 +36,8 @@ i32 position_behind(const gpon_me_related_info& row, u16 inst_id) GPON_READS_LIS
 }
 
 // The forward query in one row. Hot: scanned once per port of a bridge, keep it cheap.
-row_result next_in_row(const gpon_me_related_info& row,
-                       gpon_me_related_id* related_id) GPON_READS_LISTS
+[[nodiscard, gnu::always_inline]] inline row_result
+next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LISTS
 {
     i32 next = 0;
     if (related_id->instExist != 0) {
@@ -42,50 +46,89 @@ row_result next_in_row(const gpon_me_related_info& row,
             return row_result::passed_over;
         related_id->instExist = 0;
     }
-    if (next >= row.related_inst_num)
+    if (next >= row.count)
         return row_result::passed_over;
-    const gpon_me_related_id entry = load_related_id(row.related_ids[next]);
+    const gpon_me_related_id entry = load_related_id(row.ids[next]);
     if (entry.instExist == 0)
         return row_result::passed_over;
     *related_id = entry;
     return row_result::answered;
 }
 
-void trace_query(const packet_log& log, const gpon_me_relation_query* query)
+// The forward query over a table. Each row that it examines is copied to row. Returns the index of
+// the row with the result, or -1.
+[[nodiscard]] i32 next_in_table(const gpon_me_related_info* related, u16 related_class_id,
+                                row_copy& row, gpon_me_related_id* related_id) GPON_READS_LISTS
+{
+    for (i32 i = 0; related[i].related_class_id != 0; ++i) {
+        if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
+            continue;
+        row = {related[i].related_ids, related[i].related_inst_num};
+        if (next_in_row(row, related_id) == row_result::answered)
+            return i;
+    }
+    related_id->instExist = 0;
+    return -1;
+}
+
+// Messages of gpon_flow_list_get_related_id.
+[[gnu::cold, gnu::noinline]] void trace_table(const packet_log& log, i32 row_with_answer)
+{
+    if (row_with_answer >= 0)
+        log.trace("[%s] [%d]: i=%d\n", row_with_answer);
+}
+
+[[gnu::cold, gnu::noinline]] void trace_query(const packet_log& log,
+                                              const gpon_me_relation_query* query)
 {
     log.trace("[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n", query->class_id,
               query->inst_id, query->related_class_id);
 }
 
-void trace_answer(const packet_log& log, const gpon_me_relation_query* query)
+[[gnu::cold, gnu::noinline]] void trace_answer(const packet_log& log,
+                                               const gpon_me_relation_query* query)
 {
     trace_query(log, query);
     log.trace("[%s][%d] instExist=%d,instId = 0x%x\n", query->related_id->instExist,
               query->related_id->instId);
 }
 
-// Argument checks of both queries.
-bool is_complete(const packet_log& log, const gpon_me_relation_query* query)
+[[gnu::cold, gnu::noinline]] bool refuse(const packet_log& log)
 {
-    if (!log.has_packet()) {
+    if (log.has_packet()) {
+        log.trace("[%s][%d]: Enter\n");
+        log.error("[%s][%d] input parament is NULL\r\n");
+    } else {
         log.without_packet().trace("[%s][%d]: Enter\n");
         log.without_packet().error("[%s][%d] input parament is NULL\r\n");
-        return false;
     }
-    log.trace("[%s][%d]: Enter\n");
-    if (query && query->related_id)
-        return true;
-    log.error("[%s][%d] input parament is NULL\r\n");
     return false;
 }
 
-const gpon_me_entry* class_with_list(const packet_log& log, u16 class_id)
+// Argument checks of both queries.
+[[gnu::always_inline]] inline bool is_complete(const packet_log& log,
+                                               const gpon_me_relation_query* query)
 {
-    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(class_id);
-    if (gpon::has_list(entry))
-        return entry;
+    if (!log.has_packet() || !query || !query->related_id) [[unlikely]]
+        return refuse(log);
+    if (log.traces()) [[unlikely]] {
+        log.trace("[%s][%d]: Enter\n");
+        trace_query(log, query);
+    }
+    return true;
+}
+
+[[gnu::cold, gnu::noinline]] const gpon_me_entry* report_class(const packet_log& log, u16 class_id)
+{
     log.error("[%s][%d]the classId(%d) can not get the entry.\n", class_id);
     return nullptr;
+}
+
+[[gnu::always_inline]] inline const gpon_me_entry* class_with_list(const packet_log& log,
+                                                                   u16 class_id)
+{
+    const gpon_me_entry* entry = gpon::find_class(class_id);
+    return gpon::has_list(entry) ? entry : report_class(log, class_id);
 }
 
 // The search of the reverse query over one instance.
@@ -133,68 +176,46 @@ void pass_previous(const packet_log& log, const gpon_me_inst& inst, gpon_me_rela
 i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
                                   u16 related_class_id, gpon_me_related_id* related_id)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log.trace("[%s][%d]: Enter\n");
     if (!related || !related_id) {
         log.error("[%s] [%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    for (i32 i = 0; related[i].related_class_id != 0; ++i) {
-        if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
-            continue;
-        if (next_in_row(related[i], related_id) == row_result::answered) {
-            log.trace("[%s] [%d]: i=%d\n", i);
-            return 0;
-        }
-    }
-    related_id->instExist = 0;
+    row_copy row;
+    trace_table(log, next_in_table(related, related_class_id, row, related_id));
     return 0;
-}
-
-gpon_me_related_id gpon::first_related_id(const packet_log& caller,
-                                          const gpon_me_related_info* related, u16 related_class_id)
-{
-    const packet_log log = caller.as<gpon_flow_list_get_related_id>();
-    log.trace("[%s][%d]: Enter\n");
-    for (const gpon_me_related_info* row = related; row->related_class_id != 0; ++row) {
-        if (row->related_class_id != related_class_id || row->related_inst_num <= 0)
-            continue;
-        const gpon_me_related_id first = load_related_id(row->related_ids[0]);
-        if (first.instExist == 0)
-            continue;
-        log.trace("[%s] [%d]: i=%d\n", static_cast<i32>(row - related));
-        return first;
-    }
-    return {};
 }
 
 i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!is_complete(log, query))
         return -1;
-    trace_query(log, query);
     const gpon_me_entry* entry = class_with_list(log, query->class_id);
     if (!entry)
         return -1;
-    const gpon_me_list_info& info = *entry->list_info;
-    const gpon::packet_buffer table(static_cast<size_t>(info.related_info_size));
-    if (!table)
+    const gpon::packet_buffer<row_copy> row(query->memory);
+    if (!row)
         return -1;
-    const gpon_me_inst* inst = gpon::find_inst(info.head, query->inst_id);
-    gpon::copy_related_data(inst, table.bytes());
-    gpon_flow_list_get_related_id(skb, inst ? table.as<gpon_me_related_info>() : &NO_ROWS,
-                                  query->related_class_id, query->related_id);
-    trace_answer(log, query);
+    const gpon_me_inst* inst = gpon::find_inst(entry->list_info->head, query->inst_id);
+    gpon::trace_related_data();
+    if (log.traces()) [[unlikely]]
+        log.as<gpon_flow_list_get_related_id>().trace("[%s][%d]: Enter\n");
+    const i32 found = next_in_table(inst ? inst->related : &NO_ROWS, query->related_class_id, *row,
+                                    query->related_id);
+    if (log.traces()) [[unlikely]] {
+        trace_table(log.as<gpon_flow_list_get_related_id>(), found);
+        trace_answer(log, query);
+    }
     return 0;
 }
 
 i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relation_query* query)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!is_complete(log, query))
         return -1;
-    trace_query(log, query);
     const gpon_me_entry* entry = class_with_list(log, query->related_class_id);
     if (!entry)
         return -1;
@@ -213,7 +234,8 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
     });
     if (!hit)
         related_id->instExist = 0;
-    trace_answer(log, query);
+    if (log.traces()) [[unlikely]]
+        trace_answer(log, query);
     return hit ? 0 : -1;
 }
 

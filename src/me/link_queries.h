@@ -33,13 +33,6 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb,
 
 namespace gpon {
 
-/* The first recorded instance of a class; instExist is 0 if there is none. The result of
- * gpon_flow_list_get_related_id for a query from the beginning and a table that is not null; most
- * queries of a replay are of this kind. */
-[[nodiscard]] gpon_me_related_id first_related_id(const packet_log& log,
-                                                  const gpon_me_related_info* related,
-                                                  u16 related_class_id) GPON_READS_LISTS;
-
 /* True if a result was tried before: it is the previous one, or is in the forward query's array
  * before the previous one, because the same id was recorded twice. Following it would loop forever.
  * Prints nothing. */

@@ -27,14 +27,23 @@ void gpon_flow_list_update_related_id(gpon_me_related_info* related,
 namespace gpon {
 
 /* An entry is one word, read and written in one access. */
-[[nodiscard]] inline gpon_me_related_id
-load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
+[[nodiscard]] inline u32 load_related_word(const gpon_me_related_id& entry) GPON_READS_LISTS
 {
-    const u32 word = load_relaxed(*reinterpret_cast<const u32*>(&entry));
+    return load_relaxed(*reinterpret_cast<const u32*>(&entry));
+}
+
+[[nodiscard]] inline gpon_me_related_id related_id_of(u32 word)
+{
     // Field by field: a copy of the whole record also copies the padding.
     const u8* bytes = reinterpret_cast<const u8*>(&word);
     return {.instExist = bytes[offsetof(gpon_me_related_id, instExist)],
             .instId = load_unaligned<u16>(bytes + offsetof(gpon_me_related_id, instId))};
+}
+
+[[nodiscard]] inline gpon_me_related_id
+load_related_id(const gpon_me_related_id& entry) GPON_READS_LISTS
+{
+    return related_id_of(load_related_word(entry));
 }
 
 inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value) GPON_CHANGES_LISTS

@@ -121,21 +121,22 @@ inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LIST
     return found;
 }
 
-/* gpon_flow_list_get_raw and gpon_flow_list_get_related_data, including their messages, for an
- * instance that the caller has already found; null copies nothing. Packet path under RCU. */
+/* gpon_flow_list_get_raw, including its message, for an instance that the caller has already found;
+ * null copies nothing. Packet path under RCU. */
 template <size_t bytes>
-inline void copy_raw(const gpon_me_inst* inst, std::span<u8, bytes> out) GPON_READS_LISTS
+[[gnu::always_inline]] inline void copy_raw(const gpon_me_inst* inst,
+                                            std::span<u8, bytes> out) GPON_READS_LISTS
 {
     log_context::of<gpon_flow_list_get_raw>().trace("[%s][%d]: Enter\n");
     if (inst)
-        copy_from_shared(out.data(), inst->raw, out.size());
+        copy_record_from_shared<bytes>(out.data(), inst->raw);
 }
 
-inline void copy_related_data(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LISTS
+/* For a caller that reads the links in place: a row of an instance never changes, only its array.
+ */
+inline void trace_related_data()
 {
     log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
-    if (inst)
-        copy_bytes(out.data(), inst->related, out.size());
 }
 
 /* Reports a change of an instance, if somebody listens. Control path. */

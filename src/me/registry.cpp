@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "registry.h"
 
-#include "../base/log.h"
+GPON_MODULE_DATA constinit u16 gpon::class_id_map[GPON_ME_CLASS_IDS] = {};
 
 namespace {
 
-// Class id to row of me_table, 0 for a class that is not mirrored.
-GPON_MODULE_DATA constinit u16 class_id_map[GPON_ME_CLASS_IDS] = {};
+using gpon::class_id_map;
 
 bool is_reserved(u16 class_id)
 {
@@ -15,12 +14,6 @@ bool is_reserved(u16 class_id)
 }
 
 } // namespace
-
-const gpon_me_entry* gpon::mirrored_class(u16 class_id)
-{
-    const u16 row = class_id < GPON_ME_CLASS_IDS ? class_id_map[class_id] : u16{0};
-    return row ? &me_table[row] : nullptr;
-}
 
 void gpon_flow_init_me_map(void)
 {

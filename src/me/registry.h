@@ -3,6 +3,7 @@
 #ifndef GPON_ME_REGISTRY_H
 #define GPON_ME_REGISTRY_H
 
+#include "../base/log.h"
 #include "class_table.h"
 
 /* Class ids that the class-id map covers: 0 to 511. */
@@ -19,8 +20,24 @@ const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
 
 namespace gpon {
 
+/* Class id to row of me_table, 0 for a class that is not mirrored. */
+extern u16 class_id_map[GPON_ME_CLASS_IDS];
+
 /* The class's row; null for a class that is not mirrored. Prints nothing. */
-[[nodiscard]] const gpon_me_entry* mirrored_class(u16 class_id);
+[[nodiscard]] inline const gpon_me_entry* mirrored_class(u16 class_id)
+{
+    const u16 row = class_id < GPON_ME_CLASS_IDS ? class_id_map[class_id] : u16{0};
+    return row ? &me_table[row] : nullptr;
+}
+
+/* gpon_flow_me_get_by_classid without a call if it prints nothing. */
+[[nodiscard]] inline const gpon_me_entry* find_class(u16 class_id)
+{
+    const gpon_me_entry* entry = mirrored_class(class_id);
+    if (!entry || debug_level() & LOG_TRACE) [[unlikely]]
+        return gpon_flow_me_get_by_classid(class_id);
+    return entry;
+}
 
 /* True if the class has an instance list. */
 [[nodiscard]] inline bool has_list(const gpon_me_entry* entry)

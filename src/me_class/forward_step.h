@@ -6,6 +6,7 @@
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../me/link_queries.h"
+#include "../me/links.h"
 #include "../me/list.h"
 
 namespace gpon {
@@ -25,76 +26,87 @@ enter_forward(const packet_log& log, const gpon_fwd_info* fwd_info, const gpon_w
     return false;
 }
 
-/* A copy of an instance's related-info table for one step. */
-class related_table {
+/* Rows of the largest related-info table of a walked class. */
+constexpr size_t MOST_RELATED_CLASSES = 5;
+
+/* The row of a class in a class's related-info table. */
+template <size_t rows>
+[[nodiscard]] consteval u8 row_of(const gpon_me_related_info (&table)[rows], me_class::id class_id)
+{
+    static_assert(rows - 1 <= MOST_RELATED_CLASSES);
+    u8 row = 0;
+    while (table[row].related_class_id != class_id)
+        ++row;
+    return row;
+}
+
+/* A copy of an instance's links for one step: the first recorded id of each row. */
+class related_links {
 public:
+    related_links() = default;
     /* Empty if there is no memory. */
-    [[nodiscard]] static related_table allocate(const gpon_me_list_info& info)
+    explicit related_links(packet_memory& memory) : first_(&memory) {}
+
+    void allocate(packet_memory& memory) { first_.allocate(&memory); }
+
+    explicit operator bool() const { return static_cast<bool>(first_); }
+
+    /* Copies the first rows of an instance, which is null if it was not found. The copy then has no
+     * contents, and the result is false. */
+    [[gnu::always_inline]] bool read(const gpon_me_inst* inst, u8 rows) GPON_READS_LISTS
     {
-        related_table made;
-        made.info_ = &info;
-        made.table_ = packet_buffer(static_cast<size_t>(info.related_info_size));
-        return made;
+        trace_related_data();
+        if (!inst)
+            return false;
+        for (u8 row = 0; row < rows; ++row)
+            first_->word_of_row[row] = load_related_word(inst->related[row].related_ids[0]);
+        return true;
     }
 
-    explicit operator bool() const { return static_cast<bool>(table_); }
-
-    /* Returns false if there is no such instance; the table then has no contents. */
-    [[nodiscard]] bool read(u16 inst_id) GPON_READS_LISTS
+    /* The first recorded instance of a row's class; instExist is 0 if there is none. */
+    [[nodiscard]] gpon_me_related_id first(u8 row) const
     {
-        return read(find_inst(info_->head, inst_id));
+        return related_id_of(first_->word_of_row[row]);
     }
 
-    /* The same for an instance that was already found; null if it was not. */
-    bool read(const gpon_me_inst* inst) GPON_READS_LISTS
+    /* Prints the messages of the queries for some rows, which the copy replaces. */
+    void trace(const packet_log& log, u8 first_row, u8 rows) const
     {
-        copy_related_data(inst, table_.bytes());
-        return inst != nullptr;
-    }
-
-    /* The first recorded instance of a class; instExist is 0 if there is none. */
-    [[nodiscard]] gpon_me_related_id first(const packet_log& log,
-                                           u16 class_id) const GPON_READS_LISTS
-    {
-        return first_related_id(log, table_.as<gpon_me_related_info>(), class_id);
+        if (log.traces()) [[unlikely]]
+            print_queries(log, first_row, rows);
     }
 
 private:
-    const gpon_me_list_info* info_ = nullptr;
-    packet_buffer table_;
+    struct first_ids {
+        u32 word_of_row[MOST_RELATED_CLASSES];
+    };
+
+    void print_queries(const packet_log& log, u8 first_row, u8 rows) const;
+
+    packet_buffer<first_ids> first_;
 };
 
 /* A copy of an instance's raw record for one step. */
 template <typename Raw> class raw_record {
 public:
-    /* Empty if there is no memory. */
-    [[nodiscard]] static raw_record allocate()
-    {
-        raw_record made;
-        made.raw_ = packet_buffer(sizeof(Raw));
-        return made;
-    }
+    /* Empty if there is no memory; memory itself is null for a caller without a walk. */
+    explicit raw_record(packet_memory* memory) : raw_(memory) {}
 
     explicit operator bool() const { return static_cast<bool>(raw_); }
 
-    /* Returns false if there is no such instance; the record then has no contents. */
-    [[nodiscard]] bool read(const list_head& list, u16 inst_id) GPON_READS_LISTS
+    /* Copies the record of an instance, which is null if it was not found. The copy then has no
+     * contents, and the result is false. */
+    [[nodiscard]] bool read(const gpon_me_inst* inst) GPON_READS_LISTS
     {
-        return read(find_inst(&list, inst_id));
-    }
-
-    /* The same for an instance that was already found; null if it was not. */
-    bool read(const gpon_me_inst* inst) GPON_READS_LISTS
-    {
-        copy_raw(inst, raw_.bytes().template first<sizeof(Raw)>());
+        copy_raw(inst, raw_.bytes());
         return inst != nullptr;
     }
 
     const Raw* operator->() const { return get(); }
-    const Raw* get() const { return raw_.as<Raw>(); }
+    const Raw* get() const { return &*raw_; }
 
 private:
-    packet_buffer raw_;
+    packet_buffer<Raw> raw_;
 };
 
 /* The VLAN operations of an instance. */
@@ -102,11 +114,10 @@ struct vlan_operations {
     gpon_me_related_id vtocd;
     gpon_me_related_id evtocd;
 
-    [[nodiscard]] static vlan_operations of(const packet_log& log,
-                                            const related_table& table) GPON_READS_LISTS
+    /* The two classes have adjacent rows in every table; vtocd_row is the first one. */
+    [[nodiscard]] static vlan_operations of(const related_links& links, u8 vtocd_row)
     {
-        const gpon_me_related_id vtocd = table.first(log, me_class::vtocd);
-        return {vtocd, table.first(log, me_class::evtocd)};
+        return {links.first(vtocd_row), links.first(static_cast<u8>(vtocd_row + 1))};
     }
 
     /* Runs them on the frame, class 78 before 171. Returns 0, or -1 with the message of the failed
@@ -120,20 +131,33 @@ private:
     [[nodiscard]] i32 run_existing(const sk_buff* skb, op_info* op, const packet_log& log) const;
 };
 
+// Not constexpr: a call while a row is computed stops the compiler.
+inline void vlan_rows_are_not_adjacent() {}
+
+/* The row of class 78 in a class's table. Class 171 has to follow in the next one; no step reads a
+ * later row. */
+template <size_t rows>
+[[nodiscard]] consteval u8 vlan_row_of(const gpon_me_related_info (&table)[rows])
+{
+    const u8 row = row_of(table, me_class::vtocd);
+    if (row_of(table, me_class::evtocd) != row + 1)
+        vlan_rows_are_not_adjacent();
+    return row;
+}
+
 /* The start of a step through a class with VLAN operations. */
 struct table_step {
-    /* Reads the instance's table. If the step is not ready, the walk's status is set. */
-    [[nodiscard]] static table_step
-    begin(const gpon_me_list_info& info, const packet_log& log, const gpon_fwd_info* fwd_info,
-          gpon_walk_result* result,
-          log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
+    /* Reads the instance's links. Returns false if the step ends here; the walk's status and
+     * return_value are then set. vtocd_row is from vlan_row_of. */
+    [[nodiscard]] bool begin(const gpon_me_list_info& info, u8 vtocd_row, const packet_log& log,
+                             const gpon_fwd_info* fwd_info, gpon_walk_result* result,
+                             log_text<> null_message = "%s [%d]: Parameter is NULL: Fail\r\n")
         GPON_ASSERT_SHARED(gpon_rcu_section);
 
-    bool ready = false;
-    i32 return_value = -1; /* of the forward function, if the step is not ready */
-    related_table related;
-    vlan_operations vlan = {};
-    op_info op = {};
+    i32 return_value = -1; /* of the forward function, if the step ends */
+    related_links links;
+    vlan_operations vlan;
+    op_info op;
 };
 
 } // namespace gpon

@@ -141,11 +141,11 @@ i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id)
 
 i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
-    auto me = gpon::raw_record<gpon_raw_gemctp>::allocate();
-    if (!me || !me.read(gpon_gemctp_list, fwd_info->instId))
+    gpon::raw_record<gpon_raw_gemctp> me(&result->memory);
+    if (!me || !me.read(gpon::find_inst(&gpon_gemctp_list, fwd_info->instId)))
         return -1;
     result->ret_val = FLOW_PKT_NOT_FORWARD;
     if (!(fwd_info->fwd_flag & UP_ANI)) {

@@ -77,13 +77,15 @@ i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 
 i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     // Unlike the other classes, this one prints its name in brackets here.
-    gpon::table_step step = gpon::table_step::begin(gemIwListInfo, log, fwd_info, result,
-                                                    "[%s][%d]: Parameter is NULL: Fail\r\n");
-    if (!step.ready)
+    gpon::table_step step;
+    if (!step.begin(gemIwListInfo, gpon::vlan_row_of(RELATED), log, fwd_info, result,
+                    "[%s][%d]: Parameter is NULL: Fail\r\n"))
         return step.return_value;
-    const gpon_me_related_id mapper = step.related.first(log, me_class::mapper);
+    constexpr u8 MAPPER_ROW = gpon::row_of(RELATED, me_class::mapper);
+    step.links.trace(log, MAPPER_ROW, 1);
+    const gpon_me_related_id mapper = step.links.first(MAPPER_ROW);
     if (!(fwd_info->fwd_flag & (UP_ANI | DOWN_ANI))) {
         log.error("[%s][%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);
         result->ret_val = FLOW_PKT_NOT_FORWARD;

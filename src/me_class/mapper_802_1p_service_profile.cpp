@@ -90,9 +90,9 @@ i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd)
 
 i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
-    gpon::table_step step = gpon::table_step::begin(mapperListInfo, log, fwd_info, result);
-    if (!step.ready)
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
+    gpon::table_step step;
+    if (!step.begin(mapperListInfo, gpon::vlan_row_of(RELATED), log, fwd_info, result))
         return step.return_value;
     if (!(fwd_info->fwd_flag & (UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI))) {
         log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);

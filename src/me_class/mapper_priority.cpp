@@ -10,20 +10,14 @@ namespace {
 
 enum unmarked_frame_option : u8 { FROM_DSCP = 0, FROM_DEFAULT_PBIT = 1 };
 
-// 64 priorities of 3 bits, packed from the most significant bit of the first byte onwards: eight
-// big-endian words of 24 bits hold eight priorities each.
-struct dscp_table {
-    u8 priority[64];
-
-    explicit dscp_table(const u8 (&map)[24])
-    {
-        for (u32 dscp = 0; dscp < 64; ++dscp) {
-            const u8* word = map + dscp / 8 * 3;
-            const u32 bits = static_cast<u32>(word[0] << 16 | word[1] << 8 | word[2]);
-            priority[dscp] = static_cast<u8>((bits >> (21 - 3 * (dscp % 8))) & 7);
-        }
-    }
-};
+// The map has 64 priorities of 3 bits, packed from the most significant bit of the first byte
+// onwards: eight big-endian words of 24 bits hold eight priorities each.
+u8 mapped_priority(const u8 (&map)[24], u32 dscp)
+{
+    const u8* word = map + dscp / 8 * 3;
+    const u32 bits = static_cast<u32>(word[0] << 16 | word[1] << 8 | word[2]);
+    return static_cast<u8>((bits >> (21 - 3 * (dscp % 8))) & 7);
+}
 
 // Priority of the frame; none if the mapper does not map untagged frames.
 gpon::optional<u8> pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me)
@@ -38,7 +32,7 @@ gpon::optional<u8> pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me)
         return {};
     const i32 dscp = gpon_pkt_get_dscp(skb);
     // The DSCP of IPv6 is negative here; its low six bits are correct.
-    return dscp == -1 ? u8{0} : dscp_table(me->dscp2pbitMap).priority[dscp & 63];
+    return dscp == -1 ? u8{0} : mapped_priority(me->dscp2pbitMap, dscp & 63);
 }
 
 // defaultPbit is used as stored: a priority above 7 selects the word at that place of the record,
@@ -55,14 +49,14 @@ u16 selected_gem_iw(const gpon_raw_mapper* me, u8 priority)
 
 i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     if (!skb || !op) {
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    auto me = gpon::raw_record<gpon_raw_mapper>::allocate();
-    if (!me || !me.read(gpon_mapper_list, op->related_inst_id))
+    gpon::raw_record<gpon_raw_mapper> me(op->walk ? &op->walk->memory : nullptr);
+    if (!me || !me.read(gpon::find_inst(&gpon_mapper_list, op->related_inst_id)))
         return -1;
     if (!(op->fwd_flag & UP_ANI)) {
         log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);

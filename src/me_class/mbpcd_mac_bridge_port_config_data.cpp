@@ -55,6 +55,11 @@ constexpr gpon_me_related_info RELATED[] = {{me_class::vtfd, "vtfdInst", nullptr
                                             {me_class::evtocd, "evtocdInst", nullptr, 1},
                                             {}};
 
+// A step prints the queries for these rows in this order.
+constexpr u8 FILTER_ROW = gpon::row_of(RELATED, me_class::vtfd);
+constexpr u8 VLAN_ROW = gpon::vlan_row_of(RELATED);
+static_assert(FILTER_ROW == 0 && VLAN_ROW == 1);
+
 constexpr gpon_me_attr_op ATTR_OPS[] = {
     {TP.mask, mbpcd_attr_tp_type_op}, {BRIDGE.mask, mbpcd_attr_mbsp_op}, {}};
 
@@ -151,24 +156,26 @@ struct bridge_port {
 
 i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!gpon::enter_forward(log, fwd_info, result))
         return -1;
-    auto me = gpon::raw_record<gpon_raw_mbpcd>::allocate();
-    auto related = gpon::related_table::allocate(mbpcdListInfo);
-    if (!me || !related)
+    gpon::raw_record<gpon_raw_mbpcd> me(&result->memory);
+    gpon::related_links links(result->memory);
+    if (!me || !links)
         return -1;
     const gpon_me_inst* inst =
         gpon::find_inst_after(&gpon_mbpcd_list, fwd_info->instId, result->last_port);
     if (!me.read(inst))
         return -1;
-    related.read(inst);
-    const gpon_me_related_id filter = related.first(log, me_class::vtfd);
-    bridge_port port = {
-        skb,         log,
-        result,      {fwd_info->instId, 0, fwd_info->fwd_flag, &result->last_filter},
-        filter,      gpon::vlan_operations::of(log, related),
-        me->bridgeID};
+    links.read(inst, VLAN_ROW + 2);
+    links.trace(log, FILTER_ROW, VLAN_ROW + 2);
+    bridge_port port = {skb,
+                        log,
+                        result,
+                        {fwd_info->instId, 0, fwd_info->fwd_flag, result},
+                        links.first(FILTER_ROW),
+                        gpon::vlan_operations::of(links, VLAN_ROW),
+                        me->bridgeID};
     log.trace("[%s] [%d]: enter, classId=%d,instId=%d\r\n", fwd_info->classId, fwd_info->instId);
     return port.pass(mbpcd_parse_onu_side(inst));
 }

@@ -68,9 +68,9 @@ i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id)
 
 i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
-    gpon::table_step step = gpon::table_step::begin(multiGemIwListInfo, log, fwd_info, result);
-    if (!step.ready)
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
+    gpon::table_step step;
+    if (!step.begin(multiGemIwListInfo, gpon::vlan_row_of(RELATED), log, fwd_info, result))
         return step.return_value;
     if (!(fwd_info->fwd_flag & DOWN_ANI)) {
         log.error("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", fwd_info->fwd_flag);

@@ -22,7 +22,7 @@ inline optional<u16> find_uni(const list_head* list, u8 port_id) GPON_READS_LIST
 
 /* The step through either class. A failed VLAN operation does not change the status and is no
  * failure. */
-[[nodiscard]] i32 uni_forward(const gpon_me_list_info& info, sk_buff* skb,
+[[nodiscard]] i32 uni_forward(const gpon_me_list_info& info, u8 vtocd_row, sk_buff* skb,
                               const gpon_fwd_info* fwd_info, gpon_walk_result* result,
                               const packet_log& log);
 

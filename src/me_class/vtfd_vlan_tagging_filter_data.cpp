@@ -143,12 +143,12 @@ const gpon_me_inst* find_filter(const op_info* op) GPON_READS_LISTS
 {
     const gpon_me_inst* none = nullptr;
     return gpon::find_inst_after(&gpon_vtfd_list, op->related_inst_id,
-                                 op->last_filter ? *op->last_filter : none);
+                                 op->walk ? op->walk->last_filter : none);
 }
 
 i32 vtfd_handle(const sk_buff* skb, const gpon_raw_vtfd* me)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: enter\n");
     u16 tci = 0;
     gpon_pkt_get_outer_vlan_tci(skb, &tci);
@@ -238,13 +238,13 @@ i32 vtfd_action_g(u16 tci, const gpon_raw_vtfd* me, u16 mask)
 
 i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: enter\n");
     if (!skb || !op) {
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    auto me = gpon::raw_record<gpon_raw_vtfd>::allocate();
+    gpon::raw_record<gpon_raw_vtfd> me(op->walk ? &op->walk->memory : nullptr);
     if (!me || !me.read(find_filter(op)))
         return -1;
     if (!(op->fwd_flag & (UP_ANI | DOWN_ANI))) {

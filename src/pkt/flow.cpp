@@ -142,7 +142,7 @@ i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
 
 i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     const u8 port = uni_port(skb);
     gpon_fwd_info start = {me_class::pptp, 0, UP_UNI};
@@ -160,7 +160,7 @@ i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result)
 
 i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     u32 count = 0;
     const gpon::owned<u16> bridges(get_mbsp_list_inst_id(&count));
@@ -180,7 +180,7 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
 
 i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     const gpon_fwd_info start = downstream_start(skb);
     if (gpon_pkt_general_forward(skb, &start, result) != 0) {
@@ -209,15 +209,16 @@ i32 gpon_pkt_downstream_uni(sk_buff*, gpon_walk_result*)
 i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key* key)
 {
     const u64 store = current_store();
-    const packet_log log = packet_log::of<gpon_pkt_general_flow_func>(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::of<gpon_pkt_general_flow_func>(skb);
     gpon::count(calls_of(fwd_flag));
     const rcu_reader reader;
-    gpon_walk_result result;
-    gpon_pkt_info info;
+    GPON_WRITTEN_WHOLE gpon_walk_result result;
+    GPON_WRITTEN_WHOLE gpon_pkt_info info;
     if (init_from_summary(skb, &result, &info, packet_log::of<gpon_pkt_init_fwd_info>(skb)) != 0) {
         log.error("%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
         return -1;
     }
+    const packet_memory_owner buffers(result.memory);
     if (lookup_rule(info, fwd_flag, &result.trace) == 0) {
         replay_rule(skb, info, fwd_flag, generation, key, &result);
         log.trace("[%s][%d]: Rule already exist!\n");

@@ -90,7 +90,7 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
 
 i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d] enter, eth_type=0x%x\n", 0);
     if (!skb || !tci) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");

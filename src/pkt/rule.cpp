@@ -60,7 +60,7 @@ enum class replay { next_step, ended, failed };
         log.warning("[%s][%d] find the end classId, break.\n");
         return replay::ended;
     }
-    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
+    const gpon_me_entry* entry = gpon::find_class(step->classId);
     if (!entry || !entry->fwd_op) {
         log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
                   step->classId);
@@ -99,7 +99,7 @@ i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_
 
 i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!skb) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
@@ -121,7 +121,7 @@ i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace*
 
 i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     if (!skb || !trace) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
@@ -170,7 +170,7 @@ i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
 
 bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     for (const gpon_trace_step& learnt : result->trace.step) {
         fwd_info->classId = learnt.classId;
         fwd_info->instId = learnt.instId;

@@ -35,7 +35,8 @@ struct next_class_row {
     [[gnu::always_inline]] row_end walk(u16 next_class) GPON_READS_LISTS
     {
         gpon_me_related_id related_id = {};
-        const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id};
+        const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id,
+                                              &result->memory};
         gpon_fwd_info next = {next_class, 0, from.fwd_flag};
         for (u32 answers = 0; answers < MAX_ANSWERS; ++answers) {
             const gpon_me_related_id previous = related_id;
@@ -94,7 +95,7 @@ struct next_class_row {
     }
     log.trace("[%s][%d] enter, classId=%d,instId=0x%x,fwd_flag=%d\n", step->classId, step->instId,
               step->fwd_flag);
-    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(step->classId);
+    const gpon_me_entry* entry = gpon::find_class(step->classId);
     if (!entry || !entry->fwd_op) {
         log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
                   step->classId);
@@ -132,7 +133,7 @@ struct next_class_row {
 i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result,
                           const gpon_me_next_class* next_classes)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     next_class_row row = {skb, log, *fwd_info, result};
     for (; next_classes->class_id != 0; ++next_classes) {
@@ -154,7 +155,7 @@ i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk
 
 i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
-    const packet_log log = packet_log::here(skb);
+    GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     if (!skb) {
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");

@@ -8,11 +8,20 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "kernel/stub.h"
 
 extern "C" {
+struct packet_memory {
+    void* block;
+    size_t left;
+};
+void gpon_os_packet_memory_begin(packet_memory* memory);
+void gpon_os_packet_memory_end(packet_memory* memory);
+void* gpon_os_packet_buffer_alloc(packet_memory* memory, size_t bytes);
+void gpon_os_packet_buffer_free(packet_memory* memory, void* buffer, size_t bytes);
 void* gpon_os_kzalloc(size_t bytes, unsigned flags);
 void gpon_os_kfree(const void* memory);
 void gpon_glue_drop_memory(void);
@@ -275,6 +284,120 @@ TEST_P(kept_blocks, have_one_owner_wherever_another_context_interrupts)
                          ++operation)
                         ++interrupts;
     EXPECT_GT(interrupts, 100);
+}
+
+// Buffers as the steps of a packet take them, freed in reverse order.
+class open_buffers {
+public:
+    explicit open_buffers(packet_memory* memory) : memory_(memory) {}
+
+    unsigned char* take(size_t bytes)
+    {
+        auto* at = static_cast<unsigned char*>(gpon_os_packet_buffer_alloc(memory_, bytes));
+        if (!at)
+            return nullptr;
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(at) % alignof(void*), 0u);
+        for (const auto& [other, size] : taken_)
+            EXPECT_TRUE(at + bytes <= other || other + size <= at) << "two buffers overlap";
+        std::memset(at, 0xa5, bytes);
+        taken_.emplace_back(at, bytes);
+        return at;
+    }
+
+    void give_back()
+    {
+        const auto [at, bytes] = taken_.back();
+        taken_.pop_back();
+        gpon_os_packet_buffer_free(memory_, at, bytes);
+    }
+
+    [[nodiscard]] bool empty() const { return taken_.empty(); }
+
+private:
+    packet_memory* memory_;
+    std::vector<std::pair<unsigned char*, size_t>> taken_;
+};
+
+TEST_P(kept_blocks, hold_all_buffers_of_a_packet)
+{
+    packet_memory packet;
+    gpon_os_packet_memory_begin(&packet);
+    const auto* const block = static_cast<const unsigned char*>(packet.block);
+    const size_t room = packet.left;
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(kernel.live.at(block), room);
+    open_buffers buffers(&packet);
+    for (const size_t bytes : {8u, 20u, 28u, 48u, 1u}) {
+        const unsigned char* at = buffers.take(bytes);
+        EXPECT_TRUE(block <= at && at + bytes <= block + room) << bytes;
+    }
+    EXPECT_EQ(kernel.live.size(), 1u);
+    while (!buffers.empty())
+        buffers.give_back();
+    EXPECT_EQ(packet.left, room) << "every byte is free again";
+    gpon_os_packet_memory_end(&packet);
+
+    gpon_os_packet_memory_begin(&packet);
+    EXPECT_EQ(packet.block, block) << "the next packet has the same block";
+    gpon_os_packet_memory_end(&packet);
+}
+
+TEST_P(kept_blocks, are_not_needed_for_the_buffers_of_a_packet)
+{
+    packet_memory packet;
+    gpon_os_packet_memory_begin(&packet);
+    open_buffers buffers(&packet);
+    for (size_t taken = 0; taken <= packet.left; taken += 48)
+        buffers.take(48);
+    ASSERT_EQ(kernel.live.size(), 1u);
+    for (const size_t bytes : {packet.left + 1, size_t{1000}})
+        buffers.take(bytes);
+    EXPECT_EQ(kernel.live.size(), 3u) << "without room a buffer is a block of its own";
+    while (!buffers.empty())
+        buffers.give_back();
+    EXPECT_EQ(kernel.live.size(), 1u);
+    gpon_os_packet_memory_end(&packet);
+
+    packet_memory none = {nullptr, 0};
+    packet_memory* const nowhere = nullptr;
+    for (packet_memory* const memory : {&none, nowhere}) {
+        open_buffers own(memory);
+        own.take(8);
+        own.take(48);
+        EXPECT_EQ(kernel.live.size(), 3u);
+        own.give_back();
+        own.give_back();
+        EXPECT_EQ(kernel.live.size(), 1u);
+    }
+}
+
+TEST_P(kept_blocks, of_packets_are_not_there_without_memory)
+{
+    kernel.has_memory = false;
+    packet_memory packet;
+    gpon_os_packet_memory_begin(&packet);
+    EXPECT_EQ(packet.block, nullptr);
+    EXPECT_EQ(gpon_os_packet_buffer_alloc(&packet, 8), nullptr);
+    kernel.has_memory = true;
+    open_buffers buffers(&packet);
+    buffers.take(8);
+    EXPECT_EQ(kernel.live.size(), 1u);
+    buffers.give_back();
+    gpon_os_packet_memory_end(&packet);
+    EXPECT_EQ(kernel.live.size(), 0u);
+}
+
+TEST_P(kept_blocks, serve_packets_that_interrupt_each_other)
+{
+    std::set<void*> blocks;
+    std::vector<packet_memory> packets(4);
+    for (packet_memory& packet : packets) {
+        gpon_os_packet_memory_begin(&packet);
+        EXPECT_TRUE(blocks.insert(packet.block).second) << "two packets have one block";
+    }
+    for (packet_memory& packet : packets)
+        gpon_os_packet_memory_end(&packet);
+    EXPECT_EQ(kernel.live.size(), SLOTS);
 }
 
 INSTANTIATE_TEST_SUITE_P(smallest_blocks, kept_blocks, testing::Values(8, 128),

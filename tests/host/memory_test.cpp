@@ -107,6 +107,35 @@ TEST_F(memory, threads_allocate_at_the_same_time)
     EXPECT_EQ(gpon::host::memory().live_blocks, 0u);
 }
 
+TEST_F(memory, packet_buffers_are_counted_and_fail_like_other_blocks)
+{
+    packet_memory packet;
+    packet_memory_begin(&packet);
+    void* first = packet_buffer_alloc(&packet, 8);
+    arm_fault(fault::alloc);
+    EXPECT_EQ(packet_buffer_alloc(&packet, 20), nullptr);
+    void* second = packet_buffer_alloc(&packet, 28);
+    EXPECT_EQ(gpon::host::memory().allocations, 3u);
+    EXPECT_EQ(gpon::host::memory().live_bytes, 36u);
+    packet_buffer_free(&packet, second, 28);
+    packet_buffer_free(&packet, first, 8);
+    packet_memory_end(&packet);
+    EXPECT_EQ(gpon::host::memory().live_blocks, 0u);
+}
+
+TEST_F(memory_death, a_packet_buffer_that_is_freed_before_a_later_one_is_fatal)
+{
+    packet_memory packet;
+    packet_memory_begin(&packet);
+    void* const first = packet_buffer_alloc(&packet, 8);
+    void* const second = packet_buffer_alloc(&packet, 8);
+    EXPECT_DEATH(packet_buffer_free(&packet, first, 8), "freed before a later one");
+    EXPECT_DEATH(packet_buffer_free(&packet, second, 9), "freed with another size");
+    EXPECT_DEATH(packet_memory_end(&packet), "2 packet buffers are left");
+    packet_buffer_free(&packet, second, 8);
+    packet_buffer_free(&packet, first, 8);
+}
+
 TEST_F(memory_death, freeing_foreign_memory_is_fatal)
 {
     const std::vector<unsigned long> foreign(8, 1);

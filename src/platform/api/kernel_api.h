@@ -62,10 +62,19 @@ void* gpon_os_kzalloc(size_t bytes, unsigned int flags);
 #endif
 GPON_SEAM(void, kfree, (const void* memory));
 
-/* ---- buffers of a packet's step: not filled, at most some hundred bytes, freed within the step.
- * Allocation never sleeps and returns null on failure. bytes is the same in both calls. */
-GPON_SEAM(void*, packet_buffer_alloc, (size_t bytes));
-GPON_SEAM(void, packet_buffer_free, (void* buffer, size_t bytes));
+/* ---- buffers of a packet's steps: not filled, at most some hundred bytes, freed within the step,
+ * the last one first. A packet's memory is one block in which its buffers are; it begins before the
+ * first step and ends after the last one. Without memory (null or cleared), or without room, a
+ * buffer is a block of its own. Allocation never sleeps and returns null on failure. bytes and
+ * memory are the same in both calls. */
+struct packet_memory {
+    void* block;
+    size_t left; /* bytes at the start of the block that no buffer has */
+};
+GPON_SEAM(void, packet_memory_begin, (struct packet_memory * memory));
+GPON_SEAM(void, packet_memory_end, (struct packet_memory * memory));
+GPON_SEAM(void*, packet_buffer_alloc, (struct packet_memory * memory, size_t bytes));
+GPON_SEAM(void, packet_buffer_free, (struct packet_memory * memory, void* buffer, size_t bytes));
 
 /* ---- kernel log: the kernel's formatting rules (%#x adds 0x to 0 as well) on every platform.
  * printk starts a log line, pr_cont continues the line that the same context printed last. */

@@ -5,6 +5,7 @@
  * (kept_blocks.h) and recognized by their mark. Under the address sanitizer the second half of the
  * header is poisoned, to detect a write in front of a block.
  */
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -141,6 +142,36 @@ void* allocate(size_t bytes)
     return header + 1;
 }
 
+// The buffers of this thread's packet, the last one on top: another platform keeps all of them in
+// one block and relies on their order.
+struct buffer_stack {
+    std::array<void*, 8> buffers;
+    size_t count;
+
+    void push(void* buffer)
+    {
+        if (count == buffers.size())
+            fatal("a packet has more than %zu buffers", buffers.size());
+        buffers[count++] = buffer;
+    }
+
+    void pop(void* buffer)
+    {
+        if (count == 0 || buffers[count - 1] != buffer)
+            fatal("a packet buffer is freed before a later one: %p", buffer);
+        --count;
+    }
+};
+
+constinit thread_local buffer_stack open_buffers = {};
+
+// The header of a live block is poisoned, so only this function may read it.
+__attribute__((no_sanitize("address"))) bool has_other_size(const void* buffer, size_t bytes)
+{
+    const block* header = static_cast<const block*>(buffer) - 1;
+    return header->mark == live_mark && header->bytes != bytes;
+}
+
 } // namespace
 
 void* kzalloc(size_t bytes, gfp_t)
@@ -151,22 +182,34 @@ void* kzalloc(size_t bytes, gfp_t)
     return memory;
 }
 
-void* packet_buffer_alloc(size_t bytes)
+// Every buffer is a block of its own: each allocation can fail, and a sanitizer finds an access
+// beyond its end.
+void packet_memory_begin(packet_memory* memory)
 {
-    return allocate(bytes);
+    *memory = {};
+    open_buffers.count = 0;
 }
 
-// The header of a live block is poisoned, so only this function may read it.
-__attribute__((no_sanitize("address"))) static bool has_other_size(const void* buffer, size_t bytes)
+void packet_memory_end(packet_memory*)
 {
-    const block* header = static_cast<const block*>(buffer) - 1;
-    return header->mark == live_mark && header->bytes != bytes;
+    if (open_buffers.count != 0)
+        fatal("%zu packet buffers are left", open_buffers.count);
 }
 
-void packet_buffer_free(void* buffer, size_t bytes)
+void* packet_buffer_alloc(packet_memory* memory, size_t bytes)
+{
+    void* buffer = allocate(bytes);
+    if (buffer && memory)
+        open_buffers.push(buffer);
+    return buffer;
+}
+
+void packet_buffer_free(packet_memory* memory, void* buffer, size_t bytes)
 {
     if (has_other_size(buffer, bytes))
         fatal("a packet buffer of %zu bytes is freed with another size: %p", bytes, buffer);
+    if (memory)
+        open_buffers.pop(buffer);
     kfree(buffer);
 }
 

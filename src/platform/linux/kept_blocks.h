@@ -11,8 +11,12 @@
 #define KEEPS_BLOCKS 1
 #endif
 
-/* Sizes are powers of two; a forward function has two blocks of one size at a time. */
+/* Sizes are powers of two. */
 #define SHIFT_MAX 9
 #define SLOTS 2
+
+/* The block with all buffers of a packet. A step has three at a time, of at most 48 bytes. */
+#define PACKET_MEMORY_SHIFT 8
+#define PACKET_MEMORY_BYTES (1 << PACKET_MEMORY_SHIFT)
 
 #endif

@@ -94,24 +94,43 @@ void gpon_os_kfree(const void *memory)
 }
 
 /*
- * The buffers of a packet's step are the same blocks. They are not cleared, and since the size is
- * known when they are freed, no slab has to be asked for it.
+ * The buffers of a packet are in one such block, from its end to its start. They are not cleared.
  */
-void *gpon_os_packet_buffer_alloc(size_t bytes)
+void gpon_os_packet_memory_begin(struct packet_memory *memory)
 {
-	void *block;
-
-	if (!KEEPS_BLOCKS || !bytes || bytes > 1 << SHIFT_MAX)
-		return allocate(bytes);
-	block = take_kept(class_of(bytes));
-	return block ? block : allocate((size_t)1 << class_of(bytes));
+	memory->block = KEEPS_BLOCKS ? take_kept(PACKET_MEMORY_SHIFT) : NULL;
+	if (KEEPS_BLOCKS && !memory->block)
+		memory->block = allocate(PACKET_MEMORY_BYTES);
+	memory->left = memory->block ? PACKET_MEMORY_BYTES : 0;
 }
 
-void gpon_os_packet_buffer_free(void *buffer, size_t bytes)
+void gpon_os_packet_memory_end(struct packet_memory *memory)
 {
-	if (KEEPS_BLOCKS && bytes && bytes <= 1 << SHIFT_MAX && keep(class_of(bytes), buffer))
+	if (!memory->block || keep(PACKET_MEMORY_SHIFT, memory->block))
 		return;
-	kfree(buffer);
+	kfree(memory->block);
+}
+
+static size_t room_of(size_t bytes)
+{
+	return round_up(bytes, sizeof(void *));
+}
+
+void *gpon_os_packet_buffer_alloc(struct packet_memory *memory, size_t bytes)
+{
+	if (!memory || memory->left < room_of(bytes))
+		return allocate(bytes);
+	memory->left -= room_of(bytes);
+	return memory->block + memory->left;
+}
+
+void gpon_os_packet_buffer_free(struct packet_memory *memory, void *buffer, size_t bytes)
+{
+	/* The last buffer of the block is the first one to be freed. */
+	if (memory && memory->block && buffer == memory->block + memory->left)
+		memory->left += room_of(bytes);
+	else
+		kfree(buffer);
 }
 
 /* No allocation or free follows this call. */

@@ -46,6 +46,7 @@ struct sk_buff;
 #define KMALLOC_MIN_SIZE stub_smallest_block
 #define ZERO_OR_NULL_PTR(block) ((uintptr_t)(block) <= 16)
 
+#define round_up(n, to) (((n) + (to)-1) / (to) * (to))
 #define max_t(type, a, b) ((type)(a) > (type)(b) ? (type)(a) : (type)(b))
 #define ilog2(n) (63u - (unsigned int)__builtin_clzll(n))
 #define order_base_2(n) ((n) > 1 ? ilog2((n)-1) + 1 : 0u)
