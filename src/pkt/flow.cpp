@@ -225,7 +225,10 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
         return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
     }
     gpon::count(GPON_COUNT_walks);
-    if (walk(skb, fwd_flag, &result, log) != 0) {
+    const i32 walked = walk(skb, fwd_flag, &result, log);
+    // The walk read the store, like a replay (remember_replay). A failed one takes no lock.
+    order_loads();
+    if (walked != 0) {
         gpon::count(failure_of(result));
         return -1;
     }

@@ -5,6 +5,7 @@
 // is the result of a replay.
 #include "tests/support/loaded_module.h"
 
+#include <algorithm>
 #include <functional>
 
 #include "base/memory.h"
@@ -238,6 +239,24 @@ TEST_F(generation, what_is_remembered_is_what_the_rule_says_now)
                                 [&] { expect_exact(); })
                            .run();
     EXPECT_EQ(orders, 72072u);
+}
+
+TEST_F(generation, an_outcome_is_checked_again_under_the_lock)
+{
+    gpon::host::call_before_next_lock([] { const gpon::store_change command; });
+    gpon::remember_outcome(PACKED, gpon::current_generation(), 5);
+    gpon::host::call_before_next_lock(
+        [] { gpon::remember_outcome(PACKED, gpon::current_generation(), 6); });
+    gpon::remember_outcome(PACKED, gpon::current_generation(), 6);
+    const gpon::outcome_set& set = gpon::outcome_set_of(PACKED);
+    EXPECT_EQ(std::ranges::count_if(set.place,
+                                    [](const gpon::outcome& place) {
+                                        return place.generation == gpon::current_generation();
+                                    }),
+              1)
+        << "once, though another CPU remembered the same flow meanwhile";
+    for (const gpon::outcome& place : set.place)
+        EXPECT_NE(place.key[2] >> gpon::GEM_PORT_SHIFT, 5u) << "of a generation that was over";
 }
 
 TEST_F(generation, no_rule_outlives_the_store_it_was_walked_in)

@@ -70,7 +70,9 @@ GPON_SEAM(void, kfree, (const void* memory));
 struct packet_memory {
     void* block;
     size_t left; /* bytes at the start of the block that no buffer has */
-};
+} GPON_KEEP_LAYOUT;
+GPON_MEMBER_AT(struct packet_memory, block, 0);
+GPON_MEMBER_AT(struct packet_memory, left, sizeof(void*));
 GPON_SEAM(void, packet_memory_begin, (struct packet_memory * memory));
 GPON_SEAM(void, packet_memory_end, (struct packet_memory * memory));
 GPON_SEAM(void*, packet_buffer_alloc, (struct packet_memory * memory, size_t bytes));

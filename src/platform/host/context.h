@@ -8,6 +8,7 @@ struct thread_context {
     bool softirq = false;           // in the hook entry or in a timer's callback
     const void* spinlock = nullptr; // held by this thread
     const void* mutex = nullptr;
+    void (*before_lock)() = nullptr; // call_before_next_lock
 };
 inline constinit thread_local thread_context this_thread;
 

@@ -94,6 +94,10 @@ struct memory_use {
 };
 memory_use memory();
 
+/* This thread calls the function once, before it takes gpon_hash_lock the next time. A test can so
+ * place the work of another CPU between a check without the lock and the check under it. */
+void call_before_next_lock(void (*function)());
+
 /* Receives the changes that the module reports to listeners; null ends that. Calls may come from
  * any thread, under the lock of the rule table. */
 void set_observer(std::function<void(const gpon_event&)> observer);

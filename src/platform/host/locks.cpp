@@ -2,6 +2,7 @@
 #include <mutex>
 
 #include "platform/host/context.h"
+#include "platform/host/host.h"
 #include "platform/host/spin.h"
 
 #include "platform/api/kernel_api.h"
@@ -30,6 +31,10 @@ GPON_NO_LOCK_ANALYSIS void spin_lock_bh(spinlock* lock)
 {
     if (this_thread.spinlock)
         fatal("spin_lock_bh by a thread that holds a spinlock already");
+    if (void (*const before)() = this_thread.before_lock) [[unlikely]] {
+        this_thread.before_lock = nullptr;
+        before();
+    }
     lock->inner.lock();
     this_thread.spinlock = lock;
 }
@@ -40,6 +45,11 @@ GPON_NO_LOCK_ANALYSIS void spin_unlock_bh(spinlock* lock)
         fatal("spin_unlock_bh of a lock that this thread does not hold");
     this_thread.spinlock = nullptr;
     lock->inner.unlock();
+}
+
+void gpon::host::call_before_next_lock(void (*function)())
+{
+    this_thread.before_lock = function;
 }
 
 GPON_NO_LOCK_ANALYSIS void mutex_lock(mutex* lock)
