@@ -4,8 +4,9 @@
 #define GPON_PACKET_FLOW_H
 
 #include "../base/types.h"
-#include "../platform/api/kernel_api.h"
+#include "../platform/api/packet_memory.h"
 
+struct sk_buff;
 struct gpon_me_inst;
 
 /* Walk direction, one bit per direction; a next-class row has the set in which it is followed. */

@@ -15,6 +15,7 @@
 #include "../../base/thread_safety.h"
 #include "../../include/counters.h"
 #include "observe.h"
+#include "packet_memory.h"
 #include "platform_hook.h"
 #include "record_layout.h"
 
@@ -67,12 +68,6 @@ GPON_SEAM(void, kfree, (const void* memory));
  * first step and ends after the last one. Without memory (null or cleared), or without room, a
  * buffer is a block of its own. Allocation never sleeps and returns null on failure. bytes and
  * memory are the same in both calls. */
-struct packet_memory {
-    void* block;
-    size_t left; /* bytes at the start of the block that no buffer has */
-} GPON_KEEP_LAYOUT;
-GPON_MEMBER_AT(struct packet_memory, block, 0);
-GPON_MEMBER_AT(struct packet_memory, left, sizeof(void*));
 GPON_SEAM(void, packet_memory_begin, (struct packet_memory * memory));
 GPON_SEAM(void, packet_memory_end, (struct packet_memory * memory));
 GPON_SEAM(void*, packet_buffer_alloc, (struct packet_memory * memory, size_t bytes));
