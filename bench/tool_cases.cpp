@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The commands of the tool that run the frames of a capture, on a line of 50 bridge ports. */
+/* The commands of the tool that run the frames of a capture. */
 #include <sstream>
 
 #include "bench/cases.h"
@@ -14,28 +14,41 @@ namespace {
 
 using namespace gponflow;
 
+/* The size of a line and of its captures. The frames belong to the same few services on every line,
+ * so that the cases show how the cost grows with the line and with the captures alone. */
+struct line_size {
+    unsigned bridges; // ten ports each
+    uint32_t frames;
+};
+constexpr line_size sizes[] = {{5, 10000}, {10, 10000}, {50, 10000}, {5, 100000}};
+
 /* One operation is a frame of the captures. */
 class command_on_a_line : public work {
 public:
-    command_on_a_line()
-        : line_(test::generated_scenario({.bridges = 5,
-                                          .services = 9,
-                                          .frames = frames,
-                                          .stations = 2,
-                                          .foreign = 20,
-                                          .seed = 1}))
+    explicit command_on_a_line(line_size size)
+        : frames_(size.frames), line_(test::generated_scenario({.bridges = size.bridges,
+                                                                .services = 9,
+                                                                .frames = size.frames,
+                                                                .stations = 2,
+                                                                .foreign = 20,
+                                                                .seed = 1,
+                                                                .busy = 18}))
     {
     }
 
-    uint32_t operations() const override { return frames; }
+    uint32_t operations() const override { return frames_; }
+
+private:
+    const uint32_t frames_;
 
 protected:
-    static constexpr uint32_t frames = 10000;
     const scenario line_;
     std::ostringstream diagnostics_;
 };
 
 struct account_case final : command_on_a_line {
+    using command_on_a_line::command_on_a_line;
+
     void pass() override
     {
         frame_account account;
@@ -44,6 +57,8 @@ struct account_case final : command_on_a_line {
 };
 
 struct explain_case final : command_on_a_line {
+    using command_on_a_line::command_on_a_line;
+
     void pass() override
     {
         exit_status status = status_ok;
@@ -54,6 +69,8 @@ struct explain_case final : command_on_a_line {
 };
 
 struct report_case final : command_on_a_line {
+    using command_on_a_line::command_on_a_line;
+
     void pass() override
     {
         report_data data;
@@ -62,21 +79,26 @@ struct report_case final : command_on_a_line {
     }
 };
 
-template <typename Work> bench_case tool_case(const std::string& name)
+template <typename Work> void add_sizes(case_list& cases, const std::string& command)
 {
-    bench_case made = make_case<Work>("tool/" + name + "/50_ports");
-    made.resets = true;
-    made.counted = false; // texts of the tool change more often than its cost
-    return made;
+    for (const line_size size : sizes) {
+        bench_case made =
+            make_case<Work>("tool/" + command + "/" + std::to_string(10 * size.bridges) +
+                                "_ports/" + std::to_string(size.frames) + "_frames",
+                            size);
+        made.resets = true;
+        made.counted = false; // texts of the tool change more often than its cost
+        cases.push_back(std::move(made));
+    }
 }
 
 } // namespace
 
 void add_tool_cases(case_list& cases)
 {
-    cases.push_back(tool_case<account_case>("account"));
-    cases.push_back(tool_case<explain_case>("explain"));
-    cases.push_back(tool_case<report_case>("report"));
+    add_sizes<account_case>(cases, "account");
+    add_sizes<explain_case>(cases, "explain");
+    add_sizes<report_case>(cases, "report");
 }
 
 } // namespace gpon::bench

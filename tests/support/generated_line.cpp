@@ -71,7 +71,7 @@ public:
 
     bytes next(bool upstream)
     {
-        const unsigned service = below(shape_.all_services());
+        const unsigned service = below(shape_.busy ? shape_.busy : shape_.all_services());
         const unsigned station = service * shape_.stations + below(shape_.stations);
         const bool foreign = shape_.foreign && ++made_ % shape_.foreign == 0;
         const unsigned vlan = foreign ? 4094 : first_vlan + service;

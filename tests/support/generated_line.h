@@ -20,6 +20,7 @@ struct line_shape {
     unsigned stations = 2; ///< MAC addresses of one service
     unsigned foreign = 20; ///< every such frame has a VLAN that no service has
     uint32_t seed = 1;
+    unsigned busy = 0; ///< services that have frames; 0: all
 
     unsigned all_services() const { return bridges * services; }
     unsigned bridge_ports() const { return bridges + all_services(); }

@@ -29,6 +29,17 @@ inline octets frame_with(std::initializer_list<frame_tag> tags, uint16_t etherty
     return frame.joined();
 }
 
+/// The same with these bytes behind the EtherType.
+inline octets frame_with(std::initializer_list<frame_tag> tags, uint16_t ethertype,
+                         const octets& payload)
+{
+    const octets whole = frame_with(tags, ethertype);
+    constexpr size_t header_bytes = 4; // of frame_with
+    octets frame(whole.begin(), whole.end() - header_bytes);
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    return frame;
+}
+
 inline frame_tag vlan(uint16_t vid, uint8_t priority = 0, uint16_t tpid = 0x8100, bool dei = false)
 {
     return {tpid, priority, dei, vid};

@@ -155,6 +155,19 @@ tagged_frame treated(const tag_operation& operation, const tag_row& row,
     return result;
 }
 
+// A reserved criterion fits each frame: the effect of its row is not known.
+bool fits_criterion(const tag_row& row, std::optional<uint8_t> criterion)
+{
+    return row.extended_criteria == 0 || !criterion ||
+           row.extended_criteria > greatest_extended_criterion ||
+           row.extended_criteria == *criterion;
+}
+
+std::string too_short_for(const tag_row& row)
+{
+    return "the row \"" + row_text(row) + "\" may apply: the frame ends before its UDP ports";
+}
+
 tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> frame)
 {
     if (!operation.table_known)
@@ -162,13 +175,14 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
     const auto received = split_frame(frame, operation.input_tpid);
     if (!received)
         return unknown(frame, "the frame ends within its addresses");
-    const tag_row* row = matching_row(operation, received->tags, received->ethertype());
+    const std::optional<uint8_t> criterion = received->extended_criterion();
+    const tag_row* row = matching_row(operation, received->tags, received->ethertype(), criterion);
     if (!row)
         return passed(*received, "no row matches: no change");
     if (const std::string fault = fault_of(*row); !fault.empty())
         return unknown(frame, "the row \"" + row_text(*row) + "\" has a " + fault);
-    if (row->extended_criteria != 0)
-        return unknown(frame, "the row \"" + row_text(*row) + "\" filters on extended criteria");
+    if (row->extended_criteria != 0 && !criterion)
+        return unknown(frame, too_short_for(*row));
     if (row->remove == discard_frame)
         return discarded(*received, row_text(*row));
     return passed(treated(operation, *row, *received), row_text(*row));
@@ -242,14 +256,17 @@ downstream_match match_of(uint8_t mode)
 tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& received)
 {
     const uint8_t mode = operation.downstream_mode;
+    const std::optional<uint8_t> criterion = received.extended_criterion();
     for (const tag_row& row : operation.rows) {
         // In the modes that look for a match, default rows are none.
         if ((mode != inverse && is_default(row)) || !fault_of(row).empty() ||
-            !fits_ethertype(row, received.ethertype()))
+            !fits_ethertype(row, received.ethertype()) || !fits_criterion(row, criterion))
             continue;
         const auto tags = inverse_tags(row, operation, received.tags, match_of(mode));
         if (!tags)
             continue;
+        if (row.extended_criteria != 0 && !criterion)
+            return unknown(received.joined(), too_short_for(row));
         tagged_frame result = received;
         result.tags = *tags;
         return passed(result, "inverse of " + row_text(row));
@@ -281,10 +298,11 @@ bool fits_ethertype(const tag_row& row, uint16_t ethertype)
 }
 
 const tag_row* matching_row(const tag_operation& operation, const std::vector<frame_tag>& tags,
-                            uint16_t ethertype)
+                            uint16_t ethertype, std::optional<uint8_t> criterion)
 {
     const auto found = std::ranges::find_if(operation.rows, [&](const tag_row& row) {
-        return fits_ethertype(row, ethertype) && matches_tags(row, tags, operation.input_tpid);
+        return fits_ethertype(row, ethertype) && fits_criterion(row, criterion) &&
+               matches_tags(row, tags, operation.input_tpid);
     });
     return found == operation.rows.end() ? nullptr : &*found;
 }

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -37,8 +38,10 @@ struct tag_rewriting {
 [[nodiscard]] tag_rewriting rewrite_downstream(const tag_operation& operation,
                                                std::span<const uint8_t> frame);
 
-/// The row that applies to upstream frames with these tags and EtherType; null if none does.
+/// The row that applies to upstream frames with these tags, EtherType and extended criterion; null
+/// if none does. Without a criterion, the frame fits each.
 [[nodiscard]] const tag_row* matching_row(const tag_operation& operation,
-                                          const std::vector<frame_tag>& tags, uint16_t ethertype);
+                                          const std::vector<frame_tag>& tags, uint16_t ethertype,
+                                          std::optional<uint8_t> criterion = {});
 
 } // namespace gponflow

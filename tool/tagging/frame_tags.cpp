@@ -29,6 +29,32 @@ frame_tag tag_of(uint16_t tpid, uint16_t tci)
             static_cast<uint16_t>(tci & 0xfff)};
 }
 
+// Where the IP header of a frame is, and what it says about its payload.
+struct ip_layout {
+    size_t protocol_at;
+    size_t ports_at;
+    uint16_t first_port; ///< of DHCP: this one and the next
+};
+
+constexpr size_t ip_at = 2; ///< behind the EtherType
+constexpr uint8_t udp = 17;
+
+// Extension headers of IPv6 are not followed: DHCPv6 messages of clients have none.
+std::optional<ip_layout> layout_of(const tagged_frame& frame)
+{
+    if (frame.ethertype() == ipv4 && frame.rest.size() > ip_at)
+        return ip_layout{ip_at + 9, ip_at + (frame.rest[ip_at] & 0xfu) * 4, 67};
+    if (frame.ethertype() == ipv6)
+        return ip_layout{ip_at + 6, ip_at + 40, 546};
+    return {};
+}
+
+bool is_later_fragment(const tagged_frame& frame)
+{
+    constexpr uint16_t offset_mask = 0x1fff;
+    return frame.ethertype() == ipv4 && (word_at(frame.rest, ip_at + 6) & offset_mask) != 0;
+}
+
 void append_word(std::vector<uint8_t>& to, uint16_t word)
 {
     to.push_back(static_cast<uint8_t>(word >> 8));
@@ -50,6 +76,24 @@ std::optional<uint8_t> tagged_frame::dscp() const
     if (ethertype() == ipv6 && rest.size() >= 4)
         return static_cast<uint8_t>(word_at(rest, 2) >> 6 & 0x3f);
     return {};
+}
+
+std::optional<uint8_t> tagged_frame::extended_criterion() const
+{
+    if (ethertype() != ipv4 && ethertype() != ipv6)
+        return uint8_t{0};
+    const std::optional<ip_layout> layout = layout_of(*this);
+    if (!layout || rest.size() <= layout->protocol_at)
+        return {};
+    if (rest[layout->protocol_at] != udp || is_later_fragment(*this))
+        return uint8_t{0};
+    if (rest.size() < layout->ports_at + 4)
+        return {};
+    for (const size_t at : {layout->ports_at, layout->ports_at + 2})
+        if (const unsigned port = word_at(rest, at);
+            port == layout->first_port || port == layout->first_port + 1u)
+            return static_cast<uint8_t>(ethertype() == ipv4 ? 1 : 2);
+    return uint8_t{0};
 }
 
 std::vector<uint8_t> tagged_frame::joined() const

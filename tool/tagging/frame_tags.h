@@ -28,6 +28,9 @@ struct tagged_frame {
     [[nodiscard]] uint16_t ethertype() const;
     /// Of an IPv4 or IPv6 header; nothing for other frames.
     [[nodiscard]] std::optional<uint8_t> dscp() const;
+    /// The extended criterion of a row that the frame fits: 1 DHCPv4, 2 DHCPv6, 0 none. Nothing if
+    /// the frame ends before its UDP ports.
+    [[nodiscard]] std::optional<uint8_t> extended_criterion() const;
     [[nodiscard]] std::vector<uint8_t> joined() const;
 };
 

@@ -229,6 +229,8 @@ std::string fault_of(const tag_row& row)
 {
     if (row.ethertype > greatest_ethertype)
         return "reserved EtherType code " + std::to_string(row.ethertype);
+    if (row.extended_criteria > greatest_extended_criterion)
+        return "reserved value: extended criteria " + std::to_string(row.extended_criteria);
     for (const std::string& fault : {filter_fault(row.filter_outer, "outer filter"),
                                      filter_fault(row.filter_inner, "inner filter"),
                                      treatment_fault(row.outer, "outer treatment"),

@@ -32,6 +32,7 @@ enum treatment_priority : uint8_t {
 /// Values of a VID: in filters only the first, in treatments both copies.
 enum special_vid : uint16_t { any_vid = 4096, copy_inner_vid = 4096, copy_outer_vid = 4097 };
 
+constexpr uint8_t greatest_extended_criterion = 2;
 constexpr uint8_t discard_frame = 3; ///< value of "tags to remove"
 
 /// The filter or the treatment of one tag.
@@ -46,7 +47,7 @@ struct row_tag {
 struct tag_row {
     row_tag filter_outer;
     row_tag filter_inner;
-    uint8_t extended_criteria = 0; ///< 1 DHCPv4, 2 DHCPv6
+    uint8_t extended_criteria = 0; ///< 1 DHCPv4, 2 DHCPv6; others are reserved
     uint8_t ethertype = 0;         ///< 0 any, 1 IPv4, 2 PPPoE, 3 ARP, 4 IPv6
     uint8_t remove = 0;            ///< tags to remove, or discard_frame
     row_tag outer{add_no_tag, 0, 0};
