@@ -347,6 +347,27 @@ TEST(check_rules, a_vlan_that_no_row_produces)
               names{});
 }
 
+// 0x14 compares the whole tag: 0xa0c8 is VLAN 200 with priority 5, 0x60c8 with priority 3. The row
+// copies the priority of VLAN 5; the last one writes priority 3 (0x300644 instead of 0x80644).
+TEST(check_rules, a_priority_that_no_row_produces)
+{
+    const std::string line = good_line + operation_of_uni +
+                             "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 "
+                             "vlanFilterList=0xa0c8 forwardOperation=0x14 vlanFilterNums=1\n";
+    EXPECT_EQ(reason("tagging-no-row", line),
+              "no row produces VLAN 200 with priority 5, which VLAN_TAG_FILTER_DATA 0x1001 passes");
+    EXPECT_EQ(found("tagging-no-row", line + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
+                                             "row=f800000080028000400f000000080644\n"),
+              names{});
+    // The row for VLAN 5 with priority 2 copies priority 2.
+    EXPECT_EQ(found("tagging-no-row", line + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
+                                             "row=f800000020028000400f000000080644\n"),
+              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
+    EXPECT_EQ(found("tagging-no-row", line + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
+                                             "row=f800000080028000400f000000030644\n"),
+              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
+}
+
 // VLAN 5 with each of the eight priorities, and VLAN 5 with any priority: inner filter words
 // 0x00028000 to 0x70028000 and 0x80028000.
 TEST(check_rules, a_row_that_never_applies)

@@ -62,6 +62,32 @@ TEST(collect_report, drops_are_gathered_by_reason_with_the_first_as_example)
     EXPECT_NE(output.str().find("list {0x0064}: drop"), std::string::npos) << output.str();
 }
 
+// Untagged frames of UNI 1 become VLAN 100; the inverse removes the tag.
+TEST(collect_report, passed_flow_names_the_operations_that_rewrite_it)
+{
+    const std::string line =
+        good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                    "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 "
+                    "downstream_mode=0 rows=default\n"
+                    "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000f8000000000f000000000324\n";
+    const report_data data =
+        collected(line +
+                  "hook kind=up_uni port=1 frame=02000000000102000000010108004500\n"
+                  "hook kind=down_ani gem=1025 frame=02000000010102000000000181000064080045\n" +
+                  hook(frame_of_vlan_100));
+    ASSERT_EQ(data.flows.size(), 3u);
+    EXPECT_EQ(data.flows[0].fate, frame_fate::passed);
+    EXPECT_EQ(data.flows[0].rewriting,
+              std::vector<std::string>{"VLAN_TAG_EXTEND_OPERATE 0x0001: untagged: add VLAN 100 "
+                                       "with priority 0, TPID 0x8100"});
+    EXPECT_EQ(data.flows[1].fate, frame_fate::passed) << data.flows[1].outcome;
+    EXPECT_EQ(data.flows[1].rewriting,
+              std::vector<std::string>{
+                  "to PPTP_ETHERNET_UNI 0x0101, VLAN_TAG_EXTEND_OPERATE 0x0001: inverse of "
+                  "untagged: add VLAN 100 with priority 0, TPID 0x8100"});
+    EXPECT_TRUE(data.flows[2].rewriting.empty()); // as it is at the hook call
+}
+
 TEST(collect_report, an_example_uses_the_provisioning_of_its_time)
 {
     const report_data data =

@@ -118,8 +118,8 @@ constexpr check_rule rules[] = {
      "The UNI side of a bridge has an extended VLAN tagging operation. A VLAN filter on the ANI "
      "side "
      "lists a VLAN, but no row of the table produces frames with it, and no default row passes "
-     "them "
-     "unchanged. The service carries no upstream frame."},
+     "them unchanged. If the filter compares priorities, the row has to produce the priority too. "
+     "The service carries no upstream frame."},
     {"tagging-shadowed-row", warning, always, "9.3.13", "row that never applies",
      "Rows that are tried first apply to all frames that the row filters, or its filter has a "
      "reserved value. Rows are tried in the order of their filters, the more specific ones first; "

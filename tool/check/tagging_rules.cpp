@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Tagging operations: where they belong, rows without effect, VLANs that no row produces.
 #include <algorithm>
+#include <array>
 #include <bitset>
+#include <functional>
 #include <optional>
 
 #include "include/tp_types.h"
@@ -18,6 +20,8 @@ namespace {
 constexpr uint16_t vlans = 0x1000;
 constexpr uint16_t greatest_vid = 4094;
 constexpr uint16_t vid_mask = 0x0fff;
+constexpr uint16_t priority_mask = 0xe000;
+constexpr uint8_t every_priority = 0xff;
 
 using vlan_set = std::bitset<vlans>;
 
@@ -114,23 +118,57 @@ void check_rows(me_id id, unsigned line, const tag_operation& operation, finding
     }
 }
 
-// The VLANs that the outer tag of a frame may have behind a row.
-vlan_set produced_by(const tag_row& row)
+// Tags as their VLANs with their priorities, a bit for each priority.
+struct tag_values {
+    vlan_set vids;
+    uint8_t priorities = 0;
+};
+using vlan_priorities = std::array<uint8_t, vlans>;
+
+tag_values values_of(const row_tag& filter)
 {
-    const auto of_filter = [](const row_tag& filter) {
-        vlan_set vids;
-        return filter.vid <= greatest_vid ? vids.set(filter.vid) : vids.set();
-    };
+    tag_values values{{}, every_priority};
+    if (filter.vid <= greatest_vid)
+        values.vids.set(filter.vid);
+    else
+        values.vids.set();
+    if (filter.priority < any_priority)
+        values.priorities = static_cast<uint8_t>(1u << filter.priority);
+    return values;
+}
+
+uint8_t added_priorities(const row_tag& added, const tag_values& outer, const tag_values& inner)
+{
+    switch (added.priority) {
+    case copy_inner_priority:
+        return inner.priorities;
+    case copy_outer_priority:
+        return outer.priorities;
+    case priority_of_dscp:
+        return every_priority;
+    default:
+        return static_cast<uint8_t>(1u << (added.priority & 7));
+    }
+}
+
+// The values that the outer tag of a frame may have behind a row.
+tag_values produced_by(const tag_row& row)
+{
     const bool two = tags_of(row) == 2;
-    const vlan_set outer =
-        tags_of(row) == 0 ? vlan_set() : of_filter(two ? row.filter_outer : row.filter_inner);
-    const vlan_set inner = tags_of(row) == 0 ? vlan_set() : of_filter(row.filter_inner);
+    // An untagged frame has nothing to copy but the priority 0.
+    const tag_values none{{}, 1};
+    const tag_values outer =
+        tags_of(row) == 0 ? none : values_of(two ? row.filter_outer : row.filter_inner);
+    const tag_values inner = tags_of(row) == 0 ? none : values_of(row.filter_inner);
     for (const row_tag* added : {&row.outer, &row.inner}) {
         if (added->priority == add_no_tag)
             continue;
+        tag_values values{{}, added_priorities(*added, outer, inner)};
         if (added->vid <= greatest_vid)
-            return vlan_set().set(added->vid);
-        return added->vid == copy_inner_vid ? inner : outer;
+            values.vids.set(added->vid);
+        else
+            values.vids = added->vid == copy_inner_vid ? inner.vids : outer.vids;
+        return values;
     }
     if (row.remove >= tags_of(row))
         return {};
@@ -138,15 +176,19 @@ vlan_set produced_by(const tag_row& row)
 }
 
 // Nothing if frames of any VLAN may leave the operation, or if that is not known.
-std::optional<vlan_set> produced_by(const tag_operation& operation)
+std::optional<vlan_priorities> produced_by(const tag_operation& operation)
 {
     if (!operation.table_known)
         return {};
-    vlan_set all;
-    for (const tag_row& row : operation.rows)
-        if (row.remove != discard_frame && fault_of(row).empty())
-            all |= produced_by(row);
-    if (all.count() > vlans / 2)
+    vlan_priorities all{};
+    for (const tag_row& row : operation.rows) {
+        if (row.remove == discard_frame || !fault_of(row).empty())
+            continue;
+        const tag_values values = produced_by(row);
+        for (unsigned vid = 0; vid < vlans; ++vid)
+            all[vid] |= values.vids[vid] ? values.priorities : uint8_t{0};
+    }
+    if (std::ranges::count_if(all, [](uint8_t priorities) { return priorities != 0; }) > vlans / 2)
         return {};
     return all;
 }
@@ -162,7 +204,7 @@ std::optional<me_id> single_operation(const line_model& what, me_id uni, me_id p
 }
 
 struct bridge_tags {
-    vlan_set vids;
+    vlan_priorities vids{};
     std::vector<me_id> operations;
 };
 
@@ -182,10 +224,10 @@ std::optional<bridge_tags> entering(const line_model& what, uint16_t bridge)
         const auto operation =
             single_operation(what, {type_of(port).class_id, me.tpPointer}, port.id);
         const auto produced =
-            operation ? produced_by(*what.operation(*operation)) : std::optional<vlan_set>();
+            operation ? produced_by(*what.operation(*operation)) : std::optional<vlan_priorities>();
         if (!produced)
             return {};
-        result.vids |= *produced;
+        std::ranges::transform(result.vids, *produced, result.vids.begin(), std::bit_or<uint8_t>());
         result.operations.push_back(*operation);
     }
     if (result.operations.empty())
@@ -193,18 +235,40 @@ std::optional<bridge_tags> entering(const line_model& what, uint16_t bridge)
     return result;
 }
 
-// The VLANs that a filter lists in order to pass them.
-vlan_set listed_vlans(const gpon_raw_vtfd& filter)
+// A tag that a filter lists in order to pass it. Without a priority, each one passes.
+struct listed_tag {
+    unsigned vid;
+    std::optional<unsigned> priority;
+};
+
+std::vector<listed_tag> listed_tags(const gpon_raw_vtfd& filter)
 {
-    vlan_set vids;
-    // A list that drops, or that compares priorities, expects no VLAN.
+    std::vector<listed_tag> tags;
+    // A list that drops, or that compares priorities alone, expects no VLAN.
     const tag_set passed = passed_by(filter);
-    if (!(compared_bits(filter.forwardOperation) & vid_mask) || passed.count() > passed.size() / 2)
-        return vids;
+    const uint16_t compared = compared_bits(filter.forwardOperation);
+    if (!(compared & vid_mask) || passed.count() > passed.size() / 2)
+        return tags;
     for (size_t i = 0;
-         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i)
-        vids.set(filter.vlanFilterList[i] & vid_mask);
-    return vids;
+         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i) {
+        const uint16_t tci = filter.vlanFilterList[i];
+        const unsigned vid = tci & vid_mask;
+        if (vid != 0)
+            tags.push_back({vid, compared & priority_mask ? std::optional(unsigned{tci} >> 13)
+                                                          : std::nullopt});
+    }
+    return tags;
+}
+
+bool is_produced(const vlan_priorities& produced, const listed_tag& tag)
+{
+    return (produced[tag.vid] & (tag.priority ? 1u << *tag.priority : every_priority)) != 0;
+}
+
+std::string text_of(const listed_tag& tag)
+{
+    return "VLAN " + std::to_string(tag.vid) +
+           (tag.priority ? " with priority " + std::to_string(*tag.priority) : "");
 }
 
 void check_expected(const line_model& what, const me_instance& port, finding_list& found)
@@ -216,13 +280,12 @@ void check_expected(const line_model& what, const me_instance& port, finding_lis
     const auto entered = entering(what, port.as<gpon_raw_mbpcd>().bridgeID);
     if (!entered)
         return;
-    const vlan_set missing = listed_vlans(filter->as<gpon_raw_vtfd>()) & ~entered->vids;
-    for (unsigned vid = 1; vid < vlans; ++vid)
-        if (missing[vid])
+    for (const listed_tag& tag : listed_tags(filter->as<gpon_raw_vtfd>()))
+        if (!is_produced(entered->vids, tag))
             found.add(entered->operations.front(), what.operation_line(entered->operations.front()),
                       "tagging-no-row",
-                      "no row produces VLAN " + std::to_string(vid) + ", which " +
-                          to_text(filter->id) + " passes",
+                      "no row produces " + text_of(tag) + ", which " + to_text(filter->id) +
+                          " passes",
                       "add a row that produces the VLAN, or remove it from the filter");
 }
 

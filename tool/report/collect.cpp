@@ -163,7 +163,7 @@ private:
         direction.dropped += path.fate == frame_fate::dropped;
         direction.untouched += path.fate == frame_fate::untouched;
         direction.quick += path.replayed;
-        add_flow(row, path, explained.input.frame.wire_length);
+        add_flow(row, path, explained);
         if (path.fate == frame_fate::dropped)
             count_drop(row);
         return row;
@@ -205,7 +205,23 @@ private:
         return learnt == learnt_ways_.end() ? path.way : learnt->second;
     }
 
-    void add_flow(const flow_row& row, const path_summary& path, uint64_t octets)
+    // Downstream, operations act behind the hook call.
+    std::vector<std::string> rewriting_of(const explanation& explained, const flow_row& flow) const
+    {
+        std::vector<std::string> texts;
+        const auto add = [&texts](const carried_frame& carried, const std::string& place) {
+            for (const tag_step& step : carried.steps)
+                texts.push_back(place + to_text(step.operation) + ": " + step.row);
+        };
+        add(explained.tagging, "");
+        if (flow.kind == 3 && flow.fate == frame_fate::passed)
+            for (const leaving_frame& one :
+                 carry_to_unis(data_.entities, flow.way, explained.input.frame.data))
+                add(one.carried, "to " + to_text(one.uni) + ", ");
+        return texts;
+    }
+
+    void add_flow(const flow_row& row, const path_summary& path, const explanation& explained)
     {
         const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
         auto known = flows_.find(id);
@@ -218,10 +234,11 @@ private:
             known = flows_.emplace(id, data_.flows.size()).first;
             data_.flows.push_back(row);
             data_.flows.back().way = whole_way(row, path);
+            data_.flows.back().rewriting = rewriting_of(explained, data_.flows.back());
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
-        flow.octets += octets;
+        flow.octets += explained.input.frame.wire_length;
         flow.quick += path.replayed;
     }
 

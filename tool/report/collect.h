@@ -35,6 +35,7 @@ struct flow_row {
     uint64_t quick = 0; ///< replayed a rule
     std::string first;  ///< source of its first frame
     std::vector<me_id> way;
+    std::vector<std::string> rewriting; ///< of its first frame: each operation with its row
 };
 
 /// Dropped frames of one direction with the same tags and reason.

@@ -66,7 +66,8 @@ json flow_json(const flow_row& flow)
             {"octets", flow.octets},
             {"quick", flow.quick},
             {"first", flow.first},
-            {"path", std::move(path)}};
+            {"path", std::move(path)},
+            {"rewriting", flow.rewriting}};
 }
 
 json drop_json(const drop_row& drop)

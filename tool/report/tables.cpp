@@ -68,6 +68,14 @@ std::string short_place(const std::string& place)
     return escape(slash == place.npos ? place : place.substr(slash + 1));
 }
 
+std::string joined(const std::vector<std::string>& texts)
+{
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : "; ") + escape(text);
+    return all;
+}
+
 // Instances by number; those that no longer exist have none.
 std::string number_list(const std::vector<me_id>& ids, const entity_numbers& numbers)
 {
@@ -220,6 +228,8 @@ template_value flow_values(const report_data& data, const entity_numbers& number
         row.set("frames", number(flow.frames));
         row.set("octets", number(flow.octets));
         row.set("quick", number(flow.quick));
+        row.set("rewriting", joined(flow.rewriting));
+        row.set("is_rewritten", !flow.rewriting.empty());
         row.set("first", short_place(flow.first));
         row.set("way", flow.way.size() > 1 ? number_list(flow.way, numbers) : "");
         const std::optional<size_t> drop = drop_of(data, flow);
