@@ -63,6 +63,18 @@ std::string complaint_about(const std::string& line, const frame_question& quest
     return "no complaint";
 }
 
+TEST(question, dropped_frame_without_tags_is_called_untagged)
+{
+    const std::string line = good_line + "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 "
+                                         "vlanFilterList=100 forwardOperation=0x10 "
+                                         "vlanFilterNums=1\n";
+    const std::string untagged = ask(line, from_uni(1)).text;
+    EXPECT_NE(untagged.find("drops untagged frames; the frame is untagged.\n"), std::string::npos)
+        << untagged;
+    const std::string tagged = ask(line, from_uni(1, asked_tag{7, 0})).text;
+    EXPECT_NE(tagged.find("; the frame has VLAN 7 priority 0.\n"), std::string::npos) << tagged;
+}
+
 TEST(question, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 {
     const answered found = ask(two_bridges, from_uni(2, asked_tag{300, 5}));

@@ -154,7 +154,8 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
         result.faults = faults_of(half.story, half.entities, header, bridge);
         result.sentence = subject +
                           " is dropped: " + drop_reason(half.story, half.entities, header, bridge) +
-                          "; the frame has " + tags_text(header) + ".";
+                          "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
+                          tags_text(header) + ".";
     } else {
         result.sentence = subject + " passes.";
     }
