@@ -78,17 +78,19 @@ expect_status 2 check lines/line-00001.pcap pipe missing.pcap . binary.scn "$roo
 expect_count 3 'not a regular file"'
 expect_count 2 'No such file'
 
-# Memory does not grow with the number of inputs.
+# Memory does not grow with the number of inputs. The documents of omci have 7 KB: were they kept,
+# 840 would take 6 MB. Under the address sanitizer freed memory is kept, here at most 1 MB.
 most_memory() { # LIST
-    python3 -c '
+    ASAN_OPTIONS=${ASAN_OPTIONS:-}:quarantine_size_mb=1 \
+        python3 -c '
 import resource, subprocess, sys
 subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, check=False)
-print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' "$tool" check --jobs 2 --files "$1"
+print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' "$tool" omci --jobs 2 --files "$1"
 }
 head -n 50 lines/list >short
 for _ in 1 2 3 4; do cat lines/list; done >long
 few=$(most_memory short)
 many=$(most_memory long)
-[ "$many" -lt $((few + 2000)) ] || complain "$many KiB for 840 lines, $few KiB for 50"
+[ "$many" -lt $((few + 3000)) ] || complain "$many KiB for 840 lines, $few KiB for 50"
 
 exit "$failed"
