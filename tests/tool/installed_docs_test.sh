@@ -35,6 +35,11 @@ done
 [ "$documents" -gt 50 ] || complain "only $documents links were found"
 
 cd doc/examples
-python3 "$root/scripts/replay-docs.py" "$tool" ../cookbook.md ../json.md ../tools.md ../concepts.md ||
+pages=(../cookbook.md ../json.md ../tools.md ../concepts.md)
+# The sanitizers' runs do not install these programs.
+if command -v parallel >/dev/null && command -v sqlite3 >/dev/null && command -v jq >/dev/null; then
+    pages+=(../fleet.md)
+fi
+python3 "$root/scripts/replay-docs.py" "$tool" "${pages[@]}" ||
     complain 'a document does not work in the installed examples'
 exit "$failed"
