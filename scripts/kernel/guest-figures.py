@@ -135,14 +135,15 @@ class Table:
         yield self.figure("the same over veth devices", "veth_bridge")
         yield self.figure("(b) bridge with VLAN filtering", "vlan_filtering")
         yield self.figure("(c) bridge with tc flower, 1 rule", "flower", "1")
-        for rules in ("64", "256", "768"):
+        for rules in ("64", "256", "768", "4096"):
             yield self.figure(f"(c) {rules} rules", "flower", rules)
         yield self.figure("(d) Open vSwitch datapath, 8 flows", "openvswitch_flows", "8")
-        yield self.figure("(d) 768 flows", "openvswitch_flows", "768")
+        for flows in ("768", "4096"):
+            yield self.figure(f"(d) {flows} flows", "openvswitch_flows", flows)
         yield self.figure("bridge with hooks, the platform chooses the GEM port", "own_mapping")
         yield self.figure("(e) gpon_flow, quick path", "gpon_flow_quick")
         yield self.figure("(f) gpon_flow, a flow's first frame", "gpon_flow_first")
-        for flows in ("64", "256", "768"):
+        for flows in ("64", "256", "768", "4096"):
             yield self.turns(flows)
         yield self.ratio("**added, (e) : (c) with 64 rules**", "flower", "64")
         yield self.ratio("**added, (e) : (d)**", "openvswitch")

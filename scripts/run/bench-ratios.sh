@@ -2,8 +2,8 @@
 # [ROUNDS=15] [--write] compare measured ratios with their targets: NAME RATIO TARGET met|missed
 #
 # The figures behind the ratios go to build/bench/ratios.json. Instructions per frame come from
-# bench-kernel, which runs first if it has no result yet. --write puts the lines into
-# docs/results/ratios.md.
+# bench-kernel, which runs first if it has no result for arm64 yet; those of x86_64 take part if it
+# has measured them. --write puts the lines into docs/results/ratios.md.
 set -eu
 . scripts/build.sh
 . scripts/bench.sh
@@ -32,12 +32,14 @@ measure() {
     "$dir/bin/gpon_ratios" "$rounds" >"$dir/ratios.json"
 }
 step ratios measure >&2
-guest=$GPON_BUILD_DIR/bench/guest.json
-if [ ! -f "$guest" ]; then
+guests=("$GPON_BUILD_DIR"/bench/guest-{arm64,x86_64}.json)
+if ! [ -f "${guests[0]}" ]; then
     bash scripts/run/bench-kernel.sh >&2 || echo "bench-kernel failed: no frame-vs-*" >&2
 fi
 figures=("$dir/ratios.json")
-[ ! -f "$guest" ] || figures+=("$guest")
+for guest in "${guests[@]}"; do
+    [ ! -f "$guest" ] || figures+=("$guest")
+done
 
 lines=$(python3 scripts/bench-ratios.py "${figures[@]}")
 column -t -s $'\t' <<<"$lines"

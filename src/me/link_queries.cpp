@@ -25,8 +25,10 @@ enum class row_result { passed_over, answered };
 // The position after the used entry with that id, or -1 if there is none.
 [[nodiscard]] inline i32 position_behind(const row_copy& row, u16 inst_id) GPON_READS_LISTS
 {
-    for (i32 i = 0; i < row.count; ++i) {
-        const gpon_me_related_id entry = load_related_id(row.ids[i]);
+    const gpon_me_related_id* const ids = row.ids;
+    const i32 count = row.count;
+    for (i32 i = 0; i < count; ++i) {
+        const gpon_me_related_id entry = load_related_id(ids[i]);
         if (entry.instExist == 0)
             return -1;
         if (entry.instId == inst_id)

@@ -39,7 +39,7 @@ fails "no baseline for the architecture" "MISSING" check
 
 # A whole table: each case twice, with what it adds to the bridge.
 all=()
-for flows in 1 8 16 64 256 768; do
+for flows in 1 8 16 64 256 768 4096; do
     all+=("bench bridge $flows 1000 1000" "bench bridge $flows 1002 1002" "rules $flows $flows")
     for case in veth_bridge vlan_filtering flower openvswitch own_mapping gpon_flow_quick \
         gpon_flow_first gpon_flow_mix; do

@@ -13,7 +13,7 @@ bridges=10
 ways=${ways:-bridge,veth_bridge,vlan_filtering,flower,openvswitch,own_mapping,gpon_flow}
 frames=${frames:-1600}
 per_round=16
-flow_counts=$(echo "${counts:-1,8,64,256,768}" | tr , ' ')
+flow_counts=$(echo "${counts:-1,8,64,256,768,4096}" | tr , ' ')
 debug=/proc/gpon_flow/debug
 
 # Frames that came out at the far end.
