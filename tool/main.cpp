@@ -69,6 +69,8 @@ int main(int argc, char** argv)
     gponflow::add_clean_command(app);
     gponflow::add_omci_command(app);
     gponflow::add_report_command(app);
+    gponflow::add_stat_command(app);
+    gponflow::add_monitor_command(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& outcome) {

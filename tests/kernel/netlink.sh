@@ -43,6 +43,14 @@ known_traffic() {
     netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
     expect "rules" 1 "$(grep -c "^rule " /tmp/rules)"
     grep -qF "$rule used=1 hits=4 " /tmp/rules || fail "not the rule of the flow: $(cat /tmp/rules)"
+    gponflow stat --json >/tmp/stat || fail "no gponflow stat: $(cat /tmp/stat)"
+    netlink_reader counters | while read -r name value; do
+        grep -qE "\"$name\": $value,?\$" /tmp/stat ||
+            { echo "gponflow stat differs in $name=$value" >/tmp/differs; break; }
+    done
+    [ ! -e /tmp/differs ] || fail "$(cat /tmp/differs)"
+    gponflow show rules --json >/tmp/shown || fail "no gponflow show: $(cat /tmp/shown)"
+    grep -q '"hits": 4,' /tmp/shown || fail "not the hits of the rule: $(cat /tmp/shown)"
     netlink_reader state >/tmp/state || fail "no state"
     expect "state" "state engine=1 rules=1 buckets=64 threshold=48" "$(cat /tmp/state)"
 }
@@ -58,7 +66,10 @@ known_store() {
 known_events() {
     netlink_reader events >/tmp/events &
     listener=$!
+    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
+    monitor=$!
     while ! grep -q listening /tmp/events; do sleep 1; done
+    while ! grep -q monitoring /tmp/monitor.errors; do sleep 1; done
     calls 1 "hook kind=up_uni port=1 frame=02000000000102000000770208004500000000000000000000000000000000"
     echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
@@ -72,6 +83,12 @@ known_events() {
     grep -qF "gone $rule used=1 hits=4 " /tmp/events || fail "not its hits: $(cat /tmp/events)"
     grep -q "^changed class=280 id=0x77 change=1$" /tmp/events ||
         fail "no created instance: $(cat /tmp/events)"
+    kill -INT "$monitor"
+    wait "$monitor" || fail "monitor: $(cat /tmp/monitor.errors)"
+    expect "learnt rules that monitor printed" 1 "$(grep -c "^learnt " /tmp/monitor)"
+    expect "flushed rules that monitor printed" 2 "$(grep -c "^flushed " /tmp/monitor)"
+    grep -qx "created  TRAFFIC_DESCRIPTOR 0x0077" /tmp/monitor ||
+        fail "monitor printed no created instance: $(cat /tmp/monitor)"
 }
 
 flood_with_three_readers() {

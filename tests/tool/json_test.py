@@ -151,6 +151,11 @@ def run_rest(check, full, line, empty):
     for scenario, status in ((full, 0), (empty, 0)):
         check.run(["watch", "--once", "--json", scenario], status, "gponflow-watch-1", stream=True)
     tour = str(check.root / "scenarios/tour.scn")
+    for scenario in (full, tour, empty):
+        check.run(["stat", "--json", scenario], 0, "gponflow-counters-1")
+    for scenario in (full, tour):
+        check.run(["monitor", "--json", scenario], 0, "gponflow-change-1", stream=True)
+    check.run(["stat", "--json", "--all", tour], 2)
     check.run(["trace", "outer_vlan=101p0", tour, "--json"], 0, "gponflow-trace-1", stream=True)
     check.run(["trace", "outer_vlan=101", "missing.scn", "--json"], 2)
     check.run(["set", "enable", "on", "--dry-run", "--json"], 0, "gponflow-commands-1")

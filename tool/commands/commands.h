@@ -21,5 +21,7 @@ void add_set_command(CLI::App& app);
 void add_clean_command(CLI::App& app);
 void add_omci_command(CLI::App& app);
 void add_report_command(CLI::App& app);
+void add_stat_command(CLI::App& app);
+void add_monitor_command(CLI::App& app);
 
 } // namespace gponflow

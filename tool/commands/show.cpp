@@ -7,6 +7,7 @@
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
+#include "tool/live/module_file.h"
 #include "tool/live/show_json.h"
 #include "tool/live/show_table.h"
 
@@ -23,7 +24,11 @@ struct show_request {
     std::string direction;
 };
 
-using view_function = int (*)(const show_request&, captured_run&);
+// A view of the module in this process, from its log, and of that in a kernel, from its records.
+struct view {
+    int (*of_log)(const show_request&, captured_run&);
+    int (*of_records)(const show_request&, module_reader&);
+};
 
 palette colours()
 {
@@ -35,6 +40,19 @@ int written()
     return finish_output() ? status_ok : status_unsupported;
 }
 
+int print_table(const show_request& request, rule_table table)
+{
+    if (!request.direction.empty())
+        std::erase_if(table.rules, [&](const dumped_rule& rule) {
+            return rule.key.direction != request.direction;
+        });
+    if (request.json)
+        print_rules_json(table, std::cout);
+    else
+        print_rules(table, std::cout, colours());
+    return written();
+}
+
 int show_rules(const show_request& request, captured_run& run)
 {
     const auto answer = run.query("show flow_rule");
@@ -43,23 +61,16 @@ int show_rules(const show_request& request, captured_run& run)
     std::optional<rule_table> table = read_rule_table(*answer);
     if (!table)
         throw refusal("the module printed no rule table");
-    if (!request.direction.empty())
-        std::erase_if(table->rules, [&](const dumped_rule& rule) {
-            return rule.key.direction != request.direction;
-        });
-    if (request.json)
-        print_rules_json(*table, std::cout);
-    else
-        print_rules(*table, std::cout, colours());
-    return written();
+    return print_table(request, std::move(*table));
 }
 
-int show_me(const show_request& request, captured_run& run)
+int show_kernel_rules(const show_request& request, module_reader& reader)
 {
-    const auto answer = run.query("show raw_data");
-    if (!answer)
-        return report_not_loaded();
-    std::vector<dumped_instance> all = read_instances(*answer);
+    return print_table(request, reader.table());
+}
+
+int print_chosen(const show_request& request, std::vector<dumped_instance> all)
+{
     std::erase_if(all, [&](const dumped_instance& one) {
         const bool wanted =
             request.classes.empty() ||
@@ -73,9 +84,19 @@ int show_me(const show_request& request, captured_run& run)
     return written();
 }
 
-int show_status(const show_request& request, captured_run& run)
+int show_me(const show_request& request, captured_run& run)
 {
-    const module_status status = read_status(run);
+    const auto answer = run.query("show raw_data");
+    return answer ? print_chosen(request, read_instances(*answer)) : report_not_loaded();
+}
+
+int show_kernel_me(const show_request& request, module_reader& reader)
+{
+    return print_chosen(request, reader.instances());
+}
+
+int print(const show_request& request, const module_status& status)
+{
     if (request.json)
         print_status_json(status, std::cout);
     else
@@ -83,17 +104,37 @@ int show_status(const show_request& request, captured_run& run)
     return written();
 }
 
+int show_status(const show_request& request, captured_run& run)
+{
+    return print(request, read_status(run));
+}
+
+int show_kernel_status(const show_request& request, module_reader& reader)
+{
+    return print(request, {true, reader.state().enabled, reader.table(), reader.instances()});
+}
+
+int run_view(const show_request& request, const view& what)
+{
+    if (backend_of(request.source) == "host")
+        return run_on_source(request.source,
+                             [&](captured_run& run) { return what.of_log(request, run); });
+    // That no module is loaded is a status, too.
+    if (what.of_log == show_status && request.source.file.empty() && !is_module_loaded())
+        return print(request, module_status{});
+    return read_source(request.source,
+                       [&](module_reader& reader) { return what.of_records(request, reader); });
+}
+
 CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request, const char* name,
-                   const char* description, view_function view)
+                   const char* description, view what)
 {
     CLI::App* sub = show.add_subcommand(name, description);
     add_source_options(*sub, request->source);
     CLI::Option* json = sub->add_flag("--json", request->json, "Print JSON");
     sub->add_flag("--table", request->table, "Print a table (default)")->excludes(json);
-    sub->callback([request, view] {
-        const int status =
-            run_on_source(request->source, [&](captured_run& run) { return view(*request, run); });
-        if (status != status_ok)
+    sub->callback([request, what] {
+        if (const int status = run_view(*request, what); status != status_ok)
             throw CLI::RuntimeError(status);
     });
     return sub;
@@ -123,26 +164,29 @@ void add_show_command(CLI::App& app)
 {
     CLI::App* show = app.add_subcommand("show", "Show rules, managed entities or status");
     show->require_subcommand(1);
-    show->footer(
-        "\nExamples:\n"
-        "  gponflow show status\n"
-        "  gponflow show rules --json | jq '.rules[].direction'\n"
-        "  gponflow show me scenarios/subscriber-line.scn --class GEM_PORT_CTP\n\n"
-        "Without a scenario, the module of the running kernel is queried; this requires root.");
+    show->footer("\nExamples:\n"
+                 "  gponflow show status\n"
+                 "  gponflow show rules --json | jq '.rules[].direction'\n"
+                 "  gponflow show me scenarios/subscriber-line.scn --class GEM_PORT_CTP\n\n"
+                 "Without a scenario, the module of the running kernel is read; this requires root "
+                 "and prints "
+                 "nothing to the kernel log.");
     const auto request = std::make_shared<show_request>();
-    CLI::App* rules = add_view(*show, request, "rules", "The learnt rules", show_rules);
+    CLI::App* rules =
+        add_view(*show, request, "rules", "The learnt rules", {show_rules, show_kernel_rules});
     rules->add_option("--direction", request->direction, "Only rules of this direction")
         ->check(CLI::IsMember({"UP_UNI", "UP_ANI", "DOWN_ANI", "DOWN_UNI"}, CLI::ignore_case));
     rules->footer("\nExamples:\n  gponflow show rules\n"
                   "  gponflow show rules --direction UP_ANI scenarios/tour.scn\n\n"
                   "VLAN is the id of each tag, outer tag first, with its priority after a p.");
-    CLI::App* me = add_view(*show, request, "me", "The managed entities", show_me);
+    CLI::App* me =
+        add_view(*show, request, "me", "The managed entities", {show_me, show_kernel_me});
     add_class_options(*me, request);
     me->footer("\nExamples:\n  gponflow show me --class 268 --class GEM_INTERWORK_TP\n"
                "  gponflow show me --json scenarios/subscriber-line.scn --instance 0x1001\n\n"
                "Columns that end in Inst are links that the module has recorded.");
     add_view(*show, request, "status", "State of the engine, number of rules and instances",
-             show_status)
+             {show_status, show_kernel_status})
         ->footer("\nExample:\n  gponflow show status --json\n\n"
                  "The exit status is 0 even if the module is not loaded.");
 }

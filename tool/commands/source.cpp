@@ -5,9 +5,26 @@
 
 #include "tool/live/backends.h"
 #include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
 
 namespace gponflow {
+
+namespace {
+
+// Counts each frame, also those that a captured_run leaves out.
+class whole_run final : public captured_run {
+public:
+    using captured_run::captured_run;
+
+private:
+    void on_frame(const packet_options& options, const captured_frame& frame) override
+    {
+        static_cast<void>(hook(options, frame.data));
+    }
+};
+
+} // namespace
 
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option)
 {
@@ -61,6 +78,35 @@ int run_on_source(const live_source& from, const std::function<int(captured_run&
             << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
                "a larger log_buf_len\n";
     return outcome;
+}
+
+int read_source(const live_source& from, const std::function<int(module_reader&)>& action)
+{
+    exit_status status = status_ok;
+    const std::optional<scenario> parsed = open_source(from, status);
+    if (status != status_ok)
+        return status;
+    std::unique_ptr<backend> target;
+    if (parsed) {
+        target = make_backend(backend_of(from));
+        status = whole_run(*target).run(without_last_unload(*parsed), std::cerr);
+    }
+    if (status != status_ok)
+        return status;
+    const std::unique_ptr<module_reader> reader =
+        backend_of(from) == "host" ? make_process_reader() : make_kernel_reader();
+    return action(*reader);
+}
+
+int follow_source(const live_source& from, const change_sink& sink)
+{
+    exit_status status = status_ok;
+    const std::optional<scenario> parsed = open_source(from, status);
+    if (!parsed)
+        return status;
+    const std::unique_ptr<backend> target = make_host_backend();
+    const process_changes changes(sink);
+    return whole_run(*target).run(*parsed, std::cerr);
 }
 
 int report_not_loaded()

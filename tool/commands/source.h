@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tool/live/module_reader.h"
 #include "tool/scenario/captured_run.h"
 
 namespace gponflow {
@@ -31,6 +32,13 @@ void add_source_options(CLI::App& app, live_source& into, const std::string& fil
 /// status. Throws the refusals of the backend, which main() prints.
 [[nodiscard]] int run_on_source(const live_source& from,
                                 const std::function<int(captured_run&)>& action);
+
+/// The same for an action that reads records of the module. The scenario makes each of its hook
+/// calls, also those without a new path.
+int read_source(const live_source& from, const std::function<int(module_reader&)>& action);
+
+/// The same for an action on the changes during the scenario.
+int follow_source(const live_source& from, const change_sink& sink);
 
 /// Prints that the module is not loaded and returns the status for it.
 [[nodiscard]] int report_not_loaded();

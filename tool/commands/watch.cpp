@@ -39,15 +39,9 @@ uint64_t seconds_now()
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
-std::vector<std::string> updated_lines(captured_run& run, rule_watch& watch, bool json)
+std::vector<std::string> updated_lines(module_reader& reader, rule_watch& watch, bool json)
 {
-    const auto answer = run.query("show flow_rule");
-    if (!answer)
-        throw refusal("the module is not loaded");
-    const std::optional<rule_table> table = read_rule_table(*answer);
-    if (!table)
-        throw refusal("the module printed no rule table");
-    watch.update(*table, seconds_now());
+    watch.update(reader.table(), seconds_now());
     if (json)
         return {watch.json_line(seconds_now(), "s")};
     return watch.lines(seconds_now(), "s");
@@ -84,10 +78,10 @@ void keep_updating(table_lines lines, const std::function<table_lines()>& update
         print(update());
 }
 
-int watch_device(const watch_request& request, captured_run& run)
+int watch_device(const watch_request& request, module_reader& reader)
 {
     rule_watch watch;
-    const auto update = [&] { return updated_lines(run, watch, request.json); };
+    const auto update = [&] { return updated_lines(reader, watch, request.json); };
     // An error of the module is printed before curses takes the terminal.
     table_lines lines = update();
     if (request.once)
@@ -114,8 +108,8 @@ void show_until_end(const table_lines& lines)
 int watch(const watch_request& request)
 {
     if (request.source.file.empty())
-        return run_on_source(request.source,
-                             [&](captured_run& run) { return watch_device(request, run); });
+        return read_source(request.source,
+                           [&](module_reader& reader) { return watch_device(request, reader); });
     exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
     if (!parsed)
@@ -156,9 +150,8 @@ void add_watch_command(CLI::App& app)
     sub->footer(std::string("\nExamples:\n  gponflow watch\n"
                             "  gponflow watch --once scenarios/demo.scn\n\n"
                             "For a running kernel, AGE counts seconds since the first update that "
-                            "showed the rule; a > marks a rule that existed before. The module "
-                            "does not count hits: HITS is -. For a scenario both are exact, AGE "
-                            "in jiffies. Each update prints the rule table to the kernel log.\n") +
+                            "showed the rule; a > marks a rule that existed before. For a scenario "
+                            "AGE is exact, in jiffies.\n") +
                 screen_help);
     sub->callback([request] {
         if (const int status = watch(*request); status != status_ok)

@@ -19,6 +19,10 @@ struct dumped_rule {
     uint16_t port = 0;
     flow_key key;
     std::vector<me_id> steps; ///< instances on the path of a replay
+    /// Only from a reader of records: frames that used the rule after the first one, and the time
+    /// since the last use (module_reader.h).
+    std::optional<uint64_t> hits;
+    std::optional<uint64_t> idle_ms;
 };
 
 struct rule_table {

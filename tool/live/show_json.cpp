@@ -31,14 +31,19 @@ json rule_of(const dumped_rule& rule)
     json steps = json::array();
     for (const me_id& step : rule.steps)
         steps.push_back(json_of(step));
-    return {{"direction", rule.key.direction},
-            {"source", to_text(rule.key.source)},
-            {"destination", to_text(rule.key.destination)},
-            {"tags", std::move(tags)},
-            {"hash", rule.hash},
-            {"index", rule.index},
-            {"port", rule.port},
-            {"steps", std::move(steps)}};
+    json result = {{"direction", rule.key.direction},
+                   {"source", to_text(rule.key.source)},
+                   {"destination", to_text(rule.key.destination)},
+                   {"tags", std::move(tags)},
+                   {"hash", rule.hash},
+                   {"index", rule.index},
+                   {"port", rule.port},
+                   {"steps", std::move(steps)}};
+    if (rule.hits)
+        result["hits"] = *rule.hits;
+    if (rule.idle_ms)
+        result["idle_ms"] = *rule.idle_ms;
+    return result;
 }
 
 json json_of(const dumped_instance& one)
@@ -65,6 +70,11 @@ json json_of(const dumped_instance& one)
 }
 
 } // namespace
+
+json instance_json(me_id id)
+{
+    return json_of(id);
+}
 
 json rule_json(const dumped_rule& rule)
 {

@@ -2,6 +2,7 @@
 #include "tool/live/watch.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <sstream>
 #include <utility>
 
@@ -30,11 +31,28 @@ private:
         hook_in_detail(options, frame.data);
         const flow_key key = key_of(options, frame.data);
         if (log().find("[gpon_hash_add_node][") != std::string::npos)
-            watch.rules[key] = {now(), false, 0};
+            watch.rules[key] = {now(), false, 0, {}};
         else if (log().find("]: Rule already exist!") != std::string::npos)
             watch.rules[key].hits = watch.rules[key].hits.value_or(0) + 1;
     }
 };
+
+// A rule that was learnt again meanwhile has fewer hits than before.
+void count(watched_rule& one, uint64_t hits, uint64_t elapsed)
+{
+    const uint64_t before = one.hits.value_or(0);
+    one.rate = elapsed != 0 && hits >= before
+                   ? static_cast<double>(hits - before) / static_cast<double>(elapsed)
+                   : 0;
+    one.hits = hits;
+}
+
+std::string rate_text(double rate)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f", rate);
+    return text;
+}
 
 } // namespace
 
@@ -44,9 +62,13 @@ void rule_watch::update(const rule_table& table, uint64_t now)
     std::map<flow_key, watched_rule> kept;
     for (const dumped_rule& rule : table.rules) {
         const auto known = rules.find(rule.key);
-        kept[rule.key] = known != rules.end() ? known->second : watched_rule{now, !began_, {}};
+        watched_rule& one = kept[rule.key];
+        one = known != rules.end() ? known->second : watched_rule{now, !began_, {}, {}};
+        if (rule.hits)
+            count(one, *rule.hits, known != rules.end() ? now - updated_ : 0);
     }
     rules = std::move(kept);
+    updated_ = now;
     began_ = true;
 }
 
@@ -60,14 +82,23 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
         const watched_rule& b = rules.at(right->key);
         return std::pair(a.hits, a.since) > std::pair(b.hits, b.since);
     });
-    text_table table{
-        {"AGE (" + unit + ")", "HITS", "DIRECTION", "SOURCE", "DESTINATION", "VLAN", "PATH"}, {}};
+    const bool rated =
+        std::ranges::any_of(rules, [](const auto& one) { return one.second.rate.has_value(); });
+    text_table table{{"AGE (" + unit + ")", "HITS"}, {}};
+    if (rated)
+        table.titles.push_back("HITS/" + unit);
+    for (const char* title : {"DIRECTION", "SOURCE", "DESTINATION", "VLAN", "PATH"})
+        table.titles.emplace_back(title);
     for (const dumped_rule* rule : order) {
         const watched_rule& known = rules.at(rule->key);
-        table.rows.push_back({(known.from_before ? ">" : "") + std::to_string(now - known.since),
-                              known.hits ? std::to_string(*known.hits) : "-", rule->key.direction,
-                              to_text(rule->key.source), to_text(rule->key.destination),
-                              to_text(rule->key.tags), path_text(rule->steps)});
+        std::vector<std::string>& row = table.rows.emplace_back();
+        row = {(known.from_before ? ">" : "") + std::to_string(now - known.since),
+               known.hits ? std::to_string(*known.hits) : "-"};
+        if (rated)
+            row.push_back(rate_text(known.rate.value_or(0)));
+        row.insert(row.end(),
+                   {rule->key.direction, to_text(rule->key.source), to_text(rule->key.destination),
+                    to_text(rule->key.tags), path_text(rule->steps)});
     }
     std::vector<std::string> result = table.lines();
     result.push_back(counted(table_.total, "rule"));
@@ -84,6 +115,8 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
         entry["older"] = known.from_before;
         if (known.hits)
             entry["hits"] = *known.hits;
+        if (known.rate)
+            entry["hits_per_second"] = *known.rate;
         all.push_back(std::move(entry));
     }
     json whole = json_document("watch");

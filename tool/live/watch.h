@@ -19,6 +19,7 @@ struct watched_rule {
     uint64_t since = 0;           ///< time of learning, or of the first update that had it
     bool from_before = false;     ///< it existed before the first update
     std::optional<uint64_t> hits; ///< replays; nothing where they cannot be counted
+    std::optional<double> rate;   ///< hits a unit of time since the update before
 };
 
 /// Tracks the rule table over updates, in any unit of time.
@@ -38,6 +39,7 @@ public:
 
 private:
     rule_table table_;
+    uint64_t updated_ = 0;
     bool began_ = false;
 };
 

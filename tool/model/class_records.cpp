@@ -30,7 +30,8 @@ std::vector<recordable_links> links_of(const gpon_me_list_info& info)
 {
     std::vector<recordable_links> links;
     for (const gpon_me_related_info* row = info.related_info; row->related_class_id != 0; ++row)
-        links.push_back({row->related_class_id, static_cast<size_t>(row->related_inst_num)});
+        links.push_back(
+            {row->related_class_id, static_cast<size_t>(row->related_inst_num), row->name});
     return links;
 }
 

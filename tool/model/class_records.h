@@ -15,7 +15,8 @@ namespace gponflow {
 /// Instances of a class that an instance records as pointing at it.
 struct recordable_links {
     uint16_t class_id;
-    size_t capacity; ///< instances; above 1 the module prints a list
+    size_t capacity;       ///< instances; above 1 the module prints a list
+    std::string_view name; ///< of the dump's column or list
 };
 
 /// One class of the module's class table.

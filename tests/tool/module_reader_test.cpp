@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Records of the module, compared with the dumps that it prints.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/explain/lines.h"
+#include "tool/live/change_text.h"
+#include "tool/live/module_reader.h"
+#include "tool/scenario/captured_run.h"
+#include "tool/scenario/final_state.h"
+#include "tool/scenario/host_backend.h"
+#include "tool/scenario/open.h"
+
+namespace gponflow {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class module_reader_test : public testing::Test {
+protected:
+    void run_file(const std::string& file)
+    {
+        std::ostringstream diagnostics;
+        const std::optional<scenario> parsed = open_scenario(file, diagnostics);
+        ASSERT_TRUE(parsed) << diagnostics.str();
+        EXPECT_EQ(run.run(without_last_unload(*parsed), diagnostics), status_ok)
+            << diagnostics.str();
+    }
+
+    std::unique_ptr<backend> host = make_host_backend();
+    captured_run run{*host};
+    std::unique_ptr<module_reader> reader = make_process_reader();
+};
+
+using instances = module_reader_test;
+
+TEST_F(instances, are_those_of_the_dump)
+{
+    run_file("scenarios/demo.scn");
+    const std::vector<dumped_instance> printed =
+        read_instances(run.query("show raw_data").value_or(""));
+    const std::vector<dumped_instance> seen = reader->instances();
+    ASSERT_GE(printed.size(), 50u);
+    ASSERT_EQ(seen.size(), printed.size());
+    for (size_t i = 0; i < seen.size(); ++i) {
+        SCOPED_TRACE(to_text(printed[i].id));
+        EXPECT_EQ(seen[i].id, printed[i].id);
+        ASSERT_EQ(seen[i].attributes.size(), printed[i].attributes.size());
+        for (size_t a = 0; a < seen[i].attributes.size(); ++a) {
+            EXPECT_EQ(seen[i].attributes[a].name, printed[i].attributes[a].name);
+            EXPECT_EQ(seen[i].attributes[a].array, printed[i].attributes[a].array);
+            EXPECT_EQ(seen[i].attributes[a].values, printed[i].attributes[a].values);
+        }
+        ASSERT_EQ(seen[i].links.size(), printed[i].links.size());
+        for (size_t l = 0; l < seen[i].links.size(); ++l) {
+            EXPECT_EQ(seen[i].links[l].name, printed[i].links[l].name);
+            EXPECT_EQ(seen[i].links[l].list, printed[i].links[l].list);
+            EXPECT_EQ(seen[i].links[l].instances, printed[i].links[l].instances);
+        }
+    }
+}
+
+using rules = module_reader_test;
+
+TEST_F(rules, are_those_of_the_dump_with_their_hits)
+{
+    run_file("scenarios/demo.scn");
+    const std::optional<rule_table> printed =
+        read_rule_table(run.query("show flow_rule").value_or(""));
+    const rule_table seen = reader->table();
+    ASSERT_TRUE(printed);
+    ASSERT_GT(printed->rules.size(), 20u);
+    EXPECT_EQ(seen.total, printed->total);
+    EXPECT_EQ(seen.buckets, printed->buckets);
+    EXPECT_EQ(seen.threshold, printed->threshold);
+    ASSERT_EQ(seen.rules.size(), printed->rules.size());
+    uint64_t hits = 0;
+    for (size_t i = 0; i < seen.rules.size(); ++i) {
+        EXPECT_EQ(seen.rules[i].key, printed->rules[i].key);
+        EXPECT_EQ(seen.rules[i].steps, printed->rules[i].steps);
+        EXPECT_EQ(seen.rules[i].hash % seen.buckets, printed->rules[i].hash % seen.buckets);
+        hits += seen.rules[i].hits.value_or(0);
+    }
+    EXPECT_GT(hits, 0u);
+}
+
+TEST_F(rules, are_none_without_a_module)
+{
+    EXPECT_THAT(reader->rules(), IsEmpty());
+    EXPECT_THAT(reader->instances(), IsEmpty());
+    EXPECT_FALSE(reader->state().enabled);
+}
+
+using changes = module_reader_test;
+
+TEST_F(changes, have_consecutive_numbers_and_texts)
+{
+    std::vector<module_change> seen;
+    const process_changes follow([&](const module_change& change) { seen.push_back(change); });
+    std::ostringstream diagnostics;
+    EXPECT_EQ(run.run(parse_good("load\nme create TRAFFIC_DESCRIPTOR 7 cir=1\n"
+                                 "me delete TRAFFIC_DESCRIPTOR 7\n"),
+                      diagnostics),
+              status_ok);
+    ASSERT_THAT(seen, SizeIs(2));
+    EXPECT_EQ(seen[1].number, seen[0].number + 1);
+    EXPECT_EQ(text_of(seen[0]), "created  TRAFFIC_DESCRIPTOR 0x0007");
+    EXPECT_EQ(text_of(seen[1]), "deleted  TRAFFIC_DESCRIPTOR 0x0007");
+    EXPECT_EQ(missing_text(3), "missing  3 changes: the kernel's buffer was full");
+}
+
+} // namespace
+} // namespace gponflow

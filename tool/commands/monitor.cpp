@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// gponflow monitor: print the changes of rules and managed entities as they happen.
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "tool/commands/arguments.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/source.h"
+#include "tool/live/change_text.h"
+#include "tool/live/stop_signals.h"
+#include "tool/text/terminal.h"
+
+namespace gponflow {
+
+namespace {
+
+struct monitor_request {
+    live_source source;
+    bool json = false;
+    uint64_t count = 0; ///< changes to print; 0: no limit
+};
+
+// Prints changes, and how many are missing between two of them.
+class printer {
+public:
+    explicit printer(const monitor_request& request) : request_(request) {}
+
+    void take(const module_change& change)
+    {
+        if (is_complete())
+            return;
+        if (last_ && change.number != *last_ + 1) {
+            const uint32_t missing = change.number - *last_ - 1;
+            print(request_.json ? missing_json(missing) : missing_text(missing));
+        }
+        last_ = change.number;
+        print(request_.json ? json_of(change) : text_of(change));
+        ++printed_;
+    }
+
+    [[nodiscard]] bool is_complete() const
+    {
+        return request_.count != 0 && printed_ >= request_.count;
+    }
+
+private:
+    static void print(const std::string& line) { std::cout << line << '\n' << std::flush; }
+
+    const monitor_request& request_;
+    std::optional<uint32_t> last_;
+    uint64_t printed_ = 0;
+};
+
+void follow_kernel(printer& out)
+{
+    kernel_changes changes;
+    stop_signals stop;
+    std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
+    while (std::cout && !out.is_complete() && !stop.wait(changes.number(), -1))
+        if (changes.read([&](const module_change& change) { out.take(change); }))
+            std::cerr << "gponflow: the kernel dropped changes\n";
+}
+
+int monitor(const monitor_request& request)
+{
+    printer out(request);
+    int status = status_ok;
+    if (request.source.file.empty())
+        follow_kernel(out);
+    else
+        status =
+            follow_source(request.source, [&](const module_change& change) { out.take(change); });
+    if (!finish_output())
+        return status_unsupported;
+    return status;
+}
+
+} // namespace
+
+void add_monitor_command(CLI::App& app)
+{
+    const auto request = std::make_shared<monitor_request>();
+    CLI::App* sub =
+        app.add_subcommand("monitor", "Print changes of rules and entities as they happen");
+    sub->add_option("FILE", request->source.file,
+                    "Scenario to run in this process; default: the running kernel");
+    sub->add_flag("--json", request->json, "Print one JSON document a line for each change");
+    add_number(
+        *sub, "--count", [request](uint64_t count) { request->count = count; }, UINT32_MAX, 1,
+        "Exit after so many changes");
+    sub->footer("\nExamples:\n"
+                "  gponflow monitor\n"
+                "  gponflow monitor --json scenarios/tour.scn\n\n"
+                "Following the running kernel requires root. If changes come faster than they are "
+                "read, the kernel drops some; a line says how many.");
+    sub->callback([request] {
+        if (const int status = monitor(*request); status != status_ok)
+            throw CLI::RuntimeError(status);
+    });
+}
+
+} // namespace gponflow

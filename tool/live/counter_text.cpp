@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/counter_text.h"
+
+#include <cstdio>
+#include <ostream>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/text/json_document.h"
+#include "tool/text/text_table.h"
+
+namespace gponflow {
+
+namespace {
+
+// A counter of another module, loaded meanwhile, may be smaller than before.
+std::string rate_text(uint64_t now, uint64_t before, double seconds)
+{
+    if (now <= before || seconds <= 0)
+        return "0.0";
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f", static_cast<double>(now - before) / seconds);
+    return text;
+}
+
+void print_metric(std::ostream& out, const std::string& name, const std::string& type,
+                  const std::string& meaning, uint64_t value)
+{
+    out << "# TYPE " << name << ' ' << type << "\n# HELP " << name << ' ' << meaning << ".\n"
+        << name << (type == "counter" ? "_total " : " ") << value << '\n';
+}
+
+} // namespace
+
+void print_counters(const counter_snapshot& now, const counter_rates& rates, bool all,
+                    std::ostream& out)
+{
+    text_table table{{"COUNTER", "VALUE"}, {}};
+    if (rates.before)
+        table.titles.emplace_back("PER SECOND");
+    table.titles.emplace_back("MEANING");
+    for (size_t i = 0; i < now.counters.size(); ++i) {
+        const counter_value& one = now.counters[i];
+        if (one.value == 0 && !all)
+            continue;
+        std::vector<std::string>& row = table.rows.emplace_back();
+        row = {one.name, std::to_string(one.value)};
+        if (rates.before)
+            row.push_back(rate_text(
+                one.value, i < rates.before->counters.size() ? rates.before->counters[i].value : 0,
+                rates.seconds));
+        row.push_back(one.meaning);
+    }
+    table.print(out, {});
+    out << counted(now.state.rules, "rule") << " in " << now.state.buckets << " buckets, engine "
+        << (now.state.enabled ? "enabled" : "disabled") << '\n';
+}
+
+void print_counters_json(const counter_snapshot& now, bool one_line, std::ostream& out)
+{
+    json counters = json::object();
+    for (const counter_value& one : now.counters)
+        counters[one.name] = one.value;
+    json whole = json_document("counters");
+    whole["enabled"] = now.state.enabled;
+    whole["rules"] = now.state.rules;
+    whole["buckets"] = now.state.buckets;
+    whole["threshold"] = now.state.threshold;
+    whole["counters"] = std::move(counters);
+    if (one_line)
+        print_json_line(whole, out);
+    else
+        print_json(whole, out);
+}
+
+void print_open_metrics(const counter_snapshot& now, std::ostream& out)
+{
+    for (const counter_value& one : now.counters)
+        print_metric(out, "gpon_flow_" + one.name, "counter", one.meaning, one.value);
+    print_metric(out, "gpon_flow_engine_enabled", "gauge", "1 if the engine classifies frames",
+                 now.state.enabled);
+    print_metric(out, "gpon_flow_rules", "gauge", "Rules in the table", now.state.rules);
+    print_metric(out, "gpon_flow_rule_buckets", "gauge", "Buckets of the rule table",
+                 now.state.buckets);
+    out << "# EOF\n";
+}
+
+} // namespace gponflow

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Counters as a table, as JSON and as OpenMetrics text.
+#pragma once
+
+#include <iosfwd>
+#include <vector>
+
+#include "tool/live/module_reader.h"
+
+namespace gponflow {
+
+struct counter_snapshot {
+    engine_state state;
+    std::vector<counter_value> counters;
+};
+
+/// Increases a second since an earlier snapshot.
+struct counter_rates {
+    const counter_snapshot* before = nullptr; ///< null: no rates
+    double seconds = 0;
+};
+
+/// A line a counter; counters that are 0 only if `all`.
+void print_counters(const counter_snapshot& now, const counter_rates& rates, bool all,
+                    std::ostream& out);
+
+/// The document gponflow-counters-1; on one line if there may be more of them.
+void print_counters_json(const counter_snapshot& now, bool one_line, std::ostream& out);
+
+/// OpenMetrics text, with its end.
+void print_open_metrics(const counter_snapshot& now, std::ostream& out);
+
+} // namespace gponflow

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// A socket of the module's generic netlink family.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+struct mnl_socket;
+struct nlmsghdr;
+
+namespace gponflow {
+
+/// Requires root. All functions throw refusal.
+class netlink_family {
+public:
+    netlink_family(); ///< Finds the family of the loaded module.
+
+    using message_sink = std::function<void(const nlmsghdr&)>;
+
+    /// Sends a request without attributes and passes on each message of the reply. Returns false if
+    /// the module's state changed during a dump.
+    bool request(uint8_t command, bool dump, const message_sink& sink);
+
+    /// Joins the multicast group of changes.
+    void join_events();
+
+    /// Passes on the events that have arrived. Returns true if the kernel dropped some.
+    bool read_events(const message_sink& sink);
+
+    [[nodiscard]] int number() const;
+
+private:
+    struct closer {
+        void operator()(mnl_socket* socket) const;
+    };
+    struct reply {
+        bool done = false;
+        bool consistent = true;
+    };
+
+    void send(uint16_t type, uint8_t command, uint16_t flags, const char* family_name = nullptr);
+    size_t receive();
+    reply take(size_t count, const message_sink& sink) const;
+    void read_group(const nlmsghdr& head);
+
+    std::unique_ptr<mnl_socket, closer> socket_;
+    std::vector<char> buffer_;
+    uint32_t sequence_ = 0;
+    uint16_t family_ = 0;
+    uint32_t group_ = 0;
+};
+
+} // namespace gponflow
