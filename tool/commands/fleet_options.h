@@ -18,9 +18,12 @@ struct fleet_request {
     unsigned limit = 0; ///< seconds for an input, 0: none
 
     /// Whether each input gets a line: more than one input, or an option that asks for it.
-    bool wants_lines() const { return names.size() > 1 || !list.empty() || jobs || limit != 0; }
+    [[nodiscard]] bool wants_lines() const
+    {
+        return names.size() > 1 || !list.empty() || jobs || limit != 0;
+    }
     /// The only input; throws CLI::RequiredError without one.
-    const std::string& only() const;
+    [[nodiscard]] const std::string& only() const;
 };
 
 /// Adds FILE, --files, --jobs and --timeout. Returns the option FILE.
@@ -30,7 +33,8 @@ CLI::Option* add_fleet_options(CLI::App& app, fleet_request& into, const std::st
 void refuse_with_lines(const CLI::App& app, const std::vector<std::string>& options);
 
 /// Runs the command for all inputs. Without --jobs, there are as many processes as processors.
-int run_lines(const fleet_request& request, const std::string& command, const line_job& job);
+[[nodiscard]] int run_lines(const fleet_request& request, const std::string& command,
+                            const line_job& job);
 
 /// A paragraph of the help about several inputs.
 extern const char* const fleet_help;

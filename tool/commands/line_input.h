@@ -27,7 +27,8 @@ struct opened_line {
 };
 
 /// Reads a line. Prints errors and warnings; nothing if it cannot be used.
-std::optional<opened_line> open_line(const std::string& file, std::ostream& diagnostics);
+[[nodiscard]] std::optional<opened_line> open_line(const std::string& file,
+                                                   std::ostream& diagnostics);
 
 /// The managed entities after a scenario, or after the commands of a capture. Prints warnings;
 /// throws std::runtime_error with the reason if the input cannot be used.

@@ -26,6 +26,7 @@ struct fleet_order {
 /// used, and one whose process ends early, has a document with the reason and no result. Memory is
 /// that of the documents of the inputs at work and of a few finished ones. Returns the greatest
 /// status of all inputs, or status_unsupported if `out` cannot be written, which ends the run.
-int run_fleet(const fleet_order& order, input_list& inputs, const line_job& job, std::ostream& out);
+[[nodiscard]] int run_fleet(const fleet_order& order, input_list& inputs, const line_job& job,
+                            std::ostream& out);
 
 } // namespace gponflow

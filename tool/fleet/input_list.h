@@ -21,10 +21,10 @@ public:
     input_list(std::vector<std::string> names, const std::string& list);
 
     /// The next name, or nothing at the end. Empty lines of the list are skipped.
-    std::optional<std::string> next();
+    [[nodiscard]] std::optional<std::string> next();
 
     /// The number of all names; nothing if it is unknown, as of a pipe.
-    std::optional<uint64_t> total() const { return total_; }
+    [[nodiscard]] std::optional<uint64_t> total() const { return total_; }
 
 private:
     void open(const std::string& list);

@@ -20,7 +20,7 @@ struct line_result {
 };
 
 /// The document gponflow-line-1. `messages` is what the command printed on standard error.
-json line_document(const std::string& command, const std::string& input, const line_result& result,
-                   std::string_view messages);
+[[nodiscard]] json line_document(const std::string& command, const std::string& input,
+                                 const line_result& result, std::string_view messages);
 
 } // namespace gponflow

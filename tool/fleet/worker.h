@@ -20,7 +20,7 @@ class worker {
 public:
     /// Starts a process that runs the job and returns its text. Nothing if the system has no place
     /// for another process. The caller has flushed its output streams and has no other threads.
-    static std::optional<worker> start(const std::function<std::string()>& job);
+    [[nodiscard]] static std::optional<worker> start(const std::function<std::string()>& job);
 
     worker(worker&& from) noexcept;
     worker& operator=(worker&&) = delete;
@@ -28,11 +28,11 @@ public:
     ~worker();
 
     /// Readable when the process has written or ended.
-    int descriptor() const { return descriptor_; }
-    std::chrono::steady_clock::time_point started() const { return started_; }
+    [[nodiscard]] int descriptor() const { return descriptor_; }
+    [[nodiscard]] std::chrono::steady_clock::time_point started() const { return started_; }
 
     /// Reads what is there. False at the end of the text.
-    bool read();
+    [[nodiscard]] bool read();
 
     /// Waits for the process. The text, or nothing if the process ended before it was written; then
     /// `why` is the reason.

@@ -30,10 +30,10 @@ struct onu_facts {
     void learn(uint16_t class_id, uint16_t instance, uint16_t mask, std::span<const uint8_t> bytes);
 
     /// The version of the active software image; empty if no image is known to be active.
-    std::string firmware() const;
+    [[nodiscard]] std::string firmware() const;
 };
 
 /// The members of a JSON object, without those that were not reported.
-json to_json(const onu_facts& facts);
+[[nodiscard]] json to_json(const onu_facts& facts);
 
 } // namespace gponflow::omci

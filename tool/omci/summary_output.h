@@ -20,6 +20,6 @@ void print_summary(const capture& cap, const conversion& result, const std::stri
 
 /// Where the capture is from: what the ONU reported about itself, its address and the times of the
 /// first and the last message. Members that are unknown are absent.
-json origin_json(const capture& cap, const conversion& result);
+[[nodiscard]] json origin_json(const capture& cap, const conversion& result);
 
 } // namespace gponflow::omci
