@@ -7,6 +7,7 @@
 #include <pcap/dlt.h>
 
 #include "tool/capture/frame_header.h"
+#include "tool/text/ethernet_numbers.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -14,8 +15,6 @@ namespace gponflow {
 namespace {
 
 constexpr int sll2_link_type = 276; // DLT_LINUX_SLL2, which older libpcap headers lack
-constexpr size_t address_bytes = 6;
-constexpr uint16_t least_ethertype = 0x0600;
 
 // Positions of the fields of a cooked header.
 struct cooked_layout {

@@ -9,14 +9,11 @@
 #include <arpa/inet.h>
 #include <nlohmann/json.hpp>
 
+#include "tool/text/ethernet_numbers.h"
+
 namespace gponflow {
 
 namespace {
-
-constexpr size_t address_bytes = 6;
-constexpr uint16_t type_ipv4 = 0x0800;
-constexpr uint16_t type_ipv6 = 0x86dd;
-constexpr uint16_t least_ethertype = 0x0600;
 
 struct numbered {
     unsigned number;

@@ -30,11 +30,6 @@ std::vector<const me_instance*> ports_of(const line_model& what, const me_instan
     return ports;
 }
 
-tp_type type_of(const me_instance& port)
-{
-    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
-}
-
 bool is_upstream(const me_instance& port)
 {
     return type_of(port).side == tp_side::ani && type_of(port).class_id != me_class::multigemiw;

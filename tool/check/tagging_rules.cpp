@@ -12,13 +12,13 @@
 #include "tool/model/tag_places.h"
 #include "tool/model/tag_set.h"
 #include "tool/tagging/apply.h"
+#include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
 
 namespace {
 
 constexpr uint16_t vlans = 0x1000;
-constexpr uint16_t greatest_vid = 4094;
 constexpr uint16_t vid_mask = 0x0fff;
 constexpr uint16_t priority_mask = 0xe000;
 constexpr uint8_t every_priority = 0xff;
@@ -207,11 +207,6 @@ struct bridge_tags {
     vlan_priorities vids{};
     std::vector<me_id> operations;
 };
-
-tp_type type_of(const me_instance& port)
-{
-    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
-}
 
 // The VLANs that enter a bridge, if operations restrict them at each of its UNIs.
 std::optional<bridge_tags> entering(const line_model& what, uint16_t bridge)

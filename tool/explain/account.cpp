@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
@@ -216,11 +217,10 @@ void print_account(const frame_account& account, std::ostream& out)
 
 json account_json(const frame_account& account, const std::string& file)
 {
-    constexpr std::array<const char*, 4> kinds = {"up_uni", "up_ani", "down_uni", "down_ani"};
     json directions = json::array();
     for (size_t kind = 0; kind < account.size(); ++kind) {
         const direction_account& direction = account.at(kind);
-        directions.push_back({{"kind", kinds.at(kind)},
+        directions.push_back({{"kind", hook_kind_name(static_cast<uint32_t>(kind))},
                               {"frames", direction.frames},
                               {"quick", direction.quick},
                               {"passed", rows_json(direction.destinations)},

@@ -126,12 +126,6 @@ void print_places(const verdict& result, const line_model& entities, const std::
             out << to_text(me->id) << " is written in " << file << ":" << me->line << ".\n";
 }
 
-std::string_view kind_name(uint32_t kind)
-{
-    constexpr std::string_view names[] = {"up_uni", "up_ani", "down_uni", "down_ani"};
-    return kind < std::size(names) ? names[kind] : "other";
-}
-
 json faults_json(const verdict& result, const line_model& entities)
 {
     json faults = json::array();
@@ -164,7 +158,7 @@ json steps_json(const walk_story& story)
 
 json half_json(const explanation& half)
 {
-    return {{"kind", kind_name(half.input.options.kind)},
+    return {{"kind", hook_kind_name(half.input.options.kind)},
             {"outcome", name_of(verdict_of(half).outcome)},
             {"replayed", half.story.replayed},
             {"learnt", half.story.learnt},

@@ -89,7 +89,7 @@ std::string hex_text(unsigned value, int digits)
 
 std::string class_text(unsigned class_id)
 {
-    const std::string text = to_text({static_cast<uint16_t>(class_id), 0});
+    const std::string text = to_text(me_id{static_cast<uint16_t>(class_id), 0});
     return text.substr(0, text.find(" 0x"));
 }
 

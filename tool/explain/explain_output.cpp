@@ -63,6 +63,12 @@ const char* kind_title(uint32_t kind)
     return kind < titles.size() ? titles.at(kind) : "a hook call without a direction";
 }
 
+const char* hook_kind_name(uint32_t kind)
+{
+    constexpr std::array<const char*, 4> names = {"up_uni", "up_ani", "down_uni", "down_ani"};
+    return kind < names.size() ? names.at(kind) : "other";
+}
+
 void print_step(const walk_step& step, bool replayed, const line_model& entities, std::ostream& out,
                 const palette& colours)
 {
@@ -95,7 +101,7 @@ void print_queue(uint16_t gem, const line_model& entities, std::ostream& out)
         if (me.portID != gem)
             continue;
         if (me.trafficMgrPtrUp != 0)
-            out << ", " << to_text({me_class::pq, me.trafficMgrPtrUp});
+            out << ", " << to_text(me_id{me_class::pq, me.trafficMgrPtrUp});
         return;
     }
 }

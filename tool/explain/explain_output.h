@@ -32,6 +32,9 @@ void print_leaving(const explanation& explained, std::ostream& out, const palett
 /// "upstream, from the UNI to the bridge", by kind of hook call.
 [[nodiscard]] const char* kind_title(uint32_t kind);
 
+/// "up_uni" and so on, as in scenarios and JSON; "other" for a kind without a direction.
+[[nodiscard]] const char* hook_kind_name(uint32_t kind);
+
 /// "A and B: the reason; C: another one" for the deepest branches. Of branches with the same
 /// reason, at most `most` are named and the rest is counted; 0 names all.
 [[nodiscard]] std::string dead_ends_text(const walk_story& story, size_t most = 0);

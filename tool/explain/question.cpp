@@ -7,16 +7,14 @@
 #include "platform/api/platform_hook.h"
 #include "tool/explain/fault.h"
 #include "tool/scenario/values.h"
+#include "tool/text/ethernet_numbers.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
 
 namespace {
 
-constexpr size_t address_bytes = 6;
 constexpr size_t least_frame = 60; // without frame check sequence
-constexpr uint16_t type_ipv4 = 0x0800;
-constexpr uint16_t type_ipv6 = 0x86dd;
 
 void append(bytes& to, unsigned word)
 {
@@ -88,14 +86,14 @@ std::string known_unis(const line_model& entities)
 
 std::string known_gem_ports(const line_model& entities)
 {
-    constexpr size_t most_named = 16;
+    constexpr size_t most_ports = 16;
     std::string text;
     size_t count = 0;
     for (const me_instance& ctp : entities.instances(me_class::gemctp))
-        if (count++ < most_named)
+        if (count++ < most_ports)
             text += (text.empty() ? "" : ", ") + std::to_string(ctp.as<gpon_raw_gemctp>().portID);
-    if (count > most_named)
-        text += " and " + std::to_string(count - most_named) + " more";
+    if (count > most_ports)
+        text += " and " + std::to_string(count - most_ports) + " more";
     return text.empty() ? "the line has no GEM port" : "the GEM ports of the line are " + text;
 }
 

@@ -69,11 +69,6 @@ private:
     direction direction_;
 };
 
-tp_type type_of(const me_instance& port)
-{
-    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
-}
-
 me_id target_of(const me_instance& port)
 {
     return {type_of(port).class_id, port.as<gpon_raw_mbpcd>().tpPointer};

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "include/me_class_id.h"
+#include "include/tp_types.h"
 #include "include/uapi/gpon_flow.h"
 #include "tool/model/class_records.h"
 #include "tool/model/omci_command.h"
@@ -59,6 +60,12 @@ struct me_instance {
     /// Whether the module has recorded that this instance is pointed at by `from`.
     [[nodiscard]] bool records(me_id from) const;
 };
+
+/// What a bridge port belongs to, by the tpType of its instance.
+[[nodiscard]] inline tp_type type_of(const me_instance& port)
+{
+    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType);
+}
 
 /// A pointer attribute of an instance.
 struct me_pointer {

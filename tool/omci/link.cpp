@@ -6,6 +6,7 @@
 #include <pcap/dlt.h>
 
 #include "tool/omci/frame.h"
+#include "tool/text/ethernet_numbers.h"
 
 namespace gponflow::omci {
 
@@ -34,7 +35,6 @@ mac_address address_at(std::span<const uint8_t> frame, size_t at)
 
 std::optional<link_payload> find_in_ethernet(std::span<const uint8_t> frame)
 {
-    constexpr size_t address_bytes = 6;
     size_t at = 2 * address_bytes;
     while (frame.size() >= at + 2 && is_vlan_tpid(read_u16(frame, at)))
         at += vlan_tag_bytes;

@@ -3,13 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tool/explain/explain_output.h"
 #include "tool/model/instance_json.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr std::array<const char*, 4> kinds = {"up_uni", "up_ani", "down_uni", "down_ani"};
 
 const char* name_of(frame_fate fate)
 {
@@ -37,9 +36,9 @@ json tags_json(const std::vector<vlan_tag>& tags)
 json directions_json(const report_data& data)
 {
     json all = json::array();
-    for (size_t kind = 0; kind < kinds.size(); ++kind) {
+    for (uint32_t kind = 0; kind < data.directions.size(); ++kind) {
         const direction_row& row = data.directions.at(kind);
-        all.push_back({{"kind", kinds.at(kind)},
+        all.push_back({{"kind", hook_kind_name(kind)},
                        {"frames", row.frames},
                        {"passed", row.passed},
                        {"dropped", row.dropped},
@@ -54,7 +53,7 @@ json flow_json(const flow_row& flow)
     json path = json::array();
     for (const me_id& step : flow.way)
         path.push_back(id_json(step));
-    return {{"kind", kinds.at(flow.kind)},
+    return {{"kind", hook_kind_name(flow.kind)},
             {"entry", flow.entry},
             {"source", to_text(flow.key.source)},
             {"destination", to_text(flow.key.destination)},
@@ -72,7 +71,7 @@ json flow_json(const flow_row& flow)
 
 json drop_json(const drop_row& drop)
 {
-    return {{"kind", kinds.at(drop.kind)},
+    return {{"kind", hook_kind_name(drop.kind)},
             {"tags", tags_json(drop.tags)},
             {"reason", drop.reason},
             {"frames", drop.frames},

@@ -28,12 +28,6 @@ template_value number(uint64_t value)
     return std::to_string(value);
 }
 
-std::string direction_name(uint32_t kind)
-{
-    constexpr std::array<const char*, 4> names = {"up_uni", "up_ani", "down_uni", "down_ani"};
-    return names.at(kind);
-}
-
 const char* fate_name(frame_fate fate)
 {
     switch (fate) {
@@ -190,7 +184,7 @@ template_value direction_values(const report_data& data)
             continue;
         template_value row;
         row.set("title", direction_title(kind));
-        row.set("name", direction_name(kind));
+        row.set("name", std::string(hook_kind_name(kind)));
         row.set("frames", number(direction.frames));
         row.set("passed", number(direction.passed));
         row.set("dropped", number(direction.dropped));
@@ -220,7 +214,7 @@ template_value flow_values(const report_data& data, const entity_numbers& number
     template_value rows = list();
     for (const flow_row& flow : data.flows) {
         template_value row = key_values(flow.key);
-        row.set("direction", direction_name(flow.kind));
+        row.set("direction", std::string(hook_kind_name(flow.kind)));
         row.set("entry", flow.entry);
         row.set("type", flow.type);
         row.set("fate", fate_name(flow.fate));

@@ -5,12 +5,11 @@
 #include <optional>
 
 #include "tool/tagging/inverse.h"
+#include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr uint16_t ordinary_tpid = 0x8100;
 
 using bytes = std::vector<uint8_t>;
 

@@ -3,19 +3,17 @@
 
 #include <cstdio>
 
+#include "tool/text/ethernet_numbers.h"
+
 namespace gponflow {
 
 namespace {
 
-constexpr size_t address_bytes = 12;
-constexpr size_t tag_bytes = 4;
-constexpr uint16_t ordinary_tpid = 0x8100;
-constexpr uint16_t ipv4 = 0x0800;
-constexpr uint16_t ipv6 = 0x86dd;
+constexpr size_t both_addresses = 2 * address_bytes;
 
-uint16_t word_at(std::span<const uint8_t> bytes, size_t at)
+uint16_t word_at(std::span<const uint8_t> from, size_t at)
 {
-    return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
+    return static_cast<uint16_t>(from[at] << 8 | from[at + 1]);
 }
 
 bool is_tpid(uint16_t type, uint16_t more)
@@ -42,9 +40,9 @@ constexpr uint8_t udp = 17;
 // Extension headers of IPv6 are not followed: DHCPv6 messages of clients have none.
 std::optional<ip_layout> layout_of(const tagged_frame& frame)
 {
-    if (frame.ethertype() == ipv4 && frame.rest.size() > ip_at)
+    if (frame.ethertype() == type_ipv4 && frame.rest.size() > ip_at)
         return ip_layout{ip_at + 9, ip_at + (frame.rest[ip_at] & 0xfu) * 4, 67};
-    if (frame.ethertype() == ipv6)
+    if (frame.ethertype() == type_ipv6)
         return ip_layout{ip_at + 6, ip_at + 40, 546};
     return {};
 }
@@ -52,7 +50,7 @@ std::optional<ip_layout> layout_of(const tagged_frame& frame)
 bool is_later_fragment(const tagged_frame& frame)
 {
     constexpr uint16_t offset_mask = 0x1fff;
-    return frame.ethertype() == ipv4 && (word_at(frame.rest, ip_at + 6) & offset_mask) != 0;
+    return frame.ethertype() == type_ipv4 && (word_at(frame.rest, ip_at + 6) & offset_mask) != 0;
 }
 
 void append_word(std::vector<uint8_t>& to, uint16_t word)
@@ -71,16 +69,16 @@ uint16_t tagged_frame::ethertype() const
 std::optional<uint8_t> tagged_frame::dscp() const
 {
     // The traffic class of IPv6 is in the last four bits of the first byte and the next four.
-    if (ethertype() == ipv4 && rest.size() >= 4)
+    if (ethertype() == type_ipv4 && rest.size() >= 4)
         return static_cast<uint8_t>(rest[3] >> 2);
-    if (ethertype() == ipv6 && rest.size() >= 4)
+    if (ethertype() == type_ipv6 && rest.size() >= 4)
         return static_cast<uint8_t>(word_at(rest, 2) >> 6 & 0x3f);
     return {};
 }
 
 std::optional<uint8_t> tagged_frame::extended_criterion() const
 {
-    if (ethertype() != ipv4 && ethertype() != ipv6)
+    if (ethertype() != type_ipv4 && ethertype() != type_ipv6)
         return uint8_t{0};
     const std::optional<ip_layout> layout = layout_of(*this);
     if (!layout || rest.size() <= layout->protocol_at)
@@ -92,7 +90,7 @@ std::optional<uint8_t> tagged_frame::extended_criterion() const
     for (const size_t at : {layout->ports_at, layout->ports_at + 2})
         if (const unsigned port = word_at(rest, at);
             port == layout->first_port || port == layout->first_port + 1u)
-            return static_cast<uint8_t>(ethertype() == ipv4 ? 1 : 2);
+            return static_cast<uint8_t>(ethertype() == type_ipv4 ? 1 : 2);
     return uint8_t{0};
 }
 
@@ -110,11 +108,11 @@ std::vector<uint8_t> tagged_frame::joined() const
 
 std::optional<tagged_frame> split_frame(std::span<const uint8_t> frame, uint16_t more)
 {
-    if (frame.size() < address_bytes)
+    if (frame.size() < both_addresses)
         return {};
     tagged_frame result;
-    result.addresses.assign(frame.begin(), frame.begin() + address_bytes);
-    frame = frame.subspan(address_bytes);
+    result.addresses.assign(frame.begin(), frame.begin() + both_addresses);
+    frame = frame.subspan(both_addresses);
     while (frame.size() >= tag_bytes && is_tpid(word_at(frame, 0), more)) {
         result.tags.push_back(tag_of(word_at(frame, 0), word_at(frame, 2)));
         frame = frame.subspan(tag_bytes);

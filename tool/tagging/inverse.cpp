@@ -3,13 +3,11 @@
 
 #include <algorithm>
 
+#include "tool/text/ethernet_numbers.h"
+
 namespace gponflow {
 
 namespace {
-
-constexpr uint16_t ordinary_tpid = 0x8100;
-constexpr uint16_t greatest_vid = 4094;
-constexpr uint8_t greatest_priority = 7;
 
 // A tag of the frame that is looked for, as far as it is known.
 struct partial_tag {

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <tuple>
 
+#include "tool/text/ethernet_numbers.h"
+
 namespace gponflow {
 
 namespace {
 
-constexpr uint8_t greatest_priority = 7;
-constexpr uint16_t greatest_vid = 4094;
 constexpr uint8_t greatest_ethertype = 4;
 constexpr unsigned word_bytes = 4;
 
