@@ -121,7 +121,7 @@ int gpon_observe_instance(unsigned int* class_row, unsigned int* position,
                           gpon_seen_instance* instance, u64* revision)
 {
     const gpon::control_guard control;
-    *revision = gpon::current_generation();
+    *revision = gpon::current_store();
     for (; *class_row + 1 < GPON_ME_ROWS; ++*class_row, *position = 0) {
         const gpon_me_entry& entry = me_table[*class_row + 1];
         if (const gpon_me_inst* inst = inst_at(entry, *position)) {

@@ -113,7 +113,8 @@ gpon::rule_use gpon::use_of(const gpon_flow_rule& rule)
 const gpon::outcome* gpon::current_place_of(const gpon_flow_rule& rule)
 {
     for (u16 link = rule.first_place; link != 0; link = owner_at(link).next) {
-        const outcome& place = outcome_sets[0].place[link - 1];
+        const u32 index = link - 1u;
+        const outcome& place = outcome_sets[index / OUTCOME_PLACES].place[index % OUTCOME_PLACES];
         if (place.generation == current_generation())
             return &place;
     }

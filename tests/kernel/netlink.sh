@@ -13,8 +13,8 @@ rule="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
 # COUNT LINE: as many calls of the hook.
 calls() {
     yes "$2" | head -n "$1" >/tmp/calls.scn
-    gponflow run --backend=device /tmp/calls.scn >/tmp/output 2>&1 ||
-        { cat /tmp/output; fail "no hook calls"; }
+    gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
+        { cat /tmp/printed; fail "no hook calls"; }
 }
 
 counters_to() {
@@ -106,7 +106,7 @@ flood_with_three_readers() {
         printf 'hook kind=down_uni port=1 frame=0200000000010200%08x0800450000\n' $i
         i=$((i + 1))
     done >/tmp/flood.scn
-    gponflow run --backend=device /tmp/flood.scn >/tmp/output 2>&1 || fail "no flood"
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
     : >/tmp/flooded
     for reader in $readers; do wait "$reader"; done
     [ ! -e /tmp/seen.failed ] || fail "a reader failed"
@@ -121,33 +121,55 @@ flood_with_three_readers() {
     expect "rules in the table" "$held" "$(netlink_reader rules | grep -c '^rule ')"
 }
 
+# hold FILE: begins a dump that fills the buffer of its reader; prints to FILE what it gets.
+hold() {
+    [ -e /tmp/hold ] || mkfifo /tmp/hold
+    netlink_reader hold </tmp/hold >"$1" &
+    holder=$!
+    exec 3>/tmp/hold
+    while ! grep -q holding "$1"; do sleep 1; done
+}
+
+release() {
+    exec 3>&-
+    wait "$holder"
+}
+
+# Nothing is left to copy after the flush, so only the end of the dump can carry the mark.
+flush_in_a_dump() {
+    netlink_reader rules >/tmp/whole
+    grep -q interrupted /tmp/whole && fail "interrupted by nothing"
+    hold /tmp/halves
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    release || fail "no end of the dump: $(cat /tmp/halves)"
+    grep -q interrupted /tmp/halves || fail "a dump of deleted rules is whole: $(wc -l </tmp/halves) of $(wc -l </tmp/whole) lines"
+    expect "marks of the end" interrupted "$(tail -n 1 /tmp/halves)"
+}
+
 refusals() {
-    netlink_reader hostile >/tmp/output || fail "hostile: $(cat /tmp/output)"
-    netlink_reader unprivileged >/tmp/output || fail "unprivileged: $(cat /tmp/output)"
-    expect "what nobody gets" 3 "$(grep -c "not permitted" /tmp/output)"
+    netlink_reader hostile >/tmp/printed || fail "hostile: $(cat /tmp/printed)"
+    netlink_reader unprivileged >/tmp/printed || fail "unprivileged: $(cat /tmp/printed)"
+    expect "what nobody gets" 3 "$(grep -c "not permitted" /tmp/printed)"
 }
 
 # A dump that nobody reads keeps the module; a listener does not.
 unload() {
-    mkfifo /tmp/hold
-    netlink_reader hold </tmp/hold >/tmp/holding &
-    holder=$!
-    exec 3>/tmp/hold
-    while ! grep -q holding /tmp/holding; do sleep 1; done
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    hold /tmp/holding
     rmmod gpon_flow 2>/dev/null && fail "unloaded under an open dump"
-    exec 3>&-
-    wait "$holder"
+    release
     rmmod gpon_flow || fail "gpon_flow does not unload under a listener"
     netlink_reader state >/dev/null && fail "still loaded"
     kill "$listener"
 }
 
 load_both
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/output || fail "no provisioning"
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
 known_traffic
 known_store
 known_events
 flood_with_three_readers
+flush_in_a_dump
 refusals
 unload
 rmmod gpon_softonu || fail "gpon_softonu does not unload"

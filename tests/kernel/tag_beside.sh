@@ -17,6 +17,7 @@ rule_of() {
 load_both
 gponflow run --backend=device /tests/traffic/provision.scn >/tmp/provision.txt ||
     { cat /tmp/provision.txt; fail "the scenario was not obeyed"; }
+rm -f /tmp/tag_rules
 seen=0
 for tpid in 0x8100 0x88a8; do
     for tci in "pbit=0 vid=1" "pbit=5 vid=100" "pbit=7 dei=1 vid=4095" "pbit=0 dei=1 vid=0"; do
@@ -27,11 +28,11 @@ for tpid in 0x8100 0x88a8; do
         [ -n "$inside" ] || fail "no rule from a frame with $tpid, $tci"
         expect "rule of $tpid, $tci" "$inside" "$beside"
         echo "$inside" | grep -q "${tpid#0x}" || fail "$tpid is not in its rule: $inside"
-        echo "$inside" >>/tmp/rules
+        echo "$inside" >>/tmp/tag_rules
         seen=$((seen + 1))
     done
 done
-expect "different rules" $seen "$(sort -u /tmp/rules | wc -l)"
-grep -q a064 /tmp/rules || fail "priority 5, VLAN 100 is no tag a064"
+expect "different rules" $seen "$(sort -u /tmp/tag_rules | wc -l)"
+grep -q a064 /tmp/tag_rules || fail "priority 5, VLAN 100 is no tag a064"
 echo "@@ $seen tags beside their frames"
 unload_both

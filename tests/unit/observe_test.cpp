@@ -113,6 +113,23 @@ TEST_F(observe, the_revision_changes_with_rules_and_instances_and_only_then)
     EXPECT_NE(revision(), learnt);
 }
 
+TEST_F(observe, rules_that_come_and_go_do_not_change_the_revision_of_instances)
+{
+    const auto revision_of_instances = [] {
+        u32 row = 0, position = 0;
+        gpon_seen_instance instance;
+        u64 revision = 0;
+        gpon_observe_instance(&row, &position, &instance, &revision);
+        return revision;
+    };
+    const u64 first = revision_of_instances();
+    send(1);
+    gpon_hash_clean_all_safe();
+    EXPECT_EQ(revision_of_instances(), first);
+    create_bridge(5);
+    EXPECT_NE(revision_of_instances(), first);
+}
+
 TEST_F(observe, events_name_the_rule_and_the_cause)
 {
     send(1);

@@ -30,11 +30,13 @@ public:
     {
         if (is_complete())
             return;
-        if (last_ && change.number != *last_ + 1) {
-            const uint32_t missing = change.number - *last_ - 1;
+        // A rule and an instance that change on two CPUs may arrive in the other order.
+        const uint32_t missing = last_ ? change.number - *last_ - 1 : 0;
+        if (missing != 0 && missing < numbers_apart) {
             print(request_.json ? missing_json(missing) : missing_text(missing));
         }
-        last_ = change.number;
+        if (missing < numbers_apart)
+            last_ = change.number;
         print(request_.json ? json_of(change) : text_of(change));
         ++printed_;
     }
@@ -45,6 +47,9 @@ public:
     }
 
 private:
+    // A greater difference is that of a number before the last one.
+    static constexpr uint32_t numbers_apart = 1u << 31;
+
     static void print(const std::string& line) { std::cout << line << '\n' << std::flush; }
 
     const monitor_request& request_;

@@ -68,7 +68,8 @@ unsigned int gpon_observe_rules(unsigned int* bucket, struct gpon_seen_rule* rul
                                 unsigned int room, GPON_COUNTER_WORD* revision);
 
 /* Copies the next instance in dump order, and takes the mutex of the control path once. Both
- * positions are 0 before the first call. Returns 0 after the last one. Process context. */
+ * positions are 0 before the first call. The revision is a number that changes with each change of
+ * the store. Returns 0 after the last one. Process context. */
 int gpon_observe_instance(unsigned int* class_row, unsigned int* position,
                           struct gpon_seen_instance* instance, GPON_COUNTER_WORD* revision);
 

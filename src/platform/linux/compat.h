@@ -76,13 +76,6 @@
 #define gpon_set_lockless_transmit(dev) ((dev)->features |= NETIF_F_LLTX)
 #endif
 
-/* A family since 6.1 checks the header of each request more strictly. */
-#if GPON_KERNEL_SINCE(6, 1)
-#define GPON_GENL_RESERVED(first) .resv_start_op = (first),
-#else
-#define GPON_GENL_RESERVED(first)
-#endif
-
 /* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string since 6.13. Neither module uses a
  * namespace, so no definition is needed here. */
 

@@ -97,10 +97,17 @@ static int end_message(struct sk_buff *msg, void *header, int failed)
 }
 
 /*
- * Adds one record to the buffer of a dump. A record that does not fit is sent in the next buffer.
- * A dump without a revision passes 0.
+ * Each copy out of the core has its revision, also one without a record: the kernel marks the next
+ * message of the dump, or its end, if it differs from that of the copy before.
  */
-static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 command, u64 revision,
+static void set_revision(struct netlink_callback *cb, u64 revision)
+{
+	/* 0 stands for "no dump before" in the kernel's check. */
+	cb->seq = (u32)revision ? (u32)revision : 1;
+}
+
+/* Adds one record to the buffer of a dump. A record that does not fit is sent in the next buffer. */
+static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 command,
 		       fill_message fill, const void *record)
 {
 	void *header = genlmsg_put(msg, NETLINK_CB(cb->skb).portid, cb->nlh->nlmsg_seq, &family,
@@ -108,11 +115,8 @@ static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 comm
 
 	if (!header)
 		return -EMSGSIZE;
-	if (revision) {
-		/* 0 stands for "no dump before" in the kernel's check. */
-		cb->seq = (u32)revision ? (u32)revision : 1;
+	if (cb->seq)
 		genl_dump_check_consistent(cb, header);
-	}
 	return end_message(msg, header, fill(msg, record));
 }
 
@@ -185,7 +189,7 @@ static int dump_counters(struct sk_buff *msg, struct netlink_callback *cb)
 		struct counter counter = { &gpon_counter_texts[batch->sent],
 					   batch->value[batch->sent] };
 
-		if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_COUNTERS, 0, put_counter, &counter))
+		if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_COUNTERS, put_counter, &counter))
 			break;
 	}
 	return msg->len;
@@ -226,7 +230,6 @@ struct rule_batch {
 	unsigned int bucket; /* position in the table */
 	unsigned int count;
 	unsigned int sent;
-	u64 revision;
 	struct gpon_seen_rule rule[16];
 };
 
@@ -238,17 +241,19 @@ static int start_rules(struct netlink_callback *cb)
 static int dump_rules(struct sk_buff *msg, struct netlink_callback *cb)
 {
 	struct rule_batch *batch = (struct rule_batch *)cb->args[0];
+	u64 revision;
 
 	for (;;) {
 		for (; batch->sent < batch->count; batch->sent++)
-			if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_RULES, batch->revision,
-					put_rule, &batch->rule[batch->sent]))
+			if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_RULES, put_rule,
+					&batch->rule[batch->sent]))
 				return msg->len;
 		if (batch->bucket == GPON_SEEN_ALL)
 			return msg->len;
 		batch->sent = 0;
 		batch->count = gpon_observe_rules(&batch->bucket, batch->rule,
-						  ARRAY_SIZE(batch->rule), &batch->revision);
+						  ARRAY_SIZE(batch->rule), &revision);
+		set_revision(cb, revision);
 	}
 }
 
@@ -289,7 +294,6 @@ struct instance_batch {
 	unsigned int class_row; /* position in the store */
 	unsigned int position;
 	bool waits;
-	u64 revision;
 	struct gpon_seen_instance instance;
 };
 
@@ -301,14 +305,16 @@ static int start_instances(struct netlink_callback *cb)
 static int dump_instances(struct sk_buff *msg, struct netlink_callback *cb)
 {
 	struct instance_batch *batch = (struct instance_batch *)cb->args[0];
+	u64 revision;
 
 	for (;; batch->waits = false) {
-		if (!batch->waits)
+		if (!batch->waits) {
 			batch->waits = gpon_observe_instance(&batch->class_row, &batch->position,
-							     &batch->instance, &batch->revision);
-		if (!batch->waits ||
-		    dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_INSTANCES, batch->revision,
-				put_instance, &batch->instance))
+							     &batch->instance, &revision);
+			set_revision(cb, revision);
+		}
+		if (!batch->waits || dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_INSTANCES,
+						 put_instance, &batch->instance))
 			return msg->len;
 	}
 }
@@ -372,7 +378,11 @@ static struct genl_family family = {
 	.module = THIS_MODULE,
 	.ops = operations,
 	.n_ops = ARRAY_SIZE(operations),
-	GPON_GENL_RESERVED(GPON_FLOW_NL_CMD_TABLE_GROWN + 1)
+	/*
+	 * A dump waits for the control mutex, which a command holds while it prints or reads user
+	 * memory. The mutex of all families is not held meanwhile.
+	 */
+	.parallel_ops = true,
 #ifdef GENL_MCAST_CAP_NET_ADMIN
 	.mcgrps = groups,
 	.n_mcgrps = ARRAY_SIZE(groups),
@@ -384,16 +394,19 @@ static bool open_to_readers;
 void gpon_glue_open_netlink(void)
 {
 	/* The module works without its readers. */
-	open_to_readers = genl_register_family(&family) == 0;
+	WRITE_ONCE(open_to_readers, !genl_register_family(&family));
 	if (!open_to_readers)
 		pr_warn("gpon_flow: no netlink family, programs cannot read the state\n");
 }
 
 void gpon_glue_drop_netlink(void)
 {
-	if (open_to_readers)
-		genl_unregister_family(&family);
-	open_to_readers = false;
+	if (!open_to_readers)
+		return;
+	/* Frames are still handled. None sends an event with the id of a family that is gone. */
+	WRITE_ONCE(open_to_readers, false);
+	synchronize_rcu();
+	genl_unregister_family(&family);
 }
 
 #ifdef GENL_MCAST_CAP_NET_ADMIN

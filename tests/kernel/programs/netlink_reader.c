@@ -4,7 +4,8 @@
  *
  * usage: netlink_reader state|counters|rules|instances    print one line a message
  *        netlink_reader events                            print events until it is killed
- *        netlink_reader hold                              begin a dump, then wait for the end of input
+ *        netlink_reader hold                              begin a dump of the rules, read the rest at the end of
+ *                                                         input
  *        netlink_reader hostile                           send requests that have to be refused
  *        netlink_reader unprivileged                      what a user without rights gets
  */
@@ -287,12 +288,12 @@ static bool print_answer(int bytes)
 {
 	for (struct nlmsghdr *head = (void *)answer; NLMSG_OK(head, bytes);
 	     head = NLMSG_NEXT(head, bytes)) {
+		if (head->nlmsg_flags & NLM_F_DUMP_INTR)
+			printf("interrupted\n");
 		if (head->nlmsg_type == NLMSG_DONE)
 			return false;
 		if (head->nlmsg_type == NLMSG_ERROR)
 			fail("error %d", ((struct nlmsgerr *)NLMSG_DATA(head))->error);
-		if (head->nlmsg_flags & NLM_F_DUMP_INTR)
-			printf("interrupted\n");
 		print_message(head);
 		if (!(head->nlmsg_flags & NLM_F_MULTI))
 			return false;
@@ -300,17 +301,23 @@ static bool print_answer(int bytes)
 	return true;
 }
 
-static void show(uint8_t command, uint16_t flags)
+static void show_answers(void)
 {
-	struct request ask = make_request(family_id, command, flags);
 	int bytes;
 
-	send_bytes(netlink, &ask, ask.head.nlmsg_len);
 	do {
 		bytes = receive(netlink);
 		if (bytes <= 0)
 			fail("no answer: %d", bytes);
 	} while (print_answer(bytes));
+}
+
+static void show(uint8_t command, uint16_t flags)
+{
+	struct request ask = make_request(family_id, command, flags);
+
+	send_bytes(netlink, &ask, ask.head.nlmsg_len);
+	show_answers();
 }
 
 static void join_events(void)
@@ -337,19 +344,23 @@ static void follow_events(void)
 	}
 }
 
-/* A reader that stops reading: the dump stays open as long as its buffer is full. */
+/* A reader that pauses: the dump stays open as long as its buffer is full. */
 static void hold(void)
 {
 	struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_RULES, NLM_F_DUMP);
 	int small = 1;
 	char byte;
 
+	/* The kernel makes its buffers as large as the largest that a socket has read into. */
+	close(netlink);
+	netlink = open_netlink();
 	setsockopt(netlink, SOL_SOCKET, SO_RCVBUF, &small, sizeof(small));
 	send_bytes(netlink, &ask, ask.head.nlmsg_len);
 	printf("holding\n");
 	fflush(stdout);
 	while (read(0, &byte, 1) > 0)
 		;
+	show_answers();
 }
 
 /* The error of a request; 0 for any other answer. */
