@@ -125,13 +125,13 @@ inline void copy_from_shared(void* to, const void* shared, size_t bytes)
 template <size_t bytes, typename Word = u64>
 [[gnu::always_inline]] inline void copy_record_from_shared(u8* to, const u8* shared)
 {
-    if constexpr (bytes >= sizeof(Word)) {
-        copy_words_from_shared<Word>(to, shared, sizeof(Word));
-        copy_record_from_shared<bytes - sizeof(Word), Word>(to + sizeof(Word),
-                                                            shared + sizeof(Word));
+    constexpr size_t step = sizeof(Word);
+    if constexpr (bytes >= step) {
+        copy_words_from_shared<Word>(to, shared, step);
+        copy_record_from_shared<bytes - step, Word>(to + step, shared + step);
     } else if constexpr (bytes != 0) {
-        using half = std::conditional_t<sizeof(Word) == sizeof(u64), u32,
-                                        std::conditional_t<sizeof(Word) == sizeof(u32), u16, u8>>;
+        using half = std::conditional_t<step == sizeof(u64), u32,
+                                        std::conditional_t<step == sizeof(u32), u16, u8>>;
         copy_record_from_shared<bytes, half>(to, shared);
     }
 }

@@ -42,7 +42,7 @@ i32 counted_by_type(u8 msg_type, i32 result)
     return result;
 }
 
-i32 load_config(const void* user_cfg)
+i32 load_config(const void* user_cfg) GPON_REQUIRES(gpon_flow_control_mutex)
 {
     const i32 result = gpon_flow_load_cfg_data(user_cfg);
     gpon::count(result == 0 ? GPON_COUNT_config_done : GPON_COUNT_config_failed);

@@ -27,7 +27,7 @@ u32 copy_bucket(gpon_hash_bucket& bucket, std::span<gpon_seen_rule> out, u32 cou
     return copied;
 }
 
-void copy_row(const gpon_me_related_info& row, u32& ids, gpon_seen_instance& seen)
+void copy_row(const gpon_me_related_info& row, u32& ids, gpon_seen_instance& seen) GPON_READS_LISTS
 {
     const u32 first = ids;
     for (i32 i = 0; i < row.related_inst_num && ids < GPON_SEEN_IDS; ++i) {
@@ -40,8 +40,8 @@ void copy_row(const gpon_me_related_info& row, u32& ids, gpon_seen_instance& see
     seen.row_ids[seen.rows++] = static_cast<u16>(ids - first);
 }
 
-// The caller holds the mutex of all writers.
-void copy_instance(const gpon_me_entry& entry, const gpon_me_inst& inst, gpon_seen_instance& seen)
+void copy_instance(const gpon_me_entry& entry, const gpon_me_inst& inst,
+                   gpon_seen_instance& seen) GPON_READS_LISTS
 {
     seen = {};
     seen.class_id = entry.class_id;

@@ -90,7 +90,7 @@ dumped_link link_of(const class_record& known, uint16_t from_class)
 // Single values before lists, as in the module's dump.
 template <typename T, typename U> void lists_last(std::vector<T>& all, U is_list)
 {
-    std::ranges::stable_partition(all, [&](const T& one) { return !(one.*is_list); });
+    std::stable_partition(all.begin(), all.end(), [&](const T& one) { return !(one.*is_list); });
 }
 
 } // namespace

@@ -62,13 +62,12 @@ public:
     virtual void set_sink(backend_sink sink) = 0;
 
     /// init_module; nothing when it panicked. Refuses when the module is loaded.
-    [[nodiscard]] virtual std::optional<int> load() = 0;
+    virtual std::optional<int> load() = 0;
     /// cleanup_module. Refuses when the module is not loaded.
     virtual void unload() = 0;
 
     /// One hook call; without frame the packet pointer is null.
-    [[nodiscard]] virtual std::optional<hook_answer> hook(const packet_options& options,
-                                                          const bytes* frame) = 0;
+    virtual std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) = 0;
     /// What a hook call would find; marks a stored rule as used, as the call does. Nothing if the
     /// backend cannot look into the table, or if the call would not use it.
     [[nodiscard]] virtual std::optional<rule_place> find_rule(const packet_options&, const bytes&)
@@ -76,11 +75,11 @@ public:
         return {};
     }
     [[nodiscard]] virtual std::optional<long> ioctl(uint32_t number, uint64_t argument) = 0;
-    [[nodiscard]] virtual std::optional<long> proc_write(std::string_view text) = 0;
-    [[nodiscard]] virtual std::optional<long> proc_read() = 0;
+    virtual std::optional<long> proc_write(std::string_view text) = 0;
+    virtual std::optional<long> proc_read() = 0;
 
     /// Lets jiffies pass and returns the time afterwards.
-    [[nodiscard]] virtual uint64_t advance(uint64_t jiffies) = 0;
+    virtual uint64_t advance(uint64_t jiffies) = 0;
     virtual void set_mapping(const pointer_setting& setting) = 0;
     virtual void set_queue_mapping(const pointer_setting& setting) = 0;
     /// The nth call of the service from now on fails once.

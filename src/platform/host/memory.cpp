@@ -152,7 +152,8 @@ struct buffer_stack {
     {
         if (count == buffers.size())
             fatal("a packet has more than %zu buffers", buffers.size());
-        buffers[count++] = buffer;
+        else
+            buffers[count++] = buffer;
     }
 
     void pop(void* buffer)
