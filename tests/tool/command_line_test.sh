@@ -8,14 +8,6 @@ set -eu
 # shellcheck source=tests/tool/proof.sh
 . "$(dirname "$0")/proof.sh"
 
-# STATUS ARGUMENT...: standard output goes to the file out, standard error to err.
-expect_status() {
-    local expected=$1 status=0
-    shift
-    "$tool" "$@" >out 2>err </dev/null || status=$?
-    [ "$status" = "$expected" ] || complain "gponflow $*: exit status $status, not $expected"
-}
-
 expect_out() { # TEXT
     [ "$(cat out)" = "$1" ] || complain "standard output is not '$1' but '$(cat out)'"
 }

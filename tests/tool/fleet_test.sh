@@ -8,14 +8,6 @@ set -eu
 # shellcheck source=tests/tool/proof.sh
 . "$(dirname "$0")/proof.sh"
 
-# STATUS ARGUMENT...: the lines go to the file out.
-expect_status() {
-    local expected=$1 status=0
-    shift
-    "$tool" "$@" >out 2>err </dev/null || status=$?
-    [ "$status" = "$expected" ] || complain "gponflow $*: exit status $status, not $expected"
-}
-
 expect_count() { # COUNT TEXT
     local found
     found=$(grep -cF -- "$2" out || true)

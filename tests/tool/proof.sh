@@ -13,3 +13,11 @@ cd "$folder" || exit
 
 # shellcheck source=scripts/complain.sh
 . "$root/scripts/complain.sh"
+
+# STATUS ARGUMENT...: standard output goes to the file out, standard error to err.
+expect_status() {
+    local expected=$1 status=0
+    shift
+    "$tool" "$@" >out 2>err </dev/null || status=$?
+    [ "$status" = "$expected" ] || complain "gponflow $*: exit status $status, not $expected"
+}

@@ -8,14 +8,6 @@ set -eu
 # shellcheck source=tests/tool/proof.sh
 . "$(dirname "$0")/proof.sh"
 
-# STATUS ARGUMENT...: the output goes to the files out and err.
-expect_status() {
-    local expected=$1 status=0
-    shift
-    "$tool" "$@" >out 2>err </dev/null || status=$?
-    [ "$status" = "$expected" ] || complain "gponflow $*: exit status $status, not $expected"
-}
-
 expect_line() { # LINE
     grep -qxF -- "$1" out || complain "there is no line '$1'"
 }
