@@ -26,22 +26,6 @@ consteval ruler ruler_of(char c)
 constexpr ruler EQUALS = ruler_of('=');
 constexpr ruler HYPHENS = ruler_of('-');
 
-const char* direction_name(u16 direction)
-{
-    switch (direction) {
-    case UP_ANI:
-        return "UP_ANI";
-    case UP_UNI:
-        return "UP_UNI";
-    case DOWN_ANI:
-        return "DOWN_ANI";
-    case DOWN_UNI:
-        return "DOWN_UNI";
-    default:
-        return "N/A";
-    }
-}
-
 void continue_tag_values(const u16* values, u8 count)
 {
     for (u8 i = 1; i < count; ++i)
@@ -93,6 +77,22 @@ void dump_bucket(gpon_hash_bucket& bucket) GPON_REQUIRES(gpon_hash_lock)
 
 } // namespace
 
+const char* gpon::direction_name(u16 direction)
+{
+    switch (direction) {
+    case UP_ANI:
+        return "UP_ANI";
+    case UP_UNI:
+        return "UP_UNI";
+    case DOWN_ANI:
+        return "DOWN_ANI";
+    case DOWN_UNI:
+        return "DOWN_UNI";
+    default:
+        return "N/A";
+    }
+}
+
 void gpon_hash_parsing_key(const u8* key, u16 key_len, gpon_hash_dump_state* state, u16* direction)
 {
     log_trace("[%s][%d]: Enter\n");
@@ -134,7 +134,7 @@ i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 di
            dst[1], dst[2], dst[3], dst[4], dst[5], src[0], src[1], src[2], src[3], src[4], src[5]);
     continue_tags(*state);
     pr_cont(" | %6d", state->port_id);
-    pr_cont(" | %9s |\n", direction_name(direction));
+    pr_cont(" | %9s |\n", gpon::direction_name(direction));
     return 0;
 }
 

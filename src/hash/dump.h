@@ -28,4 +28,11 @@ i32 gpon_hash_dump_skb_info(u16 index, const gpon_hash_dump_state* state, u16 di
 i32 gpon_hash_dump_all_safe(void) GPON_EXCLUDES(gpon_hash_lock);
 }
 
+namespace gpon {
+
+/* The name of a direction in a dump; "N/A" for any other value. Any context. */
+[[nodiscard]] const char* direction_name(u16 direction);
+
+} // namespace gpon
+
 #endif

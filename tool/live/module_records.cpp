@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "hash/crc32.h"
+#include "hash/dump.h"
 #include "include/packet_flow.h"
 #include "tool/live/module_reader.h"
 #include "tool/model/class_records.h"
@@ -12,22 +13,6 @@
 namespace gponflow {
 
 namespace {
-
-std::string direction_name(uint16_t direction)
-{
-    switch (direction) {
-    case UP_ANI:
-        return "UP_ANI";
-    case UP_UNI:
-        return "UP_UNI";
-    case DOWN_ANI:
-        return "DOWN_ANI";
-    case DOWN_UNI:
-        return "DOWN_UNI";
-    default:
-        return "N/A";
-    }
-}
 
 // The hash of the rule's key, which selects its bucket.
 uint32_t hash_of(const gpon_seen_rule& seen)
@@ -135,7 +120,7 @@ seen_rule rule_of(const gpon_seen_rule& seen)
     std::ranges::copy(seen.src_mac, result.rule.key.source.begin());
     for (size_t i = 0; i < std::min<size_t>(seen.tags, GPON_SEEN_TAGS); ++i)
         result.rule.key.tags.push_back({seen.tpid[i], seen.tci[i]});
-    result.rule.key.direction = direction_name(seen.direction);
+    result.rule.key.direction = gpon::direction_name(seen.direction);
     for (size_t i = 0; i < std::min<size_t>(seen.steps, GPON_SEEN_STEPS); ++i)
         result.rule.steps.push_back({seen.class_id[i], seen.inst_id[i]});
     result.rule.hash = hash_of(seen);
