@@ -7,8 +7,8 @@ usage: guest-figures.py record ARCH KERNEL COMPILER <GUEST-OUTPUT
        guest-figures.py update BASELINE RECORD...
        guest-figures.py check BASELINE RECORD...
 
-record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or several times, and
-"@@ rules FLOWS COUNT" of a guest. table prints a Markdown table with two columns for each
+record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or several times,
+"@@ rules FLOWS COUNT" and "@@ calls FLOWS REMEMBERED REPLAYED WALKED" of a guest. table prints a Markdown table with two columns for each
 architecture. update makes the records the baseline, and check fails when gpon_flow adds over 3 %
 more to a frame than the baseline.
 """
@@ -65,6 +65,10 @@ def each_minus(figures, others):
     return {flows: minus(figure, others.get(flows)) for flows, figure in figures.items()}
 
 
+def calls_by_path(counts):
+    return dict(zip(("remembered", "replayed", "walked"), map(int, counts)))
+
+
 def record_of(arch, kernel, compiler, lines):
     """A figure that was not measured is None; "added" is what it costs more than the bridge."""
     words = [line.replace("\r", "").split() for line in lines if line.startswith("@@ ")]
@@ -96,6 +100,8 @@ def record_of(arch, kernel, compiler, lines):
         "veth_bridge": cases.by_flows("veth_bridge").get("8"),
         **measured,
         "gpon_flow_rules": {line[2]: int(line[3]) for line in words if line[1:2] == ["rules"]},
+        "gpon_flow_calls": {line[2]: calls_by_path(line[3:]) for line in words
+                            if line[1:2] == ["calls"]},
         "bridge_flows": bridge,
         "added": added,
         "spread_percent": cases.spread_percent(),
@@ -119,7 +125,10 @@ class Table:
     def turns(self, flows):
         # Each flow has two rules.
         kept = rounded(reach(self.records[0], ("gpon_flow_rules", flows)) / int(flows) * 50)
-        return self.figure(f"gpon_flow, {flows} flows in turns, {kept} % of their rules kept",
+        calls = reach(self.records[0], ("gpon_flow_calls", flows))
+        quick = rounded(calls["remembered"] / sum(calls.values()) * 100)
+        return self.figure(f"gpon_flow, {flows} flows in turns, {kept} % of their rules kept, "
+                           f"{quick} % of the calls on the quick path",
                            "gpon_flow_mix", flows)
 
     def ratio(self, name, *keys):

@@ -2,9 +2,10 @@
 # shellcheck shell=dash
 #
 # Cost of an upstream frame of a subscriber, for each of the compared line setups. Prints
-# "@@ bench CASE FLOWS MEDIAN MEAN", instructions per frame, and "@@ rules FLOWS COUNT", the rules
-# that gpon_flow stores of two per flow. Meant for a guest whose clock counts instructions;
-# "repeats", "frames", "ways" and "counts" (the numbers of flows) are words of its command line.
+# "@@ bench CASE FLOWS MEDIAN MEAN", instructions per frame, "@@ rules FLOWS COUNT", the rules that
+# gpon_flow stores of two per flow, and "@@ calls FLOWS REMEMBERED REPLAYED WALKED", the paths of its
+# calls. Meant for a guest whose clock counts instructions; "repeats", "frames", "ways" and "counts"
+# (the numbers of flows) are words of its command line.
 # shellcheck source=tests/kernel/bench/devices.sh
 . /tests/bench/devices.sh
 
@@ -100,6 +101,23 @@ rules_held() {
     dmesg | sed -n 's/.*total_num = \([0-9]*\).*/\1/p'
 }
 
+# Sums of the module's counters: calls that used a remembered outcome, that replayed, that walked.
+paths_taken() {
+    gponflow stat | awk '
+        $1 ~ /^remembered_/ { remembered += $2 }
+        $1 == "replays" { replayed = $2 }
+        $1 == "walks" { walked = $2 }
+        END { print remembered + 0, replayed + 0, walked + 0 }'
+}
+
+# FLOWS: the paths of two calls for one more frame of each flow, which comes in its turn.
+count_paths() {
+    before=$(paths_taken)
+    frame_source sub1 "$network" "$1" 1 1 >/dev/null || fail "no frames to count"
+    echo "$before $(paths_taken)" |
+        awk -v flows="$1" '{ print "@@ calls", flows, $4 - $1, $5 - $2, $6 - $3 }'
+}
+
 forget_rules() {
     echo "clean flow_rule 0 0" >$debug
 }
@@ -135,6 +153,7 @@ gpon_flow() {
         forget_rules
         measure gpon_flow_mix "$number"
         echo "@@ rules $number $(rules_held)"
+        count_paths "$number"
     done
     forget_rules
     measure gpon_flow_first $per_round $debug "clean flow_rule 0 0"
