@@ -26,7 +26,7 @@
  *
  * Guarantee. If a packet reads the same even number twice, the second time under gpon_hash_lock,
  * then between the two reads the store was at rest. If the number is the generation, no rule was
- * deleted, overwritten or unmarked either. New rules do not count.
+ * deleted, unmarked or overwritten with other steps either. New rules do not count.
  *
  * Why two increments. With only the first one, a packet that reads the old store after the
  * increment keeps it under the new number. With only the second one, a packet sees the new store

@@ -22,11 +22,9 @@ void fill(gpon::outcome& place, const gpon::outcome_key& key, u64 generation, u1
     gpon::store_release(place.generation, generation);
 }
 
-// Frames whose flow finds no place in a full set take the lock for nothing otherwise.
-bool is_worth_the_lock(const gpon::outcome_set& set, u64 generation)
+// Without the lock, which frames of a flow without a place would take for nothing.
+bool has_place(const gpon::outcome_set& set, u64 generation)
 {
-    if (!gpon::is_at_rest(generation) || generation != gpon::current_generation())
-        return false;
     for (const gpon::outcome& place : set.place)
         if (gpon::load_relaxed(place.generation) != generation)
             return true;
@@ -39,8 +37,12 @@ void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_
                             std::span<const u8> rule_key)
 {
     outcome_set& set = outcome_set_of(key);
-    if (!is_worth_the_lock(set, generation))
+    if (!is_at_rest(generation) || generation != current_generation())
         return;
+    if (!has_place(set, generation)) {
+        count(GPON_COUNT_outcomes_no_place);
+        return;
+    }
     const bh_lock lock(gpon_hash_lock);
     // Another CPU may have remembered the same flow since this packet's lookup.
     known_outcome known = {};
@@ -48,8 +50,9 @@ void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_
         return;
     for (outcome& place : set.place)
         if (place.generation != generation) {
-            fill(place, key, generation, gemport_id);
+            // First the owner: frames on other CPUs use the place as soon as it is filled.
             take_place(place, direction_of(key), find_rule(rule_key));
+            fill(place, key, generation, gemport_id);
             count(GPON_COUNT_outcomes_remembered);
             return;
         }

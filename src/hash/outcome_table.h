@@ -28,7 +28,7 @@
  * gpon_hash_lock if the generation still holds. Then:
  *
  *   1. its rule is in the rule table with these steps and is marked as used: the lookup found and
- *      marked it in this generation, and a deletion, an overwrite or a cleared mark begins a new
+ *      marked it in this generation, and a deletion, other steps or a cleared mark begin a new
  *      generation under the same lock;
  *   2. the store is unchanged since the replay, because each change of it first begins a new
  *      generation;

@@ -87,14 +87,25 @@ void unlink(gpon_flow_rule* rule)
     return nullptr;
 }
 
+// Two CPUs learn the same flow when its first frames come at the same time.
+bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
+{
+    for (u32 i = 0; i < MAX_RECURSION_NUM; ++i)
+        if (a.step[i].classId != b.step[i].classId || a.step[i].instId != b.step[i].instId)
+            return false;
+    return true;
+}
+
 // Overwrites the steps of a rule with this key; false if the rule has another one.
 [[nodiscard]] bool learn_again(gpon_flow_rule& rule, key_bytes key, const gpon_rule_trace& trace)
     GPON_REQUIRES(gpon_hash_lock)
 {
     if (!has_key(rule, key))
         return false;
-    gpon::begin_generation();
-    *rule.trace = trace;
+    if (!same_steps(*rule.trace, trace)) {
+        gpon::begin_generation();
+        *rule.trace = trace;
+    }
     rule.hit = 1;
     return true;
 }

@@ -30,7 +30,7 @@
  * that take it have the suffix _safe, the others require it. Allocations under it are atomic.
  *
  * Generation. Each loss begins a new generation (generation.h): a rule is deleted, its steps are
- * overwritten or its mark is cleared. An added rule does not.
+ * overwritten with others or its mark is cleared. An added rule does not.
  *
  * Cost. A lookup takes one hash before the lock, and under it one chain and a copy of 40 bytes. An
  * add takes one bucket and three allocations. Growth rehashes at most 384 rules under the lock; the

@@ -21,8 +21,9 @@
  * adds the uses so far to the rule that had the place, and notes the sum as the base of the next
  * one. A read adds the places of the rule. A rule that is deleted leaves its places.
  *
- * A frame that has read a place just before another flow fills it counts for that flow: at most one
- * frame on each CPU at a fill. The sum over all rules is exact.
+ * A place gets its new owner before it is filled for it. A frame that has read the place just
+ * before counts for the new flow: at most one frame on each CPU at a fill. The sum over all rules
+ * is exact.
  *
  * Cost. A frame: a call that adds to one word and writes the clock to the next one. A fill and a
  * read of a rule load one word of each CPU, a read of the counters 1024.

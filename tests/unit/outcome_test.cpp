@@ -325,6 +325,28 @@ TEST_F(outcome, ends_with_its_rule)
     EXPECT_EQ(send(sent).result, -1) << "cleaned";
 }
 
+TEST_F(outcome, learning_the_same_steps_again_ends_none)
+{
+    make_known(frame(1), 1);
+    make_known(frame(2), 2);
+    const u64 before = gpon::current_generation();
+    learn(frame(1), 1);
+    EXPECT_EQ(gpon::current_generation(), before) << "as two CPUs learn a flow";
+    EXPECT_TRUE(is_remembered(frame(1)));
+    EXPECT_TRUE(is_remembered(frame(2)));
+    learn(frame(1), 3);
+    EXPECT_GT(gpon::current_generation(), before) << "other steps";
+}
+
+TEST_F(outcome, learning_the_same_steps_again_marks_the_rule)
+{
+    make_known(frame(1), 1);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    learn(frame(1), 1);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
+}
+
 TEST_F(outcome, a_table_that_grows_ends_all)
 {
     make_known(frame(1), 1);
@@ -360,6 +382,7 @@ TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
         if (set == wanted)
             rivals.push_back(sent);
     }
+    u64 replays = 0;
     for (int round = 0; round < 3; ++round)
         for (u16 i = 0; i < rivals.size(); ++i) {
             if (round == 0)
@@ -369,8 +392,12 @@ TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
             if (got.result == 0) {
                 EXPECT_EQ(got.port, port_of(static_cast<u16>(i + 1)));
                 EXPECT_EQ(got.allocations == 0, round > 0 && i < gpon::OUTCOME_PLACES);
+                replays += got.allocations != 0;
             }
         }
+    EXPECT_EQ(gpon::host::counter_value("outcomes_remembered"), gpon::OUTCOME_PLACES);
+    EXPECT_GT(replays, gpon::OUTCOME_PLACES);
+    EXPECT_EQ(gpon::host::counter_value("outcomes_no_place"), replays - gpon::OUTCOME_PLACES);
 }
 
 TEST_F(outcome, can_be_switched_off_on_the_host)
