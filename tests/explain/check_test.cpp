@@ -18,7 +18,7 @@ namespace gponflow {
 
 namespace {
 
-check_result result_of(const std::string& text, const check_options& options = {})
+check_result checked(const std::string& text, const check_options& options = {})
 {
     return check_provisioning(final_entities(parse_good(text)), options);
 }
@@ -26,7 +26,7 @@ check_result result_of(const std::string& text, const check_options& options = {
 // Without warnings: most lines of these tests are parts of a line.
 std::vector<finding> findings_of(const std::string& text)
 {
-    std::vector<finding> all = result_of(text).findings;
+    std::vector<finding> all = checked(text).findings;
     std::erase_if(all, [](const finding& one) { return one.weight == finding_weight::warning; });
     return all;
 }
@@ -49,7 +49,7 @@ using names = std::vector<std::string>;
 
 TEST(check, finds_nothing_in_a_good_line)
 {
-    EXPECT_TRUE(result_of(good_line, {true, {}}).findings.empty());
+    EXPECT_TRUE(checked(good_line, {true, {}}).findings.empty());
 }
 
 TEST(check, the_subscriber_line_has_no_findings_but_capacities_on_request)
@@ -221,7 +221,7 @@ TEST(check, counts_are_part_of_the_finding)
 {
     const auto last_line = [](const std::string& text) {
         std::ostringstream out;
-        print_findings(result_of(text), "a.scn", out);
+        print_findings(checked(text), "a.scn", out);
         const std::string printed = out.str().substr(0, out.str().size() - 1);
         return printed.substr(printed.rfind('\n') + 1);
     };
@@ -239,7 +239,7 @@ TEST(check, counts_are_part_of_the_finding)
 TEST(check, problems_are_red_where_there_are_colours)
 {
     const check_result all =
-        result_of("me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=7 tpType=1 tpPointer=1\n");
+        checked("me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=7 tpType=1 tpPointer=1\n");
     std::ostringstream plain;
     print_findings(all, "a.scn", plain);
     EXPECT_EQ(plain.str().find('\033'), std::string::npos);
@@ -261,7 +261,7 @@ TEST(check, json_of_nothing_is_valid)
 TEST(check, json_holds_every_finding)
 {
     const json read =
-        findings_json(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn");
+        findings_json(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn");
     EXPECT_EQ(read["problems"], 1);
     EXPECT_EQ(read["schema"], "gponflow-check-1");
     EXPECT_EQ(read["warnings"], 1);
@@ -275,7 +275,7 @@ TEST(check, json_holds_every_finding)
 TEST(check, text_names_file_and_line)
 {
     std::ostringstream out;
-    print_findings(result_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
+    print_findings(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
     EXPECT_TRUE(out.str().starts_with("a.scn:1: problem: GEM_INTERWORK_TP 0x0011: ")) << out.str();
 }
 

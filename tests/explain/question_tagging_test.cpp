@@ -16,14 +16,14 @@ namespace {
 
 using testing::HasSubstr;
 
-const std::string tagged_line =
+const std::string carried_line =
     good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n"
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000f8000000000f000000000324\n"
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n"
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000814d0000c00f0000000f0000\n";
 
-std::string answered(const std::string& text, const frame_question& question)
+std::string answer_text(const std::string& text, const frame_question& question)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
@@ -43,7 +43,7 @@ frame_question from_uni_1(std::optional<asked_tag> tag)
 
 TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
 {
-    const std::string text = answered(tagged_line, from_uni_1({}));
+    const std::string text = answer_text(carried_line, from_uni_1({}));
     EXPECT_THAT(text, HasSubstr("passes from UNI 1 through bridge 1 to GEM port 1025"));
     EXPECT_THAT(text, HasSubstr("upstream, from the UNI to the bridge\n"
                                 "  arrives as untagged\n"
@@ -57,13 +57,13 @@ TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
 
 TEST(question_tagging, a_drop_is_put_down_to_the_rewritten_tags)
 {
-    EXPECT_THAT(answered(tagged_line, from_uni_1(asked_tag{5, 3})),
+    EXPECT_THAT(answer_text(carried_line, from_uni_1(asked_tag{5, 3})),
                 HasSubstr("the frame has VLAN 200"));
 }
 
 TEST(question_tagging, a_discarding_row_is_named)
 {
-    EXPECT_THAT(answered(tagged_line, from_uni_1(asked_tag{666, 0})),
+    EXPECT_THAT(answer_text(carried_line, from_uni_1(asked_tag{666, 0})),
                 HasSubstr("The frame from UNI 1 is dropped: the tagging operation "
                           "VLAN_TAG_EXTEND_OPERATE 0x0001 of "
                           "PPTP_ETHERNET_UNI 0x0101 discards the frame: single-tagged, VLAN 666: "
@@ -72,7 +72,7 @@ TEST(question_tagging, a_discarding_row_is_named)
 
 TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
 {
-    const std::string text = answered(
+    const std::string text = answer_text(
         good_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x1001 upstream_mode=1 "
                     "upstream_tci=100 downstream_mode=1\n",
         from_uni_1({}));
@@ -88,7 +88,7 @@ TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
     frame_question question;
     question.gem = 1025;
     question.outer = asked_tag{100, 0};
-    EXPECT_THAT(answered(tagged_line, question),
+    EXPECT_THAT(answer_text(carried_line, question),
                 HasSubstr("to PPTP_ETHERNET_UNI 0x0101\n"
                           "  arrives as VLAN 100 priority 0\n"
                           "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
@@ -98,8 +98,8 @@ TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
 
 TEST(question_tagging, an_operation_without_a_place_is_a_note)
 {
-    EXPECT_THAT(answered(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
-                         from_uni_1(asked_tag{100, 0})),
+    EXPECT_THAT(answer_text(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
+                            from_uni_1(asked_tag{100, 0})),
                 HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not "
                           "applied: its association is not known.\n"));
 }

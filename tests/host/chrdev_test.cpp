@@ -12,7 +12,7 @@ unsigned int last_command;
 unsigned long last_argument;
 int open_answer;
 
-const gpon_file_operations operations = {
+const gpon_file_operations file_operations = {
     [](file*) { return open_answer; },
     [](file* opened, unsigned int command, unsigned long argument) -> long {
         last_command = command;
@@ -23,7 +23,7 @@ const gpon_file_operations operations = {
 
 int add_device()
 {
-    return __register_chrdev(184, 0, 256, "gpon_flow", &operations);
+    return __register_chrdev(184, 0, 256, "gpon_flow", &file_operations);
 }
 
 TEST_F(chrdev, an_unregistered_device_cannot_be_opened)

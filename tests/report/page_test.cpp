@@ -19,7 +19,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-report_data collected(const std::string& text)
+report_data page_data(const std::string& text)
 {
     report_data data;
     std::ostringstream output;
@@ -30,7 +30,7 @@ report_data collected(const std::string& text)
 
 TEST(report_page, text_from_outside_is_escaped)
 {
-    report_data data = collected(good_line + "hook kind=up_ani " + frame_of_vlan_101 + "\n");
+    report_data data = page_data(good_line + "hook kind=up_ani " + frame_of_vlan_101 + "\n");
     const std::string attack = "\"><script>alert('x')</script>{{{style}}}";
     data.scenario = attack;
     data.captures = {attack};
@@ -45,7 +45,7 @@ TEST(report_page, text_from_outside_is_escaped)
 
 TEST(report_page, bytes_outside_ascii_do_not_break_the_page)
 {
-    report_data data = collected("load\n");
+    report_data data = page_data("load\n");
     data.scenario = "caf\xc3\x28\x01.scn";
     EXPECT_THAT(report_page(data), HasSubstr("caf\\xc3(\\x01.scn"));
 }
@@ -53,7 +53,7 @@ TEST(report_page, bytes_outside_ascii_do_not_break_the_page)
 TEST(report_page, loads_nothing_from_a_network)
 {
     const std::string page =
-        report_page(collected(good_line + "hook kind=up_ani " + frame_of_vlan_100 + "\n"));
+        report_page(page_data(good_line + "hook kind=up_ani " + frame_of_vlan_100 + "\n"));
     EXPECT_THAT(page, HasSubstr("default-src 'none'"));
     for (const char* reference : {"src=\"", "url(", "@import", "http://", "https://"})
         EXPECT_THAT(page, Not(HasSubstr(reference)));
@@ -61,7 +61,7 @@ TEST(report_page, loads_nothing_from_a_network)
 
 TEST(report_page, an_empty_scenario_is_a_page_that_says_so)
 {
-    const std::string page = report_page(collected("load\n"));
+    const std::string page = report_page(page_data("load\n"));
     for (const char* text : {"No frames.", "No frame was dropped.", "The module has no rules.",
                              "No problems found.", "The line has no managed entities."})
         EXPECT_THAT(page, HasSubstr(text));
@@ -69,7 +69,7 @@ TEST(report_page, an_empty_scenario_is_a_page_that_says_so)
 
 TEST(report_page, every_value_of_the_template_is_filled)
 {
-    const report_data data = collected(good_line + "hook kind=up_ani " + frame_of_vlan_100 +
+    const report_data data = page_data(good_line + "hook kind=up_ani " + frame_of_vlan_100 +
                                        "\nhook kind=up_ani " + frame_of_vlan_101 + "\n");
     const std::string page = report_page(data);
     for (const char* text :
@@ -94,7 +94,7 @@ TEST(report_page, a_large_line_takes_two_megabytes_at_most)
 
 TEST(services_of, put_each_entity_into_a_service_or_into_the_rest)
 {
-    const report_data data = collected(good_line + "me create MAC_BRIDGE_SERVICE_PROFILE 9\n");
+    const report_data data = page_data(good_line + "me create MAC_BRIDGE_SERVICE_PROFILE 9\n");
     const std::vector<service> services = services_of(data.entities);
     ASSERT_EQ(services.size(), 2u);
     EXPECT_EQ(services[0].title, "VLAN 100: UNI 0x0101, bridge 1, GEM port 1025");
@@ -104,7 +104,7 @@ TEST(services_of, put_each_entity_into_a_service_or_into_the_rest)
 
 TEST(draw_service, draws_equal_entries_of_a_mapper_as_one_line_with_its_priorities)
 {
-    const report_data data = collected(
+    const report_data data = page_data(
         "load\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n"
         "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
         "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
@@ -124,7 +124,7 @@ TEST(draw_service, draws_equal_entries_of_a_mapper_as_one_line_with_its_prioriti
 
 TEST(entity_text, has_all_attributes_with_units)
 {
-    const report_data data = collected(
+    const report_data data = page_data(
         "load\nme create TRAFFIC_DESCRIPTOR 1 cir=1250000 pir=12500000 cbs=1000 pbs=2000\n"
         "me create VLAN_TAG_FILTER_DATA 2 vlanFilterList=100,0xa12c forwardOperation=0x10 "
         "vlanFilterNums=2\n");
@@ -136,7 +136,7 @@ TEST(entity_text, has_all_attributes_with_units)
 
 TEST(drop_sentence, names_the_filter_that_decides_and_its_values)
 {
-    const report_data data = collected(good_line + "hook kind=up_ani " + frame_of_vlan_101 + "\n");
+    const report_data data = page_data(good_line + "hook kind=up_ani " + frame_of_vlan_101 + "\n");
     EXPECT_EQ(
         drop_sentence(data.drops.at(0)),
         "Frames of VLAN 101 with priority 0 are dropped upstream, from the bridge to the ANI: "

@@ -21,9 +21,9 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
-constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
-constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+using gpon::test::CREATE;
+using gpon::test::DELETE;
+using gpon::test::SET;
 
 // ---- a class of the tests, whose handlers record their arguments
 

@@ -18,9 +18,9 @@ using gpon::test::apply;
 using gpon::test::ids_of;
 using gpon::test::recorded;
 
-constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
-constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
-constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+using gpon::test::CREATE;
+using gpon::test::DELETE;
+using gpon::test::SET;
 
 constexpr u8 frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x60, 100, 8, 0};
 

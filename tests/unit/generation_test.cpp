@@ -17,15 +17,16 @@
 namespace {
 
 // What one context does, step by step.
-using steps = std::vector<std::function<void()>>;
+using access_list = std::vector<std::function<void()>>;
 
 // Runs the steps of all contexts in every order that keeps each context's own.
 class explorer {
 public:
-    explorer(std::function<void()> begin, std::vector<steps> contexts, std::function<void()> end)
+    explorer(std::function<void()> begin, std::vector<access_list> contexts,
+             std::function<void()> end)
         : begin_(std::move(begin)), contexts_(std::move(contexts)), end_(std::move(end))
     {
-        for (const steps& each : contexts_)
+        for (const access_list& each : contexts_)
             length_ += each.size();
     }
 
@@ -73,7 +74,7 @@ private:
     }
 
     std::function<void()> begin_;
-    std::vector<steps> contexts_;
+    std::vector<access_list> contexts_;
     std::function<void()> end_;
     size_t length_ = 0;
     u64 orders_ = 0;
@@ -113,7 +114,7 @@ protected:
     // The port contains the numbers of the store and of the rule.
     static u16 port_of(u16 rule, u16 number) { return static_cast<u16>(rule * 100 + number); }
 
-    steps of_frame(frame& it)
+    access_list of_frame(frame& it)
     {
         return {[&] {
                     it = {};
@@ -158,7 +159,7 @@ protected:
         oldest = std::max(oldest, number);
     }
 
-    steps of_change()
+    access_list of_change()
     {
         return {[&] { change.emplace(); }, [&] { ++store; },
                 [&] {
@@ -195,11 +196,11 @@ protected:
 TEST_F(generation, no_frame_sees_an_old_store_again)
 {
     frame first, second;
-    steps two_frames = of_frame(first);
+    access_list two_frames = of_frame(first);
     for (auto& step : of_frame(second))
         two_frames.push_back(step);
     frame third;
-    steps twice = of_change();
+    access_list twice = of_change();
     for (auto& step : of_change())
         twice.push_back(step);
     const u64 orders =
@@ -214,14 +215,14 @@ TEST_F(generation, no_frame_sees_an_old_store_again)
 TEST_F(generation, after_a_sweep_the_rule_of_a_remembered_outcome_is_marked)
 {
     frame first, second;
-    const steps sweeps = {[] {
-                              const gpon::bh_lock lock(gpon_hash_lock);
-                              gpon_hash_delete_aging_node();
-                          },
-                          [] {
-                              const gpon::bh_lock lock(gpon_hash_lock);
-                              gpon_hash_delete_aging_node();
-                          }};
+    const access_list sweeps = {[] {
+                                    const gpon::bh_lock lock(gpon_hash_lock);
+                                    gpon_hash_delete_aging_node();
+                                },
+                                [] {
+                                    const gpon::bh_lock lock(gpon_hash_lock);
+                                    gpon_hash_delete_aging_node();
+                                }};
     const u64 orders = explorer([&] { begin(0); }, {of_frame(first), of_frame(second), sweeps},
                                 [&] { expect_exact(); })
                            .run();
@@ -231,7 +232,7 @@ TEST_F(generation, after_a_sweep_the_rule_of_a_remembered_outcome_is_marked)
 TEST_F(generation, what_is_remembered_is_what_the_rule_says_now)
 {
     frame first, second;
-    const steps others = {
+    const access_list others = {
         [] { learn(2, gpon::ANY_STORE); },
         [] { gpon_hash_delete_node_safe(gpon_hash_calc_key(KEY, sizeof(KEY)), 0); },
         [] { learn(3, gpon::ANY_STORE); }};
@@ -263,12 +264,12 @@ TEST_F(generation, no_rule_outlives_the_store_it_was_walked_in)
 {
     u64 stores[2] = {};
     u16 walked[2] = {};
-    const auto of_walk = [&](int i) -> steps {
+    const auto of_walk = [&](int i) -> access_list {
         return {[&, i] { stores[i] = gpon::current_store(); }, [&, i] { walked[i] = store; },
                 [&, i] { learn(walked[i], stores[i]); }};
     };
-    const steps command = {[&] { change.emplace(); }, [] { gpon_hash_clean_all_safe(); },
-                           [&] { ++store; }, [&] { change.reset(); }};
+    const access_list command = {[&] { change.emplace(); }, [] { gpon_hash_clean_all_safe(); },
+                                 [&] { ++store; }, [&] { change.reset(); }};
     const u64 orders = explorer([&] { begin(7); }, {of_walk(0), of_walk(1), command},
                                 [&] {
                                     gpon_rule_trace trace = {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/support/loaded_module.h"
+#include "tests/support/vlan_tag.h"
 
 #include <random>
 
@@ -8,16 +9,12 @@
 namespace {
 
 using bytes = std::vector<u8>;
+using gpon::test::vlan_tag;
 
-struct tag {
-    u16 tpid;
-    u16 tci;
-};
-
-bytes frame_with(std::initializer_list<tag> tags, bytes rest = {0x08, 0x00, 0x45, 0x00})
+bytes frame_with(std::initializer_list<vlan_tag> tags, bytes rest = {0x08, 0x00, 0x45, 0x00})
 {
     bytes f = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    for (const tag& t : tags)
+    for (const vlan_tag& t : tags)
         f.insert(f.end(), {static_cast<u8>(t.tpid >> 8), static_cast<u8>(t.tpid),
                            static_cast<u8>(t.tci >> 8), static_cast<u8>(t.tci)});
     f.insert(f.end(), rest.begin(), rest.end());

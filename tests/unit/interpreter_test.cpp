@@ -25,22 +25,22 @@ struct row {
     const char* help;
 };
 
-const std::vector<row> TOP = {{"set", 1, "gpon flow module set action"},
-                              {"show", 1, "gpon flow module show action"},
-                              {"clean", 1, "gpon flow module clean action"},
-                              {"help", 0, HELP}};
-const std::vector<row> SET = {{"enable", 1, "Set gpon flow enable"},
-                              {"debug_level", 1, "Set gpon flow debug level"},
-                              {"trace", 1, "Set trace cfg"},
-                              {"help", 0, HELP}};
-const std::vector<row> SHOW = {
+const std::vector<row> TOP_WORDS = {{"set", 1, "gpon flow module set action"},
+                                    {"show", 1, "gpon flow module show action"},
+                                    {"clean", 1, "gpon flow module clean action"},
+                                    {"help", 0, HELP}};
+const std::vector<row> SET_WORDS = {{"enable", 1, "Set gpon flow enable"},
+                                    {"debug_level", 1, "Set gpon flow debug level"},
+                                    {"trace", 1, "Set trace cfg"},
+                                    {"help", 0, HELP}};
+const std::vector<row> SHOW_WORDS = {
     {"en_flag", 0, "Show gpon flow enable flag"},
     {"raw_data", 0,
      "show raw data;no arg dump all;one arg classID(%d),dump this class all; arg1 "
      "classID(%d),arg2 instID(%x),dump one inst info"},
     {"flow_rule", 0, "show flow rule"},
     {"help", 0, HELP}};
-const std::vector<row> CLEAN = {
+const std::vector<row> CLEAN_WORDS = {
     {"raw_data", 0,
      "clean raw data;no arg clean all; arg1 classID(%d),arg2 instID(%x),clean one inst info"},
     {"flow_rule", 2, "clean flow rule skbIndex TraceIndex, 0 means all"},
@@ -82,8 +82,8 @@ protected:
 TEST_F(interpreter, tables_have_their_rows_in_order_and_an_empty_one_at_the_end)
 {
     const std::pair<const gpon_dbg_cmd*, const std::vector<row>*> tables[] = {
-        {gpon_dbg_cmd_table, &TOP},     {gpon_dbg_set_table, &SET},
-        {gpon_dbg_show_table, &SHOW},   {gpon_dbg_clean_table, &CLEAN},
+        {gpon_dbg_cmd_table, &TOP_WORDS},   {gpon_dbg_set_table, &SET_WORDS},
+        {gpon_dbg_show_table, &SHOW_WORDS}, {gpon_dbg_clean_table, &CLEAN_WORDS},
         {gpon_dbg_trace_table, &TRACE},
     };
     for (const auto& [table, rows] : tables) {
@@ -104,16 +104,16 @@ TEST_F(interpreter, tables_have_their_rows_in_order_and_an_empty_one_at_the_end)
 TEST_F(interpreter, lists_a_table_for_help_no_word_and_unknown_words)
 {
     for (const char* word : {"help", "x", "sets", "Set", "-"}) {
-        EXPECT_THAT(run({word}), ElementsAreArray(usage_of(TOP))) << word;
-        EXPECT_THAT(run({"set", word}), ElementsAreArray(usage_of(SET))) << word;
-        EXPECT_THAT(run({"show", word}), ElementsAreArray(usage_of(SHOW))) << word;
-        EXPECT_THAT(run({"clean", word}), ElementsAreArray(usage_of(CLEAN))) << word;
+        EXPECT_THAT(run({word}), ElementsAreArray(usage_of(TOP_WORDS))) << word;
+        EXPECT_THAT(run({"set", word}), ElementsAreArray(usage_of(SET_WORDS))) << word;
+        EXPECT_THAT(run({"show", word}), ElementsAreArray(usage_of(SHOW_WORDS))) << word;
+        EXPECT_THAT(run({"clean", word}), ElementsAreArray(usage_of(CLEAN_WORDS))) << word;
         EXPECT_THAT(run({"set", "trace", word}), ElementsAreArray(usage_of(TRACE))) << word;
     }
-    EXPECT_THAT(run({}), ElementsAreArray(usage_of(TOP)));
-    EXPECT_THAT(run({"set"}), ElementsAreArray(usage_of(SET)));
-    EXPECT_THAT(run({"show"}), ElementsAreArray(usage_of(SHOW)));
-    EXPECT_THAT(run({"clean"}), ElementsAreArray(usage_of(CLEAN)));
+    EXPECT_THAT(run({}), ElementsAreArray(usage_of(TOP_WORDS)));
+    EXPECT_THAT(run({"set"}), ElementsAreArray(usage_of(SET_WORDS)));
+    EXPECT_THAT(run({"show"}), ElementsAreArray(usage_of(SHOW_WORDS)));
+    EXPECT_THAT(run({"clean"}), ElementsAreArray(usage_of(CLEAN_WORDS)));
     EXPECT_THAT(run({"set", "trace"}), ElementsAreArray(usage_of(TRACE)));
 }
 
@@ -121,7 +121,7 @@ TEST_F(interpreter, a_count_of_minus_1_without_words_lists_the_first_table)
 {
     const char* const none[2] = {};
     EXPECT_EQ(gpon_dbg_parsing_cmd(static_cast<u32>(-1), none), 0u);
-    EXPECT_THAT(log_lines(), ElementsAreArray(usage_of(TOP)));
+    EXPECT_THAT(log_lines(), ElementsAreArray(usage_of(TOP_WORDS)));
 }
 
 TEST_F(interpreter, ignores_the_count_of_words)

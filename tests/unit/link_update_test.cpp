@@ -15,9 +15,9 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
-constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
-constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+using gpon::test::CREATE;
+using gpon::test::DELETE;
+using gpon::test::SET;
 
 class link_report : public loaded_module {
 protected:

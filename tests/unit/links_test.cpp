@@ -7,9 +7,9 @@ using gpon::test::recorded;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
-constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
-constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+using gpon::test::CREATE;
+using gpon::test::DELETE;
+using gpon::test::SET;
 
 // A table of two relations, room for three and for one.
 const gpon_me_related_info table[] = {{47, "ports", nullptr, 3}, {84, "filter", nullptr, 1}, {}};

@@ -39,7 +39,7 @@ std::vector<u8> key_of(u16 direction, size_t tags, u8 last_of_dst = 1, u16 port 
     return key;
 }
 
-gpon_rule_trace steps(size_t count)
+gpon_rule_trace steps_of(size_t count)
 {
     gpon_rule_trace trace = {};
     for (size_t i = 0; i < count; ++i)
@@ -89,7 +89,7 @@ TEST_F(rule_dump, of_an_empty_table_has_banner_counters_and_one_line)
 
 TEST_F(rule_dump, of_one_rule_has_its_bucket_its_row_and_its_steps)
 {
-    learn(key_of(UP_ANI, 0), steps(2));
+    learn(key_of(UP_ANI, 0), steps_of(2));
     char bucket[64];
     std::snprintf(bucket, sizeof(bucket), "|** hash_val = %#x **|** node_num =1 **|",
                   used_bucket().hash_val);
@@ -143,7 +143,7 @@ TEST_F(rule_dump, shows_ten_steps_and_ends_before_the_first_empty_one)
     std::string all = "| Trace:CLASS(INST)";
     for (size_t n = 0; n <= 10; ++n) {
         gpon_hash_clean_all_safe();
-        gpon_rule_trace trace = steps(n);
+        gpon_rule_trace trace = steps_of(n);
         if (n < 9)
             trace.step[n + 1] = {99, 99}; // behind the empty step
         learn(key_of(UP_UNI, 0), trace);
@@ -188,7 +188,7 @@ TEST_F(rule_dump, repeats_the_header_for_each_rule_of_a_bucket)
 TEST_F(rule_dump, of_a_rule_without_key_shows_zeros_and_not_the_rule_before)
 {
     deliberately_broken = true;
-    learn(key_of(UP_ANI, 2, 1), steps(1));
+    learn(key_of(UP_ANI, 2, 1), steps_of(1));
     gpon_flow_rule* const rule = gpon::rule_of(used_bucket().first);
     kfree(rule->key);
     rule->key = nullptr;
@@ -264,7 +264,7 @@ TEST_F(rule_dump, does_not_count_as_use)
 
 TEST_F(rule_dump, asks_for_no_memory)
 {
-    learn(key_of(UP_ANI, 4), steps(10));
+    learn(key_of(UP_ANI, 4), steps_of(10));
     const uint64_t before = gpon::host::memory().allocations;
     dump();
     EXPECT_EQ(gpon::host::memory().allocations, before);

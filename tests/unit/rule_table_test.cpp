@@ -15,12 +15,12 @@
 
 namespace {
 
-using key = std::array<u8, GPON_RULE_KEY_BUFFER>;
+using rule_key = std::array<u8, GPON_RULE_KEY_BUFFER>;
 
 // Keys with a number in their source MAC.
-key key_of(u32 number)
+rule_key key_of(u32 number)
 {
-    key k = {};
+    rule_key k = {};
     std::memcpy(k.data() + 6, &number, sizeof(number));
     k[14] = UP_UNI;
     return k;
@@ -56,14 +56,14 @@ u32 plain_hash(const u8* bytes, u16 length)
 
 class rule_table : public loaded_module {
 protected:
-    i32 add(const key& k, u16 number = 1, u16 length = 16)
+    i32 add(const rule_key& k, u16 number = 1, u16 length = 16)
     {
         const gpon_rule_trace trace = trace_of(number);
         return gpon_hash_add_node_safe(k.data(), length, &trace);
     }
 
     // Instance id of the first step, or nothing when the key is not there.
-    std::optional<u16> find(const key& k, u16 length = 16)
+    std::optional<u16> find(const rule_key& k, u16 length = 16)
     {
         gpon_rule_trace trace = {};
         if (gpon_hash_get_rule_safe(k.data(), length, &trace) != 0)
@@ -71,20 +71,20 @@ protected:
         return trace.step[0].instId;
     }
 
-    u32 bucket_of(const key& k, u16 length = 16)
+    u32 bucket_of(const rule_key& k, u16 length = 16)
     {
         return gpon_hash_calc_key(k.data(), length) & (table().table_size - 1);
     }
 
     // The first key from a number on that falls into a free bucket, or into a given one.
-    key free_key(u32& number)
+    rule_key free_key(u32& number)
     {
         for (;; ++number)
             if (!table().buckets[bucket_of(key_of(number))].first)
                 return key_of(number++);
     }
 
-    key key_in_bucket(u32 bucket)
+    rule_key key_in_bucket(u32 bucket)
     {
         u32 number = 1u << 22;
         while (bucket_of(key_of(number)) != bucket)
@@ -92,7 +92,7 @@ protected:
         return key_of(number);
     }
 
-    key colliding_key(const key& with)
+    rule_key colliding_key(const rule_key& with)
     {
         for (u32 number = 1u << 20;; ++number)
             if (key_of(number) != with && bucket_of(key_of(number)) == bucket_of(with))
@@ -100,14 +100,14 @@ protected:
     }
 
     // Two keys that share a bucket and differ in one byte.
-    std::pair<key, key> keys_apart(u16 length, u16 byte)
+    std::pair<rule_key, rule_key> keys_apart(u16 length, u16 byte)
     {
         for (;;) {
-            key one;
+            rule_key one;
             for (u8& each : one)
                 each = static_cast<u8>(random_());
             for (u8 difference = 1; difference != 0; ++difference) {
-                key other = one;
+                rule_key other = one;
                 other[byte] = static_cast<u8>(other[byte] ^ difference);
                 if (bucket_of(one, length) == bucket_of(other, length))
                     return {one, other};
@@ -151,7 +151,7 @@ TEST_F(rule_table, hash_is_the_mixed_crc_for_every_length)
     std::mt19937 random(1);
     for (u16 length = 0; length <= 33; ++length)
         for (int round = 0; round < 50; ++round) {
-            key k;
+            rule_key k;
             for (u8& byte : k)
                 byte = static_cast<u8>(random());
             EXPECT_EQ(gpon_hash_calc_key(k.data(), length), plain_hash(k.data(), length));
@@ -176,10 +176,10 @@ TEST_F(rule_table, hash_does_not_depend_on_the_address_of_the_key)
 TEST_F(rule_table, hash_of_nothing_is_zero)
 {
     EXPECT_EQ(gpon_hash_calc_key(nullptr, 16), 0u);
-    EXPECT_EQ(gpon_hash_calc_key(key().data(), 0), 0u);
-    EXPECT_EQ(add(key(), 7, 0), 0);
+    EXPECT_EQ(gpon_hash_calc_key(rule_key().data(), 0), 0u);
+    EXPECT_EQ(add(rule_key(), 7, 0), 0);
     EXPECT_NE(table().buckets[0].first, nullptr);
-    EXPECT_EQ(find(key(), 0), 7);
+    EXPECT_EQ(find(rule_key(), 0), 7);
 }
 
 TEST_F(rule_table, the_49th_rule_doubles_the_table_before_it_is_stored)
@@ -187,7 +187,7 @@ TEST_F(rule_table, the_49th_rule_doubles_the_table_before_it_is_stored)
     fill(48);
     EXPECT_EQ(table().table_size, 64u);
     u32 number = 1u << 24;
-    const key last = free_key(number);
+    const rule_key last = free_key(number);
     EXPECT_EQ(add(last), 0);
     EXPECT_EQ(table().table_size, 128u);
     EXPECT_EQ(table().threshold, 96u);
@@ -197,8 +197,8 @@ TEST_F(rule_table, the_49th_rule_doubles_the_table_before_it_is_stored)
 
 TEST_F(rule_table, growth_keeps_the_rules_of_the_first_and_the_last_bucket)
 {
-    const key first = key_in_bucket(0);
-    const key last = key_in_bucket(63);
+    const rule_key first = key_in_bucket(0);
+    const rule_key last = key_in_bucket(63);
     EXPECT_EQ(add(first), 0);
     EXPECT_EQ(add(last), 0);
     fill(48);
@@ -213,10 +213,10 @@ TEST_F(rule_table, rules_that_collide_in_the_larger_table_are_dropped)
 {
     fill(47);
     u32 number = 1u << 22;
-    const key first = free_key(number);
+    const rule_key first = free_key(number);
     ASSERT_EQ(add(first, 5), 0);
     // No add makes a chain of two, so the second rule is put before the first by hand.
-    key second = key_of(++number);
+    rule_key second = key_of(++number);
     while ((gpon_hash_calc_key(second.data(), 16) & 127) !=
            (gpon_hash_calc_key(first.data(), 16) & 127))
         second = key_of(++number);
@@ -262,7 +262,7 @@ TEST_F(rule_table, at_the_ceiling_an_add_deletes_rules_unused_since_the_last_swe
         ASSERT_EQ(add(free_key(number)), 0);
     EXPECT_EQ(add(free_key(number)), 0); // takes the marks off
     EXPECT_EQ(table().total_num, 769u);
-    const key used = key_of(number - 1);
+    const rule_key used = key_of(number - 1);
     EXPECT_TRUE(find(used));
     EXPECT_EQ(add(free_key(number)), 0); // deletes all without a mark
     EXPECT_TRUE(find(used));
@@ -272,9 +272,9 @@ TEST_F(rule_table, at_the_ceiling_an_add_deletes_rules_unused_since_the_last_swe
 
 TEST_F(rule_table, a_key_whose_bucket_holds_another_is_dropped_without_an_error)
 {
-    const key first = key_of(1);
+    const rule_key first = key_of(1);
     EXPECT_EQ(add(first, 5), 0);
-    const key second = colliding_key(first);
+    const rule_key second = colliding_key(first);
     EXPECT_EQ(add(second, 6), 0);
     EXPECT_EQ(table().total_num, 1u);
     EXPECT_FALSE(find(second));
@@ -293,9 +293,9 @@ TEST_F(rule_table, an_existing_key_takes_the_new_trace_and_counts_as_used)
 
 TEST_F(rule_table, a_look_up_compares_the_length)
 {
-    EXPECT_EQ(add(key(), 5, 16), 0);
-    EXPECT_FALSE(find(key(), 20));
-    EXPECT_FALSE(find(key(), 12));
+    EXPECT_EQ(add(rule_key(), 5, 16), 0);
+    EXPECT_FALSE(find(rule_key(), 20));
+    EXPECT_FALSE(find(rule_key(), 12));
 }
 
 TEST_F(rule_table, keys_that_differ_in_one_byte_are_two_keys)
@@ -325,14 +325,14 @@ TEST_F(rule_table, deletion_empties_the_bucket_for_index_zero_only)
 
 TEST_F(rule_table, the_hash_of_an_emptied_bucket_stays_until_the_next_rule)
 {
-    const key first = key_of(1);
+    const rule_key first = key_of(1);
     add(first);
     const gpon_hash_bucket& bucket = table().buckets[bucket_of(first)];
     const u32 hash = gpon_hash_calc_key(first.data(), 16);
     gpon_hash_clean_all_safe();
     EXPECT_EQ(bucket.hash_val, hash);
     EXPECT_EQ(bucket.node_num, 0);
-    const key second = colliding_key(first);
+    const rule_key second = colliding_key(first);
     add(second);
     EXPECT_EQ(bucket.hash_val, gpon_hash_calc_key(second.data(), 16));
 }
@@ -353,9 +353,9 @@ TEST_F(rule_table, null_arguments_are_reported)
     gpon_rule_trace trace = {};
     gponDebugLevel = 1;
     EXPECT_EQ(gpon_hash_add_node_safe(nullptr, 16, &trace), -1);
-    EXPECT_EQ(gpon_hash_add_node_safe(key().data(), 16, nullptr), -1);
+    EXPECT_EQ(gpon_hash_add_node_safe(rule_key().data(), 16, nullptr), -1);
     EXPECT_EQ(gpon_hash_get_rule_safe(nullptr, 16, &trace), -1);
-    EXPECT_EQ(gpon_hash_get_rule_safe(key().data(), 16, nullptr), -1);
+    EXPECT_EQ(gpon_hash_get_rule_safe(rule_key().data(), 16, nullptr), -1);
     const std::string add = "***ERROR***[gpon_hash_add_node][0] end, Parameter is NULL";
     const std::string get = "***ERROR***[gpon_hash_get_rule_safe][0] end, Parameter is NULL";
     EXPECT_THAT(log_lines(), testing::ElementsAre(add, add, get, get));
@@ -418,7 +418,7 @@ TEST_F(rule_table, every_failed_allocation_of_an_add_loses_that_rule_only)
 {
     add(key_of(1), 5);
     u32 number = 100;
-    const key k = free_key(number);
+    const rule_key k = free_key(number);
     gponDebugLevel = 1;
     for (u64 nth = 1; nth <= 3; ++nth) {
         gpon::host::arm_fault(gpon::host::fault::alloc, nth);

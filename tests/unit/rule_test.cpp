@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The key of a frame's rule, and storing and reading its steps.
 #include "tests/support/loaded_module.h"
+#include "tests/support/vlan_tag.h"
 
 #include <array>
 #include <cstring>
@@ -11,17 +12,13 @@
 namespace {
 
 using bytes = std::vector<u8>;
-
-struct tag {
-    u16 tpid;
-    u16 tci;
-};
+using gpon::test::vlan_tag;
 
 // TCIs differ in both bytes, so none can be taken for another.
-const std::vector<tag> TAGS = {{0x8100, 0x2064}, {0x88a8, 0x40c8}, {0x9100, 0x612c},
-                               {0x8100, 0x8190}, {0x88a8, 0xa1f4}, {0x8100, 0xc258}};
+const std::vector<vlan_tag> TAGS = {{0x8100, 0x2064}, {0x88a8, 0x40c8}, {0x9100, 0x612c},
+                                    {0x8100, 0x8190}, {0x88a8, 0xa1f4}, {0x8100, 0xc258}};
 
-std::vector<tag> first_tags(size_t count)
+std::vector<vlan_tag> first_tags(size_t count)
 {
     return {TAGS.begin(), TAGS.begin() + static_cast<std::ptrdiff_t>(count)};
 }
@@ -29,10 +26,10 @@ std::vector<tag> first_tags(size_t count)
 class rule : public loaded_module {
 protected:
     // Good until the next call.
-    sk_buff packet(const std::vector<tag>& tags)
+    sk_buff packet(const std::vector<vlan_tag>& tags)
     {
         frame = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-        for (const tag& t : tags)
+        for (const vlan_tag& t : tags)
             frame.insert(frame.end(), {static_cast<u8>(t.tpid >> 8), static_cast<u8>(t.tpid),
                                        static_cast<u8>(t.tci >> 8), static_cast<u8>(t.tci)});
         frame.insert(frame.end(), {0x08, 0x00, 0x45, 0x00});
@@ -44,7 +41,7 @@ protected:
     }
 
     // The whole buffer of a key: nothing may be written behind the length.
-    bytes key_of(const std::vector<tag>& tags, u16 fwd_flag, u16& length)
+    bytes key_of(const std::vector<vlan_tag>& tags, u16 fwd_flag, u16& length)
     {
         const sk_buff skb = packet(tags);
         gpon_pkt_info info;
@@ -86,7 +83,7 @@ TEST_F(rule, the_key_has_the_addresses_the_direction_and_up_to_four_tags)
     for (size_t tags = 0; tags <= TAGS.size(); ++tags) {
         const size_t held = std::min<size_t>(tags, 4);
         std::vector<u16> words = {0, DOWN_ANI}; // no rule knows its port
-        for (const tag& t : first_tags(held))
+        for (const vlan_tag& t : first_tags(held))
             words.insert(words.end(), {t.tpid, t.tci});
         bytes wanted = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
         wanted.resize(GPON_RULE_KEY_BUFFER);
@@ -101,7 +98,7 @@ TEST_F(rule, frames_that_differ_in_one_tag_have_a_rule_each)
 {
     for (size_t tags = 1; tags <= 4; ++tags)
         for (size_t changed = 0; changed < tags; ++changed) {
-            std::vector<tag> other = first_tags(tags);
+            std::vector<vlan_tag> other = first_tags(tags);
             other[changed].tci ^= 1;
             EXPECT_EQ(learn(packet(first_tags(tags)), UP_UNI, 5), 0);
             EXPECT_EQ(learnt(packet(first_tags(tags)), UP_UNI), 5);

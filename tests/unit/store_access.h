@@ -13,6 +13,10 @@
 
 namespace gpon::test {
 
+inline constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
+inline constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
+inline constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+
 /* Ids in list order, read along the next links. Fails the test when the back links, or the used
  * entries of a related-id array, are not as readers and writers rely on. */
 inline std::vector<u16> ids_of(const list_head& head)

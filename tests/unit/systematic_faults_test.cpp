@@ -14,9 +14,9 @@ namespace {
 
 using gpon::host::fault;
 
-constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
-constexpr u8 SET = ZR_OMCI_MSG_TYPE_SET;
-constexpr u8 DELETE = ZR_OMCI_MSG_TYPE_DELETE;
+using gpon::test::CREATE;
+using gpon::test::DELETE;
+using gpon::test::SET;
 
 // Calls of one fault kind that an operation can have; more would mean that it never ends.
 constexpr uint64_t MANY = 2000;

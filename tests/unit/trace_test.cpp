@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tests/support/loaded_module.h"
+#include "tests/support/vlan_tag.h"
 
 #include "debug/trace.h"
 
@@ -11,18 +12,14 @@ namespace {
 
 using testing::ElementsAre;
 using bytes = std::vector<u8>;
+using gpon::test::vlan_tag;
 
 constexpr std::array<u8, 6> OUR_DST = {2, 0, 0, 0, 0, 1};
 constexpr std::array<u8, 6> OUR_SRC = {2, 0, 0, 0, 0, 2};
 constexpr u16 OUTER = 0x2064, INNER = 0x00c8;
 
-struct tag {
-    u16 tpid;
-    u16 tci;
-};
-
 bytes frame_of(const std::array<u8, 6>& dst, const std::array<u8, 6>& src,
-               const std::vector<tag>& tags)
+               const std::vector<vlan_tag>& tags)
 {
     bytes frame(dst.begin(), dst.end());
     frame.insert(frame.end(), src.begin(), src.end());
@@ -30,7 +27,7 @@ bytes frame_of(const std::array<u8, 6>& dst, const std::array<u8, 6>& src,
         frame.push_back(static_cast<u8>(value >> 8));
         frame.push_back(static_cast<u8>(value));
     };
-    for (const tag& t : tags) {
+    for (const vlan_tag& t : tags) {
         put(t.tpid);
         put(t.tci);
     }
@@ -70,7 +67,7 @@ protected:
 TEST_F(trace_filter, every_combination_of_fields_against_every_kind_of_frame)
 {
     const std::array<u8, 6> other = {2, 0, 0, 0, 0, 9};
-    const std::vector<std::vector<tag>> taggings = {
+    const std::vector<std::vector<vlan_tag>> taggings = {
         {},
         {{0x8100, OUTER}},
         {{0x9100, INNER}},
@@ -83,7 +80,7 @@ TEST_F(trace_filter, every_combination_of_fields_against_every_kind_of_frame)
         {{0x8100, OUTER}, {0x9200, INNER}},
         {{0x8100, OUTER}, {0x88a8, INNER}, {0x8100, 7}},
     };
-    const auto is_tag = [](const std::vector<tag>& tags, size_t at, u16 tci) {
+    const auto is_tag = [](const std::vector<vlan_tag>& tags, size_t at, u16 tci) {
         return at < tags.size() && tags[at].tci == tci &&
                (tags[at].tpid == 0x8100 || tags[at].tpid == 0x9100 || tags[at].tpid == 0x88a8);
     };
