@@ -10,11 +10,31 @@ GPON_JOBS=${GPON_JOBS:-$(nproc)}
 # Prefix of the commands that build and test; the built programs inherit it.
 GPON_THROUGH=()
 
-# The release configuration and its subset "tool" share the build folder itself, each other one uses
-# a subfolder of its name.
+# What builds from nothing compiles several sources at once, which takes half the processor time. Other
+# commands, as ./run build, compile one source at a time, for those who edit.
+compile_together() {
+    export GPON_COMPILE_TOGETHER=1
+}
+
+# PRESET: further words for cmake. A folder keeps the option that it was configured with, because
+# another one would compile everything again. The configurations for clang compile each source
+# separately: they show that it includes what it uses.
+fresh_options() {
+    case $1 in
+    clang | fuzz) ;;
+    *)
+        if [ -n "${GPON_COMPILE_TOGETHER:-}" ] && [ ! -f "$(preset_dir "$1")/build.ninja" ]; then
+            echo -DGPON_UNITY_ALL=ON
+        fi
+        ;;
+    esac
+}
+
+# The release configuration, its subset "tool" and its superset "bench" share the build folder itself,
+# each other one uses a subfolder of its name.
 preset_dir() {
     case $1 in
-    release | tool) echo "$GPON_BUILD_DIR" ;;
+    release | tool | bench) echo "$GPON_BUILD_DIR" ;;
     *) echo "$GPON_BUILD_DIR/$1" ;;
     esac
 }
@@ -28,7 +48,7 @@ need_for() {
         release) groups+=(cross) ;;
         clang | fuzz) groups+=(clang) ;;
         coverage) groups+=(coverage) ;;
-        bench) groups+=(bench) ;;
+        bench) groups+=(cross bench) ;;
         esac
     done
     need "${groups[@]}"
@@ -42,13 +62,15 @@ build_preset() {
 }
 
 build_locked() {
-    local dir target targets=()
+    local dir target options targets=()
     need_for "$1" || return 1
     dir=$(preset_dir "$1")
     for target in "${@:2}"; do
         targets+=(--target "$target")
     done
+    options=$(fresh_options "$1")
     # A folder that is configured for release has the tool among its targets.
-    { [ "$1" = tool ] && [ -f "$dir/build.ninja" ]; } || cmake --preset "$1" -B "$dir" || return 1
+    { [ "$1" = tool ] && [ -f "$dir/build.ninja" ]; } ||
+        cmake --preset "$1" -B "$dir" ${options:+"$options"} || return 1
     "${GPON_THROUGH[@]}" cmake --build "$dir" --parallel "$GPON_JOBS" "${targets[@]}" -- -k 0 9>&-
 }

@@ -39,7 +39,7 @@ done
 export PKG_CONFIG_LIBDIR=$root/$libraries/pkgconfig:$root/usr/share/pkgconfig
 export PKG_CONFIG_SYSROOT_DIR=$root
 cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 -DGPON_WERROR=OFF \
-    -DGPON_UNITY_LIBRARIES=ON \
+    -DGPON_UNITY_ALL=ON \
     -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
     -DCMAKE_C_COMPILER="${prefix}gcc" -DCMAKE_CXX_COMPILER="${prefix}g++" \
     -DCMAKE_FIND_ROOT_PATH="$root" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \

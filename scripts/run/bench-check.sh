@@ -22,17 +22,17 @@ for word in "$@"; do
     esac
 done
 
-dir=$(preset_dir bench)
+counts=$GPON_BUILD_DIR/bench/instructions.json
 # DPDK's table is not counted.
 need bench
 step bench build_preset bench gpon_loops
-step count bash scripts/count-instructions.sh "$dir/bin/gpon_loops" "$dir/instructions.json"
+step count bash scripts/count-instructions.sh "$(preset_dir bench)/bin/gpon_loops" "$counts"
 
 if [ -n "$update" ]; then
-    cp "$dir/instructions.json" bench/baseline.json
+    cp "$counts" bench/baseline.json
     echo "bench/baseline.json: $(jq '.loops | length' bench/baseline.json) loops"
 else
-    python3 scripts/compare-instructions.py bench/baseline.json "$dir/instructions.json"
+    python3 scripts/compare-instructions.py bench/baseline.json "$counts"
 fi
 if [ -n "$guest" ]; then
     bash scripts/run/bench-kernel.sh arm64 x86_64 ${update:+--update} --check

@@ -25,18 +25,18 @@ if ! [[ $rounds =~ ^[1-9][0-9]*$ ]]; then
     exit 2
 fi
 
-dir=$(preset_dir bench)
+figures=$GPON_BUILD_DIR/bench/ratios.json
 # Standard output is for the ratios.
 build_benchmarks gpon_ratios >&2
 measure() {
-    "$dir/bin/gpon_ratios" "$rounds" >"$dir/ratios.json"
+    "$(preset_dir bench)/bin/gpon_ratios" "$rounds" >"$figures"
 }
 step ratios measure >&2
 guests=("$GPON_BUILD_DIR"/bench/guest-{arm64,x86_64}.json)
 if ! [ -f "${guests[0]}" ]; then
     bash scripts/run/bench-kernel.sh >&2 || echo "bench-kernel failed: no frame-vs-*" >&2
 fi
-figures=("$dir/ratios.json")
+figures=("$figures")
 for guest in "${guests[@]}"; do
     [ ! -f "$guest" ] || figures+=("$guest")
 done

@@ -26,7 +26,7 @@ if ! [[ $seconds =~ ^[0-9]+(\.[0-9]+)?$ ]]; then
 fi
 
 build_benchmarks gpon_bench
-json=$(preset_dir bench)/bench.json
+json=$GPON_BUILD_DIR/bench/bench.json
 step run "$(preset_dir bench)/bin/gpon_bench" --benchmark_filter="$filter" \
     --benchmark_min_time="$seconds" --benchmark_out="$json.new" --benchmark_out_format=json
 if [ ! -s "$json.new" ] || [ "$(jq '.benchmarks | length' "$json.new")" = 0 ]; then

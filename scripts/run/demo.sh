@@ -3,6 +3,7 @@
 set -eu
 . scripts/build.sh
 
+compile_together
 need build
 step build build_preset tool gponflow
 echo

@@ -5,7 +5,7 @@ set -eu
 . scripts/bench.sh
 
 need bench
-host=$(preset_dir bench)/bench.json guest=$GPON_BUILD_DIR/bench/guest.json
+host=$GPON_BUILD_DIR/bench/bench.json guest=$GPON_BUILD_DIR/bench/guest.json
 for file in "$host:bench" "$guest:bench-kernel"; do
     if [ ! -f "${file%:*}" ]; then
         echo "run plots: there are no figures in ${file%:*}, ./run ${file##*:} measures them" >&2

@@ -94,7 +94,7 @@ groups_of_step() {
     asan | tsan) echo build test ;;
     clang | fuzz) echo build test clang ;;
     lint) echo build test clang format lint kernel ;;
-    bench) echo build test bench ;;
+    bench) echo build test cross bench ;;
     kernel) echo build cross kernel ;;
     bench-kernel) echo build cross kernel guest-bench ;;
     esac
@@ -129,6 +129,7 @@ run_side_by_side() {
     cat "$log"
 }
 
+compile_together
 if [ $# = 0 ]; then
     set -- "${all_steps[@]}"
 fi
