@@ -5,6 +5,14 @@ check=scripts/check-repo.sh
 # REUSE-IgnoreStart
 licence='// SPDX-License-Identifier: GPL-2.0-only'
 # REUSE-IgnoreEnd
+unmarked='Files: *
+License: GPL-2.0-only
+
+Files:
+ .reuse/dep5
+ LICENSE
+ docs/*.svg
+Copyright: none'
 
 commit_all() {
     git -C "$tree" init -q
@@ -22,6 +30,8 @@ fresh_tree
 file a.cpp <<<"$licence"
 file notes.md <<<"<!-- ${licence#// } --> about build/work/ folders"
 file LICENSE <<<'a line that ends in blanks  '
+file docs/a/b.svg <<<'<svg/>'
+file .reuse/dep5 <<<"$unmarked"
 passes "a clean tree (unpacked)" bash "$check" "$tree"
 commit_all
 passes "a clean tree" bash "$check" "$tree"
@@ -39,6 +49,11 @@ refused "a source without a licence" "without its licence"
 fresh_tree
 file a.md <<<'# Title'
 refused "a document without a licence" "without its licence"
+
+fresh_tree
+file .reuse/dep5 <<<"$unmarked"
+file src/a.svg <<<'<svg/>'
+refused "a picture that the list does not name" "src/a.svg"
 
 fresh_tree
 printf '%s\nint a; \n' "$licence" | file a.c

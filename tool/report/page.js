@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-only
 "use strict";
 // The page is complete without this script, which sorts, filters, searches, zooms and highlights.
 (() => {
