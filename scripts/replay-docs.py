@@ -9,9 +9,9 @@ shell runs all sessions of a document, in order, in a scratch folder with the sc
 and docs of the tree and GPONFLOW as gponflow. The output must be that of the document; only blanks
 at the end of a line do not count. --write puts the output of this run into the document.
 
-A session that cannot run here is marked ```console unplayed, and the line of text before it is
-"*Not replayed: WHY.*". A command outside of a session is an error, so that none goes stale, and so
-is a link to a missing file. A list of subcommands, with words behind each, is no command.
+A session that cannot run here is marked ```console untested, and the line of text before it is
+"*Not run by the tests: WHY.*". A command outside of a session is an error, so that none goes stale,
+and so is a link to a missing file. A list of subcommands, with words behind each, is no command.
 """
 
 import os
@@ -22,10 +22,11 @@ import sys
 import tempfile
 
 # A document that mostly cannot be replayed is no longer a tested one.
-MOST_UNPLAYED = 4
-KINDS = {"console", "console unplayed", "transcript", "text", "c"}
+MOST_UNTESTED = 4
+KINDS = {"console", "console untested", "transcript", "text", "c"}
 COMMAND = re.compile(r"(?: {4}|\t)(?:\$ |printf |echo |\./run \S+(?: \S+)*$|scripts/\S|"
                      r"(?:build/bin/)?gponflow )")
+REASON = re.compile(r"\*Not run by the tests: .+\.\*")
 LINK = re.compile(r"\]\(([^)#:]+)")
 MARK = "\036"
 
@@ -61,7 +62,7 @@ class Document:
 
     def read(self, lines):
         fence, start, block = None, 0, []
-        before, unplayed = "", 0
+        before, untested = "", 0
         for number, line in enumerate(lines, 1):
             if fence is not None:
                 if line != "```":
@@ -71,7 +72,7 @@ class Document:
                 fence, block = None, []
             elif line.startswith("```"):
                 fence, start = line[3:], number
-                unplayed += fence == "console unplayed"
+                untested += fence == "console untested"
                 self.check_fence(fence, number, before)
             elif COMMAND.match(line):
                 self.complain(number, "a command outside of a session")
@@ -82,14 +83,14 @@ class Document:
                 before = line
         if fence is not None:
             self.complain(start, "a block without an end")
-        if unplayed > MOST_UNPLAYED:
-            self.complain(1, f"{unplayed} sessions are not replayed")
+        if untested > MOST_UNTESTED:
+            self.complain(1, f"{untested} sessions are not tested")
 
     def check_fence(self, fence, number, before):
         if fence not in KINDS:
             self.complain(number, f"a block of the unknown kind '{fence}'")
-        if fence == "console unplayed" and not re.fullmatch(r"\*Not replayed: .+\.\*", before):
-            self.complain(number, "the line before it must be: *Not replayed: WHY.*")
+        if fence == "console untested" and not REASON.fullmatch(before):
+            self.complain(number, "the line before it must be: *Not run by the tests: WHY.*")
 
     def check_links(self, number, line):
         for link in LINK.findall(line):

@@ -36,13 +36,13 @@ fails "a document that is missing" "absent.md" python3 "$check" "$tree/tool" "$t
 printf 'See [it](good.md#part), [there](https://example.org) and [here](gone.md).\n' | file link.md
 fails "a link to nothing" "nothing: gone.md" python3 "$check" "$tree/tool" "$tree/link.md"
 
-unplayed() { printf '%s\n\n%sconsole unplayed\n$ reboot\n%s\n' "$1" "$fence" "$fence"; }
-unplayed '*Not replayed: it ends the machine.*' | file marked.md
+untested() { printf '%s\n\n%sconsole untested\n$ reboot\n%s\n' "$1" "$fence" "$fence"; }
+untested '*Not run by the tests: it ends the machine.*' | file marked.md
 passes "a session that says why it is not replayed" python3 "$check" "$tree/tool" "$tree/marked.md"
-unplayed 'Try it:' | file silent.md
-fails "one that does not say why" "Not replayed" python3 "$check" "$tree/tool" "$tree/silent.md"
-for _ in 1 2 3 4 5; do unplayed '*Not replayed: it ends the machine.*'; done | file many.md
-fails "many of them" "are not replayed" python3 "$check" "$tree/tool" "$tree/many.md"
+untested 'Try it:' | file silent.md
+fails "one that does not say why" "Not run by the tests" python3 "$check" "$tree/tool" "$tree/silent.md"
+for _ in 1 2 3 4 5; do untested '*Not run by the tests: it ends the machine.*'; done | file many.md
+fails "many of them" "are not tested" python3 "$check" "$tree/tool" "$tree/many.md"
 
 printf '$ gponflow new\ncalled old\n' | session stale.md
 passes "writing what is printed" python3 "$check" --write "$tree/tool" "$tree/stale.md"

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
- * The only file that depends on kernel versions: one name for each interface that changed its name
- * or form between 5.4 and 7.2. For the C glue of both modules; 5.4 compiles it as gnu89.
+ * The only file that depends on kernel versions: one name for each interface whose name or form
+ * differs between the supported kernels, Linux 5.4 or newer (docs/porting.md). For the C glue of both
+ * modules; 5.4 compiles it as gnu89.
  */
 #ifndef GPON_LINUX_COMPAT_H
 #define GPON_LINUX_COMPAT_H
