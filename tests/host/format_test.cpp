@@ -100,7 +100,7 @@ TEST(kernel_format, width_and_precision_from_arguments)
     EXPECT_EQ(text_of("[%.*s]", -1, "abc"), "[]"); // libc: abc
 }
 
-TEST(kernel_format, lengths)
+TEST(kernel_format, prints_every_length)
 {
     EXPECT_EQ(text_of("%hhx %hhu %hhd", 0x1ff, 0x1ff, 0x1ff), "ff 255 -1");
     EXPECT_EQ(text_of("%hx %hd", 0x1ffff, 0x1ffff), "ffff -1");
@@ -110,7 +110,7 @@ TEST(kernel_format, lengths)
     EXPECT_EQ(text_of("%lo", ULONG_MAX), "1777777777777777777777");
 }
 
-TEST(kernel_format, strings)
+TEST(kernel_format, prints_strings)
 {
     EXPECT_EQ(text_of("[%s]", "abc"), "[abc]");
     EXPECT_EQ(text_of("[%17s]", "DstMac(Hex)"), "[      DstMac(Hex)]");
@@ -131,7 +131,7 @@ TEST(kernel_format, a_precision_bounds_the_read_of_an_unterminated_string)
     EXPECT_EQ(text_of("%.3s", exact.data()), "xxx");
 }
 
-TEST(kernel_format, characters)
+TEST(kernel_format, prints_characters)
 {
     EXPECT_EQ(text_of("[%c]", 'A'), "[A]");
     EXPECT_EQ(text_of("[%3c]", 'A'), "[  A]");
@@ -139,7 +139,7 @@ TEST(kernel_format, characters)
     EXPECT_EQ(text_of("%c", 0), std::string(1, '\0'));
 }
 
-TEST(kernel_format, pointers)
+TEST(kernel_format, prints_pointers)
 {
     EXPECT_EQ(text_of("%p", reinterpret_cast<void*>(0xabcd)), "000000000000abcd");
     EXPECT_EQ(text_of("[%20p]", reinterpret_cast<void*>(0xabcd)), "[                abcd]");
