@@ -78,17 +78,5 @@ run_kcsan_tests() {
 
 # ARCH FLAVOUR: summary of the boots of a flavour.
 debug_summary() {
-    cat "$GPON_BUILD_DIR/logs/debug-$1-$2-"*.log | tr -d '\r' | awk -v what="$1 $2" '
-        $1 == "@@" && $2 == "end" { tests++ ; passed += $4 == "0" ; seconds += $5 }
-        $1 == "@@" && /detectors? fired/ { detectors += $3 }
-        $1 == "@@" && /failures injected/ { operations += $4 ; failures += $6 ; refused += $9 }
-        $1 == "@@" && /wrong answers/ { calls += $4 }
-        END {
-            printf "%s: %d of %d tests passed in %d s of guest time, %d detectors fired on purpose\n",
-                what, passed, tests, seconds, detectors
-            if (failures)
-                printf "%s: %d failures injected into %d operations, %d times refused\n", what,
-                    failures, operations, refused
-            printf "%s: %d calls in contention\n", what, calls
-        }'
+    cat "$GPON_BUILD_DIR/logs/debug-$1-$2-"*.log | python3 scripts/kernel/guest_log.py summary "$1 $2"
 }

@@ -18,6 +18,7 @@ import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), ".."))
 from figures import as_json, load, rounded  # noqa: E402 (found in the folder above)
+from guest_log import split_lines  # noqa: E402
 
 MOST_PERCENT = 3
 # The cases that the baseline guards.
@@ -71,8 +72,8 @@ def calls_by_path(counts):
 
 def record_of(arch, kernel, compiler, lines):
     """A figure that was not measured is None; "added" is what it costs more than the bridge."""
-    words = [line.replace("\r", "").split() for line in lines if line.startswith("@@ ")]
-    cases = Cases([line[2:] for line in words if line[1:2] == ["bench"]])
+    words = [(word, rest.split()) for word, rest in split_lines(lines)]
+    cases = Cases([rest for word, rest in words if word == "bench"])
     bridge = cases.by_flows("bridge")
     measured = {
         "vlan_filtering": cases.only("vlan_filtering"),
@@ -99,9 +100,9 @@ def record_of(arch, kernel, compiler, lines):
         "bridge": bridge.get("8"),
         "veth_bridge": cases.by_flows("veth_bridge").get("8"),
         **measured,
-        "gpon_flow_rules": {line[2]: int(line[3]) for line in words if line[1:2] == ["rules"]},
-        "gpon_flow_calls": {line[2]: calls_by_path(line[3:]) for line in words
-                            if line[1:2] == ["calls"]},
+        "gpon_flow_rules": {rest[0]: int(rest[1]) for word, rest in words if word == "rules"},
+        "gpon_flow_calls": {rest[0]: calls_by_path(rest[1:]) for word, rest in words
+                            if word == "calls"},
         "bridge_flows": bridge,
         "added": added,
         "spread_percent": cases.spread_percent(),

@@ -46,19 +46,7 @@ prepare_guest() {
 
 # LOG KERNEL: prints a line for each test, with its notes if it passed, otherwise with its output.
 show_guest_log() {
-    tr -d '\r' <"$1" | awk -v kernel="$2" '
-        $1 == "@@" && $2 == "begin" { kept = notes = "" ; next }
-        $1 == "@@" && $2 == "note" { sub(/^@@ note /, "") ; notes = notes "    " $0 "\n" ; next }
-        $1 == "@@" && $2 == "end" {
-            passed = $4 == "0"
-            printf "  %-14s %-32s %s %4d s\n%s", kernel, $3, passed ? "ok    " : "FAILED", $5, \
-                passed ? notes : kept notes
-            kept = ""
-            next
-        }
-        $1 == "@@" && $2 == "done" { exit }
-        { kept = kept $0 "\n" }
-        END { printf "%s", kept }'
+    python3 scripts/kernel/guest_log.py tests "$2" <"$1"
 }
 
 # LOG TEST...: whether each test started and passed, and the guest powered off.

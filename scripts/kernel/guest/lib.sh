@@ -33,7 +33,8 @@ without_foreign_races() {
 }
 
 # 5.4 walks the list of its probes without a lock when the first module is loaded, and reports it. The
-# report ends with the call trace, whose lines are indented. Few logs contain it, and awk is slow.
+# report ends with the call trace, whose lines are indented. Few logs contain it, and awk is slow. A
+# guest has no Python.
 without_known_reports() {
     if ! grep -q ' kprobes_module_callback+' "$1"; then
         cat "$1"
