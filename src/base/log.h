@@ -3,8 +3,8 @@
  * The module's messages in the kernel log.
  *
  * A levelled message is two prints, the level tag and then the text on the same line. Most texts
- * begin with the caller's name and line; these two come in by themselves when a text has exactly
- * two conversions more than arguments, and the compiler checks every text against its arguments.
+ * begin with the caller's name and line. The compiler supplies both if a text has exactly two
+ * conversions more than arguments, and checks every text against its arguments.
  *
  * For functions without a packet, gponDebugLevel alone decides. Functions with a packet also print
  * if the packet has the trace mark, or if a level bit of its flag word is set in gponDebugLevel;

@@ -55,8 +55,7 @@ i32 refused(i32 result)
     return result;
 }
 
-// Both brackets begin before the flush, so no walk that runs from here to the last change is
-// learnt.
+// The bracket begins before the flush, so a walk that runs meanwhile is not learnt.
 i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
 {
     const gpon::store_change change;

@@ -7,8 +7,8 @@
  * iterators: they take the previous result and return the next one. Each call starts its own scan.
  * Packet path, inside an RCU read section. skb serves the trace control of the messages.
  */
-#ifndef GPON_ME_RELATION_H
-#define GPON_ME_RELATION_H
+#ifndef GPON_ME_LINK_QUERIES_H
+#define GPON_ME_LINK_QUERIES_H
 
 #include "../base/log.h"
 #include "../include/me_class.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /* Related-id arrays: the instances of other classes that point at an instance. */
-#ifndef GPON_ME_RELATED_H
-#define GPON_ME_RELATED_H
+#ifndef GPON_ME_LINKS_H
+#define GPON_ME_LINKS_H
 
 #include "../base/atomics.h"
 #include "../base/memory.h"

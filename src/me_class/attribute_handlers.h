@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /* Common parts of the attribute handlers of all classes. Control path. */
-#ifndef GPON_ME_CLASS_ATTR_H
-#define GPON_ME_CLASS_ATTR_H
+#ifndef GPON_ME_CLASS_ATTRIBUTE_HANDLERS_H
+#define GPON_ME_CLASS_ATTRIBUTE_HANDLERS_H
 
 #include "../base/log.h"
 #include "../me/default_config.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /* Common parts of the forward functions of all classes. Packet path, inside an RCU read section. */
-#ifndef GPON_ME_CLASS_FORWARD_H
-#define GPON_ME_CLASS_FORWARD_H
+#ifndef GPON_ME_CLASS_FORWARD_STEP_H
+#define GPON_ME_CLASS_FORWARD_STEP_H
 
 #include "../base/log.h"
 #include "../base/memory.h"

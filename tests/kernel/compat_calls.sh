@@ -19,7 +19,7 @@ if ! has_32_bit_entry; then
     exit 0
 fi
 load_both
-compat_calls || fail "a wrong answer at the 32-bit entry"
+compat_calls || fail "a wrong result at the 32-bit entry"
 echo "show raw_data 45 2a" >/proc/gpon_flow/debug
 dmesg | grep -q '002a' || fail "the record of a 32-bit program made no instance"
 unload_both

@@ -9,7 +9,7 @@
 load_softonu unis=2
 insmod /modules/gpon_hasten.ko period=30000 instead=25
 load_gpon_flow
-contention "${contention_seconds:-15}" || fail "a wrong answer, or the way is lost"
+contention "${contention_seconds:-15}" || fail "a wrong result, or no path"
 echo "@@ the aging timer expired $(cat /sys/module/gpon_hasten/parameters/hastened) times early"
 [ "$(cat /sys/module/gpon_hasten/parameters/hastened)" -gt 50 ] || fail "the timer was not hastened"
 rmmod gpon_flow || fail "gpon_flow does not unload"

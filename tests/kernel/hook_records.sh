@@ -13,7 +13,7 @@ engine="id 59 priority 1 enable 1 gpon_flow_api_dispatch"
 load_both
 expect "records of a loaded module" "$engine" "$(cat $proc/hooks)"
 expect "a call of one record" "records=1 ret=2 result=0 gem=1025 queue=65535" "$(hook_call)"
-echo "default on" >$proc/hooks || fail "the platform's record does not come back"
+echo "default on" >$proc/hooks || fail "the platform's record is not registered again"
 expect "both records" "$own
 $engine" "$(cat $proc/hooks)"
 echo "default on" >$proc/hooks && fail "the platform's record is there twice"
@@ -29,5 +29,5 @@ expect "the module's record alone" "$engine" "$(cat $proc/hooks)"
 expect "the mapping refuses the module too" "records=1 ret=2 result=1 gem=0 queue=65535" \
     "$(hook_call)"
 rmmod gpon_flow || fail "gpon_flow does not unload"
-expect "nobody's call" "records=0 ret=0 result=0 gem=0 queue=65535" "$(hook_call)"
+expect "a call without a hook" "records=0 ret=0 result=0 gem=0 queue=65535" "$(hook_call)"
 rmmod gpon_softonu || fail "gpon_softonu does not unload"

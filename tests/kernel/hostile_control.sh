@@ -11,7 +11,7 @@ said() {
 }
 
 load_both
-hostile_control || fail "a hostile call got a wrong answer"
+hostile_control || fail "a hostile call had a wrong result"
 # Result of words that could not be read: the words before them were a command.
 expect "filter by the word that stood before a bad one" 12 "$(said 'set trace outer vlan 0')"
 expect "filter by a word behind a bad one" 0 "$(said 'set trace outer vlan 1234')"

@@ -7,8 +7,8 @@
 . /tests/lib.sh
 
 load_both
-hostile_packets quiet || fail "a wrong answer, or not every way was gone"
-hostile_packets loud || fail "a wrong answer while each step is traced"
+hostile_packets quiet || fail "a wrong result, or not every path was taken"
+hostile_packets loud || fail "a wrong result while each step is traced"
 dmesg | grep -q '\[gpon_pkt_general_flow_func\].*: Enter' || fail "no step was traced"
-echo "set trace disable" >/proc/gpon_flow/debug || fail "the module does not answer any more"
+echo "set trace disable" >/proc/gpon_flow/debug || fail "the module no longer responds"
 unload_both

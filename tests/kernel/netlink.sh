@@ -149,7 +149,7 @@ flush_in_a_dump() {
 refusals() {
     netlink_reader hostile >/tmp/printed || fail "hostile: $(cat /tmp/printed)"
     netlink_reader unprivileged >/tmp/printed || fail "unprivileged: $(cat /tmp/printed)"
-    expect "what nobody gets" 3 "$(grep -c "not permitted" /tmp/printed)"
+    expect "refused requests" 3 "$(grep -c "not permitted" /tmp/printed)"
 }
 
 # A dump that nobody reads keeps the module; a listener does not.

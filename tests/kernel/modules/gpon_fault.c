@@ -16,7 +16,7 @@ MODULE_PARM_DESC(function, "kernel function that fails");
 
 static long answer;
 module_param(answer, long, 0444);
-MODULE_PARM_DESC(answer, "what it answers, a negative errno or 0 for a null pointer");
+MODULE_PARM_DESC(answer, "return value: a negative errno, or 0 for a null pointer");
 
 static char *program = "load_module";
 module_param(program, charp, 0444);

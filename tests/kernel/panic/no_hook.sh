@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# A platform that does not take the module's hook record would lose every frame: the machine stops,
-# so that it comes back with the software that worked before.
+# A platform that does not accept the module's hook record would lose every frame: the machine stops,
+# so that it restarts with the software that worked before.
 #
 # panics: Register hook function failed! gpon_flow_init:360
 # shellcheck source=scripts/kernel/guest/lib.sh

@@ -26,7 +26,7 @@ static void expect(int good, const char *what, long got)
 static void expect_answer(const struct softonu_hook_call *call)
 {
 	if (call->records == 0) {
-		expect(call->ret == 0 && call->api_result == 0, "nobody's answer", call->api_result);
+		expect(call->ret == 0 && call->api_result == 0, "a call without a hook", call->api_result);
 		atomic_fetch_add(&unanswered, 1);
 		return;
 	}
@@ -160,8 +160,8 @@ int main(int count, char **words)
 	atomic_store(&stop, 1);
 	for (int i = 0; i < 4; i++)
 		pthread_join(threads[i], NULL);
-	printf("@@ %lu calls answered, %lu by nobody, at least %lu answered in a cycle; %lu proc "
-	       "calls, %lu without an entry; %lu wrong answers\n", atomic_load(&answered),
+	printf("@@ %lu calls with a result, %lu without a hook, at least %lu with one in a cycle; %lu proc "
+	       "calls, %lu without an entry; %lu wrong results\n", atomic_load(&answered),
 	       atomic_load(&unanswered), fewest, atomic_load(&proc_calls),
 	       atomic_load(&proc_absent), atomic_load(&wrong));
 	return atomic_load(&wrong) || !fewest || !atomic_load(&unanswered) ||

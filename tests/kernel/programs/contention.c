@@ -42,7 +42,7 @@ static void count(int which, int wrong, const char *what)
 {
 	__atomic_fetch_add(&tallies[which].calls, 1, __ATOMIC_RELAXED);
 	if (wrong && __atomic_fetch_add(&tallies[which].wrong, 1, __ATOMIC_RELAXED) < 10)
-		printf("%s: wrong answer, errno %d\n", what, errno);
+		printf("%s: wrong result, errno %d\n", what, errno);
 }
 
 static void send_packets(unsigned int seed)
@@ -201,7 +201,7 @@ static void say(void)
 					     "judged" };
 
 	for (int i = 0; i < TALLIES; i++)
-		printf("@@ %s: %lu calls, %lu wrong answers\n", names[i], tallies[i].calls,
+		printf("@@ %s: %lu calls, %lu wrong results\n", names[i], tallies[i].calls,
 		       tallies[i].wrong);
 }
 

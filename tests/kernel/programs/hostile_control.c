@@ -302,6 +302,6 @@ int main(void)
 	endless_debug_words();
 	debug_words_behind_good_ones();
 	cut_debug_words();
-	printf("@@ %lu hostile calls, %d wrong answers\n", checked, failures);
+	printf("@@ %lu hostile calls, %d wrong results\n", checked, failures);
 	return failures ? 1 : 0;
 }

@@ -283,7 +283,7 @@ int main(int count, char **words)
 	expect_gem(1025, 12, 0);
 	every_mac_offset(loud ? 18 : 60);
 	printf("@@ %s: %lu calls, %lu of them with headers in pages, %lu to GEM port 1026, %lu to "
-	       "1025, %d wrong answers\n", loud ? "loud" : "quiet", calls, cut_frames, gems[2],
+	       "1025, %d wrong results\n", loud ? "loud" : "quiet", calls, cut_frames, gems[2],
 	       gems[1], failures);
 	return failures || !cut_frames || !gems[1] || !gems[2];
 }

@@ -160,7 +160,7 @@ int main(int count, char **words)
 	atomic_store(&stop, 1);
 	for (int i = 0; i < 3 * THREADS_OF_A_KIND; i++)
 		pthread_join(threads[i], NULL);
-	printf("@@ %lu commands, %lu proc writes, %lu packets, %lu wrong answers\n",
+	printf("@@ %lu commands, %lu proc writes, %lu packets, %lu wrong results\n",
 	       atomic_load(&calls[0]), atomic_load(&calls[1]), atomic_load(&calls[2]),
 	       atomic_load(&wrong));
 	return atomic_load(&wrong) ? 1 : 0;
