@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [STEP...] run static checks: format shell python spelling licences cppcheck analyzer tidy checkpatch sparse tidy-rest
+# [STEP...] run static checks: format shell python spelling licences commits cppcheck analyzer tidy checkpatch sparse tidy-rest
 set -eu
 . scripts/build.sh
 . scripts/sources.sh
 
-all_steps=(format shell python spelling licences cppcheck analyzer tidy checkpatch sparse tidy-rest)
+all_steps=(format shell python spelling licences commits cppcheck analyzer tidy checkpatch sparse tidy-rest)
 core_folders=(src/[!p]*/ src/pkt/)
 
 check_format() {
@@ -37,6 +37,10 @@ check_licences() {
     report=$(reuse lint 2>&1) && ! grep -q 'cannot be parsed' <<<"$report" && return
     echo "$report"
     return 1
+}
+
+check_commits() {
+    bash scripts/check-commits.sh
 }
 
 check_cppcheck() {

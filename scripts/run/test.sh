@@ -68,7 +68,7 @@ run_fuzz() {
 
 # The static checks but clang-tidy of the tools and tests, which takes long.
 run_lint() {
-    bash scripts/run/lint.sh format shell python spelling licences cppcheck analyzer tidy checkpatch sparse
+    bash scripts/run/lint.sh format shell python spelling licences commits cppcheck analyzer tidy checkpatch sparse
 }
 
 # Instructions and allocations of the benchmarks' loops against the baseline.

@@ -11,7 +11,7 @@ message() {
 
 fresh_tree
 passes "a subject" message 'hash: compare keys by words'
-passes "a subject of the greatest length" message "tests: $(printf 'a%.0s' {1..65})"
+passes "a subject of the greatest length" message "tests: add $(printf 'a%.0s' {1..61})"
 passes "a path as folder" message 'tool/omci: accept a cut trailer'
 passes "two folders" message 'me, me_class: look an instance up once'
 passes "a verb that ends in -ed" message 'tests: feed the parser with any bytes'
@@ -29,10 +29,13 @@ fails "a folder in capitals" 'folder: imperative' message 'Hash: compare keys by
 fails "nothing after the folder" 'folder: imperative' message 'hash: '
 fails "no blank after the folder" 'folder: imperative' message 'hash:compare keys'
 fails "an empty message" 'folder: imperative' message '# only comments'
-fails "a subject of 73 characters" '73 characters' message "tests: $(printf 'a%.0s' {1..66})"
+fails "a subject of 73 characters" '73 characters' message "tests: add $(printf 'a%.0s' {1..62})"
 fails "the past" 'not an imperative' message 'hash: compared keys by words'
 fails "a participle" 'not an imperative' message 'hash: comparing keys by words'
 fails "the third person" 'not an imperative' message 'hash: Adds a table'
+fails "a noun" 'not an imperative' message 'docs: performance of remembered outcomes'
+fails "an adjective" 'not an imperative' message 'tool: plain English in comments'
+fails "no word" 'not an imperative' message 'tool: 3 rules'
 fails "a full stop" 'full stop' message 'hash: compare keys by words.'
 fails "no empty line" 'not empty' message 'hash: compare keys\nby words'
 
