@@ -7,10 +7,10 @@ usage: guest-figures.py record ARCH KERNEL COMPILER <GUEST-OUTPUT
        guest-figures.py update BASELINE RECORD...
        guest-figures.py check BASELINE RECORD...
 
-record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or several times,
-"@@ rules FLOWS COUNT" and "@@ calls FLOWS REMEMBERED REPLAYED WALKED" of a guest. table prints a Markdown table with two columns for each
-architecture. update makes the records the baseline, and check fails when gpon_flow adds over 3 %
-more to a frame than the baseline.
+record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or several times, "@@
+rules FLOWS COUNT" and "@@ calls FLOWS REMEMBERED REPLAYED WALKED" of a guest. table prints a
+Markdown table with two columns for each architecture. update makes the records the baseline, and
+check fails when gpon_flow adds over 3 % more to a frame than the baseline.
 """
 
 import os
