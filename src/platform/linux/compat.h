@@ -12,6 +12,7 @@
 #include <linux/proc_fs.h>
 #include <linux/timer.h>
 #include <linux/version.h>
+#include <net/genetlink.h>
 
 #define GPON_KERNEL_SINCE(major, minor) (LINUX_VERSION_CODE >= KERNEL_VERSION(major, minor, 0))
 
@@ -75,6 +76,14 @@
 #define gpon_set_lockless_transmit(dev) ((dev)->lltx = true)
 #else
 #define gpon_set_lockless_transmit(dev) ((dev)->features |= NETIF_F_LLTX)
+#endif
+
+/* The flag of a multicast group that needs CAP_NET_ADMIN. Older kernels cannot restrict a group. Kbuild
+ * looks for the member, which stable series have since a late release and without a flag of this name. */
+#if defined(GENL_MCAST_CAP_NET_ADMIN)
+#define GPON_GROUP_NEEDS_ADMIN GENL_MCAST_CAP_NET_ADMIN
+#elif defined(GPON_GROUP_HAS_FLAGS)
+#define GPON_GROUP_NEEDS_ADMIN GENL_UNS_ADMIN_PERM
 #endif
 
 /* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string since 6.13. Neither module uses a

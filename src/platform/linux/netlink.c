@@ -364,9 +364,9 @@ static const struct genl_ops operations[] = {
 	DUMP(INSTANCES, instances),
 };
 
-#ifdef GENL_MCAST_CAP_NET_ADMIN
+#ifdef GPON_GROUP_NEEDS_ADMIN
 static const struct genl_multicast_group groups[] = {
-	{ .name = GPON_FLOW_NL_EVENTS, .flags = GENL_MCAST_CAP_NET_ADMIN },
+	{ .name = GPON_FLOW_NL_EVENTS, .flags = GPON_GROUP_NEEDS_ADMIN },
 };
 #endif
 
@@ -383,7 +383,7 @@ static struct genl_family family = {
 	 * memory. The mutex of all families is not held meanwhile.
 	 */
 	.parallel_ops = true,
-#ifdef GENL_MCAST_CAP_NET_ADMIN
+#ifdef GPON_GROUP_NEEDS_ADMIN
 	.mcgrps = groups,
 	.n_mcgrps = ARRAY_SIZE(groups),
 #endif
@@ -409,7 +409,7 @@ void gpon_glue_drop_netlink(void)
 	genl_unregister_family(&family);
 }
 
-#ifdef GENL_MCAST_CAP_NET_ADMIN
+#ifdef GPON_GROUP_NEEDS_ADMIN
 
 int gpon_os_wants_events(void)
 {
