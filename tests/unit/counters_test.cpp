@@ -47,17 +47,25 @@ protected:
         return gpon::host::hook(kind, 0, &skb)->api_result;
     }
 
-    // The only rule of the table.
-    static gpon::rule_use use_of_only_rule()
+    static gpon::rule_use use_of_station(u8 station)
     {
+        constexpr u32 LAST_BYTE = 11;
         gpon_hash_table& table = gpon_hash_table_record;
         const gpon::bh_lock lock(gpon_hash_lock);
         gpon::rule_use use = {};
         for (u32 i = 0; i < table.table_size; ++i)
             gpon::for_each_rule(table.buckets[i],
-                                [&](const gpon_flow_rule* rule)
-                                    GPON_REQUIRES(gpon_hash_lock) { use = gpon::use_of(*rule); });
+                                [&](const gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock) {
+                                    if (rule->key[LAST_BYTE] == station)
+                                        use = gpon::use_of(*rule);
+                                });
         return use;
+    }
+
+    static gpon::rule_use use_of_only_rule()
+    {
+        EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
+        return use_of_station(1);
     }
 
     std::map<std::string, uint64_t> seen;
@@ -254,6 +262,51 @@ TEST_F(counters, a_rule_keeps_its_uses_when_its_outcome_is_forgotten)
         send(1);
     EXPECT_EQ(use_of_only_rule().hits, 5u + 3u);
     EXPECT_EQ(gpon::host::counter_value("outcomes_remembered"), 2u);
+}
+
+TEST_F(counters, frames_with_an_outcome_are_still_counted_when_others_take_its_place)
+{
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 5; ++i)
+            send(1);
+        gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    }
+    // The first frame is walked; each round has one replay, which remembers the outcome.
+    EXPECT_EQ(gpon::host::counter_value("outcomes_remembered"), 3u);
+    EXPECT_EQ(gpon::host::counter_value("remembered_down_uni"), 3u * 5u - 1u - 3u);
+    EXPECT_EQ(gpon::host::counter_value("calls_down_uni"), 3u * 5u);
+}
+
+TEST_F(counters, a_rule_keeps_its_uses_and_its_outcomes_when_the_table_grows)
+{
+    for (int i = 0; i < 6; ++i)
+        send(1);
+    for (u8 station = 2; gpon::host::counter_value("table_growths") == 0; ++station)
+        send(station);
+    EXPECT_EQ(use_of_station(1).hits, 5u);
+    for (int i = 0; i < 3; ++i)
+        send(1);
+    EXPECT_EQ(use_of_station(1).hits, 5u + 3u);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    send(1);
+    EXPECT_EQ(use_of_station(1).hits, 5u + 3u + 1u);
+}
+
+TEST_F(counters, the_last_use_is_that_of_the_latest_cpu)
+{
+    const auto send_elsewhere = [] { std::thread([] { send(1); }).join(); };
+    send(1);
+    send(1);
+    send(1);
+    for (int round = 0; round < 2; ++round) {
+        gpon::host::advance(5);
+        send_elsewhere();
+        EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+        gpon::host::advance(5);
+        send(1);
+        EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+    }
+    EXPECT_EQ(use_of_only_rule().hits, 2u + 4u);
 }
 
 TEST_F(counters, a_new_rule_of_a_flow_starts_without_uses)

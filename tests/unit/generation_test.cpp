@@ -246,18 +246,18 @@ TEST_F(generation, an_outcome_is_checked_again_under_the_lock)
 {
     gpon::host::call_before_next_lock([] { const gpon::store_change command; });
     gpon::remember_outcome(PACKED, gpon::current_generation(), 5);
+    const gpon::outcome_set& set = gpon::outcome_set_of(PACKED);
+    for (const gpon::outcome& place : set.place)
+        EXPECT_NE(place.key[2] >> gpon::GEM_PORT_SHIFT, 5u) << "of a generation that was over";
     gpon::host::call_before_next_lock(
         [] { gpon::remember_outcome(PACKED, gpon::current_generation(), 6); });
     gpon::remember_outcome(PACKED, gpon::current_generation(), 6);
-    const gpon::outcome_set& set = gpon::outcome_set_of(PACKED);
     EXPECT_EQ(std::ranges::count_if(set.place,
                                     [](const gpon::outcome& place) {
                                         return place.generation == gpon::current_generation();
                                     }),
               1)
         << "once, though another CPU remembered the same flow meanwhile";
-    for (const gpon::outcome& place : set.place)
-        EXPECT_NE(place.key[2] >> gpon::GEM_PORT_SHIFT, 5u) << "of a generation that was over";
 }
 
 TEST_F(generation, no_rule_outlives_the_store_it_was_walked_in)

@@ -90,6 +90,18 @@ TEST_F(observe, a_rule_has_its_key_and_its_uses)
     EXPECT_EQ(seen[0].idle, 3u);
 }
 
+TEST_F(observe, an_outcome_is_shown_only_while_it_is_valid)
+{
+    send(1);
+    EXPECT_EQ(rules(1).at(0).remembered, 0) << "of a frame that was walked";
+    send(1);
+    EXPECT_EQ(rules(1).at(0).remembered, 1);
+    gpon::host::advance(GPON_HASH_AGING_PERIOD);
+    EXPECT_EQ(rules(1).at(0).remembered, 0);
+    send(1);
+    EXPECT_EQ(rules(1).at(0).remembered, 1);
+}
+
 TEST_F(observe, every_rule_is_seen_once_with_any_room)
 {
     for (u8 station = 1; station <= 40; ++station)
