@@ -43,6 +43,19 @@ TEST(omci_learn, get_response_is_a_report_if_it_succeeded)
                             "me set TRAFFIC_SCHEDULER 0x8001 mask=0x2000 policy=1"));
 }
 
+// Result, mask, and the masks of unsupported and failed attributes come before the values.
+TEST(omci_learn, extended_get_response_is_a_report)
+{
+    line session;
+    session.from_olt(extended(1, request_bit, get, 278, 0x8000, "f000"));
+    session.from_onu(
+        extended(1, response_bit, get, 278, 0x8000, "00 f000 0000 0000 8000 0000 02 07"));
+    session.done(set, 278, 0x8000, "2000 01");
+    EXPECT_THAT(session.commands(),
+                ElementsAre("me set TRAFFIC_SCHEDULER 0x8000 mask=0x2000 tcontPointer=0x8000 "
+                            "policy=1 weight=7"));
+}
+
 TEST(omci_learn, extended_upload_holds_several_instances)
 {
     line session;

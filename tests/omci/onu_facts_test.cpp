@@ -68,7 +68,7 @@ TEST(omci_onu_facts, bytes_that_are_no_text_are_escaped)
     session.answered(get, 256, 0, "a000", "00 a000 410a4280 ff010203 04050607");
     const onu_facts facts = session.converted().counts.onu;
     EXPECT_EQ(facts.vendor, "A\\nB\\x80");
-    EXPECT_EQ(facts.serial, "\\xFF\\x01\\x02\\x0304050607");
+    EXPECT_EQ(facts.serial, "\\xff\\x01\\x02\\x0304050607");
 }
 
 TEST(omci_onu_facts, origin_has_the_times_of_the_messages)

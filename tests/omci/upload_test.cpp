@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // A MIB upload as the source of a line.
+#include <algorithm>
 #include <sstream>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -149,6 +151,123 @@ TEST(omci_upload, missing_parts_are_counted)
     const conversion result = later.converted();
     EXPECT_EQ(result.counts.uploads.missing, 2u);
     EXPECT_THAT(result.scenario, HasSubstr("# Parts of the MIB upload that were not captured: 2"));
+}
+
+// Real OLTs send 0 as the number of each part.
+TEST(omci_upload, parts_of_an_olt_that_does_not_number_them_are_not_missing)
+{
+    line later;
+    later.answered(mib_upload, 2, 0, "", "0003");
+    later.answered(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
+    later.answered(mib_upload_next, 2, 0, "0000", "000b 0102 8000 00");
+    EXPECT_EQ(later.converted().counts.uploads.missing, 1u);
+    later.answered(mib_upload_next, 2, 0, "0000", "000b 0103 8000 00");
+    EXPECT_EQ(later.converted().counts.uploads.missing, 0u);
+}
+
+TEST(omci_upload, parts_before_the_capture_are_missing)
+{
+    line later;
+    later.answered(mib_upload_next, 2, 0, "0003", "000b 0101 8000 00");
+    later.answered(mib_upload_next, 2, 0, "0004", "000b 0102 8000 00");
+    EXPECT_EQ(later.converted().counts.uploads.missing, 3u);
+}
+
+// Class 171: association type 2 (PPTP), associated ME 0x0101. No upload contains a table.
+void add_uploaded_operation(line& to)
+{
+    to.answered(mib_upload, 2, 0, "", "0002");
+    to.answered(mib_upload_next, 2, 0, "0000", "00ab 0001 f800 02 0010 88a8 8100 03");
+    to.answered(mib_upload_next, 2, 0, "0001", "00ab 0001 0200 0101");
+}
+
+const tag_operation& operation_1(const line_model& model)
+{
+    const tag_operation* found = model.operation({171, 1});
+    if (!found)
+        throw std::runtime_error("no facts about the operation");
+    return *found;
+}
+
+TEST(omci_upload, the_table_of_an_operation_is_not_known)
+{
+    line later;
+    add_uploaded_operation(later);
+    const tag_operation operation = operation_1(model_of(later));
+    EXPECT_EQ(operation.association, 2);
+    EXPECT_EQ(operation.associated, 0x0101);
+    EXPECT_EQ(operation.input_tpid, 0x88a8);
+    EXPECT_EQ(operation.downstream_mode, 3);
+    EXPECT_EQ(table_fault(operation), "its table is not known");
+}
+
+TEST(omci_upload, a_row_after_it_is_a_part_of_the_table)
+{
+    line later;
+    add_uploaded_operation(later);
+    later.done(set, 171, 1, "0400 f8000000 80320000 400f0000 00080320");
+    const tag_operation operation = operation_1(model_of(later));
+    EXPECT_EQ(operation.rows.size(), 1u);
+    EXPECT_EQ(table_fault(operation), "only a part of its table is known");
+}
+
+// Three rows are 48 bytes: 29 in the first part, 19 in the second. The default row of untagged
+// frames is not among them: it was deleted.
+const std::string first_part = "00 0400 f8000000 80320000 400f0000 00080320 f8000000 e8000000 "
+                               "c00f0000 00";
+const std::string second_part = "00 0400 0f0000 e8000000 e8000000 000f0000 000f0000";
+
+TEST(omci_upload, get_next_reads_the_table)
+{
+    line later;
+    add_uploaded_operation(later);
+    later.answered(get, 171, 1, "0400", "00 0400 00000030");
+    later.answered(get_next, 171, 1, "0400 0000", first_part);
+    EXPECT_EQ(table_fault(operation_1(model_of(later))), "its table is not known");
+    later.answered(get_next, 171, 1, "0400 0001", second_part);
+    const tag_operation operation = operation_1(model_of(later));
+    EXPECT_EQ(table_fault(operation), "");
+    std::vector<std::string> rows;
+    for (const tag_row& row : operation.rows)
+        rows.push_back(row_text(row));
+    EXPECT_THAT(rows,
+                ElementsAre("single-tagged, VLAN 100: remove 1 tag, add VLAN 100 with the "
+                            "priority of the inner tag",
+                            "other double-tagged: no change", "other single-tagged: discard"));
+}
+
+TEST(omci_upload, a_table_without_rows_is_read_too)
+{
+    line later;
+    add_uploaded_operation(later);
+    later.answered(get, 171, 1, "0400", "00 0400 00000000");
+    const tag_operation operation = operation_1(model_of(later));
+    EXPECT_EQ(table_fault(operation), "");
+    EXPECT_TRUE(operation.rows.empty());
+}
+
+// The OLT compares what it has set: its commands are in the scenario already.
+TEST(omci_upload, a_table_that_the_capture_created_is_not_read_again)
+{
+    line session;
+    session.done(create, 171, 1, "02 0101");
+    const std::vector<std::string> before = session.commands();
+    session.answered(get, 171, 1, "0400", "00 0400 00000030");
+    session.answered(get_next, 171, 1, "0400 0000", first_part);
+    session.answered(get_next, 171, 1, "0400 0001", second_part);
+    EXPECT_EQ(session.commands(), before);
+}
+
+TEST(omci_upload, an_attribute_that_a_get_reports_is_a_fact)
+{
+    line session;
+    session.done(create, 171, 1, "02 0101");
+    session.answered(get, 171, 1, "0800", "00 0800 05");
+    session.answered(get, 171, 1, "0800", "00 0800 05");
+    EXPECT_EQ(operation_1(model_of(session)).downstream_mode, 5);
+    EXPECT_THAT(session.commands().back(),
+                "tagging VLAN_TAG_EXTEND_OPERATE 0x0001 downstream_mode=5");
+    EXPECT_EQ(std::ranges::count(session.commands(), session.commands().back()), 1);
 }
 
 numbered_message at_time(size_t frame, uint64_t time, const bytes& from)

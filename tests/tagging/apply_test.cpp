@@ -305,8 +305,67 @@ TEST(tagging_upstream, what_is_not_known_changes_nothing)
         "unknown: the row \"single-tagged, VLAN 100: add VLAN 1 with priority 12, TPID 0x8100\" "
         "has a reserved value: inner treatment priority 12");
     EXPECT_EQ(up(table_of({}), octets(11)), "unknown: the frame ends within its addresses");
-    // Addresses alone are an untagged frame without EtherType.
-    EXPECT_EQ(up(table_of({}), octets(12)), "untagged");
+}
+
+// Addresses, then 8100 0064 0800: until the two bytes of the EtherType are there, the capture may
+// have cut a tag.
+TEST(tagging_upstream, a_frame_cut_before_its_ethertype_has_unknown_tags)
+{
+    octets frame = frame_with({vlan(100)}, 0x0800, {});
+    ASSERT_EQ(frame.size(), 18u);
+    EXPECT_EQ(up(table_of({}), frame), "VLAN 100 priority 0");
+    for (const size_t size : {17u, 16u, 15u, 14u, 13u, 12u}) {
+        frame.resize(size);
+        EXPECT_EQ(up(table_of({}), frame), "unknown: the frame ends before its EtherType") << size;
+        EXPECT_EQ(down(table_of({}), frame), "unknown: the frame ends before its EtherType");
+        tag_operation plain;
+        plain.class_id = me_class::vtocd;
+        plain.upstream_mode = 2;
+        EXPECT_EQ(up(plain, frame), "unknown: the frame ends before its EtherType");
+    }
+}
+
+// The DSCP is in the second byte of an IPv4 header and the first two of an IPv6 header.
+TEST(tagging_upstream, a_frame_cut_before_its_dscp_has_an_unknown_priority)
+{
+    const tag_operation op = table_of({untagged_row(0, add_nothing, {priority_of_dscp, 100, 4})});
+    const std::string why =
+        "unknown: the row \"untagged: add VLAN 100 with the priority of the DSCP, TPID 0x8100\" "
+        "applies: the frame ends before its DSCP";
+    EXPECT_EQ(up(op, frame_with({}, 0x0800, {0x45})), why);
+    EXPECT_EQ(up(op, frame_with({}, 0x0800, {0x45, 0})), "VLAN 100 priority 0");
+    EXPECT_EQ(up(op, frame_with({}, 0x86dd, {0x60})), why);
+    EXPECT_EQ(up(op, frame_with({}, 0x0806, {})), "VLAN 100 priority 0");
+}
+
+TEST(tagging_upstream, a_table_that_is_not_whole_changes_nothing)
+{
+    tag_facts row;
+    row.unknown_rows = true;
+    row.rows.push_back(encode_row(single_row({8, 5, 0}, 1, add_nothing, {0, 9, 4})));
+    tag_operation op;
+    apply(row, op);
+    EXPECT_EQ(op.rows.size(), 1u);
+    EXPECT_EQ(up(op, frame_with({vlan(5)})), "unknown: only a part of its table is known");
+    EXPECT_EQ(down(op, frame_with({vlan(9)})), "unknown: only a part of its table is known");
+    // Without a table, two downstream modes are known all the same.
+    op.downstream_mode = 1;
+    EXPECT_EQ(down(op, frame_with({vlan(9)})), "VLAN 9 priority 0");
+    op.downstream_mode = 8;
+    EXPECT_EQ(down(op, frame_with({vlan(9)})), "discarded by downstream mode 8: discard");
+    tag_facts whole;
+    whole.default_rows = true;
+    apply(whole, op);
+    EXPECT_EQ(table_fault(op), "");
+    EXPECT_EQ(up(op, frame_with({vlan(5)})), "VLAN 5 priority 0");
+}
+
+TEST(tagging_upstream, the_table_does_not_apply_in_enhanced_mode)
+{
+    tag_operation op = table_of({single_row({8, 5, 0}, 1, add_nothing, {0, 9, 4})});
+    op.enhanced_mode = 1;
+    EXPECT_EQ(up(op, frame_with({vlan(5)})),
+              "unknown: it is in enhanced mode, whose table is not read");
 }
 
 // IPv4: version 4 with a header of 5 words, UDP (17) at byte 9, the ports at byte 20. IPv6: UDP at
@@ -443,6 +502,56 @@ TEST(tagging_downstream, modes_2_to_7_compare_vlan_priority_or_both)
     EXPECT_EQ(outcome(7, 100, 1), "discarded by downstream mode 7: no row matches, discard");
 }
 
+// Row: untagged -> 100:3. Where one field is compared, the other one of the added tag is ignored.
+TEST(tagging_downstream, modes_2_to_7_remove_an_added_tag)
+{
+    const auto outcome = [](unsigned mode, uint16_t vid, uint8_t priority) {
+        tag_operation op = table_of({untagged_row(0, add_nothing, {3, 100, 4})});
+        op.downstream_mode = static_cast<uint8_t>(mode);
+        return down(op, frame_with({vlan(vid, priority)}));
+    };
+    for (const unsigned mode : {0, 2, 3, 4, 5, 6, 7})
+        EXPECT_EQ(outcome(mode, 100, 3), "untagged") << mode;
+    EXPECT_EQ(outcome(0, 100, 1), "VLAN 100 priority 1");
+    EXPECT_EQ(outcome(2, 100, 1), "VLAN 100 priority 1");
+    EXPECT_EQ(outcome(3, 100, 1), "untagged");
+    EXPECT_EQ(outcome(6, 100, 1), "untagged");
+    EXPECT_EQ(outcome(4, 101, 3), "untagged");
+    EXPECT_EQ(outcome(7, 101, 3), "untagged");
+    EXPECT_EQ(outcome(5, 100, 1), "discarded by downstream mode 5: no row matches, discard");
+}
+
+// S-tag with the output TPID 0x88a8 around the tag of the subscriber, with the input TPID 0x9100:
+// C 5:2 (0x9100) -> S 10:2 (0x88a8), C 5:2 (0x9100), and back.
+TEST(tagging_downstream, both_tpids_are_used)
+{
+    tag_operation op =
+        table_of({single_row({8, 5, 5}, 0, add_nothing, {copy_inner_priority, 10, 6})});
+    op.input_tpid = 0x9100;
+    op.output_tpid = 0x88a8;
+    const octets received = frame_with({vlan(5, 2, 0x9100)});
+    const octets sent = rewrite_upstream(op, received).frame;
+    EXPECT_EQ(tags_text(sent), "VLAN 10 priority 2 (0x88a8), VLAN 5 priority 2 (0x9100)");
+    EXPECT_EQ(rewrite_downstream(op, sent).frame, received);
+    EXPECT_EQ(up(op, frame_with({vlan(5, 2)})), "VLAN 5 priority 2");
+}
+
+// Every DSCP has its priority: a 24-bit word holds 8 priorities of three bits. With
+// priority = DSCP / 8, the words are 000000, 249249, 492492, ... : eight times 001 is 249249.
+TEST(tagging_upstream, the_whole_dscp_map_is_read)
+{
+    tag_operation op = table_of({untagged_row(0, add_nothing, {priority_of_dscp, 100, 4})});
+    for (unsigned word = 0; word < 8; ++word) {
+        const unsigned bits = 0x249249 * word;
+        op.dscp_map[word * 3] = static_cast<uint8_t>(bits >> 16);
+        op.dscp_map[word * 3 + 1] = static_cast<uint8_t>(bits >> 8);
+        op.dscp_map[word * 3 + 2] = static_cast<uint8_t>(bits);
+    }
+    for (unsigned dscp = 0; dscp < 64; ++dscp)
+        EXPECT_EQ(up(op, frame_with({}, 0x0800, {0x45, static_cast<uint8_t>(dscp << 2), 0, 20})),
+                  "VLAN 100 priority " + std::to_string(dscp / 8));
+}
+
 TEST(tagging_downstream, mode_8_discards_and_others_are_not_defined)
 {
     EXPECT_EQ(down(translation(8), frame_with({})), "discarded by downstream mode 8: discard");
@@ -502,6 +611,10 @@ TEST(tagging_plain, upstream_modes)
     EXPECT_EQ(up(plain(2, 0), untagged), "VLAN 100 priority 3");
     EXPECT_EQ(up(plain(2, 0), tagged), "VLAN 100 priority 3, VLAN 5 priority 2");
     EXPECT_EQ(up(plain(3, 0), tagged), "unknown: upstream mode 3 is not defined");
+    // The attribute is a TCI: mode 1 leaves the TPID of the tag.
+    EXPECT_EQ(up(plain(1, 0), frame_with({vlan(5, 2, 0x88a8)})), "VLAN 100 priority 3 (0x88a8)");
+    EXPECT_EQ(up(plain(2, 0), frame_with({vlan(5, 2, 0x88a8)})),
+              "VLAN 100 priority 3, VLAN 5 priority 2 (0x88a8)");
 }
 
 TEST(tagging_plain, downstream_modes)

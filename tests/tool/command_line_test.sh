@@ -152,7 +152,7 @@ grep -q "^cut.scn:1: warning: capture 'cut.pcap': ends early" err ||
     complain 'run does not warn of a capture that ends early'
 
 # Files of another kind are refused as a whole, with what to do.
-expect_status 2 graph "$whole"
+expect_status 2 run "$whole"
 expect_err "$whole: is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o line.scn, name traffic with --pcap"
 expect_status 2 check "$whole"
 expect_err "$whole: no OMCI message in 62 frames"

@@ -237,7 +237,8 @@ TEST(parse, faults_of_tagging_are_named)
                 HasSubstr("tagging takes VLAN_TAG_EXTEND_OPERATE or VLAN_TAG_OPERATE"));
     EXPECT_THAT(error_of("tagging 171 1 row=00"), HasSubstr("needs 16 bytes of HEX, not 1"));
     EXPECT_THAT(error_of("tagging 171 1 dscp_map=00"), HasSubstr("needs 24 bytes of HEX, not 1"));
-    EXPECT_THAT(error_of("tagging 171 1 rows=none"), HasSubstr("only 'default' is known"));
+    EXPECT_THAT(error_of("tagging 171 1 rows=none"),
+                HasSubstr("only 'default' and 'unknown' are known"));
     EXPECT_THAT(error_of("tagging 171 1 association=256"), HasSubstr("out of range 0 to 255"));
     EXPECT_THAT(error_of("tagging 171 1 upstream_tci=1"), HasSubstr("has no option"));
     EXPECT_THAT(error_of("tagging 78 1 row=00"), HasSubstr("has no option"));

@@ -178,7 +178,7 @@ tag_values produced_by(const tag_row& row)
 // Nothing if frames of any VLAN may leave the operation, or if that is not known.
 std::optional<vlan_priorities> produced_by(const tag_operation& operation)
 {
-    if (!operation.table_known)
+    if (!table_fault(operation).empty())
         return {};
     vlan_priorities all{};
     for (const tag_row& row : operation.rows) {
@@ -294,7 +294,7 @@ void check_tagging(const line_model& what, finding_list& found)
             found.add(id, line, "tagging-unassociated", why + ": the operation is not applied",
                       "set its association type and associated ME pointer");
         const tag_operation* operation = what.operation(id);
-        if (operation && operation->table_known)
+        if (operation && table_fault(*operation).empty())
             check_rows(id, line, *operation, found);
     }
     for (const me_instance& port : what.instances(me_class::mbpcd))

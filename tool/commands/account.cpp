@@ -46,7 +46,7 @@ exit_status count(const account_request& request, const opened_line& line, frame
 int account_one(const account_request& request)
 {
     const std::string& file = request.inputs.only();
-    std::optional<opened_line> line = open_line(file, std::cerr);
+    std::optional<opened_line> line = open_line(file, request.inputs.onu, std::cerr);
     if (!line)
         return status_invalid;
     append_captures(request.captures, line->input, std::cerr);
@@ -62,7 +62,7 @@ int account_one(const account_request& request)
 line_result account_of_many(const account_request& request, const scenario& traffic,
                             const std::string& input)
 {
-    std::optional<opened_line> line = open_line(input, std::cerr);
+    std::optional<opened_line> line = open_line(input, request.inputs.onu, std::cerr);
     if (!line)
         return {status_invalid, nullptr, nullptr};
     std::ranges::copy(traffic.lines, std::back_inserter(line->input.lines));

@@ -65,7 +65,8 @@ exit_status status_of(const check_result& result, const opened_line& line)
 
 int check_one(const check_request& request)
 {
-    const std::optional<opened_line> line = open_line(request.inputs.only(), std::cerr);
+    const std::optional<opened_line> line =
+        open_line(request.inputs.only(), request.inputs.onu, std::cerr);
     if (!line)
         return status_invalid;
     const check_result result = findings_of(request, *line);
@@ -75,7 +76,7 @@ int check_one(const check_request& request)
 
 line_result check_of_many(const check_request& request, const std::string& input)
 {
-    std::optional<opened_line> line = open_line(input, std::cerr);
+    std::optional<opened_line> line = open_line(input, request.inputs.onu, std::cerr);
     if (!line)
         return {status_invalid, nullptr, nullptr};
     const check_result result = findings_of(request, *line);

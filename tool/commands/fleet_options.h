@@ -14,6 +14,7 @@ namespace gponflow {
 struct fleet_request {
     std::vector<std::string> names;
     std::string list; ///< file with names, or empty
+    std::string onu;  ///< address of one of several ONUs of a capture, or empty
     std::optional<unsigned> jobs;
     unsigned limit = 0; ///< seconds for an input, 0: none
 

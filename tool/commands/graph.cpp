@@ -9,12 +9,12 @@
 
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/line_input.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
 #include "tool/report/render_dot.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
-#include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -81,23 +81,24 @@ void write_graph(const std::string& dot, const std::string& output)
 
 int graph(const graph_request& request)
 {
-    const std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
-    if (!parsed)
+    const std::optional<opened_line> opened = open_line(request.scenario, {}, std::cerr);
+    if (!opened)
         return status_invalid;
+    const scenario& parsed = opened->input;
     try {
         std::vector<me_id> walked;
         if (!request.highlight.empty()) {
             exit_status status = status_ok;
             const std::unique_ptr<backend> target = make_host_backend();
-            const auto explained = explain_frame(*parsed, *target, choose_frame(choice_of(request)),
-                                                 std::cerr, status);
+            const auto explained =
+                explain_frame(parsed, *target, choose_frame(choice_of(request)), std::cerr, status);
             if (!explained)
                 return status;
             walked = highlighted(*explained);
         }
-        const line_model entities = final_entities(*parsed);
+        const line_model entities = final_entities(parsed);
         if (request.json) {
-            print_graph_json(entities, walked, parsed->name, std::cout);
+            print_graph_json(entities, walked, parsed.name, std::cout);
         } else {
             std::ostringstream dot;
             write_dot(entities, walked, dot);
@@ -107,7 +108,9 @@ int graph(const graph_request& request)
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
     }
-    return finish_output() ? status_ok : status_unsupported;
+    if (!finish_output())
+        return status_unsupported;
+    return opened->complete ? status_ok : status_failed;
 }
 
 } // namespace
@@ -116,7 +119,9 @@ void add_graph_command(CLI::App& app)
 {
     const auto request = std::make_shared<graph_request>();
     CLI::App* sub = app.add_subcommand("graph", "Draw the managed entities of a scenario");
-    sub->add_option("FILE", request->scenario, "Scenario file, - for standard input")->required();
+    sub->add_option("FILE", request->scenario,
+                    "Scenario or capture of OMCI messages, - for standard input")
+        ->required();
     sub->add_option("-o,--output", request->output,
                     "Output file (.dot, .svg or .png); default: DOT on standard output");
     sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");

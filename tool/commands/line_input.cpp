@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/commands/line_input.h"
 
-#include <iostream>
+#include <filesystem>
+#include <ostream>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -16,46 +18,82 @@
 
 namespace gponflow {
 
-bool looks_like_capture(const std::string& file)
+namespace {
+
+// A file, or what was read from standard input or a pipe to see its kind.
+struct line_source {
+    std::string name;
+    std::optional<std::string> text;
+    bool capture = false;
+};
+
+line_source source_of(const std::string& file)
 {
-    return file != "-" && is_capture_start(first_bytes(file, 4));
+    std::error_code unknown;
+    if (file != "-" && std::filesystem::is_regular_file(file, unknown))
+        return {file, {}, is_capture_start(first_bytes(file, 4))};
+    std::string text = read_source_text(file);
+    const bool capture = is_capture_start(text);
+    return {file, std::move(text), capture};
 }
 
-std::optional<opened_line> open_line(const std::string& file, std::ostream& diagnostics)
+std::span<const uint8_t> bytes_of(const std::string& text)
 {
-    if (!looks_like_capture(file)) {
-        std::optional<scenario> parsed = open_scenario(file, diagnostics);
-        if (!parsed)
-            return {};
-        // A capture that was never written is an empty file too.
-        if (parsed->lines.empty())
-            diagnostics << file << ": warning: no command: the line is empty\n";
-        const bool complete = !parsed->lines.empty();
-        return opened_line{std::move(*parsed), nullptr, complete};
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+opened_line open_capture(const line_source& from, const std::string& onu, std::ostream& diagnostics)
+{
+    const omci::loaded_capture loaded =
+        from.text ? omci::load_capture(from.name, bytes_of(*from.text), onu)
+                  : omci::load_capture(from.name, onu);
+    omci::print_warnings(loaded, diagnostics);
+    return {parse_scenario(loaded.result.scenario, from.name).input,
+            omci::origin_json(loaded.cap, loaded.result), omci::status_of(loaded) == status_ok};
+}
+
+std::optional<opened_line> open_text(const line_source& from, std::ostream& diagnostics)
+{
+    std::optional<scenario> parsed = from.text
+                                         ? open_scenario_text(from.name, *from.text, diagnostics)
+                                         : open_scenario(from.name, diagnostics);
+    if (!parsed)
+        return {};
+    // A capture that was never written is an empty file too.
+    if (parsed->lines.empty())
+        diagnostics << from.name << ": warning: no command: the line is empty\n";
+    const bool complete = !parsed->lines.empty();
+    return opened_line{std::move(*parsed), nullptr, complete};
+}
+
+} // namespace
+
+std::optional<opened_line> open_line(const std::string& file, const std::string& onu,
+                                     std::ostream& diagnostics)
+{
+    std::optional<line_source> from;
+    try {
+        from = source_of(file);
+    } catch (const std::runtime_error& why) {
+        diagnostics << file << ": " << why.what() << '\n';
+        return {};
     }
     try {
-        const omci::loaded_capture loaded = omci::load_capture(file, {});
-        omci::print_warnings(loaded, diagnostics);
-        return opened_line{parse_scenario(loaded.result.scenario, file).input,
-                           omci::origin_json(loaded.cap, loaded.result),
-                           omci::status_of(loaded) == status_ok};
+        return from->capture ? open_capture(*from, onu, diagnostics)
+                             : open_text(*from, diagnostics);
     } catch (const std::runtime_error& why) {
         diagnostics << why.what() << '\n';
         return {};
     }
 }
 
-line_model read_line(const std::string& file, const std::string& onu)
+std::optional<read_model> read_line(const std::string& file, const std::string& onu,
+                                    std::ostream& diagnostics)
 {
-    if (!looks_like_capture(file)) {
-        const std::optional<scenario> parsed = open_scenario(file, std::cerr);
-        if (!parsed)
-            throw std::runtime_error(file + ": no scenario and no capture");
-        return final_entities(*parsed);
-    }
-    const omci::loaded_capture loaded = omci::load_capture(file, onu);
-    omci::print_warnings(loaded, std::cerr);
-    return final_entities(parse_scenario(loaded.result.scenario, file).input);
+    const std::optional<opened_line> opened = open_line(file, onu, diagnostics);
+    if (!opened)
+        return {};
+    return read_model{final_entities(opened->input), opened->complete};
 }
 
 } // namespace gponflow

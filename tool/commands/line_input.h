@@ -14,10 +14,6 @@
 
 namespace gponflow {
 
-/// Whether a file begins like a pcap or pcapng file. False for "-" and for files that cannot be
-/// read.
-[[nodiscard]] bool looks_like_capture(const std::string& file);
-
 /// A scenario, or the one that a capture of OMCI messages converts to.
 struct opened_line {
     scenario input;
@@ -26,12 +22,19 @@ struct opened_line {
                           ///< configures nothing
 };
 
-/// Reads a line. Prints errors and warnings; nothing if it cannot be used.
-[[nodiscard]] std::optional<opened_line> open_line(const std::string& file,
+/// Reads a line; "-" is standard input. `onu` is the address of one of several ONUs of a capture,
+/// or empty. Prints errors and warnings; nothing if the line cannot be used.
+[[nodiscard]] std::optional<opened_line> open_line(const std::string& file, const std::string& onu,
                                                    std::ostream& diagnostics);
 
-/// The managed entities after a scenario, or after the commands of a capture. Prints warnings;
-/// throws std::runtime_error with the reason if the input cannot be used.
-[[nodiscard]] line_model read_line(const std::string& file, const std::string& onu = {});
+/// The managed entities after a scenario, or after the commands of a capture.
+struct read_model {
+    line_model line;
+    bool complete = true; ///< as in opened_line
+};
+
+/// Prints errors and warnings; nothing if the line cannot be used.
+[[nodiscard]] std::optional<read_model> read_line(const std::string& file, const std::string& onu,
+                                                  std::ostream& diagnostics);
 
 } // namespace gponflow

@@ -32,16 +32,18 @@ struct omci_request {
 
 int compare(const omci_request& request)
 {
-    const line_model left = read_line(request.compared[0], request.files.onu);
-    const line_model right = read_line(request.compared[1], request.files.onu);
-    const line_difference difference = difference_of(left, right);
+    const auto left = read_line(request.compared[0], request.inputs.onu, std::cerr);
+    const auto right = read_line(request.compared[1], request.inputs.onu, std::cerr);
+    if (!left || !right)
+        return status_invalid;
+    const line_difference difference = difference_of(left->line, right->line);
     if (request.json)
         print_difference_json(difference, request.compared[0], request.compared[1], std::cout);
     else
-        print_difference(difference, left, right, std::cout);
+        print_difference(difference, left->line, right->line, std::cout);
     if (!finish_output())
         return status_unsupported;
-    return difference.empty() ? status_ok : status_failed;
+    return difference.empty() && left->complete && right->complete ? status_ok : status_failed;
 }
 
 line_model line_of(const omci::loaded_capture& loaded)
@@ -52,28 +54,33 @@ line_model line_of(const omci::loaded_capture& loaded)
 json document_of(const omci::loaded_capture& loaded)
 {
     json whole = omci::summary_json(loaded.cap, loaded.result, loaded.path);
-    whole["bandwidth"] = bandwidth_json(line_of(loaded));
+    whole["bandwidth"] = bandwidth_json(line_of(loaded), loaded.result.queues);
     return whole;
 }
 
 line_result summary_of_many(const omci_request& request, const std::string& input)
 {
-    const omci::loaded_capture loaded = omci::load_capture(input, request.files.onu);
-    omci::print_warnings(loaded, std::cerr);
-    return {omci::status_of(loaded), omci::origin_json(loaded.cap, loaded.result),
-            document_of(loaded)};
+    try {
+        const omci::loaded_capture loaded = omci::load_capture(input, request.inputs.onu);
+        omci::print_warnings(loaded, std::cerr);
+        return {omci::status_of(loaded), omci::origin_json(loaded.cap, loaded.result),
+                document_of(loaded)};
+    } catch (const std::runtime_error& why) {
+        std::cerr << why.what() << '\n'; // it begins with the input
+        return {status_invalid, nullptr, nullptr};
+    }
 }
 
 int summarise(const omci_request& request)
 {
     const std::string& path = request.files.capture_path;
-    const omci::loaded_capture loaded = omci::load_capture(path, request.files.onu);
+    const omci::loaded_capture loaded = omci::load_capture(path, request.inputs.onu);
     omci::print_warnings(loaded, std::cerr);
     if (request.json) {
         print_json(document_of(loaded), std::cout);
     } else {
         omci::print_summary(loaded.cap, loaded.result, path, std::cout);
-        print_bandwidth_tree(line_of(loaded), std::cout);
+        print_bandwidth_tree(line_of(loaded), loaded.result.queues, std::cout);
     }
     return finish_output() ? omci::status_of(loaded) : status_unsupported;
 }
@@ -83,6 +90,7 @@ int run_omci(omci_request& request)
     if (request.inputs.wants_lines())
         return run_lines(request.inputs, "omci",
                          [&](const std::string& input) { return summary_of_many(request, input); });
+    request.files.onu = request.inputs.onu;
     if (!request.inputs.names.empty())
         request.files.capture_path = request.inputs.only();
     try {
@@ -124,8 +132,6 @@ void add_omci_command(CLI::App& app)
     sub->add_option("-o,--output", request->files.scenario_path,
                     "Output file, - for standard output")
         ->capture_default_str();
-    sub->add_option("--onu", request->files.onu,
-                    "Address of the ONU, if the capture has messages of several");
     sub->add_flag("--summary", request->summary, "Print a summary instead of the scenario");
     sub->add_option("--diff", request->compared, "Compare two captures or scenarios")
         ->expected(2)

@@ -5,11 +5,11 @@
 #include <memory>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/line_input.h"
 #include "tool/report/page.h"
 #include "tool/report/report_json.h"
 #include "tool/scenario/capture_words.h"
 #include "tool/scenario/host_backend.h"
-#include "tool/scenario/open.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -36,19 +36,20 @@ void write_page(const std::string& page, const std::string& output)
 
 int report(const report_request& request)
 {
-    std::optional<scenario> parsed = open_scenario(request.scenario, std::cerr);
-    if (!parsed)
+    std::optional<opened_line> opened = open_line(request.scenario, {}, std::cerr);
+    if (!opened)
         return status_invalid;
+    scenario& parsed = opened->input;
     try {
-        append_captures(request.captures, *parsed, std::cerr);
+        append_captures(request.captures, parsed, std::cerr);
         const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
-        exit_status status = collect_report(*parsed, *target, data, std::cerr);
+        exit_status status = collect_report(parsed, *target, data, std::cerr);
         if (status == status_ok && request.json)
             print_report_json(data, std::cout);
         else if (status == status_ok)
             write_page(report_page(data), request.output);
-        if (status == status_ok && parsed->incomplete)
+        if (status == status_ok && (parsed.incomplete || !opened->complete))
             status = status_failed;
         return finish_output() ? status : status_unsupported;
     } catch (const std::runtime_error& why) {
@@ -64,7 +65,9 @@ void add_report_command(CLI::App& app)
     const auto request = std::make_shared<report_request>();
     CLI::App* sub = app.add_subcommand(
         "report", "Write an HTML page with graph, flows, explained drops and rules");
-    sub->add_option("FILE", request->scenario, "Scenario file, - for standard input")->required();
+    sub->add_option("FILE", request->scenario,
+                    "Scenario or capture of OMCI messages, - for standard input")
+        ->required();
     sub->add_option("--pcap", request->captures,
                     "Captures to run after the scenario, with options of a pcap command after "
                     "commas: FILE,kind=up_uni,port=1; default kind: up_ani");

@@ -2,11 +2,12 @@
 #include "tool/commands/source.h"
 
 #include <iostream>
+#include <utility>
 
+#include "tool/commands/line_input.h"
 #include "tool/live/backends.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
-#include "tool/scenario/open.h"
 
 namespace gponflow {
 
@@ -47,10 +48,12 @@ std::optional<scenario> open_source(const live_source& from, exit_status& status
         }
         return {};
     }
-    std::optional<scenario> parsed = open_scenario(from.file, std::cerr);
-    if (!parsed)
+    std::optional<opened_line> line = open_line(from.file, {}, std::cerr);
+    if (!line) {
         status = status_invalid;
-    return parsed;
+        return {};
+    }
+    return std::move(line->input);
 }
 
 std::string backend_of(const live_source& from)

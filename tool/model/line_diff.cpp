@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tool/model/instance_json.h"
+#include "tool/model/tagging_diff.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -90,6 +91,7 @@ line_difference difference_of(const line_model& left, const line_model& right)
     for (const auto& [id, one] : of_right)
         if (!of_left.contains(id))
             result.only_right.push_back(id);
+    compare_tagging(left, right, result);
     return result;
 }
 

@@ -29,7 +29,8 @@ struct line_difference {
     }
 };
 
-/// Compares instances and attributes. The order in which they were created does not count.
+/// Compares instances, attributes and the rows of tagging operations. The order in which they were
+/// created does not count.
 [[nodiscard]] line_difference difference_of(const line_model& left, const line_model& right);
 
 /// "- INSTANCE" and "+ INSTANCE" with their attributes, "~ INSTANCE ATTRIBUTE: A -> B", and a line

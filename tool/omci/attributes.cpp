@@ -12,6 +12,7 @@ namespace {
 
 constexpr bool sbc = true;    // set-by-create
 constexpr bool later = false; // read-only, or written by a set only
+constexpr bool table = true;
 
 // 9.5.1
 constexpr attribute pptp_ethernet_uni[] = {
@@ -103,11 +104,11 @@ constexpr attribute extended_vlan_tagging[] = {
     {"input TPID", 2, later, {}},
     {"output TPID", 2, later, {}},
     {"downstream mode", 1, later, {}},
-    {"received frame VLAN tagging operation table", 16, later, {}},
+    {"received frame VLAN tagging operation table", 16, later, {}, 0, table},
     {"associated ME pointer", 2, sbc, {}},
     {"DSCP to P-bit mapping", 24, later, {}},
     {"enhanced mode", 1, later, {}},
-    {"enhanced received frame classification and processing table", 28, later, {}},
+    {"enhanced received frame classification and processing table", 28, later, {}, 0, table},
 };
 
 // 9.2.2
@@ -193,8 +194,8 @@ constexpr attribute multicast_gem_interworking_tp[] = {
     {"operational state", 1, later, {}},
     {"GAL profile pointer", 2, sbc, {}},
     {"not used 2", 1, sbc, {}},
-    {"IPv4 multicast address table", 12, later, {}},
-    {"IPv6 multicast address table", 24, later, {}},
+    {"IPv4 multicast address table", 12, later, {}, 0, table},
+    {"IPv6 multicast address table", 24, later, {}, 0, table},
 };
 
 // 9.5.5

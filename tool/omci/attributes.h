@@ -23,6 +23,7 @@ struct attribute {
     bool set_by_create;     ///< a create carries it
     std::string_view field; ///< of the raw record; empty: carried but not mirrored
     uint8_t element = 0;    ///< where in an array field
+    bool table = false;     ///< a table: a set has one row, a get response the size of the table
 };
 
 /// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.

@@ -11,6 +11,7 @@
 #include "tool/omci/outcome.h"
 #include "tool/omci/pairing.h"
 #include "tool/omci/scenario_text.h"
+#include "tool/omci/scheduling_facts.h"
 #include "tool/omci/tagging_text.h"
 
 namespace gponflow::omci {
@@ -55,6 +56,7 @@ public:
     std::string body;
     conversion_summary counts;
     default_configuration defaults;
+    scheduling queues;
 
 private:
     void take_configuration(const exchange& item);
@@ -65,11 +67,14 @@ private:
     void refuse(const exchange& item, const std::string& why);
     void introduce(const exchange& item, const outcome& result);
     void apply(command& cmd);
+    void write_tagging(const command& cmd, record& rec);
 
     void take_upload(const exchange& item);
+    void take_report(const exchange& item);
     void write_upload();
 
     record_store store;
+    table_reader tables;
     upload_tracker uploaded;
     bool follows_upload = false; ///< instances of an upload are not written yet
     std::pair<size_t, size_t> upload_frames;
@@ -93,8 +98,16 @@ void converter::take(const exchange& item)
     default:
         ++counts.other_types[msg.type];
         take_upload(item);
-        learn_from_response(item, store, defaults, counts.uploads, counts.onu);
+        take_report(item);
     }
+}
+
+void converter::take_report(const exchange& item)
+{
+    const report_destination to{store, defaults, counts.uploads, counts.onu, queues, tables};
+    const std::string lines = learn_from_response(item, to);
+    if (!lines.empty())
+        body += "\n" + comment_line(frames_text(item) + ": reported by the ONU") + lines;
 }
 
 // A capture that contains the bring-up has all instances of the OLT in its commands.
@@ -108,7 +121,7 @@ void converter::take_upload(const exchange& item)
         uploaded.begin(announced);
         follows_upload = counts.resets == 0;
     } else if (msg.type == mib_upload_next && msg.content.size() >= 2 && item.response) {
-        uploaded.part(read_u16(msg.content, 0));
+        uploaded.part(read_u16(msg.content, 0), item.response->msg.content);
         follows_upload = follows_upload || counts.resets == 0;
         upload_frames.first = upload_frames.first == 0 ? item.request.frame : upload_frames.first;
         upload_frames.second = item.response->frame;
@@ -208,10 +221,26 @@ void converter::apply(command& cmd)
             body += comment_line("  " + narrowed);
     }
     rec.commanded |= cmd.mask;
-    rec.written = true;
     body += me_line(type_name(msg.type), cmd.fields, cmd.cls, msg.instance, cmd.mask, rec) + "\n";
-    body += tagging_lines(cmd.cls.id, msg.instance, msg.type == create, cmd.list);
+    write_tagging(cmd, rec);
+    rec.written = true;
+    learn_scheduling(queues, cmd.cls.id, msg.instance, cmd.list);
     ++count_of(counts.written, msg.type);
+}
+
+void converter::write_tagging(const command& cmd, record& rec)
+{
+    const message& msg = cmd.item.request.msg;
+    table_start start = table_start::unchanged;
+    if (msg.type == create) {
+        start = table_start::with_default_rows;
+        rec.table_begun = rec.table_known = true;
+    } else if (has_tag_row(cmd.cls.id, cmd.list) && !std::exchange(rec.table_begun, true)) {
+        start = table_start::with_unknown_rows;
+    }
+    if (!rec.written)
+        body += std::exchange(rec.tagging, {});
+    body += tagging_lines(cmd.cls.id, msg.instance, start, cmd.list);
 }
 
 void converter::refuse(const exchange& item, const std::string& why)
@@ -280,6 +309,7 @@ conversion convert(const capture& cap, std::string_view title)
     result.scenario = opening(cap, title, work.defaults.line()) + work.body + "\n" +
                       closing_comment(work.counts, cap, pairs);
     result.counts = std::move(work.counts);
+    result.queues = std::move(work.queues);
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tool/model/scheduling.h"
 #include "tool/omci/capture.h"
 #include "tool/omci/summary.h"
 
@@ -13,6 +14,7 @@ namespace gponflow::omci {
 struct conversion {
     std::string scenario;
     conversion_summary counts;
+    scheduling queues;
 };
 
 /// The scenario loads the module, turns the engine on, sets the part of the default configuration

@@ -49,6 +49,23 @@ void print_remarks(std::ostream& err, const std::string& path, std::string_view 
         err << path << ": warning: frame " << item.frame << ": " << what << item.text << '\n';
 }
 
+std::optional<mac_address> address_of(const std::string& onu)
+{
+    const std::optional<mac_address> address = parse_mac(onu);
+    if (!onu.empty() && !address)
+        throw std::runtime_error(onu + ": not a MAC address (00:11:22:33:44:55)");
+    return address;
+}
+
+loaded_capture converted(const std::string& path, capture_result input)
+{
+    if (!input.cap)
+        throw std::runtime_error(path + ": " + input.error +
+                                 (input.choose_onu ? " with --onu" : ""));
+    conversion result = convert(*input.cap, title_of(path));
+    return {path, std::move(*input.cap), std::move(result)};
+}
+
 // Without a command there is no line to look at.
 bool is_empty(const conversion_summary& counts)
 {
@@ -61,15 +78,13 @@ bool is_empty(const conversion_summary& counts)
 
 loaded_capture load_capture(const std::string& path, const std::string& onu)
 {
-    const std::optional<mac_address> address = parse_mac(onu);
-    if (!onu.empty() && !address)
-        throw std::runtime_error(onu + ": not a MAC address (00:11:22:33:44:55)");
-    capture_result input = read_capture(path, address);
-    if (!input.cap)
-        throw std::runtime_error(path + ": " + input.error +
-                                 (input.choose_onu ? " with --onu" : ""));
-    conversion result = convert(*input.cap, title_of(path));
-    return {path, std::move(*input.cap), std::move(result)};
+    return converted(path, read_capture(path, address_of(onu)));
+}
+
+loaded_capture load_capture(const std::string& path, std::span<const uint8_t> file,
+                            const std::string& onu)
+{
+    return converted(path, read_capture_bytes(file, address_of(onu)));
 }
 
 void print_warnings(const loaded_capture& loaded, std::ostream& err)
@@ -80,13 +95,17 @@ void print_warnings(const loaded_capture& loaded, std::ostream& err)
     print_remarks(err, path, "refused by the ONU: ", loaded.result.counts.refused);
     if (is_empty(loaded.result.counts))
         err << path << ": warning: no command of the OLT and no MIB upload: the line is empty\n";
+    if (const size_t missing = loaded.result.counts.uploads.missing; missing != 0)
+        err << path << ": warning: " << missing << (missing == 1 ? " part" : " parts")
+            << " of the MIB upload not captured: instances of the line may be missing\n";
     if (!loaded.cap.cut_short.empty())
         err << path << ": warning: ends early, " << loaded.cap.cut_short << '\n';
 }
 
 int status_of(const loaded_capture& loaded)
 {
-    const bool whole = loaded.cap.cut_short.empty() && !is_empty(loaded.result.counts);
+    const bool whole = loaded.cap.cut_short.empty() && !is_empty(loaded.result.counts) &&
+                       loaded.result.counts.uploads.missing == 0;
     return whole ? status_done : status_incomplete;
 }
 

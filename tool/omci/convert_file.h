@@ -2,7 +2,9 @@
 // From a capture file to a scenario file.
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
+#include <span>
 #include <string>
 
 #include "tool/omci/capture.h"
@@ -26,6 +28,10 @@ struct loaded_capture {
 /// Reads and converts a capture; `onu` is the address of one of several ONUs, or empty. Throws
 /// std::runtime_error with the reason.
 [[nodiscard]] loaded_capture load_capture(const std::string& path, const std::string& onu);
+
+/// The same for a capture whose bytes were read before; `path` names it.
+[[nodiscard]] loaded_capture load_capture(const std::string& path, std::span<const uint8_t> file,
+                                          const std::string& onu);
 
 /// Prints refused, damaged and unreadable messages, and where the capture ends early.
 void print_warnings(const loaded_capture& loaded, std::ostream& err);

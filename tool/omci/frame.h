@@ -21,6 +21,7 @@ enum message_type : uint8_t {
     mib_upload_next = 14,
     mib_reset = 15,
     reboot = 25,
+    get_next = 26,
 };
 
 /// One decoded message. `content` points into the decoded bytes.

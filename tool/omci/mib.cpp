@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
+#include "include/me_class_id.h"
 #include "tool/omci/tagging_text.h"
 
 namespace gponflow::omci {
@@ -42,9 +44,19 @@ bool write_element(record& rec, const gpon_me_field& field, size_t element,
     return value <= limit;
 }
 
+// The lines of an instance that no command of the scenario contains wait for it.
+std::string keep_or_return(record& rec, std::string lines)
+{
+    if (rec.written)
+        return lines;
+    rec.tagging += lines;
+    return {};
+}
+
 } // namespace
 
-value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes)
+value_list split_values(const attribute_class& cls, uint16_t mask, std::span<const uint8_t> bytes,
+                        table_values tables)
 {
     value_list list;
     size_t at = 0;
@@ -55,7 +67,8 @@ value_list split_values(const attribute_class& cls, uint16_t mask, std::span<con
             list.unknown_mask |= attribute_bit(i);
             continue;
         }
-        const size_t size = cls.attributes[i].bytes;
+        const bool is_size = cls.attributes[i].table && tables == table_values::sizes;
+        const size_t size = is_size ? table_size_bytes : cls.attributes[i].bytes;
         if (bytes.size() - at < size) {
             list.values.clear();
             list.fault = "attribute " + std::to_string(i + 1) + " ends at byte " +
@@ -103,28 +116,43 @@ record& record_store::at(const class_record& fields, uint16_t instance)
     return rec;
 }
 
-void record_store::learn(const attribute_class& cls, uint16_t instance, const value_list& list)
+std::string record_store::learn(const attribute_class& cls, uint16_t instance,
+                                const value_list& list)
 {
     const class_record* fields = find_me_class(cls.id);
     if (fields == nullptr)
-        return;
+        return {};
     record& rec = at(*fields, instance);
+    const uint16_t known = rec.commanded | rec.reported;
+    value_list fresh;
     for (const attribute_value& value : list.values) {
         rec.reported |= attribute_bit(value.index);
         if ((rec.commanded & attribute_bit(value.index)) == 0)
             std::ignore = write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
+        if ((known & attribute_bit(value.index)) == 0 && !cls.attributes[value.index].table)
+            fresh.values.push_back(value);
     }
+    return keep_or_return(rec, tagging_lines(cls.id, instance, table_start::unchanged, fresh));
 }
 
-void record_store::learn_upload(const attribute_class& cls, uint16_t instance,
-                                const value_list& list)
+std::string record_store::learn_table(uint16_t instance, std::span<const uint8_t> rows)
 {
-    learn(cls, instance, list);
-    if (const class_record* fields = find_me_class(cls.id)) {
-        record& rec = at(*fields, instance);
-        rec.tagging += tagging_lines(cls.id, instance, !rec.uploaded, list);
-        rec.uploaded = true;
-    }
+    const class_record* fields = find_me_class(me_class::evtocd);
+    if (fields == nullptr)
+        return {};
+    record& rec = at(*fields, instance);
+    if (std::exchange(rec.table_known, true))
+        return {};
+    rec.table_begun = true;
+    return keep_or_return(rec, table_lines(instance, rows));
+}
+
+std::string record_store::learn_upload(const attribute_class& cls, uint16_t instance,
+                                       const value_list& list)
+{
+    if (const class_record* fields = find_me_class(cls.id))
+        at(*fields, instance).uploaded = true;
+    return learn(cls, instance, list);
 }
 
 } // namespace gponflow::omci

@@ -28,16 +28,23 @@ struct value_list {
     std::string fault;         ///< why the values cannot be read; empty otherwise
 };
 
+/// Whether a message has rows of tables, or their sizes.
+enum class table_values { rows, sizes };
+constexpr size_t table_size_bytes = 4;
+
 /// Splits the attribute values of a message: ascending order, without gaps.
 [[nodiscard]] value_list split_values(const attribute_class& cls, uint16_t mask,
-                                      std::span<const uint8_t> bytes);
+                                      std::span<const uint8_t> bytes,
+                                      table_values tables = table_values::rows);
 
 /// The raw record of one instance as an OMCI stack passes it to the module.
 struct record {
     std::vector<uint8_t> raw; ///< little-endian, class_record::raw_size bytes
     uint16_t commanded = 0;   ///< attributes that the OLT wrote
     uint16_t reported = 0;    ///< attributes that a MIB upload or a get reported
-    std::string tagging;      ///< commands for its uploaded tagging operation
+    std::string tagging;      ///< commands for its reported tagging operation
+    bool table_begun = false; ///< a `tagging` line names the rows of its table, or that it has some
+    bool table_known = false; ///< all rows of its table are known
     bool uploaded = false;    ///< a MIB upload listed the instance
     bool written = false;     ///< a command of the scenario contains it
 };
@@ -54,11 +61,17 @@ public:
     [[nodiscard]] record& at(const class_record& fields, uint16_t instance);
 
     /// Takes a report of the ONU (MIB upload, get). It fills attributes that the OLT has not
-    /// written: the report may be older than the command.
-    void learn(const attribute_class& cls, uint16_t instance, const value_list& list);
+    /// written: the report may be older than the command. Returns `tagging` lines for attributes
+    /// that were not known, if the scenario already contains the instance.
+    [[nodiscard]] std::string learn(const attribute_class& cls, uint16_t instance,
+                                    const value_list& list);
 
     /// The same for a MIB upload, which also shows that the instance exists.
-    void learn_upload(const attribute_class& cls, uint16_t instance, const value_list& list);
+    [[nodiscard]] std::string learn_upload(const attribute_class& cls, uint16_t instance,
+                                           const value_list& list);
+
+    /// Takes the whole table of a class 171 instance. Returns lines as learn() does.
+    [[nodiscard]] std::string learn_table(uint16_t instance, std::span<const uint8_t> rows);
 
     /// All records, by class and instance.
     [[nodiscard]] std::map<std::pair<uint16_t, uint16_t>, record>& all() { return records; }

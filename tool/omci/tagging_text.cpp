@@ -2,12 +2,14 @@
 #include "tool/omci/tagging_text.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
+#include <vector>
 
 #include "include/me_class_id.h"
 #include "tool/omci/frame.h"
 #include "tool/omci/scenario_text.h"
-#include "tool/tagging/row.h"
+#include "tool/tagging/operation.h"
 
 namespace gponflow::omci {
 
@@ -21,13 +23,11 @@ struct tagging_attribute {
     notation written;
 };
 
-constexpr size_t table_index = 5;
-
 constexpr tagging_attribute extended_attributes[] = {
     {0, "association", notation::decimal},     {2, "input_tpid", notation::hexadecimal},
     {3, "output_tpid", notation::hexadecimal}, {4, "downstream_mode", notation::decimal},
-    {table_index, "row", notation::bytes},     {6, "associated", notation::hexadecimal},
-    {7, "dscp_map", notation::bytes},
+    {tag_table_index, "row", notation::bytes}, {6, "associated", notation::hexadecimal},
+    {7, "dscp_map", notation::bytes},          {8, "enhanced_mode", notation::decimal},
 };
 
 constexpr tagging_attribute plain_attributes[] = {
@@ -60,10 +60,28 @@ std::string value_text(const tagging_attribute& attr, std::span<const uint8_t> b
     return attr.written == notation::decimal ? std::to_string(value) : hex_text(value, 4);
 }
 
-std::string row_comment(std::span<const uint8_t> bytes)
+tag_row_image image_of(std::span<const uint8_t> bytes)
 {
     tag_row_image image{};
     std::ranges::copy(bytes.first(std::min(bytes.size(), image.size())), image.begin());
+    return image;
+}
+
+std::string start_text(table_start start)
+{
+    constexpr std::array<const char*, 3> texts = {"", " rows=default", " rows=unknown"};
+    return texts[static_cast<size_t>(start)];
+}
+
+std::string line_of(uint16_t class_id, uint16_t instance, const std::string& options)
+{
+    return "tagging " + std::string(find_me_class(class_id)->name) + " " + hex_text(instance, 4) +
+           options + "\n";
+}
+
+std::string row_comment(std::span<const uint8_t> bytes)
+{
+    const tag_row_image image = image_of(bytes);
     const tag_row row = decode_row(image);
     return comment_line(is_deletion(image) ? "  deletes the row: " + filter_text(row)
                                            : "  row: " + row_text(row));
@@ -76,7 +94,7 @@ bool is_tagging_attribute(uint16_t class_id, size_t index)
     return find_tagging(class_id, index) != nullptr;
 }
 
-std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
+std::string tagging_lines(uint16_t class_id, uint16_t instance, table_start start,
                           const value_list& list)
 {
     std::string options;
@@ -86,15 +104,40 @@ std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
         if (!attr)
             continue;
         options += " " + std::string(attr->option) + "=" + value_text(*attr, value.bytes);
-        if (class_id == me_class::evtocd && value.index == table_index)
+        if (class_id == me_class::evtocd && value.index == tag_table_index)
             comment += row_comment(value.bytes);
     }
-    if (created && class_id == me_class::evtocd)
-        options += " rows=default";
-    if (options.empty())
-        return {};
-    return comment + "tagging " + std::string(find_me_class(class_id)->name) + " " +
-           hex_text(instance, 4) + options + "\n";
+    if (class_id == me_class::evtocd)
+        options += start_text(start);
+    return options.empty() ? "" : comment + line_of(class_id, instance, options);
+}
+
+std::string table_lines(uint16_t instance, std::span<const uint8_t> rows)
+{
+    std::string text =
+        line_of(me_class::evtocd, instance, start_text(table_start::with_default_rows));
+    std::vector<tag_row> missing = default_rows();
+    for (; rows.size() >= tag_row_bytes; rows = rows.subspan(tag_row_bytes)) {
+        const auto row = rows.first(tag_row_bytes);
+        text += row_comment(row) + line_of(me_class::evtocd, instance, " row=" + hex_bytes(row));
+        std::erase_if(missing,
+                      [&](const tag_row& one) { return same_key(one, decode_row(image_of(row))); });
+    }
+    // Default rows that the OLT deleted.
+    for (const tag_row& one : missing) {
+        tag_row_image image = encode_row(one);
+        std::fill(image.begin() + tag_row_bytes / 2, image.end(), 0xff);
+        text +=
+            row_comment(image) + line_of(me_class::evtocd, instance, " row=" + hex_bytes(image));
+    }
+    return text;
+}
+
+bool has_tag_row(uint16_t class_id, const value_list& list)
+{
+    return class_id == me_class::evtocd &&
+           std::ranges::find(list.values, tag_table_index, &attribute_value::index) !=
+               list.values.end();
 }
 
 } // namespace gponflow::omci

@@ -11,12 +11,28 @@
 
 namespace gponflow::omci {
 
+/// Of the table of class 171, in attribute_class.
+constexpr size_t tag_table_index = 5;
+
+/// What a `tagging` line says about the rows that a table has before.
+enum class table_start {
+    unchanged,
+    with_default_rows, ///< the operation is new
+    with_unknown_rows  ///< nothing shows them
+};
+
 /// Whether an attribute (by its index in attribute_class) becomes part of a `tagging` line.
 [[nodiscard]] bool is_tagging_attribute(uint16_t class_id, size_t index);
 
 /// The `tagging` line for the attributes of a command, with a comment that describes a row of the
-/// table. A create also starts the table. Empty for other classes and attributes.
-[[nodiscard]] std::string tagging_lines(uint16_t class_id, uint16_t instance, bool created,
+/// table. Empty for other classes and attributes. Only class 171 has a table.
+[[nodiscard]] std::string tagging_lines(uint16_t class_id, uint16_t instance, table_start start,
                                         const value_list& list);
+
+/// The lines for all rows of a table of class 171; bytes that are no whole row are ignored.
+[[nodiscard]] std::string table_lines(uint16_t instance, std::span<const uint8_t> rows);
+
+/// Whether the attributes contain a row of class 171.
+[[nodiscard]] bool has_tag_row(uint16_t class_id, const value_list& list);
 
 } // namespace gponflow::omci

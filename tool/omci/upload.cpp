@@ -60,12 +60,21 @@ void upload_tracker::begin(std::optional<uint16_t> announced)
 {
     announced_ = announced;
     numbers_.clear();
+    contents_.clear();
+}
+
+void upload_tracker::part(uint16_t number, std::span<const uint8_t> content)
+{
+    numbers_.insert(number);
+    contents_.emplace(content.begin(), content.end());
 }
 
 size_t upload_tracker::missing() const
 {
-    const size_t announced = announced_.value_or(0);
-    return announced - std::min(announced, numbers_.size());
+    const size_t seen = std::max(numbers_.size(), contents_.size());
+    const size_t last = numbers_.empty() ? 0 : *numbers_.rbegin() + size_t{1};
+    const size_t expected = announced_.value_or(last);
+    return expected - std::min(expected, seen);
 }
 
 std::string upload_lines(record_store& store, upload_summary& counts)

@@ -7,7 +7,9 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "tool/omci/mib.h"
 
@@ -31,13 +33,17 @@ struct upload_summary {
 class upload_tracker {
 public:
     void begin(std::optional<uint16_t> announced);
-    void part(uint16_t number) { numbers_.insert(number); }
-    /// Parts that were announced and not captured; 0 without an announcement.
+    /// `number` is that of the request. Some OLTs do not count: then the contents distinguish the
+    /// parts.
+    void part(uint16_t number, std::span<const uint8_t> content);
+    /// Parts that were announced and not captured. Without an announcement, those before the
+    /// greatest captured number.
     [[nodiscard]] size_t missing() const;
 
 private:
     std::optional<uint16_t> announced_;
     std::set<uint16_t> numbers_;
+    std::set<std::vector<uint8_t>> contents_;
 };
 
 /// Commands that create the uploaded instances that no command has created yet, targets of pointers

@@ -52,6 +52,12 @@ std::optional<scenario> open_scenario(const std::string& file, std::ostream& dia
         diagnostics << file << ": " << error.what() << '\n';
         return {};
     }
+    return open_scenario_text(file, text, diagnostics);
+}
+
+std::optional<scenario> open_scenario_text(const std::string& file, const std::string& text,
+                                           std::ostream& diagnostics)
+{
     if (const std::string why = why_no_scenario(text); !why.empty()) {
         diagnostics << file << ": " << why << '\n';
         return {};

@@ -14,4 +14,8 @@ namespace gponflow {
 [[nodiscard]] std::optional<scenario> open_scenario(const std::string& file,
                                                     std::ostream& diagnostics);
 
+/// The same for a file whose text was read before.
+[[nodiscard]] std::optional<scenario>
+open_scenario_text(const std::string& file, const std::string& text, std::ostream& diagnostics);
+
 } // namespace gponflow

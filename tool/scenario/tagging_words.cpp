@@ -29,9 +29,9 @@ template <typename field> auto number_into(std::optional<field>& place)
 
 void read_rows(const value& from, tag_facts& facts)
 {
-    if (from.text != "default")
-        from.fail("only 'default' is known");
-    facts.default_rows = true;
+    if (from.text != "default" && from.text != "unknown")
+        from.fail("only 'default' and 'unknown' are known");
+    (from.text == "default" ? facts.default_rows : facts.unknown_rows) = true;
 }
 
 // Attributes of both classes.
@@ -50,6 +50,7 @@ std::vector<option_rule> extended_rules(tag_facts& facts)
     rules.push_back({"dscp_map", [&](const value& from) {
                          facts.dscp_map = read_bytes<dscp_map_bytes>(from);
                      }});
+    rules.push_back({"enhanced_mode", number_into(facts.enhanced_mode)});
     rules.push_back({"rows", [&](const value& from) { read_rows(from, facts); }});
     rules.push_back(
         {"row", [&](const value& from) { facts.rows.push_back(read_bytes<tag_row_bytes>(from)); }});

@@ -28,6 +28,14 @@ tag_rewriting discarded(const tagged_frame& frame, std::string row)
     return {tag_outcome::discarded, frame.joined(), std::move(row), {}};
 }
 
+// Why nothing is known about the tags of a frame; empty if they are known.
+std::string frame_fault(const std::optional<tagged_frame>& received)
+{
+    if (!received)
+        return "the frame ends within its addresses";
+    return received->ends_early ? "the frame ends before its EtherType" : "";
+}
+
 bool matches(const row_tag& filter, const frame_tag& tag, uint16_t input_tpid)
 {
     if (filter.priority < any_priority && filter.priority != tag.priority)
@@ -167,13 +175,18 @@ std::string too_short_for(const tag_row& row)
     return "the row \"" + row_text(row) + "\" may apply: the frame ends before its UDP ports";
 }
 
+bool uses_dscp(const tag_row& row)
+{
+    return row.outer.priority == priority_of_dscp || row.inner.priority == priority_of_dscp;
+}
+
 tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> frame)
 {
-    if (!operation.table_known)
-        return unknown(frame, "its table is not known");
+    if (const std::string fault = table_fault(operation); !fault.empty())
+        return unknown(frame, fault);
     const auto received = split_frame(frame, operation.input_tpid);
-    if (!received)
-        return unknown(frame, "the frame ends within its addresses");
+    if (const std::string fault = frame_fault(received); !fault.empty())
+        return unknown(frame, fault);
     const std::optional<uint8_t> criterion = received->extended_criterion();
     const tag_row* row = matching_row(operation, received->tags, received->ethertype(), criterion);
     if (!row)
@@ -184,6 +197,9 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
         return unknown(frame, too_short_for(*row));
     if (row->remove == discard_frame)
         return discarded(*received, row_text(*row));
+    if (uses_dscp(*row) && received->ends_before_dscp())
+        return unknown(frame, "the row \"" + row_text(*row) +
+                                  "\" applies: the frame ends before its DSCP");
     return passed(treated(operation, *row, *received), row_text(*row));
 }
 
@@ -191,9 +207,10 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
 tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const uint8_t> frame)
 {
     const auto received = split_frame(frame, 0);
-    if (!received || !operation.upstream_mode)
-        return unknown(frame, received ? "its attributes are not known"
-                                       : "the frame ends within its addresses");
+    if (!operation.upstream_mode)
+        return unknown(frame, "its attributes are not known");
+    if (const std::string fault = frame_fault(received); !fault.empty())
+        return unknown(frame, fault);
     const uint8_t mode = *operation.upstream_mode;
     const uint16_t tci = operation.upstream_tci;
     const frame_tag tag{ordinary_tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
@@ -204,21 +221,23 @@ tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const u
     if (mode > 2)
         return unknown(frame, "upstream mode " + std::to_string(mode) + " is not defined");
     const bool replaced = mode == 1 && !result.tags.empty();
+    // The attribute is a TCI: the TPID of a replaced tag stays.
     if (replaced)
-        result.tags[0] = tag;
+        result.tags[0] = {result.tags[0].tpid, tag.priority, tag.dei, tag.vid};
     else
         result.tags.insert(result.tags.begin(), tag);
     return passed(result, "upstream mode " + std::to_string(mode) + ": " +
                               (replaced ? "replace the outer tag by " : "add ") +
-                              tags_text(std::vector{tag}));
+                              tags_text(std::vector{result.tags[0]}));
 }
 
 tag_rewriting by_downstream_mode(const tag_operation& operation, std::span<const uint8_t> frame)
 {
     const auto received = split_frame(frame, 0);
-    if (!received || !operation.upstream_mode)
-        return unknown(frame, received ? "its attributes are not known"
-                                       : "the frame ends within its addresses");
+    if (!operation.upstream_mode)
+        return unknown(frame, "its attributes are not known");
+    if (const std::string fault = frame_fault(received); !fault.empty())
+        return unknown(frame, fault);
     if (operation.downstream_mode > 1)
         return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
                                   " is not defined");
@@ -316,22 +335,24 @@ tag_rewriting rewrite_downstream(const tag_operation& operation, std::span<const
 {
     if (operation.class_id != me_class::evtocd)
         return by_downstream_mode(operation, frame);
-    if (!operation.table_known)
-        return unknown(frame, "its table is not known");
     const auto received = split_frame(frame, operation.output_tpid);
-    if (!received)
-        return unknown(frame, "the frame ends within its addresses");
+    if (const std::string fault = frame_fault(received); !fault.empty())
+        return unknown(frame, fault);
+    // These two modes need no table.
     switch (operation.downstream_mode) {
     case unmodified:
         return passed(*received, "downstream mode 1: no change");
     case discard_all:
         return discarded(*received, "downstream mode 8: discard");
     default:
-        if (operation.downstream_mode > discard_all)
-            return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
-                                      " is not defined");
-        return by_inverse(operation, *received);
+        break;
     }
+    if (operation.downstream_mode > discard_all)
+        return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
+                                  " is not defined");
+    if (const std::string fault = table_fault(operation); !fault.empty())
+        return unknown(frame, fault);
+    return by_inverse(operation, *received);
 }
 
 } // namespace gponflow

@@ -76,6 +76,11 @@ std::optional<uint8_t> tagged_frame::dscp() const
     return {};
 }
 
+bool tagged_frame::ends_before_dscp() const
+{
+    return (ethertype() == type_ipv4 || ethertype() == type_ipv6) && !dscp();
+}
+
 std::optional<uint8_t> tagged_frame::extended_criterion() const
 {
     if (ethertype() != type_ipv4 && ethertype() != type_ipv6)
@@ -118,6 +123,7 @@ std::optional<tagged_frame> split_frame(std::span<const uint8_t> frame, uint16_t
         frame = frame.subspan(tag_bytes);
     }
     result.rest.assign(frame.begin(), frame.end());
+    result.ends_early = frame.size() < 2 || is_tpid(word_at(frame, 0), more);
     return result;
 }
 

@@ -23,11 +23,14 @@ struct tagged_frame {
     std::vector<uint8_t> addresses; ///< 12 bytes
     std::vector<frame_tag> tags;    ///< the outer one first
     std::vector<uint8_t> rest;      ///< from the EtherType
+    bool ends_early = false;        ///< within a tag, or before the EtherType
 
     /// 0 if the frame ends before it.
     [[nodiscard]] uint16_t ethertype() const;
     /// Of an IPv4 or IPv6 header; nothing for other frames.
     [[nodiscard]] std::optional<uint8_t> dscp() const;
+    /// Whether the frame is an IP packet that ends before its DSCP.
+    [[nodiscard]] bool ends_before_dscp() const;
     /// The extended criterion of a row that the frame fits: 1 DHCPv4, 2 DHCPv6, 0 none. Nothing if
     /// the frame ends before its UDP ports.
     [[nodiscard]] std::optional<uint8_t> extended_criterion() const;

@@ -72,8 +72,16 @@ void start_table(tag_operation& operation)
     if (operation.table_known)
         return;
     operation.table_known = true;
+    operation.table_in_part = false;
     operation.rows = default_rows();
     std::ranges::stable_sort(operation.rows, is_tried_before);
+}
+
+void forget_table(tag_operation& operation)
+{
+    operation.table_known = false;
+    operation.table_in_part = true;
+    operation.rows.clear();
 }
 
 } // namespace
@@ -88,6 +96,9 @@ void apply(const tag_facts& facts, tag_operation& operation)
     take(operation.output_tpid, facts.output_tpid);
     take(operation.downstream_mode, facts.downstream_mode);
     take(operation.dscp_map, facts.dscp_map);
+    take(operation.enhanced_mode, facts.enhanced_mode);
+    if (facts.unknown_rows)
+        forget_table(operation);
     if (facts.default_rows)
         start_table(operation);
     for (const tag_row_image& row : facts.rows)
@@ -103,9 +114,19 @@ std::vector<tag_row> default_rows()
             default_row(default_rule, default_rule)};
 }
 
+std::string table_fault(const tag_operation& operation)
+{
+    if (operation.enhanced_mode != 0)
+        return "it is in enhanced mode, whose table is not read";
+    if (operation.table_in_part)
+        return "only a part of its table is known";
+    return operation.table_known ? "" : "its table is not known";
+}
+
 void set_row(tag_operation& operation, const tag_row_image& image)
 {
-    start_table(operation);
+    if (!operation.table_in_part)
+        start_table(operation);
     const tag_row row = decode_row(image);
     std::erase_if(operation.rows, [&](const tag_row& one) { return same_key(one, row); });
     if (is_deletion(image))

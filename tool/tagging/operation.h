@@ -29,6 +29,8 @@ struct tag_operation {
     std::array<uint8_t, dscp_map_bytes> dscp_map{}; ///< 64 priorities of three bits
     std::vector<tag_row> rows;                      ///< in the order in which they are tried
     bool table_known = false;
+    bool table_in_part = false; ///< some rows are known, others were set before
+    uint8_t enhanced_mode = 0;  ///< 1: the enhanced table applies, which the tool does not read
 
     // Class 78.
     std::optional<uint8_t> upstream_mode;
@@ -48,6 +50,8 @@ struct tag_facts {
     std::optional<uint8_t> downstream_mode;
     std::optional<std::array<uint8_t, dscp_map_bytes>> dscp_map;
     bool default_rows = false; ///< the table starts with the default rows
+    bool unknown_rows = false; ///< the table has rows that nothing shows
+    std::optional<uint8_t> enhanced_mode;
     std::vector<tag_row_image> rows;
     std::optional<uint8_t> upstream_mode;
     std::optional<uint16_t> upstream_tci;
@@ -58,6 +62,9 @@ void apply(const tag_facts& facts, tag_operation& operation);
 
 /// The rows that an ONU creates with the table: frames with 0, 1 and 2 tags pass unchanged.
 [[nodiscard]] std::vector<tag_row> default_rows();
+
+/// Why the rows of a class 171 operation do not determine its effect; empty if they do.
+[[nodiscard]] std::string table_fault(const tag_operation& operation);
 
 /// Applies a row that the OLT sets: it replaces the row with the same key, or deletes it.
 void set_row(tag_operation& operation, const tag_row_image& image);

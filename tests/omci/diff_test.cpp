@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Differences between two lines.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tool/parsing.h"
+#include "tool/model/line_diff.h"
+#include "tool/scenario/final_state.h"
+
+namespace gponflow {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string operation =
+    "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+    "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n";
+const std::string translation = "tagging VLAN_TAG_EXTEND_OPERATE 1 row=";
+
+std::vector<std::string> differences(const std::string& left, const std::string& right)
+{
+    std::vector<std::string> texts;
+    for (const changed_attribute& one :
+         difference_of(final_entities(parse_good(left)), final_entities(parse_good(right))).changed)
+        texts.push_back(to_text(one.where) + " " + one.name + ": " + one.left + " -> " + one.right);
+    return texts;
+}
+
+TEST(line_difference, none_between_equal_operations)
+{
+    const std::string text = operation + translation + "f800000080320000400f000000080320\n";
+    EXPECT_THAT(differences(text, text), IsEmpty());
+}
+
+// VLAN 100 to VLAN 100, and to VLAN 104.
+TEST(line_difference, contains_changed_rows)
+{
+    EXPECT_THAT(
+        differences(operation + translation + "f800000080320000400f000000080320\n",
+                    operation + translation + "f800000080320000400f000000080340\n"),
+        ElementsAre("VLAN_TAG_EXTEND_OPERATE 0x0001 row single-tagged, VLAN 100: remove 1 tag, add "
+                    "VLAN 100 with the priority of the inner tag (400f000000080320) -> remove 1 "
+                    "tag, add VLAN 104 with the priority of the inner tag (400f000000080340)"));
+}
+
+TEST(line_difference, contains_rows_of_one_side)
+{
+    const std::string more = operation + translation + "f8000000f8000000000f000000000324\n" +
+                             translation + "f800000080320000c00f0000000f0000\n";
+    EXPECT_THAT(differences(operation, more),
+                ElementsAre("VLAN_TAG_EXTEND_OPERATE 0x0001 row untagged: no change "
+                            "(000f0000000f0000) -> add VLAN 100 with priority 0, TPID 0x8100 "
+                            "(000f000000000324)",
+                            "VLAN_TAG_EXTEND_OPERATE 0x0001 row single-tagged, VLAN 100: none -> "
+                            "discard (c00f0000000f0000)"));
+}
+
+TEST(line_difference, contains_attributes_of_operations)
+{
+    EXPECT_THAT(differences(operation, "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                                       "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 "
+                                       "associated=0x0102 output_tpid=0x88a8 downstream_mode=5 "
+                                       "rows=unknown\n"),
+                ElementsAre("VLAN_TAG_EXTEND_OPERATE 0x0001 associated: 0x0101 -> 0x0102",
+                            "VLAN_TAG_EXTEND_OPERATE 0x0001 downstream_mode: 0 -> 5",
+                            "VLAN_TAG_EXTEND_OPERATE 0x0001 output_tpid: 0x8100 -> 0x88a8",
+                            "VLAN_TAG_EXTEND_OPERATE 0x0001 rows: known -> known in part",
+                            testing::_, testing::_, testing::_));
+    const std::string plain = "me create VLAN_TAG_OPERATE 1\ntagging VLAN_TAG_OPERATE 1 ";
+    EXPECT_THAT(differences(plain + "upstream_mode=1 upstream_tci=100\n",
+                            plain + "upstream_mode=2 upstream_tci=200\n"),
+                ElementsAre("VLAN_TAG_OPERATE 0x0001 upstream_mode: 1 -> 2",
+                            "VLAN_TAG_OPERATE 0x0001 upstream_tci: 0x0064 -> 0x00c8"));
+}
+
+TEST(line_difference, of_an_instance_is_no_difference_of_its_rows)
+{
+    const line_difference found =
+        difference_of(final_entities(parse_good("load\n")), final_entities(parse_good(operation)));
+    EXPECT_THAT(found.changed, IsEmpty());
+    EXPECT_THAT(found.only_right, ElementsAre(me_id{me_class::evtocd, 1}));
+}
+
+} // namespace
+
+} // namespace gponflow

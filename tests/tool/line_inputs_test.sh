@@ -1,0 +1,88 @@
+#!/bin/bash
+# SPDX-License-Identifier: GPL-2.0-only
+#
+# usage: line_inputs_test.sh GPONFLOW
+#
+# Each command that takes a line takes it as a scenario and as a capture of OMCI messages, of each
+# format, from a file, a pipe and standard input.
+set -eu
+# shellcheck source=tests/tool/proof.sh
+. "$(dirname "$0")/proof.sh"
+
+bring_up=$root/docs/cookbook/bring-up.pcap
+lost=$root/docs/cookbook/lost.pcap
+python3 "$root/tests/tool/line_inputs.py" "$bring_up"
+expect_status 0 omci "$bring_up" -o line.scn
+
+# ARGUMENT...: with INPUT for the line
+same_for_each_input() {
+    local input expected
+    expect_status "$@"
+    expected=$1
+    shift
+    mv out wanted
+    for input in "$bring_up" sll.pcap sll2.pcap new.pcapng; do
+        expect_status "$expected" "${@/line.scn/$input}"
+        # A capture is named in the output, and the text of a scenario has its line numbers.
+        sed "s,$input,line.scn,g" out | cmp -s - wanted ||
+            complain "gponflow $*: another output for $input"
+        status=0
+        "$tool" "${@/line.scn/-}" <"$input" >out 2>err || status=$?
+        [ "$status" = "$expected" ] || complain "gponflow $*: status $status for $input by stdin"
+        sed 's,^-:,line.scn:,; s, -:, line.scn:,' out | cmp -s - wanted ||
+            complain "gponflow $*: another output for $input from standard input"
+    done
+    status=0
+    "$tool" "${@/line.scn//dev/fd/3}" 3< <(cat "$bring_up") >out 2>err || status=$?
+    sed 's,/dev/fd/3,line.scn,g' out | cmp -s - wanted || complain "gponflow $*: not from a pipe"
+}
+same_for_each_input 0 check line.scn
+same_for_each_input 0 account line.scn --pcap "$lost"
+same_for_each_input 0 graph line.scn
+same_for_each_input 0 explain line.scn --uni 2 --pcap "$lost"
+same_for_each_input 0 show me line.scn
+cp line.scn same.scn
+same_for_each_input 0 omci --diff same.scn line.scn
+
+# A difference between a capture and a scenario is none.
+expect_status 0 omci --diff "$bring_up" line.scn
+expect_status 0 omci --diff new.pcapng sll2.pcap
+
+# Several ONUs: each command chooses one.
+for words in 'check two.pcap' "account two.pcap --pcap $lost" 'omci two.pcap' 'omci --summary two.pcap'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 2 $words
+    grep -q 'messages of 2 ONUs (02:00:00:00:00:02, 02:00:00:00:00:09): choose one of them with --onu' \
+        err || complain "gponflow $words: does not name the ONUs"
+    # shellcheck disable=SC2086 # words
+    expect_status 0 $words --onu 02:00:00:00:00:09
+done
+expect_status 0 omci --diff two.pcap line.scn --onu 02:00:00:00:00:09
+expect_status 2 check two.pcap --onu 02:00:00:00:00
+grep -q 'not a MAC address' err || complain 'a wrong address is accepted'
+expect_status 2 check two.pcap "$bring_up"
+[ "$(grep -c '"schema":"gponflow-line-1"' out)" = 2 ] || complain 'an input has no line'
+[ "$(grep -o 'two.pcap: messages' out | wc -l)" = 1 ] || complain 'the input is named twice'
+expect_status 0 omci two.pcap two.pcap --onu 02:00:00:00:00:09
+
+# Nothing usable is no success.
+: >empty
+for words in check account graph 'report -o page.html' 'omci --diff line.scn'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 1 $words empty
+    grep -q '^empty: warning: no command: the line is empty$' err ||
+        complain "gponflow $words: no warning of an empty file"
+done
+expect_status 2 omci empty
+expect_status 2 explain empty --uni 1
+
+# Up to its end, a capture that was cut is used, with a warning.
+head -c 2000 "$bring_up" >cut.pcap
+for words in check graph 'report -o page.html' omci 'omci --summary' 'omci --diff line.scn'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 1 $words cut.pcap
+    grep -q '^cut.pcap: warning: ends early, frame ' err ||
+        complain "gponflow $words: no warning of a capture that ends early"
+done
+
+exit "$failed"

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/omci/scheduling_facts.h"
+
+#include "include/me_class_id.h"
+#include "tool/omci/defaults.h"
+#include "tool/omci/frame.h"
+
+namespace gponflow::omci {
+
+namespace {
+
+// Indexes in attribute_class::attributes.
+constexpr size_t tcont_policy = 2;
+constexpr size_t ctp_downstream_queue = 6;
+constexpr size_t onu_traffic_option = 3;
+
+void learn_queue(queue_facts& queue, const attribute_value& value)
+{
+    switch (value.index) {
+    case 5:
+        queue.related_port = read_u32(value.bytes, 0);
+        break;
+    case 6:
+        queue.scheduler = read_u16(value.bytes, 0);
+        break;
+    case 7:
+        queue.weight = value.bytes[0];
+        break;
+    default:
+        break;
+    }
+}
+
+void learn_scheduler(scheduler_facts& scheduler, const attribute_value& value)
+{
+    switch (value.index) {
+    case 0:
+        scheduler.tcont = read_u16(value.bytes, 0);
+        break;
+    case 1:
+        scheduler.parent = read_u16(value.bytes, 0);
+        break;
+    case 2:
+        scheduler.policy = value.bytes[0];
+        break;
+    case 3:
+        scheduler.weight = value.bytes[0];
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+void learn_scheduling(scheduling& into, uint16_t class_id, uint16_t instance,
+                      const value_list& list)
+{
+    for (const attribute_value& value : list.values) {
+        if (class_id == me_class::pq)
+            learn_queue(into.queues[instance], value);
+        else if (class_id == me_class::ts)
+            learn_scheduler(into.schedulers[instance], value);
+        else if (class_id == me_class::tcont && value.index == tcont_policy)
+            into.tcont_policies[instance] = value.bytes[0];
+        else if (class_id == me_class::gemctp && value.index == ctp_downstream_queue)
+            into.downstream_queues[instance] = read_u16(value.bytes, 0);
+        else if (class_id == onu_g_class().id && value.index == onu_traffic_option)
+            into.traffic_option = value.bytes[0];
+    }
+}
+
+} // namespace gponflow::omci
