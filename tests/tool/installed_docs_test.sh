@@ -14,10 +14,10 @@ mkdir -p doc/examples
 while read -r pattern; do
     # shellcheck disable=SC2086 # a pattern
     cp -r "$root"/$pattern doc
-done <"$package/gponflow.docs"
+done < <(grep -v "^#" "$package/gponflow.docs")
 while read -r name; do
     cp -r "$root/$name" doc/examples
-done <"$package/gponflow.examples"
+done < <(grep -v "^#" "$package/gponflow.examples")
 while read -r pattern place; do
     place=${place#usr/share/doc/gponflow/}
     mkdir -p "doc/$place"
