@@ -6,10 +6,25 @@
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
+value_of() { # COUNTER FILE
+    awk -v name="$1" '$1 == name { print $2 }' "$2"
+}
+
 load_softonu unis=2
 insmod /modules/gpon_hasten.ko period=30000 instead=25
 load_gpon_flow
-contention "${contention_seconds:-15}" || fail "a wrong result, or no path"
+seconds=${contention_seconds:-15}
+contention everything "$seconds" || fail "a wrong result, or no path"
+netlink_reader counters >/tmp/before || fail "no counters: $(cat /tmp/before)"
+contention judged "$seconds" || fail "a result of another time, or no path"
+netlink_reader counters >/tmp/after || fail "no counters: $(cat /tmp/after)"
+
+# The results are of interest only if frames replayed, left their outcome and used it.
+for name in walks_done replays outcomes_remembered remembered_up_ani; do
+    times=$(($(value_of $name /tmp/after) - $(value_of $name /tmp/before)))
+    echo "@@ $name: $times while the port ids changed"
+    [ "$times" -gt 0 ] || fail "no $name"
+done
 echo "@@ the aging timer expired $(cat /sys/module/gpon_hasten/parameters/hastened) times early"
 [ "$(cat /sys/module/gpon_hasten/parameters/hastened)" -gt 50 ] || fail "the timer was not hastened"
 rmmod gpon_flow || fail "gpon_flow does not unload"

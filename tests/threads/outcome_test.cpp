@@ -112,6 +112,24 @@ void enter_state(uint64_t state)
     EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(268), &record.me), 0);
 }
 
+/* How frames were classified since an earlier moment; no frame is in progress at either one. */
+class classified {
+public:
+    uint64_t remembered() const { return since("remembered_up_ani", remembered_); }
+    uint64_t replayed() const { return since("replays", replayed_); }
+    uint64_t outcomes() const { return since("outcomes_remembered", outcomes_); }
+
+private:
+    static uint64_t since(const char* name, uint64_t before)
+    {
+        return gpon::host::counter_value(name) - before;
+    }
+
+    uint64_t remembered_ = since("remembered_up_ani", 0);
+    uint64_t replayed_ = since("replays", 0);
+    uint64_t outcomes_ = since("outcomes_remembered", 0);
+};
+
 // Sends frames and looks for a state between the last that had ended before a frame and the last
 // that had begun behind it, no earlier than what the frame before has shown.
 void judge_frames(const progress& store, const std::atomic<bool>& done, uint8_t station,
@@ -143,6 +161,7 @@ TEST_F(outcome_threads, each_answer_is_one_that_the_store_gave_meanwhile)
     // A rule each, which no change of the CTP touches.
     for (const uint8_t station : {uint8_t{1}, uint8_t{2}})
         EXPECT_EQ(send_frame(station).gem_port, port_in_state(1));
+    const classified counted;
     std::vector<std::thread> frames;
     for (const uint8_t station : {uint8_t{1}, uint8_t{2}})
         frames.emplace_back(judge_frames, std::cref(store), std::cref(done), station,
@@ -161,7 +180,15 @@ TEST_F(outcome_threads, each_answer_is_one_that_the_store_gave_meanwhile)
     for (std::thread& each : frames)
         each.join();
     RecordProperty("judged", std::to_string(judged));
+    RecordProperty("remembered", std::to_string(counted.remembered()));
+    RecordProperty("replayed", std::to_string(counted.replayed()));
+    RecordProperty("outcomes", std::to_string(counted.outcomes()));
     EXPECT_GT(judged, all / 2);
+    // A state in which the store rests is seen by frames that replay, and that use what is left.
+    EXPECT_GT(counted.replayed(), all / 20);
+    EXPECT_GT(counted.outcomes(), all / 20);
+    EXPECT_GT(counted.remembered(), all / 20);
+    EXPECT_EQ(counted.remembered() + counted.replayed(), judged) << "no frame walked or failed";
 }
 
 void send_until(const std::atomic<bool>& done)
