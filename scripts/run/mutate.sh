@@ -36,7 +36,16 @@ command_of() {
     ninja -C "$(preset_dir "$1")" -t commands "$2" | tail -n 1
 }
 
-# compile PRESET FILE EDITED OBJECT: includes are found as from the file's own folder.
+# object_of FILE: the object of a source of the core or of the thread tests.
+object_of() {
+    case $1 in
+    tests/*) echo "tests/CMakeFiles/thread_tests.dir/${1#tests/}.o" ;;
+    *) echo "CMakeFiles/gpon_core.dir/$1.o" ;;
+    esac
+}
+
+# compile PRESET FILE EDITED OBJECT: includes are found as from the file's own folder. A header comes
+# before the source that includes it, whose own include has no effect then.
 compile() {
     local line object=$4
     line=$(command_of "$1" "$object")
@@ -44,7 +53,10 @@ compile() {
     line=${line#ccache }
     line=${line//"-o $object"/"-o $here/edited.o -iquote $PWD/${2%/*}"}
     line=${line//"-MF $object.d"/"-MF $here/edited.d"}
-    line=${line//"-c $PWD/$2"/"-c $3"}
+    case $2 in
+    *.h) line=${line//"-c $PWD/"/"-include $3 -c $PWD/"} ;;
+    *) line=${line//"-c $PWD/$2"/"-c $3"} ;;
+    esac
     (cd "$(preset_dir "$1")" && eval "$line")
 }
 
@@ -120,7 +132,8 @@ first_of() {
 }
 
 noticed_by_unit() {
-    local object=CMakeFiles/gpon_core.dir/$1.o status=0
+    local object status=0
+    object=$(object_of "${compiled:-$1}")
     compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
     first_of try_program "$preset" unit_tests "$object" "-$slow" -- \
         try_scenarios "$preset" "$object" || status=$?
@@ -130,14 +143,16 @@ noticed_by_unit() {
 }
 
 noticed_by_threads() {
-    local who object=CMakeFiles/gpon_core.dir/$1.o
+    local who object
+    object=$(object_of "${compiled:-$1}")
     compile tsan "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
     who=$(try_program tsan thread_tests "$object" '*') && echo "$who under ThreadSanitizer"
 }
 
 # The same without a sanitizer, which would order the accesses.
 noticed_by_frames() {
-    local object=CMakeFiles/gpon_core.dir/$1.o
+    local object
+    object=$(object_of "${compiled:-$1}")
     compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
     try_program "$preset" thread_tests "$object" '*'
 }
@@ -221,11 +236,12 @@ wanted() {
 
 # Fills the arrays with the edits that are wanted.
 read_edits() {
-    local line name='' file='' from='' to='' by=unit equivalent='' tests=''
+    local line name='' file='' source='' from='' to='' by=unit equivalent='' tests=''
     while IFS= read -r line || [ -n "$line" ]; do
         case $line in
         'name: '*) name=${line#name: } ;;
         'file: '*) file=${line#file: } ;;
+        'in: '*) source=${line#in: } ;;
         'from: '*) printf -v from '%b' "${line#from: }" ;;
         'to:   '*) printf -v to '%b' "${line#to:   }" ;;
         'by:   '*) by=${line#by:   } ;;
@@ -234,9 +250,9 @@ read_edits() {
         '')
             if [ -n "$name" ] && wanted "$name"; then
                 names+=("$name") files+=("$file") froms+=("$from") tos+=("$to") checks+=("$by")
-                equivalents+=("$equivalent") guests+=("$tests")
+                equivalents+=("$equivalent") guests+=("$tests") sources+=("$source")
             fi
-            name='' file='' from='' to='' by=unit equivalent='' tests=''
+            name='' file='' source='' from='' to='' by=unit equivalent='' tests=''
             ;;
         esac
     done < <(for file in "${edits[@]}"; do [ ! -f "$file" ] || { cat "$file" && echo; }; done)
@@ -308,7 +324,7 @@ if [ -n "$write" ] && { [ $# != 0 ] || [ -n "$quick" ]; }; then
     exit 2
 fi
 mkdir -p "$here"
-asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=() scenarios=()
+asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=() scenarios=() sources=()
 read_edits
 if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in ${edits[*]}" >&2
@@ -320,7 +336,7 @@ for check in unit threads frames glue analysis guest; do
     fi
 done
 for i in "${!names[@]}"; do
-    guest_tests=${guests[i]}
+    guest_tests=${guests[i]} compiled=${sources[i]}
     try "${names[i]}" "${files[i]}" "${froms[i]}" "${tos[i]}" "${checks[i]}" "${equivalents[i]}" ||
         survivors+=("${names[i]}")
 done

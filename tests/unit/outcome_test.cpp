@@ -296,6 +296,37 @@ TEST_F(outcome, ends_with_each_change_of_the_store)
     EXPECT_EQ(gpon::current_generation(), before + 4) << "the link is filed once more";
 }
 
+// Sets the GEM port of CTP 1 as a command does, without its copy from user space.
+void set_port_of_ctp_1()
+{
+    gpon_raw_gemctp raw = {};
+    raw.instID = 1;
+    raw.portID = 77;
+    raw.direction = 3;
+    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, 1, &raw);
+    EXPECT_EQ(gpon_flow_list_add_inst(gpon_flow_me_get_by_classid(268), &cmd), 0);
+}
+
+TEST_F(outcome, of_a_replay_during_which_the_store_changed_is_not_remembered)
+{
+    // The second CTP has no effect on the result; the store changes before it is read.
+    gpon_raw_gemctp raw = {};
+    raw.instID = 20;
+    raw.direction = 2;
+    apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 20, &raw);
+    const bytes sent = frame(1);
+    const sk_buff skb = packet_of(sent);
+    gpon_walk_result walked = {};
+    walked.trace = {{{268, 1}, {268, 20}}};
+    EXPECT_EQ(gpon_rule_generate_trace(&skb, UP_ANI, &walked), 0);
+    gpon::host::call_at_allocation(2, set_port_of_ctp_1);
+    EXPECT_EQ(send(sent).port, port_of(1)) << "read before the change";
+    EXPECT_TRUE(gpon::host::fault_fired(gpon::host::fault::alloc));
+    EXPECT_EQ(send(sent).port, 77);
+    EXPECT_TRUE(is_remembered(sent));
+    EXPECT_EQ(send(sent).port, 77);
+}
+
 TEST_F(outcome, a_sweep_has_the_frame_mark_its_rule_anew)
 {
     const bytes sent = frame(1);
@@ -421,11 +452,93 @@ TEST_F(outcome, a_walk_is_learnt_although_a_rule_is_lost_meanwhile)
     EXPECT_EQ(gpon_hash_table_record.total_num, 1u);
 }
 
+// The changes of the store of one action, and of the reported events those that found it at rest.
+class watched_changes {
+public:
+    watched_changes()
+    {
+        gpon::host::set_observer([this](const gpon_event& event) {
+            ++events_;
+            if (gpon::is_at_rest(gpon::current_store()))
+                at_rest_.push_back(event.kind);
+        });
+    }
+    ~watched_changes() { gpon::host::set_observer(nullptr); }
+    watched_changes(const watched_changes&) = delete;
+    watched_changes& operator=(const watched_changes&) = delete;
+
+    // Each change adds 2 to the number of the store.
+    void expect_one() const
+    {
+        EXPECT_EQ(gpon::current_store(), before_ + 2);
+        EXPECT_GT(events_, 0);
+        EXPECT_THAT(at_rest_, IsEmpty()) << "all of it is inside of the change";
+    }
+
+private:
+    const u64 before_ = gpon::current_store();
+    int events_ = 0;
+    std::vector<u32> at_rest_;
+};
+
+TEST_F(outcome, each_function_that_changes_the_store_is_one_change)
+{
+    const gpon_raw_mbsp raw = {
+        .instID = 5, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
+    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 5, &raw);
+    const gpon_me_entry* bridges = gpon_flow_me_get_by_classid(45);
+    for (const auto what : {"new", "replaced"}) {
+        SCOPED_TRACE(what);
+        const watched_changes seen;
+        EXPECT_EQ(gpon_flow_list_add_inst(bridges, &cmd), 0);
+        seen.expect_one();
+    }
+    {
+        SCOPED_TRACE("link");
+        const gpon_me_related_update link = {.class_id = 47,
+                                             .entity_id = 1,
+                                             .related_class_id = 45,
+                                             .related_inst_id = 5,
+                                             .msg_type = ZR_OMCI_MSG_TYPE_CREAT};
+        const watched_changes seen;
+        EXPECT_EQ(gpon_flow_me_general_update(&link), 0);
+        seen.expect_one();
+    }
+    const watched_changes seen;
+    EXPECT_EQ(gpon_flow_list_delete_inst(bridges, 5, 0), 0);
+    seen.expect_one();
+}
+
+TEST_F(outcome, a_command_is_one_change_of_the_store_with_its_flush)
+{
+    gpon::test::create_bridge(1);
+    learn(frame(1), 1);
+    {
+        const watched_changes seen;
+        gpon::test::create_port(0x1001, 1, 5, 0x11);
+        seen.expect_one();
+    }
+    learn(frame(1), 1);
+    const watched_changes seen;
+    gpon_flow_cmd record = {};
+    record.cmd = GPON_FLOW_CMD_CLEAN;
+    EXPECT_EQ(gpon_flow_dispatch_omci_cmd(&record), 0);
+    seen.expect_one();
+}
+
 TEST_F(outcome, an_operators_deletion_is_one_change_of_the_store)
 {
-    const u64 before = gpon::current_store();
+    gpon::test::create_bridge(1);
+    gpon::test::create_port(0x1001, 1, 5, 0x11);
+    {
+        // Its handlers update the links to the bridge and to the termination point.
+        const watched_changes seen;
+        gpon::host::proc_write("clean raw_data 47 1001");
+        seen.expect_one();
+    }
+    const watched_changes seen;
     gpon_flow_clean_all_me_inst();
-    EXPECT_EQ(gpon::current_store(), before + 2);
+    seen.expect_one();
 }
 
 TEST_F(outcome, a_walk_is_learnt_only_while_the_store_keeps_its_number)

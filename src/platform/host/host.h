@@ -80,6 +80,11 @@ void arm_fault(fault service, uint64_t nth = 1);
 void disarm_faults();
 bool fault_fired(fault service); // since it was armed
 
+/* The nth allocation from now on calls the function first, and does not fail. It takes the place of
+ * an armed allocation fault. A test can so place the work of another CPU into a walk or a replay.
+ */
+void call_at_allocation(uint64_t nth, void (*function)());
+
 /* Each copy from user space takes this time, like a copy that waits for a page. reset() does not
  * change it. */
 void set_copy_delay(uint32_t microseconds);
