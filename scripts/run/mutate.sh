@@ -157,6 +157,14 @@ noticed_by_frames() {
     try_program "$preset" thread_tests "$object" '*'
 }
 
+# On CPUs that see the writes of others late and in another order.
+noticed_by_order() {
+    local source=${compiled:-$1}
+    local object=tests/order/CMakeFiles/order_module.dir/__/__/$source.o
+    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    try_program "$preset" order_tests "$object" '*'
+}
+
 noticed_by_glue() {
     local object=tests/glue/CMakeFiles/glue_memory.dir/__/__/$1.o
     compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
@@ -275,6 +283,11 @@ prepare_frames() {
     step thread_tests "$(preset_dir "$preset")/$(program "$preset" thread_tests)" --gtest_brief=1
 }
 
+prepare_order() {
+    step "$preset" build_preset "$preset" order_tests
+    step order_tests "$(preset_dir "$preset")/$(program "$preset" order_tests)" --gtest_brief=1
+}
+
 prepare_glue() {
     step "$preset" build_preset "$preset" glue_tests
     step glue_tests "$(preset_dir "$preset")/$(program "$preset" glue_tests)" --gtest_brief=1
@@ -330,7 +343,7 @@ if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in ${edits[*]}" >&2
     exit 2
 fi
-for check in unit threads frames glue analysis guest; do
+for check in unit threads frames order glue analysis guest; do
     if [[ " ${checks[*]} " == *" $check "* ]]; then
         "prepare_$check"
     fi

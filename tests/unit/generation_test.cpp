@@ -4,8 +4,9 @@
 // thread is equivalent to a run on several CPUs in the same order. The store is one number, which
 // is the result of a replay, or two words.
 //
-// Not covered: accesses that become visible in another order than that of the program. The barriers
-// against this are those of base/atomics.h.
+// Not covered: accesses that become visible in another order than that of the program
+// (tests/order), and those of a walk (the thread tests under ThreadSanitizer, the guest test
+// contention on arm64).
 #include "tests/support/loaded_module.h"
 #include "tests/unit/explorer.h"
 
