@@ -56,7 +56,6 @@ build_modules() {
 
 link_sources "$folder" Kbuild src softonu
 build_modules "$folder"
-link_sources "$folder-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk \
-    src/platform/linux/kept_blocks.h
+link_sources "$folder-of-tests" tests/kernel/modules src/platform/linux/kcxx.mk
 build_modules "$folder-of-tests/tests/kernel/modules"
 bash scripts/kernel/check-module.sh "$arch" "$folder/gpon_flow.ko" "$kernel"

@@ -37,8 +37,4 @@ void gpon_glue_drop_netlink(void);
 int gpon_glue_make_counters(void);
 void gpon_glue_drop_counters(void);
 
-/* Returns the memory that is kept for the next packet to the kernel. No allocation or free follows
- * this call. */
-void gpon_glue_drop_memory(void);
-
 #endif

@@ -24,7 +24,6 @@ static void take_down(void)
 	gpon_glue_drop_proc();
 	gpon_glue_drop_timer();
 	gpon_glue_wait_for_rcu();
-	gpon_glue_drop_memory();
 	gpon_glue_drop_counters();
 }
 

@@ -16,8 +16,6 @@
 #include <linux/string.h>
 #include <linux/tracepoint.h>
 
-#include "gpon_balance.h"
-
 static struct module *watched;
 static atomic_t live = ATOMIC_INIT(0);
 static atomic_t taken = ATOMIC_INIT(0);
@@ -35,12 +33,6 @@ module_param_cb(live, &counter_ops, &live, 0444);
 MODULE_PARM_DESC(live, "read: blocks that are allocated");
 module_param_cb(taken, &counter_ops, &taken, 0444);
 MODULE_PARM_DESC(taken, "read: number of allocations");
-
-int gpon_balance_live(void)
-{
-	return atomic_read(&live);
-}
-EXPORT_SYMBOL_GPL(gpon_balance_live);
 
 static bool is_watched(unsigned long call_site)
 {

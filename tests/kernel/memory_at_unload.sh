@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# A provisioned line with first and known frames, commands and flushes holds no memory after unload.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+balance=/sys/module/gpon_balance/parameters
+passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
+dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
+
+# Each round: frames that walk, replay and use an outcome, frames that a filter drops, a flush.
+frames() {
+    for _ in $(seq 100); do
+        echo "$passing"
+        echo "$passing"
+        echo "$passing"
+        echo "$dropped"
+        echo 'proc write "clean flow_rule 0 0"'
+    done
+}
+
+load_softonu unis=2
+insmod /modules/gpon_balance.ko || fail "the kernel has no events of its allocator"
+load_gpon_flow
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed ||
+    { cat /tmp/printed; fail "no provisioning"; }
+held=$(cat $balance/live)
+[ "$held" -gt 0 ] || fail "the line is no block"
+frames >/tmp/frames.scn
+before=$(cat $balance/taken)
+gponflow run --backend=device /tmp/frames.scn >/tmp/printed ||
+    { cat /tmp/printed; fail "no frames"; }
+expect "blocks that the frames left" "$held" "$(cat $balance/live)"
+taken=$(($(cat $balance/taken) - before))
+[ "$taken" -ge 300 ] || fail "the frames took only $taken blocks"
+rmmod gpon_flow || fail "gpon_flow does not unload"
+expect "blocks left at unload" 0 "$(cat $balance/at_exit)"
+echo "@@ $held blocks of the line, $taken allocations by 400 frames"
+rmmod gpon_balance
+rmmod gpon_softonu || fail "gpon_softonu does not unload"
