@@ -29,6 +29,10 @@ struct backend_event {
 };
 using backend_sink = std::function<void(const backend_event&)>;
 
+/// Chooses levelled messages of the module's log by their tag and the name of the function that
+/// logs.
+using log_filter = bool (*)(std::string_view tag, std::string_view function);
+
 struct hook_answer {
     int ret = 0;
     int api_result = 0;
@@ -60,6 +64,10 @@ public:
 
     /// Receives the events of the following calls; null removes the sink.
     virtual void set_sink(backend_sink sink) = 0;
+
+    /// Messages for which the function returns false may be missing from the events, to save time.
+    /// Null: all messages are events.
+    virtual void set_log_filter(log_filter) {}
 
     /// init_module; nothing when it panicked. Refuses when the module is loaded.
     virtual std::optional<int> load() = 0;

@@ -64,6 +64,18 @@ struct captured_run::visitor {
     }
 };
 
+namespace {
+
+// Without the traces of lookups among the instances. A walk does one for each pair of bridge ports
+// of a bridge and of a line, so they are most of the log of a large line.
+bool is_of_a_path(std::string_view tag, std::string_view function)
+{
+    return tag != "***TRACE***" ||
+           !(function.starts_with("gpon_flow_list_") || function.ends_with("_get_related_id"));
+}
+
+} // namespace
+
 captured_run::captured_run(backend& target) : target_(target)
 {
     target_.set_sink([this](const backend_event& event) {
@@ -116,7 +128,9 @@ captured_run::path_call captured_run::hook_by_path(const packet_options& options
     std::string key = place ? path_memory::key_of(options, frame, *place) : std::string();
     if (const path_memory::path* known = place ? paths_.find(key) : nullptr)
         return {repeat(*known, *place, options, frame), known->number, false};
+    target_.set_log_filter(is_of_a_path);
     const path_call call{hook_in_detail(options, frame), path_count_++, true};
+    target_.set_log_filter(nullptr);
     if (place)
         paths_.add(std::move(key), {call.answer, call.path});
     return call;

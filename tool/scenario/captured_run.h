@@ -42,7 +42,8 @@ public:
         bool first = false; ///< of this number, which is the count of numbers so far
     };
 
-    /// Like hook_in_detail for the first frame of a path; log() then holds the log of the call.
+    /// Like hook_in_detail for the first frame of a path; log() then holds the log of the call,
+    /// which may lack traces of lookups among the instances.
     /// The state of the module after other frames is the same, but the call is left out if it has
     /// no effect. Throws refusal.
     [[nodiscard]] path_call hook_by_path(const packet_options& options, const bytes& frame);

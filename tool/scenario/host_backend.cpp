@@ -48,6 +48,7 @@ public:
     ~host_backend() override
     {
         gpon::host::set_sink(nullptr);
+        gpon::host::set_log_filter(nullptr);
         gpon::host::reset();
     }
 
@@ -60,6 +61,8 @@ public:
             sink({log ? backend_event::kind::log : backend_event::kind::call, event.text});
         });
     }
+
+    void set_log_filter(log_filter wanted) override { gpon::host::set_log_filter(wanted); }
 
     std::optional<int> load() override
     {
