@@ -20,7 +20,7 @@ Each subcommand has a --help with examples. Exit status of all of them:
   0  success
   1  check failed: an expect failed (run), a problem was found (check), the
      inputs differ (omci --diff), or a capture ends early or has no frame
-     (run, account, report, omci)
+     (run, account, explain, graph, report, omci)
   2  invalid input, or a file could not be read or written
   3  the module is not loaded, the backend does not support a command, or
      standard output could not be written)";
@@ -34,10 +34,7 @@ bool wants_json(const std::vector<std::string>& words)
 
 int refuse(const CLI::App& app, const std::vector<std::string>& words, const CLI::ParseError& error)
 {
-    std::string text = gponflow::unknown_subcommand(app, words);
-    if (text.empty())
-        text = error.what() + gponflow::word_hint(app, words);
-    std::cerr << "gponflow: " << text << '\n';
+    std::cerr << "gponflow: " << gponflow::message_of(app, words, error) << '\n';
     if (!wants_json(words))
         std::cerr << "Run with --help for more information.\n";
     return gponflow::status_invalid;
@@ -71,6 +68,7 @@ int main(int argc, char** argv)
     gponflow::add_report_command(app);
     gponflow::add_stat_command(app);
     gponflow::add_monitor_command(app);
+    gponflow::refuse_values_of_flags(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& outcome) {

@@ -52,6 +52,21 @@ std::FILE* open_memory(std::span<const uint8_t> contents)
     return stream;
 }
 
+// libpcap counts bytes of its own reads, which mean nothing to the user.
+std::string opening_error(std::string_view reason)
+{
+    if (reason.starts_with("truncated"))
+        return "too short for a capture";
+    if (reason.find("unknown file format") != reason.npos)
+        return "no capture: neither pcap nor pcapng";
+    return std::string(reason);
+}
+
+std::string reading_error(std::string_view reason)
+{
+    return reason.starts_with("truncated") ? "the file ends within it" : std::string(reason);
+}
+
 pcap_t* open_capture(std::FILE* stream)
 {
     std::array<char, PCAP_ERRBUF_SIZE> reason{};
@@ -61,7 +76,7 @@ pcap_t* open_capture(std::FILE* stream)
         return opened;
     if (stream != stdin)
         std::fclose(stream);
-    throw std::runtime_error(reason.data());
+    throw std::runtime_error(opening_error(reason.data()));
 }
 
 } // namespace
@@ -110,7 +125,8 @@ bool capture_file::next(capture_record& into)
     const int status = cut_short_.empty() ? pcap_next_ex(handle_->pcap, &header, &data) : 0;
     if (status != 1) {
         if (status == PCAP_ERROR)
-            cut_short_ = "frame " + std::to_string(count_ + 1) + ": " + pcap_geterr(handle_->pcap);
+            cut_short_ = "frame " + std::to_string(count_ + 1) + ": " +
+                         reading_error(pcap_geterr(handle_->pcap));
         return false;
     }
     ++count_;

@@ -127,8 +127,9 @@ void add_account_command(CLI::App& app)
                 "  gponflow account line.scn --pcap lost.pcap,kind=up_uni,port=2 --json\n"
                 "  gponflow account bring-up.pcap --pcap lost.pcap\n"
                 "  gponflow account --files list --pcap probe.pcap --jobs 4 > lines.jsonl\n\n"
-                "A dropped frame is counted under its tags and the managed entity that decided: "
-                "the end of the branch that came furthest.\n\n" +
+                "A dropped frame is counted under its tags and the managed entity that dropped it. "
+                "If the frame was refused in several places, this is the entity that it reached "
+                "after the most steps.\n\n" +
                 std::string(fleet_help));
     sub->callback([request] {
         if (const int status = account(*request); status != status_ok)

@@ -46,7 +46,8 @@ uint16_t read_class(const std::string& word)
     std::vector<std::string_view> names;
     for (const class_record& one : me_classes())
         names.push_back(one.name);
-    throw CLI::ValidationError("unknown class " + in_quotes(word) + suggestion(word, names));
+    throw CLI::ValidationError("unknown class " + in_quotes(word) +
+                               suggestion_or_list(word, names));
 }
 
 uint16_t read_instance(const std::string& word)

@@ -95,6 +95,8 @@ int explain(const explain_request& request)
         const std::unique_ptr<backend> target = make_backend(request.source.backend);
         status =
             request.asks ? answer(request, input, *target) : explain_hook(request, input, *target);
+        if (status == status_ok && input.incomplete)
+            status = status_failed;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;
@@ -180,7 +182,7 @@ void add_capture_options(CLI::App& sub, explain_request& request)
 constexpr const char* explain_help = R"(
 Examples:
   gponflow explain line.scn --uni 2 --vlan 300 --prio 6
-  gponflow explain line.scn --uni 2 --pcap lost.pcap --frame 7
+  gponflow explain bring-up.pcap --uni 2 --pcap lost.pcap --frame 7
   gponflow explain line.scn --gem 1025 --vlan 100 --src 02:00:00:00:00:07
   gponflow explain line.scn --uni 1 --vlan 500 --tpid 0x88a8 --inner 10p3 --json
   gponflow explain line.scn kind=up_ani frame=0200000000010200000001028100006508004500
@@ -199,7 +201,8 @@ void add_explain_command(CLI::App& app)
     const auto request = std::make_shared<explain_request>();
     CLI::App* sub = app.add_subcommand("explain", "Trace one frame step by step");
     sub->add_option("FILE", request->source.file,
-                    "Scenario file, - for standard input; optional with --backend=device");
+                    "Scenario or capture of OMCI messages, - for standard input; optional with "
+                    "--backend=device");
     sub->add_option("OPTION", request->frame.words,
                     "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
     add_capture_options(*sub, *request);

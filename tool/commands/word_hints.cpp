@@ -2,6 +2,8 @@
 #include "tool/commands/word_hints.h"
 
 #include <algorithm>
+#include <regex>
+#include <span>
 
 #include "tool/text/message_words.h"
 
@@ -37,49 +39,99 @@ std::vector<std::string> names_of_subcommands(const CLI::App& app)
     return names;
 }
 
-std::string nearest(const std::string& word, const std::vector<std::string>& known)
+// The last subcommand of a command line, and the words from the first one that is none.
+struct place {
+    const CLI::App* at;
+    std::span<const std::string> rest;
+};
+
+place place_of(const CLI::App& app, std::span<const std::string> words)
 {
-    if (std::ranges::find(known, word) != known.end())
-        return {};
-    return suggestion(word, {known.begin(), known.end()});
+    const CLI::App* at = &app;
+    for (; !words.empty(); words = words.subspan(1)) {
+        if (words.front().starts_with('-') && words.front() != "--")
+            continue;
+        const CLI::App* next = subcommand_of(*at, words.front());
+        if (!next)
+            break;
+        at = next;
+    }
+    return {at, words};
+}
+
+std::string missing_subcommand(const CLI::App& at)
+{
+    std::string text;
+    for (const std::string& name : names_of_subcommands(at))
+        text += (text.empty() ? "a subcommand is missing: one of " : ", ") + name;
+    return text;
+}
+
+std::string unknown_subcommand(const CLI::App& at, const std::string& word)
+{
+    std::vector<std::string> known = names_of_subcommands(at);
+    known.emplace_back("--help");
+    return "unknown subcommand " + in_quotes(word) +
+           suggestion_or_list(word, {known.begin(), known.end()});
+}
+
+// The library's list has the words behind an unknown option too, and its order is not the user's.
+std::string unexpected_word(const CLI::App& at, std::span<const std::string> words)
+{
+    const std::vector<std::string> known = names_of_options(at);
+    const std::vector<std::string_view> views(known.begin(), known.end());
+    const std::vector<std::string> left = at.remaining();
+    for (const std::string& word : words) {
+        const std::string name = word.substr(0, word.find('='));
+        if (std::ranges::find(left, word) == left.end())
+            continue;
+        return word.starts_with('-') ? "unknown option " + in_quotes(name) + suggestion(name, views)
+                                     : "unexpected argument " + in_quotes(word);
+    }
+    return {};
+}
+
+// Messages of the library, and the words that this tool uses.
+std::string in_our_words(const std::string& text)
+{
+    static const std::pair<std::regex, const char*> rows[] = {
+        {std::regex("^(\\S+) is required$"), "$1 is missing"},
+        {std::regex("^(\\S+): 1 required (\\S+) missing$"), "$1 needs a value ($2)"},
+        {std::regex("^(\\S+): At least (\\d+) required but received (\\d+)$"),
+         "$1 needs $2 values, not $3"},
+        {std::regex("^(\\S+) was given a disallowed flag override$"), "--$1 takes no value"},
+        {std::regex("^(\\S+) requires (\\S+)$"), "$1 needs $2"},
+        {std::regex("^(\\S+) excludes (\\S+)$"), "$1 and $2 exclude each other"},
+        {std::regex("^(\\S+): (.*) not in \\{(.*)\\}$"), "$1 '$2': not one of $3"},
+    };
+    for (const auto& [pattern, words] : rows)
+        if (std::regex_match(text, pattern))
+            return std::regex_replace(text, pattern, words);
+    return text;
 }
 
 } // namespace
 
-std::string word_hint(const CLI::App& app, const std::vector<std::string>& words)
+std::string message_of(const CLI::App& app, const std::vector<std::string>& words,
+                       const CLI::ParseError& error)
 {
-    const CLI::App* at = &app;
-    for (const std::string& word : words) {
-        if (word == "--")
-            return {};
-        if (word.starts_with('-')) {
-            if (std::string hint = nearest(word.substr(0, word.find('=')), names_of_options(*at));
-                !hint.empty())
-                return hint;
-        } else if (const CLI::App* next = subcommand_of(*at, word)) {
-            at = next;
-        } else if (at->get_require_subcommand_min() > 0) {
-            return nearest(word, names_of_subcommands(*at));
-        }
-    }
-    return {};
+    const auto [at, rest] = place_of(app, words);
+    std::string text;
+    if (at->get_require_subcommand_min() > 0)
+        text = rest.empty() ? missing_subcommand(*at) : unknown_subcommand(*at, rest.front());
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) && (text.empty() || rest.empty()))
+        if (std::string word = unexpected_word(*at, words); !word.empty())
+            return word;
+    return text.empty() ? in_our_words(error.what()) : text;
 }
 
-std::string unknown_subcommand(const CLI::App& app, const std::vector<std::string>& words)
+void refuse_values_of_flags(CLI::App& app)
 {
-    const CLI::App* at = &app;
-    for (const std::string& word : words) {
-        if (word.starts_with('-'))
-            continue;
-        if (at->get_require_subcommand_min() == 0)
-            return {};
-        const CLI::App* next = subcommand_of(*at, word);
-        if (next == nullptr)
-            return "unknown subcommand " + in_quotes(word) +
-                   nearest(word, names_of_subcommands(*at));
-        at = next;
-    }
-    return {};
+    for (CLI::Option* option : app.get_options())
+        if (option->get_items_expected_max() == 0)
+            option->disable_flag_override();
+    for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; }))
+        refuse_values_of_flags(*sub);
 }
 
 } // namespace gponflow

@@ -8,13 +8,12 @@
 
 namespace gponflow {
 
-/// " (did you mean 'X'?)" for the first unknown word of a command line; empty when every word is
-/// known or no known word is similar.
-[[nodiscard]] std::string word_hint(const CLI::App& app, const std::vector<std::string>& words);
+/// The message for an invalid command line, in the words of the tool's other messages. For an
+/// unknown subcommand or option it names the nearest known one.
+[[nodiscard]] std::string message_of(const CLI::App& app, const std::vector<std::string>& words,
+                                     const CLI::ParseError& error);
 
-/// "unknown subcommand 'X' (did you mean 'Y'?)" if a word is in the place of a required subcommand;
-/// empty otherwise.
-[[nodiscard]] std::string unknown_subcommand(const CLI::App& app,
-                                             const std::vector<std::string>& words);
+/// Makes "--flag=value" an error for each option without a value; the library ignores the value.
+void refuse_values_of_flags(CLI::App& app);
 
 } // namespace gponflow

@@ -8,6 +8,7 @@
 #include "tool/explain/fault.h"
 #include "tool/scenario/values.h"
 #include "tool/text/ethernet_numbers.h"
+#include "tool/text/message_words.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -31,13 +32,14 @@ bytes bytes_of(const std::string& text)
     }
 }
 
-void append_address(bytes& to, const std::string& text, uint8_t last_byte)
+void append_address(bytes& to, const char* option, const std::string& text, uint8_t last_byte)
 {
     bytes address = {2, 0, 0, 0, 0, last_byte};
     if (!text.empty())
         address = bytes_of(text);
     if (address.size() != address_bytes)
-        throw std::runtime_error("not a MAC address (00:11:22:33:44:55): " + text);
+        throw std::runtime_error(option + (" " + in_quotes(text)) +
+                                 ": not a MAC address (00:11:22:33:44:55)");
     to.insert(to.end(), address.begin(), address.end());
 }
 
@@ -63,8 +65,8 @@ captured_frame built_frame(const frame_question& question)
     if (question.inner && !question.outer)
         throw std::runtime_error("an inner tag needs an outer one: add --vlan");
     bytes frame;
-    append_address(frame, question.destination, 1);
-    append_address(frame, question.source, 2);
+    append_address(frame, "--dst", question.destination, 1);
+    append_address(frame, "--src", question.source, 2);
     if (question.outer)
         append_tag(frame, question.tpid, *question.outer);
     if (question.inner)

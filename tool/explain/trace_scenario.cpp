@@ -10,6 +10,7 @@
 #include "tool/live/instances.h"
 #include "tool/live/rule_table.h"
 #include "tool/scenario/captured_run.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow {
 
@@ -79,7 +80,8 @@ exit_status trace_scenario(const scenario& input, backend& target, const trace_f
     tracer run(target, filter, most, out, colours, as_json);
     const exit_status status = run.run(input, diagnostics);
     if (!as_json)
-        out << run.marked() << " of " << run.frames() << " frames match the filter\n";
+        out << run.marked() << " of " << counted(run.frames(), "frame")
+            << (run.marked() == 1 ? " matches the filter\n" : " match the filter\n");
     return status;
 }
 

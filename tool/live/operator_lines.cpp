@@ -19,10 +19,15 @@ constexpr uint16_t most_priority = 7;
 
 mac_address read_mac(const value& from)
 {
-    const bytes read = read_hex(from);
     mac_address mac{};
+    bytes read;
+    try {
+        read = read_hex(from);
+    } catch (const syntax_error&) {
+        read.clear();
+    }
     if (read.size() != mac.size())
-        from.fail("must have six bytes, as in 02:00:00:00:01:01");
+        from.fail("not a MAC address (02:00:00:00:01:01)");
     std::ranges::copy(read, mac.begin());
     return mac;
 }
@@ -59,7 +64,7 @@ uint32_t read_level(const std::string& word)
     if (found != std::end(level_names))
         return found->mask;
     throw std::runtime_error("unknown log level " + in_quotes(word) +
-                             suggestion(word, debug_level_names()));
+                             suggestion_or_list(word, debug_level_names()));
 }
 
 // The fields of a filter by name.

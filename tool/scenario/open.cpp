@@ -8,6 +8,8 @@
 #include "tool/capture/capture_file.h"
 #include "tool/scenario/captures.h"
 #include "tool/scenario/parse.h"
+#include "tool/scenario/words.h"
+#include "tool/text/lines.h"
 #include "tool/text/source_text.h"
 
 namespace gponflow {
@@ -27,14 +29,41 @@ void print(const std::vector<diagnostic>& errors, const char* noun, std::ostream
         to << errors[0].file << ": " << errors.size() - most_printed << " more " << noun << '\n';
 }
 
+// Control characters other than those of lines and blanks.
+bool is_binary(char c)
+{
+    return static_cast<unsigned char>(c) < ' ' && (c < '\t' || c > '\r');
+}
+
+// Whether the text can be the start of a scenario: a line of it has a command or a comment, or none
+// has a whole word.
+bool may_be_scenario(std::string_view text)
+{
+    constexpr size_t longest_command = 16;
+    const std::vector<std::string_view> commands = command_names();
+    bool found = false, other = false;
+    for_each_line(text, [&](std::string_view line) {
+        const bool cut = line.end() == text.end();
+        line = trimmed(line);
+        const std::string_view name = line.substr(0, line.find_first_of(" \t"));
+        if (line.starts_with('#') || std::ranges::find(commands, name) != commands.end())
+            found = true;
+        else if (!line.empty() && (!cut || name != line || name.size() > longest_command))
+            other = true;
+    });
+    return found || !other;
+}
+
 // A file of another kind is refused as a whole: each of its lines would be an error.
 std::string why_no_scenario(std::string_view text)
 {
     if (is_capture_start(text))
         return "is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o "
                "line.scn, name traffic with --pcap";
-    if (text.substr(0, looked_at).find('\0') != text.npos)
+    if (std::ranges::any_of(text.substr(0, looked_at), is_binary))
         return "is no scenario: it is no text";
+    if (text.size() == looked_at && !may_be_scenario(text))
+        return "is no scenario: it begins with no command and no comment";
     return {};
 }
 

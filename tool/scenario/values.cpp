@@ -57,16 +57,21 @@ uint8_t hex_byte(const value& from, size_t place)
     return static_cast<uint8_t>(high << 4 | low);
 }
 
+std::vector<std::string_view> names_of(std::span<const option_rule> rules)
+{
+    std::vector<std::string_view> names;
+    std::ranges::transform(rules, std::back_inserter(names), &option_rule::name);
+    return names;
+}
+
 const option_rule& find_rule(const word& from, std::string_view name, std::string_view owner,
                              std::span<const option_rule> rules)
 {
     const auto found = std::ranges::find(rules, name, &option_rule::name);
     if (found != rules.end())
         return *found;
-    std::vector<std::string_view> known;
-    std::ranges::transform(rules, std::back_inserter(known), &option_rule::name);
     throw syntax_error{from.column, std::string(owner) + " has no option " + in_quotes(name) +
-                                        suggestion(name, known)};
+                                        suggestion_or_list(name, names_of(rules))};
 }
 
 } // namespace
@@ -123,7 +128,8 @@ void take_options(std::span<const word> words, std::string_view owner,
         const size_t equals = text.find('=');
         if (equals == text.npos)
             throw syntax_error{from.column, in_quotes(text) + " is not an option (name=value) of " +
-                                                std::string(owner)};
+                                                std::string(owner) +
+                                                suggestion_or_list(text, names_of(rules))};
         const option_rule& rule = find_rule(from, text.substr(0, equals), owner, rules);
         if (!seen.insert(rule.name).second)
             throw syntax_error{from.column, std::string(rule.name) + " is duplicate"};

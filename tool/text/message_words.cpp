@@ -12,6 +12,7 @@ namespace gponflow {
 namespace {
 
 constexpr size_t longest_quote = 60;
+constexpr size_t longest_list = 16;
 
 char lower(char c)
 {
@@ -34,6 +35,16 @@ size_t edit_distance(std::string_view from, std::string_view to)
     return row.back();
 }
 
+// The first word that begins with a shortened one.
+std::string_view completed(std::string_view start, const std::vector<std::string_view>& known)
+{
+    const auto begins = [start](std::string_view word) {
+        return std::ranges::equal(start, word.substr(0, start.size()), {}, lower, lower);
+    };
+    const auto found = start.size() < 3 ? known.end() : std::ranges::find_if(known, begins);
+    return found == known.end() ? std::string_view() : *found;
+}
+
 } // namespace
 
 std::string suggestion(std::string_view mistyped, const std::vector<std::string_view>& known)
@@ -51,7 +62,20 @@ std::string suggestion(std::string_view mistyped, const std::vector<std::string_
             nearest = word;
         }
     }
+    if (nearest.empty())
+        nearest = completed(mistyped, known);
     return nearest.empty() ? std::string() : " (did you mean '" + std::string(nearest) + "'?)";
+}
+
+std::string suggestion_or_list(std::string_view mistyped,
+                               const std::vector<std::string_view>& known)
+{
+    std::string text = suggestion(mistyped, known);
+    if (!text.empty() || known.empty() || known.size() > longest_list)
+        return text;
+    for (const std::string_view word : known)
+        text += (text.empty() ? " (one of " : ", ") + std::string(word);
+    return text + ")";
 }
 
 std::string in_quotes(std::string_view text)

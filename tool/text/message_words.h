@@ -8,9 +8,14 @@
 
 namespace gponflow {
 
-/// " (did you mean 'X'?)" for the known word nearest to a mistyped one, empty when none is near.
+/// " (did you mean 'X'?)" for the known word nearest to a mistyped one or completing
+/// a shortened one, empty when there is none.
 [[nodiscard]] std::string suggestion(std::string_view mistyped,
                                      const std::vector<std::string_view>& known);
+
+/// The same; if no known word is near, " (one of X, Y)" unless there are too many to read.
+[[nodiscard]] std::string suggestion_or_list(std::string_view mistyped,
+                                             const std::vector<std::string_view>& known);
 
 /// The text in single quotes, control and non-ASCII bytes escaped, long text cut: for messages.
 [[nodiscard]] std::string in_quotes(std::string_view text);
