@@ -29,7 +29,7 @@ std::string answer_text(const std::string& text, const frame_question& question)
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(text), out), status_ok);
-    print_answer(answer_question(question, session), "test.scn", out);
+    print_answer(answer_question(question, session), {.name = "test.scn"}, out);
     return out.str();
 }
 

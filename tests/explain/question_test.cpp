@@ -40,7 +40,7 @@ answered ask(const std::string& line, const frame_question& question)
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(line), out), status_ok);
     line_answer answer = answer_question(question, session);
-    print_answer(answer, "line.scn", out);
+    print_answer(answer, {.name = "line.scn"}, out);
     const verdict result = verdict_of(answer);
     return {std::move(answer), result, out.str()};
 }

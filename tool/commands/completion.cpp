@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tool/check/rules.h"
 #include "tool/commands/commands.h"
 #include "tool/live/operator_lines.h"
 #include "tool/model/class_records.h"
@@ -57,6 +58,8 @@ std::string values_of(const CLI::App& app, const CLI::Option& option)
     const std::string name = option.get_name(true);
     if (type == "CLASS" || name == "CLASS")
         return class_names();
+    if (app.get_name() == "check" && (name == "--explain" || name == "--silence"))
+        return in_line(rule_names()) + (name == "--explain" ? "all " : "");
     if (name == "LEVEL")
         return in_line(debug_level_names());
     if (name == "FILTER")

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow explain: trace one frame step by step.
-#include <concepts>
 #include <iostream>
 #include <memory>
 #include <utility>
 
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/question_options.h"
 #include "tool/commands/source.h"
 #include "tool/explain/answer_output.h"
 #include "tool/explain/explain_output.h"
@@ -20,9 +20,7 @@ namespace {
 struct explain_request {
     live_source source;
     frame_choice frame; ///< options of a hook command
-    frame_question question;
-    std::optional<uint8_t> priority;
-    bool asks = false; ///< an option of the question was given
+    question_options asked;
     bool json = false;
 };
 
@@ -34,21 +32,17 @@ void sort_words(explain_request& request)
                                    std::exchange(request.source.file, {}));
     else if (request.source.backend.empty())
         request.source.backend = "host";
-    request.asks = request.asks || !request.question.source.empty() ||
-                   !request.question.destination.empty() ||
-                   (request.frame.words.empty() && !request.frame.capture.empty());
-    request.question.capture = request.frame.capture;
-    request.question.number = request.frame.number;
-    if (!request.asks)
+    question_options& asked = request.asked;
+    asked.asks = asked.asks || (request.frame.words.empty() && !request.frame.capture.empty());
+    asked.question.capture = request.frame.capture;
+    asked.question.number = request.frame.number;
+    complete(asked);
+    if (!asked.asks)
         return;
     if (!request.frame.words.empty())
         throw CLI::ValidationError("options of a hook command (" + request.frame.words.front() +
                                    ") cannot be used together with --uni, --gem and the fields "
                                    "of a frame");
-    if (request.priority && !request.question.outer)
-        throw CLI::ValidationError("--prio needs --vlan");
-    if (request.priority)
-        request.question.outer->priority = *request.priority;
 }
 
 explain_mode mode_of(const explain_request& request)
@@ -62,11 +56,11 @@ exit_status answer(const explain_request& request, const scenario& input, backen
     const exit_status status = session.run(without_last_unload(input), std::cerr);
     if (status != status_ok)
         return status;
-    const line_answer found = answer_question(request.question, session);
+    const line_answer found = answer_question(request.asked.question, session);
     if (request.json)
         print_answer_json(found, input.name, std::cout);
     else
-        print_answer(found, input.name, std::cout, colours_of(1));
+        print_answer(found, input, std::cout, colours_of(1));
     return status_ok;
 }
 
@@ -93,8 +87,8 @@ int explain(const explain_request& request)
     try {
         const scenario input = parsed.value_or(scenario{"the running module", {}});
         const std::unique_ptr<backend> target = make_backend(request.source.backend);
-        status =
-            request.asks ? answer(request, input, *target) : explain_hook(request, input, *target);
+        status = request.asked.asks ? answer(request, input, *target)
+                                    : explain_hook(request, input, *target);
         if (status == status_ok && input.incomplete)
             status = status_failed;
     } catch (const refusal& why) {
@@ -105,67 +99,6 @@ int explain(const explain_request& request)
         return status_invalid;
     }
     return finish_output() ? status : status_unsupported;
-}
-
-// An option whose number is a field of the question.
-template <std::unsigned_integral Number>
-CLI::Option* add_field(CLI::App& sub, explain_request& request, const char* name, auto& field,
-                       uint64_t least, Number most, const char* text)
-{
-    const auto take = [&request, &field](uint64_t number) {
-        field = static_cast<Number>(number);
-        request.asks = true;
-    };
-    return add_number(sub, name, take, most, least, text);
-}
-
-void add_entry_options(CLI::App& sub, explain_request& request)
-{
-    CLI::Option* uni = add_field<uint16_t>(
-        sub, request, "--uni", request.question.uni, 0, 15,
-        "The frame enters at this UNI: the port number, the last byte of its instance id");
-    add_field<uint16_t>(sub, request, "--gem", request.question.gem, 0, UINT16_MAX,
-                        "The frame comes from the OLT on this GEM port (portID)")
-        ->excludes(uni);
-}
-
-void add_tag_options(CLI::App& sub, explain_request& request)
-{
-    const auto add_tag = [&](const char* name, std::optional<asked_tag>& into, const char* text) {
-        return sub
-            .add_option_function<std::string>(
-                name,
-                [&request, &into, name](const std::string& word) {
-                    const vlan_word tag = read_vlan(name, word);
-                    into = {tag.vlan, tag.priority.value_or(0)};
-                    request.asks = true;
-                },
-                text)
-            ->type_name("VLAN")
-            ->excludes("--pcap");
-    };
-    add_tag("--vlan", request.question.outer,
-            "VLAN id of the outer tag, with its priority after a p if it is not 0: 300p6");
-    add_field<uint8_t>(sub, request, "--prio", request.priority, 0, 7, "Priority of the outer tag");
-    add_tag("--inner", request.question.inner, "The same for the inner tag");
-    add_field<uint16_t>(sub, request, "--tpid", request.question.tpid, 0x0600, UINT16_MAX,
-                        "Type of the outer tag (default 0x8100)")
-        ->needs("--vlan");
-}
-
-void add_field_options(CLI::App& sub, explain_request& request)
-{
-    const auto add_address = [&](const char* name, std::string& into, const char* text) {
-        sub.add_option(name, into, text)->type_name("MAC")->excludes("--pcap");
-    };
-    add_address("--src", request.question.source, "Source address (default 02:00:00:00:00:02)");
-    add_address("--dst", request.question.destination,
-                "Destination address (default 02:00:00:00:00:01)");
-    add_field<uint16_t>(sub, request, "--ethertype", request.question.ethertype, 0x0600, UINT16_MAX,
-                        "Type behind the tags (default 0x0800, IPv4)")
-        ->excludes("--pcap");
-    add_field<uint8_t>(sub, request, "--dscp", request.question.dscp, 0, 63, "DSCP of an IP frame")
-        ->excludes("--pcap");
 }
 
 void add_capture_options(CLI::App& sub, explain_request& request)
@@ -206,9 +139,7 @@ void add_explain_command(CLI::App& app)
     sub->add_option("OPTION", request->frame.words,
                     "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
     add_capture_options(*sub, *request);
-    add_entry_options(*sub, *request);
-    add_tag_options(*sub, *request);
-    add_field_options(*sub, *request);
+    add_question_options(*sub, request->asked);
     sub->add_option("--backend", request->source.backend,
                     "host: the module in this process (default); device: the module in the running "
                     "kernel")

@@ -10,6 +10,7 @@
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
+#include "tool/commands/question_options.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
 #include "tool/report/render_dot.h"
@@ -27,6 +28,7 @@ struct graph_request {
     bool json = false;
     std::string highlight; ///< hook options, comma-separated
     frame_choice frame;    ///< a capture and the number in it, or nothing
+    question_options asked;
 };
 
 frame_choice choice_of(const graph_request& request)
@@ -63,6 +65,25 @@ std::vector<me_id> highlighted(const explanation& explained)
     return walked;
 }
 
+// The path through both hook calls of a question.
+std::vector<me_id> walked_by(const graph_request& request, const scenario& input, backend& target,
+                             exit_status& status)
+{
+    frame_question question = request.asked.question;
+    question.capture = request.frame.capture;
+    question.number = request.frame.number;
+    explain_session session(target);
+    status = session.run(without_last_unload(input), std::cerr);
+    std::vector<me_id> walked;
+    if (status != status_ok)
+        return walked;
+    for (const explanation& half : answer_question(question, session).halves)
+        for (const me_id at :
+             half.input.options.kind == 2 ? std::vector<me_id>{} : highlighted(half))
+            walked.push_back(at);
+    return walked;
+}
+
 void write_graph(const std::string& dot, const std::string& output)
 {
     const std::string extension = std::filesystem::path(output).extension().string();
@@ -87,9 +108,13 @@ int graph(const graph_request& request)
     const scenario& parsed = opened->input;
     try {
         std::vector<me_id> walked;
-        if (!request.highlight.empty()) {
-            exit_status status = status_ok;
-            const std::unique_ptr<backend> target = make_host_backend();
+        exit_status status = status_ok;
+        const std::unique_ptr<backend> target = make_host_backend();
+        if (request.asked.asks) {
+            walked = walked_by(request, parsed, *target, status);
+            if (status != status_ok)
+                return status;
+        } else if (!request.highlight.empty()) {
             const auto explained =
                 explain_frame(parsed, *target, choose_frame(choice_of(request)), std::cerr, status);
             if (!explained)
@@ -127,26 +152,33 @@ void add_graph_command(CLI::App& app)
     sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");
     CLI::Option* highlight =
         sub->add_option("--highlight", request->highlight,
-                        "Draw the path of a frame bold; hook options: kind=K,frame=HEX,...");
+                        "Draw the path of one hook call bold; its options: kind=K,frame=HEX,...");
     CLI::Option* capture =
-        sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file")
-            ->needs(highlight);
+        sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
     add_number(
         *sub, "--frame", [request](uint64_t number) { request->frame.number = number; }, UINT32_MAX,
         1, "Number of the frame in the capture, from 1 (default 1)")
         ->needs(capture);
+    add_question_options(*sub, request->asked);
     sub->footer("\nExamples:\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.svg\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.png \\\n"
-                "    --highlight kind=up_ani,frame=0200000000010200000001018100006408004500\n"
-                "  gponflow graph line.scn -o line.svg --highlight kind=up_ani \\\n"
-                "    --pcap lost.pcap --frame 1\n\n"
-                "Kinds: up_uni and up_ani (upstream), down_ani and down_uni (downstream).\n\n"
+                "    --uni 1 --vlan 100 --prio 5\n"
+                "  gponflow graph line.scn -o line.svg --uni 2 --pcap lost.pcap --frame 1\n\n"
+                "With --uni or --gem, the path of a frame through both hook calls is bold. With "
+                "--highlight, it is the path of one hook call. Kinds: up_uni and up_ani "
+                "(upstream), down_ani and down_uni (downstream).\n\n"
                 "Red: a pointer to an instance that does not exist. Dashed: a pointer that the "
                 "module did not record. Dotted: a tagging operation and the instance that it "
                 "belongs to. The path of a dropped frame is bold up to the drop. Pictures need "
                 "the command dot of graphviz.");
-    sub->callback([request] {
+    sub->callback([request, highlight] {
+        complete(request->asked);
+        const bool captured = !request->frame.capture.empty();
+        if (request->asked.asks && *highlight)
+            throw CLI::ExcludesError("--highlight", "--uni, --gem and the fields of a frame");
+        if (captured && !request->asked.asks && !*highlight)
+            throw CLI::RequiresError("--pcap", "--uni, --gem or --highlight");
         if (const int status = graph(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });

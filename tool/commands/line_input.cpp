@@ -2,6 +2,7 @@
 #include "tool/commands/line_input.h"
 
 #include <filesystem>
+#include <map>
 #include <ostream>
 #include <span>
 #include <stdexcept>
@@ -14,11 +15,30 @@
 #include "tool/scenario/open.h"
 #include "tool/scenario/parse.h"
 #include "tool/text/exit_status.h"
+#include "tool/text/lines.h"
 #include "tool/text/source_text.h"
 
 namespace gponflow {
 
 namespace {
+
+// The comment above a converted command begins with "# frame 41, response 42:".
+std::map<unsigned, std::string> frames_of_lines(std::string_view text)
+{
+    constexpr std::string_view mark = "# ";
+    std::map<unsigned, std::string> frames;
+    unsigned number = 0;
+    std::string_view above;
+    for_each_line(text, [&](std::string_view line) {
+        ++number;
+        if (!line.starts_with('#') && !above.empty())
+            frames.emplace(number, above);
+        above = line.starts_with("# frame ")
+                    ? line.substr(mark.size(), line.find(':') - mark.size())
+                    : std::string_view();
+    });
+    return frames;
+}
 
 // A file, or what was read from standard input or a pipe to see its kind.
 struct line_source {
@@ -48,8 +68,11 @@ opened_line open_capture(const line_source& from, const std::string& onu, std::o
         from.text ? omci::load_capture(from.name, bytes_of(*from.text), onu)
                   : omci::load_capture(from.name, onu);
     omci::print_warnings(loaded, diagnostics);
-    return {parse_scenario(loaded.result.scenario, from.name).input,
-            omci::origin_json(loaded.cap, loaded.result), omci::status_of(loaded) == status_ok};
+    scenario input = parse_scenario(loaded.result.scenario, from.name).input;
+    input.frames_of_lines = frames_of_lines(loaded.result.scenario);
+    const bool complete = omci::status_of(loaded) == status_ok;
+    input.incomplete = !complete;
+    return {std::move(input), omci::origin_json(loaded.cap, loaded.result), complete};
 }
 
 std::optional<opened_line> open_text(const line_source& from, std::ostream& diagnostics)

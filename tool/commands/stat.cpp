@@ -75,12 +75,12 @@ void add_stat_command(CLI::App& app)
     const auto request = std::make_shared<stat_request>();
     CLI::App* sub = app.add_subcommand("stat", "Print the counters of the module");
     add_source_options(*sub, request->source);
-    CLI::Option* json = sub->add_flag("--json", request->json, "Print JSON");
+    CLI::Option* as_json = sub->add_flag("--json", request->json, "Print JSON");
     CLI::Option* metrics = sub->add_flag("--openmetrics", request->open_metrics,
                                          "Print OpenMetrics text for a metrics collector");
-    metrics->excludes(json);
+    metrics->excludes(as_json);
     sub->add_flag("--all", request->all, "Print counters that are 0, too")
-        ->excludes(json)
+        ->excludes(as_json)
         ->excludes(metrics);
     add_number(
         *sub, "--interval",

@@ -100,8 +100,8 @@ std::string in_our_words(const std::string& text)
         {std::regex("^(\\S+): At least (\\d+) required but received (\\d+)$"),
          "$1 needs $2 values, not $3"},
         {std::regex("^(\\S+) was given a disallowed flag override$"), "--$1 takes no value"},
-        {std::regex("^(\\S+) requires (\\S+)$"), "$1 needs $2"},
-        {std::regex("^(\\S+) excludes (\\S+)$"), "$1 and $2 exclude each other"},
+        {std::regex("^(\\S+) requires (.+)$"), "$1 needs $2"},
+        {std::regex("^(\\S+) excludes (.+)$"), "$1 and $2 exclude each other"},
         {std::regex("^(\\S+): (.*) not in \\{(.*)\\}$"), "$1 '$2': not one of $3"},
     };
     for (const auto& [pattern, words] : rows)

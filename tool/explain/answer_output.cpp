@@ -109,8 +109,6 @@ void print_half(const explanation& half, std::optional<uint16_t> bridge, std::os
         print_step(half.story.steps[i], half.story.replayed, half.entities, out, colours);
     if (shown.empty() && half.input.options.kind == 2)
         out << "  every frame passes: this half is not walked\n";
-    if (half.input.options.kind == 3)
-        print_leaving(half, out, colours);
     const char* title = "  not taken: ";
     for (const folded_branches& one : fold(half, shown, bridge)) {
         out << std::exchange(title, "             ")
@@ -118,12 +116,12 @@ void print_half(const explanation& half, std::optional<uint16_t> bridge, std::os
     }
 }
 
-void print_places(const verdict& result, const line_model& entities, const std::string& file,
+void print_places(const verdict& result, const line_model& entities, const scenario& input,
                   std::ostream& out)
 {
     for (size_t i = 0; i < std::min(most_branches, result.faults.size()); ++i)
         if (const me_instance* me = entities.find(result.faults[i].where); me && me->line != 0)
-            out << to_text(me->id) << " is written in " << file << ":" << me->line << ".\n";
+            out << to_text(me->id) << " is written in " << place_of(input, me->line) << ".\n";
 }
 
 json faults_json(const verdict& result, const line_model& entities)
@@ -156,14 +154,26 @@ json steps_json(const walk_story& story)
     return steps;
 }
 
+// Behind a hook call of kind 3.
+json leaving_json(const explanation& half)
+{
+    json all = json::array();
+    for (const leaving_frame& one : leaving_frames(half))
+        all.push_back({{"uni", id_json(one.uni)}, {"tagging", tagging_json(one.carried)}});
+    return all;
+}
+
 json half_json(const explanation& half)
 {
-    return {{"kind", hook_kind_name(half.input.options.kind)},
-            {"outcome", name_of(verdict_of(half).outcome)},
-            {"replayed", half.story.replayed},
-            {"learnt", half.story.learnt},
-            {"tagging", tagging_json(half.tagging)},
-            {"steps", steps_json(half.story)}};
+    json whole = {{"kind", hook_kind_name(half.input.options.kind)},
+                  {"outcome", name_of(verdict_of(half).outcome)},
+                  {"replayed", half.story.replayed},
+                  {"learnt", half.story.learnt},
+                  {"tagging", tagging_json(half.tagging)},
+                  {"steps", steps_json(half.story)}};
+    if (half.input.options.kind == 3)
+        whole["leaving"] = leaving_json(half);
+    return whole;
 }
 
 json answer_json(const std::string& file, const captured_frame& frame, const verdict& result,
@@ -188,7 +198,7 @@ json answer_json(const std::string& file, const captured_frame& frame, const ver
 
 } // namespace
 
-void print_answer(const line_answer& answer, const std::string& file, std::ostream& out,
+void print_answer(const line_answer& answer, const scenario& input, std::ostream& out,
                   const palette& colours)
 {
     const verdict result = verdict_of(answer);
@@ -196,13 +206,15 @@ void print_answer(const line_answer& answer, const std::string& file, std::ostre
     out << (result.outcome == line_outcome::passed ? colours.good(result.sentence)
                                                    : colours.bad(result.sentence))
         << '\n';
-    print_places(result, answer.halves.back().entities, file, out);
+    print_places(result, answer.halves.back().entities, input, out);
     for (const std::string& note : result.notes)
         out << note << '\n';
     if (result.outcome == line_outcome::not_classified)
         return;
     for (const explanation& half : answer.halves)
         print_half(half, answer.bridge, out, colours);
+    if (answer.halves.front().input.options.kind == 3)
+        print_leaving(answer.halves.front(), out, colours);
 }
 
 void print_answer_json(const line_answer& answer, const std::string& file, std::ostream& out)

@@ -14,7 +14,7 @@ namespace gponflow {
 /// Prints the frame, one sentence with the outcome, the commands of the scenario that wrote the
 /// entities at fault, and the path. Branches that the frame did not take are counted by reason.
 /// `file` is the name of the scenario.
-void print_answer(const line_answer& answer, const std::string& file, std::ostream& out,
+void print_answer(const line_answer& answer, const scenario& input, std::ostream& out,
                   const palette& colours = {});
 
 /// Prints the document gponflow-explain-1.

@@ -198,11 +198,15 @@ std::vector<me_id> path_of(const walk_story& story, bool passed_only)
     return path;
 }
 
+} // namespace
+
 std::vector<leaving_frame> leaving_frames(const explanation& explained)
 {
     return carry_to_unis(explained.entities, path_of(explained.story, true),
                          explained.input.frame.data);
 }
+
+namespace {
 
 // Downstream, operations act behind the hook call.
 std::vector<tag_gap> candidate_gaps(const explanation& explained)

@@ -26,7 +26,10 @@ void print_step(const walk_step& step, bool replayed, const line_model& entities
 /// Tagging operations on the path of a frame that were not applied.
 [[nodiscard]] std::vector<tag_gap> gaps_of(const explanation& explained);
 
-/// The operations behind a hook call of the downstream direction, at each UNI of the bridge.
+/// The frame at each UNI of its bridge, behind a hook call of the downstream direction.
+[[nodiscard]] std::vector<leaving_frame> leaving_frames(const explanation& explained);
+
+/// The operations at these UNIs. Nothing for UNIs without one.
 void print_leaving(const explanation& explained, std::ostream& out, const palette& colours = {});
 
 /// "upstream, from the UNI to the bridge", by kind of hook call.

@@ -57,11 +57,28 @@ std::string unis_of(uint16_t bridge, const line_model& entities)
     return text.empty() ? ", which has no UNI" : ", towards UNI " + text;
 }
 
+// The bridge that an upstream frame leaves from, if it is another than the one it entered.
+std::optional<uint16_t> other_bridge(const line_answer& answer)
+{
+    const explanation& last = answer.halves.back();
+    if (answer.halves.size() < 2 || !answer.question.uni)
+        return {};
+    for (const walk_step& step : last.story.steps)
+        if (const auto bridge = step.passed ? bridge_of(last.entities, step.at) : std::nullopt;
+            bridge && bridge != answer.bridge)
+            return bridge;
+    return {};
+}
+
 std::string passed_sentence(const line_answer& answer)
 {
     const explanation& last = answer.halves.back();
+    const std::optional<uint16_t> other = other_bridge(answer);
     std::string text = "The frame passes from " + entry_text(answer.question) +
-                       (answer.question.uni ? " through " : " into ") + bridge_text(answer.bridge);
+                       (answer.question.uni && !other ? " through " : " into ") +
+                       bridge_text(answer.bridge);
+    if (other)
+        text += ", and from " + bridge_text(other);
     if (answer.question.uni)
         text += " to GEM port " + std::to_string(last.answer->gem) +
                 scheduling_of(last.answer->gem, last.entities);
@@ -79,19 +96,11 @@ std::string engine_sentence(const explanation& half)
 
 void note_bridge(const line_answer& answer, verdict& into)
 {
-    const explanation& last = answer.halves.back();
-    if (answer.halves.size() < 2 || !answer.question.uni)
-        return;
-    for (const walk_step& step : last.story.steps) {
-        const auto bridge = step.passed ? bridge_of(last.entities, step.at) : std::nullopt;
-        if (!bridge || bridge == answer.bridge)
-            continue;
+    if (const std::optional<uint16_t> other = other_bridge(answer))
         into.notes.push_back(
             "The frame entered " + bridge_text(answer.bridge) + " and leaves from " +
-            bridge_text(bridge) +
+            bridge_text(other) +
             ": the hook call that chooses the GEM port has no information about the UNI.");
-        return;
-    }
 }
 
 void note_capture(const line_answer& answer, verdict& into)

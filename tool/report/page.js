@@ -33,6 +33,7 @@
     });
   }
 
+  const counted = (count, one, more) => `${count} ${count === 1 ? one : more}`;
   const words = (field) => field.value.toLowerCase().split(/\s+/).filter(Boolean);
   const filter = byId("flow-filter");
   const dropped = byId("flow-dropped");
@@ -48,7 +49,7 @@
       row.style.display = keep ? "" : "none";
       shown += keep;
     }
-    byId("flow-count").textContent = `${shown} of ${flows.length} flows`;
+    byId("flow-count").textContent = `${shown} of ${counted(flows.length, "flow", "flows")}`;
   }
   filter.addEventListener("input", filterFlows);
   dropped.addEventListener("change", filterFlows);
@@ -176,7 +177,7 @@
         hits += own;
         if (own > 0 && groups <= 5) service.open = true;
       });
-      status.textContent = wanted.length ? `${hits} boxes in ${groups} services` : "";
+      status.textContent = wanted.length ? `${counted(hits, "box", "boxes")} in ${counted(groups, "service", "services")}` : "";
     });
   }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <variant>
@@ -123,8 +124,18 @@ struct scenario_line {
 
 struct scenario {
     std::string name; ///< of the file, "-" for standard input
-    std::vector<scenario_line> lines;
+    std::vector<scenario_line> lines = {};
     bool incomplete = false; ///< a capture is damaged or empty: the results are those of a part
+    /// Of a scenario that was converted from a capture: the frames that a line was converted from.
+    std::map<unsigned, std::string> frames_of_lines = {};
 };
+
+/// "FILE:LINE"; for a converted line "FILE, frame 41, response 42".
+[[nodiscard]] inline std::string place_of(const scenario& what, unsigned line)
+{
+    const auto frames = what.frames_of_lines.find(line);
+    return frames == what.frames_of_lines.end() ? what.name + ":" + std::to_string(line)
+                                                : what.name + ", " + frames->second;
+}
 
 } // namespace gponflow

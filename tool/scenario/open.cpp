@@ -60,9 +60,10 @@ std::string why_no_scenario(std::string_view text)
     if (is_capture_start(text))
         return "is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o "
                "line.scn, name traffic with --pcap";
-    if (std::ranges::any_of(text.substr(0, looked_at), is_binary))
+    const std::string_view start = text.substr(0, looked_at);
+    if (std::ranges::any_of(start, is_binary))
         return "is no scenario: it is no text";
-    if (text.size() == looked_at && !may_be_scenario(text))
+    if (start.size() == looked_at && !may_be_scenario(start))
         return "is no scenario: it begins with no command and no comment";
     return {};
 }
