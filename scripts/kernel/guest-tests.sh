@@ -66,6 +66,16 @@ guest_log_is_good() {
     return "$good"
 }
 
+# LOG TEST...: whether the JSON documents that the tool printed in the guest fit their schemas.
+guest_json_is_good() {
+    local log=$1
+    shift
+    [[ " $* " != *" tool_live "* ]] ||
+        python3 scripts/kernel/check-json.py "$log" gponflow-change-1 gponflow-commands-1 \
+            gponflow-counters-1 gponflow-explain-1 gponflow-instances-1 gponflow-message-1 \
+            gponflow-rules-1 gponflow-run-1 gponflow-status-1 gponflow-trace-1 gponflow-watch-1
+}
+
 # KERNEL BOOT: the file with the output of a guest.
 guest_log() {
     echo "$GPON_BUILD_DIR/logs/guest-${1//\//-}-${2//\//-}.log"
@@ -81,7 +91,7 @@ boot_guest_tests() {
         bash scripts/kernel/boot.sh "$kernel" "$(guest_initramfs "$kernel")" \
         "tests=$(IFS=,; echo "$*")" "${dirty_memory[@]}" "${guest_words[@]}" >"$log" 2>&1 || true
     show_guest_log "$log" "$kernel"
-    guest_log_is_good "$log" "$@"
+    guest_log_is_good "$log" "$@" && guest_json_is_good "$log" "$@"
 }
 
 # LOG TEST: whether the kernel panicked in the test with the message that the test's file names.

@@ -23,6 +23,21 @@ tool() {
     gponflow "$@" >/tmp/output 2>&1
 }
 
+# SCHEMA STATUS ARGUMENT...: prints the output of a command with --json, which the host validates.
+# Errors are documents on standard error.
+prints_json() {
+    schema=$1
+    wanted=$2
+    shift 2
+    status=0
+    gponflow "$@" --json >/tmp/output 2>/tmp/errors || status=$?
+    expect "status of gponflow $*" "$wanted" "$status"
+    [ "$wanted" = 0 ] || mv /tmp/errors /tmp/output
+    echo "@@ json-begin $schema $*"
+    sed 's/^/@@ json /' /tmp/output
+    echo "@@ json-end"
+}
+
 one_frame() {
     printf 'hook %s\n' "$1" | gponflow run --backend=device - >/dev/null || fail "no hook call"
 }
@@ -34,6 +49,9 @@ nothing_is_loaded() {
     says "show rules without a module" "the module is not loaded"
     tool show status --json || fail "no status without a module"
     says "status without a module" '"loaded": false'
+    prints_json gponflow-status-1 0 show status
+    prints_json gponflow-message-1 3 show rules
+    prints_json gponflow-message-1 3 set enable on
 }
 
 shown() {
@@ -124,6 +142,52 @@ watched() {
     [ "$(grep -cE ' rules?$' /tmp/output)" -ge 2 ] || fail "watch looks once"
 }
 
+in_json() {
+    gponflow clean rules >/dev/null || fail "clean rules"
+    prints_json gponflow-rules-1 0 show rules
+    one_frame "$passing"
+    prints_json gponflow-rules-1 0 show rules
+    prints_json gponflow-instances-1 0 show me
+    prints_json gponflow-instances-1 0 show me --class GEM_PORT_CTP --instance 0xfffe
+    prints_json gponflow-status-1 0 show status
+    prints_json gponflow-counters-1 0 stat
+    prints_json gponflow-watch-1 0 watch --once
+    prints_json gponflow-commands-1 0 set enable on
+    prints_json gponflow-commands-1 0 clean rules
+    # shellcheck disable=SC2086 # words
+    prints_json gponflow-explain-1 0 explain --backend=device $passing
+    # shellcheck disable=SC2086 # words
+    prints_json gponflow-explain-1 0 explain --backend=device $dropped
+    prints_json gponflow-message-1 2 explain --backend=device kind=up_ani frame=0
+    printf 'hook %s\n' "$passing" >/tmp/frame.scn
+    prints_json gponflow-run-1 0 run --backend=device /tmp/frame.scn
+}
+
+# Commands that follow the module print a document a line.
+followed_in_json() {
+    gponflow clean rules >/dev/null || fail "clean rules"
+    gponflow monitor --json --count 1 >/tmp/changes 2>&1 &
+    follower=$!
+    start_trace --count 1 --json
+    one_frame "$passing"
+    wait $tracer || fail "trace --json: $(cat /tmp/errors)"
+    echo "@@ json-begin gponflow-trace-1 trace --json"
+    sed 's/^/@@ json /' /tmp/output
+    echo "@@ json-end"
+    tries=0
+    until [ -s /tmp/changes ]; do
+        tries=$((tries + 1))
+        [ $tries -lt 100 ] || fail "monitor --json prints nothing"
+        gponflow clean rules >/dev/null
+        one_frame "$passing"
+        sleep 0.2
+    done
+    wait $follower || fail "monitor --json: $(cat /tmp/changes)"
+    echo "@@ json-begin gponflow-change-1 monitor --json"
+    sed 's/^/@@ json /' /tmp/changes
+    echo "@@ json-end"
+}
+
 stopped() {
     for signal in INT TERM; do
         start_trace
@@ -147,4 +211,6 @@ explained
 traced
 watched
 stopped
+in_json
+followed_in_json
 unload_both

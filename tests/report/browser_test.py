@@ -11,6 +11,7 @@ from pathlib import Path
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
 
 FOLDER = Path(sys.argv.pop()).resolve()
 PAGE = (FOLDER / "report.html").as_uri()
@@ -154,7 +155,7 @@ class Report(unittest.TestCase):
         field = self.browser.find_element(By.ID, "graph-search")
         field.send_keys("gem port 1050")
         self.assertEqual(self.browser.find_element(By.ID, "graph-way").text,
-                         "1 boxes in 1 services")
+                         "1 box in 1 service")
         shown = [one for one in self.browser.find_elements(By.CSS_SELECTOR, ".service")
                  if one.is_displayed()]
         self.assertEqual(len(shown), 1)
@@ -247,6 +248,72 @@ class Report(unittest.TestCase):
                     "one => one.id + ': ' + one.nodes.slice(0, 3).map(n => n.html).join(' '))))")
                 self.assertEqual(found, [], f"{width} {scheme}")
         self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
+    def press(self, *keys):
+        webdriver.ActionChains(self.browser).send_keys(*keys).perform()
+
+    def focused(self):
+        return self.browser.switch_to.active_element
+
+    def test_the_keyboard_opens_a_service_and_leads_from_a_box_to_its_row(self):
+        summary = self.browser.find_element(By.CSS_SELECTOR, ".service summary")
+        before = summary.find_element(By.XPATH, "..").get_attribute("open")
+        self.script("arguments[0].focus()", summary)
+        self.press(Keys.ENTER)
+        self.assertNotEqual(before, summary.find_element(By.XPATH, "..").get_attribute("open"))
+        if before:
+            self.press(Keys.ENTER)
+        for _ in range(3):  # past the scrollable drawing
+            self.press(Keys.TAB)
+            if self.focused().tag_name == "a":
+                break
+        target = self.focused().get_attribute("href")
+        target = target if isinstance(target, str) else self.script(
+            "return document.activeElement.getAttribute('href')")
+        self.press(Keys.ENTER)
+        number_of_row = target.rpartition("#")[2]
+        self.assertTrue(number_of_row.startswith("e"), target)
+        self.assertEqual(self.script("return location.hash"), "#" + number_of_row)
+        row = self.browser.find_element(By.ID, number_of_row)
+        self.assertTrue(row.is_displayed())
+
+    def test_every_control_is_reached_by_the_tab_key(self):
+        wanted = self.script("""
+            return [...document.querySelectorAll('button, input, summary, nav a')]
+              .filter(one => one.offsetParent !== null && !one.hidden).length""")
+        seen = self.script("""
+            const all = 'a[href], button, input, summary, [tabindex]';
+            return [...document.querySelectorAll('button, input, summary, nav a')]
+              .filter(one => one.offsetParent !== null && !one.hidden &&
+                             one.matches(all) && one.tabIndex === 0).length""")
+        self.assertGreater(wanted, 20)
+        self.assertEqual(seen, wanted)
+
+    def test_the_mouse_drags_a_drawing_that_is_wider_than_the_page(self):
+        self.set_media(390, "light")
+        draw = next(one for one in self.browser.find_elements(By.CSS_SELECTOR, ".draw")
+                    if one.is_displayed())
+        self.script("arguments[0].scrollIntoView()", draw)
+        webdriver.ActionChains(self.browser).move_to_element(draw).click_and_hold() \
+            .move_by_offset(-100, 0).release().perform()
+        self.assertGreater(self.script("return arguments[0].scrollLeft", draw), 0)
+        self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
+    def test_the_legend_explains_every_colour_and_line(self):
+        self.script("document.getElementById('open-all').click()")
+        unknown = self.script("""
+            const style = (one) => getComputedStyle(one);
+            const legend = [...document.querySelectorAll('.legend i')];
+            const grounds = new Set(legend.map((one) => style(one).backgroundColor));
+            const edges = new Set(legend.filter((one) => one.matches('.stroke'))
+              .map((one) => style(one).borderTopColor));
+            const boxes = [...document.querySelectorAll('.draw a rect')];
+            const lines = [...document.querySelectorAll('.draw path')];
+            if (boxes.length < 10 || lines.length < 10) return ['too few are drawn'];
+            return [...boxes.filter((one) => !grounds.has(style(one).fill)),
+                    ...lines.filter((one) => !edges.has(style(one).stroke))]
+              .map((one) => one.outerHTML);""")
+        self.assertEqual(unknown, [])
 
     def test_the_page_can_be_read_without_scripts(self):
         self.browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})

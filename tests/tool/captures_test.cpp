@@ -99,7 +99,8 @@ TEST(captures, a_damaged_file_is_used_up_to_the_damage)
         read_capture(folder.write("cut", whole.substr(0, whole.size() - 1)));
     EXPECT_EQ(capture.frames.size(), 1u);
     ASSERT_EQ(capture.warnings.size(), 1u);
-    EXPECT_THAT(capture.warnings[0], HasSubstr("ends early, used up to there: frame 2: the file ends within it"));
+    EXPECT_THAT(capture.warnings[0],
+                HasSubstr("ends early, used up to there: frame 2: the file ends within it"));
 }
 
 // The header of a cooked capture: sent by us, Ethernet, address of 6 bytes, then the type.

@@ -188,8 +188,20 @@ for words in '--uni 16' '--vlan 4096' '--vlan 1p8' '--prio 8' '--uni 1 --prio 1'
     [ -s err ] || complain "explain $words: not a word about what is wrong"
 done
 
-# Two lines are compared.
+# The line may be a capture of OMCI messages: the message at fault is named by its frame.
 bring_up=$root/docs/cookbook/bring-up.pcap
+expect_status 0 explain "$bring_up" --uni 2 --pcap "$root/docs/cookbook/lost.pcap"
+grep -qF "VLAN_TAG_FILTER_DATA 0x2001 is written in $bring_up, frame 41, response 42." out ||
+    complain 'explain does not name the OMCI message at fault'
+expect_status 0 graph "$bring_up"
+expect_status 0 show me --class VLAN_TAG_FILTER_DATA "$bring_up"
+expect_status 0 report "$bring_up" --pcap "$root/docs/cookbook/lost.pcap" -o bring-up.html
+head -c 3000 "$bring_up" >bring-up-cut.pcap
+expect_status 1 graph bring-up-cut.pcap
+grep -q 'ends early' err || complain 'graph does not say that the capture ends early'
+expect_status 1 explain bring-up-cut.pcap --uni 2 --vlan 5
+
+# Two lines are compared.
 expect_status 0 omci "$bring_up" -o converted.scn
 expect_status 0 omci --diff converted.scn "$bring_up"
 expect_out '0 instances only in the first, 0 instances only in the second, 0 attributes changed'
@@ -326,6 +338,16 @@ expect_bold 'MAC_BRIDGE_PORT_CON_DATA 0x1001' \
 expect_err 'gponflow: the frame is dropped: its path is highlighted up to the drop'
 expect_status 2 graph "$line" --pcap "$root/captures/upstream-uni2.pcap"
 expect_status 2 graph "$line" --highlight kind=up_ani --pcap missing.pcap
+expect_bold 'GEM_PORT_CTP 0x0005' --uni 2 --vlan 300 --prio 6
+grep -q '^  "PPTP_ETHERNET_UNI 0x0102" .*penwidth' out || complain 'graph --uni does not begin at the UNI'
+expect_bold 'MULTICAST_GEM_INTERWORK_TP 0x0061' --gem 4094 --vlan 400p4 --dst 01:00:5e:00:00:01
+expect_bold 'GEM_PORT_CTP 0x0006' --uni 2 --pcap "$root/captures/upstream-uni2.pcap" --frame 1
+expect_bold 'MAC_BRIDGE_PORT_CON_DATA 0x1001' --uni 1 --vlan 7
+expect_err 'gponflow: the frame is dropped: its path is highlighted up to the drop'
+expect_status 2 graph "$line" --uni 9
+expect_status 2 graph "$line" --uni 1 --highlight kind=up_ani
+expect_err 'gponflow: --highlight and --uni, --gem and the fields of a frame exclude each other
+Run with --help for more information.'
 printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
 expect_status 0 graph dangling.scn
 grep -q 'color=red' out || complain 'graph draws what is missing in another colour'

@@ -15,21 +15,9 @@ import subprocess
 import sys
 import tempfile
 
-import jsonschema
+import schemas
 
 FRAME = "frame=0200000000010200000001028100006508004500"
-
-
-def strict(schema):
-    """Refuse members that a schema does not describe. The published schemas permit new ones."""
-    if isinstance(schema, list):
-        return [strict(item) for item in schema]
-    if not isinstance(schema, dict):
-        return schema
-    result = {name: strict(value) for name, value in schema.items()}
-    if "properties" in schema:
-        result["additionalProperties"] = False
-    return result
 
 
 class Checker:
@@ -38,11 +26,11 @@ class Checker:
         self.root = root
         self.faults = 0
         self.used = set()
-        self.schemas = {}
-        for path in sorted((root / "docs/schemas").glob("*.schema.json")):
-            schema = json.loads(path.read_text(encoding="utf-8"))
-            jsonschema.Draft202012Validator.check_schema(schema)
-            self.schemas[path.name.removesuffix(".schema.json")] = strict(schema)
+        self.schemas = schemas.load(root)
+        self.tree = json.loads(subprocess.run([tool, "completion", "--json"], check=True,
+                                              capture_output=True, text=True).stdout)["command"]
+        self.accepted = set()  # commands that printed a document
+        self.refused = set()  # commands that printed an error alone
 
     def complain(self, text):
         print(text)
@@ -50,14 +38,11 @@ class Checker:
 
     def validate(self, title, text):
         """Validate one document; return the name of its schema."""
-        try:
-            document = json.loads(text)
-            name = document["schema"]
-            jsonschema.validate(document, self.schemas[name],
-                                jsonschema.Draft202012Validator)
-        except (ValueError, KeyError, TypeError, jsonschema.ValidationError) as why:
-            self.complain(f"{title}: {type(why).__name__}: {why}\n{text[:400]}")
+        document, why = schemas.validate(self.schemas, text)
+        if document is None:
+            self.complain(f"{title}: {why}")
             return None
+        name = document["schema"]
         self.used.add(name)
         if name == "gponflow-line-1":
             for part in document["messages"] + [document["document"]]:
@@ -83,10 +68,32 @@ class Checker:
                     for line in done.stderr.splitlines()]
         if any(name not in (None, "gponflow-message-1") for name in messages):
             self.complain(f"{title}: standard error has other documents than messages")
-        if status == 2 and not messages and not texts:
+        if status in (2, 3) and not messages and not texts:
             self.complain(f"{title}: no message on standard error")
+        (self.accepted if texts else self.refused).add(self.command_of(arguments))
+
+    def leaves(self, node=None, path=""):
+        """Yield the commands without subcommands, with their records."""
+        for sub in (node or self.tree)["subcommands"]:
+            name = f"{path} {sub['name']}".strip()
+            if sub["subcommands"]:
+                yield from self.leaves(sub, name)
+            else:
+                yield name, sub
+
+    def command_of(self, arguments):
+        """The longest command that the arguments begin with."""
+        names = [name for name, _ in self.leaves()]
+        words = [word for word in arguments if not word.startswith("-")]
+        return next((" ".join(words[:count]) for count in (2, 1)
+                     if " ".join(words[:count]) in names), None)
 
     def finish(self):
+        for name, _ in self.leaves():
+            if name not in self.accepted:
+                self.complain(f"gponflow {name} --json: no test of its document")
+            if name not in self.refused:
+                self.complain(f"gponflow {name} --json: no test of its errors")
         for name in sorted(set(self.schemas) - self.used):
             self.complain(f"no document of the schema {name} was printed")
         sys.exit(self.faults != 0)
@@ -111,6 +118,25 @@ def run_frames(check, full, line, empty):
                      ["--gem", "7"], ["--uni", "1", "kind=up_ani"], ["--uni", "1", "--prio", "1"]):
         check.run(["explain", "--json", line, *question], 2)
     check.run(["explain", "--json", empty, "--uni", "1"], 2)
+
+
+def run_tagged(check, folder):
+    """Downstream, the frame is rewritten behind the hook call, for each UNI."""
+    tagged = str(folder / "tagged.scn")
+    line = (check.root / "docs/cookbook/n-to-1.scn").read_text(encoding="utf-8")
+    pathlib.Path(tagged).write_text(
+        line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+        "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n"
+        "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000f8000000000f000000000324\n",
+        encoding="utf-8")
+    question = ["explain", "--json", tagged, "--gem", "1025", "--vlan", "100"]
+    check.run(question, 0, "gponflow-explain-1")
+    done = subprocess.run([check.tool, *question], check=True, capture_output=True, text=True)
+    leaving = json.loads(done.stdout)["halves"][0]["leaving"]
+    after = {one["uni"]["instance"]: [step["after"] for step in one["tagging"]["steps"]]
+             for one in leaving}
+    if after != {0x0101: ["untagged"], 0x0102: []}:
+        check.complain(f"explain --gem: the frame leaves as {after}")
 
 
 def run_omci(check, line, empty):
@@ -162,6 +188,41 @@ def run_rest(check, full, line, empty):
     check.run(["clean", "rules", "--dry-run", "--json"], 0, "gponflow-commands-1")
     check.run(["clean", "rules", "--index", "1", "--json"], 2)
     check.run(["completion", "--json"], 0, "gponflow-completion-1")
+    for words in (["set", "debug-level", "errors"], ["set", "trace", "off"],
+                  ["clean", "me", "--all"]):
+        check.run([*words, "--dry-run", "--json"], 0, "gponflow-commands-1")
+
+
+def run_each(check, line, empty):
+    """Each command: an unknown option, a missing file and an empty line; each value it lists."""
+    words = {"explain": ["--uni", "1"], "trace": ["outer_vlan=1p0"]}
+    for name, record in check.leaves():
+        options = {one["name"]: one for one in record["options"]}
+        if not any("--json" in one.split(",") for one in options):
+            check.complain(f"gponflow {name} has no --json")
+        path = name.split()
+        check.run([*path, "--json", "--no-such-option"], 2)
+        if "FILE" not in options or name == "omci":
+            continue
+        before = [word for word in words.get(name, []) if not word.startswith("-") and "=" in word]
+        behind = [word for word in words.get(name, []) if word not in before]
+        check.run([*path, *before, "missing.scn", *behind, "--json"], 2)
+        run_values(check, name, record, line)
+    refused = subprocess.run([check.tool, "explain", "--json", empty, "--uni", "1"], check=False,
+                             capture_output=True, text=True)
+    if "UNI 1 does not exist" not in refused.stderr:
+        check.complain("explain of an empty line does not say that the UNI is missing")
+
+
+def run_values(check, name, record, line):
+    """A word that the completion offers is accepted."""
+    for option in record["options"]:
+        flag = next((one for one in option["name"].split(",") if one.startswith("--")), None)
+        for value in option["values"].split() if flag else []:
+            done = subprocess.run([check.tool, *name.split(), flag, value, line], check=False,
+                                  capture_output=True, text=True, timeout=120)
+            if f"'{value}'" in done.stderr or "not one of" in done.stderr:
+                check.complain(f"gponflow {name} {flag} {value}: {done.stderr}")
 
 
 def run_all(check, folder):
@@ -177,9 +238,11 @@ def run_all(check, folder):
     check.run(["check", "--json", "--silence", "unknown", line], 2)
     run_live_views(check, full, empty)
     run_frames(check, full, line, empty)
+    run_tagged(check, folder)
     run_omci(check, line, empty)
     run_lines(check, line, empty)
     run_rest(check, full, line, empty)
+    run_each(check, line, empty)
     for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):
         check.run([*words, "--json"], 2)
