@@ -9,19 +9,19 @@ namespace {
 
 constexpr uint32_t polynomial = 0x04c11db7;
 
-constexpr std::array<uint32_t, 256> make_table()
+constexpr std::array<uint32_t, 256> make_remainders()
 {
-    std::array<uint32_t, 256> table{};
-    for (uint32_t byte = 0; byte < table.size(); ++byte) {
+    std::array<uint32_t, 256> remainders{};
+    for (uint32_t byte = 0; byte < remainders.size(); ++byte) {
         uint32_t rest = byte << 24;
         for (int bit = 0; bit < 8; ++bit)
             rest = (rest << 1) ^ ((rest & 0x80000000u) != 0 ? polynomial : 0);
-        table[byte] = rest;
+        remainders[byte] = rest;
     }
-    return table;
+    return remainders;
 }
 
-constexpr std::array<uint32_t, 256> table = make_table();
+constexpr std::array<uint32_t, 256> remainders = make_remainders();
 
 } // namespace
 
@@ -29,7 +29,7 @@ uint32_t crc32_aal5(std::span<const uint8_t> bytes)
 {
     uint32_t crc = 0xffffffffu;
     for (const uint8_t byte : bytes)
-        crc = (crc << 8) ^ table[(crc >> 24) ^ byte];
+        crc = (crc << 8) ^ remainders[(crc >> 24) ^ byte];
     return ~crc;
 }
 
