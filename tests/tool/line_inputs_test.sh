@@ -14,27 +14,33 @@ lost=$root/docs/cookbook/lost.pcap
 python3 "$root/tests/tool/line_inputs.py" "$bring_up"
 expect_status 0 omci "$bring_up" -o line.scn
 
+# FROM: the output of a command, with the scenario's name for that of the line. A capture is named in
+# the output, and has a frame where the text of a scenario has a line.
+with_one_name() {
+    sed -e "s,$1,line.scn,g" -e 's/ is written in .*/ is written/' out
+}
+
 # ARGUMENT...: with INPUT for the line
 same_for_each_input() {
     local input expected
     expect_status "$@"
     expected=$1
     shift
-    mv out wanted
+    with_one_name line.scn >wanted
     for input in "$bring_up" sll.pcap sll2.pcap new.pcapng; do
         expect_status "$expected" "${@/line.scn/$input}"
-        # A capture is named in the output, and the text of a scenario has its line numbers.
-        sed "s,$input,line.scn,g" out | cmp -s - wanted ||
+        with_one_name "$input" | cmp -s - wanted ||
             complain "gponflow $*: another output for $input"
         status=0
         "$tool" "${@/line.scn/-}" <"$input" >out 2>err || status=$?
         [ "$status" = "$expected" ] || complain "gponflow $*: status $status for $input by stdin"
-        sed 's,^-:,line.scn:,; s, -:, line.scn:,' out | cmp -s - wanted ||
+        sed -e 's,^-:,line.scn:,; s, -:, line.scn:,' -e 's/ is written in .*/ is written/' out |
+            cmp -s - wanted ||
             complain "gponflow $*: another output for $input from standard input"
     done
     status=0
     "$tool" "${@/line.scn//dev/fd/3}" 3< <(cat "$bring_up") >out 2>err || status=$?
-    sed 's,/dev/fd/3,line.scn,g' out | cmp -s - wanted || complain "gponflow $*: not from a pipe"
+    with_one_name /dev/fd/3 | cmp -s - wanted || complain "gponflow $*: not from a pipe"
 }
 same_for_each_input 0 check line.scn
 same_for_each_input 0 account line.scn --pcap "$lost"

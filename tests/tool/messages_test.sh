@@ -24,7 +24,7 @@ expect_message() { # TEXT ARGUMENT...
     [ "$(head -n 1 err)" = "$text" ] || complain "gponflow $*: not '$text' but '$(head -n 1 err)'"
 }
 
-expect_message "gponflow: unknown subcommand 'checkk' (did you mean 'check'?)" checkk line.scn
+expect_message "gponflow: unknown subcommand 'omcii' (did you mean 'omci'?)" omcii line.scn
 expect_message "gponflow: unknown subcommand 'help' (did you mean '--help'?)" help
 expect_message "gponflow: unknown subcommand 'x' (one of rules, me, status, --help)" show x
 expect_message 'gponflow: a subcommand is missing: one of rules, me, status' show
