@@ -11,15 +11,18 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "base/bytes.h"
 #include "bench/cases.h"
 #include "bench/clock.h"
 #include "bench/keys.h"
 #include "bench/line.h"
-#include "bench/threads.h"
+#include "bench/median.h"
+#include "bench/two_threads.h"
+#include "bench/under_flood.h"
 #include "hash/aging.h"
+#include "hash/outcome_table.h"
 #include "hash/rule_table.h"
 
 namespace gpon::bench {
@@ -27,13 +30,6 @@ namespace {
 
 unsigned rounds = 15;
 const case_list cases = all_cases();
-
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 double nanoseconds_of_pass(work& made)
 {
@@ -191,33 +187,51 @@ void add_walk_ratios(json& ratios, json& all)
     all.update(json(found));
 }
 
-/* CPU time of one operation on the calling thread. */
-double nanoseconds_on_a_thread(work& made, int number)
+/* Known frames beside others. A void result is null. */
+void add_known_frame_ratios(json& ratios)
 {
-    thread_number = number;
-    made.pass();
-    constexpr unsigned passes = 20000;
-    const uint64_t start = thread_nanoseconds();
-    for (unsigned i = 0; i < passes; ++i)
-        made.pass();
-    const uint64_t passed = thread_nanoseconds() - start;
-    return static_cast<double>(passed) / passes / made.operations();
+    const bench_case& known = find_case(cases, "hook/known/up_ani/8_services");
+    const std::optional<double> gain = gain_of_two_threads(known, rounds);
+    ratios["known-frame-two-threads"] = gain ? json(*gain) : json();
+    const flood_figures flooded = known_frame_under_flood(known, rounds);
+    ratios["known-frame-under-flood"] = flooded.ratio;
+    ratios["known-frame-under-flood-missed"] = flooded.missed;
 }
 
-/* How many times the frames of one thread two threads handle in the same CPU time of each. */
-double gain_of_two_threads(const std::string& name)
+/* The first words of a frame of a station and the router, as the module packs them. */
+outcome_key key_of_flow(uint32_t station, uint16_t vlan, uint16_t direction)
 {
-    std::vector<double> gains;
-    for (unsigned round = 0; round < rounds; ++round) {
-        const auto made = find_case(cases, name).make();
-        const double alone = nanoseconds_on_a_thread(*made, 0);
-        double both[2] = {};
-        std::thread other([&] { both[1] = nanoseconds_on_a_thread(*made, 1); });
-        both[0] = nanoseconds_on_a_thread(*made, 0);
-        other.join();
-        gains.push_back(alone / both[0] + alone / both[1]);
+    constexpr uint8_t router[] = {0x00, 0x1b, 0x21, 0x3c, 0x4d, 0x01};
+    const uint8_t host[] = {
+        0x3c, 0x6a, 0x9d, uint8_t(station >> 16), uint8_t(station >> 8), uint8_t(station)};
+    const bool upstream = direction == UP_UNI || direction == UP_ANI;
+    uint8_t bytes[16] = {};
+    std::ranges::copy(upstream ? router : host, bytes);
+    std::ranges::copy(upstream ? host : router, bytes + 6);
+    bytes[12] = 0x81;
+    bytes[14] = static_cast<uint8_t>(vlan >> 8);
+    bytes[15] = static_cast<uint8_t>(vlan);
+    const uint64_t tag = load_unaligned<uint32_t>(bytes + 12);
+    return {load_unaligned<uint64_t>(bytes), load_unaligned<uint32_t>(bytes + 8) | tag << 32,
+            uint64_t{direction} << 32};
+}
+
+/* How many of that many outcomes an empty table keeps. A flow has four, one for each direction. Its
+ * stations have consecutive addresses of one vendor, and eight VLANs. */
+double outcomes_kept_of(unsigned outcomes)
+{
+    constexpr uint16_t directions[] = {UP_UNI, UP_ANI, DOWN_ANI, DOWN_UNI};
+    constexpr unsigned lines = 200;
+    unsigned kept = 0;
+    for (unsigned line = 0; line < lines; ++line) {
+        std::map<const outcome_set*, unsigned> used;
+        for (unsigned i = 0; i < outcomes; ++i) {
+            const auto vlan = static_cast<uint16_t>(100 + i / 4 % 8);
+            const outcome_key key = key_of_flow(line << 10 | i / 4, vlan, directions[i % 4]);
+            kept += ++used[&outcome_set_of(key)] <= OUTCOME_PLACES;
+        }
     }
-    return median(gains);
+    return static_cast<double>(kept) / lines;
 }
 
 json measure_all()
@@ -225,7 +239,7 @@ json measure_all()
     json ratios, all;
     add_table_ratios(ratios, all);
     add_walk_ratios(ratios, all);
-    ratios["known-frame-two-threads"] = gain_of_two_threads("hook/known/up_ani/8_services");
+    add_known_frame_ratios(ratios);
     ratios["rule-bytes"] = bytes_of_a_rule();
     const std::vector<std::string> beside = {"flood/new_source_per_frame", "rule/dump/768_rules"};
     all.update(json(measure(beside)));
@@ -233,7 +247,13 @@ json measure_all()
     json kept;
     for (const unsigned flows : {64u, 256u, 768u})
         kept[std::to_string(flows)] = rules_kept_of(flows);
-    return {{"ratios", ratios}, {"nanoseconds", all}, {"rules_kept", kept}};
+    json outcomes;
+    for (const unsigned number : {64u, 256u, 512u, 1024u})
+        outcomes[std::to_string(number)] = outcomes_kept_of(number);
+    return {{"ratios", ratios},
+            {"nanoseconds", all},
+            {"rules_kept", kept},
+            {"outcomes_kept", outcomes}};
 }
 
 } // namespace
