@@ -35,14 +35,20 @@ has_bounds_checks() {
     grep -q '^CONFIG_UBSAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
 
-# Sanitizers and checks enlarge the text; the limit is for kernels of an ONU.
+# OBJECT
+text_of() {
+    "${prefix}size" -A "$1" | awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n + 0}'
+}
+
+# Sanitizers and checks enlarge the text; the limit is for kernels of an ONU. Kernels for little memory
+# have no trace events, so these do not count.
 check_text() {
-    local stripped=$module.stripped bytes
+    local stripped=$module.stripped events=${module%/*}/src/platform/linux/tracepoints.o bytes
     "${prefix}strip" --strip-debug -o "$stripped" "$module"
-    bytes=$("${prefix}size" -A "$stripped" |
-        awk '$1 ~ /^\.(text|init\.text|exit\.text)/ {n += $2} END {print n + 0}')
+    bytes=$(text_of "$stripped")
     rm -f "$stripped"
-    echo "$arch: $bytes bytes of text"
+    echo "$arch: $bytes bytes of text, $(text_of "$events") of them for trace events"
+    bytes=$((bytes - $(text_of "$events")))
     [ "$bytes" -gt 0 ] || complain "$arch: no text was found"
     if [ "$arch" != arm64 ] || has_sanitizer || has_bounds_checks; then
         return
@@ -52,9 +58,10 @@ check_text() {
     fi
 }
 
-# Newer kernels add symbols of their own: the padding before a function, and its table of allocations.
+# Newer kernels add symbols of their own: the padding before a function, its table of allocations,
+# and the jump to the readers of a trace event.
 check_globals() {
-    local found kernels='(__pfx_)?(init|cleanup)_module|__this_module|__(start|stop)_alloc_tags'
+    local found kernels='(__pfx_)?(init|cleanup)_module|__this_module|__(start|stop)_alloc_tags|__SCT__tp_func_gpon_\w+'
     found=$("${prefix}nm" --defined-only -g "$module" | awk '{print $3}' |
         grep -vxE "$kernels" || true)
     [ -z "$found" ] || complain "$arch: unexpected global symbols: ${found//$'\n'/ }"

@@ -10,6 +10,7 @@
 #include "../me/command.h"
 #include "../me/default_config.h"
 #include "../me/list.h"
+#include "command_events.h"
 
 static_assert(GPON_DBG_WORDS == GPON_FLOW_DEBUG_WORDS &&
               GPON_DBG_WORD_BYTES == GPON_FLOW_DEBUG_WORD_BYTES);
@@ -35,10 +36,11 @@ gpon_counter counter_of(u8 msg_type, bool done)
     }
 }
 
-// Counts a command for a managed entity by its type and result, and returns the result.
-i32 counted_by_type(u8 msg_type, i32 result)
+// Notes a command for a managed entity by its type and result, and returns the result.
+i32 noted(const gpon_me_cmd& cmd, i32 result)
 {
-    gpon::count(counter_of(msg_type, result == 0));
+    gpon::count(counter_of(cmd.msg_type, result == 0));
+    gpon::trace_me_command(cmd, result);
     return result;
 }
 
@@ -46,12 +48,14 @@ i32 load_config(const void* user_cfg) GPON_REQUIRES(gpon_flow_control_mutex)
 {
     const i32 result = gpon_flow_load_cfg_data(user_cfg);
     gpon::count(result == 0 ? GPON_COUNT_config_done : GPON_COUNT_config_failed);
+    gpon::trace_command(GPON_COMMAND_CONFIG, result);
     return result;
 }
 
 i32 refused(i32 result)
 {
     gpon::count(GPON_COUNT_commands_refused);
+    gpon::trace_command(GPON_COMMAND_REFUSED, result);
     return result;
 }
 
@@ -61,7 +65,7 @@ i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
     const gpon::store_change change;
     gpon::count(GPON_COUNT_flushes_by_command);
     gpon_hash_clean_all_safe();
-    return counted_by_type(cmd->msg_type, gpon_flow_me_handle(cmd));
+    return noted(*cmd, gpon_flow_me_handle(cmd));
 }
 
 i32 clean_all() GPON_CHANGES_LISTS
@@ -70,7 +74,9 @@ i32 clean_all() GPON_CHANGES_LISTS
     gpon::count(GPON_COUNT_clean_commands);
     gpon::count(GPON_COUNT_flushes_by_clean);
     gpon_hash_clean_all_safe();
-    return gpon_flow_clean_all_me_inst();
+    const i32 result = gpon_flow_clean_all_me_inst();
+    gpon::trace_command(GPON_COMMAND_CLEAN, result);
+    return result;
 }
 
 i32 run_debug_words(const gpon_flow_cmd& record) GPON_CHANGES_LISTS
@@ -85,7 +91,9 @@ i32 run_debug_words(const gpon_flow_cmd& record) GPON_CHANGES_LISTS
         word[GPON_DBG_WORD_BYTES - 1] = '\0';
         words.argv[count] = word;
     }
-    return static_cast<i32>(gpon_dbg_parsing_cmd(count, words.argv));
+    const i32 result = static_cast<i32>(gpon_dbg_parsing_cmd(count, words.argv));
+    gpon::trace_words(GPON_COMMAND_DEVICE, words, result);
+    return result;
 }
 
 } // namespace

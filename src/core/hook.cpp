@@ -4,6 +4,7 @@
 #include "../base/counters.h"
 #include "../base/log.h"
 #include "../debug/trace.h"
+#include "../pkt/frame_events.h"
 #include "../pkt/outcome.h"
 
 namespace {
@@ -12,6 +13,11 @@ enum api_result : i32 { HANDLED = 0, FAILED = 1, UNKNOWN_KIND = -1 };
 
 constexpr u32 PACKET_KINDS = 4;
 constexpr u16 WALK_DIRECTION[PACKET_KINDS] = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};
+
+u16 direction_of_kind(u32 kind)
+{
+    return kind < PACKET_KINDS ? WALK_DIRECTION[kind] : u16{0};
+}
 
 void write_flag_word(sk_buff* skb, u32 word)
 {
@@ -62,7 +68,10 @@ api_result failed_frame()
     int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);
     if (kind != GPON_API_UP_ANI || !mapping)
         return HANDLED;
-    return mapping(skb) == -1 ? failed_frame() : HANDLED;
+    if (mapping(skb) != -1)
+        return HANDLED;
+    gpon::trace_drop(skb, UP_ANI, GPON_END_NO_MAPPING);
+    return failed_frame();
 }
 
 api_result handle_packet(u32 kind, sk_buff* skb)
@@ -91,6 +100,7 @@ int gpon_flow_api_dispatch(struct api_data* data)
     } else if (!data->skb) {
         gpon::count(GPON_COUNT_calls_no_packet);
         data->api_result = FAILED;
+        gpon::trace_drop(nullptr, direction_of_kind(data->api_type), GPON_END_NO_PACKET);
     } else {
         const trace_mark mark(data->skb);
         data->api_result = handle_packet(data->api_type, data->skb);

@@ -6,6 +6,7 @@
 #include "../base/memory.h"
 #include "../debug/interpreter.h"
 #include "../debug/words.h"
+#include "command_events.h"
 
 namespace {
 
@@ -16,6 +17,7 @@ constexpr long UNREADABLE = -14; // -EFAULT
 long refused(long error)
 {
     gpon::count(GPON_COUNT_commands_refused);
+    gpon::trace_command(GPON_COMMAND_REFUSED, error);
     return error;
 }
 
@@ -39,6 +41,7 @@ long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
     const gpon::control_guard control;
     printk("CURRENT GPON FLOW SWITCH %s\n", switch_name());
     gpon_dbg_parsing_cmd(static_cast<u32>(found), words.argv);
+    gpon::trace_words(GPON_COMMAND_OPERATOR, words, static_cast<long>(count));
     return static_cast<long>(count);
 }
 

@@ -52,8 +52,10 @@ void gpon_hash_delete_aging_node(void)
     gpon_hash_table& table = gpon_hash_table_record;
     log_trace("[%s][%d]: Enter\n");
     gpon::count(GPON_COUNT_sweeps);
-    if (table.total_num == 0) {
+    const u32 rules = table.total_num;
+    if (rules == 0) {
         log_trace("[%s][%d]: total_num is zero\n");
+        gpon::trace_sweep(rules, table);
         return;
     }
     // Frames must mark their rules again.
@@ -70,4 +72,5 @@ void gpon_hash_delete_aging_node(void)
             gpon::count(GPON_COUNT_rules_aged);
         });
     }
+    gpon::trace_sweep(rules, table);
 }

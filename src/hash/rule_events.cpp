@@ -2,6 +2,7 @@
 #include "rule_events.h"
 
 #include "../base/counters.h"
+#include "../base/tracepoint.h"
 #include "rule_use.h"
 
 static_assert(GPON_SEEN_TAGS == GPON_MAX_TAGS &&
@@ -12,29 +13,58 @@ namespace {
 // Rules learnt since load; the generation does not count them.
 GPON_MODULE_DATA constinit u64 learnt_number = 0;
 
+constexpr u32 ADDRESS_BYTES = 6;
+constexpr u32 DIRECTION_OFFSET = 14;
+
+using key_bytes = std::span<const u8>;
+
 // Keys of tests may have any length; bytes beyond the end read as 0.
-u16 word_of_key(const gpon_flow_rule& rule, u32 offset)
+u16 word_of_key(key_bytes key, u32 offset)
 {
-    if (offset + sizeof(u16) > rule.key_len)
+    if (offset + sizeof(u16) > key.size())
         return 0;
-    return gpon::load_unaligned<u16>(rule.key + offset);
+    return gpon::load_unaligned<u16>(&key[offset]);
 }
 
-void copy_key(const gpon_flow_rule& rule, gpon_seen_rule& seen)
+template <typename Record> void copy_addresses(key_bytes key, Record& record)
 {
-    constexpr u32 ADDRESSES = sizeof(seen.dst_mac) + sizeof(seen.src_mac);
-    constexpr u32 DIRECTION = 14;
-    if (rule.key_len >= ADDRESSES) {
-        gpon::copy_bytes(seen.dst_mac, rule.key, sizeof(seen.dst_mac));
-        gpon::copy_bytes(seen.src_mac, rule.key + sizeof(seen.dst_mac), sizeof(seen.src_mac));
-    }
-    seen.direction = word_of_key(rule, DIRECTION);
-    for (u32 at = GPON_RULE_KEY_HEAD;
-         at + GPON_RULE_KEY_TAG <= rule.key_len && seen.tags < GPON_SEEN_TAGS;
-         at += GPON_RULE_KEY_TAG, ++seen.tags) {
-        seen.tpid[seen.tags] = word_of_key(rule, at);
-        seen.tci[seen.tags] = word_of_key(rule, at + sizeof(u16));
-    }
+    static_assert(sizeof(record.dst_mac) == ADDRESS_BYTES);
+    if (key.size() < ADDRESS_BYTES + ADDRESS_BYTES)
+        return;
+    gpon::copy_bytes(record.dst_mac, key.data(), ADDRESS_BYTES);
+    gpon::copy_bytes(record.src_mac, &key[ADDRESS_BYTES], ADDRESS_BYTES);
+}
+
+// Calls visit(TPID, TCI) for each tag of a key.
+template <typename Visit> void for_each_tag(key_bytes key, Visit visit)
+{
+    for (u32 at = GPON_RULE_KEY_HEAD; at + GPON_RULE_KEY_TAG <= key.size(); at += GPON_RULE_KEY_TAG)
+        visit(word_of_key(key, at), word_of_key(key, at + sizeof(u16)));
+}
+
+void copy_key(key_bytes key, gpon_seen_rule& seen)
+{
+    copy_addresses(key, seen);
+    seen.direction = word_of_key(key, DIRECTION_OFFSET);
+    for_each_tag(key, [&](u16 tpid, u16 tci) {
+        if (seen.tags == GPON_SEEN_TAGS)
+            return;
+        seen.tpid[seen.tags] = tpid;
+        seen.tci[seen.tags++] = tci;
+    });
+}
+
+gpon_traced_frame frame_of_key(key_bytes key)
+{
+    gpon_traced_frame frame = {};
+    copy_addresses(key, frame);
+    frame.direction = word_of_key(key, DIRECTION_OFFSET);
+    for_each_tag(key, [&](u16 tpid, u16 tci) {
+        if (frame.tags < GPON_TRACED_TAGS)
+            frame.tag[frame.tags] = u32{tpid} << 16 | tci;
+        ++frame.tags;
+    });
+    return frame;
 }
 
 void copy_steps(const gpon_flow_rule& rule, gpon_seen_rule& seen)
@@ -57,12 +87,23 @@ void report_rule(gpon_event_kind kind, u32 cause, const gpon_flow_rule& rule)
     send_event(&event);
 }
 
+// The counters of learning are in the order of its results.
+constexpr gpon_learn_result result_of(gpon_counter counter)
+{
+    return static_cast<gpon_learn_result>(static_cast<i32>(counter) - GPON_COUNT_rules_learnt);
+}
+static_assert(result_of(GPON_COUNT_rules_learnt) == GPON_LEARN_ADDED &&
+              result_of(GPON_COUNT_rules_relearnt) == GPON_LEARN_REPLACED &&
+              result_of(GPON_COUNT_rules_bucket_taken) == GPON_LEARN_BUCKET_TAKEN &&
+              result_of(GPON_COUNT_rules_outdated) == GPON_LEARN_OUTDATED &&
+              result_of(GPON_COUNT_rules_no_memory) == GPON_LEARN_NO_MEMORY);
+
 } // namespace
 
 void gpon::copy_rule(const gpon_flow_rule& rule, gpon_seen_rule& seen)
 {
     seen = {};
-    copy_key(rule, seen);
+    copy_key({rule.key, rule.key_len}, seen);
     copy_steps(rule, seen);
     const rule_use use = use_of(rule);
     seen.hits = use.hits;
@@ -110,4 +151,25 @@ void gpon::report_growth(u32 buckets)
     event.kind = GPON_EVENT_TABLE_GROWN;
     event.buckets = buckets;
     send_event(&event);
+}
+
+void gpon::trace_learning(std::span<const u8> key, gpon_counter result)
+{
+    if (!is_traced(GPON_TRACEPOINT_RULE_LEARN))
+        return;
+    gpon_trace_record record = {};
+    record.point = GPON_TRACEPOINT_RULE_LEARN;
+    record.frame = frame_of_key(key);
+    record.learnt = result_of(result);
+    hit_tracepoint(&record);
+}
+
+void gpon::trace_sweep(u32 rules, const gpon_hash_table& table)
+{
+    if (!is_traced(GPON_TRACEPOINT_SWEEP))
+        return;
+    gpon_trace_record record = {};
+    record.point = GPON_TRACEPOINT_SWEEP;
+    record.sweep = {rules, rules - table.total_num, table.table_size};
+    hit_tracepoint(&record);
 }

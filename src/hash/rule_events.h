@@ -19,6 +19,10 @@ void report_gone(const gpon_flow_rule& rule, gpon_rule_end cause) GPON_REQUIRES(
 void report_all_gone(gpon_hash_table& table, gpon_rule_end cause) GPON_REQUIRES(gpon_hash_lock);
 void report_growth(u32 buckets) GPON_REQUIRES(gpon_hash_lock);
 
+/* Trace events. result is the counter of what became of the steps of a walk. */
+void trace_learning(std::span<const u8> key, gpon_counter result) GPON_REQUIRES(gpon_hash_lock);
+void trace_sweep(u32 rules, const gpon_hash_table& table) GPON_REQUIRES(gpon_hash_lock);
+
 } // namespace gpon
 
 #endif

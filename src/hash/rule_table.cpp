@@ -131,6 +131,13 @@ bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
     return rule.release();
 }
 
+// What became of the steps of a walk.
+void note_learning(key_bytes key, gpon_counter result) GPON_REQUIRES(gpon_hash_lock)
+{
+    gpon::count(result);
+    gpon::trace_learning(key, result);
+}
+
 void lose_in_new_table(const gpon_flow_rule& old) GPON_REQUIRES(gpon_hash_lock)
 {
     gpon::count(GPON_COUNT_rules_lost_by_growth);
@@ -263,7 +270,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
         return -1;
     }
     const gpon_counter result = gpon_hash_place_rule({key, key_len}, *trace);
-    gpon::count(result);
+    note_learning({key, key_len}, result);
     if (result == GPON_COUNT_rules_learnt)
         gpon::report_learnt(*gpon::find_rule({key, key_len}));
     return result == GPON_COUNT_rules_no_memory ? -1 : 0;
@@ -273,7 +280,7 @@ i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* t
 {
     const bh_lock lock(gpon_hash_lock);
     if (walked_in != gpon::ANY_STORE && !gpon::store_is_unchanged(walked_in)) {
-        gpon::count(GPON_COUNT_rules_outdated);
+        note_learning({key, key_len}, GPON_COUNT_rules_outdated);
         return 0;
     }
     return gpon_hash_add_node(key, key_len, trace);

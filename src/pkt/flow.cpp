@@ -10,6 +10,7 @@
 #include "../me_class/multigemiw_multicast_gem_interworking_tp.h"
 #include "../me_class/pptp_ethernet_uni.h"
 #include "../me_class/veip_virtual_ethernet_interface_point.h"
+#include "frame_events.h"
 #include "header.h"
 #include "outcome.h"
 #include "rule.h"
@@ -113,13 +114,31 @@ gpon_counter calls_of(u16 fwd_flag)
 }
 
 // Why a walk failed. A branch may end for several reasons; the one that explains most comes first.
-gpon_counter failure_of(const gpon_walk_result& result)
+gpon_frame_end failure_of(const gpon_walk_result& result)
 {
     if (result.obstacles & WALK_TOO_DEEP)
-        return GPON_COUNT_walks_too_deep;
+        return GPON_END_TOO_DEEP;
     if (result.obstacles & WALK_STEP_FAILED)
-        return GPON_COUNT_walks_step_failed;
-    return result.obstacles & WALK_FILTERED ? GPON_COUNT_walks_filtered : GPON_COUNT_walks_no_path;
+        return GPON_END_STEP_FAILED;
+    return result.obstacles & WALK_FILTERED ? GPON_END_FILTERED : GPON_END_NO_PATH;
+}
+
+// The counters of walks are in the order of their ends.
+constexpr gpon_counter counter_of(gpon_frame_end end)
+{
+    return static_cast<gpon_counter>(GPON_COUNT_walks_done + static_cast<i32>(end));
+}
+static_assert(counter_of(GPON_END_NO_PATH) == GPON_COUNT_walks_no_path &&
+              counter_of(GPON_END_FILTERED) == GPON_COUNT_walks_filtered &&
+              counter_of(GPON_END_STEP_FAILED) == GPON_COUNT_walks_step_failed &&
+              counter_of(GPON_END_TOO_DEEP) == GPON_COUNT_walks_too_deep);
+
+void end_walk(const sk_buff* skb, u16 fwd_flag, gpon_frame_end end, u16 gemport_id)
+{
+    gpon::count(counter_of(end));
+    gpon::trace_walk_end(skb, fwd_flag, end, gemport_id);
+    if (end != GPON_END_PASSED)
+        gpon::trace_drop(skb, fwd_flag, end);
 }
 
 // Replays the rule that the lookup found.
@@ -129,6 +148,7 @@ void replay_rule(sk_buff* skb, const gpon_pkt_info& info, u16 fwd_flag, u64 gene
     gpon::count(GPON_COUNT_replays);
     gpon_fwd_info step = {0, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
+    gpon::trace_hit(skb, fwd_flag, result->gemport_id, false);
     gpon::remember_replay(key, info, fwd_flag, generation, every_step_made, result->gemport_id);
 }
 
@@ -216,6 +236,7 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
     GPON_WRITTEN_WHOLE gpon_pkt_info info;
     if (init_from_summary(skb, &result, &info, packet_log::of<gpon_pkt_init_fwd_info>(skb)) != 0) {
         log.error("%s [%d]: gpon_pkt_init_fwd_info Fail\r\n");
+        gpon::trace_drop(skb, fwd_flag, GPON_END_UNREADABLE);
         return -1;
     }
     const packet_memory_owner buffers(result.memory);
@@ -225,14 +246,13 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
         return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
     }
     gpon::count(GPON_COUNT_walks);
+    gpon::trace_walk_start(skb, fwd_flag);
     const i32 walked = walk(skb, fwd_flag, &result, log);
     // The walk read the store, like a replay (remember_replay). A failed one takes no lock.
     order_loads();
-    if (walked != 0) {
-        gpon::count(failure_of(result));
+    end_walk(skb, fwd_flag, walked == 0 ? GPON_END_PASSED : failure_of(result), result.gemport_id);
+    if (walked != 0)
         return -1;
-    }
-    gpon::count(GPON_COUNT_walks_done);
     if (learn_rule(info, fwd_flag, result.trace, store) != 0) {
         log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;

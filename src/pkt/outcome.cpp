@@ -4,6 +4,7 @@
 #include "../base/log.h"
 #include "../hash/outcome_table.h"
 #include "flow.h"
+#include "frame_events.h"
 #include "header.h"
 #include "rule.h"
 
@@ -95,6 +96,7 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
         if (gpon::outcome_key key; make_key(skb, fwd_flag, &key)) {
             if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
                 count_use(gpon::place_index(*known.place));
+                gpon::trace_hit(skb, fwd_flag, known.gemport_id, true);
                 return apply_outcome(skb, fwd_flag, known.gemport_id);
             }
             return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);

@@ -5,6 +5,7 @@
 #include "../base/log.h"
 #include "../hash/rule_table.h"
 #include "../me/registry.h"
+#include "frame_events.h"
 #include "header.h"
 #include "outcome.h"
 
@@ -71,6 +72,12 @@ enum class replay { next_step, ended, failed };
         return replay::failed;
     }
     return replay::next_step;
+}
+
+void note_missing_queue(const sk_buff* skb, u16 gemport_id)
+{
+    gpon::count(GPON_COUNT_queue_failures);
+    gpon::trace_drop(skb, UP_ANI, GPON_END_NO_QUEUE, gemport_id);
 }
 
 } // namespace
@@ -156,12 +163,12 @@ i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
     skb_set_gemport_id(skb, gemport_id);
     int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
     if (!queue_mapping) {
-        count(GPON_COUNT_queue_failures);
+        note_missing_queue(skb, gemport_id);
         log(skb).error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
         return -1;
     }
     if (queue_mapping(skb) != 0) {
-        count(GPON_COUNT_queue_failures);
+        note_missing_queue(skb, gemport_id);
         log(skb).error("[%s][%d]: no priority queue find!\n");
         return -1;
     }

@@ -4,6 +4,7 @@
 #include "../base/log.h"
 #include "../me/link_queries.h"
 #include "../me/registry.h"
+#include "frame_events.h"
 
 namespace {
 
@@ -83,6 +84,13 @@ struct next_class_row {
     }
 };
 
+i32 fail_step(const sk_buff* skb, const gpon_fwd_info& step, gpon_walk_result* result)
+{
+    result->obstacles |= WALK_STEP_FAILED;
+    gpon::trace_step(skb, step, result->recurse_num, GPON_STEP_FAILED);
+    return -1;
+}
+
 // The body of a step, at the depth recurse_num.
 [[gnu::always_inline]] inline i32 walk_step(sk_buff* skb, const gpon_fwd_info* step,
                                             gpon_walk_result* result,
@@ -99,23 +107,20 @@ struct next_class_row {
     if (!entry || !entry->fwd_op) {
         log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
                   step->classId);
-        result->obstacles |= WALK_STEP_FAILED;
-        return -1;
+        return fail_step(skb, *step, result);
     }
     result->trace.step[result->recurse_num - 1] = {step->classId, step->instId};
     if (!entry->fwd_op->forward) {
         result->ret_val = FLOW_PKT_FORWARD;
-    } else {
-        if (entry->fwd_op->forward(skb, step, result) != 0) {
-            log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
-            result->obstacles |= WALK_STEP_FAILED;
-            return -1;
-        }
-        if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
-            log.trace("[%s] [%d] end,  classId=%d,instId=0x%x,ret_val=%d\n", step->classId,
-                      step->instId, result->ret_val);
-            return 0;
-        }
+    } else if (entry->fwd_op->forward(skb, step, result) != 0) {
+        log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
+        return fail_step(skb, *step, result);
+    }
+    gpon::trace_step(skb, *step, result->recurse_num, result->ret_val);
+    if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
+        log.trace("[%s] [%d] end,  classId=%d,instId=0x%x,ret_val=%d\n", step->classId,
+                  step->instId, result->ret_val);
+        return 0;
     }
     log.trace("[%s][%d] classId=%d,instId=0x%x,ret_val=%d\n", step->classId, step->instId,
               result->ret_val);
@@ -168,6 +173,7 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
         printk("[%s][%d] end, Fail,recurse_num is MAX_RECURSION_NUM(%d)\n", __func__, __LINE__,
                MAX_RECURSION_NUM);
         result->obstacles |= WALK_TOO_DEEP;
+        gpon::trace_step(skb, *fwd_info, result->recurse_num, GPON_STEP_TOO_DEEP);
     } else
         answer = walk_step(skb, fwd_info, result, log);
     --result->recurse_num;

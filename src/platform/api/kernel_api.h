@@ -18,6 +18,7 @@
 #include "packet_memory.h"
 #include "platform_hook.h"
 #include "record_layout.h"
+#include "tracepoint.h"
 
 #ifdef __cplusplus
 #include <stdarg.h>
@@ -155,6 +156,12 @@ GPON_SEAM(const struct gpon_cpu_counters*, next_cpu_counters, (int* cpu));
  * which costs little. Both may be called under the lock of the rule table. */
 GPON_SEAM(int, wants_events, (void));
 GPON_SEAM(void, send_event, (const struct gpon_event* event));
+
+/* ---- trace events (platform/api/tracepoint.h). A bit for each event, set while somebody traces it.
+ * It is no function, because the quick path reads it. hit_tracepoint may be called under the lock of
+ * the rule table, and for an event whose bit has just been cleared. */
+GPON_SEAM_DATA(unsigned int, tracepoints_on);
+GPON_SEAM(void, hit_tracepoint, (const struct gpon_trace_record* record));
 
 /* ---- packets: the platform's socket buffer and the fields that the platform keeps beside it.
  * Offset of the per-packet flag word (u32, host order) from the packet's address. It is no

@@ -19,6 +19,7 @@
 
 #include "platform/api/observe.h"
 #include "platform/api/platform_hook.h"
+#include "platform/api/tracepoint.h"
 
 /* The platform's packet. Frame bytes belong to the caller and are valid during the call. */
 struct sk_buff {
@@ -112,6 +113,10 @@ void call_before_next_lock(void (*function)());
 /* Receives the changes that the module reports to listeners; null ends that. Calls may come from
  * any thread, under the lock of the rule table. */
 void set_observer(std::function<void(const gpon_event&)> observer);
+
+/* Receives every trace event of the module; null ends that. Calls may come from any thread, under
+ * the lock of the rule table; the record and its text are valid during the call. */
+void set_tracer(std::function<void(const gpon_trace_record&)> tracer);
 
 /* The module's counters since load, in the order of include/counters.def; reset() clears them.
  * counter_value throws std::invalid_argument for an unknown name. */

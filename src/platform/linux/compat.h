@@ -86,6 +86,13 @@
 #define GPON_GROUP_NEEDS_ADMIN GENL_UNS_ADMIN_PERM
 #endif
 
+/* Stores a text of a trace event. Since 6.10 the event's declaration alone names the source. */
+#if GPON_KERNEL_SINCE(6, 10)
+#define gpon_assign_str(field, source) __assign_str(field)
+#else
+#define gpon_assign_str(field, source) __assign_str(field, source)
+#endif
+
 /* DEFAULT_SYMBOL_NAMESPACE and MODULE_IMPORT_NS take a string since 6.13. Neither module uses a
  * namespace, so no definition is needed here. */
 
