@@ -1,0 +1,151 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The trace events: traffic of known composition gives exactly these events, as many as netlink and
+# gponflow count; events that nobody traces do not occur; unload while all are traced.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+tracing=/sys/kernel/tracing
+events=$tracing/events/gpon_flow
+
+passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
+dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
+
+# COUNT LINE: as many calls of the hook.
+calls() {
+    yes "$2" | head -n "$1" >/tmp/calls.scn
+    gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
+        { cat /tmp/printed; fail "no hook calls"; }
+}
+
+# What netlink counts; gponflow prints the same numbers.
+counters_to() {
+    netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"
+    gponflow stat --json >/tmp/stat || fail "no gponflow stat: $(cat /tmp/stat)"
+    while read -r name value; do
+        grep -qE "\"$name\": $value,?\$" /tmp/stat || fail "gponflow stat differs in $name=$value"
+    done <"$1"
+}
+
+# counted NAME...: the sum of the differences of these counters.
+counted() {
+    echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
+        FILENAME == "/tmp/before" { sum -= wanted[$1] * $2 }
+        FILENAME == "/tmp/after" { sum += wanted[$1] * $2 }
+        END { print sum + 0 }' - /tmp/before /tmp/after
+}
+
+# traced PATTERN: the number of such events. A line is "COMM-PID [CPU] FLAGS TIME: EVENT: FIELDS".
+traced() {
+    grep -v '^#' /tmp/trace | grep -cE ": gpon_$1" || :
+}
+
+begin_tracing() {
+    counters_to /tmp/before
+    echo >$tracing/trace
+    echo 1 >$events/enable || fail "the events cannot be enabled"
+}
+
+end_tracing() {
+    echo 0 >$events/enable
+    cat $tracing/trace >/tmp/trace
+    counters_to /tmp/after
+    grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
+        fail "events are lost: $(head -n 4 /tmp/trace)"
+}
+
+# same WHAT EVENTS COUNTER...: the events and the counters have the same number.
+same() {
+    what=$1
+    pattern=$2
+    shift 2
+    expect "$what" "$(counted "$@")" "$(traced "$pattern")"
+}
+
+everything_is_the_same() {
+    same "walks" "walk_start: " walks
+    same "walks that passed" "walk_end: .* reason=passed " walks_done
+    same "walks without path" "walk_end: .* reason=no_path " walks_no_path
+    same "filtered walks" "walk_end: .* reason=filtered " walks_filtered
+    same "replays" "rule_hit: .* remembered=0 " replays
+    same "remembered outcomes" "rule_hit: .* remembered=1 " remembered_up_uni remembered_up_ani \
+        remembered_down_uni remembered_down_ani
+    same "added rules" "rule_learn: .* result=added" rules_learnt
+    same "taken buckets" "rule_learn: .* result=bucket_taken" rules_bucket_taken
+    same "drops" "drop: " frames_failed calls_no_packet
+    same "frames without queue" "drop: .* reason=no_queue " queue_failures
+    same "created instances" "command: kind=me msg_type=4 .* result=0 " me_create_done
+    same "commands of an operator" "command: kind=operator " operator_commands
+    same "sweeps" "sweep: " sweeps
+}
+
+known_traffic() {
+    begin_tracing
+    calls 5 "$passing"
+    calls 3 "$dropped"
+    hook_call packet=0 >/tmp/printed || fail "no call without packet"
+    calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
+    echo "show  enable" >/proc/gpon_flow/debug
+    end_tracing
+    everything_is_the_same
+    expect "walks" 4 "$(traced "walk_start: ")"
+    expect "filtered frames" 3 "$(traced "drop: .* direction=up_ani dst=02:00:00:00:00:01 src=02:00:00:00:77:01 tags=1 outer_tag=0x810001f4 inner_tag=0x00000000 reason=filtered gem_port=0")"
+    expect "calls without packet" 1 "$(traced "drop: .* reason=no_packet ")"
+    expect "replays" 1 "$(traced "rule_hit: .* src=02:00:00:00:77:01 .* remembered=0 ")"
+    expect "remembered" 3 "$(traced "rule_hit: .* remembered=1 ")"
+    expect "steps that reach the egress" 1 "$(traced "walk_step: .* direction=up_uni depth=2 class_id=47 .* status=reaches_egress")"
+    expect "the operator's command" 1 "$(traced 'command: kind=operator .* result=13 text="show enable"')"
+    expect "the created instance" 1 "$(traced 'command: kind=me msg_type=4 class_id=280 inst_id=0x0077 .* result=0 text=""')"
+}
+
+flood() {
+    i=0
+    while [ $i -lt 900 ]; do
+        printf 'hook kind=down_uni port=1 frame=0200000000010200%08x0800450000\n' $i
+        i=$((i + 1))
+    done >/tmp/flood.scn
+    begin_tracing
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    end_tracing
+    everything_is_the_same
+    expect "walks" 900 "$(traced "walk_start: ")"
+}
+
+# One event alone, then none.
+single_events() {
+    echo >$tracing/trace
+    echo 1 >$events/gpon_drop/enable
+    calls 2 "$dropped"
+    echo 0 >$events/gpon_drop/enable
+    calls 2 "$dropped"
+    cat $tracing/trace >/tmp/trace
+    expect "drops" 2 "$(traced "drop: ")"
+    expect "events of any kind" 2 "$(traced "")"
+}
+
+unload_while_tracing() {
+    echo 1 >$events/enable
+    calls 1 "$passing"
+    rmmod gpon_flow || fail "gpon_flow does not unload while it is traced"
+    [ ! -e $events ] || fail "events without a module"
+    load_gpon_flow
+    begin_tracing
+    hook_call packet=0 >/tmp/printed || fail "no call without packet"
+    end_tracing
+    same "drops after the second load" "drop: " calls_no_packet
+    expect "drops after the second load" 1 "$(traced "drop: ")"
+    unload_both
+}
+
+load_both
+mount -t tracefs tracefs $tracing 2>/dev/null || :
+if [ ! -d $events ]; then
+    echo "@@ this kernel has no trace events"
+    exit 0
+fi
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+known_traffic
+flood
+single_events
+unload_while_tracing
