@@ -74,7 +74,7 @@ TEST(omci_capture, file_without_omci_is_an_error)
 {
     const capture_result result = read_capture_bytes(pcap_file({bytes(60, 0)}));
     EXPECT_FALSE(result.cap);
-    EXPECT_THAT(result.error, HasSubstr("no OMCI message in 1 frames"));
+    EXPECT_THAT(result.error, HasSubstr("no OMCI message in 1 frame"));
 }
 
 TEST(omci_capture, bytes_that_are_no_capture_are_an_error)

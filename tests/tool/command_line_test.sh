@@ -155,7 +155,8 @@ grep -q "^cut.scn:1: warning: capture 'cut.pcap': ends early" err ||
 expect_status 2 run "$whole"
 expect_err "$whole: is a capture, not a scenario: convert OMCI messages with gponflow omci FILE -o line.scn, name traffic with --pcap"
 expect_status 2 check "$whole"
-expect_err "$whole: no OMCI message in 62 frames"
+expect_err "$whole: no OMCI message in 62 frames
+$whole: a capture of traffic is no line: name it with --pcap (explain, account, graph, report)"
 head -c 100000 "$tool" >binary.scn
 expect_status 2 run binary.scn
 expect_err 'binary.scn: is no scenario: it is no text'

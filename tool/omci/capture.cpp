@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "tool/capture/capture_file.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow::omci {
 
@@ -79,7 +80,7 @@ std::string several_onus(const capture& cap)
 
 std::string no_message(const capture& cap)
 {
-    std::string text = "no OMCI message in " + std::to_string(cap.frames) + " frames";
+    std::string text = "no OMCI message in " + counted(cap.frames, "frame");
     if (cap.skipped_frames != 0)
         text += "; " + std::to_string(cap.skipped_frames) + " are of other ONUs";
     if (!cap.cut_short.empty())
