@@ -23,7 +23,16 @@ tool() {
     gponflow "$@" >/tmp/output 2>&1
 }
 
-# SCHEMA STATUS ARGUMENT...: prints the output of a command with --json, which the host validates.
+# SCHEMA COMMAND FILE: for the host, in the file whose lines init prints.
+keep_json() {
+    {
+        echo "@@ json-begin $1 $2"
+        sed 's/^/@@ json /' "$3"
+        echo "@@ json-end"
+    } >>/tmp/documents
+}
+
+# SCHEMA STATUS ARGUMENT...: keeps the output of a command with --json, which the host validates.
 # Errors are documents on standard error.
 prints_json() {
     schema=$1
@@ -33,9 +42,7 @@ prints_json() {
     gponflow "$@" --json >/tmp/output 2>/tmp/errors || status=$?
     expect "status of gponflow $*" "$wanted" "$status"
     [ "$wanted" = 0 ] || mv /tmp/errors /tmp/output
-    echo "@@ json-begin $schema $*"
-    sed 's/^/@@ json /' /tmp/output
-    echo "@@ json-end"
+    keep_json "$schema" "$*" /tmp/output
 }
 
 one_frame() {
@@ -171,9 +178,7 @@ followed_in_json() {
     start_trace --count 1 --json
     one_frame "$passing"
     wait $tracer || fail "trace --json: $(cat /tmp/errors)"
-    echo "@@ json-begin gponflow-trace-1 trace --json"
-    sed 's/^/@@ json /' /tmp/output
-    echo "@@ json-end"
+    keep_json gponflow-trace-1 "trace --json" /tmp/output
     tries=0
     until [ -s /tmp/changes ]; do
         tries=$((tries + 1))
@@ -183,9 +188,7 @@ followed_in_json() {
         sleep 0.2
     done
     wait $follower || fail "monitor --json: $(cat /tmp/changes)"
-    echo "@@ json-begin gponflow-change-1 monitor --json"
-    sed 's/^/@@ json /' /tmp/changes
-    echo "@@ json-end"
+    keep_json gponflow-change-1 "monitor --json" /tmp/changes
 }
 
 stopped() {
