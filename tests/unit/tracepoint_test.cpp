@@ -3,6 +3,7 @@
 #include "tests/unit/class_fixture.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -343,7 +344,7 @@ std::set<std::string> captures(const std::string& text, const char* pattern)
     return all;
 }
 
-std::string contents_of(const char* path)
+std::string contents_of(const std::filesystem::path& path)
 {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -365,6 +366,23 @@ TEST_F(tracepoints, are_all_documented_with_their_fields)
         EXPECT_TRUE(std::regex_search(page, std::regex("\n\\| [^|]*`" + field + "`"))) << field;
     for (const std::string& name : captures(header, R"re(\{ \w+, "(\w+)" \})re"))
         EXPECT_NE(page.find("`" + name + "`"), std::string::npos) << name;
+}
+
+TEST_F(tracepoints, of_the_example_scripts_exist_with_their_fields)
+{
+    const std::string header = contents_of("src/platform/linux/gpon_flow_trace.h");
+    u32 scripts = 0;
+    for (const auto& file : std::filesystem::directory_iterator("docs/bpftrace")) {
+        const std::string script = contents_of(file.path());
+        const auto used = captures(script, R"(tracepoint:gpon_flow:(\w+))");
+        EXPECT_FALSE(used.empty()) << file.path();
+        for (const std::string& event : used)
+            EXPECT_NE(header.find(event + ","), std::string::npos) << event;
+        for (const std::string& field : captures(script, R"(args->(\w+))"))
+            EXPECT_NE(header.find(", " + field), std::string::npos) << field;
+        ++scripts;
+    }
+    EXPECT_EQ(scripts, 3u);
 }
 
 } // namespace
