@@ -83,6 +83,19 @@ TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
                                 "  leaves as VLAN 100 priority 0\n"));
 }
 
+// Port 0x0101 leads to the UNI: its operation acts behind the first half, whose walk meets the
+// port.
+TEST(question_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
+{
+    const std::string text = answer_text(
+        good_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x0101 upstream_mode=1 "
+                    "upstream_tci=100 downstream_mode=1\n",
+        from_uni_1({}));
+    EXPECT_THAT(text, HasSubstr("VLAN_TAG_OPERATE 0x0002 of MAC_BRIDGE_PORT_CON_DATA 0x0101: "
+                                "upstream mode 1: add VLAN 100 priority 0\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("was not applied")));
+}
+
 TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
 {
     frame_question question;

@@ -150,6 +150,87 @@ TEST(carry, class_78_without_association_belongs_to_the_uni_with_its_id)
     EXPECT_EQ(tags_text(carry_to_uni(model, uni_1, frame_with({vlan(100)})).frame), "untagged");
 }
 
+// A VEIP with a port in each of two bridges. VLAN 5 becomes VLAN 100 at the port of bridge 1; VLAN
+// 6 becomes VLAN 300 at the ANI side of bridge 2.
+const std::string two_bridges =
+    "load\n"
+    "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"
+    "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+    "me create MAC_BRIDGE_SERVICE_PROFILE 1\n"
+    "me create MAC_BRIDGE_SERVICE_PROFILE 2\n"
+    "me create MAC_BRIDGE_PORT_CON_DATA 0x0101 bridgeID=1 tpType=11 tpPointer=0x0603\n"
+    "me create MAC_BRIDGE_PORT_CON_DATA 0x0102 bridgeID=2 tpType=11 tpPointer=0x0603\n"
+    "me create MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 tpType=5 tpPointer=0x11\n"
+    "me create MAC_BRIDGE_PORT_CON_DATA 0x1002 bridgeID=2 tpType=5 tpPointer=0x11\n"
+    "me create VLAN_TAG_FILTER_DATA 0x1001 vlanFilterList=100 forwardOperation=0x10 "
+    "vlanFilterNums=1\n"
+    "me create VLAN_TAG_FILTER_DATA 0x1002 vlanFilterList=300 forwardOperation=0x10 "
+    "vlanFilterNums=1\n"
+    "tagging VLAN_TAG_EXTEND_OPERATE 1 association=0 associated=0x0101 rows=default\n"
+    "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080324\n"
+    "tagging VLAN_TAG_EXTEND_OPERATE 2 association=0 associated=0x1002 rows=default\n"
+    "tagging VLAN_TAG_EXTEND_OPERATE 2 row=f800000080030000400f000000080964\n";
+
+TEST(carry, of_two_bridges_the_one_that_accepts_the_frame_decides)
+{
+    const line_model model = model_of_text(two_bridges);
+    constexpr me_id veip{me_class::veip, 0x0603};
+    const carried_frame first = carry_to_ani(model, veip, frame_with({vlan(5)}));
+    EXPECT_EQ(tags_text(first.frame), "VLAN 100 priority 0");
+    EXPECT_EQ(first.steps.size(), 1u);
+    const carried_frame second = carry_to_ani(model, veip, frame_with({vlan(6)}));
+    EXPECT_EQ(tags_text(second.frame), "VLAN 300 priority 0");
+    ASSERT_EQ(second.steps.size(), 1u);
+    EXPECT_EQ(to_text(second.steps[0].operation), "VLAN_TAG_EXTEND_OPERATE 0x0002");
+    const carried_frame none = carry_to_ani(model, veip, frame_with({vlan(7)}));
+    EXPECT_EQ(tags_text(none.frame), "VLAN 7 priority 0");
+    EXPECT_TRUE(none.steps.empty());
+    ASSERT_EQ(none.gaps.size(), 2u);
+    EXPECT_EQ(none.gaps[0].why, "no port behind MAC_BRIDGE_PORT_CON_DATA 0x0101 accepts the frame");
+}
+
+// Two ports towards the ANI, each with an operation that discards what it does not translate: VLAN
+// 5 to 100 at port 0x1001, VLAN 6 to 200 at port 0x1002.
+TEST(carry, a_port_that_discards_leaves_the_frame_to_the_next_one)
+{
+    const std::string discard = " row=f8000000e8000000c00f0000000f0000\n";
+    const line_model model = model_of_text(
+        line +
+        "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 vlanFilterList=100 forwardOperation=0x10 "
+        "vlanFilterNums=1\n"
+        "me create MAC_BRIDGE_PORT_CON_DATA 0x1002 bridgeID=1 tpType=5 tpPointer=0x11\n"
+        "me create VLAN_TAG_FILTER_DATA 0x1002 vlanFilterList=200 forwardOperation=0x10 "
+        "vlanFilterNums=1\n"
+        "tagging VLAN_TAG_EXTEND_OPERATE 1 association=0 associated=0x1001 rows=default "
+        "row=f800000080028000400f000000080324\n"
+        "tagging VLAN_TAG_EXTEND_OPERATE 1" +
+        discard +
+        "tagging VLAN_TAG_EXTEND_OPERATE 2 association=0 associated=0x1002 rows=default "
+        "row=f800000080030000400f000000080644\n"
+        "tagging VLAN_TAG_EXTEND_OPERATE 2" +
+        discard);
+    const carried_frame second = carry_to_ani(model, uni_1, frame_with({vlan(6)}));
+    EXPECT_EQ(tags_text(second.frame), "VLAN 200 priority 0");
+    EXPECT_FALSE(second.discarded);
+    EXPECT_EQ(tags_text(carry_to_ani(model, uni_1, frame_with({vlan(5)})).frame),
+              "VLAN 100 priority 0");
+    const carried_frame none = carry_to_ani(model, uni_1, frame_with({vlan(7)}));
+    EXPECT_TRUE(none.discarded);
+    EXPECT_EQ(none.steps.at(0).row, "other single-tagged: discard");
+}
+
+TEST(carry, a_frame_to_a_uni_passes_only_the_port_of_its_bridge)
+{
+    const line_model model = model_of_text(two_bridges);
+    constexpr me_id port_2{me_class::mbpcd, 0x1002};
+    const auto by_bridge_2 = carry_to_unis(model, {port_2}, frame_with({vlan(100)}));
+    ASSERT_EQ(by_bridge_2.size(), 1u);
+    EXPECT_EQ(tags_text(by_bridge_2[0].carried.frame), "VLAN 100 priority 0");
+    const auto by_bridge_1 = carry_to_unis(model, {port_ani}, frame_with({vlan(100)}));
+    ASSERT_EQ(by_bridge_1.size(), 1u);
+    EXPECT_EQ(tags_text(by_bridge_1[0].carried.frame), "VLAN 5 priority 0");
+}
+
 TEST(carry, facts_end_with_their_instance)
 {
     const std::string text = line + operation("association=2 associated=0x0101");

@@ -117,9 +117,20 @@ void note_capture(const line_answer& answer, verdict& into)
         }
 }
 
-void note_tagging(const explanation& half, verdict& into)
+// An operation of the UNI's bridge port acts behind the half whose walk meets it.
+bool is_applied(const line_answer& answer, me_id operation)
+{
+    return std::ranges::any_of(answer.halves, [operation](const explanation& half) {
+        return std::ranges::find(half.tagging.steps, operation, &tag_step::operation) !=
+               half.tagging.steps.end();
+    });
+}
+
+void note_tagging(const line_answer& answer, const explanation& half, verdict& into)
 {
     for (const tag_gap& gap : gaps_of(half)) {
+        if (is_applied(answer, gap.operation))
+            continue;
         const std::string note = to_text(gap.operation) +
                                  ": an operation exists here and was not applied: " + gap.why + ".";
         if (std::ranges::find(into.notes, note) == into.notes.end())
@@ -189,7 +200,7 @@ verdict verdict_of(const line_answer& answer)
     }
     note_capture(answer, result);
     for (const explanation& half : answer.halves)
-        note_tagging(half, result);
+        note_tagging(answer, half, result);
     return result;
 }
 

@@ -135,16 +135,23 @@ bool is_untouched(const carried_frame& frame)
     return frame.steps.empty() && frame.gaps.empty();
 }
 
-// The choice among the ports towards the ANI of one bridge.
-void carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame& carried)
+// The choice among the ports towards the ANI of one bridge. Returns false if none takes the frame.
+// A port that discards it leaves it to the others.
+bool carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame& carried)
 {
     std::vector<tag_gap> gaps;
+    std::optional<carried_frame> discarded;
     for (const me_instance* port : upstream_ports(what, bridge)) {
         carried_frame behind = through_port(what, *port, carried.frame);
-        const bool leaves =
-            behind.discarded || accepts_upstream(what, *port, outer_tci(behind.frame));
-        if (leaves)
-            return append(carried, std::move(behind));
+        if (behind.discarded) {
+            if (!discarded)
+                discarded = std::move(behind);
+            continue;
+        }
+        if (accepts_upstream(what, *port, outer_tci(behind.frame))) {
+            append(carried, std::move(behind));
+            return true;
+        }
         if (is_untouched(behind))
             continue;
         for (const tag_step& step : behind.steps)
@@ -153,7 +160,32 @@ void carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame
                                                 "produces"});
         std::ranges::move(behind.gaps, std::back_inserter(gaps));
     }
-    std::ranges::move(gaps, std::back_inserter(carried.gaps));
+    if (discarded)
+        append(carried, std::move(*discarded));
+    else
+        std::ranges::move(gaps, std::back_inserter(carried.gaps));
+    return false;
+}
+
+// Through a port towards the UNI and its bridge. Returns false if no port takes the frame.
+bool carry_by_port(const line_model& what, const me_instance& port, carried_frame& carried)
+{
+    carrier work(what, direction::upstream, carried.frame);
+    work.pass(port.id);
+    const bool leaves =
+        !work.carried.discarded &&
+        carry_through_bridge(what, port.as<gpon_raw_mbpcd>().bridgeID, work.carried);
+    carried = std::move(work.carried);
+    return leaves;
+}
+
+// The frame is unchanged: the operations of a bridge that does not take it have no effect.
+void keep_as_gaps(const me_instance& port, const carried_frame& refused, std::vector<tag_gap>& gaps)
+{
+    for (const tag_step& step : refused.steps)
+        gaps.push_back(
+            {step.operation, "no port behind " + to_text(port.id) + " accepts the frame"});
+    std::ranges::copy(refused.gaps, std::back_inserter(gaps));
 }
 
 } // namespace
@@ -168,13 +200,22 @@ carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& fra
 
 carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame)
 {
-    carrier work(what, direction::upstream, frame);
     const std::vector<const me_instance*> ports = ports_at(what, uni);
-    for (const me_instance* port : ports)
-        work.pass(port->id);
-    if (!work.carried.discarded && !ports.empty())
-        carry_through_bridge(what, ports.front()->as<gpon_raw_mbpcd>().bridgeID, work.carried);
-    return std::move(work.carried);
+    std::vector<tag_gap> gaps;
+    std::optional<carried_frame> discarded;
+    for (const me_instance* port : ports) {
+        carried_frame carried{frame, {}, {}, false};
+        // With one bridge, the frame is what its operations make of it, accepted or not.
+        if (carry_by_port(what, *port, carried) || ports.size() == 1)
+            return carried;
+        if (!carried.discarded)
+            keep_as_gaps(*port, carried, gaps);
+        else if (!discarded)
+            discarded = std::move(carried);
+    }
+    if (discarded)
+        return std::move(*discarded);
+    return {frame, {}, std::move(gaps), false};
 }
 
 carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
@@ -188,11 +229,13 @@ carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& p
     return std::move(work.carried);
 }
 
-carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame)
+carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame,
+                           std::optional<uint16_t> bridge)
 {
     carrier work(what, direction::downstream, frame);
     for (const me_instance* port : ports_at(what, uni))
-        work.pass(port->id);
+        if (!bridge || port->as<gpon_raw_mbpcd>().bridgeID == *bridge)
+            work.pass(port->id);
     work.pass(uni);
     return std::move(work.carried);
 }
@@ -223,11 +266,12 @@ std::vector<leaving_frame> carry_to_unis(const line_model& what, const std::vect
     if (!me)
         return {};
     const carried_frame bridged = carry_from_ani(what, path, frame);
+    const uint16_t bridge = me->as<gpon_raw_mbpcd>().bridgeID;
     std::vector<leaving_frame> leaving;
-    for (const me_id uni : unis_of(what, {me_class::mbsp, me->as<gpon_raw_mbpcd>().bridgeID})) {
+    for (const me_id uni : unis_of(what, {me_class::mbsp, bridge})) {
         leaving.push_back({uni, bridged});
         if (!bridged.discarded)
-            append(leaving.back().carried, carry_to_uni(what, uni, bridged.frame));
+            append(leaving.back().carried, carry_to_uni(what, uni, bridged.frame, bridge));
     }
     return leaving;
 }

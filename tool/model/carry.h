@@ -5,6 +5,7 @@
 // 1. Downstream the same places in the other direction.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,17 +39,19 @@ struct carried_frame {
 /// Upstream from the wire to hook call kind 0. `uni` is a PPTP or VEIP.
 [[nodiscard]] carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& frame);
 
-/// Upstream between hook calls kind 0 and 1: the bridge ports of the UNI, then the ANI side of
-/// their bridges. Of several ports with operations, the first whose filter and mapper accept the
-/// frame that they produce decides; if there is none, its operations are gaps.
+/// Upstream between hook calls kind 0 and 1: the bridge port of the UNI, then the ANI side of its
+/// bridge. Of several ports with operations, and of several bridges, the first one whose filter and
+/// mapper accept the frame that they produce decides; if there is none, their operations are gaps.
 [[nodiscard]] carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame);
 
 /// Downstream between hook calls kind 3 and 2. `path` are the instances of the walk of kind 3.
 [[nodiscard]] carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
                                            const bytes& frame);
 
-/// Downstream from hook call kind 2 to the wire: the bridge ports of the UNI, then the UNI.
-[[nodiscard]] carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame);
+/// Downstream from hook call kind 2 to the wire: the ports of the UNI in the bridge, or all of
+/// them, then the UNI.
+[[nodiscard]] carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame,
+                                         std::optional<uint16_t> bridge = {});
 
 /// The UNIs of a bridge: those that a frame from the fibre may leave by.
 [[nodiscard]] std::vector<me_id> unis_of(const line_model& what, me_id bridge);
