@@ -368,6 +368,31 @@ TEST(check_rules, a_priority_that_no_row_produces)
               names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
 }
 
+// The row of operation_of_uni adds VLAN 100 with priority 0, so the GEM IW TP of priorities 5 and 6
+// gets no frame. The second row copies the priority of VLAN 5.
+TEST(check_rules, a_priority_of_a_mapper_that_no_row_produces)
+{
+    const auto line = [](const std::string& options) {
+        return good_line + operation_of_uni +
+               "me create GEM_PORT_CTP 2 portID=1026 tcontID=0x8000 direction=3\n"
+               "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=2\n"
+               "me create 802_1P_MAPPER 1 "
+               "pbit_GemIWTP=0x11,0x11,0x11,0x11,0x11,0x12,0x12,0x11 " +
+               options +
+               "\nme set MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 tpType=3 tpPointer=1\n";
+    };
+    const std::string by_default_1 = line("unmark_frame_opt=1 defaultPbit=1");
+    EXPECT_EQ(reason("tagging-no-row", by_default_1),
+              "no row produces priorities 5, 6 for GEM_INTERWORK_TP 0x0012");
+    EXPECT_EQ(found("tagging-no-row", by_default_1), names{"802_1P_MAPPER 0x0001 16"});
+    EXPECT_EQ(found("tagging-no-row", by_default_1 + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
+                                                     "row=f800000080028000400f000000080324\n"),
+              names{});
+    // A frame without a tag has the default priority, or one by its DSCP.
+    EXPECT_EQ(found("tagging-no-row", line("unmark_frame_opt=1 defaultPbit=5")), names{});
+    EXPECT_EQ(found("tagging-no-row", line("unmark_frame_opt=0")), names{});
+}
+
 // VLAN 5 with each of the eight priorities, and VLAN 5 with any priority: inner filter words
 // 0x00028000 to 0x70028000 and 0x80028000.
 TEST(check_rules, a_row_that_never_applies)

@@ -113,13 +113,14 @@ constexpr check_rule rules[] = {
      "value outside the range of the standard",
      "The attribute has a value that the standard does not define, for example a port-ID above "
      "4095, VLAN 4095, or a peak rate below the committed rate."},
-    {"tagging-no-row", problem, always, "9.3.11, 9.3.13",
+    {"tagging-no-row", problem, always, "9.3.10, 9.3.11, 9.3.13",
      "VLAN that a filter passes and no row produces",
      "The UNI side of a bridge has an extended VLAN tagging operation. A VLAN filter on the ANI "
      "side "
      "lists a VLAN, but no row of the table produces frames with it, and no default row passes "
      "them unchanged. If the filter compares priorities, the row has to produce the priority too. "
-     "The service carries no upstream frame."},
+     "The service carries no upstream frame. A warning if a mapper has a GEM port for priorities "
+     "that no row produces: this GEM port carries no upstream frame."},
     {"tagging-shadowed-row", warning, always, "9.3.13", "row that never applies",
      "Rows that are tried first apply to all frames that the row filters, or its filter has a "
      "reserved value. Rows are tried in the order of their filters, the more specific ones first; "

@@ -2,8 +2,10 @@
 // Tagging operations: where they belong, rows without effect, VLANs that no row produces.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <bitset>
 #include <functional>
+#include <map>
 #include <optional>
 
 #include "include/tp_types.h"
@@ -266,22 +268,85 @@ std::string text_of(const listed_tag& tag)
            (tag.priority ? " with priority " + std::to_string(*tag.priority) : "");
 }
 
-void check_expected(const line_model& what, const me_instance& port, finding_list& found)
+void check_filter(const line_model& what, const me_instance& filter, const bridge_tags& entered,
+                  finding_list& found)
 {
-    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
-    if (type_of(port).side != tp_side::ani || type_of(port).class_id == me_class::multigemiw ||
-        !filter || !operations_at(what, port.id).empty())
-        return;
-    const auto entered = entering(what, port.as<gpon_raw_mbpcd>().bridgeID);
-    if (!entered)
-        return;
-    for (const listed_tag& tag : listed_tags(filter->as<gpon_raw_vtfd>()))
-        if (!is_produced(entered->vids, tag))
-            found.add(entered->operations.front(), what.operation_line(entered->operations.front()),
+    for (const listed_tag& tag : listed_tags(filter.as<gpon_raw_vtfd>()))
+        if (!is_produced(entered.vids, tag))
+            found.add(entered.operations.front(), what.operation_line(entered.operations.front()),
                       "tagging-no-row",
-                      "no row produces " + text_of(tag) + ", which " + to_text(filter->id) +
+                      "no row produces " + text_of(tag) + ", which " + to_text(filter.id) +
                           " passes",
                       "add a row that produces the VLAN, or remove it from the filter");
+}
+
+// The priorities with which frames reach a mapper, a bit for each one.
+uint8_t priorities_at(const gpon_raw_mapper& mapper, const me_instance* filter,
+                      const bridge_tags& entered)
+{
+    constexpr uint8_t by_default_priority = 1;
+    // Untagged frames have the default priority, or that of their DSCP.
+    unsigned priorities = mapper.unmark_frame_opt == by_default_priority
+                              ? 1u << (mapper.defaultPbit & 7)
+                              : every_priority;
+    const tag_set passed = filter ? passed_by(filter->as<gpon_raw_vtfd>()) : ~tag_set();
+    for (unsigned vid = 0; vid < vlans; ++vid)
+        for (unsigned priority = 0; priority < 8; ++priority)
+            if (entered.vids[vid] & 1u << priority && passed[priority << 13 | vid])
+                priorities |= 1u << priority;
+    return static_cast<uint8_t>(priorities);
+}
+
+// Priorities of a mapper by the GEM IW TP that they select.
+std::map<uint16_t, uint8_t> priorities_by_target(const line_model& what,
+                                                 const gpon_raw_mapper& mapper)
+{
+    std::map<uint16_t, uint8_t> result;
+    for (size_t i = 0; i < std::size(mapper.pbit_GemIWTP); ++i)
+        if (const uint16_t target = mapper.pbit_GemIWTP[i]; what.find({me_class::gemiw, target}))
+            result[target] = static_cast<uint8_t>(result[target] | 1u << i);
+    return result;
+}
+
+std::string priorities_text(uint8_t priorities)
+{
+    std::string text = std::popcount(priorities) == 1 ? "priority " : "priorities ";
+    for (unsigned i = 0, written = 0; i < 8; ++i)
+        if (priorities & 1u << i)
+            text += (written++ ? ", " : "") + std::to_string(i);
+    return text;
+}
+
+// A GEM port for priorities that no row produces carries no upstream frame.
+void check_mapper(const line_model& what, const me_instance& mapper, const me_instance* filter,
+                  const bridge_tags& entered, finding_list& found)
+{
+    const auto me = mapper.as<gpon_raw_mapper>();
+    const uint8_t reached = priorities_at(me, filter, entered);
+    for (const auto& [target, priorities] : priorities_by_target(what, me))
+        if ((priorities & reached) == 0)
+            found.add(mapper, "tagging-no-row", finding_weight::warning,
+                      "no row produces " + priorities_text(priorities) + " for " +
+                          to_text(me_id{me_class::gemiw, target}),
+                      "add a row that produces the priority, or correct the mapper");
+}
+
+void check_expected(const line_model& what, const me_instance& port, finding_list& found)
+{
+    if (type_of(port).side != tp_side::ani || type_of(port).class_id == me_class::multigemiw ||
+        !operations_at(what, port.id).empty())
+        return;
+    const auto me = port.as<gpon_raw_mbpcd>();
+    const auto entered = entering(what, me.bridgeID);
+    if (!entered)
+        return;
+    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    if (filter)
+        check_filter(what, *filter, *entered, found);
+    const me_id target{type_of(port).class_id, me.tpPointer};
+    const me_instance* mapper = target.class_id == me_class::mapper ? what.find(target) : nullptr;
+    if (mapper && operations_at(what, target).empty())
+        check_mapper(what, *mapper, filter, *entered, found);
 }
 
 } // namespace
