@@ -88,7 +88,7 @@ TEST_F(omci_command, remarks_name_file_and_frame)
     session.from_olt(bytes(20, 0));
     const std::string input = write("a.pcap", pcap_file(session.frames));
     EXPECT_EQ(run({input, "-", {}}), 1);
-    EXPECT_THAT(err.str(), HasSubstr("warning: no command of the OLT and no MIB upload"));
+    EXPECT_THAT(err.str(), HasSubstr("warning: no command of the OLT and no instance of it"));
     EXPECT_THAT(err.str(), HasSubstr(input + ": warning: frame 1: refused by the ONU: create GEM "
                                              "interworking TP 0x0005: instance exists\n"));
     EXPECT_THAT(err.str(),

@@ -10,6 +10,7 @@
 #include "tests/omci/line_builder.h"
 #include "tool/model/line_diff.h"
 #include "tool/omci/attributes.h"
+#include "tool/omci/convert_file.h"
 #include "tool/omci/statistics.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/parse.h"
@@ -141,6 +142,23 @@ TEST(omci_upload, instances_that_are_not_mirrored_are_counted_by_class)
     EXPECT_THAT(result.scenario, HasSubstr("# Uploaded, left to the module, which creates it for "
                                            "pointers: 277 "));
     EXPECT_THAT(result.scenario, Not(HasSubstr("T_CONT 0x8002")));
+}
+
+// What an ONU reports before its activation.
+TEST(omci_upload, without_an_instance_of_the_olt_is_an_empty_line)
+{
+    line later;
+    later.answered(mib_upload, 2, 0, "", "0001");
+    later.answered(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
+    EXPECT_EQ(later.converted().counts.uploads.written, 0u);
+    const loaded_capture loaded{"x.pcap", later.captured(), later.converted()};
+    EXPECT_EQ(status_of(loaded), 1);
+    std::ostringstream warnings;
+    print_warnings(loaded, warnings);
+    EXPECT_EQ(warnings.str(), "x.pcap: warning: no command of the OLT and no instance of it in a "
+                              "MIB upload: the line is empty\n");
+    add_upload(later);
+    EXPECT_EQ(later.converted().counts.uploads.written, instances.size() + 2); // and two T-CONTs
 }
 
 TEST(omci_upload, missing_parts_are_counted)

@@ -70,8 +70,8 @@ loaded_capture converted(const std::string& path, capture_result input)
 bool is_empty(const conversion_summary& counts)
 {
     const request_counts& written = counts.written;
-    return written.creates + written.sets + written.deletes + counts.resets == 0 &&
-           counts.uploads.parts == 0;
+    const size_t commands = written.creates + written.sets + written.deletes + counts.resets;
+    return commands + counts.uploads.written == 0;
 }
 
 } // namespace
@@ -94,7 +94,9 @@ void print_warnings(const loaded_capture& loaded, std::ostream& err)
     print_remarks(err, path, "skipped: ", loaded.result.counts.unreadable);
     print_remarks(err, path, "refused by the ONU: ", loaded.result.counts.refused);
     if (is_empty(loaded.result.counts))
-        err << path << ": warning: no command of the OLT and no MIB upload: the line is empty\n";
+        err << path
+            << ": warning: no command of the OLT and no instance of it in a MIB upload: the "
+               "line is empty\n";
     if (const size_t missing = loaded.result.counts.uploads.missing; missing != 0)
         err << path << ": warning: " << missing << (missing == 1 ? " part" : " parts")
             << " of the MIB upload not captured: instances of the line may be missing\n";

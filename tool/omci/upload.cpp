@@ -89,6 +89,7 @@ std::string upload_lines(record_store& store, upload_summary& counts)
                 belongs_to_the_line(class_id, rec)) {
                 text += line_of(*fields, *cls, id.second, rec) + rec.tagging;
                 rec.written = true;
+                ++counts.written;
             }
     }
     for (auto& [id, rec] : store.all())

@@ -25,6 +25,7 @@ struct upload_count {
 struct upload_summary {
     size_t parts = 0;                              ///< responses with instances
     size_t missing = 0;                            ///< announced, but not captured
+    size_t written = 0;                            ///< instances that became commands
     std::map<uint16_t, upload_count> unmirrored;   ///< by class
     std::map<uint16_t, size_t> left_to_the_module; ///< instances by class, see upload_lines
 };
