@@ -89,10 +89,17 @@ put_programs() {
     done
 }
 
-# Built-in modules are found by name like loadable ones.
+# Built-in modules are found by name like loadable ones. A folder of headers has no lists of them; without
+# the lists depmod warns.
 put_builtin_names() {
-    cp "$1/modules.order" "$1/modules.builtin" "$1/modules.builtin.modinfo" \
-        "$tree/lib/modules/$version/"
+    local list
+    for list in modules.order modules.builtin modules.builtin.modinfo; do
+        if [ -f "$1/$list" ]; then
+            cp "$1/$list" "$tree/lib/modules/$version/"
+        else
+            : >"$tree/lib/modules/$version/$list"
+        fi
+    done
     depmod -b "$tree" "$version"
 }
 
