@@ -315,22 +315,23 @@ void grow_once()
     EXPECT_EQ(gpon_hash_table_record.table_size, 2u * GPON_HASH_MIN_SIZE);
 }
 
-TEST_F(generation_of_two_words, a_growth_beside_a_change_and_two_frames)
+// Without the reader: each run makes two tables, and the sanitizers slow that down.
+TEST_F(generation_of_two_words, a_growth_beside_a_change_and_a_frame)
 {
-    replaying_frame recorder, reader;
-    const u64 orders = explorer(
-                           [&] {
-                               {
-                                   const gpon::bh_lock lock(gpon_hash_lock);
-                                   gpon_hash_destroy_table(&gpon_hash_table_record);
-                                   EXPECT_EQ(gpon_hash_inflate_table(GPON_HASH_MIN_SIZE), 0);
-                               }
-                               begin_with_two_words();
-                           },
-                           {of_recorder(recorder), of_two_writes(), of_reader(reader), {grow_once}},
-                           [&] { expect_exact([this](u16 rule) { return port_of(rule, now); }); })
-                           .run();
-    EXPECT_EQ(orders, ORDERS);
+    replaying_frame recorder;
+    const auto begin_in_the_smallest_table = [this] {
+        {
+            const gpon::bh_lock lock(gpon_hash_lock);
+            gpon_hash_destroy_table(&gpon_hash_table_record);
+            EXPECT_EQ(gpon_hash_inflate_table(GPON_HASH_MIN_SIZE), 0);
+        }
+        begin_with_two_words();
+    };
+    const u64 orders =
+        explorer(begin_in_the_smallest_table, {of_recorder(recorder), of_two_writes(), {grow_once}},
+                 [&] { expect_exact([this](u16 rule) { return port_of(rule, now); }); })
+            .run();
+    EXPECT_EQ(orders, 2310u);
 }
 
 TEST_F(generation, an_outcome_is_checked_again_under_the_lock)
