@@ -16,6 +16,7 @@
 #include "hash/outcome_table.h"
 #include "hash/rule_use.h"
 #include "pkt/flow.h"
+#include "pkt/frame_events.h"
 #include "pkt/outcome.h"
 #include "pkt/rule.h"
 
@@ -29,6 +30,7 @@ struct sk_buff {
 
 u32 gponDebugLevel = 0;
 bool gpon_host_remembers_outcomes = true;
+unsigned int tracepoints_on = 0;
 const unsigned int skb_flag_word_offset = offsetof(sk_buff, flag_word);
 
 namespace {
@@ -68,6 +70,17 @@ gpon::rule_key gpon::rule_key::of(const gpon_pkt_info&, u16)
     return {};
 }
 
+// No event and no message is on.
+void gpon::send_frame_event(gpon_tracepoint, const sk_buff*, u16, gpon_frame_end, u16, bool)
+{
+    std::abort();
+}
+
+extern "C" void gpon_log(u32, const char*, ...)
+{
+    std::abort();
+}
+
 // The uses of rules are not part of the protocol.
 gpon_flow_rule* gpon::find_rule(std::span<const u8>)
 {
@@ -77,11 +90,6 @@ gpon_flow_rule* gpon::find_rule(std::span<const u8>)
 void gpon::take_place(const outcome&, u16, gpon_flow_rule*) {}
 void count_use(unsigned long) {}
 void count_many(gpon_counter, unsigned long) {}
-
-extern "C" void gpon_log(u32, const char*, ...)
-{
-    std::abort();
-}
 
 namespace {
 
