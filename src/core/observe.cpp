@@ -90,6 +90,17 @@ void complete(std::span<u64> sums)
     sums[GPON_COUNT_frames_passed] = frames > failed ? frames - failed : 0;
 }
 
+GPON_MODULE_DATA constinit u64 last_passed = 0;
+
+// A difference of two sums may be too small while frames are in progress.
+void keep_from_decreasing(u64& passed) GPON_EXCLUDES(gpon_hash_lock)
+{
+    const gpon::bh_lock lock(gpon_hash_lock);
+    if (passed < last_passed)
+        passed = last_passed;
+    last_passed = passed;
+}
+
 } // namespace
 
 void gpon_counters_read(u64* into)
@@ -97,9 +108,12 @@ void gpon_counters_read(u64* into)
     const std::span<u64> sums(into, GPON_COUNTERS);
     for (u64& sum : sums)
         sum = 0;
-    gpon::add_records(sums);
+    // In this order: a frame with a remembered outcome that fails between the two is subtracted
+    // without having been added, and is not taken for a passed one.
     gpon::add_remembered(sums);
+    gpon::add_records(sums);
     complete(sums);
+    keep_from_decreasing(sums[GPON_COUNT_frames_passed]);
 }
 
 unsigned int gpon_observe_rules(unsigned int* bucket, gpon_seen_rule* rules, unsigned int room,

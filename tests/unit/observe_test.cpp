@@ -198,4 +198,20 @@ TEST_F(observe, nothing_is_printed)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
+TEST_F(observe, instances_of_each_class_fit_their_record)
+{
+    for (u32 i = 1; i < GPON_ME_ROWS; ++i) {
+        if (!gpon::has_list(&me_table[i]))
+            continue;
+        const gpon_me_list_info& info = *me_table[i].list_info;
+        EXPECT_LE(info.raw_size, i32{GPON_SEEN_RAW}) << me_table[i].name;
+        i32 rows = 0, ids = 0;
+        for (const gpon_me_related_info* row = info.related_info; row && row->related_class_id != 0;
+             ++row, ++rows)
+            ids += row->related_inst_num;
+        EXPECT_LE(rows, i32{GPON_SEEN_ROWS}) << me_table[i].name;
+        EXPECT_LE(ids, i32{GPON_SEEN_IDS}) << me_table[i].name;
+    }
+}
+
 } // namespace

@@ -101,7 +101,7 @@ enum gpon_rule_end {
 enum gpon_instance_change {
     GPON_INSTANCE_CREATED = 1,
     GPON_INSTANCE_SET = 2,
-    GPON_INSTANCE_LINKED = 3, /* its links changed */
+    GPON_INSTANCE_LINKED = 3, /* a link to it was set or removed, also to what it was before */
     GPON_INSTANCE_DELETED = 4
 };
 

@@ -120,11 +120,17 @@ static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 comm
 	return end_message(msg, header, fill(msg, record));
 }
 
+/*
+ * Bytes of the largest single message, a rule with four tags and ten steps: about 400. Much more would
+ * be copied to a smaller block for each listener.
+ */
+#define MESSAGE_BYTES 512
+
 /* The message of one record; null without memory. */
 static struct sk_buff *new_message(u32 port, u32 sequence, u8 command, fill_message fill,
 				   const void *record)
 {
-	struct sk_buff *msg = genlmsg_new(NLMSG_GOODSIZE, GFP_ATOMIC);
+	struct sk_buff *msg = genlmsg_new(MESSAGE_BYTES, GFP_ATOMIC);
 	void *header;
 
 	if (!msg)
@@ -446,6 +452,28 @@ static int put_event(struct sk_buff *msg, const void *record)
 	return -EINVAL;
 }
 
+/* Numbers are sent in their order: rules change under the table's lock, instances do not. */
+static DEFINE_SPINLOCK(event_lock);
+/*
+ * Jiffies until which no message is made: a socket of another network namespace counts as a listener
+ * and gets nothing. A listener that joins meanwhile sees the gap in the numbers.
+ */
+static unsigned long quiet_until;
+
+static void send_numbered(u8 command, const struct numbered_event *numbered)
+{
+	struct sk_buff *msg;
+
+	if (quiet_until && time_before(jiffies, quiet_until))
+		return;
+	msg = new_message(0, 0, command, put_event, numbered);
+	if (!msg)
+		return;
+	quiet_until = 0;
+	if (genlmsg_multicast(&family, msg, 0, 0, GFP_ATOMIC) == -ESRCH)
+		quiet_until = (jiffies + HZ / 10) | 1;
+}
+
 /* The number counts events that could not be sent, too. */
 void gpon_os_send_event(const struct gpon_event *event)
 {
@@ -455,11 +483,12 @@ void gpon_os_send_event(const struct gpon_event *event)
 		[GPON_EVENT_INSTANCE_CHANGED] = GPON_FLOW_NL_CMD_INSTANCE_CHANGED,
 		[GPON_EVENT_TABLE_GROWN] = GPON_FLOW_NL_CMD_TABLE_GROWN,
 	};
-	struct numbered_event numbered = { event, atomic_inc_return(&event_number) };
-	struct sk_buff *msg = new_message(0, 0, commands[event->kind], put_event, &numbered);
+	struct numbered_event numbered = { .event = event };
 
-	if (msg)
-		genlmsg_multicast(&family, msg, 0, 0, GFP_ATOMIC);
+	spin_lock_bh(&event_lock);
+	numbered.number = atomic_inc_return(&event_number);
+	send_numbered(commands[event->kind], &numbered);
+	spin_unlock_bh(&event_lock);
 }
 
 #else
