@@ -173,7 +173,7 @@ in_json() {
 # Commands that follow the module print a document a line.
 followed_in_json() {
     gponflow clean rules >/dev/null || fail "clean rules"
-    gponflow monitor --json --count 1 >/tmp/changes 2>&1 &
+    gponflow monitor --json --count 1 >/tmp/changes 2>/tmp/notes &
     follower=$!
     start_trace --count 1 --json
     one_frame "$passing"
@@ -187,7 +187,7 @@ followed_in_json() {
         one_frame "$passing"
         sleep 0.2
     done
-    wait $follower || fail "monitor --json: $(cat /tmp/changes)"
+    wait $follower || fail "monitor --json: $(cat /tmp/notes)"
     keep_json gponflow-change-1 "monitor --json" /tmp/changes
 }
 
