@@ -13,7 +13,7 @@ value_of() { # COUNTER FILE
 load_softonu unis=2
 insmod /modules/gpon_hasten.ko period=30000 instead=25
 load_gpon_flow
-seconds=${contention_seconds:-15}
+seconds=${contention_seconds:-8}
 contention everything "$seconds" || fail "a wrong result, or no path"
 netlink_reader counters >/tmp/before || fail "no counters: $(cat /tmp/before)"
 contention judged "$seconds" || fail "a result of another time, or no path"

@@ -6,5 +6,5 @@
 . /tests/lib.sh
 
 load_both
-parallel_calls 20 || fail "a call returned an unknown value"
+parallel_calls "${parallel_seconds:-8}" || fail "a call returned an unknown value"
 unload_both

@@ -9,6 +9,7 @@
 #include "me/link_queries.h"
 #include "me/link_update.h"
 #include "tests/support/invariants.h"
+#include "tests/support/rounds.h"
 
 namespace {
 
@@ -262,7 +263,7 @@ private:
 TEST_F(relation_model, random_changes_and_queries_agree)
 {
     gpon::host::set_sink(nullptr);
-    for (int round = 0; round < 500 && !HasFailure(); ++round) {
+    for (int round = 0; round < gpon::test::rounds(500) && !HasFailure(); ++round) {
         for (int i = 0; i < 1000 && !HasFailure(); ++i) {
             change_something();
             ask_something();

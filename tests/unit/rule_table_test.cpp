@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tests/support/loaded_module.h"
+#include "tests/support/rounds.h"
 
 #include <array>
 #include <cstring>
@@ -565,7 +566,7 @@ protected:
 TEST_F(modelled_rule_table, agrees_with_the_model_over_random_operations)
 {
     std::mt19937 random(7);
-    for (int step = 0; step < 2000000; ++step) {
+    for (int step = 0; step < gpon::test::rounds(2000000); ++step) {
         table_model::bytes k(16 + 4 * (random() % 5));
         const u32 number = static_cast<u32>(random() % 3000);
         std::memcpy(k.data() + 6, &number, sizeof(number));

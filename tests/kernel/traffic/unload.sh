@@ -6,7 +6,7 @@
 # shellcheck source=tests/kernel/traffic/topology.sh
 . /tests/traffic/topology.sh
 
-rounds=${rounds:-8}
+rounds=${rounds:-5}
 
 # NAMESPACE ADDRESS-OF-SERVER1 PORT: an endless stream up, and one down on the next port. Not on one
 # connection: two ends that write and do not read meanwhile would wait for each other forever.
