@@ -5,7 +5,7 @@ set -eu
 . scripts/sources.sh
 
 all_steps=(format shell python spelling licences commits cppcheck analyzer tidy checkpatch sparse tidy-rest)
-core_folders=(src/[!p]*/ src/pkt/)
+mapfile -t core_folders < <(printf '%s\n' src/*/ | grep -v '^src/platform/')
 
 check_format() {
     local found
