@@ -47,18 +47,18 @@ line& line_of(size_t graph, bool listening)
 }
 
 // The packets of a backend begin at their MAC header; here it can be at any offset.
-void call(const hook_command& what, uint32_t mac_offset)
+void call(const hook_command& call, uint32_t mac_offset)
 {
     sk_buff packet;
-    packet.flag_word = what.options.flags;
-    packet.port_word = what.options.port_word;
-    packet.mark_word = what.options.mark_word;
-    packet.gemport_id = what.options.gem;
-    packet.multicast = what.options.multicast;
-    packet.data = what.frame->data();
-    packet.bytes = static_cast<uint32_t>(what.frame->size());
+    packet.flag_word = call.options.flags;
+    packet.port_word = call.options.port_word;
+    packet.mark_word = call.options.mark_word;
+    packet.gemport_id = call.options.gem;
+    packet.multicast = call.options.multicast;
+    packet.data = call.frame->data();
+    packet.bytes = static_cast<uint32_t>(call.frame->size());
     packet.mac_offset = mac_offset;
-    const auto answer = gpon::host::hook(what.options.kind, 1, &packet);
+    const auto answer = gpon::host::hook(call.options.kind, 1, &packet);
     require(answer && answer->ret == GPON_HOOK_RETURN, "the hook answers always alike");
     require(answer->api_result >= -1 && answer->api_result <= 1, "a packet passes or fails");
 }

@@ -77,9 +77,9 @@ line::~line()
             "nothing is allocated after unload");
 }
 
-bool line::execute(const any_command& what)
+bool line::execute(const any_command& step)
 {
-    return std::visit([this](const auto& command) { return run(command); }, what);
+    return std::visit([this](const auto& command) { return run(command); }, step);
 }
 
 void line::listen(bool listening)
@@ -102,10 +102,10 @@ void line::check()
     store_blocks_ = all.store_blocks();
 }
 
-void line::check_after(const any_command& what)
+void line::check_after(const any_command& step)
 {
-    if (!std::holds_alternative<hook_command>(what) &&
-        !std::holds_alternative<advance_command>(what))
+    if (!std::holds_alternative<hook_command>(step) &&
+        !std::holds_alternative<advance_command>(step))
         return check();
     const std::string broken = gpon::test::invariants().broken_rules(store_blocks_);
     require(broken.empty(), broken.c_str());
@@ -125,55 +125,55 @@ bool line::run(const unload_command&)
     return true;
 }
 
-bool line::run(const hook_command& what)
+bool line::run(const hook_command& call)
 {
-    const auto answer = module_->hook(what.options, what.frame ? &*what.frame : nullptr);
+    const auto answer = module_->hook(call.options, call.frame ? &*call.frame : nullptr);
     if (answer) {
         require(answer->ret == GPON_HOOK_RETURN, "the hook answers the framework always alike");
-        require(is_outcome(what.options, answer->api_result), "a packet passes or fails");
+        require(is_outcome(call.options, answer->api_result), "a packet passes or fails");
         // The switch ignores the packet.
-        require(!what.frame || what.options.kind == GPON_API_SWITCH ||
+        require(!call.frame || call.options.kind == GPON_API_SWITCH ||
                     !(answer->flags & GPON_FLOW_TRACE_MARK),
                 "no trace mark is left");
     }
     return true;
 }
 
-bool line::run(const me_command& what)
+bool line::run(const me_command& command)
 {
-    const std::optional<long> answer = send(*module_, what);
+    const std::optional<long> answer = send(*module_, command);
     require(!answer || *answer == 0 || *answer == -1, "a command succeeds or fails");
     return true;
 }
 
-bool line::run(const config_command& what)
+bool line::run(const config_command& command)
 {
-    send(*module_, what);
+    send(*module_, command);
     return true;
 }
 
-bool line::run(const debug_command& what)
+bool line::run(const debug_command& command)
 {
-    send(*module_, what);
+    send(*module_, command);
     return true;
 }
 
-bool line::run(const clean_command& what)
+bool line::run(const clean_command& command)
 {
-    send(*module_, what);
+    send(*module_, command);
     return true;
 }
 
-bool line::run(const ioctl_command& what)
+bool line::run(const ioctl_command& command)
 {
-    send(*module_, what);
+    send(*module_, command);
     return true;
 }
 
-bool line::run(const proc_write_command& what)
+bool line::run(const proc_write_command& command)
 {
-    const std::optional<long> answer = module_->proc_write(what.text);
-    require(!answer || *answer < 0 || *answer == static_cast<long>(what.text.size()),
+    const std::optional<long> answer = module_->proc_write(command.text);
+    require(!answer || *answer < 0 || *answer == static_cast<long>(command.text.size()),
             "a line is taken whole or not at all");
     return true;
 }
@@ -184,25 +184,25 @@ bool line::run(const proc_read_command&)
     return true;
 }
 
-bool line::run(const advance_command& what)
+bool line::run(const advance_command& command)
 {
     // All periods are alike; years of them would only make the run slow.
-    module_->advance(std::min<uint64_t>(what.jiffies, 100000));
+    module_->advance(std::min<uint64_t>(command.jiffies, 100000));
     return true;
 }
 
-bool line::run(const platform_command& what)
+bool line::run(const platform_command& command)
 {
-    if (what.mapping)
-        module_->set_mapping(*what.mapping);
-    if (what.queue)
-        module_->set_queue_mapping(*what.queue);
+    if (command.mapping)
+        module_->set_mapping(*command.mapping);
+    if (command.queue)
+        module_->set_queue_mapping(*command.queue);
     return true;
 }
 
-bool line::run(const fault_command& what)
+bool line::run(const fault_command& command)
 {
-    module_->arm_fault(what.service, what.nth);
+    module_->arm_fault(command.service, command.nth);
     return true;
 }
 

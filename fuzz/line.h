@@ -29,7 +29,7 @@ public:
 
     /// Runs the command if it is possible in the current state. Returns false after the module
     /// panicked during load.
-    bool execute(const any_command& what);
+    bool execute(const any_command& step);
 
     /// Runs the commands of a scenario file up to its first packet.
     void provision(const std::string& file);
@@ -38,22 +38,22 @@ public:
     void check();
 
     /// The same for the data that the command can change: packets and time do not change the store.
-    void check_after(const any_command& what);
+    void check_after(const any_command& step);
 
 private:
     bool run(const load_command&);
     bool run(const unload_command&);
-    bool run(const hook_command& what);
-    bool run(const me_command& what);
-    bool run(const config_command& what);
-    bool run(const debug_command& what);
-    bool run(const clean_command& what);
-    bool run(const ioctl_command& what);
-    bool run(const proc_write_command& what);
+    bool run(const hook_command& call);
+    bool run(const me_command& command);
+    bool run(const config_command& command);
+    bool run(const debug_command& command);
+    bool run(const clean_command& command);
+    bool run(const ioctl_command& command);
+    bool run(const proc_write_command& command);
     bool run(const proc_read_command&);
-    bool run(const advance_command& what);
-    bool run(const platform_command& what);
-    bool run(const fault_command& what);
+    bool run(const advance_command& command);
+    bool run(const platform_command& command);
+    bool run(const fault_command& command);
     template <typename Other> bool run(const Other&) { return true; }
 
     std::unique_ptr<backend> module_;

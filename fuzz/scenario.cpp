@@ -14,16 +14,16 @@ using gponflow::fuzz::require;
 namespace {
 
 // Long times and the files that a text names are left out.
-void tame(scenario& what)
+void tame(scenario& script)
 {
-    for (scenario_line& line : what.lines) {
+    for (scenario_line& line : script.lines) {
         if (auto* advance = std::get_if<advance_command>(&line.command))
             advance->jiffies %= 100000;
         if (auto* pcap = std::get_if<pcap_command>(&line.command))
             pcap->frames = {captured_frame(bytes(20, 2))};
     }
-    if (what.lines.size() > 200)
-        what.lines.resize(200);
+    if (script.lines.size() > 200)
+        script.lines.resize(200);
 }
 
 void check_faults(const parse_result& result)

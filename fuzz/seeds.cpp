@@ -63,10 +63,10 @@ void write(const fs::path& file, const char* data, size_t size)
         throw std::runtime_error("cannot write " + file.string());
 }
 
-void write(const fs::path& file, const bytes& what)
+void write(const fs::path& file, const bytes& content)
 {
-    if (what.size() > 2)
-        write(file, reinterpret_cast<const char*>(what.data()), what.size());
+    if (content.size() > 2)
+        write(file, reinterpret_cast<const char*>(content.data()), content.size());
 }
 
 void write_seeds(const fs::path& out, const std::string& file)

@@ -67,9 +67,9 @@ private:
     bytes bytes_;
 };
 
-byte_sink begin(kind what)
+byte_sink begin(kind step_kind)
 {
-    return std::move(byte_sink().u8(static_cast<uint8_t>(what)));
+    return std::move(byte_sink().u8(static_cast<uint8_t>(step_kind)));
 }
 
 me_command take_me(byte_source& from)
@@ -165,39 +165,39 @@ any_command take_rare(byte_source& from)
     return proc_read_command{};
 }
 
-std::optional<bytes> encode(const me_command& what)
+std::optional<bytes> encode(const me_command& command)
 {
-    return bytes_of_command(what);
+    return bytes_of_command(command);
 }
 
-std::optional<bytes> encode(const hook_command& what)
+std::optional<bytes> encode(const hook_command& call)
 {
-    if (!what.frame)
-        return begin(kind::hook).u8(what.options.kind).u8(what.options.param).done();
-    const bytes packet = bytes_of_packet(what);
+    if (!call.frame)
+        return begin(kind::hook).u8(call.options.kind).u8(call.options.param).done();
+    const bytes packet = bytes_of_packet(call);
     return begin(kind::packet).add(packet.data(), packet.size()).done();
 }
 
-std::optional<bytes> encode(const proc_write_command& what)
+std::optional<bytes> encode(const proc_write_command& command)
 {
-    return begin(kind::proc_write).text(what.text, 255).done();
+    return begin(kind::proc_write).text(command.text, 255).done();
 }
 
-std::optional<bytes> encode(const debug_command& what)
+std::optional<bytes> encode(const debug_command& command)
 {
     byte_sink to = begin(kind::debug);
-    to.u8(what.words.size());
-    for (const std::string& word : what.words)
+    to.u8(command.words.size());
+    for (const std::string& word : command.words)
         to.text(word, GPON_FLOW_DEBUG_WORD_BYTES);
     return to.done();
 }
 
-std::optional<bytes> encode(const config_command& what)
+std::optional<bytes> encode(const config_command& command)
 {
     byte_sink to = begin(kind::config);
-    to.u8(what.raw ? 0 : 1);
-    if (what.raw)
-        to.add(what.raw->data(), what.raw->size());
+    to.u8(command.raw ? 0 : 1);
+    if (command.raw)
+        to.add(command.raw->data(), command.raw->size());
     return to.done();
 }
 
@@ -206,41 +206,41 @@ std::optional<bytes> encode(const clean_command&)
     return begin(kind::clean).done();
 }
 
-std::optional<bytes> encode(const advance_command& what)
+std::optional<bytes> encode(const advance_command& command)
 {
     for (uint8_t i = 0; i < jiffies.size(); ++i)
-        if (what.jiffies <= jiffies[i])
+        if (command.jiffies <= jiffies[i])
             return begin(kind::advance).u8(i).done();
     return begin(kind::advance).u8(jiffies.size() - 1).done();
 }
 
-std::optional<bytes> encode(const platform_command& what)
+std::optional<bytes> encode(const platform_command& command)
 {
     byte_sink to = begin(kind::platform);
-    to.u8((what.mapping ? 1 : 0) | (what.queue ? 2 : 0));
-    for (const auto& setting : {what.mapping, what.queue})
+    to.u8((command.mapping ? 1 : 0) | (command.queue ? 2 : 0));
+    for (const auto& setting : {command.mapping, command.queue})
         if (setting)
             to.u8(setting->answer ? static_cast<uint64_t>(*setting->answer) : 0xff);
     return to.done();
 }
 
-std::optional<bytes> encode(const fault_command& what)
+std::optional<bytes> encode(const fault_command& command)
 {
-    return begin(kind::fault).u8(static_cast<uint8_t>(what.service)).u8(what.nth - 1).done();
+    return begin(kind::fault).u8(static_cast<uint8_t>(command.service)).u8(command.nth - 1).done();
 }
 
-std::optional<bytes> encode(const ioctl_command& what)
+std::optional<bytes> encode(const ioctl_command& command)
 {
     byte_sink to = begin(kind::ioctl);
-    to.u8(what.cmd ? 3 : 1).u32(what.number);
-    if (what.cmd)
-        to.u8(*what.cmd);
+    to.u8(command.cmd ? 3 : 1).u32(command.number);
+    if (command.cmd)
+        to.u8(*command.cmd);
     return to.done();
 }
 
-bytes rare_step(rare what)
+bytes rare_step(rare form)
 {
-    return begin(kind::rare).u8(static_cast<uint8_t>(what)).done();
+    return begin(kind::rare).u8(static_cast<uint8_t>(form)).done();
 }
 std::optional<bytes> encode(const proc_read_command&)
 {
@@ -279,17 +279,17 @@ hook_command take_packet(byte_source& from)
     return hook;
 }
 
-bytes bytes_of_packet(const hook_command& what)
+bytes bytes_of_packet(const hook_command& call)
 {
-    const packet_options& options = what.options;
+    const packet_options& options = call.options;
     byte_sink to;
     to.u8(options.kind).u8(options.port_word >> 4).u8(options.mark_word).u16(options.gem);
     to.u8(options.multicast).u8((options.flags & 0xf) | (options.flags >> 13 & 0x80));
     to.u8(options.param);
-    const size_t count = what.frame ? std::min<size_t>(what.frame->size(), 255) : 0;
+    const size_t count = call.frame ? std::min<size_t>(call.frame->size(), 255) : 0;
     to.u8(count);
     if (count)
-        to.add(what.frame->data(), count);
+        to.add(call.frame->data(), count);
     return to.done();
 }
 
@@ -327,8 +327,8 @@ any_command take_step(byte_source& from)
     case kind::platform:
         return take_platform(from);
     case kind::fault: {
-        const auto what = static_cast<fault_kind>(from.u8() % 6);
-        return fault_command{what, uint64_t{1} + from.u8()};
+        const auto service = static_cast<fault_kind>(from.u8() % 6);
+        return fault_command{service, uint64_t{1} + from.u8()};
     }
     case kind::ioctl:
         return take_ioctl(from);
@@ -338,9 +338,9 @@ any_command take_step(byte_source& from)
     return take_rare(from);
 }
 
-std::optional<bytes> bytes_of(const any_command& what)
+std::optional<bytes> bytes_of(const any_command& step)
 {
-    return std::visit([](const auto& command) { return encode(command); }, what);
+    return std::visit([](const auto& command) { return encode(command); }, step);
 }
 
 } // namespace gponflow::fuzz

@@ -17,9 +17,9 @@ any_command take_step(byte_source& from);
 hook_command take_packet(byte_source& from);
 
 /// Encodes the command; no value for one that take_step never returns.
-std::optional<bytes> bytes_of(const any_command& what);
+std::optional<bytes> bytes_of(const any_command& step);
 
 /// Encodes a packet for take_packet. Frames are cut to 255 bytes.
-bytes bytes_of_packet(const hook_command& what);
+bytes bytes_of_packet(const hook_command& call);
 
 } // namespace gponflow::fuzz

@@ -27,7 +27,7 @@ names found(const std::string& rule, const std::string& text)
     names result;
     for (const finding& one : result_of(text).findings)
         if (one.rule == rule)
-            result.push_back(to_text(one.where) + " " + std::to_string(one.line));
+            result.push_back(to_text(one.id) + " " + std::to_string(one.line));
     return result;
 }
 
@@ -84,7 +84,7 @@ TEST(check_rules, a_last_bridge_without_filter_is_a_warning)
     ASSERT_EQ(result.findings.size(), 1u);
     EXPECT_EQ(result.findings[0].rule, "bridge-without-filter");
     EXPECT_EQ(result.findings[0].weight, finding_weight::warning);
-    EXPECT_EQ(to_text(result.findings[0].where), "MAC_BRIDGE_PORT_CON_DATA 0x2001");
+    EXPECT_EQ(to_text(result.findings[0].id), "MAC_BRIDGE_PORT_CON_DATA 0x2001");
 }
 
 TEST(check_rules, a_single_bridge_needs_no_filter)

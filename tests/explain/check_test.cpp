@@ -33,7 +33,7 @@ std::vector<finding> findings_of(const std::string& text)
 
 std::string summary(const finding& one)
 {
-    return one.rule + " " + to_text(one.where) + " " + std::to_string(one.line);
+    return one.rule + " " + to_text(one.id) + " " + std::to_string(one.line);
 }
 
 // "rule class instance line" of each finding except warnings.
@@ -144,7 +144,7 @@ TEST(check, a_gem_port_towards_the_olt_below_a_multicast_point_is_a_note)
     ASSERT_EQ(all.size(), 1u);
     EXPECT_EQ(all[0].rule, "wrong-direction");
     EXPECT_EQ(all[0].weight, finding_weight::note);
-    EXPECT_EQ(to_text(all[0].where), "MULTICAST_GEM_INTERWORK_TP 0x0011");
+    EXPECT_EQ(to_text(all[0].id), "MULTICAST_GEM_INTERWORK_TP 0x0011");
 }
 
 TEST(check, a_gem_port_of_no_known_direction_is_a_note)

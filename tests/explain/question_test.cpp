@@ -115,7 +115,7 @@ TEST(question, the_filter_in_the_bridge_of_the_uni_is_at_fault)
               "(forwardOperation 0x14) passes only VLAN 300 priority 5, VLAN 300 priority 7; the "
               "frame has VLAN 300 priority 6.");
     ASSERT_EQ(found.result.faults.size(), 1u);
-    EXPECT_EQ(found.result.faults[0].where, (me_id{me_class::vtfd, 0x2001}));
+    EXPECT_EQ(found.result.faults[0].entity, (me_id{me_class::vtfd, 0x2001}));
     EXPECT_NE(found.text.find("VLAN_TAG_FILTER_DATA 0x2001 is written in line.scn:15.\n"),
               std::string::npos)
         << found.text;

@@ -11,7 +11,7 @@
 
 namespace {
 
-using gponflow::is_kernel_chatter;
+using gponflow::is_other_kernel_line;
 using gponflow::log_record;
 using gponflow::module_lines;
 using gponflow::read_log_record;
@@ -72,27 +72,27 @@ TEST(kernel_log_record, needs_a_semicolon)
     EXPECT_EQ(text_of(""), "not a record");
 }
 
-TEST(kernel_chatter, loading_notes_and_stack_dumps_come_from_the_kernel)
+TEST(other_kernel_line, loading_notes_and_stack_dumps_come_from_the_kernel)
 {
     for (const char* line :
          {"gpon_flow: loading out-of-tree module taints kernel.",
           "CPU: 1 PID: 95 Comm: gponflow Tainted: G           O       6.1.0-56-arm64 #1",
           "Hardware name: linux,dummy-virt (DT)", "Call trace:", " dump_backtrace+0xe4/0x140",
           " <TASK>", " ? __die+0x20/0x70", "RIP: 0033:0x7f1c", "Call Trace:"})
-        EXPECT_TRUE(is_kernel_chatter(line)) << line;
+        EXPECT_TRUE(is_other_kernel_line(line)) << line;
 }
 
-TEST(kernel_chatter, lines_of_other_parts_of_the_kernel_are_recognised)
+TEST(other_kernel_line, lines_of_other_parts_of_the_kernel_are_recognised)
 {
     for (const char* line :
          {"hrtimer: interrupt took 20837776 ns", "clocksource: Long readout interval, skipping",
           "sched: RT throttling activated", "random: crng init done", "br0: port 1(uni1) entered",
           "workqueue: drain_vmap_area_work hogged CPU for >10000us", "Tainted: [O]=OOT_MODULE",
           "rcu: INFO: rcu_preempt self-detected stall on CPU", "IPv6: ADDRCONF(NETDEV_CHANGE)"})
-        EXPECT_TRUE(is_kernel_chatter(line)) << line;
+        EXPECT_TRUE(is_other_kernel_line(line)) << line;
 }
 
-TEST(kernel_chatter, lines_of_the_module_are_kept)
+TEST(other_kernel_line, lines_of_the_module_are_kept)
 {
     for (const char* line :
          {"unknown api_data->api_type: 9", "***ERROR***[mbpcd_forward][92] end, evtocd fail.",
@@ -100,7 +100,7 @@ TEST(kernel_chatter, lines_of_the_module_are_kept)
           "Usage:", "    instID | mbpcdInst = 0x0101", "gpon_softonu: @ gpon_mapping_hook = 0",
           "gpon_flow_ioctl: Begin, cmd is 0x[7700]\r", "pls input: del hashVal = 1 traceIndex = 2",
           "show flow rule:", "0: a table", "***ERROR***[a]: b", ": ", "dump X(classId = 45): 1"})
-        EXPECT_FALSE(is_kernel_chatter(line)) << line;
+        EXPECT_FALSE(is_other_kernel_line(line)) << line;
 }
 
 TEST(module_lines, lines_of_the_kernel_between_those_of_the_module_are_left_out)

@@ -198,10 +198,11 @@ TEST(parse, echo_joins_its_words)
 
 TEST(parse, silence_takes_a_rule_a_class_and_an_instance)
 {
-    const silence all = parse_only<silence_command>("silence unreachable").what;
+    const silence all = parse_only<silence_command>("silence unreachable").silenced;
     EXPECT_EQ(all.rule, "unreachable");
     EXPECT_FALSE(all.class_id);
-    const silence one = parse_only<silence_command>("silence unreachable GEM_PORT_CTP 0x10").what;
+    const silence one =
+        parse_only<silence_command>("silence unreachable GEM_PORT_CTP 0x10").silenced;
     EXPECT_EQ(one.class_id, 268);
     EXPECT_EQ(one.instance, 16);
     EXPECT_THAT(error_of("silence"), HasSubstr("missing argument: the rule"));

@@ -10,55 +10,55 @@ namespace gponflow {
 
 namespace {
 
-using rule_family = void (*)(const line_model& what, finding_list& found);
+using rule_family = void (*)(const line_model& entities, finding_list& found);
 
 constexpr rule_family families[] = {
     check_pointers, check_filters,  check_mappers, check_gem_ports,
     check_queues,   check_services, check_values,  check_tagging,
 };
 
-bool covers(const silence& one, const finding& what)
+bool covers(const silence& one, const finding& reported)
 {
-    return one.rule == what.rule &&
-           one.class_id.value_or(what.where.class_id) == what.where.class_id &&
-           one.instance.value_or(what.where.instance) == what.where.instance;
+    return one.rule == reported.rule &&
+           one.class_id.value_or(reported.id.class_id) == reported.id.class_id &&
+           one.instance.value_or(reported.id.instance) == reported.id.instance;
 }
 
-bool is_silenced(const std::vector<silence>& silenced, const finding& what)
+bool is_silenced(const std::vector<silence>& silenced, const finding& reported)
 {
-    return std::ranges::any_of(silenced, [&](const silence& one) { return covers(one, what); });
+    return std::ranges::any_of(silenced, [&](const silence& one) { return covers(one, reported); });
 }
 
 } // namespace
 
-void finding_list::add(const me_instance& where, std::string_view rule, std::string reason,
+void finding_list::add(const me_instance& entity, std::string_view rule, std::string reason,
                        std::string change)
 {
-    add(where.id, where.line, rule, std::move(reason), std::move(change));
+    add(entity.id, entity.line, rule, std::move(reason), std::move(change));
 }
 
-void finding_list::add(const me_instance& where, std::string_view rule, finding_weight weight,
+void finding_list::add(const me_instance& entity, std::string_view rule, finding_weight weight,
                        std::string reason, std::string change)
 {
     all_.push_back(
-        {weight, std::string(rule), where.id, where.line, std::move(reason), std::move(change)});
+        {weight, std::string(rule), entity.id, entity.line, std::move(reason), std::move(change)});
 }
 
-void finding_list::add(me_id where, unsigned line, std::string_view rule, std::string reason,
+void finding_list::add(me_id id, unsigned line, std::string_view rule, std::string reason,
                        std::string change)
 {
     const check_rule* known = find_rule(rule);
     if (!known)
         throw std::logic_error("no rule " + std::string(rule));
     all_.push_back(
-        {known->weight, std::string(rule), where, line, std::move(reason), std::move(change)});
+        {known->weight, std::string(rule), id, line, std::move(reason), std::move(change)});
 }
 
-check_result check_provisioning(const line_model& what, const check_options& options)
+check_result check_provisioning(const line_model& entities, const check_options& options)
 {
     finding_list found;
     for (const rule_family family : families)
-        family(what, found);
+        family(entities, found);
     check_result result;
     result.findings = found.take();
     result.silenced = std::erase_if(

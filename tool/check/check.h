@@ -14,7 +14,7 @@ namespace gponflow {
 struct finding {
     finding_weight weight = finding_weight::problem;
     std::string rule; ///< name of a check_rule
-    me_id where;
+    me_id id;
     unsigned line = 0; ///< of the scenario
     std::string reason;
     std::string change; ///< what to do about it
@@ -32,7 +32,7 @@ struct check_result {
 };
 
 /// Applies all rules.
-[[nodiscard]] check_result check_provisioning(const line_model& what,
+[[nodiscard]] check_result check_provisioning(const line_model& entities,
                                               const check_options& options = {});
 
 } // namespace gponflow

@@ -54,13 +54,13 @@ std::string wrapped(std::string_view text, const std::string& indent)
 
 json json_of(const finding& one)
 {
-    const class_record* fields = find_me_class(one.where.class_id);
+    const class_record* fields = find_me_class(one.id.class_id);
     return {{"weight", name_of(one.weight)},
             {"kind", one.rule},
             {"clause", find_rule(one.rule)->clause},
             {"class", fields ? fields->name : ""},
-            {"class_id", one.where.class_id},
-            {"instance", one.where.instance},
+            {"class_id", one.id.class_id},
+            {"instance", one.id.instance},
             {"line", one.line},
             {"reason", one.reason},
             {"change", one.change}};
@@ -73,9 +73,8 @@ void print_findings(const check_result& result, const std::string& file, std::os
 {
     for (const finding& one : result.findings)
         out << diagnostic{file, one.line, 0,
-                          coloured(one.weight, colours) + ": " +
-                              colours.heading(to_text(one.where)) + ": " + one.reason + " [" +
-                              one.rule + "]\n    change: " + one.change}
+                          coloured(one.weight, colours) + ": " + colours.heading(to_text(one.id)) +
+                              ": " + one.reason + " [" + one.rule + "]\n    change: " + one.change}
                    .text()
             << '\n';
     const size_t problems = count_of(result, finding_weight::problem);

@@ -71,11 +71,11 @@ void check_result_of(const me_instance& filter, const gpon_raw_vtfd& me, finding
                   "vlanFilterNums");
 }
 
-tag_set accepted_by_any_port(const line_model& what)
+tag_set accepted_by_any_port(const line_model& entities)
 {
     tag_set all;
-    for (const me_instance& port : what.instances(me_class::mbpcd))
-        all |= accepted_upstream(what, port);
+    for (const me_instance& port : entities.instances(me_class::mbpcd))
+        all |= accepted_upstream(entities, port);
     return all;
 }
 
@@ -86,17 +86,17 @@ bool passes_whole_tags(const gpon_raw_vtfd& me)
 }
 
 // VLANs of which frames with some priorities pass nowhere, because a filter compares the priority.
-void check_priorities(const line_model& what, finding_list& found)
+void check_priorities(const line_model& entities, finding_list& found)
 {
     constexpr uint16_t vid = 0x0fff;
     constexpr unsigned all_priorities = 0xff;
     std::optional<tag_set> accepted; // costly, and seldom needed
-    for (const me_instance& filter : what.instances(me_class::vtfd)) {
+    for (const me_instance& filter : entities.instances(me_class::vtfd)) {
         const auto me = filter.as<gpon_raw_vtfd>();
         if (!passes_whole_tags(me))
             continue;
         if (!accepted)
-            accepted = accepted_by_any_port(what);
+            accepted = accepted_by_any_port(entities);
         std::set<unsigned> vlans;
         for (size_t i = 0; i < std::min(me.vlanFilterNums, filter_places); ++i)
             vlans.insert(me.vlanFilterList[i] & vid);
@@ -113,7 +113,7 @@ void check_priorities(const line_model& what, finding_list& found)
     }
 }
 
-void check_filter(const line_model& what, const me_instance& filter, finding_list& found)
+void check_filter(const line_model& entities, const me_instance& filter, finding_list& found)
 {
     const auto me = filter.as<gpon_raw_vtfd>();
     if (me.forwardOperation > last_forward_operation)
@@ -128,7 +128,7 @@ void check_filter(const line_model& what, const me_instance& filter, finding_lis
                   "set it to the number of entries in use");
     check_list(filter, me, found);
     check_result_of(filter, me, found);
-    const me_instance* port = what.find({me_class::mbpcd, filter.id.instance});
+    const me_instance* port = entities.find({me_class::mbpcd, filter.id.instance});
     if (port && port->records(filter.id) && side_of(*port) == tp_side::uni)
         found.add(filter, "filter-on-uni-side",
                   "its bridge port is on the UNI side, where a filter drops every frame",
@@ -137,13 +137,13 @@ void check_filter(const line_model& what, const me_instance& filter, finding_lis
 
 } // namespace
 
-void check_filters(const line_model& what, finding_list& found)
+void check_filters(const line_model& entities, finding_list& found)
 {
-    for (const me_instance& port : what.instances(me_class::mbpcd))
+    for (const me_instance& port : entities.instances(me_class::mbpcd))
         check_bridge_port(port, found);
-    for (const me_instance& filter : what.instances(me_class::vtfd))
-        check_filter(what, filter, found);
-    check_priorities(what, found);
+    for (const me_instance& filter : entities.instances(me_class::vtfd))
+        check_filter(entities, filter, found);
+    check_priorities(entities, found);
 }
 
 } // namespace gponflow

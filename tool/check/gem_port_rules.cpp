@@ -9,26 +9,22 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint32_t upstream = 1;
-constexpr uint32_t downstream = 2;
-constexpr uint32_t both = 3;
-
 bool is_known(uint32_t direction)
 {
-    return direction >= upstream && direction <= both;
+    return direction >= gem_upstream && direction <= gem_both;
 }
 
 // The module treats every direction except downstream as upstream.
 uint32_t directions_of(const gpon_raw_gemctp& ctp)
 {
-    return is_known(ctp.direction) ? ctp.direction : both;
+    return is_known(ctp.direction) ? ctp.direction : gem_both;
 }
 
-void check_unicast(const line_model& what, const me_instance& gem_iw, finding_list& found)
+void check_unicast(const line_model& entities, const me_instance& gem_iw, finding_list& found)
 {
     const uint16_t id = gem_iw.as<gpon_raw_gemiw>().gemCTPInstID;
-    const me_instance* ctp = what.find({me_class::gemctp, id});
-    if (ctp && ctp->as<gpon_raw_gemctp>().direction == downstream)
+    const me_instance* ctp = entities.find({me_class::gemctp, id});
+    if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_downstream)
         found.add(gem_iw, "wrong-direction",
                   to_text(ctp->id) + " has direction 2 (downstream only): no upstream frame passes",
                   "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
@@ -36,11 +32,11 @@ void check_unicast(const line_model& what, const me_instance& gem_iw, finding_li
 
 // The module does not depend on the following two checks: it ignores the direction downstream. The
 // hardware uses it.
-void check_multicast(const line_model& what, const me_instance& gem_iw, finding_list& found)
+void check_multicast(const line_model& entities, const me_instance& gem_iw, finding_list& found)
 {
     const uint16_t id = gem_iw.as<gpon_raw_multigemiw>().GemCTPInstID;
-    const me_instance* ctp = what.find({me_class::gemctp, id});
-    if (ctp && ctp->as<gpon_raw_gemctp>().direction == upstream)
+    const me_instance* ctp = entities.find({me_class::gemctp, id});
+    if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_upstream)
         found.add(gem_iw, "wrong-direction", finding_weight::note,
                   to_text(ctp->id) +
                       " has direction 1 (upstream only): it carries no downstream stream",
@@ -58,10 +54,10 @@ void check_known_direction(const me_instance& ctp, finding_list& found)
 }
 
 // Two CTPs may share a port-ID if each has a direction of its own.
-void check_port_id(const line_model& what, const me_instance& ctp, finding_list& found)
+void check_port_id(const line_model& entities, const me_instance& ctp, finding_list& found)
 {
     const auto me = ctp.as<gpon_raw_gemctp>();
-    for (const me_instance& other : what.instances(me_class::gemctp)) {
+    for (const me_instance& other : entities.instances(me_class::gemctp)) {
         if (&other == &ctp)
             return;
         const auto first = other.as<gpon_raw_gemctp>();
@@ -79,12 +75,12 @@ bool is_allocated(uint16_t alloc_id)
     return alloc_id != 0 && alloc_id != 0xff && alloc_id != 0xffff;
 }
 
-void check_alloc_id(const line_model& what, const me_instance& ctp, finding_list& found)
+void check_alloc_id(const line_model& entities, const me_instance& ctp, finding_list& found)
 {
     const auto me = ctp.as<gpon_raw_gemctp>();
-    if (!(directions_of(me) & upstream))
+    if (!(directions_of(me) & gem_upstream))
         return;
-    const me_instance* tcont = what.find({me_class::tcont, me.tcontID});
+    const me_instance* tcont = entities.find({me_class::tcont, me.tcontID});
     if (tcont && is_allocated(tcont->as<gpon_raw_tcont>().allocID))
         return;
     const std::string state = !tcont ? " does not exist"
@@ -98,26 +94,26 @@ void check_alloc_id(const line_model& what, const me_instance& ctp, finding_list
 }
 
 // A scenario that sets no T-CONT leaves the alloc-IDs out.
-bool describes_tconts(const line_model& what)
+bool describes_tconts(const line_model& entities)
 {
-    return std::ranges::any_of(what.instances(me_class::tcont),
+    return std::ranges::any_of(entities.instances(me_class::tcont),
                                [](const me_instance& one) { return !one.automatic; });
 }
 
 } // namespace
 
-void check_gem_ports(const line_model& what, finding_list& found)
+void check_gem_ports(const line_model& entities, finding_list& found)
 {
-    for (const me_instance& gem_iw : what.instances(me_class::gemiw))
-        check_unicast(what, gem_iw, found);
-    for (const me_instance& gem_iw : what.instances(me_class::multigemiw))
-        check_multicast(what, gem_iw, found);
-    const bool with_tconts = describes_tconts(what);
-    for (const me_instance& ctp : what.instances(me_class::gemctp)) {
+    for (const me_instance& gem_iw : entities.instances(me_class::gemiw))
+        check_unicast(entities, gem_iw, found);
+    for (const me_instance& gem_iw : entities.instances(me_class::multigemiw))
+        check_multicast(entities, gem_iw, found);
+    const bool with_tconts = describes_tconts(entities);
+    for (const me_instance& ctp : entities.instances(me_class::gemctp)) {
         check_known_direction(ctp, found);
-        check_port_id(what, ctp, found);
+        check_port_id(entities, ctp, found);
         if (with_tconts)
-            check_alloc_id(what, ctp, found);
+            check_alloc_id(entities, ctp, found);
     }
 }
 

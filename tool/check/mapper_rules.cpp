@@ -14,12 +14,12 @@ constexpr uint16_t no_gem_iw = 0xffff;
 constexpr unsigned priorities = 8;
 
 // Empty if the priority leads to a GEM IW TP that a walk reaches.
-std::string dead_end(const line_model& what, const me_instance& mapper, uint16_t gem_iw)
+std::string dead_end(const line_model& entities, const me_instance& mapper, uint16_t gem_iw)
 {
     const me_id target{me_class::gemiw, gem_iw};
     if (gem_iw == 0 || gem_iw == no_gem_iw)
         return "no GEM IW TP";
-    const me_instance* found = what.find(target);
+    const me_instance* found = entities.find(target);
     if (!found)
         return to_text(target) + " does not exist";
     if (found->records(mapper.id))
@@ -32,13 +32,13 @@ std::string dead_end(const line_model& what, const me_instance& mapper, uint16_t
 }
 
 // Priorities with the same reason are reported together.
-std::vector<std::pair<std::string, std::string>> dead_ends(const line_model& what,
+std::vector<std::pair<std::string, std::string>> dead_ends(const line_model& entities,
                                                            const me_instance& mapper)
 {
     const auto me = mapper.as<gpon_raw_mapper>();
     std::vector<std::pair<std::string, std::string>> reasons;
     for (unsigned priority = 0; priority < priorities; ++priority) {
-        const std::string why = dead_end(what, mapper, me.pbit_GemIWTP[priority]);
+        const std::string why = dead_end(entities, mapper, me.pbit_GemIWTP[priority]);
         if (why.empty())
             continue;
         const auto same =
@@ -67,10 +67,10 @@ void check_untagged(const me_instance& mapper, finding_list& found)
 
 } // namespace
 
-void check_mappers(const line_model& what, finding_list& found)
+void check_mappers(const line_model& entities, finding_list& found)
 {
-    for (const me_instance& mapper : what.instances(me_class::mapper)) {
-        for (const auto& [why, which] : dead_ends(what, mapper))
+    for (const me_instance& mapper : entities.instances(me_class::mapper)) {
+        for (const auto& [why, which] : dead_ends(entities, mapper))
             found.add(mapper, "priority-leads-nowhere", "priority " + which + ": " + why,
                       "set pbit_GemIWTP of these priorities to a GEM IW TP of this mapper; create "
                       "it first");

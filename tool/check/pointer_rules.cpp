@@ -26,22 +26,22 @@ bool is_followed(const me_pointer& pointer)
     return !is_scheduling(pointer.to.class_id) && !is_scheduling(pointer.from.class_id);
 }
 
-std::string taken_by(const line_model& what, const me_pointer& pointer)
+std::string taken_by(const line_model& entities, const me_pointer& pointer)
 {
-    const recorded_row* row = what.find(pointer.to)->row_of(pointer.from.class_id);
+    const recorded_row* row = entities.find(pointer.to)->row_of(pointer.from.class_id);
     if (row->instances.empty())
         return "no entries";
     return std::to_string(row->places) + (row->places == 1 ? " entry" : " entries") +
            ", used first by " + to_text({pointer.from.class_id, row->instances.front()});
 }
 
-void check_pointer(const line_model& what, const me_instance& from, const me_pointer& pointer,
+void check_pointer(const line_model& entities, const me_instance& from, const me_pointer& pointer,
                    finding_list& found)
 {
     const bool followed = is_followed(pointer);
     const auto weight = followed ? finding_weight::problem : finding_weight::note;
     const std::string target = to_text(pointer.to);
-    switch (what.state(pointer)) {
+    switch (entities.state(pointer)) {
     case pointer_state::recorded:
         return;
     case pointer_state::missing:
@@ -56,26 +56,26 @@ void check_pointer(const line_model& what, const me_instance& from, const me_poi
                          "set " + pointer.attribute + " again after the target is created");
     case pointer_state::overflowed:
         return found.add(from, followed ? "row-overflow" : "capacity",
-                         target + " has no free entry for it (" + taken_by(what, pointer) + ")",
+                         target + " has no free entry for it (" + taken_by(entities, pointer) + ")",
                          "use a separate target; only the first pointers are recorded");
     }
 }
 
 // The instances of path classes that some pointer names.
-std::set<me_id> named_instances(const line_model& what)
+std::set<me_id> named_instances(const line_model& entities)
 {
     std::set<me_id> named;
-    for (const me_instance* from : what.all())
-        for (const me_pointer& pointer : what.pointers(*from))
+    for (const me_instance* from : entities.all())
+        for (const me_pointer& pointer : entities.pointers(*from))
             named.insert(pointer.to);
     return named;
 }
 
-void check_reachable(const line_model& what, finding_list& found)
+void check_reachable(const line_model& entities, finding_list& found)
 {
-    const std::set<me_id> named = named_instances(what);
+    const std::set<me_id> named = named_instances(entities);
     for (const uint16_t class_id : path_classes)
-        for (const me_instance& one : what.instances(class_id))
+        for (const me_instance& one : entities.instances(class_id))
             if (!named.contains(one.id))
                 found.add(one, "unreachable", "no instance points at it: no frame reaches it",
                           "point at it, or delete it");
@@ -83,14 +83,14 @@ void check_reachable(const line_model& what, finding_list& found)
 
 } // namespace
 
-void check_pointers(const line_model& what, finding_list& found)
+void check_pointers(const line_model& entities, finding_list& found)
 {
-    for (const me_instance* from : what.all())
-        for (const me_pointer& pointer : what.pointers(*from))
+    for (const me_instance* from : entities.all())
+        for (const me_pointer& pointer : entities.pointers(*from))
             // The priorities of a mapper are reported once per mapper.
             if (from->id.class_id != me_class::mapper || !pointer.list_element)
-                check_pointer(what, *from, pointer, found);
-    check_reachable(what, found);
+                check_pointer(entities, *from, pointer, found);
+    check_reachable(entities, found);
 }
 
 } // namespace gponflow

@@ -17,9 +17,9 @@ bool is_described(const me_instance& one)
     return !one.automatic;
 }
 
-void check_side(const line_model& what, const me_instance& queue, finding_list& found)
+void check_side(const line_model& entities, const me_instance& queue, finding_list& found)
 {
-    const gpon_flow_cfg_data& cfg = what.configuration();
+    const gpon_flow_cfg_data& cfg = entities.configuration();
     // Without these there are no sides.
     if (cfg.upstream_queue_num == 0 && cfg.related_port_boundary == 0)
         return;
@@ -37,35 +37,36 @@ void check_side(const line_model& what, const me_instance& queue, finding_list& 
 }
 
 // T-CONTs to which a queue belongs, by its related port or by its scheduler.
-std::set<uint16_t> tconts_with_queue(const line_model& what)
+std::set<uint16_t> tconts_with_queue(const line_model& entities)
 {
     std::set<uint16_t> served;
-    for (const me_instance& queue : what.instances(me_class::pq)) {
+    for (const me_instance& queue : entities.instances(me_class::pq)) {
         const auto me = queue.as<gpon_raw_pq>();
         served.insert(static_cast<uint16_t>(me.relatedPort >> 16));
-        if (const me_instance* scheduler = what.find({me_class::ts, me.tsPointer}))
+        if (const me_instance* scheduler = entities.find({me_class::ts, me.tsPointer}))
             served.insert(scheduler->as<gpon_raw_ts>().tcontPointer);
     }
     return served;
 }
 
-bool carries_gem_port(const line_model& what, uint16_t tcont)
+bool carries_gem_port(const line_model& entities, uint16_t tcont)
 {
-    return std::ranges::any_of(what.instances(me_class::gemctp), [tcont](const me_instance& ctp) {
-        const auto me = ctp.as<gpon_raw_gemctp>();
-        return me.tcontID == tcont && me.direction != 2;
-    });
+    return std::ranges::any_of(entities.instances(me_class::gemctp),
+                               [tcont](const me_instance& ctp) {
+                                   const auto me = ctp.as<gpon_raw_gemctp>();
+                                   return me.tcontID == tcont && me.direction != gem_downstream;
+                               });
 }
 
-void check_tconts(const line_model& what, finding_list& found)
+void check_tconts(const line_model& entities, finding_list& found)
 {
     // A scenario that sets no queue leaves them out, and a rate controlled ONU needs none.
-    if (what.configuration().traffic_mgmt_option == rate_controlled ||
-        std::ranges::none_of(what.instances(me_class::pq), is_described))
+    if (entities.configuration().traffic_mgmt_option == rate_controlled ||
+        std::ranges::none_of(entities.instances(me_class::pq), is_described))
         return;
-    const std::set<uint16_t> served = tconts_with_queue(what);
-    for (const me_instance& tcont : what.instances(me_class::tcont))
-        if (!served.contains(tcont.id.instance) && carries_gem_port(what, tcont.id.instance))
+    const std::set<uint16_t> served = tconts_with_queue(entities);
+    for (const me_instance& tcont : entities.instances(me_class::tcont))
+        if (!served.contains(tcont.id.instance) && carries_gem_port(entities, tcont.id.instance))
             found.add(tcont, "tcont-without-queue",
                       "GEM ports use it, but no priority queue belongs to it",
                       "set relatedPort or tsPointer of its queues");
@@ -73,11 +74,11 @@ void check_tconts(const line_model& what, finding_list& found)
 
 } // namespace
 
-void check_queues(const line_model& what, finding_list& found)
+void check_queues(const line_model& entities, finding_list& found)
 {
-    for (const me_instance& queue : what.instances(me_class::pq))
-        check_side(what, queue, found);
-    check_tconts(what, found);
+    for (const me_instance& queue : entities.instances(me_class::pq))
+        check_side(entities, queue, found);
+    check_tconts(entities, found);
 }
 
 } // namespace gponflow

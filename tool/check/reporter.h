@@ -14,15 +14,15 @@ namespace gponflow {
 class finding_list {
 public:
     /// With the weight of the rule. The rule exists: a wrong name is an error of the program.
-    void add(const me_instance& where, std::string_view rule, std::string reason,
+    void add(const me_instance& entity, std::string_view rule, std::string reason,
              std::string change);
 
     /// With another weight.
-    void add(const me_instance& where, std::string_view rule, finding_weight weight,
+    void add(const me_instance& entity, std::string_view rule, finding_weight weight,
              std::string reason, std::string change);
 
     /// At an operation, which need not be an instance.
-    void add(me_id where, unsigned line, std::string_view rule, std::string reason,
+    void add(me_id id, unsigned line, std::string_view rule, std::string reason,
              std::string change);
 
     [[nodiscard]] std::vector<finding> take() { return std::move(all_); }
@@ -32,13 +32,13 @@ private:
 };
 
 /// The families of rules. Each reads the model and adds its findings.
-void check_pointers(const line_model& what, finding_list& found);
-void check_filters(const line_model& what, finding_list& found);
-void check_mappers(const line_model& what, finding_list& found);
-void check_gem_ports(const line_model& what, finding_list& found);
-void check_queues(const line_model& what, finding_list& found);
-void check_services(const line_model& what, finding_list& found);
-void check_values(const line_model& what, finding_list& found);
-void check_tagging(const line_model& what, finding_list& found);
+void check_pointers(const line_model& entities, finding_list& found);
+void check_filters(const line_model& entities, finding_list& found);
+void check_mappers(const line_model& entities, finding_list& found);
+void check_gem_ports(const line_model& entities, finding_list& found);
+void check_queues(const line_model& entities, finding_list& found);
+void check_services(const line_model& entities, finding_list& found);
+void check_values(const line_model& entities, finding_list& found);
+void check_tagging(const line_model& entities, finding_list& found);
 
 } // namespace gponflow

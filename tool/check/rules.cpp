@@ -35,9 +35,9 @@ constexpr check_rule rules[] = {
      "reaches it. Often a pointer elsewhere has a wrong id, or the instance remains from a deleted "
      "service."},
     {"no-side", problem, always, "9.3.4", "bridge port with a TP type of no known side",
-     "The TP type of a bridge port decides whether it is on the UNI side or on the ANI side. The "
-     "module knows the types 1 and 11 (UNI side), and 3, 5 and 6 (ANI side). No frame passes a "
-     "port of another type."},
+     "The TP type of a bridge port decides whether it is on the UNI side or on the ANI side. No "
+     "frame "
+     "passes a port whose type the module does not know."},
     {"filter-on-uni-side", problem, always, "9.3.11", "VLAN filter on a port of the UNI side",
      "A VLAN filter belongs to the bridge port with the same id. The module filters on the ANI "
      "side only: a filter on a port of the UNI side drops every frame."},

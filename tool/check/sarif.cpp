@@ -76,7 +76,7 @@ json location_json(const finding& one, const std::string& file)
         physical["region"] = {{"startLine", one.line}};
     return {{"physicalLocation", std::move(physical)},
             {"logicalLocations",
-             json::array({json{{"fullyQualifiedName", to_text(one.where)}, {"kind", "object"}}})}};
+             json::array({json{{"fullyQualifiedName", to_text(one.id)}, {"kind", "object"}}})}};
 }
 
 json result_json(const finding& one, const std::string& file)
@@ -87,7 +87,7 @@ json result_json(const finding& one, const std::string& file)
             {"ruleIndex", index},
             {"level", level_of(one.weight)},
             {"message",
-             {{"text", to_text(one.where) + ": " + one.reason + ". Change: " + one.change + "."}}},
+             {{"text", to_text(one.id) + ": " + one.reason + ". Change: " + one.change + "."}}},
             {"locations", json::array({location_json(one, file)})}};
 }
 

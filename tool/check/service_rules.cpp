@@ -20,12 +20,12 @@ struct service_port {
 };
 
 // The ports of a bridge in the order in which a walk tries them.
-std::vector<const me_instance*> ports_of(const line_model& what, const me_instance& bridge)
+std::vector<const me_instance*> ports_of(const line_model& entities, const me_instance& bridge)
 {
     std::vector<const me_instance*> ports;
     std::set<me_id> known;
-    for (const me_id id : what.related(bridge.id, me_class::mbpcd))
-        if (const me_instance* port = what.find(id); port && known.insert(id).second)
+    for (const me_id id : entities.related(bridge.id, me_class::mbpcd))
+        if (const me_instance* port = entities.find(id); port && known.insert(id).second)
             ports.push_back(port);
     return ports;
 }
@@ -36,23 +36,23 @@ bool is_upstream(const me_instance& port)
 }
 
 // All ports towards the ANI through which upstream frames leave, in the order of the walk.
-std::vector<service_port> upstream_ports(const line_model& what)
+std::vector<service_port> upstream_ports(const line_model& entities)
 {
     std::vector<service_port> result;
-    for (const me_instance& bridge : what.instances(me_class::mbsp))
-        for (const me_instance* port : ports_of(what, bridge)) {
+    for (const me_instance& bridge : entities.instances(me_class::mbsp))
+        for (const me_instance* port : ports_of(entities, bridge)) {
             if (!is_upstream(*port))
                 continue;
-            tag_set accepted = accepted_upstream(what, *port);
+            tag_set accepted = accepted_upstream(entities, *port);
             const bool unfiltered = has_all_vlans(accepted);
             result.push_back({port, &bridge, std::move(accepted), unfiltered});
         }
     return result;
 }
 
-void check_sides(const line_model& what, const me_instance& bridge, finding_list& found)
+void check_sides(const line_model& entities, const me_instance& bridge, finding_list& found)
 {
-    const auto ports = ports_of(what, bridge);
+    const auto ports = ports_of(entities, bridge);
     const auto has = [&](tp_side side) {
         return std::ranges::any_of(
             ports, [side](const me_instance* port) { return type_of(*port).side == side; });
@@ -121,11 +121,11 @@ void check_overlap(const std::vector<service_port>& ports, size_t at, finding_li
 
 } // namespace
 
-void check_services(const line_model& what, finding_list& found)
+void check_services(const line_model& entities, finding_list& found)
 {
-    for (const me_instance& bridge : what.instances(me_class::mbsp))
-        check_sides(what, bridge, found);
-    const std::vector<service_port> ports = upstream_ports(what);
+    for (const me_instance& bridge : entities.instances(me_class::mbsp))
+        check_sides(entities, bridge, found);
+    const std::vector<service_port> ports = upstream_ports(entities);
     tag_set taken;
     for (size_t at = 0; at < ports.size(); ++at) {
         check_missing_filter(ports, at, found);

@@ -64,14 +64,14 @@ void check_rates(const me_instance& descriptor, finding_list& found)
 
 } // namespace
 
-void check_values(const line_model& what, finding_list& found)
+void check_values(const line_model& entities, finding_list& found)
 {
     for (const value_range& range : ranges)
-        for (const me_instance& one : what.instances(range.class_id))
+        for (const me_instance& one : entities.instances(range.class_id))
             check_range(one, range, found);
-    for (const me_instance& filter : what.instances(me_class::vtfd))
+    for (const me_instance& filter : entities.instances(me_class::vtfd))
         check_filter_list(filter, found);
-    for (const me_instance& descriptor : what.instances(me_class::td))
+    for (const me_instance& descriptor : entities.instances(me_class::td))
         check_rates(descriptor, found);
 }
 

@@ -114,20 +114,20 @@ int show_kernel_status(const show_request& request, module_reader& reader)
     return print(request, {true, reader.state().enabled, reader.table(), reader.instances()});
 }
 
-int run_view(const show_request& request, const view& what)
+int run_view(const show_request& request, const view& chosen)
 {
     if (backend_of(request.source) == "host")
         return run_on_source(request.source,
-                             [&](captured_run& run) { return what.of_log(request, run); });
+                             [&](captured_run& run) { return chosen.of_log(request, run); });
     // That no module is loaded is a status, too.
-    if (what.of_log == show_status && request.source.file.empty() && !is_module_loaded())
+    if (chosen.of_log == show_status && request.source.file.empty() && !is_module_loaded())
         return print(request, module_status{});
     return read_source(request.source,
-                       [&](module_reader& reader) { return what.of_records(request, reader); });
+                       [&](module_reader& reader) { return chosen.of_records(request, reader); });
 }
 
 CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request, const char* name,
-                   const char* description, view what)
+                   const char* description, view chosen)
 {
     CLI::App* sub = show.add_subcommand(name, description);
     add_source_options(*sub, request->source);

@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "include/packet_flow.h"
+#include "platform/api/platform_hook.h"
 #include "tool/capture/capture_file.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
@@ -61,10 +63,10 @@ std::string folded_text(size_t count, const walk_step& step, bool other_bridge)
     // Reasons that name the ports themselves.
     if (step.dead_end.starts_with("a port "))
         return std::to_string(count) + " " + (count > 1 ? reason : reason.substr(2));
-    const std::string where = !other_bridge ? ""
+    const std::string place = !other_bridge ? ""
                               : count > 1   ? " of other bridges"
                                             : " of another bridge";
-    return counted(count, plural_of(step.at.class_id)) + where + ": " + reason;
+    return counted(count, plural_of(step.at.class_id)) + place + ": " + reason;
 }
 
 struct folded_branches {
@@ -107,7 +109,7 @@ void print_half(const explanation& half, std::optional<uint16_t> bridge, std::os
     const std::set<size_t> shown = shown_steps(half, bridge);
     for (const size_t i : shown)
         print_step(half.story.steps[i], half.story.replayed, half.entities, out, colours);
-    if (shown.empty() && half.input.options.kind == 2)
+    if (shown.empty() && half.input.options.kind == GPON_API_DOWN_UNI)
         out << "  every frame passes: this half is not walked\n";
     const char* title = "  not taken: ";
     for (const folded_branches& one : fold(half, shown, bridge)) {
@@ -128,9 +130,9 @@ json faults_json(const verdict& result, const line_model& entities)
 {
     json faults = json::array();
     for (const fault& one : result.faults) {
-        json entry = id_json(one.where);
+        json entry = id_json(one.entity);
         entry["reason"] = one.reason;
-        if (const me_instance* me = entities.find(one.where)) {
+        if (const me_instance* me = entities.find(one.entity)) {
             entry["line"] = me->line;
             entry["attributes"] = attributes_json(*me);
         }
@@ -187,7 +189,7 @@ json answer_json(const std::string& file, const captured_frame& frame, const ver
     whole["notes"] = result.notes;
     whole["faults"] = faults_json(result, halves.back().entities);
     const explanation& last = halves.back();
-    if (result.outcome == line_outcome::passed && last.input.options.kind == 1)
+    if (result.outcome == line_outcome::passed && last.input.options.kind == GPON_API_UP_ANI)
         whole["gem_port"] = last.answer->gem;
     json parts = json::array();
     for (const explanation& half : halves)
@@ -240,10 +242,10 @@ void print_trace_json(const traced_frame& traced, std::ostream& out)
     const walk_story& story = traced.story;
     json whole = json_document("trace");
     whole["number"] = traced.number;
-    whole["kind"] = story.fwd_flag == 1   ? "up_ani"
-                    : story.fwd_flag == 2 ? "up_uni"
-                    : story.fwd_flag == 4 ? "down_ani"
-                                          : "down_uni";
+    whole["kind"] = story.fwd_flag == UP_ANI     ? "up_ani"
+                    : story.fwd_flag == UP_UNI   ? "up_uni"
+                    : story.fwd_flag == DOWN_ANI ? "down_ani"
+                                                 : "down_uni";
     whole["outcome"] = name_of(story.dropped ? line_outcome::dropped : line_outcome::passed);
     whole["replayed"] = story.replayed;
     if (traced.frame)

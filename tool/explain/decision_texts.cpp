@@ -171,7 +171,7 @@ std::string end_text(const line_model& entities, me_id at)
     const me_instance* me = entities.find(at);
     if (!me)
         return does_not_exist;
-    if (at.class_id == me_class::gemctp && me->as<gpon_raw_gemctp>().direction == 2)
+    if (at.class_id == me_class::gemctp && me->as<gpon_raw_gemctp>().direction == gem_downstream)
         return downstream_only;
     return path_ends;
 }

@@ -6,6 +6,8 @@
 #include <ostream>
 #include <utility>
 
+#include "include/packet_flow.h"
+#include "platform/api/platform_hook.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/tagging_output.h"
@@ -119,7 +121,7 @@ void print_pass_note(const walk_story& story, std::ostream& out)
     if (story.replayed && refusal)
         out << "The replay ends at " << title(story.steps[*refusal], true)
             << ", but the frame passes: no step of a replay drops a frame.\n";
-    else if (!reached_egress(story) && story.fwd_flag == 4)
+    else if (!reached_egress(story) && story.fwd_flag == DOWN_ANI)
         out << "No branch leads into a bridge, but the frame passes: a frame of a multicast GEM "
                "port "
                "is dropped neither by a filter nor for lack of a bridge.\n";
@@ -128,12 +130,12 @@ void print_pass_note(const walk_story& story, std::ostream& out)
 void print_success(const explanation& explained, std::ostream& out, const palette& colours)
 {
     out << colours.good("passes");
-    if (explained.input.options.kind == 1) {
+    if (explained.input.options.kind == GPON_API_UP_ANI) {
         out << " to GEM port " << explained.answer->gem;
         print_queue(explained.answer->gem, explained.entities, out);
-    } else if (explained.input.options.kind == 0) {
+    } else if (explained.input.options.kind == GPON_API_UP_UNI) {
         out << " into the bridge";
-    } else if (explained.input.options.kind == 3) {
+    } else if (explained.input.options.kind == GPON_API_DOWN_ANI) {
         out << " from GEM port " << explained.answer->gem
             << (reached_egress(explained.story) ? " into the bridge" : "");
     } else {
@@ -176,14 +178,14 @@ void print_drop(const walk_story& story, std::ostream& out, const palette& colou
 const char* direction_title(unsigned fwd_flag)
 {
     switch (fwd_flag) {
-    case 1:
-        return kind_title(1);
-    case 2:
-        return kind_title(0);
-    case 4:
-        return kind_title(3);
-    case 8:
-        return kind_title(2);
+    case UP_ANI:
+        return kind_title(GPON_API_UP_ANI);
+    case UP_UNI:
+        return kind_title(GPON_API_UP_UNI);
+    case DOWN_ANI:
+        return kind_title(GPON_API_DOWN_ANI);
+    case DOWN_UNI:
+        return kind_title(GPON_API_DOWN_UNI);
     default:
         return "a marked frame";
     }
@@ -211,7 +213,7 @@ namespace {
 // Downstream, operations act behind the hook call.
 std::vector<tag_gap> candidate_gaps(const explanation& explained)
 {
-    if (explained.input.options.kind != 3)
+    if (explained.input.options.kind != GPON_API_DOWN_ANI)
         return unapplied_operations(explained.entities, path_of(explained.story, false));
     std::vector<tag_gap> gaps;
     for (const leaving_frame& one : leaving_frames(explained))
@@ -249,7 +251,7 @@ namespace {
 void print_passage(const explanation& explained, std::ostream& out, const palette& colours)
 {
     print_success(explained, out, colours);
-    if (explained.input.options.kind == 3)
+    if (explained.input.options.kind == GPON_API_DOWN_ANI)
         print_leaving(explained, out, colours);
 }
 
@@ -348,7 +350,7 @@ void print_marked_frame(const walk_story& story, const line_model& entities, std
     }
     out << colours.good("passes");
     if (const std::string port = gem_port_of(story, entities); !port.empty())
-        out << (story.fwd_flag == 4 ? " from GEM port " : " to GEM port ") << port;
+        out << (story.fwd_flag == DOWN_ANI ? " from GEM port " : " to GEM port ") << port;
     out << (story.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
     print_pass_note(story, out);
     print_if_inconsistent(story, out);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <tuple>
 
+#include "include/packet_flow.h"
 #include "include/tp_types.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/filter_words.h"
@@ -90,7 +91,7 @@ private:
     fault no_port(size_t i, uint16_t bridge) const
     {
         const me_id profile{me_class::mbsp, bridge};
-        const char* side = story_.fwd_flag == 4 ? "UNI" : "ANI";
+        const char* side = story_.fwd_flag == DOWN_ANI ? "UNI" : "ANI";
         return {profile, to_text(profile) + " has no port on the " + side + " side", i};
     }
 

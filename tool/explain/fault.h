@@ -12,7 +12,7 @@
 namespace gponflow {
 
 struct fault {
-    me_id where;        ///< the filter, mapper or instance that decided; it may not exist
+    me_id entity;       ///< the filter, mapper or instance that decided; it may not exist
     std::string reason; ///< "VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 (forwardOperation 0x14) passes
                         ///< only VLAN 300 priority 5"
     size_t step = 0;    ///< of the story

@@ -21,13 +21,13 @@ std::span<const uint16_t> list_of(const gpon_raw_vtfd& filter)
     return {filter.vlanFilterList, count};
 }
 
-std::string entry_words(filter_compares what, uint16_t entry)
+std::string entry_words(filter_compares compared, uint16_t entry)
 {
     const std::string vlan = "VLAN " + std::to_string(entry & 0xfff);
     const std::string priority = "priority " + std::to_string(entry >> 13);
-    if (what == filter_compares::vlan)
+    if (compared == filter_compares::vlan)
         return vlan;
-    return what == filter_compares::priority ? priority : vlan + " " + priority;
+    return compared == filter_compares::priority ? priority : vlan + " " + priority;
 }
 
 } // namespace
@@ -71,14 +71,14 @@ std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> t
 {
     if (!tci)
         return "drops untagged frames";
-    const filter_compares what = compared_by(filter.forwardOperation);
-    if (what == filter_compares::nothing)
+    const filter_compares compared = compared_by(filter.forwardOperation);
+    if (compared == filter_compares::nothing)
         return "drops tagged frames";
     if (list_drops(filter.forwardOperation))
-        return "drops " + entry_words(what, *tci);
+        return "drops " + entry_words(compared, *tci);
     std::string list;
     for (const uint16_t entry : list_of(filter))
-        list += (list.empty() ? "" : ", ") + entry_words(what, entry);
+        list += (list.empty() ? "" : ", ") + entry_words(compared, entry);
     return list.empty() ? "has an empty list and passes no tagged frame" : "passes only " + list;
 }
 

@@ -81,8 +81,8 @@ std::string known_unis(const line_model& entities)
 {
     std::string text;
     for (const uni_port& one : uni_ports(entities))
-        text += (text.empty() ? "" : ", ") + std::to_string(one.number) + " (" +
-                to_text(one.where) + ")";
+        text +=
+            (text.empty() ? "" : ", ") + std::to_string(one.number) + " (" + to_text(one.id) + ")";
     return text.empty() ? "the line has no UNI" : "the UNIs of the line are " + text;
 }
 

@@ -37,7 +37,7 @@ struct frame_question {
 /// A UNI of a line.
 struct uni_port {
     uint16_t number = 0;
-    me_id where; ///< a PPTP Ethernet UNI or a VEIP
+    me_id id; ///< a PPTP Ethernet UNI or a VEIP
 };
 
 /// In the order of the module, which takes the first one with a number.

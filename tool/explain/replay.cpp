@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "include/packet_flow.h"
+
 namespace gponflow {
 
 namespace {
@@ -28,10 +30,10 @@ bool matches(const walk_story& story, const dumped_rule& rule)
 unsigned flag_of(const std::string& direction)
 {
     if (direction == "UP_ANI")
-        return 1;
+        return UP_ANI;
     if (direction == "UP_UNI")
-        return 2;
-    return direction == "DOWN_ANI" ? 4 : 8;
+        return UP_UNI;
+    return direction == "DOWN_ANI" ? DOWN_ANI : DOWN_UNI;
 }
 
 } // namespace

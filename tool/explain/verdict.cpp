@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "include/tp_types.h"
 #include "platform/api/platform_hook.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
@@ -49,8 +50,8 @@ std::string unis_of(uint16_t bridge, const line_model& entities)
     for (const uni_port& uni : uni_ports(entities))
         for (const me_instance& port : entities.instances(me_class::mbpcd)) {
             const auto me = port.as<gpon_raw_mbpcd>();
-            const bool leads = me.tpPointer == uni.where.instance &&
-                               me.tpType == (uni.where.class_id == me_class::pptp ? 1 : 11);
+            const bool leads = me.tpPointer == uni.id.instance &&
+                               gpon::bridge_port_tp(me.tpType).class_id == uni.id.class_id;
             if (leads && me.bridgeID == bridge)
                 text += (text.empty() ? "" : ", ") + std::to_string(uni.number);
         }

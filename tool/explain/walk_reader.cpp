@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "include/packet_flow.h"
 #include "tool/explain/decision_texts.h"
 
 namespace gponflow {
@@ -246,7 +247,7 @@ private:
     void leave(int answer, unsigned status)
     {
         walk_step& step = *current();
-        step.passed = answer == 0 && status == 3;
+        step.passed = answer == 0 && status == FLOW_PKT_FORWARD_DONE;
         const bool last_tried = open_.back() + 1 == story_.steps.size();
         if (!step.passed && step.dead_end.empty() && last_tried)
             step.dead_end = end_text(model_, step.at);

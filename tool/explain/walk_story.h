@@ -27,8 +27,8 @@ struct walk_story {
     bool replayed = false;               ///< a rule was replayed; the steps are those of the rule
     bool learnt = false;                 ///< a rule was added
     std::vector<std::string> complaints; ///< errors that belong to no step
-    unsigned fwd_flag = 0;               ///< direction of the walk: 2 up from the UNI, 1 up to the
-                                         ///< ANI, 4 down from the ANI; 0 when the log has no walk
+    unsigned fwd_flag = 0;               ///< direction of the walk: an enum fwd_flag of
+                                         ///< include/packet_flow.h, 0 when the log has no walk
     bool dropped = false;                ///< the log reports that the frame failed
     bool inconsistent = false;           ///< enter and leave messages do not match:
                                          ///< lines of another frame are mixed in, or missing

@@ -20,16 +20,16 @@ std::string padded(std::string word)
     return word;
 }
 
-std::string one_line(const json& what)
+std::string one_line(const json& document)
 {
     std::ostringstream text;
-    print_json_line(what, text);
+    print_json_line(document, text);
     return text.str().substr(0, text.str().size() - 1);
 }
 
-const char* name_of(module_change::subject what)
+const char* name_of(module_change::subject subject)
 {
-    switch (what) {
+    switch (subject) {
     case module_change::subject::rule:
         return "rule";
     case module_change::subject::instance:
@@ -52,7 +52,7 @@ std::string text_of(const seen_rule& seen)
 std::string text_of(const module_change& change)
 {
     const std::string word = padded(change.change);
-    switch (change.what) {
+    switch (change.about) {
     case module_change::subject::rule:
         return word + text_of(change.rule) +
                (change.change == "learnt" ? "" : ", " + counted(change.rule.hits, "hit"));
@@ -68,12 +68,12 @@ std::string json_of(const module_change& change)
 {
     json whole = json_document("change");
     whole["number"] = change.number;
-    whole["subject"] = name_of(change.what);
+    whole["subject"] = name_of(change.about);
     whole["change"] = change.change;
-    if (change.what == module_change::subject::rule) {
+    if (change.about == module_change::subject::rule) {
         whole["rule"] = rule_json(change.rule.rule);
         whole["hits"] = change.rule.hits;
-    } else if (change.what == module_change::subject::instance) {
+    } else if (change.about == module_change::subject::instance) {
         whole["instance"] = instance_json(change.instance);
     } else {
         whole["buckets"] = change.buckets;

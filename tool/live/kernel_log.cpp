@@ -66,7 +66,7 @@ bool read_log_record(std::string_view record, log_record& read)
     return true;
 }
 
-bool is_kernel_chatter(std::string_view text)
+bool is_other_kernel_line(std::string_view text)
 {
     static const pattern chatter(
         R"(^(gpon_flow: (loading out-of-tree|module (license|verification))|)"
@@ -79,7 +79,7 @@ bool is_kernel_chatter(std::string_view text)
 
 void module_lines::add(const log_record& record)
 {
-    if (is_kernel_chatter(record.text)) {
+    if (is_other_kernel_line(record.text)) {
         interrupted_ = true;
         return;
     }

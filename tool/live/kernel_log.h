@@ -25,7 +25,7 @@ struct log_record {
 /// loading, the stack dump of an unknown call kind, and all lines that begin with the name of
 /// another part of the kernel and a colon. The module and the soft ONU begin no line with such a
 /// name, except with their own.
-[[nodiscard]] bool is_kernel_chatter(std::string_view text);
+[[nodiscard]] bool is_other_kernel_line(std::string_view text);
 
 /// Passes on the lines of the module and joins those that a line of the kernel cut in two.
 class module_lines {

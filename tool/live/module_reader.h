@@ -73,7 +73,7 @@ protected:
 
 /// A change of the rule table or of the store.
 struct module_change {
-    enum class subject { rule, instance, table } what = subject::rule;
+    enum class subject { rule, instance, table } about = subject::rule;
     std::string change;  ///< learnt, aged, flushed, deleted, lost; created, set, linked; grown
     uint32_t number = 0; ///< the next change has the next number
     seen_rule rule;

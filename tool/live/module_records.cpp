@@ -138,10 +138,10 @@ module_change change_of(const gpon_event& event, uint32_t number)
     result.number = number;
     result.buckets = event.buckets;
     if (event.kind == GPON_EVENT_INSTANCE_CHANGED) {
-        result.what = module_change::subject::instance;
+        result.about = module_change::subject::instance;
         result.instance = {event.class_id, event.inst_id};
     } else if (event.kind == GPON_EVENT_TABLE_GROWN) {
-        result.what = module_change::subject::table;
+        result.about = module_change::subject::table;
     } else {
         result.rule = rule_of(event.rule);
     }

@@ -40,9 +40,9 @@ const look& look_of(uint16_t class_id)
     return found == std::end(looks) ? default_look : *found;
 }
 
-std::string name_of(me_id what)
+std::string name_of(me_id id)
 {
-    return "\"" + to_text(what) + "\"";
+    return "\"" + to_text(id) + "\"";
 }
 
 // The most useful attributes of an instance, for its label.
@@ -74,8 +74,8 @@ std::string label(const me_instance& me)
 
 class dot_writer {
 public:
-    dot_writer(const line_model& what, const std::vector<me_id>& walked, std::ostream& out)
-        : model_(what), walked_(walked), out_(out)
+    dot_writer(const line_model& entities, const std::vector<me_id>& walked, std::ostream& out)
+        : model_(entities), walked_(walked), out_(out)
     {
     }
 
@@ -106,9 +106,9 @@ private:
         out_ << "];\n";
     }
 
-    std::string table_size(me_id what) const
+    std::string table_size(me_id id) const
     {
-        const tag_operation* operation = model_.operation(what);
+        const tag_operation* operation = model_.operation(id);
         return operation && operation->table_known ? "\\n" + counted(operation->rows.size(), "row")
                                                    : "";
     }
@@ -152,17 +152,17 @@ private:
     }
 
     // An operation that the scenario describes, but that the module does not have.
-    void write_plain_node(me_id what)
+    void write_plain_node(me_id id)
     {
         me_instance node;
-        node.id = what;
+        node.id = id;
         write_node(node);
     }
 
-    void write_absent_node(me_id what)
+    void write_absent_node(me_id id)
     {
-        if (absent_.insert(what).second)
-            out_ << "  " << name_of(what) << " [label=" << name_of(what)
+        if (absent_.insert(id).second)
+            out_ << "  " << name_of(id) << " [label=" << name_of(id)
                  << ", color=red, fontcolor=red, fillcolor=white, style=\"filled,dashed\"];\n";
     }
 
@@ -184,9 +184,9 @@ private:
 
 } // namespace
 
-void write_dot(const line_model& what, const std::vector<me_id>& walked, std::ostream& out)
+void write_dot(const line_model& entities, const std::vector<me_id>& walked, std::ostream& out)
 {
-    dot_writer(what, walked, out).write();
+    dot_writer(entities, walked, out).write();
 }
 
 } // namespace gponflow

@@ -31,23 +31,23 @@ bool holds(const std::vector<me_id>& all, me_id one)
 
 } // namespace
 
-void print_graph_json(const line_model& what, const std::vector<me_id>& walked,
+void print_graph_json(const line_model& entities, const std::vector<me_id>& walked,
                       const std::string& file, std::ostream& out)
 {
     json nodes = json::array();
     json edges = json::array();
-    for (const me_instance* one : what.all()) {
+    for (const me_instance* one : entities.all()) {
         json node = id_json(one->id);
         node["line"] = one->line;
         node["automatic"] = one->automatic;
         node["highlighted"] = holds(walked, one->id);
         node["attributes"] = attributes_json(*one);
         nodes.push_back(std::move(node));
-        for (const me_pointer& pointer : what.pointers(*one))
+        for (const me_pointer& pointer : entities.pointers(*one))
             edges.push_back({{"from", id_json(pointer.from)},
                              {"to", id_json(pointer.to)},
                              {"attribute", pointer.attribute},
-                             {"state", state_name(what.state(pointer))}});
+                             {"state", state_name(entities.state(pointer))}});
     }
     json whole = json_document("graph");
     whole["scenario"] = file;

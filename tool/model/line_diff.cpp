@@ -35,9 +35,9 @@ std::string field_text(const me_instance& of, const gpon_me_field& field)
     return text;
 }
 
-std::span<const gpon_me_field> fields_of(me_id what)
+std::span<const gpon_me_field> fields_of(me_id id)
 {
-    const class_record* known = find_me_class(what.class_id);
+    const class_record* known = find_me_class(id.class_id);
     return known ? known->fields : std::span<const gpon_me_field>{};
 }
 
@@ -107,25 +107,25 @@ std::string attributes_text(const me_instance& of)
     return text;
 }
 
-void print_difference(const line_difference& what, const line_model& left, const line_model& right,
-                      std::ostream& out)
+void print_difference(const line_difference& difference, const line_model& left,
+                      const line_model& right, std::ostream& out)
 {
-    print_instances('-', what.only_left, left, out);
-    print_instances('+', what.only_right, right, out);
-    for (const changed_attribute& one : what.changed)
-        out << "~ " << to_text(one.where) << ' ' << one.name << ": " << one.left << " -> "
-            << one.right << '\n';
-    out << counted(what.only_left.size(), "instance") << " only in the first, "
-        << counted(what.only_right.size(), "instance") << " only in the second, "
-        << counted(what.changed.size(), "attribute") << " changed\n";
+    print_instances('-', difference.only_left, left, out);
+    print_instances('+', difference.only_right, right, out);
+    for (const changed_attribute& one : difference.changed)
+        out << "~ " << to_text(one.id) << ' ' << one.name << ": " << one.left << " -> " << one.right
+            << '\n';
+    out << counted(difference.only_left.size(), "instance") << " only in the first, "
+        << counted(difference.only_right.size(), "instance") << " only in the second, "
+        << counted(difference.changed.size(), "attribute") << " changed\n";
 }
 
-void print_difference_json(const line_difference& what, const std::string& left,
+void print_difference_json(const line_difference& difference, const std::string& left,
                            const std::string& right, std::ostream& out)
 {
     json changed = json::array();
-    for (const changed_attribute& one : what.changed) {
-        json entry = id_json(one.where);
+    for (const changed_attribute& one : difference.changed) {
+        json entry = id_json(one.id);
         entry["attribute"] = one.name;
         entry["first"] = one.left;
         entry["second"] = one.right;
@@ -134,8 +134,8 @@ void print_difference_json(const line_difference& what, const std::string& left,
     json whole = json_document("diff");
     whole["first"] = left;
     whole["second"] = right;
-    whole["only_in_first"] = ids_json(what.only_left);
-    whole["only_in_second"] = ids_json(what.only_right);
+    whole["only_in_first"] = ids_json(difference.only_left);
+    whole["only_in_second"] = ids_json(difference.only_right);
     whole["changed"] = std::move(changed);
     print_json(whole, out);
 }

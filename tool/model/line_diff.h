@@ -12,7 +12,7 @@ namespace gponflow {
 
 /// One attribute with different values; lists are separated by commas.
 struct changed_attribute {
-    me_id where;
+    me_id id;
     std::string name;
     std::string left;
     std::string right;
@@ -35,11 +35,11 @@ struct line_difference {
 
 /// "- INSTANCE" and "+ INSTANCE" with their attributes, "~ INSTANCE ATTRIBUTE: A -> B", and a line
 /// with the numbers.
-void print_difference(const line_difference& what, const line_model& left, const line_model& right,
-                      std::ostream& out);
+void print_difference(const line_difference& difference, const line_model& left,
+                      const line_model& right, std::ostream& out);
 
 /// Prints the document gponflow-diff-1; the names are those of the inputs.
-void print_difference_json(const line_difference& what, const std::string& left,
+void print_difference_json(const line_difference& difference, const std::string& left,
                            const std::string& right, std::ostream& out);
 
 /// The attributes of an instance that are not 0: "bridgeID=1 tpType=5 tpPointer=0x0011".

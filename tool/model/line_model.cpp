@@ -46,12 +46,12 @@ void change_row(recorded_row& row, uint16_t id, uint8_t message)
 
 } // namespace
 
-std::string to_text(me_id what)
+std::string to_text(me_id me)
 {
     char id[8];
-    std::snprintf(id, sizeof(id), "0x%04x", what.instance);
-    const class_record* known = find_me_class(what.class_id);
-    return (known ? std::string(known->name) : "class " + std::to_string(what.class_id)) + " " + id;
+    std::snprintf(id, sizeof(id), "0x%04x", me.instance);
+    const class_record* known = find_me_class(me.class_id);
+    return (known ? std::string(known->name) : "class " + std::to_string(me.class_id)) + " " + id;
 }
 
 const recorded_row* me_instance::row_of(uint16_t class_id) const
@@ -117,17 +117,17 @@ std::vector<me_id> line_model::tag_operations() const
     return all;
 }
 
-const tag_operation* line_model::operation(me_id what) const
+const tag_operation* line_model::operation(me_id id) const
 {
-    const auto found = operations_.find(what);
+    const auto found = operations_.find(id);
     return found == operations_.end() ? nullptr : &found->second.operation;
 }
 
-unsigned line_model::operation_line(me_id what) const
+unsigned line_model::operation_line(me_id id) const
 {
-    if (const auto found = operations_.find(what); found != operations_.end())
+    if (const auto found = operations_.find(id); found != operations_.end())
         return found->second.line;
-    const me_instance* one = find(what);
+    const me_instance* one = find(id);
     return one ? one->line : 0;
 }
 
@@ -179,34 +179,35 @@ void line_model::number_places(uint16_t class_id)
         places.emplace(list[i].id.instance, i);
 }
 
-void line_model::report(const me_pointer& what, uint8_t message, unsigned line)
+void line_model::report(const me_pointer& pointer, uint8_t message, unsigned line)
 {
-    me_instance* holder = find(what.to);
+    me_instance* holder = find(pointer.to);
     if (!holder) {
-        const class_record* known = find_me_class(what.to.class_id);
+        const class_record* known = find_me_class(pointer.to.class_id);
         if (!known || !known->created_by_links || message == ZR_OMCI_MSG_TYPE_DELETE)
             return;
-        holder = &add(what.to, *known, line);
+        holder = &add(pointer.to, *known, line);
         holder->automatic = true;
         if (known->fill_defaults)
             known->fill_defaults(holder->raw.data(), configuration_);
     }
-    const auto row = std::ranges::find(holder->rows, what.from.class_id, &recorded_row::class_id);
+    const auto row =
+        std::ranges::find(holder->rows, pointer.from.class_id, &recorded_row::class_id);
     if (row != holder->rows.end())
-        change_row(*row, what.from.instance, message);
+        change_row(*row, pointer.from.instance, message);
 }
 
-me_instance& line_model::add(me_id what, const class_record& known, unsigned line)
+me_instance& line_model::add(me_id id, const class_record& known, unsigned line)
 {
     me_instance made;
-    made.id = what;
+    made.id = id;
     made.line = line;
     made.raw.resize(known.raw_size);
-    std::memcpy(made.raw.data(), &what.instance, sizeof(what.instance));
+    std::memcpy(made.raw.data(), &id.instance, sizeof(id.instance));
     for (const recordable_links& links : known.links)
         made.rows.push_back({links.class_id, links.capacity, {}});
-    std::vector<me_instance>& list = classes_[what.class_id];
-    places_[what.class_id].emplace(what.instance, list.size());
+    std::vector<me_instance>& list = classes_[id.class_id];
+    places_[id.class_id].emplace(id.instance, list.size());
     return list.emplace_back(std::move(made));
 }
 
@@ -226,18 +227,18 @@ std::vector<const me_instance*> line_model::all() const
     return result;
 }
 
-const me_instance* line_model::find(me_id what) const
+const me_instance* line_model::find(me_id id) const
 {
-    const auto places = places_.find(what.class_id);
+    const auto places = places_.find(id.class_id);
     if (places == places_.end())
         return nullptr;
-    const auto place = places->second.find(what.instance);
-    return place == places->second.end() ? nullptr : &instances(what.class_id)[place->second];
+    const auto place = places->second.find(id.instance);
+    return place == places->second.end() ? nullptr : &instances(id.class_id)[place->second];
 }
 
-me_instance* line_model::find(me_id what)
+me_instance* line_model::find(me_id id)
 {
-    return const_cast<me_instance*>(std::as_const(*this).find(what));
+    return const_cast<me_instance*>(std::as_const(*this).find(id));
 }
 
 std::vector<me_pointer> line_model::pointers(const me_instance& from) const
@@ -264,13 +265,13 @@ std::vector<me_pointer> line_model::pointers(const me_instance& from) const
     return result;
 }
 
-pointer_state line_model::state(const me_pointer& what) const
+pointer_state line_model::state(const me_pointer& pointer) const
 {
-    const me_instance* holder = find(what.to);
+    const me_instance* holder = find(pointer.to);
     if (!holder)
         return pointer_state::missing;
-    const recorded_row* row = holder->row_of(what.from.class_id);
-    if (!row || is_recorded(row->instances, what.from.instance))
+    const recorded_row* row = holder->row_of(pointer.from.class_id);
+    if (!row || is_recorded(row->instances, pointer.from.instance))
         return pointer_state::recorded;
     return row->instances.size() < row->places ? pointer_state::unrecorded
                                                : pointer_state::overflowed;

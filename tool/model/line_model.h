@@ -31,7 +31,10 @@ struct me_id {
 };
 
 /// "GEM_PORT_CTP 0x0001".
-[[nodiscard]] std::string to_text(me_id what);
+[[nodiscard]] std::string to_text(me_id id);
+
+/// `direction` of a GEM port CTP (G.988 9.2.3).
+enum gem_direction : uint32_t { gem_upstream = 1, gem_downstream = 2, gem_both = 3 };
 
 /// The instances of one class that the module has recorded as pointing at an instance.
 struct recorded_row {
@@ -100,11 +103,11 @@ public:
     /// All instances, by class in the order of the class table.
     [[nodiscard]] std::vector<const me_instance*> all() const;
     /// Null without such an instance.
-    [[nodiscard]] const me_instance* find(me_id what) const;
+    [[nodiscard]] const me_instance* find(me_id id) const;
 
     /// The pointers of the instance's raw record, even if their targets do not exist.
     [[nodiscard]] std::vector<me_pointer> pointers(const me_instance& from) const;
-    [[nodiscard]] pointer_state state(const me_pointer& what) const;
+    [[nodiscard]] pointer_state state(const me_pointer& pointer) const;
     /// Instances of a class that a walk can reach from one, in the order in which it tries them:
     /// ids that the instance has recorded, then instances that have recorded it.
     [[nodiscard]] std::vector<me_id> related(me_id from, uint16_t class_id) const;
@@ -112,18 +115,18 @@ public:
     /// Tagging operations of both classes, those without facts included, by class and id.
     [[nodiscard]] std::vector<me_id> tag_operations() const;
     /// Null if only the existence of the operation is known.
-    [[nodiscard]] const tag_operation* operation(me_id what) const;
+    [[nodiscard]] const tag_operation* operation(me_id id) const;
     /// Line of the scenario that last wrote the operation; 0 if there is none.
-    [[nodiscard]] unsigned operation_line(me_id what) const;
+    [[nodiscard]] unsigned operation_line(me_id id) const;
 
     [[nodiscard]] const gpon_flow_cfg_data& configuration() const { return configuration_; }
 
 private:
-    [[nodiscard]] me_instance* find(me_id what);
-    me_instance& add(me_id what, const class_record& known, unsigned line);
+    [[nodiscard]] me_instance* find(me_id id);
+    me_instance& add(me_id id, const class_record& known, unsigned line);
     void store(const me_command& command, const class_record& known, unsigned line);
     void remove(const me_command& command);
-    void report(const me_pointer& what, uint8_t message, unsigned line);
+    void report(const me_pointer& pointer, uint8_t message, unsigned line);
 
     void number_places(uint16_t class_id);
 

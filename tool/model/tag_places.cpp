@@ -12,21 +12,21 @@ namespace {
 constexpr std::array<uint16_t, 3> same_id_classes = {me_class::pptp, me_class::veip,
                                                      me_class::mbpcd};
 
-std::optional<me_id> with_same_id(const line_model& what, me_id operation)
+std::optional<me_id> with_same_id(const line_model& entities, me_id operation)
 {
     for (const uint16_t class_id : same_id_classes)
-        if (what.find({class_id, operation.instance}))
+        if (entities.find({class_id, operation.instance}))
             return me_id{class_id, operation.instance};
     return {};
 }
 
 } // namespace
 
-std::optional<me_id> place_of(const line_model& what, me_id operation)
+std::optional<me_id> place_of(const line_model& entities, me_id operation)
 {
-    const tag_operation* known = what.operation(operation);
+    const tag_operation* known = entities.operation(operation);
     if (operation.class_id == me_class::vtocd && (!known || known->association.value_or(0) == 0))
-        return with_same_id(what, operation);
+        return with_same_id(entities, operation);
     if (!known)
         return {};
     const uint16_t class_id = associated_class(*known);
@@ -35,11 +35,11 @@ std::optional<me_id> place_of(const line_model& what, me_id operation)
     return me_id{class_id, known->associated};
 }
 
-std::string placement_fault(const line_model& what, me_id operation)
+std::string placement_fault(const line_model& entities, me_id operation)
 {
-    if (const auto place = place_of(what, operation))
-        return what.find(*place) ? "" : to_text(*place) + " does not exist";
-    const tag_operation* known = what.operation(operation);
+    if (const auto place = place_of(entities, operation))
+        return entities.find(*place) ? "" : to_text(*place) + " does not exist";
+    const tag_operation* known = entities.operation(operation);
     if (operation.class_id == me_class::vtocd && (!known || known->association.value_or(0) == 0))
         return "no UNI or bridge port has its id";
     if (!known || !known->association)
@@ -48,11 +48,11 @@ std::string placement_fault(const line_model& what, me_id operation)
            association_name(operation.class_id, *known->association) + ")";
 }
 
-std::vector<me_id> operations_at(const line_model& what, me_id place)
+std::vector<me_id> operations_at(const line_model& entities, me_id place)
 {
     std::vector<me_id> result;
-    for (const me_id operation : what.tag_operations())
-        if (place_of(what, operation) == place)
+    for (const me_id operation : entities.tag_operations())
+        if (place_of(entities, operation) == place)
             result.push_back(operation);
     return result;
 }

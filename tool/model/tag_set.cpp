@@ -18,7 +18,6 @@ constexpr uint16_t whole = 0xffff;
 constexpr unsigned vlans = 0x1000;
 constexpr unsigned priorities = 8;
 constexpr unsigned priority_shift = 13;
-constexpr unsigned downstream_only = 2;
 
 enum class tagged_frames : uint8_t { pass, drop, pass_listed, drop_listed };
 
@@ -90,32 +89,33 @@ bool passes(const gpon_raw_vtfd& filter, uint16_t tci)
     return is_listed(filter, row.mask, tci) == (row.tagged == tagged_frames::pass_listed);
 }
 
-bool forwards_untagged(const line_model& what, const gpon_raw_mapper& mapper)
+bool forwards_untagged(const line_model& entities, const gpon_raw_mapper& mapper)
 {
     if (mapper.unmark_frame_opt == 1)
         return mapper.defaultPbit < priorities &&
-               leads_upstream(what, mapper.pbit_GemIWTP[mapper.defaultPbit]);
+               leads_upstream(entities, mapper.pbit_GemIWTP[mapper.defaultPbit]);
     // By DSCP: any of the priorities.
     return mapper.unmark_frame_opt == 0 &&
            std::ranges::any_of(mapper.pbit_GemIWTP,
-                               [&](uint16_t gem_iw) { return leads_upstream(what, gem_iw); });
+                               [&](uint16_t gem_iw) { return leads_upstream(entities, gem_iw); });
 }
 
-bool forwards(const line_model& what, const gpon_raw_mapper& mapper, uint16_t tci)
+bool forwards(const line_model& entities, const gpon_raw_mapper& mapper, uint16_t tci)
 {
-    return tci == untagged_tci ? forwards_untagged(what, mapper)
-                               : leads_upstream(what, mapper.pbit_GemIWTP[tci >> priority_shift]);
+    return tci == untagged_tci
+               ? forwards_untagged(entities, mapper)
+               : leads_upstream(entities, mapper.pbit_GemIWTP[tci >> priority_shift]);
 }
 
-bool forwards(const line_model& what, const gpon_raw_mbpcd& port, uint16_t tci)
+bool forwards(const line_model& entities, const gpon_raw_mbpcd& port, uint16_t tci)
 {
     switch (gpon::bridge_port_tp(port.tpType).class_id) {
     case me_class::mapper: {
-        const me_instance* mapper = what.find({me_class::mapper, port.tpPointer});
-        return mapper && forwards(what, mapper->as<gpon_raw_mapper>(), tci);
+        const me_instance* mapper = entities.find({me_class::mapper, port.tpPointer});
+        return mapper && forwards(entities, mapper->as<gpon_raw_mapper>(), tci);
     }
     case me_class::gemiw:
-        return leads_upstream(what, port.tpPointer);
+        return leads_upstream(entities, port.tpPointer);
     default:
         return false;
     }
@@ -156,27 +156,27 @@ tag_set tagged_part(const operation& row, const gpon_raw_vtfd& filter)
     }
 }
 
-tag_set forwarded_by(const line_model& what, const gpon_raw_mapper& mapper)
+tag_set forwarded_by(const line_model& entities, const gpon_raw_mapper& mapper)
 {
     std::array<bool, priorities> leads{};
     for (unsigned i = 0; i < priorities; ++i)
-        leads[i] = leads_upstream(what, mapper.pbit_GemIWTP[i]);
+        leads[i] = leads_upstream(entities, mapper.pbit_GemIWTP[i]);
     tag_set tags;
     for (unsigned tci = 1; tci < tags.size(); ++tci)
         tags[tci] = leads[tci >> priority_shift];
-    tags[untagged_tci] = forwards_untagged(what, mapper);
+    tags[untagged_tci] = forwards_untagged(entities, mapper);
     return tags;
 }
 
-tag_set forwarded_behind(const line_model& what, const gpon_raw_mbpcd& port)
+tag_set forwarded_behind(const line_model& entities, const gpon_raw_mbpcd& port)
 {
     switch (gpon::bridge_port_tp(port.tpType).class_id) {
     case me_class::mapper: {
-        const me_instance* mapper = what.find({me_class::mapper, port.tpPointer});
-        return mapper ? forwarded_by(what, mapper->as<gpon_raw_mapper>()) : tag_set();
+        const me_instance* mapper = entities.find({me_class::mapper, port.tpPointer});
+        return mapper ? forwarded_by(entities, mapper->as<gpon_raw_mapper>()) : tag_set();
     }
     case me_class::gemiw:
-        return leads_upstream(what, port.tpPointer) ? ~tag_set() : tag_set();
+        return leads_upstream(entities, port.tpPointer) ? ~tag_set() : tag_set();
     default:
         return {};
     }
@@ -258,31 +258,31 @@ uint16_t compared_bits(uint8_t forward_operation)
     return forward_operation < std::size(operations) ? operations[forward_operation].mask : 0;
 }
 
-bool leads_upstream(const line_model& what, uint16_t gem_iw)
+bool leads_upstream(const line_model& entities, uint16_t gem_iw)
 {
-    const me_instance* point = what.find({me_class::gemiw, gem_iw});
+    const me_instance* point = entities.find({me_class::gemiw, gem_iw});
     if (!point)
         return false;
     const me_instance* ctp =
-        what.find({me_class::gemctp, point->as<gpon_raw_gemiw>().gemCTPInstID});
-    return ctp && ctp->as<gpon_raw_gemctp>().direction != downstream_only;
+        entities.find({me_class::gemctp, point->as<gpon_raw_gemiw>().gemCTPInstID});
+    return ctp && ctp->as<gpon_raw_gemctp>().direction != gem_downstream;
 }
 
-tag_set accepted_upstream(const line_model& what, const me_instance& port)
+tag_set accepted_upstream(const line_model& entities, const me_instance& port)
 {
-    const tag_set forwarded = forwarded_behind(what, port.as<gpon_raw_mbpcd>());
-    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    const tag_set forwarded = forwarded_behind(entities, port.as<gpon_raw_mbpcd>());
+    const me_instance* filter = entities.find({me_class::vtfd, port.id.instance});
     if (!filter || !port.records(filter->id))
         return forwarded;
     return forwarded & passed_by(filter->as<gpon_raw_vtfd>());
 }
 
-bool accepts_upstream(const line_model& what, const me_instance& port, uint16_t tci)
+bool accepts_upstream(const line_model& entities, const me_instance& port, uint16_t tci)
 {
-    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    const me_instance* filter = entities.find({me_class::vtfd, port.id.instance});
     if (filter && port.records(filter->id) && !passes(filter->as<gpon_raw_vtfd>(), tci))
         return false;
-    return forwards(what, port.as<gpon_raw_mbpcd>(), tci);
+    return forwards(entities, port.as<gpon_raw_mbpcd>(), tci);
 }
 
 bool has_all_vlans(const tag_set& tags)

@@ -25,14 +25,15 @@ constexpr uint16_t untagged_tci = 0;
 
 /// Whether upstream frames leave through the GEM IW TP: it and its GEM port exist, and the port is
 /// not for downstream only.
-[[nodiscard]] bool leads_upstream(const line_model& what, uint16_t gem_iw);
+[[nodiscard]] bool leads_upstream(const line_model& entities, uint16_t gem_iw);
 
 /// Upstream frames that leave through the port: those that its filter passes and that its mapper or
 /// GEM IW TP forwards. Empty for a port of the UNI side or of a multicast point.
-[[nodiscard]] tag_set accepted_upstream(const line_model& what, const me_instance& port);
+[[nodiscard]] tag_set accepted_upstream(const line_model& entities, const me_instance& port);
 
 /// Whether the set contains the TCI, without building the set.
-[[nodiscard]] bool accepts_upstream(const line_model& what, const me_instance& port, uint16_t tci);
+[[nodiscard]] bool accepts_upstream(const line_model& entities, const me_instance& port,
+                                    uint16_t tci);
 
 /// The priorities with which the set contains the VLAN, a bit for each.
 [[nodiscard]] unsigned priorities_of(const tag_set& tags, unsigned vlan);

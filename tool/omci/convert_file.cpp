@@ -42,11 +42,11 @@ bool write_scenario(const std::string& path, const std::string& text, std::ostre
     return static_cast<bool>(file);
 }
 
-void print_remarks(std::ostream& err, const std::string& path, std::string_view what,
+void print_remarks(std::ostream& err, const std::string& path, std::string_view name,
                    const std::vector<remark>& remarks)
 {
     for (const remark& item : remarks)
-        err << path << ": warning: frame " << item.frame << ": " << what << item.text << '\n';
+        err << path << ": warning: frame " << item.frame << ": " << name << item.text << '\n';
 }
 
 std::optional<mac_address> address_of(const std::string& onu)

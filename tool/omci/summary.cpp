@@ -10,18 +10,18 @@ namespace gponflow::omci {
 
 namespace {
 
-std::string number_of(size_t number, std::string_view what)
+std::string number_of(size_t number, std::string_view name)
 {
-    return std::to_string(number) + " " + std::string(what);
+    return std::to_string(number) + " " + std::string(name);
 }
 
 // "2 create, 1 set", without the zeros.
 std::string request_text(const request_counts& counts)
 {
     std::string text;
-    const auto add = [&text](size_t number, std::string_view what) {
+    const auto add = [&text](size_t number, std::string_view name) {
         if (number != 0)
-            text += (text.empty() ? "" : ", ") + number_of(number, what);
+            text += (text.empty() ? "" : ", ") + number_of(number, name);
     };
     add(counts.creates, "create");
     add(counts.sets, "set");
@@ -86,9 +86,9 @@ std::vector<remark> unpaired_remarks(const pairing& pairs)
     return remarks;
 }
 
-std::string count_line(size_t number, std::string_view what)
+std::string count_line(size_t number, std::string_view name)
 {
-    return number == 0 ? std::string{} : comment_line(number_of(number, what));
+    return number == 0 ? std::string{} : comment_line(number_of(number, name));
 }
 
 } // namespace

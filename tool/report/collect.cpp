@@ -5,6 +5,7 @@
 #include <map>
 #include <tuple>
 
+#include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
@@ -40,9 +41,9 @@ std::string bridge_text(const walk_story& story, const line_model& entities)
 
 std::string entry_text(const packet_options& options)
 {
-    if (options.kind == 0)
+    if (options.kind == GPON_API_UP_UNI)
         return "UNI " + std::to_string(options.port_word >> 4 & 15);
-    if (options.kind == 3)
+    if (options.kind == GPON_API_DOWN_ANI)
         return "GEM port " + std::to_string(options.gem);
     return {};
 }
@@ -214,7 +215,7 @@ private:
                 texts.push_back(place + to_text(step.operation) + ": " + step.row);
         };
         add(explained.tagging, "");
-        if (flow.kind == 3 && flow.fate == frame_fate::passed)
+        if (flow.kind == GPON_API_DOWN_ANI && flow.fate == frame_fate::passed)
             for (const leaving_frame& one :
                  carry_to_unis(data_.entities, flow.way, explained.input.frame.data))
                 add(one.carried, "to " + to_text(one.uni) + ", ");

@@ -17,23 +17,23 @@ constexpr size_t most_rows = 12; // of a column; the rest is beside it
 constexpr size_t columns = 9;
 
 // In the order of the path of a frame from the subscriber to the fibre.
-size_t column_of(const line_model& entities, me_id what)
+size_t column_of(const line_model& entities, me_id id)
 {
     const auto side_of_port = [&](me_id port) {
         const me_instance* me = entities.find(port);
         return me ? gpon::bridge_port_tp(me->as<gpon_raw_mbpcd>().tpType).side : tp_side::none;
     };
-    switch (what.class_id) {
+    switch (id.class_id) {
     case me_class::pptp:
     case me_class::veip:
         return 0;
     case me_class::mbpcd:
-        return side_of_port(what) == tp_side::ani ? 3 : 1;
+        return side_of_port(id) == tp_side::ani ? 3 : 1;
     case me_class::vtfd:
-        return side_of_port({me_class::mbpcd, what.instance}) == tp_side::ani ? 3 : 1;
+        return side_of_port({me_class::mbpcd, id.instance}) == tp_side::ani ? 3 : 1;
     case me_class::vtocd:
     case me_class::evtocd: {
-        const me_id of = tagged_by(entities, what);
+        const me_id of = tagged_by(entities, id);
         return of.class_id == me_class::none || of.class_id == me_class::evtocd
                    ? 0
                    : column_of(entities, of);
@@ -61,8 +61,8 @@ struct place {
 
 class service_drawing {
 public:
-    service_drawing(const line_model& entities, const service& what, const entity_numbers& numbers)
-        : model_(entities), what_(what), numbers_(numbers)
+    service_drawing(const line_model& entities, const service& drawn, const entity_numbers& numbers)
+        : model_(entities), drawn_(drawn), numbers_(numbers)
     {
         lay_out();
     }
@@ -70,7 +70,7 @@ public:
     std::string text()
     {
         std::string lines, boxes;
-        for (const me_id id : what_.members) {
+        for (const me_id id : drawn_.members) {
             boxes += box(id);
             if (const me_instance* me = model_.find(id))
                 lines += lines_from(*me);
@@ -86,7 +86,7 @@ private:
     {
         std::array<std::vector<me_id>, columns> of;
         size_t tallest = 1;
-        for (const me_id id : what_.members)
+        for (const me_id id : drawn_.members)
             of.at(column_of(model_, id)).push_back(id);
         for (const auto& column : of)
             tallest = std::max(tallest, std::min(column.size(), most_rows));
@@ -102,9 +102,9 @@ private:
         height_ = static_cast<int>(tallest) * row_pitch + margin;
     }
 
-    std::string number_of(me_id what) const
+    std::string number_of(me_id id) const
     {
-        const auto found = numbers_.find(what);
+        const auto found = numbers_.find(id);
         return found == numbers_.end() ? "" : std::to_string(found->second);
     }
 
@@ -185,7 +185,7 @@ private:
     static constexpr size_t most_letters = 19;
 
     const line_model& model_;
-    const service& what_;
+    const service& drawn_;
     const entity_numbers& numbers_;
     std::map<me_id, place> places_;
     int width_ = 0, height_ = 0;
@@ -201,10 +201,10 @@ entity_numbers number_entities(const line_model& entities)
     return numbers;
 }
 
-std::string draw_service(const line_model& entities, const service& what,
+std::string draw_service(const line_model& entities, const service& drawn,
                          const entity_numbers& numbers)
 {
-    return service_drawing(entities, what, numbers).text();
+    return service_drawing(entities, drawn, numbers).text();
 }
 
 } // namespace gponflow

@@ -15,7 +15,7 @@ using entity_numbers = std::map<me_id, size_t>;
 
 /// An <svg> element. A box is a link to the row of its instance, #eNUMBER; the style of the page
 /// gives boxes their size. A line has the numbers of both ends.
-[[nodiscard]] std::string draw_service(const line_model& entities, const service& what,
+[[nodiscard]] std::string draw_service(const line_model& entities, const service& drawn,
                                        const entity_numbers& numbers);
 
 } // namespace gponflow

@@ -11,17 +11,17 @@ namespace gponflow {
 
 namespace {
 
-std::string id_text(me_id what)
+std::string id_text(me_id id)
 {
-    const std::string full = to_text(what);
+    const std::string full = to_text(id);
     return full.substr(full.find(" 0x") + 1);
 }
 
-std::string in_words(me_id what, const line_model& entities)
+std::string in_words(me_id id, const line_model& entities)
 {
-    std::string text = kind_text(what.class_id) + " " + id_text(what);
-    const me_instance* me = entities.find(what);
-    if (me && what.class_id == me_class::vtfd) {
+    std::string text = kind_text(id.class_id) + " " + id_text(id);
+    const me_instance* me = entities.find(id);
+    if (me && id.class_id == me_class::vtfd) {
         char operation[8];
         std::snprintf(operation, sizeof(operation), "0x%02x",
                       me->as<gpon_raw_vtfd>().forwardOperation);

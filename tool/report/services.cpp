@@ -48,11 +48,11 @@ private:
         service& into;
         std::set<me_id>& known;
 
-        bool add(me_id what) const
+        bool add(me_id id) const
         {
-            if (!known.insert(what).second)
+            if (!known.insert(id).second)
                 return false;
-            into.members.push_back(what);
+            into.members.push_back(id);
             return true;
         }
     };
@@ -119,11 +119,11 @@ private:
     }
 
     // "VLAN 100, 200: Ethernet UNI 0x0101, bridge 0x0001, GEM port 1025".
-    std::string title_of(const service& what) const
+    std::string title_of(const service& shown) const
     {
         std::string vlans, unis, gems;
         uint16_t bridge = 0;
-        for (const me_id id : what.members) {
+        for (const me_id id : shown.members) {
             const me_instance* me = model_.find(id);
             if (me && id.class_id == me_class::mbpcd && side_of(*me) == tp_side::ani)
                 vlans = vlans_of(id);

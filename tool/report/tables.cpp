@@ -260,7 +260,7 @@ template_value finding_values(const report_data& data)
     for (const finding& one : std::span(data.findings).first(shown)) {
         template_value row;
         row.set("weight", name_of(one.weight));
-        row.set("where", to_text(one.where));
+        row.set("where", to_text(one.id));
         row.set("line", number(one.line));
         row.set("reason", escape(one.reason));
         row.set("change", escape(one.change));

@@ -95,7 +95,7 @@ struct echo_command {
 
 /// Findings of `check` that the author of the scenario accepts. The module does not see it.
 struct silence_command {
-    silence what;
+    silence silenced;
 };
 
 /// Attributes of a tagging operation that the module does not store. The module does not see it.

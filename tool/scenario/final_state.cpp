@@ -43,7 +43,7 @@ std::vector<silence> silences_of(const scenario& input)
     std::vector<silence> all;
     for (const scenario_line& line : input.lines)
         if (const auto* command = std::get_if<silence_command>(&line.command))
-            all.push_back(command->what);
+            all.push_back(command->silenced);
     return all;
 }
 

@@ -187,12 +187,12 @@ any_command parse_silence(words_of_command words)
     if (!find_rule(words[0].text))
         throw syntax_error{words[0].column, "unknown rule " + in_quotes(words[0].text) +
                                                 suggestion(words[0].text, rule_names())};
-    silence what{words[0].text, {}, {}};
+    silence parsed{words[0].text, {}, {}};
     if (words.size() > 1)
-        what.class_id = read_class({"class", words[1].text, words[1].column});
+        parsed.class_id = read_class({"class", words[1].text, words[1].column});
     if (words.size() > 2)
-        what.instance = read_field<uint16_t>({"instance id", words[2].text, words[2].column});
-    return silence_command{what};
+        parsed.instance = read_field<uint16_t>({"instance id", words[2].text, words[2].column});
+    return silence_command{parsed};
 }
 
 struct command_row {

@@ -74,11 +74,11 @@ const path_memory::path* path_memory::find(const std::string& key) const
     return found == known_.end() ? nullptr : &found->second;
 }
 
-void path_memory::add(std::string key, const path& what)
+void path_memory::add(std::string key, const path& folder)
 {
     if (known_.size() >= most_paths)
         known_.clear();
-    known_.insert_or_assign(std::move(key), what);
+    known_.insert_or_assign(std::move(key), folder);
 }
 
 } // namespace gponflow

@@ -13,14 +13,14 @@ json json_document(std::string_view name, unsigned version)
     return {{"schema", "gponflow-" + std::string(name) + "-" + std::to_string(version)}};
 }
 
-void print_json(const json& what, std::ostream& out)
+void print_json(const json& document, std::ostream& out)
 {
-    out << what.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+    out << document.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
 }
 
-void print_json_line(const json& what, std::ostream& out)
+void print_json_line(const json& document, std::ostream& out)
 {
-    out << what.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
+    out << document.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
 }
 
 } // namespace gponflow

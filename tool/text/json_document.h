@@ -18,9 +18,9 @@ using json = nlohmann::ordered_json;
 
 /// Prints with indentation and a line feed. File names may contain any bytes: those that are no
 /// UTF-8 are replaced.
-void print_json(const json& what, std::ostream& out);
+void print_json(const json& document, std::ostream& out);
 
 /// The same on one line, for a stream of documents.
-void print_json_line(const json& what, std::ostream& out);
+void print_json_line(const json& document, std::ostream& out);
 
 } // namespace gponflow
