@@ -26,7 +26,7 @@ std::vector<std::string> differences(const std::string& left, const std::string&
     std::vector<std::string> texts;
     for (const changed_attribute& one :
          difference_of(final_entities(parse_good(left)), final_entities(parse_good(right))).changed)
-        texts.push_back(to_text(one.where) + " " + one.name + ": " + one.left + " -> " + one.right);
+        texts.push_back(to_text(one.id) + " " + one.name + ": " + one.left + " -> " + one.right);
     return texts;
 }
 
