@@ -7,6 +7,7 @@
 #include <memory>
 #include <sstream>
 
+#include "platform/api/platform_hook.h"
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
@@ -78,8 +79,8 @@ std::vector<me_id> walked_by(const graph_request& request, const scenario& input
     if (status != status_ok)
         return walked;
     for (const explanation& half : answer_question(question, session).halves)
-        for (const me_id at :
-             half.input.options.kind == 2 ? std::vector<me_id>{} : highlighted(half))
+        for (const me_id at : half.input.options.kind == GPON_API_DOWN_UNI ? std::vector<me_id>{}
+                                                                           : highlighted(half))
             walked.push_back(at);
     return walked;
 }

@@ -133,8 +133,8 @@ CLI::App* add_view(CLI::App& show, const std::shared_ptr<show_request>& request,
     add_source_options(*sub, request->source);
     CLI::Option* as_json = sub->add_flag("--json", request->json, "Print JSON");
     sub->add_flag("--table", request->table, "Print a table (default)")->excludes(as_json);
-    sub->callback([request, what] {
-        if (const int status = run_view(*request, what); status != status_ok)
+    sub->callback([request, chosen] {
+        if (const int status = run_view(*request, chosen); status != status_ok)
             throw CLI::RuntimeError(status);
     });
     return sub;

@@ -122,7 +122,7 @@ void print_places(const verdict& result, const line_model& entities, const scena
                   std::ostream& out)
 {
     for (size_t i = 0; i < std::min(most_branches, result.faults.size()); ++i)
-        if (const me_instance* me = entities.find(result.faults[i].where); me && me->line != 0)
+        if (const me_instance* me = entities.find(result.faults[i].entity); me && me->line != 0)
             out << to_text(me->id) << " is written in " << place_of(input, me->line) << ".\n";
 }
 
@@ -173,7 +173,7 @@ json half_json(const explanation& half)
                   {"learnt", half.story.learnt},
                   {"tagging", tagging_json(half.tagging)},
                   {"steps", steps_json(half.story)}};
-    if (half.input.options.kind == 3)
+    if (half.input.options.kind == GPON_API_DOWN_ANI)
         whole["leaving"] = leaving_json(half);
     return whole;
 }
@@ -215,7 +215,7 @@ void print_answer(const line_answer& answer, const scenario& input, std::ostream
         return;
     for (const explanation& half : answer.halves)
         print_half(half, answer.bridge, out, colours);
-    if (answer.halves.front().input.options.kind == 3)
+    if (answer.halves.front().input.options.kind == GPON_API_DOWN_ANI)
         print_leaving(answer.halves.front(), out, colours);
 }
 

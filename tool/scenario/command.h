@@ -131,11 +131,11 @@ struct scenario {
 };
 
 /// "FILE:LINE"; for a converted line "FILE, frame 41, response 42".
-[[nodiscard]] inline std::string place_of(const scenario& what, unsigned line)
+[[nodiscard]] inline std::string place_of(const scenario& script, unsigned line)
 {
-    const auto frames = what.frames_of_lines.find(line);
-    return frames == what.frames_of_lines.end() ? what.name + ":" + std::to_string(line)
-                                                : what.name + ", " + frames->second;
+    const auto frames = script.frames_of_lines.find(line);
+    return frames == script.frames_of_lines.end() ? script.name + ":" + std::to_string(line)
+                                                  : script.name + ", " + frames->second;
 }
 
 } // namespace gponflow
