@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 # shellcheck source=scripts/complain.sh
 . scripts/complain.sh
 
-first=${1:-a975474cc0491313befb6670623d91bc04880a8f}
+first=${1:-198ea9798b40d5f56c5371f61cfdd7025dce9219}
 if ! git merge-base --is-ancestor "$first" HEAD 2>/dev/null; then
     echo "no commit is checked: the history does not contain $first"
     exit 0
