@@ -90,10 +90,11 @@ void unlink(gpon_flow_rule* rule)
 // Two CPUs learn the same flow when its first frames come at the same time.
 bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
 {
-    for (u32 i = 0; i < MAX_RECURSION_NUM; ++i)
-        if (a.step[i].classId != b.step[i].classId || a.step[i].instId != b.step[i].instId)
-            return false;
-    return true;
+    u64 difference = 0;
+    for (size_t at = 0; at < sizeof(a); at += sizeof(u64))
+        difference |= gpon::load_unaligned<u64>(reinterpret_cast<const u8*>(&a) + at) ^
+                      gpon::load_unaligned<u64>(reinterpret_cast<const u8*>(&b) + at);
+    return difference == 0;
 }
 
 // Overwrites the steps of a rule with this key; false if the rule has another one.

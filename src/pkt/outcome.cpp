@@ -74,6 +74,13 @@ bool is_repeatable(u16 fwd_flag, bool every_step_made)
     return gpon::choose_queue(skb, gemport_id);
 }
 
+// Out of line and called last: other frames save no registers for the event.
+[[gnu::noinline]] i32 apply_traced_outcome(sk_buff* skb, u16 fwd_flag, u16 gemport_id)
+{
+    gpon::trace_hit(skb, fwd_flag, gemport_id, true);
+    return apply_outcome(skb, fwd_flag, gemport_id);
+}
+
 // Out of line: the key of a known frame stays in registers, only this copy has an address.
 [[gnu::noinline]] i32 classify_with_key(sk_buff* skb, u16 fwd_flag, u64 generation, u64 first,
                                         u64 middle, u64 last)
@@ -96,7 +103,8 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
         if (gpon::outcome_key key; make_key(skb, fwd_flag, &key)) {
             if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
                 count_use(gpon::place_index(*known.place));
-                gpon::trace_hit(skb, fwd_flag, known.gemport_id, true);
+                if (gpon::is_traced(GPON_TRACEPOINT_RULE_HIT)) [[unlikely]]
+                    return apply_traced_outcome(skb, fwd_flag, known.gemport_id);
                 return apply_outcome(skb, fwd_flag, known.gemport_id);
             }
             return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);

@@ -74,10 +74,11 @@ enum class replay { next_step, ended, failed };
     return replay::next_step;
 }
 
-void note_missing_queue(const sk_buff* skb, u16 gemport_id)
+// Out of line, with the port of the packet: a frame that passes saves no registers for it.
+[[gnu::noinline]] void note_missing_queue(const sk_buff* skb)
 {
     gpon::count(GPON_COUNT_queue_failures);
-    gpon::trace_drop(skb, UP_ANI, GPON_END_NO_QUEUE, gemport_id);
+    gpon::trace_drop(skb, UP_ANI, GPON_END_NO_QUEUE, skb_gemport_id(skb));
 }
 
 } // namespace
@@ -163,12 +164,12 @@ i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
     skb_set_gemport_id(skb, gemport_id);
     int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
     if (!queue_mapping) {
-        note_missing_queue(skb, gemport_id);
+        note_missing_queue(skb);
         log(skb).error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
         return -1;
     }
     if (queue_mapping(skb) != 0) {
-        note_missing_queue(skb, gemport_id);
+        note_missing_queue(skb);
         log(skb).error("[%s][%d]: no priority queue find!\n");
         return -1;
     }
