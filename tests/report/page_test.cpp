@@ -86,7 +86,7 @@ TEST(report_page, a_large_line_takes_two_megabytes_at_most)
     std::ostringstream printed;
     const std::unique_ptr<backend> target = make_host_backend();
     const scenario large = test::generated_scenario(
-        {.bridges = 25, .services = 19, .frames = 1100, .stations = 2, .foreign = 20, .seed = 1});
+        {.bridges = 25, .services = 19, .frames = 1300, .stations = 2, .foreign = 20, .seed = 1});
     ASSERT_EQ(collect_report(large, *target, data, printed), status_ok) << printed.str();
     EXPECT_EQ(data.flows.size(), most_flows);
     EXPECT_LT(report_page(data).size(), 2'000'000u);
