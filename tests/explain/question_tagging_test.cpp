@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/explain/lines.h"
 #include "tool/explain/answer_output.h"
@@ -107,6 +108,63 @@ TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
                           "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
                           "of untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
                           "  leaves as untagged\n"));
+}
+
+frame_question from_gem_1025(asked_tag tag)
+{
+    frame_question question;
+    question.gem = 1025;
+    question.outer = tag;
+    return question;
+}
+
+// Mode 8 discards each frame at UNI 1, the only one of bridge 1.
+const std::string discarded_downstream =
+    carried_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=8\n";
+
+TEST(question_tagging, a_frame_that_no_uni_receives_is_dropped)
+{
+    const std::string text = answer_text(discarded_downstream, from_gem_1025({100, 0}));
+    EXPECT_THAT(text, HasSubstr("The frame from GEM port 1025 is dropped: the tagging operation "
+                                "VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 "
+                                "discards the frame: downstream mode 8: discard.\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("passes")));
+    EXPECT_THAT(text, testing::EndsWith("  discarded\n"));
+    // Mode 5 discards priority 5, which no row produces.
+    const std::string strict =
+        carried_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=5\n";
+    EXPECT_THAT(answer_text(strict, from_gem_1025({100, 5})),
+                HasSubstr("discards the frame: downstream mode 5: no row matches, discard.\n"));
+    EXPECT_THAT(answer_text(strict, from_gem_1025({100, 0})),
+                HasSubstr("The frame passes from GEM port 1025 into bridge 1, towards UNI 1.\n"));
+}
+
+TEST(question_tagging, a_frame_that_one_of_two_unis_receives_passes)
+{
+    const std::string text = answer_text(
+        discarded_downstream + "me create MAC_BRIDGE_PORT_CON_DATA 0x0102 bridgeID=1 tpType=1 "
+                               "tpPointer=0x0102\n",
+        from_gem_1025({100, 0}));
+    EXPECT_THAT(text, HasSubstr("The frame passes from GEM port 1025 into bridge 1, towards UNI "
+                                "2.\n"
+                                "The frame does not leave by PPTP_ETHERNET_UNI 0x0101: the tagging "
+                                "operation VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI "
+                                "0x0101 discards the frame: downstream mode 8: discard.\n"));
+}
+
+TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
+{
+    const std::unique_ptr<backend> target = make_host_backend();
+    explain_session session(*target);
+    std::ostringstream out;
+    EXPECT_EQ(session.run(parse_good(discarded_downstream), out), status_ok);
+    print_answer_json(answer_question(from_gem_1025({100, 0}), session), "test.scn", out);
+    const auto document = nlohmann::json::parse(out.str());
+    EXPECT_EQ(document["outcome"], "dropped");
+    EXPECT_EQ(document["faults"][0]["class"], "VLAN_TAG_EXTEND_OPERATE");
+    ASSERT_EQ(document["halves"].size(), 1u);
+    EXPECT_EQ(document["halves"][0]["outcome"], "dropped");
+    EXPECT_EQ(document["halves"][0]["leaving"][0]["tagging"]["discarded"], true);
 }
 
 TEST(question_tagging, an_operation_without_a_place_is_a_note)

@@ -102,6 +102,29 @@ TEST(explain_tagging, a_frame_from_the_fibre_is_rewritten_behind_the_hook_call)
                           "here and was not applied: its association is not known\n"));
 }
 
+// Mode 8 discards each frame at UNI 1, the only one of the bridge.
+const std::string discarding_line =
+    tagged_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=8\n";
+
+TEST(explain_tagging, a_frame_that_no_uni_receives_is_dropped)
+{
+    const std::string hook = "hook kind=down_ani gem=1025 " + frame_of_vlan_100 + "\n";
+    const std::string tail =
+        "to PPTP_ETHERNET_UNI 0x0101\n"
+        "  arrives as VLAN 100 priority 0\n"
+        "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: downstream mode 8: "
+        "discard\n"
+        "  discarded\n"
+        "dropped\n"
+        "The tagging operation VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 discards "
+        "the frame: downstream mode 8: discard.\n";
+    EXPECT_THAT(explained(discarding_line + hook),
+                HasSubstr("passes from GEM port 1025 into the bridge; a rule was learnt\n" + tail));
+    EXPECT_THAT(
+        explained(discarding_line + hook + hook),
+        HasSubstr("passes from GEM port 1025 into the bridge; its rule was replayed\n" + tail));
+}
+
 // Line, frame and direction of a frame from a capture.
 carried_frame carried(const std::string& text, uint32_t kind, uint32_t port, size_t number)
 {
@@ -150,6 +173,44 @@ TEST(account_tagging, discarded_frames_are_counted_by_row)
                           "PPTP_ETHERNET_UNI 0x0101 discards the frame: single-tagged, VLAN 666: "
                           "discard\n"));
     EXPECT_EQ(diagnostics, "");
+}
+
+// Two frames of one path, the second one on the quick path. Mode 5 discards what matches no row.
+TEST(account_tagging, frames_that_no_uni_receives_are_dropped)
+{
+    std::string diagnostics;
+    const std::string hook = "hook kind=down_ani gem=1025 " + frame_of_vlan_100 + "\n";
+    EXPECT_EQ(accounted(discarding_line + hook + hook, diagnostics),
+              "downstream, from the ANI to the bridge: 2 frames, 1 on the quick path\n"
+              "  dropped     2  VLAN 100 priority 0: VLAN_TAG_EXTEND_OPERATE 0x0001 of "
+              "PPTP_ETHERNET_UNI 0x0101 discards the frame: downstream mode 8: discard\n\n");
+    EXPECT_EQ(diagnostics, "");
+    EXPECT_THAT(accounted(tagged_line +
+                              "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=5\n"
+                              "hook kind=down_ani gem=1025 "
+                              "frame=0200000000010200000001018100206408004500\n" +
+                              hook,
+                          diagnostics),
+                HasSubstr("  passed      1  from GEM port 1025 into bridge 1\n"
+                          "  dropped     1  VLAN 100 priority 1: VLAN_TAG_EXTEND_OPERATE 0x0001 of "
+                          "PPTP_ETHERNET_UNI 0x0101 discards the frame: downstream mode 5: no row "
+                          "matches, discard\n"));
+}
+
+// The first frame is counted before the operation is known.
+TEST(account_tagging, unknown_operations_of_the_downstream_direction_are_warnings)
+{
+    std::string diagnostics;
+    const std::string hook = "hook kind=down_ani gem=1025 " + frame_of_vlan_100 + "\n";
+    EXPECT_THAT(accounted(good_line + hook + hook +
+                              "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 "
+                              "rows=default downstream_mode=9\n" +
+                              hook + hook,
+                          diagnostics),
+                HasSubstr("  passed      4  from GEM port 1025 into bridge 1\n"));
+    EXPECT_EQ(diagnostics,
+              "test.scn: warning: VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was "
+              "not applied: downstream mode 9 is not defined\n");
 }
 
 TEST(account_tagging, operations_that_were_not_applied_are_warnings)

@@ -521,6 +521,44 @@ TEST(tagging_downstream, modes_2_to_7_remove_an_added_tag)
     EXPECT_EQ(outcome(5, 100, 1), "discarded by downstream mode 5: no row matches, discard");
 }
 
+// Row f8000000 88000000 00088004 000f0000: C -> S with the VLAN and the priority of C, then C. Both
+// tags of its frames have the same VLAN and priority.
+TEST(tagging_downstream, a_tag_that_stays_agrees_with_the_copy)
+{
+    const auto outcome = [](unsigned mode, frame_tag s, frame_tag c) {
+        tag_operation op = table_of(
+            {single_row(any_tag, 0, {copy_inner_priority, copy_inner_vid, 4}, add_nothing)});
+        op.downstream_mode = static_cast<uint8_t>(mode);
+        return down(op, frame_with({s, c}));
+    };
+    const std::string unmatched = "no row matches, discard";
+    EXPECT_EQ(outcome(5, vlan(10, 2), vlan(10, 2)), "VLAN 10 priority 2");
+    EXPECT_EQ(outcome(5, vlan(999), vlan(10)), "discarded by downstream mode 5: " + unmatched);
+    EXPECT_EQ(outcome(5, vlan(10, 3), vlan(10, 2)), "discarded by downstream mode 5: " + unmatched);
+    // The field that a mode does not compare may differ.
+    EXPECT_EQ(outcome(6, vlan(10, 3), vlan(10, 2)), "VLAN 10 priority 2");
+    EXPECT_EQ(outcome(6, vlan(999), vlan(10)), "discarded by downstream mode 6: " + unmatched);
+    EXPECT_EQ(outcome(7, vlan(999, 2), vlan(10, 2)), "VLAN 10 priority 2");
+}
+
+// An untagged frame would match only the row that the ONU creates for untagged frames. A row of the
+// OLT with this filter and a treatment is a match: untagged -> 100:3.
+TEST(tagging_downstream, the_default_row_of_untagged_frames_is_no_match)
+{
+    for (const unsigned mode : {2, 3, 4})
+        EXPECT_EQ(down(translation(static_cast<uint8_t>(mode)), frame_with({})), "untagged");
+    EXPECT_EQ(down(translation(5), frame_with({})),
+              "discarded by downstream mode 5: no row matches, discard");
+    EXPECT_EQ(down(translation(6), frame_with({})),
+              "discarded by downstream mode 6: no row matches, discard");
+    EXPECT_EQ(down(translation(7), frame_with({})),
+              "discarded by downstream mode 7: no row matches, discard");
+    EXPECT_EQ(rewrite_downstream(translation(2), frame_with({})).row,
+              "downstream mode 2: no row matches, no change");
+    EXPECT_EQ(rewrite_downstream(translation(0), frame_with({})).row,
+              "inverse of untagged: no change");
+}
+
 // S-tag with the output TPID 0x88a8 around the tag of the subscriber, with the input TPID 0x9100:
 // C 5:2 (0x9100) -> S 10:2 (0x88a8), C 5:2 (0x9100), and back.
 TEST(tagging_downstream, both_tpids_are_used)

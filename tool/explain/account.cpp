@@ -8,8 +8,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/api/platform_hook.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/replay.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
 #include "tool/model/line_model.h"
@@ -29,6 +31,7 @@ struct frame_story {
     bool quick = false;
     std::vector<uint16_t> ports; ///< bridge ports in the order of the path
     std::string reason;          ///< of the drop
+    std::vector<me_id> path;     ///< of a frame from the fibre that tagging operations may rewrite
 
     explicit frame_story(const std::string& log)
         : ran(log.find("gpon_pkt_general_flow_func") != std::string::npos),
@@ -116,7 +119,7 @@ private:
     {
         const path_call call = hook_by_path(options, frame.data);
         if (call.first)
-            stories_.push_back(story_of(call.answer, frame));
+            stories_.push_back(story_of(options, call.answer, frame));
         const std::optional<hook_answer>& answer = call.answer;
         const frame_story& story = stories_.at(call.path);
         direction_account& direction = account_.at(options.kind);
@@ -127,16 +130,47 @@ private:
         else if (!story.ran)
             ++direction.untouched["the engine is disabled"];
         else if (answer->api_result == 0)
-            ++direction.destinations[destination(options, *answer, story)];
+            count_passed(options, *answer, story, frame);
         else
             ++direction.drops[story.reason];
     }
 
+    // Behind the hook call, operations act on the path to each UNI of the bridge.
+    void count_passed(const packet_options& options, const hook_answer& answer,
+                      const frame_story& story, const captured_frame& frame)
+    {
+        const std::vector<leaving_frame> leaving = carry_to_unis(entities_, story.path, frame.data);
+        for (const leaving_frame& one : leaving)
+            for (const tag_gap& gap : one.carried.gaps)
+                gaps_.emplace(gap.operation, gap.why);
+        direction_account& direction = account_.at(options.kind);
+        if (is_discarded(leaving))
+            ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
+        else
+            ++direction.destinations[destination(options, answer, story)];
+    }
+
+    // The instances of a frame from the fibre, if there are operations behind the hook call.
+    std::vector<me_id> path_of_call(const packet_options& options, const captured_frame& frame)
+    {
+        if (options.kind != GPON_API_DOWN_ANI || entities_.tag_operations().empty())
+            return {};
+        walk_story walk = read_walk(log(), entities_, &frame.data);
+        if (walk.replayed)
+            name_replay(walk, *this, options, frame.data);
+        std::vector<me_id> path;
+        for (const walk_step& step : walk.steps)
+            if (step.passed)
+                path.push_back(step.at);
+        return path;
+    }
+
     // Of the call that is in the log. Frames of the same path have the same tags.
-    frame_story story_of(const std::optional<hook_answer>& answer,
-                         const captured_frame& frame) const
+    frame_story story_of(const packet_options& options, const std::optional<hook_answer>& answer,
+                         const captured_frame& frame)
     {
         frame_story story(log());
+        story.path = path_of_call(options, frame);
         if (answer && story.ran && answer->api_result != 0) {
             const frame_header header = read_header(frame);
             story.reason = tags_text(header) + ": " +

@@ -11,7 +11,6 @@
 #include "tool/explain/walk_splitter.h"
 #include "tool/live/instances.h"
 #include "tool/live/module_status.h"
-#include "tool/live/rule_table.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 #include "tool/text/lines.h"
@@ -83,12 +82,8 @@ void run_frame(captured_run& runner, explanation& result, explain_mode mode)
     result.story = read_walk(log, result.entities, &frame.frame.data);
     if (marked)
         result.story.ran = result.story.ran || engine_is_on(runner);
-    if (result.story.replayed) {
-        const auto rules = read_rule_table(runner.query("show flow_rule").value_or(""));
-        if (const dumped_rule* rule =
-                rules ? rules->find(key_of(frame.options, frame.frame.data)) : nullptr)
-            name_replay(result.story, *rule);
-    }
+    if (result.story.replayed)
+        name_replay(result.story, runner, frame.options, frame.frame.data);
     result.lines_lost = runner.lost_lines();
 }
 

@@ -204,6 +204,9 @@ std::vector<me_id> path_of(const walk_story& story, bool passed_only)
 
 std::vector<leaving_frame> leaving_frames(const explanation& explained)
 {
+    if (explained.input.options.kind != GPON_API_DOWN_ANI || !explained.answer ||
+        explained.answer->api_result != 0)
+        return {};
     return carry_to_unis(explained.entities, path_of(explained.story, true),
                          explained.input.frame.data);
 }
@@ -251,8 +254,10 @@ namespace {
 void print_passage(const explanation& explained, std::ostream& out, const palette& colours)
 {
     print_success(explained, out, colours);
-    if (explained.input.options.kind == GPON_API_DOWN_ANI)
-        print_leaving(explained, out, colours);
+    print_leaving(explained, out, colours);
+    if (const auto leaving = leaving_frames(explained); is_discarded(leaving))
+        out << colours.bad("dropped") << "\nThe tagging operation " << discard_text(leaving)
+            << ".\n";
 }
 
 void print_if_inconsistent(const walk_story& story, std::ostream& out)

@@ -5,7 +5,9 @@
 #include <stdexcept>
 
 #include "platform/api/platform_hook.h"
+#include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/scenario/values.h"
 #include "tool/text/ethernet_numbers.h"
 #include "tool/text/message_words.h"
@@ -154,7 +156,8 @@ packet_options entry_of(const frame_question& question, const line_model& entiti
 
 bool passed(const explanation& half)
 {
-    return half.answer && half.answer->api_result == 0 && half.story.ran;
+    return half.answer && half.answer->api_result == 0 && half.story.ran &&
+           !is_discarded(leaving_frames(half));
 }
 
 // A walk leaves through its last port, the replay of a rule through its first.

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "include/packet_flow.h"
+#include "tool/live/flow_key.h"
 
 namespace gponflow {
 
@@ -56,6 +57,14 @@ void name_replay(walk_story& story, const dumped_rule& rule)
     }
     story.steps = std::move(named);
     story.fwd_flag = flag_of(rule.key.direction);
+}
+
+void name_replay(walk_story& story, captured_run& runner, const packet_options& options,
+                 const bytes& frame)
+{
+    const auto rules = read_rule_table(runner.query("show flow_rule").value_or(""));
+    if (const dumped_rule* rule = rules ? rules->find(key_of(options, frame)) : nullptr)
+        name_replay(story, *rule);
 }
 
 const dumped_rule* rule_of_replay(const walk_story& story, const std::vector<dumped_rule>& rules)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/explain/tagging_entry.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "platform/api/platform_hook.h"
@@ -61,6 +62,26 @@ std::string discard_text(const carried_frame& carried)
 {
     const tag_step& last = carried.steps.back();
     return to_text(last.operation) + " of " + to_text(last.at) + " discards the frame: " + last.row;
+}
+
+std::string discard_text(const std::vector<leaving_frame>& leaving)
+{
+    std::vector<std::string> texts;
+    for (const leaving_frame& one : leaving)
+        if (std::string text = discard_text(one.carried);
+            std::ranges::find(texts, text) == texts.end())
+            texts.push_back(std::move(text));
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : "; ") + text;
+    return all;
+}
+
+bool is_discarded(const std::vector<leaving_frame>& leaving)
+{
+    return !leaving.empty() && std::ranges::all_of(leaving, [](const leaving_frame& one) {
+        return one.carried.discarded;
+    });
 }
 
 } // namespace gponflow

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tool/capture/captured_frame.h"
 #include "tool/model/carry.h"
@@ -18,5 +19,11 @@ namespace gponflow {
 
 /// "VLAN_TAG_EXTEND_OPERATE 0x0001 discards the frame: ROW". The frame is discarded.
 [[nodiscard]] std::string discard_text(const carried_frame& carried);
+
+/// The same for a frame that is_discarded at each UNI, once for each operation and row.
+[[nodiscard]] std::string discard_text(const std::vector<leaving_frame>& leaving);
+
+/// Whether operations discard the frame at each of the UNIs. False if there is none.
+[[nodiscard]] bool is_discarded(const std::vector<leaving_frame>& leaving);
 
 } // namespace gponflow

@@ -43,8 +43,17 @@ std::string scheduling_of(uint16_t gem, const line_model& entities)
     return {};
 }
 
-// The UNIs behind the ports of a bridge.
-std::string unis_of(uint16_t bridge, const line_model& entities)
+// Whether a tagging operation discards the frame on its path to this UNI.
+bool is_discarded_at(me_id uni, const std::vector<leaving_frame>& leaving)
+{
+    return std::ranges::any_of(leaving, [uni](const leaving_frame& one) {
+        return one.uni == uni && one.carried.discarded;
+    });
+}
+
+// The UNIs behind the ports of a bridge that the frame leaves by.
+std::string unis_of(uint16_t bridge, const line_model& entities,
+                    const std::vector<leaving_frame>& leaving)
 {
     std::string text;
     for (const uni_port& uni : uni_ports(entities))
@@ -52,7 +61,7 @@ std::string unis_of(uint16_t bridge, const line_model& entities)
             const auto me = port.as<gpon_raw_mbpcd>();
             const bool leads = me.tpPointer == uni.id.instance &&
                                gpon::bridge_port_tp(me.tpType).class_id == uni.id.class_id;
-            if (leads && me.bridgeID == bridge)
+            if (leads && me.bridgeID == bridge && !is_discarded_at(uni.id, leaving))
                 text += (text.empty() ? "" : ", ") + std::to_string(uni.number);
         }
     return text.empty() ? ", which has no UNI" : ", towards UNI " + text;
@@ -84,7 +93,7 @@ std::string passed_sentence(const line_answer& answer)
         text += " to GEM port " + std::to_string(last.answer->gem) +
                 scheduling_of(last.answer->gem, last.entities);
     else if (answer.bridge)
-        text += unis_of(*answer.bridge, last.entities);
+        text += unis_of(*answer.bridge, last.entities, leaving_frames(answer.halves.front()));
     return text + ".";
 }
 
@@ -149,11 +158,46 @@ void note_unfiltered(const line_answer& answer, verdict& into)
                                 "a bridge.");
 }
 
+// Of a frame that passes: the UNIs that do not get it.
+void note_discards(const explanation& half, verdict& into)
+{
+    for (const leaving_frame& one : leaving_frames(half))
+        if (one.carried.discarded)
+            into.notes.push_back("The frame does not leave by " + to_text(one.uni) +
+                                 ": the tagging operation " + discard_text(one.carried) + ".");
+}
+
 line_outcome outcome_of(const explanation& half)
 {
     if (!half.answer || !half.story.ran)
         return line_outcome::not_classified;
-    return half.answer->api_result == 0 ? line_outcome::passed : line_outcome::dropped;
+    return half.answer->api_result == 0 && !is_discarded(leaving_frames(half))
+               ? line_outcome::passed
+               : line_outcome::dropped;
+}
+
+// Before the hook call, or behind it at each UNI.
+bool is_tagging_drop(const explanation& half)
+{
+    return half.tagging.discarded || half.answer->api_result == 0;
+}
+
+void explain_discard(const explanation& half, const std::string& subject, verdict& into)
+{
+    const auto blame = [&](const carried_frame& carried) {
+        const me_id operation = carried.steps.back().operation;
+        if (std::ranges::find(into.faults, operation, &fault::entity) == into.faults.end())
+            into.faults.push_back({operation, discard_text(carried), 0});
+    };
+    const std::vector<leaving_frame> leaving = leaving_frames(half);
+    if (half.tagging.discarded)
+        blame(half.tagging);
+    else
+        for (const leaving_frame& one : leaving)
+            blame(one.carried);
+    into.sentence = subject + " is dropped: the tagging operation " +
+                    (half.tagging.discarded ? discard_text(half.tagging) : discard_text(leaving)) +
+                    ".";
 }
 
 verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
@@ -164,11 +208,8 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
     if (result.outcome == line_outcome::not_classified) {
         result.sentence = engine_sentence(half);
     } else if (result.outcome == line_outcome::dropped) {
-        if (half.tagging.discarded) {
-            const tag_step& last = half.tagging.steps.back();
-            result.faults = {{last.operation, discard_text(half.tagging), 0}};
-            result.sentence =
-                subject + " is dropped: the tagging operation " + discard_text(half.tagging) + ".";
+        if (is_tagging_drop(half)) {
+            explain_discard(half, subject, result);
             return result;
         }
         const frame_header header = read_header(frame_at_hook(half));
@@ -179,6 +220,7 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
                           tags_text(header) + ".";
     } else {
         result.sentence = subject + " passes.";
+        note_discards(half, result);
     }
     return result;
 }
@@ -198,6 +240,7 @@ verdict verdict_of(const line_answer& answer)
         result.sentence = passed_sentence(answer);
         note_bridge(answer, result);
         note_unfiltered(answer, result);
+        note_discards(answer.halves.front(), result);
     }
     note_capture(answer, result);
     for (const explanation& half : answer.halves)

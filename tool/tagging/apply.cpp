@@ -271,13 +271,23 @@ downstream_match match_of(uint8_t mode)
     }
 }
 
+// The rows that the ONU creates. That for untagged frames has no priority of its own in its filter:
+// a row with a treatment may have replaced it.
+bool is_predefined(const tag_row& row)
+{
+    return is_default(row) ||
+           (tags_of(row) == 0 && row.ethertype == 0 && row.extended_criteria == 0 &&
+            row.remove == 0 && row.outer.priority == add_no_tag &&
+            row.inner.priority == add_no_tag);
+}
+
 tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& received)
 {
     const uint8_t mode = operation.downstream_mode;
     const std::optional<uint8_t> criterion = received.extended_criterion();
     for (const tag_row& row : operation.rows) {
         // In the modes that look for a match, default rows are none.
-        if ((mode != inverse && is_default(row)) || !fault_of(row).empty() ||
+        if ((mode != inverse && is_predefined(row)) || !fault_of(row).empty() ||
             !fits_ethertype(row, received.ethertype()) || !fits_criterion(row, criterion))
             continue;
         const auto tags = inverse_tags(row, operation, received.tags, match_of(mode));

@@ -44,7 +44,8 @@ public:
             if (!take_added(*added_[i], sent_[i]))
                 return {};
         for (size_t i = row_.remove; i < found_.size(); ++i)
-            take_kept(found_[i], sent_[added_.size() + i - row_.remove]);
+            if (!take_kept(found_[i], sent_[added_.size() + i - row_.remove]))
+                return {};
         for (size_t i = 0; i < found_.size(); ++i)
             if (!fits_filter(i))
                 return {};
@@ -105,9 +106,12 @@ private:
             from->dei = tag.dei;
     }
 
-    static void take_kept(partial_tag& to, const frame_tag& tag)
+    // A tag that stays, from which an added one may have copied.
+    static bool take_kept(partial_tag& to, const frame_tag& tag)
     {
-        to = {tag.tpid, tag.priority, tag.dei, tag.vid};
+        to.tpid = tag.tpid;
+        to.dei = tag.dei;
+        return agree(to.vid, tag.vid) && agree(to.priority, tag.priority);
     }
 
     const row_tag& filter_of(size_t index) const
