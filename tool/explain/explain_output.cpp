@@ -229,13 +229,7 @@ std::vector<tag_gap> candidate_gaps(const explanation& explained)
 // Operations on the path that were not applied.
 std::vector<tag_gap> gaps_of(const explanation& explained)
 {
-    std::vector<tag_gap> gaps = explained.tagging.gaps;
-    for (tag_gap& gap : candidate_gaps(explained)) {
-        const auto same = [&](const auto& one) { return one.operation == gap.operation; };
-        if (std::ranges::none_of(explained.tagging.steps, same) && std::ranges::none_of(gaps, same))
-            gaps.push_back(std::move(gap));
-    }
-    return gaps;
+    return with_gaps_behind(explained.tagging, candidate_gaps(explained));
 }
 
 // Operations behind a hook call of the downstream direction, at each UNI of the bridge.

@@ -276,6 +276,17 @@ std::vector<leaving_frame> carry_to_unis(const line_model& what, const std::vect
     return leaving;
 }
 
+std::vector<tag_gap> with_gaps_behind(const carried_frame& before, std::vector<tag_gap> behind)
+{
+    std::vector<tag_gap> gaps = before.gaps;
+    for (tag_gap& gap : behind) {
+        const auto same = [&](const auto& one) { return one.operation == gap.operation; };
+        if (std::ranges::none_of(before.steps, same) && std::ranges::none_of(gaps, same))
+            gaps.push_back(std::move(gap));
+    }
+    return gaps;
+}
+
 std::vector<tag_gap> unapplied_operations(const line_model& what, const std::vector<me_id>& path)
 {
     std::vector<tag_gap> gaps;

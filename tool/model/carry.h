@@ -69,6 +69,11 @@ carry_to_unis(const line_model& what, const std::vector<me_id>& path, const byte
 /// Continues `first` with the steps of `then`, whose frame is that behind `first`.
 void append(carried_frame& first, carried_frame then);
 
+/// The gaps of a frame before a hook call, then those behind it: each operation once, and none that
+/// was applied before.
+[[nodiscard]] std::vector<tag_gap> with_gaps_behind(const carried_frame& before,
+                                                    std::vector<tag_gap> behind);
+
 /// Operations that belong to instances of a walk, and those whose place is not known: where a frame
 /// is taken as it is at a hook call, they are not applied.
 [[nodiscard]] std::vector<tag_gap> unapplied_operations(const line_model& what,

@@ -140,6 +140,14 @@ private:
         add_drop(std::move(explained), row);
     }
 
+    static std::vector<vlan_tag> hook_tags_of(const explanation& explained, const flow_key& key)
+    {
+        const carried_frame& carried = explained.tagging;
+        if (carried.steps.empty() || carried.discarded)
+            return key.tags;
+        return key_of(explained.input.options, carried.frame).tags;
+    }
+
     static flow_row row_of(const path_summary& path, const explanation& explained,
                            const std::string& place)
     {
@@ -147,6 +155,7 @@ private:
         row.kind = explained.input.options.kind;
         row.entry = entry_text(explained.input.options);
         row.key = key_of(explained.input.options, explained.input.frame.data);
+        row.hook_tags = hook_tags_of(explained, row.key);
         row.type = type_text(read_header(explained.input.frame));
         row.fate = path.fate;
         row.outcome = path.outcome;
@@ -184,7 +193,8 @@ private:
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
-            return drop_reason(explained.story, data_.entities, read_header(explained.input.frame));
+            return drop_reason(explained.story, data_.entities,
+                               read_header(frame_at_hook(explained)));
         const std::string bridge = bridge_text(explained.story, data_.entities);
         switch (explained.input.options.kind) {
         case 0:
@@ -200,14 +210,24 @@ private:
     // A replay logs only some of its steps; the walk that learnt the rule logged all.
     std::vector<me_id> whole_way(const flow_row& row, const path_summary& path)
     {
+        flow_key key = row.key;
+        key.tags = row.hook_tags;
         if (!path.replayed)
-            return learnt_ways_[row.key] = path.way;
-        const auto learnt = learnt_ways_.find(row.key);
+            return learnt_ways_[key] = path.way;
+        const auto learnt = learnt_ways_.find(key);
         return learnt == learnt_ways_.end() ? path.way : learnt->second;
     }
 
     // Downstream, operations act behind the hook call.
-    std::vector<std::string> rewriting_of(const explanation& explained, const flow_row& flow) const
+    std::vector<leaving_frame> leaving_of(const explanation& explained, const flow_row& flow) const
+    {
+        if (flow.kind != GPON_API_DOWN_ANI || flow.fate != frame_fate::passed)
+            return {};
+        return carry_to_unis(data_.entities, flow.way, explained.input.frame.data);
+    }
+
+    static std::vector<std::string> rewriting_of(const explanation& explained,
+                                                 const std::vector<leaving_frame>& leaving)
     {
         std::vector<std::string> texts;
         const auto add = [&texts](const carried_frame& carried, const std::string& place) {
@@ -215,16 +235,37 @@ private:
                 texts.push_back(place + to_text(step.operation) + ": " + step.row);
         };
         add(explained.tagging, "");
-        if (flow.kind == GPON_API_DOWN_ANI && flow.fate == frame_fate::passed)
-            for (const leaving_frame& one :
-                 carry_to_unis(data_.entities, flow.way, explained.input.frame.data))
-                add(one.carried, "to " + to_text(one.uni) + ", ");
+        for (const leaving_frame& one : leaving)
+            add(one.carried, "to " + to_text(one.uni) + ", ");
         return texts;
+    }
+
+    std::vector<std::string> not_applied_to(const explanation& explained, const flow_row& flow,
+                                            const std::vector<leaving_frame>& leaving) const
+    {
+        std::vector<tag_gap> behind;
+        if (flow.kind != GPON_API_DOWN_ANI)
+            behind = unapplied_operations(data_.entities, flow.way);
+        for (const leaving_frame& one : leaving)
+            behind.insert(behind.end(), one.carried.gaps.begin(), one.carried.gaps.end());
+        std::vector<std::string> texts;
+        for (const tag_gap& gap : with_gaps_behind(explained.tagging, std::move(behind)))
+            texts.push_back(to_text(gap.operation) + ": " + gap.why);
+        return texts;
+    }
+
+    void add_tagging(const explanation& explained, flow_row& flow) const
+    {
+        if (flow.fate == frame_fate::untouched)
+            return;
+        const std::vector<leaving_frame> leaving = leaving_of(explained, flow);
+        flow.rewriting = rewriting_of(explained, leaving);
+        flow.not_applied = not_applied_to(explained, flow, leaving);
     }
 
     void add_flow(const flow_row& row, const path_summary& path, const explanation& explained)
     {
-        const flow_id id{row.kind, row.entry, row.key, row.type, row.outcome};
+        const flow_id id{row.kind, row.entry, row.key, row.hook_tags, row.type, row.outcome};
         auto known = flows_.find(id);
         if (known == flows_.end()) {
             // Frames beyond the limit still count for their direction and reason.
@@ -235,7 +276,7 @@ private:
             known = flows_.emplace(id, data_.flows.size()).first;
             data_.flows.push_back(row);
             data_.flows.back().way = whole_way(row, path);
-            data_.flows.back().rewriting = rewriting_of(explained, data_.flows.back());
+            add_tagging(explained, data_.flows.back());
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
@@ -245,9 +286,8 @@ private:
 
     drop_row* find_drop(const flow_row& row)
     {
-        const auto known = std::ranges::find_if(data_.drops, [&](const drop_row& one) {
-            return one.kind == row.kind && one.tags == row.key.tags && one.reason == row.outcome;
-        });
+        const auto known = std::ranges::find_if(
+            data_.drops, [&](const drop_row& one) { return explains(one, row); });
         return known == data_.drops.end() ? nullptr : &*known;
     }
 
@@ -268,8 +308,8 @@ private:
     void add_drop(explanation explained, const flow_row& row)
     {
         explained.entities = data_.entities;
-        data_.drops.push_back(
-            {row.kind, row.key.tags, row.outcome, 1, row.first, std::move(explained)});
+        data_.drops.push_back({row.kind, row.key.tags, row.hook_tags, row.outcome, 1, row.first,
+                               std::move(explained)});
     }
 
     void finish(std::vector<silence> silenced)
@@ -280,7 +320,8 @@ private:
         data_.findings = check_provisioning(data_.entities, {false, std::move(silenced)}).findings;
     }
 
-    using flow_id = std::tuple<uint32_t, std::string, flow_key, std::string, std::string>;
+    using flow_id = std::tuple<uint32_t, std::string, flow_key, std::vector<vlan_tag>, std::string,
+                               std::string>;
 
     report_data& data_;
     std::vector<path_summary> paths_; ///< by number of the path
@@ -297,6 +338,13 @@ const char* direction_title(uint32_t kind)
         "upstream, from the UNI to the bridge", "upstream, from the bridge to the ANI",
         "downstream, from the bridge to the UNI", "downstream, from the ANI to the bridge"};
     return titles.at(kind);
+}
+
+bool explains(const drop_row& drop, const flow_row& flow)
+{
+    return flow.fate == frame_fate::dropped && drop.kind == flow.kind &&
+           drop.tags == flow.key.tags && drop.hook_tags == flow.hook_tags &&
+           drop.reason == flow.outcome;
 }
 
 exit_status collect_report(const scenario& input, backend& target, report_data& into,

@@ -22,12 +22,13 @@ enum class frame_fate {
     untouched ///< the engine is off, or the module is not loaded
 };
 
-/// Frames with the same key, type, entry and outcome.
+/// Frames with the same key, type, entry, outcome and tags at the hook call.
 struct flow_row {
     uint32_t kind = 0; ///< of the hook call
     std::string entry; ///< "UNI 1", "GEM port 1025"; empty for directions that start at a bridge
-    flow_key key;
-    std::string type; ///< "IPv4 UDP"
+    flow_key key;      ///< as received
+    std::vector<vlan_tag> hook_tags; ///< behind the tagging operations before the hook call
+    std::string type;                ///< "IPv4 UDP"
     frame_fate fate = frame_fate::passed;
     std::string outcome; ///< destination, or reason of the drop
     uint64_t frames = 0;
@@ -35,13 +36,16 @@ struct flow_row {
     uint64_t quick = 0; ///< replayed a rule
     std::string first;  ///< source of its first frame
     std::vector<me_id> way;
-    std::vector<std::string> rewriting; ///< of its first frame: each operation with its row
+    std::vector<std::string> rewriting;   ///< of its first frame: each operation with its row
+    std::vector<std::string> not_applied; ///< the same: operations on its path, with the reason
 };
 
-/// Dropped frames of one direction with the same tags and reason.
+/// Dropped frames of one direction with the same tags, as received and at the hook call, and
+/// reason.
 struct drop_row {
     uint32_t kind = 0;
-    std::vector<vlan_tag> tags;
+    std::vector<vlan_tag> tags;      ///< as received
+    std::vector<vlan_tag> hook_tags; ///< as in flow_row; the reason is about these
     std::string reason;
     uint64_t frames = 0;
     std::string first;
@@ -78,6 +82,9 @@ constexpr size_t most_findings = 200;
 /// kind above 3 run but are not counted. Diagnostics as for run_scenario.
 [[nodiscard]] exit_status collect_report(const scenario& input, backend& target, report_data& into,
                                          std::ostream& diagnostics);
+
+/// Whether the drops of the flow are among those of the row.
+[[nodiscard]] bool explains(const drop_row& drop, const flow_row& flow);
 
 /// "upstream, from the UNI to the bridge"; the kind is at most 3.
 [[nodiscard]] const char* direction_title(uint32_t kind);

@@ -58,6 +58,7 @@ json flow_json(const flow_row& flow)
             {"source", to_text(flow.key.source)},
             {"destination", to_text(flow.key.destination)},
             {"tags", tags_json(flow.key.tags)},
+            {"tags_at_hook", tags_json(flow.hook_tags)},
             {"type", flow.type},
             {"outcome", name_of(flow.fate)},
             {"text", flow.outcome},
@@ -66,13 +67,15 @@ json flow_json(const flow_row& flow)
             {"quick", flow.quick},
             {"first", flow.first},
             {"path", std::move(path)},
-            {"rewriting", flow.rewriting}};
+            {"rewriting", flow.rewriting},
+            {"not_applied", flow.not_applied}};
 }
 
 json drop_json(const drop_row& drop)
 {
     return {{"kind", hook_kind_name(drop.kind)},
             {"tags", tags_json(drop.tags)},
+            {"tags_at_hook", tags_json(drop.hook_tags)},
             {"reason", drop.reason},
             {"frames", drop.frames},
             {"first", drop.first}};

@@ -57,6 +57,8 @@ std::string filters_in_words(const std::vector<me_id>& deciders, const line_mode
 std::string cause(const drop_row& drop)
 {
     const explanation& example = drop.example;
+    if (example.tagging.discarded)
+        return drop.reason;
     const std::vector<me_id> deciders = deciding_entities(example);
     if (deciders.empty())
         return drop.reason;
@@ -67,27 +69,41 @@ std::string cause(const drop_row& drop)
     return "the path ends at " + names + ": " + example.story.steps[ends.front()].dead_end;
 }
 
-} // namespace
-
-std::string tags_in_words(const std::vector<vlan_tag>& tags)
+std::string vlans_in_words(const std::vector<vlan_tag>& tags)
 {
-    if (tags.empty())
-        return "Untagged frames";
-    std::string text = "Frames of VLAN ";
+    std::string text = "VLAN ";
     for (size_t i = 0; i < tags.size(); ++i)
         text += (i ? ", inside it VLAN " : "") + std::to_string(tags[i].tci & 0xfff) +
                 " with priority " + std::to_string(tags[i].tci >> 13);
     return text;
 }
 
+// The cause is about the rewritten tags.
+std::string rewritten_in_words(const drop_row& drop)
+{
+    if (drop.hook_tags == drop.tags)
+        return {};
+    return ", rewritten to " +
+           (drop.hook_tags.empty() ? "untagged" : vlans_in_words(drop.hook_tags)) + ",";
+}
+
+} // namespace
+
+std::string tags_in_words(const std::vector<vlan_tag>& tags)
+{
+    return tags.empty() ? "Untagged frames" : "Frames of " + vlans_in_words(tags);
+}
+
 std::string drop_sentence(const drop_row& drop)
 {
-    return tags_in_words(drop.tags) + " are dropped " + direction_title(drop.kind) + ": " +
-           cause(drop) + ".";
+    return tags_in_words(drop.tags) + rewritten_in_words(drop) + " are dropped " +
+           direction_title(drop.kind) + ": " + cause(drop) + ".";
 }
 
 std::vector<me_id> deciding_entities(const explanation& explained)
 {
+    if (explained.tagging.discarded)
+        return {explained.tagging.steps.back().operation};
     std::vector<me_id> result;
     for (const size_t end : deepest_dead_ends(explained.story)) {
         const me_id id = decider(explained.story.steps[end], explained.entities);

@@ -15,8 +15,8 @@ namespace gponflow {
 /// What happens to the frames of the row, and which entities decide it.
 [[nodiscard]] std::string drop_sentence(const drop_row& drop);
 
-/// The instances that end the deepest branches: a filter if it drops the frame, else the last
-/// instance of the branch.
+/// The operation that discards the frame, or the instances that end the deepest branches: a filter
+/// if it drops the frame, else the last instance of the branch.
 [[nodiscard]] std::vector<me_id> deciding_entities(const explanation& explained);
 
 /// The same story with at most `most` of the deepest branches, and the number of those left out.

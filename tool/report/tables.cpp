@@ -80,9 +80,22 @@ std::string number_list(const std::vector<me_id>& ids, const entity_numbers& num
     return text;
 }
 
+// The places that rewrite the frame, then the operation that discards it.
+std::vector<me_id> way_to_discard(const carried_frame& carried)
+{
+    std::vector<me_id> way;
+    for (const tag_step& step : carried.steps)
+        if (way.empty() || way.back() != step.at)
+            way.push_back(step.at);
+    way.push_back(carried.steps.back().operation);
+    return way;
+}
+
 // The branch that ends first among the deepest, with the filter that ends it.
 std::vector<me_id> way_to_drop(const explanation& example, const std::vector<me_id>& deciding)
 {
+    if (example.tagging.discarded)
+        return way_to_discard(example.tagging);
     std::vector<me_id> way;
     const std::optional<size_t> end = deepest_dead_end(example.story);
     if (!end)
@@ -123,10 +136,8 @@ template_value drop_value(const drop_row& drop, uint64_t all_frames, const entit
 // The place of the row that explains the drop of the flow; nothing beyond the limit of rows.
 std::optional<size_t> drop_of(const report_data& data, const flow_row& flow)
 {
-    const auto found = std::ranges::find_if(data.drops, [&](const drop_row& drop) {
-        return flow.fate == frame_fate::dropped && drop.kind == flow.kind &&
-               drop.tags == flow.key.tags && drop.reason == flow.outcome;
-    });
+    const auto found = std::ranges::find_if(
+        data.drops, [&](const drop_row& drop) { return explains(drop, flow); });
     if (found == data.drops.end())
         return {};
     return static_cast<size_t>(found - data.drops.begin());
@@ -224,6 +235,8 @@ template_value flow_values(const report_data& data, const entity_numbers& number
         row.set("quick", number(flow.quick));
         row.set("rewriting", joined(flow.rewriting));
         row.set("is_rewritten", !flow.rewriting.empty());
+        row.set("not_applied", joined(flow.not_applied));
+        row.set("has_not_applied", !flow.not_applied.empty());
         row.set("first", short_place(flow.first));
         row.set("way", flow.way.size() > 1 ? number_list(flow.way, numbers) : "");
         const std::optional<size_t> drop = drop_of(data, flow);
