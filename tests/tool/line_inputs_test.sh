@@ -55,7 +55,10 @@ expect_status 0 omci --diff "$bring_up" line.scn
 expect_status 0 omci --diff new.pcapng sll2.pcap
 
 # Several ONUs: each command chooses one.
-for words in 'check two.pcap' "account two.pcap --pcap $lost" 'omci two.pcap' 'omci --summary two.pcap'; do
+for words in 'check two.pcap' "account two.pcap --pcap $lost" 'omci two.pcap' \
+    'omci --summary two.pcap' 'graph two.pcap' "explain two.pcap --uni 2 --pcap $lost" \
+    'show me two.pcap' 'stat two.pcap' 'watch --once two.pcap' 'monitor two.pcap' \
+    'trace outer_vlan=300 two.pcap' 'report two.pcap -o page.html'; do
     # shellcheck disable=SC2086 # words
     expect_status 2 $words
     grep -q 'messages of 2 ONUs (02:00:00:00:00:02, 02:00:00:00:00:09): choose one of them with --onu' \
@@ -63,6 +66,10 @@ for words in 'check two.pcap' "account two.pcap --pcap $lost" 'omci two.pcap' 'o
     # shellcheck disable=SC2086 # words
     expect_status 0 $words --onu 02:00:00:00:00:09
 done
+expect_status 0 graph line.scn
+cp out of_scenario
+expect_status 0 graph two.pcap --onu 02:00:00:00:00:09
+cmp -s out of_scenario || complain 'gponflow graph --onu: another drawing'
 expect_status 0 omci --diff two.pcap line.scn --onu 02:00:00:00:00:09
 expect_status 2 check two.pcap --onu 02:00:00:00:00
 grep -q 'not a MAC address' err || complain 'a wrong address is accepted'

@@ -66,6 +66,12 @@ CLI::Option* add_number(CLI::App& app, const std::string& name,
         ->type_name("NUMBER");
 }
 
+CLI::Option* add_onu_option(CLI::App& app, std::string& into)
+{
+    return app.add_option("--onu", into,
+                          "Address of the ONU, if a capture has OMCI messages of several");
+}
+
 vlan_word read_vlan(const std::string& name, const std::string& word)
 {
     constexpr uint64_t most_vlan = 4095;

@@ -27,6 +27,9 @@ CLI::Option* add_number(CLI::App& app, const std::string& name,
                         const std::function<void(uint64_t)>& take, uint64_t most, uint64_t least,
                         const std::string& description);
 
+/// The option --onu, which chooses one of several ONUs of a capture.
+CLI::Option* add_onu_option(CLI::App& app, std::string& into);
+
 /// A VLAN id, 0 to 4095, and its priority after a p, or nothing: "100", "100p5".
 struct vlan_word {
     uint16_t vlan = 0;

@@ -133,9 +133,11 @@ void add_explain_command(CLI::App& app)
 {
     const auto request = std::make_shared<explain_request>();
     CLI::App* sub = app.add_subcommand("explain", "Trace one frame step by step");
-    sub->add_option("FILE", request->source.file,
-                    "Scenario or capture of OMCI messages, - for standard input; optional with "
-                    "--backend=device");
+    CLI::Option* file =
+        sub->add_option("FILE", request->source.file,
+                        "Scenario or capture of OMCI messages, - for standard input; optional with "
+                        "--backend=device");
+    add_onu_option(*sub, request->source.onu)->needs(file);
     sub->add_option("OPTION", request->frame.words,
                     "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
     add_capture_options(*sub, *request);

@@ -28,8 +28,7 @@ CLI::Option* add_fleet_options(CLI::App& app, fleet_request& into, const std::st
     constexpr uint64_t most_seconds = 86400;
     CLI::Option* files = app.add_option("FILE", into.names, description);
     app.add_option("--files", into.list, "File with more names, one a line, - for standard input");
-    app.add_option("--onu", into.onu,
-                   "Address of the ONU, if a capture has OMCI messages of several");
+    add_onu_option(app, into.onu);
     add_number(
         app, "--jobs", [&into](uint64_t jobs) { into.jobs = static_cast<unsigned>(jobs); },
         most_jobs, 1, "Inputs to work on at a time; default: the number of processors");

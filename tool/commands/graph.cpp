@@ -25,6 +25,7 @@ namespace {
 
 struct graph_request {
     std::string scenario;
+    std::string onu; ///< address of one of several ONUs of a capture, or empty
     std::string output;
     bool json = false;
     std::string highlight; ///< hook options, comma-separated
@@ -103,7 +104,7 @@ void write_graph(const std::string& dot, const std::string& output)
 
 int graph(const graph_request& request)
 {
-    const std::optional<opened_line> opened = open_line(request.scenario, {}, std::cerr);
+    const std::optional<opened_line> opened = open_line(request.scenario, request.onu, std::cerr);
     if (!opened)
         return status_invalid;
     const scenario& parsed = opened->input;
@@ -148,6 +149,7 @@ void add_graph_command(CLI::App& app)
     sub->add_option("FILE", request->scenario,
                     "Scenario or capture of OMCI messages, - for standard input")
         ->required();
+    add_onu_option(*sub, request->onu);
     sub->add_option("-o,--output", request->output,
                     "Output file (.dot, .svg or .png); default: DOT on standard output");
     sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");

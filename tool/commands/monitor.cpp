@@ -88,8 +88,10 @@ void add_monitor_command(CLI::App& app)
     const auto request = std::make_shared<monitor_request>();
     CLI::App* sub =
         app.add_subcommand("monitor", "Print changes of rules and entities as they happen");
-    sub->add_option("FILE", request->source.file,
-                    "Scenario to run in this process; default: the running kernel");
+    CLI::Option* file =
+        sub->add_option("FILE", request->source.file,
+                        "Scenario to run in this process; default: the running kernel");
+    add_onu_option(*sub, request->source.onu)->needs(file);
     sub->add_flag("--json", request->json, "Print one JSON document a line for each change");
     add_number(
         *sub, "--count", [request](uint64_t count) { request->count = count; }, UINT32_MAX, 1,

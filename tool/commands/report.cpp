@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
 #include "tool/report/page.h"
@@ -18,6 +19,7 @@ namespace {
 
 struct report_request {
     std::string scenario;
+    std::string onu; ///< address of one of several ONUs of a capture, or empty
     std::vector<std::string> captures;
     std::string output = "report.html";
     bool json = false;
@@ -36,7 +38,7 @@ void write_page(const std::string& page, const std::string& output)
 
 int report(const report_request& request)
 {
-    std::optional<opened_line> opened = open_line(request.scenario, {}, std::cerr);
+    std::optional<opened_line> opened = open_line(request.scenario, request.onu, std::cerr);
     if (!opened)
         return status_invalid;
     scenario& parsed = opened->input;
@@ -68,6 +70,7 @@ void add_report_command(CLI::App& app)
     sub->add_option("FILE", request->scenario,
                     "Scenario or capture of OMCI messages, - for standard input")
         ->required();
+    add_onu_option(*sub, request->onu);
     sub->add_option("--pcap", request->captures,
                     "Captures to run after the scenario, with options of a pcap command after "
                     "commas: FILE,kind=up_uni,port=1; default kind: up_ani");

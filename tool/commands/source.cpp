@@ -4,6 +4,7 @@
 #include <iostream>
 #include <utility>
 
+#include "tool/commands/arguments.h"
 #include "tool/commands/line_input.h"
 #include "tool/live/backends.h"
 #include "tool/scenario/final_state.h"
@@ -29,8 +30,10 @@ private:
 
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option)
 {
-    app.add_option(file_option, into.file,
-                   "Scenario to run first; without it, the module of the running kernel is used");
+    CLI::Option* file = app.add_option(
+        file_option, into.file,
+        "Scenario to run first; without it, the module of the running kernel is used");
+    add_onu_option(app, into.onu)->needs(file);
     app.add_option("--backend", into.backend,
                    "host: the module in this process (needs a scenario); device: the module in the "
                    "running kernel")
@@ -48,7 +51,7 @@ std::optional<scenario> open_source(const live_source& from, exit_status& status
         }
         return {};
     }
-    std::optional<opened_line> line = open_line(from.file, {}, std::cerr);
+    std::optional<opened_line> line = open_line(from.file, from.onu, std::cerr);
     if (!line) {
         status = status_invalid;
         return {};

@@ -15,10 +15,11 @@ namespace gponflow {
 
 struct live_source {
     std::string file;    ///< a scenario; empty: the running module
+    std::string onu;     ///< address of one of several ONUs of a capture, or empty
     std::string backend; ///< empty: host with a scenario, device without
 };
 
-/// Adds FILE (its option's name, e.g. "FILE" or "--scenario") and --backend.
+/// Adds FILE (its option's name, e.g. "FILE" or "--scenario"), --onu and --backend.
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option = "FILE");
 
 /// The scenario, or nothing for the running module. Prints errors to standard error and then sets

@@ -130,8 +130,10 @@ void add_watch_command(CLI::App& app)
 {
     const auto request = std::make_shared<watch_request>();
     CLI::App* sub = app.add_subcommand("watch", "Watch rules with their age, hits and path");
-    sub->add_option("FILE", request->source.file,
-                    "Scenario to run in this process; default: the running kernel");
+    CLI::Option* file =
+        sub->add_option("FILE", request->source.file,
+                        "Scenario to run in this process; default: the running kernel");
+    add_onu_option(*sub, request->source.onu)->needs(file);
     sub->add_flag("--once", request->once, "Print the rules once and exit");
     sub->add_flag("--json", request->json, "Print one JSON document a line for each update");
     add_number(
