@@ -20,7 +20,7 @@ struct row_copy {
     i32 count;
 };
 
-enum class row_result { passed_over, answered };
+enum class row_result { passed_over, found };
 
 // The position after the used entry with that id, or -1 if there is none.
 [[nodiscard]] inline i32 position_behind(const row_copy& row, u16 inst_id) GPON_READS_LISTS
@@ -54,7 +54,7 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
     if (entry.instExist == 0)
         return row_result::passed_over;
     *related_id = entry;
-    return row_result::answered;
+    return row_result::found;
 }
 
 // The forward query over a table. Each row that it examines is copied to row. Returns the index of
@@ -66,7 +66,7 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
         if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
             continue;
         row = {related[i].related_ids, related[i].related_inst_num};
-        if (next_in_row(row, related_id) == row_result::answered)
+        if (next_in_row(row, related_id) == row_result::found)
             return i;
     }
     related_id->instExist = 0;
@@ -74,10 +74,10 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
 }
 
 // Messages of gpon_flow_list_get_related_id.
-[[gnu::cold, gnu::noinline]] void trace_table(const packet_log& log, i32 row_with_answer)
+[[gnu::cold, gnu::noinline]] void trace_table(const packet_log& log, i32 row_with_result)
 {
-    if (row_with_answer >= 0)
-        log.trace("[%s] [%d]: i=%d\n", row_with_answer);
+    if (row_with_result >= 0)
+        log.trace("[%s] [%d]: i=%d\n", row_with_result);
 }
 
 [[gnu::cold, gnu::noinline]] void trace_query(const packet_log& log,
@@ -87,7 +87,7 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
               query->inst_id, query->related_class_id);
 }
 
-[[gnu::cold, gnu::noinline]] void trace_answer(const packet_log& log,
+[[gnu::cold, gnu::noinline]] void trace_result(const packet_log& log,
                                                const gpon_me_relation_query* query)
 {
     trace_query(log, query);
@@ -208,7 +208,7 @@ i32 gpon_flow_me_get_related_id(const sk_buff* skb, const gpon_me_relation_query
                                     query->related_id);
     if (log.traces()) [[unlikely]] {
         trace_table(log.as<gpon_flow_list_get_related_id>(), found);
-        trace_answer(log, query);
+        trace_result(log, query);
     }
     return 0;
 }
@@ -237,11 +237,11 @@ i32 gpon_flow_me_reverse_get_related_id(const sk_buff* skb, const gpon_me_relati
     if (!hit)
         related_id->instExist = 0;
     if (log.traces()) [[unlikely]]
-        trace_answer(log, query);
+        trace_result(log, query);
     return hit ? 0 : -1;
 }
 
-bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_related_id previous)
+bool gpon::is_repeated_result(const gpon_me_relation_query& query, gpon_me_related_id previous)
 {
     // A forward query without memory does not change the previous result.
     if (previous.instExist != 1)
@@ -256,12 +256,12 @@ bool gpon::is_repeated_answer(const gpon_me_relation_query& query, gpon_me_relat
     const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
     if (row->related_class_id == 0)
         return false;
-    const u16 answer = query.related_id->instId;
+    const u16 id = query.related_id->instId;
     for (i32 i = 0; i < row->related_inst_num; ++i) {
         const gpon_me_related_id seen = load_related_id(row->related_ids[i]);
         if (seen.instExist == 0)
             return false;
-        if (seen.instId == answer)
+        if (seen.instId == id)
             return true;
         if (seen.instId == previous.instId)
             return false;

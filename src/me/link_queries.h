@@ -36,7 +36,7 @@ namespace gpon {
 /* True if a result was tried before: it is the previous one, or is in the forward query's array
  * before the previous one, because the same id was recorded twice. Following it would loop forever.
  * Prints nothing. */
-[[nodiscard]] bool is_repeated_answer(const gpon_me_relation_query& query,
+[[nodiscard]] bool is_repeated_result(const gpon_me_relation_query& query,
                                       gpon_me_related_id previous) GPON_READS_LISTS;
 
 } // namespace gpon

@@ -9,7 +9,7 @@
 namespace {
 
 // Ids have 16 bits: a row with more results than that has returned one twice.
-constexpr u32 MAX_ANSWERS = 0x10000;
+constexpr u32 MAX_RESULTS = 0x10000;
 
 // The next result of a row: an id that the instance has recorded, otherwise an instance that has
 // recorded it.
@@ -39,7 +39,7 @@ struct next_class_row {
         const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id,
                                               &result->memory};
         gpon_fwd_info next = {next_class, 0, from.fwd_flag};
-        for (u32 answers = 0; answers < MAX_ANSWERS; ++answers) {
+        for (u32 results = 0; results < MAX_RESULTS; ++results) {
             const gpon_me_related_id previous = related_id;
             query_next(skb, query);
             log.trace("[%s][%d] nextMeClassId=%d, inst_id=0x%x, instExist=%d,instId = 0x%x\n",
@@ -50,7 +50,7 @@ struct next_class_row {
                             from.classId, related_id.instExist, related_id.instId);
                 break;
             }
-            if (gpon::is_repeated_answer(query, previous))
+            if (gpon::is_repeated_result(query, previous))
                 break;
             next.instId = related_id.instId;
             const row_end end = step(next);
@@ -168,17 +168,17 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
     }
     ++result->recurse_num;
     log_trace("[%s][%d]: Enter, recurse_num = %d\n", result->recurse_num);
-    i32 answer = -1;
+    i32 status = -1;
     if (result->recurse_num >= MAX_RECURSION_NUM) {
         printk("[%s][%d] end, Fail,recurse_num is MAX_RECURSION_NUM(%d)\n", __func__, __LINE__,
                MAX_RECURSION_NUM);
         result->obstacles |= WALK_TOO_DEEP;
         gpon::trace_step(skb, *fwd_info, result->recurse_num, GPON_STEP_TOO_DEEP);
     } else
-        answer = walk_step(skb, fwd_info, result, log);
+        status = walk_step(skb, fwd_info, result, log);
     --result->recurse_num;
     log.trace("[%s][%d] end, classId=%d,instId=0x%x, func_ret = %d,ret_val=%d,"
               "recurse_num =%d\n",
-              fwd_info->classId, fwd_info->instId, answer, result->ret_val, result->recurse_num);
-    return answer;
+              fwd_info->classId, fwd_info->instId, status, result->ret_val, result->recurse_num);
+    return status;
 }

@@ -437,7 +437,7 @@ protected:
     {
         answer = after(answered);
         const gpon::rcu_reader reader;
-        return gpon::is_repeated_answer({45, 1, 47, &answer}, previous);
+        return gpon::is_repeated_result({45, 1, 47, &answer}, previous);
     }
 };
 
