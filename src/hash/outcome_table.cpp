@@ -39,13 +39,14 @@ void gpon::remember_outcome(const outcome_key& key, u64 generation, u16 gemport_
     outcome_set& set = outcome_set_of(key);
     if (!is_at_rest(generation) || generation != current_generation())
         return;
+    // Another CPU may have remembered the same flow since this packet's lookup.
+    known_outcome known = {};
     if (!has_place(set, generation)) {
-        count(GPON_COUNT_outcomes_no_place);
+        if (!find_outcome(key, generation, &known))
+            count(GPON_COUNT_outcomes_no_place);
         return;
     }
     const bh_lock lock(gpon_hash_lock);
-    // Another CPU may have remembered the same flow since this packet's lookup.
-    known_outcome known = {};
     if (!still_holds(generation) || find_outcome(key, generation, &known))
         return;
     for (outcome& place : set.place)

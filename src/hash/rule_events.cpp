@@ -107,7 +107,9 @@ void gpon::copy_rule(const gpon_flow_rule& rule, gpon_seen_rule& seen)
     copy_steps(rule, seen);
     const rule_use use = use_of(rule);
     seen.hits = use.hits;
-    seen.idle = get_jiffies_64() - use.last_used;
+    // Another CPU may have read a later clock for its use than this one reads now.
+    const auto idle = static_cast<long>(get_jiffies_64() - use.last_used);
+    seen.idle = idle > 0 ? static_cast<unsigned long>(idle) : 0;
     seen.used = rule.hit != 0;
     if (const outcome* place = current_place_of(rule)) {
         seen.remembered = 1;

@@ -90,6 +90,7 @@ void unlink(gpon_flow_rule* rule)
 // Two CPUs learn the same flow when its first frames come at the same time.
 bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
 {
+    static_assert(sizeof(gpon_rule_trace) % sizeof(u64) == 0);
     u64 difference = 0;
     for (size_t at = 0; at < sizeof(a); at += sizeof(u64))
         difference |= gpon::load_unaligned<u64>(reinterpret_cast<const u8*>(&a) + at) ^

@@ -409,7 +409,10 @@ void gpon_glue_drop_netlink(void)
 {
 	if (!open_to_readers)
 		return;
-	/* Frames are still handled. None sends an event with the id of a family that is gone. */
+	/*
+	 * Frames and commands are still handled. None sends an event with the id of a family that is gone,
+	 * because send_numbered() tests this with bottom halves disabled.
+	 */
 	WRITE_ONCE(open_to_readers, false);
 	synchronize_rcu();
 	genl_unregister_family(&family);
@@ -456,7 +459,8 @@ static int put_event(struct sk_buff *msg, const void *record)
 static DEFINE_SPINLOCK(event_lock);
 /*
  * Jiffies until which no message is made: a socket of another network namespace counts as a listener
- * and gets nothing. A listener that joins meanwhile sees the gap in the numbers.
+ * and gets nothing. A listener of this namespace, for example one whose buffer was full, reads ENOBUFS
+ * for the events that it misses.
  */
 static unsigned long quiet_until;
 
@@ -464,8 +468,12 @@ static void send_numbered(u8 command, const struct numbered_event *numbered)
 {
 	struct sk_buff *msg;
 
-	if (quiet_until && time_before(jiffies, quiet_until))
+	if (!READ_ONCE(open_to_readers))
 		return;
+	if (quiet_until && time_before(jiffies, quiet_until)) {
+		genl_set_err(&family, &init_net, 0, 0, -ENOBUFS);
+		return;
+	}
 	msg = new_message(0, 0, command, put_event, numbered);
 	if (!msg)
 		return;
