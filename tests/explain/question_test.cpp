@@ -75,6 +75,38 @@ TEST(question, dropped_frame_without_tags_is_called_untagged)
     EXPECT_NE(tagged.find("; the frame has VLAN 7 priority 0.\n"), std::string::npos) << tagged;
 }
 
+// G.988 9.2.3: the pointer of a rate-controlled ONU names the T-CONT again.
+TEST(question, a_pointer_to_the_tcont_is_no_queue)
+{
+    const auto sentence = [](const std::string& queue) {
+        std::string line = good_line;
+        const std::string tcont = "tcontID=0x8000 direction=3";
+        line.replace(line.find(tcont), tcont.size(), tcont + " trafficMgrPtrUp=0x8000");
+        return ask(line + queue, from_uni(1, asked_tag{100, 0})).result.sentence;
+    };
+    EXPECT_EQ(sentence(""),
+              "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000).");
+    EXPECT_EQ(sentence("me set PRIORITY_QUEUE 0x8000 relatedPort=0x80000000\n"),
+              "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000, "
+              "PRIORITY_QUEUE 0x8000).");
+}
+
+// Two CTPs may share a port-ID if each has its own direction.
+TEST(question, the_queue_is_that_of_the_upstream_ctp)
+{
+    std::string line = good_line;
+    const std::string upstream = "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3";
+    line.replace(line.find(upstream), upstream.size(),
+                 "me create GEM_PORT_CTP 1 portID=1025 direction=2 trafficMgrPtrUp=9\n"
+                 "me create GEM_PORT_CTP 2 portID=1025 tcontID=0x8000 direction=1 "
+                 "trafficMgrPtrUp=3");
+    const std::string pointer = "gemCTPInstID=1";
+    line.replace(line.find(pointer), pointer.size(), "gemCTPInstID=2");
+    EXPECT_EQ(ask(line, from_uni(1, asked_tag{100, 0})).result.sentence,
+              "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000, "
+              "PRIORITY_QUEUE 0x0003).");
+}
+
 TEST(question, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 {
     const answered found = ask(two_bridges, from_uni(2, asked_tag{300, 5}));

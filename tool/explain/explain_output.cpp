@@ -11,6 +11,7 @@
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/tagging_output.h"
+#include "tool/explain/upstream_port.h"
 
 namespace gponflow {
 
@@ -96,16 +97,12 @@ void print_steps(const walk_story& story, const line_model& entities, std::ostre
         print_step(step, story.replayed, entities, out, colours);
 }
 
-void print_queue(uint16_t gem, const line_model& entities, std::ostream& out)
+void print_queue(const explanation& explained, std::ostream& out)
 {
-    for (const me_instance& ctp : entities.instances(me_class::gemctp)) {
-        const auto me = ctp.as<gpon_raw_gemctp>();
-        if (me.portID != gem)
-            continue;
-        if (me.trafficMgrPtrUp != 0)
-            out << ", " << to_text(me_id{me_class::pq, me.trafficMgrPtrUp});
-        return;
-    }
+    const me_instance* ctp = upstream_ctp(explained);
+    const auto queue = ctp ? upstream_queue(*ctp, explained.entities) : std::nullopt;
+    if (queue)
+        out << ", " << to_text(*queue);
 }
 
 // A replay always succeeds, even if it ends early.
@@ -132,7 +129,7 @@ void print_success(const explanation& explained, std::ostream& out, const palett
     out << colours.good("passes");
     if (explained.input.options.kind == GPON_API_UP_ANI) {
         out << " to GEM port " << explained.answer->gem;
-        print_queue(explained.answer->gem, explained.entities, out);
+        print_queue(explained, out);
     } else if (explained.input.options.kind == GPON_API_UP_UNI) {
         out << " into the bridge";
     } else if (explained.input.options.kind == GPON_API_DOWN_ANI) {

@@ -8,6 +8,7 @@
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_entry.h"
+#include "tool/explain/upstream_port.h"
 #include "tool/model/carry.h"
 
 namespace gponflow {
@@ -26,21 +27,17 @@ std::string bridge_text(std::optional<uint16_t> bridge)
 }
 
 // "T_CONT 0x8000, PRIORITY_QUEUE 0x0003", as far as they are known.
-std::string scheduling_of(uint16_t gem, const line_model& entities)
+std::string scheduling_of(const explanation& half)
 {
-    for (const me_instance& one : entities.instances(me_class::gemctp)) {
-        const auto ctp = one.as<gpon_raw_gemctp>();
-        if (ctp.portID != gem)
-            continue;
-        std::string text;
-        if (ctp.tcontID != 0)
-            text = " (" + to_text(me_id{me_class::tcont, ctp.tcontID});
-        if (ctp.trafficMgrPtrUp != 0)
-            text +=
-                (text.empty() ? " (" : ", ") + to_text(me_id{me_class::pq, ctp.trafficMgrPtrUp});
-        return text.empty() ? text : text + ")";
-    }
-    return {};
+    const me_instance* ctp = upstream_ctp(half);
+    if (!ctp)
+        return {};
+    std::string text;
+    if (const uint16_t tcont = ctp->as<gpon_raw_gemctp>().tcontID; tcont != 0)
+        text = " (" + to_text(me_id{me_class::tcont, tcont});
+    if (const auto queue = upstream_queue(*ctp, half.entities))
+        text += (text.empty() ? " (" : ", ") + to_text(*queue);
+    return text.empty() ? text : text + ")";
 }
 
 // Whether a tagging operation discards the frame on its path to this UNI.
@@ -90,8 +87,7 @@ std::string passed_sentence(const line_answer& answer)
     if (other)
         text += ", and from " + bridge_text(other);
     if (answer.question.uni)
-        text += " to GEM port " + std::to_string(last.answer->gem) +
-                scheduling_of(last.answer->gem, last.entities);
+        text += " to GEM port " + std::to_string(last.answer->gem) + scheduling_of(last);
     else if (answer.bridge)
         text += unis_of(*answer.bridge, last.entities, leaving_frames(answer.halves.front()));
     return text + ".";

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/upstream_port.h"
+
+namespace gponflow {
+
+const me_instance* upstream_ctp(const explanation& half)
+{
+    if (!half.answer)
+        return nullptr;
+    const auto carries = [&](const me_instance& ctp) {
+        return ctp.as<gpon_raw_gemctp>().portID == half.answer->gem;
+    };
+    for (const walk_step& step : half.story.steps) {
+        const bool is_ctp = step.passed && step.at.class_id == me_class::gemctp;
+        const me_instance* ctp = is_ctp ? half.entities.find(step.at) : nullptr;
+        if (ctp && carries(*ctp))
+            return ctp;
+    }
+    // The steps of a replay may name no instance.
+    for (const me_instance& ctp : half.entities.instances(me_class::gemctp))
+        if (carries(ctp) && ctp.as<gpon_raw_gemctp>().direction != gem_downstream)
+            return &ctp;
+    return nullptr;
+}
+
+std::optional<me_id> upstream_queue(const me_instance& ctp, const line_model& entities)
+{
+    const auto me = ctp.as<gpon_raw_gemctp>();
+    if (me.trafficMgrPtrUp == 0)
+        return {};
+    const me_id id{me_class::pq, me.trafficMgrPtrUp};
+    const me_instance* queue = entities.find(id);
+    const bool is_set = queue && !queue->automatic;
+    if (me.trafficMgrPtrUp == me.tcontID && !is_set)
+        return {};
+    return id;
+}
+
+} // namespace gponflow
