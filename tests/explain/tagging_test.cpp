@@ -175,6 +175,21 @@ TEST(account_tagging, discarded_frames_are_counted_by_row)
     EXPECT_EQ(diagnostics, "");
 }
 
+// VLAN 5 becomes VLAN 200 in front of a filter of the UNI's port, which drops every frame.
+TEST(account_tagging, a_drop_has_the_received_and_the_rewritten_tags)
+{
+    std::string diagnostics;
+    const std::string line = tagged_line +
+                             "me create VLAN_TAG_FILTER_DATA 0x0101 vlanFilterList=100 "
+                             "forwardOperation=0x04 vlanFilterNums=1\n";
+    const std::string text = accounted(
+        line + "hook kind=up_uni port=1 frame=0200000000010200000001018100000508004500\n" +
+            "hook kind=up_uni port=1 frame=020000000001020000000101810000c808004500\n",
+        diagnostics);
+    EXPECT_THAT(text, HasSubstr("  1  VLAN 5 priority 0, rewritten to VLAN 200 priority 0: "));
+    EXPECT_THAT(text, HasSubstr("  1  VLAN 200 priority 0: "));
+}
+
 // Two frames of one path, the second one on the quick path. Mode 5 discards what matches no row.
 TEST(account_tagging, frames_that_no_uni_receives_are_dropped)
 {

@@ -30,6 +30,7 @@ struct frame_story {
     bool ran = false;
     bool quick = false;
     std::vector<uint16_t> ports; ///< bridge ports in the order of the path
+    std::string tags;            ///< at the hook call, of a drop
     std::string reason;          ///< of the drop
     std::vector<me_id> path;     ///< of a frame from the fibre that tagging operations may rewrite
 
@@ -107,7 +108,7 @@ private:
             rewritten.wire_length += carried.frame.size();
             rewritten.wire_length -= frame.data.size();
             rewritten.data = std::move(carried.frame);
-            count_frame(options, rewritten);
+            count_frame(options, rewritten, frame);
             return;
         }
         direction_account& direction = account_.at(options.kind);
@@ -115,7 +116,8 @@ private:
         ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(carried)];
     }
 
-    void count_frame(const packet_options& options, const captured_frame& frame)
+    void count_frame(const packet_options& options, const captured_frame& frame,
+                     const captured_frame& received)
     {
         const path_call call = hook_by_path(options, frame.data);
         if (call.first)
@@ -132,7 +134,7 @@ private:
         else if (answer->api_result == 0)
             count_passed(options, *answer, story, frame);
         else
-            ++direction.drops[story.reason];
+            ++direction.drops[tags_of_drop(story, frame, received) + ": " + story.reason];
     }
 
     // Behind the hook call, operations act on the path to each UNI of the bridge.
@@ -173,10 +175,20 @@ private:
         story.path = path_of_call(options, frame);
         if (answer && story.ran && answer->api_result != 0) {
             const frame_header header = read_header(frame);
-            story.reason = tags_text(header) + ": " +
-                           drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
+            story.tags = tags_text(header);
+            story.reason = drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
         }
         return story;
+    }
+
+    // "untagged, rewritten to VLAN 300"
+    static std::string tags_of_drop(const frame_story& story, const captured_frame& frame,
+                                    const captured_frame& received)
+    {
+        if (frame.data == received.data)
+            return story.tags;
+        const std::string tags = tags_text(read_header(received));
+        return tags == story.tags ? tags : tags + ", rewritten to " + story.tags;
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,
