@@ -368,6 +368,24 @@ TEST(check_rules, a_priority_that_no_row_produces)
               names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
 }
 
+TEST(check_rules, a_mapper_that_maps_no_untagged_frame)
+{
+    const auto line = [](const std::string& options) {
+        return "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3\n"
+               "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+               "me create 802_1P_MAPPER 1 pbit_GemIWTP=0x11,0x11,0x11,0x11,0x11,0x11,0x11,0x11 " +
+               options + "\n";
+    };
+    EXPECT_EQ(found("untagged-dropped", line("unmark_frame_opt=2")),
+              names{"802_1P_MAPPER 0x0001 3"});
+    EXPECT_EQ(reason("untagged-dropped", line("unmark_frame_opt=2")),
+              "unmark_frame_opt 2 does not map untagged frames");
+    EXPECT_EQ(reason("untagged-dropped", line("unmark_frame_opt=1 defaultPbit=8")),
+              "defaultPbit 8 is not a priority");
+    EXPECT_EQ(found("untagged-dropped", line("unmark_frame_opt=1 defaultPbit=7")), names{});
+    EXPECT_EQ(found("untagged-dropped", line("unmark_frame_opt=0 defaultPbit=8")), names{});
+}
+
 // The row of operation_of_uni adds VLAN 100 with priority 0, so the GEM IW TP of priorities 5 and 6
 // gets no frame. The second row copies the priority of VLAN 5.
 TEST(check_rules, a_priority_of_a_mapper_that_no_row_produces)

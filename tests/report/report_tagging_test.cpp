@@ -137,6 +137,28 @@ TEST(report_tagging, an_unknown_operation_behind_a_downstream_hook_call_is_named
     EXPECT_THAT(data.flows[0].not_applied[0], HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001: "));
 }
 
+// The capture holds 12 of 80 bytes: no EtherType, so the row that applies is not known.
+TEST(report_tagging, an_operation_is_not_applied_to_a_frame_that_the_capture_cuts)
+{
+    const scratch_folder folder;
+    folder.write("cut.pcap", small_capture(addresses, 80));
+    std::ostringstream output;
+    const auto input = open_scenario(
+        folder.write("test.scn", good_line + untagged_to_100 + "pcap cut.pcap kind=up_ani port=1\n")
+            .string(),
+        output);
+    ASSERT_TRUE(input) << output.str();
+    report_data data;
+    const std::unique_ptr<backend> target = make_host_backend();
+    ASSERT_EQ(collect_report(*input, *target, data, output), status_ok) << output.str();
+    ASSERT_EQ(data.flows.size(), 1u);
+    EXPECT_EQ(data.flows[0].octets, 80u);
+    EXPECT_TRUE(data.flows[0].rewriting.empty());
+    EXPECT_EQ(data.flows[0].fate, frame_fate::dropped);
+    ASSERT_EQ(data.flows[0].not_applied.size(), 1u);
+    EXPECT_THAT(data.flows[0].not_applied[0], HasSubstr("the frame ends before its EtherType"));
+}
+
 TEST(report_tagging, an_applied_operation_is_no_gap)
 {
     const report_data data = report_of(good_line + untagged_to_100, {untagged_frame});

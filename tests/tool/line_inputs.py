@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-only
-"""usage: line_inputs.py CAPTURE
+"""usage: line_inputs.py CAPTURE TRAFFIC
 
 Writes variants of a capture with Ethernet frames to the current folder: sll.pcap and sll2.pcap with
 Linux cooked headers, new.pcapng, two.pcap with the messages of a second ONU 02:00:00:00:00:09.
+sliced.pcap has the first 18 bytes of each frame of TRAFFIC.
 """
 import struct
 import sys
@@ -21,11 +22,12 @@ def records(name):
         at += 16 + size
 
 
-def write(name, link_type, frames):
+def write(name, link_type, frames, most=65535):
     with open(name, "wb") as file:
-        file.write(struct.pack("<IHHiIII", 0xa1b2c3d4, 2, 4, 0, 0, 65535, link_type))
+        file.write(struct.pack("<IHHiIII", 0xa1b2c3d4, 2, 4, 0, 0, most, link_type))
         for time, frame in frames:
-            file.write(time + struct.pack("<II", len(frame), len(frame)) + frame)
+            held = frame[:most]
+            file.write(time + struct.pack("<II", len(held), len(frame)) + held)
 
 
 def cooked(frame):
@@ -61,6 +63,7 @@ def main():
     write_pcapng("new.pcapng", frames)
     write("two.pcap", 1, [(time, one) for time, frame in frames
                           for one in (frame, frame.replace(ONU, OTHER))])
+    write("sliced.pcap", 1, records(sys.argv[2]), 18)
 
 
 main()

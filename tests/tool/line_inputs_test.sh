@@ -11,7 +11,7 @@ set -eu
 
 bring_up=$root/docs/cookbook/bring-up.pcap
 lost=$root/docs/cookbook/lost.pcap
-python3 "$root/tests/tool/line_inputs.py" "$bring_up"
+python3 "$root/tests/tool/line_inputs.py" "$bring_up" "$lost"
 expect_status 0 omci "$bring_up" -o line.scn
 
 # FROM: the output of a command, with the scenario's name for that of the line. A capture is named in
@@ -77,6 +77,22 @@ expect_status 2 check two.pcap "$bring_up"
 [ "$(grep -c '"schema":"gponflow-line-1"' out)" = 2 ] || complain 'an input has no line'
 [ "$(grep -o 'two.pcap: messages' out | wc -l)" = 1 ] || complain 'the input is named twice'
 expect_status 0 omci two.pcap two.pcap --onu 02:00:00:00:00:09
+
+# A capture with a snapshot length: tags and the length on the wire are known, the rest is not.
+expect_status 0 account line.scn --pcap "$lost"
+cp out whole
+expect_status 0 account line.scn --pcap sliced.pcap
+cmp -s out whole || complain 'gponflow account: a sliced capture has other outcomes'
+grep -q '^sliced.pcap: warning: 16 of 16 frames end in the capture' err ||
+    complain 'gponflow account: no warning of a sliced capture'
+expect_status 0 explain line.scn --uni 2 --pcap sliced.pcap
+grep -q '^The capture holds 18 of the 298 bytes of the frame' out ||
+    complain 'gponflow explain: no note of a sliced frame'
+octets() { sed -n 's/^ *"octets": \([0-9]*\),$/\1/p' out | awk '{ sum += $1 } END { print sum }'; }
+expect_status 0 report line.scn --json --pcap "$lost"
+whole=$(octets)
+expect_status 0 report line.scn --json --pcap sliced.pcap
+[ "$(octets)" = "$whole" ] || complain 'gponflow report: other octets for a sliced capture'
 
 # Nothing usable is no success.
 : >empty
