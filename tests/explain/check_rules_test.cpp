@@ -340,6 +340,10 @@ TEST(check_rules, a_vlan_that_no_row_produces)
     EXPECT_EQ(found("tagging-no-row", expecting + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
                                                   "row=f8000000e8000000000f0000000f0000\n"),
               names{});
+    // Nobody knows what a row with filter priority 9 produces.
+    EXPECT_EQ(found("tagging-no-row", expecting + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
+                                                  "row=f800000090038000400f000000000324\n"),
+              names{});
     // Another UNI of the bridge has no operation.
     EXPECT_EQ(found("tagging-no-row",
                     expecting + "me create MAC_BRIDGE_PORT_CON_DATA 0x0102 bridgeID=1 tpType=1 "
@@ -429,14 +433,25 @@ TEST(check_rules, a_row_that_never_applies)
         "frames");
 }
 
-TEST(check_rules, a_row_with_a_reserved_value_never_applies)
+TEST(check_rules, a_row_with_a_reserved_value_cannot_be_interpreted)
 {
     EXPECT_EQ(
         reason("tagging-shadowed-row",
                good_line + operation_of_uni +
                    "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000090028000400f000000080644\n"),
         "the row \"single-tagged, VLAN 5: remove 1 tag, add VLAN 200 with the priority of the "
-        "inner tag, TPID 0x8100\" never applies: reserved value: inner filter priority 9");
+        "inner tag, TPID 0x8100\" cannot be interpreted: reserved value: inner filter priority 9");
+}
+
+// The reserved EtherType code 5 is tried before any EtherType, with the same VLAN 5.
+TEST(check_rules, a_row_with_a_reserved_value_covers_no_other)
+{
+    EXPECT_EQ(found("tagging-shadowed-row",
+                    good_line + operation_of_uni +
+                        "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028005400f000000080644\n"
+                        "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n")
+                  .size(),
+              1u);
 }
 
 TEST(check_rules, an_operation_without_a_place)

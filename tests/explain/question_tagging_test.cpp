@@ -152,6 +152,23 @@ TEST(question_tagging, a_frame_that_one_of_two_unis_receives_passes)
                                 "0x0101 discards the frame: downstream mode 8: discard.\n"));
 }
 
+// VLAN 5 with the reserved filter priority 9: both directions may be concerned.
+TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
+{
+    const std::string line =
+        carried_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000090028000400f000000000324\n";
+    const std::string note =
+        "VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not applied: the row "
+        "\"single-tagged, VLAN 5: remove 1 tag, add VLAN 100 with priority 0, TPID 0x8100\" cannot "
+        "be interpreted: reserved value: inner filter priority 9.\n";
+    const std::string text = answer_text(
+        line + "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000ffffffffffffffff\n",
+        from_uni_1(asked_tag{5, 0}));
+    EXPECT_THAT(text, HasSubstr(note));
+    // Untagged -> 100:0 is tried after the row, whose result 100:0 may be, too.
+    EXPECT_THAT(answer_text(line, from_gem_1025({100, 0})), HasSubstr(note));
+}
+
 TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
 {
     const std::unique_ptr<backend> target = make_host_backend();

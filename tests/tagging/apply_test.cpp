@@ -298,12 +298,10 @@ TEST(tagging_upstream, what_is_not_known_changes_nothing)
 {
     const octets frame = frame_with({vlan(100)});
     EXPECT_EQ(up({}, frame), "unknown: its table is not known");
-    EXPECT_EQ(up(table_of({single_row({8, 100, 2}, 0, add_nothing, add_nothing)}), frame),
-              "VLAN 100 priority 0");
     EXPECT_EQ(
         up(table_of({single_row({8, 100, 0}, 0, add_nothing, {12, 1, 4})}), frame),
         "unknown: the row \"single-tagged, VLAN 100: add VLAN 1 with priority 12, TPID 0x8100\" "
-        "has a reserved value: inner treatment priority 12");
+        "cannot be interpreted: reserved value: inner treatment priority 12");
     EXPECT_EQ(up(table_of({}), octets(11)), "unknown: the frame ends within its addresses");
 }
 
@@ -450,9 +448,65 @@ TEST(tagging_upstream, reserved_criteria_change_nothing)
 {
     tag_row row = single_row({8, 100, 0}, 0, add_nothing, {1, 1, 4});
     row.extended_criteria = 3;
-    EXPECT_EQ(up(table_of({row}), frame_with({vlan(100)})),
-              "unknown: the row \"single-tagged, VLAN 100, extended criteria 3: add VLAN 1 with "
-              "priority 1, TPID 0x8100\" has a reserved value: extended criteria 3");
+    EXPECT_EQ(
+        up(table_of({row}), frame_with({vlan(100)})),
+        "unknown: the row \"single-tagged, VLAN 100, extended criteria 3: add VLAN 1 with "
+        "priority 1, TPID 0x8100\" cannot be interpreted: reserved value: extended criteria 3");
+}
+
+// The reserved values of a filter: it may match the frame, so later rows do not decide.
+TEST(tagging_upstream, reserved_values_of_a_filter_change_nothing)
+{
+    const auto outcome = [](const tag_row& row, frame_tag tag) {
+        return up(table_of({row, single_row({8, 100, 0}, 1, add_nothing, {1, 1, 4})}),
+                  frame_with({tag}));
+    };
+    for (const uint8_t tpid : {uint8_t{1}, uint8_t{2}, uint8_t{3}})
+        EXPECT_EQ(
+            outcome(single_row({8, 100, tpid}, 0, add_nothing, add_nothing), vlan(100)),
+            "unknown: the row \"single-tagged, VLAN 100, TPID code " + std::to_string(tpid) +
+                ": no change\" cannot be interpreted: reserved value: inner filter TPID code " +
+                std::to_string(tpid));
+    tag_row ethertype = single_row({8, 100, 0}, 0, add_nothing, add_nothing);
+    ethertype.ethertype = 5;
+    EXPECT_EQ(outcome(ethertype, vlan(100)),
+              "unknown: the row \"single-tagged, VLAN 100, EtherType code 5: no change\" cannot be "
+              "interpreted: reserved EtherType code 5");
+    EXPECT_EQ(outcome(single_row({7, 4095, 0}, 0, add_nothing, add_nothing), vlan(100, 7)),
+              "unknown: the row \"single-tagged, priority 7: no change\" cannot be interpreted: "
+              "reserved value: inner filter VID 4095");
+    // The other fields of the filter are compared.
+    EXPECT_EQ(outcome(single_row({8, 5, 2}, 0, add_nothing, add_nothing), vlan(100)),
+              "VLAN 1 priority 1");
+    EXPECT_EQ(outcome(single_row({7, 4095, 0}, 0, add_nothing, add_nothing), vlan(100)),
+              "VLAN 1 priority 1");
+    EXPECT_EQ(outcome(ethertype, vlan(5)), "VLAN 5 priority 0");
+}
+
+// C 5:any with a reserved priority 9 -> 100:6. Downstream, 100:6 may be its result, 100:5 is not.
+TEST(tagging_downstream, a_row_that_cannot_be_interpreted_is_not_inverted)
+{
+    const auto outcome = [](const tag_row& row, frame_tag tag) {
+        tag_operation op = table_of({row});
+        op.downstream_mode = 5;
+        return down(op, frame_with({tag}));
+    };
+    const tag_row filter = single_row({9, 5, 0}, 1, add_nothing, {6, 100, 4});
+    EXPECT_EQ(
+        outcome(filter, vlan(100, 6)),
+        "unknown: the row \"single-tagged, VLAN 5: remove 1 tag, add VLAN 100 with priority 6, "
+        "TPID 0x8100\" cannot be interpreted: reserved value: inner filter priority 9");
+    EXPECT_EQ(outcome(filter, vlan(100, 5)),
+              "discarded by downstream mode 5: no row matches, discard");
+    tag_row discarding = filter;
+    discarding.remove = discard_frame;
+    EXPECT_EQ(outcome(discarding, vlan(100, 6)),
+              "discarded by downstream mode 5: no row matches, discard");
+    // The result of a reserved treatment is not known.
+    EXPECT_EQ(
+        outcome(single_row({8, 5, 0}, 1, add_nothing, {12, 100, 4}), vlan(7, 1)),
+        "unknown: the row \"single-tagged, VLAN 5: remove 1 tag, add VLAN 100 with priority "
+        "12, TPID 0x8100\" cannot be interpreted: reserved value: inner treatment priority 12");
 }
 
 // Downstream modes, with the rule C 5:2 <-> 100:6.

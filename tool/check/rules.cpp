@@ -122,8 +122,9 @@ constexpr check_rule rules[] = {
      "The service carries no upstream frame. A warning if a mapper has a GEM port for priorities "
      "that no row produces: this GEM port carries no upstream frame."},
     {"tagging-shadowed-row", warning, always, "9.3.13", "row that never applies",
-     "Rows that are tried first apply to all frames that the row filters, or its filter has a "
-     "reserved value. Rows are tried in the order of their filters, the more specific ones first; "
+     "Rows that are tried first apply to all frames that the row filters, or the row has a "
+     "reserved value, so its effect is not known. Rows are tried in the order of their filters, "
+     "the more specific ones first; "
      "the order of creation has no effect."},
     {"tagging-unassociated", warning, always, "9.3.12, 9.3.13",
      "tagging operation that belongs to no known instance",

@@ -94,12 +94,14 @@ bool applies_to_some_frame(const tag_operation& operation, const tag_row& row)
     return false;
 }
 
-// Rows that look for DHCP leave other frames to the rows behind them.
-tag_operation without_other_extended(const tag_operation& operation, const tag_row& row)
+// Rows that look for DHCP leave other frames to the rows behind them. Those with a reserved value
+// may do so: it is not known which frames they apply to.
+tag_operation without_uncertain(const tag_operation& operation, const tag_row& row)
 {
     tag_operation result = operation;
-    std::erase_if(result.rows,
-                  [&](const tag_row& one) { return one.extended_criteria != 0 && !(one == row); });
+    std::erase_if(result.rows, [&](const tag_row& one) {
+        return (one.extended_criteria != 0 || !fault_of(one).empty()) && !(one == row);
+    });
     return result;
 }
 
@@ -111,11 +113,13 @@ void check_rows(me_id id, unsigned line, const tag_operation& operation, finding
         if (is_default(row) || std::ranges::find(predefined, row) != predefined.end())
             continue;
         const std::string fault = fault_of(row);
-        if (fault.empty() && applies_to_some_frame(without_other_extended(operation, row), row))
+        if (fault.empty() && applies_to_some_frame(without_uncertain(operation, row), row))
             continue;
         found.add(id, line, "tagging-shadowed-row",
-                  "the row \"" + row_text(row) + "\" never applies: " +
-                      (fault.empty() ? "rows that are tried first apply to all its frames" : fault),
+                  "the row \"" + row_text(row) + "\" " +
+                      (fault.empty() ? "never applies: rows that are tried first apply to all its "
+                                       "frames"
+                                     : "cannot be interpreted: " + fault),
                   "delete the row, or correct its filter");
     }
 }
@@ -184,8 +188,10 @@ std::optional<vlan_priorities> produced_by(const tag_operation& operation)
         return {};
     vlan_priorities all{};
     for (const tag_row& row : operation.rows) {
-        if (row.remove == discard_frame || !fault_of(row).empty())
+        if (row.remove == discard_frame)
             continue;
+        if (!fault_of(row).empty())
+            return {};
         const tag_values values = produced_by(row);
         for (unsigned vid = 0; vid < vlans; ++vid)
             all[vid] |= values.vids[vid] ? values.priorities : uint8_t{0};

@@ -36,15 +36,14 @@ std::string frame_fault(const std::optional<tagged_frame>& received)
     return received->ends_early ? "the frame ends before its EtherType" : "";
 }
 
+// A reserved value matches each tag: the effect of its row is not known.
 bool matches(const row_tag& filter, const frame_tag& tag, uint16_t input_tpid)
 {
     if (filter.priority < any_priority && filter.priority != tag.priority)
         return false;
-    if (filter.vid < any_vid && filter.vid != tag.vid)
+    if (filter.vid <= greatest_vid && filter.vid != tag.vid)
         return false;
     switch (filter.tpid) {
-    case 0:
-        return true;
     case 4:
         return tag.tpid == ordinary_tpid;
     case 5:
@@ -54,7 +53,7 @@ bool matches(const row_tag& filter, const frame_tag& tag, uint16_t input_tpid)
     case 7:
         return tag.tpid == input_tpid && tag.dei;
     default:
-        return false;
+        return true;
     }
 }
 
@@ -170,6 +169,12 @@ bool fits_criterion(const tag_row& row, std::optional<uint8_t> criterion)
            row.extended_criteria == *criterion;
 }
 
+tag_rewriting uninterpreted(std::span<const uint8_t> frame, const tag_row& row)
+{
+    return unknown(frame,
+                   "the row \"" + row_text(row) + "\" cannot be interpreted: " + fault_of(row));
+}
+
 std::string too_short_for(const tag_row& row)
 {
     return "the row \"" + row_text(row) + "\" may apply: the frame ends before its UDP ports";
@@ -191,8 +196,8 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
     const tag_row* row = matching_row(operation, received->tags, received->ethertype(), criterion);
     if (!row)
         return passed(*received, "no row matches: no change");
-    if (const std::string fault = fault_of(*row); !fault.empty())
-        return unknown(frame, "the row \"" + row_text(*row) + "\" has a " + fault);
+    if (!fault_of(*row).empty())
+        return uninterpreted(frame, *row);
     if (row->extended_criteria != 0 && !criterion)
         return unknown(frame, too_short_for(*row));
     if (row->remove == discard_frame)
@@ -287,9 +292,14 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
     const std::optional<uint8_t> criterion = received.extended_criterion();
     for (const tag_row& row : operation.rows) {
         // In the modes that look for a match, default rows are none.
-        if ((mode != inverse && is_predefined(row)) || !fault_of(row).empty() ||
-            !fits_ethertype(row, received.ethertype()) || !fits_criterion(row, criterion))
+        if ((mode != inverse && is_predefined(row)) || !fits_ethertype(row, received.ethertype()) ||
+            !fits_criterion(row, criterion))
             continue;
+        if (!fault_of(row).empty()) {
+            if (may_produce(row, operation, received.tags, match_of(mode)))
+                return uninterpreted(received.joined(), row);
+            continue;
+        }
         const auto tags = inverse_tags(row, operation, received.tags, match_of(mode));
         if (!tags)
             continue;
@@ -310,8 +320,6 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
 bool fits_ethertype(const tag_row& row, uint16_t ethertype)
 {
     switch (row.ethertype) {
-    case 0:
-        return true;
     case 1:
         return ethertype == 0x0800;
     case 2:
@@ -321,7 +329,7 @@ bool fits_ethertype(const tag_row& row, uint16_t ethertype)
     case 4:
         return ethertype == 0x86dd;
     default:
-        return false;
+        return true;
     }
 }
 

@@ -175,7 +175,37 @@ private:
     std::vector<partial_tag> found_; ///< the outer tag first
 };
 
+row_tag without_reserved(row_tag filter)
+{
+    if (filter.priority > any_priority && filter.priority < default_rule)
+        filter.priority = any_priority;
+    if (filter.vid > greatest_vid)
+        filter.vid = any_vid;
+    if (filter.tpid < 4)
+        filter.tpid = 0;
+    return filter;
+}
+
+// The row with filters that match each frame where they have a reserved value.
+tag_row with_open_filters(tag_row row)
+{
+    row.filter_outer = without_reserved(row.filter_outer);
+    row.filter_inner = without_reserved(row.filter_inner);
+    row.ethertype = 0;
+    row.extended_criteria = 0;
+    return row;
+}
+
 } // namespace
+
+bool may_produce(const tag_row& row, const tag_operation& operation,
+                 const std::vector<frame_tag>& sent, downstream_match match)
+{
+    if (row.remove == discard_frame)
+        return false;
+    const tag_row open = with_open_filters(row);
+    return !fault_of(open).empty() || inverse_tags(open, operation, sent, match);
+}
 
 std::optional<std::vector<frame_tag>> inverse_tags(const tag_row& row,
                                                    const tag_operation& operation,

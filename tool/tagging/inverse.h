@@ -17,7 +17,8 @@ struct downstream_match {
     bool priority = true;
 };
 
-/// Whether the EtherType of a frame, behind its tags, fits the filter of the row.
+/// Whether the EtherType of a frame, behind its tags, fits the filter of the row. A reserved code
+/// fits each: the effect of its row is not known.
 [[nodiscard]] bool fits_ethertype(const tag_row& row, uint16_t ethertype);
 
 /// The tags of the frame that the row would rewrite to `sent`; nothing if it rewrites none to it.
@@ -26,5 +27,10 @@ struct downstream_match {
                                                                  const tag_operation& operation,
                                                                  const std::vector<frame_tag>& sent,
                                                                  downstream_match match);
+
+/// Whether a row without a defined meaning may rewrite a frame to `sent`. Reserved values of its
+/// filters may match each frame; a treatment that is not defined may have each result.
+[[nodiscard]] bool may_produce(const tag_row& row, const tag_operation& operation,
+                               const std::vector<frame_tag>& sent, downstream_match match);
 
 } // namespace gponflow
