@@ -169,6 +169,19 @@ TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
     EXPECT_THAT(answer_text(line, from_gem_1025({100, 0})), HasSubstr(note));
 }
 
+TEST(question_tagging, what_the_onu_decides_is_a_note)
+{
+    const std::string passes =
+        "The frame passes from GEM port 1025 into bridge 1, towards UNI 1.\n";
+    EXPECT_THAT(answer_text(carried_line, from_gem_1025({100, 5})),
+                HasSubstr(passes +
+                          "VLAN_TAG_EXTEND_OPERATE 0x0001: in downstream mode 0 the ONU decides "
+                          "which fields of a frame it compares with the rows, and what it does "
+                          "with a frame that matches none.\n"));
+    EXPECT_THAT(answer_text(carried_line, from_gem_1025({100, 0})),
+                testing::Not(HasSubstr("the ONU decides")));
+}
+
 TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
 {
     const std::unique_ptr<backend> target = make_host_backend();

@@ -125,6 +125,16 @@ TEST(explain_tagging, a_frame_that_no_uni_receives_is_dropped)
         HasSubstr("passes from GEM port 1025 into the bridge; its rule was replayed\n" + tail));
 }
 
+TEST(explain_tagging, what_the_onu_decides_is_named_below_the_result)
+{
+    EXPECT_THAT(explained(tagged_line + "hook kind=down_ani gem=1025 "
+                                        "frame=0200000000010200000001018100a06408004500\n"),
+                testing::EndsWith("  leaves as VLAN 100 priority 5\n"
+                                  "VLAN_TAG_EXTEND_OPERATE 0x0001: in downstream mode 0 the ONU "
+                                  "decides which fields of a frame it compares with the rows, and "
+                                  "what it does with a frame that matches none\n"));
+}
+
 // Line, frame and direction of a frame from a capture.
 carried_frame carried(const std::string& text, uint32_t kind, uint32_t port, size_t number)
 {

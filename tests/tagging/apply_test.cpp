@@ -613,6 +613,46 @@ TEST(tagging_downstream, the_default_row_of_untagged_frames_is_no_match)
               "inverse of untagged: no change");
 }
 
+// Row untagged -> 100:0 in mode 0: an ONU that compares only the VLAN removes the tag of 100:5.
+TEST(tagging_downstream, what_the_onu_decides_is_noted)
+{
+    const auto note = [](unsigned mode, const tag_operation& operation, frame_tag tag) {
+        tag_operation op = operation;
+        op.downstream_mode = static_cast<uint8_t>(mode);
+        return rewrite_downstream(op, frame_with({tag})).note;
+    };
+    const tag_operation added = table_of({untagged_row(0, add_nothing, {0, 100, 4})});
+    const std::string left = "in downstream mode 0 the ONU decides which fields of a frame it "
+                             "compares with the rows, and what it does with a frame that matches "
+                             "none";
+    EXPECT_EQ(note(0, added, vlan(100, 0)), "");
+    EXPECT_EQ(note(0, added, vlan(100, 5)), left);
+    EXPECT_EQ(note(0, added, vlan(101, 0)), left);
+    // Modes 2 and 5 define both.
+    EXPECT_EQ(note(2, added, vlan(100, 5)), "");
+    EXPECT_EQ(note(5, added, vlan(100, 5)), "");
+    // Nothing to compare: the table passes each frame unchanged.
+    EXPECT_EQ(note(0, table_of({}), vlan(100, 5)), "");
+    // Without the default row of single-tagged frames: no row matches.
+    tag_operation bare = added;
+    std::erase_if(bare.rows, [](const tag_row& row) { return is_default(row); });
+    EXPECT_EQ(note(0, bare, vlan(100, 5)), left);
+}
+
+// Row: untagged -> 100:3. Modes 4 and 7 remove the tag of VLAN 101, too.
+TEST(tagging_downstream, a_row_that_applies_to_another_vlan_is_noted)
+{
+    for (const unsigned mode : {4, 7}) {
+        tag_operation op = table_of({untagged_row(0, add_nothing, {3, 100, 4})});
+        op.downstream_mode = static_cast<uint8_t>(mode);
+        EXPECT_EQ(rewrite_downstream(op, frame_with({vlan(100, 3)})).note, "");
+        EXPECT_EQ(rewrite_downstream(op, frame_with({vlan(101, 3)})).note,
+                  "downstream mode " + std::to_string(mode) +
+                      " compares only the priority: the row applies to a frame of another VLAN, "
+                      "too");
+    }
+}
+
 // S-tag with the output TPID 0x88a8 around the tag of the subscriber, with the input TPID 0x9100:
 // C 5:2 (0x9100) -> S 10:2 (0x88a8), C 5:2 (0x9100), and back.
 TEST(tagging_downstream, both_tpids_are_used)

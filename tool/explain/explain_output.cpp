@@ -331,6 +331,8 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
     else
         print_drop(explained.story, out, colours);
     print_gaps(gaps_of(explained), out);
+    for (const std::string& note : notes_of(leaving_frames(explained)))
+        out << note << '\n';
     print_warnings(explained, out);
 }
 

@@ -77,6 +77,17 @@ std::string discard_text(const std::vector<leaving_frame>& leaving)
     return all;
 }
 
+std::vector<std::string> notes_of(const std::vector<leaving_frame>& leaving)
+{
+    std::vector<std::string> notes;
+    for (const leaving_frame& one : leaving)
+        for (const tag_step& step : one.carried.steps)
+            if (std::string note = to_text(step.operation) + ": " + step.note;
+                !step.note.empty() && std::ranges::find(notes, note) == notes.end())
+                notes.push_back(std::move(note));
+    return notes;
+}
+
 bool is_discarded(const std::vector<leaving_frame>& leaving)
 {
     return !leaving.empty() && std::ranges::all_of(leaving, [](const leaving_frame& one) {

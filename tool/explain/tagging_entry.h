@@ -26,4 +26,7 @@ namespace gponflow {
 /// Whether operations discard the frame at each of the UNIs. False if there is none.
 [[nodiscard]] bool is_discarded(const std::vector<leaving_frame>& leaving);
 
+/// "OPERATION: NOTE" for the notes of the operations, each once.
+[[nodiscard]] std::vector<std::string> notes_of(const std::vector<leaving_frame>& leaving);
+
 } // namespace gponflow

@@ -154,13 +154,17 @@ void note_unfiltered(const line_answer& answer, verdict& into)
                                 "a bridge.");
 }
 
-// Of a frame that passes: the UNIs that do not get it.
-void note_discards(const explanation& half, verdict& into)
+// Behind a hook call of the downstream direction: UNIs that do not get a frame that passes, and
+// what is left to the ONU.
+void note_leaving(const explanation& half, verdict& into)
 {
-    for (const leaving_frame& one : leaving_frames(half))
-        if (one.carried.discarded)
+    const std::vector<leaving_frame> leaving = leaving_frames(half);
+    for (const leaving_frame& one : leaving)
+        if (one.carried.discarded && into.outcome == line_outcome::passed)
             into.notes.push_back("The frame does not leave by " + to_text(one.uni) +
                                  ": the tagging operation " + discard_text(one.carried) + ".");
+    for (const std::string& note : notes_of(leaving))
+        into.notes.push_back(note + ".");
 }
 
 line_outcome outcome_of(const explanation& half)
@@ -216,7 +220,6 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
                           tags_text(header) + ".";
     } else {
         result.sentence = subject + " passes.";
-        note_discards(half, result);
     }
     return result;
 }
@@ -225,7 +228,9 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
 
 verdict verdict_of(const explanation& half)
 {
-    return verdict_of(half, {}, "The frame");
+    verdict result = verdict_of(half, {}, "The frame");
+    note_leaving(half, result);
+    return result;
 }
 
 verdict verdict_of(const line_answer& answer)
@@ -236,8 +241,8 @@ verdict verdict_of(const line_answer& answer)
         result.sentence = passed_sentence(answer);
         note_bridge(answer, result);
         note_unfiltered(answer, result);
-        note_discards(answer.halves.front(), result);
     }
+    note_leaving(answer.halves.front(), result);
     note_capture(answer, result);
     for (const explanation& half : answer.halves)
         note_tagging(answer, half, result);

@@ -61,7 +61,7 @@ private:
         }
         carried.discarded = done.outcome == tag_outcome::discarded;
         carried.steps.push_back(
-            {id, place, done.row, carried.frame, done.frame, carried.discarded});
+            {id, place, done.row, carried.frame, done.frame, carried.discarded, done.note});
         carried.frame = std::move(done.frame);
     }
 

@@ -21,6 +21,7 @@ struct tag_step {
     bytes before;
     bytes after;
     bool discarded = false; ///< the operation drops the frame
+    std::string note{};     ///< what other ONUs may do with the frame; mostly empty
 };
 
 /// An operation whose effect is not known.

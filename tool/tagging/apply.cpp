@@ -15,17 +15,23 @@ using bytes = std::vector<uint8_t>;
 
 tag_rewriting unknown(std::span<const uint8_t> frame, std::string why)
 {
-    return {tag_outcome::unknown, bytes(frame.begin(), frame.end()), {}, std::move(why)};
+    return {tag_outcome::unknown, bytes(frame.begin(), frame.end()), {}, std::move(why), {}};
 }
 
 tag_rewriting passed(const tagged_frame& frame, std::string row)
 {
-    return {tag_outcome::passed, frame.joined(), std::move(row), {}};
+    return {tag_outcome::passed, frame.joined(), std::move(row), {}, {}};
 }
 
 tag_rewriting discarded(const tagged_frame& frame, std::string row)
 {
-    return {tag_outcome::discarded, frame.joined(), std::move(row), {}};
+    return {tag_outcome::discarded, frame.joined(), std::move(row), {}, {}};
+}
+
+tag_rewriting noted(tag_rewriting done, std::string note)
+{
+    done.note = std::move(note);
+    return done;
 }
 
 // Why nothing is known about the tags of a frame; empty if they are known.
@@ -286,6 +292,27 @@ bool is_predefined(const tag_row& row)
             row.inner.priority == add_no_tag);
 }
 
+// Clause 9.3.13 leaves the comparison of mode 0 and unmatched frames to the ONU.
+std::string note_of_unmatched(const tag_operation& operation)
+{
+    if (operation.downstream_mode != inverse || std::ranges::all_of(operation.rows, is_predefined))
+        return {};
+    return "in downstream mode 0 the ONU decides which fields of a frame it compares with the "
+           "rows, "
+           "and what it does with a frame that matches none";
+}
+
+std::string note_of_match(const tag_operation& operation, const tag_row& row,
+                          const std::vector<frame_tag>& sent)
+{
+    if (is_predefined(row))
+        return note_of_unmatched(operation);
+    if (match_of(operation.downstream_mode).vid || inverse_tags(row, operation, sent, {true, true}))
+        return {};
+    return "downstream mode " + std::to_string(operation.downstream_mode) +
+           " compares only the priority: the row applies to a frame of another VLAN, too";
+}
+
 tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& received)
 {
     const uint8_t mode = operation.downstream_mode;
@@ -307,11 +334,12 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
             return unknown(received.joined(), too_short_for(row));
         tagged_frame result = received;
         result.tags = *tags;
-        return passed(result, "inverse of " + row_text(row));
+        return noted(passed(result, "inverse of " + row_text(row)),
+                     note_of_match(operation, row, received.tags));
     }
     const std::string text = "downstream mode " + std::to_string(mode) + ": no row matches, ";
     if (mode <= last_forwarding)
-        return passed(received, text + "no change");
+        return noted(passed(received, text + "no change"), note_of_unmatched(operation));
     return discarded(received, text + "discard");
 }
 

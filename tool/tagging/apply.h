@@ -31,6 +31,7 @@ struct tag_rewriting {
     std::vector<uint8_t> frame; ///< after the operation
     std::string row;            ///< the row or mode that decided, in words
     std::string why;            ///< unknown: the reason
+    std::string note;           ///< what other ONUs may do with the frame; mostly empty
 };
 
 [[nodiscard]] tag_rewriting rewrite_upstream(const tag_operation& operation,
