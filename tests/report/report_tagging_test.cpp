@@ -110,6 +110,25 @@ TEST(report_tagging, a_discarding_operation_is_marked_in_the_drawing)
     EXPECT_THAT(report_page(data), Not(HasSubstr("data-deciding=\"\"")));
 }
 
+// Mode 8 discards each frame at UNI 1, the only one of the bridge. The second frame replays.
+TEST(report_tagging, a_frame_that_no_uni_receives_is_dropped)
+{
+    const report_data data = report_of(
+        good_line + untagged_to_100 + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=8\n",
+        {tagged_frame(100), tagged_frame(100), tagged_frame(100)}, "kind=down_ani gem=1025");
+    EXPECT_EQ(data.directions[3].dropped, 3u);
+    EXPECT_EQ(data.directions[3].passed, 0u);
+    ASSERT_EQ(data.flows.size(), 1u);
+    EXPECT_EQ(data.flows[0].fate, frame_fate::dropped);
+    ASSERT_EQ(data.drops.size(), 1u);
+    EXPECT_EQ(data.drops[0].frames, 3u);
+    EXPECT_EQ(data.drops[0].reason,
+              "VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 discards the frame: "
+              "downstream mode 8: discard");
+    EXPECT_EQ(deciding_entities(data.drops[0].example),
+              (std::vector<me_id>{{me_class::evtocd, 1}}));
+}
+
 TEST(report_tagging, a_passed_flow_names_the_operations_that_were_not_applied)
 {
     const std::string line = good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n";

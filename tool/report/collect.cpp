@@ -8,6 +8,7 @@
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/replay.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/walk_reader.h"
 #include "tool/scenario/captured_run.h"
@@ -120,22 +121,53 @@ private:
             add_drop(std::move(explained), row);
     }
 
+    bool has_operations_behind(const packet_options& options) const
+    {
+        return options.kind == GPON_API_DOWN_ANI && !data_.entities.tag_operations().empty();
+    }
+
+    void read_story(explanation& explained)
+    {
+        const bytes& frame = explained.tagging.frame;
+        explained.story = read_walk(log(), data_.entities, &frame);
+        // The operations behind the hook call are those of all instances on the path.
+        if (explained.story.replayed && has_operations_behind(explained.input.options))
+            name_replay(explained.story, *this, explained.input.options, frame);
+    }
+
+    // A frame that passed may be discarded on its path to each UNI.
+    path_summary behind_hook(path_summary path, const explanation& explained) const
+    {
+        if (path.fate != frame_fate::passed)
+            return path;
+        const std::vector<leaving_frame> leaving =
+            carry_to_unis(data_.entities, path.way, explained.input.frame.data);
+        if (is_discarded(leaving)) {
+            path.fate = frame_fate::dropped;
+            path.outcome = discard_text(leaving);
+        }
+        return path;
+    }
+
     void count_called(explanation explained, const std::string& place)
     {
         const packet_options& options = explained.input.options;
         const path_call call = hook_by_path(options, explained.tagging.frame);
         if (call.first) {
             explained.answer = call.answer;
-            explained.story = read_walk(log(), data_.entities, &explained.tagging.frame);
+            read_story(explained);
             paths_.push_back(summary_of(explained));
         }
-        const flow_row row = count(paths_.at(call.path), explained, place);
+        const path_summary& path = paths_.at(call.path);
+        const flow_row row = has_operations_behind(options)
+                                 ? count(behind_hook(path, explained), explained, place)
+                                 : count(path, explained, place);
         if (!is_new_drop(row))
             return;
         if (!call.first) {
-            // A frame that is dropped changes nothing: the call may be repeated.
+            // The call may be repeated: the walk drops the frame again, or its rule exists.
             explained.answer = hook_in_detail(options, explained.tagging.frame);
-            explained.story = read_walk(log(), data_.entities, &explained.tagging.frame);
+            read_story(explained);
         }
         add_drop(std::move(explained), row);
     }

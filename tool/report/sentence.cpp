@@ -5,6 +5,7 @@
 #include <set>
 
 #include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/report/entity_text.h"
 
 namespace gponflow {
@@ -57,7 +58,7 @@ std::string filters_in_words(const std::vector<me_id>& deciders, const line_mode
 std::string cause(const drop_row& drop)
 {
     const explanation& example = drop.example;
-    if (example.tagging.discarded)
+    if (!discards_of(example).empty())
         return drop.reason;
     const std::vector<me_id> deciders = deciding_entities(example);
     if (deciders.empty())
@@ -100,11 +101,27 @@ std::string drop_sentence(const drop_row& drop)
            direction_title(drop.kind) + ": " + cause(drop) + ".";
 }
 
-std::vector<me_id> deciding_entities(const explanation& explained)
+std::vector<carried_frame> discards_of(const explanation& explained)
 {
     if (explained.tagging.discarded)
-        return {explained.tagging.steps.back().operation};
+        return {explained.tagging};
+    const std::vector<leaving_frame> leaving = leaving_frames(explained);
+    std::vector<carried_frame> discards;
+    if (is_discarded(leaving))
+        for (const leaving_frame& one : leaving)
+            discards.push_back(one.carried);
+    return discards;
+}
+
+std::vector<me_id> deciding_entities(const explanation& explained)
+{
     std::vector<me_id> result;
+    for (const carried_frame& discarded : discards_of(explained))
+        if (const me_id id = discarded.steps.back().operation;
+            std::ranges::find(result, id) == result.end())
+            result.push_back(id);
+    if (!result.empty())
+        return result;
     for (const size_t end : deepest_dead_ends(explained.story)) {
         const me_id id = decider(explained.story.steps[end], explained.entities);
         if (std::ranges::find(result, id) == result.end())

@@ -15,7 +15,11 @@ namespace gponflow {
 /// What happens to the frames of the row, and which entities decide it.
 [[nodiscard]] std::string drop_sentence(const drop_row& drop);
 
-/// The operation that discards the frame, or the instances that end the deepest branches: a filter
+/// The operations that discard the frame, before the hook call or behind it. Each of them is the
+/// last step of its element.
+[[nodiscard]] std::vector<carried_frame> discards_of(const explanation& explained);
+
+/// The operations that discard the frame, or the instances that end the deepest branches: a filter
 /// if it drops the frame, else the last instance of the branch.
 [[nodiscard]] std::vector<me_id> deciding_entities(const explanation& explained);
 

@@ -94,8 +94,8 @@ std::vector<me_id> way_to_discard(const carried_frame& carried)
 // The branch that ends first among the deepest, with the filter that ends it.
 std::vector<me_id> way_to_drop(const explanation& example, const std::vector<me_id>& deciding)
 {
-    if (example.tagging.discarded)
-        return way_to_discard(example.tagging);
+    if (const auto discards = discards_of(example); !discards.empty())
+        return way_to_discard(discards.front());
     std::vector<me_id> way;
     const std::optional<size_t> end = deepest_dead_end(example.story);
     if (!end)
