@@ -143,6 +143,10 @@ tool_with_input "$whole" 0 explain "$line" kind=up_ani --pcap - --frame 2
 tool_with_input cut.pcap 2 explain "$line" kind=up_ani --pcap - --frame 23
 grep -q '^gponflow: standard input: no frame 23, it has 22 frames; ends early' err ||
     complain 'explain does not say that the capture ends before the frame'
+expect_status 0 explain "$line" kind=up_ani --pcap "$whole" --frame 22
+cp out passed
+expect_status 0 explain "$line" kind=up_ani --pcap cut.pcap --frame 22
+cmp -s out passed || complain 'explain traces a frame before the end of a cut capture otherwise'
 tool_with_input held.scn 2 account - --pcap -
 grep -q 'standard input is named for two inputs' err || complain 'standard input is read twice'
 tool_with_input "$whole" 0 graph "$line" --highlight kind=up_ani --pcap -
