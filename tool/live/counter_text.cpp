@@ -14,7 +14,7 @@ namespace gponflow {
 namespace {
 
 // A counter of another module, loaded meanwhile, may be smaller than before.
-std::string rate_text(uint64_t now, uint64_t before, double seconds)
+std::string increase_text(uint64_t now, uint64_t before, double seconds)
 {
     if (now <= before || seconds <= 0)
         return "0.0";
@@ -46,7 +46,7 @@ void print_counters(const counter_snapshot& now, const counter_rates& rates, boo
         std::vector<std::string>& row = table.rows.emplace_back();
         row = {one.name, std::to_string(one.value)};
         if (rates.before)
-            row.push_back(rate_text(
+            row.push_back(increase_text(
                 one.value, i < rates.before->counters.size() ? rates.before->counters[i].value : 0,
                 rates.seconds));
         row.push_back(one.meaning);

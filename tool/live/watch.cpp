@@ -47,7 +47,7 @@ void count(watched_rule& one, uint64_t hits, uint64_t elapsed)
     one.hits = hits;
 }
 
-std::string rate_text(double rate)
+std::string rate_cell(double rate)
 {
     char text[32];
     std::snprintf(text, sizeof(text), "%.1f", rate);
@@ -95,7 +95,7 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
         row = {(known.from_before ? ">" : "") + std::to_string(now - known.since),
                known.hits ? std::to_string(*known.hits) : "-"};
         if (rated)
-            row.push_back(rate_text(known.rate.value_or(0)));
+            row.push_back(rate_cell(known.rate.value_or(0)));
         row.insert(row.end(),
                    {rule->key.direction, to_text(rule->key.source), to_text(rule->key.destination),
                     to_text(rule->key.tags), path_text(rule->steps)});
