@@ -6,8 +6,6 @@
 . /tests/lib.sh
 
 balance=/sys/module/gpon_balance/parameters
-passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
-dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
 
 # Each round: frames that walk, replay and use an outcome, frames that a filter drops, a flush.
 frames() {

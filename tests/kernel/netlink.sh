@@ -6,16 +6,7 @@
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
-dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
 rule="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
-
-# COUNT LINE: as many calls of the hook.
-calls() {
-    yes "$2" | head -n "$1" >/tmp/calls.scn
-    gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
-        { cat /tmp/printed; fail "no hook calls"; }
-}
 
 counters_to() {
     netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"

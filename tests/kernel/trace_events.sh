@@ -9,16 +9,6 @@
 tracing=/sys/kernel/tracing
 events=$tracing/events/gpon_flow
 
-passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
-dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
-
-# COUNT LINE: as many calls of the hook.
-calls() {
-    yes "$2" | head -n "$1" >/tmp/calls.scn
-    gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
-        { cat /tmp/printed; fail "no hook calls"; }
-}
-
 # What netlink counts; gponflow prints the same numbers.
 counters_to() {
     netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"

@@ -178,3 +178,16 @@ scan_for_leaks() {
     done
     cat /sys/kernel/debug/kmemleak
 }
+
+# Frames of the line of tests/kernel/traffic/provision.scn: one that passes, and one that a filter drops.
+# shellcheck disable=SC2034 # for the tests
+passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000000000000000000000000"
+# shellcheck disable=SC2034
+dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
+
+# COUNT LINE: as many calls of the hook.
+calls() {
+    yes "$2" | head -n "$1" >/tmp/calls.scn
+    gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
+        { cat /tmp/printed; fail "no hook calls"; }
+}
