@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // A MIB upload as the source of a line.
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "include/me_class_id.h"
 #include "tests/omci/line_builder.h"
 #include "tool/model/line_diff.h"
 #include "tool/omci/attributes.h"
 #include "tool/omci/convert_file.h"
 #include "tool/omci/statistics.h"
+#include "tool/omci/upload.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/parse.h"
 
@@ -107,6 +110,35 @@ TEST(omci_upload, gives_the_line_of_the_bring_up)
     for (const me_instance* one : left.all())
         for (const me_pointer& pointer : left.pointers(*one))
             EXPECT_EQ(left.state(pointer), right.state(pointer)) << to_text(one->id);
+}
+
+// The module records a pointer only if its target exists.
+TEST(omci_upload, targets_are_created_first)
+{
+    const std::vector<const class_record*> order = creation_order();
+    std::set<uint16_t> later;
+    for (const class_record* one : order)
+        later.insert(one->id);
+    EXPECT_EQ(later.size(), order.size());
+    for (const class_record* one : order) {
+        later.erase(one->id);
+        for (const class_record* target : order)
+            for (const recordable_links& links : target->links)
+                EXPECT_FALSE(links.class_id == one->id && later.contains(target->id))
+                    << one->name << " before " << target->name;
+    }
+}
+
+TEST(omci_upload, an_order_contains_the_classes_that_commands_create_and_the_t_cont)
+{
+    std::set<uint16_t> wanted = {me_class::tcont};
+    for (const class_record& one : me_classes())
+        if (!one.created_by_links)
+            wanted.insert(one.id);
+    std::set<uint16_t> found;
+    for (const class_record* one : creation_order())
+        found.insert(one->id);
+    EXPECT_EQ(found, wanted);
 }
 
 TEST(omci_upload, commands_after_it_act_on_its_instances)

@@ -27,6 +27,7 @@ struct raw_imaginary {
     u16 portPointer;
     u32 level;
     u16 shades[3];
+    u16 bridgePointer;
 };
 
 constexpr gpon_me_field FIELDS[] = {
@@ -34,21 +35,26 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(raw_imaginary, portPointer, hex),
     GPON_FIELD(raw_imaginary, level, decimal),
     GPON_FIELD(raw_imaginary, shades, decimal),
+    GPON_FIELD(raw_imaginary, bridgePointer, hex),
 };
 constexpr gpon_me_pointer PORT = {.field = GPON_FIELD(raw_imaginary, portPointer, hex),
                                   .mask = 0x8000,
                                   .class_id = me_class::imaginary};
-constexpr gpon_me_pointer POINTERS[] = {PORT};
+constexpr gpon_me_pointer BRIDGE = {.field = GPON_FIELD(raw_imaginary, bridgePointer, hex),
+                                    .mask = 0x1000,
+                                    .class_id = me_class::mbsp,
+                                    .no_target = 0};
+constexpr gpon_me_pointer POINTERS[] = {PORT, BRIDGE};
 
-i32 report_port(gpon_me_cmd* cmd)
+template <const gpon_me_pointer& POINTER> i32 report(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<raw_imaginary>(cmd);
-    return me ? gpon::report_pointer(cmd, {me_class::imaginary, me->instID}, PORT, me) : -1;
+    return me ? gpon::report_pointer(cmd, {me_class::imaginary, me->instID}, POINTER, me) : -1;
 }
 
 constexpr gpon_me_related_info RELATED[] = {{me_class::imaginary, "imaginaryInst", nullptr, 2},
                                             {}};
-constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, report_port}, {}};
+constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, report<PORT>}, {BRIDGE.mask, report<BRIDGE>}, {}};
 
 } // namespace
 
@@ -69,13 +75,30 @@ SOURCE
 row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", CREATED_BY_OLT, imaginaryListInfo, gpon_imaginary_list)'
 sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
 
+
+# A bridge records the instances that point at it.
+sed -i 's/"mbpcdInst", nullptr, 512}, /&{me_class::imaginary, "imaginaryInst", nullptr, 1}, /' \
+    "$scratch/src/me_class/mbsp_mac_bridge_service_profile.cpp"
+
+# Its attributes in OMCI messages.
+sed -e '/^constexpr attribute_class classes/i\
+constexpr attribute imaginary[] = {{"port pointer", 2, sbc, "portPointer"},\
+                                   {"level", 4, sbc, "level"},\
+                                   {"shades", 6, later, {}},\
+                                   {"bridge pointer", 2, sbc, "bridgePointer"}};' \
+    -e '/^constexpr attribute_class classes/a\
+    {me_class::imaginary, "imaginary class", imaginary},' \
+    tool/omci/attributes.cpp >"$scratch/src/omci_attributes.cpp"
+
 # The line with which the build makes an output.
 command_of() {
     ninja -C "$build" -t commands "$1" | tail -n 1
 }
 
+# A folder of the tool that has a CMake file has a folder of objects too.
 object_of() { # SOURCE
-    ninja -C "$build" -t targets all | sed -nE "s#^(.*/${1#tool/}\.o): CXX_COMPILER.*#\1#p" | head -n 1
+    local below="${1#tool/}|${1%/*}/CMakeFiles/[^/]*/${1##*/}"
+    ninja -C "$build" -t targets all | sed -nE "s#^((.*/)?($below)\.o): CXX_COMPILER.*#\1#p" | head -n 1
 }
 
 # compile SOURCE [LIKE]: a source against the copied headers, with the command for LIKE.
@@ -98,10 +121,15 @@ for source in "${readers[@]}"; do
     compile "$source"
 done
 compile src/me_class/imaginary_class.cpp src/me_class/class_table.cpp
+compile src/me_class/mbsp_mac_bridge_service_profile.cpp
+compile src/omci_attributes.cpp tool/omci/attributes.cpp
 
 line=$(command_of bin/gponflow)
 line=${line//" -o bin/gponflow "/" -o $scratch/gponflow ${objects[*]} "}
 (cd "$build" && eval "${line#": && "}")
+
+# An ONU reports the instance before the bridge at which it points.
+python3 tests/tool/new_class_upload.py "$scratch/upload.pcap"
 
 cat >"$scratch/line.scn" <<'SCENARIO'
 load
@@ -134,4 +162,9 @@ expect "graph, edge" '"IMAGINARY_CLASS 0x0002" -> "IMAGINARY_CLASS 0x0001" [labe
 expect "check" "portPointer names IMAGINARY_CLASS 0x0009, which does not exist" \
     "$new" check "$scratch/line.scn"
 expect "completion" "IMAGINARY_CLASS" "$new" completion
+expect "upload, create" "me create IMAGINARY_CLASS 0x0007 mask=0xd000 portPointer=0x0000 level=70000" \
+    "$new" omci "$scratch/upload.pcap"
+expect "upload, order" '"IMAGINARY_CLASS 0x0007" -> "MAC_BRIDGE_SERVICE_PROFILE 0x0001" [label="bridgePointer"]' \
+    "$new" graph "$scratch/upload.pcap"
+expect "upload, links" "0x0007         -" "$new" show me --class 45 "$scratch/upload.pcap"
 exit "$failed"

@@ -2,8 +2,6 @@
 #include "tool/omci/upload.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 
 #include "include/me_class_id.h"
 #include "include/uapi/gpon_flow.h"
@@ -13,11 +11,36 @@ namespace gponflow::omci {
 
 namespace {
 
-// A pointer is recorded only if its target exists.
-constexpr std::array<uint16_t, 11> creation_order = {
-    me_class::tcont,      me_class::td,     me_class::gemctp, me_class::gemiw,
-    me_class::multigemiw, me_class::mapper, me_class::mbsp,   me_class::mbpcd,
-    me_class::vtfd,       me_class::vtocd,  me_class::evtocd};
+// A link to an instance of such a class creates it, with values of the default configuration. The
+// OLT writes attributes of T-CONTs only: it assigns their alloc-IDs.
+bool is_created_by_commands(const class_record& fields)
+{
+    return !fields.created_by_links || fields.id == me_class::tcont;
+}
+
+bool has_links_from(const class_record& fields, uint16_t class_id)
+{
+    return std::ranges::find(fields.links, class_id, &recordable_links::class_id) !=
+           fields.links.end();
+}
+
+// Behind the classes that record its instances. A class that records itself is its own target.
+void add_in_order(const class_record& fields, std::vector<const class_record*>& order,
+                  std::set<uint16_t>& visited)
+{
+    if (!visited.insert(fields.id).second)
+        return;
+    for (const class_record& target : me_classes())
+        if (has_links_from(target, fields.id))
+            add_in_order(target, order, visited);
+    if (is_created_by_commands(fields))
+        order.push_back(&fields);
+}
+
+bool is_pending(const record& rec)
+{
+    return rec.uploaded && !rec.written;
+}
 
 // Values of a T-CONT that the OLT has not assigned (G.988 9.2.2).
 bool is_assigned(const record& rec)
@@ -49,9 +72,22 @@ std::string line_of(const class_record& fields, const attribute_class& cls, uint
 
 bool belongs_to_the_line(uint16_t class_id, const record& rec)
 {
-    if (std::ranges::find(creation_order, class_id) == creation_order.end())
-        return false;
     return class_id != me_class::tcont || is_assigned(rec);
+}
+
+// Returns the commands for the pending instances of a class, and marks these as written.
+std::string lines_of_class(const class_record& fields, record_store& store, size_t& written)
+{
+    const attribute_class* cls = find_attribute_class(fields.id);
+    std::string text;
+    for (auto& [id, rec] : store.all())
+        if (cls && id.first == fields.id && is_pending(rec) &&
+            belongs_to_the_line(fields.id, rec)) {
+            text += line_of(fields, *cls, id.second, rec) + rec.tagging;
+            rec.written = true;
+            ++written;
+        }
+    return text;
 }
 
 } // namespace
@@ -77,21 +113,20 @@ size_t upload_tracker::missing() const
     return expected - std::min(expected, seen);
 }
 
+std::vector<const class_record*> creation_order()
+{
+    std::vector<const class_record*> order;
+    std::set<uint16_t> visited;
+    for (const class_record& fields : me_classes())
+        add_in_order(fields, order, visited);
+    return order;
+}
+
 std::string upload_lines(record_store& store, upload_summary& counts)
 {
     std::string text;
-    const auto is_pending = [](const record& rec) { return rec.uploaded && !rec.written; };
-    for (const uint16_t class_id : creation_order) {
-        const attribute_class* cls = find_attribute_class(class_id);
-        const class_record* fields = find_me_class(class_id);
-        for (auto& [id, rec] : store.all())
-            if (id.first == class_id && cls && fields && is_pending(rec) &&
-                belongs_to_the_line(class_id, rec)) {
-                text += line_of(*fields, *cls, id.second, rec) + rec.tagging;
-                rec.written = true;
-                ++counts.written;
-            }
-    }
+    for (const class_record* fields : creation_order())
+        text += lines_of_class(*fields, store, counts.written);
     for (auto& [id, rec] : store.all())
         if (is_pending(rec)) {
             ++counts.left_to_the_module[id.first];

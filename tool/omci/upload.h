@@ -47,6 +47,10 @@ private:
     std::set<std::vector<uint8_t>> contents_;
 };
 
+/// The classes of which commands create instances. A pointer is recorded only if its target exists,
+/// so a class comes behind those that its pointers name.
+[[nodiscard]] std::vector<const class_record*> creation_order();
+
 /// Commands that create the uploaded instances that no command has created yet, targets of pointers
 /// first, and marks them as written. Instances that an ONU creates itself (UNIs, VEIPs, schedulers,
 /// queues) are left to the module, which creates them for the pointers, and so are T-CONTs without
