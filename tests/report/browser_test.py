@@ -1,57 +1,21 @@
 # SPDX-License-Identifier: GPL-2.0-only
-"""The report in headless Chromium: usage: browser_test.py FOLDER, with FOLDER/report.html in it."""
+"""The report of the demo in headless Chromium."""
 import base64
 import json
-import os
 import subprocess
-import sys
 import unittest
-from pathlib import Path
 
+from browser_page import FOLDER, PageTest
 from selenium import webdriver
-from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
-
-FOLDER = Path(sys.argv.pop()).resolve()
-PAGE = (FOLDER / "report.html").as_uri()
-AXE = os.environ.get("GPON_AXE", "")
-
-
-def start_browser():
-    options = webdriver.ChromeOptions()
-    options.binary_location = "/usr/bin/chromium"
-    for argument in ("--headless=new", "--disable-gpu", "--disable-dev-shm-usage",
-                     "--window-size=1280,1000", "--force-color-profile=srgb"):
-        options.add_argument(argument)
-    if os.geteuid() == 0:  # Chromium's own sandbox refuses root
-        options.add_argument("--no-sandbox")
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
-    browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-    browser.set_page_load_timeout(60)
-    return browser
 
 
 def number(text):
     return int(text)
 
 
-class Report(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.browser = start_browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.quit()
-
-    def setUp(self):
-        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": ""})
-        self.browser.get(PAGE)
-
-    def script(self, text, *arguments):
-        return self.browser.execute_script(text, *arguments)
-
+class Report(PageTest):
     def shown(self, table, column):
         """The texts of a column, of the rows that are not hidden."""
         return self.script(
@@ -70,7 +34,7 @@ class Report(unittest.TestCase):
     def test_opens_without_a_complaint_and_asks_for_nothing_else(self):
         self.browser.get_log("browser")
         self.browser.get_log("performance")
-        self.browser.get(PAGE)
+        self.browser.get(self.page())
         for button in self.browser.find_elements(By.CSS_SELECTOR, "th button")[:3]:
             button.click()
         self.assertEqual([one["message"] for one in self.browser.get_log("browser")], [])
@@ -78,7 +42,7 @@ class Report(unittest.TestCase):
                     for one in self.browser.get_log("performance")]
         asked = [one["params"]["request"]["url"] for one in messages
                  if one["method"] == "Network.requestWillBeSent"]
-        self.assertEqual([url for url in asked if url != "data:,"], [PAGE])
+        self.assertEqual([url for url in asked if url != "data:,"], [self.page()])
 
     def test_a_filter_shows_the_rows_that_hold_all_its_words(self):
         everything = len(self.shown("#flow-table", 0))
@@ -142,7 +106,7 @@ class Report(unittest.TestCase):
 
     def test_a_dropped_flow_and_its_drop_lead_to_the_red_entity_that_decides(self):
         for button in ("#flow-table tr.dropped button.way", "article.drop button.way"):
-            self.browser.get(PAGE)
+            self.browser.get(self.page())
             self.script("document.querySelector(arguments[0]).click()", button)
             self.assertTrue(self.marked("decides"), button)
             colours = self.script(
@@ -214,84 +178,54 @@ class Report(unittest.TestCase):
         ids = self.script("return [...document.querySelectorAll('[id]')].map(one => one.id)")
         self.assertEqual(len(ids), len(set(ids)))
 
-    def set_media(self, width, scheme):
-        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-            "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
-        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
-            "features": [{"name": "prefers-color-scheme", "value": scheme}]})
-
-    def overflowing(self):
-        return self.script("""
-            const width = document.documentElement.clientWidth;
-            const all = [...document.querySelectorAll('body *:not(svg *):not(.draw *)')];
-            return all.filter((one) => {
-              const box = one.getBoundingClientRect();
-              return box.width > 0 && box.left >= 0 && box.right > width + 1;
-            }).map((one) => one.outerHTML.slice(0, 120));""")
-
     def test_the_page_fits_a_desktop_and_a_telephone(self):
-        for width in (1280, 390):
-            self.set_media(width, "light")
-            self.assertEqual(self.overflowing(), [], width)
-        self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+        self.assert_fits_each_window()
 
-    @unittest.skipUnless(AXE, "there is no axe-core here (./run test fetches it)")
-    def test_the_accessibility_checker_finds_nothing(self):
-        source = Path(AXE).read_text(encoding="utf-8")
-        for width in (1280, 390):
-            for scheme in ("light", "dark"):
-                self.browser.get(PAGE)
-                self.set_media(width, scheme)
-                self.browser.execute_cdp_cmd("Runtime.evaluate", {"expression": source})
-                # Colours do not depend on the width, and their check takes most of the time.
-                colours = {"color-contrast": {"enabled": width == 1280}}
-                found = self.browser.execute_async_script(
-                    "axe.run(document, {rules: arguments[0]}).then(result => arguments[1]("
-                    "result.violations.map("
-                    "one => one.id + ': ' + one.nodes.slice(0, 3).map(n => n.html).join(' '))))",
-                    colours)
-                self.assertEqual(found, [], f"{width} {scheme}")
-        self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+    def tab_until(self, wanted, most):
+        """Presses Tab until the focused element matches a selector; returns the element."""
+        for _ in range(most):
+            self.press(Keys.TAB)
+            focused = self.browser.switch_to.active_element
+            if self.script("return arguments[0].matches(arguments[1])", focused, wanted):
+                return focused
+        self.fail(f"Tab does not reach {wanted}")
 
-    def press(self, *keys):
-        webdriver.ActionChains(self.browser).send_keys(*keys).perform()
-
-    def focused(self):
-        return self.browser.switch_to.active_element
+    def is_open(self):
+        return self.script("return document.querySelector('.service').open")
 
     def test_the_keyboard_opens_a_service_and_leads_from_a_box_to_its_row(self):
-        summary = self.browser.find_element(By.CSS_SELECTOR, ".service summary")
-        before = summary.find_element(By.XPATH, "..").get_attribute("open")
-        self.script("arguments[0].focus()", summary)
+        self.tab_until(".service summary", 60)
+        before = self.is_open()
         self.press(Keys.ENTER)
-        self.assertNotEqual(before, summary.find_element(By.XPATH, "..").get_attribute("open"))
+        self.assertNotEqual(before, self.is_open())
         if before:
             self.press(Keys.ENTER)
-        for _ in range(3):  # past the scrollable drawing
-            self.press(Keys.TAB)
-            if self.focused().tag_name == "a":
-                break
-        target = self.focused().get_attribute("href")
-        target = target if isinstance(target, str) else self.script(
-            "return document.activeElement.getAttribute('href')")
+        box = self.tab_until(".draw a", 3)  # past the scrollable drawing
+        target = self.script("return arguments[0].getAttribute('href').slice(1)", box)
         self.press(Keys.ENTER)
-        number_of_row = target.rpartition("#")[2]
-        self.assertTrue(number_of_row.startswith("e"), target)
-        self.assertEqual(self.script("return location.hash"), "#" + number_of_row)
-        row = self.browser.find_element(By.ID, number_of_row)
-        self.assertTrue(row.is_displayed())
+        self.assertEqual(self.script("return location.hash"), "#" + target)
+        self.assertTrue(self.browser.find_element(By.ID, target).is_displayed())
+
+    def test_the_keyboard_shows_the_path_of_a_dropped_flow(self):
+        self.tab_until("#flow-table tr.dropped button.way", 400)
+        self.press(Keys.ENTER)
+        self.assertTrue(self.marked("decides"))
+        self.tab_until("#graph-clear", 400)
+        self.press(Keys.ENTER)
+        self.assertFalse(self.marked("decides"))
 
     def test_every_control_is_reached_by_the_tab_key(self):
-        wanted = self.script("""
-            return [...document.querySelectorAll('button, input, summary, nav a')]
-              .filter(one => one.offsetParent !== null && !one.hidden).length""")
-        seen = self.script("""
-            const all = 'a[href], button, input, summary, [tabindex]';
-            return [...document.querySelectorAll('button, input, summary, nav a')]
-              .filter(one => one.offsetParent !== null && !one.hidden &&
-                             one.matches(all) && one.tabIndex === 0).length""")
-        self.assertGreater(wanted, 20)
-        self.assertEqual(seen, wanted)
+        missed = """
+            return [...document.querySelectorAll('button, input, summary, a[href]')]
+              .filter(one => one.getClientRects().length > 0 && !window.reached.has(one))
+              .map(one => one.outerHTML.slice(0, 120));"""
+        self.script("window.reached = new Set(); addEventListener('focusin', "
+                    "event => window.reached.add(event.target))")
+        self.press(*[Keys.TAB] * 40)
+        early = len(self.script(missed))
+        self.assertGreater(early, 20)
+        self.press(*[Keys.TAB] * (early + 40))
+        self.assertEqual(self.script(missed), [])
 
     def test_the_mouse_drags_a_drawing_that_is_wider_than_the_page(self):
         self.set_media(390, "light")
@@ -301,28 +235,11 @@ class Report(unittest.TestCase):
         webdriver.ActionChains(self.browser).move_to_element(draw).click_and_hold() \
             .move_by_offset(-100, 0).release().perform()
         self.assertGreater(self.script("return arguments[0].scrollLeft", draw), 0)
-        self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
-
-    def test_the_legend_explains_every_colour_and_line(self):
-        self.script("document.getElementById('open-all').click()")
-        unknown = self.script("""
-            const style = (one) => getComputedStyle(one);
-            const legend = [...document.querySelectorAll('.legend i')];
-            const grounds = new Set(legend.map((one) => style(one).backgroundColor));
-            const edges = new Set(legend.filter((one) => one.matches('.stroke'))
-              .map((one) => style(one).borderTopColor));
-            const boxes = [...document.querySelectorAll('.draw a rect')];
-            const lines = [...document.querySelectorAll('.draw path')];
-            if (boxes.length < 10 || lines.length < 10) return ['too few are drawn'];
-            return [...boxes.filter((one) => !grounds.has(style(one).fill)),
-                    ...lines.filter((one) => !edges.has(style(one).stroke))]
-              .map((one) => one.outerHTML);""")
-        self.assertEqual(unknown, [])
 
     def test_the_page_can_be_read_without_scripts(self):
         self.browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
         try:
-            self.browser.get(PAGE)
+            self.browser.get(self.page())
             self.picture("report-without-script.png")
             text = self.browser.find_element(By.TAG_NAME, "main").text
         finally:
@@ -357,14 +274,6 @@ class Report(unittest.TestCase):
                              ".tiles .good dd", ".tiles .bad dd", "summary"):
                 self.assertGreaterEqual(self.contrast(selector), 4.5, f"{selector} in {scheme}")
             self.picture(f"report-{scheme}.png")
-
-    def picture(self, name):
-        size = self.browser.execute_cdp_cmd("Page.getLayoutMetrics", {})["cssContentSize"]
-        shot = self.browser.execute_cdp_cmd("Page.captureScreenshot", {
-            "captureBeyondViewport": True,
-            "clip": {"x": 0, "y": 0, "width": size["width"], "height": min(size["height"], 4000),
-                     "scale": 1}})
-        (FOLDER / name).write_bytes(base64.b64decode(shot["data"]))
 
     def test_paper_holds_all_tables_and_no_dump_of_bytes(self):
         flows = self.shown("#flow-table", 2)

@@ -2,10 +2,11 @@
 # SPDX-License-Identifier: GPL-2.0-only
 """Compare the SARIF output of check with what SARIF 2.1.0 requires.
 
-usage: sarif_test.py GPONFLOW SOURCE_ROOT
+usage: sarif_test.py GPONFLOW SOURCE_ROOT [--published]
 
-The schema below contains the properties that the standard (OASIS SARIF 2.1.0) requires of the
-objects that check prints, and the types of the others.
+--published compares with the published schema, which ./run test fetches; the status is 77 without
+it. Otherwise the schema below applies: it has the properties that the standard (OASIS SARIF 2.1.0)
+requires of the objects that check prints, and the types of the others.
 """
 
 import json
@@ -106,23 +107,44 @@ LOG = {
 }
 
 
-def read_log(tool, scenario, status):
+def published_schema(root):
+    done = subprocess.run([root / "scripts/npm-file.sh", "sarif"], capture_output=True, text=True,
+                          check=False)
+    if done.returncode != 0:
+        print("skipped:", done.stderr)
+        sys.exit(77)
+    return json.loads(pathlib.Path(done.stdout.strip()).read_text(encoding="utf-8"))
+
+
+def validator(root, published):
+    if not published:
+        return jsonschema.Draft202012Validator(LOG)
+    schema = published_schema(root)
+    assert "2.1.0" in schema["title"], schema["title"]
+    jsonschema.Draft4Validator.check_schema(schema)
+    found = jsonschema.Draft4Validator(schema)
+    assert not found.is_valid({"version": "2.1.0"}), "the schema accepts a log without runs"
+    return found
+
+
+def read_log(schema, tool, scenario, status):
     done = subprocess.run([tool, "check", "--sarif", "--all", scenario], capture_output=True,
                           text=True, check=False, timeout=60)
     if done.returncode != status:
         sys.exit(f"{scenario}: exit status {done.returncode}, not {status}: {done.stderr}")
     log = json.loads(done.stdout)
-    jsonschema.validate(log, LOG, jsonschema.Draft202012Validator)
+    schema.validate(log)
     return log["runs"][0]
 
 
 def main():
     tool, root = sys.argv[1], pathlib.Path(sys.argv[2])
+    schema = validator(root, sys.argv[3:] == ["--published"])
     with tempfile.TemporaryDirectory() as folder:
         broken = pathlib.Path(folder) / "a line\u00e9.scn"
         broken.write_text("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n",
                           encoding="utf-8")
-        run = read_log(tool, str(broken), 1)
+        run = read_log(schema, tool, str(broken), 1)
     found = {result["ruleId"]: result for result in run["results"]}
     assert set(found) == {"missing-instance", "unreachable"}, found
     assert found["missing-instance"]["level"] == "error", found
@@ -133,7 +155,7 @@ def main():
     rules = run["tool"]["driver"]["rules"]
     for result in run["results"]:
         assert rules[result["ruleIndex"]]["id"] == result["ruleId"], result
-    notes = read_log(tool, str(root / "scenarios/demo.scn"), 0)["results"]
+    notes = read_log(schema, tool, str(root / "scenarios/demo.scn"), 0)["results"]
     assert {(result["ruleId"], result["level"]) for result in notes} == {("capacity", "note")}
 
 
