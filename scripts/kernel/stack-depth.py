@@ -26,7 +26,8 @@ CLASS_FUNCTION = re.compile(r"_forward$")
 NO_CLASS_FUNCTION = re.compile(r"^gpon_pkt_|^_Z")
 CALLER_OF_CLASS_FUNCTION = re.compile(r"walk_step|^gpon_pkt_general_forward$")
 CALLER_OF_PLATFORM = re.compile(
-    r"^gpon_flow_api_dispatch$|map_gem_port_only|choose_queue|^gpon_pkt_quick_forward$|replay_step")
+    r"^gpon_flow_api_dispatch$|map_gem_port_only|choose_known_queue|"
+    r"^gpon_pkt_handle_after_fwd_done$|^gpon_pkt_quick_forward$|replay_step")
 NAMED_FUNCTIONS = (
     (re.compile(r"vtfd_(filter_)?handle"), re.compile(r"^vtfd_action_")),
     (re.compile(r"^dump_record|^new_message"),

@@ -60,6 +60,13 @@ api_result failed_frame()
     return FAILED;
 }
 
+// The other paths of a frame count it themselves (pkt/flow.cpp, hash/rule_use.h).
+api_result passed_with_engine_off()
+{
+    gpon::count(GPON_COUNT_frames_passed);
+    return HANDLED;
+}
+
 // With the engine disabled, the platform only chooses the GEM port.
 [[gnu::noinline]] api_result map_gem_port_only(u32 kind, sk_buff* skb)
 {
@@ -67,9 +74,9 @@ api_result failed_frame()
     gpon::count(GPON_COUNT_frames_engine_off);
     int (*const mapping)(sk_buff*) = gpon::load_relaxed(gpon_mapping_hook);
     if (kind != GPON_API_UP_ANI || !mapping)
-        return HANDLED;
+        return passed_with_engine_off();
     if (mapping(skb) != -1)
-        return HANDLED;
+        return passed_with_engine_off();
     gpon::trace_drop(skb, UP_ANI, GPON_END_NO_MAPPING);
     return failed_frame();
 }

@@ -76,29 +76,18 @@ constexpr direction_counters DIRECTIONS[] = {
     {GPON_COUNT_remembered_down_ani, GPON_COUNT_calls_down_ani},
 };
 
-// A frame with a remembered outcome counts once. The calls of its kind and, if it is not counted as
-// failed, the passed frames follow from that.
-void complete(std::span<u64> sums)
+// Only frames that passed count their use of a place.
+void add_places_to_passed(std::span<u64> sums)
 {
-    u64 frames = 0;
-    for (const direction_counters& direction : DIRECTIONS) {
-        sums[direction.calls] += sums[direction.remembered];
-        frames += sums[direction.calls];
-    }
-    // A frame on another CPU may have failed after its call was summed up.
-    const u64 failed = sums[GPON_COUNT_frames_failed];
-    sums[GPON_COUNT_frames_passed] = frames > failed ? frames - failed : 0;
+    for (const direction_counters& direction : DIRECTIONS)
+        sums[GPON_COUNT_frames_passed] += sums[direction.remembered];
 }
 
-GPON_MODULE_DATA constinit u64 last_passed = 0;
-
-// A difference of two sums may be too small while frames are in progress.
-void keep_from_decreasing(u64& passed) GPON_EXCLUDES(gpon_hash_lock)
+// A frame with a remembered outcome counts once; the call of its kind follows from that.
+void add_remembered_to_calls(std::span<u64> sums)
 {
-    const gpon::bh_lock lock(gpon_hash_lock);
-    if (passed < last_passed)
-        passed = last_passed;
-    last_passed = passed;
+    for (const direction_counters& direction : DIRECTIONS)
+        sums[direction.calls] += sums[direction.remembered];
 }
 
 } // namespace
@@ -108,12 +97,11 @@ void gpon_counters_read(u64* into)
     const std::span<u64> sums(into, GPON_COUNTERS);
     for (u64& sum : sums)
         sum = 0;
-    // In this order: a frame with a remembered outcome that fails between the two is subtracted
-    // without having been added, and is not taken for a passed one.
-    gpon::add_remembered(sums);
+    gpon::add_places(sums);
+    add_places_to_passed(sums);
+    // The records have the failed frames with a remembered outcome.
     gpon::add_records(sums);
-    complete(sums);
-    keep_from_decreasing(sums[GPON_COUNT_frames_passed]);
+    add_remembered_to_calls(sums);
 }
 
 unsigned int gpon_observe_rules(unsigned int* bucket, gpon_seen_rule* rules, unsigned int room,

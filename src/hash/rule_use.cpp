@@ -140,7 +140,16 @@ void gpon::take_place(const outcome& place, u16 fwd_flag, gpon_flow_rule* rule)
         rule->first_place = link;
 }
 
-void gpon::add_remembered(std::span<u64> sums)
+void gpon::add_failed_use(size_t place)
+{
+    // The outcome of any other direction cannot fail.
+    count(GPON_COUNT_remembered_up_ani);
+    const bh_lock lock(gpon_hash_lock);
+    if (gpon_flow_rule* rule = outcome_owners[place].rule)
+        add_use(*rule);
+}
+
+void gpon::add_places(std::span<u64> sums)
 {
     const bh_lock lock(gpon_hash_lock);
     for (size_t i = 0; i < std::size(REMEMBERED); ++i)

@@ -4,10 +4,14 @@
  * it; the mark of a rule (gpon_flow_rule, hit) is independent of it.
  *
  * A replay adds to the rule itself, under the lock that its lookup holds anyway. A frame with a
- * remembered outcome takes no lock and does not know its rule. It adds to the word of its place in
- * the record of its CPU (include/counters.h), which no other CPU writes: the quick path still
- * writes nothing that CPUs share. The frames with a remembered outcome are also counted by
- * direction; this is the direction of the frames that use a place.
+ * remembered outcome takes no lock and does not know its rule. When it passes, it adds to the word
+ * of its place in the record of its CPU (include/counters.h), which no other CPU writes: the quick
+ * path still writes nothing that CPUs share. The frames with a remembered outcome are also counted
+ * by direction; this is the direction of the frames that use a place.
+ *
+ * A frame that fails adds to its rule under the lock and to its counter, not to the place. So the
+ * words of places count passed frames only, and no counter is a difference of two sums, which would
+ * be wrong while a frame is between them.
  *
  *     CPU 0   place[i]  hits 40, last 1007        outcome_owners[i]
  *     CPU 1   place[i]  hits 25, last 1012        +------+------+------+
@@ -59,8 +63,11 @@ void add_use(gpon_flow_rule& rule) GPON_REQUIRES(gpon_hash_lock);
 void take_place(const outcome& place, u16 fwd_flag, gpon_flow_rule* rule)
     GPON_REQUIRES(gpon_hash_lock);
 
-/* Adds the frames with a remembered outcome to their four counters. */
-void add_remembered(std::span<u64> sums) GPON_EXCLUDES(gpon_hash_lock);
+/* One frame with the outcome of this place for which the platform found no queue. */
+void add_failed_use(size_t place) GPON_EXCLUDES(gpon_hash_lock);
+
+/* Adds the frames that used a place and passed to the four counters of remembered outcomes. */
+void add_places(std::span<u64> sums) GPON_EXCLUDES(gpon_hash_lock);
 
 /* The rule is about to be freed. */
 void leave_places(gpon_flow_rule& rule) GPON_REQUIRES(gpon_hash_lock);

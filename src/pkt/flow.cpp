@@ -152,6 +152,14 @@ void replay_rule(sk_buff* skb, const gpon_pkt_info& info, u16 fwd_flag, u64 gene
     gpon::remember_replay(key, info, fwd_flag, generation, every_step_made, result->gemport_id);
 }
 
+i32 end_frame(sk_buff* skb, u16 fwd_flag, const gpon_walk_result& result)
+{
+    const i32 ended = gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    if (ended == 0)
+        gpon::count(GPON_COUNT_frames_passed);
+    return ended;
+}
+
 } // namespace
 
 i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result)
@@ -243,7 +251,7 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
     if (lookup_rule(info, fwd_flag, &result.trace) == 0) {
         replay_rule(skb, info, fwd_flag, generation, key, &result);
         log.trace("[%s][%d]: Rule already exist!\n");
-        return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+        return end_frame(skb, fwd_flag, result);
     }
     gpon::count(GPON_COUNT_walks);
     gpon::trace_walk_start(skb, fwd_flag);
@@ -257,5 +265,5 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
         log.error("%s [%d]: gpon_rule_generate_trace Fail\r\n");
         return -1;
     }
-    return gpon_pkt_handle_after_fwd_done(skb, fwd_flag, &result);
+    return end_frame(skb, fwd_flag, result);
 }

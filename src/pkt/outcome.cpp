@@ -3,6 +3,7 @@
 
 #include "../base/log.h"
 #include "../hash/outcome_table.h"
+#include "../hash/rule_use.h"
 #include "flow.h"
 #include "frame_events.h"
 #include "header.h"
@@ -66,19 +67,34 @@ bool is_repeatable(u16 fwd_flag, bool every_step_made)
     }
 }
 
-// What is left to do for a frame whose outcome is known.
-[[nodiscard]] i32 apply_outcome(sk_buff* skb, u16 fwd_flag, u16 gemport_id)
+// Out of line and called last: frames of other directions save no registers for it.
+[[gnu::noinline]] i32 choose_known_queue(sk_buff* skb, u16 gemport_id, size_t place)
 {
-    if (fwd_flag != UP_ANI)
-        return 0;
-    return gpon::choose_queue(skb, gemport_id);
+    if (gpon::choose_queue(skb, gemport_id) != 0) [[unlikely]] {
+        gpon::add_failed_use(place);
+        return -1;
+    }
+    count_use(place);
+    return 0;
+}
+
+// What is left to do for a frame whose outcome is known. The use of the place counts frames that
+// passed, so it comes last.
+[[gnu::always_inline, nodiscard]] inline i32 apply_outcome(sk_buff* skb, u16 fwd_flag,
+                                                           const gpon::known_outcome& known)
+{
+    const size_t place = gpon::place_index(*known.place);
+    if (fwd_flag == UP_ANI)
+        return choose_known_queue(skb, known.gemport_id, place);
+    count_use(place);
+    return 0;
 }
 
 // Out of line and called last: other frames save no registers for the event.
-[[gnu::noinline]] i32 apply_traced_outcome(sk_buff* skb, u16 fwd_flag, u16 gemport_id)
+[[gnu::noinline]] i32 apply_traced_outcome(sk_buff* skb, u16 fwd_flag, gpon::known_outcome known)
 {
-    gpon::trace_hit(skb, fwd_flag, gemport_id, true);
-    return apply_outcome(skb, fwd_flag, gemport_id);
+    gpon::trace_hit(skb, fwd_flag, known.gemport_id, true);
+    return apply_outcome(skb, fwd_flag, known);
 }
 
 // Out of line: the key of a known frame stays in registers, only this copy has an address.
@@ -102,10 +118,9 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     if (is_silent(skb) && outcomes_are_used())
         if (gpon::outcome_key key; make_key(skb, fwd_flag, &key)) {
             if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
-                count_use(gpon::place_index(*known.place));
                 if (gpon::is_traced(GPON_TRACEPOINT_RULE_HIT)) [[unlikely]]
-                    return apply_traced_outcome(skb, fwd_flag, known.gemport_id);
-                return apply_outcome(skb, fwd_flag, known.gemport_id);
+                    return apply_traced_outcome(skb, fwd_flag, known);
+                return apply_outcome(skb, fwd_flag, known);
             }
             return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);
         }

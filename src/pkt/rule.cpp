@@ -74,13 +74,6 @@ enum class replay { next_step, ended, failed };
     return replay::next_step;
 }
 
-// Out of line, with the port of the packet: a frame that passes saves no registers for it.
-[[gnu::noinline]] void note_missing_queue(const sk_buff* skb)
-{
-    gpon::count(GPON_COUNT_queue_failures);
-    gpon::trace_drop(skb, UP_ANI, GPON_END_NO_QUEUE, skb_gemport_id(skb));
-}
-
 } // namespace
 
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len)
@@ -157,23 +150,17 @@ i32 gpon::learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_tr
     return gpon_rule_add_inst(&info, fwd_flag, &trace, walked_in);
 }
 
-i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
+i32 gpon::report_missing_queue(const sk_buff* skb, bool was_asked)
 {
-    // Only a failure creates a log: this path is hot.
-    constexpr auto log = packet_log::of<gpon_pkt_handle_after_fwd_done>;
-    skb_set_gemport_id(skb, gemport_id);
-    int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
-    if (!queue_mapping) {
-        note_missing_queue(skb);
-        log(skb).error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
-        return -1;
-    }
-    if (queue_mapping(skb) != 0) {
-        note_missing_queue(skb);
-        log(skb).error("[%s][%d]: no priority queue find!\n");
-        return -1;
-    }
-    return 0;
+    count(GPON_COUNT_queue_failures);
+    // The port of the packet: a frame that passes saves no registers for it.
+    trace_drop(skb, UP_ANI, GPON_END_NO_QUEUE, skb_gemport_id(skb));
+    const packet_log log = packet_log::of<gpon_pkt_handle_after_fwd_done>(skb);
+    if (was_asked)
+        log.error("[%s][%d]: no priority queue find!\n");
+    else
+        log.error("[%s][%d]: gpon_queue_mapping_hook invalid!\n");
+    return -1;
 }
 
 bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result)

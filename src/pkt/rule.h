@@ -54,9 +54,23 @@ struct rule_key {
 [[nodiscard]] i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
                              u64 walked_in);
 
+/* Counts and reports a frame for which the platform, if it was asked, found no queue. Returns -1.
+ */
+[[nodiscard]] i32 report_missing_queue(const sk_buff* skb, bool was_asked);
+
 /* Writes the GEM port id into the packet and has the platform choose the queue. Returns 0, or -1 if
- * the platform finds none. */
-[[nodiscard]] i32 choose_queue(sk_buff* skb, u16 gemport_id);
+ * the platform finds none. Inline: the quick path has no other function between itself and the
+ * platform. */
+[[nodiscard]] inline i32 choose_queue(sk_buff* skb, u16 gemport_id)
+{
+    skb_set_gemport_id(skb, gemport_id);
+    int (*const queue_mapping)(sk_buff*) = load_relaxed(gpon_queue_mapping_hook);
+    if (!queue_mapping) [[unlikely]]
+        return report_missing_queue(skb, false);
+    if (queue_mapping(skb) != 0) [[unlikely]]
+        return report_missing_queue(skb, true);
+    return 0;
+}
 
 } // namespace gpon
 

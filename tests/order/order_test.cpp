@@ -47,10 +47,17 @@ gpon_frame_bytes skb_frame(const sk_buff* skb)
     return {skb->bytes.data(), skb->bytes.size()};
 }
 
-i32 gpon::choose_queue(sk_buff* skb, u16 gemport_id)
+// The platform finds a queue for each frame.
+int (*gpon_queue_mapping_hook)(sk_buff*) = [](sk_buff*) { return 0; };
+
+void skb_set_gemport_id(sk_buff* skb, unsigned short gemport_id)
 {
     skb->gemport_id = gemport_id;
-    return 0;
+}
+
+i32 gpon::report_missing_queue(const sk_buff*, bool)
+{
+    std::abort();
 }
 
 // The look-up of a rule takes the lock; the replay reads the store without it.
@@ -88,6 +95,7 @@ gpon_flow_rule* gpon::find_rule(std::span<const u8>)
 }
 
 void gpon::take_place(const outcome&, u16, gpon_flow_rule*) {}
+void gpon::add_failed_use(size_t) {}
 void count_use(unsigned long) {}
 void count_many(gpon_counter, unsigned long) {}
 

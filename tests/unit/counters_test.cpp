@@ -156,6 +156,116 @@ TEST_F(counters, a_missing_queue)
     }
 }
 
+// What another CPU reads while a frame is in progress.
+std::map<std::string, uint64_t> seen_within;
+
+void look_within()
+{
+    for (const gpon::host::counter& one : gpon::host::counters())
+        seen_within[std::string(one.name)] = one.value;
+}
+
+TEST_F(counters, a_walk_in_progress_has_neither_passed_nor_failed)
+{
+    gpon::test::create_bridge(1);
+    send(1);
+    changes();
+    const uint64_t passed = seen["frames_passed"];
+    gpon::host::call_at_allocation(1, look_within);
+    EXPECT_EQ(send(1, GPON_API_UP_ANI), 1);
+    ASSERT_TRUE(gpon::host::fault_fired(gpon::host::fault::alloc));
+    EXPECT_EQ(seen_within.at("calls_up_ani"), 1u);
+    EXPECT_EQ(seen_within.at("walks"), 2u);
+    EXPECT_EQ(seen_within.at("frames_passed"), passed);
+    EXPECT_EQ(seen_within.at("frames_failed"), 0u);
+    const auto after = changes();
+    EXPECT_EQ(after.count("frames_passed"), 0u);
+    EXPECT_EQ(after.at("frames_failed"), 1u);
+}
+
+// Frames of kind 1 leave by a GEM port.
+void build_upstream_path()
+{
+    const gpon_raw_gemctp ctp = {1, 1025, 0x8000, 3, 0, 0, 0};
+    const gpon_raw_gemiw tp = {0x11, 1};
+    gpon::test::create_bridge(1);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 1, &ctp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &tp);
+    gpon::test::create_port(0x1001, 1, 5, 0x11);
+}
+
+int queue_result = 0;
+
+int look_and_choose(sk_buff*)
+{
+    look_within();
+    return queue_result;
+}
+
+TEST_F(counters, a_frame_with_an_outcome_counts_when_its_queue_is_known)
+{
+    build_upstream_path();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(send(1, GPON_API_UP_ANI), 0);
+    changes();
+    gpon_queue_mapping_hook = look_and_choose;
+    for (queue_result = -1; queue_result <= 0; ++queue_result) {
+        const auto before = seen;
+        const uint64_t hits = use_of_only_rule().hits;
+        gpon::host::advance(1);
+        EXPECT_EQ(send(1, GPON_API_UP_ANI), queue_result == 0 ? 0 : 1);
+        EXPECT_EQ(seen_within, before);
+        EXPECT_EQ(use_of_only_rule().hits, hits + 1);
+        EXPECT_EQ(use_of_only_rule().last_used, gpon::host::jiffies());
+        if (queue_result == 0)
+            EXPECT_THAT(changes(), UnorderedElementsAre(Pair("calls_up_ani", 1u),
+                                                        Pair("remembered_up_ani", 1u),
+                                                        Pair("frames_passed", 1u)));
+        else
+            EXPECT_THAT(changes(), UnorderedElementsAre(
+                                       Pair("calls_up_ani", 1u), Pair("remembered_up_ani", 1u),
+                                       Pair("frames_failed", 1u), Pair("queue_failures", 1u)));
+    }
+}
+
+int flush_and_fail(sk_buff*)
+{
+    gpon_hash_clean_all_safe();
+    return -1;
+}
+
+TEST_F(counters, a_frame_fails_after_its_rule_is_gone)
+{
+    build_upstream_path();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(send(1, GPON_API_UP_ANI), 0);
+    changes();
+    gpon_queue_mapping_hook = flush_and_fail;
+    EXPECT_EQ(send(1, GPON_API_UP_ANI), 1);
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("calls_up_ani", 1u), Pair("remembered_up_ani", 1u),
+                                     Pair("frames_failed", 1u), Pair("queue_failures", 1u),
+                                     Pair("rules_flushed", 1u)));
+}
+
+TEST_F(counters, frames_with_the_engine_off)
+{
+    gpon::host::hook(GPON_API_SWITCH, 0, nullptr);
+    changes();
+    for (const std::optional<int> mapping : {std::optional<int>(), std::optional<int>(0)}) {
+        gpon::host::set_mapping(mapping);
+        EXPECT_EQ(send(1, GPON_API_UP_ANI), 0);
+        EXPECT_THAT(changes(),
+                    UnorderedElementsAre(Pair("calls_up_ani", 1u), Pair("frames_engine_off", 1u),
+                                         Pair("frames_passed", 1u)));
+    }
+    gpon::host::set_mapping(-1);
+    EXPECT_EQ(send(1, GPON_API_UP_ANI), 1);
+    EXPECT_THAT(changes(),
+                UnorderedElementsAre(Pair("calls_up_ani", 1u), Pair("frames_engine_off", 1u),
+                                     Pair("frames_failed", 1u)));
+}
+
 TEST_F(counters, aging_flushes_and_deletions)
 {
     for (u8 station = 1; station <= 3; ++station)

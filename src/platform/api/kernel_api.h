@@ -145,7 +145,8 @@ GPON_SEAM(void, set_proc_handlers,
 GPON_SEAM(void, remove_proc_entry, (const char* name, struct proc_dir_entry* parent));
 
 /* ---- counters: each CPU has a record (include/counters.h), all zero at load.
- * Counts a frame that used a place of the outcome table, and notes the time. Packet path. */
+ * Counts a frame that used a place of the outcome table and passed, and notes the time. Packet
+ * path. */
 GPON_SEAM(void, count_use, (unsigned long place));
 /* Adds to one counter of this CPU. Any context but a hard interrupt. */
 GPON_SEAM(void, count_many, (enum gpon_counter counter, unsigned long amount));
