@@ -1,107 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The generation and the outcome table on CPUs that see the writes of others late and in another
 // order. This is the code of the module (hash/generation.cpp, hash/outcome_table.cpp,
-// pkt/outcome.cpp), compiled with simulated accesses; around it are a rule that is always found and
-// a store of one word, which a replay adds to the GEM port.
+// pkt/outcome.cpp, pkt/flow.cpp), compiled with simulated accesses. Frames read the state of the
+// store of frame.h.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdlib>
 #include <cstring>
 
+#include "tests/order/frame.h"
 #include "tests/order/memory_model.h"
 
 #include "base/memory.h"
-#include "base/switches.h"
 #include "hash/outcome_table.h"
-#include "hash/rule_use.h"
-#include "pkt/flow.h"
-#include "pkt/frame_events.h"
 #include "pkt/outcome.h"
-#include "pkt/rule.h"
-
-struct sk_buff {
-    std::array<u8, 24> bytes;
-    u32 flag_word;
-    u16 gemport_id;
-    u16 flow;
-    bool last_step_fails;
-};
-
-u32 gponDebugLevel = 0;
-bool gpon_host_remembers_outcomes = true;
-unsigned int tracepoints_on = 0;
-const unsigned int skb_flag_word_offset = offsetof(sk_buff, flag_word);
-
-namespace {
-
-u64 store_data;
-
-// Flow n has the GEM ports from 100 * n.
-constexpr u16 PORTS_OF_A_FLOW = 100;
-
-} // namespace
-
-gpon_frame_bytes skb_frame(const sk_buff* skb)
-{
-    return {skb->bytes.data(), skb->bytes.size()};
-}
-
-// The platform finds a queue for each frame.
-int (*gpon_queue_mapping_hook)(sk_buff*) = [](sk_buff*) { return 0; };
-
-void skb_set_gemport_id(sk_buff* skb, unsigned short gemport_id)
-{
-    skb->gemport_id = gemport_id;
-}
-
-i32 gpon::report_missing_queue(const sk_buff*, bool)
-{
-    std::abort();
-}
-
-// The look-up of a rule takes the lock; the replay reads the store without it.
-i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key* key)
-{
-    {
-        const bh_lock lookup(gpon_hash_lock);
-    }
-    const u16 port =
-        static_cast<u16>(skb->flow * PORTS_OF_A_FLOW + static_cast<u16>(load_relaxed(store_data)));
-    remember_replay(key, {}, fwd_flag, generation, !skb->last_step_fails, port);
-    return choose_queue(skb, port);
-}
-
-gpon::rule_key gpon::rule_key::of(const gpon_pkt_info&, u16)
-{
-    return {};
-}
-
-// No event and no message is on.
-void gpon::send_frame_event(gpon_tracepoint, const sk_buff*, u16, gpon_frame_end, u16, bool)
-{
-    std::abort();
-}
-
-extern "C" void gpon_log(u32, const char*, ...)
-{
-    std::abort();
-}
-
-// The uses of rules are not part of the protocol.
-gpon_flow_rule* gpon::find_rule(std::span<const u8>)
-{
-    return nullptr;
-}
-
-void gpon::take_place(const outcome&, u16, gpon_flow_rule*) {}
-void gpon::add_failed_use(size_t) {}
-void count_use(unsigned long) {}
-void count_many(gpon_counter, unsigned long) {}
 
 namespace {
 
 using order::explore;
+using order::path;
+using order::PORTS_OF_A_FLOW;
 
 // Flows whose outcomes have the same set; their keys differ in one word.
 enum flow : u16 { FLOW = 1, OTHER_DESTINATION, OTHER_SOURCE };
@@ -132,18 +49,17 @@ const addresses& addresses_of(flow which)
     return all[which - FLOW];
 }
 
-enum class replay { succeeds, fails };
-
-// The state of the store that the result of a frame shows.
-u16 send(flow which, replay of_frame = replay::succeeds)
+// The state of the store that a frame reads.
+u16 send(flow which, path of_frame = path::replay)
 {
     sk_buff skb = {};
     const addresses& of = addresses_of(which);
     std::memcpy(skb.bytes.data(), &of.first, sizeof(of.first));
     std::memcpy(&skb.bytes[sizeof(of.first)], &of.middle, sizeof(of.middle));
     skb.flow = which;
-    skb.last_step_fails = of_frame == replay::fails;
-    EXPECT_EQ(gpon_pkt_general_flow_func(&skb, UP_ANI), 0);
+    skb.path = of_frame;
+    const i32 failed = of_frame == path::failing_walk ? -1 : 0;
+    EXPECT_EQ(gpon_pkt_general_flow_func(&skb, UP_ANI), failed);
     EXPECT_EQ(skb.gemport_id / PORTS_OF_A_FLOW, which) << "the outcome of another flow";
     return skb.gemport_id % PORTS_OF_A_FLOW;
 }
@@ -156,7 +72,7 @@ void remember(flow which)
 
 void begin()
 {
-    store_data = 0;
+    order::store_state = 0;
     for (gpon::outcome_set& set : gpon::outcome_sets)
         set = {};
     gpon::generation_word = gpon::store_word = gpon::FIRST_GENERATION;
@@ -165,7 +81,7 @@ void begin()
 void change_store_to(u64 state)
 {
     const gpon::store_change change;
-    gpon::store_relaxed(store_data, state);
+    gpon::store_relaxed(order::store_state, state);
 }
 
 void lose_a_rule()
@@ -174,16 +90,52 @@ void lose_a_rule()
     gpon::begin_generation();
 }
 
-// A failing replay remembers nothing and does not take the lock for it.
 TEST(order, a_cpu_does_not_see_an_older_store_than_before)
 {
     const u64 runs = explore({begin,
                               {[] { change_store_to(1); }, [] { send(FLOW); },
                                [] {
-                                   const u16 seen = send(FLOW, replay::fails);
-                                   EXPECT_GE(send(FLOW, replay::fails), seen);
+                                   const u16 seen = send(FLOW, path::failing_replay);
+                                   EXPECT_GE(send(FLOW, path::failing_replay), seen);
                                }}});
     EXPECT_GT(runs, 10000u);
+}
+
+TEST(order, a_frame_after_a_walk_does_not_see_an_older_store)
+{
+    const u64 runs = explore({[] {
+                                  begin();
+                                  remember(FLOW);
+                              },
+                              {[] { change_store_to(1); },
+                               [] {
+                                   const u16 seen = send(OTHER_SOURCE, path::failing_walk);
+                                   EXPECT_GE(send(FLOW, path::failing_replay), seen);
+                               }}});
+    EXPECT_GT(runs, 50u);
+}
+
+// The second frame is sent because of the first one, for example its reply.
+TEST(order, a_frame_that_another_cpu_caused_does_not_see_an_older_store)
+{
+    static u64 seen_before;
+    for (const path first : {path::replay, path::failing_replay, path::failing_walk}) {
+        const u64 runs = explore({[] {
+                                      begin();
+                                      remember(FLOW);
+                                      seen_before = 0;
+                                  },
+                                  {[] { change_store_to(1); },
+                                   [=] {
+                                       const u64 seen = send(OTHER_SOURCE, first);
+                                       gpon::store_release(seen_before, seen);
+                                   },
+                                   [] {
+                                       const u64 seen = gpon::load_acquire(seen_before);
+                                       EXPECT_GE(send(FLOW, path::failing_replay), seen);
+                                   }}});
+        EXPECT_GT(runs, 100u);
+    }
 }
 
 TEST(order, the_cpu_that_changed_the_store_sees_the_change)
@@ -208,7 +160,7 @@ TEST(order, a_place_that_is_filled_for_another_flow_is_not_used)
                                            remember(FLOW);
                                            remember(rival);
                                        },
-                                       [=] { send(read, replay::fails); }}});
+                                       [=] { send(read, path::failing_replay); }}});
             EXPECT_GT(runs, 1000u);
         }
 }
