@@ -46,8 +46,15 @@ line& line_of(size_t graph, bool listening)
     return *current;
 }
 
+/* What a hook call leaves. */
+struct result {
+    int api_result;
+    uint16_t gem_port;
+    bool operator==(const result&) const = default;
+};
+
 // The packets of a backend begin at their MAC header; here it can be at any offset.
-void call(const hook_command& call, uint32_t mac_offset)
+result call(const hook_command& call, uint32_t mac_offset)
 {
     sk_buff packet;
     packet.flag_word = call.options.flags;
@@ -58,9 +65,22 @@ void call(const hook_command& call, uint32_t mac_offset)
     packet.data = call.frame->data();
     packet.bytes = static_cast<uint32_t>(call.frame->size());
     packet.mac_offset = mac_offset;
-    const auto answer = gpon::host::hook(call.options.kind, 1, &packet);
-    require(answer && answer->ret == GPON_HOOK_RETURN, "the hook answers always alike");
-    require(answer->api_result >= -1 && answer->api_result <= 1, "a packet passes or fails");
+    const auto returned = gpon::host::hook(call.options.kind, 1, &packet);
+    require(returned && returned->ret == GPON_HOOK_RETURN, "each hook call has the same status");
+    require(returned->api_result >= -1 && returned->api_result <= 1, "a packet passes or fails");
+    return {returned->api_result, packet.gemport_id};
+}
+
+// The second call replays the rule of the first one and the third one uses what the second one
+// left.
+void call_until_known(const hook_command& packet, uint32_t mac_offset)
+{
+    call(packet, mac_offset);
+    call(packet, mac_offset);
+    const result known = call(packet, mac_offset);
+    gpon::host::set_remembered_outcomes(false);
+    require(call(packet, mac_offset) == known, "a remembered outcome is that of a replay");
+    gpon::host::set_remembered_outcomes(true);
 }
 
 } // namespace
@@ -75,10 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         module.execute(proc_write_command{"set trace src_mac 02:00:00:00:01:01"});
     for (int packets = 0; !input.empty() && packets < 64; ++packets) {
         const uint32_t mac_offset = input.u8();
-        const hook_command packet = take_packet(input);
-        call(packet, mac_offset);
-        // The same frame again finds the rule of the first one.
-        call(packet, mac_offset);
+        call_until_known(take_packet(input), mac_offset);
     }
     module.check();
     return 0;

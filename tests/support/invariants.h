@@ -13,10 +13,13 @@
 
 /* After the standard library: the seam gives some of libc's names to other functions. */
 #include "base/memory.h"
+#include "hash/outcome_table.h"
 #include "hash/rule_table.h"
+#include "hash/rule_use.h"
 #include "me/links.h"
 #include "me/list.h"
 #include "me/registry.h"
+#include "pkt/rule.h"
 
 namespace gpon::test {
 
@@ -83,6 +86,39 @@ private:
     {
         const bh_lock lock(gpon_hash_lock);
         check_table(gpon_hash_table_record);
+        for (const outcome_set& set : outcome_sets)
+            for (const outcome& place : set.place)
+                if (place.generation == current_generation())
+                    check_place(place);
+    }
+
+    // A place of the current generation belongs to a rule, which is marked as used and has no other
+    // place.
+    void check_place(const outcome& place) GPON_REQUIRES(gpon_hash_lock)
+    {
+        const uint64_t at = place_index(place);
+        const rule_key key = key_of_place(place);
+        const gpon_flow_rule* rule = find_rule({key.bytes, key.length});
+        if (require(rule != nullptr, "place ", at, ": no rule has its key")) {
+            require(rule->hit == 1, "place ", at, ": its rule is not marked as used");
+            require(current_place_of(*rule) == &place, "place ", at, ": its rule has another one");
+        }
+    }
+
+    static rule_key key_of_place(const outcome& place)
+    {
+        gpon_pkt_info info = {};
+        copy_bytes(info.dst_mac, &place.key[0], sizeof(info.dst_mac));
+        const u8* first = reinterpret_cast<const u8*>(&place.key[0]);
+        copy_bytes(info.src_mac, first + sizeof(info.dst_mac), 2);
+        copy_bytes(info.src_mac + 2, &place.key[1], sizeof(info.src_mac) - 2);
+        for (const u64 tag : {place.key[1] >> 32, place.key[2] & 0xffffffff})
+            if (tag != 0) {
+                const u8* bytes = reinterpret_cast<const u8*>(&tag);
+                info.tpid[info.tag_num] = static_cast<u16>(bytes[0] << 8 | bytes[1]);
+                info.tci[info.tag_num++] = static_cast<u16>(bytes[2] << 8 | bytes[3]);
+            }
+        return rule_key::of(info, static_cast<u16>(place.key[2] >> 32));
     }
 
     void check_class(const gpon_me_entry& entry)

@@ -5,8 +5,7 @@
 // is the result of a replay, or two words.
 //
 // Not covered: accesses that become visible in another order than that of the program
-// (tests/order), and those of a walk (the thread tests under ThreadSanitizer, the guest test
-// contention on arm64).
+// (tests/order).
 #include "tests/support/loaded_module.h"
 #include "tests/unit/explorer.h"
 
@@ -28,7 +27,8 @@ void sweep_once()
 
 class generation : public loaded_module {
 protected:
-    static constexpr u8 KEY[GPON_RULE_KEY_HEAD] = {1};
+    static constexpr u8 KEY[GPON_RULE_KEY_HEAD] = {1, 0, 0, 0, 0, 0, 0,     0,
+                                                   0, 0, 0, 0, 0, 0, UP_ANI};
     static constexpr gpon::outcome_key PACKED = {1, 0, u64{UP_ANI} << 32};
     static constexpr u16 ABSENT = 0xffff;
 
@@ -78,7 +78,7 @@ protected:
                 },
                 [&] {
                     if (it.found)
-                        gpon::remember_outcome(PACKED, it.generation, it.port);
+                        gpon::remember_outcome(PACKED, it.generation, it.port, KEY);
                     at_end(it);
                 }};
     }
@@ -223,7 +223,7 @@ protected:
     {
         if (it.found) {
             it.port = port_of(it.trace.step[0].instId, it.seen);
-            gpon::remember_outcome(PACKED, it.generation, it.port);
+            gpon::remember_outcome(PACKED, it.generation, it.port, KEY);
         } else if (it.known) {
             it.seen = {static_cast<u16>(it.port / 10 % 10), static_cast<u16>(it.port % 10)};
             EXPECT_EQ(it.seen.first, it.seen.second) << "remembered in the middle of a change";
@@ -336,14 +336,15 @@ TEST_F(generation_of_two_words, a_growth_beside_a_change_and_a_frame)
 
 TEST_F(generation, an_outcome_is_checked_again_under_the_lock)
 {
+    learn(1, gpon::ANY_STORE);
     gpon::host::call_before_next_lock([] { const gpon::store_change command; });
-    gpon::remember_outcome(PACKED, gpon::current_generation(), 5);
+    gpon::remember_outcome(PACKED, gpon::current_generation(), 5, KEY);
     const gpon::outcome_set& set = gpon::outcome_set_of(PACKED);
     for (const gpon::outcome& place : set.place)
         EXPECT_NE(place.key[2] >> gpon::GEM_PORT_SHIFT, 5u) << "of a generation that was over";
     gpon::host::call_before_next_lock(
-        [] { gpon::remember_outcome(PACKED, gpon::current_generation(), 6); });
-    gpon::remember_outcome(PACKED, gpon::current_generation(), 6);
+        [] { gpon::remember_outcome(PACKED, gpon::current_generation(), 6, KEY); });
+    gpon::remember_outcome(PACKED, gpon::current_generation(), 6, KEY);
     EXPECT_EQ(std::ranges::count_if(set.place,
                                     [](const gpon::outcome& place) {
                                         return place.generation == gpon::current_generation();

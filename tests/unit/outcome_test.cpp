@@ -163,11 +163,13 @@ TEST_F(outcome, frames_of_up_to_two_tags_and_their_third_type_have_one)
 
 TEST_F(outcome, frames_that_share_a_rule_keep_it_and_others_do_not)
 {
-    // The tag count wraps: 256 tags have the rule of none, 257 that of the first four of them.
+    // The tag count wraps: 256 tags have the rule of none, 257 that of the first of them.
     make_known(frame(0), 1);
     EXPECT_EQ(send(frame(256)).port, port_of(1));
     make_known(frame(1), 2);
+    EXPECT_EQ(send(frame(257)).port, port_of(2));
     make_known(frame(2), 3);
+    EXPECT_EQ(send(frame(258)).port, port_of(3));
     learn(frame(3), 4);
     learn(frame(4), 5);
     for (int i = 0; i < 3; ++i) {
@@ -177,6 +179,8 @@ TEST_F(outcome, frames_that_share_a_rule_keep_it_and_others_do_not)
         EXPECT_EQ(send(frame(3)).port, port_of(4));
         EXPECT_EQ(send(frame(4)).port, port_of(5));
         EXPECT_EQ(send(frame(256)).port, port_of(1));
+        EXPECT_EQ(send(frame(257)).port, port_of(2));
+        EXPECT_EQ(send(frame(258)).port, port_of(3));
     }
 }
 
