@@ -79,5 +79,26 @@ kernel_log_is_clean /tmp/known || fail "the report of 5.4 about its own list is 
 own_reports /tmp/known | grep -q 'uni1 is up' || fail "a line after the known report is lost"
 rcu_report kprobes_module_callback "WARNING: another" >/tmp/known
 ! kernel_log_is_clean /tmp/known || fail "not seen after the known report: WARNING"
+# FUNCTION LINE: a warning of the kernel in this function, and the line after it.
+warning() {
+	cat <<-END
+	[    3.345678] WARNING: CPU: 1 PID: 1082 at kernel/trace/trace_events.c:2556 $1+0x2d0/0x4a0
+	[    3.345679] Modules linked in: gpon_flow(O+) gpon_softonu(O)
+	[    3.345680] RIP: 0010:$1+0x2d0/0x4a0
+	[    3.345681] Call Trace:
+	[    3.345682]  <TASK>
+	[    3.345683]  event_create_dir+0x34d/0x1060
+	[    3.345684]  </TASK>
+	[    3.345685] $2
+	END
+}
+
+warning event_define_fields "gpon_softonu: uni1 is up" >/tmp/known
+kernel_log_is_clean /tmp/known || fail "the kernel's own lack of memory for event fields is counted"
+own_reports /tmp/known | grep -q 'uni1 is up' || fail "a line after the warning is lost"
+warning event_define_fields "WARNING: another" >/tmp/known
+! kernel_log_is_clean /tmp/known || fail "not seen after the known warning: WARNING"
+warning event_create_dir "gpon_softonu: uni1 is up" >/tmp/unknown
+! kernel_log_is_clean /tmp/unknown || fail "not seen: a warning of another function"
 rcu_report another_function "gpon_softonu: uni1 is up" >/tmp/unknown
 ! kernel_log_is_clean /tmp/unknown || fail "not seen: an RCU report of another function"
