@@ -25,7 +25,8 @@
  * A to D are walks (learnt or dropped) and replays (remembered or not).
  *
  * Guarantee. If a packet reads the same even number twice, the second time under gpon_hash_lock,
- * then between the two reads the store was at rest. If the number is the generation, no rule was
+ * and a load barrier (order_loads) precedes the second read, then the store was at rest while the
+ * packet read it. If the number is the generation, no rule was
  * deleted, unmarked or overwritten with other steps either. New rules do not count.
  *
  * Why two increments. With only the first one, a packet that reads the old store after the

@@ -6,7 +6,7 @@
  * Contents. A replay that logs nothing has at most one effect: upstream towards the ANI it yields a
  * GEM port id. The id depends on the steps of the rule and on the store, and not on the frame
  * beyond its rule key: a replay continues with the next step whatever the result of a filter or a
- * mapper. In the other directions a replay only marks the rule as used.
+ * mapper. Besides, each replay marks the rule as used and counts its use.
  *
  * Layout. A fixed array of 512 sets. A set is one cache line and has two places.
  *
@@ -22,7 +22,9 @@
  *     key[2]     GEM port id | direction  |  inner VLAN tag
  *
  * Tags have the byte order of the frame; an absent tag is 0. The generation is the one in which the
- * place is valid, 0 while the place is written.
+ * place is valid, 0 while the place is written. Frames with equal keys here have equal rule keys:
+ * only frames of at most two tags that are long enough for the type after them have a key here, and
+ * the rule key of such a frame consists of the same addresses, direction and tags.
  *
  * Fill. A packet reads the generation, finds its rule, replays it, and fills a place under
  * gpon_hash_lock if the generation still holds. Then:
@@ -43,6 +45,11 @@
  * if every frame replayed. A packet only counts its use of the place, in the record of its CPU
  * (rule_use.h). A number is never used twice and an odd one is never stored, so a place never
  * becomes valid again.
+ *
+ * Order. A replay and a walk read the store without a lock. They end with a barrier
+ * (order_loads), so these loads are done before the generation is read again: by the fill, and by
+ * the next frame of this CPU. A store_change makes its odd number visible before its first write.
+ * Whoever has read a changed word therefore reads another generation, and finds no older outcome.
  *
  * Torn reads. A place is filled at most once in a generation. The writer clears the generation,
  * writes the words with release stores and stores the new generation last. A reader finds its

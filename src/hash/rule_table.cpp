@@ -14,6 +14,8 @@ using gpon::bh_lock;
 GPON_MODULE_DATA constinit gpon_hash_table gpon_hash_table_record = {0, GPON_HASH_MIN_SIZE, 0, 75,
                                                                      nullptr};
 GPON_MODULE_DATA constinit gpon_hash_table gpon_hash_old_table = {};
+GPON_MODULE_DATA constinit list_head gpon_flow_rule_list = {&gpon_flow_rule_list,
+                                                            &gpon_flow_rule_list};
 
 namespace {
 
@@ -301,9 +303,7 @@ i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
         if (!rule)
             return -1;
         *out = *rule->trace;
-        // Write only on change: otherwise the cache line bounces between CPUs.
-        if (rule->hit == 0)
-            rule->hit = 1;
+        rule->hit = 1;
         gpon::add_use(*rule);
     }
     log_trace("[%s][%d] end, get rule success\n");

@@ -46,6 +46,7 @@
 
 #include <span>
 
+#include "../include/me_inst.h"
 #include "../include/packet_flow.h"
 #include "generation.h"
 
@@ -91,6 +92,9 @@ extern "C" {
 /* The table, and the record that holds the old one while it grows. */
 extern gpon_hash_table gpon_hash_table_record GPON_GUARDED_BY(gpon_hash_lock);
 extern gpon_hash_table gpon_hash_old_table GPON_GUARDED_BY(gpon_hash_lock);
+
+/* Empty, and nothing uses it: the rules are in the table. */
+extern list_head gpon_flow_rule_list;
 
 /* Stores a copy of key and trace, or overwrites the trace of an equal key. Returns 0, also if the
  * bucket contains another key and nothing is stored; -1 for a null argument, no memory or no bucket

@@ -26,8 +26,8 @@
  * one. A read adds the places of the rule. A rule that is deleted leaves its places.
  *
  * A place gets its new owner before it is filled for it. A frame that has read the place just
- * before counts for the new flow: at most one frame on each CPU at a fill. The sum over all rules
- * is exact.
+ * before counts for the new flow: at most one frame on each CPU at a fill. The counters of the
+ * directions are exact; the uses of a deleted rule are no longer part of any rule.
  *
  * Cost. A frame: a call that adds to one word and writes the clock to the next one. A fill and a
  * read of a rule load one word of each CPU, a read of the counters 1024.
