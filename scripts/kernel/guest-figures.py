@@ -127,10 +127,11 @@ class Table:
         # Each flow has two rules.
         kept = rounded(reach(self.records[0], ("gpon_flow_rules", flows)) / int(flows) * 50)
         calls = reach(self.records[0], ("gpon_flow_calls", flows))
-        quick = rounded(calls["remembered"] / sum(calls.values()) * 100)
+        remembered, replayed = (rounded(calls[path] / sum(calls.values()) * 100)
+                                for path in ("remembered", "replayed"))
         return self.figure(f"gpon_flow, {flows} flows in turns, {kept} % of their rules kept, "
-                           f"{quick} % of the calls on the quick path",
-                           "gpon_flow_mix", flows)
+                           f"{remembered} % of the calls with a remembered outcome, "
+                           f"{replayed} % replayed", "gpon_flow_mix", flows)
 
     def ratio(self, name, *keys):
         def of(record):

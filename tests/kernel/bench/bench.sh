@@ -136,6 +136,13 @@ find_flows_that_are_kept() {
     fail "no eight flows have sixteen places in the table"
 }
 
+# The table has its largest size, at which few of sixteen flows collide. It keeps it when it is
+# cleaned.
+grow_table() {
+    frame_source sub1 "$network" 768 1 1 >/dev/null || fail "no frames to fill the table"
+    forget_rules
+}
+
 gpon_flow_up() {
     onu_up
     load_gpon_flow
@@ -155,7 +162,7 @@ gpon_flow() {
         echo "@@ rules $number $(rules_held)"
         count_paths "$number"
     done
-    forget_rules
+    grow_table
     measure gpon_flow_first $per_round $debug "clean flow_rule 0 0"
     echo "set enable 0" >$debug
     devices_down
