@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # [--write] [--quick] [--edits FILE] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
 #
-# --write puts the names of the failing tests into docs/results/mutations.md; it runs all edits. --edits
+# --write puts the names of the failing tests into docs/results/mutations.md, in which the rows of other
+# edits stay. --edits
 # takes the edits from FILE, for example the output of scripts/wrong-edits.py. --quick leaves out the tests
 # that take seconds; a full run may detect an edit that no other test detects.
 set -eu
@@ -266,6 +267,28 @@ read_edits() {
     done < <(for file in "${edits[@]}"; do [ ! -f "$file" ] || { cat "$file" && echo; }; done)
 }
 
+# Writes the table in the order of the edits, without those that survived.
+write_rows() {
+    local row name survivor
+    local -A all=()
+    while IFS= read -r row; do
+        name=${row#| }
+        all[${name%% |*}]=$row
+    done < <(grep -s '^| [a-z0-9]' docs/results/mutations.md; printf '%s\n' "${rows[@]}")
+    for survivor in "${survivors[@]}"; do
+        unset "all[$survivor]"
+    done
+    {
+        printf '%s\n' '| edit | noticed by |' '|---|---|'
+        while IFS= read -r name; do
+            [ -z "${all[$name]-}" ] || echo "${all[$name]}"
+        done < <(sed -n 's/^name: //p' "${edits[@]}")
+        # shellcheck disable=SC2016 # the marks of a command in a document
+        printf '\nMeasured by `./run mutate --write`; names of edits replace their rows.\n'
+    } >"$here/table"
+    write_result mutations 'Wrong edits' <"$here/table"
+}
+
 # The tests as they are must pass: else every edit would seem to be noticed.
 prepare_unit() {
     step "$preset" build_preset "$preset" unit_tests property_tests gponflow
@@ -332,8 +355,8 @@ while :; do
     esac
     shift
 done
-if [ -n "$write" ] && { [ $# != 0 ] || [ -n "$quick" ]; }; then
-    echo "run mutate: --write is for all edits and tests" >&2
+if [ -n "$write" ] && [ -n "$quick" ]; then
+    echo "run mutate: --write is for all tests" >&2
     exit 2
 fi
 mkdir -p "$here"
@@ -353,15 +376,11 @@ for i in "${!names[@]}"; do
     try "${names[i]}" "${files[i]}" "${froms[i]}" "${tos[i]}" "${checks[i]}" "${equivalents[i]}" ||
         survivors+=("${names[i]}")
 done
+if [ -n "$write" ]; then
+    write_rows
+fi
 if [ ${#survivors[@]} != 0 ]; then
     echo "not noticed: ${survivors[*]}" >&2
     exit 1
 fi
 echo "${#names[@]} edits, all noticed or equivalent"
-if [ -n "$write" ]; then
-    {
-        printf '%s\n' '| edit | noticed by |' '|---|---|' "${rows[@]}"
-        # shellcheck disable=SC2016 # the marks of a command in a document
-        printf '\nMeasured by `./run mutate`.\n'
-    } | write_result mutations 'Wrong edits'
-fi
