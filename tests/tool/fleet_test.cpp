@@ -34,7 +34,7 @@ protected:
 
     std::vector<json> run(const std::vector<std::string>& names, const line_job& job)
     {
-        input_list inputs(names, {});
+        input_list inputs = input_list::open(names, {});
         std::ostringstream out;
         status_ = run_fleet(order_, inputs, job, out);
         std::vector<json> lines;
@@ -173,7 +173,7 @@ TEST_F(fleet, few_finished_lines_wait_for_a_slow_input)
 
 TEST_F(fleet, unwritable_output_ends_the_run)
 {
-    input_list inputs(files({"a", "b", "c", "d", "e", "f", "g", "h"}), {});
+    input_list inputs = input_list::open(files({"a", "b", "c", "d", "e", "f", "g", "h"}), {});
     std::ofstream out("/dev/full");
     EXPECT_EQ(run_fleet(order_, inputs, named, out), status_unsupported);
     EXPECT_TRUE(inputs.next().has_value()); // the last ones were not started
@@ -182,14 +182,14 @@ TEST_F(fleet, unwritable_output_ends_the_run)
 TEST_F(fleet, list_follows_the_names_of_the_command_line)
 {
     const std::string list = folder_.write("list", "b\n\nc d\n");
-    input_list inputs({"a"}, list);
+    input_list inputs = input_list::open({"a"}, list);
     EXPECT_EQ(inputs.total(), 3u);
     EXPECT_EQ(inputs.next(), "a");
     EXPECT_EQ(inputs.next(), "b");
     EXPECT_EQ(inputs.next(), "c d");
     EXPECT_EQ(inputs.next(), std::nullopt);
-    EXPECT_THROW(input_list({}, list + ".missing"), std::runtime_error);
-    EXPECT_THROW(input_list({}, "/"), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(input_list::open({}, list + ".missing")), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(input_list::open({}, "/")), std::runtime_error);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include <pcap/pcap.h>
 
@@ -94,16 +95,19 @@ struct capture_file::handle {
     reading_progress progress;
 };
 
-capture_file::capture_file(const std::string& path)
-    : handle_(std::make_unique<handle>(open_stream(path), capture_title(path)))
+capture_file::capture_file(std::unique_ptr<handle> opened) : handle_(std::move(opened)) {}
+
+capture_file capture_file::open(const std::string& path)
 {
+    return capture_file(std::make_unique<handle>(open_stream(path), capture_title(path)));
 }
 
-capture_file::capture_file(std::span<const uint8_t> contents)
-    : handle_(std::make_unique<handle>(open_memory(contents), "the capture"))
+capture_file capture_file::open(std::span<const uint8_t> contents)
 {
+    return capture_file(std::make_unique<handle>(open_memory(contents), "the capture"));
 }
 
+capture_file::capture_file(capture_file&&) noexcept = default;
 capture_file::~capture_file() = default;
 
 int capture_file::link_type() const
@@ -117,7 +121,7 @@ std::string capture_file::link_name() const
     return name != nullptr ? name : "unknown";
 }
 
-bool capture_file::next(capture_record& into)
+std::optional<capture_record> capture_file::next()
 {
     constexpr uint64_t nanoseconds = 1000000000;
     pcap_pkthdr* header = nullptr;
@@ -127,16 +131,16 @@ bool capture_file::next(capture_record& into)
         if (status == PCAP_ERROR)
             cut_short_ = "frame " + std::to_string(count_ + 1) + ": " +
                          reading_error(pcap_geterr(handle_->pcap));
-        return false;
+        return std::nullopt;
     }
     ++count_;
-    into.data = {data, header->caplen};
-    into.wire_length = std::max<size_t>(header->len, header->caplen);
-    // A damaged file may have a time before 1970.
-    into.time = static_cast<uint64_t>(header->ts.tv_sec) * nanoseconds +
-                static_cast<uint64_t>(header->ts.tv_usec);
     handle_->progress.step();
-    return true;
+    // A damaged file may have a time before 1970.
+    const uint64_t time = static_cast<uint64_t>(header->ts.tv_sec) * nanoseconds +
+                          static_cast<uint64_t>(header->ts.tv_usec);
+    return capture_record{.data = {data, header->caplen},
+                          .wire_length = std::max<size_t>(header->len, header->caplen),
+                          .time = time};
 }
 
 std::string capture_title(const std::string& path)

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,20 +24,20 @@ struct capture_record {
 class capture_file {
 public:
     /// Opens a file; "-" is standard input. Throws std::runtime_error with the reason.
-    explicit capture_file(const std::string& path);
-    /// A capture in memory, which must outlive this object.
-    explicit capture_file(std::span<const uint8_t> contents);
+    [[nodiscard]] static capture_file open(const std::string& path);
+    /// A capture in memory, which must outlive the object. Throws as well.
+    [[nodiscard]] static capture_file open(std::span<const uint8_t> contents);
+    capture_file(capture_file&&) noexcept;
+    capture_file& operator=(capture_file&&) = delete;
     ~capture_file();
-    capture_file(const capture_file&) = delete;
-    capture_file& operator=(const capture_file&) = delete;
 
     /// DLT_EN10MB, DLT_LINUX_SLL, ... of all records.
     [[nodiscard]] int link_type() const;
     /// "EN10MB", "LINUX_SLL", ...; "unknown" without a name.
     [[nodiscard]] std::string link_name() const;
 
-    /// Reads the next record; false at the end.
-    [[nodiscard]] bool next(capture_record& into);
+    /// Reads the next record; nothing at the end.
+    [[nodiscard]] std::optional<capture_record> next();
     /// Records that were read.
     [[nodiscard]] size_t count() const { return count_; }
     /// Why reading stopped before the end of the file; empty otherwise.
@@ -44,6 +45,8 @@ public:
 
 private:
     struct handle;
+
+    explicit capture_file(std::unique_ptr<handle> opened);
 
     std::unique_ptr<handle> handle_;
     size_t count_ = 0;

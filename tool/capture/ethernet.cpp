@@ -101,9 +101,9 @@ ethernet_capture read_ethernet(capture_file& from, size_t most)
         throw std::runtime_error("its frames are not Ethernet but " + from.link_name());
     ethernet_capture result;
     size_t cut = 0;
-    capture_record record;
-    while (from.count() < most && from.next(record)) {
-        std::optional<captured_frame> frame = ethernet_frame(from.link_type(), record);
+    const auto next = [&] { return from.count() < most ? from.next() : std::nullopt; };
+    while (const auto record = next()) {
+        std::optional<captured_frame> frame = ethernet_frame(from.link_type(), *record);
         if (!frame)
             continue;
         frame->number = from.count();

@@ -16,7 +16,7 @@ void print_findings(const check_result& result, const std::string& file, std::os
                     const palette& colours = {});
 
 /// The same as the document gponflow-check-1, described in docs/check.md.
-json findings_json(const check_result& result, const std::string& file);
+[[nodiscard]] json findings_json(const check_result& result, const std::string& file);
 
 /// The name, weight, clause and title of each rule, as a table.
 void print_rules(std::ostream& out, const palette& colours = {});

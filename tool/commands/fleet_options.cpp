@@ -27,7 +27,8 @@ CLI::Option* add_fleet_options(CLI::App& app, fleet_request& into, const std::st
     constexpr uint64_t most_jobs = 512;
     constexpr uint64_t most_seconds = 86400;
     CLI::Option* files = app.add_option("FILE", into.names, description);
-    app.add_option("--files", into.list, "File with more names, one a line, - for standard input");
+    app.add_option("--files", into.list, "File with more names, one a line, - for standard input")
+        ->type_name("FILE");
     add_onu_option(app, into.onu);
     add_number(
         app, "--jobs", [&into](uint64_t jobs) { into.jobs = static_cast<unsigned>(jobs); },
@@ -50,7 +51,7 @@ void refuse_with_lines(const CLI::App& app, const std::vector<std::string>& opti
 int run_lines(const fleet_request& request, const std::string& command, const line_job& job)
 {
     try {
-        input_list inputs(request.names, request.list);
+        input_list inputs = input_list::open(request.names, request.list);
         const fleet_order order{
             command, request.jobs.value_or(std::max(1u, std::thread::hardware_concurrency())),
             std::chrono::seconds(request.limit)};

@@ -161,13 +161,13 @@ private:
 
     void finish(running_input& one)
     {
-        std::string why;
-        const std::optional<std::string> text = one.process.finish(why);
-        if (text && !text->empty())
+        const worker_result result = one.process.finish();
+        if (const auto& text = result.text; text && !text->empty())
             return take(one.number, text->front(), text->substr(1));
-        if (one.expired)
-            why = "not finished after " +
-                  counted(static_cast<uint64_t>(order_.limit.count()), "second");
+        const std::string why =
+            one.expired ? "not finished after " +
+                              counted(static_cast<uint64_t>(order_.limit.count()), "second")
+                        : result.why;
         take(one.number, status_unsupported,
              failure_line(order_, one.input, status_unsupported, why));
     }

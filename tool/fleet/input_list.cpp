@@ -12,54 +12,57 @@
 
 namespace gponflow {
 
-input_list::input_list(std::vector<std::string> names, const std::string& list)
+input_list::input_list(std::vector<std::string> names)
     : names_(std::move(names)), total_(names_.size())
 {
+}
+
+input_list input_list::open(std::vector<std::string> names, const std::string& list)
+{
+    input_list inputs(std::move(names));
     if (list == "-") {
         claim_standard_input();
-        list_ = &std::cin;
-        total_.reset();
+        inputs.list_ = &std::cin;
+        inputs.total_.reset();
     } else if (!list.empty()) {
-        open(list);
+        inputs.open_list(list);
     }
+    return inputs;
 }
 
 // A regular file is read twice: the first time for the number of names only.
-void input_list::open(const std::string& list)
+void input_list::open_list(const std::string& list)
 {
     std::error_code error;
     if (std::filesystem::is_directory(list, error))
         throw std::runtime_error(list + ": " + std::strerror(EISDIR));
-    file_.open(list);
-    if (!file_)
+    file_ = std::make_unique<std::ifstream>(list);
+    if (!*file_)
         throw std::runtime_error(list + ": " + std::strerror(errno));
-    list_ = &file_;
+    list_ = file_.get();
     if (!std::filesystem::is_regular_file(list, error)) {
         total_.reset();
         return;
     }
-    for (std::string line; next_line(line);)
+    while (next_line())
         ++*total_;
-    file_.clear();
-    file_.seekg(0);
+    file_->clear();
+    file_->seekg(0);
 }
 
-bool input_list::next_line(std::string& line)
+std::optional<std::string> input_list::next_line()
 {
-    while (std::getline(*list_, line))
+    for (std::string line; std::getline(*list_, line);)
         if (!line.empty())
-            return true;
-    return false;
+            return line;
+    return {};
 }
 
 std::optional<std::string> input_list::next()
 {
     if (taken_ < names_.size())
         return names_[taken_++];
-    std::string line;
-    if (!list_ || !next_line(line))
-        return {};
-    return line;
+    return list_ ? next_line() : std::nullopt;
 }
 
 } // namespace gponflow

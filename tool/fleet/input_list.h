@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <fstream>
 #include <istream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@ class input_list {
 public:
     /// `list` is a file with one name a line, "-" for standard input, or empty. Throws
     /// std::runtime_error if it cannot be read.
-    input_list(std::vector<std::string> names, const std::string& list);
+    [[nodiscard]] static input_list open(std::vector<std::string> names, const std::string& list);
 
     /// The next name, or nothing at the end. Empty lines of the list are skipped.
     [[nodiscard]] std::optional<std::string> next();
@@ -27,13 +28,14 @@ public:
     [[nodiscard]] std::optional<uint64_t> total() const { return total_; }
 
 private:
-    void open(const std::string& list);
-    bool next_line(std::string& line);
+    explicit input_list(std::vector<std::string> names);
+    void open_list(const std::string& list);
+    [[nodiscard]] std::optional<std::string> next_line();
 
     std::vector<std::string> names_;
-    size_t taken_ = 0; ///< of names_
-    std::ifstream file_;
-    std::istream* list_ = nullptr;
+    size_t taken_ = 0;                    ///< of names_
+    std::unique_ptr<std::ifstream> file_; ///< the list, unless it is standard input
+    std::istream* list_ = nullptr;        ///< null: no list
     std::optional<uint64_t> total_;
 };
 

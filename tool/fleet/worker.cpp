@@ -87,9 +87,9 @@ worker::worker(worker&& from) noexcept
 
 worker::~worker()
 {
-    std::string why;
     kill();
-    finish(why);
+    if (process_ >= 0)
+        static_cast<void>(wait());
     if (descriptor_ >= 0)
         close(descriptor_);
 }
@@ -104,18 +104,24 @@ bool worker::read()
     return count > 0;
 }
 
-std::optional<std::string> worker::finish(std::string& why)
+// Returns the status of the process as waitpid does.
+int worker::wait()
 {
-    if (process_ < 0)
-        return {};
     int status = 0;
     while (waitpid(process_, &status, 0) < 0 && errno == EINTR)
         continue;
     process_ = -1;
+    return status;
+}
+
+worker_result worker::finish()
+{
+    if (process_ < 0)
+        return {};
+    const int status = wait();
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
-        return std::move(text_);
-    why = reason_of(status);
-    return {};
+        return {std::move(text_), {}};
+    return {std::nullopt, reason_of(status)};
 }
 
 void worker::kill()

@@ -16,6 +16,12 @@
 
 namespace gponflow {
 
+/// How a job ended.
+struct worker_result {
+    std::optional<std::string> text; ///< nothing if the process ended before it was written
+    std::string why;                 ///< the reason for this
+};
+
 class worker {
 public:
     /// Starts a process that runs the job and returns its text. Nothing if the system has no place
@@ -34,14 +40,14 @@ public:
     /// Reads what is there. False at the end of the text.
     [[nodiscard]] bool read();
 
-    /// Waits for the process. The text, or nothing if the process ended before it was written; then
-    /// `why` is the reason.
-    std::optional<std::string> finish(std::string& why);
+    /// Waits for the process. Once.
+    [[nodiscard]] worker_result finish();
 
     void kill();
 
 private:
     worker(pid_t process, int descriptor);
+    [[nodiscard]] int wait();
 
     pid_t process_;
     int descriptor_;

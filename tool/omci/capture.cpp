@@ -95,9 +95,8 @@ capture_result read_all(capture_file& from, const std::optional<mac_address>& on
         return {std::nullopt, "link type " + std::to_string(link_type) + " (" + from.link_name() +
                                   ") carries no OMCI"};
     reader work(link_type, onu);
-    capture_record record;
-    while (from.next(record))
-        work.take(record);
+    while (const auto record = from.next())
+        work.take(*record);
     work.cap.cut_short = from.cut_short();
     if (work.cap.onus.size() > 1)
         return {std::nullopt, several_onus(work.cap), true};
@@ -110,7 +109,7 @@ template <typename source>
 capture_result read_from(source from, const std::optional<mac_address>& onu)
 {
     try {
-        capture_file file(from);
+        capture_file file = capture_file::open(from);
         return read_all(file, onu);
     } catch (const std::runtime_error& why) {
         return {std::nullopt, why.what()};

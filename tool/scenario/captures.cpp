@@ -25,14 +25,14 @@ std::string regular_file(const std::filesystem::path& file)
 
 ethernet_capture read_capture(const std::string& file, size_t most)
 {
-    capture_file from(file);
+    capture_file from = capture_file::open(file);
     return read_ethernet(from, most);
 }
 
 std::vector<std::string> fill_capture(pcap_command& command, const std::string& file,
                                       scenario& owner)
 {
-    capture_file from(file);
+    capture_file from = capture_file::open(file);
     ethernet_capture capture = read_ethernet(from);
     if (capture.frames.empty())
         capture.warnings.emplace_back("no Ethernet frame in it");
