@@ -116,7 +116,8 @@ void add_account_command(CLI::App& app)
                       "Scenarios or captures of OMCI messages, - for standard input");
     sub->add_option("--pcap", request->captures,
                     "Captures to run after the scenario, with options of a pcap command after "
-                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani; - for standard input");
+                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani; - for standard input")
+        ->type_name("FILE");
     sub->add_option("--backend", request->backend,
                     "host: the module in this process; device: the module in the running kernel")
         ->check(CLI::IsMember(backend_names()))

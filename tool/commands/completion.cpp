@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow completion: completion scripts of shells, generated from the subcommands themselves.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -70,6 +71,30 @@ std::string values_of(const CLI::App& app, const CLI::Option& option)
     return listed_words(type);
 }
 
+// --pcap has options of a pcap command behind the name of the file.
+bool takes_file(const CLI::Option& option)
+{
+    return option.get_type_name() == "FILE" || option.get_name(true) == "FILE";
+}
+
+bool has_file_argument(const CLI::App& app)
+{
+    return std::ranges::any_of(app.get_options(), [](const CLI::Option* option) {
+        return option->get_positional() && takes_file(*option);
+    });
+}
+
+// "--name" and "-n" of an option.
+std::vector<std::string> flags_of(const CLI::Option& option)
+{
+    std::vector<std::string> flags;
+    for (const std::string& name : option.get_lnames())
+        flags.push_back("--" + name);
+    for (const std::string& name : option.get_snames())
+        flags.push_back("-" + name);
+    return flags;
+}
+
 // Subcommands, options and listed arguments of one level.
 std::string words_of(const CLI::App& app)
 {
@@ -98,15 +123,25 @@ void print_values(const CLI::App& app, const std::string& path)
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_items_expected_max() == 0)
             continue;
-        for (const std::string& name : option->get_lnames())
-            std::cout << "    '" << path << " --" << name << "') values='"
-                      << values_of(app, *option) << "' ;;\n";
-        for (const std::string& name : option->get_snames())
-            std::cout << "    '" << path << " -" << name << "') values='" << values_of(app, *option)
+        for (const std::string& flag : flags_of(*option))
+            std::cout << "    '" << path << " " << flag << "') values='" << values_of(app, *option)
                       << "' ;;\n";
     }
     for (const CLI::App* sub : app.get_subcommands(any))
         print_values(*sub, path + " " + sub->get_name());
+}
+
+// Levels with a file as an argument, and options with one.
+void print_files(const CLI::App& app, const std::string& path)
+{
+    if (has_file_argument(app))
+        std::cout << "    '" << path << "') return 0 ;;\n";
+    for (const CLI::Option* option : app.get_options())
+        for (const std::string& flag : flags_of(*option))
+            if (takes_file(*option))
+                std::cout << "    '" << path << " " << flag << "') return 0 ;;\n";
+    for (const CLI::App* sub : app.get_subcommands(any))
+        print_files(*sub, path + " " + sub->get_name());
 }
 
 // The subcommand names before the cursor form the path of the level. Bash treats the sign in
@@ -118,10 +153,14 @@ void print_tables(const CLI::App& app)
     std::cout << "    esac\n    echo \"$words\"\n}\n\n"
                  "_gponflow_values() {\n    local values\n    case $1 in\n";
     print_values(app, "gponflow");
-    std::cout << "    *) return 1 ;;\n    esac\n    echo \"$values\"\n}\n\n";
+    std::cout << "    *) return 1 ;;\n    esac\n    echo \"$values\"\n}\n\n"
+                 "_gponflow_files() {\n    case $1 in\n";
+    print_files(app, "gponflow");
+    std::cout << "    esac\n    return 1\n}\n\n";
 }
 
-// Bash offers files by itself where there is no word.
+// The function lists files beside words. If it lists none, the default of readline completes names
+// that begin with a tilde.
 void print_bash(const CLI::App& app)
 {
     std::cout << "# bash completion of gponflow; eval \"$(gponflow completion)\"\n";
@@ -135,13 +174,21 @@ void print_bash(const CLI::App& app)
     done
     [[ $cur == = ]] && cur=
     [[ ${COMP_WORDS[COMP_CWORD]} != = && $prev == = ]] && prev=${COMP_WORDS[COMP_CWORD-2]}
-    local offered
-    offered=$(_gponflow_values "$path $prev") || offered=$(_gponflow_words "$path")
+    local offered key="$path $prev" files
+    offered=$(_gponflow_values "$key") || {
+        key=$path
+        offered=$(_gponflow_words "$key")
+    }
     COMPREPLY=($(compgen -W "$offered" -- "$cur"))
     [[ ${COMPREPLY[0]} == *= ]] && compopt -o nospace 2>/dev/null
+    if [[ $cur != -* ]] && _gponflow_files "$key"; then
+        compopt -o filenames -o default 2>/dev/null
+        mapfile -t files < <(compgen -f -- "$cur")
+        COMPREPLY+=("${files[@]}")
+    fi
     return 0
 }
-complete -o default -F _gponflow gponflow
+complete -F _gponflow gponflow
 )";
 }
 
@@ -158,13 +205,13 @@ void print_zsh(const CLI::App& app)
         [[ $word != -* && " $(_gponflow_words "$level") " == *" $word "* &&
             -n $(_gponflow_words "$level $word") ]] && level+=" $word"
     done
-    if offered=$(_gponflow_values "$level ${words[CURRENT-1]}"); then
-        [[ -n $offered ]] || { _files; return; }
-        compadd -- ${=offered}
-        return
-    fi
-    compadd -- ${=$(_gponflow_words "$level")}
-    [[ ${words[CURRENT]} == -* ]] || _files
+    local key="$level ${words[CURRENT-1]}"
+    offered=$(_gponflow_values "$key") || {
+        key=$level
+        offered=$(_gponflow_words "$key")
+    }
+    [[ -z $offered ]] || compadd -- ${=offered}
+    [[ ${words[CURRENT]} == -* ]] || ! _gponflow_files "$key" || _files
 }
 (( ${+functions[compdef]} )) && compdef _gponflow gponflow
 )";
@@ -182,16 +229,18 @@ std::string fish_quoted(const std::string& text)
 
 void print_fish_option(const CLI::App& app, const CLI::Option& option, const std::string& head)
 {
-    for (const std::string& name : option.get_lnames()) {
-        std::cout << head << " -l " << name << " -d " << fish_quoted(option.get_description());
-        const std::string values = values_of(app, option);
+    const std::string values = values_of(app, option);
+    for (const std::string& flag : flags_of(option)) {
+        const bool is_long = flag.starts_with("--");
+        std::cout << head << (is_long ? " -l " : " -s ") << flag.substr(is_long ? 2 : 1) << " -d "
+                  << fish_quoted(option.get_description());
         if (option.get_items_expected_max() != 0)
-            std::cout << (values.empty() ? " -r -F" : " -x -a " + fish_quoted(values));
+            std::cout << (takes_file(option) ? " -r -F" : " -x")
+                      << (values.empty() ? "" : " -a " + fish_quoted(values));
         std::cout << '\n';
     }
-    if (const std::string values = values_of(app, option);
-        option.get_positional() && !values.empty())
-        std::cout << head << " -a " << fish_quoted(values) << '\n';
+    if (option.get_positional() && !values.empty())
+        std::cout << head << " -f -a " << fish_quoted(values) << '\n';
 }
 
 void print_fish_level(const CLI::App& app, const std::string& path)
@@ -200,6 +249,7 @@ void print_fish_level(const CLI::App& app, const std::string& path)
     for (const CLI::App* sub : app.get_subcommands(any))
         std::cout << head << " -f -a " << sub->get_name() << " -d "
                   << fish_quoted(sub->get_description()) << '\n';
+    std::cout << head << (has_file_argument(app) ? " -F" : " -f") << '\n';
     for (const CLI::Option* option : app.get_options())
         print_fish_option(app, *option, head);
     for (const CLI::App* sub : app.get_subcommands(any))
@@ -244,6 +294,7 @@ json level_json(const CLI::App& app, const std::string& path)
         options.push_back({{"name", option->get_name()},
                            {"description", option->get_description()},
                            {"takes_value", option->get_items_expected_max() != 0},
+                           {"takes_file", takes_file(*option)},
                            {"values", values_of(app, *option)}});
     return {{"name", path},
             {"description", app.get_description()},

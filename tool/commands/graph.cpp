@@ -151,13 +151,15 @@ void add_graph_command(CLI::App& app)
         ->required();
     add_onu_option(*sub, request->onu);
     sub->add_option("-o,--output", request->output,
-                    "Output file (.dot, .svg or .png); default: DOT on standard output");
+                    "Output file (.dot, .svg or .png); default: DOT on standard output")
+        ->type_name("FILE");
     sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");
     CLI::Option* highlight =
         sub->add_option("--highlight", request->highlight,
                         "Draw the path of one hook call bold; its options: kind=K,frame=HEX,...");
     CLI::Option* capture =
-        sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file");
+        sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file")
+            ->type_name("FILE");
     add_number(
         *sub, "--frame", [request](uint64_t number) { request->frame.number = number; }, UINT32_MAX,
         1, "Number of the frame in the capture, from 1 (default 1)")

@@ -131,9 +131,11 @@ void add_omci_command(CLI::App& app)
                           "messages on a user link type), - for standard input");
     sub->add_option("-o,--output", request->files.scenario_path,
                     "Output file, - for standard output")
+        ->type_name("FILE")
         ->capture_default_str();
     sub->add_flag("--summary", request->summary, "Print a summary instead of the scenario");
     sub->add_option("--diff", request->compared, "Compare two captures or scenarios")
+        ->type_name("FILE")
         ->expected(2)
         ->excludes(file);
     sub->add_flag("--json", request->json, "Print the summary or the differences as JSON");

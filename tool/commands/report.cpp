@@ -73,8 +73,10 @@ void add_report_command(CLI::App& app)
     add_onu_option(*sub, request->onu);
     sub->add_option("--pcap", request->captures,
                     "Captures to run after the scenario, with options of a pcap command after "
-                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani");
+                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani")
+        ->type_name("FILE");
     sub->add_option("-o,--output", request->output, "Output file, - for standard output")
+        ->type_name("FILE")
         ->capture_default_str();
     sub->add_flag("--json", request->json, "Print the data as JSON and write no page")
         ->excludes("-o");
