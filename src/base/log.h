@@ -139,6 +139,12 @@ template <typename... Args>
     return load_unaligned<u32>(reinterpret_cast<const u8*>(skb) + skb_flag_word_offset);
 }
 
+/* True if the trace filter selected the packet. */
+[[nodiscard]] inline bool is_marked(const sk_buff* skb)
+{
+    return flag_word_of(skb) & GPON_FLOW_TRACE_MARK;
+}
+
 /* The name of a function as a text, taken from the function itself: a misspelt or outdated name
  * does not compile. */
 template <auto Function> struct function_name {

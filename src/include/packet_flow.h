@@ -66,6 +66,7 @@ struct gpon_walk_result {
     gpon_rule_trace trace; /* indexed by depth */
     i32 ret_val;           /* fwd_status, 0 = none yet */
     u8 obstacles;          /* walk_obstacle bits of all branches, for the counters */
+    u8 decision;           /* gpon_step_decision of the last step, for its trace event */
     /* The bridge port and the filter found last. Ports of a bridge are tried in list order, so the
      * next search starts there. Valid in the walk's RCU read-side section. */
     const gpon_me_inst* last_port = nullptr;

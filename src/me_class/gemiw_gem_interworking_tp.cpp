@@ -48,7 +48,9 @@ bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper) GPO
     if (!(op.fwd_flag & UP_ANI) || mapper.instExist != 1)
         return true;
     op.related_inst_id = mapper.instId;
-    return pbit_filter_handle(skb, &op) == 0;
+    const bool selected = pbit_filter_handle(skb, &op) == 0;
+    op.walk->decision = selected ? GPON_DECISION_MAPPER_SELECTS : GPON_DECISION_MAPPER_REFUSES;
+    return selected;
 }
 
 } // namespace

@@ -106,14 +106,21 @@ struct bridge_port {
     gpon::vlan_operations vlan;
     u16 bridge_id;
 
+    // A filter accepts no direction of the UNI side.
+    bool is_misplaced_filter() const { return !(op.fwd_flag & (UP_ANI | DOWN_ANI)); }
+
     void run_filter(fwd_status status_when_passed) GPON_READS_LISTS
     {
         op.related_inst_id = filter.instId;
         if (filter.instExist != 1 || vtfd_filter_handle(skb, &op) == 0) {
             result->ret_val = status_when_passed;
+            if (filter.instExist == 1)
+                result->decision = GPON_DECISION_FILTER_PASSES;
             return;
         }
         result->obstacles |= WALK_FILTERED;
+        result->decision =
+            is_misplaced_filter() ? GPON_DECISION_FILTER_MISPLACED : GPON_DECISION_FILTER_DROPS;
         log.error("[%s][%d] end, vtfd_filter_handle fail.\n");
     }
 
@@ -147,6 +154,7 @@ struct bridge_port {
             return leave();
         if (ani && (op.fwd_flag & DOWN_ANI))
             return enter();
+        result->decision = GPON_DECISION_OTHER_SIDE;
         log.warning("%s [%d]: fwd_info->fwd_flag(%d): Fail\r\n", op.fwd_flag);
         return 0;
     }

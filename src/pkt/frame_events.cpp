@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "frame_events.h"
 
+#include "../base/log.h"
 #include "header.h"
 
 static_assert(static_cast<i32>(GPON_STEP_ENDS_BRANCH) == FLOW_PKT_NOT_FORWARD &&
@@ -31,21 +32,24 @@ void gpon::send_frame_event(gpon_tracepoint point, const sk_buff* skb, u16 fwd_f
     record.point = point;
     record.frame.packet = skb;
     record.frame.direction = fwd_flag;
-    if (skb)
+    if (skb) {
+        record.marked = gpon::is_marked(skb);
         read_header(skb, record.frame);
+    }
     record.end = end;
     record.gemport_id = gemport_id;
     record.remembered = remembered;
     hit_tracepoint(&record);
 }
 
-void gpon::send_step_event(const sk_buff* skb, const gpon_fwd_info& step, u8 depth,
-                           gpon_step_status status)
+void gpon::send_step_event(gpon_tracepoint point, const sk_buff* skb, const gpon_fwd_info& step,
+                           u8 depth, gpon_step_status status, u8 decision)
 {
     gpon_trace_record record = {};
-    record.point = GPON_TRACEPOINT_WALK_STEP;
+    record.point = point;
     record.frame.packet = skb;
     record.frame.direction = step.fwd_flag;
-    record.step = {step.classId, step.instId, depth, status};
+    record.marked = is_marked(skb);
+    record.step = {step.classId, step.instId, depth, decision, status};
     hit_tracepoint(&record);
 }

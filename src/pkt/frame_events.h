@@ -13,8 +13,8 @@ namespace gpon {
  * sent. */
 void send_frame_event(gpon_tracepoint point, const sk_buff* skb, u16 fwd_flag, gpon_frame_end end,
                       u16 gemport_id, bool remembered = false);
-void send_step_event(const sk_buff* skb, const gpon_fwd_info& step, u8 depth,
-                     gpon_step_status status);
+void send_step_event(gpon_tracepoint point, const sk_buff* skb, const gpon_fwd_info& step, u8 depth,
+                     gpon_step_status status, u8 decision);
 
 inline void trace_walk_start(const sk_buff* skb, u16 fwd_flag)
 {
@@ -23,10 +23,22 @@ inline void trace_walk_start(const sk_buff* skb, u16 fwd_flag)
 }
 
 /* status is a fwd_status or GPON_STEP_FAILED, which have the numbers of gpon_step_status. */
-inline void trace_step(const sk_buff* skb, const gpon_fwd_info& step, u8 depth, i32 status)
+inline void trace_step(const sk_buff* skb, const gpon_fwd_info& step,
+                       const gpon_walk_result& result, i32 status)
 {
     if (is_traced(GPON_TRACEPOINT_WALK_STEP)) [[unlikely]]
-        send_step_event(skb, step, depth, static_cast<gpon_step_status>(status));
+        send_step_event(GPON_TRACEPOINT_WALK_STEP, skb, step, result.recurse_num,
+                        static_cast<gpon_step_status>(status), result.decision);
+}
+
+/* place is the index of the step in its rule. */
+inline void trace_replay_step(const sk_buff* skb, const gpon_fwd_info& step,
+                              const gpon_walk_result& result, u32 place, bool failed)
+{
+    if (is_traced(GPON_TRACEPOINT_REPLAY_STEP)) [[unlikely]]
+        send_step_event(GPON_TRACEPOINT_REPLAY_STEP, skb, step, static_cast<u8>(place + 1),
+                        failed ? GPON_STEP_FAILED : static_cast<gpon_step_status>(result.ret_val),
+                        result.decision);
 }
 
 inline void trace_walk_end(const sk_buff* skb, u16 fwd_flag, gpon_frame_end end, u16 gemport_id)

@@ -23,7 +23,7 @@ bool outcomes_are_used()
 // True if no message about this packet can be printed: a replay then prints nothing.
 bool is_silent(const sk_buff* skb)
 {
-    return gpon::debug_level() == 0 && !(gpon::flag_word_of(skb) & GPON_FLOW_TRACE_MARK);
+    return gpon::debug_level() == 0 && !gpon::is_marked(skb);
 }
 
 // Writes the packed rule key of a frame. False for a frame whose rule key has more than two tags or

@@ -61,6 +61,7 @@ enum class replay { next_step, ended, failed };
         log.warning("[%s][%d] find the end classId, break.\n");
         return replay::ended;
     }
+    result->decision = GPON_DECISION_NONE;
     const gpon_me_entry* entry = gpon::find_class(step->classId);
     if (!entry || !entry->fwd_op) {
         log.error("[%s][%d] end, the classId(%d) can not get the entry or without fwd_op.\n",
@@ -170,8 +171,13 @@ bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_res
         fwd_info->classId = learnt.classId;
         fwd_info->instId = learnt.instId;
         const replay step = replay_step(skb, fwd_info, result, log);
-        if (step != replay::next_step)
-            return step == replay::ended;
+        if (step == replay::ended)
+            return true;
+        gpon::trace_replay_step(skb, *fwd_info, *result,
+                                static_cast<u32>(&learnt - result->trace.step),
+                                step == replay::failed);
+        if (step == replay::failed)
+            return false;
     }
     return true;
 }

@@ -87,7 +87,7 @@ struct next_class_row {
 i32 fail_step(const sk_buff* skb, const gpon_fwd_info& step, gpon_walk_result* result)
 {
     result->obstacles |= WALK_STEP_FAILED;
-    gpon::trace_step(skb, step, result->recurse_num, GPON_STEP_FAILED);
+    gpon::trace_step(skb, step, *result, GPON_STEP_FAILED);
     return -1;
 }
 
@@ -116,7 +116,7 @@ i32 fail_step(const sk_buff* skb, const gpon_fwd_info& step, gpon_walk_result* r
         log.error("[%s][%d] end, the classId(%d) fwd_op fail.\n", step->classId);
         return fail_step(skb, *step, result);
     }
-    gpon::trace_step(skb, *step, result->recurse_num, result->ret_val);
+    gpon::trace_step(skb, *step, *result, result->ret_val);
     if (result->ret_val == FLOW_PKT_NOT_FORWARD || result->ret_val == FLOW_PKT_FORWARD_DONE) {
         log.trace("[%s] [%d] end,  classId=%d,instId=0x%x,ret_val=%d\n", step->classId,
                   step->instId, result->ret_val);
@@ -167,13 +167,14 @@ i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_w
         return -1;
     }
     ++result->recurse_num;
+    result->decision = GPON_DECISION_NONE;
     log_trace("[%s][%d]: Enter, recurse_num = %d\n", result->recurse_num);
     i32 status = -1;
     if (result->recurse_num >= MAX_RECURSION_NUM) {
         printk("[%s][%d] end, Fail,recurse_num is MAX_RECURSION_NUM(%d)\n", __func__, __LINE__,
                MAX_RECURSION_NUM);
         result->obstacles |= WALK_TOO_DEEP;
-        gpon::trace_step(skb, *fwd_info, result->recurse_num, GPON_STEP_TOO_DEEP);
+        gpon::trace_step(skb, *fwd_info, *result, GPON_STEP_TOO_DEEP);
     } else
         status = walk_step(skb, fwd_info, result, log);
     --result->recurse_num;

@@ -29,6 +29,14 @@ template <typename... Parts> std::string join(const Parts&... parts)
     return out.str();
 }
 
+std::string text_of(const decltype(gpon_trace_record::step)& step)
+{
+    constexpr std::array<const char*, 7> decisions = {
+        "", " pass", " drop", " misplaced", " selected", " refused", " other side"};
+    return join(+step.depth, " ", step.class_id, "/", step.inst_id, " ", +step.status,
+                decisions.at(step.decision));
+}
+
 std::string text_of(const gpon_trace_record& record)
 {
     const gpon_traced_frame& frame = record.frame;
@@ -36,8 +44,9 @@ std::string text_of(const gpon_trace_record& record)
     case GPON_TRACEPOINT_WALK_START:
         return join("start direction=", frame.direction);
     case GPON_TRACEPOINT_WALK_STEP:
-        return join("step ", +record.step.depth, " ", record.step.class_id, "/",
-                    record.step.inst_id, " ", +record.step.status);
+        return "step " + text_of(record.step);
+    case GPON_TRACEPOINT_REPLAY_STEP:
+        return "replay " + text_of(record.step);
     case GPON_TRACEPOINT_WALK_END:
         return join("end ", +record.end, " gem=", record.gemport_id);
     case GPON_TRACEPOINT_RULE_HIT:
@@ -114,7 +123,8 @@ TEST_F(tracepoints, of_a_walk_that_passes_a_replay_and_a_remembered_outcome)
     EXPECT_THAT(seen(), ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 2",
                                     "step 3 266/1 2", "step 4 268/1 3", "end 0 gem=5", "learn 0"));
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
-    EXPECT_THAT(seen(), ElementsAre("hit remembered=0 gem=5"));
+    EXPECT_THAT(seen(), ElementsAre("replay 1 45/7 2", "replay 2 47/6 2", "replay 3 266/1 2",
+                                    "replay 4 268/1 3", "hit remembered=0 gem=5"));
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
     EXPECT_THAT(seen(), ElementsAre("hit remembered=1 gem=5"));
 }
@@ -186,8 +196,78 @@ TEST_F(tracepoints, of_a_filtered_walk)
     create_ani(true);
     seen();
     EXPECT_EQ(send(GPON_API_UP_ANI), 1);
-    EXPECT_THAT(seen(), ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 1",
+    EXPECT_THAT(seen(), ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 1 drop",
                                     "end 2 gem=0", "drop 2 direction=1 gem=0"));
+}
+
+TEST_F(tracepoints, name_the_decision_of_a_filter_on_both_sides)
+{
+    create_ani(true);
+    create(11, gpon_raw_pptp{.instID = 0x101});
+    create_port(9, 1, 0x101);
+    create_filter(9);
+    frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x20, 0, 8, 0};
+    seen();
+    EXPECT_EQ(send(GPON_API_UP_ANI), 0);
+    EXPECT_THAT(seen(), Contains("step 2 47/6 2 pass"));
+    EXPECT_EQ(send(GPON_API_UP_ANI), 0);
+    EXPECT_THAT(seen(), Contains("replay 2 47/6 2 pass"));
+    EXPECT_EQ(send(GPON_API_UP_UNI), 1);
+    EXPECT_THAT(seen(), Contains("step 2 47/9 1 misplaced"));
+}
+
+TEST_F(tracepoints, name_a_port_on_the_other_side)
+{
+    create_ani(false);
+    create(11, gpon_raw_pptp{.instID = 0x101});
+    create_port(3, 1, 0x101);
+    seen();
+    EXPECT_EQ(send(GPON_API_UP_ANI), 0);
+    EXPECT_THAT(seen(), Contains("step 2 47/6 2"));
+    gpon::test::create_bridge(8);
+    const gpon_fwd_info step = {47, 3, UP_ANI};
+    const gpon::rcu_reader reader;
+    EXPECT_EQ(gpon_pkt_general_forward(&skb, &step, &result), 0);
+    EXPECT_THAT(seen(), Contains("step 1 47/3 1 other side"));
+}
+
+TEST_F(tracepoints, name_the_decision_of_a_mapper)
+{
+    create_ani(false);
+    gpon_raw_mapper mapper = {};
+    mapper.instID = 2;
+    mapper.pbit_GemIWTP[3] = 1;
+    create(130, mapper);
+    seen();
+    const gpon_fwd_info step = {266, 1, UP_ANI};
+    const gpon::rcu_reader reader;
+    for (const u8 priority : {u8{2}, u8{3}}) {
+        result = {};
+        frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, static_cast<u8>(priority << 5), 7};
+        skb.data = frame.data();
+        skb.bytes = static_cast<u32>(frame.size());
+        EXPECT_EQ(gpon_pkt_general_forward(&skb, &step, &result), 0);
+    }
+    EXPECT_THAT(seen(), testing::AllOf(Contains("step 1 266/1 1 refused"),
+                                       Contains("step 1 266/1 2 selected")));
+}
+
+TEST_F(tracepoints, tell_marked_frames_from_others)
+{
+    create_ani(false);
+    gpon::host::proc_write("set trace dst_mac 02:00:00:00:00:01");
+    seen();
+    for (const u8 last : {u8{1}, u8{9}}) {
+        frame = {2, 0, 0, 0, 0, last, 2, 0, 0, 0, 0, 2, 8, 0};
+        for (const uint32_t kind : {GPON_API_UP_ANI, GPON_API_UP_ANI, GPON_API_UP_UNI})
+            send(kind);
+        ASSERT_FALSE(records.empty());
+        for (const gpon_trace_record& record : records) {
+            const bool may_be_marked = record.point != GPON_TRACEPOINT_RULE_LEARN;
+            EXPECT_EQ(record.marked, may_be_marked && last == 1) << text_of(record);
+        }
+        seen();
+    }
 }
 
 TEST_F(tracepoints, of_a_walk_whose_step_fails_for_lack_of_memory)
@@ -237,7 +317,9 @@ TEST_F(tracepoints, of_a_frame_without_queue)
     EXPECT_THAT(found, Contains("learn 0"));
     EXPECT_EQ(found.back(), "drop 5 direction=1 gem=5");
     EXPECT_EQ(send(GPON_API_UP_ANI), 1);
-    EXPECT_THAT(seen(), ElementsAre("hit remembered=0 gem=5", "drop 5 direction=1 gem=5"));
+    const std::vector<std::string> again = seen();
+    EXPECT_THAT(again, Contains("hit remembered=0 gem=5"));
+    EXPECT_EQ(again.back(), "drop 5 direction=1 gem=5");
 }
 
 TEST_F(tracepoints, of_calls_that_are_not_walked)
@@ -382,7 +464,7 @@ TEST_F(tracepoints, of_the_example_scripts_exist_with_their_fields)
             EXPECT_NE(header.find(", " + field), std::string::npos) << field;
         ++scripts;
     }
-    EXPECT_EQ(scripts, 3u);
+    EXPECT_EQ(scripts, 4u);
 }
 
 } // namespace

@@ -11,14 +11,15 @@
 #define GPON_PLATFORM_TRACEPOINT_H
 
 enum gpon_tracepoint {
-    GPON_TRACEPOINT_WALK_START, /* frame */
-    GPON_TRACEPOINT_WALK_STEP,  /* frame.packet, frame.direction, step */
-    GPON_TRACEPOINT_WALK_END,   /* frame, end, gemport_id */
-    GPON_TRACEPOINT_RULE_HIT,   /* frame, remembered, gemport_id */
-    GPON_TRACEPOINT_RULE_LEARN, /* frame without packet, learnt */
-    GPON_TRACEPOINT_DROP,       /* frame, end, gemport_id */
-    GPON_TRACEPOINT_COMMAND,    /* command */
-    GPON_TRACEPOINT_SWEEP,      /* sweep */
+    GPON_TRACEPOINT_WALK_START,  /* frame */
+    GPON_TRACEPOINT_WALK_STEP,   /* frame.packet, frame.direction, marked, step */
+    GPON_TRACEPOINT_WALK_END,    /* frame, end, gemport_id */
+    GPON_TRACEPOINT_REPLAY_STEP, /* frame.packet, frame.direction, marked, step */
+    GPON_TRACEPOINT_RULE_HIT,    /* frame, remembered, gemport_id */
+    GPON_TRACEPOINT_RULE_LEARN,  /* frame without packet, learnt */
+    GPON_TRACEPOINT_DROP,        /* frame, end, gemport_id */
+    GPON_TRACEPOINT_COMMAND,     /* command */
+    GPON_TRACEPOINT_SWEEP,       /* sweep */
     GPON_TRACEPOINTS
 };
 
@@ -42,6 +43,17 @@ enum gpon_step_status {
     GPON_STEP_CONTINUES,
     GPON_STEP_REACHES_EGRESS,
     GPON_STEP_TOO_DEEP /* not made: it would be the tenth level */
+};
+
+/* What the filter or the mapper of a step decided. */
+enum gpon_step_decision {
+    GPON_DECISION_NONE,
+    GPON_DECISION_FILTER_PASSES,
+    GPON_DECISION_FILTER_DROPS,
+    GPON_DECISION_FILTER_MISPLACED, /* on the UNI side, where a filter drops every frame */
+    GPON_DECISION_MAPPER_SELECTS,   /* the priority of the frame selects this GEM interworking TP */
+    GPON_DECISION_MAPPER_REFUSES,
+    GPON_DECISION_OTHER_SIDE /* a bridge port on a side that is not on the path of the frame */
 };
 
 /* What became of the steps of a walk that passed. */
@@ -82,10 +94,12 @@ struct gpon_trace_record {
     enum gpon_learn_result learnt;
     unsigned short gemport_id; /* chosen upstream to the ANI; otherwise 0 */
     unsigned char remembered;  /* 1: by the remembered outcome, 0: by a replay of the steps */
+    unsigned char marked; /* of all events with a packet; 1: the trace filter selects the frame */
     struct {
         unsigned short class_id;
         unsigned short inst_id;
-        unsigned char depth; /* level of the walk, from 1 */
+        unsigned char depth;    /* level of the walk, or place in the rule, from 1 */
+        unsigned char decision; /* gpon_step_decision */
         enum gpon_step_status status;
     } step;
     struct {

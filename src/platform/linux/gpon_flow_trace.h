@@ -24,6 +24,7 @@
 GPON_SWITCH(walk_start);
 GPON_SWITCH(walk_step);
 GPON_SWITCH(walk_end);
+GPON_SWITCH(replay_step);
 GPON_SWITCH(rule_hit);
 GPON_SWITCH(rule_learn);
 GPON_SWITCH(drop);
@@ -45,6 +46,13 @@ TRACE_DEFINE_ENUM(GPON_STEP_ENDS_BRANCH);
 TRACE_DEFINE_ENUM(GPON_STEP_CONTINUES);
 TRACE_DEFINE_ENUM(GPON_STEP_REACHES_EGRESS);
 TRACE_DEFINE_ENUM(GPON_STEP_TOO_DEEP);
+TRACE_DEFINE_ENUM(GPON_DECISION_NONE);
+TRACE_DEFINE_ENUM(GPON_DECISION_FILTER_PASSES);
+TRACE_DEFINE_ENUM(GPON_DECISION_FILTER_DROPS);
+TRACE_DEFINE_ENUM(GPON_DECISION_FILTER_MISPLACED);
+TRACE_DEFINE_ENUM(GPON_DECISION_MAPPER_SELECTS);
+TRACE_DEFINE_ENUM(GPON_DECISION_MAPPER_REFUSES);
+TRACE_DEFINE_ENUM(GPON_DECISION_OTHER_SIDE);
 TRACE_DEFINE_ENUM(GPON_LEARN_ADDED);
 TRACE_DEFINE_ENUM(GPON_LEARN_REPLACED);
 TRACE_DEFINE_ENUM(GPON_LEARN_BUCKET_TAKEN);
@@ -85,6 +93,16 @@ TRACE_DEFINE_ENUM(GPON_COMMAND_REFUSED);
 			 { GPON_STEP_REACHES_EGRESS, "reaches_egress" }, \
 			 { GPON_STEP_TOO_DEEP, "too_deep" })
 
+#define GPON_SHOW_DECISION(value) \
+	__print_symbolic(value, \
+			 { GPON_DECISION_NONE, "none" }, \
+			 { GPON_DECISION_FILTER_PASSES, "filter_passes" }, \
+			 { GPON_DECISION_FILTER_DROPS, "filter_drops" }, \
+			 { GPON_DECISION_FILTER_MISPLACED, "filter_misplaced" }, \
+			 { GPON_DECISION_MAPPER_SELECTS, "mapper_selects" }, \
+			 { GPON_DECISION_MAPPER_REFUSES, "mapper_refuses" }, \
+			 { GPON_DECISION_OTHER_SIDE, "other_side" })
+
 #define GPON_SHOW_LEARN(value) \
 	__print_symbolic(value, \
 			 { GPON_LEARN_ADDED, "added" }, \
@@ -110,16 +128,18 @@ TRACE_DEFINE_ENUM(GPON_COMMAND_REFUSED);
 	__field(unsigned int, outer_tag) \
 	__field(unsigned int, inner_tag) \
 	__field(unsigned short, tags) \
-	__field(unsigned short, direction)
+	__field(unsigned short, direction) \
+	__field(unsigned char, marked)
 
-#define GPON_FRAME_ASSIGN(frame) \
-	__entry->skbaddr = (frame)->packet; \
-	memcpy(__entry->dst, (frame)->dst_mac, ETH_ALEN); \
-	memcpy(__entry->src, (frame)->src_mac, ETH_ALEN); \
-	__entry->outer_tag = (frame)->tag[0]; \
-	__entry->inner_tag = (frame)->tag[1]; \
-	__entry->tags = (frame)->tags; \
-	__entry->direction = (frame)->direction
+#define GPON_FRAME_ASSIGN(record) \
+	__entry->skbaddr = (record)->frame.packet; \
+	memcpy(__entry->dst, (record)->frame.dst_mac, ETH_ALEN); \
+	memcpy(__entry->src, (record)->frame.src_mac, ETH_ALEN); \
+	__entry->outer_tag = (record)->frame.tag[0]; \
+	__entry->inner_tag = (record)->frame.tag[1]; \
+	__entry->tags = (record)->frame.tags; \
+	__entry->direction = (record)->frame.direction; \
+	__entry->marked = (record)->marked
 
 #define GPON_FRAME_FORMAT "skbaddr=%p direction=%s dst=%pM src=%pM tags=%u outer_tag=0x%08x inner_tag=0x%08x"
 #define GPON_FRAME_VALUES \
@@ -130,12 +150,13 @@ TRACE_EVENT_FN(gpon_walk_start,
 	TP_PROTO(const struct gpon_trace_record *record),
 	TP_ARGS(record),
 	TP_STRUCT__entry(GPON_FRAME_FIELDS),
-	TP_fast_assign(GPON_FRAME_ASSIGN(&record->frame);),
+	TP_fast_assign(GPON_FRAME_ASSIGN(record);),
 	TP_printk(GPON_FRAME_FORMAT, GPON_FRAME_VALUES),
 	gpon_walk_start_on, gpon_walk_start_off
 );
 
-TRACE_EVENT_FN(gpon_walk_step,
+/* One class for both kinds of steps, as for the ends below: each has some 900 bytes of code. */
+DECLARE_EVENT_CLASS(gpon_step,
 	TP_PROTO(const struct gpon_trace_record *record),
 	TP_ARGS(record),
 	TP_STRUCT__entry(
@@ -145,6 +166,8 @@ TRACE_EVENT_FN(gpon_walk_step,
 		__field(unsigned short, inst_id)
 		__field(unsigned short, depth)
 		__field(unsigned int, status)
+		__field(unsigned int, decision)
+		__field(unsigned char, marked)
 	),
 	TP_fast_assign(
 		__entry->skbaddr = record->frame.packet;
@@ -153,14 +176,27 @@ TRACE_EVENT_FN(gpon_walk_step,
 		__entry->inst_id = record->step.inst_id;
 		__entry->depth = record->step.depth;
 		__entry->status = record->step.status;
+		__entry->decision = record->step.decision;
+		__entry->marked = record->marked;
 	),
-	TP_printk("skbaddr=%p direction=%s depth=%u class_id=%u inst_id=0x%04x status=%s",
+	TP_printk("skbaddr=%p direction=%s depth=%u class_id=%u inst_id=0x%04x status=%s decision=%s",
 		  __entry->skbaddr, GPON_SHOW_DIRECTION(__entry->direction), __entry->depth,
-		  __entry->class_id, __entry->inst_id, GPON_SHOW_STEP(__entry->status)),
+		  __entry->class_id, __entry->inst_id, GPON_SHOW_STEP(__entry->status),
+		  GPON_SHOW_DECISION(__entry->decision))
+);
+
+DEFINE_EVENT_FN(gpon_step, gpon_walk_step,
+	TP_PROTO(const struct gpon_trace_record *record),
+	TP_ARGS(record),
 	gpon_walk_step_on, gpon_walk_step_off
 );
 
-/* One class: each has some 900 bytes of code. */
+DEFINE_EVENT_FN(gpon_step, gpon_replay_step,
+	TP_PROTO(const struct gpon_trace_record *record),
+	TP_ARGS(record),
+	gpon_replay_step_on, gpon_replay_step_off
+);
+
 DECLARE_EVENT_CLASS(gpon_frame_end,
 	TP_PROTO(const struct gpon_trace_record *record),
 	TP_ARGS(record),
@@ -170,7 +206,7 @@ DECLARE_EVENT_CLASS(gpon_frame_end,
 		__field(unsigned short, gem_port)
 	),
 	TP_fast_assign(
-		GPON_FRAME_ASSIGN(&record->frame);
+		GPON_FRAME_ASSIGN(record);
 		__entry->reason = record->end;
 		__entry->gem_port = record->gemport_id;
 	),
@@ -199,7 +235,7 @@ TRACE_EVENT_FN(gpon_rule_hit,
 		__field(unsigned short, gem_port)
 	),
 	TP_fast_assign(
-		GPON_FRAME_ASSIGN(&record->frame);
+		GPON_FRAME_ASSIGN(record);
 		__entry->remembered = record->remembered;
 		__entry->gem_port = record->gemport_id;
 	),
@@ -216,7 +252,7 @@ TRACE_EVENT_FN(gpon_rule_learn,
 		__field(unsigned int, result)
 	),
 	TP_fast_assign(
-		GPON_FRAME_ASSIGN(&record->frame);
+		GPON_FRAME_ASSIGN(record);
 		__entry->result = record->learnt;
 	),
 	TP_printk(GPON_FRAME_FORMAT " result=%s", GPON_FRAME_VALUES, GPON_SHOW_LEARN(__entry->result)),

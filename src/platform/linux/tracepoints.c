@@ -32,6 +32,7 @@ unsigned int gpon_os_tracepoints_on;
 SWITCH(walk_start, GPON_TRACEPOINT_WALK_START)
 SWITCH(walk_step, GPON_TRACEPOINT_WALK_STEP)
 SWITCH(walk_end, GPON_TRACEPOINT_WALK_END)
+SWITCH(replay_step, GPON_TRACEPOINT_REPLAY_STEP)
 SWITCH(rule_hit, GPON_TRACEPOINT_RULE_HIT)
 SWITCH(rule_learn, GPON_TRACEPOINT_RULE_LEARN)
 SWITCH(drop, GPON_TRACEPOINT_DROP)
@@ -49,6 +50,9 @@ void gpon_os_hit_tracepoint(const struct gpon_trace_record *record)
 		break;
 	case GPON_TRACEPOINT_WALK_END:
 		trace_gpon_walk_end(record);
+		break;
+	case GPON_TRACEPOINT_REPLAY_STEP:
+		trace_gpon_replay_step(record);
 		break;
 	case GPON_TRACEPOINT_RULE_HIT:
 		trace_gpon_rule_hit(record);
