@@ -60,7 +60,7 @@ has "$tool" usr/bin/gponflow usr/share/man/man1/gponflow.1.gz \
     usr/share/gponflow/schemas/gponflow-explain-1.schema.json usr/share/doc/gponflow/tools.md \
     usr/share/doc/gponflow/examples/scenarios/demo.scn usr/share/doc/gponflow/copyright
 has_not "$tool" '^usr/src/|\.ko$|\.o$|tests/' "what is no part of it"
-says "$tool" Depends libpcap0.8 libmnl0 libc6 liburcu8 libncursesw6
+says "$tool" Depends libpcap0.8 libmnl0 libtracefs1 libtraceevent1 libc6 liburcu8 libncursesw6
 says "$tool" Recommends graphviz
 
 has "$modules" "usr/src/gpon-flow-$version/dkms.conf" usr/lib/tmpfiles.d/gpon-flow-dkms.conf

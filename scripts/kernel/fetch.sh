@@ -17,7 +17,7 @@ guest_programs=(busybox-static iproute2 ethtool ppp pppoe)
 
 # Libraries with which the command line tool is built for a guest and runs there.
 guest_libraries=(libpcap-dev liburcu-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
-    libkainjow-mustache-dev libmnl-dev)
+    libkainjow-mustache-dev libmnl-dev libtraceevent-dev libtracefs-dev)
 
 # What the kernel's build needs in the root file system of a suite.
 suite_programs=(base-files bash binutils coreutils dash diffutils findutils grep gzip libc-bin make

@@ -92,18 +92,18 @@ TEST(explain, every_branch_of_the_greatest_depth_is_named)
 
 TEST(explain, branches_that_end_for_different_reasons_are_distinguished)
 {
-    walk_story story;
-    story.steps = {{{45, 1}, 0, false, {}, {}},
-                   {{47, 1}, 1, false, {}, "no mapper"},
-                   {{47, 2}, 1, false, {}, "another side"},
-                   {{47, 3}, 1, false, {}, "no mapper"},
-                   {{47, 4}, 1, true, {}, {}}};
-    EXPECT_EQ(deepest_dead_ends(story), (std::vector<size_t>{1, 2, 3}));
-    EXPECT_EQ(dead_ends_text(story),
+    walk_record walk;
+    walk.steps = {{{45, 1}, 0, false, {}, {}},
+                  {{47, 1}, 1, false, {}, "no mapper"},
+                  {{47, 2}, 1, false, {}, "another side"},
+                  {{47, 3}, 1, false, {}, "no mapper"},
+                  {{47, 4}, 1, true, {}, {}}};
+    EXPECT_EQ(deepest_dead_ends(walk), (std::vector<size_t>{1, 2, 3}));
+    EXPECT_EQ(dead_ends_text(walk),
               "MAC_BRIDGE_PORT_CON_DATA 0x0001 and MAC_BRIDGE_PORT_CON_DATA 0x0003: no mapper; "
               "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
-    EXPECT_EQ(dead_ends_text(story, 1), "MAC_BRIDGE_PORT_CON_DATA 0x0001 and 1 more: no mapper; "
-                                        "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
+    EXPECT_EQ(dead_ends_text(walk, 1), "MAC_BRIDGE_PORT_CON_DATA 0x0001 and 1 more: no mapper; "
+                                       "MAC_BRIDGE_PORT_CON_DATA 0x0002: another side");
     EXPECT_EQ(dead_ends_text({}), "");
 }
 

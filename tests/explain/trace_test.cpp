@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Marked frames: their log is split into frames and converted to walks.
+// Frames of a trace: events are sorted by frame and converted to walks.
+#include <algorithm>
+#include <functional>
+#include <span>
 #include <sstream>
 #include <tuple>
 
@@ -7,14 +10,13 @@
 
 #include "tests/explain/lines.h"
 #include "tool/explain/decision_texts.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/trace_scenario.h"
-#include "tool/explain/walk_reader.h"
-#include "tool/explain/walk_splitter.h"
+#include "tool/live/event_frames.h"
 #include "tool/live/watch.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
-#include "tool/text/lines.h"
 
 namespace gponflow {
 namespace {
@@ -23,110 +25,183 @@ namespace {
 const std::string passing = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
 const std::string dropped = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
 const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\n";
-const std::string mark = "proc write \"set trace src_mac 02:00:00:00:01:01\"\n";
 
-std::vector<std::string> walks_of(const std::string& text)
+// The frames behind a line, as a platform with several CPUs reports them: the frame with this
+// number is handled by this CPU.
+std::vector<std::vector<gpon_trace_record>> calls_of(const std::string& text)
 {
+    struct recorder final : captured_run {
+        using captured_run::captured_run;
+        void on_frame(const packet_options& options, const captured_frame& frame) override
+        {
+            calls.push_back(traced_hook(options, frame.data).events);
+            for (gpon_trace_record& event : calls.back())
+                if (event.frame.packet)
+                    event.frame.packet = reinterpret_cast<const void*>(calls.size());
+        }
+        std::vector<std::vector<gpon_trace_record>> calls;
+    };
     const auto host = make_host_backend();
-    captured_run run(*host);
+    recorder run(*host);
     std::ostringstream diagnostics;
     EXPECT_EQ(run.run(parse_good(text), diagnostics), status_ok) << diagnostics.str();
-    std::vector<std::string> walks;
-    walk_splitter splitter([&](const std::string& one) { walks.push_back(one); });
-    for_each_line(run.log(), [&](std::string_view line) { splitter.line(line); });
-    splitter.flush();
-    return walks;
+    return run.calls;
 }
 
-TEST(marked_frames, without_a_gap_are_distinguished)
+const line_model& good_entities()
 {
-    const auto walks = walks_of(good_line + mark + entering + dropped + passing + passing +
-                                entering + dropped + dropped);
-    ASSERT_EQ(walks.size(), 7u);
-    const line_model entities = final_entities(parse_good(good_line));
-    std::string printed;
-    for (const std::string& walk : walks) {
-        const walk_story story = read_walk(walk, entities);
-        printed += story.dropped ? 'd' : story.replayed ? 'r' : 'w';
+    static const line_model entities = final_entities(parse_good(good_line));
+    return entities;
+}
+
+// One letter for each frame: dropped, replayed or walked; a capital if events are missing.
+class letters {
+public:
+    void operator()(const frame_events& frame)
+    {
+        const walk_record walk = read_events(frame.events, good_entities());
+        const char letter = walk.dropped ? 'd' : walk.replayed ? 'r' : 'w';
+        text += frame.lost || walk.incomplete ? static_cast<char>(letter - 'a' + 'A') : letter;
     }
-    EXPECT_EQ(printed, "wdwrrdd");
+
+    std::string text;
+};
+
+TEST(frames_of_events, of_one_cpu_follow_each_other)
+{
+    letters seen;
+    event_frames frames(std::ref(seen));
+    for (const auto& call : calls_of(good_line + entering + dropped + passing + passing + entering +
+                                     dropped + dropped))
+        for (const gpon_trace_record& event : call)
+            frames.event(event, 0, false);
+    EXPECT_EQ(seen.text, "wdwrrd");
+    frames.flush();
+    EXPECT_EQ(seen.text, "wdwrrdd");
+    frames.finish();
+    EXPECT_EQ(seen.text, "wdwrrdd");
+}
+
+TEST(frames_of_events, with_the_same_packet_are_distinguished)
+{
+    letters seen;
+    event_frames frames(std::ref(seen));
+    for (auto& call : calls_of(good_line + passing + passing + dropped + dropped))
+        for (gpon_trace_record& event : call) {
+            if (event.frame.packet)
+                event.frame.packet = &seen;
+            frames.event(event, 0, false);
+        }
+    frames.finish();
+    EXPECT_EQ(seen.text, "wrdd");
+}
+
+TEST(frames_of_events, of_two_cpus_are_separated)
+{
+    const auto calls = calls_of(good_line + passing + dropped);
+    ASSERT_EQ(calls.size(), 2u);
+    letters seen;
+    event_frames frames(std::ref(seen));
+    for (size_t i = 0; i < std::max(calls[0].size(), calls[1].size()); ++i)
+        for (int cpu = 0; cpu < 2; ++cpu)
+            if (const auto& call = calls[static_cast<size_t>(cpu)]; i < call.size())
+                frames.event(call[i], cpu, false);
+    frames.finish();
+    std::ranges::sort(seen.text);
+    EXPECT_EQ(seen.text, "dw");
+}
+
+TEST(frames_of_events, without_their_beginning_or_end_are_incomplete)
+{
+    const auto calls = calls_of(good_line + passing + passing);
+    ASSERT_EQ(calls.size(), 2u);
+    for (const auto& call : calls) {
+        letters seen;
+        event_frames frames(std::ref(seen));
+        for (size_t i = 0; i < call.size() / 2; ++i)
+            frames.event(call[i], 0, false);
+        frames.finish();
+        for (size_t i = call.size() / 2; i < call.size(); ++i)
+            frames.event(call[i], 0, i == call.size() / 2);
+        frames.finish();
+        EXPECT_TRUE(seen.text == "WW" || seen.text == "RR") << seen.text;
+    }
+}
+
+TEST(frames_of_events, know_what_was_learnt)
+{
+    std::vector<walk_record> walks;
+    event_frames frames([&](const frame_events& one) {
+        walks.push_back(read_events(one.events, good_entities()));
+    });
+    for (const auto& call : calls_of(good_line + passing + passing))
+        for (const gpon_trace_record& event : call)
+            frames.event(event, 0, false);
+    frames.finish();
+    ASSERT_EQ(walks.size(), 2u);
+    EXPECT_TRUE(walks[0].learnt);
+    EXPECT_FALSE(walks[1].learnt);
 }
 
 TEST(marked_frames, show_the_reason_of_a_drop)
 {
-    const auto walks = walks_of(good_line + mark + dropped);
-    ASSERT_EQ(walks.size(), 1u);
-    const line_model entities = final_entities(parse_good(good_line));
-    const walk_story story = read_walk(walks[0], entities);
+    const auto calls = calls_of(good_line + dropped);
+    ASSERT_EQ(calls.size(), 1u);
     std::ostringstream out;
-    print_marked_frame(story, entities, out);
+    print_marked_frame(read_events(calls[0], good_entities()), good_entities(), out);
     EXPECT_NE(out.str().find("upstream, from the bridge to the ANI\n"), std::string::npos);
     EXPECT_NE(out.str().find("x a port on the UNI side"), std::string::npos) << out.str();
     EXPECT_NE(out.str().find("x its VLAN filter drops the frame"), std::string::npos);
+    EXPECT_EQ(out.str().find("missing"), std::string::npos) << out.str();
 }
 
-TEST(marked_frames, walk_as_they_do_at_full_detail)
+TEST(marked_frames, without_some_events_say_so)
 {
-    const line_model entities = final_entities(parse_good(good_line));
-    const walk_story marked = read_walk(walks_of(good_line + mark + dropped).at(0), entities);
-    exit_status status = status_ok;
-    std::ostringstream diagnostics;
-    const auto full = explain_frame(parse_good(good_line + dropped), *make_host_backend(), {},
-                                    diagnostics, status);
-    ASSERT_TRUE(full);
-    ASSERT_EQ(marked.steps.size(), full->story.steps.size());
-    for (size_t i = 0; i < marked.steps.size(); ++i) {
-        EXPECT_EQ(marked.steps[i].at, full->story.steps[i].at);
-        EXPECT_EQ(marked.steps[i].depth, full->story.steps[i].depth);
-        EXPECT_EQ(marked.steps[i].dead_end, full->story.steps[i].dead_end);
-        EXPECT_EQ(marked.steps[i].decisions, full->story.steps[i].decisions);
-    }
+    const auto calls = calls_of(good_line + dropped);
+    ASSERT_EQ(calls.size(), 1u);
+    std::ostringstream out;
+    print_marked_frame(read_events(std::span(calls[0]).subspan(1), good_entities()),
+                       good_entities(), out);
+    EXPECT_NE(out.str().find("Events of this frame are missing"), std::string::npos) << out.str();
 }
 
-// Two logs as two processors write them at the same moment: a line of each in turn.
-std::string mixed(const std::string& left, const std::string& right)
+TEST(walk_of_events, deeper_than_the_limit_names_the_step)
 {
-    std::istringstream from_left(left);
-    std::istringstream from_right(right);
-    std::string all;
-    std::string line;
-    for (bool more = true; more;) {
-        more = false;
-        for (std::istringstream* from : {&from_left, &from_right})
-            if (std::getline(*from, line)) {
-                all += line + '\n';
-                more = true;
-            }
-    }
-    return all;
+    std::vector<gpon_trace_record> events(4);
+    events[0].point = GPON_TRACEPOINT_WALK_START;
+    events[1].point = events[2].point = GPON_TRACEPOINT_WALK_STEP;
+    events[1].step = {me_class::mbsp, 1, 9, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
+    events[2].step = {me_class::mbpcd, 0x1001, 10, GPON_DECISION_NONE, GPON_STEP_TOO_DEEP};
+    events[3].point = GPON_TRACEPOINT_WALK_END;
+    events[3].end = GPON_END_TOO_DEEP;
+    const walk_record walk = read_events(events, good_entities());
+    ASSERT_EQ(walk.steps.size(), 2u);
+    EXPECT_TRUE(walk.dropped);
+    EXPECT_FALSE(walk.incomplete);
+    EXPECT_EQ(walk.steps[0].dead_end, "");
+    EXPECT_EQ(walk.steps[1].at, (me_id{me_class::mbpcd, 0x1001}));
+    EXPECT_EQ(walk.steps[1].dead_end, "the graph is deeper than the limit of a walk");
 }
 
-TEST(marked_frames, of_two_processors_at_once_are_reported_as_uncertain)
+TEST(walk_of_events, without_a_queue_fails_behind_the_egress)
 {
-    const line_model entities = final_entities(parse_good(good_line));
-    const auto printed = [&](const std::string& log) {
-        std::ostringstream out;
-        print_marked_frame(read_walk(log, entities), entities, out);
-        return out.str();
-    };
-    const std::string doubt = "These lines are inconsistent";
-    const auto walks = walks_of(good_line + mark + dropped + passing + passing);
-    ASSERT_EQ(walks.size(), 3u);
-    for (const std::string& walk : walks)
-        EXPECT_EQ(printed(walk).find(doubt), std::string::npos) << printed(walk);
-    EXPECT_NE(printed(mixed(walks[0], walks[1])).find(doubt), std::string::npos);
-    EXPECT_NE(printed(mixed(walks[0], walks[0])).find(doubt), std::string::npos);
-    EXPECT_NE(printed(mixed(walks[1], walks[2])).find(doubt), std::string::npos);
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
+    ASSERT_EQ(calls.size(), 1u);
+    const walk_record walk = read_events(calls[0], good_entities());
+    EXPECT_TRUE(walk.dropped);
+    EXPECT_TRUE(walk.learnt);
+    EXPECT_TRUE(walk.steps.back().passed);
+    EXPECT_EQ(walk.later_failure, no_queue);
 }
 
-TEST(marked_frames, without_their_beginning_or_end_are_reported_as_uncertain)
+TEST(walk_of_events, needs_no_module_in_this_process)
 {
-    const line_model entities = final_entities(parse_good(good_line));
-    const std::string walk = walks_of(good_line + mark + dropped).at(0);
-    const size_t half = walk.find('\n', walk.size() / 2) + 1;
-    EXPECT_FALSE(read_walk(walk, entities).inconsistent);
-    EXPECT_TRUE(read_walk(walk.substr(0, half), entities).inconsistent);
-    EXPECT_TRUE(read_walk(walk.substr(half), entities).inconsistent);
+    const auto calls = calls_of(
+        "load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" + dropped);
+    ASSERT_EQ(calls.size(), 1u);
+    const walk_record walk = read_events(calls[0], good_entities());
+    ASSERT_EQ(walk.steps.size(), 1u);
+    EXPECT_EQ(walk.steps[0].dead_end, "no MAC_BRIDGE_PORT_CON_DATA");
 }
 
 std::string traced(const std::string& text, const std::string& filter, uint64_t most = 0)

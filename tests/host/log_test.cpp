@@ -60,34 +60,6 @@ TEST_F(log, without_a_sink_nothing_is_recorded)
     EXPECT_THAT(events, IsEmpty());
 }
 
-bool is_no_trace_of_a_lookup(std::string_view tag, std::string_view function)
-{
-    return tag != "***TRACE***" || function != "lookup";
-}
-
-// The module prints the tag first, as the argument of a text of its own.
-void message(const char* tag, const char* function)
-{
-    printk("%s", tag);
-    pr_cont("[%s][%d]: Enter\n", function, 12);
-}
-
-TEST_F(log, a_filter_leaves_out_messages_with_their_tags)
-{
-    gpon::host::set_log_filter(is_no_trace_of_a_lookup);
-    message("***TRACE***", "lookup");
-    message("***TRACE***", "walk");
-    message("***ERROR***", "lookup");
-    printk("%s", "a text without a tag\n");
-    printk("without an argument\n");
-    gpon::host::set_log_filter(nullptr);
-    message("***TRACE***", "lookup");
-    EXPECT_THAT(events,
-                ElementsAre("| ***TRACE***", "| [walk][12]: Enter\n", "| ***ERROR***",
-                            "| [lookup][12]: Enter\n", "| a text without a tag\n",
-                            "| without an argument\n", "| ***TRACE***", "| [lookup][12]: Enter\n"));
-}
-
 TEST_F(log, dump_stack_is_a_call_event)
 {
     dump_stack();

@@ -26,6 +26,11 @@ public:
         ++calls;
         return host_->hook(options, frame);
     }
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        ++calls;
+        return host_->traced_hook(options, frame);
+    }
     std::optional<long> ioctl(uint32_t number, uint64_t argument) override
     {
         return host_->ioctl(number, argument);

@@ -46,6 +46,11 @@ public:
         return hook_result;
     }
 
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        return {hook(options, &frame), {}};
+    }
+
     std::optional<long> ioctl(uint32_t number, uint64_t argument) override
     {
         enter("ioctl " + std::to_string(number) + (argument ? "" : " null"));

@@ -7,7 +7,7 @@
 
 #include "tests/explain/lines.h"
 #include "tool/live/change_text.h"
-#include "tool/live/module_reader.h"
+#include "tool/live/process_reader.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"

@@ -6,10 +6,10 @@
 
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
-#include "tool/commands/question_options.h"
+#include "tool/commands/query_options.h"
 #include "tool/commands/source.h"
-#include "tool/explain/answer_output.h"
 #include "tool/explain/explain_output.h"
+#include "tool/explain/path_output.h"
 #include "tool/live/backends.h"
 #include "tool/scenario/final_state.h"
 
@@ -20,7 +20,7 @@ namespace {
 struct explain_request {
     live_source source;
     frame_choice frame; ///< options of a hook command
-    question_options asked;
+    query_options asked;
     bool json = false;
 };
 
@@ -32,10 +32,10 @@ void sort_words(explain_request& request)
                                    std::exchange(request.source.file, {}));
     else if (request.source.backend.empty())
         request.source.backend = "host";
-    question_options& asked = request.asked;
+    query_options& asked = request.asked;
     asked.asks = asked.asks || (request.frame.words.empty() && !request.frame.capture.empty());
-    asked.question.capture = request.frame.capture;
-    asked.question.number = request.frame.number;
+    asked.query.capture = request.frame.capture;
+    asked.query.number = request.frame.number;
     complete(asked);
     if (!asked.asks)
         return;
@@ -45,22 +45,22 @@ void sort_words(explain_request& request)
                                    "of a frame");
 }
 
-explain_mode mode_of(const explain_request& request)
+entity_source source_of(const explain_request& request)
 {
-    return request.source.backend == "device" ? explain_mode::trace_filter : explain_mode::full_log;
+    return request.source.backend == "device" ? entity_source::module : entity_source::scenario;
 }
 
 exit_status answer(const explain_request& request, const scenario& input, backend& target)
 {
-    explain_session session(target, mode_of(request));
+    explain_session session(target, source_of(request));
     const exit_status status = session.run(without_last_unload(input), std::cerr);
     if (status != status_ok)
         return status;
-    const line_answer found = answer_question(request.asked.question, session);
+    const frame_path found = trace_frame(request.asked.query, session);
     if (request.json)
-        print_answer_json(found, input.name, std::cout);
+        print_path_json(found, input.name, std::cout);
     else
-        print_answer(found, input, std::cout, colours_of(1));
+        print_path(found, input, std::cout, colours_of(1));
     return status_ok;
 }
 
@@ -68,7 +68,7 @@ exit_status explain_hook(const explain_request& request, const scenario& input, 
 {
     exit_status status = status_ok;
     const auto explained = explain_frame(input, target, choose_frame(request.frame), std::cerr,
-                                         status, mode_of(request));
+                                         status, source_of(request));
     if (!explained)
         return status;
     if (request.json)
@@ -141,7 +141,7 @@ void add_explain_command(CLI::App& app)
     sub->add_option("OPTION", request->frame.words,
                     "Options of a hook command: kind=K port=P gem=G frame=HEX ...");
     add_capture_options(*sub, *request);
-    add_question_options(*sub, request->asked);
+    add_query_options(*sub, request->asked);
     sub->add_option("--backend", request->source.backend,
                     "host: the module in this process (default); device: the module in the running "
                     "kernel")

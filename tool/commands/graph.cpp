@@ -11,7 +11,7 @@
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
-#include "tool/commands/question_options.h"
+#include "tool/commands/query_options.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
 #include "tool/report/render_dot.h"
@@ -30,7 +30,7 @@ struct graph_request {
     bool json = false;
     std::string highlight; ///< hook options, comma-separated
     frame_choice frame;    ///< a capture and the number in it, or nothing
-    question_options asked;
+    query_options asked;
 };
 
 frame_choice choice_of(const graph_request& request)
@@ -43,23 +43,23 @@ frame_choice choice_of(const graph_request& request)
 }
 
 // The instances that passed the frame, from its entry. If none did: those on the deepest branches.
-std::vector<me_id> walked_path(const walk_story& story)
+std::vector<me_id> walked_path(const walk_record& walk)
 {
     std::vector<me_id> path;
-    for (const walk_step& step : story.steps)
+    for (const walk_step& step : walk.steps)
         if (step.passed)
             path.push_back(step.at);
     if (!path.empty())
         return path;
-    for (const size_t last : deepest_dead_ends(story))
-        for (const size_t at : branch_to(story, last))
-            path.push_back(story.steps[at].at);
+    for (const size_t last : deepest_dead_ends(walk))
+        for (const size_t at : branch_to(walk, last))
+            path.push_back(walk.steps[at].at);
     return path;
 }
 
 std::vector<me_id> highlighted(const explanation& explained)
 {
-    std::vector<me_id> walked = walked_path(explained.story);
+    std::vector<me_id> walked = walked_path(explained.walk);
     if (walked.empty())
         std::cerr << "gponflow: the frame reached no managed entity: no path is highlighted\n";
     else if (explained.answer && explained.answer->api_result != 0)
@@ -67,19 +67,19 @@ std::vector<me_id> highlighted(const explanation& explained)
     return walked;
 }
 
-// The path through both hook calls of a question.
+// The path through both hook calls of a query.
 std::vector<me_id> walked_by(const graph_request& request, const scenario& input, backend& target,
                              exit_status& status)
 {
-    frame_question question = request.asked.question;
-    question.capture = request.frame.capture;
-    question.number = request.frame.number;
+    frame_query query = request.asked.query;
+    query.capture = request.frame.capture;
+    query.number = request.frame.number;
     explain_session session(target);
     status = session.run(without_last_unload(input), std::cerr);
     std::vector<me_id> walked;
     if (status != status_ok)
         return walked;
-    for (const explanation& half : answer_question(question, session).halves)
+    for (const explanation& half : trace_frame(query, session).halves)
         for (const me_id at : half.input.options.kind == GPON_API_DOWN_UNI ? std::vector<me_id>{}
                                                                            : highlighted(half))
             walked.push_back(at);
@@ -164,7 +164,7 @@ void add_graph_command(CLI::App& app)
         *sub, "--frame", [request](uint64_t number) { request->frame.number = number; }, UINT32_MAX,
         1, "Number of the frame in the capture, from 1 (default 1)")
         ->needs(capture);
-    add_question_options(*sub, request->asked);
+    add_query_options(*sub, request->asked);
     sub->footer("\nExamples:\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.svg\n"
                 "  gponflow graph scenarios/subscriber-line.scn -o line.png \\\n"

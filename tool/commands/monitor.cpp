@@ -8,6 +8,7 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
 #include "tool/live/change_text.h"
+#include "tool/live/kernel_reader.h"
 #include "tool/live/stop_signals.h"
 #include "tool/text/terminal.h"
 
@@ -59,7 +60,7 @@ private:
 
 void follow_kernel(printer& out)
 {
-    kernel_changes changes;
+    kernel_changes changes = kernel_changes::open();
     stop_signals stop;
     std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
     while (std::cout && !out.is_complete() && !stop.wait(changes.number(), -1))

@@ -7,6 +7,8 @@
 #include "tool/commands/arguments.h"
 #include "tool/commands/line_input.h"
 #include "tool/live/backends.h"
+#include "tool/live/kernel_reader.h"
+#include "tool/live/process_reader.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
 
@@ -22,7 +24,7 @@ public:
 private:
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        static_cast<void>(hook(options, frame.data));
+        target_.hook(options, &frame.data);
     }
 };
 
@@ -101,7 +103,11 @@ int read_source(const live_source& from, const std::function<int(module_reader&)
         return status;
     const std::unique_ptr<module_reader> reader =
         backend_of(from) == "host" ? make_process_reader() : make_kernel_reader();
-    return action(*reader);
+    const int outcome = action(*reader);
+    if (reader->changed_while_read())
+        std::cerr << "gponflow: warning: rules or entities changed while they were read: some may "
+                     "be missing or listed twice\n";
+    return outcome;
 }
 
 int follow_source(const live_source& from, const change_sink& sink)

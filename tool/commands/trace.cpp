@@ -31,15 +31,13 @@ int trace(const trace_request& request)
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
     }
-    if (request.source.file.empty())
-        return run_on_source(request.source, [&](captured_run& run) {
-            return trace_device(run, filter, request.limits, std::cout, std::cerr, colours_of(1));
-        });
     exit_status status = status_ok;
     const std::optional<scenario> parsed = open_source(request.source, status);
-    if (!parsed)
+    if (status != status_ok)
         return status;
     const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
+    if (!parsed)
+        return trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
     status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
                             colours_of(1), request.limits.json);
     return finish_output() ? status : status_unsupported;
@@ -64,18 +62,22 @@ void add_trace_command(CLI::App& app)
             request->limits.seconds = static_cast<decltype(request->limits.seconds)>(seconds);
         },
         UINT32_MAX, 1, "Stop after this time (running kernel only)");
+    add_number(
+        *sub, "--buffer", [request](uint64_t size) { request->limits.buffer_kilobytes = size; },
+        1u << 20, 1,
+        "Size of the kernel's trace buffer for each CPU, in KiB (running kernel only)");
     sub->add_flag("--json", request->limits.json, "Print one JSON document a line");
     sub->footer(
         "\nExamples:\n"
         "  gponflow trace \"src_mac=02:00:00:00:01:02\"\n"
         "  gponflow trace \"src_mac=02:00:00:00:01:02 outer_vlan=100p5\" --count 1\n"
         "  gponflow trace \"outer_vlan=101\" scenarios/tour.scn\n\n"
-        "Without a scenario, the filter is set in the module of the running kernel and its log "
-        "is read. The filter is cleared at the end, also on Ctrl-C. After kill -9 it stays "
-        "set: use gponflow set trace off. A frame must match all given fields. VLAN is "
-        "VLAN id and priority (100p5), or the whole TCI (0xa064); without a priority it is 0. "
-        "Frames that two CPUs "
-        "handle at the same time are mixed in the log.");
+        "Without a scenario, the filter is set in the module of the running kernel, and the trace "
+        "events of the marked frames are read. This requires root and a kernel with tracefs. The "
+        "filter is cleared at the end, also on Ctrl-C. After kill -9 it stays set: use gponflow "
+        "set trace off. If the kernel drops events because the buffer is full, their number is "
+        "printed at the end. A frame must match all given fields. VLAN is VLAN id and priority "
+        "(100p5), or the whole TCI (0xa064); without a priority it is 0.");
     sub->callback([request] {
         if (const int status = trace(*request); status != status_ok)
             throw CLI::RuntimeError(status);

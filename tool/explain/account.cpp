@@ -2,70 +2,48 @@
 #include "tool/explain/account.h"
 
 #include <algorithm>
-#include <charconv>
 #include <ostream>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/api/platform_hook.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
-#include "tool/explain/replay.h"
 #include "tool/explain/tagging_entry.h"
-#include "tool/explain/walk_reader.h"
 #include "tool/model/line_model.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
-#include "tool/text/lines.h"
-#include "tool/text/pattern.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
 
 namespace {
 
-/// The log of one frame as data. Frames that pass are many: their log is only searched.
-struct frame_story {
+/// What the frames of one path have in common.
+struct path_facts {
     bool ran = false;
     bool quick = false;
-    std::vector<uint16_t> ports; ///< bridge ports in the order of the path
-    std::string tags;            ///< at the hook call, of a drop
-    std::string reason;          ///< of the drop
-    std::vector<me_id> path;     ///< of a frame from the fibre that tagging operations may rewrite
-
-    explicit frame_story(const std::string& log)
-        : ran(log.find("gpon_pkt_general_flow_func") != std::string::npos),
-          quick(log.find("Rule already exist!") != std::string::npos)
-    {
-        for_each_line(log, [this](std::string_view line) { consider(line); });
-    }
-
-    /// A walk passes through its last port. A replay passes through its first: deeper steps of a
-    /// rule may be left from an abandoned branch.
-    std::string bridge(const line_model& entities) const
-    {
-        if (ports.empty())
-            return "no bridge";
-        const auto found =
-            bridge_of(entities, {me_class::mbpcd, quick ? ports.front() : ports.back()});
-        return "bridge " + (found ? std::to_string(*found) : "?");
-    }
-
-private:
-    void consider(std::string_view line)
-    {
-        static const std::string entry =
-            ": enter, classId=" + std::to_string(me_class::mbpcd) + ",instId=";
-        const size_t at = line.find(entry);
-        if (at == line.npos || line.find("[mbpcd_forward]") == line.npos)
-            return;
-        const std::string_view id = line.substr(at + entry.size());
-        uint16_t port = 0;
-        if (std::from_chars(id.begin(), id.end(), port).ec == std::errc())
-            ports.push_back(port);
-    }
+    std::string bridge;
+    std::string tags;        ///< at the hook call, of a drop
+    std::string reason;      ///< of the drop
+    std::vector<me_id> path; ///< of a frame from the fibre that tagging operations may rewrite
 };
+
+// A walk passes through its last port. A replay passes through its first: deeper steps of a rule
+// may be left from an abandoned branch.
+std::string bridge_text(const walk_record& walk, const line_model& entities)
+{
+    std::vector<me_id> ports;
+    for (const walk_step& step : walk.steps)
+        if (step.at.class_id == me_class::mbpcd)
+            ports.push_back(step.at);
+    if (ports.empty())
+        return "no bridge";
+    const auto found = bridge_of(entities, walk.replayed ? ports.front() : ports.back());
+    return "bridge " + (found ? std::to_string(*found) : "?");
+}
 
 class frame_counter final : public captured_run {
 public:
@@ -121,27 +99,27 @@ private:
     {
         const path_call call = hook_by_path(options, frame.data);
         if (call.first)
-            stories_.push_back(story_of(options, call.answer, frame));
-        const std::optional<hook_answer>& answer = call.answer;
-        const frame_story& story = stories_.at(call.path);
+            paths_.push_back(facts_of(options, call.call, frame));
+        const std::optional<hook_answer>& answer = call.call.answer;
+        const path_facts& path = paths_.at(call.path);
         direction_account& direction = account_.at(options.kind);
         ++direction.frames;
-        direction.quick += story.quick;
+        direction.quick += path.quick;
         if (!answer)
             ++direction.untouched["the module is not loaded"];
-        else if (!story.ran)
+        else if (!path.ran)
             ++direction.untouched["the engine is disabled"];
         else if (answer->api_result == 0)
-            count_passed(options, *answer, story, frame);
+            count_passed(options, *answer, path, frame);
         else
-            ++direction.drops[tags_of_drop(story, frame, received) + ": " + story.reason];
+            ++direction.drops[tags_of_drop(path, frame, received) + ": " + path.reason];
     }
 
     // Behind the hook call, operations act on the path to each UNI of the bridge.
     void count_passed(const packet_options& options, const hook_answer& answer,
-                      const frame_story& story, const captured_frame& frame)
+                      const path_facts& path, const captured_frame& frame)
     {
-        const std::vector<leaving_frame> leaving = carry_to_unis(entities_, story.path, frame.data);
+        const std::vector<leaving_frame> leaving = carry_to_unis(entities_, path.path, frame.data);
         for (const leaving_frame& one : leaving)
             for (const tag_gap& gap : one.carried.gaps)
                 gaps_.emplace(gap.operation, gap.why);
@@ -149,68 +127,64 @@ private:
         if (is_discarded(leaving))
             ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
         else
-            ++direction.destinations[destination(options, answer, story)];
+            ++direction.destinations[destination(options, answer, path)];
     }
 
     // The instances of a frame from the fibre, if there are operations behind the hook call.
-    std::vector<me_id> path_of_call(const packet_options& options, const captured_frame& frame)
+    std::vector<me_id> path_of_call(const packet_options& options, const walk_record& walk) const
     {
-        if (options.kind != GPON_API_DOWN_ANI || entities_.tag_operations().empty())
-            return {};
-        walk_story walk = read_walk(log(), entities_, &frame.data);
-        if (walk.replayed)
-            name_replay(walk, *this, options, frame.data);
         std::vector<me_id> path;
-        for (const walk_step& step : walk.steps)
-            if (step.passed)
-                path.push_back(step.at);
+        if (options.kind == GPON_API_DOWN_ANI && !entities_.tag_operations().empty())
+            for (const walk_step& step : walk.steps)
+                if (step.passed)
+                    path.push_back(step.at);
         return path;
     }
 
-    // Of the call that is in the log. Frames of the same path have the same tags.
-    frame_story story_of(const packet_options& options, const std::optional<hook_answer>& answer,
-                         const captured_frame& frame)
+    // Frames of the same path have the same tags.
+    path_facts facts_of(const packet_options& options, const traced_call& call,
+                        const captured_frame& frame) const
     {
-        frame_story story(log());
-        story.path = path_of_call(options, frame);
-        if (answer && story.ran && answer->api_result != 0) {
+        const walk_record walk = read_events(call.events, entities_, &frame.data);
+        path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}};
+        facts.path = path_of_call(options, walk);
+        if (call.answer && walk.ran && call.answer->api_result != 0) {
             const frame_header header = read_header(frame);
-            story.tags = tags_text(header);
-            story.reason = drop_reason(read_walk(log(), entities_, &frame.data), entities_, header);
+            facts.tags = tags_text(header);
+            facts.reason = drop_reason(walk, entities_, header);
         }
-        return story;
+        return facts;
     }
 
     // "untagged, rewritten to VLAN 300"
-    static std::string tags_of_drop(const frame_story& story, const captured_frame& frame,
+    static std::string tags_of_drop(const path_facts& path, const captured_frame& frame,
                                     const captured_frame& received)
     {
         if (frame.data == received.data)
-            return story.tags;
+            return path.tags;
         const std::string tags = tags_text(read_header(received));
-        return tags == story.tags ? tags : tags + ", rewritten to " + story.tags;
+        return tags == path.tags ? tags : tags + ", rewritten to " + path.tags;
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,
-                            const frame_story& story) const
+                            const path_facts& path) const
     {
         switch (options.kind) {
         case 0:
-            return "into " + story.bridge(entities_);
+            return "into " + path.bridge;
         case 1:
-            return "GEM port " + std::to_string(answer.gem) + " from " + story.bridge(entities_);
+            return "GEM port " + std::to_string(answer.gem) + " from " + path.bridge;
         case 2:
             return "out of the UNI, not walked";
         default:
-            return "from GEM port " + std::to_string(answer.gem) + " into " +
-                   story.bridge(entities_);
+            return "from GEM port " + std::to_string(answer.gem) + " into " + path.bridge;
         }
     }
 
     frame_account& account_;
     line_model entities_; ///< at the current command
     std::map<me_id, std::string> gaps_;
-    std::vector<frame_story> stories_; ///< by number of the path
+    std::vector<path_facts> paths_; ///< by number of the path
 };
 
 constexpr std::array<const char*, 4> direction_titles = {

@@ -113,22 +113,21 @@ int dscp_of(const bytes& frame)
     }
 }
 
-std::string filter_text(const line_model& entities, me_id port, unsigned operation, unsigned tci,
-                        bool tagged)
+std::string filter_text(const line_model& entities, me_id port, unsigned tci, bool tagged)
 {
     const me_instance* filter = first_related(entities, port, me_class::vtfd);
+    if (!filter)
+        return {};
+    const auto me = filter->as<gpon_raw_vtfd>();
     std::string list;
-    if (filter) {
-        const auto me = filter->as<gpon_raw_vtfd>();
-        for (unsigned i = 0; i < std::min<unsigned>(me.vlanFilterNums, 12); ++i)
-            list += (i ? ", " : "") + hex_text(me.vlanFilterList[i]);
-    }
+    for (unsigned i = 0; i < std::min<unsigned>(me.vlanFilterNums, 12); ++i)
+        list += (i ? ", " : "") + hex_text(me.vlanFilterList[i]);
     const std::string of_frame = tagged ? "TCI " + hex_text(tci) + " (VLAN " +
                                               std::to_string(tci & 0xfff) + ", priority " +
                                               std::to_string(tci >> 13) + ")"
                                         : "untagged";
-    return "filter " + (filter ? hex_text(filter->id.instance) : "?") + ": code " +
-           hex_text(operation, 2) + ", " + of_frame + ", list {" + list + "}";
+    return "filter " + hex_text(filter->id.instance) + ": code " +
+           hex_text(me.forwardOperation, 2) + ", " + of_frame + ", list {" + list + "}";
 }
 
 std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,

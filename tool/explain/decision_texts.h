@@ -16,6 +16,11 @@ constexpr const char* filter_on_uni_side =
     "its VLAN filter is on the UNI side, where it drops every frame";
 constexpr const char* not_selected = "the mapper does not select it for this frame";
 
+constexpr const char* too_deep = "the graph is deeper than the limit of a walk";
+constexpr const char* no_passage = "frames do not pass through this class";
+/// Of a frame that reached its egress; the text is that of the module's log, for searches in both.
+constexpr const char* no_queue = "no priority queue find!";
+
 /// The same reason for several instances: "their VLAN filters drop the frame".
 [[nodiscard]] std::string plural_reason(const std::string& reason);
 
@@ -26,9 +31,9 @@ constexpr const char* not_selected = "the mapper does not select it for this fra
 [[nodiscard]] std::string class_text(unsigned class_id);
 
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
-/// that bridge port.
-[[nodiscard]] std::string filter_text(const line_model& entities, me_id port, unsigned operation,
-                                      unsigned tci, bool tagged);
+/// that bridge port. Empty if the entities have none.
+[[nodiscard]] std::string filter_text(const line_model& entities, me_id port, unsigned tci,
+                                      bool tagged);
 
 /// The decision of the mapper of a GEM IW TP: "mapper 0x0001: TCI 0x6064, priority 3 selects
 /// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not

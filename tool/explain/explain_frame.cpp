@@ -4,16 +4,11 @@
 #include <ostream>
 #include <utility>
 
-#include "tool/explain/active_filter.h"
-#include "tool/explain/replay.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/tagging_entry.h"
-#include "tool/explain/walk_reader.h"
-#include "tool/explain/walk_splitter.h"
-#include "tool/live/instances.h"
-#include "tool/live/module_status.h"
+#include "tool/live/kernel_reader.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
-#include "tool/text/lines.h"
 
 namespace gponflow {
 
@@ -30,38 +25,13 @@ std::pair<size_t, std::optional<explained_frame>> last_frame(const scenario& inp
     return {input.lines.size(), std::nullopt};
 }
 
-// A marked frame of a direction without a walk logs nothing.
-bool engine_is_on(captured_run& runner)
-{
-    return read_switch(runner.query("show en_flag").value_or("")).value_or(false);
-}
-
-// The log of the frame itself, out of the log of all marked frames.
-std::string log_of(const captured_run& runner, explanation& result)
-{
-    std::vector<std::string> walks;
-    walk_splitter splitter([&](const std::string& one) { walks.push_back(one); });
-    for_each_line(runner.log(), [&](std::string_view line) { splitter.line(line); });
-    splitter.flush();
-    result.others_mixed = walks.size() > 1;
-    return walks.empty() ? std::string() : walks.back();
-}
-
-// One hook call of a frame that the trace filter marks. The log may also hold other frames of the
-// same addresses.
-std::optional<hook_answer> hook_marked(captured_run& runner, const explained_frame& frame)
-{
-    const active_filter filter(runner, filter_of(frame.frame.data));
-    return runner.hook(frame.options, frame.frame.data);
-}
-
 // The frame as the hook call gets it; nothing if a tagging operation discards it.
 std::optional<explained_frame> carried_input(explanation& result)
 {
     result.tagging = carry_to_hook(result.entities, result.input.options, result.input.frame);
     if (result.tagging.discarded) {
         result.answer = hook_answer{0, 1, 0, 0};
-        result.story.ran = true;
+        result.walk.ran = true;
         return {};
     }
     explained_frame frame = result.input;
@@ -69,27 +39,23 @@ std::optional<explained_frame> carried_input(explanation& result)
     return frame;
 }
 
-void run_frame(captured_run& runner, explanation& result, explain_mode mode)
+void run_frame(captured_run& runner, explanation& result)
 {
     const std::optional<explained_frame> carried = carried_input(result);
     if (!carried)
         return;
-    const explained_frame& frame = *carried;
-    const bool marked = mode == explain_mode::trace_filter;
-    result.answer = marked ? hook_marked(runner, frame)
-                           : runner.hook_in_detail(frame.options, frame.frame.data);
-    const std::string log = marked ? log_of(runner, result) : runner.log();
-    result.story = read_walk(log, result.entities, &frame.frame.data);
-    if (marked)
-        result.story.ran = result.story.ran || engine_is_on(runner);
-    if (result.story.replayed)
-        name_replay(result.story, runner, frame.options, frame.frame.data);
-    result.lines_lost = runner.lost_lines();
+    const bytes& frame = carried->frame.data;
+    const traced_call call = runner.traced_hook(carried->options, frame);
+    result.answer = call.answer;
+    result.walk = read_events(call.events, result.entities, &frame);
+    result.events_lost = call.lost;
+    result.others_mixed = call.others;
 }
 
 } // namespace
 
-explain_session::explain_session(backend& target, explain_mode mode) : runner_(target), mode_(mode)
+explain_session::explain_session(backend& target, entity_source source)
+    : runner_(target), source_(source)
 {
     runner_.show_progress();
 }
@@ -97,8 +63,8 @@ explain_session::explain_session(backend& target, explain_mode mode) : runner_(t
 exit_status explain_session::run(const scenario& before, std::ostream& diagnostics)
 {
     const exit_status status = runner_.run(before, diagnostics);
-    if (mode_ == explain_mode::trace_filter)
-        entities_ = model_of(read_instances(runner_.query("show raw_data").value_or("")));
+    if (source_ == entity_source::module)
+        entities_ = model_of(make_kernel_reader()->instances());
     else
         entities_ = final_entities(before);
     return status;
@@ -107,14 +73,14 @@ exit_status explain_session::run(const scenario& before, std::ostream& diagnosti
 explanation explain_session::explain(const explained_frame& frame)
 {
     explanation result{frame, {}, {}, entities_};
-    run_frame(runner_, result, mode_);
+    run_frame(runner_, result);
     return result;
 }
 
 std::optional<explanation> explain_frame(const scenario& input, backend& target,
                                          const std::optional<explained_frame>& frame,
                                          std::ostream& diagnostics, exit_status& status,
-                                         explain_mode mode)
+                                         entity_source source)
 {
     auto [count, chosen] = last_frame(input);
     if (frame) {
@@ -130,7 +96,7 @@ std::optional<explanation> explain_frame(const scenario& input, backend& target,
     }
     const scenario before{input.name,
                           {input.lines.begin(), input.lines.begin() + static_cast<long>(count)}};
-    explain_session session(target, mode);
+    explain_session session(target, source);
     status = session.run(before, diagnostics);
     if (status != status_ok)
         return {};

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Runs one frame and reads its path from the log of the module.
+// Runs one frame and reads its path from the trace events of the module.
 #pragma once
 
 #include <iosfwd>
 #include <optional>
 
 #include "tool/explain/frame_choice.h"
-#include "tool/explain/walk_story.h"
+#include "tool/explain/walk_record.h"
 #include "tool/model/carry.h"
 #include "tool/scenario/backend.h"
 #include "tool/scenario/captured_run.h"
@@ -16,11 +16,11 @@ namespace gponflow {
 
 struct explanation {
     explained_frame input;
-    walk_story story;
+    walk_record walk;
     std::optional<hook_answer> answer;
     line_model entities;       ///< at the time of the frame
     carried_frame tagging{};   ///< operations before the hook call
-    bool lines_lost = false;   ///< log text is missing
+    bool events_lost = false;  ///< the kernel dropped events
     bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };
 
@@ -35,17 +35,16 @@ struct explanation {
     return frame;
 }
 
-/// How the module is made to log the path of a frame.
-enum class explain_mode {
-    full_log,    ///< all log levels, which log every frame
-    trace_filter ///< messages about the frame only, for a line with traffic; the entities and rules
-                 ///< are queried from the module
+/// Where the entities come from by which a path is explained.
+enum class entity_source {
+    scenario, ///< the commands before the frame
+    module    ///< queries: the scenario is not all that a line has seen
 };
 
 /// A module after a scenario, to which frames are sent one by one.
 class explain_session {
 public:
-    explicit explain_session(backend& target, explain_mode mode = explain_mode::full_log);
+    explicit explain_session(backend& target, entity_source source = entity_source::scenario);
 
     /// Runs the commands before the frames. Diagnostics as for captured_run.
     [[nodiscard]] exit_status run(const scenario& before, std::ostream& diagnostics);
@@ -57,17 +56,16 @@ public:
 
 private:
     captured_run runner_;
-    explain_mode mode_;
+    entity_source source_;
     line_model entities_;
 };
 
 /// Runs the scenario, then the frame. Without a frame, it uses the last frame of a hook command of
 /// the scenario and does not run it twice. Returns nothing when the backend refused or there is no
 /// frame; `status` and `diagnostics` then have the reason.
-[[nodiscard]] std::optional<explanation> explain_frame(const scenario& input, backend& target,
-                                                       const std::optional<explained_frame>& frame,
-                                                       std::ostream& diagnostics,
-                                                       exit_status& status,
-                                                       explain_mode mode = explain_mode::full_log);
+[[nodiscard]] std::optional<explanation>
+explain_frame(const scenario& input, backend& target, const std::optional<explained_frame>& frame,
+              std::ostream& diagnostics, exit_status& status,
+              entity_source source = entity_source::scenario);
 
 } // namespace gponflow

@@ -47,15 +47,6 @@ std::string attributes(const me_instance& me)
     }
 }
 
-// The instance of a replayed step is unknown unless a message names it.
-std::string title(const walk_step& step, bool replayed)
-{
-    std::string text = to_text(step.at);
-    if (replayed && step.at.instance == 0)
-        text = text.substr(0, text.find(" 0x"));
-    return text;
-}
-
 } // namespace
 
 const char* kind_title(uint32_t kind)
@@ -72,11 +63,11 @@ const char* hook_kind_name(uint32_t kind)
     return kind < names.size() ? names.at(kind) : "other";
 }
 
-void print_step(const walk_step& step, bool replayed, const line_model& entities, std::ostream& out,
+void print_step(const walk_step& step, const line_model& entities, std::ostream& out,
                 const palette& colours)
 {
     const std::string indent(2 * (step.depth + 1), ' ');
-    const std::string name = title(step, replayed);
+    const std::string name = to_text(step.at);
     out << indent << (step.passed ? colours.good(name) : name);
     if (const me_instance* me = entities.find(step.at))
         if (const std::string text = attributes(*me); !text.empty())
@@ -90,11 +81,11 @@ void print_step(const walk_step& step, bool replayed, const line_model& entities
 
 namespace {
 
-void print_steps(const walk_story& story, const line_model& entities, std::ostream& out,
+void print_steps(const walk_record& walk, const line_model& entities, std::ostream& out,
                  const palette& colours)
 {
-    for (const walk_step& step : story.steps)
-        print_step(step, story.replayed, entities, out, colours);
+    for (const walk_step& step : walk.steps)
+        print_step(step, entities, out, colours);
 }
 
 void print_queue(const explanation& explained, std::ostream& out)
@@ -106,19 +97,19 @@ void print_queue(const explanation& explained, std::ostream& out)
 }
 
 // A replay always succeeds, even if it ends early.
-bool reached_egress(const walk_story& story)
+bool reached_egress(const walk_record& walk)
 {
-    return story.replayed || std::ranges::any_of(story.steps, &walk_step::passed);
+    return walk.replayed || std::ranges::any_of(walk.steps, &walk_step::passed);
 }
 
 // Not visible in the tree: a refusal does not always drop the frame.
-void print_pass_note(const walk_story& story, std::ostream& out)
+void print_pass_note(const walk_record& walk, std::ostream& out)
 {
-    const std::optional<size_t> refusal = deepest_dead_end(story);
-    if (story.replayed && refusal)
-        out << "The replay ends at " << title(story.steps[*refusal], true)
+    const std::optional<size_t> refusal = deepest_dead_end(walk);
+    if (walk.replayed && refusal)
+        out << "The replay ends at " << to_text(walk.steps[*refusal].at)
             << ", but the frame passes: no step of a replay drops a frame.\n";
-    else if (!reached_egress(story) && story.fwd_flag == DOWN_ANI)
+    else if (!reached_egress(walk) && walk.fwd_flag == DOWN_ANI)
         out << "No branch leads into a bridge, but the frame passes: a frame of a multicast GEM "
                "port "
                "is dropped neither by a filter nor for lack of a bridge.\n";
@@ -134,42 +125,42 @@ void print_success(const explanation& explained, std::ostream& out, const palett
         out << " into the bridge";
     } else if (explained.input.options.kind == GPON_API_DOWN_ANI) {
         out << " from GEM port " << explained.answer->gem
-            << (reached_egress(explained.story) ? " into the bridge" : "");
+            << (reached_egress(explained.walk) ? " into the bridge" : "");
     } else {
         out << " to the UNI: this half is not walked";
     }
-    if (explained.story.replayed)
+    if (explained.walk.replayed)
         out << "; its rule was replayed\n";
     else
-        out << (explained.story.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
-    print_pass_note(explained.story, out);
+        out << (explained.walk.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
+    print_pass_note(explained.walk, out);
 }
 
-void print_branch(const walk_story& story, size_t last, std::ostream& out)
+void print_branch(const walk_record& walk, size_t last, std::ostream& out)
 {
     out << "deepest branch: ";
     const char* between = "";
-    for (const size_t at : branch_to(story, last))
-        out << std::exchange(between, " > ") << title(story.steps[at], story.replayed);
+    for (const size_t at : branch_to(walk, last))
+        out << std::exchange(between, " > ") << to_text(walk.steps[at].at);
     out << '\n';
 }
 
-void print_drop(const walk_story& story, std::ostream& out, const palette& colours)
+void print_drop(const walk_record& walk, std::ostream& out, const palette& colours)
 {
     out << colours.bad("dropped") << '\n';
-    for (const size_t last : deepest_dead_ends(story)) {
-        print_branch(story, last, out);
-        for (const std::string& decision : story.steps[last].decisions)
+    for (const size_t last : deepest_dead_ends(walk)) {
+        print_branch(walk, last, out);
+        for (const std::string& decision : walk.steps[last].decisions)
             out << "  " << decision << '\n';
     }
-    if (const std::string ends = dead_ends_text(story); !ends.empty()) {
+    if (const std::string ends = dead_ends_text(walk); !ends.empty()) {
         out << "The frame reached " << ends << ".\n";
         return;
     }
-    for (const std::string& complaint : story.complaints)
-        out << "  " << complaint << '\n';
-    out << (story.steps.empty() ? "The frame entered no managed entity.\n"
-                                : "The walk succeeded, a later step failed.\n");
+    if (!walk.later_failure.empty())
+        out << "  " << walk.later_failure << '\n';
+    out << (walk.steps.empty() ? "The frame entered no managed entity.\n"
+                               : "The walk succeeded, a later step failed.\n");
 }
 
 const char* direction_title(unsigned fwd_flag)
@@ -188,10 +179,10 @@ const char* direction_title(unsigned fwd_flag)
     }
 }
 
-std::vector<me_id> path_of(const walk_story& story, bool passed_only)
+std::vector<me_id> path_of(const walk_record& walk, bool passed_only)
 {
     std::vector<me_id> path;
-    for (const walk_step& step : story.steps)
+    for (const walk_step& step : walk.steps)
         if (step.passed || !passed_only)
             path.push_back(step.at);
     return path;
@@ -204,7 +195,7 @@ std::vector<leaving_frame> leaving_frames(const explanation& explained)
     if (explained.input.options.kind != GPON_API_DOWN_ANI || !explained.answer ||
         explained.answer->api_result != 0)
         return {};
-    return carry_to_unis(explained.entities, path_of(explained.story, true),
+    return carry_to_unis(explained.entities, path_of(explained.walk, true),
                          explained.input.frame.data);
 }
 
@@ -214,7 +205,7 @@ namespace {
 std::vector<tag_gap> candidate_gaps(const explanation& explained)
 {
     if (explained.input.options.kind != GPON_API_DOWN_ANI)
-        return unapplied_operations(explained.entities, path_of(explained.story, false));
+        return unapplied_operations(explained.entities, path_of(explained.walk, false));
     std::vector<tag_gap> gaps;
     for (const leaving_frame& one : leaving_frames(explained))
         gaps.insert(gaps.end(), one.carried.gaps.begin(), one.carried.gaps.end());
@@ -251,30 +242,28 @@ void print_passage(const explanation& explained, std::ostream& out, const palett
             << ".\n";
 }
 
-void print_if_inconsistent(const walk_story& story, std::ostream& out)
+void print_if_incomplete(const walk_record& walk, std::ostream& out)
 {
-    if (story.inconsistent)
-        out << "These lines are inconsistent: another marked frame was handled at the same time on "
-               "another CPU, or lines are missing.\n";
+    if (walk.incomplete)
+        out << "Events of this frame are missing: the kernel dropped them.\n";
 }
 
 void print_warnings(const explanation& explained, std::ostream& out)
 {
-    if (explained.lines_lost)
-        out << "Kernel log lines were lost: this output may be incomplete (boot with a larger "
-               "log_buf_len).\n";
+    if (explained.events_lost)
+        out << "The kernel dropped trace events: this output may be incomplete.\n";
     if (explained.others_mixed)
         out << "Other frames with the same addresses arrived at the same time: this may be the "
                "path "
                "of one of them.\n";
     else
-        print_if_inconsistent(explained.story, out);
+        print_if_incomplete(explained.walk, out);
 }
 
 // The GEM port of an upstream walk.
-std::string gem_port_of(const walk_story& story, const line_model& entities)
+std::string gem_port_of(const walk_record& walk, const line_model& entities)
 {
-    for (const walk_step& step : story.steps)
+    for (const walk_step& step : walk.steps)
         if (const me_instance* ctp = entities.find(step.at);
             step.passed && ctp && step.at.class_id == me_class::gemctp)
             return std::to_string(ctp->as<gpon_raw_gemctp>().portID);
@@ -283,17 +272,17 @@ std::string gem_port_of(const walk_story& story, const line_model& entities)
 
 } // namespace
 
-std::string dead_ends_text(const walk_story& story, size_t most)
+std::string dead_ends_text(const walk_record& walk, size_t most)
 {
     // By reason, in order of first occurrence.
     std::vector<std::pair<std::string, std::vector<std::string>>> ends;
-    for (const size_t i : deepest_dead_ends(story)) {
-        const walk_step& step = story.steps[i];
+    for (const size_t i : deepest_dead_ends(walk)) {
+        const walk_step& step = walk.steps[i];
         auto known =
             std::ranges::find(ends, step.dead_end, [](const auto& end) { return end.first; });
         if (known == ends.end())
             known = ends.insert(ends.end(), {step.dead_end, {}});
-        known->second.push_back(title(step, story.replayed));
+        known->second.push_back(to_text(step.at));
     }
     std::string text;
     for (const auto& [reason, places] : ends) {
@@ -317,41 +306,41 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         out << "not classified: the module is not loaded\n";
         return;
     }
-    if (!explained.story.ran) {
+    if (!explained.walk.ran) {
         out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
         return;
     }
     print_tagging(explained.tagging, out, colours);
-    print_steps(explained.story, explained.entities, out, colours);
+    print_steps(explained.walk, explained.entities, out, colours);
     if (explained.tagging.discarded)
         out << colours.bad("dropped") << "\nThe tagging operation "
             << discard_text(explained.tagging) << ".\n";
     else if (explained.answer->api_result == 0)
         print_passage(explained, out, colours);
     else
-        print_drop(explained.story, out, colours);
+        print_drop(explained.walk, out, colours);
     print_gaps(gaps_of(explained), out);
     for (const std::string& note : notes_of(leaving_frames(explained)))
         out << note << '\n';
     print_warnings(explained, out);
 }
 
-void print_marked_frame(const walk_story& story, const line_model& entities, std::ostream& out,
+void print_marked_frame(const walk_record& walk, const line_model& entities, std::ostream& out,
                         const palette& colours)
 {
-    out << colours.heading(direction_title(story.fwd_flag)) << '\n';
-    print_steps(story, entities, out, colours);
-    if (story.dropped) {
-        print_drop(story, out, colours);
-        print_if_inconsistent(story, out);
+    out << colours.heading(direction_title(walk.fwd_flag)) << '\n';
+    print_steps(walk, entities, out, colours);
+    if (walk.dropped) {
+        print_drop(walk, out, colours);
+        print_if_incomplete(walk, out);
         return;
     }
     out << colours.good("passes");
-    if (const std::string port = gem_port_of(story, entities); !port.empty())
-        out << (story.fwd_flag == DOWN_ANI ? " from GEM port " : " to GEM port ") << port;
-    out << (story.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
-    print_pass_note(story, out);
-    print_if_inconsistent(story, out);
+    if (const std::string port = gem_port_of(walk, entities); !port.empty())
+        out << (walk.fwd_flag == DOWN_ANI ? " from GEM port " : " to GEM port ") << port;
+    out << (walk.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
+    print_pass_note(walk, out);
+    print_if_incomplete(walk, out);
 }
 
 } // namespace gponflow

@@ -15,12 +15,12 @@ namespace gponflow {
 void print_explanation(const explanation& explained, std::ostream& out,
                        const palette& colours = {});
 
-/// The same for a marked frame of which only the log is known.
-void print_marked_frame(const walk_story& story, const line_model& entities, std::ostream& out,
+/// The same for a marked frame of which only the events are known.
+void print_marked_frame(const walk_record& walk, const line_model& entities, std::ostream& out,
                         const palette& colours = {});
 
 /// One instance with its attributes and decisions, indented by its depth.
-void print_step(const walk_step& step, bool replayed, const line_model& entities, std::ostream& out,
+void print_step(const walk_step& step, const line_model& entities, std::ostream& out,
                 const palette& colours = {});
 
 /// Tagging operations on the path of a frame that were not applied.
@@ -41,6 +41,6 @@ void print_leaving(const explanation& explained, std::ostream& out, const palett
 
 /// "A and B: the reason; C: another one" for the deepest branches. Of branches with the same
 /// reason, at most `most` are named and the rest is counted; 0 names all.
-[[nodiscard]] std::string dead_ends_text(const walk_story& story, size_t most = 0);
+[[nodiscard]] std::string dead_ends_text(const walk_record& walk, size_t most = 0);
 
 } // namespace gponflow

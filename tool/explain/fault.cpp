@@ -33,17 +33,17 @@ std::string of_bridge(std::optional<uint16_t> bridge)
 
 class fault_finder {
 public:
-    fault_finder(const walk_story& story, const line_model& entities, const frame_header& header,
+    fault_finder(const walk_record& walk, const line_model& entities, const frame_header& header,
                  std::optional<uint16_t> bridge)
-        : story_(story), entities_(entities), header_(header), bridge_(bridge)
+        : walk_(walk), entities_(entities), header_(header), bridge_(bridge)
     {
     }
 
     std::vector<fault> find() const
     {
         std::vector<size_t> furthest;
-        for (size_t i = 0; i < story_.steps.size(); ++i) {
-            if (story_.steps[i].dead_end.empty())
+        for (size_t i = 0; i < walk_.steps.size(); ++i) {
+            if (walk_.steps[i].dead_end.empty())
                 continue;
             if (!furthest.empty() && reach(i) > reach(furthest.front()))
                 furthest.clear();
@@ -80,25 +80,25 @@ private:
 
     std::tuple<bool, bool, bool, size_t, bool> reach(size_t i) const
     {
-        const walk_step& step = story_.steps[i];
+        const walk_step& step = walk_.steps[i];
         const me_instance* filter = filter_of(step);
         const bool same_vlan = filter && !header_.tags.empty() &&
                                lists_vlan(filter->as<gpon_raw_vtfd>(), header_.tags[0].vlan());
-        return {!bridge_ || bridge_of_step(story_, entities_, i) == bridge_,
+        return {!bridge_ || bridge_of_step(walk_, entities_, i) == bridge_,
                 entities_.find(step.at) != nullptr, !on_other_side(step), step.depth, same_vlan};
     }
 
     fault no_port(size_t i, uint16_t bridge) const
     {
         const me_id profile{me_class::mbsp, bridge};
-        const char* side = story_.fwd_flag == DOWN_ANI ? "UNI" : "ANI";
+        const char* side = walk_.fwd_flag == DOWN_ANI ? "UNI" : "ANI";
         return {profile, to_text(profile) + " has no port on the " + side + " side", i};
     }
 
     fault fault_at(size_t i) const
     {
-        const walk_step& step = story_.steps[i];
-        const std::optional<uint16_t> bridge = bridge_of_step(story_, entities_, i);
+        const walk_step& step = walk_.steps[i];
+        const std::optional<uint16_t> bridge = bridge_of_step(walk_, entities_, i);
         if (bridge && on_other_side(step))
             return no_port(i, *bridge);
         if (const me_instance* filter = filter_of(step))
@@ -138,7 +138,7 @@ private:
         return reason + ")";
     }
 
-    const walk_story& story_;
+    const walk_record& walk_;
     const line_model& entities_;
     const frame_header& header_;
     std::optional<uint16_t> bridge_;
@@ -146,16 +146,16 @@ private:
 
 } // namespace
 
-std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
+std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
                              const frame_header& header, std::optional<uint16_t> bridge)
 {
-    return fault_finder(story, entities, header, bridge).find();
+    return fault_finder(walk, entities, header, bridge).find();
 }
 
-std::string drop_reason(const walk_story& story, const line_model& entities,
+std::string drop_reason(const walk_record& walk, const line_model& entities,
                         const frame_header& header, std::optional<uint16_t> bridge)
 {
-    const std::vector<fault> faults = faults_of(story, entities, header, bridge);
+    const std::vector<fault> faults = faults_of(walk, entities, header, bridge);
     std::string text;
     for (size_t i = 0; i < std::min(most_named, faults.size()); ++i)
         text += (i ? "; " : "") + faults[i].reason;
@@ -163,7 +163,7 @@ std::string drop_reason(const walk_story& story, const line_model& entities,
         text += "; and " + std::to_string(faults.size() - most_named) + " more branches";
     if (!text.empty())
         return text;
-    if (story.steps.empty())
+    if (walk.steps.empty())
         return "no managed entity takes frames of this kind";
     return "a path exists, but the frame was not sent on it";
 }
@@ -174,13 +174,13 @@ std::optional<uint16_t> bridge_of(const line_model& entities, me_id port)
     return me ? std::optional(me->as<gpon_raw_mbpcd>().bridgeID) : std::nullopt;
 }
 
-std::optional<uint16_t> bridge_of_step(const walk_story& story, const line_model& entities,
+std::optional<uint16_t> bridge_of_step(const walk_record& walk, const line_model& entities,
                                        size_t step)
 {
-    for (const size_t at : branch_to(story, step)) {
-        if (story.steps[at].at.class_id == me_class::mbsp)
-            return story.steps[at].at.instance;
-        if (const auto bridge = bridge_of(entities, story.steps[at].at))
+    for (const size_t at : branch_to(walk, step)) {
+        if (walk.steps[at].at.class_id == me_class::mbsp)
+            return walk.steps[at].at.instance;
+        if (const auto bridge = bridge_of(entities, walk.steps[at].at))
             return bridge;
     }
     return {};

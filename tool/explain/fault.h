@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tool/capture/frame_header.h"
-#include "tool/explain/walk_story.h"
+#include "tool/explain/walk_record.h"
 
 namespace gponflow {
 
@@ -15,27 +15,27 @@ struct fault {
     me_id entity;       ///< the filter, mapper or instance that decided; it may not exist
     std::string reason; ///< "VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 (forwardOperation 0x14) passes
                         ///< only VLAN 300 priority 5"
-    size_t step = 0;    ///< of the story
+    size_t step = 0;    ///< of the walk
 };
 
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
 /// several filters only those whose list has the frame's VLAN. More than one if
 /// nothing distinguishes them. Empty if the log names no instance.
-[[nodiscard]] std::vector<fault> faults_of(const walk_story& story, const line_model& entities,
+[[nodiscard]] std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
                                            const frame_header& header,
                                            std::optional<uint16_t> bridge = {});
 
 /// The reasons in one text; of many branches the first three are named. Without a fault, the last
 /// error of the module.
-[[nodiscard]] std::string drop_reason(const walk_story& story, const line_model& entities,
+[[nodiscard]] std::string drop_reason(const walk_record& walk, const line_model& entities,
                                       const frame_header& header,
                                       std::optional<uint16_t> bridge = {});
 
 /// The bridge of a bridge port; nothing for other classes and unknown instances.
 [[nodiscard]] std::optional<uint16_t> bridge_of(const line_model& entities, me_id port);
 
-/// The bridge whose port a step of a story belongs to: its own or that of the steps above it.
-[[nodiscard]] std::optional<uint16_t> bridge_of_step(const walk_story& story,
+/// The bridge whose port a step of a walk belongs to: its own or that of the steps above it.
+[[nodiscard]] std::optional<uint16_t> bridge_of_step(const walk_record& walk,
                                                      const line_model& entities, size_t step);
 
 } // namespace gponflow

@@ -3,17 +3,16 @@
 
 #include <chrono>
 #include <ostream>
-#include <tuple>
+#include <string>
 
-#include "tool/explain/active_filter.h"
-#include "tool/explain/answer_output.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
-#include "tool/explain/replay.h"
-#include "tool/explain/walk_reader.h"
-#include "tool/explain/walk_splitter.h"
-#include "tool/live/instances.h"
-#include "tool/live/kernel_log.h"
-#include "tool/live/rule_table.h"
+#include "tool/explain/trace_output.h"
+#include "tool/live/active_filter.h"
+#include "tool/live/event_frames.h"
+#include "tool/live/event_stream.h"
+#include "tool/live/kernel_reader.h"
+#include "tool/live/module_file.h"
 #include "tool/live/stop_signals.h"
 #include "tool/text/text_table.h"
 
@@ -21,103 +20,129 @@ namespace gponflow {
 
 namespace {
 
-constexpr int quiet_milliseconds = 200;
+constexpr int quiet_milliseconds = 100;
 
 class frame_printer {
 public:
-    frame_printer(captured_run& run, const trace_filter& filter, std::ostream& out,
-                  const palette& colours, bool json)
-        : run_(run), filter_(filter), out_(out), colours_(colours), json_(json)
+    frame_printer(const trace_limits& limits, std::ostream& out, const palette& colours)
+        : limits_(limits), out_(out), colours_(colours)
     {
     }
 
     uint64_t frames() const { return frames_; }
 
-    void print(const std::string& log)
+    bool is_done() const { return limits_.frames != 0 && frames_ >= limits_.frames; }
+
+    // Commands may have changed the entities since the last look; a burst of frames is one look.
+    void forget_entities() { entities_.reset(); }
+
+    void print(const frame_events& frame, uint64_t lost)
     {
+        if (is_done())
+            return;
         ++frames_;
-        // Queried for each frame: commands may have changed them in between.
-        const line_model entities =
-            model_of(read_instances(run_.query("show raw_data").value_or("")));
-        walk_story story = read_walk(log, entities);
-        if (story.replayed)
-            name_steps(story);
-        if (json_) {
-            print_trace_json({frames_, story, entities, {}}, out_);
+        if (!entities_)
+            entities_ = model_of(reader_->instances());
+        walk_record walk = read_events(frame.events, *entities_);
+        walk.incomplete = walk.incomplete || frame.lost;
+        if (limits_.json) {
+            print_trace_json({frames_, walk, {}, lost}, out_);
             out_ << std::flush;
             return;
         }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
-        print_marked_frame(story, entities, out_, colours_);
+        print_marked_frame(walk, *entities_, out_, colours_);
         out_ << std::endl;
     }
 
 private:
-    void name_steps(walk_story& story)
-    {
-        auto table = read_rule_table(run_.query("show flow_rule").value_or(""));
-        if (!table)
-            return;
-        std::erase_if(table->rules,
-                      [&](const dumped_rule& rule) { return !may_mark(filter_, rule.key); });
-        if (const dumped_rule* rule = rule_of_replay(story, table->rules))
-            name_replay(story, *rule);
-    }
-
-    captured_run& run_;
-    const trace_filter& filter_;
+    const trace_limits& limits_;
     std::ostream& out_;
     const palette& colours_;
-    bool json_;
+    std::unique_ptr<module_reader> reader_ = make_kernel_reader();
+    std::optional<line_model> entities_;
     uint64_t frames_ = 0;
 };
 
-bool is_over(const trace_limits& limits, uint64_t frames,
-             std::chrono::steady_clock::time_point start)
-{
-    const auto passed = std::chrono::steady_clock::now() - start;
-    return (limits.frames != 0 && frames >= limits.frames) ||
-           (limits.seconds != 0 && passed >= std::chrono::seconds(limits.seconds));
-}
+// One trace of the running kernel.
+class device_trace {
+public:
+    device_trace(const trace_limits& limits, std::ostream& out, const palette& colours)
+        : limits_(limits), printer_(limits, out, colours),
+          stream_(event_stream::open({.buffer_kilobytes = limits.buffer_kilobytes})),
+          frames_([this](const frame_events& one) { printer_.print(one, lost_); })
+    {
+    }
+
+    // Prints the frames until a limit is reached. Returns the reason why it ended.
+    std::string follow(const std::ostream& out)
+    {
+        stop_signals stop;
+        while (out) {
+            const bool stopped = stop.wait(-1, quiet_milliseconds);
+            look();
+            if (stopped || printer_.is_done() || is_time_over())
+                return {};
+            if (!is_module_loaded())
+                return "the module was unloaded";
+        }
+        return {};
+    }
+
+    uint64_t frames() const { return printer_.frames(); }
+
+    uint64_t lost() const { return lost_; }
+
+private:
+    // An event belongs to a frame that is over if nothing has come behind it at the next look.
+    void look()
+    {
+        bool any = false;
+        lost_ = stream_->dropped();
+        printer_.forget_entities();
+        stream_->read([&](const event_stream::event& one) {
+            any = true;
+            frames_.event(one.record, one.cpu, one.gap);
+        });
+        if (!any)
+            frames_.finish();
+        lost_ = stream_->dropped();
+    }
+
+    bool is_time_over() const
+    {
+        const auto passed = std::chrono::steady_clock::now() - start_;
+        return limits_.seconds != 0 && passed >= std::chrono::seconds(limits_.seconds);
+    }
+
+    const trace_limits& limits_;
+    frame_printer printer_;
+    std::unique_ptr<event_stream> stream_;
+    event_frames frames_;
+    uint64_t lost_ = 0;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
 
 } // namespace
 
-exit_status trace_device(captured_run& run, const trace_filter& filter, const trace_limits& limits,
+exit_status trace_device(backend& device, const trace_filter& filter, const trace_limits& limits,
                          std::ostream& out, std::ostream& diagnostics, const palette& colours)
 {
-    const auto start = std::chrono::steady_clock::now();
-    stop_signals stop;
-    kernel_log log;
-    frame_printer printer(run, filter, out, colours, limits.json);
-    walk_splitter splitter([&](const std::string& one) {
-        if (!is_over({limits.frames, 0, false}, printer.frames(), start))
-            printer.print(one);
-    });
-    const active_filter active(run, filter);
-    if (!active.is_set())
+    if (!is_module_loaded())
+        throw refusal("the module is not loaded");
+    device_trace trace(limits, out, colours);
+    const auto active = active_filter::open(device, filter);
+    if (!active)
         throw refusal("the module is not loaded");
     diagnostics << "gponflow: tracing; press Ctrl-C to stop" << std::endl;
-    while (out && !is_over(limits, printer.frames(), start)) {
-        const bool stopped = stop.wait(log.number(), quiet_milliseconds);
-        bool any = false;
-        if (log.read_available([&](std::string_view line) {
-                any = true;
-                splitter.line(line);
-            })) {
-            splitter.drop();
-            diagnostics << "gponflow: kernel log lines were lost, frames are missing: boot with a "
-                           "larger log_buf_len, or use a narrower filter"
-                        << std::endl;
-        }
-        if (!any || stopped)
-            splitter.flush();
-        if (stopped)
-            break;
-    }
-    // Losses of the queries in between are reported above or irrelevant.
-    std::ignore = run.lost_lines();
-    diagnostics << "gponflow: " << counted(printer.frames(), "frame") << "; the filter is off"
-                << std::endl;
+    if (const std::string why = trace.follow(out); !why.empty())
+        diagnostics << "gponflow: " << why << '\n';
+    diagnostics << "gponflow: " << counted(trace.frames(), "frame") << "; the filter is off\n";
+    if (trace.lost() != 0)
+        diagnostics << "gponflow: the kernel dropped " << counted(trace.lost(), "trace event")
+                    << ": frames are missing or incomplete; use a larger --buffer or a narrower "
+                       "filter\n";
+    diagnostics << std::flush;
     return status_ok;
 }
 

@@ -3,12 +3,10 @@
 
 #include <ostream>
 
-#include "tool/explain/answer_output.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
-#include "tool/explain/replay.h"
-#include "tool/explain/walk_reader.h"
+#include "tool/explain/trace_output.h"
 #include "tool/live/instances.h"
-#include "tool/live/rule_table.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/text/text_table.h"
 
@@ -40,25 +38,16 @@ private:
         ++marked_;
         if (!entities_)
             entities_ = model_of(read_instances(query("show raw_data").value_or("")));
-        explanation explained{
-            {options, frame}, {}, hook_in_detail(options, frame.data), *entities_};
-        explained.story = read_walk(log(), explained.entities, &frame.data);
-        if (explained.story.replayed)
-            name_steps(explained.story, key);
+        const traced_call call = traced_hook(options, frame.data);
+        explanation explained{{options, frame}, {}, call.answer, *entities_};
+        explained.walk = read_events(call.events, explained.entities, &frame.data);
         if (json_) {
-            print_trace_json({frames_, explained.story, explained.entities, frame}, out_);
+            print_trace_json({frames_, explained.walk, frame}, out_);
             return;
         }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
         print_explanation(explained, out_, colours_);
         out_ << '\n';
-    }
-
-    void name_steps(walk_story& story, const flow_key& key)
-    {
-        const auto rules = read_rule_table(query("show flow_rule").value_or(""));
-        if (const dumped_rule* rule = rules ? rules->find(key) : nullptr)
-            name_replay(story, *rule);
     }
 
     const trace_filter& filter_;

@@ -10,7 +10,7 @@ const me_instance* upstream_ctp(const explanation& half)
     const auto carries = [&](const me_instance& ctp) {
         return ctp.as<gpon_raw_gemctp>().portID == half.answer->gem;
     };
-    for (const walk_step& step : half.story.steps) {
+    for (const walk_step& step : half.walk.steps) {
         const bool is_ctp = step.passed && step.at.class_id == me_class::gemctp;
         const me_instance* ctp = is_ctp ? half.entities.find(step.at) : nullptr;
         if (ctp && carries(*ctp))

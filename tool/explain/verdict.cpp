@@ -15,10 +15,10 @@ namespace gponflow {
 
 namespace {
 
-std::string entry_text(const frame_question& question)
+std::string entry_text(const frame_query& query)
 {
-    return question.uni ? "UNI " + std::to_string(*question.uni)
-                        : "GEM port " + std::to_string(*question.gem);
+    return query.uni ? "UNI " + std::to_string(*query.uni)
+                     : "GEM port " + std::to_string(*query.gem);
 }
 
 std::string bridge_text(std::optional<uint16_t> bridge)
@@ -65,31 +65,31 @@ std::string unis_of(uint16_t bridge, const line_model& entities,
 }
 
 // The bridge that an upstream frame leaves from, if it is another than the one it entered.
-std::optional<uint16_t> other_bridge(const line_answer& answer)
+std::optional<uint16_t> other_bridge(const frame_path& path)
 {
-    const explanation& last = answer.halves.back();
-    if (answer.halves.size() < 2 || !answer.question.uni)
+    const explanation& last = path.halves.back();
+    if (path.halves.size() < 2 || !path.query.uni)
         return {};
-    for (const walk_step& step : last.story.steps)
+    for (const walk_step& step : last.walk.steps)
         if (const auto bridge = step.passed ? bridge_of(last.entities, step.at) : std::nullopt;
-            bridge && bridge != answer.bridge)
+            bridge && bridge != path.bridge)
             return bridge;
     return {};
 }
 
-std::string passed_sentence(const line_answer& answer)
+std::string passed_sentence(const frame_path& path)
 {
-    const explanation& last = answer.halves.back();
-    const std::optional<uint16_t> other = other_bridge(answer);
-    std::string text = "The frame passes from " + entry_text(answer.question) +
-                       (answer.question.uni && !other ? " through " : " into ") +
-                       bridge_text(answer.bridge);
+    const explanation& last = path.halves.back();
+    const std::optional<uint16_t> other = other_bridge(path);
+    std::string text = "The frame passes from " + entry_text(path.query) +
+                       (path.query.uni && !other ? " through " : " into ") +
+                       bridge_text(path.bridge);
     if (other)
         text += ", and from " + bridge_text(other);
-    if (answer.question.uni)
+    if (path.query.uni)
         text += " to GEM port " + std::to_string(last.answer->gem) + scheduling_of(last);
-    else if (answer.bridge)
-        text += unis_of(*answer.bridge, last.entities, leaving_frames(answer.halves.front()));
+    else if (path.bridge)
+        text += unis_of(*path.bridge, last.entities, leaving_frames(path.halves.front()));
     return text + ".";
 }
 
@@ -100,42 +100,42 @@ std::string engine_sentence(const explanation& half)
                        : "The frame is not classified: the module is not loaded.";
 }
 
-void note_bridge(const line_answer& answer, verdict& into)
+void note_bridge(const frame_path& path, verdict& into)
 {
-    if (const std::optional<uint16_t> other = other_bridge(answer))
+    if (const std::optional<uint16_t> other = other_bridge(path))
         into.notes.push_back(
-            "The frame entered " + bridge_text(answer.bridge) + " and leaves from " +
+            "The frame entered " + bridge_text(path.bridge) + " and leaves from " +
             bridge_text(other) +
             ": the hook call that chooses the GEM port has no information about the UNI.");
 }
 
-void note_capture(const line_answer& answer, verdict& into)
+void note_capture(const frame_path& path, verdict& into)
 {
-    if (read_header(answer.frame).cut)
-        into.notes.push_back("The capture holds " + std::to_string(answer.frame.data.size()) +
-                             " of the " + std::to_string(answer.frame.wire_length) +
+    if (read_header(path.frame).cut)
+        into.notes.push_back("The capture holds " + std::to_string(path.frame.data.size()) +
+                             " of the " + std::to_string(path.frame.wire_length) +
                              " bytes of the frame: the outcome is that of the captured part.");
-    for (const explanation& half : answer.halves)
-        if (half.lines_lost || half.others_mixed || half.story.inconsistent) {
-            into.notes.emplace_back("Lines of the kernel log were lost, or other frames arrived "
+    for (const explanation& half : path.halves)
+        if (half.events_lost || half.others_mixed || half.walk.incomplete) {
+            into.notes.emplace_back("The kernel dropped trace events, or other frames arrived "
                                     "at the same time: the path may be incomplete.");
             return;
         }
 }
 
 // An operation of the UNI's bridge port acts behind the half whose walk meets it.
-bool is_applied(const line_answer& answer, me_id operation)
+bool is_applied(const frame_path& path, me_id operation)
 {
-    return std::ranges::any_of(answer.halves, [operation](const explanation& half) {
+    return std::ranges::any_of(path.halves, [operation](const explanation& half) {
         return std::ranges::find(half.tagging.steps, operation, &tag_step::operation) !=
                half.tagging.steps.end();
     });
 }
 
-void note_tagging(const line_answer& answer, const explanation& half, verdict& into)
+void note_tagging(const frame_path& path, const explanation& half, verdict& into)
 {
     for (const tag_gap& gap : gaps_of(half)) {
-        if (is_applied(answer, gap.operation))
+        if (is_applied(path, gap.operation))
             continue;
         const std::string note = to_text(gap.operation) +
                                  ": an operation exists here and was not applied: " + gap.why + ".";
@@ -144,11 +144,11 @@ void note_tagging(const line_answer& answer, const explanation& half, verdict& i
     }
 }
 
-void note_unfiltered(const line_answer& answer, verdict& into)
+void note_unfiltered(const frame_path& path, verdict& into)
 {
-    const explanation& first = answer.halves.front();
+    const explanation& first = path.halves.front();
     const bool multicast = first.input.options.multicast != 0;
-    if (multicast && !first.story.replayed && !answer.bridge)
+    if (multicast && !first.walk.replayed && !path.bridge)
         into.notes.emplace_back("No branch leads into a bridge, but the frame passes: a frame of a "
                                 "multicast GEM port is dropped neither by a filter nor for lack of "
                                 "a bridge.");
@@ -169,7 +169,7 @@ void note_leaving(const explanation& half, verdict& into)
 
 line_outcome outcome_of(const explanation& half)
 {
-    if (!half.answer || !half.story.ran)
+    if (!half.answer || !half.walk.ran)
         return line_outcome::not_classified;
     return half.answer->api_result == 0 && !is_discarded(leaving_frames(half))
                ? line_outcome::passed
@@ -213,9 +213,9 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
             return result;
         }
         const frame_header header = read_header(frame_at_hook(half));
-        result.faults = faults_of(half.story, half.entities, header, bridge);
+        result.faults = faults_of(half.walk, half.entities, header, bridge);
         result.sentence = subject +
-                          " is dropped: " + drop_reason(half.story, half.entities, header, bridge) +
+                          " is dropped: " + drop_reason(half.walk, half.entities, header, bridge) +
                           "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
                           tags_text(header) + ".";
     } else {
@@ -233,19 +233,19 @@ verdict verdict_of(const explanation& half)
     return result;
 }
 
-verdict verdict_of(const line_answer& answer)
+verdict verdict_of(const frame_path& path)
 {
-    verdict result = verdict_of(answer.halves.back(), answer.bridge,
-                                "The frame from " + entry_text(answer.question));
+    verdict result =
+        verdict_of(path.halves.back(), path.bridge, "The frame from " + entry_text(path.query));
     if (result.outcome == line_outcome::passed) {
-        result.sentence = passed_sentence(answer);
-        note_bridge(answer, result);
-        note_unfiltered(answer, result);
+        result.sentence = passed_sentence(path);
+        note_bridge(path, result);
+        note_unfiltered(path, result);
     }
-    note_leaving(answer.halves.front(), result);
-    note_capture(answer, result);
-    for (const explanation& half : answer.halves)
-        note_tagging(answer, half, result);
+    note_leaving(path.halves.front(), result);
+    note_capture(path, result);
+    for (const explanation& half : path.halves)
+        note_tagging(path, half, result);
     return result;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// The outcome of a question in words.
+// The outcome of a frame in words.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tool/explain/fault.h"
-#include "tool/explain/question.h"
+#include "tool/explain/frame_query.h"
 
 namespace gponflow {
 
@@ -20,7 +20,7 @@ struct verdict {
     std::vector<std::string> notes; ///< one sentence each
 };
 
-[[nodiscard]] verdict verdict_of(const line_answer& answer);
+[[nodiscard]] verdict verdict_of(const frame_path& path);
 
 /// The same for one hook call, of which only the outcome and the reason are known.
 [[nodiscard]] verdict verdict_of(const explanation& half);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/live/device_backend.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -8,7 +9,11 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include "include/packet_flow.h"
 #include "include/uapi/gpon_flow.h"
+#include "tool/live/active_filter.h"
+#include "tool/live/event_frames.h"
+#include "tool/live/event_stream.h"
 #include "tool/live/kernel_log.h"
 #include "tool/live/module_file.h"
 #include "tool/live/soft_onu.h"
@@ -52,6 +57,7 @@ public:
     {
         if (!is_module_loaded())
             throw refusal("the module is not loaded");
+        stream_.reset();
         if (const int failure = after_draining(unload_module()))
             throw refusal(std::string("cannot unload the module: ") + std::strerror(-failure));
     }
@@ -59,6 +65,21 @@ public:
     std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
     {
         return after_draining(platform().hook(options, frame));
+    }
+
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        if (!is_module_loaded())
+            return {hook(options, &frame), {}};
+        const auto active = active_filter::open(*this, filter_of(frame));
+        event_stream& events = stream();
+        events.skip();
+        const uint64_t dropped = events.dropped();
+        traced_call call;
+        call.answer = hook(options, &frame);
+        read_frame(options.kind, call);
+        call.lost = events.dropped() != dropped;
+        return call;
     }
 
     std::optional<long> ioctl(uint32_t number, uint64_t argument) override
@@ -129,17 +150,44 @@ private:
         throw refusal(std::string("cannot open ") + file + ": " + std::strerror(errno));
     }
 
+    // The frame is the last one of its direction; others have passed before the hook call returned.
+    void read_frame(uint32_t kind, traced_call& call)
+    {
+        constexpr std::array<uint16_t, 4> directions = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};
+        size_t frames = 0;
+        event_frames sorted([&](const frame_events& one) {
+            if (kind >= directions.size() ||
+                one.events.front().frame.direction != directions.at(kind))
+                return;
+            ++frames;
+            call.events = one.events;
+        });
+        stream().read(
+            [&](const event_stream::event& one) { sorted.event(one.record, one.cpu, one.gap); });
+        sorted.finish();
+        call.others = frames > 1;
+    }
+
+    // Unloading the module takes its events away.
+    event_stream& stream()
+    {
+        if (!stream_)
+            stream_ = event_stream::open({.learning = true});
+        return *stream_;
+    }
+
     // Only calls of the platform need the soft ONU. The other entry points exist without
     // it.
     soft_onu& platform()
     {
         if (!platform_)
-            platform_.emplace();
+            platform_.emplace(soft_onu::open());
         return *platform_;
     }
 
     std::optional<soft_onu> platform_;
-    kernel_log log_;
+    std::unique_ptr<event_stream> stream_; ///< of the loaded module; null until a call needs it
+    kernel_log log_ = kernel_log::open();
     backend_sink sink_;
 };
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Counters, rules and changes of the module in the running kernel.
+#include "tool/live/kernel_reader.h"
+
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "include/uapi/gpon_flow_netlink.h"
-#include "tool/live/module_reader.h"
 #include "tool/live/netlink_attributes.h"
 #include "tool/live/netlink_family.h"
 
@@ -168,6 +169,8 @@ dumped_instance instance_in(const nlmsghdr& head)
 
 class kernel_reader final : public module_reader {
 public:
+    explicit kernel_reader(netlink_family family) : family_(std::move(family)) {}
+
     std::vector<counter_value> counters() override
     {
         std::vector<counter_value> result;
@@ -199,8 +202,9 @@ private:
             result.clear();
             if (family_.request(command, true,
                                 [&](const nlmsghdr& head) { result.push_back(record_in(head)); }))
-                break;
+                return result;
         }
+        changed_ = true;
         return result;
     }
 
@@ -280,19 +284,28 @@ std::optional<module_change> change_in(const nlmsghdr& head)
 
 std::unique_ptr<module_reader> make_kernel_reader()
 {
-    return std::make_unique<kernel_reader>();
+    return std::make_unique<kernel_reader>(netlink_family::open());
 }
 
 struct kernel_changes::connection {
+    explicit connection(netlink_family opened) : family(std::move(opened)) {}
+
     netlink_family family;
 };
 
-kernel_changes::kernel_changes() : connection_(std::make_unique<connection>())
+kernel_changes::kernel_changes(std::unique_ptr<connection> opened) : connection_(std::move(opened))
 {
-    connection_->family.join_events();
 }
 
 kernel_changes::~kernel_changes() = default;
+kernel_changes::kernel_changes(kernel_changes&&) noexcept = default;
+
+kernel_changes kernel_changes::open()
+{
+    auto opened = std::make_unique<connection>(netlink_family::open());
+    opened->family.join_events();
+    return kernel_changes(std::move(opened));
+}
 
 bool kernel_changes::read(const change_sink& sink)
 {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // The tool's form of the module's records.
+#include "tool/live/module_records.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -41,16 +41,19 @@ void netlink_family::closer::operator()(mnl_socket* socket) const
     mnl_socket_close(socket);
 }
 
-netlink_family::netlink_family()
-    : socket_(mnl_socket_open2(NETLINK_GENERIC, SOCK_CLOEXEC)), buffer_(buffer_bytes)
+netlink_family::netlink_family(mnl_socket* socket) : socket_(socket), buffer_(buffer_bytes) {}
+
+netlink_family netlink_family::open()
 {
-    if (!socket_ || mnl_socket_bind(socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0)
+    netlink_family found(mnl_socket_open2(NETLINK_GENERIC, SOCK_CLOEXEC));
+    if (!found.socket_ || mnl_socket_bind(found.socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0)
         refuse(errno);
-    send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, GPON_FLOW_NL_FAMILY);
-    while (!take(receive(), [&](const nlmsghdr& head) { read_group(head); }).done)
+    found.send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, GPON_FLOW_NL_FAMILY);
+    while (!found.take(found.receive(), [&](const nlmsghdr& head) { found.read_group(head); }).done)
         continue;
-    if (family_ == 0)
+    if (found.family_ == 0)
         refuse(ENOENT);
+    return found;
 }
 
 int netlink_family::number() const

@@ -15,7 +15,8 @@ namespace gponflow {
 /// Requires root. All functions throw refusal.
 class netlink_family {
 public:
-    netlink_family(); ///< Finds the family of the loaded module.
+    /// Finds the family of the loaded module.
+    [[nodiscard]] static netlink_family open();
 
     using message_sink = std::function<void(const nlmsghdr&)>;
 
@@ -27,7 +28,7 @@ public:
     void join_events();
 
     /// Passes on the events that have arrived. Returns true if the kernel dropped some.
-    bool read_events(const message_sink& sink);
+    [[nodiscard]] bool read_events(const message_sink& sink);
 
     [[nodiscard]] int number() const;
 
@@ -39,6 +40,8 @@ private:
         bool done = false;
         bool consistent = true;
     };
+
+    explicit netlink_family(mnl_socket* socket);
 
     void send(uint16_t type, uint8_t command, uint16_t flags, const char* family_name = nullptr);
     size_t receive();

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Counters, rules and changes of the module in this process.
+#include "tool/live/process_reader.h"
+
 #include <array>
 #include <utility>
 
 #include "platform/host/host.h"
-#include "tool/live/module_reader.h"
 
 namespace gponflow {
 

@@ -41,17 +41,21 @@ softonu_hook_call call_of(const packet_options& options, const bytes* frame)
 
 } // namespace
 
-soft_onu::soft_onu() : device_(open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC))
+soft_onu soft_onu::open()
 {
-    if (!device_)
+    soft_onu opened(descriptor(::open(SOFTONU_DEVICE, O_RDWR | O_CLOEXEC)));
+    if (!opened.device_)
         throw refusal(std::string("cannot open " SOFTONU_DEVICE ": ") + std::strerror(errno) +
                       " (is gpon_softonu loaded, and are you root?)");
     __u32 on = 1;
-    control(SOFTONU_IOC_SET_REPORT, &on, "report mapping calls");
+    opened.control(SOFTONU_IOC_SET_REPORT, &on, "report mapping calls");
+    return opened;
 }
 
 soft_onu::~soft_onu()
 {
+    if (!device_)
+        return;
     __u32 off = 0;
     ioctl(device_.get(), SOFTONU_IOC_SET_REPORT, &off);
 }

@@ -12,10 +12,10 @@ namespace gponflow {
 class soft_onu {
 public:
     /// Opens the device. Mapping calls are then reported in the kernel log.
-    soft_onu();
+    [[nodiscard]] static soft_onu open();
     ~soft_onu();
-    soft_onu(const soft_onu&) = delete;
-    soft_onu& operator=(const soft_onu&) = delete;
+    soft_onu(soft_onu&&) = default;
+    soft_onu& operator=(soft_onu&&) = delete;
 
     /// Nothing when only the hook record of the platform itself is registered.
     [[nodiscard]] std::optional<hook_answer> hook(const packet_options& options,
@@ -24,6 +24,8 @@ public:
     void set_queue_mapping(const pointer_setting& setting);
 
 private:
+    explicit soft_onu(descriptor device) : device_(std::move(device)) {}
+
     void control(unsigned long request, void* argument, const char* action);
 
     descriptor device_;

@@ -16,7 +16,8 @@ namespace gponflow {
 
 namespace {
 
-// Counts hits, which the module does not: the log of each frame shows learning and replay.
+// Counts hits, as the rules of the host platform do not: each frame has an event for learning or
+// replay.
 class counting_run final : public captured_run {
 public:
     using captured_run::captured_run;
@@ -28,12 +29,12 @@ public:
 private:
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        hook_in_detail(options, frame.data);
         const flow_key key = key_of(options, frame.data);
-        if (log().find("[gpon_hash_add_node][") != std::string::npos)
-            watch.rules[key] = {now(), false, 0, {}};
-        else if (log().find("]: Rule already exist!") != std::string::npos)
-            watch.rules[key].hits = watch.rules[key].hits.value_or(0) + 1;
+        for (const gpon_trace_record& event : traced_hook(options, frame.data).events)
+            if (event.point == GPON_TRACEPOINT_RULE_LEARN)
+                watch.rules[key] = {now(), false, 0, {}};
+            else if (event.point == GPON_TRACEPOINT_RULE_HIT)
+                watch.rules[key].hits = watch.rules[key].hits.value_or(0) + 1;
     }
 };
 

@@ -7,10 +7,9 @@
 
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
+#include "tool/explain/event_reader.h"
 #include "tool/explain/fault.h"
-#include "tool/explain/replay.h"
 #include "tool/explain/tagging_entry.h"
-#include "tool/explain/walk_reader.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 
@@ -18,22 +17,20 @@ namespace gponflow {
 
 namespace {
 
-// The rest of a replayed rule's steps may be left over from a branch that was given up, and names
-// no instance.
-std::vector<me_id> way_of(const walk_story& story)
+std::vector<me_id> way_of(const walk_record& walk)
 {
     std::vector<me_id> way;
-    for (const walk_step& step : story.steps)
-        if (step.passed && !(story.replayed && step.at.instance == 0))
+    for (const walk_step& step : walk.steps)
+        if (step.passed)
             way.push_back(step.at);
     return way;
 }
 
 // The bridge that the frame crossed: a walk ends at its last port, a replay begins at its own.
-std::string bridge_text(const walk_story& story, const line_model& entities)
+std::string bridge_text(const walk_record& walk, const line_model& entities)
 {
-    std::vector<me_id> way = way_of(story);
-    if (!story.replayed)
+    std::vector<me_id> way = way_of(walk);
+    if (!walk.replayed)
         std::ranges::reverse(way);
     const auto port = std::ranges::find(way, me_class::mbpcd, &me_id::class_id);
     const me_instance* me = port == way.end() ? nullptr : entities.find(*port);
@@ -108,15 +105,15 @@ private:
         path_summary path;
         path.fate = fate_of(explained);
         path.outcome = outcome_of(explained, path.fate);
-        path.replayed = explained.story.replayed;
-        path.way = way_of(explained.story);
+        path.replayed = explained.walk.replayed;
+        path.way = way_of(explained.walk);
         return path;
     }
 
     void count_discarded(explanation explained, const std::string& place)
     {
         explained.answer = hook_answer{0, 1, 0, 0};
-        explained.story.ran = true;
+        explained.walk.ran = true;
         if (const flow_row row = count(summary_of(explained), explained, place); is_new_drop(row))
             add_drop(std::move(explained), row);
     }
@@ -126,13 +123,10 @@ private:
         return options.kind == GPON_API_DOWN_ANI && !data_.entities.tag_operations().empty();
     }
 
-    void read_story(explanation& explained)
+    void read_call(const traced_call& call, explanation& explained) const
     {
-        const bytes& frame = explained.tagging.frame;
-        explained.story = read_walk(log(), data_.entities, &frame);
-        // The operations behind the hook call are those of all instances on the path.
-        if (explained.story.replayed && has_operations_behind(explained.input.options))
-            name_replay(explained.story, *this, explained.input.options, frame);
+        explained.answer = call.answer;
+        explained.walk = read_events(call.events, data_.entities, &explained.tagging.frame);
     }
 
     // A frame that passed may be discarded on its path to each UNI.
@@ -154,8 +148,7 @@ private:
         const packet_options& options = explained.input.options;
         const path_call call = hook_by_path(options, explained.tagging.frame);
         if (call.first) {
-            explained.answer = call.answer;
-            read_story(explained);
+            read_call(call.call, explained);
             paths_.push_back(summary_of(explained));
         }
         const path_summary& path = paths_.at(call.path);
@@ -166,8 +159,7 @@ private:
             return;
         if (!call.first) {
             // The call may be repeated: the walk drops the frame again, or its rule exists.
-            explained.answer = hook_in_detail(options, explained.tagging.frame);
-            read_story(explained);
+            read_call(traced_hook(options, explained.tagging.frame), explained);
         }
         add_drop(std::move(explained), row);
     }
@@ -213,7 +205,7 @@ private:
 
     static frame_fate fate_of(const explanation& explained)
     {
-        if (!explained.answer || !explained.story.ran)
+        if (!explained.answer || !explained.walk.ran)
             return frame_fate::untouched;
         return explained.answer->api_result == 0 ? frame_fate::passed : frame_fate::dropped;
     }
@@ -225,9 +217,9 @@ private:
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
-            return drop_reason(explained.story, data_.entities,
+            return drop_reason(explained.walk, data_.entities,
                                read_header(frame_at_hook(explained)));
-        const std::string bridge = bridge_text(explained.story, data_.entities);
+        const std::string bridge = bridge_text(explained.walk, data_.entities);
         switch (explained.input.options.kind) {
         case 0:
         case 3:
@@ -239,7 +231,8 @@ private:
         }
     }
 
-    // A replay logs only some of its steps; the walk that learnt the rule logged all.
+    // A rule may end in steps that are left over from an abandoned branch; the walk that learnt it
+    // had none.
     std::vector<me_id> whole_way(const flow_row& row, const path_summary& path)
     {
         flow_key key = row.key;

@@ -66,8 +66,8 @@ std::string cause(const drop_row& drop)
     const std::string names = filters_in_words(deciders, example.entities);
     if (deciders.front().class_id == me_class::vtfd)
         return names + (deciders.size() > 1 ? " drop them" : " drops them");
-    const std::vector<size_t> ends = deepest_dead_ends(example.story);
-    return "the path ends at " + names + ": " + example.story.steps[ends.front()].dead_end;
+    const std::vector<size_t> ends = deepest_dead_ends(example.walk);
+    return "the path ends at " + names + ": " + example.walk.steps[ends.front()].dead_end;
 }
 
 std::string vlans_in_words(const std::vector<vlan_tag>& tags)
@@ -122,8 +122,8 @@ std::vector<me_id> deciding_entities(const explanation& explained)
             result.push_back(id);
     if (!result.empty())
         return result;
-    for (const size_t end : deepest_dead_ends(explained.story)) {
-        const me_id id = decider(explained.story.steps[end], explained.entities);
+    for (const size_t end : deepest_dead_ends(explained.walk)) {
+        const me_id id = decider(explained.walk.steps[end], explained.entities);
         if (std::ranges::find(result, id) == result.end())
             result.push_back(id);
     }
@@ -134,17 +134,17 @@ std::pair<explanation, size_t> without_like_branches(const explanation& explaine
 {
     constexpr size_t most_steps = 40;
     explanation result = explained;
-    const walk_story& story = explained.story;
-    const std::vector<size_t> ends = deepest_dead_ends(story);
-    if (story.steps.size() <= most_steps)
+    const walk_record& walk = explained.walk;
+    const std::vector<size_t> ends = deepest_dead_ends(walk);
+    if (walk.steps.size() <= most_steps)
         return {std::move(result), 0};
     std::set<size_t> kept;
     for (size_t i = 0; i < std::min(most, ends.size()); ++i)
-        for (const size_t step : branch_to(story, ends[i]))
+        for (const size_t step : branch_to(walk, ends[i]))
             kept.insert(step);
-    result.story.steps.clear();
+    result.walk.steps.clear();
     for (const size_t step : kept)
-        result.story.steps.push_back(story.steps[step]);
+        result.walk.steps.push_back(walk.steps[step]);
     return {std::move(result), ends.size() - std::min(most, ends.size())};
 }
 

@@ -23,7 +23,7 @@ namespace gponflow {
 /// if it drops the frame, else the last instance of the branch.
 [[nodiscard]] std::vector<me_id> deciding_entities(const explanation& explained);
 
-/// The same story with at most `most` of the deepest branches, and the number of those left out.
+/// The same walk with at most `most` of the deepest branches, and the number of those left out.
 /// Short stories stay whole.
 [[nodiscard]] std::pair<explanation, size_t> without_like_branches(const explanation& explained,
                                                                    size_t most);

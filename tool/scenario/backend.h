@@ -8,7 +8,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/api/tracepoint.h"
 #include "tool/scenario/command.h"
 
 namespace gponflow {
@@ -29,15 +31,20 @@ struct backend_event {
 };
 using backend_sink = std::function<void(const backend_event&)>;
 
-/// Chooses levelled messages of the module's log by their tag and the name of the function that
-/// logs.
-using log_filter = bool (*)(std::string_view tag, std::string_view function);
-
 struct hook_answer {
     int ret = 0;
     int api_result = 0;
     uint16_t gem = 0;   ///< of the packet, as the call left it
     uint32_t flags = 0; ///< the same, the flag word
+};
+
+/// A hook call with the trace events of its frame, in their order. Addresses in the events are only
+/// for comparison.
+struct traced_call {
+    std::optional<hook_answer> answer;
+    std::vector<gpon_trace_record> events;
+    bool lost = false;   ///< the kernel dropped events
+    bool others = false; ///< other frames with the same addresses and tags came at the same time
 };
 
 /// Where the rule table has the rule of a frame.
@@ -65,10 +72,6 @@ public:
     /// Receives the events of the following calls; null removes the sink.
     virtual void set_sink(backend_sink sink) = 0;
 
-    /// Messages for which the function returns false may be missing from the events, to save time.
-    /// Null: all messages are events.
-    virtual void set_log_filter(log_filter) {}
-
     /// init_module; nothing when it panicked. Refuses when the module is loaded.
     virtual std::optional<int> load() = 0;
     /// cleanup_module. Refuses when the module is not loaded.
@@ -76,6 +79,9 @@ public:
 
     /// One hook call; without frame the packet pointer is null.
     virtual std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) = 0;
+    /// The same with its trace events. A frame with a rule has an event for each step of it, also
+    /// if its outcome is remembered.
+    virtual traced_call traced_hook(const packet_options& options, const bytes& frame) = 0;
     /// What a hook call would find; marks a stored rule as used, as the call does. Nothing if the
     /// backend cannot look into the table, or if the call would not use it.
     [[nodiscard]] virtual std::optional<rule_place> find_rule(const packet_options&, const bytes&)

@@ -2,7 +2,6 @@
 #include "tool/scenario/captured_run.h"
 
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include "tool/scenario/control.h"
@@ -64,23 +63,11 @@ struct captured_run::visitor {
     }
 };
 
-namespace {
-
-// Without the traces of lookups among the instances. A walk does one for each pair of bridge ports
-// of a bridge and of a line, so they are most of the log of a large line.
-bool is_of_a_path(std::string_view tag, std::string_view function)
-{
-    return tag != "***TRACE***" ||
-           !(function.starts_with("gpon_flow_list_") || function.ends_with("_get_related_id"));
-}
-
-} // namespace
-
 captured_run::captured_run(backend& target) : target_(target)
 {
     target_.set_sink([this](const backend_event& event) {
-        if (event.type == backend_event::kind::log)
-            log_ += event.text;
+        if (event.type == backend_event::kind::log && output_)
+            *output_ += event.text;
         else if (event.type == backend_event::kind::lost)
             lost_ = true;
     });
@@ -109,31 +96,17 @@ exit_status captured_run::run(const scenario& input, std::ostream& diagnostics)
     return status_ok;
 }
 
-std::optional<hook_answer> captured_run::hook_in_detail(const packet_options& options,
-                                                        const bytes& frame)
-{
-    target_.proc_write("set debug_level 7");
-    log_.clear();
-    const std::optional<hook_answer> answer = target_.hook(options, &frame);
-    std::string output = std::move(log_);
-    target_.proc_write("set debug_level 0");
-    log_ = std::move(output);
-    return answer;
-}
-
 captured_run::path_call captured_run::hook_by_path(const packet_options& options,
                                                    const bytes& frame)
 {
     const std::optional<rule_place> place = place_of(options, frame);
     std::string key = place ? path_memory::key_of(options, frame, *place) : std::string();
     if (const path_memory::path* known = place ? paths_.find(key) : nullptr)
-        return {repeat(*known, *place, options, frame), known->number, false};
-    target_.set_log_filter(is_of_a_path);
-    const path_call call{hook_in_detail(options, frame), path_count_++, true};
-    target_.set_log_filter(nullptr);
+        return {{repeat(*known, *place, options, frame), {}}, known->number, false};
+    path_call result{traced_hook(options, frame), path_count_++, true};
     if (place)
-        paths_.add(std::move(key), {call.answer, call.path});
-    return call;
+        paths_.add(std::move(key), {result.call.answer, result.path});
+    return result;
 }
 
 // Of a replay, find_rule has had the only effect; a frame that is dropped has none.
@@ -145,27 +118,18 @@ std::optional<hook_answer> captured_run::repeat(const path_memory::path& known,
     return learns ? target_.hook(options, &frame) : known.answer;
 }
 
-std::optional<hook_answer> captured_run::hook(const packet_options& options, const bytes& frame)
-{
-    log_.clear();
-    return target_.hook(options, &frame);
-}
-
 std::optional<std::string> captured_run::query(std::string_view line)
 {
-    std::string before = std::exchange(log_, {});
-    std::optional<long> answer = target_.proc_write(line);
-    if (!answer) {
-        debug_command words;
-        std::istringstream rest{std::string(line)};
-        for (std::string word; rest >> word;)
-            words.words.push_back(word);
-        answer = send(target_, words);
+    output_.emplace();
+    std::optional<long> answer;
+    try {
+        answer = send_line(target_, line);
+    } catch (const refusal&) {
+        output_.reset();
+        throw;
     }
-    std::string output = std::exchange(log_, std::move(before));
-    if (!answer)
-        return {};
-    return output;
+    std::optional<std::string> output = std::exchange(output_, {});
+    return answer ? output : std::nullopt;
 }
 
 void captured_run::on_load()

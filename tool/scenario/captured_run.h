@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Runs the commands of a scenario without a transcript and captures the log of the module.
+// Runs the commands of a scenario without a transcript.
 #pragma once
 
 #include <iosfwd>
@@ -15,7 +15,7 @@
 
 namespace gponflow {
 
-/// Captures the log of the module while commands run. expect and echo are skipped. Derived classes
+/// Runs commands for programs that read their effect. expect and echo are skipped. Derived classes
 /// override the on_ functions of the commands that they handle. The object owns the sink of the
 /// backend during its lifetime.
 class captured_run {
@@ -32,25 +32,22 @@ public:
     /// run.
     void show_progress() { progress_ = true; }
 
-    /// One hook call with all log levels on; log() then holds the log of the call. Throws refusal.
-    std::optional<hook_answer> hook_in_detail(const packet_options& options, const bytes& frame);
+    /// One hook call with the events of its frame. Throws refusal.
+    [[nodiscard]] traced_call traced_hook(const packet_options& options, const bytes& frame)
+    {
+        return target_.traced_hook(options, frame);
+    }
 
     /// A hook call of which only the path matters.
     struct path_call {
-        std::optional<hook_answer> answer;
-        size_t path = 0;    ///< frames with the same number have the same log
+        traced_call call;   ///< has events if it is the first
+        size_t path = 0;    ///< frames with the same number have the same path
         bool first = false; ///< of this number, which is the count of numbers so far
     };
 
-    /// Like hook_in_detail for the first frame of a path; log() then holds the log of the call,
-    /// which may lack traces of lookups among the instances.
-    /// The state of the module after other frames is the same, but the call is left out if it has
-    /// no effect. Throws refusal.
+    /// Like traced_hook for the first frame of a path. The state of the module after other frames
+    /// is the same, but the call is left out if it has no effect. Throws refusal.
     [[nodiscard]] path_call hook_by_path(const packet_options& options, const bytes& frame);
-
-    /// One hook call; log() then holds what was logged during the call. Throws refusal.
-    [[nodiscard]] std::optional<hook_answer> hook(const packet_options& options,
-                                                  const bytes& frame);
 
     /// Whether the kernel dropped log text since the last call of this function.
     [[nodiscard]] bool lost_lines() { return std::exchange(lost_, false); }
@@ -58,10 +55,6 @@ public:
     /// The output of an operator's command, written to the proc entry or, without one, to the
     /// character device. Nothing when neither exists. Throws refusal.
     [[nodiscard]] std::optional<std::string> query(std::string_view line);
-
-    /// What the module has logged since the last hook call of this class, or since clear_log.
-    [[nodiscard]] const std::string& log() const { return log_; }
-    void clear_log() { log_.clear(); }
 
 protected:
     virtual void on_load();
@@ -83,8 +76,8 @@ private:
 
     path_memory paths_;
     size_t path_count_ = 0;
-    bool faults_ = false; ///< some call fails: no frame is like another
-    std::string log_;
+    bool faults_ = false;               ///< some call fails: no frame is like another
+    std::optional<std::string> output_; ///< of the query that runs
     bool lost_ = false;
     bool progress_ = false;
 };

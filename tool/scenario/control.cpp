@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
+#include <string>
 
 #include "include/uapi/gpon_flow.h"
 
@@ -72,6 +74,17 @@ std::optional<long> send(backend& to, const ioctl_command& command)
     gpon_flow_cmd record{};
     record.cmd = command.cmd.value_or(0);
     return to.ioctl(command.number, command.cmd ? address(&record) : 0);
+}
+
+std::optional<long> send_line(backend& to, std::string_view line)
+{
+    if (const std::optional<long> result = to.proc_write(line))
+        return result;
+    debug_command words;
+    std::istringstream rest{std::string(line)};
+    for (std::string word; rest >> word;)
+        words.words.push_back(word);
+    return send(to, words);
 }
 
 } // namespace gponflow

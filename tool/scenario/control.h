@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "tool/scenario/backend.h"
 
@@ -15,5 +16,9 @@ std::optional<long> send(backend& to, const config_command& command);
 std::optional<long> send(backend& to, const debug_command& command);
 std::optional<long> send(backend& to, const clean_command& command);
 std::optional<long> send(backend& to, const ioctl_command& command);
+
+/// Writes an operator's command to the proc entry or, without one, to the character device. Nothing
+/// when neither exists. Throws refusal.
+[[nodiscard]] std::optional<long> send_line(backend& to, std::string_view line);
 
 } // namespace gponflow

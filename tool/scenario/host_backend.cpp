@@ -40,6 +40,26 @@ sk_buff packet_from(const packet_options& options, const bytes& frame)
     return packet;
 }
 
+// Records events and has each rule replayed, during the lifetime of this object.
+class event_recorder {
+public:
+    explicit event_recorder(std::vector<gpon_trace_record>& events)
+    {
+        gpon::host::set_remembered_outcomes(false);
+        gpon::host::set_tracer([&events](const gpon_trace_record& event) {
+            events.push_back(event);
+            events.back().command.text = nullptr;
+        });
+    }
+    ~event_recorder()
+    {
+        gpon::host::set_tracer(nullptr);
+        gpon::host::set_remembered_outcomes(true);
+    }
+    event_recorder(const event_recorder&) = delete;
+    event_recorder& operator=(const event_recorder&) = delete;
+};
+
 class host_backend final : public backend {
 public:
     host_backend() { gpon::host::reset(); }
@@ -48,7 +68,6 @@ public:
     ~host_backend() override
     {
         gpon::host::set_sink(nullptr);
-        gpon::host::set_log_filter(nullptr);
         gpon::host::reset();
     }
 
@@ -61,8 +80,6 @@ public:
             sink({log ? backend_event::kind::log : backend_event::kind::call, event.text});
         });
     }
-
-    void set_log_filter(log_filter wanted) override { gpon::host::set_log_filter(wanted); }
 
     std::optional<int> load() override
     {
@@ -88,6 +105,14 @@ public:
         if (!answer)
             return {};
         return hook_answer{answer->ret, answer->api_result, packet.gemport_id, packet.flag_word};
+    }
+
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        traced_call call;
+        const event_recorder recorder(call.events);
+        call.answer = hook(options, &frame);
+        return call;
     }
 
     std::optional<rule_place> find_rule(const packet_options& options, const bytes& frame) override

@@ -50,12 +50,6 @@ void reset();
  * sink are serialised. */
 void set_sink(event_sink sink);
 
-/* Chooses the levelled messages that become events, by their tag and by their first argument if it
- * is a text: most begin with the name of the function that logs. The others are not formatted. Null
- * chooses all. reset() does not change it. */
-using log_filter = bool (*)(std::string_view tag, std::string_view function);
-void set_log_filter(log_filter wanted);
-
 /* Loads and unloads the module. load returns the value of init_module, or no value after a panic;
  * after a panic only reset() may follow. */
 std::optional<int> load();

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include <atomic>
 #include <climits>
 #include <cstdarg>
-#include <cstring>
 #include <utility>
 
 #include "platform/host/context.h"
@@ -25,46 +23,8 @@ void drop_level_prefixes(std::string& text)
     text.erase(0, skipped);
 }
 
-std::atomic<log_filter> filter = nullptr;
-
-// The tag of a message is a print of its own. It waits until the text shows whether it is wanted.
-thread_local const char* held_tag = nullptr;
-
-// The first argument if it is a text.
-[[gnu::format(printf, 1, 0)]] const char* first_text(const char* text, va_list arguments)
-{
-    const char* conversion = std::strchr(text, '%');
-    if (!conversion || conversion[1] != 's')
-        return "";
-    va_list copy;
-    va_copy(copy, arguments);
-    const char* first = va_arg(copy, const char*);
-    va_end(copy);
-    return first;
-}
-
-[[gnu::format(printf, 2, 0)]] bool is_left_out(log_filter wanted, const char* text,
-                                               va_list arguments)
-{
-    const char* first = first_text(text, arguments);
-    if (std::strcmp(text, "%s") == 0 && first[0] == '*') {
-        held_tag = first;
-        return true;
-    }
-    const char* tag = std::exchange(held_tag, nullptr);
-    if (!tag)
-        return false;
-    if (!wanted(tag, first))
-        return true;
-    record(event::log, tag);
-    return false;
-}
-
 [[gnu::format(printf, 1, 0)]] int print(const char* text, va_list arguments)
 {
-    const log_filter wanted = filter.load(std::memory_order_relaxed);
-    if (wanted && is_left_out(wanted, text, arguments))
-        return 0;
     std::string line = format(text, arguments);
     drop_level_prefixes(line);
     const int length = static_cast<int>(line.size());
@@ -73,11 +33,6 @@ thread_local const char* held_tag = nullptr;
 }
 
 } // namespace
-
-void set_log_filter(log_filter wanted)
-{
-    filter.store(wanted, std::memory_order_relaxed);
-}
 
 } // namespace gpon::host
 

@@ -6,22 +6,22 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/explain/question.h"
+#include "tool/explain/frame_query.h"
 
 namespace gponflow {
 
-struct question_options {
-    frame_question question;
+struct query_options {
+    frame_query query;
     std::optional<uint8_t> priority;
-    bool asks = false; ///< an option of the question was given
+    bool asks = false; ///< an option of the query was given
 };
 
 /// Adds the options to a subcommand that has --pcap already. `into` lives as long as the
 /// subcommand.
-void add_question_options(CLI::App& sub, question_options& into);
+void add_query_options(CLI::App& sub, query_options& into);
 
 /// After parsing: joins --prio with --vlan. Throws CLI::ValidationError if one is without the
 /// other.
-void complete(question_options& asked);
+void complete(query_options& asked);
 
 } // namespace gponflow

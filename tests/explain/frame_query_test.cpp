@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/explain/question.h"
+#include "tool/explain/frame_query.h"
 
 #include <sstream>
 #include <stdexcept>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
-#include "tool/explain/answer_output.h"
+#include "tool/explain/path_output.h"
 #include "tool/scenario/host_backend.h"
 
 namespace gponflow {
@@ -28,42 +28,42 @@ const std::string two_bridges =
     "vlanFilterNums=2\n";
 
 struct answered {
-    line_answer answer;
+    frame_path answer;
     verdict result;
     std::string text;
 };
 
-answered ask(const std::string& line, const frame_question& question)
+answered ask(const std::string& line, const frame_query& query)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(line), out), status_ok);
-    line_answer answer = answer_question(question, session);
-    print_answer(answer, {.name = "line.scn"}, out);
+    frame_path answer = trace_frame(query, session);
+    print_path(answer, {.name = "line.scn"}, out);
     const verdict result = verdict_of(answer);
     return {std::move(answer), result, out.str()};
 }
 
-frame_question from_uni(uint16_t uni, std::optional<asked_tag> outer = {})
+frame_query from_uni(uint16_t uni, std::optional<query_tag> outer = {})
 {
-    frame_question question;
-    question.uni = uni;
-    question.outer = outer;
-    return question;
+    frame_query query;
+    query.uni = uni;
+    query.outer = outer;
+    return query;
 }
 
-std::string complaint_about(const std::string& line, const frame_question& question)
+std::string complaint_about(const std::string& line, const frame_query& query)
 {
     try {
-        ask(line, question);
+        ask(line, query);
     } catch (const std::runtime_error& why) {
         return why.what();
     }
     return "no complaint";
 }
 
-TEST(question, dropped_frame_without_tags_is_called_untagged)
+TEST(query, dropped_frame_without_tags_is_called_untagged)
 {
     const std::string line = good_line + "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 "
                                          "vlanFilterList=100 forwardOperation=0x10 "
@@ -71,18 +71,18 @@ TEST(question, dropped_frame_without_tags_is_called_untagged)
     const std::string untagged = ask(line, from_uni(1)).text;
     EXPECT_NE(untagged.find("drops untagged frames; the frame is untagged.\n"), std::string::npos)
         << untagged;
-    const std::string tagged = ask(line, from_uni(1, asked_tag{7, 0})).text;
+    const std::string tagged = ask(line, from_uni(1, query_tag{7, 0})).text;
     EXPECT_NE(tagged.find("; the frame has VLAN 7 priority 0.\n"), std::string::npos) << tagged;
 }
 
 // G.988 9.2.3: the pointer of a rate-controlled ONU names the T-CONT again.
-TEST(question, a_pointer_to_the_tcont_is_no_queue)
+TEST(query, a_pointer_to_the_tcont_is_no_queue)
 {
     const auto sentence = [](const std::string& queue) {
         std::string line = good_line;
         const std::string tcont = "tcontID=0x8000 direction=3";
         line.replace(line.find(tcont), tcont.size(), tcont + " trafficMgrPtrUp=0x8000");
-        return ask(line + queue, from_uni(1, asked_tag{100, 0})).result.sentence;
+        return ask(line + queue, from_uni(1, query_tag{100, 0})).result.sentence;
     };
     EXPECT_EQ(sentence(""),
               "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000).");
@@ -92,7 +92,7 @@ TEST(question, a_pointer_to_the_tcont_is_no_queue)
 }
 
 // Two CTPs may share a port-ID if each has its own direction.
-TEST(question, the_queue_is_that_of_the_upstream_ctp)
+TEST(query, the_queue_is_that_of_the_upstream_ctp)
 {
     std::string line = good_line;
     const std::string upstream = "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3";
@@ -102,14 +102,14 @@ TEST(question, the_queue_is_that_of_the_upstream_ctp)
                  "trafficMgrPtrUp=3");
     const std::string pointer = "gemCTPInstID=1";
     line.replace(line.find(pointer), pointer.size(), "gemCTPInstID=2");
-    EXPECT_EQ(ask(line, from_uni(1, asked_tag{100, 0})).result.sentence,
+    EXPECT_EQ(ask(line, from_uni(1, query_tag{100, 0})).result.sentence,
               "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000, "
               "PRIORITY_QUEUE 0x0003).");
 }
 
-TEST(question, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
+TEST(query, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 {
-    const answered found = ask(two_bridges, from_uni(2, asked_tag{300, 5}));
+    const answered found = ask(two_bridges, from_uni(2, query_tag{300, 5}));
     EXPECT_EQ(found.answer.halves.size(), 2u);
     EXPECT_EQ(found.result.outcome, line_outcome::passed);
     EXPECT_EQ(found.result.sentence,
@@ -139,9 +139,9 @@ TEST(question, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
               "port\n");
 }
 
-TEST(question, the_filter_in_the_bridge_of_the_uni_is_at_fault)
+TEST(query, the_filter_in_the_bridge_of_the_uni_is_at_fault)
 {
-    const answered found = ask(two_bridges, from_uni(2, asked_tag{300, 6}));
+    const answered found = ask(two_bridges, from_uni(2, query_tag{300, 6}));
     EXPECT_EQ(found.result.sentence,
               "The frame from UNI 2 is dropped: VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 "
               "(forwardOperation 0x14) passes only VLAN 300 priority 5, VLAN 300 priority 7; the "
@@ -158,101 +158,101 @@ TEST(question, the_filter_in_the_bridge_of_the_uni_is_at_fault)
         << found.text;
 }
 
-TEST(question, the_mapper_entry_is_at_fault)
+TEST(query, the_mapper_entry_is_at_fault)
 {
-    EXPECT_EQ(ask(two_bridges, from_uni(2, asked_tag{300, 7})).result.sentence,
+    EXPECT_EQ(ask(two_bridges, from_uni(2, query_tag{300, 7})).result.sentence,
               "The frame from UNI 2 is dropped: 802_1P_MAPPER 0x0002 of bridge 2 has no GEM IW TP "
               "for priority 7 (pbit_GemIWTP 0xffff); the frame has VLAN 300 priority 7.");
 }
 
-TEST(question, a_frame_that_leaves_from_another_bridge_is_noted)
+TEST(query, a_frame_that_leaves_from_another_bridge_is_noted)
 {
-    const answered found = ask(two_bridges, from_uni(2, asked_tag{100, 0}));
+    const answered found = ask(two_bridges, from_uni(2, query_tag{100, 0}));
     ASSERT_EQ(found.result.notes.size(), 1u);
     EXPECT_EQ(found.result.notes[0],
               "The frame entered bridge 2 and leaves from bridge 1: the hook "
               "call that chooses the GEM port has no information about the UNI.");
 }
 
-TEST(question, a_bridge_without_ani_side_is_at_fault)
+TEST(query, a_bridge_without_ani_side_is_at_fault)
 {
     const std::string line =
         good_line + "me create MAC_BRIDGE_PORT_CON_DATA 0x0201 bridgeID=2 tpType=1 "
                     "tpPointer=0x0102\nme create MAC_BRIDGE_SERVICE_PROFILE 2\n"
                     "me set MAC_BRIDGE_PORT_CON_DATA 0x0201 bridgeID=2 tpType=1 tpPointer=0x0102\n";
-    EXPECT_EQ(ask(line, from_uni(2, asked_tag{300, 0})).result.sentence,
+    EXPECT_EQ(ask(line, from_uni(2, query_tag{300, 0})).result.sentence,
               "The frame from UNI 2 is dropped: MAC_BRIDGE_SERVICE_PROFILE 0x0002 has no port on "
               "the ANI side; the frame has VLAN 300 priority 0.");
 }
 
-TEST(question, a_frame_of_a_gem_port_goes_down_to_the_unis_of_its_bridge)
+TEST(query, a_frame_of_a_gem_port_goes_down_to_the_unis_of_its_bridge)
 {
-    frame_question question;
-    question.gem = 1025;
-    question.outer = {100, 0};
-    const answered found = ask(two_bridges, question);
+    frame_query query;
+    query.gem = 1025;
+    query.outer = {100, 0};
+    const answered found = ask(two_bridges, query);
     EXPECT_EQ(found.result.sentence,
               "The frame passes from GEM port 1025 into bridge 1, towards UNI 1.");
-    question.outer = {101, 0};
-    EXPECT_EQ(ask(two_bridges, question).result.sentence,
+    query.outer = {101, 0};
+    EXPECT_EQ(ask(two_bridges, query).result.sentence,
               "The frame from GEM port 1025 is dropped: VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 "
               "(forwardOperation 0x04) passes only VLAN 100; the frame has VLAN 101 priority 0.");
 }
 
-TEST(question, an_entry_that_the_line_does_not_have_is_named)
+TEST(query, an_entry_that_the_line_does_not_have_is_named)
 {
     EXPECT_EQ(complaint_about(two_bridges, from_uni(7)),
               "UNI 7 does not exist: the UNIs of the line are 1 (PPTP_ETHERNET_UNI 0x0101), 2 "
               "(PPTP_ETHERNET_UNI 0x0102)");
     EXPECT_EQ(complaint_about("load\n", from_uni(1)), "UNI 1 does not exist: the line has no UNI");
-    frame_question question;
-    EXPECT_TRUE(complaint_about(two_bridges, question)
+    frame_query query;
+    EXPECT_TRUE(complaint_about(two_bridges, query)
                     .starts_with("no entry for the frame: add "
                                  "--uni"));
-    question.gem = 7;
-    EXPECT_EQ(complaint_about(two_bridges, question),
+    query.gem = 7;
+    EXPECT_EQ(complaint_about(two_bridges, query),
               "no GEM_PORT_CTP has the GEM port 7 (portID): the GEM ports of the line are 1025, "
               "1026");
 }
 
-TEST(question, an_engine_that_is_off_is_named)
+TEST(query, an_engine_that_is_off_is_named)
 {
     const answered found =
-        ask(two_bridges + "hook kind=switch param=0\n", from_uni(1, asked_tag{100, 0}));
+        ask(two_bridges + "hook kind=switch param=0\n", from_uni(1, query_tag{100, 0}));
     EXPECT_EQ(found.result.outcome, line_outcome::not_classified);
     EXPECT_EQ(found.result.sentence, "The frame is not classified: the engine is disabled (hook "
                                      "kind=switch param=1 enables it).");
 }
 
-TEST(question, frames_are_built_from_their_fields)
+TEST(query, frames_are_built_from_their_fields)
 {
-    frame_question question = from_uni(1, asked_tag{500, 1});
-    question.inner = {10, 3};
-    question.tpid = 0x88a8;
-    question.source = "02:00:00:00:01:07";
-    question.dscp = 46;
-    EXPECT_EQ(header_text(read_header(frame_of(question))),
+    frame_query query = from_uni(1, query_tag{500, 1});
+    query.inner = {10, 3};
+    query.tpid = 0x88a8;
+    query.source = "02:00:00:00:01:07";
+    query.dscp = 46;
+    EXPECT_EQ(header_text(read_header(frame_of(query))),
               "02:00:00:00:01:07 to 02:00:00:00:00:01, VLAN 500 priority 1 (TPID 0x88a8), inner "
               "VLAN 10 priority 3, IPv4, DSCP 46, 60 bytes");
-    question.ethertype = 0x86dd;
-    EXPECT_EQ(read_header(frame_of(question)).dscp, 46);
-    question.outer.reset();
-    EXPECT_THROW(frame_of(question), std::runtime_error);
-    question = {};
-    question.source = "02:00";
-    EXPECT_THROW(frame_of(question), std::runtime_error);
-    question.source = "zz:00:00:00:00:00";
-    EXPECT_THROW(frame_of(question), std::runtime_error);
+    query.ethertype = 0x86dd;
+    EXPECT_EQ(read_header(frame_of(query)).dscp, 46);
+    query.outer.reset();
+    EXPECT_THROW(frame_of(query), std::runtime_error);
+    query = {};
+    query.source = "02:00";
+    EXPECT_THROW(frame_of(query), std::runtime_error);
+    query.source = "zz:00:00:00:00:00";
+    EXPECT_THROW(frame_of(query), std::runtime_error);
 }
 
 // Fields that are not in the capture are reported, not guessed.
-TEST(question, a_frame_that_the_capture_cut_has_a_note)
+TEST(query, a_frame_that_the_capture_cut_has_a_note)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(good_line), out), status_ok);
-    line_answer answer = answer_question(from_uni(1), session);
+    frame_path answer = trace_frame(from_uni(1), session);
     answer.frame.data.resize(13);
     answer.frame.wire_length = 298;
     const verdict result = verdict_of(answer);

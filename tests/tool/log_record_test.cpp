@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/live/kernel_log.h"
+#include "tool/live/log_record.h"
 
 #include <functional>
 #include <string>
@@ -19,14 +19,14 @@ using gponflow::reported_call;
 
 std::string text_of(std::string_view record)
 {
-    log_record read{.text = "untouched"};
-    return read_log_record(record, read) ? read.text : "not a record";
+    const auto read = read_log_record(record);
+    return read ? read->text : "not a record";
 }
 
 bool continues(std::string_view record)
 {
-    log_record read;
-    return read_log_record(record, read) && read.continues;
+    const auto read = read_log_record(record);
+    return read && read->continues;
 }
 
 std::vector<std::string> lines_of(const std::vector<log_record>& records)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/explain/question.h"
+#include "tool/explain/frame_query.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -45,36 +45,36 @@ void append_address(bytes& to, const char* option, const std::string& text, uint
     to.insert(to.end(), address.begin(), address.end());
 }
 
-void append_tag(bytes& to, uint16_t tpid, const asked_tag& tag)
+void append_tag(bytes& to, uint16_t tpid, const query_tag& tag)
 {
     append(to, tpid);
     append(to, static_cast<unsigned>(tag.priority) << 13 | tag.vlan);
 }
 
 // The header that a mapper reads the DSCP from.
-void append_ip(bytes& to, const frame_question& question)
+void append_ip(bytes& to, const frame_query& query)
 {
-    if (question.ethertype == type_ipv4) {
+    if (query.ethertype == type_ipv4) {
         to.push_back(0x45);
-        to.push_back(static_cast<uint8_t>(question.dscp << 2));
-    } else if (question.ethertype == type_ipv6) {
-        append(to, 0x6000u | static_cast<unsigned>(question.dscp) << 6);
+        to.push_back(static_cast<uint8_t>(query.dscp << 2));
+    } else if (query.ethertype == type_ipv6) {
+        append(to, 0x6000u | static_cast<unsigned>(query.dscp) << 6);
     }
 }
 
-captured_frame built_frame(const frame_question& question)
+captured_frame built_frame(const frame_query& query)
 {
-    if (question.inner && !question.outer)
+    if (query.inner && !query.outer)
         throw std::runtime_error("an inner tag needs an outer one: add --vlan");
     bytes frame;
-    append_address(frame, "--dst", question.destination, 1);
-    append_address(frame, "--src", question.source, 2);
-    if (question.outer)
-        append_tag(frame, question.tpid, *question.outer);
-    if (question.inner)
-        append_tag(frame, 0x8100, *question.inner);
-    append(frame, question.ethertype);
-    append_ip(frame, question);
+    append_address(frame, "--dst", query.destination, 1);
+    append_address(frame, "--src", query.source, 2);
+    if (query.outer)
+        append_tag(frame, query.tpid, *query.outer);
+    if (query.inner)
+        append_tag(frame, 0x8100, *query.inner);
+    append(frame, query.ethertype);
+    append_ip(frame, query);
     frame.resize(std::max(frame.size(), least_frame));
     return captured_frame(std::move(frame));
 }
@@ -142,12 +142,12 @@ packet_options entry_of_gem(uint16_t gem, const line_model& entities)
     return options;
 }
 
-packet_options entry_of(const frame_question& question, const line_model& entities)
+packet_options entry_of(const frame_query& query, const line_model& entities)
 {
-    if (question.uni)
-        return entry_of_uni(*question.uni, entities);
-    if (question.gem)
-        return entry_of_gem(*question.gem, entities);
+    if (query.uni)
+        return entry_of_uni(*query.uni, entities);
+    if (query.gem)
+        return entry_of_gem(*query.gem, entities);
     throw std::runtime_error(
         "no entry for the frame: add --uni for a frame of the subscriber, or --gem for a frame "
         "of the OLT; " +
@@ -156,7 +156,7 @@ packet_options entry_of(const frame_question& question, const line_model& entiti
 
 bool passed(const explanation& half)
 {
-    return half.answer && half.answer->api_result == 0 && half.story.ran &&
+    return half.answer && half.answer->api_result == 0 && half.walk.ran &&
            !is_discarded(leaving_frames(half));
 }
 
@@ -164,9 +164,9 @@ bool passed(const explanation& half)
 std::optional<uint16_t> bridge_of_half(const explanation& half)
 {
     std::optional<uint16_t> found;
-    for (const walk_step& step : half.story.steps)
+    for (const walk_step& step : half.walk.steps)
         if (const auto bridge = step.passed ? bridge_of(half.entities, step.at) : std::nullopt)
-            if (!found || !half.story.replayed)
+            if (!found || !half.walk.replayed)
                 found = bridge;
     return found;
 }
@@ -184,10 +184,9 @@ void leave_out_repeated(const carried_frame& first, carried_frame& second)
 
 } // namespace
 
-captured_frame frame_of(const frame_question& question)
+captured_frame frame_of(const frame_query& query)
 {
-    return question.capture.empty() ? built_frame(question)
-                                    : numbered_frame(question.capture, question.number);
+    return query.capture.empty() ? built_frame(query) : numbered_frame(query.capture, query.number);
 }
 
 std::vector<uni_port> uni_ports(const line_model& entities)
@@ -202,22 +201,22 @@ std::vector<uni_port> uni_ports(const line_model& entities)
     return ports;
 }
 
-line_answer answer_question(const frame_question& question, explain_session& session)
+frame_path trace_frame(const frame_query& query, explain_session& session)
 {
-    line_answer answer{question, frame_of(question), {}, {}};
-    packet_options options = entry_of(question, session.entities());
+    frame_path path{query, frame_of(query), {}, {}};
+    packet_options options = entry_of(query, session.entities());
     // As a frame of a capture: both hook calls get it through the operations before them.
-    answer.frame.number = std::max<size_t>(answer.frame.number, 1);
-    answer.halves.push_back(session.explain({options, answer.frame}));
-    answer.bridge = bridge_of_half(answer.halves.front());
-    if (!passed(answer.halves.front()))
-        return answer;
-    options.kind = question.uni ? GPON_API_UP_ANI : GPON_API_DOWN_UNI;
-    explanation second = session.explain({options, answer.frame});
-    if (question.uni)
-        leave_out_repeated(answer.halves.front().tagging, second.tagging);
-    answer.halves.push_back(std::move(second));
-    return answer;
+    path.frame.number = std::max<size_t>(path.frame.number, 1);
+    path.halves.push_back(session.explain({options, path.frame}));
+    path.bridge = bridge_of_half(path.halves.front());
+    if (!passed(path.halves.front()))
+        return path;
+    options.kind = query.uni ? GPON_API_UP_ANI : GPON_API_DOWN_UNI;
+    explanation second = session.explain({options, path.frame});
+    if (query.uni)
+        leave_out_repeated(path.halves.front().tagging, second.tagging);
+    path.halves.push_back(std::move(second));
+    return path;
 }
 
 } // namespace gponflow

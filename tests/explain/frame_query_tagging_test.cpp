@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// One question from the UNI to the GEM port on a line with tagging operations. Untagged frames get
+// One query from the UNI to the GEM port on a line with tagging operations. Untagged frames get
 // VLAN 100, VLAN 5 becomes 200, VLAN 666 is discarded.
 #include <sstream>
 
@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/explain/lines.h"
-#include "tool/explain/answer_output.h"
+#include "tool/explain/path_output.h"
 #include "tool/scenario/host_backend.h"
 
 namespace gponflow {
@@ -24,22 +24,22 @@ const std::string carried_line =
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n"
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000814d0000c00f0000000f0000\n";
 
-std::string answer_text(const std::string& text, const frame_question& question)
+std::string answer_text(const std::string& text, const frame_query& query)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(text), out), status_ok);
-    print_answer(answer_question(question, session), {.name = "test.scn"}, out);
+    print_path(trace_frame(query, session), {.name = "test.scn"}, out);
     return out.str();
 }
 
-frame_question from_uni_1(std::optional<asked_tag> tag)
+frame_query from_uni_1(std::optional<query_tag> tag)
 {
-    frame_question question;
-    question.uni = 1;
-    question.outer = tag;
-    return question;
+    frame_query query;
+    query.uni = 1;
+    query.outer = tag;
+    return query;
 }
 
 TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
@@ -58,13 +58,13 @@ TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
 
 TEST(question_tagging, a_drop_is_put_down_to_the_rewritten_tags)
 {
-    EXPECT_THAT(answer_text(carried_line, from_uni_1(asked_tag{5, 3})),
+    EXPECT_THAT(answer_text(carried_line, from_uni_1(query_tag{5, 3})),
                 HasSubstr("the frame has VLAN 200"));
 }
 
 TEST(question_tagging, a_discarding_row_is_named)
 {
-    EXPECT_THAT(answer_text(carried_line, from_uni_1(asked_tag{666, 0})),
+    EXPECT_THAT(answer_text(carried_line, from_uni_1(query_tag{666, 0})),
                 HasSubstr("The frame from UNI 1 is dropped: the tagging operation "
                           "VLAN_TAG_EXTEND_OPERATE 0x0001 of "
                           "PPTP_ETHERNET_UNI 0x0101 discards the frame: single-tagged, VLAN 666: "
@@ -99,10 +99,10 @@ TEST(question_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
 
 TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
 {
-    frame_question question;
-    question.gem = 1025;
-    question.outer = asked_tag{100, 0};
-    EXPECT_THAT(answer_text(carried_line, question),
+    frame_query query;
+    query.gem = 1025;
+    query.outer = query_tag{100, 0};
+    EXPECT_THAT(answer_text(carried_line, query),
                 HasSubstr("to PPTP_ETHERNET_UNI 0x0101\n"
                           "  arrives as VLAN 100 priority 0\n"
                           "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
@@ -110,12 +110,12 @@ TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
                           "  leaves as untagged\n"));
 }
 
-frame_question from_gem_1025(asked_tag tag)
+frame_query from_gem_1025(query_tag tag)
 {
-    frame_question question;
-    question.gem = 1025;
-    question.outer = tag;
-    return question;
+    frame_query query;
+    query.gem = 1025;
+    query.outer = tag;
+    return query;
 }
 
 // Mode 8 discards each frame at UNI 1, the only one of bridge 1.
@@ -163,7 +163,7 @@ TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
         "be interpreted: reserved value: inner filter priority 9.\n";
     const std::string text = answer_text(
         line + "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000ffffffffffffffff\n",
-        from_uni_1(asked_tag{5, 0}));
+        from_uni_1(query_tag{5, 0}));
     EXPECT_THAT(text, HasSubstr(note));
     // Untagged -> 100:0 is tried after the row, whose result 100:0 may be, too.
     EXPECT_THAT(answer_text(line, from_gem_1025({100, 0})), HasSubstr(note));
@@ -188,7 +188,7 @@ TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(discarded_downstream), out), status_ok);
-    print_answer_json(answer_question(from_gem_1025({100, 0}), session), "test.scn", out);
+    print_path_json(trace_frame(from_gem_1025({100, 0}), session), "test.scn", out);
     const auto document = nlohmann::json::parse(out.str());
     EXPECT_EQ(document["outcome"], "dropped");
     EXPECT_EQ(document["faults"][0]["class"], "VLAN_TAG_EXTEND_OPERATE");
@@ -200,7 +200,7 @@ TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
 TEST(question_tagging, an_operation_without_a_place_is_a_note)
 {
     EXPECT_THAT(answer_text(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
-                            from_uni_1(asked_tag{100, 0})),
+                            from_uni_1(query_tag{100, 0})),
                 HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not "
                           "applied: its association is not known.\n"));
 }

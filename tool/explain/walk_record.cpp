@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/explain/walk_story.h"
+#include "tool/explain/walk_record.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace gponflow {
 
-std::vector<size_t> deepest_dead_ends(const walk_story& story)
+std::vector<size_t> deepest_dead_ends(const walk_record& walk)
 {
     // A step with a decision is more informative than one without.
     const auto reach = [&](size_t i) {
-        return std::pair(story.steps[i].depth, !story.steps[i].decisions.empty());
+        return std::pair(walk.steps[i].depth, !walk.steps[i].decisions.empty());
     };
     std::vector<size_t> deepest;
-    for (size_t i = 0; i < story.steps.size(); ++i) {
-        if (story.steps[i].dead_end.empty())
+    for (size_t i = 0; i < walk.steps.size(); ++i) {
+        if (walk.steps[i].dead_end.empty())
             continue;
         if (!deepest.empty() && reach(i) > reach(deepest.front()))
             deepest.clear();
@@ -24,17 +24,17 @@ std::vector<size_t> deepest_dead_ends(const walk_story& story)
     return deepest;
 }
 
-std::optional<size_t> deepest_dead_end(const walk_story& story)
+std::optional<size_t> deepest_dead_end(const walk_record& walk)
 {
-    const std::vector<size_t> all = deepest_dead_ends(story);
+    const std::vector<size_t> all = deepest_dead_ends(walk);
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
-std::vector<size_t> branch_to(const walk_story& story, size_t last)
+std::vector<size_t> branch_to(const walk_record& walk, size_t last)
 {
     std::vector<size_t> branch = {last};
     for (size_t at = last; at-- > 0;)
-        if (story.steps[at].depth < story.steps[branch.back()].depth)
+        if (walk.steps[at].depth < walk.steps[branch.back()].depth)
             branch.push_back(at);
     std::ranges::reverse(branch);
     return branch;

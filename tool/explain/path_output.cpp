@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/explain/answer_output.h"
+#include "tool/explain/path_output.h"
 
 #include <algorithm>
 #include <ostream>
@@ -8,12 +8,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "include/packet_flow.h"
 #include "platform/api/platform_hook.h"
 #include "tool/capture/capture_file.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_output.h"
+#include "tool/explain/trace_output.h"
 #include "tool/model/instance_json.h"
 #include "tool/text/text_table.h"
 
@@ -23,28 +23,28 @@ namespace {
 
 constexpr size_t most_branches = 3;
 
-std::string frame_title(const line_answer& answer)
+std::string frame_title(const frame_path& path)
 {
-    if (answer.question.capture.empty())
+    if (path.query.capture.empty())
         return "frame";
-    return "frame " + std::to_string(answer.question.number) + " of " +
-           capture_title(answer.question.capture);
+    return "frame " + std::to_string(path.query.number) + " of " +
+           capture_title(path.query.capture);
 }
 
 // The path of the frame, and the branches that ended at a fault.
 std::set<size_t> shown_steps(const explanation& half, std::optional<uint16_t> bridge)
 {
     std::set<size_t> shown;
-    const walk_story& story = half.story;
-    for (size_t i = 0; i < story.steps.size(); ++i)
-        if (story.steps[i].passed || story.replayed)
+    const walk_record& walk = half.walk;
+    for (size_t i = 0; i < walk.steps.size(); ++i)
+        if (walk.steps[i].passed || walk.replayed)
             shown.insert(i);
     if (!shown.empty())
         return shown;
     const std::vector<fault> faults =
-        faults_of(story, half.entities, read_header(frame_at_hook(half)), bridge);
+        faults_of(walk, half.entities, read_header(frame_at_hook(half)), bridge);
     for (size_t i = 0; i < std::min(most_branches, faults.size()); ++i)
-        for (const size_t step : branch_to(story, faults[i].step))
+        for (const size_t step : branch_to(walk, faults[i].step))
             shown.insert(step);
     return shown;
 }
@@ -79,12 +79,12 @@ std::vector<folded_branches> fold(const explanation& half, const std::set<size_t
                                   std::optional<uint16_t> bridge)
 {
     std::vector<folded_branches> groups;
-    for (size_t i = 0; i < half.story.steps.size(); ++i) {
-        const walk_step& step = half.story.steps[i];
+    for (size_t i = 0; i < half.walk.steps.size(); ++i) {
+        const walk_step& step = half.walk.steps[i];
         if (step.dead_end.empty() || shown.contains(i))
             continue;
         const bool other = step.at.class_id == me_class::mbpcd && bridge &&
-                           bridge_of_step(half.story, half.entities, i) != bridge;
+                           bridge_of_step(half.walk, half.entities, i) != bridge;
         const auto known = std::ranges::find_if(groups, [&](const folded_branches& one) {
             return one.first->at.class_id == step.at.class_id &&
                    one.first->dead_end == step.dead_end &&
@@ -102,13 +102,13 @@ void print_half(const explanation& half, std::optional<uint16_t> bridge, std::os
                 const palette& colours)
 {
     out << '\n' << colours.heading(kind_title(half.input.options.kind));
-    out << (half.story.replayed ? ", by the rule of an earlier frame" : "") << '\n';
+    out << (half.walk.replayed ? ", by the rule of an earlier frame" : "") << '\n';
     print_tagging({{}, half.tagging.steps, {}, half.tagging.discarded}, out, colours);
     if (half.tagging.discarded)
         return;
     const std::set<size_t> shown = shown_steps(half, bridge);
     for (const size_t i : shown)
-        print_step(half.story.steps[i], half.story.replayed, half.entities, out, colours);
+        print_step(half.walk.steps[i], half.entities, out, colours);
     if (shown.empty() && half.input.options.kind == GPON_API_DOWN_UNI)
         out << "  every frame passes: this half is not walked\n";
     const char* title = "  not taken: ";
@@ -141,21 +141,6 @@ json faults_json(const verdict& result, const line_model& entities)
     return faults;
 }
 
-json steps_json(const walk_story& story)
-{
-    json steps = json::array();
-    for (const walk_step& step : story.steps) {
-        json entry = id_json(step.at);
-        entry["depth"] = step.depth;
-        entry["passed"] = step.passed;
-        entry["decisions"] = step.decisions;
-        if (!step.dead_end.empty())
-            entry["dead_end"] = step.dead_end;
-        steps.push_back(std::move(entry));
-    }
-    return steps;
-}
-
 // Behind a hook call of kind 3.
 json leaving_json(const explanation& half)
 {
@@ -169,17 +154,17 @@ json half_json(const explanation& half)
 {
     json whole = {{"kind", hook_kind_name(half.input.options.kind)},
                   {"outcome", name_of(verdict_of(half).outcome)},
-                  {"replayed", half.story.replayed},
-                  {"learnt", half.story.learnt},
+                  {"replayed", half.walk.replayed},
+                  {"learnt", half.walk.learnt},
                   {"tagging", tagging_json(half.tagging)},
-                  {"steps", steps_json(half.story)}};
+                  {"steps", steps_json(half.walk)}};
     if (half.input.options.kind == GPON_API_DOWN_ANI)
         whole["leaving"] = leaving_json(half);
     return whole;
 }
 
-json answer_json(const std::string& file, const captured_frame& frame, const verdict& result,
-                 const std::vector<explanation>& halves)
+json path_json(const std::string& file, const captured_frame& frame, const verdict& result,
+               const std::vector<explanation>& halves)
 {
     json whole = json_document("explain");
     whole["scenario"] = file;
@@ -200,60 +185,41 @@ json answer_json(const std::string& file, const captured_frame& frame, const ver
 
 } // namespace
 
-void print_answer(const line_answer& answer, const scenario& input, std::ostream& out,
-                  const palette& colours)
+void print_path(const frame_path& path, const scenario& input, std::ostream& out,
+                const palette& colours)
 {
-    const verdict result = verdict_of(answer);
-    out << frame_title(answer) << ": " << header_text(read_header(answer.frame)) << '\n';
+    const verdict result = verdict_of(path);
+    out << frame_title(path) << ": " << header_text(read_header(path.frame)) << '\n';
     out << (result.outcome == line_outcome::passed ? colours.good(result.sentence)
                                                    : colours.bad(result.sentence))
         << '\n';
-    print_places(result, answer.halves.back().entities, input, out);
+    print_places(result, path.halves.back().entities, input, out);
     for (const std::string& note : result.notes)
         out << note << '\n';
     if (result.outcome == line_outcome::not_classified)
         return;
-    for (const explanation& half : answer.halves)
-        print_half(half, answer.bridge, out, colours);
-    if (answer.halves.front().input.options.kind == GPON_API_DOWN_ANI)
-        print_leaving(answer.halves.front(), out, colours);
+    for (const explanation& half : path.halves)
+        print_half(half, path.bridge, out, colours);
+    if (path.halves.front().input.options.kind == GPON_API_DOWN_ANI)
+        print_leaving(path.halves.front(), out, colours);
 }
 
-void print_answer_json(const line_answer& answer, const std::string& file, std::ostream& out)
+void print_path_json(const frame_path& path, const std::string& file, std::ostream& out)
 {
-    json whole = answer_json(file, answer.frame, verdict_of(answer), answer.halves);
-    if (answer.question.uni)
-        whole["from_uni"] = *answer.question.uni;
-    if (answer.question.gem)
-        whole["from_gem_port"] = *answer.question.gem;
-    if (answer.bridge)
-        whole["bridge"] = *answer.bridge;
+    json whole = path_json(file, path.frame, verdict_of(path), path.halves);
+    if (path.query.uni)
+        whole["from_uni"] = *path.query.uni;
+    if (path.query.gem)
+        whole["from_gem_port"] = *path.query.gem;
+    if (path.bridge)
+        whole["bridge"] = *path.bridge;
     print_json(whole, out);
 }
 
 void print_explanation_json(const explanation& explained, const std::string& file,
                             std::ostream& out)
 {
-    print_json(answer_json(file, explained.input.frame, verdict_of(explained), {explained}), out);
-}
-
-void print_trace_json(const traced_frame& traced, std::ostream& out)
-{
-    const walk_story& story = traced.story;
-    json whole = json_document("trace");
-    whole["number"] = traced.number;
-    whole["kind"] = story.fwd_flag == UP_ANI     ? "up_ani"
-                    : story.fwd_flag == UP_UNI   ? "up_uni"
-                    : story.fwd_flag == DOWN_ANI ? "down_ani"
-                                                 : "down_uni";
-    whole["outcome"] = name_of(story.dropped ? line_outcome::dropped : line_outcome::passed);
-    whole["replayed"] = story.replayed;
-    if (traced.frame)
-        whole["frame"] = header_json(read_header(*traced.frame));
-    if (story.dropped)
-        whole["reason"] = dead_ends_text(story);
-    whole["steps"] = steps_json(story);
-    print_json_line(whole, out);
+    print_json(path_json(file, explained.input.frame, verdict_of(explained), {explained}), out);
 }
 
 } // namespace gponflow

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// A question about a frame in the terms of the line: where it enters, and its tags.
+// A query about a frame in the terms of the line: where it enters, and its tags.
 #pragma once
 
 #include <cstdint>
@@ -12,27 +12,27 @@
 namespace gponflow {
 
 /// A tag of the frame.
-struct asked_tag {
+struct query_tag {
     uint16_t vlan = 0;
     uint8_t priority = 0;
 };
 
-struct frame_question {
+struct frame_query {
     std::optional<uint16_t> uni; ///< upstream: the port number, the last byte of the instance id
     std::optional<uint16_t> gem; ///< downstream: the number of the GEM port on the fibre
     std::string capture;         ///< the frame itself; empty: built from the fields below
     size_t number = 1;           ///< of the frame in the capture, from 1
     std::string source;          ///< MAC address; empty: 02:00:00:00:00:02
     std::string destination;     ///< MAC address; empty: 02:00:00:00:00:01
-    std::optional<asked_tag> outer;
-    std::optional<asked_tag> inner;
+    std::optional<query_tag> outer;
+    std::optional<query_tag> inner;
     uint16_t tpid = 0x8100;      ///< of the outer tag
     uint16_t ethertype = 0x0800; ///< behind the tags
     uint8_t dscp = 0;
 };
 
-/// The frame of the question. Throws std::runtime_error with the reason.
-[[nodiscard]] captured_frame frame_of(const frame_question& question);
+/// The frame of the query. Throws std::runtime_error with the reason.
+[[nodiscard]] captured_frame frame_of(const frame_query& query);
 
 /// A UNI of a line.
 struct uni_port {
@@ -44,15 +44,15 @@ struct uni_port {
 [[nodiscard]] std::vector<uni_port> uni_ports(const line_model& entities);
 
 /// The path of one frame from the UNI to the GEM port, or back.
-struct line_answer {
-    frame_question question;
+struct frame_path {
+    frame_query query;
     captured_frame frame;
     std::vector<explanation> halves; ///< one for each hook call; the first drop ends them
     std::optional<uint16_t> bridge;  ///< that the first half leads into
 };
 
 /// Sends the frame through the hook calls of its direction. Throws std::runtime_error if the
-/// question names no entry of the line.
-[[nodiscard]] line_answer answer_question(const frame_question& question, explain_session& session);
+/// query names no entry of the line.
+[[nodiscard]] frame_path trace_frame(const frame_query& query, explain_session& session);
 
 } // namespace gponflow

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/event_reader.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "me/class_table.h"
+#include "pkt/header.h"
+#include "tool/explain/decision_texts.h"
+
+namespace gponflow {
+
+namespace {
+
+// As filters and mappers read it: they do not know every TPID that a rule key contains.
+unsigned outer_tci(const gpon_traced_frame& frame)
+{
+    const unsigned tpid = frame.tag[0] >> 16;
+    const bool read = tpid == gpon::TPID_8021Q || tpid == gpon::TPID_8021AD;
+    return read ? frame.tag[0] & 0xffff : 0;
+}
+
+bool has_header(const gpon_trace_record& event)
+{
+    return event.point != GPON_TRACEPOINT_WALK_STEP && event.point != GPON_TRACEPOINT_REPLAY_STEP;
+}
+
+// How frames pass through a class; null if they do not. The module's own look-up needs a loaded
+// module, and this process may have none.
+const gpon_me_fwd_op* passage_of(uint16_t class_id)
+{
+    const auto entry = std::ranges::find(me_table, class_id, &gpon_me_entry::class_id);
+    return entry == std::end(me_table) ? nullptr : entry->fwd_op;
+}
+
+// "no GEM_INTERWORK_TP or 802_1P_MAPPER": the classes that a step leads to in this direction.
+// Empty if it leads to none.
+std::string missing_text(uint16_t class_id, unsigned direction)
+{
+    const gpon_me_fwd_op* passage = passage_of(class_id);
+    if (!passage || !passage->next_classes)
+        return {};
+    std::string text;
+    for (const gpon_me_next_class* next = passage->next_classes; next->class_id != 0; ++next)
+        if (next->flags & direction)
+            text += (text.empty() ? "no " : " or ") + class_text(next->class_id);
+    return text;
+}
+
+class event_reader {
+public:
+    event_reader(std::span<const gpon_trace_record> events, const line_model& entities,
+                 const bytes* frame)
+        : events_(events), model_(entities), frame_(frame)
+    {
+    }
+
+    walk_record read()
+    {
+        const auto header = std::ranges::find_if(events_, has_header);
+        if (header != events_.end())
+            tci_ = outer_tci(header->frame);
+        for (const gpon_trace_record& event : events_)
+            take(event);
+        record_.incomplete = started_ != ended_ || (!record_.steps.empty() && !ended_ && !hit_);
+        if (!record_.replayed)
+            finish_walk();
+        // A frame that passes was not dropped by a filter.
+        for (walk_step& step : record_.steps)
+            if (!record_.dropped && step.dead_end == filter_drops)
+                step.dead_end = filter_blocks;
+        return std::move(record_);
+    }
+
+private:
+    void take(const gpon_trace_record& event)
+    {
+        record_.fwd_flag = event.frame.direction;
+        switch (event.point) {
+        case GPON_TRACEPOINT_WALK_START:
+            started_ = record_.ran = true;
+            break;
+        case GPON_TRACEPOINT_WALK_STEP:
+            add_step(event);
+            break;
+        case GPON_TRACEPOINT_WALK_END:
+            ended_ = record_.ran = true;
+            record_.dropped = event.end != GPON_END_PASSED;
+            break;
+        case GPON_TRACEPOINT_REPLAY_STEP:
+            replay_step(event);
+            break;
+        case GPON_TRACEPOINT_RULE_HIT:
+            hit_ = record_.ran = record_.replayed = true;
+            break;
+        case GPON_TRACEPOINT_RULE_LEARN:
+            record_.learnt =
+                event.learnt == GPON_LEARN_ADDED || event.learnt == GPON_LEARN_REPLACED;
+            break;
+        case GPON_TRACEPOINT_DROP:
+            take_drop(event.end);
+            break;
+        default:
+            break;
+        }
+    }
+
+    // With the engine disabled, the frame is not classified.
+    void take_drop(gpon_frame_end reason)
+    {
+        if (reason == GPON_END_NO_MAPPING)
+            return;
+        record_.ran = record_.dropped = true;
+        if (reason == GPON_END_NO_QUEUE)
+            record_.later_failure = no_queue;
+    }
+
+    walk_step& append(const gpon_trace_record& event)
+    {
+        walk_step& step = record_.steps.emplace_back();
+        step.at = {event.step.class_id, event.step.inst_id};
+        step.depth = event.step.depth - 1u;
+        decide(step, event.step.decision);
+        return step;
+    }
+
+    void add_step(const gpon_trace_record& event)
+    {
+        walk_step& step = append(event);
+        statuses_.push_back(event.step.status);
+        if (event.step.status == GPON_STEP_TOO_DEEP)
+            step.dead_end = too_deep;
+        else if (!passage_of(step.at.class_id))
+            step.dead_end = no_passage;
+    }
+
+    // Of a replay, the steps behind a refusal do not matter: they cannot drop the frame.
+    void replay_step(const gpon_trace_record& event)
+    {
+        record_.replayed = true;
+        if (!record_.steps.empty() && !record_.steps.back().passed)
+            return;
+        walk_step& step = append(event);
+        step.passed = step.dead_end.empty();
+    }
+
+    void decide(walk_step& step, unsigned decision) const
+    {
+        switch (decision) {
+        case GPON_DECISION_FILTER_PASSES:
+            add_filter(step, "pass");
+            break;
+        case GPON_DECISION_FILTER_DROPS:
+            add_filter(step, "drop");
+            step.dead_end = filter_drops;
+            break;
+        case GPON_DECISION_FILTER_MISPLACED:
+            step.dead_end = filter_on_uni_side;
+            break;
+        case GPON_DECISION_MAPPER_SELECTS:
+            step.decisions.push_back(priority_text(model_, step.at, tci_, frame_) + ": match");
+            break;
+        case GPON_DECISION_MAPPER_REFUSES:
+            step.decisions.push_back(priority_text(model_, step.at, tci_, frame_) + ": no match");
+            step.dead_end = not_selected;
+            break;
+        case GPON_DECISION_OTHER_SIDE:
+            step.dead_end = side_text(model_, step.at);
+            break;
+        default:
+            break;
+        }
+    }
+
+    void add_filter(walk_step& step, const char* outcome) const
+    {
+        if (const std::string text = filter_text(model_, step.at, tci_, tci_ != 0); !text.empty())
+            step.decisions.push_back(text + ": " + outcome);
+    }
+
+    bool has_branches(size_t i) const
+    {
+        return i + 1 < record_.steps.size() && record_.steps[i + 1].depth > record_.steps[i].depth;
+    }
+
+    // The path of the frame is the branch that reached the egress. Every other branch ended at its
+    // last step.
+    void finish_walk()
+    {
+        std::vector<walk_step>& steps = record_.steps;
+        if (!steps.empty() && statuses_.back() == GPON_STEP_REACHES_EGRESS)
+            for (const size_t at : branch_to(record_, steps.size() - 1))
+                steps[at].passed = true;
+        for (size_t i = 0; i < steps.size(); ++i)
+            if (steps[i].passed || has_branches(i))
+                steps[i].dead_end.clear();
+            else if (steps[i].dead_end.empty())
+                steps[i].dead_end = end_of(i);
+    }
+
+    std::string end_of(size_t i) const
+    {
+        const me_id at = record_.steps[i].at;
+        std::string text;
+        if (statuses_[i] == GPON_STEP_CONTINUES)
+            text = missing_text(at.class_id, record_.fwd_flag);
+        return text.empty() ? end_text(model_, at) : text;
+    }
+
+    std::span<const gpon_trace_record> events_;
+    const line_model& model_;
+    const bytes* frame_; ///< may be null
+    walk_record record_;
+    std::vector<gpon_step_status> statuses_; ///< of the steps of a walk
+    unsigned tci_ = 0;
+    bool started_ = false;
+    bool ended_ = false;
+    bool hit_ = false;
+};
+
+} // namespace
+
+walk_record read_events(std::span<const gpon_trace_record> events, const line_model& entities,
+                        const bytes* frame)
+{
+    return event_reader(events, entities, frame).read();
+}
+
+} // namespace gponflow

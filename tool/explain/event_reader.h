@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Converts the trace events of a frame to its path.
+#pragma once
+
+#include <span>
+
+#include "platform/api/tracepoint.h"
+#include "tool/explain/walk_record.h"
+
+namespace gponflow {
+
+/// The path of one frame from its events, in the order in which they occurred. Operands of filters
+/// and mappers come from the entities, and the DSCP from the frame unless it is null.
+[[nodiscard]] walk_record read_events(std::span<const gpon_trace_record> events,
+                                      const line_model& entities, const bytes* frame = nullptr);
+
+} // namespace gponflow

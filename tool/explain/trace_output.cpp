@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/trace_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include "include/packet_flow.h"
+#include "tool/capture/frame_header.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/verdict.h"
+#include "tool/model/instance_json.h"
+
+namespace gponflow {
+
+json steps_json(const walk_record& walk)
+{
+    json steps = json::array();
+    for (const walk_step& step : walk.steps) {
+        json entry = id_json(step.at);
+        entry["depth"] = step.depth;
+        entry["passed"] = step.passed;
+        entry["decisions"] = step.decisions;
+        if (!step.dead_end.empty())
+            entry["dead_end"] = step.dead_end;
+        steps.push_back(std::move(entry));
+    }
+    return steps;
+}
+
+void print_trace_json(const traced_frame& traced, std::ostream& out)
+{
+    const walk_record& walk = traced.walk;
+    json whole = json_document("trace");
+    whole["number"] = traced.number;
+    whole["kind"] = walk.fwd_flag == UP_ANI     ? "up_ani"
+                    : walk.fwd_flag == UP_UNI   ? "up_uni"
+                    : walk.fwd_flag == DOWN_ANI ? "down_ani"
+                                                : "down_uni";
+    whole["outcome"] = name_of(walk.dropped ? line_outcome::dropped : line_outcome::passed);
+    whole["replayed"] = walk.replayed;
+    if (traced.frame)
+        whole["frame"] = header_json(read_header(*traced.frame));
+    if (walk.incomplete)
+        whole["incomplete"] = true;
+    if (traced.lost_events)
+        whole["lost_events"] = *traced.lost_events;
+    if (walk.dropped)
+        whole["reason"] = dead_ends_text(walk);
+    whole["steps"] = steps_json(walk);
+    print_json_line(whole, out);
+}
+
+} // namespace gponflow

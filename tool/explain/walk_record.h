@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The path of one frame through the managed entities, as data.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/model/line_model.h"
+
+namespace gponflow {
+
+/// One instance that the walk or the replay of a rule tried.
+struct walk_step {
+    me_id at;
+    size_t depth = 0;                   ///< 0 where the frame enters
+    bool passed = false;                ///< on the path of the frame
+    std::vector<std::string> decisions; ///< filters and priorities, with their operands
+    std::string dead_end;               ///< why this branch ended here; empty if it continued
+};
+
+/// The events of one hook call as data.
+struct walk_record {
+    std::vector<walk_step> steps; ///< in the order of the walk
+    bool ran = false;             ///< the engine classified the frame
+    bool replayed = false;        ///< a rule was replayed; the steps are those of the rule
+    bool learnt = false;          ///< a rule was added
+    bool dropped = false;         ///< the frame failed
+    bool incomplete = false;      ///< events are missing
+    unsigned fwd_flag = 0;        ///< direction of the walk: an enum fwd_flag of
+                                  ///< include/packet_flow.h, 0 without an event
+    std::string later_failure;    ///< why a frame that reached its egress failed
+};
+
+/// Index of the deepest step that ended a branch; nothing if no branch ended.
+[[nodiscard]] std::optional<size_t> deepest_dead_end(const walk_record& walk);
+
+/// The same for all branches of that depth, in the order of the walk. Only the user knows which of
+/// them should have continued.
+[[nodiscard]] std::vector<size_t> deepest_dead_ends(const walk_record& walk);
+
+/// Indices of the steps from the entry of the frame to `last`.
+[[nodiscard]] std::vector<size_t> branch_to(const walk_record& walk, size_t last);
+
+} // namespace gponflow

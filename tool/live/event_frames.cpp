@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/event_frames.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace gponflow {
+
+namespace {
+
+bool ends_path(gpon_tracepoint point)
+{
+    return point == GPON_TRACEPOINT_WALK_END || point == GPON_TRACEPOINT_RULE_HIT ||
+           point == GPON_TRACEPOINT_DROP;
+}
+
+// An event behind the end of a path is that of a drop, otherwise it is of the next call.
+bool follows_end(const frame_events& of, const gpon_trace_record& record)
+{
+    return record.point == GPON_TRACEPOINT_DROP && of.events.back().point != GPON_TRACEPOINT_DROP;
+}
+
+bool begins_path(const gpon_trace_record& record)
+{
+    return record.point == GPON_TRACEPOINT_WALK_START ||
+           (record.point == GPON_TRACEPOINT_REPLAY_STEP && record.step.depth == 1);
+}
+
+bool same_key(const gpon_traced_frame& left, const gpon_traced_frame& right)
+{
+    return std::memcmp(left.dst_mac, right.dst_mac, sizeof(left.dst_mac)) == 0 &&
+           std::memcmp(left.src_mac, right.src_mac, sizeof(left.src_mac)) == 0 &&
+           left.direction == right.direction && std::ranges::equal(left.tag, right.tag);
+}
+
+} // namespace
+
+template <typename Chosen> void event_frames::pass_on(Chosen is_chosen)
+{
+    for (auto one = open_.begin(); one != open_.end();) {
+        if (!is_chosen(*one)) {
+            ++one;
+            continue;
+        }
+        const frame_events whole = std::move(one->of);
+        one = open_.erase(one);
+        take_(whole);
+    }
+}
+
+event_frames::place event_frames::frame_of(const gpon_trace_record& record, int cpu)
+{
+    const void* const packet = record.frame.packet;
+    const auto of_packet = [packet](const open_frame& one) { return one.packet == packet; };
+    const auto known = std::ranges::find_if(open_, of_packet);
+    if (known != open_.end() && !begins_path(record) &&
+        (!known->ended || follows_end(known->of, record)))
+        return known;
+    pass_on(of_packet);
+    return open_.insert(open_.end(), {{}, packet, cpu, false});
+}
+
+bool event_frames::is_learnt_frame(const open_frame& one, const gpon_trace_record& record) const
+{
+    const gpon_trace_record& last = one.of.events.back();
+    return last.point == GPON_TRACEPOINT_WALK_END && same_key(last.frame, record.frame);
+}
+
+void event_frames::add_learning(const gpon_trace_record& record, int cpu)
+{
+    for (open_frame& one : open_)
+        if (one.cpu == cpu && is_learnt_frame(one, record))
+            return one.of.events.push_back(record);
+}
+
+void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
+{
+    if (gap)
+        for (open_frame& one : open_)
+            one.of.lost = one.of.lost || one.cpu == cpu;
+    if (record.point == GPON_TRACEPOINT_RULE_LEARN)
+        return add_learning(record, cpu);
+    const place frame = frame_of(record, cpu);
+    // A frame whose first events were dropped.
+    if (frame->of.events.empty() && gap && !begins_path(record))
+        frame->of.lost = true;
+    frame->cpu = cpu;
+    frame->of.events.push_back(record);
+    frame->ended = frame->ended || ends_path(record.point);
+    pass_on([&](const open_frame& one) { return one.ended && one.cpu == cpu && &one != &*frame; });
+}
+
+void event_frames::flush()
+{
+    pass_on([](const open_frame& one) { return one.ended; });
+}
+
+void event_frames::finish()
+{
+    pass_on([](const open_frame&) { return true; });
+}
+
+} // namespace gponflow

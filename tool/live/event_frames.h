@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Sorts the trace events of a running kernel by frame.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <vector>
+
+#include "platform/api/tracepoint.h"
+
+namespace gponflow {
+
+/// The events of one hook call.
+struct frame_events {
+    std::vector<gpon_trace_record> events;
+    bool lost = false; ///< the kernel dropped some of them
+};
+
+/// Frames that several CPUs handle at the same time have mixed events, which the address of the
+/// packet tells apart. Nothing marks the last event of a call: a frame is complete when its CPU
+/// goes on to another one, or when flush() is called because nothing came for a while.
+class event_frames {
+public:
+    using frame_sink = std::function<void(const frame_events&)>;
+
+    explicit event_frames(frame_sink take) : take_(std::move(take)) {}
+
+    /// Takes the next event of a CPU; `gap`: the kernel dropped events of this CPU before it.
+    void event(const gpon_trace_record& record, int cpu, bool gap);
+
+    /// Passes on the frames whose end has been seen.
+    void flush();
+
+    /// Passes on all frames: no more events come.
+    void finish();
+
+private:
+    struct open_frame {
+        frame_events of;
+        const void* packet;
+        int cpu;
+        bool ended = false;
+    };
+    using place = std::list<open_frame>::iterator;
+
+    [[nodiscard]] place frame_of(const gpon_trace_record& record, int cpu);
+    [[nodiscard]] bool is_learnt_frame(const open_frame& one,
+                                       const gpon_trace_record& record) const;
+    void add_learning(const gpon_trace_record& record, int cpu);
+    template <typename Chosen> void pass_on(Chosen is_chosen);
+
+    frame_sink take_;
+    std::list<open_frame> open_; ///< in the order of their beginning
+};
+
+} // namespace gponflow

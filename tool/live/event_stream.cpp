@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/event_stream.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <sstream>
+#include <unistd.h>
+
+#include "tool/live/module_file.h"
+#include "tool/live/tracefs_library.h"
+#include "tool/scenario/backend.h"
+
+namespace gponflow {
+
+namespace {
+
+constexpr const char* event_system = "gpon_flow";
+constexpr const char* buffer_prefix = "gponflow-";
+
+const char* name_of(gpon_tracepoint point)
+{
+    switch (point) {
+    case GPON_TRACEPOINT_WALK_START:
+        return "gpon_walk_start";
+    case GPON_TRACEPOINT_WALK_STEP:
+        return "gpon_walk_step";
+    case GPON_TRACEPOINT_WALK_END:
+        return "gpon_walk_end";
+    case GPON_TRACEPOINT_REPLAY_STEP:
+        return "gpon_replay_step";
+    case GPON_TRACEPOINT_RULE_HIT:
+        return "gpon_rule_hit";
+    case GPON_TRACEPOINT_RULE_LEARN:
+        return "gpon_rule_learn";
+    case GPON_TRACEPOINT_DROP:
+        return "gpon_drop";
+    default:
+        return nullptr;
+    }
+}
+
+[[noreturn]] void refuse(const std::string& what)
+{
+    throw refusal(what + ": " + std::strerror(errno));
+}
+
+void check_tracing()
+{
+    if (!is_module_loaded())
+        throw refusal("the module is not loaded");
+    if (!tracefs_tracing_dir())
+        throw refusal("the trace events of the kernel cannot be read: it has no tracefs "
+                      "(CONFIG_EVENT_TRACING), or you are not root");
+    if (!tracefs_event_file_exists(nullptr, event_system, "gpon_walk_start", "enable"))
+        throw refusal("the module has no trace events: it was built for a kernel without "
+                      "CONFIG_EVENT_TRACING");
+}
+
+// A process that was killed cannot remove its buffer.
+void remove_left_buffers()
+{
+    char** const names = tracefs_instances("^gponflow-[0-9]+$");
+    for (char** name = names; name && *name; ++name) {
+        const int process = std::atoi(*name + std::strlen(buffer_prefix));
+        if (process <= 0 || kill(process, 0) == 0 || errno != ESRCH)
+            continue;
+        if (tracefs_instance* left = tracefs_instance_create(*name)) {
+            tracefs_instance_destroy(left);
+            tracefs_instance_free(left);
+        }
+    }
+    tracefs_list_free(names);
+}
+
+uint64_t number_in(const tep_format_field* field, const void* data)
+{
+    unsigned long long value = 0;
+    if (field)
+        tep_read_number_field(const_cast<tep_format_field*>(field), data, &value);
+    return value;
+}
+
+template <typename T> void read_number(T& into, const tep_format_field* field, const void* data)
+{
+    into = static_cast<T>(number_in(field, data));
+}
+
+void read_address(unsigned char (&into)[6], const tep_format_field* field, const void* data)
+{
+    if (field && field->size == sizeof(into))
+        std::memcpy(into, static_cast<const char*>(data) + field->offset, sizeof(into));
+}
+
+// The value behind "NAME: " in the statistics of a buffer.
+uint64_t statistic(const std::string& text, const std::string& name)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with(name + ": "))
+            return std::strtoull(line.c_str() + name.size() + 2, nullptr, 10);
+    return 0;
+}
+
+} // namespace
+
+void event_stream::buffer_remover::operator()(tracefs_instance* buffer) const
+{
+    // Removal disables the events of the buffer.
+    tracefs_instance_destroy(buffer);
+    tracefs_instance_free(buffer);
+}
+
+void event_stream::format_closer::operator()(tep_handle* formats) const
+{
+    tep_free(formats);
+}
+
+std::unique_ptr<event_stream> event_stream::open(const options& chosen)
+{
+    check_tracing();
+    remove_left_buffers();
+    std::unique_ptr<event_stream> stream(new event_stream);
+    const char* const systems[] = {event_system, nullptr};
+    stream->formats_.reset(tracefs_local_events_system(nullptr, systems));
+    if (!stream->formats_)
+        refuse("cannot read the formats of the trace events");
+    stream->buffer_.reset(
+        tracefs_instance_create((buffer_prefix + std::to_string(getpid())).c_str()));
+    if (!stream->buffer_)
+        refuse("cannot create a trace buffer");
+    if (chosen.buffer_kilobytes != 0 &&
+        tracefs_instance_file_write(stream->buffer_.get(), "buffer_size_kb",
+                                    std::to_string(chosen.buffer_kilobytes).c_str()) < 0)
+        refuse("cannot set the size of the trace buffer");
+    for (int point = 0; point < GPON_TRACEPOINTS; ++point)
+        if (name_of(static_cast<gpon_tracepoint>(point)) &&
+            (point != GPON_TRACEPOINT_RULE_LEARN || chosen.learning))
+            stream->enable(static_cast<gpon_tracepoint>(point),
+                           point != GPON_TRACEPOINT_RULE_LEARN);
+    return stream;
+}
+
+event_stream::~event_stream() = default;
+
+void event_stream::enable(gpon_tracepoint point, bool marked_only)
+{
+    find_fields(point);
+    const char* name = name_of(point);
+    if (marked_only &&
+        tracefs_event_file_write(buffer_.get(), event_system, name, "filter", "marked==1") < 0)
+        refuse("cannot filter trace events");
+    if (tracefs_event_enable(buffer_.get(), event_system, name) != 0)
+        refuse(std::string("cannot enable the trace event ") + name);
+}
+
+void event_stream::find_fields(gpon_tracepoint point)
+{
+    tep_event* type = tep_find_event_by_name(formats_.get(), event_system, name_of(point));
+    if (!type)
+        throw refusal(std::string("the module has no trace event ") + name_of(point) +
+                      ": its version does not match this program");
+    const auto field = [type](const char* name) { return tep_find_field(type, name); };
+    fields_.at(point) = {type->id,          field("skbaddr"),    field("direction"),
+                         field("marked"),   field("dst"),        field("src"),
+                         field("tags"),     field("outer_tag"),  field("inner_tag"),
+                         field("class_id"), field("inst_id"),    field("depth"),
+                         field("status"),   field("decision"),   field("reason"),
+                         field("gem_port"), field("remembered"), field("result")};
+}
+
+gpon_trace_record event_stream::record_in(gpon_tracepoint point, void* data) const
+{
+    const event_fields& at = fields_.at(point);
+    gpon_trace_record record{};
+    record.point = point;
+    record.frame.packet =
+        reinterpret_cast<const void*>(static_cast<uintptr_t>(number_in(at.packet, data)));
+    read_number(record.frame.direction, at.direction, data);
+    read_number(record.marked, at.marked, data);
+    read_address(record.frame.dst_mac, at.destination, data);
+    read_address(record.frame.src_mac, at.source, data);
+    read_number(record.frame.tags, at.tags, data);
+    read_number(record.frame.tag[0], at.outer, data);
+    read_number(record.frame.tag[1], at.inner, data);
+    read_number(record.step.class_id, at.class_id, data);
+    read_number(record.step.inst_id, at.instance, data);
+    read_number(record.step.depth, at.depth, data);
+    read_number(record.step.status, at.status, data);
+    read_number(record.step.decision, at.decision, data);
+    read_number(record.end, at.reason, data);
+    read_number(record.gemport_id, at.gem_port, data);
+    read_number(record.remembered, at.remembered, data);
+    read_number(record.learnt, at.result, data);
+    return record;
+}
+
+namespace {
+
+struct reading {
+    const event_stream& stream;
+    const event_stream::sink& take;
+    std::exception_ptr failure;
+};
+
+} // namespace
+
+// The library is C: an exception must not pass through it.
+int event_stream::take_record(tep_event* type, tep_record* record, int cpu, void* context)
+{
+    auto& of = *static_cast<reading*>(context);
+    for (int point = 0; point < GPON_TRACEPOINTS; ++point) {
+        const auto at = static_cast<gpon_tracepoint>(point);
+        if (of.stream.fields_.at(at).id != type->id)
+            continue;
+        try {
+            of.take({of.stream.record_in(at, record->data), cpu, record->missed_events != 0});
+        } catch (...) {
+            of.failure = std::current_exception();
+            return 1;
+        }
+    }
+    return 0;
+}
+
+void event_stream::read(const sink& take)
+{
+    reading context{*this, take, nullptr};
+    if (tracefs_iterate_raw_events(formats_.get(), buffer_.get(), nullptr, 0, take_record,
+                                   &context) < 0 &&
+        !context.failure)
+        refuse("cannot read the trace buffer");
+    if (context.failure)
+        std::rethrow_exception(context.failure);
+}
+
+void event_stream::skip()
+{
+    read([](const event&) {});
+}
+
+uint64_t event_stream::dropped() const
+{
+    uint64_t sum = 0;
+    const long cpus = sysconf(_SC_NPROCESSORS_CONF);
+    for (long cpu = 0; cpu < cpus; ++cpu) {
+        const std::string file = "per_cpu/cpu" + std::to_string(cpu) + "/stats";
+        const std::unique_ptr<char, decltype(&std::free)> text(
+            tracefs_instance_file_read(buffer_.get(), file.c_str(), nullptr), &std::free);
+        if (text)
+            sum += statistic(text.get(), "overrun") + statistic(text.get(), "dropped events");
+    }
+    return sum;
+}
+
+} // namespace gponflow

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The trace events of frames in the running kernel.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/api/tracepoint.h"
+
+struct tep_event;
+struct tep_format_field;
+struct tep_handle;
+struct tep_record;
+struct tracefs_instance;
+
+namespace gponflow {
+
+/// Events gpon_flow:* of frames that the module's trace filter marks, in a trace buffer of their
+/// own: other tracers are neither disturbed nor seen. Requires root. All functions throw refusal.
+class event_stream {
+public:
+    struct event {
+        gpon_trace_record record; ///< the packet is an address of the kernel, for comparison only
+        int cpu;
+        bool gap; ///< the kernel dropped events of this CPU before this one
+    };
+    using sink = std::function<void(const event&)>;
+
+    struct options {
+        size_t buffer_kilobytes = 0; ///< for each CPU; 0: as the kernel chooses
+        bool learning = false;       ///< gpon_rule_learn too, of all frames: it has no mark
+    };
+
+    /// Creates the buffer and enables the events. Buffers that killed processes left are removed.
+    [[nodiscard]] static std::unique_ptr<event_stream> open(const options& chosen);
+    ~event_stream(); ///< Disables the events and removes the buffer.
+    event_stream(const event_stream&) = delete;
+    event_stream& operator=(const event_stream&) = delete;
+
+    /// Passes on the events that have occurred since the last call, by time.
+    void read(const sink& take);
+
+    /// Discards them.
+    void skip();
+
+    /// Events that the kernel has dropped since open(), because the buffer was full.
+    [[nodiscard]] uint64_t dropped() const;
+
+private:
+    /// Where an event has its fields; null for a field that it does not have.
+    struct event_fields {
+        int id = -1;
+        tep_format_field* packet = nullptr;
+        tep_format_field* direction = nullptr;
+        tep_format_field* marked = nullptr;
+        tep_format_field* destination = nullptr;
+        tep_format_field* source = nullptr;
+        tep_format_field* tags = nullptr;
+        tep_format_field* outer = nullptr;
+        tep_format_field* inner = nullptr;
+        tep_format_field* class_id = nullptr;
+        tep_format_field* instance = nullptr;
+        tep_format_field* depth = nullptr;
+        tep_format_field* status = nullptr;
+        tep_format_field* decision = nullptr;
+        tep_format_field* reason = nullptr;
+        tep_format_field* gem_port = nullptr;
+        tep_format_field* remembered = nullptr;
+        tep_format_field* result = nullptr;
+    };
+    struct buffer_remover {
+        void operator()(tracefs_instance* buffer) const;
+    };
+    struct format_closer {
+        void operator()(tep_handle* formats) const;
+    };
+
+    event_stream() = default;
+    void enable(gpon_tracepoint point, bool marked_only);
+    void find_fields(gpon_tracepoint point);
+    [[nodiscard]] gpon_trace_record record_in(gpon_tracepoint point, void* data) const;
+    static int take_record(tep_event* type, tep_record* record, int cpu, void* context);
+
+    std::unique_ptr<tep_handle, format_closer> formats_;
+    std::unique_ptr<tracefs_instance, buffer_remover> buffer_;
+    std::array<event_fields, GPON_TRACEPOINTS> fields_;
+};
+
+} // namespace gponflow

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// The module of the running kernel, by netlink.
+#pragma once
+
+#include <memory>
+
+#include "tool/live/module_reader.h"
+
+namespace gponflow {
+
+/// The module of the running kernel. Requires root. Throws refusal.
+[[nodiscard]] std::unique_ptr<module_reader> make_kernel_reader();
+
+/// The changes in the running kernel from open() on. Requires root.
+class kernel_changes {
+public:
+    [[nodiscard]] static kernel_changes open(); ///< Throws refusal.
+    ~kernel_changes();
+    kernel_changes(kernel_changes&&) noexcept;
+    kernel_changes& operator=(kernel_changes&&) = delete;
+
+    /// Passes on the changes that have arrived. Returns true if the kernel dropped some: the next
+    /// number then has a gap. Throws refusal.
+    [[nodiscard]] bool read(const change_sink& sink);
+
+    /// Descriptor to poll for changes.
+    [[nodiscard]] int number() const;
+
+private:
+    struct connection;
+    explicit kernel_changes(std::unique_ptr<connection> opened);
+
+    std::unique_ptr<connection> connection_;
+};
+
+} // namespace gponflow
