@@ -73,7 +73,8 @@ guest_json_is_good() {
     [[ " $* " != *" tool_live "* ]] ||
         python3 scripts/kernel/check-json.py "$log" gponflow-change-1 gponflow-commands-1 \
             gponflow-counters-1 gponflow-explain-1 gponflow-instances-1 gponflow-message-1 \
-            gponflow-rules-1 gponflow-run-1 gponflow-status-1 gponflow-trace-1 gponflow-watch-1
+            gponflow-report-1 gponflow-rules-1 gponflow-run-1 gponflow-status-1 gponflow-trace-1 \
+            gponflow-watch-1
 }
 
 # KERNEL BOOT: the file with the output of a guest.

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The tool with a module in a kernel: it shows, sets and cleans, and traces the paths of frames from
-# the kernel log.
+# The tool with a module in a kernel: it shows, sets and cleans, traces the paths of frames from the
+# trace events, and reports the state of the module.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
@@ -10,6 +10,9 @@ provision=/tests/traffic/provision.scn
 mac=02:00:00:00:77:01
 passing="kind=up_uni port=1 frame=0200000000010200000077010800450000"
 dropped="kind=up_ani frame=020000000001020000007701810001f408004500"
+# Of another station: no filter of this test selects it.
+foreign="kind=up_uni port=1 frame=0200000000010200000077ee0800450000"
+tracing=/sys/kernel/tracing
 
 # A line of the tool's output.
 says() {
@@ -59,6 +62,7 @@ nothing_is_loaded() {
     prints_json gponflow-status-1 0 show status
     prints_json gponflow-message-1 3 show rules
     prints_json gponflow-message-1 3 set enable on
+    prints_json gponflow-message-1 3 report --live
 }
 
 shown() {
@@ -85,6 +89,26 @@ changed() {
     tool set enable on || fail "set enable"
     tool show status || fail "show status"
     says "engine after set enable on" "enabled"
+}
+
+# Kernels without trace events can neither explain nor trace.
+without_events() {
+    status=0
+    # shellcheck disable=SC2086 # words
+    tool explain --backend=device $passing || status=$?
+    expect "status of explain without trace events" 3 "$status"
+    says "explain without trace events" "trace events"
+    status=0
+    tool trace "src_mac=$mac" --count 1 || status=$?
+    expect "status of trace without trace events" 3 "$status"
+    says "trace without trace events" "trace events"
+}
+
+# No buffer of this tool is left, and no event is enabled in the kernel's own buffer.
+tracing_is_off() {
+    left=$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')
+    [ -z "$left" ] || fail "a trace buffer remains $1: $left"
+    expect "events of the kernel's own buffer $1" 0 "$(cat $tracing/events/gpon_flow/enable)"
 }
 
 explained() {
@@ -134,6 +158,93 @@ traced() {
     says "trace" "dropped"
     says "trace" "x a port on the UNI side"
     filter_is_off "after its count"
+    tracing_is_off "after its count"
+}
+
+# documents PATTERN: the number of lines of the trace with it.
+documents() {
+    grep -cE "$1" /tmp/output || :
+}
+
+# Each hook call of the station is one document, no more and no less.
+traced_exactly() {
+    gponflow clean rules >/dev/null || fail "clean rules"
+    start_trace --json
+    {
+        yes "hook $passing" | head -n 5
+        yes "hook $foreign" | head -n 4
+        yes "hook $dropped" | head -n 3
+    } >/tmp/known.scn
+    gponflow run --backend=device /tmp/known.scn >/tmp/printed || fail "no known traffic"
+    sleep 1
+    kill -INT $tracer
+    wait $tracer || fail "trace: $(cat /tmp/errors)"
+    expect "traced frames" 8 "$(wc -l </tmp/output)"
+    expect "passed frames" 5 "$(documents '"outcome":"passed"')"
+    expect "replays" 4 "$(documents '"replayed":true')"
+    expect "replays with all their steps" 4 \
+        "$(documents '"replayed":true.*"PPTP_ETHERNET_UNI".*"MAC_BRIDGE_PORT_CON_DATA"')"
+    expect "dropped frames" 3 "$(documents '"outcome":"dropped".*VLAN filter drops')"
+    expect "documents without losses" 8 "$(documents '"lost_events":0[,}]')"
+    expect "incomplete frames" 0 "$(documents '"incomplete"')"
+    grep -q "gponflow: 8 frames" /tmp/errors || fail "summary: $(cat /tmp/errors)"
+    ! grep -q "dropped" /tmp/errors || fail "losses without a reason: $(cat /tmp/errors)"
+}
+
+# The tool does not read while it is stopped, so its small buffer overflows.
+traced_with_losses() {
+    start_trace --json --buffer 8
+    kill -STOP $tracer
+    yes "hook $dropped" | head -n 150 >/tmp/flood.scn
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed || fail "no flood"
+    kill -CONT $tracer
+    sleep 1
+    one_frame "$passing"
+    sleep 1
+    kill -INT $tracer
+    wait $tracer || fail "trace: $(cat /tmp/errors)"
+    grep -qE "the kernel dropped [1-9][0-9]* trace events" /tmp/errors ||
+        fail "losses are not reported: $(cat /tmp/errors)"
+    [ "$(documents '"lost_events":[1-9]')" -gt 0 ] || fail "no document has lost events"
+    [ "$(wc -l </tmp/output)" -lt 151 ] || fail "a buffer of 8 KiB has all frames"
+    [ "$(documents '"lost_events":[1-9].*"outcome"|"outcome".*"lost_events":[1-9]')" -gt 0 ] ||
+        fail "no frame after the loss"
+    tracing_is_off "after losses"
+}
+
+# A killed trace leaves its buffer and its filter; the next one removes the buffer.
+traced_after_kill() {
+    start_trace
+    kill -KILL $tracer
+    wait $tracer || :
+    [ -n "$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')" ] || fail "no buffer to remove"
+    start_trace --count 1
+    one_frame "$passing"
+    wait $tracer || fail "trace after a killed one: $(cat /tmp/errors)"
+    tracing_is_off "after a killed trace"
+    filter_is_off "after a killed trace"
+}
+
+# The flow of the station has as many frames as were sent since the rules were deleted.
+reported() {
+    gponflow clean rules >/dev/null || fail "clean rules"
+    calls 5 "hook $passing"
+    calls 3 "hook $dropped"
+    netlink_reader counters >/tmp/all || fail "no counters"
+    grep -E "^(calls|frames|walks|remembered|replays)" /tmp/all >/tmp/counters
+    gponflow report --live --json >/tmp/report || fail "report --live: $(cat /tmp/report)"
+    while read -r name value; do
+        grep -qE "\"$name\": $value,?\$" /tmp/report || fail "report --live differs in $name=$value"
+    done </tmp/counters
+    expect "flows of the report" 1 "$(grep -c '"octets"' /tmp/report)"
+    sed -n '/"flows": \[/,/"octets"/p' /tmp/report >/tmp/flow
+    grep -q "\"source\": \"$mac\"" /tmp/flow || fail "the flow has another source"
+    grep -q '"frames": 5,' /tmp/flow || fail "the flow has other frames: $(cat /tmp/flow)"
+    sed -n '/"flows": \[/,/"flows_left_out"/p' /tmp/report | grep -q '"quick": 4,' ||
+        fail "the flow has other hits"
+    gponflow report --live -o /tmp/page.html || fail "no page"
+    grep -q "$mac" /tmp/page.html || fail "the page has no flow"
+    grep -q '<th scope="row">walks_filtered</th>' /tmp/page.html || fail "the page has no counters"
 }
 
 watched() {
@@ -161,10 +272,13 @@ in_json() {
     prints_json gponflow-watch-1 0 watch --once
     prints_json gponflow-commands-1 0 set enable on
     prints_json gponflow-commands-1 0 clean rules
-    # shellcheck disable=SC2086 # words
-    prints_json gponflow-explain-1 0 explain --backend=device $passing
-    # shellcheck disable=SC2086 # words
-    prints_json gponflow-explain-1 0 explain --backend=device $dropped
+    prints_json gponflow-report-1 0 report --live
+    if [ -n "$has_events" ]; then
+        # shellcheck disable=SC2086 # words
+        prints_json gponflow-explain-1 0 explain --backend=device $passing
+        # shellcheck disable=SC2086 # words
+        prints_json gponflow-explain-1 0 explain --backend=device $dropped
+    fi
     prints_json gponflow-message-1 2 explain --backend=device kind=up_ani frame=0
     printf 'hook %s\n' "$passing" >/tmp/frame.scn
     prints_json gponflow-run-1 0 run --backend=device /tmp/frame.scn
@@ -175,10 +289,12 @@ followed_in_json() {
     gponflow clean rules >/dev/null || fail "clean rules"
     gponflow monitor --json --count 1 >/tmp/changes 2>/tmp/notes &
     follower=$!
-    start_trace --count 1 --json
-    one_frame "$passing"
-    wait $tracer || fail "trace --json: $(cat /tmp/errors)"
-    keep_json gponflow-trace-1 "trace --json" /tmp/output
+    if [ -n "$has_events" ]; then
+        start_trace --count 1 --json
+        one_frame "$passing"
+        wait $tracer || fail "trace --json: $(cat /tmp/errors)"
+        keep_json gponflow-trace-1 "trace --json" /tmp/output
+    fi
     tries=0
     until [ -s /tmp/changes ]; do
         tries=$((tries + 1))
@@ -199,6 +315,7 @@ stopped() {
         wait $tracer || status=$?
         expect "status after $signal" 0 "$status"
         filter_is_off "after $signal"
+        tracing_is_off "after $signal"
     done
 }
 
@@ -210,10 +327,22 @@ grep -v '^load' $provision | gponflow run --backend=device - >/tmp/output 2>&1 |
 gponflow set enable on >/dev/null || fail "set enable on"
 shown
 changed
-explained
-traced
+mount -t tracefs tracefs $tracing 2>/dev/null || :
+has_events=
+[ ! -d $tracing/events/gpon_flow ] || has_events=1
+if [ -n "$has_events" ]; then
+    explained
+    traced
+    traced_exactly
+    traced_with_losses
+    traced_after_kill
+    stopped
+else
+    left_out "explain and trace: this kernel has no trace events"
+    without_events
+fi
 watched
-stopped
+reported
 in_json
 followed_in_json
 unload_both

@@ -7,6 +7,8 @@
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
+#include "tool/commands/source.h"
+#include "tool/report/live.h"
 #include "tool/report/page.h"
 #include "tool/report/report_json.h"
 #include "tool/scenario/capture_words.h"
@@ -18,11 +20,11 @@ namespace gponflow {
 namespace {
 
 struct report_request {
-    std::string scenario;
-    std::string onu; ///< address of one of several ONUs of a capture, or empty
+    live_source source;
     std::vector<std::string> captures;
     std::string output = "report.html";
     bool json = false;
+    bool live = false;
 };
 
 void write_page(const std::string& page, const std::string& output)
@@ -36,9 +38,28 @@ void write_page(const std::string& page, const std::string& output)
         throw std::runtime_error(output + ": cannot be written");
 }
 
+void print_report(const report_request& request, const report_data& data)
+{
+    if (request.json)
+        print_report_json(data, std::cout);
+    else
+        write_page(report_page(data), request.output);
+}
+
+int report_live(const report_request& request)
+{
+    return read_source(request.source, [&](module_reader& reader) {
+        report_data data = live_report(reader);
+        data.scenario = request.source.file;
+        print_report(request, data);
+        return static_cast<int>(finish_output() ? status_ok : status_unsupported);
+    });
+}
+
 int report(const report_request& request)
 {
-    std::optional<opened_line> opened = open_line(request.scenario, request.onu, std::cerr);
+    std::optional<opened_line> opened =
+        open_line(request.source.file, request.source.onu, std::cerr);
     if (!opened)
         return status_invalid;
     scenario& parsed = opened->input;
@@ -47,10 +68,8 @@ int report(const report_request& request)
         const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
         exit_status status = collect_report(parsed, *target, data, std::cerr);
-        if (status == status_ok && request.json)
-            print_report_json(data, std::cout);
-        else if (status == status_ok)
-            write_page(report_page(data), request.output);
+        if (status == status_ok)
+            print_report(request, data);
         if (status == status_ok && (parsed.incomplete || !opened->complete))
             status = status_failed;
         return finish_output() ? status : status_unsupported;
@@ -67,14 +86,18 @@ void add_report_command(CLI::App& app)
     const auto request = std::make_shared<report_request>();
     CLI::App* sub = app.add_subcommand(
         "report", "Write an HTML page with graph, flows, explained drops and rules");
-    sub->add_option("FILE", request->scenario,
-                    "Scenario or capture of OMCI messages, - for standard input")
-        ->required();
-    add_onu_option(*sub, request->onu);
-    sub->add_option("--pcap", request->captures,
-                    "Captures to run after the scenario, with options of a pcap command after "
-                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani")
-        ->type_name("FILE");
+    sub->add_option("FILE", request->source.file,
+                    "Scenario or capture of OMCI messages, - for standard input");
+    add_onu_option(*sub, request->source.onu);
+    CLI::Option* captures =
+        sub->add_option("--pcap", request->captures,
+                        "Captures to run after the scenario, with options of a pcap command after "
+                        "commas: FILE,kind=up_uni,port=1; default kind: up_ani")
+            ->type_name("FILE");
+    sub->add_flag("--live", request->live,
+                  "Report the state of the module: its entities, rules with their hits, and "
+                  "counters; without FILE, of the running kernel")
+        ->excludes(captures);
     sub->add_option("-o,--output", request->output, "Output file, - for standard output")
         ->type_name("FILE")
         ->capture_default_str();
@@ -84,11 +107,15 @@ void add_report_command(CLI::App& app)
                 "  gponflow report scenarios/demo.scn -o report.html\n"
                 "  gponflow report scenarios/subscriber-line.scn -o report.html \\\n"
                 "    --pcap captures/upstream-uni1.pcap captures/upstream-uni2.pcap \\\n"
-                "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n\n"
+                "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n"
+                "  gponflow report --live -o report.html\n\n"
                 "The page is self-contained: it loads no other file. It includes the frames of the "
                 "scenario itself.");
     sub->callback([request] {
-        if (const int status = report(*request); status != status_ok)
+        if (request->source.file.empty() && !request->live)
+            throw CLI::RequiredError("FILE");
+        const int status = request->live ? report_live(*request) : report(*request);
+        if (status != status_ok)
             throw CLI::RuntimeError(status);
     });
 }

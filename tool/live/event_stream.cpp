@@ -20,7 +20,7 @@ namespace {
 constexpr const char* event_system = "gpon_flow";
 constexpr const char* buffer_prefix = "gponflow-";
 
-const char* name_of(gpon_tracepoint point)
+const char* event_name(gpon_tracepoint point)
 {
     switch (point) {
     case GPON_TRACEPOINT_WALK_START:
@@ -42,7 +42,7 @@ const char* name_of(gpon_tracepoint point)
     }
 }
 
-[[noreturn]] void refuse(const std::string& what)
+[[noreturn]] void refuse_operation(const std::string& what)
 {
     throw refusal(what + ": " + std::strerror(errno));
 }
@@ -75,7 +75,7 @@ void remove_left_buffers()
     tracefs_list_free(names);
 }
 
-uint64_t number_in(const tep_format_field* field, const void* data)
+uint64_t field_value(const tep_format_field* field, const void* data)
 {
     unsigned long long value = 0;
     if (field)
@@ -85,7 +85,7 @@ uint64_t number_in(const tep_format_field* field, const void* data)
 
 template <typename T> void read_number(T& into, const tep_format_field* field, const void* data)
 {
-    into = static_cast<T>(number_in(field, data));
+    into = static_cast<T>(field_value(field, data));
 }
 
 void read_address(unsigned char (&into)[6], const tep_format_field* field, const void* data)
@@ -126,17 +126,17 @@ std::unique_ptr<event_stream> event_stream::open(const options& chosen)
     const char* const systems[] = {event_system, nullptr};
     stream->formats_.reset(tracefs_local_events_system(nullptr, systems));
     if (!stream->formats_)
-        refuse("cannot read the formats of the trace events");
+        refuse_operation("cannot read the formats of the trace events");
     stream->buffer_.reset(
         tracefs_instance_create((buffer_prefix + std::to_string(getpid())).c_str()));
     if (!stream->buffer_)
-        refuse("cannot create a trace buffer");
+        refuse_operation("cannot create a trace buffer");
     if (chosen.buffer_kilobytes != 0 &&
         tracefs_instance_file_write(stream->buffer_.get(), "buffer_size_kb",
                                     std::to_string(chosen.buffer_kilobytes).c_str()) < 0)
-        refuse("cannot set the size of the trace buffer");
+        refuse_operation("cannot set the size of the trace buffer");
     for (int point = 0; point < GPON_TRACEPOINTS; ++point)
-        if (name_of(static_cast<gpon_tracepoint>(point)) &&
+        if (event_name(static_cast<gpon_tracepoint>(point)) &&
             (point != GPON_TRACEPOINT_RULE_LEARN || chosen.learning))
             stream->enable(static_cast<gpon_tracepoint>(point),
                            point != GPON_TRACEPOINT_RULE_LEARN);
@@ -148,19 +148,19 @@ event_stream::~event_stream() = default;
 void event_stream::enable(gpon_tracepoint point, bool marked_only)
 {
     find_fields(point);
-    const char* name = name_of(point);
+    const char* name = event_name(point);
     if (marked_only &&
         tracefs_event_file_write(buffer_.get(), event_system, name, "filter", "marked==1") < 0)
-        refuse("cannot filter trace events");
+        refuse_operation("cannot filter trace events");
     if (tracefs_event_enable(buffer_.get(), event_system, name) != 0)
-        refuse(std::string("cannot enable the trace event ") + name);
+        refuse_operation(std::string("cannot enable the trace event ") + name);
 }
 
 void event_stream::find_fields(gpon_tracepoint point)
 {
-    tep_event* type = tep_find_event_by_name(formats_.get(), event_system, name_of(point));
+    tep_event* type = tep_find_event_by_name(formats_.get(), event_system, event_name(point));
     if (!type)
-        throw refusal(std::string("the module has no trace event ") + name_of(point) +
+        throw refusal(std::string("the module has no trace event ") + event_name(point) +
                       ": its version does not match this program");
     const auto field = [type](const char* name) { return tep_find_field(type, name); };
     fields_.at(point) = {type->id,          field("skbaddr"),    field("direction"),
@@ -177,7 +177,7 @@ gpon_trace_record event_stream::record_in(gpon_tracepoint point, void* data) con
     gpon_trace_record record{};
     record.point = point;
     record.frame.packet =
-        reinterpret_cast<const void*>(static_cast<uintptr_t>(number_in(at.packet, data)));
+        reinterpret_cast<const void*>(static_cast<uintptr_t>(field_value(at.packet, data)));
     read_number(record.frame.direction, at.direction, data);
     read_number(record.marked, at.marked, data);
     read_address(record.frame.dst_mac, at.destination, data);
@@ -199,7 +199,7 @@ gpon_trace_record event_stream::record_in(gpon_tracepoint point, void* data) con
 
 namespace {
 
-struct reading {
+struct reading_context {
     const event_stream& stream;
     const event_stream::sink& take;
     std::exception_ptr failure;
@@ -210,7 +210,7 @@ struct reading {
 // The library is C: an exception must not pass through it.
 int event_stream::take_record(tep_event* type, tep_record* record, int cpu, void* context)
 {
-    auto& of = *static_cast<reading*>(context);
+    auto& of = *static_cast<reading_context*>(context);
     for (int point = 0; point < GPON_TRACEPOINTS; ++point) {
         const auto at = static_cast<gpon_tracepoint>(point);
         if (of.stream.fields_.at(at).id != type->id)
@@ -227,11 +227,11 @@ int event_stream::take_record(tep_event* type, tep_record* record, int cpu, void
 
 void event_stream::read(const sink& take)
 {
-    reading context{*this, take, nullptr};
+    reading_context context{*this, take, nullptr};
     if (tracefs_iterate_raw_events(formats_.get(), buffer_.get(), nullptr, 0, take_record,
                                    &context) < 0 &&
         !context.failure)
-        refuse("cannot read the trace buffer");
+        refuse_operation("cannot read the trace buffer");
     if (context.failure)
         std::rethrow_exception(context.failure);
 }

@@ -11,7 +11,7 @@ namespace gponflow {
 
 namespace {
 
-constexpr size_t most_tags = 4;
+constexpr size_t most_rule_tags = 4;
 
 unsigned number(const std::string& text, int base = 10)
 {
@@ -30,7 +30,7 @@ mac_address read_mac(const std::string& text)
 std::vector<vlan_tag> read_tags(const std::string& tpids, const std::string& tcis)
 {
     std::vector<vlan_tag> tags;
-    for (size_t i = 0; i < most_tags && tpids[5 * i] != 'x'; ++i)
+    for (size_t i = 0; i < most_rule_tags && tpids[5 * i] != 'x'; ++i)
         tags.push_back({static_cast<uint16_t>(number(tpids.substr(5 * i, 4), 16)),
                         static_cast<uint16_t>(number(tcis.substr(5 * i, 4), 16))});
     return tags;

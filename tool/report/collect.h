@@ -11,6 +11,7 @@
 
 #include "tool/check/check.h"
 #include "tool/explain/explain_frame.h"
+#include "tool/live/module_reader.h"
 #include "tool/live/rule_table.h"
 #include "tool/model/line_model.h"
 
@@ -60,8 +61,16 @@ struct direction_row {
     uint64_t quick = 0;
 };
 
+/// Only of a report about a running module.
+struct live_state {
+    std::vector<counter_value> counters; ///< since the module was loaded
+    bool enabled = false;                ///< the engine
+    bool changed = false;                ///< rules or entities changed while they were read
+};
+
 struct report_data {
-    std::string scenario;
+    std::string scenario; ///< empty: the module of the running kernel
+    std::optional<live_state> live;
     std::vector<std::string> captures;
     std::array<direction_row, 4> directions; ///< by kind of hook call
     std::vector<flow_row> flows;             ///< in order of their first frames

@@ -20,7 +20,7 @@ template_value capture_names(const report_data& data)
     return names;
 }
 
-void set_totals(template_value& page, const report_data& data)
+direction_row sum_of_directions(const report_data& data)
 {
     direction_row all;
     for (const direction_row& one : data.directions) {
@@ -30,6 +30,38 @@ void set_totals(template_value& page, const report_data& data)
         all.untouched += one.untouched;
         all.quick += one.quick;
     }
+    return all;
+}
+
+// Since load: the flows of a running module are only those that have a rule now.
+direction_row sum_of_counters(const live_state& live)
+{
+    direction_row all;
+    for (const counter_value& one : live.counters) {
+        if (one.name == "frames_passed")
+            all.passed = one.value;
+        else if (one.name == "frames_failed")
+            all.dropped = one.value;
+        else if (one.name == "frames_engine_off")
+            all.untouched = one.value;
+        else if (one.name == "replays" || one.name.starts_with("remembered_"))
+            all.quick += one.value;
+    }
+    all.frames = all.passed + all.dropped;
+    return all;
+}
+
+void set_live(template_value& page, const report_data& data)
+{
+    page.set("live", data.live.has_value());
+    page.set("counters", counter_values(data));
+    page.set("is_off", data.live && !data.live->enabled);
+    page.set("has_changed", data.live && data.live->changed);
+}
+
+void set_totals(template_value& page, const report_data& data)
+{
+    const direction_row all = data.live ? sum_of_counters(*data.live) : sum_of_directions(data);
     const auto problems =
         std::ranges::count(data.findings, finding_weight::problem, &finding::weight);
     page.set("frames", std::to_string(all.frames));
@@ -67,7 +99,8 @@ std::string report_page(const report_data& data)
     template_value page;
     page.set("style", page_style);
     page.set("script", page_script);
-    page.set("scenario", escape(data.scenario));
+    page.set("scenario", data.scenario.empty() ? "the running module" : escape(data.scenario));
+    set_live(page, data);
     page.set("captures", capture_names(data));
     page.set("has_captures", !data.captures.empty());
     page.set("services", service_values(data, numbers));

@@ -81,6 +81,14 @@ json drop_json(const drop_row& drop)
             {"first", drop.first}};
 }
 
+json live_json(const live_state& live)
+{
+    json counters = json::object();
+    for (const counter_value& one : live.counters)
+        counters[one.name] = one.value;
+    return {{"enabled", live.enabled}, {"changed", live.changed}, {"counters", counters}};
+}
+
 } // namespace
 
 void print_report_json(const report_data& data, std::ostream& out)
@@ -94,6 +102,8 @@ void print_report_json(const report_data& data, std::ostream& out)
     json whole = json_document("report");
     whole["scenario"] = data.scenario;
     whole["captures"] = data.captures;
+    if (data.live)
+        whole["live"] = live_json(*data.live);
     whole["directions"] = directions_json(data);
     whole["flows"] = std::move(flows);
     whole["flows_left_out"] = data.flows_left_out;

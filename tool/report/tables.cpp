@@ -97,11 +97,11 @@ std::vector<me_id> way_to_drop(const explanation& example, const std::vector<me_
     if (const auto discards = discards_of(example); !discards.empty())
         return way_to_discard(discards.front());
     std::vector<me_id> way;
-    const std::optional<size_t> end = deepest_dead_end(example.story);
+    const std::optional<size_t> end = deepest_dead_end(example.walk);
     if (!end)
         return way;
-    for (const size_t at : branch_to(example.story, *end))
-        way.push_back(example.story.steps[at].at);
+    for (const size_t at : branch_to(example.walk, *end))
+        way.push_back(example.walk.steps[at].at);
     if (!deciding.empty() && deciding.front() != way.back())
         way.push_back(deciding.front());
     return way;
@@ -259,6 +259,7 @@ template_value rule_values(const report_data& data, const entity_numbers& number
         row.set("index", number(rule.index));
         row.set("port", number(rule.port));
         row.set("direction", rule.key.direction);
+        row.set("hits", rule.hits ? number(*rule.hits) : template_value(""));
         row.set("steps", rule.steps.empty() ? "none: the frame passes" : path_text(rule.steps));
         row.set("way", rule.steps.size() > 1 ? number_list(rule.steps, numbers) : "");
         rows << row;
@@ -274,9 +275,26 @@ template_value finding_values(const report_data& data)
         template_value row;
         row.set("weight", name_of(one.weight));
         row.set("where", to_text(one.id));
-        row.set("line", number(one.line));
+        row.set("line", one.line ? number(one.line) : template_value(""));
         row.set("reason", escape(one.reason));
         row.set("change", escape(one.change));
+        rows << row;
+    }
+    return rows;
+}
+
+template_value counter_values(const report_data& data)
+{
+    template_value rows = list();
+    if (!data.live)
+        return rows;
+    for (const counter_value& one : data.live->counters) {
+        if (one.value == 0)
+            continue;
+        template_value row;
+        row.set("name", escape(one.name));
+        row.set("meaning", escape(one.meaning));
+        row.set("value", number(one.value));
         rows << row;
     }
     return rows;

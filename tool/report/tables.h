@@ -17,6 +17,8 @@ using template_value = kainjow::mustache::data;
 [[nodiscard]] template_value flow_values(const report_data& data, const entity_numbers& numbers);
 [[nodiscard]] template_value rule_values(const report_data& data, const entity_numbers& numbers);
 [[nodiscard]] template_value finding_values(const report_data& data);
+/// Counters of a running module that are not 0.
+[[nodiscard]] template_value counter_values(const report_data& data);
 [[nodiscard]] template_value service_values(const report_data& data, const entity_numbers& numbers);
 /// By class, in the order of the class table.
 [[nodiscard]] template_value entity_values(const report_data& data, const entity_numbers& numbers);
