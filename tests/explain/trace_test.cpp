@@ -77,6 +77,8 @@ TEST(frames_of_events, of_one_cpu_follow_each_other)
             frames.event(event, 0, false);
     EXPECT_EQ(seen.text, "wdwrrd");
     frames.flush();
+    EXPECT_EQ(seen.text, "wdwrrd");
+    frames.flush();
     EXPECT_EQ(seen.text, "wdwrrdd");
     frames.finish();
     EXPECT_EQ(seen.text, "wdwrrdd");

@@ -172,6 +172,9 @@ def run_rest(check, full, line, empty):
         check.run(["run", "--json", scenario], 0, "gponflow-run-1")
         check.run(["graph", "--json", scenario], 0, "gponflow-graph-1")
         check.run(["report", "--json", scenario], 0, "gponflow-report-1")
+        check.run(["report", "--live", "--json", scenario], 0, "gponflow-report-1")
+    check.run(["report", "--json"], 2)
+    check.run(["report", "--live", "--json", full, "--pcap", line], 2)
     check.run(["graph", "--json", line, "--highlight", "kind=up_ani," + FRAME], 0,
               "gponflow-graph-1")
     for scenario, status in ((full, 0), (empty, 0)):

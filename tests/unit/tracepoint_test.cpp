@@ -209,9 +209,11 @@ TEST_F(tracepoints, name_the_decision_of_a_filter_on_both_sides)
     frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x20, 0, 8, 0};
     seen();
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
-    EXPECT_THAT(seen(), Contains("step 2 47/6 2 pass"));
+    EXPECT_THAT(seen(), ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 2 pass",
+                                    "step 3 266/1 2", "step 4 268/1 3", "end 0 gem=5", "learn 0"));
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
-    EXPECT_THAT(seen(), Contains("replay 2 47/6 2 pass"));
+    EXPECT_THAT(seen(), ElementsAre("replay 1 45/7 2", "replay 2 47/6 2 pass", "replay 3 266/1 2",
+                                    "replay 4 268/1 3", "hit remembered=0 gem=5"));
     EXPECT_EQ(send(GPON_API_UP_UNI), 1);
     EXPECT_THAT(seen(), Contains("step 2 47/9 1 misplaced"));
 }

@@ -82,10 +82,11 @@ public:
             const bool stopped = stop.wait(-1, quiet_milliseconds);
             look();
             if (stopped || printer_.is_done() || is_time_over())
-                return {};
+                break;
             if (!is_module_loaded())
                 return "the module was unloaded";
         }
+        frames_.finish();
         return {};
     }
 
@@ -104,6 +105,7 @@ private:
             any = true;
             frames_.event(one.record, one.cpu, one.gap);
         });
+        frames_.flush();
         if (!any)
             frames_.finish();
         lost_ = stream_->dropped();

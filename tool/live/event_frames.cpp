@@ -57,7 +57,7 @@ event_frames::place event_frames::frame_of(const gpon_trace_record& record, int 
         (!known->ended || follows_end(known->of, record)))
         return known;
     pass_on(of_packet);
-    return open_.insert(open_.end(), {{}, packet, cpu, false});
+    return open_.insert(open_.end(), {{}, packet, cpu});
 }
 
 bool event_frames::is_learnt_frame(const open_frame& one, const gpon_trace_record& record) const
@@ -92,7 +92,9 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
 
 void event_frames::flush()
 {
-    pass_on([](const open_frame& one) { return one.ended; });
+    pass_on([](const open_frame& one) { return one.settled; });
+    for (open_frame& one : open_)
+        one.settled = one.ended;
 }
 
 void event_frames::finish()

@@ -18,7 +18,7 @@ struct frame_events {
 
 /// Frames that several CPUs handle at the same time have mixed events, which the address of the
 /// packet tells apart. Nothing marks the last event of a call: a frame is complete when its CPU
-/// goes on to another one, or when flush() is called because nothing came for a while.
+/// goes on to another one, or when nothing came until the next look for events.
 class event_frames {
 public:
     using frame_sink = std::function<void(const frame_events&)>;
@@ -28,7 +28,8 @@ public:
     /// Takes the next event of a CPU; `gap`: the kernel dropped events of this CPU before it.
     void event(const gpon_trace_record& record, int cpu, bool gap);
 
-    /// Passes on the frames whose end has been seen.
+    /// Passes on the frames whose end was seen before the last call of this function. Call it after
+    /// each look for events: the last event of a frame may come just behind a look.
     void flush();
 
     /// Passes on all frames: no more events come.
@@ -40,6 +41,7 @@ private:
         const void* packet;
         int cpu;
         bool ended = false;
+        bool settled = false; ///< ended before the last flush()
     };
     using place = std::list<open_frame>::iterator;
 
