@@ -112,8 +112,8 @@ expect_shown '68 rules'
 
 # Long captures show their progress, short ones do not.
 # Frames of one path cost little, so each frame has tags of its own. A sanitizer makes the tool slower.
-frames=100000
-! grep -q __asan_init "$tool" || frames=30000
+frames=64000
+! grep -q __asan_init "$tool" || frames=18000
 python3 -c '
 import struct, sys
 out = sys.stdout.buffer
