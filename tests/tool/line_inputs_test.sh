@@ -76,6 +76,7 @@ grep -q 'not a MAC address' err || complain 'a wrong address is accepted'
 expect_status 2 check two.pcap "$bring_up"
 [ "$(grep -c '"schema":"gponflow-line-1"' out)" = 2 ] || complain 'an input has no line'
 [ "$(grep -o 'two.pcap: messages' out | wc -l)" = 1 ] || complain 'the input is named twice'
+grep -q 'choose one of them with --onu' out || complain 'the line of an input does not name --onu'
 expect_status 0 omci two.pcap two.pcap --onu 02:00:00:00:00:09
 
 # A capture with a snapshot length: tags and the length on the wire are known, the rest is not.

@@ -89,8 +89,6 @@ int explain(const explain_request& request)
         const std::unique_ptr<backend> target = make_backend(request.source.backend);
         status = request.asked.asks ? answer(request, input, *target)
                                     : explain_hook(request, input, *target);
-        if (status == status_ok && input.incomplete)
-            status = status_failed;
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_unsupported;
@@ -98,7 +96,9 @@ int explain(const explain_request& request)
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
     }
-    return finish_output() ? status : status_unsupported;
+    if (!finish_output())
+        return status_unsupported;
+    return parsed ? status_with_input(status, *parsed) : status;
 }
 
 void add_capture_options(CLI::App& sub, explain_request& request)

@@ -58,7 +58,13 @@ std::optional<scenario> open_source(const live_source& from, exit_status& status
         status = status_invalid;
         return {};
     }
+    line->input.incomplete = line->input.incomplete || !line->complete;
     return std::move(line->input);
+}
+
+int status_with_input(int status, const scenario& input)
+{
+    return status == status_ok && input.incomplete ? status_failed : status;
 }
 
 std::string backend_of(const live_source& from)
@@ -85,7 +91,7 @@ int run_on_source(const live_source& from, const std::function<int(captured_run&
         std::cerr
             << "gponflow: kernel log lines were lost, the output may be incomplete: boot with "
                "a larger log_buf_len\n";
-    return outcome;
+    return parsed ? status_with_input(outcome, *parsed) : outcome;
 }
 
 int read_source(const live_source& from, const std::function<int(module_reader&)>& action)
@@ -107,7 +113,7 @@ int read_source(const live_source& from, const std::function<int(module_reader&)
     if (reader->changed_while_read())
         std::cerr << "gponflow: warning: rules or entities changed while they were read: some may "
                      "be missing or listed twice\n";
-    return outcome;
+    return parsed ? status_with_input(outcome, *parsed) : outcome;
 }
 
 int follow_source(const live_source& from, const change_sink& sink)
@@ -118,7 +124,7 @@ int follow_source(const live_source& from, const change_sink& sink)
         return status;
     const std::unique_ptr<backend> target = make_host_backend();
     const process_changes changes(sink);
-    return whole_run(*target).run(*parsed, std::cerr);
+    return status_with_input(whole_run(*target).run(*parsed, std::cerr), *parsed);
 }
 
 int report_not_loaded()

@@ -22,9 +22,12 @@ struct live_source {
 /// Adds FILE (its option's name, e.g. "FILE" or "--scenario"), --onu and --backend.
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option = "FILE");
 
-/// The scenario, or nothing for the running module. Prints errors to standard error and then sets
-/// the status.
+/// The scenario, or nothing for the running module. An empty line is marked as incomplete. Prints
+/// errors to standard error and then sets the status.
 [[nodiscard]] std::optional<scenario> open_source(const live_source& from, exit_status& status);
+
+/// `status`, but failed instead of success if the scenario is incomplete.
+[[nodiscard]] int status_with_input(int status, const scenario& input);
 
 /// The name of the backend, with the default for an empty name.
 [[nodiscard]] std::string backend_of(const live_source& from);

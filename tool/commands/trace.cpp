@@ -40,7 +40,7 @@ int trace(const trace_request& request)
         return trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
     status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
                             colours_of(1), request.limits.json);
-    return finish_output() ? status : status_unsupported;
+    return finish_output() ? status_with_input(status, *parsed) : status_unsupported;
 }
 
 } // namespace

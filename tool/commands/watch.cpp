@@ -121,7 +121,7 @@ int watch(const watch_request& request)
         print(*lines);
     else if (lines)
         show_until_end(*lines);
-    return finish_output() ? status : status_unsupported;
+    return finish_output() ? status_with_input(status, *parsed) : status_unsupported;
 }
 
 } // namespace

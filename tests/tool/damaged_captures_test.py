@@ -1,0 +1,162 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-2.0-only
+"""Damaged captures as the line and as the traffic of each command.
+
+usage: damaged_captures_test.py GPONFLOW SOURCE_ROOT
+
+A capture that ends early is used up to there, with a warning and status 1. One that cannot be used
+is an error with status 2, and nothing else is printed.
+"""
+
+import pathlib
+import struct
+import subprocess
+import sys
+import tempfile
+
+WIFI = 105
+HEADER = 24  # bytes of a pcap file before its records
+
+
+def records(data):
+    at = HEADER
+    while at < len(data):
+        size = struct.unpack("<I", data[at + 8:at + 12])[0]
+        yield data[at:at + 16], data[at + 16:at + 16 + size]
+        at += 16 + size
+
+
+def block(kind, body):
+    body += bytes(-len(body) % 4)
+    size = struct.pack("<I", len(body) + 12)
+    return struct.pack("<I", kind) + size + body + size
+
+
+def section(data, count):
+    """The first records as a section of a pcapng file."""
+    text = block(0x0a0d0d0a, struct.pack("<IHHq", 0x1a2b3c4d, 1, 0, -1))
+    text += block(1, struct.pack("<HHI", 1, 0, 65535))
+    for number, (_, frame) in zip(range(count), records(data)):
+        head = struct.pack("<IIIII", 0, 0, number, len(frame), len(frame))
+        text += block(6, head + frame)
+    return text
+
+
+def sliced(data, most):
+    text = data[:HEADER]
+    for head, frame in records(data):
+        held = frame[:most]
+        text += head[:8] + struct.pack("<II", len(held), len(frame)) + held
+    return text
+
+
+def variants(data):
+    """Damaged files by name."""
+    half = len(list(records(data))) // 2
+    whole = HEADER + sum(16 + len(frame) for _, frame in list(records(data))[:half])
+    return {
+        "cut in a frame": data[:whole + 30],
+        "cut in the head of a frame": data[:whole + 7],
+        "garbage": data[:whole] + b"\xff" * 64 + data[whole:],
+        "garbage alone": b"\x5a" * 400,
+        "cut in the file's head": data[:HEADER - 3],
+        "empty": b"",
+        "another link type": data[:20] + struct.pack("<I", WIFI) + data[HEADER:],
+        "broken section": section(data, half) + struct.pack("<III", 6, 17, 5) + b"\0" * 40,
+        "cut section": section(data, half)[:-9],
+        "sliced": sliced(data, 18),
+        "second section broken": section(data, half) + b"\x0a\x0d\x0d\x0a" + b"\xff" * 28,
+    }
+
+
+EARLY = (1, "warning: ends early, ")
+SHORT = (2, "too short for a capture")
+NO_LINE = (2, "unknown command 'ZZZ")
+NO_CAPTURE = (2, "no capture: neither pcap nor pcapng")
+EMPTY_LINE = (1, "warning: no command: the line is empty")
+
+# Status and message of a command, by variant. An empty file may be a scenario.
+LINE = {
+    "cut in a frame": EARLY,
+    "cut in the head of a frame": EARLY,
+    "garbage": EARLY,
+    "broken section": EARLY,
+    "cut section": EARLY,
+    "second section broken": EARLY,
+    "sliced": (1, "the capture holds 18 of the frame's "),
+    "garbage alone": NO_LINE,
+    "cut in the file's head": SHORT,
+    "another link type": (2, "link type 105 (IEEE802_11) carries no OMCI"),
+    "empty": EMPTY_LINE,
+}
+LINE_OF_OMCI = LINE | {"garbage alone": NO_CAPTURE, "empty": SHORT}
+NO_UNI = (2, "the line has no UNI")
+LINE_OF_EXPLAIN = LINE | {"empty": NO_UNI, "sliced": NO_UNI}
+LINE_OF_SHOW = LINE | {"empty": (3, "the module is not loaded")}
+TRAFFIC = {variant: EARLY for variant, expected in LINE.items() if expected is EARLY} | {
+    "sliced": (0, "frames end in the capture"),
+    "garbage alone": NO_CAPTURE,
+    "cut in the file's head": SHORT,
+    "another link type": (2, "its frames are not Ethernet but IEEE802_11"),
+    "empty": SHORT,
+}
+# The frame is before the damage. Of a frame that is cut, the output itself has a note.
+ONE_FRAME = TRAFFIC | {variant: (0, "") for variant, expected in TRAFFIC.items()
+                       if expected is EARLY or variant == "sliced"}
+
+
+def commands(line, traffic, folder):
+    """Each command, {} for a damaged file, with the outcomes by variant."""
+    page = folder / "page.html"
+    of_line = [(words, LINE) for words in (
+        "check {}", "graph {}", f"account {{}} --pcap {traffic}", f"report {{}} -o {page}",
+        "show status {}", "stat {}", "monitor {}", "watch --once {}", "trace outer_vlan=300p6 {}",
+        f"omci --diff {{}} {line}")]
+    of_line += [(words, LINE_OF_OMCI) for words in ("omci {}", "omci --summary {}")]
+    of_line += [(words, LINE_OF_SHOW) for words in ("show me {}", "show rules {}")]
+    of_line += [(f"explain {{}} --uni 1 --pcap {traffic}", LINE_OF_EXPLAIN)]
+    of_traffic = [(words, TRAFFIC) for words in (
+        f"account {line} --pcap {{}}", f"report {line} -o {page} --pcap {{}}")]
+    of_traffic += [(words, ONE_FRAME) for words in (
+        f"explain {line} --uni 2 --pcap {{}}", f"explain {line} --uni 2 --pcap {{}} --frame 3",
+        f"graph {line} --uni 2 --pcap {{}}")]
+    return [(line, of_line), (traffic, of_traffic)]
+
+
+def fault_of(tool, words, expected, file):
+    """Run a command with a damaged file; return what is wrong, or nothing."""
+    status, message = expected
+    done = subprocess.run([tool, *(str(file) if one == "{}" else one for one in words.split())],
+                          capture_output=True, text=True, check=False, timeout=60)
+    if done.returncode != status:
+        return f"exit status {done.returncode}, not {status}: {done.stderr}"
+    if message not in done.stderr:
+        return f"no '{message}' in: {done.stderr}"
+    if status >= 2 and done.stdout:
+        return f"prints more than messages: {done.stdout[:200]}"
+    # `report` writes a file, and `monitor` of an empty line has nothing to print.
+    if status < 2 and not done.stdout and not words.startswith(("report", "monitor")):
+        return "prints nothing"
+    return None
+
+
+def main():
+    tool, root = sys.argv[1], pathlib.Path(sys.argv[2])
+    line = root / "docs/cookbook/bring-up.pcap"
+    traffic = root / "docs/cookbook/lost.pcap"
+    faults = 0
+    with tempfile.TemporaryDirectory() as folder:
+        file = pathlib.Path(folder) / "damaged.pcap"
+        for damaged, table in commands(line, traffic, pathlib.Path(folder)):
+            for variant, data in variants(damaged.read_bytes()).items():
+                file.write_bytes(data)
+                for words, outcomes in table:
+                    fault = fault_of(tool, words, outcomes[variant], file)
+                    if fault:
+                        print(f"gponflow {words}, {variant}: {fault}")
+                        faults += 1
+    sys.exit(faults != 0)
+
+
+if __name__ == "__main__":
+    main()
