@@ -179,6 +179,22 @@ grep -q '^The frame passes from GEM port 4094 into bridge 3' out ||
 expect_status 0 explain "$line" --uni 1 --vlan 7
 grep -q 'VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 .* passes only VLAN 100, VLAN 200; the frame has VLAN 7' \
     out || complain 'explain does not name the filter at fault'
+cat >same.scn <<'SCENARIO'
+load
+hook kind=switch param=1
+me create MAC_BRIDGE_SERVICE_PROFILE 1
+me create MAC_BRIDGE_PORT_CON_DATA 0x0101 bridgeID=1 tpType=1 tpPointer=0x0101
+me create MAC_BRIDGE_PORT_CON_DATA 0x0102 bridgeID=1 tpType=11 tpPointer=0x0201
+SCENARIO
+other='VIRTUAL_ETHERNET_INTERFACE_POINT 0x0201'
+expect_status 0 explain same.scn --uni 1
+grep -q "^$other has the number of PPTP_ETHERNET_UNI 0x0101, which the module takes" out ||
+    complain 'explain does not name the other UNI with the number'
+grep -q '^  PPTP_ETHERNET_UNI 0x0101' out || complain 'the module takes another UNI'
+echo 'me delete PPTP_ETHERNET_UNI 0x0101' >>same.scn
+expect_status 0 explain same.scn --uni 1
+grep -q "^  $other" out || complain 'explain does not take the other UNI'
+grep -q 'has the number of' out && complain 'explain names a UNI that is not there'
 expect_status 2 explain "$line" --uni 9
 grep -q 'UNI 9 does not exist: the UNIs of the line are 1 ' err || complain 'an unknown UNI is not named'
 expect_status 2 explain "$line" --gem 7
@@ -368,35 +384,5 @@ status=0
 PATH=/nowhere "$tool" graph dangling.scn -o never.svg >out 2>err </dev/null || status=$?
 [ "$status" = 2 ] || complain "graph without graphviz: exit status $status"
 grep -q 'install graphviz' err || complain 'graph does not say that graphviz is missing'
-
-# What bash offers: every word that --help lists, at its place.
-expect_status 0 completion
-cp out completion.bash
-offers() { # WORD LINE...: the last word of the line is what is being typed
-    local wanted=$1
-    shift
-    bash -c '. ./completion.bash; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _gponflow
-        printf "%s\n" "${COMPREPLY[@]}"' - gponflow "$@" | grep -qxF -- "$wanted" ||
-        complain "gponflow $*: '$wanted' is not offered"
-}
-offers show sh
-offers rules show ''
-offers --json show rules --j
-offers GEM_PORT_CTP clean me GEM
-offers --mask-lines run ''
-offers GEM_PORT_CTP show me --class GEM
-offers UP_ANI show rules --direction ''
-offers host run --backend h
-offers host run --backend = h
-offers device run --backend =
-offers on set enable ''
-offers errors set debug-level e
-offers src_mac= set trace dst_mac = 02:00:00:00:00:01 s
-offers off set trace o
-offers --dry-run set trace off --d
-expect_status 0 --help
-while read -r word; do
-    offers "$word" ''
-done < <(sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\+\) .*/\1/p' out)
 
 exit "$failed"

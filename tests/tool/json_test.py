@@ -11,9 +11,11 @@ docs/schemas. Each schema must be used, and each command must have the option.
 
 import json
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 import schemas
 
@@ -196,6 +198,29 @@ def run_rest(check, full, line, empty):
         check.run([*words, "--dry-run", "--json"], 0, "gponflow-commands-1")
 
 
+def run_streams(check, empty):
+    """Commands that print a document a line print none, and no part of one, if nothing happens."""
+    for words in (["monitor", "--json"], ["trace", "outer_vlan=101p0", "--json"]):
+        title = "gponflow " + " ".join(words)
+        done = subprocess.run([check.tool, *words, empty], capture_output=True, text=True,
+                              check=True, timeout=60)
+        check_stream(check, title, done.stdout, done.stderr)
+        # Standard input stays open, so that only the signal ends the command.
+        with subprocess.Popen([check.tool, *words, "-"], stdin=subprocess.PIPE, text=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE) as waiting:
+            time.sleep(0.2)
+            waiting.send_signal(signal.SIGINT)
+            check_stream(check, title + ", stopped", waiting.stdout.read(), waiting.stderr.read())
+
+
+def check_stream(check, title, output, messages):
+    for text in output.splitlines():
+        check.validate(title, text)
+    for text in messages.splitlines():
+        if check.validate(title, text) not in (None, "gponflow-message-1"):
+            check.complain(f"{title}: standard error has other documents than messages")
+
+
 def run_each(check, line, empty):
     """Each command: an unknown option, a missing file and an empty line; each value it lists."""
     words = {"explain": ["--uni", "1"], "trace": ["outer_vlan=1p0"]}
@@ -245,6 +270,7 @@ def run_all(check, folder):
     run_omci(check, line, empty)
     run_lines(check, line, empty)
     run_rest(check, full, line, empty)
+    run_streams(check, empty)
     run_each(check, line, empty)
     for words in (["check", faulty], ["check", "missing.scn"], ["check"], ["fly", line],
                   ["show", "rules", "--table", line], ["show", "me", "--class", "x", line]):

@@ -124,6 +124,8 @@ private:
             for (const tag_gap& gap : one.carried.gaps)
                 gaps_.emplace(gap.operation, gap.why);
         direction_account& direction = account_.at(options.kind);
+        for (std::string& note : notes_of(leaving))
+            direction.notes.insert(std::move(note));
         if (is_discarded(leaving))
             ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
         else
@@ -231,6 +233,8 @@ void print_account(const frame_account& account, std::ostream& out)
         print_lines("passed ", direction.destinations, out);
         print_lines("dropped", direction.drops, out);
         print_lines("not classified", direction.untouched, out);
+        for (const std::string& note : direction.notes)
+            out << "  note            " << note << '\n';
         out << '\n';
     }
 }
@@ -245,7 +249,8 @@ json account_json(const frame_account& account, const std::string& file)
                               {"quick", direction.quick},
                               {"passed", rows_json(direction.destinations)},
                               {"dropped", rows_json(direction.drops)},
-                              {"not_classified", rows_json(direction.untouched)}});
+                              {"not_classified", rows_json(direction.untouched)},
+                              {"notes", direction.notes}});
     }
     json whole = json_document("account");
     whole["scenario"] = file;

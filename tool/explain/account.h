@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,7 @@ struct direction_account {
     std::map<std::string, uint64_t> destinations; ///< GEM port and bridge, frames
     std::map<std::string, uint64_t> drops;        ///< tags and deciding entity, frames
     std::map<std::string, uint64_t> untouched;    ///< why they were not classified, frames
+    std::set<std::string> notes;                  ///< what other ONUs may do with frames
 };
 
 /// By kind of hook call: 0 to 3.

@@ -167,6 +167,25 @@ void note_leaving(const explanation& half, verdict& into)
         into.notes.push_back(note + ".");
 }
 
+// A hook call has the number of its UNI only.
+void note_same_number(const frame_path& path, verdict& into)
+{
+    if (!path.query.uni)
+        return;
+    std::optional<me_id> taken;
+    for (const uni_port& one : uni_ports(path.halves.front().entities)) {
+        if (one.number != *path.query.uni)
+            continue;
+        if (taken)
+            into.notes.push_back(
+                to_text(one.id) + " has the number of " + to_text(*taken) +
+                ", which the module takes. To explain its frames, add \"me delete " +
+                to_text(*taken) + "\" to the scenario.");
+        else
+            taken = one.id;
+    }
+}
+
 line_outcome outcome_of(const explanation& half)
 {
     if (!half.answer || !half.walk.ran)
@@ -242,6 +261,7 @@ verdict verdict_of(const frame_path& path)
         note_bridge(path, result);
         note_unfiltered(path, result);
     }
+    note_same_number(path, result);
     note_leaving(path.halves.front(), result);
     note_capture(path, result);
     for (const explanation& half : path.halves)
