@@ -284,7 +284,11 @@ std::vector<me_id> line_model::related(me_id from, uint16_t class_id) const
         if (const recorded_row* row = holder->row_of(class_id))
             for (const uint16_t id : row->instances)
                 result.push_back({class_id, id});
-    for (const me_instance& one : instances(class_id))
+    // All instances of a class record the same classes: mostly, none of these is that of `from`.
+    const std::vector<me_instance>& others = instances(class_id);
+    if (others.empty() || !others.front().row_of(from.class_id))
+        return result;
+    for (const me_instance& one : others)
         if (one.records(from))
             result.push_back(one.id);
     return result;
