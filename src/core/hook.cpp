@@ -85,6 +85,7 @@ api_result handle_packet(u32 kind, sk_buff* skb)
 {
     if (kind >= PACKET_KINDS) {
         gpon::count(GPON_COUNT_calls_unknown);
+        gpon::trace_drop(skb, direction_of_kind(kind), GPON_END_UNKNOWN_KIND);
         dump_stack();
         printk("unknown api_data->api_type: %d\n", static_cast<i32>(kind));
         return UNKNOWN_KIND;

@@ -329,6 +329,8 @@ TEST_F(tracepoints, of_calls_that_are_not_walked)
     gpon::host::hook(GPON_API_UP_UNI, 0, nullptr);
     gpon::host::hook(9, 0, nullptr);
     EXPECT_THAT(seen(), ElementsAre("drop 8 direction=2 gem=0", "drop 8 direction=0 gem=0"));
+    EXPECT_EQ(send(9), -1);
+    EXPECT_THAT(seen(), ElementsAre("drop 9 direction=0 gem=0"));
     gpon::host::hook(GPON_API_SWITCH, 0, nullptr);
     gpon::host::set_mapping(-1);
     EXPECT_EQ(send(GPON_API_UP_ANI), 1);

@@ -106,10 +106,10 @@ private:
         }
     }
 
-    // With the engine disabled, the frame is not classified.
+    // With the engine disabled, or in a call of an unknown kind, the frame is not classified.
     void take_drop(gpon_frame_end reason)
     {
-        if (reason == GPON_END_NO_MAPPING)
+        if (reason == GPON_END_NO_MAPPING || reason == GPON_END_UNKNOWN_KIND)
             return;
         record_.ran = record_.dropped = true;
         if (reason == GPON_END_NO_QUEUE)

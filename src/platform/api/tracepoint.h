@@ -33,7 +33,8 @@ enum gpon_frame_end {
     GPON_END_NO_QUEUE,    /* the platform found no priority queue */
     GPON_END_NO_MAPPING,  /* engine disabled: the platform found no GEM port */
     GPON_END_UNREADABLE,  /* the header could not be read */
-    GPON_END_NO_PACKET    /* a hook call without a packet */
+    GPON_END_NO_PACKET,   /* a hook call without a packet */
+    GPON_END_UNKNOWN_KIND /* a hook call of an unknown kind */
 };
 
 /* How a step ended. */
@@ -82,7 +83,8 @@ struct gpon_traced_frame {
     unsigned char dst_mac[6];
     unsigned char src_mac[6];
     unsigned short direction; /* fwd_flag: 1 up ANI, 2 up UNI, 4 down ANI, 8 down UNI */
-    unsigned short tags;      /* number of VLAN tags, also of those that are not in tag[] */
+    unsigned short tags;      /* number of VLAN tags, also of those that are not in tag[]; of a rule
+                                 key, which has at most four */
     unsigned int
         tag[GPON_TRACED_TAGS]; /* outer to inner: TPID in the upper half, TCI; 0 if absent */
 };
