@@ -30,8 +30,8 @@ CALLER_OF_PLATFORM = re.compile(
     r"^gpon_pkt_handle_after_fwd_done$|^gpon_pkt_quick_forward$|replay_step")
 NAMED_FUNCTIONS = (
     (re.compile(r"vtfd_(filter_)?handle"), re.compile(r"^vtfd_action_")),
-    (re.compile(r"^dump_record|^new_message"),
-     re.compile(r"^put_(counter|rule|instance|state|event)$")),
+    (re.compile(r"^dump_record|^gpon_glue_new_message"),
+     re.compile(r"^(gpon_glue_)?put_(counter|rule|instance|state|event)$")),
 )
 LOG_FUNCTION = re.compile(r"printk|gpon_log|pr_cont")
 INDIRECT = "__indirect_call"

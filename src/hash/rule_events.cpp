@@ -8,6 +8,9 @@
 static_assert(GPON_SEEN_TAGS == GPON_MAX_TAGS &&
               static_cast<u8>(GPON_SEEN_STEPS) == MAX_RECURSION_NUM);
 
+// Both are on the stack of a frame.
+static_assert(sizeof(gpon_event) <= 128 && sizeof(gpon_trace_record) <= 112);
+
 namespace {
 
 // Rules learnt since load; the generation does not count them.
@@ -80,6 +83,8 @@ void copy_steps(const gpon_flow_rule& rule, gpon_seen_rule& seen)
 void report_rule(gpon_event_kind kind, u32 cause, const gpon_flow_rule& rule)
     GPON_REQUIRES(gpon_hash_lock)
 {
+    if (misses_event())
+        return;
     gpon_event event = {};
     event.kind = kind;
     event.cause = cause;
@@ -127,6 +132,12 @@ void gpon::report_learnt(const gpon_flow_rule& rule)
     ++learnt_number;
     if (wants_events())
         report_rule(GPON_EVENT_RULE_LEARNT, 0, rule);
+}
+
+void gpon::report_relearnt(const gpon_flow_rule& rule)
+{
+    if (wants_events())
+        report_rule(GPON_EVENT_RULE_RELEARNT, 0, rule);
 }
 
 void gpon::report_gone(const gpon_flow_rule& rule, gpon_rule_end cause)

@@ -109,6 +109,7 @@ bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
     if (!same_steps(*rule.trace, trace)) {
         gpon::begin_generation();
         *rule.trace = trace;
+        gpon::report_relearnt(rule);
     }
     rule.hit = 1;
     return true;

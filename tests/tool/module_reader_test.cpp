@@ -113,5 +113,19 @@ TEST_F(changes, have_consecutive_numbers_and_texts)
     EXPECT_EQ(missing_text(3), "missing  3 changes: the kernel's buffer was full");
 }
 
+TEST_F(changes, of_the_steps_of_a_rule_have_the_new_ones)
+{
+    gpon_event event = {};
+    event.kind = GPON_EVENT_RULE_RELEARNT;
+    event.rule.direction = 1;
+    event.rule.steps = 1;
+    event.rule.class_id[0] = 45;
+    event.rule.inst_id[0] = 1;
+    event.rule.hits = 2;
+    EXPECT_EQ(text_of(change_of(event, 7)),
+              "relearnt UP_ANI 00:00:00:00:00:00 > 00:00:00:00:00:00 untagged: "
+              "MAC_BRIDGE_SERVICE_PROFILE 0x0001, 2 hits");
+}
+
 } // namespace
 } // namespace gponflow

@@ -163,6 +163,30 @@ TEST_F(observe, events_name_the_rule_and_the_cause)
     EXPECT_EQ(events[3].cause, static_cast<u32>(GPON_RULE_FLUSHED));
 }
 
+TEST_F(observe, other_steps_of_a_known_flow_are_an_event)
+{
+    const std::array<u8, GPON_RULE_KEY_HEAD> key = {1, 2, 3, 4, 5, 6, 7};
+    gpon_rule_trace steps = {{{45, 1}, {47, 2}}};
+    const auto learn = [&] {
+        return gpon_hash_add_node_safe(key.data(), GPON_RULE_KEY_HEAD, &steps);
+    };
+    EXPECT_EQ(learn(), 0);
+    const u64 first = revision();
+    EXPECT_EQ(learn(), 0);
+    ASSERT_EQ(events.size(), 1u) << "the same steps are no event";
+    EXPECT_EQ(revision(), first);
+    steps.step[1].instId = 3;
+    EXPECT_EQ(learn(), 0);
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[1].kind, GPON_EVENT_RULE_RELEARNT);
+    EXPECT_EQ(events[1].rule.dst_mac[0], 1);
+    EXPECT_EQ(events[1].rule.src_mac[0], 7);
+    ASSERT_EQ(events[1].rule.steps, 2);
+    EXPECT_EQ(events[1].rule.inst_id[1], 3);
+    EXPECT_NE(revision(), first);
+    EXPECT_EQ(gpon::host::counter_value("rules_relearnt"), 2u);
+}
+
 TEST_F(observe, an_instance_has_its_record_and_is_an_event)
 {
     create_bridge(5);

@@ -25,13 +25,16 @@ struct monitor_request {
 // Prints changes, and how many are missing between two of them.
 class printer {
 public:
-    explicit printer(const monitor_request& request) : request_(request) {}
+    /// last: number of the last change before the first one that can come.
+    printer(const monitor_request& request, std::optional<uint32_t> last)
+        : request_(request), last_(last)
+    {
+    }
 
     void take(const module_change& change)
     {
         if (is_complete())
             return;
-        // A rule and an instance that change on two CPUs may arrive in the other order.
         const uint32_t missing = last_ ? change.number - *last_ - 1 : 0;
         if (missing != 0 && missing < numbers_apart) {
             print(request_.json ? missing_json(missing) : missing_text(missing));
@@ -48,7 +51,8 @@ public:
     }
 
 private:
-    // A greater difference is that of a number before the last one.
+    // A greater difference is that of a number up to the last one: the kernel sends changes in the
+    // order of their numbers, but the first ones may have come before the last number was read.
     static constexpr uint32_t numbers_apart = 1u << 31;
 
     static void print(const std::string& line) { std::cout << line << '\n' << std::flush; }
@@ -58,9 +62,10 @@ private:
     uint64_t printed_ = 0;
 };
 
-void follow_kernel(printer& out)
+void follow_kernel(const monitor_request& request)
 {
     kernel_changes changes = kernel_changes::open();
+    printer out(request, changes.last_number());
     stop_signals stop;
     std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
     while (std::cout && !out.is_complete() && !stop.wait(changes.number(), -1))
@@ -70,13 +75,14 @@ void follow_kernel(printer& out)
 
 int monitor(const monitor_request& request)
 {
-    printer out(request);
     int status = status_ok;
-    if (request.source.file.empty())
-        follow_kernel(out);
-    else
+    if (request.source.file.empty()) {
+        follow_kernel(request);
+    } else {
+        printer out(request, {});
         status =
             follow_source(request.source, [&](const module_change& change) { out.take(change); });
+    }
     if (!finish_output())
         return status_unsupported;
     return status;

@@ -252,6 +252,19 @@ void read_table_event(const nlmsghdr& head, gpon_event& event, uint32_t& number)
     });
 }
 
+// By a socket of its own: events may already be queued on the one that has joined.
+uint32_t last_event()
+{
+    uint32_t number = 0;
+    netlink_family::open().request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
+        for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
+            if (type == GPON_FLOW_NL_STATE_EVENT)
+                number = static_cast<uint32_t>(number_of(at));
+        });
+    });
+    return number;
+}
+
 // Nothing for a message that is no event of this version.
 std::optional<module_change> change_in(const nlmsghdr& head)
 {
@@ -260,6 +273,10 @@ std::optional<module_change> change_in(const nlmsghdr& head)
     switch (command_of(head)) {
     case GPON_FLOW_NL_CMD_RULE_LEARNT:
         event.kind = GPON_EVENT_RULE_LEARNT;
+        read_rule_event(head, event, number);
+        break;
+    case GPON_FLOW_NL_CMD_RULE_RELEARNT:
+        event.kind = GPON_EVENT_RULE_RELEARNT;
         read_rule_event(head, event, number);
         break;
     case GPON_FLOW_NL_CMD_RULE_GONE:
@@ -291,6 +308,7 @@ struct kernel_changes::connection {
     explicit connection(netlink_family opened) : family(std::move(opened)) {}
 
     netlink_family family;
+    uint32_t last_number = 0;
 };
 
 kernel_changes::kernel_changes(std::unique_ptr<connection> opened) : connection_(std::move(opened))
@@ -304,6 +322,7 @@ kernel_changes kernel_changes::open()
 {
     auto opened = std::make_unique<connection>(netlink_family::open());
     opened->family.join_events();
+    opened->last_number = last_event();
     return kernel_changes(std::move(opened));
 }
 
@@ -313,6 +332,11 @@ bool kernel_changes::read(const change_sink& sink)
         if (const std::optional<module_change> change = change_in(head))
             sink(*change);
     });
+}
+
+uint32_t kernel_changes::last_number() const
+{
+    return connection_->last_number;
 }
 
 int kernel_changes::number() const

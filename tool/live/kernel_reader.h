@@ -23,6 +23,11 @@ public:
     /// number then has a gap. Throws refusal.
     [[nodiscard]] bool read(const change_sink& sink);
 
+    /// Number of the last change before the first one that can be missing: that one is missing if
+    /// the first change read is not the next. Changes that came while it was read have numbers up
+    /// to it.
+    [[nodiscard]] uint32_t last_number() const;
+
     /// Descriptor to poll for changes.
     [[nodiscard]] int number() const;
 

@@ -42,6 +42,8 @@ std::string change_name(const gpon_event& event)
     switch (event.kind) {
     case GPON_EVENT_RULE_LEARNT:
         return "learnt";
+    case GPON_EVENT_RULE_RELEARNT:
+        return "relearnt";
     case GPON_EVENT_RULE_GONE:
         return rule_ends.at(event.cause < rule_ends.size() ? event.cause : 0);
     case GPON_EVENT_INSTANCE_CHANGED:

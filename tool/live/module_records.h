@@ -43,7 +43,8 @@ struct engine_state {
 /// A change of the rule table or of the store.
 struct module_change {
     enum class subject { rule, instance, table } about = subject::rule;
-    std::string change;  ///< learnt, aged, flushed, deleted, lost; created, set, linked; grown
+    std::string
+        change; ///< learnt, relearnt, aged, flushed, deleted, lost; created, set, linked; grown
     uint32_t number = 0; ///< the next change has the next number
     seen_rule rule;
     me_id instance;

@@ -23,7 +23,8 @@ enum {
     GPON_FLOW_NL_CMD_RULE_LEARNT,      /* event: GPON_FLOW_NL_RULE_* */
     GPON_FLOW_NL_CMD_RULE_GONE,        /* event: GPON_FLOW_NL_RULE_* */
     GPON_FLOW_NL_CMD_INSTANCE_CHANGED, /* event: GPON_FLOW_NL_INSTANCE_* without contents */
-    GPON_FLOW_NL_CMD_TABLE_GROWN       /* event: GPON_FLOW_NL_STATE_BUCKETS */
+    GPON_FLOW_NL_CMD_TABLE_GROWN,      /* event: GPON_FLOW_NL_STATE_BUCKETS */
+    GPON_FLOW_NL_CMD_RULE_RELEARNT     /* event: GPON_FLOW_NL_RULE_*, with the new steps */
 };
 
 enum {

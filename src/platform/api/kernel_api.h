@@ -153,14 +153,17 @@ GPON_SEAM(void, count_many, (enum gpon_counter counter, unsigned long amount));
 /* The records one after the other, null after the last one: *cpu is -1 before the first call. */
 GPON_SEAM(const struct gpon_cpu_counters*, next_cpu_counters, (int* cpu));
 
-/* ---- events for listeners (platform/api/observe.h). wants_events returns 0 if nobody listens,
- * which costs little. Both may be called under the lock of the rule table. */
+/* ---- events for listeners (platform/api/observe.h). All may be called under the lock of the rule
+ * table. wants_events returns 0 if nobody listens, which costs little. misses_event returns 1 if an
+ * event would reach nobody at present, and counts it; the caller then neither makes nor sends it.
+ */
 GPON_SEAM(int, wants_events, (void));
+GPON_SEAM(int, misses_event, (void));
 GPON_SEAM(void, send_event, (const struct gpon_event* event));
 
-/* ---- trace events (platform/api/tracepoint.h). A bit for each event, set while somebody traces it.
- * It is no function, because the quick path reads it. hit_tracepoint may be called under the lock of
- * the rule table, and for an event whose bit has just been cleared. */
+/* ---- trace events (platform/api/tracepoint.h). A bit for each event, set while somebody traces
+ * it. It is no function, because the quick path reads it. hit_tracepoint may be called under the
+ * lock of the rule table, and for an event whose bit has just been cleared. */
 GPON_SEAM_DATA(unsigned int, tracepoints_on);
 GPON_SEAM(void, hit_tracepoint, (const struct gpon_trace_record* record));
 

@@ -84,6 +84,7 @@ extern const struct gpon_counter_text gpon_counter_texts[GPON_COUNTERS];
 /* Changes that the core reports when somebody listens. */
 enum gpon_event_kind {
     GPON_EVENT_RULE_LEARNT,
+    GPON_EVENT_RULE_RELEARNT, /* a second walk of the flow took other steps */
     GPON_EVENT_RULE_GONE,
     GPON_EVENT_INSTANCE_CHANGED,
     GPON_EVENT_TABLE_GROWN
@@ -108,7 +109,7 @@ enum gpon_instance_change {
 struct gpon_event {
     enum gpon_event_kind kind;
     unsigned int cause;         /* gpon_rule_end or gpon_instance_change */
-    struct gpon_seen_rule rule; /* of the two kinds of rules */
+    struct gpon_seen_rule rule; /* of the three kinds of rules */
     unsigned short class_id;    /* of an instance */
     unsigned short inst_id;
     unsigned int buckets; /* of a table */

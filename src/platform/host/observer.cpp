@@ -28,6 +28,11 @@ int wants_events()
     return observed.load(std::memory_order_relaxed);
 }
 
+int misses_event()
+{
+    return 0;
+}
+
 void send_event(const gpon_event* event)
 {
     const std::lock_guard held(observer_lock);

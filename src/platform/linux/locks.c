@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The two locks of the module. Each has its own lock class and name, so that a report of the lock
- * checker names the right one.
+ * The two locks of the core. Each has its own lock class and name, so that a report of the lock
+ * checker names the right one. The lock of the netlink events (netlink_events.c) is the third one of
+ * the module. They are taken in this order:
+ *
+ *     gpon_flow_control_mutex    commands, dumps of instances
+ *       gpon_hash_lock           rules; a command takes it for its flush, a frame without the mutex
+ *         event_lock             number and sending of an event; then only locks of the kernel
  *
  * With PREEMPT_RT a spinlock sleeps, and bottom halves are threads that can be preempted. Both locks
  * hold there, because no caller is in a context that must not sleep: packets come from softirqs and

@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * The generic netlink family (uapi/gpon_flow_netlink.h): dumps for readers, events for listeners.
+ * The generic netlink family (uapi/gpon_flow_netlink.h) and its requests. netlink_events.c sends the
+ * events, netlink_records.c writes the attributes of both.
  *
  * A dump copies a few records at a time out of the core and then fills messages without a lock, so
  * a slow reader stops nobody. The position of a dump is in the callback's args. While a dump is
  * open, the kernel keeps the module loaded.
  *
- * Events are sent from where they happen, also under the lock of the rule table, and never wait: a
- * listener whose buffer is full loses them and gets ENOBUFS. The number in each event shows the gap.
- * Without a listener an event costs one test.
- *
  * Requests need CAP_NET_ADMIN in the initial user namespace, because rules contain the addresses of
  * subscribers; the proc entry is for root only, too. A kernel that cannot restrict a multicast group
  * gets none.
  */
-#include <linux/atomic.h>
-#include <linux/etherdevice.h>
-#include <linux/jiffies.h>
 #include <linux/slab.h>
 #include <net/genetlink.h>
 
@@ -24,69 +18,10 @@
 #include "../api/observe.h"
 #include "compat.h"
 #include "glue.h"
+#include "netlink_glue.h"
+#include "netlink_records.h"
 
-static struct genl_family family;
-static atomic_t event_number = ATOMIC_INIT(0);
-
-/* Writes the attributes of a record; 0, or not 0 if they do not fit. */
-typedef int (*fill_message)(struct sk_buff *msg, const void *record);
-
-/* A field of a record whose bytes are the value of an attribute. */
-struct field {
-	u16 offset;
-	u8 bytes;
-	u8 attribute;
-};
-
-#define FIELD(type, member, number) \
-	{ offsetof(struct type, member), sizeof_field(struct type, member), number }
-#define PUT_FIELDS(msg, record, fields) put_fields(msg, record, fields, ARRAY_SIZE(fields))
-
-/* Before a 64-bit value, wherever one occurs. */
-#define PAD 1
-static_assert(GPON_FLOW_NL_STATE_PAD == PAD);
-static_assert(GPON_FLOW_NL_COUNTER_PAD == PAD);
-static_assert(GPON_FLOW_NL_RULE_PAD == PAD);
-
-static int put_fields(struct sk_buff *msg, const void *record, const struct field *field,
-		      unsigned int count)
-{
-	int ret = 0;
-
-	for (; count && !ret; count--, field++)
-		if (field->bytes == sizeof(u64))
-			ret = nla_put_64bit(msg, field->attribute, field->bytes,
-					    record + field->offset, PAD);
-		else
-			ret = nla_put(msg, field->attribute, field->bytes, record + field->offset);
-	return ret;
-}
-
-static noinline int put_u32(struct sk_buff *msg, int attribute, u32 value)
-{
-	return nla_put(msg, attribute, sizeof(value), &value);
-}
-
-static noinline int put_u16(struct sk_buff *msg, int attribute, u16 value)
-{
-	return nla_put(msg, attribute, sizeof(value), &value);
-}
-
-/* The first two attributes of a nest. */
-static int put_pair(struct sk_buff *msg, int nest_attribute, u16 first, u16 second)
-{
-	struct nlattr *nest = nla_nest_start(msg, nest_attribute);
-
-	if (!nest || put_u16(msg, 1, first) || put_u16(msg, 2, second))
-		return -EMSGSIZE;
-	nla_nest_end(msg, nest);
-	return 0;
-}
-
-static_assert(GPON_FLOW_NL_TAG_TPID == 1 && GPON_FLOW_NL_TAG_TCI == 2);
-static_assert(GPON_FLOW_NL_STEP_CLASS == 1 && GPON_FLOW_NL_STEP_INSTANCE == 2);
-
-static int end_message(struct sk_buff *msg, void *header, int failed)
+int gpon_glue_end_message(struct sk_buff *msg, void *header, int failed)
 {
 	if (failed) {
 		genlmsg_cancel(msg, header);
@@ -108,16 +43,16 @@ static void set_revision(struct netlink_callback *cb, u64 revision)
 
 /* Adds one record to the buffer of a dump. A record that does not fit is sent in the next buffer. */
 static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 command,
-		       fill_message fill, const void *record)
+		       gpon_fill_message fill, const void *record)
 {
-	void *header = genlmsg_put(msg, NETLINK_CB(cb->skb).portid, cb->nlh->nlmsg_seq, &family,
-				   NLM_F_MULTI, command);
+	void *header = genlmsg_put(msg, NETLINK_CB(cb->skb).portid, cb->nlh->nlmsg_seq,
+				   &gpon_glue_family, NLM_F_MULTI, command);
 
 	if (!header)
 		return -EMSGSIZE;
 	if (cb->seq)
 		genl_dump_check_consistent(cb, header);
-	return end_message(msg, header, fill(msg, record));
+	return gpon_glue_end_message(msg, header, fill(msg, record));
 }
 
 /*
@@ -127,16 +62,16 @@ static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 comm
 #define MESSAGE_BYTES 512
 
 /* The message of one record; null without memory. */
-static struct sk_buff *new_message(u32 port, u32 sequence, u8 command, fill_message fill,
-				   const void *record)
+struct sk_buff *gpon_glue_new_message(u32 port, u32 sequence, u8 command, gpon_fill_message fill,
+				      const void *record)
 {
 	struct sk_buff *msg = genlmsg_new(MESSAGE_BYTES, GFP_ATOMIC);
 	void *header;
 
 	if (!msg)
 		return NULL;
-	header = genlmsg_put(msg, port, sequence, &family, 0, command);
-	if (header && !end_message(msg, header, fill(msg, record)))
+	header = genlmsg_put(msg, port, sequence, &gpon_glue_family, 0, command);
+	if (header && !gpon_glue_end_message(msg, header, fill(msg, record)))
 		return msg;
 	nlmsg_free(msg);
 	return NULL;
@@ -155,20 +90,6 @@ static int end_dump(struct netlink_callback *cb)
 {
 	kfree((const void *)cb->args[0]);
 	return 0;
-}
-
-struct counter {
-	const struct gpon_counter_text *text;
-	u64 value;
-};
-
-static int put_counter(struct sk_buff *msg, const void *record)
-{
-	const struct counter *counter = record;
-
-	return nla_put_string(msg, GPON_FLOW_NL_COUNTER_NAME, counter->text->name) ||
-	       nla_put_string(msg, GPON_FLOW_NL_COUNTER_MEANING, counter->text->meaning) ||
-	       nla_put_64bit(msg, GPON_FLOW_NL_COUNTER_VALUE, sizeof(u64), &counter->value, PAD);
 }
 
 /* One snapshot for the whole dump, so that its sums hold. */
@@ -192,40 +113,13 @@ static int dump_counters(struct sk_buff *msg, struct netlink_callback *cb)
 	struct counter_batch *batch = (struct counter_batch *)cb->args[0];
 
 	for (; batch->sent < GPON_COUNTERS; batch->sent++) {
-		struct counter counter = { &gpon_counter_texts[batch->sent],
-					   batch->value[batch->sent] };
+		struct gpon_counter_value counter = { &gpon_counter_texts[batch->sent],
+						      batch->value[batch->sent] };
 
-		if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_COUNTERS, put_counter, &counter))
+		if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_COUNTERS, gpon_glue_put_counter, &counter))
 			break;
 	}
 	return msg->len;
-}
-
-static int put_rule(struct sk_buff *msg, const void *record)
-{
-	static const struct field fields[] = {
-		FIELD(gpon_seen_rule, dst_mac, GPON_FLOW_NL_RULE_DST_MAC),
-		FIELD(gpon_seen_rule, src_mac, GPON_FLOW_NL_RULE_SRC_MAC),
-		FIELD(gpon_seen_rule, direction, GPON_FLOW_NL_RULE_DIRECTION),
-		FIELD(gpon_seen_rule, used, GPON_FLOW_NL_RULE_USED),
-		FIELD(gpon_seen_rule, hits, GPON_FLOW_NL_RULE_HITS),
-	};
-	const struct gpon_seen_rule *rule = record;
-	u64 idle = jiffies_to_msecs(rule->idle);
-	unsigned int i;
-
-	if (PUT_FIELDS(msg, rule, fields) ||
-	    nla_put_64bit(msg, GPON_FLOW_NL_RULE_IDLE_MS, sizeof(idle), &idle, PAD))
-		return -EMSGSIZE;
-	if (rule->remembered && put_u16(msg, GPON_FLOW_NL_RULE_GEM_PORT, rule->gemport_id))
-		return -EMSGSIZE;
-	for (i = 0; i < rule->tags; i++)
-		if (put_pair(msg, GPON_FLOW_NL_RULE_TAG, rule->tpid[i], rule->tci[i]))
-			return -EMSGSIZE;
-	for (i = 0; i < rule->steps; i++)
-		if (put_pair(msg, GPON_FLOW_NL_RULE_STEP, rule->class_id[i], rule->inst_id[i]))
-			return -EMSGSIZE;
-	return 0;
 }
 
 /*
@@ -251,7 +145,7 @@ static int dump_rules(struct sk_buff *msg, struct netlink_callback *cb)
 
 	for (;;) {
 		for (; batch->sent < batch->count; batch->sent++)
-			if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_RULES, put_rule,
+			if (dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_RULES, gpon_glue_put_rule,
 					&batch->rule[batch->sent]))
 				return msg->len;
 		if (batch->bucket == GPON_SEEN_ALL)
@@ -261,38 +155,6 @@ static int dump_rules(struct sk_buff *msg, struct netlink_callback *cb)
 						  ARRAY_SIZE(batch->rule), &revision);
 		set_revision(cb, revision);
 	}
-}
-
-static int put_links(struct sk_buff *msg, u16 class_id, const unsigned short *ids,
-		     unsigned int count)
-{
-	struct nlattr *nest = nla_nest_start(msg, GPON_FLOW_NL_INSTANCE_LINKS);
-
-	if (!nest || put_u16(msg, GPON_FLOW_NL_LINKS_CLASS, class_id) ||
-	    nla_put(msg, GPON_FLOW_NL_LINKS_IDS, count * sizeof(*ids), ids))
-		return -EMSGSIZE;
-	nla_nest_end(msg, nest);
-	return 0;
-}
-
-static int put_instance(struct sk_buff *msg, const void *record)
-{
-	static const struct field fields[] = {
-		FIELD(gpon_seen_instance, class_id, GPON_FLOW_NL_INSTANCE_CLASS),
-		FIELD(gpon_seen_instance, inst_id, GPON_FLOW_NL_INSTANCE_ID),
-	};
-	const struct gpon_seen_instance *instance = record;
-	const unsigned short *ids = instance->id;
-	unsigned int i;
-
-	if (PUT_FIELDS(msg, instance, fields) ||
-	    nla_put_string(msg, GPON_FLOW_NL_INSTANCE_CLASS_NAME, instance->class_name) ||
-	    nla_put(msg, GPON_FLOW_NL_INSTANCE_RAW, instance->raw_bytes, instance->raw))
-		return -EMSGSIZE;
-	for (i = 0; i < instance->rows; ids += instance->row_ids[i++])
-		if (put_links(msg, instance->row_class[i], ids, instance->row_ids[i]))
-			return -EMSGSIZE;
-	return 0;
 }
 
 /* The instance that a dump has copied and not yet sent. */
@@ -320,35 +182,20 @@ static int dump_instances(struct sk_buff *msg, struct netlink_callback *cb)
 			set_revision(cb, revision);
 		}
 		if (!batch->waits || dump_record(msg, cb, GPON_FLOW_NL_CMD_GET_INSTANCES,
-						 put_instance, &batch->instance))
+						 gpon_glue_put_instance, &batch->instance))
 			return msg->len;
 	}
 }
 
-static int put_state(struct sk_buff *msg, const void *record)
-{
-	static const struct field fields[] = {
-		FIELD(gpon_seen_state, revision, GPON_FLOW_NL_STATE_REVISION),
-		FIELD(gpon_seen_state, engine, GPON_FLOW_NL_STATE_ENGINE),
-		FIELD(gpon_seen_state, log_level, GPON_FLOW_NL_STATE_LOG_LEVEL),
-		FIELD(gpon_seen_state, trace_mask, GPON_FLOW_NL_STATE_TRACE_MASK),
-		FIELD(gpon_seen_state, rules, GPON_FLOW_NL_STATE_RULES),
-		FIELD(gpon_seen_state, buckets, GPON_FLOW_NL_STATE_BUCKETS),
-		FIELD(gpon_seen_state, threshold, GPON_FLOW_NL_STATE_THRESHOLD),
-	};
-
-	return PUT_FIELDS(msg, record, fields) ||
-	       put_u32(msg, GPON_FLOW_NL_STATE_EVENT, atomic_read(&event_number));
-}
-
+/* The number first: an event after it may be in the state, but none before it is not. */
 static int get_state(struct sk_buff *request, struct genl_info *info)
 {
-	struct gpon_seen_state state;
+	struct gpon_numbered_state seen = { .event = gpon_glue_last_event() };
 	struct sk_buff *msg;
 
-	gpon_observe_state(&state);
-	msg = new_message(info->snd_portid, info->snd_seq, GPON_FLOW_NL_CMD_GET_STATE, put_state,
-			  &state);
+	gpon_observe_state(&seen.state);
+	msg = gpon_glue_new_message(info->snd_portid, info->snd_seq, GPON_FLOW_NL_CMD_GET_STATE,
+				    gpon_glue_put_state, &seen);
 	return msg ? genlmsg_reply(msg, info) : -ENOMEM;
 }
 
@@ -376,7 +223,7 @@ static const struct genl_multicast_group groups[] = {
 };
 #endif
 
-static struct genl_family family = {
+struct genl_family gpon_glue_family = {
 	.name = GPON_FLOW_NL_FAMILY,
 	.version = GPON_FLOW_NL_VERSION,
 	.maxattr = ARRAY_SIZE(no_attributes) - 1,
@@ -395,119 +242,24 @@ static struct genl_family family = {
 #endif
 };
 
-static bool open_to_readers;
+static bool registered;
 
 void gpon_glue_open_netlink(void)
 {
-	/* The module works without its readers. */
-	WRITE_ONCE(open_to_readers, !genl_register_family(&family));
-	if (!open_to_readers)
+	registered = !genl_register_family(&gpon_glue_family);
+	if (registered)
+		gpon_glue_open_events();
+	else
+		/* The module works without its readers. */
 		pr_warn("gpon_flow: no netlink family, programs cannot read the state\n");
 }
 
 void gpon_glue_drop_netlink(void)
 {
-	if (!open_to_readers)
+	if (!registered)
 		return;
-	/*
-	 * Frames and commands are still handled. None sends an event with the id of a family that is gone,
-	 * because send_numbered() tests this with bottom halves disabled.
-	 */
-	WRITE_ONCE(open_to_readers, false);
-	synchronize_rcu();
-	genl_unregister_family(&family);
+	/* First, so that no event has the id of a family that is gone. */
+	gpon_glue_close_events();
+	genl_unregister_family(&gpon_glue_family);
+	registered = false;
 }
-
-#ifdef GPON_GROUP_NEEDS_ADMIN
-
-int gpon_os_wants_events(void)
-{
-	return READ_ONCE(open_to_readers) && genl_has_listeners(&family, &init_net, 0);
-}
-
-struct numbered_event {
-	const struct gpon_event *event;
-	u32 number;
-};
-
-static int put_event(struct sk_buff *msg, const void *record)
-{
-	const struct numbered_event *numbered = record;
-	const struct gpon_event *event = numbered->event;
-
-	switch (event->kind) {
-	case GPON_EVENT_RULE_LEARNT:
-		return put_rule(msg, &event->rule) ||
-		       put_u32(msg, GPON_FLOW_NL_RULE_EVENT, numbered->number);
-	case GPON_EVENT_RULE_GONE:
-		return put_rule(msg, &event->rule) ||
-		       put_u32(msg, GPON_FLOW_NL_RULE_END, event->cause) ||
-		       put_u32(msg, GPON_FLOW_NL_RULE_EVENT, numbered->number);
-	case GPON_EVENT_INSTANCE_CHANGED:
-		return put_u16(msg, GPON_FLOW_NL_INSTANCE_CLASS, event->class_id) ||
-		       put_u16(msg, GPON_FLOW_NL_INSTANCE_ID, event->inst_id) ||
-		       put_u32(msg, GPON_FLOW_NL_INSTANCE_CHANGE, event->cause) ||
-		       put_u32(msg, GPON_FLOW_NL_INSTANCE_EVENT, numbered->number);
-	case GPON_EVENT_TABLE_GROWN:
-		return put_u32(msg, GPON_FLOW_NL_STATE_BUCKETS, event->buckets) ||
-		       put_u32(msg, GPON_FLOW_NL_STATE_EVENT, numbered->number);
-	}
-	return -EINVAL;
-}
-
-/* Numbers are sent in their order: rules change under the table's lock, instances do not. */
-static DEFINE_SPINLOCK(event_lock);
-/*
- * Jiffies until which no message is made: a socket of another network namespace counts as a listener
- * and gets nothing. A listener of this namespace, for example one whose buffer was full, reads ENOBUFS
- * for the events that it misses.
- */
-static unsigned long quiet_until;
-
-static void send_numbered(u8 command, const struct numbered_event *numbered)
-{
-	struct sk_buff *msg;
-
-	if (!READ_ONCE(open_to_readers))
-		return;
-	if (quiet_until && time_before(jiffies, quiet_until)) {
-		genl_set_err(&family, &init_net, 0, 0, -ENOBUFS);
-		return;
-	}
-	msg = new_message(0, 0, command, put_event, numbered);
-	if (!msg)
-		return;
-	quiet_until = 0;
-	if (genlmsg_multicast(&family, msg, 0, 0, GFP_ATOMIC) == -ESRCH)
-		quiet_until = (jiffies + HZ / 10) | 1;
-}
-
-/* The number counts events that could not be sent, too. */
-void gpon_os_send_event(const struct gpon_event *event)
-{
-	static const u8 commands[] = {
-		[GPON_EVENT_RULE_LEARNT] = GPON_FLOW_NL_CMD_RULE_LEARNT,
-		[GPON_EVENT_RULE_GONE] = GPON_FLOW_NL_CMD_RULE_GONE,
-		[GPON_EVENT_INSTANCE_CHANGED] = GPON_FLOW_NL_CMD_INSTANCE_CHANGED,
-		[GPON_EVENT_TABLE_GROWN] = GPON_FLOW_NL_CMD_TABLE_GROWN,
-	};
-	struct numbered_event numbered = { .event = event };
-
-	spin_lock_bh(&event_lock);
-	numbered.number = atomic_inc_return(&event_number);
-	send_numbered(commands[event->kind], &numbered);
-	spin_unlock_bh(&event_lock);
-}
-
-#else
-
-int gpon_os_wants_events(void)
-{
-	return 0;
-}
-
-void gpon_os_send_event(const struct gpon_event *event)
-{
-}
-
-#endif
