@@ -43,7 +43,7 @@ known_traffic() {
     gponflow show rules --json >/tmp/shown || fail "no gponflow show: $(cat /tmp/shown)"
     grep -q '"hits": 4,' /tmp/shown || fail "not the hits of the rule: $(cat /tmp/shown)"
     netlink_reader state >/tmp/state || fail "no state"
-    expect "state" "state engine=1 rules=1 buckets=64 threshold=48" "$(cat /tmp/state)"
+    expect "state" "state engine=1 rules=1 buckets=64 threshold=48 event=0" "$(cat /tmp/state)"
 }
 
 known_store() {
@@ -69,6 +69,43 @@ has_events() {
     return 1
 }
 
+# Differences of counters between two files, summed.
+grown_by() {
+    echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
+        wanted[$1] { sum += FILENAME == "/tmp/after" ? $2 : -$2 }
+        END { print sum + 0 }' - /tmp/before /tmp/after
+}
+
+last_event() {
+    netlink_reader state | sed 's/.*event=//'
+}
+
+# A listener of another network namespace gets nothing. Events are numbered, though nobody gets them.
+foreign_listener() {
+    first_frames 1 900 >/tmp/flood.scn
+    mkfifo /tmp/foreign
+    netlink_reader foreign </tmp/foreign >/tmp/elsewhere &
+    foreign=$!
+    exec 5>/tmp/foreign
+    wait_for listening /tmp/elsewhere $foreign
+    if grep -q not /tmp/elsewhere; then
+        left_out "a listener of another network namespace, which this kernel refuses"
+        exec 5>&-
+        return
+    fi
+    first=$(last_event)
+    counters_to /tmp/before
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    counters_to /tmp/after
+    expect "events for a foreign listener" \
+        "$(grown_by rules_learnt rules_aged rules_flushed rules_lost_by_growth table_growths)" \
+        $(($(last_event) - first))
+    exec 5>&-
+    wait $foreign || fail "the foreign listener: $(cat /tmp/elsewhere)"
+    calls 5 "$passing"
+}
+
 known_events() {
     netlink_reader events >/tmp/events &
     listener=$!
@@ -87,7 +124,7 @@ known_events() {
     expect "learnt rules" 1 "$(grep -c "^learnt .*src=02:00:00:00:77:02" /tmp/events)"
     expect "flushed rules" 2 "$(grep -c "^gone .* end=2 event=" /tmp/events)"
     grep -qF "gone $rule used=1 hits=4 " /tmp/events || fail "not its hits: $(cat /tmp/events)"
-    grep -q "^changed class=280 id=0x77 change=1$" /tmp/events ||
+    grep -q "^changed class=280 id=0x77 change=1 event=[0-9]*$" /tmp/events ||
         fail "no created instance: $(cat /tmp/events)"
     kill -INT "$monitor"
     wait "$monitor" || fail "monitor: $(cat /tmp/monitor.errors)"
@@ -95,36 +132,78 @@ known_events() {
     expect "flushed rules that monitor printed" 2 "$(grep -c "^flushed " /tmp/monitor)"
     grep -qx "created  TRAFFIC_DESCRIPTOR 0x0077" /tmp/monitor ||
         fail "monitor printed no created instance: $(cat /tmp/monitor)"
+    # The events before its start are not those that it missed.
+    ! grep -q "^missing " /tmp/monitor || fail "monitor missed changes: $(cat /tmp/monitor)"
+    [ "$(tail -n 1 /tmp/events | sed 's/.*event=//')" -gt 3 ] || fail "no numbers of events"
+}
+
+begin_stopped_listener() {
+    mkfifo /tmp/stop
+    netlink_reader stopped </tmp/stop >/tmp/stopped &
+    stopped=$!
+    exec 4>/tmp/stop
+    wait_for listening /tmp/stopped $stopped
+}
+
+value_of() {
+    sed -n "s/^\(.* \)\{0,1\}$1=//p" /tmp/stopped
+}
+
+# It reads at last, and gets one more event. The rules are gone before, so that their events do not fill
+# its buffer again. A time without events ends the quiet time after an event that reached nobody.
+end_stopped_listener() {
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    exec 4>&-
+    sleep 1
+    calls 1 "me create TRAFFIC_DESCRIPTOR 0x78 cir=1 pir=1 cbs=1 pbs=1"
+    wait "$stopped" || fail "the listener: $(cat /tmp/stopped)"
+    [ "$(value_of missing)" -gt 0 ] || fail "the listener missed nothing: $(cat /tmp/stopped)"
+    [ "$(value_of overruns)" -gt 0 ] || fail "the listener was not told: $(cat /tmp/stopped)"
+    counters_to /tmp/after
+    numbers=$(($(value_of last) - $(value_of since)))
+    expect "received and missing events" $numbers $(($(value_of received) + $(value_of missing)))
+    # One event is that of the instance.
+    expect "changes of rules and the table" $((numbers - 1)) \
+        "$(grown_by rules_learnt rules_aged rules_flushed rules_lost_by_growth table_growths)"
+    expect "number of the last event" "$(value_of last)" \
+        "$(last_event)"
 }
 
 flood_with_three_readers() {
     counters_to /tmp/before
+    [ "$listener" = 0 ] || begin_stopped_listener
     readers=
-    for reader in 1 2 3; do
+    for reader in 1 2; do
         while [ ! -e /tmp/flooded ]; do
             netlink_reader rules >/tmp/seen.$reader || echo failed >/tmp/seen.failed
         done &
         readers="$readers $!"
     done
     # As many flows as the largest table has buckets.
-    i=0
-    while [ $i -lt 900 ]; do
-        printf 'hook kind=down_uni port=1 frame=0200000000010200%08x0800450000\n' $i
-        i=$((i + 1))
-    done >/tmp/flood.scn
+    first_frames 1 900 >/tmp/flood.scn
     gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
     : >/tmp/flooded
     for reader in $readers; do wait "$reader"; done
     [ ! -e /tmp/seen.failed ] || fail "a reader failed"
     counters_to /tmp/after
-    changes /tmp/before /tmp/after | tr ' ' '\n' >/tmp/flood
-    grep -qx calls_down_uni=900 /tmp/flood || fail "calls are missing: $(cat /tmp/flood)"
-    grep -qx walks_done=900 /tmp/flood || fail "walks are missing: $(cat /tmp/flood)"
-    sum=$(awk -F= '/^rules_(learnt|bucket_taken)=/ { n += $2 } END { print n }' /tmp/flood)
-    expect "learnt and not kept" 900 "$sum"
-    held=$(awk -F= '/^rules_learnt=/ { n += $2 } /^rules_(aged|lost_by_growth)=/ { n -= $2 }
-        END { print n }' /tmp/flood)
-    expect "rules in the table" "$held" "$(netlink_reader rules | grep -c '^rule ')"
+    expect "changed counters of calls" "calls_down_uni=900" \
+        "$(changes /tmp/before /tmp/after | tr ' ' '\n' | grep ^calls)"
+    expect "passed frames" 900 "$(grown_by frames_passed)"
+    expect "walks" 900 "$(grown_by walks)"
+    expect "walks that passed" 900 "$(grown_by walks_done)"
+    expect "learnt and not kept" 900 "$(grown_by rules_learnt rules_bucket_taken)"
+    expect "rules in the table" \
+        $(($(grown_by rules_learnt) - $(grown_by rules_aged rules_lost_by_growth))) \
+        "$(netlink_reader rules | grep -c '^rule ')"
+    [ "$listener" = 0 ] || end_stopped_listener
+}
+
+# Each dump is closed after every number of its buffers.
+cut_dumps() {
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    netlink_reader cut >/tmp/cut || fail "cut dumps: $(cat /tmp/cut)"
+    [ "$(sed -n 's/^3: \([0-9]*\) buffers/\1/p' /tmp/cut)" -gt 2 ] ||
+        fail "the dump of rules has too few buffers: $(cat /tmp/cut)"
 }
 
 # hold FILE: begins a dump that fills the buffer of its reader; prints to FILE what it gets.
@@ -174,8 +253,12 @@ gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail
 known_traffic
 known_store
 listener=0
-if has_events; then known_events; fi
+if has_events; then
+    foreign_listener
+    known_events
+fi
 flood_with_three_readers
+cut_dumps
 flush_in_a_dump
 refusals
 unload

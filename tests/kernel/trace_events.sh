@@ -31,6 +31,17 @@ traced() {
     grep -v '^#' /tmp/trace | grep -cE ": gpon_$1" || :
 }
 
+# Events without packet and addresses, each text with its number: a flood has few different ones.
+gather_events() {
+    grep -v '^#' /tmp/trace | sed 's/.*: gpon_/: gpon_/ ; s/skbaddr=[^ ]* // ; s/ dst=.* inner_tag=[^ ]*//' |
+        awk '{ n[$0]++ } END { for (text in n) print n[text], text }' >/tmp/gathered
+}
+
+# PATTERN: as traced, for texts without packet and addresses.
+gathered() {
+    grep -E ": gpon_$1" /tmp/gathered | awk '{ n += $1 } END { print n + 0 }'
+}
+
 begin_tracing() {
     counters_to /tmp/before
     echo >$tracing/trace
@@ -43,6 +54,7 @@ end_tracing() {
     counters_to /tmp/after
     grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
         fail "events are lost: $(head -n 4 /tmp/trace)"
+    gather_events
 }
 
 # same WHAT EVENTS COUNTER...: the events and the counters have the same number.
@@ -50,24 +62,53 @@ same() {
     what=$1
     pattern=$2
     shift 2
-    expect "$what" "$(counted "$@")" "$(traced "$pattern")"
+    expect "$what" "$(counted "$@")" "$(gathered "$pattern")"
 }
 
+# DIRECTION: the frames of a direction begin with a walk or hit a rule.
+frames_begin() {
+    same "frames $1" "(walk_start|rule_hit): direction=$1( |$)" "calls_$1"
+    same "remembered outcomes $1" "rule_hit: direction=$1 remembered=1 " "remembered_$1"
+}
+
+# COUNTER PATTERN: commands for an entity that succeed and fail.
+commands_end() {
+    same "$1 done" "command: kind=$2 .* result=0 " "$1_done"
+    same "$1 failed" "command: kind=$2 .* result=-[0-9]+ " "$1_failed"
+}
+
+# Without frames that find the engine off, which are not traced unless they are dropped.
 everything_is_the_same() {
+    for direction in up_uni up_ani down_uni down_ani; do frames_begin $direction; done
     same "walks" "walk_start: " walks
     same "walks that passed" "walk_end: .* reason=passed " walks_done
-    same "walks without path" "walk_end: .* reason=no_path " walks_no_path
-    same "filtered walks" "walk_end: .* reason=filtered " walks_filtered
+    for reason in no_path filtered step_failed too_deep; do
+        same "walks $reason" "walk_end: .* reason=$reason " walks_$reason
+    done
     same "replays" "rule_hit: .* remembered=0 " replays
-    same "remembered outcomes" "rule_hit: .* remembered=1 " remembered_up_uni remembered_up_ani \
-        remembered_down_uni remembered_down_ani
     same "added rules" "rule_learn: .* result=added" rules_learnt
-    same "taken buckets" "rule_learn: .* result=bucket_taken" rules_bucket_taken
-    same "drops" "drop: " frames_failed calls_no_packet
+    same "replaced rules" "rule_learn: .* result=replaced" rules_relearnt
+    for result in bucket_taken outdated no_memory; do
+        same "walks not learnt, $result" "rule_learn: .* result=$result" rules_$result
+    done
+    same "drops" "drop: " frames_failed calls_no_packet calls_unknown
     same "frames without queue" "drop: .* reason=no_queue " queue_failures
-    same "created instances" "command: kind=me msg_type=4 .* result=0 " me_create_done
+    same "calls without packet" "drop: .* reason=no_packet " calls_no_packet
+    same "calls of an unknown kind" "drop: .* reason=unknown_kind " calls_unknown
+    commands_end me_create "me msg_type=4"
+    commands_end me_delete "me msg_type=6"
+    commands_end me_set "me msg_type=8"
+    commands_end config config
+    same "entities of unknown commands" "command: kind=me msg_type=([^468]|[0-9]{2,}) " me_unknown
+    same "flushes by commands" "command: kind=me " flushes_by_command
+    same "clean commands" "command: kind=clean " clean_commands
+    same "commands of the device" "command: kind=device " device_commands
     same "commands of an operator" "command: kind=operator " operator_commands
+    same "refused commands" "command: kind=refused " commands_refused
     same "sweeps" "sweep: " sweeps
+    expect "aged rules" "$(counted rules_aged)" \
+        "$(sed -n 's/ : gpon_sweep: .* aged=\([0-9]*\) .*/ \1/p' /tmp/gathered | awk '{ n += $1 * $2 } END { print n + 0 }')"
+    same "passed frames" "(walk_end: .* reason=passed|rule_hit:) " frames_passed queue_failures
 }
 
 known_traffic() {
@@ -92,16 +133,23 @@ known_traffic() {
 }
 
 flood() {
-    i=0
-    while [ $i -lt 900 ]; do
-        printf 'hook kind=down_uni port=1 frame=0200000000010200%08x0800450000\n' $i
-        i=$((i + 1))
-    done >/tmp/flood.scn
+    first_frames 1 900 >/tmp/flood.scn
     begin_tracing
     gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
     end_tracing
     everything_is_the_same
     expect "walks" 900 "$(traced "walk_start: ")"
+}
+
+# The frames with the engine off are left out.
+counted_line() {
+    counted_commands | awk '/param=0/ { off = 1 } !off { print } /param=1/ { off = 0 }' >/tmp/counted.scn
+    begin_tracing
+    gponflow run --backend=device /tmp/counted.scn >/tmp/printed 2>&1 || fail "no traffic"
+    end_tracing
+    everything_is_the_same
+    expect "calls of an unknown kind" 2 "$(traced "drop: .* direction=none .* reason=unknown_kind ")"
+    [ "$(counted rules_aged)" -gt 0 ] || fail "no rule aged"
 }
 
 # One event alone, then none.
@@ -133,11 +181,13 @@ unload_while_tracing() {
 load_both
 mount -t tracefs tracefs $tracing 2>/dev/null || :
 if [ ! -d $events ]; then
+    [ ! -d $tracing/events ] || fail "no events of gpon_flow in a kernel with trace events"
     echo "@@ this kernel has no trace events"
     exit 0
 fi
 gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
 known_traffic
 flood
+counted_line
 single_events
 unload_while_tracing

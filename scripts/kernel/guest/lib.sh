@@ -195,3 +195,27 @@ calls() {
     gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
         { cat /tmp/printed; fail "no hook calls"; }
 }
+
+# FIRST LAST: a first frame of each of these flows.
+first_frames() {
+    awk -v first="$1" -v last="$2" 'BEGIN {
+        for (i = first; i <= last; i++)
+            printf "hook kind=down_uni port=1 frame=0200000000010200%08x080045%036d\n", i, 0
+    }'
+}
+
+# Commands that make most counters count. There are more flows than the largest table has places: it
+# grows, then sweeps unused rules. Some flows come again, so they replay, find their outcome, or no
+# place for it.
+counted_commands() {
+    cat /tests/traffic/provision.scn /tests/traffic/counted.scn
+    first_frames 1 700
+    first_frames 1 700
+    first_frames 100 300
+    first_frames 1 1800
+    first_frames 1500 1800
+    for bucket in 1 2 3 4 5 6 7 8; do echo "debug clean flow_rule $bucket 0"; done
+    echo 'clean'
+    echo 'hook kind=up_uni port=1 frame=0200000000010200000077010800450000'
+    echo 'hook kind=up_ani frame=0200000000010200000077010800450000'
+}

@@ -6,12 +6,19 @@
  *        netlink_reader events                            print events until it is killed
  *        netlink_reader hold                              begin a dump of the rules, read the rest at the end of
  *                                                         input
+ *        netlink_reader stopped                           join, read nothing until the end of input, then count
+ *                                                         events until that of a created instance
+ *        netlink_reader foreign                           listen in another network namespace until the end of
+ *                                                         input
+ *        netlink_reader cut                               close each dump after every number of buffers
  *        netlink_reader hostile                           send requests that have to be refused
  *        netlink_reader unprivileged                      what a user without rights gets
  */
+#define _GNU_SOURCE
 #include <errno.h>
 #include <linux/genetlink.h>
 #include <linux/netlink.h>
+#include <sched.h>
 #include <stdarg.h>
 #include <stdbool.h>
 #include <stdint.h>
@@ -233,6 +240,9 @@ static void print_instance_part(const struct nlattr *at)
 	case GPON_FLOW_NL_INSTANCE_CHANGE:
 		printf(" change=%llu", (unsigned long long)number_of(at));
 		break;
+	case GPON_FLOW_NL_INSTANCE_EVENT:
+		printf(" event=%llu", (unsigned long long)number_of(at));
+		break;
 	}
 }
 
@@ -241,7 +251,7 @@ static void print_state_part(const struct nlattr *at)
 	static const char *const names[] = {
 		[GPON_FLOW_NL_STATE_ENGINE] = "engine", [GPON_FLOW_NL_STATE_RULES] = "rules",
 		[GPON_FLOW_NL_STATE_BUCKETS] = "buckets",
-		[GPON_FLOW_NL_STATE_THRESHOLD] = "threshold",
+		[GPON_FLOW_NL_STATE_THRESHOLD] = "threshold", [GPON_FLOW_NL_STATE_EVENT] = "event",
 	};
 
 	if (type_of(at) < sizeof(names) / sizeof(*names) && names[type_of(at)])
@@ -270,6 +280,7 @@ static void print_message(const struct nlmsghdr *head)
 		[GPON_FLOW_NL_CMD_RULE_GONE] = { "gone", print_rule_part },
 		[GPON_FLOW_NL_CMD_INSTANCE_CHANGED] = { "changed", print_instance_part },
 		[GPON_FLOW_NL_CMD_TABLE_GROWN] = { "grown", print_state_part },
+		[GPON_FLOW_NL_CMD_RULE_RELEARNT] = { "relearnt", print_rule_part },
 	};
 	const struct genlmsghdr *generic = NLMSG_DATA(head);
 
@@ -320,10 +331,16 @@ static void show(uint8_t command, uint16_t flags)
 	show_answers();
 }
 
+/* 0, or -1 and errno. */
+static int try_to_join(void)
+{
+	return setsockopt(netlink, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group_id,
+			  sizeof(group_id));
+}
+
 static void join_events(void)
 {
-	if (!group_id || setsockopt(netlink, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group_id,
-				    sizeof(group_id)))
+	if (!group_id || try_to_join())
 		fail("no events: %s", strerror(errno));
 }
 
@@ -342,6 +359,127 @@ static void follow_events(void)
 			print_answer(bytes);
 		fflush(stdout);
 	}
+}
+
+/* The value of an attribute in a message; 0 if it is absent. */
+static uint64_t value_in(const struct nlmsghdr *head, unsigned int type)
+{
+	for_each_attribute(at, (const void *)((char *)NLMSG_DATA(head) + GENL_HDRLEN),
+			   head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN) {
+		if (type_of(at) == type)
+			return number_of(at);
+	}
+	return 0;
+}
+
+static uint32_t event_of(const struct nlmsghdr *head)
+{
+	const struct genlmsghdr *generic = NLMSG_DATA(head);
+
+	if (generic->cmd == GPON_FLOW_NL_CMD_INSTANCE_CHANGED)
+		return value_in(head, GPON_FLOW_NL_INSTANCE_EVENT);
+	if (generic->cmd == GPON_FLOW_NL_CMD_TABLE_GROWN ||
+	    generic->cmd == GPON_FLOW_NL_CMD_GET_STATE)
+		return value_in(head, GPON_FLOW_NL_STATE_EVENT);
+	return value_in(head, GPON_FLOW_NL_RULE_EVENT);
+}
+
+/* By a socket of its own, so that no event comes between. */
+static uint32_t last_event(void)
+{
+	struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_STATE, 0);
+	int other = open_netlink();
+
+	send_bytes(other, &ask, ask.head.nlmsg_len);
+	if (receive(other) <= 0)
+		fail("no state");
+	close(other);
+	return event_of((const void *)answer);
+}
+
+/* How many numbers are missing is known from the next event, or from the state at the beginning. */
+static void count_events_late(void)
+{
+	uint32_t last, received = 0, missing = 0, overruns = 0;
+	char byte;
+
+	join_events();
+	last = last_event();
+	printf("listening since=%u\n", last);
+	fflush(stdout);
+	while (read(0, &byte, 1) > 0)
+		;
+	for (;;) {
+		const struct nlmsghdr *head = (const void *)answer;
+		const struct genlmsghdr *generic = NLMSG_DATA(head);
+		int got = receive(netlink);
+
+		if (got == -ENOBUFS) {
+			overruns++;
+			continue;
+		}
+		if (got <= 0)
+			fail("no event of an instance: %d", got);
+		received++;
+		missing += event_of(head) - last - 1;
+		last = event_of(head);
+		if (generic->cmd == GPON_FLOW_NL_CMD_INSTANCE_CHANGED)
+			break;
+	}
+	printf("received=%u\nmissing=%u\noverruns=%u\nlast=%u\n", received, missing, overruns, last);
+}
+
+/* The kernel counts it as a listener and sends it nothing. */
+static void listen_elsewhere(void)
+{
+	char byte;
+
+	close(netlink);
+	if (unshare(CLONE_NEWNET))
+		fail("no network namespace: %s", strerror(errno));
+	netlink = open_netlink();
+	printf("%s\n", try_to_join() ? "not listening" : "listening");
+	fflush(stdout);
+	while (read(0, &byte, 1) > 0)
+		;
+	if (recv(netlink, answer, sizeof(answer), MSG_DONTWAIT) >= 0 || errno != EAGAIN)
+		fail("events of another network namespace");
+}
+
+/* Closes a dump after so many buffers; false if it had fewer. */
+static bool cut_dump(uint8_t command, int buffers)
+{
+	struct request ask = make_request(family_id, command, NLM_F_DUMP);
+	const struct nlmsghdr *head = (const void *)answer;
+	int other = open_netlink(), small = 1;
+	bool ended = false;
+
+	setsockopt(other, SOL_SOCKET, SO_RCVBUF, &small, sizeof(small));
+	send_bytes(other, &ask, ask.head.nlmsg_len);
+	for (; buffers && !ended; buffers--) {
+		int bytes = receive(other);
+
+		if (bytes <= 0)
+			fail("dump %u: %d", command, bytes);
+		for (head = (const void *)answer; NLMSG_OK(head, bytes);
+		     head = NLMSG_NEXT(head, bytes))
+			ended = ended || head->nlmsg_type == NLMSG_DONE;
+	}
+	close(other);
+	return !ended;
+}
+
+static void cut_dumps(void)
+{
+	for (uint8_t command = GPON_FLOW_NL_CMD_GET_COUNTERS;
+	     command <= GPON_FLOW_NL_CMD_GET_INSTANCES; command++) {
+		int buffers = 0;
+
+		while (cut_dump(command, buffers))
+			buffers++;
+		printf("%u: %d buffers\n", command, buffers);
+	}
+	show(GPON_FLOW_NL_CMD_GET_STATE, 0);
 }
 
 /* A reader that pauses: the dump stays open as long as its buffer is full. */
@@ -405,6 +543,39 @@ static void refuse_attributes(uint8_t command, uint16_t flags)
 		}
 }
 
+/* Attributes whose length is wrong: shorter than their header, longer than the message, a nest whose
+ * contents are. */
+static void refuse_broken_attributes(uint8_t command, uint16_t flags)
+{
+	static const uint16_t lengths[] = { 0, 1, 3, 4, 5, 8, 9, 64, 0x7fff, 0xffff };
+
+	for (size_t i = 0; i < sizeof(lengths) / sizeof(*lengths); i++)
+		for (int nested = 0; nested < 2; nested++) {
+			struct request ask = make_request(family_id, command, flags);
+			struct nlattr inner = { .nla_len = lengths[i], .nla_type = 1 };
+			struct nlattr *outer = (struct nlattr *)((char *)&ask + ask.head.nlmsg_len);
+
+			add_attribute(&ask, nested ? NLA_F_NESTED | 1 : 1, &inner, sizeof(inner));
+			if (!nested)
+				outer->nla_len = lengths[i];
+			if (error_of(&ask, ask.head.nlmsg_len) >= 0 && (nested || lengths[i] >= 4))
+				fail("command %u takes an attribute of length %u%s", command,
+				     lengths[i], nested ? " in a nest" : "");
+		}
+}
+
+/* The version is not tested by the kernel: a reader of any version gets a reply. */
+static void ask_with_versions(void)
+{
+	for (int version = 0; version < 256; version++) {
+		struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_STATE, 0);
+
+		ask.generic.version = version;
+		if (error_of(&ask, ask.head.nlmsg_len) != 0)
+			fail("version %d is refused", version);
+	}
+}
+
 /* Every length from nothing to a whole request, and headers that lie about it. The kernel ignores
  * what is no whole message, so each is followed by a request that is answered. */
 static void send_fragments(void)
@@ -445,8 +616,12 @@ static void be_hostile(void)
 		}
 	}
 	refuse_attributes(GPON_FLOW_NL_CMD_GET_STATE, 0);
-	for (size_t i = 0; i < sizeof(dumps); i++)
+	refuse_broken_attributes(GPON_FLOW_NL_CMD_GET_STATE, 0);
+	for (size_t i = 0; i < sizeof(dumps); i++) {
 		refuse_attributes(dumps[i], NLM_F_DUMP);
+		refuse_broken_attributes(dumps[i], NLM_F_DUMP);
+	}
+	ask_with_versions();
 	ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_STATE, 0);
 	ask.generic.cmd = GPON_FLOW_NL_CMD_RULE_LEARNT;
 	expect_refused("an event as a request", &ask);
@@ -488,6 +663,12 @@ int main(int argc, char **argv)
 		follow_events();
 	else if (!strcmp(what, "hold"))
 		hold();
+	else if (!strcmp(what, "stopped"))
+		count_events_late();
+	else if (!strcmp(what, "foreign"))
+		listen_elsewhere();
+	else if (!strcmp(what, "cut"))
+		cut_dumps();
 	else if (!strcmp(what, "hostile"))
 		be_hostile();
 	else if (!strcmp(what, "unprivileged"))
