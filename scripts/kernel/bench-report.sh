@@ -22,3 +22,15 @@ guest_section() {
         "\(.spread_percent) %.\n"' "$@"
     echo "Measured by \`./run bench-kernel $(jq -rs 'map(.arch) | join(" ")' "$@") --write\`."
 }
+
+# ARCH=GUEST-OUTPUT...
+event_section() {
+    local each
+    python3 scripts/kernel/trace-event-cost.py "$@"
+    echo
+    for each in "$@"; do
+        echo "${each%%=*}: Linux $(kernel_version "${each%%=*}")."
+        echo
+    done
+    echo "Measured by \`./run bench-kernel $(printf '%s ' "${@%%=*}")--trace-events --write\`."
+}

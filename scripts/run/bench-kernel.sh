@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [--write] [--check [BASELINE]] [--update] count instructions per frame in a real kernel
+# [ARCH...] [--write] [--check [BASELINE]] [--update] [--trace-events] count instructions per frame in a real kernel
 #
 # Boots a guest whose clock counts instructions (arm64 unless other architectures are given) and
 # measures the cost of a subscriber's frame across a bridge, a VLAN filtering bridge, tc flower, Open
@@ -9,6 +9,9 @@
 #
 # --check and --update measure only bridge and gpon_flow. --check fails if gpon_flow adds over 3 %
 # more to a frame than in the baseline bench/baseline-guest.json, --update writes the baseline.
+#
+# --trace-events measures only gpon_flow, with its trace events off and on. --write then puts the table
+# into docs/results/trace-event-cost.md.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
@@ -19,12 +22,13 @@ set -eu
 . scripts/kernel/bench-report.sh
 
 archs=()
-write='' check='' update='' baseline=bench/baseline-guest.json
+write='' check='' update='' events='' baseline=bench/baseline-guest.json
 while [ $# -gt 0 ]; do
     case $1 in
     arm64 | x86_64) archs+=("$1") ;;
     --write) write=1 ;;
     --update) update=1 ;;
+    --trace-events) events=1 ;;
     --check)
         check=1
         case ${2:-} in *.json) baseline=$2 && shift ;; esac
@@ -42,6 +46,21 @@ need kernel cross build guest-bench
 for arch in "${archs[@]}"; do
     prepare_bench "$arch"
 done
+
+if [ -n "$events" ]; then
+    logs=()
+    for arch in "${archs[@]}"; do
+        logs+=("$arch=$GPON_BUILD_DIR/logs/guest-events-$arch.log")
+        step "events-$arch" boot_bench_guest "$arch" "${logs[-1]#*=}" \
+            ways=trace_events frames=800 repeats=1
+    done
+    event_section "${logs[@]}" | if [ -n "$write" ]; then
+        write_result trace-event-cost 'Cost of the trace events'
+    else
+        cat
+    fi
+    exit 0
+fi
 
 # The check needs only two cases with a few frames each.
 if [ -n "$check$update" ]; then

@@ -168,6 +168,38 @@ gpon_flow() {
     devices_down
 }
 
+# CASE: eight flows on the quick path, and first frames, which walk.
+measure_traced() {
+    measure "$1-quick" 8
+    measure "$1-first" $per_round $debug "clean flow_rule 0 0"
+}
+
+# What the trace events cost, without a reader: none enabled, each alone, all, and as counts by a
+# field that the kernel keeps (a trigger). The bridge stays, so the differences are those of the events.
+trace_events() {
+    gpon_flow_up
+    find_flows_that_are_kept
+    mount -t tracefs tracefs /sys/kernel/tracing 2>/dev/null || :
+    events=/sys/kernel/tracing/events/gpon_flow
+    [ -d $events ] || fail "no trace events"
+    measure_traced none
+    for event in "$events"/gpon_*; do
+        echo 1 >"$event/enable"
+        measure_traced "${event##*/}"
+        echo 0 >"$event/enable"
+    done
+    echo 1 >$events/enable
+    measure_traced all
+    echo 0 >$events/enable
+    for event in rule_hit walk_end; do
+        echo 'hist:keys=direction' >$events/gpon_$event/trigger || fail "no trigger of $event"
+        measure_traced "hist-gpon_$event"
+        echo '!hist:keys=direction' >$events/gpon_$event/trigger
+    done
+    echo "set enable 0" >$debug
+    devices_down
+}
+
 setup() {
     sysctl -qw net.ipv6.conf.all.disable_ipv6=1 net.ipv6.conf.default.disable_ipv6=1
     for module in bridge veth sch_ingress cls_flower act_skbedit crc32c_generic openvswitch; do
