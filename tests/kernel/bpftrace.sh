@@ -1,0 +1,48 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The example scripts of docs/bpftrace with known frames. bpftrace and its libraries have 200 MB, so only
+# a guest that was made with GPON_GUEST_BPFTRACE=/usr/bin/bpftrace has it.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+# SCRIPT: starts it and waits until its probes are attached.
+start_script() {
+    bpftrace "/bin/$1.bt" >"/tmp/$1" 2>&1 &
+    tracer=$!
+    tries=0
+    until grep -q Attaching "/tmp/$1"; do
+        kill -0 $tracer || fail "$1 does not start: $(cat "/tmp/$1")"
+        tries=$((tries + 1))
+        [ $tries -lt 120 ] || fail "$1 attaches nothing: $(cat "/tmp/$1")"
+        sleep 1
+    done
+    sleep 10
+}
+
+# SCRIPT PATTERN COUNT: ends it; so many lines of its result have the pattern.
+end_script() {
+    kill -INT $tracer
+    wait $tracer || fail "$1: $(cat "/tmp/$1")"
+    expect "lines of $1 with $2" "$3" "$(grep -cE "$2" "/tmp/$1")"
+    echo "@@ note $1: $(grep -E "$2" "/tmp/$1")"
+}
+
+if ! command -v bpftrace >/dev/null; then
+    left_out "scripts for bpftrace, which this guest does not have"
+    exit 0
+fi
+load_both
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+start_script drops
+calls 3 "$dropped"
+end_script drops '^@drops\[02:00:00:00:77:01, 1, 2164261364, filtered\]: 3$' 1
+start_script walk_time
+calls 4 "$dropped"
+calls 1 "$passing"
+end_script walk_time '^@nanoseconds\[(1, 0|2, 1)\]:' 2
+start_script misses
+calls 3 "$dropped"
+calls 2 "$passing"
+end_script misses '^@walked\[02:00:00:00:00:01, 02:00:00:00:77:01, 1, 2164261364\]: 3$' 1
+unload_both
