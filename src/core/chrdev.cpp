@@ -5,6 +5,7 @@
 #include "../base/log.h"
 #include "../base/memory.h"
 #include "../include/uapi/gpon_flow.h"
+#include "command_events.h"
 #include "control_record.h"
 
 namespace {
@@ -27,9 +28,11 @@ constexpr u32 number_of(u32 command)
     return command & 0xff;
 }
 
-void count_refusal()
+long refused(long result)
 {
     gpon::count(GPON_COUNT_commands_refused);
+    gpon::trace_command(GPON_COMMAND_REFUSED, result);
+    return result;
 }
 
 } // namespace
@@ -42,23 +45,19 @@ long gpon_flow_ioctl(file*, unsigned int command, unsigned long argument)
     if (type_of(command) != GLOBAL_GPON_IOC_MAGIC) {
         log_error("gpon_flow_ioctl: _IOC_TYPE(cmd) %x != GLOBAL_GPON_IOC_MAGIC %x\r\n",
                   type_of(command), GLOBAL_GPON_IOC_MAGIC);
-        count_refusal();
-        return NOT_OURS;
+        return refused(NOT_OURS);
     }
     // Number 0 is the only valid one, although the message names a larger maximum.
     if (number_of(command) != 0) {
         log_error("_IOC_NR(cmd) %d > GLOBAL_GPON_IOC_MAX_NR %d\r\n", number_of(command),
                   GLOBAL_GPON_IOC_MAX_NR);
-        count_refusal();
-        return NOT_OURS;
+        return refused(NOT_OURS);
     }
     const u32 masked = command & ~GPON_FLOW_IOC_SIZE_MASK;
     if (gpon::debug_level() & LOG_IOCTL)
         printk("gpon_flow_ioctl: Begin, cmd is 0x[%x]\r\n", masked);
-    if (masked != GPON_FLOW_IOC_COMMAND) {
-        count_refusal();
-        return UNKNOWN_COMMAND;
-    }
+    if (masked != GPON_FLOW_IOC_COMMAND)
+        return refused(UNKNOWN_COMMAND);
     const gpon::control_guard control;
     return gpon_flow_dispatch_omci_cmd(reinterpret_cast<const void*>(argument));
 }

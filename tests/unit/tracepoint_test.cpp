@@ -389,12 +389,18 @@ TEST_F(tracepoints, of_commands)
     control();
     record.cmd = 77;
     control();
+    gpon::host::ioctl(1, 0);
+    gpon::host::ioctl(GPON_FLOW_IOC_COMMAND + 1, 0);
+    gpon::host::ioctl(GLOBAL_GPON_IOC_MAGIC << 8, 0);
     const std::string mask = std::to_string(record.me.attr_mask);
     EXPECT_THAT(seen(), ElementsAre("command 0 type=4 45/7 mask=" + mask + " result=0 ''",
                                     "command 0 type=4 1/7 mask=" + mask + " result=-1 ''",
                                     "command 2 type=0 0/0 mask=0 result=0 ''",
                                     "command 1 type=0 0/0 mask=0 result=0 ''",
-                                    "command 5 type=0 0/0 mask=0 result=-1 ''"));
+                                    "command 5 type=0 0/0 mask=0 result=-1 ''",
+                                    "command 5 type=0 0/0 mask=0 result=-25 ''",
+                                    "command 5 type=0 0/0 mask=0 result=-25 ''",
+                                    "command 5 type=0 0/0 mask=0 result=-14 ''"));
 }
 
 TEST_F(tracepoints, of_debug_words_from_device_and_proc_file)
