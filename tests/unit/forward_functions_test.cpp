@@ -24,7 +24,7 @@ const auto name_of = [](const auto& row) { return std::string(row.param.name); }
 
 // ---- every class
 
-struct class_row {
+struct function_row {
     const char* name;
     function forward;
     const char* prefix; // of its messages
@@ -32,7 +32,7 @@ struct class_row {
     i32 returned, status;
 };
 
-class forward_function : public class_fixture, public testing::WithParamInterface<class_row> {};
+class forward_function : public class_fixture, public testing::WithParamInterface<function_row> {};
 
 TEST_P(forward_function, reports_null_arguments)
 {
@@ -55,15 +55,16 @@ TEST_P(forward_function, of_an_absent_instance_ends_the_branch_or_fails)
 
 INSTANTIATE_TEST_SUITE_P(
     of, forward_function,
-    testing::Values(
-        class_row{"mapper", mapper_forward, "mapper_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
-        class_row{"gem", gem_forward, "[gem_forward][0]", 0, FLOW_PKT_NOT_FORWARD},
-        class_row{"multi_gem", multi_gem_forward, "multi_gem_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
-        class_row{"pptp", pptp_forward, "pptp_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
-        class_row{"veip", veip_forward, "veip_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
-        class_row{"mbpcd", mbpcd_forward, "mbpcd_forward [0]", -1, 9},
-        class_row{"gem_ctp", gem_ctp_forward, "gem_ctp_forward [0]", -1, 9},
-        class_row{"mbsp", mbsp_forward, "mbsp_forward [0]", 0, FLOW_PKT_FORWARD}),
+    testing::Values(function_row{"mapper", mapper_forward, "mapper_forward [0]", 0,
+                                 FLOW_PKT_NOT_FORWARD},
+                    function_row{"gem", gem_forward, "[gem_forward][0]", 0, FLOW_PKT_NOT_FORWARD},
+                    function_row{"multi_gem", multi_gem_forward, "multi_gem_forward [0]", 0,
+                                 FLOW_PKT_NOT_FORWARD},
+                    function_row{"pptp", pptp_forward, "pptp_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
+                    function_row{"veip", veip_forward, "veip_forward [0]", 0, FLOW_PKT_NOT_FORWARD},
+                    function_row{"mbpcd", mbpcd_forward, "mbpcd_forward [0]", -1, 9},
+                    function_row{"gem_ctp", gem_ctp_forward, "gem_ctp_forward [0]", -1, 9},
+                    function_row{"mbsp", mbsp_forward, "mbsp_forward [0]", 0, FLOW_PKT_FORWARD}),
     name_of);
 
 // ---- classes that refuse a direction

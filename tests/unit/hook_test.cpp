@@ -13,14 +13,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr u32 MARK = GPON_FLOW_TRACE_MARK;
-constexpr u8 frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0};
+constexpr u8 plain_frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0};
 
 class hook_entry : public loaded_module {
 protected:
     hook_entry()
     {
-        packet.data = frame;
-        packet.bytes = sizeof(frame);
+        packet.data = plain_frame;
+        packet.bytes = sizeof(plain_frame);
         packet.port_word = 1 << 4;
         seen = nullptr;
         seen_flags = 0;

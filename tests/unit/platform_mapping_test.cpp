@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr u8 frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0};
+constexpr u8 short_frame[] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8, 0};
 
 class platform_mapping : public loaded_module {
 protected:
@@ -32,8 +32,8 @@ protected:
     static int result(u32 kind)
     {
         sk_buff packet;
-        packet.data = frame;
-        packet.bytes = sizeof(frame);
+        packet.data = short_frame;
+        packet.bytes = sizeof(short_frame);
         packet.port_word = 1 << 4;
         return gpon::host::hook(kind, 0, &packet)->api_result;
     }

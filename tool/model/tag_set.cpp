@@ -12,11 +12,11 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint16_t vid = 0x0fff;
-constexpr uint16_t priority = 0xe000;
-constexpr uint16_t whole = 0xffff;
-constexpr unsigned vlans = 0x1000;
-constexpr unsigned priorities = 8;
+constexpr uint16_t vid_bits = 0x0fff;
+constexpr uint16_t priority_bits = 0xe000;
+constexpr uint16_t tci_bits = 0xffff;
+constexpr unsigned vlan_count = 0x1000;
+constexpr unsigned priority_count = 8;
 constexpr unsigned priority_shift = 13;
 
 enum class tagged_frames : uint8_t { pass, drop, pass_listed, drop_listed };
@@ -37,24 +37,24 @@ constexpr operation operations[] = {
     {pass, 0, true},
     {drop, 0, true},
     {pass, 0, false},
-    {listed, vid, true},
-    {listed, vid, false},
-    {unlisted, vid, true},
-    {unlisted, vid, false},
-    {listed, priority, true},
-    {listed, priority, false},
-    {unlisted, priority, true},
-    {unlisted, priority, false},
-    {listed, whole, true},
-    {listed, whole, false},
-    {unlisted, whole, true},
-    {unlisted, whole, false},
-    {listed, vid, true},
-    {listed, vid, false},
-    {listed, priority, true},
-    {listed, priority, false},
-    {listed, whole, true},
-    {listed, whole, false},
+    {listed, vid_bits, true},
+    {listed, vid_bits, false},
+    {unlisted, vid_bits, true},
+    {unlisted, vid_bits, false},
+    {listed, priority_bits, true},
+    {listed, priority_bits, false},
+    {unlisted, priority_bits, true},
+    {unlisted, priority_bits, false},
+    {listed, tci_bits, true},
+    {listed, tci_bits, false},
+    {unlisted, tci_bits, true},
+    {unlisted, tci_bits, false},
+    {listed, vid_bits, true},
+    {listed, vid_bits, false},
+    {listed, priority_bits, true},
+    {listed, priority_bits, false},
+    {listed, tci_bits, true},
+    {listed, tci_bits, false},
     {pass, 0, false},
     {pass, 0, true},
     {pass, 0, false},
@@ -62,12 +62,12 @@ constexpr operation operations[] = {
     {pass, 0, false},
     {pass, 0, true},
     {pass, 0, false},
-    {listed, vid, true},
-    {listed, vid, false},
-    {listed, priority, true},
-    {listed, priority, false},
-    {listed, whole, true},
-    {listed, whole, false},
+    {listed, vid_bits, true},
+    {listed, vid_bits, false},
+    {listed, priority_bits, true},
+    {listed, priority_bits, false},
+    {listed, tci_bits, true},
+    {listed, tci_bits, false},
 };
 
 bool is_listed(const gpon_raw_vtfd& filter, uint16_t mask, uint16_t tci)
@@ -92,7 +92,7 @@ bool passes(const gpon_raw_vtfd& filter, uint16_t tci)
 bool forwards_untagged(const line_model& entities, const gpon_raw_mapper& mapper)
 {
     if (mapper.unmark_frame_opt == 1)
-        return mapper.defaultPbit < priorities &&
+        return mapper.defaultPbit < priority_count &&
                leads_upstream(entities, mapper.pbit_GemIWTP[mapper.defaultPbit]);
     // By DSCP: any of the priorities.
     return mapper.unmark_frame_opt == 0 &&
@@ -158,8 +158,8 @@ tag_set tagged_part(const operation& row, const gpon_raw_vtfd& filter)
 
 tag_set forwarded_by(const line_model& entities, const gpon_raw_mapper& mapper)
 {
-    std::array<bool, priorities> leads{};
-    for (unsigned i = 0; i < priorities; ++i)
+    std::array<bool, priority_count> leads{};
+    for (unsigned i = 0; i < priority_count; ++i)
         leads[i] = leads_upstream(entities, mapper.pbit_GemIWTP[i]);
     tag_set tags;
     for (unsigned tci = 1; tci < tags.size(); ++tci)
@@ -191,7 +191,7 @@ struct vlan_range {
 std::vector<vlan_range> ranges_of(const tag_set& tags)
 {
     std::vector<vlan_range> ranges;
-    for (unsigned vlan = 0; vlan < vlans; ++vlan) {
+    for (unsigned vlan = 0; vlan < vlan_count; ++vlan) {
         const unsigned which = priorities_of(tags, vlan);
         if (which == 0)
             continue;
@@ -220,11 +220,11 @@ std::string text_of(const vlan_range& range)
 std::string priorities_text(unsigned which)
 {
     std::string text;
-    for (unsigned i = 0; i < priorities; ++i) {
+    for (unsigned i = 0; i < priority_count; ++i) {
         if (!(which >> i & 1))
             continue;
         unsigned last = i;
-        while (last + 1 < priorities && (which >> (last + 1) & 1))
+        while (last + 1 < priority_count && (which >> (last + 1) & 1))
             ++last;
         text += (text.empty() ? "" : ", ") + std::to_string(i);
         if (last > i)
@@ -237,7 +237,7 @@ std::string priorities_text(unsigned which)
 unsigned priorities_of(const tag_set& tags, unsigned vlan)
 {
     unsigned which = 0;
-    for (unsigned i = 0; i < priorities; ++i)
+    for (unsigned i = 0; i < priority_count; ++i)
         if (tags[i << priority_shift | vlan] && (i | vlan) != 0)
             which |= 1u << i;
     return which;
@@ -287,7 +287,7 @@ bool accepts_upstream(const line_model& entities, const me_instance& port, uint1
 
 bool has_all_vlans(const tag_set& tags)
 {
-    for (unsigned vlan = 1; vlan + 1 < vlans; ++vlan)
+    for (unsigned vlan = 1; vlan + 1 < vlan_count; ++vlan)
         if (priorities_of(tags, vlan) != 0xff)
             return false;
     return true;

@@ -66,7 +66,7 @@ bool named_by_mask(const attribute_class& cls, uint16_t mask, std::string_view f
     return false;
 }
 
-bool all_zero(std::span<const uint8_t> bytes)
+bool is_cleared(std::span<const uint8_t> bytes)
 {
     return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
 }
@@ -104,7 +104,7 @@ std::string me_line(std::string_view verb, const class_record& fields, const att
     for (const gpon_me_field& field : by_place(fields.fields)) {
         if (field.offset == 0) // instID is the instance
             continue;
-        if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
+        if (is_cleared(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
             continue;
         line += " " + std::string(field.name) + "=" + field_value(rec, field);
     }

@@ -14,14 +14,14 @@ bool is_lower(char c)
     return c >= 'a' && c <= 'z';
 }
 
-bool is_digit(char c)
+bool is_decimal(char c)
 {
     return c >= '0' && c <= '9';
 }
 
 bool is_name_part(char c)
 {
-    return is_lower(c) || (c >= 'A' && c <= 'Z') || is_digit(c) || c == '_';
+    return is_lower(c) || (c >= 'A' && c <= 'Z') || is_decimal(c) || c == '_';
 }
 
 // Parses a prefix. Each step returns whether the text continues as expected.
@@ -49,7 +49,7 @@ public:
     bool skip_number()
     {
         number = rest_;
-        drop_while(is_digit);
+        drop_while(is_decimal);
         number.remove_suffix(rest_.size());
         return !number.empty();
     }

@@ -16,7 +16,7 @@ namespace gponflow {
 
 namespace {
 
-constexpr std::array<u16, 4> directions = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI}; // by kind
+constexpr std::array<u16, 4> directions_by_kind = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};
 
 struct table_key {
     std::array<u8, GPON_RULE_KEY_BUFFER> bytes{};
@@ -50,11 +50,11 @@ bool has_table()
 std::optional<rule_place> find_host_rule(uint32_t kind, const sk_buff& packet)
 {
     gpon_pkt_info info;
-    if (kind >= directions.size() || gponFlowEnableFlag == 0 || !frames_are_silent() ||
+    if (kind >= directions_by_kind.size() || gponFlowEnableFlag == 0 || !frames_are_silent() ||
         !has_table() || gpon_pkt_form_info(&packet, &info) != 0)
         return {};
     table_key key;
-    gpon_rule_generate_key(&info, directions.at(kind), key.bytes.data(), &key.length);
+    gpon_rule_generate_key(&info, directions_by_kind.at(kind), key.bytes.data(), &key.length);
     gpon_rule_trace steps;
     if (gpon_hash_get_rule_safe(key.bytes.data(), key.length, &steps) == 0)
         return rule_place{rule_place::stored,
