@@ -17,24 +17,21 @@ compile_together() {
 }
 
 # PRESET: further words for cmake. A folder keeps the option that it was configured with, because
-# another one would compile everything again. The configurations for clang compile each source
-# separately: they show that it includes what it uses.
+# another one would compile everything again. The configuration clang compiles each source separately
+# and no header in advance: it shows that a source includes what it uses.
 fresh_options() {
-    case $1 in
-    clang | fuzz) ;;
-    *)
-        if [ -n "${GPON_COMPILE_TOGETHER:-}" ] && [ ! -f "$(preset_dir "$1")/build.ninja" ]; then
-            echo -DGPON_UNITY_ALL=ON
-        fi
-        ;;
-    esac
+    if [ "$1" != clang ] && [ -n "${GPON_COMPILE_TOGETHER:-}" ] &&
+        [ ! -f "$(preset_dir "$1")/build.ninja" ]; then
+        echo -DGPON_UNITY_ALL=ON
+    fi
 }
 
 # The release configuration, its subset "tool" and its superset "bench" share the build folder itself,
-# each other one uses a subfolder of its name.
+# the fuzzers are programs of the configuration asan. Each other one uses a subfolder of its name.
 preset_dir() {
     case $1 in
     release | tool | bench) echo "$GPON_BUILD_DIR" ;;
+    asan | fuzz) echo "$GPON_BUILD_DIR/asan" ;;
     *) echo "$GPON_BUILD_DIR/$1" ;;
     esac
 }
@@ -46,7 +43,7 @@ need_for() {
         [ "$preset" = tool ] || groups+=(test)
         case $preset in
         release) groups+=(cross) ;;
-        clang | fuzz) groups+=(clang) ;;
+        asan | clang | fuzz) groups+=(clang) ;;
         coverage) groups+=(coverage) ;;
         bench) groups+=(cross bench) ;;
         esac
