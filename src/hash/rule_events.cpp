@@ -127,11 +127,11 @@ u64 gpon::rules_revision()
     return current_generation() + learnt_number;
 }
 
-void gpon::report_learnt(const gpon_flow_rule& rule)
+void gpon::report_learnt(std::span<const u8> key)
 {
     ++learnt_number;
     if (wants_events())
-        report_rule(GPON_EVENT_RULE_LEARNT, 0, rule);
+        report_rule(GPON_EVENT_RULE_LEARNT, 0, *find_rule(key));
 }
 
 void gpon::report_relearnt(const gpon_flow_rule& rule)

@@ -14,7 +14,7 @@ void copy_rule(const gpon_flow_rule& rule, gpon_seen_rule& seen) GPON_REQUIRES(g
 [[nodiscard]] u64 rules_revision() GPON_REQUIRES(gpon_hash_lock);
 
 /* Each reports one change, if somebody listens. */
-void report_learnt(const gpon_flow_rule& rule) GPON_REQUIRES(gpon_hash_lock);
+void report_learnt(std::span<const u8> key) GPON_REQUIRES(gpon_hash_lock);
 void report_relearnt(const gpon_flow_rule& rule) GPON_REQUIRES(gpon_hash_lock);
 void report_gone(const gpon_flow_rule& rule, gpon_rule_end cause) GPON_REQUIRES(gpon_hash_lock);
 void report_all_gone(gpon_hash_table& table, gpon_rule_end cause) GPON_REQUIRES(gpon_hash_lock);

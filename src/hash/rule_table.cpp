@@ -277,7 +277,7 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     const gpon_counter result = gpon_hash_place_rule({key, key_len}, *trace);
     note_learning({key, key_len}, result);
     if (result == GPON_COUNT_rules_learnt)
-        gpon::report_learnt(*gpon::find_rule({key, key_len}));
+        gpon::report_learnt({key, key_len});
     return result == GPON_COUNT_rules_no_memory ? -1 : 0;
 }
 

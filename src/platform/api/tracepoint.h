@@ -62,7 +62,7 @@ enum gpon_learn_result {
     GPON_LEARN_ADDED,
     GPON_LEARN_REPLACED,     /* the steps of a rule with the same key */
     GPON_LEARN_BUCKET_TAKEN, /* a rule of another flow has the bucket */
-    GPON_LEARN_OUTDATED,     /* the configuration or the table changed meanwhile */
+    GPON_LEARN_OUTDATED,     /* the configuration changed meanwhile */
     GPON_LEARN_NO_MEMORY     /* or no table during unload */
 };
 
