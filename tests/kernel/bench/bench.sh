@@ -216,7 +216,7 @@ measure_way() {
             "$1" "$number"
         done
         ;;
-    vlan_filtering | own_mapping | gpon_flow) "$1" ;;
+    vlan_filtering | own_mapping | gpon_flow | trace_events) "$1" ;;
     *) fail "there is no way '$1'" ;;
     esac
 }
