@@ -48,7 +48,7 @@ def main():
     for name in guests[0][1]:
         if name != "none":
             print(f"| {title(name)} | " + " | ".join(
-                f"{found[name][path] - found['none'][path]:.0f}"
+                f"{round(found[name][path] - found['none'][path])}"
                 for _, found in guests for path in PATHS) + " |")
 
 
