@@ -15,7 +15,7 @@ public:
     void pass() override
     {
         gpon_pkt_info info;
-        gpon_pkt_form_info(&frame_.packet, &info);
+        static_cast<void>(gpon_pkt_form_info(&frame_.packet, &info));
         keep(info);
     }
 
@@ -34,7 +34,7 @@ private:
 
 class key_of_summary final : public work {
 public:
-    key_of_summary() { gpon_pkt_form_info(&frame_.packet, &info_); }
+    key_of_summary() { static_cast<void>(gpon_pkt_form_info(&frame_.packet, &info_)); }
 
     void pass() override
     {

@@ -31,7 +31,7 @@ uint32_t hash_of(const frame& sent, uint16_t flag)
     gpon_pkt_info info;
     uint8_t key[GPON_RULE_KEY_BUFFER];
     uint16_t length = 0;
-    gpon_pkt_form_info(&sent.packet, &info);
+    static_cast<void>(gpon_pkt_form_info(&sent.packet, &info));
     gpon_rule_generate_key(&info, flag, key, &length);
     return gpon_hash_calc_key(key, length);
 }

@@ -32,7 +32,7 @@ protected:
     {
         const bh_lock lock(gpon_hash_lock);
         gpon_hash_destroy_table(&gpon_hash_table_record);
-        gpon_hash_inflate_table(buckets);
+        static_cast<void>(gpon_hash_inflate_table(buckets));
     }
 
     void learn_all()

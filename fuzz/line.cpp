@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <tuple>
 
 #include "tests/support/invariants.h"
 #include "tool/scenario/control.h"
@@ -148,25 +149,25 @@ bool line::run(const me_command& command)
 
 bool line::run(const config_command& command)
 {
-    send(*module_, command);
+    std::ignore = send(*module_, command);
     return true;
 }
 
 bool line::run(const debug_command& command)
 {
-    send(*module_, command);
+    std::ignore = send(*module_, command);
     return true;
 }
 
 bool line::run(const clean_command& command)
 {
-    send(*module_, command);
+    std::ignore = send(*module_, command);
     return true;
 }
 
 bool line::run(const ioctl_command& command)
 {
-    send(*module_, command);
+    std::ignore = send(*module_, command);
     return true;
 }
 
@@ -180,7 +181,7 @@ bool line::run(const proc_write_command& command)
 
 bool line::run(const proc_read_command&)
 {
-    module_->proc_read();
+    std::ignore = module_->proc_read();
     return true;
 }
 

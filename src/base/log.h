@@ -27,7 +27,7 @@ namespace gpon {
 // Not constexpr: a call while a text is checked stops the compiler at the faulty message.
 inline void log_text_does_not_fit_its_arguments() {}
 
-template <typename T> constexpr bool fits(char conversion)
+template <typename T> [[nodiscard]] constexpr bool fits(char conversion)
 {
     if constexpr (__is_same(T, const char*))
         return conversion == 's';
@@ -80,7 +80,7 @@ template <typename... Args> struct log_text {
             log_text_does_not_fit_its_arguments();
     }
 
-    constexpr log_text named(const char* name) const
+    [[nodiscard]] constexpr log_text named(const char* name) const
     {
         log_text renamed = *this;
         renamed.function = name;

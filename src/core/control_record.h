@@ -10,7 +10,7 @@ extern "C" {
 
 /* Applies the control record at a user address; returns 0 or -1. An ME command first deletes every
  * rule, even if the command then fails: any change can redirect a flow. */
-i32 gpon_flow_dispatch_omci_cmd(const void* user_record) GPON_CHANGES_LISTS;
+[[nodiscard]] i32 gpon_flow_dispatch_omci_cmd(const void* user_record) GPON_CHANGES_LISTS;
 }
 
 #endif

@@ -24,10 +24,16 @@ void write_flag_word(sk_buff* skb, u32 word)
     gpon::copy_bytes(reinterpret_cast<u8*>(skb) + skb_flag_word_offset, &word, sizeof(word));
 }
 
-// Marks a packet that the trace filter selects, during the lifetime of this object.
+// Marks a packet that the trace filter selects, until the end of this object.
 class trace_mark {
 public:
-    explicit trace_mark(sk_buff* skb) : skb_(skb)
+    explicit trace_mark(sk_buff* skb) : skb_(skb) {}
+    ~trace_mark() { clear(); }
+    trace_mark(const trace_mark&) = delete;
+    trace_mark& operator=(const trace_mark&) = delete;
+
+    // Clears a mark that the packet came with, so only a selected packet has one.
+    void apply_filter()
     {
         clear();
         // The filter is off in nearly every call, and a call for that costs more than the rest
@@ -35,9 +41,6 @@ public:
         if (gpon::load_relaxed(trace_cfg.valid_mask) != 0 && gpon_flow_is_trace_skb(skb_))
             set();
     }
-    ~trace_mark() { clear(); }
-    trace_mark(const trace_mark&) = delete;
-    trace_mark& operator=(const trace_mark&) = delete;
 
 private:
     void set()
@@ -110,7 +113,8 @@ int gpon_flow_api_dispatch(struct api_data* data)
         data->api_result = FAILED;
         gpon::trace_drop(nullptr, direction_of_kind(data->api_type), GPON_END_NO_PACKET);
     } else {
-        const trace_mark mark(data->skb);
+        trace_mark mark(data->skb);
+        mark.apply_filter();
         data->api_result = handle_packet(data->api_type, data->skb);
     }
     return GPON_HOOK_RETURN;

@@ -10,7 +10,7 @@ extern "C" {
 
 /* Returns 1 if the packet matches trace_cfg, otherwise 0; bytes beyond the end of the frame read as
  * 0. With the filter off it costs one load. Packet path. */
-i32 gpon_flow_is_trace_skb(const sk_buff* skb);
+[[nodiscard]] i32 gpon_flow_is_trace_skb(const sk_buff* skb);
 
 /* Print the first count bytes of a packet, with offsets or plain, 16 a line. Any context.
  * Without a caller in the module and the tool: code linked into the module may call them, such as

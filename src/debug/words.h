@@ -27,8 +27,8 @@ namespace gpon {
 /* A number at the start of a word: "%x" takes an optional 0x, "%d" an optional minus sign; reading
  * stops at the first character that does not fit, values are modulo 2^32. None for a null word and
  * for one without a digit. */
-optional<u32> scan_hex(const char* word);
-optional<i32> scan_decimal(const char* word);
+[[nodiscard]] optional<u32> scan_hex(const char* word);
+[[nodiscard]] optional<i32> scan_decimal(const char* word);
 
 /* "%02x:%02x:%02x:%02x:%02x:%02x": reads as many of the six values as the word contains, the
  * others are 0. */

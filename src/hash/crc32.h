@@ -9,7 +9,7 @@ extern "C" {
 
 /* Hash of a key: CRC-32 (IEEE 802.3 polynomial, reflected, initial value 0, not inverted), mixed.
  * Null hashes to 0. Any context. */
-u32 gpon_hash_calc_key(const u8* key, u16 key_len);
+[[nodiscard]] u32 gpon_hash_calc_key(const u8* key, u16 key_len);
 }
 
 namespace gpon {

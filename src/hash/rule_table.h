@@ -106,11 +106,12 @@ i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 
 /* The work of gpon_hash_add_node, and its messages. Returns the counter of the result. */
-gpon_counter gpon_hash_place_rule(std::span<const u8> key, const gpon_rule_trace& trace)
+[[nodiscard]] gpon_counter gpon_hash_place_rule(std::span<const u8> key,
+                                                const gpon_rule_trace& trace)
     GPON_REQUIRES(gpon_hash_lock);
 
 /* Returns 0 and a copy of the trace in out, and marks the rule as used; -1 without such a key. */
-i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
+[[nodiscard]] i32 gpon_hash_get_rule_safe(const u8* key, u16 key_len, gpon_rule_trace* out)
     GPON_EXCLUDES(gpon_hash_lock);
 
 /* Deletes every rule with that index in the bucket that the hash value selects. Always returns 0.
@@ -126,11 +127,11 @@ i32 gpon_hash_destroy_table(gpon_hash_table* table) GPON_REQUIRES(gpon_hash_lock
 
 /* Sets an empty bucket array of at least the requested size (64 to 1024, a power of two) in the
  * table record. Returns -1 without memory: the record then has the new size and no array. */
-i32 gpon_hash_inflate_table(u32 requested) GPON_REQUIRES(gpon_hash_lock);
+[[nodiscard]] i32 gpon_hash_inflate_table(u32 requested) GPON_REQUIRES(gpon_hash_lock);
 
 /* Doubles a table that has reached its threshold, or sweeps it at the largest size. Returns -1
  * without memory for the larger array; the table is then unchanged. */
-i32 gpon_hash_expand_table(void) GPON_REQUIRES(gpon_hash_lock);
+[[nodiscard]] i32 gpon_hash_expand_table(void) GPON_REQUIRES(gpon_hash_lock);
 void gpon_hash_rehash_new_table(void) GPON_REQUIRES(gpon_hash_lock);
 }
 

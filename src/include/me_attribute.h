@@ -38,7 +38,8 @@ struct gpon_me_pointer {
 namespace gpon {
 
 template <typename Member>
-constexpr gpon_me_field describe(const char* name, size_t offset, gpon_notation notation)
+[[nodiscard]] constexpr gpon_me_field describe(const char* name, size_t offset,
+                                               gpon_notation notation)
 {
     constexpr size_t width = sizeof(std::remove_extent_t<Member>);
     return {name, static_cast<u16>(offset), width, sizeof(Member) / width, notation};
@@ -77,13 +78,13 @@ constexpr gpon_me_field describe(const char* name, size_t offset, gpon_notation 
 }
 
 /* Mask of one element of a list of pointers; attributes are numbered from the highest bit. */
-constexpr u16 element_mask(const gpon_me_pointer& pointer, u32 element = 0)
+[[nodiscard]] constexpr u16 element_mask(const gpon_me_pointer& pointer, u32 element = 0)
 {
     return static_cast<u16>(pointer.mask >> element);
 }
 
 /* Mask of all elements. */
-constexpr u16 whole_mask(const gpon_me_pointer& pointer)
+[[nodiscard]] constexpr u16 whole_mask(const gpon_me_pointer& pointer)
 {
     u32 mask = 0;
     for (u32 element = 0; element < pointer.field.count; ++element)

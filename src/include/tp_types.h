@@ -38,7 +38,7 @@ struct tp_type_map {
     }
 
     /* A value without a row has no class and no side. */
-    constexpr tp_type find(u8 value) const
+    [[nodiscard]] constexpr tp_type find(u8 value) const
     {
         return value < sizeof(by_value) / sizeof(by_value[0]) ? by_value[value] : tp_type{};
     }
@@ -47,12 +47,12 @@ struct tp_type_map {
 constexpr tp_type_map BRIDGE_PORT_TP_MAP(BRIDGE_PORT_TP_TYPES);
 constexpr tp_type_map MAPPER_TP_MAP(MAPPER_TP_TYPES);
 
-constexpr tp_type bridge_port_tp(u8 tp_type_value)
+[[nodiscard]] constexpr tp_type bridge_port_tp(u8 tp_type_value)
 {
     return BRIDGE_PORT_TP_MAP.find(tp_type_value);
 }
 
-constexpr tp_type mapper_tp(u8 tp_type_value)
+[[nodiscard]] constexpr tp_type mapper_tp(u8 tp_type_value)
 {
     return MAPPER_TP_MAP.find(tp_type_value);
 }

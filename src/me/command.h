@@ -11,7 +11,7 @@
 extern "C" {
 
 /* Applies one ME command; attr_data is a user address. Returns 0 for an unknown message type. */
-i32 gpon_flow_me_handle(gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
+[[nodiscard]] i32 gpon_flow_me_handle(gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* A set is applied exactly like a create: it stores the record, then runs the attribute handlers
  * that the mask selects. */

@@ -12,7 +12,8 @@ extern "C" {
 extern struct gpon_flow_cfg_data gpon_flow_cfg_data GPON_GUARDED_BY(gpon_flow_control_mutex);
 
 /* Loads the 40-byte default configuration from a user address; a failed load leaves it zeroed. */
-i32 gpon_flow_load_cfg_data(const void* user_cfg) GPON_REQUIRES(gpon_flow_control_mutex);
+[[nodiscard]] i32 gpon_flow_load_cfg_data(const void* user_cfg)
+    GPON_REQUIRES(gpon_flow_control_mutex);
 }
 
 #endif

@@ -145,10 +145,9 @@ void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 al
         return;
     printk("dump %s(classId = %d):\n", entry->name, entry->class_id);
     table dump{*entry->list_info};
-    gpon::find_if(entry->list_info->head, [&](const gpon_me_inst* inst) GPON_READS_LISTS {
+    gpon::for_each_inst(entry->list_info->head, [&](const gpon_me_inst* inst) GPON_READS_LISTS {
         if (all == 1 || inst->inst_id == inst_id)
             dump.print(*inst);
-        return false;
     });
 }
 

@@ -21,7 +21,7 @@ i32 gpon_flow_dump_all_me_inst(void) GPON_CHANGES_LISTS;
 namespace gpon {
 
 /* Width of a column under a title. */
-i32 column_width(const char* title);
+[[nodiscard]] i32 column_width(const char* title);
 
 } // namespace gpon
 

@@ -11,8 +11,8 @@ extern "C" {
 
 /* Copies the template of size bytes to dst and allocates a zeroed array for each row. Returns 0, or
  * -1 with nothing left allocated. Control path. */
-i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst, const gpon_me_related_info* table,
-                                      i32 size);
+[[nodiscard]] i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst,
+                                                    const gpon_me_related_info* table, i32 size);
 
 /* Frees the arrays of all rows, not the table. Any context, once no reader is left. */
 void gpon_flow_list_free_related_data(gpon_me_related_info* related);

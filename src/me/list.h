@@ -58,7 +58,8 @@ extern "C" {
 
 /* Adds the command's instance, or overwrites the raw record of an existing one; attr_data of the
  * command is a kernel copy of the raw record. Returns 0 or -1. Control path. */
-i32 gpon_flow_list_add_inst(const gpon_me_entry* entry, const gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
+[[nodiscard]] i32 gpon_flow_list_add_inst(const gpon_me_entry* entry,
+                                          const gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* Removes every instance with the id, or all instances if all is 1. Returns 0, also without such an
  * instance; -1 for a class without list. Control path. */
@@ -86,7 +87,7 @@ namespace gpon {
 
 /* Calls visit(instance) in list order until it returns true; returns that instance or null. */
 template <typename Visit>
-inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LISTS
+[[nodiscard]] inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LISTS
 {
     assert_reads_lists();
     for (list_head* link = rcu_dereference(head->next); link != head;
@@ -94,6 +95,16 @@ inline gpon_me_inst* find_if(const list_head* head, Visit visit) GPON_READS_LIST
         if (visit(inst_of(link)))
             return inst_of(link);
     return nullptr;
+}
+
+/* Calls visit(instance) for each instance in list order. */
+template <typename Visit>
+inline void for_each_inst(const list_head* head, Visit visit) GPON_READS_LISTS
+{
+    assert_reads_lists();
+    for (list_head* link = rcu_dereference(head->next); link != head;
+         link = rcu_dereference(link->next))
+        visit(inst_of(link));
 }
 
 [[nodiscard]] inline gpon_me_inst* find_inst(const list_head* head, u16 inst_id) GPON_READS_LISTS

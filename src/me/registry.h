@@ -15,7 +15,7 @@ extern "C" {
 void gpon_flow_init_me_map(void);
 
 /* The class's row, or null (with an error message for G.988's reserved ranges). Any context. */
-const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
+[[nodiscard]] const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
 }
 
 namespace gpon {

@@ -11,7 +11,8 @@ namespace gpon {
 
 /* First instance with a given value in the u16 raw field at an offset. The store may change the
  * record during the search. */
-optional<u16> find_by_field(const list_head* list, size_t field_offset, u16 value) GPON_READS_LISTS;
+[[nodiscard]] optional<u16> find_by_field(const list_head* list, size_t field_offset,
+                                          u16 value) GPON_READS_LISTS;
 
 } // namespace gpon
 

@@ -53,7 +53,7 @@ public:
 
     /* Copies the first rows of an instance, which is null if it was not found. The copy then has no
      * contents, and the result is false. */
-    [[gnu::always_inline]] bool read(const gpon_me_inst* inst, u8 rows) GPON_READS_LISTS
+    [[nodiscard, gnu::always_inline]] bool read(const gpon_me_inst* inst, u8 rows) GPON_READS_LISTS
     {
         trace_related_data();
         if (!inst)

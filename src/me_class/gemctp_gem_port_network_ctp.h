@@ -10,7 +10,8 @@ extern "C" {
 /* The first CTP in list order with a GEM port id. Returns 0, or -1 without a message. */
 i32 gem_ctp_get_inst_id_by_gemport_id(u16 gemport_id, u16* inst_id) GPON_READS_LISTS;
 
-i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] i32 gem_ctp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                                  gpon_walk_result* result);
 }
 
 #endif

@@ -11,7 +11,8 @@ extern "C" {
  * message. */
 i32 gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id) GPON_READS_LISTS;
 
-i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] i32 gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                              gpon_walk_result* result);
 }
 
 #endif

@@ -7,7 +7,8 @@
 
 extern "C" {
 
-i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] i32 mapper_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                                 gpon_walk_result* result);
 i32 mapper_attr_tp_type_op(gpon_me_cmd* cmd);
 i32 mapper_attr_gem_iw_tp_pbit(gpon_me_cmd* cmd);
 }

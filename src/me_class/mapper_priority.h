@@ -10,7 +10,7 @@ extern "C" {
 /* 0 if the frame's priority selects the GEM IW TP op->inst_id at the mapper
  * op->related_inst_id, else -1, also on any error. Upstream only. Packet path, inside an RCU read
  * section. */
-i32 pbit_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
+[[nodiscard]] i32 pbit_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
 }
 
 #endif

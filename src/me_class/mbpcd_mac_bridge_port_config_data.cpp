@@ -173,9 +173,8 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
         return -1;
     const gpon_me_inst* inst =
         gpon::find_inst_after(&gpon_mbpcd_list, fwd_info->instId, result->last_port);
-    if (!me.read(inst))
+    if (!me.read(inst) || !links.read(inst, VLAN_ROW + 2))
         return -1;
-    links.read(inst, VLAN_ROW + 2);
     links.trace(log, FILTER_ROW, VLAN_ROW + 2);
     bridge_port port = {skb,
                         log,

@@ -37,10 +37,7 @@ constinit const gpon_me_fwd_op mbspFwdOp = {.next_classes = NEXT, .forward = mbs
 i32 get_mbsp_list_inst_num(void)
 {
     i32 count = 0;
-    gpon::find_if(&gpon_mbsp_list, [&](const gpon_me_inst*) {
-        ++count;
-        return false;
-    });
+    gpon::for_each_inst(&gpon_mbsp_list, [&](const gpon_me_inst*) { ++count; });
     return count;
 }
 
@@ -63,10 +60,9 @@ u16* get_mbsp_list_inst_id(u32* count)
     }
     // Bridges may have been added since they were counted.
     u32 filled = 0;
-    gpon::find_if(&gpon_mbsp_list, [&](const gpon_me_inst* inst) {
+    gpon::for_each_inst(&gpon_mbsp_list, [&](const gpon_me_inst* inst) {
         if (filled < *count)
             ids[filled++] = inst->inst_id;
-        return filled == *count;
     });
     return ids.release();
 }

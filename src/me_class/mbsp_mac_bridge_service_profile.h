@@ -8,13 +8,14 @@
 extern "C" {
 
 /* Number of bridges. */
-i32 get_mbsp_list_inst_num(void) GPON_READS_LISTS;
+[[nodiscard]] i32 get_mbsp_list_inst_num(void) GPON_READS_LISTS;
 
 /* Ids of all bridges in list order, their number in *count; the caller frees the array. Null if
  * there is no bridge, no memory or no count pointer. */
-u16* get_mbsp_list_inst_id(u32* count) GPON_READS_LISTS;
+[[nodiscard]] u16* get_mbsp_list_inst_id(u32* count) GPON_READS_LISTS;
 
-i32 mbsp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] i32 mbsp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                               gpon_walk_result* result);
 }
 
 #endif

@@ -10,7 +10,7 @@
 namespace gpon {
 
 /* The id of the first UNI with a port number. */
-inline optional<u16> find_uni(const list_head* list, u8 port_id) GPON_READS_LISTS
+[[nodiscard]] inline optional<u16> find_uni(const list_head* list, u8 port_id) GPON_READS_LISTS
 {
     const gpon_me_inst* inst = find_if(list, [=](const gpon_me_inst* candidate) {
         return static_cast<u8>(candidate->inst_id) == port_id;

@@ -12,7 +12,8 @@ extern "C" {
  * a port number does not contain. Returns 0, or -1 with a message. */
 i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id) GPON_READS_LISTS;
 
-i32 veip_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] i32 veip_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                               gpon_walk_result* result);
 }
 
 #endif

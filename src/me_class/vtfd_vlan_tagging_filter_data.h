@@ -13,14 +13,16 @@
 extern "C" {
 
 /* 0 if the frame passes the filter op->related_inst_id, -1 if it does not, or on an error. */
-i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
+[[nodiscard]] i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
 
 /* Actions on a TCI in host order: 0 pass, -1 discard. mask: the compared TCI bits. */
-i32 vtfd_action_pass(u16 tci, const gpon_raw_vtfd* me, u16 mask);
-i32 vtfd_action_drop(u16 tci, const gpon_raw_vtfd* me, u16 mask);
-i32 vtfd_action_h(u16 tci, const gpon_raw_vtfd* me, u16 mask); /* passes what is in the list */
-i32 vtfd_action_g(u16 tci, const gpon_raw_vtfd* me, u16 mask); /* passes what is not */
-i32 vtfd_action_reserved(u16 tci, const gpon_raw_vtfd* me, u16 mask);
+[[nodiscard]] i32 vtfd_action_pass(u16 tci, const gpon_raw_vtfd* me, u16 mask);
+[[nodiscard]] i32 vtfd_action_drop(u16 tci, const gpon_raw_vtfd* me, u16 mask);
+[[nodiscard]] i32 vtfd_action_h(u16 tci, const gpon_raw_vtfd* me,
+                                u16 mask); /* passes what is in the list */
+[[nodiscard]] i32 vtfd_action_g(u16 tci, const gpon_raw_vtfd* me,
+                                u16 mask); /* passes what is not */
+[[nodiscard]] i32 vtfd_action_reserved(u16 tci, const gpon_raw_vtfd* me, u16 mask);
 }
 
 #endif

@@ -74,7 +74,8 @@ gpon_fwd_info downstream_start(const sk_buff* skb) GPON_READS_LISTS
     }
 }
 
-// The header is read once per call: result, lookup and learning use the same summary.
+// The header is read once per call: result, lookup and learning use the same summary. Through a
+// pointer: an optional costs 5 instructions for each frame (./run bench-check).
 [[nodiscard]] i32 init_from_summary(const sk_buff* skb, gpon_walk_result* result,
                                     gpon_pkt_info* info, const packet_log& log)
 {

@@ -12,13 +12,13 @@ extern "C" {
 /* Clears the result and sets its header summary; returns 0 or -1. It has no caller in the module
  * and the tool, which also need the summary itself: it is for code linked into the module that
  * starts a walk itself, such as tests. Packet path. */
-i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
+[[nodiscard]] i32 gpon_pkt_init_fwd_info(const sk_buff* skb, gpon_walk_result* result);
 
 /* The walk of one direction; returns 0 or -1. */
-i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
-i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
-i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
-i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
+[[nodiscard]] i32 gpon_pkt_upstream_uni(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
+[[nodiscard]] i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
+[[nodiscard]] i32 gpon_pkt_downstream_ani(sk_buff* skb, gpon_walk_result* result) GPON_READS_LISTS;
+[[nodiscard]] i32 gpon_pkt_downstream_uni(sk_buff* skb, gpon_walk_result* result);
 }
 
 namespace gpon {

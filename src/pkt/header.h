@@ -20,22 +20,22 @@ i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count);
 
 /* The header summary; returns 0 or -1. It contains the first four tags; tag_num is the true count.
  */
-i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
+[[nodiscard]] i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
 
 /* TCI of the outer tag in host order, 0 for an untagged frame. Returns 0 or -1. */
 i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci);
 
 /* Priority of the outer tag, 0 to 7; -1 for an untagged frame and for a TCI of 0. */
-i32 gpon_pkt_get_pbit(const sk_buff* skb);
+[[nodiscard]] i32 gpon_pkt_get_pbit(const sk_buff* skb);
 
 /* DSCP of an IPv4 header (0 to 63), of an IPv6 header (the same, less 128), or -1. The type field
  * is compared in the order in which the CPU loads it, so on a little-endian CPU only frames with
  * swapped type bytes have a DSCP. Provisioned lines depend on this. */
-i32 gpon_pkt_get_dscp(const sk_buff* skb);
+[[nodiscard]] i32 gpon_pkt_get_dscp(const sk_buff* skb);
 
 /* 1 if the type, in memory order, is one of the three TPIDs. It has no caller in the module and the
  * tool: it is for code linked into the module that has the type without the frame. Any context. */
-i32 gpon_flow_is_valid_ether_type(u16 type);
+[[nodiscard]] i32 gpon_flow_is_valid_ether_type(u16 type);
 }
 
 namespace gpon {

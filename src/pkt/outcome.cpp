@@ -2,6 +2,7 @@
 #include "outcome.h"
 
 #include "../base/log.h"
+#include "../base/optional.h"
 #include "../hash/outcome_table.h"
 #include "../hash/rule_use.h"
 #include "flow.h"
@@ -26,29 +27,28 @@ bool is_silent(const sk_buff* skb)
     return gpon::debug_level() == 0 && !gpon::is_marked(skb);
 }
 
-// Writes the packed rule key of a frame. False for a frame whose rule key has more than two tags or
+// The packed rule key of a frame. None for a frame whose rule key has more than two tags or
 // reads beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
-[[gnu::always_inline]] inline bool make_key(const sk_buff* skb, u16 fwd_flag,
-                                            gpon::outcome_key* key)
+[[gnu::always_inline]] inline gpon::optional<gpon::outcome_key> make_key(const sk_buff* skb,
+                                                                         u16 fwd_flag)
 {
     constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
                   LAST_TYPE = INNER + gpon::TAG_BYTES;
     const gpon::frame f = gpon::frame::of(skb);
     if (f.bytes.size() < LAST_TYPE + sizeof(u16))
-        return false;
+        return {};
     u32 outer = 0;
     u32 inner = 0;
     if (gpon::is_tpid(f.be16(OUTER))) {
         outer = f.word_at<u32>(OUTER);
         if (gpon::is_tpid(f.be16(INNER))) {
             if (gpon::is_tpid(f.be16(LAST_TYPE)))
-                return false;
+                return {};
             inner = f.word_at<u32>(INNER);
         }
     }
-    *key = {f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
-            inner | u64{fwd_flag} << 32};
-    return true;
+    return gpon::outcome_key{f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
+                             inner | u64{fwd_flag} << 32};
 }
 
 // True if each replay has the same result. Upstream towards the ANI every step must have succeeded:
@@ -116,13 +116,14 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
     }
     const u64 generation = gpon::current_generation();
     if (is_silent(skb) && outcomes_are_used())
-        if (gpon::outcome_key key; make_key(skb, fwd_flag, &key)) {
-            if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
+        if (const auto key = make_key(skb, fwd_flag)) {
+            if (gpon::known_outcome known; gpon::find_outcome(*key, generation, &known)) {
                 if (gpon::is_traced(GPON_TRACEPOINT_RULE_HIT)) [[unlikely]]
                     return apply_traced_outcome(skb, fwd_flag, known);
                 return apply_outcome(skb, fwd_flag, known);
             }
-            return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);
+            return classify_with_key(skb, fwd_flag, generation, (*key).first, (*key).middle,
+                                     (*key).last);
         }
     return gpon::classify(skb, fwd_flag, generation, nullptr);
 }

@@ -12,7 +12,7 @@ extern "C" {
 
 /* Classifies one packet in one direction (a single fwd_flag bit), replays or learns its rule, and
  * has the platform choose the queue upstream. Returns 0, or -1 with messages. Softirq. */
-i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
+[[nodiscard]] i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag);
 }
 
 namespace gpon {

@@ -20,23 +20,27 @@ void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u1
  * walked_in is the store's number when the walk began; if it is over, the steps are dropped. The
  * first one has no caller in the module and the tool, which have the header summary: it is for code
  * linked into the module that has only the packet, such as tests. */
-i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
-i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag, const gpon_rule_trace* trace,
-                       u64 walked_in = gpon::ANY_STORE);
+[[nodiscard]] i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag,
+                                           const gpon_walk_result* result);
+[[nodiscard]] i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag,
+                                     const gpon_rule_trace* trace, u64 walked_in = gpon::ANY_STORE);
 
 /* Return 0 and the learnt steps, or -1 and a cleared trace without them. The first one has no
  * caller in the module and the tool either and is for the same code. */
-i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
-i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag, gpon_rule_trace* trace);
+[[nodiscard]] i32 gpon_rule_lookup_trace(const sk_buff* skb, u16 fwd_flag, gpon_rule_trace* trace);
+[[nodiscard]] i32 gpon_rule_get_inst(const gpon_pkt_info* info, u16 fwd_flag,
+                                     gpon_rule_trace* trace);
 
 /* Replays the steps of result->trace in the direction of fwd_info. It trusts them: it makes no
  * query, counts no depth and ignores the status. A failed step ends the replay and has no other
  * effect. Returns false if a step failed. */
-bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info, gpon_walk_result* result);
+[[nodiscard]] bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info,
+                                          gpon_walk_result* result);
 
 /* Upstream towards the ANI: writes the GEM port id into the packet and has the platform choose the
  * queue. Returns 0, or -1 if the platform finds none. */
-i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag, const gpon_walk_result* result);
+[[nodiscard]] i32 gpon_pkt_handle_after_fwd_done(sk_buff* skb, u16 fwd_flag,
+                                                 const gpon_walk_result* result);
 }
 
 namespace gpon {
@@ -49,7 +53,9 @@ struct rule_key {
     [[nodiscard]] static rule_key of(const gpon_pkt_info& info, u16 fwd_flag);
 };
 
-/* gpon_rule_lookup_trace and gpon_rule_generate_trace for a caller that has the frame's summary. */
+/* gpon_rule_lookup_trace and gpon_rule_generate_trace for a caller that has the frame's summary.
+ * The steps are written to where the walk has them: an optional copies them twice, which costs 14
+ * instructions for each replay (./run bench-check). */
 [[nodiscard]] i32 lookup_rule(const gpon_pkt_info& info, u16 fwd_flag, gpon_rule_trace* trace);
 [[nodiscard]] i32 learn_rule(const gpon_pkt_info& info, u16 fwd_flag, const gpon_rule_trace& trace,
                              u64 walked_in);

@@ -48,13 +48,13 @@
 extern "C" {
 
 /* One step and all levels below it. Returns 0 with the status in ret_val, or -1 on failure. */
-i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
-                             gpon_walk_result* result) GPON_READS_LISTS;
+[[nodiscard]] i32 gpon_pkt_general_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
+                                           gpon_walk_result* result) GPON_READS_LISTS;
 
 /* Tries the instances of a step's next-class rows. Returns 0, or -1 on failure. */
-i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,
-                          struct gpon_walk_result* result,
-                          const struct gpon_me_next_class* next_classes) GPON_READS_LISTS;
+[[nodiscard]] i32
+gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, struct gpon_walk_result* result,
+                      const struct gpon_me_next_class* next_classes) GPON_READS_LISTS;
 }
 
 #endif

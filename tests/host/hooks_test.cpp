@@ -56,7 +56,7 @@ TEST_F(hooks, a_registered_hook_gets_the_call_and_its_result_is_returned)
 TEST_F(hooks, a_disabled_record_is_not_called)
 {
     ops.enable = 0;
-    vorn_register_hook(&ops);
+    EXPECT_EQ(vorn_register_hook(&ops), 0);
     EXPECT_EQ(gpon::host::hook(0, 0, nullptr), std::nullopt);
     EXPECT_THAT(events, ElementsAre("@ register_hook some_hook enable=0 id=59 priority=1 = 0"));
 }
@@ -85,8 +85,8 @@ TEST_F(hooks, records_are_called_in_order_of_priority)
         "late", [](api_data*) { return printk("late"); }, 9);
     vorn_hook_ops early = record_of(
         "early", [](api_data*) { return printk("early"); }, -9);
-    vorn_register_hook(&late);
-    vorn_register_hook(&early);
+    EXPECT_EQ(vorn_register_hook(&late), 0);
+    EXPECT_EQ(vorn_register_hook(&early), 0);
     events.clear();
     gpon::host::hook(0, 0, nullptr);
     EXPECT_THAT(events, ElementsAre("| early", "| late"));
@@ -94,7 +94,7 @@ TEST_F(hooks, records_are_called_in_order_of_priority)
 
 TEST_F(hooks, the_platforms_own_hook_maps_packets_until_it_is_taken_out)
 {
-    vorn_register_hook(&ops);
+    EXPECT_EQ(vorn_register_hook(&ops), 0);
     events.clear();
     sk_buff packet;
     gpon::host::set_mapping(-1);
@@ -142,7 +142,7 @@ TEST_F(hooks, several_threads_call_at_the_same_time)
         return printk("%d", data->api_result);
     };
     vorn_unregister_hook(&gpon_flow_mapping_hook_ops);
-    vorn_register_hook(&ops);
+    EXPECT_EQ(vorn_register_hook(&ops), 0);
     events.clear();
     const auto call = [](uint16_t gem) {
         sk_buff packet;
@@ -167,7 +167,7 @@ TEST_F(hooks_death, sleeping_in_the_packet_path_is_fatal)
                     return static_cast<int>(copy_from_user(&byte, "x", 1));
                 },
                 1);
-            vorn_register_hook(&ops);
+            static_cast<void>(vorn_register_hook(&ops));
             gpon::host::hook(0, 0, nullptr);
         },
         "copy_from_user called in softirq context");

@@ -19,9 +19,9 @@ vorn_hook_ops ops = {{}, "some_hook", 1, [](api_data*) { return 0; }, 59, 1};
 
 int register_interfaces()
 {
-    __register_chrdev(184, 0, 256, "gpon_flow", &operations);
-    create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr));
-    vorn_register_hook(&ops);
+    EXPECT_EQ(__register_chrdev(184, 0, 256, "gpon_flow", &operations), 0);
+    EXPECT_TRUE(create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr)));
+    EXPECT_EQ(vorn_register_hook(&ops), 0);
     timer_setup(
         &gpon_hash_timer, [](timer_list*) { printk("timer"); }, 0);
     mod_timer(&gpon_hash_timer, get_jiffies_64() + 5);
@@ -74,10 +74,10 @@ TEST_F(module_loading, every_load_starts_with_fresh_data)
 TEST_F(module_loading, reset_drops_a_module_with_its_interfaces_timers_and_memory)
 {
     module_under_test.load = [] {
-        kzalloc(10, GFP_ATOMIC);
+        static_cast<void>(kzalloc(10, GFP_ATOMIC));
         return register_interfaces();
     };
-    load();
+    EXPECT_EQ(load(), 0);
     expect_interfaces(true);
     gpon::host::reset();
     EXPECT_FALSE(is_loaded());
@@ -144,7 +144,7 @@ TEST_F(module_loading, hooks_and_the_timer_run_at_the_same_time)
     };
     module_under_test.unload = [] { del_timer_sync(&gpon_hash_timer); };
     gpon::host::set_sink(nullptr);
-    load();
+    EXPECT_EQ(load(), 0);
     std::thread ticking([] {
         for (int i = 0; i < 100; ++i)
             gpon::host::advance(5);
@@ -171,7 +171,7 @@ TEST_F(module_loading_death, a_panic_with_a_lock_held_is_fatal)
                 mutex_unlock(&gpon_flow_control_mutex);
                 return 0;
             };
-            load();
+            static_cast<void>(load());
         },
         "panic with a lock held");
 }
@@ -185,7 +185,7 @@ TEST_F(module_loading_death, unloading_with_deferred_frees_outstanding_is_fatal)
                 rcu_read_lock(); // holds the grace period up
                 call_rcu(&head, [](rcu_head*) {});
             };
-            load();
+            static_cast<void>(load());
             unload();
         },
         "deferred frees are outstanding");

@@ -36,7 +36,7 @@ TEST_F(proc, an_absent_entry_cannot_be_opened)
 {
     EXPECT_EQ(gpon::host::proc_read(), std::nullopt);
     EXPECT_EQ(gpon::host::proc_write("x"), std::nullopt);
-    proc_mkdir("gpon_flow", nullptr);
+    EXPECT_TRUE(proc_mkdir("gpon_flow", nullptr));
     EXPECT_EQ(gpon::host::proc_read(), std::nullopt);
     EXPECT_EQ(gpon::host::proc_write("x"), std::nullopt);
 }
@@ -57,7 +57,7 @@ TEST_F(proc, reads_and_writes_reach_the_handlers)
 
 TEST_F(proc, an_entry_without_handlers_returns_an_error)
 {
-    create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr));
+    EXPECT_TRUE(create_proc_entry("debug", 0, proc_mkdir("gpon_flow", nullptr)));
     EXPECT_EQ(gpon::host::proc_read(), -5);
     EXPECT_EQ(gpon::host::proc_write("x"), -5);
 }

@@ -84,7 +84,7 @@ TEST_F(counters, names_are_unique_and_an_unknown_one_is_refused)
         EXPECT_EQ(++names[one.name], 1) << one.name;
         EXPECT_FALSE(one.meaning.empty()) << one.name;
     }
-    EXPECT_THROW(gpon::host::counter_value("calls"), std::invalid_argument);
+    EXPECT_THROW(static_cast<void>(gpon::host::counter_value("calls")), std::invalid_argument);
 }
 
 TEST_F(counters, are_all_documented_with_their_meaning)

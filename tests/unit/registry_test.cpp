@@ -192,7 +192,7 @@ TEST_F(class_lookup, row_numbers_do_not_follow_class_numbers)
 TEST_F(class_lookup, traces_the_row_found)
 {
     gponDebugLevel = LOG_TRACE;
-    gpon_flow_me_get_by_classid(329);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(329), &me_table[8]);
     EXPECT_THAT(log_lines(), ElementsAre("***TRACE***[gpon_flow_me_get_by_classid][0]: classId = "
                                          "329, me_index = 8."));
 }

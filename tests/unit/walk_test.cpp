@@ -243,7 +243,7 @@ TEST_F(walk, a_replay_stops_at_a_class_that_is_no_step)
         result.trace.step[1] = {45, 1};
         gpon_fwd_info info = {0, 0, UP_ANI};
         gponDebugLevel = 3;
-        gpon_pkt_quick_forward(&skb, &info, &result);
+        EXPECT_FALSE(gpon_pkt_quick_forward(&skb, &info, &result));
         EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_quick_forward][0] end, the "
                                              "classId(" +
                                              std::to_string(class_id) +
@@ -258,7 +258,7 @@ TEST_F(walk, a_replay_of_ten_steps_ends_without_an_end_mark)
         learnt = {45, 1};
     gpon_fwd_info info = {0, 0, UP_ANI};
     gponDebugLevel = 3;
-    gpon_pkt_quick_forward(&skb, &info, &result);
+    EXPECT_TRUE(gpon_pkt_quick_forward(&skb, &info, &result));
     EXPECT_THAT(log_lines(), IsEmpty());
     EXPECT_EQ(result.ret_val, FLOW_PKT_FORWARD);
 }

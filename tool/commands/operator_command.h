@@ -21,7 +21,8 @@ public:
 
     /// Adds a subcommand. `make` builds its lines once the command line is read and throws
     /// std::runtime_error for arguments that do not fit.
-    CLI::App* add(const char* name, const char* description, std::function<operator_lines()> make);
+    [[nodiscard]] CLI::App* add(const char* name, const char* description,
+                                std::function<operator_lines()> make);
 
     [[nodiscard]] CLI::App& app() const { return app_; }
 

@@ -39,10 +39,11 @@ void add_source_options(CLI::App& app, live_source& into, const std::string& fil
 
 /// The same for an action that reads records of the module. The scenario makes each of its hook
 /// calls, also those without a new path.
-int read_source(const live_source& from, const std::function<int(module_reader&)>& action);
+[[nodiscard]] int read_source(const live_source& from,
+                              const std::function<int(module_reader&)>& action);
 
 /// The same for an action on the changes during the scenario.
-int follow_source(const live_source& from, const change_sink& sink);
+[[nodiscard]] int follow_source(const live_source& from, const change_sink& sink);
 
 /// Prints that the module is not loaded and returns the status for it.
 [[nodiscard]] int report_not_loaded();

@@ -51,7 +51,7 @@ struct me_instance {
     std::vector<recorded_row> rows;
 
     /// The raw record as the class's structure; zero bytes beyond its end.
-    template <typename record> record as() const
+    template <typename record> [[nodiscard]] record as() const
     {
         record result{};
         std::memcpy(&result, raw.data(), std::min(sizeof(result), raw.size()));

@@ -64,11 +64,11 @@ public:
     service_drawing(const line_model& entities, const service& drawn, const entity_numbers& numbers)
         : model_(entities), drawn_(drawn), numbers_(numbers)
     {
-        lay_out();
     }
 
     std::string text()
     {
+        lay_out();
         std::string lines, boxes;
         for (const me_id id : drawn_.members) {
             boxes += box(id);

@@ -20,18 +20,11 @@ tp_side side_of(const me_instance& port)
 
 class service_finder {
 public:
-    explicit service_finder(const line_model& entities) : model_(entities)
-    {
-        for (const me_instance* one : model_.all())
-            for (const me_pointer& pointer : model_.pointers(*one))
-                pointed_by_[pointer.to].push_back(one->id);
-        for (const uint16_t class_id : {me_class::vtocd, me_class::evtocd})
-            for (const me_instance& one : model_.instances(class_id))
-                pointed_by_[tagged_by(model_, one.id)].push_back(one.id);
-    }
+    explicit service_finder(const line_model& entities) : model_(entities) {}
 
     std::vector<service> find()
     {
+        index_pointers();
         for (const me_instance& port : model_.instances(me_class::mbpcd))
             if (side_of(port) == tp_side::ani)
                 add_port(port);
@@ -56,6 +49,16 @@ private:
             return true;
         }
     };
+
+    void index_pointers()
+    {
+        for (const me_instance* one : model_.all())
+            for (const me_pointer& pointer : model_.pointers(*one))
+                pointed_by_[pointer.to].push_back(one->id);
+        for (const uint16_t class_id : {me_class::vtocd, me_class::evtocd})
+            for (const me_instance& one : model_.instances(class_id))
+                pointed_by_[tagged_by(model_, one.id)].push_back(one.id);
+    }
 
     void add_port(const me_instance& port)
     {

@@ -73,15 +73,17 @@ public:
     virtual void set_sink(backend_sink sink) = 0;
 
     /// init_module; nothing when it panicked. Refuses when the module is loaded.
-    virtual std::optional<int> load() = 0;
+    [[nodiscard]] virtual std::optional<int> load() = 0;
     /// cleanup_module. Refuses when the module is not loaded.
     virtual void unload() = 0;
 
     /// One hook call; without frame the packet pointer is null.
-    virtual std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) = 0;
+    [[nodiscard]] virtual std::optional<hook_answer> hook(const packet_options& options,
+                                                          const bytes* frame) = 0;
     /// The same with its trace events. A frame with a rule has an event for each step of it, also
     /// if its outcome is remembered.
-    virtual traced_call traced_hook(const packet_options& options, const bytes& frame) = 0;
+    [[nodiscard]] virtual traced_call traced_hook(const packet_options& options,
+                                                  const bytes& frame) = 0;
     /// What a hook call would find; marks a stored rule as used, as the call does. Nothing if the
     /// backend cannot look into the table, or if the call would not use it.
     [[nodiscard]] virtual std::optional<rule_place> find_rule(const packet_options&, const bytes&)
@@ -89,8 +91,8 @@ public:
         return {};
     }
     [[nodiscard]] virtual std::optional<long> ioctl(uint32_t number, uint64_t argument) = 0;
-    virtual std::optional<long> proc_write(std::string_view text) = 0;
-    virtual std::optional<long> proc_read() = 0;
+    [[nodiscard]] virtual std::optional<long> proc_write(std::string_view text) = 0;
+    [[nodiscard]] virtual std::optional<long> proc_read() = 0;
 
     /// Lets jiffies pass and returns the time afterwards.
     virtual uint64_t advance(uint64_t jiffies) = 0;

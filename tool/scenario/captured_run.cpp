@@ -2,6 +2,7 @@
 #include "tool/scenario/captured_run.h"
 
 #include <ostream>
+#include <tuple>
 #include <utility>
 
 #include "tool/scenario/control.h"
@@ -11,6 +12,7 @@
 namespace gponflow {
 
 // One function for each command: a missing one does not compile.
+// Only what the commands log is captured, not their results.
 struct captured_run::visitor {
     captured_run& run;
     backend& target;
@@ -18,12 +20,15 @@ struct captured_run::visitor {
     void operator()(const load_command&) const { run.on_load(); }
     void operator()(const unload_command&) const { target.unload(); }
     void operator()(const me_command& command) const { run.on_me(command); }
-    void operator()(const config_command& command) const { send(target, command); }
-    void operator()(const debug_command& command) const { send(target, command); }
-    void operator()(const clean_command& command) const { send(target, command); }
-    void operator()(const ioctl_command& command) const { send(target, command); }
-    void operator()(const proc_write_command& command) const { target.proc_write(command.text); }
-    void operator()(const proc_read_command&) const { target.proc_read(); }
+    void operator()(const config_command& command) const { std::ignore = send(target, command); }
+    void operator()(const debug_command& command) const { std::ignore = send(target, command); }
+    void operator()(const clean_command& command) const { std::ignore = send(target, command); }
+    void operator()(const ioctl_command& command) const { std::ignore = send(target, command); }
+    void operator()(const proc_write_command& command) const
+    {
+        std::ignore = target.proc_write(command.text);
+    }
+    void operator()(const proc_read_command&) const { std::ignore = target.proc_read(); }
     void operator()(const advance_command& command) const { target.advance(command.jiffies); }
     void operator()(const expect_command&) const {}
     void operator()(const echo_command&) const {}
@@ -49,7 +54,7 @@ struct captured_run::visitor {
             run.on_frame(command.options, captured_frame(*command.frame));
         else {
             run.paths_.forget();
-            target.hook(command.options, nullptr);
+            std::ignore = target.hook(command.options, nullptr);
         }
     }
 
@@ -134,24 +139,24 @@ std::optional<std::string> captured_run::query(std::string_view line)
 
 void captured_run::on_load()
 {
-    target_.load();
+    std::ignore = target_.load();
 }
 
 void captured_run::on_me(const me_command& command)
 {
-    send(target_, command);
+    std::ignore = send(target_, command);
 }
 
 void captured_run::on_frame(const packet_options& options, const captured_frame& frame)
 {
     const std::optional<rule_place> place = place_of(options, frame.data);
     if (!place) {
-        target_.hook(options, &frame.data);
+        std::ignore = target_.hook(options, &frame.data);
         return;
     }
     std::string key = path_memory::key_of(options, frame.data, *place);
     if (const path_memory::path* known = paths_.find(key))
-        repeat(*known, *place, options, frame.data);
+        std::ignore = repeat(*known, *place, options, frame.data);
     else
         paths_.add(std::move(key), {target_.hook(options, &frame.data), 0});
 }

@@ -71,8 +71,10 @@ private:
 
     [[nodiscard]] std::optional<rule_place> place_of(const packet_options& options,
                                                      const bytes& frame);
-    std::optional<hook_answer> repeat(const path_memory::path& known, const rule_place& place,
-                                      const packet_options& options, const bytes& frame);
+    [[nodiscard]] std::optional<hook_answer> repeat(const path_memory::path& known,
+                                                    const rule_place& place,
+                                                    const packet_options& options,
+                                                    const bytes& frame);
 
     path_memory paths_;
     size_t path_count_ = 0;

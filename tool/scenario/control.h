@@ -11,11 +11,11 @@ namespace gponflow {
 
 /// Build the record, pass it to the ioctl and return the result of the ioctl; nothing when the
 /// character device is missing. All throw refusal.
-std::optional<long> send(backend& to, const me_command& command);
-std::optional<long> send(backend& to, const config_command& command);
-std::optional<long> send(backend& to, const debug_command& command);
-std::optional<long> send(backend& to, const clean_command& command);
-std::optional<long> send(backend& to, const ioctl_command& command);
+[[nodiscard]] std::optional<long> send(backend& to, const me_command& command);
+[[nodiscard]] std::optional<long> send(backend& to, const config_command& command);
+[[nodiscard]] std::optional<long> send(backend& to, const debug_command& command);
+[[nodiscard]] std::optional<long> send(backend& to, const clean_command& command);
+[[nodiscard]] std::optional<long> send(backend& to, const ioctl_command& command);
 
 /// Writes an operator's command to the proc entry or, without one, to the character device. Nothing
 /// when neither exists. Throws refusal.

@@ -32,7 +32,7 @@ struct value {
 [[nodiscard]] int64_t read_signed(const value& from, int64_t least, int64_t most);
 
 /// The whole range of an unsigned field type.
-template <typename field> field read_field(const value& from)
+template <typename field> [[nodiscard]] field read_field(const value& from)
 {
     return static_cast<field>(read_unsigned(from, std::numeric_limits<field>::max()));
 }

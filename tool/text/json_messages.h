@@ -13,7 +13,7 @@ namespace gponflow {
 
 /// The document gponflow-message-1 about one line: severity, message, and the place in a file if
 /// the line names one. A line that contains "warning: " is a warning, any other an error.
-json message_document(std::string line);
+[[nodiscard]] json message_document(std::string line);
 
 /// While it exists, each line written to a stream becomes such a document on a line of its own.
 class json_messages {

@@ -11,7 +11,7 @@ namespace gponflow {
 
 /// The whole text as a number, hexadecimal after 0x; nothing when it is anything else or out of
 /// range.
-template <typename number> std::optional<number> number_in(std::string_view text)
+template <typename number> [[nodiscard]] std::optional<number> number_in(std::string_view text)
 {
     const bool hex = text.starts_with("0x");
     if (hex)

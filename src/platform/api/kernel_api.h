@@ -26,6 +26,7 @@
 #include "../../base/types.h"
 
 #define GPON_SEAM(ret, name, args) ret name args __asm__("gpon_os_" #name)
+#define GPON_SEAM_RESULT(ret, name, args) [[nodiscard]] GPON_SEAM(ret, name, args)
 #define GPON_SEAM_PRINTF(ret, name, args, text, first) \
     ret name args __asm__("gpon_os_" #name) __attribute__((format(printf, text, first)))
 #define GPON_SEAM_DATA(type, name) extern type name __asm__("gpon_os_" #name)
@@ -50,6 +51,7 @@ enum gfp_t : unsigned { GFP_ATOMIC };
 extern "C" {
 #else
 #define GPON_SEAM(ret, name, args) ret gpon_os_##name args
+#define GPON_SEAM_RESULT(ret, name, args) GPON_SEAM(ret, name, args)
 #define GPON_SEAM_PRINTF(ret, name, args, text, first) \
     ret gpon_os_##name args __attribute__((format(printf, text, first)))
 #define GPON_SEAM_DATA(type, name) extern type gpon_os_##name
@@ -58,7 +60,7 @@ extern "C" {
 /* ---- memory: zero-filled, never sleeps, returns null on failure; kfree(null) does nothing.
  * Both allocators count their failures (GPON_COUNT_allocation_failures). */
 #ifdef __cplusplus
-GPON_SEAM(void*, kzalloc, (size_t bytes, gfp_t flags));
+GPON_SEAM_RESULT(void*, kzalloc, (size_t bytes, gfp_t flags));
 #else
 void* gpon_os_kzalloc(size_t bytes, unsigned int flags);
 #endif
@@ -71,7 +73,7 @@ GPON_SEAM(void, kfree, (const void* memory));
  * memory are the same in both calls. */
 GPON_SEAM(void, packet_memory_begin, (struct packet_memory * memory));
 GPON_SEAM(void, packet_memory_end, (struct packet_memory * memory));
-GPON_SEAM(void*, packet_buffer_alloc, (struct packet_memory * memory, size_t bytes));
+GPON_SEAM_RESULT(void*, packet_buffer_alloc, (struct packet_memory * memory, size_t bytes));
 GPON_SEAM(void, packet_buffer_free, (struct packet_memory * memory, void* buffer, size_t bytes));
 
 /* ---- kernel log: the kernel's formatting rules (%#x adds 0x to 0 as well) on every platform.
@@ -109,7 +111,7 @@ GPON_SEAM(void, mutex_unlock, (struct mutex * lock));
 
 /* ---- time: everything in jiffies. The timer's callback runs in softirq context. */
 GPON_SEAM_DATA(struct timer_list, gpon_hash_timer);
-GPON_SEAM(unsigned long, get_jiffies_64, (void));
+GPON_SEAM_RESULT(unsigned long, get_jiffies_64, (void));
 GPON_SEAM(void, timer_setup,
           (struct timer_list * timer, void (*expired)(struct timer_list*), unsigned int flags));
 GPON_SEAM(int, mod_timer, (struct timer_list * timer, unsigned long expires));
@@ -117,7 +119,8 @@ GPON_SEAM(int, mod_timer, (struct timer_list * timer, unsigned long expires));
 GPON_SEAM(int, del_timer_sync, (struct timer_list * timer));
 
 /* ---- user memory: returns the number of bytes that could not be copied. Process context. */
-GPON_SEAM(unsigned long, copy_from_user, (void* to, const void* user_from, unsigned long bytes));
+GPON_SEAM_RESULT(unsigned long, copy_from_user,
+                 (void* to, const void* user_from, unsigned long bytes));
 
 /* ---- character device and proc entries */
 struct gpon_file_operations {
@@ -129,15 +132,16 @@ GPON_MEMBER_AT(struct gpon_file_operations, open, 0);
 GPON_MEMBER_AT(struct gpon_file_operations, unlocked_ioctl, sizeof(void*));
 GPON_MEMBER_AT(struct gpon_file_operations, compat_ioctl, 2 * sizeof(void*));
 /* 0 or a negative errno. */
-GPON_SEAM(int, __register_chrdev,
-          (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name,
-           const struct gpon_file_operations* operations));
+GPON_SEAM_RESULT(int, __register_chrdev,
+                 (unsigned int major, unsigned int first_minor, unsigned int minors,
+                  const char* name, const struct gpon_file_operations* operations));
 GPON_SEAM(void, __unregister_chrdev,
           (unsigned int major, unsigned int first_minor, unsigned int minors, const char* name));
 /* Null on failure; a null parent is the proc root. */
-GPON_SEAM(struct proc_dir_entry*, proc_mkdir, (const char* name, struct proc_dir_entry* parent));
-GPON_SEAM(struct proc_dir_entry*, create_proc_entry,
-          (const char* name, unsigned int mode, struct proc_dir_entry* parent));
+GPON_SEAM_RESULT(struct proc_dir_entry*, proc_mkdir,
+                 (const char* name, struct proc_dir_entry* parent));
+GPON_SEAM_RESULT(struct proc_dir_entry*, create_proc_entry,
+                 (const char* name, unsigned int mode, struct proc_dir_entry* parent));
 /* read returns 0 (end of file); write returns the number of accepted bytes or a negative errno. */
 GPON_SEAM(void, set_proc_handlers,
           (struct proc_dir_entry * entry, int (*read)(void),
@@ -151,14 +155,14 @@ GPON_SEAM(void, count_use, (unsigned long place));
 /* Adds to one counter of this CPU. Any context but a hard interrupt. */
 GPON_SEAM(void, count_many, (enum gpon_counter counter, unsigned long amount));
 /* The records one after the other, null after the last one: *cpu is -1 before the first call. */
-GPON_SEAM(const struct gpon_cpu_counters*, next_cpu_counters, (int* cpu));
+GPON_SEAM_RESULT(const struct gpon_cpu_counters*, next_cpu_counters, (int* cpu));
 
 /* ---- events for listeners (platform/api/observe.h). All may be called under the lock of the rule
  * table. wants_events returns 0 if nobody listens, which costs little. misses_event returns 1 if an
  * event would reach nobody at present, and counts it; the caller then neither makes nor sends it.
  */
-GPON_SEAM(int, wants_events, (void));
-GPON_SEAM(int, misses_event, (void));
+GPON_SEAM_RESULT(int, wants_events, (void));
+GPON_SEAM_RESULT(int, misses_event, (void));
 GPON_SEAM(void, send_event, (const struct gpon_event* event));
 
 /* ---- trace events (platform/api/tracepoint.h). A bit for each event, set while somebody traces
@@ -177,17 +181,17 @@ struct gpon_frame_bytes {
     const unsigned char* first;
     unsigned long bytes;
 };
-GPON_SEAM(struct gpon_frame_bytes, skb_frame, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(struct gpon_frame_bytes, skb_frame, (const struct sk_buff* skb));
 /* The same from the packet's MAC header (head pointer plus MAC header offset). */
-GPON_SEAM(struct gpon_frame_bytes, skb_mac_frame, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(struct gpon_frame_bytes, skb_mac_frame, (const struct sk_buff* skb));
 /* Source-port word: the UNI port number is in bits 4 to 7. */
-GPON_SEAM(unsigned int, skb_port_word, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(unsigned int, skb_port_word, (const struct sk_buff* skb));
 /* The second platform word, copied into the header summary. */
-GPON_SEAM(unsigned int, skb_mark_word, (const struct sk_buff* skb));
-GPON_SEAM(unsigned short, skb_gemport_id, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(unsigned int, skb_mark_word, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(unsigned short, skb_gemport_id, (const struct sk_buff* skb));
 GPON_SEAM(void, skb_set_gemport_id, (struct sk_buff * skb, unsigned short gemport_id));
 /* 1 if the packet came on a multicast GEM port. */
-GPON_SEAM(unsigned short, skb_multicast, (const struct sk_buff* skb));
+GPON_SEAM_RESULT(unsigned short, skb_multicast, (const struct sk_buff* skb));
 
 #ifdef __cplusplus
 /* Lock contracts, separate from the declarations above: after an asm label clang cannot refer to
@@ -229,7 +233,7 @@ inline void assert_changes_lists()
 }
 
 /* ---- the platform's packet path, under its own exported names */
-int vorn_register_hook(vorn_hook_ops* ops);
+[[nodiscard]] int vorn_register_hook(vorn_hook_ops* ops);
 int vorn_unregister_hook(vorn_hook_ops* ops);
 extern vorn_hook_ops gpon_flow_mapping_hook_ops;
 /* Packet to int, -1 = failure; null if the platform has no such function. */

@@ -20,7 +20,7 @@ inline constinit thread_local thread_context this_thread;
 void assert_may_sleep(const char* service);
 
 /* Whether this thread is in an RCU read-side section. */
-bool in_read_section();
+[[nodiscard]] bool in_read_section();
 
 class softirq_section {
 public:

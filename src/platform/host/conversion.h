@@ -36,10 +36,10 @@ struct argument_list {
 };
 
 /* Reads from after the percent sign to the conversion character; text then points to it. */
-conversion read_conversion(const char*& text, argument_list& arguments);
+[[nodiscard]] conversion read_conversion(const char*& text, argument_list& arguments);
 
 /* The next argument as a number of that length, sign extended or not. */
-uint64_t signed_argument(length size, argument_list& arguments);
-uint64_t unsigned_argument(length size, argument_list& arguments);
+[[nodiscard]] uint64_t signed_argument(length size, argument_list& arguments);
+[[nodiscard]] uint64_t unsigned_argument(length size, argument_list& arguments);
 
 } // namespace gpon::host

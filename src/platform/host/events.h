@@ -9,7 +9,7 @@
 namespace gpon::host {
 
 /* False without a sink: callers then skip the formatting. */
-bool recording();
+[[nodiscard]] bool recording();
 
 /* Passes one event to the sink, if there is one. */
 void record(event::kind type, std::string text);

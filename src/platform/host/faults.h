@@ -12,10 +12,10 @@ namespace gpon::host {
 inline constinit std::atomic<uint64_t> fault_calls_left[6] = {};
 
 /* One call of a service whose fault is armed. */
-bool count_down_fault(fault service);
+[[nodiscard]] bool count_down_fault(fault service);
 
 /* Called once for every call of a service; returns true if this call has to fail. */
-inline bool take_fault(fault service)
+[[nodiscard]] inline bool take_fault(fault service)
 {
     const auto& left = fault_calls_left[static_cast<size_t>(service)];
     return left.load(std::memory_order_relaxed) != 0 && count_down_fault(service);

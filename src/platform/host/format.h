@@ -19,6 +19,6 @@ namespace gpon::host {
                                                va_list arguments);
 
 /* The same as a string of any length. */
-[[gnu::format(printf, 1, 0)]] std::string format(const char* text, va_list arguments);
+[[nodiscard, gnu::format(printf, 1, 0)]] std::string format(const char* text, va_list arguments);
 
 } // namespace gpon::host

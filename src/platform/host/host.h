@@ -52,9 +52,9 @@ void set_sink(event_sink sink);
 
 /* Loads and unloads the module. load returns the value of init_module, or no value after a panic;
  * after a panic only reset() may follow. */
-std::optional<int> load();
+[[nodiscard]] std::optional<int> load();
 void unload();
-bool is_loaded(); // true also after a failed load, until unload()
+[[nodiscard]] bool is_loaded(); // true also after a failed load, until unload()
 
 /* Entry points; they return no value if the device or file does not exist. */
 struct hook_answer {
@@ -67,7 +67,7 @@ std::optional<long> proc_write(std::string_view text);
 std::optional<long> proc_read();
 
 /* Time. advance lets jiffies pass; timers fire at their own time during the call. */
-uint64_t jiffies();
+[[nodiscard]] uint64_t jiffies();
 void advance(uint64_t count);
 
 /* The platform's two function pointers: no value sets a null pointer, a value is returned by the
@@ -79,7 +79,7 @@ void set_queue_mapping(std::optional<int> answer);
 enum class fault { chrdev, proc_dir, proc_entry, hook, alloc, copy };
 void arm_fault(fault service, uint64_t nth = 1);
 void disarm_faults();
-bool fault_fired(fault service); // since it was armed
+[[nodiscard]] bool fault_fired(fault service); // since it was armed
 
 /* The nth allocation from now on calls the function first, and does not fail. It takes the place of
  * an armed allocation fault. A test can so place the work of another CPU into a walk or a replay.
@@ -98,7 +98,7 @@ struct memory_use {
     uint64_t allocations;
     uint64_t allocated_bytes;
 };
-memory_use memory();
+[[nodiscard]] memory_use memory();
 
 /* This thread calls the function once, before it takes gpon_hash_lock the next time. A test can so
  * place the work of another CPU between a check without the lock and the check under it. */
@@ -119,8 +119,8 @@ struct counter {
     std::string_view meaning;
     uint64_t value;
 };
-std::vector<counter> counters();
-uint64_t counter_value(std::string_view name);
+[[nodiscard]] std::vector<counter> counters();
+[[nodiscard]] uint64_t counter_value(std::string_view name);
 
 /* If off, every frame replays its rule, and no remembered outcome is used. On at the start; reset()
  * does not change it. */

@@ -38,7 +38,7 @@ public:
     {
         value_.store(value_.load(std::memory_order_relaxed) + amount, std::memory_order_relaxed);
     }
-    uint64_t value() const { return value_.load(std::memory_order_relaxed); }
+    [[nodiscard]] uint64_t value() const { return value_.load(std::memory_order_relaxed); }
     void clear() { value_.store(0, std::memory_order_relaxed); }
 
 private:
@@ -56,15 +56,15 @@ struct magazine {
 
 /* The magazine of the calling thread. */
 inline constinit thread_local magazine* own_magazine = nullptr;
-magazine& make_own_magazine();
-inline magazine& this_magazine()
+[[nodiscard]] magazine& make_own_magazine();
+[[nodiscard]] inline magazine& this_magazine()
 {
     return own_magazine ? *own_magazine : make_own_magazine();
 }
 
 /* Memory for a block and its header, with a mark that is not live_mark; null without memory. */
-block* refill(magazine& from, size_t size);
-inline block* take_kept(magazine& from, size_t bytes)
+[[nodiscard]] block* refill(magazine& from, size_t size);
+[[nodiscard]] inline block* take_kept(magazine& from, size_t bytes)
 {
     const size_t size = (bytes + kept_step - 1) / kept_step;
     block* room = from.kept[size];
@@ -93,7 +93,7 @@ inline void give_kept(magazine& to, block* room)
 
 /* For reset and for counting, while no other thread allocates. */
 void free_live_kept();
-memory_use sum_of_magazines();
+[[nodiscard]] memory_use sum_of_magazines();
 void clear_counts();
 
 } // namespace gpon::host

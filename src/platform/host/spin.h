@@ -18,7 +18,7 @@ public:
     spin(const spin&) = delete;
     spin& operator=(const spin&) = delete;
 
-    bool try_lock() { return !held_.exchange(true, std::memory_order_acquire); }
+    [[nodiscard]] bool try_lock() { return !held_.exchange(true, std::memory_order_acquire); }
 
     void lock()
     {

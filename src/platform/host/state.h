@@ -26,7 +26,7 @@ void reset_memory();
 void reset_counters();
 
 /* Deferred frees that have not run yet. */
-uint64_t deferred_frees();
+[[nodiscard]] uint64_t deferred_frees();
 
 /* Ends load() at once if the caller is inside it; otherwise returns. */
 void abandon_load();
