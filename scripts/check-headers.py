@@ -4,12 +4,16 @@
 
 usage: check-headers.py ROOT OBJECT...
 
-A source of the core has a header of its own or none: each function, member function and variable
-that src/FOLDER/NAME.h declares is defined in src/FOLDER/NAME.cpp. A declaration that is marked with
-GPON_DEFINED_IN(FOLDER) is defined in that folder. The definitions come from the objects, which are
-named after their sources (.../src/FOLDER/FILE.cpp.o), through nm (NM).
+A source has a header of its own or none: each function, member function and variable that
+FOLDER/NAME.h declares is defined in FOLDER/NAME.cpp. A declaration of the core that is marked with
+GPON_DEFINED_IN(FOLDER) is defined in that folder.
 
-The headers are read without a preprocessor: a declaration that a macro makes is not seen.
+The core's definitions come from the objects, which are named after their sources
+(.../src/FOLDER/FILE.cpp.o), through nm (NM). Those of the tool are read from its sources, several
+of which may be compiled into one object. TOOL_EXCEPTIONS are headers of the tool that declare what
+several sources define.
+
+Sources and headers are read without a preprocessor: a declaration that a macro makes is not seen.
 """
 
 import glob
@@ -17,6 +21,13 @@ import os
 import re
 import subprocess
 import sys
+
+TOOL_EXCEPTIONS = {
+    "tool/commands/commands.h": "one function for each subcommand, which main.cpp calls",
+    "tool/check/families.h": "one function for each family of rules, which check.cpp calls",
+    "tool/live/module_reader.h": "one interface with a source for each of its two kinds",
+    "tool/report/page_parts.h": "texts that the build generates from page.html, .css and .js",
+}
 
 SYMBOL = re.compile(r"(.*?): (.*) [TDBRGS] [0-9a-f]+")
 # A comment, a text or a character.
@@ -28,8 +39,11 @@ DECORATION = re.compile(r'\balignas\s*\([^()]*(?:\([^()]*\))?[^()]*\)|\[\[.*?\]\
 CLASS = re.compile(r"\b(?:struct|class|union)\s+(?:[A-Z_]+\s+)*(\w+)")
 ATTRIBUTE = re.compile(r"\[\[.*?\]\]|\b(?:alignas|decltype|__attribute__|__asm__) ?"
                        r"\((?:[^()]|\([^()]*\))*\)")
+UNNAMED = "(unnamed)"
 # No pointer to a function: there the first parenthesis is followed by an asterisk.
-FUNCTION = re.compile(r"[^=(]*?(~?\w+|operator[^(]+) ?\((?! ?\*)")
+FUNCTION = re.compile(r"[^=(]*?((?:\w+::)*(?:operator ?[^\w\s(]+|operator [\w:]+|~?\w+)) ?"
+                      r"\((?! ?\*)")
+VARIABLE = re.compile(r"[^=(]*?(\w+)(?: ?\[[^\]]*\])* ?(?:=.*)?")
 FUNCTION_POINTER = re.compile(r"\( ?\* ?(?:const )?(\w+) ?\)")
 
 
@@ -65,7 +79,7 @@ def scope_of(head):
     if re.search(r'extern\s*""\s*$', head):
         return ""
     if match := re.search(r"\bnamespace\s*([\w:]*)\s*$", head):
-        return match[1]
+        return match[1] or UNNAMED
     head = DECORATION.sub("", head)
     head = re.sub(r"^\s*template\s*<[^<>]*>", "", head)
     if re.search(r"\benum\b|\(", head):
@@ -84,6 +98,13 @@ def variables_of(statement):
     return [re.search(r"(\w+)\W*$", part)[1] for part in statement.split(",")]
 
 
+def without_arguments(statement):
+    """Return a statement without template arguments, which may have parentheses."""
+    while (shorter := re.sub(r"<[^<>]*>", "", statement)) != statement:
+        statement = shorter
+    return statement
+
+
 def declared(statement):
     """Return (name, folder of its mark) for each name that a statement only declares."""
     statement = re.sub(r"\s+", " ", statement)
@@ -94,9 +115,11 @@ def declared(statement):
         statement = statement[match.end():]
     if re.match(r"(?:using|typedef|friend|enum|template|static_assert)\b", statement):
         return []
-    if re.search(r"= ?(?:default|delete)\b|\b(?:constexpr|consteval|constinit)\b", statement):
+    if re.search(r"= ?(?:default|delete)\b|= ?0 ?$", statement):
         return []
-    statement = ATTRIBUTE.sub("", statement)
+    if re.search(r"\b(?:constexpr|consteval|constinit)\b", statement):
+        return []
+    statement = without_arguments(ATTRIBUTE.sub("", statement))
     statement = re.sub(r'^extern "" ', "extern ", statement)
     match = FUNCTION.match(statement)
     if match and not re.fullmatch(r"GPON_[A-Z_]+", match[1]):
@@ -104,8 +127,11 @@ def declared(statement):
     return [(name, mark) for name in variables_of(statement)]
 
 
-def declarations_of(path):
-    """Yield (name with its scopes, name, mark) for each declaration of a header."""
+def statements_of(path):
+    """Yield (scopes, statement, whether it is the head of a function's body) for each statement.
+
+    The contents of braces that are not visible outside are left out.
+    """
     statement, scopes, skipped = "", [], 0
     for token in re.findall(r"[{};]|[^{};]+", bare_text(path)):
         if skipped:
@@ -119,6 +145,7 @@ def declarations_of(path):
                 skipped = 1
                 # A function that is defined here ends; any other statement continues.
                 if "(" in statement and not re.search(r"=\s*$", statement):
+                    yield [scope for scope in scopes if scope], statement, True
                     statement = ""
         elif token == "}":
             if not scopes:
@@ -126,14 +153,33 @@ def declarations_of(path):
             scopes.pop()
             statement = ""
         elif token == ";":
-            names = [scope for scope in scopes if scope]
-            for name, mark in declared(statement):
-                yield "::".join([*names, name]), name, mark
+            yield [scope for scope in scopes if scope], statement, False
             statement = ""
         else:
             statement += token
     if scopes or skipped:
         sys.exit(f"check-headers: {path}: the braces do not match")
+
+
+def declarations_of(path):
+    """Yield (name with its scopes, name, mark) for each declaration of a header."""
+    for scopes, statement, has_body in statements_of(path):
+        for name, mark in [] if has_body else declared(statement):
+            yield "::".join([*scopes, name]), name, mark
+
+
+def tool_definitions(root):
+    """Return the sources of the tool that define each function and variable, by its full name."""
+    sources = {}
+    for path in glob.glob(f"{root}/tool/**/*.cpp", recursive=True):
+        for scopes, statement, has_body in statements_of(path):
+            statement = without_arguments(ATTRIBUTE.sub("", re.sub(r"\s+", " ", statement)))
+            has_body |= statement.endswith("= default")
+            match = FUNCTION.match(statement) if has_body else VARIABLE.fullmatch(statement)
+            if match and UNNAMED not in scopes:
+                name = "::".join([*scopes, match[1]])
+                sources.setdefault(name, set()).add(os.path.relpath(path, root))
+    return sources
 
 
 def faults_of(header, declaration, sources):
@@ -143,6 +189,9 @@ def faults_of(header, declaration, sources):
     if not definers:
         yield f"{header} declares {qualified}, which no source defines"
     own = header.removesuffix("h") + "cpp"
+    # Functions of the tool may have overloads in other sources.
+    if header.startswith("tool/") and own in definers:
+        return
     for source in definers:
         if mark and not source.startswith(f"src/{mark}/"):
             yield f"{header} marks {name}, which {source} defines"
@@ -150,19 +199,35 @@ def faults_of(header, declaration, sources):
             yield f"{header} declares {qualified}, which {source} defines"
 
 
+def faults_of_headers(root, headers, sources, exceptions):
+    """Return the number of declarations in the headers, and the faults among them."""
+    count = 0
+    faults = [f"{header} is no exception any more" for header in exceptions
+              if headers and f"{root}/{header}" not in headers]
+    for path in sorted(headers):
+        header = os.path.relpath(path, root)
+        declarations = list(declarations_of(path))
+        count += len(declarations)
+        found = [fault for one in declarations for fault in faults_of(header, one, sources)]
+        if header not in exceptions:
+            faults += found
+        elif not found:
+            faults.append(f"{header} is no exception any more")
+    return count, faults
+
+
 def main(root, *objects):
-    sources = definitions_in(objects)
-    count, faults = 0, []
-    for path in sorted(glob.glob(f"{root}/src/*/*.h")):
-        header = re.search(r"src/[^/]+/[^/]+$", path)[0]
-        for declaration in declarations_of(path):
-            count += 1
-            faults += faults_of(header, declaration, sources)
+    count, faults = faults_of_headers(root, glob.glob(f"{root}/src/*/*.h"),
+                                      definitions_in(objects), {})
     if not count:
         faults.append(f"no declaration found below {root}/src")
+    tool_headers = glob.glob(f"{root}/tool/**/*.h", recursive=True)
+    tool_count, tool_faults = faults_of_headers(root, tool_headers, tool_definitions(root),
+                                                TOOL_EXCEPTIONS)
+    faults += tool_faults
     for fault in faults:
         print(f"check-headers: {fault}", file=sys.stderr)
-    print(f"{count} declarations")
+    print(f"{count + tool_count} declarations")
     return 1 if faults else 0
 
 

@@ -76,6 +76,37 @@ violation src/pkt/flow.h 'extern "C" { extern int first_list, third_list[2]; }' 
 violation src/pkt/flow.h 'extern int (*entry)(int);' 'entry, which src/me/list.cpp'
 violation src/pkt/walk.h 'void lost();' "lost, which no source"
 
+# The tool, whose sources are read. Only the exceptions of the check may have faults.
+tool_tree() {
+    paired_tree
+    local header
+    for header in $(sed -n '/^TOOL_EXCEPTIONS/,/^}/s/^ *"\(tool[^"]*\)".*/\1/p' "$check"); do
+        file "$header" <<<'void nowhere();'
+    done
+    file tool/text/words.h <<<'namespace gponflow {
+        class words { public: virtual ~words(); virtual int count() = 0; std::function<void(int)> take; };
+        std::vector<int> split(int at = 0);
+        int to_text(int);
+        extern const char* const help; }'
+    file tool/text/words.cpp <<<'#include "tool/text/words.h"
+        namespace gponflow { namespace { int hidden() { return 1; } }
+        words::~words() = default;
+        const char* const help = R"(a "text" { )";
+        std::vector<int> split(int at) { return {at, 1'"'"'000}; }
+        int to_text(int one) { return hidden() + one; } }'
+    file tool/text/numbers.cpp <<<'namespace gponflow { int to_text(char) { return 1; } int number() { return 2; } }'
+}
+tool_tree
+passes "declarations of the tool" check_tree
+file tool/text/numbers.h <<<'namespace gponflow { int number(); int split(int); }'
+fails "the function of another source of the tool" "split, which tool/text/words.cpp" check_tree
+tool_tree
+file tool/text/words.h <<<'namespace gponflow { int hidden(); }'
+fails "a function in an unnamed namespace" "hidden, which no source" check_tree
+tool_tree
+file tool/check/families.h <<<'int nothing;'
+fails "an exception without a fault" "families.h is no exception any more" check_tree
+
 fresh_tree
 object src/me/list.cpp 'int f() { return 1; }'
 fails "a tree without a header" "no declaration" check_tree

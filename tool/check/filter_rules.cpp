@@ -5,7 +5,7 @@
 #include <set>
 
 #include "include/tp_types.h"
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 #include "tool/check/texts.h"
 #include "tool/model/tag_set.h"
 

@@ -2,7 +2,7 @@
 // GEM ports and their directions, port-IDs and T-CONTs.
 #include <algorithm>
 
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 #include "tool/check/texts.h"
 
 namespace gponflow {

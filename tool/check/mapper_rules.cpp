@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 
 namespace gponflow {
 

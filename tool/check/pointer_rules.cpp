@@ -4,7 +4,7 @@
 #include <array>
 #include <set>
 
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 
 namespace gponflow {
 

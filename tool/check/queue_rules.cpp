@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 #include "tool/check/texts.h"
 
 namespace gponflow {

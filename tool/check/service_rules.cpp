@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "include/tp_types.h"
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 #include "tool/model/tag_set.h"
 
 namespace gponflow {

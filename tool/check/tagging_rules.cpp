@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "include/tp_types.h"
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 #include "tool/model/carry.h"
 #include "tool/model/tag_places.h"
 #include "tool/model/tag_set.h"

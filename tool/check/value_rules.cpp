@@ -2,7 +2,7 @@
 // Attributes whose values are outside the range of the standard.
 #include <algorithm>
 
-#include "tool/check/reporter.h"
+#include "tool/check/families.h"
 
 namespace gponflow {
 

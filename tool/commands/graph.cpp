@@ -14,6 +14,7 @@
 #include "tool/commands/query_options.h"
 #include "tool/explain/explain_frame.h"
 #include "tool/model/graph.h"
+#include "tool/model/graph_json.h"
 #include "tool/report/render_dot.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"

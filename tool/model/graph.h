@@ -3,7 +3,6 @@
 #pragma once
 
 #include <iosfwd>
-#include <string>
 #include <vector>
 
 #include "tool/model/line_model.h"
@@ -15,9 +14,5 @@ namespace gponflow {
 /// recorded are dashed, a dotted edge leads from a tagging operation to the instance that it
 /// belongs to, and the instances of `walked` and the edges between its neighbours are bold.
 void write_dot(const line_model& entities, const std::vector<me_id>& walked, std::ostream& out);
-
-/// Prints the document gponflow-graph-1: the instances with their attributes, and the pointers.
-void print_graph_json(const line_model& entities, const std::vector<me_id>& walked,
-                      const std::string& file, std::ostream& out);
 
 } // namespace gponflow

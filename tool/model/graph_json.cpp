@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
+#include "tool/model/graph_json.h"
+
 #include <algorithm>
 
 #include <nlohmann/json.hpp>
 
-#include "tool/model/graph.h"
 #include "tool/model/instance_json.h"
 
 namespace gponflow {

@@ -11,6 +11,24 @@ namespace gponflow {
 
 namespace {
 
+// Whether the EtherType of a frame, behind its tags, fits the filter of the row. A reserved code
+// fits each: the effect of its row is not known.
+bool fits_ethertype(const tag_row& row, uint16_t ethertype)
+{
+    switch (row.ethertype) {
+    case 1:
+        return ethertype == 0x0800;
+    case 2:
+        return ethertype == 0x8863 || ethertype == 0x8864;
+    case 3:
+        return ethertype == 0x0806;
+    case 4:
+        return ethertype == 0x86dd;
+    default:
+        return true;
+    }
+}
+
 using bytes = std::vector<uint8_t>;
 
 tag_rewriting unknown(std::span<const uint8_t> frame, std::string why)
@@ -344,22 +362,6 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
 }
 
 } // namespace
-
-bool fits_ethertype(const tag_row& row, uint16_t ethertype)
-{
-    switch (row.ethertype) {
-    case 1:
-        return ethertype == 0x0800;
-    case 2:
-        return ethertype == 0x8863 || ethertype == 0x8864;
-    case 3:
-        return ethertype == 0x0806;
-    case 4:
-        return ethertype == 0x86dd;
-    default:
-        return true;
-    }
-}
 
 const tag_row* matching_row(const tag_operation& operation, const std::vector<frame_tag>& tags,
                             uint16_t ethertype, std::optional<uint8_t> criterion)

@@ -17,10 +17,6 @@ struct downstream_match {
     bool priority = true;
 };
 
-/// Whether the EtherType of a frame, behind its tags, fits the filter of the row. A reserved code
-/// fits each: the effect of its row is not known.
-[[nodiscard]] bool fits_ethertype(const tag_row& row, uint16_t ethertype);
-
 /// The tags of the frame that the row would rewrite to `sent`; nothing if it rewrites none to it.
 /// The row has a defined meaning.
 [[nodiscard]] std::optional<std::vector<frame_tag>> inverse_tags(const tag_row& row,

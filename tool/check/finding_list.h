@@ -31,14 +31,4 @@ private:
     std::vector<finding> all_;
 };
 
-/// The families of rules. Each reads the model and adds its findings.
-void check_pointers(const line_model& entities, finding_list& found);
-void check_filters(const line_model& entities, finding_list& found);
-void check_mappers(const line_model& entities, finding_list& found);
-void check_gem_ports(const line_model& entities, finding_list& found);
-void check_queues(const line_model& entities, finding_list& found);
-void check_services(const line_model& entities, finding_list& found);
-void check_values(const line_model& entities, finding_list& found);
-void check_tagging(const line_model& entities, finding_list& found);
-
 } // namespace gponflow
