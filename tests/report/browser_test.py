@@ -94,18 +94,18 @@ class Report(PageTest):
                            ".map(box => box.getAttribute('href').slice(2))", f".service a.{what}")
 
     def test_the_path_of_a_flow_is_marked_in_its_service(self):
-        row = self.browser.find_element(By.CSS_SELECTOR, "#flow-table tr.passed:has(button.way)")
-        self.script("arguments[0].querySelector('button.way').click()", row)
-        way = row.get_attribute("data-way").split(" ")
-        self.assertTrue(set(self.marked("walked")) <= set(way))
+        row = self.browser.find_element(By.CSS_SELECTOR, "#flow-table tr.passed:has(button.path)")
+        self.script("arguments[0].querySelector('button.path').click()", row)
+        path = row.get_attribute("data-path").split(" ")
+        self.assertTrue(set(self.marked("walked")) <= set(path))
         self.assertGreater(len(self.marked("walked")), 1)
         self.assertTrue(self.browser.find_elements(By.CSS_SELECTOR, ".service path.walked"))
-        self.assertIn("take this path", self.browser.find_element(By.ID, "graph-way").text)
+        self.assertIn("take this path", self.browser.find_element(By.ID, "graph-path").text)
         self.script("document.getElementById('graph-clear').click()")
         self.assertFalse(self.marked("walked"))
 
     def test_a_dropped_flow_and_its_drop_lead_to_the_red_entity_that_decides(self):
-        for button in ("#flow-table tr.dropped button.way", "article.drop button.way"):
+        for button in ("#flow-table tr.dropped button.path", "article.drop button.path"):
             self.browser.get(self.page())
             self.script("document.querySelector(arguments[0]).click()", button)
             self.assertTrue(self.marked("decides"), button)
@@ -113,12 +113,12 @@ class Report(PageTest):
                 "const style = (what) => getComputedStyle(document.querySelector(what));"
                 "return [style('.service a.decides rect').stroke, style('tr.dropped b').color]")
             self.assertEqual(colours[0], colours[1])
-            self.assertIn("dropped", self.browser.find_element(By.ID, "graph-way").text)
+            self.assertIn("dropped", self.browser.find_element(By.ID, "graph-path").text)
 
     def test_a_search_shows_the_services_that_have_the_words(self):
         field = self.browser.find_element(By.ID, "graph-search")
         field.send_keys("gem port 1050")
-        self.assertEqual(self.browser.find_element(By.ID, "graph-way").text,
+        self.assertEqual(self.browser.find_element(By.ID, "graph-path").text,
                          "1 box in 1 service")
         shown = [one for one in self.browser.find_elements(By.CSS_SELECTOR, ".service")
                  if one.is_displayed()]
@@ -207,7 +207,7 @@ class Report(PageTest):
         self.assertTrue(self.browser.find_element(By.ID, target).is_displayed())
 
     def test_the_keyboard_shows_the_path_of_a_dropped_flow(self):
-        self.tab_until("#flow-table tr.dropped button.way", 400)
+        self.tab_until("#flow-table tr.dropped button.path", 400)
         self.press(Keys.ENTER)
         self.assertTrue(self.marked("decides"))
         self.tab_until("#graph-clear", 400)
@@ -270,7 +270,7 @@ class Report(PageTest):
             self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
                 "features": [{"name": "prefers-color-scheme", "value": scheme}]})
             for selector in ("h1", ".kicker", ".faint", "#flow-table td", "thead th button",
-                             "tr.dropped b", "tr.passed b", "nav a", "pre", "button.way",
+                             "tr.dropped b", "tr.passed b", "nav a", "pre", "button.path",
                              ".tiles .good dd", ".tiles .bad dd", "summary"):
                 self.assertGreaterEqual(self.contrast(selector), 4.5, f"{selector} in {scheme}")
             self.picture(f"report-{scheme}.png")

@@ -43,7 +43,7 @@ TEST(collect_report, frames_alike_are_one_flow)
     EXPECT_EQ(passed.quick, 1u);
     EXPECT_EQ(passed.outcome, "GEM port 1025 from bridge 1");
     EXPECT_EQ(passed.first, "test.scn:9");
-    EXPECT_EQ(passed.way, (std::vector<me_id>{{45, 1}, {47, 0x1001}, {266, 0x11}, {268, 1}}));
+    EXPECT_EQ(passed.path, (std::vector<me_id>{{45, 1}, {47, 0x1001}, {266, 0x11}, {268, 1}}));
     EXPECT_EQ(data.flows[1].fate, frame_fate::dropped);
     EXPECT_EQ(data.flows[1].outcome,
               "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) passes only VLAN "
@@ -182,7 +182,7 @@ TEST(collect_report, a_flow_that_only_replays_has_the_path_of_the_walk)
                   hook("frame=02000000000102000000010181000064080600"));
     ASSERT_EQ(data.flows.size(), 2u);
     EXPECT_EQ(data.flows[1].quick, 1u);
-    EXPECT_EQ(data.flows[1].way, data.flows[0].way);
+    EXPECT_EQ(data.flows[1].path, data.flows[0].path);
 }
 
 // The sum of the flows equals that of the directions for any traffic.

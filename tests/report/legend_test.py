@@ -64,7 +64,7 @@ class Legend(PageTest):
                     ".forEach((one) => { one.hidden = false; })")
 
     def show_drop(self):
-        self.script("document.querySelector('article.drop button.way').click()")
+        self.script("document.querySelector('article.drop button.path').click()")
 
     def test_each_class_has_the_colour_of_its_entry(self):
         self.open_all()

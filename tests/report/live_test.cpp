@@ -80,7 +80,7 @@ TEST(live_report, has_a_flow_for_each_rule_with_its_hits)
     EXPECT_EQ(up.frames, 3u);
     EXPECT_EQ(up.quick, 2u);
     EXPECT_EQ(up.outcome, "GEM port 1025 from bridge 1");
-    EXPECT_THAT(up.way,
+    EXPECT_THAT(up.path,
                 ElementsAre(me_id{45, 1}, me_id{47, 0x1001}, me_id{266, 0x11}, me_id{268, 1}));
     EXPECT_EQ(flow_of_kind(data, 0).entry, "UNI 1");
     EXPECT_EQ(flow_of_kind(data, 0).outcome, "into bridge 1");

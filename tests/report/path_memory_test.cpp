@@ -87,7 +87,7 @@ std::string flows_text(const report_data& data)
         text << flow.entry << ' ' << to_text(flow.key.source) << ' ' << to_text(flow.key.tags)
              << ' ' << flow.type << ' ' << flow.outcome << ' ' << flow.frames << ' ' << flow.octets
              << ' ' << flow.quick << ' ' << flow.first << '\n';
-        for (const me_id at : flow.way)
+        for (const me_id at : flow.path)
             text << to_text(at) << '\n';
     }
     for (const drop_row& drop : data.drops)

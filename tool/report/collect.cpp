@@ -17,23 +17,23 @@ namespace gponflow {
 
 namespace {
 
-std::vector<me_id> way_of(const walk_record& walk)
+std::vector<me_id> path_of(const walk_record& walk)
 {
-    std::vector<me_id> way;
+    std::vector<me_id> path;
     for (const walk_step& step : walk.steps)
         if (step.passed)
-            way.push_back(step.at);
-    return way;
+            path.push_back(step.at);
+    return path;
 }
 
 // The bridge that the frame crossed: a walk ends at its last port, a replay begins at its own.
 std::string bridge_text(const walk_record& walk, const line_model& entities)
 {
-    std::vector<me_id> way = way_of(walk);
+    std::vector<me_id> path = path_of(walk);
     if (!walk.replayed)
-        std::ranges::reverse(way);
-    const auto port = std::ranges::find(way, me_class::mbpcd, &me_id::class_id);
-    const me_instance* me = port == way.end() ? nullptr : entities.find(*port);
+        std::ranges::reverse(path);
+    const auto port = std::ranges::find(path, me_class::mbpcd, &me_id::class_id);
+    const me_instance* me = port == path.end() ? nullptr : entities.find(*port);
     return me ? "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID) : "no bridge";
 }
 
@@ -97,17 +97,17 @@ private:
         frame_fate fate = frame_fate::passed;
         std::string outcome;
         bool replayed = false;
-        std::vector<me_id> way;
+        std::vector<me_id> path;
     };
 
     path_summary summary_of(const explanation& explained) const
     {
-        path_summary path;
-        path.fate = fate_of(explained);
-        path.outcome = outcome_of(explained, path.fate);
-        path.replayed = explained.walk.replayed;
-        path.way = way_of(explained.walk);
-        return path;
+        path_summary summary;
+        summary.fate = fate_of(explained);
+        summary.outcome = outcome_of(explained, summary.fate);
+        summary.replayed = explained.walk.replayed;
+        summary.path = path_of(explained.walk);
+        return summary;
     }
 
     void count_discarded(explanation explained, const std::string& place)
@@ -130,17 +130,17 @@ private:
     }
 
     // A frame that passed may be discarded on its path to each UNI.
-    path_summary behind_hook(path_summary path, const explanation& explained) const
+    path_summary behind_hook(path_summary summary, const explanation& explained) const
     {
-        if (path.fate != frame_fate::passed)
-            return path;
+        if (summary.fate != frame_fate::passed)
+            return summary;
         const std::vector<leaving_frame> leaving =
-            carry_to_unis(data_.entities, path.way, explained.input.frame.data);
+            carry_to_unis(data_.entities, summary.path, explained.input.frame.data);
         if (is_discarded(leaving)) {
-            path.fate = frame_fate::dropped;
-            path.outcome = discard_text(leaving);
+            summary.fate = frame_fate::dropped;
+            summary.outcome = discard_text(leaving);
         }
-        return path;
+        return summary;
     }
 
     void count_called(explanation explained, const std::string& place)
@@ -151,10 +151,10 @@ private:
             read_call(call.call, explained);
             paths_.push_back(summary_of(explained));
         }
-        const path_summary& path = paths_.at(call.path);
+        const path_summary& summary = paths_.at(call.path);
         const flow_row row = has_operations_behind(options)
-                                 ? count(behind_hook(path, explained), explained, place)
-                                 : count(path, explained, place);
+                                 ? count(behind_hook(summary, explained), explained, place)
+                                 : count(summary, explained, place);
         if (!is_new_drop(row))
             return;
         if (!call.first) {
@@ -172,7 +172,7 @@ private:
         return key_of(explained.input.options, carried.frame).tags;
     }
 
-    static flow_row row_of(const path_summary& path, const explanation& explained,
+    static flow_row row_of(const path_summary& summary, const explanation& explained,
                            const std::string& place)
     {
         flow_row row;
@@ -181,24 +181,25 @@ private:
         row.key = key_of(explained.input.options, explained.input.frame.data);
         row.hook_tags = hook_tags_of(explained, row.key);
         row.type = type_text(read_header(explained.input.frame));
-        row.fate = path.fate;
-        row.outcome = path.outcome;
+        row.fate = summary.fate;
+        row.outcome = summary.outcome;
         row.first = place;
         return row;
     }
 
     // Counts everything but a drop of a new reason.
-    flow_row count(const path_summary& path, const explanation& explained, const std::string& place)
+    flow_row count(const path_summary& summary, const explanation& explained,
+                   const std::string& place)
     {
-        const flow_row row = row_of(path, explained, place);
+        const flow_row row = row_of(summary, explained, place);
         direction_row& direction = data_.directions.at(row.kind);
         ++direction.frames;
-        direction.passed += path.fate == frame_fate::passed;
-        direction.dropped += path.fate == frame_fate::dropped;
-        direction.untouched += path.fate == frame_fate::untouched;
-        direction.quick += path.replayed;
-        add_flow(row, path, explained);
-        if (path.fate == frame_fate::dropped)
+        direction.passed += summary.fate == frame_fate::passed;
+        direction.dropped += summary.fate == frame_fate::dropped;
+        direction.untouched += summary.fate == frame_fate::untouched;
+        direction.quick += summary.replayed;
+        add_flow(row, summary, explained);
+        if (summary.fate == frame_fate::dropped)
             count_drop(row);
         return row;
     }
@@ -233,14 +234,14 @@ private:
 
     // A rule may end in steps that are left over from an abandoned branch; the walk that learnt it
     // had none.
-    std::vector<me_id> whole_way(const flow_row& row, const path_summary& path)
+    std::vector<me_id> whole_path(const flow_row& row, const path_summary& summary)
     {
         flow_key key = row.key;
         key.tags = row.hook_tags;
-        if (!path.replayed)
-            return learnt_ways_[key] = path.way;
-        const auto learnt = learnt_ways_.find(key);
-        return learnt == learnt_ways_.end() ? path.way : learnt->second;
+        if (!summary.replayed)
+            return learnt_paths_[key] = summary.path;
+        const auto learnt = learnt_paths_.find(key);
+        return learnt == learnt_paths_.end() ? summary.path : learnt->second;
     }
 
     // Downstream, operations act behind the hook call.
@@ -248,7 +249,7 @@ private:
     {
         if (flow.kind != GPON_API_DOWN_ANI || flow.fate != frame_fate::passed)
             return {};
-        return carry_to_unis(data_.entities, flow.way, explained.input.frame.data);
+        return carry_to_unis(data_.entities, flow.path, explained.input.frame.data);
     }
 
     static std::vector<std::string> rewriting_of(const explanation& explained,
@@ -270,7 +271,7 @@ private:
     {
         std::vector<tag_gap> behind;
         if (flow.kind != GPON_API_DOWN_ANI)
-            behind = unapplied_operations(data_.entities, flow.way);
+            behind = unapplied_operations(data_.entities, flow.path);
         for (const leaving_frame& one : leaving)
             behind.insert(behind.end(), one.carried.gaps.begin(), one.carried.gaps.end());
         std::vector<std::string> texts;
@@ -288,7 +289,7 @@ private:
         flow.not_applied = not_applied_to(explained, flow, leaving);
     }
 
-    void add_flow(const flow_row& row, const path_summary& path, const explanation& explained)
+    void add_flow(const flow_row& row, const path_summary& summary, const explanation& explained)
     {
         const flow_id id{row.kind, row.entry, row.key, row.hook_tags, row.type, row.outcome};
         auto known = flows_.find(id);
@@ -300,13 +301,13 @@ private:
             }
             known = flows_.emplace(id, data_.flows.size()).first;
             data_.flows.push_back(row);
-            data_.flows.back().way = whole_way(row, path);
+            data_.flows.back().path = whole_path(row, summary);
             add_tagging(explained, data_.flows.back());
         }
         flow_row& flow = data_.flows[known->second];
         ++flow.frames;
         flow.octets += explained.input.frame.wire_length;
-        flow.quick += path.replayed;
+        flow.quick += summary.replayed;
     }
 
     drop_row* find_drop(const flow_row& row)
@@ -351,7 +352,7 @@ private:
     report_data& data_;
     std::vector<path_summary> paths_; ///< by number of the path
     std::map<flow_id, size_t> flows_; ///< places in the data
-    std::map<flow_key, std::vector<me_id>> learnt_ways_;
+    std::map<flow_key, std::vector<me_id>> learnt_paths_;
     std::string source_;
 };
 

@@ -36,7 +36,7 @@ struct flow_row {
     uint64_t octets = 0;
     uint64_t quick = 0; ///< replayed a rule
     std::string first;  ///< source of its first frame
-    std::vector<me_id> way;
+    std::vector<me_id> path;
     std::vector<std::string> rewriting;   ///< of its first frame: each operation with its row
     std::vector<std::string> not_applied; ///< the same: operations on its path, with the reason
 };

@@ -31,7 +31,7 @@ uint16_t last_class(uint32_t kind)
     return kind == GPON_API_UP_ANI ? me_class::gemctp : me_class::mbpcd;
 }
 
-std::vector<me_id> way_of(uint32_t kind, const std::vector<me_id>& steps)
+std::vector<me_id> path_of(uint32_t kind, const std::vector<me_id>& steps)
 {
     const auto end = std::ranges::find(steps, last_class(kind), &me_id::class_id);
     return {steps.begin(), end == steps.end() ? end : end + 1};
@@ -44,15 +44,15 @@ std::string gem_port_text(const line_model& entities, me_id ctp)
 }
 
 // "UNI 1" or "GEM port 1025", where the direction starts at one.
-std::string entry_of(uint32_t kind, const line_model& entities, const std::vector<me_id>& way)
+std::string entry_of(uint32_t kind, const line_model& entities, const std::vector<me_id>& path)
 {
-    if (way.empty())
+    if (path.empty())
         return {};
     if (kind == GPON_API_UP_UNI)
-        return "UNI " + std::to_string(way.front().instance & 0xff);
+        return "UNI " + std::to_string(path.front().instance & 0xff);
     if (kind != GPON_API_DOWN_ANI)
         return {};
-    const me_instance* first = entities.find(way.front());
+    const me_instance* first = entities.find(path.front());
     if (!first)
         return {};
     const uint16_t ctp = first->id.class_id == me_class::multigemiw
@@ -61,23 +61,23 @@ std::string entry_of(uint32_t kind, const line_model& entities, const std::vecto
     return gem_port_text(entities, {me_class::gemctp, ctp});
 }
 
-std::string bridge_of_way(const line_model& entities, const std::vector<me_id>& way)
+std::string bridge_of_path(const line_model& entities, const std::vector<me_id>& path)
 {
-    for (const me_id step : way)
+    for (const me_id step : path)
         if (const auto bridge = bridge_of(entities, step))
             return "bridge " + std::to_string(*bridge);
     return "no bridge";
 }
 
-std::string outcome_of(uint32_t kind, const line_model& entities, const std::vector<me_id>& way)
+std::string outcome_of(uint32_t kind, const line_model& entities, const std::vector<me_id>& path)
 {
     switch (kind) {
     case GPON_API_UP_UNI:
     case GPON_API_DOWN_ANI:
-        return "into " + bridge_of_way(entities, way);
+        return "into " + bridge_of_path(entities, path);
     case GPON_API_UP_ANI:
-        return (way.empty() ? std::string() : gem_port_text(entities, way.back())) + " from " +
-               bridge_of_way(entities, way);
+        return (path.empty() ? std::string() : gem_port_text(entities, path.back())) + " from " +
+               bridge_of_path(entities, path);
     default:
         return "out of the UNI, not walked";
     }
@@ -89,9 +89,9 @@ flow_row flow_of(uint32_t kind, const dumped_rule& rule, const line_model& entit
     flow.kind = kind;
     flow.key = rule.key;
     flow.hook_tags = rule.key.tags;
-    flow.way = way_of(kind, rule.steps);
-    flow.entry = entry_of(kind, entities, flow.way);
-    flow.outcome = outcome_of(kind, entities, flow.way);
+    flow.path = path_of(kind, rule.steps);
+    flow.entry = entry_of(kind, entities, flow.path);
+    flow.outcome = outcome_of(kind, entities, flow.path);
     flow.quick = rule.hits.value_or(0);
     flow.frames = flow.quick + 1; // the frame that was learnt
     return flow;

@@ -61,7 +61,7 @@
     [...service.querySelectorAll("svg a")].map((box) => [box.getAttribute("href").slice(2), box])));
   const search = byId("graph-search");
   if (search) {
-    const status = byId("graph-way");
+    const status = byId("graph-path");
     const clear = byId("graph-clear");
     const numbers = (text) => (text ? text.split(" ") : []);
 
@@ -73,9 +73,9 @@
     };
 
     // The service with most of the path; the entities that decide are marked wherever they are.
-    const show = (way, deciding, sentence) => {
+    const show = (path, deciding, sentence) => {
       unmark();
-      const all = new Set([...way, ...deciding]);
+      const all = new Set([...path, ...deciding]);
       let best = 0;
       let most = -1;
       boxes.forEach((of, i) => {
@@ -87,8 +87,8 @@
         }
       });
       const service = services[best];
-      way.forEach((number) => boxes[best].get(number)?.classList.add("walked"));
-      const steps = new Set(way.slice(1).flatMap((to, i) => [`${way[i]}-${to}`, `${to}-${way[i]}`]));
+      path.forEach((number) => boxes[best].get(number)?.classList.add("walked"));
+      const steps = new Set(path.slice(1).flatMap((to, i) => [`${path[i]}-${to}`, `${to}-${path[i]}`]));
       for (const line of service.querySelectorAll("path"))
         line.classList.toggle("walked", steps.has(line.dataset.e));
       service.hidden = false;
@@ -96,7 +96,7 @@
       status.textContent = sentence;
       clear.hidden = false;
       byId("graph").scrollIntoView();
-      const last = boxes[best].get(deciding[0] ?? way[way.length - 1]) ?? service;
+      const last = boxes[best].get(deciding[0] ?? path[path.length - 1]) ?? service;
       last.scrollIntoView({ block: "nearest", inline: "nearest" });
     };
     clear.addEventListener("click", unmark);
@@ -106,23 +106,23 @@
     const addButton = (to, action) => {
       const button = document.createElement("button");
       button.type = "button";
-      button.className = "way";
+      button.className = "path";
       button.textContent = "show path";
       button.addEventListener("click", action);
       to.append(" ", button);
     };
     const showDrop = (drop) =>
-      show(numbers(drop.dataset.way), numbers(drop.dataset.deciding), drop.querySelector("h3").textContent);
+      show(numbers(drop.dataset.path), numbers(drop.dataset.deciding), drop.querySelector("h3").textContent);
     for (const drop of document.querySelectorAll("article.drop"))
       addButton(drop.querySelector("p"), () => showDrop(drop));
     const outcomes = { "flow-table": 9, "rule-table": 7 };
     for (const [table, column] of Object.entries(outcomes)) {
       for (const row of byId(table)?.tBodies[0].rows ?? []) {
-        const way = numbers(row.dataset.way);
+        const path = numbers(row.dataset.path);
         const drop = row.dataset.drop ? byId(`d${row.dataset.drop}`) : null;
         if (drop) addButton(row.cells[column], () => showDrop(drop));
-        else if (way.length > 1)
-          addButton(row.cells[column], () => show(way, [], `The frames take this path: ${way.map(name).join(" > ")}.`));
+        else if (path.length > 1)
+          addButton(row.cells[column], () => show(path, [], `The frames take this path: ${path.map(name).join(" > ")}.`));
       }
     }
 

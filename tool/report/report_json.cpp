@@ -51,7 +51,7 @@ json directions_json(const report_data& data)
 json flow_json(const flow_row& flow)
 {
     json path = json::array();
-    for (const me_id& step : flow.way)
+    for (const me_id& step : flow.path)
         path.push_back(id_json(step));
     return {{"kind", hook_kind_name(flow.kind)},
             {"entry", flow.entry},

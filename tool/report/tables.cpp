@@ -81,30 +81,30 @@ std::string number_list(const std::vector<me_id>& ids, const entity_numbers& num
 }
 
 // The places that rewrite the frame, then the operation that discards it.
-std::vector<me_id> way_to_discard(const carried_frame& carried)
+std::vector<me_id> path_to_discard(const carried_frame& carried)
 {
-    std::vector<me_id> way;
+    std::vector<me_id> path;
     for (const tag_step& step : carried.steps)
-        if (way.empty() || way.back() != step.at)
-            way.push_back(step.at);
-    way.push_back(carried.steps.back().operation);
-    return way;
+        if (path.empty() || path.back() != step.at)
+            path.push_back(step.at);
+    path.push_back(carried.steps.back().operation);
+    return path;
 }
 
 // The branch that ends first among the deepest, with the filter that ends it.
-std::vector<me_id> way_to_drop(const explanation& example, const std::vector<me_id>& deciding)
+std::vector<me_id> path_to_drop(const explanation& example, const std::vector<me_id>& deciding)
 {
     if (const auto discards = discards_of(example); !discards.empty())
-        return way_to_discard(discards.front());
-    std::vector<me_id> way;
+        return path_to_discard(discards.front());
+    std::vector<me_id> path;
     const std::optional<size_t> end = deepest_dead_end(example.walk);
     if (!end)
-        return way;
+        return path;
     for (const size_t at : branch_to(example.walk, *end))
-        way.push_back(example.walk.steps[at].at);
-    if (!deciding.empty() && deciding.front() != way.back())
-        way.push_back(deciding.front());
-    return way;
+        path.push_back(example.walk.steps[at].at);
+    if (!deciding.empty() && deciding.front() != path.back())
+        path.push_back(deciding.front());
+    return path;
 }
 
 template_value drop_value(const drop_row& drop, uint64_t all_frames, const entity_numbers& numbers)
@@ -129,7 +129,7 @@ template_value drop_value(const drop_row& drop, uint64_t all_frames, const entit
             number_list({deciding.begin(), deciding.begin() + static_cast<ptrdiff_t>(std::min(
                                                                   deciding.size(), most_deciding))},
                         numbers));
-    row.set("way", number_list(way_to_drop(drop.example, deciding), numbers));
+    row.set("path", number_list(path_to_drop(drop.example, deciding), numbers));
     return row;
 }
 
@@ -238,7 +238,7 @@ template_value flow_values(const report_data& data, const entity_numbers& number
         row.set("not_applied", joined(flow.not_applied));
         row.set("has_not_applied", !flow.not_applied.empty());
         row.set("first", short_place(flow.first));
-        row.set("way", flow.way.size() > 1 ? number_list(flow.way, numbers) : "");
+        row.set("path", flow.path.size() > 1 ? number_list(flow.path, numbers) : "");
         const std::optional<size_t> drop = drop_of(data, flow);
         row.set("drop", drop ? std::to_string(*drop) : "");
         rows << row;
@@ -261,7 +261,7 @@ template_value rule_values(const report_data& data, const entity_numbers& number
         row.set("direction", rule.key.direction);
         row.set("hits", rule.hits ? number(*rule.hits) : template_value(""));
         row.set("steps", rule.steps.empty() ? "none: the frame passes" : path_text(rule.steps));
-        row.set("way", rule.steps.size() > 1 ? number_list(rule.steps, numbers) : "");
+        row.set("path", rule.steps.size() > 1 ? number_list(rule.steps, numbers) : "");
         rows << row;
     }
     return rows;
