@@ -202,11 +202,11 @@ std::optional<vlan_priorities> produced_by(const tag_operation& operation)
 }
 
 // The only operation between a UNI and its bridge.
-std::optional<me_id> single_operation(const line_model& what, me_id uni, me_id port)
+std::optional<me_id> single_operation(const line_model& entities, me_id uni, me_id port)
 {
-    std::vector<me_id> all = operations_at(what, uni);
-    std::ranges::copy(operations_at(what, port), std::back_inserter(all));
-    if (all.size() != 1 || all[0].class_id != me_class::evtocd || !what.operation(all[0]))
+    std::vector<me_id> all = operations_at(entities, uni);
+    std::ranges::copy(operations_at(entities, port), std::back_inserter(all));
+    if (all.size() != 1 || all[0].class_id != me_class::evtocd || !entities.operation(all[0]))
         return {};
     return all[0];
 }
@@ -217,17 +217,17 @@ struct bridge_tags {
 };
 
 // The VLANs that enter a bridge, if operations restrict them at each of its UNIs.
-std::optional<bridge_tags> entering(const line_model& what, uint16_t bridge)
+std::optional<bridge_tags> entering(const line_model& entities, uint16_t bridge)
 {
     bridge_tags result;
-    for (const me_instance& port : what.instances(me_class::mbpcd)) {
+    for (const me_instance& port : entities.instances(me_class::mbpcd)) {
         const auto me = port.as<gpon_raw_mbpcd>();
         if (me.bridgeID != bridge || type_of(port).side != tp_side::uni)
             continue;
         const auto operation =
-            single_operation(what, {type_of(port).class_id, me.tpPointer}, port.id);
-        const auto produced =
-            operation ? produced_by(*what.operation(*operation)) : std::optional<vlan_priorities>();
+            single_operation(entities, {type_of(port).class_id, me.tpPointer}, port.id);
+        const auto produced = operation ? produced_by(*entities.operation(*operation))
+                                        : std::optional<vlan_priorities>();
         if (!produced)
             return {};
         std::ranges::transform(result.vids, *produced, result.vids.begin(), std::bit_or<uint8_t>());
@@ -274,13 +274,13 @@ std::string text_of(const listed_tag& tag)
            (tag.priority ? " with priority " + std::to_string(*tag.priority) : "");
 }
 
-void check_filter(const line_model& what, const me_instance& filter, const bridge_tags& entered,
+void check_filter(const line_model& entities, const me_instance& filter, const bridge_tags& entered,
                   finding_list& found)
 {
     for (const listed_tag& tag : listed_tags(filter.as<gpon_raw_vtfd>()))
         if (!is_produced(entered.vids, tag))
-            found.add(entered.operations.front(), what.operation_line(entered.operations.front()),
-                      "tagging-no-row",
+            found.add(entered.operations.front(),
+                      entities.operation_line(entered.operations.front()), "tagging-no-row",
                       "no row produces " + text_of(tag) + ", which " + to_text(filter.id) +
                           " passes",
                       "add a row that produces the VLAN, or remove it from the filter");
@@ -304,12 +304,13 @@ uint8_t priorities_at(const gpon_raw_mapper& mapper, const me_instance* filter,
 }
 
 // Priorities of a mapper by the GEM IW TP that they select.
-std::map<uint16_t, uint8_t> priorities_by_target(const line_model& what,
+std::map<uint16_t, uint8_t> priorities_by_target(const line_model& entities,
                                                  const gpon_raw_mapper& mapper)
 {
     std::map<uint16_t, uint8_t> result;
     for (size_t i = 0; i < std::size(mapper.pbit_GemIWTP); ++i)
-        if (const uint16_t target = mapper.pbit_GemIWTP[i]; what.find({me_class::gemiw, target}))
+        if (const uint16_t target = mapper.pbit_GemIWTP[i];
+            entities.find({me_class::gemiw, target}))
             result[target] = static_cast<uint8_t>(result[target] | 1u << i);
     return result;
 }
@@ -324,12 +325,12 @@ std::string priorities_text(uint8_t priorities)
 }
 
 // A GEM port for priorities that no row produces carries no upstream frame.
-void check_mapper(const line_model& what, const me_instance& mapper, const me_instance* filter,
+void check_mapper(const line_model& entities, const me_instance& mapper, const me_instance* filter,
                   const bridge_tags& entered, finding_list& found)
 {
     const auto me = mapper.as<gpon_raw_mapper>();
     const uint8_t reached = priorities_at(me, filter, entered);
-    for (const auto& [target, priorities] : priorities_by_target(what, me))
+    for (const auto& [target, priorities] : priorities_by_target(entities, me))
         if ((priorities & reached) == 0)
             found.add(mapper, "tagging-no-row", finding_weight::warning,
                       "no row produces " + priorities_text(priorities) + " for " +
@@ -337,39 +338,40 @@ void check_mapper(const line_model& what, const me_instance& mapper, const me_in
                       "add a row that produces the priority, or correct the mapper");
 }
 
-void check_expected(const line_model& what, const me_instance& port, finding_list& found)
+void check_expected(const line_model& entities, const me_instance& port, finding_list& found)
 {
     if (type_of(port).side != tp_side::ani || type_of(port).class_id == me_class::multigemiw ||
-        !operations_at(what, port.id).empty())
+        !operations_at(entities, port.id).empty())
         return;
     const auto me = port.as<gpon_raw_mbpcd>();
-    const auto entered = entering(what, me.bridgeID);
+    const auto entered = entering(entities, me.bridgeID);
     if (!entered)
         return;
-    const me_instance* filter = what.find({me_class::vtfd, port.id.instance});
+    const me_instance* filter = entities.find({me_class::vtfd, port.id.instance});
     if (filter)
-        check_filter(what, *filter, *entered, found);
+        check_filter(entities, *filter, *entered, found);
     const me_id target{type_of(port).class_id, me.tpPointer};
-    const me_instance* mapper = target.class_id == me_class::mapper ? what.find(target) : nullptr;
-    if (mapper && operations_at(what, target).empty())
-        check_mapper(what, *mapper, filter, *entered, found);
+    const me_instance* mapper =
+        target.class_id == me_class::mapper ? entities.find(target) : nullptr;
+    if (mapper && operations_at(entities, target).empty())
+        check_mapper(entities, *mapper, filter, *entered, found);
 }
 
 } // namespace
 
-void check_tagging(const line_model& what, finding_list& found)
+void check_tagging(const line_model& entities, finding_list& found)
 {
-    for (const me_id id : what.tag_operations()) {
-        const unsigned line = what.operation_line(id);
-        if (const std::string why = placement_fault(what, id); !why.empty())
+    for (const me_id id : entities.tag_operations()) {
+        const unsigned line = entities.operation_line(id);
+        if (const std::string why = placement_fault(entities, id); !why.empty())
             found.add(id, line, "tagging-unassociated", why + ": the operation is not applied",
                       "set its association type and associated ME pointer");
-        const tag_operation* operation = what.operation(id);
+        const tag_operation* operation = entities.operation(id);
         if (operation && table_fault(*operation).empty())
             check_rows(id, line, *operation, found);
     }
-    for (const me_instance& port : what.instances(me_class::mbpcd))
-        check_expected(what, port, found);
+    for (const me_instance& port : entities.instances(me_class::mbpcd))
+        check_expected(entities, port, found);
 }
 
 } // namespace gponflow

@@ -15,16 +15,16 @@ namespace {
 
 enum class direction { upstream, downstream };
 
-tag_rewriting rewrite(const tag_operation& operation, direction where, const bytes& frame)
+tag_rewriting rewrite(const tag_operation& operation, direction dir, const bytes& frame)
 {
-    return where == direction::upstream ? rewrite_upstream(operation, frame)
+    return dir == direction::upstream ? rewrite_upstream(operation, frame)
                                         : rewrite_downstream(operation, frame);
 }
 
 class carrier {
 public:
-    carrier(const line_model& what, direction where, const bytes& frame)
-        : model_(what), direction_(where)
+    carrier(const line_model& entities, direction dir, const bytes& frame)
+        : model_(entities), direction_(dir)
     {
         carried.frame = frame;
     }
@@ -74,21 +74,21 @@ me_id target_of(const me_instance& port)
     return {type_of(port).class_id, port.as<gpon_raw_mbpcd>().tpPointer};
 }
 
-std::vector<const me_instance*> ports_at(const line_model& what, me_id uni)
+std::vector<const me_instance*> ports_at(const line_model& entities, me_id uni)
 {
     std::vector<const me_instance*> ports;
-    for (const me_instance& port : what.instances(me_class::mbpcd))
+    for (const me_instance& port : entities.instances(me_class::mbpcd))
         if (target_of(port) == uni)
             ports.push_back(&port);
     return ports;
 }
 
 // Ports of the bridge through which upstream frames leave, in the order of the walk.
-std::vector<const me_instance*> upstream_ports(const line_model& what, uint16_t bridge)
+std::vector<const me_instance*> upstream_ports(const line_model& entities, uint16_t bridge)
 {
     std::vector<const me_instance*> ports;
-    for (const me_id id : what.related({me_class::mbsp, bridge}, me_class::mbpcd)) {
-        const me_instance* port = what.find(id);
+    for (const me_id id : entities.related({me_class::mbsp, bridge}, me_class::mbpcd)) {
+        const me_instance* port = entities.find(id);
         if (port && type_of(*port).side == tp_side::ani &&
             type_of(*port).class_id != me_class::multigemiw &&
             std::ranges::find(ports, port) == ports.end())
@@ -108,9 +108,9 @@ uint16_t outer_tci(const bytes& frame)
 }
 
 // The GEM IW TP that a mapper selects by the priority of the frame.
-std::optional<me_id> selected_by(const line_model& what, me_id mapper, const bytes& frame)
+std::optional<me_id> selected_by(const line_model& entities, me_id mapper, const bytes& frame)
 {
-    const me_instance* found = what.find(mapper);
+    const me_instance* found = entities.find(mapper);
     const uint16_t tci = outer_tci(frame);
     if (!found || tci == untagged_tci)
         return {};
@@ -118,14 +118,14 @@ std::optional<me_id> selected_by(const line_model& what, me_id mapper, const byt
 }
 
 // The operations of a port towards the ANI and of what is behind it.
-carried_frame through_port(const line_model& what, const me_instance& port, const bytes& frame)
+carried_frame through_port(const line_model& entities, const me_instance& port, const bytes& frame)
 {
-    carrier work(what, direction::upstream, frame);
+    carrier work(entities, direction::upstream, frame);
     work.pass(port.id);
     const me_id target = target_of(port);
     work.pass(target);
     if (target.class_id == me_class::mapper)
-        if (const auto gem_iw = selected_by(what, target, work.carried.frame))
+        if (const auto gem_iw = selected_by(entities, target, work.carried.frame))
             work.pass(*gem_iw);
     return std::move(work.carried);
 }
@@ -137,18 +137,18 @@ bool is_untouched(const carried_frame& frame)
 
 // The choice among the ports towards the ANI of one bridge. Returns false if none takes the frame.
 // A port that discards it leaves it to the others.
-bool carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame& carried)
+bool carry_through_bridge(const line_model& entities, uint16_t bridge, carried_frame& carried)
 {
     std::vector<tag_gap> gaps;
     std::optional<carried_frame> discarded;
-    for (const me_instance* port : upstream_ports(what, bridge)) {
-        carried_frame behind = through_port(what, *port, carried.frame);
+    for (const me_instance* port : upstream_ports(entities, bridge)) {
+        carried_frame behind = through_port(entities, *port, carried.frame);
         if (behind.discarded) {
             if (!discarded)
                 discarded = std::move(behind);
             continue;
         }
-        if (accepts_upstream(what, *port, outer_tci(behind.frame))) {
+        if (accepts_upstream(entities, *port, outer_tci(behind.frame))) {
             append(carried, std::move(behind));
             return true;
         }
@@ -168,13 +168,13 @@ bool carry_through_bridge(const line_model& what, uint16_t bridge, carried_frame
 }
 
 // Through a port towards the UNI and its bridge. Returns false if no port takes the frame.
-bool carry_by_port(const line_model& what, const me_instance& port, carried_frame& carried)
+bool carry_by_port(const line_model& entities, const me_instance& port, carried_frame& carried)
 {
-    carrier work(what, direction::upstream, carried.frame);
+    carrier work(entities, direction::upstream, carried.frame);
     work.pass(port.id);
     const bool leaves =
         !work.carried.discarded &&
-        carry_through_bridge(what, port.as<gpon_raw_mbpcd>().bridgeID, work.carried);
+        carry_through_bridge(entities, port.as<gpon_raw_mbpcd>().bridgeID, work.carried);
     carried = std::move(work.carried);
     return leaves;
 }
@@ -190,23 +190,23 @@ void keep_as_gaps(const me_instance& port, const carried_frame& refused, std::ve
 
 } // namespace
 
-carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& frame)
+carried_frame carry_from_uni(const line_model& entities, me_id uni, const bytes& frame)
 {
-    carrier work(what, direction::upstream, frame);
+    carrier work(entities, direction::upstream, frame);
     work.note_unplaced();
     work.pass(uni);
     return std::move(work.carried);
 }
 
-carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame)
+carried_frame carry_to_ani(const line_model& entities, me_id uni, const bytes& frame)
 {
-    const std::vector<const me_instance*> ports = ports_at(what, uni);
+    const std::vector<const me_instance*> ports = ports_at(entities, uni);
     std::vector<tag_gap> gaps;
     std::optional<carried_frame> discarded;
     for (const me_instance* port : ports) {
         carried_frame carried{frame, {}, {}, false};
         // With one bridge, the frame is what its operations make of it, accepted or not.
-        if (carry_by_port(what, *port, carried) || ports.size() == 1)
+        if (carry_by_port(entities, *port, carried) || ports.size() == 1)
             return carried;
         if (!carried.discarded)
             keep_as_gaps(*port, carried, gaps);
@@ -218,10 +218,10 @@ carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame
     return {frame, {}, std::move(gaps), false};
 }
 
-carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
+carried_frame carry_from_ani(const line_model& entities, const std::vector<me_id>& path,
                              const bytes& frame)
 {
-    carrier work(what, direction::downstream, frame);
+    carrier work(entities, direction::downstream, frame);
     work.note_unplaced();
     for (const me_id at : path)
         if (at.class_id != me_class::pptp && at.class_id != me_class::veip)
@@ -229,21 +229,21 @@ carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& p
     return std::move(work.carried);
 }
 
-carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame,
+carried_frame carry_to_uni(const line_model& entities, me_id uni, const bytes& frame,
                            std::optional<uint16_t> bridge)
 {
-    carrier work(what, direction::downstream, frame);
-    for (const me_instance* port : ports_at(what, uni))
+    carrier work(entities, direction::downstream, frame);
+    for (const me_instance* port : ports_at(entities, uni))
         if (!bridge || port->as<gpon_raw_mbpcd>().bridgeID == *bridge)
             work.pass(port->id);
     work.pass(uni);
     return std::move(work.carried);
 }
 
-std::vector<me_id> unis_of(const line_model& what, me_id bridge)
+std::vector<me_id> unis_of(const line_model& entities, me_id bridge)
 {
     std::vector<me_id> unis;
-    for (const me_instance& port : what.instances(me_class::mbpcd))
+    for (const me_instance& port : entities.instances(me_class::mbpcd))
         if (port.as<gpon_raw_mbpcd>().bridgeID == bridge.instance &&
             type_of(port).side == tp_side::uni)
             unis.push_back(target_of(port));
@@ -258,20 +258,20 @@ void append(carried_frame& first, carried_frame then)
     first.discarded = then.discarded;
 }
 
-std::vector<leaving_frame> carry_to_unis(const line_model& what, const std::vector<me_id>& path,
+std::vector<leaving_frame> carry_to_unis(const line_model& entities, const std::vector<me_id>& path,
                                          const bytes& frame)
 {
     const auto port = std::ranges::find(path, uint16_t{me_class::mbpcd}, &me_id::class_id);
-    const me_instance* me = port == path.end() ? nullptr : what.find(*port);
+    const me_instance* me = port == path.end() ? nullptr : entities.find(*port);
     if (!me)
         return {};
-    const carried_frame bridged = carry_from_ani(what, path, frame);
+    const carried_frame bridged = carry_from_ani(entities, path, frame);
     const uint16_t bridge = me->as<gpon_raw_mbpcd>().bridgeID;
     std::vector<leaving_frame> leaving;
-    for (const me_id uni : unis_of(what, {me_class::mbsp, bridge})) {
+    for (const me_id uni : unis_of(entities, {me_class::mbsp, bridge})) {
         leaving.push_back({uni, bridged});
         if (!bridged.discarded)
-            append(leaving.back().carried, carry_to_uni(what, uni, bridged.frame, bridge));
+            append(leaving.back().carried, carry_to_uni(entities, uni, bridged.frame, bridge));
     }
     return leaving;
 }
@@ -287,13 +287,14 @@ std::vector<tag_gap> with_gaps_behind(const carried_frame& before, std::vector<t
     return gaps;
 }
 
-std::vector<tag_gap> unapplied_operations(const line_model& what, const std::vector<me_id>& path)
+std::vector<tag_gap> unapplied_operations(const line_model& entities,
+                                          const std::vector<me_id>& path)
 {
     std::vector<tag_gap> gaps;
-    for (const me_id operation : what.tag_operations()) {
-        const auto place = place_of(what, operation);
+    for (const me_id operation : entities.tag_operations()) {
+        const auto place = place_of(entities, operation);
         if (!place)
-            gaps.push_back({operation, placement_fault(what, operation)});
+            gaps.push_back({operation, placement_fault(entities, operation)});
         else if (std::ranges::find(path, *place) != path.end())
             gaps.push_back({operation, "it belongs to " + to_text(*place)});
     }

@@ -38,24 +38,25 @@ struct carried_frame {
 };
 
 /// Upstream from the wire to hook call kind 0. `uni` is a PPTP or VEIP.
-[[nodiscard]] carried_frame carry_from_uni(const line_model& what, me_id uni, const bytes& frame);
+[[nodiscard]] carried_frame carry_from_uni(const line_model& entities, me_id uni,
+                                           const bytes& frame);
 
 /// Upstream between hook calls kind 0 and 1: the bridge port of the UNI, then the ANI side of its
 /// bridge. Of several ports with operations, and of several bridges, the first one whose filter and
 /// mapper accept the frame that they produce decides; if there is none, their operations are gaps.
-[[nodiscard]] carried_frame carry_to_ani(const line_model& what, me_id uni, const bytes& frame);
+[[nodiscard]] carried_frame carry_to_ani(const line_model& entities, me_id uni, const bytes& frame);
 
 /// Downstream between hook calls kind 3 and 2. `path` are the instances of the walk of kind 3.
-[[nodiscard]] carried_frame carry_from_ani(const line_model& what, const std::vector<me_id>& path,
-                                           const bytes& frame);
+[[nodiscard]] carried_frame carry_from_ani(const line_model& entities,
+                                           const std::vector<me_id>& path, const bytes& frame);
 
 /// Downstream from hook call kind 2 to the wire: the ports of the UNI in the bridge, or all of
 /// them, then the UNI.
-[[nodiscard]] carried_frame carry_to_uni(const line_model& what, me_id uni, const bytes& frame,
+[[nodiscard]] carried_frame carry_to_uni(const line_model& entities, me_id uni, const bytes& frame,
                                          std::optional<uint16_t> bridge = {});
 
 /// The UNIs of a bridge: those that a frame from the fibre may leave by.
-[[nodiscard]] std::vector<me_id> unis_of(const line_model& what, me_id bridge);
+[[nodiscard]] std::vector<me_id> unis_of(const line_model& entities, me_id bridge);
 
 /// A frame from the fibre as it leaves by one UNI.
 struct leaving_frame {
@@ -65,7 +66,7 @@ struct leaving_frame {
 
 /// Downstream from hook call kind 3, whose walk passed through `path`, to each UNI of the bridge.
 [[nodiscard]] std::vector<leaving_frame>
-carry_to_unis(const line_model& what, const std::vector<me_id>& path, const bytes& frame);
+carry_to_unis(const line_model& entities, const std::vector<me_id>& path, const bytes& frame);
 
 /// Continues `first` with the steps of `then`, whose frame is that behind `first`.
 void append(carried_frame& first, carried_frame then);
@@ -77,7 +78,7 @@ void append(carried_frame& first, carried_frame then);
 
 /// Operations that belong to instances of a walk, and those whose place is not known: where a frame
 /// is taken as it is at a hook call, they are not applied.
-[[nodiscard]] std::vector<tag_gap> unapplied_operations(const line_model& what,
+[[nodiscard]] std::vector<tag_gap> unapplied_operations(const line_model& entities,
                                                         const std::vector<me_id>& path);
 
 } // namespace gponflow

@@ -39,9 +39,9 @@ std::string number_of(const std::optional<uint8_t>& value)
 
 class comparison {
 public:
-    comparison(me_id where, const tag_operation* left, const tag_operation* right,
+    comparison(me_id entity, const tag_operation* left, const tag_operation* right,
                line_difference& into)
-        : where_(where), left_(left), right_(right), into_(into)
+        : entity_(entity), left_(left), right_(right), into_(into)
     {
     }
 
@@ -51,7 +51,7 @@ public:
         compare("associated", [](const tag_operation& of) { return hex_word(of.associated); });
         compare("downstream_mode",
                 [](const tag_operation& of) { return std::to_string(of.downstream_mode); });
-        if (where_.class_id == me_class::vtocd)
+        if (entity_.class_id == me_class::vtocd)
             return compare_plain();
         compare("input_tpid", [](const tag_operation& of) { return hex_word(of.input_tpid); });
         compare("output_tpid", [](const tag_operation& of) { return hex_word(of.output_tpid); });
@@ -87,7 +87,7 @@ private:
     void add(std::string name, std::string left, std::string right)
     {
         if (left != right)
-            into_.changed.push_back({where_, std::move(name), std::move(left), std::move(right)});
+            into_.changed.push_back({entity_, std::move(name), std::move(left), std::move(right)});
     }
 
     static std::string treatment_in(const tag_operation& of, const tag_row& key)
@@ -111,7 +111,7 @@ private:
                 add("row " + filter_text(row), no_row, treatment_in(*right_, row));
     }
 
-    me_id where_;
+    me_id entity_;
     const tag_operation* left_;
     const tag_operation* right_;
     line_difference& into_;
