@@ -2,9 +2,7 @@
 /*
  * The module's messages in the kernel log.
  *
- * A levelled message is two prints, the level tag and then the text on the same line. Most texts
- * begin with the caller's name and line. The compiler supplies both if a text has exactly two
- * conversions more than arguments, and checks every text against its arguments.
+ * A levelled message is two prints, the level tag and then the text on the same line.
  *
  * For functions without a packet, gponDebugLevel alone decides. Functions with a packet also print
  * if the packet has the trace mark, or if a level bit of its flag word is set in gponDebugLevel;
@@ -15,6 +13,7 @@
 
 #include "../platform/api/kernel_api.h"
 #include "atomics.h"
+#include "log_text.h"
 #include "switches.h"
 
 enum log_level : u32 { LOG_ERROR = 1, LOG_WARNING = 2, LOG_TRACE = 4, LOG_IOCTL = 8 };
@@ -23,76 +22,6 @@ enum log_level : u32 { LOG_ERROR = 1, LOG_WARNING = 2, LOG_TRACE = 4, LOG_IOCTL 
 constexpr u32 GPON_FLOW_TRACE_MARK = 0x100000;
 
 namespace gpon {
-
-// Not constexpr: a call while a text is checked stops the compiler at the faulty message.
-inline void log_text_does_not_fit_its_arguments() {}
-
-template <typename T> [[nodiscard]] constexpr bool fits(char conversion)
-{
-    if constexpr (__is_same(T, const char*))
-        return conversion == 's';
-    else
-        return (__is_same(T, i32) || __is_same(T, u32) || sizeof(T) < sizeof(i32)) &&
-               (conversion == 'd' || conversion == 'x');
-}
-
-// Collects the conversion characters of a text; '*' counts as one that takes an int.
-struct conversions {
-    char of[16] = {};
-    size_t count = 0;
-
-    constexpr explicit conversions(const char* text)
-    {
-        for (; *text; ++text)
-            if (*text == '%')
-                read(text);
-    }
-
-private:
-    constexpr void read(const char*& text)
-    {
-        for (++text; *text == '#' || *text == '.' || *text == '*' || (*text >= '0' && *text <= '9');
-             ++text)
-            if (*text == '*')
-                of[count++] = 'd';
-        of[count++] = *text;
-    }
-};
-
-template <typename... Args> struct log_text {
-    const char* text;
-    const char* function;
-    i32 line;
-    bool located;
-
-    consteval log_text(const char* words, const char* caller = __builtin_FUNCTION(),
-                       i32 caller_line = __builtin_LINE())
-        : text(words), function(caller), line(caller_line), located(false)
-    {
-        const conversions found(words);
-        located = found.count == sizeof...(Args) + 2;
-        if (!located && found.count != sizeof...(Args))
-            log_text_does_not_fit_its_arguments();
-        if (located && (found.of[0] != 's' || found.of[1] != 'd'))
-            log_text_does_not_fit_its_arguments();
-        size_t at = located ? 2 : 0;
-        if (!(fits<Args>(found.of[at++]) && ...))
-            log_text_does_not_fit_its_arguments();
-    }
-
-    [[nodiscard]] constexpr log_text named(const char* name) const
-    {
-        log_text renamed = *this;
-        renamed.function = name;
-        return renamed;
-    }
-};
-
-// Keeps the arguments from taking part in the deduction of the text's type.
-template <typename T> struct same {
-    using type = T;
-};
-template <typename... Args> using text_for = log_text<typename same<Args>::type...>;
 
 /* Prints the tag and then the text. Out of line and without templates: the module has some 250
  * messages, and few of them are ever printed. */
@@ -145,40 +74,19 @@ template <typename... Args>
     return flag_word_of(skb) & GPON_FLOW_TRACE_MARK;
 }
 
-/* The name of a function as a text, taken from the function itself: a misspelt or outdated name
- * does not compile. */
-template <auto Function> struct function_name {
-    static constexpr size_t longest = 64;
-    char text[longest] = {};
-
-    consteval function_name()
-    {
-        // "... [with auto Function = NAME]" by gcc, "... [Function = &NAME]" by clang.
-        const char* at = __PRETTY_FUNCTION__;
-        for (const char* c = at; *c; ++c)
-            if (*c == '=')
-                at = c + 1;
-        while (*at == ' ' || *at == '&')
-            ++at;
-        for (size_t i = 0; *at && *at != ']' && *at != ';'; ++i)
-            text[i] = *at++;
-    }
-};
-template <auto Function> static constexpr function_name<Function> name_of = {};
-
 } // namespace gpon
 
 /* The name under which a function and its helpers report; gponDebugLevel alone decides. The
  * function creates it at its entry and passes it to its helpers; each message adds its own line. */
 class log_context {
 public:
-    static constexpr log_context here(const char* function = __builtin_FUNCTION())
+    [[nodiscard]] static constexpr log_context here(const char* function = __builtin_FUNCTION())
     {
         return log_context(function);
     }
 
     /* For code that does a part of another function's work and reports under its name. */
-    template <auto Function> static constexpr log_context of()
+    template <auto Function> [[nodiscard]] static constexpr log_context of()
     {
         return log_context(gpon::name_of<Function>.text);
     }
@@ -241,18 +149,19 @@ template <typename... Args>
  * is tested for null; then only has_packet and without_packet are of use. */
 class packet_log {
 public:
-    static packet_log here(const sk_buff* skb, const char* function = __builtin_FUNCTION())
+    [[nodiscard]] static packet_log here(const sk_buff* skb,
+                                         const char* function = __builtin_FUNCTION())
     {
         return packet_log(skb, function);
     }
 
-    template <auto Function> static packet_log of(const sk_buff* skb)
+    template <auto Function> [[nodiscard]] static packet_log of(const sk_buff* skb)
     {
         return packet_log(skb, gpon::name_of<Function>.text);
     }
 
     /* The same packet's log for a part of another function's work. */
-    template <auto Function> packet_log as() const
+    template <auto Function> [[nodiscard]] packet_log as() const
     {
         packet_log renamed = *this;
         renamed.function_ = gpon::name_of<Function>.text;
@@ -278,12 +187,15 @@ public:
     }
 
     /* For messages that depend on gponDebugLevel alone and not on the packet. */
-    constexpr log_context without_packet() const { return log_context::here(function_); }
+    [[nodiscard]] constexpr log_context without_packet() const
+    {
+        return log_context::here(function_);
+    }
 
-    constexpr bool has_packet() const { return skb_ != nullptr; }
+    [[nodiscard]] constexpr bool has_packet() const { return skb_ != nullptr; }
 
     /* For messages that are printed out of line. */
-    constexpr bool traces() const { return enabled_ & LOG_TRACE; }
+    [[nodiscard]] constexpr bool traces() const { return enabled_ & LOG_TRACE; }
 
 private:
     packet_log(const sk_buff* skb, const char* function)

@@ -103,7 +103,7 @@ public:
     }
 
     const Raw* operator->() const { return get(); }
-    const Raw* get() const { return &*raw_; }
+    [[nodiscard]] const Raw* get() const { return &*raw_; }
 
 private:
     packet_buffer<Raw> raw_;
