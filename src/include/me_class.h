@@ -16,10 +16,11 @@
 
 /* One related-info row: which instances of another class point at this instance. */
 struct gpon_me_related_info {
-    u16 related_class_id;            /* class of the instances recorded; 0 ends a table */
-    char name[70];                   /* column name of the dump */
-    gpon_me_related_id* related_ids; /* null in a class's template, owned in an instance's copy */
-    i32 related_inst_num;            /* capacity; below 2 the dump shows a column, else a list */
+    u16 related_class_id; /* class of the instances recorded; 0 ends a table */
+    char name[70];        /* column name of the dump */
+    gpon_me_related_id* related_ids =
+        nullptr;          /* null in a class's template, owned in an instance's copy */
+    i32 related_inst_num; /* capacity; below 2 the dump shows a column, else a list */
 };
 static_assert(sizeof(gpon_me_related_info) == 88);
 

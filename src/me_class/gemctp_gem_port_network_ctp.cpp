@@ -106,9 +106,10 @@ extern "C" {
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::gemiw, "gemIwInst", nullptr, 1},
-                                            {me_class::multigemiw, "multiGemIwInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::gemiw, .name = "gemIwInst", .related_inst_num = 1},
+    {.related_class_id = me_class::multigemiw, .name = "multiGemIwInst", .related_inst_num = 1},
+    {}};
 
 constexpr gpon_me_attr_op ATTR_OPS[] = {{T_CONT.mask, gem_ctp_attr_tcont_op},
                                         {TRAFFIC_MANAGER.mask, gem_ctp_attr_pq_op},

@@ -33,11 +33,12 @@ i32 gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
-                                            {me_class::mapper, "mapperInst", nullptr, 1},
-                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
-                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::mbpcd, .name = "mbpcdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::mapper, .name = "mapperInst", .related_inst_num = 1},
+    {.related_class_id = me_class::vtocd, .name = "vtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::evtocd, .name = "evtocdInst", .related_inst_num = 1},
+    {}};
 constexpr gpon_me_attr_op ATTR_OPS[] = {{CTP.mask, gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {
     {me_class::mapper, DOWN_ANI}, {me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};

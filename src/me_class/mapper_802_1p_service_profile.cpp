@@ -35,10 +35,11 @@ constexpr gpon_me_pointer GEM_IW_TPS = {.field = GPON_FIELD(gpon_raw_mapper, pbi
                                         .no_target = NO_GEM_IW_TP};
 constexpr gpon_me_pointer POINTERS[] = {TP, GEM_IW_TPS};
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
-                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
-                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::mbpcd, .name = "mbpcdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::vtocd, .name = "vtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::evtocd, .name = "evtocdInst", .related_inst_num = 1},
+    {}};
 
 constexpr gpon_me_attr_op ATTR_OPS[] = {{TP.mask, mapper_attr_tp_type_op},
                                         {gpon::whole_mask(GEM_IW_TPS), mapper_attr_gem_iw_tp_pbit},

@@ -50,10 +50,11 @@ i32 mbpcd_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result*
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::vtfd, "vtfdInst", nullptr, 1},
-                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
-                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::vtfd, .name = "vtfdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::vtocd, .name = "vtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::evtocd, .name = "evtocdInst", .related_inst_num = 1},
+    {}};
 
 // A step prints the queries for these rows in this order.
 constexpr u8 FILTER_ROW = gpon::row_of(RELATED, me_class::vtfd);

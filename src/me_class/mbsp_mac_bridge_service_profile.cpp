@@ -15,7 +15,8 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_mbsp, dynFilterAgingTime, decimal),
 };
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 512}, {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::mbpcd, .name = "mbpcdInst", .related_inst_num = 512}, {}};
 constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_ANI | UP_UNI | DOWN_ANI | DOWN_UNI},
                                        {}};
 

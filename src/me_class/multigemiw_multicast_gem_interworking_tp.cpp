@@ -33,10 +33,11 @@ i32 multi_gem_attr_gem_ctp_op(gpon_me_cmd* cmd)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::mbpcd, "mbpcdInst", nullptr, 1},
-                                            {me_class::vtocd, "vtocdInst", nullptr, 1},
-                                            {me_class::evtocd, "evtocdInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::mbpcd, .name = "mbpcdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::vtocd, .name = "vtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::evtocd, .name = "evtocdInst", .related_inst_num = 1},
+    {}};
 constexpr gpon_me_attr_op ATTR_OPS[] = {{CTP.mask, multi_gem_attr_gem_ctp_op}, {}};
 constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, DOWN_ANI}, {me_class::gemctp, UP_ANI}, {}};
 

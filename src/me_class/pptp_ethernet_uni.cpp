@@ -11,9 +11,12 @@ namespace {
 constexpr gpon_me_field FIELDS[] = {GPON_FIELD(gpon_raw_pptp, instID, hex)};
 
 constexpr gpon_me_related_info RELATED[] = {
-    {me_class::mbpcd, "mbpcdInst", nullptr, 1}, {me_class::mapper, "mapperInst", nullptr, 1},
-    {me_class::vtocd, "vtocdInst", nullptr, 1}, {me_class::evtocd, "evtocdInst", nullptr, 1},
-    {me_class::pq, "pqInst", nullptr, 1},       {}};
+    {.related_class_id = me_class::mbpcd, .name = "mbpcdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::mapper, .name = "mapperInst", .related_inst_num = 1},
+    {.related_class_id = me_class::vtocd, .name = "vtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::evtocd, .name = "evtocdInst", .related_inst_num = 1},
+    {.related_class_id = me_class::pq, .name = "pqInst", .related_inst_num = 1},
+    {}};
 constexpr gpon_me_next_class NEXT[] = {{me_class::mbpcd, UP_UNI}, {me_class::mapper, UP_UNI}, {}};
 
 } // namespace

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
+// Compiled for size: no frame runs this code.
 // Priority queue (class 277, G.988 9.2.10).
 #include "attribute_handlers.h"
 #include "classes.h"
@@ -110,7 +111,8 @@ i32 pq_fill_raw_data(void* raw)
 
 namespace {
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nullptr, 32}, {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::gemctp, .name = "gemCtpInst", .related_inst_num = 32}, {}};
 
 constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, pq_attr_tcont_op},
                                         {PORT.mask, pq_attr_pptp_op},

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
+// Compiled for size: no frame runs this code.
 // T-CONT (class 262, G.988 9.2.2).
 #include "attribute_handlers.h"
 #include "classes.h"
@@ -12,10 +13,11 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_tcont, policy, decimal),
 };
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nullptr, 32},
-                                            {me_class::pq, "pqInst", nullptr, 1},
-                                            {me_class::ts, "tsInst", nullptr, 1},
-                                            {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::gemctp, .name = "gemCtpInst", .related_inst_num = 32},
+    {.related_class_id = me_class::pq, .name = "pqInst", .related_inst_num = 1},
+    {.related_class_id = me_class::ts, .name = "tsInst", .related_inst_num = 1},
+    {}};
 
 } // namespace
 

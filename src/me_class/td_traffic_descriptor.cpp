@@ -18,7 +18,8 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_td, meterType, decimal),
 };
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::gemctp, "gemCtpInst", nullptr, 1}, {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::gemctp, .name = "gemCtpInst", .related_inst_num = 1}, {}};
 
 } // namespace
 

@@ -12,7 +12,8 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_ts, weight, decimal),
 };
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::pq, "pqInst", nullptr, 8}, {}};
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::pq, .name = "pqInst", .related_inst_num = 8}, {}};
 
 } // namespace
 

@@ -52,7 +52,8 @@ template <const gpon_me_pointer& POINTER> i32 report(gpon_me_cmd* cmd)
     return me ? gpon::report_pointer(cmd, {me_class::imaginary, me->instID}, POINTER, me) : -1;
 }
 
-constexpr gpon_me_related_info RELATED[] = {{me_class::imaginary, "imaginaryInst", nullptr, 2},
+constexpr gpon_me_related_info RELATED[] = {
+    {.related_class_id = me_class::imaginary, .name = "imaginaryInst", .related_inst_num = 2},
                                             {}};
 constexpr gpon_me_attr_op ATTR_OPS[] = {{PORT.mask, report<PORT>}, {BRIDGE.mask, report<BRIDGE>}, {}};
 
@@ -77,7 +78,8 @@ sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
 
 
 # A bridge records the instances that point at it.
-sed -i 's/"mbpcdInst", nullptr, 512}, /&{me_class::imaginary, "imaginaryInst", nullptr, 1}, /' \
+imaginary='{.related_class_id = me_class::imaginary, .name = "imaginaryInst", .related_inst_num = 1}'
+sed -i "s/\"mbpcdInst\", .related_inst_num = 512},/& $imaginary,/" \
     "$scratch/src/me_class/mbsp_mac_bridge_service_profile.cpp"
 
 # Its attributes in OMCI messages.
