@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
  * Handlers of the debug commands that set and show the switches. argc is the number of words after
- * the command; a word that is missing or is no number leaves the default. Control path.
+ * the command; a word that is missing or is no number leaves the default. Control path;
+ * called through a pointer, which carries no lock contract.
  */
 #ifndef GPON_DEBUG_SET_COMMANDS_H
 #define GPON_DEBUG_SET_COMMANDS_H

@@ -1,7 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
 /*
  * Handlers of the debug commands that show and clean instances and rules. argc is the number of
- * words after the command; a word that is missing or is no number leaves the default. Control path.
+ * words after the command; a word that is missing or is no number leaves the default. Control path;
+ * called through a pointer, which carries no lock contract: a handler that needs
+ * gpon_flow_control_mutex asserts that its caller has it.
  */
 #ifndef GPON_DEBUG_STORE_COMMANDS_H
 #define GPON_DEBUG_STORE_COMMANDS_H

@@ -94,11 +94,11 @@ void begin_generation() GPON_REQUIRES(gpon_hash_lock);
 
 /* The bracket around a change of the store. Every function that changes the store has one. An OMCI
  * command, a deletion by an operator and the unloading have one around their whole work, a command
- * including its flush. Brackets nest; only the outermost one counts. Control path, one caller at a
- * time (gpon_flow_control_mutex). */
+ * including its flush. Brackets nest; only the outermost one counts. */
 class store_change {
 public:
-    [[nodiscard]] store_change() GPON_EXCLUDES(gpon_hash_lock);
+    [[nodiscard]] store_change() GPON_REQUIRES(gpon_flow_control_mutex)
+        GPON_EXCLUDES(gpon_hash_lock);
     ~store_change() GPON_EXCLUDES(gpon_hash_lock);
     store_change(const store_change&) = delete;
     store_change& operator=(const store_change&) = delete;

@@ -10,7 +10,7 @@
 extern "C" {
 
 /* Copies the template of size bytes to dst and allocates a zeroed array for each row. Returns 0, or
- * -1 with nothing left allocated. Control path. */
+ * -1 with nothing left allocated. Any context. */
 [[nodiscard]] i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst,
                                                     const gpon_me_related_info* table, i32 size);
 

@@ -150,9 +150,9 @@ inline void trace_related_data()
     log_context::of<gpon_flow_list_get_related_data>().trace("[%s][%d]: Enter\n");
 }
 
-/* Reports a change of an instance, if somebody listens. Control path. */
+/* Reports a change of an instance, if somebody listens. */
 [[gnu::cold, gnu::noinline]] void report_instance(u16 class_id, u16 inst_id,
-                                                  gpon_instance_change change);
+                                                  gpon_instance_change change) GPON_CHANGES_LISTS;
 
 /* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of
  * it, which shares everything the node owns, and frees the node after its readers. */
