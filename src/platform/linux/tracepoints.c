@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
+/* Compiled for size: no frame runs this code. */
 /*
  * Trace events: connects the core's events to those of gpon_flow_trace.h.
  *
