@@ -93,7 +93,7 @@ TEST(check_rules, a_single_bridge_needs_no_filter)
               names{});
 }
 
-TEST(check_rules, one_vlan_on_two_bridges)
+TEST(check_rules, reports_one_vlan_on_two_bridges)
 {
     const std::string line =
         two_services(vlan_100, "vlanFilterList=200,100 forwardOperation=0x10 vlanFilterNums=2");
@@ -153,7 +153,7 @@ TEST(check_rules, a_port_id_of_two_gem_ports)
               names{});
 }
 
-TEST(check_rules, a_service_without_uni_or_without_ani)
+TEST(check_rules, reports_a_service_without_uni_or_without_ani)
 {
     const std::string bridge = "load\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n";
     const std::string uni =
@@ -265,7 +265,7 @@ TEST(check_rules, an_instance_at_which_nothing_points)
     EXPECT_EQ(found("unreachable", good_line), names{});
 }
 
-TEST(check_rules, values_outside_their_range)
+TEST(check_rules, reports_values_outside_their_range)
 {
     EXPECT_EQ(found("out-of-range", "me create GEM_PORT_CTP 1 portID=4096 direction=3\n"
                                     "me set T_CONT 0x8000 allocID=5000 policy=3\n"

@@ -69,7 +69,7 @@ TEST(check, the_subscriber_line_has_no_findings_but_capacities_on_request)
     }
 }
 
-TEST(check, a_pointer_to_nothing)
+TEST(check, reports_a_pointer_to_nothing)
 {
     EXPECT_EQ(kinds_of("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"),
               names{"missing-instance GEM_INTERWORK_TP 0x0011 2"});

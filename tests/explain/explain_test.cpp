@@ -161,7 +161,7 @@ TEST(explain, a_gem_port_towards_the_subscriber)
     EXPECT_TRUE(holds_text(text, "reached GEM_PORT_CTP 0x0001: its direction is 2")) << text;
 }
 
-TEST(explain, a_disabled_engine_and_an_unloaded_module)
+TEST(explain, names_a_disabled_engine_and_an_unloaded_module)
 {
     EXPECT_TRUE(
         holds_text(explanation_of("load\n" + hook_up_ani(frame_of_vlan_100)), "the engine is off"));

@@ -182,7 +182,7 @@ TEST(question_tagging, what_the_onu_decides_is_a_note)
                 testing::Not(HasSubstr("the ONU decides")));
 }
 
-TEST(question_tagging, json_of_a_frame_that_no_uni_receives)
+TEST(question_tagging, prints_json_of_a_frame_that_no_uni_receives)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);

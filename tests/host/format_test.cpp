@@ -23,14 +23,14 @@ std::string text_of(const char* text, ...)
     return result;
 }
 
-TEST(kernel_format, plain_text_and_percent_sign)
+TEST(kernel_format, prints_plain_text_and_percent_signs)
 {
     EXPECT_EQ(text_of(""), "");
     EXPECT_EQ(text_of("no conversion"), "no conversion");
     EXPECT_EQ(text_of("100%%, %%d"), "100%, %d");
 }
 
-TEST(kernel_format, decimal_numbers)
+TEST(kernel_format, prints_decimal_numbers)
 {
     EXPECT_EQ(text_of("%d %i %u", -5, 6, 7u), "-5 6 7");
     EXPECT_EQ(text_of("%d", INT_MIN), "-2147483648");
@@ -40,7 +40,7 @@ TEST(kernel_format, decimal_numbers)
     EXPECT_EQ(text_of("%+u", 5u), "5");
 }
 
-TEST(kernel_format, width_of_decimal_numbers)
+TEST(kernel_format, pads_decimal_numbers_to_a_width)
 {
     EXPECT_EQ(text_of("[%5d]", 42), "[   42]");
     EXPECT_EQ(text_of("[%5d]", -42), "[  -42]");
@@ -53,7 +53,7 @@ TEST(kernel_format, width_of_decimal_numbers)
     EXPECT_EQ(text_of("[%+05d]", 42), "[+0042]");
 }
 
-TEST(kernel_format, hexadecimal_numbers)
+TEST(kernel_format, prints_hexadecimal_numbers)
 {
     EXPECT_EQ(text_of("%x %X", 0xbeefu, 0xbeefu), "beef BEEF");
     EXPECT_EQ(text_of("%02x:%02x:%02x", 0u, 0xau, 0xffu), "00:0a:ff");
@@ -73,7 +73,7 @@ TEST(kernel_format, alternate_form_prefixes_zero_as_well)
     EXPECT_EQ(text_of("%o %#o %#o", 8u, 8u, 0u), "10 010 0");
 }
 
-TEST(kernel_format, precision_of_numbers)
+TEST(kernel_format, applies_a_precision_to_numbers)
 {
     EXPECT_EQ(text_of("[%#10.4x]", 0u), "[    0x0000]"); // libc: no prefix
     EXPECT_EQ(text_of("[%#10.4x]", 0x12u), "[    0x0012]");
@@ -88,7 +88,7 @@ TEST(kernel_format, precision_of_numbers)
     EXPECT_EQ(text_of("[%.0d] [%.d]", 0, 0), "[0] [0]"); // libc: empty
 }
 
-TEST(kernel_format, width_and_precision_from_arguments)
+TEST(kernel_format, takes_width_and_precision_from_arguments)
 {
     EXPECT_EQ(text_of("[%*d]", 5, 42), "[   42]");
     EXPECT_EQ(text_of("[%*d]", -5, 42), "[42   ]");
@@ -153,7 +153,7 @@ TEST(kernel_format, an_unknown_conversion_ends_the_text)
     EXPECT_EQ(text_of("a %5"), "a ");
 }
 
-TEST(kernel_format, texts_of_any_length)
+TEST(kernel_format, prints_texts_of_any_length)
 {
     const std::string text(5000, 'x');
     EXPECT_EQ(text_of("%s", text.c_str()), text);

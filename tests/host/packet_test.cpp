@@ -43,7 +43,7 @@ TEST(packet, without_a_frame_nothing_may_be_read)
     EXPECT_EQ(skb_mac_frame(&packet).bytes, 0u);
 }
 
-TEST(packet, platform_fields)
+TEST(packet, has_platform_fields)
 {
     sk_buff packet;
     packet.flag_word = 0x100004;

@@ -144,7 +144,7 @@ TEST_F(several_onus, choice_of_an_absent_one_is_an_error)
     EXPECT_THAT(result.error, HasSubstr("1 are of other ONUs"));
 }
 
-TEST(omci_mac, text_and_back)
+TEST(omci_mac, converts_to_text_and_back)
 {
     EXPECT_EQ(to_text(onu), "02:00:00:00:00:02");
     EXPECT_EQ(parse_mac("02:00:00:00:00:02"), onu);

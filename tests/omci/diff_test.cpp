@@ -30,7 +30,7 @@ std::vector<std::string> differences(const std::string& left, const std::string&
     return texts;
 }
 
-TEST(line_difference, none_between_equal_operations)
+TEST(line_difference, finds_none_between_equal_operations)
 {
     const std::string text = operation + translation + "f800000080320000400f000000080320\n";
     EXPECT_THAT(differences(text, text), IsEmpty());

@@ -732,7 +732,7 @@ tag_operation plain(uint8_t upstream_mode, uint8_t downstream_mode)
     return op;
 }
 
-TEST(tagging_plain, upstream_modes)
+TEST(tagging_plain, applies_upstream_modes)
 {
     const octets untagged = frame_with({});
     const octets tagged = frame_with({vlan(5, 2)});
@@ -749,7 +749,7 @@ TEST(tagging_plain, upstream_modes)
               "VLAN 100 priority 3, VLAN 5 priority 2 (0x88a8)");
 }
 
-TEST(tagging_plain, downstream_modes)
+TEST(tagging_plain, applies_downstream_modes)
 {
     const octets tagged = frame_with({vlan(100, 3), vlan(5, 2)});
     EXPECT_EQ(down(plain(2, 0), tagged), "VLAN 100 priority 3, VLAN 5 priority 2");

@@ -341,7 +341,7 @@ for number in -1 0 184 x; do
 done
 expect_status 3 explain refused.scn kind=up_ani frame=00
 expect_status 0 explain "$line" kind=up_ani frame=0200000000010200000001028100006508004500
-grep -q '^dropped$' out || complain 'explain does not tell a drop'
+grep -q '^dropped$' out || complain 'explain does not report a drop'
 
 # Drawings: DOT by itself, pictures by graphviz where it is there.
 expect_bold() { # NODE ARGUMENT...

@@ -170,7 +170,7 @@ TEST(hex, digits_come_in_pairs_with_separators_between_bytes)
     EXPECT_THAT(error_of("hook kind=0 frame=120g"), HasSubstr("'0g' is not a byte"));
 }
 
-TEST(config_command, fields_raw_bytes_or_a_null_pointer)
+TEST(config_command, takes_fields_raw_bytes_or_a_null_pointer)
 {
     gpon_flow_cfg_data record;
     const bytes fields = parse_only<config_command>("config upstream_queue_num=0x102 "

@@ -52,7 +52,7 @@ TEST_F(run, facts_are_no_part_of_a_transcript)
               plain);
 }
 
-TEST_F(run, result_lines_of_the_interfaces)
+TEST_F(run, prints_result_lines_of_the_interfaces)
 {
     fake.load_answer = -12;
     EXPECT_EQ(transcript_of("load"), "> load\n= load -12\n");

@@ -64,7 +64,7 @@ protected:
     }
 };
 
-TEST_F(trace_filter, every_combination_of_fields_against_every_kind_of_frame)
+TEST_F(trace_filter, compares_every_combination_of_fields_with_every_kind_of_frame)
 {
     const std::array<u8, 6> other = {2, 0, 0, 0, 0, 9};
     const std::vector<std::vector<vlan_tag>> taggings = {

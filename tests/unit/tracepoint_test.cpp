@@ -359,7 +359,7 @@ TEST_F(tracepoints, of_steps_that_are_learnt_and_not_learnt)
     EXPECT_THAT(found, Contains("learn 2"));
 }
 
-TEST_F(tracepoints, of_sweeps)
+TEST_F(tracepoints, report_sweeps)
 {
     send(GPON_API_DOWN_UNI);
     seen();
@@ -370,7 +370,7 @@ TEST_F(tracepoints, of_sweeps)
                             "sweep rules=0 aged=0 buckets=64"));
 }
 
-TEST_F(tracepoints, of_commands)
+TEST_F(tracepoints, report_commands)
 {
     gpon_raw_mbsp raw = {};
     gpon_flow_cmd record = {};
