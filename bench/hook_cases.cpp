@@ -64,13 +64,13 @@ std::vector<std::unique_ptr<frame>> frames_of(const line_shape& shape, uint16_t 
 /* Whole hook calls, with the frames of all services in turn. */
 class hook_calls : public work {
 public:
-    hook_calls(direction way, unsigned services, bool remembered)
-        : way_(way), line_(line_shape{1, services})
+    hook_calls(direction dir, unsigned services, bool remembered)
+        : dir_(dir), line_(line_shape{1, services})
     {
         // Without remembered outcomes each frame replays its rule.
         host::set_remembered_outcomes(remembered);
         for (auto& frames : frames_)
-            frames = frames_of(line_.shape, way.flag);
+            frames = frames_of(line_.shape, dir.flag);
         // The first round may grow the table; rules that collide before that are dropped.
         for (int round = 0; round < 3; ++round)
             pass();
@@ -83,7 +83,7 @@ public:
     void pass() override
     {
         for (const auto& sent : frames_[thread_number]) {
-            const auto answer = host::hook(way_.api_type, 0, &sent->packet);
+            const auto answer = host::hook(dir_.api_type, 0, &sent->packet);
             if (answer->api_result != 0)
                 throw std::runtime_error("a frame was refused");
         }
@@ -91,7 +91,7 @@ public:
     uint32_t operations() const override { return static_cast<uint32_t>(frames_[0].size()); }
 
 private:
-    const direction way_;
+    const direction dir_;
     line line_;
     // Each CPU has its own packets.
     std::vector<std::unique_ptr<frame>> frames_[2];
@@ -107,16 +107,16 @@ public:
 
 void add_hook_cases(case_list& cases)
 {
-    for (const direction& way : directions)
+    for (const direction& dir : directions)
         for (const unsigned services : {1u, 8u, 64u}) {
             const std::string where =
-                std::string(way.name) + "/" + std::to_string(services) + "_services";
+                std::string(dir.name) + "/" + std::to_string(services) + "_services";
             for (const bool remembered : {false, true}) {
                 const std::string kind = remembered ? "hook/known/" : "hook/quick/";
-                cases.push_back(make_case<hook_calls>(kind + where, way, services, remembered));
+                cases.push_back(make_case<hook_calls>(kind + where, dir, services, remembered));
                 cases.back().parallel = true;
             }
-            cases.push_back(make_case<first_frames>("hook/first/" + where, way, services, true));
+            cases.push_back(make_case<first_frames>("hook/first/" + where, dir, services, true));
             cases.back().prepares = true;
         }
 }

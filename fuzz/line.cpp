@@ -130,7 +130,8 @@ bool line::run(const hook_command& call)
 {
     const auto answer = module_->hook(call.options, call.frame ? &*call.frame : nullptr);
     if (answer) {
-        require(answer->ret == GPON_HOOK_RETURN, "the hook answers the framework always alike");
+        require(answer->ret == GPON_HOOK_RETURN,
+                "the hook always returns the same to the framework");
         require(is_outcome(call.options, answer->api_result), "a packet passes or fails");
         // The switch ignores the packet.
         require(!call.frame || call.options.kind == GPON_API_SWITCH ||

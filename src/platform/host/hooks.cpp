@@ -21,19 +21,19 @@ namespace {
 constexpr int not_written = INT_MIN;
 
 std::vector<vorn_hook_ops*> chain = {&gpon_flow_mapping_hook_ops};
-int mapping_answer = 0;
-int queue_mapping_answer = 0;
+int mapping_result = 0;
+int queue_mapping_result = 0;
 
 int map_packet(sk_buff*)
 {
-    record_call("gpon_mapping_hook = %d", mapping_answer);
-    return mapping_answer;
+    record_call("gpon_mapping_hook = %d", mapping_result);
+    return mapping_result;
 }
 
 int map_to_queue(sk_buff* skb)
 {
-    record_call("gpon_queue_mapping_hook gem=%u = %d", skb->gemport_id, queue_mapping_answer);
-    return queue_mapping_answer;
+    record_call("gpon_queue_mapping_hook gem=%u = %d", skb->gemport_id, queue_mapping_result);
+    return queue_mapping_result;
 }
 
 // The packet handling of an ONU without a flow engine.
@@ -79,16 +79,16 @@ std::optional<hook_answer> hook(uint32_t api_type, uint32_t api_param, sk_buff* 
     return hook_answer{ret, data.api_result};
 }
 
-void set_mapping(std::optional<int> answer)
+void set_mapping(std::optional<int> result)
 {
-    mapping_answer = answer.value_or(0);
-    gpon_mapping_hook = answer ? map_packet : nullptr;
+    mapping_result = result.value_or(0);
+    gpon_mapping_hook = result ? map_packet : nullptr;
 }
 
-void set_queue_mapping(std::optional<int> answer)
+void set_queue_mapping(std::optional<int> result)
 {
-    queue_mapping_answer = answer.value_or(0);
-    gpon_queue_mapping_hook = answer ? map_to_queue : nullptr;
+    queue_mapping_result = result.value_or(0);
+    gpon_queue_mapping_hook = result ? map_to_queue : nullptr;
 }
 
 void drop_hooks()

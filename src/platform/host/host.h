@@ -72,8 +72,8 @@ void advance(uint64_t count);
 
 /* The platform's two function pointers: no value sets a null pointer, a value is returned by the
  * function. */
-void set_mapping(std::optional<int> answer);
-void set_queue_mapping(std::optional<int> answer);
+void set_mapping(std::optional<int> result);
+void set_queue_mapping(std::optional<int> result);
 
 /* The next call of a service (the nth from now for alloc and copy) fails once. */
 enum class fault { chrdev, proc_dir, proc_entry, hook, alloc, copy };
