@@ -12,6 +12,7 @@ fresh_tree
 # LINES: compiled as the body of a function that has the headers of the rule table and the store.
 analyse() {
     file a.cpp <<SOURCE
+#include "hash/generation.h"
 #include "hash/rule_table.h"
 #include "base/memory.h"
 #include "me/default_config.h"
@@ -25,9 +26,9 @@ SOURCE
 }
 
 guard='gpon::bh_lock guard(gpon_hash_lock);'
-passes "change under the lock" analyse "$guard gpon_hash_expand_table();"
+passes "change under the lock" analyse "$guard gpon_hash_rehash_new_table();"
 passes "taking the lock once" analyse 'gpon_hash_clean_all_safe();'
-fails "change without the lock" "requires holding" analyse 'gpon_hash_expand_table();'
+fails "change without the lock" "requires holding" analyse 'gpon_hash_rehash_new_table();'
 fails "taking the lock twice" "is held" analyse "$guard gpon_hash_clean_all_safe();"
 fails "keeping the lock" "still held" analyse 'spin_lock_bh(&gpon_hash_lock);'
 
@@ -51,6 +52,9 @@ fails "changing a link in a read section" "requires holding mutex" \
     analyse "$reader gpon_me_related_id id = {}; gpon::store_related_id(id, {});"
 fails "reporting a link without the mutex" "requires holding mutex" \
     analyse 'gpon_flow_me_general_update(nullptr);'
+passes "a change of the store under the mutex" analyse "$control const gpon::store_change change;"
+fails "a change of the store without the mutex" "requires holding mutex" \
+    analyse 'const gpon::store_change change;'
 fails "taking the control mutex twice" "already held" analyse "$control { $control }"
 passes "configuration under the mutex" analyse "$control gpon_flow_cfg_data = {};"
 fails "configuration without the mutex" "requires holding mutex" analyse 'gpon_flow_cfg_data = {};'

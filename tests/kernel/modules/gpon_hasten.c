@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * Makes one timer of long period expire early: whoever arms a timer for "period" jiffies from now,
- * or up to a second less, gets "instead" jiffies. "insmod gpon_hasten.ko period=30000
+ * Makes one timer of long period expire early: a timer that is armed for "period" jiffies from now,
+ * or up to a second less, expires after "instead" jiffies. "insmod gpon_hasten.ko period=30000
  * instead=25" lets a test see the aging of rules hundreds of times in a minute, on the kernel's own
  * clock and timers.
  */
