@@ -80,9 +80,9 @@ violation src/pkt/walk.h 'void lost();' "lost, which no source"
 tool_tree() {
     paired_tree
     local header
-    for header in $(sed -n '/^TOOL_EXCEPTIONS/,/^}/s/^ *"\(tool[^"]*\)".*/\1/p' "$check"); do
+    while read -r header; do
         file "$header" <<<'void nowhere();'
-    done
+    done < <(sed -n '/^TOOL_EXCEPTIONS/,/^}/s/^ *"\(tool[^"]*\)".*/\1/p' "$check")
     file tool/text/words.h <<<'namespace gponflow {
         class words { public: virtual ~words(); virtual int count() = 0; std::function<void(int)> take; };
         std::vector<int> split(int at = 0);

@@ -18,7 +18,7 @@ enum class direction { upstream, downstream };
 tag_rewriting rewrite(const tag_operation& operation, direction dir, const bytes& frame)
 {
     return dir == direction::upstream ? rewrite_upstream(operation, frame)
-                                        : rewrite_downstream(operation, frame);
+                                      : rewrite_downstream(operation, frame);
 }
 
 class carrier {
