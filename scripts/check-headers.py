@@ -25,7 +25,6 @@ import sys
 TOOL_EXCEPTIONS = {
     "tool/commands/commands.h": "one function for each subcommand, which main.cpp calls",
     "tool/check/families.h": "one function for each family of rules, which check.cpp calls",
-    "tool/live/module_reader.h": "one interface with a source for each of its two kinds",
     "tool/report/page_parts.h": "texts that the build generates from page.html, .css and .js",
 }
 

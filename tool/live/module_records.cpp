@@ -9,7 +9,6 @@
 #include "hash/crc32.h"
 #include "hash/dump.h"
 #include "include/packet_flow.h"
-#include "tool/live/module_reader.h"
 #include "tool/model/class_records.h"
 
 namespace gponflow {
@@ -102,18 +101,6 @@ dumped_instance instance_of(const gpon_seen_instance& seen)
     }
     lists_last(result.attributes, &dumped_attribute::array);
     lists_last(result.links, &dumped_link::list);
-    return result;
-}
-
-rule_table module_reader::table()
-{
-    const engine_state now = state();
-    rule_table result{now.rules, now.buckets, now.threshold, {}};
-    for (seen_rule& one : rules()) {
-        one.rule.hits = one.hits;
-        one.rule.idle_ms = one.idle;
-        result.rules.push_back(std::move(one.rule));
-    }
     return result;
 }
 

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/module_reader.h"
+
+#include <utility>
+
+namespace gponflow {
+
+rule_table module_reader::table()
+{
+    const engine_state now = state();
+    rule_table result{now.rules, now.buckets, now.threshold, {}};
+    for (seen_rule& one : rules()) {
+        one.rule.hits = one.hits;
+        one.rule.idle_ms = one.idle;
+        result.rules.push_back(std::move(one.rule));
+    }
+    return result;
+}
+
+} // namespace gponflow
