@@ -68,9 +68,12 @@ void follow_kernel(const monitor_request& request)
     printer out(request, changes.last_number());
     stop_signals stop;
     std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
-    while (std::cout && !out.is_complete() && !stop.wait(changes.number(), -1))
+    // A signal comes behind the changes that have arrived: they are read before the end.
+    for (bool stopped = false; std::cout && !out.is_complete() && !stopped;) {
+        stopped = stop.wait(changes.number(), -1);
         if (changes.read([&](const module_change& change) { out.take(change); }))
             std::cerr << "gponflow: the kernel dropped changes\n";
+    }
 }
 
 int monitor(const monitor_request& request)

@@ -162,17 +162,19 @@ private:
             ++frames;
             call.events = one.events;
         });
-        stream().read(
+        stream_->read(
             [&](const event_stream::event& one) { sorted.event(one.record, one.cpu, one.gap); });
         sorted.finish();
         call.others = frames > 1;
     }
 
-    // Unloading the module takes its events away.
+    // Unloading the module takes its events away, in this process or in another one.
     event_stream& stream()
     {
-        if (!stream_)
+        if (!stream_ || !stream_->is_enabled()) {
+            stream_.reset(); // its buffer has the name of the new one
             stream_ = event_stream::open({.learning = true});
+        }
         return *stream_;
     }
 

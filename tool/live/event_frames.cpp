@@ -14,10 +14,16 @@ bool ends_path(gpon_tracepoint point)
            point == GPON_TRACEPOINT_DROP;
 }
 
-// An event behind the end of a path is that of a drop, otherwise it is of the next call.
+// An event behind the end of a path is that of its drop, otherwise it is of the next call.
 bool follows_end(const frame_events& of, const gpon_trace_record& record)
 {
-    return record.point == GPON_TRACEPOINT_DROP && of.events.back().point != GPON_TRACEPOINT_DROP;
+    const auto end = std::ranges::find_if(of.events, ends_path, &gpon_trace_record::point);
+    if (record.point != GPON_TRACEPOINT_DROP || end->point == GPON_TRACEPOINT_DROP ||
+        of.events.back().point == GPON_TRACEPOINT_DROP ||
+        record.frame.direction != end->frame.direction)
+        return false;
+    const bool passed = end->point == GPON_TRACEPOINT_RULE_HIT || end->end == GPON_END_PASSED;
+    return record.end == (passed ? GPON_END_NO_QUEUE : end->end);
 }
 
 bool begins_path(const gpon_trace_record& record)
@@ -85,6 +91,7 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
     if (frame->of.events.empty() && gap && !begins_path(record))
         frame->of.lost = true;
     frame->cpu = cpu;
+    frame->quiet_looks = 0;
     frame->of.events.push_back(record);
     frame->ended = frame->ended || ends_path(record.point);
     pass_on([&](const open_frame& one) { return one.ended && one.cpu == cpu && &one != &*frame; });
@@ -92,9 +99,12 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
 
 void event_frames::flush()
 {
-    pass_on([](const open_frame& one) { return one.settled; });
-    for (open_frame& one : open_)
+    pass_on(
+        [](const open_frame& one) { return one.settled || one.quiet_looks >= most_quiet_looks; });
+    for (open_frame& one : open_) {
         one.settled = one.ended;
+        ++one.quiet_looks;
+    }
 }
 
 void event_frames::finish()

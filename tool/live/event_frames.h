@@ -18,7 +18,9 @@ struct frame_events {
 
 /// Frames that several CPUs handle at the same time have mixed events, which the address of the
 /// packet tells apart. Nothing marks the last event of a call: a frame is complete when its CPU
-/// goes on to another one, or when nothing came until the next look for events.
+/// goes on to another one, or when nothing came until the next look for events. A frame whose end
+/// is missing stays open for many looks: a CPU that prints the log of a marked frame to a slow
+/// console sends its events with long pauses.
 class event_frames {
 public:
     using frame_sink = std::function<void(const frame_events&)>;
@@ -28,8 +30,12 @@ public:
     /// Takes the next event of a CPU; `gap`: the kernel dropped events of this CPU before it.
     void event(const gpon_trace_record& record, int cpu, bool gap);
 
-    /// Passes on the frames whose end was seen before the last call of this function. Call it after
-    /// each look for events: the last event of a frame may come just behind a look.
+    /// Calls of flush() after which a frame without events and without an end is passed on.
+    static constexpr unsigned most_quiet_looks = 100;
+
+    /// Passes on the frames whose end was seen before the last call of this function, and those
+    /// whose end does not come. Call it after each look for events: the last event of a frame may
+    /// come just behind a look.
     void flush();
 
     /// Passes on all frames: no more events come.
@@ -41,7 +47,8 @@ private:
         const void* packet;
         int cpu;
         bool ended = false;
-        bool settled = false; ///< ended before the last flush()
+        bool settled = false;     ///< ended before the last flush()
+        unsigned quiet_looks = 0; ///< calls of flush() since the last event
     };
     using place = std::list<open_frame>::iterator;
 

@@ -241,6 +241,15 @@ void event_stream::skip()
     read([](const event&) {});
 }
 
+bool event_stream::is_enabled() const
+{
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        tracefs_event_file_read(buffer_.get(), event_system, event_name(GPON_TRACEPOINT_WALK_START),
+                                "enable", nullptr),
+        &std::free);
+    return text && *text == '1';
+}
+
 uint64_t event_stream::dropped() const
 {
     uint64_t sum = 0;

@@ -46,6 +46,9 @@ public:
     /// Discards them.
     void skip();
 
+    /// Whether the events are enabled: a module that was unloaded and loaded again has others.
+    [[nodiscard]] bool is_enabled() const;
+
     /// Events that the kernel has dropped since open(), because the buffer was full.
     [[nodiscard]] uint64_t dropped() const;
 
