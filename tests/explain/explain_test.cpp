@@ -168,6 +168,17 @@ TEST(explain, names_a_disabled_engine_and_an_unloaded_module)
     EXPECT_TRUE(holds_text(explanation_of(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 
+TEST(explain, a_frame_that_fails_with_the_engine_disabled)
+{
+    const std::string text =
+        explanation_of("load\nplatform mapping=-1\n" + hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "dropped\n  the engine is disabled, and the platform found no GEM "
+                                 "port\n"))
+        << text;
+    EXPECT_TRUE(holds_text(explanation_of(good_line + "hook kind=7 " + frame_of_vlan_100 + "\n"),
+                           "dropped\n  a hook call of an unknown kind\n"));
+}
+
 TEST(explain, a_scenario_without_a_frame_is_refused)
 {
     std::ostringstream out;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tool/capture/frame_header.h"
 #include "tool/explain/path_output.h"
 #include "tool/scenario/host_backend.h"
 

@@ -172,6 +172,20 @@ std::string accounted(const std::string& text, std::string& diagnostics)
     return out.str();
 }
 
+TEST(account_of_a_disabled_engine, counts_frames_without_a_gem_port_as_dropped)
+{
+    std::string diagnostics;
+    const std::string text =
+        accounted("load\nhook kind=up_ani " + frame_of_vlan_100 + "\nplatform mapping=-1\n" +
+                      "hook kind=up_ani " + frame_of_vlan_100 + "\n",
+                  diagnostics);
+    EXPECT_THAT(
+        text,
+        HasSubstr("dropped     1  VLAN 100 priority 0: the engine is disabled, and the platform "
+                  "found no GEM port\n"));
+    EXPECT_THAT(text, HasSubstr("not classified     1  the engine is disabled\n"));
+}
+
 TEST(account_tagging, discarded_frames_are_counted_by_row)
 {
     std::string diagnostics;

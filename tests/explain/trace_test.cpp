@@ -8,15 +8,19 @@
 
 #include <gtest/gtest.h>
 
+#include "include/packet_flow.h"
 #include "tests/explain/lines.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
+#include "tool/explain/fault.h"
+#include "tool/explain/trace_output.h"
 #include "tool/explain/trace_scenario.h"
 #include "tool/live/event_frames.h"
 #include "tool/live/watch.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
+#include "tool/scenario/open.h"
 
 namespace gponflow {
 namespace {
@@ -28,7 +32,7 @@ const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\
 
 // The frames behind a line, as a platform with several CPUs reports them: the frame with this
 // number is handled by this CPU.
-std::vector<std::vector<gpon_trace_record>> calls_of(const std::string& text)
+std::vector<std::vector<gpon_trace_record>> calls_of(const scenario& what)
 {
     struct recorder final : captured_run {
         using captured_run::captured_run;
@@ -44,8 +48,21 @@ std::vector<std::vector<gpon_trace_record>> calls_of(const std::string& text)
     const auto host = make_host_backend();
     recorder run(*host);
     std::ostringstream diagnostics;
-    EXPECT_EQ(run.run(parse_good(text), diagnostics), status_ok) << diagnostics.str();
+    EXPECT_EQ(run.run(what, diagnostics), status_ok) << diagnostics.str();
     return run.calls;
+}
+
+std::vector<std::vector<gpon_trace_record>> calls_of(const std::string& text)
+{
+    return calls_of(parse_good(text));
+}
+
+scenario opened(const std::string& file)
+{
+    std::ostringstream errors;
+    const auto found = open_scenario(file, errors);
+    EXPECT_TRUE(found) << errors.str();
+    return found.value_or(scenario{});
 }
 
 const line_model& good_entities()
@@ -113,6 +130,59 @@ TEST(frames_of_events, of_two_cpus_are_separated)
     EXPECT_EQ(seen.text, "dw");
 }
 
+// The log of a step may keep a CPU busy for longer than the time between two looks.
+TEST(frames_of_events, with_pauses_between_them_are_one_frame)
+{
+    const auto calls = calls_of(good_line + dropped);
+    ASSERT_EQ(calls.size(), 1u);
+    letters seen;
+    event_frames frames(std::ref(seen));
+    for (const gpon_trace_record& event : calls[0]) {
+        EXPECT_EQ(seen.text, "");
+        for (int looks = 0; looks < 5 && event.point != GPON_TRACEPOINT_DROP; ++looks)
+            frames.flush();
+        frames.event(event, 0, false);
+    }
+    frames.finish();
+    EXPECT_EQ(seen.text, "d");
+}
+
+TEST(frames_of_events, of_a_frame_whose_end_is_lost_are_passed_on_in_the_end)
+{
+    const auto calls = calls_of(good_line + passing);
+    ASSERT_EQ(calls.size(), 1u);
+    letters seen;
+    event_frames frames(std::ref(seen));
+    frames.event(calls[0].front(), 0, false);
+    for (unsigned looks = 0; looks < event_frames::most_quiet_looks; ++looks)
+        frames.flush();
+    EXPECT_EQ(seen.text, "");
+    frames.flush();
+    EXPECT_EQ(seen.text, "W");
+}
+
+// The platform makes several hook calls with one packet.
+TEST(frames_of_events, a_drop_of_the_next_call_is_another_frame)
+{
+    const auto calls = calls_of(good_line + "me create PPTP_ETHERNET_UNI 0x0101\n" + entering +
+                                "platform mapping=-1\nhook kind=switch param=0\n" + passing);
+    ASSERT_EQ(calls.size(), 2u);
+    ASSERT_EQ(calls[1].size(), 1u);
+    for (const unsigned short direction : {UP_ANI, UP_UNI}) {
+        letters seen;
+        event_frames frames(std::ref(seen));
+        for (auto call : calls)
+            for (gpon_trace_record& event : call) {
+                event.frame.packet = event.frame.packet ? &seen : nullptr;
+                event.frame.direction =
+                    event.end == GPON_END_NO_MAPPING ? direction : event.frame.direction;
+                frames.event(event, 0, false);
+            }
+        frames.finish();
+        EXPECT_EQ(seen.text, "wd");
+    }
+}
+
 TEST(frames_of_events, without_their_beginning_or_end_are_incomplete)
 {
     const auto calls = calls_of(good_line + passing + passing);
@@ -167,6 +237,63 @@ TEST(marked_frames, without_some_events_say_so)
     EXPECT_NE(out.str().find("Events of this frame are missing"), std::string::npos) << out.str();
 }
 
+std::string marked(const std::vector<gpon_trace_record>& call)
+{
+    std::ostringstream out;
+    print_marked_frame(read_events(call, good_entities()), good_entities(), out);
+    return out.str();
+}
+
+std::string json_of_call(const std::vector<gpon_trace_record>& call)
+{
+    std::ostringstream out;
+    const walk_record walk = read_events(call, good_entities());
+    print_trace_json({1, kind_of_direction(walk.fwd_flag), walk, {}, 0}, out);
+    return out.str();
+}
+
+TEST(marked_frames, that_fail_without_a_walk_are_dropped)
+{
+    const auto calls = calls_of(good_line + "platform mapping=-1\nhook kind=switch param=0\n" +
+                                passing + "hook kind=7 " + frame_of_vlan_100 + "\n");
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_EQ(marked(calls[0]), "upstream, from the bridge to the ANI\n"
+                                "dropped\n"
+                                "  the engine is disabled, and the platform found no GEM port\n"
+                                "The frame entered no managed entity.\n");
+    EXPECT_EQ(marked(calls[1]), "a hook call without a direction\n"
+                                "dropped\n"
+                                "  a hook call of an unknown kind\n"
+                                "The frame entered no managed entity.\n");
+    EXPECT_NE(json_of_call(calls[0]).find("\"kind\":\"up_ani\""), std::string::npos);
+    EXPECT_NE(json_of_call(calls[1]).find("\"kind\":\"other\""), std::string::npos);
+    for (const auto& call : calls) {
+        const std::string text = json_of_call(call);
+        EXPECT_NE(text.find("\"outcome\":\"dropped\""), text.npos) << text;
+        EXPECT_NE(
+            text.find("\"reason\":\"" + read_events(call, good_entities()).other_failure + '"'),
+            text.npos)
+            << text;
+    }
+}
+
+TEST(marked_frames, claim_neither_an_end_nor_a_rule_that_they_do_not_know)
+{
+    auto calls = calls_of(good_line + passing);
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_NE(marked(calls[0]).find("passes to GEM port 1025; a rule was learnt\n"),
+              std::string::npos);
+    std::erase_if(calls[0], [](const gpon_trace_record& event) {
+        return event.point == GPON_TRACEPOINT_RULE_LEARN;
+    });
+    EXPECT_NE(marked(calls[0]).find("passes to GEM port 1025\n"), std::string::npos);
+    std::erase_if(calls[0], [](const gpon_trace_record& event) {
+        return event.point == GPON_TRACEPOINT_WALK_END;
+    });
+    EXPECT_EQ(marked(calls[0]).find("passes"), std::string::npos) << marked(calls[0]);
+    EXPECT_NE(json_of_call(calls[0]).find("\"outcome\":\"unknown\""), std::string::npos);
+}
+
 TEST(walk_of_events, deeper_than_the_limit_names_the_step)
 {
     std::vector<gpon_trace_record> events(4);
@@ -193,7 +320,105 @@ TEST(walk_of_events, without_a_queue_fails_behind_the_egress)
     EXPECT_TRUE(walk.dropped);
     EXPECT_TRUE(walk.learnt);
     EXPECT_TRUE(walk.steps.back().passed);
-    EXPECT_EQ(walk.later_failure, no_queue);
+    EXPECT_EQ(walk.other_failure, no_queue);
+}
+
+// A rule may outlive an instance of its steps.
+TEST(walk_of_events, of_a_replay_ends_at_the_step_that_fails)
+{
+    const auto calls =
+        calls_of(good_line + passing + "proc write \"clean raw_data 268 1\"\n" + passing);
+    ASSERT_EQ(calls.size(), 2u);
+    const walk_record walk = read_events(calls[1], good_entities());
+    EXPECT_TRUE(walk.replayed);
+    ASSERT_EQ(walk.steps.size(), 4u);
+    EXPECT_TRUE(walk.steps[2].passed);
+    EXPECT_FALSE(walk.steps[3].passed);
+    EXPECT_EQ(walk.steps[3].dead_end, step_failed);
+    const std::string text = marked(calls[1]);
+    EXPECT_NE(text.find("The replay ends at GEM_PORT_CTP 0x0001, but the frame passes"),
+              std::string::npos)
+        << text;
+    EXPECT_EQ(text.find("GEM port"), std::string::npos) << text;
+}
+
+TEST(walk_of_events, of_a_replay_has_no_steps_behind_the_egress)
+{
+    const scenario stale =
+        opened("tests/scenarios/walk/second-bridge-wins-and-stale-steps-are-learnt.scn");
+    const auto calls = calls_of(stale);
+    ASSERT_EQ(calls.size(), 2u);
+    const walk_record walk = read_events(calls[1], final_entities(stale));
+    ASSERT_TRUE(walk.replayed);
+    std::vector<me_id> path;
+    for (const walk_step& step : walk.steps)
+        path.push_back(step.at);
+    EXPECT_EQ(path, (std::vector<me_id>{{45, 2}, {47, 0x2001}, {266, 0x12}, {268, 2}}));
+}
+
+// Which of the reasons a walk has is the module's choice; what is printed must not contradict it.
+TEST(walk_of_events, has_the_cause_that_the_module_has)
+{
+    const scenario without_memory =
+        opened("tests/scenarios/walk/lost-memory-ends-the-walk-or-a-branch.scn");
+    const line_model entities = final_entities(without_memory);
+    size_t failed = 0;
+    for (const auto& call : calls_of(without_memory)) {
+        const bool step =
+            call.back().point == GPON_TRACEPOINT_DROP && call.back().end == GPON_END_STEP_FAILED;
+        failed += step;
+        const walk_record walk = read_events(call, entities);
+        if (!walk.dropped)
+            continue;
+        const std::string reason = drop_reason(walk, entities);
+        EXPECT_EQ(reason.find("step failed, for") != reason.npos, step) << reason;
+    }
+    EXPECT_GT(failed, 4u);
+}
+
+TEST(walk_of_events, names_a_step_that_ended_the_walk_before_deeper_ends)
+{
+    std::vector<gpon_trace_record> events(6);
+    events[0].point = GPON_TRACEPOINT_WALK_START;
+    for (size_t i = 1; i < 5; ++i)
+        events[i].point = GPON_TRACEPOINT_WALK_STEP;
+    events[1].step = {me_class::mbsp, 1, 1, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
+    events[2].step = {me_class::mbpcd, 0x1001, 2, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
+    events[3].step = {me_class::gemiw, 0x11, 3, GPON_DECISION_MAPPER_REFUSES,
+                      GPON_STEP_ENDS_BRANCH};
+    events[4].step = {me_class::mbpcd, 0x1002, 2, GPON_DECISION_NONE, GPON_STEP_FAILED};
+    events[5].point = GPON_TRACEPOINT_WALK_END;
+    events[5].end = GPON_END_STEP_FAILED;
+    const walk_record walk = read_events(events, good_entities());
+    EXPECT_EQ(drop_reason(walk, good_entities()),
+              "MAC_BRIDGE_PORT_CON_DATA 0x1002 of bridge 1: it does not exist");
+    EXPECT_EQ(deepest_dead_ends(walk), std::vector<size_t>{3});
+}
+
+TEST(walk_of_events, without_a_queue_blames_no_step)
+{
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
+    ASSERT_EQ(calls.size(), 1u);
+    const walk_record walk = read_events(calls[0], good_entities());
+    EXPECT_TRUE(faults_of(walk, good_entities()).empty());
+    EXPECT_EQ(drop_reason(walk, good_entities()),
+              "a path exists, but the platform found no priority queue");
+    EXPECT_EQ(marked(calls[0]).find("The frame reached"), std::string::npos) << marked(calls[0]);
+}
+
+// Filters read neither a TPID of 0x9100 nor a TCI of 0 as a tag.
+TEST(walk_of_events, with_a_tag_that_filters_do_not_read_is_that_of_an_untagged_frame)
+{
+    for (const char* tag : {"91000064", "81000000"}) {
+        const auto calls = calls_of(good_line + "hook kind=up_ani frame=020000000001020000000101" +
+                                    tag + "08004500\n");
+        ASSERT_EQ(calls.size(), 1u);
+        const walk_record walk = read_events(calls[0], good_entities());
+        EXPECT_EQ(drop_reason(walk, good_entities()),
+                  "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) drops untagged "
+                  "frames");
+        EXPECT_NE(marked(calls[0]).find("untagged, list {0x0064}: drop"), std::string::npos);
+    }
 }
 
 TEST(walk_of_events, needs_no_module_in_this_process)
@@ -223,6 +448,20 @@ TEST(trace_of_a_scenario, shows_the_frames_that_match)
               std::string::npos);
     EXPECT_NE(traced(text, "outer_vlan=100p1").find("0 of 3 frames match"), std::string::npos);
     EXPECT_EQ(traced(text, "outer_vlan=100", 1).find("frame 3"), std::string::npos);
+}
+
+TEST(trace_of_a_scenario, has_the_kind_and_outcome_of_frames_without_events)
+{
+    for (const bool loaded : {true, false}) {
+        std::ostringstream out;
+        const std::string text =
+            (loaded ? good_line + "hook kind=switch param=0\n" : std::string()) + passing;
+        EXPECT_EQ(trace_scenario(parse_good(text), *make_host_backend(),
+                                 read_trace_filter("outer_vlan=100"), 0, out, out, {}, true),
+                  status_ok);
+        EXPECT_NE(out.str().find("\"kind\":\"up_ani\""), std::string::npos) << out.str();
+        EXPECT_NE(out.str().find("\"outcome\":\"not classified\""), std::string::npos) << out.str();
+    }
 }
 
 TEST(replay, is_explained_by_the_instances_of_its_rule)

@@ -120,6 +120,15 @@ TEST(collect_report, an_engine_that_is_off_touches_no_frame)
     EXPECT_FALSE(gone.rules);
 }
 
+TEST(collect_report, a_frame_without_a_gem_port_is_dropped_with_the_engine_off)
+{
+    const report_data data = collected("load\nplatform mapping=-1\n" + hook(frame_of_vlan_100));
+    EXPECT_EQ(data.directions[1].dropped, 1u);
+    EXPECT_EQ(data.directions[1].untouched, 0u);
+    EXPECT_EQ(data.flows.at(0).outcome,
+              "the engine is disabled, and the platform found no GEM port");
+}
+
 TEST(collect_report, flows_beyond_the_most_are_counted)
 {
     std::string text = good_line;

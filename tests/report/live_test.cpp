@@ -101,6 +101,25 @@ TEST(live_report, has_dropped_frames_in_its_counters_only)
     EXPECT_THAT(page, Not(HasSubstr("No frame was dropped")));
 }
 
+// A rule is used before the platform chooses the queue.
+TEST(live_report, of_frames_without_a_queue_does_not_claim_that_they_passed)
+{
+    const report_data data = live_after(with_uni + "platform queue=-1\n" + up_frame + up_frame +
+                                        up_frame + up_frame + up_frame);
+    EXPECT_EQ(counter_in(data, "frames_failed"), 5u);
+    EXPECT_EQ(data.directions[1].frames, 5u);
+    EXPECT_EQ(data.directions[1].passed, 0u);
+    EXPECT_EQ(flow_of_kind(data, 1).fate, frame_fate::learnt);
+    const std::string page = report_page(data);
+    EXPECT_THAT(page, Not(HasSubstr("percent passed")));
+    EXPECT_THAT(page, Not(HasSubstr("<b>passed</b>")));
+    EXPECT_THAT(page, HasSubstr("<b>learnt</b> GEM port 1025 from bridge 1"));
+    std::ostringstream out;
+    print_report_json(data, out);
+    EXPECT_THAT(out.str(), Not(HasSubstr("\"passed\"")));
+    EXPECT_THAT(out.str(), HasSubstr("\"outcome\": \"learnt\""));
+}
+
 TEST(live_report, checks_the_entities)
 {
     const report_data data = live_after("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/api/platform_hook.h"
+#include "tool/capture/frame_header.h"
 #include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
@@ -107,7 +108,7 @@ private:
         direction.quick += path.quick;
         if (!answer)
             ++direction.untouched["the module is not loaded"];
-        else if (!path.ran)
+        else if (!path.ran && answer->api_result == 0)
             ++direction.untouched["the engine is disabled"];
         else if (answer->api_result == 0)
             count_passed(options, *answer, path, frame);
@@ -150,10 +151,9 @@ private:
         const walk_record walk = read_events(call.events, entities_, &frame.data);
         path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}};
         facts.path = path_of_call(options, walk);
-        if (call.answer && walk.ran && call.answer->api_result != 0) {
-            const frame_header header = read_header(frame);
-            facts.tags = tags_text(header);
-            facts.reason = drop_reason(walk, entities_, header);
+        if (call.answer && call.answer->api_result != 0) {
+            facts.tags = tags_text(read_header(frame));
+            facts.reason = drop_reason(walk, entities_);
         }
         return facts;
     }

@@ -75,6 +75,7 @@ std::string plural_reason(const std::string& reason)
         {on_ani_side, "ports on the ANI side, not on the path of this frame"},
         {does_not_exist, "they do not exist"},
         {downstream_only, "their direction is 2, downstream only"},
+        {step_failed, "the steps failed, for example for lack of memory"},
         {path_ends, "the path ends there"}};
     const auto found = plurals.find(reason);
     return found == plurals.end() ? reason : found->second;
@@ -173,6 +174,11 @@ std::string end_text(const line_model& entities, me_id at)
     if (at.class_id == me_class::gemctp && me->as<gpon_raw_gemctp>().direction == gem_downstream)
         return downstream_only;
     return path_ends;
+}
+
+std::string failure_text(const line_model& entities, me_id at)
+{
+    return entities.find(at) ? step_failed : does_not_exist;
 }
 
 } // namespace gponflow

@@ -18,8 +18,16 @@ constexpr const char* not_selected = "the mapper does not select it for this fra
 
 constexpr const char* too_deep = "the graph is deeper than the limit of a walk";
 constexpr const char* no_passage = "frames do not pass through this class";
+constexpr const char* step_failed = "the step failed, for example for lack of memory";
+
+// Reasons that no step has, as walk_record::other_failure contains them.
 /// Of a frame that reached its egress; the text is that of the module's log, for searches in both.
 constexpr const char* no_queue = "no priority queue find!";
+constexpr const char* no_mapping = "the engine is disabled, and the platform found no GEM port";
+constexpr const char* some_step_failed = "a step failed, for example for lack of memory";
+constexpr const char* unreadable_header = "the header could not be read";
+constexpr const char* no_packet = "a hook call without a packet";
+constexpr const char* unknown_kind = "a hook call of an unknown kind";
 
 /// The same reason for several instances: "their VLAN filters drop the frame".
 [[nodiscard]] std::string plural_reason(const std::string& reason);
@@ -44,8 +52,11 @@ constexpr const char* no_queue = "no priority queue find!";
 /// Why a frame cannot go through a bridge port in its direction.
 [[nodiscard]] std::string side_text(const line_model& entities, me_id port);
 
-/// Why a walk ends at an instance that logged no reason.
+/// Why a walk ends at an instance whose event has no reason.
 [[nodiscard]] std::string end_text(const line_model& entities, me_id at);
+
+/// The same for a step that failed.
+[[nodiscard]] std::string failure_text(const line_model& entities, me_id at);
 
 /// The DSCP of a frame as the module reads it, -1 when it reads none.
 [[nodiscard]] int dscp_of(const bytes& frame);

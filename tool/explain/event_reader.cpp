@@ -48,6 +48,25 @@ std::string missing_text(uint16_t class_id, unsigned direction)
     return text;
 }
 
+// Why a frame failed, if no step of a walk is the cause; empty otherwise.
+std::string failure_without_step(gpon_frame_end end)
+{
+    switch (end) {
+    case GPON_END_NO_QUEUE:
+        return no_queue;
+    case GPON_END_NO_MAPPING:
+        return no_mapping;
+    case GPON_END_UNREADABLE:
+        return unreadable_header;
+    case GPON_END_NO_PACKET:
+        return no_packet;
+    case GPON_END_UNKNOWN_KIND:
+        return unknown_kind;
+    default:
+        return {};
+    }
+}
+
 class event_reader {
 public:
     event_reader(std::span<const gpon_trace_record> events, const line_model& entities,
@@ -60,12 +79,17 @@ public:
     {
         const auto header = std::ranges::find_if(events_, has_header);
         if (header != events_.end())
-            tci_ = outer_tci(header->frame);
+            record_.tci = outer_tci(header->frame);
         for (const gpon_trace_record& event : events_)
             take(event);
-        record_.incomplete = started_ != ended_ || (!record_.steps.empty() && !ended_ && !hit_);
+        record_.end_lost = (started_ || !record_.steps.empty()) && !ended_ && !hit_;
+        record_.incomplete = record_.end_lost || started_ != ended_;
         if (!record_.replayed)
             finish_walk();
+        // The module may lack memory between two steps.
+        if (end_ == GPON_END_STEP_FAILED &&
+            std::ranges::none_of(record_.steps, &walk_step::ends_walk))
+            record_.other_failure = some_step_failed;
         // A frame that passes was not dropped by a filter.
         for (walk_step& step : record_.steps)
             if (!record_.dropped && step.dead_end == filter_drops)
@@ -86,7 +110,8 @@ private:
             break;
         case GPON_TRACEPOINT_WALK_END:
             ended_ = record_.ran = true;
-            record_.dropped = event.end != GPON_END_PASSED;
+            end_ = event.end;
+            record_.dropped = end_ != GPON_END_PASSED;
             break;
         case GPON_TRACEPOINT_REPLAY_STEP:
             replay_step(event);
@@ -106,18 +131,18 @@ private:
         }
     }
 
-    // With the engine disabled, or in a call of an unknown kind, the frame is not classified.
+    // With the engine disabled, or in a call of an unknown kind, the frame fails unclassified.
     void take_drop(gpon_frame_end reason)
     {
-        if (reason == GPON_END_NO_MAPPING || reason == GPON_END_UNKNOWN_KIND)
-            return;
-        record_.ran = record_.dropped = true;
-        if (reason == GPON_END_NO_QUEUE)
-            record_.later_failure = no_queue;
+        record_.dropped = true;
+        if (reason != GPON_END_NO_MAPPING && reason != GPON_END_UNKNOWN_KIND)
+            record_.ran = true;
+        record_.other_failure = failure_without_step(reason);
     }
 
     walk_step& append(const gpon_trace_record& event)
     {
+        record_.ran = true;
         walk_step& step = record_.steps.emplace_back();
         step.at = {event.step.class_id, event.step.inst_id};
         step.depth = event.step.depth - 1u;
@@ -133,16 +158,25 @@ private:
             step.dead_end = too_deep;
         else if (!passage_of(step.at.class_id))
             step.dead_end = no_passage;
+        else if (event.step.status == GPON_STEP_FAILED)
+            step.dead_end = failure_text(model_, step.at);
+        step.ends_walk =
+            event.step.status == GPON_STEP_TOO_DEEP || event.step.status == GPON_STEP_FAILED;
     }
 
-    // Of a replay, the steps behind a refusal do not matter: they cannot drop the frame.
+    // Of a replay, the steps behind a refusal do not matter: they cannot drop the frame. Those
+    // behind the egress are left from an abandoned branch.
     void replay_step(const gpon_trace_record& event)
     {
         record_.replayed = true;
-        if (!record_.steps.empty() && !record_.steps.back().passed)
+        if (replay_over_)
             return;
         walk_step& step = append(event);
+        if (event.step.status == GPON_STEP_FAILED)
+            step.dead_end =
+                passage_of(step.at.class_id) ? failure_text(model_, step.at) : no_passage;
         step.passed = step.dead_end.empty();
+        replay_over_ = !step.passed || event.step.status == GPON_STEP_REACHES_EGRESS;
     }
 
     void decide(walk_step& step, unsigned decision) const
@@ -159,10 +193,12 @@ private:
             step.dead_end = filter_on_uni_side;
             break;
         case GPON_DECISION_MAPPER_SELECTS:
-            step.decisions.push_back(priority_text(model_, step.at, tci_, frame_) + ": match");
+            step.decisions.push_back(priority_text(model_, step.at, record_.tci, frame_) +
+                                     ": match");
             break;
         case GPON_DECISION_MAPPER_REFUSES:
-            step.decisions.push_back(priority_text(model_, step.at, tci_, frame_) + ": no match");
+            step.decisions.push_back(priority_text(model_, step.at, record_.tci, frame_) +
+                                     ": no match");
             step.dead_end = not_selected;
             break;
         case GPON_DECISION_OTHER_SIDE:
@@ -175,7 +211,8 @@ private:
 
     void add_filter(walk_step& step, const char* outcome) const
     {
-        if (const std::string text = filter_text(model_, step.at, tci_, tci_ != 0); !text.empty())
+        if (const std::string text = filter_text(model_, step.at, record_.tci, record_.tci != 0);
+            !text.empty())
             step.decisions.push_back(text + ": " + outcome);
     }
 
@@ -213,9 +250,10 @@ private:
     const bytes* frame_; ///< may be null
     walk_record record_;
     std::vector<gpon_step_status> statuses_; ///< of the steps of a walk
-    unsigned tci_ = 0;
+    gpon_frame_end end_ = GPON_END_PASSED;   ///< of the walk
     bool started_ = false;
     bool ended_ = false;
+    bool replay_over_ = false; ///< further steps are not on the path of the frame
     bool hit_ = false;
 };
 

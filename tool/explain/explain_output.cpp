@@ -57,6 +57,22 @@ const char* kind_title(uint32_t kind)
     return kind < titles.size() ? titles.at(kind) : "a hook call without a direction";
 }
 
+uint32_t kind_of_direction(unsigned fwd_flag)
+{
+    switch (fwd_flag) {
+    case UP_ANI:
+        return GPON_API_UP_ANI;
+    case UP_UNI:
+        return GPON_API_UP_UNI;
+    case DOWN_ANI:
+        return GPON_API_DOWN_ANI;
+    case DOWN_UNI:
+        return GPON_API_DOWN_UNI;
+    default:
+        return UINT32_MAX;
+    }
+}
+
 const char* hook_kind_name(uint32_t kind)
 {
     constexpr std::array<const char*, 4> names = {"up_uni", "up_ani", "down_uni", "down_ani"};
@@ -157,26 +173,12 @@ void print_drop(const walk_record& walk, std::ostream& out, const palette& colou
         out << "The frame reached " << ends << ".\n";
         return;
     }
-    if (!walk.later_failure.empty())
-        out << "  " << walk.later_failure << '\n';
-    out << (walk.steps.empty() ? "The frame entered no managed entity.\n"
-                               : "The walk succeeded, a later step failed.\n");
-}
-
-const char* direction_title(unsigned fwd_flag)
-{
-    switch (fwd_flag) {
-    case UP_ANI:
-        return kind_title(GPON_API_UP_ANI);
-    case UP_UNI:
-        return kind_title(GPON_API_UP_UNI);
-    case DOWN_ANI:
-        return kind_title(GPON_API_DOWN_ANI);
-    case DOWN_UNI:
-        return kind_title(GPON_API_DOWN_UNI);
-    default:
-        return "a marked frame";
-    }
+    if (!walk.other_failure.empty())
+        out << "  " << walk.other_failure << '\n';
+    if (walk.steps.empty())
+        out << "The frame entered no managed entity.\n";
+    else if (reached_egress(walk))
+        out << "The walk succeeded, a later step failed.\n";
 }
 
 std::vector<me_id> path_of(const walk_record& walk, bool passed_only)
@@ -272,6 +274,14 @@ std::string gem_port_of(const walk_record& walk, const line_model& entities)
 
 } // namespace
 
+std::string drop_text(const walk_record& walk)
+{
+    if (!walk.other_failure.empty())
+        return walk.other_failure;
+    const std::string ends = dead_ends_text(walk);
+    return ends.empty() ? "no managed entity takes frames of this kind" : ends;
+}
+
 std::string dead_ends_text(const walk_record& walk, size_t most)
 {
     // By reason, in order of first occurrence.
@@ -306,7 +316,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         out << "not classified: the module is not loaded\n";
         return;
     }
-    if (!explained.walk.ran) {
+    if (!explained.walk.ran && explained.answer->api_result == 0) {
         out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
         return;
     }
@@ -328,17 +338,24 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
 void print_marked_frame(const walk_record& walk, const line_model& entities, std::ostream& out,
                         const palette& colours)
 {
-    out << colours.heading(direction_title(walk.fwd_flag)) << '\n';
+    out << colours.heading(kind_title(kind_of_direction(walk.fwd_flag))) << '\n';
     print_steps(walk, entities, out, colours);
     if (walk.dropped) {
         print_drop(walk, out, colours);
         print_if_incomplete(walk, out);
         return;
     }
+    if (walk.end_lost) {
+        print_if_incomplete(walk, out);
+        return;
+    }
     out << colours.good("passes");
     if (const std::string port = gem_port_of(walk, entities); !port.empty())
         out << (walk.fwd_flag == DOWN_ANI ? " from GEM port " : " to GEM port ") << port;
-    out << (walk.replayed ? "; its rule was replayed\n" : "; a rule is learnt\n");
+    // Whether a rule was learnt is not known without the event: its bucket may be taken.
+    out << (walk.replayed ? "; its rule was replayed\n"
+            : walk.learnt ? "; a rule was learnt\n"
+                          : "\n");
     print_pass_note(walk, out);
     print_if_incomplete(walk, out);
 }

@@ -33,6 +33,9 @@ void print_step(const walk_step& step, const line_model& entities, std::ostream&
 /// The operations at these UNIs. Nothing for UNIs without one.
 void print_leaving(const explanation& explained, std::ostream& out, const palette& colours = {});
 
+/// The kind of hook call of a direction (enum fwd_flag); UINT32_MAX if it has none.
+[[nodiscard]] uint32_t kind_of_direction(unsigned fwd_flag);
+
 /// "upstream, from the UNI to the bridge", by kind of hook call.
 [[nodiscard]] const char* kind_title(uint32_t kind);
 
@@ -42,5 +45,8 @@ void print_leaving(const explanation& explained, std::ostream& out, const palett
 /// "A and B: the reason; C: another one" for the deepest branches. Of branches with the same
 /// reason, at most `most` are named and the rest is counted; 0 names all.
 [[nodiscard]] std::string dead_ends_text(const walk_record& walk, size_t most = 0);
+
+/// Why the frame of this walk failed.
+[[nodiscard]] std::string drop_text(const walk_record& walk);
 
 } // namespace gponflow

@@ -21,11 +21,6 @@ const me_instance* related_instance(const line_model& entities, me_id from, uint
     return all.empty() ? nullptr : entities.find(all.front());
 }
 
-std::optional<uint16_t> outer_tci(const frame_header& header)
-{
-    return header.tags.empty() ? std::nullopt : std::optional(header.tags.front().tci);
-}
-
 std::string of_bridge(std::optional<uint16_t> bridge)
 {
     return bridge ? " of bridge " + std::to_string(*bridge) : "";
@@ -33,15 +28,17 @@ std::string of_bridge(std::optional<uint16_t> bridge)
 
 class fault_finder {
 public:
-    fault_finder(const walk_record& walk, const line_model& entities, const frame_header& header,
+    fault_finder(const walk_record& walk, const line_model& entities,
                  std::optional<uint16_t> bridge)
-        : walk_(walk), entities_(entities), header_(header), bridge_(bridge)
+        : walk_(walk), entities_(entities), bridge_(bridge)
     {
     }
 
     std::vector<fault> find() const
     {
         std::vector<size_t> furthest;
+        if (!walk_.other_failure.empty())
+            return {};
         for (size_t i = 0; i < walk_.steps.size(); ++i) {
             if (walk_.steps[i].dead_end.empty())
                 continue;
@@ -78,14 +75,18 @@ private:
         return filtered ? related_instance(entities_, step.at, me_class::vtfd) : nullptr;
     }
 
-    std::tuple<bool, bool, bool, size_t, bool> reach(size_t i) const
+    std::tuple<bool, bool, bool, bool, size_t, bool> reach(size_t i) const
     {
         const walk_step& step = walk_.steps[i];
         const me_instance* filter = filter_of(step);
-        const bool same_vlan = filter && !header_.tags.empty() &&
-                               lists_vlan(filter->as<gpon_raw_vtfd>(), header_.tags[0].vlan());
+        const bool same_vlan =
+            filter && walk_.tci != 0 && lists_vlan(filter->as<gpon_raw_vtfd>(), walk_.tci & 0xfff);
         return {!bridge_ || bridge_of_step(walk_, entities_, i) == bridge_,
-                entities_.find(step.at) != nullptr, !on_other_side(step), step.depth, same_vlan};
+                step.ends_walk,
+                entities_.find(step.at) != nullptr,
+                !on_other_side(step),
+                step.depth,
+                same_vlan};
     }
 
     fault no_port(size_t i, uint16_t bridge) const
@@ -117,18 +118,19 @@ private:
         if (step.dead_end == filter_on_uni_side)
             return name + " is on the UNI side, where it drops every frame";
         return name + " (forwardOperation " + hex_text(me.forwardOperation, 2) + ") " +
-               refusal_words(me, outer_tci(header_));
+               refusal_words(me, walk_.tci ? std::optional(static_cast<uint16_t>(walk_.tci))
+                                           : std::nullopt);
     }
 
     std::string mapper_reason(const me_instance& mapper, std::optional<uint16_t> bridge) const
     {
         const auto me = mapper.as<gpon_raw_mapper>();
         const std::string name = to_text(mapper.id) + of_bridge(bridge);
-        if (header_.tags.empty())
+        if (walk_.tci == 0)
             return name + " has no GEM IW TP for untagged frames (unmark_frame_opt " +
                    std::to_string(me.unmark_frame_opt) + ", defaultPbit " +
                    std::to_string(me.defaultPbit) + ")";
-        const unsigned priority = header_.tags[0].priority();
+        const unsigned priority = walk_.tci >> 13;
         const uint16_t target = me.pbit_GemIWTP[priority];
         std::string reason = name + " has no GEM IW TP for priority " + std::to_string(priority) +
                              " (pbit_GemIWTP " + hex_text(target);
@@ -140,22 +142,25 @@ private:
 
     const walk_record& walk_;
     const line_model& entities_;
-    const frame_header& header_;
     std::optional<uint16_t> bridge_;
 };
 
 } // namespace
 
 std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
-                             const frame_header& header, std::optional<uint16_t> bridge)
+                             std::optional<uint16_t> bridge)
 {
-    return fault_finder(walk, entities, header, bridge).find();
+    return fault_finder(walk, entities, bridge).find();
 }
 
 std::string drop_reason(const walk_record& walk, const line_model& entities,
-                        const frame_header& header, std::optional<uint16_t> bridge)
+                        std::optional<uint16_t> bridge)
 {
-    const std::vector<fault> faults = faults_of(walk, entities, header, bridge);
+    if (walk.other_failure == no_queue)
+        return "a path exists, but the platform found no priority queue";
+    if (!walk.other_failure.empty())
+        return walk.other_failure;
+    const std::vector<fault> faults = faults_of(walk, entities, bridge);
     std::string text;
     for (size_t i = 0; i < std::min(most_named, faults.size()); ++i)
         text += (i ? "; " : "") + faults[i].reason;

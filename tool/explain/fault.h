@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "tool/capture/frame_header.h"
 #include "tool/explain/walk_record.h"
 
 namespace gponflow {
@@ -19,16 +18,15 @@ struct fault {
 };
 
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
-/// several filters only those whose list has the frame's VLAN. More than one if
-/// nothing distinguishes them. Empty if the log names no instance.
+/// several filters only those whose list has the frame's VLAN. A step that ended the walk of that
+/// bridge precedes deeper ones. More than one if nothing distinguishes them. Empty if no step is
+/// the cause.
 [[nodiscard]] std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
-                                           const frame_header& header,
                                            std::optional<uint16_t> bridge = {});
 
-/// The reasons in one text; of many branches the first three are named. Without a fault, the last
-/// error of the module.
+/// The reasons in one text; of many branches the first three are named. Without a fault, the reason
+/// of the module.
 [[nodiscard]] std::string drop_reason(const walk_record& walk, const line_model& entities,
-                                      const frame_header& header,
                                       std::optional<uint16_t> bridge = {});
 
 /// The bridge of a bridge port; nothing for other classes and unknown instances.

@@ -10,6 +10,7 @@
 
 #include "platform/api/platform_hook.h"
 #include "tool/capture/capture_file.h"
+#include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_output.h"
@@ -41,8 +42,7 @@ std::set<size_t> shown_steps(const explanation& half, std::optional<uint16_t> br
             shown.insert(i);
     if (!shown.empty())
         return shown;
-    const std::vector<fault> faults =
-        faults_of(walk, half.entities, read_header(frame_at_hook(half)), bridge);
+    const std::vector<fault> faults = faults_of(walk, half.entities, bridge);
     for (size_t i = 0; i < std::min(most_branches, faults.size()); ++i)
         for (const size_t step : branch_to(walk, faults[i].step))
             shown.insert(step);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
@@ -34,33 +35,47 @@ public:
     bool is_done() const { return limits_.frames != 0 && frames_ >= limits_.frames; }
 
     // Commands may have changed the entities since the last look; a burst of frames is one look.
-    void forget_entities() { entities_.reset(); }
+    void forget_entities() { outdated_ = true; }
 
     void print(const frame_events& frame, uint64_t lost)
     {
         if (is_done())
             return;
         ++frames_;
-        if (!entities_)
-            entities_ = model_of(reader_->instances());
-        walk_record walk = read_events(frame.events, *entities_);
+        read_entities();
+        walk_record walk = read_events(frame.events, entities_);
         walk.incomplete = walk.incomplete || frame.lost;
         if (limits_.json) {
-            print_trace_json({frames_, walk, {}, lost}, out_);
+            print_trace_json({frames_, kind_of_direction(walk.fwd_flag), walk, {}, lost}, out_);
             out_ << std::flush;
             return;
         }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
-        print_marked_frame(walk, *entities_, out_, colours_);
+        print_marked_frame(walk, entities_, out_, colours_);
         out_ << std::endl;
     }
 
 private:
+    // The last frames may be printed after the module was unloaded: its entities are then those of
+    // the look before.
+    void read_entities()
+    {
+        if (!std::exchange(outdated_, false))
+            return;
+        try {
+            entities_ = model_of(reader_->instances());
+        } catch (const refusal&) {
+            if (is_module_loaded())
+                throw;
+        }
+    }
+
     const trace_limits& limits_;
     std::ostream& out_;
     const palette& colours_;
     std::unique_ptr<module_reader> reader_ = make_kernel_reader();
-    std::optional<line_model> entities_;
+    line_model entities_;
+    bool outdated_ = true; ///< the entities
     uint64_t frames_ = 0;
 };
 
@@ -78,16 +93,17 @@ public:
     std::string follow(const std::ostream& out)
     {
         stop_signals stop;
-        while (out) {
+        std::string why;
+        while (out && why.empty()) {
             const bool stopped = stop.wait(-1, quiet_milliseconds);
             look();
             if (stopped || printer_.is_done() || is_time_over())
                 break;
-            if (!is_module_loaded())
-                return "the module was unloaded";
+            if (!is_module_loaded() || !stream_->is_enabled())
+                why = "the module was unloaded";
         }
         frames_.finish();
-        return {};
+        return why;
     }
 
     uint64_t frames() const { return printer_.frames(); }
@@ -95,19 +111,13 @@ public:
     uint64_t lost() const { return lost_; }
 
 private:
-    // An event belongs to a frame that is over if nothing has come behind it at the next look.
     void look()
     {
-        bool any = false;
         lost_ = stream_->dropped();
         printer_.forget_entities();
-        stream_->read([&](const event_stream::event& one) {
-            any = true;
-            frames_.event(one.record, one.cpu, one.gap);
-        });
+        stream_->read(
+            [&](const event_stream::event& one) { frames_.event(one.record, one.cpu, one.gap); });
         frames_.flush();
-        if (!any)
-            frames_.finish();
         lost_ = stream_->dropped();
     }
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/explain/trace_output.h"
 
+#include <string_view>
+
 #include <nlohmann/json.hpp>
 
-#include "include/packet_flow.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/verdict.h"
@@ -26,16 +27,26 @@ json steps_json(const walk_record& walk)
     return steps;
 }
 
+namespace {
+
+std::string_view outcome_name(const walk_record& walk)
+{
+    if (walk.dropped)
+        return "dropped";
+    if (walk.end_lost)
+        return "unknown";
+    return name_of(walk.ran ? line_outcome::passed : line_outcome::not_classified);
+}
+
+} // namespace
+
 void print_trace_json(const traced_frame& traced, std::ostream& out)
 {
     const walk_record& walk = traced.walk;
     json whole = json_document("trace");
     whole["number"] = traced.number;
-    whole["kind"] = walk.fwd_flag == UP_ANI     ? "up_ani"
-                    : walk.fwd_flag == UP_UNI   ? "up_uni"
-                    : walk.fwd_flag == DOWN_ANI ? "down_ani"
-                                                : "down_uni";
-    whole["outcome"] = name_of(walk.dropped ? line_outcome::dropped : line_outcome::passed);
+    whole["kind"] = hook_kind_name(traced.kind);
+    whole["outcome"] = outcome_name(walk);
     whole["replayed"] = walk.replayed;
     if (traced.frame)
         whole["frame"] = header_json(read_header(*traced.frame));
@@ -44,7 +55,7 @@ void print_trace_json(const traced_frame& traced, std::ostream& out)
     if (traced.lost_events)
         whole["lost_events"] = *traced.lost_events;
     if (walk.dropped)
-        whole["reason"] = dead_ends_text(walk);
+        whole["reason"] = drop_text(walk);
     whole["steps"] = steps_json(walk);
     print_json_line(whole, out);
 }

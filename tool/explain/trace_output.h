@@ -15,6 +15,7 @@ namespace gponflow {
 /// A frame of a trace.
 struct traced_frame {
     uint64_t number; ///< from 1
+    uint32_t kind;   ///< of the hook call
     const walk_record& walk;
     std::optional<captured_frame> frame;   ///< nothing if only its events are known
     std::optional<uint64_t> lost_events{}; ///< events that the kernel has dropped so far

@@ -42,7 +42,7 @@ private:
         explanation explained{{options, frame}, {}, call.answer, *entities_};
         explained.walk = read_events(call.events, explained.entities, &frame.data);
         if (json_) {
-            print_trace_json({frames_, explained.walk, frame}, out_);
+            print_trace_json({frames_, options.kind, explained.walk, frame}, out_);
             return;
         }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";

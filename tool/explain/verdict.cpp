@@ -5,6 +5,7 @@
 
 #include "include/tp_types.h"
 #include "platform/api/platform_hook.h"
+#include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_entry.h"
@@ -188,7 +189,8 @@ void note_same_number(const frame_path& path, verdict& into)
 
 line_outcome outcome_of(const explanation& half)
 {
-    if (!half.answer || !half.walk.ran)
+    // Without a GEM port from the platform, a frame is dropped even if the engine is disabled.
+    if (!half.answer || (!half.walk.ran && half.answer->api_result == 0))
         return line_outcome::not_classified;
     return half.answer->api_result == 0 && !is_discarded(leaving_frames(half))
                ? line_outcome::passed
@@ -232,9 +234,9 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
             return result;
         }
         const frame_header header = read_header(frame_at_hook(half));
-        result.faults = faults_of(half.walk, half.entities, header, bridge);
+        result.faults = faults_of(half.walk, half.entities, bridge);
         result.sentence = subject +
-                          " is dropped: " + drop_reason(half.walk, half.entities, header, bridge) +
+                          " is dropped: " + drop_reason(half.walk, half.entities, bridge) +
                           "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
                           tags_text(header) + ".";
     } else {

@@ -2,7 +2,7 @@
 #include "tool/explain/walk_record.h"
 
 #include <algorithm>
-#include <utility>
+#include <tuple>
 
 namespace gponflow {
 
@@ -10,9 +10,12 @@ std::vector<size_t> deepest_dead_ends(const walk_record& walk)
 {
     // A step with a decision is more informative than one without.
     const auto reach = [&](size_t i) {
-        return std::pair(walk.steps[i].depth, !walk.steps[i].decisions.empty());
+        const walk_step& step = walk.steps[i];
+        return std::tuple(step.ends_walk, step.depth, !step.decisions.empty());
     };
     std::vector<size_t> deepest;
+    if (!walk.other_failure.empty())
+        return deepest;
     for (size_t i = 0; i < walk.steps.size(); ++i) {
         if (walk.steps[i].dead_end.empty())
             continue;

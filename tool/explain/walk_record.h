@@ -18,6 +18,8 @@ struct walk_step {
     bool passed = false;                ///< on the path of the frame
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
     std::string dead_end;               ///< why this branch ended here; empty if it continued
+    bool ends_walk = false;             ///< further branches were not tried: the step failed, or
+                                        ///< it is too deep
 };
 
 /// The events of one hook call as data.
@@ -28,12 +30,15 @@ struct walk_record {
     bool learnt = false;          ///< a rule was added
     bool dropped = false;         ///< the frame failed
     bool incomplete = false;      ///< events are missing
+    bool end_lost = false;        ///< among them the one that ends the path
     unsigned fwd_flag = 0;        ///< direction of the walk: an enum fwd_flag of
                                   ///< include/packet_flow.h, 0 without an event
-    std::string later_failure;    ///< why a frame that reached its egress failed
+    unsigned tci = 0;             ///< outer tag as filters and mappers read it; 0 is untagged
+    std::string other_failure;    ///< why the frame failed, if no step of a walk is the cause
 };
 
-/// Index of the deepest step that ended a branch; nothing if no branch ended.
+/// Index of the deepest step that ended a branch, or of the step that ended the walk; nothing if no
+/// branch ended or no step of a walk is the cause of a failure.
 [[nodiscard]] std::optional<size_t> deepest_dead_end(const walk_record& walk);
 
 /// The same for all branches of that depth, in the order of the walk. Only the user knows which of

@@ -206,9 +206,11 @@ private:
 
     static frame_fate fate_of(const explanation& explained)
     {
-        if (!explained.answer || !explained.walk.ran)
+        if (!explained.answer)
             return frame_fate::untouched;
-        return explained.answer->api_result == 0 ? frame_fate::passed : frame_fate::dropped;
+        if (explained.answer->api_result != 0)
+            return frame_fate::dropped;
+        return explained.walk.ran ? frame_fate::passed : frame_fate::untouched;
     }
 
     std::string outcome_of(const explanation& explained, frame_fate fate) const
@@ -218,8 +220,7 @@ private:
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
-            return drop_reason(explained.walk, data_.entities,
-                               read_header(frame_at_hook(explained)));
+            return drop_reason(explained.walk, data_.entities);
         const std::string bridge = bridge_text(explained.walk, data_.entities);
         switch (explained.input.options.kind) {
         case 0:

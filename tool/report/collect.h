@@ -20,7 +20,9 @@ namespace gponflow {
 enum class frame_fate {
     passed,
     dropped,
-    untouched ///< the engine is off, or the module is not loaded
+    untouched, ///< the engine is off, or the module is not loaded
+    learnt     ///< of a running module: a rule exists, but each frame may have failed for lack of a
+               ///< priority queue
 };
 
 /// Frames with the same key, type, entry, outcome and tags at the hook call.
@@ -53,6 +55,7 @@ struct drop_row {
     explanation example; ///< of the first frame
 };
 
+/// Of a running module only frames and quick are known.
 struct direction_row {
     uint64_t frames = 0;
     uint64_t passed = 0;

@@ -87,6 +87,7 @@ flow_row flow_of(uint32_t kind, const dumped_rule& rule, const line_model& entit
 {
     flow_row flow;
     flow.kind = kind;
+    flow.fate = frame_fate::learnt;
     flow.key = rule.key;
     flow.hook_tags = rule.key.tags;
     flow.path = path_of(kind, rule.steps);
@@ -105,7 +106,6 @@ void add_flows(report_data& data)
     for (const flow_row& flow : data.flows) {
         direction_row& direction = data.directions.at(flow.kind);
         direction.frames += flow.frames;
-        direction.passed += flow.frames;
         direction.quick += flow.quick;
     }
     std::ranges::stable_sort(data.flows, std::greater<>(), &flow_row::frames);

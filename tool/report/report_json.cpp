@@ -17,6 +17,8 @@ const char* name_of(frame_fate fate)
         return "passed";
     case frame_fate::dropped:
         return "dropped";
+    case frame_fate::learnt:
+        return "learnt";
     default:
         return "not classified";
     }
@@ -38,12 +40,12 @@ json directions_json(const report_data& data)
     json all = json::array();
     for (uint32_t kind = 0; kind < data.directions.size(); ++kind) {
         const direction_row& row = data.directions.at(kind);
-        all.push_back({{"kind", hook_kind_name(kind)},
-                       {"frames", row.frames},
-                       {"passed", row.passed},
-                       {"dropped", row.dropped},
-                       {"not_classified", row.untouched},
-                       {"quick", row.quick}});
+        json entry = {{"kind", hook_kind_name(kind)}, {"frames", row.frames}, {"quick", row.quick}};
+        if (!data.live)
+            entry.update({{"passed", row.passed},
+                          {"dropped", row.dropped},
+                          {"not_classified", row.untouched}});
+        all.push_back(std::move(entry));
     }
     return all;
 }

@@ -35,6 +35,8 @@ const char* fate_name(frame_fate fate)
         return "passed";
     case frame_fate::dropped:
         return "dropped";
+    case frame_fate::learnt:
+        return "learnt";
     default:
         return "untouched";
     }
