@@ -62,7 +62,8 @@ void check_tracing()
 // A process that was killed cannot remove its buffer.
 void remove_left_buffers()
 {
-    char** const names = tracefs_instances("^gponflow-[0-9]+$");
+    // A basic regular expression, in which "+" is an ordinary character.
+    char** const names = tracefs_instances("^gponflow-[0-9]*$");
     for (char** name = names; name && *name; ++name) {
         const int process = std::atoi(*name + std::strlen(buffer_prefix));
         if (process <= 0 || kill(process, 0) == 0 || errno != ESRCH)
