@@ -18,7 +18,8 @@ pack() {
 fresh_packages() {
     local source
     fresh_tree
-    control tool 'libc6 (>= 2), libpcap0.8, libmnl0, liburcu8, libncursesw6'
+    control tool \
+        'libc6 (>= 2), libpcap0.8, libmnl0, libtracefs1, libtraceevent1, liburcu8, libncursesw6'
     for source in bin/gponflow share/man/man1/gponflow.1.gz \
         share/bash-completion/completions/gponflow share/zsh/vendor-completions/_gponflow \
         share/fish/vendor_completions.d/gponflow.fish share/man/man1/gponflow-explain.1.gz \
