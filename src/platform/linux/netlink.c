@@ -34,12 +34,15 @@ int gpon_glue_end_message(struct sk_buff *msg, void *header, int failed)
 
 /*
  * Each copy out of the core has its revision, also one without a record: the kernel marks the next
- * message of the dump, or its end, if it differs from that of the copy before.
+ * message of the dump, or its end, if it differs from that of the message before. A dump is
+ * compared with its first copy until it has a message.
  */
 static void set_revision(struct netlink_callback *cb, u64 revision)
 {
 	/* 0 stands for "no dump before" in the kernel's check. */
 	cb->seq = (u32)revision ? (u32)revision : 1;
+	if (!cb->prev_seq)
+		cb->prev_seq = cb->seq;
 }
 
 /* Adds one record to the buffer of a dump. A record that does not fit is sent in the next buffer. */
@@ -48,12 +51,15 @@ static int dump_record(struct sk_buff *msg, struct netlink_callback *cb, u8 comm
 {
 	void *header = genlmsg_put(msg, NETLINK_CB(cb->skb).portid, cb->nlh->nlmsg_seq,
 				   &gpon_glue_family, NLM_F_MULTI, command);
+	int failed;
 
 	if (!header)
 		return -EMSGSIZE;
-	if (cb->seq)
+	failed = fill(msg, record);
+	/* The check marks a change once. A message that does not fit would take the mark with it. */
+	if (!failed && cb->seq)
 		genl_dump_check_consistent(cb, header);
-	return gpon_glue_end_message(msg, header, fill(msg, record));
+	return gpon_glue_end_message(msg, header, failed);
 }
 
 /*
