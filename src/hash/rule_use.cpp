@@ -26,8 +26,13 @@ struct place_owner {
 // By place; under gpon_hash_lock.
 GPON_MODULE_DATA constinit place_owner outcome_owners[GPON_OUTCOME_PLACES] = {};
 
-// Uses of places before their last fill, by direction; under gpon_hash_lock.
-GPON_MODULE_DATA constinit u64 settled_uses[std::size(REMEMBERED)] = {};
+// A read of the counters looks at so many places under one lock.
+constexpr size_t PORTION = 64;
+constexpr size_t PORTIONS = GPON_OUTCOME_PLACES / PORTION;
+static_assert(GPON_OUTCOME_PLACES % PORTION == 0);
+
+// Uses of the places of each portion before their last fill, by direction; under gpon_hash_lock.
+GPON_MODULE_DATA constinit u64 settled_uses[PORTIONS][std::size(REMEMBERED)] = {};
 
 // Lists of places contain the index of a place plus one; 0 ends them.
 place_owner& owner_at(u16 link)
@@ -80,7 +85,7 @@ u64 settle(u16 link)
 {
     const place_owner& owner = owner_at(link);
     const gpon::rule_use sum = sum_of(link - 1u);
-    settled_uses[owner.direction] += sum.hits - owner.base;
+    settled_uses[(link - 1u) / PORTION][owner.direction] += sum.hits - owner.base;
     gpon_flow_rule* rule = owner.rule;
     if (!rule)
         return sum.hits;
@@ -93,11 +98,25 @@ u64 settle(u16 link)
 }
 
 // Adds the words of one CPU to the sums of their directions.
-void add_places_of(const gpon_cpu_counters& own, std::span<u64> sums)
+void add_places_of(const gpon_cpu_counters& own, size_t first, std::span<u64> sums)
 {
-    for (size_t place = 0; place < GPON_OUTCOME_PLACES; ++place)
+    for (size_t place = first; place < first + PORTION; ++place)
         sums[REMEMBERED[outcome_owners[place].direction]] +=
             gpon::load_relaxed(own.place[place].hits);
+}
+
+// A fill moves uses between the words and the settled uses of its portion, so both are read under
+// one lock. A sum of portions that are read one after the other never decreases.
+void add_portion(size_t portion, std::span<u64> sums) GPON_EXCLUDES(gpon_hash_lock)
+{
+    const gpon::bh_lock lock(gpon_hash_lock);
+    for (size_t i = 0; i < std::size(REMEMBERED); ++i)
+        sums[REMEMBERED[i]] += settled_uses[portion][i];
+    int cpu = -1;
+    while (const gpon_cpu_counters* own = next_cpu_counters(&cpu))
+        add_places_of(*own, portion * PORTION, sums);
+    for (size_t place = portion * PORTION; place < (portion + 1) * PORTION; ++place)
+        sums[REMEMBERED[outcome_owners[place].direction]] -= outcome_owners[place].base;
 }
 
 } // namespace
@@ -151,14 +170,8 @@ void gpon::add_failed_use(size_t place)
 
 void gpon::add_places(std::span<u64> sums)
 {
-    const bh_lock lock(gpon_hash_lock);
-    for (size_t i = 0; i < std::size(REMEMBERED); ++i)
-        sums[REMEMBERED[i]] += settled_uses[i];
-    int cpu = -1;
-    while (const gpon_cpu_counters* own = next_cpu_counters(&cpu))
-        add_places_of(*own, sums);
-    for (const place_owner& owner : outcome_owners)
-        sums[REMEMBERED[owner.direction]] -= owner.base;
+    for (size_t portion = 0; portion < PORTIONS; ++portion)
+        add_portion(portion, sums);
 }
 
 void gpon::leave_places(gpon_flow_rule& rule)

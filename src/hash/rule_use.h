@@ -25,12 +25,15 @@
  * adds the uses so far to the rule that had the place, and notes the sum as the base of the next
  * one. A read adds the places of the rule. A rule that is deleted leaves its places.
  *
- * A place gets its new owner before it is filled for it. A frame that has read the place just
- * before counts for the new flow: at most one frame on each CPU at a fill. The counters of the
- * directions are exact; the uses of a deleted rule are no longer part of any rule.
+ * A place gets its new owner before it is filled for it. A frame that has read the place before,
+ * and counts its use after the fill, counts for the new flow and its direction; this concerns the
+ * frames in progress at a fill, one of each CPU and of each preempted task. The sum over all
+ * directions is exact; one direction may have a frame of another one. The uses of a deleted rule
+ * are no longer part of any rule.
  *
  * Cost. A frame: a call that adds to one word and writes the clock to the next one. A fill and a
- * read of a rule load one word of each CPU, a read of the counters 1024.
+ * read of a rule load one word of each CPU. A read of the counters loads 1024 of each, in portions
+ * of 64 places: it holds the lock for 64 words of each CPU.
  */
 #ifndef GPON_HASH_RULE_USE_H
 #define GPON_HASH_RULE_USE_H
