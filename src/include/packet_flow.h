@@ -27,7 +27,7 @@ enum fwd_status : i32 {
 /* Why branches of a walk ended. */
 enum walk_obstacle : u8 {
     WALK_FILTERED = 1,    /* a VLAN filter dropped the frame */
-    WALK_STEP_FAILED = 2, /* a step returned an error */
+    WALK_STEP_FAILED = 2, /* a step returned an error, or could not read what it needs */
     WALK_TOO_DEEP = 4     /* the next level is the tenth */
 };
 

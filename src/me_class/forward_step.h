@@ -109,6 +109,17 @@ private:
     packet_buffer<Raw> raw_;
 };
 
+/* Refuses a frame because the record of its filter or mapper cannot be read: it has decided
+ * nothing, so the walk notes a failed step. Returns -1. */
+[[nodiscard]] inline i32 refuse_unread(const op_info* op)
+{
+    if (op->walk) {
+        op->walk->obstacles |= WALK_STEP_FAILED;
+        op->walk->decision = GPON_DECISION_UNREADABLE;
+    }
+    return -1;
+}
+
 /* The VLAN operations of an instance. */
 struct vlan_operations {
     gpon_me_related_id vtocd;

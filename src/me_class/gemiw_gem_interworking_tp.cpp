@@ -50,7 +50,8 @@ bool is_selected(const sk_buff* skb, op_info& op, gpon_me_related_id mapper) GPO
         return true;
     op.related_inst_id = mapper.instId;
     const bool selected = pbit_filter_handle(skb, &op) == 0;
-    op.walk->decision = selected ? GPON_DECISION_MAPPER_SELECTS : GPON_DECISION_MAPPER_REFUSES;
+    if (op.walk->decision != GPON_DECISION_UNREADABLE)
+        op.walk->decision = selected ? GPON_DECISION_MAPPER_SELECTS : GPON_DECISION_MAPPER_REFUSES;
     return selected;
 }
 

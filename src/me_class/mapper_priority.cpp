@@ -57,7 +57,7 @@ i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
     }
     gpon::raw_record<gpon_raw_mapper> me(op->walk ? &op->walk->memory : nullptr);
     if (!me || !me.read(gpon::find_inst(&gpon_mapper_list, op->related_inst_id)))
-        return -1;
+        return gpon::refuse_unread(op);
     if (!(op->fwd_flag & UP_ANI)) {
         log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
         return -1;

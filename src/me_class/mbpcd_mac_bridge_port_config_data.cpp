@@ -110,6 +110,15 @@ struct bridge_port {
     // A filter accepts no direction of the UNI side.
     bool is_misplaced_filter() const { return !(op.fwd_flag & (UP_ANI | DOWN_ANI)); }
 
+    void note_drop()
+    {
+        if (result->decision == GPON_DECISION_UNREADABLE)
+            return;
+        result->obstacles |= WALK_FILTERED;
+        result->decision =
+            is_misplaced_filter() ? GPON_DECISION_FILTER_MISPLACED : GPON_DECISION_FILTER_DROPS;
+    }
+
     void run_filter(fwd_status status_when_passed) GPON_READS_LISTS
     {
         op.related_inst_id = filter.instId;
@@ -119,9 +128,7 @@ struct bridge_port {
                 result->decision = GPON_DECISION_FILTER_PASSES;
             return;
         }
-        result->obstacles |= WALK_FILTERED;
-        result->decision =
-            is_misplaced_filter() ? GPON_DECISION_FILTER_MISPLACED : GPON_DECISION_FILTER_DROPS;
+        note_drop();
         log.error("[%s][%d] end, vtfd_filter_handle fail.\n");
     }
 

@@ -246,7 +246,7 @@ i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)
     }
     gpon::raw_record<gpon_raw_vtfd> me(op->walk ? &op->walk->memory : nullptr);
     if (!me || !me.read(find_filter(op)))
-        return -1;
+        return gpon::refuse_unread(op);
     if (!(op->fwd_flag & (UP_ANI | DOWN_ANI))) {
         log.error("[%s][%d]: op_info->fwd_flag(%d): Fail\r\n", op->fwd_flag);
         return -1;

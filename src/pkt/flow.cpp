@@ -195,6 +195,9 @@ i32 gpon_pkt_upstream_ani(sk_buff* skb, gpon_walk_result* result)
     const gpon::owned<u16> bridges(get_mbsp_list_inst_id(&count));
     if (!bridges) {
         log_error("%s [%d]: mbspInstArray is a NULL pointer\r\n");
+        // There are bridges, but no memory for their ids.
+        if (count != 0)
+            result->obstacles |= WALK_STEP_FAILED;
         return -1;
     }
     for (u32 i = 0; i < count; ++i) {

@@ -13,10 +13,13 @@ constexpr u32 MAX_RESULTS = 0x10000;
 
 // The next result of a row: an id that the instance has recorded, otherwise an instance that has
 // recorded it.
-void query_next(sk_buff* skb, const gpon_me_relation_query& query) GPON_READS_LISTS
+void query_next(sk_buff* skb, const gpon_me_relation_query& query,
+                gpon_walk_result* result) GPON_READS_LISTS
 {
     const u8 position = query.related_id->instExist;
-    gpon_flow_me_get_related_id(skb, &query);
+    // Each class of a walk has a list, so only memory can be missing.
+    if (gpon_flow_me_get_related_id(skb, &query) != 0)
+        result->obstacles |= WALK_STEP_FAILED;
     if (query.related_id->instExist != 0)
         return;
     query.related_id->instExist = position;
@@ -41,7 +44,7 @@ struct next_class_row {
         gpon_fwd_info next = {next_class, 0, from.fwd_flag};
         for (u32 results = 0; results < MAX_RESULTS; ++results) {
             const gpon_me_related_id previous = related_id;
-            query_next(skb, query);
+            query_next(skb, query, result);
             log.trace("[%s][%d] nextMeClassId=%d, inst_id=0x%x, instExist=%d,instId = 0x%x\n",
                       next_class, next.instId, related_id.instExist, related_id.instId);
             if (related_id.instExist != 1) {

@@ -70,6 +70,17 @@ TEST(explain, a_dropped_frame_ends_with_the_deepest_branch)
         << text;
 }
 
+TEST(explain, a_filter_that_is_gone_has_decided_nothing)
+{
+    const std::string text = explanation_of(good_line + "debug clean raw_data 84 1001\n" +
+                                            hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "        x its VLAN filter or mapper cannot be read\n"
+                                 "dropped\n"
+                                 "  a step failed, for example for lack of memory\n"))
+        << text;
+    EXPECT_FALSE(holds_text(text, "drops the frame")) << text;
+}
+
 TEST(explain, every_branch_of_the_greatest_depth_is_named)
 {
     const std::string text = explanation_of(

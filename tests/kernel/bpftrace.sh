@@ -45,4 +45,7 @@ start_script misses
 calls 3 "$dropped"
 calls 2 "$passing"
 end_script misses '^@walked\[02:00:00:00:00:01, 02:00:00:00:77:01, 1, 2164261364\]: 3$' 1
+start_script decisions
+calls 3 "$dropped"
+end_script decisions '^@ended\[47, 1[12], filter_drops\]: 3$' 2
 unload_both

@@ -194,6 +194,50 @@ void build_upstream_path()
     gpon::test::create_port(0x1001, 1, 5, 0x11);
 }
 
+// Frames of kind 1 without a tag pass.
+void create_filter()
+{
+    const gpon_raw_vtfd filter = {.instID = 0x1001,
+                                  .vlanFilterList = {0, 100},
+                                  .forwardOperation = 0x0b,
+                                  .vlanFilterNums = 1};
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 0x1001, &filter);
+}
+
+TEST_F(counters, a_walk_without_memory_is_neither_filtered_nor_without_a_path)
+{
+    build_upstream_path();
+    create_filter();
+    size_t failed = 0;
+    for (uint64_t nth = 1;; ++nth) {
+        gpon_hash_clean_all_safe();
+        changes();
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        const int result = send(1, GPON_API_UP_ANI);
+        if (!gpon::host::fault_fired(gpon::host::fault::alloc))
+            break;
+        const auto found = changes();
+        EXPECT_EQ(found.count("walks_step_failed") + found.count("walks_done"), 1u) << nth;
+        EXPECT_EQ(found.count("frames_failed"), result == 0 ? 0u : 1u) << nth;
+        failed += found.count("walks_step_failed");
+    }
+    EXPECT_GE(failed, 5u);
+}
+
+TEST_F(counters, a_walk_through_a_filter_that_is_gone_is_not_filtered)
+{
+    build_upstream_path();
+    create_filter();
+    EXPECT_EQ(send(1, GPON_API_UP_ANI), 0);
+    gpon_hash_clean_all_safe();
+    gpon::host::proc_write("clean raw_data 84 1001");
+    changes();
+    EXPECT_EQ(send(1, GPON_API_UP_ANI), 1);
+    const auto found = changes();
+    EXPECT_EQ(found.count("walks_step_failed"), 1u);
+    EXPECT_EQ(found.count("walks_filtered"), 0u);
+}
+
 int queue_result = 0;
 
 int look_and_choose(sk_buff*)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -31,8 +32,8 @@ template <typename... Parts> std::string join(const Parts&... parts)
 
 std::string text_of(const decltype(gpon_trace_record::step)& step)
 {
-    constexpr std::array<const char*, 7> decisions = {
-        "", " pass", " drop", " misplaced", " selected", " refused", " other side"};
+    constexpr std::array<const char*, 8> decisions = {
+        "", " pass", " drop", " misplaced", " selected", " refused", " other side", " unreadable"};
     return join(+step.depth, " ", step.class_id, "/", step.inst_id, " ", +step.status,
                 decisions.at(step.decision));
 }
@@ -254,6 +255,43 @@ TEST_F(tracepoints, name_the_decision_of_a_mapper)
                                        Contains("step 1 266/1 2 selected")));
 }
 
+TEST_F(tracepoints, of_a_mapper_that_is_gone)
+{
+    create_ani(false);
+    gpon_raw_mapper mapper = {};
+    mapper.instID = 2;
+    mapper.pbit_GemIWTP[3] = 1;
+    create(130, mapper);
+    gpon::host::proc_write("clean raw_data 130 2");
+    seen();
+    EXPECT_EQ(send(GPON_API_UP_ANI), 1);
+    EXPECT_THAT(seen(), ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 2",
+                                    "step 3 266/1 1 unreadable", "end 3 gem=0",
+                                    "drop 3 direction=1 gem=0"));
+}
+
+TEST_F(tracepoints, of_a_filter_that_is_gone)
+{
+    create_ani(true);
+    gpon::host::proc_write("clean raw_data 84 6");
+    seen();
+    EXPECT_EQ(send(GPON_API_UP_ANI), 1);
+    EXPECT_THAT(seen(),
+                ElementsAre("start direction=1", "step 1 45/7 2", "step 2 47/6 1 unreadable",
+                            "end 3 gem=0", "drop 3 direction=1 gem=0"));
+}
+
+TEST_F(tracepoints, of_a_replay_whose_filter_is_gone)
+{
+    create_ani(true);
+    frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x20, 0, 8, 0};
+    EXPECT_EQ(send(GPON_API_UP_ANI), 0);
+    gpon::host::proc_write("clean raw_data 84 6");
+    seen();
+    EXPECT_EQ(send(GPON_API_UP_ANI), 0);
+    EXPECT_THAT(seen(), Contains("replay 2 47/6 1 unreadable"));
+}
+
 TEST_F(tracepoints, tell_marked_frames_from_others)
 {
     create_ani(false);
@@ -275,21 +313,21 @@ TEST_F(tracepoints, tell_marked_frames_from_others)
 TEST_F(tracepoints, of_a_walk_whose_step_fails_for_lack_of_memory)
 {
     create_ani(true);
-    unsigned failed = 0;
+    std::map<std::string, unsigned> steps;
     for (uint64_t nth = 1;; ++nth) {
         seen();
         gpon::host::arm_fault(gpon::host::fault::alloc, nth);
-        send(GPON_API_UP_ANI);
+        EXPECT_EQ(send(GPON_API_UP_ANI), 1);
         if (!gpon::host::fault_fired(gpon::host::fault::alloc))
             break;
         const std::vector<std::string> found = seen();
-        if (found.back() != "drop 3 direction=1 gem=0")
-            continue;
-        EXPECT_THAT(found, Contains("step 2 47/6 0"));
-        EXPECT_EQ(found[found.size() - 2], "end 3 gem=0");
-        ++failed;
+        EXPECT_EQ(found.back(), "drop 3 direction=1 gem=0") << "allocation " << nth;
+        EXPECT_EQ(found[found.size() - 2], "end 3 gem=0") << "allocation " << nth;
+        ++steps[found[found.size() - 3]];
     }
-    EXPECT_GT(failed, 0u);
+    EXPECT_GT(steps["start direction=1"], 0u) << "no memory for the bridges";
+    EXPECT_GT(steps["step 2 47/6 0"], 0u) << "no memory for the step";
+    EXPECT_GT(steps["step 2 47/6 1 unreadable"], 0u) << "no memory for the filter";
 }
 
 TEST_F(tracepoints, of_a_step_at_the_depth_limit)

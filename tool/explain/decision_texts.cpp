@@ -71,6 +71,7 @@ std::string plural_reason(const std::string& reason)
         {filter_blocks, "their VLAN filters block the frame at these ports"},
         {filter_on_uni_side, "their VLAN filters are on the UNI side, where they drop every frame"},
         {not_selected, "the mapper does not select them for this frame"},
+        {unreadable, "their VLAN filters or mappers cannot be read"},
         {on_uni_side, "ports on the UNI side, not on the path of this frame"},
         {on_ani_side, "ports on the ANI side, not on the path of this frame"},
         {does_not_exist, "they do not exist"},

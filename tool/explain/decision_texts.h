@@ -15,6 +15,7 @@ constexpr const char* filter_blocks = "its VLAN filter blocks the frame at this 
 constexpr const char* filter_on_uni_side =
     "its VLAN filter is on the UNI side, where it drops every frame";
 constexpr const char* not_selected = "the mapper does not select it for this frame";
+constexpr const char* unreadable = "its VLAN filter or mapper cannot be read";
 
 constexpr const char* too_deep = "the graph is deeper than the limit of a walk";
 constexpr const char* no_passage = "frames do not pass through this class";

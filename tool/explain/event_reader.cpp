@@ -204,6 +204,9 @@ private:
         case GPON_DECISION_OTHER_SIDE:
             step.dead_end = side_text(model_, step.at);
             break;
+        case GPON_DECISION_UNREADABLE:
+            step.dead_end = unreadable;
+            break;
         default:
             break;
         }

@@ -28,7 +28,8 @@ enum gpon_frame_end {
     GPON_END_PASSED,
     GPON_END_NO_PATH,     /* no branch of the walk reached the egress */
     GPON_END_FILTERED,    /* a VLAN filter dropped the frame on a branch */
-    GPON_END_STEP_FAILED, /* a step failed, for example for lack of memory */
+    GPON_END_STEP_FAILED, /* a step failed or could not read what it needs, for example for lack of
+                             memory */
     GPON_END_TOO_DEEP,    /* the graph has more than nine levels */
     GPON_END_NO_QUEUE,    /* the platform found no priority queue */
     GPON_END_NO_MAPPING,  /* engine disabled: the platform found no GEM port */
@@ -54,7 +55,8 @@ enum gpon_step_decision {
     GPON_DECISION_FILTER_MISPLACED, /* on the UNI side, where a filter drops every frame */
     GPON_DECISION_MAPPER_SELECTS,   /* the priority of the frame selects this GEM interworking TP */
     GPON_DECISION_MAPPER_REFUSES,
-    GPON_DECISION_OTHER_SIDE /* a bridge port on a side that is not on the path of the frame */
+    GPON_DECISION_OTHER_SIDE, /* a bridge port on a side that is not on the path of the frame */
+    GPON_DECISION_UNREADABLE  /* none: the filter or the mapper is gone, or there is no memory */
 };
 
 /* What became of the steps of a walk that passed. */
