@@ -371,9 +371,23 @@ TEST(walk_of_events, has_the_cause_that_the_module_has)
         if (!walk.dropped)
             continue;
         const std::string reason = drop_reason(walk, entities);
-        EXPECT_EQ(reason.find("step failed, for") != reason.npos, step) << reason;
+        const bool named =
+            reason.find("step failed, for") != reason.npos || reason.ends_with(unreadable);
+        EXPECT_EQ(named, step) << reason;
     }
     EXPECT_GT(failed, 4u);
+}
+
+// A cleaned instance leaves its links behind.
+TEST(walk_of_events, with_a_filter_that_is_gone_does_not_blame_its_list)
+{
+    const auto calls = calls_of(good_line + "proc write \"clean raw_data 84 1001\"\n" + passing);
+    ASSERT_EQ(calls.size(), 1u);
+    const walk_record walk = read_events(calls[0], good_entities());
+    EXPECT_TRUE(walk.dropped);
+    EXPECT_EQ(drop_reason(walk, good_entities()),
+              std::string("MAC_BRIDGE_PORT_CON_DATA 0x1001 of bridge 1: ") + unreadable);
+    EXPECT_EQ(marked(calls[0]).find("list {"), std::string::npos) << marked(calls[0]);
 }
 
 TEST(walk_of_events, names_a_step_that_ended_the_walk_before_deeper_ends)

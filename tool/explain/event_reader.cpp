@@ -87,8 +87,7 @@ public:
         if (!record_.replayed)
             finish_walk();
         // The module may lack memory between two steps.
-        if (end_ == GPON_END_STEP_FAILED &&
-            std::ranges::none_of(record_.steps, &walk_step::ends_walk))
+        if (end_ == GPON_END_STEP_FAILED && std::ranges::none_of(record_.steps, &walk_step::failed))
             record_.other_failure = some_step_failed;
         // A frame that passes was not dropped by a filter.
         for (walk_step& step : record_.steps)
@@ -160,8 +159,8 @@ private:
             step.dead_end = no_passage;
         else if (event.step.status == GPON_STEP_FAILED)
             step.dead_end = failure_text(model_, step.at);
-        step.ends_walk =
-            event.step.status == GPON_STEP_TOO_DEEP || event.step.status == GPON_STEP_FAILED;
+        step.failed = step.failed || event.step.status == GPON_STEP_TOO_DEEP ||
+                      event.step.status == GPON_STEP_FAILED;
     }
 
     // Of a replay, the steps behind a refusal do not matter: they cannot drop the frame. Those
@@ -206,6 +205,7 @@ private:
             break;
         case GPON_DECISION_UNREADABLE:
             step.dead_end = unreadable;
+            step.failed = true;
             break;
         default:
             break;

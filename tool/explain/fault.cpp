@@ -82,7 +82,7 @@ private:
         const bool same_vlan =
             filter && walk_.tci != 0 && lists_vlan(filter->as<gpon_raw_vtfd>(), walk_.tci & 0xfff);
         return {!bridge_ || bridge_of_step(walk_, entities_, i) == bridge_,
-                step.ends_walk,
+                step.failed,
                 entities_.find(step.at) != nullptr,
                 !on_other_side(step),
                 step.depth,

@@ -18,8 +18,8 @@ struct fault {
 };
 
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
-/// several filters only those whose list has the frame's VLAN. A step that ended the walk of that
-/// bridge precedes deeper ones. More than one if nothing distinguishes them. Empty if no step is
+/// several filters only those whose list has the frame's VLAN. A step that failed precedes
+/// deeper ends. More than one if nothing distinguishes them. Empty if no step is
 /// the cause.
 [[nodiscard]] std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
                                            std::optional<uint16_t> bridge = {});

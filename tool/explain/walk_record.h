@@ -18,8 +18,8 @@ struct walk_step {
     bool passed = false;                ///< on the path of the frame
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
     std::string dead_end;               ///< why this branch ended here; empty if it continued
-    bool ends_walk = false;             ///< further branches were not tried: the step failed, or
-                                        ///< it is too deep
+    bool failed = false;                ///< could not be made or decided: the cause of a drop, even
+                                        ///< if other branches are deeper
 };
 
 /// The events of one hook call as data.
@@ -37,7 +37,7 @@ struct walk_record {
     std::string other_failure;    ///< why the frame failed, if no step of a walk is the cause
 };
 
-/// Index of the deepest step that ended a branch, or of the step that ended the walk; nothing if no
+/// Index of the deepest step that ended a branch, or of one that failed; nothing if no
 /// branch ended or no step of a walk is the cause of a failure.
 [[nodiscard]] std::optional<size_t> deepest_dead_end(const walk_record& walk);
 
