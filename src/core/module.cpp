@@ -80,7 +80,7 @@ void cleanup_module(void)
     gpon_hash_exit();
     __unregister_chrdev(GPON_FLOW_MAJOR, 0, GPON_FLOW_MINORS, GPON_FLOW_DEVICE_NAME);
     clean_instances();
-    // Does not exist at the proc root; the removal of the directory removes it.
+    // Removes nothing: the entry is in the directory, whose removal deletes it.
     remove_proc_entry("debug", nullptr);
     remove_proc_entry("gpon_flow", nullptr);
     // Last, so that the platform is never without a mapping; packets until then find an empty store

@@ -26,8 +26,8 @@
  *
  * Guarantee. If a packet reads the same even number twice, the second time under gpon_hash_lock,
  * and a load barrier (order_loads) precedes the second read, then the store was at rest while the
- * packet read it. If the number is the generation, no rule was
- * deleted, unmarked or overwritten with other steps either. New rules do not count.
+ * packet read it. If the number is the generation, no rule was deleted, unmarked or overwritten
+ * with other steps either. New rules do not count.
  *
  * Why two increments. With only the first one, a packet that reads the old store after the
  * increment keeps it under the new number. With only the second one, a packet sees the new store

@@ -56,11 +56,11 @@
  * number, reads the words by acquire loads and finds the same number again: it has read the words
  * of this fill.
  *
- * Cost. Two multiplications select the set; no lock, no CRC, no allocation. A set
- * with two places of this generation takes no third flow, which replays as it does without the
- * table and without taking the lock to remember. The rule table has at most 1024 rules and the
- * outcome table 1024 places, but flows meet in sets: with n flows of a generation, some sets are
- * full while others have places.
+ * Cost. Two multiplications select the set; no lock, no CRC, no allocation. A set with two places
+ * of this generation takes no third flow, which replays as it does without the table and without
+ * taking the lock to remember. The rule table has at most 1024 rules and the outcome table 1024
+ * places, but flows meet in sets: with n flows of a generation, some sets are full while others
+ * have places.
  */
 #ifndef GPON_HASH_OUTCOME_TABLE_H
 #define GPON_HASH_OUTCOME_TABLE_H

@@ -9,7 +9,7 @@
 static_assert(GPON_SEEN_TAGS == GPON_MAX_TAGS &&
               static_cast<u8>(GPON_SEEN_STEPS) == MAX_RECURSION_NUM);
 
-// Both are on the stack of a frame.
+// Kept small: they are on the stack while a frame is handled.
 static_assert(sizeof(gpon_event) <= 128 && sizeof(gpon_trace_record) <= 112);
 
 namespace {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Carries a frame through the tagging operations of a line, where the platform applies them: those
-// of the UNI before hook call kind 0, those of bridge ports, mappers and GEM IW TPs between kinds 0
-// and
-// 1. Downstream the same places in the other direction.
+// of the UNI before hook call kind 0, those of bridge ports, mappers and GEM IW TPs between the
+// kinds 0 and 1. Downstream the same places in the other direction.
 #pragma once
 
 #include <optional>

@@ -27,7 +27,7 @@ public:
 
     /// Null for an unknown path.
     [[nodiscard]] const path* find(const std::string& key) const;
-    void add(std::string key, const path& folder);
+    void add(std::string key, const path& found);
     /// After a change of the managed entities or of the platform.
     void forget() { known_.clear(); }
 

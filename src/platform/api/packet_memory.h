@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-only */
-/* The memory of a packet's buffers; kernel_api.h has the functions. Cleared, it is none. */
+/* The memory of a packet's buffers; kernel_api.h has the functions. If all
+ * fields are 0, the packet has no block. */
 #ifndef GPON_PLATFORM_PACKET_MEMORY_H
 #define GPON_PLATFORM_PACKET_MEMORY_H
 
