@@ -24,7 +24,7 @@ public:
 private:
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        target_.hook(options, &frame.data);
+        static_cast<void>(target_.hook(options, &frame.data));
     }
 };
 
