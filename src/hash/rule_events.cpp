@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Compiled for size: no frame runs this code.
+// Compiled for size: its speed matters little.
 #include "rule_events.h"
 
 #include "../base/counters.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-// Compiled for size: no frame runs this code.
+// Compiled for size: its speed matters little.
 // Priority queue (class 277, G.988 9.2.10).
 #include "attribute_handlers.h"
 #include "classes.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /*
  * The character device. Registration reserves the numbers at once, so the core detects a conflict.
  * User space can open the device only after the whole load has succeeded: the kernel frees a module

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /*
  * Load and unload of the module. The core's init_module and cleanup_module are compiled under
  * other names (Kbuild) and are called here. The core does not roll back a failed load. This is

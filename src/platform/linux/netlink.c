@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /*
  * The generic netlink family (uapi/gpon_flow_netlink.h) and its requests. netlink_events.c sends the
  * events, netlink_records.c writes the attributes of both.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /*
  * The attributes of the netlink family's records (uapi/gpon_flow_netlink.h). Each function writes a
  * record of the core into a message; the messages are those of netlink.c and netlink_events.c.

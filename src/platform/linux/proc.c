@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /*
  * Proc entries. The glue keeps its own list of entries. The core removes "debug" from the proc
  * root, where it does not exist, and then the directory that contains it. The kernel would report

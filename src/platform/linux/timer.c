@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /* Jiffies and the timer. A flag records whether the timer is set up: a failed load leaves it
  * running, and stopping a timer that was never set up is an error. */
 #include <linux/jiffies.h>

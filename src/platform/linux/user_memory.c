@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* Compiled for size: no frame runs this code. */
+/* Compiled for size: its speed matters little. */
 /* User memory: the checked copy. Every address in a control record comes from user space. */
 #include <linux/uaccess.h>
 
