@@ -2,7 +2,6 @@
 #include "outcome.h"
 
 #include "../base/log.h"
-#include "../base/optional.h"
 #include "../hash/outcome_table.h"
 #include "../hash/rule_use.h"
 #include "flow.h"
@@ -27,28 +26,29 @@ bool is_silent(const sk_buff* skb)
     return gpon::debug_level() == 0 && !gpon::is_marked(skb);
 }
 
-// The packed rule key of a frame. None for a frame whose rule key has more than two tags or
-// reads beyond the frame's end; a frame whose tag count wraps to 0 is one of them.
-[[gnu::always_inline]] inline gpon::optional<gpon::outcome_key> make_key(const sk_buff* skb,
-                                                                         u16 fwd_flag)
+constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
+              LAST_TYPE = INNER + gpon::TAG_BYTES;
+
+[[gnu::always_inline]] inline bool is_tagged_twice(const gpon::frame& f)
 {
-    constexpr u32 OUTER = gpon::TYPE_OFFSET, INNER = OUTER + gpon::TAG_BYTES,
-                  LAST_TYPE = INNER + gpon::TAG_BYTES;
-    const gpon::frame f = gpon::frame::of(skb);
-    if (f.bytes.size() < LAST_TYPE + sizeof(u16))
-        return {};
-    u32 outer = 0;
-    u32 inner = 0;
-    if (gpon::is_tpid(f.be16(OUTER))) {
-        outer = f.word_at<u32>(OUTER);
-        if (gpon::is_tpid(f.be16(INNER))) {
-            if (gpon::is_tpid(f.be16(LAST_TYPE)))
-                return {};
-            inner = f.word_at<u32>(INNER);
-        }
-    }
-    return gpon::outcome_key{f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
-                             inner | u64{fwd_flag} << 32};
+    return gpon::is_tpid(f.be16(OUTER)) && gpon::is_tpid(f.be16(INNER));
+}
+
+// False if the frame's rule key has more than two tags or reads beyond the frame's end; a frame
+// whose tag count wraps to 0 is one of them.
+[[gnu::always_inline]] inline bool has_packed_key(const gpon::frame& f)
+{
+    return f.bytes.size() >= LAST_TYPE + sizeof(u16) &&
+           !(is_tagged_twice(f) && gpon::is_tpid(f.be16(LAST_TYPE)));
+}
+
+// The packed rule key of a frame that has one.
+[[gnu::always_inline]] inline gpon::outcome_key packed_key_of(const gpon::frame& f, u16 fwd_flag)
+{
+    const u32 outer = gpon::is_tpid(f.be16(OUTER)) ? f.word_at<u32>(OUTER) : 0;
+    const u32 inner = is_tagged_twice(f) ? f.word_at<u32>(INNER) : 0;
+    return {f.word_at<u64>(0), f.word_at<u32>(sizeof(u64)) | u64{outer} << 32,
+            inner | u64{fwd_flag} << 32};
 }
 
 // True if each replay has the same result. Upstream towards the ANI every step must have succeeded:
@@ -115,17 +115,18 @@ i32 gpon_pkt_general_flow_func(sk_buff* skb, u16 fwd_flag)
         return -1;
     }
     const u64 generation = gpon::current_generation();
-    if (is_silent(skb) && outcomes_are_used())
-        if (const auto key = make_key(skb, fwd_flag)) {
-            if (gpon::known_outcome known; gpon::find_outcome(*key, generation, &known)) {
-                if (gpon::is_traced(GPON_TRACEPOINT_RULE_HIT)) [[unlikely]]
-                    return apply_traced_outcome(skb, fwd_flag, known);
-                return apply_outcome(skb, fwd_flag, known);
-            }
-            return classify_with_key(skb, fwd_flag, generation, (*key).first, (*key).middle,
-                                     (*key).last);
-        }
-    return gpon::classify(skb, fwd_flag, generation, nullptr);
+    if (!is_silent(skb) || !outcomes_are_used())
+        return gpon::classify(skb, fwd_flag, generation, nullptr);
+    const gpon::frame f = gpon::frame::of(skb);
+    if (!has_packed_key(f))
+        return gpon::classify(skb, fwd_flag, generation, nullptr);
+    const gpon::outcome_key key = packed_key_of(f, fwd_flag);
+    if (gpon::known_outcome known; gpon::find_outcome(key, generation, &known)) {
+        if (gpon::is_traced(GPON_TRACEPOINT_RULE_HIT)) [[unlikely]]
+            return apply_traced_outcome(skb, fwd_flag, known);
+        return apply_outcome(skb, fwd_flag, known);
+    }
+    return classify_with_key(skb, fwd_flag, generation, key.first, key.middle, key.last);
 }
 
 void gpon::remember_replay(const outcome_key* key, const gpon_pkt_info& info, u16 fwd_flag,
