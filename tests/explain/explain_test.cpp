@@ -173,8 +173,8 @@ TEST(explain, a_gem_port_towards_the_subscriber)
 
 TEST(explain, names_a_disabled_engine_and_an_unloaded_module)
 {
-    EXPECT_TRUE(
-        holds_text(explanation_of("load\n" + hook_up_ani(frame_of_vlan_100)), "the engine is off"));
+    EXPECT_TRUE(holds_text(explanation_of("load\n" + hook_up_ani(frame_of_vlan_100)),
+                           "the engine is disabled"));
     EXPECT_TRUE(holds_text(explanation_of(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 

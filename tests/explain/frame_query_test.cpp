@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tests/tool/scratch_folder.h"
+#include "tests/tool/small_capture.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/path_output.h"
 #include "tool/scenario/host_backend.h"
@@ -254,12 +256,36 @@ TEST(query, a_frame_that_the_capture_cut_has_a_note)
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(good_line), out), status_ok);
     frame_path answer = trace_frame(from_uni(1), session);
-    answer.frame.data.resize(13);
+    answer.frame.data.resize(15);
     answer.frame.wire_length = 298;
     const verdict result = verdict_of(answer);
     ASSERT_EQ(result.notes.size(), 1u);
-    EXPECT_EQ(result.notes[0], "The capture holds 13 of the 298 bytes of the frame: the outcome is "
+    EXPECT_EQ(result.notes[0], "The capture holds 15 of the 298 bytes of the frame: the outcome is "
                                "that of the captured part.");
+}
+
+TEST(query, a_frame_without_its_tags_has_no_outcome)
+{
+    const scratch_folder folder;
+    const std::string start("\2\0\0\0\0\1\2\0\0\0\1\1\x81\0\0", 15);
+    frame_query query = from_uni(1);
+    query.capture = folder.write("cut.pcap", small_capture(start, 298)).string();
+    const answered found = ask(good_line, query);
+    EXPECT_EQ(found.result.outcome, line_outcome::not_classified);
+    EXPECT_EQ(found.result.sentence,
+              "The frame is not classified: its tags are not in the capture.");
+    ASSERT_EQ(found.result.notes.size(), 1u);
+    EXPECT_EQ(found.result.notes[0], "The capture holds 15 of the 298 bytes of the frame.");
+    EXPECT_TRUE(found.answer.halves.front().walk.steps.empty());
+}
+
+TEST(query, an_omci_message_has_a_note)
+{
+    frame_query query = from_uni(1);
+    query.ethertype = 0x88b5;
+    const answered found = ask(good_line, query);
+    EXPECT_NE(found.text.find("The frame is an OMCI message (type 0x88b5), not traffic"),
+              std::string::npos);
 }
 
 } // namespace

@@ -346,6 +346,31 @@ TEST(omci_statistics, show_times_repetitions_and_silence)
     EXPECT_EQ(found.unanswered[0].frame, 6u);
 }
 
+// A request each 10 us. In order, the responses take 1, 3, 7, 9 and 20 us; of the first four 1, 3,
+// 7 and 9, of the first three 1, 3 and 9. Of two in the middle, the greater one is the median.
+TEST(omci_statistics, median_is_the_response_time_in_the_middle)
+{
+    constexpr uint64_t microsecond = 1000;
+    std::vector<numbered_message> messages;
+    uint16_t transaction = 0;
+    for (const uint64_t duration : {3, 9, 1, 7, 20}) {
+        const uint64_t sent = (1 + 10 * uint64_t{transaction}) * microsecond;
+        ++transaction;
+        messages.push_back(at_time(messages.size() + 1, sent,
+                                   baseline(transaction, request_bit, get, 256, 0, "8000")));
+        messages.push_back(at_time(messages.size() + 1, sent + duration * microsecond,
+                                   baseline(transaction, response_bit, get, 256, 0, "00")));
+    }
+    const response_statistics five = statistics_of(pair_messages(messages));
+    EXPECT_EQ(five.median, 7 * microsecond);
+    EXPECT_EQ(five.longest, 20 * microsecond);
+    EXPECT_EQ(five.slowest.frame, 9u);
+    messages.resize(8);
+    EXPECT_EQ(statistics_of(pair_messages(messages)).median, 7 * microsecond);
+    messages.resize(6);
+    EXPECT_EQ(statistics_of(pair_messages(messages)).median, 3 * microsecond);
+}
+
 TEST(omci_statistics, a_capture_without_times_has_none)
 {
     line session;

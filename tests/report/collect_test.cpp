@@ -114,7 +114,7 @@ TEST(collect_report, an_engine_that_is_off_touches_no_frame)
 {
     const report_data off = collected("load\n" + hook(frame_of_vlan_100));
     EXPECT_EQ(off.directions[1].untouched, 1u);
-    EXPECT_EQ(off.flows.at(0).outcome, "the engine is off");
+    EXPECT_EQ(off.flows.at(0).outcome, "the engine is disabled");
     const report_data gone = collected(hook(frame_of_vlan_100));
     EXPECT_EQ(gone.flows.at(0).outcome, "the module is not loaded");
     EXPECT_FALSE(gone.rules);

@@ -157,7 +157,7 @@ TEST(report_tagging, an_unknown_operation_behind_a_downstream_hook_call_is_named
 }
 
 // The capture holds 12 of 80 bytes: no EtherType, so the row that applies is not known.
-TEST(report_tagging, an_operation_is_not_applied_to_a_frame_that_the_capture_cuts)
+TEST(report_tagging, a_frame_without_its_tags_is_not_classified)
 {
     const scratch_folder folder;
     folder.write("cut.pcap", small_capture(addresses, 80));
@@ -173,9 +173,11 @@ TEST(report_tagging, an_operation_is_not_applied_to_a_frame_that_the_capture_cut
     ASSERT_EQ(data.flows.size(), 1u);
     EXPECT_EQ(data.flows[0].octets, 80u);
     EXPECT_TRUE(data.flows[0].rewriting.empty());
-    EXPECT_EQ(data.flows[0].fate, frame_fate::dropped);
-    ASSERT_EQ(data.flows[0].not_applied.size(), 1u);
-    EXPECT_THAT(data.flows[0].not_applied[0], HasSubstr("the frame ends before its EtherType"));
+    EXPECT_EQ(data.flows[0].fate, frame_fate::untouched);
+    EXPECT_EQ(data.flows[0].outcome, "its tags are not in the capture");
+    EXPECT_TRUE(data.flows[0].not_applied.empty());
+    EXPECT_THAT(data.notes, testing::ElementsAre(HasSubstr("1 of 1 frame ends in the capture")));
+    EXPECT_THAT(report_page(data), HasSubstr("<li>1 of 1 frame ends in the capture"));
 }
 
 TEST(report_tagging, an_applied_operation_is_no_gap)

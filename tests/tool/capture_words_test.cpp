@@ -45,8 +45,15 @@ TEST(append_captures, takes_options_behind_commas)
 
 TEST(append_captures, frames_leave_towards_the_ani_without_a_kind)
 {
-    EXPECT_EQ(only_capture("captures/upstream-uni2.pcap").options.kind, 1u);
-    EXPECT_EQ(only_capture("captures/upstream-uni2.pcap,gem=7").options.gem, 7u);
+    const pcap_command one = only_capture("captures/upstream-uni2.pcap,gem=7");
+    EXPECT_EQ(one.options.kind, 1u);
+    EXPECT_EQ(one.options.gem, 7u);
+    EXPECT_FALSE(one.whole_path);
+}
+
+TEST(append_captures, frames_without_options_take_the_whole_path)
+{
+    EXPECT_TRUE(only_capture("captures/upstream-uni2.pcap").whole_path);
 }
 
 TEST(append_captures, a_name_may_hold_commas_quotes_and_blanks)

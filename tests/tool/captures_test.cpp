@@ -86,7 +86,7 @@ TEST(captures, frames_come_in_order_as_many_bytes_as_were_captured)
     EXPECT_TRUE(capture.frames[1].is_cut());
     EXPECT_FALSE(capture.frames[0].is_cut());
     EXPECT_THAT(capture.warnings,
-                ElementsAre("1 of 3 frames end in the capture before a field that "
+                ElementsAre("1 of 3 frames ends in the capture before a field that "
                             "the walk reads (snapshot length)"));
 }
 

@@ -122,18 +122,18 @@ tool_with_input() { # FILE STATUS ARGUMENT...
 whole=$root/captures/upstream-uni2.pcap
 head -c 5000 "$whole" >cut.pcap
 head -c 24 "$whole" >empty.pcap
-expect_status 0 account "$line" --pcap "$whole"
+expect_status 0 account "$line" --uni 2 --pcap "$whole"
 cp out passed
 grep -q '^upstream, from the bridge to the ANI: 62 frames' out || complain 'account counts no capture'
-tool_with_input "$whole" 0 account "$line" --pcap -
+tool_with_input "$whole" 0 account "$line" --uni 2 --pcap -
 cmp -s out passed || complain 'a capture from standard input is counted otherwise'
 for words in 'account' 'report -o cut.html'; do
     # shellcheck disable=SC2086 # words
-    expect_status 1 $words "$line" --pcap cut.pcap
+    expect_status 1 $words "$line" --uni 2 --pcap cut.pcap
     grep -q '^cut.pcap: warning: ends early, used up to there: frame 23: ' err ||
         complain "gponflow $words: no warning of a capture that ends early"
     # shellcheck disable=SC2086 # words
-    expect_status 1 $words "$line" --pcap empty.pcap
+    expect_status 1 $words "$line" --uni 2 --pcap empty.pcap
     grep -q '^empty.pcap: warning: no Ethernet frame in it$' err ||
         complain "gponflow $words: no warning of an empty capture"
 done
@@ -147,6 +147,9 @@ expect_status 0 explain "$line" kind=up_ani --pcap "$whole" --frame 22
 cp out passed
 expect_status 0 explain "$line" kind=up_ani --pcap cut.pcap --frame 22
 cmp -s out passed || complain 'explain traces a frame before the end of a cut capture otherwise'
+tool_with_input "$whole" 0 report "$line" --uni 2 --pcap - --json
+[ "$(sed -n 's/^ *"frames": //p' out | head -n 4 | tr -d '\n')" = 62,62,0,0, ] ||
+    complain 'report counts a capture from standard input otherwise'
 tool_with_input held.scn 2 account - --pcap -
 grep -q 'standard input is named for two inputs' err || complain 'standard input is read twice'
 tool_with_input "$whole" 0 graph "$line" --highlight kind=up_ani --pcap -
@@ -216,7 +219,58 @@ grep -qF "VLAN_TAG_FILTER_DATA 0x2001 is written in $bring_up, frame 41, respons
     complain 'explain does not name the OMCI message at fault'
 expect_status 0 graph "$bring_up"
 expect_status 0 show me --class VLAN_TAG_FILTER_DATA "$bring_up"
-expect_status 0 report "$bring_up" --pcap "$root/docs/cookbook/lost.pcap" -o bring-up.html
+expect_status 0 report "$bring_up" --uni 2 --pcap "$root/docs/cookbook/lost.pcap" -o bring-up.html
+
+# Traffic enters at a UNI or a GEM port, as the frame of explain: the same words if there is none.
+for words in '--uni 9' '--gem 7' ''; do
+    # shellcheck disable=SC2086 # words
+    expect_status 2 explain "$line" $words --pcap "$whole"
+    cp err wanted
+    for command in account 'report -o none.html'; do
+        # shellcheck disable=SC2086 # words
+        expect_status 2 $command "$line" $words --pcap "$whole"
+        cmp -s err wanted || complain "gponflow $command $words: other words than those of explain"
+    done
+done
+[ ! -e none.html ] || complain 'report writes a page without an entry of the frames'
+for words in '--uni 1' '--gem 1025' "--uni 1 --gem 1025 --pcap $whole" "--uni 16 --pcap $whole" \
+    "--uni 1 --pcap $whole,kind=up_ani"; do
+    for command in account report; do
+        # shellcheck disable=SC2086 # words
+        expect_status 2 $command "$line" $words
+        [ -s err ] || complain "gponflow $command $words: not a word about what is wrong"
+    done
+done
+expect_status 0 account "$line" --gem 1050 --pcap "$root/captures/downstream-unicast.pcap"
+grep -q '^downstream, from the ANI to the bridge: 174 frames' out ||
+    complain 'account --gem does not send the frames from the OLT'
+one_uni=$root/docs/cookbook/priorities.scn
+assumed='The frames enter at UNI 1, the only UNI with a bridge port: neither --uni nor --gem names their entry.'
+expect_status 0 account "$one_uni" --pcap "$root/captures/upstream-uni1.pcap"
+[ "$(head -n 1 out)" = "$assumed" ] || complain 'account does not name the UNI that it assumes'
+sed 1d out >wanted
+expect_status 0 account "$one_uni" --uni 1 --pcap "$root/captures/upstream-uni1.pcap"
+cmp -s out wanted || complain 'account counts other frames for the UNI that it assumes'
+for command in account report; do
+    expect_status 0 $command "$one_uni" --json --pcap "$root/captures/upstream-uni1.pcap"
+    grep -qF "\"$assumed\"" out || complain "gponflow $command --json: no note of the assumed UNI"
+done
+expect_status 0 report "$one_uni" --pcap "$root/captures/upstream-uni1.pcap" -o one.html
+grep -q 'The frames enter at UNI 1' one.html || complain 'the page does not name the assumed UNI'
+grep -q '<dt>frames</dt><dd>183</dd>' one.html || complain 'the page counts a frame twice'
+# An unload at the end is left out.
+{ cat "$one_uni" && echo unload; } >unload.scn
+expect_status 0 account unload.scn --uni 1 --pcap "$root/captures/upstream-uni1.pcap"
+cmp -s out wanted || complain 'account counts other frames behind an unload'
+
+# OMCI messages are no traffic.
+for command in account 'report -o omci.html'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 0 $command "$line" --uni 1 --pcap "$bring_up"
+    expect_err "$bring_up: warning: 42 of 42 frames are OMCI messages (type 0x88b5), not traffic: a capture of OMCI messages is a line (FILE)"
+done
+expect_status 0 explain "$line" --uni 1 --pcap "$bring_up"
+grep -q '^The frame is an OMCI message ' out || complain 'explain does not name an OMCI message'
 head -c 3000 "$bring_up" >bring-up-cut.pcap
 expect_status 1 graph bring-up-cut.pcap
 grep -q 'ends early' err || complain 'graph does not say that the capture ends early'

@@ -109,14 +109,16 @@ def commands(line, traffic, folder):
     """Each command, {} for a damaged file, with the outcomes by variant."""
     page = folder / "page.html"
     of_line = [(words, LINE) for words in (
-        "check {}", "graph {}", f"account {{}} --pcap {traffic}", f"report {{}} -o {page}",
+        "check {}", "graph {}", f"report {{}} -o {page}",
         "show status {}", "stat {}", "monitor {}", "watch --once {}", "trace outer_vlan=300p6 {}",
         f"omci --diff {{}} {line}")]
     of_line += [(words, LINE_OF_OMCI) for words in ("omci {}", "omci --summary {}")]
     of_line += [(words, LINE_OF_SHOW) for words in ("show me {}", "show rules {}")]
-    of_line += [(f"explain {{}} --uni 1 --pcap {traffic}", LINE_OF_EXPLAIN)]
+    of_line += [(f"{command} {{}} --uni 1 --pcap {traffic}", LINE_OF_EXPLAIN)
+                for command in ("explain", "account")]
     of_traffic = [(words, TRAFFIC) for words in (
-        f"account {line} --pcap {{}}", f"report {line} -o {page} --pcap {{}}")]
+        f"account {line} --uni 2 --pcap {{}}",
+        f"report {line} -o {page} --uni 2 --pcap {{}}")]
     of_traffic += [(words, ONE_FRAME) for words in (
         f"explain {line} --uni 2 --pcap {{}}", f"explain {line} --uni 2 --pcap {{}} --frame 3",
         f"graph {line} --uni 2 --pcap {{}}")]

@@ -162,8 +162,14 @@ def run_lines(check, line, empty):
     inputs = [capture, line, "missing.scn", traffic]
     for command, status in (("check", 2), ("omci", 2), ("account", 2)):
         check.run([command, *inputs], status, "gponflow-line-1", stream=True)
-    check.run(["account", line, capture, "--jobs", "1", "--pcap", traffic], 0,
+    check.run(["account", line, capture, "--jobs", "1", "--uni", "1", "--pcap", traffic], 0,
               "gponflow-line-1", stream=True)
+    check.run(["account", line, capture, "--jobs", "1", "--pcap", traffic], 2,
+              "gponflow-line-1", stream=True)
+    for command in ("account", "report"):
+        check.run([command, "--json", line, "--uni", "1", "--pcap", traffic], 0,
+                  f"gponflow-{command}-1")
+        check.run([command, "--json", line, "--pcap", traffic], 2)
     check.run(["check", "--json", "--files", "-"], 0, "gponflow-line-1", stream=True, feed=line)
     check.run(["check", "--json", "--files", empty + ".missing"], 2)
     check.run(["check", "--json", "--sarif", line, line], 2)

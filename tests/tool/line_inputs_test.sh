@@ -43,7 +43,7 @@ same_for_each_input() {
     with_one_name /dev/fd/3 | cmp -s - wanted || complain "gponflow $*: not from a pipe"
 }
 same_for_each_input 0 check line.scn
-same_for_each_input 0 account line.scn --pcap "$lost"
+same_for_each_input 0 account line.scn --uni 2 --pcap "$lost"
 same_for_each_input 0 graph line.scn
 same_for_each_input 0 explain line.scn --uni 2 --pcap "$lost"
 same_for_each_input 0 show me line.scn
@@ -55,7 +55,7 @@ expect_status 0 omci --diff "$bring_up" line.scn
 expect_status 0 omci --diff new.pcapng sll2.pcap
 
 # Several ONUs: each command chooses one.
-for words in 'check two.pcap' "account two.pcap --pcap $lost" 'omci two.pcap' \
+for words in 'check two.pcap' "account two.pcap --uni 2 --pcap $lost" 'omci two.pcap' \
     'omci --summary two.pcap' 'graph two.pcap' "explain two.pcap --uni 2 --pcap $lost" \
     'show me two.pcap' 'stat two.pcap' 'watch --once two.pcap' 'monitor two.pcap' \
     'trace outer_vlan=300 two.pcap' 'report two.pcap -o page.html'; do
@@ -80,9 +80,9 @@ grep -q 'choose one of them with --onu' out || complain 'the line of an input do
 expect_status 0 omci two.pcap two.pcap --onu 02:00:00:00:00:09
 
 # A capture with a snapshot length: tags and the length on the wire are known, the rest is not.
-expect_status 0 account line.scn --pcap "$lost"
+expect_status 0 account line.scn --uni 2 --pcap "$lost"
 cp out whole
-expect_status 0 account line.scn --pcap sliced.pcap
+expect_status 0 account line.scn --uni 2 --pcap sliced.pcap
 cmp -s out whole || complain 'gponflow account: a sliced capture has other outcomes'
 grep -q '^sliced.pcap: warning: 16 of 16 frames end in the capture' err ||
     complain 'gponflow account: no warning of a sliced capture'
@@ -90,9 +90,9 @@ expect_status 0 explain line.scn --uni 2 --pcap sliced.pcap
 grep -q '^The capture holds 18 of the 298 bytes of the frame' out ||
     complain 'gponflow explain: no note of a sliced frame'
 octets() { sed -n 's/^ *"octets": \([0-9]*\),$/\1/p' out | awk '{ sum += $1 } END { print sum }'; }
-expect_status 0 report line.scn --json --pcap "$lost"
+expect_status 0 report line.scn --json --uni 2 --pcap "$lost"
 whole=$(octets)
-expect_status 0 report line.scn --json --pcap sliced.pcap
+expect_status 0 report line.scn --json --uni 2 --pcap sliced.pcap
 [ "$(octets)" = "$whole" ] || complain 'gponflow report: other octets for a sliced capture'
 
 # Nothing usable is no success.

@@ -71,13 +71,28 @@ std::optional<captured_frame> of_cooked(const cooked_layout& at, const capture_r
     return frame;
 }
 
-std::string cut_warning(size_t cut, size_t frames)
+// A capture of the OMCI channel is easily named for one of the traffic.
+std::string omci_warning(size_t omci, size_t frames)
 {
-    return std::to_string(cut) + " of " + counted(frames, "frame") +
-           " end in the capture before a field that the walk reads (snapshot length)";
+    return std::to_string(omci) + " of " + counted(frames, "frame") +
+           (omci == 1 ? " is an OMCI message" : " are OMCI messages") +
+           " (type 0x88b5), not traffic: a capture of OMCI messages is a line (FILE)";
+}
+
+std::string no_ethernet(const capture_file& from)
+{
+    const bool may_be_omci = from.link_type() >= DLT_USER0 && from.link_type() <= DLT_USER15;
+    return "its frames are not Ethernet but " + from.link_name() +
+           (may_be_omci ? "; a capture of OMCI messages is a line (FILE)" : "");
 }
 
 } // namespace
+
+std::string cut_text(size_t cut, size_t frames)
+{
+    return std::to_string(cut) + " of " + counted(frames, "frame") + (cut == 1 ? " ends" : " end") +
+           " in the capture before a field that the walk reads (snapshot length)";
+}
 
 bool carries_ethernet(int link_type)
 {
@@ -98,16 +113,19 @@ std::optional<captured_frame> ethernet_frame(int link_type, const capture_record
 ethernet_capture read_ethernet(capture_file& from, size_t most)
 {
     if (!carries_ethernet(from.link_type()))
-        throw std::runtime_error("its frames are not Ethernet but " + from.link_name());
+        throw std::runtime_error(no_ethernet(from));
     ethernet_capture result;
     size_t cut = 0;
+    size_t omci = 0;
     const auto next = [&] { return from.count() < most ? from.next() : std::nullopt; };
     while (const auto record = next()) {
         std::optional<captured_frame> frame = ethernet_frame(from.link_type(), *record);
         if (!frame)
             continue;
         frame->number = from.count();
-        cut += read_header(*frame).cut;
+        const frame_header header = read_header(*frame);
+        cut += header.cut;
+        omci += header.type == type_omci;
         result.frames.push_back(std::move(*frame));
     }
     if (!from.cut_short().empty())
@@ -115,7 +133,9 @@ ethernet_capture read_ethernet(capture_file& from, size_t most)
     if (const size_t other = from.count() - result.frames.size(); other != 0)
         result.warnings.push_back(counted(other, "frame") + " without Ethernet, skipped");
     if (cut != 0)
-        result.warnings.push_back(cut_warning(cut, result.frames.size()));
+        result.warnings.push_back(cut_text(cut, result.frames.size()));
+    if (omci != 0)
+        result.warnings.push_back(omci_warning(omci, result.frames.size()));
     return result;
 }
 

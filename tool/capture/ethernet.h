@@ -21,6 +21,9 @@ namespace gponflow {
 [[nodiscard]] std::optional<captured_frame> ethernet_frame(int link_type,
                                                            const capture_record& from);
 
+/// "3 of 16 frames end in the capture before a field that the walk reads (snapshot length)".
+[[nodiscard]] std::string cut_text(size_t cut, size_t frames);
+
 /// Frames of a capture, with remarks for the user.
 struct ethernet_capture {
     std::vector<captured_frame> frames;

@@ -182,6 +182,14 @@ frame_header read_header(const captured_frame& frame)
     return header_reader(frame).read();
 }
 
+bool hides_tags(const captured_frame& frame)
+{
+    if (!frame.is_cut())
+        return false;
+    const frame_header header = read_header(frame);
+    return header.cut && header.tags.empty() && !header.type;
+}
+
 std::string type_text(const frame_header& header)
 {
     if (!header.type)

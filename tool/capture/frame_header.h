@@ -40,6 +40,9 @@ struct frame_header {
 
 [[nodiscard]] frame_header read_header(const captured_frame& frame);
 
+/// Whether the capture ends before the tags of the frame, or in the first one: its VLAN is unknown.
+[[nodiscard]] bool hides_tags(const captured_frame& frame);
+
 /// "IPv4 UDP", "ARP", "type 0x88cc"; "type not in the capture" if the frame was cut before.
 [[nodiscard]] std::string type_text(const frame_header& header);
 

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow account: count the frames of a scenario by destination.
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 
 #include "tool/commands/commands.h"
 #include "tool/commands/fleet_options.h"
 #include "tool/commands/line_input.h"
+#include "tool/commands/traffic_options.h"
 #include "tool/explain/account.h"
 #include "tool/live/backends.h"
-#include "tool/scenario/capture_words.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -20,7 +18,7 @@ namespace {
 
 struct account_request {
     fleet_request inputs;
-    std::vector<std::string> captures;
+    traffic_options traffic;
     std::string backend = "host";
     bool json = false;
 };
@@ -28,7 +26,7 @@ struct account_request {
 uint64_t frames_of(const frame_account& counted)
 {
     uint64_t frames = 0;
-    for (const direction_account& direction : counted)
+    for (const direction_account& direction : counted.directions)
         frames += direction.frames;
     return frames;
 }
@@ -49,8 +47,9 @@ int account_one(const account_request& request)
     std::optional<opened_line> line = open_line(file, request.inputs.onu, std::cerr);
     if (!line)
         return status_invalid;
-    append_captures(request.captures, line->input, std::cerr);
     frame_account counted;
+    counted.entry = append_traffic(read_traffic(request.traffic, std::cerr), request.traffic.entry,
+                                   line->input);
     const exit_status status = count(request, *line, counted);
     if (request.json)
         print_json(account_json(counted, file), std::cout);
@@ -65,15 +64,17 @@ line_result account_of_many(const account_request& request, const scenario& traf
     std::optional<opened_line> line = open_line(input, request.inputs.onu, std::cerr);
     if (!line)
         return {status_invalid, nullptr, nullptr};
-    std::ranges::copy(traffic.lines, std::back_inserter(line->input.lines));
-    line->input.incomplete = line->input.incomplete || traffic.incomplete;
     frame_account counted;
     try {
+        counted.entry = append_traffic(traffic, request.traffic.entry, line->input);
         const exit_status status = count(request, *line, counted);
         return {status, std::move(line->origin), account_json(counted, input)};
     } catch (const refusal& why) {
         std::cerr << input << ": " << why.what() << '\n';
         return {status_unsupported, std::move(line->origin), nullptr};
+    } catch (const std::runtime_error& why) {
+        std::cerr << input << ": " << why.what() << '\n';
+        return {status_invalid, std::move(line->origin), nullptr};
     }
 }
 
@@ -83,8 +84,7 @@ int account_many(const account_request& request)
     if (request.backend == "device")
         throw CLI::ExcludesError("--backend=device is for one input: the kernel has one module",
                                  CLI::ExitCodes::ExcludesError);
-    scenario traffic;
-    append_captures(request.captures, traffic, std::cerr);
+    const scenario traffic = read_traffic(request.traffic, std::cerr);
     return run_lines(request.inputs, "account", [&](const std::string& input) {
         return account_of_many(request, traffic, input);
     });
@@ -114,24 +114,22 @@ void add_account_command(CLI::App& app)
         "account", "Run lines and count their frames by direction and destination");
     add_fleet_options(*sub, request->inputs,
                       "Scenarios or captures of OMCI messages, - for standard input");
-    sub->add_option("--pcap", request->captures,
-                    "Captures to run after the scenario, with options of a pcap command after "
-                    "commas: FILE,kind=up_uni,port=1; default kind: up_ani; - for standard input")
-        ->type_name("FILE");
+    add_traffic_options(*sub, request->traffic);
     sub->add_option("--backend", request->backend,
                     "host: the module in this process; device: the module in the running kernel")
         ->check(CLI::IsMember(backend_names()))
         ->capture_default_str();
     sub->add_flag("--json", request->json, "Print JSON");
     sub->footer("\nExamples:\n  gponflow account scenarios/demo.scn\n"
-                "  gponflow account line.scn --pcap lost.pcap\n"
-                "  gponflow account line.scn --pcap lost.pcap,kind=up_uni,port=2 --json\n"
-                "  gponflow account bring-up.pcap --pcap lost.pcap\n"
-                "  gponflow account --files list --pcap probe.pcap --jobs 4 > lines.jsonl\n\n"
+                "  gponflow account line.scn --pcap lost.pcap --uni 2\n"
+                "  gponflow account bring-up.pcap --pcap replies.pcap --gem 1025 --json\n"
+                "  gponflow account line.scn --pcap lost.pcap,kind=up_ani\n"
+                "  gponflow account --files list --pcap probe.pcap --uni 1 --jobs 4 > "
+                "lines.jsonl\n\n"
                 "A dropped frame is counted under its tags and the managed entity that dropped it. "
                 "If the frame was refused in several places, this is the entity that it reached "
                 "after the most steps.\n\n" +
-                std::string(fleet_help));
+                std::string(traffic_help) + "\n\n" + fleet_help);
     sub->callback([request] {
         if (const int status = account(*request); status != status_ok)
             throw CLI::RuntimeError(status);

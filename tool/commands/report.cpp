@@ -8,10 +8,10 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/line_input.h"
 #include "tool/commands/source.h"
+#include "tool/commands/traffic_options.h"
 #include "tool/report/live.h"
 #include "tool/report/page.h"
 #include "tool/report/report_json.h"
-#include "tool/scenario/capture_words.h"
 #include "tool/scenario/host_backend.h"
 #include "tool/text/terminal.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 struct report_request {
     live_source source;
-    std::vector<std::string> captures;
+    traffic_options traffic;
     std::string output = "report.html";
     bool json = false;
     bool live = false;
@@ -64,9 +64,10 @@ int report(const report_request& request)
         return status_invalid;
     scenario& parsed = opened->input;
     try {
-        append_captures(request.captures, parsed, std::cerr);
-        const std::unique_ptr<backend> target = make_host_backend();
         report_data data;
+        data.entry =
+            append_traffic(read_traffic(request.traffic, std::cerr), request.traffic.entry, parsed);
+        const std::unique_ptr<backend> target = make_host_backend();
         exit_status status = collect_report(parsed, *target, data, std::cerr);
         if (status == status_ok)
             print_report(request, data);
@@ -89,11 +90,7 @@ void add_report_command(CLI::App& app)
     sub->add_option("FILE", request->source.file,
                     "Scenario or capture of OMCI messages, - for standard input");
     add_onu_option(*sub, request->source.onu);
-    CLI::Option* captures =
-        sub->add_option("--pcap", request->captures,
-                        "Captures to run after the scenario, with options of a pcap command after "
-                        "commas: FILE,kind=up_uni,port=1; default kind: up_ani")
-            ->type_name("FILE");
+    CLI::Option* captures = add_traffic_options(*sub, request->traffic);
     sub->add_flag("--live", request->live,
                   "Report the state of the module: its entities, rules with their hits, and "
                   "counters; without FILE, of the running kernel")
@@ -106,11 +103,12 @@ void add_report_command(CLI::App& app)
     sub->footer("\nExamples:\n"
                 "  gponflow report scenarios/demo.scn -o report.html\n"
                 "  gponflow report scenarios/subscriber-line.scn -o report.html \\\n"
-                "    --pcap captures/upstream-uni1.pcap captures/upstream-uni2.pcap \\\n"
+                "    --uni 1 --pcap captures/upstream-uni1.pcap \\\n"
                 "    --pcap captures/downstream-unicast.pcap,kind=down_ani,gem=1025\n"
                 "  gponflow report --live -o report.html\n\n"
                 "The page is self-contained: it loads no other file. It includes the frames of the "
-                "scenario itself.");
+                "scenario itself.\n\n" +
+                std::string(traffic_help));
     sub->callback([request] {
         if (request->source.file.empty() && !request->live)
             throw CLI::RequiredError("FILE");

@@ -3,16 +3,20 @@
 
 #include <algorithm>
 #include <ostream>
+#include <tuple>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
+#include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/frame_entry.h"
 #include "tool/explain/tagging_entry.h"
+#include "tool/explain/traffic_notes.h"
 #include "tool/model/line_model.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
@@ -27,8 +31,10 @@ struct path_facts {
     bool ran = false;
     bool quick = false;
     std::string bridge;
-    std::string tags;        ///< at the hook call, of a drop
-    std::string reason;      ///< of the drop
+    std::optional<uint16_t> passed; ///< the bridge that the frame passes into
+    std::string tags;               ///< at the hook call, of a drop
+    /// Of a drop, by the bridge that an earlier hook call led the frame into.
+    std::map<std::optional<uint16_t>, std::string> reasons;
     std::vector<me_id> path; ///< of a frame from the fibre that tagging operations may rewrite
 };
 
@@ -46,6 +52,17 @@ std::string bridge_text(const walk_record& walk, const line_model& entities)
     return "bridge " + (found ? std::to_string(*found) : "?");
 }
 
+/// A hook call of a frame.
+struct frame_call {
+    packet_options options;
+    std::optional<uint16_t> bridge; ///< that an earlier hook call led the frame into
+};
+
+/// A frame that passed a hook call.
+struct frame_passage {
+    std::optional<uint16_t> bridge;
+};
+
 class frame_counter final : public captured_run {
 public:
     frame_counter(backend& target, frame_account& account) : captured_run(target), account_(account)
@@ -61,76 +78,113 @@ public:
             if (status != status_ok)
                 return status;
         }
-        for (const auto& [operation, why] : gaps_)
-            diagnostics << input.name << ": warning: " << to_text(operation)
-                        << ": an operation exists here and was not applied: " << why << '\n';
+        for (const std::string& gap : notes_.gaps())
+            diagnostics << input.name << ": warning: " << gap << '\n';
+        account_.notes = notes_.all();
         return status_ok;
     }
 
 private:
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        if (options.kind < account_.size())
-            count_carried(options, frame);
+        notes_.count(frame);
+        if (options.kind < account_.directions.size())
+            std::ignore = count_received({options, {}}, frame);
         else
             captured_run::on_frame(options, frame);
     }
 
-    // A frame that a tagging operation discards never reaches the hook call.
-    void count_carried(const packet_options& options, const captured_frame& frame)
+    void on_path(const packet_options& options, const captured_frame& frame) override
     {
-        carried_frame carried = carry_to_hook(entities_, options, frame);
-        for (const tag_gap& gap : carried.gaps)
-            gaps_.emplace(gap.operation, gap.why);
+        notes_.count(frame);
+        if (const auto passage = count_received({options, {}}, frame))
+            std::ignore = count_received({second_call(options), passage->bridge}, frame);
+    }
+
+    direction_account& direction_of(const frame_call& at)
+    {
+        return account_.directions.at(at.options.kind);
+    }
+
+    // A frame whose tags are not known has no outcome.
+    std::optional<frame_passage> count_received(const frame_call& at, const captured_frame& frame)
+    {
+        direction_account& direction = direction_of(at);
+        ++direction.frames;
+        if (!hides_tags(frame))
+            return count_carried(at, frame);
+        ++direction.untouched[tags_hidden];
+        return {};
+    }
+
+    // A frame that a tagging operation discards never reaches the hook call.
+    std::optional<frame_passage> count_carried(const frame_call& at, const captured_frame& frame)
+    {
+        carried_frame carried = carry_to_hook(entities_, at.options, frame);
+        notes_.add_gaps(carried);
         if (!carried.discarded) {
             captured_frame rewritten = frame;
             rewritten.wire_length += carried.frame.size();
             rewritten.wire_length -= frame.data.size();
             rewritten.data = std::move(carried.frame);
-            count_frame(options, rewritten, frame);
-            return;
+            return count_called(at, rewritten, frame);
         }
-        direction_account& direction = account_.at(options.kind);
-        ++direction.frames;
-        ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(carried)];
+        const std::string tags = tags_text(read_header(frame));
+        ++direction_of(at).drops[tags + ": " + discard_text(carried)];
+        return {};
     }
 
-    void count_frame(const packet_options& options, const captured_frame& frame,
-                     const captured_frame& received)
+    std::optional<frame_passage> count_called(const frame_call& at, const captured_frame& frame,
+                                              const captured_frame& received)
     {
-        const path_call call = hook_by_path(options, frame.data);
+        const path_call call = hook_by_path(at.options, frame.data);
         if (call.first)
-            paths_.push_back(facts_of(options, call.call, frame));
+            paths_.push_back(facts_of(at, call.call, frame));
         const std::optional<hook_answer>& answer = call.call.answer;
-        const path_facts& path = paths_.at(call.path);
-        direction_account& direction = account_.at(options.kind);
-        ++direction.frames;
+        path_facts& path = paths_.at(call.path);
+        direction_account& direction = direction_of(at);
         direction.quick += path.quick;
         if (!answer)
             ++direction.untouched["the module is not loaded"];
         else if (!path.ran && answer->api_result == 0)
             ++direction.untouched["the engine is disabled"];
         else if (answer->api_result == 0)
-            count_passed(options, *answer, path, frame);
+            return count_passed(at.options, *answer, path, frame);
         else
-            ++direction.drops[tags_of_drop(path, frame, received) + ": " + path.reason];
+            ++direction
+                  .drops[tags_of_drop(path, frame, received) + ": " + reason_of(at, path, frame)];
+        return {};
+    }
+
+    // The walk drops the frame again, without another effect.
+    const std::string& reason_of(const frame_call& at, path_facts& path,
+                                 const captured_frame& frame)
+    {
+        const auto [reason, is_new] = path.reasons.try_emplace(at.bridge);
+        if (is_new)
+            reason->second = drop_reason(
+                read_events(traced_hook(at.options, frame.data).events, entities_, &frame.data),
+                entities_, at.bridge);
+        return reason->second;
     }
 
     // Behind the hook call, operations act on the path to each UNI of the bridge.
-    void count_passed(const packet_options& options, const hook_answer& answer,
-                      const path_facts& path, const captured_frame& frame)
+    std::optional<frame_passage> count_passed(const packet_options& options,
+                                              const hook_answer& answer, const path_facts& path,
+                                              const captured_frame& frame)
     {
         const std::vector<leaving_frame> leaving = carry_to_unis(entities_, path.path, frame.data);
         for (const leaving_frame& one : leaving)
-            for (const tag_gap& gap : one.carried.gaps)
-                gaps_.emplace(gap.operation, gap.why);
-        direction_account& direction = account_.at(options.kind);
+            notes_.add_gaps(one.carried);
+        direction_account& direction = account_.directions.at(options.kind);
         for (std::string& note : notes_of(leaving))
             direction.notes.insert(std::move(note));
-        if (is_discarded(leaving))
+        if (is_discarded(leaving)) {
             ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
-        else
-            ++direction.destinations[destination(options, answer, path)];
+            return {};
+        }
+        ++direction.destinations[destination(options, answer, path)];
+        return frame_passage{path.passed};
     }
 
     // The instances of a frame from the fibre, if there are operations behind the hook call.
@@ -145,15 +199,16 @@ private:
     }
 
     // Frames of the same path have the same tags.
-    path_facts facts_of(const packet_options& options, const traced_call& call,
+    path_facts facts_of(const frame_call& at, const traced_call& call,
                         const captured_frame& frame) const
     {
         const walk_record walk = read_events(call.events, entities_, &frame.data);
-        path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}};
-        facts.path = path_of_call(options, walk);
+        path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}, {}};
+        facts.passed = bridge_of_path(walk, entities_);
+        facts.path = path_of_call(at.options, walk);
         if (call.answer && call.answer->api_result != 0) {
             facts.tags = tags_text(read_header(frame));
-            facts.reason = drop_reason(walk, entities_);
+            facts.reasons[at.bridge] = drop_reason(walk, entities_, at.bridge);
         }
         return facts;
     }
@@ -185,7 +240,7 @@ private:
 
     frame_account& account_;
     line_model entities_; ///< at the current command
-    std::map<me_id, std::string> gaps_;
+    traffic_notes notes_;
     std::vector<path_facts> paths_; ///< by number of the path
 };
 
@@ -221,11 +276,13 @@ exit_status account_scenario(const scenario& input, backend& target, frame_accou
 
 void print_account(const frame_account& account, std::ostream& out)
 {
-    if (std::ranges::all_of(account, [](const direction_account& one) { return one.frames == 0; }))
+    for (const std::string& sentence : account.entry)
+        out << sentence << '\n';
+    if (std::ranges::all_of(account.directions, [](const auto& one) { return one.frames == 0; }))
         out << "no frames\n";
     // In the order of the path of a frame.
     for (const size_t kind : {size_t{0}, size_t{1}, size_t{3}, size_t{2}}) {
-        const direction_account& direction = account.at(kind);
+        const direction_account& direction = account.directions.at(kind);
         if (direction.frames == 0)
             continue;
         out << direction_titles.at(kind) << ": " << counted(direction.frames, "frame") << ", "
@@ -242,8 +299,8 @@ void print_account(const frame_account& account, std::ostream& out)
 json account_json(const frame_account& account, const std::string& file)
 {
     json directions = json::array();
-    for (size_t kind = 0; kind < account.size(); ++kind) {
-        const direction_account& direction = account.at(kind);
+    for (size_t kind = 0; kind < account.directions.size(); ++kind) {
+        const direction_account& direction = account.directions.at(kind);
         directions.push_back({{"kind", hook_kind_name(static_cast<uint32_t>(kind))},
                               {"frames", direction.frames},
                               {"quick", direction.quick},
@@ -255,6 +312,9 @@ json account_json(const frame_account& account, const std::string& file)
     json whole = json_document("account");
     whole["scenario"] = file;
     whole["directions"] = std::move(directions);
+    std::vector<std::string> notes = account.entry;
+    notes.insert(notes.end(), account.notes.begin(), account.notes.end());
+    whole["notes"] = std::move(notes);
     return whole;
 }
 

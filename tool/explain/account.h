@@ -8,7 +8,7 @@
 #include <map>
 #include <set>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "tool/scenario/backend.h"
 #include "tool/scenario/command.h"
@@ -27,11 +27,14 @@ struct direction_account {
     std::set<std::string> notes;                  ///< what other ONUs may do with frames
 };
 
-/// By kind of hook call: 0 to 3.
-using frame_account = std::array<direction_account, 4>;
+struct frame_account {
+    std::array<direction_account, 4> directions; ///< by kind of hook call: 0 to 3
+    std::vector<std::string> entry; ///< sentences about the entry of the frames, set by the caller
+    std::vector<std::string> notes; ///< what the counts leave out; also in the diagnostics
+};
 
-/// Runs the scenario and counts its hook calls. All log levels are on for each frame: the reasons
-/// come from the log. Diagnostics as for run_scenario.
+/// Runs the scenario and counts its hook calls. A frame that passes through both calls of its
+/// direction is counted in both. Diagnostics as for run_scenario.
 [[nodiscard]] exit_status account_scenario(const scenario& input, backend& target,
                                            frame_account& account, std::ostream& diagnostics);
 

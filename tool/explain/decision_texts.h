@@ -30,6 +30,9 @@ constexpr const char* unreadable_header = "the header could not be read";
 constexpr const char* no_packet = "a hook call without a packet";
 constexpr const char* unknown_kind = "a hook call of an unknown kind";
 
+// Why a frame is not classified.
+constexpr const char* tags_hidden = "its tags are not in the capture";
+
 /// The same reason for several instances: "their VLAN filters drop the frame".
 [[nodiscard]] std::string plural_reason(const std::string& reason);
 

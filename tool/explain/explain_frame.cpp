@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "tool/capture/frame_header.h"
 #include "tool/explain/event_reader.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/live/kernel_reader.h"
@@ -41,6 +42,9 @@ std::optional<explained_frame> carried_input(explanation& result)
 
 void run_frame(captured_run& runner, explanation& result)
 {
+    // Filters and operations would take a frame without its tags for an untagged one.
+    if (hides_tags(result.input.frame))
+        return;
     const std::optional<explained_frame> carried = carried_input(result);
     if (!carried)
         return;

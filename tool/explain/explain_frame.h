@@ -18,9 +18,10 @@ struct explanation {
     explained_frame input;
     walk_record walk;
     std::optional<hook_answer> answer;
-    line_model entities;       ///< at the time of the frame
-    carried_frame tagging{};   ///< operations before the hook call
-    bool events_lost = false;  ///< the kernel dropped events
+    line_model entities;              ///< at the time of the frame
+    carried_frame tagging{};          ///< operations before the hook call
+    std::optional<uint16_t> bridge{}; ///< that an earlier hook call led the frame into
+    bool events_lost = false;         ///< the kernel dropped events
     bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };
 

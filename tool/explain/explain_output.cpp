@@ -8,6 +8,7 @@
 
 #include "include/packet_flow.h"
 #include "platform/api/platform_hook.h"
+#include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/tagging_output.h"
@@ -274,6 +275,15 @@ std::string gem_port_of(const walk_record& walk, const line_model& entities)
 
 } // namespace
 
+std::string why_unclassified(const explanation& explained)
+{
+    if (hides_tags(explained.input.frame))
+        return tags_hidden;
+    if (!explained.answer)
+        return "the module is not loaded";
+    return "the engine is disabled (hook kind=switch param=1 enables it)";
+}
+
 std::string drop_text(const walk_record& walk)
 {
     if (!walk.other_failure.empty())
@@ -312,12 +322,10 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
 {
     out << colours.heading(kind_title(explained.input.options.kind)) << ", "
         << explained.input.frame.wire_length << " bytes\n";
-    if (!explained.answer) {
-        out << "not classified: the module is not loaded\n";
-        return;
-    }
-    if (!explained.walk.ran && explained.answer->api_result == 0) {
-        out << "not classified: the engine is off (hook kind=switch param=1 turns it on)\n";
+    const bool classified =
+        explained.answer && (explained.walk.ran || explained.answer->api_result != 0);
+    if (!classified || hides_tags(explained.input.frame)) {
+        out << "not classified: " << why_unclassified(explained) << '\n';
         return;
     }
     print_tagging(explained.tagging, out, colours);

@@ -46,6 +46,9 @@ void print_leaving(const explanation& explained, std::ostream& out, const palett
 /// reason, at most `most` are named and the rest is counted; 0 names all.
 [[nodiscard]] std::string dead_ends_text(const walk_record& walk, size_t most = 0);
 
+/// "its tags are not in the capture", "the module is not loaded": of a frame without an outcome.
+[[nodiscard]] std::string why_unclassified(const explanation& explained);
+
 /// Why the frame of this walk failed.
 [[nodiscard]] std::string drop_text(const walk_record& walk);
 

@@ -179,6 +179,16 @@ std::optional<uint16_t> bridge_of(const line_model& entities, me_id port)
     return me ? std::optional(me->as<gpon_raw_mbpcd>().bridgeID) : std::nullopt;
 }
 
+std::optional<uint16_t> bridge_of_path(const walk_record& walk, const line_model& entities)
+{
+    std::optional<uint16_t> found;
+    for (const walk_step& step : walk.steps)
+        if (const auto bridge = step.passed ? bridge_of(entities, step.at) : std::nullopt)
+            if (!found || !walk.replayed)
+                found = bridge;
+    return found;
+}
+
 std::optional<uint16_t> bridge_of_step(const walk_record& walk, const line_model& entities,
                                        size_t step)
 {

@@ -32,6 +32,11 @@ struct fault {
 /// The bridge of a bridge port; nothing for other classes and unknown instances.
 [[nodiscard]] std::optional<uint16_t> bridge_of(const line_model& entities, me_id port);
 
+/// The bridge that a frame passed into or out of: a walk leaves through its last port, the replay
+/// of a rule through its first. Nothing if it passed through none.
+[[nodiscard]] std::optional<uint16_t> bridge_of_path(const walk_record& walk,
+                                                     const line_model& entities);
+
 /// The bridge whose port a step of a walk belongs to: its own or that of the steps above it.
 [[nodiscard]] std::optional<uint16_t> bridge_of_step(const walk_record& walk,
                                                      const line_model& entities, size_t step);

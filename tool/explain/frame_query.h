@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tool/explain/explain_frame.h"
+#include "tool/explain/frame_entry.h"
 
 namespace gponflow {
 
@@ -17,13 +18,11 @@ struct query_tag {
     uint8_t priority = 0;
 };
 
-struct frame_query {
-    std::optional<uint16_t> uni; ///< upstream: the port number, the last byte of the instance id
-    std::optional<uint16_t> gem; ///< downstream: the number of the GEM port on the fibre
-    std::string capture;         ///< the frame itself; empty: built from the fields below
-    size_t number = 1;           ///< of the frame in the capture, from 1
-    std::string source;          ///< MAC address; empty: 02:00:00:00:00:02
-    std::string destination;     ///< MAC address; empty: 02:00:00:00:00:01
+struct frame_query : frame_entry {
+    std::string capture;     ///< the frame itself; empty: built from the fields below
+    size_t number = 1;       ///< of the frame in the capture, from 1
+    std::string source;      ///< MAC address; empty: 02:00:00:00:00:02
+    std::string destination; ///< MAC address; empty: 02:00:00:00:00:01
     std::optional<query_tag> outer;
     std::optional<query_tag> inner;
     uint16_t tpid = 0x8100;      ///< of the outer tag
@@ -33,15 +32,6 @@ struct frame_query {
 
 /// The frame of the query. Throws std::runtime_error with the reason.
 [[nodiscard]] captured_frame frame_of(const frame_query& query);
-
-/// A UNI of a line.
-struct uni_port {
-    uint16_t number = 0;
-    me_id id; ///< a PPTP Ethernet UNI or a VEIP
-};
-
-/// In the order of the module, which takes the first one with a number.
-[[nodiscard]] std::vector<uni_port> uni_ports(const line_model& entities);
 
 /// The path of one frame from the UNI to the GEM port, or back.
 struct frame_path {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "include/tp_types.h"
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
@@ -11,6 +10,7 @@
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/upstream_port.h"
 #include "tool/model/carry.h"
+#include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
 
@@ -55,13 +55,10 @@ std::string unis_of(uint16_t bridge, const line_model& entities,
 {
     std::string text;
     for (const uni_port& uni : uni_ports(entities))
-        for (const me_instance& port : entities.instances(me_class::mbpcd)) {
-            const auto me = port.as<gpon_raw_mbpcd>();
-            const bool leads = me.tpPointer == uni.id.instance &&
-                               gpon::bridge_port_tp(me.tpType).class_id == uni.id.class_id;
-            if (leads && me.bridgeID == bridge && !is_discarded_at(uni.id, leaving))
+        for (const me_instance& port : entities.instances(me_class::mbpcd))
+            if (is_port_of_uni(port, uni) && port.as<gpon_raw_mbpcd>().bridgeID == bridge &&
+                !is_discarded_at(uni.id, leaving))
                 text += (text.empty() ? "" : ", ") + std::to_string(uni.number);
-        }
     return text.empty() ? ", which has no UNI" : ", towards UNI " + text;
 }
 
@@ -94,11 +91,15 @@ std::string passed_sentence(const frame_path& path)
     return text + ".";
 }
 
-std::string engine_sentence(const explanation& half)
+std::string held_text(const captured_frame& frame)
 {
-    return half.answer ? "The frame is not classified: the engine is disabled (hook kind=switch "
-                         "param=1 enables it)."
-                       : "The frame is not classified: the module is not loaded.";
+    return std::to_string(frame.data.size()) + " of the " + std::to_string(frame.wire_length) +
+           " bytes of the frame";
+}
+
+std::string unclassified_sentence(const explanation& half)
+{
+    return "The frame is not classified: " + why_unclassified(half) + ".";
 }
 
 void note_bridge(const frame_path& path, verdict& into)
@@ -110,12 +111,21 @@ void note_bridge(const frame_path& path, verdict& into)
             ": the hook call that chooses the GEM port has no information about the UNI.");
 }
 
-void note_capture(const frame_path& path, verdict& into)
+void note_capture(const captured_frame& frame, verdict& into)
 {
-    if (read_header(path.frame).cut)
-        into.notes.push_back("The capture holds " + std::to_string(path.frame.data.size()) +
-                             " of the " + std::to_string(path.frame.wire_length) +
-                             " bytes of the frame: the outcome is that of the captured part.");
+    const frame_header header = read_header(frame);
+    if (hides_tags(frame))
+        into.notes.push_back("The capture holds " + held_text(frame) + ".");
+    else if (header.cut)
+        into.notes.push_back("The capture holds " + held_text(frame) +
+                             ": the outcome is that of the captured part.");
+    if (header.type == type_omci)
+        into.notes.emplace_back("The frame is an OMCI message (type 0x88b5), not traffic: a "
+                                "capture of OMCI messages is a line (FILE).");
+}
+
+void note_lost_events(const frame_path& path, verdict& into)
+{
     for (const explanation& half : path.halves)
         if (half.events_lost || half.others_mixed || half.walk.incomplete) {
             into.notes.emplace_back("The kernel dropped trace events, or other frames arrived "
@@ -133,16 +143,19 @@ bool is_applied(const frame_path& path, me_id operation)
     });
 }
 
+void note_gap(const tag_gap& gap, verdict& into)
+{
+    const std::string note =
+        to_text(gap.operation) + ": an operation exists here and was not applied: " + gap.why + ".";
+    if (std::ranges::find(into.notes, note) == into.notes.end())
+        into.notes.push_back(note);
+}
+
 void note_tagging(const frame_path& path, const explanation& half, verdict& into)
 {
-    for (const tag_gap& gap : gaps_of(half)) {
-        if (is_applied(path, gap.operation))
-            continue;
-        const std::string note = to_text(gap.operation) +
-                                 ": an operation exists here and was not applied: " + gap.why + ".";
-        if (std::ranges::find(into.notes, note) == into.notes.end())
-            into.notes.push_back(note);
-    }
+    for (const tag_gap& gap : gaps_of(half))
+        if (!is_applied(path, gap.operation))
+            note_gap(gap, into);
 }
 
 void note_unfiltered(const frame_path& path, verdict& into)
@@ -166,25 +179,6 @@ void note_leaving(const explanation& half, verdict& into)
                                  ": the tagging operation " + discard_text(one.carried) + ".");
     for (const std::string& note : notes_of(leaving))
         into.notes.push_back(note + ".");
-}
-
-// A hook call has the number of its UNI only.
-void note_same_number(const frame_path& path, verdict& into)
-{
-    if (!path.query.uni)
-        return;
-    std::optional<me_id> taken;
-    for (const uni_port& one : uni_ports(path.halves.front().entities)) {
-        if (one.number != *path.query.uni)
-            continue;
-        if (taken)
-            into.notes.push_back(
-                to_text(one.id) + " has the number of " + to_text(*taken) +
-                ", which the module takes. To explain its frames, add \"me delete " +
-                to_text(*taken) + "\" to the scenario.");
-        else
-            taken = one.id;
-    }
 }
 
 line_outcome outcome_of(const explanation& half)
@@ -227,7 +221,7 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
     verdict result;
     result.outcome = outcome_of(half);
     if (result.outcome == line_outcome::not_classified) {
-        result.sentence = engine_sentence(half);
+        result.sentence = unclassified_sentence(half);
     } else if (result.outcome == line_outcome::dropped) {
         if (is_tagging_drop(half)) {
             explain_discard(half, subject, result);
@@ -251,6 +245,10 @@ verdict verdict_of(const explanation& half)
 {
     verdict result = verdict_of(half, {}, "The frame");
     note_leaving(half, result);
+    note_capture(half.input.frame, result);
+    if (!hides_tags(half.input.frame))
+        for (const tag_gap& gap : gaps_of(half))
+            note_gap(gap, result);
     return result;
 }
 
@@ -263,9 +261,13 @@ verdict verdict_of(const frame_path& path)
         note_bridge(path, result);
         note_unfiltered(path, result);
     }
-    note_same_number(path, result);
+    for (std::string& note : notes_of(path.query, path.halves.front().entities))
+        result.notes.push_back(std::move(note));
     note_leaving(path.halves.front(), result);
-    note_capture(path, result);
+    note_capture(path.frame, result);
+    if (hides_tags(path.frame))
+        return result;
+    note_lost_events(path, result);
     for (const explanation& half : path.halves)
         note_tagging(path, half, result);
     return result;

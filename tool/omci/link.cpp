@@ -12,7 +12,6 @@ namespace gponflow::omci {
 
 namespace {
 
-constexpr uint16_t omci_ethertype = 0x88b5; // IEEE 802 local experimental 1
 constexpr size_t vlan_tag_bytes = 4;
 constexpr int sll2_link_type = 276; // DLT_LINUX_SLL2, which older libpcap headers lack
 
@@ -38,7 +37,7 @@ std::optional<link_payload> find_in_ethernet(std::span<const uint8_t> frame)
     size_t at = 2 * address_bytes;
     while (frame.size() >= at + 2 && is_vlan_tpid(read_u16(frame, at)))
         at += vlan_tag_bytes;
-    if (frame.size() < at + 2 || read_u16(frame, at) != omci_ethertype)
+    if (frame.size() < at + 2 || read_u16(frame, at) != type_omci)
         return std::nullopt;
     return link_payload{frame.subspan(at + 2), address_at(frame, address_bytes),
                         address_at(frame, 0)};
@@ -47,7 +46,7 @@ std::optional<link_payload> find_in_ethernet(std::span<const uint8_t> frame)
 std::optional<link_payload> find_in_cooked(std::span<const uint8_t> frame, size_t type_at,
                                            size_t header_bytes)
 {
-    if (frame.size() < header_bytes || read_u16(frame, type_at) != omci_ethertype)
+    if (frame.size() < header_bytes || read_u16(frame, type_at) != type_omci)
         return std::nullopt;
     return link_payload{frame.subspan(header_bytes), std::nullopt, std::nullopt};
 }

@@ -4,12 +4,16 @@
 #include <algorithm>
 #include <map>
 #include <tuple>
+#include <utility>
 
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
+#include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/frame_entry.h"
 #include "tool/explain/tagging_entry.h"
+#include "tool/explain/traffic_notes.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 
@@ -65,6 +69,7 @@ public:
                 return status;
         }
         finish(silences_of(input));
+        data_.notes = notes_.all();
         return status_ok;
     }
 
@@ -78,18 +83,23 @@ private:
 
     void on_frame(const packet_options& options, const captured_frame& frame) override
     {
-        const std::string place =
-            frame.number ? source_ + " #" + std::to_string(frame.number) : source_;
-        if (options.kind >= data_.directions.size()) {
-            captured_run::on_frame(options, frame);
-            return;
-        }
-        explanation explained{
-            {options, frame}, {}, {}, {}, carry_to_hook(data_.entities, options, frame)};
-        if (explained.tagging.discarded)
-            count_discarded(std::move(explained), place);
+        notes_.count(frame);
+        if (options.kind < data_.directions.size())
+            std::ignore = count_received({options, frame}, {});
         else
-            count_called(std::move(explained), place);
+            captured_run::on_frame(options, frame);
+    }
+
+    void on_path(const packet_options& options, const captured_frame& frame) override
+    {
+        notes_.count(frame);
+        const path_summary first = count_received({options, frame}, {});
+        if (first.fate != frame_fate::passed)
+            return;
+        direction_row& direction = data_.directions.at(options.kind);
+        ++direction.continued;
+        direction.continued_quick += first.replayed;
+        std::ignore = count_received({second_call(options), frame}, first.bridge);
     }
 
     // What the frames of one path have in common.
@@ -98,7 +108,27 @@ private:
         std::string outcome;
         bool replayed = false;
         std::vector<me_id> path;
+        std::optional<uint16_t> bridge; ///< that the frame passes into
     };
+
+    // A frame whose tags are not known has no outcome.
+    path_summary count_received(const explained_frame& input, std::optional<uint16_t> bridge)
+    {
+        const std::string place =
+            input.frame.number ? source_ + " #" + std::to_string(input.frame.number) : source_;
+        explanation explained{input, {}, {}, {}, {}};
+        explained.bridge = bridge;
+        if (hides_tags(input.frame)) {
+            explained.tagging.frame = input.frame.data;
+            const path_summary hidden{frame_fate::untouched, tags_hidden, false, {}, {}};
+            std::ignore = count(hidden, explained, place);
+            return hidden;
+        }
+        explained.tagging = carry_to_hook(data_.entities, input.options, input.frame);
+        notes_.add_gaps(explained.tagging);
+        return explained.tagging.discarded ? count_discarded(std::move(explained), place)
+                                           : count_called(std::move(explained), place);
+    }
 
     path_summary summary_of(const explanation& explained) const
     {
@@ -107,15 +137,18 @@ private:
         summary.outcome = outcome_of(explained, summary.fate);
         summary.replayed = explained.walk.replayed;
         summary.path = path_of(explained.walk);
+        summary.bridge = bridge_of_path(explained.walk, data_.entities);
         return summary;
     }
 
-    void count_discarded(explanation explained, const std::string& place)
+    path_summary count_discarded(explanation explained, const std::string& place)
     {
         explained.answer = hook_answer{0, 1, 0, 0};
         explained.walk.ran = true;
-        if (const flow_row row = count(summary_of(explained), explained, place); is_new_drop(row))
+        path_summary summary = summary_of(explained);
+        if (const flow_row row = count(summary, explained, place); is_new_drop(row))
             add_drop(std::move(explained), row);
+        return summary;
     }
 
     bool has_operations_behind(const packet_options& options) const
@@ -130,12 +163,17 @@ private:
     }
 
     // A frame that passed may be discarded on its path to each UNI.
-    path_summary behind_hook(path_summary summary, const explanation& explained) const
+    path_summary behind_hook(path_summary summary, const explanation& explained)
     {
         if (summary.fate != frame_fate::passed)
             return summary;
         const std::vector<leaving_frame> leaving =
             carry_to_unis(data_.entities, summary.path, explained.input.frame.data);
+        for (const leaving_frame& one : leaving)
+            notes_.add_gaps(one.carried);
+        std::set<std::string>& notes = data_.directions.at(explained.input.options.kind).notes;
+        for (std::string& note : notes_of(leaving))
+            notes.insert(std::move(note));
         if (is_discarded(leaving)) {
             summary.fate = frame_fate::dropped;
             summary.outcome = discard_text(leaving);
@@ -143,25 +181,40 @@ private:
         return summary;
     }
 
-    void count_called(explanation explained, const std::string& place)
+    // The call may be repeated: the walk drops the frame again, or its rule exists.
+    void repeat_call(explanation& explained)
     {
-        const packet_options& options = explained.input.options;
-        const path_call call = hook_by_path(options, explained.tagging.frame);
+        if (!explained.answer)
+            read_call(traced_hook(explained.input.options, explained.tagging.frame), explained);
+    }
+
+    // The reason of a drop depends on the bridge, the rest of a path does not.
+    path_summary known_summary(const path_call& call, explanation& explained)
+    {
         if (call.first) {
             read_call(call.call, explained);
-            paths_.push_back(summary_of(explained));
+            paths_.push_back({summary_of(explained), explained.bridge});
         }
-        const path_summary& summary = paths_.at(call.path);
-        const flow_row row = has_operations_behind(options)
-                                 ? count(behind_hook(summary, explained), explained, place)
-                                 : count(summary, explained, place);
-        if (!is_new_drop(row))
-            return;
-        if (!call.first) {
-            // The call may be repeated: the walk drops the frame again, or its rule exists.
-            read_call(traced_hook(options, explained.tagging.frame), explained);
+        const auto& [summary, bridge] = paths_.at(call.path);
+        if (summary.fate != frame_fate::dropped || bridge == explained.bridge)
+            return summary;
+        repeat_call(explained);
+        return summary_of(explained);
+    }
+
+    path_summary count_called(explanation explained, const std::string& place)
+    {
+        const packet_options& options = explained.input.options;
+        path_summary summary =
+            known_summary(hook_by_path(options, explained.tagging.frame), explained);
+        if (has_operations_behind(options))
+            summary = behind_hook(std::move(summary), explained);
+        const flow_row row = count(summary, explained, place);
+        if (is_new_drop(row)) {
+            repeat_call(explained);
+            add_drop(std::move(explained), row);
         }
-        add_drop(std::move(explained), row);
+        return summary;
     }
 
     static std::vector<vlan_tag> hook_tags_of(const explanation& explained, const flow_key& key)
@@ -216,11 +269,11 @@ private:
     std::string outcome_of(const explanation& explained, frame_fate fate) const
     {
         if (fate == frame_fate::untouched)
-            return explained.answer ? "the engine is off" : "the module is not loaded";
+            return explained.answer ? "the engine is disabled" : "the module is not loaded";
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
-            return drop_reason(explained.walk, data_.entities);
+            return drop_reason(explained.walk, data_.entities, explained.bridge);
         const std::string bridge = bridge_text(explained.walk, data_.entities);
         switch (explained.input.options.kind) {
         case 0:
@@ -239,6 +292,8 @@ private:
     {
         flow_key key = row.key;
         key.tags = row.hook_tags;
+        if (summary.fate == frame_fate::untouched)
+            return summary.path;
         if (!summary.replayed)
             return learnt_paths_[key] = summary.path;
         const auto learnt = learnt_paths_.find(key);
@@ -351,7 +406,10 @@ private:
                                std::string>;
 
     report_data& data_;
-    std::vector<path_summary> paths_; ///< by number of the path
+    std::vector<std::pair<path_summary, std::optional<uint16_t>>> paths_; ///< by number of the
+                                                                          ///< path, with the bridge
+                                                                          ///< of its first frame
+    traffic_notes notes_;
     std::map<flow_id, size_t> flows_; ///< places in the data
     std::map<flow_key, std::vector<me_id>> learnt_paths_;
     std::string source_;
@@ -372,6 +430,13 @@ bool explains(const drop_row& drop, const flow_row& flow)
     return flow.fate == frame_fate::dropped && drop.kind == flow.kind &&
            drop.tags == flow.key.tags && drop.hook_tags == flow.hook_tags &&
            drop.reason == flow.outcome;
+}
+
+std::vector<std::string> notes_of(const report_data& data)
+{
+    std::vector<std::string> notes = data.entry;
+    notes.insert(notes.end(), data.notes.begin(), data.notes.end());
+    return notes;
 }
 
 exit_status collect_report(const scenario& input, backend& target, report_data& into,

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,7 @@ namespace gponflow {
 enum class frame_fate {
     passed,
     dropped,
-    untouched, ///< the engine is off, or the module is not loaded
+    untouched, ///< the engine is disabled, the module is not loaded, or the tags are not captured
     learnt     ///< of a running module: a rule exists, but each frame may have failed for lack of a
                ///< priority queue
 };
@@ -62,6 +63,9 @@ struct direction_row {
     uint64_t dropped = 0;
     uint64_t untouched = 0;
     uint64_t quick = 0;
+    uint64_t continued = 0;       ///< of the passed, frames that the next direction counts again
+    uint64_t continued_quick = 0; ///< the same of `quick`
+    std::set<std::string> notes;  ///< what other ONUs may do with frames
 };
 
 /// Only of a report about a running module.
@@ -75,6 +79,8 @@ struct report_data {
     std::string scenario; ///< empty: the module of the running kernel
     std::optional<live_state> live;
     std::vector<std::string> captures;
+    std::vector<std::string> entry; ///< sentences about the entry of the frames, set by the caller
+    std::vector<std::string> notes; ///< what the outcomes leave out
     std::array<direction_row, 4> directions; ///< by kind of hook call
     std::vector<flow_row> flows;             ///< in order of their first frames
     uint64_t flows_left_out = 0;             ///< frames beyond the limit
@@ -97,6 +103,9 @@ constexpr size_t most_findings = 200;
 
 /// Whether the drops of the flow are among those of the row.
 [[nodiscard]] bool explains(const drop_row& drop, const flow_row& flow);
+
+/// The sentences about the entry of the frames, then the notes.
+[[nodiscard]] std::vector<std::string> notes_of(const report_data& data);
 
 /// "upstream, from the UNI to the bridge"; the kind is at most 3.
 [[nodiscard]] const char* direction_title(uint32_t kind);

@@ -12,23 +12,32 @@ namespace gponflow {
 
 namespace {
 
-template_value capture_names(const report_data& data)
+template_value escaped(const std::vector<std::string>& texts)
 {
-    template_value names(template_value::type::list);
-    for (const std::string& one : data.captures)
-        names << template_value(escape(one));
-    return names;
+    template_value list(template_value::type::list);
+    for (const std::string& one : texts)
+        list << template_value(escape(one));
+    return list;
 }
 
+std::vector<std::string> notes_of_directions(const report_data& data)
+{
+    std::vector<std::string> notes;
+    for (const direction_row& one : data.directions)
+        notes.insert(notes.end(), one.notes.begin(), one.notes.end());
+    return notes;
+}
+
+// A frame that goes through both hook calls of its direction counts once, with its last outcome.
 direction_row sum_of_directions(const report_data& data)
 {
     direction_row all;
     for (const direction_row& one : data.directions) {
-        all.frames += one.frames;
-        all.passed += one.passed;
+        all.frames += one.frames - one.continued;
+        all.passed += one.passed - one.continued;
         all.dropped += one.dropped;
         all.untouched += one.untouched;
-        all.quick += one.quick;
+        all.quick += one.quick - one.continued_quick;
     }
     return all;
 }
@@ -101,7 +110,9 @@ std::string report_page(const report_data& data)
     page.set("script", page_script);
     page.set("scenario", data.scenario.empty() ? "the running module" : escape(data.scenario));
     set_live(page, data);
-    page.set("captures", capture_names(data));
+    page.set("captures", escaped(data.captures));
+    page.set("notes", escaped(notes_of(data)));
+    page.set("has_notes", !data.entry.empty() || !data.notes.empty());
     page.set("has_captures", !data.captures.empty());
     page.set("services", service_values(data, numbers));
     page.set("classes", entity_values(data, numbers));
@@ -110,6 +121,7 @@ std::string report_page(const report_data& data)
     set_totals(page, data);
     set_rules(page, data, numbers);
     page.set("directions", direction_values(data));
+    page.set("direction_notes", escaped(notes_of_directions(data)));
     page.set("drops", drop_values(data, numbers));
     page.set("flows", flow_values(data, numbers));
     page.set("findings", finding_values(data));

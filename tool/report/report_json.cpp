@@ -44,7 +44,8 @@ json directions_json(const report_data& data)
         if (!data.live)
             entry.update({{"passed", row.passed},
                           {"dropped", row.dropped},
-                          {"not_classified", row.untouched}});
+                          {"not_classified", row.untouched},
+                          {"notes", row.notes}});
         all.push_back(std::move(entry));
     }
     return all;
@@ -106,6 +107,7 @@ void print_report_json(const report_data& data, std::ostream& out)
     whole["captures"] = data.captures;
     if (data.live)
         whole["live"] = live_json(*data.live);
+    whole["notes"] = notes_of(data);
     whole["directions"] = directions_json(data);
     whole["flows"] = std::move(flows);
     whole["flows_left_out"] = data.flows_left_out;

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "tool/explain/explain_output.h"
+#include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/report/entity_text.h"
 
@@ -66,7 +67,7 @@ std::string cause(const drop_row& drop)
     const std::string names = filters_in_words(deciders, example.entities);
     if (deciders.front().class_id == me_class::vtfd)
         return names + (deciders.size() > 1 ? " drop them" : " drops them");
-    const std::vector<size_t> ends = deepest_dead_ends(example.walk);
+    const std::vector<size_t> ends = deciding_steps(example);
     return "the path ends at " + names + ": " + example.walk.steps[ends.front()].dead_end;
 }
 
@@ -113,6 +114,15 @@ std::vector<carried_frame> discards_of(const explanation& explained)
     return discards;
 }
 
+std::vector<size_t> deciding_steps(const explanation& explained)
+{
+    std::vector<size_t> steps;
+    if (explained.bridge)
+        for (const fault& one : faults_of(explained.walk, explained.entities, explained.bridge))
+            steps.push_back(one.step);
+    return steps.empty() ? deepest_dead_ends(explained.walk) : steps;
+}
+
 std::vector<me_id> deciding_entities(const explanation& explained)
 {
     std::vector<me_id> result;
@@ -122,7 +132,7 @@ std::vector<me_id> deciding_entities(const explanation& explained)
             result.push_back(id);
     if (!result.empty())
         return result;
-    for (const size_t end : deepest_dead_ends(explained.walk)) {
+    for (const size_t end : deciding_steps(explained)) {
         const me_id id = decider(explained.walk.steps[end], explained.entities);
         if (std::ranges::find(result, id) == result.end())
             result.push_back(id);

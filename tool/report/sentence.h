@@ -19,6 +19,10 @@ namespace gponflow {
 /// last step of its element.
 [[nodiscard]] std::vector<carried_frame> discards_of(const explanation& explained);
 
+/// The steps at which the deepest branches end: those in the bridge that the frame entered, if it
+/// is known.
+[[nodiscard]] std::vector<size_t> deciding_steps(const explanation& explained);
+
 /// The operations that discard the frame, or the instances that end the deepest branches: a filter
 /// if it drops the frame, else the last instance of the branch.
 [[nodiscard]] std::vector<me_id> deciding_entities(const explanation& explained);

@@ -99,10 +99,10 @@ std::vector<me_id> path_to_drop(const explanation& example, const std::vector<me
     if (const auto discards = discards_of(example); !discards.empty())
         return path_to_discard(discards.front());
     std::vector<me_id> path;
-    const std::optional<size_t> end = deepest_dead_end(example.walk);
-    if (!end)
+    const std::vector<size_t> ends = deciding_steps(example);
+    if (ends.empty())
         return path;
-    for (const size_t at : branch_to(example.walk, *end))
+    for (const size_t at : branch_to(example.walk, ends.front()))
         path.push_back(example.walk.steps[at].at);
     if (!deciding.empty() && deciding.front() != path.back())
         path.push_back(deciding.front());

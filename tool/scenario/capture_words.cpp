@@ -27,13 +27,16 @@ std::string quoted(const std::string& text)
 }
 
 // A file name may contain commas: the options start at the first comma followed by NAME=.
-std::string command_text(const std::string& word)
+std::string options_of(const std::string& word)
 {
     static const pattern first_option(",[a-z_]+=");
     const std::optional<pattern_match> found = first_option.search(word);
-    const size_t split = found ? found->position : word.size();
-    const std::string file = word.substr(0, split);
-    std::string options = word.substr(split);
+    return found ? word.substr(found->position) : "";
+}
+
+std::string command_text(const std::string& word, std::string options)
+{
+    const std::string file = word.substr(0, word.size() - options.size());
     if (options.find(",kind=") == options.npos)
         options += ",kind=up_ani";
     for (char& c : options)
@@ -47,11 +50,13 @@ void append_captures(const std::vector<std::string>& words, scenario& into,
                      std::ostream& diagnostics)
 {
     for (const std::string& word : words) {
-        parse_result parsed = parse_scenario(command_text(word), "-");
+        const std::string options = options_of(word);
+        parse_result parsed = parse_scenario(command_text(word, options), "-");
         if (!parsed.errors.empty())
             throw std::runtime_error("--pcap " + word + ": " + parsed.errors.front().message);
         scenario_line& line = parsed.input.lines.front();
         auto& command = std::get<pcap_command>(line.command);
+        command.whole_path = options.empty();
         try {
             for (const std::string& text : fill_capture(command, command.file, into))
                 diagnostics << capture_title(command.file) << ": warning: " << text << '\n';

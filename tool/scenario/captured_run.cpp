@@ -62,7 +62,10 @@ struct captured_run::visitor {
     {
         progress_line progress(command.file, run.progress_ ? command.frames.size() : 0);
         for (size_t i = 0; i < command.frames.size(); ++i) {
-            run.on_frame(command.options, command.frames[i]);
+            if (command.whole_path)
+                run.on_path(command.options, command.frames[i]);
+            else
+                run.on_frame(command.options, command.frames[i]);
             progress.show(i + 1);
         }
     }
@@ -159,6 +162,11 @@ void captured_run::on_frame(const packet_options& options, const captured_frame&
         std::ignore = repeat(*known, *place, options, frame.data);
     else
         paths_.add(std::move(key), {target_.hook(options, &frame.data), 0});
+}
+
+void captured_run::on_path(const packet_options& options, const captured_frame& frame)
+{
+    on_frame(options, frame);
 }
 
 // Nothing for a frame that may not be like another.

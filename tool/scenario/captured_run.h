@@ -61,6 +61,9 @@ protected:
     virtual void on_me(const me_command& command);
     /// The call is left out if it has no effect.
     virtual void on_frame(const packet_options& options, const captured_frame& frame);
+    /// A frame of a capture whose frames go through both hook calls of their direction. Without an
+    /// override, only the first call is made.
+    virtual void on_path(const packet_options& options, const captured_frame& frame);
     /// Called after every command except hook calls: the state of the module may have changed.
     virtual void on_change() {}
 

@@ -76,6 +76,7 @@ struct fault_command {
 struct pcap_command {
     std::string file; ///< as written in the scenario
     packet_options options;
+    bool whole_path = false; ///< the second hook call of the direction follows if a frame passes
     std::vector<captured_frame> frames; ///< filled by read_captures
 };
 

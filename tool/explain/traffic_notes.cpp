@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/explain/traffic_notes.h"
+
+#include "tool/capture/ethernet.h"
+#include "tool/capture/frame_header.h"
+
+namespace gponflow {
+
+void traffic_notes::count(const captured_frame& frame)
+{
+    ++frames_;
+    // Reading the header of each frame would cost more than most hook calls.
+    cut_ += frame.is_cut() && read_header(frame).cut;
+}
+
+void traffic_notes::add_gaps(const carried_frame& carried)
+{
+    for (const tag_gap& gap : carried.gaps)
+        gaps_.emplace(gap.operation, gap.why);
+}
+
+std::vector<std::string> traffic_notes::gaps() const
+{
+    std::vector<std::string> texts;
+    for (const auto& [operation, why] : gaps_)
+        texts.push_back(to_text(operation) +
+                        ": an operation exists here and was not applied: " + why);
+    return texts;
+}
+
+std::vector<std::string> traffic_notes::all() const
+{
+    std::vector<std::string> texts = gaps();
+    if (cut_ != 0)
+        texts.push_back(cut_text(cut_, frames_));
+    return texts;
+}
+
+} // namespace gponflow

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// What the outcomes of many frames leave out.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tool/capture/captured_frame.h"
+#include "tool/model/carry.h"
+
+namespace gponflow {
+
+class traffic_notes {
+public:
+    /// A frame of a capture or a scenario, once.
+    void count(const captured_frame& frame);
+
+    /// The operations that were not applied to a frame.
+    void add_gaps(const carried_frame& carried);
+
+    /// "OPERATION: an operation exists here and was not applied: REASON", each operation once with
+    /// its first reason.
+    [[nodiscard]] std::vector<std::string> gaps() const;
+
+    /// The same, and the number of frames that their capture cuts.
+    [[nodiscard]] std::vector<std::string> all() const;
+
+private:
+    std::map<me_id, std::string> gaps_;
+    size_t frames_ = 0;
+    size_t cut_ = 0;
+};
+
+} // namespace gponflow
