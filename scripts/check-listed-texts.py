@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-only
-"""Lists of source texts are true: each wrong edit of tests/mutations finds its text exactly once,
-and each line of tests/unreached.txt is a line of its file."""
+"""Lists of source texts are true: each wrong edit of tests/mutations finds its text exactly once
+and has a name of its own, tests/mutations/guest-tests has tests for each source that only a kernel
+runs, and each line of tests/unreached.txt is a line of its file."""
 import codecs
 import os
 import sys
@@ -21,13 +22,45 @@ def text_of(field):
     return codecs.decode(field[1:].encode().decode("latin-1"), "unicode_escape")
 
 
-def wrong_edits():
+def all_edits():
+    """Each edit with the file that has it."""
     for path in sorted(Path("tests/mutations").glob("*.txt")):
         for edit in edits(path):
-            source = Path(edit["file"].strip())
-            count = source.read_text().count(text_of(edit["from"])) if source.is_file() else 0
-            if count != 1:
-                yield f"{path}: {edit['name'].strip()}: {count} times in {source}, not once"
+            yield path, edit
+
+
+def wrong_edits():
+    names = set()
+    for path, edit in all_edits():
+        name = edit["name"].strip()
+        source = Path(edit["file"].strip())
+        count = source.read_text().count(text_of(edit["from"])) if source.is_file() else 0
+        if count != 1:
+            yield f"{path}: {name}: {count} times in {source}, not once"
+        if name in names:
+            yield f"{path}: {name}: a second edit of this name"
+        names.add(name)
+
+
+def missing_tests(where, names):
+    for name in names.split():
+        if not Path(f"tests/kernel/{name}.sh").is_file():
+            yield f"{where}: there is no guest test {name}"
+
+
+def wrong_guest_tests():
+    path = Path("tests/mutations/guest-tests")
+    tests = dict(line.split(": ", 1) for line in path.read_text().splitlines()
+                 if line and not line.startswith("#"))
+    for source, names in tests.items():
+        if not Path(source).is_file():
+            yield f"{path}: there is no {source}"
+        yield from missing_tests(path, names)
+    for source in (*Path("src/platform/linux").glob("*.c"), *Path("softonu").glob("*.c")):
+        if str(source) not in tests:
+            yield f"{path}: no guest test for {source}"
+    for where, edit in all_edits():
+        yield from missing_tests(f"{where}: {edit['name'].strip()}", edit.get("tests", ""))
 
 
 def wrong_unreached():
@@ -46,7 +79,7 @@ def main():
     if len(sys.argv) != 2:
         sys.exit("usage: check-listed-texts.py TREE")
     os.chdir(sys.argv[1])
-    wrong = [*wrong_edits(), *wrong_unreached()]
+    wrong = [*wrong_edits(), *wrong_guest_tests(), *wrong_unreached()]
     print("\n".join(wrong), end="\n" if wrong else "")
     return 1 if wrong else 0
 

@@ -39,7 +39,7 @@ def code_lines(text):
             inside = False
         if comment or not line.strip() or UNWANTED.match(line):
             continue
-        yield number, re.sub(r"\s*//.*$", "", line)
+        yield number, re.sub(r"\s*(//.*|/\*.*\*/)$", "", line)
 
 
 def outside_texts(line, match):
@@ -52,8 +52,11 @@ def replaced(line, match, new):
 
 
 def other_number(digits):
-    value = int(digits, 0)
+    octal = len(digits) > 1 and digits.isdigit() and digits[0] == "0"
+    value = int(digits, 8 if octal else 0)
     new = 0 if value == 1 else value + 1
+    if octal:
+        return f"0{new:o}"
     return f"{new:#x}" if digits.startswith("0x") else str(new)
 
 

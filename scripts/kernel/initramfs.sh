@@ -169,4 +169,6 @@ fi
 put_tests
 put_scenarios
 put_further_files "$@"
-(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0 | gzip -1) >"$output"
+(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0 | gzip -1) >"$output.new"
+# Replaced and not rewritten: a copy by hard links may be in use.
+mv "$output.new" "$output"

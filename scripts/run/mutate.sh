@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # [--write] [--quick] [--edits FILE] [NAME...] apply each wrong edit of tests/mutations; a test must fail for each
 #
-# --write puts the names of the failing tests into docs/results/mutations.md, in which the rows of other
-# edits stay. --edits
-# takes the edits from FILE, for example the output of scripts/wrong-edits.py. --quick leaves out the tests
-# that take seconds; a full run may detect an edit that no other test detects.
+# --write puts the names of the failing tests into docs/results/mutations.md, in which the rows of the
+# other edits of tests/mutations stay. --edits takes the edits from FILE, for example the output of
+# scripts/wrong-edits.py. --quick leaves out the tests that take seconds; a full run may detect an edit
+# that no other test detects.
 set -eu
 . scripts/build.sh
 . scripts/results.sh
@@ -13,9 +13,12 @@ set -eu
 # A program is linked from the objects of an existing build. The edited object comes before the
 # archive that contains the original: an edit costs one compilation and one link.
 
-edits=(tests/mutations/edits.txt tests/mutations/generated.txt)
+by_hand=tests/mutations/edits.txt
+listed=("$by_hand" tests/mutations/generated.txt)
+edits=("${listed[@]}")
 here=$(readlink -m "${GPON_MUTATE_DIR:-$GPON_BUILD_DIR/mutate}")
 output=$here/output
+. scripts/mutate-guest.sh
 # Another build of the same tests serves as well.
 preset=${GPON_MUTATE_PRESET:-release}
 
@@ -46,10 +49,17 @@ object_of() {
 }
 
 # compile PRESET FILE EDITED OBJECT: includes are found as from the file's own folder. A header comes
-# before the source that includes it, whose own include has no effect then.
+# before the source that includes it, whose own include has no effect then. Status 3 if the compiler
+# refuses the edit, 2 if the build does not make the object from this file.
 compile() {
     local line object=$4
+    # That of the edit before.
+    rm -f "$here/edited.o"
     line=$(command_of "$1" "$object")
+    if [[ $line != *" -c $PWD/"* ]] || [[ $2 != *.h && $line != *" -c $PWD/$2" ]]; then
+        echo "the build does not make $object from $2" >"$output"
+        return 2
+    fi
     # The cache of the compiler would keep an object for each edit.
     line=${line#ccache }
     line=${line//"-o $object"/"-o $here/edited.o -iquote $PWD/${2%/*}"}
@@ -58,7 +68,7 @@ compile() {
     *.h) line=${line//"-c $PWD/"/"-include $3 -c $PWD/"} ;;
     *) line=${line//"-c $PWD/$2"/"-c $3"} ;;
     esac
-    (cd "$(preset_dir "$1")" && eval "$line")
+    (cd "$(preset_dir "$1")" && eval "$line") >"$output" 2>&1 || return 3
 }
 
 # link PRESET PROGRAM OBJECT: the edited object replaces OBJECT, or goes in front of the archive that has
@@ -81,24 +91,34 @@ program() {
 # The tests that take seconds come last: most edits are detected before them.
 slow='*systematic_faults*:*andom*:*million*'
 
-# A wrong edit may loop forever.
-run_edited() {
-    timeout "${GPON_MUTATE_SECONDS:-120}" setarch "$(uname -m)" --addr-no-randomize \
-        "$here/program" --gtest_fail_fast --gtest_filter="$1"
+# NAME COMMAND...: a step with the program as it is. A wrong edit may loop forever: the edited program is
+# stopped after ten times the seconds that the step took.
+measure() {
+    local start=$SECONDS
+    step "$@"
+    start=$((10 * (SECONDS - start + 1)))
+    [ "${limits[$1]:-0}" -ge "$start" ] || limits[$1]=$start
 }
 
-# The test that failed first, or the one that was running when the program ended.
+# PROGRAM FILTER
+run_edited() {
+    timeout "${limits[$1]}" setarch "$(uname -m)" --addr-no-randomize \
+        "$here/program" --gtest_fail_fast --gtest_filter="$2"
+}
+
+# PROGRAM STATUS: the test that failed first, or the one that was running when the program ended.
 culprit() {
     local name
     name=$(sed -nE 's/^\[  FAILED  \] ([^ ,]+).*/\1/p' "$output" | head -n 1)
     [ -n "$name" ] || name=$(sed -nE 's/^\[ RUN      \] (.*)/\1/p' "$output" | tail -n 1)
+    [ "$2" != 124 ] || name+=", stopped after ${limits[$1]} s"
     echo "$name"
 }
 
 # try_program PRESET PROGRAM OBJECT FILTER: prints the test that fails; status 1 if none fails.
 try_program() {
     link "$1" "$(program "$1" "$2")" "$3" >"$output" 2>&1 || return 2
-    run_edited "$4" >"$output" 2>&1 </dev/null || { culprit && return; }
+    run_edited "$2" "$4" >"$output" 2>&1 </dev/null || { culprit "$2" $? && return; }
     return 1
 }
 
@@ -108,8 +128,10 @@ try_scenarios() {
     link "$1" "$(program "$1" gponflow)" "$2" >"$output" 2>&1 || return 2
     while read -r file; do
         status=0
-        timeout 20 "$here/program" run --mask-lines "$file" >"$output" 2>&1 </dev/null || status=$?
+        timeout "${limits[scenarios]}" "$here/program" run --mask-lines "$file" >"$output" 2>&1 \
+            </dev/null || status=$?
         if [ "$status" != 0 ] || ! cmp -s "$output" "${file%.scn}.transcript"; then
+            [ "$status" != 124 ] || file+=", stopped after ${limits[scenarios]} s"
             echo "the scenario $file" && return
         fi
     done < <(printf '%s\n' "${scenarios[@]}")
@@ -135,7 +157,7 @@ first_of() {
 noticed_by_unit() {
     local object status=0
     object=$(object_of "${compiled:-$1}")
-    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    compile "$preset" "$1" "$2" "$object" || return
     first_of try_program "$preset" unit_tests "$object" "-$slow" -- \
         try_scenarios "$preset" "$object" || status=$?
     [ "$status" = 1 ] && [ -z "$quick" ] || return "$status"
@@ -146,7 +168,7 @@ noticed_by_unit() {
 noticed_by_threads() {
     local who object
     object=$(object_of "${compiled:-$1}")
-    compile tsan "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    compile tsan "$1" "$2" "$object" || return
     who=$(try_program tsan thread_tests "$object" '*') && echo "$who under ThreadSanitizer"
 }
 
@@ -154,7 +176,7 @@ noticed_by_threads() {
 noticed_by_frames() {
     local object
     object=$(object_of "${compiled:-$1}")
-    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    compile "$preset" "$1" "$2" "$object" || return
     try_program "$preset" thread_tests "$object" '*'
 }
 
@@ -162,39 +184,14 @@ noticed_by_frames() {
 noticed_by_order() {
     local source=${compiled:-$1}
     local object=tests/order/CMakeFiles/order_module.dir/__/__/$source.o
-    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    compile "$preset" "$1" "$2" "$object" || return
     try_program "$preset" order_tests "$object" '*'
 }
 
 noticed_by_glue() {
     local object=tests/glue/CMakeFiles/glue_memory.dir/__/__/$1.o
-    compile "$preset" "$1" "$2" "$object" >"$output" 2>&1 || { echo "the compiler" && return; }
+    compile "$preset" "$1" "$2" "$object" || return
     try_program "$preset" glue_tests "$object" '*'
-}
-
-# A tree with the wrong edit, whose files are otherwise the same. Its modules are built and booted.
-noticed_by_guest() {
-    local tree=$here/tree words
-    # shellcheck disable=SC2206 # the names of tests are words
-    words=(${guest_tests-})
-    rm -rf "$tree"
-    mkdir -p "$tree"
-    cp -al run Kbuild CMake* cmake packages.txt scripts src softonu tool tests scenarios captures "$tree"
-    rm "$tree/$1" "$tree/scripts/kernel/tool.sh"
-    cp "$2" "$tree/$1"
-    # The tool is that of the right sources.
-    echo '# SPDX-License-Identifier: GPL-2.0-only' >"$tree/scripts/kernel/tool.sh"
-    (
-        cd "$tree"
-        GPON_KERNEL_DIR=$here/kernel GPON_BUILD_DIR=build GPON_GUEST_SECONDS=300 \
-            ./run test-kernel "$guest_arch" "${words[@]}"
-    ) >"$output" 2>&1 && return 1
-    if grep -q '^modules-.* FAILED' "$output"; then
-        echo "the compiler" && return
-    fi
-    grep -oE "^  $guest_arch +[^ ]+ +FAILED" "$output" | awk '{print $2; exit}' | grep . ||
-        grep -oE '@@ begin [^ ]+' "$tree/build/logs/guest-$guest_arch-real.log" | tail -n 1 |
-        sed 's/@@ begin //' | grep . || return 2
 }
 
 # Clang's analysis of the lock contracts.
@@ -210,27 +207,56 @@ row() {
     sed -E 's/\| (\S+\.\S+)/| `\1`/' <<<"| $1 | $2 |"
 }
 
+# NAME WHO EQUIVALENT: of an edit that somebody notices.
+noticed() {
+    if [ -n "$3" ]; then
+        printf '%-42s IS NOT EQUIVALENT, caught by %s\n' "$1" "$2"
+        return 1
+    fi
+    printf '%-42s caught by %s\n' "$1" "$2"
+    rows+=("$(row "$1" "$2")")
+}
+
+# NAME FILE EQUIVALENT: of an edit that nobody notices.
+unnoticed() {
+    if [ -z "$3" ]; then
+        printf '%-42s SURVIVED in %s\n' "$1" "$2"
+        return 1
+    fi
+    printf '%-42s equivalent: %s\n' "$1" "$3"
+    rows+=("$(row "$1" "none, equivalent: $3")")
+}
+
+# NAME EQUIVALENT: a text that somebody wrote is to show that a test fails, so it has to compile.
+refused() {
+    if [ "$origin" = "$by_hand" ]; then
+        printf '%-42s DOES NOT COMPILE\n' "$1"
+        tail -n 20 "$output" >&2
+        return 1
+    fi
+    noticed "$1" "the compiler" "$2"
+}
+
 # try NAME FILE FROM TO CHECK EQUIVALENT: 0 when the edit was noticed, or is known to change nothing.
 try() {
-    local edited=$here/${2##*/} who status=0
+    local edited=$here/${2##*/} who='' status=0
     replace_once "$2" "$3" "$4" >"$edited" || return 1
+    if [ "$5" = guest ] && ! choose_guest_tests "$2"; then
+        printf '%-42s NOT JUDGED: its tests fail without it\n' "$1"
+        tail -n 40 "$output" >&2
+        return 1
+    fi
     who=$("noticed_by_$5" "$2" "$edited") || status=$?
     case $status in
-    1)
-        if [ -n "$6" ]; then
-            printf '%-42s equivalent: %s\n' "$1" "$6"
-            rows+=("$(row "$1" "none, equivalent: $6")")
-            return
-        fi
-        printf '%-42s SURVIVED in %s\n' "$1" "$2"
+    0) noticed "$1" "$who" "$6" ;;
+    1) unnoticed "$1" "$2" "$6" ;;
+    3) refused "$1" "$6" ;;
+    *)
+        printf '%-42s NOT JUDGED%s\n' "$1" "${who:+: $who}"
+        tail -n 40 "$output" >&2
+        return 1
         ;;
-    0)
-        printf '%-42s caught by %s\n' "$1" "$who"
-        rows+=("$(row "$1" "$who")")
-        ;;
-    *) tail -n 40 "$output" >&2 ;;
     esac
-    return "$status"
 }
 
 # wanted NAME
@@ -245,9 +271,10 @@ wanted() {
 
 # Fills the arrays with the edits that are wanted.
 read_edits() {
-    local line name='' file='' source='' from='' to='' by=unit equivalent='' tests=''
+    local line name='' file='' source='' from='' to='' by=unit equivalent='' tests='' origin=''
     while IFS= read -r line || [ -n "$line" ]; do
         case $line in
+        'origin: '*) origin=${line#origin: } ;;
         'name: '*) name=${line#name: } ;;
         'file: '*) file=${line#file: } ;;
         'in: '*) source=${line#in: } ;;
@@ -260,11 +287,14 @@ read_edits() {
             if [ -n "$name" ] && wanted "$name"; then
                 names+=("$name") files+=("$file") froms+=("$from") tos+=("$to") checks+=("$by")
                 equivalents+=("$equivalent") guests+=("$tests") sources+=("$source")
+                origins+=("$origin")
             fi
             name='' file='' source='' from='' to='' by=unit equivalent='' tests=''
             ;;
         esac
-    done < <(for file in "${edits[@]}"; do [ ! -f "$file" ] || { cat "$file" && echo; }; done)
+    done < <(for file in "${edits[@]}"; do
+        [ ! -f "$file" ] || { echo "origin: $file" && cat "$file" && echo; }
+    done)
 }
 
 # Writes the table in the order of the edits, without those that survived.
@@ -282,9 +312,12 @@ write_rows() {
         printf '%s\n' '| edit | noticed by |' '|---|---|'
         while IFS= read -r name; do
             [ -z "${all[$name]-}" ] || echo "${all[$name]}"
-        done < <(sed -n 's/^name: //p' "${edits[@]}")
+        done < <(sed -n 's/^name: //p' "${listed[@]}")
+        printf '\nThe table has %d of the %d edits. The last run was of %d edits.\n' \
+            "$(comm -12 <(printf '%s\n' "${!all[@]}" | sort) <(sed -n 's/^name: //p' "${listed[@]}" | sort) | wc -l)" \
+            "$(cat "${listed[@]}" | grep -c '^name: ')" "${#names[@]}"
         # shellcheck disable=SC2016 # the marks of a command in a document
-        printf '\nMeasured by `./run mutate --write`; names of edits replace their rows.\n'
+        printf 'Measured by `./run mutate --write`; names of edits replace their rows.\n'
     } >"$here/table"
     write_result mutations 'Wrong edits' <"$here/table"
 }
@@ -293,48 +326,33 @@ write_rows() {
 prepare_unit() {
     step "$preset" build_preset "$preset" unit_tests property_tests gponflow
     for name in unit_tests property_tests; do
-        step "$name" "$(preset_dir "$preset")/$(program "$preset" "$name")" --gtest_brief=1 \
+        measure "$name" "$(preset_dir "$preset")/$(program "$preset" "$name")" --gtest_brief=1 \
             --gtest_filter="*${quick:+-$slow}"
     done
     mapfile -t scenarios < <(find scenarios tests/scenarios -name '*.scn')
-    step scenarios bash scripts/scenario.sh check \
+    measure scenarios bash scripts/scenario.sh check \
         "$(preset_dir "$preset")/$(program "$preset" gponflow)" "${scenarios[@]}"
 }
 
 prepare_frames() {
     step "$preset" build_preset "$preset" thread_tests
-    step thread_tests "$(preset_dir "$preset")/$(program "$preset" thread_tests)" --gtest_brief=1
+    measure thread_tests "$(preset_dir "$preset")/$(program "$preset" thread_tests)" --gtest_brief=1
 }
 
 prepare_order() {
     step "$preset" build_preset "$preset" order_tests
-    step order_tests "$(preset_dir "$preset")/$(program "$preset" order_tests)" --gtest_brief=1
+    measure order_tests "$(preset_dir "$preset")/$(program "$preset" order_tests)" --gtest_brief=1
 }
 
 prepare_glue() {
     step "$preset" build_preset "$preset" glue_tests
-    step glue_tests "$(preset_dir "$preset")/$(program "$preset" glue_tests)" --gtest_brief=1
-}
-
-# A copy of the guest's files, with modules of its own. The tests themselves pass in "run test-kernel".
-prepare_guest_edits() {
-    step "fetch-$guest_arch" bash scripts/kernel/fetch.sh "$guest_arch"
-    step "tool-$guest_arch" bash scripts/kernel/tool.sh "$guest_arch" "$guest_files/$guest_arch/tool"
-    rm -rf "$here/kernel"
-    mkdir -p "$here/kernel"
-    cp -al "$guest_files/$guest_arch" "$here/kernel/"
-    rm -rf "$here/kernel/$guest_arch"/modules*
-}
-
-prepare_guest() {
-    need kernel cross build
-    prepare_guest_edits
+    measure glue_tests "$(preset_dir "$preset")/$(program "$preset" glue_tests)" --gtest_brief=1
 }
 
 prepare_threads() {
     local GPON_THROUGH=(setarch "$(uname -m)" --addr-no-randomize)
     step tsan build_preset tsan thread_tests
-    step thread_tests "${GPON_THROUGH[@]}" "$(preset_dir tsan)/$(program tsan thread_tests)"
+    measure thread_tests "${GPON_THROUGH[@]}" "$(preset_dir tsan)/$(program tsan thread_tests)"
 }
 
 prepare_analysis() {
@@ -342,7 +360,6 @@ prepare_analysis() {
 }
 
 write='' quick=''
-guest_arch=${GPON_MUTATE_ARCH:-arm64} guest_files=$GPON_KERNEL_DIR
 while :; do
     case ${1:-} in
     --write) write=1 ;;
@@ -361,6 +378,8 @@ if [ -n "$write" ] && [ -n "$quick" ]; then
 fi
 mkdir -p "$here"
 asked=("$@") rows=() names=() files=() froms=() tos=() checks=() survivors=() equivalents=() guests=() scenarios=() sources=()
+origins=()
+declare -A limits=()
 read_edits
 if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in ${edits[*]}" >&2
@@ -372,7 +391,7 @@ for check in unit threads frames order glue analysis guest; do
     fi
 done
 for i in "${!names[@]}"; do
-    guest_tests=${guests[i]} compiled=${sources[i]}
+    guest_tests=${guests[i]} compiled=${sources[i]} origin=${origins[i]}
     try "${names[i]}" "${files[i]}" "${froms[i]}" "${tos[i]}" "${checks[i]}" "${equivalents[i]}" ||
         survivors+=("${names[i]}")
 done

@@ -7,6 +7,9 @@ listed_tree() {
     fresh_tree
     file src/a.cpp <<<$'\tcall(1);\n    return;'
     file tests/unreached.txt <<<$'# Why.\nsrc/a.cpp: return;'
+    file softonu/b.c <<<'call(2);'
+    file tests/kernel/some.sh <<<'call'
+    file tests/mutations/guest-tests <<<$'# Why.\nsoftonu/b.c: some'
     edit 'call(1);\n    return'
 }
 
@@ -24,6 +27,23 @@ edit 'call(2)'
 fails "an edit of no text" 'edit: 0 times in src/a.cpp' python3 "$check" "$tree"
 edit 'l'
 fails "an edit of many texts" 'edit: 2 times in src/a.cpp' python3 "$check" "$tree"
+
+listed_tree
+cp "$tree/tests/mutations/edits.txt" "$tree/tests/mutations/generated.txt"
+fails "two edits of one name" 'edit: a second edit of this name' python3 "$check" "$tree"
+rm "$tree/tests/mutations/generated.txt"
+
+file softonu/c.c <<<'call(3);'
+fails "a source without a guest test" 'no guest test for softonu/c.c' python3 "$check" "$tree"
+file tests/mutations/guest-tests <<<$'softonu/b.c: some\nsoftonu/c.c: some other'
+fails "a guest test that went" 'there is no guest test other' python3 "$check" "$tree"
+file tests/mutations/guest-tests <<<$'softonu/b.c: some\nsoftonu/c.c: some\nsoftonu/d.c: some'
+fails "guest tests of a file that went" 'there is no softonu/d.c' python3 "$check" "$tree"
+listed_tree
+printf 'name: guest\nfile: softonu/b.c\nfrom: (2)\nto:   (3)\nby:   guest\ntests: gone\n' |
+    file tests/mutations/edits.txt
+fails "an edit with a guest test that went" 'guest: there is no guest test gone' \
+    python3 "$check" "$tree"
 
 listed_tree
 file tests/unreached.txt <<<'src/a.cpp: return 1;'
