@@ -21,7 +21,7 @@ make_guest_tree() {
         "$guest_tree"
     # The tool is that of the right sources.
     rm "$guest_tree/scripts/kernel/tool.sh"
-    echo '# SPDX-License-Identifier: GPL-2.0-only' >"$guest_tree/scripts/kernel/tool.sh"
+    : >"$guest_tree/scripts/kernel/tool.sh"
     if [ $# != 0 ]; then
         rm "$guest_tree/$1"
         cp "$2" "$guest_tree/$1"
