@@ -146,5 +146,6 @@ void gpon_observe_state(gpon_seen_state* state)
               gpon::load_relaxed(trace_cfg.valid_mask),
               table.total_num,
               table.table_size,
-              table.threshold};
+              table.threshold,
+              gpon::current_store()};
 }

@@ -208,6 +208,22 @@ TEST_F(observe, an_instance_has_its_record_and_is_an_event)
     EXPECT_EQ(gpon_observe_instance(&row, &position, &seen, &revision), 0);
 }
 
+TEST_F(observe, the_number_of_the_store_changes_with_instances_and_not_with_rules)
+{
+    const auto store = [] {
+        gpon_seen_state state;
+        gpon_observe_state(&state);
+        return state.store;
+    };
+    const u64 before = store();
+    send(1);
+    gpon_hash_clean_all_safe();
+    EXPECT_EQ(store(), before);
+    create_bridge(9);
+    EXPECT_NE(store(), before);
+    EXPECT_EQ(store() % 2, 0u) << "at rest";
+}
+
 TEST_F(observe, nothing_is_printed)
 {
     gpon::host::proc_write("set debug_level f");

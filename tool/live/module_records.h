@@ -37,7 +37,8 @@ struct engine_state {
     bool enabled = false;
     unsigned rules = 0;
     unsigned buckets = 0;
-    unsigned threshold = 0; ///< rules at which the table grows
+    unsigned threshold = 0;        ///< rules at which the table grows
+    std::optional<uint64_t> store; ///< changes with each change of instances; nothing if unknown
 };
 
 /// A change of the rule table or of the store.

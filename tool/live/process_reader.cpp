@@ -24,7 +24,7 @@ public:
     {
         gpon_seen_state seen{};
         gpon_observe_state(&seen);
-        return {seen.engine != 0, seen.rules, seen.buckets, seen.threshold};
+        return {seen.engine != 0, seen.rules, seen.buckets, seen.threshold, seen.store};
     }
 
     std::vector<seen_rule> rules() override

@@ -37,7 +37,8 @@ enum {
     GPON_FLOW_NL_STATE_RULES,      /* u32 */
     GPON_FLOW_NL_STATE_BUCKETS,    /* u32 */
     GPON_FLOW_NL_STATE_THRESHOLD,  /* u32: rules at which the table grows */
-    GPON_FLOW_NL_STATE_EVENT       /* u32: number of the event, the next one has the next number */
+    GPON_FLOW_NL_STATE_EVENT,      /* u32: number of the event, the next one has the next number */
+    GPON_FLOW_NL_STATE_STORE       /* u64: changes with each change of instances; odd during one */
 };
 
 enum {

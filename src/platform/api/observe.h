@@ -57,7 +57,8 @@ struct gpon_seen_state {
     unsigned int trace_mask;    /* fields of the trace filter that are set */
     unsigned int rules;
     unsigned int buckets;
-    unsigned int threshold; /* rules at which the table grows */
+    unsigned int threshold;  /* rules at which the table grows */
+    GPON_COUNTER_WORD store; /* changes with each change of the store; odd during a change */
 };
 
 /* Copies up to room rules and takes the lock of the rule table once. *bucket is 0 before the first

@@ -143,6 +143,7 @@ int gpon_glue_put_state(struct sk_buff *msg, const void *record)
 		FIELD(gpon_seen_state, rules, GPON_FLOW_NL_STATE_RULES),
 		FIELD(gpon_seen_state, buckets, GPON_FLOW_NL_STATE_BUCKETS),
 		FIELD(gpon_seen_state, threshold, GPON_FLOW_NL_STATE_THRESHOLD),
+		FIELD(gpon_seen_state, store, GPON_FLOW_NL_STATE_STORE),
 	};
 
 	const struct gpon_numbered_state *numbered = record;
