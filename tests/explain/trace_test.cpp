@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "include/packet_flow.h"
+#include "pkt/header.h"
+#include "platform/host/host.h"
 #include "tests/explain/lines.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
@@ -514,6 +516,22 @@ TEST(dscp, of_a_frame_equals_the_one_the_module_reads)
     EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x00, 0x08, 0x45, 0xb8}), 46);
     EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x08, 0x00, 0x45, 0xb8}), -1);
     EXPECT_EQ(dscp_of({}), -1);
+}
+
+TEST(dscp, is_that_behind_the_tags_which_the_module_counts_in_8_bits)
+{
+    const auto of_tags = [](size_t tags) {
+        bytes frame(12);
+        for (size_t at = 0; at < tags; ++at)
+            frame.insert(frame.end(), {0x81, 0x00, 0x00, 0x64});
+        frame.insert(frame.end(), {0x00, 0x08, 0x45, 0xb8});
+        const sk_buff packet = {.data = frame.data(), .bytes = static_cast<uint32_t>(frame.size())};
+        EXPECT_EQ(dscp_of(frame), gpon_pkt_get_dscp(&packet)) << tags;
+        return dscp_of(frame);
+    };
+    EXPECT_EQ(of_tags(255), 46);
+    EXPECT_EQ(of_tags(256), -1);
+    EXPECT_EQ(of_tags(257), -1);
 }
 
 } // namespace

@@ -112,6 +112,22 @@ grep -q '^| .*\[gpon_flow_me_handle\]\[0\]' out || complain 'line numbers are no
 expect_status 0 run log.scn
 grep -q '^| .*\[gpon_flow_me_handle\]\[[1-9]' out || complain 'line numbers are masked unasked'
 
+# The trace events of a scenario, in the form of tracefs.
+printf 'load\nhook kind=switch param=1\nhook kind=down_uni port=1 frame=0200000000010200000000020800\nproc write "show  enable"\n' >events.scn
+expect_status 0 run events.scn --events events.txt
+cat >wanted.txt <<'END'
+gpon_walk_start: direction=down_uni dst=02:00:00:00:00:01 src=02:00:00:00:00:02 tags=0 outer_tag=0x00000000 inner_tag=0x00000000
+gpon_walk_end: direction=down_uni dst=02:00:00:00:00:01 src=02:00:00:00:00:02 tags=0 outer_tag=0x00000000 inner_tag=0x00000000 reason=passed gem_port=0
+gpon_rule_learn: direction=down_uni dst=02:00:00:00:00:01 src=02:00:00:00:00:02 tags=0 outer_tag=0x00000000 inner_tag=0x00000000 result=added
+gpon_command: kind=operator msg_type=0 class_id=0 inst_id=0x0000 attr_mask=0x0000 result=12 text="show enable"
+END
+cmp -s wanted.txt events.txt || complain "other trace events: $(diff wanted.txt events.txt)"
+expect_status 3 run events.scn --events /dev/full
+expect_err 'gponflow: cannot write the trace events to /dev/full'
+expect_status 3 run events.scn --events /nowhere/events.txt
+expect_status 3 run --backend=device events.scn --events events.txt
+expect_err 'gponflow: only the module in this process passes on its trace events; those of a kernel are in tracefs'
+
 # A capture is used as far as it reaches, and one without a frame is no silent success.
 tool_with_input() { # FILE STATUS ARGUMENT...
     local input=$1 expected=$2 status=0

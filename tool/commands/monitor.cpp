@@ -62,6 +62,7 @@ private:
     uint64_t printed_ = 0;
 };
 
+// Ends at a signal, and when the module is unloaded.
 void follow_kernel(const monitor_request& request)
 {
     kernel_changes changes = kernel_changes::open();
@@ -69,10 +70,15 @@ void follow_kernel(const monitor_request& request)
     stop_signals stop;
     std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
     // A signal comes behind the changes that have arrived: they are read before the end.
-    for (bool stopped = false; std::cout && !out.is_complete() && !stopped;) {
-        stopped = stop.wait(changes.number(), -1);
-        if (changes.read([&](const module_change& change) { out.take(change); }))
+    for (bool ended = false; std::cout && !out.is_complete() && !ended;) {
+        ended = stop.wait(changes.number(), -1);
+        const auto [lost, unloaded] =
+            changes.read([&](const module_change& change) { out.take(change); });
+        if (lost)
             std::cerr << "gponflow: the kernel dropped changes\n";
+        if (unloaded)
+            std::cerr << "gponflow: the module was unloaded\n";
+        ended = ended || unloaded;
     }
 }
 

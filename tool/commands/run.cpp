@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // gponflow run: run a scenario and print its transcript.
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -8,6 +9,7 @@
 #include "tool/live/backends.h"
 #include "tool/scenario/open.h"
 #include "tool/scenario/run.h"
+#include "tool/scenario/trace_event_text.h"
 #include "tool/scenario/transcript_json.h"
 
 namespace gponflow {
@@ -19,6 +21,7 @@ struct run_arguments {
     std::string backend = "host";
     bool mask_lines = false;
     bool json = false;
+    std::string events; ///< file; empty: none
 };
 
 constexpr const char* run_help = R"(
@@ -46,17 +49,38 @@ int written(exit_status status)
     return status_unsupported;
 }
 
+exit_status refuse_events_file(const std::string& file)
+{
+    std::cerr << "gponflow: cannot write the trace events to " << file << '\n';
+    return status_unsupported;
+}
+
+// The transcript goes to `out`.
+exit_status run_with_events(const run_arguments& arguments, const scenario& input,
+                            std::ostream& out)
+{
+    const std::unique_ptr<backend> target = make_backend(arguments.backend);
+    if (arguments.events.empty())
+        return run_scenario(input, *target, out, std::cerr, arguments.mask_lines);
+    std::ofstream file(arguments.events);
+    if (!file)
+        return refuse_events_file(arguments.events);
+    target->set_event_sink(
+        [&file](const gpon_trace_record& event) { file << event_text(event) << '\n'; });
+    const exit_status status = run_scenario(input, *target, out, std::cerr, arguments.mask_lines);
+    target->set_event_sink(nullptr);
+    return file.flush() ? status : refuse_events_file(arguments.events);
+}
+
 int run(const run_arguments& arguments)
 {
     const std::optional<scenario> parsed = open_scenario(arguments.file, std::cerr);
     if (!parsed)
         return status_invalid;
-    const std::unique_ptr<backend> target = make_backend(arguments.backend);
     if (!arguments.json)
-        return written(run_scenario(*parsed, *target, std::cout, std::cerr, arguments.mask_lines));
+        return written(run_with_events(arguments, *parsed, std::cout));
     std::ostringstream transcript;
-    const exit_status status =
-        run_scenario(*parsed, *target, transcript, std::cerr, arguments.mask_lines);
+    const exit_status status = run_with_events(arguments, *parsed, transcript);
     print_transcript_json(transcript.str(), parsed->name, std::cout);
     return written(status);
 }
@@ -76,6 +100,8 @@ void add_run_command(CLI::App& app)
     run_app->add_flag("--mask-lines", arguments->mask_lines,
                       "Print the source line numbers of log messages as 0");
     run_app->add_flag("--json", arguments->json, "Print JSON");
+    run_app->add_option("--events", arguments->events,
+                        "Write the trace events of the module to this file, one a line (host)");
     run_app->footer(run_help);
     run_app->callback([arguments] {
         if (const int status = run(*arguments); status != status_ok)

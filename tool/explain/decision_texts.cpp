@@ -44,6 +44,11 @@ struct frame_bytes {
     }
 };
 
+bool counts_as_tag(unsigned type)
+{
+    return type == 0x8100 || type == 0x9100 || type == 0x88a8;
+}
+
 // Priorities are packed in three bits each, from the most significant bit onwards.
 unsigned mapped_priority(const uint8_t (&map)[24], unsigned dscp)
 {
@@ -98,9 +103,10 @@ std::string class_text(unsigned class_id)
 int dscp_of(const bytes& frame)
 {
     const frame_bytes f{frame};
-    size_t type = 12;
-    while (f.network(type) == 0x8100 || f.network(type) == 0x9100 || f.network(type) == 0x88a8)
-        type += 4;
+    uint8_t tags = 0; // the module counts them in 8 bits
+    for (size_t at = 12; counts_as_tag(f.network(at)); at += 4)
+        ++tags;
+    const size_t type = 12 + size_t{4} * tags;
     switch (f.host(type)) {
     case 0x0800:
         return f.ipv4_dscp(type + 2);

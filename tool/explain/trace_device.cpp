@@ -2,9 +2,11 @@
 #include "tool/explain/trace_device.h"
 
 #include <chrono>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tool/explain/event_reader.h"
 #include "tool/explain/explain_output.h"
@@ -23,6 +25,51 @@ namespace {
 
 constexpr int quiet_milliseconds = 100;
 
+// The entities of the module, as of the last look.
+class current_entities {
+public:
+    current_entities() { refresh(); }
+
+    // Reads them again if commands have changed them since the last look.
+    void refresh()
+    {
+        changed_before_ = std::exchange(changed_, false);
+        try {
+            read();
+        } catch (const refusal&) {
+            // The last frames may be printed after the module was unloaded: its entities are then
+            // those of the look before.
+            if (!is_read_)
+                throw;
+        }
+    }
+
+    [[nodiscard]] const line_model& get() const { return entities_; }
+
+    // Whether they changed in this look or in the one before, in which a frame that is printed now
+    // may have come. They may then be newer than the frame.
+    [[nodiscard]] bool changed_lately() const { return changed_ || changed_before_; }
+
+private:
+    void read()
+    {
+        const std::optional<uint64_t> store = reader_->state().store;
+        if (is_read_ && store && store == store_)
+            return;
+        entities_ = model_of(reader_->instances());
+        changed_ = is_read_ && store != store_;
+        is_read_ = true;
+        store_ = store;
+    }
+
+    std::unique_ptr<module_reader> reader_ = make_kernel_reader();
+    line_model entities_;
+    std::optional<uint64_t> store_; // before they were read
+    bool is_read_ = false;
+    bool changed_ = false;
+    bool changed_before_ = false;
+};
+
 class frame_printer {
 public:
     frame_printer(const trace_limits& limits, std::ostream& out, const palette& colours)
@@ -34,48 +81,41 @@ public:
 
     bool is_done() const { return limits_.frames != 0 && frames_ >= limits_.frames; }
 
-    // Commands may have changed the entities since the last look; a burst of frames is one look.
-    void forget_entities() { outdated_ = true; }
+    // Called when the events of a look have been read, before its frames are printed.
+    void begin_look() { entities_.refresh(); }
 
     void print(const frame_events& frame, uint64_t lost)
     {
         if (is_done())
             return;
         ++frames_;
-        read_entities();
-        walk_record walk = read_events(frame.events, entities_);
+        walk_record walk = read_events(frame.events, entities_.get());
         walk.incomplete = walk.incomplete || frame.lost;
+        const bool changed = entities_.changed_lately();
         if (limits_.json) {
-            print_trace_json({frames_, kind_of_direction(walk.fwd_flag), walk, {}, lost}, out_);
+            print_trace_json({.number = frames_,
+                              .kind = kind_of_direction(walk.fwd_flag),
+                              .walk = walk,
+                              .frame = {},
+                              .lost_events = lost,
+                              .entities_changed = changed},
+                             out_);
             out_ << std::flush;
             return;
         }
         out_ << colours_.heading("frame " + std::to_string(frames_)) << ", ";
-        print_marked_frame(walk, entities_, out_, colours_);
+        print_marked_frame(walk, entities_.get(), out_, colours_);
+        if (changed)
+            out_ << "Managed entities changed at the time of this frame: values of filters and "
+                    "mappers may be newer than its path.\n";
         out_ << std::endl;
     }
 
 private:
-    // The last frames may be printed after the module was unloaded: its entities are then those of
-    // the look before.
-    void read_entities()
-    {
-        if (!std::exchange(outdated_, false))
-            return;
-        try {
-            entities_ = model_of(reader_->instances());
-        } catch (const refusal&) {
-            if (is_module_loaded())
-                throw;
-        }
-    }
-
     const trace_limits& limits_;
     std::ostream& out_;
     const palette& colours_;
-    std::unique_ptr<module_reader> reader_ = make_kernel_reader();
-    line_model entities_;
-    bool outdated_ = true; ///< the entities
+    current_entities entities_;
     uint64_t frames_ = 0;
 };
 
@@ -100,7 +140,7 @@ public:
             if (stopped || printer_.is_done() || is_time_over())
                 break;
             if (!is_module_loaded() || !stream_->is_enabled())
-                why = "the module was unloaded";
+                why = "the module was unloaded; its last frames may be missing";
         }
         frames_.finish();
         return why;
@@ -114,9 +154,11 @@ private:
     void look()
     {
         lost_ = stream_->dropped();
-        printer_.forget_entities();
-        stream_->read(
-            [&](const event_stream::event& one) { frames_.event(one.record, one.cpu, one.gap); });
+        std::vector<event_stream::event> events;
+        stream_->read([&](const event_stream::event& one) { events.push_back(one); });
+        printer_.begin_look();
+        for (const event_stream::event& one : events)
+            frames_.event(one.record, one.cpu, one.gap);
         frames_.flush();
         lost_ = stream_->dropped();
     }

@@ -54,6 +54,8 @@ void print_trace_json(const traced_frame& traced, std::ostream& out)
         whole["incomplete"] = true;
     if (traced.lost_events)
         whole["lost_events"] = *traced.lost_events;
+    if (traced.entities_changed)
+        whole["entities_changed"] = true;
     if (walk.dropped)
         whole["reason"] = drop_text(walk);
     whole["steps"] = steps_json(walk);

@@ -19,6 +19,7 @@ struct traced_frame {
     const walk_record& walk;
     std::optional<captured_frame> frame;   ///< nothing if only its events are known
     std::optional<uint64_t> lost_events{}; ///< events that the kernel has dropped so far
+    bool entities_changed = false;         ///< at the time of the frame, in a running kernel
 };
 
 /// Prints the document gponflow-trace-1 on one line.

@@ -2,7 +2,6 @@
 #include "tool/live/event_stream.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -12,34 +11,17 @@
 #include "tool/live/module_file.h"
 #include "tool/live/tracefs_library.h"
 #include "tool/scenario/backend.h"
+#include "tool/scenario/trace_event_text.h"
 
 namespace gponflow {
 
 namespace {
 
 constexpr const char* event_system = "gpon_flow";
-constexpr const char* buffer_prefix = "gponflow-";
 
-const char* event_name(gpon_tracepoint point)
+bool is_of_a_frame(gpon_tracepoint point)
 {
-    switch (point) {
-    case GPON_TRACEPOINT_WALK_START:
-        return "gpon_walk_start";
-    case GPON_TRACEPOINT_WALK_STEP:
-        return "gpon_walk_step";
-    case GPON_TRACEPOINT_WALK_END:
-        return "gpon_walk_end";
-    case GPON_TRACEPOINT_REPLAY_STEP:
-        return "gpon_replay_step";
-    case GPON_TRACEPOINT_RULE_HIT:
-        return "gpon_rule_hit";
-    case GPON_TRACEPOINT_RULE_LEARN:
-        return "gpon_rule_learn";
-    case GPON_TRACEPOINT_DROP:
-        return "gpon_drop";
-    default:
-        return nullptr;
-    }
+    return point != GPON_TRACEPOINT_COMMAND && point != GPON_TRACEPOINT_SWEEP;
 }
 
 [[noreturn]] void refuse_operation(const std::string& what)
@@ -57,23 +39,6 @@ void check_tracing()
     if (!tracefs_event_file_exists(nullptr, event_system, "gpon_walk_start", "enable"))
         throw refusal("the module has no trace events: it was built for a kernel without "
                       "CONFIG_EVENT_TRACING");
-}
-
-// A process that was killed cannot remove its buffer.
-void remove_left_buffers()
-{
-    // A basic regular expression, in which "+" is an ordinary character.
-    char** const names = tracefs_instances("^gponflow-[0-9]*$");
-    for (char** name = names; name && *name; ++name) {
-        const int process = std::atoi(*name + std::strlen(buffer_prefix));
-        if (process <= 0 || kill(process, 0) == 0 || errno != ESRCH)
-            continue;
-        if (tracefs_instance* left = tracefs_instance_create(*name)) {
-            tracefs_instance_destroy(left);
-            tracefs_instance_free(left);
-        }
-    }
-    tracefs_list_free(names);
 }
 
 uint64_t field_value(const tep_format_field* field, const void* data)
@@ -107,13 +72,6 @@ uint64_t statistic(const std::string& text, const std::string& name)
 
 } // namespace
 
-void event_stream::buffer_remover::operator()(tracefs_instance* buffer) const
-{
-    // Removal disables the events of the buffer.
-    tracefs_instance_destroy(buffer);
-    tracefs_instance_free(buffer);
-}
-
 void event_stream::format_closer::operator()(tep_handle* formats) const
 {
     tep_free(formats);
@@ -122,22 +80,17 @@ void event_stream::format_closer::operator()(tep_handle* formats) const
 std::unique_ptr<event_stream> event_stream::open(const options& chosen)
 {
     check_tracing();
-    remove_left_buffers();
-    std::unique_ptr<event_stream> stream(new event_stream);
+    std::unique_ptr<event_stream> stream(new event_stream(trace_buffer::create()));
     const char* const systems[] = {event_system, nullptr};
     stream->formats_.reset(tracefs_local_events_system(nullptr, systems));
     if (!stream->formats_)
         refuse_operation("cannot read the formats of the trace events");
-    stream->buffer_.reset(
-        tracefs_instance_create((buffer_prefix + std::to_string(getpid())).c_str()));
-    if (!stream->buffer_)
-        refuse_operation("cannot create a trace buffer");
     if (chosen.buffer_kilobytes != 0 &&
         tracefs_instance_file_write(stream->buffer_.get(), "buffer_size_kb",
                                     std::to_string(chosen.buffer_kilobytes).c_str()) < 0)
         refuse_operation("cannot set the size of the trace buffer");
     for (int point = 0; point < GPON_TRACEPOINTS; ++point)
-        if (event_name(static_cast<gpon_tracepoint>(point)) &&
+        if (is_of_a_frame(static_cast<gpon_tracepoint>(point)) &&
             (point != GPON_TRACEPOINT_RULE_LEARN || chosen.learning))
             stream->enable(static_cast<gpon_tracepoint>(point),
                            point != GPON_TRACEPOINT_RULE_LEARN);

@@ -7,14 +7,15 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/api/tracepoint.h"
+#include "tool/live/trace_buffer.h"
 
 struct tep_event;
 struct tep_format_field;
 struct tep_handle;
 struct tep_record;
-struct tracefs_instance;
 
 namespace gponflow {
 
@@ -34,7 +35,7 @@ public:
         bool learning = false;       ///< gpon_rule_learn too, of all frames: it has no mark
     };
 
-    /// Creates the buffer and enables the events. Buffers that killed processes left are removed.
+    /// Creates the buffer and enables the events.
     [[nodiscard]] static std::unique_ptr<event_stream> open(const options& chosen);
     ~event_stream(); ///< Disables the events and removes the buffer.
     event_stream(const event_stream&) = delete;
@@ -74,21 +75,18 @@ private:
         tep_format_field* remembered = nullptr;
         tep_format_field* result = nullptr;
     };
-    struct buffer_remover {
-        void operator()(tracefs_instance* buffer) const;
-    };
     struct format_closer {
         void operator()(tep_handle* formats) const;
     };
 
-    event_stream() = default;
+    explicit event_stream(trace_buffer buffer) : buffer_(std::move(buffer)) {}
     void enable(gpon_tracepoint point, bool marked_only);
     void find_fields(gpon_tracepoint point);
     [[nodiscard]] gpon_trace_record record_in(gpon_tracepoint point, void* data) const;
     static int take_record(tep_event* type, tep_record* record, int cpu, void* context);
 
     std::unique_ptr<tep_handle, format_closer> formats_;
-    std::unique_ptr<tracefs_instance, buffer_remover> buffer_;
+    trace_buffer buffer_;
     std::array<event_fields, GPON_TRACEPOINTS> fields_;
 };
 

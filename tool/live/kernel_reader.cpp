@@ -119,7 +119,9 @@ engine_state state_in(const nlmsghdr& head)
     engine_state result;
     for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
         const auto value = static_cast<unsigned>(number_of(at));
-        if (type == GPON_FLOW_NL_STATE_ENGINE)
+        if (type == GPON_FLOW_NL_STATE_STORE)
+            result.store = number_of(at);
+        else if (type == GPON_FLOW_NL_STATE_ENGINE)
             result.enabled = value != 0;
         else if (type == GPON_FLOW_NL_STATE_RULES)
             result.rules = value;
@@ -252,10 +254,11 @@ void read_table_event(const nlmsghdr& head, gpon_event& event, uint32_t& number)
     });
 }
 
-// By a socket of its own: events may already be queued on the one that has joined.
-uint32_t last_event()
+// By a socket of its own: events may already be queued on the one that has joined. Nothing if the
+// module does not number its events.
+std::optional<uint32_t> last_event()
 {
-    uint32_t number = 0;
+    std::optional<uint32_t> number;
     netlink_family::open().request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
         for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
             if (type == GPON_FLOW_NL_STATE_EVENT)
@@ -308,7 +311,7 @@ struct kernel_changes::connection {
     explicit connection(netlink_family opened) : family(std::move(opened)) {}
 
     netlink_family family;
-    uint32_t last_number = 0;
+    std::optional<uint32_t> last_number;
 };
 
 kernel_changes::kernel_changes(std::unique_ptr<connection> opened) : connection_(std::move(opened))
@@ -326,15 +329,17 @@ kernel_changes kernel_changes::open()
     return kernel_changes(std::move(opened));
 }
 
-bool kernel_changes::read(const change_sink& sink)
+kernel_changes::arrival kernel_changes::read(const change_sink& sink)
 {
-    return connection_->family.read_events([&](const nlmsghdr& head) {
-        if (const std::optional<module_change> change = change_in(head))
-            sink(*change);
-    });
+    const netlink_family::arrival events =
+        connection_->family.read_events([&](const nlmsghdr& head) {
+            if (const std::optional<module_change> change = change_in(head))
+                sink(*change);
+        });
+    return {events.lost, events.ended};
 }
 
-uint32_t kernel_changes::last_number() const
+std::optional<uint32_t> kernel_changes::last_number() const
 {
     return connection_->last_number;
 }

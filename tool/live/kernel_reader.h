@@ -2,7 +2,9 @@
 // The module of the running kernel, by netlink.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "tool/live/module_reader.h"
 
@@ -19,14 +21,18 @@ public:
     kernel_changes(kernel_changes&&) noexcept;
     kernel_changes& operator=(kernel_changes&&) = delete;
 
-    /// Passes on the changes that have arrived. Returns true if the kernel dropped some: the next
-    /// number then has a gap. Throws refusal.
-    [[nodiscard]] bool read(const change_sink& sink);
+    struct arrival {
+        bool lost = false;     ///< the kernel dropped changes: the next number has a gap
+        bool unloaded = false; ///< no more changes come, also if the module is loaded again
+    };
+
+    /// Passes on the changes that have arrived. Throws refusal.
+    [[nodiscard]] arrival read(const change_sink& sink);
 
     /// Number of the last change before the first one that can be missing: that one is missing if
     /// the first change read is not the next. Changes that came while it was read have numbers up
-    /// to it.
-    [[nodiscard]] uint32_t last_number() const;
+    /// to it. Nothing if the module does not say it.
+    [[nodiscard]] std::optional<uint32_t> last_number() const;
 
     /// Descriptor to poll for changes.
     [[nodiscard]] int number() const;

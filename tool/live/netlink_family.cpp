@@ -20,6 +20,8 @@ namespace {
 constexpr size_t buffer_bytes = 65536;
 // Changes arrive in bursts: a flush deletes all rules at once.
 constexpr int event_bytes = 4 << 20;
+// Group "notify" of the kernel's family for families: a fixed number in every kernel.
+constexpr uint32_t controller_group = GENL_ID_CTRL;
 
 [[noreturn]] void refuse(int error)
 {
@@ -145,25 +147,52 @@ void netlink_family::join_events()
         throw refusal("this kernel cannot restrict a netlink group, so the module sends no events");
     // Without the right to a large buffer, the usual one remains.
     setsockopt(number(), SOL_SOCKET, SO_RCVBUFFORCE, &event_bytes, sizeof(event_bytes));
-    if (mnl_socket_setsockopt(socket_.get(), NETLINK_ADD_MEMBERSHIP, &group_, sizeof(group_)) < 0)
+    join(controller_group);
+    join(group_);
+}
+
+void netlink_family::join(uint32_t group)
+{
+    if (mnl_socket_setsockopt(socket_.get(), NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) < 0)
         refuse(errno);
 }
 
-bool netlink_family::read_events(const message_sink& sink)
+bool netlink_family::is_removal(const nlmsghdr& head) const
 {
-    bool lost = false;
+    if (head.nlmsg_type != GENL_ID_CTRL ||
+        static_cast<const genlmsghdr*>(mnl_nlmsg_get_payload(&head))->cmd != CTRL_CMD_DELFAMILY)
+        return false;
+    bool ours = false;
+    for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
+        ours = ours || (type == CTRL_ATTR_FAMILY_ID && mnl_attr_get_u16(&at) == family_);
+    });
+    return ours;
+}
+
+void netlink_family::take_events(size_t count, const message_sink& sink, arrival& result) const
+{
+    int left = static_cast<int>(count);
+    for (const auto* head = reinterpret_cast<const nlmsghdr*>(buffer_.data());
+         mnl_nlmsg_ok(head, left); head = mnl_nlmsg_next(head, &left)) {
+        if (head->nlmsg_type == family_)
+            sink(*head);
+        result.ended = result.ended || is_removal(*head);
+    }
+}
+
+netlink_family::arrival netlink_family::read_events(const message_sink& sink)
+{
+    arrival result;
     for (;;) {
         const ssize_t count = recv(number(), buffer_.data(), buffer_.size(), MSG_DONTWAIT);
-        if (count < 0 && errno == EAGAIN)
-            return lost;
-        if (count < 0 && errno != ENOBUFS && errno != EINTR)
+        if (count >= 0)
+            take_events(static_cast<size_t>(count), sink, result);
+        else if (errno == EAGAIN)
+            return result;
+        else if (errno == ENOBUFS)
+            result.lost = true;
+        else if (errno != EINTR)
             refuse(errno);
-        lost = lost || (count < 0 && errno == ENOBUFS);
-        int left = static_cast<int>(count);
-        for (const auto* head = reinterpret_cast<const nlmsghdr*>(buffer_.data());
-             mnl_nlmsg_ok(head, left); head = mnl_nlmsg_next(head, &left))
-            if (head->nlmsg_type == family_)
-                sink(*head);
     }
 }
 

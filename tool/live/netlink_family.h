@@ -24,11 +24,17 @@ public:
     /// the module's state changed during a dump.
     bool request(uint8_t command, bool dump, const message_sink& sink);
 
-    /// Joins the multicast group of changes.
+    struct arrival {
+        bool lost = false;  ///< the kernel dropped events
+        bool ended = false; ///< the family was removed; another one may have its name
+    };
+
+    /// Joins the multicast group of changes, and the kernel's own one, which reports the removal of
+    /// families: a socket gets nothing when its group is removed.
     void join_events();
 
-    /// Passes on the events that have arrived. Returns true if the kernel dropped some.
-    [[nodiscard]] bool read_events(const message_sink& sink);
+    /// Passes on the events that have arrived.
+    [[nodiscard]] arrival read_events(const message_sink& sink);
 
     [[nodiscard]] int number() const;
 
@@ -47,6 +53,9 @@ private:
     size_t receive();
     reply take(size_t count, const message_sink& sink) const;
     void read_group(const nlmsghdr& head);
+    void join(uint32_t group);
+    [[nodiscard]] bool is_removal(const nlmsghdr& head) const;
+    void take_events(size_t count, const message_sink& sink, arrival& result) const;
 
     std::unique_ptr<mnl_socket, closer> socket_;
     std::vector<char> buffer_;

@@ -98,6 +98,13 @@ public:
     virtual uint64_t advance(uint64_t jiffies) = 0;
     virtual void set_mapping(const pointer_setting& setting) = 0;
     virtual void set_queue_mapping(const pointer_setting& setting) = 0;
+    /// Receives the trace events of all following calls; null ends it. A record is valid during the
+    /// call of the sink. The module in a kernel has its events in tracefs.
+    virtual void set_event_sink(std::function<void(const gpon_trace_record&)>)
+    {
+        throw refusal("only the module in this process passes on its trace events; those of a "
+                      "kernel are in tracefs");
+    }
     /// The nth call of the service from now on fails once.
     virtual void arm_fault(fault_kind service, uint64_t nth) = 0;
 };

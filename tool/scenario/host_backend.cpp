@@ -68,6 +68,7 @@ public:
     ~host_backend() override
     {
         gpon::host::set_sink(nullptr);
+        gpon::host::set_tracer(nullptr);
         gpon::host::reset();
     }
 
@@ -148,6 +149,11 @@ public:
     void set_queue_mapping(const pointer_setting& setting) override
     {
         gpon::host::set_queue_mapping(setting.answer);
+    }
+
+    void set_event_sink(std::function<void(const gpon_trace_record&)> sink) override
+    {
+        gpon::host::set_tracer(std::move(sink));
     }
 
     void arm_fault(fault_kind service, uint64_t nth) override
