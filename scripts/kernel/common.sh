@@ -79,6 +79,25 @@ module_folder() {
     echo "$(kernel_dir "$1")/modules"
 }
 
+# The Debian packages of further tracers for the guests: trace-cmd in all of them, the others are large.
+# GPON_GUEST_TRACERS="bpftrace linux-perf" adds these two; their guests need GPON_GUEST_MEMORY=2048.
+guest_tracers() {
+    echo "trace-cmd ${GPON_GUEST_TRACERS:-}"
+}
+
+# ARCH PACKAGE: an unpacked tracer with its libraries.
+tracer_root() {
+    echo "$GPON_KERNEL_DIR/$1-$2"
+}
+
+# PACKAGE: its program.
+tracer_program() {
+    case $1 in
+    linux-perf) echo usr/bin/perf ;;
+    *) echo "usr/bin/$1" ;;
+    esac
+}
+
 # SUITE: a root file system with the suite's compilers. It exists if the suite's build tools do not run
 # on this machine.
 suite_root() {

@@ -4,7 +4,7 @@
 # usage: fetch.sh [--again] KERNEL...
 #
 # Downloads kernels with their headers, and the user space of the test guests of their architectures,
-# once. KERNEL is an architecture or a name of kernels.sh. Packages are unpacked below build/kernel and
+# once. GPON_GUEST_TRACERS names further packages for the guests (common.sh). KERNEL is an architecture or a name of kernels.sh. Packages are unpacked below build/kernel and
 # not installed. apt uses its own lists there, so this needs no root and does not change the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
@@ -112,12 +112,12 @@ fetch_suite_root() {
     touch "$root/$compiler.is-there"
 }
 
-# With an empty list of installed packages, apt resolves all libraries of the programs.
+# DEBIAN-ARCH FOLDER PACKAGE...: with an empty list of installed packages, apt resolves all libraries.
 download_programs() {
     local debian=$1 debs=$2
+    shift 2
     apt-get "${apt_options[@]}" -o "Dir::Cache::archives=$debs" -o APT::Architecture="$debian" \
-        -o Debug::NoLocking=true --download-only -y install \
-        "${guest_programs[@]/%/:$debian}" "${guest_libraries[@]}"
+        -o Debug::NoLocking=true --download-only -y install "$@"
 }
 
 # FOLDER PACKAGE...
@@ -127,16 +127,43 @@ download() {
 
 # KERNEL FOLDER PACKAGE...: downloads and unpacks all that belongs to a kernel.
 unpack_kernel() {
-    local kernel=$1 staging=$2 deb
+    local kernel=$1 staging=$2
     shift 2
     mkdir -p "$staging/debs/partial" "$staging/root"
     download "$staging/debs" "$@"
     [ "$kernel" != "$(arch_of "$kernel")" ] ||
-        download_programs "$(debian_arch "$kernel")" "$staging/debs"
-    for deb in "$staging"/debs/*.deb; do
-        [[ ${deb##*/} =~ $unwanted ]] || dpkg -x "$deb" "$staging/root"
+        download_guest_programs "$(debian_arch "$kernel")" "$staging/debs"
+    unpack "$staging/debs" "$staging/root"
+}
+
+# DEBIAN-ARCH FOLDER
+download_guest_programs() {
+    download_programs "$1" "$2" "${guest_programs[@]/%/:$1}" "${guest_libraries[@]}"
+}
+
+# FOLDER ROOT: unpacks its packages and deletes them.
+unpack() {
+    local deb
+    for deb in "$1"/*.deb; do
+        [[ ${deb##*/} =~ $unwanted ]] || dpkg -x "$deb" "$2"
     done
-    rm -rf "$staging/debs"
+    rm -rf "$1"
+}
+
+# ARCH PACKAGE
+fetch_tracer() {
+    local root debian
+    root=$(tracer_root "$1" "$2")
+    debian=$(debian_arch "$1")
+    apt_setup ""
+    echo "fetching for guests of $1: $2"
+    rm -rf "$root.new"
+    mkdir -p "$root.new" "$root.debs/partial"
+    download_programs "$debian" "$root.debs" "$2:$debian"
+    unpack "$root.debs" "$root.new"
+    # Last, because the folder marks the download as complete.
+    rm -rf "$root"
+    mv "$root.new" "$root"
 }
 
 # KERNEL
@@ -196,4 +223,10 @@ for kernel in $(printf '%s\n' "${wanted[@]}" | sort -u); do
     if [ -n "$again" ] || ! is_there "$kernel"; then
         fetch "$kernel"
     fi
+    [ "$kernel" = "$(arch_of "$kernel")" ] || continue
+    for tracer in $(guest_tracers); do
+        if [ -n "$again" ] || [ ! -d "$(tracer_root "$kernel" "$tracer")" ]; then
+            fetch_tracer "$kernel" "$tracer"
+        fi
+    done
 done

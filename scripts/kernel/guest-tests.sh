@@ -29,8 +29,7 @@ guest_initramfs() {
 }
 
 # KERNEL: builds all parts of a guest. The programs depend on the architecture only. GPON_KERNEL_BUILD
-# is the build folder of another kernel of this architecture. GPON_GUEST_BPFTRACE is bpftrace of this
-# architecture, for the guest test of that name; it needs GPON_GUEST_MEMORY=2048.
+# is the build folder of another kernel of this architecture.
 prepare_guest() {
     local kernel=$1 name=${1//\//-} arch programs tool
     arch=$(arch_of "$1")
@@ -42,8 +41,7 @@ prepare_guest() {
         step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
         step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
         step "initramfs-$name" bash scripts/kernel/initramfs.sh "$kernel" \
-            "$(guest_initramfs "$kernel")" "$programs"/* "$tool/bin/gponflow" \
-            ${GPON_GUEST_BPFTRACE:+"$GPON_GUEST_BPFTRACE" docs/bpftrace/*.bt}
+            "$(guest_initramfs "$kernel")" "$programs"/* "$tool/bin/gponflow"
 }
 
 # LOG KERNEL: prints a line for each test, with its notes if it passed, otherwise with its output.

@@ -3,9 +3,9 @@
 #
 # usage: initramfs.sh KERNEL OUTPUT [FILE[=GUEST-PATH]]...
 #
-# Packs the root file system of a test guest: busybox, iproute2 with its libraries, the kernel's own
-# modules that the tests need, both of our modules, the guest scripts and tests. Further files go to
-# /bin, or to GUEST-PATH. GPON_KERNEL_BUILD is the build folder of a kernel that has
+# Packs the root file system of a test guest: busybox, iproute2 and tracers with their libraries, the
+# kernel's own modules that the tests need, both of our modules, the guest scripts and tests. Further
+# files go to /bin, or to GUEST-PATH. GPON_KERNEL_BUILD is the build folder of a kernel that has
 # everything built in, and GPON_MODULES the folder of our modules for it.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
@@ -33,6 +33,11 @@ readelf=$(cross_prefix "$arch")readelf
 stock_modules=(veth tun dummy bridge 8021q ifb cls_flower act_vlan act_mirred sch_ingress pppoe
     ppp_async netconsole)
 
+library_folders=("$root/lib" "$root/usr/lib")
+for tracer in $(guest_tracers); do
+    library_folders+=("$(tracer_root "$arch" "$tracer")")
+done
+
 tree=$(mktemp -d)
 chmod 0755 "$tree"
 trap 'rm -rf "$tree"' EXIT
@@ -46,7 +51,7 @@ put() {
 # machine was built.
 library() {
     local found
-    found=$(find "$root/lib" "$root/usr/lib" -name "$1" | head -n 1)
+    found=$(find "${library_folders[@]}" -name "$1" | head -n 1)
     [ -n "$found" ] || found=$("$(cross_prefix "$arch")g++" -print-file-name="$1")
     [ -f "$found" ] && echo "$found"
 }
@@ -67,6 +72,17 @@ put_loader() {
     local loader
     loader=$("$readelf" -l "$1" 2>/dev/null | sed -n 's/.*interpreter: \/\(.*\)\]/\1/p')
     [ -z "$loader" ] || [ -e "$tree/$loader" ] || put "$root/$loader" "$loader"
+}
+
+put_tracers() {
+    local tracer
+    for tracer in $(guest_tracers); do
+        put_with_libraries "$(tracer_root "$arch" "$tracer")/$(tracer_program "$tracer")" \
+            "bin/$(basename "$(tracer_program "$tracer")")"
+    done
+    find docs/bpftrace -name '*.bt' | while read -r tracer; do
+        put "$tracer" "tests/bpftrace/${tracer##*/}"
+    done
 }
 
 put_with_libraries() {
@@ -161,6 +177,7 @@ put_further_files() {
 
 mkdir -p "$tree"/{bin,sbin,dev,proc,sys,tmp,root,etc,"lib/modules/$version"}
 put_programs
+put_tracers
 if [ -n "${GPON_KERNEL_BUILD:-}" ]; then
     put_builtin_names "$GPON_KERNEL_BUILD"
 else

@@ -2,13 +2,13 @@
 # shellcheck shell=dash
 #
 # The example scripts of docs/bpftrace with known frames. bpftrace and its libraries have 200 MB, so only
-# a guest that was made with GPON_GUEST_BPFTRACE=/usr/bin/bpftrace has it.
+# a guest of GPON_GUEST_TRACERS has it.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
 # SCRIPT: starts it and waits until its probes are attached.
 start_script() {
-    bpftrace "/bin/$1.bt" >"/tmp/$1" 2>&1 &
+    bpftrace "/tests/bpftrace/$1.bt" >"/tmp/$1" 2>&1 &
     tracer=$!
     tries=0
     until grep -q Attaching "/tmp/$1"; do

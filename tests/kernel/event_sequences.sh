@@ -1,0 +1,74 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# The trace events of scenarios in this kernel are those of the process build, in their order and with all
+# their printed fields but times and addresses. Left out are scenarios that need a failing service or a
+# jump of time, and those that load the module again. event_folders=. on the kernel's command line is
+# all of the others, which take two minutes.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+tracing=/sys/kernel/tracing
+events=$tracing/events/gpon_flow
+
+# FILE: whether it begins with the only load and has nothing that only a process supports.
+is_for_this_kernel() {
+    [ "$(grep -cE '^[[:blank:]]*load([[:blank:]]|$)' "$1")" = 1 ] &&
+        ! grep -qE '^[[:blank:]]*(advance|fault)([[:blank:]]|$)' "$1"
+}
+
+# The events can be enabled only when the module is loaded: its load, and what is expected of it, is
+# left out. The platform keeps the settings of the scenario before.
+without_load() {
+    echo "platform mapping=0"
+    echo "platform queue=0"
+    awk '$1 == "unload" { exit } $1 == "load" { skipped = 1 ; next } skipped && $1 == "expect" { next }
+        $1 != "" && $1 !~ /^#/ { skipped = 0 } { print }' "$1"
+}
+
+# FILE: the events of the running kernel in /tmp/got. The names of captures are relative to the file.
+events_in_the_kernel() {
+    rest=${1%/*}/rest
+    without_load "$1" >"$rest"
+    load_gpon_flow
+    echo >$tracing/trace
+    echo 1 >$events/enable
+    status=0
+    gponflow run --backend=device "$rest" >/tmp/printed 2>&1 || status=$?
+    echo 0 >$events/enable
+    cat $tracing/trace >/tmp/trace
+    rmmod gpon_flow || fail "gpon_flow does not unload"
+    grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
+        fail "events of $1 are lost: $(head -n 4 /tmp/trace)"
+    sed -n 's/^[^#].*: \(gpon_[a-z_]*: \)/\1/p' /tmp/trace | sed 's/skbaddr=[^ ]* //' >/tmp/got
+    return "$status"
+}
+
+load_softonu unis=2
+load_gpon_flow
+if [ ! -d $events ]; then
+    left_out "events of scenarios, this kernel has no trace events"
+    unload_both
+    exit 0
+fi
+rmmod gpon_flow
+cd /tree || fail "there are no scenarios"
+same=0
+number=0
+scenarios=tests/scenarios
+# shellcheck disable=SC2086 # folders
+for file in $(find ${event_folders:-$scenarios/walk $scenarios/filter $scenarios/mapper $scenarios/rules} \
+    -name '*.scn' | sed 's#^\./##' | sort); do
+    is_for_this_kernel "$file" || continue
+    progress "$same scenarios equal, now $file"
+    gponflow run --events /tmp/wanted "$file" >/tmp/printed 2>&1 ||
+        fail "$file in a process: $(tail -n 5 /tmp/printed)"
+    events_in_the_kernel "$file" || fail "$file in the kernel: $(tail -n 5 /tmp/printed)"
+    cmp -s /tmp/wanted /tmp/got || fail "events of $file: $(diff -U 3 /tmp/wanted /tmp/got | head -n 30)"
+    same=$((same + 1))
+    number=$((number + $(wc -l </tmp/got)))
+done
+echo "@@ the $number events of $same scenarios equal those of a process"
+[ $same -ge 30 ] || fail "only $same scenarios were run"
+[ $number -gt 500 ] || fail "only $number events"
+rmmod gpon_softonu || fail "gpon_softonu does not unload"

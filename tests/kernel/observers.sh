@@ -1,0 +1,189 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# gponflow trace and monitor while the module is unloaded or loaded again, their trace buffers beside
+# those of other processes, and changes that are queued when a signal ends monitor.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+tracing=/sys/kernel/tracing
+mac=02:00:00:00:77:01
+
+provision() {
+    gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+}
+
+# FILE TEXT PROCESS: until the file of a process that runs has the text.
+wait_for() {
+    tries=0
+    until grep -q "$2" "$1" 2>/dev/null; do
+        kill -0 "$3" 2>/dev/null || fail "no '$2', the process has ended: $(cat "$1")"
+        tries=$((tries + 1))
+        [ $tries -lt 150 ] || fail "no '$2': $(cat "$1")"
+        sleep 0.2
+    done
+}
+
+# PROCESS WHAT: it ends without an error, soon.
+ends() {
+    tries=0
+    while kill -0 "$1" 2>/dev/null; do
+        tries=$((tries + 1))
+        [ $tries -lt 150 ] || fail "$2 does not end"
+        sleep 0.2
+    done
+    status=0
+    wait "$1" || status=$?
+    expect "status of $2" 0 "$status"
+}
+
+# NAME ARGUMENT...: a trace with its output in /tmp/NAME and /tmp/NAME.errors.
+start_trace() {
+    name=$1
+    shift
+    rm -f "/tmp/$name.errors"
+    gponflow trace "src_mac=$mac" "$@" >"/tmp/$name" 2>"/tmp/$name.errors" &
+    tracer=$!
+    wait_for "/tmp/$name.errors" tracing $tracer
+}
+
+start_monitor() {
+    rm -f /tmp/monitor.errors
+    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
+    monitor=$!
+    wait_for /tmp/monitor.errors monitoring $monitor
+}
+
+frames_of() {
+    grep -c '^frame ' "/tmp/$1" || :
+}
+
+no_buffer_is_left() {
+    left=$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')
+    [ -z "$left" ] || fail "a trace buffer remains $1: $left"
+}
+
+load_again() {
+    load_gpon_flow
+    provision
+}
+
+# COMMAND...: unloads the module with it, under a trace that has printed a frame.
+trace_ends_at() {
+    start_trace trace
+    calls 1 "$passing"
+    wait_for /tmp/trace '^passes' $tracer
+    "$@" || fail "gpon_flow does not unload under gponflow trace"
+    ends $tracer "trace at $*"
+    grep -q "the module was unloaded" /tmp/trace.errors || fail "no message: $(cat /tmp/trace.errors)"
+    expect "traced frames at $*" 1 "$(frames_of trace)"
+    no_buffer_is_left "after $*"
+}
+
+load_twice() {
+    rmmod gpon_flow && load_gpon_flow
+}
+
+trace_at_unload() {
+    trace_ends_at rmmod gpon_flow
+    load_again
+    # The second module has the events of the first one, with other numbers.
+    trace_ends_at load_twice
+    provision
+    start_trace trace --count 1
+    calls 1 "$passing"
+    ends $tracer "trace of the second module"
+}
+
+monitor_ends_at() {
+    start_monitor
+    calls 1 "$passing"
+    wait_for /tmp/monitor '^learnt' $monitor
+    "$@" || fail "gpon_flow does not unload under gponflow monitor"
+    ends $monitor "monitor at $*"
+    grep -q "the module was unloaded" /tmp/monitor.errors ||
+        fail "no message: $(cat /tmp/monitor.errors)"
+}
+
+monitor_at_unload() {
+    monitor_ends_at rmmod gpon_flow
+    load_again
+    monitor_ends_at load_twice
+    provision
+}
+
+# It is stopped while the changes and the signal come.
+monitor_at_a_signal() {
+    start_monitor
+    kill -STOP $monitor
+    calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1"
+    kill -TERM $monitor
+    kill -CONT $monitor
+    ends $monitor "monitor at a signal"
+    grep -qx "created  TRAFFIC_DESCRIPTOR 0x0077" /tmp/monitor ||
+        fail "no change that came before the signal: $(cat /tmp/monitor)"
+}
+
+# Of a killed process whose number another process has now: 1 always lives.
+buffer_of_a_used_number() {
+    mkdir $tracing/instances/gponflow-1
+    start_trace trace --count 1
+    [ ! -e $tracing/instances/gponflow-1 ] || fail "the buffer of a killed process remains"
+    calls 1 "$passing"
+    ends $tracer "trace after a killed one"
+    no_buffer_is_left "of a killed process"
+}
+
+# A process in another PID namespace does not see the other traces, and may have their numbers.
+buffers_of_a_pid_namespace() {
+    if ! unshare -p -f true 2>/dev/null; then
+        left_out "traces in a PID namespace, this guest has none"
+        return
+    fi
+    start_trace outside --count 1
+    outside=$tracer
+    unshare -p -f gponflow trace "src_mac=$mac" --count 1 >/tmp/inside 2>/tmp/inside.errors &
+    inside=$!
+    wait_for /tmp/inside.errors tracing $inside
+    expect "trace buffers" 2 "$(find $tracing/instances -maxdepth 1 -name 'gponflow-*' | wc -l)"
+    calls 1 "$passing"
+    ends $outside "the trace outside"
+    ends $inside "the trace in a PID namespace"
+    expect "frames of the trace outside" 1 "$(frames_of outside)"
+    expect "frames of the trace in a PID namespace" 1 "$(frames_of inside)"
+    no_buffer_is_left "of a PID namespace"
+}
+
+# The text of a decision has the new value, and a line says so.
+entities_that_change() {
+    start_trace trace --count 1
+    kill -STOP $tracer
+    calls 1 "$dropped"
+    calls 1 "me set VLAN_TAG_FILTER_DATA 11 forwardOperation=0x10"
+    kill -CONT $tracer
+    ends $tracer "trace while an entity changes"
+    grep -q "^Managed entities changed" /tmp/trace || fail "no note: $(cat /tmp/trace)"
+    start_trace trace --count 1
+    calls 1 "$dropped"
+    ends $tracer "trace without a change"
+    ! grep -q "^Managed entities changed" /tmp/trace || fail "a note without a change"
+}
+
+load_both
+provision
+mount -t tracefs tracefs $tracing 2>/dev/null || :
+if [ -d $tracing/events/gpon_flow ]; then
+    buffer_of_a_used_number
+    buffers_of_a_pid_namespace
+    entities_that_change
+    trace_at_unload
+else
+    left_out "trace: this kernel has no trace events"
+fi
+if ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group"; then
+    left_out "monitor: this kernel cannot restrict a multicast group"
+else
+    monitor_at_a_signal
+    monitor_at_unload
+fi
+unload_both

@@ -1,0 +1,89 @@
+# SPDX-License-Identifier: GPL-2.0-only
+# shellcheck shell=dash
+#
+# Counters of lost races and of missing memory, which known traffic does not reach: a walk whose steps are
+# learnt late, and a function of the kernel that fails once. The sums of the counters hold.
+# shellcheck source=scripts/kernel/guest/lib.sh
+. /tests/lib.sh
+
+value_of() {
+    netlink_reader counters | sed -n "s/^$1 //p"
+}
+
+forget_rules() {
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+}
+
+# COUNTER: of late_learning.
+by_a_race() {
+    forget_rules
+    insmod /modules/gpon_delay.ko function=gpon_hash_add_node_safe ms=2000 ||
+        fail "no late learning"
+    late_learning "${1#rules_}" >/tmp/printed || fail "late_learning: $(cat /tmp/printed)"
+    late=$(cat /sys/module/gpon_delay/parameters/delayed)
+    rmmod gpon_delay
+    expect "$1, of $late late walks" 1 "$(value_of "$1")"
+}
+
+# The function that gives a block whose size the compiler does not know.
+allocator() {
+    for function in __kmalloc_noprof __kmalloc; do
+        ! grep -q " $function\$" /proc/kallsyms || { echo $function; return; }
+    done
+}
+
+# NTH VLAN: a frame of another flow, in whose call the nth request for memory fails.
+frame_without_memory() {
+    insmod /modules/gpon_fault.ko function="$allocator" answer=0 program=hook_call nth="$1" ||
+        fail "$allocator cannot be made to fail"
+    hook_call kind=2 vid="$2" >/tmp/printed 2>&1 || :
+    rmmod gpon_fault
+}
+
+# Sets first to the number of the first request of the rule table in a call.
+first_request_of_a_rule() {
+    first=1
+    while frame_without_memory $first $((1000 + first)) && [ "$(value_of rules_no_memory)" = 0 ]; do
+        first=$((first + 1))
+        [ $first -lt 60 ] || fail "no request of the rule table in $first"
+    done
+    expect "allocation_failures of a rule without memory" 1 \
+        $(($(value_of allocation_failures) - failures))
+}
+
+# One frame at a time: the next one makes the table grow.
+fill_to_the_threshold() {
+    forget_rules
+    vlan=1
+    until netlink_reader state | grep -qE " rules=48 .*threshold=48 "; do
+        hook_call kind=2 vid=$vlan >/tmp/printed || fail "no frame: $(cat /tmp/printed)"
+        vlan=$((vlan + 1))
+        [ $vlan -lt 900 ] || fail "the table does not fill: $(netlink_reader state)"
+    done
+}
+
+sums_hold() {
+    expect "sum of the results of walks" "$(value_of walks_done)" \
+        $(($(value_of rules_learnt) + $(value_of rules_relearnt) + $(value_of rules_bucket_taken) + $(value_of rules_outdated) + $(value_of rules_no_memory)))
+    expect "sum of the walks" "$(value_of walks)" \
+        $(($(value_of walks_done) + $(value_of walks_no_path) + $(value_of walks_filtered) + $(value_of walks_step_failed)))
+}
+
+load_both
+gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+by_a_race rules_outdated
+by_a_race rules_relearnt
+allocator=$(allocator)
+[ -n "$allocator" ] || fail "no function gives memory"
+failures=$(value_of allocation_failures)
+first_request_of_a_rule
+fill_to_the_threshold
+frame_without_memory $first 1100
+expect table_growths_failed 1 "$(value_of table_growths_failed)"
+expect "rules after a growth without memory" 48 "$(netlink_reader state | sed 's/.* rules=\([0-9]*\) .*/\1/')"
+frame_without_memory $((first + 1)) 1101
+expect "growths after a failed one" 1 "$(value_of table_growths)"
+expect rules_lost_by_growth 1 "$(value_of rules_lost_by_growth)"
+expect allocation_failures $((failures + 3)) "$(value_of allocation_failures)"
+sums_hold
+unload_both
