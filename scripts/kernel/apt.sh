@@ -44,7 +44,11 @@ apt_setup() {
         suite_sources "$1" >"$apt_dir/sources.list"
         apt_options+=(-o "Dir::Etc::sourcelist=$apt_dir/sources.list" -o Dir::Etc::sourceparts=-)
     fi
-    apt-get "${apt_options[@]}" update
+    # A refresh asks for each kernel, and several come from one suite.
+    if [ -z "${GPON_KERNEL_REFRESH:-}" ] || [ -z "$(find "$apt_dir/updated" -mmin -60 2>/dev/null)" ]; then
+        apt-get "${apt_options[@]}" update
+        touch "$apt_dir/updated"
+    fi
 }
 
 # FIELD PACKAGE: a field of the newest version of a package.

@@ -69,11 +69,44 @@ run_kcsan_tests() {
         *) others+=("$name") ;;
         esac
     done
-    # The allocator path of production: freed blocks are overwritten, a block each millisecond is guarded.
+    # Freed blocks are overwritten, a block each millisecond is guarded.
     local guest_words=("${guest_words[@]}" slub_debug=P kfence.sample_interval=1)
     boot_debug "$arch" kcsan detectors real debug/race_detector debug/guard_detector || status=1
     boot_debug "$arch" kcsan suite real "${others[@]}" debug/watched || status=1
     return "$status"
+}
+
+debug_document=docs/results/debug-kernels.md
+
+# ARCH FLAVOUR: a row with the boots of a flavour.
+debug_row() {
+    cat "$GPON_BUILD_DIR/logs/debug-$1-$2-"*.log | python3 scripts/kernel/guest_log.py row "$1 $2"
+    echo " $(source_state) |"
+}
+
+# ROWS: the rows of kernels that this run did not test stay in the document.
+write_debug_rows() {
+    local arch flavour rows=''
+    for arch in arm64 x86_64; do
+        for flavour in kasan kcsan; do
+            rows+=$(grep -F "| $arch $flavour |" "$1" || grep -F "| $arch $flavour |" "$debug_document")$'\n' ||
+                true
+        done
+    done
+    {
+        cat <<'END'
+The guest tests in kernels with the kernel's own checks, on two emulated processors. `kasan` checks memory,
+locks, RCU, leaks and undefined behaviour, and lets allocations and copies fail; `kcsan` looks for races.
+"Detectors" are the checks that reported a deliberate fault before the tests. A report that names one of
+the modules fails a test. "Tested" is the date and the commit of the sources.
+
+| kernel | passed | failed | detectors | injected failures | calls in contention | time in the guest | tested |
+|---|---|---|---|---|---|---|---|
+END
+        printf '%s' "$rows" | grep .
+        # shellcheck disable=SC2016 # the marks of a command in a document
+        printf '\nMeasured by `./run test-kernel-debug --write`; names of kernels replace their rows.\n'
+    } | write_result debug-kernels "Debug kernels"
 }
 
 # ARCH FLAVOUR: summary of the boots of a flavour.

@@ -4,7 +4,9 @@
 # usage: fetch.sh [--again] KERNEL...
 #
 # Downloads kernels with their headers, and the user space of the test guests of their architectures,
-# once. GPON_GUEST_TRACERS names further packages for the guests (common.sh). KERNEL is an architecture or a name of kernels.sh. Packages are unpacked below build/kernel and
+# once. With GPON_KERNEL_REFRESH=1, a kernel is downloaded again if Debian has a newer one.
+# GPON_GUEST_TRACERS names further packages for the guests (common.sh). KERNEL is an architecture or a
+# name of kernels.sh. Packages are unpacked below build/kernel and
 # not installed. apt uses its own lists there, so this needs no root and does not change the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
@@ -166,9 +168,17 @@ fetch_tracer() {
     mv "$root.new" "$root"
 }
 
+# PACKAGE...: the versions that identify a kernel. A package of the same name may have a new version.
+package_versions() {
+    local package
+    for package in "$@"; do
+        echo "$package=$(package_field Version "$package")"
+    done
+}
+
 # KERNEL
 fetch() {
-    local kernel=$1 packages version suite dir
+    local kernel=$1 packages version suite dir versions
     dir=$(kernel_dir "$kernel")
     suite=$(kernel_suite "$kernel")
     apt_setup "$suite"
@@ -176,12 +186,18 @@ fetch() {
     version=${packages[0]%%:*}
     version=${version#linux-headers-}
     check_series "$kernel" "$version"
+    versions=$(package_versions "${packages[@]}")
+    if [ -z "$again" ] && is_there "$kernel" && [ "$(cat "$dir/versions" 2>/dev/null)" = "$versions" ]; then
+        echo "$kernel is the newest: $version"
+        return
+    fi
     echo "fetching for $kernel: ${packages[*]}"
     rm -rf "$dir.new"
     unpack_kernel "$kernel" "$dir.new" "${packages[@]}"
     rm -rf "${dir:?}"
     mv "$dir.new" "$dir"
     echo "$version" >"$dir/version"
+    echo "$versions" >"$dir/versions"
     adapt_headers "$kernel"
     # Last, because it marks the download as complete.
     wanted_packages "$kernel" >"$dir/request"
@@ -220,7 +236,7 @@ for word in "$@"; do
     esac
 done
 for kernel in $(printf '%s\n' "${wanted[@]}" | sort -u); do
-    if [ -n "$again" ] || ! is_there "$kernel"; then
+    if [ -n "$again${GPON_KERNEL_REFRESH:-}" ] || ! is_there "$kernel"; then
         fetch "$kernel"
     fi
     [ "$kernel" = "$(arch_of "$kernel")" ] || continue

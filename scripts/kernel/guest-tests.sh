@@ -28,16 +28,20 @@ guest_initramfs() {
     echo "${GPON_INITRAMFS:-$(kernel_dir "$1")/initramfs.gz}"
 }
 
-# KERNEL: builds all parts of a guest. The programs depend on the architecture only. GPON_KERNEL_BUILD
-# is the build folder of another kernel of this architecture.
+# KERNEL: builds all parts of a guest; "preparing" is the step that failed. The programs depend on the
+# architecture only. GPON_KERNEL_BUILD is the build folder of another kernel of this architecture.
 prepare_guest() {
     local kernel=$1 name=${1//\//-} arch programs tool
     arch=$(arch_of "$1")
     programs=$GPON_KERNEL_DIR/$arch/programs
     tool=$GPON_KERNEL_DIR/$arch/tool
+    preparing=fetch
+    # shellcheck disable=SC2034 # for the caller
     step "fetch-$name" bash scripts/kernel/fetch.sh "$kernel" &&
+        preparing=modules &&
         step "modules-$name" bash scripts/kernel/build.sh "$kernel" \
             ${GPON_KERNEL_BUILD:+"$GPON_KERNEL_BUILD" "$GPON_MODULES"} &&
+        preparing=guest &&
         step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
         step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
         step "initramfs-$name" bash scripts/kernel/initramfs.sh "$kernel" \

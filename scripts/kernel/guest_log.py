@@ -4,9 +4,11 @@
 
 usage: guest_log.py tests KERNEL <GUEST-OUTPUT
        guest_log.py summary NAME <GUEST-OUTPUT
+       guest_log.py row NAME <GUEST-OUTPUT
 
 tests prints a line for each test that ended, with its notes if it passed, otherwise its output.
-summary adds up the tests, detectors, injected failures and calls of one boot or several.
+summary adds up the tests, detectors, injected failures and calls of one boot or several; row prints
+them as a row of docs/results/debug-kernels.md, with the tests that did not pass.
 """
 
 import re
@@ -56,16 +58,29 @@ def show_tests(kernel, lines):
         print(line)
 
 
-def show_summary(name, lines):
-    sums = Counter()
+def add_up(lines):
+    """Return the sums of all boots, and the tests that did not pass."""
+    sums, failed, running = Counter(), [], None
     for word, rest in split_lines(lines):
-        if word == "end":
-            _, status, seconds = rest.split()
-            sums.update(tests=1, passed=status == "0", seconds=int(seconds))
+        if word == "begin":
+            failed += [running] if running else []
+            running = rest
+        elif word == "end":
+            name, status, seconds = rest.split()
+            sums.update(tests=1, passed=int(status == "0"), seconds=int(seconds))
+            failed += [name] if status != "0" else []
+            running = None
+        elif word == "the" and rest.startswith("kernel complained"):
+            failed.append("the kernel log")
         elif word == "note":
             for form in (DETECTORS, INJECTIONS, CALLS):
                 if match := form.match(rest):
                     sums.update({key: int(value) for key, value in match.groupdict().items()})
+    return sums, failed + ([running] if running else [])
+
+
+def show_summary(name, lines):
+    sums, _ = add_up(lines)
     print(f"{name}: {sums['passed']} of {sums['tests']} tests passed in {sums['seconds']} s of "
           f"guest time, {sums['detectors']} detectors fired on purpose")
     if sums["failures"]:
@@ -74,8 +89,14 @@ def show_summary(name, lines):
     print(f"{name}: {sums['calls']} calls in contention")
 
 
+def show_row(name, lines):
+    sums, failed = add_up(lines)
+    print(f"| {name} | {sums['passed']} | {' '.join(failed) or 'none'} | {sums['detectors']} | "
+          f"{sums['failures']} | {sums['calls']} | {sums['seconds']} s |", end="")
+
+
 def main(arguments):
-    actions = {"tests": show_tests, "summary": show_summary}
+    actions = {"tests": show_tests, "summary": show_summary, "row": show_row}
     if len(arguments) != 2 or arguments[0] not in actions:
         sys.exit(__doc__)
     # A test may print any bytes.

@@ -16,7 +16,7 @@ test_kernel() {
     local kernel=$1 status=0
     shift
     rm -f "$(matrix_tests "$kernel")"
-    prepare_guest "$kernel" || return 1
+    prepare_guest "$kernel" || return
     run_guest_tests "$kernel" "$@" 2>&1 | tee "$(matrix_tests "$kernel")"
     status=${PIPESTATUS[0]}
     return "$status"
@@ -47,25 +47,55 @@ kernel_traits() {
     [ ${#traits[@]} -le 1 ] || printf ', %s' "${traits[@]:1}"
 }
 
-# KERNEL TESTS-RUN TESTS: its row. Modules that do not build without a warning have no results.
+# RESULTS KERNEL: the tests that passed but left something out.
+left_out_of() {
+    awk -v kernel="$2" '$1 == kernel {name = $3 == "ok" ? $2 : ""}
+        name && /^    left out: / {print name ; name = ""}' "$1" | xargs
+}
+
+# RESULTS KERNEL TEST...: the tests that did not pass, also those that never began.
+failed_of() {
+    local results=$1 kernel=$2
+    shift 2
+    comm -23 <(printf '%s\n' "$@" | sort) \
+        <(awk -v kernel="$kernel" '$1 == kernel && $3 == "ok" {print $2}' "$results" | sort) | xargs
+}
+
+# KERNEL: the row of one whose guest was not prepared. Modules that do not build without a warning have no
+# results.
+unprepared_row() {
+    # shellcheck disable=SC2154 # of prepare_guest
+    case $preparing in
+    fetch) echo "| $1 | | | not fetched | | | | | | $(source_state) |" ;;
+    modules) echo "| $1 | $(kernel_release "$1") | $(kernel_traits "$1") | no | | | | | | $(source_state) |" ;;
+    *) echo "| $1 | $(kernel_release "$1") | $(kernel_traits "$1") | yes | no guest | | | | | $(source_state) |" ;;
+    esac
+}
+
+# KERNEL STATUS TESTS TEST...: its row. STATUS is that of the run, TESTS the number of all tests. A run may
+# fail although each test passed: the kernel complained between two tests.
 matrix_row() {
-    local results passed failed seconds
-    results=$(matrix_tests "$1")
+    local kernel=$1 status=$2 all=$3 results passed failed left_out seconds
+    shift 3
+    results=$(matrix_tests "$kernel")
     if [ ! -f "$results" ]; then
-        echo "| $1 | | | no | | | | |"
+        unprepared_row "$kernel"
         return
     fi
-    passed=$(grep -cE "^  $1 +[^ ]+ +ok " "$results") || true
-    failed=$(awk -v kernel="$1" '$1 == kernel && $3 == "FAILED" {print $2}' "$results" | xargs)
-    seconds=$(awk -v kernel="$1" '$1 == kernel && $NF == "s" {n += $(NF - 1)} END {print n + 0}' \
+    passed=$(awk -v kernel="$kernel" '$1 == kernel && $3 == "ok" {n++} END {print n + 0}' "$results")
+    failed=$(failed_of "$results" "$kernel" "$@")
+    [ "$status" = 0 ] || failed=${failed:-the kernel log}
+    left_out=$(left_out_of "$results" "$kernel")
+    seconds=$(awk -v kernel="$kernel" '$1 == kernel && $NF == "s" {n += $(NF - 1)} END {print n + 0}' \
         "$results")
-    echo "| $1 | $(kernel_release "$1") | $(kernel_traits "$1") | yes |" \
-        "$2 of $3 | $passed | ${failed:-none} | $seconds s |"
+    echo "| $kernel | $(kernel_release "$kernel") | $(kernel_traits "$kernel") | yes |" \
+        "$# of $all | $passed | ${failed:-none} | ${left_out:-none} | $seconds s | $(source_state) |"
 }
 
 matrix_head() {
-    echo "| kernel | release | features | builds | tests run | passed | failed | time in the guest |"
-    echo "|---|---|---|---|---|---|---|---|"
+    echo "| kernel | release | features | builds | tests run | passed | failed | left something out |" \
+        "time in the guest | tested |"
+    echo "|---|---|---|---|---|---|---|---|---|---|"
 }
 
 # The rows of kernels that this run did not test stay in the document.
@@ -84,8 +114,10 @@ write_matrix() {
     {
         cat <<'END'
 The guest tests in Debian's kernels, under emulation. "Builds" is yes if both modules build without a
-warning of the compiler, objtool or modpost. `./run test-kernel KERNEL` runs the tests of one row. In
-the names, `rt` is PREEMPT_RT and `newest` is the kernel of Debian's development suite.
+warning of the compiler, objtool or modpost. "Failed" are all tests that did not pass, also those that
+never began. A test that "left something out" passed, but this kernel or guest lacks a part that it
+needs. "Tested" is the date and the commit of the sources. `./run test-kernel KERNEL` runs the tests of
+one row. In the names, `rt` is PREEMPT_RT and `newest` is the kernel of Debian's development suite.
 
 END
         matrix_head

@@ -42,10 +42,6 @@ longest_of() {
     sed -nE "s/^gpon_fuzzer\($1 ([0-9]+) .*/\1/p" fuzz/CMakeLists.txt
 }
 
-load() {
-    cut -d' ' -f1 /proc/loadavg
-}
-
 write_rows() {
     {
         printf '%s\n' '| target | time | inputs | inputs/s | load | covered edges | findings |' \
@@ -87,7 +83,7 @@ found=$dir/fuzz/found/$TARGET
 mkdir -p "$found"
 log=$GPON_BUILD_DIR/logs/fuzz-$TARGET.log
 status=0
-load_before=$(load)
+load_before=$(machine_load)
 "$dir/bin/fuzz_$TARGET" -max_total_time="$seconds" -timeout=20 -max_len="$(longest_of "$TARGET")" \
     -print_final_stats=1 -rss_limit_mb=1024 -artifact_prefix="$dir/fuzz/$TARGET-" "$found" \
     "${corpus[@]}" >"$log" 2>&1 </dev/null || status=$?
@@ -97,6 +93,6 @@ if [ "$status" != 0 ]; then
     exit 1
 fi
 mkdir -p "$rows"
-python3 scripts/fuzz-row.py "$TARGET" "$seconds" "$load_before to $(load)" <"$log" >"$rows/$TARGET"
+python3 scripts/fuzz-row.py "$TARGET" "$seconds" "$load_before to $(machine_load)" <"$log" >"$rows/$TARGET"
 awk '/number_of_executed_units/ { runs = $2 } /^Done/ { print } / cov: / { last = $0 }
     END { print last; print runs " executions without a finding" }' "$log"

@@ -1,8 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [kasan|kcsan...] [TEST...] [NAME=VALUE...] test the modules in debug kernels
+# [ARCH...] [kasan|kcsan...] [TEST...] [--write] [NAME=VALUE...] test the modules in debug kernels
+#
+# --write rewrites the rows of the kernels in docs/results/debug-kernels.md.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
+. scripts/results.sh
 . scripts/kernel/common.sh
 . scripts/kernel/guest-tests.sh
 . scripts/kernel/debug-tests.sh
@@ -10,8 +13,10 @@ set -eu
 archs=()
 flavours=()
 tests=()
+write=
 for word in "$@"; do
     case $word in
+    --write) write=1 ;;
     arm64 | x86_64) archs+=("$word") ;;
     kasan | kcsan) flavours+=("$word") ;;
     [a-z]*=*) guest_words+=("$word") ;;
@@ -33,13 +38,18 @@ fi
 
 need kernel cross build
 failed=()
+rows=$GPON_BUILD_DIR/logs/debug-kernels
+mkdir -p "${rows%/*}"
+: >"$rows"
 for arch in "${archs[@]}"; do
     for flavour in "${flavours[@]}"; do
         { prepare_debug_guest "$arch" "$flavour" && "run_${flavour}_tests" "$arch" "${tests[@]}"; } ||
             failed+=("$arch-$flavour")
         debug_summary "$arch" "$flavour"
+        debug_row "$arch" "$flavour" >>"$rows"
     done
 done
+[ -z "$write" ] || write_debug_rows "$rows"
 if [ ${#failed[@]} != 0 ]; then
     echo "FAILED after $SECONDS s: ${failed[*]}"
     exit 1

@@ -72,8 +72,10 @@ rows=$GPON_BUILD_DIR/logs/kernel-matrix
 mkdir -p "${rows%/*}"
 : >"$rows"
 for kernel in "${kernels[@]}"; do
-    test_kernel "$kernel" "${tests[@]}" || failed+=("$kernel")
-    matrix_row "$kernel" "${#tests[@]}" "${#every_test[@]}" >>"$rows"
+    status=0
+    test_kernel "$kernel" "${tests[@]}" || status=$?
+    [ "$status" = 0 ] || failed+=("$kernel")
+    matrix_row "$kernel" "$status" "${#every_test[@]}" "${tests[@]}" >>"$rows"
 done
 show_matrix "$rows"
 [ -z "$write" ] || write_matrix "$rows"

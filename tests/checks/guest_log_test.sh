@@ -27,6 +27,13 @@ for line in '1 of 2 tests passed in 15 s of guest time, 3 detectors fired on pur
     passes "the line $line" grep -qxF -- "arm64 kasan: $line" "$tree/printed"
 done
 
+read_log row 'arm64 kasan'
+passes "the row" grep -qxF -- '| arm64 kasan | 1 | bad lost | 3 | 7 | 900 | 15 s |' "$tree/printed"
+
+printf '@@ begin first\n@@ end first 0 1\n@@ the kernel complained after all tests\n' | file guest.log
+read_log row x86_64
+passes "a row with the kernel's complaint" grep -qF '| 1 | the kernel log |' "$tree/printed"
+
 printf '@@ begin first\n@@ end first 0 1\n@@ done\nafter the end\n' | file guest.log
 read_log tests x86_64
 fails "lines after the end" "" grep 'after the end' "$tree/printed"

@@ -18,30 +18,18 @@ frames() {
     done
 }
 
-# Replaced instances and deleted rules are freed after a grace period of RCU.
-live_blocks() {
-    previous=
-    live=$(cat $balance/live)
-    until [ "$live" = "$previous" ]; do
-        sleep 0.5
-        previous=$live
-        live=$(cat $balance/live)
-    done
-    echo "$live"
-}
-
 load_softonu unis=2
 insmod /modules/gpon_balance.ko || fail "the kernel has no events of its allocator"
 load_gpon_flow
 gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed ||
     { cat /tmp/printed; fail "no provisioning"; }
-held=$(live_blocks)
+held=$(cat $balance/settled)
 [ "$held" -gt 0 ] || fail "the line is no block"
 frames >/tmp/frames.scn
 before=$(cat $balance/taken)
 gponflow run --backend=device /tmp/frames.scn >/tmp/printed ||
     { cat /tmp/printed; fail "no frames"; }
-expect "blocks that the frames left" "$held" "$(live_blocks)"
+expect "blocks that the frames left" "$held" "$(cat $balance/settled)"
 taken=$(($(cat $balance/taken) - before))
 [ "$taken" -ge 300 ] || fail "the frames took only $taken blocks"
 rmmod gpon_flow || fail "gpon_flow does not unload"

@@ -4,6 +4,7 @@
  * its allocator. Loaded before gpon_flow:
  *
  *   live     blocks that are allocated now
+ *   settled  the same, after the frees that were deferred until now
  *   taken    allocations since this module was loaded
  *   at_exit  blocks that were still allocated when the last unload had run gpon_flow's own code
  *
@@ -13,6 +14,7 @@
 #include <linux/err.h>
 #include <linux/module.h>
 #include <linux/notifier.h>
+#include <linux/rcupdate.h>
 #include <linux/string.h>
 #include <linux/tracepoint.h>
 
@@ -28,9 +30,19 @@ static int get_counter(char *text, const struct kernel_param *param)
 	return sprintf(text, "%d\n", atomic_read((atomic_t *)param->arg));
 }
 
+/* The core frees with call_rcu(). How long that takes depends on the load of the machine. */
+static int get_settled(char *text, const struct kernel_param *param)
+{
+	rcu_barrier();
+	return get_counter(text, param);
+}
+
 static const struct kernel_param_ops counter_ops = { .get = get_counter };
+static const struct kernel_param_ops settled_ops = { .get = get_settled };
 module_param_cb(live, &counter_ops, &live, 0444);
 MODULE_PARM_DESC(live, "read: blocks that are allocated");
+module_param_cb(settled, &settled_ops, &live, 0444);
+MODULE_PARM_DESC(settled, "read: blocks that are allocated when no free is deferred");
 module_param_cb(taken, &counter_ops, &taken, 0444);
 MODULE_PARM_DESC(taken, "read: number of allocations");
 
