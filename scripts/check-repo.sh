@@ -55,6 +55,16 @@ if [ -n "$found" ]; then
     complain_of "a file without its licence in the first three lines" <<<"$found"
 fi
 
+# A lock that does not sleep, or a section that is not preempted, is another one with PREEMPT_RT.
+mapfile -t kernel_sources < <(printf '%s\n' "${texts[@]}" | grep -E '^(src|softonu)/.*\.c$' || true)
+found=$(for file in "${kernel_sources[@]}"; do
+    ! grep -qE '\b(spin_lock|mutex_lock|rtnl_lock|rcu_read_lock|local_bh_disable|synchronize_rcu)(_\w+)?\(' \
+        "$file" || grep -q PREEMPT_RT "$file" || echo "$file"
+done)
+if [ -n "$found" ]; then
+    complain_of "a lock or a read section without a word about PREEMPT_RT" <<<"$found"
+fi
+
 # A transcript contains the module's output byte for byte.
 sources=()
 for file in "${texts[@]}"; do

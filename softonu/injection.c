@@ -53,7 +53,8 @@ static void get_fields(const struct sk_buff *skb, struct softonu_hook_call *call
 	call->queue = packet->queue;
 }
 
-/* In the context of the packet path: bottom halves disabled. */
+/* In the context of the packet path: bottom halves disabled. With PREEMPT_RT the call can be preempted,
+ * as that of a frame (hooks.c). */
 static void call_hooks(struct softonu_hook_call *call, struct sk_buff *skb)
 {
 	bool no_default = call->options & SOFTONU_CALL_NO_DEFAULT;

@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
-/* The network devices: created together at load, removed together at unload. */
+/*
+ * The network devices: created together at load, removed together at unload.
+ *
+ * The tables of ports change only under the lock of the network configuration, before the first device
+ * can be opened and after the last one is closed. So the path of frames reads them without a lock. That
+ * lock is a mutex, and nothing here differs with PREEMPT_RT.
+ */
 #include <linux/err.h>
 #include <linux/etherdevice.h>
 #include <linux/rtnetlink.h>

@@ -3,6 +3,9 @@
  * The path of a frame between two devices. All code here runs in the transmit function of the first
  * device: bottom halves disabled, several CPUs at once, no lock. The devices are created together,
  * and freed together after the last of them is closed, so their pointers need no protection.
+ *
+ * With PREEMPT_RT a frame can be preempted here. Nothing depends on the processor: the counters are
+ * atomic, and all other data belongs to the frame.
  */
 #include <linux/etherdevice.h>
 

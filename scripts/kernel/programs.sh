@@ -3,8 +3,8 @@
 #
 # usage: programs.sh ARCH OUTPUT-FOLDER
 #
-# Builds the C programs of the guest tests, static, because a guest has few libraries. Always, because
-# they take two seconds and depend on headers of the module.
+# Builds the C programs of the guest tests, static, because a guest has few libraries. All of them each
+# time: that takes seconds, and they depend on headers of the modules.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh

@@ -43,6 +43,13 @@ printf '%s\n// see %s\n' "$licence" "/root""/notes" | file a.h
 refused "a path of a machine" "path of one machine"
 
 fresh_tree
+printf '%s\nvoid f(void) { spin_lock_bh(&lock); }\n' "$licence" | file softonu/a.c
+refused "a lock without PREEMPT_RT" "softonu/a.c"
+printf '%s\n/* PREEMPT_RT: it sleeps. */\nvoid f(void) { spin_lock_bh(&lock); }\n' "$licence" |
+    file softonu/a.c
+passes "a lock with PREEMPT_RT" bash "$check" "$tree"
+
+fresh_tree
 file CMakeLists.txt <<<'project(a)'
 refused "a source without a licence" "without its licence"
 

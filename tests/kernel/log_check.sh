@@ -34,6 +34,7 @@ reports() {
 	list_del corruption. prev->next should be ffff0000, but was dead000000000100
 	insmod: page allocation failure: order:5, mode:0xdc0(GFP_KERNEL|__GFP_ZERO)
 	usercopy: Kernel memory overwrite attempt detected to SLUB object (offset 0, size 64)!
+	do_init_module: 'gpon_softonu'->init suspiciously returned 1, it should follow 0/-E convention
 	unregister_netdevice: waiting for uni1 to become free. Usage count = 2
 	END
 }

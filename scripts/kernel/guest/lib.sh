@@ -13,7 +13,34 @@ kernel_faults='WARNING: |BUG: |BUG at |BUG [a-zA-Z0-9_-]+ \(|Oops|INFO: |general
 kernel_faults="$kernel_faults|KASAN|UBSAN|ODEBUG|kmemleak: [0-9]|[Ll]eaking|corruption"
 kernel_faults="$kernel_faults|refcount_t|while atomic|page allocation failure|usercopy: "
 kernel_faults="$kernel_faults|unregister_netdevice|soft lockup|Kernel panic|circular locking"
-kernel_faults="$kernel_faults|\[#[0-9]+\]|Internal error|CFI failure"
+kernel_faults="$kernel_faults|\[#[0-9]+\]|Internal error|CFI failure|suspiciously returned"
+
+# NAME: prints a line for each minute of a test, with the progress that the test reports.
+report_progress() {
+    minutes=0
+    while sleep 60; do
+        minutes=$((minutes + 1))
+        echo "@@ running $1 for $minutes min: $(cat /tmp/progress 2>/dev/null)"
+    done
+}
+
+# NAME SECONDS OUTPUT: runs a test in a process group of its own, and ends the whole group: after a
+# time-out its programs would otherwise keep the device open.
+run_limited() {
+    rm -f /tmp/progress
+    report_progress "$1" &
+    reporter=$!
+    setsid timeout "$2" sh "/tests/$1.sh" >"$3" 2>&1 </dev/null &
+    group=$!
+    limited=0
+    wait $group || limited=$?
+    kill $reporter
+    kill -KILL -$group 2>/dev/null
+    if [ "$limited" = 143 ]; then
+        echo "not finished after $2 s: $(cat /tmp/progress 2>/dev/null)" >>"$3"
+    fi
+    return "$limited"
+}
 
 # Races without an access of our modules are those of the kernel itself. Each report is between two
 # lines of "=".

@@ -19,8 +19,13 @@ kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prot
 	-Werror=implicit-int -Werror=incompatible-pointer-types -Werror=designated-init \
 	-Wno-pointer-sign -Wmissing-parameter-type -Wjump-misses-init -Wnested-externs \
 	-fno-gnu89-inline -Wno-int-conversion -Wno-override-init -Woverride-init \
-	-Wmissing-declarations -Wno-unterminated-string-initialization
+	-Wmissing-declarations -Wno-unterminated-string-initialization \
+	-fplugin=% -fplugin-arg-% -DRANDSTRUCT% -frandomize-layout-seed-file=%
 
+# -fplugin and the flags of structure randomization: gcc's plugin would change the order of members in C++
+# too, also of records that hold function pointers only and that C initializes by name. The records that C
+# and C++ share are exempt (record_layout.h).
+#
 # -Wmissing-declarations: functions that operators trace have external linkage also where no other
 # file calls them.
 #

@@ -14,6 +14,10 @@
  *
  * Numbers are sent in their order, so event_lock is held from the number to the end of the sending.
  * It is the innermost lock of the module (locks.c).
+ *
+ * With PREEMPT_RT the lock sleeps, and who holds it can be preempted. Disabled bottom halves are a read
+ * section of RCU there too, so synchronize_rcu() waits for a sender that is preempted. The timer's
+ * callback runs in a softirq thread.
  */
 #include <linux/jiffies.h>
 #include <linux/spinlock.h>
