@@ -120,11 +120,15 @@ noticed_by_guest() {
 # Copies of the guest's files with modules of their own: hard links, which every script replaces and does
 # not write through.
 prepare_guest() {
+    local tracer
     need kernel cross build
     step "fetch-$guest_arch" bash scripts/kernel/fetch.sh "$guest_arch"
     step "tool-$guest_arch" bash scripts/kernel/tool.sh "$guest_arch" "$guest_files/$guest_arch/tool"
     rm -rf "$here/kernel"
     mkdir -p "$here/kernel"
     cp -al "$guest_files/$guest_arch" "$here/kernel/"
+    for tracer in $(guest_tracers); do
+        cp -al "$(tracer_root "$guest_arch" "$tracer")" "$here/kernel/"
+    done
     rm -rf "$here/kernel/$guest_arch"/{modules*,initramfs.gz}
 }

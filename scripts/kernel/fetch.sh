@@ -6,8 +6,8 @@
 # Downloads kernels with their headers, and the user space of the test guests of their architectures,
 # once. With GPON_KERNEL_REFRESH=1, a kernel is downloaded again if Debian has a newer one.
 # GPON_GUEST_TRACERS names further packages for the guests (common.sh). KERNEL is an architecture or a
-# name of kernels.sh. Packages are unpacked below build/kernel and
-# not installed. apt uses its own lists there, so this needs no root and does not change the machine.
+# name of kernels.sh. Packages are unpacked below build/kernel and not installed. apt uses its own lists
+# there, so this needs no root and does not change the machine.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
