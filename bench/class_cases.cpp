@@ -15,25 +15,25 @@ constexpr uint16_t multicast_id = 0x0061;
 
 struct step {
     const char* name;
-    uint16_t class_id;
+    me_class class_id;
     uint16_t inst_id;
     uint16_t direction;
 };
 
 const step steps[] = {
-    {"pptp/up_uni", 11, uni_id, UP_UNI},
-    {"bridge/up_ani", 45, 1, UP_ANI},
-    {"bridge_port/up_uni", 47, uni_port_id, UP_UNI},
-    {"bridge_port/up_ani", 47, port_of(0), UP_ANI},
-    {"bridge_port/up_ani_refused", 47, port_of(1), UP_ANI},
-    {"bridge_port/down_ani", 47, port_of(0), DOWN_ANI},
-    {"mapper/up_ani", 130, mapper_of(0), UP_ANI},
-    {"mapper/down_ani", 130, mapper_of(0), DOWN_ANI},
-    {"gem_iw/up_ani", 266, gem_iw_of(0), UP_ANI},
-    {"gem_iw/down_ani", 266, gem_iw_of(0), DOWN_ANI},
-    {"gem_ctp/up_ani", 268, gem_ctp_of(0), UP_ANI},
-    {"multicast_gem_iw/down_ani", 281, multicast_id, DOWN_ANI},
-    {"veip/up_uni", 329, veip_id, UP_UNI},
+    {"pptp/up_uni", me_class::pptp, uni_id, UP_UNI},
+    {"bridge/up_ani", me_class::mbsp, 1, UP_ANI},
+    {"bridge_port/up_uni", me_class::mbpcd, uni_port_id, UP_UNI},
+    {"bridge_port/up_ani", me_class::mbpcd, port_of(0), UP_ANI},
+    {"bridge_port/up_ani_refused", me_class::mbpcd, port_of(1), UP_ANI},
+    {"bridge_port/down_ani", me_class::mbpcd, port_of(0), DOWN_ANI},
+    {"mapper/up_ani", me_class::mapper, mapper_of(0), UP_ANI},
+    {"mapper/down_ani", me_class::mapper, mapper_of(0), DOWN_ANI},
+    {"gem_iw/up_ani", me_class::gemiw, gem_iw_of(0), UP_ANI},
+    {"gem_iw/down_ani", me_class::gemiw, gem_iw_of(0), DOWN_ANI},
+    {"gem_ctp/up_ani", me_class::gemctp, gem_ctp_of(0), UP_ANI},
+    {"multicast_gem_iw/down_ani", me_class::multigemiw, multicast_id, DOWN_ANI},
+    {"veip/up_uni", me_class::veip, veip_id, UP_UNI},
 };
 
 /* One class's forward function for one frame. */

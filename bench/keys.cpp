@@ -61,7 +61,11 @@ std::vector<rule_key> other_keys(std::span<const rule_key> keys)
 
 gpon_rule_trace trace_of_a_walk()
 {
-    return {{{45, 1}, {47, 0x1001}, {130, 1}, {266, 0x11}, {268, 1}}};
+    return {{{me_class::mbsp, 1},
+             {me_class::mbpcd, 0x1001},
+             {me_class::mapper, 1},
+             {me_class::gemiw, 0x11},
+             {me_class::gemctp, 1}}};
 }
 
 } // namespace gpon::bench

@@ -26,7 +26,7 @@ public:
     {
         const rcu_reader reader;
         gpon_me_related_id id = {1, before_last_};
-        const gpon_me_relation_query query = {45, bridge_, 47, &id};
+        const gpon_me_relation_query query = {me_class::mbsp, bridge_, me_class::mbpcd, &id};
         gpon_flow_me_get_related_id(&frame_.packet, &query);
         keep(id);
     }
@@ -48,7 +48,8 @@ public:
     {
         const rcu_reader reader;
         gpon_me_related_id id = {};
-        const gpon_me_relation_query query = {47, port_of(last_of(line_.shape)), 130, &id};
+        const gpon_me_relation_query query = {me_class::mbpcd, port_of(last_of(line_.shape)),
+                                              me_class::mapper, &id};
         gpon_flow_me_reverse_get_related_id(&frame_.packet, &query);
         keep(id);
     }

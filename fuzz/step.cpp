@@ -79,7 +79,7 @@ me_command take_me(byte_source& from)
     me.message = message < messages.size() ? messages[message] : message;
     const uint8_t row = from.u8();
     const uint8_t index = row % GPON_ME_ROWS;
-    me.class_id = index ? me_table[index].class_id : from.u16();
+    me.class_id = index ? me_table[index].class_id : gpon::to_me_class(from.u16());
     me.instance = from.u16();
     me.mask = row & whole_mask ? 0xffff : from.u16();
     if (!(row & no_record))
@@ -87,7 +87,7 @@ me_command take_me(byte_source& from)
     return me;
 }
 
-uint8_t row_of(uint16_t class_id)
+uint8_t row_of(me_class class_id)
 {
     for (uint8_t row = 1; row < GPON_ME_ROWS; ++row)
         if (me_table[row].class_id == class_id)
@@ -106,7 +106,7 @@ bytes bytes_of_command(const me_command& me)
     const bool whole = me.mask == 0xffff;
     to.u8(message).u8(row | (me.raw ? 0 : no_record) | (whole ? whole_mask : 0));
     if (!row)
-        to.u16(me.class_id);
+        to.u16(gpon::class_number(me.class_id));
     to.u16(me.instance);
     if (!whole)
         to.u16(me.mask);

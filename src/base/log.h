@@ -31,6 +31,16 @@ extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
 extern "C" [[gnu::cold]] void gpon_log_packet(const sk_buff* skb, log_level level, const char* text,
                                               ...);
 
+/* A scoped enumeration is not promoted to int in a variable argument list: it is printed as its
+ * number. */
+template <typename T> [[nodiscard, gnu::always_inline]] constexpr auto printed(T value)
+{
+    if constexpr (__is_enum(T))
+        return static_cast<__underlying_type(T)>(value);
+    else
+        return value;
+}
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
@@ -41,9 +51,9 @@ template <typename... Args>
 [[gnu::always_inline]] inline void emit(u32 level_word, log_text<Args...> text, Args... args)
 {
     if (text.located)
-        gpon_log(level_word, text.text, text.function, text.line, args...);
+        gpon_log(level_word, text.text, text.function, text.line, printed(args)...);
     else
-        gpon_log(level_word, text.text, args...);
+        gpon_log(level_word, text.text, printed(args)...);
 }
 
 template <typename... Args>
@@ -51,9 +61,9 @@ template <typename... Args>
                                         Args... args)
 {
     if (text.located)
-        gpon_log_packet(skb, level, text.text, text.function, text.line, args...);
+        gpon_log_packet(skb, level, text.text, text.function, text.line, printed(args)...);
     else
-        gpon_log_packet(skb, level, text.text, args...);
+        gpon_log_packet(skb, level, text.text, printed(args)...);
 }
 
 #pragma GCC diagnostic pop

@@ -37,7 +37,7 @@ void copy_row(const gpon_me_related_info& row, u32& ids, gpon_seen_instance& see
             break;
         seen.id[ids++] = id.instId;
     }
-    seen.row_class[seen.rows] = row.related_class_id;
+    seen.row_class[seen.rows] = gpon::class_number(row.related_class_id);
     seen.row_ids[seen.rows++] = static_cast<u16>(ids - first);
 }
 
@@ -45,14 +45,14 @@ void copy_instance(const gpon_me_entry& entry, const gpon_me_inst& inst,
                    gpon_seen_instance& seen) GPON_READS_LISTS
 {
     seen = {};
-    seen.class_id = entry.class_id;
+    seen.class_id = gpon::class_number(entry.class_id);
     seen.inst_id = inst.inst_id;
     seen.class_name = entry.name;
     seen.raw_bytes = static_cast<u32>(entry.list_info->raw_size);
     gpon::copy_bytes(seen.raw, inst.raw, seen.raw_bytes);
     u32 ids = 0;
     for (const gpon_me_related_info* row = inst.related;
-         row->related_class_id != 0 && seen.rows < GPON_SEEN_ROWS; ++row)
+         row->related_class_id != me_class::none && seen.rows < GPON_SEEN_ROWS; ++row)
         copy_row(*row, ids, seen);
 }
 

@@ -33,7 +33,7 @@ struct me_words {
 
     const gpon_me_entry* find_class() const
     {
-        return gpon_flow_me_get_by_classid(static_cast<u16>(class_id));
+        return gpon_flow_me_get_by_classid(gpon::to_me_class(static_cast<u16>(class_id)));
     }
 };
 

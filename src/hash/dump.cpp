@@ -51,9 +51,9 @@ void dump_trace(const gpon_rule_trace& trace)
 {
     printk("| Trace:CLASS(INST)");
     for (const gpon_trace_step& step : trace.step) {
-        if (step.classId == 0)
+        if (step.classId == me_class::none)
             break;
-        pr_cont("->%d(0x%x)", step.classId, step.instId);
+        pr_cont("->%d(0x%x)", gpon::class_number(step.classId), step.instId);
     }
     pr_cont("|\n");
 }

@@ -74,9 +74,9 @@ gpon_traced_frame frame_of_key(key_bytes key)
 void copy_steps(const gpon_flow_rule& rule, gpon_seen_rule& seen)
 {
     for (const gpon_trace_step& step : rule.trace->step) {
-        if (step.classId == 0)
+        if (step.classId == me_class::none)
             return;
-        seen.class_id[seen.steps] = step.classId;
+        seen.class_id[seen.steps] = gpon::class_number(step.classId);
         seen.inst_id[seen.steps++] = step.instId;
     }
 }

@@ -27,10 +27,10 @@ struct gpon_me_field {
 /* A pointer attribute. The store follows it when a command's mask has one of its bits. */
 struct gpon_me_pointer {
     gpon_me_field field;
-    u16 mask;                               /* of a list: the mask of its first value */
-    me_class::id class_id = me_class::none; /* class pointed at, unless class_of decides */
+    u16 mask;                           /* of a list: the mask of its first value */
+    me_class class_id = me_class::none; /* class pointed at, unless class_of decides */
     /* Class pointed at, from the record and the default configuration; none: no class. */
-    me_class::id (*class_of)(const void* raw, const struct gpon_flow_cfg_data& cfg) = nullptr;
+    me_class (*class_of)(const void* raw, const struct gpon_flow_cfg_data& cfg) = nullptr;
     i32 no_target = -1; /* value that points nowhere; -1: each value is an id */
     u8 id_shift = 0;    /* bits of the value below the id */
 };
@@ -59,8 +59,8 @@ template <typename Member>
     }
 }
 
-[[nodiscard]] inline me_class::id target_class(const gpon_me_pointer& pointer, const void* raw,
-                                               const struct gpon_flow_cfg_data& cfg)
+[[nodiscard]] inline me_class target_class(const gpon_me_pointer& pointer, const void* raw,
+                                           const struct gpon_flow_cfg_data& cfg)
 {
     return pointer.class_of ? pointer.class_of(raw, cfg) : pointer.class_id;
 }

@@ -16,8 +16,8 @@
 
 /* One related-info row: which instances of another class point at this instance. */
 struct gpon_me_related_info {
-    u16 related_class_id; /* class of the instances recorded; 0 ends a table */
-    char name[70];        /* column name of the dump */
+    me_class related_class_id; /* class of the instances recorded; none ends a table */
+    char name[70];             /* column name of the dump */
     gpon_me_related_id* related_ids =
         nullptr;          /* null in a class's template, owned in an instance's copy */
     i32 related_inst_num; /* capacity; below 2 the dump shows a column, else a list */
@@ -35,9 +35,10 @@ struct gpon_me_list_info {
     /* Formats a raw record as cells under titles; returns the length of the titles. */
     i32 (*dump_raw)(const gpon_me_list_info& info, const void* raw, char* values, char* header,
                     char* extra, i32 length) = nullptr;
-    i32 raw_size = 0;                                   /* bytes */
-    const gpon_me_related_info* related_info = nullptr; /* template, closed by a row of class 0 */
-    i32 related_info_size = 0;                          /* bytes, closing row included */
+    i32 raw_size = 0; /* bytes */
+    const gpon_me_related_info* related_info =
+        nullptr;               /* template, closed by a row of class none */
+    i32 related_info_size = 0; /* bytes, closing row included */
     /* Defaults of an instance created by the store, or null. */
     i32 (*fill_raw_data)(void* raw) = nullptr;
     const gpon_me_attr_op* attr_ops = nullptr; /* null: creates and sets store nothing */
@@ -50,8 +51,8 @@ struct gpon_me_list_info {
 
 /* One next-class row: the class to try next and the directions in which it is a step. */
 struct gpon_me_next_class {
-    u16 class_id; /* 0 ends a table */
-    u16 flags;    /* fwd_flag bits */
+    me_class class_id; /* none ends a table */
+    u16 flags;         /* fwd_flag bits */
 };
 
 struct gpon_me_fwd_op {
@@ -68,7 +69,7 @@ enum gpon_me_creation : u32 {
 
 /* One row of me_table. */
 struct gpon_me_entry {
-    u16 class_id; /* G.988 class number */
+    me_class class_id;
     char name[66];
     u32 explicit_create; /* CREATED_BY_OLT, or any other value for CREATED_BY_LINK */
     const gpon_me_list_info* list_info;

@@ -4,6 +4,7 @@
 #define GPON_ME_INST_H
 
 #include "../platform/api/kernel_api.h"
+#include "me_class_id.h"
 
 struct gpon_me_related_info;
 
@@ -33,9 +34,9 @@ static_assert(sizeof(gpon_me_inst) == 56);
 /* A link change: instance entity_id of class_id points, or no longer points, at related_inst_id of
  * related_class_id, which records it. */
 struct gpon_me_related_update {
-    u16 class_id;
+    me_class class_id;
     u16 entity_id;
-    u16 related_class_id;
+    me_class related_class_id;
     u16 related_inst_id;
     u8 msg_type; /* ZR_OMCI_MSG_TYPE_* */
 };
@@ -43,9 +44,9 @@ struct gpon_me_related_update {
 /* Parameters of the relation queries. related_id is the previous result on entry (instExist 0:
  * start from the beginning) and the next one on return (instExist 0: there is none). */
 struct gpon_me_relation_query {
-    u16 class_id;
+    me_class class_id;
     u16 inst_id;
-    u16 related_class_id;
+    me_class related_class_id;
     gpon_me_related_id* related_id;
     packet_memory* memory = nullptr; /* the walk's, or null */
 };

@@ -5,6 +5,7 @@
 
 #include "../base/types.h"
 #include "../platform/api/packet_memory.h"
+#include "me_class_id.h"
 
 struct sk_buff;
 struct gpon_me_inst;
@@ -37,13 +38,13 @@ constexpr u8 GPON_MAX_TAGS = 4;
 
 /* One step of a walk. */
 struct gpon_fwd_info {
-    u16 classId;
+    me_class classId;
     u16 instId;
     u16 fwd_flag;
 };
 
 struct gpon_trace_step {
-    u16 classId; /* 0 ends the list */
+    me_class classId; /* none ends the list */
     u16 instId;
 };
 

@@ -10,7 +10,7 @@ enum class tp_side : u8 { none, uni, ani };
 
 struct tp_type {
     u8 value;
-    me_class::id class_id; /* of the termination point */
+    me_class class_id; /* of the termination point */
     tp_side side;
 };
 

@@ -27,7 +27,7 @@ void run_handlers(const gpon_me_attr_op* ops, gpon_me_cmd* cmd, Selected selecte
 i32 gpon_flow_me_handle(gpon_me_cmd* cmd)
 {
     log_trace("Enter [%s][%d] \n");
-    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(cmd->class_id);
+    const gpon_me_entry* entry = gpon_flow_me_get_by_classid(gpon::to_me_class(cmd->class_id));
     if (!entry) {
         log_error("[%s][%d]the classId(%d) can not get the entry.\n", cmd->class_id);
         return -1;

@@ -38,7 +38,7 @@ bool is_list(const gpon_me_related_info& row)
 i32 finish_header(const gpon_me_related_info* row, i32 start)
 {
     text_row header{header_line, start};
-    for (; row && row->related_class_id != 0; ++row)
+    for (; row && row->related_class_id != me_class::none; ++row)
         if (!is_list(*row)) {
             const i32 width = gpon::column_width(row->name);
             header.put(width + SEPARATOR, "%*s | ", width, row->name);
@@ -88,7 +88,7 @@ void print_values(const gpon_me_related_info* row, i32 start) GPON_READS_LISTS
     text_row values{value_line, start};
     if (!row)
         return;
-    for (; row->related_class_id != 0; ++row)
+    for (; row->related_class_id != me_class::none; ++row)
         if (is_list(*row))
             put_list(lists, *row);
         else
@@ -144,7 +144,7 @@ void gpon_flow_general_dump_inst(const gpon_me_entry* entry, u16 inst_id, u32 al
 {
     if (!gpon::has_list(entry))
         return;
-    printk("dump %s(classId = %d):\n", entry->name, entry->class_id);
+    printk("dump %s(classId = %d):\n", entry->name, gpon::class_number(entry->class_id));
     table dump{*entry->list_info};
     gpon::for_each_inst(entry->list_info->head, [&](const gpon_me_inst* inst) GPON_READS_LISTS {
         if (all == 1 || inst->inst_id == inst_id)

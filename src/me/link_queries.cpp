@@ -59,10 +59,10 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
 
 // The forward query over a table. Each row that it examines is copied to row. Returns the index of
 // the row with the result, or -1.
-[[nodiscard]] i32 next_in_table(const gpon_me_related_info* related, u16 related_class_id,
+[[nodiscard]] i32 next_in_table(const gpon_me_related_info* related, me_class related_class_id,
                                 row_copy& row, gpon_me_related_id* related_id) GPON_READS_LISTS
 {
-    for (i32 i = 0; related[i].related_class_id != 0; ++i) {
+    for (i32 i = 0; related[i].related_class_id != me_class::none; ++i) {
         if (related[i].related_class_id != related_class_id || related[i].related_inst_num <= 0)
             continue;
         row = {related[i].related_ids, related[i].related_inst_num};
@@ -120,14 +120,15 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
     return true;
 }
 
-[[gnu::cold, gnu::noinline]] const gpon_me_entry* report_class(const packet_log& log, u16 class_id)
+[[gnu::cold, gnu::noinline]] const gpon_me_entry* report_class(const packet_log& log,
+                                                               me_class class_id)
 {
     log.error("[%s][%d]the classId(%d) can not get the entry.\n", class_id);
     return nullptr;
 }
 
 [[gnu::always_inline]] inline const gpon_me_entry* class_with_list(const packet_log& log,
-                                                                   u16 class_id)
+                                                                   me_class class_id)
 {
     const gpon_me_entry* entry = gpon::find_class(class_id);
     return gpon::has_list(entry) ? entry : report_class(log, class_id);
@@ -137,7 +138,8 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
 bool records(const packet_log& log, const gpon_me_inst& inst,
              const gpon_me_relation_query& query) GPON_READS_LISTS
 {
-    for (const gpon_me_related_info* row = inst.related; row->related_class_id != 0; ++row) {
+    for (const gpon_me_related_info* row = inst.related; row->related_class_id != me_class::none;
+         ++row) {
         if (row->related_class_id != query.class_id) {
             log.trace("[%s][%d]\n");
             continue;
@@ -176,7 +178,7 @@ void pass_previous(const packet_log& log, const gpon_me_inst& inst, gpon_me_rela
 } // namespace
 
 i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
-                                  u16 related_class_id, gpon_me_related_id* related_id)
+                                  me_class related_class_id, gpon_me_related_id* related_id)
 {
     GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log.trace("[%s][%d]: Enter\n");
@@ -254,7 +256,7 @@ bool gpon::is_repeated_result(const gpon_me_relation_query& query, gpon_me_relat
     if (!inst)
         return false;
     const gpon_me_related_info* row = find_row(inst->related, query.related_class_id);
-    if (row->related_class_id == 0)
+    if (row->related_class_id == me_class::none)
         return false;
     const u16 id = query.related_id->instId;
     for (i32 i = 0; i < row->related_inst_num; ++i) {

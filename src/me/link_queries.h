@@ -22,7 +22,7 @@ i32 gpon_flow_me_get_related_id(const sk_buff* skb,
 
 /* The same step over one related-info table; -1 for a null table or result. */
 i32 gpon_flow_list_get_related_id(const sk_buff* skb, const gpon_me_related_info* related,
-                                  u16 related_class_id,
+                                  me_class related_class_id,
                                   gpon_me_related_id* related_id) GPON_READS_LISTS;
 
 /* The instances of related_class_id that have recorded inst_id of class_id, in list order. Returns

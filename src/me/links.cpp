@@ -85,7 +85,7 @@ i32 gpon_flow_list_alloc_related_data(gpon_me_related_info* dst, const gpon_me_r
         return -1;
     }
     gpon::copy_bytes(dst, table, static_cast<size_t>(size));
-    for (gpon_me_related_info* row = dst; row->related_class_id != 0; ++row) {
+    for (gpon_me_related_info* row = dst; row->related_class_id != me_class::none; ++row) {
         const size_t bytes = static_cast<size_t>(row->related_inst_num) * BYTES_A_PLACE;
         row->related_ids = static_cast<gpon_me_related_id*>(kzalloc(bytes, GFP_ATOMIC));
         if (!row->related_ids) {
@@ -103,7 +103,7 @@ void gpon_flow_list_free_related_data(gpon_me_related_info* related)
         log_error("[%s][%d] input parament is NULL\r\n");
         return;
     }
-    for (gpon_me_related_info* row = related; row->related_class_id != 0; ++row)
+    for (gpon_me_related_info* row = related; row->related_class_id != me_class::none; ++row)
         kfree(row->related_ids);
 }
 
@@ -119,7 +119,7 @@ void gpon_flow_list_update_related_id(gpon_me_related_info* related,
     log.trace("[%s][%d]: class_id(%d), related_class_id(%d)\n", update->class_id,
               update->related_class_id);
     gpon_me_related_info* row = gpon::find_row(related, update->class_id);
-    if (row->related_class_id == 0) {
+    if (row->related_class_id == me_class::none) {
         log.error("[%s][%d] Without Related ME\r\n");
         return;
     }

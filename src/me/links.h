@@ -52,9 +52,9 @@ inline void store_related_id(gpon_me_related_id& entry, gpon_me_related_id value
 }
 
 /* The first row of a table that records ids of a class, or the last (empty) row. */
-template <typename Row> [[nodiscard]] inline Row* find_row(Row* row, u16 related_class_id)
+template <typename Row> [[nodiscard]] inline Row* find_row(Row* row, me_class related_class_id)
 {
-    while (row->related_class_id != 0 && row->related_class_id != related_class_id)
+    while (row->related_class_id != me_class::none && row->related_class_id != related_class_id)
         ++row;
     return row;
 }

@@ -71,14 +71,14 @@ void related_data_to(const gpon_me_inst* inst, std::span<u8> out) GPON_READS_LIS
 
 } // namespace
 
-void gpon::report_instance(u16 class_id, u16 inst_id, gpon_instance_change change)
+void gpon::report_instance(me_class class_id, u16 inst_id, gpon_instance_change change)
 {
     if (!wants_events())
         return;
     gpon_event event = {};
     event.kind = GPON_EVENT_INSTANCE_CHANGED;
     event.cause = change;
-    event.class_id = class_id;
+    event.class_id = class_number(class_id);
     event.inst_id = inst_id;
     send_event(&event);
 }

@@ -15,23 +15,29 @@ extern "C" {
 void gpon_flow_init_me_map(void);
 
 /* The class's row, or null (with an error message for G.988's reserved ranges). Any context. */
-[[nodiscard]] const gpon_me_entry* gpon_flow_me_get_by_classid(u16 class_id);
+[[nodiscard]] const gpon_me_entry* gpon_flow_me_get_by_classid(me_class class_id);
 }
 
 namespace gpon {
 
-/* Class id to row of me_table, 0 for a class that is not mirrored. */
+/* Class number to row of me_table, 0 for a class that is not mirrored. */
 extern u16 class_id_map[GPON_ME_CLASS_IDS];
 
-/* The class's row; null for a class that is not mirrored. Prints nothing. */
-[[nodiscard]] inline const gpon_me_entry* mirrored_class(u16 class_id)
+[[nodiscard]] inline u16 row_of_class(me_class class_id)
 {
-    const u16 row = class_id < GPON_ME_CLASS_IDS ? class_id_map[class_id] : u16{0};
+    const u16 number = class_number(class_id);
+    return number < GPON_ME_CLASS_IDS ? class_id_map[number] : u16{0};
+}
+
+/* The class's row; null for a class that is not mirrored. Prints nothing. */
+[[nodiscard]] inline const gpon_me_entry* mirrored_class(me_class class_id)
+{
+    const u16 row = row_of_class(class_id);
     return row ? &me_table[row] : nullptr;
 }
 
 /* gpon_flow_me_get_by_classid without a call if it prints nothing. */
-[[nodiscard]] inline const gpon_me_entry* find_class(u16 class_id)
+[[nodiscard]] inline const gpon_me_entry* find_class(me_class class_id)
 {
     const gpon_me_entry* entry = mirrored_class(class_id);
     if (!entry || debug_level() & LOG_TRACE) [[unlikely]]

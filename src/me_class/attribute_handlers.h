@@ -11,7 +11,7 @@ namespace gpon {
 
 /* One end of a link. */
 struct me_ref {
-    u16 class_id;
+    me_class class_id;
     u16 inst_id;
 };
 
@@ -33,7 +33,7 @@ struct me_ref {
                                         const gpon_me_pointer& pointer, const void* raw,
                                         u32 element = 0) GPON_CHANGES_LISTS
 {
-    const me_class::id to = target_class(pointer, raw, gpon_flow_cfg_data);
+    const me_class to = target_class(pointer, raw, gpon_flow_cfg_data);
     if (to == me_class::none)
         return -1;
     if (!has_target(pointer, raw, element))

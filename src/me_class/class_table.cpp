@@ -6,8 +6,8 @@
 constinit const gpon_me_entry me_table[GPON_ME_ROWS] = {
     {},
 #define GPON_WALKED(class_id, short_name, name, creation, list_info, list, fwd_op) \
-    {class_id, name, creation, &(list_info), &(fwd_op)},
+    {me_class::short_name, name, creation, &(list_info), &(fwd_op)},
 #define GPON_STORED(class_id, short_name, name, creation, list_info, list) \
-    {class_id, name, creation, &(list_info), nullptr},
+    {me_class::short_name, name, creation, &(list_info), nullptr},
 #include "../include/me_classes.def"
 };

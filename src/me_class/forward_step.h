@@ -31,7 +31,7 @@ constexpr size_t MOST_RELATED_CLASSES = 5;
 
 /* The row of a class in a class's related-info table. */
 template <size_t rows>
-[[nodiscard]] constexpr u8 row_of(const gpon_me_related_info (&table)[rows], me_class::id class_id)
+[[nodiscard]] constexpr u8 row_of(const gpon_me_related_info (&table)[rows], me_class class_id)
 {
     static_assert(rows - 1 <= MOST_RELATED_CLASSES);
     u8 row = 0;

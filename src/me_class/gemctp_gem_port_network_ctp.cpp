@@ -25,7 +25,7 @@ constexpr u8 RATE_CONTROLLED = 1;
 constexpr u32 ANI_TO_UNI_ONLY = 2;
 
 // With rate control the pointer is not a queue id.
-me_class::id class_of_traffic_manager(const void*, const struct gpon_flow_cfg_data& cfg)
+me_class class_of_traffic_manager(const void*, const struct gpon_flow_cfg_data& cfg)
 {
     return cfg.traffic_mgmt_option == RATE_CONTROLLED ? me_class::none : me_class::pq;
 }

@@ -21,7 +21,7 @@ constexpr gpon_me_field FIELDS[] = {
 
 constexpr i32 NO_GEM_IW_TP = 0xffff;
 
-me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
+me_class class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
 {
     return gpon::mapper_tp(static_cast<const gpon_raw_mapper*>(raw)->tpType).class_id;
 }

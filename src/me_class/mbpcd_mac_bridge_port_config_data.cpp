@@ -16,7 +16,7 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_mbpcd, tpPointer, hex),
 };
 
-me_class::id class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
+me_class class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
 {
     return gpon::bridge_port_tp(static_cast<const gpon_raw_mbpcd*>(raw)->tpType).class_id;
 }

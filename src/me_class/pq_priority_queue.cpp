@@ -16,7 +16,7 @@ constexpr gpon_me_field FIELDS[] = {
 
 // The whole relatedPort is compared: the boundary is between the UNI ids and the T-CONT ids in its
 // upper half.
-me_class::id class_of_port(const void* raw, const struct gpon_flow_cfg_data& cfg)
+me_class class_of_port(const void* raw, const struct gpon_flow_cfg_data& cfg)
 {
     const auto& me = *static_cast<const gpon_raw_pq*>(raw);
     return me.relatedPort >= cfg.related_port_boundary ? me_class::tcont : me_class::pptp;
@@ -31,8 +31,7 @@ constexpr gpon_me_pointer SCHEDULER = {
 constexpr gpon_me_pointer POINTERS[] = {PORT, SCHEDULER};
 
 // The related port belongs to one of two relations. Returns 0 without a record for the other one.
-i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me,
-                me_class::id relation) GPON_CHANGES_LISTS
+i32 report_port(const gpon_me_cmd* cmd, const gpon_raw_pq* me, me_class relation) GPON_CHANGES_LISTS
 {
     if (class_of_port(me, gpon_flow_cfg_data) != relation)
         return 0;

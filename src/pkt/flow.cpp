@@ -147,7 +147,7 @@ void replay_rule(sk_buff* skb, const gpon_pkt_info& info, u16 fwd_flag, u64 gene
                  const gpon::outcome_key* key, gpon_walk_result* result)
 {
     gpon::count(GPON_COUNT_replays);
-    gpon_fwd_info step = {0, 0, fwd_flag};
+    gpon_fwd_info step = {me_class::none, 0, fwd_flag};
     const bool every_step_made = gpon_pkt_quick_forward(skb, &step, result);
     gpon::trace_hit(skb, fwd_flag, result->gemport_id, false);
     gpon::remember_replay(key, info, fwd_flag, generation, every_step_made, result->gemport_id);

@@ -51,6 +51,6 @@ void gpon::send_step_event(gpon_tracepoint point, const sk_buff* skb, const gpon
     record.frame.packet = skb;
     record.frame.direction = step.fwd_flag;
     record.marked = is_marked(skb);
-    record.step = {step.classId, step.instId, depth, decision, status};
+    record.step = {gpon::class_number(step.classId), step.instId, depth, decision, status};
     hit_tracepoint(&record);
 }

@@ -57,7 +57,7 @@ enum class replay { next_step, ended, failed };
 [[nodiscard]] replay replay_step(sk_buff* skb, const gpon_fwd_info* step, gpon_walk_result* result,
                                  const packet_log& log)
 {
-    if (step->classId == 0) {
+    if (step->classId == me_class::none) {
         log.warning("[%s][%d] find the end classId, break.\n");
         return replay::ended;
     }

@@ -36,7 +36,7 @@ struct next_class_row {
     const gpon_fwd_info& from;
     gpon_walk_result* result;
 
-    [[gnu::always_inline]] row_end walk(u16 next_class) GPON_READS_LISTS
+    [[gnu::always_inline]] row_end walk(me_class next_class) GPON_READS_LISTS
     {
         gpon_me_related_id related_id = {};
         const gpon_me_relation_query query = {from.classId, from.instId, next_class, &related_id,
@@ -144,7 +144,7 @@ i32 gpon_pkt_next_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk
     GPON_WRITTEN_WHOLE const packet_log log = packet_log::here(skb);
     log_trace("[%s][%d]: Enter\n");
     next_class_row row = {skb, log, *fwd_info, result};
-    for (; next_classes->class_id != 0; ++next_classes) {
+    for (; next_classes->class_id != me_class::none; ++next_classes) {
         result->ret_val = FLOW_PKT_NOT_FORWARD;
         if (!(fwd_info->fwd_flag & next_classes->flags))
             continue;

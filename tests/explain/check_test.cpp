@@ -186,7 +186,7 @@ TEST(check, queues_on_the_wrong_side_of_the_boundary)
 }
 
 // Steps of the longest path from a class, in one direction; a cycle has no end.
-unsigned longest_path(uint16_t class_id, uint16_t direction, unsigned so_far = 0)
+unsigned longest_path(me_class class_id, uint16_t direction, unsigned so_far = 0)
 {
     if (so_far > MAX_RECURSION_NUM)
         return so_far;
@@ -194,7 +194,8 @@ unsigned longest_path(uint16_t class_id, uint16_t direction, unsigned so_far = 0
     const auto* entry = std::ranges::find(me_table, class_id, &gpon_me_entry::class_id);
     if (entry == std::end(me_table) || !entry->fwd_op || !entry->fwd_op->next_classes)
         return longest;
-    for (const gpon_me_next_class* next = entry->fwd_op->next_classes; next->class_id; ++next)
+    for (const gpon_me_next_class* next = entry->fwd_op->next_classes;
+         next->class_id != me_class::none; ++next)
         if (next->flags & direction)
             longest = std::max(longest, longest_path(next->class_id, direction, so_far + 1));
     return longest;

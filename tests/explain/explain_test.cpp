@@ -103,11 +103,11 @@ TEST(explain, every_branch_of_the_greatest_depth_is_named)
 TEST(explain, branches_that_end_for_different_reasons_are_distinguished)
 {
     walk_record walk;
-    walk.steps = {{{45, 1}, 0, false, {}, {}},
-                  {{47, 1}, 1, false, {}, "no mapper"},
-                  {{47, 2}, 1, false, {}, "another side"},
-                  {{47, 3}, 1, false, {}, "no mapper"},
-                  {{47, 4}, 1, true, {}, {}}};
+    walk.steps = {{{me_class::mbsp, 1}, 0, false, {}, {}},
+                  {{me_class::mbpcd, 1}, 1, false, {}, "no mapper"},
+                  {{me_class::mbpcd, 2}, 1, false, {}, "another side"},
+                  {{me_class::mbpcd, 3}, 1, false, {}, "no mapper"},
+                  {{me_class::mbpcd, 4}, 1, true, {}, {}}};
     EXPECT_EQ(deepest_dead_ends(walk), (std::vector<size_t>{1, 2, 3}));
     EXPECT_EQ(dead_ends_text(walk),
               "MAC_BRIDGE_PORT_CON_DATA 0x0001 and MAC_BRIDGE_PORT_CON_DATA 0x0003: no mapper; "
@@ -288,7 +288,7 @@ TEST(graph, a_good_line_has_no_red_and_its_path_is_bold)
     const std::string plain = dot_of(good_line);
     EXPECT_FALSE(holds_text(plain, "red"));
     EXPECT_FALSE(holds_text(plain, "penwidth"));
-    const std::string bold = dot_of(good_line, {{266, 0x11}, {268, 1}});
+    const std::string bold = dot_of(good_line, {{me_class::gemiw, 0x11}, {me_class::gemctp, 1}});
     EXPECT_TRUE(holds_text(bold, "\"GEM_INTERWORK_TP 0x0011\" -> \"GEM_PORT_CTP 0x0001\" "
                                  "[label=\"gemCTPInstID\", color=\"#d06000\", penwidth=3]"))
         << bold;

@@ -301,8 +301,10 @@ TEST(walk_of_events, deeper_than_the_limit_names_the_step)
     std::vector<gpon_trace_record> events(4);
     events[0].point = GPON_TRACEPOINT_WALK_START;
     events[1].point = events[2].point = GPON_TRACEPOINT_WALK_STEP;
-    events[1].step = {me_class::mbsp, 1, 9, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
-    events[2].step = {me_class::mbpcd, 0x1001, 10, GPON_DECISION_NONE, GPON_STEP_TOO_DEEP};
+    events[1].step = {gpon::class_number(me_class::mbsp), 1, 9, GPON_DECISION_NONE,
+                      GPON_STEP_CONTINUES};
+    events[2].step = {gpon::class_number(me_class::mbpcd), 0x1001, 10, GPON_DECISION_NONE,
+                      GPON_STEP_TOO_DEEP};
     events[3].point = GPON_TRACEPOINT_WALK_END;
     events[3].end = GPON_END_TOO_DEEP;
     const walk_record walk = read_events(events, good_entities());
@@ -355,7 +357,10 @@ TEST(walk_of_events, of_a_replay_has_no_steps_behind_the_egress)
     std::vector<me_id> path;
     for (const walk_step& step : walk.steps)
         path.push_back(step.at);
-    EXPECT_EQ(path, (std::vector<me_id>{{45, 2}, {47, 0x2001}, {266, 0x12}, {268, 2}}));
+    EXPECT_EQ(path, (std::vector<me_id>{{me_class::mbsp, 2},
+                                        {me_class::mbpcd, 0x2001},
+                                        {me_class::gemiw, 0x12},
+                                        {me_class::gemctp, 2}}));
 }
 
 // Which of the reasons a walk has is the module's choice; what is printed must not contradict it.
@@ -398,11 +403,14 @@ TEST(walk_of_events, names_a_step_that_ended_the_walk_before_deeper_ends)
     events[0].point = GPON_TRACEPOINT_WALK_START;
     for (size_t i = 1; i < 5; ++i)
         events[i].point = GPON_TRACEPOINT_WALK_STEP;
-    events[1].step = {me_class::mbsp, 1, 1, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
-    events[2].step = {me_class::mbpcd, 0x1001, 2, GPON_DECISION_NONE, GPON_STEP_CONTINUES};
-    events[3].step = {me_class::gemiw, 0x11, 3, GPON_DECISION_MAPPER_REFUSES,
+    events[1].step = {gpon::class_number(me_class::mbsp), 1, 1, GPON_DECISION_NONE,
+                      GPON_STEP_CONTINUES};
+    events[2].step = {gpon::class_number(me_class::mbpcd), 0x1001, 2, GPON_DECISION_NONE,
+                      GPON_STEP_CONTINUES};
+    events[3].step = {gpon::class_number(me_class::gemiw), 0x11, 3, GPON_DECISION_MAPPER_REFUSES,
                       GPON_STEP_ENDS_BRANCH};
-    events[4].step = {me_class::mbpcd, 0x1002, 2, GPON_DECISION_NONE, GPON_STEP_FAILED};
+    events[4].step = {gpon::class_number(me_class::mbpcd), 0x1002, 2, GPON_DECISION_NONE,
+                      GPON_STEP_FAILED};
     events[5].point = GPON_TRACEPOINT_WALK_END;
     events[5].end = GPON_END_STEP_FAILED;
     const walk_record walk = read_events(events, good_entities());

@@ -222,10 +222,11 @@ TEST(omci_class_commands, classes_without_mirrored_attributes_keep_their_masks)
 TEST(omci_class_commands, every_class_is_created_set_and_deleted_by_its_module_name)
 {
     for (const class_record& fields : me_classes()) {
+        const uint16_t class_id = gpon::class_number(fields.id);
         line session;
-        session.done(create, fields.id, 0x1234);
-        session.done(set, fields.id, 0x1234, "8000 01");
-        session.done(delete_me, fields.id, 0x1234);
+        session.done(create, class_id, 0x1234);
+        session.done(set, class_id, 0x1234, "8000 01");
+        session.done(delete_me, class_id, 0x1234);
         const std::string name(fields.name);
         const auto commands = module_commands(session);
         ASSERT_EQ(commands.size(), 3u) << name;

@@ -152,7 +152,7 @@ TEST(omci_convert, classes_that_are_not_mirrored_are_counted_by_class)
     EXPECT_THAT(session.commands(), IsEmpty());
     EXPECT_THAT(result.scenario, HasSubstr("#   256 ONU-G: 1 set\n"
                                            "#   272 GAL Ethernet profile: 2 create, 1 delete\n"));
-    EXPECT_EQ(result.counts.unmirrored.count(46), 0u);
+    EXPECT_EQ(result.counts.unmirrored.count(gpon::to_me_class(46)), 0u);
 }
 
 TEST(omci_convert, other_requests_are_counted_by_type)

@@ -31,7 +31,7 @@ TEST(omci_frame, baseline_request_is_decoded)
     EXPECT_TRUE(result.msg->acknowledge_requested);
     EXPECT_FALSE(result.msg->acknowledgement);
     EXPECT_FALSE(result.msg->extended);
-    EXPECT_EQ(result.msg->class_id, 268);
+    EXPECT_EQ(result.msg->class_id, me_class::gemctp);
     EXPECT_EQ(result.msg->instance, 0x8001);
     ASSERT_EQ(result.msg->content.size(), 32u);
     EXPECT_EQ(read_u32(result.msg->content, 0), 0x03e98000u);

@@ -83,7 +83,8 @@ void add_upload(line& to)
     part(262, 0x8002, 0xe000, "ffff 01 01");
     part(5, 0x0101, 0xc000, "18 18");
     for (const created& one : instances)
-        part(one.class_id, one.instance, set_by_create_mask(*find_attribute_class(one.class_id)),
+        part(one.class_id, one.instance,
+             set_by_create_mask(*find_attribute_class(gpon::to_me_class(one.class_id))),
              one.content);
 }
 
@@ -116,7 +117,7 @@ TEST(omci_upload, gives_the_line_of_the_bring_up)
 TEST(omci_upload, targets_are_created_first)
 {
     const std::vector<const class_record*> order = creation_order();
-    std::set<uint16_t> later;
+    std::set<me_class> later;
     for (const class_record* one : order)
         later.insert(one->id);
     EXPECT_EQ(later.size(), order.size());
@@ -131,11 +132,11 @@ TEST(omci_upload, targets_are_created_first)
 
 TEST(omci_upload, an_order_contains_the_classes_that_commands_create_and_the_t_cont)
 {
-    std::set<uint16_t> wanted = {me_class::tcont};
+    std::set<me_class> wanted = {me_class::tcont};
     for (const class_record& one : me_classes())
         if (!one.created_by_links)
             wanted.insert(one.id);
-    std::set<uint16_t> found;
+    std::set<me_class> found;
     for (const class_record* one : creation_order())
         found.insert(one->id);
     EXPECT_EQ(found, wanted);
@@ -147,9 +148,9 @@ TEST(omci_upload, commands_after_it_act_on_its_instances)
     add_upload(later);
     later.done(set, 84, 0x2001, "4000 10").done(delete_me, 84, 0x1001);
     const line_model model = model_of(later);
-    EXPECT_EQ(model.find({84, 0x1001}), nullptr);
-    EXPECT_EQ(model.find({84, 0x2001})->as<gpon_raw_vtfd>().forwardOperation, 0x10);
-    EXPECT_EQ(model.find({84, 0x2001})->as<gpon_raw_vtfd>().vlanFilterList[0], 0xa12c);
+    EXPECT_EQ(model.find({me_class::vtfd, 0x1001}), nullptr);
+    EXPECT_EQ(model.find({me_class::vtfd, 0x2001})->as<gpon_raw_vtfd>().forwardOperation, 0x10);
+    EXPECT_EQ(model.find({me_class::vtfd, 0x2001})->as<gpon_raw_vtfd>().vlanFilterList[0], 0xa12c);
 }
 
 // The upload after a reset lists what the ONU creates itself.
@@ -167,7 +168,7 @@ TEST(omci_upload, instances_that_are_not_mirrored_are_counted_by_class)
     line later;
     add_upload(later);
     const conversion result = later.converted();
-    EXPECT_EQ(result.counts.uploads.unmirrored.at(5).attributes, 2u);
+    EXPECT_EQ(result.counts.uploads.unmirrored.at(gpon::to_me_class(5)).attributes, 2u);
     EXPECT_EQ(result.counts.uploads.missing, 0u);
     EXPECT_THAT(result.scenario, HasSubstr("# Uploaded, not mirrored: 5 "));
     EXPECT_THAT(result.scenario, HasSubstr(": 1 instance, 2 attributes\n"));
@@ -233,7 +234,7 @@ void add_uploaded_operation(line& to)
 
 const tag_operation& operation_1(const line_model& model)
 {
-    const tag_operation* found = model.operation({171, 1});
+    const tag_operation* found = model.operation({me_class::evtocd, 1});
     if (!found)
         throw std::runtime_error("no facts about the operation");
     return *found;

@@ -43,7 +43,10 @@ TEST(collect_report, frames_alike_are_one_flow)
     EXPECT_EQ(passed.quick, 1u);
     EXPECT_EQ(passed.outcome, "GEM port 1025 from bridge 1");
     EXPECT_EQ(passed.first, "test.scn:9");
-    EXPECT_EQ(passed.path, (std::vector<me_id>{{45, 1}, {47, 0x1001}, {266, 0x11}, {268, 1}}));
+    EXPECT_EQ(passed.path, (std::vector<me_id>{{me_class::mbsp, 1},
+                                               {me_class::mbpcd, 0x1001},
+                                               {me_class::gemiw, 0x11},
+                                               {me_class::gemctp, 1}}));
     EXPECT_EQ(data.flows[1].fate, frame_fate::dropped);
     EXPECT_EQ(data.flows[1].outcome,
               "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) passes only VLAN "
@@ -96,7 +99,8 @@ TEST(collect_report, an_example_uses_the_provisioning_of_its_time)
                   "vlanFilterNums=1\n" +
                   hook(frame_of_vlan_101));
     ASSERT_EQ(data.drops.size(), 1u);
-    const auto filter = data.drops[0].example.entities.find({84, 0x1001})->as<gpon_raw_vtfd>();
+    const auto filter =
+        data.drops[0].example.entities.find({me_class::vtfd, 0x1001})->as<gpon_raw_vtfd>();
     EXPECT_EQ(filter.vlanFilterList[0], 100);
     EXPECT_EQ(data.directions[1].passed, 1u);
     EXPECT_EQ(data.directions[1].dropped, 1u);

@@ -80,8 +80,8 @@ TEST(live_report, has_a_flow_for_each_rule_with_its_hits)
     EXPECT_EQ(up.frames, 3u);
     EXPECT_EQ(up.quick, 2u);
     EXPECT_EQ(up.outcome, "GEM port 1025 from bridge 1");
-    EXPECT_THAT(up.path,
-                ElementsAre(me_id{45, 1}, me_id{47, 0x1001}, me_id{266, 0x11}, me_id{268, 1}));
+    EXPECT_THAT(up.path, ElementsAre(me_id{me_class::mbsp, 1}, me_id{me_class::mbpcd, 0x1001},
+                                     me_id{me_class::gemiw, 0x11}, me_id{me_class::gemctp, 1}));
     EXPECT_EQ(flow_of_kind(data, 0).entry, "UNI 1");
     EXPECT_EQ(flow_of_kind(data, 0).outcome, "into bridge 1");
     EXPECT_EQ(flow_of_kind(data, 3).entry, "GEM port 1025");
@@ -124,7 +124,7 @@ TEST(live_report, checks_the_entities)
 {
     const report_data data = live_after("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");
     EXPECT_FALSE(data.findings.empty());
-    EXPECT_NE(data.entities.find({266, 0x11}), nullptr);
+    EXPECT_NE(data.entities.find({me_class::gemiw, 0x11}), nullptr);
     EXPECT_FALSE(data.live->enabled);
     EXPECT_FALSE(data.live->changed);
     EXPECT_THAT(report_page(data), HasSubstr("The engine is disabled"));

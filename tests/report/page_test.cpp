@@ -37,7 +37,7 @@ TEST(report_page, text_from_outside_is_escaped)
     data.flows.at(0).first = attack;
     data.flows.at(0).outcome = attack;
     data.drops.at(0).reason = attack;
-    data.findings.push_back({finding_weight::note, "kind", {45, 1}, 1, attack, attack});
+    data.findings.push_back({finding_weight::note, "kind", {me_class::mbsp, 1}, 1, attack, attack});
     const std::string page = report_page(data);
     EXPECT_THAT(page, Not(HasSubstr("<script>alert")));
     EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(&apos;x&apos;)&lt;/script&gt;{{{style}}}"));
@@ -99,7 +99,7 @@ TEST(services_of, put_each_entity_into_a_service_or_into_the_rest)
     ASSERT_EQ(services.size(), 2u);
     EXPECT_EQ(services[0].title, "VLAN 100: UNI 0x0101, bridge 1, GEM port 1025");
     EXPECT_EQ(services[1].title, "Entities of no service");
-    EXPECT_EQ(services[1].members, (std::vector<me_id>{{45, 9}}));
+    EXPECT_EQ(services[1].members, (std::vector<me_id>{{me_class::mbsp, 9}}));
 }
 
 TEST(draw_service, draws_equal_entries_of_a_mapper_as_one_line_with_its_priorities)
@@ -116,8 +116,8 @@ TEST(draw_service, draws_equal_entries_of_a_mapper_as_one_line_with_its_prioriti
     EXPECT_THAT(svg, HasSubstr(">0-3, 7</text>"));
     EXPECT_THAT(svg, HasSubstr("class=gone"));
     EXPECT_THAT(svg, HasSubstr("does not exist"));
-    const std::string line = "data-e=" + std::to_string(numbers.at({130, 1})) + "-" +
-                             std::to_string(numbers.at({266, 0x11})) + " ";
+    const std::string line = "data-e=" + std::to_string(numbers.at({me_class::mapper, 1})) + "-" +
+                             std::to_string(numbers.at({me_class::gemiw, 0x11})) + " ";
     EXPECT_EQ(svg.find(line), svg.rfind(line));
     EXPECT_THAT(svg, HasSubstr(line));
 }
@@ -128,10 +128,11 @@ TEST(entity_text, has_all_attributes_with_units)
         "load\nme create TRAFFIC_DESCRIPTOR 1 cir=1250000 pir=12500000 cbs=1000 pbs=2000\n"
         "me create VLAN_TAG_FILTER_DATA 2 vlanFilterList=100,0xa12c forwardOperation=0x10 "
         "vlanFilterNums=2\n");
-    const std::string descriptor = attribute_text(*data.entities.find({280, 1}));
+    const std::string descriptor = attribute_text(*data.entities.find({me_class::td, 1}));
     EXPECT_THAT(descriptor, HasSubstr("cir 1250000 byte/s, pir 12500000 byte/s, cbs 1000 byte"));
-    EXPECT_EQ(known_by(*data.entities.find({280, 1})), "100 Mbit/s");
-    EXPECT_THAT(attribute_text(*data.entities.find({84, 2})), HasSubstr("VLAN 100, 300 p5"));
+    EXPECT_EQ(known_by(*data.entities.find({me_class::td, 1})), "100 Mbit/s");
+    EXPECT_THAT(attribute_text(*data.entities.find({me_class::vtfd, 2})),
+                HasSubstr("VLAN 100, 300 p5"));
 }
 
 TEST(drop_sentence, names_the_filter_that_decides_and_its_values)
@@ -141,7 +142,8 @@ TEST(drop_sentence, names_the_filter_that_decides_and_its_values)
         drop_sentence(data.drops.at(0)),
         "Frames of VLAN 101 with priority 0 are dropped upstream, from the bridge to the ANI: "
         "VLAN filter 0x1001 (VLAN 100, forward operation 0x04) drops them.");
-    EXPECT_EQ(deciding_entities(data.drops.at(0).example), (std::vector<me_id>{{84, 0x1001}}));
+    EXPECT_EQ(deciding_entities(data.drops.at(0).example),
+              (std::vector<me_id>{{me_class::vtfd, 0x1001}}));
 }
 
 } // namespace

@@ -125,9 +125,11 @@ private:
     {
         const list_head* head = entry.list_info->head;
         std::vector<u16> ids;
-        require(head->next->prev == head, "class ", entry.class_id, ": the head's back link");
+        require(head->next->prev == head, "class ", gpon::class_number(entry.class_id),
+                ": the head's back link");
         for (const list_head* link = head->next; link != head; link = link->next) {
-            if (!require(link->next->prev == link, "class ", entry.class_id, ": a back link") ||
+            if (!require(link->next->prev == link, "class ", gpon::class_number(entry.class_id),
+                         ": a back link") ||
                 !reach(inst_of(link)))
                 return;
             const gpon_me_inst& inst = *inst_of(link);
@@ -138,22 +140,25 @@ private:
         }
         std::ranges::sort(ids);
         const auto twice = std::ranges::adjacent_find(ids);
-        require(twice == ids.end(), "class ", entry.class_id, ": an instance twice");
+        require(twice == ids.end(), "class ", gpon::class_number(entry.class_id),
+                ": an instance twice");
     }
 
     void check_related(const gpon_me_entry& entry, const gpon_me_inst& inst)
     {
         const gpon_me_related_info* meant = entry.list_info->related_info;
         const gpon_me_related_info* row = inst.related;
-        for (; meant->related_class_id != 0; ++meant, ++row) {
+        for (; meant->related_class_id != me_class::none; ++meant, ++row) {
             if (!require(row->related_class_id == meant->related_class_id &&
                              row->related_inst_num == meant->related_inst_num,
-                         "class ", entry.class_id, ": a row is not as in the template") ||
+                         "class ", gpon::class_number(entry.class_id),
+                         ": a row is not as in the template") ||
                 !reach(row->related_ids))
                 return;
-            check_row(entry.class_id, *row);
+            check_row(gpon::class_number(entry.class_id), *row);
         }
-        require(row->related_class_id == 0, "class ", entry.class_id, ": no closing row");
+        require(row->related_class_id == me_class::none, "class ",
+                gpon::class_number(entry.class_id), ": no closing row");
     }
 
     void check_row(u16 class_id, const gpon_me_related_info& row)

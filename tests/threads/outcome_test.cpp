@@ -110,7 +110,8 @@ void enter_state(uint64_t state)
     }
     const gpon_raw_gemctp raw = ctp(CTP, port_in_state(state));
     gpon_flow_cmd record = record_of(ZR_OMCI_MSG_TYPE_SET, 268, raw);
-    EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(268), &record.me), 0);
+    EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(me_class::gemctp), &record.me),
+              0);
 }
 
 /* How frames were classified since an earlier moment; no frame is in progress at either one. */

@@ -66,8 +66,11 @@ struct frame {
 bool is_a_path(const gpon_rule_trace& trace)
 {
     for (int path = 0; path < 2; ++path) {
-        const gpon_trace_step steps[] = {
-            {45, BRIDGE}, {47, PORT}, {266, TP[path]}, {268, CTP[path]}, {0, 0}};
+        const gpon_trace_step steps[] = {{me_class::mbsp, BRIDGE},
+                                         {me_class::mbpcd, PORT},
+                                         {me_class::gemiw, TP[path]},
+                                         {me_class::gemctp, CTP[path]},
+                                         {}};
         bool same = true;
         for (size_t i = 0; i < std::size(steps); ++i)
             same = same && trace.step[i].classId == steps[i].classId &&
@@ -98,7 +101,8 @@ void send_and_look_up(const std::atomic<bool>& done, tally& seen)
         }
         gpon_rule_trace trace = {};
         if (gpon_rule_lookup_trace(&sent.packet, UP_ANI, &trace) == 0) {
-            ASSERT_TRUE(is_a_path(trace)) << trace.step[2].classId << " " << trace.step[2].instId;
+            ASSERT_TRUE(is_a_path(trace))
+                << gpon::class_number(trace.step[2].classId) << " " << trace.step[2].instId;
             ++seen.hits;
         }
     }

@@ -88,7 +88,7 @@ constexpr attribute imaginary[] = {{"port pointer", 2, sbc, "portPointer"},\
                                    {"level", 4, sbc, "level"},\
                                    {"shades", 6, later, {}},\
                                    {"bridge pointer", 2, sbc, "bridgePointer"}};' \
-    -e '/^constexpr attribute_class classes/a\
+    -e '/{me_class::veip, /i\
     {me_class::imaginary, "imaginary class", imaginary},' \
     tool/omci/attributes.cpp >"$scratch/src/omci_attributes.cpp"
 

@@ -203,7 +203,7 @@ TEST(parse, silence_takes_a_rule_a_class_and_an_instance)
     EXPECT_FALSE(all.class_id);
     const silence one =
         parse_only<silence_command>("silence unreachable GEM_PORT_CTP 0x10").silenced;
-    EXPECT_EQ(one.class_id, 268);
+    EXPECT_EQ(one.class_id, me_class::gemctp);
     EXPECT_EQ(one.instance, 16);
     EXPECT_THAT(error_of("silence"), HasSubstr("missing argument: the rule"));
     EXPECT_THAT(error_of("silence unreachble"),
@@ -219,7 +219,7 @@ TEST(parse, tagging_takes_the_attributes_of_its_class)
                                     "associated=0x0101 input_tpid=0x88a8 downstream_mode=3 "
                                     "rows=default row=f8000000e8000000c00f0000000f0000")
             .facts;
-    EXPECT_EQ(facts.class_id, 171);
+    EXPECT_EQ(facts.class_id, me_class::evtocd);
     EXPECT_EQ(facts.association, 2);
     EXPECT_EQ(facts.associated, 0x0101);
     EXPECT_EQ(facts.input_tpid, 0x88a8);

@@ -29,8 +29,8 @@ TEST(class_fields, classes_are_found_by_id_and_by_name_in_any_letter_case)
         EXPECT_EQ(find_me_class(row.id), &row);
         EXPECT_EQ(find_me_class(row.name), &row);
     }
-    EXPECT_EQ(find_me_class("802_1p_mapper")->id, 130);
-    EXPECT_EQ(find_me_class(uint16_t{0}), nullptr);
+    EXPECT_EQ(find_me_class("802_1p_mapper")->id, me_class::mapper);
+    EXPECT_EQ(find_me_class(me_class::none), nullptr);
     EXPECT_EQ(find_me_class("802_1P"), nullptr);
     EXPECT_EQ(find_me_class(""), nullptr);
 }
@@ -64,15 +64,15 @@ TEST(me_command, message_class_and_instance_are_names_or_numbers)
 {
     const auto named = parse_only<me_command>("me create Mac_Bridge_Service_Profile 0x12");
     EXPECT_EQ(named.message, 4);
-    EXPECT_EQ(named.class_id, 45);
+    EXPECT_EQ(named.class_id, me_class::mbsp);
     EXPECT_EQ(named.instance, 0x12);
     EXPECT_EQ(named.mask, 0xffff);
-    EXPECT_EQ(parse_only<me_command>("me set 802_1p_mapper 0").class_id, 130);
+    EXPECT_EQ(parse_only<me_command>("me set 802_1p_mapper 0").class_id, me_class::mapper);
     EXPECT_EQ(parse_only<me_command>("me set 802_1p_mapper 0").message, 8);
     EXPECT_EQ(parse_only<me_command>("me delete 45 1").message, 6);
     const auto numbers = parse_only<me_command>("me 255 65535 65535 mask=0x8000");
     EXPECT_EQ(numbers.message, 255);
-    EXPECT_EQ(numbers.class_id, 65535);
+    EXPECT_EQ(numbers.class_id, gpon::to_me_class(65535));
     EXPECT_EQ(numbers.mask, 0x8000);
 }
 

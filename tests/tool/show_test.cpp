@@ -50,8 +50,8 @@ TEST(shown_rules, have_key_and_path)
     EXPECT_EQ(to_text(rule.key.destination), "02:00:00:00:00:01");
     EXPECT_EQ(rule.key.direction, "UP_ANI");
     EXPECT_THAT(rule.key.tags, ElementsAre(vlan_tag{0x8100, 100}));
-    EXPECT_THAT(rule.steps,
-                ElementsAre(me_id{45, 1}, me_id{47, 0x1001}, me_id{266, 0x11}, me_id{268, 1}));
+    EXPECT_THAT(rule.steps, ElementsAre(me_id{me_class::mbsp, 1}, me_id{me_class::mbpcd, 0x1001},
+                                        me_id{me_class::gemiw, 0x11}, me_id{me_class::gemctp, 1}));
 }
 
 TEST(shown_rules, are_found_by_the_frame_that_learnt_them)
@@ -98,14 +98,14 @@ TEST(shown_rules, of_text_without_a_table_are_nothing)
 TEST(shown_instances, have_attributes_and_links)
 {
     const auto all = read_instances(answer_to("show raw_data", good_line));
-    const auto port = std::ranges::find(all, me_id{47, 0x1001}, &dumped_instance::id);
+    const auto port = std::ranges::find(all, me_id{me_class::mbpcd, 0x1001}, &dumped_instance::id);
     ASSERT_NE(port, all.end());
     EXPECT_EQ(port->attributes[3].name, "tpPointer");
     EXPECT_THAT(port->attributes[3].values, ElementsAre(0x11));
     EXPECT_EQ(port->links[0].name, "vtfdInst");
     EXPECT_THAT(port->links[0].instances, ElementsAre(0x1001));
     EXPECT_THAT(port->links[1].instances, IsEmpty());
-    const auto bridge = std::ranges::find(all, me_id{45, 1}, &dumped_instance::id);
+    const auto bridge = std::ranges::find(all, me_id{me_class::mbsp, 1}, &dumped_instance::id);
     ASSERT_NE(bridge, all.end());
     EXPECT_THAT(bridge->links[0].instances, ElementsAre(0x101, 0x1001));
 }
@@ -116,7 +116,7 @@ TEST(shown_instances, equal_the_records_that_were_written)
     std::ostringstream text;
     text << "load\n";
     for (const class_record& fields : me_classes()) {
-        text << "me create " << fields.id << " 0x0203 raw=";
+        text << "me create " << gpon::class_number(fields.id) << " 0x0203 raw=";
         for (unsigned i = 0; i < fields.raw_size; ++i)
             text << (i == 0 ? "03" : i == 1 ? "02" : "11");
         text << '\n';

@@ -81,9 +81,9 @@ protected:
     /* Ties an operation of class 78 or 171 to an instance; no command can. */
     static void link(u16 holder_class, u16 holder, u16 class_id, u16 id)
     {
-        gpon_me_inst* inst =
-            gpon::find_inst(gpon::mirrored_class(holder_class)->list_info->head, holder);
-        gpon_me_related_info* row = gpon::find_row(inst->related, class_id);
+        gpon_me_inst* inst = gpon::find_inst(
+            gpon::mirrored_class(gpon::to_me_class(holder_class))->list_info->head, holder);
+        gpon_me_related_info* row = gpon::find_row(inst->related, gpon::to_me_class(class_id));
         gpon::store_related_id(row->related_ids[0], {.instExist = 1, .instId = id});
     }
 
@@ -91,7 +91,7 @@ protected:
 
     i32 forward(forward_function function, u16 class_id, u16 id, u16 fwd_flag)
     {
-        const gpon_fwd_info info = {class_id, id, fwd_flag};
+        const gpon_fwd_info info = {gpon::to_me_class(class_id), id, fwd_flag};
         const gpon::rcu_reader reader;
         gpon::test::forget_found(result);
         return function(&skb, &info, &result);

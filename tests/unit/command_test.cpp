@@ -75,7 +75,7 @@ protected:
     list_head head = {&head, &head};
     gpon_me_list_info info = {
         nullptr, sizeof(test_record), test_links, sizeof(test_links), nullptr, test_ops, &head};
-    gpon_me_entry entry = {700, "OWN", 1, &info, nullptr};
+    gpon_me_entry entry = {gpon::to_me_class(700), "OWN", 1, &info, nullptr};
     gpon_me_cmd sent = {};
 };
 
@@ -214,7 +214,7 @@ class control_record : public loaded_module {
 protected:
     static void learn_a_rule()
     {
-        const gpon_rule_trace trace = {{{11, 1}}};
+        const gpon_rule_trace trace = {{{me_class::pptp, 1}}};
         EXPECT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &trace), 0);
     }
     static bool rule_is_known()

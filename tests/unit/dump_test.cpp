@@ -54,7 +54,7 @@ protected:
     }
     static void link(gpon_me_inst* inst, u16 class_id, std::vector<u16> ids)
     {
-        gpon_me_related_info* row = gpon::find_row(inst->related, class_id);
+        gpon_me_related_info* row = gpon::find_row(inst->related, gpon::to_me_class(class_id));
         for (size_t i = 0; i < ids.size(); ++i)
             row->related_ids[i] = {1, ids[i]};
     }
@@ -67,7 +67,7 @@ protected:
     list_head list = {&list, &list};
     std::vector<gpon_me_related_info> rows;
     gpon_me_list_info info = {print_cells, 2, nullptr, 0, nullptr, NO_HANDLERS, &list};
-    gpon_me_entry entry = {700, "OWN", 1, &info, nullptr};
+    gpon_me_entry entry = {gpon::to_me_class(700), "OWN", 1, &info, nullptr};
 };
 
 const char* const TITLE = "dump OWN(classId = 700):";
@@ -105,7 +105,8 @@ TEST_F(instance_dump, of_one_id_needs_any_flag_but_1)
 TEST_F(instance_dump, single_links_follow_the_printer_s_columns)
 {
     printed = {"titles | ", "values | ", "", 9};
-    give_links({{47, "short", nullptr, 1}, {48, "twelve_chars", nullptr, 1}});
+    give_links({{me_class::mbpcd, "short", nullptr, 1},
+                {gpon::to_me_class(48), "twelve_chars", nullptr, 1}});
     link(add(1), 47, {0x1a});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "titles |      short | twelve_chars | ", dashes(37),
                                     "values |     0x001a |          N/A | ", dashes(37)));
@@ -113,7 +114,7 @@ TEST_F(instance_dump, single_links_follow_the_printer_s_columns)
 
 TEST_F(instance_dump, a_single_link_is_shown_only_when_its_mark_is_1)
 {
-    give_links({{47, "link", nullptr, 1}});
+    give_links({{me_class::mbpcd, "link", nullptr, 1}});
     gpon_me_inst* inst = add(1);
     inst->related[0].related_ids[0] = {2, 5};
     EXPECT_EQ(dump().at(3), "       N/A | ");
@@ -124,7 +125,9 @@ TEST_F(instance_dump, a_single_link_is_shown_only_when_its_mark_is_1)
 TEST_F(instance_dump, lists_are_below_the_row_and_not_in_the_header)
 {
     printed = {"T | ", "V | ", "", 4};
-    give_links({{47, "first", nullptr, 2}, {48, "link", nullptr, 1}, {49, "second", nullptr, 3}});
+    give_links({{me_class::mbpcd, "first", nullptr, 2},
+                {gpon::to_me_class(48), "link", nullptr, 1},
+                {gpon::to_me_class(49), "second", nullptr, 3}});
     gpon_me_inst* inst = add(1);
     link(inst, 47, {7});
     link(inst, 49, {8, 9});
@@ -135,7 +138,8 @@ TEST_F(instance_dump, lists_are_below_the_row_and_not_in_the_header)
 TEST_F(instance_dump, a_full_list_has_no_line_end_so_the_next_one_shares_its_line)
 {
     printed = {"T | ", "V | ", "", 4};
-    give_links({{47, "first", nullptr, 2}, {49, "second", nullptr, 2}});
+    give_links(
+        {{me_class::mbpcd, "first", nullptr, 2}, {gpon::to_me_class(49), "second", nullptr, 2}});
     gpon_me_inst* inst = add(1);
     link(inst, 47, {1, 2});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "T | ", dashes(4), "V | ",
@@ -148,7 +152,7 @@ TEST_F(instance_dump, a_full_list_has_no_line_end_so_the_next_one_shares_its_lin
 TEST_F(instance_dump, extra_text_follows_the_lists)
 {
     printed = {"T | ", "V | ", "more = 1\n", 4};
-    give_links({{47, "list", nullptr, 2}});
+    give_links({{me_class::mbpcd, "list", nullptr, 2}});
     add(1);
     EXPECT_THAT(dump(),
                 ElementsAre(TITLE, "T | ", dashes(4), "V | ", "list = ", "more = 1", dashes(4)));
@@ -157,7 +161,7 @@ TEST_F(instance_dump, extra_text_follows_the_lists)
 TEST_F(instance_dump, without_a_printer_the_links_start_at_the_left)
 {
     info.dump_raw = nullptr;
-    give_links({{47, "link", nullptr, 1}});
+    give_links({{me_class::mbpcd, "link", nullptr, 1}});
     add(1);
     add(2);
     EXPECT_THAT(dump(), ElementsAre(TITLE, "      link | ", dashes(13), "       N/A | ", dashes(13),
@@ -174,7 +178,7 @@ TEST_F(instance_dump, without_printer_and_links_rows_are_empty_and_there_are_no_
 TEST_F(instance_dump, the_printer_s_return_value_sets_the_start_of_the_links)
 {
     printed = {"T", "V", "", 1};
-    give_links({{47, "link", nullptr, 1}});
+    give_links({{me_class::mbpcd, "link", nullptr, 1}});
     add(1);
     EXPECT_THAT(dump(),
                 ElementsAre(TITLE, "T      link | ", dashes(14), "V       N/A | ", dashes(14)));
@@ -222,7 +226,7 @@ TEST_F(instance_dump, lines_are_cut_at_511_characters)
     const std::string name(69, 'n');
     std::vector<gpon_me_related_info> table(8);
     for (gpon_me_related_info& row : table) {
-        row.related_class_id = 47;
+        row.related_class_id = me_class::mbpcd;
         name.copy(row.name, 69);
         row.related_inst_num = 1;
     }
@@ -239,7 +243,7 @@ TEST_F(instance_dump, lines_are_cut_at_511_characters)
 
 TEST_F(instance_dump, links_that_start_behind_the_buffer_are_dropped)
 {
-    give_links({{47, "link", nullptr, 1}});
+    give_links({{me_class::mbpcd, "link", nullptr, 1}});
     add(1);
     for (i32 start : {511, 512, 513, 100000}) {
         printed = {"T", "V", "", start};
@@ -261,7 +265,7 @@ TEST_F(instance_dump, the_extra_text_may_fill_its_buffer)
 TEST_F(instance_dump, two_list_rows_share_511_characters)
 {
     printed = {"T | ", "V | ", "", 4};
-    give_links({{47, "a", nullptr, 70}, {48, "b", nullptr, 70}});
+    give_links({{me_class::mbpcd, "a", nullptr, 70}, {gpon::to_me_class(48), "b", nullptr, 70}});
     gpon_me_inst* inst = add(1);
     link(inst, 47, std::vector<u16>(70, 0xabcd));
     link(inst, 48, std::vector<u16>(3, 0xef01));
@@ -298,7 +302,8 @@ TEST_F(instance_dump, of_all_classes_follows_the_class_table)
     ASSERT_EQ(lines.size(), GPON_ME_ROWS - 1u);
     for (u16 row = 1; row < GPON_ME_ROWS; ++row)
         EXPECT_EQ(lines[row - 1u], "dump " + std::string(me_table[row].name) + "(classId = " +
-                                       std::to_string(me_table[row].class_id) + "):");
+                                       std::to_string(gpon::class_number(me_table[row].class_id)) +
+                                       "):");
 }
 
 class bridge_ports : public loaded_module {
@@ -312,7 +317,7 @@ protected:
     std::string list_line()
     {
         log_lines();
-        gpon_flow_general_dump_inst(gpon::mirrored_class(45), 1, 0);
+        gpon_flow_general_dump_inst(gpon::mirrored_class(me_class::mbsp), 1, 0);
         const std::vector<std::string> lines = log_lines();
         return lines.size() > 4 ? lines[4] : "";
     }

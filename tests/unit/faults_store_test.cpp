@@ -31,7 +31,7 @@ void expect_store_whole()
         const list_head& head = *me_table[row].list_info->head;
         for (const u16 id : ids_of(head))
             for (const gpon_me_related_info* link = gpon::find_inst(&head, id)->related;
-                 link->related_class_id; ++link)
+                 link->related_class_id != me_class::none; ++link)
                 recorded(*link);
     }
 }

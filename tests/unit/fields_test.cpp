@@ -107,7 +107,8 @@ struct texts {
     texts(u16 class_id, const std::vector<u8>& raw, i32 length)
     {
         values[0] = titles[0] = extra[0] = '\0';
-        const gpon_me_list_info& info = *gpon::mirrored_class(class_id)->list_info;
+        const gpon_me_list_info& info =
+            *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
         answer =
             info.dump_raw(info, raw.data(), values.data(), titles.data(), extra.data(), length);
     }
@@ -180,7 +181,8 @@ TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
 {
     for (const auto& [class_id, wanted] : every_class()) {
         SCOPED_TRACE(class_id);
-        const gpon_me_list_info& info = *gpon::mirrored_class(class_id)->list_info;
+        const gpon_me_list_info& info =
+            *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
         const auto print = info.dump_raw;
         char a[8] = "a", b[8] = "b", c[8] = "c";
         EXPECT_EQ(print(info, nullptr, a, b, c, 8), 0);

@@ -36,7 +36,7 @@ class forward_function : public class_fixture, public testing::WithParamInterfac
 
 TEST_P(forward_function, reports_null_arguments)
 {
-    const gpon_fwd_info info = {45, 1, UP_ANI};
+    const gpon_fwd_info info = {me_class::mbsp, 1, UP_ANI};
     gponDebugLevel = 1;
     EXPECT_EQ(GetParam().forward(nullptr, &info, &result), -1);
     EXPECT_EQ(GetParam().forward(&skb, nullptr, &result), -1);

@@ -53,7 +53,7 @@ protected:
 
     static void learn(u16 number, u64 walked_in)
     {
-        const gpon_rule_trace trace = {{{268, number}}};
+        const gpon_rule_trace trace = {{{me_class::gemctp, number}}};
         gpon_hash_add_node_safe(KEY, sizeof(KEY), &trace, walked_in);
     }
 
@@ -93,7 +93,7 @@ protected:
     }
 
     // The number in a result is one that the store had while the frame was in progress.
-    void at_start(frame& it) { it.trace.step[1] = {0, oldest}; }
+    void at_start(frame& it) { it.trace.step[1] = {me_class::none, oldest}; }
 
     void at_end(const frame& it)
     {

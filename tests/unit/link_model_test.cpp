@@ -16,11 +16,14 @@ namespace {
 // The record of one instance: a list of ids for each class that may point at it.
 struct model_inst {
     u16 id;
-    std::map<u16, std::vector<u16>> recorded;
+    std::map<me_class, std::vector<u16>> recorded;
 };
 
 struct link_change {
-    u16 from_class, from, to_class, to;
+    me_class from_class;
+    u16 from;
+    me_class to_class;
+    u16 to;
     u8 message;
 };
 
@@ -29,24 +32,24 @@ public:
     // A class, whether links to it create its instances, and how many ids a row of it holds.
     struct kind {
         bool made_by_links;
-        std::map<u16, size_t> places;
+        std::map<me_class, size_t> places;
     };
-    std::map<u16, kind> kinds;
-    std::map<u16, std::vector<model_inst>> instances; // in order of creation
+    std::map<me_class, kind> kinds;
+    std::map<me_class, std::vector<model_inst>> instances; // in order of creation
 
-    model_inst* find(u16 class_id, u16 id)
+    model_inst* find(me_class class_id, u16 id)
     {
         for (model_inst& inst : instances[class_id])
             if (inst.id == id)
                 return &inst;
         return nullptr;
     }
-    void create(u16 class_id, u16 id)
+    void create(me_class class_id, u16 id)
     {
         if (!find(class_id, id))
             instances[class_id].push_back({id, {}});
     }
-    void remove(u16 class_id, u16 id)
+    void remove(me_class class_id, u16 id)
     {
         std::erase_if(instances[class_id], [=](const model_inst& inst) { return inst.id == id; });
     }
@@ -62,13 +65,13 @@ public:
         if (row != to.places.end())
             change_row(find(link.to_class, link.to)->recorded[link.from_class], row->second, link);
     }
-    std::vector<u16> forward(u16 class_id, u16 id, u16 sought)
+    std::vector<u16> forward(me_class class_id, u16 id, me_class sought)
     {
         const model_inst* inst = find(class_id, id);
         return inst && inst->recorded.contains(sought) ? inst->recorded.at(sought)
                                                        : std::vector<u16>();
     }
-    std::vector<u16> reverse(u16 class_id, u16 id, u16 sought)
+    std::vector<u16> reverse(me_class class_id, u16 id, me_class sought)
     {
         std::vector<u16> holders;
         for (const model_inst& inst : instances[sought]) {
@@ -104,9 +107,9 @@ protected:
     // The ids include 0, the value of free entries, and are few, so that links often have the same
     // target.
     u16 some_id() { return static_cast<u16>(random() % 6); }
-    u16 some_class() { return classes[random() % classes.size()]; }
+    me_class some_class() { return classes[random() % classes.size()]; }
     // Often a pair of classes that has a row.
-    std::pair<u16, u16> from_and_to()
+    std::pair<me_class, me_class> from_and_to()
     {
         if (random() % 8 == 0)
             return {some_class(), some_class()};
@@ -139,7 +142,9 @@ protected:
     {
         for (const auto& [from, to] : pairs)
             for (u16 id = 0; id < 6; ++id) {
-                EXPECT_EQ(gpon::test::recorded(to, id, from), plain.forward(to, id, from));
+                EXPECT_EQ(
+                    gpon::test::recorded(gpon::class_number(to), id, gpon::class_number(from)),
+                    plain.forward(to, id, from));
                 compare_walk(from, id, to);
             }
         EXPECT_EQ(gpon::test::broken_invariant(), "");
@@ -154,7 +159,8 @@ private:
         model::kind& kind = plain.kinds[entry.class_id];
         kind.made_by_links = entry.explicit_create == 0;
         classes.push_back(entry.class_id);
-        for (const auto* row = entry.list_info->related_info; row->related_class_id != 0; ++row) {
+        for (const auto* row = entry.list_info->related_info;
+             row->related_class_id != me_class::none; ++row) {
             kind.places[row->related_class_id] = static_cast<size_t>(row->related_inst_num);
             pairs.emplace_back(row->related_class_id, entry.class_id);
         }
@@ -171,14 +177,15 @@ private:
         EXPECT_EQ(gpon_flow_me_general_update(&update), 0);
         plain.change(link);
     }
-    void create(u16 class_id, u16 id)
+    void create(me_class class_id, u16 id)
     {
         const u8 raw[64] = {};
-        const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, class_id, id, raw);
+        const gpon_me_cmd cmd =
+            gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, gpon::class_number(class_id), id, raw);
         EXPECT_EQ(gpon_flow_list_add_inst(gpon::mirrored_class(class_id), &cmd), 0);
         plain.create(class_id, id);
     }
-    void remove(u16 class_id, u16 id)
+    void remove(me_class class_id, u16 id)
     {
         EXPECT_EQ(gpon_flow_list_delete_inst(gpon::mirrored_class(class_id), id, 0), 0);
         plain.remove(class_id, id);
@@ -200,16 +207,17 @@ private:
         }
         return {at, at == all.end() ? at : at + 1};
     }
-    void compare_forward(u16 class_id, u16 id, u16 sought, u16 previous)
+    void compare_forward(me_class class_id, u16 id, me_class sought, u16 previous)
     {
         const std::vector<u16> all = plain.forward(class_id, id, sought);
         for (const u16* before : {static_cast<const u16*>(nullptr), &std::as_const(previous)})
             EXPECT_EQ(ask(gpon_flow_me_get_related_id, {class_id, id, sought}, before),
                       from_previous(all, before))
-                << "class " << class_id << " instance " << id << " of " << sought;
+                << "class " << gpon::class_number(class_id) << " instance " << id << " of "
+                << gpon::class_number(sought);
     }
     // The reverse query resumes after the previous instance, even if that one was not a result.
-    void compare_reverse(u16 class_id, u16 id, u16 sought, u16 previous)
+    void compare_reverse(me_class class_id, u16 id, me_class sought, u16 previous)
     {
         const std::vector<u16> all = plain.reverse(class_id, id, sought);
         EXPECT_EQ(ask(gpon_flow_me_reverse_get_related_id, {class_id, id, sought}, nullptr),
@@ -223,10 +231,11 @@ private:
         }
         EXPECT_EQ(ask(gpon_flow_me_reverse_get_related_id, {class_id, id, sought}, &previous),
                   from_previous(behind, nullptr))
-            << "class " << class_id << " instance " << id << " in " << sought;
+            << "class " << gpon::class_number(class_id) << " instance " << id << " in "
+            << gpon::class_number(sought);
     }
     // From the first result to the last, like a walk.
-    void compare_walk(u16 class_id, u16 id, u16 sought)
+    void compare_walk(me_class class_id, u16 id, me_class sought)
     {
         std::vector<u16> walked;
         const u16* previous = nullptr;
@@ -242,7 +251,9 @@ private:
     }
 
     struct question {
-        u16 class_id, id, sought;
+        me_class class_id;
+        u16 id;
+        me_class sought;
     };
     template <typename Query> std::vector<u16> ask(Query query, question what, const u16* previous)
     {
@@ -256,8 +267,9 @@ private:
     }
 
     sk_buff packet;
-    std::vector<u16> classes;
-    std::vector<std::pair<u16, u16>> pairs; // a class that points, and the class it points at
+    std::vector<me_class> classes;
+    std::vector<std::pair<me_class, me_class>>
+        pairs; // a class that points, and the class it points at
 };
 
 TEST_F(relation_model, random_changes_and_queries_agree)

@@ -31,14 +31,16 @@ protected:
     i32 forward(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
     {
         answer = previous;
-        const gpon_me_relation_query query = {class_id, id, sought, &answer};
+        const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
+                                              gpon::to_me_class(sought), &answer};
         const gpon::rcu_reader reader;
         return gpon_flow_me_get_related_id(&packet, &query);
     }
     i32 reverse(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
     {
         answer = previous;
-        const gpon_me_relation_query query = {class_id, id, sought, &answer};
+        const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
+                                              gpon::to_me_class(sought), &answer};
         const gpon::rcu_reader reader;
         return gpon_flow_me_reverse_get_related_id(&packet, &query);
     }
@@ -162,8 +164,8 @@ TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
 
 TEST_F(forward_query, missing_arguments_are_reported)
 {
-    const gpon_me_relation_query query = {45, 1, 47, &answer};
-    const gpon_me_relation_query nowhere = {45, 1, 47, nullptr};
+    const gpon_me_relation_query query = {me_class::mbsp, 1, me_class::mbpcd, &answer};
+    const gpon_me_relation_query nowhere = {me_class::mbsp, 1, me_class::mbpcd, nullptr};
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_me_get_related_id(nullptr, &query), -1);
     EXPECT_EQ(gpon_flow_me_get_related_id(&packet, nullptr), -1);
@@ -196,10 +198,13 @@ protected:
     gpon_me_related_id ids[2] = {after(1), after(2)};
     gpon_me_related_id more[2] = {after(3), {}};
     gpon_me_related_id none[1] = {};
-    gpon_me_related_info rows[5] = {
-        {84, "", none, 1}, {47, "", ids, 2}, {47, "", none, 0}, {47, "", more, 2}, {}};
+    gpon_me_related_info rows[5] = {{me_class::vtfd, "", none, 1},
+                                    {me_class::mbpcd, "", ids, 2},
+                                    {me_class::mbpcd, "", none, 0},
+                                    {me_class::mbpcd, "", more, 2},
+                                    {}};
 
-    i32 step(u16 sought, gpon_me_related_id previous)
+    i32 step(me_class sought, gpon_me_related_id previous)
     {
         answer = previous;
         return gpon_flow_list_get_related_id(&packet, rows, sought, &answer);
@@ -208,28 +213,28 @@ protected:
 
 TEST_F(table_step, continues_in_a_later_row_of_the_same_class)
 {
-    EXPECT_EQ(step(47, START), 0);
+    EXPECT_EQ(step(me_class::mbpcd, START), 0);
     EXPECT_TRUE(answer == after(1));
-    EXPECT_EQ(step(47, after(2)), 0);
+    EXPECT_EQ(step(me_class::mbpcd, after(2)), 0);
     EXPECT_TRUE(answer == after(3));
-    EXPECT_EQ(step(47, after(3)), 0);
+    EXPECT_EQ(step(me_class::mbpcd, after(3)), 0);
     EXPECT_EQ(answer.instExist, 0);
 }
 
 TEST_F(table_step, skips_rows_without_room)
 {
     rows[1].related_inst_num = 0;
-    EXPECT_EQ(step(47, START), 0);
+    EXPECT_EQ(step(me_class::mbpcd, START), 0);
     EXPECT_TRUE(answer == after(3));
     rows[3].related_inst_num = -1;
-    EXPECT_EQ(step(47, START), 0);
+    EXPECT_EQ(step(me_class::mbpcd, START), 0);
     EXPECT_EQ(answer.instExist, 0);
 }
 
 TEST_F(table_step, traces_the_row_of_the_result)
 {
     gponDebugLevel = LOG_TRACE;
-    step(47, after(2));
+    step(me_class::mbpcd, after(2));
     EXPECT_THAT(log_lines(), ElementsAre("***TRACE***[gpon_flow_list_get_related_id][0]: Enter",
                                          "***TRACE***[gpon_flow_list_get_related_id] [0]: i=3"));
 }
@@ -237,8 +242,8 @@ TEST_F(table_step, traces_the_row_of_the_result)
 TEST_F(table_step, needs_a_table_and_a_place_for_the_result)
 {
     gponDebugLevel = LOG_ERROR;
-    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, 47, &answer), -1);
-    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, rows, 47, nullptr), -1);
+    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, me_class::mbpcd, &answer), -1);
+    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, rows, me_class::mbpcd, nullptr), -1);
     const std::string line =
         "***ERROR***[gpon_flow_list_get_related_id] [0]: Parameter is NULL: Fail\r";
     EXPECT_THAT(log_lines(), ElementsAre(line, line));
@@ -335,8 +340,8 @@ TEST_F(reverse_query, the_class_of_the_start_need_not_be_known)
 
 TEST_F(reverse_query, missing_arguments_are_reported)
 {
-    const gpon_me_relation_query query = {47, 1, 45, &answer};
-    const gpon_me_relation_query nowhere = {47, 1, 45, nullptr};
+    const gpon_me_relation_query query = {me_class::mbpcd, 1, me_class::mbsp, &answer};
+    const gpon_me_relation_query nowhere = {me_class::mbpcd, 1, me_class::mbsp, nullptr};
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_me_reverse_get_related_id(nullptr, &query), -1);
     EXPECT_EQ(gpon_flow_me_reverse_get_related_id(&packet, nullptr), -1);
@@ -407,7 +412,7 @@ TEST_F(traced_query, a_marked_packet_shows_its_queries_without_any_level)
     reverse(47, 0x101, 45, START);
     EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_flow_me_reverse_get_related_id][0] "
                                       "instExist=1,instId = 0x1"));
-    const gpon_me_relation_query nowhere = {45, 1, 47, nullptr};
+    const gpon_me_relation_query nowhere = {me_class::mbsp, 1, me_class::mbpcd, nullptr};
     gpon_flow_me_get_related_id(&packet, &nowhere);
     EXPECT_THAT(log_lines(),
                 Contains("***ERROR***[gpon_flow_me_get_related_id][0] input parament is NULL\r"));
@@ -437,7 +442,7 @@ protected:
     {
         answer = after(answered);
         const gpon::rcu_reader reader;
-        return gpon::is_repeated_result({45, 1, 47, &answer}, previous);
+        return gpon::is_repeated_result({me_class::mbsp, 1, me_class::mbpcd, &answer}, previous);
     }
 };
 

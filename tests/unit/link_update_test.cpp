@@ -23,7 +23,8 @@ class link_report : public loaded_module {
 protected:
     static i32 report(u16 from_class, u16 from, u16 to_class, u16 to, u8 msg_type)
     {
-        const gpon_me_related_update update = {from_class, from, to_class, to, msg_type};
+        const gpon_me_related_update update = {gpon::to_me_class(from_class), from,
+                                               gpon::to_me_class(to_class), to, msg_type};
         return gpon_flow_me_general_update(&update);
     }
 };
@@ -76,7 +77,8 @@ TEST_F(link_report, to_a_missing_instance_of_the_olt_s_classes_is_dropped)
     gponDebugLevel = LOG_ERROR | LOG_WARNING;
     for (const u16 class_id : u16s{45, 47, 84, 130, 266, 268, 281, 280, 78, 171}) {
         EXPECT_EQ(report(47, 1, class_id, 9, CREATE), 0) << class_id;
-        EXPECT_THAT(ids_of(*gpon::mirrored_class(class_id)->list_info->head), IsEmpty());
+        EXPECT_THAT(ids_of(*gpon::mirrored_class(gpon::to_me_class(class_id))->list_info->head),
+                    IsEmpty());
     }
     EXPECT_THAT(log_lines(), IsEmpty());
 }
@@ -91,8 +93,8 @@ TEST_F(link_report, to_a_missing_instance_of_the_onu_s_classes_creates_it)
         for (const auto& link : links) {
             const u16 id = msg_type;
             EXPECT_EQ(report(link.from_class, 0x55, link.to_class, id, msg_type), 0);
-            const gpon_me_inst* inst =
-                gpon::find_inst(gpon::mirrored_class(link.to_class)->list_info->head, id);
+            const gpon_me_inst* inst = gpon::find_inst(
+                gpon::mirrored_class(gpon::to_me_class(link.to_class))->list_info->head, id);
             ASSERT_NE(inst, nullptr) << link.to_class;
             u16 inst_id;
             std::memcpy(&inst_id, inst->raw, sizeof(inst_id));

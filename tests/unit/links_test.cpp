@@ -12,7 +12,8 @@ using gpon::test::DELETE;
 using gpon::test::SET;
 
 // A table of two relations, room for three and for one.
-const gpon_me_related_info table[] = {{47, "ports", nullptr, 3}, {84, "filter", nullptr, 1}, {}};
+const gpon_me_related_info table[] = {
+    {me_class::mbpcd, "ports", nullptr, 3}, {me_class::vtfd, "filter", nullptr, 1}, {}};
 
 class related_ids : public loaded_module {
 protected:
@@ -21,9 +22,9 @@ protected:
 
     void apply(u8 msg_type, u16 id, u16 from_class = 47)
     {
-        const gpon_me_related_update update = {.class_id = from_class,
+        const gpon_me_related_update update = {.class_id = gpon::to_me_class(from_class),
                                                .entity_id = id,
-                                               .related_class_id = 45,
+                                               .related_class_id = me_class::mbsp,
                                                .related_inst_id = 1,
                                                .msg_type = msg_type};
         gpon_flow_list_update_related_id(rows, &update);
@@ -34,11 +35,11 @@ protected:
 
 TEST_F(related_ids, a_copy_has_the_template_s_rows_and_free_arrays)
 {
-    EXPECT_EQ(rows[0].related_class_id, 47);
+    EXPECT_EQ(rows[0].related_class_id, me_class::mbpcd);
     EXPECT_STREQ(rows[0].name, "ports");
     EXPECT_EQ(rows[0].related_inst_num, 3);
-    EXPECT_EQ(rows[1].related_class_id, 84);
-    EXPECT_EQ(rows[2].related_class_id, 0);
+    EXPECT_EQ(rows[1].related_class_id, me_class::vtfd);
+    EXPECT_EQ(rows[2].related_class_id, me_class::none);
     EXPECT_EQ(rows[2].related_ids, nullptr);
     EXPECT_THAT(recorded(rows[0]), IsEmpty());
     EXPECT_THAT(recorded(rows[1]), IsEmpty());
@@ -58,10 +59,10 @@ TEST_F(related_ids, a_copy_takes_56_bytes_a_place_and_gives_them_back)
 TEST_F(related_ids, an_empty_template_needs_no_array)
 {
     const gpon_me_related_info empty[1] = {};
-    gpon_me_related_info copy[1] = {{7, "left over", nullptr, 1}};
+    gpon_me_related_info copy[1] = {{gpon::to_me_class(7), "left over", nullptr, 1}};
     const uint64_t before = gpon::host::memory().allocations;
     EXPECT_EQ(gpon_flow_list_alloc_related_data(copy, empty, sizeof(empty)), 0);
-    EXPECT_EQ(copy[0].related_class_id, 0);
+    EXPECT_EQ(copy[0].related_class_id, me_class::none);
     EXPECT_EQ(gpon::host::memory().allocations, before);
     gpon_flow_list_free_related_data(copy);
 }
@@ -309,7 +310,7 @@ TEST_F(related_ids, another_message_is_an_error_and_no_success)
 
 TEST_F(related_ids, a_change_without_table_or_report_is_refused)
 {
-    const gpon_me_related_update update = {47, 1, 45, 1, CREATE};
+    const gpon_me_related_update update = {me_class::mbpcd, 1, me_class::mbsp, 1, CREATE};
     gponDebugLevel = LOG_ERROR;
     gpon_flow_list_update_related_id(nullptr, &update);
     gpon_flow_list_update_related_id(rows, nullptr);

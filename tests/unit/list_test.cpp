@@ -48,11 +48,11 @@ TEST_F(instance_list, an_instance_owns_a_copy_of_its_record_and_of_its_class_s_l
     ASSERT_NE(inst, nullptr);
     EXPECT_EQ(hello_time(1), 42);
     EXPECT_NE(inst->related, mbspListInfo.related_info);
-    EXPECT_EQ(inst->related[0].related_class_id, 47);
+    EXPECT_EQ(inst->related[0].related_class_id, me_class::mbpcd);
     EXPECT_STREQ(inst->related[0].name, "mbpcdInst");
     EXPECT_EQ(inst->related[0].related_inst_num, 512);
     EXPECT_NE(inst->related[0].related_ids, nullptr);
-    EXPECT_EQ(inst->related[1].related_class_id, 0);
+    EXPECT_EQ(inst->related[1].related_class_id, me_class::none);
     EXPECT_EQ(mbspListInfo.related_info[0].related_ids, nullptr);
 }
 
@@ -194,9 +194,9 @@ TEST_F(instance_list, an_add_without_class_list_template_or_command_fails)
     no_head.head = nullptr;
     gpon_me_list_info no_template = mbspListInfo;
     no_template.related_info = nullptr;
-    const gpon_me_entry without_info = {45, "", 1, nullptr, nullptr};
-    const gpon_me_entry without_head = {45, "", 1, &no_head, nullptr};
-    const gpon_me_entry without_template = {45, "", 1, &no_template, nullptr};
+    const gpon_me_entry without_info = {me_class::mbsp, "", 1, nullptr, nullptr};
+    const gpon_me_entry without_head = {me_class::mbsp, "", 1, &no_head, nullptr};
+    const gpon_me_entry without_template = {me_class::mbsp, "", 1, &no_template, nullptr};
     gponDebugLevel = LOG_ERROR;
     for (const gpon_me_entry* entry : {static_cast<const gpon_me_entry*>(nullptr), &without_info,
                                        &without_head, &without_template}) {
@@ -251,8 +251,8 @@ TEST_F(instance_list, a_delete_without_class_or_list_warns)
 {
     gpon_me_list_info no_head = mbspListInfo;
     no_head.head = nullptr;
-    const gpon_me_entry without_info = {45, "", 1, nullptr, nullptr};
-    const gpon_me_entry without_head = {45, "", 1, &no_head, nullptr};
+    const gpon_me_entry without_info = {me_class::mbsp, "", 1, nullptr, nullptr};
+    const gpon_me_entry without_head = {me_class::mbsp, "", 1, &no_head, nullptr};
     gponDebugLevel = LOG_ERROR | LOG_WARNING;
     for (const gpon_me_entry* entry :
          {static_cast<const gpon_me_entry*>(nullptr), &without_info, &without_head}) {
@@ -295,8 +295,8 @@ TEST_F(instance_list, reading_links_gives_the_rows_with_their_arrays)
     gpon_me_related_info rows[2] = {};
     EXPECT_EQ(gpon_flow_list_get_related_data(&gpon_mbsp_list, 1, rows, sizeof(rows)), 0);
     EXPECT_EQ(rows[0].related_ids, find(1)->related[0].related_ids);
-    EXPECT_EQ(rows[0].related_class_id, 47);
-    EXPECT_EQ(rows[1].related_class_id, 0);
+    EXPECT_EQ(rows[0].related_class_id, me_class::mbpcd);
+    EXPECT_EQ(rows[1].related_class_id, me_class::none);
 }
 
 TEST_F(instance_list, reading_without_list_or_destination_warns)
@@ -316,7 +316,7 @@ TEST_F(instance_list, reading_without_list_or_destination_warns)
 TEST_F(instance_list, cleaning_every_class_keeps_learnt_rules)
 {
     const u8 key[16] = {1};
-    const gpon_rule_trace trace = {{{11, 1}}};
+    const gpon_rule_trace trace = {{{me_class::pptp, 1}}};
     add(1);
     gpon::test::create_port(0x101, 1);
     ASSERT_EQ(gpon_hash_add_node_safe(key, sizeof(key), &trace), 0);

@@ -166,7 +166,7 @@ TEST_F(observe, events_name_the_rule_and_the_cause)
 TEST_F(observe, other_steps_of_a_known_flow_are_an_event)
 {
     const std::array<u8, GPON_RULE_KEY_HEAD> key = {1, 2, 3, 4, 5, 6, 7};
-    gpon_rule_trace steps = {{{45, 1}, {47, 2}}};
+    gpon_rule_trace steps = {{{me_class::mbsp, 1}, {me_class::mbpcd, 2}}};
     const auto learn = [&] {
         return gpon_hash_add_node_safe(key.data(), GPON_RULE_KEY_HEAD, &steps);
     };
@@ -246,8 +246,8 @@ TEST_F(observe, instances_of_each_class_fit_their_record)
         const gpon_me_list_info& info = *me_table[i].list_info;
         EXPECT_LE(info.raw_size, i32{GPON_SEEN_RAW}) << me_table[i].name;
         i32 rows = 0, ids = 0;
-        for (const gpon_me_related_info* row = info.related_info; row && row->related_class_id != 0;
-             ++row, ++rows)
+        for (const gpon_me_related_info* row = info.related_info;
+             row && row->related_class_id != me_class::none; ++row, ++rows)
             ids += row->related_inst_num;
         EXPECT_LE(rows, i32{GPON_SEEN_ROWS}) << me_table[i].name;
         EXPECT_LE(ids, i32{GPON_SEEN_IDS}) << me_table[i].name;

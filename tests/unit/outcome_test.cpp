@@ -48,7 +48,7 @@ protected:
         raw.portID = port;
         raw.direction = 3;
         gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, id, &raw);
-        EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(268), &cmd), 0);
+        EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(me_class::gemctp), &cmd), 0);
     }
 
     static bytes frame(size_t tags, size_t length = 2000, u8 station = 1)
@@ -77,7 +77,7 @@ protected:
     {
         const sk_buff skb = packet_of(frame);
         gpon_walk_result walked = {};
-        walked.trace.step[0] = {268, ctp};
+        walked.trace.step[0] = {me_class::gemctp, ctp};
         EXPECT_EQ(gpon_rule_generate_trace(&skb, fwd_flag, &walked), 0);
     }
 
@@ -291,9 +291,9 @@ TEST_F(outcome, ends_with_each_change_of_the_store)
     learn(frame(0), 1, UP_UNI);
     send(frame(0), UP_UNI);
     const u64 before = gpon::current_generation();
-    const gpon_me_related_update link = {.class_id = 47,
+    const gpon_me_related_update link = {.class_id = me_class::mbpcd,
                                          .entity_id = 1,
-                                         .related_class_id = 11,
+                                         .related_class_id = me_class::pptp,
                                          .related_inst_id = 0x101,
                                          .msg_type = ZR_OMCI_MSG_TYPE_SET};
     EXPECT_EQ(gpon_flow_me_general_update(&link), 0);
@@ -310,7 +310,7 @@ void set_port_of_ctp_1()
     raw.portID = 77;
     raw.direction = 3;
     const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, 1, &raw);
-    EXPECT_EQ(gpon_flow_list_add_inst(gpon_flow_me_get_by_classid(268), &cmd), 0);
+    EXPECT_EQ(gpon_flow_list_add_inst(gpon_flow_me_get_by_classid(me_class::gemctp), &cmd), 0);
 }
 
 TEST_F(outcome, of_a_replay_during_which_the_store_changed_is_not_remembered)
@@ -323,7 +323,7 @@ TEST_F(outcome, of_a_replay_during_which_the_store_changed_is_not_remembered)
     const bytes sent = frame(1);
     const sk_buff skb = packet_of(sent);
     gpon_walk_result walked = {};
-    walked.trace = {{{268, 1}, {268, 20}}};
+    walked.trace = {{{me_class::gemctp, 1}, {me_class::gemctp, 20}}};
     EXPECT_EQ(gpon_rule_generate_trace(&skb, UP_ANI, &walked), 0);
     gpon::host::call_at_allocation(2, set_port_of_ctp_1);
     EXPECT_EQ(send(sent).port, port_of(1)) << "read before the change";
@@ -469,7 +469,7 @@ TEST_F(outcome, can_be_switched_off_on_the_host)
 
 TEST_F(outcome, a_walk_is_learnt_although_a_rule_is_lost_meanwhile)
 {
-    const gpon_rule_trace steps = {{{268, 1}}};
+    const gpon_rule_trace steps = {{{me_class::gemctp, 1}}};
     const u8 key[GPON_RULE_KEY_HEAD] = {1};
     const u64 began = gpon::current_store();
     const u64 generation = gpon::current_generation();
@@ -514,7 +514,7 @@ TEST_F(outcome, each_function_that_changes_the_store_is_one_change)
     const gpon_raw_mbsp raw = {
         .instID = 5, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
     const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 5, &raw);
-    const gpon_me_entry* bridges = gpon_flow_me_get_by_classid(45);
+    const gpon_me_entry* bridges = gpon_flow_me_get_by_classid(me_class::mbsp);
     for (const auto what : {"new", "replaced"}) {
         SCOPED_TRACE(what);
         const watched_changes seen;
@@ -523,9 +523,9 @@ TEST_F(outcome, each_function_that_changes_the_store_is_one_change)
     }
     {
         SCOPED_TRACE("link");
-        const gpon_me_related_update link = {.class_id = 47,
+        const gpon_me_related_update link = {.class_id = me_class::mbpcd,
                                              .entity_id = 1,
-                                             .related_class_id = 45,
+                                             .related_class_id = me_class::mbsp,
                                              .related_inst_id = 5,
                                              .msg_type = ZR_OMCI_MSG_TYPE_CREAT};
         const watched_changes seen;
@@ -571,7 +571,7 @@ TEST_F(outcome, an_operators_deletion_is_one_change_of_the_store)
 
 TEST_F(outcome, a_walk_is_learnt_only_while_the_store_keeps_its_number)
 {
-    const gpon_rule_trace steps = {{{268, 1}}};
+    const gpon_rule_trace steps = {{{me_class::gemctp, 1}}};
     const u8 key[GPON_RULE_KEY_HEAD] = {1};
     const u64 began = gpon::current_store();
     EXPECT_TRUE(gpon::is_at_rest(began));

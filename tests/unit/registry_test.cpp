@@ -49,7 +49,7 @@ TEST_F(class_table, rows_stand_in_their_fixed_order)
     for (u16 row = 1; row < GPON_ME_ROWS; ++row) {
         SCOPED_TRACE(rows[row - 1].name);
         const class_row& wanted = rows[row - 1];
-        EXPECT_EQ(me_table[row].class_id, wanted.class_id);
+        EXPECT_EQ(gpon::class_number(me_table[row].class_id), wanted.class_id);
         EXPECT_STREQ(me_table[row].name, wanted.name);
         EXPECT_EQ(me_table[row].explicit_create, wanted.explicit_create);
         EXPECT_EQ(me_table[row].list_info, wanted.list_info);
@@ -60,7 +60,7 @@ TEST_F(class_table, rows_stand_in_their_fixed_order)
 TEST_F(class_table, row_zero_is_empty)
 {
     const gpon_me_entry nothing = {};
-    EXPECT_EQ(me_table[0].class_id, 0);
+    EXPECT_EQ(me_table[0].class_id, me_class::none);
     EXPECT_STREQ(me_table[0].name, nothing.name);
     EXPECT_EQ(me_table[0].explicit_create, 0u);
     EXPECT_EQ(me_table[0].list_info, nullptr);
@@ -88,7 +88,7 @@ TEST_F(class_table, every_class_has_a_template_of_links_without_arrays)
         for (i32 i = 0; i < row.related_rows; ++i) {
             const gpon_me_related_info& link = row.list_info->related_info[i];
             EXPECT_EQ(link.related_ids, nullptr);
-            EXPECT_EQ(link.related_class_id == 0, i == row.related_rows - 1);
+            EXPECT_EQ(link.related_class_id == me_class::none, i == row.related_rows - 1);
         }
     }
 }
@@ -107,8 +107,10 @@ struct link_row {
 std::vector<link_row> links_of(const gpon_me_list_info& info)
 {
     std::vector<link_row> links;
-    for (const gpon_me_related_info* row = info.related_info; row->related_class_id; ++row)
-        links.push_back({row->related_class_id, row->name, row->related_inst_num});
+    for (const gpon_me_related_info* row = info.related_info;
+         row->related_class_id != me_class::none; ++row)
+        links.push_back(
+            {gpon::class_number(row->related_class_id), row->name, row->related_inst_num});
     return links;
 }
 
@@ -170,12 +172,13 @@ TEST_F(class_lookup, finds_the_mirrored_classes_and_no_other)
 {
     size_t found = 0;
     for (u32 id = 0; id <= 0xffff; ++id) {
-        const gpon_me_entry* entry = gpon_flow_me_get_by_classid(static_cast<u16>(id));
-        EXPECT_EQ(gpon::mirrored_class(static_cast<u16>(id)), entry);
+        const gpon_me_entry* entry =
+            gpon_flow_me_get_by_classid(gpon::to_me_class(static_cast<u16>(id)));
+        EXPECT_EQ(gpon::mirrored_class(gpon::to_me_class(static_cast<u16>(id))), entry);
         if (!entry)
             continue;
         ++found;
-        EXPECT_EQ(entry->class_id, id);
+        EXPECT_EQ(gpon::class_number(entry->class_id), id);
     }
     EXPECT_EQ(found, std::size(rows));
     EXPECT_THAT(log_lines(), IsEmpty());
@@ -183,16 +186,16 @@ TEST_F(class_lookup, finds_the_mirrored_classes_and_no_other)
 
 TEST_F(class_lookup, row_numbers_do_not_follow_class_numbers)
 {
-    EXPECT_EQ(gpon_flow_me_get_by_classid(329), &me_table[8]);
-    EXPECT_EQ(gpon_flow_me_get_by_classid(281), &me_table[9]);
-    EXPECT_EQ(gpon_flow_me_get_by_classid(262), &me_table[10]);
-    EXPECT_EQ(gpon_flow_me_get_by_classid(278), &me_table[11]);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(me_class::veip), &me_table[8]);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(me_class::multigemiw), &me_table[9]);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(me_class::tcont), &me_table[10]);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(me_class::ts), &me_table[11]);
 }
 
 TEST_F(class_lookup, traces_the_row_found)
 {
     gponDebugLevel = LOG_TRACE;
-    EXPECT_EQ(gpon_flow_me_get_by_classid(329), &me_table[8]);
+    EXPECT_EQ(gpon_flow_me_get_by_classid(me_class::veip), &me_table[8]);
     EXPECT_THAT(log_lines(), ElementsAre("***TRACE***[gpon_flow_me_get_by_classid][0]: classId = "
                                          "329, me_index = 8."));
 }
@@ -201,10 +204,10 @@ TEST_F(class_lookup, class_zero_and_the_neighbours_of_reserved_ranges_are_unknow
 {
     for (const u16 id : u16s{0, 1, 239, 256, 349, 400, 511}) {
         gponDebugLevel = LOG_ERROR;
-        EXPECT_EQ(gpon_flow_me_get_by_classid(id), nullptr);
+        EXPECT_EQ(gpon_flow_me_get_by_classid(gpon::to_me_class(id)), nullptr);
         EXPECT_THAT(log_lines(), IsEmpty()) << id;
         gponDebugLevel = LOG_TRACE;
-        EXPECT_EQ(gpon_flow_me_get_by_classid(id), nullptr);
+        EXPECT_EQ(gpon_flow_me_get_by_classid(gpon::to_me_class(id)), nullptr);
         EXPECT_THAT(log_lines(),
                     ElementsAre("***TRACE***[gpon_flow_me_get_by_classid][0]: classId = " +
                                 std::to_string(id) + ", me_index = 0."));
@@ -220,7 +223,7 @@ TEST_F(class_lookup, reserved_classes_are_refused_with_an_error)
         reserved.push_back(id);
     gponDebugLevel = LOG_ERROR | LOG_TRACE;
     for (const u16 id : reserved) {
-        EXPECT_EQ(gpon_flow_me_get_by_classid(id), nullptr);
+        EXPECT_EQ(gpon_flow_me_get_by_classid(gpon::to_me_class(id)), nullptr);
         EXPECT_THAT(log_lines(),
                     ElementsAre("***ERROR***[gpon_flow_me_get_by_classid][0]unkown reserved ME(" +
                                 std::to_string(id) + ") ."));

@@ -43,7 +43,7 @@ gpon_rule_trace steps_of(size_t count)
 {
     gpon_rule_trace trace = {};
     for (size_t i = 0; i < count; ++i)
-        trace.step[i] = {static_cast<u16>(11 + i), static_cast<u16>(0x100 + i)};
+        trace.step[i] = {gpon::to_me_class(static_cast<u16>(11 + i)), static_cast<u16>(0x100 + i)};
     return trace;
 }
 
@@ -145,7 +145,7 @@ TEST_F(rule_dump, shows_ten_steps_and_ends_before_the_first_empty_one)
         gpon_hash_clean_all_safe();
         gpon_rule_trace trace = steps_of(n);
         if (n < 9)
-            trace.step[n + 1] = {99, 99}; // behind the empty step
+            trace.step[n + 1] = {gpon::to_me_class(99), 99}; // behind the empty step
         learn(key_of(UP_UNI, 0), trace);
         const std::vector<std::string> lines = dump();
         ASSERT_EQ(lines.size(), 11u);

@@ -30,7 +30,7 @@ rule_key key_of(u32 number)
 gpon_rule_trace trace_of(u16 number)
 {
     gpon_rule_trace trace = {};
-    trace.step[0] = {11, number};
+    trace.step[0] = {me_class::pptp, number};
     return trace;
 }
 

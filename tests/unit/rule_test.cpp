@@ -54,8 +54,8 @@ protected:
     i32 learn(const sk_buff& skb, u16 fwd_flag, u16 number)
     {
         gpon_walk_result walked = {};
-        walked.trace.step[0] = {11, number};
-        walked.trace.step[9] = {268, number};
+        walked.trace.step[0] = {me_class::pptp, number};
+        walked.trace.step[9] = {me_class::gemctp, number};
         return gpon_rule_generate_trace(&skb, fwd_flag, &walked);
     }
 
@@ -68,8 +68,8 @@ protected:
         const u16 number = trace.step[0].instId;
         gpon_rule_trace wanted = {};
         if (answer == 0) {
-            wanted.step[0] = {11, number};
-            wanted.step[9] = {268, number};
+            wanted.step[0] = {me_class::pptp, number};
+            wanted.step[9] = {me_class::gemctp, number};
         }
         EXPECT_EQ(std::memcmp(&trace, &wanted, sizeof(trace)), 0);
         return answer == 0 ? number : answer;

@@ -51,8 +51,10 @@ inline std::vector<u16> recorded(const gpon_me_related_info& row)
 /* What instance `id` of a class has recorded of another class; empty without the instance. */
 inline std::vector<u16> recorded(u16 class_id, u16 id, u16 of_class)
 {
-    const gpon_me_inst* inst = find_inst(mirrored_class(class_id)->list_info->head, id);
-    return inst ? recorded(*find_row(inst->related, of_class)) : std::vector<u16>();
+    const gpon_me_inst* inst =
+        find_inst(mirrored_class(gpon::to_me_class(class_id))->list_info->head, id);
+    return inst ? recorded(*find_row(inst->related, gpon::to_me_class(of_class)))
+                : std::vector<u16>();
 }
 
 /* Prepares a result for the next read section: instances found in the last one are not valid. */

@@ -228,7 +228,7 @@ TEST_F(tracepoints, name_a_port_on_the_other_side)
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
     EXPECT_THAT(seen(), Contains("step 2 47/6 2"));
     gpon::test::create_bridge(8);
-    const gpon_fwd_info step = {47, 3, UP_ANI};
+    const gpon_fwd_info step = {me_class::mbpcd, 3, UP_ANI};
     const gpon::rcu_reader reader;
     EXPECT_EQ(gpon_pkt_general_forward(&skb, &step, &result), 0);
     EXPECT_THAT(seen(), Contains("step 1 47/3 1 other side"));
@@ -242,7 +242,7 @@ TEST_F(tracepoints, name_the_decision_of_a_mapper)
     mapper.pbit_GemIWTP[3] = 1;
     create(130, mapper);
     seen();
-    const gpon_fwd_info step = {266, 1, UP_ANI};
+    const gpon_fwd_info step = {me_class::gemiw, 1, UP_ANI};
     const gpon::rcu_reader reader;
     for (const u8 priority : {u8{2}, u8{3}}) {
         result = {};
@@ -332,7 +332,7 @@ TEST_F(tracepoints, of_a_walk_whose_step_fails_for_lack_of_memory)
 
 TEST_F(tracepoints, of_a_step_at_the_depth_limit)
 {
-    const gpon_fwd_info step = {45, 7, UP_ANI};
+    const gpon_fwd_info step = {me_class::mbsp, 7, UP_ANI};
     const gpon::rcu_reader reader;
     result.recurse_num = 9;
     EXPECT_EQ(gpon_pkt_general_forward(&skb, &step, &result), -1);
@@ -341,7 +341,7 @@ TEST_F(tracepoints, of_a_step_at_the_depth_limit)
 
 TEST_F(tracepoints, of_a_step_of_a_class_that_forwards_nothing)
 {
-    const gpon_fwd_info step = {84, 7, UP_ANI};
+    const gpon_fwd_info step = {me_class::vtfd, 7, UP_ANI};
     const gpon::rcu_reader reader;
     EXPECT_EQ(gpon_pkt_general_forward(&skb, &step, &result), -1);
     EXPECT_THAT(seen(), ElementsAre("step 1 84/7 0"));

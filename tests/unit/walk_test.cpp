@@ -19,7 +19,7 @@ class walk : public packet_fixture {
 protected:
     i32 step(u16 class_id, u16 inst_id, u16 fwd_flag)
     {
-        const gpon_fwd_info info = {class_id, inst_id, fwd_flag};
+        const gpon_fwd_info info = {gpon::to_me_class(class_id), inst_id, fwd_flag};
         const gpon::rcu_reader reader;
         gpon::test::forget_found(result);
         return gpon_pkt_general_forward(&skb, &info, &result);
@@ -32,7 +32,7 @@ TEST_F(walk, the_tenth_step_fails_with_its_line_at_any_level_and_writes_no_trace
     result.recurse_num = 9;
     EXPECT_EQ(step(45, 1, UP_ANI), -1);
     EXPECT_EQ(result.recurse_num, 9);
-    EXPECT_EQ(result.trace.step[9].classId, 0);
+    EXPECT_EQ(result.trace.step[9].classId, me_class::none);
     EXPECT_THAT(log_lines(), ElementsAre("[gpon_pkt_general_forward][0] end, Fail,recurse_num is "
                                          "MAX_RECURSION_NUM(10)"));
 }
@@ -43,7 +43,7 @@ TEST_F(walk, the_ninth_step_succeeds)
     result.recurse_num = 8;
     EXPECT_EQ(step(45, 1, UP_ANI), 0);
     EXPECT_EQ(result.recurse_num, 8);
-    EXPECT_EQ(result.trace.step[8].classId, 45);
+    EXPECT_EQ(result.trace.step[8].classId, me_class::mbsp);
     EXPECT_EQ(result.trace.step[8].instId, 1);
 }
 
@@ -70,7 +70,7 @@ TEST_F(walk, a_finished_walk_takes_no_further_step)
     EXPECT_EQ(step(45, 1, UP_ANI), 0);
     EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_pkt_general_forward][0] "
                                       "end,classId=45,instId=0x1,FLOW_PKT_FORWARD_DONE"));
-    EXPECT_EQ(result.trace.step[0].classId, 0);
+    EXPECT_EQ(result.trace.step[0].classId, me_class::none);
 }
 
 TEST_F(walk, a_class_without_forwarding_descriptor_fails_the_step)
@@ -83,7 +83,7 @@ TEST_F(walk, a_class_without_forwarding_descriptor_fails_the_step)
                                 std::to_string(class_id) +
                                 ") can not get the entry or without fwd_op."));
     }
-    EXPECT_EQ(result.trace.step[0].classId, 0);
+    EXPECT_EQ(result.trace.step[0].classId, me_class::none);
 }
 
 TEST_F(walk, a_class_without_forward_function_ends_the_branch)
@@ -92,7 +92,7 @@ TEST_F(walk, a_class_without_forward_function_ends_the_branch)
     for (const u16 class_id : u16s{262, 277, 278, 280}) {
         EXPECT_EQ(step(class_id, 3, UP_ANI), 0);
         EXPECT_EQ(result.ret_val, FLOW_PKT_NOT_FORWARD);
-        EXPECT_EQ(result.trace.step[0].classId, class_id);
+        EXPECT_EQ(result.trace.step[0].classId, gpon::to_me_class(class_id));
         EXPECT_THAT(log_lines(),
                     Contains("***TRACE***[gpon_pkt_general_forward][0] end, the classId(" +
                              std::to_string(class_id) + ") without next me operation."));
@@ -143,9 +143,9 @@ TEST_F(walk, upstream_a_port_with_an_unlinked_pptp_starts_at_its_veip)
         gponDebugLevel = 0;
         EXPECT_EQ(result.ret_val, FLOW_PKT_FORWARD_DONE);
         EXPECT_EQ(result.turn_inst_id, 1);
-        EXPECT_EQ(result.trace.step[0].classId, 329);
+        EXPECT_EQ(result.trace.step[0].classId, me_class::veip);
         EXPECT_EQ(result.trace.step[0].instId, 0x203);
-        EXPECT_EQ(result.trace.step[1].classId, 47);
+        EXPECT_EQ(result.trace.step[1].classId, me_class::mbpcd);
         EXPECT_EQ(result.trace.step[1].instId, 0x55);
     }
 }
@@ -161,7 +161,7 @@ TEST_F(walk, upstream_a_port_with_a_linked_pptp_needs_no_veip)
     log_lines();
     EXPECT_EQ(gpon_pkt_upstream_uni(&skb, &result), 0);
     EXPECT_THAT(log_lines(), IsEmpty());
-    EXPECT_EQ(result.trace.step[0].classId, 11);
+    EXPECT_EQ(result.trace.step[0].classId, me_class::pptp);
     EXPECT_EQ(result.trace.step[0].instId, 0x103);
     EXPECT_EQ(result.trace.step[1].instId, 0x55);
 }
@@ -185,7 +185,7 @@ TEST_F(walk, an_unknown_direction_fails)
 
 TEST_F(walk, null_packets_are_reported_by_each_function)
 {
-    const gpon_fwd_info info = {45, 1, UP_ANI};
+    const gpon_fwd_info info = {me_class::mbsp, 1, UP_ANI};
     gpon_rule_trace trace = {};
     gponDebugLevel = 1;
     EXPECT_EQ(gpon_pkt_general_flow_func(nullptr, UP_ANI), -1);
@@ -239,24 +239,24 @@ TEST_F(walk, a_query_without_memory_does_not_try_the_same_instance_again)
 TEST_F(walk, a_replay_stops_at_a_class_that_is_no_step)
 {
     for (const u16 class_id : u16s{84, 2}) {
-        result.trace.step[0] = {class_id, 1};
-        result.trace.step[1] = {45, 1};
-        gpon_fwd_info info = {0, 0, UP_ANI};
+        result.trace.step[0] = {gpon::to_me_class(class_id), 1};
+        result.trace.step[1] = {me_class::mbsp, 1};
+        gpon_fwd_info info = {me_class::none, 0, UP_ANI};
         gponDebugLevel = 3;
         EXPECT_FALSE(gpon_pkt_quick_forward(&skb, &info, &result));
         EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_quick_forward][0] end, the "
                                              "classId(" +
                                              std::to_string(class_id) +
                                              ") can not get the entry or without fwd_op."));
-        EXPECT_EQ(info.classId, class_id);
+        EXPECT_EQ(info.classId, gpon::to_me_class(class_id));
     }
 }
 
 TEST_F(walk, a_replay_of_ten_steps_ends_without_an_end_mark)
 {
     for (gpon_trace_step& learnt : result.trace.step)
-        learnt = {45, 1};
-    gpon_fwd_info info = {0, 0, UP_ANI};
+        learnt = {me_class::mbsp, 1};
+    gpon_fwd_info info = {me_class::none, 0, UP_ANI};
     gponDebugLevel = 3;
     EXPECT_TRUE(gpon_pkt_quick_forward(&skb, &info, &result));
     EXPECT_THAT(log_lines(), IsEmpty());

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "tool/model/omci_command.h"
+#include "tool/model/bytes.h"
 
 namespace gponflow {
 

@@ -59,7 +59,7 @@ json json_of(const finding& one)
             {"kind", one.rule},
             {"clause", find_rule(one.rule)->clause},
             {"class", fields ? fields->name : ""},
-            {"class_id", one.id.class_id},
+            {"class_id", gpon::class_number(one.id.class_id)},
             {"instance", one.id.instance},
             {"line", one.line},
             {"reason", one.reason},

@@ -14,7 +14,7 @@ namespace {
 constexpr std::array path_classes = {me_class::mbsp, me_class::mapper, me_class::gemiw,
                                      me_class::multigemiw, me_class::gemctp};
 
-bool is_scheduling(uint16_t class_id)
+bool is_scheduling(me_class class_id)
 {
     const class_record* known = find_me_class(class_id);
     return known && known->scheduling;
@@ -74,7 +74,7 @@ std::set<me_id> named_instances(const line_model& entities)
 void check_reachable(const line_model& entities, finding_list& found)
 {
     const std::set<me_id> named = named_instances(entities);
-    for (const uint16_t class_id : path_classes)
+    for (const me_class class_id : path_classes)
         for (const me_instance& one : entities.instances(class_id))
             if (!named.contains(one.id))
                 found.add(one, "unreachable", "no instance points at it: no frame reaches it",

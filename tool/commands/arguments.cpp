@@ -33,10 +33,11 @@ uint64_t read_number(const std::string& name, const std::string& word, uint64_t 
                      [&](const value& from) { return read_unsigned(from, most, least); });
 }
 
-uint16_t read_class(const std::string& word)
+me_class read_class(const std::string& word)
 {
     if (looks_like_number(word)) {
-        const auto id = static_cast<uint16_t>(read_number("class", word, UINT16_MAX));
+        const auto number = static_cast<uint16_t>(read_number("class", word, UINT16_MAX));
+        const me_class id = gpon::to_me_class(number);
         if (find_me_class(id))
             return id;
         throw CLI::ValidationError("class " + in_quotes(word) + ": not supported by the module");

@@ -10,10 +10,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include "include/me_class_id.h"
+
 namespace gponflow {
 
 /// A class of the module by name, in any letter case, or by number.
-[[nodiscard]] uint16_t read_class(const std::string& word);
+[[nodiscard]] me_class read_class(const std::string& word);
 
 /// An instance id, decimal or hexadecimal after 0x.
 [[nodiscard]] uint16_t read_instance(const std::string& word);

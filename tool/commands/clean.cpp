@@ -60,7 +60,8 @@ void add_clean_me(operator_group& clean)
             throw std::runtime_error("clean me takes a class and an instance, or --all");
         if (choice->all)
             return operator_lines{"clean raw_data"};
-        return operator_lines{"clean raw_data " + std::to_string(read_class(choice->class_word)) +
+        return operator_lines{"clean raw_data " +
+                              std::to_string(gpon::class_number(read_class(choice->class_word))) +
                               " " + hex_digits(read_instance(choice->instance))};
     });
     sub->add_option("CLASS", choice->class_word, "Class name or number");

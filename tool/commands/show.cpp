@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 
+#include "include/me_class_id.h"
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
@@ -19,7 +20,7 @@ struct show_request {
     live_source source;
     bool json = false;
     bool table = false;
-    std::vector<uint16_t> classes;
+    std::vector<me_class> classes;
     std::optional<uint16_t> instance;
     std::string direction;
 };

@@ -18,7 +18,7 @@ constexpr const char* does_not_exist = "it does not exist";
 constexpr const char* downstream_only = "its direction is 2, downstream only";
 constexpr const char* path_ends = "the path ends here";
 
-const me_instance* first_related(const line_model& entities, me_id from, uint16_t class_id)
+const me_instance* first_related(const line_model& entities, me_id from, me_class class_id)
 {
     const std::vector<me_id> all = entities.related(from, class_id);
     return all.empty() ? nullptr : entities.find(all.front());
@@ -92,12 +92,6 @@ std::string hex_text(unsigned value, int digits)
     char text[16];
     std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
     return text;
-}
-
-std::string class_text(unsigned class_id)
-{
-    const std::string text = to_text(me_id{static_cast<uint16_t>(class_id), 0});
-    return text.substr(0, text.find(" 0x"));
 }
 
 int dscp_of(const bytes& frame)

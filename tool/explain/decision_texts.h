@@ -39,9 +39,6 @@ constexpr const char* tags_hidden = "its tags are not in the capture";
 /// "0x0011".
 [[nodiscard]] std::string hex_text(unsigned value, int digits = 4);
 
-/// "GEM_PORT_CTP".
-[[nodiscard]] std::string class_text(unsigned class_id);
-
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
 /// that bridge port. Empty if the entities have none.
 [[nodiscard]] std::string filter_text(const line_model& entities, me_id port, unsigned tci,

@@ -28,7 +28,7 @@ bool has_header(const gpon_trace_record& event)
 
 // How frames pass through a class; null if they do not. The module's own look-up needs a loaded
 // module, and this process may have none.
-const gpon_me_fwd_op* passage_of(uint16_t class_id)
+const gpon_me_fwd_op* passage_of(me_class class_id)
 {
     const auto entry = std::ranges::find(me_table, class_id, &gpon_me_entry::class_id);
     return entry == std::end(me_table) ? nullptr : entry->fwd_op;
@@ -36,15 +36,16 @@ const gpon_me_fwd_op* passage_of(uint16_t class_id)
 
 // "no GEM_INTERWORK_TP or 802_1P_MAPPER": the classes that a step leads to in this direction.
 // Empty if it leads to none.
-std::string missing_text(uint16_t class_id, unsigned direction)
+std::string missing_text(me_class class_id, unsigned direction)
 {
     const gpon_me_fwd_op* passage = passage_of(class_id);
     if (!passage || !passage->next_classes)
         return {};
     std::string text;
-    for (const gpon_me_next_class* next = passage->next_classes; next->class_id != 0; ++next)
+    for (const gpon_me_next_class* next = passage->next_classes; next->class_id != me_class::none;
+         ++next)
         if (next->flags & direction)
-            text += (text.empty() ? "no " : " or ") + class_text(next->class_id);
+            text += (text.empty() ? "no " : " or ") + class_name(next->class_id);
     return text;
 }
 
@@ -143,7 +144,7 @@ private:
     {
         record_.ran = true;
         walk_step& step = record_.steps.emplace_back();
-        step.at = {event.step.class_id, event.step.inst_id};
+        step.at = {gpon::to_me_class(event.step.class_id), event.step.inst_id};
         step.depth = event.step.depth - 1u;
         decide(step, event.step.decision);
         return step;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t most_named = 3;
 
-const me_instance* related_instance(const line_model& entities, me_id from, uint16_t class_id)
+const me_instance* related_instance(const line_model& entities, me_id from, me_class class_id)
 {
     const std::vector<me_id> all = entities.related(from, class_id);
     return all.empty() ? nullptr : entities.find(all.front());

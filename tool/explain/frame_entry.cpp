@@ -85,7 +85,7 @@ bool has_bridge_port(const line_model& entities, const uni_port& uni)
 std::vector<uni_port> uni_ports(const line_model& entities)
 {
     std::vector<uni_port> ports;
-    for (const uint16_t class_id : {uint16_t{me_class::pptp}, uint16_t{me_class::veip}})
+    for (const me_class class_id : {me_class::pptp, me_class::veip})
         for (const me_instance& one : entities.instances(class_id)) {
             const auto number = static_cast<uint16_t>(one.id.instance & 0xff);
             if (number < 16)

@@ -49,11 +49,11 @@ std::set<size_t> shown_steps(const explanation& half, std::optional<uint16_t> br
     return shown;
 }
 
-std::string plural_of(uint16_t class_id)
+std::string plural_of(me_class class_id)
 {
     if (class_id == me_class::mbpcd)
         return "port";
-    return class_id == me_class::gemiw ? "GEM interworking point" : class_text(class_id);
+    return class_id == me_class::gemiw ? "GEM interworking point" : class_name(class_id);
 }
 
 // "61 ports of other bridges: their VLAN filters drop the frame".

@@ -15,7 +15,7 @@ namespace {
 std::optional<me_id> uni_of(const line_model& entities, const packet_options& options)
 {
     const uint32_t port = options.port_word >> 4 & 15;
-    for (const uint16_t class_id : {uint16_t{me_class::pptp}, uint16_t{me_class::veip}})
+    for (const me_class class_id : {me_class::pptp, me_class::veip})
         for (const me_instance& one : entities.instances(class_id))
             if ((one.id.instance & 0xff) == port)
                 return one.id;

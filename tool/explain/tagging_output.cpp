@@ -15,8 +15,9 @@ namespace {
 json instance_json(me_id id)
 {
     const class_record* known = find_me_class(id.class_id);
-    return {
-        {"class", known ? known->name : ""}, {"class_id", id.class_id}, {"instance", id.instance}};
+    return {{"class", known ? known->name : ""},
+            {"class_id", gpon::class_number(id.class_id)},
+            {"instance", id.instance}};
 }
 
 json step_json(const tag_step& step)

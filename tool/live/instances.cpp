@@ -44,7 +44,8 @@ public:
     {
         static const pattern title(R"(dump (\w+)\(classId = (\d+)\):\s*)");
         if (const std::optional<pattern_match> found = title.match(line)) {
-            class_ = find_me_class(static_cast<uint16_t>(std::stoul((*found)[2])));
+            class_ =
+                find_me_class(gpon::to_me_class(static_cast<uint16_t>(std::stoul((*found)[2]))));
             titles_.clear();
             open_ = false;
         } else if (!class_ || is_rule(line)) {

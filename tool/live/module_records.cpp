@@ -67,11 +67,11 @@ dumped_attribute attribute_of(const gpon_me_field& field, const gpon_seen_instan
 }
 
 // The name of the class's row for links from that class.
-dumped_link link_of(const class_record& known, uint16_t from_class)
+dumped_link link_of(const class_record& known, me_class from_class)
 {
     const auto row = std::ranges::find(known.links, from_class, &recordable_links::class_id);
     if (row == known.links.end())
-        return {std::to_string(from_class), false, false, {}};
+        return {std::to_string(gpon::class_number(from_class)), false, false, {}};
     return {std::string(row->name), row->capacity > 1, false, {}};
 }
 
@@ -86,15 +86,15 @@ template <typename T, typename U> void lists_last(std::vector<T>& all, U is_list
 dumped_instance instance_of(const gpon_seen_instance& seen)
 {
     dumped_instance result;
-    result.id = {seen.class_id, seen.inst_id};
-    const class_record* known = find_me_class(seen.class_id);
+    result.id = {gpon::to_me_class(seen.class_id), seen.inst_id};
+    const class_record* known = find_me_class(result.id.class_id);
     if (!known)
         return result;
     for (const gpon_me_field& field : known->fields)
         result.attributes.push_back(attribute_of(field, seen));
     const unsigned short* ids = seen.id;
     for (unsigned row = 0; row < std::min<unsigned>(seen.rows, GPON_SEEN_ROWS); ++row) {
-        dumped_link link = link_of(*known, seen.row_class[row]);
+        dumped_link link = link_of(*known, gpon::to_me_class(seen.row_class[row]));
         link.instances.assign(ids, ids + seen.row_ids[row]);
         ids += seen.row_ids[row];
         result.links.push_back(std::move(link));
@@ -113,7 +113,7 @@ seen_rule rule_of(const gpon_seen_rule& seen)
         result.rule.key.tags.push_back({seen.tpid[i], seen.tci[i]});
     result.rule.key.direction = gpon::direction_name(seen.direction);
     for (size_t i = 0; i < std::min<size_t>(seen.steps, GPON_SEEN_STEPS); ++i)
-        result.rule.steps.push_back({seen.class_id[i], seen.inst_id[i]});
+        result.rule.steps.push_back({gpon::to_me_class(seen.class_id[i]), seen.inst_id[i]});
     result.rule.hash = hash_of(seen);
     result.hits = seen.hits;
     result.idle = seen.idle;
@@ -130,7 +130,7 @@ module_change change_of(const gpon_event& event, uint32_t number)
     result.buckets = event.buckets;
     if (event.kind == GPON_EVENT_INSTANCE_CHANGED) {
         result.about = module_change::subject::instance;
-        result.instance = {event.class_id, event.inst_id};
+        result.instance = {gpon::to_me_class(event.class_id), event.inst_id};
     } else if (event.kind == GPON_EVENT_TABLE_GROWN) {
         result.about = module_change::subject::table;
     } else {

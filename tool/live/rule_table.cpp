@@ -41,7 +41,7 @@ std::vector<me_id> read_steps(std::string_view text)
     static const pattern step(R"(->(\d+)\((0x[0-9a-f]+)\))");
     std::vector<me_id> steps;
     while (const std::optional<pattern_match> found = step.search(text)) {
-        steps.push_back({static_cast<uint16_t>(number((*found)[1])),
+        steps.push_back({gpon::to_me_class(static_cast<uint16_t>(number((*found)[1]))),
                          static_cast<uint16_t>(number((*found)[2], 16))});
         text.remove_prefix(found->position + (*found)[0].size());
     }

@@ -16,7 +16,7 @@ json json_of(me_id id)
 {
     const class_record* fields = find_me_class(id.class_id);
     return {{"class", fields ? fields->name : ""},
-            {"class_id", id.class_id},
+            {"class_id", gpon::class_number(id.class_id)},
             {"instance", id.instance}};
 }
 

@@ -91,7 +91,7 @@ void print_instances(const std::vector<dumped_instance>& all, std::ostream& out,
         const text_table table = table_of(fields, all);
         if (table.rows.empty())
             continue;
-        out << colours.heading(fields.name) << " (class " << fields.id << ")\n";
+        out << colours.heading(fields.name) << " (class " << gpon::class_number(fields.id) << ")\n";
         table.print(out, {}, "  ");
     }
     out << counted(all.size(), "instance") << '\n';
@@ -110,7 +110,7 @@ void print_status(const module_status& status, std::ostream& out, const palette&
         << "\nrules      " << status.rules.total << " in " << status.rules.buckets
         << " buckets; the table grows at " << status.rules.threshold << "\ninstances  "
         << status.instances.size() << '\n';
-    std::map<uint16_t, size_t> counts;
+    std::map<me_class, size_t> counts;
     for (const dumped_instance& one : status.instances)
         ++counts[one.id.class_id];
     for (const class_record& fields : me_classes())

@@ -165,7 +165,7 @@ private:
     std::string text_;
 };
 
-std::string instance_text(uint16_t class_id, uint16_t instance)
+std::string instance_text(me_class class_id, uint16_t instance)
 {
     return to_text(me_id{class_id, instance});
 }

@@ -261,7 +261,7 @@ void append(carried_frame& first, carried_frame then)
 std::vector<leaving_frame> carry_to_unis(const line_model& entities, const std::vector<me_id>& path,
                                          const bytes& frame)
 {
-    const auto port = std::ranges::find(path, uint16_t{me_class::mbpcd}, &me_id::class_id);
+    const auto port = std::ranges::find(path, me_class::mbpcd, &me_id::class_id);
     const me_instance* me = port == path.end() ? nullptr : entities.find(*port);
     if (!me)
         return {};

@@ -29,7 +29,8 @@ constexpr gpon_me_field default_configuration_fields[] = {
 std::vector<recordable_links> links_of(const gpon_me_list_info& info)
 {
     std::vector<recordable_links> links;
-    for (const gpon_me_related_info* row = info.related_info; row->related_class_id != 0; ++row)
+    for (const gpon_me_related_info* row = info.related_info;
+         row->related_class_id != me_class::none; ++row)
         links.push_back(
             {row->related_class_id, static_cast<size_t>(row->related_inst_num), row->name});
     return links;
@@ -77,7 +78,7 @@ std::span<const class_record> me_classes()
     return all;
 }
 
-const class_record* find_me_class(uint16_t id)
+const class_record* find_me_class(me_class id)
 {
     return find_if([id](const class_record& one) { return one.id == id; });
 }
@@ -85,6 +86,12 @@ const class_record* find_me_class(uint16_t id)
 const class_record* find_me_class(std::string_view name)
 {
     return find_if([name](const class_record& one) { return same_letters(one.name, name); });
+}
+
+std::string class_name(me_class id)
+{
+    const class_record* known = find_me_class(id);
+    return known ? std::string(known->name) : "class " + std::to_string(gpon::class_number(id));
 }
 
 std::span<const gpon_me_field> cfg_fields()

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,14 +15,14 @@ namespace gponflow {
 
 /// Instances of a class that an instance records as pointing at it.
 struct recordable_links {
-    uint16_t class_id;
+    me_class class_id;
     size_t capacity;       ///< instances; above 1 the module prints a list
     std::string_view name; ///< of the dump's column or list
 };
 
 /// One class of the module's class table.
 struct class_record {
-    uint16_t id;
+    me_class id;
     std::string_view name;                     ///< "802_1P_MAPPER"
     size_t raw_size;                           ///< bytes of the raw attribute record
     bool created_by_links;                     ///< a link to a missing instance creates it
@@ -37,10 +38,13 @@ struct class_record {
 [[nodiscard]] std::span<const class_record> me_classes();
 
 /// Null if the class table does not contain the class.
-[[nodiscard]] const class_record* find_me_class(uint16_t id);
+[[nodiscard]] const class_record* find_me_class(me_class id);
 
 /// The same by name, case insensitive.
 [[nodiscard]] const class_record* find_me_class(std::string_view name);
+
+/// The name of the class, or "class 300" for one that the class table does not contain.
+[[nodiscard]] std::string class_name(me_class id);
 
 /// The fields of gpon_flow_cfg_data that the module reads.
 [[nodiscard]] std::span<const gpon_me_field> cfg_fields();

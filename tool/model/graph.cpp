@@ -15,7 +15,7 @@ namespace gponflow {
 namespace {
 
 struct look {
-    uint16_t class_id;
+    me_class class_id;
     const char* shape;
     const char* colour;
 };
@@ -34,7 +34,7 @@ constexpr look looks[] = {
 
 constexpr look default_look = {me_class::none, "box", "#ffffff"};
 
-const look& look_of(uint16_t class_id)
+const look& look_of(me_class class_id)
 {
     const auto* found = std::ranges::find(looks, class_id, &look::class_id);
     return found == std::end(looks) ? default_look : *found;

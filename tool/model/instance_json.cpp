@@ -20,8 +20,9 @@ unsigned value_at(const me_instance& me, size_t at, size_t width)
 json id_json(me_id id)
 {
     const class_record* known = find_me_class(id.class_id);
-    return {
-        {"class", known ? known->name : ""}, {"class_id", id.class_id}, {"instance", id.instance}};
+    return {{"class", known ? known->name : ""},
+            {"class_id", gpon::class_number(id.class_id)},
+            {"instance", id.instance}};
 }
 
 json attributes_json(const me_instance& me)

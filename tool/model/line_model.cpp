@@ -50,11 +50,10 @@ std::string to_text(me_id me)
 {
     char id[8];
     std::snprintf(id, sizeof(id), "0x%04x", me.instance);
-    const class_record* known = find_me_class(me.class_id);
-    return (known ? std::string(known->name) : "class " + std::to_string(me.class_id)) + " " + id;
+    return class_name(me.class_id) + " " + id;
 }
 
-const recorded_row* me_instance::row_of(uint16_t class_id) const
+const recorded_row* me_instance::row_of(me_class class_id) const
 {
     const auto found = std::ranges::find(rows, class_id, &recorded_row::class_id);
     return found == rows.end() ? nullptr : &*found;
@@ -109,7 +108,7 @@ std::vector<me_id> line_model::tag_operations() const
     std::vector<me_id> all;
     for (const auto& [id, known] : operations_)
         all.push_back(id);
-    for (const uint16_t class_id : {me_class::vtocd, me_class::evtocd})
+    for (const me_class class_id : {me_class::vtocd, me_class::evtocd})
         for (const me_instance& one : instances(class_id))
             if (!operations_.contains(one.id))
                 all.push_back(one.id);
@@ -170,7 +169,7 @@ void line_model::remove(const me_command& command)
 }
 
 // After a deletion, which moves the instances behind it.
-void line_model::number_places(uint16_t class_id)
+void line_model::number_places(me_class class_id)
 {
     std::unordered_map<uint16_t, size_t>& places = places_[class_id];
     const std::vector<me_instance>& list = classes_[class_id];
@@ -211,7 +210,7 @@ me_instance& line_model::add(me_id id, const class_record& known, unsigned line)
     return list.emplace_back(std::move(made));
 }
 
-const std::vector<me_instance>& line_model::instances(uint16_t class_id) const
+const std::vector<me_instance>& line_model::instances(me_class class_id) const
 {
     static const std::vector<me_instance> none;
     const auto found = classes_.find(class_id);
@@ -249,7 +248,7 @@ std::vector<me_pointer> line_model::pointers(const me_instance& from) const
     if (!known || from.automatic || from.raw.size() < known->raw_size)
         return result;
     for (const gpon_me_pointer& pointer : known->pointers) {
-        const uint16_t target = gpon::target_class(pointer, from.raw.data(), configuration_);
+        const me_class target = gpon::target_class(pointer, from.raw.data(), configuration_);
         if (target == me_class::none)
             continue;
         for (unsigned i = 0; i < pointer.field.count; ++i) {
@@ -277,7 +276,7 @@ pointer_state line_model::state(const me_pointer& pointer) const
                                                : pointer_state::overflowed;
 }
 
-std::vector<me_id> line_model::related(me_id from, uint16_t class_id) const
+std::vector<me_id> line_model::related(me_id from, me_class class_id) const
 {
     std::vector<me_id> result;
     if (const me_instance* holder = find(from))

@@ -24,7 +24,7 @@ namespace gponflow {
 
 /// One managed entity.
 struct me_id {
-    uint16_t class_id = 0;
+    me_class class_id = me_class::none;
     uint16_t instance = 0;
 
     auto operator<=>(const me_id&) const = default;
@@ -38,7 +38,7 @@ enum gem_direction : uint32_t { gem_upstream = 1, gem_downstream = 2, gem_both =
 
 /// The instances of one class that the module has recorded as pointing at an instance.
 struct recorded_row {
-    uint16_t class_id = 0;
+    me_class class_id = me_class::none;
     size_t places = 0;
     std::vector<uint16_t> instances; ///< at most `places`, in the order of recording
 };
@@ -59,7 +59,7 @@ struct me_instance {
     }
 
     /// Null if the class records no instances of that class.
-    [[nodiscard]] const recorded_row* row_of(uint16_t class_id) const;
+    [[nodiscard]] const recorded_row* row_of(me_class class_id) const;
     /// Whether the module has recorded that this instance is pointed at by `from`.
     [[nodiscard]] bool records(me_id from) const;
 };
@@ -99,7 +99,7 @@ public:
     void restore(me_instance instance);
 
     /// In the order of the module's list; empty for a class without instances.
-    [[nodiscard]] const std::vector<me_instance>& instances(uint16_t class_id) const;
+    [[nodiscard]] const std::vector<me_instance>& instances(me_class class_id) const;
     /// All instances, by class in the order of the class table.
     [[nodiscard]] std::vector<const me_instance*> all() const;
     /// Null without such an instance.
@@ -110,7 +110,7 @@ public:
     [[nodiscard]] pointer_state state(const me_pointer& pointer) const;
     /// Instances of a class that a walk can reach from one, in the order in which it tries them:
     /// ids that the instance has recorded, then instances that have recorded it.
-    [[nodiscard]] std::vector<me_id> related(me_id from, uint16_t class_id) const;
+    [[nodiscard]] std::vector<me_id> related(me_id from, me_class class_id) const;
 
     /// Tagging operations of both classes, those without facts included, by class and id.
     [[nodiscard]] std::vector<me_id> tag_operations() const;
@@ -128,10 +128,10 @@ private:
     void remove(const me_command& command);
     void report(const me_pointer& pointer, uint8_t message, unsigned line);
 
-    void number_places(uint16_t class_id);
+    void number_places(me_class class_id);
 
-    std::map<uint16_t, std::vector<me_instance>> classes_;
-    std::map<uint16_t, std::unordered_map<uint16_t, size_t>> places_; ///< by class and instance
+    std::map<me_class, std::vector<me_instance>> classes_;
+    std::map<me_class, std::unordered_map<uint16_t, size_t>> places_; ///< by class and instance
     struct operation_facts {
         tag_operation operation;
         unsigned line = 0;

@@ -4,15 +4,15 @@
 
 #include <cstdint>
 #include <optional>
-#include <vector>
+
+#include "include/me_class_id.h"
+#include "tool/model/bytes.h"
 
 namespace gponflow {
 
-using bytes = std::vector<uint8_t>;
-
 struct me_command {
     uint8_t message = 0; ///< OMCI message type
-    uint16_t class_id = 0;
+    me_class class_id = me_class::none;
     uint16_t instance = 0;
     uint16_t mask = 0xffff;
     std::optional<bytes> raw; ///< the raw attribute record; none: a null pointer

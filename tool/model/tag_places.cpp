@@ -9,12 +9,11 @@ namespace {
 
 // An operation of class 78 without another association belongs to the UNI with its id, on some ONUs
 // to the bridge port. The most likely comes first.
-constexpr std::array<uint16_t, 3> same_id_classes = {me_class::pptp, me_class::veip,
-                                                     me_class::mbpcd};
+constexpr std::array same_id_classes = {me_class::pptp, me_class::veip, me_class::mbpcd};
 
 std::optional<me_id> with_same_id(const line_model& entities, me_id operation)
 {
-    for (const uint16_t class_id : same_id_classes)
+    for (const me_class class_id : same_id_classes)
         if (entities.find({class_id, operation.instance}))
             return me_id{class_id, operation.instance};
     return {};
@@ -29,7 +28,7 @@ std::optional<me_id> place_of(const line_model& entities, me_id operation)
         return with_same_id(entities, operation);
     if (!known)
         return {};
-    const uint16_t class_id = associated_class(*known);
+    const me_class class_id = associated_class(*known);
     if (class_id == me_class::none)
         return {};
     return me_id{class_id, known->associated};

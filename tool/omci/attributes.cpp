@@ -222,6 +222,18 @@ constexpr attribute_class classes[] = {
     {me_class::multigemiw, "multicast GEM interworking TP", multicast_gem_interworking_tp},
     {me_class::veip, "virtual Ethernet interface point", virtual_ethernet_interface_point},
 };
+static_assert(std::ranges::is_sorted(classes, {}, &attribute_class::id));
+
+constexpr const attribute_class* find(me_class id)
+{
+    const auto* found = std::ranges::find(classes, id, &attribute_class::id);
+    return found == std::end(classes) ? nullptr : found;
+}
+
+#define GPON_WALKED(class_id, short_name, ...) \
+    static_assert(find(me_class::short_name), "class without attributes: " #short_name);
+#define GPON_STORED(class_id, short_name, ...) GPON_WALKED(class_id, short_name)
+#include "include/me_classes.def"
 
 } // namespace
 
@@ -230,10 +242,9 @@ std::span<const attribute_class> attribute_classes()
     return classes;
 }
 
-const attribute_class* find_attribute_class(uint16_t id)
+const attribute_class* find_attribute_class(me_class id)
 {
-    const auto* found = std::ranges::find(classes, id, &attribute_class::id);
-    return found == std::end(classes) ? nullptr : found;
+    return find(id);
 }
 
 uint16_t set_by_create_mask(const attribute_class& cls)

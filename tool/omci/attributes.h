@@ -14,6 +14,8 @@
 #include <string>
 #include <string_view>
 
+#include "include/me_class_id.h"
+
 namespace gponflow::omci {
 
 /// One attribute in OMCI order.
@@ -28,7 +30,7 @@ struct attribute {
 
 /// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.
 struct attribute_class {
-    uint16_t id;
+    me_class id;
     std::string_view name; ///< for people, after G.988
     std::span<const attribute> attributes;
 };
@@ -45,7 +47,7 @@ constexpr size_t attributes_per_mask = 16;
 [[nodiscard]] std::span<const attribute_class> attribute_classes();
 
 /// Null when the module does not mirror the class.
-[[nodiscard]] const attribute_class* find_attribute_class(uint16_t id);
+[[nodiscard]] const attribute_class* find_attribute_class(me_class id);
 
 /// All attributes that a create carries: the mask that goes with a create.
 [[nodiscard]] uint16_t set_by_create_mask(const attribute_class& cls);

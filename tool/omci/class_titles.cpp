@@ -11,7 +11,7 @@ namespace gponflow::omci {
 namespace {
 
 struct title {
-    uint16_t id;
+    uint16_t number;
     std::string_view name;
 };
 
@@ -73,14 +73,15 @@ constexpr title titles[] = {
 
 } // namespace
 
-std::string class_title(uint16_t id)
+std::string class_title(me_class id)
 {
     if (const attribute_class* mirrored = find_attribute_class(id))
         return std::string(mirrored->name);
-    const auto* found = std::ranges::find(titles, id, &title::id);
+    const uint16_t number = gpon::class_number(id);
+    const auto* found = std::ranges::find(titles, number, &title::number);
     if (found != std::end(titles))
         return std::string(found->name);
-    return "class " + std::to_string(id);
+    return "class " + std::to_string(number);
 }
 
 } // namespace gponflow::omci

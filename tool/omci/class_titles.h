@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <string>
 
+#include "include/me_class_id.h"
+
 namespace gponflow::omci {
 
 /// "MAC bridge service profile", also for common classes that are not mirrored; "class 999" for
 /// the others.
-[[nodiscard]] std::string class_title(uint16_t id);
+[[nodiscard]] std::string class_title(me_class id);
 
 } // namespace gponflow::omci

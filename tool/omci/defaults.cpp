@@ -11,7 +11,7 @@ namespace gponflow::omci {
 
 namespace {
 
-constexpr uint16_t onu_g = 256;
+constexpr me_class onu_g = gpon::to_me_class(256);
 constexpr size_t traffic_management_option = 3;
 constexpr size_t related_port = 5;
 
@@ -36,7 +36,7 @@ const attribute_class& onu_g_class()
     return onu_g_table;
 }
 
-void default_configuration::learn(uint16_t class_id, uint16_t instance, const value_list& list)
+void default_configuration::learn(me_class class_id, uint16_t instance, const value_list& list)
 {
     if (class_id == onu_g) {
         const auto option = find_value(list, traffic_management_option);

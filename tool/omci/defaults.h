@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "include/me_class_id.h"
 #include "tool/omci/attributes.h"
 #include "tool/omci/mib.h"
 
@@ -17,7 +18,7 @@ namespace gponflow::omci {
 class default_configuration {
 public:
     /// Takes what an ONU reports about ONU-G and its priority queues; other classes are ignored.
-    void learn(uint16_t class_id, uint16_t instance, const value_list& list);
+    void learn(me_class class_id, uint16_t instance, const value_list& list);
 
     /// A `config` line, empty if nothing was learnt. The boundary between related ports of UNIs
     /// and of T-CONTs is below the upstream queues, which have the first bit of their id set

@@ -92,7 +92,7 @@ message decode_header(std::span<const uint8_t> bytes)
     msg.acknowledgement = (bytes[2] & 0x20) != 0;
     msg.type = bytes[2] & 0x1f;
     msg.extended = bytes[3] == extended_device;
-    msg.class_id = read_u16(bytes, 4);
+    msg.class_id = gpon::to_me_class(read_u16(bytes, 4));
     msg.instance = read_u16(bytes, 6);
     return msg;
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "include/me_class_id.h"
+
 namespace gponflow::omci {
 
 /// G.988 table 11.2.2-1: the actions that the conversion distinguishes.
@@ -31,7 +33,7 @@ struct message {
     bool acknowledge_requested = false; ///< AR: the sender waits for a response
     bool acknowledgement = false;       ///< AK: this is a response, from the ONU
     bool extended = false;              ///< device identifier 0x0b instead of 0x0a
-    uint16_t class_id = 0;
+    me_class class_id = me_class::none;
     uint16_t instance = 0;
     std::span<const uint8_t> content; ///< 32 bytes in the baseline set
 };

@@ -22,7 +22,7 @@ constexpr size_t get_value_bytes = 25;
 
 enum class source { upload, get };
 
-void count_unmirrored(report_destination to, uint16_t class_id, uint16_t instance, uint16_t mask)
+void count_unmirrored(report_destination to, me_class class_id, uint16_t instance, uint16_t mask)
 {
     upload_count& count = to.uploads.unmirrored[class_id];
     count.instances.insert(instance);
@@ -42,7 +42,7 @@ std::string begin_table(report_destination to, uint16_t instance, const value_li
     return {};
 }
 
-std::string learn_values(report_destination to, source from, uint16_t class_id, uint16_t instance,
+std::string learn_values(report_destination to, source from, me_class class_id, uint16_t instance,
                          uint16_t mask, std::span<const uint8_t> bytes)
 {
     if (from == source::upload && find_attribute_class(class_id) == nullptr)
@@ -69,8 +69,8 @@ std::string learn_values(report_destination to, source from, uint16_t class_id, 
 std::string learn_instance(report_destination to, std::span<const uint8_t> header,
                            std::span<const uint8_t> values)
 {
-    return learn_values(to, source::upload, read_u16(header, 0), read_u16(header, 2),
-                        read_u16(header, 4), values);
+    return learn_values(to, source::upload, gpon::to_me_class(read_u16(header, 0)),
+                        read_u16(header, 2), read_u16(header, 4), values);
 }
 
 // The extended set packs several instances into a message, each behind the size of its values.

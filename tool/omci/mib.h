@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "include/me_class_id.h"
 #include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
 
@@ -74,13 +75,13 @@ public:
     [[nodiscard]] std::string learn_table(uint16_t instance, std::span<const uint8_t> rows);
 
     /// All records, by class and instance.
-    [[nodiscard]] std::map<std::pair<uint16_t, uint16_t>, record>& all() { return records; }
+    [[nodiscard]] std::map<std::pair<me_class, uint16_t>, record>& all() { return records; }
 
-    void erase(uint16_t class_id, uint16_t instance) { records.erase({class_id, instance}); }
+    void erase(me_class class_id, uint16_t instance) { records.erase({class_id, instance}); }
     void clear() { records.clear(); }
 
 private:
-    std::map<std::pair<uint16_t, uint16_t>, record> records;
+    std::map<std::pair<me_class, uint16_t>, record> records;
 };
 
 } // namespace gponflow::omci

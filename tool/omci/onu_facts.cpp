@@ -21,8 +21,8 @@ constexpr attribute image_attributes[] = {
     {"is committed", 1, false, {}},
     {"is active", 1, false, {}},
 };
-constexpr attribute_class onu2_g{257, "ONU2-G", onu2_g_attributes};
-constexpr attribute_class image{7, "software image", image_attributes};
+constexpr attribute_class onu2_g{gpon::to_me_class(257), "ONU2-G", onu2_g_attributes};
+constexpr attribute_class image{gpon::to_me_class(7), "software image", image_attributes};
 constexpr size_t is_active = 2;
 constexpr uint16_t slot_mask = 0xff00; ///< of an image's instance; 0 is the ONU as a whole
 
@@ -46,7 +46,7 @@ std::string serial_of(std::span<const uint8_t> bytes)
     return text;
 }
 
-const attribute_class* class_of(uint16_t class_id)
+const attribute_class* class_of(me_class class_id)
 {
     for (const attribute_class* one : {&onu_g_class(), &onu2_g, &image})
         if (one->id == class_id)
@@ -81,7 +81,7 @@ void learn_image(software_image& into, const attribute_value& value)
 
 } // namespace
 
-void onu_facts::learn(uint16_t class_id, uint16_t instance, uint16_t mask,
+void onu_facts::learn(me_class class_id, uint16_t instance, uint16_t mask,
                       std::span<const uint8_t> bytes)
 {
     const attribute_class* cls = class_of(class_id);

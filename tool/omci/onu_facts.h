@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 
+#include "include/me_class_id.h"
 #include "tool/text/json_document.h"
 
 namespace gponflow::omci {
@@ -27,7 +28,7 @@ struct onu_facts {
 
     /// Takes attributes of a get response or of a part of a MIB upload. Other classes and
     /// attributes change nothing.
-    void learn(uint16_t class_id, uint16_t instance, uint16_t mask, std::span<const uint8_t> bytes);
+    void learn(me_class class_id, uint16_t instance, uint16_t mask, std::span<const uint8_t> bytes);
 
     /// The version of the active software image; empty if no image is known to be active.
     [[nodiscard]] std::string firmware() const;

@@ -53,7 +53,7 @@ void learn_scheduler(scheduler_facts& scheduler, const attribute_value& value)
 
 } // namespace
 
-void learn_scheduling(scheduling& into, uint16_t class_id, uint16_t instance,
+void learn_scheduling(scheduling& into, me_class class_id, uint16_t instance,
                       const value_list& list)
 {
     for (const attribute_value& value : list.values) {

@@ -45,8 +45,8 @@ std::string unmirrored_lines(const conversion_summary& counts)
         return comment_line("Classes that the module does not mirror: none");
     std::string text = comment_line("Classes that the module does not mirror, left out:");
     for (const auto& [id, requests] : counts.unmirrored)
-        text += comment_line("  " + std::to_string(id) + " " + class_title(id) + ": " +
-                             request_text(requests));
+        text += comment_line("  " + std::to_string(gpon::class_number(id)) + " " + class_title(id) +
+                             ": " + request_text(requests));
     return text;
 }
 
@@ -57,13 +57,14 @@ std::string upload_comment(const upload_summary& uploads)
         text += comment_line("Parts of the MIB upload that were not captured: " +
                              std::to_string(uploads.missing));
     for (const auto& [id, count] : uploads.left_to_the_module)
-        text += comment_line(
-            "Uploaded, left to the module, which creates it for pointers: " + std::to_string(id) +
-            " " + class_title(id) + ": " + counted(count, "instance"));
+        text += comment_line("Uploaded, left to the module, which creates it for pointers: " +
+                             std::to_string(gpon::class_number(id)) + " " + class_title(id) + ": " +
+                             counted(count, "instance"));
     for (const auto& [id, count] : uploads.unmirrored)
-        text += comment_line("Uploaded, not mirrored: " + std::to_string(id) + " " +
-                             class_title(id) + ": " + counted(count.instances.size(), "instance") +
-                             ", " + counted(count.attributes, "attribute"));
+        text +=
+            comment_line("Uploaded, not mirrored: " + std::to_string(gpon::class_number(id)) + " " +
+                         class_title(id) + ": " + counted(count.instances.size(), "instance") +
+                         ", " + counted(count.attributes, "attribute"));
     return text;
 }
 

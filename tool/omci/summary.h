@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "include/me_class_id.h"
 #include "tool/omci/capture.h"
 #include "tool/omci/onu_facts.h"
 #include "tool/omci/pairing.h"
@@ -26,7 +27,7 @@ struct request_counts {
 struct conversion_summary {
     request_counts written;                        ///< commands in the scenario
     size_t resets = 0;                             ///< MIB resets, `clean` in the scenario
-    std::map<uint16_t, request_counts> unmirrored; ///< by class, done by the ONU
+    std::map<me_class, request_counts> unmirrored; ///< by class, done by the ONU
     std::map<uint8_t, size_t> other_types; ///< requests that do not configure mirrored classes
     std::vector<remark> refused;
     std::vector<remark> unreadable; ///< valid messages with unreadable attributes

@@ -84,7 +84,7 @@ json uploads_json(const upload_summary& uploads)
 {
     json classes = json::array();
     for (const auto& [id, count] : uploads.unmirrored)
-        classes.push_back({{"class_id", id},
+        classes.push_back({{"class_id", gpon::class_number(id)},
                            {"title", class_title(id)},
                            {"instances", count.instances.size()},
                            {"attributes", count.attributes}});
@@ -126,7 +126,7 @@ void print_summary(const capture& cap, const conversion& result, const std::stri
     print_remarks("refused         ", result.counts.refused, out);
     print_remarks("damaged         ", cap.damaged, out);
     for (const auto& [id, count] : result.counts.uploads.unmirrored)
-        out << "not mirrored    " << id << " " << class_title(id) << ": "
+        out << "not mirrored    " << gpon::class_number(id) << " " << class_title(id) << ": "
             << counted(count.instances.size(), "instance") << ", "
             << counted(count.attributes, "attribute") << '\n';
 }

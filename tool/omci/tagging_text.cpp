@@ -36,7 +36,7 @@ constexpr tagging_attribute plain_attributes[] = {
     {4, "associated", notation::hexadecimal},
 };
 
-std::span<const tagging_attribute> attributes_of(uint16_t class_id)
+std::span<const tagging_attribute> attributes_of(me_class class_id)
 {
     if (class_id == me_class::evtocd)
         return extended_attributes;
@@ -45,7 +45,7 @@ std::span<const tagging_attribute> attributes_of(uint16_t class_id)
     return {};
 }
 
-const tagging_attribute* find_tagging(uint16_t class_id, size_t index)
+const tagging_attribute* find_tagging(me_class class_id, size_t index)
 {
     const auto all = attributes_of(class_id);
     const auto found = std::ranges::find(all, index, &tagging_attribute::index);
@@ -73,10 +73,9 @@ std::string start_text(table_start start)
     return texts[static_cast<size_t>(start)];
 }
 
-std::string line_of(uint16_t class_id, uint16_t instance, const std::string& options)
+std::string line_of(me_class class_id, uint16_t instance, const std::string& options)
 {
-    return "tagging " + std::string(find_me_class(class_id)->name) + " " + hex_text(instance, 4) +
-           options + "\n";
+    return "tagging " + class_name(class_id) + " " + hex_text(instance, 4) + options + "\n";
 }
 
 std::string row_comment(std::span<const uint8_t> bytes)
@@ -89,12 +88,12 @@ std::string row_comment(std::span<const uint8_t> bytes)
 
 } // namespace
 
-bool is_tagging_attribute(uint16_t class_id, size_t index)
+bool is_tagging_attribute(me_class class_id, size_t index)
 {
     return find_tagging(class_id, index) != nullptr;
 }
 
-std::string tagging_lines(uint16_t class_id, uint16_t instance, table_start start,
+std::string tagging_lines(me_class class_id, uint16_t instance, table_start start,
                           const value_list& list)
 {
     std::string options;
@@ -133,7 +132,7 @@ std::string table_lines(uint16_t instance, std::span<const uint8_t> rows)
     return text;
 }
 
-bool has_tag_row(uint16_t class_id, const value_list& list)
+bool has_tag_row(me_class class_id, const value_list& list)
 {
     return class_id == me_class::evtocd &&
            std::ranges::find(list.values, tag_table_index, &attribute_value::index) !=

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "include/me_class_id.h"
 #include "tool/omci/mib.h"
 
 namespace gponflow::omci {
@@ -22,17 +23,17 @@ enum class table_start {
 };
 
 /// Whether an attribute (by its index in attribute_class) becomes part of a `tagging` line.
-[[nodiscard]] bool is_tagging_attribute(uint16_t class_id, size_t index);
+[[nodiscard]] bool is_tagging_attribute(me_class class_id, size_t index);
 
 /// The `tagging` line for the attributes of a command, with a comment that describes a row of the
 /// table. Empty for other classes and attributes. Only class 171 has a table.
-[[nodiscard]] std::string tagging_lines(uint16_t class_id, uint16_t instance, table_start start,
+[[nodiscard]] std::string tagging_lines(me_class class_id, uint16_t instance, table_start start,
                                         const value_list& list);
 
 /// The lines for all rows of a table of class 171; bytes that are no whole row are ignored.
 [[nodiscard]] std::string table_lines(uint16_t instance, std::span<const uint8_t> rows);
 
 /// Whether the attributes contain a row of class 171.
-[[nodiscard]] bool has_tag_row(uint16_t class_id, const value_list& list);
+[[nodiscard]] bool has_tag_row(me_class class_id, const value_list& list);
 
 } // namespace gponflow::omci

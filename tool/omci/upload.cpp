@@ -18,7 +18,7 @@ bool is_created_by_commands(const class_record& fields)
     return !fields.created_by_links || fields.id == me_class::tcont;
 }
 
-bool has_links_from(const class_record& fields, uint16_t class_id)
+bool has_links_from(const class_record& fields, me_class class_id)
 {
     return std::ranges::find(fields.links, class_id, &recordable_links::class_id) !=
            fields.links.end();
@@ -26,7 +26,7 @@ bool has_links_from(const class_record& fields, uint16_t class_id)
 
 // Behind the classes that record its instances. A class that records itself is its own target.
 void add_in_order(const class_record& fields, std::vector<const class_record*>& order,
-                  std::set<uint16_t>& visited)
+                  std::set<me_class>& visited)
 {
     if (!visited.insert(fields.id).second)
         return;
@@ -70,7 +70,7 @@ std::string line_of(const class_record& fields, const attribute_class& cls, uint
     return me_line(made_by_onu ? "set" : "create", fields, cls, instance, mask, rec) + "\n";
 }
 
-bool belongs_to_the_line(uint16_t class_id, const record& rec)
+bool belongs_to_the_line(me_class class_id, const record& rec)
 {
     return class_id != me_class::tcont || is_assigned(rec);
 }
@@ -116,7 +116,7 @@ size_t upload_tracker::missing() const
 std::vector<const class_record*> creation_order()
 {
     std::vector<const class_record*> order;
-    std::set<uint16_t> visited;
+    std::set<me_class> visited;
     for (const class_record& fields : me_classes())
         add_in_order(fields, order, visited);
     return order;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "include/me_class_id.h"
 #include "tool/omci/mib.h"
 
 namespace gponflow::omci {
@@ -26,8 +27,8 @@ struct upload_summary {
     size_t parts = 0;                              ///< responses with instances
     size_t missing = 0;                            ///< announced, but not captured
     size_t written = 0;                            ///< instances that became commands
-    std::map<uint16_t, upload_count> unmirrored;   ///< by class
-    std::map<uint16_t, size_t> left_to_the_module; ///< instances by class, see upload_lines
+    std::map<me_class, upload_count> unmirrored;   ///< by class
+    std::map<me_class, size_t> left_to_the_module; ///< instances by class, see upload_lines
 };
 
 /// Follows one upload: its announced number of parts, and those that were captured.

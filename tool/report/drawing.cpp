@@ -121,8 +121,8 @@ private:
         }
         const std::string x = std::to_string(at.x), text_x = std::to_string(at.x + 7);
         const std::string open = me ? "<a href=#e" + number_of(id) + " class=c" : "<g class=\"no c";
-        return open + std::to_string(id.class_id) + (me ? "" : "\"") + "><rect x=" + x +
-               " y=" + std::to_string(at.y) + " /><text x=" + text_x +
+        return open + std::to_string(gpon::class_number(id.class_id)) + (me ? "" : "\"") +
+               "><rect x=" + x + " y=" + std::to_string(at.y) + " /><text x=" + text_x +
                " y=" + std::to_string(at.y + (detail.empty() ? 25 : 17)) + ">" +
                kind_text(id.class_id) + " " + number +
                (detail.empty() ? "" : "<tspan x=" + text_x + " dy=15>" + detail + "</tspan>") +

@@ -10,7 +10,7 @@ namespace gponflow {
 namespace {
 
 struct kind_name {
-    uint16_t class_id;
+    me_class class_id;
     const char* name;
 };
 
@@ -109,10 +109,11 @@ std::string field_text(const gpon_me_field& field, const me_instance& me)
 
 } // namespace
 
-std::string kind_text(uint16_t class_id)
+std::string kind_text(me_class class_id)
 {
     const auto* found = std::ranges::find(kinds, class_id, &kind_name::class_id);
-    return found == std::end(kinds) ? "class " + std::to_string(class_id) : found->name;
+    return found == std::end(kinds) ? "class " + std::to_string(gpon::class_number(class_id))
+                                    : found->name;
 }
 
 std::string known_by(const me_instance& me)

@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "include/me_class_id.h"
 #include "tool/model/line_model.h"
 
 namespace gponflow {
 
 /// "Bridge port", "T-CONT".
-[[nodiscard]] std::string kind_text(uint16_t class_id);
+[[nodiscard]] std::string kind_text(me_class class_id);
 
 /// The value that people know the instance by: "port 1025", "VLAN 100, 200 p5", "alloc-ID 256"; or
 /// nothing.

@@ -26,7 +26,7 @@ std::optional<uint32_t> kind_of(const std::string& direction)
 
 // The class at which a direction leaves the walk. Steps behind it are left from an abandoned
 // branch.
-uint16_t last_class(uint32_t kind)
+me_class last_class(uint32_t kind)
 {
     return kind == GPON_API_UP_ANI ? me_class::gemctp : me_class::mbpcd;
 }

@@ -55,7 +55,7 @@ private:
         for (const me_instance* one : model_.all())
             for (const me_pointer& pointer : model_.pointers(*one))
                 pointed_by_[pointer.to].push_back(one->id);
-        for (const uint16_t class_id : {me_class::vtocd, me_class::evtocd})
+        for (const me_class class_id : {me_class::vtocd, me_class::evtocd})
             for (const me_instance& one : model_.instances(class_id))
                 pointed_by_[tagged_by(model_, one.id)].push_back(one.id);
     }
@@ -187,7 +187,7 @@ std::vector<pointer_bundle> bundled_pointers(const line_model& entities, const m
 
 me_id tagged_by(const line_model& entities, me_id operation)
 {
-    for (const uint16_t class_id : {me_class::pptp, me_class::veip, me_class::mbpcd})
+    for (const me_class class_id : {me_class::pptp, me_class::veip, me_class::mbpcd})
         if (const me_id port{class_id, operation.instance}; entities.find(port))
             return port;
     return {};

@@ -35,7 +35,7 @@ std::optional<long> send(backend& to, const me_command& command)
     gpon_flow_cmd record{};
     record.cmd = GPON_FLOW_CMD_ME;
     record.me.msg_type = command.message;
-    record.me.class_id = command.class_id;
+    record.me.class_id = gpon::class_number(command.class_id);
     record.me.inst_id = command.instance;
     record.me.attr_mask = command.mask;
     record.me.attr_data = address(command.raw);

@@ -136,12 +136,12 @@ private:
 
 } // namespace
 
-uint16_t read_class(const value& from)
+me_class read_class(const value& from)
 {
     if (const class_record* named = find_me_class(from.text))
         return named->id;
     if (looks_like_number(from.text))
-        return read_field<uint16_t>(from);
+        return gpon::to_me_class(read_field<uint16_t>(from));
     std::vector<std::string_view> known;
     for (const class_record& row : me_classes())
         known.push_back(row.name);

@@ -4,6 +4,7 @@
 
 #include <span>
 
+#include "include/me_class_id.h"
 #include "tool/scenario/command.h"
 #include "tool/scenario/values.h"
 #include "tool/scenario/words.h"
@@ -15,6 +16,6 @@ namespace gponflow {
 [[nodiscard]] any_command parse_config(std::span<const word> words);
 
 /// A class by name or number. Throws syntax_error.
-[[nodiscard]] uint16_t read_class(const value& from);
+[[nodiscard]] me_class read_class(const value& from);
 
 } // namespace gponflow

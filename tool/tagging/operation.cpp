@@ -10,7 +10,7 @@ namespace {
 
 struct association_type {
     uint8_t value;
-    uint16_t class_id; // none: not mirrored
+    me_class class_id; // none: not mirrored
     const char* name;
 };
 
@@ -43,7 +43,7 @@ constexpr association_type plain_associations[] = {
     {11, me_class::none, "MPLS pseudowire TP"},
 };
 
-const association_type* find_association(uint16_t class_id, uint8_t value)
+const association_type* find_association(me_class class_id, uint8_t value)
 {
     const std::span<const association_type> all =
         class_id == me_class::evtocd ? std::span<const association_type>(extended_associations)
@@ -134,15 +134,15 @@ void set_row(tag_operation& operation, const tag_row_image& image)
     operation.rows.insert(std::ranges::upper_bound(operation.rows, row, is_tried_before), row);
 }
 
-uint16_t associated_class(const tag_operation& operation)
+me_class associated_class(const tag_operation& operation)
 {
     if (!operation.association)
         return me_class::none;
     const association_type* known = find_association(operation.class_id, *operation.association);
-    return known ? known->class_id : static_cast<uint16_t>(me_class::none);
+    return known ? known->class_id : me_class::none;
 }
 
-std::string association_name(uint16_t class_id, uint8_t association)
+std::string association_name(me_class class_id, uint8_t association)
 {
     const association_type* known = find_association(class_id, association);
     return known ? known->name : "type " + std::to_string(association);

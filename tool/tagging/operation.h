@@ -19,7 +19,7 @@ constexpr size_t dscp_map_bytes = 24;
 
 /// Attributes of one instance, as far as they are known.
 struct tag_operation {
-    uint16_t class_id = me_class::evtocd; ///< or vtocd
+    me_class class_id = me_class::evtocd; ///< or vtocd
     std::optional<uint8_t> association;   ///< type of the ME that it belongs to
     uint16_t associated = 0;              ///< id of that ME
 
@@ -41,7 +41,7 @@ struct tag_operation {
 
 /// Attributes of one instance that a message or a line of a scenario sets.
 struct tag_facts {
-    uint16_t class_id = me_class::evtocd; ///< or vtocd
+    me_class class_id = me_class::evtocd; ///< or vtocd
     uint16_t instance = 0;
     std::optional<uint8_t> association;
     std::optional<uint16_t> associated;
@@ -71,9 +71,9 @@ void set_row(tag_operation& operation, const tag_row_image& image);
 
 /// The ME that an operation belongs to: 0 if the association type is unknown or of a class that
 /// the module does not mirror.
-[[nodiscard]] uint16_t associated_class(const tag_operation& operation);
+[[nodiscard]] me_class associated_class(const tag_operation& operation);
 
 /// "PPTP Ethernet UNI", "IP host config data"; "type 99" for an undefined value.
-[[nodiscard]] std::string association_name(uint16_t class_id, uint8_t association);
+[[nodiscard]] std::string association_name(me_class class_id, uint8_t association);
 
 } // namespace gponflow
