@@ -12,8 +12,8 @@ constexpr uint16_t vid = 0x0fff;
 constexpr uint16_t reserved_vlan = 4095;
 
 struct value_range {
-    uint16_t class_id;
-    std::string_view field;
+    me_class class_id;
+    gpon_me_field field;
     uint32_t least;
     uint32_t most;
     uint32_t unset; ///< also valid: means that the attribute has no value
@@ -21,21 +21,24 @@ struct value_range {
 
 // The port-ID and alloc-ID of GPON have 12 bits; other ranges are those of the classes.
 constexpr value_range ranges[] = {
-    {me_class::gemctp, "portID", 0, 4095, 0xffff},  {me_class::tcont, "allocID", 0, 4095, 0xffff},
-    {me_class::tcont, "policy", 0, 2, 0},           {me_class::ts, "policy", 0, 2, 0},
-    {me_class::mbsp, "uniBridgingEnable", 0, 1, 0}, {me_class::td, "colourMode", 0, 1, 0},
-    {me_class::td, "ingressColourMode", 0, 7, 0},   {me_class::td, "egressColourMode", 0, 7, 0},
-    {me_class::td, "meterType", 0, 2, 0},
+    {me_class::gemctp, GPON_FIELD(gpon_raw_gemctp, portID, decimal), 0, 4095, 0xffff},
+    {me_class::tcont, GPON_FIELD(gpon_raw_tcont, allocID, decimal), 0, 4095, 0xffff},
+    {me_class::tcont, GPON_FIELD(gpon_raw_tcont, policy, decimal), 0, 2, 0},
+    {me_class::ts, GPON_FIELD(gpon_raw_ts, policy, decimal), 0, 2, 0},
+    {me_class::mbsp, GPON_FIELD(gpon_raw_mbsp, uniBridgingEnable, decimal), 0, 1, 0},
+    {me_class::td, GPON_FIELD(gpon_raw_td, colourMode, decimal), 0, 1, 0},
+    {me_class::td, GPON_FIELD(gpon_raw_td, ingressColourMode, decimal), 0, 7, 0},
+    {me_class::td, GPON_FIELD(gpon_raw_td, egressColourMode, decimal), 0, 7, 0},
+    {me_class::td, GPON_FIELD(gpon_raw_td, meterType, decimal), 0, 2, 0},
 };
 
 void check_range(const me_instance& one, const value_range& range, finding_list& found)
 {
-    const gpon_me_field* field = find_field(find_me_class(range.class_id)->fields, range.field);
-    const uint32_t value = gpon::field_value(*field, one.raw.data());
+    const uint32_t value = gpon::field_value(range.field, one.raw.data());
     if ((value >= range.least && value <= range.most) || value == range.unset)
         return;
     found.add(one, "out-of-range",
-              std::string(range.field) + " is " + std::to_string(value) + ", outside " +
+              std::string(range.field.name) + " is " + std::to_string(value) + ", outside " +
                   std::to_string(range.least) + " to " + std::to_string(range.most),
               "correct the value");
 }
