@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-only
 """The netlink description and the header for C define the same family: names, commands, attributes,
-values, and the type of each attribute that the header names.
+values, and the type of each attribute that the header names. The page for users has them, too.
 
-usage: check-netlink.py DESCRIPTION.yaml HEADER.h
+usage: check-netlink.py DESCRIPTION.yaml HEADER.h PAGE.md
 """
 import re
 import sys
@@ -106,13 +106,32 @@ def differences(page, text):
     yield from unknown_references(page)
 
 
+def missing_in_page(description, page):
+    """Commands, attributes with their types, and values of enums without a row of a table."""
+    rows = [line.split("|") for line in page.splitlines() if line.startswith("| `")]
+    for operation in description["operations"]["list"]:
+        name = "`" + operation["name"].upper().replace("-", "_") + "`"
+        if not any(name in row[1] for row in rows):
+            yield f"{name} is in no table of the page"
+    for name, kind in of_description(description)[1].items():
+        name = "`" + name.removeprefix(PREFIX) + "`"
+        if kind != "pad" and not any(name in row[1] and row[2].strip() == kind for row in rows):
+            yield f"{name} with the type {kind} is in no table of the page"
+    for values in description["definitions"]:
+        for number, entry in enumerate(values["entries"], values["value-start"]):
+            if not any(f"{number} `{entry}`" in row[-2] for row in rows):
+                yield f"{entry} = {number} of {values['name']} is in no table of the page"
+
+
 def main():
-    if len(sys.argv) != 3:
-        sys.exit("usage: check-netlink.py DESCRIPTION.yaml HEADER.h")
+    if len(sys.argv) != 4:
+        sys.exit("usage: check-netlink.py DESCRIPTION.yaml HEADER.h PAGE.md")
     with open(sys.argv[1], encoding="utf-8") as description:
         page = yaml.safe_load(description)
     with open(sys.argv[2], encoding="utf-8") as header:
         wrong = list(differences(page, header.read()))
+    with open(sys.argv[3], encoding="utf-8") as document:
+        wrong += missing_in_page(page, document.read())
     print("\n".join(wrong), end="\n" if wrong else "")
     return 1 if wrong else 0
 

@@ -3,27 +3,32 @@ set -eu
 . tests/checks/proof.sh
 description=docs/netlink/gpon_flow.yaml
 header=src/include/uapi/gpon_flow_netlink.h
+page=docs/observability.md
 
 compare() {
-    python3 scripts/check-netlink.py "$tree/description" "$tree/header"
+    python3 scripts/check-netlink.py "$tree/description" "$tree/header" "$tree/page"
 }
 
-# WHAT TEXT FILE EXPRESSION: the description or the header, edited by sed, fails with TEXT.
-wrong() {
+copies() {
     fresh_tree
     cp $description "$tree/description"
     cp $header "$tree/header"
+    cp $page "$tree/page"
+}
+
+# WHAT TEXT FILE EXPRESSION: the description, the header or the page, edited by sed, fails with TEXT.
+wrong() {
+    copies
     sed -i "$4" "$tree/$3"
-    if cmp -s "$tree/description" $description && cmp -s "$tree/header" $header; then
+    if cmp -s "$tree/description" $description && cmp -s "$tree/header" $header &&
+        cmp -s "$tree/page" $page; then
         echo "nothing is edited: $1"
         proofs_failed=1
     fi
     fails "$1" "$2" compare
 }
 
-fresh_tree
-cp $description "$tree/description"
-cp $header "$tree/header"
+copies
 passes "the description of the module" compare
 
 wrong "a command without description" 'GPON_FLOW_NL_CMD_RULE_OLD is 9 in the header, None' header \
@@ -48,4 +53,10 @@ wrong "an unknown group" 'there is no group other' description '0,/mcgrp: events
 wrong "another family" 'GPON_FLOW_NL_FAMILY is gpon, not gpon_flow' header \
     's/NL_FAMILY "gpon_flow"/NL_FAMILY "gpon"/'
 wrong "another version" 'GPON_FLOW_NL_VERSION is 1, not 2' description 's/^version: 1/version: 2/'
+wrong "a request without a row" '`GET_STATE` is in no table' page '/^| `GET_STATE`/d'
+wrong "an event without a row" '`TABLE_GROWN` is in no table' page '/^| `TABLE_GROWN`/d'
+wrong "an attribute without a row" '`STATE_STORE` with the type u64 is in no table' page '/^| `STATE_STORE`/d'
+wrong "another type in the page" '`RULE_USED` with the type u8 is in no table' page \
+    '/^| `RULE_USED`/s/u8/u16/'
+wrong "another value in the page" 'lost = 4 of rule-end is in no table' page 's/4 `lost`/5 `lost`/'
 exit "$proofs_failed"

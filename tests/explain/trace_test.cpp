@@ -518,6 +518,19 @@ TEST(watch_of_a_scenario, counts_replays_and_age)
     EXPECT_EQ(lines->at(2), "1 rule");
 }
 
+TEST(trace_json, has_a_change_of_entities_only_if_there_was_one)
+{
+    const walk_record walk;
+    const auto text_of = [&](bool changed) {
+        std::ostringstream out;
+        print_trace_json(
+            {.number = 1, .kind = 0, .walk = walk, .frame = {}, .entities_changed = changed}, out);
+        return out.str();
+    };
+    EXPECT_NE(text_of(true).find("\"entities_changed\":true"), std::string::npos);
+    EXPECT_EQ(text_of(false).find("entities_changed"), std::string::npos);
+}
+
 TEST(dscp, of_a_frame_equals_the_one_the_module_reads)
 {
     // Types are compared as the processor stores them.
