@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
+# shellcheck disable=SC2016 # names in the page have backticks
 set -eu
 . tests/checks/proof.sh
 description=docs/netlink/gpon_flow.yaml
