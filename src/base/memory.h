@@ -74,8 +74,8 @@ private:
     packet_memory& memory_;
 };
 
-/* Owns a buffer for a record of one step of a packet. Its contents are undefined until they are
- * written. It stays where it was created: buffers are freed in reverse order. */
+/* Owns a buffer for a record of one step of a packet, undefined until it is written. Buffers are
+ * freed in reverse order: none moves, so a constructor allocates; a failure leaves it empty. */
 template <typename Record> class packet_buffer {
 public:
     packet_buffer() = default;

@@ -102,7 +102,7 @@ extern list_head gpon_flow_rule_list;
  */
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace,
                             u64 walked_in = gpon::ANY_STORE) GPON_EXCLUDES(gpon_hash_lock);
-i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
+[[nodiscard]] i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)
     GPON_REQUIRES(gpon_hash_lock);
 
 /* The work of gpon_hash_add_node, and its messages. Returns the counter of the result. */

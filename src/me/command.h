@@ -15,8 +15,10 @@ extern "C" {
 
 /* A set is applied exactly like a create: it stores the record, then runs the attribute handlers
  * that the mask selects. */
-i32 gpon_flow_me_general_set(const gpon_me_entry* entry, gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
-i32 gpon_flow_me_general_create(const gpon_me_entry* entry, gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
+[[nodiscard]] i32 gpon_flow_me_general_set(const gpon_me_entry* entry,
+                                           gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
+[[nodiscard]] i32 gpon_flow_me_general_create(const gpon_me_entry* entry,
+                                              gpon_me_cmd* cmd) GPON_CHANGES_LISTS;
 
 /* Runs every attribute handler of the class with the stored record, then removes the instance;
  * attr_data is replaced, not read. */

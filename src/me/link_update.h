@@ -10,7 +10,8 @@ extern "C" {
 /* Records a link change at the target instance, and creates the target if the ONU itself creates
  * instances of its class. Returns 0 or -1; a link to a missing instance of another class is dropped
  * with 0. */
-i32 gpon_flow_me_general_update(const gpon_me_related_update* update) GPON_CHANGES_LISTS;
+[[nodiscard]] i32
+gpon_flow_me_general_update(const gpon_me_related_update* update) GPON_CHANGES_LISTS;
 }
 
 #endif

@@ -10,7 +10,7 @@ extern "C" {
 
 /* The operation on a frame: it does not change the frame and returns 0. Forward functions treat any
  * other value as a failure. */
-i32 vtocd_operation(const sk_buff* skb, const op_info* op);
+[[nodiscard]] i32 vtocd_operation(const sk_buff* skb, const op_info* op);
 }
 
 #endif
