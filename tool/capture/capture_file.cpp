@@ -68,12 +68,17 @@ std::string reading_error(std::string_view reason)
     return reason.starts_with("truncated") ? "the file ends within it" : std::string(reason);
 }
 
-pcap_t* open_capture(std::FILE* stream)
+struct pcap_closer {
+    void operator()(pcap_t* opened) const { pcap_close(opened); }
+};
+using owned_pcap = std::unique_ptr<pcap_t, pcap_closer>;
+
+owned_pcap open_capture(std::FILE* stream)
 {
     std::array<char, PCAP_ERRBUF_SIZE> reason{};
-    pcap_t* opened =
-        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, reason.data());
-    if (opened != nullptr)
+    owned_pcap opened(pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO,
+                                                               reason.data()));
+    if (opened)
         return opened;
     if (stream != stdin)
         std::fclose(stream);
@@ -83,15 +88,12 @@ pcap_t* open_capture(std::FILE* stream)
 } // namespace
 
 struct capture_file::handle {
-    handle(std::FILE* stream, const std::string& title)
-        : pcap(open_capture(stream)), progress(title, pcap_file(pcap))
+    handle(owned_pcap opened, const std::string& title)
+        : pcap(std::move(opened)), progress(title, pcap_file(pcap.get()))
     {
     }
-    ~handle() { pcap_close(pcap); }
-    handle(const handle&) = delete;
-    handle& operator=(const handle&) = delete;
 
-    pcap_t* pcap;
+    owned_pcap pcap;
     reading_progress progress;
 };
 
@@ -99,12 +101,14 @@ capture_file::capture_file(std::unique_ptr<handle> opened) : handle_(std::move(o
 
 capture_file capture_file::open(const std::string& path)
 {
-    return capture_file(std::make_unique<handle>(open_stream(path), capture_title(path)));
+    return capture_file(
+        std::make_unique<handle>(open_capture(open_stream(path)), capture_title(path)));
 }
 
 capture_file capture_file::open(std::span<const uint8_t> contents)
 {
-    return capture_file(std::make_unique<handle>(open_memory(contents), "the capture"));
+    return capture_file(
+        std::make_unique<handle>(open_capture(open_memory(contents)), "the capture"));
 }
 
 capture_file::capture_file(capture_file&&) noexcept = default;
@@ -112,7 +116,7 @@ capture_file::~capture_file() = default;
 
 int capture_file::link_type() const
 {
-    return pcap_datalink(handle_->pcap);
+    return pcap_datalink(handle_->pcap.get());
 }
 
 std::string capture_file::link_name() const
@@ -126,11 +130,11 @@ std::optional<capture_record> capture_file::next()
     constexpr uint64_t nanoseconds = 1000000000;
     pcap_pkthdr* header = nullptr;
     const u_char* data = nullptr;
-    const int status = cut_short_.empty() ? pcap_next_ex(handle_->pcap, &header, &data) : 0;
+    const int status = cut_short_.empty() ? pcap_next_ex(handle_->pcap.get(), &header, &data) : 0;
     if (status != 1) {
         if (status == PCAP_ERROR)
             cut_short_ = "frame " + std::to_string(count_ + 1) + ": " +
-                         reading_error(pcap_geterr(handle_->pcap));
+                         reading_error(pcap_geterr(handle_->pcap.get()));
         return std::nullopt;
     }
     ++count_;
