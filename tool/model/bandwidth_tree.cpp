@@ -39,9 +39,9 @@ struct tree_branch {
     std::set<uint16_t> queues; ///< of the T-CONT, and those of its GEM ports
 };
 
-std::optional<rates> rates_of(const line_model& line, uint16_t descriptor)
+std::optional<rates> rates_of(const line_model& entities, uint16_t descriptor)
 {
-    const me_instance* found = line.find({me_class::td, descriptor});
+    const me_instance* found = entities.find({me_class::td, descriptor});
     if (found == nullptr)
         return {};
     const auto me = found->as<gpon_raw_td>();
@@ -74,13 +74,13 @@ std::optional<uint16_t> downstream_queue(uint16_t ctp, const scheduling& from)
     return found->second;
 }
 
-tree_port port_of(const line_model& line, const scheduling& from, const me_instance& ctp)
+tree_port port_of(const line_model& entities, const scheduling& from, const me_instance& ctp)
 {
     const auto me = ctp.as<gpon_raw_gemctp>();
     tree_port port{ctp.id,
                    me,
-                   rates_of(line, me.TDProPtrUp),
-                   rates_of(line, me.TDProPtrDown),
+                   rates_of(entities, me.TDProPtrUp),
+                   rates_of(entities, me.TDProPtrDown),
                    upstream_queue(me, from),
                    {}};
     port.downstream_queue = downstream_queue(ctp.id.instance, from);
@@ -107,14 +107,14 @@ std::optional<uint16_t> alloc_id_of(const me_instance& tcont)
     return id;
 }
 
-std::vector<tree_branch> tree_of(const line_model& line, const scheduling& from)
+std::vector<tree_branch> tree_of(const line_model& entities, const scheduling& from)
 {
     std::vector<tree_branch> tree;
-    for (const me_instance& one : line.instances(me_class::tcont))
+    for (const me_instance& one : entities.instances(me_class::tcont))
         tree.push_back({one.id, alloc_id_of(one), {}, queues_of(from, one.id.instance)});
     tree_branch rest;
-    for (const me_instance& one : line.instances(me_class::gemctp)) {
-        tree_port port = port_of(line, from, one);
+    for (const me_instance& one : entities.instances(me_class::gemctp)) {
+        tree_port port = port_of(entities, from, one);
         const me_id tcont{me_class::tcont, port.attributes.tcontID};
         const auto found = std::ranges::find(tree, tcont, &tree_branch::tcont);
         tree_branch& owner = found == tree.end() ? rest : *found;
@@ -278,13 +278,13 @@ json rates_json(const std::optional<rates>& of)
 }
 
 // T-CONTs that the ONU reported and the OLT does not use.
-void print_unassigned(const line_model& line, const scheduling& from, std::ostream& out)
+void print_unassigned(const line_model& entities, const scheduling& from, std::ostream& out)
 {
     constexpr size_t shown = 8;
     std::string ids;
     size_t count = 0;
     for (const auto& [id, policy] : from.tcont_policies)
-        if (line.find({me_class::tcont, id}) == nullptr && ++count <= shown)
+        if (entities.find({me_class::tcont, id}) == nullptr && ++count <= shown)
             ids += (ids.empty() ? "" : ", ") + instance_text(me_class::tcont, id);
     if (count > shown)
         ids += " and " + std::to_string(count - shown) + " more";
@@ -368,17 +368,17 @@ std::string rate_text(uint64_t bytes_per_second)
     return number + " " + units.at(unit);
 }
 
-void print_bandwidth_tree(const line_model& line, const scheduling& queues, std::ostream& out)
+void print_bandwidth_tree(const line_model& entities, const scheduling& queues, std::ostream& out)
 {
-    for (const tree_branch& branch : tree_of(line, queues))
+    for (const tree_branch& branch : tree_of(entities, queues))
         print_branch(branch, queues, out);
-    print_unassigned(line, queues, out);
+    print_unassigned(entities, queues, out);
 }
 
-json bandwidth_json(const line_model& line, const scheduling& queues)
+json bandwidth_json(const line_model& entities, const scheduling& queues)
 {
     json tree = json::array();
-    for (const tree_branch& branch : tree_of(line, queues))
+    for (const tree_branch& branch : tree_of(entities, queues))
         tree.push_back(branch_json(branch, queues));
     return tree;
 }

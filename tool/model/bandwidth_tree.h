@@ -17,9 +17,9 @@ namespace gponflow {
 
 /// Prints each T-CONT with its schedulers, its queues and the GEM ports on them, and GEM ports
 /// without a T-CONT.
-void print_bandwidth_tree(const line_model& line, const scheduling& queues, std::ostream& out);
+void print_bandwidth_tree(const line_model& entities, const scheduling& queues, std::ostream& out);
 
 /// The same as an array.
-[[nodiscard]] json bandwidth_json(const line_model& line, const scheduling& queues);
+[[nodiscard]] json bandwidth_json(const line_model& entities, const scheduling& queues);
 
 } // namespace gponflow

@@ -41,10 +41,10 @@ std::span<const gpon_me_field> fields_of(me_id id)
     return known ? known->fields : std::span<const gpon_me_field>{};
 }
 
-std::map<me_id, const me_instance*> by_id(const line_model& line)
+std::map<me_id, const me_instance*> by_id(const line_model& entities)
 {
     std::map<me_id, const me_instance*> result;
-    for (const me_instance* one : line.all())
+    for (const me_instance* one : entities.all())
         result.emplace(one->id, one);
     return result;
 }
@@ -59,11 +59,11 @@ void compare(const me_instance& left, const me_instance& right, line_difference&
     }
 }
 
-void print_instances(char sign, const std::vector<me_id>& ids, const line_model& line,
+void print_instances(char sign, const std::vector<me_id>& ids, const line_model& entities,
                      std::ostream& out)
 {
     for (const me_id id : ids)
-        out << sign << ' ' << to_text(id) << ' ' << attributes_text(*line.find(id)) << '\n';
+        out << sign << ' ' << to_text(id) << ' ' << attributes_text(*entities.find(id)) << '\n';
 }
 
 json ids_json(const std::vector<me_id>& ids)

@@ -117,9 +117,9 @@ private:
     line_difference& into_;
 };
 
-std::set<me_id> operations_of(const line_model& line)
+std::set<me_id> operations_of(const line_model& entities)
 {
-    const std::vector<me_id> all = line.tag_operations();
+    const std::vector<me_id> all = entities.tag_operations();
     return {all.begin(), all.end()};
 }
 
