@@ -50,7 +50,7 @@ entity_source source_of(const explain_request& request)
     return request.source.backend == "device" ? entity_source::module : entity_source::scenario;
 }
 
-exit_status answer(const explain_request& request, const scenario& input, backend& target)
+exit_status explain_query(const explain_request& request, const scenario& input, backend& target)
 {
     explain_session session(target, source_of(request));
     const exit_status status = session.run(without_last_unload(input), std::cerr);
@@ -87,7 +87,7 @@ int explain(const explain_request& request)
     try {
         const scenario input = parsed.value_or(scenario{"the running module", {}});
         const std::unique_ptr<backend> target = make_backend(request.source.backend);
-        status = request.asked.asks ? answer(request, input, *target)
+        status = request.asked.asks ? explain_query(request, input, *target)
                                     : explain_hook(request, input, *target);
     } catch (const refusal& why) {
         std::cerr << "gponflow: " << why.what() << '\n';

@@ -16,9 +16,9 @@ namespace gponflow {
 namespace {
 
 // The output of the module without the state of its switch, which it prints for every command.
-void print_answer(const std::string& answer, const palette& colours)
+void print_output(const std::string& output, const palette& colours)
 {
-    for_each_line(answer, [&](std::string_view line) {
+    for_each_line(output, [&](std::string_view line) {
         if (!line.starts_with("CURRENT GPON FLOW SWITCH"))
             std::cout << colours.faint(std::string("| ") + std::string(line)) << '\n';
     });
@@ -44,10 +44,10 @@ int send_lines_json(const operator_lines& lines, bool dry_run)
     }
     return run_on_source({}, [&](captured_run& run) {
         for (const std::string& line : lines) {
-            const auto answer = run.query(line);
-            if (!answer)
+            const auto output = run.query(line);
+            if (!output)
                 return report_not_loaded();
-            add(line, *answer);
+            add(line, *output);
         }
         return finish();
     });
@@ -63,11 +63,11 @@ int send_lines(const operator_lines& lines, bool dry_run)
     return run_on_source({}, [&](captured_run& run) {
         const palette colours = colours_of(1);
         for (const std::string& line : lines) {
-            const auto answer = run.query(line);
-            if (!answer)
+            const auto output = run.query(line);
+            if (!output)
                 return report_not_loaded();
             std::cout << "> " << line << '\n';
-            print_answer(*answer, colours);
+            print_output(*output, colours);
         }
         return static_cast<int>(finish_output() ? status_ok : status_unsupported);
     });
