@@ -156,7 +156,7 @@ TEST(frames_of_events, of_a_frame_whose_end_is_lost_are_passed_on_in_the_end)
     letters seen;
     event_frames frames(std::ref(seen));
     frames.event(calls[0].front(), 0, false);
-    for (unsigned looks = 0; looks < event_frames::most_quiet_looks; ++looks)
+    for (unsigned looks = 0; looks < event_frames::most_quiet_reads; ++looks)
         frames.flush();
     EXPECT_EQ(seen.text, "");
     frames.flush();

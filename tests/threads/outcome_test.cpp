@@ -25,7 +25,8 @@ constexpr uint16_t CTP = 1, OTHER_CTP = 2;
 constexpr uint16_t TP = 0x11, OTHER_TP = 0x12;
 constexpr uint16_t PORT = 0x1001;
 
-// How often a test changes the store. "./run test-stale-rules" asks for more than fit into every run.
+// How often a test changes the store. "./run test-stale-rules" asks for more than fit into every
+// run.
 uint64_t changes(uint64_t otherwise)
 {
     const char* asked = std::getenv("GPON_CHANGES");

@@ -36,8 +36,7 @@ constexpr check_rule rules[] = {
      "service."},
     {"no-side", problem, always, "9.3.4", "bridge port with a TP type of no known side",
      "The TP type of a bridge port decides whether it is on the UNI side or on the ANI side. No "
-     "frame "
-     "passes a port whose type the module does not know."},
+     "frame passes a port whose type the module does not know."},
     {"filter-on-uni-side", problem, always, "9.3.11", "VLAN filter on a port of the UNI side",
      "A VLAN filter belongs to the bridge port with the same id. The module filters on the ANI "
      "side only: a filter on a port of the UNI side drops every frame."},
@@ -53,14 +52,12 @@ constexpr check_rule rules[] = {
     {"shadowed-entry", warning, always, "9.3.11", "entry of a VLAN filter that has no effect",
      "An earlier entry of the list is equal in the bits that the forward operation compares: the "
      "VLAN, the priority or the whole tag. The entry changes nothing. Often the VLAN or the "
-     "forward "
-     "operation is wrong."},
+     "forward operation is wrong."},
     {"filter-compares-priority", warning, always, "9.3.11",
      "VLAN that passes with some priorities only",
      "The forward operation compares the whole tag, so the filter passes a VLAN only with the "
-     "listed "
-     "priority, and no other port accepts the other priorities. Voice and its signalling, for "
-     "example, have the same VLAN and different priorities."},
+     "listed priority, and no other port accepts the other priorities. Voice and its signalling, "
+     "for example, have the same VLAN and different priorities."},
     {"priority-leads-nowhere", problem, always, "9.3.10",
      "priority of a mapper without GEM interworking TP",
      "Frames with this priority are dropped: the mapper has no GEM interworking TP for it, or one "
@@ -70,13 +67,12 @@ constexpr check_rule rules[] = {
      "default priority (0 to 7). With other values the module drops untagged frames."},
     {"wrong-direction", problem, always, "9.2.3", "GEM port whose direction does not fit its use",
      "A GEM port for downstream only (direction 2) below a GEM interworking TP carries no upstream "
-     "frame. For a GEM port for upstream only (direction 1) below a multicast GEM interworking "
-     "TP, and for an undefined direction, the finding is a note."},
+     "frame. For a GEM port for upstream only (direction 1) below a multicast GEM interworking TP, "
+     "and for an undefined direction, the finding is a note."},
     {"duplicate-port-id", problem, always, "9.2.3", "port-ID of two GEM ports",
-     "Two GEM ports have the same port-ID in the same direction. A downstream frame is passed "
-     "to the first of them only. Two GEM ports may share a port-ID if one has direction 1 and the "
-     "other "
-     "direction 2."},
+     "Two GEM ports have the same port-ID in the same direction. A downstream frame is passed to "
+     "the first of them only. Two GEM ports may share a port-ID if one has direction 1 and the "
+     "other direction 2."},
     {"gem-port-without-alloc-id", problem, always, "9.2.2, 9.2.3",
      "GEM port whose T-CONT has no alloc-ID",
      "The OLT grants upstream time to alloc-IDs. If the T-CONT of a GEM port has none (0, 0xff or "
@@ -85,8 +81,7 @@ constexpr check_rule rules[] = {
     {"tcont-without-queue", warning, always, "9.2.2, 9.2.10", "T-CONT without priority queue",
      "GEM ports use the T-CONT, but no priority queue belongs to it, neither by its related port "
      "nor by its scheduler. The rule applies if the scenario sets at least one queue and the ONU "
-     "is "
-     "not rate controlled."},
+     "is not rate controlled."},
     {"queue-on-wrong-side", problem, always, "9.2.10",
      "priority queue whose id and related port disagree",
      "The id of a queue determines whether it is an upstream queue, its related port whether it "
@@ -116,22 +111,19 @@ constexpr check_rule rules[] = {
     {"tagging-no-row", problem, always, "9.3.10, 9.3.11, 9.3.13",
      "VLAN that a filter passes and no row produces",
      "The UNI side of a bridge has an extended VLAN tagging operation. A VLAN filter on the ANI "
-     "side "
-     "lists a VLAN, but no row of the table produces frames with it, and no default row passes "
-     "them unchanged. If the filter compares priorities, the row has to produce the priority too. "
-     "The service carries no upstream frame. A warning if a mapper has a GEM port for priorities "
-     "that no row produces: this GEM port carries no upstream frame."},
+     "side lists a VLAN, but no row of the table produces frames with it, and no default row "
+     "passes them unchanged. If the filter compares priorities, the row has to produce the "
+     "priority too. The service carries no upstream frame. A warning if a mapper has a GEM port "
+     "for priorities that no row produces: this GEM port carries no upstream frame."},
     {"tagging-shadowed-row", warning, always, "9.3.13", "row that never applies",
      "Rows that are tried first apply to all frames that the row filters, or the row has a "
      "reserved value, so its effect is not known. Rows are tried in the order of their filters, "
-     "the more specific ones first; "
-     "the order of creation has no effect."},
+     "the more specific ones first; the order of creation has no effect."},
     {"tagging-unassociated", warning, always, "9.3.12, 9.3.13",
      "tagging operation that belongs to no known instance",
      "The association type and the pointer of a tagging operation name the UNI, bridge port, "
-     "mapper "
-     "or GEM interworking TP that it belongs to. The operation is not applied if they are missing, "
-     "if the instance does not exist, or if the type is one that is not mirrored."},
+     "mapper or GEM interworking TP that it belongs to. The operation is not applied if they are "
+     "missing, if the instance does not exist, or if the type is one that is not mirrored."},
     {"capacity", note, on_request, "", "link beyond the capacity of the module",
      "An instance records a limited number of pointers from each class. The pointer belongs to "
      "scheduling or rates, which no frame passes, and an operator cannot change the limit."},

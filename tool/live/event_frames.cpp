@@ -91,7 +91,7 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
     if (frame->of.events.empty() && gap && !begins_path(record))
         frame->of.lost = true;
     frame->cpu = cpu;
-    frame->quiet_looks = 0;
+    frame->quiet_reads = 0;
     frame->of.events.push_back(record);
     frame->ended = frame->ended || ends_path(record.point);
     pass_on([&](const open_frame& one) { return one.ended && one.cpu == cpu && &one != &*frame; });
@@ -100,10 +100,10 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
 void event_frames::flush()
 {
     pass_on(
-        [](const open_frame& one) { return one.settled || one.quiet_looks >= most_quiet_looks; });
+        [](const open_frame& one) { return one.settled || one.quiet_reads >= most_quiet_reads; });
     for (open_frame& one : open_) {
         one.settled = one.ended;
-        ++one.quiet_looks;
+        ++one.quiet_reads;
     }
 }
 

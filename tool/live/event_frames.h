@@ -16,10 +16,10 @@ struct frame_events {
     bool lost = false; ///< the kernel dropped some of them
 };
 
-/// Frames that several CPUs handle at the same time have mixed events, which the address of the
-/// packet tells apart. Nothing marks the last event of a call: a frame is complete when its CPU
-/// goes on to another one, or when nothing came until the next look for events. A frame whose end
-/// is missing stays open for many looks: a CPU that prints the log of a marked frame to a slow
+/// The events of frames that several CPUs handle at the same time are mixed; the address of the
+/// packet distinguishes them. Nothing marks the last event of a call: a frame is complete when its
+/// CPU handles another one, or when no event of it comes between two calls of flush(). A frame
+/// without an end stays open for many calls: a CPU that prints the log of a marked frame to a slow
 /// console sends its events with long pauses.
 class event_frames {
 public:
@@ -31,11 +31,11 @@ public:
     void event(const gpon_trace_record& record, int cpu, bool gap);
 
     /// Calls of flush() after which a frame without events and without an end is passed on.
-    static constexpr unsigned most_quiet_looks = 100;
+    static constexpr unsigned most_quiet_reads = 100;
 
-    /// Passes on the frames whose end was seen before the last call of this function, and those
-    /// whose end does not come. Call it after each look for events: the last event of a frame may
-    /// come just behind a look.
+    /// Passes on the frames that ended before the last call of this function, and those whose end
+    /// does not come. Call it after each read of events: the last event of a frame may arrive just
+    /// after a read.
     void flush();
 
     /// Passes on all frames: no more events come.
@@ -48,7 +48,7 @@ private:
         int cpu;
         bool ended = false;
         bool settled = false;     ///< ended before the last flush()
-        unsigned quiet_looks = 0; ///< calls of flush() since the last event
+        unsigned quiet_reads = 0; ///< calls of flush() since the last event
     };
     using place = std::list<open_frame>::iterator;
 
