@@ -17,7 +17,7 @@ guest_tests_of() {
 make_guest_tree() {
     rm -rf "$guest_tree"
     mkdir -p "$guest_tree"
-    cp -al run Kbuild CMake* cmake packages.txt scripts src softonu tool tests scenarios captures \
+    cp -al run Kbuild CMake* cmake packages.txt scripts src softonu tool tests scenarios captures docs \
         "$guest_tree"
     # The tool is that of the right sources.
     rm "$guest_tree/scripts/kernel/tool.sh"
