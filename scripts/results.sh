@@ -8,7 +8,7 @@
 # a long run writes one after the other, are none.
 source_state() {
     local commit changes
-    commit=$(git rev-parse --short=10 HEAD 2>/dev/null) || commit="no commit"
+    commit=$(git rev-parse --short=10 HEAD 2>/dev/null) || commit=unknown
     changes=$(git status --porcelain --untracked-files=no -- . ':!docs/results' 2>/dev/null) || true
     echo "$(date -u +%F) $commit${changes:++}"
 }

@@ -231,6 +231,14 @@ flush_in_a_dump() {
     expect "marks of the end" interrupted "$(tail -n 1 /tmp/halves)"
 }
 
+# A rule with two tags.
+known_tags() {
+    calls 1 "hook kind=up_ani frame=02000000000102000000770288a8012c8100001e080045000000000000000000"
+    netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
+    expect "the tags of a rule" "tag=0x88a8/0x12c tag=0x8100/0x1e" \
+        "$(sed -n '/src=02:00:00:00:77:02 /s/.* \(tag=[^ ]* tag=[^ ]*\).*/\1/p' /tmp/rules)"
+}
+
 refusals() {
     netlink_reader hostile >/tmp/printed || fail "hostile: $(cat /tmp/printed)"
     netlink_reader unprivileged >/tmp/printed || fail "unprivileged: $(cat /tmp/printed)"
@@ -260,6 +268,7 @@ fi
 flood_with_three_readers
 cut_dumps
 flush_in_a_dump
+known_tags
 refusals
 unload
 rmmod gpon_softonu || fail "gpon_softonu does not unload"
