@@ -5,8 +5,9 @@
 usage: check-man-page.py GPONFLOW FOLDER
 
 Every subcommand has a page, those below it have a section in that page, and every option is in its
-page or section. Every page has the sections that a reader looks for. The list of subcommands and
-options comes from the completion of the tool, which does not use the help texts.
+page or section with a text, without the notation of the option library. Every page has the sections
+that a reader looks for. The list of subcommands and options comes from the completion of the tool,
+which does not use the help texts.
 """
 
 import os
@@ -29,7 +30,8 @@ def text_of(folder, name):
     """Return a page as plain text, or None without the page."""
     try:
         with open(os.path.join(folder, name + ".1"), encoding="utf-8") as file:
-            return file.read().replace("\\-", "-").replace("\\&", "")
+            return re.sub(r"\\(-|&|f[BIR])", lambda mark: "-" if mark[1] == "-" else "",
+                          file.read())
     except FileNotFoundError:
         return None
 
@@ -56,6 +58,20 @@ def sections_of(folder, levels):
     return sections, faults
 
 
+# How the library of the options writes the type of a value, in its help.
+NOTATION = re.compile(r":\{|\b(TEXT|UINT|INT|FLOAT|BOOLEAN|REQUIRED)\b|(Needs|Excludes):|[A-Z]=\S")
+
+
+def notation_in(folder, levels):
+    """Return the lines of the options that a reader cannot know how to read."""
+    for path in (path for path in levels if path.count(" ") < 2):
+        name = path.replace(" ", "-")
+        lines = (text_of(folder, name) or "").splitlines()
+        for tag, title in zip(lines, lines[1:]):
+            if tag == ".TP" and NOTATION.search(title):
+                yield f"{name}.1 has the notation of the library: {title}"
+
+
 def faults_of(levels, sections):
     for path, words in levels.items():
         if path not in sections:
@@ -64,7 +80,7 @@ def faults_of(levels, sections):
         for option in words:
             if not option.startswith("--") or option == "--help" and path != "gponflow":
                 continue
-            if not re.search(rf"\n\.B ([^\n]*, )?{re.escape(option)}[ :=]", sections[path]):
+            if not re.search(rf"\n([^\n]*, )?{re.escape(option)} [^\n]*\n\w", sections[path]):
                 yield f"{path} has {option}"
 
 
@@ -74,6 +90,7 @@ def main(tool, folder):
         sys.exit(f"check-man-page: {tool} completes no subcommand")
     sections, faults = sections_of(folder, levels)
     faults += faults_of(levels, sections)
+    faults += notation_in(folder, levels)
     for fault in faults:
         print(f"check-man-page: {fault}")
     return 1 if faults else 0

@@ -17,6 +17,18 @@ import time
 
 # The text of an option starts in this column, or on the next line after a long name.
 TEXT_COLUMN = 30
+CONTINUED = re.compile(rf" {{{TEXT_COLUMN}}}\S")
+
+# Behind the names of an option, the help has the type of its value in the notation of its library:
+# "TEXT:{host,device}=host Needs: FILE", "FILE ... REQUIRED", "FILE x 2".
+NOTATION = re.compile(r"""(?P<type>(?!Needs:|Excludes:|REQUIRED)[A-Z]+)?
+                          (?::\{(?P<choices>[^}]*)\})?
+                          (?:=(?P<default>\S+))?
+                          (?P<many>\ \.\.\.)?
+                          (?:\ x\ (?P<times>\d+))?
+                          (?P<required>\ ?REQUIRED)?
+                          (?:\ ?Needs:\ (?P<needs>[^:]*?))?
+                          (?:\ ?Excludes:\ (?P<excludes>[^:]*))?""", re.VERBOSE)
 
 DESCRIPTION = r""".SH DESCRIPTION
 .B gponflow
@@ -126,11 +138,16 @@ class Help:
         entries = []
         while lines and lines[0].startswith(" "):
             line = lines.pop(0)
-            if entries and re.match(rf" {{{TEXT_COLUMN}}}\S", line):
+            if entries and CONTINUED.match(line):
                 name, text = entries[-1]
                 entries[-1] = (name, (text + " " + line.strip()).strip())
             elif match := re.fullmatch(r"  (\S.*?)(?: {2,}(\S.*))?", line):
-                entries.append((match[1], match[2] or ""))
+                name, text = match[1], match[2] or ""
+                # One blank may separate the text from a name that just fits before its column.
+                fits = line[TEXT_COLUMN - 1:TEXT_COLUMN] == " " and len(line) > TEXT_COLUMN
+                if not text and fits and not (lines and CONTINUED.match(lines[0])):
+                    name, text = line[2:TEXT_COLUMN - 1], line[TEXT_COLUMN:]
+                entries.append((name, text))
             else:
                 sys.exit(f"{self.tool}: cannot parse this line of a help: {line}")
         return entries
@@ -271,9 +288,44 @@ def trimmed(lines):
     return lines
 
 
+def value_of(notation, is_option):
+    """Return the value behind an option; an argument of that name has none."""
+    if notation["choices"] and is_option:
+        return "|".join(f"\\fB{escaped(one)}\\fR" for one in notation["choices"].split(","))
+    if not notation["type"] or not is_option:
+        return ""
+    value = f"\\fI{notation['type']}\\fR"
+    return " ".join([value] * int(notation["times"] or 1))
+
+
+def sentences_of(notation, is_option, text):
+    """Return what the notation says besides the value and the text."""
+    choices = notation["choices"].split(",") if notation["choices"] else []
+    if not is_option and not set(choices) <= set(re.findall(r"[\w-]+", text)):
+        yield "One of " + notation["choices"].replace(",", ", ") + "."
+    if notation["default"]:
+        yield f"The default is {notation['default']}."
+    if notation["needs"]:
+        yield "Needs " + notation["needs"].replace(" ", " and ") + "."
+    if notation["excludes"]:
+        yield "Not together with " + notation["excludes"].replace(" ", ", ") + "."
+
+
 def print_entries(entries, page):
-    for name, text in entries:
-        print(f".TP\n.B {escaped(name.replace(',-', ', -'))}\n{escaped(text)}", file=page)
+    for entry, text in entries:
+        names, _, rest = entry.partition(" ")
+        notation = NOTATION.fullmatch(rest)
+        if not notation:
+            sys.exit(f"man-page: cannot parse the value of an option: {entry}")
+        is_option = names.startswith("-")
+        title = ", ".join(f"\\f{'B' if is_option else 'I'}{escaped(name)}\\fR"
+                          for name in names.split(","))
+        value = value_of(notation, is_option)
+        title += (" " + value if value else "") + (" ..." if notation["many"] else "")
+        sentences = list(sentences_of(notation, is_option, text))
+        if sentences:
+            text = " ".join([text + ("" if text.endswith(".") else ".")] + sentences)
+        print(f".TP\n{title}\n{escaped(text)}", file=page)
 
 
 def print_rest(lines, page):

@@ -11,7 +11,7 @@ case "$*" in
 completion)
     echo "    'gponflow') words='run --help --version ' ;;"
     echo "    'gponflow run') words='fast --help --output ' ;;"
-    echo "    'gponflow run fast') words='--help --dry-run ' ;;"
+    echo "    'gponflow run fast') words='--help --dry-run --just-fits ' ;;"
     ;;
 --version) echo 'gponflow 1' ;;
 --help)
@@ -22,7 +22,7 @@ completion)
     ;;
 'run --help')
     printf '%s\n' 'Run' 'Usage: gponflow run [OPTIONS] SUBCOMMAND' '' 'Options:' \
-        '  -h,--help                   Help' '  -o,--output TEXT=-          Where' '' \
+        '  -h,--help                   Help' '  -o,--output FILE=-          Where' '' \
         'Subcommands:' '  fast                        Run fast' '' \
         'Examples:' '  gponflow run \' '    -o x' '' '.text behind'
     ;;
@@ -31,7 +31,9 @@ completion)
         '  WHERE TEXT:{here} REQUIRED' '                              There' '' 'Options:' \
         '  -h,--help                   Help' \
         '  --dry-run-or-the-longest-of-all-names' '                              Do nothing' \
-        '  --dry-run                   Do nothing'
+        '  --dry-run                   Do nothing' \
+        '  --just-fits NUMBER Needs: X Text' '  --kind TEXT:{a,b} Excludes: --x --y' \
+        '                              Kind' '  --two FILE x 2              Both'
     ;;
 *) exit 9 ;;
 esac
@@ -47,6 +49,17 @@ if ! grep -qx 'gponflow run \\e' "$page" || ! grep -qxF '\&.text behind' "$page"
     proofs_failed=1
 fi
 
+# What a reader finds instead of the notation of the option library.
+sed 's/\\-/-/g; s/\\f[BIR]//g' "$page" | file plain
+for entry in '-o, --output FILE|Where. The default is -.' 'WHERE|There. One of here.' \
+    '--just-fits NUMBER|Text. Needs X.' '--kind a|b|Kind. Not together with --x, --y.' \
+    '--two FILE FILE|Both'; do
+    if ! grep -xF -A1 -e "${entry%|*}" "$tree/plain" | grep -qxF -e "${entry##*|}"; then
+        echo "no entry $entry"
+        proofs_failed=1
+    fi
+done
+
 for one in gponflow gponflow-run; do
     if ! sed -n '/^\.SH EXIT STATUS$/,$p' "$tree/pages/$one.1" | grep -qxF '0  done'; then
         echo "$one.1 has no section about the exit status"
@@ -59,9 +72,19 @@ fails "a tool without exit statuses" "does not list the exit status" \
     python3 scripts/man-page.py "$tree/silent" "$tree/less"
 
 cp "$tree/pages/"* "$tree/less"
-sed -i '/dry.-run$/,+1d' "$tree/less/gponflow-run.1"
+sed -i '/dry.-run.fR$/,+1d' "$tree/less/gponflow-run.1"
 fails "a page without an option" "gponflow run fast has --dry-run" \
     python3 "$check" "$tree/tool" "$tree/less"
+cp "$tree/pages/"* "$tree/less"
+sed -i '/just.-fits/{n;s/.*/.TP/}' "$tree/less/gponflow-run.1"
+fails "an option without a text" "gponflow run fast has --just-fits" \
+    python3 "$check" "$tree/tool" "$tree/less"
+for notation in 'TEXT' 'KIND:{a,b}' 'FILE REQUIRED' 'FILE Needs: --x' 'FILE=-'; do
+    cp "$tree/pages/"* "$tree/less"
+    sed -i "s/^\(.*just.-fits\).*/\1 $notation/" "$tree/less/gponflow-run.1"
+    fails "the notation $notation" "has the notation of the library: --just-fits $notation" \
+        python3 "$check" "$tree/tool" "$tree/less"
+done
 cp "$tree/pages/"* "$tree/gap"
 sed -i 's/^\.SS gponflow run fast/.SS fast/' "$tree/gap/gponflow-run.1"
 fails "a page without a subcommand" "no section for gponflow run fast" \

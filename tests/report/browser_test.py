@@ -161,6 +161,23 @@ class Report(PageTest):
             return bad;""")
         self.assertEqual(bad, [])
 
+    def test_the_subscriber_is_on_the_left_and_the_fibre_on_the_right(self):
+        self.script("document.getElementById('open-all').click()")
+        drawings = self.script("""
+            return [...document.querySelectorAll('.draw svg')].map((svg) => {
+              const sides = (classes) => [...svg.querySelectorAll(classes)].map((one) => {
+                const box = one.querySelector('rect').getBoundingClientRect();
+                return [box.left, box.right];
+              });
+              return [sides('.c11, .c329'), sides('.c47'), sides('.c268'), sides('.c262')];
+            });""")
+        whole = [kinds for kinds in drawings if all(kinds)]
+        self.assertGreater(len(whole), 3)
+        for unis, ports, gem_ports, tconts in whole:
+            self.assertLessEqual(max(right for _, right in unis), min(left for left, _ in ports))
+            for before, behind in ((ports, gem_ports), (gem_ports, tconts)):
+                self.assertLess(max(right for _, right in before), min(left for left, _ in behind))
+
     def test_a_drop_is_explained_below_a_sentence(self):
         drop = self.browser.find_element(By.CSS_SELECTOR, "article.drop")
         self.assertRegex(drop.find_element(By.TAG_NAME, "h3").text, r"^(Frames|Untagged) .*\.$")

@@ -4,11 +4,13 @@
 
 usage: damaged_captures_test.py GPONFLOW SOURCE_ROOT
 
-A capture that ends early is used up to there, with a warning and status 1. One that cannot be used
-is an error with status 2, and nothing else is printed.
+A capture that ends early is used up to there, with a warning and status 1: the output is that of a
+whole capture of these frames. One that cannot be used is an error with status 2, and nothing else is
+printed.
 """
 
 import pathlib
+import re
 import struct
 import subprocess
 import sys
@@ -50,10 +52,16 @@ def sliced(data, most):
     return text
 
 
+def first_half(data):
+    """The frames before the damage of each variant that ends early."""
+    frames = list(records(data))
+    return data[:HEADER + sum(16 + len(frame) for _, frame in frames[:len(frames) // 2])]
+
+
 def variants(data):
     """Damaged files by name."""
     half = len(list(records(data))) // 2
-    whole = HEADER + sum(16 + len(frame) for _, frame in list(records(data))[:half])
+    whole = len(first_half(data))
     return {
         "cut in a frame": data[:whole + 30],
         "cut in the head of a frame": data[:whole + 7],
@@ -125,11 +133,26 @@ def commands(line, traffic, folder):
     return [(line, of_line), (traffic, of_traffic)]
 
 
-def fault_of(tool, words, expected, file):
-    """Run a command with a damaged file; return what is wrong, or nothing."""
-    status, message = expected
-    done = subprocess.run([tool, *(str(file) if one == "{}" else one for one in words.split())],
+def run(tool, words, file):
+    return subprocess.run([tool, *(str(file) if one == "{}" else one for one in words.split())],
                           capture_output=True, text=True, check=False, timeout=60)
+
+
+def results_of(done, file):
+    """Standard output without the remark about the damage, and the page if one was written."""
+    page = file.parent / "page.html"
+    text = page.read_text(encoding="utf-8") if page.is_file() else ""
+    page.unlink(missing_ok=True)
+    remark = re.compile(r"^.*(?:Ends early|ends early).*\n", re.MULTILINE)
+    return remark.sub("", done.stdout), text
+
+
+def fault_of(tool, words, expected, file, whole):
+    """Run a command with a damaged file; return what is wrong, or nothing. `whole` are the results
+    for the frames before the damage."""
+    status, message = expected
+    done = run(tool, words, file)
+    results = results_of(done, file)
     if done.returncode != status:
         return f"exit status {done.returncode}, not {status}: {done.stderr}"
     if message not in done.stderr:
@@ -139,6 +162,8 @@ def fault_of(tool, words, expected, file):
     # `report` writes a file, and `monitor` of an empty line has nothing to print.
     if status < 2 and not done.stdout and not words.startswith(("report", "monitor")):
         return "prints nothing"
+    if expected is EARLY and results != whole:
+        return f"other results than for the frames before the damage:\n{done.stdout[:2000]}"
     return None
 
 
@@ -150,10 +175,12 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         file = pathlib.Path(folder) / "damaged.pcap"
         for damaged, table in commands(line, traffic, pathlib.Path(folder)):
+            file.write_bytes(first_half(damaged.read_bytes()))
+            whole = {words: results_of(run(tool, words, file), file) for words, _ in table}
             for variant, data in variants(damaged.read_bytes()).items():
                 file.write_bytes(data)
                 for words, outcomes in table:
-                    fault = fault_of(tool, words, outcomes[variant], file)
+                    fault = fault_of(tool, words, outcomes[variant], file, whole[words])
                     if fault:
                         print(f"gponflow {words}, {variant}: {fault}")
                         faults += 1

@@ -3,7 +3,8 @@
 
 Writes variants of a capture with Ethernet frames to the current folder: sll.pcap and sll2.pcap with
 Linux cooked headers, new.pcapng, two.pcap with the messages of a second ONU 02:00:00:00:00:09.
-sliced.pcap has the first 18 bytes of each frame of TRAFFIC.
+sliced.pcap has the first 18 bytes of each frame of TRAFFIC, no-tags.pcap the first 14.
+traffic-sll.pcap, traffic-sll2.pcap and traffic.pcapng have its frames in other formats.
 """
 import struct
 import sys
@@ -63,7 +64,12 @@ def main():
     write_pcapng("new.pcapng", frames)
     write("two.pcap", 1, [(time, one) for time, frame in frames
                           for one in (frame, frame.replace(ONU, OTHER))])
-    write("sliced.pcap", 1, records(sys.argv[2]), 18)
+    traffic = list(records(sys.argv[2]))
+    write("sliced.pcap", 1, traffic, 18)
+    write("traffic-sll.pcap", 113, [(time, cooked(frame)) for time, frame in traffic])
+    write("traffic-sll2.pcap", 276, [(time, cooked_2(frame)) for time, frame in traffic])
+    write_pcapng("traffic.pcapng", traffic)
+    write("no-tags.pcap", 1, traffic, 14)
 
 
 main()

@@ -95,6 +95,45 @@ whole=$(octets)
 expect_status 0 report line.scn --json --uni 2 --pcap sliced.pcap
 [ "$(octets)" = "$whole" ] || complain 'gponflow report: other octets for a sliced capture'
 
+# Nothing is known about the VLAN of a frame that ends before its tag.
+expect_status 0 account line.scn --uni 2 --pcap no-tags.pcap
+grep -q '^  not classified    16  its tags are not in the capture$' out ||
+    complain 'gponflow account: frames without their tags have an outcome'
+[ "$(grep -c '  passed\|  dropped' out)" = 0 ] || complain 'a frame without its tags has an outcome'
+expect_status 0 report line.scn --json --uni 2 --pcap no-tags.pcap
+grep -q '"text": "its tags are not in the capture"' out ||
+    complain 'gponflow report: frames without their tags have an outcome'
+for words in '--uni 2' 'kind=up_ani'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 0 explain line.scn $words --pcap no-tags.pcap
+    grep -q 'not classified: its tags are not in the capture' out ||
+        complain "gponflow explain $words: a frame without its tags has an outcome"
+done
+
+# The format of captured traffic makes no difference, but a cooked header has no destination.
+same_but_for() { # NAME: the file wanted is that of $lost
+    sed -e "s,$1,$lost,g" -e "s,${1##*/},${lost##*/},g" -e '/"destination":/d' out | diff -q - wanted
+}
+for words in 'account line.scn --uni 2' 'account line.scn --uni 2 --json' \
+    'report line.scn --uni 2 --json' 'report line.scn --gem 1050 --json' \
+    'explain line.scn --uni 2 --json --frame 3'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 0 $words --pcap "$lost"
+    sed '/"destination":/d' out >wanted
+    for input in traffic-sll.pcap traffic-sll2.pcap traffic.pcapng; do
+        # shellcheck disable=SC2086 # words
+        expect_status 0 $words --pcap $input
+        same_but_for $input >/dev/null || complain "gponflow $words: another output for $input"
+        status=0
+        # shellcheck disable=SC2086 # words
+        "$tool" $words --pcap - <$input >out 2>err || status=$?
+        [ "$status" = 0 ] || complain "gponflow $words: status $status for $input by stdin"
+        sed 's,"first": "-,"first": "'"$input"',; s,^    "-"$,    "'"$input"'",' out >named
+        mv named out
+        same_but_for $input >/dev/null || complain "gponflow $words: another output of stdin"
+    done
+done
+
 # Nothing usable is no success.
 : >empty
 for words in check account graph 'report -o page.html' 'omci --diff line.scn'; do
@@ -102,6 +141,14 @@ for words in check account graph 'report -o page.html' 'omci --diff line.scn'; d
     expect_status 1 $words empty
     grep -q '^empty: warning: no command: the line is empty$' err ||
         complain "gponflow $words: no warning of an empty file"
+done
+# To run nothing is no fault: a scenario need not have a command.
+for file in empty comment.scn; do
+    printf '# A comment.\n' >comment.scn
+    expect_status 0 run "$file"
+    [ ! -s out ] || complain "gponflow run $file: a transcript of no command"
+    grep -qx "$file: warning: no command: the scenario is empty" err ||
+        complain "gponflow run $file: no warning"
 done
 expect_status 2 omci empty
 expect_status 2 explain empty --uni 1

@@ -69,8 +69,9 @@ CLI::Option* add_number(CLI::App& app, const std::string& name,
 
 CLI::Option* add_onu_option(CLI::App& app, std::string& into)
 {
-    return app.add_option("--onu", into,
-                          "Address of the ONU, if a capture has OMCI messages of several");
+    return app
+        .add_option("--onu", into, "Address of the ONU, if a capture has OMCI messages of several")
+        ->type_name("MAC");
 }
 
 vlan_word read_vlan(const std::string& name, const std::string& word)

@@ -130,10 +130,11 @@ void add_check_command(CLI::App& app)
     sub->add_flag("--all", request->all,
                   "Include notes that an operator cannot change: capacities of the module");
     sub->add_option("--silence", request->silenced, "Leave out the findings of a rule")
+        ->type_name("RULE")
         ->delimiter(',')
         ->allow_extra_args(false);
     sub->add_flag("--rules", request->rules, "List the rules");
-    sub->add_option("--explain", request->explained, "Explain a rule, or all");
+    sub->add_option("--explain", request->explained, "Explain a rule, or all")->type_name("RULE");
     sub->footer(
         "\nExamples:\n  gponflow check scenarios/subscriber-line.scn\n"
         "  gponflow check --explain vlan-on-two-bridges\n"

@@ -36,8 +36,10 @@ void add_clean_rules(operator_group& clean)
                               std::to_string(read_number("index", choice->index, UINT16_MAX))};
     });
     CLI::Option* hash =
-        sub->add_option("--hash", choice->hash, "Only the bucket of this hash value (not 0)");
+        sub->add_option("--hash", choice->hash, "Only the bucket of this hash value (not 0)")
+            ->type_name("NUMBER");
     sub->add_option("--index", choice->index, "Only this rule of the bucket; 0 for all")
+        ->type_name("NUMBER")
         ->needs(hash)
         ->capture_default_str();
     sub->footer("\nExamples:\n  gponflow clean rules\n"

@@ -157,7 +157,8 @@ void add_graph_command(CLI::App& app)
     sub->add_flag("--json", request->json, "Print JSON instead of a drawing")->excludes("-o");
     CLI::Option* highlight =
         sub->add_option("--highlight", request->highlight,
-                        "Draw the path of one hook call bold; its options: kind=K,frame=HEX,...");
+                        "Draw the path of one hook call bold; its options: kind=K,frame=HEX,...")
+            ->type_name("OPTIONS");
     CLI::Option* capture =
         sub->add_option("--pcap", request->frame.capture, "Take the frame from a capture file")
             ->type_name("FILE");

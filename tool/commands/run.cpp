@@ -77,6 +77,9 @@ int run(const run_arguments& arguments)
     const std::optional<scenario> parsed = open_scenario(arguments.file, std::cerr);
     if (!parsed)
         return status_invalid;
+    // A file that was never written is empty, too.
+    if (parsed->lines.empty())
+        std::cerr << arguments.file << ": warning: no command: the scenario is empty\n";
     if (!arguments.json)
         return written(run_with_events(arguments, *parsed, std::cout));
     std::ostringstream transcript;
