@@ -5,8 +5,8 @@
 usage: damaged_captures_test.py GPONFLOW SOURCE_ROOT
 
 A capture that ends early is used up to there, with a warning and status 1: the output is that of a
-whole capture of these frames. One that cannot be used is an error with status 2, and nothing else is
-printed.
+whole capture of these frames. One that cannot be used is an error with status 2, and nothing else
+is printed.
 """
 
 import pathlib

@@ -103,8 +103,10 @@ void add_run_command(CLI::App& app)
     run_app->add_flag("--mask-lines", arguments->mask_lines,
                       "Print the source line numbers of log messages as 0");
     run_app->add_flag("--json", arguments->json, "Print JSON");
-    run_app->add_option("--events", arguments->events,
-                        "Write the trace events of the module to this file, one a line (host)");
+    run_app
+        ->add_option("--events", arguments->events,
+                     "Write the trace events of the module to this file, one a line (host)")
+        ->type_name("FILE");
     run_app->footer(run_help);
     run_app->callback([arguments] {
         if (const int status = run(*arguments); status != status_ok)
