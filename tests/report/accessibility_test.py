@@ -12,7 +12,7 @@ axe.run(document, {rules}).then((result) => done(result.violations.map(
   (one) => one.id + ': ' + one.nodes.slice(0, 3).map((node) => node.html).join(' '))));"""
 
 
-class CheckedPage(PageTest):
+class Accessibility(PageTest):
     # The check of colours takes four times as long as all others, so a small page has it.
     COLOURS = False
     CHOSEN = "article.drop button.path"
@@ -31,8 +31,6 @@ class CheckedPage(PageTest):
         return self.browser.execute_async_script(
             RUN, {"color-contrast": {"enabled": self.COLOURS}})
 
-
-class Accessibility(CheckedPage):
     def test_the_checker_finds_nothing(self):
         for width in (1280, 390):
             for scheme in ("light", "dark"):
@@ -54,14 +52,6 @@ class AccessibilityOfEachColour(Accessibility):
         found = self.browser.execute_async_script(RUN, {})
         names = {one.split(":")[0] for one in found}
         self.assertLessEqual({"image-alt", "color-contrast"}, names)
-
-
-class AccessibilityOfALargeLine(CheckedPage):
-    NAME = "large.html"
-
-    def test_the_checker_finds_nothing_with_a_chosen_path(self):
-        self.browser.set_script_timeout(120)
-        self.assertEqual(self.findings(1280, "light", "#flow-table button.path"), [])
 
 
 if __name__ == "__main__":
