@@ -38,8 +38,10 @@ def section(data, count):
     """The first records as a section of a pcapng file."""
     text = block(0x0a0d0d0a, struct.pack("<IHHq", 0x1a2b3c4d, 1, 0, -1))
     text += block(1, struct.pack("<HHI", 1, 0, 65535))
-    for number, (_, frame) in zip(range(count), records(data)):
-        head = struct.pack("<IIIII", 0, 0, number, len(frame), len(frame))
+    for _, (record, frame) in zip(range(count), records(data)):
+        seconds, micro = struct.unpack("<II", record[:8])
+        time = seconds * 1000000 + micro
+        head = struct.pack("<IIIII", 0, time >> 32, time & 0xffffffff, len(frame), len(frame))
         text += block(6, head + frame)
     return text
 
@@ -71,7 +73,7 @@ def variants(data):
         "empty": b"",
         "another link type": data[:20] + struct.pack("<I", WIFI) + data[HEADER:],
         "broken section": section(data, half) + struct.pack("<III", 6, 17, 5) + b"\0" * 40,
-        "cut section": section(data, half)[:-9],
+        "cut section": section(data, half + 1)[:-9],
         "sliced": sliced(data, 18),
         "second section broken": section(data, half) + b"\x0a\x0d\x0d\x0a" + b"\xff" * 28,
     }
