@@ -24,78 +24,72 @@ template <typename Raw> std::vector<u8> image(const Raw& raw)
     return {bytes, bytes + sizeof(raw)};
 }
 
-const std::map<u16, printed>& every_class()
-{
-    static const std::map<u16, printed> all = {
-        {11, {image(gpon_raw_pptp{0x101}), "    instID | ", "    0x0101 | ", ""}},
-        {45,
-         {image(gpon_raw_mbsp{1, 255, 512, 65535}),
-          "    instID | uniBridgingEnable |  helloTime | dynFilterAgingTime | ",
-          "    0x0001 |               255 |        512 |              65535 | ", ""}},
-        {47,
-         {image(gpon_raw_mbpcd{0xffff, 0, 11, 0x1a}),
-          "    instID |   bridgeID |     tpType |  tpPointer | ",
-          "    0xffff |     0x0000 |         11 |     0x001a | ", ""}},
-        {78, {image(gpon_raw_vtocd{0}), "    instID | ", "    0x0000 | ", ""}},
-        {84,
-         {image(gpon_raw_vtfd{2, {100, 200, 3, 65535, 0, 0, 0, 0, 0, 0, 11, 12}, 0xa, 2}),
-          "    instID | forwardOperation | vlanFilterNums | ",
-          "    0x0002 |             0x0a |              2 | ",
-          "vlanFilterList =   100   200     3 65535     0     0     0     0     0     0    11    "
-          "12 "
-          "\n"}},
-        {130,
-         {image(gpon_raw_mapper{5,
-                                0xffff,
-                                {0x11, 0x12, 0, 0xffff, 5, 6, 7, 8},
-                                1,
-                                {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,    10,   11,
-                                 12, 13, 14, 15, 16, 17, 18, 19, 20, 0x7f, 0x80, 0xff},
-                                7,
-                                255}),
-          "    instID |     tpType |  tpPointer | unmark_frame_opt | defaultPbit | ",
-          "    0x0005 |        255 |     0xffff |                1 |           7 | ",
-          "pbit_GemIWTP = 0x0011 0x0012 0x0000 0xffff 0x0005 0x0006 0x0007 0x0008 \n"
-          "dscp2pbitMap = 0x00 0x01 0x02 0x03 0x04 0x05 0x06 0x07 0x08 0x09 0x0a 0x0b 0x0c 0x0d "
-          "0x0e 0x0f 0x10 0x11 0x12 0x13 0x14 0x7f 0x80 0xff \n"}},
-        {171, {image(gpon_raw_evtocd{0xabcd}), "    instID | ", "    0xabcd | ", ""}},
-        {262,
-         {image(gpon_raw_tcont{0x8000, 65535, 2}), "    instID |    allocID |     policy | ",
-          "    0x8000 |      65535 |          2 | ", ""}},
-        {266,
-         {image(gpon_raw_gemiw{0x11, 0x401}), "    instID | gemCTPInstID | ",
-          "    0x0011 |       0x0401 | ", ""}},
-        {268,
-         {image(gpon_raw_gemctp{1, 4095, 0x8000, 3, 0x8001, 0, 0xffff}),
-          "    instID |     portID |    tcontID |  direction | trafficMgrPtrUp | TDProPtrUp | "
-          "TDProPtrDown | ",
-          "    0x0001 |       4095 |     0x8000 |          3 |          0x8001 |     0x0000 |      "
-          " "
-          "0xffff | ",
-          ""}},
-        {277,
-         {image(gpon_raw_pq{7, 0x80000001, 0x8000, 255}),
-          "    instID | relatedPort |  tsPointer |     weight | ",
-          "    0x0007 |  0x80000001 |     0x8000 |        255 | ", ""}},
-        {278,
-         {image(gpon_raw_ts{0x8000, 0x8001, 0, 1, 2}),
-          "    instID | tcontPointer |  tsPointer |     policy |     weight | ",
-          "    0x8000 |       0x8001 |     0x0000 |          1 |          2 | ", ""}},
-        {280,
-         {image(gpon_raw_td{1, 1250000, 2147483647, 0, 4294967295u, 1, 2, 3, 4}),
-          "    instID |        cir |        pir |        cbs |        pbs | colourMode | "
-          "ingressColourMode | egressColourMode |  meterType | ",
-          "    0x0001 |    1250000 | 2147483647 |          0 |         -1 |          1 |           "
-          "      2 "
-          "|                3 |          4 | ",
-          ""}},
-        {281,
-         {image(gpon_raw_multigemiw{0x21, 0}), "    instID | GemCTPInstID | ",
-          "    0x0021 |       0x0000 | ", ""}},
-        {329, {image(gpon_raw_veip{0x501}), "    instID | ", "    0x0501 | ", ""}},
-    };
-    return all;
-}
+// By class number.
+const std::map<u16, printed> EVERY_CLASS = {
+    {11, {image(gpon_raw_pptp{0x101}), "    instID | ", "    0x0101 | ", ""}},
+    {45,
+     {image(gpon_raw_mbsp{1, 255, 512, 65535}),
+      "    instID | uniBridgingEnable |  helloTime | dynFilterAgingTime | ",
+      "    0x0001 |               255 |        512 |              65535 | ", ""}},
+    {47,
+     {image(gpon_raw_mbpcd{0xffff, 0, 11, 0x1a}),
+      "    instID |   bridgeID |     tpType |  tpPointer | ",
+      "    0xffff |     0x0000 |         11 |     0x001a | ", ""}},
+    {78, {image(gpon_raw_vtocd{0}), "    instID | ", "    0x0000 | ", ""}},
+    {84,
+     {image(gpon_raw_vtfd{2, {100, 200, 3, 65535, 0, 0, 0, 0, 0, 0, 11, 12}, 0xa, 2}),
+      "    instID | forwardOperation | vlanFilterNums | ",
+      "    0x0002 |             0x0a |              2 | ",
+      "vlanFilterList =   100   200     3 65535     0     0     0     0     0     0    11    12 "
+      "\n"}},
+    {130,
+     {image(gpon_raw_mapper{5,
+                            0xffff,
+                            {0x11, 0x12, 0, 0xffff, 5, 6, 7, 8},
+                            1,
+                            {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,    10,   11,
+                             12, 13, 14, 15, 16, 17, 18, 19, 20, 0x7f, 0x80, 0xff},
+                            7,
+                            255}),
+      "    instID |     tpType |  tpPointer | unmark_frame_opt | defaultPbit | ",
+      "    0x0005 |        255 |     0xffff |                1 |           7 | ",
+      "pbit_GemIWTP = 0x0011 0x0012 0x0000 0xffff 0x0005 0x0006 0x0007 0x0008 \n"
+      "dscp2pbitMap = 0x00 0x01 0x02 0x03 0x04 0x05 0x06 0x07 0x08 0x09 0x0a 0x0b 0x0c 0x0d "
+      "0x0e 0x0f 0x10 0x11 0x12 0x13 0x14 0x7f 0x80 0xff \n"}},
+    {171, {image(gpon_raw_evtocd{0xabcd}), "    instID | ", "    0xabcd | ", ""}},
+    {262,
+     {image(gpon_raw_tcont{0x8000, 65535, 2}), "    instID |    allocID |     policy | ",
+      "    0x8000 |      65535 |          2 | ", ""}},
+    {266,
+     {image(gpon_raw_gemiw{0x11, 0x401}), "    instID | gemCTPInstID | ",
+      "    0x0011 |       0x0401 | ", ""}},
+    {268,
+     {image(gpon_raw_gemctp{1, 4095, 0x8000, 3, 0x8001, 0, 0xffff}),
+      "    instID |     portID |    tcontID |  direction | trafficMgrPtrUp | TDProPtrUp | "
+      "TDProPtrDown | ",
+      "    0x0001 |       4095 |     0x8000 |          3 |          0x8001 |     0x0000 |       "
+      "0xffff | ",
+      ""}},
+    {277,
+     {image(gpon_raw_pq{7, 0x80000001, 0x8000, 255}),
+      "    instID | relatedPort |  tsPointer |     weight | ",
+      "    0x0007 |  0x80000001 |     0x8000 |        255 | ", ""}},
+    {278,
+     {image(gpon_raw_ts{0x8000, 0x8001, 0, 1, 2}),
+      "    instID | tcontPointer |  tsPointer |     policy |     weight | ",
+      "    0x8000 |       0x8001 |     0x0000 |          1 |          2 | ", ""}},
+    {280,
+     {image(gpon_raw_td{1, 1250000, 2147483647, 0, 4294967295u, 1, 2, 3, 4}),
+      "    instID |        cir |        pir |        cbs |        pbs | colourMode | "
+      "ingressColourMode | egressColourMode |  meterType | ",
+      "    0x0001 |    1250000 | 2147483647 |          0 |         -1 |          1 |               "
+      "  2 |                3 |          4 | ",
+      ""}},
+    {281,
+     {image(gpon_raw_multigemiw{0x21, 0}), "    instID | GemCTPInstID | ",
+      "    0x0021 |       0x0000 | ", ""}},
+    {329, {image(gpon_raw_veip{0x501}), "    instID | ", "    0x0501 | ", ""}},
+};
 
 constexpr char UNTOUCHED = '\x7e';
 
@@ -124,8 +118,8 @@ class field_printer : public loaded_module {};
 
 TEST_F(field_printer, every_class_writes_its_columns_and_returns_their_length)
 {
-    EXPECT_EQ(every_class().size(), GPON_ME_ROWS - 1u);
-    for (const auto& [class_id, wanted] : every_class()) {
+    EXPECT_EQ(EVERY_CLASS.size(), GPON_ME_ROWS - 1u);
+    for (const auto& [class_id, wanted] : EVERY_CLASS) {
         SCOPED_TRACE(class_id);
         const texts found(class_id, wanted.raw, GPON_DUMP_BUFFER);
         EXPECT_EQ(texts::of(found.titles), wanted.titles);
@@ -141,7 +135,7 @@ TEST_F(field_printer, cuts_everything_two_characters_before_any_length)
     const auto cut = [](const std::string& whole, i32 length) {
         return whole.substr(0, length < 2 ? 0 : static_cast<size_t>(length - 2));
     };
-    for (const auto& [class_id, wanted] : every_class())
+    for (const auto& [class_id, wanted] : EVERY_CLASS)
         for (i32 length = 0; length <= GPON_DUMP_BUFFER; ++length) {
             SCOPED_TRACE(std::to_string(class_id) + ", length " + std::to_string(length));
             const texts found(class_id, wanted.raw, length);
@@ -158,7 +152,7 @@ TEST_F(field_printer, cuts_everything_two_characters_before_any_length)
 
 TEST_F(field_printer, with_twenty_characters_writes_a_column_and_the_start_of_the_next)
 {
-    const printed& bridge_port = every_class().at(47);
+    const printed& bridge_port = EVERY_CLASS.at(47);
     const texts found(47, bridge_port.raw, 20);
     EXPECT_EQ(texts::of(found.titles), "    instID |   bri");
     EXPECT_EQ(texts::of(found.values), "    0xffff |     0");
@@ -167,7 +161,7 @@ TEST_F(field_printer, with_twenty_characters_writes_a_column_and_the_start_of_th
 
 TEST_F(field_printer, writes_nothing_without_room)
 {
-    for (const auto& [class_id, wanted] : every_class())
+    for (const auto& [class_id, wanted] : EVERY_CLASS)
         for (i32 length : {0, -1, -512}) {
             const texts found(class_id, wanted.raw, length);
             EXPECT_EQ(found.answer, 0);
@@ -179,7 +173,7 @@ TEST_F(field_printer, writes_nothing_without_room)
 
 TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
 {
-    for (const auto& [class_id, wanted] : every_class()) {
+    for (const auto& [class_id, wanted] : EVERY_CLASS) {
         SCOPED_TRACE(class_id);
         const gpon_me_list_info& info =
             *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
@@ -197,7 +191,7 @@ TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
 
 TEST_F(field_printer, prefixes_zero_as_well)
 {
-    for (const auto& [class_id, some] : every_class()) {
+    for (const auto& [class_id, some] : EVERY_CLASS) {
         SCOPED_TRACE(class_id);
         const texts found(class_id, std::vector<u8>(some.raw.size()), GPON_DUMP_BUFFER);
         EXPECT_EQ(texts::of(found.values).substr(0, 13), "    0x0000 | ");
