@@ -95,6 +95,20 @@ trace_at_unload() {
     ends $tracer "trace of the second module"
 }
 
+# It leaves its filter, and its buffer with enabled events.
+killed_trace_before_unload() {
+    start_trace trace
+    kill -KILL $tracer
+    wait $tracer || :
+    calls 1 "$passing"
+    rmmod gpon_flow || fail "gpon_flow does not unload with the buffer of a killed trace"
+    load_again
+    start_trace trace --count 1
+    calls 1 "$passing"
+    ends $tracer "trace after a killed one and an unload"
+    no_buffer_is_left "of a trace that was killed before an unload"
+}
+
 monitor_ends_at() {
     start_monitor
     calls 1 "$passing"
@@ -177,6 +191,7 @@ if [ -d $tracing/events/gpon_flow ]; then
     buffers_of_a_pid_namespace
     entities_that_change
     trace_at_unload
+    killed_trace_before_unload
 else
     left_out "trace: this kernel has no trace events"
 fi
