@@ -287,6 +287,35 @@ TEST(omci_upload, get_next_reads_the_table)
                             "other double-tagged: no change", "other single-tagged: discard"));
 }
 
+TEST(omci_upload, each_row_is_below_the_frames_of_the_response_that_completes_it)
+{
+    line later;
+    add_uploaded_operation(later);
+    later.answered(get, 171, 1, "0400", "00 0400 00000030");
+    later.answered(get_next, 171, 1, "0400 0000", first_part);
+    later.answered(get_next, 171, 1, "0400 0001", second_part);
+    const std::string scenario = later.converted().scenario;
+    const std::string tagging = "tagging VLAN_TAG_EXTEND_OPERATE 0x0001 ";
+    EXPECT_THAT(scenario, HasSubstr("# frame 11, response 12: reported by the ONU\n" + tagging +
+                                    "rows=default\n"
+                                    "# frame 9, response 10: reported by the ONU\n"
+                                    "#   row: single-tagged, VLAN 100: "));
+    EXPECT_THAT(scenario, HasSubstr("# frame 11, response 12: reported by the ONU\n"
+                                    "#   row: other single-tagged: discard\n"));
+}
+
+TEST(omci_upload, each_instance_is_below_the_frames_that_report_it)
+{
+    line later;
+    add_uploaded_operation(later);
+    EXPECT_THAT(
+        later.converted().scenario,
+        HasSubstr("# frames 3 to 6: extended VLAN tagging operation configuration data 0x0001\n"
+                  "me create VLAN_TAG_EXTEND_OPERATE 0x0001 mask=0x8200\n"
+                  "# frame 3, response 4: reported by the ONU\n"
+                  "tagging VLAN_TAG_EXTEND_OPERATE 0x0001 association=2 "));
+}
+
 TEST(omci_upload, a_table_without_rows_is_read_too)
 {
     line later;

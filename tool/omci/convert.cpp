@@ -23,16 +23,6 @@ size_t& count_of(request_counts& counts, uint8_t type)
     return type == create ? counts.creates : type == set ? counts.sets : counts.deletes;
 }
 
-std::string frames_text(const exchange& item)
-{
-    std::string text = "frame " + std::to_string(item.request.frame);
-    for (const size_t frame : item.repeats)
-        text += ", repeated in " + std::to_string(frame);
-    if (item.response)
-        text += ", response " + std::to_string(item.response->frame);
-    return text;
-}
-
 std::string request_text(const message& msg)
 {
     return type_name(msg.type) + " " + class_title(msg.class_id) + " " + hex_text(msg.instance, 4);
@@ -104,10 +94,10 @@ void converter::take(const exchange& item)
 
 void converter::take_report(const exchange& item)
 {
-    const report_destination to{store, defaults, counts.uploads, counts.onu, queues, tables};
-    const std::string lines = learn_from_response(item, to);
+    const report_destination to{store, defaults, counts.uploads, counts.onu, queues, tables, item};
+    const std::string lines = learn_from_response(to);
     if (!lines.empty())
-        body += "\n" + comment_line(frames_text(item) + ": reported by the ONU") + lines;
+        body += "\n" + report_comment(frames_text(item)) + lines;
 }
 
 // A capture that contains the bring-up has all instances of the OLT in its commands.
@@ -238,9 +228,13 @@ void converter::write_tagging(const command& cmd, record& rec)
     } else if (has_tag_row(cmd.cls.id, cmd.list) && !std::exchange(rec.table_begun, true)) {
         start = table_start::with_unknown_rows;
     }
-    if (!rec.written)
-        body += std::exchange(rec.tagging, {});
-    body += tagging_lines(cmd.cls.id, msg.instance, start, cmd.list);
+    const std::string reported = rec.written ? "" : std::exchange(rec.tagging, {});
+    const std::string lines = tagging_lines(cmd.cls.id, msg.instance, start, cmd.list);
+    body += reported;
+    // The lines below a comment are those of its frames.
+    if (!reported.empty() && !lines.empty())
+        body += comment_line(frames_text(cmd.item) + ": " + request_text(msg));
+    body += lines;
 }
 
 void converter::refuse(const exchange& item, const std::string& why)

@@ -37,7 +37,7 @@ std::string begin_table(report_destination to, uint16_t instance, const value_li
         return {};
     const uint32_t size = read_u32(found->bytes, 0);
     if (size == 0)
-        return to.store.learn_table(instance, {});
+        return to.store.learn_table(instance, {}, to.from);
     to.tables.begin(instance, size);
     return {};
 }
@@ -59,8 +59,8 @@ std::string learn_values(report_destination to, source from, me_class class_id, 
     to.defaults.learn(class_id, instance, list);
     learn_scheduling(to.queues, class_id, instance, list);
     if (from == source::upload)
-        return to.store.learn_upload(*cls, instance, list);
-    std::string lines = to.store.learn(*cls, instance, list);
+        return to.store.learn_upload(*cls, instance, list, to.from);
+    std::string lines = to.store.learn(*cls, instance, list, to.from);
     if (class_id == me_class::evtocd)
         lines += begin_table(to, instance, list);
     return lines;
@@ -111,8 +111,9 @@ std::string learn_get(report_destination to, const message& response)
 
 } // namespace
 
-std::string learn_from_response(const exchange& item, report_destination to)
+std::string learn_from_response(report_destination to)
 {
+    const exchange& item = to.from;
     if (!item.response)
         return {};
     switch (item.request.msg.type) {
@@ -122,7 +123,7 @@ std::string learn_from_response(const exchange& item, report_destination to)
         return learn_get(to, item.response->msg);
     case get_next:
         if (const auto table = to.tables.take(item))
-            return to.store.learn_table(item.request.msg.instance, *table);
+            return to.store.learn_table(item.request.msg.instance, *table, item);
         return {};
     default:
         return {};

@@ -14,7 +14,7 @@
 
 namespace gponflow::omci {
 
-/// Where the values of a response go.
+/// Where the values of a response go, and the response.
 struct report_destination {
     record_store& store;
     default_configuration& defaults;
@@ -22,10 +22,11 @@ struct report_destination {
     onu_facts& onu;
     scheduling& queues;
     table_reader& tables;
+    const exchange& from;
 };
 
 /// Learns from the response to a get, a get next or a MIB upload next; other exchanges have no
 /// effect. Returns lines of the scenario for instances that it already contains.
-[[nodiscard]] std::string learn_from_response(const exchange& item, report_destination to);
+[[nodiscard]] std::string learn_from_response(report_destination to);
 
 } // namespace gponflow::omci

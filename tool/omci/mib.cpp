@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "include/me_class_id.h"
+#include "tool/omci/scenario_text.h"
 #include "tool/omci/tagging_text.h"
 
 namespace gponflow::omci {
@@ -45,12 +46,24 @@ bool write_element(record& rec, const gpon_me_field& field, size_t element,
 }
 
 // The lines of an instance that no command of the scenario contains wait for it.
-std::string keep_or_return(record& rec, std::string lines)
+std::string keep_or_return(record& rec, std::string lines, const exchange& from)
 {
-    if (rec.written)
+    if (rec.written || lines.empty())
         return lines;
-    rec.tagging += lines;
+    rec.tagging += report_comment(frames_text(from)) + lines;
     return {};
+}
+
+void note_upload(record& rec, const exchange& from)
+{
+    upload_frames& frames = rec.uploaded_in;
+    if (!rec.uploaded)
+        frames = {from.request.frame, 0, frames_text(from)};
+    else if (from.response->frame != frames.last)
+        frames.text = "frames " + std::to_string(frames.first) + " to " +
+                      std::to_string(from.response->frame);
+    frames.last = from.response->frame;
+    rec.uploaded = true;
 }
 
 } // namespace
@@ -117,7 +130,7 @@ record& record_store::at(const class_record& fields, uint16_t instance)
 }
 
 std::string record_store::learn(const attribute_class& cls, uint16_t instance,
-                                const value_list& list)
+                                const value_list& list, const exchange& from)
 {
     const class_record* fields = find_me_class(cls.id);
     if (fields == nullptr)
@@ -132,10 +145,12 @@ std::string record_store::learn(const attribute_class& cls, uint16_t instance,
         if ((known & attribute_bit(value.index)) == 0 && !cls.attributes[value.index].table)
             fresh.values.push_back(value);
     }
-    return keep_or_return(rec, tagging_lines(cls.id, instance, table_start::unchanged, fresh));
+    return keep_or_return(rec, tagging_lines(cls.id, instance, table_start::unchanged, fresh),
+                          from);
 }
 
-std::string record_store::learn_table(uint16_t instance, std::span<const uint8_t> rows)
+std::string record_store::learn_table(uint16_t instance, const read_table& table,
+                                      const exchange& from)
 {
     const class_record* fields = find_me_class(me_class::evtocd);
     if (fields == nullptr)
@@ -144,15 +159,15 @@ std::string record_store::learn_table(uint16_t instance, std::span<const uint8_t
     if (std::exchange(rec.table_known, true))
         return {};
     rec.table_begun = true;
-    return keep_or_return(rec, table_lines(instance, rows));
+    return keep_or_return(rec, table_lines(instance, table, frames_text(from)), from);
 }
 
 std::string record_store::learn_upload(const attribute_class& cls, uint16_t instance,
-                                       const value_list& list)
+                                       const value_list& list, const exchange& from)
 {
     if (const class_record* fields = find_me_class(cls.id))
-        at(*fields, instance).uploaded = true;
-    return learn(cls, instance, list);
+        note_upload(at(*fields, instance), from);
+    return learn(cls, instance, list, from);
 }
 
 } // namespace gponflow::omci

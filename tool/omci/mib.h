@@ -13,6 +13,7 @@
 #include "include/me_class_id.h"
 #include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
+#include "tool/omci/pairing.h"
 
 namespace gponflow::omci {
 
@@ -38,6 +39,13 @@ constexpr size_t table_size_bytes = 4;
                                       std::span<const uint8_t> bytes,
                                       table_values tables = table_values::rows);
 
+/// The responses of a MIB upload that contain an instance.
+struct upload_frames {
+    size_t first = 0; ///< request of the first one
+    size_t last = 0;  ///< the last response
+    std::string text; ///< "frame 41, response 42", "frames 41 to 46"
+};
+
 /// The raw record of one instance as an OMCI stack passes it to the module.
 struct record {
     std::vector<uint8_t> raw; ///< little-endian, class_record::raw_size bytes
@@ -47,13 +55,16 @@ struct record {
     bool table_begun = false; ///< a `tagging` line names the rows of its table, or that it has some
     bool table_known = false; ///< all rows of its table are known
     bool uploaded = false;    ///< a MIB upload listed the instance
-    bool written = false;     ///< a command of the scenario contains it
+    upload_frames uploaded_in;
+    bool written = false; ///< a command of the scenario contains it
 };
 
 /// Writes one attribute into the record; attributes that are not mirrored change nothing.
 /// Returns an empty text, or a remark that the value exceeds the field, which then has its maximum.
 [[nodiscard]] std::string write_attribute(record& rec, const class_record& fields,
                                           const attribute& attr, std::span<const uint8_t> bytes);
+
+struct read_table;
 
 /// All records by class and instance.
 class record_store {
@@ -65,14 +76,15 @@ public:
     /// written: the report may be older than the command. Returns `tagging` lines for attributes
     /// that were not known, if the scenario already contains the instance.
     [[nodiscard]] std::string learn(const attribute_class& cls, uint16_t instance,
-                                    const value_list& list);
+                                    const value_list& list, const exchange& from);
 
     /// The same for a MIB upload, which also shows that the instance exists.
     [[nodiscard]] std::string learn_upload(const attribute_class& cls, uint16_t instance,
-                                           const value_list& list);
+                                           const value_list& list, const exchange& from);
 
     /// Takes the whole table of a class 171 instance. Returns lines as learn() does.
-    [[nodiscard]] std::string learn_table(uint16_t instance, std::span<const uint8_t> rows);
+    [[nodiscard]] std::string learn_table(uint16_t instance, const read_table& table,
+                                          const exchange& from);
 
     /// All records, by class and instance.
     [[nodiscard]] std::map<std::pair<me_class, uint16_t>, record>& all() { return records; }

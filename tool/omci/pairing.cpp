@@ -90,6 +90,16 @@ pairing pair_messages(std::span<const numbered_message> messages)
     return std::move(work.result);
 }
 
+std::string frames_text(const exchange& item)
+{
+    std::string text = "frame " + std::to_string(item.request.frame);
+    for (const size_t frame : item.repeats)
+        text += ", repeated in " + std::to_string(frame);
+    if (item.response)
+        text += ", response " + std::to_string(item.response->frame);
+    return text;
+}
+
 std::optional<uint8_t> result_code(const message& response)
 {
     if (response.content.empty())

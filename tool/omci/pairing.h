@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "tool/omci/frame.h"
@@ -35,6 +36,9 @@ struct pairing {
 /// transaction id is added to its first transmission. Of several responses the first success
 /// counts: an ONU may refuse to repeat a completed command.
 [[nodiscard]] pairing pair_messages(std::span<const numbered_message> messages);
+
+/// "frame 41, repeated in 43, response 44".
+[[nodiscard]] std::string frames_text(const exchange& item);
 
 /// The result code of a response (G.988 clause 11.2.3), nothing if it is too short.
 [[nodiscard]] std::optional<uint8_t> result_code(const message& response);

@@ -129,6 +129,11 @@ std::string unmirrored_text(const attribute_class& cls, const value_list& list)
     return text;
 }
 
+std::string report_comment(const std::string& frames)
+{
+    return comment_line(frames + ": reported by the ONU");
+}
+
 std::string comment_line(std::string_view text)
 {
     std::string line = text.empty() ? "#" : "# ";

@@ -31,6 +31,9 @@ namespace gponflow::omci {
 /// 0x01, ...".
 [[nodiscard]] std::string unmirrored_text(const attribute_class& cls, const value_list& list);
 
+/// The comment above lines that a response of the ONU reports.
+[[nodiscard]] std::string report_comment(const std::string& frames);
+
 /// A comment line. Control characters of file names or error texts cannot end it.
 [[nodiscard]] std::string comment_line(std::string_view text);
 

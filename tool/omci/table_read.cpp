@@ -3,7 +3,7 @@
 
 #include "include/me_class_id.h"
 #include "tool/omci/attributes.h"
-#include "tool/omci/tagging_text.h"
+#include "tool/tagging/row.h"
 
 namespace gponflow::omci {
 
@@ -30,14 +30,15 @@ std::span<const uint8_t> values_of(const message& response)
 }
 
 // The parts in their order, without gaps.
-std::vector<uint8_t> joined(const std::map<uint16_t, std::vector<uint8_t>>& parts)
+read_table joined(const std::map<uint16_t, table_part>& parts)
 {
-    std::vector<uint8_t> table;
+    read_table table;
     uint16_t expected = 0;
-    for (const auto& [number, bytes] : parts) {
+    for (const auto& [number, part] : parts) {
         if (number != expected++)
             break;
-        table.insert(table.end(), bytes.begin(), bytes.end());
+        table.bytes.insert(table.bytes.end(), part.bytes.begin(), part.bytes.end());
+        table.frames.resize(table.bytes.size() / tag_row_bytes, part.frames);
     }
     return table;
 }
@@ -51,7 +52,7 @@ void table_reader::begin(uint16_t instance, uint32_t size)
         pending_[instance].size = size;
 }
 
-std::optional<std::vector<uint8_t>> table_reader::take(const exchange& item)
+std::optional<read_table> table_reader::take(const exchange& item)
 {
     if (!is_part_of_table(item))
         return {};
@@ -60,11 +61,12 @@ std::optional<std::vector<uint8_t>> table_reader::take(const exchange& item)
     if (found == pending_.end())
         return {};
     const auto values = values_of(item.response->msg);
-    found->second.parts[read_u16(asked.content, 2)] = {values.begin(), values.end()};
-    std::vector<uint8_t> table = joined(found->second.parts);
-    if (table.size() < found->second.size)
+    found->second.parts[read_u16(asked.content, 2)] = {{values.begin(), values.end()},
+                                                       frames_text(item)};
+    read_table table = joined(found->second.parts);
+    if (table.bytes.size() < found->second.size)
         return {};
-    table.resize(found->second.size);
+    table.bytes.resize(found->second.size);
     pending_.erase(found);
     return table;
 }

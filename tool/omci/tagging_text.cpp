@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "include/me_class_id.h"
@@ -86,6 +87,16 @@ std::string row_comment(std::span<const uint8_t> bytes)
                                            : "  row: " + row_text(row));
 }
 
+std::string row_line(uint16_t instance, std::span<const uint8_t> bytes)
+{
+    return row_comment(bytes) + line_of(me_class::evtocd, instance, " row=" + hex_bytes(bytes));
+}
+
+std::string comment_on_change(std::string& above, const std::string& frames)
+{
+    return std::exchange(above, frames) == frames ? "" : report_comment(frames);
+}
+
 } // namespace
 
 bool is_tagging_attribute(me_class class_id, size_t index)
@@ -111,23 +122,24 @@ std::string tagging_lines(me_class class_id, uint16_t instance, table_start star
     return options.empty() ? "" : comment + line_of(class_id, instance, options);
 }
 
-std::string table_lines(uint16_t instance, std::span<const uint8_t> rows)
+std::string table_lines(uint16_t instance, const read_table& table, const std::string& frames)
 {
     std::string text =
         line_of(me_class::evtocd, instance, start_text(table_start::with_default_rows));
     std::vector<tag_row> missing = default_rows();
-    for (; rows.size() >= tag_row_bytes; rows = rows.subspan(tag_row_bytes)) {
-        const auto row = rows.first(tag_row_bytes);
-        text += row_comment(row) + line_of(me_class::evtocd, instance, " row=" + hex_bytes(row));
+    std::string above = frames;
+    const std::span<const uint8_t> rows = table.bytes;
+    for (size_t i = 0; i < rows.size() / tag_row_bytes; ++i) {
+        const auto row = rows.subspan(i * tag_row_bytes, tag_row_bytes);
+        text += comment_on_change(above, table.frames.at(i)) + row_line(instance, row);
         std::erase_if(missing,
                       [&](const tag_row& one) { return same_key(one, decode_row(image_of(row))); });
     }
-    // Default rows that the OLT deleted.
+    // Default rows that the OLT deleted: the whole table shows it.
     for (const tag_row& one : missing) {
         tag_row_image image = encode_row(one);
         std::fill(image.begin() + tag_row_bytes / 2, image.end(), 0xff);
-        text +=
-            row_comment(image) + line_of(me_class::evtocd, instance, " row=" + hex_bytes(image));
+        text += comment_on_change(above, frames) + row_line(instance, image);
     }
     return text;
 }

@@ -5,7 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "include/me_class_id.h"
 #include "tool/omci/mib.h"
@@ -30,8 +32,16 @@ enum class table_start {
 [[nodiscard]] std::string tagging_lines(me_class class_id, uint16_t instance, table_start start,
                                         const value_list& list);
 
-/// The lines for all rows of a table of class 171; bytes that are no whole row are ignored.
-[[nodiscard]] std::string table_lines(uint16_t instance, std::span<const uint8_t> rows);
+/// A table of class 171 that the OLT has read.
+struct read_table {
+    std::vector<uint8_t> bytes;      ///< rows; bytes at the end that are no whole row are ignored
+    std::vector<std::string> frames; ///< by row: those of the response that completes it
+};
+
+/// The lines for all rows of a table. A comment names the frames of rows that the response of
+/// `frames` does not complete: the lines stand below a comment with these.
+[[nodiscard]] std::string table_lines(uint16_t instance, const read_table& table,
+                                      const std::string& frames);
 
 /// Whether the attributes contain a row of class 171.
 [[nodiscard]] bool has_tag_row(me_class class_id, const value_list& list);

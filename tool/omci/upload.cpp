@@ -5,6 +5,7 @@
 
 #include "include/me_class_id.h"
 #include "include/uapi/gpon_flow.h"
+#include "tool/omci/class_titles.h"
 #include "tool/omci/scenario_text.h"
 
 namespace gponflow::omci {
@@ -83,7 +84,9 @@ std::string lines_of_class(const class_record& fields, record_store& store, size
     for (auto& [id, rec] : store.all())
         if (cls && id.first == fields.id && is_pending(rec) &&
             belongs_to_the_line(fields.id, rec)) {
-            text += line_of(fields, *cls, id.second, rec) + rec.tagging;
+            text += comment_line(rec.uploaded_in.text + ": " + class_title(id.first) + " " +
+                                 hex_text(id.second, 4)) +
+                    line_of(fields, *cls, id.second, rec) + rec.tagging;
             rec.written = true;
             ++written;
         }
