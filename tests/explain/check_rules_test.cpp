@@ -329,7 +329,7 @@ TEST(check_rules, a_vlan_that_no_row_produces)
     const std::string expecting = line + "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 "
                                          "vlanFilterList=100,200 forwardOperation=0x10 "
                                          "vlanFilterNums=2\n";
-    EXPECT_EQ(found("tagging-no-row", expecting), names{"VLAN_TAG_EXTEND_OPERATE 0x0001 13"});
+    EXPECT_EQ(found("tagging-no-row", expecting), names{"VLAN_TAG_EXTEND_OPERATE 0x0001 14"});
     EXPECT_EQ(reason("tagging-no-row", expecting),
               "no row produces VLAN 200, which VLAN_TAG_FILTER_DATA 0x1001 passes");
     // Single-tagged frames of VLAN 5 become VLAN 200.
@@ -366,10 +366,10 @@ TEST(check_rules, a_priority_that_no_row_produces)
     // The row for VLAN 5 with priority 2 copies priority 2.
     EXPECT_EQ(found("tagging-no-row", line + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
                                              "row=f800000020028000400f000000080644\n"),
-              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
+              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 14"});
     EXPECT_EQ(found("tagging-no-row", line + "tagging VLAN_TAG_EXTEND_OPERATE 1 "
                                              "row=f800000080028000400f000000030644\n"),
-              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 15"});
+              names{"VLAN_TAG_EXTEND_OPERATE 0x0001 14"});
 }
 
 TEST(check_rules, a_mapper_that_maps_no_untagged_frame)
@@ -425,7 +425,7 @@ TEST(check_rules, a_row_that_never_applies)
     for (int priority = 0; priority < 8; ++priority)
         line += "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000" + std::to_string(priority) +
                 "0028000400f000000080644\n";
-    EXPECT_EQ(found("tagging-shadowed-row", line), names{"VLAN_TAG_EXTEND_OPERATE 0x0001 22"});
+    EXPECT_EQ(found("tagging-shadowed-row", line), names{"VLAN_TAG_EXTEND_OPERATE 0x0001 14"});
     EXPECT_EQ(
         reason("tagging-shadowed-row", line),
         "the row \"single-tagged, VLAN 5: remove 1 tag, add VLAN 200 with the priority of the "

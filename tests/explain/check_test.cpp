@@ -222,7 +222,7 @@ TEST(check, counts_are_part_of_the_finding)
 {
     const auto last_line = [](const std::string& text) {
         std::ostringstream out;
-        print_findings(checked(text), "a.scn", out);
+        print_findings(checked(text), {"a.scn", {}}, out);
         const std::string printed = out.str().substr(0, out.str().size() - 1);
         return printed.substr(printed.rfind('\n') + 1);
     };
@@ -242,17 +242,17 @@ TEST(check, problems_are_red_where_there_are_colours)
     const check_result all =
         checked("me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=7 tpType=1 tpPointer=1\n");
     std::ostringstream plain;
-    print_findings(all, "a.scn", plain);
+    print_findings(all, {"a.scn", {}}, plain);
     EXPECT_EQ(plain.str().find('\033'), std::string::npos);
     std::ostringstream coloured;
-    print_findings(all, "a.scn", coloured, palette{true});
+    print_findings(all, {"a.scn", {}}, coloured, palette{true});
     EXPECT_TRUE(coloured.str().starts_with("a.scn:1: \033[31mproblem\033[0m: ")) << coloured.str();
     EXPECT_TRUE(coloured.str().ends_with("\033[31m1 problem\033[0m, 0 warnings, 0 notes\n"));
 }
 
 TEST(check, json_of_nothing_is_valid)
 {
-    const json read = findings_json({}, "a.scn");
+    const json read = findings_json({}, {"a.scn", {}});
     EXPECT_EQ(read["problems"], 0);
     EXPECT_EQ(read["notes"], 0);
     EXPECT_TRUE(read["findings"].is_array());
@@ -262,7 +262,7 @@ TEST(check, json_of_nothing_is_valid)
 TEST(check, json_holds_every_finding)
 {
     const json read =
-        findings_json(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn");
+        findings_json(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), {"a.scn", {}});
     EXPECT_EQ(read["problems"], 1);
     EXPECT_EQ(read["schema"], "gponflow-check-1");
     EXPECT_EQ(read["warnings"], 1);
@@ -276,7 +276,7 @@ TEST(check, json_holds_every_finding)
 TEST(check, text_names_file_and_line)
 {
     std::ostringstream out;
-    print_findings(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), "a.scn", out);
+    print_findings(checked("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n"), {"a.scn", {}}, out);
     EXPECT_TRUE(out.str().starts_with("a.scn:1: problem: GEM_INTERWORK_TP 0x0011: ")) << out.str();
 }
 

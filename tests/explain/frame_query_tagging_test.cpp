@@ -50,6 +50,7 @@ TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
                                 "  arrives as untagged\n"
                                 "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: "
                                 "untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                                "      set in line 11\n"
                                 "  leaves as VLAN 100 priority 0\n"));
     // The operation of the UNI is not repeated in the second half.
     EXPECT_THAT(text, HasSubstr("upstream, from the bridge to the ANI\n"
@@ -81,6 +82,7 @@ TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
                                 "  arrives as untagged\n"
                                 "    VLAN_TAG_OPERATE 0x0002 of MAC_BRIDGE_PORT_CON_DATA 0x1001: "
                                 "upstream mode 1: add VLAN 100 priority 0\n"
+                                "      set in line 9\n"
                                 "  leaves as VLAN 100 priority 0\n"));
 }
 
@@ -107,6 +109,7 @@ TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
                           "  arrives as VLAN 100 priority 0\n"
                           "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
                           "of untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                          "      set in line 11\n"
                           "  leaves as untagged\n"));
 }
 
@@ -160,7 +163,7 @@ TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
     const std::string note =
         "VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was not applied: the row "
         "\"single-tagged, VLAN 5: remove 1 tag, add VLAN 100 with priority 0, TPID 0x8100\" cannot "
-        "be interpreted: reserved value: inner filter priority 9.\n";
+        "be interpreted: reserved value: inner filter priority 9 (set in line 14).\n";
     const std::string text = answer_text(
         line + "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000ffffffffffffffff\n",
         from_uni_1(query_tag{5, 0}));
@@ -188,7 +191,7 @@ TEST(question_tagging, prints_json_of_a_frame_that_no_uni_receives)
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(discarded_downstream), out), status_ok);
-    print_path_json(trace_frame(from_gem_1025({100, 0}), session), "test.scn", out);
+    print_path_json(trace_frame(from_gem_1025({100, 0}), session), {.name = "test.scn"}, out);
     const auto document = nlohmann::json::parse(out.str());
     EXPECT_EQ(document["outcome"], "dropped");
     EXPECT_EQ(document["faults"][0]["class"], "VLAN_TAG_EXTEND_OPERATE");

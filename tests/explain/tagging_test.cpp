@@ -49,6 +49,7 @@ TEST(explain_tagging, a_frame_of_the_uni_is_rewritten_before_the_hook_call)
               "  arrives as untagged\n"
               "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: untagged: add VLAN "
               "100 with priority 0, TPID 0x8100\n"
+              "      set in line 11\n"
               "  leaves as VLAN 100 priority 0\n"
               "  PPTP_ETHERNET_UNI 0x0101\n"
               "    MAC_BRIDGE_PORT_CON_DATA 0x0101  bridgeID=0x0001 tpType=1 tpPointer=0x0101\n"
@@ -62,6 +63,7 @@ TEST(explain_tagging, a_discarded_frame_does_not_reach_the_hook_call)
               "  arrives as VLAN 666 priority 0\n"
               "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: single-tagged, VLAN "
               "666: discard\n"
+              "      set in line 13\n"
               "  discarded\n"
               "dropped\n"
               "The tagging operation VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 "
@@ -93,6 +95,7 @@ TEST(explain_tagging, a_frame_from_the_fibre_is_rewritten_behind_the_hook_call)
                           "  arrives as VLAN 100 priority 0\n"
                           "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: inverse "
                           "of untagged: add VLAN 100 with priority 0, TPID 0x8100\n"
+                          "      set in line 11\n"
                           "  leaves as untagged\n"));
     EXPECT_THAT(explained(good_line +
                           "me create VLAN_TAG_EXTEND_OPERATE 1\n"
@@ -114,6 +117,7 @@ TEST(explain_tagging, a_frame_that_no_uni_receives_is_dropped)
         "  arrives as VLAN 100 priority 0\n"
         "    VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101: downstream mode 8: "
         "discard\n"
+        "      set in line 14\n"
         "  discarded\n"
         "dropped\n"
         "The tagging operation VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 discards "

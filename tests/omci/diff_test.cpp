@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Differences between two lines.
 #include <sstream>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/tool/parsing.h"
 #include "tool/model/line_diff.h"
@@ -45,6 +47,31 @@ TEST(line_difference, contains_changed_rows)
         ElementsAre("VLAN_TAG_EXTEND_OPERATE 0x0001 row single-tagged, VLAN 100: remove 1 tag, add "
                     "VLAN 100 with the priority of the inner tag (400f000000080320) -> remove 1 "
                     "tag, add VLAN 104 with the priority of the inner tag (400f000000080340)"));
+}
+
+// The instance is in line 1, its table in line 2; later lines set other attributes.
+TEST(line_difference, contains_the_lines_that_set_the_values)
+{
+    const std::string later = "tagging VLAN_TAG_EXTEND_OPERATE 1 input_tpid=0x8100\n";
+    const std::string left = operation + translation + "f800000080320000400f000000080320\n" + later;
+    const std::string right =
+        operation + later + translation + "f800000080320000400f000000080340\n" +
+        "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=1\n" + later +
+        "me create TRAFFIC_DESCRIPTOR 1 cir=1 pir=2\nme set TRAFFIC_DESCRIPTOR 1 cir=1 pir=3\n";
+    const line_difference found = difference_of(
+        final_entities(parse_good(left + "me create TRAFFIC_DESCRIPTOR 1 cir=1 pir=1\n")),
+        final_entities(parse_good(right)));
+    std::vector<std::tuple<std::string, unsigned, unsigned>> lines;
+    for (const changed_attribute& one : found.changed)
+        lines.emplace_back(one.name.substr(0, 15), one.left_line, one.right_line);
+    EXPECT_THAT(lines, ElementsAre(std::tuple("pir", 5u, 8u), std::tuple("downstream_mode", 0u, 5u),
+                                   std::tuple("row single-tagg", 3u, 4u)));
+    std::ostringstream out;
+    print_difference_json(found, {"a.scn", {}}, {"b.pcap", {{8, "frame 41, response 42"}}}, out);
+    const auto document = nlohmann::json::parse(out.str());
+    EXPECT_EQ(document["changed"][0]["first_line"], 5);
+    EXPECT_EQ(document["changed"][0]["second_frame"], 41);
+    EXPECT_FALSE(document["changed"][1].contains("first_line"));
 }
 
 TEST(line_difference, contains_rows_of_one_side)

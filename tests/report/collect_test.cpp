@@ -82,12 +82,13 @@ TEST(collect_report, passed_flow_names_the_operations_that_rewrite_it)
     EXPECT_EQ(data.flows[0].fate, frame_fate::passed);
     EXPECT_EQ(data.flows[0].rewriting,
               std::vector<std::string>{"VLAN_TAG_EXTEND_OPERATE 0x0001: untagged: add VLAN 100 "
-                                       "with priority 0, TPID 0x8100"});
+                                       "with priority 0, TPID 0x8100 (set in line 11)"});
     EXPECT_EQ(data.flows[1].fate, frame_fate::passed) << data.flows[1].outcome;
     EXPECT_EQ(data.flows[1].rewriting,
               std::vector<std::string>{
                   "to PPTP_ETHERNET_UNI 0x0101, VLAN_TAG_EXTEND_OPERATE 0x0001: inverse of "
-                  "untagged: add VLAN 100 with priority 0, TPID 0x8100"});
+                  "untagged: add VLAN 100 with priority 0, TPID 0x8100 (set in line 11; "
+                  "downstream_mode in line 10)"});
     EXPECT_TRUE(data.flows[2].rewriting.empty()); // as it is at the hook call
 }
 

@@ -14,10 +14,12 @@ lost=$root/docs/cookbook/lost.pcap
 python3 "$root/tests/tool/line_inputs.py" "$bring_up" "$lost"
 expect_status 0 omci "$bring_up" -o line.scn
 
+without_places='s/ is written in .*/ is written/; /^ *set in /d'
+
 # FROM: the output of a command, with the scenario's name for that of the line. A capture is named in
 # the output, and has a frame where the text of a scenario has a line.
 with_one_name() {
-    sed -e "s,$1,line.scn,g" -e 's/ is written in .*/ is written/' out
+    sed -e "s,$1,line.scn,g" -e "$without_places" out
 }
 
 # ARGUMENT...: with INPUT for the line
@@ -34,7 +36,7 @@ same_for_each_input() {
         status=0
         "$tool" "${@/line.scn/-}" <"$input" >out 2>err || status=$?
         [ "$status" = "$expected" ] || complain "gponflow $*: status $status for $input by stdin"
-        sed -e 's,^-:,line.scn:,; s, -:, line.scn:,' -e 's/ is written in .*/ is written/' out |
+        sed -e 's,^-:,line.scn:,; s, -:, line.scn:,' -e "$without_places" out |
             cmp -s - wanted ||
             complain "gponflow $*: another output for $input from standard input"
     done

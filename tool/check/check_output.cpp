@@ -52,29 +52,39 @@ std::string wrapped(std::string_view text, const std::string& indent)
     return result + line + "\n";
 }
 
-json json_of(const finding& one)
+json json_of(const finding& one, const line_places& places)
 {
     const class_record* fields = find_me_class(one.id.class_id);
-    return {{"weight", name_of(one.weight)},
-            {"kind", one.rule},
-            {"clause", find_rule(one.rule)->clause},
-            {"class", fields ? fields->name : ""},
-            {"class_id", gpon::class_number(one.id.class_id)},
-            {"instance", one.id.instance},
-            {"line", one.line},
-            {"reason", one.reason},
-            {"change", one.change}};
+    json entry = {{"weight", name_of(one.weight)},
+                  {"kind", one.rule},
+                  {"clause", find_rule(one.rule)->clause},
+                  {"class", fields ? fields->name : ""},
+                  {"class_id", gpon::class_number(one.id.class_id)},
+                  {"instance", one.id.instance},
+                  {"line", one.line}};
+    if (const auto frame = places.frame(one.line))
+        entry["frame"] = *frame;
+    entry["reason"] = one.reason;
+    entry["change"] = one.change;
+    return entry;
+}
+
+// The frames of a capture, on a line of their own: the first one has the form of a compiler's.
+std::string frames_text(const finding& one, const line_places& places)
+{
+    return places.frame(one.line) ? "\n    set in " + places.short_text(one.line) : "";
 }
 
 } // namespace
 
-void print_findings(const check_result& result, const std::string& file, std::ostream& out,
+void print_findings(const check_result& result, const line_places& places, std::ostream& out,
                     const palette& colours)
 {
     for (const finding& one : result.findings)
-        out << diagnostic{file, one.line, 0,
+        out << diagnostic{places.file, one.line, 0,
                           coloured(one.weight, colours) + ": " + colours.heading(to_text(one.id)) +
-                              ": " + one.reason + " [" + one.rule + "]\n    change: " + one.change}
+                              ": " + one.reason + " [" + one.rule + "]\n    change: " + one.change +
+                              frames_text(one, places)}
                    .text()
             << '\n';
     const size_t problems = count_of(result, finding_weight::problem);
@@ -89,13 +99,13 @@ void print_findings(const check_result& result, const std::string& file, std::os
     out << '\n';
 }
 
-json findings_json(const check_result& result, const std::string& file)
+json findings_json(const check_result& result, const line_places& places)
 {
     json findings = json::array();
     for (const finding& one : result.findings)
-        findings.push_back(json_of(one));
+        findings.push_back(json_of(one, places));
     json whole = json_document("check");
-    whole["scenario"] = file;
+    whole["scenario"] = places.file;
     whole["problems"] = count_of(result, finding_weight::problem);
     whole["warnings"] = count_of(result, finding_weight::warning);
     whole["notes"] = count_of(result, finding_weight::note);

@@ -11,12 +11,13 @@
 
 namespace gponflow {
 
-/// "FILE:LINE: problem: INSTANCE: reason [rule]" and the change, for each finding, and a count.
-void print_findings(const check_result& result, const std::string& file, std::ostream& out,
+/// "FILE:LINE: problem: INSTANCE: reason [rule]", the change and, of a capture, the frames, for
+/// each finding, and a count.
+void print_findings(const check_result& result, const line_places& places, std::ostream& out,
                     const palette& colours = {});
 
 /// The same as the document gponflow-check-1, described in docs/check.md.
-[[nodiscard]] json findings_json(const check_result& result, const std::string& file);
+[[nodiscard]] json findings_json(const check_result& result, const line_places& places);
 
 /// The name, weight, clause and title of each rule, as a table.
 void print_rules(std::ostream& out, const palette& colours = {});

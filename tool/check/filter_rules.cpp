@@ -35,7 +35,7 @@ void check_bridge_port(const me_instance& port, finding_list& found)
 {
     if (side_of(port) != tp_side::none)
         return;
-    found.add(port, "no-side",
+    found.add(at(port, {"tpType"}), "no-side",
               "tpType " + std::to_string(port.as<gpon_raw_mbpcd>().tpType) +
                   " is neither a UNI type (" + tp_types_of(tp_side::uni) + ") nor an ANI type (" +
                   tp_types_of(tp_side::ani) + "): no frame passes",
@@ -50,7 +50,7 @@ void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list
         for (size_t earlier = 0; earlier < i; ++earlier) {
             if (((me.vlanFilterList[i] ^ me.vlanFilterList[earlier]) & mask) != 0)
                 continue;
-            found.add(filter, "shadowed-entry",
+            found.add(at(filter, "vlanFilterList", i), "shadowed-entry",
                       "entry " + std::to_string(i) + " of vlanFilterList (" +
                           hex(me.vlanFilterList[i], 4) + ") equals entry " +
                           std::to_string(earlier) + " (" + hex(me.vlanFilterList[earlier], 4) +
@@ -64,7 +64,8 @@ void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list
 void check_result_of(const me_instance& filter, const gpon_raw_vtfd& me, finding_list& found)
 {
     if (me.forwardOperation <= last_forward_operation && passed_by(me).none())
-        found.add(filter, "filter-passes-nothing",
+        found.add(at(filter, {"forwardOperation", "vlanFilterNums", "vlanFilterList"}),
+                  "filter-passes-nothing",
                   "forwardOperation " + hex(me.forwardOperation, 2) + " with " +
                       std::to_string(me.vlanFilterNums) + " entries drops every frame",
                   "add the VLANs of the service to vlanFilterList and count them in "
@@ -103,7 +104,8 @@ void check_priorities(const line_model& entities, finding_list& found)
         for (const unsigned vlan : vlans) {
             const unsigned which = priorities_of(*accepted, vlan);
             if (which != 0 && which != all_priorities)
-                found.add(filter, "filter-compares-priority",
+                found.add(at(filter, {"forwardOperation", "vlanFilterList"}),
+                          "filter-compares-priority",
                           "forwardOperation " + hex(me.forwardOperation, 2) +
                               " compares the whole tag: VLAN " + std::to_string(vlan) +
                               " passes with priority " + priorities_text(which) + " only",
@@ -117,12 +119,12 @@ void check_filter(const line_model& entities, const me_instance& filter, finding
 {
     const auto me = filter.as<gpon_raw_vtfd>();
     if (me.forwardOperation > last_forward_operation)
-        found.add(filter, "unknown-operation",
+        found.add(at(filter, {"forwardOperation"}), "unknown-operation",
                   "forwardOperation " + hex(me.forwardOperation, 2) +
                       " is not defined: every frame is dropped",
                   "use 0x00 to 0x21");
     if (me.vlanFilterNums > filter_places)
-        found.add(filter, "list-too-long",
+        found.add(at(filter, {"vlanFilterNums"}), "list-too-long",
                   "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
                       ", but the list has 12 entries",
                   "set it to the number of entries in use");

@@ -25,7 +25,7 @@ void check_unicast(const line_model& entities, const me_instance& gem_iw, findin
     const uint16_t id = gem_iw.as<gpon_raw_gemiw>().gemCTPInstID;
     const me_instance* ctp = entities.find({me_class::gemctp, id});
     if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_downstream)
-        found.add(gem_iw, "wrong-direction",
+        found.add(at(gem_iw, {"gemCTPInstID"}), "wrong-direction",
                   to_text(ctp->id) + " has direction 2 (downstream only): no upstream frame passes",
                   "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
 }
@@ -37,7 +37,7 @@ void check_multicast(const line_model& entities, const me_instance& gem_iw, find
     const uint16_t id = gem_iw.as<gpon_raw_multigemiw>().GemCTPInstID;
     const me_instance* ctp = entities.find({me_class::gemctp, id});
     if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_upstream)
-        found.add(gem_iw, "wrong-direction", finding_weight::note,
+        found.add(at(gem_iw, {"GemCTPInstID"}), "wrong-direction", finding_weight::note,
                   to_text(ctp->id) +
                       " has direction 1 (upstream only): it carries no downstream stream",
                   "set its direction to 2");
@@ -47,7 +47,7 @@ void check_known_direction(const me_instance& ctp, finding_list& found)
 {
     const uint32_t direction = ctp.as<gpon_raw_gemctp>().direction;
     if (!is_known(direction))
-        found.add(ctp, "wrong-direction", finding_weight::note,
+        found.add(at(ctp, {"direction"}), "wrong-direction", finding_weight::note,
                   "direction " + std::to_string(direction) +
                       " is not defined; the module treats it as upstream",
                   "use 1 (upstream), 2 (downstream) or 3 (both)");
@@ -63,7 +63,7 @@ void check_port_id(const line_model& entities, const me_instance& ctp, finding_l
         const auto first = other.as<gpon_raw_gemctp>();
         if (first.portID != me.portID || !(directions_of(first) & directions_of(me)))
             continue;
-        return found.add(ctp, "duplicate-port-id",
+        return found.add(at(ctp, {"portID", "direction"}), "duplicate-port-id",
                          "portID " + std::to_string(me.portID) + " is also that of " +
                              to_text(other.id) + ", in the same direction",
                          "give each GEM port its own port-ID");
@@ -87,7 +87,7 @@ void check_alloc_id(const line_model& entities, const me_instance& ctp, finding_
                               : tcont->automatic
                                   ? " was never set"
                                   : " has allocID " + hex(tcont->as<gpon_raw_tcont>().allocID, 2);
-    found.add(ctp, "gem-port-without-alloc-id",
+    found.add(at(ctp, {"tcontID"}), "gem-port-without-alloc-id",
               to_text({me_class::tcont, me.tcontID}) + state +
                   ": the OLT grants no time to upstream frames of this GEM port",
               "set allocID of its T-CONT, or tcontID of the GEM port");

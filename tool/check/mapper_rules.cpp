@@ -31,22 +31,29 @@ std::string dead_end(const line_model& entities, const me_instance& mapper, uint
     return to_text(target) + " was created after the pointer to it";
 }
 
+struct dead_priorities {
+    std::string why;
+    std::string which;
+    unsigned line; ///< that last set one of their entries
+};
+
 // Priorities with the same reason are reported together.
-std::vector<std::pair<std::string, std::string>> dead_ends(const line_model& entities,
-                                                           const me_instance& mapper)
+std::vector<dead_priorities> dead_ends(const line_model& entities, const me_instance& mapper)
 {
     const auto me = mapper.as<gpon_raw_mapper>();
-    std::vector<std::pair<std::string, std::string>> reasons;
+    std::vector<dead_priorities> reasons;
     for (unsigned priority = 0; priority < priorities; ++priority) {
         const std::string why = dead_end(entities, mapper, me.pbit_GemIWTP[priority]);
         if (why.empty())
             continue;
-        const auto same =
-            std::ranges::find(reasons, why, &std::pair<std::string, std::string>::first);
-        if (same == reasons.end())
-            reasons.emplace_back(why, std::to_string(priority));
-        else
-            same->second += ", " + std::to_string(priority);
+        const unsigned line = at(mapper, "pbit_GemIWTP", priority).line;
+        const auto same = std::ranges::find(reasons, why, &dead_priorities::why);
+        if (same == reasons.end()) {
+            reasons.push_back({why, std::to_string(priority), line});
+            continue;
+        }
+        same->which += ", " + std::to_string(priority);
+        same->line = std::max(same->line, line);
     }
     return reasons;
 }
@@ -55,12 +62,12 @@ void check_untagged(const me_instance& mapper, finding_list& found)
 {
     const auto me = mapper.as<gpon_raw_mapper>();
     if (me.unmark_frame_opt > 1)
-        found.add(mapper, "untagged-dropped",
+        found.add(at(mapper, {"unmark_frame_opt"}), "untagged-dropped",
                   "unmark_frame_opt " + std::to_string(me.unmark_frame_opt) +
                       " does not map untagged frames",
                   "use 0 (by DSCP) or 1 (defaultPbit)");
     else if (me.unmark_frame_opt == 1 && me.defaultPbit >= priorities)
-        found.add(mapper, "untagged-dropped",
+        found.add(at(mapper, {"defaultPbit"}), "untagged-dropped",
                   "defaultPbit " + std::to_string(me.defaultPbit) + " is not a priority",
                   "use 0 to 7");
 }
@@ -70,8 +77,9 @@ void check_untagged(const me_instance& mapper, finding_list& found)
 void check_mappers(const line_model& entities, finding_list& found)
 {
     for (const me_instance& mapper : entities.instances(me_class::mapper)) {
-        for (const auto& [why, which] : dead_ends(entities, mapper))
-            found.add(mapper, "priority-leads-nowhere", "priority " + which + ": " + why,
+        for (const dead_priorities& dead : dead_ends(entities, mapper))
+            found.add({mapper.id, dead.line}, "priority-leads-nowhere",
+                      "priority " + dead.which + ": " + dead.why,
                       "set pbit_GemIWTP of these priorities to a GEM IW TP of this mapper; create "
                       "it first");
         check_untagged(mapper, found);

@@ -41,21 +41,22 @@ void check_pointer(const line_model& entities, const me_instance& from, const me
     const bool followed = is_followed(pointer);
     const auto weight = followed ? finding_weight::problem : finding_weight::note;
     const std::string target = to_text(pointer.to);
+    const finding_place place(from.id, pointer.line);
     switch (entities.state(pointer)) {
     case pointer_state::recorded:
         return;
     case pointer_state::missing:
-        return found.add(from, "missing-instance", weight,
+        return found.add(place, "missing-instance", weight,
                          pointer.attribute + " names " + target + ", which does not exist",
                          "create it before this instance, or correct the pointer");
     case pointer_state::unrecorded:
-        return found.add(from, "not-linked", weight,
+        return found.add(place, "not-linked", weight,
                          pointer.attribute + " names " + target +
                              ", but the link is not recorded: the target was created later, or "
                              "the mask does not include the attribute",
                          "set " + pointer.attribute + " again after the target is created");
     case pointer_state::overflowed:
-        return found.add(from, followed ? "row-overflow" : "capacity",
+        return found.add(place, followed ? "row-overflow" : "capacity",
                          target + " has no free entry for it (" + taken_by(entities, pointer) + ")",
                          "use a separate target; only the first pointers are recorded");
     }

@@ -27,7 +27,7 @@ void check_side(const line_model& entities, const me_instance& queue, finding_li
     const uint32_t port = queue.as<gpon_raw_pq>().relatedPort;
     if (by_id == (port >= cfg.related_port_boundary))
         return;
-    found.add(queue, "queue-on-wrong-side",
+    found.add(at(queue, {"relatedPort"}), "queue-on-wrong-side",
               std::string("its id is that of ") + (by_id ? "an upstream" : "a downstream") +
                   " queue (upstream_queue_num " + std::to_string(cfg.upstream_queue_num) +
                   "), its relatedPort " + hex(port, 8) + " belongs to a " +

@@ -68,9 +68,9 @@ std::string uri_of(const std::string& file)
     return uri;
 }
 
-json location_json(const finding& one, const std::string& file)
+json location_json(const finding& one, const line_places& places)
 {
-    json physical = {{"artifactLocation", {{"uri", uri_of(file)}}}};
+    json physical = {{"artifactLocation", {{"uri", uri_of(places.file)}}}};
     // Lines count from 1; an instance that no line created has none.
     if (one.line != 0)
         physical["region"] = {{"startLine", one.line}};
@@ -79,26 +79,31 @@ json location_json(const finding& one, const std::string& file)
              json::array({json{{"fullyQualifiedName", to_text(one.id)}, {"kind", "object"}}})}};
 }
 
-json result_json(const finding& one, const std::string& file)
+json result_json(const finding& one, const line_places& places)
 {
     const auto rules = check_rules();
     const auto index = std::ranges::find(rules, one.rule, &check_rule::name) - rules.begin();
-    return {{"ruleId", one.rule},
-            {"ruleIndex", index},
-            {"level", level_of(one.weight)},
-            {"message",
-             {{"text", to_text(one.id) + ": " + one.reason + ". Change: " + one.change + "."}}},
-            {"locations", json::array({location_json(one, file)})}};
+    json result = {
+        {"ruleId", one.rule},
+        {"ruleIndex", index},
+        {"level", level_of(one.weight)},
+        {"message",
+         {{"text", to_text(one.id) + ": " + one.reason + ". Change: " + one.change + "."}}},
+        {"locations", json::array({location_json(one, places)})}};
+    // The line is that of the converted scenario.
+    if (const auto frame = places.frame(one.line))
+        result["properties"] = {{"frame", *frame}};
+    return result;
 }
 
 } // namespace
 
-void print_sarif(const check_result& result, const std::string& file,
+void print_sarif(const check_result& result, const line_places& places,
                  const std::string& tool_version, std::ostream& out)
 {
     json results = json::array();
     for (const finding& one : result.findings)
-        results.push_back(result_json(one, file));
+        results.push_back(result_json(one, places));
     json driver = {{"name", "gponflow"}, {"version", tool_version}, {"rules", rules_json()}};
     json run = {{"tool", {{"driver", std::move(driver)}}}, {"results", std::move(results)}};
     json log;

@@ -10,7 +10,7 @@ namespace gponflow {
 
 /// Findings as a SARIF 2.1.0 log (OASIS Static Analysis Results Interchange Format) of one run, for
 /// code review and continuous integration systems. `tool_version` is that of gponflow.
-void print_sarif(const check_result& result, const std::string& file,
+void print_sarif(const check_result& result, const line_places& places,
                  const std::string& tool_version, std::ostream& out);
 
 } // namespace gponflow

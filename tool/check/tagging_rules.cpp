@@ -105,17 +105,17 @@ tag_operation without_uncertain(const tag_operation& operation, const tag_row& r
     return result;
 }
 
-void check_rows(me_id id, unsigned line, const tag_operation& operation, finding_list& found)
+void check_rows(me_id id, const tag_operation& operation, finding_list& found)
 {
     const std::vector<tag_row> predefined = default_rows();
-    for (const tag_row& row : operation.rows) {
+    for (const table_row& row : operation.rows) {
         // The ONU creates the default rows, so it is no mistake that others cover them.
         if (is_default(row) || std::ranges::find(predefined, row) != predefined.end())
             continue;
         const std::string fault = fault_of(row);
         if (fault.empty() && applies_to_some_frame(without_uncertain(operation, row), row))
             continue;
-        found.add(id, line, "tagging-shadowed-row",
+        found.add({id, row.line}, "tagging-shadowed-row",
                   "the row \"" + row_text(row) + "\" " +
                       (fault.empty() ? "never applies: rows that are tried first apply to all its "
                                        "frames"
@@ -242,6 +242,7 @@ std::optional<bridge_tags> entering(const line_model& entities, uint16_t bridge)
 struct listed_tag {
     unsigned vid;
     std::optional<unsigned> priority;
+    size_t entry; ///< of the list
 };
 
 std::vector<listed_tag> listed_tags(const gpon_raw_vtfd& filter)
@@ -257,8 +258,9 @@ std::vector<listed_tag> listed_tags(const gpon_raw_vtfd& filter)
         const uint16_t tci = filter.vlanFilterList[i];
         const unsigned vid = tci & vid_mask;
         if (vid != 0)
-            tags.push_back({vid, compared & priority_mask ? std::optional(unsigned{tci} >> 13)
-                                                          : std::nullopt});
+            tags.push_back(
+                {vid, compared & priority_mask ? std::optional(unsigned{tci} >> 13) : std::nullopt,
+                 i});
     }
     return tags;
 }
@@ -274,16 +276,16 @@ std::string text_of(const listed_tag& tag)
            (tag.priority ? " with priority " + std::to_string(*tag.priority) : "");
 }
 
-void check_filter(const line_model& entities, const me_instance& filter, const bridge_tags& entered,
-                  finding_list& found)
+// A row that is missing was set nowhere: the line is that of the entry that needs it.
+void check_filter(const me_instance& filter, const bridge_tags& entered, finding_list& found)
 {
     for (const listed_tag& tag : listed_tags(filter.as<gpon_raw_vtfd>()))
         if (!is_produced(entered.vids, tag))
-            found.add(entered.operations.front(),
-                      entities.operation_line(entered.operations.front()), "tagging-no-row",
-                      "no row produces " + text_of(tag) + ", which " + to_text(filter.id) +
-                          " passes",
-                      "add a row that produces the VLAN, or remove it from the filter");
+            found.add(
+                {entered.operations.front(), filter.source_of("vlanFilterList", tag.entry).line},
+                "tagging-no-row",
+                "no row produces " + text_of(tag) + ", which " + to_text(filter.id) + " passes",
+                "add a row that produces the VLAN, or remove it from the filter");
 }
 
 // The priorities with which frames reach a mapper, a bit for each one.
@@ -324,6 +326,15 @@ std::string priorities_text(uint8_t priorities)
     return text;
 }
 
+finding_place at_priorities(const me_instance& mapper, uint8_t priorities)
+{
+    finding_place place(mapper.id, 0);
+    for (unsigned i = 0; i < 8; ++i)
+        if (priorities & 1u << i)
+            place.line = std::max(place.line, at(mapper, "pbit_GemIWTP", i).line);
+    return place;
+}
+
 // A GEM port for priorities that no row produces carries no upstream frame.
 void check_mapper(const line_model& entities, const me_instance& mapper, const me_instance* filter,
                   const bridge_tags& entered, finding_list& found)
@@ -332,7 +343,7 @@ void check_mapper(const line_model& entities, const me_instance& mapper, const m
     const uint8_t reached = priorities_at(me, filter, entered);
     for (const auto& [target, priorities] : priorities_by_target(entities, me))
         if ((priorities & reached) == 0)
-            found.add(mapper, "tagging-no-row", finding_weight::warning,
+            found.add(at_priorities(mapper, priorities), "tagging-no-row", finding_weight::warning,
                       "no row produces " + priorities_text(priorities) + " for " +
                           to_text(me_id{me_class::gemiw, target}),
                       "add a row that produces the priority, or correct the mapper");
@@ -349,7 +360,7 @@ void check_expected(const line_model& entities, const me_instance& port, finding
         return;
     const me_instance* filter = entities.find({me_class::vtfd, port.id.instance});
     if (filter)
-        check_filter(entities, *filter, *entered, found);
+        check_filter(*filter, *entered, found);
     const me_id target{type_of(port).class_id, me.tpPointer};
     const me_instance* mapper =
         target.class_id == me_class::mapper ? entities.find(target) : nullptr;
@@ -362,13 +373,15 @@ void check_expected(const line_model& entities, const me_instance& port, finding
 void check_tagging(const line_model& entities, finding_list& found)
 {
     for (const me_id id : entities.tag_operations()) {
-        const unsigned line = entities.operation_line(id);
+        const unsigned association =
+            entities.line_of(id, {tag_attribute::association, tag_attribute::associated});
         if (const std::string why = placement_fault(entities, id); !why.empty())
-            found.add(id, line, "tagging-unassociated", why + ": the operation is not applied",
+            found.add({id, association}, "tagging-unassociated",
+                      why + ": the operation is not applied",
                       "set its association type and associated ME pointer");
         const tag_operation* operation = entities.operation(id);
         if (operation && table_fault(*operation).empty())
-            check_rows(id, line, *operation, found);
+            check_rows(id, *operation, found);
     }
     for (const me_instance& port : entities.instances(me_class::mbpcd))
         check_expected(entities, port, found);

@@ -37,7 +37,7 @@ void check_range(const me_instance& one, const value_range& range, finding_list&
     const uint32_t value = gpon::field_value(range.field, one.raw.data());
     if ((value >= range.least && value <= range.most) || value == range.unset)
         return;
-    found.add(one, "out-of-range",
+    found.add(at(one, {range.field.name}), "out-of-range",
               std::string(range.field.name) + " is " + std::to_string(value) + ", outside " +
                   std::to_string(range.least) + " to " + std::to_string(range.most),
               "correct the value");
@@ -49,7 +49,7 @@ void check_filter_list(const me_instance& filter, finding_list& found)
     const size_t count = std::min<size_t>(me.vlanFilterNums, std::size(me.vlanFilterList));
     for (size_t i = 0; i < count; ++i)
         if ((me.vlanFilterList[i] & vid) == reserved_vlan)
-            found.add(filter, "out-of-range",
+            found.add(at(filter, "vlanFilterList", i), "out-of-range",
                       "entry " + std::to_string(i) +
                           " of vlanFilterList is VLAN 4095, which is "
                           "reserved",
@@ -60,7 +60,7 @@ void check_rates(const me_instance& descriptor, finding_list& found)
 {
     const auto me = descriptor.as<gpon_raw_td>();
     if (me.pir != 0 && me.pir < me.cir)
-        found.add(descriptor, "out-of-range",
+        found.add(at(descriptor, {"pir", "cir"}), "out-of-range",
                   "pir " + std::to_string(me.pir) + " is less than cir " + std::to_string(me.cir),
                   "set pir to cir or more");
 }

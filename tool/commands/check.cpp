@@ -38,14 +38,14 @@ void require_rule(const std::string& name)
                                    CLI::ExitCodes::ValidationError);
 }
 
-void print(const check_request& request, const check_result& result, const std::string& name)
+void print(const check_request& request, const check_result& result, const line_places& places)
 {
     if (request.sarif)
-        print_sarif(result, name, GPONFLOW_VERSION, std::cout);
+        print_sarif(result, places, GPONFLOW_VERSION, std::cout);
     else if (request.json)
-        print_json(findings_json(result, name), std::cout);
+        print_json(findings_json(result, places), std::cout);
     else
-        print_findings(result, name, std::cout, colours_of(1));
+        print_findings(result, places, std::cout, colours_of(1));
 }
 
 check_result findings_of(const check_request& request, const opened_line& line)
@@ -70,7 +70,7 @@ int check_one(const check_request& request)
     if (!line)
         return status_invalid;
     const check_result result = findings_of(request, *line);
-    print(request, result, line->input.name);
+    print(request, result, places_of(line->input));
     return finish_output() ? status_of(result, *line) : status_unsupported;
 }
 
@@ -80,7 +80,8 @@ line_result check_of_many(const check_request& request, const std::string& input
     if (!line)
         return {status_invalid, nullptr, nullptr};
     const check_result result = findings_of(request, *line);
-    return {status_of(result, *line), std::move(line->origin), findings_json(result, input)};
+    return {status_of(result, *line), std::move(line->origin),
+            findings_json(result, places_of(line->input))};
 }
 
 int check(const check_request& request)

@@ -58,7 +58,7 @@ exit_status explain_query(const explain_request& request, const scenario& input,
         return status;
     const frame_path found = trace_frame(request.asked.query, session);
     if (request.json)
-        print_path_json(found, input.name, std::cout);
+        print_path_json(found, input, std::cout);
     else
         print_path(found, input, std::cout, colours_of(1));
     return status_ok;
@@ -72,9 +72,9 @@ exit_status explain_hook(const explain_request& request, const scenario& input, 
     if (!explained)
         return status;
     if (request.json)
-        print_explanation_json(*explained, input.name, std::cout);
+        print_explanation_json(*explained, input, std::cout);
     else
-        print_explanation(*explained, std::cout, colours_of(1));
+        print_explanation(*explained, std::cout, colours_of(1), places_of(input));
     return status;
 }
 

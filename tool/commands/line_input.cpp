@@ -22,7 +22,8 @@ namespace gponflow {
 
 namespace {
 
-// The comment above a converted command begins with "# frame 41, response 42:".
+// A comment that begins with "# frame 41, response 42:" or "# frames 3 to 90:" names the frames of
+// the commands below it, up to the next one or an empty line.
 std::map<unsigned, std::string> frames_of_lines(std::string_view text)
 {
     constexpr std::string_view mark = "# ";
@@ -31,11 +32,12 @@ std::map<unsigned, std::string> frames_of_lines(std::string_view text)
     std::string_view above;
     for_each_line(text, [&](std::string_view line) {
         ++number;
-        if (!line.starts_with('#') && !above.empty())
+        if (line.starts_with("# frame ") || line.starts_with("# frames "))
+            above = line.substr(mark.size(), line.find(':') - mark.size());
+        else if (line.empty())
+            above = {};
+        else if (!line.starts_with('#') && !above.empty())
             frames.emplace(number, above);
-        above = line.starts_with("# frame ")
-                    ? line.substr(mark.size(), line.find(':') - mark.size())
-                    : std::string_view();
     });
     return frames;
 }
@@ -121,7 +123,7 @@ std::optional<read_model> read_line(const std::string& file, const std::string& 
     const std::optional<opened_line> opened = open_line(file, onu, diagnostics);
     if (!opened)
         return {};
-    return read_model{final_entities(opened->input), opened->complete};
+    return read_model{final_entities(opened->input), places_of(opened->input), opened->complete};
 }
 
 } // namespace gponflow

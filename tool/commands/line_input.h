@@ -30,6 +30,7 @@ struct opened_line {
 /// The managed entities after a scenario, or after the commands of a capture.
 struct read_model {
     line_model line;
+    line_places places;
     bool complete = true; ///< as in opened_line
 };
 

@@ -38,7 +38,7 @@ int compare(const omci_request& request)
         return status_invalid;
     const line_difference difference = difference_of(left->line, right->line);
     if (request.json)
-        print_difference_json(difference, request.compared[0], request.compared[1], std::cout);
+        print_difference_json(difference, left->places, right->places, std::cout);
     else
         print_difference(difference, left->line, right->line, std::cout);
     if (!finish_output())

@@ -224,22 +224,24 @@ std::vector<tag_gap> gaps_of(const explanation& explained)
 }
 
 // Operations behind a hook call of the downstream direction, at each UNI of the bridge.
-void print_leaving(const explanation& explained, std::ostream& out, const palette& colours)
+void print_leaving(const explanation& explained, const line_places& places, std::ostream& out,
+                   const palette& colours)
 {
     for (const leaving_frame& one : leaving_frames(explained)) {
         if (one.carried.steps.empty())
             continue;
         out << "to " << to_text(one.uni) << '\n';
-        print_tagging(one.carried, out, colours);
+        print_tagging(one.carried, places, out, colours);
     }
 }
 
 namespace {
 
-void print_passage(const explanation& explained, std::ostream& out, const palette& colours)
+void print_passage(const explanation& explained, const line_places& places, std::ostream& out,
+                   const palette& colours)
 {
     print_success(explained, out, colours);
-    print_leaving(explained, out, colours);
+    print_leaving(explained, places, out, colours);
     if (const auto leaving = leaving_frames(explained); is_discarded(leaving))
         out << colours.bad("dropped") << "\nThe tagging operation " << discard_text(leaving)
             << ".\n";
@@ -318,7 +320,8 @@ std::string dead_ends_text(const walk_record& walk, size_t most)
     return text;
 }
 
-void print_explanation(const explanation& explained, std::ostream& out, const palette& colours)
+void print_explanation(const explanation& explained, std::ostream& out, const palette& colours,
+                       const line_places& places)
 {
     out << colours.heading(kind_title(explained.input.options.kind)) << ", "
         << explained.input.frame.wire_length << " bytes\n";
@@ -328,16 +331,17 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         out << "not classified: " << why_unclassified(explained) << '\n';
         return;
     }
-    print_tagging(explained.tagging, out, colours);
+    print_tagging(explained.tagging, places, out, colours);
     print_steps(explained.walk, explained.entities, out, colours);
     if (explained.tagging.discarded)
         out << colours.bad("dropped") << "\nThe tagging operation "
             << discard_text(explained.tagging) << ".\n";
     else if (explained.answer->api_result == 0)
-        print_passage(explained, out, colours);
+        print_passage(explained, places, out, colours);
     else
         print_drop(explained.walk, out, colours);
-    print_gaps(gaps_of(explained), out);
+    for (const tag_gap& gap : gaps_of(explained))
+        out << gap_text(gap, places) << '\n';
     for (const std::string& note : notes_of(leaving_frames(explained)))
         out << note << '\n';
     print_warnings(explained, out);

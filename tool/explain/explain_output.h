@@ -12,8 +12,8 @@
 namespace gponflow {
 
 /// Prints the walk as an indented tree, and its result.
-void print_explanation(const explanation& explained, std::ostream& out,
-                       const palette& colours = {});
+void print_explanation(const explanation& explained, std::ostream& out, const palette& colours = {},
+                       const line_places& places = {});
 
 /// The same for a marked frame of which only the events are known.
 void print_marked_frame(const walk_record& walk, const line_model& entities, std::ostream& out,
@@ -31,7 +31,8 @@ void print_step(const walk_step& step, const line_model& entities, std::ostream&
 [[nodiscard]] std::vector<leaving_frame> leaving_frames(const explanation& explained);
 
 /// The operations at these UNIs. Nothing for UNIs without one.
-void print_leaving(const explanation& explained, std::ostream& out, const palette& colours = {});
+void print_leaving(const explanation& explained, const line_places& places, std::ostream& out,
+                   const palette& colours = {});
 
 /// The kind of hook call of a direction (enum fwd_flag); UINT32_MAX if it has none.
 [[nodiscard]] uint32_t kind_of_direction(unsigned fwd_flag);

@@ -8,6 +8,7 @@
 #include "include/tp_types.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/filter_words.h"
+#include "tool/model/tag_set.h"
 
 namespace gponflow {
 
@@ -93,7 +94,10 @@ private:
     {
         const me_id profile{me_class::mbsp, bridge};
         const char* side = walk_.fwd_flag == DOWN_ANI ? "UNI" : "ANI";
-        return {profile, to_text(profile) + " has no port on the " + side + " side", i};
+        const me_instance* me = entities_.find(profile);
+        return {profile, to_text(profile) + " has no port on the " + side + " side", i,
+                me ? std::vector{attribute_source{"instID", me->line}}
+                   : std::vector<attribute_source>()};
     }
 
     fault fault_at(size_t i) const
@@ -103,11 +107,54 @@ private:
         if (bridge && on_other_side(step))
             return no_port(i, *bridge);
         if (const me_instance* filter = filter_of(step))
-            return {filter->id, filter_reason(*filter, step, bridge), i};
+            return {filter->id, filter_reason(*filter, step, bridge), i,
+                    filter_sources(*filter, step)};
         if (step.dead_end == not_selected)
             if (const me_instance* mapper = related_instance(entities_, step.at, me_class::mapper))
-                return {mapper->id, mapper_reason(*mapper, bridge), i};
-        return {step.at, to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i};
+                return {mapper->id, mapper_reason(*mapper, bridge), i, mapper_sources(*mapper)};
+        return {step.at, to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i,
+                end_sources(step)};
+    }
+
+    std::vector<attribute_source> end_sources(const walk_step& step) const
+    {
+        const me_instance* me = entities_.find(step.at);
+        if (!me)
+            return {};
+        if (step.at.class_id == me_class::mbpcd && step.dead_end == side_text(entities_, step.at))
+            return me->sources_of({"tpType"});
+        if (step.at.class_id == me_class::gemctp &&
+            me->as<gpon_raw_gemctp>().direction == gem_downstream)
+            return me->sources_of({"direction"});
+        return {{"instID", me->line}};
+    }
+
+    std::vector<attribute_source> filter_sources(const me_instance& filter,
+                                                 const walk_step& step) const
+    {
+        if (step.dead_end == filter_on_uni_side)
+            return filter.sources_of({"instID"});
+        const auto me = filter.as<gpon_raw_vtfd>();
+        if (walk_.tci == 0 || compared_bits(me.forwardOperation) == 0)
+            return filter.sources_of({"forwardOperation"});
+        return filter.sources_of({"vlanFilterList", "vlanFilterNums", "forwardOperation"});
+    }
+
+    // The entry that the priority selects; for untagged frames also what gives them a priority.
+    std::vector<attribute_source> mapper_sources(const me_instance& mapper) const
+    {
+        const auto me = mapper.as<gpon_raw_mapper>();
+        if (walk_.tci != 0)
+            return {mapper.source_of("pbit_GemIWTP", walk_.tci >> 13)};
+        if (me.unmark_frame_opt > 1)
+            return mapper.sources_of({"unmark_frame_opt"});
+        if (me.unmark_frame_opt == 0)
+            return mapper.sources_of({"dscp2pbitMap", "pbit_GemIWTP", "unmark_frame_opt"});
+        std::vector<attribute_source> sources =
+            mapper.sources_of({"defaultPbit", "unmark_frame_opt"});
+        if (me.defaultPbit < std::size(me.pbit_GemIWTP))
+            sources.insert(sources.begin(), mapper.source_of("pbit_GemIWTP", me.defaultPbit));
+        return sources;
     }
 
     std::string filter_reason(const me_instance& filter, const walk_step& step,

@@ -15,6 +15,9 @@ struct fault {
     std::string reason; ///< "VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 (forwardOperation 0x14) passes
                         ///< only VLAN 300 priority 5"
     size_t step = 0;    ///< of the walk
+    /// Of the attributes or the row that decided, the most specific one first; empty if the entity
+    /// does not exist.
+    std::vector<attribute_source> sources{};
 };
 
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of

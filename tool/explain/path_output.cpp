@@ -98,12 +98,12 @@ std::vector<folded_branches> fold(const explanation& half, const std::set<size_t
     return groups;
 }
 
-void print_half(const explanation& half, std::optional<uint16_t> bridge, std::ostream& out,
-                const palette& colours)
+void print_half(const explanation& half, std::optional<uint16_t> bridge, const line_places& places,
+                std::ostream& out, const palette& colours)
 {
     out << '\n' << colours.heading(kind_title(half.input.options.kind));
     out << (half.walk.replayed ? ", by the rule of an earlier frame" : "") << '\n';
-    print_tagging({{}, half.tagging.steps, {}, half.tagging.discarded}, out, colours);
+    print_tagging({{}, half.tagging.steps, {}, half.tagging.discarded}, places, out, colours);
     if (half.tagging.discarded)
         return;
     const std::set<size_t> shown = shown_steps(half, bridge);
@@ -118,67 +118,85 @@ void print_half(const explanation& half, std::optional<uint16_t> bridge, std::os
     }
 }
 
-void print_places(const verdict& result, const line_model& entities, const scenario& input,
-                  std::ostream& out)
+// "X is written in line.scn:12." or, if commands differ, "vlanFilterList of X is written in ...,
+// forwardOperation in ....".
+std::string written_in(const fault& of, const line_places& places)
 {
-    for (size_t i = 0; i < std::min(most_branches, result.faults.size()); ++i)
-        if (const me_instance* me = entities.find(result.faults[i].entity); me && me->line != 0)
-            out << to_text(me->id) << " is written in " << place_of(input, me->line) << ".\n";
+    std::string text;
+    const bool together = std::ranges::all_of(of.sources, [&](const attribute_source& one) {
+        return one.line == of.sources.front().line;
+    });
+    if (together)
+        return to_text(of.entity) + " is written in " + places.text(of.sources.front().line);
+    for (const attribute_source& one : of.sources)
+        text += text.empty() ? one.attribute + " of " + to_text(of.entity) + " is written in " +
+                                   places.text(one.line)
+                             : ", " + one.attribute + " in " + places.text(one.line);
+    return text;
 }
 
-json faults_json(const verdict& result, const line_model& entities)
+void print_places(const verdict& result, const line_places& places, std::ostream& out)
+{
+    for (size_t i = 0; i < std::min(most_branches, result.faults.size()); ++i)
+        if (const fault& one = result.faults[i];
+            !one.sources.empty() && one.sources.front().line != 0)
+            out << written_in(one, places) << ".\n";
+}
+
+json faults_json(const verdict& result, const line_model& entities, const line_places& places)
 {
     json faults = json::array();
     for (const fault& one : result.faults) {
         json entry = id_json(one.entity);
         entry["reason"] = one.reason;
-        if (const me_instance* me = entities.find(one.entity)) {
-            entry["line"] = me->line;
+        if (!one.sources.empty())
+            entry["line"] = one.sources.front().line;
+        entry["sources"] = sources_json(one.sources, places);
+        if (const me_instance* me = entities.find(one.entity))
             entry["attributes"] = attributes_json(*me);
-        }
         faults.push_back(std::move(entry));
     }
     return faults;
 }
 
 // Behind a hook call of kind 3.
-json leaving_json(const explanation& half)
+json leaving_json(const explanation& half, const line_places& places)
 {
     json all = json::array();
     for (const leaving_frame& one : leaving_frames(half))
-        all.push_back({{"uni", id_json(one.uni)}, {"tagging", tagging_json(one.carried)}});
+        all.push_back({{"uni", id_json(one.uni)}, {"tagging", tagging_json(one.carried, places)}});
     return all;
 }
 
-json half_json(const explanation& half)
+json half_json(const explanation& half, const line_places& places)
 {
     json whole = {{"kind", hook_kind_name(half.input.options.kind)},
                   {"outcome", name_of(verdict_of(half).outcome)},
                   {"replayed", half.walk.replayed},
                   {"learnt", half.walk.learnt},
-                  {"tagging", tagging_json(half.tagging)},
+                  {"tagging", tagging_json(half.tagging, places)},
                   {"steps", steps_json(half.walk)}};
     if (half.input.options.kind == GPON_API_DOWN_ANI)
-        whole["leaving"] = leaving_json(half);
+        whole["leaving"] = leaving_json(half, places);
     return whole;
 }
 
-json path_json(const std::string& file, const captured_frame& frame, const verdict& result,
+json path_json(const line_places& places, const captured_frame& frame, const verdict& result,
                const std::vector<explanation>& halves)
 {
     json whole = json_document("explain");
-    whole["scenario"] = file;
+    whole["scenario"] = places.file;
     whole["frame"] = header_json(read_header(frame));
     whole["outcome"] = name_of(result.outcome);
     whole["sentence"] = result.sentence;
     whole["notes"] = result.notes;
-    whole["faults"] = faults_json(result, halves.back().entities);
+    whole["faults"] = faults_json(result, halves.back().entities, places);
     const explanation& last = halves.back();
     if (result.outcome == line_outcome::passed && last.input.options.kind == GPON_API_UP_ANI)
         whole["gem_port"] = last.answer->gem;
     json parts = json::array();
     for (const explanation& half : halves)
-        parts.push_back(half_json(half));
+        parts.push_back(half_json(half, places));
     whole["halves"] = std::move(parts);
     return whole;
 }
@@ -188,25 +206,27 @@ json path_json(const std::string& file, const captured_frame& frame, const verdi
 void print_path(const frame_path& path, const scenario& input, std::ostream& out,
                 const palette& colours)
 {
-    const verdict result = verdict_of(path);
+    const line_places places = places_of(input);
+    const verdict result = verdict_of(path, places);
     out << frame_title(path) << ": " << header_text(read_header(path.frame)) << '\n';
     out << (result.outcome == line_outcome::passed ? colours.good(result.sentence)
                                                    : colours.bad(result.sentence))
         << '\n';
-    print_places(result, path.halves.back().entities, input, out);
+    print_places(result, places, out);
     for (const std::string& note : result.notes)
         out << note << '\n';
     if (result.outcome == line_outcome::not_classified)
         return;
     for (const explanation& half : path.halves)
-        print_half(half, path.bridge, out, colours);
+        print_half(half, path.bridge, places, out, colours);
     if (path.halves.front().input.options.kind == GPON_API_DOWN_ANI)
-        print_leaving(path.halves.front(), out, colours);
+        print_leaving(path.halves.front(), places, out, colours);
 }
 
-void print_path_json(const frame_path& path, const std::string& file, std::ostream& out)
+void print_path_json(const frame_path& path, const scenario& input, std::ostream& out)
 {
-    json whole = path_json(file, path.frame, verdict_of(path), path.halves);
+    const line_places places = places_of(input);
+    json whole = path_json(places, path.frame, verdict_of(path, places), path.halves);
     if (path.query.uni)
         whole["from_uni"] = *path.query.uni;
     if (path.query.gem)
@@ -216,10 +236,11 @@ void print_path_json(const frame_path& path, const std::string& file, std::ostre
     print_json(whole, out);
 }
 
-void print_explanation_json(const explanation& explained, const std::string& file,
-                            std::ostream& out)
+void print_explanation_json(const explanation& explained, const scenario& input, std::ostream& out)
 {
-    print_json(path_json(file, explained.input.frame, verdict_of(explained), {explained}), out);
+    const line_places places = places_of(input);
+    print_json(path_json(places, explained.input.frame, verdict_of(explained, places), {explained}),
+               out);
 }
 
 } // namespace gponflow

@@ -11,17 +11,16 @@
 
 namespace gponflow {
 
-/// Prints the frame, one sentence with the outcome, the commands of the scenario that wrote the
-/// entities at fault, and the path. Branches that the frame did not take are counted by reason.
-/// `file` is the name of the scenario.
+/// Prints the frame, one sentence with the outcome, the commands of the scenario that set the
+/// attributes or rows at fault, and the path. Branches that the frame did not take are counted by
+/// reason.
 void print_path(const frame_path& path, const scenario& input, std::ostream& out,
                 const palette& colours = {});
 
 /// Prints the document gponflow-explain-1.
-void print_path_json(const frame_path& path, const std::string& file, std::ostream& out);
+void print_path_json(const frame_path& path, const scenario& input, std::ostream& out);
 
 /// As print_path_json for a single hook call.
-void print_explanation_json(const explanation& explained, const std::string& file,
-                            std::ostream& out);
+void print_explanation_json(const explanation& explained, const scenario& input, std::ostream& out);
 
 } // namespace gponflow

@@ -36,8 +36,10 @@ carried_frame uncarried(const line_model& entities, const bytes& frame)
     carried_frame carried{frame, {}, {}, false};
     for (const me_id operation : entities.tag_operations()) {
         const std::string why = placement_fault(entities, operation);
-        carried.gaps.push_back(
-            {operation, why.empty() ? "the UNI of the frame is not known (port=)" : why});
+        tag_gap gap{operation, why.empty() ? "the UNI of the frame is not known (port=)" : why};
+        if (!why.empty())
+            gap.sources = placement_sources(entities, operation);
+        carried.gaps.push_back(std::move(gap));
     }
     return carried;
 }

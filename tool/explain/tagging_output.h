@@ -12,14 +12,16 @@
 
 namespace gponflow {
 
-/// Prints the tags of the frame as it arrives, each operation with the row that decided, and the
-/// tags as it leaves. Nothing if there are no operations.
-void print_tagging(const carried_frame& carried, std::ostream& out, const palette& colours = {});
+/// Prints the tags of the frame as it arrives, each operation with the row that decided and the
+/// places where it was set, and the tags as it leaves. Nothing if there are no operations.
+void print_tagging(const carried_frame& carried, const line_places& places, std::ostream& out,
+                   const palette& colours = {});
 
-/// "OPERATION: an operation exists here and was not applied: REASON", a line each.
-void print_gaps(const std::vector<tag_gap>& gaps, std::ostream& out);
+/// "OPERATION: an operation exists here and was not applied: REASON (set in line 12)".
+[[nodiscard]] std::string gap_text(const tag_gap& gap, const line_places& places);
 
 /// {"steps": [...], "not_applied": [...], "discarded": false}
-[[nodiscard]] nlohmann::ordered_json tagging_json(const carried_frame& carried);
+[[nodiscard]] nlohmann::ordered_json tagging_json(const carried_frame& carried,
+                                                  const line_places& places);
 
 } // namespace gponflow

@@ -8,6 +8,7 @@
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_entry.h"
+#include "tool/explain/tagging_output.h"
 #include "tool/explain/upstream_port.h"
 #include "tool/model/carry.h"
 #include "tool/text/ethernet_numbers.h"
@@ -143,19 +144,19 @@ bool is_applied(const frame_path& path, me_id operation)
     });
 }
 
-void note_gap(const tag_gap& gap, verdict& into)
+void note_gap(const tag_gap& gap, const line_places& places, verdict& into)
 {
-    const std::string note =
-        to_text(gap.operation) + ": an operation exists here and was not applied: " + gap.why + ".";
+    const std::string note = gap_text(gap, places) + ".";
     if (std::ranges::find(into.notes, note) == into.notes.end())
         into.notes.push_back(note);
 }
 
-void note_tagging(const frame_path& path, const explanation& half, verdict& into)
+void note_tagging(const frame_path& path, const explanation& half, const line_places& places,
+                  verdict& into)
 {
     for (const tag_gap& gap : gaps_of(half))
         if (!is_applied(path, gap.operation))
-            note_gap(gap, into);
+            note_gap(gap, places, into);
 }
 
 void note_unfiltered(const frame_path& path, verdict& into)
@@ -200,9 +201,9 @@ bool is_tagging_drop(const explanation& half)
 void explain_discard(const explanation& half, const std::string& subject, verdict& into)
 {
     const auto blame = [&](const carried_frame& carried) {
-        const me_id operation = carried.steps.back().operation;
-        if (std::ranges::find(into.faults, operation, &fault::entity) == into.faults.end())
-            into.faults.push_back({operation, discard_text(carried), 0});
+        const tag_step& last = carried.steps.back();
+        if (std::ranges::find(into.faults, last.operation, &fault::entity) == into.faults.end())
+            into.faults.push_back({last.operation, discard_text(carried), 0, last.sources});
     };
     const std::vector<leaving_frame> leaving = leaving_frames(half);
     if (half.tagging.discarded)
@@ -241,18 +242,18 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
 
 } // namespace
 
-verdict verdict_of(const explanation& half)
+verdict verdict_of(const explanation& half, const line_places& places)
 {
     verdict result = verdict_of(half, {}, "The frame");
     note_leaving(half, result);
     note_capture(half.input.frame, result);
     if (!hides_tags(half.input.frame))
         for (const tag_gap& gap : gaps_of(half))
-            note_gap(gap, result);
+            note_gap(gap, places, result);
     return result;
 }
 
-verdict verdict_of(const frame_path& path)
+verdict verdict_of(const frame_path& path, const line_places& places)
 {
     verdict result =
         verdict_of(path.halves.back(), path.bridge, "The frame from " + entry_text(path.query));
@@ -269,7 +270,7 @@ verdict verdict_of(const frame_path& path)
         return result;
     note_lost_events(path, result);
     for (const explanation& half : path.halves)
-        note_tagging(path, half, result);
+        note_tagging(path, half, places, result);
     return result;
 }
 

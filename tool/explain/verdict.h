@@ -20,10 +20,10 @@ struct verdict {
     std::vector<std::string> notes; ///< one sentence each
 };
 
-[[nodiscard]] verdict verdict_of(const frame_path& path);
+[[nodiscard]] verdict verdict_of(const frame_path& path, const line_places& places = {});
 
 /// The same for one hook call, of which only the outcome and the reason are known.
-[[nodiscard]] verdict verdict_of(const explanation& half);
+[[nodiscard]] verdict verdict_of(const explanation& half, const line_places& places = {});
 
 /// "passed", "dropped", "not classified".
 [[nodiscard]] std::string_view name_of(line_outcome outcome);

@@ -41,7 +41,7 @@ public:
     {
         for (const me_id operation : model_.tag_operations())
             if (const std::string why = placement_fault(model_, operation); !why.empty())
-                carried.gaps.push_back({operation, why});
+                carried.gaps.push_back({operation, why, placement_sources(model_, operation)});
     }
 
     carried_frame carried;
@@ -56,12 +56,15 @@ private:
         }
         tag_rewriting done = rewrite(*operation, direction_, carried.frame);
         if (done.outcome == tag_outcome::unknown) {
-            carried.gaps.push_back({id, done.why});
+            carried.gaps.push_back({id, done.why, std::move(done.sources)});
             return;
         }
+        // A default row or mode, with which the instance began.
+        if (!done.sources.empty() && done.sources.front().line == 0)
+            done.sources.front().line = model_.creation_line(id);
         carried.discarded = done.outcome == tag_outcome::discarded;
-        carried.steps.push_back(
-            {id, place, done.row, carried.frame, done.frame, carried.discarded, done.note});
+        carried.steps.push_back({id, place, done.row, carried.frame, done.frame, carried.discarded,
+                                 done.note, std::move(done.sources)});
         carried.frame = std::move(done.frame);
     }
 
@@ -155,9 +158,9 @@ bool carry_through_bridge(const line_model& entities, uint16_t bridge, carried_f
         if (is_untouched(behind))
             continue;
         for (const tag_step& step : behind.steps)
-            gaps.push_back({step.operation, to_text(port->id) +
-                                                " does not accept the frame that it "
-                                                "produces"});
+            gaps.push_back({step.operation,
+                            to_text(port->id) + " does not accept the frame that it produces",
+                            step.sources});
         std::ranges::move(behind.gaps, std::back_inserter(gaps));
     }
     if (discarded)
@@ -183,8 +186,8 @@ bool carry_by_port(const line_model& entities, const me_instance& port, carried_
 void keep_as_gaps(const me_instance& port, const carried_frame& refused, std::vector<tag_gap>& gaps)
 {
     for (const tag_step& step : refused.steps)
-        gaps.push_back(
-            {step.operation, "no port behind " + to_text(port.id) + " accepts the frame"});
+        gaps.push_back({step.operation, "no port behind " + to_text(port.id) + " accepts the frame",
+                        step.sources});
     std::ranges::copy(refused.gaps, std::back_inserter(gaps));
 }
 
@@ -294,9 +297,11 @@ std::vector<tag_gap> unapplied_operations(const line_model& entities,
     for (const me_id operation : entities.tag_operations()) {
         const auto place = place_of(entities, operation);
         if (!place)
-            gaps.push_back({operation, placement_fault(entities, operation)});
+            gaps.push_back({operation, placement_fault(entities, operation),
+                            placement_sources(entities, operation)});
         else if (std::ranges::find(path, *place) != path.end())
-            gaps.push_back({operation, "it belongs to " + to_text(*place)});
+            gaps.push_back({operation, "it belongs to " + to_text(*place),
+                            placement_sources(entities, operation)});
     }
     return gaps;
 }

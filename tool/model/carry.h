@@ -21,12 +21,14 @@ struct tag_step {
     bytes after;
     bool discarded = false; ///< the operation drops the frame
     std::string note{};     ///< what other ONUs may do with the frame; mostly empty
+    std::vector<attribute_source> sources{}; ///< of the row or mode first, then of what it uses
 };
 
 /// An operation whose effect is not known.
 struct tag_gap {
     me_id operation;
     std::string why;
+    std::vector<attribute_source> sources{}; ///< of what prevents it; empty if nothing was set
 };
 
 struct carried_frame {

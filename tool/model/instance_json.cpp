@@ -40,4 +40,18 @@ json attributes_json(const me_instance& me)
     return result;
 }
 
+json sources_json(const std::vector<attribute_source>& sources, const line_places& places)
+{
+    json all = json::array();
+    for (const attribute_source& one : sources) {
+        if (one.line == 0)
+            continue;
+        json entry = {{"attribute", one.attribute}, {"line", one.line}};
+        if (const auto frame = places.frame(one.line))
+            entry["frame"] = *frame;
+        all.push_back(std::move(entry));
+    }
+    return all;
+}
+
 } // namespace gponflow

@@ -14,4 +14,9 @@ namespace gponflow {
 /// The attributes of the raw record, name to number or array.
 [[nodiscard]] json attributes_json(const me_instance& me);
 
+/// [{"attribute": "row", "line": 24, "frame": 83}]: those that a line set; "frame" only of a
+/// converted capture.
+[[nodiscard]] json sources_json(const std::vector<attribute_source>& sources,
+                                const line_places& places);
+
 } // namespace gponflow

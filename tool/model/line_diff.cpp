@@ -52,8 +52,12 @@ std::map<me_id, const me_instance*> by_id(const line_model& entities)
 void compare(const me_instance& left, const me_instance& right, line_difference& into)
 {
     for (const gpon_me_field& field : fields_of(left.id)) {
-        changed_attribute one{left.id, field.name, field_text(left, field),
-                              field_text(right, field)};
+        changed_attribute one{left.id,
+                              field.name,
+                              field_text(left, field),
+                              field_text(right, field),
+                              left.line_of(field.name),
+                              right.line_of(field.name)};
         if (one.left != one.right)
             into.changed.push_back(std::move(one));
     }
@@ -64,6 +68,16 @@ void print_instances(char sign, const std::vector<me_id>& ids, const line_model&
 {
     for (const me_id id : ids)
         out << sign << ' ' << to_text(id) << ' ' << attributes_text(*entities.find(id)) << '\n';
+}
+
+// Members with the line, and the frame of a capture, that set a value of one side.
+void add_place(const std::string& side, unsigned line, const line_places& places, json& to)
+{
+    if (line == 0)
+        return;
+    to[side + "_line"] = line;
+    if (const auto frame = places.frame(line))
+        to[side + "_frame"] = *frame;
 }
 
 json ids_json(const std::vector<me_id>& ids)
@@ -120,8 +134,8 @@ void print_difference(const line_difference& difference, const line_model& left,
         << counted(difference.changed.size(), "attribute") << " changed\n";
 }
 
-void print_difference_json(const line_difference& difference, const std::string& left,
-                           const std::string& right, std::ostream& out)
+void print_difference_json(const line_difference& difference, const line_places& left,
+                           const line_places& right, std::ostream& out)
 {
     json changed = json::array();
     for (const changed_attribute& one : difference.changed) {
@@ -129,11 +143,13 @@ void print_difference_json(const line_difference& difference, const std::string&
         entry["attribute"] = one.name;
         entry["first"] = one.left;
         entry["second"] = one.right;
+        add_place("first", one.left_line, left, entry);
+        add_place("second", one.right_line, right, entry);
         changed.push_back(std::move(entry));
     }
     json whole = json_document("diff");
-    whole["first"] = left;
-    whole["second"] = right;
+    whole["first"] = left.file;
+    whole["second"] = right.file;
     whole["only_in_first"] = ids_json(difference.only_left);
     whole["only_in_second"] = ids_json(difference.only_right);
     whole["changed"] = std::move(changed);

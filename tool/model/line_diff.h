@@ -16,6 +16,8 @@ struct changed_attribute {
     std::string name;
     std::string left;
     std::string right;
+    unsigned left_line = 0; ///< that gave it its value; 0: none did
+    unsigned right_line = 0;
 };
 
 struct line_difference {
@@ -38,9 +40,9 @@ struct line_difference {
 void print_difference(const line_difference& difference, const line_model& left,
                       const line_model& right, std::ostream& out);
 
-/// Prints the document gponflow-diff-1; the names are those of the inputs.
-void print_difference_json(const line_difference& difference, const std::string& left,
-                           const std::string& right, std::ostream& out);
+/// Prints the document gponflow-diff-1.
+void print_difference_json(const line_difference& difference, const line_places& left,
+                           const line_places& right, std::ostream& out);
 
 /// The attributes of an instance that are not 0: "bridgeID=1 tpType=5 tpPointer=0x0011".
 [[nodiscard]] std::string attributes_text(const me_instance& of);

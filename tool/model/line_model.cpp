@@ -44,6 +44,17 @@ void change_row(recorded_row& row, uint16_t id, uint8_t message)
         row.instances.push_back(id);
 }
 
+// A set of a value that the attribute has already is no source of it.
+void note_changes(me_instance& stored, const bytes& raw, const class_record& known, unsigned line)
+{
+    for (const gpon_me_field& field : known.fields)
+        for (size_t i = 0; i < field.count; ++i) {
+            const size_t at = field.offset + i * field.width;
+            if (std::memcmp(&stored.raw[at], &raw[at], field.width) != 0)
+                stored.changed[static_cast<uint16_t>(at)] = line;
+        }
+}
+
 } // namespace
 
 std::string to_text(me_id me)
@@ -51,6 +62,42 @@ std::string to_text(me_id me)
     char id[8];
     std::snprintf(id, sizeof(id), "0x%04x", me.instance);
     return class_name(me.class_id) + " " + id;
+}
+
+unsigned me_instance::line_of(const gpon_me_field& field, size_t element) const
+{
+    const auto later = changed.find(static_cast<uint16_t>(field.offset + element * field.width));
+    return later == changed.end() ? created : later->second;
+}
+
+unsigned me_instance::line_of(std::string_view field) const
+{
+    const class_record* known = find_me_class(id.class_id);
+    const gpon_me_field* found = known ? find_field(known->fields, field) : nullptr;
+    if (!found)
+        return line;
+    unsigned last = 0;
+    for (size_t i = 0; i < found->count; ++i)
+        last = std::max(last, line_of(*found, i));
+    return last;
+}
+
+std::vector<attribute_source>
+me_instance::sources_of(std::initializer_list<std::string_view> fields) const
+{
+    std::vector<attribute_source> sources;
+    for (const std::string_view field : fields)
+        sources.push_back({std::string(field), line_of(field)});
+    return sources;
+}
+
+attribute_source me_instance::source_of(std::string_view field, size_t element) const
+{
+    const class_record* known = find_me_class(id.class_id);
+    const gpon_me_field* found = known ? find_field(known->fields, field) : nullptr;
+    if (!found)
+        return {std::string(field), line};
+    return {element_name(*found, static_cast<unsigned>(element)), line_of(*found, element)};
 }
 
 const recorded_row* me_instance::row_of(me_class class_id) const
@@ -99,8 +146,9 @@ void line_model::clear()
 void line_model::apply(const tag_facts& facts, unsigned line)
 {
     operation_facts& known = operations_[{facts.class_id, facts.instance}];
-    gponflow::apply(facts, known.operation);
-    known.line = line;
+    gponflow::apply(facts, known.operation, line);
+    if (known.begun == 0)
+        known.begun = line;
 }
 
 std::vector<me_id> line_model::tag_operations() const
@@ -122,12 +170,21 @@ const tag_operation* line_model::operation(me_id id) const
     return found == operations_.end() ? nullptr : &found->second.operation;
 }
 
-unsigned line_model::operation_line(me_id id) const
+unsigned line_model::creation_line(me_id id) const
 {
-    if (const auto found = operations_.find(id); found != operations_.end())
-        return found->second.line;
-    const me_instance* one = find(id);
-    return one ? one->line : 0;
+    if (const me_instance* one = find(id))
+        return one->created;
+    const auto found = operations_.find(id);
+    return found == operations_.end() ? 0 : found->second.begun;
+}
+
+unsigned line_model::line_of(me_id id, std::initializer_list<tag_attribute> which) const
+{
+    unsigned last = 0;
+    if (const tag_operation* known = operation(id))
+        for (const tag_attribute one : which)
+            last = std::max(last, known->line_of(one));
+    return last == 0 ? creation_line(id) : last;
 }
 
 void line_model::restore(me_instance instance)
@@ -141,8 +198,15 @@ void line_model::store(const me_command& command, const class_record& known, uns
 {
     const me_id id{command.class_id, command.instance};
     me_instance* stored = find(id);
+    const bool written_before = stored && !stored->automatic;
     if (!stored)
         stored = &add(id, known, line);
+    if (command.message == ZR_OMCI_MSG_TYPE_SET && written_before) {
+        note_changes(*stored, *command.raw, known, line);
+    } else {
+        stored->created = line;
+        stored->changed.clear();
+    }
     stored->raw = *command.raw;
     stored->line = line;
     stored->automatic = false;
@@ -201,6 +265,7 @@ me_instance& line_model::add(me_id id, const class_record& known, unsigned line)
     me_instance made;
     made.id = id;
     made.line = line;
+    made.created = line;
     made.raw.resize(known.raw_size);
     std::memcpy(made.raw.data(), &id.instance, sizeof(id.instance));
     for (const recordable_links& links : known.links)
@@ -257,6 +322,7 @@ std::vector<me_pointer> line_model::pointers(const me_instance& from) const
             result.push_back({.from = from.id,
                               .to = {target, target_instance(pointer, from, i)},
                               .attribute = element_name(pointer.field, i),
+                              .line = from.line_of(pointer.field, i),
                               .mask = gpon::element_mask(pointer, i),
                               .list_element = pointer.field.count > 1});
         }

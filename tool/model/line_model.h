@@ -7,6 +7,7 @@
 #include <compare>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
@@ -49,6 +50,10 @@ struct me_instance {
     unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
     bool automatic = false; ///< the module created it for a pointer
     std::vector<recorded_row> rows;
+    unsigned created = 0; ///< line that created it, or first wrote all attributes
+    /// Lines that changed attributes later, by the place of the attribute in the raw record; empty
+    /// if none did. Most instances are written once.
+    std::map<uint16_t, unsigned> changed;
 
     /// The raw record as the class's structure; zero bytes beyond its end.
     template <typename record> [[nodiscard]] record as() const
@@ -57,6 +62,15 @@ struct me_instance {
         std::memcpy(&result, raw.data(), std::min(sizeof(result), raw.size()));
         return result;
     }
+
+    /// The line that gave the attribute its value.
+    [[nodiscard]] unsigned line_of(const gpon_me_field& field, size_t element = 0) const;
+    /// The same for a list or a byte string as a whole: the last line that changed an element.
+    [[nodiscard]] unsigned line_of(std::string_view field) const;
+    /// The same with the names of the attributes, and for one element of a list.
+    [[nodiscard]] std::vector<attribute_source>
+    sources_of(std::initializer_list<std::string_view> fields) const;
+    [[nodiscard]] attribute_source source_of(std::string_view field, size_t element) const;
 
     /// Null if the class records no instances of that class.
     [[nodiscard]] const recorded_row* row_of(me_class class_id) const;
@@ -75,6 +89,7 @@ struct me_pointer {
     me_id from;
     me_id to;
     std::string attribute;
+    unsigned line = 0;         ///< of the scenario, that gave the attribute its value
     uint16_t mask = 0;         ///< attributes that make the module follow it
     bool list_element = false; ///< one of a list of pointers
 };
@@ -116,8 +131,12 @@ public:
     [[nodiscard]] std::vector<me_id> tag_operations() const;
     /// Null if only the existence of the operation is known.
     [[nodiscard]] const tag_operation* operation(me_id id) const;
-    /// Line of the scenario that last wrote the operation; 0 if there is none.
-    [[nodiscard]] unsigned operation_line(me_id id) const;
+    /// Line of the scenario that created the operation, or that first wrote an attribute of one
+    /// without instance; 0 if there is none.
+    [[nodiscard]] unsigned creation_line(me_id id) const;
+    /// The last line that wrote one of these attributes of an operation. creation_line() if none
+    /// did.
+    [[nodiscard]] unsigned line_of(me_id id, std::initializer_list<tag_attribute> which) const;
 
     [[nodiscard]] const gpon_flow_cfg_data& configuration() const { return configuration_; }
 
@@ -134,7 +153,7 @@ private:
     std::map<me_class, std::unordered_map<uint16_t, size_t>> places_; ///< by class and instance
     struct operation_facts {
         tag_operation operation;
-        unsigned line = 0;
+        unsigned begun = 0; ///< line of the first facts
     };
     std::map<me_id, operation_facts> operations_;
     gpon_flow_cfg_data configuration_{};

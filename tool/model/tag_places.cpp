@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "tool/tagging/sources.h"
+
 namespace gponflow {
 
 namespace {
@@ -45,6 +47,14 @@ std::string placement_fault(const line_model& entities, me_id operation)
         return "its association is not known";
     return "its association is of a kind that is not mirrored (" +
            association_name(operation.class_id, *known->association) + ")";
+}
+
+std::vector<attribute_source> placement_sources(const line_model& entities, me_id operation)
+{
+    const tag_operation* known = entities.operation(operation);
+    if (!known)
+        return {};
+    return sources_of(*known, {tag_attribute::association, tag_attribute::associated});
 }
 
 std::vector<me_id> operations_at(const line_model& entities, me_id place)

@@ -17,6 +17,10 @@ namespace gponflow {
 /// Why place_of returns nothing, or its instance does not exist; empty otherwise.
 [[nodiscard]] std::string placement_fault(const line_model& entities, me_id operation);
 
+/// The lines that associated the operation; empty if none did.
+[[nodiscard]] std::vector<attribute_source> placement_sources(const line_model& entities,
+                                                              me_id operation);
+
 /// The operations that belong to an instance, by class and id.
 [[nodiscard]] std::vector<me_id> operations_at(const line_model& entities, me_id place);
 

@@ -47,18 +47,19 @@ public:
 
     void run()
     {
-        compare("association", [](const tag_operation& of) { return number_of(of.association); });
-        compare("associated", [](const tag_operation& of) { return hex_word(of.associated); });
-        compare("downstream_mode",
+        using enum tag_attribute;
+        compare(association, [](const tag_operation& of) { return number_of(of.association); });
+        compare(associated, [](const tag_operation& of) { return hex_word(of.associated); });
+        compare(downstream_mode,
                 [](const tag_operation& of) { return std::to_string(of.downstream_mode); });
         if (entity_.class_id == me_class::vtocd)
             return compare_plain();
-        compare("input_tpid", [](const tag_operation& of) { return hex_word(of.input_tpid); });
-        compare("output_tpid", [](const tag_operation& of) { return hex_word(of.output_tpid); });
-        compare("enhanced_mode",
+        compare(input_tpid, [](const tag_operation& of) { return hex_word(of.input_tpid); });
+        compare(output_tpid, [](const tag_operation& of) { return hex_word(of.output_tpid); });
+        compare(enhanced_mode,
                 [](const tag_operation& of) { return std::to_string(of.enhanced_mode); });
-        compare("dscp_map", [](const tag_operation& of) { return hex_of(of.dscp_map); });
-        compare("rows", [](const tag_operation& of) { return rows_text(of); });
+        compare(dscp_map, [](const tag_operation& of) { return hex_of(of.dscp_map); });
+        compare(table, [](const tag_operation& of) { return rows_text(of); });
         if (left_ && right_)
             compare_rows();
     }
@@ -74,32 +75,43 @@ private:
 
     void compare_plain()
     {
-        compare("upstream_mode",
-                [](const tag_operation& of) { return number_of(of.upstream_mode); });
-        compare("upstream_tci", [](const tag_operation& of) { return hex_word(of.upstream_tci); });
+        using enum tag_attribute;
+        compare(upstream_mode, [](const tag_operation& of) { return number_of(of.upstream_mode); });
+        compare(upstream_tci, [](const tag_operation& of) { return hex_word(of.upstream_tci); });
     }
 
-    template <typename text_of> void compare(const char* name, text_of text)
+    // The value of one side, and the line that set it.
+    struct side_value {
+        std::string text;
+        unsigned line = 0;
+    };
+
+    template <typename text_of> void compare(tag_attribute which, text_of text)
     {
-        add(name, left_ ? text(*left_) : not_known, right_ ? text(*right_) : not_known);
+        const auto value = [&](const tag_operation* of) {
+            return of ? side_value{text(*of), of->line_of(which)} : side_value{not_known};
+        };
+        add(name_of(which), value(left_), value(right_));
     }
 
-    void add(std::string name, std::string left, std::string right)
+    void add(std::string name, side_value left, side_value right)
     {
-        if (left != right)
-            into_.changed.push_back({entity_, std::move(name), std::move(left), std::move(right)});
+        if (left.text != right.text)
+            into_.changed.push_back({entity_, std::move(name), std::move(left.text),
+                                     std::move(right.text), left.line, right.line});
     }
 
-    static std::string treatment_in(const tag_operation& of, const tag_row& key)
+    static side_value treatment_in(const tag_operation& of, const tag_row& key)
     {
         const auto found =
             std::ranges::find_if(of.rows, [&](const tag_row& row) { return same_key(row, key); });
         if (found == of.rows.end())
-            return no_row;
+            return {no_row};
         // Different values may have the same words.
         const tag_row_image image = encode_row(*found);
-        return treatment_text(*found) + " (" + hex_of(std::span(image).subspan(tag_row_bytes / 2)) +
-               ")";
+        return {treatment_text(*found) + " (" +
+                    hex_of(std::span(image).subspan(tag_row_bytes / 2)) + ")",
+                found->line};
     }
 
     void compare_rows()
@@ -107,8 +119,8 @@ private:
         for (const tag_row& row : left_->rows)
             add("row " + filter_text(row), treatment_in(*left_, row), treatment_in(*right_, row));
         for (const tag_row& row : right_->rows)
-            if (treatment_in(*left_, row) == no_row)
-                add("row " + filter_text(row), no_row, treatment_in(*right_, row));
+            if (treatment_in(*left_, row).text == no_row)
+                add("row " + filter_text(row), {no_row}, treatment_in(*right_, row));
     }
 
     me_id entity_;

@@ -308,13 +308,20 @@ private:
         return carry_to_unis(data_.entities, flow.path, explained.input.frame.data);
     }
 
-    static std::vector<std::string> rewriting_of(const explanation& explained,
-                                                 const std::vector<leaving_frame>& leaving)
+    // "OPERATION: REASON (set in line 12)".
+    std::string operation_text(me_id operation, const std::string& reason,
+                               const std::vector<attribute_source>& sources) const
+    {
+        return to_text(operation) + ": " + reason + in_parentheses(sources, data_.places);
+    }
+
+    std::vector<std::string> rewriting_of(const explanation& explained,
+                                          const std::vector<leaving_frame>& leaving) const
     {
         std::vector<std::string> texts;
-        const auto add = [&texts](const carried_frame& carried, const std::string& place) {
+        const auto add = [&](const carried_frame& carried, const std::string& place) {
             for (const tag_step& step : carried.steps)
-                texts.push_back(place + to_text(step.operation) + ": " + step.row);
+                texts.push_back(place + operation_text(step.operation, step.row, step.sources));
         };
         add(explained.tagging, "");
         for (const leaving_frame& one : leaving)
@@ -332,7 +339,7 @@ private:
             behind.insert(behind.end(), one.carried.gaps.begin(), one.carried.gaps.end());
         std::vector<std::string> texts;
         for (const tag_gap& gap : with_gaps_behind(explained.tagging, std::move(behind)))
-            texts.push_back(to_text(gap.operation) + ": " + gap.why);
+            texts.push_back(operation_text(gap.operation, gap.why, gap.sources));
         return texts;
     }
 
@@ -443,6 +450,7 @@ exit_status collect_report(const scenario& input, backend& target, report_data& 
                            std::ostream& diagnostics)
 {
     into.scenario = input.name;
+    into.places = places_of(input);
     return collector(target, into).collect(without_last_unload(input), diagnostics);
 }
 

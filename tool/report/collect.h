@@ -77,6 +77,7 @@ struct live_state {
 
 struct report_data {
     std::string scenario; ///< empty: the module of the running kernel
+    line_places places;   ///< of its lines
     std::optional<live_state> live;
     std::vector<std::string> captures;
     std::vector<std::string> entry; ///< sentences about the entry of the frames, set by the caller

@@ -109,12 +109,13 @@ std::vector<me_id> path_to_drop(const explanation& example, const std::vector<me
     return path;
 }
 
-template_value drop_value(const drop_row& drop, uint64_t all_frames, const entity_numbers& numbers)
+template_value drop_value(const drop_row& drop, uint64_t all_frames, const line_places& places,
+                          const entity_numbers& numbers)
 {
     constexpr size_t most_branches = 3, most_deciding = 100;
     const auto [shortened, left_out] = without_like_branches(drop.example, most_branches);
     std::ostringstream text;
-    print_explanation(shortened, text);
+    print_explanation(shortened, text, {}, places);
     const std::vector<me_id> deciding = deciding_entities(drop.example);
     template_value row;
     row.set("sentence", escape(drop_sentence(drop)));
@@ -215,7 +216,8 @@ template_value drop_values(const report_data& data, const entity_numbers& number
     template_value rows = list();
     size_t place = 0;
     for (const drop_row& drop : data.drops) {
-        template_value row = drop_value(drop, data.directions.at(drop.kind).frames, numbers);
+        template_value row =
+            drop_value(drop, data.directions.at(drop.kind).frames, data.places, numbers);
         row.set("place", number(place++));
         rows << row;
     }
@@ -269,6 +271,12 @@ template_value rule_values(const report_data& data, const entity_numbers& number
     return rows;
 }
 
+// A number, or the frames of a capture.
+template_value line_value(const line_places& places, unsigned line)
+{
+    return places.frame(line) ? template_value(escape(places.short_text(line))) : number(line);
+}
+
 template_value finding_values(const report_data& data)
 {
     template_value rows = list();
@@ -277,7 +285,7 @@ template_value finding_values(const report_data& data)
         template_value row;
         row.set("weight", name_of(one.weight));
         row.set("where", to_text(one.id));
-        row.set("line", one.line ? number(one.line) : template_value(""));
+        row.set("line", one.line ? line_value(data.places, one.line) : template_value(""));
         row.set("reason", escape(one.reason));
         row.set("change", escape(one.change));
         rows << row;

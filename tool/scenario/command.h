@@ -13,6 +13,7 @@
 #include "tool/check/silence.h"
 #include "tool/model/omci_command.h"
 #include "tool/tagging/operation.h"
+#include "tool/text/line_places.h"
 
 namespace gponflow {
 
@@ -131,12 +132,10 @@ struct scenario {
     std::map<unsigned, std::string> frames_of_lines = {};
 };
 
-/// "FILE:LINE"; for a converted line "FILE, frame 41, response 42".
-[[nodiscard]] inline std::string place_of(const scenario& script, unsigned line)
+/// The places of its lines, for messages.
+[[nodiscard]] inline line_places places_of(const scenario& script)
 {
-    const auto frames = script.frames_of_lines.find(line);
-    return frames == script.frames_of_lines.end() ? script.name + ":" + std::to_string(line)
-                                                  : script.name + ", " + frames->second;
+    return {script.name, script.frames_of_lines};
 }
 
 } // namespace gponflow

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "tool/tagging/inverse.h"
+#include "tool/tagging/sources.h"
 #include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
@@ -31,19 +32,22 @@ bool fits_ethertype(const tag_row& row, uint16_t ethertype)
 
 using bytes = std::vector<uint8_t>;
 
-tag_rewriting unknown(std::span<const uint8_t> frame, std::string why)
+using sources = std::vector<attribute_source>;
+
+tag_rewriting unknown(std::span<const uint8_t> frame, std::string why, sources from = {})
 {
-    return {tag_outcome::unknown, bytes(frame.begin(), frame.end()), {}, std::move(why), {}};
+    return {tag_outcome::unknown, bytes(frame.begin(), frame.end()), {}, std::move(why), {},
+            std::move(from)};
 }
 
-tag_rewriting passed(const tagged_frame& frame, std::string row)
+tag_rewriting passed(const tagged_frame& frame, std::string row, sources from)
 {
-    return {tag_outcome::passed, frame.joined(), std::move(row), {}, {}};
+    return {tag_outcome::passed, frame.joined(), std::move(row), {}, {}, std::move(from)};
 }
 
-tag_rewriting discarded(const tagged_frame& frame, std::string row)
+tag_rewriting discarded(const tagged_frame& frame, std::string row, sources from)
 {
-    return {tag_outcome::discarded, frame.joined(), std::move(row), {}, {}};
+    return {tag_outcome::discarded, frame.joined(), std::move(row), {}, {}, std::move(from)};
 }
 
 tag_rewriting noted(tag_rewriting done, std::string note)
@@ -193,10 +197,11 @@ bool fits_criterion(const tag_row& row, std::optional<uint8_t> criterion)
            row.extended_criteria == *criterion;
 }
 
-tag_rewriting uninterpreted(std::span<const uint8_t> frame, const tag_row& row)
+tag_rewriting uninterpreted(std::span<const uint8_t> frame, const table_row& row)
 {
     return unknown(frame,
-                   "the row \"" + row_text(row) + "\" cannot be interpreted: " + fault_of(row));
+                   "the row \"" + row_text(row) + "\" cannot be interpreted: " + fault_of(row),
+                   {{"row", row.line}});
 }
 
 std::string too_short_for(const tag_row& row)
@@ -212,24 +217,28 @@ bool uses_dscp(const tag_row& row)
 tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> frame)
 {
     if (const std::string fault = table_fault(operation); !fault.empty())
-        return unknown(frame, fault);
+        return unknown(frame, fault, table_fault_sources(operation));
     const auto received = split_frame(frame, operation.input_tpid);
     if (const std::string fault = frame_fault(received); !fault.empty())
         return unknown(frame, fault);
     const std::optional<uint8_t> criterion = received->extended_criterion();
-    const tag_row* row = matching_row(operation, received->tags, received->ethertype(), criterion);
+    const table_row* row =
+        matching_row(operation, received->tags, received->ethertype(), criterion);
     if (!row)
-        return passed(*received, "no row matches: no change");
+        return passed(*received, "no row matches: no change",
+                      sources_of(operation, {tag_attribute::table}));
     if (!fault_of(*row).empty())
         return uninterpreted(frame, *row);
+    sources from = upstream_sources(operation, *row);
     if (row->extended_criteria != 0 && !criterion)
-        return unknown(frame, too_short_for(*row));
+        return unknown(frame, too_short_for(*row), std::move(from));
     if (row->remove == discard_frame)
-        return discarded(*received, row_text(*row));
+        return discarded(*received, row_text(*row), std::move(from));
     if (uses_dscp(*row) && received->ends_before_dscp())
-        return unknown(frame, "the row \"" + row_text(*row) +
-                                  "\" applies: the frame ends before its DSCP");
-    return passed(treated(operation, *row, *received), row_text(*row));
+        return unknown(frame,
+                       "the row \"" + row_text(*row) + "\" applies: the frame ends before its DSCP",
+                       std::move(from));
+    return passed(treated(operation, *row, *received), row_text(*row), std::move(from));
 }
 
 // Class 78: a new tag, or the outer tag replaced.
@@ -246,18 +255,23 @@ tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const u
                         static_cast<uint16_t>(tci & 0xfff)};
     tagged_frame result = *received;
     if (mode == 0)
-        return passed(result, "upstream mode 0: no change");
+        return passed(result, "upstream mode 0: no change",
+                      sources_of(operation, {tag_attribute::upstream_mode}));
     if (mode > 2)
-        return unknown(frame, "upstream mode " + std::to_string(mode) + " is not defined");
+        return unknown(frame, "upstream mode " + std::to_string(mode) + " is not defined",
+                       sources_of(operation, {tag_attribute::upstream_mode}));
     const bool replaced = mode == 1 && !result.tags.empty();
     // The attribute is a TCI: the TPID of a replaced tag stays.
     if (replaced)
         result.tags[0] = {result.tags[0].tpid, tag.priority, tag.dei, tag.vid};
     else
         result.tags.insert(result.tags.begin(), tag);
-    return passed(result, "upstream mode " + std::to_string(mode) + ": " +
-                              (replaced ? "replace the outer tag by " : "add ") +
-                              tags_text(std::vector{result.tags[0]}));
+    return passed(
+        result,
+        "upstream mode " + std::to_string(mode) + ": " +
+            (replaced ? "replace the outer tag by " : "add ") +
+            tags_text(std::vector{result.tags[0]}),
+        sources_of(operation, {tag_attribute::upstream_mode, tag_attribute::upstream_tci}));
 }
 
 tag_rewriting by_downstream_mode(const tag_operation& operation, std::span<const uint8_t> frame)
@@ -267,15 +281,15 @@ tag_rewriting by_downstream_mode(const tag_operation& operation, std::span<const
         return unknown(frame, "its attributes are not known");
     if (const std::string fault = frame_fault(received); !fault.empty())
         return unknown(frame, fault);
+    sources from = sources_of(operation, {tag_attribute::downstream_mode});
+    const std::string mode = "downstream mode " + std::to_string(operation.downstream_mode);
     if (operation.downstream_mode > 1)
-        return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
-                                  " is not defined");
+        return unknown(frame, mode + " is not defined", std::move(from));
     if (operation.downstream_mode == 0 || received->tags.empty())
-        return passed(*received, "downstream mode " + std::to_string(operation.downstream_mode) +
-                                     ": no change");
+        return passed(*received, mode + ": no change", std::move(from));
     tagged_frame result = *received;
     result.tags.erase(result.tags.begin());
-    return passed(result, "downstream mode 1: remove the outer tag");
+    return passed(result, mode + ": remove the outer tag", std::move(from));
 }
 
 // Class 171, downstream modes.
@@ -335,7 +349,7 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
 {
     const uint8_t mode = operation.downstream_mode;
     const std::optional<uint8_t> criterion = received.extended_criterion();
-    for (const tag_row& row : operation.rows) {
+    for (const table_row& row : operation.rows) {
         // In the modes that look for a match, default rows are none.
         if ((mode != inverse && is_predefined(row)) || !fits_ethertype(row, received.ethertype()) ||
             !fits_criterion(row, criterion))
@@ -349,22 +363,26 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
         if (!tags)
             continue;
         if (row.extended_criteria != 0 && !criterion)
-            return unknown(received.joined(), too_short_for(row));
+            return unknown(received.joined(), too_short_for(row),
+                           downstream_sources(operation, row));
         tagged_frame result = received;
         result.tags = *tags;
-        return noted(passed(result, "inverse of " + row_text(row)),
-                     note_of_match(operation, row, received.tags));
+        return noted(
+            passed(result, "inverse of " + row_text(row), downstream_sources(operation, row)),
+            note_of_match(operation, row, received.tags));
     }
     const std::string text = "downstream mode " + std::to_string(mode) + ": no row matches, ";
+    sources from = sources_of(operation, {tag_attribute::downstream_mode, tag_attribute::table});
     if (mode <= last_forwarding)
-        return noted(passed(received, text + "no change"), note_of_unmatched(operation));
-    return discarded(received, text + "discard");
+        return noted(passed(received, text + "no change", std::move(from)),
+                     note_of_unmatched(operation));
+    return discarded(received, text + "discard", std::move(from));
 }
 
 } // namespace
 
-const tag_row* matching_row(const tag_operation& operation, const std::vector<frame_tag>& tags,
-                            uint16_t ethertype, std::optional<uint8_t> criterion)
+const table_row* matching_row(const tag_operation& operation, const std::vector<frame_tag>& tags,
+                              uint16_t ethertype, std::optional<uint8_t> criterion)
 {
     const auto found = std::ranges::find_if(operation.rows, [&](const tag_row& row) {
         return fits_ethertype(row, ethertype) && fits_criterion(row, criterion) &&
@@ -386,20 +404,23 @@ tag_rewriting rewrite_downstream(const tag_operation& operation, std::span<const
     const auto received = split_frame(frame, operation.output_tpid);
     if (const std::string fault = frame_fault(received); !fault.empty())
         return unknown(frame, fault);
+    const sources mode = sources_of(operation, {tag_attribute::downstream_mode});
     // These two modes need no table.
     switch (operation.downstream_mode) {
     case unmodified:
-        return passed(*received, "downstream mode 1: no change");
+        return passed(*received, "downstream mode 1: no change", mode);
     case discard_all:
-        return discarded(*received, "downstream mode 8: discard");
+        return discarded(*received, "downstream mode 8: discard", mode);
     default:
         break;
     }
     if (operation.downstream_mode > discard_all)
-        return unknown(frame, "downstream mode " + std::to_string(operation.downstream_mode) +
-                                  " is not defined");
+        return unknown(frame,
+                       "downstream mode " + std::to_string(operation.downstream_mode) +
+                           " is not defined",
+                       mode);
     if (const std::string fault = table_fault(operation); !fault.empty())
-        return unknown(frame, fault);
+        return unknown(frame, fault, table_fault_sources(operation));
     return by_inverse(operation, *received);
 }
 

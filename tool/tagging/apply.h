@@ -32,6 +32,9 @@ struct tag_rewriting {
     std::string row;            ///< the row or mode that decided, in words
     std::string why;            ///< unknown: the reason
     std::string note;           ///< what other ONUs may do with the frame; mostly empty
+    /// Of what decided, see sources.h; of an unknown effect, of what prevents it. Empty if the
+    /// frame itself does.
+    std::vector<attribute_source> sources;
 };
 
 [[nodiscard]] tag_rewriting rewrite_upstream(const tag_operation& operation,
@@ -41,8 +44,8 @@ struct tag_rewriting {
 
 /// The row that applies to upstream frames with these tags, EtherType and extended criterion; null
 /// if none does. Without a criterion, the frame fits each.
-[[nodiscard]] const tag_row* matching_row(const tag_operation& operation,
-                                          const std::vector<frame_tag>& tags, uint16_t ethertype,
-                                          std::optional<uint8_t> criterion = {});
+[[nodiscard]] const table_row* matching_row(const tag_operation& operation,
+                                            const std::vector<frame_tag>& tags, uint16_t ethertype,
+                                            std::optional<uint8_t> criterion = {});
 
 } // namespace gponflow

@@ -60,52 +60,96 @@ tag_row default_row(uint8_t outer, uint8_t inner)
     return row;
 }
 
-template <typename value> void take(value& attribute, const std::optional<value>& fact)
-{
-    if (fact)
-        attribute = *fact;
-}
+// Attributes and rows that one line of a scenario writes.
+class line_writer {
+public:
+    line_writer(tag_operation& operation, unsigned line) : operation_(operation), line_(line) {}
 
-// Unless it is known.
-void start_table(tag_operation& operation)
-{
-    if (operation.table_known)
-        return;
-    operation.table_known = true;
-    operation.table_in_part = false;
-    operation.rows = default_rows();
-    std::ranges::stable_sort(operation.rows, is_tried_before);
-}
+    template <typename value, typename fact>
+    void take(tag_attribute which, value& attribute, const std::optional<fact>& given)
+    {
+        if (!given)
+            return;
+        attribute = *given;
+        note(which);
+    }
 
-void forget_table(tag_operation& operation)
-{
-    operation.table_known = false;
-    operation.table_in_part = true;
-    operation.rows.clear();
-}
+    void start_table()
+    {
+        if (operation_.table_known)
+            return;
+        create_table(line_);
+        note(tag_attribute::table);
+    }
+
+    void forget_table()
+    {
+        operation_.table_known = false;
+        operation_.table_in_part = true;
+        operation_.rows.clear();
+        note(tag_attribute::table);
+    }
+
+    void set_row(const tag_row_image& image)
+    {
+        // The ONU created the default rows with the instance.
+        if (!operation_.table_in_part && !operation_.table_known)
+            create_table(0);
+        note(tag_attribute::table);
+        const table_row row{decode_row(image), line_};
+        std::erase_if(operation_.rows, [&](const tag_row& one) { return same_key(one, row); });
+        if (!is_deletion(image))
+            operation_.rows.insert(std::ranges::upper_bound(operation_.rows, row, is_tried_before),
+                                   row);
+    }
+
+private:
+    void note(tag_attribute which) { operation_.lines[static_cast<size_t>(which)] = line_; }
+
+    void create_table(unsigned line)
+    {
+        operation_.table_known = true;
+        operation_.table_in_part = false;
+        operation_.rows.clear();
+        for (const tag_row& row : default_rows())
+            operation_.rows.push_back({row, line});
+        std::ranges::stable_sort(operation_.rows, is_tried_before);
+    }
+
+    tag_operation& operation_;
+    unsigned line_;
+};
 
 } // namespace
 
-void apply(const tag_facts& facts, tag_operation& operation)
+const char* name_of(tag_attribute attribute)
 {
+    constexpr std::array<const char*, tag_attribute_count> names = {
+        "association", "associated",    "input_tpid",    "output_tpid",  "dscp_map",
+        "rows",        "enhanced_mode", "upstream_mode", "upstream_tci", "downstream_mode"};
+    return names.at(static_cast<size_t>(attribute));
+}
+
+void apply(const tag_facts& facts, tag_operation& operation, unsigned line)
+{
+    using enum tag_attribute;
+    line_writer to(operation, line);
     operation.class_id = facts.class_id;
-    if (facts.association)
-        operation.association = facts.association;
-    take(operation.associated, facts.associated);
-    take(operation.input_tpid, facts.input_tpid);
-    take(operation.output_tpid, facts.output_tpid);
-    take(operation.downstream_mode, facts.downstream_mode);
-    take(operation.dscp_map, facts.dscp_map);
-    take(operation.enhanced_mode, facts.enhanced_mode);
+    to.take(association, operation.association, facts.association);
+    to.take(associated, operation.associated, facts.associated);
+    to.take(input_tpid, operation.input_tpid, facts.input_tpid);
+    to.take(output_tpid, operation.output_tpid, facts.output_tpid);
+    to.take(downstream_mode, operation.downstream_mode, facts.downstream_mode);
+    to.take(dscp_map, operation.dscp_map, facts.dscp_map);
+    to.take(enhanced_mode, operation.enhanced_mode, facts.enhanced_mode);
     if (facts.unknown_rows)
-        forget_table(operation);
+        to.forget_table();
     if (facts.default_rows)
-        start_table(operation);
+        to.start_table();
     for (const tag_row_image& row : facts.rows)
-        set_row(operation, row);
-    if (facts.upstream_mode)
-        operation.upstream_mode = facts.upstream_mode;
-    take(operation.upstream_tci, facts.upstream_tci);
+        to.set_row(row);
+    to.take(upstream_mode, operation.upstream_mode, facts.upstream_mode);
+    to.take(upstream_tci, operation.upstream_tci, facts.upstream_tci);
 }
 
 std::vector<tag_row> default_rows()
@@ -123,15 +167,9 @@ std::string table_fault(const tag_operation& operation)
     return operation.table_known ? "" : "its table is not known";
 }
 
-void set_row(tag_operation& operation, const tag_row_image& image)
+void set_row(tag_operation& operation, const tag_row_image& image, unsigned line)
 {
-    if (!operation.table_in_part)
-        start_table(operation);
-    const tag_row row = decode_row(image);
-    std::erase_if(operation.rows, [&](const tag_row& one) { return same_key(one, row); });
-    if (is_deletion(image))
-        return;
-    operation.rows.insert(std::ranges::upper_bound(operation.rows, row, is_tried_before), row);
+    line_writer(operation, line).set_row(image);
 }
 
 me_class associated_class(const tag_operation& operation)

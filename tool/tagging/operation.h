@@ -12,10 +12,34 @@
 
 #include "include/me_class_id.h"
 #include "tool/tagging/row.h"
+#include "tool/text/line_places.h"
 
 namespace gponflow {
 
 constexpr size_t dscp_map_bytes = 24;
+
+/// The attributes of an operation.
+enum class tag_attribute : uint8_t {
+    association,
+    associated,
+    input_tpid,
+    output_tpid,
+    dscp_map,
+    table,
+    enhanced_mode,
+    upstream_mode,
+    upstream_tci,
+    downstream_mode
+};
+constexpr size_t tag_attribute_count = 10;
+
+/// "input_tpid": as the scenario command `tagging` names it; "rows" for the table.
+[[nodiscard]] const char* name_of(tag_attribute attribute);
+
+/// A row of a table.
+struct table_row : tag_row {
+    unsigned line = 0; ///< of the scenario that last wrote it; 0: the ONU created it
+};
 
 /// Attributes of one instance, as far as they are known.
 struct tag_operation {
@@ -27,7 +51,7 @@ struct tag_operation {
     uint16_t input_tpid = 0x8100;
     uint16_t output_tpid = 0x8100;
     std::array<uint8_t, dscp_map_bytes> dscp_map{}; ///< 64 priorities of three bits
-    std::vector<tag_row> rows;                      ///< in the order in which they are tried
+    std::vector<table_row> rows;                    ///< in the order in which they are tried
     bool table_known = false;
     bool table_in_part = false; ///< some rows are known, others were set before
     uint8_t enhanced_mode = 0;  ///< 1: the enhanced table applies, which the tool does not read
@@ -37,6 +61,14 @@ struct tag_operation {
     uint16_t upstream_tci = 0;
 
     uint8_t downstream_mode = 0; ///< of either class, with different meanings
+
+    /// Of the scenario that last wrote each attribute, by tag_attribute; 0: none did.
+    std::array<unsigned, tag_attribute_count> lines{};
+
+    [[nodiscard]] unsigned line_of(tag_attribute attribute) const
+    {
+        return lines[static_cast<size_t>(attribute)];
+    }
 };
 
 /// Attributes of one instance that a message or a line of a scenario sets.
@@ -57,8 +89,8 @@ struct tag_facts {
     std::optional<uint16_t> upstream_tci;
 };
 
-/// Changes the attributes that the facts contain.
-void apply(const tag_facts& facts, tag_operation& operation);
+/// Changes the attributes that the facts contain. `line` is that of the scenario that has them.
+void apply(const tag_facts& facts, tag_operation& operation, unsigned line = 0);
 
 /// The rows that an ONU creates with the table: frames with 0, 1 and 2 tags pass unchanged.
 [[nodiscard]] std::vector<tag_row> default_rows();
@@ -67,7 +99,7 @@ void apply(const tag_facts& facts, tag_operation& operation);
 [[nodiscard]] std::string table_fault(const tag_operation& operation);
 
 /// Applies a row that the OLT sets: it replaces the row with the same key, or deletes it.
-void set_row(tag_operation& operation, const tag_row_image& image);
+void set_row(tag_operation& operation, const tag_row_image& image, unsigned line = 0);
 
 /// The ME that an operation belongs to: 0 if the association type is unknown or of a class that
 /// the module does not mirror.
