@@ -136,13 +136,29 @@ TEST(explain, a_multicast_frame_that_no_bridge_takes_passes_with_a_reason)
         << text;
 }
 
-TEST(explain, a_replay_that_a_filter_ends_passes_with_a_reason)
+TEST(explain, a_replay_that_a_filter_refuses_passes_with_a_reason)
 {
     const std::string text = explanation_of(multicast_line + multicast_hook + multicast_hook);
-    EXPECT_TRUE(holds_text(text, "its rule was replayed\nThe replay ends at "
-                                 "MAC_BRIDGE_PORT_CON_DATA 0x3001, but the frame passes: "))
+    EXPECT_TRUE(holds_text(text, "its rule was replayed\n"
+                                 "MAC_BRIDGE_PORT_CON_DATA 0x3001 refuses the frame, but a replay "
+                                 "makes all steps of its rule, and none of them drops a frame.\n"))
         << text;
-    EXPECT_FALSE(holds_text(text, "drops the frame")) << text;
+    EXPECT_FALSE(holds_text(text, "its VLAN filter drops the frame")) << text;
+    EXPECT_FALSE(holds_text(text, "The replay ends")) << text;
+}
+
+// The instance is cleaned, the rule and the link to it remain.
+TEST(explain, a_replay_continues_behind_a_filter_that_is_gone)
+{
+    const std::string text =
+        explanation_of(good_line + hook_up_ani(frame_of_vlan_100) +
+                       "proc write \"clean raw_data 84 1001\"\n" + hook_up_ani(frame_of_vlan_100));
+    EXPECT_TRUE(holds_text(text, "x its VLAN filter or mapper cannot be read\n")) << text;
+    EXPECT_TRUE(holds_text(text, "GEM_PORT_CTP 0x0001  portID=1025")) << text;
+    EXPECT_TRUE(holds_text(text, "passes to GEM port 1025; its rule was replayed\n"
+                                 "MAC_BRIDGE_PORT_CON_DATA 0x1001 refuses the frame, but "))
+        << text;
+    EXPECT_FALSE(holds_text(text, "The replay ends")) << text;
 }
 
 TEST(explain, a_rule_that_is_replayed)

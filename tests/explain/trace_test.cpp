@@ -12,10 +12,13 @@
 #include "pkt/header.h"
 #include "platform/host/host.h"
 #include "tests/explain/lines.h"
+#include "tool/explain/account.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
+#include "tool/explain/explain_frame.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/path_output.h"
 #include "tool/explain/trace_output.h"
 #include "tool/explain/trace_scenario.h"
 #include "tool/live/event_frames.h"
@@ -346,6 +349,121 @@ TEST(walk_of_events, of_a_replay_ends_at_the_step_that_fails)
     EXPECT_EQ(text.find("GEM port"), std::string::npos) << text;
 }
 
+std::vector<me_id> replayed_steps(const std::vector<gpon_trace_record>& call)
+{
+    std::vector<me_id> steps;
+    for (const gpon_trace_record& event : call)
+        if (event.point == GPON_TRACEPOINT_REPLAY_STEP)
+            steps.push_back({gpon::to_me_class(event.step.class_id), event.step.inst_id});
+    return steps;
+}
+
+std::vector<me_id> steps_of(const walk_record& walk)
+{
+    std::vector<me_id> steps;
+    for (const walk_step& step : walk.steps)
+        steps.push_back(step.at);
+    return steps;
+}
+
+// Untagged frames of one flow have one rule, and their DSCP selects the priority.
+const std::string line_by_dscp =
+    "load\n"
+    "me create MAC_BRIDGE_SERVICE_PROFILE 1\n"
+    "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3\n"
+    "me create GEM_PORT_CTP 2 portID=1026 tcontID=0x8000 direction=3\n"
+    "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+    "me create GEM_INTERWORK_TP 0x12 gemCTPInstID=2\n"
+    "me create 802_1P_MAPPER 0x21 unmark_frame_opt=0 "
+    "pbit_GemIWTP=0x11,0x12,0x12,0x12,0x12,0x12,0x12,0x12 "
+    "dscp2pbitMap=0000002492494924926db6db924924b6db6ddb6db6ffffff\n"
+    "me create MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 tpType=3 tpPointer=0x21\n"
+    "hook kind=switch param=1\n";
+
+std::string frame_with_dscp(const std::string& type_of_service)
+{
+    return "hook kind=up_ani frame=020000000001020000000101000845" + type_of_service + "\n";
+}
+
+// A later frame may be refused where the first one was not.
+TEST(walk_of_events, of_a_replay_has_all_steps_up_to_the_egress)
+{
+    const std::string gone = "proc write \"clean raw_data 84 1001\"\n";
+    for (const std::string& text : {good_line + passing + gone + passing,
+                                    line_by_dscp + frame_with_dscp("00") + frame_with_dscp("b8")}) {
+        const auto calls = calls_of(text);
+        ASSERT_EQ(calls.size(), 2u);
+        const walk_record walk = read_events(calls[1], final_entities(parse_good(text)));
+        ASSERT_TRUE(walk.replayed);
+        EXPECT_EQ(steps_of(walk), replayed_steps(calls[1]));
+        EXPECT_GE(walk.steps.size(), 4u);
+        EXPECT_TRUE(walk.steps.back().passed);
+        EXPECT_EQ(walk.gem_port, 1025u);
+        EXPECT_EQ(std::ranges::count_if(
+                      walk.steps, [](const walk_step& step) { return !step.dead_end.empty(); }),
+                  1);
+        const std::string printed = marked(calls[1]);
+        EXPECT_NE(printed.find("passes to GEM port 1025; its rule was replayed\n"), printed.npos)
+            << printed;
+        EXPECT_NE(printed.find(" refuses the frame, but a replay makes all steps"), printed.npos)
+            << printed;
+        EXPECT_EQ(printed.find("The replay ends"), printed.npos) << printed;
+        EXPECT_NE(json_of_call(calls[1]).find("\"gem_port\":1025"), printed.npos);
+    }
+}
+
+// Some events of a frame are lost, among them its steps.
+TEST(walk_of_events, without_steps_claims_no_cause)
+{
+    const std::string entering_fibre =
+        "hook kind=down_ani gem=1025 frame=0200000001010200000000018100006408004500\n";
+    auto calls =
+        calls_of(good_line + entering_fibre + dropped + "platform queue=-1\n" + passing + passing);
+    ASSERT_EQ(calls.size(), 4u);
+    for (auto& call : calls)
+        std::erase_if(call, [](const gpon_trace_record& event) {
+            return event.point == GPON_TRACEPOINT_WALK_STEP ||
+                   event.point == GPON_TRACEPOINT_REPLAY_STEP;
+        });
+    for (const auto& call : calls) {
+        const walk_record walk = read_events(call, good_entities(), nullptr, true);
+        EXPECT_TRUE(walk.incomplete);
+        std::ostringstream out;
+        print_marked_frame(walk, good_entities(), out);
+        for (const char* claim : {"No branch leads", "entered no managed", "takes frames"}) {
+            EXPECT_EQ(out.str().find(claim), std::string::npos) << out.str();
+            EXPECT_EQ(drop_text(walk).find(claim), std::string::npos) << drop_text(walk);
+            EXPECT_EQ(drop_reason(walk, good_entities()).find(claim), std::string::npos);
+        }
+        EXPECT_NE(out.str().find("Events of this frame are missing"), std::string::npos);
+    }
+    EXPECT_EQ(drop_text(read_events(calls[1], good_entities(), nullptr, true)), events_missing);
+}
+
+TEST(walk_of_events, without_the_steps_behind_a_bridge_does_not_say_that_it_has_no_port)
+{
+    auto calls = calls_of(good_line + dropped);
+    ASSERT_EQ(calls.size(), 1u);
+    std::erase_if(calls[0], [](const gpon_trace_record& event) {
+        return event.point == GPON_TRACEPOINT_WALK_STEP &&
+               event.step.class_id == gpon::class_number(me_class::mbpcd);
+    });
+    const walk_record whole = read_events(calls[0], good_entities());
+    EXPECT_EQ(whole.steps.back().dead_end, "no MAC_BRIDGE_PORT_CON_DATA");
+    const walk_record walk = read_events(calls[0], good_entities(), nullptr, true);
+    EXPECT_EQ(walk.steps.back().dead_end, "");
+    EXPECT_EQ(drop_reason(walk, good_entities()), events_missing);
+}
+
+TEST(walk_of_events, of_a_replay_without_a_queue_is_not_called_a_walk)
+{
+    const auto calls = calls_of(good_line + passing + "platform queue=-1\n" + passing);
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_NE(marked(calls[1]).find("The replay succeeded, a later step failed.\n"),
+              std::string::npos)
+        << marked(calls[1]);
+}
+
 TEST(walk_of_events, of_a_replay_has_no_steps_behind_the_egress)
 {
     const scenario stale =
@@ -488,6 +606,98 @@ TEST(trace_of_a_scenario, has_the_kind_and_outcome_of_frames_without_events)
     }
 }
 
+// The module of another machine, whose trace buffer loses the events of each frame.
+class unseen_frames final : public backend {
+public:
+    explicit unseen_frames(int result) : result_(result) {}
+
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        traced_call call{host_->hook(options, &frame), {}};
+        call.answer->api_result = result_;
+        call.unseen = true;
+        return call;
+    }
+
+    void set_sink(backend_sink sink) override { host_->set_sink(std::move(sink)); }
+    std::optional<int> load() override { return host_->load(); }
+    void unload() override { host_->unload(); }
+    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    {
+        return host_->hook(options, frame);
+    }
+    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
+    {
+        return host_->ioctl(number, argument);
+    }
+    std::optional<long> proc_write(std::string_view text) override
+    {
+        return host_->proc_write(text);
+    }
+    std::optional<long> proc_read() override { return host_->proc_read(); }
+    uint64_t advance(uint64_t jiffies) override { return host_->advance(jiffies); }
+    void set_mapping(const pointer_setting& setting) override { host_->set_mapping(setting); }
+    void set_queue_mapping(const pointer_setting& setting) override
+    {
+        host_->set_queue_mapping(setting);
+    }
+    void arm_fault(fault_kind service, uint64_t nth) override { host_->arm_fault(service, nth); }
+
+private:
+    std::unique_ptr<backend> host_ = make_host_backend();
+    int result_;
+};
+
+std::string explained_unseen(int result, bool as_json)
+{
+    unseen_frames target(result);
+    std::ostringstream out;
+    exit_status status = status_ok;
+    const scenario line = parse_good(good_line + passing);
+    const auto found = explain_frame(line, target, {}, out, status);
+    EXPECT_EQ(status, status_ok) << out.str();
+    if (found && as_json)
+        print_explanation_json(*found, line, out);
+    else if (found)
+        print_explanation(*found, out);
+    return out.str();
+}
+
+// The engine is enabled: the frame is classified, whether or not its events arrive.
+TEST(frames_without_events, are_not_those_of_a_disabled_engine)
+{
+    EXPECT_EQ(explained_unseen(0, false), "upstream, from the bridge to the ANI, 20 bytes\n"
+                                          "passes to GEM port 1025\n" +
+                                              std::string(nothing_seen) + '\n');
+    EXPECT_EQ(explained_unseen(1, false), "upstream, from the bridge to the ANI, 20 bytes\n"
+                                          "dropped\n" +
+                                              std::string(nothing_seen) + '\n');
+    const std::string json = explained_unseen(0, true);
+    EXPECT_NE(json.find("\"outcome\": \"passed\""), json.npos) << json;
+    EXPECT_NE(json.find("The frame passes to GEM port 1025; its path is unknown."), json.npos)
+        << json;
+    EXPECT_NE(json.find(nothing_seen), json.npos) << json;
+    EXPECT_EQ(json.find("engine"), json.npos) << json;
+    EXPECT_NE(explained_unseen(1, true).find(events_missing), json.npos);
+}
+
+TEST(frames_without_events, are_counted_as_passed_or_dropped)
+{
+    for (const int result : {0, 1}) {
+        unseen_frames target(result);
+        frame_account account{};
+        std::ostringstream out;
+        EXPECT_EQ(account_scenario(parse_good(good_line + passing), target, account, out),
+                  status_ok);
+        print_account(account, out);
+        EXPECT_EQ(out.str().find("not classified"), std::string::npos) << out.str();
+        EXPECT_NE(
+            out.str().find(result == 0 ? "GEM port 1025 from an unknown bridge" : events_missing),
+            std::string::npos)
+            << out.str();
+    }
+}
+
 TEST(replay, is_explained_by_the_instances_of_its_rule)
 {
     const std::string printed = traced(good_line + passing + passing, "outer_vlan=100");
@@ -529,6 +739,28 @@ TEST(trace_json, has_a_change_of_entities_only_if_there_was_one)
     };
     EXPECT_NE(text_of(true).find("\"entities_changed\":true"), std::string::npos);
     EXPECT_EQ(text_of(false).find("entities_changed"), std::string::npos);
+}
+
+rule_table table_with_hits(uint64_t hits)
+{
+    dumped_rule rule{};
+    rule.hits = hits;
+    return {1, 64, 48, {rule}};
+}
+
+// The clock of updates is finer than the unit: an interval is never a whole number of seconds.
+TEST(watch_of_a_module, has_the_rate_of_the_exact_interval)
+{
+    rule_watch watch(1000);
+    watch.update(table_with_hits(0), 1990);
+    watch.update(table_with_hits(100), 3000);
+    const std::vector<std::string> lines = watch.lines(3000, "s");
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_NE(lines[0].find("AGE (s)"), std::string::npos);
+    EXPECT_TRUE(lines[1].starts_with(">1 ")) << lines[1];
+    EXPECT_NE(lines[1].find(" 99.0 "), std::string::npos) << lines[1];
+    watch.update(table_with_hits(100), 3000);
+    EXPECT_NE(watch.lines(3000, "s")[1].find(" 0.0 "), std::string::npos);
 }
 
 TEST(dscp, of_a_frame_equals_the_one_the_module_reads)

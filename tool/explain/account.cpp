@@ -46,6 +46,8 @@ std::string bridge_text(const walk_record& walk, const line_model& entities)
     for (const walk_step& step : walk.steps)
         if (step.at.class_id == me_class::mbpcd)
             ports.push_back(step.at);
+    if (walk.incomplete && std::ranges::none_of(walk.steps, &walk_step::passed))
+        return "an unknown bridge";
     if (ports.empty())
         return "no bridge";
     const auto found = bridge_of(entities, walk.replayed ? ports.front() : ports.back());
@@ -162,9 +164,9 @@ private:
     {
         const auto [reason, is_new] = path.reasons.try_emplace(at.bridge);
         if (is_new)
-            reason->second = drop_reason(
-                read_events(traced_hook(at.options, frame.data).events, entities_, &frame.data),
-                entities_, at.bridge);
+            reason->second =
+                drop_reason(walk_of(traced_hook(at.options, frame.data), entities_, frame.data),
+                            entities_, at.bridge);
         return reason->second;
     }
 
@@ -202,7 +204,7 @@ private:
     path_facts facts_of(const frame_call& at, const traced_call& call,
                         const captured_frame& frame) const
     {
-        const walk_record walk = read_events(call.events, entities_, &frame.data);
+        const walk_record walk = walk_of(call, entities_, frame.data);
         path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}, {}};
         facts.passed = bridge_of_path(walk, entities_);
         facts.path = path_of_call(at.options, walk);

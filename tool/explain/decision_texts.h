@@ -29,6 +29,14 @@ constexpr const char* some_step_failed = "a step failed, for example for lack of
 constexpr const char* unreadable_header = "the header could not be read";
 constexpr const char* no_packet = "a hook call without a packet";
 constexpr const char* unknown_kind = "a hook call of an unknown kind";
+constexpr const char* events_missing = "trace events of the frame are missing";
+
+// Whole sentences.
+constexpr const char* unfiltered_note =
+    "No branch leads into a bridge, but the frame passes: a frame of a multicast GEM port is "
+    "dropped neither by a filter nor for lack of a bridge.";
+constexpr const char* nothing_seen = "No trace event of this frame arrived: the trace filter was "
+                                     "changed meanwhile, or the kernel dropped the events.";
 
 // Why a frame is not classified.
 constexpr const char* tags_hidden = "its tags are not in the capture";

@@ -71,8 +71,8 @@ std::string failure_without_step(gpon_frame_end end)
 class event_reader {
 public:
     event_reader(std::span<const gpon_trace_record> events, const line_model& entities,
-                 const bytes* frame)
-        : events_(events), model_(entities), frame_(frame)
+                 const bytes* frame, bool lost)
+        : events_(events), model_(entities), frame_(frame), lost_(lost)
     {
     }
 
@@ -84,7 +84,7 @@ public:
         for (const gpon_trace_record& event : events_)
             take(event);
         record_.end_lost = (started_ || !record_.steps.empty()) && !ended_ && !hit_;
-        record_.incomplete = record_.end_lost || started_ != ended_;
+        record_.incomplete = lost_ || record_.end_lost || started_ != ended_;
         if (!record_.replayed)
             finish_walk();
         // The module may lack memory between two steps.
@@ -112,12 +112,14 @@ private:
             ended_ = record_.ran = true;
             end_ = event.end;
             record_.dropped = end_ != GPON_END_PASSED;
+            record_.gem_port = event.gemport_id;
             break;
         case GPON_TRACEPOINT_REPLAY_STEP:
             replay_step(event);
             break;
         case GPON_TRACEPOINT_RULE_HIT:
             hit_ = record_.ran = record_.replayed = true;
+            record_.gem_port = event.gemport_id;
             break;
         case GPON_TRACEPOINT_RULE_LEARN:
             record_.learnt =
@@ -164,19 +166,20 @@ private:
                       event.step.status == GPON_STEP_FAILED;
     }
 
-    // Of a replay, the steps behind a refusal do not matter: they cannot drop the frame. Those
-    // behind the egress are left from an abandoned branch.
+    // A step that refuses the frame does not end a replay, one that fails does. Steps behind the
+    // egress are left from an abandoned branch.
     void replay_step(const gpon_trace_record& event)
     {
         record_.replayed = true;
         if (replay_over_)
             return;
         walk_step& step = append(event);
-        if (event.step.status == GPON_STEP_FAILED)
+        step.failed = event.step.status == GPON_STEP_FAILED;
+        if (step.failed)
             step.dead_end =
                 passage_of(step.at.class_id) ? failure_text(model_, step.at) : no_passage;
         step.passed = step.dead_end.empty();
-        replay_over_ = !step.passed || event.step.status == GPON_STEP_REACHES_EGRESS;
+        replay_over_ = step.failed || event.step.status == GPON_STEP_REACHES_EGRESS;
     }
 
     void decide(walk_step& step, unsigned decision) const
@@ -244,14 +247,19 @@ private:
     {
         const me_id at = record_.steps[i].at;
         std::string text;
-        if (statuses_[i] == GPON_STEP_CONTINUES)
+        if (statuses_[i] == GPON_STEP_CONTINUES) {
+            // The events of the next steps may be missing, and not the entities.
+            if (record_.incomplete)
+                return {};
             text = missing_text(at.class_id, record_.fwd_flag);
+        }
         return text.empty() ? end_text(model_, at) : text;
     }
 
     std::span<const gpon_trace_record> events_;
     const line_model& model_;
     const bytes* frame_; ///< may be null
+    bool lost_;          ///< the kernel dropped events
     walk_record record_;
     std::vector<gpon_step_status> statuses_; ///< of the steps of a walk
     gpon_frame_end end_ = GPON_END_PASSED;   ///< of the walk
@@ -264,9 +272,19 @@ private:
 } // namespace
 
 walk_record read_events(std::span<const gpon_trace_record> events, const line_model& entities,
-                        const bytes* frame)
+                        const bytes* frame, bool lost)
 {
-    return event_reader(events, entities, frame).read();
+    return event_reader(events, entities, frame, lost).read();
+}
+
+walk_record walk_of(const traced_call& call, const line_model& entities, const bytes& frame)
+{
+    walk_record walk = read_events(call.events, entities, &frame, call.lost);
+    if (call.unseen) {
+        walk.unseen = walk.incomplete = walk.ran = true;
+        walk.dropped = call.answer && call.answer->api_result != 0;
+    }
+    return walk;
 }
 
 } // namespace gponflow

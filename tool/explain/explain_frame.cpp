@@ -51,7 +51,7 @@ void run_frame(captured_run& runner, explanation& result)
     const bytes& frame = carried->frame.data;
     const traced_call call = runner.traced_hook(carried->options, frame);
     result.answer = call.answer;
-    result.walk = read_events(call.events, result.entities, &frame);
+    result.walk = walk_of(call, result.entities, frame);
     result.events_lost = call.lost;
     result.others_mixed = call.others;
 }

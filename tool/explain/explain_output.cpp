@@ -113,7 +113,7 @@ void print_queue(const explanation& explained, std::ostream& out)
         out << ", " << to_text(*queue);
 }
 
-// A replay always succeeds, even if it ends early.
+// A replay always succeeds, even if a step refuses the frame.
 bool reached_egress(const walk_record& walk)
 {
     return walk.replayed || std::ranges::any_of(walk.steps, &walk_step::passed);
@@ -122,14 +122,10 @@ bool reached_egress(const walk_record& walk)
 // Not visible in the tree: a refusal does not always drop the frame.
 void print_pass_note(const walk_record& walk, std::ostream& out)
 {
-    const std::optional<size_t> refusal = deepest_dead_end(walk);
-    if (walk.replayed && refusal)
-        out << "The replay ends at " << to_text(walk.steps[*refusal].at)
-            << ", but the frame passes: no step of a replay drops a frame.\n";
-    else if (!reached_egress(walk) && walk.fwd_flag == DOWN_ANI)
-        out << "No branch leads into a bridge, but the frame passes: a frame of a multicast GEM "
-               "port "
-               "is dropped neither by a filter nor for lack of a bridge.\n";
+    for (const std::string& note : replay_notes(walk))
+        out << note << '\n';
+    if (!reached_egress(walk) && !walk.incomplete && walk.fwd_flag == DOWN_ANI)
+        out << unfiltered_note << '\n';
 }
 
 void print_success(const explanation& explained, std::ostream& out, const palette& colours)
@@ -148,8 +144,10 @@ void print_success(const explanation& explained, std::ostream& out, const palett
     }
     if (explained.walk.replayed)
         out << "; its rule was replayed\n";
+    else if (explained.walk.learnt)
+        out << "; a rule was learnt\n";
     else
-        out << (explained.walk.learnt ? "; a rule was learnt\n" : "; no rule was learnt\n");
+        out << (explained.walk.incomplete ? "\n" : "; no rule was learnt\n");
     print_pass_note(explained.walk, out);
 }
 
@@ -176,10 +174,11 @@ void print_drop(const walk_record& walk, std::ostream& out, const palette& colou
     }
     if (!walk.other_failure.empty())
         out << "  " << walk.other_failure << '\n';
-    if (walk.steps.empty())
+    if (walk.steps.empty() && !walk.incomplete && !walk.replayed)
         out << "The frame entered no managed entity.\n";
     else if (reached_egress(walk))
-        out << "The walk succeeded, a later step failed.\n";
+        out << "The " << (walk.replayed ? "replay" : "walk")
+            << " succeeded, a later step failed.\n";
 }
 
 std::vector<me_id> path_of(const walk_record& walk, bool passed_only)
@@ -261,13 +260,17 @@ void print_warnings(const explanation& explained, std::ostream& out)
         out << "Other frames with the same addresses arrived at the same time: this may be the "
                "path "
                "of one of them.\n";
-    else
+    else if (explained.walk.unseen)
+        out << nothing_seen << '\n';
+    else if (!explained.events_lost)
         print_if_incomplete(explained.walk, out);
 }
 
-// The GEM port of an upstream walk.
+// The GEM port of an upstream frame.
 std::string gem_port_of(const walk_record& walk, const line_model& entities)
 {
+    if (walk.gem_port != 0)
+        return std::to_string(walk.gem_port);
     for (const walk_step& step : walk.steps)
         if (const me_instance* ctp = entities.find(step.at);
             step.passed && ctp && step.at.class_id == me_class::gemctp)
@@ -291,7 +294,27 @@ std::string drop_text(const walk_record& walk)
     if (!walk.other_failure.empty())
         return walk.other_failure;
     const std::string ends = dead_ends_text(walk);
-    return ends.empty() ? "no managed entity takes frames of this kind" : ends;
+    if (!ends.empty())
+        return ends;
+    return walk.incomplete ? events_missing : "no managed entity takes frames of this kind";
+}
+
+std::vector<std::string> replay_notes(const walk_record& walk)
+{
+    std::vector<std::string> notes;
+    if (!walk.replayed || walk.dropped)
+        return notes;
+    for (const walk_step& step : walk.steps) {
+        if (step.dead_end.empty())
+            continue;
+        const std::string place = to_text(step.at);
+        notes.push_back(step.failed ? "The replay ends at " + place +
+                                          ", but the frame passes: no step of a replay drops a "
+                                          "frame."
+                                    : place + " refuses the frame, but a replay makes all steps "
+                                              "of its rule, and none of them drops a frame.");
+    }
+    return notes;
 }
 
 std::string dead_ends_text(const walk_record& walk, size_t most)

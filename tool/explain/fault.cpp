@@ -215,6 +215,8 @@ std::string drop_reason(const walk_record& walk, const line_model& entities,
         text += "; and " + std::to_string(faults.size() - most_named) + " more branches";
     if (!text.empty())
         return text;
+    if (walk.incomplete)
+        return events_missing;
     if (walk.steps.empty())
         return "no managed entity takes frames of this kind";
     return "a path exists, but the frame was not sent on it";

@@ -89,8 +89,7 @@ public:
         if (is_done())
             return;
         ++frames_;
-        walk_record walk = read_events(frame.events, entities_.get());
-        walk.incomplete = walk.incomplete || frame.lost;
+        const walk_record walk = read_events(frame.events, entities_.get(), nullptr, frame.lost);
         const bool changed = entities_.changed_lately();
         if (limits_.json) {
             print_trace_json({.number = frames_,

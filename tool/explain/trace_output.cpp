@@ -58,6 +58,8 @@ void print_trace_json(const traced_frame& traced, std::ostream& out)
         whole["entities_changed"] = true;
     if (walk.dropped)
         whole["reason"] = drop_text(walk);
+    else if (walk.gem_port != 0)
+        whole["gem_port"] = walk.gem_port;
     whole["steps"] = steps_json(walk);
     print_json_line(whole, out);
 }

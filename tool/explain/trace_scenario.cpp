@@ -40,7 +40,9 @@ private:
             entities_ = model_of(read_instances(query("show raw_data").value_or("")));
         const traced_call call = traced_hook(options, frame.data);
         explanation explained{{options, frame}, {}, call.answer, *entities_};
-        explained.walk = read_events(call.events, explained.entities, &frame.data);
+        explained.walk = walk_of(call, explained.entities, frame.data);
+        explained.events_lost = call.lost;
+        explained.others_mixed = call.others;
         if (json_) {
             print_trace_json({frames_, options.kind, explained.walk, frame}, out_);
             return;

@@ -92,6 +92,21 @@ std::string passed_sentence(const frame_path& path)
     return text + ".";
 }
 
+// The events of a half, or those that name its bridge, may be missing.
+bool is_path_known(const frame_path& path)
+{
+    const bool unseen = std::ranges::any_of(path.halves, &walk_record::unseen, &explanation::walk);
+    return !unseen && (path.bridge || !path.halves.front().walk.incomplete);
+}
+
+std::string sentence_without_path(const std::string& subject, const explanation& half)
+{
+    const std::string port = half.input.options.kind == GPON_API_UP_ANI
+                                 ? " to GEM port " + std::to_string(half.answer->gem)
+                                 : std::string();
+    return subject + " passes" + port + "; its path is unknown.";
+}
+
 std::string held_text(const captured_frame& frame)
 {
     return std::to_string(frame.data.size()) + " of the " + std::to_string(frame.wire_length) +
@@ -125,14 +140,25 @@ void note_capture(const captured_frame& frame, verdict& into)
                                 "capture of OMCI messages is a line (FILE).");
 }
 
-void note_lost_events(const frame_path& path, verdict& into)
+void note_lost_events(const std::vector<explanation>& halves, verdict& into)
 {
-    for (const explanation& half : path.halves)
+    if (std::ranges::any_of(halves, &walk_record::unseen, &explanation::walk)) {
+        into.notes.emplace_back(nothing_seen);
+        return;
+    }
+    for (const explanation& half : halves)
         if (half.events_lost || half.others_mixed || half.walk.incomplete) {
             into.notes.emplace_back("The kernel dropped trace events, or other frames arrived "
                                     "at the same time: the path may be incomplete.");
             return;
         }
+}
+
+// A refusal in a replay does not drop the frame.
+void note_replay(const explanation& half, verdict& into)
+{
+    for (std::string& note : replay_notes(half.walk))
+        into.notes.push_back(std::move(note));
 }
 
 // An operation of the UNI's bridge port acts behind the half whose walk meets it.
@@ -163,10 +189,8 @@ void note_unfiltered(const frame_path& path, verdict& into)
 {
     const explanation& first = path.halves.front();
     const bool multicast = first.input.options.multicast != 0;
-    if (multicast && !first.walk.replayed && !path.bridge)
-        into.notes.emplace_back("No branch leads into a bridge, but the frame passes: a frame of a "
-                                "multicast GEM port is dropped neither by a filter nor for lack of "
-                                "a bridge.");
+    if (multicast && !first.walk.replayed && !first.walk.incomplete && !path.bridge)
+        into.notes.emplace_back(unfiltered_note);
 }
 
 // Behind a hook call of the downstream direction: UNIs that do not get a frame that passes, and
@@ -235,7 +259,8 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
                           "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
                           tags_text(header) + ".";
     } else {
-        result.sentence = subject + " passes.";
+        result.sentence =
+            half.walk.unseen ? sentence_without_path(subject, half) : subject + " passes.";
     }
     return result;
 }
@@ -250,6 +275,8 @@ verdict verdict_of(const explanation& half, const line_places& places)
     if (!hides_tags(half.input.frame))
         for (const tag_gap& gap : gaps_of(half))
             note_gap(gap, places, result);
+    note_replay(half, result);
+    note_lost_events({half}, result);
     return result;
 }
 
@@ -258,8 +285,10 @@ verdict verdict_of(const frame_path& path, const line_places& places)
     verdict result =
         verdict_of(path.halves.back(), path.bridge, "The frame from " + entry_text(path.query));
     if (result.outcome == line_outcome::passed) {
-        result.sentence = passed_sentence(path);
-        note_bridge(path, result);
+        if (is_path_known(path)) {
+            result.sentence = passed_sentence(path);
+            note_bridge(path, result);
+        }
         note_unfiltered(path, result);
     }
     for (std::string& note : notes_of(path.query, path.halves.front().entities))
@@ -268,9 +297,11 @@ verdict verdict_of(const frame_path& path, const line_places& places)
     note_capture(path.frame, result);
     if (hides_tags(path.frame))
         return result;
-    note_lost_events(path, result);
-    for (const explanation& half : path.halves)
+    note_lost_events(path.halves, result);
+    for (const explanation& half : path.halves) {
+        note_replay(half, result);
         note_tagging(path, half, places, result);
+    }
     return result;
 }
 

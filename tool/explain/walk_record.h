@@ -19,7 +19,7 @@ struct walk_step {
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
     std::string dead_end;               ///< why this branch ended here; empty if it continued
     bool failed = false;                ///< could not be made or decided: the cause of a drop, even
-                                        ///< if other branches are deeper
+                                        ///< if other branches are deeper; the end of a replay
 };
 
 /// The events of one hook call as data.
@@ -31,9 +31,11 @@ struct walk_record {
     bool dropped = false;         ///< the frame failed
     bool incomplete = false;      ///< events are missing
     bool end_lost = false;        ///< among them the one that ends the path
+    bool unseen = false;          ///< all are missing, though the module classified the frame
     unsigned fwd_flag = 0;        ///< direction of the walk: an enum fwd_flag of
                                   ///< include/packet_flow.h, 0 without an event
     unsigned tci = 0;             ///< outer tag as filters and mappers read it; 0 is untagged
+    unsigned gem_port = 0;        ///< chosen upstream to the ANI; 0 without one
     std::string other_failure;    ///< why the frame failed, if no step of a walk is the cause
 };
 

@@ -11,10 +11,12 @@
 
 #include "include/packet_flow.h"
 #include "include/uapi/gpon_flow.h"
+#include "platform/api/platform_hook.h"
 #include "tool/live/active_filter.h"
 #include "tool/live/event_frames.h"
 #include "tool/live/event_stream.h"
 #include "tool/live/kernel_log.h"
+#include "tool/live/kernel_reader.h"
 #include "tool/live/module_file.h"
 #include "tool/live/soft_onu.h"
 
@@ -79,6 +81,7 @@ public:
         call.answer = hook(options, &frame);
         read_frame(options.kind, call);
         call.lost = events.dropped() != dropped;
+        call.unseen = is_unseen(options.kind, call);
         return call;
     }
 
@@ -166,6 +169,15 @@ private:
             [&](const event_stream::event& one) { sorted.event(one.record, one.cpu, one.gap); });
         sorted.finish();
         call.others = frames > 1;
+    }
+
+    // A frame without an event found the engine disabled, or its events are lost. A frame that
+    // fails always has an event.
+    static bool is_unseen(uint32_t kind, const traced_call& call)
+    {
+        if (!call.events.empty() || !call.answer || kind > GPON_API_DOWN_ANI)
+            return false;
+        return call.answer->api_result != 0 || make_kernel_reader()->state().enabled;
     }
 
     // Unloading the module takes its events away, in this process or in another one.

@@ -38,7 +38,9 @@ std::string bridge_text(const walk_record& walk, const line_model& entities)
         std::ranges::reverse(path);
     const auto port = std::ranges::find(path, me_class::mbpcd, &me_id::class_id);
     const me_instance* me = port == path.end() ? nullptr : entities.find(*port);
-    return me ? "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID) : "no bridge";
+    if (!me)
+        return walk.incomplete ? "an unknown bridge" : "no bridge";
+    return "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID);
 }
 
 std::string entry_text(const packet_options& options)
@@ -159,7 +161,7 @@ private:
     void read_call(const traced_call& call, explanation& explained) const
     {
         explained.answer = call.answer;
-        explained.walk = read_events(call.events, data_.entities, &explained.tagging.frame);
+        explained.walk = walk_of(call, data_.entities, explained.tagging.frame);
     }
 
     // A frame that passed may be discarded on its path to each UNI.

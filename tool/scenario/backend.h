@@ -44,6 +44,7 @@ struct traced_call {
     std::optional<hook_answer> answer;
     std::vector<gpon_trace_record> events;
     bool lost = false;   ///< the kernel dropped events
+    bool unseen = false; ///< no event of the frame arrived, though the module classified it
     bool others = false; ///< other frames with the same addresses and tags came at the same time
 };
 
