@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Records of the module, compared with the dumps that it prints.
+#include <algorithm>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -93,6 +94,37 @@ TEST_F(rules, are_none_without_a_module)
     EXPECT_THAT(reader->rules(), IsEmpty());
     EXPECT_THAT(reader->instances(), IsEmpty());
     EXPECT_FALSE(reader->state().enabled);
+}
+
+// A module whose table gets a rule between two requests until it has this number.
+class growing_module final : public module_reader {
+public:
+    explicit growing_module(unsigned most) : most_(most) {}
+
+    std::vector<counter_value> counters() override { return {}; }
+    engine_state state() override
+    {
+        return {.enabled = true, .rules = step(), .buckets = 64, .threshold = 48, .store = {}};
+    }
+    std::vector<seen_rule> rules() override { return std::vector<seen_rule>(step()); }
+    std::vector<dumped_instance> instances() override { return {}; }
+
+private:
+    unsigned step() { return rules_ = std::min(rules_ + 1, most_); }
+
+    unsigned most_;
+    unsigned rules_ = 0;
+};
+
+TEST(table, has_as_many_rules_as_its_total_says)
+{
+    growing_module settles(5);
+    EXPECT_EQ(settles.table().total, 5u);
+    EXPECT_FALSE(settles.changed_while_read());
+    growing_module keeps_growing(1000);
+    const rule_table read = keeps_growing.table();
+    EXPECT_EQ(read.total, read.rules.size());
+    EXPECT_TRUE(keeps_growing.changed_while_read());
 }
 
 using changes = module_reader_test;

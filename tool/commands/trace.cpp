@@ -36,8 +36,10 @@ int trace(const trace_request& request)
     if (status != status_ok)
         return status;
     const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
-    if (!parsed)
-        return trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
+    if (!parsed) {
+        status = trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
+        return finish_output() ? status : status_unsupported;
+    }
     status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
                             colours_of(1), request.limits.json);
     return finish_output() ? status_with_input(status, *parsed) : status_unsupported;

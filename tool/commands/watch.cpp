@@ -33,18 +33,24 @@ void print(const std::vector<std::string>& lines)
     std::cout << std::flush;
 }
 
-uint64_t seconds_now()
+// Whole seconds would change the rate of a short interval by up to half.
+constexpr uint64_t milliseconds_a_second = 1000;
+
+uint64_t milliseconds_now()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
+    return static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
 std::vector<std::string> updated_lines(module_reader& reader, rule_watch& watch, bool json)
 {
-    watch.update(reader.table(), seconds_now());
+    const rule_table table = reader.table();
+    const uint64_t now = milliseconds_now();
+    watch.update(table, now);
     if (json)
-        return {watch.json_line(seconds_now(), "s")};
-    return watch.lines(seconds_now(), "s");
+        return {watch.json_line(now, "s")};
+    return watch.lines(now, "s");
 }
 
 using table_lines = std::vector<std::string>;
@@ -80,7 +86,7 @@ void keep_updating(table_lines lines, const std::function<table_lines()>& update
 
 int watch_device(const watch_request& request, module_reader& reader)
 {
-    rule_watch watch;
+    rule_watch watch(milliseconds_a_second);
     const auto update = [&] { return updated_lines(reader, watch, request.json); };
     // An error of the module is printed before curses takes the terminal.
     table_lines lines = update();
@@ -88,7 +94,7 @@ int watch_device(const watch_request& request, module_reader& reader)
         print(lines);
     else
         keep_updating(std::move(lines), update, request.interval, request.json);
-    return status_ok;
+    return finish_output() ? status_ok : status_unsupported;
 }
 
 // The rules of a scenario do not change: the user can only scroll.

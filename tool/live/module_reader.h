@@ -16,7 +16,7 @@ public:
     module_reader(const module_reader&) = delete;
     module_reader& operator=(const module_reader&) = delete;
 
-    /// All counters from one snapshot, in the order of the module.
+    /// All counters, read at one time, in the order of the module. Frames count meanwhile.
     [[nodiscard]] virtual std::vector<counter_value> counters() = 0;
     [[nodiscard]] virtual engine_state state() = 0;
     /// In the order of the table.
@@ -24,7 +24,8 @@ public:
     /// In the order of the module's dump.
     [[nodiscard]] virtual std::vector<dumped_instance> instances() = 0;
 
-    /// Size and rules with their use, as a table.
+    /// Size and rules with their use, as a table. Reads again if the size changes meanwhile; the
+    /// total is always the number of the rules.
     [[nodiscard]] rule_table table();
 
     /// Whether the module changed rules or instances during each of several dumps, so the last

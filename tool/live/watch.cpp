@@ -38,13 +38,12 @@ private:
     }
 };
 
-// A rule that was learnt again meanwhile has fewer hits than before.
-void count(watched_rule& one, uint64_t hits, uint64_t elapsed)
+// A rule that was learnt again meanwhile has fewer hits than before. units: since the update
+// before.
+void count(watched_rule& one, uint64_t hits, double units)
 {
     const uint64_t before = one.hits.value_or(0);
-    one.rate = elapsed != 0 && hits >= before
-                   ? static_cast<double>(hits - before) / static_cast<double>(elapsed)
-                   : 0;
+    one.rate = units > 0 && hits >= before ? static_cast<double>(hits - before) / units : 0;
     one.hits = hits;
 }
 
@@ -60,13 +59,14 @@ std::string rate_cell(double rate)
 void rule_watch::update(const rule_table& table, uint64_t now)
 {
     table_ = table;
+    const double units = static_cast<double>(now - updated_) / static_cast<double>(unit_);
     std::map<flow_key, watched_rule> kept;
     for (const dumped_rule& rule : table.rules) {
         const auto known = rules.find(rule.key);
         watched_rule& one = kept[rule.key];
         one = known != rules.end() ? known->second : watched_rule{now, !began_, {}, {}};
         if (rule.hits)
-            count(one, *rule.hits, known != rules.end() ? now - updated_ : 0);
+            count(one, *rule.hits, known != rules.end() ? units : 0);
     }
     rules = std::move(kept);
     updated_ = now;
@@ -93,7 +93,7 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
     for (const dumped_rule* rule : order) {
         const watched_rule& known = rules.at(rule->key);
         std::vector<std::string>& row = table.rows.emplace_back();
-        row = {(known.from_before ? ">" : "") + std::to_string(now - known.since),
+        row = {(known.from_before ? ">" : "") + std::to_string(age(known, now)),
                known.hits ? std::to_string(*known.hits) : "-"};
         if (rated)
             row.push_back(rate_cell(known.rate.value_or(0)));
@@ -112,7 +112,7 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
     for (const dumped_rule& rule : table_.rules) {
         const watched_rule& known = rules.at(rule.key);
         json entry = rule_json(rule);
-        entry["age"] = now - known.since;
+        entry["age"] = age(known, now);
         entry["older"] = known.from_before;
         if (known.hits)
             entry["hits"] = *known.hits;

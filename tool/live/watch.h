@@ -16,15 +16,18 @@ namespace gponflow {
 
 /// Data of a rule beyond the dump.
 struct watched_rule {
-    uint64_t since = 0;           ///< time of learning, or of the first update that had it
+    uint64_t since = 0;           ///< tick of learning, or of the first update that had it
     bool from_before = false;     ///< it existed before the first update
     std::optional<uint64_t> hits; ///< replays; nothing where they cannot be counted
     std::optional<double> rate;   ///< hits a unit of time since the update before
 };
 
-/// Tracks the rule table over updates, in any unit of time.
+/// Tracks the rule table over updates. Times of updates are in ticks of the caller's clock, ages
+/// and rates in units of a number of ticks.
 class rule_watch {
 public:
+    explicit rule_watch(uint64_t ticks_a_unit = 1) : unit_(ticks_a_unit) {}
+
     /// Takes the current table and drops rules that are not in it.
     void update(const rule_table& table, uint64_t now);
 
@@ -38,6 +41,12 @@ public:
     std::map<flow_key, watched_rule> rules;
 
 private:
+    [[nodiscard]] uint64_t age(const watched_rule& one, uint64_t now) const
+    {
+        return (now - one.since) / unit_;
+    }
+
+    uint64_t unit_; ///< ticks
     rule_table table_;
     uint64_t updated_ = 0;
     bool began_ = false;
