@@ -120,6 +120,22 @@ TEST(live_report, of_frames_without_a_queue_does_not_claim_that_they_passed)
     EXPECT_THAT(out.str(), HasSubstr("\"outcome\": \"learnt\""));
 }
 
+// Such a frame passes although the filter refuses it, and so does its rule.
+TEST(live_report, of_a_multicast_frame_does_not_claim_that_it_entered_a_bridge)
+{
+    const std::string multicast =
+        with_uni + "me create GEM_PORT_CTP 7 portID=4094 direction=2\n"
+                   "me create MULTICAST_GEM_INTERWORK_TP 0x61 GemCTPInstID=7\n"
+                   "me create MAC_BRIDGE_PORT_CON_DATA 0x3001 bridgeID=1 tpType=6 tpPointer=0x61\n";
+    const std::string filter = "me create VLAN_TAG_FILTER_DATA 0x3001 vlanFilterList=300 "
+                               "forwardOperation=0x04 vlanFilterNums=1\n";
+    const std::string frame =
+        "hook kind=down_ani gem=4094 mcast=1 frame=01005e0000010200000001018100006508004500\n";
+    EXPECT_EQ(flow_of_kind(live_after(multicast + filter + frame), 3).outcome,
+              "to bridge 1, if the filter of its port passes the frame");
+    EXPECT_EQ(flow_of_kind(live_after(multicast + frame), 3).outcome, "into bridge 1");
+}
+
 TEST(live_report, checks_the_entities)
 {
     const report_data data = live_after("load\nme create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n");

@@ -69,11 +69,23 @@ std::string bridge_of_path(const line_model& entities, const std::vector<me_id>&
     return "no bridge";
 }
 
+// A multicast frame passes whatever the filter of the port decides, and the rule does not say.
+std::string multicast_outcome(const line_model& entities, const std::vector<me_id>& path)
+{
+    const std::string bridge = bridge_of_path(entities, path);
+    return entities.related(path.back(), me_class::vtfd).empty()
+               ? "into " + bridge
+               : "to " + bridge + ", if the filter of its port passes the frame";
+}
+
 std::string outcome_of(uint32_t kind, const line_model& entities, const std::vector<me_id>& path)
 {
     switch (kind) {
-    case GPON_API_UP_UNI:
     case GPON_API_DOWN_ANI:
+        if (!path.empty() && path.front().class_id == me_class::multigemiw)
+            return multicast_outcome(entities, path);
+        [[fallthrough]];
+    case GPON_API_UP_UNI:
         return "into " + bridge_of_path(entities, path);
     case GPON_API_UP_ANI:
         return (path.empty() ? std::string() : gem_port_text(entities, path.back())) + " from " +
