@@ -102,7 +102,8 @@ static_assert(result_of(GPON_COUNT_rules_learnt) == GPON_LEARN_ADDED &&
               result_of(GPON_COUNT_rules_relearnt) == GPON_LEARN_REPLACED &&
               result_of(GPON_COUNT_rules_bucket_taken) == GPON_LEARN_BUCKET_TAKEN &&
               result_of(GPON_COUNT_rules_outdated) == GPON_LEARN_OUTDATED &&
-              result_of(GPON_COUNT_rules_no_memory) == GPON_LEARN_NO_MEMORY);
+              result_of(GPON_COUNT_rules_no_memory) == GPON_LEARN_NO_MEMORY &&
+              result_of(GPON_COUNT_rules_unchanged) == GPON_LEARN_UNCHANGED);
 
 } // namespace
 

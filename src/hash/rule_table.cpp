@@ -100,19 +100,21 @@ bool same_steps(const gpon_rule_trace& a, const gpon_rule_trace& b)
     return difference == 0;
 }
 
-// Overwrites the steps of a rule with this key; false if the rule has another one.
-[[nodiscard]] bool learn_again(gpon_flow_rule& rule, key_bytes key, const gpon_rule_trace& trace)
-    GPON_REQUIRES(gpon_hash_lock)
+// Overwrites the steps of a rule with this key.
+[[nodiscard]] gpon_counter learn_again(gpon_flow_rule& rule, key_bytes key,
+                                       const gpon_rule_trace& trace) GPON_REQUIRES(gpon_hash_lock)
 {
     if (!has_key(rule, key))
-        return false;
+        return GPON_COUNT_rules_bucket_taken;
+    gpon_counter result = GPON_COUNT_rules_unchanged;
     if (!same_steps(*rule.trace, trace)) {
         gpon::begin_generation();
         *rule.trace = trace;
         gpon::report_relearnt(rule);
+        result = GPON_COUNT_rules_relearnt;
     }
     rule.hit = 1;
-    return true;
+    return result;
 }
 
 [[nodiscard]] gpon_flow_rule* make_rule(key_bytes key, const gpon_rule_trace& trace)
@@ -229,7 +231,8 @@ i32 gpon_hash_expand_table(void)
         return -1;
     }
     gpon_hash_rehash_new_table();
-    // Rules that collide in the new table are lost; freeing the old ones begins a new generation.
+    // Rules for whose copies there is no memory are lost; freeing the old ones begins a new
+    // generation.
     gpon_hash_destroy_table(&gpon_hash_old_table);
     gpon::count(GPON_COUNT_table_growths);
     gpon::report_growth(table.table_size);
@@ -252,9 +255,9 @@ gpon_counter gpon_hash_place_rule(key_bytes key, const gpon_rule_trace& trace)
     log.trace("[%s][%d] table num = %d, tableIdx = %d, hashVal=%#x, stHsV=%#x\n", table.total_num,
               at, hash, bucket.hash_val);
     if (bucket.first) {
-        const bool same = learn_again(*gpon::rule_of(bucket.first), key, trace);
+        const gpon_counter result = learn_again(*gpon::rule_of(bucket.first), key, trace);
         log.trace("[%s][%d] end, rule already exist,update rule value\n");
-        return same ? GPON_COUNT_rules_relearnt : GPON_COUNT_rules_bucket_taken;
+        return result;
     }
     bucket.hash_val = hash;
     gpon_flow_rule* rule = make_rule(key, trace);

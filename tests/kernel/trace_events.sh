@@ -88,7 +88,7 @@ everything_is_the_same() {
     same "replays" "rule_hit: .* remembered=0 " replays
     same "added rules" "rule_learn: .* result=added" rules_learnt
     same "replaced rules" "rule_learn: .* result=replaced" rules_relearnt
-    for result in bucket_taken outdated no_memory; do
+    for result in bucket_taken outdated no_memory unchanged; do
         same "walks not learnt, $result" "rule_learn: .* result=$result" rules_$result
     done
     same "drops" "drop: " frames_failed calls_no_packet calls_unknown

@@ -435,6 +435,34 @@ TEST_F(rule_table, every_failed_allocation_of_an_add_loses_that_rule_only)
     EXPECT_EQ(find(key_of(1)), 5);
 }
 
+// Rules of different buckets keep different buckets in a larger table: only memory loses rules.
+TEST_F(rule_table, every_failed_allocation_of_a_growth_is_counted_and_reported)
+{
+    u64 lost = 0;
+    u64 replaced = 0;
+    gpon::host::set_observer([&](const gpon_event& event) {
+        lost += event.kind == GPON_EVENT_RULE_GONE && event.cause == GPON_RULE_LOST;
+        replaced += event.kind == GPON_EVENT_RULE_RELEARNT;
+    });
+    for (u64 nth = 2; nth <= 4; ++nth) {
+        fill(table().threshold);
+        const u32 size = table().table_size;
+        const u32 rules = table().total_num;
+        u32 number = 1u << 20;
+        const rule_key k = free_key(number);
+        gpon::host::arm_fault(gpon::host::fault::alloc, nth);
+        EXPECT_EQ(add(k), 0);
+        EXPECT_TRUE(gpon::host::fault_fired(gpon::host::fault::alloc));
+        EXPECT_EQ(table().table_size, 2 * size);
+        EXPECT_EQ(table().total_num, rules) << "one more, and one less";
+    }
+    gpon::host::disarm_faults();
+    gpon::host::set_observer(nullptr);
+    EXPECT_EQ(lost, 3u) << "one in each of three growths";
+    EXPECT_EQ(gpon::host::counter_value("rules_lost_by_growth"), lost);
+    EXPECT_EQ(replaced, 0u);
+}
+
 TEST_F(rule_table, a_rule_takes_three_blocks_of_at_most_160_bytes)
 {
     const auto before = gpon::host::memory();

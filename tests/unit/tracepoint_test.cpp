@@ -381,11 +381,13 @@ TEST_F(tracepoints, of_steps_that_are_learnt_and_not_learnt)
     gpon_rule_trace trace = {};
     gpon_hash_add_node_safe(frame.data(), 16, &trace);
     gpon_hash_add_node_safe(frame.data(), 16, &trace);
+    trace.step[0].classId = me_class::mbsp;
+    gpon_hash_add_node_safe(frame.data(), 16, &trace);
     gpon_hash_add_node_safe(frame.data(), 16, &trace, 1);
     gpon::host::arm_fault(gpon::host::fault::alloc);
     const std::array<u8, 16> other = {1};
     gpon_hash_add_node_safe(other.data(), other.size(), &trace);
-    EXPECT_THAT(seen(), ElementsAre("learn 0", "learn 1", "learn 3", "learn 4"));
+    EXPECT_THAT(seen(), ElementsAre("learn 0", "learn 5", "learn 1", "learn 3", "learn 4"));
     const uint64_t taken = gpon::host::counter_value("rules_bucket_taken");
     for (u8 i = 0; i < 60; ++i) {
         const std::array<u8, 16> key = {3, i};

@@ -100,7 +100,7 @@ enum {
     GPON_FLOW_NL_RULE_AGED = 1,
     GPON_FLOW_NL_RULE_FLUSHED = 2,
     GPON_FLOW_NL_RULE_DELETED = 3,
-    GPON_FLOW_NL_RULE_LOST = 4 /* it collided when the table grew */
+    GPON_FLOW_NL_RULE_LOST = 4 /* no memory for its copy in the larger table */
 };
 
 /* GPON_FLOW_NL_INSTANCE_CHANGE. */

@@ -96,14 +96,14 @@ enum gpon_rule_end {
     GPON_RULE_AGED = 1,
     GPON_RULE_FLUSHED = 2,
     GPON_RULE_DELETED = 3,
-    GPON_RULE_LOST = 4 /* it collided in the larger table */
+    GPON_RULE_LOST = 4 /* no memory for its copy in the larger table */
 };
 
 /* What happened to an instance. */
 enum gpon_instance_change {
     GPON_INSTANCE_CREATED = 1,
     GPON_INSTANCE_SET = 2,
-    GPON_INSTANCE_LINKED = 3, /* a link to it was set or removed, also to what it was before */
+    GPON_INSTANCE_LINKED = 3, /* its links changed */
     GPON_INSTANCE_DELETED = 4
 };
 

@@ -62,10 +62,11 @@ enum gpon_step_decision {
 /* What became of the steps of a walk that passed. */
 enum gpon_learn_result {
     GPON_LEARN_ADDED,
-    GPON_LEARN_REPLACED,     /* the steps of a rule with the same key */
+    GPON_LEARN_REPLACED,     /* other steps of a rule with the same key */
     GPON_LEARN_BUCKET_TAKEN, /* a rule of another flow has the bucket */
     GPON_LEARN_OUTDATED,     /* the configuration changed meanwhile */
-    GPON_LEARN_NO_MEMORY     /* or no table during unload */
+    GPON_LEARN_NO_MEMORY,    /* or no table during unload */
+    GPON_LEARN_UNCHANGED     /* a rule with the same key has these steps */
 };
 
 enum gpon_command_kind {
