@@ -19,9 +19,11 @@ namespace {
     if (!copy)
         return -1;
     *copy = *inst;
-    gpon_flow_list_update_related_id(copy->related, update);
+    const bool changed = gpon_flow_list_update_related_id(copy->related, update);
     gpon::replace(inst, copy.release());
-    gpon::report_instance(update->related_class_id, update->related_inst_id, GPON_INSTANCE_LINKED);
+    if (changed)
+        gpon::report_instance(update->related_class_id, update->related_inst_id,
+                              GPON_INSTANCE_LINKED);
     return 0;
 }
 

@@ -17,42 +17,49 @@ void record(gpon_me_related_id& entry, u16 id) GPON_CHANGES_LISTS
     store_related_id(entry, {.instExist = 1, .instId = id});
 }
 
-void link_created(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
+// Each of the three returns true if it changed the row.
+bool link_created(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
+    bool changed = false;
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instExist != 0)
             continue;
         log.trace("[%s][%d] index = %d, entity id %04x\r\n", i, id);
         record(row.related_ids[i], id);
+        changed = true;
         break;
     }
     log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_CREAT done\n");
+    return changed;
 }
 
-// True if the row contains the id afterwards.
-bool record_once(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
+enum class recorded { now, before, no_room };
+
+recorded record_once(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         const gpon_me_related_id entry = load_related_id(row.related_ids[i]);
         if (entry.instExist == 0) {
             record(row.related_ids[i], id);
-            return true;
+            return recorded::now;
         }
         if (entry.instId == id) {
             log.trace("[%s][%d] Related Instance Already exist,index = %d, entity id %04x\r\n", i,
                       id);
-            return true;
+            return recorded::before;
         }
     }
-    return false;
+    return recorded::no_room;
 }
 
-void link_set(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
+bool link_set(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
-    if (!record_once(row, id, log))
+    const recorded result = record_once(row, id, log);
+    if (result == recorded::no_room)
         log.warning("[%s][%d] Related Instance buffer is full,related_inst_num =%d\r\n",
                     row.related_inst_num);
     log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_SET done\n");
+    return result == recorded::now;
 }
 
 void close_gap(gpon_me_related_info& row, i32 at) GPON_CHANGES_LISTS
@@ -63,16 +70,19 @@ void close_gap(gpon_me_related_info& row, i32 at) GPON_CHANGES_LISTS
     store_related_id(row.related_ids[last], {});
 }
 
-void link_deleted(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
+bool link_deleted(gpon_me_related_info& row, u16 id, log_context log) GPON_CHANGES_LISTS
 {
+    bool changed = false;
     for (i32 i = 0; i < row.related_inst_num; ++i) {
         if (load_related_id(row.related_ids[i]).instId != id)
             continue;
         log.trace("[%s][%d] Delete, index = %d, entity id %04x\r\n", i, id);
+        changed = load_related_id(row.related_ids[i]).instExist != 0;
         close_gap(row, i);
         break;
     }
     log.trace("[%s][%d]: ZR_OMCI_MSG_TYPE_DELETE done\n");
+    return changed;
 }
 
 } // namespace
@@ -107,38 +117,40 @@ void gpon_flow_list_free_related_data(gpon_me_related_info* related)
         kfree(row->related_ids);
 }
 
-void gpon_flow_list_update_related_id(gpon_me_related_info* related,
+bool gpon_flow_list_update_related_id(gpon_me_related_info* related,
                                       const gpon_me_related_update* update)
 {
     const log_context log = log_context::here();
     log.trace("[%s][%d]: Enter\n");
     if (!related || !update) {
         log.error("[%s][%d] input parament is NULL\r\n");
-        return;
+        return false;
     }
     log.trace("[%s][%d]: class_id(%d), related_class_id(%d)\n", update->class_id,
               update->related_class_id);
     gpon_me_related_info* row = gpon::find_row(related, update->class_id);
     if (row->related_class_id == me_class::none) {
         log.error("[%s][%d] Without Related ME\r\n");
-        return;
+        return false;
     }
     log.trace("[%s][%d]: get related entry, class_id(%d), related_class_id(%d)\n", update->class_id,
               update->related_class_id);
     log.trace("[%s][%d]: msg_type = %d\n", update->msg_type);
+    bool changed = false;
     switch (update->msg_type) {
     case ZR_OMCI_MSG_TYPE_CREAT:
-        link_created(*row, update->entity_id, log);
+        changed = link_created(*row, update->entity_id, log);
         break;
     case ZR_OMCI_MSG_TYPE_SET:
-        link_set(*row, update->entity_id, log);
+        changed = link_set(*row, update->entity_id, log);
         break;
     case ZR_OMCI_MSG_TYPE_DELETE:
-        link_deleted(*row, update->entity_id, log);
+        changed = link_deleted(*row, update->entity_id, log);
         break;
     default:
         log.error("[%s][%d] action error\r\n");
-        return;
+        return false;
     }
     log.error("[%s][%d] update relate id Success\r\n");
+    return changed;
 }

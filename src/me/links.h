@@ -19,8 +19,9 @@ void gpon_flow_list_free_related_data(gpon_me_related_info* related);
 
 /* Applies one link change to the holder's table. Create takes the first free entry and does not
  * check for duplicates, set records an id once, delete removes the first match and closes the gap.
- * Control path. */
-void gpon_flow_list_update_related_id(gpon_me_related_info* related,
+ * Returns whether the table changed: a create or set does not change a full row, a set not one that
+ * has the id. Control path. */
+bool gpon_flow_list_update_related_id(gpon_me_related_info* related,
                                       const gpon_me_related_update* update) GPON_CHANGES_LISTS;
 }
 

@@ -64,6 +64,37 @@ TEST_F(link_report, replaces_the_node_and_keeps_its_blocks)
     EXPECT_EQ(gpon::host::memory().live_bytes, before);
 }
 
+// One event for each change of the links, and none for a report that changes nothing.
+TEST_F(link_report, is_an_event_if_the_links_change)
+{
+    u32 events = 0;
+    gpon::host::set_observer([&](const gpon_event& event) {
+        events += event.kind == GPON_EVENT_INSTANCE_CHANGED && event.cause == GPON_INSTANCE_LINKED;
+    });
+    create_bridge(1);
+    EXPECT_EQ(events, 0u);
+    const auto expect_events = [&](u8 msg_type, u16 id, u32 expected) {
+        const u32 before = events;
+        EXPECT_EQ(report(47, id, 45, 1, msg_type), 0);
+        EXPECT_EQ(events - before, expected) << int{msg_type} << ' ' << id;
+    };
+    expect_events(SET, 0x101, 1);
+    expect_events(SET, 0x101, 0);
+    expect_events(CREATE, 0x101, 1);
+    expect_events(DELETE, 0x102, 0);
+    expect_events(DELETE, 0, 0);
+    expect_events(DELETE, 0x101, 1);
+    expect_events(DELETE, 0x101, 1);
+    expect_events(DELETE, 0x101, 0);
+    const gpon_me_inst* bridge = gpon::find_inst(&gpon_mbsp_list, 1);
+    const i32 room = gpon::find_row(bridge->related, me_class::mbpcd)->related_inst_num;
+    for (u16 id = 1; id <= room; ++id)
+        expect_events(id % 2 ? SET : CREATE, id, 1);
+    expect_events(SET, 0x7777, 0);
+    expect_events(CREATE, 0x7777, 0);
+    gpon::host::set_observer(nullptr);
+}
+
 TEST_F(link_report, without_memory_for_the_node_nothing_changes)
 {
     create_bridge(1);
