@@ -16,7 +16,7 @@ namespace {
 // Buckets that one call looks at, which bounds the time under the lock.
 constexpr u32 BUCKETS_AT_ONCE = 128;
 
-// Returns the number of rules in out after this bucket, or the old number if they have no room.
+// Returns the number of rules in out after this bucket. Rules without room are left out.
 u32 copy_bucket(gpon_hash_bucket& bucket, std::span<gpon_seen_rule> out, u32 count)
     GPON_REQUIRES(gpon_hash_lock)
 {

@@ -99,7 +99,7 @@ static int end_dump(struct netlink_callback *cb)
 	return 0;
 }
 
-/* One snapshot for the whole dump, so that its sums hold. */
+/* Read once for the whole dump: a later message must not have later counts. */
 struct counter_batch {
 	unsigned int sent;
 	u64 value[GPON_COUNTERS];
