@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tool/live/change_printer.h"
 #include "tool/live/change_text.h"
 #include "tool/live/process_reader.h"
 #include "tool/scenario/captured_run.h"
@@ -142,7 +143,65 @@ TEST_F(changes, have_consecutive_numbers_and_texts)
     EXPECT_EQ(seen[1].number, seen[0].number + 1);
     EXPECT_EQ(text_of(seen[0]), "created  TRAFFIC_DESCRIPTOR 0x0007");
     EXPECT_EQ(text_of(seen[1]), "deleted  TRAFFIC_DESCRIPTOR 0x0007");
-    EXPECT_EQ(missing_text(3), "missing  3 changes: the kernel's buffer was full");
+    EXPECT_EQ(missing_text(3), "missing  3 changes: they came faster than they were read");
+}
+
+module_change numbered(uint32_t number)
+{
+    module_change change;
+    change.about = module_change::subject::table;
+    change.change = "grown";
+    change.number = number;
+    return change;
+}
+
+std::vector<std::string> words_of(const std::string& text)
+{
+    std::vector<std::string> words;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        words.push_back(line.substr(0, line.find(':')));
+    return words;
+}
+
+TEST(change_printer, counts_the_changes_between_two_and_behind_the_last)
+{
+    const std::string grown = text_of(numbered(0));
+    std::ostringstream out;
+    change_printer printer({}, UINT32_MAX - 1, out);
+    printer.take(numbered(UINT32_MAX));
+    printer.take(numbered(2));
+    EXPECT_TRUE(printer.end_at(2));
+    EXPECT_TRUE(printer.end_at(5));
+    EXPECT_TRUE(printer.end_at(4));
+    printer.take(numbered(4));
+    printer.take(numbered(6));
+    EXPECT_THAT(words_of(out.str()), ElementsAre(grown, "missing  2 changes", grown,
+                                                 "missing  3 changes", grown, grown));
+}
+
+// A listener that joins in a quiet time of the module hears of lost changes that are not its own.
+TEST(change_printer, does_not_miss_what_was_before_it)
+{
+    std::ostringstream out;
+    change_printer printer({}, 7, out);
+    EXPECT_TRUE(printer.end_at(7));
+    EXPECT_EQ(out.str(), "");
+    change_printer without_numbers({}, {}, out);
+    EXPECT_FALSE(without_numbers.end_at(9));
+    EXPECT_FALSE(printer.end_at({}));
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST(change_printer, ends_at_its_limit)
+{
+    std::ostringstream out;
+    change_printer printer({false, 1}, 0, out);
+    printer.take(numbered(1));
+    EXPECT_TRUE(printer.is_complete());
+    printer.take(numbered(5));
+    EXPECT_TRUE(printer.end_at(9));
+    EXPECT_THAT(words_of(out.str()), SizeIs(1));
 }
 
 TEST_F(changes, of_the_steps_of_a_rule_have_the_new_ones)

@@ -339,6 +339,11 @@ kernel_changes::arrival kernel_changes::read(const change_sink& sink)
     return {events.lost, events.ended};
 }
 
+std::optional<uint32_t> kernel_changes::current_number()
+{
+    return last_event();
+}
+
 std::optional<uint32_t> kernel_changes::last_number() const
 {
     return connection_->last_number;

@@ -34,6 +34,9 @@ public:
     /// to it. Nothing if the module does not say it.
     [[nodiscard]] std::optional<uint32_t> last_number() const;
 
+    /// Number of the last change so far. Nothing if the module does not say it. Throws refusal.
+    [[nodiscard]] static std::optional<uint32_t> current_number();
+
     /// Descriptor to poll for changes.
     [[nodiscard]] int number() const;
 

@@ -20,8 +20,8 @@ constexpr std::array<const char*, GPON_STEP_TOO_DEEP + 1> status_names = {
 constexpr std::array<const char*, GPON_DECISION_UNREADABLE + 1> decision_names = {
     "none",           "filter_passes",  "filter_drops", "filter_misplaced",
     "mapper_selects", "mapper_refuses", "other_side",   "unreadable"};
-constexpr std::array<const char*, GPON_LEARN_NO_MEMORY + 1> learn_names = {
-    "added", "replaced", "bucket_taken", "outdated", "no_memory"};
+constexpr std::array<const char*, GPON_LEARN_UNCHANGED + 1> learn_names = {
+    "added", "replaced", "bucket_taken", "outdated", "no_memory", "unchanged"};
 constexpr std::array<const char*, GPON_COMMAND_REFUSED + 1> command_names = {
     "me", "config", "clean", "device", "operator", "refused"};
 

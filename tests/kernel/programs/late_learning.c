@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * late_learning outdated|relearnt: a frame walks on one processor while the other one creates an entity,
+ * late_learning outdated|unchanged: a frame walks on one processor while the other one creates an entity,
  * or sends a frame of the same flow. The module gpon_delay makes the learning of a walk late enough
  * for that. Needs a provisioned module with no rule of the flow.
  */
@@ -45,7 +45,7 @@ static int send_frame(void)
 
 int main(int count, char **words)
 {
-	const int again = count == 2 && !strcmp(words[1], "relearnt");
+	const int again = count == 2 && !strcmp(words[1], "unchanged");
 	int *begun = mmap(NULL, sizeof(*begun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
 	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
 	pid_t first;
