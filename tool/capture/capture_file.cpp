@@ -68,16 +68,14 @@ std::string reading_error(std::string_view reason)
     return reason.starts_with("truncated") ? "the file ends within it" : std::string(reason);
 }
 
-struct pcap_closer {
-    void operator()(pcap_t* opened) const { pcap_close(opened); }
-};
-using owned_pcap = std::unique_ptr<pcap_t, pcap_closer>;
+using owned_pcap = std::unique_ptr<pcap_t, decltype(&pcap_close)>;
 
 owned_pcap open_capture(std::FILE* stream)
 {
     std::array<char, PCAP_ERRBUF_SIZE> reason{};
-    owned_pcap opened(pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO,
-                                                               reason.data()));
+    owned_pcap opened(
+        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, reason.data()),
+        pcap_close);
     if (opened)
         return opened;
     if (stream != stdin)
