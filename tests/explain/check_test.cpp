@@ -130,7 +130,7 @@ TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_path)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=2\n"
                        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"),
-              names{"wrong-direction GEM_INTERWORK_TP 0x0011 2"});
+              names{"wrong-direction GEM_PORT_CTP 0x0001 1"});
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=4094 direction=2\n"
                        "me create MULTICAST_GEM_INTERWORK_TP 0x11 GemCTPInstID=1\n"),
               names{});
@@ -144,7 +144,9 @@ TEST(check, a_gem_port_towards_the_olt_below_a_multicast_point_is_a_note)
     ASSERT_EQ(all.size(), 1u);
     EXPECT_EQ(all[0].rule, "wrong-direction");
     EXPECT_EQ(all[0].weight, finding_weight::note);
-    EXPECT_EQ(to_text(all[0].id), "MULTICAST_GEM_INTERWORK_TP 0x0011");
+    EXPECT_EQ(to_text(all[0].id), "GEM_PORT_CTP 0x0001");
+    EXPECT_EQ(all[0].reason, "direction 1 (upstream only), but MULTICAST_GEM_INTERWORK_TP 0x0011 "
+                             "points at it: it carries no downstream stream");
 }
 
 TEST(check, a_gem_port_of_no_known_direction_is_a_note)

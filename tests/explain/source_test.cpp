@@ -199,6 +199,8 @@ TEST(check_source, findings_about_an_attribute_have_the_line_that_set_it)
                              "me set GEM_PORT_CTP 5 portID=4096 tcontID=0x8001 direction=9\n";
     EXPECT_EQ(lines_of("out-of-range", good_line + port), line_numbers{9});
     EXPECT_EQ(lines_of("wrong-direction", good_line + port), line_numbers{10});
+    const std::string downstream = "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=2\n";
+    EXPECT_EQ(lines_of("wrong-direction", good_line + downstream), line_numbers{9});
     const std::string filter = "me set VLAN_TAG_FILTER_DATA 0x1001 vlanFilterList=";
     const std::string twice = filter + "100,100 forwardOperation=0x04 vlanFilterNums=2\n" + filter +
                               "100,100 forwardOperation=0x10 vlanFilterNums=2\n";

@@ -25,8 +25,9 @@ void check_unicast(const line_model& entities, const me_instance& gem_iw, findin
     const uint16_t id = gem_iw.as<gpon_raw_gemiw>().gemCTPInstID;
     const me_instance* ctp = entities.find({me_class::gemctp, id});
     if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_downstream)
-        found.add(at(gem_iw, {"gemCTPInstID"}), "wrong-direction",
-                  to_text(ctp->id) + " has direction 2 (downstream only): no upstream frame passes",
+        found.add(at(*ctp, {"direction"}), "wrong-direction",
+                  "direction 2 (downstream only), but " + to_text(gem_iw.id) +
+                      " points at it: no upstream frame passes",
                   "set its direction to 3, or point at it from a MULTICAST_GEM_INTERWORK_TP");
 }
 
@@ -37,9 +38,9 @@ void check_multicast(const line_model& entities, const me_instance& gem_iw, find
     const uint16_t id = gem_iw.as<gpon_raw_multigemiw>().GemCTPInstID;
     const me_instance* ctp = entities.find({me_class::gemctp, id});
     if (ctp && ctp->as<gpon_raw_gemctp>().direction == gem_upstream)
-        found.add(at(gem_iw, {"GemCTPInstID"}), "wrong-direction", finding_weight::note,
-                  to_text(ctp->id) +
-                      " has direction 1 (upstream only): it carries no downstream stream",
+        found.add(at(*ctp, {"direction"}), "wrong-direction", finding_weight::note,
+                  "direction 1 (upstream only), but " + to_text(gem_iw.id) +
+                      " points at it: it carries no downstream stream",
                   "set its direction to 2");
 }
 
