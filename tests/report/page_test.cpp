@@ -146,6 +146,29 @@ TEST(drop_sentence, names_the_filter_that_decides_and_its_values)
               (std::vector<me_id>{{me_class::vtfd, 0x1001}}));
 }
 
+TEST(drop_sentence, names_the_pointer_whose_target_does_not_exist)
+{
+    const report_data data = page_data(good_line + "me delete GEM_PORT_CTP 1\nhook kind=up_ani " +
+                                       frame_of_vlan_100 + "\n");
+    EXPECT_THAT(drop_sentence(data.drops.at(0)),
+                HasSubstr("0x0011: gemCTPInstID 0x0001 names GEM_PORT_CTP 0x0001, which does not "
+                          "exist."));
+    EXPECT_EQ(deciding_entities(data.drops.at(0).example),
+              (std::vector<me_id>{{me_class::gemiw, 0x11}}));
+}
+
+TEST(drop_sentence, names_the_port_of_a_bridge_that_does_not_exist)
+{
+    const report_data data =
+        page_data(good_line + "me delete MAC_BRIDGE_SERVICE_PROFILE 1\nhook kind=up_ani " +
+                  frame_of_vlan_100 + "\n");
+    EXPECT_THAT(drop_sentence(data.drops.at(0)),
+                HasSubstr("MAC_BRIDGE_PORT_CON_DATA 0x0101: bridgeID 0x0001 names "
+                          "MAC_BRIDGE_SERVICE_PROFILE 0x0001, which does not exist."));
+    EXPECT_EQ(deciding_entities(data.drops.at(0).example),
+              (std::vector<me_id>{{me_class::mbpcd, 0x0101}}));
+}
+
 } // namespace
 
 } // namespace gponflow

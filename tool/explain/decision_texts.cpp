@@ -167,6 +167,25 @@ std::string side_text(const line_model& entities, me_id port)
     return "a port on neither side: its tpType is " + std::to_string(type);
 }
 
+std::string broken_link_text(const line_model& entities, const me_pointer& pointer, me_id at)
+{
+    std::string text = pointer.attribute + " " + hex_text(pointer.to.instance);
+    if (pointer.from != at)
+        text += " of " + to_text(pointer.from);
+    const me_instance* from = entities.find(pointer.from);
+    if (from && pointer.attribute == "tpPointer" && pointer.from.class_id == me_class::mbpcd)
+        text += " (tpType " + std::to_string(from->as<gpon_raw_mbpcd>().tpType) + ")";
+    text += " names " + to_text(pointer.to);
+    switch (entities.state(pointer)) {
+    case pointer_state::missing:
+        return text + ", which does not exist";
+    case pointer_state::overflowed:
+        return text + ", which has no free entry for it";
+    default:
+        return text + ", but the link is not recorded";
+    }
+}
+
 std::string end_text(const line_model& entities, me_id at)
 {
     const me_instance* me = entities.find(at);

@@ -61,6 +61,11 @@ constexpr const char* tags_hidden = "its tags are not in the capture";
 /// Why a frame cannot go through a bridge port in its direction.
 [[nodiscard]] std::string side_text(const line_model& entities, me_id port);
 
+/// Why no frame follows a pointer, at the instance `at` that it starts from or names:
+/// "gemCTPInstID 0x0009 names GEM_PORT_CTP 0x0009, which does not exist".
+[[nodiscard]] std::string broken_link_text(const line_model& entities, const me_pointer& pointer,
+                                           me_id at);
+
 /// Why a walk ends at an instance whose event has no reason.
 [[nodiscard]] std::string end_text(const line_model& entities, me_id at);
 

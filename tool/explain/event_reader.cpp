@@ -34,6 +34,50 @@ const gpon_me_fwd_op* passage_of(me_class class_id)
     return entry == std::end(me_table) ? nullptr : entry->fwd_op;
 }
 
+// Whether frames pass from a class to another one in this direction.
+bool leads_to(me_class from, me_class to, unsigned direction)
+{
+    const gpon_me_fwd_op* passage = passage_of(from);
+    if (!passage || !passage->next_classes)
+        return false;
+    for (const gpon_me_next_class* next = passage->next_classes; next->class_id != me_class::none;
+         ++next)
+        if (next->class_id == to && next->flags & direction)
+            return true;
+    return false;
+}
+
+bool is_broken(const line_model& entities, const me_pointer& pointer)
+{
+    return entities.state(pointer) != pointer_state::recorded;
+}
+
+// The pointer that a frame would have followed to leave an instance. The entries of a mapper are
+// left out: only that of the frame's priority matters.
+std::optional<me_pointer> broken_link_from(const line_model& entities, const me_instance& from,
+                                           unsigned direction)
+{
+    for (const me_pointer& pointer : entities.pointers(from))
+        if (!pointer.list_element && leads_to(from.id.class_id, pointer.to.class_id, direction) &&
+            is_broken(entities, pointer))
+            return pointer;
+    return {};
+}
+
+// The same against the direction of a pointer.
+std::optional<me_pointer> broken_link_to(const line_model& entities, me_id to, unsigned direction)
+{
+    for (const me_class from : {me_class::mbpcd, me_class::mapper}) {
+        if (!leads_to(to.class_id, from, direction))
+            continue;
+        for (const me_instance& one : entities.instances(from))
+            for (const me_pointer& pointer : entities.pointers(one))
+                if (pointer.to == to && is_broken(entities, pointer))
+                    return pointer;
+    }
+    return {};
+}
+
 // "no GEM_INTERWORK_TP or 802_1P_MAPPER": the classes that a step leads to in this direction.
 // Empty if it leads to none.
 std::string missing_text(me_class class_id, unsigned direction)
@@ -240,7 +284,21 @@ private:
             if (steps[i].passed || has_branches(i))
                 steps[i].dead_end.clear();
             else if (steps[i].dead_end.empty())
-                steps[i].dead_end = end_of(i);
+                end_branch(i);
+    }
+
+    // The events of the next steps may be missing, and not the entities.
+    void end_branch(size_t i)
+    {
+        walk_step& step = record_.steps[i];
+        const me_instance* me = model_.find(step.at);
+        if (statuses_[i] == GPON_STEP_CONTINUES && !record_.incomplete && me) {
+            step.broken_link = broken_link_from(model_, *me, record_.fwd_flag);
+            if (!step.broken_link)
+                step.broken_link = broken_link_to(model_, step.at, record_.fwd_flag);
+        }
+        step.dead_end =
+            step.broken_link ? broken_link_text(model_, *step.broken_link, step.at) : end_of(i);
     }
 
     std::string end_of(size_t i) const
@@ -248,7 +306,6 @@ private:
         const me_id at = record_.steps[i].at;
         std::string text;
         if (statuses_[i] == GPON_STEP_CONTINUES) {
-            // The events of the next steps may be missing, and not the entities.
             if (record_.incomplete)
                 return {};
             text = missing_text(at.class_id, record_.fwd_flag);
@@ -280,6 +337,8 @@ walk_record read_events(std::span<const gpon_trace_record> events, const line_mo
 walk_record walk_of(const traced_call& call, const line_model& entities, const bytes& frame)
 {
     walk_record walk = read_events(call.events, entities, &frame, call.lost);
+    if (walk.fwd_flag == DOWN_ANI && call.answer)
+        walk.entry_gem = call.answer->gem;
     if (call.unseen) {
         walk.unseen = walk.incomplete = walk.ran = true;
         walk.dropped = call.answer && call.answer->api_result != 0;

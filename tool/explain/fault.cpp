@@ -2,7 +2,9 @@
 #include "tool/explain/fault.h"
 
 #include <algorithm>
+#include <set>
 #include <tuple>
+#include <utility>
 
 #include "include/packet_flow.h"
 #include "include/tp_types.h"
@@ -40,6 +42,8 @@ public:
         std::vector<size_t> furthest;
         if (!walk_.other_failure.empty())
             return {};
+        if (std::vector<fault> bridges = missing_bridges(); !bridges.empty())
+            return bridges;
         for (size_t i = 0; i < walk_.steps.size(); ++i) {
             if (walk_.steps[i].dead_end.empty())
                 continue;
@@ -59,6 +63,35 @@ public:
     }
 
 private:
+    // No walk enters a bridge whose profile does not exist. Its ports name it: without the frame's
+    // bridge, one port of each.
+    std::vector<fault> missing_bridges() const
+    {
+        std::vector<fault> result;
+        std::set<me_id> named;
+        if (walk_.fwd_flag != UP_ANI || walk_.incomplete || (!bridge_ && !walk_.steps.empty()))
+            return result;
+        for (const me_instance& port : entities_.instances(me_class::mbpcd)) {
+            const uint16_t bridge = port.as<gpon_raw_mbpcd>().bridgeID;
+            if (type_of(port).side != tp_side::uni || bridge != bridge_.value_or(bridge))
+                continue;
+            for (const me_pointer& pointer : entities_.pointers(port))
+                if (pointer.to == me_id{me_class::mbsp, bridge} && !entities_.find(pointer.to) &&
+                    named.insert(pointer.to).second)
+                    result.push_back(
+                        {port.id,
+                         to_text(port.id) + ": " + broken_link_text(entities_, pointer, port.id),
+                         {},
+                         sources_of(pointer)});
+        }
+        return result;
+    }
+
+    std::vector<attribute_source> sources_of(const me_pointer& pointer) const
+    {
+        return {{pointer.attribute, pointer.line}};
+    }
+
     // A port on the other side is no place where a frame could have continued.
     bool on_other_side(const walk_step& step) const
     {
@@ -70,13 +103,21 @@ private:
                        .side != tp_side::none;
     }
 
+    // A port of a multicast interworking point leads no upstream frame on.
+    bool is_multicast_port(const walk_step& step) const
+    {
+        const me_instance* port =
+            step.at.class_id == me_class::mbpcd ? entities_.find(step.at) : nullptr;
+        return walk_.fwd_flag == UP_ANI && port && type_of(*port).class_id == me_class::multigemiw;
+    }
+
     const me_instance* filter_of(const walk_step& step) const
     {
         const bool filtered = step.dead_end == filter_drops || step.dead_end == filter_on_uni_side;
         return filtered ? related_instance(entities_, step.at, me_class::vtfd) : nullptr;
     }
 
-    std::tuple<bool, bool, bool, bool, size_t, bool> reach(size_t i) const
+    std::tuple<bool, bool, bool, bool, size_t, bool, bool> reach(size_t i) const
     {
         const walk_step& step = walk_.steps[i];
         const me_instance* filter = filter_of(step);
@@ -85,8 +126,9 @@ private:
         return {!bridge_ || bridge_of_step(walk_, entities_, i) == bridge_,
                 step.failed,
                 entities_.find(step.at) != nullptr,
-                !on_other_side(step),
+                !on_other_side(step) && !is_multicast_port(step),
                 step.depth,
+                step.broken_link.has_value(),
                 same_vlan};
     }
 
@@ -96,8 +138,30 @@ private:
         const char* side = walk_.fwd_flag == DOWN_ANI ? "UNI" : "ANI";
         const me_instance* me = entities_.find(profile);
         return {profile, to_text(profile) + " has no port on the " + side + " side", i,
-                me ? std::vector{attribute_source{"instID", me->line}}
-                   : std::vector<attribute_source>()};
+                me ? me->sources_of({"instID"}) : std::vector<attribute_source>()};
+    }
+
+    // The module starts at an instance 0 if no interworking point names the CTP of the GEM port.
+    std::optional<fault> no_interworking(size_t i) const
+    {
+        const walk_step& step = walk_.steps[i];
+        if (!walk_.entry_gem || step.depth != 0 || entities_.find(step.at))
+            return {};
+        const std::string port = std::to_string(*walk_.entry_gem);
+        for (const me_instance& ctp : entities_.instances(me_class::gemctp))
+            if (ctp.as<gpon_raw_gemctp>().portID == *walk_.entry_gem)
+                return fault{ctp.id,
+                             "no " + class_name(step.at.class_id) + " points at " +
+                                 to_text(ctp.id) + " (portID " + port + ")",
+                             i, ctp.sources_of({"portID"})};
+        return fault{step.at, "no GEM_PORT_CTP has the GEM port " + port + " (portID)", i, {}};
+    }
+
+    // A mapper that no GEM interworking point is linked to.
+    bool is_empty_mapper(const walk_step& step) const
+    {
+        return step.at.class_id == me_class::mapper && walk_.fwd_flag == UP_ANI && !step.failed &&
+               entities_.find(step.at) && entities_.related(step.at, me_class::gemiw).empty();
     }
 
     fault fault_at(size_t i) const
@@ -109,6 +173,16 @@ private:
         if (const me_instance* filter = filter_of(step))
             return {filter->id, filter_reason(*filter, step, bridge), i,
                     filter_sources(*filter, step)};
+        if (std::optional<fault> none = no_interworking(i))
+            return *std::move(none);
+        if (is_empty_mapper(step)) {
+            const me_instance& mapper = *entities_.find(step.at);
+            return {mapper.id, mapper_reason(mapper, bridge), i, mapper_sources(mapper)};
+        }
+        if (step.broken_link)
+            return {step.broken_link->from,
+                    to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i,
+                    sources_of(*step.broken_link)};
         if (step.dead_end == not_selected)
             if (const me_instance* mapper = related_instance(entities_, step.at, me_class::mapper))
                 return {mapper->id, mapper_reason(*mapper, bridge), i, mapper_sources(*mapper)};
@@ -126,7 +200,7 @@ private:
         if (step.at.class_id == me_class::gemctp &&
             me->as<gpon_raw_gemctp>().direction == gem_downstream)
             return me->sources_of({"direction"});
-        return {{"instID", me->line}};
+        return me->sources_of({"instID"});
     }
 
     std::vector<attribute_source> filter_sources(const me_instance& filter,

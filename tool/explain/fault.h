@@ -14,16 +14,17 @@ struct fault {
     me_id entity;       ///< the filter, mapper or instance that decided; it may not exist
     std::string reason; ///< "VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 (forwardOperation 0x14) passes
                         ///< only VLAN 300 priority 5"
-    size_t step = 0;    ///< of the walk
+    std::optional<size_t> step; ///< of the walk; nothing if no step of it met the entity
     /// Of the attributes or the row that decided, the most specific one first; empty if the entity
     /// does not exist.
     std::vector<attribute_source> sources{};
 };
 
 /// The ends of the deepest branches, among those in the frame's own bridge if it is known. Of
-/// several filters only those whose list has the frame's VLAN. A step that failed precedes
-/// deeper ends. More than one if nothing distinguishes them. Empty if no step is
-/// the cause.
+/// several equally deep ends, those that only lack the link to the next instance; of several
+/// filters only those whose list has the frame's VLAN. An upstream frame whose bridge does not
+/// exist has a pointer at that bridge as its fault. A step that failed precedes deeper ends. More
+/// than one if nothing distinguishes them. Empty if no step is the cause.
 [[nodiscard]] std::vector<fault> faults_of(const walk_record& walk, const line_model& entities,
                                            std::optional<uint16_t> bridge = {});
 

@@ -44,8 +44,9 @@ std::set<size_t> shown_steps(const explanation& half, std::optional<uint16_t> br
         return shown;
     const std::vector<fault> faults = faults_of(walk, half.entities, bridge);
     for (size_t i = 0; i < std::min(most_branches, faults.size()); ++i)
-        for (const size_t step : branch_to(walk, faults[i].step))
-            shown.insert(step);
+        if (const std::optional<size_t> last = faults[i].step)
+            for (const size_t step : branch_to(walk, *last))
+                shown.insert(step);
     return shown;
 }
 

@@ -227,7 +227,7 @@ void explain_discard(const explanation& half, const std::string& subject, verdic
     const auto blame = [&](const carried_frame& carried) {
         const tag_step& last = carried.steps.back();
         if (std::ranges::find(into.faults, last.operation, &fault::entity) == into.faults.end())
-            into.faults.push_back({last.operation, discard_text(carried), 0, last.sources});
+            into.faults.push_back({last.operation, discard_text(carried), {}, last.sources});
     };
     const std::vector<leaving_frame> leaving = leaving_frames(half);
     if (half.tagging.discarded)

@@ -11,7 +11,8 @@ std::vector<size_t> deepest_dead_ends(const walk_record& walk)
     // A step with a decision is more informative than one without.
     const auto reach = [&](size_t i) {
         const walk_step& step = walk.steps[i];
-        return std::tuple(step.failed, step.depth, !step.decisions.empty());
+        return std::tuple(step.failed, step.depth, step.broken_link.has_value(),
+                          !step.decisions.empty());
     };
     std::vector<size_t> deepest;
     if (!walk.other_failure.empty())

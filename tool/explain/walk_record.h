@@ -18,8 +18,10 @@ struct walk_step {
     bool passed = false;                ///< on the path of the frame
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
     std::string dead_end;               ///< why this branch ended here; empty if it continued
-    bool failed = false;                ///< could not be made or decided: the cause of a drop, even
-                                        ///< if other branches are deeper; the end of a replay
+    /// That led on from here, or towards here, but has no link: why this branch ended here.
+    std::optional<me_pointer> broken_link{};
+    bool failed = false; ///< could not be made or decided: the cause of a drop, even
+                         ///< if other branches are deeper; the end of a replay
 };
 
 /// The events of one hook call as data.
@@ -36,10 +38,12 @@ struct walk_record {
                                   ///< include/packet_flow.h, 0 without an event
     unsigned tci = 0;             ///< outer tag as filters and mappers read it; 0 is untagged
     unsigned gem_port = 0;        ///< chosen upstream to the ANI; 0 without one
-    std::string other_failure;    ///< why the frame failed, if no step of a walk is the cause
+    std::optional<uint16_t> entry_gem{}; ///< GEM port that a downstream frame came from, if known
+    std::string other_failure; ///< why the frame failed, if no step of a walk is the cause
 };
 
-/// Index of the deepest step that ended a branch, or of one that failed; nothing if no
+/// Index of the deepest step that ended a branch, or of one that failed; of equally deep ones, a
+/// step that only lacks the link to the next one precedes a refusal. Nothing if no
 /// branch ended or no step of a walk is the cause of a failure.
 [[nodiscard]] std::optional<size_t> deepest_dead_end(const walk_record& walk);
 

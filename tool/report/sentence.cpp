@@ -68,6 +68,8 @@ std::string cause(const drop_row& drop)
     if (deciders.front().class_id == me_class::vtfd)
         return names + (deciders.size() > 1 ? " drop them" : " drops them");
     const std::vector<size_t> ends = deciding_steps(example);
+    if (ends.empty() || !example.entities.find(example.walk.steps[ends.front()].at))
+        return drop.reason;
     return "the path ends at " + names + ": " + example.walk.steps[ends.front()].dead_end;
 }
 
@@ -116,11 +118,14 @@ std::vector<carried_frame> discards_of(const explanation& explained)
 
 std::vector<size_t> deciding_steps(const explanation& explained)
 {
-    std::vector<size_t> steps;
+    std::vector<fault> faults;
     if (explained.bridge)
-        for (const fault& one : faults_of(explained.walk, explained.entities, explained.bridge))
-            steps.push_back(one.step);
-    return steps.empty() ? deepest_dead_ends(explained.walk) : steps;
+        faults = faults_of(explained.walk, explained.entities, explained.bridge);
+    std::vector<size_t> steps;
+    for (const fault& one : faults)
+        if (one.step)
+            steps.push_back(*one.step);
+    return faults.empty() ? deepest_dead_ends(explained.walk) : steps;
 }
 
 std::vector<me_id> deciding_entities(const explanation& explained)
@@ -132,6 +137,9 @@ std::vector<me_id> deciding_entities(const explanation& explained)
             result.push_back(id);
     if (!result.empty())
         return result;
+    for (const fault& one : faults_of(explained.walk, explained.entities, explained.bridge))
+        if (!one.step)
+            result.push_back(one.entity);
     for (const size_t end : deciding_steps(explained)) {
         const me_id id = decider(explained.walk.steps[end], explained.entities);
         if (std::ranges::find(result, id) == result.end())
