@@ -155,6 +155,21 @@ INSTANTIATE_TEST_SUITE_P(
                     true}),
     [](const auto& one) { return one.param.name; });
 
+TEST(old_link, of_a_pointer_that_was_set_again_is_noted)
+{
+    const std::string line = with_profile + with_ctp + with_gem_iw + with_uni + with_ani;
+    EXPECT_TRUE(verdict_of(path_over({"", line, "", "", 0})).notes.empty());
+    const frame_path path =
+        path_over({"", line + "me set GEM_INTERWORK_TP 0x11 gemCTPInstID=9\n", "", "", 0});
+    EXPECT_EQ(verdict_of(path).outcome, line_outcome::passed);
+    std::ostringstream text;
+    print_path(path, {.name = "a.scn"}, text);
+    EXPECT_NE(text.str().find("The link of GEM_INTERWORK_TP 0x0011 to GEM_PORT_CTP 0x0001 is older "
+                              "than gemCTPInstID 0x0009 (a.scn:8).\n"),
+              std::string::npos)
+        << text.str();
+}
+
 TEST(multicast_port, beside_a_refusing_filter_is_not_the_fault)
 {
     const broken_line line{"", with_profile + with_uni + with_multicast + with_refusing, "", "", 0};

@@ -185,6 +185,35 @@ void note_tagging(const frame_path& path, const explanation& half, const line_pl
             note_gap(gap, places, into);
 }
 
+// A pointer that is set again leaves its earlier link behind: the module follows the link.
+void note_old_link(const explanation& half, me_id from, me_id to, const line_places& places,
+                   verdict& into)
+{
+    const me_instance* me = half.entities.find(from);
+    const std::vector<me_pointer> pointers =
+        me ? half.entities.pointers(*me) : std::vector<me_pointer>();
+    if (std::ranges::find(pointers, to, &me_pointer::to) != pointers.end())
+        return;
+    for (const me_pointer& pointer : pointers)
+        if (pointer.to.class_id == to.class_id && !pointer.list_element)
+            into.notes.push_back("The link of " + to_text(from) + " to " + to_text(to) +
+                                 " is older than " + pointer.attribute + " " +
+                                 hex_text(pointer.to.instance) + " (" + places.text(pointer.line) +
+                                 ").");
+}
+
+void note_old_links(const explanation& half, const line_places& places, verdict& into)
+{
+    const walk_step* last = nullptr;
+    for (const walk_step& step : half.walk.steps) {
+        if (!step.passed)
+            continue;
+        if (last && !half.walk.replayed)
+            note_old_link(half, last->at, step.at, places, into);
+        last = &step;
+    }
+}
+
 void note_unfiltered(const frame_path& path, verdict& into)
 {
     const explanation& first = path.halves.front();
@@ -300,6 +329,7 @@ verdict verdict_of(const frame_path& path, const line_places& places)
     note_lost_events(path.halves, result);
     for (const explanation& half : path.halves) {
         note_replay(half, result);
+        note_old_links(half, places, result);
         note_tagging(path, half, places, result);
     }
     return result;
