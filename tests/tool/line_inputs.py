@@ -2,7 +2,8 @@
 """usage: line_inputs.py CAPTURE TRAFFIC
 
 Writes variants of a capture with Ethernet frames to the current folder: sll.pcap and sll2.pcap with
-Linux cooked headers, new.pcapng, two.pcap with the messages of a second ONU 02:00:00:00:00:09.
+Linux cooked headers, new.pcapng, two.pcap with the messages of a second ONU 02:00:00:00:00:09,
+requests.pcap without the messages of the ONU.
 sliced.pcap has the first 18 bytes of each frame of TRAFFIC, no-tags.pcap the first 14.
 traffic-sll.pcap, traffic-sll2.pcap and traffic.pcapng have its frames in other formats.
 """
@@ -64,6 +65,7 @@ def main():
     write_pcapng("new.pcapng", frames)
     write("two.pcap", 1, [(time, one) for time, frame in frames
                           for one in (frame, frame.replace(ONU, OTHER))])
+    write("requests.pcap", 1, [(time, frame) for time, frame in frames if frame[6:12] != ONU])
     traffic = list(records(sys.argv[2]))
     write("sliced.pcap", 1, traffic, 18)
     write("traffic-sll.pcap", 113, [(time, cooked(frame)) for time, frame in traffic])

@@ -81,6 +81,14 @@ expect_status 2 check two.pcap "$bring_up"
 grep -q 'choose one of them with --onu' out || complain 'the line of an input does not name --onu'
 expect_status 0 omci two.pcap two.pcap --onu 02:00:00:00:00:09
 
+# A capture of one direction: each request counts as carried out, with a warning.
+for words in check omci 'omci --summary' 'omci --diff line.scn'; do
+    # shellcheck disable=SC2086 # words
+    expect_status 0 $words requests.pcap
+    [ "$(cat err)" = 'requests.pcap: warning: 21 commands of the OLT have no response in the capture: taken as carried out' ] ||
+        complain "gponflow $words: no warning of requests without a response: $(cat err)"
+done
+
 # A capture with a snapshot length: tags and the length on the wire are known, the rest is not.
 expect_status 0 account line.scn --uni 2 --pcap "$lost"
 cp out whole

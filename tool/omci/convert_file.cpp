@@ -9,6 +9,7 @@
 
 #include "tool/omci/capture.h"
 #include "tool/omci/convert.h"
+#include "tool/text/text_table.h"
 
 namespace gponflow::omci {
 
@@ -102,6 +103,10 @@ void print_warnings(const loaded_capture& loaded, std::ostream& err)
             << " of the MIB upload not captured: instances of the line may be missing\n";
     if (!loaded.cap.cut_short.empty())
         err << path << ": warning: ends early, " << loaded.cap.cut_short << '\n';
+    if (const size_t silent = loaded.result.counts.without_response; silent != 0)
+        err << path << ": warning: " << counted(silent, "command") << " of the OLT "
+            << (silent == 1 ? "has" : "have")
+            << " no response in the capture: taken as carried out\n";
 }
 
 int status_of(const loaded_capture& loaded)

@@ -45,8 +45,12 @@ response_statistics statistics_of(const pairing& pairs)
         if (!item.repeats.empty())
             result.repeated.push_back(
                 remark_of(item, ", repeated " + counted(item.repeats.size(), "time")));
-        if (!item.response && item.request.msg.acknowledge_requested)
+        if (item.response)
+            continue;
+        if (item.request.msg.acknowledge_requested)
             result.unanswered.push_back(remark_of(item, ""));
+        else
+            ++result.unrequested;
     }
     if (const std::vector<timed_exchange> times = times_of(pairs); !times.empty()) {
         result.median = times[times.size() / 2].nanoseconds;

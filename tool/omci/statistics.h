@@ -15,6 +15,7 @@ namespace gponflow::omci {
 struct response_statistics {
     size_t requests = 0; ///< repetitions count once
     size_t answered = 0;
+    size_t unrequested = 0;         ///< requests that ask for no response and have none
     std::vector<remark> repeated;   ///< first transmission, and how often it was sent again
     std::vector<remark> unanswered; ///< requests that ask for a response and have none
     std::optional<uint64_t> median; ///< nanoseconds from the first transmission to the response;

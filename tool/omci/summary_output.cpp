@@ -33,7 +33,10 @@ void print_responses(const response_statistics& responses, std::ostream& out)
 {
     out << "requests        " << responses.requests << ", of these " << responses.answered
         << " answered, " << responses.repeated.size() << " repeated, "
-        << responses.unanswered.size() << " unanswered\n";
+        << responses.unanswered.size() << " unanswered";
+    if (responses.unrequested != 0)
+        out << ", " << responses.unrequested << " that ask for no response";
+    out << '\n';
     if (responses.median)
         out << "response time   median " << milliseconds(*responses.median) << ", longest "
             << milliseconds(*responses.longest) << " (frame " << responses.slowest.frame << ": "
