@@ -140,13 +140,17 @@ def run(tool, words, file):
                           capture_output=True, text=True, check=False, timeout=60)
 
 
+NOTE = re.compile(r'<div class="warning" role="note"><ul>\s*<li>[^<]*: ends early[^<]*</li>'
+                  r'\s*</ul></div>')
+
+
 def results_of(done, file):
-    """Standard output without the remark about the damage, and the page if one was written."""
+    """Standard output and the page if one was written, both without the remark about the damage."""
     page = file.parent / "page.html"
     text = page.read_text(encoding="utf-8") if page.is_file() else ""
     page.unlink(missing_ok=True)
     remark = re.compile(r"^.*(?:Ends early|ends early).*\n", re.MULTILINE)
-    return remark.sub("", done.stdout), text
+    return remark.sub("", done.stdout), re.sub(r"\s*\n", "\n", NOTE.sub("", text))
 
 
 def fault_of(tool, words, expected, file, whole):

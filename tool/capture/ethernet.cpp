@@ -115,7 +115,6 @@ ethernet_capture read_ethernet(capture_file& from, size_t most)
     if (!carries_ethernet(from.link_type()))
         throw std::runtime_error(no_ethernet(from));
     ethernet_capture result;
-    size_t cut = 0;
     size_t omci = 0;
     const auto next = [&] { return from.count() < most ? from.next() : std::nullopt; };
     while (const auto record = next()) {
@@ -124,7 +123,7 @@ ethernet_capture read_ethernet(capture_file& from, size_t most)
             continue;
         frame->number = from.count();
         const frame_header header = read_header(*frame);
-        cut += header.cut;
+        result.cut += header.cut;
         omci += header.type == type_omci;
         result.frames.push_back(std::move(*frame));
     }
@@ -132,8 +131,8 @@ ethernet_capture read_ethernet(capture_file& from, size_t most)
         result.warnings.push_back("ends early, used up to there: " + from.cut_short());
     if (const size_t other = from.count() - result.frames.size(); other != 0)
         result.warnings.push_back(counted(other, "frame") + " without Ethernet, skipped");
-    if (cut != 0)
-        result.warnings.push_back(cut_text(cut, result.frames.size()));
+    if (result.cut != 0)
+        result.warnings.push_back(cut_text(result.cut, result.frames.size()));
     if (omci != 0)
         result.warnings.push_back(omci_warning(omci, result.frames.size()));
     return result;

@@ -28,6 +28,7 @@ namespace gponflow {
 struct ethernet_capture {
     std::vector<captured_frame> frames;
     std::vector<std::string> warnings; ///< what is missing, and why
+    size_t cut = 0;                    ///< frames that end before a field that the walk reads
 };
 
 /// The Ethernet frames among the first `most` records; the rest of the file is not read. Throws

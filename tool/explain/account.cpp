@@ -83,6 +83,7 @@ public:
         for (const std::string& gap : notes_.gaps())
             diagnostics << input.name << ": warning: " << gap << '\n';
         account_.notes = notes_.all();
+        std::ranges::copy(input.notes, std::back_inserter(account_.notes));
         return status_ok;
     }
 

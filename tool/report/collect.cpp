@@ -72,6 +72,7 @@ public:
         }
         finish(silences_of(input));
         data_.notes = notes_.all();
+        std::ranges::copy(input.notes, std::back_inserter(data_.notes));
         return status_ok;
     }
 

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "tool/model/bandwidth_tree.h"
+
 namespace gponflow {
 
 namespace {
@@ -54,13 +56,6 @@ std::string vlans(const gpon_raw_vtfd& filter)
     for (unsigned i = 0; i < std::min<unsigned>(filter.vlanFilterNums, 12); ++i)
         list += (i ? ", " : "") + tci_text(filter.vlanFilterList[i]);
     return list.empty() ? "no VLAN" : "VLAN " + list;
-}
-
-std::string rate(uint32_t bytes_per_second)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.6g Mbit/s", bytes_per_second * 8e-6);
-    return text;
 }
 
 std::string value_text(const gpon_me_field& field, const bytes& raw, unsigned element)
@@ -126,7 +121,7 @@ std::string known_by(const me_instance& me)
     case me_class::tcont:
         return "alloc-ID " + std::to_string(me.as<gpon_raw_tcont>().allocID);
     case me_class::td:
-        return rate(me.as<gpon_raw_td>().pir);
+        return rate_text(me.as<gpon_raw_td>().pir);
     default:
         return {};
     }

@@ -37,6 +37,11 @@ std::vector<std::string> fill_capture(pcap_command& command, const std::string& 
     if (capture.frames.empty())
         capture.warnings.emplace_back("no Ethernet frame in it");
     owner.incomplete = owner.incomplete || capture.frames.empty() || !from.cut_short().empty();
+    // The outcomes count cut frames, also those of a hook command.
+    const std::string cut = cut_text(capture.cut, capture.frames.size());
+    for (const std::string& text : capture.warnings)
+        if (text != cut)
+            owner.notes.push_back(capture_title(file) + ": " + text);
     command.frames = std::move(capture.frames);
     return std::move(capture.warnings);
 }

@@ -24,8 +24,8 @@ struct capture_diagnostics {
 /// scenario file, or at the working directory for a scenario from standard input.
 [[nodiscard]] capture_diagnostics read_captures(scenario& into);
 
-/// Reads one file into a command. Returns the warnings, and marks the scenario as incomplete if the
-/// capture ends early or has no frame. Throws as read_capture.
+/// Reads one file into a command. Returns the warnings, adds them to the notes of the scenario, and
+/// marks it as incomplete if the capture ends early or has no frame. Throws as read_capture.
 [[nodiscard]] std::vector<std::string> fill_capture(pcap_command& command, const std::string& file,
                                                     scenario& owner);
 

@@ -130,6 +130,7 @@ struct scenario {
     bool incomplete = false; ///< a capture is damaged or empty: the results are those of a part
     /// Of a scenario that was converted from a capture: the frames that a line was converted from.
     std::map<unsigned, std::string> frames_of_lines = {};
+    std::vector<std::string> notes = {}; ///< what its captures leave out, besides cut frames
 };
 
 /// The places of its lines, for messages.
