@@ -19,16 +19,8 @@ import time
 TEXT_COLUMN = 30
 CONTINUED = re.compile(rf" {{{TEXT_COLUMN}}}\S")
 
-# Behind the names of an option, the help has the type of its value in the notation of its library:
-# "TEXT:{host,device}=host Needs: FILE", "FILE ... REQUIRED", "FILE x 2".
-NOTATION = re.compile(r"""(?P<type>(?!Needs:|Excludes:|REQUIRED)[A-Z]+)?
-                          (?::\{(?P<choices>[^}]*)\})?
-                          (?:=(?P<default>\S+))?
-                          (?P<many>\ \.\.\.)?
-                          (?:\ x\ (?P<times>\d+))?
-                          (?P<required>\ ?REQUIRED)?
-                          (?:\ ?Needs:\ (?P<needs>[^:]*?))?
-                          (?:\ ?Excludes:\ (?P<excludes>[^:]*))?""", re.VERBOSE)
+# The value behind the names of an option: "FILE", "host|device", "FILE ...".
+VALUE = re.compile(r"(?P<value>[A-Z]+|[\w-]+(?:\|[\w-]+)*)?(?P<many> ?\.\.\.)?")
 
 DESCRIPTION = r""".SH DESCRIPTION
 .B gponflow
@@ -288,43 +280,23 @@ def trimmed(lines):
     return lines
 
 
-def value_of(notation, is_option):
-    """Return the value behind an option; an argument of that name has none."""
-    if notation["choices"] and is_option:
-        return "|".join(f"\\fB{escaped(one)}\\fR" for one in notation["choices"].split(","))
-    if not notation["type"] or not is_option:
-        return ""
-    value = f"\\fI{notation['type']}\\fR"
-    return " ".join([value] * int(notation["times"] or 1))
-
-
-def sentences_of(notation, is_option, text):
-    """Return what the notation says besides the value and the text."""
-    choices = notation["choices"].split(",") if notation["choices"] else []
-    if not is_option and not set(choices) <= set(re.findall(r"[\w-]+", text)):
-        yield "One of " + notation["choices"].replace(",", ", ") + "."
-    if notation["default"]:
-        yield f"The default is {notation['default']}."
-    if notation["needs"]:
-        yield "Needs " + notation["needs"].replace(" ", " and ") + "."
-    if notation["excludes"]:
-        yield "Not together with " + notation["excludes"].replace(" ", ", ") + "."
+def value_of(text):
+    """Return the value of an option: a name in italics, or its words in bold."""
+    if text.isupper():
+        return f" \\fI{text}\\fR"
+    return " " + "|".join(f"\\fB{escaped(word)}\\fR" for word in text.split("|"))
 
 
 def print_entries(entries, page):
     for entry, text in entries:
         names, _, rest = entry.partition(" ")
-        notation = NOTATION.fullmatch(rest)
-        if not notation:
+        value = VALUE.fullmatch(rest)
+        if not value:
             sys.exit(f"man-page: cannot parse the value of an option: {entry}")
-        is_option = names.startswith("-")
-        title = ", ".join(f"\\f{'B' if is_option else 'I'}{escaped(name)}\\fR"
-                          for name in names.split(","))
-        value = value_of(notation, is_option)
-        title += (" " + value if value else "") + (" ..." if notation["many"] else "")
-        sentences = list(sentences_of(notation, is_option, text))
-        if sentences:
-            text = " ".join([text + ("" if text.endswith(".") else ".")] + sentences)
+        font = "B" if names.startswith("-") else "I"
+        title = ", ".join(f"\\f{font}{escaped(name)}\\fR" for name in names.split(","))
+        title += value_of(value["value"]) if value["value"] else ""
+        title += " ..." if value["many"] else ""
         print(f".TP\n{title}\n{escaped(text)}", file=page)
 
 

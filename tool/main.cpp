@@ -2,9 +2,11 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <optional>
 
 #include "tool/commands/commands.h"
+#include "tool/commands/help_format.h"
 #include "tool/commands/word_hints.h"
 #include "tool/text/exit_status.h"
 #include "tool/text/json_messages.h"
@@ -50,6 +52,7 @@ int main(int argc, char** argv)
         messages.emplace(std::cerr);
     CLI::App app("Run and inspect the gpon_flow module, in this process or in the running kernel.",
                  "gponflow");
+    app.formatter(std::make_shared<gponflow::help_format>());
     app.set_version_flag("--version", "gponflow " GPONFLOW_VERSION);
     app.require_subcommand(1);
     app.footer(example);

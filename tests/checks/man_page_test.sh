@@ -11,7 +11,7 @@ case "$*" in
 completion)
     echo "    'gponflow') words='run --help --version ' ;;"
     echo "    'gponflow run') words='fast --help --output ' ;;"
-    echo "    'gponflow run fast') words='--help --dry-run --just-fits ' ;;"
+    echo "    'gponflow run fast') words='--help --dry-run --just-fits-the-text ' ;;"
     ;;
 --version) echo 'gponflow 1' ;;
 --help)
@@ -22,18 +22,18 @@ completion)
     ;;
 'run --help')
     printf '%s\n' 'Run' 'Usage: gponflow run [OPTIONS] SUBCOMMAND' '' 'Options:' \
-        '  -h,--help                   Help' '  -o,--output FILE=-          Where' '' \
+        '  -h,--help                   Help' '  -o,--output FILE            Where. The default is -.' '' \
         'Subcommands:' '  fast                        Run fast' '' \
         'Examples:' '  gponflow run \' '    -o x' '' '.text behind'
     ;;
 'run fast --help')
     printf '%s\n' 'Run fast' 'Usage: gponflow run fast [OPTIONS] WHERE' '' 'Positionals:' \
-        '  WHERE TEXT:{here} REQUIRED' '                              There' '' 'Options:' \
+        '  WHERE ...                   There. One of here.' '' 'Options:' \
         '  -h,--help                   Help' \
         '  --dry-run-or-the-longest-of-all-names' '                              Do nothing' \
         '  --dry-run                   Do nothing' \
-        '  --just-fits NUMBER Needs: X Text' '  --kind TEXT:{a,b} Excludes: --x --y' \
-        '                              Kind' '  --two FILE x 2              Both'
+        '  --just-fits-the-text NUMBER Text. Needs X.' \
+        '  --kind a|b                  Kind. Not together with --x, --y.'
     ;;
 *) exit 9 ;;
 esac
@@ -51,9 +51,8 @@ fi
 
 # What a reader finds instead of the notation of the option library.
 sed 's/\\-/-/g; s/\\f[BIR]//g' "$page" | file plain
-for entry in '-o, --output FILE|Where. The default is -.' 'WHERE|There. One of here.' \
-    '--just-fits NUMBER|Text. Needs X.' '--kind a|b|Kind. Not together with --x, --y.' \
-    '--two FILE FILE|Both'; do
+for entry in '-o, --output FILE|Where. The default is -.' 'WHERE ...|There. One of here.' \
+    '--just-fits-the-text NUMBER|Text. Needs X.' '--kind a|b|Kind. Not together with --x, --y.'; do
     if ! grep -xF -A1 -e "${entry%|*}" "$tree/plain" | grep -qxF -e "${entry##*|}"; then
         echo "no entry $entry"
         proofs_failed=1

@@ -152,7 +152,25 @@ for words in 'account' 'report -o cut.html'; do
     expect_status 1 $words "$line" --uni 2 --pcap empty.pcap
     grep -q '^empty.pcap: warning: no Ethernet frame in it$' err ||
         complain "gponflow $words: no warning of an empty capture"
+    # shellcheck disable=SC2086 # words
+    expect_status 1 ${words% -o*} "$line" --uni 2 --pcap cut.pcap --json
+    grep -q '^ *"cut.pcap: ends early, used up to there: frame 23: ' out ||
+        complain "gponflow $words --json: no note of a capture that ends early"
 done
+expect_status 1 account "$line" --uni 2 --pcap empty.pcap
+grep -qx 'gponflow: warning: no frame to count: the capture of --pcap has none' err ||
+    complain 'account asks for a capture although one is named'
+
+# The position of an option does not matter.
+for words in "$line --uni 2 --pcap $whole" "--pcap $whole $line --uni 2" "--uni 2 --pcap $whole $line"; do
+    # shellcheck disable=SC2086 # words
+    expect_status 0 account $words
+    cmp -s out passed || complain "gponflow account $words: other counts"
+    # shellcheck disable=SC2086 # words
+    expect_status 0 report -o order.html $words
+done
+expect_status 0 account --pcap "$whole" --uni 2 --pcap "$whole" "$line"
+grep -q '^upstream, from the bridge to the ANI: 124 frames' out || complain 'account takes one --pcap only'
 expect_status 1 account held.scn
 expect_err 'gponflow: warning: no frame to count: name a capture with --pcap'
 tool_with_input "$whole" 0 explain "$line" kind=up_ani --pcap - --frame 2
@@ -284,6 +302,10 @@ for command in account 'report -o omci.html'; do
     # shellcheck disable=SC2086 # words
     expect_status 0 $command "$line" --uni 1 --pcap "$bring_up"
     expect_err "$bring_up: warning: 42 of 42 frames are OMCI messages (type 0x88b5), not traffic: a capture of OMCI messages is a line (FILE)"
+    # shellcheck disable=SC2086 # words
+    expect_status 0 ${command% -o*} "$line" --uni 1 --pcap "$bring_up" --json
+    grep -q '^ *".*bring-up.pcap: 42 of 42 frames are OMCI messages' out ||
+        complain "gponflow $command --json: no note of OMCI messages"
 done
 expect_status 0 explain "$line" --uni 1 --pcap "$bring_up"
 grep -q '^The frame is an OMCI message ' out || complain 'explain does not name an OMCI message'
@@ -300,6 +322,12 @@ sed 's/forwardOperation=0x14/forwardOperation=0x10/' converted.scn >changed.scn
 expect_status 1 omci --diff "$bring_up" changed.scn
 grep -q '^~ VLAN_TAG_FILTER_DATA 0x2001 forwardOperation: 20 -> 16$' out ||
     complain 'omci --diff does not show the attribute'
+for words in "--json --diff $bring_up changed.scn" "--diff --json $bring_up changed.scn" \
+    "--diff $bring_up --json changed.scn" "$bring_up changed.scn --diff --json"; do
+    # shellcheck disable=SC2086 # words
+    expect_status 1 omci $words
+    grep -q '"schema": "gponflow-diff-1"' out || complain "gponflow omci $words: no differences"
+done
 expect_status 2 omci --diff "$bring_up"
 expect_status 2 omci --diff "$bring_up" missing
 expect_status 0 omci --summary "$bring_up"

@@ -34,11 +34,16 @@ expect_message "gponflow: unexpected argument 'b'" run a b
 expect_message 'gponflow: --mask-lines takes no value' run --mask-lines=3 line.scn
 expect_message 'gponflow: FILE is missing' check
 expect_message 'gponflow: --pcap needs a value (FILE)' explain line.scn --pcap
-expect_message 'gponflow: --diff needs 2 values, not 1' omci --diff line.scn
+expect_message 'gponflow: --diff needs 2 FILEs, not 1' omci --diff line.scn
+expect_message 'gponflow: --diff needs 2 FILEs, not 3' omci line.scn --diff line.scn line.scn
+expect_message 'gponflow: --jobs and --diff exclude each other' omci --diff --jobs 2 line.scn line.scn
+expect_message 'gponflow: --onu takes one value, not 2' check --onu a --onu b line.scn
+expect_message 'gponflow: --prio and the priority of --vlan exclude each other' \
+    explain line.scn --uni 1 --prio 3 --vlan 5p2
 expect_message 'gponflow: --frame needs --pcap' explain line.scn --uni 1 --frame 1
 expect_message 'gponflow: --pcap and --vlan exclude each other' \
     explain line.scn --uni 1 --pcap lost.pcap --vlan 3
-expect_message "gponflow: --backend 'x': not one of host,device" run line.scn --backend x
+expect_message "gponflow: --backend 'x': not one of host, device" run line.scn --backend x
 expect_message "gponflow: --jobs '-1': not a number (decimal, or hexadecimal after 0x)" \
     check --jobs -1 line.scn
 expect_message "gponflow: --count '0': out of range 1 to 4294967295" \
@@ -78,11 +83,14 @@ for words in 'run' 'account' 'check --all' 'show rules' 'show me' 'stat' 'monito
 done
 
 # Every option that takes a value, with none and with values that fit no option.
-library='required .* missing|is required|not in \{|not expected|disallowed|terminate called|std::|json\.exception|basic_string|stoi|stoul|not in range|Could not convert|truncated dump|u?int[0-9]*_t|UINT|FLOAT'
+library='At (Most|Least)|required .* missing|is required|not in \{|not expected|disallowed|terminate called|std::|json\.exception|basic_string|stoi|stoul|not in range|Could not convert|truncated dump|u?int[0-9]*_t|UINT|FLOAT'
 options=0
 sweep() { # SUBCOMMAND...
     local option value status
     "$tool" "$@" --help >help
+    if grep -nE ":\{|(^|[ =])(TEXT|REQUIRED)\\b|(Needs|Excludes): |^  -.*[A-Z]=" help; then
+        complain "gponflow $* --help: the notation of a library"
+    fi
     while read -r option; do
         [[ " --help --json " != *" $option "* ]] || continue
         for value in '' x -1 1e9 99999999999999999999999 '{' "$(printf 'a\tb')"; do

@@ -36,7 +36,10 @@ exit_status count(const account_request& request, const opened_line& line, frame
     const std::unique_ptr<backend> target = make_backend(request.backend);
     const exit_status status = account_scenario(line.input, *target, counted, std::cerr);
     if (frames_of(counted) == 0)
-        std::cerr << "gponflow: warning: no frame to count: name a capture with --pcap\n";
+        std::cerr << "gponflow: warning: no frame to count: "
+                  << (request.traffic.captures.empty() ? "name a capture with --pcap"
+                                                       : "the capture of --pcap has none")
+                  << '\n';
     const bool whole = line.complete && !line.input.incomplete && frames_of(counted) != 0;
     return status == status_ok && !whole ? status_failed : status;
 }

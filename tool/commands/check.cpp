@@ -130,7 +130,8 @@ void add_check_command(CLI::App& app)
     sub->add_flag("--sarif", request->sarif, "Print a SARIF 2.1.0 log")->excludes(as_json);
     sub->add_flag("--all", request->all,
                   "Include notes that an operator cannot change: capacities of the module");
-    sub->add_option("--silence", request->silenced, "Leave out the findings of a rule")
+    sub->add_option("--silence", request->silenced,
+                    "Leave out the findings of a rule; may be repeated")
         ->type_name("RULE")
         ->delimiter(',')
         ->allow_extra_args(false);

@@ -10,6 +10,7 @@
 
 #include "tool/check/rules.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/help_format.h"
 #include "tool/live/operator_lines.h"
 #include "tool/model/class_records.h"
 #include "tool/text/json_document.h"
@@ -39,19 +40,6 @@ std::string in_line(const std::vector<std::string_view>& names, const char* behi
     return line;
 }
 
-// The accepted words of a type text: "on off " of "TEXT:{on,off}".
-std::string listed_words(const std::string& type)
-{
-    const size_t start = type.find('{');
-    const size_t end = type.find('}');
-    if (start == type.npos || end == type.npos)
-        return {};
-    std::string words = type.substr(start + 1, end - start - 1);
-    for (char& letter : words)
-        letter = letter == ',' ? ' ' : letter;
-    return words + " ";
-}
-
 // Known values of an argument; none for a file or a number.
 std::string values_of(const CLI::App& app, const CLI::Option& option)
 {
@@ -68,7 +56,10 @@ std::string values_of(const CLI::App& app, const CLI::Option& option)
                (app.get_parent()->get_name() == "set" ? "off " : "");
     if (name == "SHELL")
         return in_line(completion_shells);
-    return listed_words(type);
+    std::string words;
+    for (const std::string& word : accepted_words(option))
+        words += word + " ";
+    return words;
 }
 
 // --pcap has options of a pcap command behind the name of the file.

@@ -25,15 +25,18 @@ namespace {
 struct omci_request {
     fleet_request inputs;
     omci::conversion_files files;
-    std::vector<std::string> compared; ///< two inputs of --diff
+    bool diff = false;
     bool summary = false;
     bool json = false;
 };
 
 int compare(const omci_request& request)
 {
-    const auto left = read_line(request.compared[0], request.inputs.onu, std::cerr);
-    const auto right = read_line(request.compared[1], request.inputs.onu, std::cerr);
+    const std::vector<std::string>& names = request.inputs.names;
+    if (names.size() != 2)
+        throw CLI::ValidationError("--diff needs 2 FILEs, not " + std::to_string(names.size()));
+    const auto left = read_line(names[0], request.inputs.onu, std::cerr);
+    const auto right = read_line(names[1], request.inputs.onu, std::cerr);
     if (!left || !right)
         return status_invalid;
     const line_difference difference = difference_of(left->line, right->line);
@@ -87,6 +90,8 @@ int summarise(const omci_request& request)
 
 int run_omci(omci_request& request)
 {
+    if (request.diff)
+        return compare(request);
     if (request.inputs.wants_lines())
         return run_lines(request.inputs, "omci",
                          [&](const std::string& input) { return summary_of_many(request, input); });
@@ -94,10 +99,8 @@ int run_omci(omci_request& request)
     if (!request.inputs.names.empty())
         request.files.capture_path = request.inputs.only();
     try {
-        if (!request.compared.empty())
-            return compare(request);
         if (request.files.capture_path.empty())
-            throw std::runtime_error("name a capture, or two inputs after --diff");
+            throw std::runtime_error("name a capture, or two inputs of --diff");
         if (request.summary || request.json)
             return summarise(request);
         return omci::convert_file(request.files, std::cout, std::cerr);
@@ -125,24 +128,23 @@ void add_omci_command(CLI::App& app)
 {
     CLI::App* sub = app.add_subcommand("omci", "Convert captured OMCI messages to a scenario");
     const auto request = std::make_shared<omci_request>();
-    CLI::Option* file =
-        add_fleet_options(*sub, request->inputs,
-                          "pcap or pcapng files with OMCI messages (EtherType 0x88b5, or bare "
-                          "messages on a user link type), - for standard input");
+    add_fleet_options(*sub, request->inputs,
+                      "pcap or pcapng files with OMCI messages (EtherType 0x88b5, or bare "
+                      "messages on a user link type), - for standard input");
     sub->add_option("-o,--output", request->files.scenario_path,
                     "Output file, - for standard output")
         ->type_name("FILE")
         ->capture_default_str();
     sub->add_flag("--summary", request->summary, "Print a summary instead of the scenario");
-    sub->add_option("--diff", request->compared, "Compare two captures or scenarios")
-        ->type_name("FILE")
-        ->expected(2)
-        ->excludes(file);
+    CLI::Option* diff =
+        sub->add_flag("--diff", request->diff, "Compare two FILEs, captures or scenarios");
+    for (const char* other : {"--summary", "--output", "--files", "--jobs", "--timeout"})
+        diff->excludes(other);
     sub->add_flag("--json", request->json, "Print the summary or the differences as JSON");
     sub->footer(std::string(omci_help) + "\n\n" + fleet_help);
     sub->callback([request, sub] {
-        if (request->inputs.wants_lines())
-            refuse_with_lines(*sub, {"--output", "--summary", "--diff"});
+        if (request->inputs.wants_lines() && !request->diff)
+            refuse_with_lines(*sub, {"--output", "--summary"});
         if (const int status = run_omci(*request); status != status_ok)
             throw CLI::RuntimeError(status);
     });

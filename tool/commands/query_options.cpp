@@ -41,6 +41,8 @@ void add_tag_options(CLI::App& sub, query_options& request)
                     const vlan_word tag = read_vlan(name, word);
                     into = {tag.vlan, tag.priority.value_or(0)};
                     request.asks = true;
+                    if (&into == &request.query.outer)
+                        request.tag_has_priority = tag.priority.has_value();
                 },
                 text)
             ->type_name("VLAN")
@@ -84,6 +86,8 @@ void complete(query_options& asked)
     asked.asks = asked.asks || !asked.query.source.empty() || !asked.query.destination.empty();
     if (asked.priority && !asked.query.outer)
         throw CLI::ValidationError("--prio needs --vlan");
+    if (asked.priority && asked.tag_has_priority)
+        throw CLI::ValidationError("--prio and the priority of --vlan exclude each other");
     if (asked.priority)
         asked.query.outer->priority = *asked.priority;
 }

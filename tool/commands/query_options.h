@@ -13,7 +13,8 @@ namespace gponflow {
 struct query_options {
     frame_query query;
     std::optional<uint8_t> priority;
-    bool asks = false; ///< an option of the query was given
+    bool tag_has_priority = false; ///< --vlan 300p6
+    bool asks = false;             ///< an option of the query was given
 };
 
 /// Adds the options to a subcommand that has --pcap already. `into` lives as long as the

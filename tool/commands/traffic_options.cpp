@@ -44,11 +44,11 @@ void set_entry(const packet_options& options, std::span<scenario_line> traffic)
 CLI::Option* add_traffic_options(CLI::App& sub, traffic_options& into)
 {
     CLI::Option* captures =
-        sub.add_option(
-               "--pcap", into.captures,
-               "Captures of traffic to send through the line after its configuration; - for "
-               "standard input")
-            ->type_name("FILE");
+        sub.add_option("--pcap", into.captures,
+                       "Capture of traffic to send through the line after its configuration, - for "
+                       "standard input; may be repeated")
+            ->type_name("FILE")
+            ->allow_extra_args(false);
     CLI::Option* uni = add_number(
         sub, "--uni", [&into](uint64_t number) { into.entry.uni = number; }, 15, 0,
         "The captured frames enter at this UNI: the port number, the last byte of its instance "
@@ -82,6 +82,7 @@ std::vector<std::string> append_traffic(const scenario& traffic, frame_entry ent
     const line_model entities = needed ? final_entities(line) : line_model();
     std::ranges::copy(traffic.lines, std::back_inserter(line.lines));
     line.incomplete = line.incomplete || traffic.incomplete;
+    std::ranges::copy(traffic.notes, std::back_inserter(line.notes));
     if (!needed)
         return {};
     std::vector<std::string> notes;

@@ -91,6 +91,13 @@ std::string unexpected_word(const CLI::App& at, std::span<const std::string> wor
     return {};
 }
 
+// "host, device" of "host,device".
+std::string with_blanks(const std::string& list)
+{
+    static const std::regex comma(",");
+    return std::regex_replace(list, comma, ", ");
+}
+
 // Messages of the library, and the words that this tool uses.
 std::string in_our_words(const std::string& text)
 {
@@ -99,11 +106,16 @@ std::string in_our_words(const std::string& text)
         {std::regex("^(\\S+): 1 required (\\S+) missing$"), "$1 needs a value ($2)"},
         {std::regex("^(\\S+): At least (\\d+) required but received (\\d+)$"),
          "$1 needs $2 values, not $3"},
+        {std::regex("^(\\S+): At Most 1 required but received (\\d+)$"),
+         "$1 takes one value, not $2"},
         {std::regex("^(\\S+) was given a disallowed flag override$"), "--$1 takes no value"},
         {std::regex("^(\\S+) requires (.+)$"), "$1 needs $2"},
         {std::regex("^(\\S+) excludes (.+)$"), "$1 and $2 exclude each other"},
-        {std::regex("^(\\S+): (.*) not in \\{(.*)\\}$"), "$1 '$2': not one of $3"},
     };
+    static const std::regex listed("^(\\S+): (.*) not in \\{(.*)\\}$");
+    if (std::smatch found; std::regex_match(text, found, listed))
+        return found.str(1) + " " + in_quotes(found.str(2)) + ": not one of " +
+               with_blanks(found.str(3));
     for (const auto& [pattern, words] : rows)
         if (std::regex_match(text, pattern))
             return std::regex_replace(text, pattern, words);
