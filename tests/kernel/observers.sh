@@ -138,6 +138,25 @@ monitor_at_a_signal() {
         fail "no change that came before the signal: $(cat /tmp/monitor)"
 }
 
+# The kernel drops the changes, and its own message of the unload, for a full socket.
+monitor_at_an_unload_behind_a_flood() {
+    start_monitor
+    kill -STOP $monitor
+    calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1"
+    awk 'BEGIN {
+        for (i = 0; i < 20000; i++)
+            printf "me set TRAFFIC_DESCRIPTOR 0x77 cir=%d\n", i
+    }' >/tmp/flood.scn
+    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    rmmod gpon_flow || fail "gpon_flow does not unload under a stopped monitor"
+    kill -CONT $monitor
+    ends $monitor "monitor with a full socket"
+    grep -q "the kernel dropped changes" /tmp/monitor.errors || fail "no loss: $(cat /tmp/monitor.errors)"
+    grep -q "the module was unloaded" /tmp/monitor.errors ||
+        fail "no message: $(cat /tmp/monitor.errors)"
+    load_again
+}
+
 # Of a killed process whose number another process has now: 1 always lives.
 buffer_of_a_used_number() {
     mkdir $tracing/instances/gponflow-1
@@ -200,5 +219,6 @@ if ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no gro
 else
     monitor_at_a_signal
     monitor_at_unload
+    monitor_at_an_unload_behind_a_flood
 fi
 unload_both

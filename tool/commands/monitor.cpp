@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
@@ -21,7 +22,9 @@ struct monitor_request {
     change_format format;
 };
 
-// Nothing if the module does not say it, or is gone: the next read then says so.
+constexpr std::string_view dropped_text = "gponflow: the kernel dropped changes\n";
+
+// Nothing if the module does not say it, or is gone.
 std::optional<uint32_t> number_now()
 {
     try {
@@ -31,6 +34,21 @@ std::optional<uint32_t> number_now()
     }
 }
 
+kernel_changes::arrival read_into(change_printer& out, kernel_changes& changes)
+{
+    return changes.read([&](const module_change& change) { out.take(change); });
+}
+
+// Reads after a loss: prints how many of the changes until now are missing.
+kernel_changes::arrival catch_up(change_printer& out, kernel_changes& changes)
+{
+    const std::optional<uint32_t> last = number_now();
+    const kernel_changes::arrival arrived = read_into(out, changes);
+    if (!arrived.lost && !out.end_at(last))
+        std::cerr << dropped_text;
+    return arrived;
+}
+
 // Ends at a signal, and when the module is unloaded.
 void follow_kernel(const monitor_request& request)
 {
@@ -38,21 +56,17 @@ void follow_kernel(const monitor_request& request)
     change_printer out(request.format, changes.last_number(), std::cout);
     stop_signals stop;
     std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
-    bool behind = false; // changes may be lost that have no later one
+    kernel_changes::arrival arrived;
     // A signal comes behind the changes that have arrived: they are read before the end.
-    for (bool ended = false; std::cout && !out.is_complete() && !ended;) {
-        ended = stop.wait(changes.number(), behind ? 0 : -1);
-        // All changes up to this number are read now, or lost.
-        const std::optional<uint32_t> last = behind ? number_now() : std::nullopt;
-        const auto [lost, unloaded] =
-            changes.read([&](const module_change& change) { out.take(change); });
-        if (behind && !lost && !out.end_at(last))
-            std::cerr << "gponflow: the kernel dropped changes\n";
-        behind = lost;
-        if (unloaded)
-            std::cerr << "gponflow: the module was unloaded\n";
-        ended = ended || unloaded;
+    for (bool ended = false; std::cout && !out.is_complete() && !ended && !arrived.unloaded;) {
+        ended = stop.wait(changes.number(), arrived.lost ? 0 : -1);
+        arrived = arrived.lost ? catch_up(out, changes) : read_into(out, changes);
     }
+    // A loss in the last read has no later change that shows it.
+    if (arrived.lost && !out.is_complete() && (arrived.unloaded || catch_up(out, changes).lost))
+        std::cerr << dropped_text;
+    if (arrived.unloaded)
+        std::cerr << "gponflow: the module was unloaded\n";
 }
 
 int monitor(const monitor_request& request)

@@ -62,11 +62,13 @@ exit_status run_with_events(const run_arguments& arguments, const scenario& inpu
     const std::unique_ptr<backend> target = make_backend(arguments.backend);
     if (arguments.events.empty())
         return run_scenario(input, *target, out, std::cerr, arguments.mask_lines);
-    std::ofstream file(arguments.events);
-    if (!file)
-        return refuse_events_file(arguments.events);
+    // A backend without events refuses the sink, and the file keeps its contents.
+    std::ofstream file;
     target->set_event_sink(
         [&file](const gpon_trace_record& event) { file << event_text(event) << '\n'; });
+    file.open(arguments.events);
+    if (!file)
+        return refuse_events_file(arguments.events);
     const exit_status status = run_scenario(input, *target, out, std::cerr, arguments.mask_lines);
     target->set_event_sink(nullptr);
     return file.flush() ? status : refuse_events_file(arguments.events);

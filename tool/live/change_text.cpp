@@ -83,7 +83,7 @@ std::string json_of(const module_change& change)
 
 std::string missing_text(uint32_t count)
 {
-    return padded("missing") + counted(count, "change") + ": they came faster than they were read";
+    return padded("missing") + counted(count, "change") + ": not received";
 }
 
 std::string missing_json(uint32_t count)

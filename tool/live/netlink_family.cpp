@@ -188,11 +188,24 @@ netlink_family::arrival netlink_family::read_events(const message_sink& sink)
         if (count >= 0)
             take_events(static_cast<size_t>(count), sink, result);
         else if (errno == EAGAIN)
-            return result;
+            break;
         else if (errno == ENOBUFS)
             result.lost = true;
         else if (errno != EINTR)
             refuse(errno);
+    }
+    result.ended = result.ended || (result.lost && is_gone());
+    return result;
+}
+
+// The removal of the family may be among the lost messages. A module that is loaded again gets
+// another number.
+bool netlink_family::is_gone() const
+{
+    try {
+        return open().family_ != family_;
+    } catch (const refusal&) {
+        return true;
     }
 }
 

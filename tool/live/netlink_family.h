@@ -55,6 +55,7 @@ private:
     void read_group(const nlmsghdr& head);
     void join(uint32_t group);
     [[nodiscard]] bool is_removal(const nlmsghdr& head) const;
+    [[nodiscard]] bool is_gone() const;
     void take_events(size_t count, const message_sink& sink, arrival& result) const;
 
     std::unique_ptr<mnl_socket, closer> socket_;
