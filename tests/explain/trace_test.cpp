@@ -12,6 +12,7 @@
 #include "pkt/header.h"
 #include "platform/host/host.h"
 #include "tests/explain/lines.h"
+#include "tests/support/forwarding_backend.h"
 #include "tool/explain/account.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/event_reader.h"
@@ -607,7 +608,7 @@ TEST(trace_of_a_scenario, has_the_kind_and_outcome_of_frames_without_events)
 }
 
 // The module of another machine, whose trace buffer loses the events of each frame.
-class unseen_frames final : public backend {
+class unseen_frames final : public forwarding_backend {
 public:
     explicit unseen_frames(int result) : result_(result) {}
 
@@ -619,32 +620,7 @@ public:
         return call;
     }
 
-    void set_sink(backend_sink sink) override { host_->set_sink(std::move(sink)); }
-    std::optional<int> load() override { return host_->load(); }
-    void unload() override { host_->unload(); }
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
-    {
-        return host_->hook(options, frame);
-    }
-    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
-    {
-        return host_->ioctl(number, argument);
-    }
-    std::optional<long> proc_write(std::string_view text) override
-    {
-        return host_->proc_write(text);
-    }
-    std::optional<long> proc_read() override { return host_->proc_read(); }
-    uint64_t advance(uint64_t jiffies) override { return host_->advance(jiffies); }
-    void set_mapping(const pointer_setting& setting) override { host_->set_mapping(setting); }
-    void set_queue_mapping(const pointer_setting& setting) override
-    {
-        host_->set_queue_mapping(setting);
-    }
-    void arm_fault(fault_kind service, uint64_t nth) override { host_->arm_fault(service, nth); }
-
 private:
-    std::unique_ptr<backend> host_ = make_host_backend();
     int result_;
 };
 

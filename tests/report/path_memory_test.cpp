@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tests/support/forwarding_backend.h"
 #include "tests/support/generated_line.h"
 #include "tool/explain/account.h"
 #include "tool/report/collect.h"
@@ -16,11 +17,8 @@ namespace gponflow {
 namespace {
 
 // Forwards each call, and does not look into the rule table: no frame is like another.
-class forgetful_backend final : public backend {
+class forgetful_backend final : public forwarding_backend {
 public:
-    void set_sink(backend_sink sink) override { host_->set_sink(std::move(sink)); }
-    std::optional<int> load() override { return host_->load(); }
-    void unload() override { host_->unload(); }
     std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
     {
         ++calls;
@@ -31,27 +29,8 @@ public:
         ++calls;
         return host_->traced_hook(options, frame);
     }
-    std::optional<long> ioctl(uint32_t number, uint64_t argument) override
-    {
-        return host_->ioctl(number, argument);
-    }
-    std::optional<long> proc_write(std::string_view text) override
-    {
-        return host_->proc_write(text);
-    }
-    std::optional<long> proc_read() override { return host_->proc_read(); }
-    uint64_t advance(uint64_t jiffies) override { return host_->advance(jiffies); }
-    void set_mapping(const pointer_setting& setting) override { host_->set_mapping(setting); }
-    void set_queue_mapping(const pointer_setting& setting) override
-    {
-        host_->set_queue_mapping(setting);
-    }
-    void arm_fault(fault_kind service, uint64_t nth) override { host_->arm_fault(service, nth); }
 
     uint64_t calls = 0;
-
-protected:
-    std::unique_ptr<backend> host_ = make_host_backend();
 };
 
 report_data report_of(const scenario& what, backend& target)

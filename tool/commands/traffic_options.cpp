@@ -99,8 +99,7 @@ std::vector<std::string> append_traffic(const scenario& traffic, frame_entry ent
 const char* const traffic_help =
     "A captured frame passes through both hook calls of its direction, as with explain, and is "
     "counted in both. Without --uni and --gem, it enters at the only UNI with a bridge port. A "
-    "capture "
-    "may have the options of a pcap command after commas instead, and then makes one hook call: "
-    "FILE,kind=up_uni,port=1; the default kind is up_ani.";
+    "capture may have the options of a pcap command after commas instead, and then makes one hook "
+    "call: FILE,kind=up_uni,port=1; the default kind is up_ani.";
 
 } // namespace gponflow
