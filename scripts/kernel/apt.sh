@@ -31,21 +31,23 @@ suite_sources() {
     esac
 }
 
-# SUITE: if empty, the sources are those of the machine. Keys and proxies always are.
+# SUITE: if empty, the sources are those of the machine. Keys and proxies always are. The configuration of a
+# container keeps apt from storing the binary form of its lists, without which each query parses them all.
 apt_setup() {
     local apt_dir=$GPON_KERNEL_DIR/apt${1:+/$1}
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
-    : >"$apt_dir/status"
+    [ -f "$apt_dir/status" ] || : >"$apt_dir/status"
     apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
         -o "Dir::Cache=$apt_dir" -o "Dir::Cache::archives=$apt_dir/archives"
+        -o Dir::Cache::pkgcache=pkgcache.bin -o Dir::Cache::srcpkgcache=srcpkgcache.bin
         -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
         -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
     if [ -n "$1" ]; then
         suite_sources "$1" >"$apt_dir/sources.list"
         apt_options+=(-o "Dir::Etc::sourcelist=$apt_dir/sources.list" -o Dir::Etc::sourceparts=-)
     fi
-    # A refresh asks for each kernel, and several come from one suite.
-    if [ -z "${GPON_KERNEL_REFRESH:-}" ] || [ -z "$(find "$apt_dir/updated" -mmin -60 2>/dev/null)" ]; then
+    # Kernels, tracers and the kernel's source are fetched one after another, mostly from one suite.
+    if [ -z "$(find "$apt_dir/updated" -mmin -60 2>/dev/null)" ]; then
         apt-get "${apt_options[@]}" update
         touch "$apt_dir/updated"
     fi
