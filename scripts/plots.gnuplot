@@ -5,14 +5,15 @@ set grid ytics
 set key top left
 
 set output out."/lookup.svg"
-set title "A rule is looked up and found, 16-byte key"
-set xlabel "rules in the table"
+set title "A successful look-up, 16-byte key"
+set xlabel "entries in the table"
 set ylabel "nanoseconds"
 set yrange [0:50]
 set style data linespoints
 set logscale x 2
 set xtics (48, 256, 768)
 plot data."/lookup-rule" using 1:2 title "rule table, with its lock" lw 3, \
+     data."/lookup-outcome" using 1:2 title "outcome table, no lock" lw 3, \
      data."/lookup-rte_hash" using 1:2 title "rte\\_hash, no lock" lw 2, \
      data."/lookup-lfht" using 1:2 title "liburcu's lfht" lw 2, \
      data."/lookup-chained" using 1:2 title "chains, bytewise CRC, mutex" lw 2
@@ -31,7 +32,8 @@ plot data."/walk-up_ani-ports" using 1:($2/1000) title "upstream, all ports on o
 set output out."/hook.svg"
 set title "One upstream frame towards the ANI, a frame of each service in turn"
 plot data."/hook-first" using 1:($2/1000) title "first frame: walk and learn" lw 3, \
-     data."/hook-quick" using 1:($2/1000) title "quick path" lw 2
+     data."/hook-quick" using 1:($2/1000) title "replay of a rule" lw 2, \
+     data."/hook-known" using 1:($2/1000) title "remembered outcome" lw 2
 
 unset logscale
 set output out."/frame.svg"

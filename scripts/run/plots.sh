@@ -37,15 +37,16 @@ for table in rule peer/rte_hash peer/lfht peer/chained; do
     series "$table/lookup_hit/16_bytes/%_rules" 48 256 768 >"$data/lookup-${table##*/}"
     series "$table/learn/16_bytes/%_rules" 256 >"$data/learn-${table##*/}"
 done
+series "outcome/find/16_bytes/%_flows" 48 256 768 >"$data/lookup-outcome"
 for kind in up_ani:ports down_ani:ports up_ani:bridges; do
     series "walk/${kind%:*}/%_${kind#*:}" 1 2 4 8 16 32 64 128 256 >"$data/walk-${kind/:/-}"
 done
-for path in quick first; do
+for path in known quick first; do
     series "hook/$path/up_ani/%_services" 1 8 64 >"$data/hook-$path"
 done
 jq -r '.added | "\"VLAN filter\" \(.vlan_filtering)",
     (.flower as $flower | ("1", "64", "256", "768") | "\"tc flower, \(.)\" \($flower[.])"),
-    "\"Open vSwitch\" \(.openvswitch)", "\"quick path\" \(.gpon_flow_quick)",
+    "\"Open vSwitch\" \(.openvswitch)", "\"known frame\" \(.gpon_flow_quick)",
     "\"first frame\" \(.gpon_flow_first)"' "$guest" >"$data/guest"
 
 step plots gnuplot -e "data='$data'" -e "out='docs/results'" scripts/plots.gnuplot
