@@ -53,8 +53,9 @@ void add_set_trace(operator_group& set)
         "\nExamples:\n  gponflow set trace src_mac=02:00:00:00:01:01 outer_vlan=100p5\n"
         "  gponflow set trace off\n\n"
         "A frame must match all given fields. The new filter replaces the previous one. VLAN is "
-        "VLAN id and priority (100p5), or the whole TCI as a number: 100 is VLAN 100 with "
-        "priority 0.\ngponflow trace sets a filter, prints the matching frames and clears "
+        "a VLAN id, which selects priority 0 only, a VLAN id with a priority (100p5), or the whole "
+        "TCI in hexadecimal (0xa064).\ngponflow trace sets a filter, prints the matching frames "
+        "and clears "
         "the filter.");
 }
 

@@ -21,9 +21,9 @@ struct trace_filter {
     [[nodiscard]] bool empty() const { return !destination && !source && !outer && !inner; }
 };
 
-/// Reads "dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN" in any order. A VLAN is a whole
-/// TCI as a number, or VID and priority as in 100p5. Throws std::runtime_error with reason and
-/// place.
+/// Reads "dst_mac=MAC src_mac=MAC outer_vlan=VLAN inner_vlan=VLAN" in any order. A VLAN is a
+/// VID (priority 0), a VID with a priority as in 100p5, or the whole TCI in hexadecimal. Throws
+/// std::runtime_error with reason and place.
 [[nodiscard]] trace_filter read_trace_filter(const std::string& text);
 
 /// The names of the fields.
