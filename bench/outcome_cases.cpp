@@ -32,7 +32,7 @@ public:
     {
         for (const outcome_key& key : packed_keys(flows, length)) {
             known_outcome found = {};
-            remember_outcome(key, current_generation(), 1);
+            remember_outcome(key, current_generation(), 1, {});
             if (find_outcome(key, current_generation(), &found))
                 known_.push_back(key);
         }

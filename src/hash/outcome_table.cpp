@@ -22,7 +22,8 @@ void fill(gpon::outcome& place, const gpon::outcome_key& key, u64 generation, u1
     gpon::store_release(place.generation, generation);
 }
 
-// Without the lock, which frames of a flow without a place would take for nothing.
+// Reads without the lock: frames of flows without a place come here each time, and must not contend
+// for it. A place that is missed only delays the fill.
 bool has_place(const gpon::outcome_set& set, u64 generation)
 {
     for (const gpon::outcome& place : set.place)

@@ -39,12 +39,13 @@
  *
  * Statements 1 and 2 hold as long as the generation does.
  *
- * Read. A packet reads the generation at its start. A place with the same number contains the
- * result of a replay at the moment of that read. Packets write nothing that CPUs share: the mark of
- * the rule is already set (1), so aging, dumps and the contents of the rule table are the same as
- * if every frame replayed. A packet only counts its use of the place, in the record of its CPU
- * (rule_use.h). A number is never used twice and an odd one is never stored, so a place never
- * becomes valid again.
+ * Read. A packet reads the generation at its start. A place with the same number has the result
+ * that a replay would have had at the moment of that read, whatever has changed since: a packet
+ * that is in progress during a change counts as one before it. Packets write nothing that CPUs
+ * share: the mark of the rule is already set (1), so aging, dumps and the contents of the rule
+ * table are the same as if every frame replayed. A packet only counts its use of the place, in the
+ * record of its CPU (rule_use.h). A number is never used twice and an odd one is never stored, so a
+ * place never becomes valid again.
  *
  * Order. A replay and a walk read the store without a lock. They end with a barrier
  * (order_loads), so these loads are done before the generation is read again: by the fill, and by
@@ -142,9 +143,10 @@ struct known_outcome {
 }
 
 /* Remembers the outcome of a replay that began in this generation, if that still holds and the set
- * has a place. rule_key is the key of the replayed rule. Packet path. */
+ * has a place. rule_key is the key of the replayed rule, which counts the uses of the place;
+ * without a rule of that key nobody counts them. Packet path. */
 void remember_outcome(const outcome_key& key, u64 generation, u16 gemport_id,
-                      std::span<const u8> rule_key = {}) GPON_EXCLUDES(gpon_hash_lock);
+                      std::span<const u8> rule_key) GPON_EXCLUDES(gpon_hash_lock);
 
 } // namespace gpon
 

@@ -260,7 +260,8 @@ i32 gpon::classify(sk_buff* skb, u16 fwd_flag, u64 generation, const outcome_key
     gpon::count(GPON_COUNT_walks);
     gpon::trace_walk_start(skb, fwd_flag);
     const i32 walked = walk(skb, fwd_flag, &result, log);
-    // The walk read the store, like a replay (remember_replay). A failed one takes no lock.
+    // The walk read the store, like a replay (remember_replay). A failed walk takes no lock that
+    // would order its loads.
     order_loads();
     end_walk(skb, fwd_flag, walked == 0 ? GPON_END_PASSED : failure_of(result), result.gemport_id);
     if (walked != 0)

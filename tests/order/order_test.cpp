@@ -67,7 +67,7 @@ u16 send(flow which, path of_frame = path::replay)
 void remember(flow which)
 {
     gpon::remember_outcome(key_with(addresses_of(which)), gpon::current_generation(),
-                           static_cast<u16>(which * PORTS_OF_A_FLOW));
+                           static_cast<u16>(which * PORTS_OF_A_FLOW), {});
 }
 
 void begin()

@@ -55,7 +55,7 @@ TEST(outcome_table, a_reader_never_gets_a_place_that_is_being_written)
                 gpon::begin_generation();
             }
             const u64 generation = gpon::current_generation();
-            gpon::remember_outcome(KEY, generation, port_of(generation));
+            gpon::remember_outcome(KEY, generation, port_of(generation), {});
         }
     done = true;
     reader.join();

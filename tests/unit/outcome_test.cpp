@@ -592,7 +592,7 @@ TEST_F(outcome, a_walk_is_learnt_only_while_the_store_keeps_its_number)
         EXPECT_EQ(gpon_hash_table_record.total_num, 0u) << "a change is under way";
         const gpon::outcome_key packed = {1, 2, 3};
         gpon::known_outcome known = {};
-        gpon::remember_outcome(packed, during, 5);
+        gpon::remember_outcome(packed, during, 5, {});
         EXPECT_FALSE(gpon::find_outcome(packed, during, &known)) << "nor is an outcome remembered";
         gpon_hash_clean_all_safe();
         EXPECT_FALSE(gpon::is_at_rest(gpon::current_generation()));
