@@ -239,7 +239,10 @@ refused() {
 
 # try NAME FILE FROM TO CHECK EQUIVALENT: 0 when the edit was noticed, or is known to change nothing.
 try() {
-    local edited=$here/${2##*/} who='' status=0
+    local edited=$here/edited/${2##*/} who='' status=0
+    # A source finds headers beside it first: those of another edit would take part in this one.
+    rm -rf "$here/edited"
+    mkdir -p "$here/edited"
     replace_once "$2" "$3" "$4" >"$edited" || return 1
     if [ "$5" = guest ] && ! choose_guest_tests "$2"; then
         printf '%-42s NOT JUDGED: its tests fail without it\n' "$1"
