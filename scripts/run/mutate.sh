@@ -172,14 +172,6 @@ noticed_by_threads() {
     who=$(try_program tsan thread_tests "$object" '*') && echo "$who under ThreadSanitizer"
 }
 
-# The same without a sanitizer, which would order the accesses.
-noticed_by_frames() {
-    local object
-    object=$(object_of "${compiled:-$1}")
-    compile "$preset" "$1" "$2" "$object" || return
-    try_program "$preset" thread_tests "$object" '*'
-}
-
 # On CPUs that see the writes of others late and in another order.
 noticed_by_order() {
     local source=${compiled:-$1}
@@ -337,11 +329,6 @@ prepare_unit() {
         "$(preset_dir "$preset")/$(program "$preset" gponflow)" "${scenarios[@]}"
 }
 
-prepare_frames() {
-    step "$preset" build_preset "$preset" thread_tests
-    measure thread_tests "$(preset_dir "$preset")/$(program "$preset" thread_tests)" --gtest_brief=1
-}
-
 prepare_order() {
     step "$preset" build_preset "$preset" order_tests
     measure order_tests "$(preset_dir "$preset")/$(program "$preset" order_tests)" --gtest_brief=1
@@ -388,7 +375,7 @@ if [ ${#names[@]} = 0 ]; then
     echo "run mutate: there is no such edit in ${edits[*]}" >&2
     exit 2
 fi
-for check in unit threads frames order glue analysis guest; do
+for check in unit threads order glue analysis guest; do
     if [[ " ${checks[*]} " == *" $check "* ]]; then
         "prepare_$check"
     fi
