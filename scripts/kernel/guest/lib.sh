@@ -223,6 +223,57 @@ calls() {
         { cat /tmp/printed; fail "no hook calls"; }
 }
 
+# Whether the kernel can restrict a multicast group, which the events need. All kernels since 5.12 can.
+has_events() {
+    ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group" || return 0
+    left_out "events, this kernel cannot restrict a multicast group"
+    return 1
+}
+
+# The number of the last event.
+last_event() {
+    netlink_reader state | sed 's/.*event=//'
+}
+
+# Lets a listener write all events to /tmp/events.
+follow_events() {
+    netlink_reader events >/tmp/events &
+    listener=$!
+    until grep -q listening /tmp/events; do
+        kill -0 $listener || fail "no listener: $(cat /tmp/events)"
+        sleep 0.2
+    done
+    events_seen=1
+    event_before=$(last_event)
+}
+
+# Writes the events since the last call to /tmp/new, without their numbers and idle times, when the
+# listener has all of them. No number is missing.
+take_events() {
+    wanted_event=$(last_event)
+    tries=0
+    until [ "$(sed -n 's/.* event=//p' /tmp/events | tail -n 1)" = "$wanted_event" ] ||
+        [ "$wanted_event" = "$event_before" ]; do
+        tries=$((tries + 1))
+        [ $tries -lt 100 ] || fail "event $wanted_event is missing: $(tail -n 5 /tmp/events)"
+        sleep 0.1
+    done
+    tail -n +$((events_seen + 1)) /tmp/events >/tmp/taken
+    events_seen=$((events_seen + $(wc -l </tmp/taken)))
+    expect "numbers of the events" "$(seq -s " " $((event_before + 1)) "$wanted_event")" \
+        "$(sed 's/.* event=//' /tmp/taken | tr '\n' ' ' | sed 's/ $//')"
+    event_before=$wanted_event
+    sed 's/ idle=[0-9]*//; s/ event=[0-9]*$//' /tmp/taken >/tmp/new
+}
+
+# WHAT LINE...: these events, and no other, since the last call.
+expect_events() {
+    what=$1
+    shift
+    take_events
+    expect "events of $what" "$(printf '%s\n' "$@")" "$(cat /tmp/new)"
+}
+
 # FIRST LAST: a first frame of each of these flows.
 first_frames() {
     awk -v first="$1" -v last="$2" 'BEGIN {

@@ -59,9 +59,9 @@ static void begin_quiet(void)
 static void end_quiet(struct timer_list *timer)
 {
 	spin_lock_bh(&event_lock);
-	WRITE_ONCE(quiet, false);
-	if (missed)
+	if (quiet && missed)
 		report_loss();
+	WRITE_ONCE(quiet, false);
 	spin_unlock_bh(&event_lock);
 }
 
@@ -72,13 +72,15 @@ void gpon_glue_open_events(void)
 
 /*
  * Frames and commands are still handled. None sends an event or begins a quiet time afterwards,
- * because send_numbered() tests the switch with bottom halves disabled.
+ * because send_numbered() tests the switch with bottom halves disabled. Listeners that missed an event
+ * in a quiet time read ENOBUFS now, while the family has its group.
  */
 void gpon_glue_close_events(void)
 {
 	WRITE_ONCE(open_to_listeners, false);
 	synchronize_rcu();
 	gpon_timer_delete_sync(&quiet_timer);
+	end_quiet(&quiet_timer);
 }
 
 u32 gpon_glue_last_event(void)
