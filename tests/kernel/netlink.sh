@@ -2,7 +2,8 @@
 # shellcheck shell=dash
 #
 # The netlink family: traffic of known composition gives exactly these counters, rules and events;
-# readers that stop, refused requests, unload with a listener.
+# a flood from two processors, dumps of entities that change, readers that stop, refused requests, unload
+# with a listener.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
@@ -62,13 +63,6 @@ wait_for() {
     done 2>/dev/null
 }
 
-# Whether the kernel can restrict a multicast group. All kernels since 5.12 can.
-has_events() {
-    ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group" || return 0
-    left_out "events, this kernel cannot restrict a multicast group"
-    return 1
-}
-
 # Differences of counters between two files, summed.
 grown_by() {
     echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
@@ -76,13 +70,8 @@ grown_by() {
         END { print sum + 0 }' - /tmp/before /tmp/after
 }
 
-last_event() {
-    netlink_reader state | sed 's/.*event=//'
-}
-
 # A listener of another network namespace gets nothing. Events are numbered, though nobody gets them.
 foreign_listener() {
-    first_frames 1 900 >/tmp/flood.scn
     mkfifo /tmp/foreign
     netlink_reader foreign </tmp/foreign >/tmp/elsewhere &
     foreign=$!
@@ -169,33 +158,75 @@ end_stopped_listener() {
         "$(last_event)"
 }
 
-flood_with_three_readers() {
+# Reads one kind of records again and again until the flood has ended.
+read_until_flooded() {
+    while [ ! -e /tmp/flooded ]; do
+        netlink_reader "$1" >>"/tmp/seen.$1" || echo "$1" >/tmp/seen.failed
+    done
+}
+
+# FRAMES FLOWS: parallel_flood on both processors, under readers of the rules and of the counters.
+flood_under_readers() {
+    rm -f /tmp/flooded /tmp/seen.*
     counters_to /tmp/before
-    [ "$listener" = 0 ] || begin_stopped_listener
     readers=
-    for reader in 1 2; do
-        while [ ! -e /tmp/flooded ]; do
-            netlink_reader rules >/tmp/seen.$reader || echo failed >/tmp/seen.failed
-        done &
+    for reader in rules counters; do
+        read_until_flooded $reader &
         readers="$readers $!"
     done
-    # As many flows as the largest table has buckets.
-    first_frames 1 900 >/tmp/flood.scn
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    parallel_flood "$@" >/tmp/sent || fail "no flood: $(cat /tmp/sent)"
     : >/tmp/flooded
     for reader in $readers; do wait "$reader"; done
-    [ ! -e /tmp/seen.failed ] || fail "a reader failed"
+    [ ! -e /tmp/seen.failed ] || fail "a reader of $(cat /tmp/seen.failed) failed"
     counters_to /tmp/after
-    expect "changed counters of calls" "calls_down_uni=900" \
+    for processor in 0 1; do
+        grep -qx "processor $processor: $(($1 + $2)) frames" /tmp/sent ||
+            fail "not a flood of two processors: $(cat /tmp/sent)"
+    done
+    counters_never_decrease
+    sent=$((($1 + $2) * 2))
+    expect "changed counters of calls" "calls_down_uni=$sent" \
         "$(changes /tmp/before /tmp/after | tr ' ' '\n' | grep ^calls)"
-    expect "passed frames" 900 "$(grown_by frames_passed)"
+    expect "passed frames" $sent "$(grown_by frames_passed)"
+}
+
+counters_never_decrease() {
+    reads=$(grep -c "^walks " /tmp/seen.counters)
+    [ "$reads" -gt 1 ] || fail "the counters were read $reads times"
+    awk '$2 < last[$1] { print $1, "was", last[$1] ", is", $2 ; exit 1 } { last[$1] = $2 }' \
+        /tmp/seen.counters >/tmp/decreased || fail "a counter decreases: $(cat /tmp/decreased)"
+}
+
+# Both processors count the uses of one rule. Its first two frames walk and replay.
+known_flow_with_three_readers() {
+    calls 2 "hook kind=down_uni port=1 frame=02000000000102000000000008004500000000000000000000000000000000000000"
+    flood_under_readers 1500 0
+    expect "frames of a known flow" 3000 "$(grown_by remembered_down_uni replays)"
+    expect "walks of a known flow" 0 "$(grown_by walks)"
+    expect "uses of its rule" 3001 \
+        "$(netlink_reader rules | sed -n '/src=02:00:00:00:00:00 /s/.* hits=\([0-9]*\) .*/\1/p')"
+}
+
+# The third reader is a listener: its events are in order, and it knows if one is missing.
+events_are_in_order() {
+    awk '/^lost/ { lost = 1 }
+         sub(/.* event=/, "") { if ($1 <= last) wrong = 1 ; gap = gap || (last && $1 != last + 1) ; last = $1 }
+         END { exit wrong || (gap && !lost) }' /tmp/events || fail "events are missing: $(cat /tmp/events)"
+}
+
+# A second listener is stopped.
+flood_with_three_readers() {
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    [ "$listener" = 0 ] || begin_stopped_listener
+    # As many flows as the largest table has buckets.
+    flood_under_readers 0 450
     expect "walks" 900 "$(grown_by walks)"
     expect "walks that passed" 900 "$(grown_by walks_done)"
     expect "learnt and not kept" 900 "$(grown_by rules_learnt rules_bucket_taken)"
     expect "rules in the table" \
         $(($(grown_by rules_learnt) - $(grown_by rules_aged rules_lost_by_growth))) \
         "$(netlink_reader rules | grep -c '^rule ')"
-    [ "$listener" = 0 ] || end_stopped_listener
+    [ "$listener" = 0 ] || { end_stopped_listener; events_are_in_order; }
 }
 
 # Each dump is closed after every number of its buffers.
@@ -261,11 +292,14 @@ gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail
 known_traffic
 known_store
 listener=0
+first_frames 1 900 >/tmp/flood.scn
 if has_events; then
     foreign_listener
     known_events
 fi
+known_flow_with_three_readers
 flood_with_three_readers
+instance_dumps || fail "dumps of instances that change"
 cut_dumps
 flush_in_a_dump
 known_tags

@@ -2,7 +2,8 @@
 # shellcheck shell=dash
 #
 # Counters of lost races and of missing memory, which known traffic does not reach: a walk whose steps are
-# learnt late, and a function of the kernel that fails once. The sums of the counters hold.
+# learnt late, and a function of the kernel that fails once. The sums of the counters hold. The events of a
+# replaced and of a lost rule occur.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
@@ -62,6 +63,50 @@ fill_to_the_threshold() {
     done
 }
 
+# Frames whose DSCP selects the GEM port.
+provision_mapper() {
+    gponflow run --backend=device - >/tmp/printed <<-END || fail "no mapper: $(cat /tmp/printed)"
+	clean
+	me create MAC_BRIDGE_SERVICE_PROFILE 1
+	me create GEM_PORT_CTP 1 portID=1025 direction=3
+	me create GEM_PORT_CTP 2 portID=1026 direction=3
+	me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1
+	me create GEM_INTERWORK_TP 0x12 gemCTPInstID=2
+	me create 802_1P_MAPPER 1 tpPointer=0xffff pbit_GemIWTP=0x11,0x12,0x12,0x12,0x12,0x12,0x12,0x12 unmark_frame_opt=0 dscp2pbitMap=000800000000000000000000000000000000000000000000
+	me create MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 tpType=3 tpPointer=1
+	hook kind=switch param=1
+	END
+}
+
+# The second walk replaces the steps of the first one. Either processor may be late.
+replaced_rule() {
+    provision_mapper
+    [ "$listener" = 0 ] || take_events
+    by_a_race rules_relearnt
+    flow="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=1 used=1 hits=0"
+    before="step=0x2d/0x1 step=0x2f/0x1001 step=0x82/0x1"
+    replaced="step=0x10a/0x11 step=0x10c/0x1"
+    second="step=0x10a/0x12 step=0x10c/0x2"
+    if netlink_reader rules | grep -q " $replaced\$"; then
+        second=$replaced
+        replaced="step=0x10a/0x12 step=0x10c/0x2"
+    fi
+    [ "$listener" = 0 ] || expect_events "a replaced rule" \
+        "learnt $flow $before $replaced" "relearnt $flow $before $second"
+    netlink_reader rules | grep -q " $second\$" || fail "not the steps of the second walk"
+}
+
+# The event has the rule that the larger table does not have.
+lost_rule() {
+    take_events
+    expect "events of a growth without memory for a rule" "gone grown learnt" \
+        "$(sed 's/ .*//' /tmp/new | sort | tr '\n' ' ' | sed 's/ $//')"
+    grep -qx "grown buckets=128" /tmp/new || fail "not the buckets: $(cat /tmp/new)"
+    tag=$(sed -n 's/^gone dst=ff:ff:ff:ff:ff:ff src=02:00:00:00:00:01 direction=8 used=. hits=0 .*\(tag=0x8100[^ ]*\) end=4$/\1/p' /tmp/new)
+    [ -n "$tag" ] || fail "no lost rule: $(cat /tmp/new)"
+    ! netlink_reader rules | grep -E "$tag( |\$)" || fail "the lost rule is in the table"
+}
+
 sums_hold() {
     expect "sum of the results of walks" "$(value_of walks_done)" \
         $(($(value_of rules_learnt) + $(value_of rules_relearnt) + $(value_of rules_bucket_taken) + $(value_of rules_outdated) + $(value_of rules_no_memory) + $(value_of rules_unchanged)))
@@ -73,6 +118,8 @@ load_both
 gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
 by_a_race rules_outdated
 by_a_race rules_unchanged
+listener=0
+if has_events; then follow_events; fi
 allocator=$(allocator)
 [ -n "$allocator" ] || fail "no function gives memory"
 failures=$(value_of allocation_failures)
@@ -80,10 +127,13 @@ first_request_of_a_rule
 fill_to_the_threshold
 frame_without_memory $first 1100
 expect table_growths_failed 1 "$(value_of table_growths_failed)"
+[ "$listener" = 0 ] || take_events
 expect "rules after a growth without memory" 48 "$(netlink_reader state | sed 's/.* rules=\([0-9]*\) .*/\1/')"
 frame_without_memory $((first + 1)) 1101
 expect "growths after a failed one" 1 "$(value_of table_growths)"
 expect rules_lost_by_growth 1 "$(value_of rules_lost_by_growth)"
+[ "$listener" = 0 ] || lost_rule
 expect allocation_failures $((failures + 3)) "$(value_of allocation_failures)"
+replaced_rule
 sums_hold
 unload_both

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
- * late_learning outdated|unchanged: a frame walks on one processor while the other one creates an entity,
- * or sends a frame of the same flow. The module gpon_delay makes the learning of a walk late enough
+ * late_learning outdated|unchanged|relearnt: a frame walks on one processor while the other one creates an
+ * entity, or sends a frame of the same flow. With "relearnt" the second frame has another DSCP, which
+ * needs a mapper that reads it. The module gpon_delay makes the learning of a walk late enough
  * for that. Needs a provisioned module with no rule of the flow.
  */
 #define _GNU_SOURCE
@@ -11,21 +12,10 @@
 #include <time.h>
 
 #include "graph.h"
+#include "processor.h"
 
 /* Within the delay, after the walk. Not asleep: a timer of the other processor would come late. */
 enum { WALK_MS = 300 };
-
-static void stay_on(int processor)
-{
-	cpu_set_t set;
-
-	CPU_ZERO(&set);
-	CPU_SET(processor, &set);
-	if (sched_setaffinity(0, sizeof(set), &set)) {
-		perror("sched_setaffinity");
-		exit(2);
-	}
-}
 
 static long now_ms(void)
 {
@@ -35,38 +25,83 @@ static long now_ms(void)
 	return time.tv_sec * 1000 + time.tv_nsec / 1000000;
 }
 
-static int send_frame(void)
+/* The type field of a frame with a DSCP is compared as the CPU loads it, so its bytes are swapped. */
+static int send_frame(unsigned int kind, unsigned int dscp)
 {
-	struct softonu_hook_call call;
+	unsigned char frame[34] = { 2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0x77, 1, 0x00, 0x08, 0x45 };
+	struct softonu_hook_call call = { .options = SOFTONU_CALL_PACKET, .api_type = kind };
 	const int softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 
-	return send_packet(softonu, DOWN_UNI, 1, 2, 0, &call) || call.api_result;
+	frame[15] = (unsigned char)(dscp << 2);
+	call.frame = (uint64_t)(uintptr_t)frame;
+	call.frame_bytes = sizeof(frame);
+	call.port_word = 1 << 4;
+	return ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call) || call.api_result;
+}
+
+/* What the other processor does while the first frame waits for its learning. */
+static int create_entity(void)
+{
+	return send_me(open_or_exit("/dev/gpon_flow", O_RDWR), ZR_OMCI_MSG_TYPE_CREAT, &graph[6]);
+}
+
+static int send_same_frame(void)
+{
+	return send_frame(DOWN_UNI, 0);
+}
+
+static int send_other_dscp(void)
+{
+	return send_frame(UP_ANI, 4);
+}
+
+static const struct late_case {
+	const char *name;
+	unsigned int kind; /* of the first frame */
+	int (*meanwhile)(void);
+} cases[] = {
+	{ "outdated", DOWN_UNI, create_entity },
+	{ "unchanged", DOWN_UNI, send_same_frame },
+	{ "relearnt", UP_ANI, send_other_dscp },
+};
+
+static const struct late_case *case_of(const char *name)
+{
+	for (size_t i = 0; i < sizeof(cases) / sizeof(*cases); i++)
+		if (!strcmp(cases[i].name, name))
+			return &cases[i];
+	exit(2);
+}
+
+static void wait_for_the_walk(const int *begun)
+{
+	long end;
+
+	while (!__atomic_load_n(begun, __ATOMIC_ACQUIRE))
+		continue;
+	for (end = now_ms() + WALK_MS; now_ms() < end;)
+		continue;
 }
 
 int main(int count, char **words)
 {
-	const int again = count == 2 && !strcmp(words[1], "unchanged");
+	const struct late_case *wanted = case_of(count == 2 ? words[1] : "");
 	int *begun = mmap(NULL, sizeof(*begun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
 	pid_t first;
 	int status;
 	int result;
-	long end;
 
-	if (count != 2 || (!again && strcmp(words[1], "outdated")) || begun == MAP_FAILED)
+	if (begun == MAP_FAILED)
 		return 2;
 	first = fork();
 	if (first == 0) {
 		stay_on(0);
 		__atomic_store_n(begun, 1, __ATOMIC_RELEASE);
-		_exit(send_frame());
+		_exit(send_frame(wanted->kind, 0));
 	}
 	stay_on(1);
-	while (!__atomic_load_n(begun, __ATOMIC_ACQUIRE))
-		continue;
-	for (end = now_ms() + WALK_MS; now_ms() < end;)
-		continue;
-	result = again ? send_frame() : send_me(device, ZR_OMCI_MSG_TYPE_CREAT, &graph[6]);
+	wait_for_the_walk(begun);
+	result = wanted->meanwhile();
 	if (waitpid(first, &status, 0) != first || status || result) {
 		printf("the first frame: %#x, the second call: %d, errno %d\n", status, result, errno);
 		return 1;

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-2.0-only
+/*
+ * instance_dumps: dumps all instances again and again while another process creates, sets, links and
+ * deletes some of them, until each case has occurred. Each record must be one that existed: the four numbers of a traffic descriptor
+ * are equal, and a GEM port has no link or that of its interworking TP. A dump without a mark must be
+ * a set that existed: the descriptors 1 to n are created and deleted in order, so it has no gap. Prints
+ * the dumps, the marked ones, and the records.
+ */
+#define _GNU_SOURCE
+#include <sched.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <time.h>
+
+#include "graph.h"
+#include "netlink_client.h"
+#include "processor.h"
+
+/* Dumps of each kind, and seconds for all of them. */
+enum { ENOUGH = 10, PATIENCE = 120 };
+
+enum { CTP = 268, TP = 266, DESCRIPTOR = 280, FIRST = 0x300, COUNT = 24 };
+
+/* A socket that reads little at a time gets little at a time, so the store changes between. */
+enum { BUFFER = 4096 };
+
+static unsigned long dumps, marked, records, linked, values[2];
+static unsigned long *rounds; /* in shared memory */
+
+static int send_descriptor(int device, uint8_t message, unsigned int number, uint32_t value)
+{
+	const struct gpon_raw_td raw = { .instID = (uint16_t)(FIRST + number), .cir = value,
+					 .pir = value, .cbs = value, .pbs = value };
+	const struct entity entity = ENTITY(DESCRIPTOR, raw);
+
+	return send_me(device, message, &entity);
+}
+
+/* A GEM port, and the interworking TP that refers to it. */
+static int send_port(int device, uint8_t message, unsigned int number)
+{
+	const struct gpon_raw_gemctp ctp = { .instID = (uint16_t)(FIRST + number),
+					     .portID = (uint16_t)(FIRST + number), .direction = 3 };
+	const struct gpon_raw_gemiw tp = { .instID = (uint16_t)(FIRST + number),
+					   .gemCTPInstID = (uint16_t)(FIRST + number) };
+	const struct entity ends[] = { ENTITY(CTP, ctp), ENTITY(TP, tp) };
+	const int last_first = message == ZR_OMCI_MSG_TYPE_DELETE;
+
+	return send_me(device, message, &ends[last_first]) || send_me(device, message, &ends[!last_first]);
+}
+
+static int change_all(int device, unsigned long round)
+{
+	int failed = 0;
+
+	for (unsigned int i = 1; i <= COUNT; i++)
+		failed |= send_descriptor(device, ZR_OMCI_MSG_TYPE_CREAT, i, i) ||
+			  send_port(device, ZR_OMCI_MSG_TYPE_CREAT, i);
+	for (unsigned int i = 1; i <= COUNT; i++)
+		failed |= send_descriptor(device, ZR_OMCI_MSG_TYPE_SET, i, 0x80000000u + (uint32_t)round);
+	/* For dumps without a change. */
+	usleep(20000);
+	for (unsigned int i = COUNT; i; i--)
+		failed |= send_port(device, ZR_OMCI_MSG_TYPE_DELETE, i) ||
+			  send_descriptor(device, ZR_OMCI_MSG_TYPE_DELETE, i, 0);
+	return failed;
+}
+
+static void change_until_killed(void)
+{
+	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
+
+	stay_on(1);
+	while (!change_all(device, *rounds))
+		__atomic_fetch_add(rounds, 1, __ATOMIC_RELAXED);
+	_exit(1);
+}
+
+static void check_descriptor(unsigned int number, const struct gpon_raw_td *raw)
+{
+	if (raw->instID != FIRST + number || raw->pir != raw->cir || raw->cbs != raw->cir ||
+	    raw->pbs != raw->cir)
+		fail("descriptor %#x: %#x %u %u %u %u", FIRST + number, raw->instID, raw->cir,
+		     raw->pir, raw->cbs, raw->pbs);
+	if (raw->cir != number && raw->cir < 0x80000000u)
+		fail("descriptor %#x has the value of another one: %u", FIRST + number, raw->cir);
+	values[raw->cir >= 0x80000000u]++;
+}
+
+/* The ids of the class in the record of an instance; null if it has no row of the class. */
+static const struct nlattr *links_of(const struct nlmsghdr *head, unsigned int class_id)
+{
+	for_each_attribute(at, (const void *)((char *)NLMSG_DATA(head) + GENL_HDRLEN),
+			   head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN) {
+		bool wanted = false;
+
+		if (type_of(at) != GPON_FLOW_NL_INSTANCE_LINKS)
+			continue;
+		for_each_in(part, at) {
+			if (type_of(part) == GPON_FLOW_NL_LINKS_CLASS)
+				wanted = number_of(part) == class_id;
+			else if (wanted && type_of(part) == GPON_FLOW_NL_LINKS_IDS)
+				return part;
+		}
+	}
+	return NULL;
+}
+
+static void check_port(unsigned int number, const struct nlmsghdr *head)
+{
+	const struct nlattr *ids = links_of(head, TP);
+	const unsigned int bytes = ids ? ids->nla_len - NLA_HDRLEN : 0;
+
+	if (!ids || bytes > 2 || (bytes && number_of(ids) != FIRST + number))
+		fail("GEM port %#x has %u bytes of links, the first %#llx", FIRST + number, bytes,
+		     ids ? (unsigned long long)number_of(ids) : 0);
+	linked += bytes != 0;
+}
+
+static const void *raw_of(const struct nlmsghdr *head, unsigned int bytes)
+{
+	for_each_attribute(at, (const void *)((char *)NLMSG_DATA(head) + GENL_HDRLEN),
+			   head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN) {
+		if (type_of(at) == GPON_FLOW_NL_INSTANCE_RAW && at->nla_len == NLA_HDRLEN + bytes)
+			return data_of(at);
+	}
+	fail("no record of %u bytes", bytes);
+}
+
+/* Counts in times how often each descriptor occurs. */
+static void check_record(const struct nlmsghdr *head, unsigned int *times)
+{
+	const unsigned int class_id = value_in(head, GPON_FLOW_NL_INSTANCE_CLASS);
+	const unsigned int number = value_in(head, GPON_FLOW_NL_INSTANCE_ID) - FIRST;
+
+	records++;
+	if (number < 1 || number > COUNT)
+		return;
+	if (class_id == CTP)
+		check_port(number, head);
+	if (class_id == DESCRIPTOR) {
+		check_descriptor(number, raw_of(head, sizeof(struct gpon_raw_td)));
+		times[number]++;
+	}
+}
+
+static void check_whole(const unsigned int *times)
+{
+	unsigned int last = COUNT;
+
+	while (last && !times[last])
+		last--;
+	for (unsigned int i = 1; i <= last; i++)
+		if (times[i] != 1)
+			fail("a dump without a mark has descriptor %#x %u times, and %#x", FIRST + i,
+			     times[i], FIRST + last);
+}
+
+/* The messages of one buffer; false after the last one of the dump. */
+static bool check_buffer(int bytes, unsigned int *times, bool *changed)
+{
+	for (struct nlmsghdr *head = (void *)answer; NLMSG_OK(head, bytes);
+	     head = NLMSG_NEXT(head, bytes)) {
+		*changed = *changed || (head->nlmsg_flags & NLM_F_DUMP_INTR);
+		if (head->nlmsg_type == NLMSG_DONE)
+			return false;
+		if (head->nlmsg_type == NLMSG_ERROR)
+			fail("error %d", ((struct nlmsgerr *)NLMSG_DATA(head))->error);
+		check_record(head, times);
+	}
+	return true;
+}
+
+static void check_dump(void)
+{
+	struct request ask = make_request(family_id, GPON_FLOW_NL_CMD_GET_INSTANCES, NLM_F_DUMP);
+	unsigned int times[COUNT + 1] = { 0 };
+	bool changed = false;
+	ssize_t got;
+
+	send_bytes(netlink, &ask, ask.head.nlmsg_len);
+	do {
+		got = recv(netlink, answer, BUFFER, 0);
+		if (got <= 0)
+			fail("no end of a dump: %s", strerror(errno));
+	} while (check_buffer(got, times, &changed));
+	dumps++;
+	marked += changed;
+	if (!changed)
+		check_whole(times);
+}
+
+static bool saw_each_case(void)
+{
+	return marked >= ENOUGH && dumps - marked >= ENOUGH && linked && values[0] && values[1];
+}
+
+int main(void)
+{
+	const time_t end = time(NULL) + PATIENCE;
+	int status = 0;
+	pid_t changer;
+
+	netlink = open_netlink();
+	find_family();
+	stay_on(0);
+	rounds = mmap(NULL, sizeof(*rounds), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+	if (rounds == MAP_FAILED)
+		return 2;
+	changer = fork();
+	if (changer == 0)
+		change_until_killed();
+	while (!saw_each_case() && time(NULL) < end && waitpid(changer, &status, WNOHANG) == 0)
+		check_dump();
+	kill(changer, SIGKILL);
+	if (status)
+		fail("a command fails after %lu rounds", *rounds);
+	printf("@@ %lu dumps of instances, %lu of them marked, %lu records, %lu rounds of changes\n", dumps,
+	       marked, records, *rounds);
+	if (!saw_each_case())
+		fail("not every case: %lu GEM ports with a link, %lu and %lu descriptors of both values",
+		     linked, values[0], values[1]);
+	return 0;
+}
