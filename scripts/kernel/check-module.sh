@@ -3,8 +3,9 @@
 #
 # usage: check-module.sh ARCH GPON_FLOW.KO [KERNEL-BUILD-FOLDER]
 #
-# Checks the module: its size, the stack depth of a packet, the symbols that other code sees, the
-# function names in stack traces, and the absence of static constructors, which a kernel does not run.
+# Checks the module: its size, the stack depth of a packet, the instructions that count a frame, the symbols
+# that other code sees, the function names in stack traces, and the absence of static constructors, which a
+# kernel does not run.
 set -euo pipefail
 # shellcheck source=scripts/complain.sh
 . "$(dirname "$0")/../complain.sh"
@@ -19,6 +20,9 @@ kernel=${3:-$(kernel_headers "$arch")}
 prefix=$(cross_prefix "$arch")
 text_limit=73728
 stack_limit=4096
+# Four for each of what a use of a remembered outcome counts: the call, the passed frame, the outcome, the
+# use of the rule, and its time.
+count_limit=20
 
 # Operators trace these functions and find them in stack traces, so they must not be inlined.
 named_functions=(gpon_flow_api_dispatch gpon_pkt_general_flow_func gpon_flow_ioctl
@@ -33,6 +37,10 @@ has_sanitizer() {
 # Checks of array indices and shifts, which Debian's development suite has in its kernels.
 has_bounds_checks() {
     grep -q '^CONFIG_UBSAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
+}
+
+is_preemptible() {
+    grep -q '^CONFIG_PREEMPTION=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
 
 # OBJECT
@@ -95,8 +103,25 @@ check_stack() {
         sed "s/^/$arch: /" || complain "$arch: too much stack"
 }
 
+# Code without branches, except the repetition of an addition that another processor disturbs: it runs as
+# many instructions as it has. A preemptible kernel on arm64 also counts the preemption of each access.
+check_counting() {
+    local object=${module%/*}/src/platform/linux/counters.o number
+    number=$("${prefix}objdump" -d --no-show-raw-insn --disassemble=gpon_os_count_use "$object" |
+        grep -P '^ +[0-9a-f]+:\t' | grep -vcP '\t(nop|int3|xchg +%ax,%ax)' || true)
+    echo "$arch: $number instructions count a use of a remembered outcome"
+    [ "$number" -gt 0 ] || complain "$arch: there is no gpon_os_count_use in $object"
+    if has_sanitizer || { [ "$arch" = arm64 ] && is_preemptible; }; then
+        return
+    fi
+    if [ "$number" -gt "$count_limit" ]; then
+        complain "$arch: $number instructions to count a use are more than $count_limit"
+    fi
+}
+
 check_text
 check_stack
+check_counting
 check_globals
 check_names
 check_constructors
