@@ -96,14 +96,14 @@ constexpr char UNTOUCHED = '\x7e';
 // The three texts after one call; beyond its end each is unchanged.
 struct texts {
     std::string values = std::string(600, UNTOUCHED), titles = values, extra = values;
-    i32 answer;
+    i32 result;
 
     texts(u16 class_id, const std::vector<u8>& raw, i32 length)
     {
         values[0] = titles[0] = extra[0] = '\0';
         const gpon_me_list_info& info =
             *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
-        answer =
+        result =
             info.dump_raw(info, raw.data(), values.data(), titles.data(), extra.data(), length);
     }
     static std::string of(const std::string& buffer) { return buffer.c_str(); }
@@ -114,90 +114,105 @@ struct texts {
     }
 };
 
-class field_printer : public loaded_module {};
+// One class; what it prints is in the table above.
+class field_printer : public loaded_module, public testing::WithParamInterface<u16> {
+protected:
+    u16 class_id = GetParam();
+    const printed& wanted = EVERY_CLASS.at(class_id);
+};
 
-TEST_F(field_printer, every_class_writes_its_columns_and_returns_their_length)
+TEST(field_printers, exist_for_each_mirrored_class)
 {
     EXPECT_EQ(EVERY_CLASS.size(), GPON_ME_ROWS - 1u);
-    for (const auto& [class_id, wanted] : EVERY_CLASS) {
-        SCOPED_TRACE(class_id);
-        const texts found(class_id, wanted.raw, GPON_DUMP_BUFFER);
-        EXPECT_EQ(texts::of(found.titles), wanted.titles);
-        EXPECT_EQ(texts::of(found.values), wanted.values);
-        EXPECT_EQ(texts::of(found.extra), wanted.extra);
-        EXPECT_EQ(found.answer, static_cast<i32>(wanted.titles.size()));
-        EXPECT_EQ(wanted.titles.size(), wanted.values.size());
-    }
 }
 
-TEST_F(field_printer, cuts_everything_two_characters_before_any_length)
+TEST_P(field_printer, writes_its_columns_and_returns_their_length)
+{
+    const texts found(class_id, wanted.raw, GPON_DUMP_BUFFER);
+    EXPECT_EQ(texts::of(found.titles), wanted.titles);
+    EXPECT_EQ(texts::of(found.values), wanted.values);
+    EXPECT_EQ(texts::of(found.extra), wanted.extra);
+    EXPECT_EQ(found.result, static_cast<i32>(wanted.titles.size()));
+    EXPECT_EQ(wanted.titles.size(), wanted.values.size());
+}
+
+TEST_P(field_printer, cuts_everything_two_characters_before_any_length)
 {
     const auto cut = [](const std::string& whole, i32 length) {
         return whole.substr(0, length < 2 ? 0 : static_cast<size_t>(length - 2));
     };
-    for (const auto& [class_id, wanted] : EVERY_CLASS)
-        for (i32 length = 0; length <= GPON_DUMP_BUFFER; ++length) {
-            SCOPED_TRACE(std::to_string(class_id) + ", length " + std::to_string(length));
-            const texts found(class_id, wanted.raw, length);
-            ASSERT_EQ(texts::of(found.titles), cut(wanted.titles, length));
-            ASSERT_EQ(texts::of(found.values), cut(wanted.values, length));
-            ASSERT_EQ(texts::of(found.extra), cut(wanted.extra, length));
-            ASSERT_EQ(found.answer, static_cast<i32>(cut(wanted.titles, length).size()));
-            const size_t room = static_cast<size_t>(std::max(length, 1));
-            ASSERT_LE(texts::end_of_writes(found.titles), room);
-            ASSERT_LE(texts::end_of_writes(found.values), room);
-            ASSERT_LE(texts::end_of_writes(found.extra), room);
-        }
+    for (i32 length = 0; length <= GPON_DUMP_BUFFER; ++length) {
+        SCOPED_TRACE("length " + std::to_string(length));
+        const texts found(class_id, wanted.raw, length);
+        ASSERT_EQ(texts::of(found.titles), cut(wanted.titles, length));
+        ASSERT_EQ(texts::of(found.values), cut(wanted.values, length));
+        ASSERT_EQ(texts::of(found.extra), cut(wanted.extra, length));
+        ASSERT_EQ(found.result, static_cast<i32>(cut(wanted.titles, length).size()));
+        const size_t room = static_cast<size_t>(std::max(length, 1));
+        ASSERT_LE(texts::end_of_writes(found.titles), room);
+        ASSERT_LE(texts::end_of_writes(found.values), room);
+        ASSERT_LE(texts::end_of_writes(found.extra), room);
+    }
 }
 
-TEST_F(field_printer, with_twenty_characters_writes_a_column_and_the_start_of_the_next)
+TEST_P(field_printer, writes_nothing_without_room)
 {
-    const printed& bridge_port = EVERY_CLASS.at(47);
-    const texts found(47, bridge_port.raw, 20);
+    for (i32 length : {0, -1, -512}) {
+        const texts found(class_id, wanted.raw, length);
+        EXPECT_EQ(found.result, 0);
+        EXPECT_EQ(texts::end_of_writes(found.titles), 1u);
+        EXPECT_EQ(texts::end_of_writes(found.values), 1u);
+        EXPECT_EQ(texts::end_of_writes(found.extra), 1u);
+    }
+}
+
+TEST_P(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
+{
+    const gpon_me_list_info& info = *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
+    const auto print = info.dump_raw;
+    char a[8] = "a", b[8] = "b", c[8] = "c";
+    EXPECT_EQ(print(info, nullptr, a, b, c, 8), 0);
+    EXPECT_EQ(print(info, wanted.raw.data(), nullptr, b, c, 8), 0);
+    EXPECT_EQ(print(info, wanted.raw.data(), a, nullptr, c, 8), 0);
+    EXPECT_EQ(print(info, wanted.raw.data(), a, b, nullptr, 8), 0);
+    EXPECT_STREQ(a, "a");
+    EXPECT_STREQ(b, "b");
+    EXPECT_STREQ(c, "c");
+}
+
+TEST_P(field_printer, prefixes_zero_as_well)
+{
+    const texts found(class_id, std::vector<u8>(wanted.raw.size()), GPON_DUMP_BUFFER);
+    EXPECT_EQ(texts::of(found.values).substr(0, 13), "    0x0000 | ");
+}
+
+std::vector<u16> every_class_id()
+{
+    std::vector<u16> ids;
+    for (const auto& [class_id, wanted] : EVERY_CLASS)
+        ids.push_back(class_id);
+    return ids;
+}
+
+INSTANTIATE_TEST_SUITE_P(each, field_printer, testing::ValuesIn(every_class_id()),
+                         [](const auto& class_id) {
+                             return "class_" + std::to_string(class_id.param);
+                         });
+
+class field_printer_of_one_class : public loaded_module {};
+
+TEST_F(field_printer_of_one_class, with_twenty_characters_writes_a_column_and_the_start_of_the_next)
+{
+    const texts found(47, EVERY_CLASS.at(47).raw, 20);
     EXPECT_EQ(texts::of(found.titles), "    instID |   bri");
     EXPECT_EQ(texts::of(found.values), "    0xffff |     0");
-    EXPECT_EQ(found.answer, 18);
+    EXPECT_EQ(found.result, 18);
 }
 
-TEST_F(field_printer, writes_nothing_without_room)
+TEST_F(field_printer_of_one_class, prefixes_zero_of_32_bits)
 {
-    for (const auto& [class_id, wanted] : EVERY_CLASS)
-        for (i32 length : {0, -1, -512}) {
-            const texts found(class_id, wanted.raw, length);
-            EXPECT_EQ(found.answer, 0);
-            EXPECT_EQ(texts::end_of_writes(found.titles), 1u);
-            EXPECT_EQ(texts::end_of_writes(found.values), 1u);
-            EXPECT_EQ(texts::end_of_writes(found.extra), 1u);
-        }
-}
-
-TEST_F(field_printer, returns_0_and_writes_nothing_when_a_pointer_is_null)
-{
-    for (const auto& [class_id, wanted] : EVERY_CLASS) {
-        SCOPED_TRACE(class_id);
-        const gpon_me_list_info& info =
-            *gpon::mirrored_class(gpon::to_me_class(class_id))->list_info;
-        const auto print = info.dump_raw;
-        char a[8] = "a", b[8] = "b", c[8] = "c";
-        EXPECT_EQ(print(info, nullptr, a, b, c, 8), 0);
-        EXPECT_EQ(print(info, wanted.raw.data(), nullptr, b, c, 8), 0);
-        EXPECT_EQ(print(info, wanted.raw.data(), a, nullptr, c, 8), 0);
-        EXPECT_EQ(print(info, wanted.raw.data(), a, b, nullptr, 8), 0);
-        EXPECT_STREQ(a, "a");
-        EXPECT_STREQ(b, "b");
-        EXPECT_STREQ(c, "c");
-    }
-}
-
-TEST_F(field_printer, prefixes_zero_as_well)
-{
-    for (const auto& [class_id, some] : EVERY_CLASS) {
-        SCOPED_TRACE(class_id);
-        const texts found(class_id, std::vector<u8>(some.raw.size()), GPON_DUMP_BUFFER);
-        EXPECT_EQ(texts::of(found.values).substr(0, 13), "    0x0000 | ");
-    }
-    const texts queue(277, std::vector<u8>(sizeof(gpon_raw_pq)), GPON_DUMP_BUFFER);
-    EXPECT_EQ(texts::of(queue.values), "    0x0000 |  0x00000000 |     0x0000 |          0 | ");
+    const texts found(277, std::vector<u8>(sizeof(gpon_raw_pq)), GPON_DUMP_BUFFER);
+    EXPECT_EQ(texts::of(found.values), "    0x0000 |  0x00000000 |     0x0000 |          0 | ");
 }
 
 } // namespace
