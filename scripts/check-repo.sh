@@ -15,14 +15,8 @@ list_files() {
         find . \( -name .git -o -path './build*' \) -prune -o -type f -printf '%P\0'
 }
 
-mapfile -d '' -t files < <(list_files)
-texts=()
-for file in "${files[@]}"; do
-    # grep -I treats a file with a zero byte as binary.
-    if [ -s "$file" ] && grep -qI . "$file"; then
-        texts+=("$file")
-    fi
-done
+# grep -I treats a file with a zero byte as binary.
+mapfile -d '' -t texts < <(list_files | xargs -0r grep -IlsZ .)
 if [ "${#texts[@]}" = 0 ]; then
     echo "no file in $PWD" | complain_of "nothing to check"
     exit 1
@@ -45,11 +39,14 @@ cannot_hold_a_comment() {
     return 1
 }
 
-found=$(for file in "${texts[@]}"; do
+declare -A licence_line
+while IFS=: read -r file line _; do
+    licence_line[$file]=$line
     # REUSE-IgnoreStart
-    cannot_hold_a_comment "$file" ||
-        head -n 3 "$file" | grep -q 'SPDX-License-Identifier: GPL-2.0-only' || echo "$file"
-    # REUSE-IgnoreEnd
+done < <(grep -m 1 -nHF 'SPDX-License-Identifier: GPL-2.0-only' "${texts[@]}" || true)
+# REUSE-IgnoreEnd
+found=$(for file in "${texts[@]}"; do
+    [ "${licence_line[$file]:-4}" -le 3 ] || cannot_hold_a_comment "$file" || echo "$file"
 done)
 if [ -n "$found" ]; then
     complain_of "a file without its licence in the first three lines" <<<"$found"
