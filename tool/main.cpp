@@ -4,6 +4,9 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "tool/commands/commands.h"
 #include "tool/commands/help_format.h"
@@ -26,6 +29,46 @@ Each subcommand has a --help with examples. Exit status of all of them:
   2  invalid input, or a file could not be read or written
   3  the module is not loaded, the backend does not support a command, or
      standard output could not be written)";
+
+struct subcommand {
+    std::string_view name;
+    void (*add)(CLI::App& app);
+};
+
+// In the order of the help page.
+constexpr subcommand subcommands[] = {
+    {"run", gponflow::add_run_command},
+    {"account", gponflow::add_account_command},
+    {"check", gponflow::add_check_command},
+    {"graph", gponflow::add_graph_command},
+    {"explain", gponflow::add_explain_command},
+    {"show", gponflow::add_show_command},
+    {"trace", gponflow::add_trace_command},
+    {"watch", gponflow::add_watch_command},
+    {"completion", gponflow::add_completion_command},
+    {"set", gponflow::add_set_command},
+    {"clean", gponflow::add_clean_command},
+    {"omci", gponflow::add_omci_command},
+    {"report", gponflow::add_report_command},
+    {"stat", gponflow::add_stat_command},
+    {"monitor", gponflow::add_monitor_command},
+};
+
+// The options of all subcommands take longer to create than most of them run. A subcommand whose
+// name is no word of the command line cannot be chosen, so it is left out. The help page, the
+// message about an unknown subcommand, and the completion scripts list all.
+void add_subcommands(CLI::App& app, const std::vector<std::string>& words)
+{
+    const auto is_word = [&](std::string_view name) {
+        return std::ranges::find(words, name) != words.end();
+    };
+    const auto is_first = [&](const subcommand& one) { return words.front() == one.name; };
+    const bool all =
+        words.empty() || std::ranges::none_of(subcommands, is_first) || is_word("completion");
+    for (const subcommand& one : subcommands)
+        if (all || is_word(one.name))
+            one.add(app);
+}
 
 // Found before the command line is parsed, whose errors are JSON too.
 bool wants_json(const std::vector<std::string>& words)
@@ -56,21 +99,7 @@ int main(int argc, char** argv)
     app.set_version_flag("--version", "gponflow " GPONFLOW_VERSION);
     app.require_subcommand(1);
     app.footer(example);
-    gponflow::add_run_command(app);
-    gponflow::add_account_command(app);
-    gponflow::add_check_command(app);
-    gponflow::add_graph_command(app);
-    gponflow::add_explain_command(app);
-    gponflow::add_show_command(app);
-    gponflow::add_trace_command(app);
-    gponflow::add_watch_command(app);
-    gponflow::add_completion_command(app);
-    gponflow::add_set_command(app);
-    gponflow::add_clean_command(app);
-    gponflow::add_omci_command(app);
-    gponflow::add_report_command(app);
-    gponflow::add_stat_command(app);
-    gponflow::add_monitor_command(app);
+    add_subcommands(app, words);
     gponflow::refuse_values_of_flags(app);
     try {
         app.parse(argc, argv);
