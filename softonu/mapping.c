@@ -48,43 +48,43 @@ static bool report;
 static int look_up(enum softonu_map which, const struct sk_buff *skb, int *value)
 {
 	const struct map_state *state;
-	int answer;
+	int result;
 
 	*value = -1;
 	rcu_read_lock();
 	state = rcu_dereference(maps[which].state);
-	answer = state->mapping.answer;
+	result = state->mapping.answer;
 	if (state->mapping.mode != SOFTONU_MAPPING_ANSWER) {
 		*value = softonu_rules_find(&state->rules, skb);
-		answer = *value < 0 ? -1 : 0;
+		result = *value < 0 ? -1 : 0;
 	}
 	rcu_read_unlock();
-	return answer;
+	return result;
 }
 
 static int map_gem(struct sk_buff *skb)
 {
 	int gem;
-	int answer = look_up(SOFTONU_MAP_GEM, skb, &gem);
+	int result = look_up(SOFTONU_MAP_GEM, skb, &gem);
 
 	if (gem >= 0)
 		softonu_packet(skb)->fields.gemport_id = gem;
 	if (READ_ONCE(report))
-		pr_info("@ gpon_mapping_hook = %d\n", answer);
-	return answer;
+		pr_info("@ gpon_mapping_hook = %d\n", result);
+	return result;
 }
 
 static int map_queue(struct sk_buff *skb)
 {
 	int queue;
-	int answer = look_up(SOFTONU_MAP_QUEUE, skb, &queue);
+	int result = look_up(SOFTONU_MAP_QUEUE, skb, &queue);
 
 	if (queue >= 0)
 		softonu_packet(skb)->queue = queue;
 	if (READ_ONCE(report))
 		pr_info("@ gpon_queue_mapping_hook gem=%u = %d\n",
-			softonu_packet(skb)->fields.gemport_id, answer);
-	return answer;
+			softonu_packet(skb)->fields.gemport_id, result);
+	return result;
 }
 
 static struct map_state *current_state(enum softonu_map which)
