@@ -10,15 +10,6 @@ namespace {
 
 enum unmarked_frame_option : u8 { FROM_DSCP = 0, FROM_DEFAULT_PBIT = 1 };
 
-// The map has 64 priorities of 3 bits, packed from the most significant bit of the first byte
-// onwards: eight big-endian words of 24 bits hold eight priorities each.
-u8 mapped_priority(const u8 (&map)[24], u32 dscp)
-{
-    const u8* word = map + dscp / 8 * 3;
-    const u32 bits = static_cast<u32>(word[0] << 16 | word[1] << 8 | word[2]);
-    return static_cast<u8>((bits >> (21 - 3 * (dscp % 8))) & 7);
-}
-
 // Priority of the frame; none if the mapper does not map untagged frames.
 gpon::optional<u8> pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me)
 {
@@ -32,7 +23,7 @@ gpon::optional<u8> pbit_handle(const sk_buff* skb, const gpon_raw_mapper* me)
         return {};
     const i32 dscp = gpon_pkt_get_dscp(skb);
     // The DSCP of IPv6 is negative here; its low six bits are correct.
-    return dscp == -1 ? u8{0} : mapped_priority(me->dscp2pbitMap, dscp & 63);
+    return dscp == -1 ? u8{0} : gpon::mapped_priority(me->dscp2pbitMap, dscp & 63);
 }
 
 // defaultPbit is used as stored: a priority above 7 selects the word at that place of the record,
@@ -46,6 +37,15 @@ u16 selected_gem_iw(const gpon_raw_mapper* me, u8 priority)
 }
 
 } // namespace
+
+// The map has 64 priorities of 3 bits, packed from the most significant bit of the first byte
+// onwards: eight big-endian words of 24 bits hold eight priorities each.
+u8 gpon::mapped_priority(const u8 (&map)[24], u32 dscp)
+{
+    const u8* word = map + dscp / 8 * 3;
+    const u32 bits = static_cast<u32>(word[0] << 16 | word[1] << 8 | word[2]);
+    return static_cast<u8>((bits >> (21 - 3 * (dscp % 8))) & 7);
+}
 
 i32 pbit_filter_handle(const sk_buff* skb, const op_info* op)
 {

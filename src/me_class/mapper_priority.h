@@ -13,4 +13,11 @@ extern "C" {
 [[nodiscard]] i32 pbit_filter_handle(const sk_buff* skb, const op_info* op) GPON_READS_LISTS;
 }
 
+namespace gpon {
+
+/* The priority of a DSCP, 0 to 63, in a mapper's dscp2pbitMap. Any context. */
+[[nodiscard]] u8 mapped_priority(const u8 (&map)[24], u32 dscp);
+
+} // namespace gpon
+
 #endif

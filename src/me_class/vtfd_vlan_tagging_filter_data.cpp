@@ -26,12 +26,7 @@ constexpr u16 VID = 0x0fff;
 constexpr u16 PRIORITY = 0xe000;
 constexpr u16 WHOLE_TCI = 0xffff;
 
-struct forward_operation {
-    u8 code;   // G.988 forward operation
-    u8 tagged; // 1 = row for tagged frames
-    i32 (*action)(u16 tci, const gpon_raw_vtfd* me, u16 mask);
-    u16 mask;
-};
+using gpon::forward_operation;
 
 // Two rows per code, the one for tagged frames first.
 constexpr forward_operation FORWARD_OPERATIONS[] = {
@@ -113,31 +108,33 @@ consteval bool rows_are_in_order()
             return false;
     return true;
 }
-static_assert(rows_are_in_order(), "find_operation computes the row");
+static_assert(rows_are_in_order(), "find_forward_operation computes the row");
 
-const forward_operation* find_operation(u8 code, bool tagged)
+} // namespace
+
+const gpon::forward_operation* gpon::find_forward_operation(u8 code, bool tagged)
 {
     const size_t row = code * 2u + (tagged ? 0 : 1);
     return row < std::size(FORWARD_OPERATIONS) ? &FORWARD_OPERATIONS[row] : nullptr;
 }
 
-// vlanFilterNums is used as stored: an entry beyond the list is the word at that place of the
-// record, and 0 beyond the record.
-u16 list_entry(const gpon_raw_vtfd* me, u32 index)
+u16 gpon::list_entry(const gpon_raw_vtfd* me, u32 index)
 {
     const size_t at = offsetof(gpon_raw_vtfd, vlanFilterList) + index * sizeof(u16);
     if (at + sizeof(u16) > sizeof(*me))
         return 0;
-    return gpon::load_unaligned<u16>(reinterpret_cast<const u8*>(me) + at);
+    return load_unaligned<u16>(reinterpret_cast<const u8*>(me) + at);
 }
 
-bool is_listed(u16 tci, const gpon_raw_vtfd* me, u16 mask)
+bool gpon::is_listed(u16 tci, const gpon_raw_vtfd* me, u16 mask)
 {
     for (u32 i = 0; i < me->vlanFilterNums; ++i)
         if ((tci & mask) == (list_entry(me, i) & mask))
             return true;
     return false;
 }
+
+namespace {
 
 const gpon_me_inst* find_filter(const op_info* op) GPON_READS_LISTS
 {
@@ -155,7 +152,7 @@ i32 vtfd_handle(const sk_buff* skb, const gpon_raw_vtfd* me)
     const u8 tagged = tci != 0;
     log.trace("[%s][%d]: forwardOperation=0x%x,vlanTci=0x%x,tagFlag=%x\n", me->forwardOperation,
               tci, tagged);
-    const forward_operation* row = find_operation(me->forwardOperation, tagged);
+    const forward_operation* row = gpon::find_forward_operation(me->forwardOperation, tagged);
     if (!row) {
         log.error("[%s][%d]: end, return -1\n");
         return -1;
@@ -219,7 +216,7 @@ i32 vtfd_action_h(u16 tci, const gpon_raw_vtfd* me, u16 mask)
         log_error("[%s][%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    if (!is_listed(tci, me, mask)) {
+    if (!gpon::is_listed(tci, me, mask)) {
         log_trace("[%s][%d]: end, return -1\n");
         return -1;
     }
@@ -233,7 +230,7 @@ i32 vtfd_action_g(u16 tci, const gpon_raw_vtfd* me, u16 mask)
         log_error("%s [%d]: Parameter is NULL: Fail\r\n");
         return -1;
     }
-    return is_listed(tci, me, mask) ? -1 : 0;
+    return gpon::is_listed(tci, me, mask) ? -1 : 0;
 }
 
 i32 vtfd_filter_handle(const sk_buff* skb, const op_info* op)

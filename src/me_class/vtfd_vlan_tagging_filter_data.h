@@ -25,4 +25,26 @@ extern "C" {
 [[nodiscard]] i32 vtfd_action_reserved(u16 tci, const gpon_raw_vtfd* me, u16 mask);
 }
 
+namespace gpon {
+
+/* What the filter does with tagged frames, or with untagged ones (G.988 table 9.3.11-1). */
+struct forward_operation {
+    u8 code;                                                   /* G.988 forward operation */
+    u8 tagged;                                                 /* 1 = row for tagged frames */
+    i32 (*action)(u16 tci, const gpon_raw_vtfd* me, u16 mask); /* one of those above */
+    u16 mask;
+};
+
+/* Null for an unknown code. Any context. */
+[[nodiscard]] const forward_operation* find_forward_operation(u8 code, bool tagged);
+
+/* A TCI of the filter's list, in host order. vlanFilterNums is used as stored: an entry beyond the
+ * list is the word at that place of the record, and 0 beyond the record. Any context. */
+[[nodiscard]] u16 list_entry(const gpon_raw_vtfd* me, u32 index);
+
+/* Whether an entry of the list has the TCI's bits of the mask. Any context. */
+[[nodiscard]] bool is_listed(u16 tci, const gpon_raw_vtfd* me, u16 mask);
+
+} // namespace gpon
+
 #endif

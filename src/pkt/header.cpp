@@ -38,15 +38,30 @@ i32 pppoe_dscp(const frame& f, u32 type_at)
     }
 }
 
-u8 tag_count(const frame& f)
+} // namespace
+
+u8 gpon::tag_count(const frame& f)
 {
     u8 tags = 0;
-    for (u32 at = gpon::TYPE_OFFSET; gpon::is_tpid(f.be16(at)); at += gpon::TAG_BYTES)
+    for (u32 at = TYPE_OFFSET; is_tpid(f.be16(at)); at += TAG_BYTES)
         ++tags;
     return tags;
 }
 
-} // namespace
+i32 gpon::dscp_behind_tags(const frame& f, u8 tags)
+{
+    const u32 type_at = TYPE_OFFSET + TAG_BYTES * tags;
+    switch (f.host16(type_at)) {
+    case RAW_PPPOE_SESSION:
+        return pppoe_dscp(f, type_at);
+    case RAW_IPV4:
+        return ipv4_dscp(f, type_at + 2);
+    case RAW_IPV6:
+        return ipv6_dscp(f, type_at + 2);
+    default:
+        return -1;
+    }
+}
 
 void gpon::trace_form_info()
 {
@@ -61,7 +76,7 @@ i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count)
         log_error("[%s][%d] end, Parameter is NULL: Fail\n");
         return -1;
     }
-    *count = tag_count(frame::of(skb));
+    *count = gpon::tag_count(frame::of(skb));
     return 0;
 }
 
@@ -75,7 +90,7 @@ i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info)
     log_context::of<gpon_pkt_get_vlan_tag_num>().trace("[%s][%d]: Enter\n");
     *info = {};
     const frame f = frame::of(skb);
-    const u8 tags = tag_count(f);
+    const u8 tags = gpon::tag_count(f);
     f.copy(info->dst_mac, 0);
     f.copy(info->src_mac, 6);
     info->port_word = skb_port_word(skb);
@@ -98,8 +113,7 @@ i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci)
     }
     const frame f = frame::of(skb);
     const u16 type = f.be16(gpon::TYPE_OFFSET);
-    const bool tagged = type == gpon::TPID_8021Q || type == gpon::TPID_8021AD;
-    *tci = tagged ? f.be16(gpon::TYPE_OFFSET + 2) : u16{0};
+    *tci = gpon::has_outer_tci(type) ? f.be16(gpon::TYPE_OFFSET + 2) : u16{0};
     log.trace("[%s][%d] end, vlanTci=0x%x\n", *tci);
     return 0;
 }
@@ -125,18 +139,7 @@ i32 gpon_pkt_get_dscp(const sk_buff* skb)
     }
     u8 tags = 0;
     gpon_pkt_get_vlan_tag_num(skb, &tags);
-    const frame f = frame::from_mac_header(skb);
-    const u32 type_at = gpon::TYPE_OFFSET + gpon::TAG_BYTES * tags;
-    switch (f.host16(type_at)) {
-    case RAW_PPPOE_SESSION:
-        return pppoe_dscp(f, type_at);
-    case RAW_IPV4:
-        return ipv4_dscp(f, type_at + 2);
-    case RAW_IPV6:
-        return ipv6_dscp(f, type_at + 2);
-    default:
-        return -1;
-    }
+    return gpon::dscp_behind_tags(frame::from_mac_header(skb), tags);
 }
 
 i32 gpon_flow_is_valid_ether_type(u16 type)

@@ -10,6 +10,7 @@
 
 #include "../base/bytes.h"
 #include "../include/packet_flow.h"
+#include "../include/tpid.h"
 #include "../platform/api/kernel_api.h"
 
 extern "C" {
@@ -43,16 +44,8 @@ namespace gpon {
 /* Prints the trace of gpon_pkt_form_info, for a caller that already has the frame's summary. */
 void trace_form_info();
 
-constexpr u16 TPID_8021Q = 0x8100;
-constexpr u16 TPID_9100 = 0x9100;
-constexpr u16 TPID_8021AD = 0x88A8;
 constexpr u32 TYPE_OFFSET = 12;
 constexpr u32 TAG_BYTES = 4;
-
-[[nodiscard]] inline bool is_tpid(u16 type)
-{
-    return type == TPID_8021Q || type == TPID_9100 || type == TPID_8021AD;
-}
 
 /* A frame that can be read at any offset. */
 struct frame {
@@ -107,6 +100,12 @@ struct frame {
             to[i] = at(offset + i);
     }
 };
+
+/* Number of stacked tags, counted in 8 bits. */
+[[nodiscard]] u8 tag_count(const frame& f);
+
+/* gpon_pkt_get_dscp of a frame with this number of tags. */
+[[nodiscard]] i32 dscp_behind_tags(const frame& f, u8 tags);
 
 } // namespace gpon
 

@@ -19,6 +19,7 @@
 #include "tool/explain/explain_frame.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
+#include "tool/explain/frame_priority.h"
 #include "tool/explain/path_output.h"
 #include "tool/explain/trace_output.h"
 #include "tool/explain/trace_scenario.h"

@@ -9,6 +9,7 @@
 #include <arpa/inet.h>
 #include <nlohmann/json.hpp>
 
+#include "include/tpid.h"
 #include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
@@ -40,11 +41,6 @@ std::string hex_word(unsigned number)
     std::array<char, 8> text;
     std::snprintf(text.data(), text.size(), "0x%04x", number & 0xffff);
     return text.data();
-}
-
-bool is_tag(unsigned type)
-{
-    return type == 0x8100 || type == 0x88a8 || type == 0x9100;
 }
 
 // Reads a frame from its start. A read behind the end of the captured bytes returns nothing, and
@@ -104,7 +100,7 @@ private:
     {
         at_ = 2 * address_bytes;
         std::optional<uint16_t> type = word_at(at_);
-        while (type && is_tag(*type)) {
+        while (type && gpon::is_tpid(*type)) {
             const std::optional<uint16_t> tci = word_at(at_ + 2);
             if (!tci)
                 return;

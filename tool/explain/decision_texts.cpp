@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "include/tp_types.h"
+#include "tool/explain/frame_priority.h"
 
 namespace gponflow {
 
@@ -22,39 +23,6 @@ const me_instance* first_related(const line_model& entities, me_id from, me_clas
 {
     const std::vector<me_id> all = entities.related(from, class_id);
     return all.empty() ? nullptr : entities.find(all.front());
-}
-
-// Bytes beyond the end of the frame count as 0.
-struct frame_bytes {
-    const bytes& frame;
-
-    unsigned at(size_t place) const { return place < frame.size() ? frame[place] : 0; }
-    unsigned network(size_t place) const { return at(place) << 8 | at(place + 1); }
-    // The module compares types of protocols in the processor's order, without conversion.
-    unsigned host(size_t place) const { return at(place + 1) << 8 | at(place); }
-
-    int ipv4_dscp(size_t header) const
-    {
-        return at(header) >> 4 == 4 ? static_cast<int>(at(header + 1) >> 2) : -1;
-    }
-
-    int ipv6_dscp(size_t header) const
-    {
-        return at(header) >> 4 == 6 ? static_cast<int>(network(header) >> 6 & 63) : -1;
-    }
-};
-
-bool counts_as_tag(unsigned type)
-{
-    return type == 0x8100 || type == 0x9100 || type == 0x88a8;
-}
-
-// Priorities are packed in three bits each, from the most significant bit onwards.
-unsigned mapped_priority(const uint8_t (&map)[24], unsigned dscp)
-{
-    const unsigned bit = 3 * dscp;
-    const unsigned next = bit / 8 + 1 < sizeof(map) ? map[bit / 8 + 1] : 0;
-    return ((map[bit / 8] << 8 | next) >> (13 - bit % 8)) & 7;
 }
 
 // Where the priority of an untagged frame comes from, and the priority.
@@ -92,27 +60,6 @@ std::string hex_text(unsigned value, int digits)
     char text[16];
     std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
     return text;
-}
-
-int dscp_of(const bytes& frame)
-{
-    const frame_bytes f{frame};
-    uint8_t tags = 0; // the module counts them in 8 bits
-    for (size_t at = 12; counts_as_tag(f.network(at)); at += 4)
-        ++tags;
-    const size_t type = 12 + size_t{4} * tags;
-    switch (f.host(type)) {
-    case 0x0800:
-        return f.ipv4_dscp(type + 2);
-    case 0x86dd:
-        return f.ipv6_dscp(type + 2);
-    case 0x8864:
-        return f.host(type + 8) == 0x21   ? f.ipv4_dscp(type + 10)
-               : f.host(type + 8) == 0x57 ? f.ipv6_dscp(type + 10)
-                                          : -1;
-    default:
-        return -1;
-    }
 }
 
 std::string filter_text(const line_model& entities, me_id port, unsigned tci, bool tagged)

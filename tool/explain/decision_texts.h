@@ -72,7 +72,4 @@ constexpr const char* tags_hidden = "its tags are not in the capture";
 /// The same for a step that failed.
 [[nodiscard]] std::string failure_text(const line_model& entities, me_id at);
 
-/// The DSCP of a frame as the module reads it, -1 when it reads none.
-[[nodiscard]] int dscp_of(const bytes& frame);
-
 } // namespace gponflow

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "include/tpid.h"
+
 namespace gponflow {
 
 namespace {
@@ -15,11 +17,6 @@ uint16_t at(const bytes& frame, size_t place)
 {
     const auto one = [&](size_t i) { return i < frame.size() ? frame[i] : uint8_t{0}; };
     return static_cast<uint16_t>(one(place) << 8 | one(place + 1));
-}
-
-bool is_tpid(uint16_t type)
-{
-    return type == 0x8100 || type == 0x9100 || type == 0x88a8;
 }
 
 } // namespace
@@ -53,7 +50,7 @@ flow_key key_of(const packet_options& options, const bytes& frame)
         key.destination.at(i) = static_cast<uint8_t>(at(frame, i) >> 8);
         key.source.at(i) = static_cast<uint8_t>(at(frame, i + 6) >> 8);
     }
-    for (size_t i = type_offset; key.tags.size() < most_tags && is_tpid(at(frame, i));
+    for (size_t i = type_offset; key.tags.size() < most_tags && gpon::is_tpid(at(frame, i));
          i += tag_bytes)
         key.tags.push_back({at(frame, i), at(frame, i + 2)});
     key.direction = options.kind < directions.size() ? directions.at(options.kind) : "N/A";

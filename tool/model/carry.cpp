@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "include/tp_types.h"
+#include "include/tpid.h"
 #include "tool/model/tag_places.h"
 #include "tool/model/tag_set.h"
 #include "tool/tagging/apply.h"
@@ -106,8 +107,8 @@ uint16_t outer_tci(const bytes& frame)
     const auto word = [&](size_t at) {
         return frame.size() >= at + 2 ? frame[at] << 8 | frame[at + 1] : 0;
     };
-    const int type = word(12);
-    return type == 0x8100 || type == 0x88a8 ? static_cast<uint16_t>(word(14)) : untagged_tci;
+    return gpon::has_outer_tci(static_cast<uint16_t>(word(12))) ? static_cast<uint16_t>(word(14))
+                                                                : untagged_tci;
 }
 
 // The GEM IW TP that a mapper selects by the priority of the frame.

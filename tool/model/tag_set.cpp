@@ -3,90 +3,32 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <vector>
 
 #include "include/tp_types.h"
+#include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace gponflow {
 
 namespace {
 
-constexpr uint16_t vid_bits = 0x0fff;
-constexpr uint16_t priority_bits = 0xe000;
-constexpr uint16_t tci_bits = 0xffff;
 constexpr unsigned vlan_count = 0x1000;
 constexpr unsigned priority_count = 8;
 constexpr unsigned priority_shift = 13;
 
-enum class tagged_frames : uint8_t { pass, drop, pass_listed, drop_listed };
-
-// G.988 table 9.3.11-1 as the module implements it, by forward operation.
-struct operation {
-    tagged_frames tagged;
-    uint16_t mask; // of the TCI, for a list
-    bool pass_untagged;
-};
-
-constexpr auto pass = tagged_frames::pass;
-constexpr auto drop = tagged_frames::drop;
-constexpr auto listed = tagged_frames::pass_listed;
-constexpr auto unlisted = tagged_frames::drop_listed;
-
-constexpr operation operations[] = {
-    {pass, 0, true},
-    {drop, 0, true},
-    {pass, 0, false},
-    {listed, vid_bits, true},
-    {listed, vid_bits, false},
-    {unlisted, vid_bits, true},
-    {unlisted, vid_bits, false},
-    {listed, priority_bits, true},
-    {listed, priority_bits, false},
-    {unlisted, priority_bits, true},
-    {unlisted, priority_bits, false},
-    {listed, tci_bits, true},
-    {listed, tci_bits, false},
-    {unlisted, tci_bits, true},
-    {unlisted, tci_bits, false},
-    {listed, vid_bits, true},
-    {listed, vid_bits, false},
-    {listed, priority_bits, true},
-    {listed, priority_bits, false},
-    {listed, tci_bits, true},
-    {listed, tci_bits, false},
-    {pass, 0, false},
-    {pass, 0, true},
-    {pass, 0, false},
-    {pass, 0, true},
-    {pass, 0, false},
-    {pass, 0, true},
-    {pass, 0, false},
-    {listed, vid_bits, true},
-    {listed, vid_bits, false},
-    {listed, priority_bits, true},
-    {listed, priority_bits, false},
-    {listed, tci_bits, true},
-    {listed, tci_bits, false},
-};
-
-bool is_listed(const gpon_raw_vtfd& filter, uint16_t mask, uint16_t tci)
+bool compares_list(const gpon::forward_operation& row)
 {
-    const size_t count = std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList));
-    return std::any_of(filter.vlanFilterList, filter.vlanFilterList + count,
-                       [=](uint16_t entry) { return ((entry ^ tci) & mask) == 0; });
+    return row.action == vtfd_action_h || row.action == vtfd_action_g;
 }
 
 bool passes(const gpon_raw_vtfd& filter, uint16_t tci)
 {
-    if (filter.forwardOperation >= std::size(operations))
+    const auto* row = gpon::find_forward_operation(filter.forwardOperation, tci != untagged_tci);
+    if (!row)
         return false;
-    const operation& row = operations[filter.forwardOperation];
-    if (tci == untagged_tci)
-        return row.pass_untagged;
-    if (row.tagged == tagged_frames::pass || row.tagged == tagged_frames::drop)
-        return row.tagged == tagged_frames::pass;
-    return is_listed(filter, row.mask, tci) == (row.tagged == tagged_frames::pass_listed);
+    if (compares_list(*row))
+        return gpon::is_listed(tci, &filter, row->mask) == (row->action == vtfd_action_h);
+    return row->action != vtfd_action_drop;
 }
 
 bool forwards_untagged(const line_model& entities, const gpon_raw_mapper& mapper)
@@ -136,24 +78,18 @@ void add_entry(tag_set& tags, uint16_t entry, uint16_t mask)
 tag_set listed_tags(const gpon_raw_vtfd& filter, uint16_t mask)
 {
     tag_set tags;
-    for (size_t i = 0;
-         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i)
-        add_entry(tags, filter.vlanFilterList[i], mask);
+    for (unsigned i = 0; i < filter.vlanFilterNums; ++i)
+        add_entry(tags, gpon::list_entry(&filter, i), mask);
     return tags;
 }
 
-tag_set tagged_part(const operation& row, const gpon_raw_vtfd& filter)
+tag_set tagged_part(const gpon::forward_operation& row, const gpon_raw_vtfd& filter)
 {
-    switch (row.tagged) {
-    case tagged_frames::pass:
-        return ~tag_set();
-    case tagged_frames::drop:
-        return {};
-    case tagged_frames::pass_listed:
+    if (row.action == vtfd_action_h)
         return listed_tags(filter, row.mask);
-    default:
+    if (row.action == vtfd_action_g)
         return ~listed_tags(filter, row.mask);
-    }
+    return row.action == vtfd_action_drop ? tag_set() : ~tag_set();
 }
 
 tag_set forwarded_by(const line_model& entities, const gpon_raw_mapper& mapper)
@@ -245,17 +181,18 @@ unsigned priorities_of(const tag_set& tags, unsigned vlan)
 
 tag_set passed_by(const gpon_raw_vtfd& filter)
 {
-    if (filter.forwardOperation >= std::size(operations))
+    const auto* tagged = gpon::find_forward_operation(filter.forwardOperation, true);
+    if (!tagged)
         return {};
-    const operation& row = operations[filter.forwardOperation];
-    tag_set tags = tagged_part(row, filter);
-    tags[untagged_tci] = row.pass_untagged;
+    tag_set tags = tagged_part(*tagged, filter);
+    tags[untagged_tci] = passes(filter, untagged_tci);
     return tags;
 }
 
 uint16_t compared_bits(uint8_t forward_operation)
 {
-    return forward_operation < std::size(operations) ? operations[forward_operation].mask : 0;
+    const auto* row = gpon::find_forward_operation(forward_operation, true);
+    return row && compares_list(*row) ? row->mask : 0;
 }
 
 bool leads_upstream(const line_model& entities, uint16_t gem_iw)

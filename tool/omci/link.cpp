@@ -5,6 +5,7 @@
 
 #include <pcap/dlt.h>
 
+#include "include/tpid.h"
 #include "tool/omci/frame.h"
 #include "tool/text/ethernet_numbers.h"
 
@@ -14,11 +15,6 @@ namespace {
 
 constexpr size_t vlan_tag_bytes = 4;
 constexpr int sll2_link_type = 276; // DLT_LINUX_SLL2, which older libpcap headers lack
-
-bool is_vlan_tpid(uint16_t type)
-{
-    return type == 0x8100 || type == 0x88a8 || type == 0x9100;
-}
 
 bool is_user_link(int link_type)
 {
@@ -35,7 +31,7 @@ mac_address address_at(std::span<const uint8_t> frame, size_t at)
 std::optional<link_payload> find_in_ethernet(std::span<const uint8_t> frame)
 {
     size_t at = 2 * address_bytes;
-    while (frame.size() >= at + 2 && is_vlan_tpid(read_u16(frame, at)))
+    while (frame.size() >= at + 2 && gpon::is_tpid(read_u16(frame, at)))
         at += vlan_tag_bytes;
     if (frame.size() < at + 2 || read_u16(frame, at) != type_omci)
         return std::nullopt;

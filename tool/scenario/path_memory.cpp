@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "include/tpid.h"
+
 namespace gponflow {
 
 namespace {
@@ -11,16 +13,16 @@ namespace {
 constexpr size_t most_paths = 1 << 16; // against captures of random bytes
 constexpr size_t tags_at = 12;
 
-unsigned type_at(const bytes& frame, size_t at)
+uint16_t type_at(const bytes& frame, size_t at)
 {
-    return at + 2 <= frame.size() ? static_cast<unsigned>(frame[at] << 8 | frame[at + 1]) : 0u;
+    return at + 2 <= frame.size() ? static_cast<uint16_t>(frame[at] << 8 | frame[at + 1])
+                                  : uint16_t{0};
 }
 
 size_t end_of_tags(const bytes& frame)
 {
     size_t at = tags_at;
-    for (unsigned type = type_at(frame, at); type == 0x8100 || type == 0x9100 || type == 0x88a8;
-         type = type_at(frame, at))
+    while (gpon::is_tpid(type_at(frame, at)))
         at += 4;
     return at;
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdio>
 
+#include "include/packet_flow.h"
+
 namespace gponflow {
 
 namespace {
@@ -28,13 +30,13 @@ constexpr std::array<const char*, GPON_COMMAND_REFUSED + 1> command_names = {
 const char* direction_name(unsigned direction)
 {
     switch (direction) {
-    case 1:
+    case UP_ANI:
         return "up_ani";
-    case 2:
+    case UP_UNI:
         return "up_uni";
-    case 4:
+    case DOWN_ANI:
         return "down_ani";
-    case 8:
+    case DOWN_UNI:
         return "down_uni";
     default:
         return "none";

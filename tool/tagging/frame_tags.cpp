@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "include/tpid.h"
 #include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {
@@ -18,7 +19,7 @@ uint16_t word_at(std::span<const uint8_t> from, size_t at)
 
 bool is_tpid(uint16_t type, uint16_t more)
 {
-    return type == ordinary_tpid || type == 0x88a8 || type == 0x9100 || (more != 0 && type == more);
+    return gpon::is_tpid(type) || (more != 0 && type == more);
 }
 
 frame_tag tag_of(uint16_t tpid, uint16_t tci)
