@@ -46,6 +46,7 @@ i32 pptp_get_inst_id_by_port_id(u8 port_id, u16* inst_id)
 
 i32 pptp_forward(sk_buff* skb, const gpon_fwd_info* fwd_info, gpon_walk_result* result)
 {
+    assert_reads_lists();
     return gpon::uni_forward(pptpListInfo, gpon::vlan_row_of(RELATED), skb, fwd_info, result,
                              packet_log::here(skb));
 }

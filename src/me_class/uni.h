@@ -24,7 +24,7 @@ namespace gpon {
  * failure. */
 [[nodiscard]] i32 uni_forward(const gpon_me_list_info& info, u8 vtocd_row, sk_buff* skb,
                               const gpon_fwd_info* fwd_info, gpon_walk_result* result,
-                              const packet_log& log);
+                              const packet_log& log) GPON_READS_LISTS;
 
 } // namespace gpon
 

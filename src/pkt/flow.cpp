@@ -144,7 +144,7 @@ void end_walk(const sk_buff* skb, u16 fwd_flag, gpon_frame_end end, u16 gemport_
 
 // Replays the rule that the lookup found.
 void replay_rule(sk_buff* skb, const gpon_pkt_info& info, u16 fwd_flag, u64 generation,
-                 const gpon::outcome_key* key, gpon_walk_result* result)
+                 const gpon::outcome_key* key, gpon_walk_result* result) GPON_READS_LISTS
 {
     gpon::count(GPON_COUNT_replays);
     gpon_fwd_info step = {me_class::none, 0, fwd_flag};

@@ -35,7 +35,7 @@ void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u1
  * query, counts no depth and ignores the status. A failed step ends the replay and has no other
  * effect. Returns false if a step failed. */
 [[nodiscard]] bool gpon_pkt_quick_forward(sk_buff* skb, gpon_fwd_info* fwd_info,
-                                          gpon_walk_result* result);
+                                          gpon_walk_result* result) GPON_READS_LISTS;
 
 /* Upstream towards the ANI: writes the GEM port id into the packet and has the platform choose the
  * queue. Returns 0, or -1 if the platform finds none. */
