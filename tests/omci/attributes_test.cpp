@@ -9,7 +9,6 @@
 
 #include "tests/omci/line_builder.h"
 #include "tool/model/class_records.h"
-#include "tool/omci/class_titles.h"
 #include "tool/omci/mib.h"
 
 namespace gponflow::omci::test {
@@ -39,13 +38,13 @@ TEST(omci_attributes, each_element_of_each_raw_field_comes_from_one_attribute)
             if (attr.field.empty())
                 continue;
             const gpon_me_field* field = find_field(fields->fields, attr.field);
-            ASSERT_NE(field, nullptr) << cls.name << ": " << attr.field;
+            ASSERT_NE(field, nullptr) << class_title(cls.id) << ": " << attr.field;
             const bool whole_list = field->count > 1 && attr.bytes > field->width;
             filled[attr.field] += whole_list ? attr.bytes / field->width : 1;
         }
         for (const gpon_me_field& field : fields->fields.subspan(1))
-            EXPECT_EQ(filled[field.name], field.count) << cls.name << ": " << field.name;
-        EXPECT_EQ(filled.size(), fields->fields.size() - 1) << cls.name;
+            EXPECT_EQ(filled[field.name], field.count) << class_title(cls.id) << ": " << field.name;
+        EXPECT_EQ(filled.size(), fields->fields.size() - 1) << class_title(cls.id);
     }
 }
 
@@ -56,7 +55,8 @@ TEST(omci_attributes, create_masks_hold_exactly_the_attributes_of_a_create)
         {130, 0xffd8}, {171, 0x8200}, {262, 0},      {266, 0xf200}, {268, 0xfac0},
         {277, 0},      {278, 0},      {280, 0xff00}, {281, 0xf300}, {329, 0}};
     for (const attribute_class& cls : attribute_classes())
-        EXPECT_EQ(set_by_create_mask(cls), masks.at(gpon::class_number(cls.id))) << cls.name;
+        EXPECT_EQ(set_by_create_mask(cls), masks.at(gpon::class_number(cls.id)))
+            << class_title(cls.id);
 }
 
 TEST(omci_attributes, the_attributes_of_a_create_fit_a_baseline_message)
@@ -65,8 +65,8 @@ TEST(omci_attributes, the_attributes_of_a_create_fit_a_baseline_message)
         size_t total = 0;
         for (const attribute& attr : cls.attributes)
             total += attr.set_by_create ? attr.bytes : 0;
-        EXPECT_LE(total, 32u) << cls.name;
-        EXPECT_LE(cls.attributes.size(), attributes_per_mask) << cls.name;
+        EXPECT_LE(total, 32u) << class_title(cls.id);
+        EXPECT_LE(cls.attributes.size(), attributes_per_mask) << class_title(cls.id);
     }
 }
 

@@ -4,7 +4,8 @@
 # usage: new_class_test.sh BUILD-FOLDER
 #
 # A new class is one source and one row. This test adds both to a copy of the core's sources, links
-# them in front of the objects of the build, and expects module and tool to support the class.
+# them in front of the objects of the build, and expects module and tool to support the class. Then it
+# adds a related-info row to a class at which the new one points.
 set -eu
 
 build=$(readlink -f "$1")
@@ -77,21 +78,6 @@ row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", CREATED_BY_OLT, imaginaryLis
 sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
 
 
-# A bridge records the instances that point at it.
-imaginary='{.related_class_id = me_class::imaginary, .name = "imaginaryInst", .related_inst_num = 1}'
-sed -i "s/\"mbpcdInst\", .related_inst_num = 512},/& $imaginary,/" \
-    "$scratch/src/me_class/mbsp_mac_bridge_service_profile.cpp"
-
-# Its attributes in OMCI messages.
-sed -e '/^constexpr attribute_class classes/i\
-constexpr attribute imaginary[] = {{"port pointer", 2, sbc, "portPointer"},\
-                                   {"level", 4, sbc, "level"},\
-                                   {"shades", 6, later, {}},\
-                                   {"bridge pointer", 2, sbc, "bridgePointer"}};' \
-    -e '/{me_class::veip, /i\
-    {me_class::imaginary, "imaginary class", imaginary},' \
-    tool/omci/attributes.cpp >"$scratch/src/omci_attributes.cpp"
-
 # The line with which the build makes an output.
 command_of() {
     ninja -C "$build" -t commands "$1" | tail -n 1
@@ -123,12 +109,15 @@ for source in "${readers[@]}"; do
     compile "$source"
 done
 compile src/me_class/imaginary_class.cpp src/me_class/class_table.cpp
-compile src/me_class/mbsp_mac_bridge_service_profile.cpp
-compile src/omci_attributes.cpp tool/omci/attributes.cpp
 
-line=$(command_of bin/gponflow)
-line=${line//" -o bin/gponflow "/" -o $scratch/gponflow ${objects[*]} "}
-(cd "$build" && eval "${line#": && "}")
+link() { # OUTPUT
+    local line
+    line=$(command_of bin/gponflow)
+    line=${line//" -o bin/gponflow "/" -o $1 ${objects[*]} "}
+    (cd "$build" && eval "${line#": && "}")
+}
+new=$scratch/gponflow
+link "$new"
 
 # An ONU reports the instance before the bridge at which it points.
 python3 tests/tool/new_class_upload.py "$scratch/upload.pcap"
@@ -151,7 +140,6 @@ expect() {
     fi
 }
 
-new=$scratch/gponflow
 expect "the build without the class" "neither a number nor a class name" "$build/bin/gponflow" run "$scratch/line.scn"
 expect "dump, title" "dump IMAGINARY_CLASS(classId = 300):" "$new" run "$scratch/line.scn"
 expect "dump, columns" "    instID | portPointer |      level | " "$new" run "$scratch/line.scn"
@@ -164,9 +152,19 @@ expect "graph, edge" '"IMAGINARY_CLASS 0x0002" -> "IMAGINARY_CLASS 0x0001" [labe
 expect "check" "portPointer names IMAGINARY_CLASS 0x0009, which does not exist" \
     "$new" check "$scratch/line.scn"
 expect "completion" "IMAGINARY_CLASS" "$new" completion
-expect "upload, create" "me create IMAGINARY_CLASS 0x0007 mask=0xd000 portPointer=0x0000 level=70000" \
+expect "upload, create" "me create IMAGINARY_CLASS 0x0007 mask=0xf000 portPointer=0x0000 level=70000" \
     "$new" omci "$scratch/upload.pcap"
 expect "upload, order" '"IMAGINARY_CLASS 0x0007" -> "MAC_BRIDGE_SERVICE_PROFILE 0x0001" [label="bridgePointer"]' \
     "$new" graph "$scratch/upload.pcap"
-expect "upload, links" "0x0007         -" "$new" show me --class 45 "$scratch/upload.pcap"
+expect "upload, title" "IMAGINARY_CLASS 0x0007" "$new" omci "$scratch/upload.pcap"
+expect "upload, no link" "0x0001                0" "$new" show me --class 45 "$scratch/upload.pcap"
+
+# A bridge records the instances that point at it.
+imaginary='{.related_class_id = me_class::imaginary, .name = "imaginaryInst", .related_inst_num = 1}'
+bridge=src/me_class/mbsp_mac_bridge_service_profile.cpp
+sed -i "s/\"mbpcdInst\", .related_inst_num = 512},/& $imaginary,/" "$scratch/$bridge"
+compile "$bridge"
+link "$scratch/gponflow-linked"
+expect "upload, links" "0x0007         -" \
+    "$scratch/gponflow-linked" show me --class 45 "$scratch/upload.pcap"
 exit "$failed"

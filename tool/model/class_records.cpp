@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "me/class_table.h"
+#include "tool/text/class_titles.h"
 
 static_assert(std::endian::native == std::endian::little, "raw records are little-endian");
 
@@ -92,6 +93,12 @@ std::string class_name(me_class id)
 {
     const class_record* known = find_me_class(id);
     return known ? std::string(known->name) : "class " + std::to_string(gpon::class_number(id));
+}
+
+std::string class_title(me_class id)
+{
+    const std::string_view title = find_title(gpon::class_number(id));
+    return title.empty() ? class_name(id) : std::string(title);
 }
 
 std::span<const gpon_me_field> cfg_fields()

@@ -46,6 +46,9 @@ struct class_record {
 /// The name of the class, or "class 300" for one that the class table does not contain.
 [[nodiscard]] std::string class_name(me_class id);
 
+/// "MAC bridge service profile" for class 45; the name of a class without a title.
+[[nodiscard]] std::string class_title(me_class id);
+
 /// The fields of gpon_flow_cfg_data that the module reads.
 [[nodiscard]] std::span<const gpon_me_field> cfg_fields();
 

@@ -2,9 +2,11 @@
 #include "tool/omci/attributes.h"
 
 #include <algorithm>
+#include <deque>
 #include <iterator>
+#include <vector>
 
-#include "include/me_class_id.h"
+#include "tool/model/class_records.h"
 
 namespace gponflow::omci {
 
@@ -206,45 +208,60 @@ constexpr attribute virtual_ethernet_interface_point[] = {
 };
 
 constexpr attribute_class classes[] = {
-    {me_class::pptp, "PPTP Ethernet UNI", pptp_ethernet_uni},
-    {me_class::mbsp, "MAC bridge service profile", bridge_service_profile},
-    {me_class::mbpcd, "MAC bridge port configuration data", bridge_port},
-    {me_class::vtocd, "VLAN tagging operation configuration data", vlan_tagging_operation},
-    {me_class::vtfd, "VLAN tagging filter data", vlan_tagging_filter},
-    {me_class::mapper, "802.1p mapper service profile", mapper_service_profile},
-    {me_class::evtocd, "extended VLAN tagging operation configuration data", extended_vlan_tagging},
-    {me_class::tcont, "T-CONT", t_cont},
-    {me_class::gemiw, "GEM interworking TP", gem_interworking_tp},
-    {me_class::gemctp, "GEM port network CTP", gem_port_network_ctp},
-    {me_class::pq, "priority queue", priority_queue},
-    {me_class::ts, "traffic scheduler", traffic_scheduler},
-    {me_class::td, "traffic descriptor", traffic_descriptor},
-    {me_class::multigemiw, "multicast GEM interworking TP", multicast_gem_interworking_tp},
-    {me_class::veip, "virtual Ethernet interface point", virtual_ethernet_interface_point},
+    {me_class::pptp, pptp_ethernet_uni},
+    {me_class::mbsp, bridge_service_profile},
+    {me_class::mbpcd, bridge_port},
+    {me_class::vtocd, vlan_tagging_operation},
+    {me_class::vtfd, vlan_tagging_filter},
+    {me_class::mapper, mapper_service_profile},
+    {me_class::evtocd, extended_vlan_tagging},
+    {me_class::tcont, t_cont},
+    {me_class::gemiw, gem_interworking_tp},
+    {me_class::gemctp, gem_port_network_ctp},
+    {me_class::pq, priority_queue},
+    {me_class::ts, traffic_scheduler},
+    {me_class::td, traffic_descriptor},
+    {me_class::multigemiw, multicast_gem_interworking_tp},
+    {me_class::veip, virtual_ethernet_interface_point},
 };
-static_assert(std::ranges::is_sorted(classes, {}, &attribute_class::id));
 
-constexpr const attribute_class* find(me_class id)
+// Of a class without a row above: a message carries the fields of the record, in their order.
+std::vector<attribute> stored_attributes(const class_record& cls)
 {
-    const auto* found = std::ranges::find(classes, id, &attribute_class::id);
-    return found == std::end(classes) ? nullptr : found;
+    std::vector<attribute> all;
+    for (const gpon_me_field& field : cls.fields.subspan(1)) // behind the instance
+        all.push_back({.name = field.name,
+                       .bytes = static_cast<uint8_t>(field.width * field.count),
+                       .set_by_create = !cls.created_by_links,
+                       .field = field.name});
+    all.resize(std::min(all.size(), attributes_per_mask));
+    return all;
 }
 
-#define GPON_WALKED(class_id, short_name, ...) \
-    static_assert(find(me_class::short_name), "class without attributes: " #short_name);
-#define GPON_STORED(class_id, short_name, ...) GPON_WALKED(class_id, short_name)
-#include "include/me_classes.def"
+std::vector<attribute_class> all_classes()
+{
+    static std::deque<std::vector<attribute>> stored;
+    std::vector<attribute_class> all(std::begin(classes), std::end(classes));
+    for (const class_record& cls : me_classes())
+        if (std::ranges::find(classes, cls.id, &attribute_class::id) == std::end(classes))
+            all.push_back({cls.id, stored.emplace_back(stored_attributes(cls))});
+    std::ranges::sort(all, {}, &attribute_class::id);
+    return all;
+}
 
 } // namespace
 
 std::span<const attribute_class> attribute_classes()
 {
-    return classes;
+    static const std::vector<attribute_class> all = all_classes();
+    return all;
 }
 
 const attribute_class* find_attribute_class(me_class id)
 {
-    return find(id);
+    const std::span<const attribute_class> all = attribute_classes();
+    const auto found = std::ranges::find(all, id, &attribute_class::id);
+    return found == all.end() ? nullptr : &*found;
 }
 
 uint16_t set_by_create_mask(const attribute_class& cls)

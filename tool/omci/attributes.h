@@ -6,6 +6,8 @@
 // 268 the module links the downstream traffic descriptor on attribute 7 (OMCI: downstream priority
 // queue), while its value is attribute 9 of OMCI. Masks are passed on unchanged, as an OMCI stack
 // does.
+//
+// A class without a table here has the fields of its raw record as attributes, in their order.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +33,6 @@ struct attribute {
 /// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.
 struct attribute_class {
     me_class id;
-    std::string_view name; ///< for people, after G.988
     std::span<const attribute> attributes;
 };
 

@@ -3,8 +3,8 @@
 
 #include <utility>
 
+#include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
-#include "tool/omci/class_titles.h"
 #include "tool/omci/defaults.h"
 #include "tool/omci/learn.h"
 #include "tool/omci/mib.h"

@@ -21,7 +21,7 @@ constexpr attribute onu_g_attributes[] = {
     {"serial number", 8, false, {}},
     {"traffic management option", 1, false, {}},
 };
-constexpr attribute_class onu_g_table{onu_g, "ONU-G", onu_g_attributes};
+constexpr attribute_class onu_g_table{onu_g, onu_g_attributes};
 
 std::span<const uint8_t> find_value(const value_list& list, size_t index)
 {

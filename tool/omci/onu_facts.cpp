@@ -21,8 +21,8 @@ constexpr attribute image_attributes[] = {
     {"is committed", 1, false, {}},
     {"is active", 1, false, {}},
 };
-constexpr attribute_class onu2_g{gpon::to_me_class(257), "ONU2-G", onu2_g_attributes};
-constexpr attribute_class image{gpon::to_me_class(7), "software image", image_attributes};
+constexpr attribute_class onu2_g{gpon::to_me_class(257), onu2_g_attributes};
+constexpr attribute_class image{gpon::to_me_class(7), image_attributes};
 constexpr size_t is_active = 2;
 constexpr uint16_t slot_mask = 0xff00; ///< of an image's instance; 0 is the ONU as a whole
 

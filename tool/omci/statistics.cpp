@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tool/omci/class_titles.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/scenario_text.h"
 #include "tool/text/text_table.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/omci/summary.h"
 
+#include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
-#include "tool/omci/class_titles.h"
 #include "tool/omci/scenario_text.h"
 #include "tool/text/text_table.h"
 

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tool/omci/class_titles.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/statistics.h"
 #include "tool/text/text_table.h"
 

@@ -5,7 +5,7 @@
 
 #include "include/me_class_id.h"
 #include "include/uapi/gpon_flow.h"
-#include "tool/omci/class_titles.h"
+#include "tool/model/class_records.h"
 #include "tool/omci/scenario_text.h"
 
 namespace gponflow::omci {

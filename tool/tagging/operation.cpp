@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <span>
+#include <string_view>
+
+#include "tool/text/class_titles.h"
 
 namespace gponflow {
 
@@ -10,36 +13,36 @@ namespace {
 
 struct association_type {
     uint8_t value;
-    me_class class_id; // none: not mirrored
-    const char* name;
+    me_class class_id;          // none: not mirrored
+    std::string_view name = {}; // of a class that is not mirrored
 };
 
 constexpr association_type extended_associations[] = {
-    {0, me_class::mbpcd, "MAC bridge port configuration data"},
-    {1, me_class::mapper, "802.1p mapper service profile"},
-    {2, me_class::pptp, "PPTP Ethernet UNI"},
+    {0, me_class::mbpcd},
+    {1, me_class::mapper},
+    {2, me_class::pptp},
     {3, me_class::none, "IP host config data"},
     {4, me_class::none, "PPTP xDSL UNI"},
-    {5, me_class::gemiw, "GEM interworking TP"},
-    {6, me_class::multigemiw, "multicast GEM interworking TP"},
+    {5, me_class::gemiw},
+    {6, me_class::multigemiw},
     {7, me_class::none, "PPTP MoCA UNI"},
     {9, me_class::none, "Ethernet flow TP"},
-    {10, me_class::veip, "virtual Ethernet interface point"},
+    {10, me_class::veip},
     {11, me_class::none, "MPLS pseudowire TP"},
     {12, me_class::none, "EFM bonding group"},
 };
 
 constexpr association_type plain_associations[] = {
-    {0, me_class::pptp, "PPTP Ethernet UNI"},
+    {0, me_class::pptp},
     {1, me_class::none, "IP host config data"},
-    {2, me_class::mapper, "802.1p mapper service profile"},
-    {3, me_class::mbpcd, "MAC bridge port configuration data"},
+    {2, me_class::mapper},
+    {3, me_class::mbpcd},
     {4, me_class::none, "PPTP xDSL UNI"},
-    {5, me_class::gemiw, "GEM interworking TP"},
-    {6, me_class::multigemiw, "multicast GEM interworking TP"},
+    {5, me_class::gemiw},
+    {6, me_class::multigemiw},
     {7, me_class::none, "PPTP MoCA UNI"},
     {9, me_class::none, "Ethernet flow TP"},
-    {10, me_class::veip, "virtual Ethernet interface point"},
+    {10, me_class::veip},
     {11, me_class::none, "MPLS pseudowire TP"},
 };
 
@@ -183,7 +186,10 @@ me_class associated_class(const tag_operation& operation)
 std::string association_name(me_class class_id, uint8_t association)
 {
     const association_type* known = find_association(class_id, association);
-    return known ? known->name : "type " + std::to_string(association);
+    if (!known)
+        return "type " + std::to_string(association);
+    return std::string(known->name.empty() ? find_title(gpon::class_number(known->class_id))
+                                           : known->name);
 }
 
 } // namespace gponflow

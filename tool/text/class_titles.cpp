@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/omci/class_titles.h"
+#include "tool/text/class_titles.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "tool/omci/attributes.h"
-
-namespace gponflow::omci {
+namespace gponflow {
 
 namespace {
 
@@ -20,8 +18,11 @@ constexpr title titles[] = {
     {5, "cardholder"},
     {6, "circuit pack"},
     {7, "software image"},
+    {11, "PPTP Ethernet UNI"},
     {24, "Ethernet PM history data"},
+    {45, "MAC bridge service profile"},
     {46, "MAC bridge configuration data"},
+    {47, "MAC bridge port configuration data"},
     {48, "MAC bridge port designation data"},
     {49, "MAC bridge port filter table data"},
     {50, "MAC bridge port bridge table data"},
@@ -29,9 +30,12 @@ constexpr title titles[] = {
     {52, "MAC bridge port PM history data"},
     {53, "PPTP POTS UNI"},
     {58, "voice service profile"},
+    {78, "VLAN tagging operation configuration data"},
     {79, "MAC bridge port filter preassign table"},
     {82, "PPTP video UNI"},
+    {84, "VLAN tagging filter data"},
     {89, "Ethernet PM history data 2"},
+    {130, "802.1p mapper service profile"},
     {131, "OLT-G"},
     {133, "ONU power shedding"},
     {134, "IP host config data"},
@@ -47,14 +51,22 @@ constexpr title titles[] = {
     {153, "SIP user data"},
     {157, "large string"},
     {158, "ONU remote debug"},
+    {171, "extended VLAN tagging operation configuration data"},
     {256, "ONU-G"},
     {257, "ONU2-G"},
+    {262, "T-CONT"},
     {263, "ANI-G"},
     {264, "UNI-G"},
+    {266, "GEM interworking TP"},
+    {268, "GEM port network CTP"},
     {272, "GAL Ethernet profile"},
     {273, "threshold data 1"},
     {274, "threshold data 2"},
     {276, "GAL Ethernet PM history data"},
+    {277, "priority queue"},
+    {278, "traffic scheduler"},
+    {280, "traffic descriptor"},
+    {281, "multicast GEM interworking TP"},
     {287, "OMCI"},
     {296, "Ethernet PM history data 3"},
     {298, "dot1 rate limiter"},
@@ -64,6 +76,7 @@ constexpr title titles[] = {
     {312, "FEC PM history data"},
     {321, "Ethernet frame PM history data downstream"},
     {322, "Ethernet frame PM history data upstream"},
+    {329, "virtual Ethernet interface point"},
     {332, "enhanced security control"},
     {334, "Ethernet frame extended PM"},
     {336, "ONU dynamic power management control"},
@@ -73,15 +86,10 @@ constexpr title titles[] = {
 
 } // namespace
 
-std::string class_title(me_class id)
+std::string_view find_title(uint16_t class_number)
 {
-    if (const attribute_class* mirrored = find_attribute_class(id))
-        return std::string(mirrored->name);
-    const uint16_t number = gpon::class_number(id);
-    const auto* found = std::ranges::find(titles, number, &title::number);
-    if (found != std::end(titles))
-        return std::string(found->name);
-    return "class " + std::to_string(number);
+    const auto* found = std::ranges::find(titles, class_number, &title::number);
+    return found == std::end(titles) ? std::string_view() : found->name;
 }
 
-} // namespace gponflow::omci
+} // namespace gponflow

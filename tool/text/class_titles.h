@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Titles of classes: a list of classes that are not mirrored is readable without the standard.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace gponflow {
+
+/// "MAC bridge service profile" for class 45 (ITU-T G.988 clause 9), also for common classes that
+/// are not mirrored; empty for the others.
+[[nodiscard]] std::string_view find_title(uint16_t class_number);
+
+} // namespace gponflow
