@@ -9,9 +9,11 @@ FOLDER/NAME.h declares is defined in FOLDER/NAME.cpp. A declaration of the core 
 GPON_DEFINED_IN(FOLDER) is defined in that folder.
 
 The core's definitions come from the objects, which are named after their sources
-(.../src/FOLDER/FILE.cpp.o), through nm (NM). Those of the tool are read from its sources, several
-of which may be compiled into one object. TOOL_EXCEPTIONS are headers of the tool that declare what
-several sources define.
+(.../src/FOLDER/FILE.cpp.o), through nm (NM). The headers of platform/api declare what a platform
+defines, and nothing of the core: API_EXCEPTIONS are those through which a platform calls it.
+
+The definitions of the tool are read from its sources, several of which may be compiled into one
+object. TOOL_EXCEPTIONS are headers of the tool that declare what several sources define.
 
 Sources and headers are read without a preprocessor: a declaration that a macro makes is not seen.
 """
@@ -26,6 +28,11 @@ TOOL_EXCEPTIONS = {
     "tool/commands/commands.h": "one function for each subcommand, which main.cpp calls",
     "tool/check/families.h": "one function for each family of rules, which check.cpp calls",
     "tool/report/page_parts.h": "texts that the build generates from page.html, .css and .js",
+}
+
+API_EXCEPTIONS = {
+    "src/platform/api/module_entry.h": "entry points that a platform calls by their names",
+    "src/platform/api/observe.h": "records of the module, for a platform's read side",
 }
 
 SYMBOL = re.compile(r"(.*?): (.*) [TDBRGS] [0-9a-f]+")
@@ -181,6 +188,12 @@ def tool_definitions(root):
     return sources
 
 
+def api_faults_of(header, declaration, sources):
+    qualified, name, mark = declaration
+    for source in sorted(sources.get(qualified) or sources.get(name) or ()):
+        yield f"{header} declares {qualified}, which {source} defines"
+
+
 def faults_of(header, declaration, sources):
     qualified, name, mark = declaration
     # A function with C linkage has its bare name, whatever namespace declares it.
@@ -198,7 +211,7 @@ def faults_of(header, declaration, sources):
             yield f"{header} declares {qualified}, which {source} defines"
 
 
-def faults_of_headers(root, headers, sources, exceptions):
+def faults_of_headers(root, headers, sources, exceptions, faults_in=faults_of):
     """Return the number of declarations in the headers, and the faults among them."""
     count = 0
     faults = [f"{header} is no exception any more" for header in exceptions
@@ -207,7 +220,7 @@ def faults_of_headers(root, headers, sources, exceptions):
         header = os.path.relpath(path, root)
         declarations = list(declarations_of(path))
         count += len(declarations)
-        found = [fault for one in declarations for fault in faults_of(header, one, sources)]
+        found = [fault for one in declarations for fault in faults_in(header, one, sources)]
         if header not in exceptions:
             faults += found
         elif not found:
@@ -216,17 +229,19 @@ def faults_of_headers(root, headers, sources, exceptions):
 
 
 def main(root, *objects):
-    count, faults = faults_of_headers(root, glob.glob(f"{root}/src/*/*.h"),
-                                      definitions_in(objects), {})
+    core = definitions_in(objects)
+    count, faults = faults_of_headers(root, glob.glob(f"{root}/src/*/*.h"), core, {})
     if not count:
         faults.append(f"no declaration found below {root}/src")
+    api_count, api_faults = faults_of_headers(root, glob.glob(f"{root}/src/platform/api/*.h"), core,
+                                              API_EXCEPTIONS, api_faults_of)
     tool_headers = glob.glob(f"{root}/tool/**/*.h", recursive=True)
     tool_count, tool_faults = faults_of_headers(root, tool_headers, tool_definitions(root),
                                                 TOOL_EXCEPTIONS)
-    faults += tool_faults
+    faults += api_faults + tool_faults
     for fault in faults:
         print(f"check-headers: {fault}", file=sys.stderr)
-    print(f"{count + tool_count} declarations")
+    print(f"{count + api_count + tool_count} declarations")
     return 1 if faults else 0
 
 

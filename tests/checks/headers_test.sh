@@ -76,6 +76,22 @@ violation src/pkt/flow.h 'extern "C" { extern int first_list, third_list[2]; }' 
 violation src/pkt/flow.h 'extern int (*entry)(int);' 'entry, which src/me/list.cpp'
 violation src/pkt/walk.h 'void lost();' "lost, which no source"
 
+# The headers of platform/api, which declare nothing of the core but in the exceptions of the check.
+api_tree() {
+    paired_tree
+    file src/platform/api/kernel_api.h <<<'void printk();'
+    file src/platform/api/module_entry.h <<<'void walk();'
+    file src/platform/api/observe.h <<<'#define ENTRY(name) name
+        int ENTRY(call)(int); extern int third_list;'
+}
+api_tree
+passes "declarations of the platform" check_tree
+file src/platform/api/kernel_api.h <<<'int call(int (*visit)(int));'
+fails "a declaration of the core" "kernel_api.h declares call, which src/me/list.cpp" check_tree
+api_tree
+file src/platform/api/observe.h <<<'void printk();'
+fails "an exception without a declaration of the core" "observe.h is no exception any more" check_tree
+
 # The tool, whose sources are read. Only the exceptions of the check may have faults.
 tool_tree() {
     paired_tree
