@@ -2,6 +2,7 @@
 // Compiled for size: its speed matters little.
 #include "command_events.h"
 
+#include "../base/counters.h"
 #include "../base/tracepoint.h"
 
 namespace {
@@ -36,6 +37,13 @@ void gpon::trace_command(gpon_command_kind kind, long result)
 {
     if (is_traced(GPON_TRACEPOINT_COMMAND))
         send(kind, result, {}, "");
+}
+
+long gpon::refuse_command(long result)
+{
+    count(GPON_COUNT_commands_refused);
+    trace_command(GPON_COMMAND_REFUSED, result);
+    return result;
 }
 
 void gpon::trace_me_command(const gpon_me_cmd& cmd, long result)

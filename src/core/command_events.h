@@ -13,6 +13,9 @@ namespace gpon {
 void trace_command(gpon_command_kind kind, long result);
 void trace_me_command(const gpon_me_cmd& cmd, long result);
 
+/* Counts and traces a command that the module refuses. Returns the result. */
+[[nodiscard]] long refuse_command(long result);
+
 /* The words of the command become its text. */
 void trace_words(gpon_command_kind kind, const gpon_dbg_words& words, long result);
 

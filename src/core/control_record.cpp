@@ -53,13 +53,6 @@ i32 load_config(const void* user_cfg) GPON_REQUIRES(gpon_flow_control_mutex)
     return result;
 }
 
-i32 refused(i32 result)
-{
-    gpon::count(GPON_COUNT_commands_refused);
-    gpon::trace_command(GPON_COMMAND_REFUSED, result);
-    return result;
-}
-
 // The bracket begins before the flush, so a walk that runs meanwhile is not learnt.
 i32 run_me_command(gpon_me_cmd* cmd) GPON_CHANGES_LISTS
 {
@@ -103,7 +96,7 @@ i32 gpon_flow_dispatch_omci_cmd(const void* user_record)
 {
     gpon_flow_cmd record;
     if (copy_from_user(&record, user_record, sizeof(record)) != 0)
-        return refused(-1);
+        return static_cast<i32>(gpon::refuse_command(-1));
     switch (record.cmd) {
     case GPON_FLOW_CMD_ME:
         return run_me_command(&record.me);
@@ -115,6 +108,6 @@ i32 gpon_flow_dispatch_omci_cmd(const void* user_record)
         return clean_all();
     default:
         log_error("gpon_flow_dispatch_omci_cmd: Without CMD: %d\r\n", record.cmd);
-        return refused(-1);
+        return static_cast<i32>(gpon::refuse_command(-1));
     }
 }

@@ -15,13 +15,6 @@ constexpr unsigned long COMMAND_BUFFER = 132;
 constexpr long TOO_LONG = -22;   // -EINVAL
 constexpr long UNREADABLE = -14; // -EFAULT
 
-long refused(long error)
-{
-    gpon::count(GPON_COUNT_commands_refused);
-    gpon::trace_command(GPON_COMMAND_REFUSED, error);
-    return error;
-}
-
 const char* switch_name()
 {
     return gpon::load_relaxed(gponFlowEnableFlag) ? "ENABLE" : "DISABLE";
@@ -33,9 +26,9 @@ long gpon_flow_proc_write(file*, const char* user_text, unsigned long count)
 {
     char command[COMMAND_BUFFER] = {};
     if (count >= COMMAND_BUFFER)
-        return refused(TOO_LONG);
+        return gpon::refuse_command(TOO_LONG);
     if (copy_from_user(command, user_text, count) != 0)
-        return refused(UNREADABLE);
+        return gpon::refuse_command(UNREADABLE);
     gpon::count(GPON_COUNT_operator_commands);
     gpon_dbg_words words = {};
     const i32 found = gpon::split_words(command, words);

@@ -19,11 +19,6 @@ namespace gponflow {
 
 namespace {
 
-[[noreturn]] void fail()
-{
-    throw std::runtime_error(std::generic_category().message(errno));
-}
-
 // Opened here: libpcap prefixes its errors with the name, and the caller does too.
 std::FILE* open_stream(const std::string& path)
 {
@@ -34,11 +29,11 @@ std::FILE* open_stream(const std::string& path)
     std::error_code unknown;
     if (std::filesystem::is_directory(path, unknown)) {
         errno = EISDIR;
-        fail();
+        throw_errno();
     }
     std::FILE* stream = std::fopen(path.c_str(), "rb");
     if (stream == nullptr)
-        fail();
+        throw_errno();
     return stream;
 }
 
@@ -49,7 +44,7 @@ std::FILE* open_memory(std::span<const uint8_t> contents)
     // fmemopen only reads in mode "r" despite the type of its argument.
     std::FILE* stream = fmemopen(const_cast<uint8_t*>(contents.data()), contents.size(), "r");
     if (stream == nullptr)
-        fail();
+        throw_errno();
     return stream;
 }
 

@@ -6,8 +6,8 @@
 
 #include "include/tp_types.h"
 #include "tool/check/families.h"
-#include "tool/check/texts.h"
 #include "tool/model/tag_set.h"
+#include "tool/text/hex_text.h"
 
 namespace gponflow {
 
@@ -15,11 +15,6 @@ namespace {
 
 constexpr uint8_t last_forward_operation = 0x21;
 constexpr uint8_t filter_places = 12;
-
-tp_side side_of(const me_instance& port)
-{
-    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType).side;
-}
 
 // "1, 11".
 std::string tp_types_of(tp_side side)
@@ -33,7 +28,7 @@ std::string tp_types_of(tp_side side)
 
 void check_bridge_port(const me_instance& port, finding_list& found)
 {
-    if (side_of(port) != tp_side::none)
+    if (type_of(port).side != tp_side::none)
         return;
     found.add(at(port, {"tpType"}), "no-side",
               "tpType " + std::to_string(port.as<gpon_raw_mbpcd>().tpType) +
@@ -52,10 +47,10 @@ void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list
                 continue;
             found.add(at(filter, "vlanFilterList", i), "shadowed-entry",
                       "entry " + std::to_string(i) + " of vlanFilterList (" +
-                          hex(me.vlanFilterList[i], 4) + ") equals entry " +
-                          std::to_string(earlier) + " (" + hex(me.vlanFilterList[earlier], 4) +
-                          ") in the bits that forwardOperation " + hex(me.forwardOperation, 2) +
-                          " compares",
+                          hex_text(me.vlanFilterList[i], 4) + ") equals entry " +
+                          std::to_string(earlier) + " (" + hex_text(me.vlanFilterList[earlier], 4) +
+                          ") in the bits that forwardOperation " +
+                          hex_text(me.forwardOperation, 2) + " compares",
                       "delete it, or correct it");
             break;
         }
@@ -66,7 +61,7 @@ void check_result_of(const me_instance& filter, const gpon_raw_vtfd& me, finding
     if (me.forwardOperation <= last_forward_operation && passed_by(me).none())
         found.add(at(filter, {"forwardOperation", "vlanFilterNums", "vlanFilterList"}),
                   "filter-passes-nothing",
-                  "forwardOperation " + hex(me.forwardOperation, 2) + " with " +
+                  "forwardOperation " + hex_text(me.forwardOperation, 2) + " with " +
                       std::to_string(me.vlanFilterNums) + " entries drops every frame",
                   "add the VLANs of the service to vlanFilterList and count them in "
                   "vlanFilterNums");
@@ -106,7 +101,7 @@ void check_priorities(const line_model& entities, finding_list& found)
             if (which != 0 && which != all_priorities)
                 found.add(at(filter, {"forwardOperation", "vlanFilterList"}),
                           "filter-compares-priority",
-                          "forwardOperation " + hex(me.forwardOperation, 2) +
+                          "forwardOperation " + hex_text(me.forwardOperation, 2) +
                               " compares the whole tag: VLAN " + std::to_string(vlan) +
                               " passes with priority " + priorities_text(which) + " only",
                           "use an operation that compares the VLAN (0x04, 0x10), or list the tag "
@@ -120,7 +115,7 @@ void check_filter(const line_model& entities, const me_instance& filter, finding
     const auto me = filter.as<gpon_raw_vtfd>();
     if (me.forwardOperation > last_forward_operation)
         found.add(at(filter, {"forwardOperation"}), "unknown-operation",
-                  "forwardOperation " + hex(me.forwardOperation, 2) +
+                  "forwardOperation " + hex_text(me.forwardOperation, 2) +
                       " is not defined: every frame is dropped",
                   "use 0x00 to 0x21");
     if (me.vlanFilterNums > filter_places)
@@ -131,7 +126,7 @@ void check_filter(const line_model& entities, const me_instance& filter, finding
     check_list(filter, me, found);
     check_result_of(filter, me, found);
     const me_instance* port = entities.find({me_class::mbpcd, filter.id.instance});
-    if (port && port->records(filter.id) && side_of(*port) == tp_side::uni)
+    if (port && port->records(filter.id) && type_of(*port).side == tp_side::uni)
         found.add(filter, "filter-on-uni-side",
                   "its bridge port is on the UNI side, where a filter drops every frame",
                   "delete it, or use the id of the bridge port on the ANI side");

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "tool/check/families.h"
-#include "tool/check/texts.h"
+#include "tool/text/hex_text.h"
 
 namespace gponflow {
 
@@ -84,10 +84,10 @@ void check_alloc_id(const line_model& entities, const me_instance& ctp, finding_
     const me_instance* tcont = entities.find({me_class::tcont, me.tcontID});
     if (tcont && is_allocated(tcont->as<gpon_raw_tcont>().allocID))
         return;
-    const std::string state = !tcont ? " does not exist"
-                              : tcont->automatic
-                                  ? " was never set"
-                                  : " has allocID " + hex(tcont->as<gpon_raw_tcont>().allocID, 2);
+    const std::string state =
+        !tcont             ? " does not exist"
+        : tcont->automatic ? " was never set"
+                           : " has allocID " + hex_text(tcont->as<gpon_raw_tcont>().allocID, 2);
     found.add(at(ctp, {"tcontID"}), "gem-port-without-alloc-id",
               to_text({me_class::tcont, me.tcontID}) + state +
                   ": the OLT grants no time to upstream frames of this GEM port",

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "tool/check/families.h"
-#include "tool/check/texts.h"
+#include "tool/text/hex_text.h"
 
 namespace gponflow {
 
@@ -30,9 +30,9 @@ void check_side(const line_model& entities, const me_instance& queue, finding_li
     found.add(at(queue, {"relatedPort"}), "queue-on-wrong-side",
               std::string("its id is that of ") + (by_id ? "an upstream" : "a downstream") +
                   " queue (upstream_queue_num " + std::to_string(cfg.upstream_queue_num) +
-                  "), its relatedPort " + hex(port, 8) + " belongs to a " +
+                  "), its relatedPort " + hex_text(port, 8) + " belongs to a " +
                   (by_id ? "UNI" : "T-CONT") + " (related_port_boundary " +
-                  hex(cfg.related_port_boundary, 8) + ")",
+                  hex_text(cfg.related_port_boundary, 8) + ")",
               "correct relatedPort, or the configuration");
 }
 

@@ -19,12 +19,6 @@ constexpr const char* does_not_exist = "it does not exist";
 constexpr const char* downstream_only = "its direction is 2, downstream only";
 constexpr const char* path_ends = "the path ends here";
 
-const me_instance* first_related(const line_model& entities, me_id from, me_class class_id)
-{
-    const std::vector<me_id> all = entities.related(from, class_id);
-    return all.empty() ? nullptr : entities.find(all.front());
-}
-
 // Where the priority of an untagged frame comes from, and the priority.
 std::pair<std::string, unsigned> untagged_priority(const gpon_raw_mapper& me, const bytes& frame)
 {
@@ -55,16 +49,9 @@ std::string plural_reason(const std::string& reason)
     return found == plurals.end() ? reason : found->second;
 }
 
-std::string hex_text(unsigned value, int digits)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
-    return text;
-}
-
 std::string filter_text(const line_model& entities, me_id port, unsigned tci, bool tagged)
 {
-    const me_instance* filter = first_related(entities, port, me_class::vtfd);
+    const me_instance* filter = entities.first_related(port, me_class::vtfd);
     if (!filter)
         return {};
     const auto me = filter->as<gpon_raw_vtfd>();
@@ -82,7 +69,7 @@ std::string filter_text(const line_model& entities, me_id port, unsigned tci, bo
 std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
                           const bytes* frame)
 {
-    const me_instance* mapper = first_related(entities, gem_iw, me_class::mapper);
+    const me_instance* mapper = entities.first_related(gem_iw, me_class::mapper);
     if (!mapper)
         return "priority of TCI " + hex_text(tci);
     const auto me = mapper->as<gpon_raw_mapper>();

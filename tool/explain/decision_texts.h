@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tool/model/line_model.h"
+#include "tool/text/hex_text.h"
 
 namespace gponflow {
 
@@ -43,9 +44,6 @@ constexpr const char* tags_hidden = "its tags are not in the capture";
 
 /// The same reason for several instances: "their VLAN filters drop the frame".
 [[nodiscard]] std::string plural_reason(const std::string& reason);
-
-/// "0x0011".
-[[nodiscard]] std::string hex_text(unsigned value, int digits = 4);
 
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
 /// that bridge port. Empty if the entities have none.

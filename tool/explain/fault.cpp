@@ -18,12 +18,6 @@ namespace {
 
 constexpr size_t most_named = 3;
 
-const me_instance* related_instance(const line_model& entities, me_id from, me_class class_id)
-{
-    const std::vector<me_id> all = entities.related(from, class_id);
-    return all.empty() ? nullptr : entities.find(all.front());
-}
-
 std::string of_bridge(std::optional<uint16_t> bridge)
 {
     return bridge ? " of bridge " + std::to_string(*bridge) : "";
@@ -114,7 +108,7 @@ private:
     const me_instance* filter_of(const walk_step& step) const
     {
         const bool filtered = step.dead_end == filter_drops || step.dead_end == filter_on_uni_side;
-        return filtered ? related_instance(entities_, step.at, me_class::vtfd) : nullptr;
+        return filtered ? entities_.first_related(step.at, me_class::vtfd) : nullptr;
     }
 
     std::tuple<bool, bool, bool, bool, size_t, bool, bool> reach(size_t i) const
@@ -184,7 +178,7 @@ private:
                     to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i,
                     sources_of(*step.broken_link)};
         if (step.dead_end == not_selected)
-            if (const me_instance* mapper = related_instance(entities_, step.at, me_class::mapper))
+            if (const me_instance* mapper = entities_.first_related(step.at, me_class::mapper))
                 return {mapper->id, mapper_reason(*mapper, bridge), i, mapper_sources(*mapper)};
         return {step.at, to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i,
                 end_sources(step)};

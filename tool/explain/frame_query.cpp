@@ -8,6 +8,7 @@
 #include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/scenario/values.h"
+#include "tool/tagging/frame_tags.h"
 #include "tool/text/ethernet_numbers.h"
 #include "tool/text/message_words.h"
 
@@ -16,12 +17,6 @@ namespace gponflow {
 namespace {
 
 constexpr size_t least_frame = 60; // without frame check sequence
-
-void append(bytes& to, unsigned word)
-{
-    to.push_back(static_cast<uint8_t>(word >> 8));
-    to.push_back(static_cast<uint8_t>(word));
-}
 
 bytes bytes_of(const std::string& text)
 {
@@ -45,8 +40,8 @@ void append_address(bytes& to, const char* option, const std::string& text, uint
 
 void append_tag(bytes& to, uint16_t tpid, const query_tag& tag)
 {
-    append(to, tpid);
-    append(to, static_cast<unsigned>(tag.priority) << 13 | tag.vlan);
+    append_word(to, tpid);
+    append_word(to, static_cast<uint16_t>(tag.priority << 13 | tag.vlan));
 }
 
 // The header that a mapper reads the DSCP from.
@@ -56,7 +51,7 @@ void append_ip(bytes& to, const frame_query& query)
         to.push_back(0x45);
         to.push_back(static_cast<uint8_t>(query.dscp << 2));
     } else if (query.ethertype == type_ipv6) {
-        append(to, 0x6000u | static_cast<unsigned>(query.dscp) << 6);
+        append_word(to, static_cast<uint16_t>(0x6000 | query.dscp << 6));
     }
 }
 
@@ -71,7 +66,7 @@ captured_frame built_frame(const frame_query& query)
         append_tag(frame, query.tpid, *query.outer);
     if (query.inner)
         append_tag(frame, 0x8100, *query.inner);
-    append(frame, query.ethertype);
+    append_word(frame, query.ethertype);
     append_ip(frame, query);
     frame.resize(std::max(frame.size(), least_frame));
     return captured_frame(std::move(frame));

@@ -2,36 +2,29 @@
 #include "tool/live/show_table.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <ostream>
 
 #include "tool/model/class_records.h"
+#include "tool/text/hex_text.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
 
 namespace {
 
-std::string hex(unsigned value, int digits)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "0x%0*x", digits, value);
-    return text;
-}
-
 std::string text_of(const dumped_attribute& attribute, const gpon_me_field& field)
 {
     std::string text;
     if (is_byte_string(field)) {
         for (const uint32_t value : attribute.values)
-            text += hex(value, 2).substr(2);
+            text += hex_text(value, 2).substr(2);
         return text;
     }
     for (const uint32_t value : attribute.values) {
         text += text.empty() ? "" : ",";
         text += field.notation == gpon_notation::decimal ? std::to_string(value)
-                                                         : hex(value, 2 * field.width);
+                                                         : hex_text(value, 2 * field.width);
     }
     return text;
 }
@@ -40,7 +33,7 @@ std::string text_of(const dumped_link& link)
 {
     std::string text;
     for (const uint16_t instance : link.instances)
-        text += (text.empty() ? "" : ",") + hex(instance, 4);
+        text += (text.empty() ? "" : ",") + hex_text(instance, 4);
     return (text.empty() ? "-" : text) + (link.cut ? ",..." : "");
 }
 

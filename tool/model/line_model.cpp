@@ -151,6 +151,12 @@ void line_model::apply(const tag_facts& facts, unsigned line)
         known.begun = line;
 }
 
+const me_instance* line_model::first_related(me_id from, me_class class_id) const
+{
+    const std::vector<me_id> all = related(from, class_id);
+    return all.empty() ? nullptr : find(all.front());
+}
+
 std::vector<me_id> line_model::tag_operations() const
 {
     std::vector<me_id> all;

@@ -127,6 +127,9 @@ public:
     /// ids that the instance has recorded, then instances that have recorded it.
     [[nodiscard]] std::vector<me_id> related(me_id from, me_class class_id) const;
 
+    /// The first of these; null if there is none.
+    [[nodiscard]] const me_instance* first_related(me_id from, me_class class_id) const;
+
     /// Tagging operations of both classes, those without facts included, by class and id.
     [[nodiscard]] std::vector<me_id> tag_operations() const;
     /// Null if only the existence of the operation is known.

@@ -65,11 +65,6 @@ decoded bad(std::string fault)
     return {std::nullopt, std::move(fault)};
 }
 
-bool all_zero(std::span<const uint8_t> bytes)
-{
-    return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
-}
-
 // The bytes after the part that the CRC covers: nothing, padding, or the CRC and padding.
 std::string check_crc(std::span<const uint8_t> covered, std::span<const uint8_t> rest)
 {
@@ -135,6 +130,11 @@ decoded decode_extended(std::span<const uint8_t> bytes)
 }
 
 } // namespace
+
+bool all_zero(std::span<const uint8_t> bytes)
+{
+    return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
+}
 
 uint16_t read_u16(std::span<const uint8_t> bytes, size_t at)
 {

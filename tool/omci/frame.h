@@ -58,4 +58,6 @@ struct decoded {
 [[nodiscard]] uint16_t read_u16(std::span<const uint8_t> bytes, size_t at);
 [[nodiscard]] uint32_t read_u32(std::span<const uint8_t> bytes, size_t at);
 
+[[nodiscard]] bool all_zero(std::span<const uint8_t> bytes);
+
 } // namespace gponflow::omci

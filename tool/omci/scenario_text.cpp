@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "tool/omci/frame.h"
 #include "tool/omci/tagging_text.h"
 
 namespace gponflow::omci {
@@ -66,11 +67,6 @@ bool named_by_mask(const attribute_class& cls, uint16_t mask, std::string_view f
     return false;
 }
 
-bool is_cleared(std::span<const uint8_t> bytes)
-{
-    return std::ranges::all_of(bytes, [](uint8_t byte) { return byte == 0; });
-}
-
 std::string head(std::string_view verb, const class_record& fields, uint16_t instance)
 {
     return "me " + std::string(verb) + " " + std::string(fields.name) + " " +
@@ -78,13 +74,6 @@ std::string head(std::string_view verb, const class_record& fields, uint16_t ins
 }
 
 } // namespace
-
-std::string hex_text(uint32_t value, int digits)
-{
-    std::array<char, 16> text;
-    std::snprintf(text.data(), text.size(), "0x%0*x", digits, value);
-    return text.data();
-}
 
 std::string hex_bytes(std::span<const uint8_t> bytes)
 {
@@ -104,7 +93,7 @@ std::string me_line(std::string_view verb, const class_record& fields, const att
     for (const gpon_me_field& field : by_place(fields.fields)) {
         if (field.offset == 0) // instID is the instance
             continue;
-        if (is_cleared(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
+        if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
             continue;
         line += " " + std::string(field.name) + "=" + field_value(rec, field);
     }

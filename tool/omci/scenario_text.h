@@ -9,11 +9,9 @@
 #include "tool/model/class_records.h"
 #include "tool/omci/attributes.h"
 #include "tool/omci/mib.h"
+#include "tool/text/hex_text.h"
 
 namespace gponflow::omci {
-
-/// "0x" and at least `digits` digits.
-[[nodiscard]] std::string hex_text(uint32_t value, int digits);
 
 /// Two digits for each byte.
 [[nodiscard]] std::string hex_bytes(std::span<const uint8_t> bytes);

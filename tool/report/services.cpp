@@ -13,11 +13,6 @@ namespace gponflow {
 
 namespace {
 
-tp_side side_of(const me_instance& port)
-{
-    return gpon::bridge_port_tp(port.as<gpon_raw_mbpcd>().tpType).side;
-}
-
 class service_finder {
 public:
     explicit service_finder(const line_model& entities) : model_(entities) {}
@@ -26,7 +21,7 @@ public:
     {
         index_pointers();
         for (const me_instance& port : model_.instances(me_class::mbpcd))
-            if (side_of(port) == tp_side::ani)
+            if (type_of(port).side == tp_side::ani)
                 add_port(port);
         add_rest();
         for (size_t i = 0; i < found_.size(); ++i)
@@ -86,7 +81,7 @@ private:
         const me_id id{me_class::mbsp, bridge};
         for (const me_id from : pointed_by_[id]) {
             const me_instance* port = model_.find(from);
-            if (from.class_id == me_class::mbpcd && port && side_of(*port) == tp_side::uni)
+            if (from.class_id == me_class::mbpcd && port && type_of(*port).side == tp_side::uni)
                 add_onward(from, into);
         }
         into.add(id);
@@ -128,7 +123,7 @@ private:
         uint16_t bridge = 0;
         for (const me_id id : shown.members) {
             const me_instance* me = model_.find(id);
-            if (me && id.class_id == me_class::mbpcd && side_of(*me) == tp_side::ani)
+            if (me && id.class_id == me_class::mbpcd && type_of(*me).side == tp_side::ani)
                 vlans = vlans_of(id);
             if (id.class_id == me_class::mbsp)
                 bridge = id.instance;

@@ -54,13 +54,13 @@ bool is_later_fragment(const tagged_frame& frame)
     return frame.ethertype() == type_ipv4 && (word_at(frame.rest, ip_at + 6) & offset_mask) != 0;
 }
 
+} // namespace
+
 void append_word(std::vector<uint8_t>& to, uint16_t word)
 {
     to.push_back(static_cast<uint8_t>(word >> 8));
     to.push_back(static_cast<uint8_t>(word));
 }
-
-} // namespace
 
 uint16_t tagged_frame::ethertype() const
 {

@@ -37,6 +37,9 @@ struct tagged_frame {
     [[nodiscard]] std::vector<uint8_t> joined() const;
 };
 
+/// In network order.
+void append_word(std::vector<uint8_t>& to, uint16_t word);
+
 /// Splits a frame. Tags are those with TPID 0x8100, 0x88a8, 0x9100 or `more`. Nothing if the frame
 /// ends within its addresses; a tag that is cut off belongs to the rest.
 [[nodiscard]] std::optional<tagged_frame> split_frame(std::span<const uint8_t> frame,

@@ -16,11 +16,6 @@ namespace {
 // Limits reading from an endless device.
 constexpr size_t most_bytes = size_t{256} << 20;
 
-[[noreturn]] void fail()
-{
-    throw std::runtime_error(std::generic_category().message(errno));
-}
-
 std::string read_all(std::FILE* stream)
 {
     std::string text;
@@ -31,11 +26,16 @@ std::string read_all(std::FILE* stream)
             throw std::runtime_error("longer than 256 MiB");
     }
     if (std::ferror(stream))
-        fail();
+        throw_errno();
     return text;
 }
 
 } // namespace
+
+void throw_errno()
+{
+    throw std::runtime_error(std::generic_category().message(errno));
+}
 
 void claim_standard_input()
 {
@@ -54,7 +54,7 @@ std::string read_source_text(const std::string& file)
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"),
                                                                  std::fclose);
     if (!stream)
-        fail();
+        throw_errno();
     return read_all(stream.get());
 }
 

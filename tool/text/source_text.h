@@ -6,6 +6,9 @@
 
 namespace gponflow {
 
+/// Throws std::runtime_error with the text of errno.
+[[noreturn]] void throw_errno();
+
 /// Called before standard input is read. Throws std::runtime_error the second time: one command
 /// line names it for one input only.
 void claim_standard_input();
