@@ -92,7 +92,7 @@ void change_configuration(const std::atomic<bool>& done)
     }
 }
 
-void use_debug_doors(const std::atomic<bool>& done)
+void use_debug_entry_points(const std::atomic<bool>& done)
 {
     while (!done.load(std::memory_order_relaxed))
         for (const char* line : {"show raw_data", "show flow_rule", "set debug_level 7",
@@ -153,7 +153,7 @@ TEST_P(concurrency, packets_commands_debug_lines_and_the_aging_timer_run_side_by
 {
     std::atomic<uint64_t> passed = 0;
     std::atomic<bool> done = false;
-    run_beside_packets({[&] { change_configuration(done); }, [&] { use_debug_doors(done); },
+    run_beside_packets({[&] { change_configuration(done); }, [&] { use_debug_entry_points(done); },
                         [&] { let_time_pass(done); }},
                        done, passed);
     EXPECT_GT(passed, 0u);

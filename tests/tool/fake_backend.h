@@ -16,7 +16,7 @@ public:
     // Results of the next calls.
     std::optional<int> load_answer = 0;
     std::optional<hook_answer> hook_result = hook_answer{2, 0, 0, 0};
-    std::optional<long> door_answer = 0;
+    std::optional<long> returned = 0;
     std::string refuse;                    ///< not empty: the next call is refused with it
     std::vector<backend_event> happenings; ///< reported by every call
     size_t attribute_bytes = 8;            ///< to read behind the attribute pointer
@@ -56,19 +56,19 @@ public:
         enter("ioctl " + std::to_string(number) + (argument ? "" : " null"));
         if (argument)
             take_record(argument);
-        return door_answer;
+        return returned;
     }
 
     std::optional<long> proc_write(std::string_view text) override
     {
         enter("write " + std::string(text));
-        return door_answer;
+        return returned;
     }
 
     std::optional<long> proc_read() override
     {
         enter("read");
-        return door_answer;
+        return returned;
     }
 
     uint64_t advance(uint64_t jiffies) override

@@ -57,7 +57,7 @@ TEST_F(run, prints_result_lines_of_the_interfaces)
     fake.load_answer = -12;
     EXPECT_EQ(transcript_of("load"), "> load\n= load -12\n");
     EXPECT_EQ(transcript_of("unload"), "> unload\n= unload\n");
-    fake.door_answer = -1;
+    fake.returned = -1;
     EXPECT_EQ(transcript_of("me set 45 1"), "> me set 45 1\n= me -1\n");
     EXPECT_EQ(transcript_of("config"), "> config\n= config -1\n");
     EXPECT_EQ(transcript_of("debug a"), "> debug a\n= debug -1\n");
@@ -73,7 +73,7 @@ TEST_F(run, prints_result_lines_of_the_interfaces)
 
 TEST_F(run, a_missing_interface_is_absent)
 {
-    fake.door_answer.reset();
+    fake.returned.reset();
     fake.hook_result.reset();
     EXPECT_EQ(transcript_of("me set 45 1\nproc read\nioctl 0\nhook kind=0 frame=00\n"
                             "expect ret=absent api_result=absent"),
@@ -150,7 +150,7 @@ TEST_F(run, expectations_compare_with_the_last_result_by_value)
                        "expect ret=0x2 api_result=0 gem=1025 flags=16\n"
                        "platform queue=0\nexpect flags=0x10"),
               status_ok);
-    fake.door_answer = -14;
+    fake.returned = -14;
     EXPECT_EQ(run_text("ioctl 0\nexpect ret=-14"), status_ok);
 }
 
@@ -175,7 +175,7 @@ TEST_F(run, an_absent_interface_equals_no_number_and_a_number_is_not_absent)
     EXPECT_EQ(run_text("proc read\nexpect ret=absent"), status_failed);
     EXPECT_EQ(out.str(), "> proc read\n= proc 0\n> expect ret=absent\n"
                          "! expected ret=absent, got 0\n");
-    fake.door_answer.reset();
+    fake.returned.reset();
     EXPECT_EQ(run_text("proc read\nexpect ret=0"), status_failed);
     EXPECT_EQ(out.str(), "> proc read\n= proc absent\n> expect ret=0\n"
                          "! expected ret=0, got absent\n");

@@ -186,21 +186,21 @@ static int switch_on(void)
     return send_record(&record);
 }
 
-static int tell(const char *what, int answer)
+static int report(const char *command, int answer)
 {
     if (answer)
-        printf("%s: %s\n", what, strerror(errno));
+        printf("%s: %s\n", command, strerror(errno));
     else
-        printf("%s: done\n", what);
+        printf("%s: done\n", command);
     return answer != 0;
 }
 
 /* A refused command is EPERM, whatever the reason: the kernel log has it. */
-static int tell_refused(const char *what, int answer, int expected)
+static int report_refused(const char *command, int answer, int expected)
 {
     int as_expected = answer == -1 && errno == expected;
 
-    printf("%s: %s\n", what, as_expected ? "refused" : "not refused as it should be");
+    printf("%s: %s\n", command, as_expected ? "refused" : "not refused as it should be");
     return !as_expected;
 }
 
@@ -209,15 +209,15 @@ static int provision(void)
     unsigned int vlan_list = ATTRIBUTE(1) | ATTRIBUTE(2) | ATTRIBUTE(3);
     int failures = 0;
 
-    failures += tell("MIB reset", send_mib_reset());
-    failures += tell("defaults", send_defaults());
-    failures += tell("GEM port 1025", create_gem_port(1, 1025, 0x11));
-    failures += tell("bridge", create_bridge());
-    failures += tell("filter, VLAN 200",
-                     send_filter(ZR_OMCI_MSG_TYPE_CREAT, 200, ALL_ATTRIBUTES));
-    failures += tell("filter, VLAN 100", send_filter(ZR_OMCI_MSG_TYPE_SET, 100, vlan_list));
-    failures += tell("bridge port, taken back", create_and_delete());
-    failures += tell("engine on", switch_on());
+    failures += report("MIB reset", send_mib_reset());
+    failures += report("defaults", send_defaults());
+    failures += report("GEM port 1025", create_gem_port(1, 1025, 0x11));
+    failures += report("bridge", create_bridge());
+    failures += report("filter, VLAN 200",
+                       send_filter(ZR_OMCI_MSG_TYPE_CREAT, 200, ALL_ATTRIBUTES));
+    failures += report("filter, VLAN 100", send_filter(ZR_OMCI_MSG_TYPE_SET, 100, vlan_list));
+    failures += report("bridge port, taken back", create_and_delete());
+    failures += report("engine on", switch_on());
     return failures;
 }
 
@@ -226,9 +226,9 @@ static int make_mistakes(void)
     uint8_t raw[64] = {0};
     int failures = 0;
 
-    failures += tell_refused("unknown class", create(CLASS_UNKNOWN, 1, raw), EPERM);
-    failures += tell_refused("raw record at no address", create(CLASS_BRIDGE, 2, NULL), EPERM);
-    failures += tell_refused("unknown ioctl", ioctl(device, 0x40007701u, NULL), ENOTTY);
+    failures += report_refused("unknown class", create(CLASS_UNKNOWN, 1, raw), EPERM);
+    failures += report_refused("raw record at no address", create(CLASS_BRIDGE, 2, NULL), EPERM);
+    failures += report_refused("unknown ioctl", ioctl(device, 0x40007701u, NULL), ENOTTY);
     return failures;
 }
 

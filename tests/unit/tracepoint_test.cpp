@@ -292,7 +292,7 @@ TEST_F(tracepoints, of_a_replay_whose_filter_is_gone)
     EXPECT_THAT(seen(), Contains("replay 2 47/6 1 unreadable"));
 }
 
-TEST_F(tracepoints, tell_marked_frames_from_others)
+TEST_F(tracepoints, distinguish_marked_frames_from_others)
 {
     create_ani(false);
     gpon::host::proc_write("set trace dst_mac 02:00:00:00:00:01");

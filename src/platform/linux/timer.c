@@ -10,7 +10,7 @@
 
 struct timer_list gpon_os_gpon_hash_timer;
 
-static bool timer_stands;
+static bool timer_is_set_up;
 
 unsigned long gpon_os_get_jiffies_64(void)
 {
@@ -21,7 +21,7 @@ void gpon_os_timer_setup(struct timer_list *timer, void (*expired)(struct timer_
 			 unsigned int flags)
 {
 	timer_setup(timer, expired, flags);
-	timer_stands = true;
+	timer_is_set_up = true;
 }
 
 int gpon_os_mod_timer(struct timer_list *timer, unsigned long expires)
@@ -31,7 +31,7 @@ int gpon_os_mod_timer(struct timer_list *timer, unsigned long expires)
 
 int gpon_os_del_timer_sync(struct timer_list *timer)
 {
-	return timer_stands ? gpon_timer_delete_sync(timer) : 0;
+	return timer_is_set_up ? gpon_timer_delete_sync(timer) : 0;
 }
 
 void gpon_glue_drop_timer(void)
