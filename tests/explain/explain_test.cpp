@@ -17,12 +17,12 @@ namespace gponflow {
 namespace {
 
 // What is printed about the last frame of a scenario.
-std::string explanation_of(const scenario& what)
+std::string explanation_of(const scenario& input)
 {
     std::ostringstream out;
     exit_status status = status_ok;
     const std::unique_ptr<backend> target = make_host_backend();
-    if (const auto found = explain_frame(what, *target, {}, out, status))
+    if (const auto found = explain_frame(input, *target, {}, out, status))
         print_explanation(*found, out);
     return out.str();
 }

@@ -39,7 +39,7 @@ const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\
 
 // The frames behind a line, as a platform with several CPUs reports them: the frame with this
 // number is handled by this CPU.
-std::vector<std::vector<gpon_trace_record>> calls_of(const scenario& what)
+std::vector<std::vector<gpon_trace_record>> calls_of(const scenario& input)
 {
     struct recorder final : captured_run {
         using captured_run::captured_run;
@@ -55,7 +55,7 @@ std::vector<std::vector<gpon_trace_record>> calls_of(const scenario& what)
     const auto host = make_host_backend();
     recorder run(*host);
     std::ostringstream diagnostics;
-    EXPECT_EQ(run.run(what, diagnostics), status_ok) << diagnostics.str();
+    EXPECT_EQ(run.run(input, diagnostics), status_ok) << diagnostics.str();
     return run.calls;
 }
 

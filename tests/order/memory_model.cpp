@@ -133,19 +133,19 @@ void run_until_all_ended()
     running = nullptr;
 }
 
-void prepare(const program& what)
+void prepare(const program& checked)
 {
     next_choice = 0;
     turn_lost = false;
     locations.clear();
     of_lock = {};
-    what.begin();
-    cpus.resize(what.cpus.size());
+    checked.begin();
+    cpus.resize(checked.cpus.size());
     for (size_t i = 0; i < cpus.size(); ++i) {
         if (!cpus[i])
             cpus[i] = std::make_unique<cpu>();
         cpu& one = *cpus[i];
-        one.work = what.cpus[i];
+        one.work = checked.cpus[i];
         one.now = one.after_acquire_fence = one.of_release_fence = {};
         one.ended = one.waits = false;
         start(one);
@@ -154,12 +154,12 @@ void prepare(const program& what)
 
 } // namespace
 
-u64 explore(const program& what)
+u64 explore(const program& checked)
 {
     choices.clear();
     u64 runs = 0;
     do {
-        prepare(what);
+        prepare(checked);
         run_until_all_ended();
         runs += !turn_lost;
     } while (!testing::Test::HasFailure() && next_combination());

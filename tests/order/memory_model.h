@@ -36,6 +36,6 @@ struct program {
 };
 
 /* Number of runs, without those that end in a lost turn. Stops at the first failed expectation. */
-u64 explore(const program& what);
+u64 explore(const program& checked);
 
 } // namespace order

@@ -61,14 +61,14 @@ uint16_t ordinary_or_reversed(uint16_t word, bool reversed)
 }
 
 // The type and what follows it.
-std::pair<uint16_t, octets> body(const description& what)
+std::pair<uint16_t, octets> body(const description& described)
 {
     const octets padding(8, 0x55);
-    Tins::IP v4 = ipv4(what.dscp, what.kind == inner::ipv4_options);
+    Tins::IP v4 = ipv4(described.dscp, described.kind == inner::ipv4_options);
     v4.inner_pdu(Tins::RawPDU(padding.begin(), padding.end()));
-    Tins::IPv6 v6 = ipv6(what.dscp);
+    Tins::IPv6 v6 = ipv6(described.dscp);
     v6.inner_pdu(Tins::RawPDU(padding.begin(), padding.end()));
-    switch (what.kind) {
+    switch (described.kind) {
     case inner::ipv4:
     case inner::ipv4_options:
         return {0x0800, v4.serialize()};
@@ -83,15 +83,15 @@ std::pair<uint16_t, octets> body(const description& what)
         return {0x8863, offer.serialize()};
     }
     case inner::pppoe_ipv4:
-        return {0x8864,
-                session(ordinary_or_reversed(0x21, what.ppp_reversed), v4.serialize()).serialize()};
+        return {0x8864, session(ordinary_or_reversed(0x21, described.ppp_reversed), v4.serialize())
+                            .serialize()};
     case inner::pppoe_ipv6:
-        return {0x8864,
-                session(ordinary_or_reversed(0x57, what.ppp_reversed), v6.serialize()).serialize()};
+        return {0x8864, session(ordinary_or_reversed(0x57, described.ppp_reversed), v6.serialize())
+                            .serialize()};
     case inner::pppoe_lcp:
-        return {
-            0x8864,
-            session(ordinary_or_reversed(0xc021, what.ppp_reversed), v4.serialize()).serialize()};
+        return {0x8864,
+                session(ordinary_or_reversed(0xc021, described.ppp_reversed), v4.serialize())
+                    .serialize()};
     case inner::other:
         break;
     }
@@ -183,11 +183,11 @@ std::string description::text() const
     return out.str();
 }
 
-octets build(const description& what)
+octets build(const description& described)
 {
-    const auto [type, rest] = body(what);
+    const auto [type, rest] = body(described);
     Tins::EthernetII outer("02:a1:a2:a3:a4:a5", "02:b1:b2:b3:b4:b5");
-    for (const tag& one : what.tags) {
+    for (const tag& one : described.tags) {
         Tins::Dot1Q layer(one.tci & 0xfff);
         layer.priority(static_cast<uint8_t>(one.tci >> 13));
         layer.cfi((one.tci >> 12) & 1);
@@ -195,12 +195,12 @@ octets build(const description& what)
     }
     octets frame = outer.serialize();
     // The library writes one TPID and the types of the layers that it knows.
-    for (size_t i = 0; i < what.tags.size(); ++i) {
-        frame[type_offset + tag_bytes * i] = static_cast<uint8_t>(what.tags[i].tpid >> 8);
-        frame[type_offset + tag_bytes * i + 1] = static_cast<uint8_t>(what.tags[i].tpid);
+    for (size_t i = 0; i < described.tags.size(); ++i) {
+        frame[type_offset + tag_bytes * i] = static_cast<uint8_t>(described.tags[i].tpid >> 8);
+        frame[type_offset + tag_bytes * i + 1] = static_cast<uint8_t>(described.tags[i].tpid);
     }
-    frame.resize(type_offset + tag_bytes * what.tags.size());
-    const uint16_t written = ordinary_or_reversed(type, what.type_reversed);
+    frame.resize(type_offset + tag_bytes * described.tags.size());
+    const uint16_t written = ordinary_or_reversed(type, described.type_reversed);
     frame.insert(frame.end(), {static_cast<uint8_t>(written >> 8), static_cast<uint8_t>(written)});
     frame.insert(frame.end(), rest.begin(), rest.end());
     return frame;

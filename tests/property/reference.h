@@ -42,7 +42,7 @@ struct description {
 };
 
 /// The whole frame.
-octets build(const description& what);
+octets build(const description& described);
 
 /// Everything below treats bytes past the end of a frame as 0.
 

@@ -13,12 +13,12 @@ namespace gponflow {
 
 namespace {
 
-report_data collected(const scenario& what)
+report_data collected(const scenario& input)
 {
     report_data data;
     std::ostringstream output;
     const std::unique_ptr<backend> target = make_host_backend();
-    EXPECT_EQ(collect_report(what, *target, data, output), status_ok) << output.str();
+    EXPECT_EQ(collect_report(input, *target, data, output), status_ok) << output.str();
     return data;
 }
 

@@ -33,19 +33,19 @@ public:
     uint64_t calls = 0;
 };
 
-report_data report_of(const scenario& what, backend& target)
+report_data report_of(const scenario& input, backend& target)
 {
     report_data data;
     std::ostringstream printed;
-    EXPECT_EQ(collect_report(what, target, data, printed), status_ok) << printed.str();
+    EXPECT_EQ(collect_report(input, target, data, printed), status_ok) << printed.str();
     return data;
 }
 
-std::string account_of(const scenario& what, backend& target)
+std::string account_of(const scenario& input, backend& target)
 {
     frame_account account;
     std::ostringstream text;
-    EXPECT_EQ(account_scenario(what, target, account, text), status_ok) << text.str();
+    EXPECT_EQ(account_scenario(input, target, account, text), status_ok) << text.str();
     print_account(account, text);
     return text.str();
 }
@@ -74,21 +74,21 @@ std::string flows_text(const report_data& data)
     return text.str();
 }
 
-void expect_the_same(const scenario& what)
+void expect_the_same(const scenario& input)
 {
     std::string expected, expected_flows, expected_rules;
     {
         forgetful_backend plain;
-        expected = account_of(what, plain);
+        expected = account_of(input, plain);
     }
     {
         forgetful_backend plain;
-        const report_data data = report_of(what, plain);
+        const report_data data = report_of(input, plain);
         expected_flows = flows_text(data);
         expected_rules = rules_text(data);
     }
-    EXPECT_EQ(account_of(what, *make_host_backend()), expected);
-    const report_data data = report_of(what, *make_host_backend());
+    EXPECT_EQ(account_of(input, *make_host_backend()), expected);
+    const report_data data = report_of(input, *make_host_backend());
     EXPECT_EQ(flows_text(data), expected_flows);
     EXPECT_EQ(rules_text(data), expected_rules);
 }

@@ -62,14 +62,14 @@ void add_counter(outcome_of_run& to, const gpon::host::counter& one)
         to.rest[one.name] = one.value;
 }
 
-outcome_of_run run_with(bool remembered, const scenario& what)
+outcome_of_run run_with(bool remembered, const scenario& input)
 {
     gpon::host::set_remembered_outcomes(remembered);
     std::ostringstream out, diagnostics;
     const auto target = make_host_backend();
-    std::ignore = run_scenario(what, *target, out, diagnostics, true);
+    std::ignore = run_scenario(input, *target, out, diagnostics, true);
     gpon::host::set_remembered_outcomes(true);
-    EXPECT_EQ(diagnostics.str(), "") << what.name;
+    EXPECT_EQ(diagnostics.str(), "") << input.name;
     outcome_of_run result;
     result.transcript = out.str();
     for (const gpon::host::counter& one : gpon::host::counters())
@@ -86,14 +86,14 @@ void pad_to(size_t bytes, scenario_line& line)
 }
 
 // A frame that is long enough for an outcome keeps its length.
-scenario with_padded_frames(scenario what)
+scenario with_padded_frames(scenario input)
 {
     constexpr size_t shortest_with_outcome = 22;
-    for (scenario_line& line : what.lines)
+    for (scenario_line& line : input.lines)
         if (const auto* hook = std::get_if<hook_command>(&line.command);
             hook && hook->frame && hook->frame->size() < shortest_with_outcome)
             pad_to(64, line);
-    return what;
+    return input;
 }
 
 class amplifier {
@@ -167,14 +167,14 @@ struct compared {
 };
 
 // Runs the scenario both ways.
-compared compare(const scenario& what)
+compared compare(const scenario& input)
 {
-    const compared both = {run_with(false, what), run_with(true, what)};
-    EXPECT_EQ(both.remembered.transcript, both.replayed.transcript) << what.name;
-    EXPECT_EQ(both.remembered.rest, both.replayed.rest) << what.name;
+    const compared both = {run_with(false, input), run_with(true, input)};
+    EXPECT_EQ(both.remembered.transcript, both.replayed.transcript) << input.name;
+    EXPECT_EQ(both.remembered.rest, both.replayed.rest) << input.name;
     EXPECT_EQ(both.remembered.replayed + both.remembered.remembered, both.replayed.replayed)
-        << what.name;
-    EXPECT_EQ(both.replayed.remembered + both.replayed.written, 0u) << what.name;
+        << input.name;
+    EXPECT_EQ(both.replayed.remembered + both.replayed.written, 0u) << input.name;
     return both;
 }
 
@@ -206,8 +206,8 @@ void expect_numbers(const known_numbers& found, const known_numbers& wanted)
 TEST(remembered_outcomes, print_what_replays_print)
 {
     known_numbers found;
-    for_each_scenario([&](const std::string& file, const scenario& what) {
-        found[file] = compare(what).remembered.remembered;
+    for_each_scenario([&](const std::string& file, const scenario& input) {
+        found[file] = compare(input).remembered.remembered;
     });
     expect_numbers(found, {{"scenarios/demo.scn", 506}});
 }
@@ -215,9 +215,9 @@ TEST(remembered_outcomes, print_what_replays_print)
 TEST(remembered_outcomes, print_what_replays_of_padded_frames_print)
 {
     known_numbers found;
-    for_each_scenario([&](const std::string& file, const scenario& what) {
-        const compared both = compare(with_padded_frames(what));
-        EXPECT_EQ(both.replayed.transcript, run_with(false, what).transcript) << file;
+    for_each_scenario([&](const std::string& file, const scenario& input) {
+        const compared both = compare(with_padded_frames(input));
+        EXPECT_EQ(both.replayed.transcript, run_with(false, input).transcript) << file;
         found[file] = both.remembered.remembered;
     });
     expect_numbers(found, {{"scenarios/demo.scn", 506},
@@ -240,8 +240,8 @@ const std::set<std::string> never_remembered = {
 TEST(remembered_outcomes, print_what_replays_print_when_each_frame_comes_again)
 {
     int saved = 0;
-    for_each_scenario([&](const std::string& file, const scenario& what) {
-        const compared both = compare(amplifier().amplify(what));
+    for_each_scenario([&](const std::string& file, const scenario& input) {
+        const compared both = compare(amplifier().amplify(input));
         const bool expected = both.replayed.replayed != 0 && !never_remembered.contains(file);
         EXPECT_EQ(both.remembered.remembered != 0, expected) << file;
         saved += expected;

@@ -15,11 +15,11 @@ namespace {
 
 using namespace gponflow;
 
-template <typename content> void write(const std::filesystem::path& file, const content& what)
+template <typename content> void write(const std::filesystem::path& file, const content& written)
 {
     std::ofstream out(file, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(what.data()),
-              static_cast<std::streamsize>(what.size()));
+    out.write(reinterpret_cast<const char*>(written.data()),
+              static_cast<std::streamsize>(written.size()));
     if (!out.flush())
         throw std::runtime_error(file.string() + ": cannot be written");
 }

@@ -80,9 +80,9 @@ public:
     void set_mapping(const pointer_setting& setting) override { pointer("mapping", setting); }
     void set_queue_mapping(const pointer_setting& setting) override { pointer("queue", setting); }
 
-    void arm_fault(fault_kind what, uint64_t nth) override
+    void arm_fault(fault_kind kind, uint64_t nth) override
     {
-        enter("fault " + std::to_string(static_cast<int>(what)) + " " + std::to_string(nth));
+        enter("fault " + std::to_string(static_cast<int>(kind)) + " " + std::to_string(nth));
     }
 
 private:

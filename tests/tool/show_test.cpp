@@ -163,10 +163,11 @@ TEST(shown_instances, with_a_cut_list_are_marked)
     EXPECT_GT(all[0].links[0].instances.size(), 60u);
 }
 
-template <typename printer, typename shown> nlohmann::json json_of(printer print, const shown& what)
+template <typename printer, typename shown>
+nlohmann::json json_of(printer print, const shown& content)
 {
     std::ostringstream out;
-    print(what, out);
+    print(content, out);
     return nlohmann::json::parse(out.str());
 }
 

@@ -66,10 +66,10 @@ std::optional<long> send(const gpon_flow_cmd& record)
     return gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&record));
 }
 
-std::optional<long> command(u8 message, const entity& what)
+std::optional<long> command(u8 message, const entity& target)
 {
     gpon_flow_cmd record = {};
-    record.me = gpon::test::command(message, what.class_id, what.inst_id, what.raw);
+    record.me = gpon::test::command(message, target.class_id, target.inst_id, target.raw);
     return send(record);
 }
 
@@ -251,12 +251,12 @@ protected:
     }
 
     // True when the operation met the fault.
-    bool meets(const operation& what, fault kind, uint64_t nth)
+    bool meets(const operation& tested, fault kind, uint64_t nth)
     {
         load();
-        what.prepare();
+        tested.prepare();
         gpon::host::arm_fault(kind, nth);
-        const auto answer = what.run();
+        const auto answer = tested.run();
         const bool fired = gpon::host::fault_fired(kind);
         gpon::host::disarm_faults();
         EXPECT_TRUE(answer.has_value()) << "the entry point exists";
@@ -264,21 +264,21 @@ protected:
         if (!fired) {
             EXPECT_EQ(answer, 0) << "without a fault";
         }
-        what.run();
+        tested.run();
         expect_whole("after the same once more");
-        what.prepare();
-        EXPECT_EQ(what.run(), 0) << "after the line is made again";
+        tested.prepare();
+        EXPECT_EQ(tested.run(), 0) << "after the line is made again";
         expect_clean_unload();
         return fired;
     }
 
     // Returns the number of faults.
-    uint64_t try_each(const operation& what, fault kind)
+    uint64_t try_each(const operation& tested, fault kind)
     {
         uint64_t nth = 1;
         while (nth < MANY && !HasFailure()) {
-            SCOPED_TRACE(testing::Message() << what.name << ", number " << nth);
-            if (!meets(what, kind, nth))
+            SCOPED_TRACE(testing::Message() << tested.name << ", number " << nth);
+            if (!meets(tested, kind, nth))
                 break;
             ++nth;
         }
