@@ -21,29 +21,33 @@ std::string hex(unsigned value, int digits)
     return text;
 }
 
-gpon_raw_vtfd filter_of(unsigned code)
+gpon_raw_vtfd filter_of(unsigned code, uint8_t entries)
 {
     gpon_raw_vtfd filter{};
     filter.forwardOperation = static_cast<uint8_t>(code);
-    filter.vlanFilterNums = 2;
+    filter.vlanFilterNums = entries;
     filter.vlanFilterList[0] = 0xa064; // VLAN 100, priority 5
     filter.vlanFilterList[1] = 0x012c; // VLAN 300, priority 0
     return filter;
 }
 
 // The module decides about frames that differ from the list in the VLAN, in the priority, in the
-// DEI, in all of them, and about untagged frames; each code must agree with the set.
-TEST(tag_set, agrees_with_the_module_for_every_forward_operation)
+// DEI, in all of them, about untagged frames, and about the number and code behind the list; each
+// code must agree with the set.
+void expect_agreement(uint8_t entries)
 {
     constexpr unsigned codes = 0x23; // one more than there are
-    constexpr uint16_t tcis[] = {0xa064, 0xb064, 0x0064, 0xa0c8, 0x012c, 0xa12c, 0x20c8, 0x0001, 0};
     std::string text = good_line;
     for (unsigned code = 0; code < codes; ++code) {
         text += "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 vlanFilterList=0xa064,0x012c "
-                "vlanFilterNums=2 forwardOperation=0x" +
-                hex(code, 2) + "\n";
-        const tag_set passed = passed_by(filter_of(code));
-        for (const uint16_t tci : tcis)
+                "vlanFilterNums=" +
+                std::to_string(entries) + " forwardOperation=0x" + hex(code, 2) + "\n";
+        const tag_set passed = passed_by(filter_of(code, entries));
+        const auto behind_list = static_cast<uint16_t>(entries << 8 | code);
+        for (const uint16_t tci :
+             {uint16_t{0xa064}, uint16_t{0xb064}, uint16_t{0x0064}, uint16_t{0xa0c8},
+              uint16_t{0x012c}, uint16_t{0xa12c}, uint16_t{0x20c8}, uint16_t{0x0001},
+              uint16_t{0x2000}, behind_list, uint16_t{0}})
             text += "hook kind=up_ani frame=020000000001020000000101" +
                     (tci == 0 ? "" : "8100" + hex(tci, 4)) +
                     "08004500\nexpect api_result=" + (passed[tci] ? "0" : "1") + "\n";
@@ -56,6 +60,17 @@ TEST(tag_set, agrees_with_the_module_for_every_forward_operation)
     const size_t failed = transcript.find("\n! ");
     EXPECT_EQ(failed, std::string::npos)
         << transcript.substr(failed > 900 ? failed - 900 : 0, 1000);
+}
+
+TEST(tag_set, agrees_with_the_module_for_every_forward_operation)
+{
+    expect_agreement(2);
+}
+
+TEST(tag_set, agrees_with_the_module_about_entries_behind_the_list)
+{
+    expect_agreement(14);
+    expect_agreement(255);
 }
 
 TEST(tag_set, a_port_accepts_what_its_filter_and_mapper_pass)
