@@ -32,12 +32,14 @@ const std::string discard_vlan_5 =
 const std::string delete_vlan_6 =
     "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080030000ffffffffffffffff\n";
 
-frame_path path_of(const std::string& line, uint16_t vlan)
+// 0: an untagged frame.
+frame_path path_of(const std::string& line, uint16_t tci)
 {
     frame_query query;
     query.uni = 1;
-    if (vlan != 0)
-        query.outer = query_tag{vlan, 0};
+    if (tci != 0)
+        query.outer =
+            query_tag{static_cast<uint16_t>(tci & 0xfff), static_cast<uint8_t>(tci >> 13)};
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
     std::ostringstream out;
@@ -45,17 +47,17 @@ frame_path path_of(const std::string& line, uint16_t vlan)
     return trace_frame(query, session);
 }
 
-std::string text_of(const std::string& line, uint16_t vlan)
+std::string text_of(const std::string& line, uint16_t tci)
 {
     std::ostringstream out;
-    print_path(path_of(line, vlan), {.name = "a.scn"}, out);
+    print_path(path_of(line, tci), {.name = "a.scn"}, out);
     return out.str();
 }
 
-nlohmann::json json_of(const std::string& line, uint16_t vlan, const scenario& input)
+nlohmann::json json_of(const std::string& line, uint16_t tci, const scenario& input)
 {
     std::ostringstream out;
-    print_path_json(path_of(line, vlan), input, out);
+    print_path_json(path_of(line, tci), input, out);
     return nlohmann::json::parse(out.str());
 }
 
@@ -151,6 +153,38 @@ TEST(explain_source, a_mapper_has_the_line_of_the_entry_that_the_priority_select
     EXPECT_THAT(text_of(line, 100), HasSubstr("802_1P_MAPPER 0x0001 is written in a.scn:6.\n"));
 }
 
+// A set with the value that the attribute has already is the message to correct.
+TEST(explain_source, an_attribute_has_the_line_of_its_last_write)
+{
+    const std::string filter = "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0x8000 vlanFilterList=100 "
+                               "forwardOperation=0x04 vlanFilterNums=1\n";
+    EXPECT_THAT(text_of(good_line + filter, 300),
+                HasSubstr("\nvlanFilterList of VLAN_TAG_FILTER_DATA 0x1001 is written in a.scn:9, "
+                          "vlanFilterNums in a.scn:7, forwardOperation in a.scn:7.\n"));
+    EXPECT_THAT(text_of(good_line + filter + filter, 300), HasSubstr(" in a.scn:10, "));
+    EXPECT_EQ(json_of(good_line + filter, 300, {.name = "a.scn"})["faults"][0]["line"], 9);
+}
+
+// Attribute 6 of a mapper is the entry of priority 4; line 8 writes it again, line 9 another one.
+TEST(explain_source, an_entry_of_a_list_has_the_line_of_its_own_last_write)
+{
+    const std::string entries = "tpPointer=0xffff pbit_GemIWTP=0xffff,0xffff,0xffff,0xffff,0xffff,"
+                                "0xffff,0xffff,0xffff unmark_frame_opt=1\n";
+    const std::string line =
+        "load\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n"
+        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
+        "me create 802_1P_MAPPER 1 " +
+        entries +
+        "me create MAC_BRIDGE_PORT_CON_DATA 0x0101 bridgeID=1 tpType=1 tpPointer=0x0101\n"
+        "me create MAC_BRIDGE_PORT_CON_DATA 0x1001 bridgeID=1 tpType=3 tpPointer=1\n"
+        "hook kind=switch param=1\n"
+        "me set 802_1P_MAPPER 1 mask=0x0400 " +
+        entries + "me set 802_1P_MAPPER 1 mask=0x0200 " + entries;
+    EXPECT_THAT(text_of(line, 4 << 13 | 100), HasSubstr("802_1P_MAPPER 0x0001 is written in "
+                                                        "a.scn:8."));
+    EXPECT_THAT(text_of(line, 100), HasSubstr("802_1P_MAPPER 0x0001 is written in a.scn:4."));
+}
+
 std::vector<unsigned> lines_of(const std::string& rule, const std::string& text)
 {
     std::vector<unsigned> lines;
@@ -189,7 +223,7 @@ TEST(check_source, a_row_that_is_missing_has_the_line_of_the_entry_that_needs_it
                            "vlanFilterList=100,200 forwardOperation=0x10 vlanFilterNums=2\n" +
                            filter +
                            "vlanFilterList=100,200,300 forwardOperation=0x10 vlanFilterNums=3\n"),
-              (line_numbers{17, 18}));
+              (line_numbers{18, 18}));
 }
 
 TEST(check_source, findings_about_an_attribute_have_the_line_that_set_it)

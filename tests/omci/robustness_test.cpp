@@ -6,7 +6,7 @@
 
 #include "tests/omci/fuzz_entries.h"
 #include "tests/omci/line_builder.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 
 namespace gponflow::omci::test {
 namespace {

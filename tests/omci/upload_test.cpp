@@ -11,7 +11,7 @@
 #include "include/me_class_id.h"
 #include "tests/omci/line_builder.h"
 #include "tool/model/line_diff.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/convert_file.h"
 #include "tool/omci/statistics.h"
 #include "tool/omci/upload.h"

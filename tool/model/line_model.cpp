@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tool/model/class_records.h"
+#include "tool/model/omci_attributes.h"
 
 namespace gponflow {
 
@@ -44,15 +45,47 @@ void change_row(recorded_row& row, uint16_t id, uint8_t message)
         row.instances.push_back(id);
 }
 
-// A set of a value that the attribute has already is no source of it.
-void note_changes(me_instance& stored, const bytes& raw, const class_record& known, unsigned line)
+using noted_lines = std::map<uint16_t, unsigned>;
+
+size_t place_of_element(const gpon_me_field& field, size_t element)
+{
+    return field.offset + element * field.width;
+}
+
+// The record of a set is stored as a whole.
+void note_changes(noted_lines& noted, const me_instance& stored, const bytes& raw,
+                  const class_record& known, unsigned line)
 {
     for (const gpon_me_field& field : known.fields)
-        for (size_t i = 0; i < field.count; ++i) {
-            const size_t at = field.offset + i * field.width;
-            if (std::memcmp(&stored.raw[at], &raw[at], field.width) != 0)
-                stored.changed[static_cast<uint16_t>(at)] = line;
-        }
+        for (size_t i = 0; i < field.count; ++i)
+            if (const size_t at = place_of_element(field, i);
+                std::memcmp(&stored.raw[at], &raw[at], field.width) != 0)
+                noted[static_cast<uint16_t>(at)] = line;
+}
+
+// The elements of a field that an attribute fills.
+void note_elements(noted_lines& noted, const gpon_me_field& field, const omci::attribute& one,
+                   unsigned line)
+{
+    const size_t last = field.count == 1 ? 1 : one.element + size_t{one.bytes} / field.width;
+    for (size_t i = one.element; i < std::min<size_t>(last, field.count); ++i)
+        noted[static_cast<uint16_t>(place_of_element(field, i))] = line;
+}
+
+// The attributes of the mask, even with the values that they have already: the last command that
+// writes an attribute is the one to correct. Without a mask, a set repeats the record.
+void note_mask(noted_lines& noted, const class_record& known, uint16_t mask, unsigned line)
+{
+    constexpr uint16_t no_mask = 0xffff;
+    const omci::attribute_class* attributes = omci::find_attribute_class(known.id);
+    if (!attributes || mask == no_mask)
+        return;
+    for (size_t i = 0; i < attributes->attributes.size(); ++i) {
+        const omci::attribute& one = attributes->attributes[i];
+        const gpon_me_field* field = find_field(known.fields, one.field);
+        if (field && (mask & omci::attribute_bit(i)))
+            note_elements(noted, *field, one, line);
+    }
 }
 
 } // namespace
@@ -66,8 +99,8 @@ std::string to_text(me_id me)
 
 unsigned me_instance::line_of(const gpon_me_field& field, size_t element) const
 {
-    const auto later = changed.find(static_cast<uint16_t>(field.offset + element * field.width));
-    return later == changed.end() ? created : later->second;
+    const auto later = written.find(static_cast<uint16_t>(place_of_element(field, element)));
+    return later == written.end() ? created : later->second;
 }
 
 unsigned me_instance::line_of(std::string_view field) const
@@ -208,10 +241,11 @@ void line_model::store(const me_command& command, const class_record& known, uns
     if (!stored)
         stored = &add(id, known, line);
     if (command.message == ZR_OMCI_MSG_TYPE_SET && written_before) {
-        note_changes(*stored, *command.raw, known, line);
+        note_changes(stored->written, *stored, *command.raw, known, line);
+        note_mask(stored->written, known, command.mask, line);
     } else {
         stored->created = line;
-        stored->changed.clear();
+        stored->written.clear();
     }
     stored->raw = *command.raw;
     stored->line = line;

@@ -51,9 +51,9 @@ struct me_instance {
     bool automatic = false; ///< the module created it for a pointer
     std::vector<recorded_row> rows;
     unsigned created = 0; ///< line that created it, or first wrote all attributes
-    /// Lines that changed attributes later, by the place of the attribute in the raw record; empty
-    /// if none did. Most instances are written once.
-    std::map<uint16_t, unsigned> changed;
+    /// Lines that wrote attributes later, by the place of the attribute in the raw record; empty if
+    /// none did. Most instances are written once.
+    std::map<uint16_t, unsigned> written;
 
     /// The raw record as the class's structure; zero bytes beyond its end.
     template <typename record> [[nodiscard]] record as() const
@@ -63,9 +63,10 @@ struct me_instance {
         return result;
     }
 
-    /// The line that gave the attribute its value.
+    /// The line that last wrote the attribute. A set writes the attributes of its mask, and those
+    /// that its record changes.
     [[nodiscard]] unsigned line_of(const gpon_me_field& field, size_t element = 0) const;
-    /// The same for a list or a byte string as a whole: the last line that changed an element.
+    /// The same for a list or a byte string as a whole: the last line that wrote an element.
     [[nodiscard]] unsigned line_of(std::string_view field) const;
     /// The same with the names of the attributes, and for one element of a list.
     [[nodiscard]] std::vector<attribute_source>

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tool/model/class_records.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/defaults.h"
 #include "tool/omci/learn.h"
 #include "tool/omci/mib.h"

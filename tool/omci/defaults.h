@@ -7,7 +7,7 @@
 #include <string>
 
 #include "include/me_class_id.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/mib.h"
 
 namespace gponflow::omci {

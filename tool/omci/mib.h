@@ -12,7 +12,7 @@
 
 #include "include/me_class_id.h"
 #include "tool/model/class_records.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/pairing.h"
 
 namespace gponflow::omci {

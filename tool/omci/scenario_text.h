@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "tool/model/class_records.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/mib.h"
 #include "tool/text/hex_text.h"
 

@@ -2,7 +2,7 @@
 #include "tool/omci/summary.h"
 
 #include "tool/model/class_records.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/scenario_text.h"
 #include "tool/text/text_table.h"
 

@@ -2,7 +2,7 @@
 #include "tool/omci/table_read.h"
 
 #include "include/me_class_id.h"
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/tagging/row.h"
 
 namespace gponflow::omci {

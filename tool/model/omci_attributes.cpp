@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-only
-#include "tool/omci/attributes.h"
+#include "tool/model/omci_attributes.h"
 
 #include <algorithm>
 #include <deque>
