@@ -89,9 +89,16 @@ TEST(query, a_pointer_to_the_tcont_is_no_queue)
     };
     EXPECT_EQ(sentence(""),
               "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000).");
-    EXPECT_EQ(sentence("me set PRIORITY_QUEUE 0x8000 relatedPort=0x80000000\n"),
-              "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000, "
-              "PRIORITY_QUEUE 0x8000).");
+    const std::string with_queue = "The frame passes from UNI 1 through bridge 1 to GEM port 1025 "
+                                   "(T_CONT 0x8000, PRIORITY_QUEUE 0x8000).";
+    EXPECT_EQ(sentence("me set PRIORITY_QUEUE 0x8000 relatedPort=0x80000000\n"), with_queue);
+    // An ONU with upstream queues: the pointer of another GEM port can mean nothing else.
+    EXPECT_EQ(sentence("me create GEM_PORT_CTP 2 portID=1026 tcontID=0x8000 direction=3 "
+                       "trafficMgrPtrUp=0x8007\n"),
+              with_queue);
+    EXPECT_EQ(sentence("config related_port_boundary=0x80000000\n"), with_queue);
+    EXPECT_EQ(sentence("config related_port_boundary=0x80000000 traffic_mgmt_option=1\n"),
+              "The frame passes from UNI 1 through bridge 1 to GEM port 1025 (T_CONT 0x8000).");
 }
 
 // Two CTPs may share a port-ID if each has its own direction.

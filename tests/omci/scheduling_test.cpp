@@ -88,6 +88,19 @@ TEST(bandwidth_tree, is_complete_without_reports)
                                   "  GEM port 1002  GEM_PORT_CTP 0x0002, downstream\n");
 }
 
+// The rule is that of explain: see query.a_pointer_to_the_tcont_is_no_queue.
+TEST(bandwidth_tree, a_pointer_to_the_tcont_is_no_queue)
+{
+    const std::string ctp = "03e9 8000 03 8000 0000 0000 0000 00";
+    line session;
+    session.done(set, 262, 0x8000, "8000 03e8").done(create, 268, 1, ctp);
+    EXPECT_THAT(tree_text(session), Not(HasSubstr("PRIORITY_QUEUE")));
+    session.done(create, 268, 2, "03ea 8000 03 8007 0000 0000 0000 00");
+    EXPECT_THAT(tree_text(session), HasSubstr("\n  PRIORITY_QUEUE 0x8000\n    GEM port 1001  "));
+    EXPECT_THAT(tree_text(reported_line().done(create, 268, 3, ctp)),
+                HasSubstr("\n  PRIORITY_QUEUE 0x8000  priority 0, weight 4\n"));
+}
+
 // ONU-G reports traffic management option 1: the pointer of a GEM port names a T-CONT.
 TEST(bandwidth_tree, has_no_upstream_queues_if_the_onu_controls_rates)
 {

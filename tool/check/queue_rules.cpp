@@ -4,13 +4,12 @@
 #include <set>
 
 #include "tool/check/families.h"
+#include "tool/model/upstream_queue.h"
 #include "tool/text/hex_text.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr uint8_t rate_controlled = 1;
 
 bool is_described(const me_instance& one)
 {

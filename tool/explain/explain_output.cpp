@@ -13,6 +13,7 @@
 #include "tool/explain/tagging_entry.h"
 #include "tool/explain/tagging_output.h"
 #include "tool/explain/upstream_port.h"
+#include "tool/model/upstream_queue.h"
 
 namespace gponflow {
 

@@ -23,17 +23,4 @@ const me_instance* upstream_ctp(const explanation& half)
     return nullptr;
 }
 
-std::optional<me_id> upstream_queue(const me_instance& ctp, const line_model& entities)
-{
-    const auto me = ctp.as<gpon_raw_gemctp>();
-    if (me.trafficMgrPtrUp == 0)
-        return {};
-    const me_id id{me_class::pq, me.trafficMgrPtrUp};
-    const me_instance* queue = entities.find(id);
-    const bool is_set = queue && !queue->automatic;
-    if (me.trafficMgrPtrUp == me.tcontID && !is_set)
-        return {};
-    return id;
-}
-
 } // namespace gponflow

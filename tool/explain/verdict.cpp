@@ -11,6 +11,7 @@
 #include "tool/explain/tagging_output.h"
 #include "tool/explain/upstream_port.h"
 #include "tool/model/carry.h"
+#include "tool/model/upstream_queue.h"
 #include "tool/text/ethernet_numbers.h"
 
 namespace gponflow {

@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tool/model/upstream_queue.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -54,14 +55,6 @@ const queue_facts* facts_of(const scheduling& from, uint16_t queue)
     return found == from.queues.end() ? nullptr : &found->second;
 }
 
-std::optional<uint16_t> upstream_queue(const gpon_raw_gemctp& ctp, const scheduling& from)
-{
-    constexpr uint8_t rate_controlled = 1; // the pointer names a T-CONT
-    if (ctp.trafficMgrPtrUp == 0 || from.traffic_option == rate_controlled)
-        return {};
-    return ctp.trafficMgrPtrUp;
-}
-
 // 0 is a null pointer, unless the ONU has such a queue.
 std::optional<uint16_t> downstream_queue(uint16_t ctp, const scheduling& from)
 {
@@ -77,12 +70,10 @@ std::optional<uint16_t> downstream_queue(uint16_t ctp, const scheduling& from)
 tree_port port_of(const line_model& entities, const scheduling& from, const me_instance& ctp)
 {
     const auto me = ctp.as<gpon_raw_gemctp>();
-    tree_port port{ctp.id,
-                   me,
-                   rates_of(entities, me.TDProPtrUp),
-                   rates_of(entities, me.TDProPtrDown),
-                   upstream_queue(me, from),
-                   {}};
+    tree_port port{
+        ctp.id, me, rates_of(entities, me.TDProPtrUp), rates_of(entities, me.TDProPtrDown), {}, {}};
+    if (const std::optional<me_id> queue = upstream_queue(ctp, entities))
+        port.queue = queue->instance;
     port.downstream_queue = downstream_queue(ctp.id.instance, from);
     return port;
 }

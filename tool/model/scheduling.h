@@ -30,7 +30,6 @@ struct scheduling {
     std::map<uint16_t, scheduler_facts> schedulers;
     std::map<uint16_t, uint8_t> tcont_policies;
     std::map<uint16_t, uint16_t> downstream_queues; ///< of GEM port network CTPs
-    std::optional<uint8_t> traffic_option;          ///< of ONU-G: 1 means no upstream queue
 };
 
 } // namespace gponflow

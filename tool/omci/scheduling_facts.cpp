@@ -2,7 +2,6 @@
 #include "tool/omci/scheduling_facts.h"
 
 #include "include/me_class_id.h"
-#include "tool/omci/defaults.h"
 #include "tool/omci/frame.h"
 
 namespace gponflow::omci {
@@ -12,7 +11,6 @@ namespace {
 // Indexes in attribute_class::attributes.
 constexpr size_t tcont_policy = 2;
 constexpr size_t ctp_downstream_queue = 6;
-constexpr size_t onu_traffic_option = 3;
 
 void learn_queue(queue_facts& queue, const attribute_value& value)
 {
@@ -65,8 +63,6 @@ void learn_scheduling(scheduling& into, me_class class_id, uint16_t instance,
             into.tcont_policies[instance] = value.bytes[0];
         else if (class_id == me_class::gemctp && value.index == ctp_downstream_queue)
             into.downstream_queues[instance] = read_u16(value.bytes, 0);
-        else if (class_id == onu_g_class().id && value.index == onu_traffic_option)
-            into.traffic_option = value.bytes[0];
     }
 }
 
