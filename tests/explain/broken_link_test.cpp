@@ -3,6 +3,7 @@
 // named.
 #include <sstream>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
@@ -150,6 +151,10 @@ INSTANTIATE_TEST_SUITE_P(
                     "MAC_BRIDGE_PORT_CON_DATA 0x0101: bridgeID 0x0001 names "
                     "MAC_BRIDGE_SERVICE_PROFILE 0x0001, which does not exist",
                     "bridgeID", 5},
+        broken_line{"no_port_of_a_gem_iw", with_profile + with_ctp + with_gem_iw + with_uni,
+                    "no 802_1P_MAPPER or MAC_BRIDGE_PORT_CON_DATA points at "
+                    "GEM_INTERWORK_TP 0x0011",
+                    "instID", 5, true},
         broken_line{"no_gem_iw_of_a_ctp", with_profile + with_ctp + with_uni + with_ani,
                     "no GEM_INTERWORK_TP points at GEM_PORT_CTP 0x0001 (portID 1025)", "portID", 4,
                     true}),
@@ -168,6 +173,46 @@ TEST(old_link, of_a_pointer_that_was_set_again_is_noted)
                               "than gemCTPInstID 0x0009 (a.scn:8).\n"),
               std::string::npos)
         << text.str();
+}
+
+// The port of the UNI is set to another UNI, or to another bridge: the walk enters it by the link.
+TEST(old_link, against_the_direction_of_the_walk_is_noted)
+{
+    const auto notes = [](const std::string& pointer) {
+        return verdict_of(path_over({"",
+                                     with_profile + with_ctp + with_gem_iw + with_uni + with_ani +
+                                         "me create MAC_BRIDGE_SERVICE_PROFILE 2\n"
+                                         "me set MAC_BRIDGE_PORT_CON_DATA " +
+                                         pointer + "\n",
+                                     "", "", 0}),
+                          {"a.scn", {}})
+            .notes;
+    };
+    EXPECT_THAT(notes("0x0101 mask=0x1000 bridgeID=1 tpType=1 tpPointer=0x0102"),
+                testing::Contains("The link of MAC_BRIDGE_PORT_CON_DATA 0x0101 to "
+                                  "PPTP_ETHERNET_UNI 0x0101 is older than tpPointer 0x0102 "
+                                  "(a.scn:9)."));
+    EXPECT_THAT(notes("0x1001 mask=0x8000 bridgeID=2 tpType=5 tpPointer=0x11"),
+                testing::Contains("The link of MAC_BRIDGE_PORT_CON_DATA 0x1001 to "
+                                  "MAC_BRIDGE_SERVICE_PROFILE 0x0001 is older than bridgeID 0x0002 "
+                                  "(a.scn:9)."));
+}
+
+TEST(direction, of_a_gem_port_that_the_module_does_not_compare_is_noted)
+{
+    const auto notes = [](const std::string& more) {
+        return verdict_of(path_over({"",
+                                     with_profile + with_ctp + with_gem_iw + with_uni + with_ani +
+                                         "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 "
+                                         "direction=1\n" +
+                                         more,
+                                     "", "", 0, true}))
+            .notes;
+    };
+    EXPECT_THAT(notes(""),
+                testing::ElementsAre("The direction of GEM_PORT_CTP 0x0001 is 1, upstream only: "
+                                     "the module does not compare it downstream."));
+    EXPECT_THAT(notes("me create GEM_PORT_CTP 2 portID=1025 direction=2\n"), testing::IsEmpty());
 }
 
 TEST(multicast_port, beside_a_refusing_filter_is_not_the_fault)

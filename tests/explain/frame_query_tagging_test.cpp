@@ -16,6 +16,7 @@ namespace gponflow {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 const std::string carried_line =
     good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
@@ -57,10 +58,46 @@ TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
                                 "  MAC_BRIDGE_SERVICE_PROFILE 0x0001\n"));
 }
 
-TEST(question_tagging, a_drop_is_put_down_to_the_rewritten_tags)
+// The line 12 sets the row.
+TEST(question_tagging, a_drop_names_the_operation_that_rewrote_the_tags)
 {
-    EXPECT_THAT(answer_text(carried_line, from_uni_1(query_tag{5, 3})),
-                HasSubstr("the frame has VLAN 200"));
+    const std::string text = answer_text(carried_line, from_uni_1(query_tag{5, 3}));
+    EXPECT_THAT(text, HasSubstr("; the frame has VLAN 200 priority 3, rewritten by "
+                                "VLAN_TAG_EXTEND_OPERATE 0x0001.\n"
+                                "VLAN_TAG_FILTER_DATA 0x1001 is written in test.scn:7.\n"
+                                "VLAN_TAG_EXTEND_OPERATE 0x0001 is written in test.scn:12.\n"));
+    // VLAN 7 passes the operation unchanged.
+    const std::string same = answer_text(carried_line, from_uni_1(query_tag{7, 0}));
+    EXPECT_THAT(same, HasSubstr("; the frame has VLAN 7 priority 0.\n"));
+    EXPECT_THAT(same, Not(HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001 is written")));
+}
+
+TEST(question_tagging, json_of_a_drop_has_the_operation_that_rewrote_the_tags)
+{
+    const std::unique_ptr<backend> target = make_host_backend();
+    explain_session session(*target);
+    std::ostringstream out;
+    ASSERT_EQ(session.run(parse_good(carried_line), out), status_ok);
+    print_path_json(trace_frame(from_uni_1(query_tag{5, 3}), session), {.name = "test.scn"}, out);
+    const auto faults = nlohmann::json::parse(out.str())["faults"];
+    ASSERT_EQ(faults.size(), 2u);
+    EXPECT_EQ(faults[0]["class"], "VLAN_TAG_FILTER_DATA");
+    EXPECT_EQ(faults[1]["class"], "VLAN_TAG_EXTEND_OPERATE");
+    EXPECT_EQ(faults[1]["reason"], "VLAN_TAG_EXTEND_OPERATE 0x0001 of PPTP_ETHERNET_UNI 0x0101 "
+                                   "rewrote the frame: single-tagged, VLAN 5: remove 1 tag, add "
+                                   "VLAN 200 with the priority of the inner tag, TPID 0x8100");
+    EXPECT_EQ(faults[1]["line"], 12);
+}
+
+// The operation of the port towards the ANI acts before the second hook call.
+TEST(question_tagging, a_drop_names_the_operations_of_both_halves)
+{
+    const std::string text =
+        answer_text(carried_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x0101 "
+                                   "upstream_mode=1 upstream_tci=300 downstream_mode=1\n",
+                    from_uni_1({}));
+    EXPECT_THAT(text, HasSubstr("; the frame has VLAN 300 priority 0, rewritten by "
+                                "VLAN_TAG_EXTEND_OPERATE 0x0001 and VLAN_TAG_OPERATE 0x0002.\n"));
 }
 
 TEST(question_tagging, a_discarding_row_is_named)

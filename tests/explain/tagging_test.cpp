@@ -5,12 +5,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/explain/lines.h"
 #include "tool/explain/account.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/tagging_entry.h"
 #include "tool/model/graph.h"
+#include "tool/model/graph_json.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
 
@@ -214,7 +216,8 @@ TEST(account_tagging, a_drop_has_the_received_and_the_rewritten_tags)
         line + "hook kind=up_uni port=1 frame=0200000000010200000001018100000508004500\n" +
             "hook kind=up_uni port=1 frame=020000000001020000000101810000c808004500\n",
         diagnostics);
-    EXPECT_THAT(text, HasSubstr("  1  VLAN 5 priority 0, rewritten to VLAN 200 priority 0: "));
+    EXPECT_THAT(text, HasSubstr("  1  VLAN 5 priority 0, rewritten to VLAN 200 priority 0 by "
+                                "VLAN_TAG_EXTEND_OPERATE 0x0001: "));
     EXPECT_THAT(text, HasSubstr("  1  VLAN 200 priority 0: "));
 }
 
@@ -253,7 +256,7 @@ TEST(account_tagging, unknown_operations_of_the_downstream_direction_are_warning
                 HasSubstr("  passed      4  from GEM port 1025 into bridge 1\n"));
     EXPECT_EQ(diagnostics,
               "test.scn: warning: VLAN_TAG_EXTEND_OPERATE 0x0001: an operation exists here and was "
-              "not applied: downstream mode 9 is not defined\n");
+              "not applied: downstream mode 9 is not defined (set in line 11)\n");
 }
 
 TEST(account_tagging, operations_that_were_not_applied_are_warnings)
@@ -284,6 +287,37 @@ TEST(graph_tagging, an_operation_is_drawn_at_its_place)
     EXPECT_THAT(dot(good_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=9\n"),
                 HasSubstr("\"PPTP_ETHERNET_UNI 0x0009\" [label=\"tagging\", style=dotted, "
                           "color=red, fontcolor=red];\n"));
+}
+
+TEST(graph_tagging, an_operation_on_the_path_is_bold)
+{
+    const me_id operation{me_class::evtocd, 1};
+    const me_id uni{me_class::pptp, 0x0101};
+    const auto dot = [&](const std::vector<me_id>& walked) {
+        std::ostringstream out;
+        write_dot(final_entities(parse_good(tagged_line)), walked, out);
+        return out.str();
+    };
+    const std::string edge = "[label=\"tagging\", style=dotted, color=\"#d06000\", penwidth=3];\n";
+    EXPECT_THAT(dot({operation, uni}), HasSubstr(edge));
+    EXPECT_THAT(dot({uni}), Not(HasSubstr(edge)));
+}
+
+// The association of the operation 2 is not known, and no UNI has its id.
+TEST(graph_tagging, json_has_each_operation_with_its_place)
+{
+    std::ostringstream out;
+    print_graph_json(
+        final_entities(parse_good(tagged_line + "tagging VLAN_TAG_OPERATE 2 upstream_mode=2\n")),
+        {{me_class::evtocd, 1}}, "test.scn", out);
+    const auto operations = nlohmann::json::parse(out.str())["operations"];
+    ASSERT_EQ(operations.size(), 2u);
+    EXPECT_EQ(operations[0]["instance"], 2);
+    EXPECT_EQ(operations[0]["highlighted"], false);
+    EXPECT_FALSE(operations[0].contains("at"));
+    EXPECT_EQ(operations[1]["highlighted"], true);
+    EXPECT_EQ(operations[1]["at"]["class"], "PPTP_ETHERNET_UNI");
+    EXPECT_EQ(operations[1]["at"]["instance"], 0x0101);
 }
 
 } // namespace

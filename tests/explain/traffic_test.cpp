@@ -10,6 +10,7 @@
 #include "tool/explain/account.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/frame_entry.h"
+#include "tool/explain/verdict.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
 
@@ -140,16 +141,82 @@ TEST(traffic, without_its_tags_has_no_path)
                          "not classified: its tags are not in the capture\n");
 }
 
+const std::string translating_line =
+    good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
+                "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n";
+
+// The frame ends behind its outer tag: an inner tag would make another row apply.
+TEST(traffic, without_a_field_that_an_operation_reads_is_not_classified)
+{
+    const std::string reason = "VLAN_TAG_EXTEND_OPERATE 0x0001 reads a field that is not in the "
+                               "capture: the frame ends before its EtherType";
+    const frame_account account =
+        counted_on(translating_line, {{uni_1, {cut_frame(16), cut_frame(18)}}});
+    const direction_account& at_uni = account.directions[GPON_API_UP_UNI];
+    EXPECT_THAT(at_uni.untouched, ElementsAre(Pair(reason, 1)));
+    EXPECT_EQ(account.directions[GPON_API_UP_ANI].frames, 1u);
+    EXPECT_EQ(account.notes.size(), 1u);
+
+    const std::unique_ptr<backend> target = make_host_backend();
+    explain_session session(*target);
+    std::ostringstream out;
+    ASSERT_EQ(session.run(parse_good(translating_line), out), status_ok);
+    const explanation found =
+        session.explain({first_call(uni_1, session.entities()), cut_frame(16)});
+    const verdict result = verdict_of(found);
+    EXPECT_EQ(result.outcome, line_outcome::not_classified);
+    EXPECT_EQ(result.sentence, "The frame is not classified: " + reason + ".");
+    EXPECT_THAT(result.notes, ElementsAre("The capture holds 16 of the 64 bytes of the frame."));
+    print_explanation(found, out);
+    EXPECT_EQ(out.str(),
+              "upstream, from the UNI to the bridge, 64 bytes\nnot classified: " + reason + "\n");
+}
+
+// An untagged packet of which the capture holds no more than the EtherType.
+TEST(traffic, without_the_dscp_that_a_mapper_reads_is_not_classified)
+{
+    captured_frame frame({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 8, 0});
+    frame.wire_length = 64;
+    frame.number = 1;
+    const std::string mapper = "me create 802_1P_MAPPER 1 unmark_frame_opt=";
+    EXPECT_THAT(counted_on(good_line + mapper + "0\n", {{uni_1, {frame}}})
+                    .directions[GPON_API_UP_ANI]
+                    .untouched,
+                ElementsAre(Pair("802_1P_MAPPER 0x0001 reads the DSCP of the frame, which is not "
+                                 "in the capture",
+                                 1)));
+    EXPECT_THAT(counted_on(good_line + mapper + "1\n", {{uni_1, {frame}}})
+                    .directions[GPON_API_UP_ANI]
+                    .untouched,
+                IsEmpty());
+}
+
+// Downstream mode 2: no row matches, which is only known with both tags.
+TEST(traffic, without_a_field_that_an_operation_behind_the_bridge_reads_is_not_classified)
+{
+    frame_entry gem;
+    gem.gem = 1025;
+    const std::string line =
+        translating_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=2\n";
+    const frame_account account = counted_on(line, {{gem, {cut_frame(16), cut_frame(18)}}});
+    const direction_account& from_fibre = account.directions[GPON_API_DOWN_ANI];
+    EXPECT_THAT(from_fibre.untouched,
+                ElementsAre(Pair(testing::HasSubstr("the frame ends before its EtherType"), 1)));
+    EXPECT_EQ(account.directions[GPON_API_DOWN_UNI].frames, 1u);
+}
+
+// The lines 9 and 10.
 TEST(traffic, notes_name_operations_that_were_not_applied)
 {
-    const frame_account account =
-        counted_on(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n", {{uni_1, {}}});
-    EXPECT_THAT(account.notes, IsEmpty());
-    const frame_account met = counted_on(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
-                                         {{uni_1, {frame_of_vlan(100)}}});
+    const std::string enhanced =
+        good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\ntagging VLAN_TAG_EXTEND_OPERATE 1 "
+                    "association=2 associated=0x0101 rows=default enhanced_mode=1\n";
+    EXPECT_THAT(counted_on(enhanced, {{uni_1, {}}}).notes, IsEmpty());
+    const frame_account met = counted_on(enhanced, {{uni_1, {frame_of_vlan(100)}}});
     ASSERT_EQ(met.notes.size(), 1u);
     EXPECT_THAT(met.notes[0], testing::StartsWith("VLAN_TAG_EXTEND_OPERATE 0x0001: an operation "
                                                   "exists here and was not applied: "));
+    EXPECT_THAT(met.notes[0], testing::EndsWith(" (set in line 10)"));
 }
 
 std::optional<uint16_t> only_uni_of(const std::string& line)

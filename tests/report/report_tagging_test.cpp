@@ -67,7 +67,8 @@ TEST(report_tagging, a_filter_refuses_the_rewritten_tag)
               "VLAN_TAG_FILTER_DATA 0x1001 of bridge 1 (forwardOperation 0x04) passes only VLAN "
               "100");
     EXPECT_EQ(drop_sentence(data.drops[0]),
-              "Untagged frames, rewritten to VLAN 300 with priority 0, are dropped upstream, from "
+              "Untagged frames, rewritten to VLAN 300 with priority 0 by VLAN_TAG_EXTEND_OPERATE "
+              "0x0001, are dropped upstream, from "
               "the bridge to the ANI: VLAN filter 0x1001 (VLAN 100, forward operation 0x04) drops "
               "them.");
 }

@@ -316,11 +316,30 @@ TEST(tagging_upstream, a_frame_cut_before_its_ethertype_has_unknown_tags)
         frame.resize(size);
         EXPECT_EQ(up(table_of({}), frame), "unknown: the frame ends before its EtherType") << size;
         EXPECT_EQ(down(table_of({}), frame), "unknown: the frame ends before its EtherType");
-        tag_operation plain;
-        plain.class_id = me_class::vtocd;
-        plain.upstream_mode = 2;
-        EXPECT_EQ(up(plain, frame), "unknown: the frame ends before its EtherType");
     }
+}
+
+// Class 78 and the downstream modes 1 and 8 read less.
+TEST(tagging, a_cut_frame_passes_an_operation_that_does_not_need_its_end)
+{
+    tag_operation plain;
+    plain.class_id = me_class::vtocd;
+    plain.upstream_mode = 2;
+    plain.downstream_mode = 1;
+    tag_operation discarding = table_of({});
+    discarding.downstream_mode = 8;
+    octets frame = frame_with({vlan(100)}, 0x0800, {});
+    for (const size_t size : {17u, 16u}) {
+        frame.resize(size);
+        EXPECT_EQ(up(plain, frame), "VLAN 0 priority 0, VLAN 100 priority 0") << size;
+        EXPECT_EQ(down(plain, frame), "untagged") << size;
+        EXPECT_EQ(down(discarding, frame), "discarded") << size;
+    }
+    frame.resize(15);
+    EXPECT_EQ(up(plain, frame), "unknown: the frame ends before its EtherType");
+    EXPECT_TRUE(rewrite_upstream(plain, frame).frame_ends);
+    EXPECT_TRUE(rewrite_upstream(table_of({}), frame).frame_ends);
+    EXPECT_FALSE(rewrite_upstream({}, frame).frame_ends);
 }
 
 // The DSCP is in the second byte of an IPv4 header and the first two of an IPv6 header.

@@ -62,6 +62,30 @@ TEST(frame_header, says_which_fields_are_not_in_the_capture)
               "in the capture, 298 bytes");
 }
 
+// Addresses, 8100 0064, then an inner tag 8100 0005 of which the capture holds less and less.
+TEST(frame_header, says_that_an_inner_tag_is_not_in_the_capture)
+{
+    captured_frame frame = frame_of({0x81, 0, 0, 100, 0x81, 0, 0, 5});
+    frame.wire_length = 64;
+    const std::string outer = "VLAN 100 priority 0";
+    EXPECT_EQ(tags_text(read_header(frame)), outer + ", inner VLAN 5 priority 0");
+    EXPECT_EQ(type_of(frame), "inner tag or type not in the capture");
+    for (const size_t size : {19u, 18u}) {
+        frame.data.resize(size);
+        EXPECT_EQ(tags_text(read_header(frame)), outer + ", inner tag not in the capture") << size;
+        EXPECT_EQ(type_of(frame), "type not in the capture") << size;
+    }
+    for (const size_t size : {17u, 16u}) {
+        frame.data.resize(size);
+        EXPECT_EQ(tags_text(read_header(frame)), outer) << size;
+        EXPECT_EQ(type_of(frame), "inner tag or type not in the capture") << size;
+    }
+    frame.data.resize(18);
+    frame.wire_length = 18;
+    EXPECT_EQ(tags_text(read_header(frame)), outer);
+    EXPECT_EQ(type_of(frame), "no type");
+}
+
 TEST(frame_header, a_capture_of_the_headers_that_the_walk_reads_is_not_cut)
 {
     captured_frame frame = frame_of({0x08, 0x00, 0x45, 0xb8});

@@ -102,8 +102,10 @@ private:
         std::optional<uint16_t> type = word_at(at_);
         while (type && gpon::is_tpid(*type)) {
             const std::optional<uint16_t> tci = word_at(at_ + 2);
-            if (!tci)
+            if (!tci) {
+                result_.inner_cut = result_.cut && !result_.tags.empty();
                 return;
+            }
             result_.tags.push_back({*type, *tci});
             at_ += 4;
             type = word_at(at_);
@@ -188,8 +190,12 @@ bool hides_tags(const captured_frame& frame)
 
 std::string type_text(const frame_header& header)
 {
-    if (!header.type)
-        return header.cut ? "type not in the capture" : "no type";
+    if (!header.type) {
+        const bool hides_inner = !header.tags.empty() && !header.inner_cut;
+        return !header.cut   ? "no type"
+               : hides_inner ? "inner tag or type not in the capture"
+                             : "type not in the capture";
+    }
     const char* name = name_of(types, *header.type);
     if (!name)
         return *header.type < least_ethertype ? "IEEE 802.3" : "type " + hex_word(*header.type);
@@ -208,7 +214,7 @@ std::string tags_text(const frame_header& header)
             text += " (TPID " + hex_word(tag.tpid) + ")";
     }
     if (!text.empty())
-        return text;
+        return text + (header.inner_cut ? ", inner tag not in the capture" : "");
     return header.type ? "untagged" : header.cut ? "tags not in the capture" : "no tags";
 }
 

@@ -35,7 +35,8 @@ struct frame_header {
     std::optional<uint8_t> dscp;
     std::string from; ///< IP address, with the port after a colon if there is one
     std::string to;
-    bool cut = false; ///< a field that the walk reads is not in the capture
+    bool cut = false;       ///< a field that the walk reads is not in the capture
+    bool inner_cut = false; ///< the capture ends in a tag behind those of `tags`
 };
 
 [[nodiscard]] frame_header read_header(const captured_frame& frame);
@@ -43,10 +44,12 @@ struct frame_header {
 /// Whether the capture ends before the tags of the frame, or in the first one: its VLAN is unknown.
 [[nodiscard]] bool hides_tags(const captured_frame& frame);
 
-/// "IPv4 UDP", "ARP", "type 0x88cc"; "type not in the capture" if the frame was cut before.
+/// "IPv4 UDP", "ARP", "type 0x88cc"; "type not in the capture" if the frame was cut before. If it
+/// was cut where an inner tag may be: "inner tag or type not in the capture".
 [[nodiscard]] std::string type_text(const frame_header& header);
 
-/// "VLAN 300 priority 6", outer tag first; "untagged".
+/// "VLAN 300 priority 6", outer tag first; "untagged". "VLAN 300 priority 6, inner tag not in the
+/// capture" if the frame was cut in its inner tag.
 [[nodiscard]] std::string tags_text(const frame_header& header);
 
 /// All in one line: addresses, tags, protocol, length.

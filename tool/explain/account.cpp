@@ -60,6 +60,12 @@ struct frame_call {
     std::optional<uint16_t> bridge; ///< that an earlier hook call led the frame into
 };
 
+/// A frame as it arrived, and the operations before the hook call.
+struct received_frame {
+    const captured_frame& frame;
+    const std::vector<tag_step>& applied;
+};
+
 /// A frame that passed a hook call.
 struct frame_passage {
     std::optional<uint16_t> bridge;
@@ -80,9 +86,10 @@ public:
             if (status != status_ok)
                 return status;
         }
-        for (const std::string& gap : notes_.gaps())
+        const line_places places = places_of(input);
+        for (const std::string& gap : notes_.gaps(places))
             diagnostics << input.name << ": warning: " << gap << '\n';
-        account_.notes = notes_.all();
+        account_.notes = notes_.all(places);
         std::ranges::copy(input.notes, std::back_inserter(account_.notes));
         return status_ok;
     }
@@ -116,7 +123,13 @@ private:
         ++direction.frames;
         if (!hides_tags(frame))
             return count_carried(at, frame);
-        ++direction.untouched[tags_hidden];
+        return count_hidden(at, tags_hidden);
+    }
+
+    // A field that decides is not in the capture.
+    std::optional<frame_passage> count_hidden(const frame_call& at, const std::string& reason)
+    {
+        ++direction_of(at).untouched[reason];
         return {};
     }
 
@@ -124,13 +137,16 @@ private:
     std::optional<frame_passage> count_carried(const frame_call& at, const captured_frame& frame)
     {
         carried_frame carried = carry_to_hook(entities_, at.options, frame);
+        if (const std::string field = missing_field(entities_, at.options, frame, carried);
+            !field.empty())
+            return count_hidden(at, field);
         notes_.add_gaps(carried);
         if (!carried.discarded) {
             captured_frame rewritten = frame;
             rewritten.wire_length += carried.frame.size();
             rewritten.wire_length -= frame.data.size();
             rewritten.data = std::move(carried.frame);
-            return count_called(at, rewritten, frame);
+            return count_called(at, rewritten, {frame, carried.steps});
         }
         const std::string tags = tags_text(read_header(frame));
         ++direction_of(at).drops[tags + ": " + discard_text(carried)];
@@ -138,7 +154,7 @@ private:
     }
 
     std::optional<frame_passage> count_called(const frame_call& at, const captured_frame& frame,
-                                              const captured_frame& received)
+                                              const received_frame& received)
     {
         const path_call call = hook_by_path(at.options, frame.data);
         if (call.first)
@@ -152,7 +168,7 @@ private:
         else if (!path.ran && answer->api_result == 0)
             ++direction.untouched["the engine is disabled"];
         else if (answer->api_result == 0)
-            return count_passed(at.options, *answer, path, frame);
+            return count_passed(at, *answer, path, frame);
         else
             ++direction
                   .drops[tags_of_drop(path, frame, received) + ": " + reason_of(at, path, frame)];
@@ -172,21 +188,22 @@ private:
     }
 
     // Behind the hook call, operations act on the path to each UNI of the bridge.
-    std::optional<frame_passage> count_passed(const packet_options& options,
-                                              const hook_answer& answer, const path_facts& path,
-                                              const captured_frame& frame)
+    std::optional<frame_passage> count_passed(const frame_call& at, const hook_answer& answer,
+                                              const path_facts& path, const captured_frame& frame)
     {
         const std::vector<leaving_frame> leaving = carry_to_unis(entities_, path.path, frame.data);
+        if (const std::string field = missing_field(frame, leaving); !field.empty())
+            return count_hidden(at, field);
         for (const leaving_frame& one : leaving)
             notes_.add_gaps(one.carried);
-        direction_account& direction = account_.directions.at(options.kind);
+        direction_account& direction = direction_of(at);
         for (std::string& note : notes_of(leaving))
             direction.notes.insert(std::move(note));
         if (is_discarded(leaving)) {
             ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
             return {};
         }
-        ++direction.destinations[destination(options, answer, path)];
+        ++direction.destinations[destination(at.options, answer, path)];
         return frame_passage{path.passed};
     }
 
@@ -216,14 +233,16 @@ private:
         return facts;
     }
 
-    // "untagged, rewritten to VLAN 300"
+    // "untagged, rewritten to VLAN 300 priority 0 by OPERATION"
     static std::string tags_of_drop(const path_facts& path, const captured_frame& frame,
-                                    const captured_frame& received)
+                                    const received_frame& received)
     {
-        if (frame.data == received.data)
+        if (frame.data == received.frame.data)
             return path.tags;
-        const std::string tags = tags_text(read_header(received));
-        return tags == path.tags ? tags : tags + ", rewritten to " + path.tags;
+        const std::string tags = tags_text(read_header(received.frame));
+        return tags == path.tags ? tags
+                                 : tags + ", rewritten to " + path.tags + " by " +
+                                       rewriters_text(received.applied);
     }
 
     std::string destination(const packet_options& options, const hook_answer& answer,

@@ -46,7 +46,9 @@ void run_frame(captured_run& runner, explanation& result)
     if (hides_tags(result.input.frame))
         return;
     const std::optional<explained_frame> carried = carried_input(result);
-    if (!carried)
+    if (!carried ||
+        !missing_field(result.entities, result.input.options, result.input.frame, result.tagging)
+             .empty())
         return;
     const bytes& frame = carried->frame.data;
     const traced_call call = runner.traced_hook(carried->options, frame);

@@ -281,10 +281,18 @@ std::string gem_port_of(const walk_record& walk, const line_model& entities)
 
 } // namespace
 
+std::string missing_field(const explanation& explained)
+{
+    const captured_frame& frame = explained.input.frame;
+    std::string text =
+        missing_field(explained.entities, explained.input.options, frame, explained.tagging);
+    return text.empty() ? missing_field(frame, leaving_frames(explained)) : text;
+}
+
 std::string why_unclassified(const explanation& explained)
 {
-    if (hides_tags(explained.input.frame))
-        return tags_hidden;
+    if (std::string field = missing_field(explained); !field.empty())
+        return field;
     if (!explained.answer)
         return "the module is not loaded";
     return "the engine is disabled (hook kind=switch param=1 enables it)";
@@ -351,7 +359,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
         << explained.input.frame.wire_length << " bytes\n";
     const bool classified =
         explained.answer && (explained.walk.ran || explained.answer->api_result != 0);
-    if (!classified || hides_tags(explained.input.frame)) {
+    if (!classified || !missing_field(explained).empty()) {
         out << "not classified: " << why_unclassified(explained) << '\n';
         return;
     }

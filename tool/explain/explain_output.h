@@ -50,6 +50,10 @@ void print_leaving(const explanation& explained, const line_places& places, std:
 /// "its tags are not in the capture", "the module is not loaded": of a frame without an outcome.
 [[nodiscard]] std::string why_unclassified(const explanation& explained);
 
+/// The field that is not in the capture, and without which the outcome is not known; empty if no
+/// field is missing.
+[[nodiscard]] std::string missing_field(const explanation& explained);
+
 /// Why a frame passes although steps of its replay refused it or failed. One sentence each.
 [[nodiscard]] std::vector<std::string> replay_notes(const walk_record& walk);
 

@@ -180,8 +180,19 @@ private:
         if (step.dead_end == not_selected)
             if (const me_instance* mapper = entities_.first_related(step.at, me_class::mapper))
                 return {mapper->id, mapper_reason(*mapper, bridge), i, mapper_sources(*mapper)};
+        if (lacks_pointer_from_bridge(step))
+            return {step.at, step.dead_end + " points at " + to_text(step.at), i,
+                    end_sources(step)};
         return {step.at, to_text(step.at) + of_bridge(bridge) + ": " + step.dead_end, i,
                 end_sources(step)};
+    }
+
+    // Downstream, a walk follows pointers backwards.
+    bool lacks_pointer_from_bridge(const walk_step& step) const
+    {
+        return walk_.fwd_flag == DOWN_ANI && step.dead_end.starts_with("no ") &&
+               (step.at.class_id == me_class::gemiw || step.at.class_id == me_class::mapper) &&
+               entities_.find(step.at);
     }
 
     std::vector<attribute_source> end_sources(const walk_step& step) const

@@ -2,6 +2,7 @@
 #include "tool/explain/filter_words.h"
 
 #include <algorithm>
+#include <set>
 #include <span>
 
 namespace gponflow {
@@ -77,8 +78,10 @@ std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> t
     if (list_drops(filter.forwardOperation))
         return "drops " + entry_words(compared, *tci);
     std::string list;
+    std::set<std::string> named;
     for (const uint16_t entry : list_of(filter))
-        list += (list.empty() ? "" : ", ") + entry_words(compared, entry);
+        if (const std::string words = entry_words(compared, entry); named.insert(words).second)
+            list += (list.empty() ? "" : ", ") + words;
     return list.empty() ? "has an empty list and passes no tagged frame" : "passes only " + list;
 }
 

@@ -75,7 +75,7 @@ captured_frame built_frame(const frame_query& query)
 bool passed(const explanation& half)
 {
     return half.answer && half.answer->api_result == 0 && half.walk.ran &&
-           !is_discarded(leaving_frames(half));
+           missing_field(half).empty() && !is_discarded(leaving_frames(half));
 }
 
 // The second half carries the frame from the UNI anew: its operations are those behind the first.

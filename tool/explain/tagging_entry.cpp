@@ -5,7 +5,10 @@
 #include <optional>
 
 #include "platform/api/platform_hook.h"
+#include "tool/capture/frame_header.h"
+#include "tool/explain/decision_texts.h"
 #include "tool/model/tag_places.h"
+#include "tool/tagging/frame_tags.h"
 
 namespace gponflow {
 
@@ -44,6 +47,27 @@ carried_frame uncarried(const line_model& entities, const bytes& frame)
     return carried;
 }
 
+std::string missing_in(const carried_frame& carried)
+{
+    const auto gap = std::ranges::find(carried.gaps, true, &tag_gap::frame_ends);
+    return gap == carried.gaps.end()
+               ? std::string()
+               : to_text(gap->operation) + " reads a field that is not in the capture: " + gap->why;
+}
+
+// A mapper may take the priority of an untagged packet from its DSCP. Which mapper reads it is only
+// known after the walk, which would learn a rule for the wrong priority.
+std::string missing_dscp(const line_model& entities, const bytes& frame)
+{
+    const std::optional<tagged_frame> split = split_frame(frame, 0);
+    if (!split || !split->tags.empty() || !split->ends_before_dscp())
+        return {};
+    for (const me_instance& mapper : entities.instances(me_class::mapper))
+        if (mapper.as<gpon_raw_mapper>().unmark_frame_opt == 0)
+            return to_text(mapper.id) + " reads the DSCP of the frame, which is not in the capture";
+    return {};
+}
+
 } // namespace
 
 carried_frame carry_to_hook(const line_model& entities, const packet_options& options,
@@ -77,6 +101,40 @@ std::string discard_text(const std::vector<leaving_frame>& leaving)
     for (const std::string& text : texts)
         all += (all.empty() ? "" : "; ") + text;
     return all;
+}
+
+bool is_rewriting(const tag_step& step)
+{
+    return !step.discarded && step.before != step.after;
+}
+
+std::string rewriters_text(const std::vector<tag_step>& steps)
+{
+    std::string text;
+    for (const tag_step& step : steps)
+        if (is_rewriting(step))
+            text += (text.empty() ? "" : " and ") + to_text(step.operation);
+    return text;
+}
+
+std::string missing_field(const line_model& entities, const packet_options& options,
+                          const captured_frame& frame, const carried_frame& carried)
+{
+    if (!frame.is_cut())
+        return {};
+    if (hides_tags(frame))
+        return tags_hidden;
+    if (std::string text = missing_in(carried); !text.empty() || carried.discarded)
+        return text;
+    return options.kind == GPON_API_UP_ANI ? missing_dscp(entities, carried.frame) : "";
+}
+
+std::string missing_field(const captured_frame& frame, const std::vector<leaving_frame>& leaving)
+{
+    for (const leaving_frame& one : leaving)
+        if (std::string text = missing_in(one.carried); frame.is_cut() && !text.empty())
+            return text;
+    return {};
 }
 
 std::vector<std::string> notes_of(const std::vector<leaving_frame>& leaving)

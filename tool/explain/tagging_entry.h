@@ -26,6 +26,21 @@ namespace gponflow {
 /// Whether operations discard the frame at each of the UNIs. False if there is none.
 [[nodiscard]] bool is_discarded(const std::vector<leaving_frame>& leaving);
 
+/// Whether the operation changed the frame and passed it on.
+[[nodiscard]] bool is_rewriting(const tag_step& step);
+
+/// "OPERATION and OPERATION": those that rewrote the frame. Empty if none did.
+[[nodiscard]] std::string rewriters_text(const std::vector<tag_step>& steps);
+
+/// Why the path of a frame that its capture cuts is not known: its tags are cut off, or a field
+/// that an operation before the hook call or a mapper behind it reads. Empty for other frames.
+[[nodiscard]] std::string missing_field(const line_model& entities, const packet_options& options,
+                                        const captured_frame& frame, const carried_frame& carried);
+
+/// The same for the operations behind the hook call.
+[[nodiscard]] std::string missing_field(const captured_frame& frame,
+                                        const std::vector<leaving_frame>& leaving);
+
 /// "OPERATION: NOTE" for the notes of the operations, each once.
 [[nodiscard]] std::vector<std::string> notes_of(const std::vector<leaving_frame>& leaving);
 

@@ -3,6 +3,7 @@
 
 #include "tool/capture/ethernet.h"
 #include "tool/capture/frame_header.h"
+#include "tool/explain/tagging_output.h"
 
 namespace gponflow {
 
@@ -16,21 +17,20 @@ void traffic_notes::count(const captured_frame& frame)
 void traffic_notes::add_gaps(const carried_frame& carried)
 {
     for (const tag_gap& gap : carried.gaps)
-        gaps_.emplace(gap.operation, gap.why);
+        gaps_.try_emplace(gap.operation, gap);
 }
 
-std::vector<std::string> traffic_notes::gaps() const
+std::vector<std::string> traffic_notes::gaps(const line_places& places) const
 {
     std::vector<std::string> texts;
-    for (const auto& [operation, why] : gaps_)
-        texts.push_back(to_text(operation) +
-                        ": an operation exists here and was not applied: " + why);
+    for (const auto& [operation, gap] : gaps_)
+        texts.push_back(gap_text(gap, places));
     return texts;
 }
 
-std::vector<std::string> traffic_notes::all() const
+std::vector<std::string> traffic_notes::all(const line_places& places) const
 {
-    std::vector<std::string> texts = gaps();
+    std::vector<std::string> texts = gaps(places);
     if (cut_ != 0)
         texts.push_back(cut_text(cut_, frames_));
     return texts;

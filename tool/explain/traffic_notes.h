@@ -20,15 +20,14 @@ public:
     /// The operations that were not applied to a frame.
     void add_gaps(const carried_frame& carried);
 
-    /// "OPERATION: an operation exists here and was not applied: REASON", each operation once with
-    /// its first reason.
-    [[nodiscard]] std::vector<std::string> gaps() const;
+    /// gap_text of each operation once, with its first reason.
+    [[nodiscard]] std::vector<std::string> gaps(const line_places& places) const;
 
     /// The same, and the number of frames that their capture cuts.
-    [[nodiscard]] std::vector<std::string> all() const;
+    [[nodiscard]] std::vector<std::string> all(const line_places& places) const;
 
 private:
-    std::map<me_id, std::string> gaps_;
+    std::map<me_id, tag_gap> gaps_;
     size_t frames_ = 0;
     size_t cut_ = 0;
 };

@@ -131,7 +131,7 @@ void note_bridge(const frame_path& path, verdict& into)
 void note_capture(const captured_frame& frame, verdict& into)
 {
     const frame_header header = read_header(frame);
-    if (hides_tags(frame))
+    if (into.outcome == line_outcome::not_classified && frame.is_cut())
         into.notes.push_back("The capture holds " + held_text(frame) + ".");
     else if (header.cut)
         into.notes.push_back("The capture holds " + held_text(frame) +
@@ -186,21 +186,40 @@ void note_tagging(const frame_path& path, const explanation& half, const line_pl
             note_gap(gap, places, into);
 }
 
-// A pointer that is set again leaves its earlier link behind: the module follows the link.
-void note_old_link(const explanation& half, me_id from, me_id to, const line_places& places,
+bool points_at(const line_model& entities, me_id from, me_id to)
+{
+    const me_instance* me = entities.find(from);
+    const std::vector<me_pointer> pointers =
+        me ? entities.pointers(*me) : std::vector<me_pointer>();
+    return std::ranges::find(pointers, to, &me_pointer::to) != pointers.end();
+}
+
+// The pointer of an instance to another one of the class; of a list, the one that was set last.
+std::optional<me_pointer> other_pointer(const line_model& entities, me_id from, me_class class_id)
+{
+    std::optional<me_pointer> last;
+    if (const me_instance* me = entities.find(from))
+        for (const me_pointer& pointer : entities.pointers(*me))
+            if (pointer.to.class_id == class_id && (!last || pointer.line > last->line))
+                last = pointer;
+    return last;
+}
+
+// A pointer that is set again leaves its earlier link behind: the module follows the link, in
+// either direction.
+void note_old_link(const line_model& entities, me_id from, me_id to, const line_places& places,
                    verdict& into)
 {
-    const me_instance* me = half.entities.find(from);
-    const std::vector<me_pointer> pointers =
-        me ? half.entities.pointers(*me) : std::vector<me_pointer>();
-    if (std::ranges::find(pointers, to, &me_pointer::to) != pointers.end())
+    if (points_at(entities, from, to) || points_at(entities, to, from))
         return;
-    for (const me_pointer& pointer : pointers)
-        if (pointer.to.class_id == to.class_id && !pointer.list_element)
-            into.notes.push_back("The link of " + to_text(from) + " to " + to_text(to) +
-                                 " is older than " + pointer.attribute + " " +
-                                 hex_text(pointer.to.instance) + " (" + places.text(pointer.line) +
-                                 ").");
+    for (const auto& [holder, target] : {std::pair(from, to), std::pair(to, from)})
+        if (const auto pointer = other_pointer(entities, holder, target.class_id)) {
+            into.notes.push_back("The link of " + to_text(holder) + " to " + to_text(target) +
+                                 " is older than " + pointer->attribute + " " +
+                                 hex_text(pointer->to.instance) + " (" +
+                                 places.text(pointer->line) + ").");
+            return;
+        }
 }
 
 void note_old_links(const explanation& half, const line_places& places, verdict& into)
@@ -210,9 +229,27 @@ void note_old_links(const explanation& half, const line_places& places, verdict&
         if (!step.passed)
             continue;
         if (last && !half.walk.replayed)
-            note_old_link(half, last->at, step.at, places, into);
+            note_old_link(half.entities, last->at, step.at, places, into);
         last = &step;
     }
+}
+
+// The module compares the direction of a GEM port upstream only.
+void note_direction(const frame_path& path, verdict& into)
+{
+    const auto of_port = [&](const me_instance& ctp) {
+        return path.query.gem && ctp.as<gpon_raw_gemctp>().portID == *path.query.gem;
+    };
+    const me_instance* found = nullptr;
+    for (const me_instance& ctp : path.halves.front().entities.instances(me_class::gemctp))
+        if (of_port(ctp)) {
+            if (ctp.as<gpon_raw_gemctp>().direction != gem_upstream)
+                return;
+            found = &ctp;
+        }
+    if (found)
+        into.notes.push_back("The direction of " + to_text(found->id) +
+                             " is 1, upstream only: the module does not compare it downstream.");
 }
 
 void note_unfiltered(const frame_path& path, verdict& into)
@@ -239,7 +276,8 @@ void note_leaving(const explanation& half, verdict& into)
 line_outcome outcome_of(const explanation& half)
 {
     // Without a GEM port from the platform, a frame is dropped even if the engine is disabled.
-    if (!half.answer || (!half.walk.ran && half.answer->api_result == 0))
+    if (!half.answer || (!half.walk.ran && half.answer->api_result == 0) ||
+        !missing_field(half).empty())
         return line_outcome::not_classified;
     return half.answer->api_result == 0 && !is_discarded(leaving_frames(half))
                ? line_outcome::passed
@@ -270,24 +308,53 @@ void explain_discard(const explanation& half, const std::string& subject, verdic
                     ".";
 }
 
+// ", rewritten by VLAN_TAG_OPERATE 0x0101": the tags of the sentence are not those received.
+std::string rewritten_text(const std::vector<tag_step>& applied)
+{
+    const std::string operations = rewriters_text(applied);
+    return operations.empty() ? operations : ", rewritten by " + operations;
+}
+
+// A filter or a mapper refuses the tags that an operation gave the frame: either may be wrong.
+void blame_rewriters(const std::vector<tag_step>& applied, verdict& into)
+{
+    const bool by_tags = std::ranges::any_of(into.faults, [](const fault& one) {
+        return one.entity.class_id == me_class::vtfd || one.entity.class_id == me_class::mapper;
+    });
+    for (const tag_step& step : applied)
+        if (by_tags && is_rewriting(step))
+            into.faults.push_back({step.operation,
+                                   to_text(step.operation) + " of " + to_text(step.at) +
+                                       " rewrote the frame: " + step.row,
+                                   {},
+                                   step.sources});
+}
+
+void explain_drop(const explanation& half, std::optional<uint16_t> bridge,
+                  const std::string& subject, const std::vector<tag_step>& applied, verdict& into)
+{
+    if (is_tagging_drop(half)) {
+        explain_discard(half, subject, into);
+        return;
+    }
+    const frame_header header = read_header(frame_at_hook(half));
+    into.faults = faults_of(half.walk, half.entities, bridge);
+    into.sentence = subject + " is dropped: " + drop_reason(half.walk, half.entities, bridge) +
+                    "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
+                    tags_text(header) + rewritten_text(applied) + ".";
+    blame_rewriters(applied, into);
+}
+
+// `applied` are the operations before the hook call, those before an earlier one included.
 verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
-                   const std::string& subject)
+                   const std::string& subject, const std::vector<tag_step>& applied)
 {
     verdict result;
     result.outcome = outcome_of(half);
     if (result.outcome == line_outcome::not_classified) {
         result.sentence = unclassified_sentence(half);
     } else if (result.outcome == line_outcome::dropped) {
-        if (is_tagging_drop(half)) {
-            explain_discard(half, subject, result);
-            return result;
-        }
-        const frame_header header = read_header(frame_at_hook(half));
-        result.faults = faults_of(half.walk, half.entities, bridge);
-        result.sentence = subject +
-                          " is dropped: " + drop_reason(half.walk, half.entities, bridge) +
-                          "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
-                          tags_text(header) + ".";
+        explain_drop(half, bridge, subject, applied, result);
     } else {
         result.sentence =
             half.walk.unseen ? sentence_without_path(subject, half) : subject + " passes.";
@@ -297,12 +364,24 @@ verdict verdict_of(const explanation& half, std::optional<uint16_t> bridge,
 
 } // namespace
 
+namespace {
+
+std::vector<tag_step> applied_to(const frame_path& path)
+{
+    std::vector<tag_step> steps;
+    for (const explanation& half : path.halves)
+        std::ranges::copy(half.tagging.steps, std::back_inserter(steps));
+    return steps;
+}
+
+} // namespace
+
 verdict verdict_of(const explanation& half, const line_places& places)
 {
-    verdict result = verdict_of(half, {}, "The frame");
+    verdict result = verdict_of(half, {}, "The frame", half.tagging.steps);
     note_leaving(half, result);
     note_capture(half.input.frame, result);
-    if (!hides_tags(half.input.frame))
+    if (missing_field(half).empty())
         for (const tag_gap& gap : gaps_of(half))
             note_gap(gap, places, result);
     note_replay(half, result);
@@ -312,20 +391,21 @@ verdict verdict_of(const explanation& half, const line_places& places)
 
 verdict verdict_of(const frame_path& path, const line_places& places)
 {
-    verdict result =
-        verdict_of(path.halves.back(), path.bridge, "The frame from " + entry_text(path.query));
+    verdict result = verdict_of(path.halves.back(), path.bridge,
+                                "The frame from " + entry_text(path.query), applied_to(path));
     if (result.outcome == line_outcome::passed) {
         if (is_path_known(path)) {
             result.sentence = passed_sentence(path);
             note_bridge(path, result);
         }
         note_unfiltered(path, result);
+        note_direction(path, result);
     }
     for (std::string& note : notes_of(path.query, path.halves.front().entities))
         result.notes.push_back(std::move(note));
     note_leaving(path.halves.front(), result);
     note_capture(path.frame, result);
-    if (hides_tags(path.frame))
+    if (!missing_field(path.halves.back()).empty())
         return result;
     note_lost_events(path.halves, result);
     for (const explanation& half : path.halves) {

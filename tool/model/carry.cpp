@@ -57,7 +57,7 @@ private:
         }
         tag_rewriting done = rewrite(*operation, direction_, carried.frame);
         if (done.outcome == tag_outcome::unknown) {
-            carried.gaps.push_back({id, done.why, std::move(done.sources)});
+            carried.gaps.push_back({id, done.why, std::move(done.sources), done.frame_ends});
             return;
         }
         // A default row or mode, with which the instance began.

@@ -29,6 +29,7 @@ struct tag_gap {
     me_id operation;
     std::string why;
     std::vector<attribute_source> sources{}; ///< of what prevents it; empty if nothing was set
+    bool frame_ends = false; ///< the frame ends before a field that the operation reads
 };
 
 struct carried_frame {

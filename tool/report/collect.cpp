@@ -71,7 +71,7 @@ public:
                 return status;
         }
         finish(silences_of(input));
-        data_.notes = notes_.all();
+        data_.notes = notes_.all(data_.places);
         std::ranges::copy(input.notes, std::back_inserter(data_.notes));
         return status_ok;
     }
@@ -121,16 +121,24 @@ private:
             input.frame.number ? source_ + " #" + std::to_string(input.frame.number) : source_;
         explanation explained{input, {}, {}, {}, {}};
         explained.bridge = bridge;
-        if (hides_tags(input.frame)) {
-            explained.tagging.frame = input.frame.data;
-            const path_summary hidden{frame_fate::untouched, tags_hidden, false, {}, {}};
-            std::ignore = count(hidden, explained, place);
-            return hidden;
-        }
-        explained.tagging = carry_to_hook(data_.entities, input.options, input.frame);
+        explained.tagging.frame = input.frame.data;
+        if (!hides_tags(input.frame))
+            explained.tagging = carry_to_hook(data_.entities, input.options, input.frame);
+        if (const std::string field =
+                missing_field(data_.entities, input.options, input.frame, explained.tagging);
+            !field.empty())
+            return count_hidden(field, explained, place);
         notes_.add_gaps(explained.tagging);
         return explained.tagging.discarded ? count_discarded(std::move(explained), place)
                                            : count_called(std::move(explained), place);
+    }
+
+    path_summary count_hidden(const std::string& field, const explanation& explained,
+                              const std::string& place)
+    {
+        path_summary hidden{frame_fate::untouched, field, false, {}, {}};
+        std::ignore = count(hidden, explained, place);
+        return hidden;
     }
 
     path_summary summary_of(const explanation& explained) const
@@ -172,6 +180,8 @@ private:
             return summary;
         const std::vector<leaving_frame> leaving =
             carry_to_unis(data_.entities, summary.path, explained.input.frame.data);
+        if (std::string field = missing_field(explained.input.frame, leaving); !field.empty())
+            return {frame_fate::untouched, std::move(field), summary.replayed, {}, {}};
         for (const leaving_frame& one : leaving)
             notes_.add_gaps(one.carried);
         std::set<std::string>& notes = data_.directions.at(explained.input.options.kind).notes;

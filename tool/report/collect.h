@@ -21,7 +21,8 @@ namespace gponflow {
 enum class frame_fate {
     passed,
     dropped,
-    untouched, ///< the engine is disabled, the module is not loaded, or the tags are not captured
+    untouched, ///< the engine is disabled, the module is not loaded, or a field that decides is not
+               ///< captured
     learnt     ///< of a running module: a rule exists, but each frame may have failed for lack of a
                ///< priority queue
 };

@@ -88,7 +88,8 @@ std::string rewritten_in_words(const drop_row& drop)
     if (drop.hook_tags == drop.tags)
         return {};
     return ", rewritten to " +
-           (drop.hook_tags.empty() ? "untagged" : vlans_in_words(drop.hook_tags)) + ",";
+           (drop.hook_tags.empty() ? "untagged" : vlans_in_words(drop.hook_tags)) + " by " +
+           rewriters_text(drop.example.tagging.steps) + ",";
 }
 
 } // namespace

@@ -40,6 +40,13 @@ tag_rewriting unknown(std::span<const uint8_t> frame, std::string why, sources f
             std::move(from)};
 }
 
+tag_rewriting unknown_end(std::span<const uint8_t> frame, std::string why, sources from = {})
+{
+    tag_rewriting result = unknown(frame, std::move(why), std::move(from));
+    result.frame_ends = true;
+    return result;
+}
+
 tag_rewriting passed(const tagged_frame& frame, std::string row, sources from)
 {
     return {tag_outcome::passed, frame.joined(), std::move(row), {}, {}, std::move(from)};
@@ -62,6 +69,12 @@ std::string frame_fault(const std::optional<tagged_frame>& received)
     if (!received)
         return "the frame ends within its addresses";
     return received->ends_early ? "the frame ends before its EtherType" : "";
+}
+
+// The same for an operation that reads the outer tag only.
+std::string outer_tag_fault(const std::optional<tagged_frame>& received)
+{
+    return received && !received->tags.empty() ? "" : frame_fault(received);
 }
 
 // A reserved value matches each tag: the effect of its row is not known.
@@ -220,7 +233,7 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
         return unknown(frame, fault, table_fault_sources(operation));
     const auto received = split_frame(frame, operation.input_tpid);
     if (const std::string fault = frame_fault(received); !fault.empty())
-        return unknown(frame, fault);
+        return unknown_end(frame, fault);
     const std::optional<uint8_t> criterion = received->extended_criterion();
     const table_row* row =
         matching_row(operation, received->tags, received->ethertype(), criterion);
@@ -231,13 +244,13 @@ tag_rewriting by_table(const tag_operation& operation, std::span<const uint8_t> 
         return uninterpreted(frame, *row);
     sources from = upstream_sources(operation, *row);
     if (row->extended_criteria != 0 && !criterion)
-        return unknown(frame, too_short_for(*row), std::move(from));
+        return unknown_end(frame, too_short_for(*row), std::move(from));
     if (row->remove == discard_frame)
         return discarded(*received, row_text(*row), std::move(from));
     if (uses_dscp(*row) && received->ends_before_dscp())
-        return unknown(frame,
-                       "the row \"" + row_text(*row) + "\" applies: the frame ends before its DSCP",
-                       std::move(from));
+        return unknown_end(
+            frame, "the row \"" + row_text(*row) + "\" applies: the frame ends before its DSCP",
+            std::move(from));
     return passed(treated(operation, *row, *received), row_text(*row), std::move(from));
 }
 
@@ -247,8 +260,8 @@ tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const u
     const auto received = split_frame(frame, 0);
     if (!operation.upstream_mode)
         return unknown(frame, "its attributes are not known");
-    if (const std::string fault = frame_fault(received); !fault.empty())
-        return unknown(frame, fault);
+    if (const std::string fault = outer_tag_fault(received); !fault.empty())
+        return unknown_end(frame, fault);
     const uint8_t mode = *operation.upstream_mode;
     const uint16_t tci = operation.upstream_tci;
     const frame_tag tag{ordinary_tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
@@ -279,8 +292,8 @@ tag_rewriting by_downstream_mode(const tag_operation& operation, std::span<const
     const auto received = split_frame(frame, 0);
     if (!operation.upstream_mode)
         return unknown(frame, "its attributes are not known");
-    if (const std::string fault = frame_fault(received); !fault.empty())
-        return unknown(frame, fault);
+    if (const std::string fault = outer_tag_fault(received); !fault.empty())
+        return unknown_end(frame, fault);
     sources from = sources_of(operation, {tag_attribute::downstream_mode});
     const std::string mode = "downstream mode " + std::to_string(operation.downstream_mode);
     if (operation.downstream_mode > 1)
@@ -363,8 +376,8 @@ tag_rewriting by_inverse(const tag_operation& operation, const tagged_frame& rec
         if (!tags)
             continue;
         if (row.extended_criteria != 0 && !criterion)
-            return unknown(received.joined(), too_short_for(row),
-                           downstream_sources(operation, row));
+            return unknown_end(received.joined(), too_short_for(row),
+                               downstream_sources(operation, row));
         tagged_frame result = received;
         result.tags = *tags;
         return noted(
@@ -402,10 +415,10 @@ tag_rewriting rewrite_downstream(const tag_operation& operation, std::span<const
     if (operation.class_id != me_class::evtocd)
         return by_downstream_mode(operation, frame);
     const auto received = split_frame(frame, operation.output_tpid);
-    if (const std::string fault = frame_fault(received); !fault.empty())
-        return unknown(frame, fault);
+    if (!received)
+        return unknown_end(frame, frame_fault(received));
     const sources mode = sources_of(operation, {tag_attribute::downstream_mode});
-    // These two modes need no table.
+    // These two modes need no table, and no tag of the frame.
     switch (operation.downstream_mode) {
     case unmodified:
         return passed(*received, "downstream mode 1: no change", mode);
@@ -421,6 +434,8 @@ tag_rewriting rewrite_downstream(const tag_operation& operation, std::span<const
                        mode);
     if (const std::string fault = table_fault(operation); !fault.empty())
         return unknown(frame, fault, table_fault_sources(operation));
+    if (const std::string fault = frame_fault(received); !fault.empty())
+        return unknown_end(frame, fault);
     return by_inverse(operation, *received);
 }
 

@@ -35,6 +35,7 @@ struct tag_rewriting {
     /// Of what decided, see sources.h; of an unknown effect, of what prevents it. Empty if the
     /// frame itself does.
     std::vector<attribute_source> sources;
+    bool frame_ends = false; ///< unknown: the frame ends before a field that the operation reads
 };
 
 [[nodiscard]] tag_rewriting rewrite_upstream(const tag_operation& operation,
