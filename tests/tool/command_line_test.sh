@@ -467,6 +467,17 @@ expect_status 2 graph "$line" --uni 9
 expect_status 2 graph "$line" --uni 1 --highlight kind=up_ani
 expect_err 'gponflow: --highlight and --uni, --gem and the fields of a frame exclude each other
 Run with --help for more information.'
+# VLAN 666 is discarded at the UNI.
+{
+    cat "$line"
+    printf 'tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n'
+    printf 'tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000814d0000c00f0000000f0000\n'
+} >discarding.scn
+expect_status 0 graph discarding.scn --uni 1 --vlan 666
+expect_err 'gponflow: a tagging operation discards the frame: its path is highlighted up to the drop'
+for node in 'VLAN_TAG_EXTEND_OPERATE 0x0001' 'PPTP_ETHERNET_UNI 0x0101'; do
+    grep -q "^  \"$node\" .*penwidth" out || complain "graph of a discarded frame: $node is not bold"
+done
 printf 'me create GEM_INTERWORK_TP 0x11 gemCTPInstID=7\n' >dangling.scn
 expect_status 0 graph dangling.scn
 grep -q 'color=red' out || complain 'graph draws what is missing in another colour'

@@ -13,6 +13,8 @@
 #include "tool/commands/line_input.h"
 #include "tool/commands/query_options.h"
 #include "tool/explain/explain_frame.h"
+#include "tool/explain/explain_output.h"
+#include "tool/explain/tagging_entry.h"
 #include "tool/model/graph.h"
 #include "tool/model/graph_json.h"
 #include "tool/report/render_dot.h"
@@ -58,10 +60,29 @@ std::vector<me_id> walked_path(const walk_record& walk)
     return path;
 }
 
+// The operations that the frame passed, with the instances that they belong to.
+std::vector<me_id> tagging_path(const explanation& explained)
+{
+    std::vector<me_id> path;
+    const auto add = [&path](const carried_frame& carried) {
+        for (const tag_step& step : carried.steps)
+            path.insert(path.end(), {step.operation, step.at});
+    };
+    add(explained.tagging);
+    for (const leaving_frame& one : leaving_frames(explained))
+        add(one.carried);
+    return path;
+}
+
 std::vector<me_id> highlighted(const explanation& explained)
 {
     std::vector<me_id> walked = walked_path(explained.walk);
-    if (walked.empty())
+    if (const std::string field = missing_field(explained); !field.empty())
+        std::cerr << "gponflow: the frame is not classified: " << field << '\n';
+    else if (explained.tagging.discarded || is_discarded(leaving_frames(explained)))
+        std::cerr << "gponflow: a tagging operation discards the frame: its path is highlighted up "
+                     "to the drop\n";
+    else if (walked.empty())
         std::cerr << "gponflow: the frame reached no managed entity: no path is highlighted\n";
     else if (explained.answer && explained.answer->api_result != 0)
         std::cerr << "gponflow: the frame is dropped: its path is highlighted up to the drop\n";
@@ -80,10 +101,15 @@ std::vector<me_id> walked_by(const graph_request& request, const scenario& input
     std::vector<me_id> walked;
     if (status != status_ok)
         return walked;
-    for (const explanation& half : trace_frame(query, session).halves)
-        for (const me_id at : half.input.options.kind == GPON_API_DOWN_UNI ? std::vector<me_id>{}
-                                                                           : highlighted(half))
-            walked.push_back(at);
+    // Behind both halves: neighbours of the list may have a pointer, which is bold, too.
+    std::vector<me_id> tagging;
+    for (const explanation& half : trace_frame(query, session).halves) {
+        if (half.input.options.kind == GPON_API_DOWN_UNI)
+            continue;
+        std::ranges::copy(highlighted(half), std::back_inserter(walked));
+        std::ranges::copy(tagging_path(half), std::back_inserter(tagging));
+    }
+    std::ranges::copy(tagging, std::back_inserter(walked));
     return walked;
 }
 
@@ -123,6 +149,7 @@ int graph(const graph_request& request)
             if (!explained)
                 return status;
             walked = highlighted(*explained);
+            std::ranges::copy(tagging_path(*explained), std::back_inserter(walked));
         }
         const line_model entities = final_entities(parsed);
         if (request.json) {
@@ -177,7 +204,8 @@ void add_graph_command(CLI::App& app)
                 "(upstream), down_ani and down_uni (downstream).\n\n"
                 "Red: a pointer to an instance that does not exist. Dashed: a pointer that the "
                 "module did not record. Dotted: a tagging operation and the instance that it "
-                "belongs to. The path of a dropped frame is bold up to the drop. Pictures need "
+                "belongs to; bold if it acts on the frame. The path of a dropped frame is bold up "
+                "to the drop. Pictures need "
                 "the command dot of graphviz.");
     sub->callback([request, highlight] {
         complete(request->asked);

@@ -72,6 +72,11 @@ std::string label(const me_instance& me)
     return text + detail(me);
 }
 
+bool is_in(const std::vector<me_id>& all, me_id one)
+{
+    return std::ranges::find(all, one) != all.end();
+}
+
 class dot_writer {
 public:
     dot_writer(const line_model& entities, const std::vector<me_id>& walked, std::ostream& out)
@@ -101,7 +106,7 @@ private:
         const look& drawn = look_of(one.id.class_id);
         out_ << "  " << name_of(one.id) << " [label=\"" << label(one) << table_size(one.id)
              << "\", shape=" << drawn.shape << ", fillcolor=\"" << drawn.colour << '"';
-        if (std::ranges::find(walked_, one.id) != walked_.end())
+        if (is_in(walked_, one.id))
             out_ << ", color=\"#d06000\", penwidth=3";
         out_ << "];\n";
     }
@@ -148,7 +153,11 @@ private:
         const bool same_id = !model_.operation(operation);
         out_ << "  " << name_of(operation) << " -> " << name_of(*place) << " [label=\""
              << (same_id ? "same id" : "tagging") << "\", style=dotted"
-             << (exists ? "" : ", color=red, fontcolor=red") << "];\n";
+             << (!exists ? ", color=red, fontcolor=red"
+                 : is_in(walked_, operation) && is_in(walked_, *place)
+                     ? ", color=\"#d06000\", penwidth=3"
+                     : "")
+             << "];\n";
     }
 
     // An operation that the scenario describes, but that the module does not have.

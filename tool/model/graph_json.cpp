@@ -2,10 +2,12 @@
 #include "tool/model/graph_json.h"
 
 #include <algorithm>
+#include <optional>
 
 #include <nlohmann/json.hpp>
 
 #include "tool/model/instance_json.h"
+#include "tool/model/tag_places.h"
 
 namespace gponflow {
 
@@ -28,6 +30,20 @@ const char* state_name(pointer_state state)
 bool holds(const std::vector<me_id>& all, me_id one)
 {
     return std::ranges::find(all, one) != all.end();
+}
+
+// Tagging operations with what they belong to: their records have no pointers.
+json operations_json(const line_model& entities, const std::vector<me_id>& walked)
+{
+    json operations = json::array();
+    for (const me_id id : entities.tag_operations()) {
+        json operation = id_json(id);
+        operation["highlighted"] = holds(walked, id);
+        if (const std::optional<me_id> place = place_of(entities, id))
+            operation["at"] = id_json(*place);
+        operations.push_back(std::move(operation));
+    }
+    return operations;
 }
 
 } // namespace
@@ -54,6 +70,7 @@ void print_graph_json(const line_model& entities, const std::vector<me_id>& walk
     whole["scenario"] = file;
     whole["nodes"] = std::move(nodes);
     whole["edges"] = std::move(edges);
+    whole["operations"] = operations_json(entities, walked);
     print_json(whole, out);
 }
 
