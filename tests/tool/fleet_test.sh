@@ -33,6 +33,16 @@ status=0
 [ "$status" = 1 ] || complain "a list from standard input: exit status $status"
 cmp -s one out || complain 'a list from standard input differs'
 
+# Standard input is one of the inputs, once.
+status=0
+"$tool" check lines/line-00001.pcap - - <lines/line-00002.pcap >out || status=$?
+[ "$status" = 2 ] || complain "standard input for two inputs: exit status $status"
+sed -n 2p out | sed 's#"-"#"lines/line-00002.pcap"#g' >second
+sed -n 2p one | diff - second || complain 'a line from standard input differs'
+sed -n 3p out | grep -q 'standard input is named for two inputs' ||
+    complain 'standard input for two inputs is not refused'
+cp one out
+
 # The faults of the lines: two captures are damaged, one is empty, and the firmware 2.1.0 alone
 # refuses instances.
 expect_count 210 '"schema":"gponflow-line-1"'

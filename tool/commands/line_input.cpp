@@ -108,7 +108,8 @@ std::optional<opened_line> open_line(const std::string& file, const std::string&
                              : open_text(*from, diagnostics);
     } catch (const std::runtime_error& why) {
         diagnostics << why.what() << '\n';
-        if (std::string_view(why.what()).find("no OMCI message") != std::string_view::npos)
+        const std::string_view text = why.what();
+        if (text.find("no OMCI message") != text.npos && text.find(" in 0 frames") == text.npos)
             diagnostics
                 << file
                 << ": a capture of traffic is no line: name it with --pcap (explain, account, "

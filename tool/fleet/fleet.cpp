@@ -40,9 +40,13 @@ std::string failure_line(const fleet_order& order, const std::string& input, int
     return line_text(order, input, {status, nullptr, nullptr}, input + ": " + why);
 }
 
+constexpr const char* standard_input = "-";
+
 // A pipe or a device would be waited for, and a folder is none.
 std::string why_no_input(const std::string& input)
 {
+    if (input == standard_input)
+        return {};
     std::error_code error;
     if (std::filesystem::is_regular_file(input, error))
         return {};
@@ -115,10 +119,18 @@ private:
         }
     }
 
+    // The processes share standard input: the first one reads all of it.
+    std::string why_refused(const std::string& input) const
+    {
+        if (input == standard_input && standard_input_read_)
+            return "standard input is named for two inputs";
+        return why_no_input(input);
+    }
+
     // False if the system has no place for a process now.
     bool start(const std::string& input)
     {
-        if (const std::string why = why_no_input(input); !why.empty()) {
+        if (const std::string why = why_refused(input); !why.empty()) {
             take(started_, status_invalid, failure_line(order_, input, status_invalid, why));
             return true;
         }
@@ -127,6 +139,7 @@ private:
             worker::start([this, &input] { return perform(order_, input, job_); });
         if (!process && at_work_.empty())
             throw std::runtime_error("cannot start a process for " + input);
+        standard_input_read_ = standard_input_read_ || (process && input == standard_input);
         if (process)
             at_work_.push_back({started_, input, std::move(*process)});
         return process.has_value();
@@ -209,6 +222,7 @@ private:
     uint64_t started_ = 0;
     uint64_t printed_ = 0;
     int status_ = status_ok;
+    bool standard_input_read_ = false;
     bool out_failed_ = false;
 };
 

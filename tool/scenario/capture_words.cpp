@@ -50,6 +50,8 @@ void append_captures(const std::vector<std::string>& words, scenario& into,
                      std::ostream& diagnostics)
 {
     for (const std::string& word : words) {
+        if (word.empty())
+            throw std::runtime_error("--pcap needs a value (FILE)");
         const std::string options = options_of(word);
         parse_result parsed = parse_scenario(command_text(word, options), "-");
         if (!parsed.errors.empty())
