@@ -74,6 +74,19 @@ TEST(line_difference, contains_the_lines_that_set_the_values)
     EXPECT_FALSE(document["changed"][1].contains("first_line"));
 }
 
+// Attribute 1 of a traffic descriptor is its CIR, attribute 2 its PIR. Line 2 repeats the value.
+TEST(line_difference, contains_the_lines_of_the_last_writes)
+{
+    const line_difference found =
+        difference_of(final_entities(parse_good("me create TRAFFIC_DESCRIPTOR 1 cir=1 pir=2\n"
+                                                "me set TRAFFIC_DESCRIPTOR 1 mask=0x4000 cir=1 "
+                                                "pir=2\n")),
+                      final_entities(parse_good("me create TRAFFIC_DESCRIPTOR 1 cir=5 pir=3\n")));
+    ASSERT_EQ(found.changed.size(), 2u);
+    EXPECT_EQ(found.changed[0].left_line, 1u);
+    EXPECT_EQ(found.changed[1].left_line, 2u);
+}
+
 TEST(line_difference, contains_rows_of_one_side)
 {
     const std::string more = operation + translation + "f8000000f8000000000f000000000324\n" +

@@ -13,7 +13,8 @@ axe.run(document, {rules, resultTypes: ['violations']}).then((result) => done(
   result.violations.map((one) => one.id + ': ' +
     one.nodes.slice(0, 3).map((node) => node.html).join(' '))));"""
 
-# They take several times as long as all others together, so a small page has them.
+# The checker computes the places of all elements for them, which takes longer than all other rules
+# together, so a small page has them.
 RULES_OF_COLOURS = ("color-contrast", "link-in-text-block")
 
 

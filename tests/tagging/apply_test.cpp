@@ -333,7 +333,7 @@ TEST(tagging, a_cut_frame_passes_an_operation_that_does_not_need_its_end)
         frame.resize(size);
         EXPECT_EQ(up(plain, frame), "VLAN 0 priority 0, VLAN 100 priority 0") << size;
         EXPECT_EQ(down(plain, frame), "untagged") << size;
-        EXPECT_EQ(down(discarding, frame), "discarded") << size;
+        EXPECT_EQ(down(discarding, frame), "discarded by downstream mode 8: discard") << size;
     }
     frame.resize(15);
     EXPECT_EQ(up(plain, frame), "unknown: the frame ends before its EtherType");

@@ -80,8 +80,7 @@ TEST(frame_header, says_that_an_inner_tag_is_not_in_the_capture)
         EXPECT_EQ(tags_text(read_header(frame)), outer) << size;
         EXPECT_EQ(type_of(frame), "inner tag or type not in the capture") << size;
     }
-    frame.data.resize(18);
-    frame.wire_length = 18;
+    frame = frame_of({0x81, 0, 0, 100, 0x81, 0});
     EXPECT_EQ(tags_text(read_header(frame)), outer);
     EXPECT_EQ(type_of(frame), "no type");
 }
