@@ -38,22 +38,6 @@ struct path_facts {
     std::vector<me_id> path; ///< of a frame from the fibre that tagging operations may rewrite
 };
 
-// A walk passes through its last port. A replay passes through its first: deeper steps of a rule
-// may be left from an abandoned branch.
-std::string bridge_text(const walk_record& walk, const line_model& entities)
-{
-    std::vector<me_id> ports;
-    for (const walk_step& step : walk.steps)
-        if (step.at.class_id == me_class::mbpcd)
-            ports.push_back(step.at);
-    if (walk.incomplete && std::ranges::none_of(walk.steps, &walk_step::passed))
-        return "an unknown bridge";
-    if (ports.empty())
-        return "no bridge";
-    const auto found = bridge_of(entities, walk.replayed ? ports.front() : ports.back());
-    return "bridge " + (found ? std::to_string(*found) : "?");
-}
-
 /// A hook call of a frame.
 struct frame_call {
     packet_options options;
@@ -89,6 +73,8 @@ public:
         const line_places places = places_of(input);
         for (const std::string& gap : notes_.gaps(places))
             diagnostics << input.name << ": warning: " << gap << '\n';
+        if (const std::string lost = notes_.lost_text(); !lost.empty())
+            diagnostics << input.name << ": warning: " << lost << '\n';
         account_.notes = notes_.all(places);
         std::ranges::copy(input.notes, std::back_inserter(account_.notes));
         return status_ok;
@@ -157,8 +143,10 @@ private:
                                               const received_frame& received)
     {
         const path_call call = hook_by_path(at.options, frame.data);
-        if (call.first)
+        if (call.first) {
+            notes_.add_call(call.call);
             paths_.push_back(facts_of(at, call.call, frame));
+        }
         const std::optional<hook_answer>& answer = call.call.answer;
         path_facts& path = paths_.at(call.path);
         direction_account& direction = direction_of(at);
@@ -175,15 +163,20 @@ private:
         return {};
     }
 
+    walk_record walk_again(const frame_call& at, const captured_frame& frame)
+    {
+        const traced_call call = traced_hook(at.options, frame.data);
+        notes_.add_call(call);
+        return walk_of(call, entities_, frame.data);
+    }
+
     // The walk drops the frame again, without another effect.
     const std::string& reason_of(const frame_call& at, path_facts& path,
                                  const captured_frame& frame)
     {
         const auto [reason, is_new] = path.reasons.try_emplace(at.bridge);
         if (is_new)
-            reason->second =
-                drop_reason(walk_of(traced_hook(at.options, frame.data), entities_, frame.data),
-                            entities_, at.bridge);
+            reason->second = drop_reason(walk_again(at, frame), entities_, at.bridge);
         return reason->second;
     }
 

@@ -129,7 +129,9 @@ public:
             take(event);
         record_.end_lost = (started_ || !record_.steps.empty()) && !ended_ && !hit_;
         record_.incomplete = lost_ || record_.end_lost || started_ != ended_;
-        if (!record_.replayed)
+        if (record_.replayed)
+            finish_replay();
+        else
             finish_walk();
         // The module may lack memory between two steps.
         if (end_ == GPON_END_STEP_FAILED && std::ranges::none_of(record_.steps, &walk_step::failed))
@@ -222,7 +224,7 @@ private:
         if (step.failed)
             step.dead_end =
                 passage_of(step.at.class_id) ? failure_text(model_, step.at) : no_passage;
-        step.passed = step.dead_end.empty();
+        step.passed = !step.failed;
         replay_over_ = step.failed || event.step.status == GPON_STEP_REACHES_EGRESS;
     }
 
@@ -265,6 +267,16 @@ private:
         if (const std::string text = filter_text(model_, step.at, record_.tci, record_.tci != 0);
             !text.empty())
             step.decisions.push_back(text + ": " + outcome);
+    }
+
+    // The rule of a multicast GEM port may end at the bridge port that refused the frame of its
+    // walk.
+    void finish_replay()
+    {
+        if (record_.steps.empty() || record_.steps.front().at.class_id != me_class::multigemiw)
+            return;
+        walk_step& last = record_.steps.back();
+        last.passed = last.dead_end.empty();
     }
 
     bool has_branches(size_t i) const

@@ -114,10 +114,12 @@ void print_queue(const explanation& explained, std::ostream& out)
         out << ", " << to_text(*queue);
 }
 
-// A replay always succeeds, even if a step refuses the frame.
+// A replay makes all steps of its rule, even if one of them refuses the frame.
 bool reached_egress(const walk_record& walk)
 {
-    return walk.replayed || std::ranges::any_of(walk.steps, &walk_step::passed);
+    if (walk.replayed)
+        return walk.steps.empty() || walk.steps.back().passed;
+    return std::ranges::any_of(walk.steps, &walk_step::passed);
 }
 
 // Not visible in the tree: a refusal does not always drop the frame.
@@ -125,7 +127,7 @@ void print_pass_note(const walk_record& walk, std::ostream& out)
 {
     for (const std::string& note : replay_notes(walk))
         out << note << '\n';
-    if (!reached_egress(walk) && !walk.incomplete && walk.fwd_flag == DOWN_ANI)
+    if (!walk.replayed && !reached_egress(walk) && !walk.incomplete && walk.fwd_flag == DOWN_ANI)
         out << unfiltered_note << '\n';
 }
 

@@ -317,6 +317,17 @@ std::optional<uint16_t> bridge_of_path(const walk_record& walk, const line_model
     return found;
 }
 
+std::string bridge_text(std::optional<uint16_t> bridge)
+{
+    return bridge ? "bridge " + std::to_string(*bridge) : "no bridge";
+}
+
+std::string bridge_text(const walk_record& walk, const line_model& entities)
+{
+    const std::optional<uint16_t> bridge = bridge_of_path(walk, entities);
+    return !bridge && walk.incomplete ? "an unknown bridge" : bridge_text(bridge);
+}
+
 std::optional<uint16_t> bridge_of_step(const walk_record& walk, const line_model& entities,
                                        size_t step)
 {

@@ -41,6 +41,12 @@ struct fault {
 [[nodiscard]] std::optional<uint16_t> bridge_of_path(const walk_record& walk,
                                                      const line_model& entities);
 
+/// "bridge 1" or "no bridge".
+[[nodiscard]] std::string bridge_text(std::optional<uint16_t> bridge);
+
+/// The same for the bridge of a path; "an unknown bridge" if its events may be missing.
+[[nodiscard]] std::string bridge_text(const walk_record& walk, const line_model& entities);
+
 /// The bridge whose port a step of a walk belongs to: its own or that of the steps above it.
 [[nodiscard]] std::optional<uint16_t> bridge_of_step(const walk_record& walk,
                                                      const line_model& entities, size_t step);

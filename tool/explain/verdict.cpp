@@ -24,11 +24,6 @@ std::string entry_text(const frame_query& query)
                      : "GEM port " + std::to_string(*query.gem);
 }
 
-std::string bridge_text(std::optional<uint16_t> bridge)
-{
-    return bridge ? "bridge " + std::to_string(*bridge) : "no bridge";
-}
-
 // "T_CONT 0x8000, PRIORITY_QUEUE 0x0003", as far as they are known.
 std::string scheduling_of(const explanation& half)
 {

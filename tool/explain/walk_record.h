@@ -14,8 +14,8 @@ namespace gponflow {
 /// One instance that the walk or the replay of a rule tried.
 struct walk_step {
     me_id at;
-    size_t depth = 0;                   ///< 0 where the frame enters
-    bool passed = false;                ///< on the path of the frame
+    size_t depth = 0;    ///< 0 where the frame enters
+    bool passed = false; ///< on the path of the frame; in a replay also a step that refuses it
     std::vector<std::string> decisions; ///< filters and priorities, with their operands
     std::string dead_end;               ///< why this branch ended here; empty if it continued
     /// That led on from here, or towards here, but has no link: why this branch ended here.

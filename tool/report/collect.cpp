@@ -30,19 +30,6 @@ std::vector<me_id> path_of(const walk_record& walk)
     return path;
 }
 
-// The bridge that the frame crossed: a walk ends at its last port, a replay begins at its own.
-std::string bridge_text(const walk_record& walk, const line_model& entities)
-{
-    std::vector<me_id> path = path_of(walk);
-    if (!walk.replayed)
-        std::ranges::reverse(path);
-    const auto port = std::ranges::find(path, me_class::mbpcd, &me_id::class_id);
-    const me_instance* me = port == path.end() ? nullptr : entities.find(*port);
-    if (!me)
-        return walk.incomplete ? "an unknown bridge" : "no bridge";
-    return "bridge " + std::to_string(me->as<gpon_raw_mbpcd>().bridgeID);
-}
-
 std::string entry_text(const packet_options& options)
 {
     if (options.kind == GPON_API_UP_UNI)
@@ -167,8 +154,9 @@ private:
         return options.kind == GPON_API_DOWN_ANI && !data_.entities.tag_operations().empty();
     }
 
-    void read_call(const traced_call& call, explanation& explained) const
+    void read_call(const traced_call& call, explanation& explained)
     {
+        notes_.add_call(call);
         explained.answer = call.answer;
         explained.walk = walk_of(call, data_.entities, explained.tagging.frame);
     }

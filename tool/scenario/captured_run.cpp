@@ -112,7 +112,8 @@ captured_run::path_call captured_run::hook_by_path(const packet_options& options
     if (const path_memory::path* known = place ? paths_.find(key) : nullptr)
         return {{repeat(*known, *place, options, frame), {}}, known->number, false};
     path_call result{traced_hook(options, frame), path_count_++, true};
-    if (place)
+    // The next frame of the path may show what is missing.
+    if (place && !result.call.lost && !result.call.unseen)
         paths_.add(std::move(key), {result.call.answer, result.path});
     return result;
 }

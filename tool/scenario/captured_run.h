@@ -46,7 +46,8 @@ public:
     };
 
     /// Like traced_hook for the first frame of a path. The state of the module after other frames
-    /// is the same, but the call is left out if it has no effect. Throws refusal.
+    /// is the same, but the call is left out if it has no effect. A path whose events are missing
+    /// is not remembered. Throws refusal.
     [[nodiscard]] path_call hook_by_path(const packet_options& options, const bytes& frame);
 
     /// Whether the kernel dropped log text since the last call of this function.
