@@ -154,6 +154,67 @@ TEST(frames_of_events, with_pauses_between_them_are_one_frame)
     EXPECT_EQ(seen.text, "d");
 }
 
+// The log between the end of the path and the drop may be slow, too.
+TEST(frames_of_events, with_a_pause_before_the_drop_for_lack_of_a_queue_are_one_frame)
+{
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing + passing);
+    ASSERT_EQ(calls.size(), 2u);
+    for (const auto& call : calls) {
+        ASSERT_EQ(call.back().end, GPON_END_NO_QUEUE);
+        letters seen;
+        event_frames frames(std::ref(seen));
+        for (const gpon_trace_record& event : call) {
+            for (unsigned looks = 0; looks < event_frames::queue_quiet_reads; ++looks)
+                frames.flush();
+            frames.event(event, 0, false);
+        }
+        frames.finish();
+        EXPECT_EQ(seen.text, "d");
+    }
+}
+
+// The kernel uses the address of a packet again while a frame with a lost end is open.
+TEST(frames_of_events, of_another_path_are_not_joined)
+{
+    const auto calls = calls_of(good_line + passing + passing + "platform mapping=-1\n" +
+                                "hook kind=switch param=0\n" + passing);
+    ASSERT_EQ(calls.size(), 3u);
+    const gpon_trace_record walk_start = calls[0].front();
+    const gpon_trace_record hit = calls[1].back();
+    const gpon_trace_record no_mapping = calls[2].back();
+    ASSERT_EQ(walk_start.point, GPON_TRACEPOINT_WALK_START);
+    ASSERT_EQ(hit.point, GPON_TRACEPOINT_RULE_HIT);
+    ASSERT_EQ(no_mapping.end, GPON_END_NO_MAPPING);
+    gpon_trace_record downstream = calls[0].back();
+    for (const gpon_trace_record& event : calls[0])
+        if (event.point == GPON_TRACEPOINT_WALK_END)
+            downstream = event;
+    downstream.frame.direction = DOWN_ANI;
+    for (gpon_trace_record next : {hit, no_mapping, downstream}) {
+        next.frame.packet = walk_start.frame.packet;
+        std::vector<size_t> sizes;
+        event_frames frames([&](const frame_events& one) { sizes.push_back(one.events.size()); });
+        frames.event(walk_start, 0, false);
+        frames.event(next, 1, false);
+        frames.finish();
+        EXPECT_EQ(sizes, (std::vector<size_t>{1, 1})) << next.point;
+    }
+}
+
+TEST(frames_of_events, with_a_lost_end_end_when_their_cpu_begins_another_path)
+{
+    const auto calls = calls_of(good_line + passing + dropped);
+    ASSERT_EQ(calls.size(), 2u);
+    letters seen;
+    event_frames frames(std::ref(seen));
+    frames.event(calls[0][0], 0, false);
+    frames.event(calls[0][1], 0, false);
+    frames.event(calls[1][0], 0, true);
+    EXPECT_EQ(seen.text, "W");
+    frames.event(calls[1][1], 0, false);
+    EXPECT_EQ(seen.text, "W");
+}
+
 TEST(frames_of_events, of_a_frame_whose_end_is_lost_are_passed_on_in_the_end)
 {
     const auto calls = calls_of(good_line + passing);
@@ -673,6 +734,48 @@ TEST(frames_without_events, are_counted_as_passed_or_dropped)
             std::string::npos)
             << out.str();
     }
+}
+
+// The module in this process, of which the events of the first call are lost. Like each backend
+// that looks into the rule table, it lets frames of one path share their events.
+class once_unseen final : public forwarding_backend {
+public:
+    traced_call traced_hook(const packet_options& options, const bytes& frame) override
+    {
+        traced_call call = host_->traced_hook(options, frame);
+        if (calls_++ == 0) {
+            call.events.clear();
+            call.unseen = true;
+        }
+        return call;
+    }
+    std::optional<rule_place> find_rule(const packet_options& options, const bytes& frame) override
+    {
+        return host_->find_rule(options, frame);
+    }
+
+private:
+    int calls_ = 0;
+};
+
+TEST(frames_without_events, do_not_hide_the_path_of_the_next_frames)
+{
+    once_unseen target;
+    frame_account account{};
+    std::ostringstream notes;
+    EXPECT_EQ(account_scenario(parse_good(good_line + dropped + dropped + dropped), target, account,
+                               notes),
+              status_ok);
+    std::ostringstream out;
+    print_account(account, out);
+    EXPECT_NE(out.str().find("dropped     2  VLAN 101 priority 0: VLAN_TAG_FILTER_DATA 0x1001"),
+              std::string::npos)
+        << out.str();
+    EXPECT_NE(out.str().find("dropped     1  "), std::string::npos) << out.str();
+    EXPECT_NE(notes.str().find("warning: trace events of 1 hook call may be missing"),
+              std::string::npos)
+        << notes.str();
+    EXPECT_EQ(std::ranges::count(notes.str(), '\n'), 1);
 }
 
 TEST(replay, is_explained_by_the_instances_of_its_rule)

@@ -165,8 +165,10 @@ private:
             ++frames;
             call.events = one.events;
         });
-        stream_->read(
-            [&](const event_stream::event& one) { sorted.event(one.record, one.cpu, one.gap); });
+        stream_->read([&](const event_source::event& one) {
+            sorted.event(one.record, one.cpu, one.gap);
+            return true;
+        });
         sorted.finish();
         call.others = frames > 1;
     }

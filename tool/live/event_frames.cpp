@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "include/packet_flow.h"
+
 namespace gponflow {
 
 namespace {
@@ -24,6 +26,36 @@ bool follows_end(const frame_events& of, const gpon_trace_record& record)
         return false;
     const bool passed = end->point == GPON_TRACEPOINT_RULE_HIT || end->end == GPON_END_PASSED;
     return record.end == (passed ? GPON_END_NO_QUEUE : end->end);
+}
+
+bool is_of_replay(const gpon_trace_record& record)
+{
+    return record.point == GPON_TRACEPOINT_REPLAY_STEP || record.point == GPON_TRACEPOINT_RULE_HIT;
+}
+
+// Whether a frame with these events, none of which ends its path, can have the event.
+bool continues(const frame_events& of, const gpon_trace_record& record)
+{
+    if (of.events.front().frame.direction != record.frame.direction)
+        return false;
+    const bool replayed = std::ranges::any_of(of.events, is_of_replay);
+    if (record.point != GPON_TRACEPOINT_DROP)
+        return replayed == is_of_replay(record);
+    if (replayed)
+        return record.end == GPON_END_NO_QUEUE;
+    // These end a frame before its walk.
+    return record.end != GPON_END_NO_MAPPING && record.end != GPON_END_UNKNOWN_KIND &&
+           record.end != GPON_END_UNREADABLE && record.end != GPON_END_NO_PACKET;
+}
+
+// The drop for lack of a queue follows the end of a path, behind log messages.
+bool may_lack_queue(const frame_events& of)
+{
+    const gpon_trace_record& last = of.events.back();
+    return last.frame.direction == UP_ANI && last.point != GPON_TRACEPOINT_DROP &&
+           std::ranges::none_of(of.events, [](const gpon_trace_record& event) {
+               return event.point == GPON_TRACEPOINT_WALK_END && event.end != GPON_END_PASSED;
+           });
 }
 
 bool begins_path(const gpon_trace_record& record)
@@ -60,10 +92,16 @@ event_frames::place event_frames::frame_of(const gpon_trace_record& record, int 
     const auto of_packet = [packet](const open_frame& one) { return one.packet == packet; };
     const auto known = std::ranges::find_if(open_, of_packet);
     if (known != open_.end() && !begins_path(record) &&
-        (!known->ended || follows_end(known->of, record)))
+        (known->ended ? follows_end(known->of, record) : continues(known->of, record)))
         return known;
     pass_on(of_packet);
-    return open_.insert(open_.end(), {{}, packet, cpu});
+    return open_.insert(open_.end(), {{{}, false, mark_}, packet, cpu});
+}
+
+// A CPU that begins another path has ended those whose events are missing.
+void event_frames::pass_on_torn(int cpu)
+{
+    pass_on([cpu](const open_frame& one) { return one.cpu == cpu && one.of.lost; });
 }
 
 bool event_frames::is_learnt_frame(const open_frame& one, const gpon_trace_record& record) const
@@ -74,9 +112,13 @@ bool event_frames::is_learnt_frame(const open_frame& one, const gpon_trace_recor
 
 void event_frames::add_learning(const gpon_trace_record& record, int cpu)
 {
-    for (open_frame& one : open_)
-        if (one.cpu == cpu && is_learnt_frame(one, record))
-            return one.of.events.push_back(record);
+    for (open_frame& one : open_) {
+        if (one.cpu != cpu || !is_learnt_frame(one, record))
+            continue;
+        one.of.events.push_back(record);
+        one.quiet_reads = 0;
+        return;
+    }
 }
 
 void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
@@ -86,6 +128,8 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
             one.of.lost = one.of.lost || one.cpu == cpu;
     if (record.point == GPON_TRACEPOINT_RULE_LEARN)
         return add_learning(record, cpu);
+    if (begins_path(record))
+        pass_on_torn(cpu);
     const place frame = frame_of(record, cpu);
     // A frame whose first events were dropped.
     if (frame->of.events.empty() && gap && !begins_path(record))
@@ -99,12 +143,12 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
 
 void event_frames::flush()
 {
-    pass_on(
-        [](const open_frame& one) { return one.settled || one.quiet_reads >= most_quiet_reads; });
-    for (open_frame& one : open_) {
-        one.settled = one.ended;
+    pass_on([](const open_frame& one) {
+        const unsigned ended_reads = may_lack_queue(one.of) ? queue_quiet_reads : 1;
+        return one.quiet_reads >= (one.ended ? ended_reads : most_quiet_reads);
+    });
+    for (open_frame& one : open_)
         ++one.quiet_reads;
-    }
 }
 
 void event_frames::finish()

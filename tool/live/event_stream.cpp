@@ -157,6 +157,7 @@ struct reading_context {
     const event_stream& stream;
     const event_stream::sink& take;
     std::exception_ptr failure;
+    bool ended = false;
 };
 
 } // namespace
@@ -170,21 +171,23 @@ int event_stream::take_record(tep_event* type, tep_record* record, int cpu, void
         if (of.stream.fields_.at(at).id != type->id)
             continue;
         try {
-            of.take({of.stream.record_in(at, record->data), cpu, record->missed_events != 0});
+            of.ended =
+                !of.take({of.stream.record_in(at, record->data), cpu, record->missed_events != 0});
         } catch (...) {
             of.failure = std::current_exception();
-            return 1;
         }
+        if (of.ended || of.failure)
+            return 1;
     }
     return 0;
 }
 
 void event_stream::read(const sink& take)
 {
-    reading_context context{*this, take, nullptr};
+    reading_context context{*this, take, nullptr, false};
     if (tracefs_iterate_raw_events(formats_.get(), buffer_.get(), nullptr, 0, take_record,
                                    &context) < 0 &&
-        !context.failure)
+        !context.failure && !context.ended)
         refuse_operation("cannot read the trace buffer");
     if (context.failure)
         std::rethrow_exception(context.failure);
@@ -192,7 +195,7 @@ void event_stream::read(const sink& take)
 
 void event_stream::skip()
 {
-    read([](const event&) {});
+    read([](const event&) { return true; });
 }
 
 bool event_stream::is_enabled() const

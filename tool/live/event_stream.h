@@ -4,12 +4,11 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "platform/api/tracepoint.h"
+#include "tool/live/event_source.h"
 #include "tool/live/trace_buffer.h"
 
 struct tep_event;
@@ -21,15 +20,8 @@ namespace gponflow {
 
 /// Events gpon_flow:* of frames that the module's trace filter marks, in a trace buffer of their
 /// own: other tracers are neither disturbed nor seen. Requires root. All functions throw refusal.
-class event_stream {
+class event_stream final : public event_source {
 public:
-    struct event {
-        gpon_trace_record record; ///< the packet is an address of the kernel, for comparison only
-        int cpu;
-        bool gap; ///< the kernel dropped events of this CPU before this one
-    };
-    using sink = std::function<void(const event&)>;
-
     struct options {
         size_t buffer_kilobytes = 0; ///< for each CPU; 0: as the kernel chooses
         bool learning = false;       ///< gpon_rule_learn too, of all frames: it has no mark
@@ -37,12 +29,9 @@ public:
 
     /// Creates the buffer and enables the events.
     [[nodiscard]] static std::unique_ptr<event_stream> open(const options& chosen);
-    ~event_stream(); ///< Disables the events and removes the buffer.
-    event_stream(const event_stream&) = delete;
-    event_stream& operator=(const event_stream&) = delete;
+    ~event_stream() override; ///< Disables the events and removes the buffer.
 
-    /// Passes on the events that have occurred since the last call, by time.
-    void read(const sink& take);
+    void read(const sink& take) override;
 
     /// Discards them.
     void skip();
@@ -50,8 +39,8 @@ public:
     /// Whether the events are enabled: a module that was unloaded and loaded again has others.
     [[nodiscard]] bool is_enabled() const;
 
-    /// Events that the kernel has dropped since open(), because the buffer was full.
-    [[nodiscard]] uint64_t dropped() const;
+    /// Since open(), because the buffer was full.
+    [[nodiscard]] uint64_t dropped() const override;
 
 private:
     /// Where an event has its fields; null for a field that it does not have.
