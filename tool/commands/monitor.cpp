@@ -2,15 +2,13 @@
 // gponflow monitor: print the changes of rules and managed entities as they happen.
 #include <iostream>
 #include <memory>
-#include <optional>
-#include <string_view>
 
 #include "tool/commands/arguments.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/source.h"
+#include "tool/live/change_follower.h"
 #include "tool/live/change_printer.h"
 #include "tool/live/kernel_reader.h"
-#include "tool/live/stop_signals.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -22,51 +20,11 @@ struct monitor_request {
     change_format format;
 };
 
-constexpr std::string_view dropped_text = "gponflow: the kernel dropped changes\n";
-
-// Nothing if the module does not say it, or is gone.
-std::optional<uint32_t> number_now()
-{
-    try {
-        return kernel_changes::current_number();
-    } catch (const refusal&) {
-        return {};
-    }
-}
-
-kernel_changes::arrival read_into(change_printer& out, kernel_changes& changes)
-{
-    return changes.read([&](const module_change& change) { out.take(change); });
-}
-
-// Reads after a loss: prints how many of the changes until now are missing.
-kernel_changes::arrival catch_up(change_printer& out, kernel_changes& changes)
-{
-    const std::optional<uint32_t> last = number_now();
-    const kernel_changes::arrival arrived = read_into(out, changes);
-    if (!arrived.lost && !out.end_at(last))
-        std::cerr << dropped_text;
-    return arrived;
-}
-
-// Ends at a signal, and when the module is unloaded.
 void follow_kernel(const monitor_request& request)
 {
     kernel_changes changes = kernel_changes::open();
     change_printer out(request.format, changes.last_number(), std::cout);
-    stop_signals stop;
-    std::cerr << "gponflow: monitoring; Ctrl-C ends\n";
-    kernel_changes::arrival arrived;
-    // A signal comes behind the changes that have arrived: they are read before the end.
-    for (bool ended = false; std::cout && !out.is_complete() && !ended && !arrived.unloaded;) {
-        ended = stop.wait(changes.number(), arrived.lost ? 0 : -1);
-        arrived = arrived.lost ? catch_up(out, changes) : read_into(out, changes);
-    }
-    // A loss in the last read has no later change that shows it.
-    if (arrived.lost && !out.is_complete() && (arrived.unloaded || catch_up(out, changes).lost))
-        std::cerr << dropped_text;
-    if (arrived.unloaded)
-        std::cerr << "gponflow: the module was unloaded\n";
+    follow_changes(changes, out, std::cout, std::cerr);
 }
 
 int monitor(const monitor_request& request)

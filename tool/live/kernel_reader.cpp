@@ -8,6 +8,7 @@
 #include "include/uapi/gpon_flow_netlink.h"
 #include "tool/live/netlink_attributes.h"
 #include "tool/live/netlink_family.h"
+#include "tool/scenario/backend.h"
 
 namespace gponflow {
 
@@ -323,10 +324,14 @@ kernel_changes::kernel_changes(kernel_changes&&) noexcept = default;
 
 kernel_changes kernel_changes::open()
 {
-    auto opened = std::make_unique<connection>(netlink_family::open());
-    opened->family.join_events();
-    opened->last_number = last_event();
-    return kernel_changes(std::move(opened));
+    for (;;) {
+        auto opened = std::make_unique<connection>(netlink_family::open());
+        opened->family.join_events();
+        opened->last_number = last_event();
+        // The group may be that of a module that was loaded again before the socket joined it.
+        if (!opened->family.is_gone())
+            return kernel_changes(std::move(opened));
+    }
 }
 
 kernel_changes::arrival kernel_changes::read(const change_sink& sink)
@@ -336,12 +341,16 @@ kernel_changes::arrival kernel_changes::read(const change_sink& sink)
             if (const std::optional<module_change> change = change_in(head))
                 sink(*change);
         });
-    return {events.lost, events.ended};
+    return {events.lost, events.ended, events.more};
 }
 
 std::optional<uint32_t> kernel_changes::current_number()
 {
-    return last_event();
+    try {
+        return last_event();
+    } catch (const refusal&) {
+        return {};
+    }
 }
 
 std::optional<uint32_t> kernel_changes::last_number() const

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "tool/live/change_source.h"
 #include "tool/live/module_reader.h"
 
 namespace gponflow {
@@ -14,31 +15,22 @@ namespace gponflow {
 [[nodiscard]] std::unique_ptr<module_reader> make_kernel_reader();
 
 /// The changes in the running kernel from open() on. Requires root.
-class kernel_changes {
+class kernel_changes final : public change_source {
 public:
     [[nodiscard]] static kernel_changes open(); ///< Throws refusal.
-    ~kernel_changes();
+    ~kernel_changes() override;
     kernel_changes(kernel_changes&&) noexcept;
     kernel_changes& operator=(kernel_changes&&) = delete;
 
-    struct arrival {
-        bool lost = false;     ///< the kernel dropped changes: the next number has a gap
-        bool unloaded = false; ///< no more changes come, also if the module is loaded again
-    };
-
-    /// Passes on the changes that have arrived. Throws refusal.
-    [[nodiscard]] arrival read(const change_sink& sink);
+    [[nodiscard]] arrival read(const change_sink& sink) override;
 
     /// Number of the last change before the first one that can be missing: that one is missing if
     /// the first change read is not the next. Changes that came while it was read have numbers up
     /// to it. Nothing if the module does not say it.
     [[nodiscard]] std::optional<uint32_t> last_number() const;
 
-    /// Number of the last change so far. Nothing if the module does not say it. Throws refusal.
-    [[nodiscard]] static std::optional<uint32_t> current_number();
-
-    /// Descriptor to poll for changes.
-    [[nodiscard]] int number() const;
+    [[nodiscard]] std::optional<uint32_t> current_number() override;
+    [[nodiscard]] int number() const override;
 
 private:
     struct connection;

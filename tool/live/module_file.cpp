@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <sys/syscall.h>
 #include <sys/utsname.h>
@@ -43,6 +44,13 @@ descriptor open_module()
 bool is_module_loaded()
 {
     return access("/sys/module/gpon_flow", F_OK) == 0;
+}
+
+bool is_module_ready()
+{
+    std::ifstream file("/sys/module/gpon_flow/initstate");
+    std::string state;
+    return file >> state && state == "live";
 }
 
 int load_module()

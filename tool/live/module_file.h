@@ -6,6 +6,9 @@ namespace gponflow {
 /// Whether the module is loaded in the running kernel.
 [[nodiscard]] bool is_module_loaded();
 
+/// The same, but not while it is being loaded or unloaded: its entry points may not exist then.
+[[nodiscard]] bool is_module_ready();
+
 /// Loads the module from GPON_FLOW_MODULE, or from the folders of the packages. Returns 0 or a
 /// negative errno. Throws refusal if there is no file.
 [[nodiscard]] int load_module();

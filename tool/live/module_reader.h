@@ -24,8 +24,8 @@ public:
     /// In the order of the module's dump.
     [[nodiscard]] virtual std::vector<dumped_instance> instances() = 0;
 
-    /// Size and rules with their use, as a table. Reads again if the size changes meanwhile; the
-    /// total is always the number of the rules.
+    /// Size and rules with their use, as a table, from one reading of the rules. The total is
+    /// always their number, also if the module learns a rule between the two requests.
     [[nodiscard]] rule_table table();
 
     /// Whether the module changed rules or instances during each of several dumps, so the last

@@ -27,8 +27,8 @@ constexpr uint32_t controller_group = GENL_ID_CTRL;
 {
     switch (error) {
     case ENOENT:
-        throw refusal(is_module_loaded() ? "the loaded module has no netlink family"
-                                         : "the module is not loaded");
+        throw refusal(is_module_ready() ? "the loaded module has no netlink family"
+                                        : "the module is not loaded");
     case EPERM:
         throw refusal("the module's netlink family is for root only");
     default:
@@ -50,12 +50,18 @@ netlink_family netlink_family::open()
     netlink_family found(mnl_socket_open2(NETLINK_GENERIC, SOCK_CLOEXEC));
     if (!found.socket_ || mnl_socket_bind(found.socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0)
         refuse(errno);
-    found.send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, GPON_FLOW_NL_FAMILY);
-    while (!found.take(found.receive(), [&](const nlmsghdr& head) { found.read_group(head); }).done)
-        continue;
-    if (found.family_ == 0)
-        refuse(ENOENT);
+    found.find();
     return found;
+}
+
+void netlink_family::find()
+{
+    family_ = 0;
+    send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, GPON_FLOW_NL_FAMILY);
+    while (!take(receive(), [this](const nlmsghdr& head) { read_group(head); }).done)
+        continue;
+    if (family_ == 0)
+        refuse(ENOENT);
 }
 
 int netlink_family::number() const
@@ -102,7 +108,8 @@ netlink_family::reply netlink_family::take(size_t count, const message_sink& sin
             result.consistent = false;
         if (head->nlmsg_type == NLMSG_ERROR) {
             const auto* error = static_cast<const nlmsgerr*>(mnl_nlmsg_get_payload(head));
-            if (error->error != 0)
+            result.gone = error->error == -ENOENT;
+            if (error->error != 0 && !result.gone)
                 refuse(-error->error);
             result.done = true;
         } else if (head->nlmsg_type == NLMSG_DONE) {
@@ -114,16 +121,29 @@ netlink_family::reply netlink_family::take(size_t count, const message_sink& sin
     return result;
 }
 
-bool netlink_family::request(uint8_t command, bool dump, const message_sink& sink)
+netlink_family::reply netlink_family::request_once(uint8_t command, bool dump,
+                                                   const message_sink& sink)
 {
     send(family_, command, dump ? NLM_F_DUMP : NLM_F_ACK);
-    bool consistent = true;
-    for (bool done = false; !done;) {
+    reply whole;
+    while (!whole.done) {
         const reply part = take(receive(), sink);
-        consistent = consistent && part.consistent;
-        done = part.done;
+        whole = {part.done, whole.consistent && part.consistent, part.gone};
     }
-    return consistent;
+    return whole;
+}
+
+// The family of a module that is loaded again has another number.
+bool netlink_family::request(uint8_t command, bool dump, const message_sink& sink)
+{
+    reply whole = request_once(command, dump, sink);
+    if (whole.gone) {
+        find();
+        whole = request_once(command, dump, sink);
+    }
+    if (whole.gone)
+        refuse(ENOENT);
+    return whole.consistent;
 }
 
 void netlink_family::read_group(const nlmsghdr& head)
@@ -182,13 +202,13 @@ void netlink_family::take_events(size_t count, const message_sink& sink, arrival
 
 netlink_family::arrival netlink_family::read_events(const message_sink& sink)
 {
-    arrival result;
-    for (;;) {
+    arrival result{.more = true};
+    for (int messages = 0; result.more && messages < most_events; ++messages) {
         const ssize_t count = recv(number(), buffer_.data(), buffer_.size(), MSG_DONTWAIT);
         if (count >= 0)
             take_events(static_cast<size_t>(count), sink, result);
         else if (errno == EAGAIN)
-            break;
+            result.more = false;
         else if (errno == ENOBUFS)
             result.lost = true;
         else if (errno != EINTR)

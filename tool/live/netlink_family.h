@@ -20,21 +20,29 @@ public:
 
     using message_sink = std::function<void(const nlmsghdr&)>;
 
-    /// Sends a request without attributes and passes on each message of the reply. Returns false if
-    /// the module's state changed during a dump.
+    /// Sends a request without attributes and passes on each message of the reply. A module that
+    /// was loaded again since open() replies, too. Returns false if the module's state changed
+    /// during a dump.
     bool request(uint8_t command, bool dump, const message_sink& sink);
 
     struct arrival {
         bool lost = false;  ///< the kernel dropped events
         bool ended = false; ///< the family was removed; another one may have its name
+        bool more = false;  ///< more events have arrived
     };
 
     /// Joins the multicast group of changes, and the kernel's own one, which reports the removal of
     /// families: a socket gets nothing when its group is removed.
     void join_events();
 
-    /// Passes on the events that have arrived.
+    /// Messages that read_events() takes: the events may come as fast as they are read.
+    static constexpr int most_events = 1000;
+
+    /// Passes on the events that have arrived, up to the limit.
     [[nodiscard]] arrival read_events(const message_sink& sink);
+
+    /// Whether the family was removed, also if another one has its name.
+    [[nodiscard]] bool is_gone() const;
 
     [[nodiscard]] int number() const;
 
@@ -45,17 +53,19 @@ private:
     struct reply {
         bool done = false;
         bool consistent = true;
+        bool gone = false; ///< no family has the number of the request
     };
 
     explicit netlink_family(mnl_socket* socket);
 
+    void find();
     void send(uint16_t type, uint8_t command, uint16_t flags, const char* family_name = nullptr);
     size_t receive();
+    reply request_once(uint8_t command, bool dump, const message_sink& sink);
     reply take(size_t count, const message_sink& sink) const;
     void read_group(const nlmsghdr& head);
     void join(uint32_t group);
     [[nodiscard]] bool is_removal(const nlmsghdr& head) const;
-    [[nodiscard]] bool is_gone() const;
     void take_events(size_t count, const message_sink& sink, arrival& result) const;
 
     std::unique_ptr<mnl_socket, closer> socket_;

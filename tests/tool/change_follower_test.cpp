@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-2.0-only
+// Changes that come faster than they are read, and their end.
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <sstream>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tool/live/change_follower.h"
+#include "tool/live/descriptor.h"
+
+namespace gponflow {
+
+namespace follower {
+
+constexpr uint32_t changes_a_read = 10;
+
+inline module_change numbered_change(uint32_t number)
+{
+    module_change change;
+    change.about = module_change::subject::table;
+    change.change = "grown";
+    change.number = number;
+    return change;
+}
+
+// One read after the other, each with so many changes; a descriptor that is always readable.
+struct planned_read {
+    uint32_t changes = changes_a_read;
+    change_source::arrival result{};
+    bool signal = false; ///< one comes while the changes are read
+};
+
+class planned_changes : public change_source {
+public:
+    explicit planned_changes(std::vector<planned_read> plan) : plan_(std::move(plan)) {}
+
+    arrival read(const change_sink& sink) override
+    {
+        const planned_read now = plan_.at(std::min(reads, plan_.size() - 1));
+        ++reads;
+        for (uint32_t i = 0; i < now.changes; ++i)
+            sink(numbered_change(++last));
+        if (now.signal)
+            kill(getpid(), SIGTERM);
+        if (now.result.lost)
+            last += 5;
+        return now.result;
+    }
+    std::optional<uint32_t> current_number() override { return unread_to.value_or(last); }
+    int number() const override { return readable_.get(); }
+
+    size_t reads = 0;
+    uint32_t last = 0;
+    std::optional<uint32_t> unread_to;
+
+private:
+    std::vector<planned_read> plan_;
+    descriptor readable_{open("/dev/zero", O_RDONLY | O_CLOEXEC)};
+};
+
+} // namespace follower
+
+namespace {
+
+using namespace follower;
+
+struct followed {
+    std::string changes;
+    std::string notes;
+};
+
+followed follow(planned_changes& source, uint64_t count = 0)
+{
+    std::ostringstream out, notes;
+    change_printer printer({false, count}, 0, out);
+    follow_changes(source, printer, out, notes);
+    return {out.str(), notes.str()};
+}
+
+size_t lines_of(const std::string& text, const std::string& start)
+{
+    std::istringstream lines(text);
+    size_t found = 0;
+    for (std::string line; std::getline(lines, line);)
+        found += line.starts_with(start);
+    return found;
+}
+
+constexpr change_source::arrival flood{.more = true};
+constexpr change_source::arrival loss{.lost = true};
+constexpr change_source::arrival unload{.unloaded = true};
+
+TEST(follow_changes, ends_at_its_limit_during_a_flood)
+{
+    planned_changes source({{.result = flood}});
+    const followed seen = follow(source, 25);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), 25u);
+    EXPECT_EQ(source.reads, 3u);
+    EXPECT_EQ(lines_of(seen.changes, "missing"), 0u);
+}
+
+// The changes behind the signal are counted and not printed.
+TEST(follow_changes, ends_at_a_signal_during_a_flood)
+{
+    planned_changes source(
+        {{.result = flood}, {.result = flood, .signal = true}, {.result = flood}});
+    source.unread_to = 1000;
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), source.last);
+    EXPECT_LT(source.reads, 12u);
+    EXPECT_NE(seen.changes.find("missing  " + std::to_string(1000 - source.last) + " changes"),
+              std::string::npos)
+        << seen.changes;
+}
+
+TEST(follow_changes, reads_what_came_before_a_signal)
+{
+    planned_changes source({{.result = flood, .signal = true}, {.result = flood}, {.result = {}}});
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), 3 * changes_a_read);
+    EXPECT_EQ(lines_of(seen.changes, "missing"), 0u);
+}
+
+TEST(follow_changes, reads_what_came_before_an_unload)
+{
+    planned_changes source({{.result = {.lost = true, .unloaded = true, .more = true}},
+                            {.result = flood},
+                            {.changes = 3},
+                            {.changes = 0}});
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), 2 * changes_a_read + 3);
+    EXPECT_NE(seen.notes.find("the kernel dropped changes"), std::string::npos) << seen.notes;
+    EXPECT_TRUE(seen.notes.ends_with("the module was unloaded\n")) << seen.notes;
+}
+
+// A module that was loaded again counts from 0, or from any other number.
+TEST(follow_changes, does_not_count_by_the_number_of_another_module)
+{
+    planned_changes source({{.result = loss}, {.changes = 0, .result = unload}});
+    source.unread_to = 100000;
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "missing"), 0u) << seen.changes;
+    EXPECT_NE(seen.notes.find("the kernel dropped changes"), std::string::npos) << seen.notes;
+}
+
+TEST(follow_changes, counts_the_last_ones_that_are_lost)
+{
+    planned_changes source(
+        {{.result = loss}, {.changes = 0, .signal = true}, {.changes = 0}, {.changes = 0}});
+    const followed seen = follow(source);
+    EXPECT_NE(seen.changes.find("missing  5 changes"), std::string::npos) << seen.changes;
+    EXPECT_EQ(seen.notes.find("dropped"), std::string::npos) << seen.notes;
+}
+
+} // namespace
+
+} // namespace gponflow

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-2.0-only
+#include "tool/live/change_follower.h"
+
+#include <optional>
+#include <ostream>
+
+#include "tool/live/stop_signals.h"
+
+namespace gponflow {
+
+namespace {
+
+// More than a socket holds: the changes that came before a signal are read, and not those of a
+// flood behind it.
+constexpr int most_reads_behind_signal = 8;
+
+class change_follower {
+public:
+    change_follower(change_source& source, change_printer& printer, std::ostream& notes)
+        : source_(source), printer_(printer), notes_(notes)
+    {
+    }
+
+    void follow(const std::ostream& out)
+    {
+        notes_ << "gponflow: monitoring; Ctrl-C ends" << std::endl;
+        while (out && !printer_.is_complete() && !is_over())
+            take_arrived();
+        if (out && !printer_.is_complete() && has_unread())
+            count_missing(unloaded_ ? std::nullopt : source_.current_number());
+        if (unloaded_)
+            notes_ << "gponflow: the module was unloaded\n";
+    }
+
+private:
+    // Changes that have arrived, or were dropped without a later change that shows it.
+    bool has_unread() const { return more_ || behind_; }
+
+    bool is_over() const
+    {
+        if (stopped_ && reads_left_ == 0)
+            return true;
+        return (stopped_ || unloaded_) && !has_unread();
+    }
+
+    void take_arrived()
+    {
+        stopped_ = stop_.wait(source_.number(), has_unread() ? 0 : -1);
+        reads_left_ -= stopped_;
+        // Before the reading: changes up to this number are in the socket, or dropped.
+        const std::optional<uint32_t> last =
+            behind_ && !more_ && !unloaded_ ? source_.current_number() : std::nullopt;
+        const change_source::arrival arrived =
+            source_.read([this](const module_change& change) { printer_.take(change); });
+        const bool caught_up = behind_ && !more_ && !arrived.lost && !arrived.more;
+        more_ = arrived.more;
+        unloaded_ = unloaded_ || arrived.unloaded;
+        behind_ = (behind_ && !caught_up) || arrived.lost;
+        if (caught_up)
+            count_missing(last);
+    }
+
+    // The number of a module that was loaded again says nothing about this one.
+    void count_missing(std::optional<uint32_t> last)
+    {
+        if (unloaded_ || !printer_.end_at(last))
+            notes_ << "gponflow: the kernel dropped changes\n";
+    }
+
+    change_source& source_;
+    change_printer& printer_;
+    std::ostream& notes_;
+    stop_signals stop_;
+    bool stopped_ = false;
+    bool unloaded_ = false;
+    bool more_ = false;   ///< not read
+    bool behind_ = false; ///< changes were dropped, and their number is not printed
+    int reads_left_ = most_reads_behind_signal;
+};
+
+} // namespace
+
+void follow_changes(change_source& source, change_printer& printer, const std::ostream& out,
+                    std::ostream& notes)
+{
+    change_follower(source, printer, notes).follow(out);
+}
+
+} // namespace gponflow
