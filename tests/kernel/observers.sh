@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# gponflow trace and monitor while the module is unloaded or loaded again, their trace buffers beside
-# those of other processes, and changes that are queued when a signal ends monitor.
+# gponflow trace, monitor, stat and watch while the module is unloaded or loaded again, trace buffers
+# beside those of other processes, and changes that are queued when a signal ends monitor.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
@@ -24,7 +24,7 @@ wait_for() {
     done
 }
 
-# PROCESS WHAT: it ends without an error, soon.
+# PROCESS WHAT [STATUS]: it ends soon, without an error or with this status.
 ends() {
     tries=0
     while kill -0 "$1" 2>/dev/null; do
@@ -34,7 +34,7 @@ ends() {
     done
     status=0
     wait "$1" || status=$?
-    expect "status of $2" 0 "$status"
+    expect "status of $2" "${3:-0}" "$status"
 }
 
 # NAME ARGUMENT...: a trace with its output in /tmp/NAME and /tmp/NAME.errors.
@@ -151,9 +151,52 @@ monitor_at_an_unload_behind_a_flood() {
     rmmod gpon_flow || fail "gpon_flow does not unload under a stopped monitor"
     kill -CONT $monitor
     ends $monitor "monitor with a full socket"
+    # More than it reads at a time.
+    [ "$(grep -c '^set ' /tmp/monitor)" -gt 1000 ] || fail "the queued changes are missing"
     grep -q "the kernel dropped changes" /tmp/monitor.errors || fail "no loss: $(cat /tmp/monitor.errors)"
     grep -q "the module was unloaded" /tmp/monitor.errors ||
         fail "no message: $(cat /tmp/monitor.errors)"
+    load_again
+}
+
+# More events wait than trace reads at a time.
+trace_of_waiting_events() {
+    start_trace trace --count 3 --buffer 8192
+    kill -STOP $tracer
+    calls 1600 "$passing"
+    kill -CONT $tracer
+    ends $tracer "trace of waiting events"
+    expect "traced frames of many" 3 "$(frames_of trace)"
+    ! grep -q "the kernel dropped" /tmp/trace.errors || fail "losses: $(cat /tmp/trace.errors)"
+    no_buffer_is_left "of a trace with unread events"
+}
+
+# NUMBER: until the reader has printed so often since the start.
+wait_for_prints() {
+    tries=0
+    until [ "$(grep -cE ' buckets, engine | rules?$' /tmp/reader)" -ge "$1" ]; do
+        kill -0 $reader 2>/dev/null || fail "the reader has ended: $(cat /tmp/reader)"
+        tries=$((tries + 1))
+        [ $tries -lt 150 ] || fail "the reader prints too little: $(cat /tmp/reader)"
+        sleep 0.2
+    done
+}
+
+# COMMAND...: prints the state of the module each second; it continues with the next module.
+reader_continues() {
+    "$@" --interval 1 >/tmp/reader 2>&1 &
+    reader=$!
+    wait_for_prints 1
+    load_twice || fail "gpon_flow does not unload under $*"
+    wait_for_prints $(($(grep -cE ' buckets, engine | rules?$' /tmp/reader) + 2))
+    kill -TERM $reader
+    ends $reader "$* over a reload"
+    "$@" --interval 1 >/tmp/reader 2>&1 &
+    reader=$!
+    wait_for_prints 1
+    rmmod gpon_flow || fail "gpon_flow does not unload under $*"
+    ends $reader "$* at an unload" 3
+    grep -q "the module is not loaded" /tmp/reader || fail "no reason: $(cat /tmp/reader)"
     load_again
 }
 
@@ -209,11 +252,14 @@ if [ -d $tracing/events/gpon_flow ]; then
     buffer_of_a_used_number
     buffers_of_a_pid_namespace
     entities_that_change
+    trace_of_waiting_events
     trace_at_unload
     killed_trace_before_unload
 else
     left_out "trace: this kernel has no trace events"
 fi
+reader_continues gponflow stat
+reader_continues gponflow watch
 if ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group"; then
     left_out "monitor: this kernel cannot restrict a multicast group"
 else

@@ -319,6 +319,27 @@ stopped() {
     done
 }
 
+# Without a frame or a change no document is printed, and standard error has documents only.
+stopped_in_json() {
+    start_trace --json
+    kill -INT $tracer
+    wait $tracer || fail "trace --json: $(cat /tmp/errors)"
+    expect "trace --json that is stopped at once" "" "$(cat /tmp/output)"
+    keep_json gponflow-message-1 "trace --json, stopped" /tmp/errors
+    gponflow monitor --json >/tmp/changes 2>/tmp/notes &
+    follower=$!
+    tries=0
+    until [ -s /tmp/notes ]; do
+        tries=$((tries + 1))
+        [ $tries -lt 100 ] || fail "monitor --json does not begin"
+        sleep 0.2
+    done
+    kill -INT $follower
+    wait $follower || fail "monitor --json: $(cat /tmp/notes)"
+    expect "monitor --json that is stopped at once" "" "$(cat /tmp/changes)"
+    keep_json gponflow-message-1 "monitor --json, stopped" /tmp/notes
+}
+
 load_softonu unis=2
 nothing_is_loaded
 load_gpon_flow
@@ -337,6 +358,7 @@ if [ -n "$has_events" ]; then
     traced_with_losses
     traced_after_kill
     stopped
+    stopped_in_json
 else
     left_out "explain and trace: this kernel has no trace events"
     without_events
