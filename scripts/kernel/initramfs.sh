@@ -140,6 +140,12 @@ put_stock_modules() {
     put_builtin_names "$modules/lib/modules/$version"
 }
 
+# FILE: without the debug information, which is most of its size: an emulated guest reads a module
+# slowly, and the tests load modules some hundred times. INSTALL_MOD_STRIP of the kernel does the same.
+put_own_module() {
+    "$(cross_prefix "$arch")strip" --strip-debug -o "$tree/modules/${1##*/}" "$1"
+}
+
 put_tests() {
     local file
     put scripts/kernel/guest/init init
@@ -150,10 +156,9 @@ put_tests() {
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"
     done
-    put "$folder/gpon_softonu.ko" modules/gpon_softonu.ko
-    put "$folder/gpon_flow.ko" modules/gpon_flow.ko
-    for file in "$folder-of-tests"/tests/kernel/modules/*.ko; do
-        put "$file" "modules/${file##*/}"
+    mkdir -p "$tree/modules"
+    for file in "$folder"/gpon_{softonu,flow}.ko "$folder-of-tests"/tests/kernel/modules/*.ko; do
+        put_own_module "$file"
     done
 }
 
