@@ -174,6 +174,8 @@ flood_under_readers() {
         read_until_flooded $reader &
         readers="$readers $!"
     done
+    # A reader that has read once begins again at once.
+    until [ -s /tmp/seen.counters ] || [ -e /tmp/seen.failed ]; do sleep 0.1; done
     parallel_flood "$@" >/tmp/sent || fail "no flood: $(cat /tmp/sent)"
     : >/tmp/flooded
     for reader in $readers; do wait "$reader"; done
