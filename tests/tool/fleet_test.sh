@@ -76,7 +76,7 @@ expect_status 2 omci --files lines/list # one is no capture
 mkfifo pipe
 head -c 3000 "$tool" >binary.scn
 expect_status 2 check lines/line-00001.pcap pipe missing.pcap . binary.scn "$root/README.md" \
-    /dev/zero "$root/captures/upstream-uni1.pcap" - lines/line-00002.pcap
+    /dev/zero "$root/captures/upstream-uni1.pcap" no/line.pcap lines/line-00002.pcap
 [ "$(grep -oP '"status":\K\d' out | tr -d '\n')" = 0222222220 ] || complain 'a status is wrong'
 expect_count 3 'not a regular file"'
 expect_count 2 'No such file'

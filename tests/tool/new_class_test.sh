@@ -157,7 +157,7 @@ expect "upload, create" "me create IMAGINARY_CLASS 0x0007 mask=0xf000 portPointe
 expect "upload, order" '"IMAGINARY_CLASS 0x0007" -> "MAC_BRIDGE_SERVICE_PROFILE 0x0001" [label="bridgePointer"]' \
     "$new" graph "$scratch/upload.pcap"
 expect "upload, title" "IMAGINARY_CLASS 0x0007" "$new" omci "$scratch/upload.pcap"
-expect "upload, no link" "0x0001                0" "$new" show me --class 45 "$scratch/upload.pcap"
+expect "upload, no link" "0x0001  0                  0          0                   -" "$new" show me --class 45 "$scratch/upload.pcap"
 
 # A bridge records the instances that point at it.
 imaginary='{.related_class_id = me_class::imaginary, .name = "imaginaryInst", .related_inst_num = 1}'
