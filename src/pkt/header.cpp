@@ -40,14 +40,6 @@ i32 pppoe_dscp(const frame& f, u32 type_at)
 
 } // namespace
 
-u8 gpon::tag_count(const frame& f)
-{
-    u8 tags = 0;
-    for (u32 at = TYPE_OFFSET; is_tpid(f.be16(at)); at += TAG_BYTES)
-        ++tags;
-    return tags;
-}
-
 i32 gpon::dscp_behind_tags(const frame& f, u8 tags)
 {
     const u32 type_at = TYPE_OFFSET + TAG_BYTES * tags;

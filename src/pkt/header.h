@@ -102,7 +102,13 @@ struct frame {
 };
 
 /* Number of stacked tags, counted in 8 bits. */
-[[nodiscard]] u8 tag_count(const frame& f);
+[[nodiscard]] inline u8 tag_count(const frame& f)
+{
+    u8 tags = 0;
+    for (u32 at = TYPE_OFFSET; is_tpid(f.be16(at)); at += TAG_BYTES)
+        ++tags;
+    return tags;
+}
 
 /* gpon_pkt_get_dscp of a frame with this number of tags. */
 [[nodiscard]] i32 dscp_behind_tags(const frame& f, u8 tags);
