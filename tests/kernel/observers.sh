@@ -84,8 +84,16 @@ load_twice() {
     rmmod gpon_flow && load_gpon_flow
 }
 
+# The trace finds no module when it continues.
+unload_behind_it() {
+    kill -STOP $tracer
+    rmmod gpon_flow && kill -CONT $tracer
+}
+
 trace_at_unload() {
     trace_ends_at rmmod gpon_flow
+    load_again
+    trace_ends_at unload_behind_it
     load_again
     # The second module has the events of the first one, with other numbers.
     trace_ends_at load_twice

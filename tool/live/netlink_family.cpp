@@ -133,9 +133,12 @@ netlink_family::reply netlink_family::request_once(uint8_t command, bool dump,
     return whole;
 }
 
-// The family of a module that is loaded again has another number.
+// The family of a module that is loaded again has another number. No family has number 0, to which
+// the kernel does not reply.
 bool netlink_family::request(uint8_t command, bool dump, const message_sink& sink)
 {
+    if (family_ == 0)
+        find();
     reply whole = request_once(command, dump, sink);
     if (whole.gone) {
         find();
