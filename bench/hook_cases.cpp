@@ -83,8 +83,8 @@ public:
     void pass() override
     {
         for (const auto& sent : frames_[thread_number]) {
-            const auto answer = host::hook(dir_.api_type, 0, &sent->packet);
-            if (answer->api_result != 0)
+            const auto returned = host::hook(dir_.api_type, 0, &sent->packet);
+            if (returned->api_result != 0)
                 throw std::runtime_error("a frame was refused");
         }
     }

@@ -76,9 +76,9 @@ public:
         const rcu_reader reader;
         gpon_walk_result result;
         static_cast<void>(gpon_pkt_init_fwd_info(&frame_.packet, &result));
-        const int answer = upstream_ ? gpon_pkt_upstream_ani(&frame_.packet, &result)
+        const int walked = upstream_ ? gpon_pkt_upstream_ani(&frame_.packet, &result)
                                      : gpon_pkt_downstream_ani(&frame_.packet, &result);
-        arrived_ = answer == 0 && result.ret_val == FLOW_PKT_FORWARD_DONE;
+        arrived_ = walked == 0 && result.ret_val == FLOW_PKT_FORWARD_DONE;
     }
 
 private:

@@ -191,7 +191,8 @@ void add_walk_ratios(json& ratios, json& all)
 void add_known_frame_ratios(json& ratios)
 {
     const bench_case& known = find_case(cases, "hook/known/up_ani/8_services");
-    const std::optional<double> gain = gain_of_two_threads(known, rounds);
+    const std::optional<double> gain =
+        gain_of_two_threads(known, find_case(cases, "header/summary"), rounds);
     ratios["known-frame-two-threads"] = gain ? json(*gain) : json();
     const flood_figures flooded = known_frame_under_flood(known, rounds);
     ratios["known-frame-under-flood"] = flooded.ratio;
