@@ -196,7 +196,7 @@ noticed_by_analysis() {
 # row NAME WHO: a row of the table, with the name of a test as code.
 row() {
     # shellcheck disable=SC2016 # the marks of code in a document
-    sed -E 's/\| (\S+\.\S+)/| `\1`/' <<<"| $1 | $2 |"
+    sed -E 's/\| ([^ ,]+\.[^ ,]+)/| `\1`/' <<<"| $1 | $2 |"
 }
 
 # NAME WHO EQUIVALENT: of an edit that somebody notices.
