@@ -128,14 +128,14 @@ bool line::run(const unload_command&)
 
 bool line::run(const hook_command& call)
 {
-    const auto answer = module_->hook(call.options, call.frame ? &*call.frame : nullptr);
-    if (answer) {
-        require(answer->ret == GPON_HOOK_RETURN,
+    const auto returned = module_->hook(call.options, call.frame ? &*call.frame : nullptr);
+    if (returned) {
+        require(returned->ret == GPON_HOOK_RETURN,
                 "the hook always returns the same to the framework");
-        require(is_outcome(call.options, answer->api_result), "a packet passes or fails");
+        require(is_outcome(call.options, returned->api_result), "a packet passes or fails");
         // The switch ignores the packet.
         require(!call.frame || call.options.kind == GPON_API_SWITCH ||
-                    !(answer->flags & GPON_FLOW_TRACE_MARK),
+                    !(returned->flags & GPON_FLOW_TRACE_MARK),
                 "no trace mark is left");
     }
     return true;
@@ -143,8 +143,8 @@ bool line::run(const hook_command& call)
 
 bool line::run(const me_command& command)
 {
-    const std::optional<long> answer = send(*module_, command);
-    require(!answer || *answer == 0 || *answer == -1, "a command succeeds or fails");
+    const std::optional<long> returned = send(*module_, command);
+    require(!returned || *returned == 0 || *returned == -1, "a command succeeds or fails");
     return true;
 }
 
@@ -174,8 +174,8 @@ bool line::run(const ioctl_command& command)
 
 bool line::run(const proc_write_command& command)
 {
-    const std::optional<long> answer = module_->proc_write(command.text);
-    require(!answer || *answer < 0 || *answer == static_cast<long>(command.text.size()),
+    const std::optional<long> returned = module_->proc_write(command.text);
+    require(!returned || *returned < 0 || *returned == static_cast<long>(command.text.size()),
             "a line is taken whole or not at all");
     return true;
 }

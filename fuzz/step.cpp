@@ -125,10 +125,10 @@ debug_command take_debug(byte_source& from)
 
 pointer_setting take_setting(byte_source& from)
 {
-    const uint8_t answer = from.u8();
-    if (answer == 0xff)
+    const uint8_t result = from.u8();
+    if (result == 0xff)
         return {};
-    return {static_cast<int8_t>(answer)};
+    return {static_cast<int8_t>(result)};
 }
 
 platform_command take_platform(byte_source& from)
@@ -220,7 +220,7 @@ std::optional<bytes> encode(const platform_command& command)
     to.u8((command.mapping ? 1 : 0) | (command.queue ? 2 : 0));
     for (const auto& setting : {command.mapping, command.queue})
         if (setting)
-            to.u8(setting->answer ? static_cast<uint64_t>(*setting->answer) : 0xff);
+            to.u8(setting->result ? static_cast<uint64_t>(*setting->result) : 0xff);
     return to.done();
 }
 

@@ -31,7 +31,7 @@ const std::string two_bridges =
     "vlanFilterNums=2\n";
 
 struct answered {
-    frame_path answer;
+    frame_path path;
     verdict result;
     std::string text;
 };
@@ -42,10 +42,10 @@ answered ask(const std::string& line, const frame_query& query)
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(line), out), status_ok);
-    frame_path answer = trace_frame(query, session);
-    print_path(answer, {.name = "line.scn"}, out);
-    const verdict result = verdict_of(answer);
-    return {std::move(answer), result, out.str()};
+    frame_path path = trace_frame(query, session);
+    print_path(path, {.name = "line.scn"}, out);
+    const verdict result = verdict_of(path);
+    return {std::move(path), result, out.str()};
 }
 
 frame_query from_uni(uint16_t uni, std::optional<query_tag> outer = {})
@@ -120,7 +120,7 @@ TEST(query, the_queue_is_that_of_the_upstream_ctp)
 TEST(query, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 {
     const answered found = ask(two_bridges, from_uni(2, query_tag{300, 5}));
-    EXPECT_EQ(found.answer.halves.size(), 2u);
+    EXPECT_EQ(found.path.halves.size(), 2u);
     EXPECT_EQ(found.result.outcome, line_outcome::passed);
     EXPECT_EQ(found.result.sentence,
               "The frame passes from UNI 2 through bridge 2 to GEM port 1026 "
@@ -262,10 +262,10 @@ TEST(query, a_frame_that_the_capture_cut_has_a_note)
     explain_session session(*target);
     std::ostringstream out;
     EXPECT_EQ(session.run(parse_good(good_line), out), status_ok);
-    frame_path answer = trace_frame(from_uni(1), session);
-    answer.frame.data.resize(15);
-    answer.frame.wire_length = 298;
-    const verdict result = verdict_of(answer);
+    frame_path path = trace_frame(from_uni(1), session);
+    path.frame.data.resize(15);
+    path.frame.wire_length = 298;
+    const verdict result = verdict_of(path);
     ASSERT_EQ(result.notes.size(), 1u);
     EXPECT_EQ(result.notes[0], "The capture holds 15 of the 298 bytes of the frame: the outcome is "
                                "that of the captured part.");
@@ -283,7 +283,7 @@ TEST(query, a_frame_without_its_tags_has_no_outcome)
               "The frame is not classified: its tags are not in the capture.");
     ASSERT_EQ(found.result.notes.size(), 1u);
     EXPECT_EQ(found.result.notes[0], "The capture holds 15 of the 298 bytes of the frame.");
-    EXPECT_TRUE(found.answer.halves.front().walk.steps.empty());
+    EXPECT_TRUE(found.path.halves.front().walk.steps.empty());
 }
 
 TEST(query, an_omci_message_has_a_note)

@@ -677,7 +677,7 @@ public:
     traced_call traced_hook(const packet_options& options, const bytes& frame) override
     {
         traced_call call{host_->hook(options, &frame), {}};
-        call.answer->api_result = result_;
+        call.returned->api_result = result_;
         call.unseen = true;
         return call;
     }

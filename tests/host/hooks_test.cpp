@@ -39,10 +39,10 @@ TEST_F(hooks, a_registered_hook_gets_the_call_and_its_result_is_returned)
     EXPECT_EQ(vorn_unregister_hook(&gpon_flow_mapping_hook_ops), 0);
     EXPECT_EQ(vorn_register_hook(&ops), 0);
     sk_buff packet;
-    const auto answer = gpon::host::hook(3, 7, &packet);
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->ret, GPON_HOOK_RETURN);
-    EXPECT_EQ(answer->api_result, 1);
+    const auto returned = gpon::host::hook(3, 7, &packet);
+    ASSERT_TRUE(returned);
+    EXPECT_EQ(returned->ret, GPON_HOOK_RETURN);
+    EXPECT_EQ(returned->api_result, 1);
     EXPECT_EQ(last_call.api_type, 3u);
     EXPECT_EQ(last_call.api_param, 7u);
     EXPECT_EQ(last_call.skb, &packet);

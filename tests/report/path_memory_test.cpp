@@ -19,7 +19,7 @@ namespace {
 // Forwards each call, and does not look into the rule table: no frame is like another.
 class forgetful_backend final : public forwarding_backend {
 public:
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    std::optional<hook_return> hook(const packet_options& options, const bytes* frame) override
     {
         ++calls;
         return host_->hook(options, frame);

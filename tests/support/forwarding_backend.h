@@ -16,7 +16,7 @@ public:
     void set_sink(backend_sink sink) override { host_->set_sink(std::move(sink)); }
     std::optional<int> load() override { return host_->load(); }
     void unload() override { host_->unload(); }
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    std::optional<hook_return> hook(const packet_options& options, const bytes* frame) override
     {
         return host_->hook(options, frame);
     }

@@ -60,12 +60,12 @@ void send_packets(unsigned seed, std::atomic<uint64_t>& passed)
             packet.bytes = frame.size();
             packet.port_word = 1 << 4;
             packet.gemport_id = 1025;
-            const auto answer = gpon::host::hook(kind, 0, &packet);
-            ASSERT_TRUE(answer);
-            ASSERT_EQ(answer->ret, 2);
-            ASSERT_TRUE(answer->api_result == 0 || answer->api_result == 1);
+            const auto returned = gpon::host::hook(kind, 0, &packet);
+            ASSERT_TRUE(returned);
+            ASSERT_EQ(returned->ret, 2);
+            ASSERT_TRUE(returned->api_result == 0 || returned->api_result == 1);
             ASSERT_EQ(packet.flag_word & 0x100000, 0u);
-            passed.fetch_add(answer->api_result == 0, std::memory_order_relaxed);
+            passed.fetch_add(returned->api_result == 0, std::memory_order_relaxed);
         }
     }
 }

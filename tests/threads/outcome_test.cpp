@@ -59,8 +59,8 @@ sent_frame send_frame(uint8_t station)
     sk_buff packet;
     packet.data = bytes.data();
     packet.bytes = bytes.size();
-    const auto answer = gpon::host::hook(GPON_API_UP_ANI, 0, &packet);
-    return {answer ? answer->api_result : -1, packet.gemport_id};
+    const auto returned = gpon::host::hook(GPON_API_UP_ANI, 0, &packet);
+    return {returned ? returned->api_result : -1, packet.gemport_id};
 }
 
 class outcome_threads : public testing::Test {

@@ -89,15 +89,15 @@ void send_and_look_up(const std::atomic<bool>& done, tally& seen)
 {
     for (int round = 0; !done && !testing::Test::HasFailure(); ++round) {
         frame sent(static_cast<uint8_t>(round % 3));
-        const auto answer = gpon::host::hook(GPON_API_UP_ANI, 0, &sent.packet);
-        ASSERT_TRUE(answer);
-        if (answer->api_result == 0) {
+        const auto returned = gpon::host::hook(GPON_API_UP_ANI, 0, &sent.packet);
+        ASSERT_TRUE(returned);
+        if (returned->api_result == 0) {
             ASSERT_TRUE(sent.packet.gemport_id == GEM_PORT[0] ||
                         sent.packet.gemport_id == GEM_PORT[1])
                 << sent.packet.gemport_id;
             ++seen.replies;
         } else {
-            ASSERT_EQ(answer->api_result, 1);
+            ASSERT_EQ(returned->api_result, 1);
         }
         gpon_rule_trace trace = {};
         if (gpon_rule_lookup_trace(&sent.packet, UP_ANI, &trace) == 0) {

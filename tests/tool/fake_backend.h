@@ -15,7 +15,7 @@ class fake_backend final : public backend {
 public:
     // Results of the next calls.
     std::optional<int> load_answer = 0;
-    std::optional<hook_answer> hook_result = hook_answer{2, 0, 0, 0};
+    std::optional<hook_return> hook_result = hook_return{2, 0, 0, 0};
     std::optional<long> returned = 0;
     std::string refuse;                    ///< not empty: the next call is refused with it
     std::vector<backend_event> happenings; ///< reported by every call
@@ -39,7 +39,7 @@ public:
 
     void unload() override { enter("unload"); }
 
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    std::optional<hook_return> hook(const packet_options& options, const bytes* frame) override
     {
         packets.push_back(options);
         enter("hook " + (frame ? std::to_string(frame->size()) + " bytes" : "null"));
@@ -97,7 +97,7 @@ private:
 
     void pointer(const std::string& name, const pointer_setting& setting)
     {
-        enter(name + " " + (setting.answer ? std::to_string(*setting.answer) : "none"));
+        enter(name + " " + (setting.result ? std::to_string(*setting.result) : "none"));
     }
 
     // Reads through the record's addresses as the module would.

@@ -149,11 +149,11 @@ TEST(parse, platform_functions_are_unset_or_return_a_signed_value)
 {
     const auto both = parse_only<platform_command>("platform mapping=-1 queue=none");
     ASSERT_TRUE(both.mapping);
-    EXPECT_EQ(both.mapping->answer, -1);
+    EXPECT_EQ(both.mapping->result, -1);
     ASSERT_TRUE(both.queue);
-    EXPECT_FALSE(both.queue->answer);
+    EXPECT_FALSE(both.queue->result);
     EXPECT_FALSE(parse_only<platform_command>("platform queue=0").mapping);
-    EXPECT_EQ(parse_only<platform_command>("platform queue=-2147483648").queue->answer, INT32_MIN);
+    EXPECT_EQ(parse_only<platform_command>("platform queue=-2147483648").queue->result, INT32_MIN);
     EXPECT_THAT(error_of("platform queue=2147483648"), HasSubstr("out of range"));
     EXPECT_THAT(error_of("platform queue=-2147483649"), HasSubstr("out of range"));
     EXPECT_THAT(error_of("platform queue=-"), HasSubstr("not a number"));

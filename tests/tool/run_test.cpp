@@ -84,7 +84,7 @@ TEST_F(run, a_missing_interface_is_absent)
 
 TEST_F(run, hook_results_show_the_packet_if_there_is_one)
 {
-    fake.hook_result = hook_answer{2, -1, 1025, 0x100007};
+    fake.hook_result = hook_return{2, -1, 1025, 0x100007};
     EXPECT_EQ(transcript_of("hook kind=4"), "> hook kind=4\n= hook ret=2 api_result=-1\n");
     EXPECT_EQ(transcript_of("hook kind=5 frame=0102"),
               "> hook kind=5 frame=0102\n= hook ret=2 api_result=-1 gem=1025 flags=0x100007\n");
@@ -145,7 +145,7 @@ TEST_F(run, platform_and_fault_commands_reach_the_platform)
 
 TEST_F(run, expectations_compare_with_the_last_result_by_value)
 {
-    fake.hook_result = hook_answer{2, 0, 1025, 0x10};
+    fake.hook_result = hook_return{2, 0, 1025, 0x10};
     EXPECT_EQ(run_text("hook kind=0 frame=00\n"
                        "expect ret=0x2 api_result=0 gem=1025 flags=16\n"
                        "platform queue=0\nexpect flags=0x10"),
@@ -156,7 +156,7 @@ TEST_F(run, expectations_compare_with_the_last_result_by_value)
 
 TEST_F(run, failed_expectations_are_reported_and_do_not_stop_the_run)
 {
-    fake.hook_result = hook_answer{2, 1, 7, 0};
+    fake.hook_result = hook_return{2, 1, 7, 0};
     EXPECT_EQ(run_text("hook kind=0\nexpect api_result=0 ret=3 gem=7\nunload\nexpect ret=0"),
               status_failed);
     EXPECT_EQ(out.str(), "> hook kind=0\n= hook ret=2 api_result=1\n"
@@ -204,7 +204,7 @@ TEST_F(run, every_frame_of_a_capture_is_one_hook_call)
     scenario parsed = parse_good("pcap x kind=3 gem=5\nexpect frames=3 ok=3 failed=0");
     std::get<pcap_command>(parsed.lines[0].command).frames = {
         captured_frame({1}), captured_frame(bytes{}), captured_frame({1, 2})};
-    fake.hook_result = hook_answer{2, 0, 5, 0};
+    fake.hook_result = hook_return{2, 0, 5, 0};
     EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_EQ(out.str(), "> pcap x kind=3 gem=5\n"
                          "= hook ret=2 api_result=0 gem=5 flags=0x0\n"
@@ -221,7 +221,7 @@ TEST_F(run, frames_that_fail_or_find_no_hook_count_as_failed)
 {
     scenario parsed = parse_good("pcap x kind=3");
     std::get<pcap_command>(parsed.lines[0].command).frames = {captured_frame({1})};
-    fake.hook_result = hook_answer{2, 1, 0, 0};
+    fake.hook_result = hook_return{2, 1, 0, 0};
     EXPECT_EQ(run_scenario(parsed, fake, out, diagnostics, false), status_ok);
     EXPECT_THAT(out.str(), testing::EndsWith("= pcap frames=1 ok=0 failed=1\n"));
     fake.hook_result.reset();

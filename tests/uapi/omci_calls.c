@@ -186,19 +186,19 @@ static int switch_on(void)
     return send_record(&record);
 }
 
-static int report(const char *command, int answer)
+static int report(const char *command, int returned)
 {
-    if (answer)
+    if (returned)
         printf("%s: %s\n", command, strerror(errno));
     else
         printf("%s: done\n", command);
-    return answer != 0;
+    return returned != 0;
 }
 
 /* A refused command is EPERM, whatever the reason: the kernel log has it. */
-static int report_refused(const char *command, int answer, int expected)
+static int report_refused(const char *command, int returned, int expected)
 {
-    int as_expected = answer == -1 && errno == expected;
+    int as_expected = returned == -1 && errno == expected;
 
     printf("%s: %s\n", command, as_expected ? "refused" : "not refused as it should be");
     return !as_expected;

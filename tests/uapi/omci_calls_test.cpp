@@ -19,11 +19,11 @@ namespace {
 
 int device = -1;
 
-long to_user_space(long answer)
+long to_user_space(long returned)
 {
-    if (answer >= 0 || answer < -4095)
-        return answer;
-    errno = static_cast<int>(-answer);
+    if (returned >= 0 || returned < -4095)
+        return returned;
+    errno = static_cast<int>(-returned);
     return -1;
 }
 
@@ -59,9 +59,9 @@ int __wrap_ioctl(int file, unsigned long request, ...)
     va_end(rest);
     if (file != device)
         return __real_ioctl(file, request, argument);
-    const auto answer =
+    const auto returned =
         gpon::host::ioctl(static_cast<uint32_t>(request), reinterpret_cast<uintptr_t>(argument));
-    return static_cast<int>(to_user_space(answer.value_or(-ENXIO)));
+    return static_cast<int>(to_user_space(returned.value_or(-ENXIO)));
 }
 }
 
@@ -96,8 +96,8 @@ protected:
         sk_buff packet;
         packet.data = frame.data();
         packet.bytes = frame.size();
-        const auto answer = gpon::host::hook(GPON_API_UP_ANI, 0, &packet);
-        return answer && answer->api_result == 0 ? packet.gemport_id : -1;
+        const auto returned = gpon::host::hook(GPON_API_UP_ANI, 0, &packet);
+        return returned && returned->api_result == 0 ? packet.gemport_id : -1;
     }
 };
 

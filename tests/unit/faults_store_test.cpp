@@ -105,13 +105,13 @@ TEST_F(store_under_faults, every_allocation_of_every_command_may_fail)
             SCOPED_TRACE(testing::Message() << "command " << at << ", allocation " << nth);
             run_clean(commands, at);
             gpon::host::arm_fault(fault::alloc, nth);
-            const i32 answer = commands[at]();
+            const i32 returned = commands[at]();
             const bool fired = gpon::host::fault_fired(fault::alloc);
             gpon::host::disarm_faults();
-            EXPECT_TRUE(answer == 0 || answer == -1);
+            EXPECT_TRUE(returned == 0 || returned == -1);
             expect_store_whole();
             if (!fired) {
-                EXPECT_EQ(answer, 0);
+                EXPECT_EQ(returned, 0);
                 break;
             }
             ++faults;
@@ -134,11 +134,11 @@ TEST_F(store_under_faults, a_command_that_failed_left_no_block)
             SCOPED_TRACE(testing::Message() << "command " << at << ", allocation " << nth);
             const uint64_t before = blocks_after(commands, at);
             gpon::host::arm_fault(fault::alloc, nth);
-            const i32 answer = commands[at]();
+            const i32 returned = commands[at]();
             const bool fired = gpon::host::fault_fired(fault::alloc);
             gpon::host::disarm_faults();
             gpon::host::rcu_settle();
-            if (answer != 0) {
+            if (returned != 0) {
                 EXPECT_EQ(gpon::host::memory().live_blocks, before);
             }
             if (!fired || HasFailure())
@@ -154,11 +154,11 @@ TEST_F(store_under_faults, every_copy_from_user_space_may_fail)
             SCOPED_TRACE(testing::Message() << "command " << at << ", copy " << nth);
             const uint64_t before = blocks_after(commands, at);
             gpon::host::arm_fault(fault::copy, nth);
-            const i32 answer = commands[at]();
+            const i32 returned = commands[at]();
             const bool fired = gpon::host::fault_fired(fault::copy);
             gpon::host::disarm_faults();
             expect_store_whole();
-            EXPECT_EQ(answer, fired ? -1 : 0);
+            EXPECT_EQ(returned, fired ? -1 : 0);
             if (!fired)
                 break;
             gpon::host::rcu_settle();
@@ -183,12 +183,12 @@ TEST_F(store_under_faults, every_allocation_of_every_packet_may_fail)
             packet.port_word = 1 << 4;
             packet.gemport_id = 1025;
             gpon::host::arm_fault(fault::alloc, nth);
-            const auto answer = gpon::host::hook(kind, 0, &packet);
+            const auto returned = gpon::host::hook(kind, 0, &packet);
             const bool fired = gpon::host::fault_fired(fault::alloc);
             gpon::host::disarm_faults();
-            ASSERT_TRUE(answer.has_value());
-            EXPECT_EQ(answer->ret, 2);
-            EXPECT_TRUE(answer->api_result == 0 || answer->api_result == 1);
+            ASSERT_TRUE(returned.has_value());
+            EXPECT_EQ(returned->ret, 2);
+            EXPECT_TRUE(returned->api_result == 0 || returned->api_result == 1);
             EXPECT_EQ(packet.flag_word, 0u);
             expect_store_whole();
             EXPECT_EQ(apply(DELETE, 84, 0x9999, nullptr), 0) << "flushes what was learnt";

@@ -53,9 +53,9 @@ protected:
         packet.bytes = static_cast<u32>(frame.size());
         packet.port_word = 1 << 4;
         packet.gemport_id = 1025;
-        const auto answer = gpon::host::hook(kind, 0, &packet);
-        EXPECT_EQ(answer->ret, 2);
-        return answer->api_result;
+        const auto returned = gpon::host::hook(kind, 0, &packet);
+        EXPECT_EQ(returned->ret, 2);
+        return returned->api_result;
     }
 
     std::array<u8, 60> frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 8};

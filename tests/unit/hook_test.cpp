@@ -34,9 +34,9 @@ protected:
         data.api_param = param;
         data.api_result = 12345;
         data.skb = skb;
-        const int answer = gpon_flow_api_dispatch(&data);
+        const int returned = gpon_flow_api_dispatch(&data);
         result = data.api_result;
-        return answer;
+        return returned;
     }
     void enable() { call(GPON_API_SWITCH, nullptr, 1); }
     static void trace_this_frame()

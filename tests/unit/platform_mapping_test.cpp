@@ -42,9 +42,9 @@ protected:
 TEST_F(platform_mapping, of_a_disabled_engine_fails_an_upstream_packet_only_by_minus_one)
 {
     enable(false);
-    for (const int answer : {-2, 0, 1, 7}) {
-        gpon::host::set_mapping(answer);
-        EXPECT_EQ(result(GPON_API_UP_ANI), 0) << answer;
+    for (const int chosen : {-2, 0, 1, 7}) {
+        gpon::host::set_mapping(chosen);
+        EXPECT_EQ(result(GPON_API_UP_ANI), 0) << chosen;
     }
     gpon::host::set_mapping(-1);
     EXPECT_EQ(result(GPON_API_UP_ANI), 1);
@@ -60,9 +60,9 @@ TEST_F(platform_mapping, of_queues_fails_a_packet_that_leaves_upstream_unless_it
     enable(true);
     gpon::host::set_queue_mapping(0);
     EXPECT_EQ(result(GPON_API_UP_ANI), 0);
-    for (const int answer : {-1, 1}) {
-        gpon::host::set_queue_mapping(answer);
-        EXPECT_EQ(result(GPON_API_UP_ANI), 1) << answer;
+    for (const int chosen : {-1, 1}) {
+        gpon::host::set_queue_mapping(chosen);
+        EXPECT_EQ(result(GPON_API_UP_ANI), 1) << chosen;
     }
     gpon::host::set_queue_mapping(std::nullopt);
     EXPECT_EQ(result(GPON_API_UP_ANI), 1);

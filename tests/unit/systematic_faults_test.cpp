@@ -107,13 +107,13 @@ std::optional<long> packet(u32 kind, u16 source, u16 multicast = 0)
     skb.port_word = 1 << 4;
     skb.gemport_id = 1025;
     skb.multicast = multicast;
-    const auto answer = gpon::host::hook(kind, 1, &skb);
-    if (!answer)
+    const auto returned = gpon::host::hook(kind, 1, &skb);
+    if (!returned)
         return {};
-    EXPECT_EQ(answer->ret, GPON_HOOK_RETURN);
-    EXPECT_TRUE(answer->api_result == 0 || answer->api_result == 1);
+    EXPECT_EQ(returned->ret, GPON_HOOK_RETURN);
+    EXPECT_TRUE(returned->api_result == 0 || returned->api_result == 1);
     EXPECT_EQ(skb.flag_word, 0u);
-    return answer->api_result;
+    return returned->api_result;
 }
 
 void nothing() {}
@@ -256,13 +256,13 @@ protected:
         load();
         tested.prepare();
         gpon::host::arm_fault(kind, nth);
-        const auto answer = tested.run();
+        const auto returned = tested.run();
         const bool fired = gpon::host::fault_fired(kind);
         gpon::host::disarm_faults();
-        EXPECT_TRUE(answer.has_value()) << "the entry point exists";
+        EXPECT_TRUE(returned.has_value()) << "the entry point exists";
         expect_whole("after the fault");
         if (!fired) {
-            EXPECT_EQ(answer, 0) << "without a fault";
+            EXPECT_EQ(returned, 0) << "without a fault";
         }
         tested.run();
         expect_whole("after the same once more");
@@ -324,18 +324,18 @@ TEST_P(systematic_faults, every_registration_and_allocation_of_a_load_may_fail)
                          << "kind " << static_cast<int>(kind) << " number " << nth);
             gpon::host::reset();
             gpon::host::arm_fault(kind, nth);
-            const auto answer = gpon::host::load();
+            const auto returned = gpon::host::load();
             const bool fired = gpon::host::fault_fired(kind);
             gpon::host::disarm_faults();
             if (!fired) {
-                EXPECT_EQ(answer, 0);
+                EXPECT_EQ(returned, 0);
                 expect_clean_unload();
                 break;
             }
             ++faults;
             // Without its hook the module panics, so load() returns no value.
-            EXPECT_EQ(answer.has_value(), kind != fault::hook);
-            if (answer) {
+            EXPECT_EQ(returned.has_value(), kind != fault::hook);
+            if (returned) {
                 expect_whole("after the load");
                 packet(GPON_API_UP_ANI, 1);
                 expect_whole("after a packet");

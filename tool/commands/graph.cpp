@@ -84,7 +84,7 @@ std::vector<me_id> highlighted(const explanation& explained)
                      "to the drop\n";
     else if (walked.empty())
         std::cerr << "gponflow: the frame reached no managed entity: no path is highlighted\n";
-    else if (explained.answer && explained.answer->api_result != 0)
+    else if (explained.returned && explained.returned->api_result != 0)
         std::cerr << "gponflow: the frame is dropped: its path is highlighted up to the drop\n";
     return walked;
 }

@@ -56,10 +56,10 @@ int print_table(const show_request& request, rule_table table)
 
 int show_rules(const show_request& request, captured_run& run)
 {
-    const auto answer = run.query("show flow_rule");
-    if (!answer)
+    const auto output = run.query("show flow_rule");
+    if (!output)
         return report_not_loaded();
-    std::optional<rule_table> table = read_rule_table(*answer);
+    std::optional<rule_table> table = read_rule_table(*output);
     if (!table)
         throw refusal("the module printed no rule table");
     return print_table(request, std::move(*table));
@@ -87,8 +87,8 @@ int print_chosen(const show_request& request, std::vector<dumped_instance> all)
 
 int show_me(const show_request& request, captured_run& run)
 {
-    const auto answer = run.query("show raw_data");
-    return answer ? print_chosen(request, read_instances(*answer)) : report_not_loaded();
+    const auto output = run.query("show raw_data");
+    return output ? print_chosen(request, read_instances(*output)) : report_not_loaded();
 }
 
 int show_kernel_me(const show_request& request, module_reader& reader)

@@ -147,16 +147,16 @@ private:
             notes_.add_call(call.call);
             paths_.push_back(facts_of(at, call.call, frame));
         }
-        const std::optional<hook_answer>& answer = call.call.answer;
+        const std::optional<hook_return>& returned = call.call.returned;
         path_facts& path = paths_.at(call.path);
         direction_account& direction = direction_of(at);
         direction.quick += path.quick;
-        if (!answer)
+        if (!returned)
             ++direction.untouched["the module is not loaded"];
-        else if (!path.ran && answer->api_result == 0)
+        else if (!path.ran && returned->api_result == 0)
             ++direction.untouched["the engine is disabled"];
-        else if (answer->api_result == 0)
-            return count_passed(at, *answer, path, frame);
+        else if (returned->api_result == 0)
+            return count_passed(at, *returned, path, frame);
         else
             ++direction
                   .drops[tags_of_drop(path, frame, received) + ": " + reason_of(at, path, frame)];
@@ -181,7 +181,7 @@ private:
     }
 
     // Behind the hook call, operations act on the path to each UNI of the bridge.
-    std::optional<frame_passage> count_passed(const frame_call& at, const hook_answer& answer,
+    std::optional<frame_passage> count_passed(const frame_call& at, const hook_return& returned,
                                               const path_facts& path, const captured_frame& frame)
     {
         const std::vector<leaving_frame> leaving = carry_to_unis(entities_, path.path, frame.data);
@@ -196,7 +196,7 @@ private:
             ++direction.drops[tags_text(read_header(frame)) + ": " + discard_text(leaving)];
             return {};
         }
-        ++direction.destinations[destination(at.options, answer, path)];
+        ++direction.destinations[destination(at.options, returned, path)];
         return frame_passage{path.passed};
     }
 
@@ -219,7 +219,7 @@ private:
         path_facts facts{walk.ran, walk.replayed, bridge_text(walk, entities_), {}, {}, {}, {}};
         facts.passed = bridge_of_path(walk, entities_);
         facts.path = path_of_call(at.options, walk);
-        if (call.answer && call.answer->api_result != 0) {
+        if (call.returned && call.returned->api_result != 0) {
             facts.tags = tags_text(read_header(frame));
             facts.reasons[at.bridge] = drop_reason(walk, entities_, at.bridge);
         }
@@ -238,18 +238,18 @@ private:
                                        rewriters_text(received.applied);
     }
 
-    std::string destination(const packet_options& options, const hook_answer& answer,
+    std::string destination(const packet_options& options, const hook_return& returned,
                             const path_facts& path) const
     {
         switch (options.kind) {
         case 0:
             return "into " + path.bridge;
         case 1:
-            return "GEM port " + std::to_string(answer.gem) + " from " + path.bridge;
+            return "GEM port " + std::to_string(returned.gem) + " from " + path.bridge;
         case 2:
             return "out of the UNI, not walked";
         default:
-            return "from GEM port " + std::to_string(answer.gem) + " into " + path.bridge;
+            return "from GEM port " + std::to_string(returned.gem) + " into " + path.bridge;
         }
     }
 

@@ -349,11 +349,11 @@ walk_record read_events(std::span<const gpon_trace_record> events, const line_mo
 walk_record walk_of(const traced_call& call, const line_model& entities, const bytes& frame)
 {
     walk_record walk = read_events(call.events, entities, &frame, call.lost);
-    if (walk.fwd_flag == DOWN_ANI && call.answer)
-        walk.entry_gem = call.answer->gem;
+    if (walk.fwd_flag == DOWN_ANI && call.returned)
+        walk.entry_gem = call.returned->gem;
     if (call.unseen) {
         walk.unseen = walk.incomplete = walk.ran = true;
-        walk.dropped = call.answer && call.answer->api_result != 0;
+        walk.dropped = call.returned && call.returned->api_result != 0;
     }
     return walk;
 }

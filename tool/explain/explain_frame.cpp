@@ -31,7 +31,7 @@ std::optional<explained_frame> carried_input(explanation& result)
 {
     result.tagging = carry_to_hook(result.entities, result.input.options, result.input.frame);
     if (result.tagging.discarded) {
-        result.answer = hook_answer{0, 1, 0, 0};
+        result.returned = hook_return{0, 1, 0, 0};
         result.walk.ran = true;
         return {};
     }
@@ -52,7 +52,7 @@ void run_frame(captured_run& runner, explanation& result)
         return;
     const bytes& frame = carried->frame.data;
     const traced_call call = runner.traced_hook(carried->options, frame);
-    result.answer = call.answer;
+    result.returned = call.returned;
     result.walk = walk_of(call, result.entities, frame);
     result.events_lost = call.lost;
     result.others_mixed = call.others;

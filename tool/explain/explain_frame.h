@@ -17,7 +17,7 @@ namespace gponflow {
 struct explanation {
     explained_frame input;
     walk_record walk;
-    std::optional<hook_answer> answer;
+    std::optional<hook_return> returned;
     line_model entities;              ///< at the time of the frame
     carried_frame tagging{};          ///< operations before the hook call
     std::optional<uint16_t> bridge{}; ///< that an earlier hook call led the frame into

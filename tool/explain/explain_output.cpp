@@ -135,12 +135,12 @@ void print_success(const explanation& explained, std::ostream& out, const palett
 {
     out << colours.good("passes");
     if (explained.input.options.kind == GPON_API_UP_ANI) {
-        out << " to GEM port " << explained.answer->gem;
+        out << " to GEM port " << explained.returned->gem;
         print_queue(explained, out);
     } else if (explained.input.options.kind == GPON_API_UP_UNI) {
         out << " into the bridge";
     } else if (explained.input.options.kind == GPON_API_DOWN_ANI) {
-        out << " from GEM port " << explained.answer->gem
+        out << " from GEM port " << explained.returned->gem
             << (reached_egress(explained.walk) ? " into the bridge" : "");
     } else {
         out << " to the UNI: this half is not walked";
@@ -197,8 +197,8 @@ std::vector<me_id> path_of(const walk_record& walk, bool passed_only)
 
 std::vector<leaving_frame> leaving_frames(const explanation& explained)
 {
-    if (explained.input.options.kind != GPON_API_DOWN_ANI || !explained.answer ||
-        explained.answer->api_result != 0)
+    if (explained.input.options.kind != GPON_API_DOWN_ANI || !explained.returned ||
+        explained.returned->api_result != 0)
         return {};
     return carry_to_unis(explained.entities, path_of(explained.walk, true),
                          explained.input.frame.data);
@@ -295,7 +295,7 @@ std::string why_unclassified(const explanation& explained)
 {
     if (std::string field = missing_field(explained); !field.empty())
         return field;
-    if (!explained.answer)
+    if (!explained.returned)
         return "the module is not loaded";
     return "the engine is disabled (hook kind=switch param=1 enables it)";
 }
@@ -360,7 +360,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
     out << colours.heading(kind_title(explained.input.options.kind)) << ", "
         << explained.input.frame.wire_length << " bytes\n";
     const bool classified =
-        explained.answer && (explained.walk.ran || explained.answer->api_result != 0);
+        explained.returned && (explained.walk.ran || explained.returned->api_result != 0);
     if (!classified || !missing_field(explained).empty()) {
         out << "not classified: " << why_unclassified(explained) << '\n';
         return;
@@ -370,7 +370,7 @@ void print_explanation(const explanation& explained, std::ostream& out, const pa
     if (explained.tagging.discarded)
         out << colours.bad("dropped") << "\nThe tagging operation "
             << discard_text(explained.tagging) << ".\n";
-    else if (explained.answer->api_result == 0)
+    else if (explained.returned->api_result == 0)
         print_passage(explained, places, out, colours);
     else
         print_drop(explained.walk, out, colours);

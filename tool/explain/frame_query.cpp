@@ -74,7 +74,7 @@ captured_frame built_frame(const frame_query& query)
 
 bool passed(const explanation& half)
 {
-    return half.answer && half.answer->api_result == 0 && half.walk.ran &&
+    return half.returned && half.returned->api_result == 0 && half.walk.ran &&
            missing_field(half).empty() && !is_discarded(leaving_frames(half));
 }
 

@@ -194,7 +194,7 @@ json path_json(const line_places& places, const captured_frame& frame, const ver
     whole["faults"] = faults_json(result, halves.back().entities, places);
     const explanation& last = halves.back();
     if (result.outcome == line_outcome::passed && last.input.options.kind == GPON_API_UP_ANI)
-        whole["gem_port"] = last.answer->gem;
+        whole["gem_port"] = last.returned->gem;
     json parts = json::array();
     for (const explanation& half : halves)
         parts.push_back(half_json(half, places));

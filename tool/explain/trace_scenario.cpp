@@ -39,7 +39,7 @@ private:
         if (!entities_)
             entities_ = model_of(read_instances(query("show raw_data").value_or("")));
         const traced_call call = traced_hook(options, frame.data);
-        explanation explained{{options, frame}, {}, call.answer, *entities_};
+        explanation explained{{options, frame}, {}, call.returned, *entities_};
         explained.walk = walk_of(call, explained.entities, frame.data);
         explained.events_lost = call.lost;
         explained.others_mixed = call.others;

@@ -5,10 +5,10 @@ namespace gponflow {
 
 const me_instance* upstream_ctp(const explanation& half)
 {
-    if (!half.answer)
+    if (!half.returned)
         return nullptr;
     const auto carries = [&](const me_instance& ctp) {
-        return ctp.as<gpon_raw_gemctp>().portID == half.answer->gem;
+        return ctp.as<gpon_raw_gemctp>().portID == half.returned->gem;
     };
     for (const walk_step& step : half.walk.steps) {
         const bool is_ctp = step.passed && step.at.class_id == me_class::gemctp;

@@ -82,7 +82,7 @@ std::string passed_sentence(const frame_path& path)
     if (other)
         text += ", and from " + bridge_text(other);
     if (path.query.uni)
-        text += " to GEM port " + std::to_string(last.answer->gem) + scheduling_of(last);
+        text += " to GEM port " + std::to_string(last.returned->gem) + scheduling_of(last);
     else if (path.bridge)
         text += unis_of(*path.bridge, last.entities, leaving_frames(path.halves.front()));
     return text + ".";
@@ -98,7 +98,7 @@ bool is_path_known(const frame_path& path)
 std::string sentence_without_path(const std::string& subject, const explanation& half)
 {
     const std::string port = half.input.options.kind == GPON_API_UP_ANI
-                                 ? " to GEM port " + std::to_string(half.answer->gem)
+                                 ? " to GEM port " + std::to_string(half.returned->gem)
                                  : std::string();
     return subject + " passes" + port + "; its path is unknown.";
 }
@@ -271,10 +271,10 @@ void note_leaving(const explanation& half, verdict& into)
 line_outcome outcome_of(const explanation& half)
 {
     // Without a GEM port from the platform, a frame is dropped even if the engine is disabled.
-    if (!half.answer || (!half.walk.ran && half.answer->api_result == 0) ||
+    if (!half.returned || (!half.walk.ran && half.returned->api_result == 0) ||
         !missing_field(half).empty())
         return line_outcome::not_classified;
-    return half.answer->api_result == 0 && !is_discarded(leaving_frames(half))
+    return half.returned->api_result == 0 && !is_discarded(leaving_frames(half))
                ? line_outcome::passed
                : line_outcome::dropped;
 }
@@ -282,7 +282,7 @@ line_outcome outcome_of(const explanation& half)
 // Before the hook call, or behind it at each UNI.
 bool is_tagging_drop(const explanation& half)
 {
-    return half.tagging.discarded || half.answer->api_result == 0;
+    return half.tagging.discarded || half.returned->api_result == 0;
 }
 
 void explain_discard(const explanation& half, const std::string& subject, verdict& into)

@@ -50,8 +50,8 @@ public:
     {
         if (is_module_loaded())
             throw refusal("the module is already loaded");
-        platform().set_mapping({.answer = 0});
-        platform().set_queue_mapping({.answer = 0});
+        platform().set_mapping({.result = 0});
+        platform().set_queue_mapping({.result = 0});
         return after_draining(load_module());
     }
 
@@ -64,7 +64,7 @@ public:
             throw refusal(std::string("cannot unload the module: ") + std::strerror(-failure));
     }
 
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    std::optional<hook_return> hook(const packet_options& options, const bytes* frame) override
     {
         return after_draining(platform().hook(options, frame));
     }
@@ -78,7 +78,7 @@ public:
         events.skip();
         const uint64_t dropped = events.dropped();
         traced_call call;
-        call.answer = hook(options, &frame);
+        call.returned = hook(options, &frame);
         read_frame(options.kind, call);
         call.lost = events.dropped() != dropped;
         call.unseen = is_unseen(options.kind, call);
@@ -130,7 +130,7 @@ public:
 
 private:
     // Passes on the log of the call before its result.
-    template <typename T> T after_draining(T answer)
+    template <typename T> T after_draining(T returned)
     {
         const bool lost = log_.drain([this](std::string_view line) {
             if (!sink_)
@@ -143,7 +143,7 @@ private:
         if (lost && sink_)
             sink_({backend_event::kind::lost,
                    "kernel log lines were lost: boot with a larger log_buf_len"});
-        return answer;
+        return returned;
     }
 
     static std::optional<long> absent_or_refused(const char* file)
@@ -177,9 +177,9 @@ private:
     // fails always has an event.
     static bool is_unseen(uint32_t kind, const traced_call& call)
     {
-        if (!call.events.empty() || !call.answer || kind > GPON_API_DOWN_ANI)
+        if (!call.events.empty() || !call.returned || kind > GPON_API_DOWN_ANI)
             return false;
-        return call.answer->api_result != 0 || make_kernel_reader()->state().enabled;
+        return call.returned->api_result != 0 || make_kernel_reader()->state().enabled;
     }
 
     // Unloading the module takes its events away, in this process or in another one.

@@ -15,8 +15,8 @@ namespace {
 softonu_mapping mapping_of(const pointer_setting& setting)
 {
     softonu_mapping mapping = {};
-    mapping.mode = setting.answer ? SOFTONU_MAPPING_ANSWER : SOFTONU_MAPPING_NONE;
-    mapping.answer = setting.answer.value_or(0);
+    mapping.mode = setting.result ? SOFTONU_MAPPING_ANSWER : SOFTONU_MAPPING_NONE;
+    mapping.answer = setting.result.value_or(0);
     return mapping;
 }
 
@@ -67,13 +67,13 @@ void soft_onu::control(unsigned long request, void* argument, const char* action
                       std::strerror(errno));
 }
 
-std::optional<hook_answer> soft_onu::hook(const packet_options& options, const bytes* frame)
+std::optional<hook_return> soft_onu::hook(const packet_options& options, const bytes* frame)
 {
     softonu_hook_call call = call_of(options, frame);
     control(SOFTONU_IOC_HOOK_CALL, &call, "make the hook call");
     if (call.records == 0)
         return {};
-    return hook_answer{call.ret, call.api_result, call.gemport_id, call.flag_word};
+    return hook_return{call.ret, call.api_result, call.gemport_id, call.flag_word};
 }
 
 void soft_onu::set_mapping(const pointer_setting& setting)

@@ -18,7 +18,7 @@ public:
     soft_onu& operator=(soft_onu&&) = delete;
 
     /// Nothing when only the hook record of the platform itself is registered.
-    [[nodiscard]] std::optional<hook_answer> hook(const packet_options& options,
+    [[nodiscard]] std::optional<hook_return> hook(const packet_options& options,
                                                   const bytes* frame);
     void set_mapping(const pointer_setting& setting);
     void set_queue_mapping(const pointer_setting& setting);

@@ -137,8 +137,8 @@ std::optional<std::vector<std::string>> watch_scenario(const scenario& input, ba
     status = run.run(input, diagnostics);
     if (status != status_ok)
         return {};
-    const auto answer = run.query("show flow_rule");
-    const std::optional<rule_table> table = answer ? read_rule_table(*answer) : std::nullopt;
+    const auto output = run.query("show flow_rule");
+    const std::optional<rule_table> table = output ? read_rule_table(*output) : std::nullopt;
     run.watch.update(table.value_or(rule_table{}), run.now());
     if (as_json)
         return std::vector<std::string>{run.watch.json_line(run.now(), "jiffies")};

@@ -20,7 +20,7 @@ bool same_request(const message& left, const message& right)
            std::ranges::equal(left.content, right.content);
 }
 
-bool answers(const message& response, const message& request)
+bool is_response_to(const message& response, const message& request)
 {
     // The instance is not compared: some ONUs return a wrong one, and the transaction id is
     // unambiguous.
@@ -68,7 +68,7 @@ private:
     {
         const auto known = latest.find(item.msg.transaction);
         if (known == latest.end() ||
-            !answers(item.msg, result.exchanges[known->second].request.msg)) {
+            !is_response_to(item.msg, result.exchanges[known->second].request.msg)) {
             result.unpaired_responses.push_back(item);
             return;
         }

@@ -141,7 +141,7 @@ private:
 
     path_summary count_discarded(explanation explained, const std::string& place)
     {
-        explained.answer = hook_answer{0, 1, 0, 0};
+        explained.returned = hook_return{0, 1, 0, 0};
         explained.walk.ran = true;
         path_summary summary = summary_of(explained);
         if (const flow_row row = count(summary, explained, place); is_new_drop(row))
@@ -157,7 +157,7 @@ private:
     void read_call(const traced_call& call, explanation& explained)
     {
         notes_.add_call(call);
-        explained.answer = call.answer;
+        explained.returned = call.returned;
         explained.walk = walk_of(call, data_.entities, explained.tagging.frame);
     }
 
@@ -185,7 +185,7 @@ private:
     // The call may be repeated: the walk drops the frame again, or its rule exists.
     void repeat_call(explanation& explained)
     {
-        if (!explained.answer)
+        if (!explained.returned)
             read_call(traced_hook(explained.input.options, explained.tagging.frame), explained);
     }
 
@@ -260,9 +260,9 @@ private:
 
     static frame_fate fate_of(const explanation& explained)
     {
-        if (!explained.answer)
+        if (!explained.returned)
             return frame_fate::untouched;
-        if (explained.answer->api_result != 0)
+        if (explained.returned->api_result != 0)
             return frame_fate::dropped;
         return explained.walk.ran ? frame_fate::passed : frame_fate::untouched;
     }
@@ -270,7 +270,7 @@ private:
     std::string outcome_of(const explanation& explained, frame_fate fate) const
     {
         if (fate == frame_fate::untouched)
-            return explained.answer ? "the engine is disabled" : "the module is not loaded";
+            return explained.returned ? "the engine is disabled" : "the module is not loaded";
         if (explained.tagging.discarded)
             return discard_text(explained.tagging);
         if (fate == frame_fate::dropped)
@@ -281,7 +281,7 @@ private:
         case 3:
             return "into " + bridge;
         case 1:
-            return "GEM port " + std::to_string(explained.answer->gem) + " from " + bridge;
+            return "GEM port " + std::to_string(explained.returned->gem) + " from " + bridge;
         default:
             return "out of the UNI, not walked";
         }

@@ -31,7 +31,7 @@ struct backend_event {
 };
 using backend_sink = std::function<void(const backend_event&)>;
 
-struct hook_answer {
+struct hook_return {
     int ret = 0;
     int api_result = 0;
     uint16_t gem = 0;   ///< of the packet, as the call left it
@@ -41,7 +41,7 @@ struct hook_answer {
 /// A hook call with the trace events of its frame, in their order. Addresses in the events are only
 /// for comparison.
 struct traced_call {
-    std::optional<hook_answer> answer;
+    std::optional<hook_return> returned;
     std::vector<gpon_trace_record> events;
     bool lost = false;   ///< the kernel dropped events
     bool unseen = false; ///< no event of the frame arrived, though the module classified it
@@ -79,7 +79,7 @@ public:
     virtual void unload() = 0;
 
     /// One hook call; without frame the packet pointer is null.
-    [[nodiscard]] virtual std::optional<hook_answer> hook(const packet_options& options,
+    [[nodiscard]] virtual std::optional<hook_return> hook(const packet_options& options,
                                                           const bytes* frame) = 0;
     /// The same with its trace events. A frame with a rule has an event for each step of it, also
     /// if its outcome is remembered.

@@ -114,31 +114,31 @@ captured_run::path_call captured_run::hook_by_path(const packet_options& options
     path_call result{traced_hook(options, frame), path_count_++, true};
     // The next frame of the path may show what is missing.
     if (place && !result.call.lost && !result.call.unseen)
-        paths_.add(std::move(key), {result.call.answer, result.path});
+        paths_.add(std::move(key), {result.call.returned, result.path});
     return result;
 }
 
 // Of a replay, find_rule has had the only effect; a frame that is dropped has none.
-std::optional<hook_answer> captured_run::repeat(const path_memory::path& known,
+std::optional<hook_return> captured_run::repeat(const path_memory::path& known,
                                                 const rule_place& place,
                                                 const packet_options& options, const bytes& frame)
 {
-    const bool learns = place.state == rule_place::open && known.answer->api_result == 0;
-    return learns ? target_.hook(options, &frame) : known.answer;
+    const bool learns = place.state == rule_place::open && known.returned->api_result == 0;
+    return learns ? target_.hook(options, &frame) : known.returned;
 }
 
 std::optional<std::string> captured_run::query(std::string_view line)
 {
     output_.emplace();
-    std::optional<long> answer;
+    std::optional<long> returned;
     try {
-        answer = send_line(target_, line);
+        returned = send_line(target_, line);
     } catch (const refusal&) {
         output_.reset();
         throw;
     }
     std::optional<std::string> output = std::exchange(output_, {});
-    return answer ? output : std::nullopt;
+    return returned ? output : std::nullopt;
 }
 
 void captured_run::on_load()

@@ -75,7 +75,7 @@ private:
 
     [[nodiscard]] std::optional<rule_place> place_of(const packet_options& options,
                                                      const bytes& frame);
-    [[nodiscard]] std::optional<hook_answer> repeat(const path_memory::path& known,
+    [[nodiscard]] std::optional<hook_return> repeat(const path_memory::path& known,
                                                     const rule_place& place,
                                                     const packet_options& options,
                                                     const bytes& frame);

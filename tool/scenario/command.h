@@ -59,7 +59,7 @@ struct advance_command {
 
 /// New value of one of the function pointers of the platform.
 struct pointer_setting {
-    std::optional<int32_t> answer; ///< none: unset
+    std::optional<int32_t> result; ///< none: unset
 };
 
 struct platform_command {

@@ -96,23 +96,23 @@ public:
         gpon::host::unload();
     }
 
-    std::optional<hook_answer> hook(const packet_options& options, const bytes* frame) override
+    std::optional<hook_return> hook(const packet_options& options, const bytes* frame) override
     {
         sk_buff packet;
         if (frame)
             packet = packet_from(options, *frame);
-        const auto answer =
+        const auto returned =
             gpon::host::hook(options.kind, options.param, frame ? &packet : nullptr);
-        if (!answer)
+        if (!returned)
             return {};
-        return hook_answer{answer->ret, answer->api_result, packet.gemport_id, packet.flag_word};
+        return hook_return{returned->ret, returned->api_result, packet.gemport_id, packet.flag_word};
     }
 
     traced_call traced_hook(const packet_options& options, const bytes& frame) override
     {
         traced_call call;
         const event_recorder recorder(call.events);
-        call.answer = hook(options, &frame);
+        call.returned = hook(options, &frame);
         return call;
     }
 
@@ -143,12 +143,12 @@ public:
 
     void set_mapping(const pointer_setting& setting) override
     {
-        gpon::host::set_mapping(setting.answer);
+        gpon::host::set_mapping(setting.result);
     }
 
     void set_queue_mapping(const pointer_setting& setting) override
     {
-        gpon::host::set_queue_mapping(setting.answer);
+        gpon::host::set_queue_mapping(setting.result);
     }
 
     void set_event_sink(std::function<void(const gpon_trace_record&)> sink) override

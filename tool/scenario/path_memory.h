@@ -17,7 +17,7 @@ namespace gponflow {
 class path_memory {
 public:
     struct path {
-        std::optional<hook_answer> answer;
+        std::optional<hook_return> returned;
         size_t number = 0;
     };
 

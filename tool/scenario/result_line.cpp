@@ -37,21 +37,21 @@ result_line result_line::absent(std::string_view name)
     return line;
 }
 
-result_line result_line::of(std::string_view name, std::optional<long> answer)
+result_line result_line::of(std::string_view name, std::optional<long> returned)
 {
-    return answer ? number(name, *answer) : absent(name);
+    return returned ? number(name, *returned) : absent(name);
 }
 
-result_line result_line::of_hook(const std::optional<hook_answer>& answer, bool packet)
+result_line result_line::of_hook(const std::optional<hook_return>& returned, bool packet)
 {
-    if (!answer)
+    if (!returned)
         return absent("hook");
     result_line line("hook");
-    line.add("ret", std::to_string(answer->ret));
-    line.add("api_result", std::to_string(answer->api_result));
+    line.add("ret", std::to_string(returned->ret));
+    line.add("api_result", std::to_string(returned->api_result));
     if (packet) {
-        line.add("gem", std::to_string(answer->gem));
-        line.add("flags", hexadecimal(answer->flags));
+        line.add("gem", std::to_string(returned->gem));
+        line.add("flags", hexadecimal(returned->flags));
     }
     return line;
 }

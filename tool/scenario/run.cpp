@@ -53,8 +53,8 @@ private:
 
     void execute(const load_command&)
     {
-        if (const std::optional<int> answer = backend_.load())
-            finish(result_line::number("load", *answer));
+        if (const std::optional<int> returned = backend_.load())
+            finish(result_line::number("load", *returned));
         else
             panicked_ = true;
     }
@@ -65,11 +65,11 @@ private:
         finish(result_line("unload"));
     }
 
-    std::optional<hook_answer> call_hook(const packet_options& options, const bytes* frame)
+    std::optional<hook_return> call_hook(const packet_options& options, const bytes* frame)
     {
-        const std::optional<hook_answer> answer = backend_.hook(options, frame);
-        finish(result_line::of_hook(answer, frame != nullptr));
-        return answer;
+        const std::optional<hook_return> returned = backend_.hook(options, frame);
+        finish(result_line::of_hook(returned, frame != nullptr));
+        return returned;
     }
 
     void execute(const hook_command& command)
@@ -81,8 +81,8 @@ private:
     {
         size_t ok = 0;
         for (const captured_frame& frame : command.frames) {
-            const std::optional<hook_answer> answer = call_hook(command.options, &frame.data);
-            if (answer && answer->api_result == 0)
+            const std::optional<hook_return> returned = call_hook(command.options, &frame.data);
+            if (returned && returned->api_result == 0)
                 ++ok;
         }
         result_line summary("pcap");

@@ -66,7 +66,7 @@ bool module_is_hooked()
 
 } // namespace
 
-std::optional<hook_answer> hook(uint32_t api_type, uint32_t api_param, sk_buff* packet)
+std::optional<hook_return> hook(uint32_t api_type, uint32_t api_param, sk_buff* packet)
 {
     if (!module_is_hooked())
         return std::nullopt;
@@ -76,7 +76,7 @@ std::optional<hook_answer> hook(uint32_t api_type, uint32_t api_param, sk_buff* 
     for (const vorn_hook_ops* ops : chain)
         if (ops->enable)
             ret = ops->hook(&data);
-    return hook_answer{ret, data.api_result};
+    return hook_return{ret, data.api_result};
 }
 
 void set_mapping(std::optional<int> result)

@@ -57,11 +57,11 @@ void unload();
 [[nodiscard]] bool is_loaded(); // true also after a failed load, until unload()
 
 /* Entry points; they return no value if the device or file does not exist. */
-struct hook_answer {
+struct hook_return {
     int ret;
     int api_result;
 };
-std::optional<hook_answer> hook(uint32_t api_type, uint32_t api_param, sk_buff* packet);
+std::optional<hook_return> hook(uint32_t api_type, uint32_t api_param, sk_buff* packet);
 std::optional<long> ioctl(uint32_t command, uint64_t argument);
 std::optional<long> proc_write(std::string_view text);
 std::optional<long> proc_read();
