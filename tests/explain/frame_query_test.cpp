@@ -256,6 +256,16 @@ TEST(query, frames_are_built_from_their_fields)
 }
 
 // Fields that are not in the capture are reported, not guessed.
+TEST(query, a_tag_of_vlan_0_counts_as_untagged)
+{
+    const answered found = ask(two_bridges, from_uni(2, query_tag{0, 0}));
+    EXPECT_EQ(found.result.outcome, line_outcome::dropped);
+    EXPECT_NE(
+        found.result.sentence.find("the frame has VLAN 0 priority 0, which counts as untagged."),
+        std::string::npos)
+        << found.result.sentence;
+}
+
 TEST(query, a_frame_that_the_capture_cut_has_a_note)
 {
     const std::unique_ptr<backend> target = make_host_backend();

@@ -2,7 +2,6 @@
 #include "tool/explain/decision_texts.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <tuple>
 

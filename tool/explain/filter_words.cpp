@@ -3,23 +3,23 @@
 
 #include <algorithm>
 #include <set>
-#include <span>
+#include <vector>
+
+#include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace gponflow {
 
 namespace {
 
-// The list drops instead of passing.
-bool list_drops(unsigned operation)
-{
-    constexpr unsigned dropping[] = {0x05, 0x06, 0x09, 0x0a, 0x0d, 0x0e};
-    return std::ranges::find(dropping, operation) != std::end(dropping);
-}
+constexpr uint16_t VID_BITS = 0x0fff, PRIORITY_BITS = 0xe000;
 
-std::span<const uint16_t> list_of(const gpon_raw_vtfd& filter)
+// As the module reads them: entries beyond the list are the words behind it.
+std::vector<uint16_t> list_of(const gpon_raw_vtfd& filter)
 {
-    const size_t count = std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList));
-    return {filter.vlanFilterList, count};
+    std::vector<uint16_t> entries;
+    for (uint32_t i = 0; i < filter.vlanFilterNums; ++i)
+        entries.push_back(gpon::list_entry(&filter, i));
+    return entries;
 }
 
 std::string entry_words(filter_compares compared, uint16_t entry)
@@ -33,49 +33,27 @@ std::string entry_words(filter_compares compared, uint16_t entry)
 
 } // namespace
 
-filter_compares compared_by(unsigned operation)
+filter_compares compared_by(uint8_t operation)
 {
-    switch (operation) {
-    case 0x03:
-    case 0x04:
-    case 0x05:
-    case 0x06:
-    case 0x0f:
-    case 0x10:
-    case 0x1c:
-    case 0x1d:
-        return filter_compares::vlan;
-    case 0x07:
-    case 0x08:
-    case 0x09:
-    case 0x0a:
-    case 0x11:
-    case 0x12:
-    case 0x1e:
-    case 0x1f:
-        return filter_compares::priority;
-    case 0x0b:
-    case 0x0c:
-    case 0x0d:
-    case 0x0e:
-    case 0x13:
-    case 0x14:
-    case 0x20:
-    case 0x21:
-        return filter_compares::whole_tag;
-    default:
+    const gpon::forward_operation* row = gpon::find_forward_operation(operation, true);
+    if (!row || (row->action != vtfd_action_h && row->action != vtfd_action_g))
         return filter_compares::nothing;
-    }
+    if (row->mask == VID_BITS)
+        return filter_compares::vlan;
+    return row->mask == PRIORITY_BITS ? filter_compares::priority : filter_compares::whole_tag;
 }
 
 std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> tci)
 {
+    const auto* row = gpon::find_forward_operation(filter.forwardOperation, tci.has_value());
+    if (!row)
+        return "has no defined operation and drops every frame";
     if (!tci)
         return "drops untagged frames";
     const filter_compares compared = compared_by(filter.forwardOperation);
     if (compared == filter_compares::nothing)
         return "drops tagged frames";
-    if (list_drops(filter.forwardOperation))
+    if (row->action == vtfd_action_g)
         return "drops " + entry_words(compared, *tci);
     std::string list;
     std::set<std::string> named;

@@ -2,6 +2,7 @@
 // VLAN filters and tags in words.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -12,7 +13,7 @@ namespace gponflow {
 /// What the list of a VLAN filter is compared with (G.988 9.3.11).
 enum class filter_compares { nothing, vlan, priority, whole_tag };
 
-[[nodiscard]] filter_compares compared_by(unsigned operation);
+[[nodiscard]] filter_compares compared_by(uint8_t operation);
 
 /// "passes only VLAN 300 priority 5", "drops untagged frames": why the filter drops a frame with
 /// this outer tag; nothing for an untagged frame.

@@ -325,6 +325,12 @@ void blame_rewriters(const std::vector<tag_step>& applied, verdict& into)
                                    step.sources});
 }
 
+// Filters and mappers take a tag of VLAN 0 and priority 0 for none.
+std::string untagged_text(const frame_header& header, const walk_record& walk)
+{
+    return header.tags.empty() || walk.tci != 0 ? "" : ", which counts as untagged";
+}
+
 void explain_drop(const explanation& half, std::optional<uint16_t> bridge,
                   const std::string& subject, const std::vector<tag_step>& applied, verdict& into)
 {
@@ -336,7 +342,8 @@ void explain_drop(const explanation& half, std::optional<uint16_t> bridge,
     into.faults = faults_of(half.walk, half.entities, bridge);
     into.sentence = subject + " is dropped: " + drop_reason(half.walk, half.entities, bridge) +
                     "; the frame " + (header.tags.empty() && header.type ? "is " : "has ") +
-                    tags_text(header) + rewritten_text(applied) + ".";
+                    tags_text(header) + untagged_text(header, half.walk) + rewritten_text(applied) +
+                    ".";
     blame_rewriters(applied, into);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/model/upstream_queue.h"
 
+#include <algorithm>
+
 namespace gponflow {
 
 namespace {
