@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: debug-kernel.sh ARCH kasan|kcsan
+# usage: debug-kernel.sh ARCH kasan|kcsan|nesting
 #
 # Builds a debug kernel from Debian's kernel source in build/kernel/ARCH-FLAVOUR. The source is
 # downloaded and unpacked once, below build/kernel, for all of them. The build is skipped if the
@@ -18,7 +18,7 @@ arch=$1
 flavour=$2
 debian_arch "$arch" >/dev/null
 fragments=(scripts/kernel/debug-{guest,"$arch","$flavour"}.config)
-[ -f "${fragments[2]}" ] || fail "there is no flavour '$flavour', only kasan and kcsan"
+[ -f "${fragments[2]}" ] || fail "there is no flavour '$flavour', only kasan, kcsan and nesting"
 source_dir=$GPON_KERNEL_DIR/source
 output=$(debug_kernel "$arch" "$flavour")
 

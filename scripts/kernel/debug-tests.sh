@@ -40,19 +40,23 @@ boot_debug() {
     guest_log_is_good "$log" "$@"
 }
 
+# TEST...: those that wait for timers of minutes, whose guest skips idle time.
+patient_tests() {
+    printf '%s\n' "$@" | grep '^time/' || true
+}
+
+without_patient_tests() {
+    printf '%s\n' "$@" | grep -v '^time/' || true
+}
+
 # ARCH TEST...: memory, locks, leaks and failing calls.
 run_kasan_tests() {
-    local arch=$1 name status=0 patient=() others=()
+    local arch=$1 status=0 patient others
     shift
-    for name in "$@"; do
-        case $name in
-        time/*) patient+=("$name") ;;
-        *) others+=("$name") ;;
-        esac
-    done
+    mapfile -t patient < <(patient_tests "$@")
+    mapfile -t others < <(without_patient_tests "$@")
     boot_debug "$arch" kasan detectors real debug/detectors || status=1
     boot_debug "$arch" kasan lock-detectors real debug/lock_detectors || status=1
-    boot_debug "$arch" kasan lock-nesting real debug/lock_nesting || status=1
     boot_debug "$arch" kasan suite real debug/leaks_before "${others[@]}" debug/failing_calls \
         debug/leaks_after || status=1
     boot_debug "$arch" kasan time instructions "${patient[@]}" || status=1
@@ -61,19 +65,22 @@ run_kasan_tests() {
 
 # ARCH TEST...: races, which need two processors.
 run_kcsan_tests() {
-    local arch=$1 name status=0 others=()
+    local arch=$1 status=0 others
     shift
-    for name in "$@"; do
-        case $name in
-        time/*) ;;
-        *) others+=("$name") ;;
-        esac
-    done
+    mapfile -t others < <(without_patient_tests "$@")
     # Freed blocks are overwritten, a block each millisecond is guarded.
     local guest_words=("${guest_words[@]}" slub_debug=P kfence.sample_interval=1)
     boot_debug "$arch" kcsan detectors real debug/race_detector debug/guard_detector || status=1
     boot_debug "$arch" kcsan suite real "${others[@]}" debug/watched || status=1
     return "$status"
+}
+
+# ARCH TEST...: locks that sleep under PREEMPT_RT, and records whose fields have a random order.
+run_nesting_tests() {
+    local arch=$1 others
+    shift
+    mapfile -t others < <(without_patient_tests "$@")
+    boot_debug "$arch" nesting suite real "${others[@]}" debug/lock_nesting
 }
 
 debug_document=docs/results/debug-kernels.md
@@ -88,7 +95,7 @@ debug_row() {
 write_debug_rows() {
     local arch flavour rows=''
     for arch in arm64 x86_64; do
-        for flavour in kasan kcsan; do
+        for flavour in kasan kcsan nesting; do
             rows+=$(grep -F "| $arch $flavour |" "$1" || grep -F "| $arch $flavour |" "$debug_document")$'\n' ||
                 true
         done
@@ -96,7 +103,9 @@ write_debug_rows() {
     {
         cat <<'END'
 The guest tests in kernels with the kernel's own checks, on two emulated processors. `kasan` checks memory,
-locks, RCU, leaks and undefined behaviour, and lets allocations and copies fail; `kcsan` looks for races.
+locks, RCU, leaks and undefined behaviour, and lets allocations and copies fail; `kcsan` looks for races;
+`nesting` checks that no lock that sleeps under PREEMPT_RT is taken under one that does not, with the fields
+of the kernel's records in a random order.
 "Detectors" are the checks that reported a deliberate fault before the tests. A report that names one of
 the modules fails a test. "Tested" is the date and the commit of the sources.
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [kasan|kcsan...] [TEST...] [--write] [NAME=VALUE...] test the modules in debug kernels
+# [ARCH...] [kasan|kcsan|nesting...] [TEST...] [--write] [NAME=VALUE...] test the modules in debug kernels
 #
 # --write rewrites the rows of the kernels in docs/results/debug-kernels.md.
 set -eu
@@ -18,7 +18,7 @@ for word in "$@"; do
     case $word in
     --write) write=1 ;;
     arm64 | x86_64) archs+=("$word") ;;
-    kasan | kcsan) flavours+=("$word") ;;
+    kasan | kcsan | nesting) flavours+=("$word") ;;
     [a-z]*=*) guest_words+=("$word") ;;
     *)
         [ -f "tests/kernel/$word.sh" ] || {
@@ -31,12 +31,12 @@ for word in "$@"; do
     esac
 done
 [ ${#archs[@]} -gt 0 ] || archs=(x86_64)
-[ ${#flavours[@]} -gt 0 ] || flavours=(kasan kcsan)
+[ ${#flavours[@]} -gt 0 ] || flavours=(kasan kcsan nesting)
 if [ ${#tests[@]} = 0 ]; then
     mapfile -t tests < <(all_guest_tests)
 fi
 
-need kernel cross build
+need kernel kernel-plugins cross build
 failed=()
 rows=$GPON_BUILD_DIR/logs/debug-kernels
 mkdir -p "${rows%/*}"

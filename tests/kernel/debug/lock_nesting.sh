@@ -1,11 +1,17 @@
 # SPDX-License-Identifier: GPL-2.0-only
 # shellcheck shell=dash
 #
-# The check of lock nesting reports a spinlock that is taken under a raw one: on a kernel with
-# PREEMPT_RT it sleeps. The checks of locks stop after this report, so it has a boot of its own.
+# The checks of locks were active during the preceding tests: a report about any lock turns them off. A
+# spinlock that is taken under a raw one is still reported; on a kernel with PREEMPT_RT it sleeps.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 
-detects PROVE_RAW_LOCK_NESTING spinlock_under_raw_lock 'BUG: Invalid wait context'
-echo "@@ ${fired:-0} detectors fired"
+lock_checks() {
+    awk '$1 == "debug_locks:" { print $2 }' /proc/lockdep_stats
+}
+
+expect "lock checks after the tests" 1 "$(lock_checks)"
+fires spinlock_under_raw_lock 'BUG: Invalid wait context'
+expect "lock checks after a report" 0 "$(lock_checks)"
+echo "@@ $fired detector fired"
 dmesg -c >/dev/null
