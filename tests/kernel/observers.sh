@@ -86,8 +86,8 @@ load_twice() {
 
 # The trace finds no module when it continues.
 unload_behind_it() {
-    kill -STOP $tracer
-    rmmod gpon_flow && kill -CONT $tracer
+    kill -STOP "$tracer"
+    rmmod gpon_flow && kill -CONT "$tracer"
 }
 
 trace_at_unload() {
