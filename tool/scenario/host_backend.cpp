@@ -105,7 +105,8 @@ public:
             gpon::host::hook(options.kind, options.param, frame ? &packet : nullptr);
         if (!returned)
             return {};
-        return hook_return{returned->ret, returned->api_result, packet.gemport_id, packet.flag_word};
+        return hook_return{returned->ret, returned->api_result, packet.gemport_id,
+                           packet.flag_word};
     }
 
     traced_call traced_hook(const packet_options& options, const bytes& frame) override

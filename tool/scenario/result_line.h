@@ -28,7 +28,8 @@ public:
     /// NAME and the number, or absent.
     [[nodiscard]] static result_line of(std::string_view name, std::optional<long> returned);
     /// The outcome of a hook call; with the packet's fields when there was a packet.
-    [[nodiscard]] static result_line of_hook(const std::optional<hook_return>& returned, bool packet);
+    [[nodiscard]] static result_line of_hook(const std::optional<hook_return>& returned,
+                                             bool packet);
 
     /// Adds " NAME=VALUE".
     void add(std::string_view name, std::string value);
