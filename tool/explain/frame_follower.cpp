@@ -61,7 +61,7 @@ frame_follower::frame_follower(const trace_limits& limits, event_source& source,
 {
 }
 
-void frame_follower::look(const end_test& ends)
+bool frame_follower::look(const end_test& ends)
 {
     count_lost();
     // All events of a look may have occurred before its first refresh.
@@ -79,6 +79,7 @@ void frame_follower::look(const end_test& ends)
     if (!ended)
         open_.flush();
     count_lost();
+    return ended;
 }
 
 // The entities are read behind the events and before the frames are printed.

@@ -63,8 +63,9 @@ public:
     frame_follower(const frame_follower&) = delete;
     frame_follower& operator=(const frame_follower&) = delete;
 
-    /// Reads the events that have come, and prints the frames that have ended. Throws refusal.
-    void look(const end_test& ends);
+    /// Reads the events that have come, and prints the frames that have ended. Returns true if
+    /// `ends` ended the reading: events that were not read are lost. Throws refusal.
+    bool look(const end_test& ends);
 
     /// Prints the frames that are open: no more events come.
     void finish() { open_.finish(); }

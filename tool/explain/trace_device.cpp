@@ -37,8 +37,10 @@ public:
         std::string why;
         while (out && why.empty()) {
             const bool stopped = stop.wait(-1, quiet_milliseconds);
-            frames_.look([&] { return !out || stop.wait(-1, 0) || is_time_over(); });
-            if (stopped || frames_.is_done() || is_time_over())
+            const bool ended =
+                frames_.look([&] { return !out || stop.wait(-1, 0) || is_time_over(); });
+            // After an end within a look, events are missing before those of another look.
+            if (stopped || ended || frames_.is_done() || is_time_over())
                 break;
             if (!is_module_loaded() || !stream_->is_enabled())
                 why = "the module was unloaded; its last frames may be missing";
