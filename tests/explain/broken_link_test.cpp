@@ -175,18 +175,21 @@ TEST(old_link, of_a_pointer_that_was_set_again_is_noted)
         << text.str();
 }
 
+// Of a frame over a line that passes it, with more commands behind the line.
+std::vector<std::string> notes_of(const std::string& more, bool downstream)
+{
+    const std::string line = with_profile + with_ctp + with_gem_iw + with_uni + with_ani;
+    return verdict_of(path_over({"", line + more, "", "", 0, downstream}), {"a.scn", {}}).notes;
+}
+
 // The port of the UNI is set to another UNI, or to another bridge: the walk enters it by the link.
 TEST(old_link, against_the_direction_of_the_walk_is_noted)
 {
     const auto notes = [](const std::string& pointer) {
-        return verdict_of(path_over({"",
-                                     with_profile + with_ctp + with_gem_iw + with_uni + with_ani +
-                                         "me create MAC_BRIDGE_SERVICE_PROFILE 2\n"
-                                         "me set MAC_BRIDGE_PORT_CON_DATA " +
-                                         pointer + "\n",
-                                     "", "", 0}),
-                          {"a.scn", {}})
-            .notes;
+        return notes_of("me create MAC_BRIDGE_SERVICE_PROFILE 2\n"
+                        "me set MAC_BRIDGE_PORT_CON_DATA " +
+                            pointer + "\n",
+                        false);
     };
     EXPECT_THAT(notes("0x0101 mask=0x1000 bridgeID=1 tpType=1 tpPointer=0x0102"),
                 testing::Contains("The link of MAC_BRIDGE_PORT_CON_DATA 0x0101 to "
@@ -201,13 +204,8 @@ TEST(old_link, against_the_direction_of_the_walk_is_noted)
 TEST(direction, of_a_gem_port_that_the_module_does_not_compare_is_noted)
 {
     const auto notes = [](const std::string& more) {
-        return verdict_of(path_over({"",
-                                     with_profile + with_ctp + with_gem_iw + with_uni + with_ani +
-                                         "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 "
-                                         "direction=1\n" +
-                                         more,
-                                     "", "", 0, true}))
-            .notes;
+        return notes_of("me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=1\n" + more,
+                        true);
     };
     EXPECT_THAT(notes(""),
                 testing::ElementsAre("The direction of GEM_PORT_CTP 0x0001 is 1, upstream only: "
