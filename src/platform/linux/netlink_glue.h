@@ -23,7 +23,10 @@ struct sk_buff *gpon_glue_new_message(u32 port, u32 sequence, u8 command, gpon_f
 void gpon_glue_open_events(void);
 void gpon_glue_close_events(void);
 
-/* The number of the last event. Any context. */
+/*
+ * The number of the last event. Waits while an event is sent, so the sockets of all listeners already
+ * have the events up to this number, or lost them. Any context but a hard interrupt; takes event_lock.
+ */
 u32 gpon_glue_last_event(void);
 
 #endif
