@@ -7,9 +7,11 @@
  */
 #define _GNU_SOURCE
 #include <sched.h>
+#include <stdbool.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 
+#include "child.h"
 #include "graph.h"
 #include "processor.h"
 
@@ -45,7 +47,7 @@ static void send_frame(int softonu, unsigned int flow)
 	call.port_word = 1 << 4;
 	if (ioctl(softonu, SOFTONU_IOC_HOOK_CALL, &call) || call.api_result) {
 		printf("flow %u: result %d, errno %d\n", flow, call.api_result, errno);
-		_exit(1);
+		exit(1);
 	}
 }
 
@@ -58,36 +60,47 @@ static void flood(int processor, unsigned int frames, unsigned int flows)
 		if (i % PACE == 0)
 			meet(i / PACE + 1);
 		send_frame(softonu, i < frames ? 0 : (unsigned int)(processor + 1) << 12 | i);
-		if (sched_getcpu() != processor)
-			_exit(3);
+		if (sched_getcpu() != processor) {
+			printf("processor %d: moved to %d\n", processor, sched_getcpu());
+			exit(3);
+		}
 		shared->sent[processor]++;
 	}
+}
+
+/* Whether all came to their end. After a failure another process may wait for that one for ever. */
+static bool all_end(void)
+{
+	for (int i = 0; i < PROCESSORS; i++) {
+		int status = 0;
+
+		if (wait(&status) < 0 || status != 0)
+			return false;
+	}
+	return true;
 }
 
 int main(int count, char **words)
 {
 	const unsigned int frames = count == 3 ? (unsigned int)atoi(words[1]) : 0;
 	const unsigned int flows = count == 3 ? (unsigned int)atoi(words[2]) : 0;
-	pid_t children[PROCESSORS];
-	int failed = 0;
+	bool ended;
 
 	shared = mmap(NULL, sizeof(*shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
 	if (shared == MAP_FAILED || frames + flows == 0 || frames + flows > 4096)
 		return 2;
 	for (int i = 0; i < PROCESSORS; i++) {
-		children[i] = fork();
-		if (children[i] == 0) {
+		const pid_t child = fork_child();
+
+		if (child < 0)
+			return 2;
+		if (child == 0) {
 			flood(i, frames, flows);
-			fflush(stdout);
-			_exit(0);
+			exit(0);
 		}
 	}
-	for (int i = 0; i < PROCESSORS; i++) {
-		int status = 0;
-
-		failed += waitpid(children[i], &status, 0) != children[i] || status != 0;
-	}
+	ended = all_end();
 	for (int i = 0; i < PROCESSORS; i++)
 		printf("processor %d: %u frames\n", i, shared->sent[i]);
-	return failed != 0;
+	return !ended;
 }
