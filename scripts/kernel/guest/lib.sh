@@ -237,6 +237,8 @@ last_event() {
 
 # Lets a listener write all events to /tmp/events.
 follow_events() {
+    # A former listener has left its own.
+    : >/tmp/events
     netlink_reader events >/tmp/events &
     listener=$!
     until grep -q listening /tmp/events; do
@@ -247,9 +249,8 @@ follow_events() {
     event_before=$(last_event)
 }
 
-# Writes the events since the last call to /tmp/new, without their numbers and idle times, when the
-# listener has all of them. No number is missing.
-take_events() {
+# Until the listener has the last event; it must still run.
+await_last_event() {
     wanted_event=$(last_event)
     tries=0
     until [ "$(sed -n 's/.* event=//p' /tmp/events | tail -n 1)" = "$wanted_event" ] ||
@@ -258,6 +259,13 @@ take_events() {
         [ $tries -lt 100 ] || fail "event $wanted_event is missing: $(tail -n 5 /tmp/events)"
         sleep 0.1
     done
+    kill -0 "$listener" || fail "the listener has ended: $(tail -n 5 /tmp/events)"
+}
+
+# Writes the events since the last call to /tmp/new, without their numbers and idle times, when the
+# listener has all of them. No number is missing.
+take_events() {
+    await_last_event
     tail -n +$((events_seen + 1)) /tmp/events >/tmp/taken
     events_seen=$((events_seen + $(wc -l </tmp/taken)))
     expect "numbers of the events" "$(seq -s " " $((event_before + 1)) "$wanted_event")" \
