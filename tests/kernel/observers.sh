@@ -54,6 +54,17 @@ start_monitor() {
     wait_for /tmp/monitor.errors monitoring $monitor
 }
 
+# PROCESS: stops it, until it runs no longer.
+stop_process() {
+    kill -STOP "$1"
+    tries=0
+    until grep -q '^State:[[:space:]]*T' "/proc/$1/status"; do
+        tries=$((tries + 1))
+        [ $tries -lt 150 ] || fail "process $1 does not stop: $(grep State "/proc/$1/status")"
+        sleep 0.1
+    done
+}
+
 frames_of() {
     grep -c '^frame ' "/tmp/$1" || :
 }
@@ -86,7 +97,7 @@ load_twice() {
 
 # The trace finds no module when it continues.
 unload_behind_it() {
-    kill -STOP "$tracer"
+    stop_process "$tracer"
     rmmod gpon_flow && kill -CONT "$tracer"
 }
 
@@ -137,7 +148,7 @@ monitor_at_unload() {
 # It is stopped while the changes and the signal come.
 monitor_at_a_signal() {
     start_monitor
-    kill -STOP $monitor
+    stop_process $monitor
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1"
     kill -TERM $monitor
     kill -CONT $monitor
@@ -149,7 +160,7 @@ monitor_at_a_signal() {
 # The kernel drops the changes, and its own message of the unload, for a full socket.
 monitor_at_an_unload_behind_a_flood() {
     start_monitor
-    kill -STOP $monitor
+    stop_process $monitor
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1"
     awk 'BEGIN {
         for (i = 0; i < 20000; i++)
@@ -170,7 +181,7 @@ monitor_at_an_unload_behind_a_flood() {
 # More events wait than trace reads at a time.
 trace_of_waiting_events() {
     start_trace trace --count 3 --buffer 8192
-    kill -STOP $tracer
+    stop_process $tracer
     calls 1600 "$passing"
     kill -CONT $tracer
     ends $tracer "trace of waiting events"
@@ -190,19 +201,37 @@ wait_for_prints() {
     done
 }
 
-# COMMAND...: prints the state of the module each second; it continues with the next module.
-reader_continues() {
+start_reader() {
     "$@" --interval 1 >/tmp/reader 2>&1 &
     reader=$!
     wait_for_prints 1
-    load_twice || fail "gpon_flow does not unload under $*"
-    wait_for_prints $(($(grep -cE ' buckets, engine | rules?$' /tmp/reader) + 2))
+}
+
+# WHAT: unloads the module while the reader is stopped. A dump that it has open keeps the module.
+unload_behind_reader() {
+    unloads=0
+    until stop_process $reader && rmmod gpon_flow 2>/dev/null; do
+        kill -CONT $reader
+        unloads=$((unloads + 1))
+        [ $unloads -lt 50 ] || fail "gpon_flow does not unload under $1"
+        sleep 0.1
+    done
+}
+
+# COMMAND...: prints the state of the module each second; it continues with the next module. It would end
+# if it read between the two.
+reader_continues() {
+    start_reader "$@"
+    unload_behind_reader "$*"
+    load_gpon_flow
+    prints=$(grep -cE ' buckets, engine | rules?$' /tmp/reader)
+    kill -CONT $reader
+    wait_for_prints $((prints + 2))
     kill -TERM $reader
     ends $reader "$* over a reload"
-    "$@" --interval 1 >/tmp/reader 2>&1 &
-    reader=$!
-    wait_for_prints 1
-    rmmod gpon_flow || fail "gpon_flow does not unload under $*"
+    start_reader "$@"
+    unload_behind_reader "$*"
+    kill -CONT $reader
     ends $reader "$* at an unload" 3
     grep -q "the module is not loaded" /tmp/reader || fail "no reason: $(cat /tmp/reader)"
     load_again
@@ -241,7 +270,7 @@ buffers_of_a_pid_namespace() {
 # The text of a decision has the new value, and a line says so.
 entities_that_change() {
     start_trace trace --count 1
-    kill -STOP $tracer
+    stop_process $tracer
     calls 1 "$dropped"
     calls 1 "me set VLAN_TAG_FILTER_DATA 11 forwardOperation=0x10"
     kill -CONT $tracer
