@@ -1,112 +1,26 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# install the Debian packages in a fresh Debian 12 and build the modules; takes minutes, needs root
+# [--write] [chroot] [boot] install the Debian packages in a fresh Debian 12 and build the modules; needs root
+#
+# chroot: without booting it, takes minutes. boot: in an emulated machine, with an upgrade of the kernel, takes
+# most of an hour. Both are the default. --write puts the parts of boot into docs/results/package-guest.md.
+# Both download a whole system, so this is not part of "./run test".
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
+. scripts/results.sh
+. scripts/package/system.sh
+. scripts/package/chroot.sh
+. scripts/package/boot.sh
 
-# Downloads a whole system, so this is not part of "./run test".
-root=$GPON_BUILD_DIR/package-test
-
-fail() {
-    echo "test-package: $*" >&2
-    exit 1
-}
-
-inside() {
-    chroot "$root" env DEBIAN_FRONTEND=noninteractive LC_ALL=C "$@"
-}
-
-unmount_proc() {
-    ! mountpoint -q "$root/proc" || umount "$root/proc"
-}
-
-# The functions from here to check_gone are steps: each returns the status of its first failure.
-
-fresh_system() {
-    # shellcheck disable=SC2086 # nothing leaves the choice of a mirror to debootstrap
-    rm -rf "$root" && mkdir -p "$root" &&
-        debootstrap --variant=minbase bookworm "$root" ${GPON_DEBIAN_MIRROR:-} &&
-        mount -t proc proc "$root/proc"
-}
-
-install() {
-    inside apt-get -qq -y -o Acquire::Retries=3 --no-install-recommends install "$@"
-}
-
-# The program that creates device nodes is installed before the packages, as on a running system.
-install_packages_under_test() {
-    cp "${packages[@]}" "$root" &&
-        inside apt-get -qq -o Acquire::Retries=3 update &&
-        install systemd-standalone-tmpfiles man-db &&
-        install "${packages[@]/#*\//\/}" linux-headers-amd64 kmod &&
-        rm "$root"/*.deb
-}
-
-kernel_of_headers() {
-    find "$root/usr/src" -maxdepth 1 -name 'linux-headers-*-amd64' -printf '%f\n' |
-        sed 's/^linux-headers-//'
-}
-
-# DKMS has installed the module for the kernel whose headers are installed.
-check_module() {
-    local file=/lib/modules/$kernel/updates/dkms/$1.ko
-    [ -f "$root$file" ] && [ "$(inside modinfo -F vermagic "$file" | cut -d ' ' -f 1)" = "$kernel" ]
-}
-
-# Loading one module loads the other too.
-check_modules() {
-    inside dkms status
-    inside dkms status | grep -qx "gpon-flow/$version, $kernel, x86_64: installed" &&
-        check_module gpon_softonu && check_module gpon_flow &&
-        [ "$(inside modprobe -S "$kernel" --show-depends gpon_flow | grep -c updates/dkms)" = 2 ]
-}
-
-check_silence() {
-    local log=$root/var/lib/dkms/gpon-flow/$version/$kernel/x86_64/log/make.log
-    grep -q 'gpon_flow\.ko' "$log" && ! grep -n -i -E 'warning|error:|objtool' "$log"
-}
-
-# For root only: every opener can configure the line.
-check_node() {
-    local node
-    node=$(inside stat -c '%F %t:%T %a %U' /dev/gpon_flow) &&
-        echo "$node" && [ "$node" = 'character special file b8:0 600 root' ]
-}
-
-# The examples of the package print their transcripts.
-check_tool() {
-    local examples=$root/usr/share/doc/gponflow/examples
-    inside gponflow --help | grep -q '^  explain ' &&
-        [ "$(inside gponflow --version)" = "gponflow $version" ] &&
-        inside sh -c "cd ${examples#"$root"} && gponflow run --mask-lines scenarios/demo.scn" |
-        diff "$examples/scenarios/demo.transcript" -
-}
-
-check_manual() {
-    [ "$(inside man -w gponflow)" = /usr/share/man/man1/gponflow.1.gz ] &&
-        inside man gponflow-explain >"$root/page" && grep -q 'gponflow explain \[OPTIONS\]' "$root/page" &&
-        rm "$root/page"
-}
-
-check_completion() {
-    # shellcheck disable=SC2016 # the shell inside has these variables
-    [ "$(inside bash -c '
-        . /usr/share/bash-completion/completions/gponflow
-        COMP_WORDS=(gponflow set ena) COMP_CWORD=2
-        _gponflow
-        echo "${COMPREPLY[*]}"')" = enable ]
-}
-
-remove_packages() {
-    inside dpkg --purge gponflow gpon-flow-dkms
-}
-
-# A package may not remove a device node (the next boot does), and man caches its pages.
-check_gone() {
-    ! inside dkms status | grep . &&
-        ! find "$root" -xdev -name '*gpon*' ! -path "$root/dev/gpon_flow" \
-            ! -path "$root/var/cache/man/*" | grep .
-}
+write='' tests=()
+for word in "$@"; do
+    case $word in
+    --write) write=1 ;;
+    chroot | boot) tests+=("$word") ;;
+    *) fail "unknown word '$word'; there are --write, chroot and boot" ;;
+    esac
+done
+[ ${#tests[@]} != 0 ] || tests=(chroot boot)
 
 [ "$(id -u)" = 0 ] || fail "a system of its own takes root rights"
 [ "$(dpkg --print-architecture)" = amd64 ] || fail "only amd64 machines can do this"
@@ -115,19 +29,14 @@ bash scripts/run/package.sh || fail "no package was built"
 packages=("$GPON_BUILD_DIR"/packages/gpon{flow,-flow-dkms}_*.deb)
 version=$(dpkg-deb -f "${packages[0]}" Version)
 
+root=$GPON_BUILD_DIR/package-test
 trap unmount_proc EXIT
-unmount_proc
-step debian fresh_system
-step install install_packages_under_test
-kernel=$(kernel_of_headers)
-step modules check_modules
-step silence check_silence
-step node check_node
-step tool check_tool
-step manual check_manual
-step completion check_completion
-step remove remove_packages
-step gone check_gone
-unmount_proc
-rm -rf "$root"
-echo "gponflow $version runs, gpon-flow-dkms $version builds and installs for $kernel"
+for test in "${tests[@]}"; do
+    case $test in
+    chroot) test_in_chroot ;;
+    boot) test_in_guest ;;
+    esac
+done
+if [ -n "$write" ] && [[ " ${tests[*]} " == *" boot "* ]]; then
+    print_results | write_result package-guest 'The packages in a booted system'
+fi
