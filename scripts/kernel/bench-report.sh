@@ -23,6 +23,17 @@ guest_section() {
     echo "Measured by \`./run bench-kernel $(jq -rs 'map(.arch) | join(" ")' "$@") --write\`."
 }
 
+# JSON...: of each architecture a record without counters and one with them.
+counter_section() {
+    echo "Instructions that the module adds to a frame over those of a bridge. A frame makes two hook"
+    echo "calls. The module without counters is built for this comparison only."
+    echo
+    python3 scripts/kernel/guest-figures.py counters "$@"
+    echo
+    jq -rs 'unique_by(.arch)[] | "\(.arch): Linux \(.kernel), g++ \(.compiler).\n"' "$@"
+    echo "Measured by \`./run bench-kernel $(jq -rs 'map(.arch) | unique | join(" ")' "$@") --counters --write\`."
+}
+
 # ARCH=GUEST-OUTPUT...
 event_section() {
     local each

@@ -11,9 +11,10 @@ bench_program() {
         tests/kernel/bench/frame_source.c
 }
 
+# ARCH [NAME]
 bench_initramfs() {
     local arch=$1 here=$GPON_KERNEL_DIR/$1
-    GPON_GUEST_MODULES=$bench_modules bash scripts/kernel/initramfs.sh "$arch" "$here/bench.gz" \
+    GPON_GUEST_MODULES=$bench_modules bash scripts/kernel/initramfs.sh "$arch" "$here/${2:-bench}.gz" \
         "$here/frame_source" "$here/tool/bin/gponflow" \
         "$(kernel_root "$arch")/usr/bin/ovs-dpctl=/sbin/ovs-dpctl"
 }
@@ -29,19 +30,28 @@ prepare_bench() {
         step "initramfs-$1" bench_initramfs "$1"
 }
 
+# ARCH: builds a guest "countless" whose module counts nothing; prepare_bench has built its other parts.
+prepare_countless_bench() {
+    local folder=$GPON_KERNEL_DIR/$1/countless-modules
+    GPON_CORE_HEADER=$PWD/tests/kernel/bench/without_counts.h step "modules-countless-$1" \
+        bash scripts/kernel/build.sh "$1" "$(kernel_headers "$1")" "$folder" &&
+        GPON_MODULES=$folder step "initramfs-countless-$1" bench_initramfs "$1" countless
+}
+
 # ARCH GUEST-OUTPUT: prints the figures as one record.
 bench_record() {
     python3 scripts/kernel/guest-figures.py record "$1" "$(kernel_version "$1")" \
         "$("$(cross_prefix "$1")g++" -dumpfullversion)" <"$2"
 }
 
-# ARCH LOG [WORD...]: one boot, with WORDs on the kernel command line; LOG gets the guest's output.
+# ARCH LOG [WORD...]: one boot, with WORDs on the kernel command line; LOG gets the guest's output. The guest
+# is that of $bench_guest, or the usual one.
 boot_bench_guest() {
     local arch=$1 log=$2
     shift 2
     mkdir -p "${log%/*}"
     GPON_GUEST_CLOCK=instructions GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1200} \
-        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/bench.gz" script=bench/bench \
+        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/${bench_guest:-bench}.gz" script=bench/bench \
         "$@" >"$log" 2>&1 </dev/null || true
     tail -n 20 "$log"
     if ! tr -d '\r' <"$log" | grep -q '^@@ done 0$'; then

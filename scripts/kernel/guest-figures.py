@@ -6,11 +6,13 @@ usage: guest-figures.py record ARCH KERNEL COMPILER <GUEST-OUTPUT
        guest-figures.py table RECORD...
        guest-figures.py update BASELINE RECORD...
        guest-figures.py check BASELINE RECORD...
+       guest-figures.py counters RECORD-WITHOUT RECORD-WITH...
 
 record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or several times, "@@
 rules FLOWS COUNT" and "@@ calls FLOWS REMEMBERED REPLAYED WALKED" of a guest. table prints a
 Markdown table with two columns for each architecture. update makes the records the baseline, and
-check fails when gpon_flow adds over 3 % more to a frame than the baseline.
+check fails when gpon_flow adds over 3 % more to a frame than the baseline. counters prints a
+Markdown table of what gpon_flow adds to a frame without counters and with them.
 """
 
 import os
@@ -171,6 +173,17 @@ def cell(figure, added):
     return f"{text} | " + ("" if added is None else f"+{rounded(added)}")
 
 
+def counter_lines(records):
+    pairs = list(zip(records[::2], records[1::2]))
+    yield "| frame | " + " | ".join(
+        f"{one['arch']}, without counters | with them" for one, _ in pairs) + " |"
+    yield "|---|" + "--:|" * len(records)
+    for name, case in (("quick path", "gpon_flow_quick"),
+                       ("first frame of a flow", "gpon_flow_first")):
+        yield f"| {name} | " + " | ".join(
+            str(rounded(one["added"][case])) for pair in pairs for one in pair) + " |"
+
+
 # ---- the baseline
 
 def update(baseline, records):
@@ -226,6 +239,8 @@ def main(arguments):
             print(as_json(record_of(arch, kernel, compiler, sys.stdin)), end="")
         case ["table", *paths] if paths:
             print(*Table([load(path) for path in paths]).lines(), sep="\n")
+        case ["counters", *paths] if paths and len(paths) % 2 == 0:
+            print(*counter_lines([load(path) for path in paths]), sep="\n")
         case ["update", baseline, *paths] if paths:
             update(baseline, [load(path) for path in paths])
         case ["check", baseline, *paths] if paths:

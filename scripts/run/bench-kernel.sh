@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# [ARCH...] [--write] [--check [BASELINE]] [--update] [--trace-events] count instructions per frame in a real kernel
+# [ARCH...] [--write] [--check [BASELINE]] [--update] [--trace-events] [--counters] count instructions per frame in a real kernel
 #
 # Boots a guest whose clock counts instructions (arm64 unless other architectures are given) and
 # measures the cost of a subscriber's frame across a bridge, a VLAN filtering bridge, tc flower, Open
@@ -12,6 +12,9 @@
 #
 # --trace-events measures only gpon_flow, with its trace events off and on. --write then puts the table
 # into docs/results/trace-event-cost.md.
+#
+# --counters measures only bridge and gpon_flow, with the usual module and with one that counts nothing.
+# --write then puts the table into docs/results/counter-cost.md.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
@@ -22,13 +25,14 @@ set -eu
 . scripts/kernel/bench-report.sh
 
 archs=()
-write='' check='' update='' events='' baseline=bench/baseline-guest.json
+write='' check='' update='' events='' counters='' baseline=bench/baseline-guest.json
 while [ $# -gt 0 ]; do
     case $1 in
     arm64 | x86_64) archs+=("$1") ;;
     --write) write=1 ;;
     --update) update=1 ;;
     --trace-events) events=1 ;;
+    --counters) counters=1 ;;
     --check)
         check=1
         case ${2:-} in *.json) baseline=$2 && shift ;; esac
@@ -62,13 +66,30 @@ if [ -n "$events" ]; then
     exit 0
 fi
 
-# The check needs only two cases with a few frames each.
+# The guarded cases alone, with a few frames each.
+guarded=("ways=bridge,gpon_flow" counts=8 frames=800 repeats=1)
+
+if [ -n "$counters" ]; then
+    figures=()
+    for arch in "${archs[@]}"; do
+        figures+=("$GPON_BUILD_DIR/bench/guest-"{countless,counting}"-$arch.json")
+        prepare_countless_bench "$arch"
+        bench_guest=countless step "countless-$arch" boot_bench "$arch" "${figures[-2]}" "${guarded[@]}"
+        step "counting-$arch" boot_bench "$arch" "${figures[-1]}" "${guarded[@]}"
+    done
+    counter_section "${figures[@]}" | if [ -n "$write" ]; then
+        write_result counter-cost 'Cost of the counters'
+    else
+        cat
+    fi
+    exit 0
+fi
+
 if [ -n "$check$update" ]; then
     figures=()
     for arch in "${archs[@]}"; do
         figures+=("$GPON_BUILD_DIR/bench/guest-guard-$arch.json")
-        step "guard-$arch" boot_bench "$arch" "${figures[-1]}" \
-            ways=bridge,gpon_flow counts=8 frames=800 repeats=1
+        step "guard-$arch" boot_bench "$arch" "${figures[-1]}" "${guarded[@]}"
     done
     [ -z "$update" ] || python3 scripts/kernel/guest-figures.py update "$baseline" "${figures[@]}"
     [ -z "$check" ] || python3 scripts/kernel/guest-figures.py check "$baseline" "${figures[@]}"

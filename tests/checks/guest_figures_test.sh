@@ -56,4 +56,14 @@ for row in '| case | arm64 | added |' '| (a) bridge | 1000 |  |' '| (c) 64 rules
 done
 fails "a table of nothing" "usage" python3 "$figures" table
 
+bridge_and_gpon_flow 1900 3950
+mv "$tree/now.json" "$tree/countless.json"
+bridge_and_gpon_flow 2000 4000
+python3 "$figures" counters "$tree/countless.json" "$tree/now.json" | file counters
+for row in '| frame | arm64, without counters | with them |' '| quick path | 900 | 1000 |' \
+    '| first frame of a flow | 2950 | 3000 |'; do
+    passes "the row $row" grep -qxF -- "$row" "$tree/counters"
+done
+fails "counters of one record" "usage" python3 "$figures" counters "$tree/now.json"
+
 exit "$proofs_failed"
