@@ -229,6 +229,7 @@ reader_continues() {
     wait_for_prints $((prints + 2))
     kill -TERM $reader
     ends $reader "$* over a reload"
+    grep -q "loaded again" /tmp/reader || fail "$* does not note the reload: $(cat /tmp/reader)"
     start_reader "$@"
     unload_behind_reader "$*"
     kill -CONT $reader

@@ -9,7 +9,9 @@
 #include "tests/explain/lines.h"
 #include "tool/live/change_printer.h"
 #include "tool/live/change_text.h"
+#include "tool/live/counter_text.h"
 #include "tool/live/process_reader.h"
+#include "tool/live/watch.h"
 #include "tool/scenario/captured_run.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
@@ -127,6 +129,131 @@ TEST(table, has_as_many_rules_as_its_total_says_after_one_dump)
     EXPECT_EQ(read.total, 2u);
     EXPECT_EQ(grows.dumps, 1);
     EXPECT_FALSE(grows.changed_while_read());
+}
+
+// A module whose table grows, or that is loaded again, during its first dumps.
+class replaced_module final : public module_reader {
+public:
+    replaced_module(unsigned growths, unsigned loads) : growths_(growths), loads_(loads) {}
+
+    std::vector<counter_value> counters() override
+    {
+        next_load();
+        return {{"calls_up_uni", "", load_ * 1000u}};
+    }
+    engine_state state() override
+    {
+        return {
+            .enabled = true, .rules = 0, .buckets = buckets_, .threshold = buckets_, .store = {}};
+    }
+    std::vector<seen_rule> rules() override
+    {
+        ++dumps;
+        next_load();
+        if (growths_ != 0) {
+            --growths_;
+            buckets_ *= 2;
+        }
+        return std::vector<seen_rule>(load_);
+    }
+    std::vector<dumped_instance> instances() override { return {}; }
+    unsigned load_number() const override { return load_; }
+
+    int dumps = 0;
+
+private:
+    void next_load()
+    {
+        if (loads_ == 0)
+            return;
+        --loads_;
+        ++load_;
+    }
+
+    unsigned growths_;
+    unsigned loads_;
+    unsigned load_ = 1;
+    unsigned buckets_ = 64;
+};
+
+TEST(table, is_read_again_if_it_grew_meanwhile)
+{
+    replaced_module grows(2, 0);
+    const rule_table read = grows.table();
+    EXPECT_EQ(read.buckets, 256u);
+    EXPECT_EQ(read.threshold, 256u);
+    EXPECT_EQ(grows.dumps, 3);
+    EXPECT_FALSE(grows.changed_while_read());
+}
+
+TEST(table, is_of_one_module)
+{
+    replaced_module loaded_again(0, 1);
+    const rule_table read = loaded_again.table();
+    EXPECT_EQ(read.total, 2u);
+    EXPECT_EQ(loaded_again.dumps, 2);
+}
+
+TEST(table, that_always_grows_ends_with_a_note)
+{
+    replaced_module grows(1000, 0);
+    EXPECT_GE(grows.table().buckets, 64u);
+    EXPECT_LT(grows.dumps, 20);
+    EXPECT_TRUE(grows.changed_while_read());
+}
+
+TEST(snapshot, is_of_one_module_and_counts_reloads)
+{
+    replaced_module module(0, 2);
+    const counter_snapshot first = read_snapshot(module, nullptr);
+    EXPECT_EQ(first.load, 3u);
+    EXPECT_EQ(first.counters.front().value, 3000u);
+    EXPECT_EQ(first.reloads, 0u);
+    replaced_module other(0, 0);
+    const counter_snapshot second = read_snapshot(other, &first);
+    EXPECT_EQ(second.reloads, 1u);
+    EXPECT_EQ(read_snapshot(other, &second).reloads, 1u);
+}
+
+// The counters of another module are no increase.
+TEST(snapshot, of_another_module_has_no_rates)
+{
+    const counter_snapshot before{{}, {{"calls_up_uni", "Frames", 10}}, 1, 0};
+    const counter_snapshot same{{}, {{"calls_up_uni", "Frames", 30}}, 1, 0};
+    const counter_snapshot other{{}, {{"calls_up_uni", "Frames", 30}}, 2, 1};
+    std::ostringstream out, out_of_other, json_of_same, json_of_other;
+    print_counters(same, {&before, 10}, false, out);
+    EXPECT_THAT(out.str(), testing::HasSubstr("calls_up_uni  30     2.0         Frames"));
+    EXPECT_THAT(out.str(), testing::Not(testing::HasSubstr("loaded again")));
+    print_counters(other, {&before, 10}, false, out_of_other);
+    EXPECT_THAT(out_of_other.str(), testing::HasSubstr("calls_up_uni  30     -           Frames"));
+    EXPECT_THAT(out_of_other.str(), testing::HasSubstr("\nthe module was loaded again: "));
+    print_counters_json(same, true, json_of_same);
+    print_counters_json(other, true, json_of_other);
+    EXPECT_THAT(json_of_same.str(), testing::Not(testing::HasSubstr("reloads")));
+    EXPECT_THAT(json_of_other.str(), testing::HasSubstr("\"reloads\":1"));
+}
+
+// The second module has a rule with the key of the first one, and with more hits.
+TEST(rule_watch, begins_anew_with_another_module)
+{
+    rule_table table{1, 64, 48, {dumped_rule{}}};
+    rule_watch watch;
+    table.rules.front().hits = 5;
+    watch.update(table, 0, 1);
+    table.rules.front().hits = 7;
+    watch.update(table, 2, 1);
+    EXPECT_EQ(watch.rules.begin()->second.rate, 1.0);
+    EXPECT_EQ(watch.lines(2, "s").back(), "1 rule");
+    EXPECT_THAT(watch.json_line(2, "s"), testing::Not(testing::HasSubstr("reloads")));
+    table.rules.front().hits = 100;
+    watch.update(table, 4, 2);
+    const watched_rule& anew = watch.rules.begin()->second;
+    EXPECT_EQ(anew.since, 4u);
+    EXPECT_TRUE(anew.from_before);
+    EXPECT_EQ(anew.rate, 0.0);
+    EXPECT_EQ(watch.lines(4, "s").back(), "module loaded again 1 time; 1 rule");
+    EXPECT_THAT(watch.json_line(4, "s"), testing::HasSubstr("\"reloads\":1"));
 }
 
 using changes = module_reader_test;

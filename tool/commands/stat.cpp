@@ -30,10 +30,10 @@ struct timed_snapshot {
     stat_clock::time_point taken;
 };
 
-timed_snapshot take_snapshot(module_reader& reader)
+timed_snapshot take_snapshot(module_reader& reader, const timed_snapshot* before)
 {
     timed_snapshot result;
-    result.counters = {reader.state(), reader.counters()};
+    result.counters = read_snapshot(reader, before ? &before->counters : nullptr);
     result.taken = stat_clock::now();
     return result;
 }
@@ -55,12 +55,12 @@ void print(const stat_request& request, const timed_snapshot& now, const timed_s
 
 int print_stat(const stat_request& request, module_reader& reader)
 {
-    timed_snapshot last = take_snapshot(reader);
+    timed_snapshot last = take_snapshot(reader, nullptr);
     print(request, last, nullptr);
     if (request.interval != 0) {
         stop_signals stop;
         while (std::cout && !stop.wait(-1, static_cast<int>(request.interval) * 1000)) {
-            timed_snapshot now = take_snapshot(reader);
+            timed_snapshot now = take_snapshot(reader, &last);
             print(request, now, &last);
             last = std::move(now);
         }

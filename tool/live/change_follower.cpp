@@ -10,9 +10,9 @@ namespace gponflow {
 
 namespace {
 
-// More than a socket holds: the changes that came before a signal are read, and not those of a
-// flood behind it.
-constexpr int most_reads_behind_signal = 8;
+// More than a socket of 8 MiB holds: each change in it takes more than 256 bytes, and a read takes
+// 1000 changes. A signal ends a flood also if the module does not number its changes.
+constexpr int most_reads_behind_signal = 40;
 
 class change_follower {
 public:
@@ -26,8 +26,8 @@ public:
         notes_ << "gponflow: monitoring; Ctrl-C ends" << std::endl;
         while (out && !printer_.is_complete() && !is_over())
             take_arrived();
-        if (out && !printer_.is_complete() && has_unread())
-            count_missing(unloaded_ ? std::nullopt : source_.current_number());
+        if (out && !printer_.is_complete() && has_unread() && !has_reached_signal())
+            count_missing(at_signal_);
         if (unloaded_)
             notes_ << "gponflow: the module was unloaded\n";
     }
@@ -36,17 +36,28 @@ private:
     // Changes that have arrived, or were dropped without a later change that shows it.
     bool has_unread() const { return more_ || behind_; }
 
+    // All changes that came before the signal are printed, or counted as missing.
+    bool has_reached_signal() const { return at_signal_ && printer_.has_reached(*at_signal_); }
+
     bool is_over() const
     {
-        if (stopped_ && reads_left_ == 0)
+        if (stopped_ && (reads_left_ == 0 || has_reached_signal()))
             return true;
         return (stopped_ || unloaded_) && !has_unread();
     }
 
+    void wait()
+    {
+        const bool stopped = stop_.wait(source_.number(), has_unread() ? 0 : -1);
+        if (stopped && !stopped_)
+            at_signal_ = source_.current_number();
+        stopped_ = stopped;
+        reads_left_ -= stopped_;
+    }
+
     void take_arrived()
     {
-        stopped_ = stop_.wait(source_.number(), has_unread() ? 0 : -1);
-        reads_left_ -= stopped_;
+        wait();
         // Before the reading: changes up to this number are in the socket, or dropped.
         const std::optional<uint32_t> last =
             behind_ && !more_ && !unloaded_ ? source_.current_number() : std::nullopt;
@@ -76,6 +87,7 @@ private:
     bool more_ = false;   ///< not read
     bool behind_ = false; ///< changes were dropped, and their number is not printed
     int reads_left_ = most_reads_behind_signal;
+    std::optional<uint32_t> at_signal_; ///< number of the last change before the signal
 };
 
 } // namespace

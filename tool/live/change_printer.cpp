@@ -39,6 +39,11 @@ bool change_printer::end_at(std::optional<uint32_t> number)
     return true;
 }
 
+bool change_printer::has_reached(uint32_t number) const
+{
+    return last_ && *last_ - number < numbers_apart;
+}
+
 void change_printer::print_missing(uint32_t count)
 {
     if (count != 0)

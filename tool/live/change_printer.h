@@ -30,6 +30,9 @@ public:
     /// of the last one is not known, so nobody knows whether some are missing.
     [[nodiscard]] bool end_at(std::optional<uint32_t> number);
 
+    /// Whether all changes up to this number have been taken, or are known to be missing.
+    [[nodiscard]] bool has_reached(uint32_t number) const;
+
     [[nodiscard]] bool is_complete() const
     {
         return format_.count != 0 && printed_ >= format_.count;

@@ -24,7 +24,8 @@ public:
     /// Passes on the changes that have arrived, a limited number of them. Throws refusal.
     [[nodiscard]] virtual arrival read(const change_sink& sink) = 0;
 
-    /// Number of the last change so far. Nothing if the module does not say it, or is gone.
+    /// Number of the last change so far. Nothing if the module does not say it, or is gone, also
+    /// if it was loaded again.
     [[nodiscard]] virtual std::optional<uint32_t> current_number() = 0;
 
     /// Descriptor to poll for changes.

@@ -13,7 +13,7 @@ namespace gponflow {
 
 namespace {
 
-// A counter of another module, loaded meanwhile, may be smaller than before.
+// The sum of the CPUs may be smaller than before while frames count.
 std::string increase_text(uint64_t now, uint64_t before, double seconds)
 {
     if (now <= before || seconds <= 0)
@@ -23,6 +23,18 @@ std::string increase_text(uint64_t now, uint64_t before, double seconds)
     return text;
 }
 
+bool is_loaded_again(const counter_snapshot& now, const counter_rates& rates)
+{
+    return rates.before && rates.before->load != now.load;
+}
+
+std::string rate_cell_of(const counter_snapshot& now, const counter_rates& rates, size_t at)
+{
+    if (is_loaded_again(now, rates) || at >= rates.before->counters.size())
+        return "-";
+    return increase_text(now.counters[at].value, rates.before->counters[at].value, rates.seconds);
+}
+
 void print_metric(std::ostream& out, const std::string& name, const std::string& type,
                   const std::string& meaning, uint64_t value)
 {
@@ -30,7 +42,25 @@ void print_metric(std::ostream& out, const std::string& name, const std::string&
         << name << (type == "counter" ? "_total " : " ") << value << '\n';
 }
 
+// Readings of a module that is loaded again during each of them.
+constexpr int most_readings = 5;
+
 } // namespace
+
+counter_snapshot read_snapshot(module_reader& reader, const counter_snapshot* before)
+{
+    counter_snapshot result;
+    for (int readings = 0; readings < most_readings; ++readings) {
+        result.state = reader.state();
+        result.load = reader.load_number();
+        result.counters = reader.counters();
+        if (result.load == reader.load_number())
+            break;
+    }
+    if (before)
+        result.reloads = before->reloads + (result.load != before->load);
+    return result;
+}
 
 void print_counters(const counter_snapshot& now, const counter_rates& rates, bool all,
                     std::ostream& out)
@@ -46,12 +76,12 @@ void print_counters(const counter_snapshot& now, const counter_rates& rates, boo
         std::vector<std::string>& row = table.rows.emplace_back();
         row = {one.name, std::to_string(one.value)};
         if (rates.before)
-            row.push_back(increase_text(
-                one.value, i < rates.before->counters.size() ? rates.before->counters[i].value : 0,
-                rates.seconds));
+            row.push_back(rate_cell_of(now, rates, i));
         row.push_back(one.meaning);
     }
     table.print(out, {});
+    if (is_loaded_again(now, rates))
+        out << "the module was loaded again: its counters started at 0\n";
     out << counted(now.state.rules, "rule") << " in " << now.state.buckets << " buckets, engine "
         << (now.state.enabled ? "enabled" : "disabled") << '\n';
 }
@@ -66,6 +96,8 @@ void print_counters_json(const counter_snapshot& now, bool one_line, std::ostrea
     whole["rules"] = now.state.rules;
     whole["buckets"] = now.state.buckets;
     whole["threshold"] = now.state.threshold;
+    if (now.reloads != 0)
+        whole["reloads"] = now.reloads;
     whole["counters"] = std::move(counters);
     if (one_line)
         print_json_line(whole, out);

@@ -2,6 +2,7 @@
 // Counters as a table, as JSON and as OpenMetrics text.
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 #include <vector>
 
@@ -12,15 +13,22 @@ namespace gponflow {
 struct counter_snapshot {
     engine_state state;
     std::vector<counter_value> counters;
+    unsigned load = 0;    ///< of module_reader
+    uint64_t reloads = 0; ///< snapshots of another module than the one before
 };
+
+/// Reads the state and the counters of one module. before: the snapshot before, or null. Throws
+/// refusal.
+[[nodiscard]] counter_snapshot read_snapshot(module_reader& reader, const counter_snapshot* before);
 
 /// Increases a second since an earlier snapshot.
 struct counter_rates {
-    const counter_snapshot* before = nullptr; ///< null: no rates
+    const counter_snapshot* before = nullptr; ///< null: no rates; none if of another module
     double seconds = 0;
 };
 
-/// A line a counter; counters that are 0 only if `all`.
+/// A line a counter; counters that are 0 only if `all`. A note if the module was loaded again
+/// since the snapshot before.
 void print_counters(const counter_snapshot& now, const counter_rates& rates, bool all,
                     std::ostream& out);
 

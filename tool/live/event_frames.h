@@ -40,7 +40,8 @@ public:
     static constexpr unsigned most_quiet_reads = 100;
 
     /// The same for a frame that passes upstream to the ANI: the module prints its log before it
-    /// drops the frame for lack of a queue.
+    /// drops the frame for lack of a queue. At 100 ms each they are enough for its two lines of
+    /// 140 characters on a console of 9600 bit/s, which take 150 ms.
     static constexpr unsigned queue_quiet_reads = 5;
 
     /// Passes on the frames that ended before the last call of this function, and those whose end

@@ -197,6 +197,8 @@ public:
         return dump(GPON_FLOW_NL_CMD_GET_INSTANCES, instance_in);
     }
 
+    unsigned load_number() const override { return family_.family_number(); }
+
 private:
     template <typename T> std::vector<T> dump(uint8_t command, T (*record_in)(const nlmsghdr& head))
     {
@@ -256,16 +258,19 @@ void read_table_event(const nlmsghdr& head, gpon_event& event, uint32_t& number)
 }
 
 // By a socket of its own: events may already be queued on the one that has joined. Nothing if the
-// module does not number its events.
-std::optional<uint32_t> last_event()
+// module does not number its events, or if another module replies: it was loaded meanwhile.
+std::optional<uint32_t> last_event(const netlink_family& of)
 {
     std::optional<uint32_t> number;
-    netlink_family::open().request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
+    netlink_family asked = netlink_family::open();
+    asked.request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
         for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
             if (type == GPON_FLOW_NL_STATE_EVENT)
                 number = static_cast<uint32_t>(number_of(at));
         });
     });
+    if (asked.family_number() != of.family_number())
+        return {};
     return number;
 }
 
@@ -327,7 +332,7 @@ kernel_changes kernel_changes::open()
     for (;;) {
         auto opened = std::make_unique<connection>(netlink_family::open());
         opened->family.join_events();
-        opened->last_number = last_event();
+        opened->last_number = last_event(opened->family);
         // The group may be that of a module that was loaded again before the socket joined it.
         if (!opened->family.is_gone())
             return kernel_changes(std::move(opened));
@@ -347,7 +352,7 @@ kernel_changes::arrival kernel_changes::read(const change_sink& sink)
 std::optional<uint32_t> kernel_changes::current_number()
 {
     try {
-        return last_event();
+        return last_event(connection_->family);
     } catch (const refusal&) {
         return {};
     }

@@ -5,17 +5,43 @@
 
 namespace gponflow {
 
-rule_table module_reader::table()
+namespace {
+
+// Readings of a table that grows during each of them.
+constexpr int most_readings = 5;
+
+bool is_same_size(const engine_state& left, const engine_state& right)
 {
-    const engine_state now = state();
-    std::vector<seen_rule> seen = rules();
-    rule_table result{static_cast<unsigned>(seen.size()), now.buckets, now.threshold, {}};
+    return left.buckets == right.buckets && left.threshold == right.threshold;
+}
+
+rule_table table_of(std::vector<seen_rule> seen, const engine_state& state)
+{
+    rule_table result{static_cast<unsigned>(seen.size()), state.buckets, state.threshold, {}};
     for (seen_rule& one : seen) {
         one.rule.hits = one.hits;
         one.rule.idle_ms = one.idle;
         result.rules.push_back(std::move(one.rule));
     }
     return result;
+}
+
+} // namespace
+
+// The size and the rules come from two requests.
+rule_table module_reader::table()
+{
+    engine_state before = state();
+    for (int readings = 1;; ++readings) {
+        const unsigned load = load_number();
+        std::vector<seen_rule> seen = rules();
+        const engine_state after = state();
+        const bool is_whole = is_same_size(before, after) && load == load_number();
+        changed_ = changed_ || (!is_whole && readings == most_readings);
+        if (is_whole || readings == most_readings)
+            return table_of(std::move(seen), after);
+        before = after;
+    }
 }
 
 } // namespace gponflow

@@ -24,8 +24,12 @@ public:
     /// In the order of the module's dump.
     [[nodiscard]] virtual std::vector<dumped_instance> instances() = 0;
 
-    /// Size and rules with their use, as a table, from one reading of the rules. The total is
-    /// always their number, also if the module learns a rule between the two requests.
+    /// Number of the load of the module that replied last: a module that is loaded again has
+    /// another one, so two readings with the same number are of one module.
+    [[nodiscard]] virtual unsigned load_number() const { return 0; }
+
+    /// Size and rules with their use, as a table. The total is always the number of the rules, also
+    /// if the module learns a rule meanwhile. All are read again if the table has grown.
     [[nodiscard]] rule_table table();
 
     /// Whether the module changed rules or instances during each of several dumps, so the last

@@ -45,22 +45,40 @@ void netlink_family::closer::operator()(mnl_socket* socket) const
 
 netlink_family::netlink_family(mnl_socket* socket) : socket_(socket), buffer_(buffer_bytes) {}
 
+netlink_family netlink_family::connect()
+{
+    netlink_family result(mnl_socket_open2(NETLINK_GENERIC, SOCK_CLOEXEC));
+    if (!result.socket_ || mnl_socket_bind(result.socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0)
+        refuse(errno);
+    return result;
+}
+
 netlink_family netlink_family::open()
 {
-    netlink_family found(mnl_socket_open2(NETLINK_GENERIC, SOCK_CLOEXEC));
-    if (!found.socket_ || mnl_socket_bind(found.socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0)
-        refuse(errno);
+    netlink_family found = connect();
     found.find();
     return found;
 }
 
-void netlink_family::find()
+std::optional<uint16_t> netlink_family::find_number(const char* name)
+{
+    netlink_family asked = connect();
+    return asked.look_up(name) ? std::optional(asked.family_) : std::nullopt;
+}
+
+// Returns false if the kernel has no family of this name.
+bool netlink_family::look_up(const char* name)
 {
     family_ = 0;
-    send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, GPON_FLOW_NL_FAMILY);
+    send(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, NLM_F_ACK, name);
     while (!take(receive(), [this](const nlmsghdr& head) { read_group(head); }).done)
         continue;
-    if (family_ == 0)
+    return family_ != 0;
+}
+
+void netlink_family::find()
+{
+    if (!look_up(GPON_FLOW_NL_FAMILY))
         refuse(ENOENT);
 }
 
@@ -225,11 +243,7 @@ netlink_family::arrival netlink_family::read_events(const message_sink& sink)
 // another number.
 bool netlink_family::is_gone() const
 {
-    try {
-        return open().family_ != family_;
-    } catch (const refusal&) {
-        return true;
-    }
+    return find_number(GPON_FLOW_NL_FAMILY) != family_;
 }
 
 } // namespace gponflow

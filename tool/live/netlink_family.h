@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 struct mnl_socket;
@@ -17,6 +18,10 @@ class netlink_family {
 public:
     /// Finds the family of the loaded module.
     [[nodiscard]] static netlink_family open();
+
+    /// Number of the family of this name. Nothing if the kernel has none; if it cannot be asked,
+    /// this throws.
+    [[nodiscard]] static std::optional<uint16_t> find_number(const char* name);
 
     using message_sink = std::function<void(const nlmsghdr&)>;
 
@@ -44,6 +49,10 @@ public:
     /// Whether the family was removed, also if another one has its name.
     [[nodiscard]] bool is_gone() const;
 
+    /// Of the module that replied last, or of the one that open() found. A module that is loaded
+    /// again has another one.
+    [[nodiscard]] uint16_t family_number() const { return family_; }
+
     [[nodiscard]] int number() const;
 
 private:
@@ -58,7 +67,9 @@ private:
 
     explicit netlink_family(mnl_socket* socket);
 
+    [[nodiscard]] static netlink_family connect();
     void find();
+    [[nodiscard]] bool look_up(const char* name);
     void send(uint16_t type, uint8_t command, uint16_t flags, const char* family_name = nullptr);
     size_t receive();
     reply request_once(uint8_t command, bool dump, const message_sink& sink);

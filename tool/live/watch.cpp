@@ -56,8 +56,20 @@ std::string rate_cell(double rate)
 
 } // namespace
 
-void rule_watch::update(const rule_table& table, uint64_t now)
+// The rules of another module have counted no hits before, also those with the key of a known one.
+void rule_watch::begin_anew_if_loaded_again(unsigned load)
 {
+    if (began_ && load != load_) {
+        ++reloads_;
+        rules.clear();
+        began_ = false;
+    }
+    load_ = load;
+}
+
+void rule_watch::update(const rule_table& table, uint64_t now, unsigned load)
+{
+    begin_anew_if_loaded_again(load);
     table_ = table;
     const double units = static_cast<double>(now - updated_) / static_cast<double>(unit_);
     std::map<flow_key, watched_rule> kept;
@@ -71,6 +83,12 @@ void rule_watch::update(const rule_table& table, uint64_t now)
     rules = std::move(kept);
     updated_ = now;
     began_ = true;
+}
+
+std::string rule_watch::last_line() const
+{
+    const std::string text = counted(table_.total, "rule");
+    return reloads_ == 0 ? text : "module loaded again " + counted(reloads_, "time") + "; " + text;
 }
 
 std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit) const
@@ -102,7 +120,7 @@ std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit
                     to_text(rule->key.tags), path_text(rule->steps)});
     }
     std::vector<std::string> result = table.lines();
-    result.push_back(counted(table_.total, "rule"));
+    result.push_back(last_line());
     return result;
 }
 
@@ -123,6 +141,8 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
     json whole = json_document("watch");
     whole["unit"] = unit;
     whole["total"] = table_.total;
+    if (reloads_ != 0)
+        whole["reloads"] = reloads_;
     whole["rules"] = std::move(all);
     std::ostringstream text;
     print_json_line(whole, text);

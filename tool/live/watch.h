@@ -28,8 +28,9 @@ class rule_watch {
 public:
     explicit rule_watch(uint64_t ticks_a_unit = 1) : unit_(ticks_a_unit) {}
 
-    /// Takes the current table and drops rules that are not in it.
-    void update(const rule_table& table, uint64_t now);
+    /// Takes the current table and drops rules that are not in it. load: of module_reader; the
+    /// table of another module begins anew, with ages and rates of its own.
+    void update(const rule_table& table, uint64_t now, unsigned load = 0);
 
     /// Titles and rules, the rule with most hits first, then the youngest.
     [[nodiscard]] std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
@@ -41,6 +42,8 @@ public:
     std::map<flow_key, watched_rule> rules;
 
 private:
+    void begin_anew_if_loaded_again(unsigned load);
+    [[nodiscard]] std::string last_line() const;
     [[nodiscard]] uint64_t age(const watched_rule& one, uint64_t now) const
     {
         return (now - one.since) / unit_;
@@ -50,6 +53,8 @@ private:
     rule_table table_;
     uint64_t updated_ = 0;
     bool began_ = false;
+    unsigned load_ = 0;    ///< of the table
+    uint64_t reloads_ = 0; ///< updates that found another module than the one before
 };
 
 /// Runs a scenario and counts hits; time is in jiffies. Returns the lines after the last command.

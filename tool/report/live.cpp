@@ -132,9 +132,10 @@ report_data live_report(module_reader& module)
 {
     report_data data;
     data.live = live_state{module.counters(), module.state().enabled, false};
+    const unsigned load = module.load_number();
     data.entities = model_of(module.instances());
     data.rules = module.table();
-    data.live->changed = module.changed_while_read();
+    data.live->changed = module.changed_while_read() || module.load_number() != load;
     add_flows(data);
     data.findings = check_provisioning(data.entities, {false, {}}).findings;
     return data;
