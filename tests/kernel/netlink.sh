@@ -109,6 +109,7 @@ known_events() {
     grep -qF "gone $rule used=1 hits=4 " /tmp/events || fail "not its hits: $(cat /tmp/events)"
     grep -q "^changed class=280 id=0x77 change=1 event=[0-9]*$" /tmp/events ||
         fail "no created instance: $(cat /tmp/events)"
+    wait_for "^created " /tmp/monitor $monitor
     kill -INT "$monitor"
     wait "$monitor" || fail "monitor: $(cat /tmp/monitor.errors)"
     expect "learnt rules that monitor printed" 1 "$(grep -c "^learnt " /tmp/monitor)"
