@@ -130,5 +130,5 @@ prepare_guest() {
     for tracer in $(guest_tracers); do
         cp -al "$(tracer_root "$guest_arch" "$tracer")" "$here/kernel/"
     done
-    rm -rf "$here/kernel/$guest_arch"/{modules*,initramfs.gz}
+    rm -rf "$here/kernel/$guest_arch"/{modules*,initramfs.cpio}
 }

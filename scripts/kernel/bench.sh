@@ -14,7 +14,7 @@ bench_program() {
 # ARCH [NAME]
 bench_initramfs() {
     local arch=$1 here=$GPON_KERNEL_DIR/$1
-    GPON_GUEST_MODULES=$bench_modules bash scripts/kernel/initramfs.sh "$arch" "$here/${2:-bench}.gz" \
+    GPON_GUEST_MODULES=$bench_modules bash scripts/kernel/initramfs.sh "$arch" "$here/${2:-bench}.cpio" \
         "$here/frame_source" "$here/tool/bin/gponflow" \
         "$(kernel_root "$arch")/usr/bin/ovs-dpctl=/sbin/ovs-dpctl"
 }
@@ -51,7 +51,7 @@ boot_bench_guest() {
     shift 2
     mkdir -p "${log%/*}"
     GPON_GUEST_CLOCK=instructions GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-1200} \
-        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/${bench_guest:-bench}.gz" script=bench/bench \
+        bash scripts/kernel/boot.sh "$arch" "$GPON_KERNEL_DIR/$arch/${bench_guest:-bench}.cpio" script=bench/bench \
         "$@" >"$log" 2>&1 </dev/null || true
     tail -n 20 "$log"
     if ! tr -d '\r' <"$log" | grep -q '^@@ done 0$'; then

@@ -18,7 +18,7 @@ prepare_debug_guest() {
         step "programs-$arch" bash scripts/kernel/programs.sh "$arch" "$programs" &&
         step "tool-$arch" bash scripts/kernel/tool.sh "$arch" "$tool" &&
         GPON_KERNEL_BUILD=$kernel GPON_MODULES=$folder step "initramfs-$arch-$flavour" \
-            bash scripts/kernel/initramfs.sh "$arch" "$kernel-initramfs.gz" \
+            bash scripts/kernel/initramfs.sh "$arch" "$kernel-initramfs.cpio" \
             "$programs"/* "$tool/bin/gponflow"
 }
 
@@ -34,7 +34,7 @@ boot_debug() {
     kernel=$(debug_kernel "$arch" "$flavour")
     GPON_GUEST_CLOCK=$clock GPON_GUEST_MEMORY=2048 GPON_GUEST_SECONDS=${GPON_GUEST_SECONDS:-3600} \
         GPON_KERNEL_IMAGE=$(debug_image "$arch" "$flavour") \
-        bash scripts/kernel/boot.sh "$arch" "$kernel-initramfs.gz" \
+        bash scripts/kernel/boot.sh "$arch" "$kernel-initramfs.cpio" \
         "tests=$(IFS=,; echo "$*")" "${guest_words[@]}" >"$log" 2>&1 || true
     show_guest_log "$log" "$arch"
     guest_log_is_good "$log" "$@"

@@ -25,7 +25,7 @@ all_panic_tests() {
 
 # KERNEL: its file; GPON_INITRAMFS is the one for another kernel.
 guest_initramfs() {
-    echo "${GPON_INITRAMFS:-$(kernel_dir "$1")/initramfs.gz}"
+    echo "${GPON_INITRAMFS:-$(kernel_dir "$1")/initramfs.cpio}"
 }
 
 # KERNEL: builds all parts of a guest; "preparing" is the step that failed. The programs depend on the

@@ -191,6 +191,8 @@ fi
 put_tests
 put_scenarios
 put_further_files "$@"
-(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0 | gzip -1) >"$output.new"
+# Not compressed: the emulated kernel unpacks at each boot, which costs more than the copy of a longer
+# file.
+(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) >"$output.new"
 # Replaced and not rewritten: a copy by hard links may be in use.
 mv "$output.new" "$output"

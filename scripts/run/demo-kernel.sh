@@ -12,7 +12,7 @@ need kernel cross build
 prepare_guest "$arch"
 log=$GPON_BUILD_DIR/logs/demo-kernel.log
 GPON_GUEST_SECONDS=300 bash scripts/kernel/boot.sh "$arch" \
-    "$GPON_KERNEL_DIR/$arch/initramfs.gz" script=demo </dev/null 2>&1 |
+    "$GPON_KERNEL_DIR/$arch/initramfs.cpio" script=demo </dev/null 2>&1 |
     tr -d '\r' | tee "$log" | sed -n '/^==/,$p' | sed '/^@@ done/,$d'
 if ! grep -q '^@@ done 0' "$log"; then
     echo "the demo did not come to its end, its whole output is in $log" >&2

@@ -59,7 +59,7 @@ if [ -n "${GPON_KERNEL_BUILD:-}${GPON_KERNEL_IMAGE:-}$own_arch" ]; then
     GPON_KERNEL_BUILD=$(readlink -f "$GPON_KERNEL_BUILD")
     GPON_KERNEL_IMAGE=$(readlink -f "$GPON_KERNEL_IMAGE")
     export GPON_MODULES=${GPON_MODULES:-$GPON_KERNEL_DIR/$own_arch-own-modules}
-    export GPON_INITRAMFS=$GPON_KERNEL_DIR/$own_arch-own-initramfs.gz
+    export GPON_INITRAMFS=$GPON_KERNEL_DIR/$own_arch-own-initramfs.cpio
     kernels=("$own_arch")
 fi
 [ ${#kernels[@]} -gt 0 ] || kernels=(arm64 x86_64)
