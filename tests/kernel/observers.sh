@@ -47,6 +47,14 @@ start_trace() {
     wait_for "/tmp/$name.errors" tracing $tracer
 }
 
+# A trace leaves the scheduler as it is: the kernel patches it to record the names of processes.
+names_of_processes_are_off() {
+    start_trace trace
+    ! grep -x record-cmd $tracing/instances/gponflow-*/trace_options || fail "the names are recorded"
+    kill -INT $tracer
+    ends $tracer "trace without a frame"
+}
+
 start_monitor() {
     rm -f /tmp/monitor.errors
     gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
@@ -290,6 +298,7 @@ if [ -d $tracing/events/gpon_flow ]; then
     buffer_of_a_used_number
     buffers_of_a_pid_namespace
     entities_that_change
+    names_of_processes_are_off
     trace_of_waiting_events
     trace_at_unload
     killed_trace_before_unload
