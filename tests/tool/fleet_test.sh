@@ -19,19 +19,24 @@ python3 "$root/docs/fleet/generate-lines.py" again 210
 sed 's/^again/lines/' again/list | cmp - lines/list || complain 'the list differs'
 diff -r -x list lines again || complain 'the same seed gives other captures'
 
-# The lines do not depend on the number of processes, and their order is that of the inputs.
+# The lines do not depend on the number of processes, and their order is that of the inputs. The first
+# run searches for leaks; names on the command line are among the broken inputs below.
 expect_status 1 check --jobs 1 --files lines/list
 cp out one
-expect_status 1 check --jobs 4 --files lines/list
+without_leak_search expect_status 1 check --jobs 4 --files lines/list
 cmp -s one out || complain 'the output depends on the number of processes'
 [ "$(grep -oP '"input":"\K[^"]+' out | diff - lines/list | wc -l)" = 0 ] ||
     complain 'the lines are not in the order of the inputs'
-expect_status 1 check lines/*.pcap
+without_leak_search expect_status 1 check lines/*.pcap
 cmp -s one out || complain 'names on the command line and in a list differ'
 status=0
-"$tool" check --files - <lines/list >out || status=$?
+without_leak_search "$tool" check --files - <lines/list >out || status=$?
 [ "$status" = 1 ] || complain "a list from standard input: exit status $status"
 cmp -s one out || complain 'a list from standard input differs'
+status=0
+head -n 2 lines/list | "$tool" check --files - >out || status=$? # searches for leaks
+[ "$status" = 0 ] || complain "two lines from standard input: exit status $status"
+head -n 2 one | cmp -s - out || complain 'two lines from standard input differ'
 
 # Standard input is one of the inputs, once.
 status=0
@@ -84,8 +89,8 @@ expect_count 2 'No such file'
 # Memory does not grow with the number of inputs. The documents of omci have 7 KB: were they kept,
 # 840 would take 6 MB. Under the address sanitizer freed memory is kept, here at most 1 MB.
 most_memory() { # LIST
-    ASAN_OPTIONS=${ASAN_OPTIONS:-}:quarantine_size_mb=1 \
-        python3 -c '
+    ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}quarantine_size_mb=1 \
+        without_leak_search python3 -c '
 import resource, subprocess, sys
 subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, check=False)
 print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' "$tool" omci --jobs 2 --files "$1"

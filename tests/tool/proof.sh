@@ -14,6 +14,12 @@ cd "$folder" || exit
 # shellcheck source=scripts/complain.sh
 . "$root/scripts/complain.sh"
 
+# COMMAND...: under the address sanitizer without the search for leaks at each exit. For repetitions of
+# a run that is searched once.
+without_leak_search() {
+    ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0 "$@"
+}
+
 # STATUS ARGUMENT...: standard output goes to the file out, standard error to err.
 expect_status() {
     local expected=$1 status=0
