@@ -44,20 +44,20 @@ unpacked_x86_64() {
 # Whether KVM works: on some machines /dev/kvm exists but starts no guest. Tests it once with an empty
 # guest.
 kvm_works() {
-    local answer=$GPON_KERNEL_DIR/$arch/kvm
+    local record=$GPON_KERNEL_DIR/$arch/kvm
     if [ "$(uname -m)" != "$arch" ] || [ ! -w /dev/kvm ]; then
         return 1
     fi
-    if [ ! -f "$answer" ]; then
+    if [ ! -f "$record" ]; then
         if timeout 30 "$emulator" -M q35 -accel kvm -cpu host -m 512 -display none -nodefaults \
             -no-reboot -serial stdio -kernel "$image" -initrd "$initramfs" \
             -append "console=$console panic=-1 quiet" </dev/null 2>&1 | grep -q '^@@ done'; then
-            echo yes >"$answer"
+            echo yes >"$record"
         else
-            echo no >"$answer"
+            echo no >"$record"
         fi
     fi
-    [ "$(cat "$answer")" = yes ]
+    [ "$(cat "$record")" = yes ]
 }
 
 # The processor of an ONU does not support pages of 16 KiB.

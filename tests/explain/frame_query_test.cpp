@@ -30,13 +30,13 @@ const std::string two_bridges =
     "me create VLAN_TAG_FILTER_DATA 0x2001 vlanFilterList=0xa12c,0xe12c forwardOperation=0x14 "
     "vlanFilterNums=2\n";
 
-struct answered {
+struct query_result {
     frame_path path;
     verdict result;
     std::string text;
 };
 
-answered ask(const std::string& line, const frame_query& query)
+query_result ask(const std::string& line, const frame_query& query)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
@@ -119,7 +119,7 @@ TEST(query, the_queue_is_that_of_the_upstream_ctp)
 
 TEST(query, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 {
-    const answered found = ask(two_bridges, from_uni(2, query_tag{300, 5}));
+    const query_result found = ask(two_bridges, from_uni(2, query_tag{300, 5}));
     EXPECT_EQ(found.path.halves.size(), 2u);
     EXPECT_EQ(found.result.outcome, line_outcome::passed);
     EXPECT_EQ(found.result.sentence,
@@ -151,7 +151,7 @@ TEST(query, a_frame_goes_from_its_uni_to_the_gem_port_in_one_answer)
 
 TEST(query, the_filter_in_the_bridge_of_the_uni_is_at_fault)
 {
-    const answered found = ask(two_bridges, from_uni(2, query_tag{300, 6}));
+    const query_result found = ask(two_bridges, from_uni(2, query_tag{300, 6}));
     EXPECT_EQ(found.result.sentence,
               "The frame from UNI 2 is dropped: VLAN_TAG_FILTER_DATA 0x2001 of bridge 2 "
               "(forwardOperation 0x14) passes only VLAN 300 priority 5, VLAN 300 priority 7; the "
@@ -177,7 +177,7 @@ TEST(query, the_mapper_entry_is_at_fault)
 
 TEST(query, a_frame_that_leaves_from_another_bridge_is_noted)
 {
-    const answered found = ask(two_bridges, from_uni(2, query_tag{100, 0}));
+    const query_result found = ask(two_bridges, from_uni(2, query_tag{100, 0}));
     ASSERT_EQ(found.result.notes.size(), 1u);
     EXPECT_EQ(found.result.notes[0],
               "The frame entered bridge 2 and leaves from bridge 1: the hook "
@@ -200,7 +200,7 @@ TEST(query, a_frame_of_a_gem_port_goes_down_to_the_unis_of_its_bridge)
     frame_query query;
     query.gem = 1025;
     query.outer = {100, 0};
-    const answered found = ask(two_bridges, query);
+    const query_result found = ask(two_bridges, query);
     EXPECT_EQ(found.result.sentence,
               "The frame passes from GEM port 1025 into bridge 1, towards UNI 1.");
     query.outer = {101, 0};
@@ -227,7 +227,7 @@ TEST(query, an_entry_that_the_line_does_not_have_is_named)
 
 TEST(query, an_engine_that_is_off_is_named)
 {
-    const answered found =
+    const query_result found =
         ask(two_bridges + "hook kind=switch param=0\n", from_uni(1, query_tag{100, 0}));
     EXPECT_EQ(found.result.outcome, line_outcome::not_classified);
     EXPECT_EQ(found.result.sentence, "The frame is not classified: the engine is disabled (hook "
@@ -258,7 +258,7 @@ TEST(query, frames_are_built_from_their_fields)
 // Fields that are not in the capture are reported, not guessed.
 TEST(query, a_tag_of_vlan_0_counts_as_untagged)
 {
-    const answered found = ask(two_bridges, from_uni(2, query_tag{0, 0}));
+    const query_result found = ask(two_bridges, from_uni(2, query_tag{0, 0}));
     EXPECT_EQ(found.result.outcome, line_outcome::dropped);
     EXPECT_NE(
         found.result.sentence.find("the frame has VLAN 0 priority 0, which counts as untagged."),
@@ -287,7 +287,7 @@ TEST(query, a_frame_without_its_tags_has_no_outcome)
     const std::string start("\2\0\0\0\0\1\2\0\0\0\1\1\x81\0\0", 15);
     frame_query query = from_uni(1);
     query.capture = folder.write("cut.pcap", small_capture(start, 298)).string();
-    const answered found = ask(good_line, query);
+    const query_result found = ask(good_line, query);
     EXPECT_EQ(found.result.outcome, line_outcome::not_classified);
     EXPECT_EQ(found.result.sentence,
               "The frame is not classified: its tags are not in the capture.");
@@ -300,7 +300,7 @@ TEST(query, an_omci_message_has_a_note)
 {
     frame_query query = from_uni(1);
     query.ethertype = 0x88b5;
-    const answered found = ask(good_line, query);
+    const query_result found = ask(good_line, query);
     EXPECT_NE(found.text.find("The frame is an OMCI message (type 0x88b5), not traffic"),
               std::string::npos);
 }

@@ -238,14 +238,14 @@ TEST_F(control_record, every_me_command_deletes_the_rules_even_if_it_fails)
         u8 msg_type;
         u16 class_id;
         const void* raw;
-        i32 answer;
+        i32 result;
     } const commands[] = {{CREATE, 45, &raw, 0},    {SET, 45, &raw, 0},
                           {DELETE, 45, nullptr, 0}, {CREATE, 46, &raw, -1},
                           {CREATE, 999, &raw, -1},  {5, 45, &raw, 0},
                           {CREATE, 45, nullptr, -1}};
     for (const auto& sent : commands) {
         learn_a_rule();
-        EXPECT_EQ(apply(sent.msg_type, sent.class_id, 1, sent.raw), sent.answer);
+        EXPECT_EQ(apply(sent.msg_type, sent.class_id, 1, sent.raw), sent.result);
         EXPECT_FALSE(rule_is_known());
     }
 }

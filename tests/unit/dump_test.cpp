@@ -12,7 +12,7 @@ using testing::IsEmpty;
 // What the printer of the class below writes.
 struct cells {
     std::string titles, values, extra;
-    i32 answer = 0;
+    i32 result = 0;
 } printed;
 
 i32 print_cells(const gpon_me_list_info&, const void*, char* values, char* header, char* extra,
@@ -26,7 +26,7 @@ i32 print_cells(const gpon_me_list_info&, const void*, char* values, char* heade
     put(values, printed.values);
     put(header, printed.titles);
     put(extra, printed.extra);
-    return printed.answer;
+    return printed.result;
 }
 
 constexpr gpon_me_attr_op NO_HANDLERS[] = {{}};

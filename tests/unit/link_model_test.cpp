@@ -240,11 +240,11 @@ private:
         std::vector<u16> walked;
         const u16* previous = nullptr;
         while (walked.size() < 7) {
-            const auto answer =
+            const auto result =
                 ask(gpon_flow_me_reverse_get_related_id, {class_id, id, sought}, previous);
-            if (answer.empty())
+            if (result.empty())
                 break;
-            walked.push_back(answer.front());
+            walked.push_back(result.front());
             previous = &walked.back();
         }
         EXPECT_EQ(walked, plain.reverse(class_id, id, sought));
@@ -255,15 +255,15 @@ private:
         u16 id;
         me_class sought;
     };
-    template <typename Query> std::vector<u16> ask(Query query, question what, const u16* previous)
+    template <typename Query> std::vector<u16> ask(Query query, question from, const u16* previous)
     {
-        gpon_me_related_id answer = {};
+        gpon_me_related_id result = {};
         if (previous)
-            answer = {.instExist = 1, .instId = *previous};
-        const gpon_me_relation_query asked = {what.class_id, what.id, what.sought, &answer};
+            result = {.instExist = 1, .instId = *previous};
+        const gpon_me_relation_query asked = {from.class_id, from.id, from.sought, &result};
         const gpon::rcu_reader reader;
         query(&packet, &asked);
-        return answer.instExist ? std::vector<u16>{answer.instId} : std::vector<u16>();
+        return result.instExist ? std::vector<u16>{result.instId} : std::vector<u16>();
     }
 
     sk_buff packet;

@@ -27,20 +27,20 @@ bool operator==(const gpon_me_related_id& a, const gpon_me_related_id& b)
 
 class relation_query : public loaded_module {
 protected:
-    // One call of either query; stores the result in `answer`.
+    // One call of either query; stores its result in `result`.
     i32 forward(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
     {
-        answer = previous;
+        result = previous;
         const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
-                                              gpon::to_me_class(sought), &answer};
+                                              gpon::to_me_class(sought), &result};
         const gpon::rcu_reader reader;
         return gpon_flow_me_get_related_id(&packet, &query);
     }
     i32 reverse(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
     {
-        answer = previous;
+        result = previous;
         const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
-                                              gpon::to_me_class(sought), &answer};
+                                              gpon::to_me_class(sought), &result};
         const gpon::rcu_reader reader;
         return gpon_flow_me_reverse_get_related_id(&packet, &query);
     }
@@ -57,7 +57,7 @@ protected:
     }
 
     sk_buff packet;
-    gpon_me_related_id answer = {};
+    gpon_me_related_id result = {};
 };
 
 // One call of a query, and the instance that it returns, if any.
@@ -84,7 +84,7 @@ TEST_P(forward_step, of_a_bridge_with_three_ports)
     const query_step& step = GetParam();
     three_ports();
     EXPECT_EQ(forward(step.class_id, step.id, step.sought, step.previous), 0);
-    EXPECT_TRUE(answer == step.wanted);
+    EXPECT_TRUE(result == step.wanted);
 }
 
 constexpr query_step forward_steps[] = {
@@ -109,9 +109,9 @@ TEST_F(forward_query, a_free_entry_hides_the_later_ones)
     three_ports();
     ports_of(1).related_ids[1] = {};
     EXPECT_EQ(forward(45, 1, 47, after(0x101)), 0);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
     EXPECT_EQ(forward(45, 1, 47, after(0x103)), 0);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(forward_query, an_id_recorded_twice_comes_after_itself)
@@ -120,9 +120,9 @@ TEST_F(forward_query, an_id_recorded_twice_comes_after_itself)
     create_port(0x101, 1);
     create_port(0x101, 1);
     EXPECT_EQ(forward(45, 1, 47, START), 0);
-    EXPECT_TRUE(answer == after(0x101));
-    EXPECT_EQ(forward(45, 1, 47, answer), 0);
-    EXPECT_TRUE(answer == after(0x101));
+    EXPECT_TRUE(result == after(0x101));
+    EXPECT_EQ(forward(45, 1, 47, result), 0);
+    EXPECT_TRUE(result == after(0x101));
 }
 
 TEST_F(forward_query, a_full_array_is_read_to_its_last_entry)
@@ -132,9 +132,9 @@ TEST_F(forward_query, a_full_array_is_read_to_its_last_entry)
     for (i32 i = 0; i < 512; ++i)
         ports.related_ids[i] = after(static_cast<u16>(1000 + i));
     EXPECT_EQ(forward(45, 1, 47, after(1510)), 0);
-    EXPECT_TRUE(answer == after(1511));
-    EXPECT_EQ(forward(45, 1, 47, answer), 0);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_TRUE(result == after(1511));
+    EXPECT_EQ(forward(45, 1, 47, result), 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(forward_query, an_unknown_class_fails)
@@ -158,13 +158,13 @@ TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
     EXPECT_EQ(forward(45, 1, 47, START), -1);
     EXPECT_THAT(log_lines(), IsEmpty());
     EXPECT_EQ(forward(45, 1, 47, START), 0);
-    EXPECT_TRUE(answer == after(0x101));
+    EXPECT_TRUE(result == after(0x101));
     EXPECT_EQ(gpon::host::memory().live_blocks, before);
 }
 
 TEST_F(forward_query, missing_arguments_are_reported)
 {
-    const gpon_me_relation_query query = {me_class::mbsp, 1, me_class::mbpcd, &answer};
+    const gpon_me_relation_query query = {me_class::mbsp, 1, me_class::mbpcd, &result};
     const gpon_me_relation_query nowhere = {me_class::mbsp, 1, me_class::mbpcd, nullptr};
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_me_get_related_id(nullptr, &query), -1);
@@ -206,29 +206,29 @@ protected:
 
     i32 step(me_class sought, gpon_me_related_id previous)
     {
-        answer = previous;
-        return gpon_flow_list_get_related_id(&packet, rows, sought, &answer);
+        result = previous;
+        return gpon_flow_list_get_related_id(&packet, rows, sought, &result);
     }
 };
 
 TEST_F(table_step, continues_in_a_later_row_of_the_same_class)
 {
     EXPECT_EQ(step(me_class::mbpcd, START), 0);
-    EXPECT_TRUE(answer == after(1));
+    EXPECT_TRUE(result == after(1));
     EXPECT_EQ(step(me_class::mbpcd, after(2)), 0);
-    EXPECT_TRUE(answer == after(3));
+    EXPECT_TRUE(result == after(3));
     EXPECT_EQ(step(me_class::mbpcd, after(3)), 0);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(table_step, skips_rows_without_room)
 {
     rows[1].related_inst_num = 0;
     EXPECT_EQ(step(me_class::mbpcd, START), 0);
-    EXPECT_TRUE(answer == after(3));
+    EXPECT_TRUE(result == after(3));
     rows[3].related_inst_num = -1;
     EXPECT_EQ(step(me_class::mbpcd, START), 0);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(table_step, traces_the_row_of_the_result)
@@ -242,7 +242,7 @@ TEST_F(table_step, traces_the_row_of_the_result)
 TEST_F(table_step, needs_a_table_and_a_place_for_the_result)
 {
     gponDebugLevel = LOG_ERROR;
-    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, me_class::mbpcd, &answer), -1);
+    EXPECT_EQ(gpon_flow_list_get_related_id(&packet, nullptr, me_class::mbpcd, &result), -1);
     EXPECT_EQ(gpon_flow_list_get_related_id(&packet, rows, me_class::mbpcd, nullptr), -1);
     const std::string line =
         "***ERROR***[gpon_flow_list_get_related_id] [0]: Parameter is NULL: Fail\r";
@@ -270,7 +270,7 @@ TEST_P(reverse_step, of_a_port_of_two_bridges)
     two_bridges();
     EXPECT_EQ(reverse(step.class_id, step.id, step.sought, step.previous),
               step.wanted.instExist ? 0 : -1);
-    EXPECT_TRUE(answer == step.wanted);
+    EXPECT_TRUE(result == step.wanted);
 }
 
 constexpr query_step reverse_steps[] = {
@@ -287,7 +287,7 @@ TEST_F(reverse_query, an_empty_list_has_no_result)
 {
     gponDebugLevel = LOG_TRACE;
     EXPECT_EQ(reverse(47, 0x101, 45, after(4)), -1);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
     EXPECT_THAT(
         log_lines(),
         ElementsAre("***TRACE***[gpon_flow_me_reverse_get_related_id][0]: Enter",
@@ -301,7 +301,7 @@ TEST_F(reverse_query, the_last_matching_instance_ends_it)
     two_bridges();
     create_bridge(9);
     EXPECT_EQ(reverse(47, 0x101, 45, after(3)), -1);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(reverse_query, ends_when_the_previous_result_was_deleted)
@@ -309,7 +309,7 @@ TEST_F(reverse_query, ends_when_the_previous_result_was_deleted)
     two_bridges();
     gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, 45, 7, nullptr);
     EXPECT_EQ(reverse(47, 0x101, 45, after(7)), -1);
-    EXPECT_EQ(answer.instExist, 0);
+    EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(reverse_query, a_free_entry_hides_the_later_ones)
@@ -340,7 +340,7 @@ TEST_F(reverse_query, the_class_of_the_start_need_not_be_known)
 
 TEST_F(reverse_query, missing_arguments_are_reported)
 {
-    const gpon_me_relation_query query = {me_class::mbpcd, 1, me_class::mbsp, &answer};
+    const gpon_me_relation_query query = {me_class::mbpcd, 1, me_class::mbsp, &result};
     const gpon_me_relation_query nowhere = {me_class::mbpcd, 1, me_class::mbsp, nullptr};
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_me_reverse_get_related_id(nullptr, &query), -1);
@@ -391,7 +391,7 @@ TEST_F(reverse_query, traces_the_point_of_resumption)
     two_bridges();
     gponDebugLevel = LOG_TRACE;
     EXPECT_EQ(reverse(47, 0x101, 45, after(5)), 0);
-    EXPECT_TRUE(answer == after(3));
+    EXPECT_TRUE(result == after(3));
     EXPECT_THAT(log_lines(),
                 testing::IsSupersetOf(
                     {"***TRACE***[gpon_flow_me_reverse_get_related_id][0] loop to next "
@@ -438,11 +438,11 @@ TEST_F(traced_query, an_unmarked_packet_is_silent)
 
 class repeated_result : public relation_query {
 protected:
-    bool repeats(u16 answered, gpon_me_related_id previous)
+    bool repeats(u16 id, gpon_me_related_id previous)
     {
-        answer = after(answered);
+        result = after(id);
         const gpon::rcu_reader reader;
-        return gpon::is_repeated_result({me_class::mbsp, 1, me_class::mbpcd, &answer}, previous);
+        return gpon::is_repeated_result({me_class::mbsp, 1, me_class::mbpcd, &result}, previous);
     }
 };
 

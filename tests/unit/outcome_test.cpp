@@ -81,13 +81,13 @@ protected:
         EXPECT_EQ(gpon_rule_generate_trace(&skb, fwd_flag, &walked), 0);
     }
 
-    struct answer {
+    struct sent_frame {
         int result;
         u16 port;
         uint64_t allocations;
     };
 
-    static answer send(const bytes& frame, u16 fwd_flag = UP_ANI, u32 flag_word = 0)
+    static sent_frame send(const bytes& frame, u16 fwd_flag = UP_ANI, u32 flag_word = 0)
     {
         sk_buff skb = packet_of(frame);
         skb.flag_word = flag_word;
@@ -127,7 +127,7 @@ TEST_F(outcome, a_known_frame_makes_no_allocation_and_has_its_queue_chosen_each_
     EXPECT_GT(send(frame(1)).allocations, 0u) << "the replay";
     calls.clear();
     for (int i = 0; i < 3; ++i) {
-        const answer known = send(frame(1));
+        const sent_frame known = send(frame(1));
         EXPECT_EQ(known.result, 0);
         EXPECT_EQ(known.port, port_of(1));
         EXPECT_EQ(known.allocations, 0u);
@@ -424,7 +424,7 @@ TEST_F(outcome, a_full_set_takes_no_more_and_loses_none)
         for (u16 i = 0; i < rivals.size(); ++i) {
             if (round == 0)
                 learn(rivals[i], static_cast<u16>(i + 1));
-            const answer got = send(rivals[i]);
+            const sent_frame got = send(rivals[i]);
             // Rules collide on their own account.
             if (got.result == 0) {
                 EXPECT_EQ(got.port, port_of(static_cast<u16>(i + 1)));

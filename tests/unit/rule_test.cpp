@@ -64,15 +64,15 @@ protected:
     {
         gpon_rule_trace trace;
         std::memset(&trace, 0xee, sizeof(trace));
-        const i32 answer = gpon_rule_lookup_trace(&skb, fwd_flag, &trace);
+        const i32 result = gpon_rule_lookup_trace(&skb, fwd_flag, &trace);
         const u16 number = trace.step[0].instId;
         gpon_rule_trace wanted = {};
-        if (answer == 0) {
+        if (result == 0) {
             wanted.step[0] = {me_class::pptp, number};
             wanted.step[9] = {me_class::gemctp, number};
         }
         EXPECT_EQ(std::memcmp(&trace, &wanted, sizeof(trace)), 0);
-        return answer == 0 ? number : answer;
+        return result == 0 ? number : result;
     }
 
     bytes frame;

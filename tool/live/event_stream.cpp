@@ -24,9 +24,9 @@ bool is_of_a_frame(gpon_tracepoint point)
     return point != GPON_TRACEPOINT_COMMAND && point != GPON_TRACEPOINT_SWEEP;
 }
 
-[[noreturn]] void refuse_operation(const std::string& what)
+[[noreturn]] void refuse_operation(const std::string& operation)
 {
-    throw refusal(what + ": " + std::strerror(errno));
+    throw refusal(operation + ": " + std::strerror(errno));
 }
 
 void check_tracing()

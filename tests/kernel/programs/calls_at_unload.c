@@ -17,10 +17,10 @@
 static atomic_bool stop;
 static atomic_ulong answered, unanswered, proc_calls, proc_absent, wrong;
 
-static void expect(int good, const char *what, long got)
+static void expect(int good, const char *name, long got)
 {
 	if (!good && atomic_fetch_add(&wrong, 1) < 20)
-		printf("%s: unexpected answer %ld, errno %d\n", what, got, errno);
+		printf("%s: unexpected result %ld, errno %d\n", name, got, errno);
 }
 
 static void expect_answer(const struct softonu_hook_call *call)
@@ -94,11 +94,11 @@ static void *proc_thread(void *argument)
 	return NULL;
 }
 
-static void check(int status, const char *what)
+static void check(int status, const char *name)
 {
 	if (!status)
 		return;
-	perror(what);
+	perror(name);
 	exit(2);
 }
 

@@ -17,13 +17,13 @@
 
 static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned int c)
 {
-	int answer;
+	int result;
 
 	__asm__ volatile("int $0x80"
-			 : "=a"(answer)
+			 : "=a"(result)
 			 : "a"(number), "b"(a), "c"(b), "d"(c)
 			 : "memory", "r8", "r9", "r10", "r11");
-	return answer;
+	return result;
 }
 #else
 #define GETPID_32 SYS_getpid
@@ -34,9 +34,9 @@ _Static_assert(sizeof(void *) == 4, "a 32-bit program");
 
 static int call_32(unsigned int number, unsigned int a, unsigned int b, unsigned int c)
 {
-	const long answer = syscall(number, a, b, c);
+	const long result = syscall(number, a, b, c);
 
-	return answer == -1 ? -errno : (int)answer;
+	return result == -1 ? -errno : (int)result;
 }
 #endif
 

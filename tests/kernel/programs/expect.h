@@ -11,13 +11,13 @@
 static int failures;
 static unsigned long checked;
 
-static void expect(long wanted, long got, const char* what)
+static void expect(long wanted, long got, const char* name)
 {
     checked++;
     if (wanted == got)
         return;
     failures++;
-    printf("%s: expected %ld, got %ld\n", what, wanted, got);
+    printf("%s: expected %ld, got %ld\n", name, wanted, got);
 }
 
 #endif

@@ -27,7 +27,7 @@ struct subject {
 };
 
 struct operation {
-	const char *what;
+	const char *name;
 	/* 0 when all is set for the operation. */
 	int (*prepare)(const struct subject *subject);
 	/* 0 or -1. */
@@ -39,7 +39,7 @@ struct operation {
 static void complain(const struct operation *operation, unsigned int nth, const char *why)
 {
 	if (complaints++ < 20)
-		printf("%s, failure %u: %s (errno %d)\n", operation->what, nth, why, errno);
+		printf("%s, failure %u: %s (errno %d)\n", operation->name, nth, why, errno);
 }
 
 static void set_fault(unsigned int nth)
@@ -67,13 +67,13 @@ static bool fault_came(void)
 }
 
 /* For a run that does not end in time; the guest's init prints it. */
-static void progress(const char *what)
+static void progress(const char *name)
 {
 	FILE *file = fopen("/tmp/progress", "w");
 
 	if (!file)
 		return;
-	fprintf(file, "operation %lu, %s; %lu failures so far\n", operations, what, faults);
+	fprintf(file, "operation %lu, %s; %lu failures so far\n", operations, name, faults);
 	fclose(file);
 }
 
@@ -105,7 +105,7 @@ static void until_success(const struct operation *operation, const struct subjec
 	unsigned int nth = 1;
 
 	operations++;
-	progress(operation->what);
+	progress(operation->name);
 	while (nth <= FAULTS_MAX && attempt(operation, subject, nth))
 		nth++;
 	if (nth > FAULTS_MAX)
@@ -312,15 +312,15 @@ static void failing_loads(const char *file, const char *module)
 
 int main(int count, char **arguments)
 {
-	const char *what = count > 1 ? arguments[1] : "";
+	const char *task = count > 1 ? arguments[1] : "";
 
 	switch_of_faults = open_or_exit("/proc/self/fail-nth", O_RDWR);
-	if (strcmp(what, "load") == 0 && count == 4) {
+	if (strcmp(task, "load") == 0 && count == 4) {
 		failing_loads(arguments[2], arguments[3]);
-	} else if (strcmp(what, "commands") == 0 || strcmp(what, "hooks") == 0) {
+	} else if (strcmp(task, "commands") == 0 || strcmp(task, "hooks") == 0) {
 		device = open_or_exit("/dev/gpon_flow", O_RDWR);
 		softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
-		if (what[0] == 'c')
+		if (task[0] == 'c')
 			failing_commands();
 		else
 			failing_hooks();
@@ -329,6 +329,6 @@ int main(int count, char **arguments)
 		return 2;
 	}
 	printf("@@ %s: %lu operations, %lu failures injected, %lu operations refused, %lu complaints\n",
-	       what, operations, faults, refusals, complaints);
+	       task, operations, faults, refusals, complaints);
 	return complaints || faults == 0 ? 1 : 0;
 }

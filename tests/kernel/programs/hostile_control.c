@@ -26,14 +26,14 @@ static int call(unsigned long number, uint64_t argument)
 	return ioctl(device, number, argument) < 0 ? errno : 0;
 }
 
-static void expect(int wanted, int got, const char *what, unsigned long number, uint64_t where)
+static void expect(int wanted, int got, const char *name, unsigned long number, uint64_t address)
 {
 	checked++;
 	if (wanted == got)
 		return;
 	failures++;
-	printf("%s: number %#lx, address %#llx: expected %d, got %d\n", what, number,
-	       (unsigned long long)where, wanted, got);
+	printf("%s: number %#lx, address %#llx: expected %d, got %d\n", name, number,
+	       (unsigned long long)address, wanted, got);
 }
 
 /* Addresses that no record can be at: null, the lowest page, holes, the kernel's half, the end. */
@@ -180,14 +180,14 @@ static void other_commands(void)
 
 /* Everything that a record points at, cut by the end of memory: only what is whole can be read. */
 static void cut_by_the_end(struct gpon_flow_cmd *record, uint64_t *address, size_t whole,
-			   const char *what)
+			   const char *name)
 {
 	size_t bytes;
 	unsigned char *page = page_with_an_end(&bytes);
 
 	for (size_t before = 0; before <= whole; before++) {
 		*address = (uint64_t)(uintptr_t)(page + bytes - before);
-		expect(before == whole ? 0 : EPERM, send_record(record), what, record->me.class_id,
+		expect(before == whole ? 0 : EPERM, send_record(record), name, record->me.class_id,
 		       before);
 	}
 	munmap(page, 2 * bytes);

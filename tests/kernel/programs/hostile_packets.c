@@ -26,13 +26,13 @@ struct shape {
 	uint32_t bytes, linear, mac_offset, options;
 };
 
-static void expect(long wanted, long got, const char *what, uint32_t kind,
+static void expect(long wanted, long got, const char *name, uint32_t kind,
 		   const struct shape *shape)
 {
 	if (wanted == got || failures++ > 20)
 		return;
 	printf("%s: expected %ld, got %ld; kind %u, %u bytes, %u linear, MAC at %u, options %#x\n",
-	       what, wanted, got, kind, shape->bytes, shape->linear, shape->mac_offset,
+	       name, wanted, got, kind, shape->bytes, shape->linear, shape->mac_offset,
 	       shape->options);
 }
 
@@ -208,11 +208,11 @@ static void expect_gem(uint16_t wanted, uint32_t linear, uint32_t mac_offset)
 	expect(wanted, call.gemport_id, "anchor: GEM port", UP_ANI, &shape);
 }
 
-static void check(int status, const char *what)
+static void check(int status, const char *name)
 {
 	if (!status)
 		return;
-	perror(what);
+	perror(name);
 	exit(2);
 }
 

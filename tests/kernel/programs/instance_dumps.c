@@ -211,7 +211,7 @@ static void check_unmarked(const struct contents *dump)
 /* The messages of one buffer; false after the last one of the dump. */
 static bool check_buffer(int bytes, struct contents *dump, bool *changed)
 {
-	for (struct nlmsghdr *head = (void *)answer; NLMSG_OK(head, bytes);
+	for (struct nlmsghdr *head = (void *)reply; NLMSG_OK(head, bytes);
 	     head = NLMSG_NEXT(head, bytes)) {
 		*changed = *changed || (head->nlmsg_flags & NLM_F_DUMP_INTR);
 		if (head->nlmsg_type == NLMSG_DONE)
@@ -232,7 +232,7 @@ static void check_dump(void)
 
 	send_bytes(netlink, &ask, ask.head.nlmsg_len);
 	do {
-		got = recv(netlink, answer, BUFFER, MSG_TRUNC);
+		got = recv(netlink, reply, BUFFER, MSG_TRUNC);
 		if (got <= 0)
 			fail("no end of a dump: %s", strerror(errno));
 		if (got > BUFFER)

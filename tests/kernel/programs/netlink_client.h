@@ -28,7 +28,7 @@
 static int netlink;
 static uint16_t family_id;
 static uint32_t group_id;
-static _Alignas(8) char answer[65536];
+static _Alignas(8) char reply[65536];
 
 __attribute__((noreturn, format(printf, 1, 2))) static inline void fail(const char* text, ...)
 {
@@ -94,7 +94,7 @@ static inline void add_attribute(struct request* to, uint16_t type, const void* 
 /* The bytes received, 0 when nothing comes, a negative errno. */
 static inline int receive(int from)
 {
-    ssize_t got = recv(from, answer, sizeof(answer), 0);
+    ssize_t got = recv(from, reply, sizeof(reply), 0);
 
     if (got < 0)
         return errno == EAGAIN ? 0 : -errno;
@@ -142,13 +142,13 @@ static inline void read_groups(const struct nlattr* groups)
 static inline void find_family(void)
 {
     struct request ask = make_request(GENL_ID_CTRL, CTRL_CMD_GETFAMILY, 0);
-    const struct nlmsghdr* head = (const void*)answer;
+    const struct nlmsghdr* head = (const void*)reply;
 
     add_attribute(&ask, CTRL_ATTR_FAMILY_NAME, GPON_FLOW_NL_FAMILY, sizeof(GPON_FLOW_NL_FAMILY));
     send_bytes(netlink, &ask, ask.head.nlmsg_len);
     if (receive(netlink) <= 0 || head->nlmsg_type == NLMSG_ERROR)
         fail("no family");
-    for_each_attribute(at, (const void*)(answer + NLMSG_HDRLEN + GENL_HDRLEN),
+    for_each_attribute(at, (const void*)(reply + NLMSG_HDRLEN + GENL_HDRLEN),
                        head->nlmsg_len - NLMSG_HDRLEN - GENL_HDRLEN)
     {
         if (type_of(at) == CTRL_ATTR_FAMILY_ID)
@@ -203,7 +203,7 @@ static inline uint32_t last_event(void)
     if (receive(other) <= 0)
         fail("no state");
     close(other);
-    return event_of((const void*)answer);
+    return event_of((const void*)reply);
 }
 
 #endif

@@ -151,7 +151,7 @@ static void print_message(const struct nlmsghdr *head)
 /* Prints the messages of a dump; false after the last one. */
 static bool print_answer(int bytes)
 {
-	for (struct nlmsghdr *head = (void *)answer; NLMSG_OK(head, bytes);
+	for (struct nlmsghdr *head = (void *)reply; NLMSG_OK(head, bytes);
 	     head = NLMSG_NEXT(head, bytes)) {
 		if (head->nlmsg_flags & NLM_F_DUMP_INTR)
 			printf("interrupted\n");
@@ -173,7 +173,7 @@ static void show_answers(void)
 	do {
 		bytes = receive(netlink);
 		if (bytes <= 0)
-			fail("no answer: %d", bytes);
+			fail("no reply: %d", bytes);
 	} while (print_answer(bytes));
 }
 
@@ -215,7 +215,7 @@ static void count_events_late(void)
 	while (read(0, &byte, 1) > 0)
 		;
 	for (;;) {
-		const struct nlmsghdr *head = (const void *)answer;
+		const struct nlmsghdr *head = (const void *)reply;
 		const struct genlmsghdr *generic = NLMSG_DATA(head);
 		int got = receive(netlink);
 
@@ -247,7 +247,7 @@ static void listen_elsewhere(void)
 	fflush(stdout);
 	while (read(0, &byte, 1) > 0)
 		;
-	if (recv(netlink, answer, sizeof(answer), MSG_DONTWAIT) >= 0 || errno != EAGAIN)
+	if (recv(netlink, reply, sizeof(reply), MSG_DONTWAIT) >= 0 || errno != EAGAIN)
 		fail("events of another network namespace");
 }
 
@@ -255,7 +255,7 @@ static void listen_elsewhere(void)
 static bool cut_dump(uint8_t command, int buffers)
 {
 	struct request ask = make_request(family_id, command, NLM_F_DUMP);
-	const struct nlmsghdr *head = (const void *)answer;
+	const struct nlmsghdr *head = (const void *)reply;
 	int other = open_netlink(), small = 1;
 	bool ended = false;
 
@@ -266,7 +266,7 @@ static bool cut_dump(uint8_t command, int buffers)
 
 		if (bytes <= 0)
 			fail("dump %u: %d", command, bytes);
-		for (head = (const void *)answer; NLMSG_OK(head, bytes);
+		for (head = (const void *)reply; NLMSG_OK(head, bytes);
 		     head = NLMSG_NEXT(head, bytes))
 			ended = ended || head->nlmsg_type == NLMSG_DONE;
 	}
@@ -309,13 +309,13 @@ static void hold(void)
 /* The error of a request; 0 for any other answer. */
 static int error_of(const void *bytes, size_t count)
 {
-	const struct nlmsghdr *head = (const void *)answer;
+	const struct nlmsghdr *head = (const void *)reply;
 	int got, error = 0;
 
 	send_bytes(netlink, bytes, count);
 	got = receive(netlink);
 	if (got <= 0)
-		fail("no answer to a bad request: %d", got);
+		fail("no reply to a bad request: %d", got);
 	if (head->nlmsg_type == NLMSG_ERROR)
 		error = ((const struct nlmsgerr *)NLMSG_DATA(head))->error;
 	while (error == 0 && (head->nlmsg_flags & NLM_F_MULTI) && head->nlmsg_type != NLMSG_DONE)
@@ -324,13 +324,13 @@ static int error_of(const void *bytes, size_t count)
 	return error;
 }
 
-static void expect_refused(const char *what, struct request *ask)
+static void expect_refused(const char *name, struct request *ask)
 {
 	int error = error_of(ask, ask->head.nlmsg_len);
 
 	if (error >= 0)
-		fail("%s: not refused", what);
-	printf("%s: %s\n", what, strerror(-error));
+		fail("%s: not refused", name);
+	printf("%s: %s\n", name, strerror(-error));
 }
 
 static void refuse_attributes(uint8_t command, uint16_t flags)
@@ -452,31 +452,31 @@ static void be_unprivileged(void)
 
 int main(int argc, char **argv)
 {
-	const char *what = argc == 2 ? argv[1] : "";
+	const char *task = argc == 2 ? argv[1] : "";
 
 	netlink = open_netlink();
 	find_family();
-	if (!strcmp(what, "state"))
+	if (!strcmp(task, "state"))
 		show(GPON_FLOW_NL_CMD_GET_STATE, 0);
-	else if (!strcmp(what, "counters"))
+	else if (!strcmp(task, "counters"))
 		show(GPON_FLOW_NL_CMD_GET_COUNTERS, NLM_F_DUMP);
-	else if (!strcmp(what, "rules"))
+	else if (!strcmp(task, "rules"))
 		show(GPON_FLOW_NL_CMD_GET_RULES, NLM_F_DUMP);
-	else if (!strcmp(what, "instances"))
+	else if (!strcmp(task, "instances"))
 		show(GPON_FLOW_NL_CMD_GET_INSTANCES, NLM_F_DUMP);
-	else if (!strcmp(what, "events"))
+	else if (!strcmp(task, "events"))
 		follow_events();
-	else if (!strcmp(what, "hold"))
+	else if (!strcmp(task, "hold"))
 		hold();
-	else if (!strcmp(what, "stopped"))
+	else if (!strcmp(task, "stopped"))
 		count_events_late();
-	else if (!strcmp(what, "foreign"))
+	else if (!strcmp(task, "foreign"))
 		listen_elsewhere();
-	else if (!strcmp(what, "cut"))
+	else if (!strcmp(task, "cut"))
 		cut_dumps();
-	else if (!strcmp(what, "hostile"))
+	else if (!strcmp(task, "hostile"))
 		be_hostile();
-	else if (!strcmp(what, "unprivileged"))
+	else if (!strcmp(task, "unprivileged"))
 		be_unprivileged();
 	else
 		fail("usage: see the head of netlink_reader.c");

@@ -27,10 +27,10 @@ static atomic_bool stop;
 static atomic_ulong calls[3];
 static atomic_ulong wrong;
 
-static void expect(int good, const char *what, long got)
+static void expect(int good, const char *name, long got)
 {
 	if (!good && atomic_fetch_add(&wrong, 1) < 20)
-		printf("%s: unexpected answer %ld, errno %d\n", what, got, errno);
+		printf("%s: unexpected result %ld, errno %d\n", name, got, errno);
 }
 
 static int open_or_exit(const char *file, int mode)

@@ -28,7 +28,7 @@ static void begin_quiet_time(int softonu)
 /* The errno of a read, 0 for a message. */
 static int error_of_read(void)
 {
-	return recv(netlink, answer, sizeof(answer), MSG_DONTWAIT) < 0 ? errno : 0;
+	return recv(netlink, reply, sizeof(reply), MSG_DONTWAIT) < 0 ? errno : 0;
 }
 
 static void expect_read(int wanted, const char *when)

@@ -45,15 +45,15 @@ static struct softonu_hook_call packet_call(uint32_t bytes, uint32_t options)
 	return call;
 }
 
-static void set_mapping(uint32_t mode, int32_t answer)
+static void set_mapping(uint32_t mode, int32_t result)
 {
-	struct softonu_mapping mapping = { mode, answer };
+	struct softonu_mapping mapping = { mode, result };
 	struct softonu_mapping back = { 99, 99 };
 
 	expect(0, ask(SOFTONU_IOC_SET_MAPPING, &mapping), "set mapping");
 	expect(0, ask(SOFTONU_IOC_GET_MAPPING, &back), "get mapping");
 	expect(mode, back.mode, "mapping mode read back");
-	expect(answer, back.answer, "mapping answer read back");
+	expect(result, back.answer, "mapping result read back");
 }
 
 static void calls_without_packet(void)
@@ -148,9 +148,9 @@ static void every_shape(void)
 			}
 }
 
-static void refuse(struct softonu_hook_call call, const char *what)
+static void refuse(struct softonu_hook_call call, const char *name)
 {
-	expect(EINVAL, ask(SOFTONU_IOC_HOOK_CALL, &call), what);
+	expect(EINVAL, ask(SOFTONU_IOC_HOOK_CALL, &call), name);
 }
 
 static void senseless_calls(void)
