@@ -47,7 +47,7 @@ public:
         for (bool wanted = true; wanted;) {
             const size_t frame = events_++ / 2;
             const auto point = events_ % 2 ? GPON_TRACEPOINT_WALK_START : GPON_TRACEPOINT_WALK_END;
-            wanted = take({record_of(point, frame), 0, false});
+            wanted = take({record_of(point, frame), 0, false, events_});
         }
     }
     uint64_t dropped() const override { return 0; }
@@ -145,6 +145,22 @@ TEST_F(frame_follower_test, ends_a_flood_on_request)
     EXPECT_EQ(flood.events(), 3 * frame_follower::most_events);
     frames.finish();
     EXPECT_EQ(lines(), flood.events() / 2);
+}
+
+// As a hook call that is traced discards the events before it.
+TEST(event_source, is_read_up_to_a_time_during_a_flood)
+{
+    endless_source flood;
+    size_t taken = 0;
+    flood.read_until(100, [&](const event_source::event& one) {
+        EXPECT_LE(one.nanoseconds, 100u);
+        ++taken;
+        return true;
+    });
+    EXPECT_EQ(taken, 100u);
+    EXPECT_EQ(flood.events(), 101u);
+    flood.read_until(1000, [&](const event_source::event&) { return false; });
+    EXPECT_EQ(flood.events(), 102u);
 }
 
 TEST_F(frame_follower_test, keeps_the_number_of_lost_events_at_an_unload)

@@ -27,6 +27,10 @@ namespace {
 constexpr const char* device_file = "/dev/gpon_flow";
 constexpr const char* proc_file = "/proc/gpon_flow/debug";
 
+// The clock of trace events can be read in any context, and may differ a little from that of a
+// process.
+constexpr uint64_t clock_difference = 1'000'000;
+
 long answer_of(long result)
 {
     return result < 0 ? -errno : result;
@@ -79,7 +83,7 @@ public:
         const uint64_t dropped = events.dropped();
         traced_call call;
         call.returned = hook(options, &frame);
-        read_frame(options.kind, call);
+        read_frame(options.kind, monotonic_nanoseconds() + clock_difference, call);
         call.lost = events.dropped() != dropped;
         call.unseen = is_unseen(options.kind, call);
         return call;
@@ -153,8 +157,9 @@ private:
         throw refusal(std::string("cannot open ") + file + ": " + std::strerror(errno));
     }
 
-    // The frame is the last one of its direction; others have passed before the hook call returned.
-    void read_frame(uint32_t kind, traced_call& call)
+    // The frame is the last one of its direction; others have passed before the hook call returned
+    // at this time.
+    void read_frame(uint32_t kind, uint64_t returned, traced_call& call)
     {
         constexpr std::array<uint16_t, 4> directions = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};
         size_t frames = 0;
@@ -165,7 +170,7 @@ private:
             ++frames;
             call.events = one.events;
         });
-        stream_->read([&](const event_source::event& one) {
+        stream_->read_until(returned, [&](const event_source::event& one) {
             sorted.event(one.record, one.cpu, one.gap);
             return true;
         });

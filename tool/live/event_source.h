@@ -15,7 +15,8 @@ public:
     struct event {
         gpon_trace_record record; ///< the packet is an address of the kernel, for comparison only
         int cpu;
-        bool gap; ///< the kernel dropped events of this CPU before this one
+        bool gap;                 ///< the kernel dropped events of this CPU before this one
+        uint64_t nanoseconds = 0; ///< time of CLOCK_MONOTONIC
     };
     /// Returns false to end the reading: events that are read already are then lost.
     using sink = std::function<bool(const event&)>;
@@ -27,6 +28,13 @@ public:
     /// Passes on the events that have occurred since the last call, by time. This does not end
     /// while events come as fast as they are read.
     virtual void read(const sink& take) = 0;
+
+    /// The same for events up to a time, also if others come as fast as they are read. The first
+    /// events behind it may be lost.
+    void read_until(uint64_t nanoseconds, const sink& take)
+    {
+        read([&](const event& one) { return one.nanoseconds <= nanoseconds && take(one); });
+    }
 
     /// Events that the kernel has dropped so far. An unload of the module clears it.
     [[nodiscard]] virtual uint64_t dropped() const = 0;

@@ -2,6 +2,7 @@
 #include "tool/live/event_stream.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -72,6 +73,12 @@ uint64_t statistic(const std::string& text, const std::string& name)
 
 } // namespace
 
+uint64_t monotonic_nanoseconds()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
 void event_stream::format_closer::operator()(tep_handle* formats) const
 {
     tep_free(formats);
@@ -82,6 +89,9 @@ std::unique_ptr<event_stream> event_stream::open(const options& chosen)
     check_tracing();
     std::unique_ptr<event_stream> stream(new event_stream(trace_buffer::create()));
     const char* const systems[] = {event_system, nullptr};
+    // The usual clock of a buffer cannot be compared with that of a process.
+    if (tracefs_instance_file_write(stream->buffer_.get(), "trace_clock", "mono") < 0)
+        refuse_operation("cannot set the clock of the trace buffer");
     stream->formats_.reset(tracefs_local_events_system(nullptr, systems));
     if (!stream->formats_)
         refuse_operation("cannot read the formats of the trace events");
@@ -174,8 +184,8 @@ int event_stream::take_record(tep_event* type, tep_record* record, int cpu, void
         if (of.stream.fields_.at(at).id != type->id)
             continue;
         try {
-            of.ended =
-                !of.take({of.stream.record_in(at, record->data), cpu, record->missed_events != 0});
+            of.ended = !of.take({of.stream.record_in(at, record->data), cpu,
+                                 record->missed_events != 0, record->ts});
         } catch (...) {
             of.failure = std::current_exception();
         }
@@ -198,7 +208,7 @@ void event_stream::read(const sink& take)
 
 void event_stream::skip()
 {
-    read([](const event&) { return true; });
+    read_until(monotonic_nanoseconds(), [](const event&) { return true; });
 }
 
 bool event_stream::is_enabled() const

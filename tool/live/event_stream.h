@@ -18,6 +18,9 @@ struct tep_record;
 
 namespace gponflow {
 
+/// Time in the clock of the events.
+[[nodiscard]] uint64_t monotonic_nanoseconds();
+
 /// Events gpon_flow:* of frames that the module's trace filter marks, in a trace buffer of their
 /// own: other tracers are neither disturbed nor seen. Requires root. All functions throw refusal.
 class event_stream final : public event_source {
@@ -33,7 +36,7 @@ public:
 
     void read(const sink& take) override;
 
-    /// Discards them.
+    /// Discards the events that have occurred before this call.
     void skip();
 
     /// Whether the events are enabled: a module that was unloaded and loaded again has others.
