@@ -39,6 +39,11 @@ has_bounds_checks() {
     grep -q '^CONFIG_UBSAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
 
+# Kernels in which each traced function must be aligned: gcc before 14 aligns none that is compiled for size.
+has_aligned_functions() {
+    grep -q '^CONFIG_DYNAMIC_FTRACE_WITH_CALL_OPS=y' "$kernel/include/config/auto.conf" 2>/dev/null
+}
+
 is_preemptible() {
     grep -q '^CONFIG_PREEMPTION=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
@@ -58,12 +63,26 @@ check_text() {
     echo "$arch: $bytes bytes of text, $(text_of "$events") of them for trace events"
     bytes=$((bytes - $(text_of "$events")))
     [ "$bytes" -gt 0 ] || complain "$arch: no text was found"
-    if [ "$arch" != arm64 ] || has_sanitizer || has_bounds_checks; then
+    if [ "$arch" != arm64 ] || has_sanitizer || has_bounds_checks || has_aligned_functions; then
         return
     fi
     if [ "$bytes" -gt "$text_limit" ]; then
         complain "$arch: $bytes bytes of text are more than $text_limit"
     fi
+}
+
+# Such a kernel stops if the entry of a traced function is at no multiple of 8.
+check_traced_functions() {
+    local value addend
+    has_aligned_functions || return 0
+    while read -r value addend; do
+        if (((16#$value + 16#$addend) % 8)); then
+            complain "$arch: a traced function is not aligned, at $addend"
+            return
+        fi
+    done < <("${prefix}readelf" -rW "$module" |
+        awk '/^Relocation section/ {inside = /patchable_function_entries/}
+            inside && $3 ~ /^R_/ {print $4, $7}')
 }
 
 # Newer kernels add symbols of their own: the padding before a function, its table of allocations,
@@ -123,6 +142,7 @@ check_text
 check_stack
 check_counting
 check_globals
+check_traced_functions
 check_names
 check_constructors
 exit "$failed"

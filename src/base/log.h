@@ -16,6 +16,14 @@
 #include "log_text.h"
 #include "switches.h"
 
+/* The attribute of a function for messages and commands. It is empty where each function must have
+ * its alignment, which gcc does not give to cold ones. */
+#ifdef GPON_ALIGN_ALL_FUNCTIONS
+#define GPON_COLD
+#else
+#define GPON_COLD gnu::cold
+#endif
+
 enum log_level : u32 { LOG_ERROR = 1, LOG_WARNING = 2, LOG_TRACE = 4, LOG_IOCTL = 8 };
 
 // Marks a packet that the trace filter chose, for the duration of one hook call.
@@ -25,10 +33,10 @@ namespace gpon {
 
 /* Prints the tag and then the text. Out of line and without templates: the module has some 250
  * messages, and few of them are ever printed. */
-extern "C" [[gnu::cold]] void gpon_log(u32 level_word, const char* text, ...);
+extern "C" [[GPON_COLD]] void gpon_log(u32 level_word, const char* text, ...);
 
 /* The same for a message of one level about a packet, whose flag word takes part in the tag. */
-extern "C" [[gnu::cold]] void gpon_log_packet(const sk_buff* skb, log_level level, const char* text,
+extern "C" [[GPON_COLD]] void gpon_log_packet(const sk_buff* skb, log_level level, const char* text,
                                               ...);
 
 /* A scoped enumeration is not promoted to int in a variable argument list: it is printed as its

@@ -74,20 +74,20 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
 }
 
 // Messages of gpon_flow_list_get_related_id.
-[[gnu::cold, gnu::noinline]] void trace_table(const packet_log& log, i32 row_with_result)
+[[GPON_COLD, gnu::noinline]] void trace_table(const packet_log& log, i32 row_with_result)
 {
     if (row_with_result >= 0)
         log.trace("[%s] [%d]: i=%d\n", row_with_result);
 }
 
-[[gnu::cold, gnu::noinline]] void trace_query(const packet_log& log,
+[[GPON_COLD, gnu::noinline]] void trace_query(const packet_log& log,
                                               const gpon_me_relation_query* query)
 {
     log.trace("[%s][%d]the classId(%d) InstanceId(%d) related_classId(%d).\n", query->class_id,
               query->inst_id, query->related_class_id);
 }
 
-[[gnu::cold, gnu::noinline]] void trace_result(const packet_log& log,
+[[GPON_COLD, gnu::noinline]] void trace_result(const packet_log& log,
                                                const gpon_me_relation_query* query)
 {
     trace_query(log, query);
@@ -95,7 +95,7 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
               query->related_id->instId);
 }
 
-[[gnu::cold, gnu::noinline]] bool refuse(const packet_log& log)
+[[GPON_COLD, gnu::noinline]] bool refuse(const packet_log& log)
 {
     if (log.has_packet()) {
         log.trace("[%s][%d]: Enter\n");
@@ -120,7 +120,7 @@ next_in_row(const row_copy& row, gpon_me_related_id* related_id) GPON_READS_LIST
     return true;
 }
 
-[[gnu::cold, gnu::noinline]] const gpon_me_entry* report_class(const packet_log& log,
+[[GPON_COLD, gnu::noinline]] const gpon_me_entry* report_class(const packet_log& log,
                                                                me_class class_id)
 {
     log.error("[%s][%d]the classId(%d) can not get the entry.\n", class_id);

@@ -151,7 +151,7 @@ inline void trace_related_data()
 }
 
 /* Reports a change of an instance, if somebody listens. */
-[[gnu::cold, gnu::noinline]] void report_instance(me_class class_id, u16 inst_id,
+[[GPON_COLD, gnu::noinline]] void report_instance(me_class class_id, u16 inst_id,
                                                   gpon_instance_change change) GPON_CHANGES_LISTS;
 
 /* Control path. append adds a complete instance at the tail. replace replaces a node with a copy of

@@ -67,7 +67,7 @@ bool lacks_data(const gpon_me_cmd* cmd)
 extern "C" {
 
 // No frame runs the handlers: cold code is optimised for size.
-[[gnu::cold]] i32 gem_ctp_attr_tcont_op(gpon_me_cmd* cmd)
+[[GPON_COLD]] i32 gem_ctp_attr_tcont_op(gpon_me_cmd* cmd)
 {
     if (lacks_data(cmd)) {
         log_trace("[%s][%d]: Enter\n");
@@ -77,7 +77,7 @@ extern "C" {
     return me ? report_pointer(cmd, me, T_CONT) : -1;
 }
 
-[[gnu::cold]] i32 gem_ctp_attr_pq_op(gpon_me_cmd* cmd)
+[[GPON_COLD]] i32 gem_ctp_attr_pq_op(gpon_me_cmd* cmd)
 {
     if (lacks_data(cmd)) {
         log_trace("[%s][%d]: Enter\n");
@@ -91,13 +91,13 @@ extern "C" {
     return report_pointer(cmd, me, TRAFFIC_MANAGER);
 }
 
-[[gnu::cold]] i32 gem_ctp_attr_up_td_op(gpon_me_cmd* cmd)
+[[GPON_COLD]] i32 gem_ctp_attr_up_td_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
     return me ? report_pointer(cmd, me, UP_TD) : -1;
 }
 
-[[gnu::cold]] i32 gem_ctp_attr_down_td_op(gpon_me_cmd* cmd)
+[[GPON_COLD]] i32 gem_ctp_attr_down_td_op(gpon_me_cmd* cmd)
 {
     const auto* me = gpon::enter_handler<gpon_raw_gemctp>(cmd);
     return me ? report_pointer(cmd, me, DOWN_TD) : -1;

@@ -33,7 +33,7 @@ kcxx-drop := -std=% -Wstrict-prototypes -Werror=strict-prototypes -Wmissing-prot
 # traced functions expect them.
 kcxx-add := -std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 	-fno-use-cxa-atexit -fno-sized-deallocation -fno-operator-names -funsigned-char \
-	-fvisibility=hidden -fno-weak -I$(src)/src
+	-fvisibility=hidden -fno-weak -I$(src)/src $(gpon_aligned)
 
 ifdef CONFIG_ARM64
 kcxx-add += $(call cc-option,-mno-outline-atomics)
