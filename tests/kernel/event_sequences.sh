@@ -52,6 +52,7 @@ if [ ! -d $events ]; then
     exit 0
 fi
 rmmod gpon_flow
+record_no_names
 cd /tree || fail "there are no scenarios"
 same=0
 number=0

@@ -49,10 +49,12 @@ start_trace() {
 
 # A trace leaves the scheduler as it is: the kernel patches it to record the names of processes.
 names_of_processes_are_off() {
+    echo record-cmd >$tracing/trace_options
     start_trace trace
     ! grep -x record-cmd $tracing/instances/gponflow-*/trace_options || fail "the names are recorded"
     kill -INT $tracer
     ends $tracer "trace without a frame"
+    record_no_names
 }
 
 start_monitor() {

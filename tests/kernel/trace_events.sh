@@ -185,6 +185,7 @@ if [ ! -d $events ]; then
     echo "@@ this kernel has no trace events"
     exit 0
 fi
+record_no_names
 gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
 known_traffic
 flood

@@ -31,7 +31,7 @@ constexpr const char* proc_file = "/proc/gpon_flow/debug";
 // process.
 constexpr uint64_t clock_difference = 1'000'000;
 
-long answer_of(long result)
+long result_of(long result)
 {
     return result < 0 ? -errno : result;
 }
@@ -94,7 +94,7 @@ public:
         const descriptor device = open_device();
         if (!device)
             return absent_or_refused(device_file);
-        return after_draining(answer_of(::ioctl(device.get(), number, argument)));
+        return after_draining(result_of(::ioctl(device.get(), number, argument)));
     }
 
     std::optional<long> proc_write(std::string_view text) override
@@ -102,7 +102,7 @@ public:
         const descriptor entry(open(proc_file, O_WRONLY | O_CLOEXEC));
         if (!entry)
             return absent_or_refused(proc_file);
-        return after_draining(answer_of(write(entry.get(), text.data(), text.size())));
+        return after_draining(result_of(write(entry.get(), text.data(), text.size())));
     }
 
     std::optional<long> proc_read() override
@@ -111,7 +111,7 @@ public:
         if (!entry)
             return absent_or_refused(proc_file);
         char text[64];
-        return after_draining(answer_of(read(entry.get(), text, sizeof(text))));
+        return after_draining(result_of(read(entry.get(), text, sizeof(text))));
     }
 
     uint64_t advance(uint64_t) override

@@ -308,3 +308,9 @@ counted_commands() {
     echo 'hook kind=up_uni port=1 frame=0200000000010200000077010800450000'
     echo 'hook kind=up_ani frame=0200000000010200000077010800450000'
 }
+
+# The kernel patches its scheduler to record the names of processes with trace events. An emulated
+# processor may stop at an instruction that is half patched.
+record_no_names() {
+    echo norecord-cmd >/sys/kernel/tracing/trace_options
+}
