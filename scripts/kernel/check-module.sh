@@ -39,9 +39,16 @@ has_bounds_checks() {
     grep -q '^CONFIG_UBSAN=y' "$kernel/include/config/auto.conf" 2>/dev/null
 }
 
-# Kernels in which each traced function must be aligned: gcc before 14 aligns none that is compiled for size.
+# Kernels in which each traced function must be aligned.
 has_aligned_functions() {
     grep -q '^CONFIG_DYNAMIC_FTRACE_WITH_CALL_OPS=y' "$kernel/include/config/auto.conf" 2>/dev/null
+}
+
+# Of them, those for which the module is compiled for speed as a whole: gcc before 14 aligns no function
+# that it compiles for size.
+is_compiled_for_speed() {
+    has_aligned_functions &&
+        ! grep -q '^CONFIG_CC_HAS_MIN_FUNCTION_ALIGNMENT=y' "$kernel/include/config/auto.conf"
 }
 
 is_preemptible() {
@@ -63,7 +70,7 @@ check_text() {
     echo "$arch: $bytes bytes of text, $(text_of "$events") of them for trace events"
     bytes=$((bytes - $(text_of "$events")))
     [ "$bytes" -gt 0 ] || complain "$arch: no text was found"
-    if [ "$arch" != arm64 ] || has_sanitizer || has_bounds_checks || has_aligned_functions; then
+    if [ "$arch" != arm64 ] || has_sanitizer || has_bounds_checks || is_compiled_for_speed; then
         return
     fi
     if [ "$bytes" -gt "$text_limit" ]; then
@@ -73,9 +80,10 @@ check_text() {
 
 # Such a kernel stops if the entry of a traced function is at no multiple of 8.
 check_traced_functions() {
-    local value addend
+    local value addend number=0
     has_aligned_functions || return 0
     while read -r value addend; do
+        number=$((number + 1))
         if (((16#$value + 16#$addend) % 8)); then
             complain "$arch: a traced function is not aligned, at $addend"
             return
@@ -83,6 +91,7 @@ check_traced_functions() {
     done < <("${prefix}readelf" -rW "$module" |
         awk '/^Relocation section/ {inside = /patchable_function_entries/}
             inside && $3 ~ /^R_/ {print $4, $7}')
+    [ "$number" -gt 0 ] || complain "$arch: no function can be traced"
 }
 
 # Newer kernels add symbols of their own: the padding before a function, its table of allocations,
