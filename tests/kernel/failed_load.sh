@@ -8,7 +8,7 @@
 
 # FUNCTION ANSWER: status of a load with that function failing once.
 load_with_fault() {
-    insmod /modules/gpon_fault.ko function="$1" answer="$2" ||
+    insmod /modules/gpon_fault.ko function="$1" result="$2" ||
         fail "$1 cannot be made to fail"
     status=0
     load_module /modules/gpon_flow.ko || status=1

@@ -18,5 +18,5 @@ expect "filter by a word behind a bad one" 0 "$(said 'set trace outer vlan 1234'
 expect "level by cut words" 0 "$(said 'set gpon flow debug level 0x4')"
 expect "level without a word" 30 "$(said 'set gpon flow debug level 0x0')"
 expect "level by a whole word" 1 "$(said 'set gpon flow debug level 0x5')"
-echo "show en_flag" >/proc/gpon_flow/debug || fail "the module does not answer any more"
+echo "show en_flag" >/proc/gpon_flow/debug || fail "the module no longer handles commands"
 unload_both

@@ -35,7 +35,7 @@ allocator() {
 
 # NTH VLAN: a frame of another flow, in whose call the nth request for memory fails.
 frame_without_memory() {
-    insmod /modules/gpon_fault.ko function="$allocator" answer=0 program=hook_call nth="$1" ||
+    insmod /modules/gpon_fault.ko function="$allocator" result=0 program=hook_call nth="$1" ||
         fail "$allocator cannot be made to fail"
     hook_call kind=2 vid="$2" >/tmp/printed 2>&1 || :
     rmmod gpon_fault

@@ -80,7 +80,7 @@ shown() {
 changed() {
     tool clean rules || fail "clean rules"
     says "clean rules" "> clean flow_rule 0 0"
-    says "the module's answer" "del All Flow Rule Data:"
+    says "the module's lines" "del All Flow Rule Data:"
     tool show rules || fail "show rules after clean"
     says "rules after clean" "0 rules in"
     tool set enable off || fail "set enable"

@@ -84,7 +84,7 @@ TEST_F(omci_command, writes_to_standard_output_by_default)
 TEST_F(omci_command, remarks_name_file_and_frame)
 {
     line session;
-    session.answered(create, 266, 5, "0009", "07");
+    session.replied(create, 266, 5, "0009", "07");
     session.from_olt(bytes(20, 0));
     const std::string input = write("a.pcap", pcap_file(session.frames));
     EXPECT_EQ(run({input, "-", {}}), 1);

@@ -67,7 +67,7 @@ TEST(omci_convert, create_starts_from_an_empty_record)
 TEST(omci_convert, refused_request_becomes_a_comment)
 {
     line session;
-    session.answered(create, 266, 5, iw_tp_content, "07");
+    session.replied(create, 266, 5, iw_tp_content, "07");
     const conversion result = session.converted();
     EXPECT_THAT(session.commands(), IsEmpty());
     EXPECT_THAT(result.scenario,
@@ -80,8 +80,8 @@ TEST(omci_convert, refused_request_becomes_a_comment)
 TEST(omci_convert, refused_request_leaves_the_record_alone)
 {
     line session;
-    session.done(create, 266, 5, iw_tp_content).answered(set, 266, 5, "8000 0001", "03");
-    session.answered(delete_me, 266, 5, "", "01").answered(mib_reset, 2, 0, "", "06");
+    session.done(create, 266, 5, iw_tp_content).replied(set, 266, 5, "8000 0001", "03");
+    session.replied(delete_me, 266, 5, "", "01").replied(mib_reset, 2, 0, "", "06");
     session.done(set, 266, 5, "0100 00");
     EXPECT_THAT(session.commands(),
                 ElementsAre("me create GEM_INTERWORK_TP 0x0005 mask=0xf200 gemCTPInstID=0x0009",
@@ -92,7 +92,7 @@ TEST(omci_convert, refused_request_leaves_the_record_alone)
 TEST(omci_convert, set_done_in_part_applies_the_rest_at_the_right_places)
 {
     line session;
-    session.answered(set, 277, 1, "0700 11112222 3333 44", "09 0400 0000");
+    session.replied(set, 277, 1, "0700 11112222 3333 44", "09 0400 0000");
     EXPECT_THAT(session.commands(), ElementsAre("me set PRIORITY_QUEUE 0x0001 mask=0x0300 "
                                                 "tsPointer=0x3333 weight=68"));
     EXPECT_THAT(session.converted().scenario, HasSubstr("unsupported attributes 0x0400"));
@@ -147,7 +147,7 @@ TEST(omci_convert, classes_that_are_not_mirrored_are_counted_by_class)
 {
     line session;
     session.done(create, 272, 1, "0030").done(create, 272, 2, "0030").done(delete_me, 272, 2);
-    session.done(set, 256, 0, "0100 00").answered(create, 46, 1, "", "04");
+    session.done(set, 256, 0, "0100 00").replied(create, 46, 1, "", "04");
     const conversion result = session.converted();
     EXPECT_THAT(session.commands(), IsEmpty());
     EXPECT_THAT(result.scenario, HasSubstr("#   256 ONU-G: 1 set\n"
@@ -158,8 +158,8 @@ TEST(omci_convert, classes_that_are_not_mirrored_are_counted_by_class)
 TEST(omci_convert, other_requests_are_counted_by_type)
 {
     line session;
-    session.answered(13, 2, 0, "", "0002").answered(mib_upload_next, 2, 0, "0000", "0100 0000");
-    session.answered(mib_upload_next, 2, 0, "0001", "0100 0000").done(24, 256, 0);
+    session.replied(13, 2, 0, "", "0002").replied(mib_upload_next, 2, 0, "0000", "0100 0000");
+    session.replied(mib_upload_next, 2, 0, "0001", "0100 0000").done(24, 256, 0);
     EXPECT_THAT(session.converted().scenario,
                 HasSubstr("# Other requests: 1 MIB upload, 2 MIB upload next, "
                           "1 synchronize time\n"));

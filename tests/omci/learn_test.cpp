@@ -15,7 +15,7 @@ using testing::IsEmpty;
 TEST(omci_learn, set_after_a_mib_upload_keeps_the_reported_attributes)
 {
     line session;
-    session.answered(mib_upload_next, 2, 0, "0000", "0106 8000 e000 ffff 01 01");
+    session.replied(mib_upload_next, 2, 0, "0000", "0106 8000 e000 ffff 01 01");
     session.done(set, 262, 0x8000, "8000 03e8");
     EXPECT_THAT(session.commands(),
                 ElementsAre("me set T_CONT 0x8000 mask=0x8000 allocID=1000 policy=1"));
@@ -25,7 +25,7 @@ TEST(omci_learn, report_does_not_overwrite_values_set_by_the_olt)
 {
     line session;
     session.done(set, 262, 0x8000, "8000 03e8");
-    session.answered(mib_upload_next, 2, 0, "0000", "0106 8000 a000 ffff 02");
+    session.replied(mib_upload_next, 2, 0, "0000", "0106 8000 a000 ffff 02");
     session.done(set, 262, 0x8000, "4000 00");
     EXPECT_THAT(session.commands().back(),
                 "me set T_CONT 0x8000 mask=0x4000 allocID=1000 policy=2");
@@ -34,8 +34,8 @@ TEST(omci_learn, report_does_not_overwrite_values_set_by_the_olt)
 TEST(omci_learn, get_response_is_a_report_if_it_succeeded)
 {
     line session;
-    session.answered(get, 278, 0x8000, "f000", "00 f000 8000 0000 02 07");
-    session.answered(get, 278, 0x8001, "f000", "09 f000 8000 0000 02 07");
+    session.replied(get, 278, 0x8000, "f000", "00 f000 8000 0000 02 07");
+    session.replied(get, 278, 0x8001, "f000", "09 f000 8000 0000 02 07");
     session.done(set, 278, 0x8000, "2000 01").done(set, 278, 0x8001, "2000 01");
     EXPECT_THAT(session.commands(),
                 ElementsAre("me set TRAFFIC_SCHEDULER 0x8000 mask=0x2000 tcontPointer=0x8000 "
@@ -71,30 +71,30 @@ TEST(omci_learn, extended_upload_holds_several_instances)
 TEST(omci_learn, traffic_management_option_of_the_onu_becomes_the_default_configuration)
 {
     line session;
-    session.answered(mib_upload_next, 2, 0, "0000", "0100 0000 1000 01");
+    session.replied(mib_upload_next, 2, 0, "0000", "0100 0000 1000 01");
     EXPECT_THAT(session.commands(), ElementsAre("config traffic_mgmt_option=1"));
     line by_get;
-    by_get.answered(get, 256, 0, "9000", "00 9000 41424344 02");
+    by_get.replied(get, 256, 0, "9000", "00 9000 41424344 02");
     EXPECT_THAT(by_get.commands(), ElementsAre("config traffic_mgmt_option=2"));
 }
 
 TEST(omci_learn, boundary_lies_between_the_queues_of_both_directions)
 {
     line session;
-    session.answered(mib_upload_next, 2, 0, "0000", "0115 0000 0400 01010007");
-    session.answered(mib_upload_next, 2, 0, "0001", "0115 8003 0400 80010007");
-    session.answered(mib_upload_next, 2, 0, "0002", "0115 8004 0400 80000003");
+    session.replied(mib_upload_next, 2, 0, "0000", "0115 0000 0400 01010007");
+    session.replied(mib_upload_next, 2, 0, "0001", "0115 8003 0400 80010007");
+    session.replied(mib_upload_next, 2, 0, "0002", "0115 8004 0400 80000003");
     EXPECT_THAT(session.commands(), ElementsAre("config related_port_boundary=0x80000000"));
 }
 
 TEST(omci_learn, no_boundary_when_queues_overlap_or_one_direction_is_missing)
 {
     line overlapping;
-    overlapping.answered(mib_upload_next, 2, 0, "0000", "0115 0000 0400 90000000");
-    overlapping.answered(mib_upload_next, 2, 0, "0001", "0115 8000 0400 80000000");
+    overlapping.replied(mib_upload_next, 2, 0, "0000", "0115 0000 0400 90000000");
+    overlapping.replied(mib_upload_next, 2, 0, "0001", "0115 8000 0400 80000000");
     EXPECT_THAT(overlapping.commands(), IsEmpty());
     line downstream;
-    downstream.answered(mib_upload_next, 2, 0, "0000", "0115 0000 0400 01010000");
+    downstream.replied(mib_upload_next, 2, 0, "0000", "0115 0000 0400 01010000");
     EXPECT_THAT(downstream.commands(), IsEmpty());
 }
 

@@ -115,11 +115,11 @@ bytes pcap_file(const std::vector<bytes>& frames, uint32_t link_type, size_t cut
 
 line& line::done(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content)
 {
-    return answered(type, class_id, instance, content, "00");
+    return replied(type, class_id, instance, content, "00");
 }
 
-line& line::answered(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content,
-                     std::string_view response)
+line& line::replied(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content,
+                    std::string_view response)
 {
     asked(type, class_id, instance, content);
     return from_onu(baseline(transaction, response_bit, type, class_id, instance, response));

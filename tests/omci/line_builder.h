@@ -47,8 +47,8 @@ public:
     line& done(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content = {});
 
     /// A request and a response of that content.
-    line& answered(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content,
-                   std::string_view response);
+    line& replied(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content,
+                  std::string_view response);
 
     /// A request alone, under the next transaction id.
     line& asked(uint8_t type, uint16_t class_id, uint16_t instance, std::string_view content = {});

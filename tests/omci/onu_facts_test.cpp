@@ -21,11 +21,11 @@ TEST(omci_onu_facts, get_responses_name_the_onu_and_its_active_image)
 {
     line session;
     // Vendor id ABCD, version "V1" padded with blanks.
-    session.answered(get, 256, 0, "c000", "00 c000 41424344 5631202020202020202020202020");
-    session.answered(get, 256, 0, "2000", "00 2000 41424344 01020a0b");
-    session.answered(get, 257, 0, "8000", "00 8000 4f4e54");
-    session.answered(get, 7, 0, "f000", "00 f000" + old_version + "01 00 01");
-    session.answered(get, 7, 1, "f000", "00 f000" + new_version + "00 01 01");
+    session.replied(get, 256, 0, "c000", "00 c000 41424344 5631202020202020202020202020");
+    session.replied(get, 256, 0, "2000", "00 2000 41424344 01020a0b");
+    session.replied(get, 257, 0, "8000", "00 8000 4f4e54");
+    session.replied(get, 7, 0, "f000", "00 f000" + old_version + "01 00 01");
+    session.replied(get, 7, 1, "f000", "00 f000" + new_version + "00 01 01");
     const onu_facts facts = session.converted().counts.onu;
     EXPECT_EQ(facts.vendor, "ABCD");
     EXPECT_EQ(facts.version, "V1");
@@ -37,26 +37,26 @@ TEST(omci_onu_facts, get_responses_name_the_onu_and_its_active_image)
 TEST(omci_onu_facts, mib_upload_names_the_active_image)
 {
     line session;
-    session.answered(mib_upload_next, 2, 0, "0000", "0007 0000 f000" + old_version + "01 01 01");
-    session.answered(mib_upload_next, 2, 0, "0001", "0007 0001 f000" + new_version + "00 00 01");
+    session.replied(mib_upload_next, 2, 0, "0000", "0007 0000 f000" + old_version + "01 01 01");
+    session.replied(mib_upload_next, 2, 0, "0001", "0007 0001 f000" + new_version + "00 00 01");
     EXPECT_EQ(session.converted().counts.onu.firmware(), "2.0.4");
 }
 
 TEST(omci_onu_facts, later_report_replaces_the_earlier_one)
 {
     line session;
-    session.answered(get, 7, 0, "f000", "00 f000" + old_version + "01 01 01");
-    session.answered(get, 7, 0, "d000", "00 d000" + new_version + "00 01");
-    session.answered(get, 7, 1, "f000", "00 f000" + new_version + "01 01 01");
+    session.replied(get, 7, 0, "f000", "00 f000" + old_version + "01 01 01");
+    session.replied(get, 7, 0, "d000", "00 d000" + new_version + "00 01");
+    session.replied(get, 7, 1, "f000", "00 f000" + new_version + "01 01 01");
     EXPECT_EQ(session.converted().counts.onu.firmware(), "2.1.0");
 }
 
 TEST(omci_onu_facts, refused_get_and_image_of_a_circuit_pack_report_nothing)
 {
     line session;
-    session.answered(get, 7, 0, "f000", "09 f000" + old_version + "01 01 01");
-    session.answered(get, 7, 0x0100, "f000", "00 f000" + old_version + "01 01 01");
-    session.answered(get, 7, 0, "0800", "00 0800 41424344");
+    session.replied(get, 7, 0, "f000", "09 f000" + old_version + "01 01 01");
+    session.replied(get, 7, 0x0100, "f000", "00 f000" + old_version + "01 01 01");
+    session.replied(get, 7, 0, "0800", "00 0800 41424344");
     const onu_facts facts = session.converted().counts.onu;
     EXPECT_EQ(facts.firmware(), "");
     EXPECT_EQ(to_json(facts), json::object());
@@ -65,7 +65,7 @@ TEST(omci_onu_facts, refused_get_and_image_of_a_circuit_pack_report_nothing)
 TEST(omci_onu_facts, bytes_that_are_no_text_are_escaped)
 {
     line session;
-    session.answered(get, 256, 0, "a000", "00 a000 410a4280 ff010203 04050607");
+    session.replied(get, 256, 0, "a000", "00 a000 410a4280 ff010203 04050607");
     const onu_facts facts = session.converted().counts.onu;
     EXPECT_EQ(facts.vendor, "A\\nB\\x80");
     EXPECT_EQ(facts.serial, "\\xff\\x01\\x02\\x0304050607");

@@ -16,13 +16,13 @@ line whole_line()
 {
     line session;
     session.done(mib_reset, 2, 0);
-    session.answered(mib_upload_next, 2, 0, "0000", "0115 8000 0400 80000007");
+    session.replied(mib_upload_next, 2, 0, "0000", "0115 8000 0400 80000007");
     for (const attribute_class& cls : attribute_classes()) {
         const uint16_t class_id = gpon::class_number(cls.id);
         session.done(create, class_id, 1, "0001 0002 0003");
         session.done(set, class_id, 1, "ffff 01");
         session.done(set, class_id, 1, "8000 01");
-        session.answered(get, class_id, 1, "8000", "00 8000 01");
+        session.replied(get, class_id, 1, "8000", "00 8000 01");
         session.done(delete_me, class_id, 1);
     }
     session.from_olt(extended(900, request_bit, set, 171, 1, "0400 0011"));

@@ -23,7 +23,7 @@ line reported_line()
 {
     line session;
     const auto part = [&](const std::string& content) {
-        session.answered(mib_upload_next, 2, 0, "0000", content);
+        session.replied(mib_upload_next, 2, 0, "0000", content);
     };
     part("0106 8000 e000 ffff 01 01");
     part("0106 8001 e000 ffff 01 02");
@@ -105,7 +105,7 @@ TEST(bandwidth_tree, a_pointer_to_the_tcont_is_no_queue)
 TEST(bandwidth_tree, has_no_upstream_queues_if_the_onu_controls_rates)
 {
     line session = reported_line();
-    session.answered(get, 256, 0, "1000", "00 1000 01");
+    session.replied(get, 256, 0, "1000", "00 1000 01");
     EXPECT_THAT(tree_text(session), HasSubstr("\n  GEM port 1001  "));
     EXPECT_THAT(tree_text(session), Not(HasSubstr("\n  PRIORITY_QUEUE")));
 }

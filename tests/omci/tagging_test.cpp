@@ -99,7 +99,7 @@ TEST(omci_tagging, enhanced_mode_is_a_fact)
 TEST(omci_tagging, a_refused_row_is_no_fact)
 {
     line session;
-    session.answered(set, 171, 1, "0400 f8000000 80320000 400f0000 00080320", "03");
+    session.replied(set, 171, 1, "0400 f8000000 80320000 400f0000 00080320", "03");
     EXPECT_TRUE(facts(session).empty());
 }
 

@@ -70,11 +70,11 @@ void add_upload(line& to)
     uint16_t number = 0;
     const auto part = [&](uint16_t class_id, uint16_t instance, unsigned mask,
                           const std::string& values) {
-        to.answered(mib_upload_next, 2, 0, hex_word(number++),
-                    hex_word(class_id) + hex_word(instance) + hex_word(mask) + values);
+        to.replied(mib_upload_next, 2, 0, hex_word(number++),
+                   hex_word(class_id) + hex_word(instance) + hex_word(mask) + values);
     };
     const auto parts = static_cast<unsigned>(instances.size() + 7);
-    to.answered(mib_upload, 2, 0, "", hex_word(parts));
+    to.replied(mib_upload, 2, 0, "", hex_word(parts));
     part(11, 0x0101, 0x8000, "00");
     part(11, 0x0102, 0x8000, "00");
     part(277, 0x8000, 0x0700, "80000000 8000 01");
@@ -181,8 +181,8 @@ TEST(omci_upload, instances_that_are_not_mirrored_are_counted_by_class)
 TEST(omci_upload, without_an_instance_of_the_olt_is_an_empty_line)
 {
     line later;
-    later.answered(mib_upload, 2, 0, "", "0001");
-    later.answered(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
+    later.replied(mib_upload, 2, 0, "", "0001");
+    later.replied(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
     EXPECT_EQ(later.converted().counts.uploads.written, 0u);
     const loaded_capture loaded{"x.pcap", later.captured(), later.converted()};
     EXPECT_EQ(status_of(loaded), 1);
@@ -208,28 +208,28 @@ TEST(omci_upload, missing_parts_are_counted)
 TEST(omci_upload, parts_of_an_olt_that_does_not_number_them_are_not_missing)
 {
     line later;
-    later.answered(mib_upload, 2, 0, "", "0003");
-    later.answered(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
-    later.answered(mib_upload_next, 2, 0, "0000", "000b 0102 8000 00");
+    later.replied(mib_upload, 2, 0, "", "0003");
+    later.replied(mib_upload_next, 2, 0, "0000", "000b 0101 8000 00");
+    later.replied(mib_upload_next, 2, 0, "0000", "000b 0102 8000 00");
     EXPECT_EQ(later.converted().counts.uploads.missing, 1u);
-    later.answered(mib_upload_next, 2, 0, "0000", "000b 0103 8000 00");
+    later.replied(mib_upload_next, 2, 0, "0000", "000b 0103 8000 00");
     EXPECT_EQ(later.converted().counts.uploads.missing, 0u);
 }
 
 TEST(omci_upload, parts_before_the_capture_are_missing)
 {
     line later;
-    later.answered(mib_upload_next, 2, 0, "0003", "000b 0101 8000 00");
-    later.answered(mib_upload_next, 2, 0, "0004", "000b 0102 8000 00");
+    later.replied(mib_upload_next, 2, 0, "0003", "000b 0101 8000 00");
+    later.replied(mib_upload_next, 2, 0, "0004", "000b 0102 8000 00");
     EXPECT_EQ(later.converted().counts.uploads.missing, 3u);
 }
 
 // Class 171: association type 2 (PPTP), associated ME 0x0101. No upload contains a table.
 void add_uploaded_operation(line& to)
 {
-    to.answered(mib_upload, 2, 0, "", "0002");
-    to.answered(mib_upload_next, 2, 0, "0000", "00ab 0001 f800 02 0010 88a8 8100 03");
-    to.answered(mib_upload_next, 2, 0, "0001", "00ab 0001 0200 0101");
+    to.replied(mib_upload, 2, 0, "", "0002");
+    to.replied(mib_upload_next, 2, 0, "0000", "00ab 0001 f800 02 0010 88a8 8100 03");
+    to.replied(mib_upload_next, 2, 0, "0001", "00ab 0001 0200 0101");
 }
 
 const tag_operation& operation_1(const line_model& model)
@@ -272,10 +272,10 @@ TEST(omci_upload, get_next_reads_the_table)
 {
     line later;
     add_uploaded_operation(later);
-    later.answered(get, 171, 1, "0400", "00 0400 00000030");
-    later.answered(get_next, 171, 1, "0400 0000", first_part);
+    later.replied(get, 171, 1, "0400", "00 0400 00000030");
+    later.replied(get_next, 171, 1, "0400 0000", first_part);
     EXPECT_EQ(table_fault(operation_1(model_of(later))), "its table is not known");
-    later.answered(get_next, 171, 1, "0400 0001", second_part);
+    later.replied(get_next, 171, 1, "0400 0001", second_part);
     const tag_operation operation = operation_1(model_of(later));
     EXPECT_EQ(table_fault(operation), "");
     std::vector<std::string> rows;
@@ -291,9 +291,9 @@ TEST(omci_upload, each_row_is_below_the_frames_of_the_response_that_completes_it
 {
     line later;
     add_uploaded_operation(later);
-    later.answered(get, 171, 1, "0400", "00 0400 00000030");
-    later.answered(get_next, 171, 1, "0400 0000", first_part);
-    later.answered(get_next, 171, 1, "0400 0001", second_part);
+    later.replied(get, 171, 1, "0400", "00 0400 00000030");
+    later.replied(get_next, 171, 1, "0400 0000", first_part);
+    later.replied(get_next, 171, 1, "0400 0001", second_part);
     const std::string scenario = later.converted().scenario;
     const std::string tagging = "tagging VLAN_TAG_EXTEND_OPERATE 0x0001 ";
     EXPECT_THAT(scenario, HasSubstr("# frame 11, response 12: reported by the ONU\n" + tagging +
@@ -320,7 +320,7 @@ TEST(omci_upload, a_table_without_rows_is_read_too)
 {
     line later;
     add_uploaded_operation(later);
-    later.answered(get, 171, 1, "0400", "00 0400 00000000");
+    later.replied(get, 171, 1, "0400", "00 0400 00000000");
     const tag_operation operation = operation_1(model_of(later));
     EXPECT_EQ(table_fault(operation), "");
     EXPECT_TRUE(operation.rows.empty());
@@ -332,9 +332,9 @@ TEST(omci_upload, a_table_that_the_capture_created_is_not_read_again)
     line session;
     session.done(create, 171, 1, "02 0101");
     const std::vector<std::string> before = session.commands();
-    session.answered(get, 171, 1, "0400", "00 0400 00000030");
-    session.answered(get_next, 171, 1, "0400 0000", first_part);
-    session.answered(get_next, 171, 1, "0400 0001", second_part);
+    session.replied(get, 171, 1, "0400", "00 0400 00000030");
+    session.replied(get_next, 171, 1, "0400 0000", first_part);
+    session.replied(get_next, 171, 1, "0400 0001", second_part);
     EXPECT_EQ(session.commands(), before);
 }
 
@@ -342,8 +342,8 @@ TEST(omci_upload, an_attribute_that_a_get_reports_is_a_fact)
 {
     line session;
     session.done(create, 171, 1, "02 0101");
-    session.answered(get, 171, 1, "0800", "00 0800 05");
-    session.answered(get, 171, 1, "0800", "00 0800 05");
+    session.replied(get, 171, 1, "0800", "00 0800 05");
+    session.replied(get, 171, 1, "0800", "00 0800 05");
     EXPECT_EQ(operation_1(model_of(session)).downstream_mode, 5);
     EXPECT_THAT(session.commands().back(),
                 "tagging VLAN_TAG_EXTEND_OPERATE 0x0001 downstream_mode=5");
@@ -367,7 +367,7 @@ TEST(omci_statistics, show_times_repetitions_and_silence)
         at_time(4, 6000, slow),  at_time(5, 9000, slow_reply), at_time(6, 9500, silent)};
     const response_statistics found = statistics_of(pair_messages(messages));
     EXPECT_EQ(found.requests, 3u);
-    EXPECT_EQ(found.answered, 2u);
+    EXPECT_EQ(found.replied, 2u);
     EXPECT_EQ(found.longest, 4000u);
     EXPECT_EQ(found.slowest.frame, 3u);
     ASSERT_EQ(found.repeated.size(), 1u);

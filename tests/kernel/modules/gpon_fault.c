@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 /*
  * Makes one kernel function fail for one program, in kernels without fault injection: a probe at
- * the function's entry returns in its place. "insmod gpon_fault.ko function=proc_mkdir answer=0
+ * the function's entry returns in its place. "insmod gpon_fault.ko function=proc_mkdir result=0
  * program=load_module nth=2" returns a null pointer to that program's second call.
  */
 #include <linux/kprobes.h>
@@ -14,9 +14,9 @@ static char *function = "";
 module_param(function, charp, 0444);
 MODULE_PARM_DESC(function, "kernel function that fails");
 
-static long answer;
-module_param(answer, long, 0444);
-MODULE_PARM_DESC(answer, "return value: a negative errno, or 0 for a null pointer");
+static long result;
+module_param(result, long, 0444);
+MODULE_PARM_DESC(result, "return value: a negative errno, or 0 for a null pointer");
 
 static char *program = "load_module";
 module_param(program, charp, 0444);
@@ -33,9 +33,9 @@ MODULE_PARM_DESC(fired, "read: number of calls that failed");
 static atomic_t calls = ATOMIC_INIT(0);
 
 /* Runs in place of the function: its caller's return address is where a callee expects it. */
-static noinline notrace long answer_instead(void)
+static noinline notrace long return_result(void)
 {
-	return answer;
+	return result;
 }
 
 static int at_entry(struct kprobe *probe, struct pt_regs *regs)
@@ -43,7 +43,7 @@ static int at_entry(struct kprobe *probe, struct pt_regs *regs)
 	if (strcmp(current->comm, program) != 0 || atomic_inc_return(&calls) != nth)
 		return 0;
 	fired++;
-	instruction_pointer_set(regs, (unsigned long)answer_instead);
+	instruction_pointer_set(regs, (unsigned long)return_result);
 	return 1;
 }
 

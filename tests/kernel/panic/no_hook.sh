@@ -9,6 +9,6 @@
 . /tests/lib.sh
 
 load_softonu unis=2
-insmod /modules/gpon_fault.ko function=vorn_register_hook answer=-17 || fail "no fault to make"
+insmod /modules/gpon_fault.ko function=vorn_register_hook result=-17 || fail "no fault to make"
 load_module /modules/gpon_flow.ko
 fail "the machine continues, status $?"

@@ -15,7 +15,7 @@
 #define MILLISECONDS_LOADED 200
 
 static atomic_bool stop;
-static atomic_ulong answered, unanswered, proc_calls, proc_absent, wrong;
+static atomic_ulong handled, unhandled, proc_calls, proc_absent, wrong;
 
 static void expect(int good, const char *name, long got)
 {
@@ -27,7 +27,7 @@ static void expect_answer(const struct softonu_hook_call *call)
 {
 	if (call->records == 0) {
 		expect(call->ret == 0 && call->api_result == 0, "a call without a hook", call->api_result);
-		atomic_fetch_add(&unanswered, 1);
+		atomic_fetch_add(&unhandled, 1);
 		return;
 	}
 	expect(call->records == 1, "records", call->records);
@@ -35,7 +35,7 @@ static void expect_answer(const struct softonu_hook_call *call)
 	expect(call->api_result == 0 || call->api_result == 1, "hook's result", call->api_result);
 	if (call->api_type == DOWN_UNI)
 		expect(call->api_result == 0, "result of kind 2", call->api_result);
-	atomic_fetch_add(&answered, 1);
+	atomic_fetch_add(&handled, 1);
 }
 
 static void *packet_thread(void *argument)
@@ -119,12 +119,12 @@ static void load_and_provision(const char *module, int softonu)
 static unsigned long cycle(const char *module, int softonu)
 {
 	const struct timespec loaded = { .tv_nsec = MILLISECONDS_LOADED * 1000000L };
-	const unsigned long before = atomic_load(&answered);
+	const unsigned long before = atomic_load(&handled);
 
 	load_and_provision(module, softonu);
 	nanosleep(&loaded, NULL);
 	check((int)syscall(SYS_delete_module, "gpon_flow", O_NONBLOCK), "unload");
-	return atomic_load(&answered) - before;
+	return atomic_load(&handled) - before;
 }
 
 static unsigned long run_cycles(const char *module, int cycles)
@@ -161,9 +161,9 @@ int main(int count, char **words)
 	for (int i = 0; i < 4; i++)
 		pthread_join(threads[i], NULL);
 	printf("@@ %lu calls with a result, %lu without a hook, at least %lu with one in a cycle; %lu proc "
-	       "calls, %lu without an entry; %lu wrong results\n", atomic_load(&answered),
-	       atomic_load(&unanswered), fewest, atomic_load(&proc_calls),
+	       "calls, %lu without an entry; %lu wrong results\n", atomic_load(&handled),
+	       atomic_load(&unhandled), fewest, atomic_load(&proc_calls),
 	       atomic_load(&proc_absent), atomic_load(&wrong));
-	return atomic_load(&wrong) || !fewest || !atomic_load(&unanswered) ||
+	return atomic_load(&wrong) || !fewest || !atomic_load(&unhandled) ||
 	       !atomic_load(&proc_calls);
 }

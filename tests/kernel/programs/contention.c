@@ -39,11 +39,11 @@ static void end(int number)
 	stop = 1;
 }
 
-static void count(int which, int wrong, const char *what)
+static void count(int which, int wrong, const char *name)
 {
 	__atomic_fetch_add(&tallies[which].calls, 1, __ATOMIC_RELAXED);
 	if (wrong && __atomic_fetch_add(&tallies[which].wrong, 1, __ATOMIC_RELAXED) < 10)
-		printf("%s: wrong result, errno %d\n", what, errno);
+		printf("%s: wrong result, errno %d\n", name, errno);
 }
 
 static void send_packets(unsigned int seed)

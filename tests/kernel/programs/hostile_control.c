@@ -44,7 +44,7 @@ static const uint64_t bad_addresses[] = {
 };
 #define BAD_ADDRESSES (sizeof(bad_addresses) / sizeof(bad_addresses[0]))
 
-static int answer_to_number(unsigned long number)
+static int result_of_number(unsigned long number)
 {
 	const unsigned long masked = number & ~(unsigned long)GPON_FLOW_IOC_SIZE_MASK;
 
@@ -71,7 +71,7 @@ static void every_number(void)
 			const unsigned long number = frames[i] | low;
 
 			if (!kernel_answers(number))
-				expect(answer_to_number(number), call(number, 0), "number", number, 0);
+				expect(result_of_number(number), call(number, 0), "number", number, 0);
 		}
 	}
 }

@@ -306,7 +306,7 @@ static void hold(void)
 	show_answers();
 }
 
-/* The error of a request; 0 for any other answer. */
+/* The error of a request; 0 for any other reply. */
 static int error_of(const void *bytes, size_t count)
 {
 	const struct nlmsghdr *head = (const void *)reply;

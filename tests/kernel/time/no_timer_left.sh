@@ -7,7 +7,7 @@
 . /tests/lib.sh
 
 load_softonu unis=2
-insmod /modules/gpon_fault.ko function=proc_create_data answer=0
+insmod /modules/gpon_fault.ko function=proc_create_data result=0
 load_module /modules/gpon_flow.ko && fail "the load does not fail"
 rmmod gpon_fault
 sleep 260

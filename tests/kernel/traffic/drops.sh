@@ -53,7 +53,7 @@ send_stub() {
 
 # FUNCTION ANSWER SENDER-WORDS...: with that kernel function failing once for the sender.
 send_failing() {
-    insmod /modules/gpon_fault.ko program=send_frame function="$1" answer="$2" || return 1
+    insmod /modules/gpon_fault.ko program=send_frame function="$1" result="$2" || return 1
     shift 2
     $(side_of "$1") send_frame "$@" || return 1
     fired=$(cat /sys/module/gpon_fault/parameters/fired)
