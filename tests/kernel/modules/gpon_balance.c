@@ -15,8 +15,10 @@
 #include <linux/module.h>
 #include <linux/notifier.h>
 #include <linux/rcupdate.h>
+#include <linux/slab.h>
 #include <linux/string.h>
 #include <linux/tracepoint.h>
+#include <linux/version.h>
 
 static struct module *watched;
 static atomic_t live = ATOMIC_INIT(0);
@@ -53,10 +55,26 @@ static bool is_watched(unsigned long call_site)
 	return module && within_module(call_site, module);
 }
 
+/*
+ * In these kernels the event of a block of more than two pages names __kmalloc() as the caller, unless
+ * the compiler made its call a jump, as on x86_64. The free names the module.
+ */
+#if defined(CONFIG_ARM64) && LINUX_VERSION_CODE < KERNEL_VERSION(6, 1, 0)
+static bool has_caller(const void *block)
+{
+	return ksize(block) <= KMALLOC_MAX_CACHE_SIZE;
+}
+#else
+static bool has_caller(const void *block)
+{
+	return true;
+}
+#endif
+
 /* The events have further arguments, which differ between kernels. */
 static void on_alloc(void *unused, unsigned long call_site, const void *block)
 {
-	if (block && is_watched(call_site)) {
+	if (block && is_watched(call_site) && has_caller(block)) {
 		atomic_inc(&live);
 		atomic_inc(&taken);
 	}
@@ -64,7 +82,7 @@ static void on_alloc(void *unused, unsigned long call_site, const void *block)
 
 static void on_free(void *unused, unsigned long call_site, const void *block)
 {
-	if (block && is_watched(call_site))
+	if (block && is_watched(call_site) && has_caller(block))
 		atomic_dec(&live);
 }
 
