@@ -131,8 +131,9 @@ void add_flows(report_data& data)
 report_data live_report(module_reader& module)
 {
     report_data data;
-    data.live = live_state{module.counters(), module.state().enabled, false};
+    data.live = live_state{module.counters(), false, false};
     const unsigned load = module.load_number();
+    data.live->enabled = module.state().enabled;
     data.entities = model_of(module.instances());
     data.rules = module.table();
     data.live->changed = module.changed_while_read() || module.load_number() != load;
