@@ -193,6 +193,6 @@ put_scenarios
 put_further_files "$@"
 # Not compressed: the emulated kernel unpacks at each boot, which costs more than the copy of a longer
 # file.
-(cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) >"$output.new"
+(set -o pipefail && cd "$tree" && find . | cpio --quiet -o -H newc -R 0:0) >"$output.new"
 # Replaced and not rewritten: a copy by hard links may be in use.
 mv "$output.new" "$output"

@@ -77,10 +77,12 @@ if [ -n "$counters" ]; then
         bench_guest=countless step "countless-$arch" boot_bench "$arch" "${figures[-2]}" "${guarded[@]}"
         step "counting-$arch" boot_bench "$arch" "${figures[-1]}" "${guarded[@]}"
     done
-    counter_section "${figures[@]}" | if [ -n "$write" ]; then
-        write_result counter-cost 'Cost of the counters'
+    # Not through a pipe, which hides a failure.
+    section=$(counter_section "${figures[@]}")
+    if [ -n "$write" ]; then
+        write_result counter-cost 'Cost of the counters' <<<"$section"
     else
-        cat
+        echo "$section"
     fi
     exit 0
 fi

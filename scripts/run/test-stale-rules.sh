@@ -65,7 +65,8 @@ measure nor_when_the_command_waits_for_user_memory "$processes" \
 measure each_answer_is_one_that_the_store_gave_meanwhile 1 "changes beside frames of two threads"
 if [ -n "$write" ]; then
     {
-        echo 'A rule, or a remembered outcome, that was learnt from the graph before a change and is used after it.'
+        echo 'The tests change the graph while frames pass. They look for a rule, or a remembered outcome, that was'
+        echo 'learnt before a change and is used after it: a stale one.'
         echo
         echo '| test | changes | number | processes | stale | time |'
         echo '|---|---|---|---|---|---|'

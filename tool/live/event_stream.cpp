@@ -100,7 +100,7 @@ std::unique_ptr<event_stream> event_stream::open(const options& chosen)
                                     std::to_string(chosen.buffer_kilobytes).c_str()) < 0)
         refuse_operation("cannot set the size of the trace buffer");
     // The kernel would patch its scheduler to record the names of processes, which nothing needs
-    // here. A buffer has no file for this option alone.
+    // here; without this option the trace is the same. A buffer has no file for the option alone.
     tracefs_instance_file_write(stream->buffer_.get(), "trace_options", "norecord-cmd");
     for (int point = 0; point < GPON_TRACEPOINTS; ++point)
         if (is_of_a_frame(static_cast<gpon_tracepoint>(point)) &&

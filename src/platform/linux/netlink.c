@@ -194,7 +194,7 @@ static int dump_instances(struct sk_buff *msg, struct netlink_callback *cb)
 	}
 }
 
-/* The number first: an event after it may be in the state, but none before it is not. */
+/* The number first: the state has every event up to it, and perhaps later ones. */
 static int get_state(struct sk_buff *request, struct genl_info *info)
 {
 	struct gpon_numbered_state seen = { .event = gpon_glue_last_event() };
