@@ -22,7 +22,7 @@ find src softonu -type f | while read -r source; do
     ln -s "$PWD/$source" "$folder/$source"
 done
 # Only the C objects, with their flags: without the core the module cannot be linked.
-grep -E '^(CFLAGS_|gpon_group|ifneq|endif)' Kbuild >"$folder/Kbuild"
+grep -E '^(CFLAGS_|gpon_group|ifn?eq|ifdef|else|endif)' Kbuild >"$folder/Kbuild"
 cat >>"$folder/Kbuild" <<'END'
 obj-m := gpon_softonu.o gpon_glue.o
 gpon_softonu-y := $(patsubst $(src)/%.c,%.o,$(wildcard $(src)/softonu/*.c))
