@@ -367,7 +367,7 @@ TEST(omci_statistics, show_times_repetitions_and_silence)
         at_time(4, 6000, slow),  at_time(5, 9000, slow_reply), at_time(6, 9500, silent)};
     const response_statistics found = statistics_of(pair_messages(messages));
     EXPECT_EQ(found.requests, 3u);
-    EXPECT_EQ(found.replied, 2u);
+    EXPECT_EQ(found.answered, 2u);
     EXPECT_EQ(found.longest, 4000u);
     EXPECT_EQ(found.slowest.frame, 3u);
     ASSERT_EQ(found.repeated.size(), 1u);
