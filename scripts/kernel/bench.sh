@@ -33,8 +33,8 @@ prepare_bench() {
 # ARCH: builds a guest "countless" whose module counts nothing; prepare_bench has built its other parts.
 prepare_countless_bench() {
     local folder=$GPON_KERNEL_DIR/$1/countless-modules
-    GPON_CORE_HEADER=$PWD/tests/kernel/bench/without_counts.h step "modules-countless-$1" \
-        bash scripts/kernel/build.sh "$1" "$(kernel_headers "$1")" "$folder" &&
+    step "modules-countless-$1" bash scripts/kernel/build.sh "$1" "$(kernel_headers "$1")" "$folder" \
+        "$PWD/tests/kernel/bench/without_counts.h" &&
         GPON_MODULES=$folder step "initramfs-countless-$1" bench_initramfs "$1" countless
 }
 

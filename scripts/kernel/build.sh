@@ -1,12 +1,13 @@
 #!/bin/bash
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# usage: build.sh KERNEL [KERNEL-BUILD-FOLDER [OUTPUT-FOLDER]]
+# usage: build.sh KERNEL [KERNEL-BUILD-FOLDER [OUTPUT-FOLDER [CORE-HEADER]]]
 #
 # Builds gpon_softonu.ko and gpon_flow.ko for a kernel of fetch.sh, or for the kernel of an architecture
 # in KERNEL-BUILD-FOLDER. The kernel's build writes its products beside the sources, so each kernel has
 # an output folder with links to the sources, by default build/kernel/KERNEL/modules. The modules of
-# the guest tests are built in OUTPUT-FOLDER-of-tests. A warning fails the build.
+# the guest tests are built in OUTPUT-FOLDER-of-tests. A warning fails the build. Each source of the core
+# includes CORE-HEADER first, which changes it for a measurement.
 set -eu
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
@@ -17,6 +18,7 @@ need_kernel_name "$1"
 arch=$(arch_of "$1")
 kernel=${2:-$(kernel_headers "$1")}
 folder=${3:-$(module_folder "$1")}
+core_header=${4:-}
 
 # The build tools of a newer suite run in its own root file system.
 inside=()
@@ -43,7 +45,7 @@ build_modules() {
     local log=$1/build.log
     if ! "${inside[@]}" make -C "$kernel" -j "$GPON_JOBS" M="$1" ARCH="$(kernel_arch "$arch")" \
         CROSS_COMPILE="$(cross_prefix "$arch")" CONFIG_DEBUG_INFO_BTF_MODULES= GPON_CALL_GRAPH=1 \
-        modules >"$log" 2>&1; then
+        ${core_header:+"GPON_CORE_HEADER=$core_header"} modules >"$log" 2>&1; then
         cat "$log" >&2
         fail "the modules do not build for $kernel"
     fi
