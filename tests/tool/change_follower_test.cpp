@@ -112,9 +112,9 @@ TEST(follow_changes, ends_at_the_last_change_before_a_signal_during_a_flood)
 {
     planned_changes source(
         {{.result = flood}, {.result = flood, .signal = true}, {.result = flood}});
-    source.unread_to = 50;
+    source.unread_to = 45;
     const followed seen = follow(source);
-    EXPECT_EQ(lines_of(seen.changes, "grown"), 50u);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), 45u);
     EXPECT_EQ(source.reads, 5u);
     EXPECT_EQ(lines_of(seen.changes, "missing"), 0u) << seen.changes;
     EXPECT_EQ(seen.notes.find("dropped"), std::string::npos) << seen.notes;
@@ -156,6 +156,28 @@ TEST(follow_changes, reads_what_came_before_a_signal)
     const followed seen = follow(source);
     EXPECT_EQ(lines_of(seen.changes, "grown"), 3 * changes_a_read);
     EXPECT_EQ(lines_of(seen.changes, "missing"), 0u);
+}
+
+// Such changes are dropped without a report until the quiet time of the module ends.
+TEST(follow_changes, counts_what_a_module_did_not_send_before_a_signal)
+{
+    planned_changes source({{.signal = true}, {.changes = 0}});
+    source.unread_to = changes_a_read + 7;
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), changes_a_read);
+    EXPECT_NE(seen.changes.find("missing  7 changes"), std::string::npos) << seen.changes;
+    EXPECT_EQ(seen.notes.find("dropped"), std::string::npos) << seen.notes;
+}
+
+// The changes between them were dropped, so the first one that comes is behind the signal.
+TEST(follow_changes, counts_only_what_is_missing_before_a_signal)
+{
+    planned_changes source({{.result = loss, .signal = true}, {.result = flood}});
+    source.unread_to = changes_a_read + 3;
+    const followed seen = follow(source);
+    EXPECT_EQ(lines_of(seen.changes, "grown"), changes_a_read);
+    EXPECT_NE(seen.changes.find("missing  3 changes"), std::string::npos) << seen.changes;
+    EXPECT_EQ(source.reads, 2u);
 }
 
 TEST(follow_changes, reads_what_came_before_an_unload)

@@ -10,6 +10,7 @@
 #include "tool/live/change_printer.h"
 #include "tool/live/change_text.h"
 #include "tool/live/counter_text.h"
+#include "tool/live/module_status.h"
 #include "tool/live/process_reader.h"
 #include "tool/live/watch.h"
 #include "tool/scenario/captured_run.h"
@@ -156,7 +157,10 @@ public:
         }
         return std::vector<seen_rule>(load_);
     }
-    std::vector<dumped_instance> instances() override { return {}; }
+    std::vector<dumped_instance> instances() override
+    {
+        return std::vector<dumped_instance>(load_);
+    }
     unsigned load_number() const override { return load_; }
 
     int dumps = 0;
@@ -200,6 +204,25 @@ TEST(table, that_always_grows_ends_with_a_note)
     EXPECT_GE(grows.table().buckets, 64u);
     EXPECT_LT(grows.dumps, 20);
     EXPECT_TRUE(grows.changed_while_read());
+}
+
+// The rules of the first reading are of another module than its switch.
+TEST(status, is_of_one_module)
+{
+    replaced_module loaded_again(0, 1);
+    const module_status read = read_status(loaded_again);
+    EXPECT_TRUE(read.loaded);
+    EXPECT_EQ(read.rules.total, 2u);
+    EXPECT_EQ(read.instances.size(), 2u);
+    EXPECT_EQ(loaded_again.dumps, 3); // two of the table, and one of the second reading
+    EXPECT_FALSE(loaded_again.changed_while_read());
+}
+
+TEST(snapshot, of_a_module_that_is_always_loaded_again_ends_with_a_note)
+{
+    replaced_module module(0, 1000);
+    EXPECT_EQ(read_snapshot(module, nullptr).load, 6u);
+    EXPECT_TRUE(module.changed_while_read());
 }
 
 TEST(snapshot, is_of_one_module_and_counts_reloads)

@@ -112,7 +112,7 @@ int show_status(const show_request& request, captured_run& run)
 
 int show_kernel_status(const show_request& request, module_reader& reader)
 {
-    return print(request, {true, reader.state().enabled, reader.table(), reader.instances()});
+    return print(request, read_status(reader));
 }
 
 int run_view(const show_request& request, const view& chosen)

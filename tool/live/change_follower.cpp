@@ -26,7 +26,7 @@ public:
         notes_ << "gponflow: monitoring; Ctrl-C ends" << std::endl;
         while (out && !printer_.is_complete() && !is_over())
             take_arrived();
-        if (out && !printer_.is_complete() && has_unread() && !has_reached_signal())
+        if (out && !printer_.is_complete() && is_missing_some())
             count_missing(at_signal_);
         if (unloaded_)
             notes_ << "gponflow: the module was unloaded\n";
@@ -38,6 +38,9 @@ private:
 
     // All changes that came before the signal are printed, or counted as missing.
     bool has_reached_signal() const { return at_signal_ && printer_.has_reached(*at_signal_); }
+
+    // The module may have counted changes that it sends to nobody, and notes it only later.
+    bool is_missing_some() const { return at_signal_ ? !has_reached_signal() : has_unread(); }
 
     bool is_over() const
     {
@@ -55,6 +58,14 @@ private:
         reads_left_ -= stopped_;
     }
 
+    // One behind the signal is left out: those before it have come, or are missing.
+    void take(const module_change& change)
+    {
+        const bool is_later = at_signal_ && is_later_number(change.number, *at_signal_);
+        if (!is_later || !printer_.end_at(at_signal_))
+            printer_.take(change);
+    }
+
     void take_arrived()
     {
         wait();
@@ -62,7 +73,7 @@ private:
         const std::optional<uint32_t> last =
             behind_ && !more_ && !unloaded_ ? source_.current_number() : std::nullopt;
         const change_source::arrival arrived =
-            source_.read([this](const module_change& change) { printer_.take(change); });
+            source_.read([this](const module_change& change) { take(change); });
         const bool caught_up = behind_ && !more_ && !arrived.lost && !arrived.more;
         more_ = arrived.more;
         unloaded_ = unloaded_ || arrived.unloaded;

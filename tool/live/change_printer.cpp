@@ -15,6 +15,11 @@ constexpr uint32_t numbers_apart = 1u << 31;
 
 } // namespace
 
+bool is_later_number(uint32_t number, uint32_t other)
+{
+    return number - other - 1 < numbers_apart;
+}
+
 void change_printer::take(const module_change& change)
 {
     if (is_complete())

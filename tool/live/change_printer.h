@@ -15,6 +15,9 @@ struct change_format {
     uint64_t count = 0; ///< changes to print; 0: no limit
 };
 
+/// Whether a change has a later number than the other one. Numbers wrap around.
+[[nodiscard]] bool is_later_number(uint32_t number, uint32_t other);
+
 /// Numbers wrap around.
 class change_printer {
 public:

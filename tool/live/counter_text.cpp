@@ -42,21 +42,17 @@ void print_metric(std::ostream& out, const std::string& name, const std::string&
         << name << (type == "counter" ? "_total " : " ") << value << '\n';
 }
 
-// Readings of a module that is loaded again during each of them.
-constexpr int most_readings = 5;
-
 } // namespace
 
 counter_snapshot read_snapshot(module_reader& reader, const counter_snapshot* before)
 {
-    counter_snapshot result;
-    for (int readings = 0; readings < most_readings; ++readings) {
-        result.state = reader.state();
-        result.load = reader.load_number();
-        result.counters = reader.counters();
-        if (result.load == reader.load_number())
-            break;
-    }
+    counter_snapshot result = reader.of_one_module([&reader] {
+        counter_snapshot read;
+        read.state = reader.state();
+        read.counters = reader.counters();
+        read.load = reader.load_number();
+        return read;
+    });
     if (before)
         result.reloads = before->reloads + (result.load != before->load);
     return result;

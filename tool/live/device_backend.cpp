@@ -158,7 +158,7 @@ private:
     }
 
     // The frame is the last one of its direction; others have passed before the hook call returned
-    // at this time.
+    // at this time, or in the difference of the clocks after it; then two frames are found.
     void read_frame(uint32_t kind, uint64_t returned, traced_call& call)
     {
         constexpr std::array<uint16_t, 4> directions = {UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI};

@@ -7,9 +7,6 @@ namespace gponflow {
 
 namespace {
 
-// Readings of a table that grows during each of them.
-constexpr int most_table_readings = 5;
-
 bool is_same_size(const engine_state& left, const engine_state& right)
 {
     return left.buckets == right.buckets && left.threshold == right.threshold;
@@ -37,8 +34,8 @@ rule_table module_reader::table()
         std::vector<seen_rule> seen = rules();
         const engine_state after = state();
         const bool is_whole = is_same_size(before, after) && load == load_number();
-        changed_ = changed_ || (!is_whole && readings == most_table_readings);
-        if (is_whole || readings == most_table_readings)
+        changed_ = changed_ || (!is_whole && readings == most_readings);
+        if (is_whole || readings == most_readings)
             return table_of(std::move(seen), after);
         before = after;
     }

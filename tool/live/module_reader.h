@@ -28,6 +28,21 @@ public:
     /// another one, so two readings with the same number are of one module.
     [[nodiscard]] virtual unsigned load_number() const { return 0; }
 
+    /// Result of a function that reads more than once, all from one module: it is called again if
+    /// the module was loaded again meanwhile. After several such calls the last result is returned
+    /// and changed_while_read() is true.
+    template <typename Read> [[nodiscard]] auto of_one_module(const Read& read)
+    {
+        for (int readings = 1;; ++readings) {
+            const unsigned load = load_number();
+            auto result = read();
+            const bool is_mixed = load != load_number();
+            changed_ = changed_ || (is_mixed && readings == most_readings);
+            if (!is_mixed || readings == most_readings)
+                return result;
+        }
+    }
+
     /// Size and rules with their use, as a table. The total is always the number of the rules, also
     /// if the module learns a rule meanwhile. All are read again if the table has grown.
     [[nodiscard]] rule_table table();
@@ -38,6 +53,9 @@ public:
 
 protected:
     module_reader() = default;
+
+    /// Before a result is accepted that is not of one module or of one table.
+    static constexpr int most_readings = 5;
 
     bool changed_ = false;
 };

@@ -18,6 +18,13 @@ module_status read_status(captured_run& run)
     return status;
 }
 
+module_status read_status(module_reader& reader)
+{
+    return reader.of_one_module([&reader] {
+        return module_status{true, reader.state().enabled, reader.table(), reader.instances()};
+    });
+}
+
 std::optional<bool> read_switch(std::string_view log)
 {
     std::optional<bool> on;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tool/live/instances.h"
+#include "tool/live/module_reader.h"
 #include "tool/live/rule_table.h"
 #include "tool/scenario/captured_run.h"
 
@@ -20,6 +21,9 @@ struct module_status {
 
 /// Queries the module for its switch, rules and instances. Throws refusal.
 [[nodiscard]] module_status read_status(captured_run& run);
+
+/// Of a module that is loaded. Throws refusal.
+[[nodiscard]] module_status read_status(module_reader& reader);
 
 /// Whether the engine classifies frames, from the output of "show en_flag"; nothing when the text
 /// does not say.
