@@ -18,23 +18,24 @@ mirror_of() {
         "Label: $1" | head -n 1
 }
 
-# SUITE: the sources of a suite, with its security updates if it has any.
+# SUITE UPDATES: the sources of a suite, with its security updates if it has any and UPDATES is not "none".
 suite_sources() {
     local keys=/usr/share/keyrings/debian-archive-keyring.gpg mirror security
     mirror=${GPON_DEBIAN_MIRROR:-$(mirror_of Debian)}
     security=${GPON_DEBIAN_SECURITY_MIRROR:-$(mirror_of Debian-Security)}
     [ -n "$mirror" ] || fail "apt knows no mirror of Debian, please set GPON_DEBIAN_MIRROR"
     echo "deb [signed-by=$keys] $mirror $1 main"
-    case $1 in
-    sid | *-*) ;;
+    case $1-$2 in
+    sid-* | *-*-* | *-none) ;;
     *) [ -z "$security" ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
     esac
 }
 
-# SUITE: if empty, the sources are those of the machine. Keys and proxies always are. The configuration of a
-# container keeps apt from storing the binary form of its lists, without which each query parses them all.
+# SUITE [UPDATES]: if SUITE is empty, the sources are those of the machine. Keys and proxies always are. If
+# UPDATES is "none", the suite's security updates are left out. The configuration of a container keeps apt
+# from storing the binary form of its lists, without which each query parses them all.
 apt_setup() {
-    local apt_dir=$GPON_KERNEL_DIR/apt${1:+/$1}
+    local apt_dir=$GPON_KERNEL_DIR/apt${1:+/$1}${2:+-without-updates}
     mkdir -p "$apt_dir/lists/partial" "$apt_dir/archives/partial"
     [ -f "$apt_dir/status" ] || : >"$apt_dir/status"
     apt_options=(-qq -o "Dir::State::Lists=$apt_dir/lists" -o "Dir::State::status=$apt_dir/status"
@@ -43,7 +44,7 @@ apt_setup() {
         -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
         -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
     if [ -n "$1" ]; then
-        suite_sources "$1" >"$apt_dir/sources.list"
+        suite_sources "$1" "${2:-all}" >"$apt_dir/sources.list"
         apt_options+=(-o "Dir::Etc::sourcelist=$apt_dir/sources.list" -o Dir::Etc::sourceparts=-)
     fi
     # Kernels, tracers and the kernel's source are fetched one after another, mostly from one suite.

@@ -127,12 +127,10 @@ download() {
     (cd "$1" && shift && apt-get "${apt_options[@]}" download "$@")
 }
 
-# KERNEL FOLDER PACKAGE...: downloads and unpacks all that belongs to a kernel.
+# KERNEL FOLDER: adds the guest's programs to the kernel's packages and unpacks them all.
 unpack_kernel() {
     local kernel=$1 staging=$2
-    shift 2
-    mkdir -p "$staging/debs/partial" "$staging/root"
-    download "$staging/debs" "$@"
+    mkdir -p "$staging/root"
     [ "$kernel" != "$(arch_of "$kernel")" ] ||
         download_guest_programs "$(debian_arch "$kernel")" "$staging/debs"
     unpack "$staging/debs" "$staging/root"
@@ -176,24 +174,42 @@ package_versions() {
     done
 }
 
-# KERNEL
-fetch() {
-    local kernel=$1 packages version suite dir versions
-    dir=$(kernel_dir "$kernel")
-    suite=$(kernel_suite "$kernel")
-    apt_setup "$suite"
-    mapfile -t packages < <(qualified_packages "$kernel")
+# KERNEL UPDATES: sets the "packages" of the newest one, with or without the security updates of its suite
+# (apt_setup), its "version", and the "versions" of the packages.
+choose_kernel() {
+    apt_setup "$(kernel_suite "$1")" "$2"
+    mapfile -t packages < <(qualified_packages "$1")
     version=${packages[0]%%:*}
     version=${version#linux-headers-}
-    check_series "$kernel" "$version"
+    check_series "$1" "$version"
     versions=$(package_versions "${packages[@]}")
+}
+
+# FOLDER: downloads "packages".
+download_kernel() {
+    rm -rf "$1"
+    mkdir -p "$1/debs/partial"
+    echo "fetching for $kernel: ${packages[*]}"
+    download "$1/debs" "${packages[@]}"
+}
+
+# KERNEL
+fetch() {
+    local kernel=$1 packages version dir versions
+    dir=$(kernel_dir "$kernel")
+    choose_kernel "$kernel" ""
     if [ -z "$again" ] && is_there "$kernel" && [ "$(cat "$dir/versions" 2>/dev/null)" = "$versions" ]; then
         echo "$kernel is the newest: $version"
         return
     fi
-    echo "fetching for $kernel: ${packages[*]}"
-    rm -rf "$dir.new"
-    unpack_kernel "$kernel" "$dir.new" "${packages[@]}"
+    # A mirror may list security updates of an old suite whose files it no longer has.
+    if ! download_kernel "$dir.new"; then
+        [ -n "$(kernel_suite "$kernel")" ] || fail "a package of the kernel $kernel is not there"
+        echo "$(kernel_suite "$kernel") without its security updates:"
+        choose_kernel "$kernel" none
+        download_kernel "$dir.new"
+    fi
+    unpack_kernel "$kernel" "$dir.new"
     rm -rf "${dir:?}"
     mv "$dir.new" "$dir"
     echo "$version" >"$dir/version"
