@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: GPL-2.0-only
 """What report, explain and account say about the same frames.
 
-usage: same_reasons_test.py GPONFLOW SOURCE_ROOT [CAPTURE...]
+usage: same_reasons_test.py GPONFLOW SOURCE_ROOT FLOWS [CAPTURE...]
 
 The captures of the tree, unless others are named, on the subscriber's line without and with tagging
 operations.
 
-Each flow of a report is explained by its first frame: both have the same outcome, and for a drop
-the same reason. The drops of account are those of the report.
+FLOWS flows of each outcome in a report are explained by their first frame: both have the same outcome,
+and for a drop the same reason. The drops of account are those of the report.
 """
 
 import collections
@@ -23,7 +23,6 @@ import tempfile
 # One hook call, or the entry of a frame that goes through both calls of its direction.
 ENTRIES = ["kind=up_uni,port=1", "kind=up_uni,port=2", "kind=up_ani", "kind=down_ani,gem=1025",
            "kind=down_ani,gem=1050", "--uni 1", "--uni 2", "--gem 1025", "--gem 1050"]
-FLOWS_EACH = 6  # of a capture with the same outcome
 
 
 def without_leak_search():
@@ -33,8 +32,9 @@ def without_leak_search():
 
 
 class Checker:
-    def __init__(self, tool):
+    def __init__(self, tool, flows_each):
         self.tool = tool
+        self.flows_each = flows_each
         self.line = None
         self.faults = 0
         self.compared = collections.Counter()
@@ -106,7 +106,7 @@ class Checker:
         for flow in report["flows"]:
             key = (flow["kind"], flow["outcome"], flow["text"])
             seen[key] += 1
-            if seen[key] <= FLOWS_EACH:
+            if seen[key] <= self.flows_each:
                 notes |= self.compare_flow(capture, entry, flow, seen[key] > 1)
         self.compare_notes(capture, entry, notes, account, report)
 
@@ -126,18 +126,18 @@ tagging VLAN_TAG_EXTEND_OPERATE 2 row=f8000000f8000000000f00000000a964
 
 def main():
     tool, root = sys.argv[1], pathlib.Path(sys.argv[2])
-    captures = sys.argv[3:] or sorted(map(str, root.glob("captures/*.pcap")))
+    captures = sys.argv[4:] or sorted(map(str, root.glob("captures/*.pcap")))
     plain = root / "scenarios/subscriber-line.scn"
     with tempfile.TemporaryDirectory() as folder:
         tagged = pathlib.Path(folder) / "tagged.scn"
         tagged.write_text(plain.read_text(encoding="utf-8") + OPERATIONS, encoding="utf-8")
-        check = Checker(tool)
+        check = Checker(tool, int(sys.argv[3]))
         for line, capture, entry in itertools.product((plain, tagged), captures, ENTRIES):
             check.line = str(line)
             check.compare(capture, entry)
     print(dict(check.compared))
     least = {"passed": 200, "dropped": 100, "note": 4, "gap": 5}
-    if not sys.argv[3:] and any(check.compared[one] < least[one] for one in least):
+    if not sys.argv[4:] and any(check.compared[one] < least[one] for one in least):
         check.complain("too few flows were compared")
     sys.exit(check.faults != 0)
 
