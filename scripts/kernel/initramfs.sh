@@ -151,6 +151,7 @@ put_tests() {
     put scripts/kernel/guest/init init
     chmod 0755 "$tree/init"
     put scripts/kernel/guest/lib.sh tests/lib.sh
+    put scripts/kernel/guest/observing.sh tests/observing.sh
     put scripts/kernel/guest/demo.sh tests/demo.sh
     put "$configuration" tests/config
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do

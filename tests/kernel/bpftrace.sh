@@ -33,7 +33,7 @@ if ! command -v bpftrace >/dev/null; then
     exit 0
 fi
 load_both
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 start_script drops
 calls 3 "$dropped"
 end_script drops '^@drops\[02:00:00:00:77:01, 1, 2164261364, filtered\]: 3$' 1

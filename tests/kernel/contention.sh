@@ -5,23 +5,21 @@
 # here, on two processors; and then an unload.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-
-value_of() { # COUNTER FILE
-    awk -v name="$1" '$1 == name { print $2 }' "$2"
-}
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 load_softonu unis=2
 insmod /modules/gpon_hasten.ko period=30000 instead=25
 load_gpon_flow
 seconds=${contention_seconds:-8}
 contention everything "$seconds" || fail "a wrong result, or no path"
-netlink_reader counters >/tmp/before || fail "no counters: $(cat /tmp/before)"
+counters_to /tmp/before
 contention judged "$seconds" || fail "a result of another time, or no path"
-netlink_reader counters >/tmp/after || fail "no counters: $(cat /tmp/after)"
+counters_to /tmp/after
 
 # The results are of interest only if frames replayed, left their outcome and used it.
 for name in walks_done replays outcomes_remembered remembered_up_ani; do
-    times=$(($(value_of $name /tmp/after) - $(value_of $name /tmp/before)))
+    times=$(($(value_in $name /tmp/after) - $(value_in $name /tmp/before)))
     echo "@@ $name: $times while the port ids changed"
     [ "$times" -gt 0 ] || fail "no $name"
 done

@@ -21,8 +21,7 @@ frames() {
 load_softonu unis=2
 insmod /modules/gpon_balance.ko || fail "the kernel has no events of its allocator"
 load_gpon_flow
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed ||
-    { cat /tmp/printed; fail "no provisioning"; }
+provision_line
 held=$(cat $balance/settled)
 [ "$held" -gt 0 ] || fail "the line is no block"
 frames >/tmp/frames.scn

@@ -6,12 +6,10 @@
 # with a listener.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 rule="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
-
-counters_to() {
-    netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"
-}
 
 # The counters that changed between two files, NAME=DIFFERENCE.
 changes() {
@@ -55,28 +53,13 @@ known_store() {
         /tmp/instances || fail "no GEM port with its link: $(cat /tmp/instances)"
 }
 
-# wait_for TEXT FILE PROCESS: until the file of a process that runs has the text.
-wait_for() {
-    while ! grep -q "$1" "$2"; do
-        kill -0 "$3" || fail "no '$1': $(cat "$2")"
-        sleep 1
-    done 2>/dev/null
-}
-
-# Differences of counters between two files, summed.
-grown_by() {
-    echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
-        wanted[$1] { sum += FILENAME == "/tmp/after" ? $2 : -$2 }
-        END { print sum + 0 }' - /tmp/before /tmp/after
-}
-
 # A listener of another network namespace gets nothing. Events are numbered, though nobody gets them.
 foreign_listener() {
     mkfifo /tmp/foreign
     netlink_reader foreign </tmp/foreign >/tmp/elsewhere &
     foreign=$!
     exec 5>/tmp/foreign
-    wait_for listening /tmp/elsewhere $foreign
+    wait_for /tmp/elsewhere listening $foreign
     if grep -q not /tmp/elsewhere; then
         left_out "a listener of another network namespace, which this kernel refuses"
         exec 5>&-
@@ -97,9 +80,7 @@ foreign_listener() {
 
 known_events() {
     follow_events
-    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
-    monitor=$!
-    wait_for monitoring /tmp/monitor.errors $monitor
+    start_monitor
     calls 1 "hook kind=up_uni port=1 frame=02000000000102000000770208004500000000000000000000000000000000"
     echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
@@ -109,7 +90,7 @@ known_events() {
     grep -qF "gone $rule used=1 hits=4 " /tmp/events || fail "not its hits: $(cat /tmp/events)"
     grep -q "^changed class=280 id=0x77 change=1 event=[0-9]*$" /tmp/events ||
         fail "no created instance: $(cat /tmp/events)"
-    wait_for "^created " /tmp/monitor $monitor
+    wait_for /tmp/monitor "^created " $monitor
     kill -INT "$monitor"
     wait "$monitor" || fail "monitor: $(cat /tmp/monitor.errors)"
     expect "learnt rules that monitor printed" 1 "$(grep -c "^learnt " /tmp/monitor)"
@@ -131,9 +112,10 @@ begin_stopped_listener() {
     netlink_reader stopped </tmp/stop >/tmp/stopped &
     stopped=$!
     exec 4>/tmp/stop
-    wait_for listening /tmp/stopped $stopped
+    wait_for /tmp/stopped listening $stopped
 }
 
+# NAME: of the listener that stopped reading.
 value_of() {
     sed -n "s/^\(.* \)\{0,1\}$1=//p" /tmp/stopped
 }
@@ -251,7 +233,7 @@ hold() {
     netlink_reader hold </tmp/hold >"$1" &
     holder=$!
     exec 3>/tmp/hold
-    wait_for holding "$1" $holder
+    wait_for "$1" holding $holder
 }
 
 release() {
@@ -297,7 +279,7 @@ unload() {
 }
 
 load_both
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 known_traffic
 known_store
 listener=0

@@ -6,13 +6,11 @@
 # that at the unload.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 addresses="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
 steps="step=0xb/0x101 step=0x2f/0x1"
-
-provision() {
-    gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
-}
 
 # The bucket of the flow is not known.
 delete_in_each_bucket() {
@@ -82,7 +80,7 @@ unload_and_stop_listening() {
 events_of_aging() {
     insmod /modules/gpon_hasten.ko period=30000 instead=25 || fail "the timer cannot be hastened"
     load_both
-    provision
+    provision_line
     follow_events
     calls 1 "$passing"
     tries=0
@@ -101,7 +99,7 @@ unload_in_a_quiet_time() {
     insmod /modules/gpon_hasten.ko period=$((hz / 10)) instead=$((hz * 60)) ||
         fail "the quiet time cannot be made longer"
     load_both
-    provision
+    provision_line
     quiet_unload "$1" >/tmp/printed || fail "quiet_unload $1: $(cat /tmp/printed)"
     expect "quiet times" 1 "$(cat /sys/module/gpon_hasten/parameters/hastened)"
     rmmod gpon_softonu
@@ -109,7 +107,7 @@ unload_in_a_quiet_time() {
 }
 
 load_both
-provision
+provision_line
 if ! has_events; then
     unload_both
     exit 0

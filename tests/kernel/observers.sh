@@ -5,24 +5,10 @@
 # beside those of other processes, and changes that are queued when a signal ends monitor.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 tracing=/sys/kernel/tracing
-mac=02:00:00:00:77:01
-
-provision() {
-    gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
-}
-
-# FILE TEXT PROCESS: until the file of a process that runs has the text.
-wait_for() {
-    tries=0
-    until grep -q "$2" "$1" 2>/dev/null; do
-        kill -0 "$3" 2>/dev/null || fail "no '$2', the process has ended: $(cat "$1")"
-        tries=$((tries + 1))
-        [ $tries -lt 150 ] || fail "no '$2': $(cat "$1")"
-        sleep 0.2
-    done
-}
 
 # PROCESS WHAT [STATUS]: it ends soon, without an error or with this status.
 ends() {
@@ -37,16 +23,6 @@ ends() {
     expect "status of $2" "${3:-0}" "$status"
 }
 
-# NAME ARGUMENT...: a trace with its output in /tmp/NAME and /tmp/NAME.errors.
-start_trace() {
-    name=$1
-    shift
-    rm -f "/tmp/$name.errors"
-    gponflow trace "src_mac=$mac" "$@" >"/tmp/$name" 2>"/tmp/$name.errors" &
-    tracer=$!
-    wait_for "/tmp/$name.errors" tracing $tracer
-}
-
 # A trace leaves the scheduler as it is: the kernel patches it to record the names of processes.
 names_of_processes_are_off() {
     echo record-cmd >$tracing/trace_options
@@ -55,13 +31,6 @@ names_of_processes_are_off() {
     kill -INT $tracer
     ends $tracer "trace without a frame"
     record_no_names
-}
-
-start_monitor() {
-    rm -f /tmp/monitor.errors
-    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
-    monitor=$!
-    wait_for /tmp/monitor.errors monitoring $monitor
 }
 
 # PROCESS: stops it, until it runs no longer.
@@ -86,7 +55,7 @@ no_buffer_is_left() {
 
 load_again() {
     load_gpon_flow
-    provision
+    provision_line
 }
 
 # COMMAND...: unloads the module with it, under a trace that has printed a frame.
@@ -118,7 +87,7 @@ trace_at_unload() {
     load_again
     # The second module has the events of the first one, with other numbers.
     trace_ends_at load_twice
-    provision
+    provision_line
     start_trace trace --count 1
     calls 1 "$passing"
     ends $tracer "trace of the second module"
@@ -152,7 +121,7 @@ monitor_at_unload() {
     monitor_ends_at rmmod gpon_flow
     load_again
     monitor_ends_at load_twice
-    provision
+    provision_line
 }
 
 # It is stopped while the changes and the signal come.
@@ -294,7 +263,7 @@ entities_that_change() {
 }
 
 load_both
-provision
+provision_line
 mount -t tracefs tracefs $tracing 2>/dev/null || :
 if [ -d $tracing/events/gpon_flow ]; then
     buffer_of_a_used_number

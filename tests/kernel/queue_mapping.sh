@@ -17,8 +17,7 @@ goes_to() {
 
 load_softonu unis=2 gem_ports=1025,1026
 load_gpon_flow
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/provision.txt ||
-    { cat /tmp/provision.txt; fail "the scenario was not obeyed"; }
+provision_line
 goes_to 1025 0 vid=100 pbit=3
 goes_to 1026 0 vid=200 pbit=3
 

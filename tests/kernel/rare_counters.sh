@@ -6,9 +6,12 @@
 # replaced and of a lost rule occur.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 value_of() {
-    netlink_reader counters | sed -n "s/^$1 //p"
+    counters_to /tmp/counters
+    value_in "$1" /tmp/counters
 }
 
 forget_rules() {
@@ -115,7 +118,7 @@ sums_hold() {
 }
 
 load_both
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 by_a_race rules_outdated
 by_a_race rules_unchanged
 listener=0

@@ -5,9 +5,10 @@
 # trace events, and reports the state of the module.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 provision=/tests/traffic/provision.scn
-mac=02:00:00:00:77:01
 passing="kind=up_uni port=1 frame=0200000000010200000077010800450000"
 dropped="kind=up_ani frame=020000000001020000007701810001f408004500"
 # Of another station: no filter of this test selects it.
@@ -132,26 +133,13 @@ filter_is_off() {
     ! dmesg | grep -q 'gpon_flow_list_get_related_id' || fail "the filter is in force $1"
 }
 
-# Starts gponflow trace and waits until the filter is set.
-start_trace() {
-    rm -f /tmp/errors
-    gponflow trace "src_mac=$mac" "$@" >/tmp/output 2>/tmp/errors &
-    tracer=$!
-    tries=0
-    until grep -q tracing /tmp/errors 2>/dev/null; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "trace does not begin: $(cat /tmp/errors)"
-        sleep 0.2
-    done
-}
-
 traced() {
     gponflow clean rules >/dev/null || fail "clean rules"
-    start_trace --count 3
+    start_trace output --count 3
     one_frame "$passing"
     one_frame "$passing"
     one_frame "$dropped"
-    wait $tracer || fail "trace: $(cat /tmp/errors)"
+    wait $tracer || fail "trace: $(cat /tmp/output.errors)"
     says "trace" "frame 1, upstream, from the UNI to the bridge"
     says "trace" "its rule was replayed"
     says "trace" "frame 3, upstream, from the bridge to the ANI"
@@ -169,7 +157,7 @@ documents() {
 # Each hook call of the station is one document, no more and no less.
 traced_exactly() {
     gponflow clean rules >/dev/null || fail "clean rules"
-    start_trace --json
+    start_trace output --json
     {
         yes "hook $passing" | head -n 5
         yes "hook $foreign" | head -n 4
@@ -178,7 +166,7 @@ traced_exactly() {
     gponflow run --backend=device /tmp/known.scn >/tmp/printed || fail "no known traffic"
     sleep 1
     kill -INT $tracer
-    wait $tracer || fail "trace: $(cat /tmp/errors)"
+    wait $tracer || fail "trace: $(cat /tmp/output.errors)"
     expect "traced frames" 8 "$(wc -l </tmp/output)"
     expect "passed frames" 5 "$(documents '"outcome":"passed"')"
     expect "replays" 4 "$(documents '"replayed":true')"
@@ -187,13 +175,13 @@ traced_exactly() {
     expect "dropped frames" 3 "$(documents '"outcome":"dropped".*VLAN filter drops')"
     expect "documents without losses" 8 "$(documents '"lost_events":0[,}]')"
     expect "incomplete frames" 0 "$(documents '"incomplete"')"
-    grep -q "8 frames; the filter is off" /tmp/errors || fail "summary: $(cat /tmp/errors)"
-    ! grep -q "dropped" /tmp/errors || fail "losses without a reason: $(cat /tmp/errors)"
+    grep -q "8 frames; the filter is off" /tmp/output.errors || fail "summary: $(cat /tmp/output.errors)"
+    ! grep -q "dropped" /tmp/output.errors || fail "losses without a reason: $(cat /tmp/output.errors)"
 }
 
 # The tool does not read while it is stopped, so its small buffer overflows.
 traced_with_losses() {
-    start_trace --json --buffer 8
+    start_trace output --json --buffer 8
     kill -STOP $tracer
     yes "hook $dropped" | head -n 150 >/tmp/flood.scn
     gponflow run --backend=device /tmp/flood.scn >/tmp/printed || fail "no flood"
@@ -202,9 +190,9 @@ traced_with_losses() {
     one_frame "$passing"
     sleep 1
     kill -INT $tracer
-    wait $tracer || fail "trace: $(cat /tmp/errors)"
-    grep -qE "the kernel dropped [1-9][0-9]* trace events" /tmp/errors ||
-        fail "losses are not reported: $(cat /tmp/errors)"
+    wait $tracer || fail "trace: $(cat /tmp/output.errors)"
+    grep -qE "the kernel dropped [1-9][0-9]* trace events" /tmp/output.errors ||
+        fail "losses are not reported: $(cat /tmp/output.errors)"
     [ "$(documents '"lost_events":[1-9]')" -gt 0 ] || fail "no document has lost events"
     [ "$(wc -l </tmp/output)" -lt 151 ] || fail "a buffer of 8 KiB has all frames"
     [ "$(documents '"lost_events":[1-9].*"outcome"|"outcome".*"lost_events":[1-9]')" -gt 0 ] ||
@@ -214,13 +202,13 @@ traced_with_losses() {
 
 # A killed trace leaves its buffer and its filter; the next one removes the buffer.
 traced_after_kill() {
-    start_trace
+    start_trace output
     kill -KILL $tracer
     wait $tracer || :
     [ -n "$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')" ] || fail "no buffer to remove"
-    start_trace --count 1
+    start_trace output --count 1
     one_frame "$passing"
-    wait $tracer || fail "trace after a killed one: $(cat /tmp/errors)"
+    wait $tracer || fail "trace after a killed one: $(cat /tmp/output.errors)"
     tracing_is_off "after a killed trace"
     filter_is_off "after a killed trace"
 }
@@ -290,9 +278,9 @@ followed_in_json() {
     gponflow monitor --json --count 1 >/tmp/changes 2>/tmp/notes &
     follower=$!
     if [ -n "$has_events" ]; then
-        start_trace --count 1 --json
+        start_trace output --count 1 --json
         one_frame "$passing"
-        wait $tracer || fail "trace --json: $(cat /tmp/errors)"
+        wait $tracer || fail "trace --json: $(cat /tmp/output.errors)"
         keep_json gponflow-trace-1 "trace --json" /tmp/output
     fi
     tries=0
@@ -309,7 +297,7 @@ followed_in_json() {
 
 stopped() {
     for signal in INT TERM; do
-        start_trace
+        start_trace output
         kill -$signal $tracer
         status=0
         wait $tracer || status=$?
@@ -321,19 +309,14 @@ stopped() {
 
 # Without a frame or a change no document is printed, and standard error has documents only.
 stopped_in_json() {
-    start_trace --json
+    start_trace output --json
     kill -INT $tracer
-    wait $tracer || fail "trace --json: $(cat /tmp/errors)"
+    wait $tracer || fail "trace --json: $(cat /tmp/output.errors)"
     expect "trace --json that is stopped at once" "" "$(cat /tmp/output)"
-    keep_json gponflow-message-1 "trace --json, stopped" /tmp/errors
+    keep_json gponflow-message-1 "trace --json, stopped" /tmp/output.errors
     gponflow monitor --json >/tmp/changes 2>/tmp/notes &
     follower=$!
-    tries=0
-    until [ -s /tmp/notes ]; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "monitor --json does not begin"
-        sleep 0.2
-    done
+    wait_for /tmp/notes monitoring $follower
     kill -INT $follower
     wait $follower || fail "monitor --json: $(cat /tmp/notes)"
     expect "monitor --json that is stopped at once" "" "$(cat /tmp/changes)"

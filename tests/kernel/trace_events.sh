@@ -5,25 +5,19 @@
 # gponflow count; events that nobody traces do not occur; unload while all are traced.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/observing.sh
+. /tests/observing.sh
 
 tracing=/sys/kernel/tracing
 events=$tracing/events/gpon_flow
 
-# What netlink counts; gponflow prints the same numbers.
-counters_to() {
-    netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"
+# FILE: what netlink counts; gponflow prints the same numbers.
+same_counters_to() {
+    counters_to "$1"
     gponflow stat --json >/tmp/stat || fail "no gponflow stat: $(cat /tmp/stat)"
     while read -r name value; do
         grep -qE "\"$name\": $value,?\$" /tmp/stat || fail "gponflow stat differs in $name=$value"
     done <"$1"
-}
-
-# counted NAME...: the sum of the differences of these counters.
-counted() {
-    echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
-        FILENAME == "/tmp/before" { sum -= wanted[$1] * $2 }
-        FILENAME == "/tmp/after" { sum += wanted[$1] * $2 }
-        END { print sum + 0 }' - /tmp/before /tmp/after
 }
 
 # traced PATTERN: the number of such events. A line is "COMM-PID [CPU] FLAGS TIME: EVENT: FIELDS".
@@ -43,7 +37,7 @@ gathered() {
 }
 
 begin_tracing() {
-    counters_to /tmp/before
+    same_counters_to /tmp/before
     echo >$tracing/trace
     echo 1 >$events/enable || fail "the events cannot be enabled"
 }
@@ -51,7 +45,7 @@ begin_tracing() {
 end_tracing() {
     echo 0 >$events/enable
     cat $tracing/trace >/tmp/trace
-    counters_to /tmp/after
+    same_counters_to /tmp/after
     grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
         fail "events are lost: $(head -n 4 /tmp/trace)"
     gather_events
@@ -62,7 +56,7 @@ same() {
     what=$1
     pattern=$2
     shift 2
-    expect "$what" "$(counted "$@")" "$(gathered "$pattern")"
+    expect "$what" "$(grown_by "$@")" "$(gathered "$pattern")"
 }
 
 # DIRECTION: the frames of a direction begin with a walk or hit a rule.
@@ -106,7 +100,7 @@ everything_is_the_same() {
     same "commands of an operator" "command: kind=operator " operator_commands
     same "refused commands" "command: kind=refused " commands_refused
     same "sweeps" "sweep: " sweeps
-    expect "aged rules" "$(counted rules_aged)" \
+    expect "aged rules" "$(grown_by rules_aged)" \
         "$(sed -n 's/ : gpon_sweep: .* aged=\([0-9]*\) .*/ \1/p' /tmp/gathered | awk '{ n += $1 * $2 } END { print n + 0 }')"
     same "passed frames" "(walk_end: .* reason=passed|rule_hit:) " frames_passed queue_failures
 }
@@ -149,7 +143,7 @@ counted_line() {
     end_tracing
     everything_is_the_same
     expect "calls of an unknown kind" 2 "$(traced "drop: .* direction=none .* reason=unknown_kind ")"
-    [ "$(counted rules_aged)" -gt 0 ] || fail "no rule aged"
+    [ "$(grown_by rules_aged)" -gt 0 ] || fail "no rule aged"
 }
 
 # One event alone, then none.
@@ -186,7 +180,7 @@ if [ ! -d $events ]; then
     exit 0
 fi
 record_no_names
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 known_traffic
 flood
 counted_line

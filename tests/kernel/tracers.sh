@@ -75,7 +75,7 @@ if [ ! -d /sys/kernel/tracing/events/gpon_flow ]; then
     unload_both
     exit 0
 fi
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 known_frames
 if command -v trace-cmd >/dev/null; then
     with_trace_cmd

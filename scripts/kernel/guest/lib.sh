@@ -144,6 +144,17 @@ expect() {
     [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
 }
 
+# FILE TEXT PROCESS: until the file of a process that runs has the text.
+wait_for() {
+    tries=0
+    until grep -q "$2" "$1" 2>/dev/null; do
+        kill -0 "$3" 2>/dev/null || fail "no '$2', the process has ended: $(cat "$1")"
+        tries=$((tries + 1))
+        [ $tries -lt 150 ] || fail "no '$2': $(cat "$1")"
+        sleep 0.2
+    done
+}
+
 # With module parameters.
 load_softonu() {
     insmod /modules/gpon_softonu.ko "$@" || fail "gpon_softonu.ko does not load"
@@ -216,70 +227,17 @@ passing="hook kind=up_uni port=1 frame=02000000000102000000770108004500000000000
 # shellcheck disable=SC2034
 dropped="hook kind=up_ani frame=020000000001020000007701810001f408004500"
 
+# Creates the line of tests/kernel/traffic/provision.scn.
+provision_line() {
+    gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed 2>&1 ||
+        { cat /tmp/printed; fail "no provisioning"; }
+}
+
 # COUNT LINE: as many calls of the hook.
 calls() {
     yes "$2" | head -n "$1" >/tmp/calls.scn
     gponflow run --backend=device /tmp/calls.scn >/tmp/printed 2>&1 ||
         { cat /tmp/printed; fail "no hook calls"; }
-}
-
-# Whether the kernel can restrict a multicast group, which the events need. All kernels since 5.12 can.
-has_events() {
-    ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group" || return 0
-    left_out "events, this kernel cannot restrict a multicast group"
-    return 1
-}
-
-# The number of the last event.
-last_event() {
-    netlink_reader state | sed 's/.*event=//'
-}
-
-# Lets a listener write all events to /tmp/events.
-follow_events() {
-    # A former listener has left its own.
-    : >/tmp/events
-    netlink_reader events >/tmp/events &
-    listener=$!
-    until grep -q listening /tmp/events; do
-        kill -0 $listener || fail "no listener: $(cat /tmp/events)"
-        sleep 0.2
-    done
-    events_seen=1
-    event_before=$(last_event)
-}
-
-# Until the listener has the last event; it must still run.
-await_last_event() {
-    wanted_event=$(last_event)
-    tries=0
-    until [ "$(sed -n 's/.* event=//p' /tmp/events | tail -n 1)" = "$wanted_event" ] ||
-        [ "$wanted_event" = "$event_before" ]; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "event $wanted_event is missing: $(tail -n 5 /tmp/events)"
-        sleep 0.1
-    done
-    kill -0 "$listener" || fail "the listener has ended: $(tail -n 5 /tmp/events)"
-}
-
-# Writes the events since the last call to /tmp/new, without their numbers and idle times, when the
-# listener has all of them. No number is missing.
-take_events() {
-    await_last_event
-    tail -n +$((events_seen + 1)) /tmp/events >/tmp/taken
-    events_seen=$((events_seen + $(wc -l </tmp/taken)))
-    expect "numbers of the events" "$(seq -s " " $((event_before + 1)) "$wanted_event")" \
-        "$(sed 's/.* event=//' /tmp/taken | tr '\n' ' ' | sed 's/ $//')"
-    event_before=$wanted_event
-    sed 's/ idle=[0-9]*//; s/ event=[0-9]*$//' /tmp/taken >/tmp/new
-}
-
-# WHAT LINE...: these events, and no other, since the last call.
-expect_events() {
-    what=$1
-    shift
-    take_events
-    expect "events of $what" "$(printf '%s\n' "$@")" "$(cat /tmp/new)"
 }
 
 # FIRST LAST: a first frame of each of these flows.

@@ -10,10 +10,10 @@
  *
  * At the end of both the path still leads to the provisioned GEM port.
  */
-#include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 
+#include "child.h"
 #include "graph.h"
 
 enum { PACKETS, COMMANDS, FLUSHES, OPERATORS, JUDGED, TALLIES };
@@ -221,7 +221,7 @@ static void operate(unsigned int seed)
 
 static pid_t start(void (*work)(unsigned int), unsigned int seed)
 {
-	const pid_t child = fork();
+	const pid_t child = fork_child();
 
 	if (child < 0) {
 		perror("fork");

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <time.h>
 
+#include "child.h"
 #include "graph.h"
 #include "processor.h"
 
@@ -93,7 +94,7 @@ int main(int count, char **words)
 
 	if (begun == MAP_FAILED)
 		return 2;
-	first = fork();
+	first = fork_child();
 	if (first == 0) {
 		stay_on(0);
 		__atomic_store_n(begun, 1, __ATOMIC_RELEASE);

@@ -33,7 +33,7 @@ kernel_has FUNCTION_GRAPH_TRACER || {
     exit 0
 }
 load_both
-gponflow run --backend=device /tests/traffic/provision.scn >/tmp/printed || fail "no provisioning"
+provision_line
 first_frames 1 1000 >/tmp/flood.scn
 gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
 trace_function gpon_observe_rules

@@ -28,17 +28,11 @@ provision_alone() {
 	END
 }
 
-# With OMCI: a scenario creates the managed entities through the control device and switches the
-# engine on.
-provision_gpon_flow() {
-    gponflow run --backend=device /tests/traffic/provision.scn >/tmp/provision.txt ||
-        { cat /tmp/provision.txt; fail "the scenario was not obeyed"; }
-}
-
 provision() {
     case $onu in
     alone) provision_alone ;;
-    gpon_flow) provision_gpon_flow ;;
+    # With OMCI: a scenario creates the managed entities and switches the engine on.
+    gpon_flow) provision_line ;;
     *) fail "there is no onu=$onu" ;;
     esac
 }
