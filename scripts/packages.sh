@@ -12,6 +12,7 @@ packages_of_group() {
     sed -n "s/^$1://p" packages.txt
 }
 
+# PACKAGE...: those that are not installed, each once.
 missing_packages() {
     # dpkg-query reports an unknown name as an error, so such a name has no line.
     dpkg-query -W -f='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null |
@@ -19,7 +20,7 @@ missing_packages() {
             $2 == "installed" { there[$1] = 1 }
             END {
                 count = split(wanted, names, " ")
-                for (i = 1; i <= count; i++) if (!(names[i] in there)) print names[i]
+                for (i = 1; i <= count; i++) if (!there[names[i]]++) print names[i]
             }'
 }
 
