@@ -10,6 +10,8 @@
 set -eu
 # shellcheck source=scripts/complain.sh
 . "$(dirname "$0")/complain.sh"
+# shellcheck source=scripts/sections.sh
+. "$(dirname "$0")/sections.sh"
 nm=${NM:-nm}
 objdump=${OBJDUMP:-objdump}
 host_objdump=${HOST_OBJDUMP:-objdump}
@@ -18,12 +20,6 @@ host_objdump=${HOST_OBJDUMP:-objdump}
 # functions that a compiler calls.
 allowed_undefined='^(gpon_os_[A-Za-z0-9_]+|vorn_(un)?register_hook|gpon_flow_mapping_hook_ops'
 allowed_undefined+='|gpon_mapping_hook|gpon_queue_mapping_hook|mem(cpy|set|cmp|move))$'
-
-# SECTION-PATTERN OBJECT...: names of the matching sections that are not empty, as SECTION BYTES.
-filled_sections() {
-    "$objdump" -h -w "${@:2}" | awk -v pattern="$1" '
-        $1 ~ /^[0-9]+$/ && $2 ~ pattern && $3 !~ /^0+$/ { print $2, "0x" $3 }'
-}
 
 # OBJDUMP SECTION-PATTERN OBJECT...: named objects in these sections, as SECTION NAME.
 symbols_in() {
@@ -36,18 +32,9 @@ symbols_in() {
         }' | sort -u
 }
 
-constructors='^[.](init_array|ctors|preinit_array|fini_array|dtors)'
 mutable='^([.]data|[.]bss|[.]tdata|[.]tbss|COMMON)'
 # Only the dynamic linker writes constant tables that contain addresses.
 relocated='^[.]data[.]rel[.]ro'
-
-check_constructors() {
-    local found
-    found=$(filled_sections "$constructors" "$@")
-    if [ -n "$found" ]; then
-        complain_of "static constructors or destructors, which a kernel does not run" <<<"$found"
-    fi
-}
 
 check_host() {
     local found

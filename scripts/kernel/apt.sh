@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 #
 # Downloads packages without installing them. apt uses its own lists below build/kernel, so this needs
-# no root and does not change the machine. Sourced after common.sh.
+# no root and does not change the machine. Sourced after fail.sh.
 
 # Only one caller at a time downloads: they share apt's lists and replace the same folders. The lock is
 # held until the caller's shell ends.

@@ -9,6 +9,8 @@
 set -euo pipefail
 # shellcheck source=scripts/complain.sh
 . "$(dirname "$0")/../complain.sh"
+# shellcheck source=scripts/sections.sh
+. "$(dirname "$0")/../sections.sh"
 cd "$(dirname "$(readlink -f "$0")")/../.."
 # shellcheck source=scripts/kernel/common.sh
 . scripts/kernel/common.sh
@@ -111,16 +113,6 @@ check_names() {
     done
 }
 
-# Sanitizers add constructors, and kernels with sanitizers run them.
-check_constructors() {
-    local found
-    if has_sanitizer; then
-        return
-    fi
-    found=$("${prefix}objdump" -h -w "$module" | awk '$2 ~ /^\.(init_array|ctors)/ {print $2}')
-    [ -z "$found" ] || complain "$arch: static constructors, which a kernel does not run: $found"
-}
-
 # Sanitizers change the size of stack frames.
 check_stack() {
     local folder=${module%/*}
@@ -153,5 +145,6 @@ check_counting
 check_globals
 check_traced_functions
 check_names
-check_constructors
+# Sanitizers add constructors, and kernels with sanitizers run them.
+has_sanitizer || OBJDUMP=${prefix}objdump check_constructors "$module"
 exit "$failed"

@@ -12,11 +12,8 @@ GPON_KERNEL_DIR=${GPON_KERNEL_DIR:-$GPON_BUILD_DIR/kernel}
 mkdir -p "$GPON_KERNEL_DIR"
 GPON_KERNEL_DIR=$(readlink -f "$GPON_KERNEL_DIR")
 
-fail() {
-    echo "${0##*/}: $*" >&2
-    exit 1
-}
-
+# shellcheck source=scripts/fail.sh
+. scripts/fail.sh
 # shellcheck source=scripts/kernel/kernels.sh
 . scripts/kernel/kernels.sh
 

@@ -4,12 +4,8 @@
 # A Debian 12 system in the folder $root, in which the packages are tested. Sourced in the root of the tree,
 # which sets $root, $packages (their files) and $version.
 
+. scripts/fail.sh
 . scripts/kernel/apt.sh
-
-fail() {
-    echo "test-package: $*" >&2
-    exit 1
-}
 
 inside() {
     chroot "$root" env DEBIAN_FRONTEND=noninteractive LC_ALL=C "$@"

@@ -8,6 +8,7 @@
 set -eu
 . scripts/build.sh
 . scripts/results.sh
+. scripts/ninja.sh
 . scripts/kernel/common.sh
 
 # A program is linked from the objects of an existing build. The edited object comes before the
@@ -35,11 +36,6 @@ replace_once() {
     printf '%s' "${text%%"$2"*}$3$rest"
 }
 
-# command_of PRESET OUTPUT: the line with which ninja makes it.
-command_of() {
-    ninja -C "$(preset_dir "$1")" -t commands "$2" | tail -n 1
-}
-
 # object_of FILE: the object of a source of the core or of the thread tests.
 object_of() {
     case $1 in
@@ -52,40 +48,37 @@ object_of() {
 # before the source that includes it, whose own include has no effect then. Status 3 if the compiler
 # refuses the edit, 2 if the build does not make the object from this file.
 compile() {
-    local line object=$4
+    local folder line object=$4
+    folder=$(preset_dir "$1")
     # That of the edit before.
     rm -f "$here/edited.o"
-    line=$(command_of "$1" "$object")
+    line=$(compile_command "$folder" "$object" "$here/edited.o")
     if [[ $line != *" -c $PWD/"* ]] || [[ $2 != *.h && $line != *" -c $PWD/$2" ]]; then
         echo "the build does not make $object from $2" >"$output"
         return 2
     fi
     # The cache of the compiler would keep an object for each edit.
     line=${line#ccache }
-    line=${line//"-o $object"/"-o $here/edited.o -iquote $PWD/${2%/*}"}
-    line=${line//"-MF $object.d"/"-MF $here/edited.d"}
+    line=${line//"-o $here/edited.o"/"-o $here/edited.o -iquote $PWD/${2%/*}"}
     case $2 in
     *.h) line=${line//"-c $PWD/"/"-include $3 -c $PWD/"} ;;
     *) line=${line//"-c $PWD/$2"/"-c $3"} ;;
     esac
-    (cd "$(preset_dir "$1")" && eval "$line") >"$output" 2>&1 || return 3
+    run_command "$folder" "$line" >"$output" 2>&1 || return 3
 }
 
 # link PRESET PROGRAM OBJECT: the edited object replaces OBJECT, or goes in front of the archive that has
 # it.
 link() {
-    local line
-    line=$(command_of "$1" "$2")
-    line=${line//" $3 "/ }
-    line=${line//" -o $2 "/" -o $here/program $here/edited.o "}
-    # Without the command after the link, which lists the test cases of the program.
-    line=${line%%" && cd "*}
-    (cd "$(preset_dir "$1")" && eval "${line#": && "}")
+    local folder line
+    folder=$(preset_dir "$1")
+    line=$(link_command "$folder" "$2" "$here/program" "$here/edited.o")
+    run_command "$folder" "${line//" $3 "/ }"
 }
 
 # program PRESET TARGET: where the build has it.
 program() {
-    ninja -C "$(preset_dir "$1")" -t targets all | sed -nE "s/^((.*\/)?$2): CXX_EXECUTABLE.*/\1/p"
+    target_of "$(preset_dir "$1")" CXX_EXECUTABLE "$2"
 }
 
 # The tests that take seconds come last: most edits are detected before them.

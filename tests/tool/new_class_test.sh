@@ -7,6 +7,8 @@
 # them in front of the objects of the build, and expects module and tool to support the class. Then it
 # adds a related-info row to a class at which the new one points.
 set -eu
+# shellcheck source=scripts/ninja.sh
+. scripts/ninja.sh
 
 build=$(readlink -f "$1")
 root=$PWD
@@ -77,29 +79,19 @@ SOURCE
 row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", CREATED_BY_OLT, imaginaryListInfo, gpon_imaginary_list)'
 sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
 
-
-# The line with which the build makes an output.
-command_of() {
-    ninja -C "$build" -t commands "$1" | tail -n 1
-}
-
 # A folder of the tool that has a CMake file has a folder of objects too.
 object_of() { # SOURCE
-    local below="${1#tool/}|${1%/*}/CMakeFiles/[^/]*/${1##*/}"
-    ninja -C "$build" -t targets all | sed -nE "s#^((.*/)?($below)\.o): CXX_COMPILER.*#\1#p" | head -n 1
+    target_of "$build" CXX_COMPILER "(${1#tool/}|${1%/*}/CMakeFiles/[^/]*/${1##*/})\.o"
 }
 
 # compile SOURCE [LIKE]: a source against the copied headers, with the command for LIKE.
 objects=()
 compile() {
-    local like=${2:-$1} object line output=$scratch/${1//\//-}.o
-    object=$(object_of "$like")
-    line=$(command_of "$object")
+    local like=${2:-$1} line output=$scratch/${1//\//-}.o
+    line=$(compile_command "$build" "$(object_of "$like")" "$output")
     line=${line//"-c $root/$like"/"-c $root/$1"}
     line=${line//"$root/src"/"$scratch/src"}
-    line=${line//"-o $object"/"-o $output"}
-    line=${line//"$object.d"/"$output.d"}
-    (cd "$build" && eval "$line")
+    run_command "$build" "$line"
     objects+=("$output")
 }
 
@@ -111,10 +103,7 @@ done
 compile src/me_class/imaginary_class.cpp src/me_class/class_table.cpp
 
 link() { # OUTPUT
-    local line
-    line=$(command_of bin/gponflow)
-    line=${line//" -o bin/gponflow "/" -o $1 ${objects[*]} "}
-    (cd "$build" && eval "${line#": && "}")
+    run_command "$build" "$(link_command "$build" bin/gponflow "$1" "${objects[@]}")"
 }
 new=$scratch/gponflow
 link "$new"
