@@ -9,49 +9,26 @@ whole capture of these frames. One that cannot be used is an error with status 2
 is printed.
 """
 
+import itertools
 import pathlib
 import re
 import struct
-import subprocess
 import sys
 import tempfile
 
+from captures import HEADER, pcapng, record, records
+from checker import Checker
+
 WIFI = 105
-HEADER = 24  # bytes of a pcap file before its records
-
-
-def records(data):
-    at = HEADER
-    while at < len(data):
-        size = struct.unpack("<I", data[at + 8:at + 12])[0]
-        yield data[at:at + 16], data[at + 16:at + 16 + size]
-        at += 16 + size
-
-
-def block(kind, body):
-    body += bytes(-len(body) % 4)
-    size = struct.pack("<I", len(body) + 12)
-    return struct.pack("<I", kind) + size + body + size
 
 
 def section(data, count):
     """The first records as a section of a pcapng file."""
-    text = block(0x0a0d0d0a, struct.pack("<IHHq", 0x1a2b3c4d, 1, 0, -1))
-    text += block(1, struct.pack("<HHI", 1, 0, 65535))
-    for _, (record, frame) in zip(range(count), records(data)):
-        seconds, micro = struct.unpack("<II", record[:8])
-        time = seconds * 1000000 + micro
-        head = struct.pack("<IIIII", 0, time >> 32, time & 0xffffffff, len(frame), len(frame))
-        text += block(6, head + frame)
-    return text
+    return pcapng(itertools.islice(records(data), count))
 
 
 def sliced(data, most):
-    text = data[:HEADER]
-    for head, frame in records(data):
-        held = frame[:most]
-        text += head[:8] + struct.pack("<II", len(held), len(frame)) + held
-    return text
+    return data[:HEADER] + b"".join(record(time, frame, most) for time, frame in records(data))
 
 
 def first_half(data):
@@ -135,9 +112,8 @@ def commands(line, traffic, folder):
     return [(line, of_line), (traffic, of_traffic)]
 
 
-def run(tool, words, file):
-    return subprocess.run([tool, *(str(file) if one == "{}" else one for one in words.split())],
-                          capture_output=True, text=True, check=False, timeout=60)
+def run(checker, words, file):
+    return checker.call(*(str(file) if one == "{}" else one for one in words.split()))
 
 
 NOTE = re.compile(r'<div class="warning" role="note"><ul>\s*<li>[^<]*: ends early[^<]*</li>'
@@ -153,11 +129,11 @@ def results_of(done, file):
     return remark.sub("", done.stdout), re.sub(r"\s*\n", "\n", NOTE.sub("", text))
 
 
-def fault_of(tool, words, expected, file, whole):
+def fault_of(checker, words, expected, file, whole):
     """Run a command with a damaged file; return what is wrong, or nothing. `whole` are the results
     for the frames before the damage."""
     status, message = expected
-    done = run(tool, words, file)
+    done = run(checker, words, file)
     results = results_of(done, file)
     if done.returncode != status:
         return f"exit status {done.returncode}, not {status}: {done.stderr}"
@@ -174,23 +150,21 @@ def fault_of(tool, words, expected, file, whole):
 
 
 def main():
-    tool, root = sys.argv[1], pathlib.Path(sys.argv[2])
+    checker, root = Checker(sys.argv[1]), pathlib.Path(sys.argv[2])
     line = root / "docs/cookbook/bring-up.pcap"
     traffic = root / "docs/cookbook/lost.pcap"
-    faults = 0
     with tempfile.TemporaryDirectory() as folder:
         file = pathlib.Path(folder) / "damaged.pcap"
         for damaged, table in commands(line, traffic, pathlib.Path(folder)):
             file.write_bytes(first_half(damaged.read_bytes()))
-            whole = {words: results_of(run(tool, words, file), file) for words, _ in table}
+            whole = {words: results_of(run(checker, words, file), file) for words, _ in table}
             for variant, data in variants(damaged.read_bytes()).items():
                 file.write_bytes(data)
                 for words, outcomes in table:
-                    fault = fault_of(tool, words, outcomes[variant], file, whole[words])
+                    fault = fault_of(checker, words, outcomes[variant], file, whole[words])
                     if fault:
-                        print(f"gponflow {words}, {variant}: {fault}")
-                        faults += 1
-    sys.exit(faults != 0)
+                        checker.complain(f"gponflow {words}, {variant}: {fault}")
+    checker.exit()
 
 
 if __name__ == "__main__":

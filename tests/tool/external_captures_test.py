@@ -16,8 +16,9 @@ another tag, and those with two tags. It has no row for untagged frames.
 import json
 import os
 import pathlib
-import subprocess
 import sys
+
+from checker import Checker
 
 SKIPPED = 77
 GEM_PORTS = {"GEM port 1001 from bridge 1": 100, "GEM port 1002 from bridge 1": 200}
@@ -27,31 +28,17 @@ UNTAGGED = "; ".join(f"VLAN_TAG_FILTER_DATA {filter} of bridge 1 (forwardOperati
 QINQ = "VLAN 200 priority 0 (TPID 0x88a8), inner VLAN 2001 priority 0: "
 
 
-class Checker:
+class CaptureChecker(Checker):
     def __init__(self, tool, folder):
-        self.tool = tool
+        super().__init__(tool)
         self.folder = folder
         self.line = str(folder / "omci-bringup.pcap")
-        self.faults = 0
-
-    def complain(self, text):
-        print(text)
-        self.faults += 1
 
     def run(self, *words, status=0):
-        done = subprocess.run([self.tool, *words], capture_output=True, text=True, check=False,
-                              timeout=60)
-        if done.returncode != status:
-            self.complain(f"gponflow {' '.join(words)}: exit status {done.returncode}, "
-                          f"not {status}: {done.stderr}")
-        return done.stdout
+        return self.call(*words, status=status).stdout
 
     def document(self, *words, status=0):
         return json.loads(self.run(*words, "--json", status=status) or "{}")
-
-    def expect(self, title, found, expected):
-        if found != expected:
-            self.complain(f"{title}: {found}\n  expected: {expected}")
 
     def capture(self, name):
         return str(self.folder / name)
@@ -178,12 +165,12 @@ def main():
     if not (folder / "omci-bringup.pcap").is_file():
         print(f"no captures in {folder}")
         sys.exit(SKIPPED)
-    check = Checker(sys.argv[1], folder)
+    check = CaptureChecker(sys.argv[1], folder)
     check_omci(check)
     check_explain(check)
     check_traffic(check)
     check_page(check)
-    sys.exit(check.faults != 0)
+    check.exit()
 
 
 if __name__ == "__main__":

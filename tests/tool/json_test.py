@@ -18,25 +18,20 @@ import tempfile
 import time
 
 import schemas
+from checker import Checker, title_of
 
 FRAME = "frame=0200000000010200000001028100006508004500"
 
 
-class Checker:
+class SchemaChecker(Checker):
     def __init__(self, tool, root):
-        self.tool = tool
+        super().__init__(tool)
         self.root = root
-        self.faults = 0
         self.used = set()
         self.schemas = schemas.load(root)
-        self.tree = json.loads(subprocess.run([tool, "completion", "--json"], check=True,
-                                              capture_output=True, text=True).stdout)["command"]
+        self.tree = json.loads(self.call("completion", "--json", status=0).stdout)["command"]
         self.accepted = set()  # commands that printed a document
         self.refused = set()  # commands that printed an error alone
-
-    def complain(self, text):
-        print(text)
-        self.faults += 1
 
     def validate(self, title, text):
         """Validate one document; return the name of its schema."""
@@ -54,11 +49,8 @@ class Checker:
 
     def run(self, arguments, status, schema=None, stream=False, feed=None):
         """Run a command: its status, the schema of its output, or None for no output."""
-        title = "gponflow " + " ".join(str(word) for word in arguments)
-        done = subprocess.run([self.tool, *arguments], capture_output=True, text=True,
-                              check=False, input=feed, timeout=120)
-        if done.returncode != status:
-            self.complain(f"{title}: exit status {done.returncode}, not {status}: {done.stderr}")
+        title = title_of(arguments)
+        done = self.call(*arguments, status=status, input=feed)
         texts = done.stdout.splitlines() if stream else [done.stdout] if done.stdout else []
         if (schema is None) != (not texts):
             self.complain(f"{title}: prints {len(texts)} documents on standard output")
@@ -98,7 +90,7 @@ class Checker:
                 self.complain(f"gponflow {name} --json: no test of its errors")
         for name in sorted(set(self.schemas) - self.used):
             self.complain(f"no document of the schema {name} was printed")
-        sys.exit(self.faults != 0)
+        self.exit()
 
 
 def run_live_views(check, full, empty):
@@ -133,8 +125,7 @@ def run_tagged(check, folder):
         encoding="utf-8")
     question = ["explain", "--json", tagged, "--gem", "1025", "--vlan", "100"]
     check.run(question, 0, "gponflow-explain-1")
-    done = subprocess.run([check.tool, *question], check=True, capture_output=True, text=True)
-    leaving = json.loads(done.stdout)["halves"][0]["leaving"]
+    leaving = json.loads(check.call(*question).stdout)["halves"][0]["leaving"]
     after = {one["uni"]["instance"]: [step["after"] for step in one["tagging"]["steps"]]
              for one in leaving}
     if after != {0x0101: ["untagged"], 0x0102: []}:
@@ -207,9 +198,8 @@ def run_rest(check, full, line, empty):
 def run_streams(check, empty):
     """Commands that print a document a line print none, and no part of one, if nothing happens."""
     for words in (["monitor", "--json"], ["trace", "outer_vlan=101p0", "--json"]):
-        title = "gponflow " + " ".join(words)
-        done = subprocess.run([check.tool, *words, empty], capture_output=True, text=True,
-                              check=True, timeout=60)
+        title = title_of(words)
+        done = check.call(*words, empty, status=0)
         check_stream(check, title, done.stdout, done.stderr)
         # Standard input stays open, so that only the signal ends the command.
         with subprocess.Popen([check.tool, *words, "-"], stdin=subprocess.PIPE, text=True,
@@ -242,8 +232,7 @@ def run_each(check, line, empty):
         behind = [word for word in words.get(name, []) if word not in before]
         check.run([*path, *before, "missing.scn", *behind, "--json"], 2)
         run_values(check, name, record, line)
-    refused = subprocess.run([check.tool, "explain", "--json", empty, "--uni", "1"], check=False,
-                             capture_output=True, text=True)
+    refused = check.call("explain", "--json", empty, "--uni", "1", status=2)
     if "UNI 1 does not exist" not in refused.stderr:
         check.complain("explain of an empty line does not say that the UNI is missing")
 
@@ -253,8 +242,7 @@ def run_values(check, name, record, line):
     for option in record["options"]:
         flag = next((one for one in option["name"].split(",") if one.startswith("--")), None)
         for value in option["values"].split() if flag else []:
-            done = subprocess.run([check.tool, *name.split(), flag, value, line], check=False,
-                                  capture_output=True, text=True, timeout=120)
+            done = check.call(*name.split(), flag, value, line)
             if f"'{value}'" in done.stderr or "not one of" in done.stderr:
                 check.complain(f"gponflow {name} {flag} {value}: {done.stderr}")
 
@@ -284,7 +272,7 @@ def run_all(check, folder):
 
 
 def main():
-    check = Checker(sys.argv[1], pathlib.Path(sys.argv[2]))
+    check = SchemaChecker(sys.argv[1], pathlib.Path(sys.argv[2]))
     with tempfile.TemporaryDirectory() as folder:
         run_all(check, pathlib.Path(folder))
     check.finish()

@@ -9,16 +9,14 @@ The captures are a bring-up of two UNIs with messages for a tagging operation of
 
 import json
 import pathlib
-import struct
-import subprocess
 import sys
 import tempfile
 
 import schemas
+from captures import exchange, record, records, time_of
+from checker import Checker
 
 CREATE, SET, GET, GET_NEXT = 4, 8, 9, 26
-OLT = bytes.fromhex("020000000001")
-ONU = bytes.fromhex("020000000002")
 FILTER, OPERATION = 84, 171
 TABLE = "0400"
 
@@ -39,53 +37,36 @@ class Capture:
 
     def __init__(self, start):
         self.data = start
-        self.frames = 0
-        at = 24
-        while at < len(start):
-            at += 16 + struct.unpack("<I", start[at + 8:at + 12])[0]
-            self.frames += 1
-
-    def _add(self, source, target, kind, entity, content):
-        head = struct.pack(">HBBHH", 1000 + self.frames // 2, kind, 0x0a, *entity)
-        body = (head + bytes.fromhex(content)).ljust(40, b"\0") + bytes.fromhex("00000028")
-        frame = target + source + b"\x88\xb5" + body
-        self.frames += 1
-        self.data += struct.pack("<IIII", self.frames, 0, len(frame), len(frame)) + frame
+        self.frames = len(list(records(start)))
 
     def add(self, kind, entity, request, response="00"):
         """Add a request with its response. Return the number of its frame."""
-        self._add(OLT, ONU, 0x40 | kind, entity, request)
-        number = self.frames
-        self._add(ONU, OLT, 0x20 | kind, entity, response)
-        return number
+        for frame in exchange(1000 + self.frames, kind, entity, bytes.fromhex(request),
+                              bytes.fromhex(response)):
+            self.frames += 1
+            self.data += record(time_of(self.frames), frame)
+        return self.frames - 1
 
 
-class Checker:
-    """Runs the tool and compares its output."""
+class SourceChecker(Checker):
+    """Compares the output of commands for one capture."""
 
     def __init__(self, tool, root, folder):
-        self.tool = tool
+        super().__init__(tool)
         self.schemas = schemas.load(root)
         self.file = folder / "line.pcap"
-        self.failures = 0
 
     def write(self, capture):
         self.file.write_bytes(capture.data)
 
     def run(self, command, *options):
-        return subprocess.run([self.tool, command, self.file, *options], stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, text=True, check=False).stdout
+        return self.call(command, self.file, *options).stdout
 
     def document(self, command, *options):
         document, error = schemas.validate(self.schemas, self.run(command, "--json", *options))
         if error:
             sys.exit(f"{command} {options}: {error}")
         return document
-
-    def expect(self, what, found, expected):
-        if found != expected:
-            print(f"{what}:\n  found    {found}\n  expected {expected}")
-            self.failures += 1
 
     def explain(self, vlan, attribute, frame):
         """The frame that set the row which decides about a VLAN of UNI 2."""
@@ -172,11 +153,11 @@ def main():
     tool, root = sys.argv[1], pathlib.Path(sys.argv[2])
     start = (root / "docs/cookbook/bring-up.pcap").read_bytes()
     with tempfile.TemporaryDirectory() as folder:
-        checker = Checker(tool, root, pathlib.Path(folder))
+        checker = SourceChecker(tool, root, pathlib.Path(folder))
         set_rows(checker, start)
         read_rows(checker, start)
         set_filter(checker, start)
-    sys.exit(1 if checker.failures else 0)
+    checker.exit()
 
 
 main()

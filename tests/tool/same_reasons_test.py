@@ -7,8 +7,8 @@ usage: same_reasons_test.py GPONFLOW SOURCE_ROOT FLOWS [CAPTURE...]
 The captures of the tree, unless others are named, on the subscriber's line without and with tagging
 operations.
 
-FLOWS flows of each outcome in a report are explained by their first frame: both have the same outcome,
-and for a drop the same reason. The drops of account are those of the report.
+FLOWS flows of each outcome in a report are explained by their first frame: both have the same
+outcome, and for a drop the same reason. The drops of account are those of the report.
 """
 
 import collections
@@ -16,9 +16,10 @@ import itertools
 import json
 import os
 import pathlib
-import subprocess
 import sys
 import tempfile
+
+from checker import Checker, title_of
 
 # One hook call, or the entry of a frame that goes through both calls of its direction.
 ENTRIES = ["kind=up_uni,port=1", "kind=up_uni,port=2", "kind=up_ani", "kind=down_ani,gem=1025",
@@ -31,24 +32,18 @@ def without_leak_search():
     return {**os.environ, "ASAN_OPTIONS": ":".join(filter(None, options))}
 
 
-class Checker:
+class ReasonChecker(Checker):
     def __init__(self, tool, flows_each):
-        self.tool = tool
+        super().__init__(tool)
         self.flows_each = flows_each
         self.line = None
-        self.faults = 0
         self.compared = collections.Counter()
 
     def run(self, *words, environment=None):
-        done = subprocess.run([self.tool, *words, "--json"], capture_output=True, text=True,
-                              check=False, timeout=120, env=environment)
+        done = self.call(*words, "--json", env=environment)
         if not done.stdout:
-            sys.exit(f"gponflow {' '.join(words)}: {done.stderr}")
+            sys.exit(f"{title_of(words)}: {done.stderr}")
         return json.loads(done.stdout)
-
-    def complain(self, text):
-        print(text)
-        self.faults += 1
 
     def explain(self, capture, entry, number, repeated):
         words = entry.replace(",", " ").split()
@@ -131,7 +126,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         tagged = pathlib.Path(folder) / "tagged.scn"
         tagged.write_text(plain.read_text(encoding="utf-8") + OPERATIONS, encoding="utf-8")
-        check = Checker(tool, int(sys.argv[3]))
+        check = ReasonChecker(tool, int(sys.argv[3]))
         for line, capture, entry in itertools.product((plain, tagged), captures, ENTRIES):
             check.line = str(line)
             check.compare(capture, entry)
@@ -139,7 +134,7 @@ def main():
     least = {"passed": 200, "dropped": 100, "note": 4, "gap": 5}
     if not sys.argv[4:] and any(check.compared[one] < least[one] for one in least):
         check.complain("too few flows were compared")
-    sys.exit(check.faults != 0)
+    check.exit()
 
 
 if __name__ == "__main__":
