@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "fuzz/line.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <tuple>
@@ -51,14 +49,6 @@ const std::vector<any_command>& provisioning_of(const std::string& file)
 }
 
 } // namespace
-
-void require(bool holds, const char* promise)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken promise: %s\n", promise);
-    std::abort();
-}
 
 line::line(bool listening) : module_(make_host_backend())
 {

@@ -5,13 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "tests/support/require.h"
 #include "tool/scenario/backend.h"
 #include "tool/scenario/command.h"
 
 namespace gponflow::fuzz {
 
-/// Ends the process if the condition does not hold; the fuzzer reports this as a finding.
-void require(bool holds, const char* promise);
+using test::require;
 
 /// Only one object at a time: a process has one module.
 class line {

@@ -2,10 +2,9 @@
 #include "tests/omci/fuzz_entries.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
+#include "tests/support/require.h"
 #include "tool/omci/convert.h"
 #include "tool/scenario/parse.h"
 
@@ -13,13 +12,7 @@ namespace gponflow::omci::test {
 
 namespace {
 
-void require(bool holds, const char* promise)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken promise: %s\n", promise);
-    std::abort();
-}
+using gponflow::test::require;
 
 void check_scenario(std::string_view text)
 {

@@ -18,6 +18,7 @@
 
 #include "include/uapi/gpon_flow.h"
 #include "softonu/softonu_uapi.h"
+#include "tests/kernel/programs/open_or_exit.h"
 
 enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, KINDS };
 
@@ -105,17 +106,6 @@ static const struct entity graph[] = {
     ENTITY(171, extended_tagging),
 };
 #define ENTITIES (sizeof(graph) / sizeof(graph[0]))
-
-static int open_or_exit(const char* file, int mode)
-{
-    const int descriptor = open(file, mode | O_CLOEXEC);
-
-    if (descriptor < 0) {
-        perror(file);
-        exit(2);
-    }
-    return descriptor;
-}
 
 static inline int send_me(int device, uint8_t message, const struct entity* entity)
 {

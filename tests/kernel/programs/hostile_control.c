@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "include/uapi/gpon_flow.h"
+#include "tests/kernel/programs/open_or_exit.h"
 
 static int device;
 static int failures;
@@ -287,11 +288,7 @@ static void cut_debug_words(void)
 
 int main(void)
 {
-	device = open("/dev/gpon_flow", O_RDWR);
-	if (device < 0) {
-		perror("/dev/gpon_flow");
-		return 2;
-	}
+	device = open_or_exit("/dev/gpon_flow", O_RDWR);
 	every_number();
 	record_at_bad_addresses();
 	record_at_the_end_of_memory();

@@ -18,6 +18,7 @@
 
 #include "include/uapi/gpon_flow.h"
 #include "softonu/softonu_uapi.h"
+#include "tests/kernel/programs/open_or_exit.h"
 
 #define THREADS_OF_A_KIND 2
 #define BRIDGES 2
@@ -31,17 +32,6 @@ static void expect(int good, const char *name, long got)
 {
 	if (!good && atomic_fetch_add(&wrong, 1) < 20)
 		printf("%s: unexpected result %ld, errno %d\n", name, got, errno);
-}
-
-static int open_or_exit(const char *file, int mode)
-{
-	const int descriptor = open(file, mode | O_CLOEXEC);
-
-	if (descriptor < 0) {
-		perror(file);
-		exit(2);
-	}
-	return descriptor;
 }
 
 static void send_me(int device, uint8_t message, uint16_t class_id, uint16_t instance,

@@ -17,6 +17,7 @@
 
 #include "softonu/softonu_uapi.h"
 #include "tests/kernel/programs/expect.h"
+#include "tests/kernel/programs/open_or_exit.h"
 
 enum { UP_UNI, UP_ANI, DOWN_UNI, DOWN_ANI, SWITCH, UNKNOWN };
 
@@ -259,11 +260,7 @@ static void clock_goes(void)
 
 int main(void)
 {
-	softonu = open(SOFTONU_DEVICE, O_RDWR);
-	if (softonu < 0) {
-		perror(SOFTONU_DEVICE);
-		return 1;
-	}
+	softonu = open_or_exit(SOFTONU_DEVICE, O_RDWR);
 	memset(tagged, 0x11, sizeof(tagged));
 	memcpy(tagged + 12, "\x81\x00\xa0\x64\x08\x00", 6);
 	calls_without_packet();
