@@ -40,8 +40,8 @@ def main():
         arch, path = argument.split("=", 1)
         with open(path, encoding="utf-8", errors="replace") as lines:
             guests.append((arch, medians(lines)))
-    print("Instructions that a trace event adds to a frame, which makes two hook calls. Nobody\n"
-          "reads the events.\n")
+    print("Instructions that a trace event adds to a frame, which makes two hook calls. No\n"
+          "program reads the events.\n")
     heads = [f"{arch}, quick path | {arch}, first frame of a flow" for arch, _ in guests]
     print("| | " + " | ".join(heads) + " |")
     print("|---|" + "--:|" * len(guests) * len(PATHS))
