@@ -15,12 +15,17 @@ static unsigned int ms = 20;
 module_param(ms, uint, 0444);
 MODULE_PARM_DESC(ms, "milliseconds by which it begins late");
 
+static int entered;
+module_param(entered, int, 0444);
+MODULE_PARM_DESC(entered, "read: number of calls that began to wait");
+
 static int delayed;
 module_param(delayed, int, 0444);
 MODULE_PARM_DESC(delayed, "read: number of calls that were late");
 
 static int at_entry(struct kprobe *probe, struct pt_regs *regs)
 {
+	entered++;
 	mdelay(ms);
 	delayed++;
 	return 0;

@@ -7,24 +7,11 @@
  */
 #define _GNU_SOURCE
 #include <sched.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
-#include <time.h>
 
 #include "child.h"
 #include "graph.h"
 #include "processor.h"
-
-/* Within the delay, after the walk. Not asleep: a timer of the other processor would come late. */
-enum { WALK_MS = 300 };
-
-static long now_ms(void)
-{
-	struct timespec time;
-
-	clock_gettime(CLOCK_MONOTONIC, &time);
-	return time.tv_sec * 1000 + time.tv_nsec / 1000000;
-}
 
 /* The type field of a frame with a DSCP is compared as the CPU loads it, so its bytes are swapped. */
 static int send_frame(unsigned int kind, unsigned int dscp)
@@ -74,34 +61,39 @@ static const struct late_case *case_of(const char *name)
 	exit(2);
 }
 
-static void wait_for_the_walk(const int *begun)
+/*
+ * Until the frame that a child sends waits for its learning, or the child has ended. Not asleep: a timer of
+ * the other processor would come late.
+ */
+static void wait_for_the_walk(pid_t child)
 {
-	long end;
+	siginfo_t end = { .si_pid = 0 };
+	char digit = '0';
 
-	while (!__atomic_load_n(begun, __ATOMIC_ACQUIRE))
-		continue;
-	for (end = now_ms() + WALK_MS; now_ms() < end;)
-		continue;
+	while (digit == '0' && waitid(P_PID, (id_t)child, &end, WEXITED | WNOHANG | WNOWAIT) == 0 && !end.si_pid) {
+		const int file = open_or_exit("/sys/module/gpon_delay/parameters/entered", O_RDONLY);
+
+		if (read(file, &digit, 1) != 1)
+			exit(2);
+		close(file);
+	}
 }
 
 int main(int count, char **words)
 {
 	const struct late_case *wanted = case_of(count == 2 ? words[1] : "");
-	int *begun = mmap(NULL, sizeof(*begun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-	pid_t first;
+	const pid_t first = fork_child();
 	int status;
 	int result;
 
-	if (begun == MAP_FAILED)
+	if (first < 0)
 		return 2;
-	first = fork_child();
 	if (first == 0) {
 		stay_on(0);
-		__atomic_store_n(begun, 1, __ATOMIC_RELEASE);
 		_exit(send_frame(wanted->kind, 0));
 	}
 	stay_on(1);
-	wait_for_the_walk(begun);
+	wait_for_the_walk(first);
 	result = wanted->meanwhile();
 	if (waitpid(first, &status, 0) != first || status || result) {
 		printf("the first frame: %#x, the second call: %d, errno %d\n", status, result, errno);
