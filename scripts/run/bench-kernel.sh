@@ -8,13 +8,16 @@
 # docs/results/frame-instructions.md.
 #
 # --check and --update measure only bridge and gpon_flow. --check fails if gpon_flow adds over 3 %
-# more to a frame than in the baseline bench/baseline-guest.json, --update writes the baseline.
+# more instructions to a frame than in the baseline bench/baseline-guest.json: the instructions of the
+# bridge do not count in the 3 %. --update writes the baseline.
 #
 # --trace-events measures only gpon_flow, with its trace events off and on. --write then puts the table
 # into docs/results/trace-event-cost.md.
 #
 # --counters measures only bridge and gpon_flow, with the usual module and with one that counts nothing.
 # --write then puts the table into docs/results/counter-cost.md.
+#
+# --trace-events and --counters exclude each other, --check and --update.
 set -eu
 . scripts/log.sh
 . scripts/packages.sh
@@ -23,6 +26,11 @@ set -eu
 . scripts/kernel/guest-tests.sh
 . scripts/kernel/bench.sh
 . scripts/kernel/bench-report.sh
+
+refuse() {
+    echo "run bench-kernel: $*" >&2
+    exit 2
+}
 
 archs=()
 write='' check='' update='' events='' counters='' baseline=bench/baseline-guest.json
@@ -37,13 +45,13 @@ while [ $# -gt 0 ]; do
         check=1
         case ${2:-} in *.json) baseline=$2 && shift ;; esac
         ;;
-    *)
-        echo "run bench-kernel: there is no '$1', see the head of scripts/run/bench-kernel.sh" >&2
-        exit 2
-        ;;
+    *) refuse "there is no '$1', see the head of scripts/run/bench-kernel.sh" ;;
     esac
     shift
 done
+if [ -n "$events$counters" ] && [ "$events$counters$check$update" != 1 ]; then
+    refuse "--trace-events and --counters exclude each other, --check and --update"
+fi
 [ ${#archs[@]} -gt 0 ] || archs=(arm64)
 
 need kernel cross build guest-bench

@@ -66,4 +66,12 @@ for row in '| frame | arm64, without counters | with them |' '| quick path | 900
 done
 fails "counters of one record" "usage" python3 "$figures" counters "$tree/now.json"
 
+# Refused before anything is fetched or built.
+for options in '--counters --check' '--check --counters' '--counters --update' '--trace-events --check' \
+    '--trace-events --update' '--counters --trace-events' '--counters --check --update'; do
+    # shellcheck disable=SC2086 # words
+    fails "bench-kernel $options" "exclude each other" \
+        env GPON_BUILD_DIR="$tree" timeout 60 bash scripts/run/bench-kernel.sh $options
+done
+
 exit "$proofs_failed"
