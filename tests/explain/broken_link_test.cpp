@@ -40,7 +40,7 @@ const std::string with_multicast = "me create MAC_BRIDGE_PORT_CON_DATA 0x0003 br
 
 struct broken_line {
     const char* name;
-    std::string line; ///< behind the command that enables the engine
+    std::string line; ///< after the command that enables the engine
     std::string reason;
     std::string attribute;
     unsigned source;
@@ -175,7 +175,7 @@ TEST(old_link, of_a_pointer_that_was_set_again_is_noted)
         << text.str();
 }
 
-// Of a frame over a line that passes it, with more commands behind the line.
+// Of a frame over a line that passes it, with more commands after the line.
 std::vector<std::string> notes_of(const std::string& more, bool downstream)
 {
     const std::string line = with_profile + with_ctp + with_gem_iw + with_uni + with_ani;

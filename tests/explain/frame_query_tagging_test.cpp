@@ -123,7 +123,7 @@ TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
                                 "  leaves as VLAN 100 priority 0\n"));
 }
 
-// Port 0x0101 leads to the UNI: its operation acts behind the first half, whose walk meets the
+// Port 0x0101 leads to the UNI: its operation acts after the first half, whose walk meets the
 // port.
 TEST(question_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
 {

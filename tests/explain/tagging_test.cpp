@@ -89,7 +89,7 @@ TEST(explain_tagging, what_was_not_applied_is_named_beside_the_result)
                 Not(HasSubstr("operation")));
 }
 
-TEST(explain_tagging, a_frame_from_the_fibre_is_rewritten_behind_the_hook_call)
+TEST(explain_tagging, a_frame_from_the_fibre_is_rewritten_after_the_hook_call)
 {
     EXPECT_THAT(explained(tagged_line + "hook kind=down_ani gem=1025 " + frame_of_vlan_100 + "\n"),
                 HasSubstr("passes from GEM port 1025 into the bridge; a rule was learnt\n"

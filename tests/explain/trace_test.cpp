@@ -37,7 +37,7 @@ const std::string passing = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
 const std::string dropped = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
 const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\n";
 
-// The frames behind a line, as a platform with several CPUs reports them: the frame with this
+// The frames after a line, as a platform with several CPUs reports them: the frame with this
 // number is handled by this CPU.
 std::vector<std::vector<gpon_trace_record>> calls_of(const scenario& input)
 {
@@ -382,7 +382,7 @@ TEST(walk_of_events, deeper_than_the_limit_names_the_step)
     EXPECT_EQ(walk.steps[1].dead_end, "the graph is deeper than the limit of a walk");
 }
 
-TEST(walk_of_events, without_a_queue_fails_behind_the_egress)
+TEST(walk_of_events, without_a_queue_fails_after_the_egress)
 {
     const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
     ASSERT_EQ(calls.size(), 1u);

@@ -54,8 +54,8 @@ int main(void)
 	expect(0, vorn_register_hook(&engine), "registration");
 	expect(1, driver_classify(&skb, 1), "result of the frame");
 	expect(4094, meta->gem_port, "GEM port of the module");
-	expect(1 << 20, meta->debug, "flag word behind the call");
-	expect(3, meta->uni, "UNI behind the call");
+	expect(1 << 20, meta->debug, "flag word after the call");
+	expect(3, meta->uni, "UNI after the call");
 	expect(0, gpon_queue_mapping_hook(&skb), "queue");
 	expect(-ENOENT, vorn_unregister_hook(&other), "record that was never registered");
 	expect(0, vorn_unregister_hook(&engine), "removal");

@@ -75,7 +75,7 @@ load_twice() {
 }
 
 # The trace finds no module when it continues.
-unload_behind_it() {
+unload_while_it_is_stopped() {
     stop_process "$tracer"
     rmmod gpon_flow && kill -CONT "$tracer"
 }
@@ -83,7 +83,7 @@ unload_behind_it() {
 trace_at_unload() {
     trace_ends_at rmmod gpon_flow
     load_again
-    trace_ends_at unload_behind_it
+    trace_ends_at unload_while_it_is_stopped
     load_again
     # The second module has the events of the first one, with other numbers.
     trace_ends_at load_twice
@@ -137,7 +137,7 @@ monitor_at_a_signal() {
 }
 
 # The kernel drops the changes, and its own message of the unload, for a full socket.
-monitor_at_an_unload_behind_a_flood() {
+monitor_at_an_unload_after_a_flood() {
     start_monitor
     stop_process $monitor
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1"
@@ -187,7 +187,7 @@ start_reader() {
 }
 
 # WHAT: unloads the module while the reader is stopped. A dump that it has open keeps the module.
-unload_behind_reader() {
+unload_under_stopped_reader() {
     unloads=0
     until stop_process $reader && rmmod gpon_flow 2>/dev/null; do
         kill -CONT $reader
@@ -201,7 +201,7 @@ unload_behind_reader() {
 # if it read between the two.
 reader_continues() {
     start_reader "$@"
-    unload_behind_reader "$*"
+    unload_under_stopped_reader "$*"
     load_gpon_flow
     prints=$(grep -cE ' buckets, engine | rules?$' /tmp/reader)
     kill -CONT $reader
@@ -210,7 +210,7 @@ reader_continues() {
     ends $reader "$* over a reload"
     grep -q "loaded again" /tmp/reader || fail "$* does not note the reload: $(cat /tmp/reader)"
     start_reader "$@"
-    unload_behind_reader "$*"
+    unload_under_stopped_reader "$*"
     kill -CONT $reader
     ends $reader "$* at an unload" 3
     grep -q "the module is not loaded" /tmp/reader || fail "no reason: $(cat /tmp/reader)"
@@ -283,6 +283,6 @@ if ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no gro
 else
     monitor_at_a_signal
     monitor_at_unload
-    monitor_at_an_unload_behind_a_flood
+    monitor_at_an_unload_after_a_flood
 fi
 unload_both

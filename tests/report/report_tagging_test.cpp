@@ -146,7 +146,7 @@ TEST(report_tagging, a_passed_flow_names_the_operations_that_were_not_applied)
                 Not(HasSubstr("was not applied")));
 }
 
-TEST(report_tagging, an_unknown_operation_behind_a_downstream_hook_call_is_named)
+TEST(report_tagging, an_unknown_operation_after_a_downstream_hook_call_is_named)
 {
     const std::string line = good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"
                                          "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 "

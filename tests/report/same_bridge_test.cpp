@@ -17,7 +17,7 @@ namespace gponflow {
 
 namespace {
 
-// Behind the first frame, its port cannot read its filter: a replay refuses the frame and passes
+// After the first frame, its port cannot read its filter: a replay refuses the frame and passes
 // on.
 const std::string filter_is_gone = "proc write \"clean raw_data 84 1001\"\n";
 const std::string leaving = "hook kind=up_ani " + frame_of_vlan_100 + "\n";

@@ -107,7 +107,7 @@ TEST(follow_changes, ends_at_its_limit_during_a_flood)
     EXPECT_EQ(lines_of(seen.changes, "missing"), 0u);
 }
 
-// The changes behind the signal are neither printed nor counted.
+// The changes after the signal are neither printed nor counted.
 TEST(follow_changes, ends_at_the_last_change_before_a_signal_during_a_flood)
 {
     planned_changes source(
@@ -131,7 +131,7 @@ TEST(follow_changes, ends_at_a_signal_during_a_flood_without_numbers)
 }
 
 // A full socket has more than 10000, of which each read takes 1000.
-TEST(follow_changes, reads_all_changes_of_a_full_socket_behind_a_signal)
+TEST(follow_changes, reads_all_changes_of_a_full_socket_after_a_signal)
 {
     constexpr uint32_t queued = 10900;
     std::vector<planned_read> plan(11, {.changes = 1000, .result = flood});
@@ -169,7 +169,7 @@ TEST(follow_changes, counts_what_a_module_did_not_send_before_a_signal)
     EXPECT_EQ(seen.notes.find("dropped"), std::string::npos) << seen.notes;
 }
 
-// The changes between them were dropped, so the first one that comes is behind the signal.
+// The changes between them were dropped, so the first one that comes is after the signal.
 TEST(follow_changes, counts_only_what_is_missing_before_a_signal)
 {
     planned_changes source({{.result = loss, .signal = true}, {.result = flood}});

@@ -295,7 +295,7 @@ grep -q '<dt>frames</dt><dd>183</dd>' one.html || complain 'the page counts a fr
 # An unload at the end is left out.
 { cat "$one_uni" && echo unload; } >unload.scn
 expect_status 0 account unload.scn --uni 1 --pcap "$root/captures/upstream-uni1.pcap"
-cmp -s out wanted || complain 'account counts other frames behind an unload'
+cmp -s out wanted || complain 'account counts other frames after an unload'
 
 # OMCI messages are no traffic.
 for command in account 'report -o omci.html'; do

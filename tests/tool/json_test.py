@@ -115,7 +115,7 @@ def run_frames(check, full, line, empty):
 
 
 def run_tagged(check, folder):
-    """Downstream, the frame is rewritten behind the hook call, for each UNI."""
+    """Downstream, the frame is rewritten after the hook call, for each UNI."""
     tagged = str(folder / "tagged.scn")
     line = (check.root / "docs/cookbook/n-to-1.scn").read_text(encoding="utf-8")
     pathlib.Path(tagged).write_text(

@@ -180,7 +180,7 @@ private:
         return reason->second;
     }
 
-    // Behind the hook call, operations act on the path to each UNI of the bridge.
+    // After the hook call, operations act on the path to each UNI of the bridge.
     std::optional<frame_passage> count_passed(const frame_call& at, const hook_return& returned,
                                               const path_facts& path, const captured_frame& frame)
     {
@@ -200,7 +200,7 @@ private:
         return frame_passage{path.passed};
     }
 
-    // The instances of a frame from the fibre, if there are operations behind the hook call.
+    // The instances of a frame from the fibre, if there are operations after the hook call.
     std::vector<me_id> path_of_call(const packet_options& options, const walk_record& walk) const
     {
         std::vector<me_id> path;

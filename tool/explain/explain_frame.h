@@ -25,7 +25,7 @@ struct explanation {
     bool others_mixed = false; ///< other frames with the same addresses came at the same time
 };
 
-/// The frame as the hook call gets it: behind the tagging operations before it.
+/// The frame as the hook call gets it: after the tagging operations before it.
 [[nodiscard]] inline captured_frame frame_at_hook(const explanation& of)
 {
     captured_frame frame = of.input.frame;

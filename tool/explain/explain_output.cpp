@@ -206,7 +206,7 @@ std::vector<leaving_frame> leaving_frames(const explanation& explained)
 
 namespace {
 
-// Downstream, operations act behind the hook call.
+// Downstream, operations act after the hook call.
 std::vector<tag_gap> candidate_gaps(const explanation& explained)
 {
     if (explained.input.options.kind != GPON_API_DOWN_ANI)
@@ -225,7 +225,7 @@ std::vector<tag_gap> gaps_of(const explanation& explained)
     return with_gaps_behind(explained.tagging, candidate_gaps(explained));
 }
 
-// Operations behind a hook call of the downstream direction, at each UNI of the bridge.
+// Operations after a hook call of the downstream direction, at each UNI of the bridge.
 void print_leaving(const explanation& explained, const line_places& places, std::ostream& out,
                    const palette& colours)
 {

@@ -26,7 +26,7 @@ void print_step(const walk_step& step, const line_model& entities, std::ostream&
 /// Tagging operations on the path of a frame that were not applied.
 [[nodiscard]] std::vector<tag_gap> gaps_of(const explanation& explained);
 
-/// The frame at each UNI of its bridge, behind a hook call of kind down_ani; none for other kinds
+/// The frame at each UNI of its bridge, after a hook call of kind down_ani; none for other kinds
 /// and for a frame that the walk drops.
 [[nodiscard]] std::vector<leaving_frame> leaving_frames(const explanation& explained);
 

@@ -82,7 +82,7 @@ bool frame_follower::look(const end_test& ends)
     return ended;
 }
 
-// The entities are read behind the events and before the frames are printed.
+// The entities are read after the events and before the frames are printed.
 void frame_follower::take_events()
 {
     entities_.refresh();

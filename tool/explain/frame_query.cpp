@@ -78,7 +78,7 @@ bool passed(const explanation& half)
            missing_field(half).empty() && !is_discarded(leaving_frames(half));
 }
 
-// The second half carries the frame from the UNI anew: its operations are those behind the first.
+// The second half carries the frame from the UNI anew: its operations are those after the first.
 void leave_out_repeated(const carried_frame& first, carried_frame& second)
 {
     const auto leave_out = [](const auto& before, auto& all) {

@@ -160,7 +160,7 @@ json faults_json(const verdict& result, const line_model& entities, const line_p
     return faults;
 }
 
-// Behind a hook call of kind 3.
+// After a hook call of kind 3.
 json leaving_json(const explanation& half, const line_places& places)
 {
     json all = json::array();

@@ -33,11 +33,11 @@ namespace gponflow {
 [[nodiscard]] std::string rewriters_text(const std::vector<tag_step>& steps);
 
 /// Why the path of a frame that its capture cuts is not known: its tags are cut off, or a field
-/// that an operation before the hook call or a mapper behind it reads. Empty for other frames.
+/// that an operation before the hook call or a mapper after it reads. Empty for other frames.
 [[nodiscard]] std::string missing_field(const line_model& entities, const packet_options& options,
                                         const captured_frame& frame, const carried_frame& carried);
 
-/// The same for the operations behind the hook call.
+/// The same for the operations after the hook call.
 [[nodiscard]] std::string missing_field(const captured_frame& frame,
                                         const std::vector<leaving_frame>& leaving);
 

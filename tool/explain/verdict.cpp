@@ -157,7 +157,7 @@ void note_replay(const explanation& half, verdict& into)
         into.notes.push_back(std::move(note));
 }
 
-// An operation of the UNI's bridge port acts behind the half whose walk meets it.
+// An operation of the UNI's bridge port acts after the half whose walk meets it.
 bool is_applied(const frame_path& path, me_id operation)
 {
     return std::ranges::any_of(path.halves, [operation](const explanation& half) {
@@ -255,7 +255,7 @@ void note_unfiltered(const frame_path& path, verdict& into)
         into.notes.emplace_back(unfiltered_note);
 }
 
-// Behind a hook call of the downstream direction: UNIs that do not get a frame that passes, and
+// After a hook call of the downstream direction: UNIs that do not get a frame that passes, and
 // what is left to the ONU.
 void note_leaving(const explanation& half, verdict& into)
 {
@@ -279,7 +279,7 @@ line_outcome outcome_of(const explanation& half)
                : line_outcome::dropped;
 }
 
-// Before the hook call, or behind it at each UNI.
+// Before the hook call, or after it at each UNI.
 bool is_tagging_drop(const explanation& half)
 {
     return half.tagging.discarded || half.returned->api_result == 0;

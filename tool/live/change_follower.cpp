@@ -12,7 +12,7 @@ namespace {
 
 // More than a socket of 8 MiB holds: each change in it takes more than 256 bytes, and a read takes
 // 1000 changes. A signal ends a flood also if the module does not number its changes.
-constexpr int most_reads_behind_signal = 40;
+constexpr int most_reads_after_signal = 40;
 
 class change_follower {
 public:
@@ -34,7 +34,7 @@ public:
 
 private:
     // Changes that have arrived, or were dropped without a later change that shows it.
-    bool has_unread() const { return more_ || behind_; }
+    bool has_unread() const { return more_ || dropped_; }
 
     // All changes that came before the signal are printed, or counted as missing.
     bool has_reached_signal() const { return at_signal_ && printer_.has_reached(*at_signal_); }
@@ -58,7 +58,7 @@ private:
         reads_left_ -= stopped_;
     }
 
-    // One behind the signal is left out: those before it have come, or are missing.
+    // One after the signal is left out: those before it have come, or are missing.
     void take(const module_change& change)
     {
         const bool is_later = at_signal_ && is_later_number(change.number, *at_signal_);
@@ -71,13 +71,13 @@ private:
         wait();
         // Before the reading: changes up to this number are in the socket, or dropped.
         const std::optional<uint32_t> last =
-            behind_ && !more_ && !unloaded_ ? source_.current_number() : std::nullopt;
+            dropped_ && !more_ && !unloaded_ ? source_.current_number() : std::nullopt;
         const change_source::arrival arrived =
             source_.read([this](const module_change& change) { take(change); });
-        const bool caught_up = behind_ && !more_ && !arrived.lost && !arrived.more;
+        const bool caught_up = dropped_ && !more_ && !arrived.lost && !arrived.more;
         more_ = arrived.more;
         unloaded_ = unloaded_ || arrived.unloaded;
-        behind_ = (behind_ && !caught_up) || arrived.lost;
+        dropped_ = (dropped_ && !caught_up) || arrived.lost;
         if (caught_up)
             count_missing(last);
     }
@@ -95,9 +95,9 @@ private:
     stop_signals stop_;
     bool stopped_ = false;
     bool unloaded_ = false;
-    bool more_ = false;   ///< not read
-    bool behind_ = false; ///< changes were dropped, and their number is not printed
-    int reads_left_ = most_reads_behind_signal;
+    bool more_ = false;    ///< not read
+    bool dropped_ = false; ///< changes were dropped, and their number is not printed
+    int reads_left_ = most_reads_after_signal;
     std::optional<uint32_t> at_signal_; ///< number of the last change before the signal
 };
 

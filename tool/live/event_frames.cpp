@@ -16,7 +16,7 @@ bool ends_path(gpon_tracepoint point)
            point == GPON_TRACEPOINT_DROP;
 }
 
-// An event behind the end of a path is that of its drop, otherwise it is of the next call.
+// An event after the end of a path is that of its drop, otherwise it is of the next call.
 bool follows_end(const frame_events& of, const gpon_trace_record& record)
 {
     const auto end = std::ranges::find_if(of.events, ends_path, &gpon_trace_record::point);
@@ -48,7 +48,7 @@ bool continues(const frame_events& of, const gpon_trace_record& record)
            record.end != GPON_END_UNREADABLE && record.end != GPON_END_NO_PACKET;
 }
 
-// The drop for lack of a queue follows the end of a path, behind log messages.
+// The drop for lack of a queue follows the end of a path, after log messages.
 bool may_lack_queue(const frame_events& of)
 {
     const gpon_trace_record& last = of.events.back();

@@ -70,10 +70,10 @@ struct leaving_frame {
 [[nodiscard]] std::vector<leaving_frame>
 carry_to_unis(const line_model& entities, const std::vector<me_id>& path, const bytes& frame);
 
-/// Continues `first` with the steps of `then`, whose frame is that behind `first`.
+/// Continues `first` with the steps of `then`, whose frame is that after `first`.
 void append(carried_frame& first, carried_frame then);
 
-/// The gaps of a frame before a hook call, then those behind it: each operation once, and none that
+/// The gaps of a frame before a hook call, then those after it: each operation once, and none that
 /// was applied before.
 [[nodiscard]] std::vector<tag_gap> with_gaps_behind(const carried_frame& before,
                                                     std::vector<tag_gap> behind);

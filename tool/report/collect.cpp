@@ -301,7 +301,7 @@ private:
         return learnt == learnt_paths_.end() ? summary.path : learnt->second;
     }
 
-    // Downstream, operations act behind the hook call.
+    // Downstream, operations act after the hook call.
     std::vector<leaving_frame> leaving_of(const explanation& explained, const flow_row& flow) const
     {
         if (flow.kind != GPON_API_DOWN_ANI || flow.fate != frame_fate::passed)

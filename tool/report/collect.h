@@ -32,7 +32,7 @@ struct flow_row {
     uint32_t kind = 0; ///< of the hook call
     std::string entry; ///< "UNI 1", "GEM port 1025"; empty for directions that start at a bridge
     flow_key key;      ///< as received
-    std::vector<vlan_tag> hook_tags; ///< behind the tagging operations before the hook call
+    std::vector<vlan_tag> hook_tags; ///< after the tagging operations before the hook call
     std::string type;                ///< "IPv4 UDP"
     frame_fate fate = frame_fate::passed;
     std::string outcome; ///< destination, or reason of the drop

@@ -15,7 +15,7 @@ namespace gponflow {
 /// What happens to the frames of the row, and which entities decide it.
 [[nodiscard]] std::string drop_sentence(const drop_row& drop);
 
-/// The operations that discard the frame, before the hook call or behind it. Each of them is the
+/// The operations that discard the frame, before the hook call or after it. Each of them is the
 /// last step of its element.
 [[nodiscard]] std::vector<carried_frame> discards_of(const explanation& explained);
 
