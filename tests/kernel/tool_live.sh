@@ -126,6 +126,21 @@ explained() {
     says "explain of a drop" "dropped"
 }
 
+# With a clock that differs from that of the events in each direction.
+explained_in_a_time_namespace() {
+    for seconds in -2 1000; do
+        status=0
+        # shellcheck disable=SC2086 # words
+        in_time_namespace $seconds gponflow explain --backend=device $passing >/tmp/output 2>&1 || status=$?
+        if [ "$status" = 77 ]; then
+            left_out "explain in a time namespace, this kernel has none"
+            return
+        fi
+        expect "status of explain whose clock is $seconds s ahead" 0 "$status"
+        says "explain whose clock is $seconds s ahead" "passes into the bridge"
+    done
+}
+
 # The filter is off when frames of its address say nothing.
 filter_is_off() {
     dmesg -c >/dev/null
@@ -336,6 +351,7 @@ has_events=
 [ ! -d $tracing/events/gpon_flow ] || has_events=1
 if [ -n "$has_events" ]; then
     explained
+    explained_in_a_time_namespace
     traced
     traced_exactly
     traced_with_losses

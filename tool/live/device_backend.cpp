@@ -19,6 +19,7 @@
 #include "tool/live/kernel_reader.h"
 #include "tool/live/module_file.h"
 #include "tool/live/soft_onu.h"
+#include "tool/live/trace_clock.h"
 
 namespace gponflow {
 
@@ -83,7 +84,7 @@ public:
         const uint64_t dropped = events.dropped();
         traced_call call;
         call.returned = hook(options, &frame);
-        read_frame(options.kind, monotonic_nanoseconds() + clock_difference, call);
+        read_frame(options.kind, trace_clock_now() + clock_difference, call);
         call.lost = events.dropped() != dropped;
         call.unseen = is_unseen(options.kind, call);
         return call;

@@ -16,7 +16,7 @@ public:
         gpon_trace_record record; ///< the packet is an address of the kernel, for comparison only
         int cpu;
         bool gap;                 ///< the kernel dropped events of this CPU before this one
-        uint64_t nanoseconds = 0; ///< time of CLOCK_MONOTONIC
+        uint64_t nanoseconds = 0; ///< of trace_clock.h
     };
     /// Returns false to end the reading: events that are read already are then lost.
     using sink = std::function<bool(const event&)>;
@@ -30,7 +30,7 @@ public:
     virtual void read(const sink& take) = 0;
 
     /// The same for events up to a time, also if others come as fast as they are read. The first
-    /// events behind it may be lost.
+    /// events after it may be lost.
     void read_until(uint64_t nanoseconds, const sink& take)
     {
         read([&](const event& one) { return one.nanoseconds <= nanoseconds && take(one); });

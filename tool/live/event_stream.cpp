@@ -2,7 +2,6 @@
 #include "tool/live/event_stream.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -10,6 +9,7 @@
 #include <unistd.h>
 
 #include "tool/live/module_file.h"
+#include "tool/live/trace_clock.h"
 #include "tool/live/tracefs_library.h"
 #include "tool/scenario/backend.h"
 #include "tool/scenario/trace_event_text.h"
@@ -61,7 +61,7 @@ void read_address(unsigned char (&into)[6], const tep_format_field* field, const
         std::memcpy(into, static_cast<const char*>(data) + field->offset, sizeof(into));
 }
 
-// The value behind "NAME: " in the statistics of a buffer.
+// The value after "NAME: " in the statistics of a buffer.
 uint64_t statistic(const std::string& text, const std::string& name)
 {
     std::istringstream lines(text);
@@ -72,12 +72,6 @@ uint64_t statistic(const std::string& text, const std::string& name)
 }
 
 } // namespace
-
-uint64_t monotonic_nanoseconds()
-{
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
-}
 
 void event_stream::format_closer::operator()(tep_handle* formats) const
 {
@@ -208,7 +202,7 @@ void event_stream::read(const sink& take)
 
 void event_stream::skip()
 {
-    read_until(monotonic_nanoseconds(), [](const event&) { return true; });
+    read_until(trace_clock_now(), [](const event&) { return true; });
 }
 
 bool event_stream::is_enabled() const

@@ -18,9 +18,6 @@ struct tep_record;
 
 namespace gponflow {
 
-/// Time in the clock of the events.
-[[nodiscard]] uint64_t monotonic_nanoseconds();
-
 /// Events gpon_flow:* of frames that the module's trace filter marks, in a trace buffer of their
 /// own: other tracers are neither disturbed nor seen. Requires root. All functions throw refusal.
 class event_stream final : public event_source {
