@@ -129,7 +129,7 @@ TEST(table, has_as_many_rules_as_its_total_says_after_one_dump)
     EXPECT_EQ(read.total, read.rules.size());
     EXPECT_EQ(read.total, 2u);
     EXPECT_EQ(grows.dumps, 1);
-    EXPECT_FALSE(grows.changed_while_read());
+    EXPECT_FALSE(grows.take_change());
 }
 
 // A module whose table grows, or that is loaded again, during its first dumps.
@@ -187,7 +187,7 @@ TEST(table, is_read_again_if_it_grew_meanwhile)
     EXPECT_EQ(read.buckets, 256u);
     EXPECT_EQ(read.threshold, 256u);
     EXPECT_EQ(grows.dumps, 3);
-    EXPECT_FALSE(grows.changed_while_read());
+    EXPECT_FALSE(grows.take_change());
 }
 
 TEST(table, is_of_one_module)
@@ -203,7 +203,55 @@ TEST(table, that_always_grows_ends_with_a_note)
     replaced_module grows(1000, 0);
     EXPECT_GE(grows.table().buckets, 64u);
     EXPECT_LT(grows.dumps, 20);
-    EXPECT_TRUE(grows.changed_while_read());
+    EXPECT_TRUE(grows.take_change());
+}
+
+// A module whose rules change during one dump, and whose table grows during the same one.
+class once_changed_module final : public module_reader {
+public:
+    std::vector<counter_value> counters() override { return {}; }
+    engine_state state() override
+    {
+        return {.enabled = true, .rules = 0, .buckets = buckets, .threshold = 48, .store = {}};
+    }
+    std::vector<seen_rule> rules() override
+    {
+        changed_ = changed_ || changes;
+        if (changes && grows)
+            buckets *= 2;
+        changes = false;
+        return {};
+    }
+    std::vector<dumped_instance> instances() override { return {}; }
+
+    bool changes = true;
+    bool grows = false;
+    unsigned buckets = 64;
+};
+
+TEST(table, that_changed_once_has_the_note_once)
+{
+    once_changed_module module;
+    EXPECT_EQ(module.table().buckets, 64u);
+    EXPECT_TRUE(module.take_change());
+    EXPECT_EQ(module.table().buckets, 64u);
+    EXPECT_FALSE(module.take_change());
+}
+
+TEST(table, that_is_read_again_has_no_note_of_the_first_reading)
+{
+    once_changed_module module;
+    module.grows = true;
+    EXPECT_EQ(module.table().buckets, 128u);
+    EXPECT_FALSE(module.take_change());
+}
+
+TEST(table, keeps_the_note_of_a_result_before_it)
+{
+    once_changed_module module;
+    EXPECT_THAT(module.rules(), IsEmpty());
+    EXPECT_EQ(module.table().buckets, 64u);
+    EXPECT_TRUE(module.take_change());
 }
 
 // The rules of the first reading are of another module than its switch.
@@ -215,14 +263,17 @@ TEST(status, is_of_one_module)
     EXPECT_EQ(read.rules.total, 2u);
     EXPECT_EQ(read.instances.size(), 2u);
     EXPECT_EQ(loaded_again.dumps, 3); // two of the table, and one of the second reading
-    EXPECT_FALSE(loaded_again.changed_while_read());
+    EXPECT_FALSE(loaded_again.take_change());
 }
 
 TEST(snapshot, of_a_module_that_is_always_loaded_again_ends_with_a_note)
 {
-    replaced_module module(0, 1000);
-    EXPECT_EQ(read_snapshot(module, nullptr).load, 6u);
-    EXPECT_TRUE(module.changed_while_read());
+    replaced_module module(0, 5);
+    const counter_snapshot mixed = read_snapshot(module, nullptr);
+    EXPECT_EQ(mixed.load, 6u);
+    EXPECT_TRUE(mixed.mixed);
+    EXPECT_FALSE(read_snapshot(module, &mixed).mixed);
+    EXPECT_FALSE(module.take_change());
 }
 
 TEST(snapshot, is_of_one_module_and_counts_reloads)
@@ -263,20 +314,37 @@ TEST(rule_watch, begins_anew_with_another_module)
     rule_table table{1, 64, 48, {dumped_rule{}}};
     rule_watch watch;
     table.rules.front().hits = 5;
-    watch.update(table, 0, 1);
+    watch.update(table, 0, {.load = 1});
     table.rules.front().hits = 7;
-    watch.update(table, 2, 1);
+    watch.update(table, 2, {.load = 1});
     EXPECT_EQ(watch.rules.begin()->second.rate, 1.0);
     EXPECT_EQ(watch.lines(2, "s").back(), "1 rule");
     EXPECT_THAT(watch.json_line(2, "s"), testing::Not(testing::HasSubstr("reloads")));
     table.rules.front().hits = 100;
-    watch.update(table, 4, 2);
+    watch.update(table, 4, {.load = 2});
     const watched_rule& anew = watch.rules.begin()->second;
     EXPECT_EQ(anew.since, 4u);
     EXPECT_TRUE(anew.from_before);
     EXPECT_EQ(anew.rate, 0.0);
     EXPECT_EQ(watch.lines(4, "s").back(), "module loaded again 1 time; 1 rule");
     EXPECT_THAT(watch.json_line(4, "s"), testing::HasSubstr("\"reloads\":1"));
+}
+
+TEST(rule_watch, notes_a_change_in_its_own_update_only)
+{
+    const rule_table table{1, 64, 48, {dumped_rule{}}};
+    rule_watch watch;
+    watch.update(table, 0, {.load = 1, .changed = true});
+    EXPECT_EQ(watch.lines(0, "s").back(),
+              "changed while read, rules may be missing or listed twice; 1 rule");
+    EXPECT_THAT(watch.json_line(0, "s"), testing::HasSubstr("\"changed\":true"));
+    watch.update(table, 2, {.load = 1});
+    EXPECT_EQ(watch.lines(2, "s").back(), "1 rule");
+    EXPECT_THAT(watch.json_line(2, "s"), testing::Not(testing::HasSubstr("changed")));
+    watch.update(table, 4, {.load = 2, .changed = true});
+    EXPECT_EQ(watch.lines(4, "s").back(),
+              "module loaded again 1 time; changed while read, rules may be missing or listed "
+              "twice; 1 rule");
 }
 
 using changes = module_reader_test;
@@ -315,7 +383,7 @@ std::vector<std::string> words_of(const std::string& text)
     return words;
 }
 
-TEST(change_printer, counts_the_changes_between_two_and_behind_the_last)
+TEST(change_printer, counts_the_changes_between_two_and_after_the_last)
 {
     const std::string grown = text_of(numbered(0));
     std::ostringstream out;

@@ -110,7 +110,8 @@ int read_source(const live_source& from, const std::function<int(module_reader&)
     const std::unique_ptr<module_reader> reader =
         backend_of(from) == "host" ? make_process_reader() : make_kernel_reader();
     const int outcome = action(*reader);
-    if (reader->changed_while_read())
+    // An action that prints several results notes the change of each one itself.
+    if (reader->take_change())
         std::cerr << "gponflow: warning: rules or entities changed while they were read: some may "
                      "be missing or listed twice\n";
     return parsed ? status_with_input(outcome, *parsed) : outcome;

@@ -51,6 +51,9 @@ void print(const stat_request& request, const timed_snapshot& now, const timed_s
     else
         print_counters(now.counters, rates, request.all, std::cout);
     std::cout << std::flush;
+    if (now.counters.mixed)
+        std::cerr << "gponflow: warning: the module was loaded again while its counters were read: "
+                     "they may be of several modules\n";
 }
 
 int print_stat(const stat_request& request, module_reader& reader)

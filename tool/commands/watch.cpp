@@ -47,7 +47,7 @@ std::vector<std::string> updated_lines(module_reader& reader, rule_watch& watch,
 {
     const rule_table table = reader.table();
     const uint64_t now = milliseconds_now();
-    watch.update(table, now, reader.load_number());
+    watch.update(table, now, {reader.load_number(), reader.take_change()});
     if (json)
         return {watch.json_line(now, "s")};
     return watch.lines(now, "s");

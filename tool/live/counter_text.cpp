@@ -53,6 +53,7 @@ counter_snapshot read_snapshot(module_reader& reader, const counter_snapshot* be
         read.load = reader.load_number();
         return read;
     });
+    result.mixed = reader.take_change();
     if (before)
         result.reloads = before->reloads + (result.load != before->load);
     return result;

@@ -15,6 +15,7 @@ struct counter_snapshot {
     std::vector<counter_value> counters;
     unsigned load = 0;    ///< of module_reader
     uint64_t reloads = 0; ///< snapshots of another module than the one before
+    bool mixed = false;   ///< the module was loaded again during each of several readings
 };
 
 /// Reads the state and the counters of one module. before: the snapshot before, or null. Throws

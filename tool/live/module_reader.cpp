@@ -28,8 +28,10 @@ rule_table table_of(std::vector<seen_rule> seen, const engine_state& state)
 // The size and the rules come from two requests.
 rule_table module_reader::table()
 {
+    const bool changed_before = changed_;
     engine_state before = state();
     for (int readings = 1;; ++readings) {
+        changed_ = changed_before; // without that of a result that is not returned
         const unsigned load = load_number();
         std::vector<seen_rule> seen = rules();
         const engine_state after = state();

@@ -3,6 +3,7 @@
 // to the module's log.
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "tool/live/module_records.h"
@@ -29,11 +30,13 @@ public:
     [[nodiscard]] virtual unsigned load_number() const { return 0; }
 
     /// Result of a function that reads more than once, all from one module: it is called again if
-    /// the module was loaded again meanwhile. After several such calls the last result is returned
-    /// and changed_while_read() is true.
+    /// the module was loaded again meanwhile. After several such calls the last result is returned,
+    /// as one that changed.
     template <typename Read> [[nodiscard]] auto of_one_module(const Read& read)
     {
+        const bool before = changed_;
         for (int readings = 1;; ++readings) {
+            changed_ = before; // without that of a result that is not returned
             const unsigned load = load_number();
             auto result = read();
             const bool is_mixed = load != load_number();
@@ -47,9 +50,10 @@ public:
     /// if the module learns a rule meanwhile. All are read again if the table has grown.
     [[nodiscard]] rule_table table();
 
-    /// Whether the module changed rules or instances during each of several dumps, so the last
-    /// result may lack records or contain some twice. Of all dumps so far.
-    [[nodiscard]] bool changed_while_read() const { return changed_; }
+    /// Whether a result since the last call of this function changed while it was read: the module
+    /// changed rules or instances during each of several dumps, so the result may lack records or
+    /// contain some twice, or be of several modules.
+    [[nodiscard]] bool take_change() { return std::exchange(changed_, false); }
 
 protected:
     module_reader() = default;

@@ -59,18 +59,18 @@ std::string rate_cell(double rate)
 // The rules of another module have counted no hits before, also those with the key of a known one.
 void rule_watch::begin_anew_if_loaded_again(unsigned load)
 {
-    if (began_ && load != load_) {
-        ++reloads_;
-        rules.clear();
-        began_ = false;
-    }
-    load_ = load;
+    if (!began_ || load == reading_.load)
+        return;
+    ++reloads_;
+    rules.clear();
+    began_ = false;
 }
 
-void rule_watch::update(const rule_table& table, uint64_t now, unsigned load)
+void rule_watch::update(const rule_table& table, uint64_t now, table_reading reading)
 {
-    begin_anew_if_loaded_again(load);
+    begin_anew_if_loaded_again(reading.load);
     table_ = table;
+    reading_ = reading;
     const double units = static_cast<double>(now - updated_) / static_cast<double>(unit_);
     std::map<flow_key, watched_rule> kept;
     for (const dumped_rule& rule : table.rules) {
@@ -87,8 +87,12 @@ void rule_watch::update(const rule_table& table, uint64_t now, unsigned load)
 
 std::string rule_watch::last_line() const
 {
-    const std::string text = counted(table_.total, "rule");
-    return reloads_ == 0 ? text : "module loaded again " + counted(reloads_, "time") + "; " + text;
+    std::string text = counted(table_.total, "rule");
+    if (reading_.changed)
+        text = "changed while read, rules may be missing or listed twice; " + text;
+    if (reloads_ != 0)
+        text = "module loaded again " + counted(reloads_, "time") + "; " + text;
+    return text;
 }
 
 std::vector<std::string> rule_watch::lines(uint64_t now, const std::string& unit) const
@@ -143,6 +147,8 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
     whole["total"] = table_.total;
     if (reloads_ != 0)
         whole["reloads"] = reloads_;
+    if (reading_.changed)
+        whole["changed"] = true;
     whole["rules"] = std::move(all);
     std::ostringstream text;
     print_json_line(whole, text);

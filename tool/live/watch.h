@@ -22,15 +22,21 @@ struct watched_rule {
     std::optional<double> rate;   ///< hits a unit of time since the update before
 };
 
+/// How a table was read.
+struct table_reading {
+    unsigned load = 0;    ///< of module_reader
+    bool changed = false; ///< the table changed while it was read
+};
+
 /// Tracks the rule table over updates. Times of updates are in ticks of the caller's clock, ages
 /// and rates in units of a number of ticks.
 class rule_watch {
 public:
     explicit rule_watch(uint64_t ticks_a_unit = 1) : unit_(ticks_a_unit) {}
 
-    /// Takes the current table and drops rules that are not in it. load: of module_reader; the
-    /// table of another module begins anew, with ages and rates of its own.
-    void update(const rule_table& table, uint64_t now, unsigned load = 0);
+    /// Takes the current table and drops rules that are not in it. The table of another module
+    /// begins anew, with ages and rates of its own.
+    void update(const rule_table& table, uint64_t now, table_reading reading = {});
 
     /// Titles and rules, the rule with most hits first, then the youngest.
     [[nodiscard]] std::vector<std::string> lines(uint64_t now, const std::string& unit) const;
@@ -51,9 +57,9 @@ private:
 
     uint64_t unit_; ///< ticks
     rule_table table_;
+    table_reading reading_; ///< of the table
     uint64_t updated_ = 0;
     bool began_ = false;
-    unsigned load_ = 0;    ///< of the table
     uint64_t reloads_ = 0; ///< updates that found another module than the one before
 };
 

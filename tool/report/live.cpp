@@ -136,7 +136,7 @@ report_data live_report(module_reader& module)
     data.live->enabled = module.state().enabled;
     data.entities = model_of(module.instances());
     data.rules = module.table();
-    data.live->changed = module.changed_while_read() || module.load_number() != load;
+    data.live->changed = module.take_change() || module.load_number() != load;
     add_flows(data);
     data.findings = check_provisioning(data.entities, {false, {}}).findings;
     return data;
