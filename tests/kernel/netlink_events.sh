@@ -70,6 +70,19 @@ events_of_growth() {
     expect "learnt rules" "$(netlink_reader rules | grep -c "^rule ")" "$(grep -c "^learnt " /tmp/new)"
 }
 
+# The sending of an event is late, so the state is read between its number and its arrival.
+number_of_the_last_event() {
+    # A command deletes the rules that are left, with an event for each.
+    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    # In kernels that have the first function, the second one calls it.
+    insmod /modules/gpon_delay.ko function=netlink_broadcast_filtered ms=50 2>/dev/null ||
+        insmod /modules/gpon_delay.ko function=netlink_broadcast ms=50 || fail "no delay"
+    state_during_events >/tmp/printed || fail "$(cat /tmp/printed)"
+    delayed=$(cat /sys/module/gpon_delay/parameters/delayed)
+    rmmod gpon_delay
+    [ "$delayed" -ge 20 ] || fail "only $delayed events were sent late"
+}
+
 unload_and_stop_listening() {
     unload_both
     kill $listener
@@ -116,6 +129,7 @@ follow_events
 events_of_rules
 events_of_instances
 events_of_growth
+number_of_the_last_event
 unload_and_stop_listening
 events_of_aging
 hz=$(sed -n 's/^CONFIG_HZ=//p' /tests/config)
