@@ -36,9 +36,25 @@ struct contents {
 
 /* Dumps without a mark: with some descriptors, all as created; with all descriptors, all set and linked. */
 static unsigned long parts, wholes;
-static unsigned long dumps, marked, records;
-static unsigned long *rounds; /* in shared memory */
+static unsigned long marked, records;
 static pid_t changer;
+
+/* In memory that both processes share. */
+struct progress {
+	unsigned long dumps; /* that have ended */
+	unsigned long rounds; /* of changes */
+};
+static struct progress *progress;
+
+static unsigned long read_progress(const unsigned long *number)
+{
+	return __atomic_load_n(number, __ATOMIC_SEQ_CST);
+}
+
+static void count_progress(unsigned long *number)
+{
+	__atomic_fetch_add(number, 1, __ATOMIC_SEQ_CST);
+}
 
 static int send_descriptor(int device, uint8_t message, unsigned int number, uint32_t value)
 {
@@ -62,10 +78,13 @@ static int send_port(int device, uint8_t message, unsigned int number)
 	return send_me(device, message, &ends[last_first]) || send_me(device, message, &ends[!last_first]);
 }
 
-/* For dumps without a change. */
+/* For a dump without a change: that in progress ends, and a whole one after it. */
 static void pause_changes(void)
 {
-	usleep(20000);
+	const unsigned long wanted = read_progress(&progress->dumps) + 2;
+
+	while (read_progress(&progress->dumps) < wanted)
+		usleep(1000);
 }
 
 static int create(int device, unsigned int first, unsigned int last)
@@ -98,8 +117,8 @@ static void change_until_killed(void)
 	const int device = open_or_exit("/dev/gpon_flow", O_RDWR);
 
 	stay_on(1);
-	while (!change_all(device, *rounds))
-		__atomic_fetch_add(rounds, 1, __ATOMIC_RELAXED);
+	while (!change_all(device, progress->rounds))
+		count_progress(&progress->rounds);
 	_exit(1);
 }
 
@@ -115,7 +134,7 @@ static void check_changer(void)
 	if (waitpid(changer, NULL, WNOHANG) == 0)
 		return;
 	changer = 0;
-	fail("a command fails after %lu rounds", *rounds);
+	fail("a command fails after %lu rounds", read_progress(&progress->rounds));
 }
 
 static void start_changer(void)
@@ -238,7 +257,7 @@ static void check_dump(void)
 		if (got > BUFFER)
 			fail("a dump has a buffer of %zd bytes", got);
 	} while (check_buffer(got, &dump, &changed));
-	dumps++;
+	count_progress(&progress->dumps);
 	marked += changed;
 	if (!changed)
 		check_unmarked(&dump);
@@ -259,16 +278,16 @@ int main(void)
 	close(netlink);
 	netlink = open_netlink();
 	stay_on(0);
-	rounds = mmap(NULL, sizeof(*rounds), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-	if (rounds == MAP_FAILED)
+	progress = mmap(NULL, sizeof(*progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+	if (progress == MAP_FAILED)
 		return 2;
 	start_changer();
 	while (!saw_each_case() && time(NULL) < end) {
 		check_dump();
 		check_changer();
 	}
-	printf("@@ %lu dumps of instances, %lu of them marked, %lu records, %lu rounds of changes\n", dumps,
-	       marked, records, *rounds);
+	printf("@@ %lu dumps of instances, %lu of them marked, %lu records, %lu rounds of changes\n",
+	       read_progress(&progress->dumps), marked, records, read_progress(&progress->rounds));
 	if (!saw_each_case())
 		fail("not every case: without a mark %lu dumps have a part of the descriptors and %lu have all",
 		     parts, wholes);
