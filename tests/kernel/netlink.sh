@@ -144,20 +144,23 @@ end_stopped_listener() {
 read_until_flooded() {
     while [ ! -e /tmp/flooded ]; do
         netlink_reader "$1" >>"/tmp/seen.$1" || echo "$1" >/tmp/seen.failed
+        : >"/tmp/begun.$1"
     done
 }
 
-# FRAMES FLOWS: parallel_flood on both processors, under readers of the rules and of the counters.
+# FRAMES FLOWS: parallel_flood on both processors, under readers of the rules, the instances and the counters.
 flood_under_readers() {
-    rm -f /tmp/flooded /tmp/seen.*
+    rm -f /tmp/flooded /tmp/seen.* /tmp/begun.*
     counters_to /tmp/before
     readers=
-    for reader in rules counters; do
+    for reader in rules instances counters; do
         read_until_flooded $reader &
         readers="$readers $!"
     done
     # A reader that has read once begins again at once.
-    until [ -s /tmp/seen.counters ] || [ -e /tmp/seen.failed ]; do sleep 0.1; done
+    for reader in rules instances counters; do
+        until [ -e /tmp/begun.$reader ]; do sleep 0.1; done
+    done
     parallel_flood "$@" >/tmp/sent || fail "no flood: $(cat /tmp/sent)"
     : >/tmp/flooded
     for reader in $readers; do wait "$reader"; done
@@ -191,8 +194,8 @@ known_flow_with_three_readers() {
         "$(netlink_reader rules | sed -n '/src=02:00:00:00:00:00 /s/.* hits=\([0-9]*\) .*/\1/p')"
 }
 
-# The third reader is a listener: its events are in order and reach to the last one. The kernel reports each
-# loss before the events that follow it, so each gap has a report of its own before it.
+# The events of the listener are in order and reach to the last one. The kernel reports each loss before the
+# events that follow it, so each gap has a report of its own before it.
 events_are_in_order() {
     await_last_event
     awk -v last="$event_before" '
@@ -204,8 +207,8 @@ events_are_in_order() {
         END { exit wrong }' /tmp/events || fail "events are missing: $(cat /tmp/events)"
 }
 
-# A second listener is stopped.
-flood_with_three_readers() {
+# Beside the readers, a listener, and a second one that is stopped.
+flood_of_rules_with_three_readers() {
     echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
     [ "$listener" = 0 ] || { follow_events; begin_stopped_listener; }
     # As many flows as the largest table has buckets.
@@ -289,7 +292,7 @@ if has_events; then
     known_events
 fi
 known_flow_with_three_readers
-flood_with_three_readers
+flood_of_rules_with_three_readers
 instance_dumps || fail "dumps of instances that change"
 cut_dumps
 flush_in_a_dump
