@@ -26,7 +26,9 @@ guest_section() {
 # JSON...: of each architecture a record without counters and one with them.
 counter_section() {
     echo "Instructions that the module adds to a frame over those of a bridge. A frame makes two hook"
-    echo "calls. The module without counters is built for this comparison only."
+    echo "calls. The module without counters is built for this comparison only. The last two columns are"
+    echo "the growth by the counters: of what the module adds without them, and of the whole frame, with"
+    echo "the instructions of the bridge."
     echo
     python3 scripts/kernel/guest-figures.py counters "$@"
     echo

@@ -12,7 +12,8 @@ record reads the lines "@@ bench CASE FLOWS MEDIAN MEAN", each case once or seve
 rules FLOWS COUNT" and "@@ calls FLOWS REMEMBERED REPLAYED WALKED" of a guest. table prints a
 Markdown table with two columns for each architecture. update makes the records the baseline, and
 check fails when gpon_flow adds over 3 % more to a frame than the baseline. counters prints a
-Markdown table of what gpon_flow adds to a frame without counters and with them.
+Markdown table of what gpon_flow adds to a frame without counters and with them, and of the growth
+relative to that and to the whole frame.
 """
 
 import os
@@ -173,15 +174,24 @@ def cell(figure, added):
     return f"{text} | " + ("" if added is None else f"+{rounded(added)}")
 
 
+def growth(without, figure):
+    return f"{(figure / without - 1) * 100:+.1f} %"
+
+
 def counter_lines(records):
     pairs = list(zip(records[::2], records[1::2]))
     yield "| frame | " + " | ".join(
-        f"{one['arch']}, without counters | with them" for one, _ in pairs) + " |"
-    yield "|---|" + "--:|" * len(records)
+        f"{one['arch']}, without counters | with them | of what is added | of the whole frame"
+        for one, _ in pairs) + " |"
+    yield "|---|" + "--:|--:|--:|--:|" * len(pairs)
     for name, case in (("quick path", "gpon_flow_quick"),
                        ("first frame of a flow", "gpon_flow_first")):
-        yield f"| {name} | " + " | ".join(
-            str(rounded(one["added"][case])) for pair in pairs for one in pair) + " |"
+        cells = []
+        for without, counting in pairs:
+            added = [one["added"][case] for one in (without, counting)]
+            cells += [str(rounded(figure)) for figure in added]
+            cells += [growth(*added), growth(without[case], counting[case])]
+        yield f"| {name} | " + " | ".join(cells) + " |"
 
 
 # ---- the baseline
