@@ -124,7 +124,7 @@ TEST(check_rules, untagged_frames_of_two_services_are_no_finding)
                     .findings.empty());
 }
 
-TEST(check_rules, a_second_port_of_a_bridge_that_accepts_nothing_new)
+TEST(check_rules, reports_a_second_port_of_a_bridge_that_accepts_nothing_new)
 {
     const std::string line =
         good_line +
@@ -139,7 +139,7 @@ TEST(check_rules, a_second_port_of_a_bridge_that_accepts_nothing_new)
               names{});
 }
 
-TEST(check_rules, a_port_id_of_two_gem_ports)
+TEST(check_rules, reports_a_port_id_of_two_gem_ports)
 {
     const std::string first = "load\nme create GEM_PORT_CTP 1 portID=1025 direction=3\n";
     EXPECT_EQ(
@@ -167,7 +167,7 @@ TEST(check_rules, reports_a_service_without_uni_or_without_ani)
     EXPECT_EQ(found("service-without-ani", good_line), names{});
 }
 
-TEST(check_rules, a_gem_port_whose_t_cont_has_no_alloc_id)
+TEST(check_rules, reports_a_gem_port_whose_t_cont_has_no_alloc_id)
 {
     const std::string ports = "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3\n"
                               "me create GEM_PORT_CTP 2 portID=1026 tcontID=0x8001 direction=3\n"
@@ -184,7 +184,7 @@ TEST(check_rules, a_gem_port_whose_t_cont_has_no_alloc_id)
               names{});
 }
 
-TEST(check_rules, a_t_cont_without_queue)
+TEST(check_rules, reports_a_t_cont_without_queue)
 {
     const std::string line = "me set T_CONT 0x8000 allocID=256\n"
                              "me set T_CONT 0x8001 allocID=257\n"
@@ -206,7 +206,7 @@ TEST(check_rules, a_t_cont_without_queue)
               names{});
 }
 
-TEST(check_rules, a_filter_that_no_frame_passes)
+TEST(check_rules, reports_a_filter_that_no_frame_passes)
 {
     const auto line = [](const std::string& filter) {
         return good_line + "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 " + filter + "\n";
@@ -222,7 +222,7 @@ TEST(check_rules, a_filter_that_no_frame_passes)
 }
 
 // 0xa12c is VLAN 300 with priority 5.
-TEST(check_rules, a_filter_that_compares_the_priority_too)
+TEST(check_rules, reports_a_filter_that_compares_the_priority_too)
 {
     const std::string line = good_line +
                              "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 vlanFilterList=0xa12c "
@@ -244,7 +244,7 @@ TEST(check_rules, priorities_that_another_port_accepts_are_no_finding)
               names{});
 }
 
-TEST(check_rules, an_entry_that_repeats_an_earlier_one)
+TEST(check_rules, reports_an_entry_that_repeats_an_earlier_one)
 {
     const std::string line =
         good_line +
@@ -256,7 +256,7 @@ TEST(check_rules, an_entry_that_repeats_an_earlier_one)
     EXPECT_EQ(found("shadowed-entry", line + "0x14\n"), names{});
 }
 
-TEST(check_rules, an_instance_at_which_nothing_points)
+TEST(check_rules, reports_an_instance_at_which_nothing_points)
 {
     const std::string line = "load\nme create GEM_PORT_CTP 1 portID=1025 direction=3\n";
     EXPECT_EQ(found("unreachable", line), names{"GEM_PORT_CTP 0x0001 2"});
@@ -322,7 +322,7 @@ const std::string operation_of_uni =
     "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f8000000e8000000c00f0000000f0000\n"
     "tagging VLAN_TAG_EXTEND_OPERATE 1 row=e8000000e8000000c00f0000000f0000\n";
 
-TEST(check_rules, a_vlan_that_no_row_produces)
+TEST(check_rules, reports_a_vlan_that_no_row_produces)
 {
     const std::string line = good_line + operation_of_uni;
     EXPECT_EQ(found("tagging-no-row", line), names{});
@@ -353,7 +353,7 @@ TEST(check_rules, a_vlan_that_no_row_produces)
 
 // 0x14 compares the whole tag: 0xa0c8 is VLAN 200 with priority 5, 0x60c8 with priority 3. The row
 // copies the priority of VLAN 5; the last one writes priority 3 (0x300644 instead of 0x80644).
-TEST(check_rules, a_priority_that_no_row_produces)
+TEST(check_rules, reports_a_priority_that_no_row_produces)
 {
     const std::string line = good_line + operation_of_uni +
                              "me set VLAN_TAG_FILTER_DATA 0x1001 mask=0xe000 "
@@ -372,7 +372,7 @@ TEST(check_rules, a_priority_that_no_row_produces)
               names{"VLAN_TAG_EXTEND_OPERATE 0x0001 14"});
 }
 
-TEST(check_rules, a_mapper_that_maps_no_untagged_frame)
+TEST(check_rules, reports_a_mapper_that_maps_no_untagged_frame)
 {
     const auto line = [](const std::string& options) {
         return "me create GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=3\n"
@@ -392,7 +392,7 @@ TEST(check_rules, a_mapper_that_maps_no_untagged_frame)
 
 // The row of operation_of_uni adds VLAN 100 with priority 0, so the GEM IW TP of priorities 5 and 6
 // gets no frame. The second row copies the priority of VLAN 5.
-TEST(check_rules, a_priority_of_a_mapper_that_no_row_produces)
+TEST(check_rules, reports_a_priority_of_a_mapper_that_no_row_produces)
 {
     const auto line = [](const std::string& options) {
         return good_line + operation_of_uni +
@@ -417,7 +417,7 @@ TEST(check_rules, a_priority_of_a_mapper_that_no_row_produces)
 
 // VLAN 5 with each of the eight priorities, and VLAN 5 with any priority: inner filter words
 // 0x00028000 to 0x70028000 and 0x80028000.
-TEST(check_rules, a_row_that_never_applies)
+TEST(check_rules, reports_a_row_that_never_applies)
 {
     std::string line = good_line + operation_of_uni +
                        "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000080028000400f000000080644\n";
@@ -454,7 +454,7 @@ TEST(check_rules, a_row_with_a_reserved_value_covers_no_other)
               1u);
 }
 
-TEST(check_rules, an_operation_without_a_place)
+TEST(check_rules, reports_an_operation_without_a_place)
 {
     EXPECT_EQ(reason("tagging-unassociated", good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n"),
               "its association is not known: the operation is not applied");

@@ -75,7 +75,7 @@ TEST(check, reports_a_pointer_to_nothing)
               names{"missing-instance GEM_INTERWORK_TP 0x0011 2"});
 }
 
-TEST(check, a_pointer_that_came_before_its_target)
+TEST(check, reports_a_pointer_that_came_before_its_target)
 {
     EXPECT_EQ(kinds_of("me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"
                        "me create GEM_PORT_CTP 1 portID=1025 direction=3\n"),
@@ -90,20 +90,20 @@ TEST(check, a_set_after_the_target_records_the_pointer)
               names{});
 }
 
-TEST(check, a_bridge_port_of_no_side)
+TEST(check, reports_a_bridge_port_of_no_side)
 {
     EXPECT_EQ(kinds_of("me create MAC_BRIDGE_SERVICE_PROFILE 1\n"
                        "me create MAC_BRIDGE_PORT_CON_DATA 5 bridgeID=1 tpType=4\n"),
               names{"no-side MAC_BRIDGE_PORT_CON_DATA 0x0005 2"});
 }
 
-TEST(check, a_filter_on_the_uni_side)
+TEST(check, reports_a_filter_on_the_uni_side)
 {
     EXPECT_EQ(kinds_of(good_line + "me create VLAN_TAG_FILTER_DATA 0x0101 forwardOperation=0\n"),
               names{"filter-on-uni-side VLAN_TAG_FILTER_DATA 0x0101 9"});
 }
 
-TEST(check, a_filter_whose_operation_and_count_are_out_of_range)
+TEST(check, reports_a_filter_whose_operation_and_count_are_out_of_range)
 {
     EXPECT_EQ(kinds_of(good_line + "me set VLAN_TAG_FILTER_DATA 0x1001 forwardOperation=0x22 "
                                    "vlanFilterNums=13\n"),
@@ -126,7 +126,7 @@ TEST(check, priorities_without_a_path_are_listed_by_reason)
     EXPECT_EQ(all[2].line, 4u);
 }
 
-TEST(check, a_gem_port_towards_the_subscriber_below_an_upstream_path)
+TEST(check, reports_a_gem_port_towards_the_subscriber_below_an_upstream_path)
 {
     EXPECT_EQ(kinds_of("me create GEM_PORT_CTP 1 portID=1025 direction=2\n"
                        "me create GEM_INTERWORK_TP 0x11 gemCTPInstID=1\n"),
@@ -177,7 +177,7 @@ TEST(check, a_deleted_pointer_frees_its_place)
               names{});
 }
 
-TEST(check, queues_on_the_wrong_side_of_the_boundary)
+TEST(check, reports_queues_on_the_wrong_side_of_the_boundary)
 {
     const std::string config = "config upstream_queue_num=32 related_port_boundary=0x80000000\n";
     EXPECT_EQ(kinds_of(config + "me set PRIORITY_QUEUE 1 relatedPort=0x01010000 tsPointer=1\n"

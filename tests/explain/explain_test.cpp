@@ -42,7 +42,7 @@ std::string hook_up_ani(const std::string& frame)
     return "hook kind=up_ani " + frame + "\n";
 }
 
-TEST(explain, a_frame_that_leaves_by_its_gem_port)
+TEST(explain, names_each_step_to_the_gem_port)
 {
     EXPECT_EQ(explanation_of(good_line + hook_up_ani(frame_of_vlan_100)),
               "upstream, from the bridge to the ANI, 20 bytes\n"
@@ -161,7 +161,7 @@ TEST(explain, a_replay_continues_behind_a_filter_that_is_gone)
     EXPECT_FALSE(holds_text(text, "The replay ends")) << text;
 }
 
-TEST(explain, a_rule_that_is_replayed)
+TEST(explain, says_that_a_rule_was_replayed)
 {
     const std::string text =
         explanation_of(good_line + hook_up_ani(frame_of_vlan_100) + hook_up_ani(frame_of_vlan_100));
@@ -179,7 +179,7 @@ TEST(explain, a_missing_link_is_named)
         << text;
 }
 
-TEST(explain, a_gem_port_towards_the_subscriber)
+TEST(explain, names_the_direction_of_a_gem_port_towards_the_subscriber)
 {
     const std::string text = explanation_of(
         good_line + "me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=2\n" +
@@ -194,7 +194,7 @@ TEST(explain, names_a_disabled_engine_and_an_unloaded_module)
     EXPECT_TRUE(holds_text(explanation_of(hook_up_ani(frame_of_vlan_100)), "not loaded"));
 }
 
-TEST(explain, a_frame_that_fails_with_the_engine_disabled)
+TEST(explain, says_that_the_engine_is_disabled_when_a_frame_fails)
 {
     const std::string text =
         explanation_of("load\nplatform mapping=-1\n" + hook_up_ani(frame_of_vlan_100));

@@ -98,7 +98,7 @@ bool never()
     return false;
 }
 
-class frame_follower_test : public testing::Test {
+class follow_frames : public testing::Test {
 protected:
     frame_follower follow(event_source& events)
     {
@@ -123,7 +123,7 @@ protected:
     scripted_source source;
 };
 
-TEST_F(frame_follower_test, prints_during_a_flood_up_to_the_limit)
+TEST_F(follow_frames, prints_during_a_flood_up_to_the_limit)
 {
     limits.frames = 3;
     endless_source flood;
@@ -133,7 +133,7 @@ TEST_F(frame_follower_test, prints_during_a_flood_up_to_the_limit)
     EXPECT_EQ(flood.events(), frame_follower::most_events);
 }
 
-TEST_F(frame_follower_test, ends_a_flood_on_request)
+TEST_F(follow_frames, ends_a_flood_on_request)
 {
     endless_source flood;
     frame_follower frames = follow(flood);
@@ -163,7 +163,7 @@ TEST(event_source, is_read_up_to_a_time_during_a_flood)
     EXPECT_EQ(flood.events(), 102u);
 }
 
-TEST_F(frame_follower_test, keeps_the_number_of_lost_events_at_an_unload)
+TEST_F(follow_frames, keeps_the_number_of_lost_events_at_an_unload)
 {
     frame_follower frames = follow(source);
     source.drops = 7;
@@ -178,7 +178,7 @@ TEST_F(frame_follower_test, keeps_the_number_of_lost_events_at_an_unload)
     EXPECT_TRUE(has("\"lost_events\":7")) << out.str();
 }
 
-TEST_F(frame_follower_test, notes_a_change_while_a_frame_is_open)
+TEST_F(follow_frames, notes_a_change_while_a_frame_is_open)
 {
     frame_follower frames = follow(source);
     source.coming = {record_of(GPON_TRACEPOINT_WALK_START, 1)};
@@ -194,7 +194,7 @@ TEST_F(frame_follower_test, notes_a_change_while_a_frame_is_open)
 }
 
 // The events of the next look may be older than the change that this look has found.
-TEST_F(frame_follower_test, notes_a_change_before_the_events_are_read)
+TEST_F(follow_frames, notes_a_change_before_the_events_are_read)
 {
     frame_follower frames = follow(source);
     const std::vector<gpon_trace_record> frame = {record_of(GPON_TRACEPOINT_WALK_START, 1),
@@ -211,7 +211,7 @@ TEST_F(frame_follower_test, notes_a_change_before_the_events_are_read)
     EXPECT_EQ(out.str().find("entities_changed"), out.str().rfind("entities_changed"));
 }
 
-TEST_F(frame_follower_test, notes_a_change_while_the_entities_are_read)
+TEST_F(follow_frames, notes_a_change_while_the_entities_are_read)
 {
     frame_follower frames = follow(source);
     frames.look(never);

@@ -43,7 +43,7 @@ frame_query from_uni_1(std::optional<query_tag> tag)
     return query;
 }
 
-TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
+TEST(query_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
 {
     const std::string text = answer_text(carried_line, from_uni_1({}));
     EXPECT_THAT(text, HasSubstr("passes from UNI 1 through bridge 1 to GEM port 1025"));
@@ -59,7 +59,7 @@ TEST(question_tagging, an_untagged_frame_leaves_with_the_tag_of_the_row)
 }
 
 // The line 12 sets the row.
-TEST(question_tagging, a_drop_names_the_operation_that_rewrote_the_tags)
+TEST(query_tagging, a_drop_names_the_operation_that_rewrote_the_tags)
 {
     const std::string text = answer_text(carried_line, from_uni_1(query_tag{5, 3}));
     EXPECT_THAT(text, HasSubstr("; the frame has VLAN 200 priority 3, rewritten by "
@@ -72,7 +72,7 @@ TEST(question_tagging, a_drop_names_the_operation_that_rewrote_the_tags)
     EXPECT_THAT(same, Not(HasSubstr("VLAN_TAG_EXTEND_OPERATE 0x0001 is written")));
 }
 
-TEST(question_tagging, json_of_a_drop_has_the_operation_that_rewrote_the_tags)
+TEST(query_tagging, json_of_a_drop_has_the_operation_that_rewrote_the_tags)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
@@ -90,7 +90,7 @@ TEST(question_tagging, json_of_a_drop_has_the_operation_that_rewrote_the_tags)
 }
 
 // The operation of the port towards the ANI acts before the second hook call.
-TEST(question_tagging, a_drop_names_the_operations_of_both_halves)
+TEST(query_tagging, a_drop_names_the_operations_of_both_halves)
 {
     const std::string text =
         answer_text(carried_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x0101 "
@@ -100,7 +100,7 @@ TEST(question_tagging, a_drop_names_the_operations_of_both_halves)
                                 "VLAN_TAG_EXTEND_OPERATE 0x0001 and VLAN_TAG_OPERATE 0x0002.\n"));
 }
 
-TEST(question_tagging, a_discarding_row_is_named)
+TEST(query_tagging, a_discarding_row_is_named)
 {
     EXPECT_THAT(answer_text(carried_line, from_uni_1(query_tag{666, 0})),
                 HasSubstr("The frame from UNI 1 is dropped: the tagging operation "
@@ -109,7 +109,7 @@ TEST(question_tagging, a_discarding_row_is_named)
                           "discard."));
 }
 
-TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
+TEST(query_tagging, operations_of_the_bridge_act_between_the_halves)
 {
     const std::string text = answer_text(
         good_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x1001 upstream_mode=1 "
@@ -125,7 +125,7 @@ TEST(question_tagging, operations_of_the_bridge_act_between_the_halves)
 
 // Port 0x0101 leads to the UNI: its operation acts after the first half, whose walk meets the
 // port.
-TEST(question_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
+TEST(query_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
 {
     const std::string text = answer_text(
         good_line + "tagging VLAN_TAG_OPERATE 2 association=3 associated=0x0101 upstream_mode=1 "
@@ -136,7 +136,7 @@ TEST(question_tagging, an_operation_that_acts_between_the_halves_is_no_gap)
     EXPECT_THAT(text, testing::Not(HasSubstr("was not applied")));
 }
 
-TEST(question_tagging, a_frame_from_the_fibre_leaves_untagged)
+TEST(query_tagging, a_frame_from_the_fibre_leaves_untagged)
 {
     frame_query query;
     query.gem = 1025;
@@ -162,7 +162,7 @@ frame_query from_gem_1025(query_tag tag)
 const std::string discarded_downstream =
     carried_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 downstream_mode=8\n";
 
-TEST(question_tagging, a_frame_that_no_uni_receives_is_dropped)
+TEST(query_tagging, a_frame_that_no_uni_receives_is_dropped)
 {
     const std::string text = answer_text(discarded_downstream, from_gem_1025({100, 0}));
     EXPECT_THAT(text, HasSubstr("The frame from GEM port 1025 is dropped: the tagging operation "
@@ -179,7 +179,7 @@ TEST(question_tagging, a_frame_that_no_uni_receives_is_dropped)
                 HasSubstr("The frame passes from GEM port 1025 into bridge 1, towards UNI 1.\n"));
 }
 
-TEST(question_tagging, a_frame_that_one_of_two_unis_receives_passes)
+TEST(query_tagging, a_frame_that_one_of_two_unis_receives_passes)
 {
     const std::string text = answer_text(
         discarded_downstream + "me create MAC_BRIDGE_PORT_CON_DATA 0x0102 bridgeID=1 tpType=1 "
@@ -193,7 +193,7 @@ TEST(question_tagging, a_frame_that_one_of_two_unis_receives_passes)
 }
 
 // VLAN 5 with the reserved filter priority 9: both directions may be concerned.
-TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
+TEST(query_tagging, a_row_that_cannot_be_interpreted_is_a_note)
 {
     const std::string line =
         carried_line + "tagging VLAN_TAG_EXTEND_OPERATE 1 row=f800000090028000400f000000000324\n";
@@ -209,7 +209,7 @@ TEST(question_tagging, a_row_that_cannot_be_interpreted_is_a_note)
     EXPECT_THAT(answer_text(line, from_gem_1025({100, 0})), HasSubstr(note));
 }
 
-TEST(question_tagging, what_the_onu_decides_is_a_note)
+TEST(query_tagging, what_the_onu_decides_is_a_note)
 {
     const std::string passes =
         "The frame passes from GEM port 1025 into bridge 1, towards UNI 1.\n";
@@ -222,7 +222,7 @@ TEST(question_tagging, what_the_onu_decides_is_a_note)
                 testing::Not(HasSubstr("the ONU decides")));
 }
 
-TEST(question_tagging, prints_json_of_a_frame_that_no_uni_receives)
+TEST(query_tagging, prints_json_of_a_frame_that_no_uni_receives)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
@@ -237,7 +237,7 @@ TEST(question_tagging, prints_json_of_a_frame_that_no_uni_receives)
     EXPECT_EQ(document["halves"][0]["leaving"][0]["tagging"]["discarded"], true);
 }
 
-TEST(question_tagging, an_operation_without_a_place_is_a_note)
+TEST(query_tagging, an_operation_without_a_place_is_a_note)
 {
     EXPECT_THAT(answer_text(good_line + "me create VLAN_TAG_EXTEND_OPERATE 1\n",
                             from_uni_1(query_tag{100, 0})),

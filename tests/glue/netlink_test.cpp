@@ -60,23 +60,23 @@ std::vector<bool> marks(std::vector<batch> of_core, int room)
 
 using flags = std::vector<bool>;
 
-TEST(netlink_dump, of_one_revision_is_not_marked)
+TEST(netlink_dump, is_not_marked_if_the_revision_stays)
 {
     EXPECT_EQ(marks({{2, 7}, {0, 7}, {1, 7}}, 1), (flags{false, false, false, false}));
 }
 
-TEST(netlink_dump, that_changes_between_messages_is_marked_once)
+TEST(netlink_dump, is_marked_once_if_the_revision_changes_between_messages)
 {
     EXPECT_EQ(marks({{1, 7}, {2, 8}}, 8), (flags{false, true, false, false}));
 }
 
-TEST(netlink_dump, that_changes_before_its_first_message_is_marked)
+TEST(netlink_dump, is_marked_if_the_revision_changes_before_its_first_message)
 {
     EXPECT_EQ(marks({{0, 7}, {1, 8}}, 8), (flags{true, false}));
     EXPECT_EQ(marks({{0, 7}, {0, 8}, {0, 8}}, 8), (flags{true}));
 }
 
-TEST(netlink_dump, that_changes_before_a_message_that_does_not_fit_is_marked)
+TEST(netlink_dump, is_marked_if_the_revision_changes_before_a_message_that_does_not_fit)
 {
     EXPECT_EQ(marks({{2, 7}, {1, 8}}, 2), (flags{false, false, true, false}));
 }

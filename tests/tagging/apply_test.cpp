@@ -54,7 +54,7 @@ TEST(tagging_upstream, untagged_gets_two_tags)
 }
 
 // The bytes of the example of a tag: 8100, then priority 3 = 011, DEI 0, VID 100 = 0x064: 6064.
-TEST(tagging_upstream, the_bytes_of_an_added_tag)
+TEST(tagging_upstream, an_added_tag_has_its_bytes_at_their_place)
 {
     const tag_operation op = table_of({untagged_row(0, add_nothing, {3, 100, 4})});
     const octets frame = frame_with({});

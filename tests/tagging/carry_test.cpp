@@ -244,7 +244,7 @@ TEST(carry, facts_end_with_their_instance)
     EXPECT_NE(set.operation({me_class::evtocd, 1}), nullptr);
 }
 
-TEST(carry, operations_on_a_path_that_is_not_carried)
+TEST(carry, operations_on_a_path_without_a_uni_are_not_applied)
 {
     const line_model model = model_of_text(line + operation("association=0 associated=0x1001"));
     EXPECT_EQ(unapplied_operations(model, {port_ani}).size(), 1u);

@@ -224,7 +224,7 @@ TEST_F(outcome_threads, no_rule_outlives_the_command_that_changed_its_graph)
     EXPECT_EQ(stale_rules_of(changes(20000)), 0u);
 }
 
-TEST_F(outcome_threads, nor_when_the_command_waits_for_user_memory)
+TEST_F(outcome_threads, no_rule_outlives_a_command_that_waits_for_user_memory)
 {
     gpon::host::set_copy_delay(1000);
     EXPECT_EQ(stale_rules_of(changes(100)), 0u);

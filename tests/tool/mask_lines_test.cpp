@@ -16,7 +16,7 @@ void expect_untouched(std::string_view line)
     EXPECT_EQ(mask_line_numbers(line), line);
 }
 
-TEST(mask_lines, every_shape_of_prefix)
+TEST(mask_lines, replaces_the_number_in_every_shape_of_prefix)
 {
     expect_masked("[gpon_hash_init][123]: Enter", "[gpon_hash_init][0]: Enter");
     expect_masked("[gpon_hash_init][123] end", "[gpon_hash_init][0] end");
@@ -28,14 +28,14 @@ TEST(mask_lines, every_shape_of_prefix)
     expect_masked("[f][1]", "[f][0]");
 }
 
-TEST(mask_lines, behind_a_level_tag)
+TEST(mask_lines, replaces_the_number_after_a_level_tag)
 {
     expect_masked("***ERROR***[f][12] end", "***ERROR***[f][0] end");
     expect_masked("**WARNING**f [12]: x", "**WARNING**f [0]: x");
     expect_masked("***TRACE***Enter [f][12] ", "***TRACE***Enter [f][0] ");
 }
 
-TEST(mask_lines, every_message_of_a_line_that_holds_several)
+TEST(mask_lines, replaces_the_number_of_each_message_of_a_line)
 {
     expect_masked("***TRACE***[f][12] no line feed***ERROR***[g][13]x",
                   "***TRACE***[f][0] no line feed***ERROR***[g][0]x");

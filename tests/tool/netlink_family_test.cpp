@@ -46,7 +46,7 @@ TEST(netlink_family, has_a_number_if_the_kernel_knows_its_name)
 }
 
 // Only the kernel knows that a family is gone: a failure to ask it is none.
-TEST(netlink_family, that_cannot_be_asked_for_is_not_absent)
+TEST(netlink_family, is_not_called_absent_if_the_kernel_cannot_be_asked)
 {
     const no_descriptors limit;
     EXPECT_THROW(static_cast<void>(netlink_family::find_number("no_such_family")), refusal);

@@ -128,7 +128,7 @@ TEST_F(run, the_debug_record_points_at_32_byte_words_and_at_nothing_for_absent_o
     EXPECT_EQ(fake.records[0].args[3], 0u);
 }
 
-TEST_F(run, clean_and_other_ioctls)
+TEST_F(run, clean_and_other_ioctls_reach_the_device)
 {
     run_text("clean\nioctl 0x40007700 cmd=9\nioctl 5");
     EXPECT_EQ(fake.records[0].cmd, 3u);

@@ -113,7 +113,7 @@ TEST_F(counters, the_first_frame_walks_the_second_replays_the_third_uses_the_out
                                      Pair("remembered_down_uni", 1u)));
 }
 
-TEST_F(counters, calls_that_carry_no_classified_frame)
+TEST_F(counters, calls_without_a_classified_frame_are_counted_by_reason)
 {
     changes();
     gpon::host::hook(GPON_API_UP_UNI, 0, nullptr);
@@ -145,7 +145,7 @@ TEST_F(counters, a_frame_without_a_path_counts_its_reason)
     EXPECT_EQ(reasons, 1u);
 }
 
-TEST_F(counters, a_missing_queue)
+TEST_F(counters, a_missing_queue_is_counted)
 {
     sk_buff skb;
     changes();
@@ -292,7 +292,7 @@ TEST_F(counters, a_frame_fails_after_its_rule_is_gone)
                                      Pair("rules_flushed", 1u)));
 }
 
-TEST_F(counters, frames_with_the_engine_off)
+TEST_F(counters, frames_with_the_engine_off_are_counted_by_their_end)
 {
     gpon::host::hook(GPON_API_SWITCH, 0, nullptr);
     changes();
@@ -310,7 +310,7 @@ TEST_F(counters, frames_with_the_engine_off)
                                      Pair("frames_failed", 1u)));
 }
 
-TEST_F(counters, aging_flushes_and_deletions)
+TEST_F(counters, aging_flushes_and_deletions_are_counted)
 {
     for (u8 station = 1; station <= 3; ++station)
         send(station);
@@ -358,7 +358,7 @@ TEST_F(counters, growth_keeps_the_uses_of_rules_that_find_a_bucket)
     EXPECT_GT(hits, 0u);
 }
 
-TEST_F(counters, commands_by_type_and_result)
+TEST_F(counters, commands_are_counted_by_type_and_result)
 {
     changes();
     gpon_raw_mbsp raw = {};
@@ -390,7 +390,7 @@ TEST_F(counters, an_allocation_failure_counts_and_loses_one_rule)
     EXPECT_EQ(found.at("rules_no_memory"), 1u);
 }
 
-TEST_F(counters, uses_of_a_rule_by_replay_and_by_outcome)
+TEST_F(counters, uses_of_a_rule_are_counted_by_replay_and_by_outcome)
 {
     send(1);
     EXPECT_EQ(use_of_only_rule().hits, 0u) << "the walk is no use";

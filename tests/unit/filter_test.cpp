@@ -167,7 +167,7 @@ TEST_F(vlan_filter, reports_null_arguments)
                             "***ERROR***vtfd_action_g [0]: Parameter is NULL: Fail\r"));
 }
 
-TEST_F(vlan_filter, that_is_absent_fails_silently)
+TEST_F(vlan_filter, an_absent_filter_fails_silently)
 {
     gponDebugLevel = 3;
     EXPECT_FALSE(filter_passes(0));

@@ -291,17 +291,17 @@ protected:
     words now, oldest_words;
 };
 
-TEST_F(generation_of_two_words, a_sweep_beside_a_change_and_two_frames)
+TEST_F(generation_of_two_words, a_sweep_beside_a_change_and_two_frames_reuses_no_old_outcome)
 {
     EXPECT_EQ(orders_with(sweep_once), ORDERS);
 }
 
-TEST_F(generation_of_two_words, a_flush_beside_a_change_and_two_frames)
+TEST_F(generation_of_two_words, a_flush_beside_a_change_and_two_frames_reuses_no_old_outcome)
 {
     EXPECT_EQ(orders_with([] { gpon_hash_clean_all_safe(); }), ORDERS);
 }
 
-TEST_F(generation_of_two_words, an_overwrite_beside_a_change_and_two_frames)
+TEST_F(generation_of_two_words, an_overwrite_beside_a_change_and_two_frames_reuses_no_old_outcome)
 {
     EXPECT_EQ(orders_with([] { learn(2, gpon::ANY_STORE); }), ORDERS);
 }
@@ -316,7 +316,7 @@ void grow_once()
 }
 
 // Without the reader: each run makes two tables, and the sanitizers slow that down.
-TEST_F(generation_of_two_words, a_growth_beside_a_change_and_a_frame)
+TEST_F(generation_of_two_words, a_growth_beside_a_change_and_a_frame_reuses_no_old_outcome)
 {
     replaying_frame recorder;
     const auto begin_in_the_smallest_table = [this] {

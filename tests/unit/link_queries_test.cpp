@@ -79,7 +79,7 @@ std::string name_of_step(const testing::TestParamInfo<query_step>& step)
 
 class forward_step : public relation_query, public testing::WithParamInterface<query_step> {};
 
-TEST_P(forward_step, of_a_bridge_with_three_ports)
+TEST_P(forward_step, finds_the_next_of_three_ports_of_a_bridge)
 {
     const query_step& step = GetParam();
     three_ports();
@@ -264,7 +264,7 @@ protected:
 
 class reverse_step : public reverse_query, public testing::WithParamInterface<query_step> {};
 
-TEST_P(reverse_step, of_a_port_of_two_bridges)
+TEST_P(reverse_step, finds_the_next_of_two_bridges_of_a_port)
 {
     const query_step& step = GetParam();
     two_bridges();

@@ -143,7 +143,7 @@ TEST_F(link_report, a_created_instance_is_zero_but_for_its_id)
     EXPECT_EQ(std::vector<u8>(inst->raw, inst->raw + 6), (std::vector<u8>{1, 0x80, 0, 0, 0, 0}));
 }
 
-TEST_F(link_report, that_is_undone_creates_nothing)
+TEST_F(link_report, a_deleted_link_creates_no_instance)
 {
     gponDebugLevel = LOG_TRACE;
     EXPECT_EQ(report(47, 1, 11, 0x101, DELETE), 0);

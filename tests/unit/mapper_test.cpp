@@ -160,7 +160,7 @@ TEST_F(mapper, reports_null_arguments)
     EXPECT_THAT(log_lines(), ElementsAre(line, line));
 }
 
-TEST_F(mapper, that_is_absent_fails_silently)
+TEST_F(mapper, an_absent_mapper_fails_silently)
 {
     gponDebugLevel = 3;
     EXPECT_FALSE(chooses(1));

@@ -114,7 +114,7 @@ std::vector<link_row> links_of(const gpon_me_list_info& info)
     return links;
 }
 
-TEST_F(class_table, links_that_each_class_can_hold)
+TEST_F(class_table, has_the_links_that_each_class_can_hold)
 {
     const link_row port = {47, "mbpcdInst", 1};
     const link_row mapper = {130, "mapperInst", 1};

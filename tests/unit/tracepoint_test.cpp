@@ -116,7 +116,7 @@ protected:
     std::vector<std::string> events;
 };
 
-TEST_F(tracepoints, of_a_walk_that_passes_a_replay_and_a_remembered_outcome)
+TEST_F(tracepoints, report_a_walk_that_passes_a_replay_and_a_remembered_outcome)
 {
     create_ani(false);
     seen();
@@ -169,7 +169,7 @@ TEST_F(tracepoints, name_the_fields_of_the_rule_key)
     }
 }
 
-TEST_F(tracepoints, of_a_frame_that_is_cut_off)
+TEST_F(tracepoints, report_a_frame_that_is_cut_off)
 {
     frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x30};
     skb.bytes = 15;
@@ -179,7 +179,7 @@ TEST_F(tracepoints, of_a_frame_that_is_cut_off)
     EXPECT_THAT(records[0].frame.tag, ElementsAre(0x81003000, 0));
 }
 
-TEST_F(tracepoints, of_a_walk_without_a_path)
+TEST_F(tracepoints, report_a_walk_without_a_path)
 {
     create(11, gpon_raw_pptp{.instID = 0x101});
     seen();
@@ -192,7 +192,7 @@ TEST_F(tracepoints, of_a_walk_without_a_path)
     EXPECT_EQ(found.back(), "drop 1 direction=2 gem=0");
 }
 
-TEST_F(tracepoints, of_a_filtered_walk)
+TEST_F(tracepoints, report_a_filtered_walk)
 {
     create_ani(true);
     seen();
@@ -255,7 +255,7 @@ TEST_F(tracepoints, name_the_decision_of_a_mapper)
                                        Contains("step 1 266/1 2 selected")));
 }
 
-TEST_F(tracepoints, of_a_mapper_that_is_gone)
+TEST_F(tracepoints, report_a_mapper_that_is_gone)
 {
     create_ani(false);
     gpon_raw_mapper mapper = {};
@@ -270,7 +270,7 @@ TEST_F(tracepoints, of_a_mapper_that_is_gone)
                                     "drop 3 direction=1 gem=0"));
 }
 
-TEST_F(tracepoints, of_a_filter_that_is_gone)
+TEST_F(tracepoints, report_a_filter_that_is_gone)
 {
     create_ani(true);
     gpon::host::proc_write("clean raw_data 84 6");
@@ -281,7 +281,7 @@ TEST_F(tracepoints, of_a_filter_that_is_gone)
                             "end 3 gem=0", "drop 3 direction=1 gem=0"));
 }
 
-TEST_F(tracepoints, of_a_replay_whose_filter_is_gone)
+TEST_F(tracepoints, report_a_replay_whose_filter_is_gone)
 {
     create_ani(true);
     frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x20, 0, 8, 0};
@@ -310,7 +310,7 @@ TEST_F(tracepoints, distinguish_marked_frames_from_others)
     }
 }
 
-TEST_F(tracepoints, of_a_walk_whose_step_fails_for_lack_of_memory)
+TEST_F(tracepoints, report_a_step_that_fails_for_lack_of_memory)
 {
     create_ani(true);
     std::map<std::string, unsigned> steps;
@@ -330,7 +330,7 @@ TEST_F(tracepoints, of_a_walk_whose_step_fails_for_lack_of_memory)
     EXPECT_GT(steps["step 2 47/6 1 unreadable"], 0u) << "no memory for the filter";
 }
 
-TEST_F(tracepoints, of_a_step_at_the_depth_limit)
+TEST_F(tracepoints, report_a_step_at_the_depth_limit)
 {
     const gpon_fwd_info step = {me_class::mbsp, 7, UP_ANI};
     const gpon::rcu_reader reader;
@@ -339,7 +339,7 @@ TEST_F(tracepoints, of_a_step_at_the_depth_limit)
     EXPECT_THAT(seen(), ElementsAre("step 10 45/7 4"));
 }
 
-TEST_F(tracepoints, of_a_step_of_a_class_that_forwards_nothing)
+TEST_F(tracepoints, report_a_step_of_a_class_that_forwards_nothing)
 {
     const gpon_fwd_info step = {me_class::vtfd, 7, UP_ANI};
     const gpon::rcu_reader reader;
@@ -347,7 +347,7 @@ TEST_F(tracepoints, of_a_step_of_a_class_that_forwards_nothing)
     EXPECT_THAT(seen(), ElementsAre("step 1 84/7 0"));
 }
 
-TEST_F(tracepoints, of_a_frame_without_queue)
+TEST_F(tracepoints, report_a_frame_without_queue)
 {
     create_ani(false);
     gpon::host::set_queue_mapping(-1);
@@ -362,7 +362,7 @@ TEST_F(tracepoints, of_a_frame_without_queue)
     EXPECT_EQ(again.back(), "drop 5 direction=1 gem=5");
 }
 
-TEST_F(tracepoints, of_calls_that_are_not_walked)
+TEST_F(tracepoints, report_calls_that_are_not_walked)
 {
     gpon::host::hook(GPON_API_UP_UNI, 0, nullptr);
     gpon::host::hook(9, 0, nullptr);
@@ -376,7 +376,7 @@ TEST_F(tracepoints, of_calls_that_are_not_walked)
     EXPECT_THAT(seen(), ElementsAre("drop 6 direction=1 gem=0"));
 }
 
-TEST_F(tracepoints, of_steps_that_are_learnt_and_not_learnt)
+TEST_F(tracepoints, report_whether_steps_are_learnt)
 {
     gpon_rule_trace trace = {};
     gpon_hash_add_node_safe(frame.data(), 16, &trace);
@@ -443,7 +443,7 @@ TEST_F(tracepoints, report_commands)
                                     "command 5 type=0 0/0 mask=0 result=-14 ''"));
 }
 
-TEST_F(tracepoints, of_debug_words_from_device_and_proc_file)
+TEST_F(tracepoints, report_debug_words_from_device_and_proc_file)
 {
     const std::array<std::array<char, GPON_FLOW_DEBUG_WORD_BYTES>, 4> words = {
         {{"show"}, {"enable"}, {}, {"0123456789012345678901234567890"}}};
@@ -500,7 +500,7 @@ TEST_F(tracepoints, are_all_documented_with_their_fields)
         EXPECT_NE(page.find("`" + name + "`"), std::string::npos) << name;
 }
 
-TEST_F(tracepoints, of_the_example_scripts_exist_with_their_fields)
+TEST_F(tracepoints, include_those_of_the_example_scripts_with_their_fields)
 {
     const std::string header = contents_of("src/platform/linux/gpon_flow_trace.h");
     u32 scripts = 0;

@@ -44,7 +44,7 @@ std::vector<u32> mac(const char* word)
     return {value.begin(), value.end()};
 }
 
-TEST(words_of_a_line, are_separated_by_blanks_of_every_kind)
+TEST(split_words, separates_at_blanks_of_every_kind)
 {
     EXPECT_THAT(split("show en_flag"), ElementsAre("show", "en_flag"));
     EXPECT_THAT(split(" \t\n\v\f\ra\t \nb\r\n"), ElementsAre("a", "b"));
@@ -57,21 +57,21 @@ TEST(words_of_a_line, are_separated_by_blanks_of_every_kind)
                             "b"));
 }
 
-TEST(words_of_a_line, are_four_at_most)
+TEST(split_words, returns_four_words_at_most)
 {
     EXPECT_THAT(split("1"), ElementsAre("1"));
     EXPECT_THAT(split("1 2 3 4"), ElementsAre("1", "2", "3", "4"));
     EXPECT_THAT(split("1 2 3 4 5 6"), ElementsAre("1", "2", "3", "4"));
 }
 
-TEST(words_of_a_line, may_be_absent)
+TEST(split_words, refuses_a_line_without_words)
 {
     EXPECT_THAT(split(""), IsEmpty());
     EXPECT_THAT(split(" "), IsEmpty());
     EXPECT_THAT(split(std::string(131, '\t')), IsEmpty());
 }
 
-TEST(words_of_a_line, are_cut_to_31_characters_and_the_rest_of_the_word_is_dropped)
+TEST(split_words, cuts_words_to_31_characters)
 {
     const std::string longest(31, 'x');
     EXPECT_THAT(split(longest), ElementsAre(longest));
@@ -84,7 +84,7 @@ TEST(words_of_a_line, are_cut_to_31_characters_and_the_rest_of_the_word_is_dropp
                             wide.substr(0, 31)));
 }
 
-TEST(words_of_a_line, end_at_a_zero_byte_and_may_hold_any_other)
+TEST(split_words, ends_at_a_zero_byte_and_keeps_any_other)
 {
     EXPECT_THAT(split(std::string("ab\0cd", 5)), ElementsAre("ab"));
     std::string every;
