@@ -81,10 +81,9 @@ tree_port port_of(const line_model& entities, const scheduling& from, const me_i
 // The ONU assigns queues to T-CONTs.
 std::set<uint16_t> queues_of(const scheduling& from, uint16_t tcont)
 {
-    constexpr uint16_t upstream = 0x8000;
     std::set<uint16_t> queues;
     for (const auto& [id, queue] : from.queues)
-        if ((id & upstream) != 0 && queue.related_port && *queue.related_port >> 16 == tcont)
+        if (is_upstream_queue(id) && queue.related_port && *queue.related_port >> 16 == tcont)
             queues.insert(id);
     return queues;
 }

@@ -9,6 +9,12 @@
 
 namespace gponflow {
 
+/// The ids of upstream queues have the first bit set (ITU-T G.988 9.2.10).
+[[nodiscard]] constexpr bool is_upstream_queue(uint16_t instance)
+{
+    return (instance & 0x8000) != 0;
+}
+
 /// Priority queue (ITU-T G.988 9.2.10).
 struct queue_facts {
     std::optional<uint32_t> related_port; ///< upper half T-CONT or UNI, lower half priority

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "include/me_class_id.h"
+#include "tool/model/scheduling.h"
 #include "tool/omci/frame.h"
 #include "tool/omci/scenario_text.h"
 
@@ -52,8 +53,7 @@ void default_configuration::learn(me_class class_id, uint16_t instance, const va
 void default_configuration::learn_queue(uint16_t instance, std::span<const uint8_t> related)
 {
     const uint32_t port = read_u32(related, 0);
-    const bool upstream = (instance & 0x8000) != 0;
-    if (upstream)
+    if (is_upstream_queue(instance))
         least_upstream = std::min(least_upstream.value_or(port), port);
     else
         greatest_downstream = std::max(greatest_downstream, port);
