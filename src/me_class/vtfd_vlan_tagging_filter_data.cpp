@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "vtfd_vlan_tagging_filter_data.h"
 
+#include "../include/tci.h"
 #include "../pkt/header.h"
 #include "attribute_handlers.h"
 #include "classes.h"
@@ -22,8 +23,8 @@ constexpr gpon_me_pointer BRIDGE_PORT = {
 constexpr gpon_me_pointer POINTERS[] = {BRIDGE_PORT};
 
 constexpr u16 NO_MASK = 0;
-constexpr u16 VID = 0x0fff;
-constexpr u16 PRIORITY = 0xe000;
+constexpr u16 VID = gpon::TCI_VLAN;
+constexpr u16 PRIORITY = gpon::TCI_PRIORITY;
 constexpr u16 WHOLE_TCI = 0xffff;
 
 using gpon::forward_operation;

@@ -2,6 +2,7 @@
 #include "header.h"
 
 #include "../base/log.h"
+#include "../include/tci.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ i32 gpon_pkt_get_pbit(const sk_buff* skb)
     }
     u16 tci = 0;
     gpon_pkt_get_outer_vlan_tci(skb, &tci);
-    return tci == 0 ? -1 : tci >> 13;
+    return tci == 0 ? -1 : gpon::priority_of(tci);
 }
 
 i32 gpon_pkt_get_dscp(const sk_buff* skb)

@@ -206,7 +206,7 @@ std::string type_text(const frame_header& header)
 std::string tags_text(const frame_header& header)
 {
     std::string text;
-    for (const header_tag& tag : header.tags) {
+    for (const vlan_tag& tag : header.tags) {
         text += text.empty() ? "" : ", inner ";
         text +=
             "VLAN " + std::to_string(tag.vlan()) + " priority " + std::to_string(tag.priority());
@@ -233,12 +233,6 @@ std::string header_text(const frame_header& header)
 
 json header_json(const frame_header& header)
 {
-    json tags = json::array();
-    for (const header_tag& tag : header.tags)
-        tags.push_back({{"tpid", tag.tpid},
-                        {"tci", tag.tci},
-                        {"vlan", tag.vlan()},
-                        {"priority", tag.priority()}});
     json result = {{"length", header.length}, {"cut", header.cut}};
     const auto add_text = [&](const char* name, const std::string& text) {
         if (!text.empty())
@@ -246,7 +240,7 @@ json header_json(const frame_header& header)
     };
     add_text("source", header.source);
     add_text("destination", header.destination);
-    result["tags"] = std::move(tags);
+    result["tags"] = tags_json(header.tags);
     if (header.type)
         result["type"] = *header.type;
     result["protocol"] = type_text(header);

@@ -12,24 +12,17 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "tool/capture/captured_frame.h"
+#include "tool/capture/vlan_tag.h"
 #include "tool/text/json_document.h"
 
 namespace gponflow {
-
-struct header_tag {
-    uint16_t tpid = 0;
-    uint16_t tci = 0;
-
-    [[nodiscard]] unsigned vlan() const { return tci & 0xfff; }
-    [[nodiscard]] unsigned priority() const { return tci >> 13; }
-};
 
 /// The fields that a frame has and its capture holds.
 struct frame_header {
     size_t length = 0;       ///< on the wire
     std::string destination; ///< MAC address; empty if it is not in the capture
     std::string source;
-    std::vector<header_tag> tags; ///< outermost first
+    std::vector<vlan_tag> tags;   ///< outermost first
     std::optional<uint16_t> type; ///< EtherType behind the tags
     std::optional<uint8_t> protocol;
     std::optional<uint8_t> dscp;

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "include/tci.h"
 #include "tool/model/class_records.h"
 #include "tool/scenario/values.h"
 #include "tool/text/message_words.h"
@@ -76,14 +77,13 @@ CLI::Option* add_onu_option(CLI::App& app, std::string& into)
 
 vlan_word read_vlan(const std::string& name, const std::string& word)
 {
-    constexpr uint64_t most_vlan = 4095;
-    constexpr uint64_t most_priority = 7;
     const size_t mark = word.find('p');
     vlan_word result;
-    result.vlan = static_cast<uint16_t>(read_number(name, word.substr(0, mark), most_vlan));
+    result.vlan =
+        static_cast<uint16_t>(read_number(name, word.substr(0, mark), gpon::VLAN_IDS - 1));
     if (mark != word.npos)
         result.priority = static_cast<uint8_t>(
-            read_number(name + ", the priority", word.substr(mark + 1), most_priority));
+            read_number(name + ", the priority", word.substr(mark + 1), gpon::PRIORITIES - 1));
     return result;
 }
 

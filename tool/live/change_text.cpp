@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tool/live/show_json.h"
+#include "tool/model/instance_json.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -74,7 +75,7 @@ std::string json_of(const module_change& change)
         whole["rule"] = rule_json(change.rule.rule);
         whole["hits"] = change.rule.hits;
     } else if (change.about == module_change::subject::instance) {
-        whole["instance"] = instance_json(change.instance);
+        whole["instance"] = id_json(change.instance);
     } else {
         whole["buckets"] = change.buckets;
     }

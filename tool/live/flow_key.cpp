@@ -35,8 +35,8 @@ std::string to_text(const std::vector<vlan_tag>& tags)
         return "untagged";
     std::string text;
     for (const vlan_tag& tag : tags) {
-        text += (text.empty() ? "" : "/") + std::to_string(tag.tci & 0xfff);
-        if (const unsigned priority = tag.tci >> 13)
+        text += (text.empty() ? "" : "/") + std::to_string(tag.vlan());
+        if (const unsigned priority = tag.priority())
             text += "p" + std::to_string(priority);
     }
     return text;

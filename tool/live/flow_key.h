@@ -8,17 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "tool/capture/vlan_tag.h"
 #include "tool/scenario/command.h"
 
 namespace gponflow {
-
-struct vlan_tag {
-    uint16_t tpid = 0;
-    uint16_t tci = 0; ///< priority, drop bit and VLAN id together
-
-    // clang-tidy reports a 0 that the compiler generates.
-    auto operator<=>(const vlan_tag&) const = default; // NOLINT(modernize-use-nullptr)
-};
 
 using mac_address = std::array<uint8_t, 6>;
 
@@ -32,6 +25,7 @@ struct flow_key {
     std::vector<vlan_tag> tags; ///< outermost first, at most four
     std::string direction;      ///< UP_UNI, UP_ANI, DOWN_ANI, DOWN_UNI or N/A
 
+    // clang-tidy reports a 0 that the compiler generates.
     auto operator<=>(const flow_key&) const = default; // NOLINT(modernize-use-nullptr)
 };
 

@@ -7,15 +7,13 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "include/tci.h"
 #include "tool/scenario/values.h"
 #include "tool/text/message_words.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr uint16_t most_vlan = 4095;
-constexpr uint16_t most_priority = 7;
 
 mac_address read_mac(const value& from)
 {
@@ -32,17 +30,22 @@ mac_address read_mac(const value& from)
     return mac;
 }
 
+uint32_t read_vlan_id(const value& from)
+{
+    return static_cast<uint32_t>(read_unsigned(from, gpon::VLAN_IDS - 1));
+}
+
 uint16_t read_vlan(const value& from)
 {
     const size_t mark = from.text.find('p');
     // A whole TCI is hexadecimal: a decimal number is a VLAN id.
     if (mark == from.text.npos)
-        return static_cast<uint16_t>(
-            read_unsigned(from, from.text.starts_with("0x") ? UINT16_MAX : most_vlan));
+        return static_cast<uint16_t>(from.text.starts_with("0x") ? read_unsigned(from, UINT16_MAX)
+                                                                 : read_vlan_id(from));
     const value id{from.name, from.text.substr(0, mark), from.column};
     const value priority{from.name, from.text.substr(mark + 1), from.column + mark + 1};
-    return static_cast<uint16_t>(read_unsigned(priority, most_priority) << 13 |
-                                 read_unsigned(id, most_vlan));
+    const auto number = static_cast<uint32_t>(read_unsigned(priority, gpon::PRIORITIES - 1));
+    return gpon::to_tci(number, false, read_vlan_id(id));
 }
 
 bool marks(const std::optional<uint16_t>& wanted, const std::vector<vlan_tag>& tags, size_t at)

@@ -6,49 +6,16 @@
 #include <nlohmann/json.hpp>
 
 #include "tool/model/class_records.h"
+#include "tool/model/instance_json.h"
 #include "tool/text/json_document.h"
 
 namespace gponflow {
 
 namespace {
 
-json json_of(me_id id)
-{
-    const class_record* fields = find_me_class(id.class_id);
-    return {{"class", fields ? fields->name : ""},
-            {"class_id", gpon::class_number(id.class_id)},
-            {"instance", id.instance}};
-}
-
-json rule_of(const dumped_rule& rule)
-{
-    json tags = json::array();
-    for (const vlan_tag& tag : rule.key.tags)
-        tags.push_back({{"tpid", tag.tpid},
-                        {"tci", tag.tci},
-                        {"vlan", tag.tci & 0xfff},
-                        {"priority", tag.tci >> 13}});
-    json steps = json::array();
-    for (const me_id& step : rule.steps)
-        steps.push_back(json_of(step));
-    json result = {{"direction", rule.key.direction},
-                   {"source", to_text(rule.key.source)},
-                   {"destination", to_text(rule.key.destination)},
-                   {"tags", std::move(tags)},
-                   {"hash", rule.hash},
-                   {"index", rule.index},
-                   {"port", rule.port},
-                   {"steps", std::move(steps)}};
-    if (rule.hits)
-        result["hits"] = *rule.hits;
-    if (rule.idle_ms)
-        result["idle_ms"] = *rule.idle_ms;
-    return result;
-}
-
 json json_of(const dumped_instance& one)
 {
-    json result = json_of(one.id);
+    json result = id_json(one.id);
     json attributes = json::object();
     for (const dumped_attribute& attribute : one.attributes) {
         if (attribute.array)
@@ -71,21 +38,31 @@ json json_of(const dumped_instance& one)
 
 } // namespace
 
-json instance_json(me_id id)
-{
-    return json_of(id);
-}
-
 json rule_json(const dumped_rule& rule)
 {
-    return rule_of(rule);
+    json steps = json::array();
+    for (const me_id& step : rule.steps)
+        steps.push_back(id_json(step));
+    json result = {{"direction", rule.key.direction},
+                   {"source", to_text(rule.key.source)},
+                   {"destination", to_text(rule.key.destination)},
+                   {"tags", tags_json(rule.key.tags)},
+                   {"hash", rule.hash},
+                   {"index", rule.index},
+                   {"port", rule.port},
+                   {"steps", std::move(steps)}};
+    if (rule.hits)
+        result["hits"] = *rule.hits;
+    if (rule.idle_ms)
+        result["idle_ms"] = *rule.idle_ms;
+    return result;
 }
 
 void print_rules_json(const rule_table& table, std::ostream& out)
 {
     json rules = json::array();
     for (const dumped_rule& rule : table.rules)
-        rules.push_back(rule_of(rule));
+        rules.push_back(rule_json(rule));
     json whole = json_document("rules");
     whole["total"] = table.total;
     whole["buckets"] = table.buckets;

@@ -13,9 +13,6 @@ namespace gponflow {
 /// One rule as an object.
 [[nodiscard]] json rule_json(const dumped_rule& rule);
 
-/// Class and id of an instance as an object.
-json instance_json(me_id id);
-
 /// One JSON document each, described in docs/tools.md.
 void print_rules_json(const rule_table& table, std::ostream& out);
 void print_instances_json(const std::vector<dumped_instance>& all, std::ostream& out);

@@ -24,17 +24,6 @@ const char* name_of(frame_fate fate)
     }
 }
 
-json tags_json(const std::vector<vlan_tag>& tags)
-{
-    json all = json::array();
-    for (const vlan_tag& tag : tags)
-        all.push_back({{"tpid", tag.tpid},
-                       {"tci", tag.tci},
-                       {"vlan", tag.tci & 0xfff},
-                       {"priority", tag.tci >> 13}});
-    return all;
-}
-
 json directions_json(const report_data& data)
 {
     json all = json::array();

@@ -77,8 +77,8 @@ std::string vlans_in_words(const std::vector<vlan_tag>& tags)
 {
     std::string text = "VLAN ";
     for (size_t i = 0; i < tags.size(); ++i)
-        text += (i ? ", inside it VLAN " : "") + std::to_string(tags[i].tci & 0xfff) +
-                " with priority " + std::to_string(tags[i].tci >> 13);
+        text += (i ? ", inside it VLAN " : "") + std::to_string(tags[i].vlan()) +
+                " with priority " + std::to_string(tags[i].priority());
     return text;
 }
 

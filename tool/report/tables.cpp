@@ -48,7 +48,7 @@ template_value key_values(const flow_key& key)
     row.set("source", to_text(key.source));
     row.set("destination", to_text(key.destination));
     row.set("tags", to_text(key.tags));
-    row.set("tag_order", number(key.tags.empty() ? 0 : 1 + (key.tags[0].tci & 0xfff)));
+    row.set("tag_order", number(key.tags.empty() ? 0 : 1 + key.tags[0].vlan()));
     return row;
 }
 
