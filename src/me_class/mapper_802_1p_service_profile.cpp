@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "mapper_802_1p_service_profile.h"
 
+#include "../include/mapper_values.h"
 #include "../include/tp_types.h"
 #include "attribute_handlers.h"
 #include "classes.h"
@@ -19,8 +20,6 @@ constexpr gpon_me_field FIELDS[] = {
     GPON_FIELD(gpon_raw_mapper, dscp2pbitMap, hex),
 };
 
-constexpr i32 NO_GEM_IW_TP = 0xffff;
-
 me_class class_of_tp(const void* raw, const struct gpon_flow_cfg_data&)
 {
     return gpon::mapper_tp(static_cast<const gpon_raw_mapper*>(raw)->tpType).class_id;
@@ -32,7 +31,7 @@ constexpr gpon_me_pointer TP = {
 constexpr gpon_me_pointer GEM_IW_TPS = {.field = GPON_FIELD(gpon_raw_mapper, pbit_GemIWTP, hex),
                                         .mask = 0x4000,
                                         .class_id = me_class::gemiw,
-                                        .no_target = NO_GEM_IW_TP};
+                                        .no_target = gpon::NO_GEM_IW_TP};
 constexpr gpon_me_pointer POINTERS[] = {TP, GEM_IW_TPS};
 
 constexpr gpon_me_related_info RELATED[] = {

@@ -3,6 +3,9 @@
 #ifndef GPON_ME_CLASS_MAPPER_PRIORITY_H
 #define GPON_ME_CLASS_MAPPER_PRIORITY_H
 
+#include <span>
+
+#include "../include/mapper_values.h"
 #include "../include/me_class.h"
 
 extern "C" {
@@ -16,7 +19,11 @@ extern "C" {
 namespace gpon {
 
 /* The priority of a DSCP, 0 to 63, in a mapper's dscp2pbitMap. Any context. */
-[[nodiscard]] u8 mapped_priority(const u8 (&map)[24], u32 dscp);
+[[nodiscard]] u8 mapped_priority(std::span<const u8, 24> map, u32 dscp);
+
+/* The GEM IW TP of a priority. defaultPbit is used as stored: a priority above 7 selects the word
+ * at that place of the record, and 0 beyond the record. Any context. */
+[[nodiscard]] u16 selected_gem_iw(const gpon_raw_mapper& me, u8 priority);
 
 } // namespace gpon
 

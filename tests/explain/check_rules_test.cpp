@@ -413,6 +413,9 @@ TEST(check_rules, reports_a_priority_of_a_mapper_that_no_row_produces)
     // A frame without a tag has the default priority, or one by its DSCP.
     EXPECT_EQ(found("tagging-no-row", line("unmark_frame_opt=1 defaultPbit=5")), names{});
     EXPECT_EQ(found("tagging-no-row", line("unmark_frame_opt=0")), names{});
+    // A default priority above 7 is none of those.
+    EXPECT_EQ(found("tagging-no-row", line("unmark_frame_opt=1 defaultPbit=13")),
+              names{"802_1P_MAPPER 0x0001 16"});
 }
 
 // VLAN 5 with each of the eight priorities, and VLAN 5 with any priority: inner filter words

@@ -215,6 +215,19 @@ TEST(explain, a_scenario_without_a_frame_is_refused)
     EXPECT_TRUE(out.str().starts_with("test.scn: no frame")) << out.str();
 }
 
+// The module reads the two bytes behind the list, and nothing behind the record.
+TEST(explain, a_default_priority_above_seven_selects_what_the_module_reads)
+{
+    std::ostringstream errors;
+    const auto line = open_scenario(
+        "tests/scenarios/mapper/default-priority-above-seven-reads-the-record.scn", errors);
+    ASSERT_TRUE(line) << errors.str();
+    const std::string text = explanation_of(*line);
+    EXPECT_TRUE(holds_text(text, "mapper 0x0001: untagged, priority 200 selects GEM IW TP 0x0000: "
+                                 "no match\n"))
+        << text;
+}
+
 TEST(explain, the_priority_selects_one_gem_iw_tp_of_the_mapper)
 {
     std::ostringstream errors;

@@ -19,7 +19,6 @@
 #include "tool/explain/explain_frame.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
-#include "tool/explain/frame_priority.h"
 #include "tool/explain/path_output.h"
 #include "tool/explain/trace_output.h"
 #include "tool/explain/trace_scenario.h"
@@ -28,6 +27,7 @@
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
 #include "tool/scenario/open.h"
+#include "tool/tagging/frame_priority.h"
 
 namespace gponflow {
 namespace {

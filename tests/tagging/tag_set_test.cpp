@@ -93,6 +93,12 @@ TEST(tag_set, a_port_accepts_what_its_filter_and_mapper_pass)
               "untagged, VLANs 100 to 101 (priority 0 to 1, 7)");
     EXPECT_EQ(to_text(accepted(mapper + "2" + port + filter)),
               "VLANs 100 to 101 (priority 0 to 1, 7)");
+    // Priority 8 is the word behind the list: unmark_frame_opt and the first byte of the DSCP map.
+    EXPECT_EQ(to_text(accepted(mapper + "8" + port + filter)),
+              "VLANs 100 to 101 (priority 0 to 1, 7)");
+    EXPECT_EQ(to_text(accepted(mapper + "8" + port + filter +
+                               "me create GEM_INTERWORK_TP 1 gemCTPInstID=1\n")),
+              "untagged, VLANs 100 to 101 (priority 0 to 1, 7)");
     EXPECT_FALSE(has_all_vlans(accepted(mapper + "1" + port)));
 }
 

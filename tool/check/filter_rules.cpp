@@ -13,9 +13,6 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint8_t last_forward_operation = 0x21;
-constexpr uint8_t filter_places = 12;
-
 // "1, 11".
 std::string tp_types_of(tp_side side)
 {
@@ -40,16 +37,15 @@ void check_bridge_port(const me_instance& port, finding_list& found)
 void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list& found)
 {
     const uint16_t mask = compared_bits(me.forwardOperation);
-    const size_t count = std::min(me.vlanFilterNums, filter_places);
-    for (size_t i = 0; mask != 0 && i < count; ++i)
+    const std::span<const uint16_t> list = listed_tcis(me);
+    for (size_t i = 0; mask != 0 && i < list.size(); ++i)
         for (size_t earlier = 0; earlier < i; ++earlier) {
-            if (((me.vlanFilterList[i] ^ me.vlanFilterList[earlier]) & mask) != 0)
+            if (((list[i] ^ list[earlier]) & mask) != 0)
                 continue;
             found.add(at(filter, "vlanFilterList", i), "shadowed-entry",
-                      "entry " + std::to_string(i) + " of vlanFilterList (" +
-                          hex_text(me.vlanFilterList[i], 4) + ") equals entry " +
-                          std::to_string(earlier) + " (" + hex_text(me.vlanFilterList[earlier], 4) +
-                          ") in the bits that forwardOperation " +
+                      "entry " + std::to_string(i) + " of vlanFilterList (" + hex_text(list[i], 4) +
+                          ") equals entry " + std::to_string(earlier) + " (" +
+                          hex_text(list[earlier], 4) + ") in the bits that forwardOperation " +
                           hex_text(me.forwardOperation, 2) + " compares",
                       "delete it, or correct it");
             break;
@@ -58,7 +54,7 @@ void check_list(const me_instance& filter, const gpon_raw_vtfd& me, finding_list
 
 void check_result_of(const me_instance& filter, const gpon_raw_vtfd& me, finding_list& found)
 {
-    if (me.forwardOperation <= last_forward_operation && passed_by(me).none())
+    if (is_forward_operation(me.forwardOperation) && passed_by(me).none())
         found.add(at(filter, {"forwardOperation", "vlanFilterNums", "vlanFilterList"}),
                   "filter-passes-nothing",
                   "forwardOperation " + hex_text(me.forwardOperation, 2) + " with " +
@@ -84,8 +80,6 @@ bool passes_whole_tags(const gpon_raw_vtfd& me)
 // VLANs of which frames with some priorities pass nowhere, because a filter compares the priority.
 void check_priorities(const line_model& entities, finding_list& found)
 {
-    constexpr uint16_t vid = 0x0fff;
-    constexpr unsigned all_priorities = 0xff;
     std::optional<tag_set> accepted; // costly, and seldom needed
     for (const me_instance& filter : entities.instances(me_class::vtfd)) {
         const auto me = filter.as<gpon_raw_vtfd>();
@@ -94,11 +88,11 @@ void check_priorities(const line_model& entities, finding_list& found)
         if (!accepted)
             accepted = accepted_by_any_port(entities);
         std::set<unsigned> vlans;
-        for (size_t i = 0; i < std::min(me.vlanFilterNums, filter_places); ++i)
-            vlans.insert(me.vlanFilterList[i] & vid);
+        for (const uint16_t tci : listed_tcis(me))
+            vlans.insert(gpon::vlan_of(tci));
         for (const unsigned vlan : vlans) {
             const unsigned which = priorities_of(*accepted, vlan);
-            if (which != 0 && which != all_priorities)
+            if (which != 0 && which != every_priority)
                 found.add(at(filter, {"forwardOperation", "vlanFilterList"}),
                           "filter-compares-priority",
                           "forwardOperation " + hex_text(me.forwardOperation, 2) +
@@ -113,15 +107,15 @@ void check_priorities(const line_model& entities, finding_list& found)
 void check_filter(const line_model& entities, const me_instance& filter, finding_list& found)
 {
     const auto me = filter.as<gpon_raw_vtfd>();
-    if (me.forwardOperation > last_forward_operation)
+    if (!is_forward_operation(me.forwardOperation))
         found.add(at(filter, {"forwardOperation"}), "unknown-operation",
                   "forwardOperation " + hex_text(me.forwardOperation, 2) +
                       " is not defined: every frame is dropped",
                   "use 0x00 to 0x21");
-    if (me.vlanFilterNums > filter_places)
+    if (me.vlanFilterNums > std::size(me.vlanFilterList))
         found.add(at(filter, {"vlanFilterNums"}), "list-too-long",
-                  "vlanFilterNums is " + std::to_string(me.vlanFilterNums) +
-                      ", but the list has 12 entries",
+                  "vlanFilterNums is " + std::to_string(me.vlanFilterNums) + ", but the list has " +
+                      std::to_string(std::size(me.vlanFilterList)) + " entries",
                   "set it to the number of entries in use");
     check_list(filter, me, found);
     check_result_of(filter, me, found);

@@ -4,20 +4,19 @@
 #include <utility>
 #include <vector>
 
+#include "include/mapper_values.h"
+#include "include/tci.h"
 #include "tool/check/families.h"
 
 namespace gponflow {
 
 namespace {
 
-constexpr uint16_t no_gem_iw = 0xffff;
-constexpr unsigned priorities = 8;
-
 // Empty if the priority leads to a GEM IW TP that a walk reaches.
 std::string dead_end(const line_model& entities, const me_instance& mapper, uint16_t gem_iw)
 {
     const me_id target{me_class::gemiw, gem_iw};
-    if (gem_iw == 0 || gem_iw == no_gem_iw)
+    if (gem_iw == 0 || gem_iw == gpon::NO_GEM_IW_TP)
         return "no GEM IW TP";
     const me_instance* found = entities.find(target);
     if (!found)
@@ -42,7 +41,7 @@ std::vector<dead_priorities> dead_ends(const line_model& entities, const me_inst
 {
     const auto me = mapper.as<gpon_raw_mapper>();
     std::vector<dead_priorities> reasons;
-    for (unsigned priority = 0; priority < priorities; ++priority) {
+    for (unsigned priority = 0; priority < gpon::PRIORITIES; ++priority) {
         const std::string why = dead_end(entities, mapper, me.pbit_GemIWTP[priority]);
         if (why.empty())
             continue;
@@ -61,12 +60,12 @@ std::vector<dead_priorities> dead_ends(const line_model& entities, const me_inst
 void check_untagged(const me_instance& mapper, finding_list& found)
 {
     const auto me = mapper.as<gpon_raw_mapper>();
-    if (me.unmark_frame_opt > 1)
+    if (me.unmark_frame_opt != gpon::FROM_DSCP && me.unmark_frame_opt != gpon::FROM_DEFAULT_PBIT)
         found.add(at(mapper, {"unmark_frame_opt"}), "untagged-dropped",
                   "unmark_frame_opt " + std::to_string(me.unmark_frame_opt) +
                       " does not map untagged frames",
                   "use 0 (by DSCP) or 1 (defaultPbit)");
-    else if (me.unmark_frame_opt == 1 && me.defaultPbit >= priorities)
+    else if (me.unmark_frame_opt == gpon::FROM_DEFAULT_PBIT && me.defaultPbit >= gpon::PRIORITIES)
         found.add(at(mapper, {"defaultPbit"}), "untagged-dropped",
                   "defaultPbit " + std::to_string(me.defaultPbit) + " is not a priority",
                   "use 0 to 7");

@@ -8,6 +8,8 @@
 #include <map>
 #include <optional>
 
+#include "include/mapper_values.h"
+#include "include/tci.h"
 #include "include/tp_types.h"
 #include "tool/check/families.h"
 #include "tool/model/carry.h"
@@ -20,10 +22,7 @@ namespace gponflow {
 
 namespace {
 
-constexpr uint16_t vlans = 0x1000;
-constexpr uint16_t vid_mask = 0x0fff;
-constexpr uint16_t priority_mask = 0xe000;
-constexpr uint8_t every_priority = 0xff;
+constexpr uint16_t vlans = gpon::VLAN_IDS;
 
 using vlan_set = std::bitset<vlans>;
 
@@ -51,15 +50,15 @@ std::vector<frame_tag> tags_for(const tag_operation& operation, const row_tag& f
 {
     const auto vids = telling_values<uint16_t>(operation, greatest_vid,
                                                [](const row_tag& tag) { return tag.vid; });
-    const auto priorities =
-        telling_values<uint8_t>(operation, 7, [](const row_tag& tag) { return tag.priority; });
+    const auto priorities = telling_values<uint8_t>(
+        operation, greatest_priority, [](const row_tag& tag) { return tag.priority; });
     std::vector<frame_tag> tags;
     for (const uint16_t vid : vids)
         for (const uint8_t priority : priorities)
             for (const uint16_t tpid : {uint16_t{0x8100}, operation.input_tpid})
                 for (const bool dei : {false, true})
                     if ((filter.vid > greatest_vid || filter.vid == vid) &&
-                        (filter.priority > 7 || filter.priority == priority))
+                        (filter.priority > greatest_priority || filter.priority == priority))
                         tags.push_back({tpid, priority, dei, vid});
     return tags;
 }
@@ -251,17 +250,16 @@ std::vector<listed_tag> listed_tags(const gpon_raw_vtfd& filter)
     // A list that drops, or that compares priorities alone, expects no VLAN.
     const tag_set passed = passed_by(filter);
     const uint16_t compared = compared_bits(filter.forwardOperation);
-    if (!(compared & vid_mask) || passed.count() > passed.size() / 2)
+    if (!(compared & gpon::TCI_VLAN) || passed.count() > passed.size() / 2)
         return tags;
-    for (size_t i = 0;
-         i < std::min<size_t>(filter.vlanFilterNums, std::size(filter.vlanFilterList)); ++i) {
-        const uint16_t tci = filter.vlanFilterList[i];
-        const unsigned vid = tci & vid_mask;
-        if (vid != 0)
-            tags.push_back(
-                {vid, compared & priority_mask ? std::optional(unsigned{tci} >> 13) : std::nullopt,
-                 i});
-    }
+    const std::span<const uint16_t> list = listed_tcis(filter);
+    for (size_t i = 0; i < list.size(); ++i)
+        if (const unsigned vid = gpon::vlan_of(list[i]); vid != 0)
+            tags.push_back({vid,
+                            compared & gpon::TCI_PRIORITY
+                                ? std::optional<unsigned>(gpon::priority_of(list[i]))
+                                : std::nullopt,
+                            i});
     return tags;
 }
 
@@ -288,19 +286,28 @@ void check_filter(const me_instance& filter, const bridge_tags& entered, finding
                 "add a row that produces the VLAN, or remove it from the filter");
 }
 
+// Untagged frames have the default priority, or that of their DSCP.
+unsigned untagged_priorities(const gpon_raw_mapper& mapper)
+{
+    switch (mapper.unmark_frame_opt) {
+    case gpon::FROM_DSCP:
+        return every_priority;
+    case gpon::FROM_DEFAULT_PBIT:
+        return mapper.defaultPbit < gpon::PRIORITIES ? 1u << mapper.defaultPbit : 0;
+    default:
+        return 0;
+    }
+}
+
 // The priorities with which frames reach a mapper, a bit for each one.
 uint8_t priorities_at(const gpon_raw_mapper& mapper, const me_instance* filter,
                       const bridge_tags& entered)
 {
-    constexpr uint8_t by_default_priority = 1;
-    // Untagged frames have the default priority, or that of their DSCP.
-    unsigned priorities = mapper.unmark_frame_opt == by_default_priority
-                              ? 1u << (mapper.defaultPbit & 7)
-                              : every_priority;
+    unsigned priorities = untagged_priorities(mapper);
     const tag_set passed = filter ? passed_by(filter->as<gpon_raw_vtfd>()) : ~tag_set();
     for (unsigned vid = 0; vid < vlans; ++vid)
-        for (unsigned priority = 0; priority < 8; ++priority)
-            if (entered.vids[vid] & 1u << priority && passed[priority << 13 | vid])
+        for (unsigned priority = 0; priority < gpon::PRIORITIES; ++priority)
+            if (entered.vids[vid] & 1u << priority && passed[gpon::to_tci(priority, false, vid)])
                 priorities |= 1u << priority;
     return static_cast<uint8_t>(priorities);
 }
@@ -320,7 +327,7 @@ std::map<uint16_t, uint8_t> priorities_by_target(const line_model& entities,
 std::string priorities_text(uint8_t priorities)
 {
     std::string text = std::popcount(priorities) == 1 ? "priority " : "priorities ";
-    for (unsigned i = 0, written = 0; i < 8; ++i)
+    for (unsigned i = 0, written = 0; i < gpon::PRIORITIES; ++i)
         if (priorities & 1u << i)
             text += (written++ ? ", " : "") + std::to_string(i);
     return text;
@@ -329,7 +336,7 @@ std::string priorities_text(uint8_t priorities)
 finding_place at_priorities(const me_instance& mapper, uint8_t priorities)
 {
     finding_place place(mapper.id, 0);
-    for (unsigned i = 0; i < 8; ++i)
+    for (unsigned i = 0; i < gpon::PRIORITIES; ++i)
         if (priorities & 1u << i)
             place.line = std::max(place.line, at(mapper, "pbit_GemIWTP", i).line);
     return place;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-only
 // Attributes whose values are outside the range of the standard.
-#include <algorithm>
-
+#include "include/tci.h"
 #include "tool/check/families.h"
+#include "tool/model/tag_set.h"
 
 namespace gponflow {
 
 namespace {
 
-constexpr uint16_t vid = 0x0fff;
-constexpr uint16_t reserved_vlan = 4095;
+constexpr uint16_t reserved_vlan = gpon::VLAN_IDS - 1;
 
 struct value_range {
     me_class class_id;
@@ -46,9 +45,9 @@ void check_range(const me_instance& one, const value_range& range, finding_list&
 void check_filter_list(const me_instance& filter, finding_list& found)
 {
     const auto me = filter.as<gpon_raw_vtfd>();
-    const size_t count = std::min<size_t>(me.vlanFilterNums, std::size(me.vlanFilterList));
-    for (size_t i = 0; i < count; ++i)
-        if ((me.vlanFilterList[i] & vid) == reserved_vlan)
+    const std::span<const uint16_t> list = listed_tcis(me);
+    for (size_t i = 0; i < list.size(); ++i)
+        if (gpon::vlan_of(list[i]) == reserved_vlan)
             found.add(at(filter, "vlanFilterList", i), "out-of-range",
                       "entry " + std::to_string(i) +
                           " of vlanFilterList is VLAN 4095, which is "

@@ -5,8 +5,11 @@
 #include <map>
 #include <tuple>
 
+#include "include/mapper_values.h"
+#include "include/tci.h"
 #include "include/tp_types.h"
-#include "tool/explain/frame_priority.h"
+#include "tool/model/tag_set.h"
+#include "tool/tagging/frame_priority.h"
 
 namespace gponflow {
 
@@ -19,11 +22,11 @@ constexpr const char* downstream_only = "its direction is 2, downstream only";
 constexpr const char* path_ends = "the path ends here";
 
 // Where the priority of an untagged frame comes from, and the priority.
-std::pair<std::string, unsigned> untagged_priority(const gpon_raw_mapper& me, const bytes& frame)
+std::pair<std::string, uint8_t> untagged_priority(const gpon_raw_mapper& me, const bytes& frame)
 {
     const int dscp = dscp_of(frame);
     if (dscp < 0)
-        return {"untagged, without a usable DSCP", 0};
+        return {"untagged, without a usable DSCP", uint8_t{0}};
     return {"untagged, DSCP " + std::to_string(dscp),
             mapped_priority(me.dscp2pbitMap, static_cast<unsigned>(dscp))};
 }
@@ -48,24 +51,24 @@ std::string plural_reason(const std::string& reason)
     return found == plurals.end() ? reason : found->second;
 }
 
-std::string filter_text(const line_model& entities, me_id port, unsigned tci, bool tagged)
+std::string filter_text(const line_model& entities, me_id port, uint16_t tci, bool tagged)
 {
     const me_instance* filter = entities.first_related(port, me_class::vtfd);
     if (!filter)
         return {};
     const auto me = filter->as<gpon_raw_vtfd>();
     std::string list;
-    for (unsigned i = 0; i < std::min<unsigned>(me.vlanFilterNums, 12); ++i)
-        list += (i ? ", " : "") + hex_text(me.vlanFilterList[i]);
+    for (const uint16_t entry : listed_tcis(me))
+        list += (list.empty() ? "" : ", ") + hex_text(entry);
     const std::string of_frame = tagged ? "TCI " + hex_text(tci) + " (VLAN " +
-                                              std::to_string(tci & 0xfff) + ", priority " +
-                                              std::to_string(tci >> 13) + ")"
+                                              std::to_string(gpon::vlan_of(tci)) + ", priority " +
+                                              std::to_string(gpon::priority_of(tci)) + ")"
                                         : "untagged";
     return "filter " + hex_text(filter->id.instance) + ": code " +
            hex_text(me.forwardOperation, 2) + ", " + of_frame + ", list {" + list + "}";
 }
 
-std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
+std::string priority_text(const line_model& entities, me_id gem_iw, uint16_t tci,
                           const bytes* frame)
 {
     const me_instance* mapper = entities.first_related(gem_iw, me_class::mapper);
@@ -74,18 +77,16 @@ std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci
     const auto me = mapper->as<gpon_raw_mapper>();
     const std::string name = "mapper " + hex_text(mapper->id.instance) + ": ";
     std::string of_frame = tci ? "TCI " + hex_text(tci) : std::string("untagged");
-    unsigned priority = tci ? tci >> 13 : me.defaultPbit;
-    if (tci == 0 && me.unmark_frame_opt > 1)
-        return name + "untagged, unmark_frame_opt " + std::to_string(me.unmark_frame_opt);
-    if (tci == 0 && me.unmark_frame_opt == 0) {
+    uint8_t priority = tci ? gpon::priority_of(tci) : me.defaultPbit;
+    if (tci == 0 && me.unmark_frame_opt == gpon::FROM_DSCP) {
         if (!frame)
             return name + "untagged, priority by DSCP";
         std::tie(of_frame, priority) = untagged_priority(me, *frame);
+    } else if (tci == 0 && me.unmark_frame_opt != gpon::FROM_DEFAULT_PBIT) {
+        return name + "untagged, unmark_frame_opt " + std::to_string(me.unmark_frame_opt);
     }
-    of_frame += ", priority " + std::to_string(priority);
-    return priority > 7
-               ? name + of_frame
-               : name + of_frame + " selects GEM IW TP " + hex_text(me.pbit_GemIWTP[priority]);
+    return name + of_frame + ", priority " + std::to_string(priority) + " selects GEM IW TP " +
+           hex_text(selected_gem_iw(me, priority));
 }
 
 std::string side_text(const line_model& entities, me_id port)

@@ -47,13 +47,13 @@ constexpr const char* tags_hidden = "its tags are not in the capture";
 
 /// "filter 0x1001: code 0x04, TCI 0x0064 (VLAN 100, priority 0), list {0x0064}", of the filter on
 /// that bridge port. Empty if the entities have none.
-[[nodiscard]] std::string filter_text(const line_model& entities, me_id port, unsigned tci,
+[[nodiscard]] std::string filter_text(const line_model& entities, me_id port, uint16_t tci,
                                       bool tagged);
 
 /// The decision of the mapper of a GEM IW TP: "mapper 0x0001: TCI 0x6064, priority 3 selects
 /// GEM IW TP 0x0012". A TCI of 0 is that of an untagged frame; without the frame its DSCP is not
 /// known.
-[[nodiscard]] std::string priority_text(const line_model& entities, me_id gem_iw, unsigned tci,
+[[nodiscard]] std::string priority_text(const line_model& entities, me_id gem_iw, uint16_t tci,
                                         const bytes* frame);
 
 /// Why a frame cannot go through a bridge port in its direction.

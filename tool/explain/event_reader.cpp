@@ -14,11 +14,10 @@ namespace gponflow {
 namespace {
 
 // As filters and mappers read it: they do not know every TPID that a rule key contains.
-unsigned outer_tci(const gpon_traced_frame& frame)
+uint16_t outer_tci(const gpon_traced_frame& frame)
 {
-    const unsigned tpid = frame.tag[0] >> 16;
-    const bool read = tpid == gpon::TPID_8021Q || tpid == gpon::TPID_8021AD;
-    return read ? frame.tag[0] & 0xffff : 0;
+    const auto tpid = static_cast<uint16_t>(frame.tag[0] >> 16);
+    return gpon::has_outer_tci(tpid) ? static_cast<uint16_t>(frame.tag[0]) : uint16_t{0};
 }
 
 bool has_header(const gpon_trace_record& event)

@@ -6,11 +6,14 @@
 #include <tuple>
 #include <utility>
 
+#include "include/mapper_values.h"
 #include "include/packet_flow.h"
+#include "include/tci.h"
 #include "include/tp_types.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/explain/filter_words.h"
 #include "tool/model/tag_set.h"
+#include "tool/tagging/frame_priority.h"
 
 namespace gponflow {
 
@@ -115,8 +118,8 @@ private:
     {
         const walk_step& step = walk_.steps[i];
         const me_instance* filter = filter_of(step);
-        const bool same_vlan =
-            filter && walk_.tci != 0 && lists_vlan(filter->as<gpon_raw_vtfd>(), walk_.tci & 0xfff);
+        const bool same_vlan = filter && walk_.tci != 0 &&
+                               lists_vlan(filter->as<gpon_raw_vtfd>(), gpon::vlan_of(walk_.tci));
         return {!bridge_ || bridge_of_step(walk_, entities_, i) == bridge_,
                 step.failed,
                 entities_.find(step.at) != nullptr,
@@ -224,11 +227,11 @@ private:
     {
         const auto me = mapper.as<gpon_raw_mapper>();
         if (walk_.tci != 0)
-            return {mapper.source_of("pbit_GemIWTP", walk_.tci >> 13)};
-        if (me.unmark_frame_opt > 1)
-            return mapper.sources_of({"unmark_frame_opt"});
-        if (me.unmark_frame_opt == 0)
+            return {mapper.source_of("pbit_GemIWTP", gpon::priority_of(walk_.tci))};
+        if (me.unmark_frame_opt == gpon::FROM_DSCP)
             return mapper.sources_of({"dscp2pbitMap", "pbit_GemIWTP", "unmark_frame_opt"});
+        if (me.unmark_frame_opt != gpon::FROM_DEFAULT_PBIT)
+            return mapper.sources_of({"unmark_frame_opt"});
         std::vector<attribute_source> sources =
             mapper.sources_of({"defaultPbit", "unmark_frame_opt"});
         if (me.defaultPbit < std::size(me.pbit_GemIWTP))
@@ -244,8 +247,7 @@ private:
         if (step.dead_end == filter_on_uni_side)
             return name + " is on the UNI side, where it drops every frame";
         return name + " (forwardOperation " + hex_text(me.forwardOperation, 2) + ") " +
-               refusal_words(me, walk_.tci ? std::optional(static_cast<uint16_t>(walk_.tci))
-                                           : std::nullopt);
+               refusal_words(me, walk_.tci ? std::optional(walk_.tci) : std::nullopt);
     }
 
     std::string mapper_reason(const me_instance& mapper, std::optional<uint16_t> bridge) const
@@ -256,12 +258,12 @@ private:
             return name + " has no GEM IW TP for untagged frames (unmark_frame_opt " +
                    std::to_string(me.unmark_frame_opt) + ", defaultPbit " +
                    std::to_string(me.defaultPbit) + ")";
-        const unsigned priority = walk_.tci >> 13;
-        const uint16_t target = me.pbit_GemIWTP[priority];
+        const uint8_t priority = gpon::priority_of(walk_.tci);
+        const uint16_t target = selected_gem_iw(me, priority);
         std::string reason = name + " has no GEM IW TP for priority " + std::to_string(priority) +
                              " (pbit_GemIWTP " + hex_text(target);
         const me_id gem_iw{me_class::gemiw, target};
-        if (target != 0xffff)
+        if (target != gpon::NO_GEM_IW_TP)
             reason += entities_.find(gem_iw) ? ", not linked" : ", which does not exist";
         return reason + ")";
     }

@@ -5,13 +5,12 @@
 #include <set>
 #include <vector>
 
+#include "include/tci.h"
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr uint16_t VID_BITS = 0x0fff, PRIORITY_BITS = 0xe000;
 
 // As the module reads them: entries beyond the list are the words behind it.
 std::vector<uint16_t> list_of(const gpon_raw_vtfd& filter)
@@ -24,8 +23,8 @@ std::vector<uint16_t> list_of(const gpon_raw_vtfd& filter)
 
 std::string entry_words(filter_compares compared, uint16_t entry)
 {
-    const std::string vlan = "VLAN " + std::to_string(entry & 0xfff);
-    const std::string priority = "priority " + std::to_string(entry >> 13);
+    const std::string vlan = "VLAN " + std::to_string(gpon::vlan_of(entry));
+    const std::string priority = "priority " + std::to_string(gpon::priority_of(entry));
     if (compared == filter_compares::vlan)
         return vlan;
     return compared == filter_compares::priority ? priority : vlan + " " + priority;
@@ -38,9 +37,9 @@ filter_compares compared_by(uint8_t operation)
     const gpon::forward_operation* row = gpon::find_forward_operation(operation, true);
     if (!row || (row->action != vtfd_action_h && row->action != vtfd_action_g))
         return filter_compares::nothing;
-    if (row->mask == VID_BITS)
+    if (row->mask == gpon::TCI_VLAN)
         return filter_compares::vlan;
-    return row->mask == PRIORITY_BITS ? filter_compares::priority : filter_compares::whole_tag;
+    return row->mask == gpon::TCI_PRIORITY ? filter_compares::priority : filter_compares::whole_tag;
 }
 
 std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> tci)
@@ -66,7 +65,7 @@ std::string refusal_words(const gpon_raw_vtfd& filter, std::optional<uint16_t> t
 bool lists_vlan(const gpon_raw_vtfd& filter, unsigned vlan)
 {
     return std::ranges::any_of(list_of(filter),
-                               [&](uint16_t entry) { return (entry & 0xfffu) == vlan; });
+                               [&](uint16_t entry) { return gpon::vlan_of(entry) == vlan; });
 }
 
 } // namespace gponflow

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "include/mapper_values.h"
 #include "platform/api/platform_hook.h"
 #include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
@@ -63,7 +64,7 @@ std::string missing_dscp(const line_model& entities, const bytes& frame)
     if (!split || !split->tags.empty() || !split->ends_before_dscp())
         return {};
     for (const me_instance& mapper : entities.instances(me_class::mapper))
-        if (mapper.as<gpon_raw_mapper>().unmark_frame_opt == 0)
+        if (mapper.as<gpon_raw_mapper>().unmark_frame_opt == gpon::FROM_DSCP)
             return to_text(mapper.id) + " reads the DSCP of the frame, which is not in the capture";
     return {};
 }

@@ -36,7 +36,7 @@ struct walk_record {
     bool unseen = false;          ///< all are missing, though the module classified the frame
     unsigned fwd_flag = 0;        ///< direction of the walk: an enum fwd_flag of
                                   ///< include/packet_flow.h, 0 without an event
-    unsigned tci = 0;             ///< outer tag as filters and mappers read it; 0 is untagged
+    uint16_t tci = 0;             ///< outer tag as filters and mappers read it; 0 is untagged
     unsigned gem_port = 0;        ///< chosen upstream to the ANI; 0 without one
     std::optional<uint16_t> entry_gem{}; ///< GEM port that a downstream frame came from, if known
     std::string other_failure; ///< why the frame failed, if no step of a walk is the cause

@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <optional>
 
+#include "include/tci.h"
 #include "include/tp_types.h"
 #include "include/tpid.h"
 #include "tool/model/tag_places.h"
 #include "tool/model/tag_set.h"
 #include "tool/tagging/apply.h"
+#include "tool/tagging/frame_priority.h"
 
 namespace gponflow {
 
@@ -118,7 +120,8 @@ std::optional<me_id> selected_by(const line_model& entities, me_id mapper, const
     const uint16_t tci = outer_tci(frame);
     if (!found || tci == untagged_tci)
         return {};
-    return me_id{me_class::gemiw, found->as<gpon_raw_mapper>().pbit_GemIWTP[tci >> 13]};
+    return me_id{me_class::gemiw,
+                 selected_gem_iw(found->as<gpon_raw_mapper>(), gpon::priority_of(tci))};
 }
 
 // The operations of a port towards the ANI and of what is behind it.

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "tool/model/tag_places.h"
+#include "tool/model/tag_set.h"
 #include "tool/text/text_table.h"
 
 namespace gponflow {
@@ -56,8 +57,8 @@ std::string detail(const me_instance& me)
         char text[32];
         std::snprintf(text, sizeof(text), "\\ncode 0x%02x", filter.forwardOperation);
         std::string list;
-        for (unsigned i = 0; i < std::min<unsigned>(filter.vlanFilterNums, 12); ++i)
-            list += (i ? ", " : ": ") + std::to_string(filter.vlanFilterList[i]);
+        for (const uint16_t tci : listed_tcis(filter))
+            list += (list.empty() ? ": " : ", ") + std::to_string(tci);
         return text + list;
     }
     default:

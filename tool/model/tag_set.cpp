@@ -2,19 +2,16 @@
 #include "tool/model/tag_set.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
+#include "include/mapper_values.h"
 #include "include/tp_types.h"
 #include "me_class/vtfd_vlan_tagging_filter_data.h"
+#include "tool/tagging/frame_priority.h"
 
 namespace gponflow {
 
 namespace {
-
-constexpr unsigned vlan_count = 0x1000;
-constexpr unsigned priority_count = 8;
-constexpr unsigned priority_shift = 13;
 
 bool compares_list(const gpon::forward_operation& row)
 {
@@ -31,22 +28,33 @@ bool passes(const gpon_raw_vtfd& filter, uint16_t tci)
     return row->action != vtfd_action_drop;
 }
 
+bool leads_upstream(const line_model& entities, const gpon_raw_mapper& mapper, uint8_t priority)
+{
+    const uint16_t gem_iw = selected_gem_iw(mapper, priority);
+    return gem_iw != 0 && leads_upstream(entities, gem_iw);
+}
+
+// A bit for each priority that leads upstream.
+unsigned leading_priorities(const line_model& entities, const gpon_raw_mapper& mapper)
+{
+    unsigned which = 0;
+    for (uint8_t i = 0; i < gpon::PRIORITIES; ++i)
+        which |= leads_upstream(entities, mapper, i) ? 1u << i : 0;
+    return which;
+}
+
 bool forwards_untagged(const line_model& entities, const gpon_raw_mapper& mapper)
 {
-    if (mapper.unmark_frame_opt == 1)
-        return mapper.defaultPbit < priority_count &&
-               leads_upstream(entities, mapper.pbit_GemIWTP[mapper.defaultPbit]);
+    if (mapper.unmark_frame_opt == gpon::FROM_DEFAULT_PBIT)
+        return leads_upstream(entities, mapper, mapper.defaultPbit);
     // By DSCP: any of the priorities.
-    return mapper.unmark_frame_opt == 0 &&
-           std::ranges::any_of(mapper.pbit_GemIWTP,
-                               [&](uint16_t gem_iw) { return leads_upstream(entities, gem_iw); });
+    return mapper.unmark_frame_opt == gpon::FROM_DSCP && leading_priorities(entities, mapper) != 0;
 }
 
 bool forwards(const line_model& entities, const gpon_raw_mapper& mapper, uint16_t tci)
 {
-    return tci == untagged_tci
-               ? forwards_untagged(entities, mapper)
-               : leads_upstream(entities, mapper.pbit_GemIWTP[tci >> priority_shift]);
+    return tci == untagged_tci ? forwards_untagged(entities, mapper)
+                               : leads_upstream(entities, mapper, gpon::priority_of(tci));
 }
 
 bool forwards(const line_model& entities, const gpon_raw_mbpcd& port, uint16_t tci)
@@ -94,12 +102,10 @@ tag_set tagged_part(const gpon::forward_operation& row, const gpon_raw_vtfd& fil
 
 tag_set forwarded_by(const line_model& entities, const gpon_raw_mapper& mapper)
 {
-    std::array<bool, priority_count> leads{};
-    for (unsigned i = 0; i < priority_count; ++i)
-        leads[i] = leads_upstream(entities, mapper.pbit_GemIWTP[i]);
+    const unsigned leads = leading_priorities(entities, mapper);
     tag_set tags;
     for (unsigned tci = 1; tci < tags.size(); ++tci)
-        tags[tci] = leads[tci >> priority_shift];
+        tags[tci] = leads >> gpon::priority_of(static_cast<uint16_t>(tci)) & 1;
     tags[untagged_tci] = forwards_untagged(entities, mapper);
     return tags;
 }
@@ -127,7 +133,7 @@ struct vlan_range {
 std::vector<vlan_range> ranges_of(const tag_set& tags)
 {
     std::vector<vlan_range> ranges;
-    for (unsigned vlan = 0; vlan < vlan_count; ++vlan) {
+    for (unsigned vlan = 0; vlan < gpon::VLAN_IDS; ++vlan) {
         const unsigned which = priorities_of(tags, vlan);
         if (which == 0)
             continue;
@@ -145,7 +151,7 @@ std::string text_of(const vlan_range& range)
     if (range.last != range.first)
         text += " to " + std::to_string(range.last);
     // Priority 0 of VLAN 0 is an untagged frame.
-    const unsigned all = range.first == 0 ? 0xfe : 0xff;
+    const unsigned all = range.first == 0 ? every_priority - 1 : every_priority;
     if (range.priorities != all)
         text += " (priority " + priorities_text(range.priorities) + ")";
     return text;
@@ -156,11 +162,11 @@ std::string text_of(const vlan_range& range)
 std::string priorities_text(unsigned which)
 {
     std::string text;
-    for (unsigned i = 0; i < priority_count; ++i) {
+    for (unsigned i = 0; i < gpon::PRIORITIES; ++i) {
         if (!(which >> i & 1))
             continue;
         unsigned last = i;
-        while (last + 1 < priority_count && (which >> (last + 1) & 1))
+        while (last + 1 < gpon::PRIORITIES && (which >> (last + 1) & 1))
             ++last;
         text += (text.empty() ? "" : ", ") + std::to_string(i);
         if (last > i)
@@ -173,8 +179,8 @@ std::string priorities_text(unsigned which)
 unsigned priorities_of(const tag_set& tags, unsigned vlan)
 {
     unsigned which = 0;
-    for (unsigned i = 0; i < priority_count; ++i)
-        if (tags[i << priority_shift | vlan] && (i | vlan) != 0)
+    for (unsigned i = 0; i < gpon::PRIORITIES; ++i)
+        if (tags[gpon::to_tci(i, false, vlan)] && (i | vlan) != 0)
             which |= 1u << i;
     return which;
 }
@@ -187,6 +193,17 @@ tag_set passed_by(const gpon_raw_vtfd& filter)
     tag_set tags = tagged_part(*tagged, filter);
     tags[untagged_tci] = passes(filter, untagged_tci);
     return tags;
+}
+
+std::span<const uint16_t> listed_tcis(const gpon_raw_vtfd& filter)
+{
+    const std::span list(filter.vlanFilterList);
+    return list.first(std::min<size_t>(filter.vlanFilterNums, list.size()));
+}
+
+bool is_forward_operation(uint8_t code)
+{
+    return gpon::find_forward_operation(code, true) != nullptr;
 }
 
 uint16_t compared_bits(uint8_t forward_operation)
@@ -224,8 +241,8 @@ bool accepts_upstream(const line_model& entities, const me_instance& port, uint1
 
 bool has_all_vlans(const tag_set& tags)
 {
-    for (unsigned vlan = 1; vlan + 1 < vlan_count; ++vlan)
-        if (priorities_of(tags, vlan) != 0xff)
+    for (unsigned vlan = 1; vlan + 1 < gpon::VLAN_IDS; ++vlan)
+        if (priorities_of(tags, vlan) != every_priority)
             return false;
     return true;
 }

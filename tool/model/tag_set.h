@@ -4,8 +4,10 @@
 
 #include <bitset>
 #include <cstdint>
+#include <span>
 #include <string>
 
+#include "include/tci.h"
 #include "tool/model/line_model.h"
 
 namespace gponflow {
@@ -14,11 +16,21 @@ namespace gponflow {
 /// module does not distinguish them.
 using tag_set = std::bitset<0x10000>;
 
+/// A bit for each priority.
+constexpr uint8_t every_priority = (1u << gpon::PRIORITIES) - 1;
+
 /// The TCI of untagged frames.
 constexpr uint16_t untagged_tci = 0;
 
 /// Frames that the filter passes; empty for an unknown forward operation.
 [[nodiscard]] tag_set passed_by(const gpon_raw_vtfd& filter);
+
+/// The entries that the filter counts, as far as its list contains them.
+[[nodiscard]] std::span<const uint16_t> listed_tcis(const gpon_raw_vtfd& filter);
+void listed_tcis(gpon_raw_vtfd&&) = delete;
+
+/// Whether a VLAN filter can have the forward operation; with another one it drops every frame.
+[[nodiscard]] bool is_forward_operation(uint8_t code);
 
 /// The bits of a TCI that a forward operation compares with its list; 0 if it has no list.
 [[nodiscard]] uint16_t compared_bits(uint8_t forward_operation);

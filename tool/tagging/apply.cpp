@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "tool/tagging/frame_priority.h"
 #include "tool/tagging/inverse.h"
 #include "tool/tagging/sources.h"
 #include "tool/text/ethernet_numbers.h"
@@ -113,15 +114,10 @@ bool matches_tags(const tag_row& row, const std::vector<frame_tag>& tags, uint16
     return match(row.filter_outer, tags[0]) && match(row.filter_inner, tags[1]);
 }
 
-uint8_t mapped_priority(const tag_operation& operation, const tagged_frame& frame)
+uint8_t priority_by_dscp(const tag_operation& operation, const tagged_frame& frame)
 {
     const std::optional<uint8_t> dscp = frame.dscp();
-    if (!dscp)
-        return 0;
-    const size_t word = *dscp / 8 * 3; // 24 bits hold eight priorities
-    const auto& map = operation.dscp_map;
-    const unsigned bits = unsigned{map[word]} << 16 | unsigned{map[word + 1]} << 8 | map[word + 2];
-    return static_cast<uint8_t>(bits >> (21 - 3 * (*dscp % 8)) & 7);
+    return dscp ? mapped_priority(operation.dscp_map, *dscp) : uint8_t{0};
 }
 
 // The tag that a treatment adds to a received frame.
@@ -156,7 +152,7 @@ private:
         case copy_outer_priority:
             return outer_.priority;
         case priority_of_dscp:
-            return mapped_priority(operation_, received_);
+            return priority_by_dscp(operation_, received_);
         default:
             return treatment.priority;
         }
@@ -264,8 +260,7 @@ tag_rewriting by_upstream_mode(const tag_operation& operation, std::span<const u
         return unknown_end(frame, fault);
     const uint8_t mode = *operation.upstream_mode;
     const uint16_t tci = operation.upstream_tci;
-    const frame_tag tag{ordinary_tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
-                        static_cast<uint16_t>(tci & 0xfff)};
+    const frame_tag tag = tag_of(ordinary_tpid, tci);
     tagged_frame result = *received;
     if (mode == 0)
         return passed(result, "upstream mode 0: no change",

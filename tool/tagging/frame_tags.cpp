@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "include/tci.h"
 #include "include/tpid.h"
 #include "tool/text/ethernet_numbers.h"
 
@@ -20,12 +21,6 @@ uint16_t word_at(std::span<const uint8_t> from, size_t at)
 bool is_tpid(uint16_t type, uint16_t more)
 {
     return gpon::is_tpid(type) || (more != 0 && type == more);
-}
-
-frame_tag tag_of(uint16_t tpid, uint16_t tci)
-{
-    return {tpid, static_cast<uint8_t>(tci >> 13), (tci & 0x1000) != 0,
-            static_cast<uint16_t>(tci & 0xfff)};
 }
 
 // Where the IP header of a frame is, and what it says about its payload.
@@ -55,6 +50,11 @@ bool is_later_fragment(const tagged_frame& frame)
 }
 
 } // namespace
+
+frame_tag tag_of(uint16_t tpid, uint16_t tci)
+{
+    return {tpid, gpon::priority_of(tci), gpon::is_drop_eligible(tci), gpon::vlan_of(tci)};
+}
 
 void append_word(std::vector<uint8_t>& to, uint16_t word)
 {
@@ -105,8 +105,7 @@ std::vector<uint8_t> tagged_frame::joined() const
     std::vector<uint8_t> frame = addresses;
     for (const frame_tag& tag : tags) {
         append_word(frame, tag.tpid);
-        append_word(frame, static_cast<uint16_t>(tag.priority << 13 | (tag.dei ? 0x1000 : 0) |
-                                                 (tag.vid & 0xfff)));
+        append_word(frame, gpon::to_tci(tag.priority, tag.dei, tag.vid));
     }
     frame.insert(frame.end(), rest.begin(), rest.end());
     return frame;

@@ -37,6 +37,8 @@ struct tagged_frame {
     [[nodiscard]] std::vector<uint8_t> joined() const;
 };
 
+[[nodiscard]] frame_tag tag_of(uint16_t tpid, uint16_t tci);
+
 /// In network order.
 void append_word(std::vector<uint8_t>& to, uint16_t word);
 
