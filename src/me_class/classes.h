@@ -7,11 +7,11 @@
 
 extern "C" {
 
-#define GPON_STORED(class_id, short_name, name, creation, list_info, list) \
+#define GPON_STORED(class_id, short_name, name, title, caption, creation, list_info, list) \
     extern const gpon_me_list_info list_info; \
     extern list_head list;
-#define GPON_WALKED(class_id, short_name, name, creation, list_info, list, fwd_op) \
-    GPON_STORED(class_id, short_name, name, creation, list_info, list) \
+#define GPON_WALKED(class_id, short_name, name, title, caption, creation, list_info, list, fwd_op) \
+    GPON_STORED(class_id, short_name, name, title, caption, creation, list_info, list) \
     extern const gpon_me_fwd_op fwd_op;
 #include "../include/me_classes.def"
 }

@@ -76,7 +76,7 @@ constinit const gpon_me_list_info imaginaryListInfo = {
     .pointers = POINTERS,
 };
 SOURCE
-row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", CREATED_BY_OLT, imaginaryListInfo, gpon_imaginary_list)'
+row='GPON_STORED(300, imaginary, "IMAGINARY_CLASS", "imaginary class", "Imagination", CREATED_BY_OLT, imaginaryListInfo, gpon_imaginary_list)'
 sed -i "/^#undef GPON_WALKED/i $row" "$scratch/src/include/me_classes.def"
 
 # A folder of the tool that has a CMake file has a folder of objects too.
@@ -96,7 +96,7 @@ compile() {
 }
 
 # Only sources that iterate over the rows of the table are compiled again.
-mapfile -t readers < <(grep -lrwE 'GPON_ME_ROWS|me_table' --include='*.cpp' src tool)
+mapfile -t readers < <(grep -lrwE 'GPON_ME_ROWS|me_table|me_classes\.def' --include='*.cpp' src tool)
 for source in "${readers[@]}"; do
     compile "$source"
 done
@@ -145,7 +145,8 @@ expect "upload, create" "me create IMAGINARY_CLASS 0x0007 mask=0xf000 portPointe
     "$new" omci "$scratch/upload.pcap"
 expect "upload, order" '"IMAGINARY_CLASS 0x0007" -> "MAC_BRIDGE_SERVICE_PROFILE 0x0001" [label="bridgePointer"]' \
     "$new" graph "$scratch/upload.pcap"
-expect "upload, title" "IMAGINARY_CLASS 0x0007" "$new" omci "$scratch/upload.pcap"
+expect "upload, title" "imaginary class 0x0007" "$new" omci "$scratch/upload.pcap"
+expect "report, caption" "Imagination 0x0001" "$new" report "$scratch/line.scn" -o -
 expect "upload, no link" "0x0001  0                  0          0                   -" "$new" show me --class 45 "$scratch/upload.pcap"
 
 # A bridge records the instances that point at it.

@@ -5,27 +5,14 @@
 #include <cstdio>
 #include <string_view>
 
+#include "include/tci.h"
 #include "tool/model/bandwidth_tree.h"
+#include "tool/model/tag_set.h"
+#include "tool/text/class_titles.h"
 
 namespace gponflow {
 
 namespace {
-
-struct kind_name {
-    me_class class_id;
-    const char* name;
-};
-
-constexpr kind_name kinds[] = {
-    {me_class::pptp, "Ethernet UNI"},   {me_class::veip, "Virtual UNI"},
-    {me_class::mbsp, "Bridge"},         {me_class::mbpcd, "Bridge port"},
-    {me_class::vtfd, "VLAN filter"},    {me_class::vtocd, "VLAN tagging"},
-    {me_class::evtocd, "Ext. tagging"}, {me_class::mapper, "Mapper"},
-    {me_class::gemiw, "GEM IW TP"},     {me_class::multigemiw, "Multicast IW"},
-    {me_class::gemctp, "GEM CTP"},      {me_class::tcont, "T-CONT"},
-    {me_class::ts, "Scheduler"},        {me_class::pq, "Queue"},
-    {me_class::td, "Descriptor"},
-};
 
 struct unit {
     std::string_view attribute;
@@ -53,8 +40,8 @@ std::string hex(unsigned value, unsigned bytes)
 std::string vlans(const gpon_raw_vtfd& filter)
 {
     std::string list;
-    for (unsigned i = 0; i < std::min<unsigned>(filter.vlanFilterNums, 12); ++i)
-        list += (i ? ", " : "") + tci_text(filter.vlanFilterList[i]);
+    for (const uint16_t tci : listed_tcis(filter))
+        list += (list.empty() ? "" : ", ") + tci_text(tci);
     return list.empty() ? "no VLAN" : "VLAN " + list;
 }
 
@@ -106,9 +93,8 @@ std::string field_text(const gpon_me_field& field, const me_instance& me)
 
 std::string kind_text(me_class class_id)
 {
-    const auto* found = std::ranges::find(kinds, class_id, &kind_name::class_id);
-    return found == std::end(kinds) ? "class " + std::to_string(gpon::class_number(class_id))
-                                    : found->name;
+    const std::string_view caption = find_caption(gpon::class_number(class_id));
+    return caption.empty() ? class_name(class_id) : std::string(caption);
 }
 
 std::string known_by(const me_instance& me)
@@ -129,8 +115,8 @@ std::string known_by(const me_instance& me)
 
 std::string tci_text(uint16_t tci)
 {
-    const unsigned priority = tci >> 13;
-    return std::to_string(tci & 0xfff) + (priority ? " p" + std::to_string(priority) : "");
+    const unsigned priority = gpon::priority_of(tci);
+    return std::to_string(gpon::vlan_of(tci)) + (priority ? " p" + std::to_string(priority) : "");
 }
 
 std::string attribute_text(const me_instance& me)

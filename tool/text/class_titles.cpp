@@ -8,21 +8,36 @@ namespace gponflow {
 
 namespace {
 
+struct class_words {
+    uint16_t number;
+    std::string_view title;
+    std::string_view caption;
+};
+
+constexpr class_words stored_classes[] = {
+#define GPON_WALKED(class_id, short_name, name, title, caption, ...) {class_id, title, caption},
+#define GPON_STORED(class_id, short_name, name, title, caption, ...) {class_id, title, caption},
+#include "include/me_classes.def"
+};
+static_assert(std::ranges::none_of(stored_classes,
+                                   [](const class_words& one) {
+                                       return one.title.empty() || one.caption.empty();
+                                   }),
+              "each class has a title and a caption");
+
 struct title {
     uint16_t number;
     std::string_view name;
 };
 
-constexpr title titles[] = {
+// Classes that the module does not store.
+constexpr title other_classes[] = {
     {2, "ONU data"},
     {5, "cardholder"},
     {6, "circuit pack"},
     {7, "software image"},
-    {11, "PPTP Ethernet UNI"},
     {24, "Ethernet PM history data"},
-    {45, "MAC bridge service profile"},
     {46, "MAC bridge configuration data"},
-    {47, "MAC bridge port configuration data"},
     {48, "MAC bridge port designation data"},
     {49, "MAC bridge port filter table data"},
     {50, "MAC bridge port bridge table data"},
@@ -30,12 +45,9 @@ constexpr title titles[] = {
     {52, "MAC bridge port PM history data"},
     {53, "PPTP POTS UNI"},
     {58, "voice service profile"},
-    {78, "VLAN tagging operation configuration data"},
     {79, "MAC bridge port filter preassign table"},
     {82, "PPTP video UNI"},
-    {84, "VLAN tagging filter data"},
     {89, "Ethernet PM history data 2"},
-    {130, "802.1p mapper service profile"},
     {131, "OLT-G"},
     {133, "ONU power shedding"},
     {134, "IP host config data"},
@@ -51,22 +63,14 @@ constexpr title titles[] = {
     {153, "SIP user data"},
     {157, "large string"},
     {158, "ONU remote debug"},
-    {171, "extended VLAN tagging operation configuration data"},
     {256, "ONU-G"},
     {257, "ONU2-G"},
-    {262, "T-CONT"},
     {263, "ANI-G"},
     {264, "UNI-G"},
-    {266, "GEM interworking TP"},
-    {268, "GEM port network CTP"},
     {272, "GAL Ethernet profile"},
     {273, "threshold data 1"},
     {274, "threshold data 2"},
     {276, "GAL Ethernet PM history data"},
-    {277, "priority queue"},
-    {278, "traffic scheduler"},
-    {280, "traffic descriptor"},
-    {281, "multicast GEM interworking TP"},
     {287, "OMCI"},
     {296, "Ethernet PM history data 3"},
     {298, "dot1 rate limiter"},
@@ -76,20 +80,40 @@ constexpr title titles[] = {
     {312, "FEC PM history data"},
     {321, "Ethernet frame PM history data downstream"},
     {322, "Ethernet frame PM history data upstream"},
-    {329, "virtual Ethernet interface point"},
     {332, "enhanced security control"},
     {334, "Ethernet frame extended PM"},
     {336, "ONU dynamic power management control"},
     {340, "BBF TR-069 management server"},
     {341, "GEM port network CTP PM history data"},
 };
+static_assert(std::ranges::none_of(other_classes,
+                                   [](const title& one) {
+                                       return std::ranges::find(stored_classes, one.number,
+                                                                &class_words::number) !=
+                                              std::end(stored_classes);
+                                   }),
+              "a class that the module stores has its title in me_classes.def");
+
+const class_words* find_stored(uint16_t class_number)
+{
+    const auto* found = std::ranges::find(stored_classes, class_number, &class_words::number);
+    return found == std::end(stored_classes) ? nullptr : found;
+}
 
 } // namespace
 
 std::string_view find_title(uint16_t class_number)
 {
-    const auto* found = std::ranges::find(titles, class_number, &title::number);
-    return found == std::end(titles) ? std::string_view() : found->name;
+    if (const class_words* stored = find_stored(class_number))
+        return stored->title;
+    const auto* found = std::ranges::find(other_classes, class_number, &title::number);
+    return found == std::end(other_classes) ? std::string_view() : found->name;
+}
+
+std::string_view find_caption(uint16_t class_number)
+{
+    const class_words* stored = find_stored(class_number);
+    return stored ? stored->caption : std::string_view();
 }
 
 } // namespace gponflow
