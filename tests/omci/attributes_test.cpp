@@ -35,12 +35,14 @@ TEST(omci_attributes, each_element_of_each_raw_field_comes_from_one_attribute)
         ASSERT_NE(fields, nullptr);
         std::map<std::string_view, size_t> filled;
         for (const attribute& attr : cls.attributes) {
-            if (attr.field.empty())
+            if (!attr.is_stored())
                 continue;
-            const gpon_me_field* field = find_field(fields->fields, attr.field);
-            ASSERT_NE(field, nullptr) << class_title(cls.id) << ": " << attr.field;
+            const gpon_me_field* field = find_field(fields->fields, attr.field.name);
+            ASSERT_NE(field, nullptr) << class_title(cls.id) << ": " << attr.field.name;
+            EXPECT_EQ(field->offset, attr.field.offset)
+                << class_title(cls.id) << ": " << field->name;
             const bool whole_list = field->count > 1 && attr.bytes > field->width;
-            filled[attr.field] += whole_list ? attr.bytes / field->width : 1;
+            filled[attr.field.name] += whole_list ? attr.bytes / field->width : 1;
         }
         for (const gpon_me_field& field : fields->fields.subspan(1))
             EXPECT_EQ(filled[field.name], field.count) << class_title(cls.id) << ": " << field.name;
@@ -114,8 +116,8 @@ TEST(omci_values, too_great_a_value_is_clamped_and_reported)
     record_store store;
     record& rec = store.at(*fields, 1);
     const gpon_me_field* field = find_field(fields->fields, "dynFilterAgingTime");
-    EXPECT_EQ(write_attribute(rec, *fields, cls->attributes[9], from_hex("0000ffff")), "");
-    EXPECT_THAT(write_attribute(rec, *fields, cls->attributes[9], from_hex("00010000")),
+    EXPECT_EQ(write_attribute(rec, cls->attributes[9], from_hex("0000ffff")), "");
+    EXPECT_THAT(write_attribute(rec, cls->attributes[9], from_hex("00010000")),
                 HasSubstr("65536 is stored as 65535"));
     EXPECT_EQ(rec.raw[field->offset], 0xff);
     EXPECT_EQ(rec.raw[field->offset + 1u], 0xff);
@@ -126,7 +128,7 @@ TEST(omci_values, records_are_little_endian_in_memory)
     const class_record* fields = find_me_class(me_class::pq);
     record_store store;
     record& rec = store.at(*fields, 0x8007);
-    EXPECT_EQ(write_attribute(rec, *fields, find_attribute_class(me_class::pq)->attributes[5],
+    EXPECT_EQ(write_attribute(rec, find_attribute_class(me_class::pq)->attributes[5],
                               from_hex("80010007")),
               "");
     EXPECT_EQ(rec.raw, from_hex("0780 0000 07000180 0000 0000"));

@@ -64,9 +64,9 @@ void note_changes(noted_lines& noted, const me_instance& stored, const bytes& ra
 }
 
 // The elements of a field that an attribute fills.
-void note_elements(noted_lines& noted, const gpon_me_field& field, const omci::attribute& one,
-                   unsigned line)
+void note_elements(noted_lines& noted, const omci::attribute& one, unsigned line)
 {
+    const gpon_me_field& field = one.field;
     const size_t last = field.count == 1 ? 1 : one.element + size_t{one.bytes} / field.width;
     for (size_t i = one.element; i < std::min<size_t>(last, field.count); ++i)
         noted[static_cast<uint16_t>(place_of_element(field, i))] = line;
@@ -82,9 +82,8 @@ void note_mask(noted_lines& noted, const class_record& known, uint16_t mask, uns
         return;
     for (size_t i = 0; i < attributes->attributes.size(); ++i) {
         const omci::attribute& one = attributes->attributes[i];
-        const gpon_me_field* field = find_field(known.fields, one.field);
-        if (field && (mask & omci::attribute_bit(i)))
-            note_elements(noted, *field, one, line);
+        if (one.is_stored() && (mask & omci::attribute_bit(i)))
+            note_elements(noted, one, line);
     }
 }
 

@@ -16,18 +16,21 @@
 #include <string>
 #include <string_view>
 
-#include "include/me_class_id.h"
+#include "include/me_attribute.h"
 
 namespace gponflow::omci {
 
 /// One attribute in OMCI order.
 struct attribute {
-    std::string_view name;  ///< for people, after G.988
-    uint8_t bytes;          ///< in a message
-    bool set_by_create;     ///< a create carries it
-    std::string_view field; ///< of the raw record; empty: carried but not mirrored
-    uint8_t element = 0;    ///< where in an array field
-    bool table = false;     ///< a table: a set has one row, a get response the size of the table
+    std::string_view name; ///< for people, after G.988
+    uint8_t bytes;         ///< in a message
+    bool set_by_create;    ///< a create carries it
+    gpon_me_field field{}; ///< of the raw record
+    uint8_t element = 0;   ///< where in an array field
+    bool table = false;    ///< a table: a set has one row, a get response the size of the table
+
+    /// Otherwise it is carried but not mirrored.
+    [[nodiscard]] constexpr bool is_stored() const { return field.name != nullptr; }
 };
 
 /// A mirrored class. attributes[0] is attribute 1, bit 15 of a mask.

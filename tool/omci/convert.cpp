@@ -206,7 +206,7 @@ void converter::apply(command& cmd)
                              hex_text(cmd.list.unknown_mask, 4));
     for (const attribute_value& value : cmd.list.values) {
         const std::string narrowed =
-            write_attribute(rec, cmd.fields, cmd.cls.attributes[value.index], value.bytes);
+            write_attribute(rec, cmd.cls.attributes[value.index], value.bytes);
         if (!narrowed.empty())
             body += comment_line("  " + narrowed);
     }

@@ -95,25 +95,23 @@ value_list split_values(const attribute_class& cls, uint16_t mask, std::span<con
     return list;
 }
 
-std::string write_attribute(record& rec, const class_record& fields, const attribute& attr,
-                            std::span<const uint8_t> bytes)
+std::string write_attribute(record& rec, const attribute& attr, std::span<const uint8_t> bytes)
 {
-    const gpon_me_field* field =
-        attr.field.empty() ? nullptr : find_field(fields.fields, attr.field);
-    if (field == nullptr)
+    const gpon_me_field& field = attr.field;
+    if (!attr.is_stored())
         return {};
-    if (is_byte_string(*field)) {
-        std::ranges::copy(bytes.first(std::min<size_t>(bytes.size(), field->count)),
-                          rec.raw.begin() + field->offset);
+    if (is_byte_string(field)) {
+        std::ranges::copy(bytes.first(std::min<size_t>(bytes.size(), field.count)),
+                          rec.raw.begin() + field.offset);
         return {};
     }
-    const bool list = bytes.size() > field->width && field->count > 1;
-    const size_t step = list ? field->width : bytes.size();
+    const bool list = bytes.size() > field.width && field.count > 1;
+    const size_t step = list ? field.width : bytes.size();
     for (size_t at = 0; at + step <= bytes.size(); at += step) {
-        if (!write_element(rec, *field, attr.element + at / step, bytes.subspan(at, step)))
+        if (!write_element(rec, field, attr.element + at / step, bytes.subspan(at, step)))
             return std::string(attr.name) +
                    " exceeds the field of the record: " + std::to_string(read_value(bytes)) +
-                   " is stored as " + std::to_string(greatest(field->width));
+                   " is stored as " + std::to_string(greatest(field.width));
     }
     return {};
 }
@@ -141,7 +139,7 @@ std::string record_store::learn(const attribute_class& cls, uint16_t instance,
     for (const attribute_value& value : list.values) {
         rec.reported |= attribute_bit(value.index);
         if ((rec.commanded & attribute_bit(value.index)) == 0)
-            std::ignore = write_attribute(rec, *fields, cls.attributes[value.index], value.bytes);
+            std::ignore = write_attribute(rec, cls.attributes[value.index], value.bytes);
         if ((known & attribute_bit(value.index)) == 0 && !cls.attributes[value.index].table)
             fresh.values.push_back(value);
     }

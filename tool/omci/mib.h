@@ -61,8 +61,8 @@ struct record {
 
 /// Writes one attribute into the record; attributes that are not mirrored change nothing.
 /// Returns an empty text, or a remark that the value exceeds the field, which then has its maximum.
-[[nodiscard]] std::string write_attribute(record& rec, const class_record& fields,
-                                          const attribute& attr, std::span<const uint8_t> bytes);
+[[nodiscard]] std::string write_attribute(record& rec, const attribute& attr,
+                                          std::span<const uint8_t> bytes);
 
 struct read_table;
 

@@ -58,10 +58,11 @@ std::vector<gpon_me_field> by_place(std::span<const gpon_me_field> fields)
     return sorted;
 }
 
-bool named_by_mask(const attribute_class& cls, uint16_t mask, std::string_view field)
+bool named_by_mask(const attribute_class& cls, uint16_t mask, const gpon_me_field& field)
 {
     for (size_t i = 0; i < cls.attributes.size(); ++i) {
-        if ((mask & attribute_bit(i)) != 0 && cls.attributes[i].field == field)
+        if ((mask & attribute_bit(i)) != 0 && cls.attributes[i].is_stored() &&
+            cls.attributes[i].field.offset == field.offset)
             return true;
     }
     return false;
@@ -93,7 +94,7 @@ std::string me_line(std::string_view verb, const class_record& fields, const att
     for (const gpon_me_field& field : by_place(fields.fields)) {
         if (field.offset == 0) // instID is the instance
             continue;
-        if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field.name))
+        if (all_zero(field_bytes(rec, field)) && !named_by_mask(cls, mask, field))
             continue;
         line += " " + std::string(field.name) + "=" + field_value(rec, field);
     }
@@ -110,7 +111,7 @@ std::string unmirrored_text(const attribute_class& cls, const value_list& list)
     std::string text;
     for (const attribute_value& value : list.values) {
         const attribute& attr = cls.attributes[value.index];
-        if (!attr.field.empty() || is_tagging_attribute(cls.id, value.index))
+        if (attr.is_stored() || is_tagging_attribute(cls.id, value.index))
             continue;
         text +=
             (text.empty() ? "" : ", ") + std::string(attr.name) + " 0x" + hex_bytes(value.bytes);

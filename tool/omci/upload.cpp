@@ -58,7 +58,7 @@ uint16_t mirrored_mask(const attribute_class& cls, uint16_t reported)
 {
     uint16_t mask = set_by_create_mask(cls);
     for (size_t i = 0; i < cls.attributes.size(); ++i)
-        if (!cls.attributes[i].field.empty())
+        if (cls.attributes[i].is_stored())
             mask = static_cast<uint16_t>(mask | (attribute_bit(i) & reported));
     return mask;
 }
