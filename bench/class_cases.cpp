@@ -42,13 +42,13 @@ public:
     explicit forward(step which) : step_{which.class_id, which.inst_id, which.direction}
     {
         const gpon_raw_multigemiw multicast = {multicast_id, gem_ctp_of(0)};
-        command(ZR_OMCI_MSG_TYPE_CREAT, 281, multicast_id, 0xffff, &multicast);
+        command(ZR_OMCI_MSG_TYPE_CREAT, me_class::multigemiw, multicast_id, 0xffff, &multicast);
         gpon_raw_mbpcd port = {};
         port.instID = veip_port_id;
         port.bridgeID = 1;
         port.tpType = 11;
         port.tpPointer = veip_id;
-        command(ZR_OMCI_MSG_TYPE_CREAT, 47, veip_port_id, 0xffff, &port);
+        command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, veip_port_id, 0xffff, &port);
         entry_ = gpon_flow_me_get_by_classid(which.class_id);
     }
 

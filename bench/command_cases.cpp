@@ -17,7 +17,10 @@ public:
         filter_.vlanFilterNums = 1;
     }
 
-    void pass() override { command(ZR_OMCI_MSG_TYPE_SET, 84, filter_.instID, 0xe000, &filter_); }
+    void pass() override
+    {
+        command(ZR_OMCI_MSG_TYPE_SET, me_class::vtfd, filter_.instID, 0xe000, &filter_);
+    }
 
 private:
     line line_{line_shape{1, 8}};
@@ -37,8 +40,8 @@ public:
 
     void pass() override
     {
-        command(ZR_OMCI_MSG_TYPE_CREAT, 47, port_id, 0xffff, &port_);
-        command(ZR_OMCI_MSG_TYPE_DELETE, 47, port_id, 0, nullptr);
+        command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, port_id, 0xffff, &port_);
+        command(ZR_OMCI_MSG_TYPE_DELETE, me_class::mbpcd, port_id, 0, nullptr);
     }
     uint32_t operations() const override { return 2; }
 

@@ -14,7 +14,7 @@ constexpr uint16_t all_attributes = 0xffff;
 constexpr uint16_t tcont_id = 0x8000;
 enum : uint8_t { tp_pptp = 1, tp_mapper = 3 };
 
-void create(uint16_t class_id, uint16_t inst_id, const void* record)
+void create(me_class class_id, uint16_t inst_id, const void* record)
 {
     command(ZR_OMCI_MSG_TYPE_CREAT, class_id, inst_id, all_attributes, record);
 }
@@ -24,7 +24,7 @@ void create_bridge(uint16_t id)
     gpon_raw_mbsp bridge = {};
     bridge.instID = id;
     bridge.uniBridgingEnable = 1;
-    create(45, id, &bridge);
+    create(me_class::mbsp, id, &bridge);
 }
 
 void create_port(uint16_t id, uint16_t bridge, uint8_t tp_type, uint16_t tp)
@@ -34,7 +34,7 @@ void create_port(uint16_t id, uint16_t bridge, uint8_t tp_type, uint16_t tp)
     port.bridgeID = bridge;
     port.tpType = tp_type;
     port.tpPointer = tp;
-    create(47, id, &port);
+    create(me_class::mbpcd, id, &port);
 }
 
 void create_gem_port(unsigned service)
@@ -44,9 +44,9 @@ void create_gem_port(unsigned service)
     ctp.portID = gem_port_of(service);
     ctp.tcontID = tcont_id;
     ctp.direction = 3;
-    create(268, ctp.instID, &ctp);
+    create(me_class::gemctp, ctp.instID, &ctp);
     const gpon_raw_gemiw iw = {gem_iw_of(service), ctp.instID};
-    create(266, iw.instID, &iw);
+    create(me_class::gemiw, iw.instID, &iw);
 }
 
 void create_mapper(unsigned service)
@@ -57,7 +57,7 @@ void create_mapper(unsigned service)
     for (uint16_t& gem_iw : mapper.pbit_GemIWTP)
         gem_iw = gem_iw_of(service);
     mapper.unmark_frame_opt = 1;
-    create(130, mapper.instID, &mapper);
+    create(me_class::mapper, mapper.instID, &mapper);
 }
 
 void create_filter(unsigned service)
@@ -67,7 +67,7 @@ void create_filter(unsigned service)
     filter.vlanFilterList[0] = vlan_of(service);
     filter.forwardOperation = 0x04;
     filter.vlanFilterNums = 1;
-    create(84, filter.instID, &filter);
+    create(me_class::vtfd, filter.instID, &filter);
 }
 
 void create_service(const line_shape& shape, unsigned service)
@@ -115,20 +115,20 @@ uint16_t vlan_of(unsigned service)
     return static_cast<uint16_t>(100 + service);
 }
 
-void command(uint8_t msg_type, uint16_t class_id, uint16_t inst_id, uint16_t mask,
+void command(uint8_t msg_type, me_class class_id, uint16_t inst_id, uint16_t mask,
              const void* record)
 {
     gpon_flow_cmd control = {};
     control.cmd = GPON_FLOW_CMD_ME;
     control.me = {.msg_type = msg_type,
                   .reserved = 0,
-                  .class_id = class_id,
+                  .class_id = class_number(class_id),
                   .inst_id = inst_id,
                   .attr_mask = mask,
                   .attr_data = reinterpret_cast<uintptr_t>(record)};
     if (host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&control)) != 0)
         throw std::runtime_error("the module refuses instance " + std::to_string(inst_id) +
-                                 " of class " + std::to_string(class_id));
+                                 " of class " + std::to_string(class_number(class_id)));
 }
 
 line::line(line_shape wanted) : shape(wanted)

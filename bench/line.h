@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 
+#include "include/me_class_id.h"
 #include "platform/host/host.h"
 
 namespace gpon::bench {
@@ -52,7 +53,7 @@ struct frame {
 };
 
 /* One create or set through the character device; ends the program if it fails. */
-void command(uint8_t msg_type, uint16_t class_id, uint16_t inst_id, uint16_t mask,
+void command(uint8_t msg_type, me_class class_id, uint16_t inst_id, uint16_t mask,
              const void* record);
 
 } // namespace gpon::bench

@@ -38,13 +38,14 @@ gpon_raw_gemctp ctp(uint16_t gem_port)
 
 void provision()
 {
-    send(ZR_OMCI_MSG_TYPE_CREAT, 45,
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp,
          gpon_raw_mbsp{
              .instID = 1, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0});
-    send(ZR_OMCI_MSG_TYPE_CREAT, 47, port(0x101, 1, 0x101));
-    send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp(1025));
-    send(ZR_OMCI_MSG_TYPE_CREAT, 266, gpon_raw_gemiw{.instID = 0x11, .gemCTPInstID = 1});
-    send(ZR_OMCI_MSG_TYPE_CREAT, 47, port(0x1001, 5, 0x11));
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, port(0x101, 1, 0x101));
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, ctp(1025));
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw,
+         gpon_raw_gemiw{.instID = 0x11, .gemCTPInstID = 1});
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, port(0x1001, 5, 0x11));
 }
 
 // One packet of each direction; sources come from a pool that overfills the table's buckets.
@@ -80,11 +81,11 @@ void change_configuration(const std::atomic<bool>& done)
     load.cmd = GPON_FLOW_CMD_CFG_DATA;
     load.cfg_data = reinterpret_cast<uintptr_t>(&cfg);
     for (int round = 0; !done.load(std::memory_order_relaxed); ++round) {
-        send(ZR_OMCI_MSG_TYPE_SET, 268, ctp(static_cast<uint16_t>(1025 + round % 2)));
-        send(ZR_OMCI_MSG_TYPE_CREAT, 84, filter);
-        send(ZR_OMCI_MSG_TYPE_DELETE, 47, port(0x1001, 5, 0x11));
-        send(ZR_OMCI_MSG_TYPE_CREAT, 47, port(0x1001, 5, 0x11));
-        send(ZR_OMCI_MSG_TYPE_DELETE, 84, filter);
+        send(ZR_OMCI_MSG_TYPE_SET, me_class::gemctp, ctp(static_cast<uint16_t>(1025 + round % 2)));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::vtfd, filter);
+        send(ZR_OMCI_MSG_TYPE_DELETE, me_class::mbpcd, port(0x1001, 5, 0x11));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, port(0x1001, 5, 0x11));
+        send(ZR_OMCI_MSG_TYPE_DELETE, me_class::vtfd, filter);
         if (round % 16 == 0) {
             EXPECT_EQ(gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uintptr_t>(&load)),
                       0);

@@ -42,10 +42,11 @@ void build_upstream_path()
     ctp.direction = 3;
     gpon_raw_mbsp bridge = {};
     bridge.instID = 1;
-    send(ZR_OMCI_MSG_TYPE_CREAT, 45, bridge);
-    send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp);
-    send(ZR_OMCI_MSG_TYPE_CREAT, 266, gpon_raw_gemiw{.instID = 0x11, .gemCTPInstID = 1});
-    send(ZR_OMCI_MSG_TYPE_CREAT, 47,
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, bridge);
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, ctp);
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw,
+         gpon_raw_gemiw{.instID = 0x11, .gemCTPInstID = 1});
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd,
          gpon_raw_mbpcd{.instID = 0x1001, .bridgeID = 1, .tpType = 5, .tpPointer = 0x11});
 }
 

@@ -70,15 +70,16 @@ protected:
         gpon::host::reset();
         ASSERT_EQ(gpon::host::load(), 0);
         gpon::host::hook(GPON_API_SWITCH, 1, nullptr);
-        send(ZR_OMCI_MSG_TYPE_CREAT, 45,
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp,
              gpon_raw_mbsp{
                  .instID = 1, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0});
-        send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp(CTP, 1));
-        send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp(OTHER_CTP, 2));
-        send(ZR_OMCI_MSG_TYPE_CREAT, 266, gpon_raw_gemiw{.instID = TP, .gemCTPInstID = CTP});
-        send(ZR_OMCI_MSG_TYPE_CREAT, 266,
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, ctp(CTP, 1));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, ctp(OTHER_CTP, 2));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw,
+             gpon_raw_gemiw{.instID = TP, .gemCTPInstID = CTP});
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw,
              gpon_raw_gemiw{.instID = OTHER_TP, .gemCTPInstID = OTHER_CTP});
-        send(ZR_OMCI_MSG_TYPE_CREAT, 47, bridge_port(TP));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, bridge_port(TP));
     }
 
     void TearDown() override
@@ -110,7 +111,7 @@ void enter_state(uint64_t state)
         return;
     }
     const gpon_raw_gemctp raw = ctp(CTP, port_in_state(state));
-    gpon_flow_cmd record = record_of(ZR_OMCI_MSG_TYPE_SET, 268, raw);
+    gpon_flow_cmd record = record_of(ZR_OMCI_MSG_TYPE_SET, me_class::gemctp, raw);
     EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(me_class::gemctp), &record.me),
               0);
 }
@@ -209,8 +210,8 @@ uint64_t stale_rules_of(uint64_t pairs)
     uint64_t stale = 0;
     for (uint64_t pair = 0; pair < pairs; ++pair) {
         const uint16_t tp = pair % 2 ? TP : OTHER_TP;
-        send(ZR_OMCI_MSG_TYPE_DELETE, 47, bridge_port(tp));
-        send(ZR_OMCI_MSG_TYPE_CREAT, 47, bridge_port(tp));
+        send(ZR_OMCI_MSG_TYPE_DELETE, me_class::mbpcd, bridge_port(tp));
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, bridge_port(tp));
         const uint16_t wanted = pair % 2 ? 1 : 2;
         stale += send_frame(1).gem_port != wanted;
     }

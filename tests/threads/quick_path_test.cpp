@@ -34,7 +34,7 @@ gpon_raw_mbpcd bridge_port(uint16_t tp)
 
 void provision()
 {
-    send(ZR_OMCI_MSG_TYPE_CREAT, 45,
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp,
          gpon_raw_mbsp{
              .instID = BRIDGE, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0});
     for (int path = 0; path < 2; ++path) {
@@ -42,11 +42,11 @@ void provision()
         ctp.instID = CTP[path];
         ctp.portID = GEM_PORT[path];
         ctp.direction = 3;
-        send(ZR_OMCI_MSG_TYPE_CREAT, 268, ctp);
-        send(ZR_OMCI_MSG_TYPE_CREAT, 266,
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, ctp);
+        send(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw,
              gpon_raw_gemiw{.instID = TP[path], .gemCTPInstID = CTP[path]});
     }
-    send(ZR_OMCI_MSG_TYPE_CREAT, 47, bridge_port(TP[0]));
+    send(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, bridge_port(TP[0]));
 }
 
 // A frame of one of few stations.
@@ -119,7 +119,7 @@ void flush_with_pauses(const std::atomic<bool>& done)
 void move_the_path()
 {
     for (int round = 1; round <= MOVES; ++round) {
-        send(ZR_OMCI_MSG_TYPE_SET, 47, bridge_port(TP[round % 2]));
+        send(ZR_OMCI_MSG_TYPE_SET, me_class::mbpcd, bridge_port(TP[round % 2]));
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

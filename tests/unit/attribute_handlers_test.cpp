@@ -32,7 +32,7 @@ class attribute_handler : public class_fixture,
 
 TEST_P(attribute_handler, reports_a_null_record_and_null_data)
 {
-    gpon_me_cmd cmd = gpon::test::command(CREATE, 1, 1, nullptr);
+    gpon_me_cmd cmd = gpon::test::command(CREATE, gpon::to_me_class(1), 1, nullptr);
     gponDebugLevel = 5;
     EXPECT_EQ(GetParam().handle(nullptr), -1);
     EXPECT_EQ(GetParam().handle(&cmd), -1);

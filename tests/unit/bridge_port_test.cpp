@@ -20,13 +20,13 @@ TEST_F(bridge_port, of_an_unknown_type_still_links_its_bridge)
     for (u16 type = 0; type <= 12; ++type) {
         const gpon_raw_mbpcd port = {
             .instID = 1, .bridgeID = 1, .tpType = static_cast<u8>(type), .tpPointer = 9};
-        gpon_me_cmd cmd = command(CREATE, 47, 1, &port);
+        gpon_me_cmd cmd = command(CREATE, me_class::mbpcd, 1, &port);
         const bool known = type == 1 || type == 3 || type == 5 || type == 6 || type == 11;
         EXPECT_EQ(mbpcd_attr_tp_type_op(&cmd), known ? 0 : -1) << type;
     }
     gpon::test::create_bridge(7);
     create_port(0x55, 4);
-    EXPECT_THAT(recorded(45, 7, 47), ElementsAre(0x55));
+    EXPECT_THAT(recorded(me_class::mbsp, 7, me_class::mbpcd), ElementsAre(0x55));
 }
 
 TEST_F(bridge_port, turns_frames_that_enter_the_bridge_and_forwards_those_that_leave_it)
@@ -44,7 +44,7 @@ TEST_F(bridge_port, turns_frames_that_enter_the_bridge_and_forwards_those_that_l
           pass{5, UP_UNI, 1, 0}, pass{6, DOWN_UNI, 1, 0}}) {
         create_port(1, p.tp_type);
         result = {};
-        EXPECT_EQ(forward(mbpcd_forward, 47, 1, p.fwd_flag), 0);
+        EXPECT_EQ(forward(mbpcd_forward, me_class::mbpcd, 1, p.fwd_flag), 0);
         EXPECT_EQ(result.ret_val, p.status) << int{p.tp_type} << ' ' << p.fwd_flag;
         EXPECT_EQ(result.turn_inst_id, p.turn) << int{p.tp_type} << ' ' << p.fwd_flag;
     }
@@ -57,7 +57,7 @@ TEST_F(bridge_port, of_no_side_stops_every_packet_with_a_warning)
         create_port(1, type);
         log_lines();
         for (const u16 fwd_flag : u16s{UP_ANI, UP_UNI, DOWN_ANI, DOWN_UNI}) {
-            EXPECT_EQ(forward(mbpcd_forward, 47, 1, fwd_flag), 0);
+            EXPECT_EQ(forward(mbpcd_forward, me_class::mbpcd, 1, fwd_flag), 0);
             EXPECT_EQ(result.ret_val, FLOW_PKT_NOT_FORWARD);
             EXPECT_THAT(log_lines(),
                         ElementsAre("**WARNING**mbpcd_forward [0]: fwd_info->fwd_flag(" +
@@ -73,7 +73,7 @@ TEST_F(bridge_port, on_the_uni_side_with_a_filter_fails_frames_in_both_direction
     gponDebugLevel = 1;
     for (const u16 fwd_flag : u16s{UP_UNI, DOWN_UNI}) {
         log_lines();
-        EXPECT_EQ(forward(mbpcd_forward, 47, 1, fwd_flag), 0);
+        EXPECT_EQ(forward(mbpcd_forward, me_class::mbpcd, 1, fwd_flag), 0);
         EXPECT_EQ(result.ret_val, FLOW_PKT_NOT_FORWARD);
         EXPECT_THAT(log_lines(),
                     ElementsAre("***ERROR***[vtfd_filter_handle][0]: op_info->fwd_flag(" +
@@ -86,15 +86,15 @@ TEST_F(bridge_port, runs_vlan_operations_before_the_filter_on_entry_and_after_it
 {
     create_port(1, 5);
     create_filter(1);
-    link(47, 1, 78, 4);
-    link(47, 1, 171, 5);
+    link(me_class::mbpcd, 1, me_class::vtocd, 4);
+    link(me_class::mbpcd, 1, me_class::evtocd, 5);
     const std::string first = "***TRACE***[vtocd_operation][0]: Enter";
     const std::string second = "***TRACE***[evtocd_operation][0]: Enter";
     const std::string filter = "***TRACE***[vtfd_filter_handle][0]: enter";
     const auto order = [&](u16 fwd_flag) {
         gponDebugLevel = 4;
         log_lines();
-        EXPECT_EQ(forward(mbpcd_forward, 47, 1, fwd_flag), 0);
+        EXPECT_EQ(forward(mbpcd_forward, me_class::mbpcd, 1, fwd_flag), 0);
         std::vector<std::string> lines = log_lines();
         std::erase_if(lines, [&](const std::string& line) {
             return line != first && line != second && line != filter;

@@ -27,7 +27,7 @@ class class_fixture : public packet_fixture {
 protected:
     static constexpr u8 CREATE = ZR_OMCI_MSG_TYPE_CREAT;
 
-    template <typename Raw> static void create(u16 class_id, const Raw& raw, u16 mask = 0xffff)
+    template <typename Raw> static void create(me_class class_id, const Raw& raw, u16 mask = 0xffff)
     {
         EXPECT_EQ(gpon::test::apply(CREATE, class_id, raw.instID, &raw, mask), 0);
     }
@@ -36,29 +36,30 @@ protected:
     {
         gpon_raw_mapper raw = {};
         raw.instID = id;
-        create(130, raw);
+        create(me_class::mapper, raw);
     }
 
     static void create_gem_iw(u16 id, u16 ctp = 1)
     {
-        create(266, gpon_raw_gemiw{.instID = id, .gemCTPInstID = ctp});
+        create(me_class::gemiw, gpon_raw_gemiw{.instID = id, .gemCTPInstID = ctp});
     }
 
     static void create_multicast_gem_iw(u16 id, u16 ctp = 1)
     {
-        create(281, gpon_raw_multigemiw{.instID = id, .GemCTPInstID = ctp});
+        create(me_class::multigemiw, gpon_raw_multigemiw{.instID = id, .GemCTPInstID = ctp});
     }
 
     static void create_port(u16 id, u8 tp_type, u16 pointer = 1)
     {
-        create(47, gpon_raw_mbpcd{
-                       .instID = id, .bridgeID = 7, .tpType = tp_type, .tpPointer = pointer});
+        create(
+            me_class::mbpcd,
+            gpon_raw_mbpcd{.instID = id, .bridgeID = 7, .tpType = tp_type, .tpPointer = pointer});
     }
 
     /* A filter that lets every frame pass. */
     static void create_filter(u16 id)
     {
-        create(84,
+        create(me_class::vtfd,
                gpon_raw_vtfd{
                    .instID = id, .vlanFilterList = {}, .forwardOperation = 0, .vlanFilterNums = 0});
     }
@@ -69,29 +70,29 @@ protected:
         create_mapper(1);
         create_gem_iw(1);
         create_multicast_gem_iw(1);
-        create(11, gpon_raw_pptp{.instID = 1});
-        create(329, gpon_raw_veip{.instID = 1});
+        create(me_class::pptp, gpon_raw_pptp{.instID = 1});
+        create(me_class::veip, gpon_raw_veip{.instID = 1});
         gpon_raw_gemctp ctp = {};
         ctp.instID = 1;
         ctp.portID = 5;
         ctp.direction = 3;
-        create(268, ctp);
+        create(me_class::gemctp, ctp);
     }
 
     /* Ties an operation of class 78 or 171 to an instance; no command can. */
-    static void link(u16 holder_class, u16 holder, u16 class_id, u16 id)
+    static void link(me_class holder_class, u16 holder, me_class class_id, u16 id)
     {
-        gpon_me_inst* inst = gpon::find_inst(
-            gpon::mirrored_class(gpon::to_me_class(holder_class))->list_info->head, holder);
-        gpon_me_related_info* row = gpon::find_row(inst->related, gpon::to_me_class(class_id));
+        gpon_me_inst* inst =
+            gpon::find_inst(gpon::mirrored_class(holder_class)->list_info->head, holder);
+        gpon_me_related_info* row = gpon::find_row(inst->related, class_id);
         gpon::store_related_id(row->related_ids[0], {.instExist = 1, .instId = id});
     }
 
     using forward_function = i32 (*)(sk_buff*, const gpon_fwd_info*, gpon_walk_result*);
 
-    i32 forward(forward_function function, u16 class_id, u16 id, u16 fwd_flag)
+    i32 forward(forward_function function, me_class class_id, u16 id, u16 fwd_flag)
     {
-        const gpon_fwd_info info = {gpon::to_me_class(class_id), id, fwd_flag};
+        const gpon_fwd_info info = {class_id, id, fwd_flag};
         const gpon::rcu_reader reader;
         gpon::test::forget_found(result);
         return function(&skb, &info, &result);

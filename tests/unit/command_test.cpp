@@ -52,6 +52,7 @@ template <int Number> i32 handler(gpon_me_cmd* cmd)
 const gpon_me_attr_op test_ops[] = {
     {0x8000, handler<1>}, {0x8008, nullptr}, {0x3000, handler<2>}, {0xb000, handler<3>}, {}};
 const gpon_me_related_info test_links[] = {{}};
+constexpr me_class own_id = gpon::to_me_class(700);
 
 class own_class : public loaded_module {
 protected:
@@ -61,7 +62,7 @@ protected:
     i32 create(u16 id, u32 value, u16 mask)
     {
         const test_record raw = {id, value};
-        sent = command(CREATE, 700, id, &raw, mask);
+        sent = command(CREATE, own_id, id, &raw, mask);
         return gpon_flow_me_general_create(&entry, &sent);
     }
     std::vector<int> called() const
@@ -75,7 +76,7 @@ protected:
     list_head head = {&head, &head};
     gpon_me_list_info info = {
         nullptr, sizeof(test_record), test_links, sizeof(test_links), nullptr, test_ops, &head};
-    gpon_me_entry entry = {gpon::to_me_class(700), "OWN", 1, &info, nullptr};
+    gpon_me_entry entry = {own_id, "OWN", 1, &info, nullptr};
     gpon_me_cmd sent = {};
 };
 
@@ -99,7 +100,7 @@ TEST_F(own_class, handlers_run_in_row_order_when_a_bit_of_their_mask_is_set)
 TEST_F(own_class, handlers_see_a_copy_of_the_attributes)
 {
     const test_record raw = {1, 77};
-    sent = command(CREATE, 700, 1, &raw, 0x8000);
+    sent = command(CREATE, own_id, 1, &raw, 0x8000);
     EXPECT_EQ(gpon_flow_me_general_create(&entry, &sent), 0);
     ASSERT_THAT(handler_calls, testing::SizeIs(2));
     EXPECT_EQ(handler_calls[0].value, 77u);
@@ -124,7 +125,7 @@ TEST_F(own_class, the_instance_is_stored_before_the_handlers_run)
     EXPECT_EQ(create(5, 0, 0xffff), 0);
     EXPECT_TRUE(stored);
     stored = false;
-    sent = command(DELETE, 700, 5, nullptr, 0);
+    sent = command(DELETE, own_id, 5, nullptr, 0);
     EXPECT_EQ(gpon_flow_me_general_delete(&entry, &sent), 0);
     EXPECT_TRUE(stored) << "a delete runs them while the instance is still there";
     EXPECT_THAT(ids_of(head), IsEmpty());
@@ -134,7 +135,7 @@ TEST_F(own_class, delete_runs_every_handler_with_the_stored_record)
 {
     create(1, 1234, 0);
     const test_record other = {1, 5};
-    sent = command(DELETE, 700, 1, &other, 0);
+    sent = command(DELETE, own_id, 1, &other, 0);
     EXPECT_EQ(gpon_flow_me_general_delete(&entry, &sent), 0);
     EXPECT_THAT(called(), ElementsAre(1, 2, 3));
     for (const handler_call& call : handler_calls) {
@@ -146,7 +147,7 @@ TEST_F(own_class, delete_runs_every_handler_with_the_stored_record)
 
 TEST_F(own_class, delete_of_an_absent_instance_runs_every_handler_with_a_zeroed_record)
 {
-    sent = command(DELETE, 700, 1, nullptr, 0);
+    sent = command(DELETE, own_id, 1, nullptr, 0);
     EXPECT_EQ(gpon_flow_me_general_delete(&entry, &sent), 0);
     EXPECT_THAT(called(), ElementsAre(1, 2, 3));
     EXPECT_EQ(handler_calls[0].value, 0u);
@@ -169,7 +170,7 @@ TEST_F(own_class, without_handler_table_a_delete_just_deletes)
     create(1, 0, 0);
     info.attr_ops = nullptr;
     const uint64_t allocations = gpon::host::memory().allocations;
-    sent = command(DELETE, 700, 1, nullptr);
+    sent = command(DELETE, own_id, 1, nullptr);
     EXPECT_EQ(gpon_flow_me_general_delete(&entry, &sent), 0);
     EXPECT_THAT(ids_of(head), IsEmpty());
     EXPECT_EQ(gpon::host::memory().allocations, allocations);
@@ -178,7 +179,7 @@ TEST_F(own_class, without_handler_table_a_delete_just_deletes)
 TEST_F(own_class, without_list_a_delete_does_nothing)
 {
     entry.list_info = nullptr;
-    sent = command(DELETE, 700, 1, nullptr);
+    sent = command(DELETE, own_id, 1, nullptr);
     EXPECT_EQ(gpon_flow_me_general_delete(&entry, &sent), 0);
     EXPECT_THAT(called(), IsEmpty());
     entry.list_info = &info;
@@ -197,7 +198,7 @@ TEST_F(own_class, a_create_that_cannot_be_stored_runs_no_handler)
 
 TEST_F(own_class, missing_arguments_are_reported)
 {
-    sent = command(CREATE, 700, 1, nullptr);
+    sent = command(CREATE, own_id, 1, nullptr);
     gponDebugLevel = LOG_ERROR;
     EXPECT_EQ(gpon_flow_me_general_create(nullptr, &sent), -1);
     EXPECT_EQ(gpon_flow_me_general_create(&entry, nullptr), -1);
@@ -236,13 +237,14 @@ TEST_F(control_record, every_me_command_deletes_the_rules_even_if_it_fails)
     const gpon_raw_mbsp raw = {};
     struct {
         u8 msg_type;
-        u16 class_id;
+        me_class class_id;
         const void* raw;
         i32 result;
-    } const commands[] = {{CREATE, 45, &raw, 0},    {SET, 45, &raw, 0},
-                          {DELETE, 45, nullptr, 0}, {CREATE, 46, &raw, -1},
-                          {CREATE, 999, &raw, -1},  {5, 45, &raw, 0},
-                          {CREATE, 45, nullptr, -1}};
+    } const commands[] = {
+        {CREATE, me_class::mbsp, &raw, 0},          {SET, me_class::mbsp, &raw, 0},
+        {DELETE, me_class::mbsp, nullptr, 0},       {CREATE, gpon::to_me_class(46), &raw, -1},
+        {CREATE, gpon::to_me_class(999), &raw, -1}, {5, me_class::mbsp, &raw, 0},
+        {CREATE, me_class::mbsp, nullptr, -1}};
     for (const auto& sent : commands) {
         learn_a_rule();
         EXPECT_EQ(apply(sent.msg_type, sent.class_id, 1, sent.raw), sent.result);
@@ -347,7 +349,7 @@ TEST_F(control_record, a_set_is_a_create)
 {
     const gpon_raw_mbsp raw = {
         .instID = 5, .uniBridgingEnable = 0, .helloTime = 7, .dynFilterAgingTime = 0};
-    EXPECT_EQ(apply(SET, 45, 5, &raw), 0);
+    EXPECT_EQ(apply(SET, me_class::mbsp, 5, &raw), 0);
     EXPECT_THAT(ids_of(gpon_mbsp_list), ElementsAre(5));
 }
 
@@ -355,7 +357,7 @@ TEST_F(control_record, the_command_s_id_counts_not_the_record_s)
 {
     const gpon_raw_mbsp raw = {
         .instID = 9, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
-    EXPECT_EQ(apply(CREATE, 45, 5, &raw), 0);
+    EXPECT_EQ(apply(CREATE, me_class::mbsp, 5, &raw), 0);
     EXPECT_THAT(ids_of(gpon_mbsp_list), ElementsAre(5));
 }
 
@@ -363,7 +365,7 @@ TEST_F(control_record, a_failed_handler_keeps_the_others_running)
 {
     create_bridge(1);
     EXPECT_EQ(create_port(0x101, 1, 4, 9), 0) << "no class for TP type 4";
-    EXPECT_THAT(recorded(45, 1, 47), ElementsAre(0x101));
+    EXPECT_THAT(recorded(me_class::mbsp, 1, me_class::mbpcd), ElementsAre(0x101));
 }
 
 } // namespace

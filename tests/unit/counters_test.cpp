@@ -189,8 +189,8 @@ void build_upstream_path()
     const gpon_raw_gemctp ctp = {1, 1025, 0x8000, 3, 0, 0, 0};
     const gpon_raw_gemiw tp = {0x11, 1};
     gpon::test::create_bridge(1);
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 1, &ctp);
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &tp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, 1, &ctp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &tp);
     gpon::test::create_port(0x1001, 1, 5, 0x11);
 }
 
@@ -201,7 +201,7 @@ void create_filter()
                                   .vlanFilterList = {0, 100},
                                   .forwardOperation = 0x0b,
                                   .vlanFilterNums = 1};
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 0x1001, &filter);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::vtfd, 0x1001, &filter);
 }
 
 TEST_F(counters, a_walk_without_memory_is_neither_filtered_nor_without_a_path)
@@ -365,7 +365,7 @@ TEST_F(counters, commands_are_counted_by_type_and_result)
     raw.instID = 7;
     gpon_flow_cmd record = {};
     record.cmd = GPON_FLOW_CMD_ME;
-    record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 7, &raw);
+    record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 7, &raw);
     gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
     EXPECT_THAT(changes(),
                 UnorderedElementsAre(Pair("me_create_done", 1u), Pair("flushes_by_command", 1u)));

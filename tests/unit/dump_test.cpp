@@ -48,13 +48,14 @@ protected:
     {
         if (rows.empty())
             give_links({});
-        const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 700, id, &id);
+        const gpon_me_cmd cmd =
+            gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, gpon::to_me_class(700), id, &id);
         EXPECT_EQ(gpon_flow_list_add_inst(&entry, &cmd), 0);
         return gpon::find_inst(&list, id);
     }
-    static void link(gpon_me_inst* inst, u16 class_id, std::vector<u16> ids)
+    static void link(gpon_me_inst* inst, me_class class_id, std::vector<u16> ids)
     {
-        gpon_me_related_info* row = gpon::find_row(inst->related, gpon::to_me_class(class_id));
+        gpon_me_related_info* row = gpon::find_row(inst->related, class_id);
         for (size_t i = 0; i < ids.size(); ++i)
             row->related_ids[i] = {1, ids[i]};
     }
@@ -107,7 +108,7 @@ TEST_F(instance_dump, single_links_follow_the_printer_s_columns)
     printed = {"titles | ", "values | ", "", 9};
     give_links({{me_class::mbpcd, "short", nullptr, 1},
                 {gpon::to_me_class(48), "twelve_chars", nullptr, 1}});
-    link(add(1), 47, {0x1a});
+    link(add(1), me_class::mbpcd, {0x1a});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "titles |      short | twelve_chars | ", dashes(37),
                                     "values |     0x001a |          N/A | ", dashes(37)));
 }
@@ -129,8 +130,8 @@ TEST_F(instance_dump, lists_are_below_the_row_and_not_in_the_header)
                 {gpon::to_me_class(48), "link", nullptr, 1},
                 {gpon::to_me_class(49), "second", nullptr, 3}});
     gpon_me_inst* inst = add(1);
-    link(inst, 47, {7});
-    link(inst, 49, {8, 9});
+    link(inst, me_class::mbpcd, {7});
+    link(inst, gpon::to_me_class(49), {8, 9});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "T |       link | ", dashes(17), "V |        N/A | ",
                                     "first = 0x0007 ", "second = 0x0008 0x0009 ", dashes(17)));
 }
@@ -141,10 +142,10 @@ TEST_F(instance_dump, a_full_list_has_no_line_end_so_the_next_one_shares_its_lin
     give_links(
         {{me_class::mbpcd, "first", nullptr, 2}, {gpon::to_me_class(49), "second", nullptr, 2}});
     gpon_me_inst* inst = add(1);
-    link(inst, 47, {1, 2});
+    link(inst, me_class::mbpcd, {1, 2});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "T | ", dashes(4), "V | ",
                                     "first = 0x0001 0x0002 second = ", dashes(4)));
-    link(inst, 49, {3, 4});
+    link(inst, gpon::to_me_class(49), {3, 4});
     EXPECT_THAT(dump(), ElementsAre(TITLE, "T | ", dashes(4), "V | ",
                                     "first = 0x0001 0x0002 second = 0x0003 0x0004 " + dashes(4)));
 }
@@ -267,8 +268,8 @@ TEST_F(instance_dump, two_list_rows_share_511_characters)
     printed = {"T | ", "V | ", "", 4};
     give_links({{me_class::mbpcd, "a", nullptr, 70}, {gpon::to_me_class(48), "b", nullptr, 70}});
     gpon_me_inst* inst = add(1);
-    link(inst, 47, std::vector<u16>(70, 0xabcd));
-    link(inst, 48, std::vector<u16>(3, 0xef01));
+    link(inst, me_class::mbpcd, std::vector<u16>(70, 0xabcd));
+    link(inst, gpon::to_me_class(48), std::vector<u16>(3, 0xef01));
     std::string wanted = "a = ";
     for (int i = 0; i < 70; ++i)
         wanted += "0xabcd ";
@@ -342,7 +343,7 @@ TEST_F(bridge_ports, show_in_full_up_to_71_with_their_line_end)
 TEST_F(bridge_ports, of_512_in_one_list_row_the_text_is_cut)
 {
     fill_bridge(512);
-    EXPECT_EQ(gpon::test::recorded(45, 1, 47).size(), 512u);
+    EXPECT_EQ(gpon::test::recorded(me_class::mbsp, 1, me_class::mbpcd).size(), 512u);
     EXPECT_EQ(list_line(), wanted(512).substr(0, 511) + dashes(67));
 }
 
@@ -352,7 +353,7 @@ TEST_F(bridge_ports, more_than_512_change_nothing)
     const std::string full = list_line();
     EXPECT_EQ(gpon::test::create_port(513, 1), 0);
     EXPECT_EQ(list_line(), full);
-    EXPECT_EQ(gpon::test::recorded(45, 1, 47).size(), 512u);
+    EXPECT_EQ(gpon::test::recorded(me_class::mbsp, 1, me_class::mbpcd).size(), 512u);
 }
 
 } // namespace

@@ -56,27 +56,27 @@ protected:
         static const gpon_raw_tcont tcont = {0x8005, 5, 1};
         static const gpon_raw_ts scheduler = {0x8006, 0x8005, 0, 1, 1};
         static const gpon_raw_vtocd vlan = {1};
-        return {[] { return apply(CREATE, 45, 1, &bridge); },
-                [] { return apply(CREATE, 280, 1, &descriptor); },
-                [] { return apply(CREATE, 268, 1, &ctp); },
-                [] { return apply(CREATE, 266, 0x11, &tp); },
-                [] { return apply(CREATE, 281, 0x12, &multicast); },
-                [] { return apply(CREATE, 130, 1, &mapper); },
-                [] { return apply(CREATE, 47, 0x101, &uni); },
-                [] { return apply(CREATE, 47, 0x1001, &ani); },
-                [] { return apply(SET, 47, 0x102, &veip); },
-                [] { return apply(CREATE, 84, 0x1001, &filter); },
-                [] { return apply(SET, 277, 7, &queue); },
-                [] { return apply(SET, 262, 0x8005, &tcont); },
-                [] { return apply(SET, 278, 0x8006, &scheduler); },
-                [] { return apply(CREATE, 78, 1, &vlan); },
-                [] { return apply(CREATE, 171, 1, &vlan); },
-                [] { return apply(SET, 130, 1, &mapper); },
-                [] { return apply(SET, 47, 0x1001, &ani); },
-                [] { return apply(DELETE, 84, 0x1001, nullptr); },
-                [] { return apply(DELETE, 47, 0x1001, nullptr); },
-                [] { return apply(DELETE, 268, 1, nullptr); },
-                [] { return apply(DELETE, 130, 9, nullptr); },
+        return {[] { return apply(CREATE, me_class::mbsp, 1, &bridge); },
+                [] { return apply(CREATE, me_class::td, 1, &descriptor); },
+                [] { return apply(CREATE, me_class::gemctp, 1, &ctp); },
+                [] { return apply(CREATE, me_class::gemiw, 0x11, &tp); },
+                [] { return apply(CREATE, me_class::multigemiw, 0x12, &multicast); },
+                [] { return apply(CREATE, me_class::mapper, 1, &mapper); },
+                [] { return apply(CREATE, me_class::mbpcd, 0x101, &uni); },
+                [] { return apply(CREATE, me_class::mbpcd, 0x1001, &ani); },
+                [] { return apply(SET, me_class::mbpcd, 0x102, &veip); },
+                [] { return apply(CREATE, me_class::vtfd, 0x1001, &filter); },
+                [] { return apply(SET, me_class::pq, 7, &queue); },
+                [] { return apply(SET, me_class::tcont, 0x8005, &tcont); },
+                [] { return apply(SET, me_class::ts, 0x8006, &scheduler); },
+                [] { return apply(CREATE, me_class::vtocd, 1, &vlan); },
+                [] { return apply(CREATE, me_class::evtocd, 1, &vlan); },
+                [] { return apply(SET, me_class::mapper, 1, &mapper); },
+                [] { return apply(SET, me_class::mbpcd, 0x1001, &ani); },
+                [] { return apply(DELETE, me_class::vtfd, 0x1001, nullptr); },
+                [] { return apply(DELETE, me_class::mbpcd, 0x1001, nullptr); },
+                [] { return apply(DELETE, me_class::gemctp, 1, nullptr); },
+                [] { return apply(DELETE, me_class::mapper, 9, nullptr); },
                 [] { return gpon_flow_clean_all_me_inst(); }};
     }
 
@@ -191,11 +191,12 @@ TEST_F(store_under_faults, every_allocation_of_every_packet_may_fail)
             EXPECT_TRUE(returned->api_result == 0 || returned->api_result == 1);
             EXPECT_EQ(packet.flag_word, 0u);
             expect_store_whole();
-            EXPECT_EQ(apply(DELETE, 84, 0x9999, nullptr), 0) << "flushes what was learnt";
+            EXPECT_EQ(apply(DELETE, me_class::vtfd, 0x9999, nullptr), 0)
+                << "flushes what was learnt";
             gpon::host::rcu_settle();
             EXPECT_EQ(gpon::host::memory().live_blocks, before);
             EXPECT_EQ(gpon::host::hook(kind, 0, &packet)->api_result, 0) << "the next packet";
-            EXPECT_EQ(apply(DELETE, 84, 0x9999, nullptr), 0);
+            EXPECT_EQ(apply(DELETE, me_class::vtfd, 0x9999, nullptr), 0);
             if (!fired || HasFailure())
                 break;
             ++faults;

@@ -102,7 +102,7 @@ protected:
     static void set_filter(u32 code, u8 listed)
     {
         const gpon_raw_vtfd raw = {1, {LISTED[0], LISTED[1]}, static_cast<u8>(code), listed};
-        ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 1, &raw), 0);
+        ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::vtfd, 1, &raw), 0);
     }
 
     u8 frame[20] = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0};

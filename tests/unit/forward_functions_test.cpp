@@ -49,7 +49,7 @@ TEST_P(forward_function, reports_null_arguments)
 TEST_P(forward_function, of_an_absent_instance_ends_the_branch_or_fails)
 {
     result.ret_val = 9;
-    EXPECT_EQ(forward(GetParam().forward, 0, 77, UP_ANI), GetParam().returned);
+    EXPECT_EQ(forward(GetParam().forward, me_class::none, 77, UP_ANI), GetParam().returned);
     EXPECT_EQ(result.ret_val, GetParam().status);
 }
 
@@ -73,7 +73,8 @@ struct refused_direction {
     const char* name;
     function forward;
     const char* prefix;
-    u16 class_id, fwd_flag;
+    me_class class_id;
+    u16 fwd_flag;
     i32 returned, status;
 };
 
@@ -97,13 +98,15 @@ TEST_P(wrong_direction, is_reported)
 INSTANTIATE_TEST_SUITE_P(
     of, wrong_direction,
     testing::Values(
-        refused_direction{"mapper", mapper_forward, "mapper_forward [0]", 130, 0, -1, 9},
-        refused_direction{"gem", gem_forward, "[gem_forward][0]", 266, UP_UNI, 0, 1},
-        refused_direction{"multi_gem", multi_gem_forward, "multi_gem_forward [0]", 281, UP_ANI, 0,
+        refused_direction{"mapper", mapper_forward, "mapper_forward [0]", me_class::mapper, 0, -1,
                           9},
-        refused_direction{"pptp", pptp_forward, "pptp_forward [0]", 11, UP_ANI, 0, 9},
-        refused_direction{"veip", veip_forward, "veip_forward [0]", 329, DOWN_ANI, 0, 9},
-        refused_direction{"gem_ctp", gem_ctp_forward, "gem_ctp_forward [0]", 268, DOWN_ANI, 0, 1}),
+        refused_direction{"gem", gem_forward, "[gem_forward][0]", me_class::gemiw, UP_UNI, 0, 1},
+        refused_direction{"multi_gem", multi_gem_forward, "multi_gem_forward [0]",
+                          me_class::multigemiw, UP_ANI, 0, 9},
+        refused_direction{"pptp", pptp_forward, "pptp_forward [0]", me_class::pptp, UP_ANI, 0, 9},
+        refused_direction{"veip", veip_forward, "veip_forward [0]", me_class::veip, DOWN_ANI, 0, 9},
+        refused_direction{"gem_ctp", gem_ctp_forward, "gem_ctp_forward [0]", me_class::gemctp,
+                          DOWN_ANI, 0, 1}),
     name_of);
 
 // ---- classes with VLAN operations
@@ -111,7 +114,8 @@ INSTANTIATE_TEST_SUITE_P(
 struct operated_step {
     const char* name;
     function forward;
-    u16 class_id, fwd_flag;
+    me_class class_id;
+    u16 fwd_flag;
 };
 
 class vlan_operations : public class_fixture, public testing::WithParamInterface<operated_step> {};
@@ -120,8 +124,8 @@ TEST_P(vlan_operations, run_in_the_step)
 {
     const operated_step& row = GetParam();
     create_one_of_each();
-    link(row.class_id, 1, 78, 2);
-    link(row.class_id, 1, 171, 3);
+    link(row.class_id, 1, me_class::vtocd, 2);
+    link(row.class_id, 1, me_class::evtocd, 3);
     gponDebugLevel = 4;
     log_lines();
     EXPECT_EQ(forward(row.forward, row.class_id, 1, row.fwd_flag), 0);
@@ -131,13 +135,13 @@ TEST_P(vlan_operations, run_in_the_step)
     EXPECT_THAT(lines, Contains("***TRACE***[evtocd_operation][0]: Enter"));
 }
 
-INSTANTIATE_TEST_SUITE_P(of, vlan_operations,
-                         testing::Values(operated_step{"mapper", mapper_forward, 130, UP_ANI},
-                                         operated_step{"gem", gem_forward, 266, DOWN_ANI},
-                                         operated_step{"multi_gem", multi_gem_forward, 281,
-                                                       DOWN_ANI},
-                                         operated_step{"pptp", pptp_forward, 11, UP_UNI},
-                                         operated_step{"veip", veip_forward, 329, DOWN_UNI}),
-                         name_of);
+INSTANTIATE_TEST_SUITE_P(
+    of, vlan_operations,
+    testing::Values(operated_step{"mapper", mapper_forward, me_class::mapper, UP_ANI},
+                    operated_step{"gem", gem_forward, me_class::gemiw, DOWN_ANI},
+                    operated_step{"multi_gem", multi_gem_forward, me_class::multigemiw, DOWN_ANI},
+                    operated_step{"pptp", pptp_forward, me_class::pptp, UP_UNI},
+                    operated_step{"veip", veip_forward, me_class::veip, DOWN_UNI}),
+    name_of);
 
 } // namespace

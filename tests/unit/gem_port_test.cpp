@@ -24,7 +24,7 @@ class gem_port : public class_fixture {};
 
 TEST_F(gem_port, two_handlers_return_zero_for_missing_data)
 {
-    gpon_me_cmd cmd = command(CREATE, 268, 1, nullptr);
+    gpon_me_cmd cmd = command(CREATE, me_class::gemctp, 1, nullptr);
     gponDebugLevel = 1;
     EXPECT_EQ(gem_ctp_attr_tcont_op(&cmd), 0);
     EXPECT_EQ(gem_ctp_attr_pq_op(&cmd), 0);
@@ -39,14 +39,14 @@ TEST_F(gem_port, a_pointer_of_zero_is_no_pointer)
 {
     gpon_raw_gemctp ctp = {};
     ctp.instID = 1;
-    create(268, ctp);
+    create(me_class::gemctp, ctp);
     EXPECT_THAT(gpon::test::ids_of(gpon_tcont_list), IsEmpty());
     EXPECT_THAT(gpon::test::ids_of(gpon_pq_list), IsEmpty());
     ctp.tcontID = 0x8001;
     ctp.trafficMgrPtrUp = 5;
-    create(268, ctp);
-    EXPECT_THAT(recorded(262, 0x8001, 268), ElementsAre(1));
-    EXPECT_THAT(recorded(277, 5, 268), ElementsAre(1));
+    create(me_class::gemctp, ctp);
+    EXPECT_THAT(recorded(me_class::tcont, 0x8001, me_class::gemctp), ElementsAre(1));
+    EXPECT_THAT(recorded(me_class::pq, 5, me_class::gemctp), ElementsAre(1));
 }
 
 TEST_F(gem_port, under_rate_control_links_no_queue)
@@ -55,31 +55,31 @@ TEST_F(gem_port, under_rate_control_links_no_queue)
     gpon_raw_gemctp ctp = {};
     ctp.instID = 1;
     ctp.trafficMgrPtrUp = 5;
-    create(268, ctp);
+    create(me_class::gemctp, ctp);
     EXPECT_THAT(gpon::test::ids_of(gpon_pq_list), IsEmpty());
 }
 
 TEST_F(gem_port, attribute_seven_links_the_downstream_traffic_descriptor)
 {
     for (const u16 id : u16s{1, 2})
-        create(280, gpon_raw_td{.instID = id,
-                                .cir = 0,
-                                .pir = 0,
-                                .cbs = 0,
-                                .pbs = 0,
-                                .colourMode = 0,
-                                .ingressColourMode = 0,
-                                .egressColourMode = 0,
-                                .meterType = 0});
+        create(me_class::td, gpon_raw_td{.instID = id,
+                                         .cir = 0,
+                                         .pir = 0,
+                                         .cbs = 0,
+                                         .pbs = 0,
+                                         .colourMode = 0,
+                                         .ingressColourMode = 0,
+                                         .egressColourMode = 0,
+                                         .meterType = 0});
     gpon_raw_gemctp ctp = {};
     ctp.instID = 9;
     ctp.TDProPtrUp = 1;
     ctp.TDProPtrDown = 2;
-    create(268, ctp, 0x0200);
-    EXPECT_THAT(recorded(280, 1, 268), IsEmpty());
-    EXPECT_THAT(recorded(280, 2, 268), ElementsAre(9));
-    create(268, ctp, 0x0800);
-    EXPECT_THAT(recorded(280, 1, 268), ElementsAre(9));
+    create(me_class::gemctp, ctp, 0x0200);
+    EXPECT_THAT(recorded(me_class::td, 1, me_class::gemctp), IsEmpty());
+    EXPECT_THAT(recorded(me_class::td, 2, me_class::gemctp), ElementsAre(9));
+    create(me_class::gemctp, ctp, 0x0800);
+    EXPECT_THAT(recorded(me_class::td, 1, me_class::gemctp), ElementsAre(9));
 }
 
 TEST_F(gem_port, ends_the_walk_unless_it_is_downstream_only)
@@ -89,10 +89,10 @@ TEST_F(gem_port, ends_the_walk_unless_it_is_downstream_only)
         ctp.instID = 1;
         ctp.portID = 1025;
         ctp.direction = direction;
-        create(268, ctp);
+        create(me_class::gemctp, ctp);
         result = {};
         result.gemport_id = 7;
-        EXPECT_EQ(forward(gem_ctp_forward, 268, 1, UP_ANI), 0);
+        EXPECT_EQ(forward(gem_ctp_forward, me_class::gemctp, 1, UP_ANI), 0);
         const bool only_down = direction == 2;
         EXPECT_EQ(result.ret_val, only_down ? FLOW_PKT_NOT_FORWARD : FLOW_PKT_FORWARD_DONE)
             << direction;
@@ -114,7 +114,7 @@ TEST_F(gem_port, look_ups_return_the_first_match_and_log_no_miss)
         gpon_raw_gemctp ctp = {};
         ctp.instID = inst;
         ctp.portID = 5;
-        create(268, ctp);
+        create(me_class::gemctp, ctp);
         create_gem_iw(inst, 5);
         create_multicast_gem_iw(inst, 5);
     }

@@ -21,19 +21,19 @@ protected:
         ctp.instID = 1;
         ctp.portID = 1025;
         ctp.direction = 3;
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 1, &ctp);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, 1, &ctp);
         const gpon_raw_gemiw gem_iw = {.instID = 0x11, .gemCTPInstID = 1};
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &gem_iw);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &gem_iw);
         gpon_raw_mapper mapper = {};
         mapper.instID = 1;
         for (u16& pointer : mapper.pbit_GemIWTP)
             pointer = 0x11;
         mapper.unmark_frame_opt = 1;
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &mapper);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mapper, 1, &mapper);
         port(0x1001, 3, 1);
         const gpon_raw_vtfd filter = {
             .instID = 0x1001, .vlanFilterList = {}, .forwardOperation = 0, .vlanFilterNums = 0};
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 0x1001, &filter);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::vtfd, 0x1001, &filter);
         gpon::host::hook(4, 1, nullptr);
         // Nodes that the links above replaced are freed at a time of their own.
         gpon::host::rcu_settle();
@@ -43,7 +43,7 @@ protected:
     {
         const gpon_raw_mbpcd raw = {
             .instID = id, .bridgeID = 1, .tpType = tp_type, .tpPointer = pointer};
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 47, id, &raw);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, id, &raw);
     }
 
     int call(u32 kind)

@@ -148,8 +148,8 @@ TEST_F(hook_entry, the_mark_reaches_the_queue_choice_and_ends_with_the_call)
     const gpon_raw_gemctp ctp = {1, 1025, 0x8000, 3, 0, 0, 0};
     const gpon_raw_gemiw tp = {0x11, 1};
     create_bridge(1);
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 1, &ctp);
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &tp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, 1, &ctp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &tp);
     create_port(0x1001, 1, 5, 0x11);
     trace_this_frame();
     enable();

@@ -322,7 +322,7 @@ TEST_F(interpreter, clean_raw_data_keeps_the_links_of_deleted_instances)
                 ElementsAre("del classId = 47 instance [0101]",
                             "***ERROR***[gpon_flow_list_update_related_id][0] action error\r",
                             "***ERROR***[gpon_flow_list_delete_inst][0] Delete inst Success\r"));
-    EXPECT_THAT(gpon::test::recorded(45, 1, 47), ElementsAre(0x101));
+    EXPECT_THAT(gpon::test::recorded(me_class::mbsp, 1, me_class::mbpcd), ElementsAre(0x101));
 }
 
 TEST_F(interpreter, clean_raw_data_runs_the_handler_of_every_attribute)
@@ -332,10 +332,11 @@ TEST_F(interpreter, clean_raw_data_runs_the_handler_of_every_attribute)
     for (u16 priority = 0; priority < 8; ++priority) {
         const gpon_raw_gemiw gem_iw = {.instID = static_cast<u16>(0x11 + priority),
                                        .gemCTPInstID = 0};
-        ASSERT_EQ(gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, gem_iw.instID, &gem_iw), 0);
+        ASSERT_EQ(
+            gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, gem_iw.instID, &gem_iw), 0);
         raw.pbit_GemIWTP[priority] = gem_iw.instID;
     }
-    ASSERT_EQ(gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &raw), 0);
+    ASSERT_EQ(gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mapper, 1, &raw), 0);
     gponDebugLevel = LOG_ERROR;
     const std::vector<std::string> lines = run({"clean", "raw_data", "130", "1"});
     const std::string error = "***ERROR***[gpon_flow_list_update_related_id][0] action error\r";

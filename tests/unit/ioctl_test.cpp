@@ -22,7 +22,7 @@ protected:
     static gpon_flow_cmd create_bridge_record(const gpon_raw_mbsp* raw)
     {
         gpon_flow_cmd record = {};
-        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 1, raw);
+        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 1, raw);
         return record;
     }
     static long send(const void* record, u32 command = COMMAND)
@@ -158,7 +158,7 @@ TEST_F(ioctl_entry, hostile_addresses_are_refused_at_every_stage)
                                    uint64_t{1} << 63, ~uint64_t{0}, ~uint64_t{0} - 31}) {
         EXPECT_EQ(gpon::host::ioctl(COMMAND, address), -1);
         gpon_flow_cmd record = {};
-        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, nullptr);
+        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mapper, 1, nullptr);
         record.me.attr_data = address;
         EXPECT_EQ(send(&record), -1);
         record.cmd = GPON_FLOW_CMD_CFG_DATA;

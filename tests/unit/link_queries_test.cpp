@@ -28,19 +28,17 @@ bool operator==(const gpon_me_related_id& a, const gpon_me_related_id& b)
 class relation_query : public loaded_module {
 protected:
     // One call of either query; stores its result in `result`.
-    i32 forward(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
+    i32 forward(me_class class_id, u16 id, me_class sought, gpon_me_related_id previous)
     {
         result = previous;
-        const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
-                                              gpon::to_me_class(sought), &result};
+        const gpon_me_relation_query query = {class_id, id, sought, &result};
         const gpon::rcu_reader reader;
         return gpon_flow_me_get_related_id(&packet, &query);
     }
-    i32 reverse(u16 class_id, u16 id, u16 sought, gpon_me_related_id previous)
+    i32 reverse(me_class class_id, u16 id, me_class sought, gpon_me_related_id previous)
     {
         result = previous;
-        const gpon_me_relation_query query = {gpon::to_me_class(class_id), id,
-                                              gpon::to_me_class(sought), &result};
+        const gpon_me_relation_query query = {class_id, id, sought, &result};
         const gpon::rcu_reader reader;
         return gpon_flow_me_reverse_get_related_id(&packet, &query);
     }
@@ -63,9 +61,9 @@ protected:
 // One call of a query, and the instance that it returns, if any.
 struct query_step {
     const char* name;
-    u16 class_id;
+    me_class class_id;
     u16 id;
-    u16 sought;
+    me_class sought;
     gpon_me_related_id previous;
     gpon_me_related_id wanted;
 };
@@ -88,15 +86,16 @@ TEST_P(forward_step, finds_the_next_of_three_ports_of_a_bridge)
 }
 
 constexpr query_step forward_steps[] = {
-    {"starts_with_the_first_recorded", 45, 1, 47, START, after(0x101)},
-    {"continues_after_the_first", 45, 1, 47, after(0x101), after(0x102)},
-    {"continues_after_the_second", 45, 1, 47, after(0x102), after(0x103)},
-    {"ends_after_the_last", 45, 1, 47, after(0x103), NONE},
-    {"ends_after_an_id_that_is_not_recorded", 45, 1, 47, after(0x999), NONE},
-    {"an_absent_instance_has_no_first", 45, 9, 47, START, NONE},
-    {"an_absent_instance_has_no_next", 45, 9, 47, after(0x101), NONE},
-    {"a_class_without_row_has_no_result", 45, 1, 266, START, NONE},
-    {"an_empty_list_has_no_result", 84, 1, 47, START, NONE},
+    {"starts_with_the_first_recorded", me_class::mbsp, 1, me_class::mbpcd, START, after(0x101)},
+    {"continues_after_the_first", me_class::mbsp, 1, me_class::mbpcd, after(0x101), after(0x102)},
+    {"continues_after_the_second", me_class::mbsp, 1, me_class::mbpcd, after(0x102), after(0x103)},
+    {"ends_after_the_last", me_class::mbsp, 1, me_class::mbpcd, after(0x103), NONE},
+    {"ends_after_an_id_that_is_not_recorded", me_class::mbsp, 1, me_class::mbpcd, after(0x999),
+     NONE},
+    {"an_absent_instance_has_no_first", me_class::mbsp, 9, me_class::mbpcd, START, NONE},
+    {"an_absent_instance_has_no_next", me_class::mbsp, 9, me_class::mbpcd, after(0x101), NONE},
+    {"a_class_without_row_has_no_result", me_class::mbsp, 1, me_class::gemiw, START, NONE},
+    {"an_empty_list_has_no_result", me_class::vtfd, 1, me_class::mbpcd, START, NONE},
 };
 
 INSTANTIATE_TEST_SUITE_P(relations, forward_step, testing::ValuesIn(forward_steps), name_of_step);
@@ -108,9 +107,9 @@ TEST_F(forward_query, a_free_entry_hides_the_later_ones)
     deliberately_broken = true;
     three_ports();
     ports_of(1).related_ids[1] = {};
-    EXPECT_EQ(forward(45, 1, 47, after(0x101)), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, after(0x101)), 0);
     EXPECT_EQ(result.instExist, 0);
-    EXPECT_EQ(forward(45, 1, 47, after(0x103)), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, after(0x103)), 0);
     EXPECT_EQ(result.instExist, 0);
 }
 
@@ -119,9 +118,9 @@ TEST_F(forward_query, an_id_recorded_twice_comes_after_itself)
     create_bridge(1);
     create_port(0x101, 1);
     create_port(0x101, 1);
-    EXPECT_EQ(forward(45, 1, 47, START), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, START), 0);
     EXPECT_TRUE(result == after(0x101));
-    EXPECT_EQ(forward(45, 1, 47, result), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, result), 0);
     EXPECT_TRUE(result == after(0x101));
 }
 
@@ -131,21 +130,21 @@ TEST_F(forward_query, a_full_array_is_read_to_its_last_entry)
     gpon_me_related_info& ports = ports_of(1);
     for (i32 i = 0; i < 512; ++i)
         ports.related_ids[i] = after(static_cast<u16>(1000 + i));
-    EXPECT_EQ(forward(45, 1, 47, after(1510)), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, after(1510)), 0);
     EXPECT_TRUE(result == after(1511));
-    EXPECT_EQ(forward(45, 1, 47, result), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, result), 0);
     EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(forward_query, an_unknown_class_fails)
 {
     gponDebugLevel = LOG_ERROR;
-    EXPECT_EQ(forward(999, 1, 47, START), -1);
+    EXPECT_EQ(forward(gpon::to_me_class(999), 1, me_class::mbpcd, START), -1);
     EXPECT_THAT(log_lines(),
                 ElementsAre("***ERROR***[gpon_flow_me_get_by_classid][0]unkown reserved ME(999) .",
                             "***ERROR***[gpon_flow_me_get_related_id][0]the classId(999) can not "
                             "get the entry."));
-    EXPECT_EQ(forward(46, 1, 47, START), -1);
+    EXPECT_EQ(forward(gpon::to_me_class(46), 1, me_class::mbpcd, START), -1);
 }
 
 TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
@@ -155,9 +154,9 @@ TEST_F(forward_query, lost_memory_fails_silently_and_leaves_nothing)
     const uint64_t before = gpon::host::memory().live_blocks;
     gponDebugLevel = LOG_ERROR | LOG_WARNING;
     gpon::host::arm_fault(gpon::host::fault::alloc);
-    EXPECT_EQ(forward(45, 1, 47, START), -1);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, START), -1);
     EXPECT_THAT(log_lines(), IsEmpty());
-    EXPECT_EQ(forward(45, 1, 47, START), 0);
+    EXPECT_EQ(forward(me_class::mbsp, 1, me_class::mbpcd, START), 0);
     EXPECT_TRUE(result == after(0x101));
     EXPECT_EQ(gpon::host::memory().live_blocks, before);
 }
@@ -178,7 +177,7 @@ TEST_F(forward_query, traces_arguments_and_result)
 {
     three_ports();
     gponDebugLevel = LOG_TRACE;
-    forward(45, 1, 47, after(0x101));
+    forward(me_class::mbsp, 1, me_class::mbpcd, after(0x101));
     const std::string question =
         "***TRACE***[gpon_flow_me_get_related_id][0]the classId(45) InstanceId(1) "
         "related_classId(47).";
@@ -274,11 +273,13 @@ TEST_P(reverse_step, finds_the_next_of_two_bridges_of_a_port)
 }
 
 constexpr query_step reverse_steps[] = {
-    {"starts_with_the_first_created", 47, 0x101, 45, START, after(7)},
-    {"continues_in_creation_order", 47, 0x101, 45, after(7), after(3)},
-    {"ends_after_the_last", 47, 0x101, 45, after(3), NONE},
-    {"an_id_that_no_instance_recorded_has_no_result", 47, 0x999, 45, START, NONE},
-    {"a_class_that_no_instance_recorded_has_no_result", 266, 0x101, 45, START, NONE},
+    {"starts_with_the_first_created", me_class::mbpcd, 0x101, me_class::mbsp, START, after(7)},
+    {"continues_in_creation_order", me_class::mbpcd, 0x101, me_class::mbsp, after(7), after(3)},
+    {"ends_after_the_last", me_class::mbpcd, 0x101, me_class::mbsp, after(3), NONE},
+    {"an_id_that_no_instance_recorded_has_no_result", me_class::mbpcd, 0x999, me_class::mbsp, START,
+     NONE},
+    {"a_class_that_no_instance_recorded_has_no_result", me_class::gemiw, 0x101, me_class::mbsp,
+     START, NONE},
 };
 
 INSTANTIATE_TEST_SUITE_P(relations, reverse_step, testing::ValuesIn(reverse_steps), name_of_step);
@@ -286,7 +287,7 @@ INSTANTIATE_TEST_SUITE_P(relations, reverse_step, testing::ValuesIn(reverse_step
 TEST_F(reverse_query, an_empty_list_has_no_result)
 {
     gponDebugLevel = LOG_TRACE;
-    EXPECT_EQ(reverse(47, 0x101, 45, after(4)), -1);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x101, me_class::mbsp, after(4)), -1);
     EXPECT_EQ(result.instExist, 0);
     EXPECT_THAT(
         log_lines(),
@@ -300,15 +301,15 @@ TEST_F(reverse_query, the_last_matching_instance_ends_it)
 {
     two_bridges();
     create_bridge(9);
-    EXPECT_EQ(reverse(47, 0x101, 45, after(3)), -1);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x101, me_class::mbsp, after(3)), -1);
     EXPECT_EQ(result.instExist, 0);
 }
 
 TEST_F(reverse_query, ends_when_the_previous_result_was_deleted)
 {
     two_bridges();
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, 45, 7, nullptr);
-    EXPECT_EQ(reverse(47, 0x101, 45, after(7)), -1);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_DELETE, me_class::mbsp, 7, nullptr);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x101, me_class::mbsp, after(7)), -1);
     EXPECT_EQ(result.instExist, 0);
 }
 
@@ -317,14 +318,14 @@ TEST_F(reverse_query, a_free_entry_hides_the_later_ones)
     deliberately_broken = true;
     three_ports();
     ports_of(1).related_ids[1] = {};
-    EXPECT_EQ(reverse(47, 0x101, 45, START), 0);
-    EXPECT_EQ(reverse(47, 0x103, 45, START), -1);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x101, me_class::mbsp, START), 0);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x103, me_class::mbsp, START), -1);
 }
 
 TEST_F(reverse_query, an_unknown_class_fails)
 {
     gponDebugLevel = LOG_ERROR;
-    EXPECT_EQ(reverse(47, 1, 300, START), -1);
+    EXPECT_EQ(reverse(me_class::mbpcd, 1, gpon::to_me_class(300), START), -1);
     EXPECT_THAT(log_lines(),
                 ElementsAre("***ERROR***[gpon_flow_me_reverse_get_related_id][0]the classId(300) "
                             "can not get the entry."));
@@ -334,7 +335,7 @@ TEST_F(reverse_query, the_class_of_the_start_need_not_be_known)
 {
     two_bridges();
     gponDebugLevel = LOG_ERROR;
-    EXPECT_EQ(reverse(999, 1, 45, START), -1);
+    EXPECT_EQ(reverse(gpon::to_me_class(999), 1, me_class::mbsp, START), -1);
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
@@ -355,9 +356,9 @@ TEST_F(reverse_query, traces_every_row_and_entry_passed_over)
 {
     // The GEM interworking TP has rows for 47, 130, 78 and 171; only the second is looked into.
     const gpon_raw_gemiw tp = {0x11, 1};
-    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &tp);
+    gpon::test::apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &tp);
     gponDebugLevel = LOG_TRACE;
-    EXPECT_EQ(reverse(130, 1, 266, START), -1);
+    EXPECT_EQ(reverse(me_class::mapper, 1, me_class::gemiw, START), -1);
     const std::string question = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the "
                                  "classId(130) InstanceId(1) related_classId(266).";
     const std::string left = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]";
@@ -374,7 +375,7 @@ TEST_F(reverse_query, traces_the_entry_of_the_result)
 {
     three_ports();
     gponDebugLevel = LOG_TRACE;
-    EXPECT_EQ(reverse(47, 0x102, 45, START), 0);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x102, me_class::mbsp, START), 0);
     const std::string question = "***TRACE***[gpon_flow_me_reverse_get_related_id][0]the "
                                  "classId(47) InstanceId(258) related_classId(45).";
     EXPECT_THAT(
@@ -390,7 +391,7 @@ TEST_F(reverse_query, traces_the_point_of_resumption)
 {
     two_bridges();
     gponDebugLevel = LOG_TRACE;
-    EXPECT_EQ(reverse(47, 0x101, 45, after(5)), 0);
+    EXPECT_EQ(reverse(me_class::mbpcd, 0x101, me_class::mbsp, after(5)), 0);
     EXPECT_TRUE(result == after(3));
     EXPECT_THAT(log_lines(),
                 testing::IsSupersetOf(
@@ -406,10 +407,10 @@ TEST_F(traced_query, a_marked_packet_shows_its_queries_without_any_level)
 {
     three_ports();
     packet.flag_word = GPON_FLOW_TRACE_MARK;
-    forward(45, 1, 47, START);
+    forward(me_class::mbsp, 1, me_class::mbpcd, START);
     EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_flow_me_get_related_id][0] "
                                       "instExist=1,instId = 0x101"));
-    reverse(47, 0x101, 45, START);
+    reverse(me_class::mbpcd, 0x101, me_class::mbsp, START);
     EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_flow_me_reverse_get_related_id][0] "
                                       "instExist=1,instId = 0x1"));
     const gpon_me_relation_query nowhere = {me_class::mbsp, 1, me_class::mbpcd, nullptr};
@@ -423,7 +424,7 @@ TEST_F(traced_query, a_level_bit_of_the_packet_enables_other_levels)
     three_ports();
     packet.flag_word = LOG_WARNING;
     gponDebugLevel = LOG_WARNING;
-    forward(45, 1, 47, START);
+    forward(me_class::mbsp, 1, me_class::mbpcd, START);
     EXPECT_THAT(log_lines(), Contains("**WARNING**[gpon_flow_me_get_related_id][0]: Enter"));
 }
 
@@ -431,8 +432,8 @@ TEST_F(traced_query, an_unmarked_packet_is_silent)
 {
     three_ports();
     packet.flag_word = LOG_TRACE;
-    forward(45, 1, 47, START);
-    reverse(47, 0x101, 45, START);
+    forward(me_class::mbsp, 1, me_class::mbpcd, START);
+    reverse(me_class::mbpcd, 0x101, me_class::mbsp, START);
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 

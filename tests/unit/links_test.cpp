@@ -20,9 +20,9 @@ protected:
     related_ids() { EXPECT_EQ(gpon_flow_list_alloc_related_data(rows, table, sizeof(table)), 0); }
     ~related_ids() override { gpon_flow_list_free_related_data(rows); }
 
-    void apply(u8 msg_type, u16 id, u16 from_class = 47)
+    void apply(u8 msg_type, u16 id, me_class from_class = me_class::mbpcd)
     {
-        const gpon_me_related_update update = {.class_id = gpon::to_me_class(from_class),
+        const gpon_me_related_update update = {.class_id = from_class,
                                                .entity_id = id,
                                                .related_class_id = me_class::mbsp,
                                                .related_inst_id = 1,
@@ -233,8 +233,8 @@ INSTANTIATE_TEST_SUITE_P(related_ids, deleted_id, testing::ValuesIn(deletions),
 TEST_F(related_ids, delete_concerns_the_row_of_its_class)
 {
     apply(CREATE, 9);
-    apply(CREATE, 9, 84);
-    apply(DELETE, 9, 84);
+    apply(CREATE, 9, me_class::vtfd);
+    apply(DELETE, 9, me_class::vtfd);
     EXPECT_THAT(recorded(rows[0]), ElementsAre(9));
     EXPECT_THAT(recorded(rows[1]), IsEmpty());
 }
@@ -279,7 +279,7 @@ TEST_F(related_ids, delete_of_id_zero_finds_a_free_place)
 
 TEST_F(related_ids, each_class_has_its_own_row)
 {
-    apply(CREATE, 5, 84);
+    apply(CREATE, 5, me_class::vtfd);
     EXPECT_THAT(recorded(rows[0]), IsEmpty());
     EXPECT_THAT(recorded(rows[1]), ElementsAre(5));
 }
@@ -287,7 +287,7 @@ TEST_F(related_ids, each_class_has_its_own_row)
 TEST_F(related_ids, a_class_without_row_is_reported)
 {
     gponDebugLevel = LOG_ERROR;
-    for (const u16 from_class : u16s{0, 171}) {
+    for (const me_class from_class : {me_class::none, me_class::evtocd}) {
         apply(CREATE, 5, from_class);
         EXPECT_THAT(
             log_lines(),

@@ -21,7 +21,8 @@ protected:
     {
         const gpon_raw_mbsp raw = {
             .instID = id, .uniBridgingEnable = 1, .helloTime = hello_time, .dynFilterAgingTime = 0};
-        const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, id, &raw);
+        const gpon_me_cmd cmd =
+            gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, id, &raw);
         return gpon_flow_list_add_inst(&bridges, &cmd);
     }
     static gpon_me_inst* find(u16 id) { return gpon::find_inst(&gpon_mbsp_list, id); }
@@ -189,7 +190,7 @@ TEST_F(search_from_the_last, follows_an_instance_that_was_replaced)
 TEST_F(instance_list, an_add_without_class_list_template_or_command_fails)
 {
     const gpon_raw_mbsp raw = {};
-    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 1, &raw);
+    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 1, &raw);
     gpon_me_list_info no_head = mbspListInfo;
     no_head.head = nullptr;
     gpon_me_list_info no_template = mbspListInfo;

@@ -42,9 +42,11 @@ TEST_F(mapper, a_set_of_attribute_five_links_priority_three_only)
     raw.instID = 1;
     for (u16 i = 0; i < 8; ++i)
         raw.pbit_GemIWTP[i] = static_cast<u16>(0x10 + i);
-    EXPECT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw, 0x0800), 0);
+    EXPECT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, me_class::mapper, 1, &raw, 0x0800), 0);
     for (u16 i = 0; i < 8; ++i)
-        EXPECT_EQ(recorded(266, static_cast<u16>(0x10 + i), 130).size(), i == 3 ? 1u : 0u) << i;
+        EXPECT_EQ(recorded(me_class::gemiw, static_cast<u16>(0x10 + i), me_class::mapper).size(),
+                  i == 3 ? 1u : 0u)
+            << i;
 }
 
 TEST_F(mapper, without_any_pointer_reports_nothing)
@@ -54,12 +56,12 @@ TEST_F(mapper, without_any_pointer_reports_nothing)
     raw.instID = 1;
     for (u16& pointer : raw.pbit_GemIWTP)
         pointer = 0xffff;
-    gpon_me_cmd cmd = command(CREATE, 130, 1, &raw);
+    gpon_me_cmd cmd = command(CREATE, me_class::mapper, 1, &raw);
     gponDebugLevel = 4;
     log_lines();
     EXPECT_EQ(mapper_attr_gem_iw_tp_pbit(&cmd), 0);
     EXPECT_THAT(log_lines(), ElementsAre("***TRACE***[mapper_attr_gem_iw_tp_pbit][0]: Enter"));
-    EXPECT_THAT(recorded(266, 0xffff, 130), IsEmpty());
+    EXPECT_THAT(recorded(me_class::gemiw, 0xffff, me_class::mapper), IsEmpty());
 }
 
 TEST_F(mapper, reports_nothing_after_the_first_failed_link)
@@ -71,16 +73,16 @@ TEST_F(mapper, reports_nothing_after_the_first_failed_link)
     raw.pbit_GemIWTP[0] = 0x11;
     raw.pbit_GemIWTP[1] = 0x12;
     raw.pbit_GemIWTP[2] = 0x13;
-    gpon_me_cmd cmd = command(CREATE, 130, 1, &raw, 0x7000);
+    gpon_me_cmd cmd = command(CREATE, me_class::mapper, 1, &raw, 0x7000);
     gponDebugLevel = 1;
     log_lines();
     gpon::host::arm_fault(gpon::host::fault::alloc, 2);
     EXPECT_EQ(mapper_attr_gem_iw_tp_pbit(&cmd), -1);
     EXPECT_THAT(log_lines(), Contains("***ERROR***[mapper_attr_gem_iw_tp_pbit][0]: "
                                       "gpon_flow_me_general_update fail,index = 1."));
-    EXPECT_THAT(recorded(266, 0x11, 130), ElementsAre(1));
-    EXPECT_THAT(recorded(266, 0x12, 130), IsEmpty());
-    EXPECT_THAT(recorded(266, 0x13, 130), IsEmpty());
+    EXPECT_THAT(recorded(me_class::gemiw, 0x11, me_class::mapper), ElementsAre(1));
+    EXPECT_THAT(recorded(me_class::gemiw, 0x12, me_class::mapper), IsEmpty());
+    EXPECT_THAT(recorded(me_class::gemiw, 0x13, me_class::mapper), IsEmpty());
 }
 
 TEST_F(mapper, links_only_to_pptp_and_veip)
@@ -90,21 +92,21 @@ TEST_F(mapper, links_only_to_pptp_and_veip)
     raw.tpPointer = 0x101;
     for (u16 type = 0; type <= 12; ++type) {
         raw.tpType = static_cast<u8>(type);
-        gpon_me_cmd cmd = command(CREATE, 130, 1, &raw);
+        gpon_me_cmd cmd = command(CREATE, me_class::mapper, 1, &raw);
         EXPECT_EQ(mapper_attr_tp_type_op(&cmd), type == 1 || type == 7 ? 0 : -1) << type;
     }
-    EXPECT_THAT(recorded(11, 0x101, 130), ElementsAre(1));
-    EXPECT_THAT(recorded(329, 0x101, 130), ElementsAre(1));
+    EXPECT_THAT(recorded(me_class::pptp, 0x101, me_class::mapper), ElementsAre(1));
+    EXPECT_THAT(recorded(me_class::veip, 0x101, me_class::mapper), ElementsAre(1));
 }
 
 TEST_F(mapper, writes_the_turning_point_only_upstream_from_the_uni)
 {
     gpon_raw_mapper raw = {};
     raw.instID = 0x77;
-    create(130, raw);
+    create(me_class::mapper, raw);
     for (const u16 fwd_flag : u16s{UP_ANI, DOWN_ANI, DOWN_UNI, UP_UNI}) {
         EXPECT_EQ(result.turn_inst_id, 0);
-        EXPECT_EQ(forward(mapper_forward, 130, 0x77, fwd_flag), 0);
+        EXPECT_EQ(forward(mapper_forward, me_class::mapper, 0x77, fwd_flag), 0);
         EXPECT_EQ(result.ret_val, FLOW_PKT_FORWARD);
     }
     EXPECT_EQ(result.turn_inst_id, 0x77);
@@ -114,7 +116,7 @@ TEST_F(mapper, selects_a_gem_port_only_upstream)
 {
     gpon_raw_mapper raw = {};
     raw.instID = 1;
-    create(130, raw);
+    create(me_class::mapper, raw);
     gponDebugLevel = 1;
     log_lines();
     for (const u16 fwd_flag : u16s{UP_UNI, DOWN_ANI, DOWN_UNI}) {
@@ -139,7 +141,7 @@ TEST_F(mapper, each_dscp_reads_its_own_three_bits_of_the_map)
             if (5 & (4 >> bit))
                 raw.dscp2pbitMap[(3 * wanted + bit) / 8] |=
                     static_cast<u8>(0x80 >> ((3 * wanted + bit) % 8));
-        create(130, raw, 0);
+        create(me_class::mapper, raw, 0);
         for (u8 dscp = 0; dscp < 64; ++dscp) {
             frame[12] = 0x00;
             frame[13] = 0x08;
@@ -175,7 +177,7 @@ TEST_F(mapper, chooses_by_the_priority_of_the_tag)
         raw.pbit_GemIWTP[i] = static_cast<u16>(0x11 + i);
     raw.unmark_frame_opt = 1;
     raw.defaultPbit = 5;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &raw), 0);
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mapper, 1, &raw), 0);
     for (u16 priority = 0; priority < 8; ++priority)
         for (u16 gem_iw = 0x10; gem_iw <= 0x19; ++gem_iw)
             EXPECT_EQ(chooses(gem_iw, static_cast<u16>(priority << 13 | 1)),
@@ -183,17 +185,17 @@ TEST_F(mapper, chooses_by_the_priority_of_the_tag)
     EXPECT_TRUE(chooses(0x16, 0)) << "an untagged frame by the default";
     EXPECT_FALSE(chooses(0x11, 0));
     raw.unmark_frame_opt = 2;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, me_class::mapper, 1, &raw), 0);
     EXPECT_FALSE(chooses(0x16, 0)) << "untagged frames are not mapped";
     raw.unmark_frame_opt = 1;
     // The word at the end of the record is the type of the termination point.
     raw.defaultPbit = 21;
     raw.tpType = 7;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, me_class::mapper, 1, &raw), 0);
     EXPECT_TRUE(chooses(7, 0)) << "the last word of the record";
     EXPECT_FALSE(chooses(0, 0));
     raw.defaultPbit = 255;
-    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, 130, 1, &raw), 0);
+    ASSERT_EQ(apply(ZR_OMCI_MSG_TYPE_SET, me_class::mapper, 1, &raw), 0);
     EXPECT_FALSE(chooses(0, 0)) << "nothing lies behind the record";
 }
 

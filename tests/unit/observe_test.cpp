@@ -63,7 +63,7 @@ protected:
         raw.helloTime = 0x1234;
         gpon_flow_cmd record = {};
         record.cmd = GPON_FLOW_CMD_ME;
-        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, id, &raw);
+        record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, id, &raw);
         gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
     }
 

@@ -47,7 +47,7 @@ protected:
         raw.instID = id;
         raw.portID = port;
         raw.direction = 3;
-        gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, id, &raw);
+        gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, me_class::gemctp, id, &raw);
         EXPECT_EQ(gpon_flow_me_general_set(gpon_flow_me_get_by_classid(me_class::gemctp), &cmd), 0);
     }
 
@@ -252,7 +252,7 @@ TEST_F(outcome, a_replay_that_ran_out_of_memory_is_not_remembered)
 {
     gpon::test::create_bridge(1);
     const gpon_raw_gemiw gem_iw = {.instID = 0x11, .gemCTPInstID = 1};
-    apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &gem_iw);
+    apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &gem_iw);
     gpon::test::create_port(0x1001, 1, 5, 0x11);
     for (u64 nth = 1;; ++nth) {
         SCOPED_TRACE(testing::Message() << "allocation " << nth);
@@ -309,7 +309,7 @@ void set_port_of_ctp_1()
     raw.instID = 1;
     raw.portID = 77;
     raw.direction = 3;
-    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, 268, 1, &raw);
+    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_SET, me_class::gemctp, 1, &raw);
     EXPECT_EQ(gpon_flow_list_add_inst(gpon_flow_me_get_by_classid(me_class::gemctp), &cmd), 0);
 }
 
@@ -319,7 +319,7 @@ TEST_F(outcome, of_a_replay_during_which_the_store_changed_is_not_remembered)
     gpon_raw_gemctp raw = {};
     raw.instID = 20;
     raw.direction = 2;
-    apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 20, &raw);
+    apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, 20, &raw);
     const bytes sent = frame(1);
     const sk_buff skb = packet_of(sent);
     gpon_walk_result walked = {};
@@ -513,7 +513,7 @@ TEST_F(outcome, each_function_that_changes_the_store_is_one_change)
 {
     const gpon_raw_mbsp raw = {
         .instID = 5, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
-    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 5, &raw);
+    const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 5, &raw);
     const gpon_me_entry* bridges = gpon_flow_me_get_by_classid(me_class::mbsp);
     for (const auto what : {"new", "replaced"}) {
         SCOPED_TRACE(what);

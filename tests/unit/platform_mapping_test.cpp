@@ -21,10 +21,10 @@ protected:
             .instID = 0x1001, .vlanFilterList = {}, .forwardOperation = 0, .vlanFilterNums = 0};
         gpon::test::create_bridge(1);
         gpon::test::create_port(0x101, 1, 1, 0x101);
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 268, 1, &ctp);
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 0x11, &gem_iw);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemctp, 1, &ctp);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 0x11, &gem_iw);
         gpon::test::create_port(0x1001, 1, 5, 0x11);
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 84, 0x1001, &filter);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::vtfd, 0x1001, &filter);
     }
 
     static void enable(bool on) { gpon::host::hook(GPON_API_SWITCH, on, nullptr); }

@@ -21,12 +21,12 @@ TEST_F(priority_queue, belongs_to_a_tcont_from_the_boundary_on)
 {
     gpon_flow_cfg_data.related_port_boundary = 0x80000000;
     gpon_raw_pq queue = {.instID = 3, .relatedPort = 0x80000000, .tsPointer = 0, .weight = 0};
-    create(277, queue, 0x0400);
-    EXPECT_THAT(recorded(262, 0x8000, 277), ElementsAre(3));
+    create(me_class::pq, queue, 0x0400);
+    EXPECT_THAT(recorded(me_class::tcont, 0x8000, me_class::pq), ElementsAre(3));
     EXPECT_THAT(gpon::test::ids_of(gpon_pptp_uni_list), IsEmpty());
     queue.relatedPort = 0x7fffffff;
-    create(277, queue, 0x0400);
-    EXPECT_THAT(recorded(11, 0x7fff, 277), ElementsAre(3));
+    create(me_class::pq, queue, 0x0400);
+    EXPECT_THAT(recorded(me_class::pptp, 0x7fff, me_class::pq), ElementsAre(3));
 }
 
 TEST_F(priority_queue, created_by_a_link_derives_its_port_from_its_id)

@@ -49,12 +49,10 @@ inline std::vector<u16> recorded(const gpon_me_related_info& row)
 }
 
 /* What instance `id` of a class has recorded of another class; empty without the instance. */
-inline std::vector<u16> recorded(u16 class_id, u16 id, u16 of_class)
+inline std::vector<u16> recorded(me_class class_id, u16 id, me_class of_class)
 {
-    const gpon_me_inst* inst =
-        find_inst(mirrored_class(gpon::to_me_class(class_id))->list_info->head, id);
-    return inst ? recorded(*find_row(inst->related, gpon::to_me_class(of_class)))
-                : std::vector<u16>();
+    const gpon_me_inst* inst = find_inst(mirrored_class(class_id)->list_info->head, id);
+    return inst ? recorded(*find_row(inst->related, of_class)) : std::vector<u16>();
 }
 
 /* Prepares a result for the next read section: instances found in the last one are not valid. */
@@ -64,19 +62,19 @@ inline void forget_found(gpon_walk_result& result)
     result.last_filter = nullptr;
 }
 
-inline gpon_me_cmd command(u8 msg_type, u16 class_id, u16 inst_id, const void* raw,
+inline gpon_me_cmd command(u8 msg_type, me_class class_id, u16 inst_id, const void* raw,
                            u16 mask = 0xffff)
 {
     return {.msg_type = msg_type,
             .reserved = 0,
-            .class_id = class_id,
+            .class_id = class_number(class_id),
             .inst_id = inst_id,
             .attr_mask = mask,
             .attr_data = reinterpret_cast<uintptr_t>(raw)};
 }
 
 /* A command through the whole control path but the ioctl. */
-inline i32 apply(u8 msg_type, u16 class_id, u16 inst_id, const void* raw, u16 mask = 0xffff)
+inline i32 apply(u8 msg_type, me_class class_id, u16 inst_id, const void* raw, u16 mask = 0xffff)
 {
     gpon_flow_cmd record = {};
     record.me = command(msg_type, class_id, inst_id, raw, mask);
@@ -87,14 +85,14 @@ inline i32 create_bridge(u16 id)
 {
     const gpon_raw_mbsp raw = {
         .instID = id, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
-    return apply(ZR_OMCI_MSG_TYPE_CREAT, 45, id, &raw);
+    return apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, id, &raw);
 }
 
 inline i32 create_port(u16 id, u16 bridge, u8 tp_type = 0, u16 tp = 0)
 {
     const gpon_raw_mbpcd raw = {
         .instID = id, .bridgeID = bridge, .tpType = tp_type, .tpPointer = tp};
-    return apply(ZR_OMCI_MSG_TYPE_CREAT, 47, id, &raw);
+    return apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, id, &raw);
 }
 
 } // namespace gpon::test

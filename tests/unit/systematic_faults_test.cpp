@@ -28,7 +28,7 @@ struct operation {
 };
 
 struct entity {
-    u16 class_id;
+    me_class class_id;
     u16 inst_id;
     const void* raw;
 };
@@ -54,10 +54,14 @@ const std::vector<entity>& entities()
     static const gpon_raw_vtocd vlan = {1};
     static const gpon_raw_evtocd extended = {1};
     static const std::vector<entity> all = {
-        {11, 0x101, &pptp},    {329, 0x501, &veip},       {45, 1, &bridge},  {280, 1, &descriptor},
-        {262, 0x8000, &tcont}, {278, 0x8001, &scheduler}, {277, 5, &queue},  {268, 1, &ctp},
-        {266, 0x11, &tp},      {281, 0x12, &multicast},   {130, 1, &mapper}, {47, 0x101, &uni},
-        {47, 0x1001, &ani},    {84, 0x1001, &filter},     {78, 1, &vlan},    {171, 1, &extended}};
+        {me_class::pptp, 0x101, &pptp},    {me_class::veip, 0x501, &veip},
+        {me_class::mbsp, 1, &bridge},      {me_class::td, 1, &descriptor},
+        {me_class::tcont, 0x8000, &tcont}, {me_class::ts, 0x8001, &scheduler},
+        {me_class::pq, 5, &queue},         {me_class::gemctp, 1, &ctp},
+        {me_class::gemiw, 0x11, &tp},      {me_class::multigemiw, 0x12, &multicast},
+        {me_class::mapper, 1, &mapper},    {me_class::mbpcd, 0x101, &uni},
+        {me_class::mbpcd, 0x1001, &ani},   {me_class::vtfd, 0x1001, &filter},
+        {me_class::vtocd, 1, &vlan},       {me_class::evtocd, 1, &extended}};
     return all;
 }
 
@@ -122,7 +126,7 @@ void provision()
 {
     gpon::host::hook(GPON_API_SWITCH, 1, nullptr);
     for (const entity& each : entities())
-        EXPECT_EQ(command(CREATE, each), 0) << "class " << each.class_id;
+        EXPECT_EQ(command(CREATE, each), 0) << "class " << gpon::class_number(each.class_id);
 }
 
 // As many rules as make the next one grow the table.
@@ -137,7 +141,7 @@ void fill_table()
 void add_commands(std::vector<operation>& to)
 {
     for (const entity& each : entities()) {
-        const std::string name = std::to_string(each.class_id);
+        const std::string name = std::to_string(gpon::class_number(each.class_id));
         for (const u8 message : {CREATE, SET, DELETE})
             for (const bool among_others : {false, true})
                 to.push_back({"message " + std::to_string(message) + " class " + name,

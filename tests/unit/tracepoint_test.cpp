@@ -102,14 +102,14 @@ protected:
         ctp.instID = 1;
         ctp.portID = 5;
         ctp.direction = 3;
-        create(268, ctp);
+        create(me_class::gemctp, ctp);
         create_gem_iw(1);
         create_port(6, 5, 1);
         if (filter)
-            create(84, gpon_raw_vtfd{.instID = 6,
-                                     .vlanFilterList = {0, 100},
-                                     .forwardOperation = 0x10,
-                                     .vlanFilterNums = 1});
+            create(me_class::vtfd, gpon_raw_vtfd{.instID = 6,
+                                                 .vlanFilterList = {0, 100},
+                                                 .forwardOperation = 0x10,
+                                                 .vlanFilterNums = 1});
     }
 
     std::vector<gpon_trace_record> records;
@@ -181,7 +181,7 @@ TEST_F(tracepoints, report_a_frame_that_is_cut_off)
 
 TEST_F(tracepoints, report_a_walk_without_a_path)
 {
-    create(11, gpon_raw_pptp{.instID = 0x101});
+    create(me_class::pptp, gpon_raw_pptp{.instID = 0x101});
     seen();
     EXPECT_EQ(send(GPON_API_UP_UNI), 1);
     const std::vector<std::string> found = seen();
@@ -204,7 +204,7 @@ TEST_F(tracepoints, report_a_filtered_walk)
 TEST_F(tracepoints, name_the_decision_of_a_filter_on_both_sides)
 {
     create_ani(true);
-    create(11, gpon_raw_pptp{.instID = 0x101});
+    create(me_class::pptp, gpon_raw_pptp{.instID = 0x101});
     create_port(9, 1, 0x101);
     create_filter(9);
     frame = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x81, 0, 0x20, 0, 8, 0};
@@ -222,7 +222,7 @@ TEST_F(tracepoints, name_the_decision_of_a_filter_on_both_sides)
 TEST_F(tracepoints, name_a_port_on_the_other_side)
 {
     create_ani(false);
-    create(11, gpon_raw_pptp{.instID = 0x101});
+    create(me_class::pptp, gpon_raw_pptp{.instID = 0x101});
     create_port(3, 1, 0x101);
     seen();
     EXPECT_EQ(send(GPON_API_UP_ANI), 0);
@@ -240,7 +240,7 @@ TEST_F(tracepoints, name_the_decision_of_a_mapper)
     gpon_raw_mapper mapper = {};
     mapper.instID = 2;
     mapper.pbit_GemIWTP[3] = 1;
-    create(130, mapper);
+    create(me_class::mapper, mapper);
     seen();
     const gpon_fwd_info step = {me_class::gemiw, 1, UP_ANI};
     const gpon::rcu_reader reader;
@@ -261,7 +261,7 @@ TEST_F(tracepoints, report_a_mapper_that_is_gone)
     gpon_raw_mapper mapper = {};
     mapper.instID = 2;
     mapper.pbit_GemIWTP[3] = 1;
-    create(130, mapper);
+    create(me_class::mapper, mapper);
     gpon::host::proc_write("clean raw_data 130 2");
     seen();
     EXPECT_EQ(send(GPON_API_UP_ANI), 1);
@@ -417,7 +417,7 @@ TEST_F(tracepoints, report_commands)
     const auto control = [&record] {
         gpon::host::ioctl(GPON_FLOW_IOC_COMMAND, reinterpret_cast<uint64_t>(&record));
     };
-    record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, 45, 7, &raw);
+    record.me = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 7, &raw);
     control();
     record.me.class_id = 1;
     control();

@@ -21,8 +21,8 @@ TEST_F(uni_look_up, returns_the_first_in_list_order_with_the_low_byte_of_the_id)
                                          "***ERROR***VEIP not found,port_id = 200"));
     EXPECT_EQ(id, 0xaaaa);
     for (const u16 uni : u16s{0x0101, 0x0201, 0x0302}) {
-        create(11, gpon_raw_pptp{.instID = uni});
-        create(329, gpon_raw_veip{.instID = uni});
+        create(me_class::pptp, gpon_raw_pptp{.instID = uni});
+        create(me_class::veip, gpon_raw_veip{.instID = uni});
     }
     EXPECT_EQ(pptp_get_inst_id_by_port_id(1, &id), 0);
     EXPECT_EQ(id, 0x0101);

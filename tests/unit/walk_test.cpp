@@ -17,9 +17,9 @@ using testing::Not;
 
 class walk : public packet_fixture {
 protected:
-    i32 step(u16 class_id, u16 inst_id, u16 fwd_flag)
+    i32 step(me_class class_id, u16 inst_id, u16 fwd_flag)
     {
-        const gpon_fwd_info info = {gpon::to_me_class(class_id), inst_id, fwd_flag};
+        const gpon_fwd_info info = {class_id, inst_id, fwd_flag};
         const gpon::rcu_reader reader;
         gpon::test::forget_found(result);
         return gpon_pkt_general_forward(&skb, &info, &result);
@@ -30,7 +30,7 @@ TEST_F(walk, the_tenth_step_fails_with_its_line_at_any_level_and_writes_no_trace
 {
     gpon::test::create_bridge(1);
     result.recurse_num = 9;
-    EXPECT_EQ(step(45, 1, UP_ANI), -1);
+    EXPECT_EQ(step(me_class::mbsp, 1, UP_ANI), -1);
     EXPECT_EQ(result.recurse_num, 9);
     EXPECT_EQ(result.trace.step[9].classId, me_class::none);
     EXPECT_THAT(log_lines(), ElementsAre("[gpon_pkt_general_forward][0] end, Fail,recurse_num is "
@@ -41,7 +41,7 @@ TEST_F(walk, the_ninth_step_succeeds)
 {
     gpon::test::create_bridge(1);
     result.recurse_num = 8;
-    EXPECT_EQ(step(45, 1, UP_ANI), 0);
+    EXPECT_EQ(step(me_class::mbsp, 1, UP_ANI), 0);
     EXPECT_EQ(result.recurse_num, 8);
     EXPECT_EQ(result.trace.step[8].classId, me_class::mbsp);
     EXPECT_EQ(result.trace.step[8].instId, 1);
@@ -51,11 +51,11 @@ TEST_F(walk, a_port_at_the_depth_limit_fails_the_whole_walk)
 {
     gpon::test::create_bridge(1);
     const gpon_raw_mbpcd port = {.instID = 5, .bridgeID = 1, .tpType = 5, .tpPointer = 1};
-    apply(ZR_OMCI_MSG_TYPE_CREAT, 47, 5, &port);
+    apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbpcd, 5, &port);
     gponDebugLevel = 1;
     log_lines();
     result.recurse_num = 8;
-    EXPECT_EQ(step(45, 1, UP_ANI), -1);
+    EXPECT_EQ(step(me_class::mbsp, 1, UP_ANI), -1);
     EXPECT_THAT(log_lines(),
                 ElementsAre("[gpon_pkt_general_forward][0] end, Fail,recurse_num is "
                             "MAX_RECURSION_NUM(10)",
@@ -67,7 +67,7 @@ TEST_F(walk, a_finished_walk_takes_no_further_step)
 {
     result.ret_val = FLOW_PKT_FORWARD_DONE;
     gponDebugLevel = 4;
-    EXPECT_EQ(step(45, 1, UP_ANI), 0);
+    EXPECT_EQ(step(me_class::mbsp, 1, UP_ANI), 0);
     EXPECT_THAT(log_lines(), Contains("***TRACE***[gpon_pkt_general_forward][0] "
                                       "end,classId=45,instId=0x1,FLOW_PKT_FORWARD_DONE"));
     EXPECT_EQ(result.trace.step[0].classId, me_class::none);
@@ -76,11 +76,12 @@ TEST_F(walk, a_finished_walk_takes_no_further_step)
 TEST_F(walk, a_class_without_forwarding_descriptor_fails_the_step)
 {
     gponDebugLevel = 1;
-    for (const u16 class_id : u16s{84, 78, 171, 1}) {
+    for (const me_class class_id :
+         {me_class::vtfd, me_class::vtocd, me_class::evtocd, gpon::to_me_class(1)}) {
         EXPECT_EQ(step(class_id, 1, UP_ANI), -1);
         EXPECT_THAT(log_lines(),
                     ElementsAre("***ERROR***[gpon_pkt_general_forward][0] end, the classId(" +
-                                std::to_string(class_id) +
+                                std::to_string(gpon::class_number(class_id)) +
                                 ") can not get the entry or without fwd_op."));
     }
     EXPECT_EQ(result.trace.step[0].classId, me_class::none);
@@ -89,20 +90,21 @@ TEST_F(walk, a_class_without_forwarding_descriptor_fails_the_step)
 TEST_F(walk, a_class_without_forward_function_ends_the_branch)
 {
     gponDebugLevel = 4;
-    for (const u16 class_id : u16s{262, 277, 278, 280}) {
+    for (const me_class class_id : {me_class::tcont, me_class::pq, me_class::ts, me_class::td}) {
         EXPECT_EQ(step(class_id, 3, UP_ANI), 0);
         EXPECT_EQ(result.ret_val, FLOW_PKT_NOT_FORWARD);
-        EXPECT_EQ(result.trace.step[0].classId, gpon::to_me_class(class_id));
+        EXPECT_EQ(result.trace.step[0].classId, class_id);
         EXPECT_THAT(log_lines(),
                     Contains("***TRACE***[gpon_pkt_general_forward][0] end, the classId(" +
-                             std::to_string(class_id) + ") without next me operation."));
+                             std::to_string(gpon::class_number(class_id)) +
+                             ") without next me operation."));
     }
 }
 
 TEST_F(walk, a_failed_forward_function_fails_the_step)
 {
     gponDebugLevel = 1;
-    EXPECT_EQ(step(268, 1, UP_ANI), -1);
+    EXPECT_EQ(step(me_class::gemctp, 1, UP_ANI), -1);
     EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_general_forward][0] end, the "
                                          "classId(268) fwd_op fail."));
 }
@@ -110,7 +112,7 @@ TEST_F(walk, a_failed_forward_function_fails_the_step)
 TEST_F(walk, a_failed_downstream_start_is_reported_in_two_lines)
 {
     const gpon_raw_gemiw gem_iw = {.instID = 1, .gemCTPInstID = 0};
-    apply(ZR_OMCI_MSG_TYPE_CREAT, 266, 1, &gem_iw);
+    apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, 1, &gem_iw);
     gponDebugLevel = 1;
     log_lines();
     gpon::host::arm_fault(gpon::host::fault::alloc);
@@ -134,7 +136,7 @@ TEST_F(walk, upstream_a_port_with_an_unlinked_pptp_starts_at_its_veip)
     for (const bool has_pptp : {false, true}) {
         const gpon_raw_pptp pptp = {.instID = 0x103};
         if (has_pptp)
-            apply(ZR_OMCI_MSG_TYPE_CREAT, 11, 0x103, &pptp);
+            apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::pptp, 0x103, &pptp);
         const gpon::rcu_reader reader;
         result = {};
         gponDebugLevel = LOG_WARNING;
@@ -210,7 +212,7 @@ TEST_F(walk, a_query_without_memory_does_not_try_the_same_instance_again)
     gpon::test::create_bridge(1);
     for (const u16 id : u16s{0x11, 0x12}) {
         const gpon_raw_gemiw gem_iw = {.instID = id, .gemCTPInstID = 1};
-        apply(ZR_OMCI_MSG_TYPE_CREAT, 266, id, &gem_iw);
+        apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::gemiw, id, &gem_iw);
     }
     gpon_raw_mapper mapper = {};
     mapper.instID = 1;
@@ -218,13 +220,13 @@ TEST_F(walk, a_query_without_memory_does_not_try_the_same_instance_again)
     mapper.pbit_GemIWTP[1] = 0x12;
     mapper.unmark_frame_opt = 1;
     mapper.defaultPbit = 1;
-    apply(ZR_OMCI_MSG_TYPE_CREAT, 130, 1, &mapper);
+    apply(ZR_OMCI_MSG_TYPE_CREAT, me_class::mapper, 1, &mapper);
     for (u64 nth = 1;; ++nth) {
         result = {};
         gponDebugLevel = 4;
         log_lines();
         gpon::host::arm_fault(gpon::host::fault::alloc, nth);
-        step(130, 1, UP_ANI);
+        step(me_class::mapper, 1, UP_ANI);
         const std::vector<std::string> lines = log_lines();
         EXPECT_LE(std::count(lines.begin(), lines.end(),
                              "***TRACE***[gpon_pkt_general_forward][0] enter, "
@@ -238,17 +240,17 @@ TEST_F(walk, a_query_without_memory_does_not_try_the_same_instance_again)
 
 TEST_F(walk, a_replay_stops_at_a_class_that_is_no_step)
 {
-    for (const u16 class_id : u16s{84, 2}) {
-        result.trace.step[0] = {gpon::to_me_class(class_id), 1};
+    for (const me_class class_id : {me_class::vtfd, gpon::to_me_class(2)}) {
+        result.trace.step[0] = {class_id, 1};
         result.trace.step[1] = {me_class::mbsp, 1};
         gpon_fwd_info info = {me_class::none, 0, UP_ANI};
         gponDebugLevel = 3;
         EXPECT_FALSE(gpon_pkt_quick_forward(&skb, &info, &result));
         EXPECT_THAT(log_lines(), ElementsAre("***ERROR***[gpon_pkt_quick_forward][0] end, the "
                                              "classId(" +
-                                             std::to_string(class_id) +
+                                             std::to_string(gpon::class_number(class_id)) +
                                              ") can not get the entry or without fwd_op."));
-        EXPECT_EQ(info.classId, gpon::to_me_class(class_id));
+        EXPECT_EQ(info.classId, class_id);
     }
 }
 
