@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "include/tci.h"
 #include "tool/explain/explain_output.h"
 #include "tool/explain/fault.h"
 #include "tool/explain/tagging_entry.h"
@@ -41,7 +42,7 @@ void append_address(bytes& to, const char* option, const std::string& text, uint
 void append_tag(bytes& to, uint16_t tpid, const query_tag& tag)
 {
     append_word(to, tpid);
-    append_word(to, static_cast<uint16_t>(tag.priority << 13 | tag.vlan));
+    append_word(to, gpon::to_tci(tag.priority, false, tag.vlan));
 }
 
 // The header that a mapper reads the DSCP from.
