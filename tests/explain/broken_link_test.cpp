@@ -160,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(
                     true}),
     [](const auto& one) { return one.param.name; });
 
-TEST(old_link, of_a_pointer_that_was_set_again_is_noted)
+TEST(old_link, is_noted_if_the_pointer_was_set_again)
 {
     const std::string line = with_profile + with_ctp + with_gem_iw + with_uni + with_ani;
     EXPECT_TRUE(verdict_of(path_over({"", line, "", "", 0})).notes.empty());
@@ -183,7 +183,7 @@ std::vector<std::string> notes_of(const std::string& more, bool downstream)
 }
 
 // The port of the UNI is set to another UNI, or to another bridge: the walk enters it by the link.
-TEST(old_link, against_the_direction_of_the_walk_is_noted)
+TEST(old_link, is_noted_against_the_direction_of_the_walk)
 {
     const auto notes = [](const std::string& pointer) {
         return notes_of("me create MAC_BRIDGE_SERVICE_PROFILE 2\n"
@@ -201,7 +201,7 @@ TEST(old_link, against_the_direction_of_the_walk_is_noted)
                                   "(a.scn:9)."));
 }
 
-TEST(direction, of_a_gem_port_that_the_module_does_not_compare_is_noted)
+TEST(direction, is_noted_if_the_module_does_not_compare_it)
 {
     const auto notes = [](const std::string& more) {
         return notes_of("me set GEM_PORT_CTP 1 portID=1025 tcontID=0x8000 direction=1\n" + more,
@@ -213,7 +213,7 @@ TEST(direction, of_a_gem_port_that_the_module_does_not_compare_is_noted)
     EXPECT_THAT(notes("me create GEM_PORT_CTP 2 portID=1025 direction=2\n"), testing::IsEmpty());
 }
 
-TEST(multicast_port, beside_a_refusing_filter_is_not_the_fault)
+TEST(multicast_port, is_not_the_fault_beside_a_refusing_filter)
 {
     const broken_line line{"", with_profile + with_uni + with_multicast + with_refusing, "", "", 0};
     const verdict result = verdict_of(path_over(line));

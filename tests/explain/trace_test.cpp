@@ -91,7 +91,7 @@ public:
     std::string text;
 };
 
-TEST(frames_of_events, of_one_cpu_follow_each_other)
+TEST(frames_of_events, follow_each_other_on_one_cpu)
 {
     letters seen;
     event_frames frames(std::ref(seen));
@@ -108,7 +108,7 @@ TEST(frames_of_events, of_one_cpu_follow_each_other)
     EXPECT_EQ(seen.text, "wdwrrdd");
 }
 
-TEST(frames_of_events, with_the_same_packet_are_distinguished)
+TEST(frames_of_events, are_distinguished_even_with_the_same_packet)
 {
     letters seen;
     event_frames frames(std::ref(seen));
@@ -122,7 +122,7 @@ TEST(frames_of_events, with_the_same_packet_are_distinguished)
     EXPECT_EQ(seen.text, "wrdd");
 }
 
-TEST(frames_of_events, of_two_cpus_are_separated)
+TEST(frames_of_events, are_separated_by_cpu)
 {
     const auto calls = calls_of(good_line + passing + dropped);
     ASSERT_EQ(calls.size(), 2u);
@@ -138,7 +138,7 @@ TEST(frames_of_events, of_two_cpus_are_separated)
 }
 
 // The log of a step may keep a CPU busy for longer than the time between two looks.
-TEST(frames_of_events, with_pauses_between_them_are_one_frame)
+TEST(frames_of_events, are_one_frame_despite_pauses_between_them)
 {
     const auto calls = calls_of(good_line + dropped);
     ASSERT_EQ(calls.size(), 1u);
@@ -155,7 +155,7 @@ TEST(frames_of_events, with_pauses_between_them_are_one_frame)
 }
 
 // The log between the end of the path and the drop may be slow, too.
-TEST(frames_of_events, with_a_pause_before_the_drop_for_lack_of_a_queue_are_one_frame)
+TEST(frames_of_events, are_one_frame_despite_a_pause_before_the_drop_for_lack_of_a_queue)
 {
     const auto calls = calls_of(good_line + "platform queue=-1\n" + passing + passing);
     ASSERT_EQ(calls.size(), 2u);
@@ -174,7 +174,7 @@ TEST(frames_of_events, with_a_pause_before_the_drop_for_lack_of_a_queue_are_one_
 }
 
 // The kernel uses the address of a packet again while a frame with a lost end is open.
-TEST(frames_of_events, of_another_path_are_not_joined)
+TEST(frames_of_events, are_not_joined_with_those_of_another_path)
 {
     const auto calls = calls_of(good_line + passing + passing + "platform mapping=-1\n" +
                                 "hook kind=switch param=0\n" + passing);
@@ -201,7 +201,7 @@ TEST(frames_of_events, of_another_path_are_not_joined)
     }
 }
 
-TEST(frames_of_events, with_a_lost_end_end_when_their_cpu_begins_another_path)
+TEST(frames_of_events, end_when_their_cpu_begins_another_path_if_their_end_is_lost)
 {
     const auto calls = calls_of(good_line + passing + dropped);
     ASSERT_EQ(calls.size(), 2u);
@@ -215,7 +215,7 @@ TEST(frames_of_events, with_a_lost_end_end_when_their_cpu_begins_another_path)
     EXPECT_EQ(seen.text, "W");
 }
 
-TEST(frames_of_events, of_a_frame_whose_end_is_lost_are_passed_on_in_the_end)
+TEST(frames_of_events, are_passed_on_in_the_end_if_their_end_is_lost)
 {
     const auto calls = calls_of(good_line + passing);
     ASSERT_EQ(calls.size(), 1u);
@@ -251,7 +251,7 @@ TEST(frames_of_events, a_drop_of_the_next_call_is_another_frame)
     }
 }
 
-TEST(frames_of_events, without_their_beginning_or_end_are_incomplete)
+TEST(frames_of_events, are_incomplete_without_their_beginning_or_end)
 {
     const auto calls = calls_of(good_line + passing + passing);
     ASSERT_EQ(calls.size(), 2u);
@@ -295,7 +295,7 @@ TEST(marked_frames, show_the_reason_of_a_drop)
     EXPECT_EQ(out.str().find("missing"), std::string::npos) << out.str();
 }
 
-TEST(marked_frames, without_some_events_say_so)
+TEST(marked_frames, say_that_events_are_missing)
 {
     const auto calls = calls_of(good_line + dropped);
     ASSERT_EQ(calls.size(), 1u);
@@ -320,7 +320,7 @@ std::string json_of_call(const std::vector<gpon_trace_record>& call)
     return out.str();
 }
 
-TEST(marked_frames, that_fail_without_a_walk_are_dropped)
+TEST(marked_frames, are_dropped_if_they_fail_without_a_walk)
 {
     const auto calls = calls_of(good_line + "platform mapping=-1\nhook kind=switch param=0\n" +
                                 passing + "hook kind=7 " + frame_of_vlan_100 + "\n");
@@ -382,7 +382,7 @@ TEST(walk_of_events, deeper_than_the_limit_names_the_step)
     EXPECT_EQ(walk.steps[1].dead_end, "the graph is deeper than the limit of a walk");
 }
 
-TEST(walk_of_events, without_a_queue_fails_after_the_egress)
+TEST(walk_of_events, fails_after_the_egress_without_a_queue)
 {
     const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
     ASSERT_EQ(calls.size(), 1u);
@@ -394,7 +394,7 @@ TEST(walk_of_events, without_a_queue_fails_after_the_egress)
 }
 
 // A rule may outlive an instance of its steps.
-TEST(walk_of_events, of_a_replay_ends_at_the_step_that_fails)
+TEST(walk_of_events, ends_at_the_step_of_a_replay_that_fails)
 {
     const auto calls =
         calls_of(good_line + passing + "proc write \"clean raw_data 268 1\"\n" + passing);
@@ -449,7 +449,7 @@ std::string frame_with_dscp(const std::string& type_of_service)
 }
 
 // A later frame may be refused where the first one was not.
-TEST(walk_of_events, of_a_replay_has_all_steps_up_to_the_egress)
+TEST(walk_of_events, has_all_steps_of_a_replay_up_to_the_egress)
 {
     const std::string gone = "proc write \"clean raw_data 84 1001\"\n";
     for (const std::string& text : {good_line + passing + gone + passing,
@@ -476,7 +476,7 @@ TEST(walk_of_events, of_a_replay_has_all_steps_up_to_the_egress)
 }
 
 // Some events of a frame are lost, among them its steps.
-TEST(walk_of_events, without_steps_claims_no_cause)
+TEST(walk_of_events, claims_no_cause_without_steps)
 {
     const std::string entering_fibre =
         "hook kind=down_ani gem=1025 frame=0200000001010200000000018100006408004500\n";
@@ -503,7 +503,7 @@ TEST(walk_of_events, without_steps_claims_no_cause)
     EXPECT_EQ(drop_text(read_events(calls[1], good_entities(), nullptr, true)), events_missing);
 }
 
-TEST(walk_of_events, without_the_steps_behind_a_bridge_does_not_say_that_it_has_no_port)
+TEST(walk_of_events, does_not_say_that_a_bridge_whose_steps_are_missing_has_no_port)
 {
     auto calls = calls_of(good_line + dropped);
     ASSERT_EQ(calls.size(), 1u);
@@ -518,7 +518,7 @@ TEST(walk_of_events, without_the_steps_behind_a_bridge_does_not_say_that_it_has_
     EXPECT_EQ(drop_reason(walk, good_entities()), events_missing);
 }
 
-TEST(walk_of_events, of_a_replay_without_a_queue_is_not_called_a_walk)
+TEST(walk_of_events, does_not_call_a_replay_without_a_queue_a_walk)
 {
     const auto calls = calls_of(good_line + passing + "platform queue=-1\n" + passing);
     ASSERT_EQ(calls.size(), 2u);
@@ -527,7 +527,7 @@ TEST(walk_of_events, of_a_replay_without_a_queue_is_not_called_a_walk)
         << marked(calls[1]);
 }
 
-TEST(walk_of_events, of_a_replay_has_no_steps_behind_the_egress)
+TEST(walk_of_events, has_no_steps_of_a_replay_behind_the_egress)
 {
     const scenario stale =
         opened("tests/scenarios/walk/second-bridge-wins-and-stale-steps-are-learnt.scn");
@@ -567,7 +567,7 @@ TEST(walk_of_events, has_the_cause_that_the_module_has)
 }
 
 // A cleaned instance leaves its links behind.
-TEST(walk_of_events, with_a_filter_that_is_gone_does_not_blame_its_list)
+TEST(walk_of_events, does_not_blame_the_list_of_a_filter_that_is_gone)
 {
     const auto calls = calls_of(good_line + "proc write \"clean raw_data 84 1001\"\n" + passing);
     ASSERT_EQ(calls.size(), 1u);
@@ -600,7 +600,7 @@ TEST(walk_of_events, names_a_step_that_ended_the_walk_before_deeper_ends)
     EXPECT_EQ(deepest_dead_ends(walk), std::vector<size_t>{3});
 }
 
-TEST(walk_of_events, without_a_queue_blames_no_step)
+TEST(walk_of_events, blames_no_step_without_a_queue)
 {
     const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
     ASSERT_EQ(calls.size(), 1u);
@@ -612,7 +612,7 @@ TEST(walk_of_events, without_a_queue_blames_no_step)
 }
 
 // Filters read neither a TPID of 0x9100 nor a TCI of 0 as a tag.
-TEST(walk_of_events, with_a_tag_that_filters_do_not_read_is_that_of_an_untagged_frame)
+TEST(walk_of_events, calls_a_frame_untagged_whose_tag_filters_do_not_read)
 {
     for (const char* tag : {"91000064", "81000000"}) {
         const auto calls = calls_of(good_line + "hook kind=up_ani frame=020000000001020000000101" +
@@ -843,7 +843,7 @@ TEST(watch_of_a_module, has_the_rate_of_the_exact_interval)
     EXPECT_NE(watch.lines(3000, "s")[1].find(" 0.0 "), std::string::npos);
 }
 
-TEST(dscp, of_a_frame_equals_the_one_the_module_reads)
+TEST(dscp, equals_the_one_that_the_module_reads)
 {
     // Types are compared as the processor stores them.
     EXPECT_EQ(dscp_of({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 0x00, 0x08, 0x45, 0xb8}), 46);
@@ -851,7 +851,7 @@ TEST(dscp, of_a_frame_equals_the_one_the_module_reads)
     EXPECT_EQ(dscp_of({}), -1);
 }
 
-TEST(dscp, is_that_behind_the_tags_which_the_module_counts_in_8_bits)
+TEST(dscp, is_read_behind_tags_counted_in_8_bits)
 {
     const auto of_tags = [](size_t tags) {
         bytes frame(12);

@@ -70,7 +70,7 @@ frame_account counted_on(const std::string& line, const entered_frames& traffic)
 constexpr frame_entry uni_1{1, {}};
 constexpr frame_entry uni_2{2, {}};
 
-TEST(traffic, of_a_uni_passes_through_both_hook_calls)
+TEST(traffic, passes_from_a_uni_through_both_hook_calls)
 {
     const frame_account account =
         counted_on(good_line, {{uni_1, {frame_of_vlan(100), frame_of_vlan(100)}}});
@@ -81,7 +81,7 @@ TEST(traffic, of_a_uni_passes_through_both_hook_calls)
     EXPECT_EQ(account.directions[GPON_API_DOWN_ANI].frames, 0u);
 }
 
-TEST(traffic, of_a_gem_port_passes_through_both_hook_calls)
+TEST(traffic, passes_from_a_gem_port_through_both_hook_calls)
 {
     const frame_account account =
         counted_on(good_line, {{{{}, 1025}, {frame_of_vlan(100), frame_of_vlan(101)}}});
@@ -115,7 +115,7 @@ TEST(traffic, is_refused_by_the_filter_of_its_own_bridge)
                                  1)));
 }
 
-TEST(traffic, without_its_tags_is_not_classified)
+TEST(traffic, is_not_classified_without_its_tags)
 {
     const frame_account account = counted_on(
         good_line, {{uni_1, {cut_frame(13), cut_frame(15), cut_frame(16), frame_of_vlan(100)}}});
@@ -128,7 +128,7 @@ TEST(traffic, without_its_tags_is_not_classified)
                             "(snapshot length)"));
 }
 
-TEST(traffic, without_its_tags_has_no_path)
+TEST(traffic, has_no_path_without_its_tags)
 {
     const std::unique_ptr<backend> target = make_host_backend();
     explain_session session(*target);
@@ -146,7 +146,7 @@ const std::string translating_line =
                 "tagging VLAN_TAG_EXTEND_OPERATE 1 association=2 associated=0x0101 rows=default\n";
 
 // The frame ends behind its outer tag: an inner tag would make another row apply.
-TEST(traffic, without_a_field_that_an_operation_reads_is_not_classified)
+TEST(traffic, is_not_classified_without_a_field_that_an_operation_reads)
 {
     const std::string reason = "VLAN_TAG_EXTEND_OPERATE 0x0001 reads a field that is not in the "
                                "capture: the frame ends before its EtherType";
@@ -173,7 +173,7 @@ TEST(traffic, without_a_field_that_an_operation_reads_is_not_classified)
 }
 
 // An untagged packet of which the capture holds no more than the EtherType.
-TEST(traffic, without_the_dscp_that_a_mapper_reads_is_not_classified)
+TEST(traffic, is_not_classified_without_the_dscp_that_a_mapper_reads)
 {
     captured_frame frame({2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 1, 1, 8, 0});
     frame.wire_length = 64;
@@ -192,7 +192,7 @@ TEST(traffic, without_the_dscp_that_a_mapper_reads_is_not_classified)
 }
 
 // Downstream mode 2: no row matches, which is only known with both tags.
-TEST(traffic, without_a_field_that_an_operation_behind_the_bridge_reads_is_not_classified)
+TEST(traffic, is_not_classified_without_a_field_that_an_operation_behind_the_bridge_reads)
 {
     frame_entry gem;
     gem.gem = 1025;

@@ -117,7 +117,7 @@ TEST(line_difference, contains_attributes_of_operations)
                             "VLAN_TAG_OPERATE 0x0001 upstream_tci: 0x0064 -> 0x00c8"));
 }
 
-TEST(line_difference, of_an_instance_is_no_difference_of_its_rows)
+TEST(line_difference, finds_no_differing_rows_of_a_missing_instance)
 {
     const line_difference found =
         difference_of(final_entities(parse_good("load\n")), final_entities(parse_good(operation)));

@@ -154,7 +154,7 @@ TEST(omci_upload, commands_after_it_act_on_its_instances)
 }
 
 // The upload after a reset lists what the ONU creates itself.
-TEST(omci_upload, after_a_reset_adds_no_command)
+TEST(omci_upload, adds_no_command_after_a_reset)
 {
     line session;
     session.done(mib_reset, 2, 0);
@@ -178,7 +178,7 @@ TEST(omci_upload, instances_that_are_not_mirrored_are_counted_by_class)
 }
 
 // What an ONU reports before its activation.
-TEST(omci_upload, without_an_instance_of_the_olt_is_an_empty_line)
+TEST(omci_upload, is_an_empty_line_without_an_instance_of_the_olt)
 {
     line later;
     later.replied(mib_upload, 2, 0, "", "0001");

@@ -102,7 +102,7 @@ TEST(live_report, has_dropped_frames_in_its_counters_only)
 }
 
 // A rule is used before the platform chooses the queue.
-TEST(live_report, of_frames_without_a_queue_does_not_claim_that_they_passed)
+TEST(live_report, does_not_claim_that_frames_without_a_queue_passed)
 {
     const report_data data = live_after(with_uni + "platform queue=-1\n" + up_frame + up_frame +
                                         up_frame + up_frame + up_frame);
@@ -121,7 +121,7 @@ TEST(live_report, of_frames_without_a_queue_does_not_claim_that_they_passed)
 }
 
 // Such a frame passes although the filter refuses it, and so does its rule.
-TEST(live_report, of_a_multicast_frame_does_not_claim_that_it_entered_a_bridge)
+TEST(live_report, does_not_claim_that_a_multicast_frame_entered_a_bridge)
 {
     const std::string multicast =
         with_uni + "me create GEM_PORT_CTP 7 portID=4094 direction=2\n"
@@ -146,7 +146,7 @@ TEST(live_report, checks_the_entities)
     EXPECT_THAT(report_page(data), HasSubstr("The engine is disabled"));
 }
 
-TEST(live_report, of_a_changing_module_says_so)
+TEST(live_report, says_that_the_module_is_changing)
 {
     report_data data = live_after(with_uni + up_frame);
     EXPECT_THAT(report_page(data), Not(HasSubstr("changed while they were read")));

@@ -198,7 +198,7 @@ TEST(table, is_of_one_module)
     EXPECT_EQ(loaded_again.dumps, 2);
 }
 
-TEST(table, that_always_grows_ends_with_a_note)
+TEST(table, ends_with_a_note_if_it_always_grows)
 {
     replaced_module grows(1000, 0);
     EXPECT_GE(grows.table().buckets, 64u);
@@ -229,7 +229,7 @@ public:
     unsigned buckets = 64;
 };
 
-TEST(table, that_changed_once_has_the_note_once)
+TEST(table, has_one_note_if_it_changed_once)
 {
     once_changed_module module;
     EXPECT_EQ(module.table().buckets, 64u);
@@ -238,7 +238,7 @@ TEST(table, that_changed_once_has_the_note_once)
     EXPECT_FALSE(module.take_change());
 }
 
-TEST(table, that_is_read_again_has_no_note_of_the_first_reading)
+TEST(table, has_no_note_of_the_first_reading_if_it_is_read_again)
 {
     once_changed_module module;
     module.grows = true;
@@ -266,7 +266,7 @@ TEST(status, is_of_one_module)
     EXPECT_FALSE(loaded_again.take_change());
 }
 
-TEST(snapshot, of_a_module_that_is_always_loaded_again_ends_with_a_note)
+TEST(snapshot, ends_with_a_note_if_the_module_is_always_loaded_again)
 {
     replaced_module module(0, 5);
     const counter_snapshot mixed = read_snapshot(module, nullptr);
@@ -290,7 +290,7 @@ TEST(snapshot, is_of_one_module_and_counts_reloads)
 }
 
 // The counters of another module are no increase.
-TEST(snapshot, of_another_module_has_no_rates)
+TEST(snapshot, has_no_rates_after_that_of_another_module)
 {
     const counter_snapshot before{{}, {{"calls_up_uni", "Frames", 10}}, 1, 0};
     const counter_snapshot same{{}, {{"calls_up_uni", "Frames", 30}}, 1, 0};
@@ -423,7 +423,7 @@ TEST(change_printer, ends_at_its_limit)
     EXPECT_THAT(words_of(out.str()), SizeIs(1));
 }
 
-TEST_F(changes, of_the_steps_of_a_rule_have_the_new_ones)
+TEST_F(changes, show_the_new_steps_of_a_rule)
 {
     gpon_event event = {};
     event.kind = GPON_EVENT_RULE_RELEARNT;

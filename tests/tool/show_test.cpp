@@ -65,7 +65,7 @@ TEST(shown_rules, are_found_by_the_frame_that_learnt_them)
     EXPECT_EQ(table.find(key_of(back.options, *back.frame)), nullptr);
 }
 
-TEST(shown_rules, of_frames_with_two_tags_and_with_none)
+TEST(shown_rules, have_all_tags_of_their_frames)
 {
     const std::string macs = "frame=0200000000010200000001";
     const rule_table table =
@@ -88,7 +88,7 @@ TEST(shown_rules, are_read_between_the_lines_of_packets)
     EXPECT_THAT(table->rules[0].steps, SizeIs(4));
 }
 
-TEST(shown_rules, of_text_without_a_table_are_nothing)
+TEST(shown_rules, are_none_in_text_without_a_table)
 {
     EXPECT_FALSE(read_rule_table(""));
     EXPECT_FALSE(read_rule_table("show flow rule:\nnothing follows"));
@@ -151,7 +151,7 @@ TEST(shown_instances, build_the_same_mirror_as_the_scenario)
     }
 }
 
-TEST(shown_instances, with_a_cut_list_are_marked)
+TEST(shown_instances, are_marked_if_their_list_is_cut)
 {
     std::string text = "load\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n";
     for (unsigned i = 1; i <= 100; ++i)

@@ -142,7 +142,7 @@ TEST_F(aging, a_whole_chain_is_swept)
     EXPECT_EQ(bucket.first, nullptr);
 }
 
-TEST_F(aging, of_an_empty_table_prints_one_line)
+TEST_F(aging, prints_one_line_for_an_empty_table)
 {
     sweep();
     EXPECT_THAT(log_lines(), IsEmpty());

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 
 class bridge_port : public class_fixture {};
 
-TEST_F(bridge_port, of_an_unknown_type_still_links_its_bridge)
+TEST_F(bridge_port, links_its_bridge_even_with_an_unknown_type)
 {
     for (u16 type = 0; type <= 12; ++type) {
         const gpon_raw_mbpcd port = {
@@ -50,7 +50,7 @@ TEST_F(bridge_port, turns_frames_that_enter_the_bridge_and_forwards_those_that_l
     }
 }
 
-TEST_F(bridge_port, of_no_side_stops_every_packet_with_a_warning)
+TEST_F(bridge_port, stops_every_packet_with_a_warning_if_it_has_no_side)
 {
     gponDebugLevel = 2;
     for (const u8 type : u8s{0, 2, 4, 7, 8, 9, 10, 12, 255}) {
@@ -66,7 +66,7 @@ TEST_F(bridge_port, of_no_side_stops_every_packet_with_a_warning)
     }
 }
 
-TEST_F(bridge_port, on_the_uni_side_with_a_filter_fails_frames_in_both_directions)
+TEST_F(bridge_port, fails_frames_in_both_directions_by_a_filter_on_the_uni_side)
 {
     create_port(1, 1);
     create_filter(1);

@@ -475,7 +475,7 @@ TEST_F(counters, a_new_rule_of_a_flow_starts_without_uses)
     EXPECT_EQ(use_of_only_rule().hits, 2u);
 }
 
-TEST_F(counters, of_several_threads_are_summed_and_survive_them)
+TEST_F(counters, are_summed_over_threads_and_survive_them)
 {
     for (int i = 0; i < 3; ++i)
         send(1);

@@ -78,21 +78,21 @@ std::string dashes(size_t count)
     return std::string(count, '-');
 }
 
-TEST_F(instance_dump, without_a_class_or_its_list_prints_nothing)
+TEST_F(instance_dump, prints_nothing_without_a_class_or_its_list)
 {
     gpon_flow_general_dump_inst(nullptr, 0, 1);
     gpon_flow_general_dump_inst(&me_table[0], 0, 1);
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(instance_dump, without_a_matching_instance_prints_the_title_alone)
+TEST_F(instance_dump, prints_the_title_alone_without_a_matching_instance)
 {
     EXPECT_THAT(dump(), ElementsAre(TITLE));
     add(1);
     EXPECT_THAT(dump(2, 0), ElementsAre(TITLE));
 }
 
-TEST_F(instance_dump, of_one_id_needs_any_flag_but_1)
+TEST_F(instance_dump, needs_any_flag_but_1_for_one_id)
 {
     printed = {"T | ", "V | ", "", 4};
     add(1);
@@ -296,7 +296,7 @@ TEST_F(instance_dump, asks_for_no_memory)
     EXPECT_EQ(gpon::host::memory().allocations, before);
 }
 
-TEST_F(instance_dump, of_all_classes_follows_the_class_table)
+TEST_F(instance_dump, follows_the_class_table_for_all_classes)
 {
     EXPECT_EQ(gpon_flow_dump_all_me_inst(), 0);
     const std::vector<std::string> lines = log_lines();
@@ -340,7 +340,7 @@ TEST_F(bridge_ports, show_in_full_up_to_71_with_their_line_end)
     EXPECT_EQ(list_line(), wanted(71));
 }
 
-TEST_F(bridge_ports, of_512_in_one_list_row_the_text_is_cut)
+TEST_F(bridge_ports, are_cut_if_one_list_row_has_512)
 {
     fill_bridge(512);
     EXPECT_EQ(gpon::test::recorded(me_class::mbsp, 1, me_class::mbpcd).size(), 512u);

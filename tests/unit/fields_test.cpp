@@ -201,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(each, field_printer, testing::ValuesIn(every_class_id()
 
 class field_printer_of_one_class : public loaded_module {};
 
-TEST_F(field_printer_of_one_class, with_twenty_characters_writes_a_column_and_the_start_of_the_next)
+TEST_F(field_printer_of_one_class, writes_a_column_and_the_start_of_the_next_into_twenty_characters)
 {
     const texts found(47, EVERY_CLASS.at(47).raw, 20);
     EXPECT_EQ(texts::of(found.titles), "    instID |   bri");

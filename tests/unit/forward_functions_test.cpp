@@ -46,7 +46,7 @@ TEST_P(forward_function, reports_null_arguments)
     EXPECT_THAT(log_lines(), ElementsAre(line, line, line));
 }
 
-TEST_P(forward_function, of_an_absent_instance_ends_the_branch_or_fails)
+TEST_P(forward_function, ends_the_branch_or_fails_if_the_instance_is_absent)
 {
     result.ret_val = 9;
     EXPECT_EQ(forward(GetParam().forward, me_class::none, 77, UP_ANI), GetParam().returned);

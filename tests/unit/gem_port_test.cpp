@@ -49,7 +49,7 @@ TEST_F(gem_port, a_pointer_of_zero_is_no_pointer)
     EXPECT_THAT(recorded(me_class::pq, 5, me_class::gemctp), ElementsAre(1));
 }
 
-TEST_F(gem_port, under_rate_control_links_no_queue)
+TEST_F(gem_port, links_no_queue_under_rate_control)
 {
     gpon_flow_cfg_data.traffic_mgmt_option = 1;
     gpon_raw_gemctp ctp = {};

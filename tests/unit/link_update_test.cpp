@@ -102,7 +102,7 @@ TEST_F(link_report, without_memory_for_the_node_nothing_changes)
     EXPECT_THAT(recorded(me_class::mbsp, 1, me_class::mbpcd), IsEmpty());
 }
 
-TEST_F(link_report, to_a_missing_instance_of_the_olt_s_classes_is_dropped)
+TEST_F(link_report, is_dropped_if_an_instance_of_the_olt_s_classes_is_missing)
 {
     gponDebugLevel = LOG_ERROR | LOG_WARNING;
     for (const me_class class_id :
@@ -116,7 +116,7 @@ TEST_F(link_report, to_a_missing_instance_of_the_olt_s_classes_is_dropped)
     EXPECT_THAT(log_lines(), IsEmpty());
 }
 
-TEST_F(link_report, to_a_missing_instance_of_the_onu_s_classes_creates_it)
+TEST_F(link_report, creates_a_missing_instance_of_the_onu_s_classes)
 {
     struct {
         me_class to_class;
@@ -158,7 +158,7 @@ TEST_F(link_report, a_deleted_link_creates_no_instance)
     EXPECT_THAT(ids_of(gpon_pptp_uni_list), IsEmpty());
 }
 
-TEST_F(link_report, of_an_unknown_message_changes_nothing)
+TEST_F(link_report, changes_nothing_for_an_unknown_message)
 {
     create_bridge(1);
     gponDebugLevel = LOG_ERROR;

@@ -49,7 +49,7 @@ TEST_F(mapper, a_set_of_attribute_five_links_priority_three_only)
             << i;
 }
 
-TEST_F(mapper, without_any_pointer_reports_nothing)
+TEST_F(mapper, reports_nothing_without_any_pointer)
 {
     create_gem_iw(0xffff);
     gpon_raw_mapper raw = {};

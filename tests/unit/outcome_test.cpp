@@ -313,7 +313,7 @@ void set_port_of_ctp_1()
     EXPECT_EQ(gpon_flow_list_add_inst(gpon_flow_me_get_by_classid(me_class::gemctp), &cmd), 0);
 }
 
-TEST_F(outcome, of_a_replay_during_which_the_store_changed_is_not_remembered)
+TEST_F(outcome, is_not_remembered_if_the_store_changed_during_the_replay)
 {
     // The second CTP has no effect on the result; the store changes before it is read.
     gpon_raw_gemctp raw = {};

@@ -39,7 +39,7 @@ protected:
     }
 };
 
-TEST_F(platform_mapping, of_a_disabled_engine_fails_an_upstream_packet_only_by_minus_one)
+TEST_F(platform_mapping, fails_an_upstream_packet_of_a_disabled_engine_only_by_minus_one)
 {
     enable(false);
     for (const int chosen : {-2, 0, 1, 7}) {
@@ -54,7 +54,7 @@ TEST_F(platform_mapping, of_a_disabled_engine_fails_an_upstream_packet_only_by_m
     EXPECT_EQ(result(GPON_API_UP_ANI), 0);
 }
 
-TEST_F(platform_mapping, of_queues_fails_a_packet_that_leaves_upstream_unless_it_returns_0)
+TEST_F(platform_mapping, fails_a_packet_that_leaves_upstream_unless_that_of_queues_returns_0)
 {
     build_line();
     enable(true);

@@ -81,13 +81,13 @@ protected:
     }
 };
 
-TEST_F(rule_dump, of_an_empty_table_has_banner_counters_and_one_line)
+TEST_F(rule_dump, has_banner_counters_and_one_line_for_an_empty_table)
 {
     EXPECT_THAT(dump(), ElementsAre(BANNER, " total_num = 0", " table_size = 64", " threshold = 48",
                                     EQUALS));
 }
 
-TEST_F(rule_dump, of_one_rule_has_its_bucket_its_row_and_its_steps)
+TEST_F(rule_dump, has_the_bucket_the_row_and_the_steps_of_a_rule)
 {
     learn(key_of(UP_ANI, 0), steps_of(2));
     char bucket[64];
@@ -185,7 +185,7 @@ TEST_F(rule_dump, repeats_the_header_for_each_rule_of_a_bucket)
     EXPECT_EQ(lines[14], EQUALS);
 }
 
-TEST_F(rule_dump, of_a_rule_without_key_shows_zeros_and_not_the_rule_before)
+TEST_F(rule_dump, shows_zeros_and_not_the_rule_before_if_a_rule_has_no_key)
 {
     deliberately_broken = true;
     learn(key_of(UP_ANI, 2, 1), steps_of(1));
@@ -234,7 +234,7 @@ TEST_F(rule_dump, reads_no_more_of_a_key_than_its_length)
     }
 }
 
-TEST_F(rule_dump, of_a_null_key_or_record_only_prints_an_error)
+TEST_F(rule_dump, only_prints_an_error_for_a_null_key_or_record)
 {
     gpon_hash_dump_state state = {};
     state.port_id = 5;

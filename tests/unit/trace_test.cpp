@@ -193,7 +193,7 @@ protected:
     }
 };
 
-TEST_F(hex_dump, of_no_byte_is_a_line_feed)
+TEST_F(hex_dump, is_a_line_feed_for_no_byte)
 {
     for (i32 count : {0, -1, -2147483647 - 1}) {
         EXPECT_THAT(offsets(counted(20), count), ElementsAre("")) << count;
@@ -238,7 +238,7 @@ TEST_F(hex_dump, shows_bytes_behind_the_frame_as_zero)
     EXPECT_THAT(plain(counted(2), 4), ElementsAre("f0 f1 00 00 "));
 }
 
-TEST_F(hex_dump, of_a_packet_without_data_is_an_error_when_plain)
+TEST_F(hex_dump, is_an_error_for_a_packet_without_data_when_plain)
 {
     const sk_buff empty;
     gpon_flow_dump_skb(&empty, 2);
