@@ -27,3 +27,21 @@ expect_status() {
     "$tool" "$@" >out 2>err </dev/null || status=$?
     [ "$status" = "$expected" ] || complain "gponflow $*: exit status $status, not $expected"
 }
+
+# FILE STATUS ARGUMENT...: the same with standard input from the file.
+tool_with_input() {
+    local input=$1 expected=$2 status=0
+    shift 2
+    "$tool" "$@" <"$input" >out 2>err || status=$?
+    [ "$status" = "$expected" ] || complain "gponflow $* <$input: exit status $status, not $expected"
+}
+
+# TEXT: all of standard output.
+expect_out() {
+    [ "$(cat out)" = "$1" ] || complain "standard output is not '$1' but '$(cat out)'"
+}
+
+# TEXT: all of standard error.
+expect_err() {
+    [ "$(cat err)" = "$1" ] || complain "standard error is not '$1' but '$(cat err)'"
+}
