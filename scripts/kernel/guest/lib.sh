@@ -69,23 +69,18 @@ without_known_reports() {
         return
     fi
     awk '
+        function finish() {
+            if (kept !~ /^[^\n]*WARNING: CPU: | kprobes_module_callback\+/ || kept ~ /\[gpon_/)
+                printf "%s", kept
+            kept = "" ; trace = 0
+        }
         { text = $0 ; sub(/^\[ *[0-9.]+\] /, "", text) }
-        inside && trace && text !~ /^ / {
-            if (!known || ours) printf "%s", kept
-            inside = 0
-        }
-        !inside && text == "WARNING: suspicious RCU usage" {
-            inside = 1 ; known = ours = trace = 0 ; kept = ""
-        }
-        !inside && text ~ /^WARNING: CPU: .* at kernel\/trace\/.* event_define_fields\+/ {
-            inside = known = 1 ; ours = trace = 0 ; kept = ""
-        }
-        !inside { print ; next }
+        trace && text !~ /^ / { finish() }
+        !kept && text != "WARNING: suspicious RCU usage" &&
+            text !~ /^WARNING: CPU: .* at kernel\/trace\/.* event_define_fields\+/ { print ; next }
         { kept = kept $0 "\n" }
         text ~ /^Call [Tt]race:/ { trace = 1 }
-        text ~ /^ kprobes_module_callback\+/ { known = 1 }
-        /\[gpon_/ { ours = 1 }
-        END { if (inside && (!known || ours)) printf "%s", kept }' "$1"
+        END { finish() }' "$1"
 }
 
 own_reports() {
