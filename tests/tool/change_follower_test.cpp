@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/tool/numbered_change.h"
 #include "tool/live/change_follower.h"
 #include "tool/live/descriptor.h"
 
@@ -17,15 +18,6 @@ namespace gponflow {
 namespace follower {
 
 constexpr uint32_t changes_a_read = 10;
-
-inline module_change numbered_change(uint32_t number)
-{
-    module_change change;
-    change.about = module_change::subject::table;
-    change.change = "grown";
-    change.number = number;
-    return change;
-}
 
 // One read after the other, each with so many changes; a descriptor that is always readable.
 struct planned_read {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/explain/lines.h"
+#include "tests/tool/numbered_change.h"
 #include "tool/live/change_printer.h"
 #include "tool/live/change_text.h"
 #include "tool/live/counter_text.h"
@@ -365,15 +366,6 @@ TEST_F(changes, have_consecutive_numbers_and_texts)
     EXPECT_EQ(missing_text(3), "missing  3 changes: not received");
 }
 
-module_change numbered(uint32_t number)
-{
-    module_change change;
-    change.about = module_change::subject::table;
-    change.change = "grown";
-    change.number = number;
-    return change;
-}
-
 std::vector<std::string> words_of(const std::string& text)
 {
     std::vector<std::string> words;
@@ -385,16 +377,16 @@ std::vector<std::string> words_of(const std::string& text)
 
 TEST(change_printer, counts_the_changes_between_two_and_after_the_last)
 {
-    const std::string grown = text_of(numbered(0));
+    const std::string grown = text_of(numbered_change(0));
     std::ostringstream out;
     change_printer printer({}, UINT32_MAX - 1, out);
-    printer.take(numbered(UINT32_MAX));
-    printer.take(numbered(2));
+    printer.take(numbered_change(UINT32_MAX));
+    printer.take(numbered_change(2));
     EXPECT_TRUE(printer.end_at(2));
     EXPECT_TRUE(printer.end_at(5));
     EXPECT_TRUE(printer.end_at(4));
-    printer.take(numbered(4));
-    printer.take(numbered(6));
+    printer.take(numbered_change(4));
+    printer.take(numbered_change(6));
     EXPECT_THAT(words_of(out.str()), ElementsAre(grown, "missing  2 changes", grown,
                                                  "missing  3 changes", grown, grown));
 }
@@ -416,9 +408,9 @@ TEST(change_printer, ends_at_its_limit)
 {
     std::ostringstream out;
     change_printer printer({false, 1}, 0, out);
-    printer.take(numbered(1));
+    printer.take(numbered_change(1));
     EXPECT_TRUE(printer.is_complete());
-    printer.take(numbered(5));
+    printer.take(numbered_change(5));
     EXPECT_TRUE(printer.end_at(9));
     EXPECT_THAT(words_of(out.str()), SizeIs(1));
 }
