@@ -109,14 +109,14 @@ void add_hook_cases(case_list& cases)
 {
     for (const direction& dir : directions)
         for (const unsigned services : {1u, 8u, 64u}) {
-            const std::string where =
+            const std::string variant =
                 std::string(dir.name) + "/" + std::to_string(services) + "_services";
             for (const bool remembered : {false, true}) {
                 const std::string kind = remembered ? "hook/known/" : "hook/quick/";
-                cases.push_back(make_case<hook_calls>(kind + where, dir, services, remembered));
+                cases.push_back(make_case<hook_calls>(kind + variant, dir, services, remembered));
                 cases.back().parallel = true;
             }
-            cases.push_back(make_case<first_frames>("hook/first/" + where, dir, services, true));
+            cases.push_back(make_case<first_frames>("hook/first/" + variant, dir, services, true));
             cases.back().prepares = true;
         }
 }

@@ -42,10 +42,10 @@ def wrong_edits():
         names.add(name)
 
 
-def missing_tests(where, names):
+def missing_tests(place, names):
     for name in names.split():
         if not Path(f"tests/kernel/{name}.sh").is_file():
-            yield f"{where}: there is no guest test {name}"
+            yield f"{place}: there is no guest test {name}"
 
 
 def wrong_guest_tests():
@@ -59,8 +59,8 @@ def wrong_guest_tests():
     for source in (*Path("src/platform/linux").glob("*.c"), *Path("softonu").glob("*.c")):
         if str(source) not in tests:
             yield f"{path}: no guest test for {source}"
-    for where, edit in all_edits():
-        yield from missing_tests(f"{where}: {edit['name'].strip()}", edit.get("tests", ""))
+    for place, edit in all_edits():
+        yield from missing_tests(f"{place}: {edit['name'].strip()}", edit.get("tests", ""))
 
 
 def wrong_unreached():

@@ -25,7 +25,7 @@ has() {
     done
 }
 
-# PACKAGE PATTERN WHAT: no file name matches.
+# PACKAGE PATTERN CONTENT: no file name matches.
 has_not() {
     local found
     found=$(list "$1" | grep -E "$2" || true)

@@ -13,15 +13,15 @@ echo "| file | kind of frame | frames |"
 echo "|---|---|---|"
 grep -v '^#' "$here/expected.txt" | {
     missing=0
-    while IFS='|' read -r file what filter; do
-        file=${file% } what=${what# } what=${what% } filter=${filter# }
+    while IFS='|' read -r file kind filter; do
+        file=${file% } kind=${kind# } kind=${kind% } filter=${filter# }
         tshark -n -r "$folder/$file" -Y "$filter" -T fields -e frame.number \
             > "$work/frames" 2> "$work/log" || {
             cat "$work/log" >&2
             exit 1
         }
         frames=$(wc -l < "$work/frames")
-        echo "| $file | $what | $frames |"
+        echo "| $file | $kind | $frames |"
         [ "$frames" -gt 0 ] || missing=$((missing + 1))
     done
     if [ "$missing" -gt 0 ]; then

@@ -44,10 +44,10 @@ report() {
 unreached() {
     sed -nE 's/.*<file path="([^"]*)".*/F \1/p; s/.*lineNumber="([0-9]+)" covered="false".*/L \1/p' \
         <(sed 's/></>\n</g' "$dir/coverage.xml") |
-        while read -r kind what; do
+        while read -r kind value; do
             case $kind in
-            F) file=$what ;;
-            L) printf '%s: %s\n' "$file" "$(sed -n "${what}s/^ *//p" "$file")" ;;
+            F) file=$value ;;
+            L) printf '%s: %s\n' "$file" "$(sed -n "${value}s/^ *//p" "$file")" ;;
             esac
         done | sort
 }

@@ -17,7 +17,7 @@ copies() {
     cp $page "$tree/page"
 }
 
-# WHAT TEXT FILE EXPRESSION: the description, the header or the page, edited by sed, fails with TEXT.
+# TITLE TEXT FILE EXPRESSION: the description, the header or the page, edited by sed, fails with TEXT.
 wrong() {
     copies
     sed -i "$4" "$tree/$3"

@@ -31,7 +31,7 @@ check_tree() {
     python3 "$check" "$tree" "${objects[@]}"
 }
 
-# passes WHAT COMMAND...
+# passes TITLE COMMAND...
 passes() {
     local output
     if ! output=$("${@:2}" 2>&1); then
@@ -40,7 +40,7 @@ passes() {
     fi
 }
 
-# fails WHAT TEXT COMMAND...: with TEXT among what it prints, so that it fails for that reason.
+# fails TITLE TEXT COMMAND...: with TEXT among what it prints, so that it fails for that reason.
 fails() {
     local output
     if output=$("${@:3}" 2>&1); then

@@ -19,7 +19,7 @@ commit_all() {
     git -C "$tree" add -A
 }
 
-# WHAT TEXT: the tree that was made fails with TEXT, tracked or unpacked from an archive.
+# TITLE TEXT: the tree that was made fails with TEXT, tracked or unpacked from an archive.
 refused() {
     fails "$1 (unpacked)" "$2" bash "$check" "$tree"
     commit_all

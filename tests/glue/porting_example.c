@@ -16,11 +16,11 @@ extern int (*gpon_queue_mapping_hook)(struct sk_buff *skb);
 
 static int failures;
 
-static void expect(long wanted, long got, const char *what)
+static void expect(long wanted, long got, const char *name)
 {
 	if (wanted == got)
 		return;
-	printf("%s: %ld, not %ld\n", what, got, wanted);
+	printf("%s: %ld, not %ld\n", name, got, wanted);
 	failures++;
 }
 

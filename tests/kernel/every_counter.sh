@@ -21,7 +21,7 @@ stat_as() {
     fi
 }
 
-same_counters() { # WHAT FILE
+same_counters() { # TITLE FILE
     cmp -s /tmp/kernel "$2" || fail "$1 differs from netlink: $(diff /tmp/kernel "$2")"
 }
 

@@ -107,7 +107,7 @@ events_of_aging() {
     rmmod gpon_hasten
 }
 
-# WHAT: unloads within a quiet time that lasts a minute.
+# TITLE: unloads within a quiet time that lasts a minute.
 unload_in_a_quiet_time() {
     insmod /modules/gpon_hasten.ko period=$((hz / 10)) instead=$((hz * 60)) ||
         fail "the quiet time cannot be made longer"

@@ -10,7 +10,7 @@
 
 tracing=/sys/kernel/tracing
 
-# PROCESS WHAT [STATUS]: it ends soon, without an error or with this status.
+# PROCESS NAME [STATUS]: it ends soon, without an error or with this status.
 ends() {
     tries=0
     while kill -0 "$1" 2>/dev/null; do
@@ -186,7 +186,7 @@ start_reader() {
     wait_for_prints 1
 }
 
-# WHAT: unloads the module while the reader is stopped. A dump that it has open keeps the module.
+# TITLE: unloads the module while the reader is stopped. A dump that it has open keeps the module.
 unload_under_stopped_reader() {
     unloads=0
     until stop_process $reader && rmmod gpon_flow 2>/dev/null; do

@@ -51,12 +51,12 @@ end_tracing() {
     gather_events
 }
 
-# same WHAT EVENTS COUNTER...: the events and the counters have the same number.
+# same TITLE EVENTS COUNTER...: the events and the counters have the same number.
 same() {
-    what=$1
+    title=$1
     pattern=$2
     shift 2
-    expect "$what" "$(grown_by "$@")" "$(gathered "$pattern")"
+    expect "$title" "$(grown_by "$@")" "$(gathered "$pattern")"
 }
 
 # DIRECTION: the frames of a direction begin with a walk or hit a rule.

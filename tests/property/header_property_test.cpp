@@ -117,10 +117,10 @@ TEST_F(header_property, every_stack_of_tags_before_every_type_agrees_with_the_pa
     for_each_stack([&](const std::vector<tag>& stack) {
         for (const inner kind : kinds)
             for (int reversed = 0; reversed < 4 && !HasFatalFailure(); ++reversed) {
-                const description what =
+                const description content =
                     described(stack, kind, reversed, static_cast<u8>(frames % 64));
-                SCOPED_TRACE(what.text());
-                const octets frame = build(what);
+                SCOPED_TRACE(content.text());
+                const octets frame = build(content);
                 ASSERT_EQ(tags(frame), stack) << "the reference reads what it wrote";
                 expect_tags(frame);
                 expect_dscp(frame, frame);
@@ -136,9 +136,9 @@ TEST_F(header_property, every_code_point_is_found_only_behind_reversed_types)
     for (const inner kind : kinds)
         for (int reversed = 0; reversed < 4; ++reversed)
             for (u8 code_point = 0; code_point < 64 && !HasFatalFailure(); ++code_point) {
-                const description what = described({}, kind, reversed, code_point);
-                SCOPED_TRACE(what.text());
-                const octets frame = build(what);
+                const description content = described({}, kind, reversed, code_point);
+                SCOPED_TRACE(content.text());
+                const octets frame = build(content);
                 expect_dscp(frame, frame);
                 const sk_buff skb = packet(frame);
                 found += gpon_pkt_get_dscp(&skb) != -1;
@@ -158,10 +158,10 @@ TEST_F(header_property, frames_cut_at_every_byte_read_as_if_zeros_followed)
     for (const auto& stack : stacks)
         for (const inner kind : kinds)
             for (int reversed = 0; reversed < 4; ++reversed) {
-                const description what = described(stack, kind, reversed, 46);
-                const octets whole = build(what);
+                const description content = described(stack, kind, reversed, 46);
+                const octets whole = build(content);
                 for (size_t length = 0; length <= whole.size() && !HasFatalFailure(); ++length) {
-                    SCOPED_TRACE(testing::Message() << what.text() << " cut to " << length);
+                    SCOPED_TRACE(testing::Message() << content.text() << " cut to " << length);
                     expect_tags(cut(whole, length));
                     expect_dscp(cut(whole, length), whole);
                 }
@@ -183,13 +183,13 @@ TEST_F(header_property, the_dscp_is_read_behind_the_leading_tags_of_the_frame)
 {
     for (const inner kind : kinds)
         for (size_t offset = 0; offset <= 20; ++offset) {
-            const description what =
+            const description content =
                 described({{0x8100, 0xa00c}, {0x88a8, 1}}, kind, 3, static_cast<u8>(offset));
-            SCOPED_TRACE(testing::Message() << what.text() << " at " << offset);
-            const octets frame = build(what);
+            SCOPED_TRACE(testing::Message() << content.text() << " at " << offset);
+            const octets frame = build(content);
             // The frame proper with two tags; its MAC header, with what the reader looks for
             // behind two tags, lies further on.
-            octets buffer = cut(build({what.tags, inner::other, 0, false, false}), 20);
+            octets buffer = cut(build({content.tags, inner::other, 0, false, false}), 20);
             buffer.resize(offset, 0);
             buffer.insert(buffer.end(), frame.begin(), frame.end());
             sk_buff skb = packet(buffer);

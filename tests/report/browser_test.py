@@ -88,10 +88,10 @@ class Report(PageTest):
         tile = self.browser.find_element(By.CSS_SELECTOR, ".tiles dd").text
         self.assertEqual(total, number(tile))
 
-    def marked(self, what):
+    def marked(self, mark):
         """Numbers of the marked boxes."""
         return self.script("return [...document.querySelectorAll(arguments[0])]"
-                           ".map(box => box.getAttribute('href').slice(2))", f".service a.{what}")
+                           ".map(box => box.getAttribute('href').slice(2))", f".service a.{mark}")
 
     def test_the_path_of_a_flow_is_marked_in_its_service(self):
         row = self.browser.find_element(By.CSS_SELECTOR, "#flow-table tr.passed:has(button.path)")
@@ -110,7 +110,7 @@ class Report(PageTest):
             self.script("document.querySelector(arguments[0]).click()", button)
             self.assertTrue(self.marked("decides"), button)
             colours = self.script(
-                "const style = (what) => getComputedStyle(document.querySelector(what));"
+                "const style = (selector) => getComputedStyle(document.querySelector(selector));"
                 "return [style('.service a.decides rect').stroke, style('tr.dropped b').color]")
             self.assertEqual(colours[0], colours[1])
             self.assertIn("dropped", self.browser.find_element(By.ID, "graph-path").text)

@@ -119,7 +119,7 @@ me create 300 3 portPointer=9
 debug show raw_data 300
 SCENARIO
 
-# expect WHAT TEXT COMMAND...: TEXT is among what the command prints.
+# expect TITLE TEXT COMMAND...: TEXT is among what the command prints.
 expect() {
     local output
     output=$("${@:3}" 2>&1) || true

@@ -50,7 +50,7 @@ struct traced_call {
 
 /// Where the rule table has the rule of a frame.
 struct rule_place {
-    enum where {
+    enum rule_state {
         stored, ///< the frame replays it
         taken,  ///< there is none, and the table would drop a new one without any other effect
         open    ///< there is none, and a new one changes the table

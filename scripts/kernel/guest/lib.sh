@@ -134,7 +134,7 @@ fail() {
     exit 1
 }
 
-# expect WHAT WANTED GOT
+# expect NAME WANTED GOT
 expect() {
     [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
 }

@@ -89,10 +89,10 @@ take_events() {
     sed 's/ idle=[0-9]*//; s/ event=[0-9]*$//' /tmp/taken >/tmp/new
 }
 
-# WHAT LINE...: these events, and no other, since the last call.
+# TITLE LINE...: these events, and no other, since the last call.
 expect_events() {
-    what=$1
+    title=$1
     shift
     take_events
-    expect "events of $what" "$(printf '%s\n' "$@")" "$(cat /tmp/new)"
+    expect "events of $title" "$(printf '%s\n' "$@")" "$(cat /tmp/new)"
 }

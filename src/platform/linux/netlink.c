@@ -209,8 +209,8 @@ static int get_state(struct sk_buff *request, struct genl_info *info)
 /* No request has an attribute: the kernel refuses any. */
 static const struct nla_policy no_attributes[2];
 
-#define DUMP(what, name) { \
-		.cmd = GPON_FLOW_NL_CMD_GET_ ## what, \
+#define DUMP(command, name) { \
+		.cmd = GPON_FLOW_NL_CMD_GET_ ## command, \
 		.flags = GENL_ADMIN_PERM, \
 		.start = start_ ## name, \
 		.dumpit = dump_ ## name, \

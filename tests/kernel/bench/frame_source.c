@@ -37,9 +37,9 @@ struct frame {
 
 _Static_assert(sizeof(struct frame) == FRAME_BYTES, "the header's fields are packed");
 
-static int fail(const char *what)
+static int fail(const char *step)
 {
-	fprintf(stderr, "frame_source: %s: %s\n", what, strerror(errno));
+	fprintf(stderr, "frame_source: %s: %s\n", step, strerror(errno));
 	exit(1);
 }
 

@@ -132,7 +132,7 @@ counter() {
     awk -v device="$1" -v name="$2" '$1 == device && $2 == name {print $3}' $proc/counters
 }
 
-# WHAT LEAST VALUE
+# NAME LEAST VALUE
 expect_at_least() {
     [ "$3" -ge "$2" ] || fail "$1: expected at least $2, got $3"
 }
