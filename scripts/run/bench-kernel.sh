@@ -64,7 +64,7 @@ if [ -n "$events" ]; then
     for arch in "${archs[@]}"; do
         logs+=("$arch=$GPON_BUILD_DIR/logs/guest-events-$arch.log")
         step "events-$arch" boot_bench_guest "$arch" "${logs[-1]#*=}" \
-            ways=trace_events frames=800 repeats=1
+            cases=trace_events frames=800 repeats=1
     done
     event_section "${logs[@]}" | if [ -n "$write" ]; then
         write_result trace-event-cost 'Cost of the trace events'
@@ -75,7 +75,7 @@ if [ -n "$events" ]; then
 fi
 
 # The guarded cases alone, with a few frames each.
-guarded=("ways=bridge,gpon_flow" counts=8 frames=800 repeats=1)
+guarded=("cases=bridge,gpon_flow" counts=8 frames=800 repeats=1)
 
 if [ -n "$counters" ]; then
     figures=()

@@ -4,14 +4,14 @@
 # Cost of an upstream frame of a subscriber, for each of the compared line setups. Prints
 # "@@ bench CASE FLOWS MEDIAN MEAN", instructions per frame, "@@ rules FLOWS COUNT", the rules that
 # gpon_flow stores of two per flow, and "@@ calls FLOWS REMEMBERED REPLAYED WALKED", the paths of its
-# calls. Meant for a guest whose clock counts instructions; "repeats", "frames", "ways" and "counts"
+# calls. Meant for a guest whose clock counts instructions; "repeats", "frames", "cases" and "counts"
 # (the numbers of flows) are words of its command line.
 # shellcheck source=tests/kernel/bench/devices.sh
 . /tests/bench/devices.sh
 
 repeats=${repeats:-2}
 bridges=10
-ways=${ways:-bridge,veth_bridge,vlan_filtering,flower,openvswitch,own_mapping,gpon_flow}
+cases=${cases:-bridge,veth_bridge,vlan_filtering,flower,openvswitch,own_mapping,gpon_flow}
 frames=${frames:-1600}
 per_round=16
 flow_counts=$(echo "${counts:-1,8,64,256,768,4096}" | tr , ' ')
@@ -207,7 +207,7 @@ setup() {
     done
 }
 
-measure_way() {
+measure_case() {
     case $1 in
     bridge) bridge_alone bridge plain_up "16 $flow_counts" ;;
     veth_bridge) bridge_alone veth_bridge veth_up "" ;;
@@ -217,14 +217,14 @@ measure_way() {
         done
         ;;
     vlan_filtering | own_mapping | gpon_flow | trace_events) "$1" ;;
-    *) fail "there is no way '$1'" ;;
+    *) fail "there is no case '$1'" ;;
     esac
 }
 
 setup
 for _ in $(seq "$repeats"); do
-    for way in $(echo "$ways" | tr , ' '); do
+    for name in $(echo "$cases" | tr , ' '); do
         network=1
-        measure_way "$way"
+        measure_case "$name"
     done
 done

@@ -101,7 +101,7 @@ flower_hits() {
     tc -s filter show dev uni1 ingress | awk '$1 == "Sent" && $3 == "bytes" {n += $4} END {print n}'
 }
 
-# NETWORK FLOWS: what ovs-dpctl reads. UNI 1 is port 1 of the datapath, the way out port 2.
+# NETWORK FLOWS: what ovs-dpctl reads. UNI 1 is port 1 of the datapath, the uplink is port 2.
 openvswitch_flows() {
     n=0
     while [ $n -lt "$2" ]; do

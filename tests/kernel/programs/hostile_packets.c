@@ -165,13 +165,13 @@ static void shapes_of_size(uint32_t options, size_t size)
 static void every_shape(size_t sizes_used)
 {
 	static const uint32_t holders[] = { 0, SOFTONU_CALL_CLONED, SOFTONU_CALL_SHARED };
-	static const uint32_t ways[] = { 0, SOFTONU_CALL_RAW, SOFTONU_CALL_TAG_BESIDE,
-					 SOFTONU_CALL_RAW | SOFTONU_CALL_TAG_BESIDE };
+	static const uint32_t flag_sets[] = { 0, SOFTONU_CALL_RAW, SOFTONU_CALL_TAG_BESIDE,
+					      SOFTONU_CALL_RAW | SOFTONU_CALL_TAG_BESIDE };
 
 	for (size_t size = 0; size < sizes_used; size++)
 		for (size_t holder = 0; holder < 3; holder++)
-			for (size_t way = 0; way < 4; way++)
-				shapes_of_size(holders[holder] | ways[way], size);
+			for (size_t set = 0; set < 4; set++)
+				shapes_of_size(holders[holder] | flag_sets[set], size);
 }
 
 /* The MAC header anywhere in the frame, in its pages, and behind its last byte. */

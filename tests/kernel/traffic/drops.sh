@@ -16,7 +16,8 @@ all_drops() {
 
 # DEVICE rx|tx: the drops that "ip -s link" prints.
 dropped() {
-    ip -s link show dev "$1" | awk -v way="$2:" 'toupper(way) == $1 {getline; print $4; exit}'
+    ip -s link show dev "$1" |
+        awk -v direction="$2:" 'toupper(direction) == $1 {getline; print $4; exit}'
 }
 
 # DEVICE COUNTER COMMAND...: the one frame that the command sends is dropped there for this reason.
@@ -61,7 +62,7 @@ send_failing() {
     expect "failures for $1" 1 "$fired"
 }
 
-# DEVICE WAY SENDING-DEVICE
+# DEVICE DIRECTION SENDING-DEVICE
 spoilt_frames() {
     drops "$1" "$2_drop_short" send_stub "$3"
     drops "$1" "$2_drop_no_memory" send_failing pskb_expand_head -12 "$3" "$frame" watched
