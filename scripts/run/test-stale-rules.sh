@@ -38,7 +38,7 @@ one_process() {
         grep -q '^\[  PASSED  \] 1 test\.' "$log"
 }
 
-# TEST PROCESSES WHAT: its changes, shared by the processes.
+# TEST PROCESSES TITLE: its changes, shared by the processes.
 measure() {
     local name=$1 count=$2 each result=none start=$SECONDS i process others=()
     each=$(((changes + count - 1) / count))
@@ -62,7 +62,7 @@ rm -f "$logs"/stale-rules-*.log
 measure no_rule_outlives_the_command_that_changed_its_graph 1 "pairs of commands beside frames that learn"
 measure nor_when_the_command_waits_for_user_memory "$processes" \
     "the same, each copy of user memory takes 1 ms"
-measure each_answer_is_one_that_the_store_gave_meanwhile 1 "changes beside frames of two threads"
+measure each_result_is_one_of_the_store_during_the_call 1 "changes beside frames of two threads"
 if [ -n "$write" ]; then
     {
         echo 'The tests change the graph while frames pass. They look for a rule, or a remembered outcome, that was'

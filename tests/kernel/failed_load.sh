@@ -16,7 +16,7 @@ load_with_fault() {
     rmmod gpon_fault
 }
 
-nothing_stands() {
+nothing_is_left() {
     expect "module after $1 failed" 0 "$(grep -c '^gpon_flow ' /proc/modules)"
     expect "device after $1 failed" 0 "$(grep -c ' gpon_flow$' /proc/devices)"
     [ ! -e /proc/gpon_flow ] || fail "the proc directory outlives a failed load"
@@ -26,7 +26,7 @@ load_softonu unis=2
 for function in proc_mkdir proc_create_data; do
     load_with_fault $function 0
     expect "load with $function failing" 1 "$status"
-    nothing_stands $function
+    nothing_is_left $function
 done
 
 # Without its device the module is loaded all the same.
@@ -36,7 +36,7 @@ for function in register_chrdev_region cdev_add; do
     expect "device after $function failed" 0 "$(grep -c ' gpon_flow$' /proc/devices)"
     echo "show en_flag" >/proc/gpon_flow/debug || fail "the proc entry takes no command"
     rmmod gpon_flow || fail "no unload after $function failed"
-    nothing_stands $function
+    nothing_is_left $function
 done
 
 load_gpon_flow

@@ -154,7 +154,7 @@ void judge_frames(const progress& store, const std::atomic<bool>& done, uint8_t 
     }
 }
 
-TEST_F(outcome_threads, each_answer_is_one_that_the_store_gave_meanwhile)
+TEST_F(outcome_threads, each_result_is_one_of_the_store_during_the_call)
 {
     progress store;
     std::atomic<bool> done = false;

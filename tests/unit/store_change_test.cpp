@@ -59,8 +59,8 @@ TEST_F(outcome, each_function_that_changes_the_store_is_one_change)
         .instID = 5, .uniBridgingEnable = 0, .helloTime = 0, .dynFilterAgingTime = 0};
     const gpon_me_cmd cmd = gpon::test::command(ZR_OMCI_MSG_TYPE_CREAT, me_class::mbsp, 5, &raw);
     const gpon_me_entry* bridges = gpon_flow_me_get_by_classid(me_class::mbsp);
-    for (const auto what : {"new", "replaced"}) {
-        SCOPED_TRACE(what);
+    for (const auto change : {"new", "replaced"}) {
+        SCOPED_TRACE(change);
         const watched_changes seen;
         EXPECT_EQ(gpon_flow_list_add_inst(bridges, &cmd), 0);
         seen.expect_one();
