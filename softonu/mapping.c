@@ -53,8 +53,8 @@ static int look_up(enum softonu_map which, const struct sk_buff *skb, int *value
 	*value = -1;
 	rcu_read_lock();
 	state = rcu_dereference(maps[which].state);
-	result = state->mapping.answer;
-	if (state->mapping.mode != SOFTONU_MAPPING_ANSWER) {
+	result = state->mapping.result;
+	if (state->mapping.mode != SOFTONU_MAPPING_RESULT) {
 		*value = softonu_rules_find(&state->rules, skb);
 		result = *value < 0 ? -1 : 0;
 	}
@@ -115,7 +115,7 @@ int softonu_map_set(enum softonu_map which, const struct softonu_mapping *mappin
 	int ret = -ENOMEM;
 
 	if (mapping->mode > SOFTONU_MAPPING_TABLE ||
-	    (mapping->mode != SOFTONU_MAPPING_ANSWER && mapping->answer))
+	    (mapping->mode != SOFTONU_MAPPING_RESULT && mapping->result))
 		return -EINVAL;
 	mutex_lock(&maps_mutex);
 	fresh = copy_state(which);
@@ -135,16 +135,16 @@ void softonu_map_get(enum softonu_map which, struct softonu_mapping *mapping)
 	mutex_unlock(&maps_mutex);
 }
 
-static void set_mode(struct map_state *state, u32 mode, int answer)
+static void set_mode(struct map_state *state, u32 mode, int result)
 {
 	state->mapping.mode = mode;
-	state->mapping.answer = answer;
+	state->mapping.result = result;
 }
 
 static int apply_command(enum softonu_map which, struct map_state *state, char *line)
 {
 	char *word = strsep(&line, " \t");
-	int answer;
+	int result;
 
 	if (!strcmp(word, "none") && !line)
 		set_mode(state, SOFTONU_MAPPING_NONE, 0);
@@ -154,8 +154,8 @@ static int apply_command(enum softonu_map which, struct map_state *state, char *
 		state->rules.count = 0;
 	else if (!strcmp(word, "add") && line)
 		return softonu_rules_add(&state->rules, which, line);
-	else if (!strcmp(word, "answer") && line && !kstrtoint(line, 0, &answer))
-		set_mode(state, SOFTONU_MAPPING_ANSWER, answer);
+	else if (!strcmp(word, "result") && line && !kstrtoint(line, 0, &result))
+		set_mode(state, SOFTONU_MAPPING_RESULT, result);
 	else
 		return -EINVAL;
 	return 0;
@@ -186,8 +186,8 @@ void softonu_show_map(enum softonu_map which, struct seq_file *out)
 	state = current_state(which);
 	if (state->mapping.mode == SOFTONU_MAPPING_NONE)
 		seq_puts(out, "none\n");
-	else if (state->mapping.mode == SOFTONU_MAPPING_ANSWER)
-		seq_printf(out, "answer %d\n", state->mapping.answer);
+	else if (state->mapping.mode == SOFTONU_MAPPING_RESULT)
+		seq_printf(out, "result %d\n", state->mapping.result);
 	else
 		seq_puts(out, "table\n");
 	softonu_rules_show(&state->rules, which, out);

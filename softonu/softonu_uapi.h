@@ -53,13 +53,13 @@ struct softonu_hook_call {
 
 /* struct softonu_mapping, mode. */
 #define SOFTONU_MAPPING_NONE 0u   /* the function pointer is null */
-#define SOFTONU_MAPPING_ANSWER 1u /* the function returns a fixed value, the packet is unchanged */
+#define SOFTONU_MAPPING_RESULT 1u /* the function returns a fixed value, the packet is unchanged */
 #define SOFTONU_MAPPING_TABLE 2u  /* the function uses the table of the proc file */
 
 /* State of one of the two mapping functions. */
 struct softonu_mapping {
 	__u32 mode;   /* SOFTONU_MAPPING_* */
-	__s32 answer; /* with ANSWER, else 0 */
+	__s32 result; /* with RESULT, else 0 */
 };
 
 #define SOFTONU_IOC_MAGIC 0x78

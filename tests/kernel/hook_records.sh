@@ -18,7 +18,7 @@ expect "both records" "$own
 $engine" "$(cat $proc/hooks)"
 echo "default on" >$proc/hooks && fail "the platform's record is there twice"
 expect "a call of both records" "records=2 ret=2 result=0 gem=1025 queue=65535" "$(hook_call)"
-echo "answer -1" >$proc/mapping
+echo "result -1" >$proc/mapping
 expect "the first record refuses" "records=1 ret=2 result=1 gem=0 queue=65535" "$(hook_call)"
 expect "a kind that it lets through" "records=2 ret=2 result=0 gem=7 queue=65535" \
     "$(hook_call kind=3 gem=7)"

@@ -18,7 +18,7 @@ refused() {
 }
 
 bad_lines() {
-    for line in "" x none\ 1 "answer" "answer x" "answer 99999999999" "add" "add uni=1" "add gem=" \
+    for line in "" x none\ 1 "result" "result x" "result 99999999999" "add" "add uni=1" "add gem=" \
         "add gem=4096" "add gem=-1" "add gem=1 gem=2" "add uni=16 gem=1" "add vid=4096 gem=1" \
         "add pbit=8 gem=1" "add uni=untagged gem=1" "add colour=1 gem=1" "add =1 gem=1" "=" \
         "$(head -c 5000 /dev/zero | tr '\0' a)"; do

@@ -15,8 +15,8 @@ namespace {
 softonu_mapping mapping_of(const pointer_setting& setting)
 {
     softonu_mapping mapping = {};
-    mapping.mode = setting.result ? SOFTONU_MAPPING_ANSWER : SOFTONU_MAPPING_NONE;
-    mapping.answer = setting.result.value_or(0);
+    mapping.mode = setting.result ? SOFTONU_MAPPING_RESULT : SOFTONU_MAPPING_NONE;
+    mapping.result = setting.result.value_or(0);
     return mapping;
 }
 

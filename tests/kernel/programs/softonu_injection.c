@@ -54,7 +54,7 @@ static void set_mapping(uint32_t mode, int32_t result)
 	expect(0, ask(SOFTONU_IOC_SET_MAPPING, &mapping), "set mapping");
 	expect(0, ask(SOFTONU_IOC_GET_MAPPING, &back), "get mapping");
 	expect(mode, back.mode, "mapping mode read back");
-	expect(result, back.answer, "mapping result read back");
+	expect(result, back.result, "mapping result read back");
 }
 
 static void calls_without_packet(void)
@@ -94,17 +94,17 @@ static void fields_come_back(void)
 	expect(0xffff, call.queue, "queue");
 }
 
-static void mapping_answers(void)
+static void mapping_results(void)
 {
 	struct softonu_hook_call call = packet_call(60, 0);
 
-	set_mapping(SOFTONU_MAPPING_ANSWER, -1);
-	expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "answer -1");
-	expect(1, call.api_result, "answer -1: result");
-	expect(7, call.gemport_id, "answer -1: GEM port id");
-	set_mapping(SOFTONU_MAPPING_ANSWER, 5);
-	expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "answer 5");
-	expect(0, call.api_result, "answer 5: result");
+	set_mapping(SOFTONU_MAPPING_RESULT, -1);
+	expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "fixed result -1");
+	expect(1, call.api_result, "fixed result -1: api_result");
+	expect(7, call.gemport_id, "fixed result -1: GEM port id");
+	set_mapping(SOFTONU_MAPPING_RESULT, 5);
+	expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "fixed result 5");
+	expect(0, call.api_result, "fixed result 5: api_result");
 	set_mapping(SOFTONU_MAPPING_NONE, 0);
 	expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "no mapping");
 	expect(0, call.api_result, "no mapping: result");
@@ -227,7 +227,7 @@ static void bad_settings(void)
 	expect(EINVAL, ask(SOFTONU_IOC_SET_MAPPING, &mapping), "unknown mode");
 	expect(EINVAL, ask(SOFTONU_IOC_SET_QUEUE_MAPPING, &mapping), "unknown queue mode");
 	mapping = (struct softonu_mapping){ SOFTONU_MAPPING_NONE, 1 };
-	expect(EINVAL, ask(SOFTONU_IOC_SET_MAPPING, &mapping), "answer of no function");
+	expect(EINVAL, ask(SOFTONU_IOC_SET_MAPPING, &mapping), "result of no function");
 	expect(EINVAL, ask(SOFTONU_IOC_SET_REPORT, &on), "report 2");
 }
 
@@ -265,7 +265,7 @@ int main(void)
 	memcpy(tagged + 12, "\x81\x00\xa0\x64\x08\x00", 6);
 	calls_without_packet();
 	fields_come_back();
-	mapping_answers();
+	mapping_results();
 	every_shape();
 	memcpy(tagged + 12, "\x88\xa8", 2);
 	every_shape();
