@@ -9,7 +9,7 @@
 # WORD...: the line of the rule that the engine learns from a frame.
 rule_of() {
     echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
-    hook_call kind=0 "$@" >/tmp/answer
+    hook_call kind=0 "$@" >/tmp/call
     echo "show flow_rule" >/proc/gpon_flow/debug
     dmesg | sed -n 's/^\[ *[0-9.]*\] //; /02:00:00:00:00:01/p' | tail -n 1
 }

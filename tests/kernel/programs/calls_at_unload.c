@@ -23,7 +23,7 @@ static void expect(int good, const char *name, long got)
 		printf("%s: unexpected result %ld, errno %d\n", name, got, errno);
 }
 
-static void expect_answer(const struct softonu_hook_call *call)
+static void expect_result(const struct softonu_hook_call *call)
 {
 	if (call->records == 0) {
 		expect(call->ret == 0 && call->api_result == 0, "a call without a hook", call->api_result);
@@ -52,7 +52,7 @@ static void *packet_thread(void *argument)
 
 		expect(got == 0, "injection", got);
 		if (got == 0)
-			expect_answer(&call);
+			expect_result(&call);
 	}
 	close(softonu);
 	return NULL;

@@ -113,7 +113,7 @@ static void until_success(const struct operation *operation, const struct subjec
 }
 
 /* An instance of another class is created and deleted, and the debug entry prints. */
-static int modules_answer(const struct subject *subject, int ret)
+static int module_responds(const struct subject *subject, int ret)
 {
 	static const struct gpon_raw_td raw = { .instID = 0x7fff };
 	static const struct entity stranger = ENTITY(280, raw);
@@ -176,15 +176,15 @@ static int proc_line(const struct subject *subject)
 static void failing_commands(void)
 {
 	static const struct operation of_entities[] = {
-		{ "create", graph_without, create, modules_answer },
-		{ "set", whole_graph, set, modules_answer },
-		{ "delete", whole_graph, delete, modules_answer },
+		{ "create", graph_without, create, module_responds },
+		{ "set", whole_graph, set, module_responds },
+		{ "delete", whole_graph, delete, module_responds },
 	};
-	static const struct operation cleaning = { "clean", whole_graph, clean, modules_answer };
+	static const struct operation cleaning = { "clean", whole_graph, clean, module_responds };
 	static const struct operation configuration = { "configuration", whole_graph, configure,
-							modules_answer };
-	static const struct operation by_device = { "words", whole_graph, words, modules_answer };
-	static const struct operation by_proc = { "line", whole_graph, proc_line, modules_answer };
+							module_responds };
+	static const struct operation by_device = { "words", whole_graph, words, module_responds };
+	static const struct operation by_proc = { "line", whole_graph, proc_line, module_responds };
 	static const char *const lines[] = {
 		"show en_flag", "show raw_data", "show raw_data 47", "show raw_data 268 1",
 		"show flow_rule", "set enable 1", "set debug_level 0", "clean raw_data 268 1",
@@ -230,7 +230,7 @@ static int packets_pass(const struct subject *subject, int ret)
 	struct softonu_hook_call call;
 
 	return send_packet(softonu, subject->kind, 1, 2, subject->vlan, &call) || call.records == 0 ||
-	       modules_answer(subject, ret);
+	       module_responds(subject, ret);
 }
 
 static void failing_hooks(void)

@@ -56,7 +56,7 @@ static int result_of_number(unsigned long number)
 }
 
 /* The kernel itself handles a few numbers for any file and does not pass them to the driver. */
-static int kernel_answers(unsigned long number)
+static int handled_by_kernel(unsigned long number)
 {
 	return (number & 0xff00) == 0x5400 || (number & 0xff00) == 0x6600 ||
 	       (number & 0xff00) == 0x5800 || (number & 0xff00) == 0x9400 || number <= 2;
@@ -71,7 +71,7 @@ static void every_number(void)
 		for (size_t i = 0; i < sizeof(frames) / sizeof(frames[0]); i++) {
 			const unsigned long number = frames[i] | low;
 
-			if (!kernel_answers(number))
+			if (!handled_by_kernel(number))
 				expect(result_of_number(number), call(number, 0), "number", number, 0);
 		}
 	}

@@ -149,7 +149,7 @@ static void print_message(const struct nlmsghdr *head)
 }
 
 /* Prints the messages of a dump; false after the last one. */
-static bool print_answer(int bytes)
+static bool print_reply(int bytes)
 {
 	for (struct nlmsghdr *head = (void *)reply; NLMSG_OK(head, bytes);
 	     head = NLMSG_NEXT(head, bytes)) {
@@ -166,7 +166,7 @@ static bool print_answer(int bytes)
 	return true;
 }
 
-static void show_answers(void)
+static void show_replies(void)
 {
 	int bytes;
 
@@ -174,7 +174,7 @@ static void show_answers(void)
 		bytes = receive(netlink);
 		if (bytes <= 0)
 			fail("no reply: %d", bytes);
-	} while (print_answer(bytes));
+	} while (print_reply(bytes));
 }
 
 static void show(uint8_t command, uint16_t flags)
@@ -182,7 +182,7 @@ static void show(uint8_t command, uint16_t flags)
 	struct request ask = make_request(family_id, command, flags);
 
 	send_bytes(netlink, &ask, ask.head.nlmsg_len);
-	show_answers();
+	show_replies();
 }
 
 static void follow_events(void)
@@ -197,7 +197,7 @@ static void follow_events(void)
 		if (bytes == -ENOBUFS)
 			printf("lost\n");
 		else if (bytes > 0)
-			print_answer(bytes);
+			print_reply(bytes);
 		fflush(stdout);
 	}
 }
@@ -303,7 +303,7 @@ static void hold(void)
 	fflush(stdout);
 	while (read(0, &byte, 1) > 0)
 		;
-	show_answers();
+	show_replies();
 }
 
 /* The error of a request; 0 for any other reply. */

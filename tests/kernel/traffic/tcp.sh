@@ -21,9 +21,9 @@ expect_same() {
 # busybox's wget looks port names up, which a static program cannot do.
 download() {
     printf 'GET /down HTTP/1.0\r\n\r\n' |
-        in_ns "$1" nc -w 30 10.0.0.1 80 >"/tmp/answer.$1" || fail "$1 cannot download"
-    head -n 1 "/tmp/answer.$1" | grep -q ' 200 ' || fail "$1: $(head -n 1 "/tmp/answer.$1")"
-    tail -c $((megabytes << 20)) "/tmp/answer.$1" >"/tmp/down.$1"
+        in_ns "$1" nc -w 30 10.0.0.1 80 >"/tmp/response.$1" || fail "$1 cannot download"
+    head -n 1 "/tmp/response.$1" | grep -q ' 200 ' || fail "$1: $(head -n 1 "/tmp/response.$1")"
+    tail -c $((megabytes << 20)) "/tmp/response.$1" >"/tmp/down.$1"
     expect_same /tmp/www/down "/tmp/down.$1"
 }
 
