@@ -20,7 +20,7 @@ struct finding_place {
 
     finding_place(me_id of, unsigned set_in) : id(of), line(set_in) {}
     /// The instance as a whole.
-    finding_place(const me_instance& of) : id(of.id), line(of.line) {}
+    finding_place(const me_instance& of) : id(of.id), line(of.source_line) {}
 };
 
 /// Attributes of an instance; of several lines the last one.

@@ -41,7 +41,7 @@ void check_pointer(const line_model& entities, const me_instance& from, const me
     const bool followed = is_followed(pointer);
     const auto weight = followed ? finding_weight::problem : finding_weight::note;
     const std::string target = to_text(pointer.to);
-    const finding_place place(from.id, pointer.line);
+    const finding_place place(from.id, pointer.source_line);
     switch (entities.state(pointer)) {
     case pointer_state::recorded:
         return;

@@ -86,7 +86,7 @@ private:
 
     std::vector<attribute_source> sources_of(const me_pointer& pointer) const
     {
-        return {{pointer.attribute, pointer.line}};
+        return {{pointer.attribute, pointer.source_line}};
     }
 
     // A port on the other side is no place where a frame could have continued.

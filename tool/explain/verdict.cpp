@@ -195,7 +195,8 @@ std::optional<me_pointer> other_pointer(const line_model& entities, me_id from, 
     std::optional<me_pointer> last;
     if (const me_instance* me = entities.find(from))
         for (const me_pointer& pointer : entities.pointers(*me))
-            if (pointer.to.class_id == class_id && (!last || pointer.line > last->line))
+            if (pointer.to.class_id == class_id &&
+                (!last || pointer.source_line > last->source_line))
                 last = pointer;
     return last;
 }
@@ -212,7 +213,7 @@ void note_old_link(const line_model& entities, me_id from, me_id to, const line_
             into.notes.push_back("The link of " + to_text(holder) + " to " + to_text(target) +
                                  " is older than " + pointer->attribute + " " +
                                  hex_text(pointer->to.instance) + " (" +
-                                 places.text(pointer->line) + ").");
+                                 places.text(pointer->source_line) + ").");
             return;
         }
 }

@@ -55,7 +55,7 @@ void print_graph_json(const line_model& entities, const std::vector<me_id>& walk
     json edges = json::array();
     for (const me_instance* one : entities.all()) {
         json node = id_json(one->id);
-        node["line"] = one->line;
+        node["line"] = one->source_line;
         node["automatic"] = one->automatic;
         node["highlighted"] = holds(walked, one->id);
         node["attributes"] = attributes_json(*one);

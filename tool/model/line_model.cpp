@@ -54,27 +54,27 @@ size_t place_of_element(const gpon_me_field& field, size_t element)
 
 // The record of a set is stored as a whole.
 void note_changes(noted_lines& noted, const me_instance& stored, const bytes& raw,
-                  const class_record& known, unsigned line)
+                  const class_record& known, unsigned source_line)
 {
     for (const gpon_me_field& field : known.fields)
         for (size_t i = 0; i < field.count; ++i)
             if (const size_t at = place_of_element(field, i);
                 std::memcmp(&stored.raw[at], &raw[at], field.width) != 0)
-                noted[static_cast<uint16_t>(at)] = line;
+                noted[static_cast<uint16_t>(at)] = source_line;
 }
 
 // The elements of a field that an attribute fills.
-void note_elements(noted_lines& noted, const omci::attribute& one, unsigned line)
+void note_elements(noted_lines& noted, const omci::attribute& one, unsigned source_line)
 {
     const gpon_me_field& field = one.field;
     const size_t last = field.count == 1 ? 1 : one.element + size_t{one.bytes} / field.width;
     for (size_t i = one.element; i < std::min<size_t>(last, field.count); ++i)
-        noted[static_cast<uint16_t>(place_of_element(field, i))] = line;
+        noted[static_cast<uint16_t>(place_of_element(field, i))] = source_line;
 }
 
 // The attributes of the mask, even with the values that they have already: the last command that
 // writes an attribute is the one to correct. Without a mask, a set repeats the record.
-void note_mask(noted_lines& noted, const class_record& known, uint16_t mask, unsigned line)
+void note_mask(noted_lines& noted, const class_record& known, uint16_t mask, unsigned source_line)
 {
     constexpr uint16_t no_mask = 0xffff;
     const omci::attribute_class* attributes = omci::find_attribute_class(known.id);
@@ -83,7 +83,7 @@ void note_mask(noted_lines& noted, const class_record& known, uint16_t mask, uns
     for (size_t i = 0; i < attributes->attributes.size(); ++i) {
         const omci::attribute& one = attributes->attributes[i];
         if (one.is_stored() && (mask & omci::attribute_bit(i)))
-            note_elements(noted, one, line);
+            note_elements(noted, one, source_line);
     }
 }
 
@@ -107,7 +107,7 @@ unsigned me_instance::line_of(std::string_view field) const
     const class_record* known = find_me_class(id.class_id);
     const gpon_me_field* found = known ? find_field(known->fields, field) : nullptr;
     if (!found)
-        return line;
+        return source_line;
     unsigned last = 0;
     for (size_t i = 0; i < found->count; ++i)
         last = std::max(last, line_of(*found, i));
@@ -128,7 +128,7 @@ attribute_source me_instance::source_of(std::string_view field, size_t element) 
     const class_record* known = find_me_class(id.class_id);
     const gpon_me_field* found = known ? find_field(known->fields, field) : nullptr;
     if (!found)
-        return {std::string(field), line};
+        return {std::string(field), source_line};
     return {element_name(*found, static_cast<unsigned>(element)), line_of(*found, element)};
 }
 
@@ -144,7 +144,7 @@ bool me_instance::records(me_id from) const
     return row && is_recorded(row->instances, from.instance);
 }
 
-void line_model::apply(const me_command& command, unsigned line)
+void line_model::apply(const me_command& command, unsigned source_line)
 {
     const class_record* known = find_me_class(command.class_id);
     if (!known)
@@ -157,7 +157,7 @@ void line_model::apply(const me_command& command, unsigned line)
     else if ((command.message == ZR_OMCI_MSG_TYPE_CREAT ||
               command.message == ZR_OMCI_MSG_TYPE_SET) &&
              command.raw && command.raw->size() >= known->raw_size)
-        store(command, *known, line);
+        store(command, *known, source_line);
 }
 
 void line_model::apply(const config_command& command)
@@ -175,12 +175,12 @@ void line_model::clear()
     operations_.clear();
 }
 
-void line_model::apply(const tag_facts& facts, unsigned line)
+void line_model::apply(const tag_facts& facts, unsigned source_line)
 {
     operation_facts& known = operations_[{facts.class_id, facts.instance}];
-    gponflow::apply(facts, known.operation, line);
+    gponflow::apply(facts, known.operation, source_line);
     if (known.begun == 0)
-        known.begun = line;
+        known.begun = source_line;
 }
 
 const me_instance* line_model::first_related(me_id from, me_class class_id) const
@@ -232,27 +232,27 @@ void line_model::restore(me_instance instance)
     list.push_back(std::move(instance));
 }
 
-void line_model::store(const me_command& command, const class_record& known, unsigned line)
+void line_model::store(const me_command& command, const class_record& known, unsigned source_line)
 {
     const me_id id{command.class_id, command.instance};
     me_instance* stored = find(id);
     const bool written_before = stored && !stored->automatic;
     if (!stored)
-        stored = &add(id, known, line);
+        stored = &add(id, known, source_line);
     if (command.message == ZR_OMCI_MSG_TYPE_SET && written_before) {
-        note_changes(stored->written, *stored, *command.raw, known, line);
-        note_mask(stored->written, known, command.mask, line);
+        note_changes(stored->written, *stored, *command.raw, known, source_line);
+        note_mask(stored->written, known, command.mask, source_line);
     } else {
-        stored->created = line;
+        stored->created = source_line;
         stored->written.clear();
     }
     stored->raw = *command.raw;
-    stored->line = line;
+    stored->source_line = source_line;
     stored->automatic = false;
     // By value: recording a link may add an instance to the same list.
     for (const me_pointer& pointer : pointers(*stored))
         if (pointer.mask & command.mask)
-            report(pointer, command.message, line);
+            report(pointer, command.message, source_line);
 }
 
 void line_model::remove(const me_command& command)
@@ -281,14 +281,14 @@ void line_model::number_places(me_class class_id)
         places.emplace(list[i].id.instance, i);
 }
 
-void line_model::report(const me_pointer& pointer, uint8_t message, unsigned line)
+void line_model::report(const me_pointer& pointer, uint8_t message, unsigned source_line)
 {
     me_instance* holder = find(pointer.to);
     if (!holder) {
         const class_record* known = find_me_class(pointer.to.class_id);
         if (!known || !known->created_by_links || message == ZR_OMCI_MSG_TYPE_DELETE)
             return;
-        holder = &add(pointer.to, *known, line);
+        holder = &add(pointer.to, *known, source_line);
         holder->automatic = true;
         if (known->fill_defaults)
             known->fill_defaults(holder->raw.data(), configuration_);
@@ -299,12 +299,12 @@ void line_model::report(const me_pointer& pointer, uint8_t message, unsigned lin
         change_row(*row, pointer.from.instance, message);
 }
 
-me_instance& line_model::add(me_id id, const class_record& known, unsigned line)
+me_instance& line_model::add(me_id id, const class_record& known, unsigned source_line)
 {
     me_instance made;
     made.id = id;
-    made.line = line;
-    made.created = line;
+    made.source_line = source_line;
+    made.created = source_line;
     made.raw.resize(known.raw_size);
     std::memcpy(made.raw.data(), &id.instance, sizeof(id.instance));
     for (const recordable_links& links : known.links)
@@ -361,7 +361,7 @@ std::vector<me_pointer> line_model::pointers(const me_instance& from) const
             result.push_back({.from = from.id,
                               .to = {target, target_instance(pointer, from, i)},
                               .attribute = element_name(pointer.field, i),
-                              .line = from.line_of(pointer.field, i),
+                              .source_line = from.line_of(pointer.field, i),
                               .mask = gpon::element_mask(pointer, i),
                               .list_element = pointer.field.count > 1});
         }

@@ -46,9 +46,9 @@ struct recorded_row {
 
 struct me_instance {
     me_id id;
-    bytes raw;              ///< the class's raw attribute record
-    unsigned line = 0;      ///< of the scenario, where it was last written or first pointed at
-    bool automatic = false; ///< the module created it for a pointer
+    bytes raw;                ///< the class's raw attribute record
+    unsigned source_line = 0; ///< of the scenario, where it was last written or first pointed at
+    bool automatic = false;   ///< the module created it for a pointer
     std::vector<recorded_row> rows;
     unsigned created = 0; ///< line that created it, or first wrote all attributes
     /// Lines that wrote attributes later, by the place of the attribute in the raw record; empty if
@@ -90,7 +90,7 @@ struct me_pointer {
     me_id from;
     me_id to;
     std::string attribute;
-    unsigned line = 0;         ///< of the scenario, that gave the attribute its value
+    unsigned source_line = 0;  ///< of the scenario, that gave the attribute its value
     uint16_t mask = 0;         ///< attributes that make the module follow it
     bool list_element = false; ///< one of a list of pointers
 };
@@ -106,10 +106,10 @@ enum class pointer_state {
 /// Applies me and config commands as the module does.
 class line_model {
 public:
-    void apply(const me_command& command, unsigned line);
+    void apply(const me_command& command, unsigned source_line);
     void apply(const config_command& command);
     /// Facts about a tagging operation, whose attributes the module does not store.
-    void apply(const tag_facts& facts, unsigned line);
+    void apply(const tag_facts& facts, unsigned source_line);
     void clear();
     /// Appends an unchanged instance, including its links, to the list of its class.
     void restore(me_instance instance);
@@ -146,10 +146,10 @@ public:
 
 private:
     [[nodiscard]] me_instance* find(me_id id);
-    me_instance& add(me_id id, const class_record& known, unsigned line);
-    void store(const me_command& command, const class_record& known, unsigned line);
+    me_instance& add(me_id id, const class_record& known, unsigned source_line);
+    void store(const me_command& command, const class_record& known, unsigned source_line);
     void remove(const me_command& command);
-    void report(const me_pointer& pointer, uint8_t message, unsigned line);
+    void report(const me_pointer& pointer, uint8_t message, unsigned source_line);
 
     void number_places(me_class class_id);
 
