@@ -13,7 +13,8 @@ constexpr unsigned long GPON_HASH_AGING_PERIOD = 30000;
 extern "C" {
 
 /* Process context, at module load: allocates 64 buckets and arms the timer. Without memory it
- * returns -1 and does not arm the timer. */
+ * returns -1 and does not arm the timer. The module loads all the same: without buckets no rule is
+ * stored, and every frame is walked. */
 i32 gpon_hash_init(void);
 
 /* Sweeps once and arms the timer again. Softirq. */

@@ -99,7 +99,7 @@ extern list_head gpon_flow_rule_list;
 /* Stores a copy of key and trace, or overwrites the trace of an equal key. Returns 0, also if the
  * bucket contains another key and nothing is stored; -1 for a null argument, no memory or no bucket
  * array. Steps of a store that has changed since their walk began at its number are dropped with 0.
- */
+ * The result may be ignored: a frame whose rule is not stored is walked again. */
 i32 gpon_hash_add_node_safe(const u8* key, u16 key_len, const gpon_rule_trace* trace,
                             u64 walked_in = gpon::ANY_STORE) GPON_EXCLUDES(gpon_hash_lock);
 [[nodiscard]] i32 gpon_hash_add_node(const u8* key, u16 key_len, const gpon_rule_trace* trace)

@@ -9,7 +9,8 @@
 extern "C" {
 
 /* The first multicast interworking TP in list order that points at a CTP. Returns 0, or -1 without
- * a message. */
+ * a message and with *inst_id unchanged: a caller that sets it to 0 before may ignore the result.
+ */
 i32 multi_gem_get_inst_id_by_gem_ctp(u16 gem_ctp_id, u16* inst_id) GPON_READS_LISTS;
 
 [[nodiscard]] i32 multi_gem_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,

@@ -9,7 +9,8 @@
 extern "C" {
 
 /* The first instance whose id has the port number in its low byte; the high byte is the slot, which
- * a port number does not contain. Returns 0, or -1 with a message. */
+ * a port number does not contain. Returns 0, or -1 with a message and with *inst_id
+ * unchanged: a caller that sets it to 0 before may ignore the result. */
 i32 veip_get_inst_id_by_port_id(u8 port_id, u16* inst_id) GPON_READS_LISTS;
 
 [[nodiscard]] i32 veip_forward(sk_buff* skb, const gpon_fwd_info* fwd_info,

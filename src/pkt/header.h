@@ -23,7 +23,8 @@ i32 gpon_pkt_get_vlan_tag_num(const sk_buff* skb, u8* count);
  */
 [[nodiscard]] i32 gpon_pkt_form_info(const sk_buff* skb, gpon_pkt_info* info);
 
-/* TCI of the outer tag in host order, 0 for an untagged frame. Returns 0 or -1. */
+/* TCI of the outer tag in host order, 0 for an untagged frame. Returns 0, or -1 for a null
+ * argument; without one, the result may be ignored. */
 i32 gpon_pkt_get_outer_vlan_tci(const sk_buff* skb, u16* tci);
 
 /* Priority of the outer tag, 0 to 7; -1 for an untagged frame and for a TCI of 0. */
