@@ -184,15 +184,14 @@ TEST(trace_filter, errors_name_the_fault)
 
 TEST(watch_of_a_scenario, counts_replays_and_age)
 {
-    exit_status status = status_ok;
     std::ostringstream diagnostics;
-    const auto lines =
+    const watched_scenario watched =
         watch_scenario(parse_good(good_line + passing + passing + passing + "advance 50\n"),
-                       *make_host_backend(), diagnostics, status);
-    ASSERT_TRUE(lines) << diagnostics.str();
-    ASSERT_EQ(lines->size(), 3u);
-    EXPECT_TRUE(lines->at(1).starts_with("50             2 ")) << lines->at(1);
-    EXPECT_EQ(lines->at(2), "1 rule");
+                       *make_host_backend(), diagnostics);
+    ASSERT_EQ(watched.status, status_ok) << diagnostics.str();
+    ASSERT_EQ(watched.lines.size(), 3u);
+    EXPECT_TRUE(watched.lines[1].starts_with("50             2 ")) << watched.lines[1];
+    EXPECT_EQ(watched.lines[2], "1 rule");
 }
 
 TEST(trace_json, has_a_change_of_entities_only_if_there_was_one)

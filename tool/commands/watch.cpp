@@ -121,13 +121,13 @@ int watch(const watch_request& request)
     if (!parsed)
         return status;
     const std::unique_ptr<backend> target = make_host_backend();
-    const auto lines =
-        watch_scenario(without_last_unload(*parsed), *target, std::cerr, status, request.json);
-    if (lines && (request.once || request.json))
-        print(*lines);
-    else if (lines)
-        show_until_end(*lines);
-    return finish_output() ? status_with_input(status, *parsed) : status_unsupported;
+    const watched_scenario watched =
+        watch_scenario(without_last_unload(*parsed), *target, std::cerr, request.json);
+    if (watched.status == status_ok && (request.once || request.json))
+        print(watched.lines);
+    else if (watched.status == status_ok)
+        show_until_end(watched.lines);
+    return finish_output() ? status_with_input(watched.status, *parsed) : status_unsupported;
 }
 
 } // namespace

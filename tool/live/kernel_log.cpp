@@ -49,21 +49,19 @@ void kernel_log::write_marker()
         throw refusal(std::string("cannot write /dev/kmsg: ") + std::strerror(errno));
 }
 
-kernel_log::reading kernel_log::read_record(log_record& record)
+kernel_log::reading kernel_log::read_record()
 {
     std::array<char, 8192> buffer;
     for (;;) {
         const ssize_t length = read(log_.get(), buffer.data(), buffer.size());
         if (length < 0 && errno == EAGAIN)
-            return reading::nothing;
+            return {};
         if (length < 0 && errno == EPIPE)
-            return reading::lost;
+            return {.record = {}, .lost = true};
         if (length < 0)
             throw refusal(std::string("cannot read /dev/kmsg: ") + std::strerror(errno));
-        if (auto found = read_log_record({buffer.data(), static_cast<size_t>(length)})) {
-            record = std::move(*found);
-            return reading::record;
-        }
+        if (auto found = read_log_record({buffer.data(), static_cast<size_t>(length)}))
+            return {.record = std::move(found)};
     }
 }
 
@@ -72,19 +70,19 @@ bool kernel_log::drain(const std::function<void(std::string_view)>& line)
     write_marker();
     bool lost = false;
     module_lines lines(line);
-    for (log_record record;;) {
-        const reading result = read_record(record);
-        if (result == reading::nothing) {
+    for (;;) {
+        const reading next = read_record();
+        if (next.lost) {
+            lost = true;
+        } else if (!next.record) {
             pollfd wait = {log_.get(), POLLIN, 0};
             if (poll(&wait, 1, marker_milliseconds) <= 0)
                 throw refusal("a line written to the kernel log does not appear in it");
-        } else if (result == reading::lost) {
-            lost = true;
-        } else if (record.text == marker_text(marker_)) {
+        } else if (next.record->text == marker_text(marker_)) {
             lines.end();
             return lost;
         } else {
-            lines.add(record);
+            lines.add(*next.record);
         }
     }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,8 +28,11 @@ public:
 private:
     explicit kernel_log(descriptor log) : log_(std::move(log)) {}
 
-    enum class reading { record, nothing, lost };
-    [[nodiscard]] reading read_record(log_record& record);
+    struct reading {
+        std::optional<log_record> record; ///< none if no record is there
+        bool lost = false;                ///< the kernel dropped unread records
+    };
+    [[nodiscard]] reading read_record();
     void write_marker();
 
     descriptor log_;

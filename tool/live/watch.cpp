@@ -155,20 +155,19 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
     return text.str().substr(0, text.str().size() - 1);
 }
 
-std::optional<std::vector<std::string>> watch_scenario(const scenario& input, backend& target,
-                                                       std::ostream& diagnostics,
-                                                       exit_status& status, bool as_json)
+watched_scenario watch_scenario(const scenario& input, backend& target, std::ostream& diagnostics,
+                                bool as_json)
 {
     counting_run run(target);
-    status = run.run(input, diagnostics);
+    const exit_status status = run.run(input, diagnostics);
     if (status != status_ok)
-        return {};
+        return {status, {}};
     const auto output = run.query("show flow_rule");
     const std::optional<rule_table> table = output ? read_rule_table(*output) : std::nullopt;
     run.watch.update(table.value_or(rule_table{}), run.now());
     if (as_json)
-        return std::vector<std::string>{run.watch.json_line(run.now(), "jiffies")};
-    return run.watch.lines(run.now(), "jiffies");
+        return {status, {run.watch.json_line(run.now(), "jiffies")}};
+    return {status, run.watch.lines(run.now(), "jiffies")};
 }
 
 } // namespace gponflow

@@ -63,10 +63,14 @@ private:
     uint64_t reloads_ = 0; ///< updates that found another module than the one before
 };
 
-/// Runs a scenario and counts hits; time is in jiffies. Returns the lines after the last command.
-/// With `as_json` it is one line, a document.
-[[nodiscard]] std::optional<std::vector<std::string>>
-watch_scenario(const scenario& input, backend& target, std::ostream& diagnostics,
-               exit_status& status, bool as_json = false);
+struct watched_scenario {
+    exit_status status = status_ok;
+    std::vector<std::string> lines; ///< after the last command; none without status_ok
+};
+
+/// Runs a scenario and counts hits; time is in jiffies. With `as_json` there is one line, a
+/// document.
+[[nodiscard]] watched_scenario watch_scenario(const scenario& input, backend& target,
+                                              std::ostream& diagnostics, bool as_json = false);
 
 } // namespace gponflow
