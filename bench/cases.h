@@ -29,7 +29,7 @@ public:
     /* Measured. */
     virtual void pass() = 0;
     /* Things done in one pass: look-ups, frames, commands. */
-    virtual uint32_t operations() const { return 1; }
+    [[nodiscard]] virtual uint32_t operations() const { return 1; }
 };
 
 struct bench_case {
@@ -42,8 +42,8 @@ struct bench_case {
 };
 using case_list = std::vector<bench_case>;
 
-case_list all_cases();
-const bench_case& find_case(const case_list& cases, const std::string& name);
+[[nodiscard]] case_list all_cases();
+[[nodiscard]] const bench_case& find_case(const case_list& cases, const std::string& name);
 
 void add_header_cases(case_list& cases);
 void add_rule_cases(case_list& cases);
@@ -59,7 +59,8 @@ void add_lfht_cases(case_list& cases);
 void add_rte_hash_cases(case_list& cases);
 
 /* A case of class Work with these constructor arguments. */
-template <typename Work, typename... Args> bench_case make_case(std::string name, Args... args)
+template <typename Work, typename... Args>
+[[nodiscard]] bench_case make_case(std::string name, Args... args)
 {
     return {std::move(name), [=] { return std::make_unique<Work>(args...); }};
 }

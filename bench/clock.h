@@ -9,7 +9,7 @@
 
 namespace gpon::bench {
 
-inline uint64_t thread_nanoseconds()
+[[nodiscard]] inline uint64_t thread_nanoseconds()
 {
     timespec now;
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -17,7 +17,7 @@ inline uint64_t thread_nanoseconds()
 }
 
 /* The cost of reading the clock, the minimum of many readings. */
-inline uint64_t clock_cost()
+[[nodiscard]] inline uint64_t clock_cost()
 {
     static const uint64_t cost = [] {
         uint64_t least = UINT64_MAX;
@@ -31,7 +31,7 @@ inline uint64_t clock_cost()
 }
 
 /* Time between two readings, without the cost of reading. */
-inline uint64_t nanoseconds_between(uint64_t start, uint64_t end)
+[[nodiscard]] inline uint64_t nanoseconds_between(uint64_t start, uint64_t end)
 {
     const uint64_t passed = end - start;
     return passed - std::min(passed, clock_cost());

@@ -21,12 +21,12 @@ inline constexpr uint16_t key_lengths[] = {16, 24};
 
 /* count keys of upstream frames with that length. No two share a bucket in a table of that many
  * buckets (the rule table holds one rule per bucket). The same on every call. */
-std::vector<rule_key> keys_for(unsigned count, uint16_t length, unsigned buckets);
+[[nodiscard]] std::vector<rule_key> keys_for(unsigned count, uint16_t length, unsigned buckets);
 
 /* The same number of other keys. */
-std::vector<rule_key> other_keys(std::span<const rule_key> keys);
+[[nodiscard]] std::vector<rule_key> other_keys(std::span<const rule_key> keys);
 
 /* The trace of a walk through a bridge and a mapper. */
-gpon_rule_trace trace_of_a_walk();
+[[nodiscard]] gpon_rule_trace trace_of_a_walk();
 
 } // namespace gpon::bench

@@ -15,7 +15,7 @@ namespace gpon::bench {
 struct line_shape {
     unsigned bridges = 1;
     unsigned services = 8; // a bridge
-    unsigned all() const { return bridges * services; }
+    [[nodiscard]] unsigned all() const { return bridges * services; }
 };
 
 /* The module, loaded on a reset platform with that line, during the lifetime of the object. */
@@ -30,13 +30,13 @@ public:
 };
 
 /* Ids of service number i, counted over all bridges. */
-uint16_t bridge_of(const line_shape& shape, unsigned service);
-uint16_t port_of(unsigned service);
-uint16_t mapper_of(unsigned service);
-uint16_t gem_iw_of(unsigned service);
-uint16_t gem_ctp_of(unsigned service);
-uint16_t gem_port_of(unsigned service);
-uint16_t vlan_of(unsigned service);
+[[nodiscard]] uint16_t bridge_of(const line_shape& shape, unsigned service);
+[[nodiscard]] uint16_t port_of(unsigned service);
+[[nodiscard]] uint16_t mapper_of(unsigned service);
+[[nodiscard]] uint16_t gem_iw_of(unsigned service);
+[[nodiscard]] uint16_t gem_ctp_of(unsigned service);
+[[nodiscard]] uint16_t gem_port_of(unsigned service);
+[[nodiscard]] uint16_t vlan_of(unsigned service);
 inline constexpr uint16_t uni_id = 0x0101;
 inline constexpr uint16_t uni_port_id = 0x0101; // the bridge port in front of it
 

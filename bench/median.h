@@ -7,7 +7,7 @@
 namespace gpon::bench {
 
 /* The larger of the two middle values of an even number. */
-inline double median(std::vector<double> values)
+[[nodiscard]] inline double median(std::vector<double> values)
 {
     const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());

@@ -128,7 +128,7 @@ TEST_F(follow_frames, prints_during_a_flood_up_to_the_limit)
     limits.frames = 3;
     endless_source flood;
     frame_follower frames = follow(flood);
-    frames.look(never);
+    EXPECT_TRUE(frames.look(never));
     EXPECT_EQ(lines(), 3u);
     EXPECT_EQ(flood.events(), frame_follower::most_events);
 }
@@ -138,10 +138,11 @@ TEST_F(follow_frames, ends_a_flood_on_request)
     endless_source flood;
     frame_follower frames = follow(flood);
     int asked = 0;
-    frames.look([&] {
+    const bool ended = frames.look([&] {
         EXPECT_GT(lines(), 0u);
         return ++asked == 3;
     });
+    EXPECT_TRUE(ended);
     EXPECT_EQ(flood.events(), 3 * frame_follower::most_events);
     frames.finish();
     EXPECT_EQ(lines(), flood.events() / 2);
@@ -167,12 +168,12 @@ TEST_F(follow_frames, keeps_the_number_of_lost_events_at_an_unload)
 {
     frame_follower frames = follow(source);
     source.drops = 7;
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     source.drops = 0;
     *store = commanded_module::gone;
     source.coming = {record_of(GPON_TRACEPOINT_WALK_START, 1),
                      record_of(GPON_TRACEPOINT_WALK_END, 1)};
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     frames.finish();
     EXPECT_EQ(frames.lost(), 7u);
     EXPECT_TRUE(has("\"lost_events\":7")) << out.str();
@@ -182,13 +183,13 @@ TEST_F(follow_frames, notes_a_change_while_a_frame_is_open)
 {
     frame_follower frames = follow(source);
     source.coming = {record_of(GPON_TRACEPOINT_WALK_START, 1)};
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     ++*store;
     for (int looks = 0; looks < 5; ++looks)
-        frames.look(never);
+        EXPECT_FALSE(frames.look(never));
     source.coming = {record_of(GPON_TRACEPOINT_WALK_END, 1)};
-    frames.look(never);
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
+    EXPECT_FALSE(frames.look(never));
     ASSERT_EQ(lines(), 1u);
     EXPECT_TRUE(has("\"entities_changed\":true")) << out.str();
 }
@@ -200,11 +201,11 @@ TEST_F(follow_frames, notes_a_change_before_the_events_are_read)
     const std::vector<gpon_trace_record> frame = {record_of(GPON_TRACEPOINT_WALK_START, 1),
                                                   record_of(GPON_TRACEPOINT_WALK_END, 1)};
     ++*store;
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     source.coming = frame;
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     source.coming = frame;
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     frames.finish();
     ASSERT_EQ(lines(), 2u);
     EXPECT_TRUE(has("\"entities_changed\":true")) << out.str();
@@ -214,20 +215,20 @@ TEST_F(follow_frames, notes_a_change_before_the_events_are_read)
 TEST_F(follow_frames, notes_a_change_while_the_entities_are_read)
 {
     frame_follower frames = follow(source);
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     ++*store;
     module->while_read = [this] { ++*store; };
     source.coming = {record_of(GPON_TRACEPOINT_WALK_START, 1),
                      record_of(GPON_TRACEPOINT_WALK_END, 1)};
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     frames.finish();
     EXPECT_TRUE(has("\"entities_changed\":true")) << out.str();
     // The last reading was of entities that did not change meanwhile.
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     out.str("");
     source.coming = {record_of(GPON_TRACEPOINT_WALK_START, 2),
                      record_of(GPON_TRACEPOINT_WALK_END, 2)};
-    frames.look(never);
+    EXPECT_FALSE(frames.look(never));
     frames.finish();
     EXPECT_EQ(lines(), 1u);
     EXPECT_FALSE(has("entities_changed")) << out.str();

@@ -22,13 +22,13 @@ struct line_shape {
     uint32_t seed = 1;
     unsigned busy = 0; ///< services that have frames; 0: all
 
-    unsigned all_services() const { return bridges * services; }
-    unsigned bridge_ports() const { return bridges + all_services(); }
+    [[nodiscard]] unsigned all_services() const { return bridges * services; }
+    [[nodiscard]] unsigned bridge_ports() const { return bridges + all_services(); }
 };
 
 /// The commands of the line, from load to the start of the engine. At most 3900 services. Throws
 /// std::invalid_argument for more.
-std::string line_text(const line_shape& shape);
+[[nodiscard]] std::string line_text(const line_shape& shape);
 
 /// The frames of one direction.
 struct generated_traffic {
@@ -38,9 +38,9 @@ struct generated_traffic {
 };
 
 /// Six of ten frames go to the ANI, two of ten come from UNI 1, two of ten from the first GEM port.
-std::vector<generated_traffic> line_traffic(const line_shape& shape);
+[[nodiscard]] std::vector<generated_traffic> line_traffic(const line_shape& shape);
 
 /// The line with its traffic.
-scenario generated_scenario(const line_shape& shape);
+[[nodiscard]] scenario generated_scenario(const line_shape& shape);
 
 } // namespace gponflow::test

@@ -28,7 +28,7 @@ namespace gpon::test {
 class invariants {
 public:
     /// Empty if all invariants hold, otherwise the message for a failed test.
-    std::string broken()
+    [[nodiscard]] std::string broken()
     {
         host::rcu_settle();
         live_ = host::memory().live_blocks;
@@ -42,7 +42,7 @@ public:
 
     /// The same for the data that packets change: the rule table alone, after a complete check has
     /// counted that many blocks in the store.
-    std::string broken_rules(uint64_t store_blocks)
+    [[nodiscard]] std::string broken_rules(uint64_t store_blocks)
     {
         host::rcu_settle();
         live_ = host::memory().live_blocks;
@@ -54,7 +54,7 @@ public:
     }
 
     /// Blocks that the instances hold.
-    uint64_t store_blocks() const { return store_blocks_; }
+    [[nodiscard]] uint64_t store_blocks() const { return store_blocks_; }
 
 private:
     // The words are put together only for a fault: this is called for every entry of every row.
@@ -237,7 +237,7 @@ private:
 };
 
 /// The current state of the invariants; empty if all hold.
-inline std::string broken_invariant()
+[[nodiscard]] inline std::string broken_invariant()
 {
     return invariants().broken();
 }

@@ -42,6 +42,6 @@ struct frame_account {
 void print_account(const frame_account& account, std::ostream& out);
 
 /// The document gponflow-account-1 about a scenario.
-json account_json(const frame_account& account, const std::string& file);
+[[nodiscard]] json account_json(const frame_account& account, const std::string& file);
 
 } // namespace gponflow

@@ -65,7 +65,7 @@ public:
 
     /// Reads the events that have come, and prints the frames that have ended. Returns true if
     /// `ends` ended the reading: events that were not read are lost. Throws refusal.
-    bool look(const end_test& ends);
+    [[nodiscard]] bool look(const end_test& ends);
 
     /// Prints the frames that are open: no more events come.
     void finish() { open_.finish(); }

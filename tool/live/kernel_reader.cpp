@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 #include "include/uapi/gpon_flow_netlink.h"
@@ -177,16 +178,17 @@ public:
     std::vector<counter_value> counters() override
     {
         std::vector<counter_value> result;
-        family_.request(GPON_FLOW_NL_CMD_GET_COUNTERS, true,
-                        [&](const nlmsghdr& head) { result.push_back(counter_in(head)); });
+        std::ignore =
+            family_.request(GPON_FLOW_NL_CMD_GET_COUNTERS, true,
+                            [&](const nlmsghdr& head) { result.push_back(counter_in(head)); });
         return result;
     }
 
     engine_state state() override
     {
         engine_state result;
-        family_.request(GPON_FLOW_NL_CMD_GET_STATE, false,
-                        [&](const nlmsghdr& head) { result = state_in(head); });
+        std::ignore = family_.request(GPON_FLOW_NL_CMD_GET_STATE, false,
+                                      [&](const nlmsghdr& head) { result = state_in(head); });
         return result;
     }
 
@@ -263,7 +265,7 @@ std::optional<uint32_t> last_event(const netlink_family& of)
 {
     std::optional<uint32_t> number;
     netlink_family asked = netlink_family::open();
-    asked.request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
+    std::ignore = asked.request(GPON_FLOW_NL_CMD_GET_STATE, false, [&](const nlmsghdr& head) {
         for_each_attribute(head, [&](uint16_t type, const nlattr& at) {
             if (type == GPON_FLOW_NL_STATE_EVENT)
                 number = static_cast<uint32_t>(number_of(at));

@@ -27,8 +27,8 @@ public:
 
     /// Sends a request without attributes and passes on each message of the reply. A module that
     /// was loaded again since open() replies, too. Returns false if the module's state changed
-    /// during a dump.
-    bool request(uint8_t command, bool dump, const message_sink& sink);
+    /// during a dump. The state and the counters are read at once, so it did not during these.
+    [[nodiscard]] bool request(uint8_t command, bool dump, const message_sink& sink);
 
     struct arrival {
         bool lost = false;  ///< the kernel dropped events
@@ -71,9 +71,9 @@ private:
     void find();
     [[nodiscard]] bool look_up(const char* name);
     void send(uint16_t type, uint8_t command, uint16_t flags, const char* family_name = nullptr);
-    size_t receive();
-    reply request_once(uint8_t command, bool dump, const message_sink& sink);
-    reply take(size_t count, const message_sink& sink) const;
+    [[nodiscard]] size_t receive();
+    [[nodiscard]] reply request_once(uint8_t command, bool dump, const message_sink& sink);
+    [[nodiscard]] reply take(size_t count, const message_sink& sink) const;
     void read_group(const nlmsghdr& head);
     void join(uint32_t group);
     [[nodiscard]] bool is_removal(const nlmsghdr& head) const;
