@@ -150,9 +150,9 @@ put_tests() {
     local file
     put scripts/kernel/guest/init init
     chmod 0755 "$tree/init"
-    put scripts/kernel/guest/lib.sh tests/lib.sh
-    put scripts/kernel/guest/observing.sh tests/observing.sh
-    put scripts/kernel/guest/demo.sh tests/demo.sh
+    for file in scripts/kernel/guest/*.sh; do
+        put "$file" "tests/${file##*/}"
+    done
     put "$configuration" tests/config
     find tests/kernel -name '*.sh' -o -name '*.scn' | while read -r file; do
         put "$file" "tests/${file#tests/kernel/}"

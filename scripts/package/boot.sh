@@ -61,7 +61,7 @@ depends_of_packages() {
 install_test() {
     local folder=$root/package-test units=$root/etc/systemd/system
     mkdir -p "$folder" "$units/multi-user.target.wants" &&
-        cp scripts/package/guest.sh scripts/kernel/guest/lib.sh "${packages[@]}" "$folder" &&
+        cp scripts/package/guest.sh scripts/kernel/guest/{kernel_log,suite}.sh "${packages[@]}" "$folder" &&
         printf '%s=%s\n' old "$old" new "$new" version "$version" >"$folder/expected" &&
         printf '%s\n' '[Unit]' 'After=multi-user.target' 'SuccessAction=poweroff' \
             'FailureAction=poweroff' '[Service]' 'Type=oneshot' \

@@ -10,8 +10,10 @@ here=${0%/*}
 # old and new (kernel versions), version (of the packages)
 # shellcheck disable=SC1091 # written by the host
 . "$here/expected"
-# shellcheck source=scripts/kernel/guest/lib.sh
-. "$here/lib.sh"
+# shellcheck source=scripts/kernel/guest/kernel_log.sh
+. "$here/kernel_log.sh"
+# shellcheck source=scripts/kernel/guest/suite.sh
+. "$here/suite.sh"
 exec >/dev/ttyS1 2>&1 </dev/null
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C HOME=/root
 examples=/usr/share/doc/gponflow/examples
@@ -89,11 +91,6 @@ tool_reads_module() {
 
 unload_modules() {
     modprobe -r gpon_flow && [ ! -d /sys/module/gpon_flow ] && [ ! -d /sys/module/gpon_softonu ]
-}
-
-# The transcript has calls of the platform that only a process shows.
-wanted_transcript() {
-    sed -e '/^@ gpon_mapping_hook/b' -e '/^@ gpon_queue_mapping_hook/b' -e '/^@ /d' "$1"
 }
 
 # The scenario loads the module itself; the soft ONU is there before it.

@@ -5,18 +5,14 @@
 # a guest of GPON_GUEST_TRACERS has it.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 # SCRIPT: starts it and waits until its probes are attached.
 start_script() {
     bpftrace "/tests/bpftrace/$1.bt" >"/tmp/$1" 2>&1 &
     tracer=$!
-    tries=0
-    until grep -q Attaching "/tmp/$1"; do
-        kill -0 $tracer || fail "$1 does not start: $(cat "/tmp/$1")"
-        tries=$((tries + 1))
-        [ $tries -lt 120 ] || fail "$1 attaches nothing: $(cat "/tmp/$1")"
-        sleep 1
-    done
+    wait_for "/tmp/$1" Attaching $tracer
     sleep 10
 }
 

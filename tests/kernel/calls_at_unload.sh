@@ -7,7 +7,7 @@
 . /tests/lib.sh
 
 load_both
-rmmod gpon_flow || fail "gpon_flow does not unload"
+unload_gpon_flow
 calls_at_unload /modules/gpon_flow.ko 20 || fail "a wrong result, or no race took place"
 [ ! -d /sys/module/gpon_flow ] || fail "the module is still there"
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -7,14 +7,15 @@
 # all of the others, which take two minutes.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-
-tracing=/sys/kernel/tracing
-events=$tracing/events/gpon_flow
+# shellcheck source=scripts/kernel/guest/suite.sh
+. /tests/suite.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
 # FILE: whether it begins with the only load and has nothing that only a process supports.
 is_for_this_kernel() {
     [ "$(grep -cE '^[[:blank:]]*load([[:blank:]]|$)' "$1")" = 1 ] &&
-        ! grep -qE '^[[:blank:]]*(advance|fault)([[:blank:]]|$)' "$1"
+        ! is_for_a_process "$1"
 }
 
 # The events can be enabled only when the module is loaded: its load, and what is expected of it, is
@@ -31,22 +32,17 @@ events_in_the_kernel() {
     rest=${1%/*}/rest
     without_load "$1" >"$rest"
     load_gpon_flow
-    echo >$tracing/trace
-    echo 1 >$events/enable
+    begin_tracing
     status=0
     gponflow run --backend=device "$rest" >/tmp/printed 2>&1 || status=$?
-    echo 0 >$events/enable
-    cat $tracing/trace >/tmp/trace
-    rmmod gpon_flow || fail "gpon_flow does not unload"
-    grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
-        fail "events of $1 are lost: $(head -n 4 /tmp/trace)"
+    end_tracing
+    unload_gpon_flow
     sed -n 's/^[^#].*: \(gpon_[a-z_]*: \)/\1/p' /tmp/trace | sed 's/skbaddr=[^ ]* //' >/tmp/got
     return "$status"
 }
 
-load_softonu unis=2
-load_gpon_flow
-if [ ! -d $events ]; then
+load_both
+if ! has_trace_events; then
     left_out "events of scenarios, this kernel has no trace events"
     unload_both
     exit 0
@@ -72,4 +68,4 @@ done
 echo "@@ the $number events of $same scenarios equal those of a process"
 [ $same -ge 30 ] || fail "only $same scenarios were run"
 [ $number -gt 500 ] || fail "only $number events"
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

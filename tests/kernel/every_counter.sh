@@ -6,6 +6,10 @@
 # that stay 0, which the test rare_counters reaches, and in walks_too_deep, which no graph reaches.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/counters.sh
+. /tests/counters.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 never=" allocation_failures rules_lost_by_growth rules_no_memory rules_outdated rules_relearnt rules_unchanged table_growths_failed walks_too_deep "
 
@@ -27,8 +31,8 @@ same_counters() { # TITLE FILE
 
 load_both
 counted_commands >/tmp/counted.scn
-gponflow run --backend=device /tmp/counted.scn >/tmp/printed 2>&1 || fail "no traffic: $(tail /tmp/printed)"
-netlink_reader counters >/tmp/kernel || fail "no counters: $(cat /tmp/kernel)"
+obey /tmp/counted.scn
+counters_to /tmp/kernel
 [ "$(wc -l </tmp/kernel)" -ge 54 ] || fail "counters are missing: $(cat /tmp/kernel)"
 stat_as json >/tmp/json
 same_counters "stat --json" /tmp/json

@@ -28,6 +28,6 @@ echo "default off" >$proc/hooks
 expect "the module's record alone" "$engine" "$(cat $proc/hooks)"
 expect "the mapping refuses the module too" "records=1 ret=2 result=1 gem=0 queue=65535" \
     "$(hook_call)"
-rmmod gpon_flow || fail "gpon_flow does not unload"
+unload_gpon_flow
 expect "a call without a hook" "records=0 ret=0 result=0 gem=0 queue=65535" "$(hook_call)"
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -5,6 +5,8 @@
 # them, and no state is left for the next load.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/kernel_log.sh
+. /tests/kernel_log.sh
 
 interfaces_are() {
     grep -c ' gpon_flow$' /proc/devices
@@ -95,4 +97,4 @@ done
 grown=$(($(percpu_memory) - held))
 [ "$cycles" -lt 10 ] || [ $grown -lt $((8 * cycles)) ] ||
     fail "$cycles loads left $grown KiB of memory for each processor"
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -5,6 +5,8 @@
 # report the module's own lines.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/kernel_log.sh
+. /tests/kernel_log.sh
 
 reports() {
     cat <<-'END'

@@ -4,6 +4,8 @@
 # A provisioned line with first and known frames, commands and flushes holds no memory after unload.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 balance=/sys/module/gpon_balance/parameters
 
@@ -26,13 +28,12 @@ held=$(cat $balance/settled)
 [ "$held" -gt 0 ] || fail "the line is no block"
 frames >/tmp/frames.scn
 before=$(cat $balance/taken)
-gponflow run --backend=device /tmp/frames.scn >/tmp/printed ||
-    { cat /tmp/printed; fail "no frames"; }
+obey /tmp/frames.scn
 expect "blocks that the frames left" "$held" "$(cat $balance/settled)"
 taken=$(($(cat $balance/taken) - before))
 [ "$taken" -ge 300 ] || fail "the frames took only $taken blocks"
-rmmod gpon_flow || fail "gpon_flow does not unload"
+unload_gpon_flow
 expect "blocks left at unload" 0 "$(cat $balance/at_exit)"
 echo "@@ $held blocks of the line, $taken allocations by 400 frames"
 rmmod gpon_balance
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -6,8 +6,12 @@
 # with a listener.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
+# shellcheck source=scripts/kernel/guest/counters.sh
+. /tests/counters.sh
+# shellcheck source=scripts/kernel/guest/events.sh
+. /tests/events.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 rule="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
 
@@ -34,11 +38,8 @@ known_traffic() {
     expect "rules" 1 "$(grep -c "^rule " /tmp/rules)"
     grep -qF "$rule used=1 hits=4 " /tmp/rules || fail "not the rule of the flow: $(cat /tmp/rules)"
     gponflow stat --json >/tmp/stat || fail "no gponflow stat: $(cat /tmp/stat)"
-    netlink_reader counters | while read -r name value; do
-        grep -qE "\"$name\": $value,?\$" /tmp/stat ||
-            { echo "gponflow stat differs in $name=$value" >/tmp/differs; break; }
-    done
-    [ ! -e /tmp/differs ] || fail "$(cat /tmp/differs)"
+    counters_to /tmp/last
+    expect_counters /tmp/last /tmp/stat
     gponflow show rules --json >/tmp/shown || fail "no gponflow show: $(cat /tmp/shown)"
     grep -q '"hits": 4,' /tmp/shown || fail "not the hits of the rule: $(cat /tmp/shown)"
     netlink_reader state >/tmp/state || fail "no state"
@@ -67,8 +68,8 @@ foreign_listener() {
     fi
     first=$(last_event)
     counters_to /tmp/before
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    obey /tmp/flood.scn
+    forget_rules
     counters_to /tmp/after
     expect "events for a foreign listener" \
         "$(grown_by rules_learnt rules_aged rules_flushed rules_lost_by_growth table_growths)" \
@@ -82,7 +83,7 @@ known_events() {
     follow_events
     start_monitor
     calls 1 "hook kind=up_uni port=1 frame=02000000000102000000770208004500000000000000000000000000000000"
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
     await_last_event
     expect "learnt rules" 1 "$(grep -c "^learnt .*src=02:00:00:00:77:02" /tmp/events)"
@@ -102,11 +103,6 @@ known_events() {
     stop_listener
 }
 
-stop_listener() {
-    kill $listener
-    wait $listener || :
-}
-
 begin_stopped_listener() {
     mkfifo /tmp/stop
     netlink_reader stopped </tmp/stop >/tmp/stopped &
@@ -123,7 +119,7 @@ value_of() {
 # It reads at last, and gets one more event. The rules are gone before, so that their events do not fill
 # its buffer again. A time without events ends the quiet time after an event that reached nobody.
 end_stopped_listener() {
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     exec 4>&-
     sleep 1
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x78 cir=1 pir=1 cbs=1 pbs=1"
@@ -209,7 +205,7 @@ events_are_in_order() {
 
 # Beside the readers, a listener, and a second one that is stopped.
 flood_of_rules_with_three_readers() {
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     [ "$listener" = 0 ] || { follow_events; begin_stopped_listener; }
     # As many flows as the largest table has buckets.
     flood_under_readers 0 450
@@ -224,7 +220,7 @@ flood_of_rules_with_three_readers() {
 
 # Each dump is closed after every number of its buffers.
 cut_dumps() {
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    obey /tmp/flood.scn
     netlink_reader cut >/tmp/cut || fail "cut dumps: $(cat /tmp/cut)"
     [ "$(sed -n 's/^3: \([0-9]*\) buffers/\1/p' /tmp/cut)" -gt 2 ] ||
         fail "the dump of rules has too few buffers: $(cat /tmp/cut)"
@@ -249,7 +245,7 @@ flush_in_a_dump() {
     netlink_reader rules >/tmp/whole
     grep -q interrupted /tmp/whole && fail "interrupted by nothing"
     hold /tmp/halves
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     release || fail "no end of the dump: $(cat /tmp/halves)"
     grep -q interrupted /tmp/halves || fail "a dump of deleted rules is whole: $(wc -l </tmp/halves) of $(wc -l </tmp/whole) lines"
     expect "marks of the end" interrupted "$(tail -n 1 /tmp/halves)"
@@ -271,7 +267,7 @@ refusals() {
 
 # A dump that nobody reads keeps the module; a listener does not.
 unload() {
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    obey /tmp/flood.scn
     hold /tmp/holding
     [ "$listener" = 0 ] || kill -0 $listener || fail "the listener has ended: $(tail -n 5 /tmp/events)"
     rmmod gpon_flow 2>/dev/null && fail "unloaded under an open dump"
@@ -299,4 +295,4 @@ flush_in_a_dump
 known_tags
 refusals
 unload
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -6,8 +6,10 @@
 # that at the unload.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
+# shellcheck source=scripts/kernel/guest/events.sh
+. /tests/events.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 addresses="dst=02:00:00:00:00:01 src=02:00:00:00:77:01 direction=2"
 steps="step=0xb/0x101 step=0x2f/0x1"
@@ -15,7 +17,7 @@ steps="step=0xb/0x101 step=0x2f/0x1"
 # The bucket of the flow is not known.
 delete_in_each_bucket() {
     awk 'BEGIN { for (i = 1; i < 64; i++) print "debug clean flow_rule", i, 0 }' >/tmp/buckets.scn
-    gponflow run --backend=device /tmp/buckets.scn >/tmp/printed 2>&1 || fail "no deletion"
+    obey /tmp/buckets.scn
 }
 
 events_of_rules() {
@@ -24,7 +26,7 @@ events_of_rules() {
     calls 3 "$passing"
     calls 2 "$dropped"
     expect_events "frames of a known flow and dropped frames"
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     expect_events "a flush" "gone $addresses used=1 hits=3 gem=0 $steps end=2"
     calls 2 "$passing"
     delete_in_each_bucket
@@ -33,7 +35,7 @@ events_of_rules() {
     take_events
     grep -qxE "learnt .* src=02:00:00:00:77:02 direction=1 .* tag=0x88a8/0x12c tag=0x8100/0x1e step=.*" /tmp/new ||
         fail "no tags of a learnt rule: $(cat /tmp/new)"
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     take_events
 }
 
@@ -63,7 +65,7 @@ events_of_instances() {
 # The first rule above the threshold of 48. Some flows have the same bucket and are not learnt.
 events_of_growth() {
     first_frames 1 110 >/tmp/flood.scn
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    obey /tmp/flood.scn
     take_events
     expect "events of a growth" "grown buckets=128" "$(grep -v "^learnt " /tmp/new)"
     expect "rules learnt before the growth" 48 "$(sed '/^grown/,$d' /tmp/new | wc -l)"
@@ -85,8 +87,7 @@ number_of_the_last_event() {
 
 unload_and_stop_listening() {
     unload_both
-    kill $listener
-    wait $listener || :
+    stop_listener
 }
 
 # A sweep every 25 jiffies.
@@ -96,12 +97,7 @@ events_of_aging() {
     provision_line
     follow_events
     calls 1 "$passing"
-    tries=0
-    until grep -q "^gone " /tmp/events; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "no rule ages: $(cat /tmp/events)"
-        sleep 0.1
-    done
+    wait_for /tmp/events "^gone " $listener
     expect_events "aging" "learnt $addresses used=1 hits=0 $steps" "gone $addresses used=0 hits=0 $steps end=1"
     unload_and_stop_listening
     rmmod gpon_hasten

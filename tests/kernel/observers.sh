@@ -5,19 +5,20 @@
 # beside those of other processes, and changes that are queued when a signal ends monitor.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
+# shellcheck source=scripts/kernel/guest/events.sh
+. /tests/events.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
-tracing=/sys/kernel/tracing
+has_ended() {
+    ! kill -0 "$1" 2>/dev/null
+}
 
 # PROCESS NAME [STATUS]: it ends soon, without an error or with this status.
 ends() {
-    tries=0
-    while kill -0 "$1" 2>/dev/null; do
-        tries=$((tries + 1))
-        [ $tries -lt 150 ] || fail "$2 does not end"
-        sleep 0.2
-    done
+    soon has_ended "$1" || fail "$2 does not end"
     status=0
     wait "$1" || status=$?
     expect "status of $2" "${3:-0}" "$status"
@@ -36,21 +37,12 @@ names_of_processes_are_off() {
 # PROCESS: stops it, until it runs no longer.
 stop_process() {
     kill -STOP "$1"
-    tries=0
-    until grep -q '^State:[[:space:]]*T' "/proc/$1/status"; do
-        tries=$((tries + 1))
-        [ $tries -lt 150 ] || fail "process $1 does not stop: $(grep State "/proc/$1/status")"
-        sleep 0.1
-    done
+    soon grep -q '^State:[[:space:]]*T' "/proc/$1/status" ||
+        fail "process $1 does not stop: $(grep State "/proc/$1/status")"
 }
 
 frames_of() {
     grep -c '^frame ' "/tmp/$1" || :
-}
-
-no_buffer_is_left() {
-    left=$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')
-    [ -z "$left" ] || fail "a trace buffer remains $1: $left"
 }
 
 load_again() {
@@ -145,7 +137,7 @@ monitor_at_an_unload_after_a_flood() {
         for (i = 0; i < 20000; i++)
             printf "me set TRAFFIC_DESCRIPTOR 0x77 cir=%d\n", i
     }' >/tmp/flood.scn
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+    obey /tmp/flood.scn
     rmmod gpon_flow || fail "gpon_flow does not unload under a stopped monitor"
     kill -CONT $monitor
     ends $monitor "monitor with a full socket"
@@ -169,15 +161,20 @@ trace_of_waiting_events() {
     no_buffer_is_left "of a trace with unread events"
 }
 
-# NUMBER: until the reader has printed so often since the start.
+# How often the reader has printed since the start.
+prints() {
+    grep -cE ' buckets, engine | rules?$' /tmp/reader
+}
+
+# NUMBER: whether the reader has printed so often. Until then it must run.
+has_printed() {
+    [ "$(prints)" -lt "$1" ] || return 0
+    kill -0 $reader 2>/dev/null || fail "the reader has ended: $(cat /tmp/reader)"
+    return 1
+}
+
 wait_for_prints() {
-    tries=0
-    until [ "$(grep -cE ' buckets, engine | rules?$' /tmp/reader)" -ge "$1" ]; do
-        kill -0 $reader 2>/dev/null || fail "the reader has ended: $(cat /tmp/reader)"
-        tries=$((tries + 1))
-        [ $tries -lt 150 ] || fail "the reader prints too little: $(cat /tmp/reader)"
-        sleep 0.2
-    done
+    soon has_printed "$1" || fail "the reader prints too little: $(cat /tmp/reader)"
 }
 
 start_reader() {
@@ -203,9 +200,9 @@ reader_continues() {
     start_reader "$@"
     unload_under_stopped_reader "$*"
     load_gpon_flow
-    prints=$(grep -cE ' buckets, engine | rules?$' /tmp/reader)
+    printed=$(prints)
     kill -CONT $reader
-    wait_for_prints $((prints + 2))
+    wait_for_prints $((printed + 2))
     kill -TERM $reader
     ends $reader "$* over a reload"
     grep -q "loaded again" /tmp/reader || fail "$* does not note the reload: $(cat /tmp/reader)"
@@ -264,8 +261,7 @@ entities_that_change() {
 
 load_both
 provision_line
-mount -t tracefs tracefs $tracing 2>/dev/null || :
-if [ -d $tracing/events/gpon_flow ]; then
+if has_trace_events; then
     buffer_of_a_used_number
     buffers_of_a_pid_namespace
     entities_that_change
@@ -278,9 +274,7 @@ else
 fi
 reader_continues gponflow stat
 reader_continues gponflow watch
-if ! kernel_since 5 12 && netlink_reader unprivileged | grep -qx "events: no group"; then
-    left_out "monitor: this kernel cannot restrict a multicast group"
-else
+if has_events; then
     monitor_at_a_signal
     monitor_at_unload
     monitor_at_an_unload_after_a_flood

@@ -16,9 +16,9 @@ for round in 1 2 3; do
     many_instances $instances || fail "no instances"
     held=$(cat $balance/live)
     [ "$held" -ge $instances ] || fail "$instances instances are $held blocks"
-    rmmod gpon_flow || fail "gpon_flow does not unload"
+    unload_gpon_flow
     expect "round $round: blocks that outlive the module" 0 "$(cat $balance/at_exit)"
 done
 echo "@@ three unloads with $held blocks each"
 rmmod gpon_balance
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

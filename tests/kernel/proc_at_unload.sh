@@ -17,15 +17,14 @@ keep_calling() {
     done >/dev/null 2>&1
 }
 
-load_softonu unis=2
-load_gpon_flow
+load_both
 insmod /modules/gpon_delay.ko function=remove_proc_subtree ms=50 || fail "no delay"
 rm -f /tmp/stop
 keep_calling &
 keep_calling &
 keep_calling &
 for round in 1 2 3 4 5 6 7 8; do
-    rmmod gpon_flow || fail "gpon_flow does not unload"
+    unload_gpon_flow
     load_gpon_flow
 done
 touch /tmp/stop

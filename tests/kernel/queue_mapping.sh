@@ -5,6 +5,8 @@
 # by the table that a user configured. A frame without a row is refused.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 table=/proc/gpon_softonu/queue_mapping
 

@@ -6,16 +6,13 @@
 # replaced and of a lost rule occur.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
+# shellcheck source=scripts/kernel/guest/events.sh
+. /tests/events.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 value_of() {
-    counters_to /tmp/counters
-    value_in "$1" /tmp/counters
-}
-
-forget_rules() {
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    netlink_reader counters | sed -n "s/^$1 //p"
 }
 
 # COUNTER: of late_learning.
@@ -68,7 +65,7 @@ fill_to_the_threshold() {
 
 # Frames whose DSCP selects the GEM port.
 provision_mapper() {
-    gponflow run --backend=device - >/tmp/printed <<-END || fail "no mapper: $(cat /tmp/printed)"
+    obey - <<-END
 	clean
 	me create MAC_BRIDGE_SERVICE_PROFILE 1
 	me create GEM_PORT_CTP 1 portID=1025 direction=3

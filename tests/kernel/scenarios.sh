@@ -6,12 +6,10 @@
 # a failing service or a jump of time are left to the process build.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/suite.sh
+. /tests/suite.sh
 
 export GPON_FLOW_MODULE=/modules/gpon_flow.ko
-
-wanted_transcript() {
-    sed -e '/^@ gpon_mapping_hook/b' -e '/^@ gpon_queue_mapping_hook/b' -e '/^@ /d' "$1"
-}
 
 # FILE: 0 equal, 1 another transcript or a failed expectation, 3 not for a kernel.
 run_scenario() {
@@ -23,11 +21,6 @@ run_scenario() {
         cmp -s /tmp/wanted /tmp/got || status=1
     fi
     return "$status"
-}
-
-# It has commands that only a process supports: jumps of time, failing services.
-is_for_a_process() {
-    grep -qE '^[[:blank:]]*(advance|fault)([[:blank:]]|$)' "$1"
 }
 
 show_failure() {
@@ -61,7 +54,7 @@ for file in $(find . -name '*.scn' | sed 's#^\./##' | sort); do
         ;;
     esac
 done
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu
 echo "@@ $same scenarios equal, $differ not, $elsewhere only for the process build"
 [ $differ = 0 ] || fail "$differ scenarios differ"
 [ $same -gt 100 ] || fail "only $same scenarios were run"

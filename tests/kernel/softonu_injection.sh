@@ -86,4 +86,4 @@ echo "default off" >$proc/hooks
 expect "hooks without the default" "" "$(cat $proc/hooks)"
 echo "default on" >$proc/hooks
 for device in /sys/class/net/*; do ip link set "${device##*/}" up; done
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

@@ -5,10 +5,12 @@
 # gets it: the learnt rule is that of the frame with its tag inside.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 # WORD...: the line of the rule that the engine learns from a frame.
 rule_of() {
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
     hook_call kind=0 "$@" >/tmp/call
     echo "show flow_rule" >/proc/gpon_flow/debug
     dmesg | sed -n 's/^\[ *[0-9.]*\] //; /02:00:00:00:00:01/p' | tail -n 1

@@ -5,6 +5,8 @@
 # holds the device would keep the module loaded for all later tests.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/run_limited.sh
+. /tests/run_limited.sh
 
 # The second instance of this file is the test that does not end.
 if [ -n "${endless:-}" ]; then
@@ -25,8 +27,5 @@ run_limited time_limit 5 /tmp/endless || status=$?
 expect "status of a test that does not end" 143 "$status"
 expect "its last words" "not finished after 5 s: holds the device" "$(tail -n 1 /tmp/endless)"
 # A killed process closes its files a moment later.
-for _ in 1 2 3 4 5; do
-    [ "$(cat /sys/module/gpon_flow/refcnt)" != 0 ] || break
-    sleep 1
-done
+soon grep -qx 0 /sys/module/gpon_flow/refcnt || fail "its programs hold the device"
 unload_both

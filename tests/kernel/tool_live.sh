@@ -5,15 +5,15 @@
 # trace events, and reports the state of the module.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
+# shellcheck source=scripts/kernel/guest/counters.sh
+. /tests/counters.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
-provision=/tests/traffic/provision.scn
-passing="kind=up_uni port=1 frame=0200000000010200000077010800450000"
-dropped="kind=up_ani frame=020000000001020000007701810001f408004500"
 # Of another station: no filter of this test selects it.
-foreign="kind=up_uni port=1 frame=0200000000010200000077ee0800450000"
-tracing=/sys/kernel/tracing
+foreign="hook kind=up_uni port=1 frame=0200000000010200000077ee0800450000"
 
 # A line of the tool's output.
 says() {
@@ -50,7 +50,7 @@ prints_json() {
 }
 
 one_frame() {
-    printf 'hook %s\n' "$1" | gponflow run --backend=device - >/dev/null || fail "no hook call"
+    calls 1 "$1"
 }
 
 nothing_is_loaded() {
@@ -96,7 +96,7 @@ changed() {
 without_events() {
     status=0
     # shellcheck disable=SC2086 # words
-    tool explain --backend=device $passing || status=$?
+    tool explain --backend=device ${passing#hook } || status=$?
     expect "status of explain without trace events" 3 "$status"
     says "explain without trace events" "trace events"
     status=0
@@ -107,22 +107,21 @@ without_events() {
 
 # No buffer of this tool is left, and no event is enabled in the kernel's own buffer.
 tracing_is_off() {
-    left=$(find $tracing/instances -maxdepth 1 -name 'gponflow-*')
-    [ -z "$left" ] || fail "a trace buffer remains $1: $left"
+    no_buffer_is_left "$1"
     expect "events of the kernel's own buffer $1" 0 "$(cat $tracing/events/gpon_flow/enable)"
 }
 
 explained() {
     # shellcheck disable=SC2086 # words
-    tool explain --backend=device $passing || fail "explain"
+    tool explain --backend=device ${passing#hook } || fail "explain"
     says "explain" "PPTP_ETHERNET_UNI 0x0101"
     says "explain" "passes into the bridge"
     # shellcheck disable=SC2086 # words
-    tool explain --backend=device $passing || fail "explain of a replay"
+    tool explain --backend=device ${passing#hook } || fail "explain of a replay"
     says "explain of a replay" "PPTP_ETHERNET_UNI 0x0101"
     says "explain of a replay" "its rule was replayed"
     # shellcheck disable=SC2086 # words
-    tool explain --backend=device $dropped || fail "explain of a drop"
+    tool explain --backend=device ${dropped#hook } || fail "explain of a drop"
     says "explain of a drop" "dropped"
 }
 
@@ -174,11 +173,11 @@ traced_exactly() {
     gponflow clean rules >/dev/null || fail "clean rules"
     start_trace output --json
     {
-        yes "hook $passing" | head -n 5
-        yes "hook $foreign" | head -n 4
-        yes "hook $dropped" | head -n 3
+        yes "$passing" | head -n 5
+        yes "$foreign" | head -n 4
+        yes "$dropped" | head -n 3
     } >/tmp/known.scn
-    gponflow run --backend=device /tmp/known.scn >/tmp/printed || fail "no known traffic"
+    obey /tmp/known.scn
     sleep 1
     kill -INT $tracer
     wait $tracer || fail "trace: $(cat /tmp/output.errors)"
@@ -198,8 +197,8 @@ traced_exactly() {
 traced_with_losses() {
     start_trace output --json --buffer 8
     kill -STOP $tracer
-    yes "hook $dropped" | head -n 150 >/tmp/flood.scn
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed || fail "no flood"
+    yes "$dropped" | head -n 150 >/tmp/flood.scn
+    obey /tmp/flood.scn
     kill -CONT $tracer
     sleep 1
     one_frame "$passing"
@@ -231,14 +230,12 @@ traced_after_kill() {
 # The flow of the station has as many frames as were sent since the rules were deleted.
 reported() {
     gponflow clean rules >/dev/null || fail "clean rules"
-    calls 5 "hook $passing"
-    calls 3 "hook $dropped"
-    netlink_reader counters >/tmp/all || fail "no counters"
+    calls 5 "$passing"
+    calls 3 "$dropped"
+    counters_to /tmp/all
     grep -E "^(calls|frames|walks|remembered|replays)" /tmp/all >/tmp/counters
     gponflow report --live --json >/tmp/report || fail "report --live: $(cat /tmp/report)"
-    while read -r name value; do
-        grep -qE "\"$name\": $value,?\$" /tmp/report || fail "report --live differs in $name=$value"
-    done </tmp/counters
+    expect_counters /tmp/counters /tmp/report
     expect "flows of the report" 1 "$(grep -c '"octets"' /tmp/report)"
     sed -n '/"flows": \[/,/"octets"/p' /tmp/report >/tmp/flow
     grep -q "\"source\": \"$mac\"" /tmp/flow || fail "the flow has another source"
@@ -276,15 +273,23 @@ in_json() {
     prints_json gponflow-commands-1 0 set enable on
     prints_json gponflow-commands-1 0 clean rules
     prints_json gponflow-report-1 0 report --live
-    if [ -n "$has_events" ]; then
+    if has_trace_events; then
         # shellcheck disable=SC2086 # words
-        prints_json gponflow-explain-1 0 explain --backend=device $passing
+        prints_json gponflow-explain-1 0 explain --backend=device ${passing#hook }
         # shellcheck disable=SC2086 # words
-        prints_json gponflow-explain-1 0 explain --backend=device $dropped
+        prints_json gponflow-explain-1 0 explain --backend=device ${dropped#hook }
     fi
     prints_json gponflow-message-1 2 explain --backend=device kind=up_ani frame=0
-    printf 'hook %s\n' "$passing" >/tmp/frame.scn
+    echo "$passing" >/tmp/frame.scn
     prints_json gponflow-run-1 0 run --backend=device /tmp/frame.scn
+}
+
+# Status 1 until monitor has printed a change.
+rules_change() {
+    [ ! -s /tmp/changes ] || return 0
+    gponflow clean rules >/dev/null
+    one_frame "$passing"
+    return 1
 }
 
 # Commands that follow the module print a document a line.
@@ -292,20 +297,13 @@ followed_in_json() {
     gponflow clean rules >/dev/null || fail "clean rules"
     gponflow monitor --json --count 1 >/tmp/changes 2>/tmp/notes &
     follower=$!
-    if [ -n "$has_events" ]; then
+    if has_trace_events; then
         start_trace output --count 1 --json
         one_frame "$passing"
         wait $tracer || fail "trace --json: $(cat /tmp/output.errors)"
         keep_json gponflow-trace-1 "trace --json" /tmp/output
     fi
-    tries=0
-    until [ -s /tmp/changes ]; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "monitor --json prints nothing"
-        gponflow clean rules >/dev/null
-        one_frame "$passing"
-        sleep 0.2
-    done
+    soon rules_change || fail "monitor --json prints nothing"
     wait $follower || fail "monitor --json: $(cat /tmp/notes)"
     keep_json gponflow-change-1 "monitor --json" /tmp/changes
 }
@@ -341,15 +339,11 @@ stopped_in_json() {
 load_softonu unis=2
 nothing_is_loaded
 load_gpon_flow
-grep -v '^load' $provision | gponflow run --backend=device - >/tmp/output 2>&1 ||
-    { cat /tmp/output; fail "no provisioning"; }
+provision_line
 gponflow set enable on >/dev/null || fail "set enable on"
 shown
 changed
-mount -t tracefs tracefs $tracing 2>/dev/null || :
-has_events=
-[ ! -d $tracing/events/gpon_flow ] || has_events=1
-if [ -n "$has_events" ]; then
+if has_trace_events; then
     explained
     explained_in_a_time_namespace
     traced

@@ -5,19 +5,18 @@
 # gponflow count; events that nobody traces do not occur; unload while all are traced.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-# shellcheck source=scripts/kernel/guest/observing.sh
-. /tests/observing.sh
-
-tracing=/sys/kernel/tracing
-events=$tracing/events/gpon_flow
+# shellcheck source=scripts/kernel/guest/counters.sh
+. /tests/counters.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
 # FILE: what netlink counts; gponflow prints the same numbers.
 same_counters_to() {
     counters_to "$1"
     gponflow stat --json >/tmp/stat || fail "no gponflow stat: $(cat /tmp/stat)"
-    while read -r name value; do
-        grep -qE "\"$name\": $value,?\$" /tmp/stat || fail "gponflow stat differs in $name=$value"
-    done <"$1"
+    expect_counters "$1" /tmp/stat
 }
 
 # traced PATTERN: the number of such events. A line is "COMM-PID [CPU] FLAGS TIME: EVENT: FIELDS".
@@ -36,18 +35,14 @@ gathered() {
     grep -E ": gpon_$1" /tmp/gathered | awk '{ n += $1 } END { print n + 0 }'
 }
 
-begin_tracing() {
+begin_counting() {
     same_counters_to /tmp/before
-    echo >$tracing/trace
-    echo 1 >$events/enable || fail "the events cannot be enabled"
+    begin_tracing
 }
 
-end_tracing() {
-    echo 0 >$events/enable
-    cat $tracing/trace >/tmp/trace
+end_counting() {
+    end_tracing
     same_counters_to /tmp/after
-    grep -q "entries-in-buffer/entries-written: \([0-9]*\)/\1 " /tmp/trace ||
-        fail "events are lost: $(head -n 4 /tmp/trace)"
     gather_events
 }
 
@@ -106,13 +101,13 @@ everything_is_the_same() {
 }
 
 known_traffic() {
-    begin_tracing
+    begin_counting
     calls 5 "$passing"
     calls 3 "$dropped"
     hook_call packet=0 >/tmp/printed || fail "no call without packet"
     calls 1 "me create TRAFFIC_DESCRIPTOR 0x77 cir=1 pir=1 cbs=1 pbs=1 colourMode=0 ingressColourMode=0 egressColourMode=0 meterType=0"
     echo "show  enable" >/proc/gpon_flow/debug
-    end_tracing
+    end_counting
     everything_is_the_same
     expect "walks" 4 "$(traced "walk_start: ")"
     expect "filtered frames" 3 "$(traced "drop: .* direction=up_ani dst=02:00:00:00:00:01 src=02:00:00:00:77:01 tags=1 outer_tag=0x810001f4 inner_tag=0x00000000 reason=filtered gem_port=0")"
@@ -128,9 +123,9 @@ known_traffic() {
 
 flood() {
     first_frames 1 900 >/tmp/flood.scn
-    begin_tracing
-    gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
-    end_tracing
+    begin_counting
+    obey /tmp/flood.scn
+    end_counting
     everything_is_the_same
     expect "walks" 900 "$(traced "walk_start: ")"
 }
@@ -138,9 +133,9 @@ flood() {
 # The frames with the engine off are left out.
 counted_line() {
     counted_commands | awk '/param=0/ { off = 1 } !off { print } /param=1/ { off = 0 }' >/tmp/counted.scn
-    begin_tracing
-    gponflow run --backend=device /tmp/counted.scn >/tmp/printed 2>&1 || fail "no traffic"
-    end_tracing
+    begin_counting
+    obey /tmp/counted.scn
+    end_counting
     everything_is_the_same
     expect "calls of an unknown kind" 2 "$(traced "drop: .* direction=none .* reason=unknown_kind ")"
     [ "$(grown_by rules_aged)" -gt 0 ] || fail "no rule aged"
@@ -164,17 +159,16 @@ unload_while_tracing() {
     rmmod gpon_flow || fail "gpon_flow does not unload while it is traced"
     [ ! -e $events ] || fail "events without a module"
     load_gpon_flow
-    begin_tracing
+    begin_counting
     hook_call packet=0 >/tmp/printed || fail "no call without packet"
-    end_tracing
+    end_counting
     same "drops after the second load" "drop: " calls_no_packet
     expect "drops after the second load" 1 "$(traced "drop: ")"
     unload_both
 }
 
 load_both
-mount -t tracefs tracefs $tracing 2>/dev/null || :
-if [ ! -d $events ]; then
+if ! has_trace_events; then
     [ ! -d $tracing/events ] || fail "no events of gpon_flow in a kernel with trace events"
     echo "@@ this kernel has no trace events"
     exit 0

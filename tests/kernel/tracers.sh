@@ -5,6 +5,10 @@
 # them. perf has 30 MB with its libraries, so only a guest of GPON_GUEST_TRACERS has it.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
 drop="direction=up_ani dst=02:00:00:00:00:01 src=02:00:00:00:77:01 tags=1 outer_tag=0x810001f4 inner_tag=0x00000000 reason=filtered gem_port=0"
 
@@ -48,7 +52,7 @@ with_trace_cmd() {
     trace-cmd report -i /tmp/trace.dat >/tmp/report 2>/tmp/errors
     recorded 4 "gpon_rule_hit: .*remembered=1 gem_port=0\$"
     recorded 4 ": *gpon_"
-    echo "clean flow_rule 0 0" >/proc/gpon_flow/debug
+    forget_rules
 }
 
 with_perf() {
@@ -70,7 +74,7 @@ with_perf() {
 }
 
 load_both
-if [ ! -d /sys/kernel/tracing/events/gpon_flow ]; then
+if ! has_trace_events; then
     left_out "trace-cmd and perf, this kernel has no trace events"
     unload_both
     exit 0

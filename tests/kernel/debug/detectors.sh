@@ -5,6 +5,8 @@
 # involved, the fault is in C++ code that is compiled like the core.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/detectors.sh
+. /tests/detectors.sh
 
 leak_is_found() {
     insmod /modules/gpon_detect.ko fault=leak || fail "nothing can be leaked"

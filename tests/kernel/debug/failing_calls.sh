@@ -5,6 +5,8 @@
 # Afterwards the modules return the same results as before, and a failed call leaks nothing.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/detectors.sh
+. /tests/detectors.sh
 
 # Every request for memory may fail. Neither the log nor the console has a line for each.
 dmesg -n 1

@@ -4,6 +4,8 @@
 # Leaks that the kernel reports of its own start are not of our modules.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/detectors.sh
+. /tests/detectors.sh
 
 scan_for_leaks >/tmp/leaks
 echo "@@ $(grep -c '^unreferenced' /tmp/leaks) leaks of the kernel's start"

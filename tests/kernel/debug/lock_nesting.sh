@@ -5,10 +5,8 @@
 # spinlock that is taken under a raw one is still reported; on a kernel with PREEMPT_RT it sleeps.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
-
-lock_checks() {
-    awk '$1 == "debug_locks:" { print $2 }' /proc/lockdep_stats
-}
+# shellcheck source=scripts/kernel/guest/detectors.sh
+. /tests/detectors.sh
 
 expect "lock checks after the tests" 1 "$(lock_checks)"
 fires spinlock_under_raw_lock 'BUG: Invalid wait context'

@@ -6,8 +6,11 @@
 # instructions and each boot has the same ones.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
+# shellcheck source=scripts/kernel/guest/tracing.sh
+. /tests/tracing.sh
 
-tracing=/sys/kernel/tracing
 # Sixteen rules, or 128 empty buckets.
 limit=10000
 
@@ -35,7 +38,7 @@ kernel_has FUNCTION_GRAPH_TRACER || {
 load_both
 provision_line
 first_frames 1 1000 >/tmp/flood.scn
-gponflow run --backend=device /tmp/flood.scn >/tmp/printed 2>&1 || fail "no flood"
+obey /tmp/flood.scn
 trace_function gpon_observe_rules
 netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
 durations_of gpon_observe_rules

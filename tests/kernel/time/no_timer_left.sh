@@ -12,6 +12,6 @@ load_module /modules/gpon_flow.ko && fail "the load does not fail"
 rmmod gpon_fault
 sleep 260
 load_gpon_flow
-rmmod gpon_flow || fail "no unload"
+unload_gpon_flow
 sleep 260
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu

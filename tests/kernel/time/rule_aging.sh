@@ -18,7 +18,7 @@ wait_until() {
 }
 
 learn() {
-    gponflow run --backend=device - <<-END || fail "no rule is learnt"
+    obey - <<-END
 	hook kind=switch param=1
 	hook kind=down_uni frame=0200000000010200000000ff0800
 	expect api_result=0

@@ -27,13 +27,17 @@ download() {
     expect_same /tmp/www/down "/tmp/down.$1"
 }
 
+receiver_listens() {
+    in_ns server1 netstat -ltn | grep -q :5000
+}
+
 # The receiver's own input stays open and silent: its end would end the connection.
 upload() {
     mkfifo /tmp/silence
     exec 3<>/tmp/silence
     in_ns server1 nc -l -p 5000 <&3 >/tmp/up.received &
     receiver=$!
-    while ! in_ns server1 netstat -ltn | grep -q :5000; do sleep 0.1; done
+    soon receiver_listens || fail "the receiver does not listen"
     in_ns client1 nc -w 30 10.0.0.1 5000 </tmp/up || fail "client1 cannot upload"
     wait $receiver
     expect_same /tmp/up /tmp/up.received

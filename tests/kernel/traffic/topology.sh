@@ -13,6 +13,8 @@
 # provision_gpon_flow sets it up) or "alone", the platform's own mapping table.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
+# shellcheck source=scripts/kernel/guest/line.sh
+. /tests/line.sh
 
 onu=${onu:-gpon_flow}
 proc=/proc/gpon_softonu
@@ -39,9 +41,7 @@ provision() {
 
 # NAMESPACE COMMAND...
 in_ns() {
-    ns=$1
-    shift
-    ip netns exec "$ns" "$@"
+    ip netns exec "$@"
 }
 
 # Silence of an idle network, so that a test can count its own frames.
@@ -74,21 +74,18 @@ bridge_up() {
 # A port forwards once the kernel has processed its carrier, up to a second later.
 wait_for_forwarding() {
     for port in uni1 uni2 ani0; do
-        looks=200
-        until [ "$(cat /sys/class/net/$port/brport/state)" = 3 ]; do
-            looks=$((looks - 1))
-            [ $looks -gt 0 ] || fail "$port does not forward"
-            sleep 0.1
-        done
+        soon grep -qx 3 /sys/class/net/$port/brport/state || fail "$port does not forward"
     done
+}
+
+delete_namespaces() {
+    for ns in client1 client2 server1 server2; do ip netns del $ns; done
 }
 
 # Remains of an earlier test that failed.
 clear_away() {
     ip link del br0 2>/dev/null
-    for ns in client1 client2 server1 server2; do
-        ip netns del $ns
-    done 2>/dev/null
+    delete_namespaces 2>/dev/null
 }
 
 onu_up() {
@@ -119,12 +116,10 @@ plain_network() {
 onu_down() {
     ip link del br0
     if [ "$onu" = gpon_flow ]; then
-        rmmod gpon_flow || fail "gpon_flow does not unload"
+        unload_gpon_flow
     fi
-    for ns in client1 client2 server1 server2; do
-        ip netns del $ns
-    done
-    rmmod gpon_softonu || fail "gpon_softonu does not unload"
+    delete_namespaces
+    unload_softonu
 }
 
 # DEVICE COUNTER: its value now.

@@ -61,11 +61,11 @@ wait_for_traffic
 expect_at_least "frames lost without a mapping" 1 "$lost"
 echo "@@ $rounds times under load, $(counter gem1025 rx_frames) frames up"
 if [ "$onu" = gpon_flow ]; then
-    rmmod gpon_flow || fail "gpon_flow does not unload"
+    unload_gpon_flow
 fi
-rmmod gpon_softonu || fail "gpon_softonu does not unload"
+unload_softonu
 for ns in client1 client2 server1; do
     for pid in $(ip netns pids $ns); do kill -9 "$pid"; done
 done 2>/dev/null
 ip link del br0
-for ns in client1 client2 server1 server2; do ip netns del $ns; done
+delete_namespaces

@@ -1,45 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
-# shellcheck shell=dash disable=SC2034
+# shellcheck shell=dash
 #
-# Functions of the guest tests that read the counters and events of the module while it runs. After lib.sh.
-
-# The station whose frames are traced.
-mac=02:00:00:00:77:01
-
-# FILE: all counters.
-counters_to() {
-    netlink_reader counters >"$1" || fail "no counters: $(cat "$1")"
-}
-
-# COUNTER FILE: its value.
-value_in() {
-    sed -n "s/^$1 //p" "$2"
-}
-
-# NAME...: the sum of the differences of these counters between /tmp/before and /tmp/after.
-grown_by() {
-    echo "$@" | awk 'FNR == NR { for (i = 1; i <= NF; i++) wanted[$i] = 1 ; next }
-        wanted[$1] { sum += FILENAME == "/tmp/after" ? $2 : -$2 }
-        END { print sum + 0 }' - /tmp/before /tmp/after
-}
-
-# NAME ARGUMENT...: traces the frames of the station, with the output in /tmp/NAME and
-# /tmp/NAME.errors.
-start_trace() {
-    name=$1
-    shift
-    rm -f "/tmp/$name.errors"
-    gponflow trace "src_mac=$mac" "$@" >"/tmp/$name" 2>"/tmp/$name.errors" &
-    tracer=$!
-    wait_for "/tmp/$name.errors" tracing $tracer
-}
-
-start_monitor() {
-    rm -f /tmp/monitor.errors
-    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
-    monitor=$!
-    wait_for /tmp/monitor.errors monitoring $monitor
-}
+# The events of the netlink family: a listener, and gponflow monitor.
 
 # Whether the kernel can restrict a multicast group, which the events need. All kernels since 5.12 can.
 has_events() {
@@ -64,16 +26,20 @@ follow_events() {
     event_before=$(last_event)
 }
 
+stop_listener() {
+    kill "$listener"
+    wait "$listener" || :
+}
+
+has_wanted_event() {
+    [ "$(sed -n 's/.* event=//p' /tmp/events | tail -n 1)" = "$wanted_event" ]
+}
+
 # Until the listener has the last event; it must still run.
 await_last_event() {
     wanted_event=$(last_event)
-    tries=0
-    until [ "$(sed -n 's/.* event=//p' /tmp/events | tail -n 1)" = "$wanted_event" ] ||
-        [ "$wanted_event" = "$event_before" ]; do
-        tries=$((tries + 1))
-        [ $tries -lt 100 ] || fail "event $wanted_event is missing: $(tail -n 5 /tmp/events)"
-        sleep 0.1
-    done
+    [ "$wanted_event" = "$event_before" ] || soon has_wanted_event ||
+        fail "event $wanted_event is missing: $(tail -n 5 /tmp/events)"
     kill -0 "$listener" || fail "the listener has ended: $(tail -n 5 /tmp/events)"
 }
 
@@ -95,4 +61,11 @@ expect_events() {
     shift
     take_events
     expect "events of $title" "$(printf '%s\n' "$@")" "$(cat /tmp/new)"
+}
+
+start_monitor() {
+    rm -f /tmp/monitor.errors
+    gponflow monitor >/tmp/monitor 2>/tmp/monitor.errors &
+    monitor=$!
+    wait_for /tmp/monitor.errors monitoring $monitor
 }
