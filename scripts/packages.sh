@@ -12,7 +12,7 @@ packages_of_group() {
     sed -n "s/^$1://p" packages.txt
 }
 
-# PACKAGE...: those that are not installed, each once.
+# PACKAGE...: those that are not installed.
 missing_packages() {
     # dpkg-query reports an unknown name as an error, so such a name has no line.
     dpkg-query -W -f='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null |
@@ -20,7 +20,7 @@ missing_packages() {
             $2 == "installed" { there[$1] = 1 }
             END {
                 count = split(wanted, names, " ")
-                for (i = 1; i <= count; i++) if (!there[names[i]]++) print names[i]
+                for (i = 1; i <= count; i++) if (!(names[i] in there)) print names[i]
             }'
 }
 
@@ -63,6 +63,8 @@ need() {
         packages_of_group "$group" >/dev/null || return 1
         read -r -a names <<<"${names[*]} $(packages_of_group "$group" | tr '\n' ' ')"
     done
+    # Groups have packages in common.
+    mapfile -t names < <(printf '%s\n' "${names[@]}" | awk '!seen[$0]++')
     if ! command -v dpkg-query >/dev/null; then
         echo "not a Debian system: what is taken to be installed already: ${names[*]}" >&2
         return 0
