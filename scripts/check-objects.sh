@@ -47,11 +47,8 @@ check_host() {
 }
 
 check_undefined() {
-    local found
-    found=$("$nm" -u "$1" | awk '{ print $NF }' | grep -Ev "$allowed_undefined" || true)
-    if [ -n "$found" ]; then
-        complain_of "undefined symbols outside of the seam" <<<"$found"
-    fi
+    complain_of_any "undefined symbols outside of the seam" \
+        < <("$nm" -u "$1" | awk '{ print $NF }' | grep -Ev "$allowed_undefined")
 }
 
 # The name of a static object in a function ends with a number, which differs between compilers.
@@ -60,11 +57,8 @@ data_names() {
 }
 
 check_thread_local() {
-    local found
-    found=$(filled_sections '^[.]t(data|bss)' "$1")
-    if [ -n "$found" ]; then
-        complain_of "thread-local data, which a kernel does not have" <<<"$found"
-    fi
+    complain_of_any "thread-local data, which a kernel does not have" \
+        < <(filled_sections '^[.]t(data|bss)' "$1")
 }
 
 check_module() {

@@ -18,3 +18,10 @@ complain_of() {
     complain "$1"
     sed 's/^/    /' >&2
 }
+
+# complain_of_any TEXT: the same, if standard input has a line.
+complain_of_any() {
+    local found
+    found=$(cat)
+    [ -z "$found" ] || complain_of "$1" <<<"$found"
+}

@@ -11,9 +11,6 @@ filled_sections() {
 
 # check_constructors OBJECT...
 check_constructors() {
-    local found
-    found=$(filled_sections '^[.](init_array|ctors|preinit_array|fini_array|dtors)' "$@")
-    if [ -n "$found" ]; then
-        complain_of "static constructors or destructors, which a kernel does not run" <<<"$found"
-    fi
+    complain_of_any "static constructors or destructors, which a kernel does not run" \
+        < <(filled_sections '^[.](init_array|ctors|preinit_array|fini_array|dtors)' "$@")
 }
