@@ -42,7 +42,7 @@ public:
             // After an end within a look, events are missing before those of another look.
             if (stopped || ended || frames_.is_done() || is_time_over())
                 break;
-            if (!is_module_loaded() || !stream_->is_enabled())
+            if (!stream_->is_of_loaded_module())
                 why = "the module was unloaded; its last frames may be missing";
         }
         frames_.finish();

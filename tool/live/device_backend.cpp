@@ -191,7 +191,7 @@ private:
     // Unloading the module takes its events away, in this process or in another one.
     event_stream& stream()
     {
-        if (!stream_ || !stream_->is_enabled()) {
+        if (!stream_ || !stream_->is_of_loaded_module()) {
             stream_.reset(); // its buffer has the name of the new one
             stream_ = event_stream::open({.learning = true});
         }

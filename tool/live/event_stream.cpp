@@ -82,6 +82,8 @@ std::unique_ptr<event_stream> event_stream::open(const options& chosen)
 {
     check_tracing();
     std::unique_ptr<event_stream> stream(new event_stream(trace_buffer::create()));
+    // Before the events are enabled: those of a module that is loaded later are not.
+    stream->module_ = module_identity();
     const char* const systems[] = {event_system, nullptr};
     // The usual clock of a buffer cannot be compared with that of a process.
     if (tracefs_instance_file_write(stream->buffer_.get(), "trace_clock", "mono") < 0)
@@ -205,13 +207,9 @@ void event_stream::skip()
     read_until(trace_clock_now(), [](const event&) { return true; });
 }
 
-bool event_stream::is_enabled() const
+bool event_stream::is_of_loaded_module() const
 {
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        tracefs_event_file_read(buffer_.get(), event_system, event_name(GPON_TRACEPOINT_WALK_START),
-                                "enable", nullptr),
-        &std::free);
-    return text && *text == '1';
+    return module_ && module_identity() == module_;
 }
 
 uint64_t event_stream::dropped() const

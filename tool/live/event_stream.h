@@ -5,7 +5,9 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <sys/types.h>
 #include <utility>
 
 #include "tool/live/event_source.h"
@@ -36,8 +38,10 @@ public:
     /// Discards the events that have occurred before this call.
     void skip();
 
-    /// Whether the events are enabled: a module that was unloaded and loaded again has others.
-    [[nodiscard]] bool is_enabled() const;
+    /// Whether the module with the events is loaded. One that is loaded again has other events.
+    /// This opens no file of an event: Linux 6.1 reads freed memory if the event of a file that is
+    /// being opened goes away at the same time.
+    [[nodiscard]] bool is_of_loaded_module() const;
 
     /// Since open(), because the buffer was full.
     [[nodiscard]] uint64_t dropped() const override;
@@ -75,6 +79,7 @@ private:
     static int take_record(tep_event* type, tep_record* record, int cpu, void* context);
 
     std::unique_ptr<tep_handle, format_closer> formats_;
+    std::optional<ino_t> module_; // that of the events
     trace_buffer buffer_;
     std::array<event_fields, GPON_TRACEPOINTS> fields_;
 };

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/utsname.h>
 #include <vector>
@@ -44,6 +45,14 @@ descriptor open_module()
 bool is_module_loaded()
 {
     return access("/sys/module/gpon_flow", F_OK) == 0;
+}
+
+std::optional<ino_t> module_identity()
+{
+    struct stat folder;
+    if (stat("/sys/module/gpon_flow", &folder) != 0)
+        return std::nullopt;
+    return folder.st_ino;
 }
 
 bool is_module_ready()
