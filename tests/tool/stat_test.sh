@@ -52,6 +52,32 @@ expect_line 'created  GEM_PORT_CTP 0x0001'
 expect_status 0 monitor --count 2 known.scn
 [ "$(wc -l <out)" = 2 ] || complain 'monitor --count 2 does not print two changes'
 
+# The reader of the output has stopped: the command blocks in a write, and a signal still ends it. Nobody reads
+# the pipe, in which there is space for a few updates.
+mkfifo stopped_reader
+exec 5<>stopped_reader
+head -c 53248 /dev/zero >&5
+"$tool" stat --all --interval 1 known.scn >&5 2>messages &
+writer=$!
+tries=0
+until grep -q pipe "/proc/$writer/wchan"; do
+    tries=$((tries + 1))
+    if [ $tries = 300 ] || ! kill -0 $writer; then
+        complain 'stat --interval does not block in a write'
+        break
+    fi
+    sleep 0.2
+done
+kill -TERM $writer
+(sleep 20 && kill -KILL $writer) &
+killer=$!
+status=0
+wait $writer || status=$?
+kill $killer
+[ $status = 3 ] || complain "the status of a command that blocks in a write is $status after a signal"
+grep -q 'cannot write to standard output' messages || complain "no message of the blocked write: $(cat messages)"
+exec 5>&-
+
 expect_status 2 stat --openmetrics --interval 1 known.scn
 expect_status 2 stat --interval 0
 expect_status 2 stat missing.scn

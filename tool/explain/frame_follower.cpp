@@ -63,7 +63,6 @@ frame_follower::frame_follower(const trace_limits& limits, event_source& source,
 
 bool frame_follower::look(const end_test& ends)
 {
-    count_lost();
     // All events of a look may have occurred before its first refresh.
     open_.set_mark(entities_.changes_before());
     bool ended = false;
@@ -78,7 +77,6 @@ bool frame_follower::look(const end_test& ends)
     take_events();
     if (!ended)
         open_.flush();
-    count_lost();
     return ended;
 }
 
@@ -86,6 +84,7 @@ bool frame_follower::look(const end_test& ends)
 void frame_follower::take_events()
 {
     entities_.refresh();
+    count_lost();
     for (const event_source::event& one : read_)
         open_.event(one.record, one.cpu, one.gap);
     read_.clear();

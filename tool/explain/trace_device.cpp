@@ -30,10 +30,12 @@ public:
     {
     }
 
+    // Frames that the filter of another program, or a part of this one, has marked.
+    void skip() { stream_->skip(); }
+
     // Prints the frames until a limit is reached. Returns the reason why it ended.
-    std::string follow(const std::ostream& out)
+    std::string follow(stop_signals& stop, const std::ostream& out)
     {
-        stop_signals stop;
         std::string why;
         while (out && why.empty()) {
             const bool stopped = stop.wait(-1, quiet_milliseconds);
@@ -74,19 +76,25 @@ exit_status trace_device(backend& device, const trace_filter& filter, const trac
     if (!is_module_loaded())
         throw refusal("the module is not loaded");
     device_trace trace(limits, out, colours);
-    const auto active = active_filter::open(device, filter);
+    // No signal ends the process while the filter is set.
+    stop_signals stop;
+    auto active = active_filter::open(device, filter);
     if (!active)
         throw refusal("the module is not loaded");
+    trace.skip();
     diagnostics << "gponflow: tracing; press Ctrl-C to stop" << std::endl;
-    if (const std::string why = trace.follow(out); !why.empty())
+    if (const std::string why = trace.follow(stop, out); !why.empty())
         diagnostics << "gponflow: " << why << '\n';
-    diagnostics << "gponflow: " << counted(trace.frames(), "frame") << "; the filter is off\n";
+    const bool cleared = active->clear();
+    diagnostics << "gponflow: " << counted(trace.frames(), "frame")
+                << (cleared ? "; the filter is off\n"
+                            : "; the filter is still set: use gponflow set trace off\n");
     if (trace.lost() != 0)
         diagnostics << "gponflow: the kernel dropped " << counted(trace.lost(), "trace event")
                     << ": frames are missing or incomplete; use a larger --buffer or a narrower "
                        "filter\n";
     diagnostics << std::flush;
-    return status_ok;
+    return cleared ? status_ok : status_unsupported;
 }
 
 } // namespace gponflow

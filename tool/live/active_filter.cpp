@@ -3,6 +3,7 @@
 
 #include <tuple>
 
+#include "tool/live/module_file.h"
 #include "tool/scenario/control.h"
 
 namespace gponflow {
@@ -13,6 +14,18 @@ void active_filter::clearer::operator()(backend* target) const
         std::ignore = send_line(*target, trace_off_line);
     } catch (const refusal&) {
         // The module is gone, and the filter with it.
+    }
+}
+
+bool active_filter::clear()
+{
+    backend* target = target_.release();
+    try {
+        // False: there is no module that could have the filter.
+        std::ignore = send_line(*target, trace_off_line);
+        return true;
+    } catch (const refusal&) {
+        return !is_module_loaded();
     }
 }
 

@@ -18,6 +18,9 @@ public:
     [[nodiscard]] static std::optional<active_filter> open(backend& target,
                                                            const trace_filter& filter);
 
+    /// Removes the filter before the object ends. False if the module still has it.
+    [[nodiscard]] bool clear();
+
 private:
     struct clearer {
         void operator()(backend* target) const;
