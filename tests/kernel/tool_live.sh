@@ -130,7 +130,8 @@ explained_in_a_time_namespace() {
     for seconds in -2 1000; do
         status=0
         # shellcheck disable=SC2086 # words
-        in_time_namespace $seconds gponflow explain --backend=device $passing >/tmp/output 2>&1 || status=$?
+        in_time_namespace $seconds gponflow explain --backend=device ${passing#hook } \
+            >/tmp/output 2>&1 || status=$?
         if [ "$status" = 77 ]; then
             left_out "explain in a time namespace, this kernel has none"
             return
