@@ -13,16 +13,16 @@
 
 never=" allocation_failures rules_lost_by_growth rules_no_memory rules_outdated rules_relearnt rules_unchanged table_growths_failed walks_too_deep "
 
-# FORMAT [SCENARIO]: lines "NAME VALUE" of gponflow stat.
+# OPTION [SCENARIO]: lines "NAME VALUE" of gponflow stat, as JSON, as OpenMetrics or as a table.
 stat_as() {
     format=$1
     shift
     gponflow stat --"$format" "$@" >/tmp/stat || fail "stat --$format $*: $(cat /tmp/stat)"
-    if [ "$format" = json ]; then
-        sed -n '/"counters"/,/}/s/^ *"\([a-z_]*\)": \([0-9]*\),\{0,1\}$/\1 \2/p' /tmp/stat
-    else
-        sed -n 's/^gpon_flow_\([a-z_]*\)_total \([0-9]*\)$/\1 \2/p' /tmp/stat
-    fi
+    case $format in
+    json) sed -n '/"counters"/,/}/s/^ *"\([a-z_]*\)": \([0-9]*\),\{0,1\}$/\1 \2/p' /tmp/stat ;;
+    openmetrics) sed -n 's/^gpon_flow_\([a-z_]*\)_total \([0-9]*\)$/\1 \2/p' /tmp/stat ;;
+    all) sed -n 's/^\([a-z_][a-z_]*\) *\([0-9][0-9]*\) .*/\1 \2/p' /tmp/stat ;;
+    esac
 }
 
 same_counters() { # TITLE FILE
@@ -38,6 +38,8 @@ stat_as json >/tmp/json
 same_counters "stat --json" /tmp/json
 stat_as openmetrics >/tmp/metrics
 same_counters "stat --openmetrics" /tmp/metrics
+stat_as all >/tmp/table
+same_counters "stat --all" /tmp/table
 if kernel_has CROSS_MEMORY_ATTACH; then
     { echo load; cat /tmp/counted.scn; } >/tmp/process.scn
     stat_as json /tmp/process.scn >/tmp/process
