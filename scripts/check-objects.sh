@@ -47,8 +47,9 @@ check_host() {
 }
 
 check_undefined() {
-    complain_of_any "undefined symbols outside of the seam" \
-        < <("$nm" -u "$1" | awk '{ print $NF }' | grep -Ev "$allowed_undefined")
+    local found
+    found=$("$nm" -u "$1" | awk '{ print $NF }' | grep -Ev "$allowed_undefined" || true)
+    complain_of_any "undefined symbols outside of the seam" "$found"
 }
 
 # The name of a static object in a function ends with a number, which differs between compilers.
@@ -57,8 +58,9 @@ data_names() {
 }
 
 check_thread_local() {
-    complain_of_any "thread-local data, which a kernel does not have" \
-        < <(filled_sections '^[.]t(data|bss)' "$1")
+    local found
+    found=$(filled_sections '^[.]t(data|bss)' "$1")
+    complain_of_any "thread-local data, which a kernel does not have" "$found"
 }
 
 check_module() {

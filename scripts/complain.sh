@@ -19,9 +19,7 @@ complain_of() {
     sed 's/^/    /' >&2
 }
 
-# complain_of_any TEXT: the same, if standard input has a line.
+# complain_of_any TEXT LINES: the same, if there are lines.
 complain_of_any() {
-    local found
-    found=$(cat)
-    [ -z "$found" ] || complain_of "$1" <<<"$found"
+    [ -z "$2" ] || complain_of "$1" <<<"$2"
 }

@@ -11,6 +11,7 @@ filled_sections() {
 
 # check_constructors OBJECT...
 check_constructors() {
-    complain_of_any "static constructors or destructors, which a kernel does not run" \
-        < <(filled_sections '^[.](init_array|ctors|preinit_array|fini_array|dtors)' "$@")
+    local found
+    found=$(filled_sections '^[.](init_array|ctors|preinit_array|fini_array|dtors)' "$@")
+    complain_of_any "static constructors or destructors, which a kernel does not run" "$found"
 }

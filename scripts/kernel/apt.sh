@@ -25,9 +25,9 @@ suite_sources() {
     security=${GPON_DEBIAN_SECURITY_MIRROR:-$(mirror_of Debian-Security)}
     [ -n "$mirror" ] || fail "apt knows no mirror of Debian, please set GPON_DEBIAN_MIRROR"
     echo "deb [signed-by=$keys] $mirror $1 main"
-    case $1-$2 in
-    sid-* | *-*-* | *-none) ;;
-    *) [ -z "$security" ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
+    case $1 in
+    sid | *-*) ;;
+    *) [ -z "$security" ] || [ "$2" = none ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
     esac
 }
 

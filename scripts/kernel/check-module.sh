@@ -151,5 +151,7 @@ check_globals
 check_traced_functions
 check_names
 # Sanitizers add constructors, and kernels with sanitizers run them.
-has_sanitizer || OBJDUMP=${prefix}objdump check_constructors "$module"
+if ! has_sanitizer; then
+    OBJDUMP=${prefix}objdump check_constructors "$module"
+fi
 exit "$failed"

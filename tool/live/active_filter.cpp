@@ -21,7 +21,7 @@ bool active_filter::clear()
 {
     backend* target = target_.release();
     try {
-        // False: there is no module that could have the filter.
+        // Without a result there is no module that could have the filter.
         std::ignore = send_line(*target, trace_off_line);
         return true;
     } catch (const refusal&) {
