@@ -34,8 +34,9 @@ TEST(frames_of_events, follow_each_other_on_one_cpu)
 {
     letters seen;
     event_frames frames(std::ref(seen));
-    for (const auto& call : calls_of(good_line + entering + dropped + passing + passing + entering +
-                                     dropped + dropped))
+    for (const auto& call :
+         calls_of(good_line + entering_frame + dropped_frame + passing_frame + passing_frame +
+                  entering_frame + dropped_frame + dropped_frame))
         for (const gpon_trace_record& event : call)
             frames.event(event, 0, false);
     EXPECT_EQ(seen.text, "wdwrrd");
@@ -51,7 +52,8 @@ TEST(frames_of_events, are_distinguished_even_with_the_same_packet)
 {
     letters seen;
     event_frames frames(std::ref(seen));
-    for (auto& call : calls_of(good_line + passing + passing + dropped + dropped))
+    for (auto& call :
+         calls_of(good_line + passing_frame + passing_frame + dropped_frame + dropped_frame))
         for (gpon_trace_record& event : call) {
             if (event.frame.packet)
                 event.frame.packet = &seen;
@@ -63,7 +65,7 @@ TEST(frames_of_events, are_distinguished_even_with_the_same_packet)
 
 TEST(frames_of_events, are_separated_by_cpu)
 {
-    const auto calls = calls_of(good_line + passing + dropped);
+    const auto calls = calls_of(good_line + passing_frame + dropped_frame);
     ASSERT_EQ(calls.size(), 2u);
     letters seen;
     event_frames frames(std::ref(seen));
@@ -79,7 +81,7 @@ TEST(frames_of_events, are_separated_by_cpu)
 // The log of a step may keep a CPU busy for longer than the time between two looks.
 TEST(frames_of_events, are_one_frame_despite_pauses_between_them)
 {
-    const auto calls = calls_of(good_line + dropped);
+    const auto calls = calls_of(good_line + dropped_frame);
     ASSERT_EQ(calls.size(), 1u);
     letters seen;
     event_frames frames(std::ref(seen));
@@ -96,7 +98,7 @@ TEST(frames_of_events, are_one_frame_despite_pauses_between_them)
 // The log between the end of the path and the drop may be slow, too.
 TEST(frames_of_events, are_one_frame_despite_a_pause_before_the_drop_for_lack_of_a_queue)
 {
-    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing + passing);
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing_frame + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
     for (const auto& call : calls) {
         ASSERT_EQ(call.back().end, GPON_END_NO_QUEUE);
@@ -115,8 +117,9 @@ TEST(frames_of_events, are_one_frame_despite_a_pause_before_the_drop_for_lack_of
 // The kernel uses the address of a packet again while a frame with a lost end is open.
 TEST(frames_of_events, are_not_joined_with_those_of_another_path)
 {
-    const auto calls = calls_of(good_line + passing + passing + "platform mapping=-1\n" +
-                                "hook kind=switch param=0\n" + passing);
+    const auto calls =
+        calls_of(good_line + passing_frame + passing_frame + "platform mapping=-1\n" +
+                 "hook kind=switch param=0\n" + passing_frame);
     ASSERT_EQ(calls.size(), 3u);
     const gpon_trace_record walk_start = calls[0].front();
     const gpon_trace_record hit = calls[1].back();
@@ -142,7 +145,7 @@ TEST(frames_of_events, are_not_joined_with_those_of_another_path)
 
 TEST(frames_of_events, end_when_their_cpu_begins_another_path_if_their_end_is_lost)
 {
-    const auto calls = calls_of(good_line + passing + dropped);
+    const auto calls = calls_of(good_line + passing_frame + dropped_frame);
     ASSERT_EQ(calls.size(), 2u);
     letters seen;
     event_frames frames(std::ref(seen));
@@ -156,7 +159,7 @@ TEST(frames_of_events, end_when_their_cpu_begins_another_path_if_their_end_is_lo
 
 TEST(frames_of_events, are_passed_on_in_the_end_if_their_end_is_lost)
 {
-    const auto calls = calls_of(good_line + passing);
+    const auto calls = calls_of(good_line + passing_frame);
     ASSERT_EQ(calls.size(), 1u);
     letters seen;
     event_frames frames(std::ref(seen));
@@ -171,8 +174,9 @@ TEST(frames_of_events, are_passed_on_in_the_end_if_their_end_is_lost)
 // The platform makes several hook calls with one packet.
 TEST(frames_of_events, a_drop_of_the_next_call_is_another_frame)
 {
-    const auto calls = calls_of(good_line + "me create PPTP_ETHERNET_UNI 0x0101\n" + entering +
-                                "platform mapping=-1\nhook kind=switch param=0\n" + passing);
+    const auto calls =
+        calls_of(good_line + "me create PPTP_ETHERNET_UNI 0x0101\n" + entering_frame +
+                 "platform mapping=-1\nhook kind=switch param=0\n" + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
     ASSERT_EQ(calls[1].size(), 1u);
     for (const unsigned short direction : {UP_ANI, UP_UNI}) {
@@ -192,7 +196,7 @@ TEST(frames_of_events, a_drop_of_the_next_call_is_another_frame)
 
 TEST(frames_of_events, are_incomplete_without_their_beginning_or_end)
 {
-    const auto calls = calls_of(good_line + passing + passing);
+    const auto calls = calls_of(good_line + passing_frame + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
     for (const auto& call : calls) {
         letters seen;
@@ -213,7 +217,7 @@ TEST(frames_of_events, know_what_was_learnt)
     event_frames frames([&](const frame_events& one) {
         walks.push_back(read_events(one.events, good_entities()));
     });
-    for (const auto& call : calls_of(good_line + passing + passing))
+    for (const auto& call : calls_of(good_line + passing_frame + passing_frame))
         for (const gpon_trace_record& event : call)
             frames.event(event, 0, false);
     frames.finish();
@@ -224,7 +228,7 @@ TEST(frames_of_events, know_what_was_learnt)
 
 TEST(marked_frames, show_the_reason_of_a_drop)
 {
-    const auto calls = calls_of(good_line + dropped);
+    const auto calls = calls_of(good_line + dropped_frame);
     ASSERT_EQ(calls.size(), 1u);
     std::ostringstream out;
     print_marked_frame(read_events(calls[0], good_entities()), good_entities(), out);
@@ -236,7 +240,7 @@ TEST(marked_frames, show_the_reason_of_a_drop)
 
 TEST(marked_frames, say_that_events_are_missing)
 {
-    const auto calls = calls_of(good_line + dropped);
+    const auto calls = calls_of(good_line + dropped_frame);
     ASSERT_EQ(calls.size(), 1u);
     std::ostringstream out;
     print_marked_frame(read_events(std::span(calls[0]).subspan(1), good_entities()),
@@ -247,7 +251,7 @@ TEST(marked_frames, say_that_events_are_missing)
 TEST(marked_frames, are_dropped_if_they_fail_without_a_walk)
 {
     const auto calls = calls_of(good_line + "platform mapping=-1\nhook kind=switch param=0\n" +
-                                passing + "hook kind=7 " + frame_of_vlan_100 + "\n");
+                                passing_frame + "hook kind=7 " + frame_of_vlan_100 + "\n");
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_EQ(marked(calls[0]), "upstream, from the bridge to the ANI\n"
                                 "dropped\n"
@@ -271,7 +275,7 @@ TEST(marked_frames, are_dropped_if_they_fail_without_a_walk)
 
 TEST(marked_frames, claim_neither_an_end_nor_a_rule_that_they_do_not_know)
 {
-    auto calls = calls_of(good_line + passing);
+    auto calls = calls_of(good_line + passing_frame);
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_NE(marked(calls[0]).find("passes to GEM port 1025; a rule was learnt\n"),
               std::string::npos);

@@ -47,7 +47,7 @@ TEST(walk_of_events, deeper_than_the_limit_names_the_step)
 
 TEST(walk_of_events, fails_after_the_egress_without_a_queue)
 {
-    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing_frame);
     ASSERT_EQ(calls.size(), 1u);
     const walk_record walk = read_events(calls[0], good_entities());
     EXPECT_TRUE(walk.dropped);
@@ -59,8 +59,8 @@ TEST(walk_of_events, fails_after_the_egress_without_a_queue)
 // A rule may outlive an instance of its steps.
 TEST(walk_of_events, ends_at_the_step_of_a_replay_that_fails)
 {
-    const auto calls =
-        calls_of(good_line + passing + "proc write \"clean raw_data 268 1\"\n" + passing);
+    const auto calls = calls_of(good_line + passing_frame +
+                                "proc write \"clean raw_data 268 1\"\n" + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
     const walk_record walk = read_events(calls[1], good_entities());
     EXPECT_TRUE(walk.replayed);
@@ -115,7 +115,7 @@ std::string frame_with_dscp(const std::string& type_of_service)
 TEST(walk_of_events, has_all_steps_of_a_replay_up_to_the_egress)
 {
     const std::string gone = "proc write \"clean raw_data 84 1001\"\n";
-    for (const std::string& text : {good_line + passing + gone + passing,
+    for (const std::string& text : {good_line + passing_frame + gone + passing_frame,
                                     line_by_dscp + frame_with_dscp("00") + frame_with_dscp("b8")}) {
         const auto calls = calls_of(text);
         ASSERT_EQ(calls.size(), 2u);
@@ -143,8 +143,8 @@ TEST(walk_of_events, claims_no_cause_without_steps)
 {
     const std::string entering_fibre =
         "hook kind=down_ani gem=1025 frame=0200000001010200000000018100006408004500\n";
-    auto calls =
-        calls_of(good_line + entering_fibre + dropped + "platform queue=-1\n" + passing + passing);
+    auto calls = calls_of(good_line + entering_fibre + dropped_frame + "platform queue=-1\n" +
+                          passing_frame + passing_frame);
     ASSERT_EQ(calls.size(), 4u);
     for (auto& call : calls)
         std::erase_if(call, [](const gpon_trace_record& event) {
@@ -168,7 +168,7 @@ TEST(walk_of_events, claims_no_cause_without_steps)
 
 TEST(walk_of_events, does_not_say_that_a_bridge_whose_steps_are_missing_has_no_port)
 {
-    auto calls = calls_of(good_line + dropped);
+    auto calls = calls_of(good_line + dropped_frame);
     ASSERT_EQ(calls.size(), 1u);
     std::erase_if(calls[0], [](const gpon_trace_record& event) {
         return event.point == GPON_TRACEPOINT_WALK_STEP &&
@@ -183,7 +183,7 @@ TEST(walk_of_events, does_not_say_that_a_bridge_whose_steps_are_missing_has_no_p
 
 TEST(walk_of_events, does_not_call_a_replay_without_a_queue_a_walk)
 {
-    const auto calls = calls_of(good_line + passing + "platform queue=-1\n" + passing);
+    const auto calls = calls_of(good_line + passing_frame + "platform queue=-1\n" + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_NE(marked(calls[1]).find("The replay succeeded, a later step failed.\n"),
               std::string::npos)
@@ -232,7 +232,8 @@ TEST(walk_of_events, has_the_cause_that_the_module_has)
 // A cleaned instance leaves its links behind.
 TEST(walk_of_events, does_not_blame_the_list_of_a_filter_that_is_gone)
 {
-    const auto calls = calls_of(good_line + "proc write \"clean raw_data 84 1001\"\n" + passing);
+    const auto calls =
+        calls_of(good_line + "proc write \"clean raw_data 84 1001\"\n" + passing_frame);
     ASSERT_EQ(calls.size(), 1u);
     const walk_record walk = read_events(calls[0], good_entities());
     EXPECT_TRUE(walk.dropped);
@@ -265,7 +266,7 @@ TEST(walk_of_events, names_a_step_that_ended_the_walk_before_deeper_ends)
 
 TEST(walk_of_events, blames_no_step_without_a_queue)
 {
-    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing);
+    const auto calls = calls_of(good_line + "platform queue=-1\n" + passing_frame);
     ASSERT_EQ(calls.size(), 1u);
     const walk_record walk = read_events(calls[0], good_entities());
     EXPECT_TRUE(faults_of(walk, good_entities()).empty());
@@ -292,7 +293,7 @@ TEST(walk_of_events, calls_a_frame_untagged_whose_tag_filters_do_not_read)
 TEST(walk_of_events, needs_no_module_in_this_process)
 {
     const auto calls = calls_of(
-        "load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" + dropped);
+        "load\nhook kind=switch param=1\nme create MAC_BRIDGE_SERVICE_PROFILE 1\n" + dropped_frame);
     ASSERT_EQ(calls.size(), 1u);
     const walk_record walk = read_events(calls[0], good_entities());
     ASSERT_EQ(walk.steps.size(), 1u);

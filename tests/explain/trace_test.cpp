@@ -34,7 +34,7 @@ std::string traced(const std::string& text, const std::string& filter, uint64_t 
 
 TEST(trace_of_a_scenario, shows_the_frames_that_match)
 {
-    const std::string text = good_line + passing + dropped + passing;
+    const std::string text = good_line + passing_frame + dropped_frame + passing_frame;
     EXPECT_NE(traced(text, "outer_vlan=101").find("1 of 3 frames match"), std::string::npos);
     EXPECT_NE(traced(text, "src_mac=02:00:00:00:01:01").find("frame 3, upstream"),
               std::string::npos);
@@ -47,7 +47,7 @@ TEST(trace_of_a_scenario, has_the_kind_and_outcome_of_frames_without_events)
     for (const bool loaded : {true, false}) {
         std::ostringstream out;
         const std::string text =
-            (loaded ? good_line + "hook kind=switch param=0\n" : std::string()) + passing;
+            (loaded ? good_line + "hook kind=switch param=0\n" : std::string()) + passing_frame;
         EXPECT_EQ(trace_scenario(parse_good(text), *make_host_backend(),
                                  read_trace_filter("outer_vlan=100"), 0, out, out, {}, true),
                   status_ok);
@@ -78,7 +78,7 @@ std::string explained_unseen(int result, bool as_json)
     unseen_frames target(result);
     std::ostringstream out;
     exit_status status = status_ok;
-    const scenario line = parse_good(good_line + passing);
+    const scenario line = parse_good(good_line + passing_frame);
     const auto found = explain_frame(line, target, {}, out, status);
     EXPECT_EQ(status, status_ok) << out.str();
     if (found && as_json)
@@ -112,7 +112,7 @@ TEST(frames_without_events, are_counted_as_passed_or_dropped)
         unseen_frames target(result);
         frame_account account{};
         std::ostringstream out;
-        EXPECT_EQ(account_scenario(parse_good(good_line + passing), target, account, out),
+        EXPECT_EQ(account_scenario(parse_good(good_line + passing_frame), target, account, out),
                   status_ok);
         print_account(account, out);
         EXPECT_EQ(out.str().find("not classified"), std::string::npos) << out.str();
@@ -150,9 +150,10 @@ TEST(frames_without_events, do_not_hide_the_path_of_the_next_frames)
     once_unseen target;
     frame_account account{};
     std::ostringstream notes;
-    EXPECT_EQ(account_scenario(parse_good(good_line + dropped + dropped + dropped), target, account,
-                               notes),
-              status_ok);
+    EXPECT_EQ(
+        account_scenario(parse_good(good_line + dropped_frame + dropped_frame + dropped_frame),
+                         target, account, notes),
+        status_ok);
     std::ostringstream out;
     print_account(account, out);
     EXPECT_NE(out.str().find("dropped     2  VLAN 101 priority 0: VLAN_TAG_FILTER_DATA 0x1001"),
@@ -167,7 +168,7 @@ TEST(frames_without_events, do_not_hide_the_path_of_the_next_frames)
 
 TEST(replay, is_explained_by_the_instances_of_its_rule)
 {
-    const std::string printed = traced(good_line + passing + passing, "outer_vlan=100");
+    const std::string printed = traced(good_line + passing_frame + passing_frame, "outer_vlan=100");
     const std::string replay = printed.substr(printed.find("frame 2"));
     EXPECT_NE(replay.find("MAC_BRIDGE_SERVICE_PROFILE 0x0001"), std::string::npos) << replay;
     EXPECT_NE(replay.find("GEM_PORT_CTP 0x0001  portID=1025"), std::string::npos) << replay;
@@ -185,9 +186,9 @@ TEST(trace_filter, errors_name_the_fault)
 TEST(watch_of_a_scenario, counts_replays_and_age)
 {
     std::ostringstream diagnostics;
-    const watched_scenario watched =
-        watch_scenario(parse_good(good_line + passing + passing + passing + "advance 50\n"),
-                       *make_host_backend(), diagnostics);
+    const watched_scenario watched = watch_scenario(
+        parse_good(good_line + passing_frame + passing_frame + passing_frame + "advance 50\n"),
+        *make_host_backend(), diagnostics);
     ASSERT_EQ(watched.status, status_ok) << diagnostics.str();
     ASSERT_EQ(watched.lines.size(), 3u);
     EXPECT_TRUE(watched.lines[1].starts_with("50             2 ")) << watched.lines[1];

@@ -17,9 +17,9 @@
 namespace gponflow {
 
 /// The frame between the first and last lines, its VLAN passing or not.
-inline const std::string passing = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
-inline const std::string dropped = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
-inline const std::string entering = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\n";
+inline const std::string passing_frame = "hook kind=up_ani " + frame_of_vlan_100 + "\n";
+inline const std::string dropped_frame = "hook kind=up_ani " + frame_of_vlan_101 + "\n";
+inline const std::string entering_frame = "hook kind=up_uni port=1 " + frame_of_vlan_100 + "\n";
 
 /// The frames after a line, as a platform with several CPUs reports them: the frame with this
 /// number is handled by this CPU.
