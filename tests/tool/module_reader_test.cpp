@@ -290,6 +290,22 @@ TEST(snapshot, is_of_one_module_and_counts_reloads)
     EXPECT_EQ(read_snapshot(other, &second).reloads, 1u);
 }
 
+TEST(mixed_snapshot, is_marked_in_json_and_refused_as_metrics)
+{
+    const counter_snapshot whole{{}, {{"calls_up_uni", "Frames", 10}}, 1, 0};
+    counter_snapshot mixed = whole;
+    mixed.mixed = true;
+    std::ostringstream json_of_whole, json_of_mixed, metrics;
+    print_counters_json(whole, true, json_of_whole);
+    EXPECT_THAT(json_of_whole.str(), testing::Not(testing::HasSubstr("changed")));
+    print_counters_json(mixed, true, json_of_mixed);
+    EXPECT_THAT(json_of_mixed.str(), testing::HasSubstr("\"changed\":true,\"counters\""));
+    EXPECT_THROW(print_open_metrics(mixed, metrics), refusal);
+    EXPECT_EQ(metrics.str(), "");
+    print_open_metrics(whole, metrics);
+    EXPECT_THAT(metrics.str(), testing::HasSubstr("gpon_flow_calls_up_uni_total 10\n"));
+}
+
 // The counters of another module are no increase.
 TEST(snapshot, has_no_rates_after_that_of_another_module)
 {

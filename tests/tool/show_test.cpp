@@ -163,31 +163,22 @@ TEST(shown_instances, are_marked_if_their_list_is_cut)
     EXPECT_GT(all[0].links[0].instances.size(), 60u);
 }
 
-template <typename printer, typename shown>
-nlohmann::json json_of(printer print, const shown& content)
-{
-    std::ostringstream out;
-    print(content, out);
-    return nlohmann::json::parse(out.str());
-}
-
 TEST(shown_json, is_valid_when_empty)
 {
-    EXPECT_EQ(json_of(print_rules_json, rule_table{})["rules"], nlohmann::json::array());
-    EXPECT_EQ(json_of(print_instances_json, std::vector<dumped_instance>{})["instances"],
+    EXPECT_EQ(rules_document(rule_table{})["rules"], nlohmann::json::array());
+    EXPECT_EQ(instances_document(std::vector<dumped_instance>{})["instances"],
               nlohmann::json::array());
-    const auto status = json_of(print_status_json, module_status{});
+    const auto status = status_document(module_status{});
     EXPECT_EQ(status["loaded"], false);
     EXPECT_EQ(status["instances"], nlohmann::json::object());
 }
 
 TEST(shown_json, has_numbers_as_numbers)
 {
-    const auto rules = json_of(print_rules_json, rules_after(good_line + up_ani_100))["rules"];
+    const auto rules = rules_document(rules_after(good_line + up_ani_100))["rules"];
     EXPECT_EQ(rules[0]["tags"][0]["vlan"], 100);
     EXPECT_EQ(rules[0]["steps"][3]["class"], "GEM_PORT_CTP");
-    const auto me =
-        json_of(print_instances_json, read_instances(answer_to("show raw_data 268", good_line)));
+    const auto me = instances_document(read_instances(answer_to("show raw_data 268", good_line)));
     EXPECT_EQ(me["instances"][0]["attributes"]["portID"], 1025);
     EXPECT_EQ(me["instances"][0]["links"]["gemIwInst"][0], 0x11);
 }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
+
+#include <nlohmann/json.hpp>
 
 #include "include/me_class_id.h"
 #include "tool/commands/arguments.h"
@@ -41,16 +44,22 @@ int written()
     return finish_output() ? status_ok : status_unsupported;
 }
 
-int print_table(const show_request& request, rule_table table)
+int print_document(json document, bool changed)
+{
+    note_change(document, changed);
+    print_json(document, std::cout);
+    return written();
+}
+
+int print_table(const show_request& request, rule_table table, bool changed)
 {
     if (!request.direction.empty())
         std::erase_if(table.rules, [&](const dumped_rule& rule) {
             return rule.key.direction != request.direction;
         });
     if (request.json)
-        print_rules_json(table, std::cout);
-    else
-        print_rules(table, std::cout, colours());
+        return print_document(rules_document(table), changed);
+    print_rules(table, std::cout, colours());
     return written();
 }
 
@@ -62,15 +71,16 @@ int show_rules(const show_request& request, captured_run& run)
     std::optional<rule_table> table = read_rule_table(*output);
     if (!table)
         throw refusal("the module printed no rule table");
-    return print_table(request, std::move(*table));
+    return print_table(request, std::move(*table), false);
 }
 
 int show_kernel_rules(const show_request& request, module_reader& reader)
 {
-    return print_table(request, reader.table());
+    rule_table table = reader.table();
+    return print_table(request, std::move(table), reader.has_change());
 }
 
-int print_chosen(const show_request& request, std::vector<dumped_instance> all)
+int print_chosen(const show_request& request, std::vector<dumped_instance> all, bool changed)
 {
     std::erase_if(all, [&](const dumped_instance& one) {
         const bool wanted =
@@ -79,40 +89,40 @@ int print_chosen(const show_request& request, std::vector<dumped_instance> all)
         return !wanted || (request.instance && *request.instance != one.id.instance);
     });
     if (request.json)
-        print_instances_json(all, std::cout);
-    else
-        print_instances(all, std::cout, colours());
+        return print_document(instances_document(all), changed);
+    print_instances(all, std::cout, colours());
     return written();
 }
 
 int show_me(const show_request& request, captured_run& run)
 {
     const auto output = run.query("show raw_data");
-    return output ? print_chosen(request, read_instances(*output)) : report_not_loaded();
+    return output ? print_chosen(request, read_instances(*output), false) : report_not_loaded();
 }
 
 int show_kernel_me(const show_request& request, module_reader& reader)
 {
-    return print_chosen(request, reader.instances());
+    std::vector<dumped_instance> all = reader.instances();
+    return print_chosen(request, std::move(all), reader.has_change());
 }
 
-int print(const show_request& request, const module_status& status)
+int print(const show_request& request, const module_status& status, bool changed)
 {
     if (request.json)
-        print_status_json(status, std::cout);
-    else
-        print_status(status, std::cout, colours());
+        return print_document(status_document(status), changed);
+    print_status(status, std::cout, colours());
     return written();
 }
 
 int show_status(const show_request& request, captured_run& run)
 {
-    return print(request, read_status(run));
+    return print(request, read_status(run), false);
 }
 
 int show_kernel_status(const show_request& request, module_reader& reader)
 {
-    return print(request, read_status(reader));
+    const module_status status = read_status(reader);
+    return print(request, status, reader.has_change());
 }
 
 int run_view(const show_request& request, const view& chosen)
@@ -122,7 +132,7 @@ int run_view(const show_request& request, const view& chosen)
                              [&](captured_run& run) { return chosen.of_log(request, run); });
     // That no module is loaded is a status, too.
     if (chosen.of_log == show_status && request.source.file.empty() && !is_module_loaded())
-        return print(request, module_status{});
+        return print(request, module_status{}, false);
     return read_source(request.source,
                        [&](module_reader& reader) { return chosen.of_records(request, reader); });
 }

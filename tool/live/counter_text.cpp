@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tool/scenario/backend.h"
 #include "tool/text/json_document.h"
 #include "tool/text/text_table.h"
 
@@ -13,7 +14,7 @@ namespace gponflow {
 
 namespace {
 
-// The sum of the CPUs may be smaller than before while frames count.
+// In a 32-bit kernel a count wraps at 2^32: the sum is smaller than before.
 std::string increase_text(uint64_t now, uint64_t before, double seconds)
 {
     if (now <= before || seconds <= 0)
@@ -95,6 +96,7 @@ void print_counters_json(const counter_snapshot& now, bool one_line, std::ostrea
     whole["threshold"] = now.state.threshold;
     if (now.reloads != 0)
         whole["reloads"] = now.reloads;
+    note_change(whole, now.mixed);
     whole["counters"] = std::move(counters);
     if (one_line)
         print_json_line(whole, out);
@@ -104,6 +106,8 @@ void print_counters_json(const counter_snapshot& now, bool one_line, std::ostrea
 
 void print_open_metrics(const counter_snapshot& now, std::ostream& out)
 {
+    if (now.mixed)
+        throw refusal("the module was loaded again during each reading of its counters");
     for (const counter_value& one : now.counters)
         print_metric(out, "gpon_flow_" + one.name, "counter", one.meaning, one.value);
     print_metric(out, "gpon_flow_engine_enabled", "gauge", "1 if the engine classifies frames",

@@ -36,7 +36,8 @@ void print_counters(const counter_snapshot& now, const counter_rates& rates, boo
 /// The document gponflow-counters-1; on one line if there may be more of them.
 void print_counters_json(const counter_snapshot& now, bool one_line, std::ostream& out);
 
-/// OpenMetrics text, with its end.
+/// OpenMetrics text, with its end. Throws refusal for counters of several modules: a metrics
+/// collector has no place for a warning.
 void print_open_metrics(const counter_snapshot& now, std::ostream& out);
 
 } // namespace gponflow

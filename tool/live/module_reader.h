@@ -55,6 +55,9 @@ public:
     /// contain some twice, or be of several modules.
     [[nodiscard]] bool take_change() { return std::exchange(changed_, false); }
 
+    /// The result of the next take_change().
+    [[nodiscard]] bool has_change() const { return changed_; }
+
 protected:
     module_reader() = default;
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/live/show_json.h"
 
-#include <ostream>
-
 #include <nlohmann/json.hpp>
 
 #include "tool/model/class_records.h"
@@ -58,7 +56,7 @@ json rule_json(const dumped_rule& rule)
     return result;
 }
 
-void print_rules_json(const rule_table& table, std::ostream& out)
+json rules_document(const rule_table& table)
 {
     json rules = json::array();
     for (const dumped_rule& rule : table.rules)
@@ -68,20 +66,20 @@ void print_rules_json(const rule_table& table, std::ostream& out)
     whole["buckets"] = table.buckets;
     whole["threshold"] = table.threshold;
     whole["rules"] = std::move(rules);
-    print_json(whole, out);
+    return whole;
 }
 
-void print_instances_json(const std::vector<dumped_instance>& all, std::ostream& out)
+json instances_document(const std::vector<dumped_instance>& all)
 {
     json instances = json::array();
     for (const dumped_instance& one : all)
         instances.push_back(json_of(one));
     json whole = json_document("instances");
     whole["instances"] = std::move(instances);
-    print_json(whole, out);
+    return whole;
 }
 
-void print_status_json(const module_status& status, std::ostream& out)
+json status_document(const module_status& status)
 {
     json counts = json::object();
     for (const dumped_instance& one : status.instances)
@@ -96,7 +94,7 @@ void print_status_json(const module_status& status, std::ostream& out)
     whole["buckets"] = status.rules.buckets;
     whole["threshold"] = status.rules.threshold;
     whole["instances"] = std::move(counts);
-    print_json(whole, out);
+    return whole;
 }
 
 } // namespace gponflow

@@ -147,8 +147,7 @@ std::string rule_watch::json_line(uint64_t now, const std::string& unit) const
     whole["total"] = table_.total;
     if (reloads_ != 0)
         whole["reloads"] = reloads_;
-    if (reading_.changed)
-        whole["changed"] = true;
+    note_change(whole, reading_.changed);
     whole["rules"] = std::move(all);
     std::ostringstream text;
     print_json_line(whole, text);

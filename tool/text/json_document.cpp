@@ -13,6 +13,12 @@ json json_document(std::string_view name, unsigned version)
     return {{"schema", "gponflow-" + std::string(name) + "-" + std::to_string(version)}};
 }
 
+void note_change(json& document, bool changed)
+{
+    if (changed)
+        document["changed"] = true;
+}
+
 void print_json(const json& document, std::ostream& out)
 {
     out << document.dump(2, ' ', false, json::error_handler_t::replace) << '\n';

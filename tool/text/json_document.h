@@ -16,6 +16,10 @@ using json = nlohmann::ordered_json;
 /// when a member is removed or changes its meaning, not when one is added.
 [[nodiscard]] json json_document(std::string_view name, unsigned version = 1);
 
+/// Adds "changed": the module changed while the content was read, so records may be missing or
+/// contained twice. A document without a change has no such member.
+void note_change(json& document, bool changed);
+
 /// Prints with indentation and a line feed. File names may contain any bytes: those that are no
 /// UTF-8 are replaced.
 void print_json(const json& document, std::ostream& out);
