@@ -78,6 +78,21 @@ TEST(frames_of_events, are_separated_by_cpu)
     EXPECT_EQ(seen.text, "dw");
 }
 
+// The events were enabled while the frame was in progress: no events are dropped.
+TEST(frames_of_events, are_incomplete_if_they_begin_after_their_first_step)
+{
+    const auto calls = calls_of(good_line + passing_frame + passing_frame);
+    ASSERT_EQ(calls.size(), 2u);
+    for (const auto& call : calls) {
+        letters seen;
+        event_frames frames(std::ref(seen));
+        for (size_t i = 1; i < call.size(); ++i)
+            frames.event(call[i], 0, false);
+        frames.finish();
+        EXPECT_EQ(seen.text, &call == &calls[0] ? "W" : "R");
+    }
+}
+
 // The log of a step may keep a CPU busy for longer than the time between two looks.
 TEST(frames_of_events, are_one_frame_despite_pauses_between_them)
 {

@@ -64,6 +64,14 @@ bool begins_path(const gpon_trace_record& record)
            (record.point == GPON_TRACEPOINT_REPLAY_STEP && record.step.depth == 1);
 }
 
+// A frame that begins with another event was in progress when the events were enabled, or its first
+// events are lost. A rule without steps has only its hit, and some drops come before a walk.
+bool begins_frame(const gpon_trace_record& record)
+{
+    return begins_path(record) || record.point == GPON_TRACEPOINT_RULE_HIT ||
+           record.point == GPON_TRACEPOINT_DROP;
+}
+
 bool same_key(const gpon_traced_frame& left, const gpon_traced_frame& right)
 {
     return std::memcmp(left.dst_mac, right.dst_mac, sizeof(left.dst_mac)) == 0 &&
@@ -131,9 +139,8 @@ void event_frames::event(const gpon_trace_record& record, int cpu, bool gap)
     if (begins_path(record))
         pass_on_torn(cpu);
     const place frame = frame_of(record, cpu);
-    // A frame whose first events were dropped.
-    if (frame->of.events.empty() && gap && !begins_path(record))
-        frame->of.lost = true;
+    if (frame->of.events.empty())
+        frame->of.lost = !begins_frame(record) || (gap && !begins_path(record));
     frame->cpu = cpu;
     frame->quiet_reads = 0;
     frame->of.events.push_back(record);

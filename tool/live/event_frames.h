@@ -14,7 +14,7 @@ namespace gponflow {
 /// The events of one hook call.
 struct frame_events {
     std::vector<gpon_trace_record> events;
-    bool lost = false; ///< the kernel dropped some of them
+    bool lost = false; ///< some are missing: the kernel dropped them, or they came too early
     uint64_t mark = 0; ///< of event_frames when the first one came
 };
 
