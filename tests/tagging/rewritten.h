@@ -9,9 +9,8 @@
 
 namespace gponflow {
 
-inline std::string up(const tag_operation& operation, const octets& frame)
+inline std::string text_of(const tag_rewriting& done)
 {
-    const tag_rewriting done = rewrite_upstream(operation, frame);
     if (done.outcome == tag_outcome::discarded)
         return "discarded by " + done.row;
     if (done.outcome == tag_outcome::unknown)
@@ -19,14 +18,14 @@ inline std::string up(const tag_operation& operation, const octets& frame)
     return tags_text(done.frame);
 }
 
+inline std::string up(const tag_operation& operation, const octets& frame)
+{
+    return text_of(rewrite_upstream(operation, frame));
+}
+
 inline std::string down(const tag_operation& operation, const octets& frame)
 {
-    const tag_rewriting done = rewrite_downstream(operation, frame);
-    if (done.outcome == tag_outcome::discarded)
-        return "discarded by " + done.row;
-    if (done.outcome == tag_outcome::unknown)
-        return "unknown: " + done.why;
-    return tags_text(done.frame);
+    return text_of(rewrite_downstream(operation, frame));
 }
 
 /// Class 78. TCI 0x6064: priority 3, VLAN 100.

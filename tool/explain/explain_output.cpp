@@ -222,7 +222,7 @@ std::vector<tag_gap> candidate_gaps(const explanation& explained)
 // Operations on the path that were not applied.
 std::vector<tag_gap> gaps_of(const explanation& explained)
 {
-    return with_gaps_behind(explained.tagging, candidate_gaps(explained));
+    return gaps_of_both_halves(explained.tagging, candidate_gaps(explained));
 }
 
 // Operations after a hook call of the downstream direction, at each UNI of the bridge.

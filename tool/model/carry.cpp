@@ -283,10 +283,10 @@ std::vector<leaving_frame> carry_to_unis(const line_model& entities, const std::
     return leaving;
 }
 
-std::vector<tag_gap> with_gaps_behind(const carried_frame& before, std::vector<tag_gap> behind)
+std::vector<tag_gap> gaps_of_both_halves(const carried_frame& before, std::vector<tag_gap> after)
 {
     std::vector<tag_gap> gaps = before.gaps;
-    for (tag_gap& gap : behind) {
+    for (tag_gap& gap : after) {
         const auto same = [&](const auto& one) { return one.operation == gap.operation; };
         if (std::ranges::none_of(before.steps, same) && std::ranges::none_of(gaps, same))
             gaps.push_back(std::move(gap));

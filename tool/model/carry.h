@@ -75,8 +75,8 @@ void append(carried_frame& first, carried_frame then);
 
 /// The gaps of a frame before a hook call, then those after it: each operation once, and none that
 /// was applied before.
-[[nodiscard]] std::vector<tag_gap> with_gaps_behind(const carried_frame& before,
-                                                    std::vector<tag_gap> behind);
+[[nodiscard]] std::vector<tag_gap> gaps_of_both_halves(const carried_frame& before,
+                                                       std::vector<tag_gap> after);
 
 /// Operations that belong to instances of a walk, and those whose place is not known: where a frame
 /// is taken as it is at a hook call, they are not applied.

@@ -333,13 +333,13 @@ private:
     std::vector<std::string> not_applied_to(const explanation& explained, const flow_row& flow,
                                             const std::vector<leaving_frame>& leaving) const
     {
-        std::vector<tag_gap> behind;
+        std::vector<tag_gap> after;
         if (flow.kind != GPON_API_DOWN_ANI)
-            behind = unapplied_operations(data_.entities, flow.path);
+            after = unapplied_operations(data_.entities, flow.path);
         for (const leaving_frame& one : leaving)
-            behind.insert(behind.end(), one.carried.gaps.begin(), one.carried.gaps.end());
+            after.insert(after.end(), one.carried.gaps.begin(), one.carried.gaps.end());
         std::vector<std::string> texts;
-        for (const tag_gap& gap : with_gaps_behind(explained.tagging, std::move(behind)))
+        for (const tag_gap& gap : gaps_of_both_halves(explained.tagging, std::move(after)))
             texts.push_back(operation_text(gap.operation, gap.why, gap.sources));
         return texts;
     }
