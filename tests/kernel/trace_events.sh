@@ -114,6 +114,8 @@ known_traffic() {
     expect "calls without packet" 1 "$(traced "drop: .* reason=no_packet ")"
     expect "replays" 1 "$(traced "rule_hit: .* src=02:00:00:00:77:01 .* remembered=0 ")"
     expect "remembered" 3 "$(traced "rule_hit: .* remembered=1 ")"
+    # The rule of this flow has steps; one without them is replayed without such an event.
+    same "first steps of replays" "replay_step: .* depth=1 " replays
     expect "steps of the replay" 2 "$(traced "replay_step: .* direction=up_uni .* decision=none")"
     expect "dropping filters" 6 "$(traced "walk_step: .* class_id=47 .* status=ends_branch decision=filter_drops")"
     expect "steps that reach the egress" 1 "$(traced "walk_step: .* direction=up_uni depth=2 class_id=47 .* status=reaches_egress")"

@@ -5,8 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
-#include <unistd.h>
+#include <system_error>
 
 #include "tool/live/module_file.h"
 #include "tool/live/trace_clock.h"
@@ -215,13 +217,16 @@ bool event_stream::is_of_loaded_module() const
 uint64_t event_stream::dropped() const
 {
     uint64_t sum = 0;
-    const long cpus = sysconf(_SC_NPROCESSORS_CONF);
-    for (long cpu = 0; cpu < cpus; ++cpu) {
-        const std::string file = "per_cpu/cpu" + std::to_string(cpu) + "/stats";
-        const std::unique_ptr<char, decltype(&std::free)> text(
-            tracefs_instance_file_read(buffer_.get(), file.c_str(), nullptr), &std::free);
-        if (text)
-            sum += statistic(text.get(), "overrun") + statistic(text.get(), "dropped events");
+    const std::unique_ptr<char, decltype(&tracefs_put_tracing_file)> folder(
+        tracefs_instance_get_file(buffer_.get(), "per_cpu"), &tracefs_put_tracing_file);
+    std::error_code failure;
+    // The numbers of CPUs may have gaps.
+    for (const auto& cpu :
+         std::filesystem::directory_iterator(folder ? folder.get() : "", failure)) {
+        std::ifstream file(cpu.path() / "stats");
+        std::ostringstream text;
+        text << file.rdbuf();
+        sum += statistic(text.str(), "overrun") + statistic(text.str(), "dropped events");
     }
     return sum;
 }

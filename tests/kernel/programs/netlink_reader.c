@@ -382,7 +382,7 @@ static void ask_with_versions(void)
 }
 
 /* Every length from nothing to a whole request, and headers that lie about it. The kernel ignores
- * what is no whole message, so each is followed by a request that is answered. */
+ * what is no whole message. It replies to a request that follows them. */
 static void send_fragments(void)
 {
 	for (uint32_t length = 0; length <= 40; length++)
