@@ -7,6 +7,8 @@
 . /tests/lib.sh
 # shellcheck source=scripts/kernel/guest/counters.sh
 . /tests/counters.sh
+# shellcheck source=scripts/kernel/guest/kernel_log.sh
+. /tests/kernel_log.sh
 # shellcheck source=scripts/kernel/guest/line.sh
 . /tests/line.sh
 # shellcheck source=scripts/kernel/guest/tracing.sh
@@ -125,20 +127,17 @@ explained() {
     says "explain of a drop" "dropped"
 }
 
-# With a clock that differs from that of the events in each direction.
+# Its clock is behind that of the events.
 explained_in_a_time_namespace() {
-    for seconds in -2 1000; do
-        status=0
-        # shellcheck disable=SC2086 # words
-        in_time_namespace $seconds gponflow explain --backend=device ${passing#hook } \
-            >/tmp/output 2>&1 || status=$?
-        if [ "$status" = 77 ]; then
-            left_out "explain in a time namespace, this kernel has none"
-            return
-        fi
-        expect "status of explain whose clock is $seconds s ahead" 0 "$status"
-        says "explain whose clock is $seconds s ahead" "passes into the bridge"
-    done
+    status=0
+    # shellcheck disable=SC2086 # words
+    in_time_namespace -2 gponflow explain --backend=device ${passing#hook } >/tmp/output 2>&1 || status=$?
+    if [ "$status" = 77 ]; then
+        left_out "explain in a time namespace, this kernel has none"
+        return
+    fi
+    expect "status of explain whose clock is 2 s behind" 0 "$status"
+    says "explain whose clock is 2 s behind" "passes into the bridge"
 }
 
 # The filter is off when frames of its address say nothing.
@@ -248,17 +247,60 @@ reported() {
     grep -q '<th scope="row">walks_filtered</th>' /tmp/page.html || fail "the page has no counters"
 }
 
+# The rows of watch are "AGE HITS HITS/s DIRECTION SOURCE ...". The age of a rule that is older than watch
+# begins with ">".
+# CONDITION: whether a row of the station, or of another one, meets it.
+has_row() {
+    awk -v mac="$mac" "\$4 == \"UP_UNI\" && $1 { found = 1 } END { exit !found }" /tmp/output
+}
+
+has_updates() {
+    [ "$(grep -cE ' rules?$' /tmp/output)" -ge "$1" ]
+}
+
+# The first frame of a flow is no hit.
+# shellcheck disable=SC2016 # conditions of awk
 watched() {
-    one_frame "$passing"
+    gponflow clean rules >/dev/null || fail "clean rules"
+    calls 5 "$passing"
     tool watch --once || fail "watch --once"
-    says "watch" "$mac"
+    expect "titles of watch" "AGE (s) HITS HITS/s DIRECTION SOURCE DESTINATION VLAN PATH" \
+        "$(head -n 1 /tmp/output | xargs)"
+    has_row '$1 ~ /^>[0-9]+$/ && $2 == 4 && $3 == "0.0" && $5 == mac' ||
+        fail "watch does not show four hits: $(cat /tmp/output)"
     # Not a terminal: printed until a signal comes.
     gponflow watch --interval 1 >/tmp/output 2>&1 &
     watcher=$!
-    sleep 4
+    soon has_updates 1 || fail "watch prints nothing"
+    calls 7 "$passing"
+    calls 2 "$foreign"
+    soon has_updates 5 || fail "watch looks once"
     kill -TERM $watcher
     wait $watcher || fail "watch: $(cat /tmp/output)"
-    [ "$(grep -cE ' rules?$' /tmp/output)" -ge 2 ] || fail "watch looks once"
+    has_row '$1 ~ /^>[0-9]+$/ && $2 == 11 && $3 == "0.0" && $5 == mac' ||
+        fail "watch does not show eleven hits: $(cat /tmp/output)"
+    has_row '$2 > 4 && $3 ~ /^[0-9]+[.][0-9]$/ && $3 > 0 && $5 == mac' ||
+        fail "watch does not show a rate: $(cat /tmp/output)"
+    has_row '$1 ~ /^[1-9][0-9]*$/ && $2 == 1 && $5 != mac' ||
+        fail "watch does not show a young rule: $(cat /tmp/output)"
+}
+
+# No reading writes to the kernel log, although the module logs all that it can.
+read_without_log() {
+    echo "set debug_level f" >/proc/gpon_flow/debug
+    one_frame "$passing"
+    dmesg -c | module_lines | grep -q . || fail "the module logs nothing at its highest debug level"
+    for command in "show status" "show rules" "show rules --json" "show me" "show me --json" stat \
+        "stat --json" "stat --openmetrics" "watch --once" "watch --once --json" "report --live" \
+        "report --live --json"; do
+        # shellcheck disable=SC2086 # words
+        tool $command || fail "$command: $(cat /tmp/output)"
+        dmesg -c | module_lines >/tmp/printed
+        expect "lines in the kernel log after $command" "" "$(cat /tmp/printed)"
+    done
+    echo "show enable" >/proc/gpon_flow/debug
+    dmesg -c | module_lines | grep -q . || fail "a command that logs is not seen"
+    echo "set debug_level 0" >/proc/gpon_flow/debug
 }
 
 in_json() {
@@ -358,6 +400,7 @@ else
     without_events
 fi
 watched
+read_without_log
 reported
 in_json
 followed_in_json
