@@ -107,5 +107,6 @@ is_counted() {
 
 is_known rcu_report kprobes_module_callback
 is_known warning event_define_fields
+is_known warning event_define_fields.part.0
 is_counted warning event_create_dir
 is_counted rcu_report another_function

@@ -45,7 +45,11 @@ durations_of gpon_observe_rules
 rules=$(grep -c "^rule " /tmp/rules)
 echo "@@ $rules rules by netlink: the lock is held $(wc -l </tmp/calls) times, for at most $(longest) instructions"
 [ "$rules" -gt 400 ] || fail "few rules"
-[ "$(longest)" -lt $limit ] || fail "the lock is held for more than $limit instructions"
+if kernel_has KASAN || kernel_has KCSAN; then
+    left_out "the limit of $limit instructions, this kernel adds its own to each memory access"
+else
+    [ "$(longest)" -lt $limit ] || fail "the lock is held for more than $limit instructions"
+fi
 trace_function gpon_hash_dump_all_safe
 echo "show flow_rule" >/proc/gpon_flow/debug
 durations_of gpon_hash_dump_all_safe
