@@ -178,6 +178,8 @@ wait_for_prints() {
 }
 
 start_reader() {
+    # Otherwise it may not be there yet, or be that of the reader before.
+    : >/tmp/reader
     "$@" --interval 1 >/tmp/reader 2>&1 &
     reader=$!
     wait_for_prints 1

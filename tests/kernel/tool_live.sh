@@ -268,7 +268,8 @@ watched() {
         "$(head -n 1 /tmp/output | xargs)"
     has_row '$1 ~ /^>[0-9]+$/ && $2 == 4 && $3 == "0.0" && $5 == mac' ||
         fail "watch does not show four hits: $(cat /tmp/output)"
-    # Not a terminal: printed until a signal comes.
+    # Not a terminal: printed until a signal comes. The output of the command before does not count.
+    : >/tmp/output
     gponflow watch --interval 1 >/tmp/output 2>&1 &
     watcher=$!
     soon has_updates 1 || fail "watch prints nothing"
@@ -338,6 +339,7 @@ rules_change() {
 # Commands that follow the module print a document a line.
 followed_in_json() {
     gponflow clean rules >/dev/null || fail "clean rules"
+    rm -f /tmp/changes
     gponflow monitor --json --count 1 >/tmp/changes 2>/tmp/notes &
     follower=$!
     if has_trace_events; then
@@ -370,6 +372,7 @@ stopped_in_json() {
     wait $tracer || fail "trace --json: $(cat /tmp/output.errors)"
     expect "trace --json that is stopped at once" "" "$(cat /tmp/output)"
     keep_json gponflow-message-1 "trace --json, stopped" /tmp/output.errors
+    rm -f /tmp/notes
     gponflow monitor --json >/tmp/changes 2>/tmp/notes &
     follower=$!
     wait_for /tmp/notes monitoring $follower
