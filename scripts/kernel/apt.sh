@@ -18,7 +18,7 @@ mirror_of() {
         "Label: $1" | head -n 1
 }
 
-# SUITE UPDATES: the sources of a suite, with its security updates if it has any and UPDATES is not "none".
+# SUITE [UPDATES]: the sources of a suite, with its security updates if it has any and UPDATES is not "none".
 suite_sources() {
     local keys=/usr/share/keyrings/debian-archive-keyring.gpg mirror security
     mirror=${GPON_DEBIAN_MIRROR:-$(mirror_of Debian)}
@@ -27,7 +27,7 @@ suite_sources() {
     echo "deb [signed-by=$keys] $mirror $1 main"
     case $1 in
     sid | *-*) ;;
-    *) [ -z "$security" ] || [ "$2" = none ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
+    *) [ -z "$security" ] || [ "${2:-}" = none ] || echo "deb [signed-by=$keys] $security $1-security main" ;;
     esac
 }
 
@@ -44,7 +44,7 @@ apt_setup() {
         -o APT::Architectures::=amd64 -o APT::Architectures::=arm64
         -o APT::Install-Recommends=false -o APT::Sandbox::User=root -o Acquire::Retries=3)
     if [ -n "$1" ]; then
-        suite_sources "$1" "${2:-all}" >"$apt_dir/sources.list"
+        suite_sources "$1" "${2:-}" >"$apt_dir/sources.list"
         apt_options+=(-o "Dir::Etc::sourcelist=$apt_dir/sources.list" -o Dir::Etc::sourceparts=-)
     fi
     # Kernels, tracers and the kernel's source are fetched one after another, mostly from one suite.

@@ -80,6 +80,8 @@ run_nesting_tests() {
     local arch=$1 others
     shift
     mapfile -t others < <(without_patient_tests "$@")
+    # proc_at_unload needs it.
+    local guest_words=("${guest_words[@]}" slub_debug=P)
     boot_debug "$arch" nesting suite real "${others[@]}" debug/lock_nesting
 }
 
