@@ -165,12 +165,11 @@ TEST(shown_instances, are_marked_if_their_list_is_cut)
 
 TEST(shown_json, is_valid_when_empty)
 {
-    EXPECT_EQ(rules_document(rule_table{})["rules"], nlohmann::json::array());
-    EXPECT_EQ(instances_document(std::vector<dumped_instance>{})["instances"],
-              nlohmann::json::array());
+    EXPECT_EQ(rules_document(rule_table{})["rules"], json::array());
+    EXPECT_EQ(instances_document(std::vector<dumped_instance>{})["instances"], json::array());
     const auto status = status_document(module_status{});
     EXPECT_EQ(status["loaded"], false);
-    EXPECT_EQ(status["instances"], nlohmann::json::object());
+    EXPECT_EQ(status["instances"], json::object());
 }
 
 TEST(shown_json, has_numbers_as_numbers)
