@@ -78,21 +78,6 @@ TEST(frames_of_events, are_separated_by_cpu)
     EXPECT_EQ(seen.text, "dw");
 }
 
-// The events were enabled while the frame was in progress: no events are dropped.
-TEST(frames_of_events, are_incomplete_if_they_begin_after_their_first_step)
-{
-    const auto calls = calls_of(good_line + passing_frame + passing_frame);
-    ASSERT_EQ(calls.size(), 2u);
-    for (const auto& call : calls) {
-        letters seen;
-        event_frames frames(std::ref(seen));
-        for (size_t i = 1; i < call.size(); ++i)
-            frames.event(call[i], 0, false);
-        frames.finish();
-        EXPECT_EQ(seen.text, &call == &calls[0] ? "W" : "R");
-    }
-}
-
 // The log of a step may keep a CPU busy for longer than the time between two looks.
 TEST(frames_of_events, are_one_frame_despite_pauses_between_them)
 {
@@ -209,21 +194,24 @@ TEST(frames_of_events, a_drop_of_the_next_call_is_another_frame)
     }
 }
 
+// Without a gap the events were enabled while the frame was in progress.
 TEST(frames_of_events, are_incomplete_without_their_beginning_or_end)
 {
     const auto calls = calls_of(good_line + passing_frame + passing_frame);
     ASSERT_EQ(calls.size(), 2u);
-    for (const auto& call : calls) {
-        letters seen;
-        event_frames frames(std::ref(seen));
-        for (size_t i = 0; i < call.size() / 2; ++i)
-            frames.event(call[i], 0, false);
-        frames.finish();
-        for (size_t i = call.size() / 2; i < call.size(); ++i)
-            frames.event(call[i], 0, i == call.size() / 2);
-        frames.finish();
-        EXPECT_TRUE(seen.text == "WW" || seen.text == "RR") << seen.text;
-    }
+    for (const auto& call : calls)
+        for (const size_t split : {size_t{1}, call.size() / 2})
+            for (const bool gap : {true, false}) {
+                letters seen;
+                event_frames frames(std::ref(seen));
+                for (size_t i = 0; i < split; ++i)
+                    frames.event(call[i], 0, false);
+                frames.finish();
+                for (size_t i = split; i < call.size(); ++i)
+                    frames.event(call[i], 0, gap && i == split);
+                frames.finish();
+                EXPECT_EQ(seen.text, &call == &calls[0] ? "WW" : "RR") << split << ' ' << gap;
+            }
 }
 
 TEST(frames_of_events, know_what_was_learnt)
