@@ -31,6 +31,11 @@ arm64) processor=aarch64 ;;
 *) processor=$arch ;;
 esac
 libraries=usr/lib/$processor-linux-gnu
+c_compiler=$(command -v "${prefix}gcc") compiler=$(command -v "${prefix}g++")
+# CMake forgets the other settings of a folder whose compiler changes, for example to one behind ccache.
+if ! grep -qs "^CMAKE_CXX_COMPILER:[A-Z]*=$compiler\$" "$folder/CMakeCache.txt"; then
+    rm -rf "$folder/CMakeCache.txt" "$folder/CMakeFiles"
+fi
 
 search=
 for directory in "$root/$libraries" "$root/lib/$processor-linux-gnu"; do
@@ -41,7 +46,7 @@ export PKG_CONFIG_SYSROOT_DIR=$root
 cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 -DGPON_WERROR=OFF \
     -DGPON_UNITY_ALL=ON \
     -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
-    -DCMAKE_C_COMPILER="${prefix}gcc" -DCMAKE_CXX_COMPILER="${prefix}g++" \
+    -DCMAKE_C_COMPILER="$c_compiler" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_FIND_ROOT_PATH="$root" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \
     -DCMAKE_FIND_ROOT_PATH_MODE_LIBRARY=ONLY -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=ONLY \
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY \
