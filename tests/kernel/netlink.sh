@@ -251,12 +251,13 @@ flush_in_a_dump() {
     expect "marks of the end" interrupted "$(tail -n 1 /tmp/halves)"
 }
 
-# A rule with two tags.
-known_tags() {
+# A rule with two tags and four steps.
+known_tags_and_steps() {
     calls 1 "hook kind=up_ani frame=02000000000102000000770288a8012c8100001e080045000000000000000000"
     netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
-    expect "the tags of a rule" "tag=0x88a8/0x12c tag=0x8100/0x1e" \
-        "$(sed -n '/src=02:00:00:00:77:02 /s/.* \(tag=[^ ]* tag=[^ ]*\).*/\1/p' /tmp/rules)"
+    expect "the tags and steps of a rule" \
+        "tag=0x88a8/0x12c tag=0x8100/0x1e step=0x2d/0x1 step=0x2f/0xc step=0x10a/0x2 step=0x10c/0x2" \
+        "$(sed -n '/src=02:00:00:00:77:02 /s/.* idle=[0-9]* *\(.*\)/\1/p' /tmp/rules)"
 }
 
 refusals() {
@@ -292,7 +293,7 @@ flood_of_rules_with_three_readers
 instance_dumps || fail "dumps of instances that change"
 cut_dumps
 flush_in_a_dump
-known_tags
+known_tags_and_steps
 refusals
 unload
 unload_softonu

@@ -26,15 +26,20 @@ static void print_mac(const struct nlattr *at)
 	printf("%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
 }
 
-static void print_nested(const char *name, const struct nlattr *nest)
+/* The value of an attribute in a nest; a number that no u16 has if it is absent. */
+static uint64_t number_in(const struct nlattr *nest, unsigned int type)
 {
-	const char *between = "";
+	for_each_in(at, nest)
+		if (type_of(at) == type)
+			return number_of(at);
+	return 0x10000;
+}
 
-	printf(" %s=", name);
-	for_each_in(at, nest) {
-		printf("%s0x%llx", between, (unsigned long long)number_of(at));
-		between = "/";
-	}
+static void print_pair(const char *name, const struct nlattr *nest, unsigned int first,
+		       unsigned int second)
+{
+	printf(" %s=0x%llx/0x%llx", name, (unsigned long long)number_in(nest, first),
+	       (unsigned long long)number_in(nest, second));
 }
 
 static void print_rule_part(const struct nlattr *at)
@@ -50,9 +55,9 @@ static void print_rule_part(const struct nlattr *at)
 		printf(" %s=", type_of(at) == GPON_FLOW_NL_RULE_DST_MAC ? "dst" : "src");
 		print_mac(at);
 	} else if (type_of(at) == GPON_FLOW_NL_RULE_TAG) {
-		print_nested("tag", at);
+		print_pair("tag", at, GPON_FLOW_NL_TAG_TPID, GPON_FLOW_NL_TAG_TCI);
 	} else if (type_of(at) == GPON_FLOW_NL_RULE_STEP) {
-		print_nested("step", at);
+		print_pair("step", at, GPON_FLOW_NL_STEP_CLASS, GPON_FLOW_NL_STEP_INSTANCE);
 	} else if (type_of(at) < sizeof(names) / sizeof(*names) && names[type_of(at)]) {
 		printf(" %s=%llu", names[type_of(at)], (unsigned long long)number_of(at));
 	}
