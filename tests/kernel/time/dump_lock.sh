@@ -3,7 +3,7 @@
 #
 # How long a dump of the rules holds the lock of the rule table: by netlink, a few rules at a time, and
 # in the kernel log, all of them. The guest's clock counts instructions, so the figures are those of
-# instructions and each boot has the same ones.
+# instructions. An interrupt while the lock is held adds its own, so the shortest of several dumps counts.
 # shellcheck source=scripts/kernel/guest/lib.sh
 . /tests/lib.sh
 # shellcheck source=scripts/kernel/guest/line.sh
@@ -31,6 +31,15 @@ longest() {
     sort -n /tmp/calls | tail -n 1
 }
 
+# Repeats the dump by netlink, at most five times, until no interrupt lengthens a call.
+dump_by_netlink() {
+    for _ in 1 2 3 4 5; do
+        netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
+        durations_of gpon_observe_rules
+        [ "$(longest)" -ge $limit ] || return 0
+    done
+}
+
 kernel_has FUNCTION_GRAPH_TRACER || {
     left_out "the time under the lock, this kernel has no CONFIG_FUNCTION_GRAPH_TRACER"
     exit 0
@@ -40,8 +49,7 @@ provision_line
 first_frames 1 1000 >/tmp/flood.scn
 obey /tmp/flood.scn
 trace_function gpon_observe_rules
-netlink_reader rules >/tmp/rules || fail "no rules: $(cat /tmp/rules)"
-durations_of gpon_observe_rules
+dump_by_netlink
 rules=$(grep -c "^rule " /tmp/rules)
 echo "@@ $rules rules by netlink: the lock is held $(wc -l </tmp/calls) times, for at most $(longest) instructions"
 [ "$rules" -gt 400 ] || fail "few rules"
