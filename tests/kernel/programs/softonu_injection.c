@@ -68,6 +68,8 @@ static void calls_without_packet(void)
 		expect(1, call.records, "null packet: records");
 		expect(2, call.ret, "null packet: ret");
 		expect(0, call.api_result, "null packet: result");
+		expect(0, call.gemport_id, "null packet: GEM port id");
+		expect(0xffff, call.queue, "null packet: queue");
 		call.options = SOFTONU_CALL_NO_DEFAULT;
 		expect(0, ask(SOFTONU_IOC_HOOK_CALL, &call), "no record");
 		expect(0, call.records, "no record: records");
@@ -236,7 +238,7 @@ static void unknown_numbers(void)
 	struct softonu_hook_call call = packet_call(60, 0);
 	unsigned long number;
 
-	/* FIGETBSZ, and some of the terminals' numbers, the kernel answers for every file. */
+	/* The kernel itself answers FIGETBSZ and some numbers of terminals, for every file. */
 	for (number = 0; number < 0x10000; number++)
 		if (number != 2 && number >> 8 != 0x54)
 			expect(ENOTTY, ask(number, &call), "unknown number");
