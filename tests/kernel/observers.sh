@@ -253,6 +253,22 @@ second_trace() {
     no_buffer_is_left "of a second trace"
 }
 
+# The names of its buffers differ, because its process ids are others.
+trace_in_a_pid_namespace() {
+    if ! unshare -p -f true 2>/dev/null; then
+        left_out "a trace in a PID namespace, this guest has none"
+        return
+    fi
+    : >/tmp/inner.errors
+    unshare -p -f gponflow trace "src_mac=$mac" --count 1 >/tmp/inner 2>/tmp/inner.errors &
+    inner=$!
+    wait_for /tmp/inner.errors tracing $inner
+    calls 1 "$passing"
+    ends $inner "a trace in a PID namespace"
+    expect "frames of a trace in a PID namespace" 1 "$(frames_of inner)"
+    no_buffer_is_left "of a trace in a PID namespace"
+}
+
 # The text of a decision has the new value, and a line says so.
 entities_that_change() {
     start_trace trace --count 1
@@ -273,6 +289,7 @@ provision_line
 if has_trace_events; then
     buffer_of_a_used_number
     second_trace
+    trace_in_a_pid_namespace
     entities_that_change
     names_of_processes_are_off
     trace_of_waiting_events
