@@ -50,6 +50,10 @@ set(check_module_command
 # functions and calls that the compiler removes differ between them.
 set(check_symbols ${PROJECT_SOURCE_DIR}/scripts/check-symbols.py)
 set(check_headers ${PROJECT_SOURCE_DIR}/scripts/check-headers.py)
+# What the two scripts read besides the objects.
+file(GLOB_RECURSE checked_sources CONFIGURE_DEPENDS
+     ${PROJECT_SOURCE_DIR}/src/*.h ${PROJECT_SOURCE_DIR}/src/*.cpp
+     ${PROJECT_SOURCE_DIR}/tool/*.h ${PROJECT_SOURCE_DIR}/tool/*.cpp)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(check_host_symbols_command
     ${CMAKE_COMMAND} -E env NM=${CMAKE_NM}
@@ -69,7 +73,8 @@ add_custom_command(
     COMMAND ${check_module_symbols_command}
     COMMAND ${check_headers_command}
     COMMAND ${CMAKE_COMMAND} -E touch ${module_dir}/checked
-    DEPENDS ${check_objects} ${check_symbols} ${check_headers} ${PROJECT_SOURCE_DIR}/src/layers.txt
+    DEPENDS ${check_objects} ${check_symbols} ${check_headers} ${PROJECT_SOURCE_DIR}/scripts/layers.py
+            ${PROJECT_SOURCE_DIR}/src/layers.txt ${checked_sources}
             ${module_object} $<TARGET_OBJECTS:gpon_core>
     COMMENT "Checking what the core's objects hold"
     COMMAND_EXPAND_LISTS
