@@ -58,7 +58,7 @@ void free_rule(gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock)
     kfree(rule);
 }
 
-void push(gpon_hash_bucket& bucket, gpon_flow_rule* rule)
+void push(gpon_hash_bucket& bucket, gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock)
 {
     rule->link.next = bucket.first;
     rule->link.pprev = &bucket.first;
@@ -67,7 +67,7 @@ void push(gpon_hash_bucket& bucket, gpon_flow_rule* rule)
     bucket.first = &rule->link;
 }
 
-void unlink(gpon_flow_rule* rule)
+void unlink(gpon_flow_rule* rule) GPON_REQUIRES(gpon_hash_lock)
 {
     hlist_node& link = rule->link;
     *link.pprev = link.next;

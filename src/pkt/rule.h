@@ -17,9 +17,10 @@ extern "C" {
 void gpon_rule_generate_key(const gpon_pkt_info* info, u16 fwd_flag, u8* key, u16* key_len);
 
 /* Learn the steps of a walk. Return 0, also if the table does not store them; -1 for a null packet.
- * walked_in is the store's number when the walk began; if it is over, the steps are dropped. The
- * first one has no caller in the module and the tool, which have the header summary: it is for code
- * linked into the module that has only the packet, such as tests. */
+ * walked_in is the number that the store had when the walk began; if the store has another number
+ * now, a command has changed it, and the steps are not learnt. The first one has no caller in the
+ * module and the tool, which have the header summary: it is for code linked into the module that
+ * has only the packet, such as tests. */
 [[nodiscard]] i32 gpon_rule_generate_trace(const sk_buff* skb, u16 fwd_flag,
                                            const gpon_walk_result* result);
 [[nodiscard]] i32 gpon_rule_add_inst(const gpon_pkt_info* info, u16 fwd_flag,
