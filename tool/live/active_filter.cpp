@@ -23,7 +23,10 @@ descriptor lock_filter()
         tracefs_get_tracing_file("instances"), &tracefs_put_tracing_file);
     descriptor lock(folder ? ::open(folder.get(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
     if (!lock)
-        throw refusal("cannot trace: this kernel has no trace buffers (tracefs)");
+        throw refusal(!folder || errno == ENOENT
+                          ? "cannot trace: this kernel has no trace buffers (tracefs)"
+                          : std::string("cannot open the folder of the trace buffers: ") +
+                                std::strerror(errno));
     if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0)
         return lock;
     if (errno == EWOULDBLOCK)

@@ -221,9 +221,9 @@ uint64_t event_stream::dropped() const
         tracefs_instance_get_file(buffer_.get(), "per_cpu"), &tracefs_put_tracing_file);
     std::error_code failure;
     // The numbers of CPUs may have gaps.
-    for (const auto& cpu :
-         std::filesystem::directory_iterator(folder ? folder.get() : "", failure)) {
-        std::ifstream file(cpu.path() / "stats");
+    for (std::filesystem::directory_iterator cpu(folder ? folder.get() : "", failure), end;
+         !failure && cpu != end; cpu.increment(failure)) {
+        std::ifstream file(cpu->path() / "stats");
         std::ostringstream text;
         text << file.rdbuf();
         sum += statistic(text.str(), "overrun") + statistic(text.str(), "dropped events");
