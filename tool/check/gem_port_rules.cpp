@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tool/check/families.h"
+#include "tool/model/scheduling.h"
 #include "tool/text/hex_text.h"
 
 namespace gponflow {
@@ -71,18 +72,13 @@ void check_port_id(const line_model& entities, const me_instance& ctp, finding_l
     }
 }
 
-bool is_allocated(uint16_t alloc_id)
-{
-    return alloc_id != 0 && alloc_id != 0xff && alloc_id != 0xffff;
-}
-
 void check_alloc_id(const line_model& entities, const me_instance& ctp, finding_list& found)
 {
     const auto me = ctp.as<gpon_raw_gemctp>();
     if (!(directions_of(me) & gem_upstream))
         return;
     const me_instance* tcont = entities.find({me_class::tcont, me.tcontID});
-    if (tcont && is_allocated(tcont->as<gpon_raw_tcont>().allocID))
+    if (tcont && is_assigned_alloc_id(tcont->as<gpon_raw_tcont>().allocID))
         return;
     const std::string state =
         !tcont             ? " does not exist"

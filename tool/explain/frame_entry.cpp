@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-only
 #include "tool/explain/frame_entry.h"
 
+#include "tool/model/uni.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -85,9 +87,9 @@ bool has_bridge_port(const line_model& entities, const uni_port& uni)
 std::vector<uni_port> uni_ports(const line_model& entities)
 {
     std::vector<uni_port> ports;
-    for (const me_class class_id : {me_class::pptp, me_class::veip})
+    for (const me_class class_id : uni_classes)
         for (const me_instance& one : entities.instances(class_id)) {
-            const auto number = static_cast<uint16_t>(one.id.instance & 0xff);
+            const auto number = uni_number(one.id);
             if (number < 16)
                 ports.push_back({number, one.id});
         }

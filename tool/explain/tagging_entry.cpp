@@ -9,6 +9,7 @@
 #include "tool/capture/frame_header.h"
 #include "tool/explain/decision_texts.h"
 #include "tool/model/tag_places.h"
+#include "tool/model/uni.h"
 #include "tool/tagging/frame_tags.h"
 
 namespace gponflow {
@@ -19,9 +20,9 @@ namespace {
 std::optional<me_id> uni_of(const line_model& entities, const packet_options& options)
 {
     const uint32_t port = options.port_word >> 4 & 15;
-    for (const me_class class_id : {me_class::pptp, me_class::veip})
+    for (const me_class class_id : uni_classes)
         for (const me_instance& one : entities.instances(class_id))
-            if ((one.id.instance & 0xff) == port)
+            if (uni_number(one.id) == port)
                 return one.id;
     return {};
 }

@@ -88,11 +88,11 @@ std::set<uint16_t> queues_of(const scheduling& from, uint16_t tcont)
     return queues;
 }
 
-// Nothing if the OLT has not assigned one: the ONU reports 0xffff or 0x00ff (G.988 9.2.2).
+// Nothing if the OLT has not assigned one.
 std::optional<uint16_t> alloc_id_of(const me_instance& tcont)
 {
     const uint16_t id = tcont.as<gpon_raw_tcont>().allocID;
-    if (tcont.automatic || id == 0xffff || id == 0x00ff)
+    if (tcont.automatic || !is_assigned_alloc_id(id))
         return {};
     return id;
 }

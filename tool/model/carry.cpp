@@ -9,6 +9,7 @@
 #include "include/tpid.h"
 #include "tool/model/tag_places.h"
 #include "tool/model/tag_set.h"
+#include "tool/model/uni.h"
 #include "tool/tagging/apply.h"
 #include "tool/tagging/frame_priority.h"
 
@@ -231,7 +232,7 @@ carried_frame carry_from_ani(const line_model& entities, const std::vector<me_id
     carrier work(entities, direction::downstream, frame);
     work.note_unplaced();
     for (const me_id at : path)
-        if (at.class_id != me_class::pptp && at.class_id != me_class::veip)
+        if (!is_uni(at.class_id))
             work.pass(at);
     return std::move(work.carried);
 }

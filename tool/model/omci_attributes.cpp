@@ -274,6 +274,27 @@ template <> struct message<me_class::veip> {
     };
 };
 
+// The name of an attribute of a class.
+template <me_class id> consteval std::string_view name_at(size_t index)
+{
+    return message<id>::attributes[index].name;
+}
+
+static_assert(name_at<me_class::tcont>(attribute_index::tcont_policy) == "policy");
+static_assert(name_at<me_class::gemctp>(attribute_index::gem_ctp_downstream_queue) ==
+              "priority queue pointer for downstream");
+static_assert(name_at<me_class::pq>(attribute_index::queue_related_port) == "related port");
+static_assert(name_at<me_class::pq>(attribute_index::queue_scheduler) ==
+              "traffic scheduler pointer");
+static_assert(name_at<me_class::pq>(attribute_index::queue_weight) == "weight");
+static_assert(name_at<me_class::ts>(attribute_index::scheduler_tcont) == "T-CONT pointer");
+static_assert(name_at<me_class::ts>(attribute_index::scheduler_parent) ==
+              "traffic scheduler pointer");
+static_assert(name_at<me_class::ts>(attribute_index::scheduler_policy) == "policy");
+static_assert(name_at<me_class::ts>(attribute_index::scheduler_weight) == "priority/weight");
+static_assert(name_at<me_class::evtocd>(attribute_index::tagging_table) ==
+              "received frame VLAN tagging operation table");
+
 constexpr attribute_class classes[] = {
 #define GPON_WALKED(class_id, short_name, ...) \
     {me_class::short_name, message<me_class::short_name>::attributes},

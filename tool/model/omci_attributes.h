@@ -47,6 +47,20 @@ constexpr size_t attributes_per_mask = 16;
     return static_cast<uint16_t>(0x8000u >> index);
 }
 
+/// Indexes in attribute_class::attributes of attributes that the tool reads itself.
+namespace attribute_index {
+constexpr size_t tcont_policy = 2;
+constexpr size_t gem_ctp_downstream_queue = 6;
+constexpr size_t queue_related_port = 5;
+constexpr size_t queue_scheduler = 6;
+constexpr size_t queue_weight = 7;
+constexpr size_t scheduler_tcont = 0;
+constexpr size_t scheduler_parent = 1;
+constexpr size_t scheduler_policy = 2;
+constexpr size_t scheduler_weight = 3;
+constexpr size_t tagging_table = 5; ///< of class 171
+} // namespace attribute_index
+
 /// The mirrored classes, by rising id.
 [[nodiscard]] std::span<const attribute_class> attribute_classes();
 

@@ -15,6 +15,13 @@ namespace gponflow {
     return (instance & 0x8000) != 0;
 }
 
+/// Whether the OLT has assigned a T-CONT this allocID. Before, the ONU reports 0xffff or 0x00ff
+/// (ITU-T G.988 9.2.2), and the module's record has 0.
+[[nodiscard]] constexpr bool is_assigned_alloc_id(uint16_t alloc_id)
+{
+    return alloc_id != 0 && alloc_id != 0x00ff && alloc_id != 0xffff;
+}
+
 /// Priority queue (ITU-T G.988 9.2.10).
 struct queue_facts {
     std::optional<uint32_t> related_port; ///< upper half T-CONT or UNI, lower half priority

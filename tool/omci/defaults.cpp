@@ -4,17 +4,18 @@
 #include <algorithm>
 
 #include "include/me_class_id.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/model/scheduling.h"
 #include "tool/omci/frame.h"
 #include "tool/omci/scenario_text.h"
+#include "tool/text/class_titles.h"
 
 namespace gponflow::omci {
 
 namespace {
 
-constexpr me_class onu_g = gpon::to_me_class(256);
+constexpr me_class onu_g = gpon::to_me_class(unstored_class::onu_g);
 constexpr size_t traffic_management_option = 3;
-constexpr size_t related_port = 5;
 
 constexpr attribute onu_g_attributes[] = {
     {"vendor id", 4, false, {}},
@@ -44,7 +45,7 @@ void default_configuration::learn(me_class class_id, uint16_t instance, const va
         if (!option.empty())
             traffic_option = option[0];
     } else if (class_id == me_class::pq) {
-        const auto port = find_value(list, related_port);
+        const auto port = find_value(list, attribute_index::queue_related_port);
         if (!port.empty())
             learn_queue(instance, port);
     }

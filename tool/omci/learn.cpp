@@ -5,6 +5,7 @@
 #include <bit>
 
 #include "include/me_class_id.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/scheduling_facts.h"
 #include "tool/omci/tagging_text.h"
 
@@ -32,7 +33,8 @@ void count_unmirrored(report_destination to, me_class class_id, uint16_t instanc
 // A get returns the size of the table, which is read with get next.
 std::string begin_table(report_destination to, uint16_t instance, const value_list& list)
 {
-    const auto found = std::ranges::find(list.values, tag_table_index, &attribute_value::index);
+    const auto found =
+        std::ranges::find(list.values, attribute_index::tagging_table, &attribute_value::index);
     if (found == list.values.end())
         return {};
     const uint32_t size = read_u32(found->bytes, 0);

@@ -9,6 +9,7 @@
 
 #include "tool/omci/defaults.h"
 #include "tool/omci/mib.h"
+#include "tool/text/class_titles.h"
 #include "tool/text/escape.h"
 
 namespace gponflow::omci {
@@ -21,8 +22,9 @@ constexpr attribute image_attributes[] = {
     {"is committed", 1, false, {}},
     {"is active", 1, false, {}},
 };
-constexpr attribute_class onu2_g{gpon::to_me_class(257), onu2_g_attributes};
-constexpr attribute_class image{gpon::to_me_class(7), image_attributes};
+constexpr attribute_class onu2_g{gpon::to_me_class(unstored_class::onu2_g), onu2_g_attributes};
+constexpr attribute_class image{gpon::to_me_class(unstored_class::software_image),
+                                image_attributes};
 constexpr size_t is_active = 2;
 constexpr uint16_t slot_mask = 0xff00; ///< of an image's instance; 0 is the ONU as a whole
 

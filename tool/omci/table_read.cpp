@@ -20,7 +20,7 @@ bool is_part_of_table(const exchange& item)
         return false;
     const message& response = item.response->msg;
     return result_code(response) == 0 && response.content.size() > head_bytes &&
-           (read_u16(response.content, 1) & attribute_bit(tag_table_index)) != 0;
+           (read_u16(response.content, 1) & attribute_bit(attribute_index::tagging_table)) != 0;
 }
 
 std::span<const uint8_t> values_of(const message& response)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "include/me_class_id.h"
+#include "tool/model/omci_attributes.h"
 #include "tool/omci/frame.h"
 #include "tool/omci/scenario_text.h"
 #include "tool/tagging/operation.h"
@@ -19,22 +20,28 @@ namespace {
 enum class notation { decimal, hexadecimal, bytes };
 
 struct tagging_attribute {
-    size_t index; // in attribute_class::attributes
-    std::string_view option;
+    std::string_view name; // of omci::attribute
+    tag_attribute option;
     notation written;
 };
 
 constexpr tagging_attribute extended_attributes[] = {
-    {0, "association", notation::decimal},     {2, "input_tpid", notation::hexadecimal},
-    {3, "output_tpid", notation::hexadecimal}, {4, "downstream_mode", notation::decimal},
-    {tag_table_index, "row", notation::bytes}, {6, "associated", notation::hexadecimal},
-    {7, "dscp_map", notation::bytes},          {8, "enhanced_mode", notation::decimal},
+    {"association type", tag_attribute::association, notation::decimal},
+    {"input TPID", tag_attribute::input_tpid, notation::hexadecimal},
+    {"output TPID", tag_attribute::output_tpid, notation::hexadecimal},
+    {"downstream mode", tag_attribute::downstream_mode, notation::decimal},
+    {"received frame VLAN tagging operation table", tag_attribute::table, notation::bytes},
+    {"associated ME pointer", tag_attribute::associated, notation::hexadecimal},
+    {"DSCP to P-bit mapping", tag_attribute::dscp_map, notation::bytes},
+    {"enhanced mode", tag_attribute::enhanced_mode, notation::decimal},
 };
 
 constexpr tagging_attribute plain_attributes[] = {
-    {0, "upstream_mode", notation::decimal},   {1, "upstream_tci", notation::hexadecimal},
-    {2, "downstream_mode", notation::decimal}, {3, "association", notation::decimal},
-    {4, "associated", notation::hexadecimal},
+    {"upstream VLAN tagging operation mode", tag_attribute::upstream_mode, notation::decimal},
+    {"upstream VLAN tag TCI value", tag_attribute::upstream_tci, notation::hexadecimal},
+    {"downstream VLAN tagging operation mode", tag_attribute::downstream_mode, notation::decimal},
+    {"association type", tag_attribute::association, notation::decimal},
+    {"associated ME pointer", tag_attribute::associated, notation::hexadecimal},
 };
 
 std::span<const tagging_attribute> attributes_of(me_class class_id)
@@ -48,9 +55,19 @@ std::span<const tagging_attribute> attributes_of(me_class class_id)
 
 const tagging_attribute* find_tagging(me_class class_id, size_t index)
 {
+    const attribute_class* cls = find_attribute_class(class_id);
+    if (!cls || index >= cls->attributes.size())
+        return nullptr;
     const auto all = attributes_of(class_id);
-    const auto found = std::ranges::find(all, index, &tagging_attribute::index);
+    const auto found =
+        std::ranges::find(all, cls->attributes[index].name, &tagging_attribute::name);
     return found == all.end() ? nullptr : &*found;
+}
+
+// A set writes one row of the table.
+std::string_view option_of(const tagging_attribute& attr)
+{
+    return attr.option == tag_attribute::table ? "row" : name_of(attr.option);
 }
 
 std::string value_text(const tagging_attribute& attr, std::span<const uint8_t> bytes)
@@ -113,8 +130,8 @@ std::string tagging_lines(me_class class_id, uint16_t instance, table_start star
         const tagging_attribute* attr = find_tagging(class_id, value.index);
         if (!attr)
             continue;
-        options += " " + std::string(attr->option) + "=" + value_text(*attr, value.bytes);
-        if (class_id == me_class::evtocd && value.index == tag_table_index)
+        options += " " + std::string(option_of(*attr)) + "=" + value_text(*attr, value.bytes);
+        if (class_id == me_class::evtocd && value.index == attribute_index::tagging_table)
             comment += row_comment(value.bytes);
     }
     if (class_id == me_class::evtocd)
@@ -147,8 +164,8 @@ std::string table_lines(uint16_t instance, const read_table& table, const std::s
 bool has_tag_row(me_class class_id, const value_list& list)
 {
     return class_id == me_class::evtocd &&
-           std::ranges::find(list.values, tag_table_index, &attribute_value::index) !=
-               list.values.end();
+           std::ranges::find(list.values, attribute_index::tagging_table,
+                             &attribute_value::index) != list.values.end();
 }
 
 } // namespace gponflow::omci

@@ -14,9 +14,6 @@
 
 namespace gponflow::omci {
 
-/// Of the table of class 171, in attribute_class.
-constexpr size_t tag_table_index = 5;
-
 /// What a `tagging` line says about the rows that a table has before.
 enum class table_start {
     unchanged,

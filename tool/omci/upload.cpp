@@ -6,6 +6,7 @@
 #include "include/me_class_id.h"
 #include "include/uapi/gpon_flow.h"
 #include "tool/model/class_records.h"
+#include "tool/model/scheduling.h"
 #include "tool/omci/scenario_text.h"
 
 namespace gponflow::omci {
@@ -43,14 +44,13 @@ bool is_pending(const record& rec)
     return rec.uploaded && !rec.written;
 }
 
-// Values of a T-CONT that the OLT has not assigned (G.988 9.2.2).
 bool is_assigned(const record& rec)
 {
     gpon_raw_tcont tcont{};
     std::copy_n(rec.raw.begin(), std::min(sizeof(tcont), rec.raw.size()),
                 reinterpret_cast<uint8_t*>(&tcont));
     const bool reported = (rec.reported & attribute_bit(0)) != 0;
-    return reported && tcont.allocID != 0xffff && tcont.allocID != 0x00ff;
+    return reported && is_assigned_alloc_id(tcont.allocID);
 }
 
 // Read-only attributes are no part of a create.

@@ -6,6 +6,7 @@
 
 #include "platform/api/platform_hook.h"
 #include "tool/explain/fault.h"
+#include "tool/model/uni.h"
 
 namespace gponflow {
 
@@ -49,7 +50,7 @@ std::string entry_of(uint32_t kind, const line_model& entities, const std::vecto
     if (path.empty())
         return {};
     if (kind == GPON_API_UP_UNI)
-        return "UNI " + std::to_string(path.front().instance & 0xff);
+        return "UNI " + std::to_string(uni_number(path.front()));
     if (kind != GPON_API_DOWN_ANI)
         return {};
     const me_instance* first = entities.find(path.front());

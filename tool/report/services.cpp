@@ -7,6 +7,7 @@
 #include <set>
 
 #include "include/tp_types.h"
+#include "tool/model/uni.h"
 #include "tool/report/entity_text.h"
 
 namespace gponflow {
@@ -127,7 +128,7 @@ private:
                 vlans = vlans_of(id);
             if (id.class_id == me_class::mbsp)
                 bridge = id.instance;
-            if (me && (id.class_id == me_class::pptp || id.class_id == me_class::veip))
+            if (me && is_uni(id.class_id))
                 unis +=
                     (unis.empty() ? "" : ", ") + to_text(id).substr(to_text(id).find(" 0x") + 1);
             if (me && id.class_id == me_class::gemctp)

@@ -37,21 +37,22 @@ void read_rows(const value& from, tag_facts& facts)
 // Attributes of both classes.
 std::vector<option_rule> common_rules(tag_facts& facts)
 {
-    return {{"association", number_into(facts.association)},
-            {"associated", number_into(facts.associated)},
-            {"downstream_mode", number_into(facts.downstream_mode)}};
+    return {{name_of(tag_attribute::association), number_into(facts.association)},
+            {name_of(tag_attribute::associated), number_into(facts.associated)},
+            {name_of(tag_attribute::downstream_mode), number_into(facts.downstream_mode)}};
 }
 
 std::vector<option_rule> extended_rules(tag_facts& facts)
 {
     std::vector<option_rule> rules = common_rules(facts);
-    rules.push_back({"input_tpid", number_into(facts.input_tpid)});
-    rules.push_back({"output_tpid", number_into(facts.output_tpid)});
-    rules.push_back({"dscp_map", [&](const value& from) {
+    rules.push_back({name_of(tag_attribute::input_tpid), number_into(facts.input_tpid)});
+    rules.push_back({name_of(tag_attribute::output_tpid), number_into(facts.output_tpid)});
+    rules.push_back({name_of(tag_attribute::dscp_map), [&](const value& from) {
                          facts.dscp_map = read_bytes<dscp_map_bytes>(from);
                      }});
-    rules.push_back({"enhanced_mode", number_into(facts.enhanced_mode)});
-    rules.push_back({"rows", [&](const value& from) { read_rows(from, facts); }});
+    rules.push_back({name_of(tag_attribute::enhanced_mode), number_into(facts.enhanced_mode)});
+    rules.push_back(
+        {name_of(tag_attribute::table), [&](const value& from) { read_rows(from, facts); }});
     rules.push_back(
         {"row", [&](const value& from) { facts.rows.push_back(read_bytes<tag_row_bytes>(from)); }});
     return rules;
@@ -60,8 +61,8 @@ std::vector<option_rule> extended_rules(tag_facts& facts)
 std::vector<option_rule> plain_rules(tag_facts& facts)
 {
     std::vector<option_rule> rules = common_rules(facts);
-    rules.push_back({"upstream_mode", number_into(facts.upstream_mode)});
-    rules.push_back({"upstream_tci", number_into(facts.upstream_tci)});
+    rules.push_back({name_of(tag_attribute::upstream_mode), number_into(facts.upstream_mode)});
+    rules.push_back({name_of(tag_attribute::upstream_tci), number_into(facts.upstream_tci)});
     return rules;
 }
 

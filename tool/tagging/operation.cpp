@@ -13,37 +13,37 @@ namespace {
 
 struct association_type {
     uint8_t value;
-    me_class class_id;          // none: not mirrored
-    std::string_view name = {}; // of a class that is not mirrored
+    me_class class_id;     // none: not stored
+    uint16_t unstored = 0; // number of a class that is not stored
 };
 
 constexpr association_type extended_associations[] = {
     {0, me_class::mbpcd},
     {1, me_class::mapper},
     {2, me_class::pptp},
-    {3, me_class::none, "IP host config data"},
-    {4, me_class::none, "PPTP xDSL UNI"},
+    {3, me_class::none, unstored_class::ip_host},
+    {4, me_class::none, unstored_class::xdsl_uni},
     {5, me_class::gemiw},
     {6, me_class::multigemiw},
-    {7, me_class::none, "PPTP MoCA UNI"},
-    {9, me_class::none, "Ethernet flow TP"},
+    {7, me_class::none, unstored_class::moca_uni},
+    {9, me_class::none, unstored_class::ethernet_flow_tp},
     {10, me_class::veip},
-    {11, me_class::none, "MPLS pseudowire TP"},
-    {12, me_class::none, "EFM bonding group"},
+    {11, me_class::none, unstored_class::mpls_pseudowire_tp},
+    {12, me_class::none, unstored_class::efm_bonding_group},
 };
 
 constexpr association_type plain_associations[] = {
     {0, me_class::pptp},
-    {1, me_class::none, "IP host config data"},
+    {1, me_class::none, unstored_class::ip_host},
     {2, me_class::mapper},
     {3, me_class::mbpcd},
-    {4, me_class::none, "PPTP xDSL UNI"},
+    {4, me_class::none, unstored_class::xdsl_uni},
     {5, me_class::gemiw},
     {6, me_class::multigemiw},
-    {7, me_class::none, "PPTP MoCA UNI"},
-    {9, me_class::none, "Ethernet flow TP"},
+    {7, me_class::none, unstored_class::moca_uni},
+    {9, me_class::none, unstored_class::ethernet_flow_tp},
     {10, me_class::veip},
-    {11, me_class::none, "MPLS pseudowire TP"},
+    {11, me_class::none, unstored_class::mpls_pseudowire_tp},
 };
 
 const association_type* find_association(me_class class_id, uint8_t value)
@@ -188,8 +188,8 @@ std::string association_name(me_class class_id, uint8_t association)
     const association_type* known = find_association(class_id, association);
     if (!known)
         return "type " + std::to_string(association);
-    return std::string(known->name.empty() ? find_title(gpon::class_number(known->class_id))
-                                           : known->name);
+    return std::string(
+        find_title(known->unstored != 0 ? known->unstored : gpon::class_number(known->class_id)));
 }
 
 } // namespace gponflow
