@@ -37,10 +37,11 @@ forget_objects() {
     esac
 }
 
-# SECONDS TEST...: builds the tree's modules and runs the tests. A kernel that no longer moves, or a test
-# that does not end, is a failure that the guest itself reports. The clock of tests in time/ jumps.
+# SECONDS TEST...: builds the tree's modules and runs the tests. A kernel with a fault, which may keep a
+# lock for ever, a kernel that no longer moves, or a test that does not end, is a failure that the guest
+# itself reports. The clock of tests in time/ jumps.
 run_in_guest() {
-    local seconds=$1 words=(softlockup_panic=1 sysctl.kernel.hung_task_panic=1)
+    local seconds=$1 words=(oops=panic softlockup_panic=1 sysctl.kernel.hung_task_panic=1)
     shift
     [[ " $*" == *" time/"* ]] || words+=("seconds=$((seconds / 4))")
     rm -rf "$guest_tree/build/logs"
