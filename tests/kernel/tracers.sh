@@ -62,8 +62,9 @@ with_perf() {
     perf script -i /tmp/perf.data -F event,trace >/tmp/report 2>/tmp/errors ||
         fail "perf script: $(cat /tmp/errors)"
     same_events
-    perf trace -a -e gpon_flow:gpon_drop gponflow run --backend=device /tmp/known.scn \
-        >/tmp/report 2>&1 || fail "perf trace: $(cat /tmp/report)"
+    # In a file of its own: perf writes a line in parts, and lines of the program would be between them.
+    perf trace -a -e gpon_flow:gpon_drop -o /tmp/report gponflow run --backend=device \
+        /tmp/known.scn >/tmp/printed 2>&1 || fail "perf trace: $(cat /tmp/printed)"
     recorded 3 'gpon_flow:gpon_drop\(.*direction: 1, .*reason: 2'
     perf record -q -a -e gpon_flow:gpon_rule_hit --filter 'remembered == 1' -o /tmp/perf.data \
         gponflow run --backend=device /tmp/known.scn >/tmp/printed 2>&1 ||
