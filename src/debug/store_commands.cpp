@@ -23,19 +23,21 @@ struct me_words {
     i32 class_id = 0;
     u32 inst_id = NO_INSTANCE;
 
-    me_words(u32 argc, const char* const* argv)
-    {
-        if (argc == 1 || argc == 2)
-            class_id = gpon::scan_decimal(argv[0]).value_or(0);
-        if (argc == 2)
-            inst_id = gpon::scan_hex(argv[1]).value_or(NO_INSTANCE);
-    }
-
     const gpon_me_entry* find_class() const
     {
         return gpon_flow_me_get_by_classid(gpon::to_me_class(static_cast<u16>(class_id)));
     }
 };
+
+me_words read_me_words(u32 argc, const char* const* argv)
+{
+    me_words words;
+    if (argc == 1 || argc == 2)
+        words.class_id = gpon::scan_decimal(argv[0]).value_or(0);
+    if (argc == 2)
+        words.inst_id = gpon::scan_hex(argv[1]).value_or(NO_INSTANCE);
+    return words;
+}
 
 void delete_instance(const me_words& words) GPON_CHANGES_LISTS
 {
@@ -61,7 +63,7 @@ u32 gpon_dbg_dump_me_inst(u32 argc, const char* const* argv)
     }
     if (argc > 2)
         return 0;
-    const me_words words(argc, argv);
+    const me_words words = read_me_words(argc, argv);
     const gpon_me_entry* entry = words.find_class();
     if (!entry) {
         log_error("[%s][%d]the classId(%d) can not get the entry.\n", words.class_id);
@@ -87,7 +89,7 @@ u32 gpon_dbg_show_flow_rule(u32, const char* const*, const gpon_dbg_cmd*)
 u32 gpon_dbg_clean_raw_data(u32 argc, const char* const* argv, const gpon_dbg_cmd*)
 {
     assert_changes_lists();
-    const me_words words(argc, argv);
+    const me_words words = read_me_words(argc, argv);
     if (argc == 0) {
         printk("del All ME Raw Data:\n");
         gpon_flow_clean_all_me_inst();

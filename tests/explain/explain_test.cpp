@@ -20,9 +20,8 @@ namespace {
 std::string explanation_of(const scenario& input)
 {
     std::ostringstream out;
-    exit_status status = status_ok;
     const std::unique_ptr<backend> target = make_host_backend();
-    if (const auto found = explain_frame(input, *target, {}, out, status))
+    if (const auto found = explain_frame(input, *target, {}, out))
         print_explanation(*found, out);
     return out.str();
 }
@@ -208,10 +207,10 @@ TEST(explain, says_that_the_engine_is_disabled_when_a_frame_fails)
 TEST(explain, a_scenario_without_a_frame_is_refused)
 {
     std::ostringstream out;
-    exit_status status = status_ok;
     const std::unique_ptr<backend> target = make_host_backend();
-    EXPECT_FALSE(explain_frame(parse_good("load\n"), *target, {}, out, status));
-    EXPECT_EQ(status, status_invalid);
+    const auto found = explain_frame(parse_good("load\n"), *target, {}, out);
+    ASSERT_FALSE(found);
+    EXPECT_EQ(found.status(), status_invalid);
     EXPECT_TRUE(out.str().starts_with("test.scn: no frame")) << out.str();
 }
 

@@ -37,9 +37,8 @@ const std::string vlan_666 = "frame=0200000000010200000001018100029a08004500\n";
 std::string explained(const std::string& text)
 {
     std::ostringstream out;
-    exit_status status = status_ok;
     const std::unique_ptr<backend> target = make_host_backend();
-    if (const auto found = explain_frame(parse_good(text), *target, {}, out, status))
+    if (const auto found = explain_frame(parse_good(text), *target, {}, out))
         print_explanation(*found, out);
     return out.str();
 }

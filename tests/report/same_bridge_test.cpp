@@ -95,8 +95,7 @@ TEST(replay_with_a_refusal, enters_no_bridge_if_the_walk_entered_none)
 
     const std::unique_ptr<backend> target = make_host_backend();
     std::ostringstream out;
-    exit_status status = status_ok;
-    const auto again = explain_frame(parse_good(text + frame), *target, {}, out, status);
+    const auto again = explain_frame(parse_good(text + frame), *target, {}, out);
     ASSERT_TRUE(again) << out.str();
     print_explanation(*again, out);
     EXPECT_NE(out.str().find("passes from GEM port 4094; its rule was replayed"), std::string::npos)

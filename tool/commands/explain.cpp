@@ -66,24 +66,24 @@ exit_status explain_query(const explain_request& request, const scenario& input,
 
 exit_status explain_hook(const explain_request& request, const scenario& input, backend& target)
 {
-    exit_status status = status_ok;
-    const auto explained = explain_frame(input, target, choose_frame(request.frame), std::cerr,
-                                         status, source_of(request));
+    const auto explained =
+        explain_frame(input, target, choose_frame(request.frame), std::cerr, source_of(request));
     if (!explained)
-        return status;
+        return explained.status();
     if (request.json)
         print_explanation_json(*explained, input, std::cout);
     else
         print_explanation(*explained, std::cout, colours_of(1), places_of(input));
-    return status;
+    return status_ok;
 }
 
 int explain(const explain_request& request)
 {
+    const auto opened = open_source(request.source);
+    if (!opened)
+        return opened.status();
+    const std::optional<scenario>& parsed = *opened;
     exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(request.source, status);
-    if (status != status_ok)
-        return status;
     try {
         const scenario input = parsed.value_or(scenario{"the running module", {}});
         const std::unique_ptr<backend> target = make_backend(request.source.backend);

@@ -20,6 +20,7 @@
 #include "tool/report/render_dot.h"
 #include "tool/scenario/final_state.h"
 #include "tool/scenario/host_backend.h"
+#include "tool/text/or_status.h"
 #include "tool/text/terminal.h"
 
 namespace gponflow {
@@ -90,17 +91,17 @@ std::vector<me_id> highlighted(const explanation& explained)
 }
 
 // The path through both hook calls of a query.
-std::vector<me_id> walked_by(const graph_request& request, const scenario& input, backend& target,
-                             exit_status& status)
+or_status<std::vector<me_id>> walked_by(const graph_request& request, const scenario& input,
+                                        backend& target)
 {
     frame_query query = request.asked.query;
     query.capture = request.frame.capture;
     query.number = request.frame.number;
     explain_session session(target);
-    status = session.run(without_last_unload(input), std::cerr);
-    std::vector<me_id> walked;
+    const exit_status status = session.run(without_last_unload(input), std::cerr);
     if (status != status_ok)
-        return walked;
+        return status;
+    std::vector<me_id> walked;
     // Behind both halves: neighbours of the list may have a pointer, which is bold, too.
     std::vector<me_id> tagging;
     for (const explanation& half : trace_frame(query, session).halves) {
@@ -137,17 +138,17 @@ int graph(const graph_request& request)
     const scenario& parsed = opened->input;
     try {
         std::vector<me_id> walked;
-        exit_status status = status_ok;
         const std::unique_ptr<backend> target = make_host_backend();
         if (request.asked.asks) {
-            walked = walked_by(request, parsed, *target, status);
-            if (status != status_ok)
-                return status;
+            const auto found = walked_by(request, parsed, *target);
+            if (!found)
+                return found.status();
+            walked = *found;
         } else if (!request.highlight.empty()) {
             const auto explained =
-                explain_frame(parsed, *target, choose_frame(choice_of(request)), std::cerr, status);
+                explain_frame(parsed, *target, choose_frame(choice_of(request)), std::cerr);
             if (!explained)
-                return status;
+                return explained.status();
             walked = highlighted(*explained);
             std::ranges::copy(tagging_path(*explained), std::back_inserter(walked));
         }

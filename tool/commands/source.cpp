@@ -42,24 +42,21 @@ void add_source_options(CLI::App& app, live_source& into, const std::string& fil
         ->check(CLI::IsMember(backend_names()));
 }
 
-std::optional<scenario> open_source(const live_source& from, exit_status& status)
+or_status<std::optional<scenario>> open_source(const live_source& from)
 {
-    status = status_ok;
     if (from.file.empty()) {
         if (from.backend == "host") {
             std::cerr << "gponflow: --backend=host needs a scenario: the module in this process "
                          "starts empty\n";
-            status = status_invalid;
+            return status_invalid;
         }
-        return {};
+        return std::optional<scenario>();
     }
     std::optional<opened_line> line = open_line(from.file, from.onu, std::cerr);
-    if (!line) {
-        status = status_invalid;
-        return {};
-    }
+    if (!line)
+        return status_invalid;
     line->input.incomplete = line->input.incomplete || !line->complete;
-    return std::move(line->input);
+    return std::optional<scenario>(std::move(line->input));
 }
 
 int status_with_input(int status, const scenario& input)
@@ -76,16 +73,17 @@ std::string backend_of(const live_source& from)
 
 int run_on_source(const live_source& from, const std::function<int(captured_run&)>& action)
 {
-    exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(from, status);
-    if (status != status_ok)
-        return status;
+    const auto opened = open_source(from);
+    if (!opened)
+        return opened.status();
+    const std::optional<scenario>& parsed = *opened;
     const std::unique_ptr<backend> target = make_backend(backend_of(from));
     captured_run run(*target);
-    if (parsed)
-        status = run.run(without_last_unload(*parsed), std::cerr);
-    if (status != status_ok)
-        return status;
+    if (parsed) {
+        const exit_status status = run.run(without_last_unload(*parsed), std::cerr);
+        if (status != status_ok)
+            return status;
+    }
     const int outcome = action(run);
     if (run.lost_lines())
         std::cerr
@@ -96,17 +94,17 @@ int run_on_source(const live_source& from, const std::function<int(captured_run&
 
 int read_source(const live_source& from, const std::function<int(module_reader&)>& action)
 {
-    exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(from, status);
-    if (status != status_ok)
-        return status;
+    const auto opened = open_source(from);
+    if (!opened)
+        return opened.status();
+    const std::optional<scenario>& parsed = *opened;
     std::unique_ptr<backend> target;
     if (parsed) {
         target = make_backend(backend_of(from));
-        status = whole_run(*target).run(without_last_unload(*parsed), std::cerr);
+        const exit_status status = whole_run(*target).run(without_last_unload(*parsed), std::cerr);
+        if (status != status_ok)
+            return status;
     }
-    if (status != status_ok)
-        return status;
     const std::unique_ptr<module_reader> reader =
         backend_of(from) == "host" ? make_process_reader() : make_kernel_reader();
     const int outcome = action(*reader);
@@ -119,13 +117,13 @@ int read_source(const live_source& from, const std::function<int(module_reader&)
 
 int follow_source(const live_source& from, const change_sink& sink)
 {
-    exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(from, status);
-    if (!parsed)
-        return status;
+    const auto opened = open_source(from);
+    if (!opened)
+        return opened.status();
+    const scenario& parsed = opened->value();
     const std::unique_ptr<backend> target = make_host_backend();
     const process_changes changes(sink);
-    return status_with_input(whole_run(*target).run(*parsed, std::cerr), *parsed);
+    return status_with_input(whole_run(*target).run(parsed, std::cerr), parsed);
 }
 
 int report_not_loaded()

@@ -10,6 +10,7 @@
 
 #include "tool/live/module_reader.h"
 #include "tool/scenario/captured_run.h"
+#include "tool/text/or_status.h"
 
 namespace gponflow {
 
@@ -23,8 +24,8 @@ struct live_source {
 void add_source_options(CLI::App& app, live_source& into, const std::string& file_option = "FILE");
 
 /// The scenario, or nothing for the running module. An empty line is marked as incomplete. Prints
-/// errors to standard error and then sets the status.
-[[nodiscard]] std::optional<scenario> open_source(const live_source& from, exit_status& status);
+/// errors to standard error.
+[[nodiscard]] or_status<std::optional<scenario>> open_source(const live_source& from);
 
 /// `status`, but failed instead of success if the scenario is incomplete.
 [[nodiscard]] int status_with_input(int status, const scenario& input);

@@ -31,17 +31,19 @@ int trace(const trace_request& request)
         std::cerr << "gponflow: " << why.what() << '\n';
         return status_invalid;
     }
-    exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(request.source, status);
-    if (status != status_ok)
-        return status;
+    const auto opened = open_source(request.source);
+    if (!opened)
+        return opened.status();
+    const std::optional<scenario>& parsed = *opened;
     const std::unique_ptr<backend> target = make_backend(backend_of(request.source));
     if (!parsed) {
-        status = trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
+        const exit_status status =
+            trace_device(*target, filter, request.limits, std::cout, std::cerr, colours_of(1));
         return finish_output() ? status : status_unsupported;
     }
-    status = trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
-                            colours_of(1), request.limits.json);
+    const exit_status status =
+        trace_scenario(*parsed, *target, filter, request.limits.frames, std::cout, std::cerr,
+                       colours_of(1), request.limits.json);
     return finish_output() ? status_with_input(status, *parsed) : status_unsupported;
 }
 

@@ -116,18 +116,18 @@ int watch(const watch_request& request)
     if (request.source.file.empty())
         return read_source(request.source,
                            [&](module_reader& reader) { return watch_device(request, reader); });
-    exit_status status = status_ok;
-    const std::optional<scenario> parsed = open_source(request.source, status);
-    if (!parsed)
-        return status;
+    const auto opened = open_source(request.source);
+    if (!opened)
+        return opened.status();
+    const scenario& parsed = opened->value();
     const std::unique_ptr<backend> target = make_host_backend();
     const watched_scenario watched =
-        watch_scenario(without_last_unload(*parsed), *target, std::cerr, request.json);
+        watch_scenario(without_last_unload(parsed), *target, std::cerr, request.json);
     if (watched.status == status_ok && (request.once || request.json))
         print(watched.lines);
     else if (watched.status == status_ok)
         show_until_end(watched.lines);
-    return finish_output() ? status_with_input(watched.status, *parsed) : status_unsupported;
+    return finish_output() ? status_with_input(watched.status, parsed) : status_unsupported;
 }
 
 } // namespace

@@ -83,10 +83,9 @@ explanation explain_session::explain(const explained_frame& frame)
     return result;
 }
 
-std::optional<explanation> explain_frame(const scenario& input, backend& target,
-                                         const std::optional<explained_frame>& frame,
-                                         std::ostream& diagnostics, exit_status& status,
-                                         entity_source source)
+or_status<explanation> explain_frame(const scenario& input, backend& target,
+                                     const std::optional<explained_frame>& frame,
+                                     std::ostream& diagnostics, entity_source source)
 {
     auto [count, chosen] = last_frame(input);
     if (frame) {
@@ -97,15 +96,13 @@ std::optional<explanation> explain_frame(const scenario& input, backend& target,
         diagnostics << input.name
                     << ": no frame: the scenario has no hook command with a frame, and the "
                        "command line names none\n";
-        status = status_invalid;
-        return {};
+        return status_invalid;
     }
     const scenario before{input.name,
                           {input.lines.begin(), input.lines.begin() + static_cast<long>(count)}};
     explain_session session(target, source);
-    status = session.run(before, diagnostics);
-    if (status != status_ok)
-        return {};
+    if (const exit_status status = session.run(before, diagnostics); status != status_ok)
+        return status;
     return session.explain(*chosen);
 }
 

@@ -10,7 +10,7 @@
 #include "tool/model/carry.h"
 #include "tool/scenario/backend.h"
 #include "tool/scenario/captured_run.h"
-#include "tool/text/exit_status.h"
+#include "tool/text/or_status.h"
 
 namespace gponflow {
 
@@ -62,11 +62,11 @@ private:
 };
 
 /// Runs the scenario, then the frame. Without a frame, it uses the last frame of a hook command of
-/// the scenario and does not run it twice. Returns nothing when the backend refused or there is no
-/// frame; `status` and `diagnostics` then have the reason.
-[[nodiscard]] std::optional<explanation>
-explain_frame(const scenario& input, backend& target, const std::optional<explained_frame>& frame,
-              std::ostream& diagnostics, exit_status& status,
-              entity_source source = entity_source::scenario);
+/// the scenario and does not run it twice. Returns no explanation when the backend refused or there
+/// is no frame.
+[[nodiscard]] or_status<explanation> explain_frame(const scenario& input, backend& target,
+                                                   const std::optional<explained_frame>& frame,
+                                                   std::ostream& diagnostics,
+                                                   entity_source source = entity_source::scenario);
 
 } // namespace gponflow
