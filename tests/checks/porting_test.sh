@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-only
 #
-# The worked example of docs/porting.md: its three C blocks are compiled with the glue that they
-# belong to, and run with a driver.
+# The layout of a packet's fields is compiled with the glue that it belongs to: the module's own, and the
+# worked example of docs/porting.md, whose three C blocks also run with a driver.
 set -eu
 . tests/checks/proof.sh
 
@@ -11,9 +11,16 @@ c_block() {
         inside && number == wanted' docs/porting.md
 }
 
+strict_gcc() {
+    gcc -std=gnu11 -Wall -Wextra -Wno-unused-parameter -Werror -I"$tree" -I"$tree/stubs" "$@"
+}
+
 compile() {
-    gcc -std=gnu11 -Wall -Wextra -Wno-unused-parameter -Werror -I"$tree" -I"$tree/stubs" \
-        "$tree"/src/platform/linux/{packets,driver_hook}.c tests/glue/porting_example.c -o "$tree/driver"
+    strict_gcc "$tree"/src/platform/linux/{packets,driver_hook}.c tests/glue/porting_example.c -o "$tree/driver"
+}
+
+compile_layout() {
+    strict_gcc -fsyntax-only "$tree/src/platform/linux/packets.c"
 }
 
 fresh_tree
@@ -21,7 +28,10 @@ mkdir -p "$tree/src/platform/linux"
 cp -r tests/glue/kernel "$tree/stubs"
 cp -r src/base src/include "$tree/src"
 cp -r src/platform/api "$tree/src/platform"
-cp src/platform/linux/{packets.c,glue.h} "$tree/src/platform/linux"
+cp src/platform/linux/{packets.c,glue.h,packet_layout.h} "$tree/src/platform/linux"
+passes "the module's layout compiles" compile_layout
+sed -i 's/u32 flag_word;/u16 flag_word;/' "$tree/src/platform/linux/packet_layout.h"
+fails "a flag word of 16 bits" "32 bits of flags" compile_layout
 { printf '%s\n' '#pragma once' '#include <linux/skbuff.h>' && c_block 1; } | file driver_meta.h
 { echo '#pragma once' && c_block 2; } | file src/platform/linux/packet_layout.h
 c_block 3 | file src/platform/linux/driver_hook.c

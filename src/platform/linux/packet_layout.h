@@ -23,6 +23,9 @@ struct gpon_packet_fields {
 	u16 multicast;  /* 1: from a multicast GEM port */
 };
 
+static_assert(sizeof_field(struct gpon_packet_fields, flag_word) == sizeof(u32),
+	      "the core reads and writes 32 bits of flags");
+
 /* Distance of the flag word from the packet's address, in bytes. */
 #define GPON_PACKET_FLAG_WORD_OFFSET \
 	(offsetof(struct sk_buff, cb) + offsetof(struct gpon_packet_fields, flag_word))
