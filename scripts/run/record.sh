@@ -5,7 +5,7 @@ set -eu
 
 need_for release
 need graph fleet
-step build build_preset release
+step build build_preset release gponflow
 
 if [ $# = 0 ]; then
     mapfile -t files < <(find scenarios tests/scenarios -name '*.scn' | sort)
