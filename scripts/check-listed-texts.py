@@ -2,9 +2,11 @@
 # SPDX-License-Identifier: GPL-2.0-only
 """Lists of source texts are true: each wrong edit of tests/mutations finds its text exactly once
 and has a name of its own, tests/mutations/guest-tests has tests for each source that only a kernel
-runs, and each line of tests/unreached.txt is a line of its file."""
+runs, each line of tests/unreached.txt is a line of its file, and ./run test-stale-rules names tests that
+there are."""
 import codecs
 import os
+import re
 import sys
 from pathlib import Path
 
@@ -75,11 +77,21 @@ def wrong_unreached():
             yield f"{path}: {source} has no line '{text}'"
 
 
+def missing_thread_tests():
+    """A filter that fits no test passes."""
+    script = Path("scripts/run/test-stale-rules.sh")
+    tests = Path("tests/threads/outcome_test.cpp")
+    names = re.findall(r"^measure (\w+)", script.read_text(), re.M) if script.is_file() else []
+    for name in names:
+        if f"(outcome_threads, {name})" not in tests.read_text():
+            yield f"{script}: {tests} has no test {name}"
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: check-listed-texts.py TREE")
     os.chdir(sys.argv[1])
-    wrong = [*wrong_edits(), *wrong_guest_tests(), *wrong_unreached()]
+    wrong = [*wrong_edits(), *wrong_guest_tests(), *wrong_unreached(), *missing_thread_tests()]
     print("\n".join(wrong), end="\n" if wrong else "")
     return 1 if wrong else 0
 

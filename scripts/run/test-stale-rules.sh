@@ -60,7 +60,7 @@ measure() {
 step release build_preset release thread_tests
 rm -f "$logs"/stale-rules-*.log
 measure no_rule_outlives_the_command_that_changed_its_graph 1 "pairs of commands beside frames that learn"
-measure nor_when_the_command_waits_for_user_memory "$processes" \
+measure no_rule_outlives_a_command_that_waits_for_user_memory "$processes" \
     "the same, each copy of user memory takes 1 ms"
 measure each_result_is_one_of_the_store_during_the_call 1 "changes beside frames of two threads"
 if [ -n "$write" ]; then

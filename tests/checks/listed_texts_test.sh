@@ -51,4 +51,11 @@ fails "a line that went" "no line 'return 1;'" python3 "$check" "$tree"
 file tests/unreached.txt <<<'src/b.cpp: return;'
 fails "a file that went" "no line 'return;'" python3 "$check" "$tree"
 
+listed_tree
+file scripts/run/test-stale-rules.sh <<<'measure some_test 1 "changes"'
+file tests/threads/outcome_test.cpp <<<'TEST(outcome_threads, some_test)'
+passes "a run of a test that is there" python3 "$check" "$tree"
+file tests/threads/outcome_test.cpp <<<'TEST(outcome_threads, some_other_test)'
+fails "a run of a test that went" 'no test some_test' python3 "$check" "$tree"
+
 exit "$proofs_failed"
