@@ -61,10 +61,9 @@ struct explain_case final : command_on_a_line {
 
     void pass() override
     {
-        exit_status status = status_ok;
         const auto& capture = std::get<pcap_command>(line_.lines.back().command);
         const explained_frame last{capture.options, capture.frames.back()};
-        keep(explain_frame(line_, *make_host_backend(), last, diagnostics_, status));
+        keep(explain_frame(line_, *make_host_backend(), last, diagnostics_));
     }
 };
 
