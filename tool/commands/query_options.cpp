@@ -50,7 +50,8 @@ void add_tag_options(CLI::App& sub, query_options& request)
     };
     add_tag("--vlan", request.query.outer,
             "VLAN id of the outer tag, with its priority after a p if it is not 0: 300p6");
-    add_field<uint8_t>(sub, request, "--prio", request.priority, 0, 7, "Priority of the outer tag; needs --vlan");
+    add_field<uint8_t>(sub, request, "--prio", request.priority, 0, 7,
+                       "Priority of the outer tag; needs --vlan");
     add_tag("--inner", request.query.inner, "The same for the inner tag");
     add_field<uint16_t>(sub, request, "--tpid", request.query.tpid, 0x0600, UINT16_MAX,
                         "Type of the outer tag (default 0x8100)")

@@ -5,6 +5,6 @@
 #include <assert.h>
 
 #define BUILD_BUG_ON(condition) static_assert(!(condition), #condition)
-#define sizeof_field(record, field) sizeof(((record *)0)->field)
+#define sizeof_field(record, field) sizeof(((record*)0)->field)
 
 #endif
