@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: GPL-2.0-only
 """Lists of source texts are true: each wrong edit of tests/mutations finds its text exactly once
 and has a name of its own, tests/mutations/guest-tests has tests for each source that only a kernel
-runs, each line of tests/unreached.txt is a line of its file, and ./run test-stale-rules names tests that
-there are."""
+runs, each line of tests/unreached.txt is a line of its file, and ./run test-stale-rules names tests
+that there are."""
 import codecs
 import os
 import re
